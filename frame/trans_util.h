@@ -1,0 +1,62 @@
+#pragma once
+
+#include "frame/app_info.h"
+#include "frame/interface/host_records.h"
+#include "frame/language_bundle.h"
+#include "mapi/mapi_session.h"
+#include "platform/mfc/collections.h"
+#include "platform/os/system.h"
+
+// The module's whole global state, shared by all translators: one object from load to unload.
+class CEudoraTransUtil {
+  public:
+    explicit CEudoraTransUtil(const platform::System& theSystem);
+    virtual ~CEudoraTransUtil() = default;
+
+    // Strings of the bundle; a missing one is logged and gives the empty text.
+    CString GetString(long id);
+    // The string as a format for one text, or for a text and a number: used as a format only if
+    // its conversions are exactly "%s", or "%s" and "%d" in this order; else it stands as it is.
+    CString FormatString(long id, const CString& text);
+    CString FormatString(long id, const CString& text, int number);
+
+    // The message queues, oldest first.
+    void AddError(unsigned id);
+    void AddErrorText(LPCTSTR text);
+    void AddWarningText(LPCTSTR text);
+    void ClearErrors() { saErrors.RemoveAll(); }
+    void ClearWarnings() { saWarnings.RemoveAll(); }
+    void ClearMessages();
+    RRETURNCODE GetNextError(CString& out);  // RRC_NONE, and `out` untouched, if there is none
+    RRETURNCODE GetNextWarning(CString& out);
+
+    // Settings files: csSettingsDir\EudoraAppInfoNNNN.cfg with numbers 0001 to FFFE in hexadecimal.
+    // All but DeleteAllSettings give 1 on success and 0 otherwise.
+    int MakeSettingsPath(CString& out, int number);
+    int NextSettingsPath(CString& out);  // the first free path; `out` untouched if there is none
+    int LoadSettings(LPCTSTR path, CEudoraAppInfo& info);
+    // The file has its old content or the new one, whatever fails.
+    int StoreSettings(CEudoraAppInfo& info, LPCTSTR path);
+    int DeleteAllSettings();  // up to the first number that is free
+
+    // Finding Eudora through the registry.
+    int FindEudora(CString& csProgram);
+    void FindNicknameFile(CString csProgram);
+    int CheckDefaultClient();  // 0 default client, 1 not installed, 2 another client
+
+    platform::System system;
+    CString csNicknamePath;  // default address-book file
+    CString csEudoraDir;
+    CRLanguageBundle bundle;
+    CString csLanguage;
+    CString csAltLanguage;
+    CString csEnvDir, csEnvText;
+    CString csSettingsDir, csTransText;
+    CStringArray saErrors, saWarnings;
+    CMapi mapi;
+};
+
+// The module's global object. Made over the native system when the library is loaded; a test puts
+// an object of its own in its place (null puts the module's own back).
+CEudoraTransUtil& TransUtil();
+void UseTransUtil(CEudoraTransUtil* util);

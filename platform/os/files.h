@@ -1,0 +1,110 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/os/result.h"
+
+namespace platform {
+
+enum class OpenMode {
+    kRead,              // existing file, reading only
+    kReadWrite,         // existing file, reading and writing, content kept
+    kCreate,            // created, or cut to length 0; reading and writing
+    kCreateNew,         // created; kAlreadyExists if there is one
+    kReadWriteOrCreate  // content kept; created empty if there is none
+};
+
+// What others may do with the file while it is open here. Programs of ours keep to it on every
+// system; on Windows every program does.
+enum class Share { kNone, kRead, kReadWrite };
+
+enum class SeekFrom { kBegin, kCurrent, kEnd };
+
+// An open file. Closing in the destructor ignores errors: call Close() to learn of them.
+class File {
+  public:
+    virtual ~File() = default;
+
+    // Reads up to `buffer.size()` bytes; fewer only at the end of the file, 0 at the end itself.
+    virtual Result<std::size_t> Read(std::span<char> buffer) = 0;
+    // Writes all of `bytes` or fails; after a failure any part may have been written.
+    virtual Status Write(std::string_view bytes) = 0;
+    // Moves the position and gives the new one, in bytes from the beginning.
+    virtual Result<std::uint64_t> Seek(std::int64_t offset, SeekFrom from) = 0;
+    virtual Result<std::uint64_t> Size() = 0;
+    // Cuts or extends (with zero bytes) to `size` bytes; the position is kept.
+    virtual Status Truncate(std::uint64_t size) = 0;
+    // Returns when the content is on the disk.
+    virtual Status Flush() = 0;
+    virtual Status Close() = 0;
+};
+
+struct FileInfo {
+    std::uint64_t size = 0;  // bytes; 0 for a folder
+    std::chrono::system_clock::time_point modified;
+    bool isFolder = false;
+    bool isReadOnly = false;  // the calling user may not write it
+};
+
+struct FolderEntry {
+    std::string name;  // without folder
+    bool isFolder = false;
+};
+
+// A file system. A path is in the form and encoding that the implementation states: the module's
+// has Windows paths in the system code page, the host's has native paths in UTF-8.
+class Files {
+  public:
+    virtual ~Files() = default;
+
+    virtual Result<std::unique_ptr<File>> Open(std::string_view path, OpenMode mode,
+                                               Share share) = 0;
+    // kNotFound if there is nothing of that name.
+    virtual Result<FileInfo> Stat(std::string_view path) = 0;
+    // What a folder holds, in the order in which the file system lists it, without "." and "..".
+    // `pattern` is matched against the names without regard to case; it may hold * and ?.
+    virtual Result<std::vector<FolderEntry>> List(std::string_view folder,
+                                                  std::string_view pattern) = 0;
+    virtual Status Delete(std::string_view path) = 0;
+    // Overwrites `to`. Shares the blocks where the file system can.
+    virtual Status Copy(std::string_view from, std::string_view to) = 0;
+    // kAlreadyExists if `to` exists; both must lie on one file system.
+    virtual Status Move(std::string_view from, std::string_view to) = 0;
+    // Lets the file `from` take the place of `to` in one step that is durable when this returns:
+    // a reader sees the old content or the new one. `to` must exist and must be openable for
+    // writing; its permissions are kept. After a failure both files are as they were.
+    virtual Status Replace(std::string_view from, std::string_view to) = 0;
+    virtual Status CreateFolder(std::string_view path) = 0;  // kAlreadyExists if it exists
+    virtual Status RemoveFolder(std::string_view path) = 0;  // an empty one
+    // Another name of the same file in 8.3 form if there is one, else the path itself.
+    // kNotFound if there is no such file.
+    virtual Result<std::string> ShortPath(std::string_view path) = 0;
+    // The system's folder for temporary files, ending in a separator.
+    virtual Result<std::string> TempFolder() = 0;
+    // Makes an empty file with a new name in `folder`: the first three letters of `prefix`, hex
+    // digits, ".tmp". Gives its path.
+    virtual Result<std::string> CreateTempFile(std::string_view folder,
+                                               std::string_view prefix) = 0;
+    // The separator of this file system's paths: a backslash in Windows paths, else a slash.
+    virtual char Separator() const = 0;
+
+    bool Exists(std::string_view path) { return static_cast<bool>(Stat(path)); }
+};
+
+// The whole content. kTooLarge, without reading, if it has more than `limit` bytes.
+Result<std::string> ReadWhole(Files& files, std::string_view path, std::uint64_t limit,
+                              Share share = Share::kRead);
+
+// Makes `content` the file's content so that a crash or a failure at any step leaves the old
+// content or the new one, in full: writes a side file in the same folder, flushes it, and lets it
+// take the file's place. Creates the file if there is none. Removes the side file on failure.
+Status WriteWhole(Files& files, std::string_view path, std::string_view content);
+
+}  // namespace platform

@@ -1,0 +1,68 @@
+#include "platform/os/path.h"
+
+namespace platform {
+
+bool IsLeadByte(unsigned char byte, unsigned codePage) {
+    switch (codePage) {
+        case 932:
+            return (byte >= 0x81 && byte <= 0x9F) || (byte >= 0xE0 && byte <= 0xFC);
+        case 936:
+        case 949:
+        case 950:
+            return byte >= 0x81 && byte <= 0xFE;
+        case 1361:
+            return (byte >= 0x84 && byte <= 0xD3) || (byte >= 0xD8 && byte <= 0xDE) ||
+                   (byte >= 0xE0 && byte <= 0xF9);
+        default:
+            return false;
+    }
+}
+
+std::string_view::size_type WholeCharacterPrefix(std::string_view text,
+                                                 std::string_view::size_type limit,
+                                                 unsigned codePage) {
+    std::string_view::size_type end = 0;
+    while (end < text.size()) {
+        const bool pair =
+            IsLeadByte(static_cast<unsigned char>(text[end]), codePage) && end + 1 < text.size();
+        const auto next = end + (pair ? 2 : 1);
+        if (next > limit) break;
+        end = next;
+    }
+    return end;
+}
+
+std::string_view::size_type LastSeparator(std::string_view path, unsigned codePage) {
+    auto last = std::string_view::npos;
+    for (std::string_view::size_type i = 0; i < path.size(); ++i) {
+        if (IsLeadByte(static_cast<unsigned char>(path[i]), codePage)) {
+            ++i;
+        } else if (path[i] == '\\' || path[i] == '/' || (path[i] == ':' && i == 1)) {
+            last = i;
+        }
+    }
+    return last;
+}
+
+PathParts SplitPath(std::string_view path, unsigned codePage) {
+    PathParts parts;
+    if (path.size() >= 2 && path[1] == ':') {
+        parts.drive = path.substr(0, 2);
+        path.remove_prefix(2);
+    }
+    if (const auto last = LastSeparator(path, codePage); last != std::string_view::npos) {
+        parts.folder = path.substr(0, last + 1);
+        path.remove_prefix(last + 1);
+    }
+    // No trail byte equals a dot in any of the double-byte code pages.
+    const auto dot = path.rfind('.');
+    parts.name = path.substr(0, dot);
+    if (dot != std::string_view::npos) parts.extension = path.substr(dot);
+    return parts;
+}
+
+std::string JoinPath(const PathParts& parts) {
+    return parts.drive + parts.folder + parts.name + parts.extension;
+}
+
+}  // namespace platform

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "platform/os/clock.h"
+#include "platform/os/dialogs.h"
+#include "platform/os/files.h"
+#include "platform/os/libraries.h"
+#include "platform/os/processes.h"
+#include "platform/os/registry.h"
+
+namespace platform {
+
+// Everything that the module asks of the system. The objects outlive every user of the struct.
+struct System {
+    Files& files;  // Windows paths in the system code page
+    Registry& registry;
+    Processes& processes;
+    Libraries& libraries;
+    Dialogs& dialogs;
+    Clock& clock;
+};
+
+// The real one. Where the host has set a dialog provider in kvUtil, the dialogs are the provider's;
+// else they are real windows on Windows, and on Linux messages go to standard error and every
+// dialog counts as cancelled. On Linux the rest works on the Wine prefix that the environment
+// variable WINEPREFIX names at the first call, else on ~/.wine. Lives as long as the library it is
+// linked into.
+const System& NativeSystem();
+
+// The machine's own file system, with native paths in UTF-8, for programs that work outside the
+// prefix too.
+Files& NativeFiles();
+
+}  // namespace platform
