@@ -26,6 +26,11 @@ struct System {
 // linked into.
 const System& NativeSystem();
 
+// Tells where NativeSystem's dialogs ask, at each use, for a provider; null, or a source that
+// gives null, leaves them the system's own. This library does not know kvUtil: the shared library
+// that both are part of connects the two when it is loaded.
+void SetDialogSource(Dialogs* (*source)());
+
 // The machine's own file system, with native paths in UTF-8, for programs that work outside the
 // prefix too.
 Files& NativeFiles();
