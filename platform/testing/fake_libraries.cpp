@@ -1,0 +1,82 @@
+#include "platform/testing/fake_libraries.h"
+
+#include "platform/os/path.h"
+#include "platform/testing/memory_node.h"
+
+namespace platform::testing {
+
+namespace {
+
+std::string Folded(std::string_view text) {
+    std::string folded(text);
+    for (char& letter : folded) letter = Lower(letter);
+    return folded;
+}
+
+class LoadCount {
+  public:
+    explicit LoadCount(int& count) : m_count(count) { ++m_count; }
+    LoadCount(const LoadCount&) = delete;
+    LoadCount& operator=(const LoadCount&) = delete;
+    ~LoadCount() { --m_count; }
+
+  private:
+    int& m_count;
+};
+
+class FakeLibrary : public Library {
+  public:
+    FakeLibrary(std::map<std::string, void*> symbols, int& count)
+        : m_symbols(std::move(symbols)), m_count(count) {}
+    void* Symbol(const char* name) override {
+        const auto found = m_symbols.find(name);
+        return found == m_symbols.end() ? nullptr : found->second;
+    }
+
+  private:
+    std::map<std::string, void*> m_symbols;
+    LoadCount m_count;
+};
+
+class FakeResources : public StringResources {
+  public:
+    FakeResources(FakeLibraries::Strings strings, unsigned codePage, int& count)
+        : m_strings(std::move(strings)), m_codePage(codePage), m_count(count) {}
+    std::string Text(unsigned id, std::size_t limit) override {
+        const auto found = m_strings.find(id);
+        if (found == m_strings.end()) return {};
+        return found->second.substr(0, WholeCharacterPrefix(found->second, limit, m_codePage));
+    }
+
+  private:
+    FakeLibraries::Strings m_strings;
+    unsigned m_codePage;
+    LoadCount m_count;
+};
+
+}  // namespace
+
+void FakeLibraries::AddLibrary(std::string_view path, std::map<std::string, void*> symbols) {
+    m_libraries[Folded(path)] = std::move(symbols);
+}
+
+void FakeLibraries::AddResources(std::string_view path, Strings strings) {
+    m_resources[Folded(path)] = std::move(strings);
+}
+
+Result<std::unique_ptr<Library>> FakeLibraries::Load(std::string_view path) {
+    m_tries.emplace_back(path);
+    const auto found = m_libraries.find(Folded(path));
+    if (found == m_libraries.end()) return Failure{ErrorCode::kNotFound, std::string(path)};
+    return std::unique_ptr<Library>(std::make_unique<FakeLibrary>(found->second, m_loaded));
+}
+
+Result<std::unique_ptr<StringResources>> FakeLibraries::LoadResources(std::string_view path) {
+    m_tries.emplace_back(path);
+    const auto found = m_resources.find(Folded(path));
+    if (found == m_resources.end()) return Failure{ErrorCode::kNotFound, std::string(path)};
+    return std::unique_ptr<StringResources>(
+        std::make_unique<FakeResources>(found->second, codePage, m_loaded));
+}
+
+}  // namespace platform::testing

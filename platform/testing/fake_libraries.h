@@ -1,0 +1,34 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "platform/os/libraries.h"
+
+namespace platform::testing {
+
+// Libraries made of what a test says, found by their paths without regard to case.
+class FakeLibraries : public Libraries {
+  public:
+    using Strings = std::map<unsigned, std::string>;
+
+    void AddLibrary(std::string_view path, std::map<std::string, void*> symbols);
+    void AddResources(std::string_view path, Strings strings);
+    // How many are loaded now, and which paths were tried, in order.
+    int LoadedCount() const { return m_loaded; }
+    const std::vector<std::string>& Tries() const { return m_tries; }
+
+    Result<std::unique_ptr<Library>> Load(std::string_view path) override;
+    Result<std::unique_ptr<StringResources>> LoadResources(std::string_view path) override;
+
+    unsigned codePage = 1252;  // decides where a text may be cut
+
+  private:
+    std::map<std::string, std::map<std::string, void*>> m_libraries;
+    std::map<std::string, Strings> m_resources;
+    std::vector<std::string> m_tries;
+    int m_loaded = 0;
+};
+
+}  // namespace platform::testing

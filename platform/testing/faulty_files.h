@@ -1,0 +1,59 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/os/files.h"
+
+namespace platform::testing {
+
+enum class Fault {
+    kNone,
+    kFail,       // that one operation does nothing and fails
+    kTornWrite,  // as kFail; a write leaves the first half of its bytes
+    kKill        // as kTornWrite, and everything afterwards does nothing and fails too
+};
+
+// A file system that counts the operations on it and on its open files (but for destructors) and
+// lets one of them fail. The usual sweep: for n = 1, 2, ... until Fired() stays false.
+class FaultyFiles : public Files {
+  public:
+    explicit FaultyFiles(Files& inner) : m_inner(inner) {}
+
+    // Starts to count anew; operation number `number`, counted from 1, meets the fault.
+    void Arm(Fault fault, int number, ErrorCode code = ErrorCode::kIo);
+    void Disarm() { Arm(Fault::kNone, 0); }
+    int Operations() const { return m_count; }
+    bool Fired() const { return m_fault != Fault::kNone && m_count >= m_number; }
+
+    Result<std::unique_ptr<File>> Open(std::string_view path, OpenMode mode, Share share) override;
+    Result<FileInfo> Stat(std::string_view path) override;
+    Result<std::vector<FolderEntry>> List(std::string_view folder,
+                                          std::string_view pattern) override;
+    Status Delete(std::string_view path) override;
+    Status Copy(std::string_view from, std::string_view to) override;
+    Status Move(std::string_view from, std::string_view to) override;
+    Status Replace(std::string_view from, std::string_view to) override;
+    Status CreateFolder(std::string_view path) override;
+    Status RemoveFolder(std::string_view path) override;
+    Result<std::string> ShortPath(std::string_view path) override;
+    Result<std::string> TempFolder() override;
+    Result<std::string> CreateTempFile(std::string_view folder, std::string_view prefix) override;
+    char Separator() const override { return m_inner.Separator(); }
+
+    // Counts one operation; true if it must fail.
+    bool Strikes();
+    bool Tears() const { return m_count == m_number && m_fault != Fault::kFail; }
+    Failure Injected(std::string_view path) const { return {m_code, std::string(path)}; }
+
+  private:
+    Files& m_inner;
+    Fault m_fault = Fault::kNone;
+    int m_number = 0;
+    int m_count = 0;
+    ErrorCode m_code = ErrorCode::kIo;
+};
+
+}  // namespace platform::testing

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "platform/os/clock.h"
+
+namespace platform::testing {
+
+// A clock that stands still but for Sleep, which moves it and takes no time.
+class FixedClock : public Clock {
+  public:
+    std::chrono::system_clock::time_point now = std::chrono::system_clock::from_time_t(0);
+    std::chrono::seconds offset{0};
+    int sleeps = 0;
+
+    std::chrono::system_clock::time_point Now() override { return now; }
+    std::chrono::seconds UtcOffset(std::chrono::system_clock::time_point) override {
+        return offset;
+    }
+    void Sleep(std::chrono::milliseconds duration) override {
+        now += duration;
+        ++sleeps;
+    }
+};
+
+}  // namespace platform::testing

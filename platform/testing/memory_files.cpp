@@ -1,0 +1,337 @@
+#include "platform/testing/memory_files.h"
+
+#include <cstdio>
+#include <numeric>
+
+#include "platform/os/path.h"
+#include "platform/testing/memory_file.h"
+#include "platform/testing/memory_node.h"
+
+namespace platform::testing {
+
+namespace {
+
+using NodePointer = std::shared_ptr<MemoryNode>;
+
+constexpr std::string_view kForbidden = "<>:\"|?*";
+
+// The components of a path behind its drive, and the drive as the first of them.
+std::vector<std::string> Components(std::string_view path, unsigned codePage) {
+    std::vector<std::string> components{"C:"};
+    if (path.size() >= 2 && path[1] == ':') {
+        components[0] = path.substr(0, 2);
+        path.remove_prefix(2);
+    }
+    std::string current;
+    const auto finish = [&] {
+        if (current == "..") {
+            if (components.size() > 1) components.pop_back();
+        } else if (!current.empty() && current != ".") {
+            components.push_back(current);
+        }
+        current.clear();
+    };
+    for (std::size_t i = 0; i < path.size(); ++i) {
+        if (IsLeadByte(static_cast<unsigned char>(path[i]), codePage) && i + 1 < path.size()) {
+            current += path.substr(i++, 2);
+        } else if (path[i] == '\\' || path[i] == '/') {
+            finish();
+        } else {
+            current += path[i];
+        }
+    }
+    finish();
+    return components;
+}
+
+NodePointer Child(const MemoryNode& folder, std::string_view name) {
+    for (const auto& child : folder.children) {
+        if (SameName(child->name, name) ||
+            (!child->shortName.empty() && SameName(child->shortName, name))) {
+            return child;
+        }
+    }
+    return nullptr;
+}
+
+NodePointer AddChild(MemoryNode& folder, std::string_view name, bool isFolder) {
+    auto node = std::make_shared<MemoryNode>();
+    node->name = name;
+    node->isFolder = isFolder;
+    folder.children.push_back(node);
+    return node;
+}
+
+std::uint64_t BytesBelow(const MemoryNode& node) {
+    return std::accumulate(
+        node.children.begin(), node.children.end(), std::uint64_t{node.content.size()},
+        [](std::uint64_t sum, const NodePointer& child) { return sum + BytesBelow(*child); });
+}
+
+template <class Visit>
+void ForEachFile(const MemoryNode& folder, const std::string& path, const Visit& visit) {
+    for (const auto& child : folder.children) {
+        const std::string childPath = path.empty() ? child->name : path + "\\" + child->name;
+        if (child->isFolder) {
+            ForEachFile(*child, childPath, visit);
+        } else {
+            visit(*child, childPath);
+        }
+    }
+}
+
+void Detach(MemoryNode& folder, const NodePointer& node) {
+    std::erase(folder.children, node);
+}
+
+Failure Fail(ErrorCode code, std::string_view path) {
+    return Failure{code, std::string(path)};
+}
+
+}  // namespace
+
+// Where a path leads: its folder (null if there is none), the last name, and what is there.
+struct MemoryFiles::Place {
+    NodePointer folder, node;
+    std::string name;
+
+    bool IsUsableName() const { return name.find_first_of(kForbidden) == std::string::npos; }
+};
+
+MemoryFiles::MemoryFiles(unsigned codePage)
+    : m_codePage(codePage), m_root(std::make_shared<MemoryNode>()) {
+    m_root->isFolder = true;
+    AddChild(*m_root, "C:", true);
+    m_time = std::chrono::system_clock::from_time_t(1'000'000'000);
+}
+
+MemoryFiles::~MemoryFiles() = default;
+
+MemoryFiles::Place MemoryFiles::Find(std::string_view path) const {
+    if (path.empty()) return {};
+    const auto components = Components(path, m_codePage);
+    Place place{m_root, nullptr, components.front()};
+    place.node = Child(*m_root, components.front());
+    for (std::size_t i = 1; i < components.size(); ++i) {
+        place.folder = place.node && place.node->isFolder ? place.node : nullptr;
+        place.name = components[i];
+        place.node = place.folder ? Child(*place.folder, place.name) : nullptr;
+    }
+    return place;
+}
+
+void MemoryFiles::MakeFolders(std::string_view path) {
+    NodePointer folder = m_root;
+    for (const auto& name : Components(path, m_codePage)) {
+        NodePointer child = Child(*folder, name);
+        folder = child ? child : AddChild(*folder, name, true);
+    }
+}
+
+void MemoryFiles::Put(std::string_view path, std::string_view content) {
+    const auto last = LastSeparator(path, m_codePage);
+    MakeFolders(path.substr(0, last == std::string_view::npos ? 0 : last + 1));
+    Place place = Find(path);
+    if (!place.node) place.node = AddChild(*place.folder, place.name, false);
+    place.node->content = place.node->durable = content;
+    Touch(*place.node);
+}
+
+std::optional<std::string> MemoryFiles::Get(std::string_view path) const {
+    const Place place = Find(path);
+    if (!place.node || place.node->isFolder) return std::nullopt;
+    return place.node->content;
+}
+
+void MemoryFiles::SetReadOnly(std::string_view path, bool readOnly) {
+    Find(path).node->isReadOnly = readOnly;
+}
+
+void MemoryFiles::SetModified(std::string_view path, std::chrono::system_clock::time_point time) {
+    Find(path).node->modified = time;
+}
+
+void MemoryFiles::SetShortName(std::string_view path, std::string_view name) {
+    Find(path).node->shortName = name;
+}
+
+void MemoryFiles::Crash() {
+    const auto copyTree = [](const auto& self, const MemoryNode& node) -> NodePointer {
+        auto copy = std::make_shared<MemoryNode>(node);
+        copy->content = copy->durable;
+        copy->opens.clear();
+        for (auto& child : copy->children) child = self(self, *child);
+        return copy;
+    };
+    m_root = copyTree(copyTree, *m_root);
+}
+
+std::vector<std::string> MemoryFiles::AllFiles() const {
+    std::vector<std::string> paths;
+    ForEachFile(*m_root, "",
+                [&](const MemoryNode&, const std::string& path) { paths.push_back(path); });
+    return paths;
+}
+
+std::uint64_t MemoryFiles::UsedBytes() const {
+    return BytesBelow(*m_root);
+}
+
+// Brings a file to `size` bytes, as far as the disk reaches.
+Status MemoryFiles::Grow(MemoryNode& node, std::uint64_t size) {
+    std::uint64_t possible = size;
+    if (m_limit && size > node.content.size()) {
+        const std::uint64_t used = UsedBytes();
+        const std::uint64_t room = *m_limit > used ? *m_limit - used : 0;
+        possible = std::min<std::uint64_t>(size, node.content.size() + room);
+    }
+    node.content.resize(static_cast<std::size_t>(possible));
+    if (possible < size) return Failure{ErrorCode::kNoSpace, node.name};
+    return {};
+}
+
+void MemoryFiles::Touch(MemoryNode& node) {
+    m_time += std::chrono::seconds(1);
+    node.modified = m_time;
+}
+
+Result<std::unique_ptr<File>> MemoryFiles::Open(std::string_view path, OpenMode mode, Share share) {
+    Place place = Find(path);
+    if (!place.folder) return Fail(ErrorCode::kNotFound, path);
+    if (!place.IsUsableName() && !place.node) return Fail(ErrorCode::kInvalidArgument, path);
+    const bool mayCreate = mode != OpenMode::kRead && mode != OpenMode::kReadWrite;
+    if (!place.node && !mayCreate) return Fail(ErrorCode::kNotFound, path);
+    if (place.node && mode == OpenMode::kCreateNew) return Fail(ErrorCode::kAlreadyExists, path);
+    if (place.node && place.node->isFolder) return Fail(ErrorCode::kAccessDenied, path);
+    const MemoryAccess access{mode != OpenMode::kRead, share == Share::kNone,
+                              share != Share::kReadWrite};
+    if (!place.node) {
+        place.node = AddChild(*place.folder, place.name, false);
+        Touch(*place.node);
+    } else {
+        if (access.write && place.node->isReadOnly) return Fail(ErrorCode::kAccessDenied, path);
+        if (!place.node->IsFree(access)) return Fail(ErrorCode::kSharingViolation, path);
+    }
+    if (mode == OpenMode::kCreate) {
+        place.node->content.clear();
+        Touch(*place.node);
+    }
+    return std::unique_ptr<File>(
+        std::make_unique<MemoryFile>(*this, place.node, std::string(path), access));
+}
+
+Result<FileInfo> MemoryFiles::Stat(std::string_view path) {
+    const Place place = Find(path);
+    if (!place.node) return Fail(ErrorCode::kNotFound, path);
+    return FileInfo{place.node->content.size(), place.node->modified, place.node->isFolder,
+                    place.node->isReadOnly};
+}
+
+Result<std::vector<FolderEntry>> MemoryFiles::List(std::string_view folder,
+                                                   std::string_view pattern) {
+    const Place place = Find(folder);
+    if (!place.node || !place.node->isFolder) return Fail(ErrorCode::kNotFound, folder);
+    std::vector<FolderEntry> entries;
+    for (const auto& child : place.node->children) {
+        if (MatchesPattern(child->name, pattern)) {
+            entries.push_back({child->name, child->isFolder});
+        }
+    }
+    return entries;
+}
+
+Status MemoryFiles::Delete(std::string_view path) {
+    const Place place = Find(path);
+    if (!place.node) return Fail(ErrorCode::kNotFound, path);
+    if (place.node->isFolder || place.node->isReadOnly) {
+        return Fail(ErrorCode::kAccessDenied, path);
+    }
+    if (!place.node->opens.empty()) return Fail(ErrorCode::kSharingViolation, path);
+    Detach(*place.folder, place.node);
+    return {};
+}
+
+Status MemoryFiles::Copy(std::string_view from, std::string_view to) {
+    auto source = Open(from, OpenMode::kRead, Share::kReadWrite);
+    if (!source) return source.Error();
+    const std::string content = Find(from).node->content;
+    if (Find(from).node == Find(to).node) return Fail(ErrorCode::kSharingViolation, to);
+    auto target = Open(to, OpenMode::kCreate, Share::kNone);
+    if (!target) return target.Error();
+    return (*target)->Write(content);
+}
+
+Status MemoryFiles::Move(std::string_view from, std::string_view to) {
+    const Place source = Find(from), target = Find(to);
+    if (!source.node) return Fail(ErrorCode::kNotFound, from);
+    if (!target.folder) return Fail(ErrorCode::kNotFound, to);
+    if (target.node && target.node != source.node) return Fail(ErrorCode::kAlreadyExists, to);
+    if (!target.IsUsableName()) return Fail(ErrorCode::kInvalidArgument, to);
+    if (!source.node->opens.empty()) return Fail(ErrorCode::kSharingViolation, from);
+    Detach(*source.folder, source.node);
+    source.node->name = target.name;
+    target.folder->children.push_back(source.node);
+    return {};
+}
+
+Status MemoryFiles::Replace(std::string_view from, std::string_view to) {
+    const Place source = Find(from), target = Find(to);
+    if (!source.node || source.node->isFolder) return Fail(ErrorCode::kNotFound, from);
+    if (!target.node) return Fail(ErrorCode::kNotFound, to);
+    if (target.node->isFolder || target.node->isReadOnly) return Fail(ErrorCode::kAccessDenied, to);
+    if (!target.node->opens.empty()) return Fail(ErrorCode::kSharingViolation, to);
+    if (!source.node->opens.empty()) return Fail(ErrorCode::kSharingViolation, from);
+    Detach(*source.folder, source.node);
+    target.node->content = source.node->content;
+    target.node->durable = source.node->durable;
+    target.node->modified = source.node->modified;
+    return {};
+}
+
+Status MemoryFiles::CreateFolder(std::string_view path) {
+    const Place place = Find(path);
+    if (!place.folder) return Fail(ErrorCode::kNotFound, path);
+    if (place.node) return Fail(ErrorCode::kAlreadyExists, path);
+    if (!place.IsUsableName()) return Fail(ErrorCode::kInvalidArgument, path);
+    AddChild(*place.folder, place.name, true);
+    return {};
+}
+
+Status MemoryFiles::RemoveFolder(std::string_view path) {
+    const Place place = Find(path);
+    if (!place.node || !place.node->isFolder) return Fail(ErrorCode::kNotFound, path);
+    if (!place.node->children.empty() || place.folder == m_root) {
+        return Fail(ErrorCode::kAccessDenied, path);
+    }
+    Detach(*place.folder, place.node);
+    return {};
+}
+
+Result<std::string> MemoryFiles::ShortPath(std::string_view path) {
+    const Place place = Find(path);
+    if (!place.node) return Fail(ErrorCode::kNotFound, path);
+    if (place.node->shortName.empty()) return std::string(path);
+    const auto last = LastSeparator(path, m_codePage);
+    const auto folder = last == std::string_view::npos ? "" : path.substr(0, last + 1);
+    return std::string(folder) + place.node->shortName;
+}
+
+Result<std::string> MemoryFiles::TempFolder() {
+    MakeFolders("C:\\temp");
+    return std::string("C:\\temp\\");
+}
+
+Result<std::string> MemoryFiles::CreateTempFile(std::string_view folder, std::string_view prefix) {
+    std::string base(folder);
+    if (base.empty() || LastSeparator(base, m_codePage) + 1 != base.size()) base += '\\';
+    for (;;) {
+        char number[16];
+        std::snprintf(number, sizeof number, "%X", m_nextTempNumber++);
+        const std::string path = base + std::string(prefix.substr(0, 3)) + number + ".tmp";
+        auto file = Open(path, OpenMode::kCreateNew, Share::kNone);
+        if (file) return path;
+        if (file.Error().code != ErrorCode::kAlreadyExists) return file.Error();
+    }
+}
+
+}  // namespace platform::testing

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/os/files.h"
+
+namespace platform::testing {
+
+struct MemoryNode;
+
+// A file system in memory with Windows paths: names without regard to case (of ASCII letters),
+// sharing modes held, folders listed in the order in which things were made. The current folder
+// is C:\. Each change of a file is one second later than the one before. Every change of names is
+// durable at once; content only when it is flushed.
+class MemoryFiles : public Files {
+  public:
+    explicit MemoryFiles(unsigned codePage = 1252);
+    ~MemoryFiles() override;
+
+    // Makes the file durable, with its folders and drive, or replaces its content.
+    void Put(std::string_view path, std::string_view content);
+    // Nothing if there is no such file.
+    std::optional<std::string> Get(std::string_view path) const;
+    void MakeFolders(std::string_view path);
+    void SetReadOnly(std::string_view path, bool readOnly = true);
+    void SetModified(std::string_view path, std::chrono::system_clock::time_point time);
+    // Gives a file a second name, which every operation finds too.
+    void SetShortName(std::string_view path, std::string_view name);
+    // A write that makes all contents together larger fails with kNoSpace after what fits.
+    void LimitDisk(std::optional<std::uint64_t> bytes) { m_limit = bytes; }
+    // Unflushed content is lost; files that are open stay usable, but belong to nobody's disk.
+    void Crash();
+    // The paths of all files, folder by folder, for seeing what was left behind.
+    std::vector<std::string> AllFiles() const;
+    int OpenCount() const { return m_openCount; }
+
+    Result<std::unique_ptr<File>> Open(std::string_view path, OpenMode mode, Share share) override;
+    Result<FileInfo> Stat(std::string_view path) override;
+    Result<std::vector<FolderEntry>> List(std::string_view folder,
+                                          std::string_view pattern) override;
+    Status Delete(std::string_view path) override;
+    Status Copy(std::string_view from, std::string_view to) override;
+    Status Move(std::string_view from, std::string_view to) override;
+    Status Replace(std::string_view from, std::string_view to) override;
+    Status CreateFolder(std::string_view path) override;
+    Status RemoveFolder(std::string_view path) override;
+    Result<std::string> ShortPath(std::string_view path) override;
+    Result<std::string> TempFolder() override;
+    Result<std::string> CreateTempFile(std::string_view folder, std::string_view prefix) override;
+    char Separator() const override { return '\\'; }
+
+  private:
+    friend class MemoryFile;
+    struct Place;
+
+    Place Find(std::string_view path) const;
+    std::uint64_t UsedBytes() const;
+    Status Grow(MemoryNode& node, std::uint64_t size);
+    void Touch(MemoryNode& node);
+
+    unsigned m_codePage;
+    std::shared_ptr<MemoryNode> m_root;
+    std::optional<std::uint64_t> m_limit;
+    std::chrono::system_clock::time_point m_time;
+    unsigned m_nextTempNumber = 1;
+    int m_openCount = 0;
+};
+
+}  // namespace platform::testing

@@ -1,0 +1,61 @@
+#include "platform/testing/memory_registry.h"
+
+#include "platform/testing/memory_node.h"
+
+namespace platform::testing {
+
+namespace {
+
+std::string Folded(std::string_view text) {
+    std::string folded(text);
+    for (char& letter : folded) letter = Lower(letter);
+    return folded;
+}
+
+}  // namespace
+
+MemoryRegistry::Name MemoryRegistry::MakeName(RegistryRoot root, std::string_view key,
+                                              std::string_view value) {
+    return {root, Folded(key), Folded(value)};
+}
+
+Result<std::string> MemoryRegistry::ReadText(RegistryRoot root, std::string_view key,
+                                             std::string_view value) {
+    const auto found = m_values.find(MakeName(root, key, value));
+    if (found == m_values.end() || found->second.index() != 0) {
+        return Failure{ErrorCode::kNotFound, std::string(key)};
+    }
+    return std::get<std::string>(found->second);
+}
+
+Result<std::uint32_t> MemoryRegistry::ReadNumber(RegistryRoot root, std::string_view key,
+                                                 std::string_view value) {
+    const auto found = m_values.find(MakeName(root, key, value));
+    if (found == m_values.end() || found->second.index() != 1) {
+        return Failure{ErrorCode::kNotFound, std::string(key)};
+    }
+    return std::get<std::uint32_t>(found->second);
+}
+
+Status MemoryRegistry::Store(RegistryRoot root, std::string_view key, std::string_view value,
+                             std::variant<std::string, std::uint32_t> content) {
+    if (refuseWrites) return Failure{ErrorCode::kAccessDenied, std::string(key)};
+    m_values[MakeName(root, key, value)] = std::move(content);
+    return {};
+}
+
+Status MemoryRegistry::WriteText(RegistryRoot root, std::string_view key, std::string_view value,
+                                 std::string_view text) {
+    return Store(root, key, value, std::string(text));
+}
+
+Status MemoryRegistry::WriteNumber(RegistryRoot root, std::string_view key, std::string_view value,
+                                   std::uint32_t number) {
+    return Store(root, key, value, number);
+}
+
+void MemoryRegistry::Remove(RegistryRoot root, std::string_view key, std::string_view value) {
+    m_values.erase(MakeName(root, key, value));
+}
+
+}  // namespace platform::testing

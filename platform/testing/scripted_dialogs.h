@@ -1,0 +1,72 @@
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/os/dialogs.h"
+
+namespace platform::testing {
+
+// A running dialog without a screen. A script plays the user: it sets texts and clicks.
+class ScriptedView : public DialogView {
+  public:
+    struct Control {
+        ControlKind kind = ControlKind::kLabel;
+        std::string text;
+        bool checked = false;
+        bool enabled = true;
+        int lowest = 0, highest = 0;
+    };
+
+    ScriptedView(const DialogTemplate& dialog, DialogLogic& logic);
+
+    // Presses a button, or switches a check box and tells the logic. A disabled control and an
+    // ended dialog take no click.
+    void Click(int control);
+
+    void SetTitle(std::string_view text) override { title = text; }
+    void SetText(int control, std::string_view text) override { controls[control].text = text; }
+    std::string Text(int control) override { return controls[control].text; }
+    void SetChecked(int control, bool checked) override { controls[control].checked = checked; }
+    bool IsChecked(int control) override { return controls[control].checked; }
+    void Enable(int control, bool enabled) override { controls[control].enabled = enabled; }
+    void SetRange(int spin, int lowest, int highest) override;
+    void End(int value) override { result = value; }
+
+    std::string title;
+    std::map<int, Control> controls;
+    std::optional<int> result;  // set when the dialog has ended
+
+  private:
+    DialogLogic& m_logic;
+};
+
+// Dialogs answered by a script, in order; what is not answered is cancelled.
+class ScriptedDialogs : public Dialogs {
+  public:
+    struct Message {
+        std::string text, title;
+        MessageIcon icon = MessageIcon::kNone;
+        bool operator==(const Message&) const = default;
+    };
+
+    // Names typed into open-file dialogs. A name that the dialog refuses is followed by the next
+    // one in the same dialog; no value cancels.
+    std::deque<std::optional<std::string>> fileAnswers;
+    std::deque<std::function<void(ScriptedView&)>> modalScripts;
+
+    std::vector<Message> messages;
+    std::vector<OpenFileRequest> fileRequests;
+    std::vector<int> modalTemplates;
+
+    void ShowMessage(const std::string& text, const std::string& title, MessageIcon icon) override;
+    std::optional<std::string> OpenFile(const OpenFileRequest& request) override;
+    int RunModal(const DialogTemplate& dialog, DialogLogic& logic) override;
+};
+
+}  // namespace platform::testing

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "platform/os/system.h"
+#include "platform/testing/fake_libraries.h"
+#include "platform/testing/fake_processes.h"
+#include "platform/testing/faulty_files.h"
+#include "platform/testing/fixed_clock.h"
+#include "platform/testing/memory_files.h"
+#include "platform/testing/memory_registry.h"
+#include "platform/testing/scripted_dialogs.h"
+
+namespace platform::testing {
+
+// A whole machine in memory. The system sees the memory files through the faulty ones, so that a
+// test sets faults at `faults` and looks at the disk in `files`.
+class TestSystem {
+  public:
+    explicit TestSystem(unsigned codePage = 1252) : files(codePage) {
+        processes.codePage = codePage;
+        libraries.codePage = codePage;
+    }
+    TestSystem(const TestSystem&) = delete;
+    TestSystem& operator=(const TestSystem&) = delete;
+
+    MemoryFiles files;
+    FaultyFiles faults{files};
+    MemoryRegistry registry;
+    FakeProcesses processes;
+    FakeLibraries libraries;
+    ScriptedDialogs dialogs;
+    FixedClock clock;
+    System system{faults, registry, processes, libraries, dialogs, clock};
+};
+
+}  // namespace platform::testing
