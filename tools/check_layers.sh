@@ -1,0 +1,116 @@
+#!/bin/bash
+# Fails if a source file includes what its folder must not know, or asks which system it runs on.
+#
+#   tools/check_layers.sh [ROOT]
+#
+# Each line of the table below names a folder (the longest match of a file's path counts) and the
+# folders whose headers its files may include; a folder always sees itself.
+set -euo pipefail
+cd "${1:-$(dirname "$0")/..}"
+
+read -r -d '' layers << 'END' || true
+platform/os          -
+platform/mfc         platform/os
+platform/kvutil      platform/os platform/mfc frame/interface/result_codes.h
+platform/posix       platform/os
+platform/windows     platform/os
+platform/testing     platform/os
+integration/locate   platform/os platform/mfc platform/kvutil
+mapi                 platform/os platform/mfc platform/kvutil frame/interface
+frame/interface      platform/mfc
+frame                platform/os platform/mfc platform/kvutil mapi integration/locate
+frame/exports.cpp    frame addressbook mailstore platform/os platform/mfc platform/kvutil
+integration/dialogs  frame platform/os platform/mfc platform/kvutil
+addressbook          frame mapi integration platform/os platform/mfc platform/kvutil
+mailstore            frame mapi integration platform/os platform/mfc platform/kvutil
+eumapi               mailstore platform/os platform/mfc platform/kvutil
+host                 frame/interface platform/os platform/mfc platform/kvutil
+docs                 frame/interface platform/os platform/mfc platform/kvutil
+tests                *
+fuzz                 *
+benchmarks           *
+END
+
+# The headers of the C++ library; every other <header> belongs to a system or to a package.
+standard=" algorithm any array atomic barrier bit bitset cassert cctype cerrno cfenv cfloat charconv
+chrono cinttypes climits clocale cmath codecvt compare complex concepts condition_variable coroutine
+csetjmp csignal cstdarg cstddef cstdint cstdio cstdlib cstring ctime cuchar cwchar cwctype deque
+exception execution filesystem forward_list fstream functional future initializer_list iomanip ios
+iosfwd iostream istream iterator latch limits list locale map memory memory_resource mutex new
+numbers numeric optional ostream queue random ranges ratio regex scoped_allocator semaphore set
+shared_mutex source_location span sstream stack stdexcept stop_token streambuf string string_view
+strstream syncstream system_error thread tuple type_traits typeindex typeinfo unordered_map
+unordered_set utility valarray variant vector version "
+
+find . \( -path ./build -o -path './build-*' -o -path ./.git \) -prune -o \
+    \( -name '*.cpp' -o -name '*.h' \) -printf '%P\n' | LC_ALL=C sort |
+    LAYERS=$layers STANDARD=$standard awk '
+function fail(why) {
+    printf "%s:%d: %s\n", file, number, why
+    failures++
+}
+function begins(path, folder) {
+    return path == folder || index(path, folder "/") == 1
+}
+# What a file outside the C++ library may be included as <...>, by the place of the including file.
+function packageAllowed(header) {
+    if (native) return 1
+    if (header ~ /^(gtest|gmock)\//) return file ~ /^(tests|fuzz)\//
+    if (header ~ /^benchmark\//) return file ~ /^benchmarks\//
+    if (header ~ /^(CLI\/|nlohmann\/|SQLiteCpp\/|toml\+\+\/|newt\.h$|sqlite3\.h$)/)
+        return file ~ /^(host|tests\/host|tests\/end_to_end|fuzz)\//
+    return 0
+}
+function check(    folder, best, count, i, allowed, header, ok) {
+    best = ""
+    for (folder in layer)
+        if (begins(file, folder) && length(folder) > length(best)) best = folder
+    if (best == "") {
+        number = 1
+        fail("the folder has no line in tools/check_layers.sh")
+        return
+    }
+    native = file ~ /(^|\/)(posix|windows)(\/|[_.])/ || file ~ /_(posix|windows)[_.]/
+    # Where a library says what it exports, the compiler must be asked.
+    exporting = file == "platform/kvutil/kvutil.h" || file ~ /^(frame|eumapi)\/exports[_.]/
+    count = split(layer[best], allowed, " ")
+    number = 0
+    while ((getline line < file) > 0) {
+        number++
+        if (line ~ /_WIN32|_WIN64|__MINGW|__linux__|__unix__|_MSC_VER/ && !native && !exporting)
+            fail("asks for the system; that belongs into platform/posix and platform/windows")
+        if (match(line, /^[ \t]*#[ \t]*include[ \t]*<[^>]*>/)) {
+            header = substr(line, RSTART, RLENGTH)
+            gsub(/^.*<|>$/, "", header)
+            if (index(standard, " " header " ") == 0 && !packageAllowed(header))
+                fail("<" header "> is a system or package header that this folder must not use")
+        } else if (match(line, /^[ \t]*#[ \t]*include[ \t]*"[^"]*"/)) {
+            header = substr(line, RSTART, RLENGTH)
+            gsub(/^[^"]*"|"$/, "", header)
+            ok = begins(header, best) || layer[best] == "*"
+            for (i = 1; i <= count && !ok; i++) ok = begins(header, allowed[i])
+            if (!ok) fail(best " must not include " header)
+        }
+    }
+    close(file)
+}
+BEGIN {
+    standard = ENVIRON["STANDARD"]
+    gsub(/[ \n]+/, " ", standard)
+    rows = split(ENVIRON["LAYERS"], row, "\n")
+    for (r = 1; r <= rows; r++) {
+        name = row[r]
+        sub(/ .*/, "", name)
+        sub(/^[^ ]+ +/, "", row[r])
+        layer[name] = row[r]
+    }
+}
+{
+    file = $0
+    files++
+    check()
+}
+END {
+    printf "%d files, %d faults\n", files, failures
+    exit failures > 0 || files == 0
+}'

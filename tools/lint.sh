@@ -1,0 +1,33 @@
+#!/bin/bash
+# Form and rules: clang-format, the layers of the folders, the man page, clang-tidy.
+# LINT_TIDY=off leaves the last one out, LINT_TIDY=all takes the tests into it.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+build=${BUILD:-build}
+
+mapfile -t sources < <(git ls-files '*.cpp' '*.h')
+echo "clang-format: ${#sources[@]} files"
+clang-format --dry-run -Werror "${sources[@]}"
+
+echo -n "layers: "
+tools/check_layers.sh
+
+if [[ -f docs/kvsync.1 ]]; then
+    echo "man page: docs/kvsync.1"
+    warnings=$(groff -man -Tutf8 -ww -z docs/kvsync.1 2>&1)
+    if [[ -n $warnings ]]; then
+        echo "$warnings"
+        exit 1
+    fi
+fi
+
+if [[ ${LINT_TIDY:-on} != off ]]; then
+    pattern='\.cpp$'
+    [[ ${LINT_TIDY:-on} == all ]] || pattern='^(addressbook|frame|host|integration|mapi|platform)/.*\.cpp$'
+    mapfile -t units < <(git ls-files | grep -E "$pattern" | grep -v '^platform/windows/')
+    echo "clang-tidy: ${#units[@]} files"
+    printf '%s\0' "${units[@]}" |
+        xargs -0 -n 4 -P "$(nproc)" clang-tidy -p "$build" --quiet --warnings-as-errors='*' 2> \
+            >(grep -vE '^[0-9]+ warnings? (generated|treated)|^Suppressed|^Use -header-filter' >&2)
+fi
+echo "lint: no findings"
