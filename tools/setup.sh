@@ -24,8 +24,9 @@ packages() {
 
 wanted=()
 for group in "$@"; do
-    # shellcheck disable=SC2207
-    wanted+=($(packages "$group"))
+    names=$(packages "$group")
+    read -r -a group_packages <<< "$names"
+    wanted+=("${group_packages[@]}")
 done
 
 if ! command -v dpkg-query > /dev/null; then
