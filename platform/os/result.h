@@ -19,6 +19,10 @@ enum class ErrorCode {
     kNotSupported,
     kCorrupt,
     kIo,
+    // The context is a whole line for a person, with the way out: nothing was touched (kRefused),
+    // or the operation began and did not succeed (kFailed).
+    kRefused,
+    kFailed,
 };
 
 // Why an operation failed: what kind of failure, of which thing (a path, a key: the name that a

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "frame/interface/host_records.h"
+#include "host/module/translator_session.h"
+
+namespace host {
+
+// Keeps what BatchUpdate tells.
+class CollectingSink : public CRBatchSink {
+  public:
+    void Reserved() override {}
+    void RecordStored(const char* id, const char* /*sameId*/, const char* modifiedInfo) override {
+        report.stored.push_back({id, modifiedInfo});
+    }
+    void RecordDeleted(const char* id) override { report.deleted.emplace_back(id); }
+
+    BatchReport report;
+};
+
+}  // namespace host

@@ -1,0 +1,90 @@
+#include "host/module/translator_host.h"
+
+#include <cstring>
+
+#include "host/module/exit_code.h"
+#include "host/module/native_path.h"
+
+namespace host {
+
+namespace {
+
+constexpr int kMessageSize = 512;
+
+tagRENVSETTINGS EnvSettings(const InitTexts& texts) {
+    return {texts.envDir.c_str(), ""};
+}
+
+tagRTRANSSETTINGS TransSettings(const InitTexts& texts) {
+    return {0, texts.settingsDir.c_str(), "", texts.altLanguage.c_str()};
+}
+
+}  // namespace
+
+platform::Result<std::unique_ptr<TranslatorHost>> TranslatorHost::Load(const InitTexts& texts) {
+    auto path = ModuleLibrary::Find();
+    if (!path) return path.Error();
+    auto library = ModuleLibrary::Load(*path);
+    if (!library) return library.Error();
+    return std::unique_ptr<TranslatorHost>(new TranslatorHost(*std::move(library), texts));
+}
+
+platform::Result<std::unique_ptr<TranslatorHost>> TranslatorHost::Start(const InitTexts& texts) {
+    auto host = Load(texts);
+    if (!host) return host.Error();
+    std::string message;
+    if ((*host)->Init(texts.language, message) != RRC_OK) {
+        if (message.empty()) {
+            return Refused(
+                "no language bundle kvlEUD*.dll is beside the translator library: "
+                "install kvsync completely");
+        }
+        return Refused("the translator cannot start: " + ToUtf8(message) +
+                       " (kvsync doctor tells more)");
+    }
+    return host;
+}
+
+TranslatorHost::~TranslatorHost() {
+    if (m_initialised) Uninit();
+}
+
+RRETURNCODE TranslatorHost::Init(const std::string& language, std::string& message) {
+    tagRENVSETTINGS env = EnvSettings(m_texts);
+    tagRTRANSSETTINGS settings = TransSettings(m_texts);
+    RWORD word = 0;
+    char buffer[kMessageSize] = {};
+    const RRETURNCODE code = m_library->InitTranslatorEx(&env, &settings, language.c_str(), &word,
+                                                         &m_util, buffer, kMessageSize);
+    message.assign(buffer, strnlen(buffer, kMessageSize));
+    m_initialised = m_initialised || code == RRC_OK;
+    return code;
+}
+
+RRETURNCODE TranslatorHost::Uninit() {
+    m_initialised = false;
+    return m_library->UninitTranslator();
+}
+
+RRETURNCODE TranslatorHost::RemoveTranslator() {
+    tagRENVSETTINGS env = EnvSettings(m_texts);
+    tagRTRANSSETTINGS settings = TransSettings(m_texts);
+    char buffer[kMessageSize] = {};
+    return m_library->RemoveTranslator(env, settings, buffer, kMessageSize);
+}
+
+int TranslatorHost::SelfDiagnose() {
+    tagRTRANSSETTINGS settings = TransSettings(m_texts);
+    char buffer[kMessageSize] = {};
+    return m_library->SelfDiagnose(&settings, buffer, kMessageSize);
+}
+
+RRETURNCODE TranslatorHost::NewTranslator(unsigned long kind,
+                                          std::unique_ptr<CRRecordTranslator>& translator) {
+    CRRecordTranslator* made = nullptr;
+    const RRETURNCODE code = m_library->GetTranslatorObject(kind, 0, &made);
+    translator.reset(made);
+    return code == RRC_OK && made == nullptr ? RRC_FAILED : code;
+}
+
+}  // namespace host

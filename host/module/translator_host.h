@@ -1,0 +1,53 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "frame/interface/translators.h"
+#include "host/module/module_library.h"
+#include "platform/os/result.h"
+
+namespace host {
+
+// What InitTranslatorEx is told; texts in the system code page, paths Windows paths.
+struct InitTexts {
+    std::string settingsDir;  // settings files, and first choice for the language bundles
+    std::string envDir;       // second choice for the language bundles
+    std::string language;     // EN, DE, FR, ES, IT, PT, JP
+    std::string altLanguage;
+};
+
+// The translator module, loaded and initialised; one at a time in a process. Translators and
+// sessions made from it must be gone before it is.
+class TranslatorHost {
+  public:
+    // Loads the library of this program and initialises it. kRefused, with the module's own reason,
+    // if Eudora or a language bundle is missing.
+    static platform::Result<std::unique_ptr<TranslatorHost>> Start(const InitTexts& texts);
+    // Only loads it.
+    static platform::Result<std::unique_ptr<TranslatorHost>> Load(const InitTexts& texts);
+    ~TranslatorHost();
+    TranslatorHost(const TranslatorHost&) = delete;
+    TranslatorHost& operator=(const TranslatorHost&) = delete;
+
+    // Gives the module's code; `message` gets its text (system code page), empty if there is none.
+    RRETURNCODE Init(const std::string& language, std::string& message);
+    RRETURNCODE Uninit();
+    RRETURNCODE RemoveTranslator();
+    int SelfDiagnose();
+    // The object that the module makes for the data kind (1 address book, 20 mail).
+    RRETURNCODE NewTranslator(unsigned long kind, std::unique_ptr<CRRecordTranslator>& translator);
+
+    CEudoraTransUtil* Util() const { return m_util; }
+
+  private:
+    TranslatorHost(std::unique_ptr<ModuleLibrary> library, InitTexts texts)
+        : m_library(std::move(library)), m_texts(std::move(texts)) {}
+
+    std::unique_ptr<ModuleLibrary> m_library;
+    InitTexts m_texts;
+    CEudoraTransUtil* m_util = nullptr;
+    bool m_initialised = false;
+};
+
+}  // namespace host

@@ -1,0 +1,227 @@
+#include "host/module/translator_session.h"
+
+#include <algorithm>
+
+#include "host/module/batch_sink.h"
+#include "host/module/exit_code.h"
+#include "host/module/native_path.h"
+#include "platform/kvutil/kvutil.h"
+
+namespace host {
+
+namespace {
+
+constexpr unsigned long kTextType = 4;
+
+// Shows the values of a record to IsOkToSetRecord. The cells are pointers to texts.
+struct ShownValues {
+    explicit ShownValues(const std::vector<TextValue>& shown) : values(shown) {
+        for (const TextValue& value : values) cells.push_back(value.text.c_str());
+    }
+
+    static RRETURNCODE Show(void* context, const char* fieldId, void** cell, unsigned long* type,
+                            BOOL* hasField) {
+        auto& self = *static_cast<ShownValues*>(context);
+        const auto found = std::ranges::find(self.values, fieldId, &TextValue::fieldId);
+        *hasField = found != self.values.end() ? 1 : 0;
+        if (*hasField == 0) return RRC_NONE;
+        *type = kTextType;
+        *cell = &self.cells[static_cast<std::size_t>(found - self.values.begin())];
+        return RRC_OK;
+    }
+
+    const std::vector<TextValue>& values;
+    std::vector<const char*> cells;
+};
+
+}  // namespace
+
+TranslatorSession::TranslatorSession(std::unique_ptr<CRRecordTranslator> translator,
+                                     CEudoraTransUtil* util)
+    : m_context(std::make_unique<HostContext>(util)), m_translator(std::move(translator)) {}
+
+TranslatorSession::~TranslatorSession() {
+    if (m_translator != nullptr && m_open) m_translator->Close(0);
+}
+
+platform::Result<TranslatorSession> TranslatorSession::Create(TranslatorHost& host,
+                                                              unsigned long kind) {
+    std::unique_ptr<CRRecordTranslator> translator;
+    if (host.NewTranslator(kind, translator) != RRC_OK) {
+        return Failed("the translator library gives no translator for data kind " +
+                      std::to_string(kind));
+    }
+    return TranslatorSession(std::move(translator), host.Util());
+}
+
+unsigned long TranslatorSession::Properties() {
+    unsigned long properties = 0;
+    m_translator->GetAppProperties(&properties);
+    return properties;
+}
+
+platform::Result<bool> TranslatorSession::Select(std::string& selection, std::string& summary,
+                                                 bool configure) {
+    CString chosen(selection), text;
+    const RRETURNCODE code =
+        m_translator->GetAppInfo(configure ? 1 : 0, m_context.get(), chosen, 0, text, 0);
+    if (code == RRC_CANCELLED) return false;
+    if (code != RRC_OK) return Explain("selecting " + ToUtf8(chosen.Str()));
+    selection = chosen.Str();
+    summary = text.Str();
+    return true;
+}
+
+platform::Status TranslatorSession::SaveSettings(const std::string& selection) {
+    tagRAPPINFO info{0, selection.c_str()};
+    return StatusOf(m_translator->SaveSettings(0, &info, 0), "saving the settings");
+}
+
+platform::Status TranslatorSession::Open(int mode) {
+    const RRETURNCODE code = m_translator->Open(mode, 0, 0, 0, m_context.get(), 0);
+    m_open = m_open || code == RRC_OK;
+    return StatusOf(code, "opening");
+}
+
+platform::Status TranslatorSession::Close(int mode) {
+    m_open = false;
+    return StatusOf(m_translator->Close(mode), "closing");
+}
+
+platform::Result<std::vector<FieldInfo>> TranslatorSession::Fields() {
+    std::vector<FieldInfo> fields;
+    CString id, name;
+    FieldInfo field;
+    RRETURNCODE code =
+        m_translator->GetFirstFieldInfo(id, name, &field.type, &field.tag, &field.ordinal);
+    while (code == RRC_OK) {
+        field.id = id.Str();
+        field.name = name.Str();
+        fields.push_back(field);
+        code = m_translator->GetNextFieldInfo(id, name, &field.type, &field.tag, &field.ordinal);
+    }
+    if (code != RRC_NONE) return Explain("reading the field list");
+    return fields;
+}
+
+platform::Result<bool> TranslatorSession::MoveFirst() {
+    return Found(m_translator->MoveFirst(), RRC_EOF, "going to the first record");
+}
+
+platform::Result<bool> TranslatorSession::MoveNext() {
+    return Found(m_translator->MoveNext(), RRC_EOF, "going to the next record");
+}
+
+platform::Result<bool> TranslatorSession::GoTo(const std::string& id) {
+    return Found(m_translator->GoToRecord(id.c_str()), RRC_NONE, "finding a record");
+}
+
+platform::Result<std::string> TranslatorSession::RecordId() {
+    CString id;
+    if (m_translator->GetRecordID(id) != RRC_OK) return Explain("reading a record's id");
+    return id.Str();
+}
+
+platform::Result<std::string> TranslatorSession::ModifiedInfo() {
+    CString info;
+    if (m_translator->GetModifiedInfo(info) != RRC_OK) return Explain("reading a change marker");
+    return info.Str();
+}
+
+platform::Result<std::optional<std::string>> TranslatorSession::Text(const std::string& fieldId) {
+    char* cell = nullptr;
+    unsigned long type = kTextType;
+    const RRETURNCODE code = m_translator->GetField(fieldId.c_str(), &type, &cell);
+    std::optional<std::string> text;
+    if (cell != nullptr) text = cell;
+    FreeVornString(cell);
+    if (code != RRC_OK) return Explain("reading field " + fieldId);
+    return text;
+}
+
+platform::Result<Verdict> TranslatorSession::Check(const std::vector<TextValue>& values) {
+    ShownValues shown(values);
+    BOOL ok = 0;
+    Verdict verdict;
+    const RRETURNCODE code = m_translator->IsOkToSetRecord(0, &ShownValues::Show, &shown, &ok);
+    verdict.ok = code == RRC_OK || code == RRC_WARNING;
+    verdict.messages = TakeErrors();
+    for (std::string& warning : TakeWarnings()) verdict.messages.push_back(std::move(warning));
+    return verdict;
+}
+
+platform::Status TranslatorSession::BeginAdd() {
+    return StatusOf(m_translator->AddNewRecord(0), "beginning a new record");
+}
+
+platform::Status TranslatorSession::BeginEdit(const std::string& id) {
+    return StatusOf(m_translator->EditRecord(id.c_str()), "editing " + ToUtf8(id));
+}
+
+platform::Status TranslatorSession::SetText(const std::string& fieldId, const std::string& text) {
+    const char* cell = text.c_str();
+    unsigned long type = kTextType;
+    return StatusOf(m_translator->SetField(fieldId.c_str(), &type, &cell),
+                    "setting field " + fieldId);
+}
+
+platform::Result<std::string> TranslatorSession::Store() {
+    CString id, info;
+    if (m_translator->UpdateRecord(id, info) != RRC_OK) return Explain("storing a record");
+    return id.Str();
+}
+
+platform::Status TranslatorSession::Delete(const std::string& id) {
+    return StatusOf(m_translator->DeleteRecord(id.c_str()), "deleting " + ToUtf8(id));
+}
+
+platform::Result<BatchReport> TranslatorSession::BatchUpdate() {
+    CollectingSink sink;
+    if (m_translator->BatchUpdate(&sink) != RRC_OK) return Explain("writing the changes");
+    return std::move(sink.report);
+}
+
+std::vector<std::string> TranslatorSession::TakeErrors() {
+    std::vector<std::string> messages;
+    CString message;
+    for (RRETURNCODE code = m_translator->GetFirstErrorMessage(message); code == RRC_OK;
+         code = m_translator->GetNextErrorMessage(message)) {
+        messages.push_back(ToUtf8(message.Str()));
+    }
+    return messages;
+}
+
+std::vector<std::string> TranslatorSession::TakeWarnings() {
+    std::vector<std::string> messages;
+    CString message;
+    for (RRETURNCODE code = m_translator->GetFirstWarningMessage(message); code == RRC_OK;
+         code = m_translator->GetNextWarningMessage(message)) {
+        messages.push_back(ToUtf8(message.Str()));
+    }
+    return messages;
+}
+
+platform::Failure TranslatorSession::Explain(std::string_view what) {
+    std::string line(what);
+    line += " failed";
+    const char* separator = ": ";
+    for (const std::string& message : TakeErrors()) {
+        line += separator + message;
+        separator = "; ";
+    }
+    return Failed(std::move(line));
+}
+
+platform::Status TranslatorSession::StatusOf(RRETURNCODE code, std::string_view what) {
+    if (code == RRC_OK) return {};
+    return Explain(what);
+}
+
+platform::Result<bool> TranslatorSession::Found(RRETURNCODE code, RRETURNCODE none,
+                                                std::string_view what) {
+    if (code == RRC_OK) return true;
+    if (code == none) return false;
+    return Explain(what);
+}
+
+}  // namespace host

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/os/libraries.h"
+#include "platform/os/result.h"
+
+namespace platform {
+
+// What a program asks of the system about itself, on either side of NativeSystem: paths are native
+// ones, and all texts are UTF-8.
+
+// Loads a code library of the machine itself, without the prefix.
+Result<std::unique_ptr<Library>> LoadNativeLibrary(std::string_view path);
+
+// The full path of the running program; empty if the system does not tell.
+std::string ProgramPath();
+
+// The arguments without the program's name, whatever encoding the system hands them over in.
+std::vector<std::string> ProgramArguments(int argc, char** argv);
+
+// A variable of the environment; nothing if it is not set or empty.
+std::optional<std::string> Environment(const std::string& name);
+Status SetEnvironment(const std::string& name, const std::string& value);
+
+enum class Stream { kInput, kOutput, kError };
+
+bool IsTerminal(Stream stream);
+// Bytes pass through standard input and output unchanged, line ends included.
+void UseBinaryStreams();
+
+// A number of this process that no other running process has.
+unsigned long ProcessNumber();
+
+}  // namespace platform
