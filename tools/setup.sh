@@ -13,7 +13,7 @@ packages() {
                 libsqlite3-dev libsqlitecpp-dev libtomlplusplus-dev nlohmann-json3-dev
             ;;
         lint) echo clang-format clang-tidy groff ;;
-        fuzz) echo clang ;;
+        fuzz) echo clang libclang-rt-14-dev llvm ;;
         windows) echo g++-mingw-w64-x86-64-posix googletest wine wine64 ;;
         *)
             echo "setup.sh: no group '$1'" >&2
