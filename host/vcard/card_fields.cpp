@@ -1,0 +1,254 @@
+#include "host/vcard/card_fields.h"
+
+#include <cstdio>
+#include <functional>
+#include <optional>
+
+#include "host/vcard/address_lines.h"
+#include "host/vcard/card_text.h"
+#include "platform/os/code_page.h"
+
+namespace host {
+
+namespace {
+
+constexpr unsigned kLatin = 1252;
+
+bool IsFax(const Property& property) {
+    return property.HasType("fax");
+}
+
+bool Holds(const Property& property, Field field) {
+    switch (field) {
+        case Field::kNickname:
+            return property.name == "NICKNAME";
+        case Field::kName:
+            return property.name == "FN";
+        case Field::kAddress:
+            return property.name == "ADR";
+        case Field::kPhone:
+            return property.name == "TEL" && !IsFax(property);
+        case Field::kFax:
+            return property.name == "TEL" && IsFax(property);
+        case Field::kEmail:
+            return property.name == "EMAIL";
+        case Field::kNote:
+            return property.name == "NOTE";
+    }
+    return false;
+}
+
+std::optional<std::size_t> FindField(const Card& card, Field field) {
+    const auto& properties = card.Properties();
+    for (std::size_t i = 0; i < properties.size(); ++i) {
+        if (Holds(properties[i], field)) return i;
+    }
+    return std::nullopt;
+}
+
+std::optional<std::size_t> FindName(const Card& card, std::string_view name) {
+    const auto& properties = card.Properties();
+    for (std::size_t i = 0; i < properties.size(); ++i) {
+        if (properties[i].name == name) return i;
+    }
+    return std::nullopt;
+}
+
+// The value in UTF-8 with the transfer forms of older writers undone; still escaped.
+std::string PlainValue(const Property& property) {
+    std::string value = property.value;
+    bool isQuoted = property.HasType("QUOTED-PRINTABLE");
+    if (const Parameter* encoding = property.Find("ENCODING")) {
+        isQuoted = isQuoted || UpperAscii(encoding->values[0]) == "QUOTED-PRINTABLE";
+    }
+    if (isQuoted) {
+        std::string decoded;
+        // A decoded line end is text: as such it stands escaped.
+        for (const char byte : DecodeQuotedPrintable(value)) {
+            if (byte == '\n') decoded += "\\n";
+            if (byte != '\n' && byte != '\r') decoded += byte;
+        }
+        value = std::move(decoded);
+    }
+    if (const Parameter* charset = property.Find("CHARSET")) {
+        const std::string name = UpperAscii(charset->values[0]);
+        if (name == "ISO-8859-1" || name == "WINDOWS-1252") {
+            value = platform::ToUtf8(value, kLatin);
+        }
+    }
+    return value;
+}
+
+// The list value's first piece in front of the others.
+std::string FieldText(const Property& property, Field field) {
+    std::string value = PlainValue(property);
+    if (field == Field::kNickname) return UnescapeText(SplitEscaped(value, ',')[0]);
+    if (field == Field::kAddress) {
+        const Parameter* label = property.Find("LABEL");
+        return label != nullptr ? label->values[0] : AddressLines(value);
+    }
+    constexpr std::string_view kPhoneScheme = "tel:", kMailScheme = "mailto:";
+    if (property.Find("VALUE") != nullptr) {
+        for (const std::string_view scheme : {kPhoneScheme, kMailScheme}) {
+            if (value.starts_with(scheme)) value.erase(0, scheme.size());
+        }
+    }
+    return UnescapeText(value);
+}
+
+// "Given Family" from the components of N: family, given, additional, prefixes, suffixes.
+std::string NameFromComponents(const Property& property) {
+    std::vector<std::string> parts = SplitEscaped(PlainValue(property), ';');
+    parts.resize(5);
+    std::string name;
+    for (const int part : {3, 1, 2, 0, 4}) {
+        const std::string text = UnescapeText(parts[static_cast<std::size_t>(part)]);
+        if (!text.empty()) name += (name.empty() ? "" : " ") + text;
+    }
+    return Canonical(name);
+}
+
+std::string ComponentsFromName(const std::string& name) {
+    const auto comma = name.find(',');
+    const auto blank = name.rfind(' ');
+    std::string family = name, given;
+    if (comma != std::string::npos) {
+        family = name.substr(0, comma);
+        given = name.substr(comma + 1);
+    } else if (blank != std::string::npos) {
+        family = name.substr(blank + 1);
+        given = name.substr(0, blank);
+    }
+    return EscapeText(Canonical(family)) + ';' + EscapeText(Canonical(given)) + ";;;";
+}
+
+std::string TimeStamp(std::chrono::system_clock::time_point now) {
+    const auto day = std::chrono::floor<std::chrono::days>(now);
+    const std::chrono::year_month_day date(day);
+    const std::chrono::hh_mm_ss time(std::chrono::floor<std::chrono::seconds>(now - day));
+    char text[32];
+    std::snprintf(text, sizeof text, "%04d%02u%02uT%02d%02d%02dZ", static_cast<int>(date.year()),
+                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                  static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
+                  static_cast<int>(time.seconds().count()));
+    return text;
+}
+
+Property NewProperty(Field field) {
+    Property property;
+    constexpr std::array<std::string_view, kFieldCount> kNames = {"NICKNAME", "FN",    "ADR", "TEL",
+                                                                  "TEL",      "EMAIL", "NOTE"};
+    property.name = kNames[static_cast<std::size_t>(field)];
+    if (field == Field::kPhone) property.parameters = {{"TYPE", {"work", "voice"}}};
+    if (field == Field::kFax) property.parameters = {{"TYPE", {"fax"}}};
+    return property;
+}
+
+// The value of a field's property for a new text, in place of `old`.
+std::string NewValue(const Property& old, Field field, const std::string& text) {
+    if (field == Field::kAddress) return ChangeAddress(PlainValue(old), text);
+    if (field != Field::kNickname) return EscapeText(text);
+    std::string value = EscapeText(text);
+    const std::vector<std::string> pieces = SplitEscaped(PlainValue(old), ',');
+    for (std::size_t i = 1; i < pieces.size(); ++i) value += ',' + pieces[i];
+    return value;
+}
+
+void SetProperty(Card& card, std::string_view name, const std::string& value) {
+    Property property;
+    property.name = name;
+    const auto index = FindName(card, name);
+    if (index) property = card.Properties()[*index];
+    for (const auto* parameter : {"ENCODING", "CHARSET", "VALUE"}) {
+        property.RemoveParameter(parameter);
+    }
+    property.value = value;
+    if (index) {
+        card.Rewrite(*index, std::move(property));
+    } else {
+        card.Append(std::move(property));
+    }
+}
+
+void SetField(Card& card, Field field, const std::string& text) {
+    const auto index = FindField(card, field);
+    Property property = index ? card.Properties()[*index] : NewProperty(field);
+    const bool hasMore =
+        field == Field::kNickname && index && SplitEscaped(property.value, ',').size() > 1;
+    if (text.empty() && !hasMore) {
+        if (index) card.Remove(*index);
+        return;
+    }
+    property.value = NewValue(property, field, text);
+    std::erase_if(property.parameters, [](const Parameter& parameter) {
+        return parameter.name.empty() && parameter.values[0] == "QUOTED-PRINTABLE";
+    });
+    for (const auto* parameter : {"ENCODING", "CHARSET", "VALUE"}) {
+        property.RemoveParameter(parameter);
+    }
+    if (property.Find("LABEL") != nullptr) {
+        property.RemoveParameter("LABEL");
+        property.parameters.push_back({"LABEL", {text}});
+    }
+    if (index) {
+        card.Rewrite(*index, std::move(property));
+    } else {
+        card.Append(std::move(property));
+    }
+}
+
+void SetName(Card& card, const Contact& values) {
+    const std::string& name = values[Field::kName];
+    SetField(card, Field::kName, name.empty() ? DisplayName(values, "?") : name);
+    if (card.IsVersion4() && !name.empty() && !FindName(card, "N")) return;
+    SetProperty(card, "N", name.empty() ? ";;;;" : ComponentsFromName(name));
+}
+
+bool IsBookkeeping(const Property& property) {
+    for (const auto* name : {"", "BEGIN", "END", "VERSION", "UID", "REV", "PRODID", "N", "KIND"}) {
+        if (property.name == name) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+CardContent ReadFields(const Card& card) {
+    CardContent content;
+    content.uid = card.Value("UID");
+    const std::string kind = UpperAscii(card.Value("KIND"));
+    content.isPerson = kind.empty() || kind == "INDIVIDUAL" || kind == "ORG";
+    int shown = 0;
+    for (Field field : kAllFields) {
+        if (const auto index = FindField(card, field)) {
+            ++shown;
+            content.contact[field] = Canonical(FieldText(card.Properties()[*index], field));
+        }
+    }
+    for (const Property& property : card.Properties()) content.beyond += !IsBookkeeping(property);
+    content.beyond -= shown;
+    std::string components;
+    const auto n = FindName(card, "N");
+    if (n) components = NameFromComponents(card.Properties()[*n]);
+    std::string& name = content.contact[Field::kName];
+    if (name.empty()) name = components;
+    Contact unnamed = content.contact;
+    unnamed[Field::kName].clear();
+    if (n && components.empty() && name == DisplayName(unnamed, "?")) name.clear();
+    return content;
+}
+
+void WriteFields(Card& card, const Contact& values, FieldSet which,
+                 std::chrono::system_clock::time_point now) {
+    for (Field field : kAllFields) {
+        if (!which.Has(field)) continue;
+        if (field == Field::kName) {
+            SetName(card, values);
+        } else {
+            SetField(card, field, values[field]);
+        }
+    }
+    SetProperty(card, "REV", TimeStamp(now));
+}
+
+}  // namespace host

@@ -1,0 +1,137 @@
+#include "host/vcard/card_text.h"
+
+#include <algorithm>
+
+namespace host {
+
+namespace {
+
+int HexDigit(char digit) {
+    if (digit >= '0' && digit <= '9') return digit - '0';
+    if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
+    if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
+    return -1;
+}
+
+bool IsContinuationByte(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
+}
+
+}  // namespace
+
+std::string EscapeText(std::string_view text) {
+    std::string escaped;
+    for (const char byte : text) {
+        if (byte == '\n') {
+            escaped += "\\n";
+        } else {
+            if (byte == '\\' || byte == ',' || byte == ';') escaped += '\\';
+            escaped += byte;
+        }
+    }
+    return escaped;
+}
+
+std::string UnescapeText(std::string_view text) {
+    std::string plain;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char next = i + 1 < text.size() ? text[i + 1] : '\0';
+        if (text[i] != '\\') {
+            plain += text[i];
+        } else if (next == 'n' || next == 'N') {
+            plain += '\n';
+            ++i;
+        } else if (next == '\\' || next == ',' || next == ';' || next == ':') {
+            plain += next;
+            ++i;
+        } else {
+            plain += '\\';
+        }
+    }
+    return plain;
+}
+
+std::vector<std::string> SplitEscaped(std::string_view text, char separator) {
+    std::vector<std::string> pieces(1);
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == separator) {
+            pieces.emplace_back();
+        } else {
+            pieces.back() += text[i];
+            if (text[i] == '\\' && i + 1 < text.size()) pieces.back() += text[++i];
+        }
+    }
+    return pieces;
+}
+
+std::string EncodeParameter(std::string_view text) {
+    std::string encoded;
+    for (const char byte : text) {
+        if (byte == '\n') {
+            encoded += "^n";
+        } else if (byte == '^') {
+            encoded += "^^";
+        } else if (byte == '"') {
+            encoded += "^'";
+        } else {
+            encoded += byte;
+        }
+    }
+    const bool needsQuotes = encoded.find_first_of(",;:") != std::string::npos;
+    return needsQuotes ? '"' + encoded + '"' : encoded;
+}
+
+std::string DecodeParameter(std::string_view text) {
+    std::string decoded;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char next = i + 1 < text.size() ? text[i + 1] : '\0';
+        const bool isEscape = (text[i] == '^' && (next == 'n' || next == '^' || next == '\'')) ||
+                              (text[i] == '\\' && (next == 'n' || next == 'N'));
+        if (isEscape) {
+            decoded += next == '^' ? '^' : next == '\'' ? '"' : '\n';
+            ++i;
+        } else if (text[i] != '"') {
+            decoded += text[i];
+        }
+    }
+    return decoded;
+}
+
+std::string DecodeQuotedPrintable(std::string_view text) {
+    std::string decoded;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const int high = text[i] == '=' && i + 2 < text.size() ? HexDigit(text[i + 1]) : -1;
+        const int low = high >= 0 ? HexDigit(text[i + 2]) : -1;
+        if (low < 0) {
+            decoded += text[i];
+        } else {
+            decoded += static_cast<char>(high * 16 + low);
+            i += 2;
+        }
+    }
+    return decoded;
+}
+
+std::string Fold(std::string_view line, std::string_view lineEnd) {
+    constexpr std::size_t kWidth = 75;
+    std::string folded;
+    std::size_t width = kWidth;
+    while (line.size() > width) {
+        std::size_t cut = width;
+        while (cut > 1 && IsContinuationByte(line[cut])) --cut;
+        folded.append(line.substr(0, cut)).append(lineEnd).append(" ");
+        line.remove_prefix(cut);
+        width = kWidth - 1;
+    }
+    return folded.append(line).append(lineEnd);
+}
+
+std::string UpperAscii(std::string_view text) {
+    std::string upper(text);
+    std::transform(upper.begin(), upper.end(), upper.begin(), [](char letter) {
+        return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
+    });
+    return upper;
+}
+
+}  // namespace host

@@ -1,0 +1,136 @@
+#include "host/vcard/content_line.h"
+
+#include <algorithm>
+
+#include "host/vcard/card_text.h"
+
+namespace host {
+
+namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+std::string_view WithoutLineEnd(std::string_view line) {
+    if (!line.empty() && line.back() == '\n') line.remove_suffix(1);
+    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+    return line;
+}
+
+bool IsNameByte(char byte) {
+    return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z') ||
+           (byte >= '0' && byte <= '9') || byte == '-' || byte == '_';
+}
+
+bool IsName(std::string_view text) {
+    return !text.empty() && std::all_of(text.begin(), text.end(), IsNameByte);
+}
+
+// Whether the head of a line says that its value is quoted-printable.
+bool IsQuotedPrintable(std::string_view line) {
+    const std::string head = UpperAscii(line.substr(0, line.find(':')));
+    return head.find("QUOTED-PRINTABLE") != std::string::npos;
+}
+
+// The position of the first of `stops` outside double quotes.
+std::size_t FindUnquoted(std::string_view text, std::string_view stops, std::size_t from) {
+    bool isQuoted = false;
+    for (std::size_t i = from; i < text.size(); ++i) {
+        if (text[i] == '"') isQuoted = !isQuoted;
+        if (!isQuoted && stops.find(text[i]) != std::string_view::npos) return i;
+    }
+    return std::string_view::npos;
+}
+
+Parameter ParseParameter(std::string_view text) {
+    Parameter parameter;
+    const std::size_t equals = text.find('=');
+    if (equals != std::string_view::npos) {
+        parameter.name = UpperAscii(text.substr(0, equals));
+        text.remove_prefix(equals + 1);
+    }
+    for (std::size_t start = 0;;) {
+        const std::size_t comma = FindUnquoted(text, ",", start);
+        parameter.values.push_back(DecodeParameter(text.substr(
+            start, comma == std::string_view::npos ? std::string_view::npos : comma - start)));
+        if (comma == std::string_view::npos) return parameter;
+        start = comma + 1;
+    }
+}
+
+}  // namespace
+
+LineReader::LineReader(std::string_view bytes) : m_rest(bytes) {
+    if (bytes.starts_with(kByteOrderMark)) {
+        m_mark = bytes.substr(0, kByteOrderMark.size());
+        m_rest.remove_prefix(m_mark.size());
+    }
+}
+
+std::string_view LineReader::TakePhysicalLine() {
+    const std::size_t end = m_rest.find('\n');
+    const auto line = m_rest.substr(0, end == std::string_view::npos ? m_rest.size() : end + 1);
+    m_rest.remove_prefix(line.size());
+    ++m_linesTaken;
+    return line;
+}
+
+bool LineReader::Next(std::string& raw, std::string& text) {
+    if (m_rest.empty()) return false;
+    std::string_view line = TakePhysicalLine();
+    m_lineNumber = m_linesTaken;
+    raw = std::string(m_mark).append(line);
+    m_mark = {};
+    text = WithoutLineEnd(line);
+    const bool hasSoftBreaks = IsQuotedPrintable(text);
+    while (!m_rest.empty()) {
+        if (m_rest[0] == ' ' || m_rest[0] == '\t') {
+            line = TakePhysicalLine();
+            text += WithoutLineEnd(line).substr(1);
+        } else if (hasSoftBreaks && !text.empty() && text.back() == '=') {
+            line = TakePhysicalLine();
+            text.pop_back();
+            text += WithoutLineEnd(line);
+        } else {
+            break;
+        }
+        raw += line;
+    }
+    return true;
+}
+
+std::optional<std::string> ParseContentLine(std::string_view text, Property& property) {
+    const std::size_t colon = FindUnquoted(text, ":", 0);
+    if (colon == std::string_view::npos) return "no colon";
+    const std::string_view head = text.substr(0, colon);
+    std::size_t end = std::min(head.find(';'), head.size());
+    std::string_view name = head.substr(0, end);
+    if (const auto dot = name.find('.'); dot != std::string_view::npos) {
+        property.group = name.substr(0, dot);
+        name.remove_prefix(dot + 1);
+    }
+    if (!IsName(name)) return "no property name";
+    property.name = UpperAscii(name);
+    while (end < head.size()) {
+        const std::size_t next = std::min(FindUnquoted(head, ";", end + 1), head.size());
+        property.parameters.push_back(ParseParameter(head.substr(end + 1, next - end - 1)));
+        end = next;
+    }
+    property.value = text.substr(colon + 1);
+    return std::nullopt;
+}
+
+std::string FormatContentLine(const Property& property) {
+    std::string line = property.group.empty() ? "" : property.group + ".";
+    line += property.name;
+    for (const Parameter& parameter : property.parameters) {
+        line += ';' + parameter.name;
+        const char* separator = parameter.name.empty() ? "" : "=";
+        for (const std::string& value : parameter.values) {
+            line.append(separator).append(EncodeParameter(value));
+            separator = ",";
+        }
+    }
+    return line + ':' + property.value;
+}
+
+}  // namespace host
