@@ -1,0 +1,18 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/os/files.h"
+#include "platform/posix/file_handle.h"
+
+namespace platform::posix {
+
+// Opens a regular file under a UTF-8 path and claims it in its sharing mode. Content is cut only
+// after the claim is won. A file whose permissions let nobody write is read-only for the superuser
+// too, as it is on Windows.
+Result<FileHandle> OpenClaimed(const std::string& path, OpenMode mode, Share share);
+
+std::unique_ptr<File> MakeNativeFile(FileHandle handle, std::string path);
+
+}  // namespace platform::posix

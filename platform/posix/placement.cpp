@@ -1,0 +1,176 @@
+#include "platform/posix/placement.h"
+
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <vector>
+
+#include "platform/posix/native_file.h"
+#include "platform/posix/posix_error.h"
+#include "platform/posix/share_lock.h"
+
+namespace platform::posix {
+
+namespace {
+
+std::string FolderOf(const std::string& path) {
+    const auto slash = path.rfind('/');
+    if (slash == std::string::npos) return ".";
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+// A rename is on the disk only when the folder is.
+Status FlushFolder(const std::string& folder) {
+    const FileHandle handle(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!handle) return FromErrno(errno, folder);
+    // Some file systems cannot flush a folder, and need not.
+    if (fsync(handle.Get()) != 0 && errno != EINVAL) return FromErrno(errno, folder);
+    return {};
+}
+
+Status CopyByHand(int from, int to, const std::string& path) {
+    std::vector<char> buffer(1 << 16);
+    for (;;) {
+        const auto count = read(from, buffer.data(), buffer.size());
+        if (count == 0) return {};
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return FromErrno(errno, path);
+        for (ssize_t done = 0; done < count;) {
+            const auto written =
+                write(to, buffer.data() + done, static_cast<std::size_t>(count - done));
+            if (written < 0 && errno == EINTR) continue;
+            if (written < 0) return FromErrno(errno, path);
+            done += written;
+        }
+    }
+}
+
+// Both files stand at their beginning.
+Status CopyContent(int from, int to, const std::string& path) {
+    if (ioctl(to, FICLONE, from) == 0) return {};
+    bool isFirst = true;
+    for (;;) {
+        const auto count = copy_file_range(from, nullptr, to, nullptr, 1u << 30, 0);
+        // Some file systems of the kernel's own give 0 at once; reading tells.
+        if (count == 0) return isFirst ? CopyByHand(from, to, path) : Status();
+        if (count > 0) {
+            isFirst = false;
+            continue;
+        }
+        if (errno == EINTR) continue;
+        const bool isUnable = errno == EXDEV || errno == EINVAL || errno == ENOSYS ||
+                              errno == EOPNOTSUPP || errno == EPERM;
+        return isUnable ? CopyByHand(from, to, path) : FromErrno(errno, path);
+    }
+}
+
+// Access lists and the like; what the file system or the user may not set stays away.
+void CopyAttributes(int from, int to) {
+    std::vector<char> names(65536), value(65536);
+    const auto length = flistxattr(from, names.data(), names.size());
+    for (ssize_t i = 0; i < length;) {
+        const std::string name = &names[static_cast<std::size_t>(i)];
+        const auto size = fgetxattr(from, name.c_str(), value.data(), value.size());
+        if (size >= 0) {
+            (void)fsetxattr(to, name.c_str(), value.data(), static_cast<std::size_t>(size), 0);
+        }
+        i += static_cast<ssize_t>(name.size()) + 1;
+    }
+}
+
+// The permissions of `info` for an open file. Changing the owner can clear bits and is not
+// everybody's right, so it comes first and may fail.
+Status SetPermissions(int file, const struct stat& info, const std::string& path) {
+    if (fchown(file, info.st_uid, info.st_gid) != 0 &&
+        fchown(file, static_cast<uid_t>(-1), info.st_gid) != 0 && errno != EPERM) {
+        return FromErrno(errno, path);
+    }
+    if (fchmod(file, info.st_mode & 07777) != 0) return FromErrno(errno, path);
+    return {};
+}
+
+// A name that leads to a file through links stands for that file: the links stay.
+std::string Resolved(const std::string& path) {
+    char buffer[PATH_MAX];
+    return realpath(path.c_str(), buffer) != nullptr ? buffer : path;
+}
+
+Status Rename(const std::string& from, const std::string& to) {
+    if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return {};
+    if (errno != EINVAL && errno != ENOSYS) return FromErrno(errno, errno == EEXIST ? to : from);
+    // Without that flag a second link refuses an existing name just as well.
+    if (link(from.c_str(), to.c_str()) != 0) return FromErrno(errno, to);
+    if (unlink(from.c_str()) != 0) return FromErrno(errno, from);
+    return {};
+}
+
+}  // namespace
+
+Status ClaimForRemoval(const std::string& path, FileHandle& claim) {
+    claim = FileHandle(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
+    struct stat info;
+    if (!claim || fstat(claim.Get(), &info) != 0 || !S_ISREG(info.st_mode)) return {};
+    if (!ClaimShare(claim.Get(), false, Share::kNone)) {
+        return Failure{ErrorCode::kSharingViolation, path};
+    }
+    return {};
+}
+
+Status CopyFile(const std::string& from, const std::string& to) {
+    auto source = OpenClaimed(from, OpenMode::kRead, Share::kReadWrite);
+    if (!source) return source.Error();
+    struct stat info, existing;
+    if (fstat(source->Get(), &info) != 0) return FromErrno(errno, from);
+    if (stat(to.c_str(), &existing) == 0 && existing.st_dev == info.st_dev &&
+        existing.st_ino == info.st_ino) {
+        return Failure{ErrorCode::kSharingViolation, to};
+    }
+    auto target = OpenClaimed(to, OpenMode::kCreate, Share::kNone);
+    if (!target) return target.Error();
+    Status status = CopyContent(source->Get(), target->Get(), to);
+    if (!status) {
+        (void)unlink(to.c_str());
+        return status;
+    }
+    const struct timespec times[] = {info.st_atim, info.st_mtim};
+    (void)fchmod(target->Get(), info.st_mode & 0777);
+    (void)futimens(target->Get(), times);
+    return {};
+}
+
+Status MoveFile(const std::string& from, const std::string& to) {
+    FileHandle claim;
+    if (auto status = ClaimForRemoval(from, claim); !status) return status;
+    if (auto status = Rename(from, to); !status) return status;
+    if (auto status = FlushFolder(FolderOf(to)); !status) return status;
+    if (FolderOf(from) == FolderOf(to)) return {};
+    return FlushFolder(FolderOf(from));
+}
+
+Status ReplaceFile(const std::string& from, const std::string& to) {
+    const auto target = OpenClaimed(to, OpenMode::kReadWrite, Share::kNone);
+    if (!target) return target.Error();
+    const auto source = OpenClaimed(from, OpenMode::kRead, Share::kNone);
+    if (!source) return source.Error();
+    struct stat oldInfo, newInfo;
+    if (fstat(target->Get(), &oldInfo) != 0) return FromErrno(errno, to);
+    if (fstat(source->Get(), &newInfo) != 0) return FromErrno(errno, from);
+    const std::string resolved = Resolved(to);
+    CopyAttributes(target->Get(), source->Get());
+    Status status = SetPermissions(source->Get(), oldInfo, from);
+    if (status && fsync(source->Get()) != 0) status = FromErrno(errno, from);
+    if (status && rename(from.c_str(), resolved.c_str()) != 0) status = FromErrno(errno, to);
+    if (!status) {
+        (void)SetPermissions(source->Get(), newInfo, from);
+        return status;
+    }
+    return FlushFolder(FolderOf(resolved));
+}
+
+}  // namespace platform::posix
