@@ -1,0 +1,188 @@
+#include "host/module/setup.h"
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+
+#include "host/module/exit_code.h"
+#include "host/module/native_path.h"
+#include "host/module/windows_path.h"
+#include "platform/os/program.h"
+#include "platform/os/system.h"
+
+namespace host {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* kAppPaths =
+    "SOFTWARE\\Microsoft\\windows\\CurrentVersion\\App Paths\\Eudora.exe";
+
+// FNV-1a: a short name for a folder, the same in every run.
+std::string KeyOf(const std::string& text) {
+    std::uint64_t sum = 0xcbf29ce484222325u;
+    for (const char letter : text) {
+        sum = (sum ^ static_cast<unsigned char>(letter)) * 0x100000001b3u;
+    }
+    std::array<char, 17> hex{};
+    std::snprintf(hex.data(), hex.size(), "%016llx", static_cast<unsigned long long>(sum));
+    return hex.data();
+}
+
+platform::Status CheckFolder(const std::string& folder, const std::string& what) {
+    const auto info = platform::NativeFiles().Stat(folder);
+    if (!info) {
+        return Refused(what + " " + folder +
+                       " does not exist or cannot be reached: check the path");
+    }
+    if (!info->isFolder) return Refused(what + " " + folder + " is no folder: check the path");
+    if (!platform::NativeFiles().List(folder, "*")) {
+        return Refused(what + " " + folder +
+                       " cannot be read: give yourself read permission (chmod u+rx)");
+    }
+    return {};
+}
+
+std::string TemporaryPrefix() {
+    std::error_code ignored;
+    return FromPath(fs::temp_directory_path(ignored) /
+                    ("kvsync-" + std::to_string(platform::ProcessNumber())));
+}
+
+platform::Status UseBareFolder(const SetupOptions& options, Setup& setup) {
+    if (auto checked = CheckFolder(*options.eudora, "the Eudora folder"); !checked) return checked;
+    const std::string folder = Canonical(*options.eudora);
+    setup.memoryKey = KeyOf(folder);
+    setup.eudoraShown = folder;
+    const std::string kept =
+        FromPath(ToPath(setup.stateFolder) / "prefixes" / ToPath(setup.memoryKey));
+    auto prefix = PrivatePrefix::Make(options.writesNothing ? TemporaryPrefix() : kept, folder,
+                                      options.codePage, options.writesNothing);
+    if (!prefix) return prefix.Error();
+    setup.prefix = std::move(*prefix);
+    setup.init.settingsDir = PrivatePrefix::kSettingsFolder;
+    return platform::SetEnvironment("WINEPREFIX", setup.prefix.Path());
+}
+
+platform::Status UsePrefix(const SetupOptions& options, Setup& setup) {
+    std::string prefix;
+    if (options.winePrefix) {
+        prefix = Canonical(*options.winePrefix);
+    } else if (auto set = platform::Environment("WINEPREFIX")) {
+        prefix = *set;
+    } else {
+        prefix = platform::Environment("HOME").value_or("") + "/.wine";
+    }
+    const fs::path root = ToPath(prefix);
+    std::error_code ignored;
+    if (!fs::is_regular_file(root / "system.reg", ignored) ||
+        !fs::is_directory(root / "dosdevices", ignored)) {
+        return Refused(prefix +
+                       " is no Wine prefix: name one with --wine-prefix DIR, or Eudora's "
+                       "own folder with --eudora DIR");
+    }
+    setup.memoryKey = KeyOf(prefix);
+    setup.eudoraShown = "the Wine prefix " + prefix;
+    return platform::SetEnvironment("WINEPREFIX", prefix);
+}
+
+// Where the registry says that Eudora is. A folder named by hand must be that one.
+platform::Status FindFolder(const SetupOptions& options, Setup& setup) {
+    auto& system = platform::NativeSystem();
+    auto folder =
+        system.registry.ReadText(platform::RegistryRoot::kLocalMachine, kAppPaths, "path");
+    if (!folder) {
+        return Refused("Eudora is not registered in " +
+                       (UsesWindowsPaths() ? std::string("Windows: install it first")
+                                           : setup.eudoraShown + ": install it there, or name its "
+                                                                 "folder with --eudora DIR"));
+    }
+    while (folder->size() > 3 && folder->back() == '\\') folder->pop_back();
+    setup.eudoraFolder = *folder;
+    if (UsesWindowsPaths()) {
+        setup.eudoraShown = options.eudora ? *options.eudora : ToUtf8(*folder);
+        if (options.eudora) setup.eudoraFolder = FromUtf8(Canonical(*options.eudora));
+        setup.memoryKey = KeyOf(setup.eudoraFolder);
+    } else if (!options.eudora) {
+        setup.eudoraShown = ToUtf8(*folder) + " in " + setup.eudoraShown;
+    }
+    if (!system.files.Exists(setup.eudoraFolder)) {
+        return Refused("the registry says that Eudora is in " + ToUtf8(setup.eudoraFolder) +
+                       ", which does not exist: run kvsync doctor");
+    }
+    return {};
+}
+
+platform::Status ChooseSettingsFolder(const SetupOptions& options, Setup& setup) {
+    if (!options.settings && !setup.init.settingsDir.empty()) return {};
+    const std::string folder = options.settings ? Canonical(*options.settings)
+                                                : FromPath(ToPath(setup.memoryFolder) / "settings");
+    if (options.settings) {
+        if (auto checked = CheckFolder(folder, "the settings folder"); !checked) return checked;
+    } else if (!options.writesNothing) {
+        std::error_code error;
+        fs::create_directories(ToPath(folder), error);
+        if (error) return Refused(folder + " cannot be made: " + error.message());
+    }
+    auto windows = ToWindowsPath(folder);
+    if (!windows && options.settings) {
+        return Refused("no drive of the Wine prefix leads to " + folder +
+                       ": name a settings folder inside the prefix");
+    }
+    // Without a way there the settings lie where the bare drive is.
+    setup.init.settingsDir = windows ? *windows : "C:\\";
+    return {};
+}
+
+}  // namespace
+
+std::string Canonical(const std::string& path) {
+    std::error_code error;
+    const fs::path canonical = fs::weakly_canonical(ToPath(path), error);
+    return error ? path : FromPath(canonical);
+}
+
+platform::Result<std::string> StateFolder() {
+    if (auto folder = platform::Environment("XDG_STATE_HOME")) return *folder + "/kvsync";
+    if (auto folder = platform::Environment("LOCALAPPDATA")) return *folder + "\\kvsync";
+    if (auto home = platform::Environment("HOME")) return *home + "/.local/state/kvsync";
+    return Refused("neither XDG_STATE_HOME nor HOME is set: set one, it holds kvsync's own files");
+}
+
+platform::Result<Setup> Prepare(const SetupOptions& options) {
+    Setup setup;
+    auto state = StateFolder();
+    if (!state) return state.Error();
+    setup.stateFolder = *state;
+    setup.init.language = options.language;
+    if (!UsesWindowsPaths()) {
+        const auto used =
+            options.eudora ? UseBareFolder(options, setup) : UsePrefix(options, setup);
+        if (!used) return used.Error();
+    } else if (options.eudora) {
+        if (auto checked = CheckFolder(*options.eudora, "the Eudora folder"); !checked) {
+            return checked.Error();
+        }
+    }
+    if (auto found = FindFolder(options, setup); !found) return found.Error();
+    setup.memoryFolder = FromPath(ToPath(setup.stateFolder) / "eudora" / ToPath(setup.memoryKey));
+    if (auto chosen = ChooseSettingsFolder(options, setup); !chosen) return chosen.Error();
+    return setup;
+}
+
+platform::Status RefuseRunningEudora(const Setup& setup) {
+    auto& system = platform::NativeSystem();
+    if (system.processes.WindowExists("EudoraMainWindow")) {
+        return Refused("Eudora is running: close it and try again");
+    }
+    if (system.files.Exists(setup.eudoraFolder + "\\OWNER.LOK")) {
+        return Refused("Eudora is running in " + setup.eudoraShown +
+                       " (its OWNER.LOK is there): close it and try again, or delete OWNER.LOK if "
+                       "Eudora has crashed");
+    }
+    return {};
+}
+
+}  // namespace host

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "host/module/private_prefix.h"
+#include "host/module/translator_host.h"
+#include "platform/os/result.h"
+
+namespace host {
+
+// Which Eudora to work on, as the person says it. Paths are native, in UTF-8.
+struct SetupOptions {
+    std::optional<std::string> eudora;        // a bare Eudora folder
+    std::optional<std::string> winePrefix;    // else a Wine prefix; else WINEPREFIX, else ~/.wine
+    std::optional<std::string> nicknameFile;  // native, or a Windows path
+    std::optional<std::string> settings;      // folder of the translators' settings files
+    std::string language = "EN";
+    unsigned codePage = 1252;    // of a bare folder; a prefix and Windows have their own
+    bool writesNothing = false;  // a dry run: what has to be made is made in the temporary folder
+};
+
+// One Eudora, found and ready for the module. The module works on it as long as this lives.
+struct Setup {
+    InitTexts init;
+    std::string eudoraFolder;  // Windows path, system code page
+    std::string eudoraShown;   // the folder as a person knows it, UTF-8
+    std::string stateFolder;   // native; kvsync's own folder
+    std::string memoryKey;     // the same for each run on this Eudora, different for another
+    std::string memoryFolder;  // native; what kvsync remembers of this Eudora alone
+    PrivatePrefix prefix;      // empty unless the folder is a bare one
+};
+
+// Finds Eudora, points this process at its machine (at the first call; NativeSystem must not have
+// been used before) and makes what is missing in kvsync's own folder. kRefused, with nothing
+// changed, if there is no such folder or prefix, Eudora is not in it, or rights are missing.
+platform::Result<Setup> Prepare(const SetupOptions& options);
+
+// kRefused if Eudora has its folder open.
+platform::Status RefuseRunningEudora(const Setup& setup);
+
+// kvsync's own folder: $XDG_STATE_HOME/kvsync, %LOCALAPPDATA%\kvsync or ~/.local/state/kvsync.
+platform::Result<std::string> StateFolder();
+
+// Where a relative or absolute native path leads, without links; as it stands if that is unknown.
+std::string Canonical(const std::string& path);
+
+}  // namespace host

@@ -1,0 +1,128 @@
+#include "host/module/windows_path.h"
+
+#include <filesystem>
+
+#include "host/module/exit_code.h"
+#include "host/module/native_path.h"
+#include "host/module/setup.h"
+#include "platform/os/program.h"
+#include "platform/os/system.h"
+
+namespace host {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string ChoiceFile(const Setup& setup) {
+    return FromPath(ToPath(setup.memoryFolder) / "nickname-file");
+}
+
+// The part of `path` below `folder`; nothing if it is not inside.
+std::optional<std::string> Below(const fs::path& folder, const fs::path& path) {
+    const fs::path rest = path.lexically_relative(folder);
+    if (rest.empty() || *rest.begin() == "..") return std::nullopt;
+    return rest == "." ? std::string() : FromPath(rest);
+}
+
+bool IsWindowsPath(const std::string& path) {
+    return path.size() > 2 && path[1] == ':' && (path[2] == '\\' || path[2] == '/');
+}
+
+}  // namespace
+
+std::optional<std::string> ToWindowsPath(const std::string& nativePath) {
+    std::string windows = nativePath;
+    if (!UsesWindowsPaths()) {
+        const fs::path path = ToPath(Canonical(nativePath));
+        const fs::path prefix = ToPath(platform::Environment("WINEPREFIX").value_or(""));
+        std::optional<std::string> best;
+        std::error_code error;
+        for (char drive = 'a'; drive <= 'z'; ++drive) {
+            const fs::path link = prefix / "dosdevices" / (std::string(1, drive) + ":");
+            const fs::path target = fs::canonical(link, error);
+            if (error) continue;
+            auto rest = Below(target, path);
+            if (!rest || (best && best->size() <= rest->size() + 3)) continue;
+            best = std::string(1, static_cast<char>(drive - 'a' + 'A')) + ":\\" + *rest;
+        }
+        if (!best) return std::nullopt;
+        windows = *best;
+        for (char& letter : windows) {
+            if (letter == '/') letter = '\\';
+        }
+    }
+    bool lossy = false;
+    std::string text = FromUtf8(windows, &lossy);
+    if (lossy) return std::nullopt;
+    return text;
+}
+
+platform::Result<std::string> ChooseNicknameFile(const SetupOptions& options, const Setup& setup) {
+    if (options.nicknameFile) {
+        const std::string& named = *options.nicknameFile;
+        std::string chosen;
+        if (IsWindowsPath(named)) {
+            chosen = FromUtf8(named);
+        } else if (!UsesWindowsPaths() && !setup.prefix.Path().empty()) {
+            // Inside the bare folder the drive's own link leads to it.
+            const auto rest = Below(ToPath(setup.eudoraShown), ToPath(Canonical(named)));
+            if (rest) {
+                chosen = FromUtf8(*rest);
+                for (char& letter : chosen) {
+                    if (letter == '/') letter = '\\';
+                }
+                chosen = setup.eudoraFolder + "\\" + chosen;
+            }
+        }
+        if (chosen.empty()) {
+            const auto windows = ToWindowsPath(Canonical(named));
+            if (!windows) {
+                return Refused("the nickname file " + named +
+                               " lies outside the Eudora in use: name one inside");
+            }
+            chosen = *windows;
+        }
+        if (auto checked = CheckNicknameFile(chosen, false); !checked) return checked.Error();
+        return chosen;
+    }
+    auto& files = platform::NativeSystem().files;
+    const auto kept = platform::ReadWhole(platform::NativeFiles(), ChoiceFile(setup), 4096);
+    if (kept && files.Exists(*kept)) return *kept;
+    const std::string main = setup.eudoraFolder + "\\nndbase.txt";
+    return files.Exists(main) ? main : std::string();
+}
+
+platform::Status RememberNicknameFile(const Setup& setup, const std::string& windowsPath) {
+    std::error_code error;
+    fs::create_directories(ToPath(setup.memoryFolder), error);
+    if (error) return Failed(setup.memoryFolder + " cannot be made: " + error.message());
+    return platform::WriteWhole(platform::NativeFiles(), ChoiceFile(setup), windowsPath);
+}
+
+platform::Status CheckNicknameFile(const std::string& windowsPath, bool forWriting) {
+    const std::string shown = ToUtf8(windowsPath);
+    auto& files = platform::NativeSystem().files;
+    const auto info = files.Stat(windowsPath);
+    if (!info) {
+        return Refused("the nickname file " + shown +
+                       " does not exist: choose one with --nickname-file or kvsync configure "
+                       "contacts");
+    }
+    if (info->isFolder) return Refused(shown + " is a folder, not a nickname file");
+    if (info->size > kLargestNicknameFile) {
+        return Refused(shown + " has " + std::to_string(info->size) +
+                       " bytes, more than any nickname file: choose another file");
+    }
+    if (forWriting && info->isReadOnly) {
+        return Refused("the nickname file " + shown +
+                       " is read-only: give yourself write permission (chmod u+w)");
+    }
+    auto opened = files.Open(windowsPath, platform::OpenMode::kRead, platform::Share::kReadWrite);
+    if (!opened) {
+        return Refused("the nickname file cannot be read: " + ToUtf8(opened.Error().Message()));
+    }
+    return {};
+}
+
+}  // namespace host
