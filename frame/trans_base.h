@@ -8,7 +8,12 @@
 
 // What every translator shares: the settings record with the field list and its life cycle, the
 // filter lists and their evaluation, field enumeration, messages, and the order of the editing
-// hooks. Also, as it is, the object of a data kind without records.
+// hooks. Also, as it is, the object of a data kind without records: that one's MoveFirst and
+// MoveNext give RRC_EOF.
+//
+// A derived MoveFirst or MoveNext goes to its record, gives RRC_EOF at the end, and otherwise ends
+// with a call of the base's operation, whose result it returns: the base passes over records that
+// fail the filters by calling MoveNext through the table, in a loop, however many they are.
 class CREudoraTransBase : public CRRecordTranslator {
   public:
     CREudoraTransBase() = default;
@@ -82,6 +87,9 @@ class CREudoraTransBase : public CRRecordTranslator {
     void SetBoxFileOpenFlagRegistry(unsigned long value);
 
   protected:
+    // The one that the host handed in; the module's own before it did.
+    CEudoraTransUtil& Util() { return m_pUtil != nullptr ? *m_pUtil : TransUtil(); }
+
     CEudoraTransUtil* m_pUtil = nullptr;  // set by GetAppInfo and Open
     RWORD m_dwHostValue = 0;              // kept for the host
     CString m_csSelection;                // path of the settings file in use
@@ -95,4 +103,15 @@ class CREudoraTransBase : public CRRecordTranslator {
     std::int32_t m_nBoolFilters = 0;
     std::int32_t m_bAddNewRecord = 0;
     std::int32_t m_bBoxFileOpenFlag = 0;
+
+  private:
+    RRETURNCODE FilterStep();
+    RRETURNCODE LoadOrMakeSettings(CString& csSelection, bool& isNew);
+    RRETURNCODE DeleteUntilEnd();
+    void FreeDateFilters();
+    void FreeTextFilters();
+    void FreeBoolFilters();
+
+    bool m_filtering = false;  // a FilterStep runs and judges the records that MoveNext reaches
+    bool m_reached = false;    // the MoveNext that it called has reached a record
 };

@@ -39,6 +39,7 @@ class CArray {
         return GetSize() - 1;
     }
     T GetAt(int index) const { return m_items[static_cast<std::size_t>(index)]; }
+    void SetAt(int index, T item) { m_items[static_cast<std::size_t>(index)] = std::move(item); }
     void RemoveAt(int index) { m_items.erase(m_items.begin() + index); }
     void RemoveAll() { m_items.clear(); }
     auto begin() const { return m_items.begin(); }

@@ -15,6 +15,15 @@ class COleDateTime {
     void SetStatus(Status status) { m_status = status; }
     double Value() const { return m_date; }
 
+    // Earlier in time; not the order of the numbers, since before 1899-12-30 the fraction of a
+    // date still counts forward from midnight.
+    friend bool operator<(const COleDateTime& a, const COleDateTime& b) {
+        return a.Days() < b.Days();
+    }
+
     double m_date = 0.0;
     Status m_status = kValid;
+
+  private:
+    double Days() const;
 };

@@ -1,0 +1,97 @@
+#include "integration/locate/locate.h"
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+
+#include "platform/kvutil/kvutil.h"
+#include "platform/kvutil/registry_access.h"
+#include "platform/mfc/text_case.h"
+#include "platform/os/path.h"
+
+namespace locate {
+
+namespace {
+
+using platform::RegistryRoot;
+
+constexpr const char* kAppPathsKey =
+    "SOFTWARE\\Microsoft\\windows\\CurrentVersion\\App Paths\\Eudora.exe";
+constexpr const char* kMailtoKey = "SOFTWARE\\Classes\\mailto\\shell\\open\\command";
+constexpr const char* kDefaultValue = "";
+constexpr std::size_t kTextSize = 260;  // of every path and registry text, with its closing zero
+
+bool Read(platform::Registry& registry, const char* key, const char* value, CString& out) {
+    auto text =
+        kvutil::ReadBoundedText(registry, RegistryRoot::kLocalMachine, key, value, kTextSize);
+    if (text) out = CString(std::move(*text));
+    return text.HasValue();
+}
+
+// Empty if there is none of a usable length.
+std::string ShortPath(platform::Files& files, std::string_view path) {
+    std::string shortPath = files.ShortPath(path).ValueOr("");
+    return shortPath.size() < kTextSize ? shortPath : std::string();
+}
+
+std::size_t LastBackslash(std::string_view path, unsigned codePage) {
+    auto last = std::string_view::npos;
+    for (std::size_t i = 0; i < path.size(); ++i) {
+        if (platform::IsLeadByte(static_cast<unsigned char>(path[i]), codePage)) {
+            ++i;
+        } else if (path[i] == '\\') {
+            last = i;
+        }
+    }
+    return last;
+}
+
+}  // namespace
+
+bool FindEudora(platform::Registry& registry, platform::Files& files, CString& folder,
+                CString& program) {
+    if (!Read(registry, kAppPathsKey, "path", folder)) return false;
+    KV_LOG(5, "Eudora Path = %s\n", folder.Str().c_str());
+    if (!Read(registry, kAppPathsKey, kDefaultValue, program)) return false;
+    KV_LOG(5, "The Full Eudora Application path = [%s] \n", program.Str().c_str());
+    return files.Exists(program.Str());
+}
+
+CString FindNicknameFile(platform::Files& files, const CString& program, unsigned codePage) {
+    const std::string_view path = program.Str();
+    const auto slash = LastBackslash(path, codePage);
+    const auto folder = std::string(path.substr(0, slash == path.npos ? 0 : slash));
+    const std::string nickNames = folder + "\\NickName";
+    const auto listed = files.List(nickNames, "*.txt");
+    if (listed) {
+        const auto first = std::find_if(listed->begin(), listed->end(),
+                                        [](const auto& entry) { return !entry.isFolder; });
+        if (first != listed->end()) {
+            const std::string found = nickNames + '\\' + first->name;
+            const std::string shortPath = ShortPath(files, found);
+            return !shortPath.empty() && files.Exists(shortPath) ? CString(found) : CString();
+        }
+    }
+    return std::string(path.substr(0, slash == path.npos ? 0 : slash + 1)) + "nndbase.txt";
+}
+
+bool IsDefaultClient(platform::Registry& registry, platform::Files& files, const CString& program) {
+    CString command;
+    if (!Read(registry, kMailtoKey, kDefaultValue, command)) return false;
+    return platform::EqualNoCase(ShortPath(files, program.Str()) + " /M %1", command.Str());
+}
+
+bool RunEudora(platform::Processes& processes, platform::Clock& clock, const CString& folder) {
+    using std::chrono::milliseconds;
+    if (processes.WindowExists("EudoraMainWindow")) return true;
+    const auto process = processes.Start(folder.Str() + "\\Eudora.exe");
+    if (!process) {
+        KV_LOG(1, "Create Process failed in CREudoraMail::RunEudoraPro\n");
+        return false;
+    }
+    (void)(*process)->Wait(milliseconds(5000));
+    clock.Sleep(milliseconds(4500));
+    return true;
+}
+
+}  // namespace locate

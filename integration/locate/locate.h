@@ -1,0 +1,29 @@
+#pragma once
+
+#include "platform/mfc/collections.h"
+#include "platform/os/clock.h"
+#include "platform/os/files.h"
+#include "platform/os/processes.h"
+#include "platform/os/registry.h"
+
+// Where Eudora is on this machine, whether it is the machine's mail client, and how it is started.
+namespace locate {
+
+// Reads Eudora's folder and then the full path of its program from the registry; each is left as
+// it was from the first value on that is missing. True if the program's file exists too.
+bool FindEudora(platform::Registry& registry, platform::Files& files, CString& folder,
+                CString& program);
+
+// The nickname file beside the program: the first *.txt file in the folder NickName that the file
+// system lists, else nndbase.txt, which need not exist. Empty if the listed file cannot be reached
+// by its short name.
+CString FindNicknameFile(platform::Files& files, const CString& program, unsigned codePage);
+
+// Whether the mailto command is exactly Eudora's own: its short path and " /M %1", in any case.
+bool IsDefaultClient(platform::Registry& registry, platform::Files& files, const CString& program);
+
+// Starts Eudora and gives it time to come up (9.5 seconds) unless it runs already. False if it
+// could not be started.
+bool RunEudora(platform::Processes& processes, platform::Clock& clock, const CString& folder);
+
+}  // namespace locate

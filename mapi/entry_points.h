@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+
+#include "platform/os/libraries.h"
+
+// The functions of a Simple MAPI library, as published. All of them must be there for the library
+// to count as one; those that are called have their types here.
+#if defined(__i386__)
+#define KV_MAPI_CALL __attribute__((stdcall))
+#else
+#define KV_MAPI_CALL
+#endif
+
+namespace mapi {
+
+using Session = std::uintptr_t;
+
+inline constexpr std::uint32_t kLogonUi = 1;
+inline constexpr std::uint32_t kNewSession = 2;
+
+using LogonFn = std::uint32_t(KV_MAPI_CALL*)(std::uintptr_t window, const char* profile,
+                                             const char* password, std::uint32_t flags,
+                                             std::uint32_t reserved, Session* session);
+using LogoffFn = std::uint32_t(KV_MAPI_CALL*)(Session session, std::uintptr_t window,
+                                              std::uint32_t flags, std::uint32_t reserved);
+
+// The order in which the entry points are looked up.
+enum class Entry {
+    kLogon,
+    kLogoff,
+    kSendMail,
+    kSendDocuments,
+    kFindNext,
+    kReadMail,
+    kSaveMail,
+    kDeleteMail,
+    kFreeBuffer,
+    kAddress,
+    kDetails,
+    kResolveName
+};
+
+inline constexpr const char* kEntryNames[] = {
+    "MAPILogon",      "MAPILogoff",   "MAPISendMail", "MAPISendDocuments",
+    "MAPIFindNext",   "MAPIReadMail", "MAPISaveMail", "MAPIDeleteMail",
+    "MAPIFreeBuffer", "MAPIAddress",  "MAPIDetails",  "MAPIResolveName"};
+inline constexpr std::size_t kEntryCount = std::size(kEntryNames);
+
+// The addresses of the entry points; valid while the library is loaded.
+class EntryPoints {
+  public:
+    // False at the first name that the library does not export; those before it are found.
+    bool Find(platform::Library& library);
+
+    template <class Function>
+    Function Get(Entry entry) const {
+        return reinterpret_cast<Function>(m_addresses[static_cast<std::size_t>(entry)]);
+    }
+
+  private:
+    void* m_addresses[kEntryCount] = {};
+};
+
+}  // namespace mapi

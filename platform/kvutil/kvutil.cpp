@@ -1,0 +1,192 @@
+#include "platform/kvutil/kvutil.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <new>
+
+#include "platform/kvutil/attachment_text.h"
+#include "platform/kvutil/check_sum.h"
+#include "platform/kvutil/registry_access.h"
+#include "platform/kvutil/text_tools.h"
+#include "platform/os/path.h"
+#include "platform/os/system.h"
+
+namespace {
+
+void LogToStandardError(int, const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    std::vfprintf(stderr, format, arguments);
+    va_end(arguments);
+    // Some of the module's lines bring no line end.
+    if (const auto length = std::strlen(format); length == 0 || format[length - 1] != '\n') {
+        std::fputc('\n', stderr);
+    }
+}
+
+std::string& LastError() {
+    static std::string text;
+    return text;
+}
+
+platform::Dialogs* g_dialogProvider = nullptr;
+
+// Nothing is thrown at the users of the library: what fails gives RRC_FAILED.
+template <class Operation>
+RRETURNCODE Shielded(Operation&& operation) noexcept {
+    try {
+        return operation() ? RRC_OK : RRC_FAILED;
+    } catch (...) {
+        return RRC_FAILED;
+    }
+}
+
+const char* OrEmpty(const char* text) {
+    return text != nullptr ? text : "";
+}
+
+unsigned CodePage() {
+    return platform::NativeSystem().processes.CodePage();
+}
+
+}  // namespace
+
+int g_bEnableLog = 0;
+void (*g_pfnLog)(int level, const char* format, ...) = LogToStandardError;
+
+RRETURNCODE AllocVornString(char*& out, int size) {
+    out = size < 0
+              ? nullptr
+              : static_cast<char*>(::operator new(static_cast<std::size_t>(size), std::nothrow));
+    return out != nullptr ? RRC_OK : RRC_FAILED;
+}
+
+RRETURNCODE AllocVornString(char*& out, const char* text) {
+    out = nullptr;
+    if (text == nullptr) return RRC_FAILED;
+    const std::size_t size = std::strlen(text) + 1;
+    out = static_cast<char*>(::operator new(size, std::nothrow));
+    if (out == nullptr) return RRC_FAILED;
+    std::memcpy(out, text, size);
+    return RRC_OK;
+}
+
+RRETURNCODE FreeVornString(char*& text) {
+    ::operator delete(text);
+    text = nullptr;
+    return RRC_OK;
+}
+
+RRETURNCODE SetLastVornErrorString(const char* text) {
+    return Shielded([&] {
+        LastError() = OrEmpty(text);
+        return true;
+    });
+}
+
+const char* LastVornErrorString() {
+    return LastError().c_str();
+}
+
+RRETURNCODE ReadStrFromRegistry(const char* key, const char* value, CString& out,
+                                unsigned long size, platform::RegistryRoot root) {
+    return Shielded([&] {
+        auto text = kvutil::ReadBoundedText(platform::NativeSystem().registry, root, OrEmpty(key),
+                                            OrEmpty(value), size);
+        if (text) out = CString(std::move(*text));
+        return text.HasValue();
+    });
+}
+
+RRETURNCODE ReadDWordFromRegistry(const char* key, const char* value, unsigned long& out,
+                                  platform::RegistryRoot root) {
+    return Shielded([&] {
+        const auto number =
+            platform::NativeSystem().registry.ReadNumber(root, OrEmpty(key), OrEmpty(value));
+        if (number) out = *number;
+        return number.HasValue();
+    });
+}
+
+RRETURNCODE StoreDWordInRegistry(const char* key, const char* value, unsigned long number,
+                                 platform::RegistryRoot root) {
+    return Shielded([&] {
+        return platform::NativeSystem()
+            .registry
+            .WriteNumber(root, OrEmpty(key), OrEmpty(value), static_cast<std::uint32_t>(number))
+            .HasValue();
+    });
+}
+
+CString VornRight(const char* text, int count, int flag) {
+    return kvutil::LastBytes(OrEmpty(text), static_cast<std::size_t>(count > 0 ? count : 0),
+                             flag != 0 ? CodePage() : 0);
+}
+
+RRETURNCODE FindReplace(CString& text, const char* find, const char* replacement, int count) {
+    return Shielded([&] {
+        kvutil::ReplaceText(text.Str(), OrEmpty(find), OrEmpty(replacement), count);
+        return true;
+    });
+}
+
+RRETURNCODE StripChars(const char* source, char* target, const char* characters) {
+    if (source == nullptr || target == nullptr) return RRC_FAILED;
+    characters = OrEmpty(characters);
+    for (; *source != '\0'; ++source) {
+        if (std::strchr(characters, *source) == nullptr) *target++ = *source;
+    }
+    *target = '\0';
+    return RRC_OK;
+}
+
+RRETURNCODE GetFilename(const char* path, CString& out) {
+    return Shielded([&] {
+        const std::string_view whole = OrEmpty(path);
+        const auto last = platform::LastSeparator(whole, CodePage());
+        out = CString(last == std::string_view::npos ? whole : whole.substr(last + 1));
+        return true;
+    });
+}
+
+RRETURNCODE FormatFilename(const char* path, int number, CString& out) {
+    return Shielded([&] {
+        const std::string_view whole = OrEmpty(path);
+        out =
+            number < 0
+                ? CString(whole)
+                : CString(kvutil::ShortenPath(whole, static_cast<std::size_t>(number), CodePage()));
+        return true;
+    });
+}
+
+RRETURNCODE ComputeCheckSum(unsigned char* data, int length, unsigned int& sum, int) {
+    if (length < 0 || (data == nullptr && length > 0)) return RRC_FAILED;
+    const std::string_view bytes(reinterpret_cast<const char*>(data),
+                                 static_cast<std::size_t>(length));
+    sum = kvutil::CheckSum(bytes, sum);
+    return RRC_OK;
+}
+
+RRETURNCODE AttachmentInfoToStr(const CArray<CRAttachmentInfo>& list, CString& out) {
+    return Shielded([&] {
+        out = CString(kvutil::EncodeAttachments(list));
+        return true;
+    });
+}
+
+RRETURNCODE StrToAttachmentInfo(const char* text, CArray<CRAttachmentInfo>& list) {
+    return Shielded([&] {
+        list.RemoveAll();
+        return kvutil::DecodeAttachments(OrEmpty(text), list);
+    });
+}
+
+void SetDialogProvider(platform::Dialogs* dialogs) {
+    g_dialogProvider = dialogs;
+}
+
+platform::Dialogs* DialogProvider() {
+    return g_dialogProvider;
+}
