@@ -1,0 +1,133 @@
+#include "platform/windows/native_file.h"
+
+#include <algorithm>
+
+#include "platform/windows/windows_error.h"
+
+namespace platform::windows {
+
+namespace {
+
+DWORD DispositionOf(OpenMode mode) {
+    switch (mode) {
+        case OpenMode::kRead:
+        case OpenMode::kReadWrite:
+            return OPEN_EXISTING;
+        case OpenMode::kCreate:
+            return CREATE_ALWAYS;
+        case OpenMode::kCreateNew:
+            return CREATE_NEW;
+        case OpenMode::kReadWriteOrCreate:
+            return OPEN_ALWAYS;
+    }
+    return OPEN_EXISTING;
+}
+
+DWORD ShareFlagsOf(Share share) {
+    switch (share) {
+        case Share::kNone:
+            return 0;
+        case Share::kRead:
+            return FILE_SHARE_READ;
+        case Share::kReadWrite:
+            return FILE_SHARE_READ | FILE_SHARE_WRITE;
+    }
+    return 0;
+}
+
+DWORD PieceOf(std::size_t size) {
+    constexpr std::size_t kLargest = std::size_t{1} << 30;
+    return static_cast<DWORD>(std::min(size, kLargest));
+}
+
+class NativeFile : public File {
+  public:
+    NativeFile(Handle handle, std::string path)
+        : m_handle(std::move(handle)), m_path(std::move(path)) {}
+
+    Result<std::size_t> Read(std::span<char> buffer) override {
+        std::size_t filled = 0;
+        while (filled < buffer.size()) {
+            DWORD count = 0;
+            if (!ReadFile(m_handle.Get(), buffer.data() + filled, PieceOf(buffer.size() - filled),
+                          &count, nullptr)) {
+                return FromLastError(m_path);
+            }
+            if (count == 0) break;
+            filled += count;
+        }
+        return filled;
+    }
+
+    Status Write(std::string_view bytes) override {
+        while (!bytes.empty()) {
+            DWORD count = 0;
+            if (!WriteFile(m_handle.Get(), bytes.data(), PieceOf(bytes.size()), &count, nullptr)) {
+                return FromLastError(m_path);
+            }
+            if (count == 0) return FromError(ERROR_DISK_FULL, m_path);
+            bytes.remove_prefix(count);
+        }
+        return {};
+    }
+
+    Result<std::uint64_t> Seek(std::int64_t offset, SeekFrom from) override {
+        const DWORD method = from == SeekFrom::kBegin     ? FILE_BEGIN
+                             : from == SeekFrom::kCurrent ? FILE_CURRENT
+                                                          : FILE_END;
+        LARGE_INTEGER distance, position;
+        distance.QuadPart = offset;
+        // The system takes a distance from the beginning as a number without sign.
+        if (from == SeekFrom::kBegin && offset < 0) return FromError(ERROR_NEGATIVE_SEEK, m_path);
+        if (!SetFilePointerEx(m_handle.Get(), distance, &position, method)) {
+            return FromLastError(m_path);
+        }
+        return static_cast<std::uint64_t>(position.QuadPart);
+    }
+
+    Result<std::uint64_t> Size() override {
+        LARGE_INTEGER size;
+        if (!GetFileSizeEx(m_handle.Get(), &size)) return FromLastError(m_path);
+        return static_cast<std::uint64_t>(size.QuadPart);
+    }
+
+    Status Truncate(std::uint64_t size) override {
+        FILE_END_OF_FILE_INFO info;
+        info.EndOfFile.QuadPart = static_cast<LONGLONG>(size);
+        if (!SetFileInformationByHandle(m_handle.Get(), FileEndOfFileInfo, &info, sizeof info)) {
+            return FromLastError(m_path);
+        }
+        return {};
+    }
+
+    Status Flush() override {
+        if (!FlushFileBuffers(m_handle.Get())) return FromLastError(m_path);
+        return {};
+    }
+
+    Status Close() override {
+        if (!CloseHandle(m_handle.Release())) return FromLastError(m_path);
+        return {};
+    }
+
+  private:
+    Handle m_handle;
+    std::string m_path;
+};
+
+}  // namespace
+
+Result<Handle> OpenClaimed(const std::wstring& name, std::string_view path, OpenMode mode,
+                           Share share) {
+    const DWORD access = mode == OpenMode::kRead ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE;
+    Handle handle(CreateFileW(name.c_str(), access, ShareFlagsOf(share), nullptr,
+                              DispositionOf(mode), FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!handle) return FromLastError(path);
+    return handle;
+}
+
+std::unique_ptr<File> MakeNativeFile(Handle handle, std::string path) {
+    return std::make_unique<NativeFile>(std::move(handle), std::move(path));
+}
+
+}  // namespace platform::windows

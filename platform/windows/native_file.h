@@ -1,0 +1,17 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/os/files.h"
+#include "platform/windows/handle.h"
+
+namespace platform::windows {
+
+// Opens with that mode and claim; `path` names the file in failures.
+Result<Handle> OpenClaimed(const std::wstring& name, std::string_view path, OpenMode mode,
+                           Share share);
+
+std::unique_ptr<File> MakeNativeFile(Handle handle, std::string path);
+
+}  // namespace platform::windows

@@ -1,0 +1,92 @@
+#include "platform/windows/native_libraries.h"
+
+#include "platform/os/path.h"
+#include "platform/windows/handle.h"
+#include "platform/windows/wide_text.h"
+#include "platform/windows/windows_error.h"
+
+namespace platform::windows {
+
+namespace {
+
+class NativeLibrary : public Library {
+  public:
+    explicit NativeLibrary(Module module) : m_module(std::move(module)) {}
+    void* Symbol(const char* name) override {
+        return reinterpret_cast<void*>(GetProcAddress(m_module.Get(), name));
+    }
+
+  private:
+    Module m_module;
+};
+
+class NativeStringResources : public StringResources {
+  public:
+    explicit NativeStringResources(Module module) : m_module(std::move(module)) {}
+
+    std::string Text(unsigned id, std::size_t limit) override {
+        constexpr unsigned kHighestId = 0xFFFF;
+        // With a size of 0 the system hands out its own copy of the text.
+        const wchar_t* text = nullptr;
+        const int length =
+            id > kHighestId ? 0
+                            : LoadStringW(m_module.Get(), id, reinterpret_cast<wchar_t*>(&text), 0);
+        if (length <= 0 || text == nullptr) return {};
+        std::string result = NarrowStrict({text, static_cast<std::size_t>(length)}, GetACP());
+        result.resize(WholeCharacterPrefix(result, limit, GetACP()));
+        return result;
+    }
+
+  private:
+    Module m_module;
+};
+
+bool HasFolder(const std::wstring& name) {
+    return name.find_first_of(L"\\/:") != std::wstring::npos;
+}
+
+// The folder, with a closing backslash, of the file that this code is part of.
+std::wstring OwnFolder() {
+    HMODULE module = nullptr;
+    GetModuleHandleExW(
+        GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+        reinterpret_cast<const wchar_t*>(&OwnFolder), &module);
+    std::wstring path(32768, L'\0');
+    path.resize(GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size())));
+    path.resize(path.rfind(L'\\') + 1);
+    return path;
+}
+
+// As data and as image at once: a library for another machine type loads too, and its resources
+// are found.
+Module LoadAsData(const std::wstring& name) {
+    return Module(LoadLibraryExW(name.c_str(), nullptr,
+                                 LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE));
+}
+
+}  // namespace
+
+Result<std::unique_ptr<Library>> NativeLibraries::Load(std::string_view path) {
+    const std::wstring name = Wide(path, CP_ACP);
+    // What lies beside a library is found for it too.
+    const DWORD flags = HasFolder(name) ? LOAD_WITH_ALTERED_SEARCH_PATH : 0;
+    Module module(LoadLibraryExW(name.c_str(), nullptr, flags));
+    if (!module) return FromLastError(path);
+    return std::unique_ptr<Library>(std::make_unique<NativeLibrary>(std::move(module)));
+}
+
+Result<std::unique_ptr<StringResources>> NativeLibraries::LoadResources(std::string_view path) {
+    const std::wstring name = Wide(path, CP_ACP);
+    if (!HasFolder(name)) {
+        if (Module beside = LoadAsData(OwnFolder() + name)) {
+            return std::unique_ptr<StringResources>(
+                std::make_unique<NativeStringResources>(std::move(beside)));
+        }
+    }
+    Module module = LoadAsData(name);
+    if (!module) return FromLastError(path);
+    return std::unique_ptr<StringResources>(
+        std::make_unique<NativeStringResources>(std::move(module)));
+}
+
+}  // namespace platform::windows

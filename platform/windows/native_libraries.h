@@ -1,0 +1,14 @@
+#pragma once
+
+#include "platform/os/libraries.h"
+
+namespace platform::windows {
+
+// Libraries by Windows paths in the system code page.
+class NativeLibraries : public Libraries {
+  public:
+    Result<std::unique_ptr<Library>> Load(std::string_view path) override;
+    Result<std::unique_ptr<StringResources>> LoadResources(std::string_view path) override;
+};
+
+}  // namespace platform::windows

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace platform::windows {
+
+// Text of a code page (CP_ACP and CP_UTF8 too) to and from UTF-16 as the system's own A functions
+// do it: what does not fit is replaced by the system's choice.
+std::wstring Wide(std::string_view text, unsigned codePage);
+std::string Narrow(std::wstring_view wide, unsigned codePage);
+
+// The same, but a character that the code page lacks becomes exactly one "?", never one that
+// looks alike; `lossy`, if given, says whether there was one.
+std::string NarrowStrict(std::wstring_view wide, unsigned codePage, bool* lossy = nullptr);
+
+// A name that the system takes as it stands: nothing is lost or cut on the way to UTF-16. Empty if
+// the text holds a zero byte or what is no character.
+std::wstring WideName(std::string_view text, unsigned codePage);
+
+}  // namespace platform::windows
