@@ -34,8 +34,9 @@ if ! command -v dpkg-query > /dev/null; then
     exit 0
 fi
 
-installed=" $(dpkg-query -W -f '${Package} ${db:Status-Status}\n' "${wanted[@]}" 2> /dev/null |
-    awk '$2 == "installed" { print $1 }' | tr '\n' ' ')"
+# dpkg-query fails when it has never heard of one of them; what it prints counts all the same.
+states=$(dpkg-query -W -f '${Package} ${db:Status-Status}\n' "${wanted[@]}" 2> /dev/null || true)
+installed=" $(awk '$2 == "installed" { print $1 }' <<< "$states" | tr '\n' ' ') "
 missing=()
 for package in "${wanted[@]}"; do
     [[ $installed == *" $package "* ]] || missing+=("$package")
