@@ -1,0 +1,107 @@
+#include "addressbook/carried_units.h"
+
+#include <algorithm>
+
+#include "addressbook/nickname_lines.h"
+#include "addressbook/token_scan.h"
+
+namespace addressbook {
+
+namespace {
+
+std::string RenamedEntryLine(std::string_view line, std::string_view newName) {
+    const auto head = ScanEntryHead(line);
+    auto rest = line.substr(head.rest);
+    if (head.quoted && rest.starts_with(' ')) rest.remove_prefix(1);
+    std::string text(TokenScan(line).Next(kFirstWordSet));
+    // The quoted form asks for a first word of five bytes; any other word could also bring a
+    // quote of the text behind the nickname to index 6, where it would change its meaning.
+    const auto plain = text + " " + std::string(newName) + " ";
+    if (newName.find(' ') != std::string_view::npos || plain.size() < 7 || plain[6] == '"') {
+        text = "alias";
+    }
+    text += ' ';
+    AppendNickname(text, newName);
+    text += ' ';
+    text += rest;
+    return text;
+}
+
+std::string RenamedNoteLine(std::string_view line, std::string_view name,
+                            std::string_view newName) {
+    TokenScan scan(line);
+    scan.Next(kNoteWordSet);
+    auto rest = scan.Rest();
+    std::string quotedName = '"' + std::string(name) + '"';
+    const auto found = rest.starts_with(quotedName) ? std::string_view(quotedName) : name;
+    const auto behind = rest.substr(std::min(found.size(), rest.size()));
+    const bool ends = behind.empty() || kSpaceSet.Has(behind[0]) || behind[0] == '<';
+    if (!rest.starts_with(found) || !ends) return std::string(line);
+    std::string text(line.substr(0, line.size() - rest.size()));
+    AppendNickname(text, newName);
+    text += behind;
+    return text;
+}
+
+}  // namespace
+
+std::string_view CarriedUnits::Keep(std::string text) {
+    return m_kept.emplace_back(std::move(text));
+}
+
+void CarriedUnits::AddOwned(CarriedUnit unit, std::string_view owner) {
+    auto found = m_owned.find(owner);
+    if (found == m_owned.end()) found = m_owned.try_emplace(std::string(owner)).first;
+    found->second.push_back(m_units.size());
+    m_units.push_back(unit);
+}
+
+CarriedUnit CarriedUnits::LeftoverUnit(std::uint64_t place, std::string_view owner,
+                                       const Leftover& leftover) {
+    std::string line = "alias ";
+    AppendNickname(line, owner);
+    line += ' ';
+    if (!leftover.tail.empty()) {
+        line += '\r';
+        line += leftover.tail;
+    }
+    CarriedUnit unit{.place = place, .line = Keep(std::move(line)), .note = {}};
+    if (leftover.tokens.empty()) return unit;
+    std::string note = "note ";
+    AppendNickname(note, owner);
+    note += ' ';
+    note += leftover.tokens;
+    unit.note = Keep(std::move(note));
+    unit.hasNote = true;
+    return unit;
+}
+
+void CarriedUnits::Rewrite(CarriedUnit& unit, std::string_view owner, std::string_view newOwner) {
+    unit.line = Keep(RenamedEntryLine(unit.line, newOwner));
+    if (unit.hasNote) unit.note = Keep(RenamedNoteLine(unit.note, owner, newOwner));
+}
+
+void CarriedUnits::Rename(std::string_view owner, std::string_view newOwner) {
+    const auto found = m_owned.find(owner);
+    if (found == m_owned.end()) return;
+    auto node = m_owned.extract(found);
+    for (const auto index : node.mapped()) Rewrite(m_units[index], owner, newOwner);
+    auto& target = m_owned[std::string(newOwner)];
+    target.insert(target.end(), node.mapped().begin(), node.mapped().end());
+}
+
+void CarriedUnits::DropOwned(std::string_view owner) {
+    const auto found = m_owned.find(owner);
+    if (found == m_owned.end()) return;
+    for (const auto index : found->second) m_units[index].gone = true;
+    m_owned.erase(found);
+}
+
+void CarriedUnits::DropAllOwned() {
+    for (const auto& [owner, indices] : m_owned) {
+        for (const auto index : indices) m_units[index].gone = true;
+    }
+    m_owned.clear();
+}
+
+}  // namespace addressbook

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "addressbook/note_line.h"
+
+namespace addressbook {
+
+// One or two lines of a nickname file that hold no record and are carried along: a group, a later
+// duplicate, an entry with an over-long nickname, a line without a nickname, a leftover.
+struct CarriedUnit {
+    std::uint64_t place = 0;  // in the file; gives the order
+    std::string_view line, note;
+    bool hasNote = false;
+    bool gone = false;
+};
+
+// All of them. A unit without an owner stays for ever; one that belongs to a record follows that
+// record when it is renamed and vanishes with it. Texts are parts of the file's bytes, which must
+// outlive this object, or are kept here.
+class CarriedUnits {
+  public:
+    void Add(CarriedUnit unit) { m_units.push_back(unit); }
+    void AddOwned(CarriedUnit unit, std::string_view owner);
+    void Rename(std::string_view owner, std::string_view newOwner);
+    void DropOwned(std::string_view owner);
+    void DropAllOwned();
+
+    // Text that is not part of the file.
+    std::string_view Keep(std::string text);
+    // An entry of the owner's nickname that says what the record could not hold.
+    CarriedUnit LeftoverUnit(std::uint64_t place, std::string_view owner, const Leftover& leftover);
+
+    const std::vector<CarriedUnit>& Units() const { return m_units; }
+    bool IsEmpty() const { return m_units.empty(); }
+
+  private:
+    using Owned = std::map<std::string, std::vector<std::size_t>, std::less<>>;
+
+    void Rewrite(CarriedUnit& unit, std::string_view owner, std::string_view newOwner);
+
+    std::vector<CarriedUnit> m_units;
+    Owned m_owned;
+    std::deque<std::string> m_kept;
+};
+
+}  // namespace addressbook

@@ -1,0 +1,164 @@
+#include "addressbook/file_records.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "addressbook/nickname_record.h"
+
+namespace addressbook {
+
+namespace {
+
+constexpr std::size_t kKeyBytes = 8;
+
+std::uint64_t KeyBytes(std::string_view name) {
+    char bytes[kKeyBytes] = {};
+    std::memcpy(bytes, name.data(), std::min(name.size(), kKeyBytes));
+    std::uint64_t key = 0;
+    for (const char byte : bytes) key = key << 8 | static_cast<unsigned char>(byte);
+    return key;
+}
+
+CarriedUnit UnitOf(std::string_view text, const Entry& entry) {
+    const auto place = static_cast<std::uint64_t>(entry.line.bytes.data() - text.data());
+    CarriedUnit unit{.place = place, .line = entry.line.Text(), .note = {}};
+    unit.hasNote = entry.hasNote;
+    if (entry.hasNote) unit.note = entry.note.Text();
+    return unit;
+}
+
+bool NameEndsLine(const Entry& entry) {
+    const auto& name = entry.head.nickname;
+    return name.data() + name.size() == entry.line.bytes.data() + entry.line.bytes.size();
+}
+
+// An entry line that must go on naming nobody. Without its CR the nickname could become short
+// enough to be held.
+CarriedUnit UnheldUnit(std::string_view text, const Entry& entry) {
+    auto unit = UnitOf(text, entry);
+    const auto cut = entry.line.bytes.size() - unit.line.size();
+    const auto& name = entry.head.nickname;
+    if (cut > 0 && NameEndsLine(entry) && FitsRecord(name.substr(0, name.size() - cut))) {
+        unit.line = entry.line.bytes;
+    }
+    return unit;
+}
+
+}  // namespace
+
+FileBytes FileBytes::CopyOf(std::string_view text) {
+    FileBytes bytes{std::make_unique_for_overwrite<char[]>(text.size()), text.size()};
+    std::copy(text.begin(), text.end(), bytes.data.get());
+    return bytes;
+}
+
+std::string_view FileRecords::NameOf(const Slot& slot) const {
+    const auto text = Text().substr(slot.name & ~kFlag, kMaxNickname);
+    const char end = (slot.line & kFlag) != 0 ? '"' : ' ';
+    std::size_t size = 0;
+    while (size < text.size() && text[size] != end && text[size] != '\n') ++size;
+    return text.substr(0, size);
+}
+
+std::uint64_t FileRecords::KeyOf(const Slot& slot, std::size_t depth) const {
+    const auto name = NameOf(slot);
+    return KeyBytes(name.substr(std::min(depth, name.size())));
+}
+
+void FileRecords::Prefetch(std::size_t index) const {
+    if (index >= m_slots.size()) return;
+    const char* line = m_bytes.data.get() + LineOf(m_slots[index]);
+    __builtin_prefetch(line);
+    __builtin_prefetch(line + 64);
+    __builtin_prefetch(line + 128);
+}
+
+void FileRecords::Load(FileBytes bytes, CarriedUnits& carried) {
+    m_slots = {};
+    m_bytes = std::move(bytes);
+    if (Scan(carried)) return;
+    Sort(m_slots, 0);
+    CarryDuplicates(carried);
+}
+
+// Gives whether the records stand in order, each nickname once.
+bool FileRecords::Scan(CarriedUnits& carried) {
+    const auto text = Text();
+    bool sorted = true;
+    std::string_view last;
+    std::uint64_t lastKey = 0;
+    for (std::size_t at = 0; at < text.size();) {
+        const auto entry = EntryAt(text, at);
+        const auto& name = entry.head.nickname;
+        if (name.empty()) {
+            const auto line = entry.line.Text();
+            if (line.find_first_not_of('\r') != std::string_view::npos) {
+                carried.Add(UnitOf(text, entry));
+            }
+        } else if (IsGroupName(name)) {
+            carried.Add(UnitOf(text, entry));
+        } else if (!FitsRecord(name)) {
+            carried.Add(UnheldUnit(text, entry));
+        } else {
+            const auto key = KeyBytes(name);
+            if (key < lastKey || (key == lastKey && name <= last)) sorted = false;
+            lastKey = key;
+            last = name;
+            const auto line = static_cast<std::uint32_t>(at);
+            const auto begin = static_cast<std::uint32_t>(name.data() - text.data());
+            m_slots.push_back({key, entry.head.quoted ? line | kFlag : line, begin});
+        }
+        at = entry.Next();
+    }
+    return sorted;
+}
+
+// Sorts records that agree in the first `depth` bytes of their nicknames, whose next eight are in
+// the keys. Comparing keys only, and fetching the next eight bytes once for those that agree, goes
+// to the file's bytes as seldom as can be.
+void FileRecords::Sort(std::span<Slot> slots, std::size_t depth) {
+    std::sort(slots.begin(), slots.end(), [](const Slot& a, const Slot& b) {
+        return a.key != b.key ? a.key < b.key : (a.line & ~kFlag) < (b.line & ~kFlag);
+    });
+    for (std::size_t begin = 0; begin < slots.size();) {
+        const auto key = slots[begin].key;
+        std::size_t end = begin + 1;
+        while (end < slots.size() && slots[end].key == key) ++end;
+        const auto run = slots.subspan(begin, end - begin);
+        begin = end;
+        if (run.size() == 1) continue;
+        if ((key & 0xFF) == 0) {  // a nickname holds no zero byte: all have ended, they are equal
+            for (auto& later : run.subspan(1)) later.name |= kFlag;
+            continue;
+        }
+        for (auto& slot : run) slot.key = KeyOf(slot, depth + kKeyBytes);
+        Sort(run, depth + kKeyBytes);
+        for (auto& slot : run) slot.key = key;
+    }
+}
+
+void FileRecords::CarryDuplicates(CarriedUnits& carried) {
+    std::erase_if(m_slots, [&](const Slot& slot) {
+        if ((slot.name & kFlag) == 0) return false;
+        const auto entry = EntryAt(Text(), LineOf(slot));
+        auto unit = UnitOf(Text(), entry);
+        if (NameEndsLine(entry)) {
+            // The line end that it will get could be taken for a part of the nickname.
+            std::string line(entry.line.bytes);
+            line += entry.head.quoted ? '"' : ' ';
+            unit.line = carried.Keep(std::move(line));
+        }
+        carried.AddOwned(unit, entry.head.nickname);
+        return true;
+    });
+}
+
+std::size_t FileRecords::LowerBound(std::string_view nickname) const {
+    const auto key = KeyBytes(nickname);
+    const auto found = std::partition_point(m_slots.begin(), m_slots.end(), [&](const Slot& slot) {
+        return slot.key != key ? slot.key < key : NameOf(slot) < nickname;
+    });
+    return static_cast<std::size_t>(found - m_slots.begin());
+}
+
+}  // namespace addressbook

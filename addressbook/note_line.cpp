@@ -1,0 +1,182 @@
+#include "addressbook/note_line.h"
+
+#include <array>
+#include <vector>
+
+#include "addressbook/nickname_lines.h"
+#include "addressbook/token_scan.h"
+
+namespace addressbook {
+
+namespace {
+
+struct Tag {
+    std::string_view text;
+    CString NicknameRecord::*field;
+};
+
+// In the order in which they are written. No text begins another, so any order serves reading.
+constexpr std::array<Tag, 4> kTags = {{{"fax:", &NicknameRecord::csFax},
+                                       {"address:", &NicknameRecord::csAddress},
+                                       {"phone:", &NicknameRecord::csPhone},
+                                       {"name:", &NicknameRecord::csName}}};
+constexpr std::size_t kNoTag = kTags.size();
+
+std::size_t TagOf(std::string_view token) {
+    std::size_t i = 0;
+    while (i < kTags.size() && !token.starts_with(kTags[i].text)) ++i;
+    return i;
+}
+
+bool EndsWord(std::string_view text, std::size_t at) {
+    return at >= text.size() || kSpaceSet.Has(text[at]);
+}
+
+// The length of the nickname at the beginning of a head, in one of the forms in which it may stand
+// there; npos if it does not, and the head is about something else.
+std::size_t NameLength(std::string_view head, std::string_view nickname) {
+    const auto size = nickname.size();
+    if (head.starts_with(nickname) && EndsWord(head, size)) return size;
+    if (head.starts_with('"') && head.substr(1).starts_with(nickname) &&
+        head.substr(size + 1).starts_with('"') && EndsWord(head, size + 2)) {
+        return size + 2;
+    }
+    const auto carried = CarriedName(nickname);
+    if (carried.size() < size && head.starts_with(carried) && EndsWord(head, carried.size())) {
+        return carried.size();
+    }
+    return std::string_view::npos;
+}
+
+std::string_view From(std::string_view text, std::size_t at) {
+    return at < text.size() ? text.substr(at) : std::string_view();
+}
+
+// A note line without tags: the note follows the nickname.
+void ParsePlain(std::string_view head, std::string_view nickname, NicknameRecord& record,
+                Leftover& leftover) {
+    const auto size = nickname.size();
+    bool isNote = true;
+    if (head.starts_with(nickname)) {
+        record.csNote = From(head, size + 1);
+    } else if (From(head, 1).starts_with(nickname)) {
+        record.csNote = From(head, size + 3);
+    } else {
+        isNote = false;
+    }
+    const auto length = NameLength(head, nickname);
+    if (length == std::string_view::npos) {
+        leftover.AddToken(head);
+    } else if (!isNote) {
+        leftover.AddToken(From(head, length + 1));
+    }
+}
+
+void ParseTokens(const std::vector<std::string_view>& tokens, NicknameRecord& record,
+                 Leftover& leftover) {
+    std::array<std::size_t, kTags.size() + 1> last;  // place of the token that counts, by kind
+    last.fill(tokens.size());
+    const auto isEmptyTag = [](std::string_view token, std::size_t tag) {
+        return tag != kNoTag && token.size() == kTags[tag].text.size();
+    };
+    for (std::size_t i = 0; i < tokens.size(); ++i) {
+        const auto tag = TagOf(tokens[i]);
+        if (!isEmptyTag(tokens[i], tag)) last[tag] = i;
+    }
+    for (std::size_t i = 0; i < tokens.size(); ++i) {
+        const auto tag = TagOf(tokens[i]);
+        if (isEmptyTag(tokens[i], tag)) continue;
+        if (last[tag] != i) {
+            leftover.AddToken(tokens[i]);
+        } else if (tag == kNoTag) {
+            record.csNote = tokens[i];
+        } else {
+            record.*kTags[tag].field = tokens[i].substr(kTags[tag].text.size());
+        }
+    }
+}
+
+}  // namespace
+
+void Leftover::AddToken(std::string_view token) {
+    if (Trimmed(token).empty()) return;
+    tokens += '<';
+    tokens += token;
+    tokens += '>';
+}
+
+std::string_view CarriedName(std::string_view nickname) {
+    return nickname.substr(0, nickname.find_first_of("<>\r"));
+}
+
+void ParseNoteLine(std::string_view line, std::string_view nickname, NicknameRecord& record,
+                   Leftover& leftover) {
+    TokenScan scan(line);
+    auto word = scan.Next(kNoteWordSet);
+    while (word.ends_with('\r')) word.remove_suffix(1);
+    if (word != "note") leftover.AddToken(word);
+    const auto head = scan.Next(kNoteSet);
+    std::vector<std::string_view> tokens;
+    for (auto token = scan.Next(kNoteSet); !token.empty(); token = scan.Next(kNoteSet)) {
+        tokens.push_back(token);
+    }
+    if (tokens.empty()) {
+        if (!head.empty()) ParsePlain(head, nickname, record, leftover);
+        return;
+    }
+    const auto length = NameLength(head, nickname);
+    leftover.AddToken(length == std::string_view::npos ? head : From(head, length + 1));
+    ParseTokens(tokens, record, leftover);
+}
+
+bool HasNoteContent(const NicknameRecord& record) {
+    for (const auto& tag : kTags) {
+        if (!(record.*tag.field).IsEmpty()) return true;
+    }
+    return !record.csNote.IsEmpty();
+}
+
+void AppendNoteLine(std::string& out, std::string_view nickname, const NicknameRecord& record) {
+    out += "note ";
+    // A delimiter inside the nickname would read as the end of the head, and its rest as a note.
+    const auto carried = CarriedName(nickname);
+    const bool whole = carried.size() == nickname.size();
+    if (whole) {
+        AppendNickname(out, nickname);
+    } else {
+        out += carried;
+    }
+    out += ' ';
+    const auto begin = out.size();
+    for (const auto& tag : kTags) {
+        const auto& value = (record.*tag.field).Str();
+        if (value.empty()) continue;
+        out += '<';
+        out += tag.text;
+        out += value;
+        out += '>';
+    }
+    if (!whole && out.size() == begin) out += '>';
+    out += record.csNote.Str();
+}
+
+bool IsNormalNote(std::string_view content) {
+    if (content.empty()) return false;
+    std::size_t next = 0;  // the first tag that may still follow
+    bool hasTags = false;
+    while (content.front() == '<') {
+        const auto end = content.find_first_of("<>\r", 1);
+        if (end == std::string_view::npos || content[end] != '>') return false;
+        const auto token = content.substr(1, end - 1);
+        const auto tag = TagOf(token);
+        if (tag < next || tag == kNoTag || token.size() == kTags[tag].text.size()) return false;
+        next = tag + 1;
+        hasTags = true;
+        content.remove_prefix(end + 1);
+        if (content.empty()) return true;
+    }
+    return content.find_first_of("<>\r") == std::string_view::npos &&
+           (!hasTags || TagOf(content) == kNoTag);
+}
+
+}  // namespace addressbook

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace addressbook {
+
+// A set of bytes that end a token.
+class ByteSet {
+  public:
+    constexpr explicit ByteSet(std::string_view bytes) {
+        for (const char byte : bytes) m_has[static_cast<unsigned char>(byte)] = true;
+    }
+    constexpr bool Has(char byte) const { return m_has[static_cast<unsigned char>(byte)]; }
+
+  private:
+    bool m_has[256] = {};
+};
+
+// A cursor over one line. Every scan may use another set; the byte that ended a token is consumed
+// by the scan that found it.
+class TokenScan {
+  public:
+    explicit TokenScan(std::string_view line, std::size_t at = 0) : m_line(line), m_at(at) {}
+
+    // Skips bytes of the set and takes those up to the next one. Empty: the line ended first.
+    std::string_view Next(const ByteSet& set) {
+        while (m_at < m_line.size() && set.Has(m_line[m_at])) ++m_at;
+        const std::size_t begin = m_at;
+        while (m_at < m_line.size() && !set.Has(m_line[m_at])) ++m_at;
+        const auto token = m_line.substr(begin, m_at - begin);
+        if (m_at < m_line.size()) ++m_at;
+        return token;
+    }
+    // What is behind the cursor.
+    std::string_view Rest() const { return m_line.substr(m_at); }
+
+  private:
+    std::string_view m_line;
+    std::size_t m_at;
+};
+
+inline constexpr ByteSet kFirstWordSet(" \"");
+inline constexpr ByteSet kPlainNameSet(" ");
+inline constexpr ByteSet kQuotedNameSet("\"");
+inline constexpr ByteSet kLineEndSet("\n\r");
+inline constexpr ByteSet kAddressSet(",");
+inline constexpr ByteSet kNoteWordSet(" ");
+inline constexpr ByteSet kNoteSet("<>\r\n");
+inline constexpr ByteSet kSpaceSet(" \t\r\n\v\f");
+
+// Without white space at both ends.
+std::string_view Trimmed(std::string_view text);
+
+}  // namespace addressbook
