@@ -1,0 +1,100 @@
+#include "frame/interface/exports.h"
+
+#include <memory>
+#include <new>
+
+#include "frame/guard.h"
+#include "frame/initialization.h"
+#include "frame/trans_base.h"
+#include "platform/os/system.h"
+#ifdef KV_WITH_ADDRESSBOOK
+#include "addressbook/eudora4.h"
+#endif
+
+using frame::Guarded;
+
+namespace {
+
+constexpr unsigned long kAddressBook = 1;  // data kind
+
+// Made while the library is loaded: the global object must be there before the first call, and the
+// dialogs must know where the host's provider is found.
+[[maybe_unused]] const bool g_loaded = [] {
+    platform::SetDialogSource(DialogProvider);
+    TransUtil();
+    return true;
+}();
+
+std::unique_ptr<CREudoraTransBase> MakeTranslator([[maybe_unused]] unsigned long kind) {
+#ifdef KV_WITH_ADDRESSBOOK
+    if (kind == kAddressBook) return std::make_unique<CREudora4>();
+#endif
+    return std::make_unique<CREudoraTransBase>();
+}
+
+// What both forms of the initialisation hand out, whatever becomes of it.
+void HandOut(RWORD* pWord, CEudoraTransUtil** ppUtil) {
+    if (pWord != nullptr) *pWord = 0;
+    if (ppUtil != nullptr) *ppUtil = &TransUtil();
+}
+
+}  // namespace
+
+extern "C" RRETURNCODE InitTranslator(tagRENVSETTINGS* pEnv, RWORD* pWord,
+                                      CEudoraTransUtil** ppUtil) {
+    return Guarded("InitTranslator", [&] {
+        HandOut(pWord, ppUtil);
+        return frame::Initialize(TransUtil(), pEnv);
+    });
+}
+
+extern "C" RRETURNCODE InitTranslatorEx(tagRENVSETTINGS* pEnv, tagRTRANSSETTINGS* pSettings,
+                                        const char* pszLanguage, RWORD* pWord,
+                                        CEudoraTransUtil** ppUtil, char* pszMessage, int nLength) {
+    return Guarded("InitTranslatorEx", [&] {
+        KV_LOG(5, "Enter - kvtEudora : InitTranslatorEx\n");
+        HandOut(pWord, ppUtil);
+        return frame::InitializeWith(TransUtil(), pEnv, pSettings, pszLanguage, pszMessage,
+                                     nLength);
+    });
+}
+
+extern "C" RRETURNCODE UninitTranslator() {
+    return Guarded("UninitTranslator", [] {
+        KV_LOG(5, "Enter - kvtEudora : UninitTranslator\n");
+        TransUtil().mapi.MapiLogoff();
+        TransUtil().mapi.UnloadMapiLibrary();
+        return RRC_OK;
+    });
+}
+
+extern "C" RRETURNCODE GetTranslatorObject(unsigned long nKind, RWORD,
+                                           CRRecordTranslator** ppTranslator) {
+    return Guarded("GetTranslatorObject", [&] {
+        KV_LOG(5, "Enter - kvtEudora : GetTranslatorObject\n");
+        try {
+            *ppTranslator = MakeTranslator(nKind).release();
+        } catch (const std::bad_alloc&) {
+            KV_LOG(1,
+                   "kvtEudora : GetTranslatorObject - Low memory. Unable to allocate required "
+                   "memory\n");
+            return RRC_FAILED;
+        }
+        return RRC_OK;
+    });
+}
+
+// Both are found by the compiler's names for them.
+RRETURNCODE RemoveTranslator(tagRENVSETTINGS&, tagRTRANSSETTINGS& settings, char*, int) {
+    return Guarded("RemoveTranslator", [&] {
+        KV_LOG(5, "Enter - kvtEudora : RemoveTranslator\n");
+        CEudoraTransUtil& util = TransUtil();
+        if (settings.pszSettingsDir != nullptr) util.csSettingsDir = settings.pszSettingsDir;
+        util.DeleteAllSettings();
+        return RRC_OK;
+    });
+}
+
+int SelfDiagnose(const tagRTRANSSETTINGS*, char*, int) {
+    return 1;
+}
