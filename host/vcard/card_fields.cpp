@@ -238,6 +238,10 @@ CardContent ReadFields(const Card& card) {
     return content;
 }
 
+void SetUid(Card& card, const std::string& uid) {
+    SetProperty(card, "UID", uid);
+}
+
 void WriteFields(Card& card, const Contact& values, FieldSet which,
                  std::chrono::system_clock::time_point now) {
     for (Field field : kAllFields) {

@@ -25,4 +25,7 @@ CardContent ReadFields(const Card& card);
 void WriteFields(Card& card, const Contact& values, FieldSet which,
                  std::chrono::system_clock::time_point now);
 
+// Gives the card another UID.
+void SetUid(Card& card, const std::string& uid);
+
 }  // namespace host

@@ -1,0 +1,165 @@
+#include "host/contacts/eudora_contacts.h"
+
+#include <algorithm>
+#include <array>
+
+#include "host/contacts/eudora_limits.h"
+#include "host/module/exit_code.h"
+#include "platform/os/code_page.h"
+
+namespace host {
+
+namespace {
+
+constexpr char kLineBreak = '\x03';
+constexpr std::string_view kRawId = "bytes:";
+
+std::string FieldId(Field field) {
+    return std::to_string(static_cast<int>(field) + 1);
+}
+
+std::string ToHex(std::string_view bytes) {
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    std::string hex;
+    for (const char byte : bytes) {
+        const auto value = static_cast<unsigned char>(byte);
+        hex += {kDigits[value >> 4], kDigits[value & 15]};
+    }
+    return hex;
+}
+
+std::string FromHex(std::string_view hex) {
+    std::string bytes;
+    for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
+        bytes += static_cast<char>(std::stoi(std::string(hex.substr(i, 2)), nullptr, 16));
+    }
+    return bytes;
+}
+
+std::string Join(const std::vector<std::string>& messages) {
+    std::string text;
+    for (const std::string& message : messages) text += (text.empty() ? "" : "; ") + message;
+    return text;
+}
+
+}  // namespace
+
+platform::Status EudoraContacts::Reopen() {
+    m_session.reset();
+    auto session = m_open();
+    if (!session) return session.Error();
+    m_session = std::make_unique<TranslatorSession>(*std::move(session));
+    return {};
+}
+
+// A nickname whose bytes are no text of the code page is known by its bytes.
+std::string EudoraContacts::IdOf(const std::string& bytes) const {
+    std::string id = platform::ToUtf8(bytes, m_codePage);
+    const bool isFaithful = platform::FromUtf8(id, m_codePage) == bytes;
+    return isFaithful && !id.starts_with(kRawId) ? id : std::string(kRawId) + ToHex(bytes);
+}
+
+std::string EudoraContacts::BytesOf(const std::string& id) const {
+    if (id.starts_with(kRawId)) return FromHex(std::string_view(id).substr(kRawId.size()));
+    return platform::FromUtf8(id, m_codePage);
+}
+
+platform::Result<std::vector<StoreItem>> EudoraContacts::List() {
+    if (auto status = Reopen(); !status) return status.Error();
+    std::vector<StoreItem> items;
+    auto found = m_session->MoveFirst();
+    while (found && *found) {
+        auto id = m_session->RecordId();
+        if (!id) return id.Error();
+        auto marker = m_session->ModifiedInfo();
+        if (!marker) return marker.Error();
+        items.push_back({IdOf(*id), *std::move(marker)});
+        found = m_session->MoveNext();
+    }
+    if (!found) return found.Error();
+    return items;
+}
+
+platform::Result<StoredContact> EudoraContacts::Read(const std::string& id) {
+    auto found = m_session->GoTo(BytesOf(id));
+    if (!found) return found.Error();
+    if (!*found) return Failed("Eudora has no contact " + id + " any more");
+    StoredContact stored;
+    auto marker = m_session->ModifiedInfo();
+    if (!marker) return marker.Error();
+    stored.item = {id, *std::move(marker)};
+    for (Field field : kAllFields) {
+        auto text = m_session->Text(FieldId(field));
+        if (!text) return text.Error();
+        std::string bytes = std::move(*text).value_or("");
+        std::replace(bytes.begin(), bytes.end(), kLineBreak, '\n');
+        stored.contact[field] = Canonical(platform::ToUtf8(bytes, m_codePage));
+    }
+    return stored;
+}
+
+Contact EudoraContacts::Hold(const Contact& contact) const {
+    return HoldInEudora(contact, m_codePage);
+}
+
+std::string EudoraContacts::ToBytes(Field field, const std::string& text) const {
+    std::string bytes = platform::FromUtf8(text, m_codePage);
+    // An empty value means "keep" to the translator; one blank is the way to clear a field. The
+    // first address is cleared by an empty one.
+    if (bytes.empty() && field != Field::kEmail) return " ";
+    if (field == Field::kNote) {
+        // Behind a tag such a note would be read back as a tag.
+        for (const auto* tag : {"name:", "address:", "phone:", "fax:"}) {
+            if (bytes.starts_with(tag)) return " " + bytes;
+        }
+    }
+    return bytes;
+}
+
+std::optional<std::string> EudoraContacts::Refusal(const Contact& values, FieldSet which) {
+    std::vector<TextValue> shown;
+    for (Field field : kAllFields) {
+        if (which.Has(field)) shown.push_back({FieldId(field), ToBytes(field, values[field])});
+    }
+    auto verdict = m_session->Check(shown);
+    if (!verdict) return verdict.Error().Message();
+    if (verdict->ok) return std::nullopt;
+    return verdict->messages.empty() ? "no reason given" : Join(verdict->messages);
+}
+
+platform::Result<std::string> EudoraContacts::StoreFields(const Contact& values, FieldSet which) {
+    for (Field field : kAllFields) {
+        if (!which.Has(field)) continue;
+        auto status = m_session->SetText(FieldId(field), ToBytes(field, values[field]));
+        if (!status) return status.Error();
+    }
+    auto id = m_session->Store();
+    if (!id) return id;
+    return IdOf(*id);
+}
+
+platform::Result<std::string> EudoraContacts::Add(const Contact& values, const std::string&) {
+    if (auto status = m_session->BeginAdd(); !status) return status.Error();
+    FieldSet which;
+    for (Field field : kAllFields) {
+        if (!values[field].empty()) which.Add(field);
+    }
+    return StoreFields(values, which);
+}
+
+platform::Result<std::string> EudoraContacts::Change(const StoreItem& known, const Contact& values,
+                                                     FieldSet which) {
+    if (auto status = m_session->BeginEdit(BytesOf(known.id)); !status) return status.Error();
+    return StoreFields(values, which);
+}
+
+platform::Status EudoraContacts::Remove(const StoreItem& known) {
+    return m_session->Delete(BytesOf(known.id));
+}
+
+platform::Status EudoraContacts::Commit() {
+    if (auto report = m_session->BatchUpdate(); !report) return report.Error();
+    return Reopen();
+}
+
+}  // namespace host

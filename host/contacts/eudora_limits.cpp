@@ -1,0 +1,56 @@
+#include "host/contacts/eudora_limits.h"
+
+#include "platform/os/code_page.h"
+#include "platform/os/path.h"
+
+namespace host {
+
+namespace {
+
+constexpr std::string_view kGroup = "group";
+
+bool LooksLikeGroup(std::string_view nickname) {
+    if (nickname.size() < kGroup.size()) return false;
+    for (std::size_t i = 0; i < kGroup.size(); ++i) {
+        if ((nickname[i] | 0x20) != kGroup[i]) return false;
+    }
+    return true;
+}
+
+char Replacement(char byte, Field field) {
+    const bool isControl = static_cast<unsigned char>(byte) < 0x20 && byte != '\t';
+    if (isControl) return byte == '\n' && HoldsLines(field) ? byte : ' ';
+    if (byte == '<' || byte == '>') return ' ';
+    if (byte == ',' && (field == Field::kNickname || field == Field::kEmail)) return ' ';
+    if (byte == '"' && field == Field::kNickname) return '\'';
+    return byte;
+}
+
+std::string CutNickname(const std::string& nickname, std::size_t limit, unsigned codePage) {
+    const std::string bytes = platform::FromUtf8(nickname, codePage);
+    if (bytes.size() <= limit) return nickname;
+    const auto size = platform::WholeCharacterPrefix(bytes, limit, codePage);
+    return Canonical(platform::ToUtf8(std::string_view(bytes).substr(0, size), codePage));
+}
+
+}  // namespace
+
+Contact HoldInEudora(const Contact& contact, unsigned codePage) {
+    Contact held;
+    for (Field field : kAllFields) {
+        std::string text = contact[field];
+        for (char& byte : text) byte = Replacement(byte, field);
+        held[field] = Canonical(platform::ToUtf8(platform::FromUtf8(text, codePage), codePage));
+    }
+    std::string& nickname = held[Field::kNickname];
+    if (LooksLikeGroup(nickname)) nickname.insert(0, "_");
+    nickname = CutNickname(nickname, kNicknameLimit, codePage);
+    return held;
+}
+
+std::string NicknameWithSuffix(const std::string& base, const std::string& suffix,
+                               unsigned codePage) {
+    return CutNickname(base, kNicknameLimit - suffix.size(), codePage) + suffix;
+}
+
+}  // namespace host

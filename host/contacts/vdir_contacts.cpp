@@ -1,0 +1,173 @@
+#include "host/contacts/vdir_contacts.h"
+
+#include <cstdio>
+#include <random>
+
+#include "host/module/exit_code.h"
+#include "host/vcard/card.h"
+#include "host/vcard/card_fields.h"
+
+namespace host {
+
+namespace {
+
+constexpr std::uint64_t kLargestCard = 64u << 20;
+constexpr std::string_view kSidePrefix = ".kvsync-", kSideSuffix = ".tmp";
+
+std::string MarkerOf(const platform::FileInfo& info) {
+    return std::to_string(info.size) + ':' +
+           std::to_string(std::chrono::duration_cast<std::chrono::nanoseconds>(
+                              info.modified.time_since_epoch())
+                              .count());
+}
+
+// "Ann Lee <ann@x>" is a mailbox with a name; a vCard holds the mailbox alone.
+std::string BareAddress(const std::string& text) {
+    const auto open = text.rfind('<'), close = text.rfind('>');
+    if (open == std::string::npos || close == std::string::npos || close < open) return text;
+    const std::string inner = Canonical(text.substr(open + 1, close - open - 1));
+    return inner.empty() ? text : inner;
+}
+
+}  // namespace
+
+std::string NewUuid() {
+    std::random_device device;
+    char text[40];
+    std::snprintf(text, sizeof text, "%08x-%04x-4%03x-%04x-%04x%08x", device(), device() & 0xFFFF,
+                  device() & 0xFFF, (device() & 0x3FFF) | 0x8000, device() & 0xFFFF, device());
+    return text;
+}
+
+std::string VdirContacts::PathOf(const std::string& name) const {
+    const bool hasEnd = !m_folder.empty() && m_folder.back() == m_files.Separator();
+    return hasEnd ? m_folder + name : m_folder + m_files.Separator() + name;
+}
+
+platform::Result<std::vector<StoreItem>> VdirContacts::List() {
+    m_leftovers.clear();
+    if (auto info = m_files.Stat(m_folder); !info) {
+        if (info.Error().code == platform::ErrorCode::kNotFound) return std::vector<StoreItem>{};
+        return info.Error();
+    }
+    auto entries = m_files.List(m_folder, "*");
+    if (!entries) return entries.Error();
+    std::vector<StoreItem> items;
+    for (const platform::FolderEntry& entry : *entries) {
+        if (entry.isFolder) continue;
+        if (entry.name.starts_with(kSidePrefix) && entry.name.ends_with(kSideSuffix)) {
+            m_leftovers.push_back(entry.name);
+        }
+        if (entry.name.starts_with('.') || !entry.name.ends_with(".vcf")) continue;
+        auto info = m_files.Stat(PathOf(entry.name));
+        if (info) {
+            items.push_back({entry.name, MarkerOf(*info)});
+        } else if (info.Error().code != platform::ErrorCode::kNotFound) {
+            return info.Error();
+        }
+    }
+    return items;
+}
+
+platform::Result<StoredContact> VdirContacts::Read(const std::string& id) {
+    // The time comes before the content: a change in between shows at the next look.
+    auto info = m_files.Stat(PathOf(id));
+    if (!info) return info.Error();
+    auto bytes =
+        platform::ReadWhole(m_files, PathOf(id), kLargestCard, platform::Share::kReadWrite);
+    if (!bytes) return bytes.Error();
+    Card card;
+    if (auto error = card.Parse(*bytes)) {
+        return Refused(PathOf(id) + ", line " + std::to_string(error->line) + ": " + error->what +
+                       "; mend the file or move it out of the folder");
+    }
+    CardContent content = ReadFields(card);
+    return StoredContact{{id, MarkerOf(*info)},
+                         std::move(content.contact),
+                         std::move(content.uid),
+                         content.beyond,
+                         content.isPerson};
+}
+
+std::optional<std::chrono::system_clock::time_point> VdirContacts::ChangedAt(
+    const std::string& id) {
+    auto info = m_files.Stat(PathOf(id));
+    if (!info) return std::nullopt;
+    return info->modified;
+}
+
+Contact VdirContacts::Hold(const Contact& contact) const {
+    Contact held = contact;
+    held[Field::kEmail] = BareAddress(held[Field::kEmail]);
+    return held;
+}
+
+platform::Status VdirContacts::CheckUnchanged(const StoreItem& known) {
+    auto info = m_files.Stat(PathOf(known.id));
+    if (!info) return info.Error();
+    if (MarkerOf(*info) == known.marker) return {};
+    return Failed(PathOf(known.id) + " changed during the run; the next run takes it as it is now");
+}
+
+void VdirContacts::RemoveLeftovers() {
+    for (const std::string& name : m_leftovers) (void)m_files.Delete(PathOf(name));
+    m_leftovers.clear();
+}
+
+platform::Status VdirContacts::Write(const std::string& name, const std::string& content,
+                                     bool isNew) {
+    RemoveLeftovers();
+    const std::string side = PathOf(std::string(kSidePrefix).append(name).append(kSideSuffix));
+    const auto writeSide = [&]() -> platform::Status {
+        auto file = m_files.Open(side, platform::OpenMode::kCreate, platform::Share::kNone);
+        if (!file) return file.Error();
+        if (auto status = (*file)->Write(content); !status) return status;
+        if (auto status = (*file)->Flush(); !status) return status;
+        return (*file)->Close();
+    };
+    platform::Status status = writeSide();
+    if (status) {
+        status = isNew ? m_files.Move(side, PathOf(name)) : m_files.Replace(side, PathOf(name));
+    }
+    if (!status) (void)m_files.Delete(side);
+    return status;
+}
+
+platform::Result<std::string> VdirContacts::Add(const Contact& values, const std::string& like) {
+    if (!m_files.Exists(m_folder)) {
+        if (auto status = m_files.CreateFolder(m_folder); !status) return status.Error();
+    }
+    const std::string uid = m_newUid();
+    Card card = Card::Create("urn:uuid:" + uid);
+    if (!like.empty()) {
+        auto bytes =
+            platform::ReadWhole(m_files, PathOf(like), kLargestCard, platform::Share::kReadWrite);
+        if (!bytes) return bytes.Error();
+        if (card.Parse(*bytes)) return Failed(PathOf(like) + " changed during the run");
+        SetUid(card, "urn:uuid:" + uid);
+    }
+    WriteFields(card, Hold(values), FieldSet::All(), m_clock.Now());
+    const std::string name = uid + ".vcf";
+    if (auto status = Write(name, card.Serialise(), true); !status) return status.Error();
+    return name;
+}
+
+platform::Result<std::string> VdirContacts::Change(const StoreItem& known, const Contact& values,
+                                                   FieldSet which) {
+    if (auto status = CheckUnchanged(known); !status) return status.Error();
+    auto bytes =
+        platform::ReadWhole(m_files, PathOf(known.id), kLargestCard, platform::Share::kReadWrite);
+    if (!bytes) return bytes.Error();
+    Card card;
+    if (card.Parse(*bytes)) return Failed(PathOf(known.id) + " changed during the run");
+    WriteFields(card, Hold(values), which, m_clock.Now());
+    if (auto status = Write(known.id, card.Serialise(), false); !status) return status.Error();
+    return known.id;
+}
+
+platform::Status VdirContacts::Remove(const StoreItem& known) {
+    if (auto status = CheckUnchanged(known); !status) return status;
+    return m_files.Delete(PathOf(known.id));
+}
+
+}  // namespace host

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <functional>
+
+#include "host/contacts/contact_store.h"
+#include "platform/os/clock.h"
+#include "platform/os/files.h"
+
+namespace host {
+
+// A folder with one vCard in each file *.vcf; everything else in it is left alone. The id is the
+// file's name, the marker its size and time. Each change is made in a side file, whose name other
+// programs pass over, and takes effect in one step.
+class VdirContacts : public ContactStore {
+  public:
+    // `newUid` gives a new unique name of letters, digits and hyphens at each call.
+    VdirContacts(platform::Files& files, std::string folder, platform::Clock& clock,
+                 std::function<std::string()> newUid)
+        : m_files(files),
+          m_folder(std::move(folder)),
+          m_clock(clock),
+          m_newUid(std::move(newUid)) {}
+
+    // A folder that is not there counts as empty; the first change makes it.
+    platform::Result<std::vector<StoreItem>> List() override;
+    // kRefused, with file and line, for what is no single vCard.
+    platform::Result<StoredContact> Read(const std::string& id) override;
+    std::optional<std::chrono::system_clock::time_point> ChangedAt(const std::string& id) override;
+    Contact Hold(const Contact& contact) const override;
+    std::optional<std::string> Refusal(const Contact&, FieldSet) override { return std::nullopt; }
+    platform::Result<std::string> Add(const Contact& values, const std::string& like) override;
+    platform::Result<std::string> Change(const StoreItem& known, const Contact& values,
+                                         FieldSet which) override;
+    platform::Status Remove(const StoreItem& known) override;
+    platform::Status Commit() override { return {}; }
+
+  private:
+    std::string PathOf(const std::string& name) const;
+    platform::Status CheckUnchanged(const StoreItem& known);
+    platform::Status Write(const std::string& name, const std::string& content, bool isNew);
+    void RemoveLeftovers();
+
+    platform::Files& m_files;
+    std::string m_folder;
+    platform::Clock& m_clock;
+    std::function<std::string()> m_newUid;
+    std::vector<std::string> m_leftovers;  // side files of runs that were cut off
+};
+
+// A random name in the form of a UUID.
+std::string NewUuid();
+
+}  // namespace host
