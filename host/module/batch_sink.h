@@ -6,7 +6,7 @@
 namespace host {
 
 // Keeps what BatchUpdate tells.
-class CollectingSink : public CRBatchSink {
+class CollectingSink final : public CRBatchSink {
   public:
     void Reserved() override {}
     void RecordStored(const char* id, const char* /*sameId*/, const char* modifiedInfo) override {

@@ -6,7 +6,7 @@ namespace host {
 
 // What the module asks its host for. Only the module's own object has a meaning here; the other
 // values are the host's affair, and this host has none.
-class HostContext : public CRHostContext {
+class HostContext final : public CRHostContext {
   public:
     explicit HostContext(CEudoraTransUtil* util) : m_util(util) {}
 

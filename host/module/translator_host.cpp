@@ -33,7 +33,7 @@ platform::Result<std::unique_ptr<TranslatorHost>> TranslatorHost::Start(const In
     auto host = Load(texts);
     if (!host) return host.Error();
     std::string message;
-    if ((*host)->Init(texts.language, message) != RRC_OK) {
+    if ((*host)->Init(texts.language.c_str(), message) != RRC_OK) {
         if (message.empty()) {
             return Refused(
                 "no language bundle kvlEUD*.dll is beside the translator library: "
@@ -49,13 +49,13 @@ TranslatorHost::~TranslatorHost() {
     if (m_initialised) Uninit();
 }
 
-RRETURNCODE TranslatorHost::Init(const std::string& language, std::string& message) {
+RRETURNCODE TranslatorHost::Init(const char* language, std::string& message) {
     tagRENVSETTINGS env = EnvSettings(m_texts);
     tagRTRANSSETTINGS settings = TransSettings(m_texts);
     RWORD word = 0;
     char buffer[kMessageSize] = {};
-    const RRETURNCODE code = m_library->InitTranslatorEx(&env, &settings, language.c_str(), &word,
-                                                         &m_util, buffer, kMessageSize);
+    const RRETURNCODE code = m_library->InitTranslatorEx(&env, &settings, language, &word, &m_util,
+                                                         buffer, kMessageSize);
     message.assign(buffer, strnlen(buffer, kMessageSize));
     m_initialised = m_initialised || code == RRC_OK;
     return code;

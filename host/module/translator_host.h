@@ -31,7 +31,8 @@ class TranslatorHost {
     TranslatorHost& operator=(const TranslatorHost&) = delete;
 
     // Gives the module's code; `message` gets its text (system code page), empty if there is none.
-    RRETURNCODE Init(const std::string& language, std::string& message);
+    // A null language keeps the one of the last call.
+    RRETURNCODE Init(const char* language, std::string& message);
     RRETURNCODE Uninit();
     RRETURNCODE RemoveTranslator();
     int SelfDiagnose();

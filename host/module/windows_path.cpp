@@ -1,5 +1,6 @@
 #include "host/module/windows_path.h"
 
+#include <algorithm>
 #include <filesystem>
 
 #include "host/module/exit_code.h"
@@ -56,6 +57,28 @@ std::optional<std::string> ToWindowsPath(const std::string& nativePath) {
     std::string text = FromUtf8(windows, &lossy);
     if (lossy) return std::nullopt;
     return text;
+}
+
+std::optional<std::string> ToNativePath(const std::string& windowsPath) {
+    std::string rest = ToUtf8(windowsPath);
+    if (UsesWindowsPaths()) return Canonical(rest);
+    if (!IsWindowsPath(rest)) return std::nullopt;
+    const std::string prefix = platform::Environment("WINEPREFIX").value_or("");
+    const char drive = static_cast<char>(rest[0] | 0x20);
+    std::string native = prefix + "/dosdevices/" + drive + ":";
+    std::error_code error;
+    if (!fs::exists(ToPath(native), error)) return std::nullopt;
+    for (std::size_t start = 3; start < rest.size();) {
+        const std::size_t end = std::min(rest.find_first_of("\\/", start), rest.size());
+        std::string name = rest.substr(start, end - start);
+        start = end + 1;
+        if (!fs::exists(ToPath(native + "/" + name), error)) {
+            const auto found = platform::NativeFiles().List(native, name);
+            if (found && !found->empty()) name = found->front().name;
+        }
+        native += "/" + name;
+    }
+    return Canonical(native);
 }
 
 platform::Result<std::string> ChooseNicknameFile(const SetupOptions& options, const Setup& setup) {

@@ -16,6 +16,10 @@ struct SetupOptions;
 // Nothing if no drive leads there or the code page cannot hold the name.
 std::optional<std::string> ToWindowsPath(const std::string& nativePath);
 
+// The native path (UTF-8, without links) that a Windows path leads to; names are matched without
+// regard to case, and one that does not exist is taken as it is spelt. Nothing without such a drive.
+std::optional<std::string> ToNativePath(const std::string& windowsPath);
+
 // Which nickname file to work on, as a Windows path: the one that the options name, else the one
 // that `configure` chose, else nndbase.txt of Eudora's folder if there is one, else none ("": the
 // module's own choice). kRefused if a named one cannot be a nickname file.

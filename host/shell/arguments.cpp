@@ -1,0 +1,116 @@
+#include "host/shell/arguments.h"
+
+#include <charconv>
+
+#include "host/shell/byte_text.h"
+
+namespace host {
+
+namespace {
+
+bool IsBlank(char letter) {
+    return letter == ' ' || letter == '\t';
+}
+
+bool IsJson(const std::string& word) {
+    return !word.empty() && (word[0] == '"' || word[0] == '[' || word[0] == '{');
+}
+
+}  // namespace
+
+Arguments::Arguments(std::string_view rest) : m_rest(rest) {
+    while (!m_rest.empty() && IsBlank(m_rest.back())) m_rest.pop_back();
+    for (std::size_t i = 0; i < m_rest.size();) {
+        if (IsBlank(m_rest[i])) {
+            ++i;
+            continue;
+        }
+        const std::size_t end = WordEnd(i);
+        m_words.push_back(m_rest.substr(i, end - i));
+        i = end;
+    }
+    m_rest.erase(0, m_rest.find_first_not_of(" \t"));
+}
+
+// The end of the word that begins at `start`: texts and brackets are kept together.
+std::size_t Arguments::WordEnd(std::size_t start) const {
+    int depth = 0;
+    bool quoted = false;
+    for (std::size_t i = start; i < m_rest.size(); ++i) {
+        const char letter = m_rest[i];
+        if (quoted) {
+            if (letter == '\\') ++i;
+            if (letter == '"') quoted = false;
+            if (!quoted && depth == 0 && m_rest[start] == '"') return i + 1;
+        } else if (letter == '"' && (depth > 0 || i == start)) {
+            quoted = true;
+        } else if ((letter == '[' || letter == '{') && (depth > 0 || i == start)) {
+            ++depth;
+        } else if ((letter == ']' || letter == '}') && depth > 0) {
+            if (--depth == 0) return i + 1;
+        } else if (IsBlank(letter) && depth == 0) {
+            return i;
+        }
+    }
+    return m_rest.size();
+}
+
+std::string Arguments::Text(std::size_t index, std::string_view otherwise) {
+    if (!Has(index)) return std::string(otherwise);
+    const std::string& word = m_words[index];
+    if (IsJson(word)) return BytesOf(Value(index), *this);
+    const auto bytes = BytesFromJsonText(word);
+    if (!bytes) Complain("a text holds a character above U+00FF: " + word);
+    return bytes.value_or("");
+}
+
+std::string Arguments::WholeText() {
+    if (Has(0) && m_words[0][0] == '"') {
+        ExpectAtMost(1);
+        return Text(0);
+    }
+    const auto bytes = BytesFromJsonText(m_rest);
+    if (!bytes) Complain("a text holds a character above U+00FF: " + m_rest);
+    return bytes.value_or("");
+}
+
+long Arguments::Number(std::size_t index, long otherwise) {
+    if (!Has(index)) return otherwise;
+    const std::string& word = m_words[index];
+    long number = 0;
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
+    if (error != std::errc() || end != word.data() + word.size()) {
+        Complain("not a number: " + word);
+    }
+    return number;
+}
+
+Json Arguments::Value(std::size_t index) {
+    if (!Has(index)) return nullptr;
+    Json value = Json::parse(m_words[index], nullptr, false);
+    if (value.is_discarded()) {
+        Complain("not a JSON value: " + m_words[index]);
+        return nullptr;
+    }
+    return value;
+}
+
+void Arguments::ExpectAtMost(std::size_t count) {
+    if (Has(count)) Complain("too many words: " + m_words[count]);
+}
+
+void Arguments::Complain(std::string text) {
+    if (m_complaint.empty()) m_complaint = std::move(text);
+}
+
+std::string BytesOf(const Json& value, Arguments& arguments) {
+    if (!value.is_string()) {
+        arguments.Complain("not a text: " + value.dump());
+        return {};
+    }
+    const auto bytes = BytesFromJsonText(value.get_ref<const std::string&>());
+    if (!bytes) arguments.Complain("a text holds a character above U+00FF: " + value.dump());
+    return bytes.value_or("");
+}
+
+}  // namespace host

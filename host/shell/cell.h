@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "host/shell/arguments.h"
+
+namespace host {
+
+// A value cell of the translator interface, of any field type. It cannot be moved while the module
+// knows its address.
+class Cell {
+  public:
+    // An empty cell: number 0, no date, a null text.
+    explicit Cell(unsigned long type);
+    // Filled from JSON: a text, a number, true or false, or null for no value. Complains if the
+    // value does not fit the type.
+    Cell(unsigned long type, const Json& value, Arguments& arguments);
+    Cell(const Cell&) = delete;
+    Cell& operator=(const Cell&) = delete;
+
+    unsigned long Type() const { return m_type; }
+    void* Address();
+    // The value as JSON. A text that the module stored here is released.
+    Json Take();
+
+  private:
+    bool IsDate() const { return m_type >= 5 && m_type <= 7; }
+
+    unsigned long m_type;
+    std::int32_t m_number = 0;
+    double m_date;
+    char* m_text = nullptr;
+    std::string m_bytes;
+};
+
+// The field type that a JSON value stands for by itself.
+unsigned long TypeOf(const Json& value);
+
+}  // namespace host

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "host/module/host_context.h"
+#include "host/module/translator_host.h"
+#include "host/shell/arguments.h"
+#include "platform/os/result.h"
+
+namespace host {
+
+// What the operations of the shell work on: the loaded module and the one translator in hand.
+class Console {
+  public:
+    // Makes the translator of the kind; kFailed if the module gives none.
+    static platform::Result<Console> Create(TranslatorHost& host, unsigned long kind);
+
+    // Releases the translator in hand and makes a new one. After a failure there is none, and the
+    // next attempt may succeed.
+    RRETURNCODE Renew(unsigned long kind);
+
+    TranslatorHost& Module() { return *m_host; }
+    CRRecordTranslator* Translator() { return m_translator.get(); }
+    // Made anew after each Init: it serves back the object that Init gave.
+    HostContext& Context();
+
+    // The type of a field, 4 (text) for one that the translator does not list.
+    unsigned long FieldType(const std::string& id);
+    // The field list may have changed, or has become readable.
+    void ForgetFields(bool readable);
+
+  private:
+    explicit Console(TranslatorHost& host) : m_host(&host) {}
+
+    TranslatorHost* m_host;
+    std::unique_ptr<CRRecordTranslator> m_translator;
+    std::unique_ptr<HostContext> m_context;
+    std::map<std::string, unsigned long> m_types;
+    bool m_fieldsReadable = false;
+};
+
+}  // namespace host

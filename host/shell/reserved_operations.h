@@ -1,0 +1,19 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <optional>
+
+#include "frame/interface/translators.h"
+
+namespace host {
+
+inline constexpr std::size_t kReservedOperations = 33;
+inline constexpr std::size_t kMostReservedWords = 5;
+
+// Calls the reserved operation of that number, from 1 on, with as many of the words as it takes;
+// nothing if there is no such operation.
+std::optional<RRETURNCODE> CallReserved(CRRecordTranslator& translator, std::size_t number,
+                                        const std::array<RWORD, kMostReservedWords>& words);
+
+}  // namespace host
