@@ -19,7 +19,7 @@ integration/locate   platform/os platform/mfc platform/kvutil
 mapi                 platform/os platform/mfc platform/kvutil frame/interface
 frame/interface      platform/mfc
 frame                platform/os platform/mfc platform/kvutil mapi integration/locate
-frame/exports.cpp    frame addressbook mailstore platform/os platform/mfc platform/kvutil
+frame/module         frame addressbook mailstore platform/os platform/mfc platform/kvutil
 integration/dialogs  frame platform/os platform/mfc platform/kvutil
 addressbook          frame mapi integration platform/os platform/mfc platform/kvutil
 mailstore            frame mapi integration platform/os platform/mfc platform/kvutil
@@ -72,7 +72,7 @@ function check(    folder, best, count, i, allowed, header, ok) {
     }
     native = file ~ /(^|\/)(posix|windows)(\/|[_.])/ || file ~ /_(posix|windows)[_.]/
     # Where a library says what it exports, the compiler must be asked.
-    exporting = file == "platform/kvutil/kvutil.h" || file ~ /^(frame|eumapi)\/exports[_.]/
+    exporting = file == "platform/kvutil/kvutil.h" || file ~ /^(frame\/module|eumapi)\/exports[_.]/
     count = split(layer[best], allowed, " ")
     number = 0
     while ((getline line < file) > 0) {
