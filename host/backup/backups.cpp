@@ -1,0 +1,181 @@
+#include "host/backup/backups.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+#include "host/module/exit_code.h"
+
+namespace host {
+
+namespace {
+
+using platform::ErrorCode;
+
+constexpr const char* kManifest = "backup.json";
+constexpr std::uint64_t kLargestManifest = 1u << 20;
+
+std::string TimeName(std::chrono::system_clock::time_point now) {
+    const auto day = std::chrono::floor<std::chrono::days>(now);
+    const std::chrono::year_month_day date(day);
+    const std::chrono::hh_mm_ss time(std::chrono::floor<std::chrono::seconds>(now - day));
+    char text[32];
+    std::snprintf(text, sizeof text, "%04d%02u%02u-%02d%02d%02d", static_cast<int>(date.year()),
+                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                  static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
+                  static_cast<int>(time.seconds().count()));
+    return text;
+}
+
+std::size_t LastSeparator(const std::string& path, char separator) {
+    return path.find_last_of(separator == '/' ? "/" : "/\\");
+}
+
+std::string ToManifest(const Backup& backup) {
+    nlohmann::json manifest = {{"reason", backup.reason}, {"absent", backup.absent}};
+    manifest["files"] = nlohmann::json::array();
+    for (const BackupFile& file : backup.files) {
+        manifest["files"].push_back({{"name", file.name}, {"origin", file.origin}});
+    }
+    return manifest.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + '\n';
+}
+
+}  // namespace
+
+std::string ParentFolder(platform::Files& files, const std::string& path) {
+    const auto last = LastSeparator(path, files.Separator());
+    return last == std::string::npos ? "" : path.substr(0, last);
+}
+
+platform::Status MakeFolders(platform::Files& files, const std::string& folder) {
+    if (folder.empty() || files.Exists(folder)) return {};
+    if (auto status = MakeFolders(files, ParentFolder(files, folder)); !status) return status;
+    auto status = files.CreateFolder(folder);
+    if (!status && status.Error().code == ErrorCode::kAlreadyExists) return {};
+    return status;
+}
+
+std::string Backups::Join(const std::string& folder, const std::string& name) const {
+    return folder + m_files.Separator() + name;
+}
+
+platform::Result<std::string> Backups::NewFolder() {
+    if (auto status = MakeFolders(m_files, m_folder); !status) return status.Error();
+    const std::string base = TimeName(m_clock.Now());
+    for (int number = 1;; ++number) {
+        const std::string id = number == 1 ? base : base + '-' + std::to_string(number);
+        auto status = m_files.CreateFolder(Join(m_folder, id));
+        if (status) return id;
+        if (status.Error().code != ErrorCode::kAlreadyExists) return status.Error();
+    }
+}
+
+platform::Status Backups::CopyFlushed(const std::string& from, const std::string& to) {
+    if (auto status = m_files.Copy(from, to); !status) return status;
+    auto file = m_files.Open(to, platform::OpenMode::kReadWrite, platform::Share::kNone);
+    if (!file) return file.Error();
+    if (auto status = (*file)->Flush(); !status) return status;
+    return (*file)->Close();
+}
+
+platform::Result<Backup> Backups::MakeOf(const std::string& nicknameFile,
+                                         const std::string& reason) {
+    std::vector<std::string> origins = {nicknameFile};
+    const std::string folder = ParentFolder(m_files, nicknameFile);
+    const std::string name = folder.empty() ? nicknameFile : nicknameFile.substr(folder.size() + 1);
+    const std::string pattern = name.substr(0, name.rfind('.')) + ".toc";
+    auto sideFiles = m_files.List(folder.empty() ? "." : folder, pattern);
+    if (!sideFiles) return sideFiles.Error();
+    for (const platform::FolderEntry& entry : *sideFiles) {
+        if (!entry.isFolder) origins.push_back(Join(folder, entry.name));
+    }
+    if (origins.size() == 1) origins.push_back(Join(folder, pattern));
+    return Make(origins, reason);
+}
+
+platform::Result<Backup> Backups::Make(const std::vector<std::string>& origins,
+                                       const std::string& reason) {
+    auto id = NewFolder();
+    if (!id) return id.Error();
+    const std::string folder = Join(m_folder, *id);
+    Backup backup{*id, reason, {}, {}};
+    for (const std::string& origin : origins) {
+        auto info = m_files.Stat(origin);
+        if (!info && info.Error().code != ErrorCode::kNotFound) return info.Error();
+        if (!info) {
+            backup.absent.push_back(origin);
+            continue;
+        }
+        const auto last = LastSeparator(origin, m_files.Separator());
+        const std::string name = origin.substr(last == std::string::npos ? 0 : last + 1);
+        if (auto status = CopyFlushed(origin, Join(folder, name)); !status) return status.Error();
+        backup.files.push_back({name, origin});
+    }
+    // The manifest comes last: with it the backup counts.
+    auto status = platform::WriteWhole(m_files, Join(folder, kManifest), ToManifest(backup));
+    if (!status) return status.Error();
+    return backup;
+}
+
+platform::Result<Backup> Backups::ReadManifest(const std::string& id) {
+    const std::string path = Join(Join(m_folder, id), kManifest);
+    auto text = platform::ReadWhole(m_files, path, kLargestManifest);
+    if (!text) return text.Error();
+    try {
+        const auto manifest = nlohmann::json::parse(*text);
+        Backup backup{id, manifest.at("reason"), {}, manifest.at("absent")};
+        for (const auto& file : manifest.at("files")) {
+            backup.files.push_back({file.at("name"), file.at("origin")});
+        }
+        return backup;
+    } catch (const nlohmann::json::exception&) {
+        return platform::Failure{ErrorCode::kCorrupt, path};
+    }
+}
+
+platform::Result<std::vector<Backup>> Backups::List() {
+    std::vector<Backup> backups;
+    if (!m_files.Exists(m_folder)) return backups;
+    auto entries = m_files.List(m_folder, "*");
+    if (!entries) return entries.Error();
+    for (const platform::FolderEntry& entry : *entries) {
+        auto backup = ReadManifest(entry.name);
+        if (backup) backups.push_back(*std::move(backup));
+    }
+    std::sort(backups.begin(), backups.end(),
+              [](const Backup& a, const Backup& b) { return a.id < b.id; });
+    return backups;
+}
+
+// A side file takes the place of the present one, so that a fault leaves the one or the other.
+platform::Status Backups::PutBack(const std::string& from, const std::string& to) {
+    const std::string side = to + ".new";
+    platform::Status status = CopyFlushed(from, side);
+    if (status) status = m_files.Exists(to) ? m_files.Replace(side, to) : m_files.Move(side, to);
+    if (!status) (void)m_files.Delete(side);
+    return status;
+}
+
+platform::Result<Backup> Backups::Restore(const std::string& id) {
+    const bool isName = id.find_first_of("/\\:") == std::string::npos && !id.starts_with('.');
+    auto backup = isName ? ReadManifest(id) : platform::Failure{ErrorCode::kNotFound, id};
+    if (!backup && backup.Error().code == ErrorCode::kNotFound) {
+        return Refused("there is no backup " + id + "; `kvsync backups` lists them");
+    }
+    if (!backup) return backup.Error();
+    std::vector<std::string> origins = backup->absent;
+    for (const BackupFile& file : backup->files) origins.push_back(file.origin);
+    auto present = Make(origins, "before the restore of " + id);
+    if (!present) return present.Error();
+    for (const std::string& path : backup->absent) {
+        auto status = m_files.Delete(path);
+        if (!status && status.Error().code != ErrorCode::kNotFound) return status.Error();
+    }
+    for (const BackupFile& file : backup->files) {
+        auto status = PutBack(Join(Join(m_folder, id), file.name), file.origin);
+        if (!status) return status.Error();
+    }
+    return present;
+}
+
+}  // namespace host

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/os/clock.h"
+#include "platform/os/files.h"
+
+namespace host {
+
+struct BackupFile {
+    std::string name;    // in the backup's folder
+    std::string origin;  // native path of the file that it is a copy of
+};
+
+struct Backup {
+    std::string id;  // the time it was made, UTC: 20261124-131900
+    std::string reason;
+    std::vector<BackupFile> files;
+    std::vector<std::string> absent;  // what did not exist then; a restore removes it
+};
+
+// Copies of Eudora's files in folders named by time. A backup counts from the moment when it is
+// complete; what a cut-off run left is passed over.
+class Backups {
+  public:
+    Backups(platform::Files& files, std::string folder, platform::Clock& clock)
+        : m_files(files), m_folder(std::move(folder)), m_clock(clock) {}
+
+    // Copies a nickname file and its side file (.toc in any case), which need not exist.
+    platform::Result<Backup> MakeOf(const std::string& nicknameFile, const std::string& reason);
+    // Oldest first.
+    platform::Result<std::vector<Backup>> List();
+    // Puts the files back, each in one step, after a backup of the present ones, which it gives.
+    // kRefused for an unknown id.
+    platform::Result<Backup> Restore(const std::string& id);
+
+  private:
+    std::string Join(const std::string& folder, const std::string& name) const;
+    platform::Result<std::string> NewFolder();
+    platform::Status CopyFlushed(const std::string& from, const std::string& to);
+    platform::Status PutBack(const std::string& from, const std::string& to);
+    platform::Result<Backup> Make(const std::vector<std::string>& origins,
+                                  const std::string& reason);
+    platform::Result<Backup> ReadManifest(const std::string& id);
+
+    platform::Files& m_files;
+    std::string m_folder;
+    platform::Clock& m_clock;
+};
+
+// Makes the folder and those above it.
+platform::Status MakeFolders(platform::Files& files, const std::string& folder);
+// The path without its last name; empty if it has one name only.
+std::string ParentFolder(platform::Files& files, const std::string& path);
+
+}  // namespace host

@@ -1,0 +1,64 @@
+#include "host/state/state_schema.h"
+
+#include "host/module/exit_code.h"
+
+namespace host {
+
+namespace {
+
+// "kvsy": tells a state file from any other database.
+constexpr int kApplicationId = 0x6B767379;
+constexpr int kVersion = 1;
+
+constexpr const char* kCreate = R"(
+    CREATE TABLE pair(
+        key INTEGER PRIMARY KEY AUTOINCREMENT, scope BLOB NOT NULL,
+        eudora_id BLOB NOT NULL, eudora_marker BLOB NOT NULL, eudora_fields TEXT NOT NULL,
+        folder_id BLOB NOT NULL, folder_marker BLOB NOT NULL, folder_fields TEXT NOT NULL,
+        uid BLOB NOT NULL, beyond INTEGER NOT NULL);
+    CREATE INDEX pair_scope ON pair(scope);
+    CREATE TABLE intent(
+        scope BLOB NOT NULL, old_id BLOB NOT NULL, new_id BLOB NOT NULL,
+        folder_id BLOB NOT NULL);
+)";
+
+int Number(SQLite::Database& database, const char* pragma) {
+    return database.execAndGet(pragma).getInt();
+}
+
+void Create(SQLite::Database& database) {
+    SQLite::Transaction transaction(database);
+    database.exec(kCreate);
+    database.exec("PRAGMA application_id = " + std::to_string(kApplicationId));
+    database.exec("PRAGMA user_version = " + std::to_string(kVersion));
+    transaction.commit();
+}
+
+}  // namespace
+
+platform::Failure DamagedState(const std::string& path, const std::string& why) {
+    return Refused(path + ": the state file is damaged (" + why +
+                   "); move it away: the next run pairs the contacts by what they hold and loses "
+                   "nothing");
+}
+
+platform::Status CheckState(SQLite::Database& database, const std::string& path, bool mayWrite) {
+    const int application = Number(database, "PRAGMA application_id");
+    const int version = Number(database, "PRAGMA user_version");
+    const int tables = Number(database, "SELECT count(*) FROM sqlite_master");
+    if (application == 0 && version == 0 && tables == 0) {
+        if (mayWrite) Create(database);
+        return mayWrite ? platform::Status{} : DamagedState(path, "no tables in it");
+    }
+    if (application != kApplicationId) {
+        return Refused(path + ": is the database of another program; name another state file");
+    }
+    if (version > kVersion) {
+        return Refused(path + ": was written by a later version of kvsync; use that one");
+    }
+    const std::string check = database.execAndGet("PRAGMA quick_check(1)").getString();
+    if (check != "ok") return DamagedState(path, check);
+    return {};
+}
+
+}  // namespace host

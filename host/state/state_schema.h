@@ -1,0 +1,31 @@
+#pragma once
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include <string>
+
+#include "platform/os/result.h"
+
+namespace host {
+
+inline constexpr const char* kSelectPairs =
+    "SELECT key, eudora_id, eudora_marker, eudora_fields, folder_id, folder_marker, folder_fields,"
+    " uid, beyond FROM pair WHERE scope = ? ORDER BY key";
+inline constexpr const char* kPutPair =
+    "INSERT OR REPLACE INTO pair(key, scope, eudora_id, eudora_marker, eudora_fields, folder_id,"
+    " folder_marker, folder_fields, uid, beyond) VALUES(?,?,?,?,?,?,?,?,?,?)";
+inline constexpr const char* kForgetPair = "DELETE FROM pair WHERE key = ?";
+inline constexpr const char* kSelectIntents =
+    "SELECT old_id, new_id, folder_id FROM intent WHERE scope = ?";
+inline constexpr const char* kPutIntent =
+    "INSERT INTO intent(scope, old_id, new_id, folder_id) VALUES(?,?,?,?)";
+inline constexpr const char* kClearIntents = "DELETE FROM intent WHERE scope = ?";
+
+// kRefused with the way out.
+platform::Failure DamagedState(const std::string& path, const std::string& why);
+
+// Whether the database is a whole state file of this version; with `mayWrite` an empty one gets
+// its tables.
+platform::Status CheckState(SQLite::Database& database, const std::string& path, bool mayWrite);
+
+}  // namespace host
