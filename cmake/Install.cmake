@@ -1,0 +1,27 @@
+# What `make install` puts where. On Linux the program goes to bin/ and its libraries and bundles
+# to lib/kvsync/, where it looks for them; on Windows everything lies beside the program.
+include(GNUInstallDirs)
+if(WIN32)
+    set(KV_LIBRARY_PLACE ${CMAKE_INSTALL_BINDIR})
+else()
+    set(KV_LIBRARY_PLACE lib/kvsync)
+endif()
+install(TARGETS kvsync RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS kvtEUD kvUtil
+        RUNTIME DESTINATION ${KV_LIBRARY_PLACE}
+        LIBRARY DESTINATION ${KV_LIBRARY_PLACE})
+foreach(language IN ITEMS EN DE FR ES IT PT JP)
+    install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/kvlEUD${language}.dll
+            DESTINATION ${KV_LIBRARY_PLACE})
+endforeach()
+install(FILES ${PROJECT_SOURCE_DIR}/docs/kvsync.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES README.md LICENSE CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+
+# What a host of one's own is compiled against.
+install(DIRECTORY frame/interface DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvtEUD/frame
+        FILES_MATCHING PATTERN "*.h")
+foreach(header IN ITEMS mfc/collections kvutil/kvutil os/dialogs os/registry os/result)
+    get_filename_component(folder ${header} DIRECTORY)
+    install(FILES platform/${header}.h
+            DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvtEUD/platform/${folder})
+endforeach()

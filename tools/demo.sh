@@ -1,0 +1,61 @@
+#!/bin/bash
+# Keeps a copy of samples/ in step with a folder of vCards, there and back, in a temporary folder.
+# The user's own settings and state are not touched.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+kvsync=$(realpath "${BUILD:-build}/bin/kvsync")
+
+place=$(mktemp -d)
+trap 'rm -rf "$place"' EXIT
+cp -r samples/Eudora "$place/"
+export XDG_STATE_HOME=$place/state XDG_CONFIG_HOME=$place/config
+book=$place/Eudora/nndbase.txt
+cards=$place/contacts
+mkdir "$cards"
+
+title() { printf '\n\033[1m== %s\033[0m\n' "$*"; }
+
+# Runs kvsync and shows how it was called. "Changes made" is a success with a code of its own.
+sync() {
+    local code=0
+    echo "\$ kvsync sync contacts --eudora Eudora --nickname-file Eudora/nndbase.txt --contacts contacts $*"
+    (cd "$place" && "$kvsync" sync contacts --eudora Eudora --nickname-file Eudora/nndbase.txt \
+        --contacts contacts "$@") || code=$?
+    echo "(exit code $code)"
+    [[ $code -eq 0 || $code -eq 4 ]]
+}
+
+# The nickname file as a person can read it: UTF-8, no CR, line breaks inside values as |.
+readable() { iconv -c -f CP1252 -t UTF-8 "$1" | tr -d '\r' | tr '\003' '|'; }
+
+title "A Eudora folder with $(grep -ac '^alias' "$book") entries, and an empty folder for vCards"
+readable "$book" | head -n 8
+echo "..."
+
+title "First run: every contact becomes a vCard"
+sync
+ls "$cards" | head -n 4
+echo "... $(ls "$cards" | wc -l) files"
+
+title "One of them"
+card=$(grep -l 'Carla Vance' "$cards"/*.vcf | head -n 1)
+cat "$card"
+
+title "Carla gets a new phone in the folder, and Bob moves in Eudora"
+sed -i 's/555-0110/555-0119/' "$card"
+sed -i 's/^note bob <name:Bob Smith>/note bob <address:3 Quay Street><name:Bob Smith>/' "$book"
+cp "$book" "$place/before.txt"
+grep -a '^TEL' "$card"
+readable "$book" | grep '^note bob <address'
+
+title "Second run: both changes cross over"
+sync
+diff --label before --label after -U 0 \
+    <(readable "$place/before.txt" | grep -a 'Carla' ) <(readable "$book" | grep -a 'Carla') || true
+grep -h 'Quay Street' "$cards"/*.vcf
+
+title "What no record can hold is still there, behind the records"
+readable "$book" | grep -a -A 1 -i '^alias "\?group\|^alias "The Reverend'
+
+title "Third run: nothing to do"
+sync
