@@ -1,0 +1,88 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "addressbook/nickname_record.h"
+#include "addressbook/record_map.h"
+#include "frame/interface/host_records.h"
+#include "platform/mfc/collections.h"
+#include "platform/os/files.h"
+
+class CEudoraTransUtil;
+
+// The address book: all records of one nickname file in memory, with a current position and a
+// current record, which may be a new one that is not in the map yet. A record's id is its nickname.
+// Nothing reaches the file before SaveRecords. One traversal at a time.
+class CEudoraAB {
+  public:
+    virtual ~CEudoraAB() = default;
+
+    // The module state to report to and to take the system from; the global object until then.
+    void UseUtil(CEudoraTransUtil* util) { m_util = util; }
+
+    // Reads the file. The path of the file in memory changes nothing: its records stand, unsaved
+    // changes included. RRC_FAILED if the file cannot be opened or is larger than 2 GiB; what is
+    // in memory then stays. After a read error the records before it are there, the error is
+    // queued, and SaveRecords refuses, for it would lose the others.
+    RRETURNCODE Open(LPCTSTR path);
+    // Writes all records and what else the file held. The file has its old content or the new one,
+    // whatever happens; the table of contents beside it is deleted with the new one. On failure
+    // message 1 is queued and the result is RRC_FAILED.
+    RRETURNCODE SaveRecords();
+
+    RRETURNCODE FindRecord(std::string_view nickname);  // RRC_NONE if there is none
+    RRETURNCODE FirstRecord();                          // RRC_EOF if there is none
+    RRETURNCODE NextRecord();                           // RRC_EOF at the end
+    bool IsAtEnd() const { return m_itCurrent.IsEnd(); }
+    // The id at the position; after StoreRecord, of the record stored.
+    const CString& CurrentKey() const { return m_csCurrentKey; }
+
+    // Fields 1 to 7: nickname, name, address, phone, fax, first e-mail address, note. Without a
+    // current record both give RRC_FAILED; other numbers do nothing.
+    RRETURNCODE GetRecordField(int number, CString& out);
+    RRETURNCODE SetRecordField(LPCTSTR fieldId, std::string_view value);
+    // The change marker: a check sum over all texts. `out` is left alone without a current record.
+    RRETURNCODE GetRecordChecksum(CString& out);
+
+    RRETURNCODE NewRecord();
+    RRETURNCODE BeginEdit();
+    // Puts the current record into its place. A new one gets a number behind a nickname that is
+    // taken; with none free up to 998 it is dropped and the result is RRC_FAILED.
+    RRETURNCODE StoreRecord();
+    RRETURNCODE RemoveRecord(std::string_view nickname);  // RRC_FAILED if there is none
+    RRETURNCODE RemoveRecord();                           // the current one
+    void ClearRecords();
+
+  private:
+    CEudoraTransUtil& Util() const;
+    unsigned CodePage() const;
+    RRETURNCODE ReadAllRecords(addressbook::FileBytes bytes);
+    platform::Status OpenFile(LPCTSTR path, addressbook::FileBytes& bytes);
+    platform::Status WriteFile();
+    platform::Status WriteSide(const std::string& path);
+    void DeleteTableOfContents();
+
+    bool IsNew() const { return m_nRecordMode == kNew && m_pCurrent == m_new.get(); }
+    void MakeCurrent();
+    bool Seek(std::string_view nickname);
+    void SetNickname(std::string_view nickname);
+    void MakeChangeable();
+    RRETURNCODE StoreNew();
+
+    static constexpr int kNew = 1;
+    static constexpr int kEdited = 0;
+
+    CEudoraTransUtil* m_util = nullptr;
+    int m_nRecordMode = kEdited;
+    std::unique_ptr<platform::File> m_File;  // while it is read or written
+    CString m_csFilePath;
+    bool m_incomplete = false;  // a read error cut the load short
+    addressbook::RecordMap m_mapRecords;
+    addressbook::RecordMap::Position m_itCurrent;
+    NicknameRecord* m_pCurrent = nullptr;
+    addressbook::RecordMap::Position m_home;  // of m_pCurrent, unless it is new
+    CString m_csCurrentKey;
+    std::unique_ptr<NicknameRecord> m_new;  // not in the map yet
+};
