@@ -117,9 +117,17 @@ class NativeFile : public File {
 
 }  // namespace
 
+bool IsReadOnly(const std::wstring& name) {
+    const DWORD attributes = GetFileAttributesW(name.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0 &&
+           (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
 Result<Handle> OpenClaimed(const std::wstring& name, std::string_view path, OpenMode mode,
                            Share share) {
     const DWORD access = mode == OpenMode::kRead ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE;
+    const bool changes = mode != OpenMode::kRead && mode != OpenMode::kCreateNew;
+    if (changes && IsReadOnly(name)) return FromError(ERROR_ACCESS_DENIED, path);
     Handle handle(CreateFileW(name.c_str(), access, ShareFlagsOf(share), nullptr,
                               DispositionOf(mode), FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!handle) return FromLastError(path);

@@ -1,6 +1,7 @@
 #include "platform/windows/native_files.h"
 
 #include "platform/windows/file_time.h"
+#include "platform/windows/name_pattern.h"
 #include "platform/windows/native_file.h"
 #include "platform/windows/placement.h"
 #include "platform/windows/wide_text.h"
@@ -66,7 +67,8 @@ Result<std::vector<FolderEntry>> WindowsFiles::List(std::string_view folder,
                                                     std::string_view pattern) {
     std::wstring query = Name(folder);
     if (!query.empty() && query.back() != L'\\' && query.back() != L'/') query += L'\\';
-    query += Name(pattern);
+    const std::wstring widePattern = Name(pattern);
+    query += widePattern;
     std::vector<FolderEntry> entries;
     WIN32_FIND_DATAW data;
     const HANDLE first = FindFirstFileW(query.c_str(), &data);
@@ -76,7 +78,7 @@ Result<std::vector<FolderEntry>> WindowsFiles::List(std::string_view folder,
     }
     const Search search(first);
     do {
-        if (IsDots(data.cFileName)) continue;
+        if (IsDots(data.cFileName) || !MatchesPattern(data.cFileName, widePattern)) continue;
         entries.push_back({Narrow(data.cFileName, m_codePage), IsFolder(data.dwFileAttributes)});
     } while (FindNextFileW(search.get(), &data));
     if (GetLastError() != ERROR_NO_MORE_FILES) return FromLastError(folder);

@@ -94,6 +94,7 @@ Result<std::uint32_t> NativeRegistry::ReadNumber(RegistryRoot root, std::string_
         error = RegGetValueA(open.Get(), nullptr, std::string(value).c_str(), RRF_RT_REG_DWORD,
                              nullptr, &number, &size);
     }
+    if (error == ERROR_SUCCESS && size != sizeof number) error = ERROR_INVALID_DATA;
     if (error != ERROR_SUCCESS) return FailureOf(error, key, value);
     return std::uint32_t{number};
 }

@@ -40,6 +40,7 @@ DWORD SettableAttributes(const std::wstring& name) {
 
 Status CopyFile(const std::wstring& from, const std::wstring& to, std::string_view fromPath,
                 std::string_view toPath) {
+    if (IsReadOnly(to)) return FromError(ERROR_ACCESS_DENIED, toPath);
     if (CopyFileW(from.c_str(), to.c_str(), FALSE)) return {};
     const DWORD error = GetLastError();
     const bool isSourceThere = GetFileAttributesW(from.c_str()) != INVALID_FILE_ATTRIBUTES;
