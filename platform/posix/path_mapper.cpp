@@ -66,6 +66,11 @@ bool ExistsNative(const std::string& path) {
     return stat(path.c_str(), &info) == 0;
 }
 
+bool IsFolderNative(const std::string& path) {
+    struct stat info;
+    return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
 }  // namespace
 
 bool IsWindowsName(std::string_view name) {
@@ -93,7 +98,7 @@ Result<MappedPath> PathMapper::Map(std::string_view windowsPath) const {
     const auto names = NamesOf(path, m_codePage);
     for (std::size_t i = 0; i < names.size(); ++i) {
         const std::string name = WithoutTail(ToUtf8(names[i], m_codePage));
-        if (!mapped.exists) return notFound;
+        if (!IsFolderNative(mapped.path)) return notFound;
         if (!IsWindowsName(name) || name.empty() || name.find('\0') != std::string::npos) {
             return Failure{ErrorCode::kInvalidArgument, notFound.context};
         }

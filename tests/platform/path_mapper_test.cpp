@@ -1,0 +1,124 @@
+#include "platform/posix/path_mapper.h"
+
+#include <gmock/gmock.h>
+
+#include "platform/posix/prefix_system.h"
+#include "tests/platform/files_contract.h"
+#include "tests/platform/prefix_folder.h"
+
+namespace test {
+
+using platform::ErrorCode;
+using platform::posix::PathMapper;
+using ::testing::UnorderedElementsAre;
+
+TEST(PathMapper, LeadsAsWineDoes) {
+    const PrefixFolder prefix;
+    const TempFolder other;
+    std::filesystem::create_directory_symlink(other.Path(), prefix.Path() + "/dosdevices/e:");
+    WriteDisk(prefix.DriveC() / "Program Files/Qualcomm/Eudora/Eudora.exe", "");
+    WriteDisk(prefix.DriveC() / "twice/A.txt", "");
+    WriteDisk(prefix.DriveC() / "twice/a.txt", "");
+    WriteDisk(prefix.DriveC() / "Stra\u00DFe \u00C4/\u00C9t\u00E9.txt", "");
+    WriteDisk(prefix.DriveC() / "\u8868.txt", "");  // Shift-JIS 95 5C: its trail byte is '\'
+    WriteDisk(prefix.DriveC() / "\u8868/in.txt", "");
+    WriteDisk(other.Path() / "mail/In.mbx", "");
+    struct Case {
+        std::string_view path;
+        std::string_view expected;  // below drive_c, or below the other drive after "E:"
+        bool exists = true;
+        unsigned codePage = 1252;
+    };
+    const Case cases[] = {
+        {"C:\\", ""},
+        {"C:", ""},
+        {"c:\\PROGRAM FILES\\qualcomm\\eudora\\EUDORA.EXE",
+         "Program Files/Qualcomm/Eudora/Eudora.exe"},
+        {"C:/Program Files/Qualcomm\\\\Eudora\\", "Program Files/Qualcomm/Eudora"},
+        {"\\program files", "Program Files"},
+        {"program files\\.\\Qualcomm\\..", "Program Files"},
+        {"C:program files", "Program Files"},
+        {"C:\\..\\..\\program files", "Program Files"},
+        {"C:\\nowhere\\..\\program files", "Program Files"},
+        {"C:\\Program Files\\New.txt", "Program Files/New.txt", false},
+        {"C:\\program files\\new. . ", "Program Files/new", false},
+        {"C:\\twice\\A.txt", "twice/A.txt"},
+        {"C:\\twice\\a.txt", "twice/a.txt"},
+        {"C:\\STRA\xDF"
+         "E \xE4\\\xC9T\xC9.TXT",
+         "Stra\u00DFe \u00C4/\u00C9t\u00E9.txt"},
+        {"C:\\\x95\\.TXT", "\u8868.txt", true, 932},
+        {"C:\\\x95\\\\IN.txt", "\u8868/in.txt", true, 932},
+        {"e:\\MAIL\\in.MBX", "E:mail/In.mbx"},
+        {"E:mail", "E:mail"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.path);
+        const auto mapped = PathMapper(prefix.Path(), c.codePage).Map(c.path);
+        ASSERT_TRUE(mapped) << mapped.Error().Message();
+        EXPECT_EQ(mapped->exists, c.exists);
+        const bool isOther = c.expected.starts_with("E:");
+        const auto expected =
+            isOther ? other.Path() / c.expected.substr(2) : prefix.DriveC() / c.expected;
+        const auto found = std::filesystem::weakly_canonical(mapped->path);
+        EXPECT_EQ(found, std::filesystem::weakly_canonical(expected));
+        // Equal in letters too, also where the file system under test ignores case.
+        EXPECT_EQ(found.string(), std::filesystem::weakly_canonical(expected).string());
+    }
+    struct Bad {
+        std::string_view path;
+        ErrorCode code;
+    };
+    const Bad bads[] = {
+        {"", ErrorCode::kNotFound},
+        {"Q:\\x", ErrorCode::kNotFound},
+        {"1:\\x", ErrorCode::kInvalidArgument},
+        {"C:\\nowhere\\x", ErrorCode::kNotFound},
+        {"C:\\twice\\a.txt\\x", ErrorCode::kNotFound},
+        {"\\\\server\\share\\x", ErrorCode::kNotFound},
+        {"\\\\.\\C:", ErrorCode::kNotFound},
+        {"C:\\a?b", ErrorCode::kInvalidArgument},
+        {"C:\\a\nb", ErrorCode::kInvalidArgument},
+        {std::string_view("C:\\a\0b", 6), ErrorCode::kInvalidArgument},
+        {"C:\\twice\\...\\", ErrorCode::kInvalidArgument},
+    };
+    for (const Bad& bad : bads) {
+        SCOPED_TRACE(bad.path);
+        EXPECT_EQ(CodeOf(PathMapper(prefix.Path(), 1252).Map(bad.path)), bad.code);
+    }
+}
+
+TEST(PrefixFiles, NamesCrossInTheCodePage) {
+    const PrefixFolder prefix;
+    prefix.PutRegistry(
+        "WINE REGISTRY Version 2\n\n#arch=win32\n\n"
+        "[System\\\\CurrentControlSet\\\\Control\\\\Nls\\\\CodePage] 1\n\"ACP\"=\"932\"\n");
+    const platform::posix::PrefixSystem owner(prefix.Path());
+    auto& files = owner.Get().files;
+    EXPECT_EQ(owner.Get().processes.CodePage(), 932u);
+    ASSERT_TRUE(platform::WriteWhole(files, "C:\\\x95\\\x8E\xA6.txt", "1"));
+    EXPECT_EQ(ReadDisk(prefix.DriveC() / "\u8868\u793A.txt"), "1");
+    WriteDisk(prefix.DriveC() / "caf\u00E9", "");
+    WriteDisk(prefix.DriveC() / "back\\slash", "");
+    auto entries = files.List("C:\\", "*");
+    ASSERT_TRUE(entries);
+    std::vector<std::string> names;
+    for (const auto& entry : *entries) names.push_back(entry.name);
+    EXPECT_THAT(names, UnorderedElementsAre("\x95\\\x8E\xA6.txt", "caf?"));
+    const auto failure = files.Stat("C:\\none.txt");
+    EXPECT_EQ(failure.Error().context, "C:\\none.txt");
+}
+
+TEST(PrefixFiles, TemporaryFilesLieInThePrefix) {
+    const PrefixFolder prefix;
+    const platform::posix::PrefixSystem owner(prefix.Path());
+    auto& files = owner.Get().files;
+    EXPECT_EQ(*files.TempFolder(), "C:\\windows\\temp\\");
+    EXPECT_TRUE(std::filesystem::is_directory(prefix.DriveC() / "windows/temp"));
+    WriteDisk(prefix.Path() + "/user.reg", "\n[Environment] 1\n\"TMP\"=\"C:\\\\Users\\\\me\"\n");
+    EXPECT_EQ(*files.TempFolder(), "C:\\windows\\temp\\") << "a folder that is not there";
+    std::filesystem::create_directories(prefix.DriveC() / "users/me");
+    EXPECT_EQ(*files.TempFolder(), "C:\\Users\\me\\");
+}
+
+}  // namespace test

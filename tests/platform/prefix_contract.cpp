@@ -1,0 +1,33 @@
+#include "platform/posix/prefix_system.h"
+#include "tests/platform/files_contract.h"
+#include "tests/platform/prefix_folder.h"
+
+namespace test {
+
+namespace {
+
+class PrefixStore : public FilesStore {
+  public:
+    PrefixStore() : m_system(m_prefix.Path()) {
+        std::filesystem::create_directory(m_prefix.DriveC() / "Work");
+    }
+    platform::Files& Get() override { return m_system.Get().files; }
+    std::string Root() override { return "c:\\work\\"; }
+    void MakeReadOnly(const std::string& path) override {
+        using std::filesystem::perms;
+        std::filesystem::permissions(m_prefix.DriveC() / "Work" / path.substr(Root().size()),
+                                     perms::owner_read | perms::group_read);
+    }
+    bool IgnoresCase() const override { return true; }
+
+  private:
+    PrefixFolder m_prefix;
+    platform::posix::PrefixSystem m_system;
+};
+
+}  // namespace
+
+INSTANTIATE_TEST_SUITE_P(OfPrefix, FilesContract,
+                         ::testing::Values(StoreKind{"Prefix", MakeStore<PrefixStore>}), NameOf);
+
+}  // namespace test

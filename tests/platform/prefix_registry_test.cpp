@@ -1,0 +1,134 @@
+#include "platform/posix/prefix_registry.h"
+
+#include <gmock/gmock.h>
+
+#include "platform/os/system.h"
+#include "platform/testing/faulty_files.h"
+#include "tests/platform/files_contract.h"
+#include "tests/platform/prefix_folder.h"
+
+namespace test {
+
+using platform::ErrorCode;
+using platform::NativeFiles;
+using platform::RegistryRoot;
+using platform::posix::PrefixRegistry;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+namespace {
+
+constexpr auto kMachine = RegistryRoot::kLocalMachine;
+constexpr auto kUser = RegistryRoot::kCurrentUser;
+const char* const kHead =
+    "WINE REGISTRY Version 2\n;; All keys relative to REGISTRY\\\\Machine\n\n";
+
+}  // namespace
+
+TEST(PrefixRegistry, ReadsTextsAndNumbers) {
+    const PrefixFolder prefix;
+    prefix.PutRegistry(std::string(kHead) +
+                       "#arch=win32\n\n[K] 1\n"
+                       "\"t\"=\"C:\\\\\\x30c6\\x20ac\"\n\"n\"=dword:fffffffe\n"
+                       "\"e\"=str(2):\"%windir%\"\n\"z\"=hex(1):61,00,00,00,62,00\n"
+                       "\"h\"=hex(4):01,02,00,00\n\"short\"=hex(4):01\n\"b\"=hex:01,02,03,04\n"
+                       "\"m\"=str(7):\"a\\0b\\0\"\n");
+    PrefixRegistry latin(prefix.Path(), NativeFiles(), 1252);
+    PrefixRegistry japanese(prefix.Path(), NativeFiles(), 932);
+    EXPECT_EQ(*latin.ReadText(kMachine, "k", "T"), "C:\\?\x80");
+    EXPECT_EQ(*japanese.ReadText(kMachine, "k", "T"), "C:\\\x83\x65?");
+    EXPECT_EQ(*latin.ReadText(kMachine, "K", "e"), "%windir%");
+    EXPECT_EQ(*latin.ReadText(kMachine, "K", "z"), "a");
+    EXPECT_EQ(*latin.ReadNumber(kMachine, "K", "n"), 0xFFFFFFFEu);
+    EXPECT_EQ(*latin.ReadNumber(kMachine, "K", "h"), 0x201u);
+    for (const char* name : {"t", "short", "b", "none", ""}) {
+        EXPECT_EQ(CodeOf(latin.ReadNumber(kMachine, "K", name)), ErrorCode::kNotFound) << name;
+    }
+    for (const char* name : {"n", "b", "m", "none", ""}) {
+        EXPECT_EQ(CodeOf(latin.ReadText(kMachine, "K", name)), ErrorCode::kNotFound) << name;
+    }
+    EXPECT_EQ(CodeOf(latin.ReadText(kUser, "K", "t")), ErrorCode::kNotFound);
+    EXPECT_EQ(latin.ReadText(kMachine, "K\\x", "t").Error().context, "HKEY_LOCAL_MACHINE\\K\\x");
+}
+
+// A 32-bit program in a prefix of 64 bits has its own Software keys, but for Classes.
+TEST(PrefixRegistry, SeesAndWritesTheNodeOf32BitPrograms) {
+    struct Case {
+        const char* arch;
+        RegistryRoot root;
+        const char* key;
+        const char* lookedFor;
+        const char* written;
+    };
+    const Case cases[] = {
+        {"win64", kMachine, "SOFTWARE\\App", "node", "[Software\\\\Wow6432Node\\\\App]"},
+        {"win64", kMachine, "Software\\Plain", "plain", "[Software\\\\Wow6432Node\\\\Plain]"},
+        {"win64", kMachine, "Software\\Classes\\App", "class", "[Software\\\\Classes\\\\App]"},
+        {"win64", kMachine, "Software\\Wow6432Node\\App", "node",
+         "[Software\\\\Wow6432Node\\\\App]"},
+        {"win64", kMachine, "System\\App", "system", "[System\\\\App]"},
+        {"win32", kMachine, "Software\\App", "app", "[Software\\\\App]"},
+        {"win64", kUser, "Software\\App", "app", "[Software\\\\App]"},
+    };
+    const std::string keys =
+        "\n[Software\\\\App] 1\n@=\"app\"\n\n[Software\\\\Plain] 1\n@=\"plain\"\n\n"
+        "[Software\\\\Wow6432Node\\\\App] 1\n@=\"node\"\n\n[Software\\\\Classes\\\\App] 1\n"
+        "@=\"class\"\n\n[Software\\\\Wow6432Node\\\\Classes\\\\App] 1\n@=\"wrong\"\n\n"
+        "[System\\\\App] 1\n@=\"system\"\n";
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.arch) + " " + c.key);
+        const PrefixFolder prefix;
+        const std::string file = prefix.Path() + (c.root == kUser ? "/user.reg" : "/system.reg");
+        WriteDisk(file, std::string(kHead) + "#arch=" + c.arch + "\n" + keys);
+        PrefixRegistry registry(prefix.Path(), NativeFiles(), 1252);
+        EXPECT_EQ(*registry.ReadText(c.root, c.key, ""), c.lookedFor);
+        ASSERT_TRUE(registry.WriteNumber(c.root, c.key, "Flag", 1));
+        EXPECT_EQ(*registry.ReadNumber(c.root, c.key, "FLAG"), 1u);
+        const std::string text = ReadDisk(file);
+        const std::string section = text.substr(0, text.find("\"Flag\"=dword:00000001\n"));
+        EXPECT_THAT(section.substr(section.rfind("\n[") + 1), StartsWith(c.written));
+    }
+}
+
+TEST(PrefixRegistry, MakesAMissingFileAndReadsAChangedOneAgain) {
+    const PrefixFolder prefix;
+    PrefixRegistry registry(prefix.Path(), NativeFiles(), 1252);
+    EXPECT_EQ(CodeOf(registry.ReadNumber(kMachine, "K", "n")), ErrorCode::kNotFound);
+    ASSERT_TRUE(registry.WriteNumber(kMachine, "K\\L", "n", 7));
+    ASSERT_TRUE(registry.WriteText(kUser, "U", "", "caf\xE9 \x80"));
+    const std::string machine = ReadDisk(prefix.Path() + "/system.reg");
+    EXPECT_THAT(machine, StartsWith(std::string(kHead) + "#arch=win32\n\n[K\\\\L] "));
+    EXPECT_THAT(ReadDisk(prefix.Path() + "/user.reg"), HasSubstr("\n@=\"caf\\xe9 \\x20ac\"\n"));
+    EXPECT_EQ(*registry.ReadText(kUser, "u", ""), "caf\xE9 \x80");
+    WriteDisk(prefix.Path() + "/system.reg", "[K\\\\L] 1\n\"n\"=dword:00000063\n");
+    EXPECT_EQ(*registry.ReadNumber(kMachine, "K\\L", "n"), 99u);
+
+    PrefixRegistry nowhere(prefix.Path() + "/none", NativeFiles(), 1252);
+    EXPECT_EQ(CodeOf(nowhere.WriteNumber(kMachine, "K", "n", 1)), ErrorCode::kNotFound);
+}
+
+TEST(PrefixRegistry, AFaultLeavesTheOldFileOrTheNewOne) {
+    using platform::testing::Fault;
+    for (const auto fault : {Fault::kFail, Fault::kTornWrite, Fault::kKill}) {
+        for (int number = 1;; ++number) {
+            SCOPED_TRACE(number);
+            const PrefixFolder prefix;
+            const std::string old = std::string(kHead) + "[K] 1\n\"n\"=dword:00000001\n;tail";
+            prefix.PutRegistry(old);
+            platform::testing::FaultyFiles faulty(NativeFiles());
+            PrefixRegistry registry(prefix.Path(), faulty, 1252);
+            faulty.Arm(fault, number);
+            const auto status = registry.WriteNumber(kMachine, "K", "n", 2);
+            const bool fired = faulty.Fired();
+            faulty.Disarm();
+            std::string expected = old;
+            if (status) expected.replace(expected.find("0001\n"), 4, "0002");
+            EXPECT_EQ(ReadDisk(prefix.Path() + "/system.reg"), expected);
+            ASSERT_TRUE(registry.WriteNumber(kMachine, "K", "n", 2));
+            EXPECT_EQ(*registry.ReadNumber(kMachine, "K", "n"), 2u);
+            if (!fired) break;
+        }
+    }
+}
+
+}  // namespace test
