@@ -14,7 +14,9 @@ packages() {
             ;;
         lint) echo clang-format clang-tidy groff ;;
         fuzz) echo clang libclang-rt-14-dev llvm ;;
-        windows) echo g++-mingw-w64-x86-64-posix googletest wine wine64 ;;
+        windows)
+            echo g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix googletest wine wine64
+            ;;
         *)
             echo "setup.sh: no group '$1'" >&2
             exit 2
