@@ -1,15 +1,17 @@
 #!/bin/sh
-# windows_wine.sh PREFIX PROGRAM [ARGUMENT...]: runs a Windows program under Wine, in the prefix
-# PREFIX, which is made when it is missing. Nothing of the user's own ~/.wine is touched. Console
-# programs need no display, and get none unless KV_WINE_DISPLAY names one.
+# windows_wine.sh x86_64|i686 PREFIX PROGRAM [ARGUMENT...]: runs a Windows program of that machine
+# type under Wine, in the prefix PREFIX, which is made when it is missing. Nothing of the user's
+# own ~/.wine is touched. Console programs need no display, and get none unless KV_WINE_DISPLAY
+# names one.
 set -eu
-prefix=$1
-shift
+machine=$1
+prefix=$2
+shift 2
 export WINEPREFIX="$prefix" WINEARCH=win64 WINEDEBUG="${WINEDEBUG:--all}"
 export WINEDLLOVERRIDES="mscoree=;mshtml=;winemenubuilder.exe="
-# The 32-bit PE files that tools/windows_dependencies.sh --wine32 fetched, if Wine has none itself.
+# A 64-bit Wine alone has no 32-bit PE files; tools/windows_dependencies.sh --wine32 fetched them.
 deps=${KV_DEPENDENCIES_DIR:-$(cd "$(dirname "$0")/.." && pwd)/build/deps}
-[ ! -d "$deps/i386-windows" ] || export WINEDLLPATH="$deps"
+[ "$machine" != i686 ] || export WINEDLLPATH="$deps"
 if [ -n "${KV_WINE_DISPLAY:-}" ]; then
     export DISPLAY="$KV_WINE_DISPLAY"
 else

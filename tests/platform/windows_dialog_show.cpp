@@ -1,5 +1,5 @@
 // Shows the windows of the Windows backend, for people who change them:
-//   windows_dialog_show file [PATH]    the open-file dialog; a name with an x in it is refused
+//   windows_dialog_show file [PATH]    the open-file dialog; a name with "refuse" in it stays out
 //   windows_dialog_show options        a modal dialog with every kind of control
 //   windows_dialog_show message        a message box
 #include <cstdio>
@@ -56,7 +56,7 @@ int main(int argc, char** argv) {
         request.accept = [&](const std::string& path) {
             std::printf("asked: %s\n", path.c_str());
             std::fflush(stdout);
-            const bool isRefused = path.find('x', path.rfind('\\')) < path.rfind('.');
+            const bool isRefused = path.find("refuse") != std::string::npos;
             if (isRefused) {
                 dialogs.ShowMessage("Invalid File Name", "Error", platform::MessageIcon::kWarning);
             }
