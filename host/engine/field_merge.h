@@ -1,0 +1,21 @@
+#pragma once
+
+#include "host/engine/plan.h"
+
+namespace host {
+
+// The outcome of comparing the two sides of a pair, field by field.
+struct Merge {
+    FieldSet toEudora, toFolder;  // fields to be changed there
+    Contact eudora, folder;       // the values of both sides then
+    FieldSet conflicts;           // changed on both sides to different values; not in the others
+};
+
+// With `base` null the pair was never in step: an empty field takes the other side's value.
+Merge MergeFields(const Contact& eudora, const Contact& folder, const RememberedPair* base,
+                  const SideRules& rules);
+
+// Settles the conflicts for one side.
+void SettleConflicts(Merge& merge, bool folderWins, const SideRules& rules);
+
+}  // namespace host

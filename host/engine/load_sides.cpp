@@ -1,0 +1,99 @@
+#include "host/engine/load_sides.h"
+
+#include <unordered_map>
+
+#include "host/contacts/eudora_limits.h"
+
+namespace host {
+
+namespace {
+
+using Known = std::unordered_map<std::string, const RememberedPair*>;
+using Reader = std::function<platform::Result<StoredContact>(const std::string&)>;
+
+bool IsUnchanged(const RememberedSide& side, const StoreItem& item) {
+    return side.item.marker == item.marker;
+}
+
+platform::Result<std::vector<StoredContact>> LoadSide(ContactStore& store, const Known& known,
+                                                      RememberedSide RememberedPair::*side,
+                                                      const Reader& read, const char* what,
+                                                      Progress& progress) {
+    auto items = store.List();
+    if (!items) return items.Error();
+    std::vector<StoredContact> contacts;
+    contacts.reserve(items->size());
+    std::optional<platform::Failure> firstFailure;
+    std::size_t failures = 0;
+    for (std::size_t i = 0; i < items->size(); ++i) {
+        progress.Step(what, i, items->size());
+        StoreItem& item = (*items)[i];
+        const auto found = known.find(item.id);
+        if (found != known.end() && IsUnchanged(found->second->*side, item)) {
+            const RememberedPair& pair = *found->second;
+            contacts.push_back(
+                {std::move(item), (pair.*side).contact, pair.uid, pair.beyond, true});
+            continue;
+        }
+        auto stored = read(item.id);
+        if (!stored) {
+            if (!firstFailure) firstFailure = stored.Error();
+            ++failures;
+        } else if (stored->isPerson) {
+            contacts.push_back(*std::move(stored));
+        }
+    }
+    if (!firstFailure) return contacts;
+    if (failures > 1) {
+        firstFailure->context += " (and " + std::to_string(failures - 1) + " more like it)";
+    }
+    return *firstFailure;
+}
+
+}  // namespace
+
+platform::Result<StoredContact> ReadFolderContact(ContactStore& eudora, ContactStore& folder,
+                                                  const std::string& id) {
+    auto stored = folder.Read(id);
+    if (stored) stored->beyond += eudora.Hold(stored->contact) != stored->contact;
+    return stored;
+}
+
+platform::Result<Sides> LoadSides(ContactStore& eudora, ContactStore& folder,
+                                  const Remembered& remembered, Progress& progress) {
+    Known knownEudora, knownFolder;
+    for (const RememberedPair& pair : remembered.pairs) {
+        knownEudora[pair.eudora.item.id] = &pair;
+        knownFolder[pair.folder.item.id] = &pair;
+    }
+    auto left = LoadSide(
+        eudora, knownEudora, &RememberedPair::eudora,
+        [&](const std::string& id) { return eudora.Read(id); }, "reading Eudora's contacts",
+        progress);
+    if (!left) return left.Error();
+    auto right = LoadSide(
+        folder, knownFolder, &RememberedPair::folder,
+        [&](const std::string& id) { return ReadFolderContact(eudora, folder, id); },
+        "reading the vCards", progress);
+    if (!right) return right.Error();
+    return Sides{*std::move(left), *std::move(right)};
+}
+
+SideRules RulesOf(ContactStore& eudora, ContactStore& folder, unsigned codePage) {
+    SideRules rules;
+    rules.holdEudora = [&](const Contact& contact) { return eudora.Hold(contact); };
+    rules.holdFolder = [&](const Contact& contact) { return folder.Hold(contact); };
+    rules.refusal = [&](const Contact& values, FieldSet which) {
+        return eudora.Refusal(values, which);
+    };
+    rules.nickname = [codePage](const std::string& base, const std::string& suffix) {
+        return NicknameWithSuffix(base, suffix, codePage);
+    };
+    rules.folderIsNewer = [&](const std::string& eudoraId, const std::string& folderId) {
+        const auto left = eudora.ChangedAt(eudoraId), right = folder.ChangedAt(folderId);
+        return left && right && *right > *left;
+    };
+    return rules;
+}
+
+}  // namespace host

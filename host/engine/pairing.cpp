@@ -1,0 +1,211 @@
+#include "host/engine/pairing.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+namespace host {
+
+namespace {
+
+using Index = std::size_t;
+using Key = std::string;
+using KeyOf = std::function<Key(const StoredContact&)>;
+
+constexpr char kPart = '\x1F';
+
+// All fields but the nickname; empty for a contact that has nothing else.
+Key ContentKey(const Contact& contact) {
+    Key key;
+    bool isEmpty = true;
+    for (Field field : kAllFields) {
+        if (field == Field::kNickname) continue;
+        key += contact[field] + kPart;
+        isEmpty = isEmpty && contact[field].empty();
+    }
+    return isEmpty ? Key() : key;
+}
+
+Key NameAndAddress(const Contact& contact) {
+    if (contact[Field::kName].empty() || contact[Field::kEmail].empty()) return {};
+    return contact[Field::kName] + kPart + contact[Field::kEmail];
+}
+
+// The unused contacts of one side by a key.
+class Pool {
+  public:
+    explicit Pool(const std::vector<StoredContact>& contacts)
+        : m_contacts(contacts), m_used(contacts.size(), false) {
+        for (Index i = 0; i < contacts.size(); ++i) m_byId[contacts[i].item.id] = i;
+    }
+
+    std::optional<Index> TakeId(const std::string& id) {
+        const auto found = m_byId.find(id);
+        if (found == m_byId.end() || m_used[found->second]) return std::nullopt;
+        m_used[found->second] = true;
+        return found->second;
+    }
+    void Take(Index index) { m_used[index] = true; }
+    void Release(Index index) { m_used[index] = false; }
+
+    // By key, all that have one; in the order of the side.
+    std::unordered_map<Key, std::vector<Index>> Group(const KeyOf& keyOf) const {
+        std::unordered_map<Key, std::vector<Index>> groups;
+        for (Index i = 0; i < m_contacts.size(); ++i) {
+            if (m_used[i]) continue;
+            const Key key = keyOf(m_contacts[i]);
+            if (!key.empty()) groups[key].push_back(i);
+        }
+        return groups;
+    }
+    std::vector<Index> Rest() const {
+        std::vector<Index> rest;
+        for (Index i = 0; i < m_used.size(); ++i) {
+            if (!m_used[i]) rest.push_back(i);
+        }
+        return rest;
+    }
+    bool IsEmpty() const { return std::find(m_used.begin(), m_used.end(), false) == m_used.end(); }
+
+  private:
+    const std::vector<StoredContact>& m_contacts;
+    std::vector<bool> m_used;
+    std::unordered_map<std::string, Index> m_byId;
+};
+
+// Gives each pair whose contact of one side vanished one that appeared under the same key. With
+// `unique`, only where one vanished and one appeared.
+void MatchVanished(Pairing& pairing, Pool& pool, std::optional<Index> Pairing::Known::*side,
+                   const std::function<Key(const Pairing::Known&)>& keyOfPair,
+                   const KeyOf& keyOfContact, bool unique) {
+    std::unordered_map<Key, std::vector<Pairing::Known*>> vanished;
+    for (Pairing::Known& known : pairing.known) {
+        if (known.*side) continue;
+        const Key key = keyOfPair(known);
+        if (!key.empty()) vanished[key].push_back(&known);
+    }
+    if (vanished.empty() || pool.IsEmpty()) return;
+    auto appeared = pool.Group(keyOfContact);
+    for (auto& [key, pairs] : vanished) {
+        const auto found = appeared.find(key);
+        if (found == appeared.end()) continue;
+        const auto& candidates = found->second;
+        if (unique && (pairs.size() != 1 || candidates.size() != 1)) continue;
+        for (Index i = 0; i < std::min(pairs.size(), candidates.size()); ++i) {
+            pairs[i]->*side = candidates[i];
+            pool.Take(candidates[i]);
+        }
+    }
+}
+
+struct Pools {
+    Pool eudora, folder;
+};
+
+void UseIntents(Pairing& pairing, Pools& pools, const Remembered& remembered) {
+    std::unordered_map<std::string, Pairing::Known*> vanished;
+    for (Pairing::Known& known : pairing.known) {
+        if (!known.eudora) vanished[remembered.pairs[known.pair].eudora.item.id] = &known;
+    }
+    for (const Intent& intent : remembered.intents) {
+        const auto renamed = vanished.find(intent.oldId);
+        if (!intent.oldId.empty() && renamed != vanished.end()) {
+            if (!renamed->second->eudora) {
+                renamed->second->eudora = pools.eudora.TakeId(intent.newId);
+            }
+        } else if (intent.oldId.empty()) {
+            const auto folder = pools.folder.TakeId(intent.folderId);
+            const auto eudora = folder ? pools.eudora.TakeId(intent.newId) : std::nullopt;
+            if (eudora) {
+                pairing.found.emplace_back(*eudora, *folder);
+            } else if (folder) {
+                pools.folder.Release(*folder);
+            }
+        }
+    }
+}
+
+void FindRenames(Pairing& pairing, Pools& pools, const Remembered& remembered) {
+    const auto& pairs = remembered.pairs;
+    const auto ofContact = [](Key (*key)(const Contact&)) -> KeyOf {
+        return [key](const StoredContact& stored) { return key(stored.contact); };
+    };
+    using Known = Pairing::Known;
+    MatchVanished(
+        pairing, pools.folder, &Known::folder,
+        [&](const Known& known) { return pairs[known.pair].uid; },
+        [](const StoredContact& stored) { return stored.uid; }, true);
+    for (const bool unique : {false, true}) {
+        const auto key = unique ? NameAndAddress : ContentKey;
+        MatchVanished(
+            pairing, pools.eudora, &Known::eudora,
+            [&](const Known& known) { return key(pairs[known.pair].eudora.contact); },
+            ofContact(key), unique);
+        MatchVanished(
+            pairing, pools.folder, &Known::folder,
+            [&](const Known& known) { return key(pairs[known.pair].folder.contact); },
+            ofContact(key), unique);
+    }
+}
+
+// Contacts of both sides under the same key. Several under one key go together by content first;
+// with `unique` only one and one.
+void MatchSides(Pairing& pairing, Pools& pools, const KeyOf& eudoraKey, const KeyOf& folderKey,
+                bool unique) {
+    if (pools.eudora.IsEmpty() || pools.folder.IsEmpty()) return;
+    const auto folderGroups = pools.folder.Group(folderKey);
+    for (const auto& [key, eudora] : pools.eudora.Group(eudoraKey)) {
+        const auto found = folderGroups.find(key);
+        if (found == folderGroups.end()) continue;
+        const auto& folder = found->second;
+        if (unique && (eudora.size() != 1 || folder.size() != 1)) continue;
+        for (Index i = 0; i < std::min(eudora.size(), folder.size()); ++i) {
+            pairing.found.emplace_back(eudora[i], folder[i]);
+            pools.eudora.Take(eudora[i]);
+            pools.folder.Take(folder[i]);
+        }
+    }
+}
+
+void FindTwins(Pairing& pairing, Pools& pools, const SideRules& rules) {
+    const auto eudora = [&](Key (*key)(const Contact&)) -> KeyOf {
+        return [key, &rules](const StoredContact& stored) {
+            // The folder's form of Eudora's contact, as Eudora would hold it: both sides' limits.
+            return key(rules.holdEudora(rules.holdFolder(stored.contact)));
+        };
+    };
+    const auto folder = [&](Key (*key)(const Contact&)) -> KeyOf {
+        return [key, &rules](const StoredContact& stored) {
+            return key(rules.holdEudora(stored.contact));
+        };
+    };
+    const auto nickname = [](const Contact& contact) { return contact[Field::kNickname]; };
+    const auto whole = [](const Contact& contact) {
+        return contact[Field::kNickname] + kPart + ContentKey(contact);
+    };
+    MatchSides(pairing, pools, eudora(+whole), folder(+whole), false);
+    MatchSides(pairing, pools, eudora(+nickname), folder(+nickname), false);
+    MatchSides(pairing, pools, eudora(ContentKey), folder(ContentKey), false);
+    MatchSides(pairing, pools, eudora(NameAndAddress), folder(NameAndAddress), true);
+}
+
+}  // namespace
+
+Pairing FindPairs(const Sides& sides, const Remembered& remembered, const SideRules& rules) {
+    Pairing pairing;
+    Pools pools{Pool(sides.eudora), Pool(sides.folder)};
+    for (Index i = 0; i < remembered.pairs.size(); ++i) {
+        const RememberedPair& pair = remembered.pairs[i];
+        pairing.known.push_back({i, pools.eudora.TakeId(pair.eudora.item.id),
+                                 pools.folder.TakeId(pair.folder.item.id)});
+    }
+    UseIntents(pairing, pools, remembered);
+    FindRenames(pairing, pools, remembered);
+    FindTwins(pairing, pools, rules);
+    pairing.onlyEudora = pools.eudora.Rest();
+    pairing.onlyFolder = pools.folder.Rest();
+    // The groups come in no order; the report's is the sides'.
+    std::sort(pairing.found.begin(), pairing.found.end());
+    return pairing;
+}
+
+}  // namespace host

@@ -1,0 +1,33 @@
+#include "host/engine/place.h"
+
+#include "host/module/exit_code.h"
+
+namespace host {
+
+namespace {
+
+// The largest nickname file that is read into memory.
+constexpr std::uint64_t kLargestNicknameFile = 2ull << 30;
+
+}  // namespace
+
+Backups BackupsOf(const CommandPlace& place) {
+    const std::string folder = ParentFolder(place.files, place.stateFile);
+    const std::string name = "backups";
+    return Backups(place.files, folder.empty() ? name : folder + place.files.Separator() + name,
+                   place.clock);
+}
+
+platform::Result<std::chrono::system_clock::time_point> CheckNicknameFile(platform::Files& files,
+                                                                          const std::string& path) {
+    auto info = files.Stat(path);
+    if (!info) return info.Error();
+    if (info->isFolder) return Refused(path + ": is a folder; select a nickname file");
+    if (info->size > kLargestNicknameFile) {
+        return Refused(path + ": has " + std::to_string(info->size) +
+                       " bytes, too many for a nickname file; select another file");
+    }
+    return info->modified;
+}
+
+}  // namespace host

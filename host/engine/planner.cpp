@@ -1,0 +1,290 @@
+#include <algorithm>
+#include <unordered_set>
+
+#include "host/engine/field_merge.h"
+#include "host/engine/pairing.h"
+#include "host/engine/plan.h"
+
+namespace host {
+
+namespace {
+
+constexpr unsigned long kDefaultDeletions = 10, kDefaultPercent = 25;
+
+FieldSet NonEmpty(const Contact& contact) {
+    FieldSet set;
+    for (Field field : kAllFields) {
+        if (!contact[field].empty()) set.Add(field);
+    }
+    return set;
+}
+
+class Planner {
+  public:
+    Planner(const Sides& sides, const Remembered& remembered, const SideRules& rules,
+            const PlanOptions& options)
+        : m_sides(sides), m_remembered(remembered), m_rules(rules), m_options(options) {
+        for (const StoredContact& stored : sides.eudora) m_taken.insert(stored.item.id);
+    }
+
+    Plan Make();
+
+  private:
+    void PlanKnown(const Pairing::Known& known);
+    void PlanMerge(const StoredContact& eudora, const StoredContact& folder,
+                   const RememberedPair* pair);
+    void PlanVanished(const StoredContact* eudora, const StoredContact* folder,
+                      const RememberedPair& pair);
+    bool Resolve(Merge& merge, const StoredContact& eudora, const StoredContact& folder);
+    bool KeepOlder(const StoredContact& older, bool folderIsOlder, const std::string& fields);
+    void AddToFolder(const StoredContact& eudora, std::int64_t key);
+    void AddToEudora(const StoredContact& folder, std::int64_t key);
+    bool FinishEudora(SideAction& action, const std::string& name);
+    std::string FreeNickname(const std::string& base);
+    bool AlreadyKept(const Contact& copy) const;
+    void CheckLimits();
+
+    const Sides& m_sides;
+    const Remembered& m_remembered;
+    const SideRules& m_rules;
+    const PlanOptions& m_options;
+    Pairing m_pairing;
+    std::unordered_set<std::string> m_taken;  // nicknames in Eudora, now or by this plan
+    Plan m_plan;
+};
+
+// The nickname itself if it is free, else with the first number that makes it so.
+std::string Planner::FreeNickname(const std::string& base) {
+    std::string candidate = base;
+    for (int number = 1; !m_taken.insert(candidate).second; ++number) {
+        candidate = m_rules.nickname(base, std::to_string(number));
+    }
+    return candidate;
+}
+
+// False, with a notice, if Eudora's rules refuse the action.
+bool Planner::FinishEudora(SideAction& action, const std::string& name) {
+    const FieldSet shown = action.act == Act::kAdd ? NonEmpty(action.values) : action.fields;
+    const auto reason = m_rules.refusal(action.values, shown);
+    if (reason) m_plan.refused.push_back({name, *reason});
+    return !reason;
+}
+
+void Planner::AddToFolder(const StoredContact& eudora, std::int64_t key) {
+    Step step;
+    step.key = key;
+    step.eudora = {Act::kNone, eudora.item, eudora.contact, {}, {}};
+    step.folder = {Act::kAdd, {}, m_rules.holdFolder(eudora.contact), {}, {}};
+    step.name = DisplayName(eudora.contact, eudora.item.id);
+    m_plan.steps.push_back(std::move(step));
+}
+
+void Planner::AddToEudora(const StoredContact& folder, std::int64_t key) {
+    Step step;
+    step.key = key;
+    step.folder = {Act::kNone, folder.item, folder.contact, {}, {}};
+    step.uid = folder.uid;
+    step.beyond = folder.beyond;
+    step.name = DisplayName(folder.contact, folder.item.id);
+    step.eudora = {Act::kAdd, {}, m_rules.holdEudora(folder.contact), {}, {}};
+    std::string& nickname = step.eudora.values[Field::kNickname];
+    if (nickname.empty()) {
+        Contact named;
+        named[Field::kNickname] = DisplayName(step.eudora.values, "contact");
+        nickname = m_rules.holdEudora(named)[Field::kNickname];
+    }
+    if (!FinishEudora(step.eudora, step.name)) return;
+    nickname = FreeNickname(nickname);
+    m_plan.intents.push_back({"", nickname, folder.item.id});
+    m_plan.steps.push_back(std::move(step));
+}
+
+// One side of a pair is gone, or both.
+void Planner::PlanVanished(const StoredContact* eudora, const StoredContact* folder,
+                           const RememberedPair& pair) {
+    const bool inFolder = folder != nullptr;
+    Step step;
+    step.key = pair.key;
+    step.forget = true;
+    step.name = DisplayName(pair.eudora.contact, pair.eudora.item.id);
+    if (eudora == nullptr && folder == nullptr) {
+        m_plan.steps.push_back(std::move(step));
+        return;
+    }
+    const Contact& now = inFolder ? folder->contact : eudora->contact;
+    const bool changed = now != (inFolder ? pair.folder : pair.eudora).contact;
+    const bool deletionWins = m_options.prefer == (inFolder ? Prefer::kEudora : Prefer::kFolder);
+    if (!changed || deletionWins) {
+        SideAction& action = inFolder ? step.folder : step.eudora;
+        action = {Act::kRemove, (inFolder ? folder : eudora)->item, now, {}, {}};
+        m_plan.steps.push_back(std::move(step));
+        return;
+    }
+    if (m_options.prefer == Prefer::kBoth || m_options.prefer == Prefer::kNewer) {
+        m_plan.conflicts.push_back(
+            {step.name, inFolder ? "deleted in Eudora and changed in the folder: kept"
+                                 : "deleted in the folder and changed in Eudora: kept"});
+    }
+    inFolder ? AddToEudora(*folder, pair.key) : AddToFolder(*eudora, pair.key);
+}
+
+// Whether a copy of the older one lies on one side already, from a run that was cut off.
+bool Planner::AlreadyKept(const Contact& copy) const {
+    const auto isCopy = [&](const StoredContact& stored) {
+        const Contact held = m_rules.holdEudora(stored.contact);
+        return SameBeyondNickname(held, copy) &&
+               held[Field::kNickname].find("(older)") != std::string::npos;
+    };
+    const auto among = [&](const std::vector<std::size_t>& indices, const auto& contacts) {
+        return std::any_of(indices.begin(), indices.end(),
+                           [&](std::size_t i) { return isCopy(contacts[i]); });
+    };
+    return among(m_pairing.onlyEudora, m_sides.eudora) ||
+           among(m_pairing.onlyFolder, m_sides.folder) ||
+           std::any_of(m_pairing.found.begin(), m_pairing.found.end(),
+                       [&](const auto& pair) { return isCopy(m_sides.eudora[pair.first]); });
+}
+
+// Adds a marked copy of the older contact to both sides. False if Eudora refuses it.
+bool Planner::KeepOlder(const StoredContact& older, bool folderIsOlder, const std::string& fields) {
+    Step step;
+    step.name = DisplayName(older.contact, older.item.id);
+    Contact copy = older.contact;
+    std::string& name = copy[Field::kName];
+    if (!name.empty()) name += " (older)";
+    const Contact held = m_rules.holdEudora(copy);
+    if (!AlreadyKept(held)) {
+        step.eudora = {Act::kAdd, {}, held, {}, {}};
+        std::string base = held[Field::kNickname];
+        if (base.empty()) base = DisplayName(held, "contact");
+        base = m_rules.nickname(base, " (older)");
+        step.eudora.values[Field::kNickname] = base;
+        if (!FinishEudora(step.eudora, step.name)) return false;
+        base = FreeNickname(base);
+        step.eudora.values[Field::kNickname] = copy[Field::kNickname] = base;
+        step.folder = {Act::kAdd, {}, copy, {}, folderIsOlder ? older.item.id : std::string()};
+        m_plan.steps.push_back(std::move(step));
+    }
+    m_plan.conflicts.push_back({DisplayName(older.contact, older.item.id),
+                                "changed on both sides (" + fields + "): both kept, the older " +
+                                    (folderIsOlder ? "one of the folder" : "one of Eudora") +
+                                    " marked"});
+    return true;
+}
+
+// Settles what both sides changed; false if it cannot be settled.
+bool Planner::Resolve(Merge& merge, const StoredContact& eudora, const StoredContact& folder) {
+    if (merge.conflicts.IsEmpty()) return true;
+    std::string fields;
+    for (Field field : kAllFields) {
+        if (!merge.conflicts.Has(field)) continue;
+        fields.append(fields.empty() ? "" : ", ").append(FieldName(field));
+    }
+    bool folderWins = m_options.prefer == Prefer::kFolder;
+    if (m_options.prefer == Prefer::kBoth || m_options.prefer == Prefer::kNewer) {
+        folderWins = m_rules.folderIsNewer(eudora.item.id, folder.item.id);
+    }
+    if (m_options.prefer == Prefer::kBoth) {
+        const bool isKept =
+            folderWins ? KeepOlder(eudora, false, fields) : KeepOlder(folder, true, fields);
+        if (!isKept) return false;
+    }
+    SettleConflicts(merge, folderWins, m_rules);
+    return true;
+}
+
+void Planner::PlanMerge(const StoredContact& eudora, const StoredContact& folder,
+                        const RememberedPair* pair) {
+    if (pair != nullptr && pair->eudora.item.id == eudora.item.id &&
+        pair->eudora.item.marker == eudora.item.marker && pair->folder.item.id == folder.item.id &&
+        pair->folder.item.marker == folder.item.marker) {
+        return;  // neither side changed at all
+    }
+    Merge merge = MergeFields(eudora.contact, folder.contact, pair, m_rules);
+    Step step;
+    step.key = pair != nullptr ? pair->key : 0;
+    step.name =
+        DisplayName(pair != nullptr ? pair->eudora.contact : eudora.contact, eudora.item.id);
+    if (!Resolve(merge, eudora, folder)) return;
+    step.uid = folder.uid;
+    step.beyond = folder.beyond;
+    const auto action = [](const StoredContact& stored, const Contact& values, FieldSet fields) {
+        return SideAction{
+            fields.IsEmpty() ? Act::kNone : Act::kChange, stored.item, values, fields, {}};
+    };
+    step.eudora = action(eudora, merge.eudora, merge.toEudora);
+    step.folder = action(folder, merge.folder, merge.toFolder);
+    if (step.eudora.act == Act::kChange && !FinishEudora(step.eudora, step.name)) return;
+    if (merge.toEudora.Has(Field::kNickname)) {
+        std::string& nickname = step.eudora.values[Field::kNickname];
+        nickname = FreeNickname(nickname);
+        step.renamedTo = nickname;
+        m_plan.intents.push_back({eudora.item.id, nickname, folder.item.id});
+    } else if (merge.toFolder.Has(Field::kNickname) && pair != nullptr) {
+        step.renamedTo = merge.folder[Field::kNickname];
+    }
+    m_plan.steps.push_back(std::move(step));
+}
+
+void Planner::PlanKnown(const Pairing::Known& known) {
+    const RememberedPair& pair = m_remembered.pairs[known.pair];
+    const StoredContact* eudora = known.eudora ? &m_sides.eudora[*known.eudora] : nullptr;
+    const StoredContact* folder = known.folder ? &m_sides.folder[*known.folder] : nullptr;
+    if (eudora != nullptr && folder != nullptr) {
+        PlanMerge(*eudora, *folder, &pair);
+    } else {
+        PlanVanished(eudora, folder, pair);
+    }
+}
+
+void Planner::CheckLimits() {
+    const unsigned long total = m_remembered.pairs.size();
+    if (total > 0 && (m_sides.eudora.empty() || m_sides.folder.empty())) {
+        const char* side = m_sides.eudora.empty() ? "Eudora's address book" : "the contacts folder";
+        m_plan.stop = std::string(side) + " is empty, but " + std::to_string(total) +
+                      " contacts are remembered: check the paths; to begin anew, move the state "
+                      "file away, and what the other side holds is copied";
+        return;
+    }
+    const auto deletions = static_cast<unsigned long>(
+        std::count_if(m_plan.steps.begin(), m_plan.steps.end(), [](const Step& step) {
+            return step.eudora.act == Act::kRemove || step.folder.act == Act::kRemove;
+        }));
+    unsigned long limit = std::max(kDefaultDeletions, total * kDefaultPercent / 100);
+    if (m_options.maxDelete) {
+        const DeleteLimit& given = *m_options.maxDelete;
+        limit = given.isPercent ? total * given.number / 100 : given.number;
+    }
+    if (deletions > limit) {
+        m_plan.stop = std::to_string(deletions) + " contacts would be deleted, more than the " +
+                      std::to_string(limit) +
+                      " allowed: check both sides, then allow it with "
+                      "--max-delete " +
+                      std::to_string(deletions);
+    }
+}
+
+Plan Planner::Make() {
+    m_pairing = FindPairs(m_sides, m_remembered, m_rules);
+    for (const Pairing::Known& known : m_pairing.known) PlanKnown(known);
+    for (const auto& [eudora, folder] : m_pairing.found) {
+        PlanMerge(m_sides.eudora[eudora], m_sides.folder[folder], nullptr);
+    }
+    for (const std::size_t i : m_pairing.onlyEudora) AddToFolder(m_sides.eudora[i], 0);
+    for (const std::size_t i : m_pairing.onlyFolder) AddToEudora(m_sides.folder[i], 0);
+    m_plan.kept = static_cast<int>(
+        std::count_if(m_sides.folder.begin(), m_sides.folder.end(),
+                      [](const StoredContact& stored) { return stored.beyond > 0; }));
+    m_plan.dropIntents = !m_remembered.intents.empty();
+    CheckLimits();
+    return std::move(m_plan);
+}
+
+}  // namespace
+
+Plan MakePlan(const Sides& sides, const Remembered& remembered, const SideRules& rules,
+              const PlanOptions& options) {
+    return Planner(sides, remembered, rules, options).Make();
+}
+
+}  // namespace host

@@ -1,0 +1,147 @@
+#include <algorithm>
+#include <memory>
+
+#include "host/backup/backups.h"
+#include "host/contacts/eudora_contacts.h"
+#include "host/contacts/vdir_contacts.h"
+#include "host/engine/commands.h"
+#include "host/engine/execute.h"
+#include "host/engine/load_sides.h"
+#include "host/engine/place.h"
+#include "host/engine/report.h"
+#include "host/state/state_file.h"
+
+namespace host {
+
+namespace {
+
+using platform::ErrorCode;
+
+// Both sides, the memory and the plan between them.
+struct Run {
+    std::optional<StateLock> lock;
+    std::unique_ptr<StateFile> state;
+    std::unique_ptr<EudoraContacts> eudora;
+    std::unique_ptr<VdirContacts> folder;
+    Progress progress;
+    Remembered remembered;
+    Sides sides;
+    Plan plan;
+};
+
+platform::Status CheckFolder(platform::Files& files, const std::string& folder, bool isKnown) {
+    auto info = files.Stat(folder);
+    if (info && !info->isFolder) return Refused(folder + ": is no folder; name a folder");
+    if (info || info.Error().code == ErrorCode::kNotFound) {
+        if (info || !isKnown) return {};
+        return Refused(folder +
+                       ": the contacts folder is gone; bring it back or name its new "
+                       "place with --contacts");
+    }
+    return info.Error();
+}
+
+// What the plan needs to write must be writable before the first change.
+platform::Status CheckRights(platform::Files& files, const SyncOptions& options, const Plan& plan) {
+    const auto isReadOnly = [&](const std::string& path) {
+        auto info = files.Stat(path);
+        return info && info->isReadOnly;
+    };
+    if (plan.ChangesEudora() && isReadOnly(options.eudora.nativeFile)) {
+        return Refused(options.eudora.nativeFile + ": is read-only; make it writable");
+    }
+    const bool changesFolder =
+        std::any_of(plan.steps.begin(), plan.steps.end(),
+                    [](const Step& step) { return step.folder.act != Act::kNone; });
+    if (changesFolder && isReadOnly(options.contactsFolder)) {
+        return Refused(options.contactsFolder + ": is read-only; make it writable");
+    }
+    return {};
+}
+
+platform::Status Prepare(const CommandPlace& place, const SyncOptions& options, bool mayWrite,
+                         Run& run) {
+    if (mayWrite) {
+        auto status = MakeFolders(place.files, ParentFolder(place.files, place.stateFile));
+        if (!status) return status;
+    }
+    auto lock = StateLock::Take(place.files, place.stateFile, mayWrite);
+    if (!lock) return lock.Error();
+    run.lock = *std::move(lock);
+    const std::string scope = options.eudora.selection + '\n' + options.contactsFolder;
+    auto state = StateFile::Open(place.files, place.stateFile, scope, mayWrite);
+    if (!state) return state.Error();
+    run.state = *std::move(state);
+    auto remembered = run.state->Load();
+    if (!remembered) return remembered.Error();
+    run.remembered = *std::move(remembered);
+    const bool isKnown = !run.remembered.pairs.empty();
+    if (auto status = CheckFolder(place.files, options.contactsFolder, isKnown); !status) {
+        return status;
+    }
+    auto time = CheckNicknameFile(place.files, options.eudora.nativeFile);
+    if (!time) return time.Error();
+    run.eudora =
+        std::make_unique<EudoraContacts>(options.eudora.open, options.eudora.codePage, *time);
+    run.folder =
+        std::make_unique<VdirContacts>(place.files, options.contactsFolder, place.clock, NewUuid);
+    auto sides = LoadSides(*run.eudora, *run.folder, run.remembered, run.progress);
+    if (!sides) return sides.Error();
+    run.sides = *std::move(sides);
+    run.plan = MakePlan(run.sides, run.remembered,
+                        RulesOf(*run.eudora, *run.folder, options.eudora.codePage),
+                        {options.prefer, options.maxDelete});
+    if (run.plan.stop) return Refused(*run.plan.stop);
+    return CheckRights(place.files, options, run.plan);
+}
+
+std::string LockLine(const CommandPlace& place) {
+    auto lock = StateLock::Take(place.files, place.stateFile, false);
+    return lock ? "locked: no" : "locked: " + lock.Error().Message();
+}
+
+}  // namespace
+
+Report RunSync(const CommandPlace& place, const SyncOptions& options) {
+    Run run{{}, {}, {}, {}, Progress(place.clock, place.progress), {}, {}, {}};
+    if (auto status = Prepare(place, options, !options.dryRun, run); !status) {
+        return RefusalReport(status.Error());
+    }
+    if (options.dryRun || run.plan.IsEmpty()) return PlanReport(run.plan, {}, options.quiet);
+    const auto backup = [&]() -> platform::Status {
+        auto made = BackupsOf(place).MakeOf(options.eudora.nativeFile, "before a sync of contacts");
+        if (!made) return made.Error();
+        return {};
+    };
+    const Outcome outcome =
+        Execute(run.plan, *run.eudora, *run.folder, *run.state, backup, run.progress);
+    return PlanReport(run.plan, outcome.errors, options.quiet);
+}
+
+Report RunStatus(const CommandPlace& place, const SyncOptions& options) {
+    Report report;
+    report.lines = {
+        "address book: " + options.eudora.selection + " (" + options.eudora.nativeFile + ")",
+        "contacts folder: " + options.contactsFolder, "state: " + place.stateFile, LockLine(place)};
+    Run run{{}, {}, {}, {}, Progress(place.clock, place.progress), {}, {}, {}};
+    const auto status = Prepare(place, options, false, run);
+    report.lines.push_back("contacts in Eudora: " + std::to_string(run.sides.eudora.size()) +
+                           ", in the folder: " + std::to_string(run.sides.folder.size()) +
+                           ", remembered: " + std::to_string(run.remembered.pairs.size()));
+    if (!status) {
+        report.code = ExitCode::kRefused;
+        report.errors.push_back(status.Error().Message());
+    } else {
+        report.lines.push_back("a sync now:");
+        for (const std::string& line : DescribePlan(run.plan, options.quiet)) {
+            report.lines.push_back("  " + line);
+        }
+    }
+    FinishReport(report, {{"eudora", run.sides.eudora.size()},
+                          {"folder", run.sides.folder.size()},
+                          {"remembered", run.remembered.pairs.size()},
+                          {"lines", report.lines}});
+    return report;
+}
+
+}  // namespace host
