@@ -1,0 +1,182 @@
+#include "host/cli/application.h"
+
+#include <algorithm>
+#include <functional>
+#include <iostream>
+
+#include <CLI/CLI.hpp>
+
+#include "host/cli/commands.h"
+#include "host/cli/version.h"
+#include "host/engine/commands.h"
+#include "host/shell/kinds.h"
+#include "host/shell/shell.h"
+#include "platform/kvutil/kvutil.h"
+
+namespace host {
+
+namespace {
+
+constexpr const char* kFooter =
+    "Exit codes: 0 nothing had to be changed (and all commands that only read), 1 failed,\n"
+    "2 the command line or the configuration file makes no sense, 3 refused before anything\n"
+    "was touched, 4 done with changes, 5 done but conflicts wait for a decision.\n\n"
+    "Keys of the configuration file: eudora, wine_prefix, contacts, maildir, state,\n"
+    "nickname_file, settings, language, prefer, max_delete (texts) and code_page (a number).";
+
+using Action = std::function<ExitCode(const Options&)>;
+
+// What the command line asks for.
+struct Request {
+    Options options;
+    Action action;
+    std::string what = "contacts", name, script, toFolder, kind;
+};
+
+void AddCommonOptions(CLI::App& app, Options& options) {
+    auto& setup = options.setup;
+    auto* const eudora = app.add_option("--eudora", setup.eudora, "a bare Eudora folder");
+    app.add_option("--wine-prefix", setup.winePrefix,
+                   "the Wine prefix that Eudora is installed in (else WINEPREFIX, else ~/.wine)")
+        ->excludes(eudora);
+    app.add_option("--contacts", options.contacts, "the folder of vCards");
+    app.add_option("--maildir", options.maildir, "the Maildir");
+    app.add_option("--nickname-file", setup.nicknameFile,
+                   "the nickname file to work on (else the one chosen with configure)");
+    app.add_option("--state", options.state, "the file that remembers the last run");
+    app.add_option("--config", options.config,
+                   "the configuration file (else ~/.config/kvsync/config.toml)");
+    app.add_option("--settings", setup.settings, "the folder of the translators' settings files");
+    app.add_option("--language", setup.language,
+                   "language of the translator: EN DE FR ES IT PT JP");
+    app.add_option("--code-page", setup.codePage,
+                   "code page of a bare Eudora folder: 1252 (the default), 932, ...")
+        ->check(CLI::Range(1, 65535));
+    app.add_flag("--json", options.json, "print JSON");
+    app.add_flag("--quiet", options.quiet, "print no more than has to be said");
+    app.add_flag("-v,--verbose", options.verbose, "the translator's log on standard error");
+    app.set_version_flag("--version", std::string("kvsync ") + kVersion);
+}
+
+CLI::App* AddCommand(CLI::App& app, const char* name, const char* help, Request& request,
+                     Action action) {
+    CLI::App* const command = app.add_subcommand(name, help);
+    command->callback([&request, action = std::move(action)] { request.action = action; });
+    return command;
+}
+
+void AddWhat(CLI::App* command, Request& request, bool required) {
+    auto* const what = command->add_option("what", request.what, "contacts");
+    what->check(CLI::IsMember({"contacts"}));
+    if (required) what->required();
+}
+
+void AddSync(CLI::App& app, Request& request) {
+    CLI::App* const sync =
+        AddCommand(app, "sync", "keep Eudora and the folder of vCards in step", request,
+                   [](const Options& options) { return SyncContacts(options); });
+    AddWhat(sync, request, false);
+    sync->add_flag("--dry-run", request.options.setup.writesNothing,
+                   "print the plan and write nothing anywhere");
+    sync->add_option("--prefer", request.options.prefer,
+                     "who wins where both sides changed: eudora, folder, newer, both (the default "
+                     "keeps both)")
+        ->check(CLI::IsMember({"eudora", "folder", "newer", "both"}));
+    sync->add_option("--max-delete", request.options.maxDelete,
+                     "stop before the first change if more would be deleted: N or N% (default: "
+                     "the larger of 10 and 25%)");
+}
+
+void AddReading(CLI::App& app, Request& request) {
+    AddCommand(app, "status", "what is found, what a sync would do, what is locked", request,
+               [](const Options& options) { return Status(options); });
+    AddWhat(AddCommand(app, "list", "print all records, a line for each", request,
+                       [](const Options& options) { return ListContacts(options); }),
+            request, true);
+    CLI::App* const show = AddCommand(
+        app, "show", "print one record with all its fields", request,
+        [&request](const Options& options) { return ShowContact(options, request.name); });
+    AddWhat(show, request, true);
+    show->add_option("nickname", request.name, "the record")->required();
+    CLI::App* const exporting = AddCommand(
+        app, "export", "write all records into a folder, without memory", request,
+        [&request](const Options& options) { return ExportContacts(options, request.toFolder); });
+    AddWhat(exporting, request, true);
+    exporting->add_option("--to", request.toFolder, "the folder")->required();
+}
+
+void AddRest(CLI::App& app, Request& request) {
+    AddWhat(AddCommand(app, "configure",
+                       "choose the nickname file in the translator's own dialog, or without one "
+                       "by --nickname-file",
+                       request, [](const Options& options) { return ConfigureContacts(options); }),
+            request, true);
+    CLI::App* const shell =
+        AddCommand(app, "shell", "a console on the translator interface", request,
+                   [&request](const Options& options) {
+                       return Shell(options, *ParseKind(request.kind), request.script);
+                   });
+    shell->add_option("kind", request.kind, "contacts, mail or other")
+        ->required()
+        ->check(CLI::IsMember({"contacts", "mail", "other"}));
+    shell->add_option("file", request.script, "the script (else standard input)");
+    shell->footer(ShellHelp());
+    AddCommand(app, "backups", "list the copies made before Eudora's files were changed", request,
+               [](const Options& options) { return ListBackups(options); });
+    CLI::App* const restore =
+        AddCommand(app, "restore", "put a backup back in its place", request,
+                   [&request](const Options& options) { return Restore(options, request.name); });
+    restore->add_option("id", request.name, "the backup, as kvsync backups lists it")->required();
+    AddCommand(app, "doctor", "check the set-up and say what to do about each fault", request,
+               [](const Options& options) { return Doctor(options); });
+}
+
+ExitCode Misuse(std::string text) {
+    std::ranges::replace(text, '\n', ' ');
+    std::cerr << "kvsync: " << text << " (kvsync --help shows the usage)\n";
+    return ExitCode::kUsage;
+}
+
+// What the values of the command line and of the configuration file have in common.
+std::string CheckValues(const Options& options) {
+    if (options.prefer && !ParsePrefer(*options.prefer)) {
+        return "prefer is eudora, folder, newer or both, not " + *options.prefer;
+    }
+    if (options.maxDelete && !ParseDeleteLimit(*options.maxDelete)) {
+        return "max-delete is a number or a percentage such as 25%, not " + *options.maxDelete;
+    }
+    return {};
+}
+
+}  // namespace
+
+ExitCode RunApplication(std::vector<std::string> arguments) {
+    CLI::App app("kvsync keeps the contacts of Eudora in step with a folder of vCards.", "kvsync");
+    Request request;
+    app.require_subcommand(1);
+    app.fallthrough();
+    app.footer(kFooter);
+    AddCommonOptions(app, request.options);
+    AddSync(app, request);
+    AddReading(app, request);
+    AddRest(app, request);
+    std::ranges::reverse(arguments);
+    try {
+        app.parse(std::move(arguments));
+    } catch (const CLI::Success& asked) {
+        app.exit(asked, std::cout, std::cerr);
+        return ExitCode::kNothingToDo;
+    } catch (const CLI::ParseError& error) {
+        return Misuse(error.what());
+    }
+    if (auto read = ReadConfiguration(request.options); !read) {
+        return Misuse(read.Error().Message());
+    }
+    if (const std::string wrong = CheckValues(request.options); !wrong.empty()) {
+        return Misuse(wrong);
+    }
+    if (request.options.verbose) g_bEnableLog = 1;
+    return request.action(request.options);
+}
+
+}  // namespace host

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "host/module/translator_session.h"
+#include "platform/os/result.h"
+
+namespace host {
+
+// One contact as it is shown: texts in UTF-8, in the order of kContactKeys.
+inline constexpr const char* kContactKeys[] = {"nickname", "name",  "address", "phone",
+                                               "fax",      "email", "note"};
+struct ShownContact {
+    std::vector<std::string> values;
+};
+
+platform::Result<std::vector<ShownContact>> ReadContacts(TranslatorSession& session);
+// Nothing in the result if there is no contact of that nickname (UTF-8).
+platform::Result<std::vector<ShownContact>> ReadContact(TranslatorSession& session,
+                                                        const std::string& nickname);
+
+// A line for each: nickname, name and address of mail, in columns.
+void PrintTable(std::ostream& out, const std::vector<ShownContact>& contacts);
+// All fields that hold something, a line for each; further lines of a value are indented.
+void PrintCard(std::ostream& out, const ShownContact& contact);
+std::string ContactJson(const ShownContact& contact);
+std::string ContactsJson(const std::vector<ShownContact>& contacts);
+
+}  // namespace host

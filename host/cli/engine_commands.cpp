@@ -1,0 +1,166 @@
+#include <iostream>
+
+#include <nlohmann/json.hpp>
+
+#include "host/cli/commands.h"
+#include "host/cli/workplace.h"
+#include "host/engine/commands.h"
+#include "host/module/native_path.h"
+#include "host/module/windows_path.h"
+#include "platform/os/program.h"
+#include "platform/os/system.h"
+
+namespace host {
+
+namespace {
+
+ExitCode Say(const Report& report, const Options& options) {
+    if (options.json) {
+        std::cout << report.json << '\n';
+    } else {
+        for (const std::string& line : report.lines) std::cout << line << '\n';
+    }
+    std::cout.flush();
+    for (const std::string& line : report.errors) std::cerr << "kvsync: " << line << '\n';
+    return report.code;
+}
+
+// A line on the terminal that the next one replaces and that goes when the run is done.
+class ProgressLine {
+  public:
+    explicit ProgressLine(bool wanted)
+        : m_wanted(wanted && platform::IsTerminal(platform::Stream::kError)) {}
+    ~ProgressLine() { Show({}); }
+    ProgressLine(const ProgressLine&) = delete;
+    ProgressLine& operator=(const ProgressLine&) = delete;
+
+    void Show(const std::string& line) {
+        if (!m_wanted || line == m_shown) return;
+        std::cerr << '\r' << line << "\033[K" << std::flush;
+        m_shown = line;
+    }
+
+  private:
+    bool m_wanted;
+    std::string m_shown;
+};
+
+platform::Result<CommandPlace> PlaceOf(const Options& options, ProgressLine& progress) {
+    std::string state;
+    if (options.state) {
+        state = *options.state;
+    } else {
+        auto folder = StateFolder();
+        if (!folder) return folder.Error();
+        state = FromPath(ToPath(*folder) / "state.db");
+    }
+    return CommandPlace{platform::NativeFiles(), platform::NativeSystem().clock, state,
+                        [&progress](const std::string& line) { progress.Show(line); }};
+}
+
+platform::Result<EudoraPlace> EudoraOf(Workplace& place, bool forWriting) {
+    auto file = place.NicknameFile(forWriting);
+    if (!file) return file.Error();
+    const auto native = ToNativePath(*file);
+    if (!native) return Refused("no drive leads to " + ToUtf8(*file));
+    EudoraPlace eudora;
+    eudora.open = [&place, file = *file] { return place.OpenContacts(file); };
+    // Every bare folder is C:\Eudora to Eudora: only the native path tells them apart.
+    eudora.selection = *native;
+    eudora.nativeFile = *native;
+    eudora.codePage = platform::NativeSystem().processes.CodePage();
+    return eudora;
+}
+
+platform::Status FillSync(const Options& options, SyncOptions& sync) {
+    if (!options.contacts) {
+        return Refused(
+            "no contacts folder is named: give --contacts DIR, or contacts = \"DIR\" in "
+            "the configuration file");
+    }
+    sync.contactsFolder = *options.contacts;
+    sync.quiet = options.quiet;
+    sync.dryRun = options.setup.writesNothing;
+    // The command line and the configuration file have been checked.
+    if (options.prefer) sync.prefer = ParsePrefer(*options.prefer).value_or(Prefer::kBoth);
+    if (options.maxDelete) sync.maxDelete = ParseDeleteLimit(*options.maxDelete);
+    return {};
+}
+
+}  // namespace
+
+ExitCode SyncContacts(const Options& options) {
+    SyncOptions sync;
+    if (auto filled = FillSync(options, sync); !filled) return Fail(filled.Error());
+    auto place = Workplace::Enter(options);
+    if (!place) return Fail(place.Error());
+    auto eudora = EudoraOf(*place, true);
+    if (!eudora) return Fail(eudora.Error());
+    sync.eudora = *std::move(eudora);
+    ProgressLine progress(!options.quiet);
+    auto command = PlaceOf(options, progress);
+    if (!command) return Fail(command.Error());
+    const Report report = RunSync(*command, sync);
+    progress.Show({});
+    return Say(report, options);
+}
+
+ExitCode Status(const Options& options) {
+    SyncOptions sync;
+    if (auto filled = FillSync(options, sync); !filled) return Fail(filled.Error());
+    auto place = Workplace::Enter(options, true);
+    if (!place) return Fail(place.Error());
+    auto eudora = EudoraOf(*place, false);
+    if (!eudora) return Fail(eudora.Error());
+    sync.eudora = *std::move(eudora);
+    ProgressLine progress(!options.quiet);
+    auto command = PlaceOf(options, progress);
+    if (!command) return Fail(command.Error());
+    Report report = RunStatus(*command, sync);
+    progress.Show({});
+    const auto stopped = RefuseRunningEudora(place->Place());
+    if (!stopped) report.lines.push_back("locked: " + stopped.Error().Message());
+    if (options.json) {
+        auto json = nlohmann::ordered_json::parse(report.json, nullptr, false);
+        if (json.is_object()) {
+            json["eudoraRuns"] = !stopped;
+            report.json = json.dump();
+        }
+    }
+    return Say(report, options);
+}
+
+ExitCode ExportContacts(const Options& options, const std::string& toFolder) {
+    auto place = Workplace::Enter(options);
+    if (!place) return Fail(place.Error());
+    auto eudora = EudoraOf(*place, false);
+    if (!eudora) return Fail(eudora.Error());
+    ProgressLine progress(!options.quiet);
+    auto command = PlaceOf(options, progress);
+    if (!command) return Fail(command.Error());
+    const Report report = RunExport(*command, {*std::move(eudora), toFolder});
+    progress.Show({});
+    return Say(report, options);
+}
+
+ExitCode ListBackups(const Options& options) {
+    ProgressLine progress(false);
+    auto command = PlaceOf(options, progress);
+    if (!command) return Fail(command.Error());
+    return Say(RunBackups(*command), options);
+}
+
+ExitCode Restore(const Options& options, const std::string& id) {
+    ProgressLine progress(false);
+    // Where the Eudora of the backup is known it must not run.
+    if (options.setup.eudora || options.setup.winePrefix) {
+        const auto setup = Prepare(options.setup);
+        if (!setup) return Fail(setup.Error());
+        if (auto stopped = RefuseRunningEudora(*setup); !stopped) return Fail(stopped.Error());
+    }
+    auto command = PlaceOf(options, progress);
+    if (!command) return Fail(command.Error());
+    return Say(RunRestore(*command, {id}), options);
+}
+
+}  // namespace host

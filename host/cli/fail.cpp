@@ -1,0 +1,16 @@
+#include <algorithm>
+#include <iostream>
+
+#include "host/cli/commands.h"
+
+namespace host {
+
+ExitCode Fail(const platform::Failure& failure) {
+    std::string line = failure.Message();
+    std::ranges::replace(line, '\n', ' ');
+    std::ranges::replace(line, '\r', ' ');
+    std::cerr << "kvsync: " << line << '\n';
+    return CodeOf(failure);
+}
+
+}  // namespace host

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "host/module/setup.h"
+#include "platform/os/result.h"
+
+namespace host {
+
+// What every command can be told, on the command line or in the configuration file.
+struct Options {
+    SetupOptions setup;
+    std::optional<std::string> contacts;  // the folder of vCards
+    std::optional<std::string> maildir;
+    std::optional<std::string> state;  // the memory's file
+    std::optional<std::string> config;
+    std::optional<std::string> prefer;
+    std::optional<std::string> maxDelete;
+    bool json = false;
+    bool quiet = false;
+    bool verbose = false;
+};
+
+// Fills what the command line left open from the configuration file: the one that --config names,
+// which must exist, else kvsync/config.toml in $XDG_CONFIG_HOME, %APPDATA% or ~/.config if there
+// is one. kFailed with one line if it cannot be read, is no TOML, or holds an unknown key or a
+// value of the wrong kind.
+platform::Status ReadConfiguration(Options& options);
+
+}  // namespace host

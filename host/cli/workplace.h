@@ -1,0 +1,35 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "host/cli/options.h"
+#include "host/module/setup.h"
+#include "host/module/translator_host.h"
+#include "host/module/translator_session.h"
+#include "platform/os/result.h"
+
+namespace host {
+
+// An Eudora with the module at work on it. Sessions end before it does.
+class Workplace {
+  public:
+    // kRefused if there is no Eudora to work on, or it runs and `mayRun` is not set.
+    static platform::Result<Workplace> Enter(const Options& options, bool mayRun = false);
+
+    TranslatorHost& Module() { return *m_host; }
+    const Setup& Place() const { return m_setup; }
+
+    // Selects the nickname file that the options and earlier choices name and gives its Windows
+    // path, in the system code page, once it is known to be usable.
+    platform::Result<std::string> NicknameFile(bool forWriting);
+    // A session with that nickname file read.
+    platform::Result<TranslatorSession> OpenContacts(const std::string& nicknameFile);
+
+  private:
+    Setup m_setup;
+    SetupOptions m_options;
+    std::unique_ptr<TranslatorHost> m_host;
+};
+
+}  // namespace host

@@ -1,0 +1,112 @@
+#include "host/dialogs/file_form.h"
+
+#include <newt.h>
+
+#include <vector>
+
+#include "host/dialogs/newt_screen.h"
+#include "host/module/native_path.h"
+#include "platform/os/path.h"
+#include "platform/os/system.h"
+
+namespace host {
+
+namespace {
+
+constexpr int kWidth = 66;
+constexpr int kListHeight = 8;
+
+// "Label (*.txt)|*.txt||" in its first two parts.
+struct Filter {
+    std::string label, pattern = "*";
+    explicit Filter(const std::string& text) {
+        const auto first = text.find('|');
+        label = text.substr(0, first);
+        if (first == std::string::npos) return;
+        const auto second = text.find('|', first + 1);
+        pattern = text.substr(first + 1, second - first - 1);
+    }
+};
+
+void AddFiles(const std::string& folder, const std::string& pattern,
+              std::vector<std::string>& paths) {
+    auto files = platform::NativeSystem().files.List(folder, pattern);
+    if (!files) return;
+    for (const auto& file : *files) {
+        if (!file.isFolder) paths.push_back(folder + "\\" + file.name);
+    }
+}
+
+std::vector<std::string> FilesNear(const std::string& path, const std::string& pattern) {
+    const auto end = platform::LastSeparator(path, platform::NativeSystem().processes.CodePage());
+    std::vector<std::string> paths;
+    if (end == std::string::npos) return paths;
+    const std::string folder = path.substr(0, end);
+    AddFiles(folder, pattern, paths);
+    if (auto entries = platform::NativeSystem().files.List(folder, "*")) {
+        for (const auto& entry : *entries) {
+            if (entry.isFolder) AddFiles(folder + "\\" + entry.name, pattern, paths);
+        }
+    }
+    return paths;
+}
+
+class FileForm {
+  public:
+    explicit FileForm(const platform::OpenFileRequest& request) {
+        const Filter filter(request.filter);
+        m_paths = FilesNear(request.initialPath, filter.pattern);
+        newtCenteredWindow(kWidth, kListHeight + 8, ToUtf8(filter.label).c_str());
+        m_form = newtForm(nullptr, nullptr, 0);
+        m_entry = newtEntry(1, 1, ToUtf8(request.initialPath).c_str(), kWidth - 2, nullptr,
+                            NEWT_FLAG_SCROLL | NEWT_FLAG_RETURNEXIT);
+        m_list = newtListbox(1, 3, kListHeight, NEWT_FLAG_SCROLL | NEWT_FLAG_RETURNEXIT);
+        newtListboxSetWidth(m_list, kWidth - 2);
+        for (std::size_t i = 0; i < m_paths.size(); ++i) {
+            newtListboxAppendEntry(m_list, ToUtf8(m_paths[i]).c_str(), &m_paths[i]);
+        }
+        m_cancel = newtButton(kWidth / 2 + 4, kListHeight + 4, "Cancel");
+        newtFormAddComponents(m_form, m_entry, m_list,
+                              newtButton(kWidth / 2 - 14, kListHeight + 4, "OK"), m_cancel,
+                              nullptr);
+    }
+    ~FileForm() {
+        newtFormDestroy(m_form);
+        newtPopWindow();
+    }
+    FileForm(const FileForm&) = delete;
+    FileForm& operator=(const FileForm&) = delete;
+
+    // The text of the entry once it is confirmed. A choice in the list goes to the entry first.
+    std::optional<std::string> Run() {
+        while (true) {
+            newtExitStruct reason{};
+            newtFormRun(m_form, &reason);
+            const bool left = reason.reason == newtExitStruct::NEWT_EXIT_HOTKEY ||
+                              reason.reason == newtExitStruct::NEWT_EXIT_ERROR;
+            if (left || reason.u.co == m_cancel) return std::nullopt;
+            if (reason.u.co != m_list) return FromUtf8(newtEntryGetValue(m_entry));
+            const auto* path = static_cast<const std::string*>(newtListboxGetCurrent(m_list));
+            if (path != nullptr) newtEntrySet(m_entry, ToUtf8(*path).c_str(), 1);
+            newtFormSetCurrent(m_form, m_entry);
+        }
+    }
+
+  private:
+    std::vector<std::string> m_paths;
+    newtComponent m_form = nullptr, m_entry = nullptr, m_list = nullptr, m_cancel = nullptr;
+};
+
+}  // namespace
+
+std::optional<std::string> RunFileForm(const platform::OpenFileRequest& request) {
+    const NewtScreen screen;
+    FileForm form(request);
+    while (auto typed = form.Run()) {
+        const std::string path = CompletePath(*typed, request);
+        if (!request.accept || request.accept(path)) return path;
+    }
+    return std::nullopt;
+}
+
+}  // namespace host

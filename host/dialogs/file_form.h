@@ -1,0 +1,18 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "platform/os/dialogs.h"
+
+namespace host {
+
+// An open-file dialog in the terminal: the path to type, and below it the matching files of the
+// folder that the request begins in and of its subfolders. Texts are in the system code page.
+std::optional<std::string> RunFileForm(const platform::OpenFileRequest& request);
+
+// What a typed name stands for: beside the initial file if it names no drive, with the default
+// extension if it has none.
+std::string CompletePath(const std::string& typed, const platform::OpenFileRequest& request);
+
+}  // namespace host

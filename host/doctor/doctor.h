@@ -1,0 +1,26 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/module/setup.h"
+
+namespace host {
+
+enum class Health { kGood, kNote, kFault };
+
+// One thing that was looked at. Texts are UTF-8.
+struct Finding {
+    Health health = Health::kGood;
+    std::string what;
+    std::string state;
+    std::string advice;  // what to do about it; empty if nothing has to be done
+};
+
+// Looks at everything that a run stands on, from kvsync's own files to Eudora's, and goes on as far
+// as the faults allow. Changes nothing but what each run makes in kvsync's own folder.
+std::vector<Finding> Examine(const SetupOptions& options,
+                             const std::optional<std::string>& contactsFolder);
+
+}  // namespace host

@@ -1,0 +1,86 @@
+#include "host/doctor/eudora_findings.h"
+
+#include "host/module/native_path.h"
+#include "host/module/translator_host.h"
+#include "host/module/windows_path.h"
+#include "platform/os/system.h"
+
+namespace host {
+
+namespace {
+
+Finding FolderFinding(const Setup& setup) {
+    const auto info = platform::NativeSystem().files.Stat(setup.eudoraFolder);
+    if (!info || !info->isFolder) {
+        return {Health::kFault, "Eudora's folder", setup.eudoraShown + " does not exist",
+                "name another with --eudora DIR"};
+    }
+    if (info->isReadOnly) {
+        return {Health::kFault, "Eudora's folder", setup.eudoraShown + " cannot be written",
+                "give yourself write permission there (chmod u+w); reading works"};
+    }
+    return {Health::kGood, "Eudora's folder", setup.eudoraShown, {}};
+}
+
+Finding LockFinding(const Setup& setup) {
+    const auto stopped = RefuseRunningEudora(setup);
+    if (stopped) return {Health::kGood, "locks", "Eudora does not run", {}};
+    return {Health::kFault, "locks", "Eudora has its folder open (OWNER.LOK)",
+            "close Eudora; if it has crashed, delete OWNER.LOK"};
+}
+
+Finding StartFinding(const Setup& setup) {
+    auto host = TranslatorHost::Start(setup.init);
+    if (!host) return {Health::kFault, "translator", host.Error().Message(), {}};
+    return {Health::kGood, "translator", "starts in language " + setup.init.language, {}};
+}
+
+// Each nickname file, and whether it can be used. The one that a run works on is marked.
+void NicknameFindings(const SetupOptions& options, const Setup& setup,
+                      std::vector<Finding>& findings) {
+    std::vector<std::string> paths{setup.eudoraFolder + "\\nndbase.txt"};
+    const std::string folder = setup.eudoraFolder + "\\NickName";
+    if (auto entries = platform::NativeSystem().files.List(folder, "*.txt")) {
+        for (const auto& entry : *entries) {
+            if (!entry.isFolder) paths.push_back(folder + "\\" + entry.name);
+        }
+    }
+    const auto chosen = ChooseNicknameFile(options, setup);
+    if (!chosen) {
+        findings.push_back({Health::kFault, "nickname file", chosen.Error().Message(), {}});
+    }
+    bool any = false;
+    for (const std::string& path : paths) {
+        if (!platform::NativeSystem().files.Exists(path)) continue;
+        any = true;
+        const bool isChosen = chosen && *chosen == path;
+        const std::string what = isChosen ? "nickname file in use" : "nickname file";
+        const auto checked = CheckNicknameFile(path, true);
+        const Health bad = isChosen ? Health::kFault : Health::kNote;
+        findings.push_back({checked ? Health::kGood : bad,
+                            what,
+                            checked ? ToUtf8(path) : checked.Error().Message(),
+                            {}});
+    }
+    if (!any) {
+        findings.push_back({Health::kFault, "nickname file", "none in " + setup.eudoraShown,
+                            "start Eudora once, or check that this is its folder"});
+    }
+}
+
+}  // namespace
+
+std::vector<Finding> ExamineEudora(const SetupOptions& options, const Setup& setup) {
+    std::vector<Finding> findings;
+    findings.push_back(FolderFinding(setup));
+    findings.push_back({Health::kGood,
+                        "code page",
+                        std::to_string(platform::NativeSystem().processes.CodePage()),
+                        {}});
+    findings.push_back(LockFinding(setup));
+    findings.push_back(StartFinding(setup));
+    NicknameFindings(options, setup, findings);
+    return findings;
+}
+
+}  // namespace host

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <vector>
+
+#include "host/doctor/doctor.h"
+
+namespace host {
+
+// What there is to say about an Eudora that was found: its folder, its registry entry, its locks,
+// its nickname files.
+std::vector<Finding> ExamineEudora(const SetupOptions& options, const Setup& setup);
+
+}  // namespace host
