@@ -9,10 +9,21 @@ namespace addressbook {
 
 namespace {
 
-std::string RenamedEntryLine(std::string_view line, std::string_view newName) {
+// What is behind the nickname and its blank. A line of our own may hold a nickname with a quote
+// that a scan would misread.
+std::string_view BehindName(std::string_view line, std::string_view name) {
+    std::string own = "alias ";
+    AppendNickname(own, name);
+    own += ' ';
+    if (line.starts_with(own)) return line.substr(own.size());
     const auto head = ScanEntryHead(line);
     auto rest = line.substr(head.rest);
     if (head.quoted && rest.starts_with(' ')) rest.remove_prefix(1);
+    return rest;
+}
+
+std::string RenamedEntryLine(std::string_view line, std::string_view name,
+                             std::string_view newName) {
     std::string text(TokenScan(line).Next(kFirstWordSet));
     // The quoted form asks for a first word of five bytes; any other word could also bring a
     // quote of the text behind the nickname to index 6, where it would change its meaning.
@@ -23,7 +34,7 @@ std::string RenamedEntryLine(std::string_view line, std::string_view newName) {
     text += ' ';
     AppendNickname(text, newName);
     text += ' ';
-    text += rest;
+    text += BehindName(line, name);
     return text;
 }
 
@@ -77,7 +88,7 @@ CarriedUnit CarriedUnits::LeftoverUnit(std::uint64_t place, std::string_view own
 }
 
 void CarriedUnits::Rewrite(CarriedUnit& unit, std::string_view owner, std::string_view newOwner) {
-    unit.line = Keep(RenamedEntryLine(unit.line, newOwner));
+    unit.line = Keep(RenamedEntryLine(unit.line, owner, newOwner));
     if (unit.hasNote) unit.note = Keep(RenamedNoteLine(unit.note, owner, newOwner));
 }
 

@@ -1,0 +1,88 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "addressbook/eudora4.h"
+#include "frame/trans_util.h"
+#include "platform/testing/test_system.h"
+
+inline constexpr const char* kBookPath = "C:\\Eudora\\nndbase.txt";
+
+// A machine in memory with one nickname file and the messages of the address book.
+class BookTest : public ::testing::Test {
+  protected:
+    explicit BookTest(unsigned codePage = 1252) : machine(codePage), util(machine.system) {
+        machine.files.MakeFolders("C:\\Eudora");
+        machine.libraries.AddResources("C:\\b\\xEN.dll", {{1, "cannot open %s"},
+                                                          {4, "no memory"},
+                                                          {5, "no file"},
+                                                          {6, "Nickname"},
+                                                          {7, "Name"},
+                                                          {8, "Address"},
+                                                          {9, "Phone"},
+                                                          {10, "Fax"},
+                                                          {11, "E-mail"},
+                                                          {12, "Note"},
+                                                          {13, "read error"},
+                                                          {81, "bracket in %s"},
+                                                          {82, "comma in %s"},
+                                                          {83, "%s is longer than %d"},
+                                                          {84, "no %s"}});
+        EXPECT_TRUE(util.bundle.Load("x", "C:\\b", "EN", "", true));
+        util.csNicknamePath = kBookPath;
+        UseTransUtil(&util);
+    }
+    ~BookTest() override { UseTransUtil(nullptr); }
+
+    std::vector<std::string> DrainErrors() {
+        std::vector<std::string> messages;
+        for (CString text; util.GetNextError(text) == RRC_OK;) messages.push_back(text.Str());
+        return messages;
+    }
+    std::string Saved() const { return machine.files.Get(kBookPath).value_or("no file"); }
+
+    // Opens a file of that content.
+    void Load(CEudoraAB& book, std::string_view content) {
+        machine.files.Put(kBookPath, content);
+        book.UseUtil(&util);
+        ASSERT_EQ(book.Open(kBookPath), RRC_OK);
+    }
+    // What a save makes of a file after some changes.
+    template <class Change>
+    std::string SavedAfter(std::string_view content, Change change) {
+        CEudoraAB book;
+        Load(book, content);
+        change(book);
+        EXPECT_EQ(book.SaveRecords(), RRC_OK);
+        return Saved();
+    }
+    std::string Resaved(std::string_view content) {
+        return SavedAfter(content, [](CEudoraAB&) {});
+    }
+
+    platform::testing::TestSystem machine;
+    CEudoraTransUtil util;
+};
+
+inline void Edit(CEudoraAB& book, const char* id, const char* field, const char* value) {
+    ASSERT_EQ(book.FindRecord(id), RRC_OK) << id;
+    book.BeginEdit();
+    book.SetRecordField(field, value);
+    EXPECT_EQ(book.StoreRecord(), RRC_OK);
+}
+
+inline void Add(CEudoraAB& book, const char* nickname, const char* address) {
+    ASSERT_EQ(book.NewRecord(), RRC_OK);
+    book.SetRecordField("1", nickname);
+    book.SetRecordField("6", address);
+    EXPECT_EQ(book.StoreRecord(), RRC_OK);
+}
+
+inline std::string Field(CEudoraAB& book, int number) {
+    CString text;
+    EXPECT_EQ(book.GetRecordField(number, text), RRC_OK);
+    return text.Str();
+}

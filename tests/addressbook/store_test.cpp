@@ -1,0 +1,219 @@
+#include <string>
+
+#include "addressbook/field_text.h"
+#include "platform/kvutil/kvutil.h"
+#include "tests/addressbook/book_fixture.h"
+
+using addressbook::CopyFieldText;
+using addressbook::CopyMode;
+
+namespace {
+
+class StoreTest : public BookTest {};
+
+std::vector<std::string> Keys(CEudoraAB& book) {
+    std::vector<std::string> keys;
+    for (auto r = book.FirstRecord(); r == RRC_OK; r = book.NextRecord()) {
+        keys.push_back(book.CurrentKey().Str());
+    }
+    return keys;
+}
+using Names = std::vector<std::string>;
+
+TEST_F(StoreTest, WalksAndFinds) {
+    CEudoraAB book;
+    EXPECT_EQ(book.FirstRecord(), RRC_EOF);
+    EXPECT_EQ(book.RemoveRecord(), RRC_OK);
+    Load(book, "alias b 2\nalias Bob 1\n");
+    EXPECT_EQ(Keys(book), (Names{"Bob", "b"}));
+    EXPECT_TRUE(book.IsAtEnd());
+    EXPECT_EQ(book.NextRecord(), RRC_EOF);
+    EXPECT_EQ(book.FindRecord("bob"), RRC_NONE);
+    EXPECT_EQ(book.FindRecord("Bob"), RRC_OK);
+    // A look-up that fails leaves the current record, but no id.
+    EXPECT_EQ(book.FindRecord("x"), RRC_NONE);
+    EXPECT_EQ(Field(book, 6), "1");
+    EXPECT_EQ(book.CurrentKey(), "");
+    EXPECT_EQ(book.RemoveRecord(), RRC_OK);
+    EXPECT_EQ(Keys(book).size(), 2U);
+}
+
+TEST_F(StoreTest, NewNicknamesAreUnique) {
+    CEudoraAB book;
+    Load(book, "alias sam a\nalias sam1 b\n");
+    Add(book, "sam", "c");
+    EXPECT_EQ(book.CurrentKey(), "sam2");
+    Add(book, "", "d");
+    EXPECT_EQ(book.FindRecord("sam2"), RRC_OK);
+    EXPECT_EQ(Field(book, 6), "c");
+    EXPECT_EQ(book.FindRecord("sam"), RRC_OK);
+    EXPECT_EQ(Field(book, 6), "a");
+}
+
+TEST_F(StoreTest, NumbersFitBehindTheLongestNickname) {
+    const std::string name(39, 'n');
+    CEudoraAB book;
+    Load(book, "alias " + name + " a\n");
+    book.NewRecord();
+    book.SetRecordField("2", std::string(50, 'n'));
+    EXPECT_EQ(book.StoreRecord(), RRC_OK);
+    EXPECT_EQ(book.CurrentKey().Str(), std::string(38, 'n') + "1");
+}
+
+TEST_F(StoreTest, WithoutAFreeNumberTheRecordIsDropped) {
+    std::string content = "alias s x\n";
+    for (int i = 1; i <= 997; ++i) content += "alias s" + std::to_string(i) + " x\n";
+    CEudoraAB book;
+    Load(book, content);
+    Add(book, "s", "last");
+    EXPECT_EQ(book.CurrentKey(), "s998");
+    book.NewRecord();
+    book.SetRecordField("1", "s");
+    EXPECT_EQ(book.StoreRecord(), RRC_FAILED);
+    EXPECT_EQ(Keys(book).size(), 999U);
+    Add(book, "t", "goes on");
+    EXPECT_EQ(Keys(book).size(), 1000U);
+}
+
+TEST_F(StoreTest, NicknameComesFromTheName) {
+    CEudoraAB book;
+    Load(book, "alias a 1\n");
+    book.NewRecord();
+    book.SetRecordField("2", " Smith, John,");
+    EXPECT_EQ(book.StoreRecord(), RRC_OK);
+    EXPECT_EQ(book.CurrentKey(), "Smith  John");
+    EXPECT_EQ(book.FindRecord("Smith  John"), RRC_OK);
+    book.BeginEdit();
+    book.SetRecordField("2", "Jo");
+    book.SetRecordField("1", "");
+    EXPECT_EQ(book.StoreRecord(), RRC_OK);
+    EXPECT_EQ(Keys(book), (Names{"Jo", "a"}));
+}
+
+TEST_F(StoreTest, EditsStayKeyedByTheNickname) {
+    CEudoraAB book;
+    Load(book, "alias a 1\nalias b 2\nalias c 3\n");
+    Edit(book, "a", "2", "Ann");
+    EXPECT_TRUE(!book.IsAtEnd());
+    Edit(book, "a", "1", "z");
+    EXPECT_TRUE(book.IsAtEnd());
+    EXPECT_EQ(Keys(book), (Names{"b", "c", "z"}));
+    // A nickname that another record has: both stay, under their keys.
+    Edit(book, "b", "1", "c");
+    EXPECT_EQ(book.CurrentKey(), "c");
+    EXPECT_EQ(Keys(book), (Names{"b", "c", "z"}));
+    EXPECT_EQ(book.FindRecord("b"), RRC_OK);
+    EXPECT_EQ(Field(book, 1), "c");
+    EXPECT_EQ(Field(book, 6), "2");
+    book.SaveRecords();
+    EXPECT_EQ(Saved(), "alias b 2\r\nalias c 3\r\nalias z 1\r\nnote z <name:Ann>");
+}
+
+TEST_F(StoreTest, RemovingMovesToTheEntryBehind) {
+    CEudoraAB book;
+    Load(book, "alias a 1\nalias b 2\nalias c 3\nalias d 4\n");
+    Edit(book, "b", "2", "changed");
+    EXPECT_EQ(book.RemoveRecord("a"), RRC_OK);
+    EXPECT_EQ(book.CurrentKey(), "a");
+    EXPECT_EQ(book.RemoveRecord(), RRC_OK);
+    EXPECT_EQ(book.NextRecord(), RRC_OK);
+    EXPECT_EQ(book.CurrentKey(), "c");
+    EXPECT_EQ(book.RemoveRecord("a"), RRC_FAILED);
+    EXPECT_EQ(book.RemoveRecord("b"), RRC_OK);
+    EXPECT_EQ(Keys(book), (Names{"c", "d"}));
+    book.NewRecord();
+    EXPECT_EQ(book.RemoveRecord(), RRC_OK);
+    EXPECT_EQ(Keys(book), (Names{"c", "d"}));
+    // Removing what was just stored, while the position is at the end.
+    Add(book, "n", "x");
+    EXPECT_EQ(book.RemoveRecord(), RRC_OK);
+    EXPECT_EQ(Keys(book), (Names{"c", "d"}));
+}
+
+TEST_F(StoreTest, AsksForACurrentRecord) {
+    CEudoraAB book;
+    Load(book, "alias a 1\n");
+    CString text;
+    EXPECT_EQ(book.GetRecordField(1, text), RRC_FAILED);
+    EXPECT_EQ(book.SetRecordField("1", "x"), RRC_FAILED);
+    EXPECT_EQ(book.StoreRecord(), RRC_FAILED);
+    EXPECT_EQ(book.GetRecordChecksum(text), RRC_OK);
+    EXPECT_EQ(text, "");
+}
+
+TEST_F(StoreTest, EmptyValuesActByField) {
+    CEudoraAB book;
+    Load(book, "alias a 1,2\nnote a <fax:f><address:d><phone:p><name:n>o\n");
+    ASSERT_EQ(book.FindRecord("a"), RRC_OK);
+    for (const char* id : {"2", "3", "4", "5", "6", "7", "0", "8", "x"}) {
+        EXPECT_EQ(book.SetRecordField(id, ""), RRC_OK);
+    }
+    std::string fields;
+    for (int i = 1; i <= 7; ++i) fields += Field(book, i) + "|";
+    EXPECT_EQ(fields, "a|n|d|p|f||o|");
+    book.SaveRecords();
+    EXPECT_EQ(Saved(), "alias a ,2\r\nnote a <fax:f><address:d><phone:p><name:n>o");
+}
+
+TEST_F(StoreTest, MarkerCoversAllTextsAndTheNicknamesLength) {
+    const auto marker = [&](const char* content) {
+        CEudoraAB book;
+        Load(book, content);
+        EXPECT_EQ(book.FirstRecord(), RRC_OK);
+        CString text("untouched");
+        book.GetRecordChecksum(text);
+        return text.Str();
+    };
+    std::string text = "nadpfo";
+    text.insert(6, 1, '\x02');
+    text += "12";
+    unsigned sum = 0;
+    ComputeCheckSum(reinterpret_cast<unsigned char*>(text.data()), static_cast<int>(text.size()),
+                    sum, 1);
+    const char* full = "alias ab 1,2\nnote ab <name:na><address:d><phone:p><fax:f>o\n";
+    EXPECT_EQ(marker(full), std::to_string(static_cast<int>(sum)));
+    EXPECT_EQ(marker("alias ab \n"), marker("alias xy \n"));
+    EXPECT_NE(marker("alias ab \n"), marker("alias abc \n"));
+    EXPECT_NE(marker("alias ab 1\n"), marker("alias ab 1,1\n"));
+}
+
+TEST(FieldText, Copies) {
+    struct {
+        const char *source, *firstLine, *whole;
+    } const cases[] = {{"", "old", "old"},
+                       {"Ann", "Ann", "Ann"},
+                       {"Ann\r\nLee", "Ann\x03", "Ann\x03Lee"},
+                       {"Ann\nLee", "Ann\x03", "Ann\x03Lee"},
+                       {"Ann\rLee", "Ann\x03", "Ann\x03Lee"},
+                       {"a\rb\nc",
+                        "a\x03"
+                        "b\x03",
+                        "a\x03"
+                        "b\x03"
+                        "c"},
+                       {"a\n\r\n\nb", "a\x03",
+                        "a\x03\x03"
+                        "b"},
+                       {"<a>", " a ", " a "}};
+    for (const auto& each : cases) {
+        std::string text = "old";
+        CopyFieldText(text, each.source, CopyMode::kFirstLine);
+        EXPECT_EQ(text, each.firstLine) << each.source;
+        text = "old";
+        CopyFieldText(text, each.source, CopyMode::kWhole);
+        EXPECT_EQ(text, each.whole) << each.source;
+    }
+}
+
+TEST(FieldText, CutsNicknamesAtWholeCharacters) {
+    using addressbook::CutNickname;
+    EXPECT_EQ(CutNickname(std::string(40, 'x'), 1252).size(), 27U);
+    std::string pairs;
+    for (int i = 0; i < 30; ++i) pairs += "\x83\x5c";
+    EXPECT_EQ(CutNickname(pairs, 932).size(), 38U);  // 39 would cut the twentieth in half
+    EXPECT_EQ(CutNickname(pairs, 1252).size(), 27U);
+    EXPECT_EQ(CutNickname("a" + pairs, 932).size(), 39U);
+    EXPECT_EQ(CutNickname(std::string(26, 'x') + pairs, 932).size(), 28U);
+}
+
+}  // namespace

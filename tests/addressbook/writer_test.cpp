@@ -1,0 +1,217 @@
+#include <string>
+
+#include "tests/addressbook/book_fixture.h"
+
+using platform::testing::Fault;
+
+namespace {
+
+const std::string kName39(39, 'n');
+
+struct Case {
+    std::string content, saved;
+};
+
+class WriterFormTest : public BookTest, public ::testing::WithParamInterface<Case> {};
+
+TEST_P(WriterFormTest, WritesTheNormalFormOnceAndForAll) {
+    const auto& [content, saved] = GetParam();
+    EXPECT_EQ(Resaved(content), saved) << content;
+    EXPECT_EQ(Resaved(saved), saved);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Records, WriterFormTest,
+    ::testing::Values(
+        Case{"", ""}, Case{"\r\n\r\n", ""},
+        Case{"alias bob\nalias \"Ann Lee\" addr1 , ,addr2\n"
+             "note \"Ann Lee\" <name:Ann><fax:1><phone:3><fax:><address:2>text\n",
+             "alias \"Ann Lee\" addr1,addr2\r\n"
+             "note \"Ann Lee\" <fax:1><address:2><phone:3><name:Ann>text\r\nalias bob "},
+        Case{"ALIAS bob a", "alias bob a"}, Case{"alias \"bob\" a", "alias bob a"},
+        Case{"alias x Ann Lee <addr>\r\n", "alias x Ann Lee <addr>"},
+        Case{"alias b 1\nnote b x\nalias a 2\n", "alias a 2\r\nalias b 1\r\nnote b x"},
+        Case{"alias b 1\r\nnote b \r\n", "alias b 1"},
+        Case{"note zed who, where\r\n", "alias zed who,where"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Carried, WriterFormTest,
+    ::testing::Values(
+        Case{"alias \"group s\" a,b\nnote \"group s\" <x>\nalias a 1\n",
+             "alias a 1\r\nalias \"group s\" a,b\r\nnote \"group s\" <x>"},
+        Case{"alias a 1\nnote a n\nalias a 2\nnote a m\n",
+             "alias a 1\r\nnote a n\r\nalias a 2\r\nnote a m"},
+        // A record without a note line would take the stray one, a group without quotes not.
+        Case{"alias a 1\nlone\nnote a stray\n", "alias a 1\r\nlone\r\nnote a stray"},
+        Case{"alias a 1\nalias b 2\nnote b\n\nnote a stray\n",
+             "alias a 1\r\nalias b 2\r\n\r\nnote a stray"},
+        Case{"alias a 1\nnote a 2\nalias group b\nnote a stray\n",
+             "alias a 1\r\nnote a 2\r\nalias group b\r\nnote a stray"},
+        Case{"alias \"group\" b\n\nnote a 1\n\nnote a 2\n",
+             "alias a 1\r\nalias \"group\" b\r\n\r\nnote a 2"},
+        Case{"alias " + kName39 + "1 a\nnote x y\nalias b c\n",
+             "alias b c\r\nalias " + kName39 + "1 a\r\nnote x y"},
+        // A line end that it did not have must not become part of a nickname, and a CR that made
+        // a nickname too long must stay.
+        Case{"alias bob a\nalias bob\nalias bob b\n", "alias bob a\r\nalias bob \r\nalias bob b"},
+        Case{"alias \"a b\" 1\nalias \"a b\nlone\n", "alias \"a b\" 1\r\nalias \"a b\"\r\nlone"},
+        Case{"alias " + kName39 + "\r\n", "alias " + kName39 + "\r"},
+        Case{"x\r\r\ny\r\n", "x\r\r\ny"},
+        // What a note line holds beside the record.
+        Case{"alias c 5\nnote c text<fax:9>tail<name:C>mid\n",
+             "alias c 5\r\nnote c <fax:9><name:C>mid\r\nalias c \r\nnote c <text><tail>"},
+        Case{"alias e 7\nnote zed <name:E>\n",
+             "alias e 7\r\nnote e <name:E>\r\nalias e \r\nnote e <zed >"},
+        Case{"alias e 7\nnote e <name:E><name:F><title:x><first:y>",
+             "alias e 7\r\nnote e <name:F>first:y\r\nalias e \r\nnote e <name:E><title:x>"},
+        Case{"alias \"a b\" 1\nnote <name:x>\n",
+             "alias \"a b\" 1\r\nalias \"a b\" \r\nnote \"a b\" <name:x>"},
+        Case{"alias bo 1\nnotes bob x\n",
+             "alias bo 1\r\nnote bo  x\r\nalias bo \r\nnote bo <notes><bob x>"},
+        Case{"alias a 1\r2\r\n", "alias a 1\r\nalias a \r2"},
+        Case{"alias a 1\nnote a <fax:2> <name:>\n", "alias a 1\r\nnote a <fax:2> "},
+        // A delimiter in a nickname does not turn into a note.
+        Case{"alias a<b 1\nnote x <fax:2>\n",
+             "alias a<b 1\r\nnote a <fax:2>\r\nalias a<b \r\nnote a<b <x >"}));
+
+class WriterTest : public BookTest {};
+
+TEST_F(WriterTest, WhatBelongsToARecordGoesWithIt) {
+    const std::string content =
+        "alias bob a\nnote bob x<fax:1>\nalias bob later\nnote bob <title:t>\n"
+        "alias \"group x\" bob\n";
+    EXPECT_EQ(SavedAfter(content, [](CEudoraAB& book) { Edit(book, "bob", "1", "Bob Lee"); }),
+              "alias \"Bob Lee\" a\r\nnote \"Bob Lee\" <fax:1>\r\n"
+              "alias \"Bob Lee\" \r\nnote \"Bob Lee\" <x>\r\n"
+              "alias \"Bob Lee\" later\r\nnote \"Bob Lee\" <title:t>\r\nalias \"group x\" bob");
+    EXPECT_EQ(SavedAfter(content, [](CEudoraAB& book) { book.RemoveRecord("bob"); }),
+              "alias \"group x\" bob");
+    EXPECT_EQ(SavedAfter(content,
+                         [](CEudoraAB& book) {
+                             book.RemoveRecord("bob");
+                             Add(book, "bob", "new");
+                         }),
+              "alias bob new\r\nalias \"group x\" bob");
+    EXPECT_EQ(SavedAfter(content, [](CEudoraAB& book) { book.ClearRecords(); }),
+              "alias \"group x\" bob");
+    // A stray note keeps its first word where the new nickname lets it be read.
+    const std::string stray = "alias a 1\nnote a 2\nnote a stray\n";
+    EXPECT_EQ(SavedAfter(stray, [](CEudoraAB& book) { Edit(book, "a", "1", "b"); }),
+              "alias b 1\r\nnote b 2\r\nnote b stray");
+    EXPECT_EQ(SavedAfter(stray, [](CEudoraAB& book) { Edit(book, "a", "1", "b c"); }),
+              "alias \"b c\" 1\r\nnote \"b c\" 2\r\nalias \"b c\" stray");
+}
+
+TEST_F(WriterTest, MergesChangesIntoTheOrder) {
+    EXPECT_EQ(SavedAfter("alias b 1\nalias d 2\nalias f 3\n",
+                         [](CEudoraAB& book) {
+                             Add(book, "a", "x");
+                             Add(book, "e", "y");
+                             Add(book, "z", "z");
+                             Edit(book, "d", "6", "w");
+                             book.RemoveRecord("f");
+                         }),
+              "alias a x\r\nalias b 1\r\nalias d w\r\nalias e y\r\nalias z z");
+    EXPECT_EQ(SavedAfter("alias a 1,2,3\n", [](CEudoraAB& book) { Edit(book, "a", "6", ""); }),
+              "alias a ,2,3");
+}
+
+TEST_F(WriterTest, DeletesTheTableOfContentsOfTheFile) {
+    machine.files.Put("C:\\Eudora\\NNDBASE.toc", "old");
+    machine.files.Put("C:\\Eudora\\other.toc", "stays");
+    Resaved("alias a 1");
+    EXPECT_EQ(machine.files.AllFiles().size(), 2U);
+    EXPECT_TRUE(machine.files.Get("C:\\Eudora\\other.toc"));
+}
+
+TEST_F(WriterTest, ReadOnlyFileFailsAsAWhole) {
+    CEudoraAB book;
+    Load(book, "alias a 1\n");
+    machine.files.Put("C:\\Eudora\\nndbase.toc", "t");
+    machine.files.SetReadOnly(kBookPath);
+    Edit(book, "a", "6", "2");
+    EXPECT_EQ(book.SaveRecords(), RRC_FAILED);
+    EXPECT_EQ(DrainErrors(), std::vector<std::string>{"cannot open C:\\Eudora\\nndbase.txt"});
+    EXPECT_EQ(Saved(), "alias a 1\n");
+    EXPECT_EQ(machine.files.AllFiles().size(), 2U);
+    machine.files.SetReadOnly(kBookPath, false);
+    EXPECT_EQ(book.SaveRecords(), RRC_OK);
+    EXPECT_EQ(Saved(), "alias a 2");
+}
+
+TEST_F(WriterTest, CreatesAFileThatHasVanished) {
+    CEudoraAB book;
+    Load(book, "alias a 1\n");
+    ASSERT_TRUE(machine.files.Delete(kBookPath));
+    EXPECT_EQ(book.SaveRecords(), RRC_OK);
+    EXPECT_EQ(Saved(), "alias a 1");
+}
+
+// Every file operation of a save fails once, alone, with a torn write, and for good.
+TEST_F(WriterTest, AnyFailureLeavesTheOldFileOrTheNewOne) {
+    const std::string oldText = "alias a 1\r\nalias \"group\" b\r\n";
+    const std::string newText = "alias a 2\r\nalias \"group\" b";
+    for (const auto fault : {Fault::kFail, Fault::kTornWrite, Fault::kKill}) {
+        for (int n = 1;; ++n) {
+            SCOPED_TRACE("fault " + std::to_string(static_cast<int>(fault)) + " at " +
+                         std::to_string(n));
+            CEudoraAB book;
+            Load(book, oldText);
+            machine.files.Put("C:\\Eudora\\nndbase.toc", "t");
+            Edit(book, "a", "6", "2");
+            machine.faults.Arm(fault, n, platform::ErrorCode::kNoSpace);
+            const auto result = book.SaveRecords();
+            const bool fired = machine.faults.Fired();
+            machine.faults.Disarm();
+            EXPECT_EQ(machine.files.OpenCount(), 0);
+            if (fault == Fault::kKill) machine.files.Crash();
+            EXPECT_EQ(Saved(), result == RRC_OK ? newText : oldText);
+            EXPECT_EQ(DrainErrors().size(), result == RRC_OK ? 0U : 1U);
+            EXPECT_TRUE(result == RRC_OK || machine.files.Get("C:\\Eudora\\nndbase.toc"));
+            EXPECT_EQ(book.SaveRecords(), RRC_OK);
+            EXPECT_EQ(Saved(), newText);
+            EXPECT_EQ(machine.files.AllFiles(), std::vector<std::string>{kBookPath});
+            if (!fired) {
+                EXPECT_GT(n, 6);
+                break;
+            }
+        }
+    }
+}
+
+TEST_F(WriterTest, FullDiskLeavesTheOldFile) {
+    CEudoraAB book;
+    const std::string content = "alias a " + std::string(3000, 'x');
+    Load(book, content);
+    Edit(book, "a", "2", "Ann");
+    machine.files.LimitDisk(5000);
+    EXPECT_EQ(book.SaveRecords(), RRC_FAILED);
+    EXPECT_EQ(Saved(), content);
+    EXPECT_EQ(machine.files.AllFiles(), std::vector<std::string>{kBookPath});
+    machine.files.LimitDisk(std::nullopt);
+    EXPECT_EQ(book.SaveRecords(), RRC_OK);
+}
+
+// What was read before a read error can be used, but never written over the whole.
+TEST_F(WriterTest, HalfReadFileIsNotWrittenBack) {
+    const std::string content = "alias a 1\r\nalias b 2\r\n";
+    machine.files.Put(kBookPath, content);
+    bool hitRead = false;
+    for (int n = 1; n < 10; ++n) {
+        CEudoraAB book;
+        book.UseUtil(&util);
+        machine.faults.Arm(Fault::kFail, n);
+        const auto result = book.Open(kBookPath);
+        machine.faults.Disarm();
+        const auto errors = DrainErrors();
+        if (result != RRC_OK || errors.empty()) continue;
+        hitRead = true;
+        EXPECT_EQ(errors, std::vector<std::string>{"read error"});
+        EXPECT_EQ(book.SaveRecords(), RRC_FAILED);
+        EXPECT_EQ(DrainErrors().size(), 1U);
+        EXPECT_EQ(Saved(), content);
+    }
+    EXPECT_TRUE(hitRead);
+}
+
+}  // namespace
