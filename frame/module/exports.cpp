@@ -3,13 +3,11 @@
 #include <memory>
 #include <new>
 
+#include "addressbook/eudora4.h"
 #include "frame/guard.h"
 #include "frame/initialization.h"
 #include "frame/trans_base.h"
 #include "platform/os/system.h"
-#ifdef KV_WITH_ADDRESSBOOK
-#include "addressbook/eudora4.h"
-#endif
 
 using frame::Guarded;
 
@@ -25,10 +23,8 @@ constexpr unsigned long kAddressBook = 1;  // data kind
     return true;
 }();
 
-std::unique_ptr<CREudoraTransBase> MakeTranslator([[maybe_unused]] unsigned long kind) {
-#ifdef KV_WITH_ADDRESSBOOK
+std::unique_ptr<CREudoraTransBase> MakeTranslator(unsigned long kind) {
     if (kind == kAddressBook) return std::make_unique<CREudora4>();
-#endif
     return std::make_unique<CREudoraTransBase>();
 }
 

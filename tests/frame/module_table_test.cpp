@@ -278,6 +278,20 @@ TEST_F(ModuleTest, SettingsLiveFromFirstCallToRemoval) {
     EXPECT_TRUE(files.RemoveFolder(folder)) << "something was left behind";
 }
 
+TEST_F(ModuleTest, TheDataKindDecides) {
+    for (const auto& [kind, expected] : {std::pair{1UL, 0x80070004UL},
+                                         {2UL, 0x80070000UL},
+                                         {0UL, 0x80070000UL},
+                                         {~0UL, 0x80070000UL}}) {
+        unsigned long properties = 0;
+        EXPECT_EQ(CallAt(*Make(kind), 2, &properties), RRC_OK);
+        EXPECT_EQ(properties, expected) << kind;
+    }
+    long count = 77;
+    EXPECT_EQ(CallAt(*Make(1), 33, &count), RRC_NOT_SUPPORTED);
+    EXPECT_EQ(count, 77);
+}
+
 TEST_F(ModuleTest, InsidesAreNotExported) {
     for (const char* name : {"_Z9TransUtilv", "_ZTV17CREudoraTransBase", "_ZN5CMapi9MapiLogonEv",
                              "_ZN8platform12NativeSystemEv"}) {
