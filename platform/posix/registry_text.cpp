@@ -10,6 +10,14 @@ namespace platform::posix {
 
 namespace {
 
+// The first line from `at` on that opens a key; the end of the text if there is none. No other
+// line, not even one of several that hold one value's data, begins with a bracket.
+std::size_t NextKeyLine(std::string_view text, std::size_t at) {
+    if (at >= text.size() || text[at] == '[') return at;
+    const auto found = text.find("\n[", at);
+    return found == std::string_view::npos ? text.size() : found + 1;
+}
+
 // What a walk over the text has found of one value.
 struct Search {
     std::optional<RegistryValue> value;
@@ -21,6 +29,8 @@ Search FindPlaces(std::string_view text, std::u16string_view key, std::u16string
     Search search;
     bool isInKey = false;
     for (std::size_t at = 0; at < text.size();) {
+        if (!isInKey) at = NextKeyLine(text, at);
+        if (at == text.size()) break;
         const RegistryLine line = LineAt(text, at);
         const std::string_view content = line.In(text);
         at = line.next;
