@@ -66,13 +66,16 @@ Module LoadAsData(const std::wstring& name) {
 
 }  // namespace
 
-Result<std::unique_ptr<Library>> NativeLibraries::Load(std::string_view path) {
-    const std::wstring name = Wide(path, CP_ACP);
-    // What lies beside a library is found for it too.
+Result<std::unique_ptr<Library>> LoadCode(std::string_view path, unsigned codePage) {
+    const std::wstring name = Wide(path, codePage);
     const DWORD flags = HasFolder(name) ? LOAD_WITH_ALTERED_SEARCH_PATH : 0;
     Module module(LoadLibraryExW(name.c_str(), nullptr, flags));
     if (!module) return FromLastError(path);
     return std::unique_ptr<Library>(std::make_unique<NativeLibrary>(std::move(module)));
+}
+
+Result<std::unique_ptr<Library>> NativeLibraries::Load(std::string_view path) {
+    return LoadCode(path, CP_ACP);
 }
 
 Result<std::unique_ptr<StringResources>> NativeLibraries::LoadResources(std::string_view path) {

@@ -4,6 +4,9 @@
 
 namespace platform::windows {
 
+// Loads a code library by a path in that code page; what lies beside it is found for it too.
+Result<std::unique_ptr<Library>> LoadCode(std::string_view path, unsigned codePage);
+
 // Libraries by Windows paths in the system code page.
 class NativeLibraries : public Libraries {
   public:
