@@ -1,0 +1,84 @@
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+
+#include "addressbook/nickname_writer.h"
+#include "addressbook/record_map.h"
+
+using addressbook::FileBytes;
+using addressbook::RecordMap;
+
+namespace {
+
+std::string Write(const RecordMap& map) {
+    std::string out;
+    const auto status = addressbook::WriteNicknames(map, [&](std::string_view bytes) {
+        out += bytes;
+        return platform::Status();
+    });
+    if (!status) std::abort();
+    return out;
+}
+
+bool SameMails(const NicknameRecord& a, const NicknameRecord& b) {
+    if (a.arrEmail.GetSize() != b.arrEmail.GetSize()) return false;
+    for (int i = 0; i < a.arrEmail.GetSize(); ++i) {
+        if (!(a.arrEmail.GetAt(i) == b.arrEmail.GetAt(i))) return false;
+    }
+    return true;
+}
+
+// Whether the format can carry the record: no quote in the nickname, no note that reads as a tag.
+bool IsCarriable(const NicknameRecord& record) {
+    const auto& note = record.csNote.Str();
+    for (const char* tag : {"name:", "address:", "phone:", "fax:"}) {
+        if (note.starts_with(tag)) return false;
+    }
+    return std::string(record.szNickname).find('"') == std::string::npos;
+}
+
+}  // namespace
+
+// Reads any bytes, walks, changes and saves them. If the format can carry the records, what was
+// saved reads as the same records and saves as the same bytes.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string_view text(reinterpret_cast<const char*>(data), size);
+    RecordMap map;
+    map.Load(FileBytes::CopyOf(text));
+    const auto saved = Write(map);
+    RecordMap again;
+    again.Load(FileBytes::CopyOf(saved));
+    bool carriable = true;
+    for (auto at = map.First(); !at.IsEnd(); at = map.Next(at)) {
+        carriable = carriable && IsCarriable(*map.RecordAt(at));
+    }
+    if (carriable) {
+        auto other = again.First();
+        for (auto at = map.First(); !at.IsEnd(); at = map.Next(at), other = again.Next(other)) {
+            if (other.IsEnd() || map.KeyAt(at) != again.KeyAt(other)) std::abort();
+            const auto& a = *map.RecordAt(at);
+            const auto& b = *again.RecordAt(other);
+            if (!(a.csName == b.csName) || !(a.csAddress == b.csAddress) ||
+                !(a.csPhone == b.csPhone) || !(a.csFax == b.csFax) || !(a.csNote == b.csNote) ||
+                !SameMails(a, b)) {
+                std::abort();
+            }
+        }
+        if (!other.IsEnd() || Write(again) != saved) std::abort();
+    }
+    // Every second record is renamed, every third removed.
+    int count = 0;
+    for (auto at = again.First(); !at.IsEnd() && count < 64; ++count) {
+        const auto next = again.Next(at);
+        if (count % 2 == 0) {
+            again.Rename(at, "new " + std::to_string(count));
+        } else if (count % 3 == 0) {
+            again.Erase(at);
+        }
+        at = next;
+    }
+    Write(again);
+    again.Clear();
+    Write(again);
+    return 0;
+}
