@@ -54,7 +54,7 @@ char32_t Decode(const Converter& toUtf8, const std::string& bytes) {
 
 std::string IconvName(unsigned codePage) {
     for (const char* prefix : {"CP", "MSCP"}) {
-        const std::string name = prefix + std::to_string(codePage);
+        std::string name = prefix + std::to_string(codePage);
         if (Converter("UTF-8", name).IsOpen()) return name;
     }
     return "CP1252";
