@@ -70,7 +70,9 @@ function check(    folder, best, count, i, allowed, header, ok) {
         fail("the folder has no line in tools/check_layers.sh")
         return
     }
-    native = file ~ /(^|\/)(posix|windows)(\/|[_.])/ || file ~ /_(posix|windows)[_.]/
+    # The tests of the Wine prefix are tests of the posix backend.
+    native = file ~ /(^|\/)(posix|windows)(\/|[_.])/ || file ~ /_(posix|windows)[_.]/ ||
+             file ~ /^tests\/platform\/prefix_/
     # Where a library says what it exports, the compiler must be asked.
     exporting = file == "platform/kvutil/kvutil.h" || file ~ /^(frame\/module|eumapi)\/exports[_.]/
     count = split(layer[best], allowed, " ")

@@ -15,15 +15,14 @@ mkdir "$cards"
 
 title() { printf '\n\033[1m== %s\033[0m\n' "$*"; }
 
-# Runs kvsync and shows how it was called. "Changes made" is a success with a code of its own.
-sync() {
+# Runs kvsync and shows how it was called. "Done with changes" is a success with a code of its own.
+run() {
     local code=0
-    echo "\$ kvsync sync contacts --eudora Eudora --nickname-file Eudora/nndbase.txt --contacts contacts $*"
-    (cd "$place" && "$kvsync" sync contacts --eudora Eudora --nickname-file Eudora/nndbase.txt \
-        --contacts contacts "$@") || code=$?
-    echo "(exit code $code)"
-    [[ $code -eq 0 || $code -eq 4 ]]
+    echo "\$ kvsync $*"
+    (cd "$place" && "$kvsync" "$@") || code=$?
+    [[ $code -eq 0 || $code -eq 4 ]] || { echo "kvsync ended with code $code" >&2; exit 1; }
 }
+sync() { run sync contacts --eudora Eudora --contacts contacts; }
 
 # The nickname file as a person can read it: UTF-8, no CR, line breaks inside values as |.
 readable() { iconv -c -f CP1252 -t UTF-8 "$1" | tr -d '\r' | tr '\003' '|'; }
@@ -51,8 +50,11 @@ readable "$book" | grep '^note bob <address'
 title "Second run: both changes cross over"
 sync
 diff --label before --label after -U 0 \
-    <(readable "$place/before.txt" | grep -a 'Carla' ) <(readable "$book" | grep -a 'Carla') || true
+    <(readable "$place/before.txt" | grep -a 'Carla') <(readable "$book" | grep -a 'Carla') || true
 grep -h 'Quay Street' "$cards"/*.vcf
+
+title "Before Eudora's file was changed it was copied"
+run backups --eudora Eudora
 
 title "What no record can hold is still there, behind the records"
 readable "$book" | grep -a -A 1 -i '^alias "\?group\|^alias "The Reverend'
