@@ -31,7 +31,6 @@ sanitize:
 fuzz:
 	@tools/setup.sh build fuzz
 	@CC=clang CXX=clang++ $(CONFIGURE) -B $(BUILD)-fuzz -DKV_FUZZ=ON -DKV_TESTS=OFF
-	@cmake --build $(BUILD)-fuzz
 	@tools/fuzz.sh $(BUILD)-fuzz
 
 bench:

@@ -1,12 +1,16 @@
 #!/bin/bash
-# Runs every fuzz target of a build folder for FUZZ_SECONDS (60), as many at a time as there are
-# processors. What they learn stays in the build folder; a finding is a file crash-* there.
+# Builds the fuzz targets in a configured build folder and runs each for FUZZ_SECONDS (60), as many
+# at a time as there are processors. What they learn stays in the build folder; a finding is a file
+# *-crash-* there.
 #
 #   tools/fuzz.sh BUILD
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=$1
 seconds=${FUZZ_SECONDS:-60}
+mapfile -t targets < <(sed -nE 's/^ *kv_fuzz\(([a-z_]+) .*/fuzz_\1/p' fuzz/CMakeLists.txt)
+[[ ${#targets[@]} -gt 0 ]]
+cmake --build "$build" --target "${targets[@]}"
 export ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1
 
 run_one() {
@@ -27,6 +31,4 @@ run_one() {
 export -f run_one
 export build seconds
 
-programs=("$build"/bin/fuzz_*)
-[[ -x ${programs[0]} ]] || { echo "no fuzz target in $build/bin" >&2; exit 1; }
-printf '%s\0' "${programs[@]}" | xargs -0 -n 1 -P "$(nproc)" bash -c 'run_one "$0"'
+printf '%s\0' "${targets[@]/#/$build/bin/}" | xargs -0 -n 1 -P "$(nproc)" bash -c 'run_one "$0"'
