@@ -153,7 +153,7 @@ std::string CheckValues(const Options& options) {
 ExitCode RunApplication(std::vector<std::string> arguments) {
     CLI::App app("kvsync keeps the contacts of Eudora in step with a folder of vCards.", "kvsync");
     Request request;
-    app.require_subcommand(1);
+    app.require_subcommand(0, 1);
     app.fallthrough();
     app.footer(kFooter);
     AddCommonOptions(app, request.options);
@@ -169,6 +169,7 @@ ExitCode RunApplication(std::vector<std::string> arguments) {
     } catch (const CLI::ParseError& error) {
         return Misuse(error.what());
     }
+    if (!request.action) return Misuse("no command is given");
     if (auto read = ReadConfiguration(request.options); !read) {
         return Misuse(read.Error().Message());
     }

@@ -85,6 +85,9 @@ platform::Result<std::string> ChooseNicknameFile(const SetupOptions& options, co
     if (options.nicknameFile) {
         const std::string& named = *options.nicknameFile;
         std::string chosen;
+        if (!IsWindowsPath(named) && !platform::NativeFiles().Exists(named)) {
+            return Refused("the nickname file " + named + " does not exist: check the path");
+        }
         if (IsWindowsPath(named)) {
             chosen = FromUtf8(named);
         } else if (!UsesWindowsPaths() && !setup.prefix.Path().empty()) {
@@ -124,7 +127,7 @@ platform::Status RememberNicknameFile(const Setup& setup, const std::string& win
 }
 
 platform::Status CheckNicknameFile(const std::string& windowsPath, bool forWriting) {
-    const std::string shown = ToUtf8(windowsPath);
+    const std::string shown = ToNativePath(windowsPath).value_or(ToUtf8(windowsPath));
     auto& files = platform::NativeSystem().files;
     const auto info = files.Stat(windowsPath);
     if (!info) {
@@ -143,7 +146,9 @@ platform::Status CheckNicknameFile(const std::string& windowsPath, bool forWriti
     }
     auto opened = files.Open(windowsPath, platform::OpenMode::kRead, platform::Share::kReadWrite);
     if (!opened) {
-        return Refused("the nickname file cannot be read: " + ToUtf8(opened.Error().Message()));
+        return Refused("the nickname file " + shown +
+                       " cannot be read: close what holds it open, or give yourself read "
+                       "permission (chmod u+r)");
     }
     return {};
 }

@@ -10,7 +10,7 @@ namespace host {
 
 namespace {
 
-constexpr unsigned long kInteger = 1, kBool = 3, kText = 4;
+constexpr unsigned long kText = 4;
 
 bool FitsNumber(const Json& value) {
     if (value.is_boolean()) return true;
@@ -22,10 +22,11 @@ bool FitsNumber(const Json& value) {
 
 }  // namespace
 
-Cell::Cell(unsigned long type) : m_type(type), m_date(kNoDate) {}
+Cell::Cell(unsigned long type) : m_type(type) {
+    if (IsDate()) m_date = kNoDate;
+}
 
-Cell::Cell(unsigned long type, const Json& value, Arguments& arguments)
-    : m_type(type), m_date(kNoDate) {
+Cell::Cell(unsigned long type, const Json& value, Arguments& arguments) : Cell(type) {
     if (value.is_null()) return;
     if (m_type == kText) {
         m_bytes = BytesOf(value, arguments);
@@ -43,9 +44,7 @@ Cell::Cell(unsigned long type, const Json& value, Arguments& arguments)
 }
 
 void* Cell::Address() {
-    if (m_type == kText) return &m_text;
-    if (IsDate()) return &m_date;
-    return &m_number;
+    return &m_text;
 }
 
 Json Cell::Take() {
@@ -58,13 +57,6 @@ Json Cell::Take() {
     }
     if (IsDate()) return m_date == kNoDate ? Json(nullptr) : Json(m_date);
     return m_number;
-}
-
-unsigned long TypeOf(const Json& value) {
-    if (value.is_boolean()) return kBool;
-    if (value.is_number_integer()) return kInteger;
-    if (value.is_number()) return 5;
-    return kText;
 }
 
 }  // namespace host

@@ -28,13 +28,13 @@ class Cell {
     bool IsDate() const { return m_type >= 5 && m_type <= 7; }
 
     unsigned long m_type;
-    std::int32_t m_number = 0;
-    double m_date;
-    char* m_text = nullptr;
+    // One place for all types: a translator that writes another type than asked for stays inside.
+    union {
+        char* m_text = nullptr;
+        double m_date;
+        std::int32_t m_number;
+    };
     std::string m_bytes;
 };
-
-// The field type that a JSON value stands for by itself.
-unsigned long TypeOf(const Json& value);
 
 }  // namespace host

@@ -24,7 +24,7 @@ HostContext& Console::Context() {
     return *m_context;
 }
 
-unsigned long Console::FieldType(const std::string& id) {
+std::optional<unsigned long> Console::FieldType(const std::string& id) {
     // Before GetAppInfo or Open the list must not be asked for.
     if (m_types.empty() && m_fieldsReadable) {
         CString field, name;
@@ -37,7 +37,8 @@ unsigned long Console::FieldType(const std::string& id) {
         }
     }
     const auto found = m_types.find(id);
-    return found != m_types.end() ? found->second : 4;
+    if (found == m_types.end()) return std::nullopt;
+    return found->second;
 }
 
 void Console::ForgetFields(bool readable) {

@@ -2,6 +2,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "host/module/host_context.h"
@@ -26,8 +27,8 @@ class Console {
     // Made anew after each Init: it serves back the object that Init gave.
     HostContext& Context();
 
-    // The type of a field, 4 (text) for one that the translator does not list.
-    unsigned long FieldType(const std::string& id);
+    // The type of a field; nothing for one that the translator does not list.
+    std::optional<unsigned long> FieldType(const std::string& id);
     // The field list may have changed, or has become readable.
     void ForgetFields(bool readable);
 

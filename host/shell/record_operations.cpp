@@ -58,11 +58,24 @@ void CallFilter(Console& console, Arguments& arguments, Json& answer, SetFilters
     if (!arguments.Failed()) answer["code"] = code;
 }
 
+constexpr unsigned long kText = 4;
+
+// The type to give for a field: the one on the line, else the field's own, else text. A translator
+// takes it on trust that a text field gets the cell of a text.
+unsigned long CellType(Console& console, const std::string& id, std::size_t index,
+                       Arguments& arguments) {
+    const auto own = console.FieldType(id);
+    if (!arguments.Has(index)) return own.value_or(kText);
+    const auto given = static_cast<unsigned long>(arguments.Number(index, 0));
+    if (own == kText && given != kText) arguments.Complain("field " + id + " is a text: type 4");
+    return given;
+}
+
 struct ShownCell {
     std::string field;
     Cell cell;
-    ShownCell(const std::string& id, const Json& value, Arguments& arguments)
-        : field(id), cell(TypeOf(value), value, arguments) {}
+    ShownCell(const std::string& id, unsigned long type, const Json& value, Arguments& arguments)
+        : field(id), cell(type, value, arguments) {}
 };
 
 RRETURNCODE Show(void* context, const char* fieldId, void** cell, unsigned long* type,
@@ -146,11 +159,9 @@ void GetModifiedInfo(Console& console, Arguments& arguments, Json& answer) {
 void GetField(Console& console, Arguments& arguments, Json& answer) {
     const std::string id = arguments.Text(0);
     if (!arguments.Has(0)) arguments.Complain("the id of a field is needed");
-    const long given = arguments.Number(1, 0);
+    unsigned long type = CellType(console, id, 1, arguments);
     arguments.ExpectAtMost(2);
     if (arguments.Failed()) return;
-    unsigned long type =
-        arguments.Has(1) ? static_cast<unsigned long>(given) : console.FieldType(id);
     Cell cell(type);
     answer["code"] = console.Translator()->GetField(id.c_str(), &type, cell.Address());
     answer["type"] = type;
@@ -161,11 +172,9 @@ void SetField(Console& console, Arguments& arguments, Json& answer) {
     const std::string id = arguments.Text(0);
     if (!arguments.Has(1)) arguments.Complain("the id of a field and a JSON value are needed");
     const Json value = arguments.Value(1);
-    const long given = arguments.Number(2, 0);
+    unsigned long type = CellType(console, id, 2, arguments);
     arguments.ExpectAtMost(3);
     if (arguments.Failed()) return;
-    unsigned long type =
-        arguments.Has(2) ? static_cast<unsigned long>(given) : console.FieldType(id);
     Cell cell(type, value, arguments);
     if (arguments.Failed()) return;
     answer["code"] = console.Translator()->SetField(id.c_str(), &type, cell.Address());
@@ -177,7 +186,10 @@ void IsOk(Console& console, Arguments& arguments, Json& answer) {
     arguments.ExpectAtMost(1);
     std::list<ShownCell> shown;
     if (!arguments.Failed()) {
-        for (const auto& [id, value] : values.items()) shown.emplace_back(id, value, arguments);
+        for (const auto& [id, value] : values.items()) {
+            const unsigned long type = console.FieldType(id).value_or(kText);
+            shown.emplace_back(id, type, value, arguments);
+        }
     }
     if (arguments.Failed()) return;
     BOOL ok = 0;
