@@ -13,7 +13,9 @@ book=$place/Eudora/nndbase.txt
 cards=$place/contacts
 mkdir "$cards"
 
-title() { printf '\n\033[1m== %s\033[0m\n' "$*"; }
+bold='' plain=''
+[[ -t 1 ]] && bold=$'\033[1m' plain=$'\033[0m'
+title() { printf '\n%s== %s%s\n' "$bold" "$*" "$plain"; }
 
 # run CODE ARGUMENTS: shows the call and runs it; a run that ends with another code ends the demo.
 # Code 4 is "done with changes".
