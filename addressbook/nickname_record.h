@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <string_view>
+#include <vector>
 
 #include "platform/mfc/collections.h"
 
@@ -19,5 +21,19 @@ struct NicknameRecord {
 namespace addressbook {
 
 inline constexpr std::size_t kMaxNickname = sizeof(NicknameRecord::szNickname) - 1;  // bytes
+
+// The texts of a record where they lie, in the file or in a NicknameRecord. Meant to be used again
+// for one record after the other, so that taking one apart allocates nothing.
+struct RecordText {
+    std::string_view name, address, phone, fax, note;
+    std::vector<std::string_view> mails;
+    std::vector<std::string_view> tokens;  // room for the scan of a note line
+
+    void Clear();
+    bool HasNoteContent() const;
+};
+
+void CopyText(const RecordText& text, NicknameRecord& record);
+void ShowText(const NicknameRecord& record, RecordText& text);
 
 }  // namespace addressbook

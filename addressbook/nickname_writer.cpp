@@ -33,24 +33,24 @@ class Writer : public RecordMap::Visitor {
             m_takesNote = !entry.hasNote;
             return Drain();
         }
-        NicknameRecord record;
         Leftover leftover;
-        ParseRecord(entry, record, leftover);
+        ParseRecord(entry, m_text, leftover);
         if (leftover.Any()) {
             m_carried.push_back(m_made.LeftoverUnit(place, entry.head.nickname, leftover));
         }
-        return Append(entry.head.nickname, record);
+        return Append(entry.head.nickname);
     }
 
     bool OnRecord(std::string_view nickname, const NicknameRecord& record) override {
         BeginUnit();
-        return Append(nickname, record);
+        ShowText(record, m_text);
+        return Append(nickname);
     }
 
   private:
-    bool Append(std::string_view nickname, const NicknameRecord& record) {
-        AppendRecord(m_buffer, nickname, record);
-        m_takesNote = !HasNoteContent(record);
+    bool Append(std::string_view nickname) {
+        AppendRecord(m_buffer, nickname, m_text);
+        m_takesNote = !m_text.HasNoteContent();
         return Drain();
     }
 
@@ -95,6 +95,7 @@ class Writer : public RecordMap::Visitor {
     const ByteSink& m_sink;
     std::string m_buffer;
     platform::Status m_status;
+    RecordText m_text;
     CarriedUnits m_made;
     std::vector<CarriedUnit> m_carried;
     bool m_begun = false;

@@ -12,14 +12,14 @@ namespace {
 
 struct Tag {
     std::string_view text;
-    CString NicknameRecord::*field;
+    std::string_view RecordText::*field;
 };
 
 // In the order in which they are written. No text begins another, so any order serves reading.
-constexpr std::array<Tag, 4> kTags = {{{"fax:", &NicknameRecord::csFax},
-                                       {"address:", &NicknameRecord::csAddress},
-                                       {"phone:", &NicknameRecord::csPhone},
-                                       {"name:", &NicknameRecord::csName}}};
+constexpr std::array<Tag, 4> kTags = {{{"fax:", &RecordText::fax},
+                                       {"address:", &RecordText::address},
+                                       {"phone:", &RecordText::phone},
+                                       {"name:", &RecordText::name}}};
 constexpr std::size_t kNoTag = kTags.size();
 
 std::size_t TagOf(std::string_view token) {
@@ -53,14 +53,14 @@ std::string_view From(std::string_view text, std::size_t at) {
 }
 
 // A note line without tags: the note follows the nickname.
-void ParsePlain(std::string_view head, std::string_view nickname, NicknameRecord& record,
+void ParsePlain(std::string_view head, std::string_view nickname, RecordText& record,
                 Leftover& leftover) {
     const auto size = nickname.size();
     bool isNote = true;
     if (head.starts_with(nickname)) {
-        record.csNote = From(head, size + 1);
+        record.note = From(head, size + 1);
     } else if (From(head, 1).starts_with(nickname)) {
-        record.csNote = From(head, size + 3);
+        record.note = From(head, size + 3);
     } else {
         isNote = false;
     }
@@ -72,7 +72,7 @@ void ParsePlain(std::string_view head, std::string_view nickname, NicknameRecord
     }
 }
 
-void ParseTokens(const std::vector<std::string_view>& tokens, NicknameRecord& record,
+void ParseTokens(const std::vector<std::string_view>& tokens, RecordText& record,
                  Leftover& leftover) {
     std::array<std::size_t, kTags.size() + 1> last;  // place of the token that counts, by kind
     last.fill(tokens.size());
@@ -89,7 +89,7 @@ void ParseTokens(const std::vector<std::string_view>& tokens, NicknameRecord& re
         if (last[tag] != i) {
             leftover.AddToken(tokens[i]);
         } else if (tag == kNoTag) {
-            record.csNote = tokens[i];
+            record.note = tokens[i];
         } else {
             record.*kTags[tag].field = tokens[i].substr(kTags[tag].text.size());
         }
@@ -106,17 +106,18 @@ void Leftover::AddToken(std::string_view token) {
 }
 
 std::string_view CarriedName(std::string_view nickname) {
-    return nickname.substr(0, nickname.find_first_of("<>\r"));
+    return nickname.substr(0, FindIn(nickname, kNoteEndSet));
 }
 
-void ParseNoteLine(std::string_view line, std::string_view nickname, NicknameRecord& record,
+void ParseNoteLine(std::string_view line, std::string_view nickname, RecordText& record,
                    Leftover& leftover) {
     TokenScan scan(line);
     auto word = scan.Next(kNoteWordSet);
     while (word.ends_with('\r')) word.remove_suffix(1);
     if (word != "note") leftover.AddToken(word);
     const auto head = scan.Next(kNoteSet);
-    std::vector<std::string_view> tokens;
+    auto& tokens = record.tokens;
+    tokens.clear();
     for (auto token = scan.Next(kNoteSet); !token.empty(); token = scan.Next(kNoteSet)) {
         tokens.push_back(token);
     }
@@ -129,14 +130,7 @@ void ParseNoteLine(std::string_view line, std::string_view nickname, NicknameRec
     ParseTokens(tokens, record, leftover);
 }
 
-bool HasNoteContent(const NicknameRecord& record) {
-    for (const auto& tag : kTags) {
-        if (!(record.*tag.field).IsEmpty()) return true;
-    }
-    return !record.csNote.IsEmpty();
-}
-
-void AppendNoteLine(std::string& out, std::string_view nickname, const NicknameRecord& record) {
+void AppendNoteLine(std::string& out, std::string_view nickname, const RecordText& record) {
     out += "note ";
     // A delimiter inside the nickname would read as the end of the head, and its rest as a note.
     const auto carried = CarriedName(nickname);
@@ -149,7 +143,7 @@ void AppendNoteLine(std::string& out, std::string_view nickname, const NicknameR
     out += ' ';
     const auto begin = out.size();
     for (const auto& tag : kTags) {
-        const auto& value = (record.*tag.field).Str();
+        const auto value = record.*tag.field;
         if (value.empty()) continue;
         out += '<';
         out += tag.text;
@@ -157,7 +151,7 @@ void AppendNoteLine(std::string& out, std::string_view nickname, const NicknameR
         out += '>';
     }
     if (!whole && out.size() == begin) out += '>';
-    out += record.csNote.Str();
+    out += record.note;
 }
 
 bool IsNormalNote(std::string_view content) {
@@ -165,7 +159,7 @@ bool IsNormalNote(std::string_view content) {
     std::size_t next = 0;  // the first tag that may still follow
     bool hasTags = false;
     while (content.front() == '<') {
-        const auto end = content.find_first_of("<>\r", 1);
+        const auto end = FindIn(content, kNoteEndSet, 1);
         if (end == std::string_view::npos || content[end] != '>') return false;
         const auto token = content.substr(1, end - 1);
         const auto tag = TagOf(token);
@@ -175,7 +169,7 @@ bool IsNormalNote(std::string_view content) {
         content.remove_prefix(end + 1);
         if (content.empty()) return true;
     }
-    return content.find_first_of("<>\r") == std::string_view::npos &&
+    return FindIn(content, kNoteEndSet) == std::string_view::npos &&
            (!hasTags || TagOf(content) == kNoTag);
 }
 

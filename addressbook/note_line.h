@@ -17,13 +17,12 @@ struct Leftover {
     void AddToken(std::string_view token);
 };
 
-// Puts the content of a note line (its bytes up to the LF) into the record of that nickname.
-void ParseNoteLine(std::string_view line, std::string_view nickname, NicknameRecord& record,
+// Finds the content of a note line (its bytes up to the LF) of the record of that nickname.
+void ParseNoteLine(std::string_view line, std::string_view nickname, RecordText& record,
                    Leftover& leftover);
 
-// Writes "note " and the content in its normal form; nothing if there is none.
-void AppendNoteLine(std::string& out, std::string_view nickname, const NicknameRecord& record);
-bool HasNoteContent(const NicknameRecord& record);
+// Writes "note ", nickname and the content in its normal form.
+void AppendNoteLine(std::string& out, std::string_view nickname, const RecordText& record);
 
 // Whether the text behind nickname and blank of a note line is in the normal form: the tags in
 // their order, none empty, then the note.

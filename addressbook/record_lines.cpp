@@ -39,31 +39,38 @@ std::size_t NormalPrefix(std::string_view line, const EntryHead& head) {
 
 }  // namespace
 
-void ParseRecord(const Entry& entry, NicknameRecord& record, Leftover& leftover) {
-    const auto nickname = entry.head.nickname.substr(0, kMaxNickname);
-    std::memcpy(record.szNickname, nickname.data(), nickname.size());
+void ParseRecord(const Entry& entry, RecordText& record, Leftover& leftover) {
+    record.Clear();
     TokenScan scan(entry.line.bytes, entry.head.rest);
     TokenScan list(scan.Next(kLineEndSet));
     if (!Trimmed(scan.Rest()).empty()) leftover.tail = scan.Rest();
     if (leftover.tail.ends_with('\r') && entry.line.ended) leftover.tail.remove_suffix(1);
     for (auto piece = list.Next(kAddressSet); !piece.empty(); piece = list.Next(kAddressSet)) {
         const auto address = Trimmed(piece);
-        if (!address.empty()) record.arrEmail.Add(address);
+        if (!address.empty()) record.mails.push_back(address);
     }
-    if (entry.hasNote) ParseNoteLine(entry.note.bytes, nickname, record, leftover);
+    if (entry.hasNote) ParseNoteLine(entry.note.bytes, entry.head.nickname, record, leftover);
 }
 
-void AppendRecord(std::string& out, std::string_view key, const NicknameRecord& record) {
+void ReadRecord(const Entry& entry, NicknameRecord& record, Leftover& leftover) {
+    const auto nickname = entry.head.nickname.substr(0, kMaxNickname);
+    std::memcpy(record.szNickname, nickname.data(), nickname.size());
+    RecordText text;
+    ParseRecord(entry, text, leftover);
+    CopyText(text, record);
+}
+
+void AppendRecord(std::string& out, std::string_view key, const RecordText& record) {
     out += kAlias;
     AppendNickname(out, key);
     char separator = ' ';
-    for (const auto& address : record.arrEmail) {
+    for (const auto address : record.mails) {
         out += separator;
-        out += address.Str();
+        out += address;
         separator = ',';
     }
-    if (record.arrEmail.IsEmpty()) out += ' ';
-    if (!HasNoteContent(record)) return;
+    if (record.mails.empty()) out += ' ';
+    if (!record.HasNoteContent()) return;
     out += "\r\n";
     AppendNoteLine(out, key, record);
 }

@@ -9,11 +9,13 @@
 
 namespace addressbook {
 
+// Finds the texts of a record in its lines.
+void ParseRecord(const Entry& entry, RecordText& record, Leftover& leftover);
 // Fills an empty record from its lines.
-void ParseRecord(const Entry& entry, NicknameRecord& record, Leftover& leftover);
+void ReadRecord(const Entry& entry, NicknameRecord& record, Leftover& leftover);
 
 // Writes a record's one or two lines in the normal form, without a line end behind the last.
-void AppendRecord(std::string& out, std::string_view key, const NicknameRecord& record);
+void AppendRecord(std::string& out, std::string_view key, const RecordText& record);
 
 // Whether the entry's lines stand in the file just as AppendRecord would write them.
 bool IsNormal(const Entry& entry);

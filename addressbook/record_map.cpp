@@ -70,7 +70,7 @@ NicknameRecord* RecordMap::RecordAt(const Position& position) {
     if (position.m_kind == Position::Kind::kOwn) return position.m_own->second.get();
     m_read = {};
     Leftover leftover;
-    ParseRecord(m_file.EntryOf(position.m_index), m_read, leftover);
+    ReadRecord(m_file.EntryOf(position.m_index), m_read, leftover);
     return &m_read;
 }
 
@@ -83,7 +83,7 @@ RecordMap::Position RecordMap::MakeChangeable(const Position& position) {
     if (position.m_kind != Position::Kind::kFile) return position;
     auto record = std::make_unique<NicknameRecord>();
     Leftover leftover;
-    ParseRecord(m_file.EntryOf(position.m_index), *record, leftover);
+    ReadRecord(m_file.EntryOf(position.m_index), *record, leftover);
     const auto name = m_file.NameAt(position.m_index);
     if (leftover.Any()) {
         const auto place = m_file.PlaceOf(position.m_index);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <string_view>
 
 namespace addressbook {
@@ -16,6 +16,12 @@ class ByteSet {
   private:
     bool m_has[256] = {};
 };
+
+// The first byte of the set at or behind `at`; npos if there is none.
+inline std::size_t FindIn(std::string_view text, const ByteSet& set, std::size_t at = 0) {
+    while (at < text.size() && !set.Has(text[at])) ++at;
+    return at < text.size() ? at : std::string_view::npos;
+}
 
 // A cursor over one line. Every scan may use another set; the byte that ended a token is consumed
 // by the scan that found it.
@@ -47,6 +53,8 @@ inline constexpr ByteSet kLineEndSet("\n\r");
 inline constexpr ByteSet kAddressSet(",");
 inline constexpr ByteSet kNoteWordSet(" ");
 inline constexpr ByteSet kNoteSet("<>\r\n");
+// What a note line cannot hold in a value.
+inline constexpr ByteSet kNoteEndSet("<>\r");
 inline constexpr ByteSet kSpaceSet(" \t\r\n\v\f");
 
 // Without white space at both ends.
