@@ -9,6 +9,7 @@
 #include "frame/interface/translators.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
+#include "platform/testing/scripted_dialogs.h"
 #include "tests/frame/log_capture.h"
 
 // The built module, called by nothing but its exported names and the positions in the table.
@@ -276,6 +277,19 @@ TEST_F(ModuleTest, SettingsLiveFromFirstCallToRemoval) {
     EXPECT_EQ(Find<exports::SelfDiagnoseFn>(exports::kSelfDiagnose)(nullptr, nullptr, 0), 1);
     EXPECT_EQ(Find<exports::UninitTranslatorFn>(exports::kUninitTranslator)(), RRC_OK);
     EXPECT_TRUE(files.RemoveFolder(folder)) << "something was left behind";
+}
+
+TEST_F(ModuleTest, TheHostsDialogsAreAsked) {
+    platform::testing::ScriptedDialogs dialogs;
+    SetDialogProvider(&dialogs);
+    CString selection("C:\\no such folder\\x.cfg"), summary;
+    const auto object = Make(2);
+    EXPECT_EQ((CallAt<BOOL, RWORD, RWORD, RWORD, CString&, RWORD, CString&, CEudoraTransUtil*>(
+                  *object, 5, 0, 1, 2, 3, selection, 1, summary, nullptr)),
+              RRC_OK);
+    SetDialogProvider(nullptr);
+    ASSERT_EQ(dialogs.messages.size(), 1U);
+    EXPECT_TRUE(dialogs.messages[0].text.starts_with("Unable to read the config file."));
 }
 
 TEST_F(ModuleTest, TheDataKindDecides) {
