@@ -21,6 +21,8 @@ class FilesStore {
     virtual std::string Root() = 0;  // ends in a separator
     virtual void MakeReadOnly(const std::string& path) = 0;
     virtual bool IgnoresCase() const = 0;
+    // Whether a move to the same name in other case is seen in the folder; not under Wine.
+    virtual bool ShowsNewCase() const { return IgnoresCase(); }
 };
 
 struct StoreKind {
@@ -53,10 +55,10 @@ class FilesContract : public ::testing::TestWithParam<StoreKind> {
         ASSERT_TRUE((*file)->Write(content));
         ASSERT_TRUE((*file)->Close());
     }
-    // "<name of the failure>" if the file cannot be read.
+    // The text of the failure if the file cannot be read.
     std::string Content(std::string_view name) {
         auto content = platform::ReadWhole(m_files, At(name), 1 << 28);
-        return content ? *content : "<" + content.Error().Message() + ">";
+        return content ? *content : content.Error().Message();
     }
     std::set<std::string> Names(std::string_view pattern = "*");
 

@@ -16,6 +16,7 @@ class ModuleStore : public FilesStore {
         std::filesystem::permissions(path, perms::owner_read | perms::group_read);
     }
     bool IgnoresCase() const override { return true; }
+    bool ShowsNewCase() const override { return false; }
 
   private:
     TempFolder m_folder;

@@ -28,6 +28,7 @@ class NativeStore : public FilesStore {
         std::filesystem::permissions(path, perms::owner_read | perms::group_read);
     }
     bool IgnoresCase() const override { return platform::NativeFiles().Separator() == '\\'; }
+    bool ShowsNewCase() const override { return false; }
 
   private:
     TempFolder m_folder;

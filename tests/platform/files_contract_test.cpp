@@ -310,7 +310,9 @@ TEST_P(FilesContract, TempFilesAreNewEmptyAndNamedInTheUsualForm) {
         ASSERT_TRUE(path) << path.Error().Message();
         EXPECT_TRUE(paths.insert(*path).second) << *path;
         ASSERT_TRUE(path->starts_with(folder)) << *path;
-        EXPECT_THAT(path->substr(folder.size()), ::testing::MatchesRegex("abc[0-9A-Fa-f]+\\.tmp"));
+        const std::string name = path->substr(folder.size());
+        EXPECT_TRUE(name.starts_with("abc") && name.ends_with(".tmp") && name.size() > 7) << name;
+        EXPECT_EQ(name.find_first_not_of("0123456789ABCDEFabcdef", 3), name.size() - 4) << name;
         auto info = m_files.Stat(*path);
         ASSERT_TRUE(info);
         EXPECT_EQ(info->size, 0u);
@@ -333,7 +335,9 @@ TEST_P(FilesContract, NamesWithoutRegardToCase) {
     EXPECT_EQ(CodeOf(m_files.Open(At("nndbase.txt"), OpenMode::kCreateNew, Share::kNone)),
               ErrorCode::kAlreadyExists);
     ASSERT_TRUE(m_files.Move(At("nndbase.txt"), At("NNDBASE.txt")));
-    EXPECT_THAT(Names(), ElementsAre("NNDBASE.txt"));
+    if (m_store->ShowsNewCase()) {
+        EXPECT_THAT(Names(), ElementsAre("NNDBASE.txt"));
+    }
     EXPECT_EQ(CodeOf(m_files.Open(At("a*b"), OpenMode::kCreate, Share::kNone)),
               ErrorCode::kInvalidArgument);
     EXPECT_TRUE(m_files.ShortPath(At("nndbase.txt")));
