@@ -1,0 +1,281 @@
+#include <map>
+#include <string>
+
+#include "tests/addressbook/book_fixture.h"
+#include "tests/frame/log_capture.h"
+
+namespace {
+
+struct Sink final : CRBatchSink {
+    void Reserved() override { told.push_back("reserved"); }
+    void RecordStored(const char* id, const char* same, const char* info) override {
+        told.push_back(std::string("stored ") + id + (std::string(id) == same ? "" : "?"));
+        markers.push_back(info);
+    }
+    void RecordDeleted(const char* id) override { told.push_back(std::string("deleted ") + id); }
+    std::vector<std::string> told, markers;
+};
+
+using Values = std::map<std::string, std::string>;
+
+RRETURNCODE GiveValue(void* context, const char* id, void** cell, unsigned long*, BOOL* has) {
+    static const char* text;
+    const auto& values = *static_cast<Values*>(context);
+    const auto found = values.find(id);
+    *has = found != values.end() ? 1 : 0;
+    text = *has != 0 ? found->second.c_str() : nullptr;
+    *cell = &text;
+    return RRC_FAILED;  // not looked at
+}
+
+class TranslatorTest : public BookTest {
+  protected:
+    explicit TranslatorTest(unsigned codePage = 1252) : BookTest(codePage) {}
+
+    RRETURNCODE Select(BOOL configure = 0) {
+        return book.GetAppInfo(configure, 0, 0, 0, selection, 0, summary, &util);
+    }
+    void Open(std::string_view content) {
+        machine.files.Put(kBookPath, content);
+        ASSERT_EQ(Select(), RRC_OK);
+        ASSERT_EQ(book.Open(0, 0, 0, 0, 0, 0, 0, 0, 0, nullptr), RRC_OK);
+    }
+    std::string Get(const char* id) {
+        unsigned long type = 4;
+        char* cell = nullptr;
+        EXPECT_EQ(book.GetField(id, &type, &cell), RRC_OK);
+        const std::string text = cell != nullptr ? cell : "null";
+        FreeVornString(cell);
+        return text;
+    }
+    RRETURNCODE Set(const char* id, const char* value) {
+        unsigned long type = 4;
+        return book.SetField(id, &type, &value);
+    }
+    std::string Update() {
+        CString id, info("old");
+        EXPECT_EQ(book.UpdateRecord(id, info), RRC_OK);
+        EXPECT_EQ(info, "");
+        return id.Str();
+    }
+    std::string Walk() {
+        std::string ids;
+        for (auto r = book.MoveFirst(); r == RRC_OK; r = book.MoveNext()) {
+            CString id;
+            book.GetRecordID(id);
+            ids += id.Str() + ' ';
+        }
+        return ids;
+    }
+    void Filter(const char* id, const char* text) {
+        auto* filter = static_cast<tagRTEXTFILTER*>(::operator new(sizeof(tagRTEXTFILTER)));
+        *filter = {Block(id), Block(text), 0};
+        book.SetTextFilter(filter, 1);
+    }
+    static char* Block(const char* text) {
+        char* block = nullptr;
+        AllocVornString(block, text);
+        return block;
+    }
+    std::string Check(Values values) {
+        BOOL ok = 7;
+        const auto result = book.IsOkToSetRecord(0, GiveValue, &values, &ok);
+        std::string said = std::to_string(result) + "/" + std::to_string(ok);
+        for (const auto& error : DrainErrors()) said += " " + error;
+        for (CString text; util.GetNextWarning(text) == RRC_OK;) said += " ~" + text.Str();
+        return said;
+    }
+
+    CREudora4 book;
+    CString selection, summary;
+};
+
+TEST_F(TranslatorTest, SelectsTheFile) {
+    unsigned long properties = 0;
+    EXPECT_EQ(book.GetAppProperties(&properties), RRC_OK);
+    EXPECT_EQ(properties, 0x80070004UL);
+    EXPECT_EQ(Select(), RRC_FAILED);
+    EXPECT_EQ(DrainErrors(), std::vector<std::string>{"no file"});
+    EXPECT_EQ(selection, kBookPath);
+    machine.files.Put(kBookPath, "");
+    EXPECT_EQ(Select(), RRC_OK);
+    EXPECT_EQ(summary, kBookPath);
+    // A folder passes here, and fails when it is opened.
+    selection = "C:\\Eudora";
+    EXPECT_EQ(Select(), RRC_OK);
+    EXPECT_EQ(book.Open(0, 0, 0, 0, 0, 0, 0, 0, 0, nullptr), RRC_FAILED);
+    EXPECT_EQ(DrainErrors(), std::vector<std::string>{"cannot open C:\\Eudora"});
+}
+
+TEST_F(TranslatorTest, AsksTheUser) {
+    machine.files.Put("C:\\other.txt", "alias a 1");
+    machine.dialogs.fileAnswers = {"C:\\no", std::nullopt, "C:\\other"};
+    EXPECT_EQ(Select(1), RRC_CANCELLED);
+    EXPECT_EQ(selection, kBookPath);
+    EXPECT_EQ(Select(1), RRC_OK);
+    EXPECT_EQ(selection, "C:\\other.txt");
+    EXPECT_EQ(book.Open(0, 0, 0, 0, 0, 0, 0, 0, 0, nullptr), RRC_OK);
+    EXPECT_EQ(Walk(), "a ");
+}
+
+TEST_F(TranslatorTest, TellsItsFields) {
+    Open("");
+    EXPECT_EQ(book.MoveFirst(), RRC_EOF);
+    long count = -7;
+    EXPECT_EQ(book.GetRecordCount(&count), RRC_NOT_SUPPORTED);
+    EXPECT_EQ(count, -7);
+    CString id, name;
+    unsigned long type = 0, tag = 0;
+    unsigned short ordinal = 0;
+    std::string all;
+    for (auto r = book.GetFirstFieldInfo(id, name, &type, &tag, &ordinal); r == RRC_OK;
+         r = book.GetNextFieldInfo(id, name, &type, &tag, &ordinal)) {
+        char text[80];
+        std::snprintf(text, sizeof text, "%s %s %lu %lX %d;", id.Str().c_str(), name.Str().c_str(),
+                      type, tag, ordinal);
+        all += text;
+    }
+    EXPECT_EQ(all,
+              "1 Nickname 4 4000015C 1;2 Name 4 C0000130 2;3 Address 4 4000013E 3;"
+              "4 Phone 4 4000013F 4;5 Fax 4 40000141 5;6 E-mail 4 40000143 6;7 Note 4 40000015 7;");
+}
+
+TEST_F(TranslatorTest, GivesFields) {
+    Open("alias a 1,2\nnote a <address:x\x03y><name:p\x03q>\nalias b \n");
+    book.MoveFirst();
+    EXPECT_EQ(Get("1") + "|" + Get("2") + "|" + Get("3") + "|" + Get("4") + "|" + Get("6"),
+              "a|p\x03q|x\r\ny||1");
+    EXPECT_EQ(Get("7"), "null");
+    EXPECT_EQ(Get("9"), "null");
+    EXPECT_EQ(book.GoToRecord("b"), RRC_OK);
+    EXPECT_EQ(Get("6"), "");
+    EXPECT_EQ(book.GoToRecord("c"), RRC_NONE);
+    EXPECT_EQ(book.EditRecord("c"), RRC_FAILED);
+    EXPECT_EQ(book.DeleteRecord("c"), RRC_OK);
+}
+
+TEST_F(TranslatorTest, FiltersByTextAnywhereInAField) {
+    Open(
+        "alias a 1\nnote a <name:John SMITH>\nalias b 2\nnote b <name:Smithe>\n"
+        "alias c 3\nnote c <name:Jones><address:x\x03y>\n");
+    Filter("2", " smith ");
+    EXPECT_EQ(Walk(), "a b ");
+    Filter("3", "X\r\nY");
+    EXPECT_EQ(Walk(), "c ");
+    Filter("2", " ");
+    EXPECT_EQ(Walk(), "a b c ");
+    Filter("2", "nobody");
+    EXPECT_EQ(book.MoveFirst(), RRC_EOF);
+    book.SetTextFilter(nullptr, 0);
+    EXPECT_EQ(Walk(), "a b c ");
+}
+
+TEST_F(TranslatorTest, ReportsABatchOnce) {
+    Open("alias a 1\nalias b 2\nalias c 3\nalias d 4\n");
+    EXPECT_EQ(book.EditRecord("a"), RRC_OK);
+    Set("2", "Ann");
+    EXPECT_EQ(Update(), "a");
+    book.EditRecord("a");
+    EXPECT_EQ(Update(), "a");
+    book.EditRecord("b");
+    Set("1", "bb");
+    EXPECT_EQ(Update(), "bb");
+    book.AddNewRecord(0);
+    Set("1", "a");
+    Set("6", "<new>");
+    EXPECT_EQ(Update(), "a1");
+    book.AddNewRecord(0);
+    Set("1", "gone");
+    Update();
+    book.DeleteRecord("gone");
+    book.GoToRecord("c");
+    book.DeleteRecord();
+    machine.files.SetReadOnly(kBookPath);
+    Sink sink;
+    EXPECT_EQ(book.BatchUpdate(&sink), RRC_FAILED);
+    EXPECT_TRUE(sink.told.empty());
+    machine.files.SetReadOnly(kBookPath, false);
+    EXPECT_EQ(book.BatchUpdate(&sink), RRC_OK);
+    EXPECT_EQ(sink.told, (std::vector<std::string>{"stored a", "stored a", "stored bb", "stored a1",
+                                                   "deleted gone"}));
+    EXPECT_EQ(sink.markers[0], sink.markers[1]);
+    EXPECT_NE(sink.markers[0], "");
+    EXPECT_EQ(Saved(),
+              "alias a 1\r\nnote a <name:Ann>\r\nalias a1  new \r\nalias bb 2\r\nalias d 4");
+    sink.told.clear();
+    EXPECT_EQ(book.BatchUpdate(&sink), RRC_OK);
+    EXPECT_TRUE(sink.told.empty());
+}
+
+TEST_F(TranslatorTest, DeletesAllAtOnce) {
+    Open("alias a 1\nalias \"group\" a\n");
+    machine.files.SetReadOnly(kBookPath);
+    EXPECT_EQ(book.DeleteAllRecords(), RRC_OK);
+    machine.files.SetReadOnly(kBookPath, false);
+    EXPECT_EQ(book.DeleteAllRecords(), RRC_OK);
+    EXPECT_EQ(Saved(), "alias \"group\" a");
+    EXPECT_EQ(book.MoveFirst(), RRC_EOF);
+}
+
+TEST_F(TranslatorTest, VetsValues) {
+    Open("");
+    const std::string name27(27, 'n');
+    EXPECT_EQ(Check({}), "0/1");
+    EXPECT_EQ(Check({{"1", name27}, {"2", "Ann"}, {"3", ""}}), "0/1");
+    EXPECT_EQ(Check({{"1", name27 + "n"}}), "3/0 ~Nickname is longer than 27");
+    EXPECT_EQ(Check({{"1", name27 + "<"}}), "3/0 ~Nickname is longer than 27");
+    EXPECT_EQ(Check({{"1", name27 + ","}}), "2/0 comma in Nickname");
+    EXPECT_EQ(Check({{"1", "<"}, {"2", "."}}), "2/0 bracket in Nickname");
+    EXPECT_EQ(Check({{"1", name27 + "n"}, {"2", ". -"}}),
+              "2/0 no Name ~Nickname is longer than 27");
+    EXPECT_EQ(Check({{"2", ""}}), "2/0 no Name");
+    EXPECT_EQ(Check({{"2", "a>"}}), "2/0 bracket in Name");
+    EXPECT_EQ(Check({{"2", "...a"}, {"7", "x<y"}}), "2/0 bracket in Note");
+    EXPECT_EQ(Check({{"4", "1,2\r\n"}}), "0/1");
+}
+
+TEST_F(TranslatorTest, SurvivesCallsOutOfOrder) {
+    CString id, info;
+    EXPECT_EQ(book.UpdateRecord(id, info), RRC_FAILED);
+    EXPECT_EQ(Set("1", "x"), RRC_FAILED);
+    EXPECT_EQ(book.DeleteRecord(), RRC_OK);
+    EXPECT_EQ(book.MoveFirst(), RRC_EOF);
+    EXPECT_EQ(book.Open(0, 0, 0, 0, 0, 0, 0, 0, 0, nullptr), RRC_OK);
+    EXPECT_EQ(book.BatchUpdate(nullptr), RRC_FAILED);
+    Open("alias a 1\n");
+    EXPECT_EQ(Set("1", nullptr), RRC_FAILED);
+    EXPECT_EQ(book.GoToRecord(nullptr), RRC_NONE);
+}
+
+TEST_F(TranslatorTest, LogsItsEntryLines) {
+    LogCapture log;
+    Open("alias a 1\n");
+    book.MoveFirst();
+    book.GoToRecord("x");
+    for (const char* line : {"5 Exnter CREudora4::GetAppInfo\n", "5 Enter CREudora4::Open\n",
+                             "5 Enter - CEudoraAB::Open", "5 Enter - CREudora4::IsEof\n",
+                             "1 CREudora4::GoToRecord() API failed\n"}) {
+        EXPECT_TRUE(LogCapture::Has(line)) << line;
+    }
+}
+
+class ShiftJisTest : public TranslatorTest {
+  protected:
+    ShiftJisTest() : TranslatorTest(932) {}
+};
+
+// Second bytes that equal a backslash, a small letter or a bar are parts of characters.
+TEST_F(ShiftJisTest, KeepsCharactersWhole) {
+    Open("alias \x83\x5c a\nnote \x83\x5c <name:\x83\x61>\n");
+    Filter("2", "\x83\x41");
+    EXPECT_EQ(book.MoveFirst(), RRC_EOF);
+    Filter("2", "\x83\x61");
+    EXPECT_EQ(Walk(), "\x83\x5c ");
+    book.AddNewRecord(0);
+    std::string pairs;
+    for (int i = 0; i < 30; ++i) pairs += "\x83\x5c";
+    Set("1", pairs.c_str());
+    EXPECT_EQ(Update().size(), 38U);
+}
+
+}  // namespace
