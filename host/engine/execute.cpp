@@ -148,12 +148,16 @@ Outcome Execution::Run(const std::function<platform::Status()>& backup) {
         if (!Check(Flush(), "state: ")) return std::move(m_outcome);
     }
     std::size_t done = 0;
-    for (const Act act : {Act::kNone, Act::kAdd, Act::kChange, Act::kRemove}) {
+    for (const Act act : {Act::kAdd, Act::kNone, Act::kChange, Act::kRemove}) {
         for (std::size_t i = 0; i < m_plan.steps.size(); ++i) {
             const Step& step = m_plan.steps[i];
             if (step.folder.act != act) continue;
             m_progress.Step("writing", done++, m_plan.steps.size());
-            if (act != Act::kNone) ChangeFolder(i);
+            if (act == Act::kAdd || !step.needs || !m_states[*step.needs].failed) {
+                if (act != Act::kNone) ChangeFolder(i);
+            } else {
+                m_states[i].failed = true;
+            }
             if (step.eudora.act != Act::kNone) continue;
             if (!Check(Remember(i), "state: ")) return std::move(m_outcome);
             if (m_pending.put.size() + m_pending.forget.size() < kBatch) continue;

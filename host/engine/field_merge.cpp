@@ -67,7 +67,7 @@ void ToFolder(Merge& merge, Field field, const Comparison& sides, const std::str
 }  // namespace
 
 Merge MergeFields(const Contact& eudora, const Contact& folder, const RememberedPair* base,
-                  const SideRules& rules) {
+                  bool keepNicknames, const SideRules& rules) {
     const Comparison sides{eudora, folder, rules.holdEudora(folder), rules.holdFolder(eudora)};
     Contact oldEudora, oldFolder, oldFolderInEudora, oldEudoraInFolder;
     if (base != nullptr) {
@@ -84,8 +84,8 @@ Merge MergeFields(const Contact& eudora, const Contact& folder, const Remembered
         const bool folderChanged = folder[field] != oldFolder[field];
         if ((!eudoraChanged && !folderChanged) || sides.Agree(field)) continue;
         // Two nicknames of what is plainly the same contact may stay two.
-        const bool hasTwo = !eudora[field].empty() && !folder[field].empty();
-        if (base == nullptr && field == Field::kNickname && hasTwo) continue;
+        const bool hasTwo = base == nullptr && !eudora[field].empty() && !folder[field].empty();
+        if (field == Field::kNickname && (hasTwo || keepNicknames)) continue;
         // A change that the other side could not hold anyway is none for it.
         const bool eudoraShows = sides.eudoraInFolder[field] != oldEudoraInFolder[field];
         const bool folderShows = sides.folderInEudora[field] != oldFolderInEudora[field];

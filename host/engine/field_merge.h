@@ -11,9 +11,10 @@ struct Merge {
     FieldSet conflicts;           // changed on both sides to different values; not in the others
 };
 
-// With `base` null the pair was never in step: an empty field takes the other side's value.
+// With `base` null the pair was never in step: an empty field takes the other side's value. With
+// `keepNicknames` the nicknames are as they shall be.
 Merge MergeFields(const Contact& eudora, const Contact& folder, const RememberedPair* base,
-                  const SideRules& rules);
+                  bool keepNicknames, const SideRules& rules);
 
 // Settles the conflicts for one side.
 void SettleConflicts(Merge& merge, bool folderWins, const SideRules& rules);

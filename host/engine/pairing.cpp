@@ -102,26 +102,47 @@ struct Pools {
 };
 
 void UseIntents(Pairing& pairing, Pools& pools, const Remembered& remembered) {
-    std::unordered_map<std::string, Pairing::Known*> vanished;
+    if (remembered.intents.empty()) return;
+    std::unordered_map<std::string, Pairing::Known*> vanished;  // from Eudora, by the vCard
     for (Pairing::Known& known : pairing.known) {
-        if (!known.eudora) vanished[remembered.pairs[known.pair].eudora.item.id] = &known;
+        if (!known.eudora) vanished[remembered.pairs[known.pair].folder.item.id] = &known;
     }
     for (const Intent& intent : remembered.intents) {
-        const auto renamed = vanished.find(intent.oldId);
-        if (!intent.oldId.empty() && renamed != vanished.end()) {
-            if (!renamed->second->eudora) {
-                renamed->second->eudora = pools.eudora.TakeId(intent.newId);
-            }
-        } else if (intent.oldId.empty()) {
-            const auto folder = pools.folder.TakeId(intent.folderId);
-            const auto eudora = folder ? pools.eudora.TakeId(intent.newId) : std::nullopt;
-            if (eudora) {
-                pairing.found.emplace_back(*eudora, *folder);
-            } else if (folder) {
-                pools.folder.Release(*folder);
-            }
+        if (const auto pair = vanished.find(intent.folderId); pair != vanished.end()) {
+            Pairing::Known& known = *pair->second;
+            if (!known.eudora) known.eudora = pools.eudora.TakeId(intent.newId);
+            known.isIntended = known.eudora.has_value();
+            continue;
+        }
+        const auto folder = pools.folder.TakeId(intent.folderId);
+        const auto eudora = folder ? pools.eudora.TakeId(intent.newId) : std::nullopt;
+        if (eudora) {
+            pairing.found.push_back({*eudora, *folder, true});
+        } else if (folder) {
+            pools.folder.Release(*folder);
         }
     }
+}
+
+Key WholeKey(const Contact& contact) {
+    return contact[Field::kNickname] + kPart + ContentKey(contact);
+}
+
+// The form that both sides can hold: what each has of one contact is equal in it.
+Contact InCommon(const Contact& eudora, const SideRules& rules) {
+    return rules.holdEudora(rules.holdFolder(eudora));
+}
+
+// A vCard that a cut-off run wrote anew for a contact whose old one was gone.
+void FindRewritten(Pairing& pairing, Pools& pools, const Sides& sides, const SideRules& rules) {
+    MatchVanished(
+        pairing, pools.folder, &Pairing::Known::folder,
+        [&](const Pairing::Known& known) {
+            if (!known.eudora) return Key();
+            return WholeKey(InCommon(sides.eudora[*known.eudora].contact, rules));
+        },
+        [&](const StoredContact& stored) { return WholeKey(rules.holdEudora(stored.contact)); },
+        false);
 }
 
 void FindRenames(Pairing& pairing, Pools& pools, const Remembered& remembered) {
@@ -159,7 +180,7 @@ void MatchSides(Pairing& pairing, Pools& pools, const KeyOf& eudoraKey, const Ke
         const auto& folder = found->second;
         if (unique && (eudora.size() != 1 || folder.size() != 1)) continue;
         for (Index i = 0; i < std::min(eudora.size(), folder.size()); ++i) {
-            pairing.found.emplace_back(eudora[i], folder[i]);
+            pairing.found.push_back({eudora[i], folder[i]});
             pools.eudora.Take(eudora[i]);
             pools.folder.Take(folder[i]);
         }
@@ -169,8 +190,7 @@ void MatchSides(Pairing& pairing, Pools& pools, const KeyOf& eudoraKey, const Ke
 void FindTwins(Pairing& pairing, Pools& pools, const SideRules& rules) {
     const auto eudora = [&](Key (*key)(const Contact&)) -> KeyOf {
         return [key, &rules](const StoredContact& stored) {
-            // The folder's form of Eudora's contact, as Eudora would hold it: both sides' limits.
-            return key(rules.holdEudora(rules.holdFolder(stored.contact)));
+            return key(InCommon(stored.contact, rules));
         };
     };
     const auto folder = [&](Key (*key)(const Contact&)) -> KeyOf {
@@ -179,10 +199,7 @@ void FindTwins(Pairing& pairing, Pools& pools, const SideRules& rules) {
         };
     };
     const auto nickname = [](const Contact& contact) { return contact[Field::kNickname]; };
-    const auto whole = [](const Contact& contact) {
-        return contact[Field::kNickname] + kPart + ContentKey(contact);
-    };
-    MatchSides(pairing, pools, eudora(+whole), folder(+whole), false);
+    MatchSides(pairing, pools, eudora(WholeKey), folder(WholeKey), false);
     MatchSides(pairing, pools, eudora(+nickname), folder(+nickname), false);
     MatchSides(pairing, pools, eudora(ContentKey), folder(ContentKey), false);
     MatchSides(pairing, pools, eudora(NameAndAddress), folder(NameAndAddress), true);
@@ -200,11 +217,13 @@ Pairing FindPairs(const Sides& sides, const Remembered& remembered, const SideRu
     }
     UseIntents(pairing, pools, remembered);
     FindRenames(pairing, pools, remembered);
+    FindRewritten(pairing, pools, sides, rules);
     FindTwins(pairing, pools, rules);
     pairing.onlyEudora = pools.eudora.Rest();
     pairing.onlyFolder = pools.folder.Rest();
     // The groups come in no order; the report's is the sides'.
-    std::sort(pairing.found.begin(), pairing.found.end());
+    std::sort(pairing.found.begin(), pairing.found.end(),
+              [](const auto& a, const auto& b) { return a.eudora < b.eudora; });
     return pairing;
 }
 

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <optional>
-#include <utility>
 #include <vector>
 
 #include "host/engine/plan.h"
@@ -15,9 +14,14 @@ struct Pairing {
     struct Known {
         std::size_t pair;
         std::optional<std::size_t> eudora, folder;  // nothing: gone
+        bool isIntended = false;  // Eudora's contact was written by a run that was cut off
+    };
+    struct Found {
+        std::size_t eudora, folder;
+        bool isIntended = false;
     };
     std::vector<Known> known;
-    std::vector<std::pair<std::size_t, std::size_t>> found;  // Eudora's, the folder's
+    std::vector<Found> found;
     std::vector<std::size_t> onlyEudora, onlyFolder;
 };
 

@@ -29,8 +29,9 @@ struct Step {
     SideAction eudora, folder;
     std::string uid;
     int beyond = 0;
-    std::string name;       // what the report calls it
-    std::string renamedTo;  // the new nickname, when the step is a rename
+    std::optional<std::size_t> needs;  // a step without which this one must not happen
+    std::string name;                  // what the report calls it
+    std::string renamedTo;             // the new nickname, when the step is a rename
 };
 
 // A contact that waits for a person, or that a person should look at.

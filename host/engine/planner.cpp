@@ -32,7 +32,7 @@ class Planner {
   private:
     void PlanKnown(const Pairing::Known& known);
     void PlanMerge(const StoredContact& eudora, const StoredContact& folder,
-                   const RememberedPair* pair);
+                   const RememberedPair* pair, bool isIntended);
     void PlanVanished(const StoredContact* eudora, const StoredContact* folder,
                       const RememberedPair& pair);
     bool Resolve(Merge& merge, const StoredContact& eudora, const StoredContact& folder);
@@ -128,21 +128,16 @@ void Planner::PlanVanished(const StoredContact* eudora, const StoredContact* fol
     inFolder ? AddToEudora(*folder, pair.key) : AddToFolder(*eudora, pair.key);
 }
 
-// Whether a copy of the older one lies on one side already, from a run that was cut off.
+// Whether a marked copy of that content is there already, from a run that was cut off or failed
+// in part.
 bool Planner::AlreadyKept(const Contact& copy) const {
     const auto isCopy = [&](const StoredContact& stored) {
-        const Contact held = m_rules.holdEudora(stored.contact);
-        return SameBeyondNickname(held, copy) &&
-               held[Field::kNickname].find("(older)") != std::string::npos;
+        const std::string& nickname = stored.contact[Field::kNickname];
+        return nickname.find("(older)") != std::string::npos &&
+               SameBeyondNickname(m_rules.holdEudora(stored.contact), copy);
     };
-    const auto among = [&](const std::vector<std::size_t>& indices, const auto& contacts) {
-        return std::any_of(indices.begin(), indices.end(),
-                           [&](std::size_t i) { return isCopy(contacts[i]); });
-    };
-    return among(m_pairing.onlyEudora, m_sides.eudora) ||
-           among(m_pairing.onlyFolder, m_sides.folder) ||
-           std::any_of(m_pairing.found.begin(), m_pairing.found.end(),
-                       [&](const auto& pair) { return isCopy(m_sides.eudora[pair.first]); });
+    return std::any_of(m_sides.eudora.begin(), m_sides.eudora.end(), isCopy) ||
+           std::any_of(m_sides.folder.begin(), m_sides.folder.end(), isCopy);
 }
 
 // Adds a marked copy of the older contact to both sides. False if Eudora refuses it.
@@ -194,18 +189,22 @@ bool Planner::Resolve(Merge& merge, const StoredContact& eudora, const StoredCon
 }
 
 void Planner::PlanMerge(const StoredContact& eudora, const StoredContact& folder,
-                        const RememberedPair* pair) {
+                        const RememberedPair* pair, bool isIntended) {
     if (pair != nullptr && pair->eudora.item.id == eudora.item.id &&
         pair->eudora.item.marker == eudora.item.marker && pair->folder.item.id == folder.item.id &&
         pair->folder.item.marker == folder.item.marker) {
         return;  // neither side changed at all
     }
-    Merge merge = MergeFields(eudora.contact, folder.contact, pair, m_rules);
+    Merge merge = MergeFields(eudora.contact, folder.contact, pair, isIntended, m_rules);
     Step step;
     step.key = pair != nullptr ? pair->key : 0;
     step.name =
         DisplayName(pair != nullptr ? pair->eudora.contact : eudora.contact, eudora.item.id);
+    const std::size_t stepsBefore = m_plan.steps.size();
+    const std::size_t conflictsBefore = m_plan.conflicts.size();
     if (!Resolve(merge, eudora, folder)) return;
+    // The older one is gone once the pair changes: its copy comes first.
+    if (m_plan.steps.size() > stepsBefore) step.needs = stepsBefore;
     step.uid = folder.uid;
     step.beyond = folder.beyond;
     const auto action = [](const StoredContact& stored, const Contact& values, FieldSet fields) {
@@ -214,7 +213,12 @@ void Planner::PlanMerge(const StoredContact& eudora, const StoredContact& folder
     };
     step.eudora = action(eudora, merge.eudora, merge.toEudora);
     step.folder = action(folder, merge.folder, merge.toFolder);
-    if (step.eudora.act == Act::kChange && !FinishEudora(step.eudora, step.name)) return;
+    if (step.eudora.act == Act::kChange && !FinishEudora(step.eudora, step.name)) {
+        // What Eudora refuses stays as it is on both sides, without a copy.
+        m_plan.steps.resize(stepsBefore);
+        m_plan.conflicts.resize(conflictsBefore);
+        return;
+    }
     if (merge.toEudora.Has(Field::kNickname)) {
         std::string& nickname = step.eudora.values[Field::kNickname];
         nickname = FreeNickname(nickname);
@@ -231,7 +235,7 @@ void Planner::PlanKnown(const Pairing::Known& known) {
     const StoredContact* eudora = known.eudora ? &m_sides.eudora[*known.eudora] : nullptr;
     const StoredContact* folder = known.folder ? &m_sides.folder[*known.folder] : nullptr;
     if (eudora != nullptr && folder != nullptr) {
-        PlanMerge(*eudora, *folder, &pair);
+        PlanMerge(*eudora, *folder, &pair, known.isIntended);
     } else {
         PlanVanished(eudora, folder, pair);
     }
@@ -267,8 +271,9 @@ void Planner::CheckLimits() {
 Plan Planner::Make() {
     m_pairing = FindPairs(m_sides, m_remembered, m_rules);
     for (const Pairing::Known& known : m_pairing.known) PlanKnown(known);
-    for (const auto& [eudora, folder] : m_pairing.found) {
-        PlanMerge(m_sides.eudora[eudora], m_sides.folder[folder], nullptr);
+    for (const Pairing::Found& found : m_pairing.found) {
+        PlanMerge(m_sides.eudora[found.eudora], m_sides.folder[found.folder], nullptr,
+                  found.isIntended);
     }
     for (const std::size_t i : m_pairing.onlyEudora) AddToFolder(m_sides.eudora[i], 0);
     for (const std::size_t i : m_pairing.onlyFolder) AddToEudora(m_sides.folder[i], 0);

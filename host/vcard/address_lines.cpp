@@ -64,12 +64,10 @@ std::string AddressLines(std::string_view value) {
     for (const std::string& lines :
          {Lines(components[kBox]), Lines(components[kExtension]), Lines(components[kStreet]),
           PlaceLine(components), Lines(components[kCountry])}) {
-        text += lines + '\n';
+        if (!text.empty() && !lines.empty()) text += '\n';
+        text += lines;
     }
-    std::string result = Canonical(text);
-    // Components without text leave empty lines between the others.
-    for (std::size_t at; (at = result.find("\n\n")) != std::string::npos;) result.erase(at, 1);
-    return result;
+    return text;
 }
 
 std::string ChangeAddress(std::string_view oldValue, std::string_view lines) {

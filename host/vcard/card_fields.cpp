@@ -85,7 +85,7 @@ std::string FieldText(const Property& property, Field field) {
     if (field == Field::kNickname) return UnescapeText(SplitEscaped(value, ',')[0]);
     if (field == Field::kAddress) {
         const Parameter* label = property.Find("LABEL");
-        return label != nullptr ? label->values[0] : AddressLines(value);
+        return label != nullptr ? UnescapeText(label->values[0]) : AddressLines(value);
     }
     constexpr std::string_view kPhoneScheme = "tel:", kMailScheme = "mailto:";
     if (property.Find("VALUE") != nullptr) {
@@ -144,6 +144,13 @@ Property NewProperty(Field field) {
     return property;
 }
 
+// A LABEL knows the escapes of a text, but needs only this one.
+std::string EscapeBackslashes(const std::string& text) {
+    std::string escaped;
+    for (const char byte : text) escaped.append(byte == '\\' ? 2 : 1, byte);
+    return escaped;
+}
+
 // The value of a field's property for a new text, in place of `old`.
 std::string NewValue(const Property& old, Field field, const std::string& text) {
     if (field == Field::kAddress) return ChangeAddress(PlainValue(old), text);
@@ -188,7 +195,7 @@ void SetField(Card& card, Field field, const std::string& text) {
     }
     if (property.Find("LABEL") != nullptr) {
         property.RemoveParameter("LABEL");
-        property.parameters.push_back({"LABEL", {text}});
+        property.parameters.push_back({"LABEL", {EscapeBackslashes(text)}});
     }
     if (index) {
         card.Rewrite(*index, std::move(property));

@@ -85,8 +85,7 @@ std::string DecodeParameter(std::string_view text) {
     std::string decoded;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const char next = i + 1 < text.size() ? text[i + 1] : '\0';
-        const bool isEscape = (text[i] == '^' && (next == 'n' || next == '^' || next == '\'')) ||
-                              (text[i] == '\\' && (next == 'n' || next == 'N'));
+        const bool isEscape = text[i] == '^' && (next == 'n' || next == '^' || next == '\'');
         if (isEscape) {
             decoded += next == '^' ? '^' : next == '\'' ? '"' : '\n';
             ++i;

@@ -1,0 +1,88 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "host/backup/backups.h"
+#include "platform/testing/faulty_files.h"
+#include "platform/testing/fixed_clock.h"
+#include "platform/testing/memory_files.h"
+
+namespace host {
+namespace {
+
+using platform::testing::Fault;
+
+constexpr const char* kBook = "C:\\eudora\\nndbase.txt";
+constexpr const char* kToc = "C:\\eudora\\NNDBASE.TOC";
+
+struct Machine {
+    platform::testing::MemoryFiles disk;
+    platform::testing::FaultyFiles files{disk};
+    platform::testing::FixedClock clock;
+    Backups backups{files, "C:\\state\\backups", clock};
+
+    Machine() {
+        disk.Put(kBook, "alias old a");
+        disk.Put(kToc, "toc");
+    }
+};
+
+TEST(Backups, PutsEverythingBackAndKeepsWhatWasThere) {
+    Machine machine;
+    const auto made = *machine.backups.MakeOf(kBook, "test");
+    EXPECT_EQ(made.id, "19700101-000000");
+    machine.disk.Put(kBook, "alias new b");
+    ASSERT_TRUE(machine.disk.Delete(kToc));
+    const auto present = *machine.backups.Restore(made.id);
+    EXPECT_EQ(present.id, "19700101-000000-2");
+    EXPECT_EQ(*machine.disk.Get(kBook), "alias old a");
+    EXPECT_EQ(*machine.disk.Get(kToc), "toc");
+    ASSERT_TRUE(machine.backups.Restore(present.id));
+    EXPECT_EQ(*machine.disk.Get(kBook), "alias new b");
+    EXPECT_FALSE(machine.disk.Get(kToc));
+    EXPECT_EQ((*machine.backups.List()).size(), 3u);
+    for (const char* id : {"none", "", "..", "..\\backups\\19700101-000000"}) {
+        const auto restored = machine.backups.Restore(id);
+        ASSERT_FALSE(restored) << id;
+        EXPECT_EQ(restored.Error().code, platform::ErrorCode::kRefused);
+    }
+}
+
+TEST(Backups, AFaultNeverListsAHalfBackupNorTearsAFile) {
+    for (const Fault fault : {Fault::kFail, Fault::kTornWrite, Fault::kKill}) {
+        bool fired = true;
+        for (int n = 1; fired; ++n) {
+            SCOPED_TRACE("operation " + std::to_string(n));
+            Machine machine;
+            machine.files.Arm(fault, n);
+            const bool isMade = machine.backups.MakeOf(kBook, "test").HasValue();
+            fired = machine.files.Fired();
+            machine.files.Disarm();
+            const auto listed = *machine.backups.List();
+            EXPECT_TRUE(!isMade || listed.size() == 1);
+            for (const Backup& backup : listed) {
+                const std::string folder = "C:\\state\\backups\\" + backup.id + "\\";
+                EXPECT_EQ(*machine.disk.Get(folder + "nndbase.txt"), "alias old a");
+                EXPECT_EQ(*machine.disk.Get(folder + "NNDBASE.TOC"), "toc");
+            }
+            EXPECT_EQ(machine.disk.OpenCount(), 0);
+            EXPECT_TRUE(machine.backups.MakeOf(kBook, "again"));
+        }
+        for (int n = 1; n == 1 || fired; ++n) {
+            SCOPED_TRACE("restore, operation " + std::to_string(n));
+            Machine machine;
+            const std::string id = (*machine.backups.MakeOf(kBook, "test")).id;
+            machine.disk.Put(kBook, "alias new b");
+            machine.files.Arm(fault, n);
+            const bool isRestored = machine.backups.Restore(id).HasValue();
+            fired = machine.files.Fired();
+            machine.files.Disarm();
+            const std::string now = machine.disk.Get(kBook).value_or("gone");
+            EXPECT_TRUE(now == "alias old a" || (!isRestored && now == "alias new b")) << now;
+            ASSERT_TRUE(machine.backups.Restore(id));
+            EXPECT_EQ(*machine.disk.Get(kBook), "alias old a");
+        }
+    }
+}
+
+}  // namespace
+}  // namespace host

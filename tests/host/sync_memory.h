@@ -1,0 +1,204 @@
+#pragma once
+
+#include <map>
+#include <stdexcept>
+#include <string>
+
+#include "host/contacts/contact_store.h"
+#include "host/contacts/eudora_limits.h"
+#include "host/engine/execute.h"
+#include "host/engine/load_sides.h"
+#include "host/state/pair_memory.h"
+#include "platform/testing/fixed_clock.h"
+
+namespace host::testing {
+
+// The run dies here: nothing after it happens, not even an error path.
+struct Killed {};
+
+// Counts every step that leaves a trace and kills or fails the n-th.
+struct Mishap {
+    int killAt = 0, failAt = 0, count = 0;
+
+    void Arm(int kill, int fail) { killAt = kill, failAt = fail, count = 0; }
+    bool Fired() const {
+        return (killAt != 0 && count >= killAt) || (failAt != 0 && count >= failAt);
+    }
+    platform::Status Next() {
+        ++count;
+        if (count == killAt) throw Killed{};
+        if (count == failAt) return platform::Failure{platform::ErrorCode::kIo, "injected"};
+        return {};
+    }
+};
+
+// Contacts in memory. `collects` makes it one that changes only at Commit, with nicknames as ids
+// and the limits of Eudora's file (code page 1252); else it is like a folder.
+class MemoryContacts : public ContactStore {
+  public:
+    struct Entry {
+        Contact contact;
+        int version = 0;
+        int beyond = 0;
+        std::string uid;
+        bool operator==(const Entry&) const = default;
+    };
+    using Entries = std::map<std::string, Entry>;
+
+    MemoryContacts(bool collects, Mishap& mishap) : m_collects(collects), m_mishap(mishap) {}
+
+    Entries entries;
+    int writes = 0;
+    std::chrono::system_clock::time_point changedAt{};
+
+    // A change by a person.
+    void Put(const std::string& id, const Contact& contact) {
+        Entry& entry = entries[id];
+        entry.contact = contact;
+        entry.version = ++m_versions;
+    }
+    // After a kill: what was collected is gone.
+    void Restart() { m_collected = entries; }
+
+    platform::Result<std::vector<StoreItem>> List() override {
+        Restart();
+        std::vector<StoreItem> items;
+        for (const auto& [id, entry] : entries) items.push_back(ItemOf(id, entry));
+        return items;
+    }
+    platform::Result<StoredContact> Read(const std::string& id) override {
+        const auto found = entries.find(id);
+        if (found == entries.end()) return platform::Failure{platform::ErrorCode::kNotFound, id};
+        const Entry& entry = found->second;
+        return StoredContact{ItemOf(id, entry), entry.contact, entry.uid, entry.beyond, true};
+    }
+    std::optional<std::chrono::system_clock::time_point> ChangedAt(const std::string&) override {
+        return changedAt;
+    }
+    Contact Hold(const Contact& contact) const override {
+        return m_collects ? HoldInEudora(contact, 1252) : contact;
+    }
+    std::optional<std::string> Refusal(const Contact& values, FieldSet which) override {
+        const bool isBad = m_collects && which.Has(Field::kName) && values[Field::kName] == "...";
+        return isBad ? std::optional<std::string>("the name is no name") : std::nullopt;
+    }
+    platform::Result<std::string> Add(const Contact& values, const std::string& like) override {
+        const std::string id =
+            m_collects ? values[Field::kNickname] : "card" + std::to_string(++m_ids);
+        Entry entry{values, 0, 0, m_collects ? "" : "uid" + std::to_string(m_ids)};
+        if (!like.empty()) entry.beyond = entries.at(like).beyond;
+        return Write([&](Entries& target) {
+            if (!target.emplace(id, Versioned(entry)).second) throw std::logic_error("id taken");
+            return id;
+        });
+    }
+    platform::Result<std::string> Change(const StoreItem& known, const Contact& values,
+                                         FieldSet which) override {
+        return Write([&](Entries& target) {
+            auto node = target.extract(known.id);
+            if (node.empty()) throw std::logic_error("unknown id");
+            for (Field field : kAllFields) {
+                if (which.Has(field)) node.mapped().contact[field] = values[field];
+            }
+            node.mapped().version = ++m_versions;
+            if (m_collects && which.Has(Field::kNickname)) node.key() = values[Field::kNickname];
+            const std::string id = node.key();
+            if (!target.insert(std::move(node)).inserted) throw std::logic_error("id taken");
+            return id;
+        });
+    }
+    platform::Status Remove(const StoreItem& known) override {
+        auto done = Write([&](Entries& target) {
+            target.erase(known.id);
+            return known.id;
+        });
+        return done ? platform::Status{} : done.Error();
+    }
+    platform::Status Commit() override {
+        if (!m_collects) return {};
+        if (auto status = m_mishap.Next(); !status) return status;
+        entries = m_collected;
+        ++writes;
+        return m_mishap.Next();
+    }
+
+  private:
+    template <class Change>
+    platform::Result<std::string> Write(const Change& change) {
+        if (m_collects) return change(m_collected);
+        if (auto status = m_mishap.Next(); !status) return status.Error();
+        ++writes;
+        const std::string id = change(entries);
+        if (m_mishap.count + 1 == m_mishap.killAt) (void)m_mishap.Next();
+        return id;
+    }
+    Entry Versioned(Entry entry) {
+        entry.version = ++m_versions;
+        return entry;
+    }
+    static StoreItem ItemOf(const std::string& id, const Entry& entry) {
+        return {id, std::to_string(entry.version)};
+    }
+
+    bool m_collects;
+    Mishap& m_mishap;
+    Entries m_collected;
+    int m_versions = 0, m_ids = 0;
+};
+
+class MemoryPairs : public PairMemory {
+  public:
+    explicit MemoryPairs(Mishap& mishap) : m_mishap(mishap) {}
+
+    Remembered content;
+    int writes = 0;
+
+    platform::Result<Remembered> Load() override { return content; }
+    platform::Status Save(const MemoryChange& change) override {
+        if (auto status = m_mishap.Next(); !status) return status;
+        ++writes;
+        for (RememberedPair pair : change.put) {
+            std::erase_if(content.pairs, [&](const auto& old) { return old.key == pair.key; });
+            if (pair.key == 0) pair.key = ++m_keys;
+            content.pairs.push_back(std::move(pair));
+        }
+        for (const std::int64_t key : change.forget) {
+            std::erase_if(content.pairs, [&](const auto& old) { return old.key == key; });
+        }
+        if (change.intents) content.intents = *change.intents;
+        return m_mishap.Next();
+    }
+
+  private:
+    Mishap& m_mishap;
+    std::int64_t m_keys = 0;
+};
+
+// Two sides, a memory, and the runs between them.
+struct World {
+    Mishap mishap;
+    MemoryContacts eudora{true, mishap}, folder{false, mishap};
+    MemoryPairs memory{mishap};
+    platform::testing::FixedClock clock;
+    PlanOptions options;
+
+    World() { options.maxDelete = DeleteLimit{100, true}; }
+
+    Plan MakeRunPlan() {
+        Progress progress(clock, nullptr);
+        auto sides = LoadSides(eudora, folder, memory.content, progress);
+        return MakePlan(*sides, memory.content, RulesOf(eudora, folder, 1252), options);
+    }
+    Plan Sync(Outcome* outcome = nullptr) {
+        Plan plan = MakeRunPlan();
+        if (plan.stop || plan.IsEmpty()) return plan;
+        Progress progress(clock, nullptr);
+        const Outcome done = Execute(
+            plan, eudora, folder, memory, [&] { return mishap.Next(); }, progress);
+        if (outcome != nullptr) *outcome = done;
+        return plan;
+    }
+    int Writes() const { return eudora.writes + folder.writes + memory.writes; }
+};
+
+}  // namespace host::testing

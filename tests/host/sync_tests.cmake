@@ -1,0 +1,7 @@
+kv_test(vcard_test SOURCES vcard_card_test.cpp vcard_fields_test.cpp DEPENDS host_vcard)
+kv_test(sync_engine_test
+    SOURCES sync_engine_test.cpp sync_walk_test.cpp
+    DEPENDS host_engine platform_testing)
+kv_test(sync_store_test
+    SOURCES sync_backup_test.cpp sync_state_test.cpp sync_vdir_test.cpp
+    DEPENDS host_engine platform_testing)

@@ -1,0 +1,206 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "host/vcard/card.h"
+#include "host/vcard/card_fields.h"
+#include "host/vcard/card_text.h"
+
+namespace host {
+namespace {
+
+constexpr const char* kHead = "BEGIN:VCARD\r\nVERSION:4.0\r\n";
+constexpr const char* kTail = "END:VCARD\r\n";
+
+TEST(Card, SaysWhereDamageIsAndKeepsWhatItHad) {
+    struct Case {
+        std::string bytes;
+        std::size_t line;
+        const char* what;
+    };
+    const std::string head = kHead, tail = kTail, whole = head + "FN:x\r\n" + tail;
+    const Case cases[] = {
+        {"", 0, "no BEGIN"},
+        {"\r\n\r\n", 2, "no BEGIN"},
+        {"FN:x\r\n", 1, "no BEGIN"},
+        {"BEGIN:VCALENDAR\r\n", 1, "no BEGIN"},
+        {head, 2, "no END"},
+        {head + "FN:x\r\nEND:VCAR", 4, "no END"},
+        {head + "FN x\r\n" + tail, 3, "no colon"},
+        {head + "NOTE:a\r\n b\r\n\r\nTEL\r\n" + tail, 6, "no colon"},
+        {head + "X;P=\"a:b\r\n" + tail, 3, "no colon"},
+        {head + ":x\r\n" + tail, 3, "no property name"},
+        {head + "F N:x\r\n" + tail, 3, "no property name"},
+        {head + "g.:x\r\n" + tail, 3, "no property name"},
+        {head + "FN:" + std::string(1, '\0') + "\r\n" + tail, 3, "zero byte"},
+        {whole + whole, 5, "a second vCard"},
+        {whole + "FN:y\r\n", 5, "behind END"},
+        {head + whole + tail, 3, "inside"},
+        {"BEGIN:VCARD\r\nFN:x\r\n" + tail, 3, "no VERSION"},
+        {"BEGIN:VCARD\r\nVERSION:2.1\r\n" + tail, 3, "version 2.1"},
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.bytes);
+        Card card;
+        ASSERT_FALSE(card.Parse(whole));
+        const auto error = card.Parse(test.bytes);
+        ASSERT_TRUE(error);
+        EXPECT_EQ(error->line, test.line);
+        EXPECT_THAT(error->what, ::testing::HasSubstr(test.what));
+        EXPECT_EQ(card.Serialise(), whole);
+    }
+}
+
+// Random cards with everything that other programs write, in their spelling.
+class Generator {
+  public:
+    explicit Generator(unsigned seed) : m_random(seed), m_lineEnd(Pick(2) ? "\r\n" : "\n") {}
+
+    std::string Card() {
+        std::string bytes = Pick(4) == 0 ? "\xEF\xBB\xBF" : "";
+        bytes += "BEGIN:VCARD" + m_lineEnd + "VERSION:" + (Pick(2) ? "3.0" : "4.0") + m_lineEnd;
+        for (int count = Pick(14); count > 0; --count) bytes += Property();
+        return bytes + "END:VCARD" + (Pick(5) ? m_lineEnd : "");
+    }
+    Contact Values() {
+        Contact contact;
+        for (Field field : kAllFields) {
+            contact[field] = Pick(4) == 0 ? "" : Canonical(Text(HoldsLines(field)));
+        }
+        return contact;
+    }
+    FieldSet Fields() {
+        FieldSet set;
+        for (Field field : kAllFields) {
+            if (Pick(2)) set.Add(field);
+        }
+        return set;
+    }
+    int Pick(int count) { return static_cast<int>(m_random() % static_cast<unsigned>(count)); }
+
+  private:
+    std::string Text(bool mayHaveLines) {
+        const std::vector<std::string> pieces = {"a",
+                                                 "B ",
+                                                 ",",
+                                                 ";",
+                                                 "\\",
+                                                 ":",
+                                                 "\"",
+                                                 "\xC3\xBC",
+                                                 "\xE5\xB1\xB1",
+                                                 "=3D",
+                                                 "^",
+                                                 "n",
+                                                 "x@y",
+                                                 mayHaveLines ? "\n" : "-",
+                                                 "long word here "};
+        std::string text;
+        for (int count = Pick(30); count > 0; --count) {
+            text += pieces[static_cast<std::size_t>(Pick(static_cast<int>(pieces.size())))];
+        }
+        return text;
+    }
+    std::string Property() {
+        static const std::vector<std::string> kHeads = {"N",
+                                                        "FN",
+                                                        "NICKNAME",
+                                                        "item1.TEL;TYPE=home,voice",
+                                                        "tel;fax;work",
+                                                        "TEL;TYPE=\"a:b;c\"",
+                                                        "EMAIL;PREF=1",
+                                                        "item2.EMAIL",
+                                                        "ADR;TYPE=home;LABEL=\"x^ny\"",
+                                                        "ADR",
+                                                        "NOTE",
+                                                        "note;language=de",
+                                                        "PHOTO;ENCODING=b;TYPE=JPEG",
+                                                        "X-ABLabel",
+                                                        "item1.X-ABLABEL",
+                                                        "ORG",
+                                                        "BDAY",
+                                                        "REV",
+                                                        "UID",
+                                                        "X-EVOLUTION-FILE-AS",
+                                                        "CATEGORIES",
+                                                        "GEO"};
+        std::string line = kHeads[static_cast<std::size_t>(Pick(static_cast<int>(kHeads.size())))] +
+                           ':' + EscapeText(Text(true));
+        // Folded where another program might, even inside a character.
+        for (std::size_t at = 20; Pick(2) && at < line.size(); at += 20) {
+            line.insert(at, m_lineEnd + (Pick(2) ? " " : "\t"));
+        }
+        return line + m_lineEnd + (Pick(12) ? "" : m_lineEnd);
+    }
+
+    std::mt19937 m_random;
+    std::string m_lineEnd;
+};
+
+std::vector<std::string> RawLines(const Card& card) {
+    std::vector<std::string> lines;
+    for (const Property& property : card.Properties()) lines.push_back(property.raw);
+    return lines;
+}
+
+bool IsOneOfOurs(const Property& property) {
+    for (const auto* name : {"N", "FN", "NICKNAME", "TEL", "EMAIL", "ADR", "NOTE", "REV"}) {
+        if (property.name == name) return true;
+    }
+    return false;
+}
+
+TEST(Card, AnEditKeepsEveryByteOfTheRest) {
+    for (unsigned seed = 1; seed <= 3000; ++seed) {
+        Generator generator(seed);
+        const std::string bytes = generator.Card();
+        SCOPED_TRACE("seed " + std::to_string(seed) + "\n" + bytes);
+        Card card;
+        ASSERT_FALSE(card.Parse(bytes));
+        ASSERT_EQ(card.Serialise(), bytes);
+        const Contact before = ReadFields(card).contact, values = generator.Values();
+        const FieldSet which = generator.Fields();
+        std::vector<std::string> others, othersAfter;
+        for (const Property& property : card.Properties()) {
+            if (!IsOneOfOurs(property)) others.push_back(property.raw);
+        }
+        WriteFields(card, values, which, std::chrono::system_clock::from_time_t(0));
+
+        Card again;
+        ASSERT_FALSE(again.Parse(card.Serialise())) << card.Serialise();
+        EXPECT_EQ(RawLines(again), RawLines(card));
+        for (const Property& property : again.Properties()) {
+            if (!IsOneOfOurs(property)) othersAfter.push_back(property.raw);
+        }
+        EXPECT_EQ(othersAfter, others);
+        const Contact after = ReadFields(again).contact;
+        for (Field field : kAllFields) {
+            // What is taken away may show the next of its kind; a nameless card shows a name.
+            if (which.Has(field) && !values[field].empty()) {
+                EXPECT_EQ(after[field], values[field]) << FieldName(field);
+            } else if (!which.Has(field) && field != Field::kName) {
+                EXPECT_EQ(after[field], before[field]) << FieldName(field);
+            }
+        }
+        if (HasFailure()) break;
+    }
+}
+
+TEST(Card, FoldsWithoutCuttingACharacter) {
+    Card card = Card::Create("urn:uuid:1");
+    Contact contact;
+    for (int i = 0; i < 100; ++i) contact[Field::kNote] += "\xE5\xB1\xB1";
+    WriteFields(card, contact, FieldSet::All(), {});
+    std::size_t start = 0;
+    const std::string bytes = card.Serialise();
+    for (std::size_t end; (end = bytes.find("\r\n", start)) != std::string::npos; start = end + 2) {
+        const std::string line = bytes.substr(start, end - start);
+        EXPECT_LE(line.size(), 75u);
+        EXPECT_EQ(Canonical(line), line[0] == ' ' ? line.substr(1) : line);
+    }
+    EXPECT_EQ(ReadFields(card).contact[Field::kNote], contact[Field::kNote]);
+}
+
+}  // namespace
+}  // namespace host
