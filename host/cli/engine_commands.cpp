@@ -72,6 +72,32 @@ platform::Result<EudoraPlace> EudoraOf(Workplace& place, bool forWriting) {
     return eudora;
 }
 
+// Eudora's lock file lies in the folder of nndbase.txt, above that of the other nickname files.
+platform::Status RefuseLocked(const std::string& nicknameFile) {
+    const auto folder = ToPath(nicknameFile).parent_path();
+    for (const auto& place : {folder, folder.parent_path()}) {
+        const auto locks = platform::NativeFiles().List(FromPath(place), "owner.lok");
+        if (locks && !locks->empty()) {
+            return Refused("Eudora is running in " + FromPath(place) +
+                           " (its OWNER.LOK is there): close it and try again");
+        }
+    }
+    return {};
+}
+
+// The files of a backup must not be in the hands of a running Eudora, whichever it is.
+platform::Status RefuseLockedBackup(const CommandPlace& place, const std::string& id) {
+    const auto known = nlohmann::json::parse(RunBackups(place).json, nullptr, false);
+    if (!known.is_object()) return {};
+    for (const auto& backup : known.value("backups", nlohmann::json::array())) {
+        if (backup.value("id", "") != id) continue;
+        for (const auto& file : backup.value("files", nlohmann::json::array())) {
+            if (auto free = RefuseLocked(file.get<std::string>()); !free) return free;
+        }
+    }
+    return {};
+}
+
 platform::Status FillSync(const Options& options, SyncOptions& sync) {
     if (!options.contacts) {
         return Refused(
@@ -152,14 +178,16 @@ ExitCode ListBackups(const Options& options) {
 
 ExitCode Restore(const Options& options, const std::string& id) {
     ProgressLine progress(false);
-    // Where the Eudora of the backup is known it must not run.
-    if (options.setup.eudora || options.setup.winePrefix) {
-        const auto setup = Prepare(options.setup);
-        if (!setup) return Fail(setup.Error());
+    // Where an Eudora is known it must not run; a backup can be put back without one.
+    const auto setup = Prepare(options.setup);
+    const bool isNamed = options.setup.eudora || options.setup.winePrefix;
+    if (!setup && isNamed) return Fail(setup.Error());
+    if (setup) {
         if (auto stopped = RefuseRunningEudora(*setup); !stopped) return Fail(stopped.Error());
     }
     auto command = PlaceOf(options, progress);
     if (!command) return Fail(command.Error());
+    if (auto free = RefuseLockedBackup(*command, id); !free) return Fail(free.Error());
     return Say(RunRestore(*command, {id}), options);
 }
 

@@ -69,6 +69,7 @@ class FileForm {
         newtFormAddComponents(m_form, m_entry, m_list,
                               newtButton(kWidth / 2 - 14, kListHeight + 4, "OK"), m_cancel,
                               nullptr);
+        newtFormAddHotKey(m_form, NEWT_KEY_ESCAPE);
     }
     ~FileForm() {
         newtFormDestroy(m_form);

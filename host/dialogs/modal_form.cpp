@@ -27,6 +27,7 @@ int ModalForm::Run() {
                        static_cast<unsigned>(m_dialog.height / kUnitsDown + 1), m_title.c_str());
     newtComponent form = newtForm(nullptr, nullptr, 0);
     Build(form);
+    newtFormAddHotKey(form, NEWT_KEY_ESCAPE);
     while (!m_ended) {
         newtExitStruct reason{};
         newtFormRun(form, &reason);

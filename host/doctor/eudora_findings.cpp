@@ -15,7 +15,7 @@ Finding FolderFinding(const Setup& setup) {
         return {Health::kFault, "Eudora's folder", setup.eudoraShown + " does not exist",
                 "name another with --eudora DIR"};
     }
-    if (info->isReadOnly) {
+    if (info->isReadOnly && !UsesWindowsPaths()) {
         return {Health::kFault, "Eudora's folder", setup.eudoraShown + " cannot be written",
                 "give yourself write permission there (chmod u+w); reading works"};
     }

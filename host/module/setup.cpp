@@ -8,6 +8,7 @@
 #include "host/module/exit_code.h"
 #include "host/module/native_path.h"
 #include "host/module/windows_path.h"
+#include "platform/os/path.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
 
@@ -99,7 +100,11 @@ platform::Status FindFolder(const SetupOptions& options, Setup& setup) {
                                            : setup.eudoraShown + ": install it there, or name its "
                                                                  "folder with --eudora DIR"));
     }
-    while (folder->size() > 3 && folder->back() == '\\') folder->pop_back();
+    // A backslash that is the second half of a character closes nothing.
+    const unsigned codePage = system.processes.CodePage();
+    while (folder->size() > 3 && platform::LastSeparator(*folder, codePage) == folder->size() - 1) {
+        folder->pop_back();
+    }
     setup.eudoraFolder = *folder;
     if (UsesWindowsPaths()) {
         setup.eudoraShown = options.eudora ? *options.eudora : ToUtf8(*folder);

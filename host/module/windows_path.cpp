@@ -6,6 +6,7 @@
 #include "host/module/exit_code.h"
 #include "host/module/native_path.h"
 #include "host/module/setup.h"
+#include "platform/os/path.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
 
@@ -143,6 +144,13 @@ platform::Status CheckNicknameFile(const std::string& windowsPath, bool forWriti
     if (forWriting && info->isReadOnly) {
         return Refused("the nickname file " + shown +
                        " is read-only: give yourself write permission (chmod u+w)");
+    }
+    const auto folder = files.Stat(windowsPath.substr(
+        0, platform::LastSeparator(windowsPath, platform::NativeSystem().processes.CodePage())));
+    // On Windows the mark means nothing on a folder.
+    if (forWriting && !UsesWindowsPaths() && folder && folder->isReadOnly) {
+        return Refused("the folder of the nickname file " + shown +
+                       " cannot be written: give yourself write permission there (chmod u+w)");
     }
     auto opened = files.Open(windowsPath, platform::OpenMode::kRead, platform::Share::kReadWrite);
     if (!opened) {

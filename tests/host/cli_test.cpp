@@ -130,6 +130,19 @@ TEST(Cli, ReadingChangesNothingInTheFolder) {
     EXPECT_THAT(bench.Tree("C"), IsEmpty());
 }
 
+// The example of the documentation sees what kvsync sees.
+TEST(Cli, ExampleHostWalksTheSameContacts) {
+    const Bench bench;
+    std::filesystem::remove_all(bench.Path("E/NickName"));
+    const Outcome list = bench.Kvsync({"list", "contacts", "--json", "--eudora", "@E"});
+    const auto contacts = nlohmann::json::parse(list.out, nullptr, false);
+    ASSERT_GT(contacts.size(), 20u) << list.err;
+    const Outcome example = bench.OnPrefix(KV_EXAMPLE, {KV_LIBRARY});
+    EXPECT_EQ(example.code, 0) << example.out;
+    EXPECT_EQ(static_cast<std::size_t>(std::ranges::count(example.out, '\n')), contacts.size());
+    EXPECT_THAT(example.out, HasSubstr("ann <ann.harper@example.org>\n"));
+}
+
 // A dry run leaves no trace, not even of the prefix that it had to make.
 TEST(Cli, DryRunWritesNothingAnywhere) {
     const Bench bench;
@@ -167,6 +180,29 @@ TEST(Cli, ChoicesAreRemembered) {
     EXPECT_GT(nicknames({"--nickname-file", "@E/nndbase.txt"}).size(), 20u);
     std::filesystem::remove(bench.Path("E/NickName/Few.txt"));
     EXPECT_GT(nicknames({}).size(), 20u);
+}
+
+// A backup finds its way back by itself, but never under a running Eudora.
+TEST(Cli, RestorePutsTheFileBackUnlessEudoraRuns) {
+    const Bench bench;
+    const std::string before = bench.Read("E/nndbase.txt");
+    ASSERT_EQ(bench.Kvsync({"sync", "--eudora", "@E", "--contacts", "@C"}).code, 4);
+    bench.Write("C/new.vcf",
+                "BEGIN:VCARD\r\nVERSION:4.0\r\nUID:u1\r\nFN:New One\r\nNICKNAME:new1\r\n"
+                "EMAIL:new@example.org\r\nEND:VCARD\r\n");
+    ASSERT_EQ(bench.Kvsync({"sync", "--eudora", "@E", "--contacts", "@C"}).code, 4);
+    const std::string after = bench.Read("E/nndbase.txt");
+    ASSERT_THAT(after, HasSubstr("new@example.org"));
+    const Outcome listed = bench.Kvsync({"backups", "--json"});
+    const auto backups = nlohmann::json::parse(listed.out, nullptr, false)["backups"];
+    ASSERT_FALSE(backups.empty()) << listed.out;
+    const std::string id = backups.back()["id"];
+    bench.Write("E/OWNER.LOK", "");
+    EXPECT_EQ(bench.Kvsync({"restore", id}).code, 3);
+    EXPECT_EQ(bench.Read("E/nndbase.txt"), after);
+    std::filesystem::remove(bench.Path("E/OWNER.LOK"));
+    EXPECT_EQ(bench.Kvsync({"restore", id}).code, 4);
+    EXPECT_EQ(bench.Read("E/nndbase.txt"), before);
 }
 
 // A Wine prefix with Eudora in it needs no private one.

@@ -43,12 +43,25 @@ Bench::~Bench() {
 }
 
 Outcome Bench::Kvsync(std::vector<std::string> arguments, const std::string& input) const {
+    return Run(KV_PROGRAM, std::move(arguments), Path("no-prefix"), input);
+}
+
+Outcome Bench::OnPrefix(const std::string& program, std::vector<std::string> arguments) const {
+    std::string prefix;
+    for (const auto& entry : fs::directory_iterator(m_folder / "state/kvsync/prefixes")) {
+        prefix = entry.path().string();
+    }
+    return Run(program, std::move(arguments), prefix, {});
+}
+
+Outcome Bench::Run(const std::string& program, std::vector<std::string> arguments,
+                   const std::string& prefix, const std::string& input) const {
     Write("input", input);
     (void)platform::SetEnvironment("XDG_STATE_HOME", Path("state"));
     (void)platform::SetEnvironment("XDG_CONFIG_HOME", Path("config"));
     (void)platform::SetEnvironment("HOME", Path("home"));
-    (void)platform::SetEnvironment("WINEPREFIX", Path("no-prefix"));
-    std::string command = Quoted(KV_PROGRAM);
+    (void)platform::SetEnvironment("WINEPREFIX", prefix);
+    std::string command = Quoted(program);
     for (std::string& argument : arguments) {
         if (!argument.empty() && argument[0] == '@') argument = Path(argument.substr(1));
         command += " " + Quoted(argument);

@@ -26,6 +26,8 @@ class Bench {
     // Runs the built kvsync, whose own files lie in "state". "@" at the beginning of an argument
     // stands for this folder.
     Outcome Kvsync(std::vector<std::string> arguments, const std::string& input = {}) const;
+    // Runs another program of the build with the prefix that kvsync made for E.
+    Outcome OnPrefix(const std::string& program, std::vector<std::string> arguments) const;
     // What `kvsync shell KIND --eudora E` answers to the lines.
     std::vector<nlohmann::json> Shell(const std::string& kind, const std::string& script) const;
     void Write(const std::string& name, const std::string& content) const;
@@ -34,6 +36,9 @@ class Bench {
     std::map<std::string, std::string> Tree(const std::string& name) const;
 
   private:
+    Outcome Run(const std::string& program, std::vector<std::string> arguments,
+                const std::string& prefix, const std::string& input) const;
+
     std::filesystem::path m_folder;
 };
 
