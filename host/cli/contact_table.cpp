@@ -40,9 +40,14 @@ std::string Printable(std::string text) {
     return text;
 }
 
+// In columns of the terminal: the characters from U+3000 to U+DFFF, East Asian ones, take two.
 std::size_t Width(const std::string& text) {
-    return static_cast<std::size_t>(std::ranges::count_if(
-        text, [](char letter) { return (static_cast<unsigned char>(letter) & 0xC0) != 0x80; }));
+    std::size_t width = 0;
+    for (const char letter : text) {
+        const auto byte = static_cast<unsigned char>(letter);
+        if ((byte & 0xC0) != 0x80) width += byte >= 0xE3 && byte <= 0xED ? 2 : 1;
+    }
+    return width;
 }
 
 std::string Padded(std::string text, std::size_t width) {

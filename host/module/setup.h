@@ -15,7 +15,7 @@ struct SetupOptions {
     std::optional<std::string> winePrefix;    // else a Wine prefix; else WINEPREFIX, else ~/.wine
     std::optional<std::string> nicknameFile;  // native, or a Windows path
     std::optional<std::string> settings;      // folder of the translators' settings files
-    std::string language;       // of the texts; a code such as EN
+    std::string language;                     // of the texts; a code such as EN
     unsigned codePage = 1252;    // of a bare folder; a prefix and Windows have their own
     bool writesNothing = false;  // a dry run: what has to be made is made in the temporary folder
 };

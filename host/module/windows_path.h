@@ -17,7 +17,8 @@ struct SetupOptions;
 std::optional<std::string> ToWindowsPath(const std::string& nativePath);
 
 // The native path (UTF-8, without links) that a Windows path leads to; names are matched without
-// regard to case, and one that does not exist is taken as it is spelt. Nothing without such a drive.
+// regard to case, and one that does not exist is taken as it is spelt. Nothing without such a
+// drive.
 std::optional<std::string> ToNativePath(const std::string& windowsPath);
 
 // Which nickname file to work on, as a Windows path: the one that the options name, else the one
