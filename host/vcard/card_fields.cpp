@@ -206,8 +206,9 @@ void SetField(Card& card, Field field, const std::string& text) {
 
 void SetName(Card& card, const Contact& values) {
     const std::string& name = values[Field::kName];
+    const bool isNew = !FindName(card, "FN");
     SetField(card, Field::kName, name.empty() ? DisplayName(values, "?") : name);
-    if (card.IsVersion4() && !name.empty() && !FindName(card, "N")) return;
+    if (card.IsVersion4() && !isNew && !name.empty() && !FindName(card, "N")) return;
     SetProperty(card, "N", name.empty() ? ";;;;" : ComponentsFromName(name));
 }
 
