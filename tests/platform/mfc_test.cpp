@@ -49,8 +49,8 @@ TEST(ArchiveTest, TextLengthsHaveTheirThreeForms) {
 
 TEST(ArchiveTest, AHugeLengthIsNoReasonToAllocate) {
     for (const std::string& bytes : {std::string("\xFF\xFF\xFF\xFF\xFF\xFF\xFF"
-                                                "abc"),
-                                    std::string("\xFF\xFE\xFF\x01z", 5)}) {
+                                                 "abc"),
+                                     std::string("\xFF\xFE\xFF\x01z", 5)}) {
         CString text;
         CArchive archive{std::string_view(bytes)};
         EXPECT_THROW(archive.Text(text), ArchiveError);
