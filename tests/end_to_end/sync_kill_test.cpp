@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <chrono>
 
 #include <cstdlib>
 #include <filesystem>
@@ -134,8 +135,12 @@ TEST_F(SyncProgram, BadInputIsOneLineAndChangesNothing) {
 // Edits on both sides, a run killed after a random time, a whole run: every contact is there on
 // both sides, once.
 TEST_F(SyncProgram, AKillLosesAndDoublesNothing) {
+    // The kills fall into the time that a whole run takes on this machine.
+    const auto begin = std::chrono::steady_clock::now();
     ASSERT_EQ(Sync(), 4) << Errors();
+    const std::chrono::duration<double> whole = std::chrono::steady_clock::now() - begin;
     std::mt19937 random(20260101);
+    std::uniform_real_distribution<double> moment(0.001, whole.count());
     const int perRound = 5, rounds = 25;
     int killed = 0;
     for (int round = 0; round < rounds; ++round) {
@@ -147,8 +152,7 @@ TEST_F(SyncProgram, AKillLosesAndDoublesNothing) {
         }
         // In the foreground, so that the killed run is gone when its exit code is there.
         char limit[64];
-        std::snprintf(limit, sizeof limit, "timeout --foreground -s KILL %.3f",
-                      0.01 + 0.001 * static_cast<double>(random() % 250));
+        std::snprintf(limit, sizeof limit, "timeout --foreground -s KILL %.4f", moment(random));
         killed += Sync("", limit) == 137;
         const int code = Sync();
         ASSERT_TRUE(code == 0 || code == 4) << code << Errors();
