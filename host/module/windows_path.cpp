@@ -73,7 +73,7 @@ std::optional<std::string> ToNativePath(const std::string& windowsPath) {
         const std::size_t end = std::min(rest.find_first_of("\\/", start), rest.size());
         std::string name = rest.substr(start, end - start);
         start = end + 1;
-        if (!fs::exists(ToPath(native + "/" + name), error)) {
+        if (!fs::exists(ToPath(native) / ToPath(name), error)) {
             const auto found = platform::NativeFiles().List(native, name);
             if (found && !found->empty()) name = found->front().name;
         }
