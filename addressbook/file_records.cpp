@@ -1,7 +1,9 @@
 #include "addressbook/file_records.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <utility>
 
 #include "addressbook/nickname_record.h"
 
@@ -46,6 +48,31 @@ CarriedUnit UnheldUnit(std::string_view text, const Entry& entry) {
 
 }  // namespace
 
+void FileRecords::SortByKey(std::span<Slot> slots) {
+    constexpr std::size_t kWorthRadix = 512;
+    if (slots.size() < kWorthRadix) {
+        std::sort(slots.begin(), slots.end(), [](const Slot& a, const Slot& b) {
+            return a.key != b.key ? a.key < b.key : (a.line & ~kFlag) < (b.line & ~kFlag);
+        });
+        return;
+    }
+    std::array<std::array<std::uint32_t, 256>, kKeyBytes> counts{};
+    for (const auto& slot : slots) {
+        for (std::size_t i = 0; i < kKeyBytes; ++i) ++counts[i][slot.key >> 8 * i & 0xFF];
+    }
+    std::vector<Slot> other(slots.size());
+    std::span<Slot> from = slots, to = other;
+    for (std::size_t i = 0; i < kKeyBytes; ++i) {
+        auto& places = counts[i];
+        if (places[from[0].key >> 8 * i & 0xFF] == slots.size()) continue;  // the same in all
+        std::uint32_t place = 0;
+        for (auto& count : places) place += std::exchange(count, place);
+        for (const auto& slot : from) to[places[slot.key >> 8 * i & 0xFF]++] = slot;
+        std::swap(from, to);
+    }
+    if (from.data() != slots.data()) std::copy(from.begin(), from.end(), slots.begin());
+}
+
 FileBytes FileBytes::CopyOf(std::string_view text) {
     FileBytes bytes{std::make_unique_for_overwrite<char[]>(text.size()), text.size()};
     std::copy(text.begin(), text.end(), bytes.data.get());
@@ -60,9 +87,18 @@ std::string_view FileRecords::NameOf(const Slot& slot) const {
     return text.substr(0, size);
 }
 
+// The eight bytes of the nickname behind the first `depth`, which it has.
 std::uint64_t FileRecords::KeyOf(const Slot& slot, std::size_t depth) const {
-    const auto name = NameOf(slot);
-    return KeyBytes(name.substr(std::min(depth, name.size())));
+    const auto text = Text().substr((slot.name & ~kFlag) + depth, kMaxNickname - depth);
+    const char end = (slot.line & kFlag) != 0 ? '"' : ' ';
+    std::uint64_t key = 0;
+    std::size_t size = 0;
+    for (; size < kKeyBytes && size < text.size(); ++size) {
+        const char byte = text[size];
+        if (byte == end || byte == '\n') break;
+        key = key << 8 | static_cast<unsigned char>(byte);
+    }
+    return size == 0 ? 0 : key << 8 * (kKeyBytes - size);
 }
 
 void FileRecords::Prefetch(std::size_t index) const {
@@ -71,6 +107,10 @@ void FileRecords::Prefetch(std::size_t index) const {
     __builtin_prefetch(line);
     __builtin_prefetch(line + 64);
     __builtin_prefetch(line + 128);
+}
+
+bool FileRecords::MayFollow(std::size_t index, std::string_view nickname) const {
+    return m_slots[index].key >= KeyBytes(nickname);
 }
 
 void FileRecords::Load(FileBytes bytes, CarriedUnits& carried) {
@@ -114,12 +154,10 @@ bool FileRecords::Scan(CarriedUnits& carried) {
 }
 
 // Sorts records that agree in the first `depth` bytes of their nicknames, whose next eight are in
-// the keys. Comparing keys only, and fetching the next eight bytes once for those that agree, goes
-// to the file's bytes as seldom as can be.
+// the keys; equal nicknames stay in the order of the file. Comparing keys only, and fetching the
+// next eight bytes once for those that agree, goes to the file's bytes as seldom as can be.
 void FileRecords::Sort(std::span<Slot> slots, std::size_t depth) {
-    std::sort(slots.begin(), slots.end(), [](const Slot& a, const Slot& b) {
-        return a.key != b.key ? a.key < b.key : (a.line & ~kFlag) < (b.line & ~kFlag);
-    });
+    SortByKey(slots);
     for (std::size_t begin = 0; begin < slots.size();) {
         const auto key = slots[begin].key;
         std::size_t end = begin + 1;
@@ -131,7 +169,13 @@ void FileRecords::Sort(std::span<Slot> slots, std::size_t depth) {
             for (auto& later : run.subspan(1)) later.name |= kFlag;
             continue;
         }
-        for (auto& slot : run) slot.key = KeyOf(slot, depth + kKeyBytes);
+        constexpr std::size_t kAhead = 16;
+        for (std::size_t i = 0; i < run.size(); ++i) {
+            if (i + kAhead < run.size()) {
+                __builtin_prefetch(m_bytes.data.get() + (run[i + kAhead].name & ~kFlag) + depth);
+            }
+            run[i].key = KeyOf(run[i], depth + kKeyBytes);
+        }
         Sort(run, depth + kKeyBytes);
         for (auto& slot : run) slot.key = key;
     }

@@ -33,6 +33,9 @@ class FileRecords {
 
     std::size_t Size() const { return m_slots.size(); }
     std::string_view NameAt(std::size_t index) const { return NameOf(m_slots[index]); }
+    // Whether the record at `index` may stand behind `nickname`, told by their first bytes alone:
+    // false means that it surely stands before.
+    bool MayFollow(std::size_t index, std::string_view nickname) const;
     Entry EntryOf(std::size_t index) const { return EntryAt(Text(), LineOf(m_slots[index])); }
     std::uint64_t PlaceOf(std::size_t index) const { return LineOf(m_slots[index]); }
     // The first record whose nickname is not less; Size() if there is none.
@@ -54,6 +57,7 @@ class FileRecords {
     std::string_view NameOf(const Slot& slot) const;
     std::uint64_t KeyOf(const Slot& slot, std::size_t depth) const;
     bool Scan(CarriedUnits& carried);
+    static void SortByKey(std::span<Slot> slots);
     void Sort(std::span<Slot> slots, std::size_t depth);
     void CarryDuplicates(CarriedUnits& carried);
 

@@ -124,7 +124,7 @@ void RecordMap::Visit(Visitor& visitor) const {
     for (std::size_t index = 0; index < m_file.Size(); ++index) {
         m_file.Prefetch(index + kAhead);
         if (IsGone(index)) continue;
-        if (own != m_own.end()) {
+        if (own != m_own.end() && m_file.MayFollow(index, own->first)) {
             const auto name = m_file.NameAt(index);
             for (; own != m_own.end() && own->first < name; ++own) {
                 if (!visitor.OnRecord(own->first, *own->second)) return;
