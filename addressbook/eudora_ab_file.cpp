@@ -114,7 +114,7 @@ Status CEudoraAB::WriteFile() {
         if (auto status = (*old)->Close(); !status) return status;
     }
     // The name must not look like a nickname file, or Eudora's folder would seem to have two.
-    const auto side = path + ".new";
+    const auto side = path + ".kvnew";
     auto status = WriteSide(side);
     if (status) status = old ? files.Replace(side, path) : files.Move(side, path);
     if (!status) (void)files.Delete(side);

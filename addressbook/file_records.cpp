@@ -12,6 +12,7 @@ namespace addressbook {
 namespace {
 
 constexpr std::size_t kKeyBytes = 8;
+constexpr std::size_t kSample = 4096;
 
 std::uint64_t KeyBytes(std::string_view name) {
     char bytes[kKeyBytes] = {};
@@ -144,6 +145,8 @@ bool FileRecords::Scan(CarriedUnits& carried) {
             if (key < lastKey || (key == lastKey && name <= last)) sorted = false;
             lastKey = key;
             last = name;
+            // Room for all, by what the first records take, saves moving them as they grow.
+            if (m_slots.size() == kSample) m_slots.reserve(kSample * (text.size() / at + 1));
             const auto line = static_cast<std::uint32_t>(at);
             const auto begin = static_cast<std::uint32_t>(name.data() - text.data());
             m_slots.push_back({key, entry.head.quoted ? line | kFlag : line, begin});

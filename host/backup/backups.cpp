@@ -149,7 +149,7 @@ platform::Result<std::vector<Backup>> Backups::List() {
 
 // A side file takes the place of the present one, so that a fault leaves the one or the other.
 platform::Status Backups::PutBack(const std::string& from, const std::string& to) {
-    const std::string side = to + ".new";
+    const std::string side = to + ".kvnew";
     platform::Status status = CopyFlushed(from, side);
     if (status) status = m_files.Exists(to) ? m_files.Replace(side, to) : m_files.Move(side, to);
     if (!status) (void)m_files.Delete(side);

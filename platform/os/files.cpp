@@ -34,7 +34,7 @@ Status WriteFlushed(Files& files, std::string_view path, std::string_view conten
 }  // namespace
 
 Status WriteWhole(Files& files, std::string_view path, std::string_view content) {
-    const std::string side = std::string(path) + ".new";
+    const std::string side = std::string(path) + ".kvnew";
     Status status = WriteFlushed(files, side, content);
     if (status) {
         status = files.Exists(path) ? files.Replace(side, path) : files.Move(side, path);

@@ -43,7 +43,7 @@ TEST(VdirContacts, SeesCardsOnlyAndLeavesOtherFilesAlone) {
     EXPECT_THAT(*vdir.store.List(), ::testing::IsEmpty());
     vdir.disk.Put("C:\\contacts\\a.vcf", kAnn);
     vdir.disk.Put("C:\\contacts\\.hidden.vcf", "?");
-    vdir.disk.Put("C:\\contacts\\b.vcf.new", "?");
+    vdir.disk.Put("C:\\contacts\\b.vcf.kvnew", "?");
     vdir.disk.Put("C:\\contacts\\color", "#fff");
     vdir.disk.Put("C:\\contacts\\.kvsync-a.vcf.tmp", "half");
     vdir.disk.Put("C:\\contacts\\sub.vcf\\c.vcf", "?");
