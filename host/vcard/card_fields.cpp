@@ -1,11 +1,13 @@
 #include "host/vcard/card_fields.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <functional>
 #include <optional>
 
 #include "host/vcard/address_lines.h"
 #include "host/vcard/card_text.h"
+#include "host/vcard/content_line.h"
 #include "platform/os/code_page.h"
 
 namespace host {
@@ -57,16 +59,12 @@ std::optional<std::size_t> FindName(const Card& card, std::string_view name) {
 // The value in UTF-8 with the transfer forms of older writers undone; still escaped.
 std::string PlainValue(const Property& property) {
     std::string value = property.value;
-    bool isQuoted = property.HasType("QUOTED-PRINTABLE");
-    if (const Parameter* encoding = property.Find("ENCODING")) {
-        isQuoted = isQuoted || UpperAscii(encoding->values[0]) == "QUOTED-PRINTABLE";
-    }
-    if (isQuoted) {
+    if (std::any_of(property.parameters.begin(), property.parameters.end(), IsQuotedPrintable)) {
         std::string decoded;
-        // A decoded line end is text: as such it stands escaped.
+        // A decoded line end is text: as such it stands escaped. No text holds a zero byte.
         for (const char byte : DecodeQuotedPrintable(value)) {
             if (byte == '\n') decoded += "\\n";
-            if (byte != '\n' && byte != '\r') decoded += byte;
+            if (byte != '\n' && byte != '\r' && byte != '\0') decoded += byte;
         }
         value = std::move(decoded);
     }
@@ -187,9 +185,7 @@ void SetField(Card& card, Field field, const std::string& text) {
         return;
     }
     property.value = NewValue(property, field, text);
-    std::erase_if(property.parameters, [](const Parameter& parameter) {
-        return parameter.name.empty() && parameter.values[0] == "QUOTED-PRINTABLE";
-    });
+    std::erase_if(property.parameters, IsQuotedPrintable);
     for (const auto* parameter : {"ENCODING", "CHARSET", "VALUE"}) {
         property.RemoveParameter(parameter);
     }

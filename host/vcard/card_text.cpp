@@ -58,7 +58,9 @@ std::vector<std::string> SplitEscaped(std::string_view text, char separator) {
             pieces.emplace_back();
         } else {
             pieces.back() += text[i];
-            if (text[i] == '\\' && i + 1 < text.size()) pieces.back() += text[++i];
+            // A backslash at the very end stands for itself; escaped, it can do no harm to what is
+            // put behind it.
+            if (text[i] == '\\') pieces.back() += ++i < text.size() ? text[i] : '\\';
         }
     }
     return pieces;
@@ -90,7 +92,7 @@ std::string DecodeParameter(std::string_view text) {
             decoded += next == '^' ? '^' : next == '\'' ? '"' : '\n';
             ++i;
         } else if (text[i] != '"') {
-            decoded += text[i];
+            decoded += text[i] == '\r' ? '\n' : text[i];
         }
     }
     return decoded;

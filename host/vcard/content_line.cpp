@@ -25,12 +25,6 @@ bool IsName(std::string_view text) {
     return !text.empty() && std::all_of(text.begin(), text.end(), IsNameByte);
 }
 
-// Whether the head of a line says that its value is quoted-printable.
-bool IsQuotedPrintable(std::string_view line) {
-    const std::string head = UpperAscii(line.substr(0, line.find(':')));
-    return head.find("QUOTED-PRINTABLE") != std::string::npos;
-}
-
 // The position of the first of `stops` outside double quotes.
 std::size_t FindUnquoted(std::string_view text, std::string_view stops, std::size_t from) {
     bool isQuoted = false;
@@ -57,7 +51,30 @@ Parameter ParseParameter(std::string_view text) {
     }
 }
 
+// A carriage return inside a value means a line break, and stands as the escape of one from here
+// on: in a line that is folded anew it could be taken for a part of the line end.
+std::string WithoutReturns(std::string_view value) {
+    std::string written;
+    if (value.find('\r') == std::string_view::npos) return std::string(value);
+    for (std::size_t i = 0; i < value.size(); ++i) {
+        if (value[i] == '\r') {
+            written += "\\n";
+        } else if (value[i] == '\\' && i + 1 < value.size() && value[i + 1] != '\r') {
+            written.append(value, i, 2);
+            ++i;
+        } else {
+            written.append(value[i] == '\\' ? 2 : 1, value[i]);
+        }
+    }
+    return written;
+}
+
 }  // namespace
+
+bool IsQuotedPrintable(const Parameter& parameter) {
+    return (parameter.name == "ENCODING" || parameter.name.empty()) &&
+           UpperAscii(parameter.values[0]) == "QUOTED-PRINTABLE";
+}
 
 LineReader::LineReader(std::string_view bytes) : m_rest(bytes) {
     if (bytes.starts_with(kByteOrderMark)) {
@@ -81,7 +98,10 @@ bool LineReader::Next(std::string& raw, std::string& text) {
     raw = std::string(m_mark).append(line);
     m_mark = {};
     text = WithoutLineEnd(line);
-    const bool hasSoftBreaks = IsQuotedPrintable(text);
+    Property property;
+    const bool hasSoftBreaks =
+        !ParseContentLine(text, property) &&
+        std::any_of(property.parameters.begin(), property.parameters.end(), IsQuotedPrintable);
     while (!m_rest.empty()) {
         if (m_rest[0] == ' ' || m_rest[0] == '\t') {
             line = TakePhysicalLine();
@@ -98,24 +118,30 @@ bool LineReader::Next(std::string& raw, std::string& text) {
     return true;
 }
 
-std::optional<std::string> ParseContentLine(std::string_view text, Property& property) {
-    const std::size_t colon = FindUnquoted(text, ":", 0);
+std::optional<std::string> ParseContentLine(std::string_view line, Property& property) {
+    const std::size_t colon = FindUnquoted(line, ":", 0);
     if (colon == std::string_view::npos) return "no colon";
-    const std::string_view head = text.substr(0, colon);
+    const std::string_view head = line.substr(0, colon);
     std::size_t end = std::min(head.find(';'), head.size());
     std::string_view name = head.substr(0, end);
     if (const auto dot = name.find('.'); dot != std::string_view::npos) {
         property.group = name.substr(0, dot);
+        if (!IsName(property.group)) return "no property name";
         name.remove_prefix(dot + 1);
     }
     if (!IsName(name)) return "no property name";
     property.name = UpperAscii(name);
     while (end < head.size()) {
         const std::size_t next = std::min(FindUnquoted(head, ";", end + 1), head.size());
-        property.parameters.push_back(ParseParameter(head.substr(end + 1, next - end - 1)));
+        const std::string_view text = head.substr(end + 1, next - end - 1);
+        if (text.starts_with('=')) return "a parameter without a name";
+        property.parameters.push_back(ParseParameter(text));
+        // A quote there would open a quoted text in the line as it is written again.
+        const std::string& parameter = property.parameters.back().name;
+        if (parameter.find('"') != std::string::npos) return "a quote in a parameter's name";
         end = next;
     }
-    property.value = text.substr(colon + 1);
+    property.value = WithoutReturns(line.substr(colon + 1));
     return std::nullopt;
 }
 

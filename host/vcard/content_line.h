@@ -29,7 +29,11 @@ class LineReader {
 
 // Takes a logical line apart into `property` (all but its raw bytes); what is wrong with it if it
 // is no property.
-std::optional<std::string> ParseContentLine(std::string_view text, Property& property);
+std::optional<std::string> ParseContentLine(std::string_view line, Property& property);
+
+// Whether a parameter says that the value is quoted-printable: ENCODING, or as older writers have
+// it, the word alone.
+bool IsQuotedPrintable(const Parameter& parameter);
 
 // The logical line of a property.
 std::string FormatContentLine(const Property& property);

@@ -30,6 +30,7 @@ TEST(Card, SaysWhereDamageIsAndKeepsWhatItHad) {
         {head + "FN x\r\n" + tail, 3, "no colon"},
         {head + "NOTE:a\r\n b\r\n\r\nTEL\r\n" + tail, 6, "no colon"},
         {head + "X;P=\"a:b\r\n" + tail, 3, "no colon"},
+        {head + "ADR;P\" =a\"b:;;c\r\n" + tail, 3, "a quote"},
         {head + ":x\r\n" + tail, 3, "no property name"},
         {head + "F N:x\r\n" + tail, 3, "no property name"},
         {head + "g.:x\r\n" + tail, 3, "no property name"},
