@@ -3,7 +3,7 @@
 #include "frame/app_info.h"
 #include "frame/interface/host_records.h"
 #include "frame/language_bundle.h"
-#include "mapi/mapi_session.h"
+#include "mapi/mapi.h"
 #include "platform/mfc/collections.h"
 #include "platform/os/system.h"
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <iterator>
 
+#include "mapi/records.h"
 #include "platform/os/libraries.h"
 
 // The functions of a Simple MAPI library, as published. All of them must be there for the library
@@ -16,16 +17,25 @@
 
 namespace mapi {
 
-using Session = std::uintptr_t;
-
-inline constexpr std::uint32_t kLogonUi = 1;
-inline constexpr std::uint32_t kNewSession = 2;
-
 using LogonFn = std::uint32_t(KV_MAPI_CALL*)(std::uintptr_t window, const char* profile,
                                              const char* password, std::uint32_t flags,
                                              std::uint32_t reserved, Session* session);
 using LogoffFn = std::uint32_t(KV_MAPI_CALL*)(Session session, std::uintptr_t window,
                                               std::uint32_t flags, std::uint32_t reserved);
+using SendMailFn = std::uint32_t(KV_MAPI_CALL*)(Session session, std::uintptr_t window,
+                                                MapiMessage* message, std::uint32_t flags,
+                                                std::uint32_t reserved);
+using FindNextFn = std::uint32_t(KV_MAPI_CALL*)(Session session, std::uintptr_t window,
+                                                const char* messageType, const char* seed,
+                                                std::uint32_t flags, std::uint32_t reserved,
+                                                char* messageId);
+using ReadMailFn = std::uint32_t(KV_MAPI_CALL*)(Session session, std::uintptr_t window,
+                                                const char* messageId, std::uint32_t flags,
+                                                std::uint32_t reserved, MapiMessage** message);
+using DeleteMailFn = std::uint32_t(KV_MAPI_CALL*)(Session session, std::uintptr_t window,
+                                                  const char* messageId, std::uint32_t flags,
+                                                  std::uint32_t reserved);
+using FreeBufferFn = std::uint32_t(KV_MAPI_CALL*)(void* buffer);
 
 // The order in which the entry points are looked up.
 enum class Entry {

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -32,8 +33,10 @@ class Processes {
     // Starts a program by its command line. The posix backend refuses with kNotSupported: it never
     // runs Windows programs.
     virtual Result<std::unique_ptr<Process>> Start(std::string_view commandLine) = 0;
-    // Looks at the thread's message queue without removing anything. Nothing on Linux.
-    virtual void PeekMessages() = 0;
+    // Looks at the thread's message queue without removing anything, so that the system delivers
+    // what was sent to the thread. The number of the message that waits, if one does; never on
+    // Linux.
+    virtual std::optional<unsigned> PeekMessages() = 0;
     virtual Result<SystemVersion> Version() = 0;
     // A number of the system's profile (win.ini); `otherwise` if it is not there.
     virtual int ProfileNumber(std::string_view section, std::string_view key, int otherwise) = 0;

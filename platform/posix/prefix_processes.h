@@ -16,7 +16,7 @@ class PrefixProcesses : public Processes {
 
     bool WindowExists(std::string_view windowClass) override;
     Result<std::unique_ptr<Process>> Start(std::string_view commandLine) override;
-    void PeekMessages() override {}
+    std::optional<unsigned> PeekMessages() override { return std::nullopt; }
     Result<SystemVersion> Version() override;
     int ProfileNumber(std::string_view section, std::string_view key, int otherwise) override;
     unsigned CodePage() override { return m_codePage; }

@@ -23,12 +23,16 @@ class FakeProcesses : public Processes {
     std::map<std::pair<std::string, std::string>, int> profile;  // by section and key
     unsigned codePage = 1252;
     int peeks = 0;
+    std::optional<unsigned> waiting;  // what a peek finds
 
     bool WindowExists(std::string_view windowClass) override {
         return windows.contains(windowClass);
     }
     Result<std::unique_ptr<Process>> Start(std::string_view commandLine) override;
-    void PeekMessages() override { ++peeks; }
+    std::optional<unsigned> PeekMessages() override {
+        ++peeks;
+        return waiting;
+    }
     Result<SystemVersion> Version() override { return version; }
     int ProfileNumber(std::string_view section, std::string_view key, int otherwise) override;
     unsigned CodePage() override { return codePage; }

@@ -43,9 +43,10 @@ Result<std::unique_ptr<Process>> NativeProcesses::Start(std::string_view command
     return std::unique_ptr<Process>(std::make_unique<NativeProcess>(information));
 }
 
-void NativeProcesses::PeekMessages() {
+std::optional<unsigned> NativeProcesses::PeekMessages() {
     MSG message;
-    PeekMessageA(&message, nullptr, 0, 0, PM_NOREMOVE);
+    if (!PeekMessageA(&message, nullptr, 0, 0, PM_NOREMOVE)) return std::nullopt;
+    return message.message;
 }
 
 Result<SystemVersion> NativeProcesses::Version() {

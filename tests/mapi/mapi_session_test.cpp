@@ -1,4 +1,4 @@
-#include "mapi/mapi_session.h"
+#include "mapi/mapi.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "host/mail/mail.h"
+#include "host/module/translator_session.h"
+#include "platform/os/result.h"
+
+namespace host {
+
+struct MailHead {
+    std::string id;
+    std::string marker;
+};
+
+// Which parts of a mail are read: attachments cost a copy of each file.
+enum class MailParts { kAll, kWithoutAttachments };
+
+// Eudora's in-box through an opened translator session; the session outlives this. A mail is read
+// only while it is the current one.
+class EudoraMails {
+  public:
+    EudoraMails(TranslatorSession& session, unsigned codePage);
+
+    // Walks all mails that the translator's limits let pass, in the mailbox's order. `visit` may
+    // call Current; false from it ends the walk.
+    platform::Status Walk(const std::function<platform::Result<bool>(const MailHead&)>& visit);
+    // False if the mail is gone. Reaches mails that the limits hide too; cheap in mailbox order.
+    platform::Result<bool> GoTo(const std::string& id);
+    platform::Result<MailHead> CurrentHead();
+    // The mail last reached. A field that cannot be read is left out and told in its notes.
+    platform::Result<Mail> Current(MailParts parts);
+
+  private:
+    TranslatorSession& m_session;
+    unsigned m_codePage;
+};
+
+}  // namespace host

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <list>
+#include <map>
+#include <string>
+
+#include "frame/trans_base.h"
+#include "mapi/mapi.h"
+
+// The mail translator: the mails of Eudora's in-box as records of eleven fields. It walks and reads
+// them through Eudora's Simple MAPI library and learns their Message-IDs from the mailbox files.
+// The current record is the message that CMapi holds; there is no store of records here.
+class CREudoraMail : public CREudoraTransBase {
+  public:
+    ~CREudoraMail() override;
+
+    using CREudoraTransBase::GetAppInfo;
+    RRETURNCODE GetAppInfo(BOOL bConfigure, CRHostContext* pHost, CString& csSelection, RWORD word,
+                           CString& csSummary, RWORD word2) override;
+    using CREudoraTransBase::Open;
+    RRETURNCODE Open(int nMode, RWORD value2, RWORD value3, RWORD value4, RWORD word, RWORD word2,
+                     RWORD value5, RWORD value6, RWORD value7, CEudoraTransUtil* pUtil) override;
+    RRETURNCODE Close(int nMode) override;
+    RRETURNCODE MoveFirst() override;
+    RRETURNCODE MoveNext() override;
+    RRETURNCODE GoToRecord(LPCTSTR pszRecId) override;
+    RRETURNCODE GetRecordID(CString& csRecordId) override;
+    RRETURNCODE GetModifiedInfo(CString& csModifiedInfo) override;
+    RRETURNCODE GetField(LPCTSTR pszFieldId, unsigned long* pType, void* pCell) override;
+
+    int ShowOptions() override;
+    RRETURNCODE InitDefaultSettings() override;
+    int PassesFilters() override;
+    RRETURNCODE BuildFieldList() override;
+    RRETURNCODE ResetRecordState() override;
+    RRETURNCODE PrepareForAdd() override;
+    RRETURNCODE PrepareForEdit() override;
+    virtual RRETURNCODE InitLocalVars();
+
+    // Removes the temporary files that GetAttachments made.
+    void DeleteAttachFile();
+    // Makes what is missing of the two files; RRC_FAILED if one cannot be made.
+    RRETURNCODE CreateMailboxFiles(const CString& mbx, const CString& toc);
+    // Copies the current message's files as the settings allow, and lists them as text.
+    RRETURNCODE GetAttachments(CString& csOut);
+    // Copies the files that the list text names into the Attach folder and enters them in the new
+    // record.
+    RRETURNCODE NewAttachments(LPCTSTR listText);
+    // The path, or the first of its successors with "1" appended to the name at which nothing
+    // exists.
+    CString MakeUniquePath(const CString& path);
+    // Queues the text for CMapi's last error.
+    void ReportMapiError();
+
+  protected:
+    CMapi& Mapi();
+
+    MapiMessage* m_lpNewMessage = nullptr;
+    CMapi* m_pMapi = nullptr;
+    std::uint32_t m_dwNextIndexID = 0;  // 0: the mailbox is not indexed yet
+    std::map<std::string, std::string> m_mapMessageIDToIndexID;
+    std::map<std::string, std::string> m_mapIndexIDToMessageID;
+    std::string m_pszTo, m_pszCc, m_pszBcc;
+    bool m_bAppReady = false;
+    bool m_bOutBox = false;
+    bool m_bOutBoxRecord = false;
+    std::list<MapiMessage*> m_lstOutBoxMails;
+    std::list<MapiMessage*> m_lstNewMails;
+    std::map<std::string, std::string> m_mapMailStatus;
+    CString m_csAttachDir;
+    CString m_csMailboxName;
+};

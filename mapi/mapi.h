@@ -1,0 +1,105 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "mapi/entry_points.h"
+#include "mapi/records.h"
+#include "platform/os/system.h"
+
+// The module's one door to Eudora's Simple MAPI library EUMAPI32.DLL. Its operations report
+// nothing to the host; LastError tells the caller what went wrong.
+class CMapi {
+  public:
+    // Values of LastError beside the library's own result codes.
+    static constexpr std::uint32_t kNotAvailable = 1000;
+    static constexpr std::uint32_t kNotLoaded = 1001;
+
+    explicit CMapi(const platform::System& system) : m_system(system) {}
+    // Neither logs off nor unloads: at process end the library may be gone already.
+    virtual ~CMapi() { (void)m_hMapiLib.release(); }
+    CMapi(const CMapi&) = delete;
+    CMapi& operator=(const CMapi&) = delete;
+
+    // Not 0 if this system has Simple MAPI.
+    int IsMapiAvailable();
+    // Loads EUMAPI32.DLL of Eudora's folder: 1 if it is loaded and has all entry points, else 0.
+    // With an entry point missing it stays loaded.
+    int LoadMapiLibrary(const char* folder);
+    // Opens a session: 1 on success, else 0, also if there is a session, which goes on. Needs a
+    // library that LoadMapiLibrary gave 1 for.
+    int MapiLogon();
+    // Ends the session, if there is one.
+    void MapiLogoff();
+    // Frees the library, if it is loaded.
+    void UnloadMapiLibrary();
+
+    std::uint32_t LastError() const { return m_ulLastError; }
+
+    // The cursor over the mailbox. Results: 1 found (and read), 0 no such message or no more of
+    // them, -1 failed with LastError. The general error is tried ten times, every other once.
+    int MoveFirst();
+    int MoveNext();
+    // Goes to a message by walking: from the seek point, and from the first message if the end came
+    // before the target.
+    int GoToEmail(const char* target);
+    int GoToEmailFromStart(const char* target);
+    // Finds the message behind `seed`, or the first one for null, and names it in MsgID.
+    int FindNextMail(const char* seed);
+    // Reads the message that MsgID names; before the first try the current message is gone.
+    int ReadCurrentMail();
+    // 1 and the current message, which stays this object's; else 0 and null.
+    int GetCurrentMessage(MapiMessage*& message);
+
+    const char* MsgID() const { return m_szMsgID; }
+    int ClearMsgID();
+    bool SeekValid() const { return m_bSeekValid != 0; }
+    // What a walk in order does: the message that MsgID names becomes the seek point if there is
+    // none yet; ConfirmSeek makes it valid.
+    void NoteSeek();
+    void ConfirmSeek() { m_bSeekValid = 1; }
+
+    // Raw field access to the current message, by field id 1 to 11; null for every other id. The
+    // result is always 1. Ids 2, 3, 4, 9 and 10 hand out a block that the caller deletes with
+    // `delete[]`, the others something of the message's own.
+    int GetMailFieldByName(const char* field, void*& data);
+    int GetMailField(int field, void*& data);
+    // The recipients of the class of field 2, 3 or 4, joined by "; "; null if there are none. The
+    // caller deletes the text with `delete[]`.
+    void GetRecipientList(int field, char*& text);
+
+    // The flags of the current message, as they stand: 1 and set, or 0 if no message is current;
+    // -1 if no message is current.
+    int SetMailStatus(unsigned long status);
+    long GetMailStatus();
+
+    // Makes a built record the current message, and sends it first if its status says so. 1, or -1
+    // with LastError. The record stays its owner's: the slot borrows it until the next read or
+    // until ReleaseBorrowed.
+    int UpdateMail(MapiMessage* record);
+    // To be called before the owner of a borrowed record frees it.
+    void ReleaseBorrowed(const MapiMessage* record);
+    // Has the library delete the message that MsgID names. 1, or -1 with LastError.
+    int DeleteMail();
+
+    // Records that the module builds: every text a block of its own from `new char[]`, recipients
+    // and files arrays from `new[]`.
+    static int AllocMessage(MapiMessage*& record);
+    // Frees a built record. The files that it names are deleted with it unless `keepFiles` says
+    // that a stored mail points to them. 0 for null, else 1.
+    int FreeMessage(MapiMessage* record, bool keepFiles = false);
+    // Deletes the files that a record names, as far as they exist; the record stays as it is.
+    void _DeleteAttachments(const MapiMessage* record);
+    // Deletes the files of the current message if the library made them.
+    void DeleteCurrentAttachments();
+
+  private:
+    platform::System m_system;
+    std::uint32_t m_ulLastError = 0;
+    char m_szMsgID[mapi::kMessageIdSize] = {};
+    std::unique_ptr<platform::Library> m_hMapiLib;
+    mapi::Session m_lhSession = 0;
+    std::int32_t m_bSeekValid = 0;
+    char m_szSeekFirst[mapi::kMessageIdSize] = {};
+    mapi::EntryPoints m_entries;
+};
