@@ -1,11 +1,14 @@
 #pragma once
 
+#include <cstdint>
 #include <list>
-#include <map>
+#include <memory>
 #include <string>
+#include <unordered_map>
 
 #include "frame/trans_base.h"
 #include "mapi/mapi.h"
+#include "platform/os/files.h"
 
 // The mail translator: the mails of Eudora's in-box as records of eleven fields. It walks and reads
 // them through Eudora's Simple MAPI library and learns their Message-IDs from the mailbox files.
@@ -21,6 +24,7 @@ class CREudoraMail : public CREudoraTransBase {
     RRETURNCODE Open(int nMode, RWORD value2, RWORD value3, RWORD value4, RWORD word, RWORD word2,
                      RWORD value5, RWORD value6, RWORD value7, CEudoraTransUtil* pUtil) override;
     RRETURNCODE Close(int nMode) override;
+    RRETURNCODE SaveSettings(RWORD word, tagRAPPINFO* pAppInfo, RWORD word2) override;
     RRETURNCODE MoveFirst() override;
     RRETURNCODE MoveNext() override;
     RRETURNCODE GoToRecord(LPCTSTR pszRecId) override;
@@ -53,20 +57,33 @@ class CREudoraMail : public CREudoraTransBase {
     void ReportMapiError();
 
   protected:
+    // The session that Open took; the module's own before.
     CMapi& Mapi();
 
     MapiMessage* m_lpNewMessage = nullptr;
     CMapi* m_pMapi = nullptr;
     std::uint32_t m_dwNextIndexID = 0;  // 0: the mailbox is not indexed yet
-    std::map<std::string, std::string> m_mapMessageIDToIndexID;
-    std::map<std::string, std::string> m_mapIndexIDToMessageID;
+    std::unordered_map<std::string, std::string> m_mapMessageIDToIndexID;
+    std::unordered_map<std::string, std::string> m_mapIndexIDToMessageID;
     std::string m_pszTo, m_pszCc, m_pszBcc;
     bool m_bAppReady = false;
     bool m_bOutBox = false;
     bool m_bOutBoxRecord = false;
     std::list<MapiMessage*> m_lstOutBoxMails;
     std::list<MapiMessage*> m_lstNewMails;
-    std::map<std::string, std::string> m_mapMailStatus;
+    std::unordered_map<std::string, std::string> m_mapMailStatus;
     CString m_csAttachDir;
     CString m_csMailboxName;
+
+  private:
+    bool BringUp(CEudoraTransUtil& util);
+    void MakeAttachFolder(CEudoraTransUtil& util);
+    CString MailboxPath(const char* extension);
+    RRETURNCODE IndexMailbox();
+    std::unique_ptr<platform::File> OpenMailboxFile(const CString& path, platform::Share share,
+                                                    const char* operation);
+    RRETURNCODE FillMaps(platform::File& mbx, platform::File& toc);
+    RRETURNCODE SendQueuedMails();
+    void FreeNewMessage();
+    void FreeRecords(std::list<MapiMessage*>& records);
 };

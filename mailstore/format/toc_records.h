@@ -65,6 +65,16 @@ struct MsgBlock {
     std::string Encode() const;
 };
 
+// What an index of the mails needs of a block, for reading many.
+struct MailPlace {
+    std::uint32_t dwOffset = 0;
+    std::uint32_t dwLength = 0;
+    std::uint32_t dwMsgId = 0;
+
+    // Bytes that are missing at the end count as zero.
+    static MailPlace Decode(std::string_view bytes);
+};
+
 // "0x" and eight upper-case hexadecimal digits: how a mail is named outside its file.
 std::string IndexIdOf(std::uint32_t msgId);
 // The number in such a name, scanned as "%X" does: an optional "0x", hexadecimal digits in any

@@ -2,6 +2,12 @@
 
 namespace platform {
 
+Result<std::size_t> File::ReadAt(std::uint64_t offset, std::span<char> buffer) {
+    const auto at = Seek(static_cast<std::int64_t>(offset), SeekFrom::kBegin);
+    if (!at) return at.Error();
+    return Read(buffer);
+}
+
 Result<std::string> ReadWhole(Files& files, std::string_view path, std::uint64_t limit,
                               Share share) {
     auto file = files.Open(path, OpenMode::kRead, share);

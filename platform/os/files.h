@@ -38,6 +38,8 @@ class File {
     virtual Status Write(std::string_view bytes) = 0;
     // Moves the position and gives the new one, in bytes from the beginning.
     virtual Result<std::uint64_t> Seek(std::int64_t offset, SeekFrom from) = 0;
+    // Reads as Read does, from `offset` on; the position is anywhere afterwards.
+    virtual Result<std::size_t> ReadAt(std::uint64_t offset, std::span<char> buffer);
     virtual Result<std::uint64_t> Size() = 0;
     // Cuts or extends (with zero bytes) to `size` bytes; the position is kept.
     virtual Status Truncate(std::uint64_t size) = 0;

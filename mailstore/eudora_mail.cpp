@@ -1,0 +1,123 @@
+#include "mailstore/eudora_mail.h"
+
+#include "frame/guard.h"
+#include "integration/dialogs/eudora_options_dlg.h"
+#include "platform/mfc/text_case.h"
+
+using frame::Guarded;
+
+namespace {
+
+constexpr unsigned kCannotStoreSettings = 66;  // string id
+
+// Result codes of Simple MAPI that have a text of their own, at the code and this.
+constexpr std::uint32_t kFirstMapiText = 15;
+constexpr std::uint32_t kLastMapiCode = 25, kNoMapiCode = 7;
+constexpr unsigned kOtherMapiError = 40;
+
+bool HasText(std::uint32_t code) {
+    return code >= 1 && code <= kLastMapiCode && code != kNoMapiCode;
+}
+
+}  // namespace
+
+CREudoraMail::~CREudoraMail() {
+    m_bAppReady = false;
+    FreeNewMessage();
+    FreeRecords(m_lstOutBoxMails);
+    FreeRecords(m_lstNewMails);
+}
+
+CMapi& CREudoraMail::Mapi() {
+    return m_pMapi != nullptr ? *m_pMapi : Util().mapi;
+}
+
+void CREudoraMail::FreeNewMessage() {
+    if (m_lpNewMessage == nullptr) return;
+    std::list<MapiMessage*> record{m_lpNewMessage};
+    m_lpNewMessage = nullptr;
+    FreeRecords(record);
+}
+
+void CREudoraMail::FreeRecords(std::list<MapiMessage*>& records) {
+    for (; !records.empty(); records.pop_front()) {
+        Mapi().ReleaseBorrowed(records.front());
+        Mapi().FreeMessage(records.front());
+    }
+}
+
+RRETURNCODE CREudoraMail::InitLocalVars() {
+    return Guarded("InitLocalVars", [&] {
+        KV_LOG(1, "- Enter - CREudoraMail::InitLocalVars()\n");
+        m_pszTo.clear();
+        m_pszCc.clear();
+        m_pszBcc.clear();
+        KV_LOG(1, "          m_bOutBox = %d, m_bAddNewRecord = %d\n", m_bOutBox ? 1 : 0,
+               m_bAddNewRecord);
+        if (!m_bOutBox && m_bAddNewRecord == 0) FreeNewMessage();
+        m_bOutBox = false;
+        KV_LOG(1, "- Exit - CREudoraMail::InitLocalVars()\n");
+        return RRC_OK;
+    });
+}
+
+RRETURNCODE CREudoraMail::ResetRecordState() {
+    return InitLocalVars();
+}
+
+RRETURNCODE CREudoraMail::PrepareForAdd() {
+    return InitLocalVars();
+}
+
+RRETURNCODE CREudoraMail::PrepareForEdit() {
+    return InitLocalVars();
+}
+
+RRETURNCODE CREudoraMail::InitDefaultSettings() {
+    return BuildFieldList();
+}
+
+int CREudoraMail::ShowOptions() {
+    return Guarded("ShowOptions", [&] {
+        CEudoraOptionsDlg dialog(&Util());
+        dialog.m_bAttachments = m_appInfo.m_bAttachments;
+        dialog.m_bLimitAttachSize = m_appInfo.m_bLimitAttachSize;
+        dialog.m_nAttachLimitKB = m_appInfo.m_nAttachLimitKB;
+        dialog.m_bLimitMailSize = m_appInfo.m_bLimitMailSize;
+        dialog.m_bLimitMailAge = m_appInfo.m_bLimitMailAge;
+        dialog.m_nMailAgeDays = m_appInfo.m_nMailAgeDays;
+        dialog.m_nMailLimitKB = m_appInfo.m_nMailLimitKB;
+        if (dialog.DoModal() != CEudoraOptionsDlg::kOk) return RRC_CANCELLED;
+        m_appInfo.m_bAttachments = dialog.m_bAttachments;
+        m_appInfo.m_bLimitAttachSize = dialog.m_bLimitAttachSize;
+        m_appInfo.m_nAttachLimitKB = dialog.m_nAttachLimitKB;
+        m_appInfo.m_bLimitMailSize = dialog.m_bLimitMailSize;
+        m_appInfo.m_bLimitMailAge = dialog.m_bLimitMailAge;
+        m_appInfo.m_nMailAgeDays = dialog.m_nMailAgeDays;
+        m_appInfo.m_nMailLimitKB = dialog.m_nMailLimitKB;
+        return RRC_OK;
+    });
+}
+
+RRETURNCODE CREudoraMail::SaveSettings(RWORD, tagRAPPINFO* pAppInfo, RWORD) {
+    return Guarded("SaveSettings", [&] {
+        KV_LOG(5, "Enter CREudoraTransBase::SaveSettings\n");
+        const CString selection(pAppInfo != nullptr ? pAppInfo->pszSelection : nullptr);
+        if (!platform::EqualNoCase(selection.Str(), m_csSelection.Str())) {
+            KV_LOG(1,
+                   "ERROR: CREudoraTransBase::SaveSettings, (appInfo.pszSelection != "
+                   "m_csSelection) (%s != %s)\n",
+                   selection.Str().c_str(), m_csSelection.Str().c_str());
+            return RRC_FAILED;
+        }
+        if (Util().StoreSettings(m_appInfo, m_csSelection) != 0) return RRC_OK;
+        KV_LOG(1, "Unable to store AppInfo to file\n");
+        Util().AddError(kCannotStoreSettings);
+        return RRC_FAILED;
+    });
+}
+
+void CREudoraMail::ReportMapiError() {
+    const std::uint32_t code = Mapi().LastError();
+    Util().AddError(HasText(code) ? code + kFirstMapiText : kOtherMapiError);
+}

@@ -1,0 +1,47 @@
+// Ending a session: what was queued goes out, and what was made for the session goes away.
+#include "frame/guard.h"
+#include "mailstore/eudora_mail.h"
+
+using frame::Guarded;
+
+RRETURNCODE CREudoraMail::Close(int) {
+    return Guarded("Close", [&] {
+        KV_LOG(5, "Enter - CREudoraMail::Close");
+        const RRETURNCODE result = SendQueuedMails();
+        if (m_pMapi != nullptr) m_pMapi->DeleteCurrentAttachments();
+        m_pMapi = nullptr;
+        DeleteAttachFile();
+        return result;
+    });
+}
+
+RRETURNCODE CREudoraMail::SendQueuedMails() {
+    while (!m_lstOutBoxMails.empty()) {
+        FreeNewMessage();
+        m_lpNewMessage = m_lstOutBoxMails.front();
+        m_lstOutBoxMails.pop_front();
+        const bool isSent = Mapi().UpdateMail(m_lpNewMessage) == 1;
+        if (!isSent) ReportMapiError();
+        FreeNewMessage();
+        if (isSent) continue;
+        KV_LOG(1, "Updatation failed in CREudoraMail::Close()\n");
+        FreeRecords(m_lstOutBoxMails);
+        return RRC_FAILED;
+    }
+    return RRC_OK;
+}
+
+void CREudoraMail::DeleteAttachFile() {
+    KV_LOG(5, "Enter - CREudoraMail::DeleteAttachFile");
+    platform::System& system = Util().system;
+    const auto folder = system.files.TempFolder();
+    if (!folder) return;
+    const auto matches = system.files.List(*folder, "Qzv*.tmp");
+    if (!matches || matches->empty()) return;
+    for (const auto& entry : *matches) {
+        if (!entry.isFolder) (void)system.files.Delete(*folder + entry.name);
+        KV_LOG(5, "          - %s\n", entry.name.c_str());
+        system.clock.Sleep(std::chrono::milliseconds(0));
+    }
+    KV_LOG(5, "Exit - CREudoraMail::DeleteAttachFile");
+}

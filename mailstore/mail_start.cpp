@@ -1,0 +1,64 @@
+// How the mail translator comes up: Eudora, its MAPI library, the session, the Attach folder.
+#include "frame/guard.h"
+#include "integration/locate/locate.h"
+#include "mailstore/eudora_mail.h"
+#include "platform/os/path.h"
+
+using frame::Guarded;
+
+namespace {
+
+constexpr int kNotInstalled = 1, kOtherClient = 2;  // answers of CheckDefaultClient
+constexpr unsigned kMsgNotInstalled = 71, kMsgOtherClient = 72, kMsgNoLibrary = 73,
+                   kMsgNoLogon = 74;
+
+}  // namespace
+
+RRETURNCODE CREudoraMail::GetAppInfo(BOOL bConfigure, CRHostContext* pHost, CString& csSelection,
+                                     RWORD word, CString& csSummary, RWORD) {
+    return Guarded("GetAppInfo", [&] {
+        if (!m_bAppReady && !BringUp(TransUtil())) return RRC_FAILED;
+        return GetAppInfo(bConfigure, pHost, csSelection, word, csSummary);
+    });
+}
+
+bool CREudoraMail::BringUp(CEudoraTransUtil& util) {
+    const int client = util.CheckDefaultClient();
+    if (client == kNotInstalled) {
+        KV_LOG(1, "Eudora Pro doesn't exist in your machine\n");
+        util.AddError(kMsgNotInstalled);
+        return false;
+    }
+    if (client == kOtherClient) {
+        KV_LOG(1, "Eudora Pro is not your default email client\n");
+        util.AddError(kMsgOtherClient);
+    }
+    KV_LOG(5, "EUDORA_SUCCESS");
+    (void)locate::RunEudora(util.system.processes, util.system.clock, util.csEudoraDir);
+    if (util.mapi.LoadMapiLibrary(util.csEudoraDir) == 0) {
+        KV_LOG(1, "Fail to load MAPI libaray CREudoraMail::GetAppInfo\n");
+        util.AddError(kMsgNoLibrary);
+        return false;
+    }
+    if (util.mapi.MapiLogon() == 0) {
+        KV_LOG(1, "MAPI logon Process failed CREudoraMail::GetAppInfo\n");
+        util.AddError(kMsgNoLogon);
+        return false;
+    }
+    MakeAttachFolder(util);
+    m_bAppReady = true;
+    return true;
+}
+
+void CREudoraMail::MakeAttachFolder(CEudoraTransUtil& util) {
+    std::string folder = util.csEudoraDir.Str();
+    const auto last = platform::LastSeparator(folder, util.system.processes.CodePage());
+    const bool isClosed = !folder.empty() && folder.back() == '\\' && last == folder.size() - 1;
+    if (!isClosed) folder += '\\';
+    folder += "Attach";
+    m_csAttachDir = folder + '\\';
+    if (!util.system.files.Exists(folder) && !util.system.files.CreateFolder(folder)) {
+        KV_LOG(1, "Unable to Create Directory in CREudoraMail::GetAppInfo\n");
+    }
+    KV_LOG(5, "Attachment Folder path = %s\n", m_csAttachDir.Str().c_str());
+}
