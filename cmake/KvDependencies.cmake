@@ -1,5 +1,6 @@
 # The libraries that kvsync is built on, under the same target names on every system:
-# kv_sqlite (SQLiteCpp with SQLite), kv_cli11, kv_json, kv_toml (headers only).
+# kv_sqlite (SQLiteCpp with SQLite), kv_cli11, kv_json, kv_toml (headers only); kv_gmime only on
+# Linux: Windows builds do without.
 # Debian's packages serve on Linux. For Windows there are none: the headers are the same, and
 # SQLite is built from the source package that tools/windows_dependencies.sh fetched.
 include_guard(GLOBAL)
@@ -52,4 +53,14 @@ else()
     endif()
     add_library(kv_sqlite INTERFACE)
     target_link_libraries(kv_sqlite INTERFACE ${KV_SQLITECPP_LIBRARY} ${KV_SQLITE_LIBRARY})
+endif()
+
+if(NOT WIN32)
+    find_package(PkgConfig REQUIRED)
+    pkg_check_modules(KV_GMIME IMPORTED_TARGET gmime-3.0)
+    if(NOT KV_GMIME_FOUND)
+        message(FATAL_ERROR "GMime is missing: install libgmime-3.0-dev")
+    endif()
+    add_library(kv_gmime INTERFACE)
+    target_link_libraries(kv_gmime INTERFACE PkgConfig::KV_GMIME)
 endif()

@@ -57,7 +57,7 @@ function packageAllowed(header) {
     if (native) return 1
     if (header ~ /^(gtest|gmock)\//) return file ~ /^(tests|fuzz)\//
     if (header ~ /^benchmark\//) return file ~ /^benchmarks\//
-    if (header ~ /^(CLI\/|nlohmann\/|SQLiteCpp\/|toml\+\+\/|newt\.h$|sqlite3\.h$)/)
+    if (header ~ /^(CLI\/|nlohmann\/|SQLiteCpp\/|toml\+\+\/|gmime\/|newt\.h$|sqlite3\.h$)/)
         return file ~ /^(host|tests\/host|tests\/end_to_end|fuzz)\//
     return 0
 }

@@ -9,7 +9,7 @@ packages() {
     case $1 in
         build)
             echo build-essential cmake ninja-build pkg-config binutils-mingw-w64-i686 \
-                libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev libnewt-dev \
+                libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev libgmime-3.0-dev libnewt-dev \
                 libsqlite3-dev libsqlitecpp-dev libtomlplusplus-dev nlohmann-json3-dev
             ;;
         lint) echo clang-format clang-tidy groff ;;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,7 +17,7 @@ struct MailHead {
 };
 
 // Which parts of a mail are read: attachments cost a copy of each file.
-enum class MailParts { kAll, kWithoutAttachments };
+enum class MailParts { kAll, kWithoutAttachments, kWithoutBody, kHeader };
 
 // Eudora's in-box through an opened translator session; the session outlives this. A mail is read
 // only while it is the current one.
@@ -28,14 +29,21 @@ class EudoraMails {
     // call Current; false from it ends the walk.
     platform::Status Walk(const std::function<platform::Result<bool>(const MailHead&)>& visit);
     // False if the mail is gone. Reaches mails that the limits hide too; cheap in mailbox order.
+    // The translator tells a mail that is gone from a fault by its message alone: the one that it
+    // gives for an id that no mail can have, while the mailbox can be read.
     platform::Result<bool> GoTo(const std::string& id);
     platform::Result<MailHead> CurrentHead();
     // The mail last reached. A field that cannot be read is left out and told in its notes.
     platform::Result<Mail> Current(MailParts parts);
 
   private:
+    std::optional<std::string> Field(int number, std::vector<std::string>& notes);
+    void ReadAttachments(Mail& mail);
+    platform::Result<bool> IsGoneBy(const std::string& message);
+
     TranslatorSession& m_session;
     unsigned m_codePage;
+    std::string m_goneMessage;
 };
 
 }  // namespace host

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "frame/interface/host_records.h"
 #include "host/module/batch_sink.h"
 #include "host/module/exit_code.h"
 #include "host/module/native_path.h"
@@ -11,7 +12,7 @@ namespace host {
 
 namespace {
 
-constexpr unsigned long kTextType = 4;
+constexpr unsigned long kNumberType = 1, kTextType = 4, kDateType = 7;
 
 // Shows the values of a record to IsOkToSetRecord. The cells are pointers to texts.
 struct ShownValues {
@@ -137,6 +138,24 @@ platform::Result<std::optional<std::string>> TranslatorSession::Text(const std::
     FreeVornString(cell);
     if (code != RRC_OK) return Explain("reading field " + fieldId);
     return text;
+}
+
+platform::Result<std::int32_t> TranslatorSession::Number(const std::string& fieldId) {
+    std::int32_t cell = 0;
+    unsigned long type = kNumberType;
+    if (m_translator->GetField(fieldId.c_str(), &type, &cell) != RRC_OK) {
+        return Explain("reading field " + fieldId);
+    }
+    return cell;
+}
+
+platform::Result<std::optional<double>> TranslatorSession::Date(const std::string& fieldId) {
+    double cell = kNoDate;
+    unsigned long type = kDateType;
+    if (m_translator->GetField(fieldId.c_str(), &type, &cell) != RRC_OK) {
+        return Explain("reading field " + fieldId);
+    }
+    return cell == kNoDate ? std::optional<double>() : cell;
 }
 
 platform::Result<Verdict> TranslatorSession::Check(const std::vector<TextValue>& values) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -76,6 +77,9 @@ class TranslatorSession {
     platform::Result<std::string> ModifiedInfo();
     // A text field of the current record; nothing for a field without value.
     platform::Result<std::optional<std::string>> Text(const std::string& fieldId);
+    platform::Result<std::int32_t> Number(const std::string& fieldId);
+    // An OLE automation date; nothing for no date.
+    platform::Result<std::optional<double>> Date(const std::string& fieldId);
 
     // Asks whether a record with these values may be stored.
     platform::Result<Verdict> Check(const std::vector<TextValue>& values);

@@ -1,0 +1,154 @@
+#include "host/mail/compose.h"
+
+#include <algorithm>
+
+#include "host/mail/attachment_part.h"
+#include "host/mail/header_block.h"
+#include "host/mail/mail_date.h"
+#include "host/mail/mail_text.h"
+#include "host/mail/message_id.h"
+#include "host/mail/transfer_encoding.h"
+
+#include <gmime/gmime.h>
+
+namespace host {
+
+namespace {
+
+constexpr std::size_t kHeaderRoom = 2048;
+
+struct EncodedPiece {
+    TextPiece piece;
+    TransferEncoding encoding;
+};
+
+std::string HeaderOf(const Mail& mail, std::chrono::seconds offset) {
+    HeaderBlock header;
+    header.AddAddresses("From", mail.from);
+    header.AddAddresses("To", mail.to);
+    header.AddAddresses("Cc", mail.cc);
+    header.AddAddresses("Bcc", mail.bcc);
+    header.AddText("Subject", mail.subject);
+    const auto date = mail.date ? FromOleDate(*mail.date) : std::nullopt;
+    if (date) header.AddToken("Date", MessageDate(*date, offset));
+    header.AddToken("Message-ID", '<' + MessageIdOf(mail) + '>');
+    header.AddToken("MIME-Version", "1.0");
+    return header.Str();
+}
+
+std::string_view TypeOf(TextPiece::Kind kind) {
+    switch (kind) {
+        case TextPiece::Kind::kPlain:
+            return "text/plain; charset=UTF-8";
+        case TextPiece::Kind::kFlowed:
+            return "text/plain; charset=UTF-8; format=flowed";
+        case TextPiece::Kind::kHtml:
+            return "text/html; charset=UTF-8";
+        case TextPiece::Kind::kEnriched:
+            break;
+    }
+    return "text/enriched; charset=UTF-8";
+}
+
+void AppendText(std::string& out, const EncodedPiece& text) {
+    out += "Content-Type: ";
+    out += TypeOf(text.piece.kind);
+    out += "\nContent-Transfer-Encoding: ";
+    out += NameOf(text.encoding);
+    out += "\n\n";
+    AppendEncoded(out, text.piece.text, text.encoding);
+}
+
+std::vector<EncodedPiece> Encode(std::vector<TextPiece> pieces) {
+    std::vector<EncodedPiece> encoded;
+    for (TextPiece& piece : pieces) {
+        const TransferEncoding encoding = ChooseEncoding(piece.text);
+        encoded.push_back({std::move(piece), encoding});
+    }
+    return encoded;
+}
+
+// Made of the header, so that the same mail has the same one. Encoded text never holds "=_".
+std::string BoundaryFor(const std::string& header, const std::vector<EncodedPiece>& texts) {
+    std::string seed = header;
+    for (;;) {
+        std::string boundary = "=_" + Fingerprint(seed);
+        const bool isInText = std::ranges::any_of(texts, [&boundary](const EncodedPiece& text) {
+            return text.piece.text.find(boundary) != std::string::npos;
+        });
+        if (!isInText) return boundary;
+        seed += '=';
+    }
+}
+
+// The parts of a multipart message, one after the other.
+class PartWriter {
+  public:
+    PartWriter(std::string& out, std::string boundary)
+        : m_out(out), m_boundary(std::move(boundary)) {
+        m_out += "Content-Type: multipart/mixed; boundary=\"" + m_boundary + "\"\n";
+    }
+
+    void Begin() { m_out += "\n--" + m_boundary + '\n'; }
+    void Finish() { m_out += "\n--" + m_boundary + "--\n"; }
+
+  private:
+    std::string& m_out;
+    std::string m_boundary;
+};
+
+// A missing file becomes a remark: the mail comes without it, as in Eudora.
+platform::Status AppendAttachments(std::string& out, PartWriter& parts, platform::Files& files,
+                                   const Mail& mail, std::string& remarks) {
+    for (const MailAttachment& attachment : mail.attachments) {
+        const std::size_t before = out.size();
+        parts.Begin();
+        auto appended = AppendAttachment(out, files, attachment);
+        if (appended) continue;
+        if (appended.Error().code != platform::ErrorCode::kNotFound) return appended;
+        out.resize(before);
+        remarks += "[The attachment " + attachment.name + " is missing.]\n";
+    }
+    return {};
+}
+
+platform::Status AppendParts(std::string& out, platform::Files& files, const Mail& mail,
+                             const std::vector<EncodedPiece>& texts) {
+    PartWriter parts(out, BoundaryFor(out, texts));
+    for (const EncodedPiece& text : texts) {
+        parts.Begin();
+        AppendText(out, text);
+    }
+    std::string remarks;
+    if (auto status = AppendAttachments(out, parts, files, mail, remarks); !status) return status;
+    for (const std::string& note : mail.notes) remarks += "[Not all could be read: " + note + "]\n";
+    if (!remarks.empty()) {
+        parts.Begin();
+        // Base64, so that no name can hold a boundary.
+        AppendText(out, {{TextPiece::Kind::kPlain, remarks}, TransferEncoding::kBase64});
+    }
+    parts.Finish();
+    return {};
+}
+
+}  // namespace
+
+platform::Status CanComposeMail() {
+    return {};
+}
+
+platform::Result<std::string> ComposeMail(platform::Files& files, const Mail& mail,
+                                          std::chrono::seconds offset) {
+    g_mime_init();
+    const auto texts = Encode(SplitText(NormalLineEnds(mail.body.value_or(""))));
+    std::string message = HeaderOf(mail, offset);
+    message.reserve(kHeaderRoom + mail.body.value_or("").size() * 2);
+    if (texts.size() == 1 && mail.attachments.empty() && mail.notes.empty()) {
+        AppendText(message, texts.front());
+        return message;
+    }
+    if (auto status = AppendParts(message, files, mail, texts); !status) return status.Error();
+    return message;
+}
+
+}  // namespace host

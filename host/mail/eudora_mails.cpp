@@ -1,0 +1,140 @@
+#include "host/mail/eudora_mails.h"
+
+#include "host/module/windows_path.h"
+#include "platform/kvutil/kvutil.h"
+#include "platform/os/code_page.h"
+
+namespace host {
+
+namespace {
+
+enum FieldNumber {
+    kFrom = 1,
+    kTo,
+    kCc,
+    kBcc,
+    kSubject,
+    kDate,
+    kBody,
+    kAttachment,
+    kSize,
+    kStatus,
+    kMessageId
+};
+
+// No mail's id: those begin with "0x".
+const std::string kNoMail = "none";
+
+bool HasBody(MailParts parts) {
+    return parts == MailParts::kAll || parts == MailParts::kWithoutAttachments;
+}
+
+bool HasAttachments(MailParts parts) {
+    return parts == MailParts::kAll || parts == MailParts::kWithoutBody;
+}
+
+// The value, or nothing and the failure among the notes.
+template <class T>
+std::optional<T> OrNote(platform::Result<T> value, std::vector<std::string>& notes) {
+    if (value) return *std::move(value);
+    notes.push_back(value.Error().Message());
+    return std::nullopt;
+}
+
+}  // namespace
+
+EudoraMails::EudoraMails(TranslatorSession& session, unsigned codePage)
+    : m_session(session), m_codePage(codePage) {}
+
+platform::Status EudoraMails::Walk(
+    const std::function<platform::Result<bool>(const MailHead&)>& visit) {
+    auto found = m_session.MoveFirst();
+    while (found && *found) {
+        const auto head = CurrentHead();
+        if (!head) return head.Error();
+        const auto goesOn = visit(*head);
+        if (!goesOn) return goesOn.Error();
+        if (!*goesOn) return {};
+        found = m_session.MoveNext();
+    }
+    if (!found) return found.Error();
+    return {};
+}
+
+platform::Result<bool> EudoraMails::IsGoneBy(const std::string& message) {
+    // A mailbox that cannot be read now would give one message for all ids.
+    if (auto first = m_session.MoveFirst(); !first) return first.Error();
+    if (m_goneMessage.empty()) {
+        const auto none = m_session.GoTo(kNoMail);
+        if (auto first = m_session.MoveFirst(); !first) return first.Error();
+        if (!none) m_goneMessage = none.Error().Message();
+    }
+    return message == m_goneMessage;
+}
+
+platform::Result<bool> EudoraMails::GoTo(const std::string& id) {
+    auto found = m_session.GoTo(id);
+    if (found) return found;
+    const auto gone = IsGoneBy(found.Error().Message());
+    if (!gone) return gone.Error();
+    if (*gone) return false;
+    return found;
+}
+
+platform::Result<MailHead> EudoraMails::CurrentHead() {
+    auto id = m_session.RecordId();
+    if (!id) return id.Error();
+    auto marker = m_session.ModifiedInfo();
+    if (!marker) return marker.Error();
+    return MailHead{*std::move(id), *std::move(marker)};
+}
+
+std::optional<std::string> EudoraMails::Field(int number, std::vector<std::string>& notes) {
+    auto text = OrNote(m_session.Text(std::to_string(number)), notes);
+    if (!text || !*text) return std::nullopt;
+    return platform::ToUtf8(**text, m_codePage);
+}
+
+void EudoraMails::ReadAttachments(Mail& mail) {
+    const auto text = OrNote(m_session.Text(std::to_string(kAttachment)), mail.notes);
+    if (!text || !*text) return;
+    CArray<CRAttachmentInfo> list;
+    if (StrToAttachmentInfo((*text)->c_str(), list) != RRC_OK) {
+        mail.notes.push_back("the list of attachments is damaged");
+    }
+    for (int i = 0; i < list.GetSize(); ++i) {
+        const CRAttachmentInfo info = list.GetAt(i);
+        const std::string name = platform::ToUtf8(info.csDisplayName.Str(), m_codePage);
+        const auto path = ToNativePath(info.csFilePath.Str());
+        if (path) {
+            mail.attachments.push_back({name, *path});
+        } else {
+            mail.notes.push_back("the attachment " + name + " is not to be found");
+        }
+    }
+}
+
+platform::Result<Mail> EudoraMails::Current(MailParts parts) {
+    auto head = CurrentHead();
+    if (!head) return head.Error();
+    Mail mail;
+    mail.id = std::move(head->id);
+    mail.marker = std::move(head->marker);
+    mail.from = Field(kFrom, mail.notes);
+    mail.to = Field(kTo, mail.notes);
+    mail.cc = Field(kCc, mail.notes);
+    mail.bcc = Field(kBcc, mail.notes);
+    mail.subject = Field(kSubject, mail.notes);
+    mail.date = OrNote(m_session.Date(std::to_string(kDate)), mail.notes).value_or(std::nullopt);
+    if (HasBody(parts)) mail.body = Field(kBody, mail.notes);
+    const auto size = OrNote(m_session.Number(std::to_string(kSize)), mail.notes);
+    mail.size = static_cast<std::uint32_t>(size.value_or(0));
+    if (const auto status = OrNote(m_session.Number(std::to_string(kStatus)), mail.notes)) {
+        mail.status = static_cast<std::uint32_t>(*status);
+    }
+    mail.messageId = Field(kMessageId, mail.notes);
+    if (HasAttachments(parts)) ReadAttachments(mail);
+    return mail;
+}
+
+}  // namespace host

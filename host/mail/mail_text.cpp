@@ -1,0 +1,164 @@
+#include "host/mail/mail_text.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace host {
+
+namespace {
+
+constexpr auto kNone = std::string_view::npos;
+constexpr std::size_t kNarrowestWrap = 60;  // columns that a wrapping writer fills at least
+constexpr std::size_t kWidestWrap = 79;
+
+struct Mark {
+    std::string_view begin, end;
+    TextPiece::Kind kind;
+};
+
+constexpr Mark kMarks[] = {
+    {"<x-html>", "</x-html>", TextPiece::Kind::kHtml},
+    {"<x-rich>", "</x-rich>", TextPiece::Kind::kEnriched},
+};
+
+char Lower(char letter) {
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + ('a' - 'A')) : letter;
+}
+
+bool BeginsWith(std::string_view text, std::string_view mark) {
+    return text.size() >= mark.size() &&
+           std::equal(mark.begin(), mark.end(), text.begin(),
+                      [](char wanted, char letter) { return wanted == Lower(letter); });
+}
+
+std::size_t Find(std::string_view text, std::string_view mark, std::size_t from) {
+    for (auto at = text.find('<', from); at != kNone; at = text.find('<', at + 1)) {
+        if (BeginsWith(text.substr(at), mark)) return at;
+    }
+    return kNone;
+}
+
+struct MarkedRange {
+    const Mark* mark;
+    std::size_t begin, textBegin, textEnd, end;
+};
+
+// Where the next ends of the marks lie, so that many beginnings without an end cost one search.
+class EndFinder {
+  public:
+    explicit EndFinder(std::string_view text) : m_text(text) {}
+    std::size_t Next(const Mark& mark, std::size_t from) {
+        auto& known = m_known[&mark - kMarks];
+        if (!known || (*known != kNone && *known < from)) known = Find(m_text, mark.end, from);
+        return *known;
+    }
+
+  private:
+    std::string_view m_text;
+    std::optional<std::size_t> m_known[std::size(kMarks)];
+};
+
+std::optional<MarkedRange> RangeAt(std::string_view text, std::size_t at, EndFinder& ends) {
+    for (const Mark& mark : kMarks) {
+        if (!BeginsWith(text.substr(at), mark.begin)) continue;
+        const std::size_t textBegin = at + mark.begin.size();
+        const std::size_t end = ends.Next(mark, textBegin);
+        if (end != kNone) return MarkedRange{&mark, at, textBegin, end, end + mark.end.size()};
+        const bool beginsLine = at == 0 || text[at - 1] == '\n';
+        if (beginsLine) return MarkedRange{&mark, at, textBegin, text.size(), text.size()};
+    }
+    return std::nullopt;
+}
+
+std::optional<MarkedRange> NextRange(std::string_view text, std::size_t from, EndFinder& ends) {
+    for (auto at = text.find('<', from); at != kNone; at = text.find('<', at + 1)) {
+        if (auto range = RangeAt(text, at, ends)) return range;
+    }
+    return std::nullopt;
+}
+
+void AddPlain(std::vector<TextPiece>& pieces, std::string_view text) {
+    if (text.find_first_not_of(" \t\n") == kNone) return;
+    pieces.push_back({LooksFlowed(text) ? TextPiece::Kind::kFlowed : TextPiece::Kind::kPlain,
+                      std::string(text)});
+}
+
+std::string_view TakeLine(std::string_view& text) {
+    const std::size_t end = std::min(text.find('\n'), text.size());
+    const std::string_view line = text.substr(0, end);
+    text.remove_prefix(std::min(end + 1, text.size()));
+    return line;
+}
+
+std::size_t QuoteDepth(std::string_view line) {
+    return std::min(line.find_first_not_of('>'), line.size());
+}
+
+// A writer stuffs a blank in front of a blank, of ">" and of "From " only; any line of a quotation
+// has one.
+bool IsStuffedRight(std::string_view line) {
+    if (!line.starts_with(' ')) return true;
+    line.remove_prefix(1);
+    return line.empty() || line.starts_with(' ') || line.starts_with('>') ||
+           line.starts_with("From ");
+}
+
+bool IsWrapped(std::string_view line, std::string_view next) {
+    const std::size_t depth = QuoteDepth(line);
+    if (line.size() > kWidestWrap || depth != QuoteDepth(next)) return false;
+    next.remove_prefix(depth);
+    next.remove_prefix(std::min(next.find_first_not_of(' '), next.size()));
+    const std::size_t word = std::min(next.find(' '), next.size());
+    return word > 0 && line.size() + word > kNarrowestWrap;
+}
+
+}  // namespace
+
+std::string NormalLineEnds(std::string_view text) {
+    std::string normal;
+    normal.reserve(text.size());
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        std::string_view line = text.substr(0, end);
+        if (end < text.size()) {
+            while (line.ends_with('\r')) line.remove_suffix(1);
+        }
+        normal += line;
+        if (end < text.size()) normal += '\n';
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return normal;
+}
+
+std::vector<TextPiece> SplitText(std::string_view text) {
+    std::vector<TextPiece> pieces;
+    EndFinder ends(text);
+    std::size_t done = 0;
+    while (const auto range = NextRange(text, done, ends)) {
+        AddPlain(pieces, text.substr(done, range->begin - done));
+        pieces.push_back(
+            {range->mark->kind,
+             std::string(text.substr(range->textBegin, range->textEnd - range->textBegin))});
+        done = range->end;
+    }
+    AddPlain(pieces, text.substr(done));
+    if (pieces.empty()) pieces.push_back({TextPiece::Kind::kPlain, std::string(text)});
+    return pieces;
+}
+
+bool LooksFlowed(std::string_view text) {
+    if (text.find(" \n") == kNone) return false;
+    bool isFlowed = false;
+    while (!text.empty()) {
+        const std::string_view line = TakeLine(text);
+        const std::string_view content = line.substr(QuoteDepth(line));
+        if (content == line && !IsStuffedRight(line)) return false;
+        if (!content.ends_with(' ') || content == "-- " || content == " ") continue;
+        std::string_view rest = text;
+        if (!IsWrapped(line, TakeLine(rest))) return false;
+        isFlowed = true;
+    }
+    return isFlowed;
+}
+
+}  // namespace host

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace host {
+
+// A stretch of a mail's text that is of one kind.
+struct TextPiece {
+    enum class Kind { kPlain, kFlowed, kHtml, kEnriched };
+    Kind kind = Kind::kPlain;
+    std::string text;
+};
+
+// Line ends as LF alone: all returns right before an LF go, one elsewhere stays.
+std::string NormalLineEnds(std::string_view text);
+
+// Takes a text with LF line ends apart by Eudora's marks <x-html> and <x-rich>, in any case, in the
+// order in which the pieces stand. A mark counts if its end follows, or if it begins a line: then
+// the piece reaches to the end. Plain pieces of white space alone are left out, but there is always
+// one piece.
+std::vector<TextPiece> SplitText(std::string_view text);
+
+// Whether a plain text reads as one of format=flowed (RFC 3676). The translator takes Eudora's mark
+// for it away, so the text itself must tell: each line that ends in a blank must be one that a
+// wrapping writer would have broken there, and a blank in front must be one that such a writer
+// puts there. For a text that only looks so, rejoining its lines changes nothing but their width.
+bool LooksFlowed(std::string_view text);
+
+}  // namespace host
