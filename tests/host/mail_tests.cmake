@@ -5,3 +5,9 @@ if(TARGET kv_gmime)
     target_sources(host_mail_test PRIVATE
         mail_compose_test.cpp mail_message.cpp mail_property_test.cpp)
 endif()
+
+find_program(KV_PYTHON python3 NO_CMAKE_FIND_ROOT_PATH)
+if(KV_PYTHON AND NOT WIN32)
+    add_test(NAME sample_inbox
+             COMMAND ${KV_PYTHON} ${PROJECT_SOURCE_DIR}/tools/make_sample_inbox.py --check)
+endif()
