@@ -2,11 +2,12 @@
 
 #include <cstdint>
 #include <list>
+#include <map>
 #include <memory>
 #include <string>
-#include <unordered_map>
 
 #include "frame/trans_base.h"
+#include "mailstore/id_map.h"
 #include "mapi/mapi.h"
 #include "platform/os/files.h"
 
@@ -63,15 +64,15 @@ class CREudoraMail : public CREudoraTransBase {
     MapiMessage* m_lpNewMessage = nullptr;
     CMapi* m_pMapi = nullptr;
     std::uint32_t m_dwNextIndexID = 0;  // 0: the mailbox is not indexed yet
-    std::unordered_map<std::string, std::string> m_mapMessageIDToIndexID;
-    std::unordered_map<std::string, std::string> m_mapIndexIDToMessageID;
+    mailstore::IdMap m_mapMessageIDToIndexID;
+    mailstore::IdMap m_mapIndexIDToMessageID;
     std::string m_pszTo, m_pszCc, m_pszBcc;
     bool m_bAppReady = false;
     bool m_bOutBox = false;
     bool m_bOutBoxRecord = false;
     std::list<MapiMessage*> m_lstOutBoxMails;
     std::list<MapiMessage*> m_lstNewMails;
-    std::unordered_map<std::string, std::string> m_mapMailStatus;
+    std::map<std::string, std::string> m_mapMailStatus;
     CString m_csAttachDir;
     CString m_csMailboxName;
 

@@ -84,14 +84,14 @@ RRETURNCODE CREudoraMail::FillMaps(File& mbx, File& toc) {
     const auto header = mailstore::ReadTocHeader(toc);
     if (!header) return fail(header.Error());
     const std::uint32_t count = header->wNumberOfMsgs;
-    m_mapMessageIDToIndexID.reserve(count);
-    m_mapIndexIDToMessageID.reserve(count);
+    m_mapMessageIDToIndexID.Reserve(count);
+    m_mapIndexIDToMessageID.Reserve(count);
     const auto lastId =
         mailstore::ReadIndex(mbx, toc, count, [&](std::uint32_t msgId, std::string_view messageId) {
             const std::string indexId = mailstore::IndexIdOf(msgId);
-            const std::string name(messageId.empty() ? indexId : messageId);
-            m_mapMessageIDToIndexID.insert_or_assign(name, indexId);
-            m_mapIndexIDToMessageID.insert_or_assign(indexId, name);
+            const std::string_view name = messageId.empty() ? indexId : messageId;
+            m_mapMessageIDToIndexID.Set(name, indexId);
+            m_mapIndexIDToMessageID.Set(indexId, name);
             KV_LOG(5, "CREudoraMail::Open - IndexID = %s\n", indexId.c_str());
         });
     if (!lastId) return fail(lastId.Error());

@@ -53,6 +53,19 @@ class NativeFile : public File {
         return filled;
     }
 
+    Result<std::size_t> ReadAt(std::uint64_t offset, std::span<char> buffer) override {
+        std::size_t filled = 0;
+        while (filled < buffer.size()) {
+            const auto count = pread(m_handle.Get(), buffer.data() + filled, buffer.size() - filled,
+                                     static_cast<off_t>(offset + filled));
+            if (count < 0 && errno == EINTR) continue;
+            if (count < 0) return FromErrno(errno, m_path);
+            if (count == 0) break;
+            filled += static_cast<std::size_t>(count);
+        }
+        return filled;
+    }
+
     Status Write(std::string_view bytes) override {
         while (!bytes.empty()) {
             const auto count = write(m_handle.Get(), bytes.data(), bytes.size());
