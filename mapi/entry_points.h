@@ -70,6 +70,10 @@ class EntryPoints {
         return reinterpret_cast<Function>(m_addresses[static_cast<std::size_t>(entry)]);
     }
 
+    bool SameAddress(const EntryPoints& other, Entry entry) const {
+        return Get<void*>(entry) == other.Get<void*>(entry);
+    }
+
   private:
     void* m_addresses[kEntryCount] = {};
 };

@@ -2,8 +2,11 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include "mapi/entry_points.h"
+#include "mapi/message_id.h"
+#include "mapi/message_slot.h"
 #include "mapi/records.h"
 #include "platform/os/system.h"
 
@@ -16,7 +19,8 @@ class CMapi {
     static constexpr std::uint32_t kNotLoaded = 1001;
 
     explicit CMapi(const platform::System& system) : m_system(system) {}
-    // Neither logs off nor unloads: at process end the library may be gone already.
+    // Neither logs off nor unloads, nor touches the current message: at process end the library
+    // may be gone already.
     virtual ~CMapi() { (void)m_hMapiLib.release(); }
     CMapi(const CMapi&) = delete;
     CMapi& operator=(const CMapi&) = delete;
@@ -29,15 +33,16 @@ class CMapi {
     // Opens a session: 1 on success, else 0, also if there is a session, which goes on. Needs a
     // library that LoadMapiLibrary gave 1 for.
     int MapiLogon();
-    // Ends the session, if there is one.
+    // Ends the session, if there is one; a current message that is the library's goes first.
     void MapiLogoff();
-    // Frees the library, if it is loaded.
+    // Frees the library, if it is loaded; a current message that is the library's goes first.
     void UnloadMapiLibrary();
 
     std::uint32_t LastError() const { return m_ulLastError; }
 
     // The cursor over the mailbox. Results: 1 found (and read), 0 no such message or no more of
-    // them, -1 failed with LastError. The general error is tried ten times, every other once.
+    // them, -1 failed with LastError: kNotLoaded without a library. A call that fails with the
+    // general error is tried ten times, with every other error once.
     int MoveFirst();
     int MoveNext();
     // Goes to a message by walking: from the seek point, and from the first message if the end came
@@ -53,6 +58,8 @@ class CMapi {
 
     const char* MsgID() const { return m_szMsgID; }
     int ClearMsgID();
+    // Names a new mail; the id is cut to the room there is.
+    void SetMsgID(const char* id) { mapi::CopyMessageId(m_szMsgID, id); }
     bool SeekValid() const { return m_bSeekValid != 0; }
     // What a walk in order does: the message that MsgID names becomes the seek point if there is
     // none yet; ConfirmSeek makes it valid.
@@ -61,7 +68,8 @@ class CMapi {
 
     // Raw field access to the current message, by field id 1 to 11; null for every other id. The
     // result is always 1. Ids 2, 3, 4, 9 and 10 hand out a block that the caller deletes with
-    // `delete[]`, the others something of the message's own.
+    // `delete[]`, id 1 a text that is valid until id 1 is asked for again, the others something of
+    // the message's own.
     int GetMailFieldByName(const char* field, void*& data);
     int GetMailField(int field, void*& data);
     // The recipients of the class of field 2, 3 or 4, joined by "; "; null if there are none. The
@@ -86,7 +94,8 @@ class CMapi {
     // and files arrays from `new[]`.
     static int AllocMessage(MapiMessage*& record);
     // Frees a built record. The files that it names are deleted with it unless `keepFiles` says
-    // that a stored mail points to them. 0 for null, else 1.
+    // that a stored mail points to them. If it is the current message, there is none afterwards.
+    // 0 for null, else 1.
     int FreeMessage(MapiMessage* record, bool keepFiles = false);
     // Deletes the files that a record names, as far as they exist; the record stays as it is.
     void _DeleteAttachments(const MapiMessage* record);
@@ -94,12 +103,34 @@ class CMapi {
     void DeleteCurrentAttachments();
 
   private:
+    // Calls the library; kNotLoaded if it is not there.
+    template <class Function, class... Arguments>
+    std::uint32_t Call(mapi::Entry entry, Arguments... arguments) {
+        const auto function = m_hMapiLib ? m_entries.Get<Function>(entry) : nullptr;
+        return function != nullptr ? function(arguments...) : kNotLoaded;
+    }
+    void PeekQueue();
+    void Yield();
+    // Logs the error of the last call, if there is one.
+    bool WorthAnotherTry();
+    int FindAndRead(const char* seed);
+    int ReadTarget();
+    // Walks from `seed` on until MsgID is the target or the library finds no message.
+    void WalkTo(const std::string& target, const char* seed);
+    // Empties the slot; a message of the library's is given back, its files are deleted.
+    void ReleaseCurrent();
+    char* Originator(const MapiMessage& message);
+    void Send(MapiMessage& record);
+    bool DeleteFileOf(const MapiFileDesc& file);  // true if there was one
+
     platform::System m_system;
     std::uint32_t m_ulLastError = 0;
-    char m_szMsgID[mapi::kMessageIdSize] = {};
+    mapi::MessageIdText m_szMsgID = {};
     std::unique_ptr<platform::Library> m_hMapiLib;
     mapi::Session m_lhSession = 0;
+    mapi::MessageSlot m_lpMessage;
     std::int32_t m_bSeekValid = 0;
-    char m_szSeekFirst[mapi::kMessageIdSize] = {};
+    mapi::MessageIdText m_szSeekFirst = {};
     mapi::EntryPoints m_entries;
+    std::string m_address;  // of the originator, as handed out last
 };

@@ -35,16 +35,20 @@ int CMapi::LoadMapiLibrary(const char* folder) {
         m_ulLastError = kNotLoaded;
         return 0;
     }
-    // A library that is loaded already goes only now, so that a session on it lives on in the new
-    // one, which is the same to the system.
+    mapi::EntryPoints found;
+    const bool complete = found.Find(**library);
+    // A second translator loads the same library again: session and current message live on in it.
+    // Another library cannot free what this one has made.
+    if (!m_entries.SameAddress(found, mapi::Entry::kFreeBuffer)) ReleaseCurrent();
+    m_entries = found;
     m_hMapiLib = std::move(*library);
-    return m_entries.Find(*m_hMapiLib) ? 1 : 0;
+    return complete ? 1 : 0;
 }
 
 int CMapi::MapiLogon() {
     if (m_lhSession != 0) return 0;
-    const auto logon = m_entries.Get<mapi::LogonFn>(mapi::Entry::kLogon);
-    m_ulLastError = logon(0, nullptr, nullptr, mapi::kLogonUi | mapi::kNewSession, 0, &m_lhSession);
+    m_ulLastError = Call<mapi::LogonFn>(mapi::Entry::kLogon, 0, nullptr, nullptr,
+                                        mapi::kLogonUi | mapi::kNewSession, 0, &m_lhSession);
     if (m_ulLastError == 0) return 1;
     m_lhSession = 0;
     return 0;
@@ -52,10 +56,12 @@ int CMapi::MapiLogon() {
 
 void CMapi::MapiLogoff() {
     if (m_lhSession == 0) return;
-    m_entries.Get<mapi::LogoffFn>(mapi::Entry::kLogoff)(m_lhSession, 0, 0, 0);
+    ReleaseCurrent();
+    Call<mapi::LogoffFn>(mapi::Entry::kLogoff, m_lhSession, 0, 0, 0);
     m_lhSession = 0;
 }
 
 void CMapi::UnloadMapiLibrary() {
+    ReleaseCurrent();
     m_hMapiLib.reset();
 }

@@ -1,0 +1,70 @@
+#include <new>
+#include <span>
+
+#include "mapi/mapi.h"
+#include "platform/kvutil/kvutil.h"
+
+namespace {
+
+void FreeTexts(const MapiRecipDesc& recipient) {
+    delete[] recipient.lpszName;
+    delete[] recipient.lpszAddress;
+    delete[] static_cast<char*>(recipient.lpEntryID);
+}
+
+// The elements that an array with its own count has.
+template <class Element>
+std::span<Element> Elements(Element* array, std::uint32_t count) {
+    return array != nullptr ? std::span<Element>(array, count) : std::span<Element>();
+}
+
+}  // namespace
+
+int CMapi::AllocMessage(MapiMessage*& record) {
+    record = new (std::nothrow) MapiMessage{};
+    return record != nullptr ? 1 : 0;
+}
+
+int CMapi::FreeMessage(MapiMessage* record, bool keepFiles) {
+    if (record == nullptr) return 0;
+    ReleaseBorrowed(record);
+    for (char* text : {record->lpszSubject, record->lpszNoteText, record->lpszMessageType,
+                       record->lpszDateReceived, record->lpszConversationID}) {
+        delete[] text;
+    }
+    if (record->lpOriginator != nullptr) FreeTexts(*record->lpOriginator);
+    delete record->lpOriginator;
+    for (const MapiRecipDesc& recipient : Elements(record->lpRecips, record->nRecipCount)) {
+        FreeTexts(recipient);
+    }
+    delete[] record->lpRecips;
+    for (const MapiFileDesc& file : Elements(record->lpFiles, record->nFileCount)) {
+        if (!keepFiles) DeleteFileOf(file);
+        delete[] file.lpszPathName;
+        delete[] file.lpszFileName;
+        delete[] static_cast<char*>(file.lpFileType);
+    }
+    delete[] record->lpFiles;
+    delete record;
+    return 1;
+}
+
+bool CMapi::DeleteFileOf(const MapiFileDesc& file) {
+    if (file.lpszPathName == nullptr || !m_system.files.Exists(file.lpszPathName)) return false;
+    (void)m_system.files.Delete(file.lpszPathName);
+    return true;
+}
+
+void CMapi::_DeleteAttachments(const MapiMessage* record) {
+    KV_LOG(5, "- Enter - CMapi:: _DeleteAttachments\n");
+    if (record == nullptr) return;
+    for (const MapiFileDesc& file : Elements(record->lpFiles, record->nFileCount)) {
+        if (DeleteFileOf(file)) KV_LOG(5, "          - %s\n", file.lpszPathName);
+        Yield();
+    }
+    KV_LOG(5, "- Exit - CMapi:: _DeleteAttachments\n");
+}
+
+void CMapi::DeleteCurrentAttachments() {
+    if (m_lpMessage.IsLibrarys()) _DeleteAttachments(m_lpMessage.Get());
+}
