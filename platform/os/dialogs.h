@@ -46,6 +46,8 @@ class DialogView {
     virtual bool IsChecked(int control) = 0;
     virtual void Enable(int control, bool enabled) = 0;
     virtual void SetRange(int spin, int lowest, int highest) = 0;
+    // Leads the user to an edit, with its text selected where the system can.
+    virtual void Focus(int /*control*/) {}
     // Ends the dialog after the current call; `result` is what RunModal gives.
     virtual void End(int result) = 0;
 };

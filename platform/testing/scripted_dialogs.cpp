@@ -18,6 +18,10 @@ void ScriptedView::Click(int control) {
     m_logic.OnCommand(*this, control);
 }
 
+void ScriptedView::Type(int control, std::string_view text) {
+    if (controls[control].enabled && !result) controls[control].text = text;
+}
+
 void ScriptedDialogs::ShowMessage(const std::string& text, const std::string& title,
                                   MessageIcon icon) {
     messages.push_back({text, title, icon});

@@ -28,6 +28,8 @@ class ScriptedView : public DialogView {
     // Presses a button, or switches a check box and tells the logic. A disabled control and an
     // ended dialog take no click.
     void Click(int control);
+    // Types a text into an edit in place of the old one; a disabled edit takes none.
+    void Type(int control, std::string_view text);
 
     void SetTitle(std::string_view text) override { title = text; }
     void SetText(int control, std::string_view text) override { controls[control].text = text; }
@@ -36,10 +38,12 @@ class ScriptedView : public DialogView {
     bool IsChecked(int control) override { return controls[control].checked; }
     void Enable(int control, bool enabled) override { controls[control].enabled = enabled; }
     void SetRange(int spin, int lowest, int highest) override;
+    void Focus(int control) override { focus = control; }
     void End(int value) override { result = value; }
 
     std::string title;
     std::map<int, Control> controls;
+    int focus = 0;
     std::optional<int> result;  // set when the dialog has ended
 
   private:

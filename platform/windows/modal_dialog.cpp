@@ -55,6 +55,11 @@ class ModalDialog : public DialogView {
     void SetRange(int spin, int lowest, int highest) override {
         SendDlgItemMessageW(m_window, spin, UDM_SETRANGE, 0, MAKELPARAM(highest, lowest));
     }
+    void Focus(int control) override {
+        const HWND item = GetDlgItem(m_window, control);
+        SendMessageW(m_window, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(item), TRUE);
+        SendMessageW(item, EM_SETSEL, 0, -1);
+    }
     void End(int result) override {
         m_result = result;
         EndDialog(m_window, result);
