@@ -89,6 +89,8 @@ class CREudoraTransBase : public CRRecordTranslator {
   protected:
     // The one that the host handed in; the module's own before it did.
     CEudoraTransUtil& Util() { return m_pUtil != nullptr ? *m_pUtil : TransUtil(); }
+    // Whether a MoveNext that runs now was called to pass over a record that fails the filters.
+    bool IsFiltering() const { return m_filtering; }
 
     CEudoraTransUtil* m_pUtil = nullptr;  // set by GetAppInfo and Open
     RWORD m_dwHostValue = 0;              // kept for the host

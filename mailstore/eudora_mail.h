@@ -9,6 +9,7 @@
 #include "frame/trans_base.h"
 #include "mailstore/id_map.h"
 #include "mapi/mapi.h"
+#include "platform/kvutil/kvutil.h"
 #include "platform/os/files.h"
 
 // The mail translator: the mails of Eudora's in-box as records of eleven fields. It walks and reads
@@ -87,4 +88,24 @@ class CREudoraMail : public CREudoraTransBase {
     RRETURNCODE SendQueuedMails();
     void FreeNewMessage();
     void FreeRecords(std::list<MapiMessage*>& records);
+
+    RRETURNCODE GiveField(int field, const MapiMessage& message, void* pCell);
+    RRETURNCODE GiveText(const char* text, char*& cell);
+    RRETURNCODE GiveDate(const char* text, double& cell);
+    RRETURNCODE GiveBody(const MapiMessage& message, char*& cell);
+    RRETURNCODE GiveAttachments(char*& cell);
+    RRETURNCODE GiveMessageId(char*& cell);
+    RRETURNCODE InvalidMessage();
+    // Judges the result of CMapi's MoveFirst or MoveNext: RRC_OK if it reached a message.
+    RRETURNCODE CheckMove(int result);
+    bool IsTooLarge();
+    bool IsTooOld();
+
+    bool AddAttachment(const MapiFileDesc& file, CArray<CRAttachmentInfo>& list);
+    bool PassesSizeLimit(const CString& path, bool& passes);
+    CString NamePart(const char* path);
+    bool StoreAttachment(const CRAttachmentInfo& item, MapiFileDesc& entry);
+    CString AttachPath(const CString& fileName);
+
+    bool m_passedOver = false;  // the running MoveFirst has called MoveNext
 };

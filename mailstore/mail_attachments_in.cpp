@@ -1,0 +1,118 @@
+// Attachments on their way in: copies in Eudora's Attach folder, entered in the new record.
+#include <cstring>
+#include <utility>
+
+#include "frame/guard.h"
+#include "mailstore/eudora_mail.h"
+#include "mailstore/mail_attachments_names.h"
+#include "platform/os/path.h"
+
+using frame::Guarded;
+using mailstore::kLongestPath;
+
+namespace {
+
+// A file, and neither of the two OLE kinds.
+constexpr std::uint32_t kFileFlags = ~(mapi::kOle | mapi::kOleStatic);
+
+std::unique_ptr<char[]> CopyOf(const CString& text) {
+    const std::size_t size = text.Str().size() + 1;
+    auto copy = std::make_unique<char[]>(size);
+    std::memcpy(copy.get(), text.Str().c_str(), size);
+    return copy;
+}
+
+// The files of a record, taken out of it. Going away, they leave neither blocks nor copies.
+class TakenFiles {
+  public:
+    TakenFiles(MapiMessage& record, platform::Files& files)
+        : m_files(files),
+          m_count(std::exchange(record.nFileCount, 0)),
+          m_entries(std::exchange(record.lpFiles, nullptr)) {}
+    ~TakenFiles() {
+        for (std::uint32_t i = 0; m_entries != nullptr && i < m_count; ++i) {
+            if (m_entries[i].lpszPathName != nullptr) {
+                (void)m_files.Delete(m_entries[i].lpszPathName);
+            }
+            delete[] m_entries[i].lpszPathName;
+            delete[] m_entries[i].lpszFileName;
+        }
+        delete[] m_entries;
+    }
+    TakenFiles(const TakenFiles&) = delete;
+    TakenFiles& operator=(const TakenFiles&) = delete;
+
+  private:
+    platform::Files& m_files;
+    std::uint32_t m_count;
+    MapiFileDesc* m_entries;
+};
+
+}  // namespace
+
+RRETURNCODE CREudoraMail::NewAttachments(LPCTSTR listText) {
+    return Guarded("NewAttachments", [&] {
+        if (m_lpNewMessage == nullptr) return RRC_OK;
+        MapiMessage& record = *m_lpNewMessage;
+        CArray<CRAttachmentInfo> list;
+        (void)StrToAttachmentInfo(listText, list);
+        // Kept to the end: the list may name one of them as a source.
+        const TakenFiles replaced(record, Util().system.files);
+        if (list.IsEmpty()) return RRC_OK;
+        auto entries = std::make_unique<MapiFileDesc[]>(static_cast<std::size_t>(list.GetSize()));
+        for (const CRAttachmentInfo& item : list) {
+            const bool isFilled =
+                item.csFilePath.IsEmpty() || StoreAttachment(item, entries[record.nFileCount]);
+            if (!isFilled) break;
+            if (record.lpFiles == nullptr) record.lpFiles = entries.release();
+            ++record.nFileCount;
+        }
+        const bool isComplete = record.nFileCount == static_cast<std::uint32_t>(list.GetSize());
+        return isComplete ? RRC_OK : RRC_FAILED;
+    });
+}
+
+bool CREudoraMail::StoreAttachment(const CRAttachmentInfo& item, MapiFileDesc& entry) {
+    platform::Files& files = Util().system.files;
+    const CString target = AttachPath(item.csFileName);
+    auto path = CopyOf(target), name = CopyOf(item.csDisplayName);
+    const bool isCopied = !target.IsEmpty() && files.Copy(item.csFilePath.Str(), target.Str());
+    if (!isCopied) {
+        // Nothing was there before: what is there now is a part of the copy.
+        if (!target.IsEmpty()) (void)files.Delete(target.Str());
+        KV_LOG(1, "Unable to Copy the file");
+        return false;
+    }
+    entry.flFlags = kFileFlags;
+    entry.lpszPathName = path.release();
+    entry.lpszFileName = name.release();
+    if (item.bDeleteSource != 0) (void)files.Delete(item.csFilePath.Str());
+    return true;
+}
+
+// Empty if the name is not one for a file in the Attach folder.
+CString CREudoraMail::AttachPath(const CString& fileName) {
+    const unsigned codePage = Util().system.processes.CodePage();
+    const std::string joined = m_csAttachDir.Str() + fileName.Str();
+    if (joined.size() > kLongestPath || !mailstore::IsPlainFileName(fileName.Str(), codePage)) {
+        return {};
+    }
+    CString path = MakeUniquePath(joined);
+    return path.Str().size() > kLongestPath ? CString() : path;
+}
+
+// What cannot be looked at may exist. Ends at a path that is too long for a file.
+CString CREudoraMail::MakeUniquePath(const CString& path) {
+    platform::Files& files = Util().system.files;
+    const auto isFree = [&](const std::string& candidate) {
+        const auto info = files.Stat(candidate);
+        return !info && info.Error().code == platform::ErrorCode::kNotFound;
+    };
+    auto parts = platform::SplitPath(path.Str(), Util().system.processes.CodePage());
+    std::string candidate = path.Str();
+    while (candidate.size() <= kLongestPath && !isFree(candidate)) {
+        parts.name += '1';
+        candidate = JoinPath(parts);
+    }
+    return candidate;
+}

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+namespace mailstore {
+
+// The longest path that the system's path functions hold.
+inline constexpr std::size_t kLongestPath = 259;
+
+// Whether a name from outside, put behind a folder, names a file in that very folder on every
+// system: no folder, drive or stream, no way up, no device, nothing that Windows allows in no name.
+bool IsPlainFileName(std::string_view name, unsigned codePage);
+
+}  // namespace mailstore

@@ -1,0 +1,201 @@
+// The eleven fields of a mail, and what the host receives for each.
+#include <cstdlib>
+#include <new>
+
+#include "frame/guard.h"
+#include "mailstore/eudora_mail.h"
+#include "mailstore/mail_body.h"
+#include "mailstore/mail_fields_date.h"
+
+using frame::Guarded;
+
+namespace {
+
+enum FieldId {
+    kFrom = 1,
+    kTo,
+    kCc,
+    kBcc,
+    kSubject,
+    kDate,
+    kBody,
+    kAttachment,
+    kSize,
+    kMailStatus,
+    kMessageId
+};
+
+struct FieldRow {
+    int id;
+    int stringId;
+    const char* name;
+    int type;
+    std::uint32_t tag;
+};
+
+constexpr FieldRow kFields[] = {
+    {kFrom, 41, "From", kFieldText, 0x2BD},
+    {kTo, 42, "To", kFieldText, 0x800002BE},
+    {kCc, 43, "cc", kFieldText, 0x2BF},
+    {kBcc, 44, "bcc", kFieldText, 0x2C0},
+    {kSubject, 45, "Subject", kFieldText, 0x14},
+    {kDate, 46, "Date", kFieldDateLast, 0x800002C2},
+    {kBody, 47, "Body", kFieldText, 0x15},
+    {kMailStatus, 0, "MailStatus", kFieldInteger, 0x080002C6},
+    {kMessageId, 0, "MessageId", kFieldText, 0x080002C7},
+    {kSize, 0, "Size", kFieldInteger, 0x080002C3},
+    {kAttachment, 0, "Attachment", kFieldText, 0x0800001F},
+};
+
+constexpr unsigned kMsgNoMemory = 20, kMsgInvalid = 58, kMsgInvalidDate = 75;
+constexpr long kStrTrailerMarker = 77;
+
+constexpr std::uint32_t kStatusUnread = 1, kStatusSent = 4, kStatusRead = 0x20001;
+
+std::uint32_t StatusOf(std::uint32_t flags) {
+    if ((flags & mapi::kSent) != 0) return kStatusSent;
+    return (flags & mapi::kUnread) != 0 ? kStatusUnread : kStatusRead;
+}
+
+// A field of the current message, as CMapi hands it out; gives back what is ours to give back.
+class RawField {
+  public:
+    RawField(CMapi& mapi, int field) : m_isOwned(IsOwned(field)) {
+        mapi.GetMailField(field, m_data);
+    }
+    ~RawField() {
+        if (m_isOwned) delete[] Text();
+    }
+    RawField(const RawField&) = delete;
+    RawField& operator=(const RawField&) = delete;
+
+    char* Text() const { return static_cast<char*>(m_data); }
+    std::int32_t Number() const {
+        return Text() != nullptr ? static_cast<std::int32_t>(std::strtoll(Text(), nullptr, 10)) : 0;
+    }
+
+  private:
+    static bool IsOwned(int field) {
+        return (field >= kTo && field <= kBcc) || field == kSize || field == kMailStatus;
+    }
+
+    void* m_data = nullptr;
+    bool m_isOwned;
+};
+
+void LogIds(const mailstore::IdMap& messageIds) {
+    messageIds.ForEach([](std::string_view indexId, std::string_view messageId) {
+        KV_LOG(1, "- csMessageID = %s, csIndexID = %s\n", std::string(messageId).c_str(),
+               std::string(indexId).c_str());
+    });
+}
+
+}  // namespace
+
+RRETURNCODE CREudoraMail::BuildFieldList() {
+    return Guarded("BuildFieldList", [&] {
+        m_appInfo.m_fields.RemoveAll();
+        for (const FieldRow& row : kFields) {
+            CREudoraField field;
+            field.Set(std::to_string(row.id).c_str(), row.id, row.stringId, row.name, row.type,
+                      row.tag, false);
+            m_appInfo.m_fields.Add(field);
+        }
+        return RRC_OK;
+    });
+}
+
+RRETURNCODE CREudoraMail::GetField(LPCTSTR pszFieldId, unsigned long*, void* pCell) {
+    return Guarded("GetField", [&]() -> RRETURNCODE {
+        const CString name(pszFieldId);
+        KV_LOG(5, "Enter : CREudoraMail::GetField , Field Name = [%s]\n", name.Str().c_str());
+        const int field = std::atoi(name);
+        if (field < kFrom || field > kMessageId) return RRC_OK;
+        if (field == kMessageId) return GiveMessageId(*static_cast<char**>(pCell));
+        if (field == kAttachment) return GiveAttachments(*static_cast<char**>(pCell));
+        MapiMessage* message = nullptr;
+        if (Mapi().GetCurrentMessage(message) != 1) return InvalidMessage();
+        return GiveField(field, *message, pCell);
+    });
+}
+
+RRETURNCODE CREudoraMail::GiveField(int field, const MapiMessage& message, void* pCell) {
+    if (field == kBody) return GiveBody(message, *static_cast<char**>(pCell));
+    const RawField raw(Mapi(), field);
+    if (field == kDate) return GiveDate(raw.Text(), *static_cast<double*>(pCell));
+    if (field != kSize && field != kMailStatus) {
+        return GiveText(raw.Text(), *static_cast<char**>(pCell));
+    }
+    auto& cell = *static_cast<std::int32_t*>(pCell);
+    cell = raw.Number();
+    if (field == kMailStatus) {
+        cell = static_cast<std::int32_t>(StatusOf(static_cast<std::uint32_t>(cell)));
+    }
+    return RRC_OK;
+}
+
+RRETURNCODE CREudoraMail::GiveText(const char* text, char*& cell) {
+    cell = nullptr;
+    if (text == nullptr || AllocVornString(cell, text) == RRC_OK) return RRC_OK;
+    KV_LOG(1, "CREudoraMail::GetField : Insufficient memory\n");
+    Util().AddError(kMsgNoMemory);
+    return RRC_FAILED;
+}
+
+RRETURNCODE CREudoraMail::GiveDate(const char* text, double& cell) {
+    cell = kNoDate;
+    if (text == nullptr) return RRC_OK;
+    if (const auto date = mailstore::ParseDate(text)) {
+        cell = *date;
+        return RRC_OK;
+    }
+    KV_LOG(1, "Invalid Date time in CREudoraMail::GetField\n");
+    Util().AddError(kMsgInvalidDate);
+    return RRC_FAILED;
+}
+
+RRETURNCODE CREudoraMail::GiveBody(const MapiMessage& message, char*& cell) {
+    if (message.lpszNoteText == nullptr) {
+        cell = nullptr;
+        return RRC_OK;
+    }
+    try {
+        std::string body =
+            mailstore::ExpandLineEnds(mailstore::StripFlowedMarks(message.lpszNoteText));
+        if (body.empty()) return RRC_OK;
+        if (message.nFileCount != 0) {
+            const CString marker = Util().GetString(kStrTrailerMarker);
+            body.resize(mailstore::LengthWithoutTrailers(body, message.nFileCount, marker.Str()));
+        }
+        return AllocVornString(cell, body.c_str()) == RRC_OK ? RRC_OK : InvalidMessage();
+    } catch (const std::bad_alloc&) {
+        return InvalidMessage();
+    }
+}
+
+RRETURNCODE CREudoraMail::GiveAttachments(char*& cell) {
+    CString list;
+    const RRETURNCODE code = GetAttachments(list);
+    return code == RRC_OK ? GiveText(list, cell) : code;
+}
+
+RRETURNCODE CREudoraMail::GiveMessageId(char*& cell) {
+    const std::string indexId = Mapi().MsgID();
+    KV_LOG(1, "pData = %s\n", indexId.c_str());
+    if (const auto found = m_mapIndexIDToMessageID.Find(indexId)) {
+        const std::string messageId(*found);
+        KV_LOG(1, "*** GetField(EMAIL_MESSAGEID): pData = %s, csMsgID = %s\n", indexId.c_str(),
+               messageId.c_str());
+        return GiveText(messageId.c_str(), cell);
+    }
+    if (g_bEnableLog != 0) LogIds(m_mapIndexIDToMessageID);
+    KV_LOG(1, "Invalid Index Id in  CREudoraMail::GetField\n");
+    Util().AddError(kMsgInvalid);
+    return RRC_FAILED;
+}
+
+RRETURNCODE CREudoraMail::InvalidMessage() {
+    KV_LOG(1, "Invalid Message Pointer in CREudoraMail::GetField\n");
+    Util().AddError(kMsgInvalid);
+    return RRC_FAILED;
+}
