@@ -25,6 +25,10 @@ struct DeleteLimit {
 // "25" or "25%", up to 100%.
 std::optional<DeleteLimit> ParseDeleteLimit(std::string_view text);
 
+// How many of `total` remembered ones may be deleted; the larger of 10 and 25% if no limit is
+// given.
+unsigned long DeletionsAllowed(unsigned long total, const std::optional<DeleteLimit>& limit);
+
 // Eudora's side. `open` makes a session with the address book selected and opened; it is called
 // again whenever the file must be read anew.
 struct EudoraPlace {

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <charconv>
 
 #include "host/engine/commands.h"
@@ -20,6 +21,12 @@ std::optional<DeleteLimit> ParseDeleteLimit(std::string_view text) {
     if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
     if (limit.isPercent && limit.number > 100) return std::nullopt;
     return limit;
+}
+
+unsigned long DeletionsAllowed(unsigned long total, const std::optional<DeleteLimit>& limit) {
+    constexpr unsigned long kDefaultDeletions = 10, kDefaultPercent = 25;
+    if (!limit) return std::max(kDefaultDeletions, total * kDefaultPercent / 100);
+    return limit->isPercent ? total * limit->number / 100 : limit->number;
 }
 
 }  // namespace host

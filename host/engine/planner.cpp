@@ -9,8 +9,6 @@ namespace host {
 
 namespace {
 
-constexpr unsigned long kDefaultDeletions = 10, kDefaultPercent = 25;
-
 FieldSet NonEmpty(const Contact& contact) {
     FieldSet set;
     for (Field field : kAllFields) {
@@ -254,11 +252,7 @@ void Planner::CheckLimits() {
         std::count_if(m_plan.steps.begin(), m_plan.steps.end(), [](const Step& step) {
             return step.eudora.act == Act::kRemove || step.folder.act == Act::kRemove;
         }));
-    unsigned long limit = std::max(kDefaultDeletions, total * kDefaultPercent / 100);
-    if (m_options.maxDelete) {
-        const DeleteLimit& given = *m_options.maxDelete;
-        limit = given.isPercent ? total * given.number / 100 : given.number;
-    }
+    const unsigned long limit = DeletionsAllowed(total, m_options.maxDelete);
     if (deletions > limit) {
         m_plan.stop = std::to_string(deletions) + " contacts would be deleted, more than the " +
                       std::to_string(limit) +

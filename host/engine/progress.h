@@ -20,6 +20,13 @@ class Progress {
         m_show(std::string(what) + ' ' + std::to_string(done) + " of " + std::to_string(total));
     }
 
+    // Where nobody knows how many there are.
+    void Step(const char* what, std::size_t done) {
+        if (!m_show || m_clock.Now() < m_next) return;
+        m_next = m_clock.Now() + std::chrono::milliseconds(200);
+        m_show(std::string(what) + ' ' + std::to_string(done));
+    }
+
   private:
     platform::Clock& m_clock;
     std::function<void(const std::string&)> m_show;

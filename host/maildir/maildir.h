@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,19 +26,45 @@ class Maildir {
 
     // Makes what is missing of the folder and its cur, new and tmp.
     platform::Status Create();
-    // All mails in new and cur. Other files are passed over.
+    // All mails in new and cur, each once, in no order. Other files are passed over, and a folder
+    // that does not exist holds none. What another program renames meanwhile may be missed.
     platform::Result<std::vector<MaildirEntry>> List();
-    // Writes a mail into tmp and moves it to cur (with flags) or new (without). A crash leaves it
-    // whole or not there. Gives the unique name.
+    // A name that no other program, host or moment has.
+    std::string NewName();
+    // Writes a mail into tmp and moves it to cur (with flags) or new (without). A reader sees it
+    // whole or not at all; durable after Settle.
+    platform::Status Deliver(const std::string& unique, std::string_view message,
+                             std::string_view flags);
+    // The same under a new name, which it gives.
     platform::Result<std::string> Deliver(std::string_view message, std::string_view flags);
-    // Renames so that exactly these flags are set; kNotFound if the file is gone.
+    // Renames so that exactly these flags are set; kNotFound if the file is gone. Durable after
+    // Settle.
     platform::Status SetFlags(const MaildirEntry& entry, std::string_view flags);
     platform::Status Remove(const MaildirEntry& entry);
+    // Returns when all of the above is on the disk. `delivered` names the deliveries since the
+    // last call.
+    platform::Status Settle(const std::vector<MaildirEntry>& delivered);
+
+    // Removes what a delivery that was cut off left in tmp.
+    void DiscardUnfinished(const std::string& unique);
+    platform::Result<std::uint64_t> SizeOf(const MaildirEntry& entry);
+    platform::Result<std::string> MessageIdOf(const MaildirEntry& entry);
+
+    // The entry under which Deliver puts a mail.
+    MaildirEntry EntryOf(const std::string& unique, std::string_view flags) const;
 
   private:
+    std::string Path(const char* folder, std::string_view name) const;
+    std::string PathOf(const MaildirEntry& entry) const;
+    platform::Status MoveTo(const std::string& from, const std::string& unique,
+                            std::string_view flags);
+    platform::Status FlushOneByOne(const std::vector<MaildirEntry>& delivered);
+
     platform::Files& m_files;
     platform::Clock& m_clock;
     std::string m_folder;
+    std::string m_suffix;     // of each new name: this object's own
+    std::string m_infoStart;  // ":2," or "!2,"
     unsigned m_count = 0;
 };
 

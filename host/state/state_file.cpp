@@ -1,11 +1,11 @@
 #include "host/state/state_file.h"
 
 #include <SQLiteCpp/SQLiteCpp.h>
-#include <sqlite3.h>
 
 #include <nlohmann/json.hpp>
 
 #include "host/module/exit_code.h"
+#include "host/state/state_database.h"
 #include "host/state/state_schema.h"
 
 namespace host {
@@ -13,23 +13,6 @@ namespace host {
 namespace {
 
 using platform::ErrorCode;
-
-// What a failure of SQLite means for the person who runs this.
-platform::Failure Explain(const std::string& path, const SQLite::Exception& error) {
-    switch (error.getErrorCode()) {
-        case SQLITE_CORRUPT:
-        case SQLITE_NOTADB:
-        case SQLITE_FORMAT:
-            return DamagedState(path, error.what());
-        case SQLITE_BUSY:
-        case SQLITE_LOCKED:
-            return Refused(path + ": in use by another program; try again when it has ended");
-        case SQLITE_FULL:
-            return platform::Failure{ErrorCode::kNoSpace, path};
-        default:
-            return Failed(path + ": " + error.what());
-    }
-}
 
 std::string ToText(const Contact& contact) {
     return nlohmann::json(contact.values)
@@ -40,14 +23,6 @@ Contact FromText(const std::string& text) {
     Contact contact;
     contact.values = nlohmann::json::parse(text).get<decltype(contact.values)>();
     return contact;
-}
-
-std::string Blob(const SQLite::Column& column) {
-    return {static_cast<const char*>(column.getBlob()), static_cast<std::size_t>(column.size())};
-}
-
-void BindBlob(SQLite::Statement& statement, int index, const std::string& bytes) {
-    statement.bind(index, static_cast<const void*>(bytes.data()), static_cast<int>(bytes.size()));
 }
 
 void PutPair(SQLite::Statement& statement, const RememberedPair& pair, const std::string& scope) {
@@ -68,12 +43,9 @@ void PutPair(SQLite::Statement& statement, const RememberedPair& pair, const std
 
 }  // namespace
 
-struct StateFile::Connection {
-    SQLite::Database database;
-};
-
-StateFile::StateFile(std::unique_ptr<Connection> connection, std::string path, std::string scope)
-    : m_connection(std::move(connection)), m_path(std::move(path)), m_scope(std::move(scope)) {}
+StateFile::StateFile(std::unique_ptr<SQLite::Database> database, std::string path,
+                     std::string scope)
+    : m_database(std::move(database)), m_path(std::move(path)), m_scope(std::move(scope)) {}
 
 StateFile::~StateFile() = default;
 
@@ -95,54 +67,37 @@ platform::Result<std::unique_ptr<StateFile>> StateFile::Open(platform::Files& fi
                                                              const std::string& path,
                                                              const std::string& scope,
                                                              bool mayWrite) {
-    auto info = files.Stat(path);
-    if (!info && info.Error().code != ErrorCode::kNotFound) return info.Error();
-    if (info && info->isFolder) return Refused(path + ": is a folder; name a file for the state");
-    if (!mayWrite && (!info || info->size == 0)) {
-        return std::unique_ptr<StateFile>(new StateFile(nullptr, path, scope));
-    }
-    if (!mayWrite && files.Exists(path + "-journal")) {
-        return Refused(path +
-                       ": a run was cut off; `kvsync sync contacts` once brings it in order");
-    }
-    const int flags =
-        mayWrite ? SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE : SQLite::OPEN_READONLY;
-    try {
-        auto connection = std::unique_ptr<Connection>(new Connection{{path, flags, 5000}});
-        if (auto status = CheckState(connection->database, path, mayWrite); !status) {
-            return status.Error();
-        }
-        return std::unique_ptr<StateFile>(new StateFile(std::move(connection), path, scope));
-    } catch (const SQLite::Exception& error) {
-        return Explain(path, error);
-    }
+    auto database = OpenStateDatabase(files, path, mayWrite);
+    if (!database) return database.Error();
+    return std::unique_ptr<StateFile>(new StateFile(*std::move(database), path, scope));
 }
 
 platform::Result<Remembered> StateFile::Load() {
     Remembered remembered;
-    if (m_connection == nullptr) return remembered;
+    if (m_database == nullptr) return remembered;
     try {
-        SQLite::Statement pairs(m_connection->database, kSelectPairs);
+        SQLite::Statement pairs(*m_database, kSelectPairs);
         BindBlob(pairs, 1, m_scope);
         while (pairs.executeStep()) {
             RememberedPair pair;
             pair.key = pairs.getColumn(0).getInt64();
-            pair.eudora.item = {Blob(pairs.getColumn(1)), Blob(pairs.getColumn(2))};
+            pair.eudora.item = {BlobOf(pairs.getColumn(1)), BlobOf(pairs.getColumn(2))};
             pair.eudora.contact = FromText(pairs.getColumn(3).getString());
-            pair.folder.item = {Blob(pairs.getColumn(4)), Blob(pairs.getColumn(5))};
+            pair.folder.item = {BlobOf(pairs.getColumn(4)), BlobOf(pairs.getColumn(5))};
             pair.folder.contact = FromText(pairs.getColumn(6).getString());
-            pair.uid = Blob(pairs.getColumn(7));
+            pair.uid = BlobOf(pairs.getColumn(7));
             pair.beyond = pairs.getColumn(8).getInt();
             remembered.pairs.push_back(std::move(pair));
         }
-        SQLite::Statement intents(m_connection->database, kSelectIntents);
+        SQLite::Statement intents(*m_database, kSelectIntents);
         BindBlob(intents, 1, m_scope);
         while (intents.executeStep()) {
-            remembered.intents.push_back({Blob(intents.getColumn(0)), Blob(intents.getColumn(1)),
-                                          Blob(intents.getColumn(2))});
+            remembered.intents.push_back({BlobOf(intents.getColumn(0)),
+                                          BlobOf(intents.getColumn(1)),
+                                          BlobOf(intents.getColumn(2))});
         }
     } catch (const SQLite::Exception& error) {
-        return Explain(m_path, error);
+        return ExplainState(m_path, error);
     } catch (const nlohmann::json::exception& error) {
         return DamagedState(m_path, error.what());
     }
@@ -150,10 +105,7 @@ platform::Result<Remembered> StateFile::Load() {
 }
 
 platform::Status StateFile::Save(const MemoryChange& change) {
-    if (m_connection == nullptr) return Failed(m_path + ": opened for reading only");
-    try {
-        SQLite::Database& database = m_connection->database;
-        SQLite::Transaction transaction(database);
+    return InTransaction(m_database.get(), m_path, [&](SQLite::Database& database) {
         SQLite::Statement put(database, kPutPair), forget(database, kForgetPair);
         for (const RememberedPair& pair : change.put) PutPair(put, pair, m_scope);
         for (const std::int64_t key : change.forget) {
@@ -161,24 +113,19 @@ platform::Status StateFile::Save(const MemoryChange& change) {
             forget.bind(1, key);
             forget.exec();
         }
-        if (change.intents) {
-            SQLite::Statement clear(database, kClearIntents), add(database, kPutIntent);
-            BindBlob(clear, 1, m_scope);
-            clear.exec();
-            for (const Intent& intent : *change.intents) {
-                add.reset();
-                BindBlob(add, 1, m_scope);
-                BindBlob(add, 2, intent.oldId);
-                BindBlob(add, 3, intent.newId);
-                BindBlob(add, 4, intent.folderId);
-                add.exec();
-            }
+        if (!change.intents) return;
+        SQLite::Statement clear(database, kClearIntents), add(database, kPutIntent);
+        BindBlob(clear, 1, m_scope);
+        clear.exec();
+        for (const Intent& intent : *change.intents) {
+            add.reset();
+            BindBlob(add, 1, m_scope);
+            BindBlob(add, 2, intent.oldId);
+            BindBlob(add, 3, intent.newId);
+            BindBlob(add, 4, intent.folderId);
+            add.exec();
         }
-        transaction.commit();
-    } catch (const SQLite::Exception& error) {
-        return Explain(m_path, error);
-    }
-    return {};
+    });
 }
 
 }  // namespace host

@@ -6,6 +6,10 @@
 #include "host/state/pair_memory.h"
 #include "platform/os/files.h"
 
+namespace SQLite {
+class Database;
+}
+
 namespace host {
 
 // Keeps a second run away from the state file for as long as it lives, also one on another
@@ -39,10 +43,9 @@ class StateFile : public PairMemory {
     platform::Status Save(const MemoryChange& change) override;
 
   private:
-    struct Connection;
-    StateFile(std::unique_ptr<Connection> connection, std::string path, std::string scope);
+    StateFile(std::unique_ptr<SQLite::Database> database, std::string path, std::string scope);
 
-    std::unique_ptr<Connection> m_connection;  // null: no file, nothing remembered
+    std::unique_ptr<SQLite::Database> m_database;  // null: no file, nothing remembered
     std::string m_path, m_scope;
 };
 

@@ -1,5 +1,7 @@
 #include "host/state/state_schema.h"
 
+#include <array>
+
 #include "host/module/exit_code.h"
 
 namespace host {
@@ -8,9 +10,10 @@ namespace {
 
 // "kvsy": tells a state file from any other database.
 constexpr int kApplicationId = 0x6B767379;
-constexpr int kVersion = 1;
+constexpr int kVersion = 2;
 
-constexpr const char* kCreate = R"(
+// What each version added; the first makes an empty file one of version 1.
+constexpr std::array<const char*, kVersion> kSteps = {R"(
     CREATE TABLE pair(
         key INTEGER PRIMARY KEY AUTOINCREMENT, scope BLOB NOT NULL,
         eudora_id BLOB NOT NULL, eudora_marker BLOB NOT NULL, eudora_fields TEXT NOT NULL,
@@ -20,15 +23,23 @@ constexpr const char* kCreate = R"(
     CREATE TABLE intent(
         scope BLOB NOT NULL, old_id BLOB NOT NULL, new_id BLOB NOT NULL,
         folder_id BLOB NOT NULL);
-)";
+)",
+                                                      R"(
+    CREATE TABLE mail(
+        key INTEGER PRIMARY KEY AUTOINCREMENT, scope BLOB NOT NULL, link INTEGER NOT NULL,
+        eudora_id BLOB NOT NULL, eudora_marker BLOB NOT NULL, message_id BLOB NOT NULL,
+        file BLOB NOT NULL, flags BLOB NOT NULL, size INTEGER NOT NULL, content BLOB NOT NULL,
+        name BLOB NOT NULL);
+    CREATE INDEX mail_scope ON mail(scope, link);
+)"};
 
 int Number(SQLite::Database& database, const char* pragma) {
     return database.execAndGet(pragma).getInt();
 }
 
-void Create(SQLite::Database& database) {
+void Upgrade(SQLite::Database& database, int version) {
     SQLite::Transaction transaction(database);
-    database.exec(kCreate);
+    for (; version < kVersion; ++version) database.exec(kSteps[static_cast<std::size_t>(version)]);
     database.exec("PRAGMA application_id = " + std::to_string(kApplicationId));
     database.exec("PRAGMA user_version = " + std::to_string(kVersion));
     transaction.commit();
@@ -38,8 +49,8 @@ void Create(SQLite::Database& database) {
 
 platform::Failure DamagedState(const std::string& path, const std::string& why) {
     return Refused(path + ": the state file is damaged (" + why +
-                   "); move it away: the next run pairs the contacts by what they hold and loses "
-                   "nothing");
+                   "); move it away: the next run pairs contacts and mails by what they hold and "
+                   "loses nothing");
 }
 
 platform::Status CheckState(SQLite::Database& database, const std::string& path, bool mayWrite) {
@@ -47,7 +58,7 @@ platform::Status CheckState(SQLite::Database& database, const std::string& path,
     const int version = Number(database, "PRAGMA user_version");
     const int tables = Number(database, "SELECT count(*) FROM sqlite_master");
     if (application == 0 && version == 0 && tables == 0) {
-        if (mayWrite) Create(database);
+        if (mayWrite) Upgrade(database, 0);
         return mayWrite ? platform::Status{} : DamagedState(path, "no tables in it");
     }
     if (application != kApplicationId) {
@@ -58,6 +69,8 @@ platform::Status CheckState(SQLite::Database& database, const std::string& path,
     }
     const std::string check = database.execAndGet("PRAGMA quick_check(1)").getString();
     if (check != "ok") return DamagedState(path, check);
+    if (version < 1) return DamagedState(path, "no version in it");
+    if (mayWrite && version < kVersion) Upgrade(database, version);
     return {};
 }
 

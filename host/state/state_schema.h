@@ -21,11 +21,20 @@ inline constexpr const char* kPutIntent =
     "INSERT INTO intent(scope, old_id, new_id, folder_id) VALUES(?,?,?,?)";
 inline constexpr const char* kClearIntents = "DELETE FROM intent WHERE scope = ?";
 
+inline constexpr const char* kSelectMails =
+    "SELECT key, link, eudora_id, eudora_marker, message_id, file, flags, size, content, name"
+    " FROM mail WHERE scope = ? ORDER BY key";
+inline constexpr const char* kPutMail =
+    "INSERT OR REPLACE INTO mail(key, scope, link, eudora_id, eudora_marker, message_id, file,"
+    " flags, size, content, name) VALUES(?,?,?,?,?,?,?,?,?,?,?)";
+inline constexpr const char* kForgetMail = "DELETE FROM mail WHERE key = ?";
+inline constexpr const char* kSettleMails = "UPDATE mail SET link = ? WHERE scope = ? AND link = ?";
+
 // kRefused with the way out.
 platform::Failure DamagedState(const std::string& path, const std::string& why);
 
-// Whether the database is a whole state file of this version; with `mayWrite` an empty one gets
-// its tables.
+// Whether the database is a whole state file of this version or an earlier one; with `mayWrite` an
+// empty one gets its tables, and an earlier one those that it lacks.
 platform::Status CheckState(SQLite::Database& database, const std::string& path, bool mayWrite);
 
 }  // namespace host

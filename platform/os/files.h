@@ -79,6 +79,13 @@ class Files {
     virtual Status Copy(std::string_view from, std::string_view to) = 0;
     // kAlreadyExists if `to` exists; both must lie on one file system.
     virtual Status Move(std::string_view from, std::string_view to) = 0;
+    // As Move, but the new name may be durable only after a Settle.
+    virtual Status MoveLazily(std::string_view from, std::string_view to) { return Move(from, to); }
+    // Returns when everything that was written to the file system of `folder`, names and contents,
+    // is on the disk. kNotSupported where no single call does that.
+    virtual Status Settle(std::string_view folder) {
+        return Failure{ErrorCode::kNotSupported, std::string(folder)};
+    }
     // Lets the file `from` take the place of `to` in one step that is durable when this returns:
     // a reader sees the old content or the new one. `to` must exist and must be openable for
     // writing; its permissions are kept. After a failure both files are as they were.

@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
@@ -91,6 +92,16 @@ Status NativePosixFiles::Copy(std::string_view from, std::string_view to) {
 
 Status NativePosixFiles::Move(std::string_view from, std::string_view to) {
     return MoveFile(std::string(from), std::string(to));
+}
+
+Status NativePosixFiles::MoveLazily(std::string_view from, std::string_view to) {
+    return RenameFile(std::string(from), std::string(to));
+}
+
+Status NativePosixFiles::Settle(std::string_view folder) {
+    const FileHandle handle(open(std::string(folder).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!handle || syncfs(handle.Get()) != 0) return FromErrno(errno, folder);
+    return {};
 }
 
 Status NativePosixFiles::Replace(std::string_view from, std::string_view to) {

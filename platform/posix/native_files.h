@@ -15,6 +15,8 @@ class NativePosixFiles : public Files {
     Status Delete(std::string_view path) override;
     Status Copy(std::string_view from, std::string_view to) override;
     Status Move(std::string_view from, std::string_view to) override;
+    Status MoveLazily(std::string_view from, std::string_view to) override;
+    Status Settle(std::string_view folder) override;
     Status Replace(std::string_view from, std::string_view to) override;
     Status CreateFolder(std::string_view path) override;
     Status RemoveFolder(std::string_view path) override;

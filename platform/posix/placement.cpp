@@ -101,15 +101,6 @@ std::string Resolved(const std::string& path) {
     return realpath(path.c_str(), buffer) != nullptr ? buffer : path;
 }
 
-Status Rename(const std::string& from, const std::string& to) {
-    if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return {};
-    if (errno != EINVAL && errno != ENOSYS) return FromErrno(errno, errno == EEXIST ? to : from);
-    // Without that flag a second link refuses an existing name just as well.
-    if (link(from.c_str(), to.c_str()) != 0) return FromErrno(errno, to);
-    if (unlink(from.c_str()) != 0) return FromErrno(errno, from);
-    return {};
-}
-
 }  // namespace
 
 Status ClaimForRemoval(const std::string& path, FileHandle& claim) {
@@ -119,6 +110,15 @@ Status ClaimForRemoval(const std::string& path, FileHandle& claim) {
     if (!ClaimShare(claim.Get(), false, Share::kNone)) {
         return Failure{ErrorCode::kSharingViolation, path};
     }
+    return {};
+}
+
+Status RenameFile(const std::string& from, const std::string& to) {
+    if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return {};
+    if (errno != EINVAL && errno != ENOSYS) return FromErrno(errno, errno == EEXIST ? to : from);
+    // Without that flag a second link refuses an existing name just as well.
+    if (link(from.c_str(), to.c_str()) != 0) return FromErrno(errno, to);
+    if (unlink(from.c_str()) != 0) return FromErrno(errno, from);
     return {};
 }
 
@@ -147,7 +147,7 @@ Status CopyFile(const std::string& from, const std::string& to) {
 Status MoveFile(const std::string& from, const std::string& to) {
     FileHandle claim;
     if (auto status = ClaimForRemoval(from, claim); !status) return status;
-    if (auto status = Rename(from, to); !status) return status;
+    if (auto status = RenameFile(from, to); !status) return status;
     if (auto status = FlushFolder(FolderOf(to)); !status) return status;
     if (FolderOf(from) == FolderOf(to)) return {};
     return FlushFolder(FolderOf(from));

@@ -14,6 +14,8 @@ namespace platform::posix {
 Status ClaimForRemoval(const std::string& path, FileHandle& claim);
 
 Status CopyFile(const std::string& from, const std::string& to);
+// kAlreadyExists if `to` exists; nothing is flushed and nobody's claim is looked at.
+Status RenameFile(const std::string& from, const std::string& to);
 Status MoveFile(const std::string& from, const std::string& to);
 Status ReplaceFile(const std::string& from, const std::string& to);
 

@@ -97,6 +97,16 @@ Status FaultyFiles::Move(std::string_view from, std::string_view to) {
     return m_inner.Move(from, to);
 }
 
+Status FaultyFiles::MoveLazily(std::string_view from, std::string_view to) {
+    if (Strikes()) return Injected(from);
+    return m_inner.MoveLazily(from, to);
+}
+
+Status FaultyFiles::Settle(std::string_view folder) {
+    if (Strikes()) return Injected(folder);
+    return m_inner.Settle(folder);
+}
+
 Status FaultyFiles::Replace(std::string_view from, std::string_view to) {
     if (Strikes()) return Injected(to);
     return m_inner.Replace(from, to);

@@ -1,0 +1,180 @@
+#include "host/maildir/maildir.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <random>
+#include <unordered_map>
+
+#include "host/maildir/maildir_name.h"
+#include "host/maildir/message_header.h"
+#include "platform/os/program.h"
+
+namespace host {
+
+namespace {
+
+using platform::ErrorCode;
+
+// Two runs in the same microsecond, on two hosts that number their processes alike, still differ.
+std::string OwnSuffix() {
+    std::random_device random;
+    std::array<char, 32> hex{};
+    std::snprintf(hex.data(), hex.size(), "R%08x%08x", random(), random());
+    return "P" + std::to_string(platform::ProcessNumber()) + hex.data() + ".kvsync";
+}
+
+platform::Status MakeFolder(platform::Files& files, const std::string& path) {
+    auto made = files.CreateFolder(path);
+    if (made || made.Error().code == ErrorCode::kAlreadyExists) return {};
+    return made;
+}
+
+}  // namespace
+
+Maildir::Maildir(platform::Files& files, platform::Clock& clock, std::string folder)
+    : m_files(files),
+      m_clock(clock),
+      m_folder(std::move(folder)),
+      m_suffix(OwnSuffix()),
+      m_infoStart(files.Separator() == '\\' ? "!2," : ":2,") {}
+
+std::string Maildir::Path(const char* folder, std::string_view name) const {
+    const char separator = m_files.Separator();
+    std::string path;
+    path.reserve(m_folder.size() + name.size() + 5);
+    path.append(m_folder).append(1, separator).append(folder);
+    if (!name.empty()) path.append(1, separator).append(name);
+    return path;
+}
+
+std::string Maildir::PathOf(const MaildirEntry& entry) const {
+    return Path(entry.isNew ? "new" : "cur", entry.name);
+}
+
+platform::Status Maildir::Create() {
+    // The folders above are made as far as they are missing.
+    for (std::size_t at = 1; at <= m_folder.size(); ++at) {
+        if (at < m_folder.size() && m_folder[at] != m_files.Separator()) continue;
+        const std::string part = m_folder.substr(0, at);
+        if (m_files.Exists(part)) continue;
+        if (auto made = MakeFolder(m_files, part); !made) return made;
+    }
+    for (const char* folder : {"tmp", "new", "cur"}) {
+        if (auto made = MakeFolder(m_files, Path(folder, {})); !made) return made;
+    }
+    return {};
+}
+
+platform::Result<std::vector<MaildirEntry>> Maildir::List() {
+    std::vector<MaildirEntry> entries;
+    std::unordered_map<std::string, std::size_t> known;
+    // Mails move from new to cur: in this order none is missed on its way, but one may be seen
+    // twice.
+    for (const char* folder : {"new", "cur"}) {
+        auto listed = m_files.List(Path(folder, {}), "*");
+        if (!listed && listed.Error().code == ErrorCode::kNotFound) continue;
+        if (!listed) return listed.Error();
+        for (auto& [name, isFolder] : *listed) {
+            if (isFolder || name.starts_with('.')) continue;
+            auto [unique, flags] = ParseMaildirName(name);
+            const auto [at, isFirst] = known.emplace(unique, entries.size());
+            if (isFirst) entries.emplace_back();
+            entries[at->second] = {std::move(unique), std::move(name), std::move(flags),
+                                   folder[0] == 'n'};
+        }
+    }
+    return entries;
+}
+
+std::string Maildir::NewName() {
+    using namespace std::chrono;
+    const auto micros = duration_cast<microseconds>(m_clock.Now().time_since_epoch()).count();
+    return std::to_string(micros / 1000000) + ".M" + std::to_string(micros % 1000000) + "Q" +
+           std::to_string(++m_count) + m_suffix;
+}
+
+MaildirEntry Maildir::EntryOf(const std::string& unique, std::string_view flags) const {
+    if (flags.empty()) return {unique, unique, {}, true};
+    std::string sorted = SortedFlags(flags);
+    return {unique, unique + m_infoStart + sorted, std::move(sorted), false};
+}
+
+platform::Status Maildir::MoveTo(const std::string& from, const std::string& unique,
+                                 std::string_view flags) {
+    auto moved = m_files.MoveLazily(from, PathOf(EntryOf(unique, flags)));
+    if (moved || moved.Error().code != ErrorCode::kInvalidArgument || m_infoStart == "!2,") {
+        return moved;
+    }
+    m_infoStart = "!2,";
+    return m_files.MoveLazily(from, PathOf(EntryOf(unique, flags)));
+}
+
+platform::Status Maildir::Deliver(const std::string& unique, std::string_view message,
+                                  std::string_view flags) {
+    const std::string path = Path("tmp", unique);
+    auto file = m_files.Open(path, platform::OpenMode::kCreateNew, platform::Share::kNone);
+    if (!file) return file.Error();
+    auto status = (*file)->Write(message);
+    if (status) status = (*file)->Close();
+    file->reset();
+    if (status) status = MoveTo(path, unique, flags);
+    if (!status) (void)m_files.Delete(path);
+    return status;
+}
+
+platform::Result<std::string> Maildir::Deliver(std::string_view message, std::string_view flags) {
+    std::string unique = NewName();
+    if (auto status = Deliver(unique, message, flags); !status) return status.Error();
+    return unique;
+}
+
+platform::Status Maildir::SetFlags(const MaildirEntry& entry, std::string_view flags) {
+    // A mail that once had flags stays in cur.
+    MaildirEntry target = EntryOf(entry.unique, flags);
+    if (flags.empty() && !entry.isNew) {
+        target.name = entry.unique + m_infoStart;
+        target.isNew = false;
+    }
+    const std::string from = PathOf(entry), to = PathOf(target);
+    if (from == to) return {};
+    if (!target.isNew && !flags.empty()) return MoveTo(from, entry.unique, flags);
+    return m_files.MoveLazily(from, to);
+}
+
+platform::Status Maildir::Remove(const MaildirEntry& entry) {
+    return m_files.Delete(PathOf(entry));
+}
+
+platform::Status Maildir::FlushOneByOne(const std::vector<MaildirEntry>& delivered) {
+    for (const MaildirEntry& entry : delivered) {
+        auto file = m_files.Open(PathOf(entry), platform::OpenMode::kReadWrite,
+                                 platform::Share::kReadWrite);
+        // Somebody moved or removed it already, or reads it alone: it is theirs now.
+        if (!file) continue;
+        if (auto flushed = (*file)->Flush(); !flushed) return flushed;
+    }
+    return {};
+}
+
+platform::Status Maildir::Settle(const std::vector<MaildirEntry>& delivered) {
+    auto settled = m_files.Settle(m_folder);
+    if (settled || settled.Error().code != ErrorCode::kNotSupported) return settled;
+    return FlushOneByOne(delivered);
+}
+
+void Maildir::DiscardUnfinished(const std::string& unique) {
+    (void)m_files.Delete(Path("tmp", unique));
+}
+
+platform::Result<std::uint64_t> Maildir::SizeOf(const MaildirEntry& entry) {
+    auto info = m_files.Stat(PathOf(entry));
+    if (!info) return info.Error();
+    return info->size;
+}
+
+platform::Result<std::string> Maildir::MessageIdOf(const MaildirEntry& entry) {
+    return ReadMessageId(m_files, PathOf(entry));
+}
+
+}  // namespace host

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "platform/os/files.h"
+#include "platform/os/result.h"
+
+namespace host {
+
+// The most of a file that is read in search of its header's end.
+inline constexpr std::size_t kLargestHeader = 64 * 1024;
+
+// The Message-ID in the header of a message, without its angle brackets; empty if it has none.
+// Line ends may be LF or CR LF, the field may be folded, its name in any case; what stands behind
+// the header does not matter. Of a header that is cut off only whole fields count.
+std::string MessageIdInHeader(std::string_view message);
+
+// The same of a file, of which no more is read than its header and the rest of a block.
+platform::Result<std::string> ReadMessageId(platform::Files& files, const std::string& path);
+
+}  // namespace host

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/engine/progress.h"
+#include "host/mailsync/mail_plan.h"
+#include "host/mailsync/mail_source.h"
+#include "platform/os/clock.h"
+#include "platform/os/files.h"
+
+namespace host {
+
+struct MailOutcome {
+    std::vector<std::string> errors;  // one line for each step that failed
+    std::vector<std::string> notes;   // fields of composed mails that could not be read
+};
+
+// What a plan is carried out on. The objects outlive the call.
+struct MailWork {
+    MailSource& source;
+    Maildir& maildir;
+    MailMemory& memory;
+    platform::Files& files;  // for attachments
+    platform::Clock& clock;
+    Progress& progress;
+};
+
+// Carries out a plan. The order makes a run that is cut off at any point harmless, by a kill or by
+// the loss of power: before a batch of mails is delivered it is remembered, under which names and
+// with which sizes; what the next run finds of it whole is in step, what it does not is composed
+// again. All other changes can be found half done and are planned again or found to be equal. The
+// memory of finished work is kept only when that work is on the disk.
+MailOutcome ExecuteMail(const MailPlan& plan, const MailWork& work);
+
+}  // namespace host

@@ -1,0 +1,29 @@
+#include "host/mailsync/mail_content.h"
+
+#include "host/mail/mail_date.h"
+#include "host/mail/message_id.h"
+
+namespace host {
+
+std::string ContentOf(const Mail& mail) {
+    std::string all;
+    for (const auto* field :
+         {&mail.from, &mail.to, &mail.cc, &mail.bcc, &mail.subject, &mail.body}) {
+        all.append(field->value_or("")).append(1, '\0');
+    }
+    if (mail.date) {
+        if (const auto local = FromOleDate(*mail.date)) all += IsoDate(*local);
+    }
+    return Fingerprint(all);
+}
+
+std::chrono::seconds OffsetAt(platform::Clock& clock, const Mail& mail) {
+    const auto local = mail.date ? FromOleDate(*mail.date) : std::nullopt;
+    if (!local) return clock.UtcOffset(clock.Now());
+    // The offset at an instant is asked for with the local time first, then with what that gives:
+    // right but for the hours around a change.
+    const std::chrono::system_clock::time_point asUtc(local->time_since_epoch());
+    return clock.UtcOffset(asUtc - clock.UtcOffset(asUtc));
+}
+
+}  // namespace host

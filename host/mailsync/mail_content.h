@@ -1,0 +1,18 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+
+#include "host/mail/mail.h"
+#include "platform/os/clock.h"
+
+namespace host {
+
+// A fingerprint of what Eudora tells of a mail, but for its id, its read state and its attachment
+// files: the same mail has the same one after its mailbox was built anew.
+std::string ContentOf(const Mail& mail);
+
+// Local time's difference to UTC at the mail's date.
+std::chrono::seconds OffsetAt(platform::Clock& clock, const Mail& mail);
+
+}  // namespace host

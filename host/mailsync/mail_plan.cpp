@@ -1,0 +1,24 @@
+#include "host/mailsync/mail_plan.h"
+
+#include <algorithm>
+
+#include "host/mail/mail.h"
+
+namespace host {
+
+std::size_t MailPlan::Count(MailAct act) const {
+    return static_cast<std::size_t>(std::ranges::count(steps, act, &MailStep::act));
+}
+
+bool MailPlan::ChangesFolder() const {
+    return std::ranges::any_of(steps, [](const MailStep& step) {
+        return step.act == MailAct::kCompose || step.act == MailAct::kSetFlags ||
+               step.act == MailAct::kRemove;
+    });
+}
+
+bool IsSeen(const std::string& marker) {
+    return marker != std::to_string(kStatusUnread);
+}
+
+}  // namespace host

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "host/mail/eudora_mails.h"
+#include "host/mail/mail.h"
+#include "platform/os/result.h"
+
+namespace host {
+
+enum class Reach { kWithinLimits, kAll };
+
+// Eudora's in-box as the engine needs it: a walk, and one current mail.
+class MailSource {
+  public:
+    virtual ~MailSource() = default;
+
+    // Whether the limits of age and size hide anything at all.
+    virtual bool HasLimits() const = 0;
+    // Visits the mails in the mailbox's order, each the current one while it is visited. A failure
+    // from `visit` ends the walk.
+    virtual platform::Status Walk(
+        Reach reach, const std::function<platform::Status(const MailHead&)>& visit) = 0;
+    // Makes a mail the current one, whatever the limits hide; nothing if it is gone.
+    virtual platform::Result<std::optional<MailHead>> Find(const std::string& id) = 0;
+
+    // Of the current mail: its Message-ID without angle brackets, empty if it has none, nothing if
+    // that cannot be told; what a report calls it; all of it.
+    virtual std::optional<std::string> MessageId() = 0;
+    virtual std::string Name() = 0;
+    virtual platform::Result<Mail> Read(MailParts parts) = 0;
+};
+
+}  // namespace host

@@ -1,0 +1,111 @@
+#include "host/mailsync/mail_sync.h"
+
+#include "host/backup/backups.h"
+#include "host/engine/progress.h"
+#include "host/engine/report.h"
+#include "host/mailsync/execute_mail.h"
+#include "host/mailsync/load_mail.h"
+#include "host/mailsync/mail_report.h"
+#include "host/state/mail_state.h"
+#include "host/state/state_file.h"
+
+namespace host {
+
+namespace {
+
+// Both sides, the memory and the plan between them.
+struct MailRun {
+    std::optional<StateLock> lock;
+    std::unique_ptr<MailState> state;
+    std::unique_ptr<MailSource> source;
+    Maildir maildir;
+    Progress progress;
+    std::vector<RememberedMail> remembered;
+    MailSides sides;
+    MailPlan plan;
+
+    MailRun(const CommandPlace& place, const MailSyncOptions& options)
+        : maildir(place.files, place.clock, options.maildir),
+          progress(place.clock, place.progress) {}
+};
+
+platform::Status CheckPlace(const CommandPlace& place, const MailSyncOptions& options,
+                            const MailRun& run) {
+    auto checked =
+        CheckMaildir(place.files, options.maildir, ParentFolder(place.files, options.inbox));
+    if (!checked) return checked;
+    const bool isKnown = std::ranges::any_of(
+        run.remembered, [](const RememberedMail& row) { return row.link == MailLink::kInStep; });
+    if (!isKnown || place.files.Exists(options.maildir)) return {};
+    return Refused(options.maildir +
+                   ": the Maildir is gone; bring it back or name its new place with --maildir");
+}
+
+platform::Status Prepare(const CommandPlace& place, const MailSyncOptions& options, bool mayWrite,
+                         MailRun& run) {
+    if (mayWrite) {
+        auto status = MakeFolders(place.files, ParentFolder(place.files, place.stateFile));
+        if (!status) return status;
+    }
+    auto lock = StateLock::Take(place.files, place.stateFile, mayWrite);
+    if (!lock) return lock.Error();
+    run.lock = *std::move(lock);
+    auto state = MailState::Open(place.files, place.stateFile,
+                                 options.inbox + '\n' + options.maildir, mayWrite);
+    if (!state) return state.Error();
+    run.state = *std::move(state);
+    auto remembered = run.state->Load();
+    if (!remembered) return remembered.Error();
+    run.remembered = *std::move(remembered);
+    if (auto checked = CheckPlace(place, options, run); !checked) return checked;
+    auto source = options.open();
+    if (!source) return source.Error();
+    run.source = *std::move(source);
+    auto sides = LoadMailSides(*run.source, run.maildir, run.remembered, run.progress);
+    if (!sides) return sides.Error();
+    run.sides = *std::move(sides);
+    run.plan = PlanMail(run.sides, run.remembered, {options.prefer, options.maxDelete});
+    if (run.plan.stop) return Refused(*run.plan.stop);
+    return {};
+}
+
+}  // namespace
+
+Report RunMailSync(const CommandPlace& place, const MailSyncOptions& options) {
+    MailRun run(place, options);
+    if (auto status = Prepare(place, options, !options.dryRun, run); !status) {
+        return RefusalReport(status.Error());
+    }
+    MailOutcome outcome;
+    if (!options.dryRun && !run.plan.steps.empty()) {
+        outcome = ExecuteMail(run.plan, {*run.source, run.maildir, *run.state, place.files,
+                                         place.clock, run.progress});
+    }
+    return MailPlanReport(run.plan, options.limits, outcome.errors, outcome.notes, options.quiet);
+}
+
+Report RunMailStatus(const CommandPlace& place, const MailSyncOptions& options) {
+    Report report;
+    report.lines = {"in-box: " + options.inbox, "Maildir: " + options.maildir};
+    MailRun run(place, options);
+    const auto status = Prepare(place, options, false, run);
+    report.lines.push_back("mails in Eudora: " + std::to_string(run.sides.eudora.size()) +
+                           ", in the Maildir: " + std::to_string(run.sides.folder.size()) +
+                           ", remembered: " + std::to_string(run.remembered.size()));
+    if (!status) {
+        report.code = ExitCode::kRefused;
+        report.errors.push_back(status.Error().Message());
+    } else {
+        report.lines.push_back("a sync of mail now:");
+        for (const auto& line : DescribeMailPlan(run.plan, options.limits, options.quiet)) {
+            report.lines.push_back("  " + line);
+        }
+    }
+    FinishReport(report, {{"eudora", run.sides.eudora.size()},
+                          {"folder", run.sides.folder.size()},
+                          {"remembered", run.remembered.size()},
+                          {"lines", report.lines}});
+    return report;
+}
+
+}  // namespace host

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "host/engine/commands.h"
+#include "host/mailsync/mail_source.h"
+
+namespace host {
+
+struct MailSyncOptions {
+    // Makes the in-box ready for reading; called once everything else is known to be in order.
+    std::function<platform::Result<std::unique_ptr<MailSource>>()> open;
+    std::string inbox;    // In.mbx as a native path: with the Maildir the memory's key
+    std::string maildir;  // native, without links
+    std::string limits;   // one line on what the limits leave out; empty if nothing
+    Prefer prefer = Prefer::kBoth;
+    std::optional<DeleteLimit> maxDelete;
+    bool dryRun = false;
+    bool quiet = false;
+};
+
+Report RunMailSync(const CommandPlace& place, const MailSyncOptions& options);
+// What a sync would find and do, without touching anything.
+Report RunMailStatus(const CommandPlace& place, const MailSyncOptions& options);
+
+// kRefused, with the way out, if the folder cannot be a Maildir: it is a file, may not be written,
+// holds other things, or lies in Eudora's folder. One that does not exist is in order. Paths are
+// native, without links.
+platform::Status CheckMaildir(platform::Files& files, const std::string& maildir,
+                              const std::string& eudoraFolder);
+
+}  // namespace host

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "host/state/mail_memory.h"
+#include "platform/os/files.h"
+
+namespace SQLite {
+class Database;
+}
+
+namespace host {
+
+// The memory of mails in the state file, for one `scope`: one in-box with one Maildir.
+class MailState : public MailMemory {
+  public:
+    // As StateFile::Open. A file of an earlier version has no mails yet.
+    static platform::Result<std::unique_ptr<MailState>> Open(platform::Files& files,
+                                                             const std::string& path,
+                                                             const std::string& scope,
+                                                             bool mayWrite);
+    ~MailState() override;
+
+    platform::Result<std::vector<RememberedMail>> Load() override;
+    platform::Status Save(const MailMemoryChange& change) override;
+
+  private:
+    MailState(std::unique_ptr<SQLite::Database> database, std::string path, std::string scope);
+
+    std::unique_ptr<SQLite::Database> m_database;  // null: no file, nothing remembered
+    std::string m_path, m_scope;
+};
+
+}  // namespace host

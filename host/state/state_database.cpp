@@ -1,0 +1,71 @@
+#include "host/state/state_database.h"
+
+#include <sqlite3.h>
+
+#include "host/module/exit_code.h"
+#include "host/state/state_schema.h"
+
+namespace host {
+
+using platform::ErrorCode;
+
+platform::Failure ExplainState(const std::string& path, const SQLite::Exception& error) {
+    switch (error.getErrorCode()) {
+        case SQLITE_CORRUPT:
+        case SQLITE_NOTADB:
+        case SQLITE_FORMAT:
+            return DamagedState(path, error.what());
+        case SQLITE_BUSY:
+        case SQLITE_LOCKED:
+            return Refused(path + ": in use by another program; try again when it has ended");
+        case SQLITE_FULL:
+            return platform::Failure{ErrorCode::kNoSpace, path};
+        default:
+            return Failed(path + ": " + error.what());
+    }
+}
+
+platform::Result<std::unique_ptr<SQLite::Database>> OpenStateDatabase(platform::Files& files,
+                                                                      const std::string& path,
+                                                                      bool mayWrite) {
+    auto info = files.Stat(path);
+    if (!info && info.Error().code != ErrorCode::kNotFound) return info.Error();
+    if (info && info->isFolder) return Refused(path + ": is a folder; name a file for the state");
+    if (!mayWrite && (!info || info->size == 0)) return std::unique_ptr<SQLite::Database>();
+    if (!mayWrite && files.Exists(path + "-journal")) {
+        return Refused(path + ": a run was cut off; `kvsync sync` once brings it in order");
+    }
+    const int flags =
+        mayWrite ? SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE : SQLite::OPEN_READONLY;
+    try {
+        auto database = std::make_unique<SQLite::Database>(path, flags, 5000);
+        if (auto status = CheckState(*database, path, mayWrite); !status) return status.Error();
+        return database;
+    } catch (const SQLite::Exception& error) {
+        return ExplainState(path, error);
+    }
+}
+
+platform::Status InTransaction(SQLite::Database* database, const std::string& path,
+                               const std::function<void(SQLite::Database&)>& work) {
+    if (database == nullptr) return Failed(path + ": opened for reading only");
+    try {
+        SQLite::Transaction transaction(*database);
+        work(*database);
+        transaction.commit();
+    } catch (const SQLite::Exception& error) {
+        return ExplainState(path, error);
+    }
+    return {};
+}
+
+std::string BlobOf(const SQLite::Column& column) {
+    return {static_cast<const char*>(column.getBlob()), static_cast<std::size_t>(column.size())};
+}
+
+void BindBlob(SQLite::Statement& statement, int index, const std::string& bytes) {
+    statement.bindNoCopy(index, static_cast<const void*>(bytes.data()),
+                         static_cast<int>(bytes.size()));
+}
+
+}  // namespace host
