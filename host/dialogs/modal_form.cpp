@@ -4,80 +4,122 @@
 #include <charconv>
 
 #include "host/dialogs/newt_screen.h"
+#include "host/dialogs/screen_text.h"
 #include "host/module/native_path.h"
 
 namespace host {
 
 namespace {
 
-constexpr int kUnitsAcross = 4, kUnitsDown = 8;
+using platform::ControlKind;
+
+constexpr int kOk = 1, kCancel = 2;
+
+bool IsButton(ControlKind kind) {
+    return kind == ControlKind::kButton || kind == ControlKind::kDefaultButton;
+}
 
 }  // namespace
 
 int ModalForm::Run() {
     const NewtScreen screen;
     for (const auto& control : m_dialog.controls) {
-        m_parts[control.id].kind = control.kind;
-        m_parts[control.id].id = control.id;
-        m_parts[control.id].form = this;
+        Part& part = m_parts[control.id];
+        part.kind = control.kind;
+        part.id = control.id;
+        part.form = this;
     }
     m_logic.OnInit(*this);
     if (m_ended) return m_result;
-    newtCenteredWindow(static_cast<unsigned>(m_dialog.width / kUnitsAcross + 2),
-                       static_cast<unsigned>(m_dialog.height / kUnitsDown + 1), m_title.c_str());
-    newtComponent form = newtForm(nullptr, nullptr, 0);
-    Build(form);
-    newtFormAddHotKey(form, NEWT_KEY_ESCAPE);
-    while (!m_ended) {
-        newtExitStruct reason{};
-        newtFormRun(form, &reason);
-        if (reason.reason != newtExitStruct::NEWT_EXIT_COMPONENT) break;
-        KeepRanges();
-        for (const auto& [id, part] : m_parts) {
-            if (part.component == reason.u.co && part.enabled) m_logic.OnCommand(*this, id);
-        }
-    }
-    // The model answers for what the form held.
-    for (auto& [id, part] : m_parts) part.component = nullptr;
-    newtFormDestroy(form);
+    Show();
+    Converse();
+    newtFormDestroy(m_form);
     newtPopWindow();
     return m_result;
 }
 
-void ModalForm::Build(newtComponent form) {
-    for (const auto& control : m_dialog.controls) {
-        Part& part = m_parts[control.id];
-        part.component = Make(control, part);
-        if (part.component == nullptr) continue;
-        ShowEnabled(part);
-        newtFormAddComponent(form, part.component);
+void ModalForm::Show() {
+    constexpr int kAround = 6, kAboveAndBelow = 5;  // borders, shadow, margins, the line of help
+    int columns = 0, rows = 0;
+    newtGetScreenSize(&columns, &rows);
+    std::map<int, int> widths;
+    for (const auto& [id, part] : m_parts) widths[id] = CellsOf(part.text);
+    const FormLayout layout = LayOut(m_dialog, widths, columns - kAround);
+    const int height = std::max(std::min(layout.height, rows - kAboveAndBelow), 1);
+    const int width = std::min(std::max(layout.width, CellsOf(m_title) + 2), columns - kAround) + 2;
+    newtCenteredWindow(static_cast<unsigned>(width), static_cast<unsigned>(height),
+                       m_title.c_str());
+    const bool scrolls = height < layout.height;
+    m_form = newtForm(scrolls ? newtVerticalScrollbar(width - 1, 0, height, NEWT_COLORSET_WINDOW,
+                                                      NEWT_COLORSET_ACTCHECKBOX)
+                              : nullptr,
+                      nullptr, 0);
+    if (scrolls) newtFormSetHeight(m_form, height);
+    Build(layout, 1);
+    if (scrolls) newtFormSetWidth(m_form, width);
+    newtFormAddHotKey(m_form, NEWT_KEY_ESCAPE);
+    newtFormAddHotKey(m_form, NEWT_KEY_ENTER);
+}
+
+void ModalForm::Converse() {
+    while (!m_ended) {
+        newtExitStruct reason{};
+        newtFormRun(m_form, &reason);
+        if (reason.reason == newtExitStruct::NEWT_EXIT_ERROR) break;
+        m_logic.OnCommand(*this, CommandOf(reason));
+    }
+    // What the form held outlives it.
+    for (auto& [id, part] : m_parts) {
+        (void)Text(id);
+        part.component = nullptr;
     }
 }
 
-newtComponent ModalForm::Make(const platform::DialogControl& control, Part& part) {
-    using platform::ControlKind;
-    const int left = control.left / kUnitsAcross + 1;
-    const int top = control.top / kUnitsDown;
-    const int width = std::max(control.width / kUnitsAcross, 4);
+int ModalForm::CommandOf(const newtExitStruct& reason) {
+    const bool isKey = reason.reason == newtExitStruct::NEWT_EXIT_HOTKEY;
+    if (isKey && reason.u.key != NEWT_KEY_ENTER) return kCancel;
+    const newtComponent pressed = isKey ? newtFormGetCurrent(m_form) : reason.u.co;
+    int chosen = kOk;
+    for (const auto& [id, part] : m_parts) {
+        if (part.kind == ControlKind::kDefaultButton) chosen = id;
+    }
+    for (const auto& [id, part] : m_parts) {
+        if (part.component == pressed && IsButton(part.kind)) chosen = id;
+    }
+    return chosen;
+}
+
+void ModalForm::Build(const FormLayout& layout, int left) {
+    for (const auto& control : m_dialog.controls) {
+        const auto cell = layout.cells.find(control.id);
+        if (cell == layout.cells.end()) continue;
+        Part& part = m_parts[control.id];
+        part.component = Make(part, cell->second, left);
+        ShowEnabled(part);
+        newtFormAddComponent(m_form, part.component);
+    }
+}
+
+newtComponent ModalForm::Make(Part& part, const Cell& cell, int left) {
+    const int column = left + cell.left;
     newtComponent made = nullptr;
-    switch (control.kind) {
-        case ControlKind::kGroupBox:
-        case ControlKind::kLabel:
-            return newtLabel(left, top, part.text.c_str());
+    switch (part.kind) {
         case ControlKind::kEdit:
-            return newtEntry(left, top, part.text.c_str(), width, nullptr, NEWT_FLAG_SCROLL);
+            made = newtEntry(column, cell.top, part.text.c_str(), cell.width, nullptr,
+                             NEWT_FLAG_SCROLL);
+            newtEntrySetFilter(made, &ModalForm::OnKey, &part);
+            return made;
         case ControlKind::kCheckBox:
-            made =
-                newtCheckbox(left, top, part.text.c_str(), part.checked ? '*' : ' ', " *", nullptr);
+            made = newtCheckbox(column, cell.top, part.text.c_str(), part.checked ? '*' : ' ', " *",
+                                nullptr);
             newtComponentAddCallback(made, &ModalForm::OnSwitched, &part);
             return made;
         case ControlKind::kDefaultButton:
         case ControlKind::kButton:
-            return newtCompactButton(left, top, part.text.c_str());
-        case ControlKind::kSpin:
-            break;
+            return newtCompactButton(column, cell.top, part.text.c_str());
+        default:
+            return newtLabel(column, cell.top, part.text.c_str());
     }
-    return nullptr;
 }
 
 void ModalForm::OnSwitched(newtComponent component, void* data) {
@@ -88,47 +130,55 @@ void ModalForm::OnSwitched(newtComponent component, void* data) {
     part.form->m_logic.OnCommand(*part.form, part.id);
 }
 
+// Sees each key that goes to an edit. The end key in its place leaves the cursor behind the number.
+int ModalForm::OnKey(newtComponent, void* data, int key, int) {
+    Part& part = *static_cast<Part*>(data);
+    if ((key != NEWT_KEY_UP && key != NEWT_KEY_DOWN) || part.lowest > part.highest) return key;
+    part.form->Turn(part, key == NEWT_KEY_UP ? 1 : -1);
+    return NEWT_KEY_END;
+}
+
+void ModalForm::Turn(Part& edit, int step) {
+    const std::string text = Text(edit.id);
+    int number = edit.lowest - step;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    number = std::clamp(number, edit.lowest - 1, edit.highest + 1);
+    SetText(edit.id, std::to_string(std::clamp(number + step, edit.lowest, edit.highest)));
+}
+
 void ModalForm::ShowEnabled(const Part& part) {
     const newtFlagsSense sense = part.enabled ? NEWT_FLAGS_RESET : NEWT_FLAGS_SET;
     if (part.component == nullptr) return;
-    if (part.kind == platform::ControlKind::kEdit) {
+    if (part.kind == ControlKind::kEdit) {
         newtEntrySetFlags(part.component, NEWT_FLAG_DISABLED, sense);
-    } else if (part.kind == platform::ControlKind::kCheckBox) {
+    } else if (part.kind == ControlKind::kCheckBox) {
         newtCheckboxSetFlags(part.component, NEWT_FLAG_DISABLED, sense);
-    }
-}
-
-// A spin keeps the number of its edit within bounds; here that happens when a button is pressed.
-void ModalForm::KeepRanges() {
-    for (const auto& [edit, range] : m_ranges) {
-        const std::string text = Text(edit);
-        int number = range.first;
-        std::from_chars(text.data(), text.data() + text.size(), number);
-        number = std::clamp(number, range.first, range.second);
-        if (std::to_string(number) != text) SetText(edit, std::to_string(number));
+    } else if (part.kind == ControlKind::kLabel) {
+        newtLabelSetColors(part.component,
+                           part.enabled ? NEWT_COLORSET_LABEL : NEWT_COLORSET_DISENTRY);
     }
 }
 
 void ModalForm::SetTitle(std::string_view text) {
-    m_title = ToUtf8(text);
+    m_title = ForScreen(ToUtf8(text));
 }
 
 void ModalForm::SetText(int control, std::string_view text) {
     Part& part = m_parts[control];
-    part.text = ToUtf8(text);
+    part.text = ForScreen(ToUtf8(text));
     // "&" marks the key of a control on Windows.
-    if (part.kind != platform::ControlKind::kEdit) std::erase(part.text, '&');
+    if (part.kind != ControlKind::kEdit) std::erase(part.text, '&');
     if (part.component == nullptr) return;
-    if (part.kind == platform::ControlKind::kEdit) {
+    if (part.kind == ControlKind::kEdit) {
         newtEntrySet(part.component, part.text.c_str(), 1);
-    } else if (part.kind == platform::ControlKind::kLabel) {
+    } else if (part.kind == ControlKind::kLabel) {
         newtLabelSetText(part.component, part.text.c_str());
     }
 }
 
 std::string ModalForm::Text(int control) {
     Part& part = m_parts[control];
-    if (part.component != nullptr && part.kind == platform::ControlKind::kEdit) {
+    if (part.component != nullptr && part.kind == ControlKind::kEdit) {
         part.text = newtEntryGetValue(part.component);
     }
     return FromUtf8(part.text);
@@ -150,11 +200,18 @@ void ModalForm::Enable(int control, bool enabled) {
 }
 
 void ModalForm::SetRange(int spin, int lowest, int highest) {
-    const platform::DialogControl* before = nullptr;
+    Part* edit = nullptr;
     for (const auto& control : m_dialog.controls) {
-        if (control.id == spin && before != nullptr) m_ranges[before->id] = {lowest, highest};
-        if (control.kind == platform::ControlKind::kEdit) before = &control;
+        if (control.kind == ControlKind::kEdit) edit = &m_parts[control.id];
+        if (control.id != spin || edit == nullptr) continue;
+        edit->lowest = lowest;
+        edit->highest = highest;
     }
+}
+
+void ModalForm::Focus(int control) {
+    const Part& part = m_parts[control];
+    if (part.component != nullptr && part.enabled) newtFormSetCurrent(m_form, part.component);
 }
 
 void ModalForm::End(int result) {

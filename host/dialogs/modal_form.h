@@ -2,21 +2,25 @@
 
 #include <map>
 #include <string>
+#include <utility>
 
 #include <newt.h>
 
+#include "host/dialogs/form_layout.h"
 #include "platform/os/dialogs.h"
 
 namespace host {
 
-// A modal dialog in the terminal. Four dialog units across and eight down are one character. Before
-// the form is on the screen the logic fills a model; afterwards it works on the components.
+// A modal dialog in the terminal. The up and down keys turn the number of an edit that has a spin,
+// Enter is the default button unless another one has the focus, Esc and F12 are Cancel. A form that
+// is higher than the screen scrolls. Before the form is on the screen the logic fills a model;
+// afterwards it works on the components.
 class ModalForm : public platform::DialogView {
   public:
     ModalForm(const platform::DialogTemplate& dialog, platform::DialogLogic& logic)
         : m_dialog(dialog), m_logic(logic) {}
 
-    // The result given to End; 2 if the user left the form.
+    // The result given to End; 2 if the terminal is gone.
     int Run();
 
     void SetTitle(std::string_view text) override;
@@ -26,29 +30,35 @@ class ModalForm : public platform::DialogView {
     bool IsChecked(int control) override;
     void Enable(int control, bool enabled) override;
     void SetRange(int spin, int lowest, int highest) override;
+    void Focus(int control) override;
     void End(int result) override;
 
   private:
     struct Part {
         platform::ControlKind kind = platform::ControlKind::kLabel;
-        std::string text;  // UTF-8
+        std::string text;  // as the screen shows it; the typed text of an edit
         bool checked = false, enabled = true;
+        int lowest = 0, highest = -1;  // of the spin of an edit
         newtComponent component = nullptr;
         ModalForm* form = nullptr;
         int id = 0;
     };
 
     static void OnSwitched(newtComponent component, void* part);
-    void Build(newtComponent form);
-    newtComponent Make(const platform::DialogControl& control, Part& part);
+    static int OnKey(newtComponent entry, void* part, int key, int cursor);
+    void Show();
+    void Converse();
+    void Build(const FormLayout& layout, int left);
+    newtComponent Make(Part& part, const Cell& cell, int left);
     void ShowEnabled(const Part& part);
-    void KeepRanges();
+    int CommandOf(const newtExitStruct& reason);
+    void Turn(Part& edit, int step);
 
     const platform::DialogTemplate& m_dialog;
     platform::DialogLogic& m_logic;
     std::string m_title;
     std::map<int, Part> m_parts;
-    std::map<int, std::pair<int, int>> m_ranges;  // by the edit that the spin belongs to
+    newtComponent m_form = nullptr;
     bool m_ended = false;
     int m_result = 2;
 };

@@ -16,6 +16,3 @@ kv_test(windows_test
             platform/windows_registry_test.cpp platform/windows_system_test.cpp
     DEPENDS platform_native platform_testing)
 add_dependencies(windows_test kv_test_strings)
-
-add_executable(windows_dialog_show EXCLUDE_FROM_ALL platform/windows_dialog_show.cpp)
-target_link_libraries(windows_dialog_show PRIVATE platform_native)

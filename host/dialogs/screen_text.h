@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace host {
+
+// UTF-8 in the locale's encoding, with "?" for a character that it lacks.
+std::string ForScreen(std::string_view utf8);
+
+// The number of cells that a text in the locale's encoding takes on the screen.
+int CellsOf(std::string_view text);
+
+}  // namespace host
