@@ -23,7 +23,7 @@ frame/module         frame addressbook mailstore platform/os platform/mfc platfo
 integration/dialogs  frame platform/os platform/mfc platform/kvutil
 addressbook          frame mapi integration platform/os platform/mfc platform/kvutil
 mailstore            frame mapi integration platform/os platform/mfc platform/kvutil
-eumapi               mailstore platform/os platform/mfc platform/kvutil
+eumapi               mailstore mapi integration/locate platform/os platform/mfc platform/kvutil
 host                 frame/interface platform/os platform/mfc platform/kvutil
 docs                 frame/interface platform/os platform/mfc platform/kvutil
 tests                *

@@ -15,8 +15,6 @@ namespace {
 
 using platform::RegistryRoot;
 
-constexpr const char* kAppPathsKey =
-    "SOFTWARE\\Microsoft\\windows\\CurrentVersion\\App Paths\\Eudora.exe";
 constexpr const char* kMailtoKey = "SOFTWARE\\Classes\\mailto\\shell\\open\\command";
 constexpr const char* kDefaultValue = "";
 constexpr std::size_t kTextSize = 260;  // of every path and registry text, with its closing zero
@@ -50,7 +48,7 @@ std::size_t LastBackslash(std::string_view path, unsigned codePage) {
 
 bool FindEudora(platform::Registry& registry, platform::Files& files, CString& folder,
                 CString& program) {
-    if (!Read(registry, kAppPathsKey, "path", folder)) return false;
+    if (!Read(registry, kAppPathsKey, kAppPathsFolder, folder)) return false;
     KV_LOG(5, "Eudora Path = %s\n", folder.Str().c_str());
     if (!Read(registry, kAppPathsKey, kDefaultValue, program)) return false;
     KV_LOG(5, "The Full Eudora Application path = [%s] \n", program.Str().c_str());

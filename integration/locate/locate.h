@@ -9,6 +9,12 @@
 // Where Eudora is on this machine, whether it is the machine's mail client, and how it is started.
 namespace locate {
 
+// The registry key of the local machine in which Eudora's set-up leaves its place, and its value
+// with Eudora's folder.
+inline constexpr const char* kAppPathsKey =
+    "SOFTWARE\\Microsoft\\windows\\CurrentVersion\\App Paths\\Eudora.exe";
+inline constexpr const char* kAppPathsFolder = "path";
+
 // Reads Eudora's folder and then the full path of its program from the registry; each is left as
 // it was from the first value on that is missing. True if the program's file exists too.
 bool FindEudora(platform::Registry& registry, platform::Files& files, CString& folder,

@@ -1,0 +1,22 @@
+#include "eumapi/result_code.h"
+
+namespace eumapi {
+
+Code CodeOf(const platform::Failure& failure) {
+    switch (failure.code) {
+        case platform::ErrorCode::kAccessDenied:
+            return mapi::kAccessDenied;
+        case platform::ErrorCode::kNoSpace:
+            return mapi::kDiskFull;
+        case platform::ErrorCode::kNotSupported:
+            return mapi::kNotSupported;
+        default:
+            return mapi::kFailure;
+    }
+}
+
+Code CodeOf(const platform::Status& status) {
+    return status ? mapi::kSuccess : CodeOf(status.Error());
+}
+
+}  // namespace eumapi

@@ -1,0 +1,109 @@
+#include "eumapi/simple_mapi.h"
+
+#include <optional>
+#include <string_view>
+
+#include "eumapi/eudora_folder.h"
+#include "mailstore/format/toc_records.h"
+
+namespace eumapi {
+
+namespace {
+
+constexpr std::string_view kInBox = "In";
+
+// Mails between people are all that there is here; every kind of them begins with IPM.
+bool IsMailClass(const char* messageType) {
+    const std::string_view type = messageType == nullptr ? "" : messageType;
+    return type.empty() || type == "IPM" || type.starts_with("IPM.");
+}
+
+// Nothing for a text that names no mail.
+std::optional<std::uint32_t> IdOf(std::string_view messageId) {
+    const auto id = mailstore::MsgIdOf(messageId);
+    if (mailstore::IndexIdOf(id) != messageId) return std::nullopt;
+    return id;
+}
+
+}  // namespace
+
+SimpleMapi::InBox::InBox(const platform::System& system, std::string eudoraFolder)
+    : folder(std::move(eudoraFolder)),
+      index(system, PathsOf(folder, kInBox).toc),
+      reader(system, folder, PathsOf(folder, kInBox).mbx) {}
+
+SimpleMapi::InBox* SimpleMapi::Find(mapi::Session session) {
+    const auto found = m_sessions.find(session);
+    return found == m_sessions.end() ? nullptr : found->second.get();
+}
+
+Code SimpleMapi::Logon(mapi::Session* session) {
+    const std::lock_guard guard(m_mutex);
+    if (session == nullptr) return mapi::kFailure;
+    auto folder = FindEudoraFolder(m_system);
+    if (!folder) return mapi::kLoginFailure;
+    m_sessions[++m_lastSession] = std::make_unique<InBox>(m_system, *std::move(folder));
+    *session = m_lastSession;
+    return mapi::kSuccess;
+}
+
+Code SimpleMapi::Logoff(mapi::Session session) {
+    const std::lock_guard guard(m_mutex);
+    return m_sessions.erase(session) == 1 ? mapi::kSuccess : mapi::kInvalidSession;
+}
+
+Code SimpleMapi::FindNext(mapi::Session session, const char* messageType, const char* seed,
+                          std::uint32_t flags, char* messageId) {
+    const std::lock_guard guard(m_mutex);
+    InBox* inBox = Find(session);
+    if (inBox == nullptr) return mapi::kInvalidSession;
+    if (messageId == nullptr) return mapi::kFailure;
+    if (!IsMailClass(messageType)) return mapi::kNoMessages;
+    if (const Code code = inBox->index.Refresh(); code != mapi::kSuccess) return code;
+    std::size_t at = 0;
+    if (seed != nullptr && *seed != '\0') {
+        const auto id = IdOf(seed);
+        const auto behind = id ? inBox->index.Behind(*id) : std::nullopt;
+        if (!behind) return mapi::kInvalidMessage;
+        at = *behind;
+    }
+    const auto& mails = inBox->index.Mails();
+    const bool unreadOnly = (flags & mapi::kUnreadOnly) != 0;
+    while (unreadOnly && at < mails.size() && mails[at].state != 0) ++at;
+    if (at == mails.size()) {
+        inBox->reader.LetGo();
+        return mapi::kNoMessages;
+    }
+    const auto name = mailstore::IndexIdOf(mails[at].id);
+    messageId[name.copy(messageId, name.size())] = '\0';
+    return mapi::kSuccess;
+}
+
+Code SimpleMapi::ReadMail(mapi::Session session, const char* messageId, std::uint32_t flags,
+                          MapiMessage** message) {
+    const std::lock_guard guard(m_mutex);
+    InBox* inBox = Find(session);
+    if (inBox == nullptr) return mapi::kInvalidSession;
+    if (message == nullptr) return mapi::kFailure;
+    *message = nullptr;
+    const auto id = messageId == nullptr ? std::nullopt : IdOf(messageId);
+    if (!id) return mapi::kInvalidMessage;
+    if (const Code code = inBox->index.Refresh(); code != mapi::kSuccess) return code;
+    const IndexedMail* mail = inBox->index.Find(*id);
+    if (mail == nullptr) return mapi::kInvalidMessage;
+    AttachmentCopies copies(m_system, inBox->folder);
+    MessageRecord record;
+    Code code = inBox->reader.Read(inBox->index, *mail, flags, copies, record);
+    if (code == mapi::kSuccess && (flags & mapi::kPeek) == 0) code = inBox->index.MarkRead(*mail);
+    if (code != mapi::kSuccess) return code;
+    *message = m_buffers.Make(record);
+    copies.HandOver();
+    return mapi::kSuccess;
+}
+
+Code SimpleMapi::FreeBuffer(void* buffer) {
+    const std::lock_guard guard(m_mutex);
+    return buffer == nullptr || m_buffers.Free(buffer) ? mapi::kSuccess : mapi::kFailure;
+}
+
+}  // namespace eumapi

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+
+#include "eumapi/mail_index.h"
+#include "eumapi/mail_reader.h"
+#include "eumapi/message_record.h"
+#include "mapi/records.h"
+
+namespace eumapi {
+
+// The published Simple MAPI contract over the in-box of the Eudora that the registry names. Any
+// thread may call; calls wait for one another. May throw std::bad_alloc.
+class SimpleMapi {
+  public:
+    explicit SimpleMapi(const platform::System& system) : m_system(system) {}
+
+    Code Logon(mapi::Session* session);
+    Code Logoff(mapi::Session session);
+    Code FindNext(mapi::Session session, const char* messageType, const char* seed,
+                  std::uint32_t flags, char* messageId);
+    Code ReadMail(mapi::Session session, const char* messageId, std::uint32_t flags,
+                  MapiMessage** message);
+    Code FreeBuffer(void* buffer);
+
+  private:
+    struct InBox {
+        InBox(const platform::System& system, std::string eudoraFolder);
+
+        std::string folder;
+        MailIndex index;
+        MailReader reader;
+    };
+
+    InBox* Find(mapi::Session session);
+
+    platform::System m_system;
+    std::mutex m_mutex;
+    mapi::Session m_lastSession = 0;
+    std::unordered_map<mapi::Session, std::unique_ptr<InBox>> m_sessions;
+    MessageBuffers m_buffers;
+};
+
+}  // namespace eumapi
