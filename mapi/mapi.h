@@ -115,7 +115,8 @@ class CMapi {
     bool WorthAnotherTry();
     int FindAndRead(const char* seed);
     int ReadTarget();
-    // Walks from `seed` on until MsgID is the target or the library finds no message.
+    // Walks from `seed` on until MsgID is the target or the library finds no message. A walk that
+    // comes round to where it was counts as ended.
     void WalkTo(const std::string& target, const char* seed);
     // Empties the slot; a message of the library's is given back, its files are deleted.
     void ReleaseCurrent();

@@ -1,4 +1,5 @@
 #include <chrono>
+#include <optional>
 #include <string>
 
 #include "mapi/mapi.h"
@@ -22,6 +23,25 @@ int FindResult(std::uint32_t error) {
 std::string TextOf(const char* text) {
     return text != nullptr ? text : "";
 }
+
+// Notices a walk that comes round to an id it has passed, as in a mailbox that holds an id twice:
+// the library would go round for ever. Remembers one id, from places that lie twice as far apart
+// each time.
+class RoundTrip {
+  public:
+    bool ComesRound(const char* id) {
+        if (m_passed == id) return true;
+        if (++m_steps < m_reach) return false;
+        m_passed = id;
+        m_reach *= 2;
+        m_steps = 0;
+        return false;
+    }
+
+  private:
+    std::optional<std::string> m_passed;
+    std::uint64_t m_steps = 0, m_reach = 1;
+};
 
 }  // namespace
 
@@ -107,8 +127,11 @@ int CMapi::ReadTarget() {
 }
 
 void CMapi::WalkTo(const std::string& target, const char* seed) {
+    RoundTrip trip;
     while (target != m_szMsgID) {
         if (FindNextMail(seed) != kFound) return;
+        if (target != m_szMsgID && trip.ComesRound(m_szMsgID)) m_ulLastError = mapi::kNoMessages;
+        if (m_ulLastError == mapi::kNoMessages) return;
         mapi::CopyMessageId(m_szSeekFirst, m_szMsgID);
         ConfirmSeek();
         seed = m_szMsgID;

@@ -1,0 +1,283 @@
+#include <random>
+
+#include "tests/frame/log_capture.h"
+#include "tests/mapi/mapi_fixture.h"
+
+namespace {
+
+using mapi::Entry;
+using Lines = std::vector<std::string>;
+
+constexpr const char* kFile = "C:\\Attach\\a.txt";
+
+class MapiUpdateTest : public MapiFixture {};
+
+TEST_F(MapiUpdateTest, TheStatusDecidesWhatIsStoredAndSent) {
+    struct Row {
+        std::uint32_t status, flags;
+        bool sends;
+    };
+    const Row rows[] = {{0x20001, 0, false},    {1, 1, false}, {4, 4, false},
+                        {0x20004, 4, false},    {0, 0, false}, {0x20000, 0x20000, false},
+                        {3, 3, false},          {5, 5, false}, {0x10001, 1, false},
+                        {0x30001, 0, false},    {2, 0, true},  {0x20002, 0, true},
+                        {0x8002, 0x8002, false}};
+    for (const Row& row : rows) {
+        library.calls.clear();
+        mapi.SetMsgID("0x00000007");
+        MapiMessage* const record = NewRecord("new", row.status, kFile);
+        std::uint32_t sentFlags = 99;
+        bool fileAtSend = false;
+        library.onSend = [&](const MapiMessage& message) {
+            EXPECT_EQ(&message, record);
+            EXPECT_STREQ(mapi.MsgID(), "");
+            sentFlags = message.flFlags;
+            fileAtSend = machine.files.Get(kFile).has_value();
+        };
+        EXPECT_EQ(mapi.UpdateMail(record), 1) << row.status;
+        EXPECT_EQ(mapi.GetMailStatus(), static_cast<long>(row.flags)) << row.status;
+        EXPECT_EQ(library.calls, row.sends ? Lines{"send new"} : Lines{});
+        EXPECT_EQ(sentFlags, row.sends ? 0U : 99U);
+        EXPECT_EQ(fileAtSend, row.sends);
+        EXPECT_STREQ(mapi.MsgID(), row.sends ? "" : "0x00000007");
+        EXPECT_EQ(machine.files.Get(kFile).has_value(), !row.sends) << row.status;
+        MapiMessage* current = nullptr;
+        EXPECT_EQ(mapi.GetCurrentMessage(current), 1);
+        EXPECT_EQ(current, record);
+        EXPECT_EQ(mapi.FreeMessage(record), 1);
+        EXPECT_EQ(Current(), "-") << "no slot points at a freed record";
+    }
+}
+
+TEST_F(MapiUpdateTest, AMailThatCannotBeSentChangesNothingButItsFiles) {
+    library.mailbox[0].files = 1;
+    ASSERT_EQ(mapi.MoveFirst(), 1);
+    MapiMessage* const record = NewRecord("out", 2, kFile);
+    for (const std::uint32_t code : {2U, 14U}) {
+        library.results[Entry::kSendMail] = {code};
+        library.calls.clear();
+        EXPECT_EQ(mapi.UpdateMail(record), -1);
+        EXPECT_EQ(mapi.LastError(), code);
+        EXPECT_EQ(library.calls, Lines{"send out"}) << "once, whatever the error";
+        record->flFlags = 2;
+    }
+    EXPECT_EQ(Current(), "A");
+    EXPECT_STREQ(mapi.MsgID(), "");
+    EXPECT_EQ(machine.files.AllFiles(), Lines{"C:\\temp\\1.tmp"});
+    EXPECT_EQ(mapi.FreeMessage(record), 1);
+    EXPECT_EQ(Current(), "A");
+    EXPECT_EQ(mapi.UpdateMail(nullptr), -1);
+    EXPECT_EQ(mapi.LastError(), 17U);
+}
+
+TEST_F(MapiUpdateTest, ABorrowedRecordStaysItsOwners) {
+    library.mailbox[0].files = 2;
+    ASSERT_EQ(mapi.MoveFirst(), 1);
+    MapiMessage* const record = NewRecord("new", 1, kFile);
+    library.calls.clear();
+    EXPECT_EQ(mapi.UpdateMail(record), 1);
+    EXPECT_EQ(mapi.UpdateMail(record), 1) << "which is current already";
+    EXPECT_EQ(library.calls, Lines{"free A"});
+    EXPECT_EQ(Current(), "new");
+    mapi.DeleteCurrentAttachments();
+    EXPECT_EQ(machine.files.AllFiles(), Lines{kFile});
+    MapiMessage* const other = NewRecord("other", 1);
+    EXPECT_EQ(mapi.UpdateMail(other), 1);
+    mapi.ReleaseBorrowed(record);
+    EXPECT_EQ(Current(), "other");
+    mapi.ReleaseBorrowed(other);
+    EXPECT_EQ(Current(), "-");
+    mapi.ReleaseBorrowed(nullptr);
+
+    EXPECT_EQ(mapi.UpdateMail(record), 1);
+    EXPECT_EQ(mapi.MoveFirst(), 1);
+    EXPECT_EQ(Current(), "A");
+    MapiMessage* message = nullptr;
+    ASSERT_EQ(mapi.GetCurrentMessage(message), 1);
+    mapi.ReleaseBorrowed(message);
+    EXPECT_EQ(mapi.UpdateMail(message), 1) << "a message of the library's stays the library's";
+    EXPECT_EQ(Current(), "A");
+    mapi.MapiLogoff();
+    EXPECT_EQ(library.LiveRecords(), 0U);
+    EXPECT_EQ(machine.files.AllFiles(), Lines{kFile});
+    EXPECT_EQ(mapi.FreeMessage(record, true), 1);
+    EXPECT_EQ(machine.files.AllFiles(), Lines{kFile});
+    EXPECT_EQ(mapi.FreeMessage(other), 1);
+    EXPECT_EQ(mapi.FreeMessage(nullptr), 0);
+}
+
+// Whatever comes in whatever order: what the library made goes back to it once, with its files, and
+// what a queue owns is left alone.
+TEST_F(MapiUpdateTest, EveryRecordIsFreedOnceByItsOwner) {
+    for (ScriptedMail& mail : library.mailbox) mail.files = 2;
+    std::mt19937 random(11);
+    std::vector<MapiMessage*> queue;
+    for (int round = 0; round < 5000; ++round) {
+        const std::string target(1, "ABCDEZ"[random() % 6]);
+        if (random() % 5 == 0) library.results[Entry::kReadMail] = {2, 2, 5};
+        if (random() % 5 == 0) library.results[Entry::kFindNext] = {0, 2, 23};
+        if (random() % 5 == 0) library.results[Entry::kSendMail] = {2};
+        switch (random() % 10) {
+            case 0:
+                mapi.MoveFirst();
+                break;
+            case 1:
+            case 2:
+                mapi.MoveNext();
+                break;
+            case 3:
+                mapi.GoToEmail(target.c_str());
+                break;
+            case 4: {
+                const std::string path = "C:\\Attach\\" + std::to_string(round);
+                queue.push_back(NewRecord("new", random() % 3 == 0 ? 4 : 1, path.c_str()));
+                mapi.UpdateMail(queue.back());
+                break;
+            }
+            case 5: {
+                MapiMessage* const record = NewRecord("out", 2);
+                mapi.UpdateMail(record);
+                mapi.FreeMessage(record);
+                break;
+            }
+            case 6:
+                mapi.DeleteCurrentAttachments();
+                break;
+            case 7:
+                mapi.DeleteMail();
+                break;
+            case 8:
+                if (!queue.empty()) mapi.UpdateMail(queue[random() % queue.size()]);
+                break;
+            default:
+                for (MapiMessage* record : queue) mapi.FreeMessage(record, true);
+                queue.clear();
+                for (const std::string& path : machine.files.AllFiles()) {
+                    if (path.starts_with("C:\\Attach\\")) (void)machine.files.Delete(path);
+                }
+        }
+        library.results.clear();
+        MapiMessage* current = nullptr;
+        mapi.GetCurrentMessage(current);
+        const bool borrowed =
+            std::find(queue.begin(), queue.end(), current) != queue.end() || current == nullptr;
+        ASSERT_EQ(library.LiveRecords(), borrowed ? 0U : 1U) << round;
+        ASSERT_EQ(library.BadFrees(), 0) << round;
+    }
+    mapi.MapiLogoff();
+    mapi.UnloadMapiLibrary();
+    EXPECT_EQ(library.LiveRecords(), 0U);
+    EXPECT_EQ(machine.libraries.LoadedCount(), 0);
+    EXPECT_EQ(machine.files.AllFiles().size(), queue.size()) << "one each, and no temporary one";
+    for (MapiMessage* record : queue) mapi.FreeMessage(record);
+    EXPECT_TRUE(machine.files.AllFiles().empty());
+}
+
+TEST_F(MapiUpdateTest, TheCurrentMessageGoesBeforeSessionAndLibrary) {
+    ASSERT_EQ(mapi.MoveFirst(), 1);
+    library.calls.clear();
+    mapi.MapiLogoff();
+    mapi.UnloadMapiLibrary();
+    EXPECT_EQ(library.calls, (Lines{"free A", "logoff"}));
+    EXPECT_EQ(Current(), "-");
+
+    ASSERT_EQ(mapi.LoadMapiLibrary("C:\\Eudora"), 1);
+    ASSERT_EQ(mapi.MapiLogon(), 1);
+    ASSERT_EQ(mapi.MoveFirst(), 1);
+    EXPECT_EQ(mapi.LoadMapiLibrary("C:\\Eudora"), 1) << "as a second translator does";
+    EXPECT_EQ(Current(), "A");
+    library.calls.clear();
+    mapi.UnloadMapiLibrary();
+    EXPECT_EQ(library.calls, Lines{"free A"});
+    mapi.MapiLogoff();
+    EXPECT_EQ(library.calls, Lines{"free A"}) << "there is nobody left to tell";
+}
+
+TEST_F(MapiUpdateTest, DestructionCallsNoLibrary) {
+    {
+        CMapi other(machine.system);
+        ASSERT_EQ(other.LoadMapiLibrary("C:\\Eudora"), 1);
+        ASSERT_EQ(other.MapiLogon(), 1);
+        ASSERT_EQ(other.MoveFirst(), 1);
+        library.calls.clear();
+    }
+    EXPECT_TRUE(library.calls.empty());
+    EXPECT_EQ(library.LiveRecords(), 1U);
+}
+
+TEST_F(MapiUpdateTest, WithoutALibraryEverythingFails) {
+    CMapi none(machine.system);
+    MapiMessage* const record = NewRecord("out", 2);
+    int (CMapi::*const operations[])() = {&CMapi::MoveFirst, &CMapi::MoveNext,
+                                          &CMapi::ReadCurrentMail, &CMapi::DeleteMail};
+    for (const auto operation : operations) EXPECT_EQ((none.*operation)(), -1);
+    EXPECT_EQ(none.GoToEmail("A"), -1);
+    EXPECT_EQ(none.UpdateMail(record), -1);
+    EXPECT_EQ(none.LastError(), CMapi::kNotLoaded);
+    EXPECT_EQ(none.MapiLogon(), 0);
+    EXPECT_EQ(none.FreeMessage(record), 1);
+}
+
+TEST_F(MapiUpdateTest, DeletingLeavesIdAndMessage) {
+    ASSERT_EQ(mapi.GoToEmail("B"), 1);
+    for (const std::uint32_t code : {0U, 2U, 6U}) {
+        library.results[Entry::kDeleteMail] = {code};
+        library.calls.clear();
+        EXPECT_EQ(mapi.DeleteMail(), code == 0 ? 1 : -1);
+        EXPECT_EQ(mapi.LastError(), code);
+        EXPECT_EQ(library.calls, Lines{"delete B"});
+        EXPECT_STREQ(mapi.MsgID(), "B");
+        EXPECT_EQ(Current(), "B");
+    }
+}
+
+TEST_F(MapiUpdateTest, FreesWhatABuiltRecordHolds) {
+    MapiMessage* const record = NewRecord("s", 1, kFile);
+    for (char** text : {&record->lpszNoteText, &record->lpszMessageType, &record->lpszDateReceived,
+                        &record->lpszConversationID}) {
+        *text = NewText("text");
+    }
+    record->lpOriginator = new MapiRecipDesc{0, 0, NewText("n"), NewText("a"), 1, NewText("e")};
+    record->lpRecips = new MapiRecipDesc[2]{{0, 1, NewText("n"), NewText("a"), 1, NewText("e")},
+                                            {0, 2, nullptr, NewText("b"), 0, nullptr}};
+    record->nRecipCount = 2;
+    record->lpFiles[0].lpszFileName = NewText("a.txt");
+    record->lpFiles[0].lpFileType = NewText("t");
+    machine.files.SetReadOnly(kFile);  // that its file cannot be deleted is not noticed
+    EXPECT_EQ(mapi.FreeMessage(record), 1);
+
+    MapiMessage* const empty = NewRecord("s", 1);
+    delete[] empty->lpFiles;
+    empty->lpFiles = nullptr;  // counts without arrays, as a failed step leaves them
+    empty->nRecipCount = 3;
+    EXPECT_EQ(mapi.FreeMessage(empty), 1);
+}
+
+TEST_F(MapiUpdateTest, LogsWhatIsUpdatedAndDeleted) {
+    MapiMessage* const record = NewRecord("out", 2, kFile);
+    delete[] record->lpFiles[0].lpszPathName;
+    delete[] record->lpFiles;
+    record->nFileCount = 3;
+    record->lpFiles = new MapiFileDesc[3]{};
+    record->lpFiles[1].lpszPathName = NewText(kFile);
+    record->lpFiles[2].lpszPathName = NewText("C:\\none");
+    mapi.SetMsgID("0x00000001");
+    const int sleeps = machine.clock.sleeps;
+    const LogCapture log;
+    EXPECT_EQ(mapi.UpdateMail(record), 1);
+    const Lines expected = {
+        "5 CMapi::UpdateMail : MailStatus 2 -> 0", "5 CMapi::UpdateMail : m_szMsgID = 0x00000001",
+        "5 - Enter - CMapi:: _DeleteAttachments\n", "5           - C:\\Attach\\a.txt\n",
+        "5 - Exit - CMapi:: _DeleteAttachments\n"};
+    EXPECT_EQ(LogCapture::Lines(), expected);
+    EXPECT_EQ(machine.clock.sleeps - sleeps, 3) << "after each entry";
+    LogCapture::Lines().clear();
+    mapi._DeleteAttachments(nullptr);
+    EXPECT_EQ(LogCapture::Lines(), Lines{"5 - Enter - CMapi:: _DeleteAttachments\n"});
+    LogCapture::Lines().clear();
+    mapi.DeleteMail();
+    EXPECT_EQ(mapi.FreeMessage(record), 1);
+    EXPECT_TRUE(LogCapture::Lines().empty());
+}
+
+}  // namespace
