@@ -97,8 +97,17 @@ platform::Result<Backup> Backups::Make(const std::vector<std::string>& origins,
                                        const std::string& reason) {
     auto id = NewFolder();
     if (!id) return id.Error();
-    const std::string folder = Join(m_folder, *id);
     Backup backup{*id, reason, {}, {}};
+    const std::string folder = Join(m_folder, *id);
+    if (auto status = Fill(backup, folder, origins); !status) {
+        Discard(folder);
+        return status.Error();
+    }
+    return backup;
+}
+
+platform::Status Backups::Fill(Backup& backup, const std::string& folder,
+                               const std::vector<std::string>& origins) {
     for (const std::string& origin : origins) {
         auto info = m_files.Stat(origin);
         if (!info && info.Error().code != ErrorCode::kNotFound) return info.Error();
@@ -108,13 +117,22 @@ platform::Result<Backup> Backups::Make(const std::vector<std::string>& origins,
         }
         const auto last = LastSeparator(origin, m_files.Separator());
         const std::string name = origin.substr(last == std::string::npos ? 0 : last + 1);
-        if (auto status = CopyFlushed(origin, Join(folder, name)); !status) return status.Error();
+        if (auto status = CopyFlushed(origin, Join(folder, name)); !status) return status;
         backup.files.push_back({name, origin});
     }
     // The manifest comes last: with it the backup counts.
-    auto status = platform::WriteWhole(m_files, Join(folder, kManifest), ToManifest(backup));
-    if (!status) return status.Error();
-    return backup;
+    return platform::WriteWhole(m_files, Join(folder, kManifest), ToManifest(backup));
+}
+
+// The manifest goes first: what cannot be removed then does not count as a backup.
+void Backups::Discard(const std::string& folder) {
+    (void)m_files.Delete(Join(folder, kManifest));
+    if (auto entries = m_files.List(folder, "*")) {
+        for (const platform::FolderEntry& entry : *entries) {
+            (void)m_files.Delete(Join(folder, entry.name));
+        }
+    }
+    (void)m_files.RemoveFolder(folder);
 }
 
 platform::Result<Backup> Backups::ReadManifest(const std::string& id) {

@@ -21,7 +21,7 @@ struct Backup {
 };
 
 // Copies of Eudora's files in folders named by time. A backup counts from the moment when it is
-// complete; what a cut-off run left is passed over.
+// complete; one that fails leaves nothing behind, and what a cut-off run left is passed over.
 class Backups {
   public:
     Backups(platform::Files& files, std::string folder, platform::Clock& clock)
@@ -42,6 +42,9 @@ class Backups {
     platform::Status PutBack(const std::string& from, const std::string& to);
     platform::Result<Backup> Make(const std::vector<std::string>& origins,
                                   const std::string& reason);
+    platform::Status Fill(Backup& backup, const std::string& folder,
+                          const std::vector<std::string>& origins);
+    void Discard(const std::string& folder);
     platform::Result<Backup> ReadManifest(const std::string& id);
 
     platform::Files& m_files;
