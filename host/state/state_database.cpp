@@ -3,11 +3,24 @@
 #include <sqlite3.h>
 
 #include "host/module/exit_code.h"
+#include "host/state/cut_off_state.h"
 #include "host/state/state_schema.h"
 
 namespace host {
 
 using platform::ErrorCode;
+
+namespace {
+
+platform::Result<std::unique_ptr<SQLite::Database>> CheckedCopy(platform::Files& files,
+                                                                const std::string& path) {
+    auto copy = ReadCutOffState(files, path);
+    if (!copy || *copy == nullptr) return copy;
+    if (auto status = CheckState(**copy, path, false); !status) return status.Error();
+    return copy;
+}
+
+}  // namespace
 
 platform::Failure ExplainState(const std::string& path, const SQLite::Exception& error) {
     switch (error.getErrorCode()) {
@@ -32,12 +45,10 @@ platform::Result<std::unique_ptr<SQLite::Database>> OpenStateDatabase(platform::
     if (!info && info.Error().code != ErrorCode::kNotFound) return info.Error();
     if (info && info->isFolder) return Refused(path + ": is a folder; name a file for the state");
     if (!mayWrite && (!info || info->size == 0)) return std::unique_ptr<SQLite::Database>();
-    if (!mayWrite && files.Exists(path + "-journal")) {
-        return Refused(path + ": a run was cut off; `kvsync sync` once brings it in order");
-    }
     const int flags =
         mayWrite ? SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE : SQLite::OPEN_READONLY;
     try {
+        if (!mayWrite && IsCutOff(files, path)) return CheckedCopy(files, path);
         auto database = std::make_unique<SQLite::Database>(path, flags, 5000);
         if (auto status = CheckState(*database, path, mayWrite); !status) return status.Error();
         return database;

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <SQLiteCpp/SQLiteCpp.h>
+
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -97,6 +99,60 @@ TEST_F(StateTest, ReadingMakesNoFileAndChangesNone) {
     EXPECT_EQ((*(*Open(false))->Load()).pairs.size(), 1u);
     EXPECT_EQ((*(*Open(true))->Load()).pairs.size(), 1u);
     EXPECT_EQ(Bytes(), bytes);
+}
+
+// The files of a transaction under way are what a kill leaves: half the change in the state file,
+// and a journal that undoes it.
+TEST_F(StateTest, ReadsThePairsOfBeforeACutOffChangeAndTouchesNothing) {
+    MemoryChange change;
+    for (int i = 0; i < 200; ++i) change.put.push_back(Pair("n" + std::to_string(i)));
+    ASSERT_TRUE((*Open(true))->Save(change));
+    const std::string journal = Path() + "-journal", whole = Bytes();
+    {
+        const auto kept = m_folder / "kept";
+        std::filesystem::create_directory(kept);
+        SQLite::Database database(Path(), SQLite::OPEN_READWRITE);
+        database.exec("PRAGMA cache_size = 1; BEGIN; UPDATE pair SET eudora_fields = 'torn'");
+        for (const std::string& path : {Path(), journal}) {
+            std::filesystem::copy(path, kept / std::filesystem::path(path).filename());
+        }
+        database.exec("ROLLBACK");
+    }
+    for (const std::string& path : {Path(), journal}) {
+        std::filesystem::rename(m_folder / "kept" / std::filesystem::path(path).filename(), path);
+    }
+    const std::string torn = Bytes();
+    ASSERT_NE(torn, whole);
+    for (const bool mayWrite : {false, false, true}) {
+        const auto remembered = *(*Open(mayWrite))->Load();
+        ASSERT_EQ(remembered.pairs.size(), 200u);
+        for (int i = 0; i < 200; ++i) ExpectSame(remembered.pairs[i], change.put[i]);
+        EXPECT_EQ(std::filesystem::exists(journal), !mayWrite);
+        EXPECT_EQ(Bytes(), mayWrite ? whole : torn);
+    }
+}
+
+// The first change of all was cut off: nothing is remembered.
+TEST_F(StateTest, ACutOffBeginningCountsAsEmpty) {
+    {
+        SQLite::Database database(Path(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+        database.exec(
+            "PRAGMA cache_size = 1; BEGIN; CREATE TABLE t(b); INSERT INTO t "
+            "WITH RECURSIVE n(i) AS (SELECT 1 UNION SELECT i + 1 FROM n LIMIT 99) "
+            "SELECT zeroblob(4000) FROM n");
+        for (const char* end : {"", "-journal"}) {
+            std::filesystem::copy(Path() + end, Path() + end + ".kept");
+        }
+        database.exec("ROLLBACK");
+    }
+    for (const char* end : {"", "-journal"}) {
+        std::filesystem::remove(Path() + end);
+        std::filesystem::rename(Path() + end + ".kept", Path() + end);
+    }
+    const std::string torn = Bytes();
+    ASSERT_FALSE(torn.empty());
+    EXPECT_TRUE((*(*Open(false))->Load()).pairs.empty());
+    EXPECT_EQ(Bytes(), torn);
 }
 
 TEST_F(StateTest, RefusesADamagedFileAndLeavesItAsItIs) {
