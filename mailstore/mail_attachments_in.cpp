@@ -60,12 +60,13 @@ RRETURNCODE CREudoraMail::NewAttachments(LPCTSTR listText) {
         const TakenFiles replaced(record, Util().system.files);
         if (list.IsEmpty()) return RRC_OK;
         auto entries = std::make_unique<MapiFileDesc[]>(static_cast<std::size_t>(list.GetSize()));
+        MapiFileDesc* entry = entries.get();
         for (const CRAttachmentInfo& item : list) {
-            const bool isFilled =
-                item.csFilePath.IsEmpty() || StoreAttachment(item, entries[record.nFileCount]);
-            if (!isFilled) break;
+            if (!item.csFilePath.IsEmpty() && !StoreAttachment(item, *entry)) break;
+            // The record takes the entries with the first one that counts.
             if (record.lpFiles == nullptr) record.lpFiles = entries.release();
             ++record.nFileCount;
+            ++entry;
         }
         const bool isComplete = record.nFileCount == static_cast<std::uint32_t>(list.GetSize());
         return isComplete ? RRC_OK : RRC_FAILED;

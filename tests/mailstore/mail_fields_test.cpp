@@ -1,0 +1,241 @@
+#include <gmock/gmock.h>
+
+#include <cstring>
+#include <random>
+
+#include "mailstore/mail_body.h"
+#include "mailstore/mail_fields_date.h"
+#include "tests/mailstore/reading_fixture.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+using Strings = std::vector<std::string>;
+
+TEST_F(ReadingTest, TheHostLearnsElevenFieldsInOrder) {
+    ASSERT_EQ(mail.BuildFieldList(), RRC_OK);
+    ASSERT_EQ(mail.BuildFieldList(), RRC_OK) << "replaces the list";
+    std::string all;
+    CString id, name;
+    unsigned long type = 0, tag = 0;
+    unsigned short ordinal = 0;
+    auto code = mail.GetFirstFieldInfo(id, name, &type, &tag, &ordinal);
+    for (; code == RRC_OK; code = mail.GetNextFieldInfo(id, name, &type, &tag, &ordinal)) {
+        char row[80];
+        std::snprintf(row, sizeof row, "%s %s %lu %lX|", id.Str().c_str(), name.Str().c_str(), type,
+                      tag & 0xFFFFFFFFUL);
+        all += row;
+    }
+    EXPECT_EQ(all,
+              "1 From 4 2BD|2 To 4 800002BE|3 cc 4 2BF|4 bcc 4 2C0|5 Subject 4 14|"
+              "6 Date 7 800002C2|7 Body 4 15|10 MailStatus 1 80002C6|11 MessageId 4 80002C7|"
+              "9 Size 1 80002C3|8 Attachment 4 800001F|");
+}
+
+TEST_F(ReadingTest, TextFieldsAreCopiesOrNull) {
+    FakeMail full;
+    full.originator = "Ann Lee <ann@x.org>";
+    full.subject = "Hello %s%n";
+    full.recipients = {{mapi::kTo, "SMTP:a@x"}, {mapi::kCc, "c@x"}, {mapi::kTo, "b@SMTP:x"}};
+    Show(full);
+    EXPECT_EQ(Text("1"), "ann@x.org");
+    EXPECT_EQ(Text("2"), "a@x; b@SMTP:x");
+    EXPECT_EQ(Text("3"), "c@x");
+    EXPECT_EQ(Text("4"), "(null)");
+    EXPECT_EQ(Text("5"), "Hello %s%n");
+    Show({});
+    for (const char* field : {"1", "2", "3", "4", "5", "7"}) {
+        EXPECT_EQ(Text(field), "(null)") << field;
+    }
+    EXPECT_EQ(Number("9"), 0);
+    for (const char* field : {"0", "12", "-1", "", "x", "99999999"}) {
+        EXPECT_EQ(Text(field), "(untouched)") << field;
+    }
+}
+
+TEST_F(ReadingTest, StatusComesFromTwoFlags) {
+    const std::pair<std::uint32_t, std::int32_t> rows[] = {
+        {0, 0x20001}, {1, 1}, {4, 4}, {5, 4}, {2, 0x20001}, {0xFFFFFFFA, 0x20001}, {0x80000001, 1}};
+    for (const auto& [flags, status] : rows) {
+        FakeMail one;
+        one.flags = flags;
+        Show(one);
+        EXPECT_EQ(Number("10"), status) << flags;
+        CString marker;
+        EXPECT_EQ(mail.GetModifiedInfo(marker), RRC_OK);
+        EXPECT_EQ(marker.Str(), std::to_string(status));
+    }
+}
+
+TEST_F(ReadingTest, WithoutAMailNothingIsRead) {
+    char* cell = nullptr;
+    unsigned long type = kFieldText;
+    for (const char* field : {"1", "2", "3", "4", "5", "6", "7", "9", "10", "11"}) {
+        EXPECT_EQ(mail.GetField(field, &type, &cell), RRC_FAILED) << field;
+        EXPECT_EQ(DrainErrors(), Strings{"invalid record"}) << field;
+    }
+    CString marker("old");
+    EXPECT_EQ(mail.GetModifiedInfo(marker), RRC_FAILED);
+    EXPECT_TRUE(marker.IsEmpty());
+    EXPECT_EQ(DrainErrors(), (Strings{"invalid record", "no status"}));
+    mail.m_bOutBox = true;
+    EXPECT_EQ(mail.GetModifiedInfo(marker), RRC_OK) << "a record that is not stored has no marker";
+}
+
+TEST_F(ReadingTest, MessageIdsAreKnownFromOpening) {
+    Show({});
+    mail.m_mapIndexIDToMessageID.Set("0x00000001", "one@x");
+    EXPECT_EQ(Text("11"), "one@x");
+    AddMail();
+    ASSERT_EQ(mail.MoveNext(), RRC_OK);
+    char* cell = nullptr;
+    const LogCapture log;
+    EXPECT_EQ(mail.GetField("11", nullptr, &cell), RRC_FAILED) << "arrived after opening";
+    EXPECT_EQ(DrainErrors(), Strings{"invalid record"});
+    EXPECT_THAT(
+        LogCapture::Lines(),
+        ElementsAre("5 Enter : CREudoraMail::GetField , Field Name = [11]\n",
+                    "1 pData = 0x00000002\n", "1 - csMessageID = one@x, csIndexID = 0x00000001\n",
+                    "1 Invalid Index Id in  CREudoraMail::GetField\n"));
+}
+
+TEST_F(ReadingTest, BodiesLoseMarksAndTrailers) {
+    const std::string trailer = "\n\nAttachment Converted: \"x\"";
+    struct Row {
+        std::string note;
+        std::size_t files;
+        std::string body;
+    };
+    const Row rows[] = {
+        {"abcd\nefgh\n", 0, "abcd\r\nefgh\r\n"},
+        {"a\r\nb", 0, "a\r\r\nb"},
+        {"", 1, "(untouched)"},
+        {"<x-flowed></x-flowed>", 0, "(untouched)"},
+        {"<x-flowed>a</x-flowed>b<x-flowed>", 0, "ab"},
+        {"</x-<x-flowed>flowed>a<X-FLOWED>", 0, "a<X-FLOWED>"},
+        {"a" + trailer, 0, "a\r\n\r\nAttachment Converted: \"x\""},
+        {"a" + trailer, 1, "a"},
+        {trailer, 1, ""},
+        {"a" + trailer + trailer + trailer, 2, "a\r\n\r\nAttachment Converted: \"x\""},
+        {"a" + trailer + "\n\nmore\n", 3, "a"},
+        {"a\n" + trailer, 1, "a\r\n"},
+        {"a\nAttachment Converted: x", 1, "a\r\nAttachment Converted: x"},
+        {"a\r\n\r\nAttachment Converted: x", 1, "a\r\r\n\r\r\nAttachment Converted: x"},
+        {"a\n\nAttachment Conver", 1, "a\r\n\r\nAttachment Conver"},
+    };
+    for (const Row& row : rows) {
+        FakeMail one;
+        one.note = row.note;
+        one.files.resize(row.files);
+        Show(one);
+        EXPECT_EQ(Text("7"), row.body) << row.note;
+        EXPECT_EQ(Number("9"), static_cast<int>(row.note.size())) << "as the library gave it";
+    }
+}
+
+// The scan from the last character to the first, on a text that is ended where it is cut.
+std::size_t CutByScan(std::string text, std::size_t count, const std::string& marker) {
+    text += '\0';
+    for (std::size_t i = text.size() - 1; i >= 3 && count > 0; --i) {
+        if (text.compare(i - 3, 4, "\r\n\r\n") != 0) continue;
+        if (std::strncmp(text.c_str() + i + 1, marker.c_str(), marker.size()) != 0) continue;
+        text[i - 3] = '\0';
+        --count;
+    }
+    return std::strlen(text.c_str());
+}
+
+TEST(MailBodyTest, TrailersAreCutAsByAScan) {
+    std::mt19937 random(7);
+    const auto draw = [&](const char* letters, std::size_t most) {
+        std::string text(random() % most, ' ');
+        for (char& letter : text) letter = letters[random() % std::strlen(letters)];
+        return text;
+    };
+    for (int round = 0; round < 50'000; ++round) {
+        const std::string text = mailstore::ExpandLineEnds(draw("\n\n\nAB\r", 24));
+        const std::string marker = 'A' + draw("AB\r\n", 4);
+        const std::size_t count = random() % 4;
+        ASSERT_EQ(mailstore::LengthWithoutTrailers(text, count, marker),
+                  CutByScan(text, count, marker))
+            << ::testing::PrintToString(text) << ::testing::PrintToString(marker) << count;
+    }
+    EXPECT_EQ(mailstore::LengthWithoutTrailers("a\r\n\r\nb", 1, ""), 6U);
+}
+
+// What takes more than time in proportion would not end here.
+TEST(MailBodyTest, LongBodiesTakeTimeInProportion) {
+    const std::string lines(10'000'000, '\n');
+    const std::string body = mailstore::ExpandLineEnds(mailstore::StripFlowedMarks(lines));
+    EXPECT_EQ(body.size(), 2 * lines.size());
+    EXPECT_EQ(mailstore::LengthWithoutTrailers(body, 1'000'000, "\r\nx"), body.size());
+    std::string marks;
+    for (int i = 0; i < 500'000; ++i) marks += "<x-flowed>a";
+    EXPECT_EQ(mailstore::StripFlowedMarks(marks).size(), 500'000U);
+    std::string trailers;
+    for (int i = 0; i < 500'000; ++i) trailers += "\r\n\r\nx";
+    EXPECT_EQ(mailstore::LengthWithoutTrailers(trailers, 500'000, "x"), 0U);
+}
+
+TEST(MailDateTest, FivePiecesMakeADate) {
+    const std::pair<std::string, std::optional<double>> rows[] = {
+        {"2000/01/01 00:00", 36526.0},
+        {"2000/01/01 12:00", 36526.5},
+        {"2004/02/29 06:00", 38046.25},
+        {"1900/02/28 00:00", 60.0},
+        {"1899/12/30 18:00", 0.75},
+        {"1899/12/29 18:00", -1.75},
+        {"0100/01/01 00:00", -657434.0},
+        {"9999/12/31 00:00", 2958465.0},
+        {"2000/1/1 0:0", 36526.0},
+        {"///2000//1/ 1 : 12::0", 36526.5},
+        {"2000/01/01 12:00:59", 36526.5},
+        {"2000/01/01 xx:yy", 36526.0},
+        {"2000/01/01 12h:00m", 36526.5},
+        {"2000/01/01 12:00" + std::string(5000, ' '), 36526.5},
+        {"2000/01/01 12:" + std::string(5000, '0'), 36526.5},
+        {"", {}},
+        {"2000", {}},
+        {"2000/01/01", {}},
+        {"2000/01/01 12", {}},
+        {"2000/01/01 12:", {}},
+        {std::string(5000, '/'), {}},
+        {"0099/12/31 00:00", {}},
+        {"10000/01/01 00:00", {}},
+        {"2000/00/01 00:00", {}},
+        {"2000/13/01 00:00", {}},
+        {"2000/257/01 00:00", {}},
+        {"2000/01/00 00:00", {}},
+        {"1900/02/29 00:00", {}},
+        {"2001/04/31 00:00", {}},
+        {"2000/01/01 24:00", {}},
+        {"2000/01/01 23:60", {}},
+        {"2000/01/01 -1:00", {}},
+        {"2000/xx/01 00:00", {}},
+        {"67536/01/01 00:00", {}},
+        {"2000/01/01 12:99999999999999999999", {}},
+        {"4294969296/01/01 12:00", {}},
+    };
+    for (const auto& [text, date] : rows) {
+        EXPECT_EQ(mailstore::ParseDate(text), date) << text.substr(0, 60);
+    }
+}
+
+TEST_F(ReadingTest, DatesReachTheHost) {
+    double cell = 5;
+    Show({});
+    EXPECT_EQ(mail.GetField("6", nullptr, &cell), RRC_OK);
+    EXPECT_EQ(cell, kNoDate);
+    FakeMail one;
+    one.date = "2000/01/01 12:00";
+    Show(one);
+    EXPECT_EQ(mail.GetField("6", nullptr, &cell), RRC_OK);
+    EXPECT_EQ(cell, 36526.5);
+    one.date = "tomorrow";
+    Show(one);
+    EXPECT_EQ(mail.GetField("6", nullptr, &cell), RRC_FAILED);
+    EXPECT_EQ(cell, kNoDate);
+    EXPECT_EQ(DrainErrors(), Strings{"invalid date"});
+}
+
+}  // namespace
