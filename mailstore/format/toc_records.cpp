@@ -31,16 +31,6 @@ constexpr std::string_view kNewWindow("\x50\x00\x50\x00\x35\x02\x9F\x01", 8);
 constexpr std::size_t kNewWindowAt = 46, kNewFilledAt = 54, kNewFilled = 16;
 constexpr std::size_t kNewTwoAt = 70, kNewRulerAt = 84;
 
-void PutU16(std::string& bytes, std::size_t at, std::uint16_t value) {
-    bytes[at] = static_cast<char>(value & 0xFF);
-    bytes[at + 1] = static_cast<char>(value >> 8);
-}
-
-void PutU32(std::string& bytes, std::size_t at, std::uint32_t value) {
-    PutU16(bytes, at, static_cast<std::uint16_t>(value & 0xFFFF));
-    PutU16(bytes, at + 2, static_cast<std::uint16_t>(value >> 16));
-}
-
 // The last byte of the field stays zero.
 void PutText(std::string& bytes, std::size_t at, std::size_t width, std::string_view text) {
     text.copy(bytes.data() + at, std::min(text.size(), width - 1));
@@ -81,8 +71,8 @@ TocHeader TocHeader::Decode(std::string_view bytes) {
 
 std::string TocHeader::Encode() const {
     std::string out = Padded(bytes, kTocHeaderSize);
-    PutU16(out, kHighestMsgIdOffset, wHighestMsgId);
-    PutU16(out, kNumberOfMsgsOffset, wNumberOfMsgs);
+    platform::WriteU16(out, kHighestMsgIdOffset, wHighestMsgId);
+    platform::WriteU16(out, kNumberOfMsgsOffset, wNumberOfMsgs);
     return out;
 }
 
@@ -115,17 +105,17 @@ MsgBlock MsgBlock::Decode(std::string_view bytes) {
 
 std::string MsgBlock::Encode() const {
     std::string bytes(kMsgBlockSize, '\0');
-    for (const OwnWord& word : kOwnWords) PutU16(bytes, word.at, word.value);
-    PutU32(bytes, kOffsetAt, dwOffset);
-    PutU32(bytes, kLengthAt, dwLength);
-    PutU32(bytes, kSecondsAt, dwSeconds);
-    PutU16(bytes, kStatusOffset, wStatus);
+    for (const OwnWord& word : kOwnWords) platform::WriteU16(bytes, word.at, word.value);
+    platform::WriteU32(bytes, kOffsetAt, dwOffset);
+    platform::WriteU32(bytes, kLengthAt, dwLength);
+    platform::WriteU32(bytes, kSecondsAt, dwSeconds);
+    platform::WriteU16(bytes, kStatusOffset, wStatus);
     bytes[kMarkLowAt] = static_cast<char>(bMarkLow);
     bytes[kMarkHighAt] = static_cast<char>(bMarkHigh);
     PutText(bytes, kDateAt, kDateWidth, szDate);
     PutText(bytes, kFromAt, kFromWidth, szFrom);
     PutText(bytes, kSubjectAt, kSubjectWidth, szSubject);
-    PutU32(bytes, kMsgIdAt, dwMsgId);
+    platform::WriteU32(bytes, kMsgIdAt, dwMsgId);
     return bytes;
 }
 

@@ -1,6 +1,6 @@
 #include "platform/mfc/archive.h"
 
-#include "platform/mfc/byte_codec.h"
+#include "platform/os/little_endian.h"
 
 namespace {
 

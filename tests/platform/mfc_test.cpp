@@ -3,9 +3,9 @@
 #include <bit>
 
 #include "platform/mfc/archive.h"
-#include "platform/mfc/byte_codec.h"
 #include "platform/mfc/ole_date_time.h"
 #include "platform/mfc/text_case.h"
+#include "platform/os/little_endian.h"
 
 namespace {
 
@@ -57,7 +57,7 @@ TEST(ArchiveTest, AHugeLengthIsNoReasonToAllocate) {
     }
 }
 
-TEST(ByteCodecTest, NumbersAreLittleEndianAndTheEndIsFelt) {
+TEST(LittleEndianTest, AStreamFeelsItsEnd) {
     std::string bytes;
     platform::ByteWriter out(bytes);
     out.U8(0x12);
@@ -80,6 +80,35 @@ TEST(ByteCodecTest, NumbersAreLittleEndianAndTheEndIsFelt) {
         EXPECT_EQ(in.Failed(), length != bytes.size());
         EXPECT_EQ(in.U8(), 0);
         EXPECT_TRUE(in.Failed()) << "and stays so";
+    }
+}
+
+TEST(LittleEndianTest, APlaceOfARecordIsReadAndWrittenOnlyInside) {
+    constexpr std::uint64_t kFar = ~std::uint64_t{0};
+    for (const std::uint64_t offset : {std::uint64_t{0}, std::uint64_t{2}, std::uint64_t{3},
+                                       std::uint64_t{4}, std::uint64_t{5}, kFar, kFar - 1}) {
+        for (const std::size_t width : {2u, 4u}) {
+            SCOPED_TRACE(std::to_string(offset) + ", " + std::to_string(width));
+            const bool isInside = offset <= 5 && offset + width <= 5;
+            std::string bytes = "vwxyz";
+            const bool isWritten = width == 2 ? platform::WriteU16(bytes, offset, 0xFE01)
+                                              : platform::WriteU32(bytes, offset, 0xFE0302C1);
+            EXPECT_EQ(isWritten, isInside);
+            std::string expected = "vwxyz";
+            if (isInside) {
+                expected.replace(offset, width, width == 2 ? "\x01\xFE" : "\xC1\x02\x03\xFE");
+            }
+            EXPECT_EQ(bytes, expected);
+            if (width == 2) {
+                const auto number = platform::ReadU16(bytes, offset);
+                EXPECT_EQ(number.has_value(), isInside);
+                EXPECT_EQ(number.value_or(0xFE01), 0xFE01);
+            } else {
+                const auto number = platform::ReadU32(bytes, offset);
+                EXPECT_EQ(number.has_value(), isInside);
+                EXPECT_EQ(number.value_or(0xFE0302C1), 0xFE0302C1);
+            }
+        }
     }
 }
 
