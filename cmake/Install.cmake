@@ -10,6 +10,11 @@ install(TARGETS kvsync RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS kvtEUD kvUtil
         RUNTIME DESTINATION ${KV_LIBRARY_PLACE}
         LIBRARY DESTINATION ${KV_LIBRARY_PLACE})
+# On Linux the module takes Eudora's Simple MAPI library from its own folder, on Windows from
+# Eudora's.
+if(NOT WIN32)
+    install(TARGETS EUMAPI32 LIBRARY DESTINATION ${KV_LIBRARY_PLACE})
+endif()
 foreach(language IN ITEMS EN DE FR ES IT PT JP)
     install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/kvlEUD${language}.dll
             DESTINATION ${KV_LIBRARY_PLACE})
