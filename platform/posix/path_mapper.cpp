@@ -93,13 +93,22 @@ Result<MappedPath> PathMapper::Map(std::string_view windowsPath) const {
         path.remove_prefix(2);
     }
     const std::string root = m_prefix + "/dosdevices/" + drive + ":";
+    auto names = NamesOf(path, m_codePage);
+    std::string asSpelt = root;
+    bool areNames = true;
+    for (auto& name : names) {
+        name = WithoutTail(ToUtf8(name, m_codePage));
+        areNames = areNames && IsWindowsName(name) && !name.empty();
+        asSpelt += '/' + name;
+    }
+    // A path that is there as it is spelt needs one look instead of one at each folder.
+    if (areNames && !names.empty() && ExistsNative(asSpelt))
+        return MappedPath{asSpelt, asSpelt, true};
     if (!ExistsNative(root)) return notFound;
     MappedPath mapped{root + "/", root + "/", true};
-    const auto names = NamesOf(path, m_codePage);
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        const std::string name = WithoutTail(ToUtf8(names[i], m_codePage));
+    for (const auto& name : names) {
         if (!IsFolderNative(mapped.path)) return notFound;
-        if (!IsWindowsName(name) || name.empty() || name.find('\0') != std::string::npos) {
+        if (!IsWindowsName(name) || name.empty()) {
             return Failure{ErrorCode::kInvalidArgument, notFound.context};
         }
         std::string folder = std::move(mapped.path);
