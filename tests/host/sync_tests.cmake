@@ -5,3 +5,9 @@ kv_test(sync_engine_test
 kv_test(sync_store_test
     SOURCES sync_backup_test.cpp sync_state_test.cpp sync_vdir_test.cpp
     DEPENDS host_engine platform_testing)
+# Both stores on the real disk, Eudora's through the built library beside the test.
+if(NOT WIN32 AND TARGET kvtEUD)
+    kv_test(store_contract_test SOURCES store_contract_test.cpp
+            DEPENDS host_contacts platform_testing)
+    add_dependencies(store_contract_test kvtEUD bundles)
+endif()
