@@ -40,10 +40,7 @@ void CREudoraMail::FreeNewMessage() {
 }
 
 void CREudoraMail::FreeRecords(std::list<MapiMessage*>& records) {
-    for (; !records.empty(); records.pop_front()) {
-        Mapi().ReleaseBorrowed(records.front());
-        Mapi().FreeMessage(records.front());
-    }
+    for (; !records.empty(); records.pop_front()) Mapi().FreeMessage(records.front());
 }
 
 RRETURNCODE CREudoraMail::InitLocalVars() {

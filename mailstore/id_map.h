@@ -38,17 +38,23 @@ class IdMap {
         Place key, value;
         bool isErased = false;
     };
+    // Both are 0 in a free slot. The hash tells most keys apart without looking at their texts.
+    struct Slot {
+        std::uint32_t hash = 0;
+        std::uint32_t number = 0;  // of the entry, counted from 1
+    };
 
     std::string_view Text(Place place) const {
         return std::string_view(m_texts).substr(place.at, place.length);
     }
     Place Keep(std::string_view text);
-    std::size_t SlotOf(std::string_view key) const;
+    std::size_t SlotOf(std::string_view key, std::uint32_t hash) const;
+    std::uint32_t NumberOf(std::string_view key) const;  // 0 if it is not there
     void MakeTable(std::size_t size);
 
     std::string m_texts;
     std::vector<Entry> m_entries;
-    std::vector<std::uint32_t> m_table;  // a power of two; a position in m_entries and one, or 0
+    std::vector<Slot> m_table;  // a power of two, at most half of them taken
     std::size_t m_size = 0;
 };
 

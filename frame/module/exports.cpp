@@ -7,13 +7,14 @@
 #include "frame/guard.h"
 #include "frame/initialization.h"
 #include "frame/trans_base.h"
+#include "mailstore/eudora_mail.h"
 #include "platform/os/system.h"
 
 using frame::Guarded;
 
 namespace {
 
-constexpr unsigned long kAddressBook = 1;  // data kind
+constexpr unsigned long kAddressBook = 1, kMail = 20;  // data kinds
 
 // Made while the library is loaded: the global object must be there before the first call, and the
 // dialogs must know where the host's provider is found.
@@ -25,6 +26,7 @@ constexpr unsigned long kAddressBook = 1;  // data kind
 
 std::unique_ptr<CREudoraTransBase> MakeTranslator(unsigned long kind) {
     if (kind == kAddressBook) return std::make_unique<CREudora4>();
+    if (kind == kMail) return std::make_unique<CREudoraMail>();
     return std::make_unique<CREudoraTransBase>();
 }
 

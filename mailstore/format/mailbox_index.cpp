@@ -13,9 +13,12 @@ namespace mailstore {
 namespace {
 
 constexpr std::size_t kBlocksAtOnce = 1024;
-// Most mails have their "To: " in the first piece; each further piece is four times as long.
-constexpr std::size_t kFirstPiece = 2048;
-constexpr std::size_t kLargestPiece = 128 * 1024;
+// The first piece of a mail is what the mails before it have needed, and each further piece of it
+// is four times as long.
+constexpr std::size_t kShortestPiece = 1024;
+constexpr std::size_t kFewMails = 16;  // enough to judge the first piece by
+constexpr std::size_t kLongestFirstPiece = 8 * 1024;
+constexpr std::size_t kLongestPiece = 128 * 1024;
 // What may be read of a .mbx file: sound blocks do not overlap and need its size once.
 constexpr std::uint64_t kReadsOfFile = 4;
 constexpr std::uint64_t kReadsOfMail = 64 * 1024;
@@ -47,28 +50,38 @@ class BlockReader {
 class MailReader {
   public:
     MailReader(File& file, std::uint64_t mayRead)
-        : m_file(file), m_mayRead(mayRead), m_buffer(kLargestPiece) {}
+        : m_file(file), m_mayRead(mayRead), m_buffer(kLongestPiece) {}
 
     Result<MessageIdScan> Scan(std::uint64_t offset, std::uint64_t length) {
         MessageIdScan scan;
-        std::size_t piece = kFirstPiece;
-        while (length > 0) {
+        ++m_mails;
+        for (std::size_t piece = m_firstPiece; length > 0;
+             piece = std::min(piece * 4, kLongestPiece)) {
             const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(piece, length));
             if (wanted > m_mayRead) return MessageIdScan();
             const auto count = m_file.ReadAt(offset, std::span(m_buffer.data(), wanted));
             if (!count) return count.Error();
             m_mayRead -= *count;
             if (scan.Feed(std::string_view(m_buffer.data(), *count)) || *count < wanted) break;
+            if (piece == m_firstPiece) NoteShortPiece();
             offset += wanted;
             length -= wanted;
-            piece = std::min(piece * 4, kLargestPiece);
         }
         return scan;
     }
 
   private:
+    // Too short for more than every eighth mail: the mails of this box have longer heads.
+    void NoteShortPiece() {
+        if (++m_tooShort < kFewMails) return;
+        if (m_mails < kFewMails * 8 && m_firstPiece < kLongestFirstPiece) m_firstPiece *= 2;
+        m_mails = m_tooShort = 0;
+    }
+
     File& m_file;
     std::uint64_t m_mayRead;
+    std::size_t m_firstPiece = kShortestPiece;
+    std::size_t m_mails = 0, m_tooShort = 0;  // since the first piece was last looked at
     std::vector<char> m_buffer;
 };
 

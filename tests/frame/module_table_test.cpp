@@ -295,6 +295,7 @@ TEST_F(ModuleTest, TheHostsDialogsAreAsked) {
 TEST_F(ModuleTest, TheDataKindDecides) {
     for (const auto& [kind, expected] : {std::pair{1UL, 0x80070004UL},
                                          {2UL, 0x80070000UL},
+                                         {20UL, 0x80070000UL},
                                          {0UL, 0x80070000UL},
                                          {~0UL, 0x80070000UL}}) {
         unsigned long properties = 0;

@@ -1,0 +1,150 @@
+#include "mailstore/format/mailbox_index.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include "tests/mailstore/mailbox_builder.h"
+
+namespace {
+
+using platform::ErrorCode;
+using platform::Failure;
+using platform::File;
+using platform::Result;
+using platform::Status;
+
+// A file of any size whose bytes are made when they are read; counts what was asked for.
+class MadeFile : public File {
+  public:
+    MadeFile(std::uint64_t size, std::function<void(std::uint64_t at, std::span<char>)> make)
+        : m_size(size), m_make(std::move(make)) {}
+
+    Result<std::size_t> Read(std::span<char> buffer) override {
+        largest = std::max(largest, buffer.size());
+        ++reads;
+        const auto left = m_size - std::min(m_position, m_size);
+        const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(buffer.size(), left));
+        m_make(m_position, buffer.first(count));
+        m_position += count;
+        total += count;
+        return count;
+    }
+    Result<std::uint64_t> Seek(std::int64_t offset, platform::SeekFrom) override {
+        return m_position = static_cast<std::uint64_t>(offset);
+    }
+    Result<std::uint64_t> Size() override { return m_size; }
+    Status Write(std::string_view) override { return Failure{ErrorCode::kNotSupported, ""}; }
+    Status Truncate(std::uint64_t) override { return Failure{ErrorCode::kNotSupported, ""}; }
+    Status Flush() override { return {}; }
+    Status Close() override { return {}; }
+
+    std::size_t largest = 0;
+    std::uint64_t total = 0, reads = 0;
+
+  private:
+    std::uint64_t m_size, m_position = 0;
+    std::function<void(std::uint64_t, std::span<char>)> m_make;
+};
+
+MadeFile FileOf(const std::string& content) {
+    return {content.size(), [content](std::uint64_t at, std::span<char> out) {
+                content.copy(out.data(), out.size(), static_cast<std::size_t>(at));
+            }};
+}
+
+// Fills a part of a file with 'x' but for texts at some places.
+auto Mostly(std::vector<std::pair<std::uint64_t, std::string>> texts) {
+    return [texts](std::uint64_t at, std::span<char> out) {
+        std::fill(out.begin(), out.end(), 'x');
+        for (const auto& [place, text] : texts) {
+            for (std::size_t i = 0; i < text.size(); ++i) {
+                if (place + i >= at && place + i - at < out.size()) out[place + i - at] = text[i];
+            }
+        }
+    };
+}
+
+struct Index {
+    std::vector<std::pair<std::uint32_t, std::string>> mails;
+    std::optional<std::uint32_t> last;
+};
+
+Index Read(File& mbx, const MailboxBuilder& box) {
+    auto toc = FileOf(box.Toc());
+    Index index;
+    const auto header = mailstore::ReadTocHeader(toc);
+    const auto last = mailstore::ReadIndex(
+        mbx, toc, header->wNumberOfMsgs,
+        [&](std::uint32_t id, std::string_view text) { index.mails.emplace_back(id, text); });
+    if (last) index.last = *last;
+    return index;
+}
+
+TEST(MailboxIndex, LongMailsNeedLittleMemory) {
+    constexpr std::uint64_t kSize = 200 << 20;
+    const auto mails = [](const Index& index) { return index.mails; };
+    MailboxBuilder box;
+    box.Block(7, 5, 0xFFFFFFFF);
+    MadeFile silent(kSize, Mostly({{10, "Message-ID: <a>"}}));
+    EXPECT_TRUE(mails(Read(silent, box)).empty());
+    EXPECT_EQ(silent.total, kSize - 5);
+    MadeFile late(kSize, Mostly({{10, "Message-ID: <a>"}, {kSize - 4, "To: "}}));
+    EXPECT_EQ(mails(Read(late, box)), (decltype(Index::mails){{7, "a"}}));
+    EXPECT_LE(std::max(silent.largest, late.largest), 128U * 1024);
+    MadeFile early(kSize, Mostly({{100, "Message-ID: <a>"}, {900, "To: "}}));
+    EXPECT_EQ(mails(Read(early, box)), (decltype(Index::mails){{7, "a"}}));
+    EXPECT_LE(early.total, 2048U) << "no more is read than the step needs";
+}
+
+TEST(MailboxIndex, BlocksThatLieOverOneAnotherDoNotMakeItReadForEver) {
+    constexpr std::uint64_t kSize = 16 << 20;
+    for (const bool hasTo : {false, true}) {
+        MailboxBuilder box;
+        for (std::uint32_t i = 0; i < 2000; ++i) box.Block(i, i, 0xFFFFFFFF);
+        MadeFile file(kSize, hasTo ? Mostly({{kSize - 4, "To: "}}) : Mostly({}));
+        const auto index = Read(file, box);
+        EXPECT_LE(file.total, 4 * kSize + 2000 * 65536) << hasTo;
+        EXPECT_EQ(index.mails.empty(), !hasTo);
+        EXPECT_EQ(index.last, 1999U);
+    }
+}
+
+// Heads of many sizes: each mail is read once or, when it has a longer head than the others, twice.
+TEST(MailboxIndex, OneReadForAMail) {
+    for (const std::size_t head : {100U, 900U, 1500U, 3000U, 7000U}) {
+        MailboxBuilder box;
+        for (std::uint32_t i = 0; i < 2000; ++i) {
+            box.Mail(i + 1, std::string(head, 'h') + "Message-ID: <" + std::to_string(i) +
+                                ">\r\nTo: x\r\n" + std::string(9000, 'b'));
+        }
+        auto file = FileOf(box.mbx);
+        const auto index = Read(file, box);
+        EXPECT_EQ(index.mails.size(), 2000U);
+        EXPECT_EQ(index.mails.back().second, "1999");
+        EXPECT_LE(file.reads, 2000U + 100) << head;
+        EXPECT_LE(file.total, 2000 * (2 * head + 1024) + (1U << 20)) << head;
+    }
+}
+
+// Mails of random sizes over short pieces of a file: places that lie right across its end too.
+TEST(MailboxIndex, MailsEndWhereTheirBlocksAndTheFileEnd) {
+    const std::string mail = "Message-ID: <i>\r\nTo: ";
+    for (std::size_t cut = 0; cut <= mail.size(); ++cut) {
+        for (const bool byFile : {false, true}) {
+            MailboxBuilder box;
+            box.mbx = "before";
+            box.Mail(9, byFile ? mail.substr(0, cut) : mail);
+            box.blocks[0].dwLength = static_cast<std::uint32_t>(byFile ? mail.size() : cut);
+            auto file = FileOf(box.mbx);
+            const auto index = Read(file, box);
+            EXPECT_EQ(index.mails.size(), cut == mail.size() ? 1U : 0U) << cut << byFile;
+            EXPECT_EQ(index.last, 9U);
+        }
+    }
+}
+
+}  // namespace

@@ -1,0 +1,113 @@
+#include "mailstore/format/toc_records.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+using namespace mailstore;
+
+namespace {
+
+std::string FromHex(std::string_view hex) {
+    std::string bytes;
+    unsigned value = 0;
+    int digits = 0;
+    for (const char letter : hex) {
+        if (letter == ' ') continue;
+        value =
+            value * 16 + static_cast<unsigned>(letter <= '9' ? letter - '0' : letter - 'A' + 10);
+        if (++digits % 2 == 0) bytes += static_cast<char>(std::exchange(value, 0));
+    }
+    return bytes;
+}
+
+std::string RandomBytes(std::mt19937& random, std::size_t size) {
+    std::string bytes(size, '\0');
+    for (char& byte : bytes) byte = static_cast<char>(random());
+    return bytes;
+}
+
+TEST(TocRecords, NewHeader) {
+    EXPECT_EQ(NewTocHeader(), FromHex("30 00 91 00 7C 0A 00 00 49 6E 00 00 00 00 00 00") +
+                                  std::string(30, '\0') + FromHex("50 00 50 00 35 02 9F 01") +
+                                  std::string(16, '\xFF') +
+                                  FromHex("02 00 00 00 00 00 00 00 00 00 00 00 00 00 8C 00 00 00") +
+                                  std::string(16, '\0'));
+}
+
+TEST(TocRecords, HeaderCarriesWhatItDoesNotKnow) {
+    std::mt19937 random(1);
+    for (const std::size_t size : {0U, 1U, 72U, 73U, 74U, 102U, 103U, 104U, 300U}) {
+        std::string bytes = RandomBytes(random, size);
+        auto header = TocHeader::Decode(bytes);
+        bytes.resize(kTocHeaderSize, '\0');
+        EXPECT_EQ(header.Encode(), bytes) << size;
+        EXPECT_EQ(header.wNumberOfMsgs, static_cast<unsigned char>(bytes[102]) +
+                                            256U * static_cast<unsigned char>(bytes[103]))
+            << size;
+        header.wHighestMsgId = 0x1234;
+        header.wNumberOfMsgs = 0xFEDC;
+        bytes.replace(72, 2, "\x34\x12").replace(102, 2, "\xDC\xFE");
+        EXPECT_EQ(header.Encode(), bytes) << size;
+    }
+}
+
+TEST(TocRecords, BlockOfOurOwn) {
+    MsgBlock block;
+    block.dwOffset = 0x01020304;
+    block.dwLength = 0x11121314;
+    block.dwSeconds = 0x21222324;
+    block.wStatus = 0x3132;
+    block.bMarkLow = 0xBE;
+    block.bMarkHigh = 0x01;
+    block.szDate = std::string(31, 'd');
+    block.szFrom = std::string(63, 'f');
+    block.szSubject = "s";
+    block.dwMsgId = 0x41424344;
+    EXPECT_EQ(block.Encode(), FromHex("04 03 02 01 14 13 12 11 24 23 22 21 32 31 BE 01 03 00") +
+                                  std::string(31, 'd') + '\0' + std::string(63, 'f') + '\0' + 's' +
+                                  std::string(63, '\0') + std::string(8, '\xFF') +
+                                  std::string(6, '\0') +
+                                  FromHex("44 43 42 41 00 00 01 00 00 00 5C FE 00 00 00 00 01 00") +
+                                  std::string(8, '\0'));
+    block.szFrom += "cut";
+    EXPECT_EQ(MsgBlock::Decode(block.Encode()).szFrom, std::string(63, 'f'));
+}
+
+TEST(TocRecords, DamagedBlocksDecodeAsIfFilledWithZeros) {
+    std::mt19937 random(2);
+    for (std::size_t size = 0; size <= kMsgBlockSize; ++size) {
+        const std::string bytes = RandomBytes(random, size);
+        const std::string whole = bytes + std::string(kMsgBlockSize - size, '\0');
+        const auto cut = MsgBlock::Decode(bytes), filled = MsgBlock::Decode(whole);
+        EXPECT_EQ(cut.Encode(), filled.Encode()) << size;
+        const auto place = MailPlace::Decode(bytes);
+        EXPECT_EQ(place.dwOffset, filled.dwOffset) << size;
+        EXPECT_EQ(place.dwLength, filled.dwLength) << size;
+        EXPECT_EQ(place.dwMsgId, filled.dwMsgId) << size;
+    }
+    const auto full = MsgBlock::Decode(std::string(kMsgBlockSize, 'x'));
+    EXPECT_EQ(full.szDate.size() + full.szFrom.size() + full.szSubject.size(), 32U + 64U + 64U);
+}
+
+TEST(TocRecords, IdsAsTexts) {
+    for (const auto& [number, text] : {std::pair{0U, "0x00000000"},
+                                       {1U, "0x00000001"},
+                                       {0xABCDEF09U, "0xABCDEF09"},
+                                       {0xFFFFFFFFU, "0xFFFFFFFF"}}) {
+        EXPECT_EQ(IndexIdOf(number), text);
+        EXPECT_EQ(MsgIdOf(text), number);
+    }
+    for (const auto& [text, number] : {std::pair{"", 0U},
+                                       {"0x", 0U},
+                                       {"x12", 0U},
+                                       {"<a@b>", 0xAU * 0},
+                                       {"0Xff", 0xFFU},
+                                       {" \t12", 0x12U},
+                                       {"12g4", 0x12U},
+                                       {"deadBEEF", 0xDEADBEEFU}}) {
+        EXPECT_EQ(MsgIdOf(text), number) << text;
+    }
+}
+
+}  // namespace
