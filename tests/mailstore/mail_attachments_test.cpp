@@ -111,6 +111,19 @@ TEST_F(AttachmentsOutTest, OneFailureEndsTheField) {
     EXPECT_EQ(FailureOfField8(), Strings{"no message"});
 }
 
+TEST_F(AttachmentsOutTest, EachStepTellsItsOwnFailure) {
+    ShowFiles({1});
+    enum { kSize = 2, kCopy = 5 };  // numbers of the file operations
+    machine.faults.Arm(Fault::kFail, kSize);
+    EXPECT_EQ(Listed(), "a.txt 1|") << "a size is asked for twice";
+    machine.faults.Arm(Fault::kKill, kSize);
+    EXPECT_EQ(FailureOfField8(), Strings{"no size"});
+    machine.faults.Arm(Fault::kFail, kCopy);
+    const LogCapture log;
+    EXPECT_EQ(FailureOfField8(), Strings{}) << "a failed copy is in the log alone";
+    EXPECT_TRUE(LogCapture::Has("1 Unable to Copy the file"));
+}
+
 // Whatever fails, the field fails as a whole, the library's files stay, and what was made is found
 // by the pattern of the clean-up.
 TEST_F(AttachmentsOutTest, FaultsLeaveNothingButTemporaryFiles) {
