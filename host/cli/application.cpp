@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 
 #include "host/cli/commands.h"
+#include "host/cli/configure_mail.h"
 #include "host/cli/version.h"
 #include "host/engine/commands.h"
 #include "host/shell/kinds.h"
@@ -31,6 +32,7 @@ struct Request {
     Options options;
     Action action;
     std::string what = "contacts", name, script, toFolder, kind;
+    MailLimitTexts limits;
 };
 
 void AddCommonOptions(CLI::App& app, Options& options) {
@@ -105,12 +107,42 @@ void AddReading(CLI::App& app, Request& request) {
     exporting->add_option("--to", request.toFolder, "the folder")->required();
 }
 
+ExitCode Misuse(std::string text) {
+    std::ranges::replace(text, '\n', ' ');
+    std::cerr << "kvsync: " << text << " (kvsync --help shows the usage)\n";
+    return ExitCode::kUsage;
+}
+
+ExitCode Configure(const Options& options, const Request& request) {
+    if (request.what == "mail") return ConfigureMail(options, request.limits);
+    if (request.limits.IsEmpty()) return ConfigureContacts(options);
+    return Misuse("--age, --size, --attachments and --attachment-size belong to configure mail");
+}
+
+void AddConfigure(CLI::App& app, Request& request) {
+    CLI::App* const configure = AddCommand(
+        app, "configure",
+        "choose the nickname file (contacts) or limit the mails (mail) in the translator's own "
+        "dialog, or without one by --nickname-file or the options below",
+        request, [&request](const Options& options) { return Configure(options, request); });
+    configure->add_option("what", request.what, "contacts or mail")
+        ->required()
+        ->check(CLI::IsMember({"contacts", "mail"}));
+    auto& limits = request.limits;
+    configure->add_option("--age", limits.age, "mails of the last so many days, or off for all")
+        ->check(WrongDays, "DAYS|off");
+    configure->add_option("--size", limits.size, "mails of up to so many KB, or off for all")
+        ->check(WrongSize, "KB|off");
+    configure->add_option("--attachments", limits.attachments, "with attachments, or without")
+        ->check(CLI::IsMember({"on", "off"}));
+    configure
+        ->add_option("--attachment-size", limits.attachmentSize,
+                     "attachments of up to so many KB, or off for all")
+        ->check(WrongSize, "KB|off");
+}
+
 void AddRest(CLI::App& app, Request& request) {
-    AddWhat(AddCommand(app, "configure",
-                       "choose the nickname file in the translator's own dialog, or without one "
-                       "by --nickname-file",
-                       request, [](const Options& options) { return ConfigureContacts(options); }),
-            request, true);
+    AddConfigure(app, request);
     CLI::App* const shell =
         AddCommand(app, "shell", "a console on the translator interface", request,
                    [&request](const Options& options) {
@@ -129,12 +161,6 @@ void AddRest(CLI::App& app, Request& request) {
     restore->add_option("id", request.name, "the backup, as kvsync backups lists it")->required();
     AddCommand(app, "doctor", "check the set-up and say what to do about each fault", request,
                [](const Options& options) { return Doctor(options); });
-}
-
-ExitCode Misuse(std::string text) {
-    std::ranges::replace(text, '\n', ' ');
-    std::cerr << "kvsync: " << text << " (kvsync --help shows the usage)\n";
-    return ExitCode::kUsage;
 }
 
 // What the values of the command line and of the configuration file have in common.

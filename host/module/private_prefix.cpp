@@ -53,6 +53,7 @@ std::string PrivateRegistry(const std::string& program, unsigned codePage) {
     text += "@=\"" + path + " /M %1\"\n\n";
     text += "[Software\\\\Microsoft\\\\Windows\\\\CurrentVersion\\\\App Paths\\\\Eudora.exe] 0\n";
     text += "@=\"" + path + "\"\n\"Path\"=\"C:\\\\Eudora\"\n\n";
+    text += "[Software\\\\Microsoft\\\\Windows Messaging Subsystem] 0\n\"MAPI\"=\"1\"\n\n";
     text += "[System\\\\CurrentControlSet\\\\Control\\\\Nls\\\\CodePage] 0\n";
     text += "\"ACP\"=\"" + std::to_string(codePage) + "\"\n";
     return text;

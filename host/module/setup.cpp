@@ -62,6 +62,12 @@ platform::Status UseBareFolder(const SetupOptions& options, Setup& setup) {
     auto prefix = PrivatePrefix::Make(options.writesNothing ? TemporaryPrefix() : kept, folder,
                                       options.codePage, options.writesNothing);
     if (!prefix) return prefix.Error();
+    if (options.writesNothing) {
+        // It is to see what the next real run will see.
+        std::error_code ignored;
+        fs::copy(ToPath(kept) / "drive_c" / "kvsync", ToPath(prefix->Path()) / "drive_c" / "kvsync",
+                 fs::copy_options::overwrite_existing, ignored);
+    }
     setup.prefix = std::move(*prefix);
     setup.init.settingsDir = PrivatePrefix::kSettingsFolder;
     return platform::SetEnvironment("WINEPREFIX", setup.prefix.Path());

@@ -1,0 +1,132 @@
+#include "host/cli/configure_mail.h"
+
+#include <charconv>
+#include <iostream>
+#include <limits>
+
+#include <nlohmann/json.hpp>
+
+#include "host/cli/commands.h"
+#include "host/cli/workplace.h"
+#include "host/dialogs/terminal_dialogs.h"
+#include "host/module/mail_settings.h"
+#include "host/module/native_path.h"
+
+namespace host {
+
+namespace {
+
+constexpr std::int32_t kMostDays = 99999;  // so many days ago there was a calendar
+constexpr std::int32_t kMostKB = std::numeric_limits<std::int32_t>::max() / 1024;
+
+std::optional<std::int32_t> ParseNumber(const std::string& text, std::int32_t most) {
+    std::int32_t number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    const bool isWhole = error == std::errc() && stop == end;
+    return isWhole && number >= 0 && number <= most ? std::optional(number) : std::nullopt;
+}
+
+std::string WrongNumber(const std::string& text, std::int32_t most) {
+    if (text == "off" || ParseNumber(text, most)) return {};
+    return "must be off or a number from 0 to " + std::to_string(most) + ", not " + text;
+}
+
+// "off", or "on" with a number behind it.
+void Read(const std::optional<std::string>& text, std::optional<bool>& limits,
+          std::optional<std::int32_t>& number) {
+    if (!text) return;
+    limits = *text != "off";
+    number = ParseNumber(*text, std::numeric_limits<std::int32_t>::max());
+}
+
+MailLimitChanges ChangesOf(const MailLimitTexts& texts) {
+    MailLimitChanges changes;
+    Read(texts.age, changes.limitsAge, changes.ageDays);
+    Read(texts.size, changes.limitsSize, changes.sizeKB);
+    Read(texts.attachmentSize, changes.limitsAttachments, changes.attachmentKB);
+    if (texts.attachments) changes.attachments = *texts.attachments == "on";
+    return changes;
+}
+
+// False if the person cancelled the dialog.
+platform::Result<bool> Ask(TranslatorSession& session, std::string selection) {
+    std::unique_ptr<platform::Dialogs> dialogs;
+    if (!UsesWindowsPaths()) {
+        dialogs = MakeTerminalDialogs();
+        if (dialogs == nullptr) {
+            return Refused(
+                "kvsync configure needs a terminal for its dialog: start it in one, or say what is "
+                "wanted with --age, --size, --attachments and --attachment-size");
+        }
+    }
+    const DialogsShownBy shown(dialogs.get());
+    std::string summary;
+    return session.Select(selection, summary, true);
+}
+
+platform::Result<bool> Change(TranslatorSession& session, const std::string& selection,
+                              const MailLimitTexts& texts) {
+    if (texts.IsEmpty()) return Ask(session, selection);
+    if (auto changed = ChangeMailLimits(session, selection, ChangesOf(texts)); !changed) {
+        return changed.Error();
+    }
+    return true;
+}
+
+nlohmann::ordered_json NumberOrNull(bool limits, std::int32_t number) {
+    return limits ? nlohmann::ordered_json(number) : nlohmann::ordered_json();
+}
+
+void Print(const Options& options, const MailLimits& limits, bool changed) {
+    if (options.json) {
+        const nlohmann::ordered_json answer{
+            {"changed", changed},
+            {"ageDays", NumberOrNull(limits.limitsAge, limits.ageDays)},
+            {"sizeKB", NumberOrNull(limits.limitsSize, limits.sizeKB)},
+            {"attachments", limits.attachments},
+            {"attachmentSizeKB", NumberOrNull(limits.limitsAttachments, limits.attachmentKB)}};
+        std::cout << answer.dump() << '\n';
+    } else if (!options.quiet) {
+        std::cout << (changed ? "" : "nothing changed: ") << DescribeLimits(limits) << '\n';
+    }
+}
+
+platform::Result<ExitCode> Configure(Workplace& place, const Options& options,
+                                     const MailLimitTexts& texts) {
+    auto session = TranslatorSession::Create(place.Module(), kMailKind);
+    if (!session) return session.Error();
+    const auto selection = SelectMail(*session, place.Place(), false);
+    if (!selection) return selection.Error();
+    const auto before = ReadMailLimits(*session, *selection);
+    if (!before) return before.Error();
+    const auto accepted = Change(*session, *selection, texts);
+    if (!accepted) return accepted.Error();
+    const auto after = ReadMailLimits(*session, *selection);
+    if (!after) return after.Error();
+    const bool changed = *after != *before;
+    if (changed) {
+        if (auto saved = session->SaveSettings(*selection); !saved) return saved.Error();
+    }
+    Print(options, *after, changed);
+    return changed ? ExitCode::kChangesMade : ExitCode::kNothingToDo;
+}
+
+}  // namespace
+
+std::string WrongDays(const std::string& text) {
+    return WrongNumber(text, kMostDays);
+}
+
+std::string WrongSize(const std::string& text) {
+    return WrongNumber(text, kMostKB);
+}
+
+ExitCode ConfigureMail(const Options& options, const MailLimitTexts& texts) {
+    auto place = Workplace::Enter(options);
+    if (!place) return Fail(place.Error());
+    const auto code = Configure(*place, options, texts);
+    return code ? *code : Fail(code.Error());
+}
+
+}  // namespace host
