@@ -67,18 +67,12 @@ EUMAPI_EXPORT Code KV_MAPI_CALL MAPIFreeBuffer(void* buffer) {
 EUMAPI_EXPORT Code KV_MAPI_CALL MAPIDeleteMail(Session session, std::uintptr_t,
                                                const char* messageId, std::uint32_t,
                                                std::uint32_t) {
-    return Guarded([&](auto& library) {
-        (void)library, (void)session, (void)messageId;
-        return mapi::kNotSupported;
-    });
+    return Guarded([&](auto& library) { return library.DeleteMail(session, messageId); });
 }
 
 EUMAPI_EXPORT Code KV_MAPI_CALL MAPISendMail(Session session, std::uintptr_t, MapiMessage* message,
                                              std::uint32_t flags, std::uint32_t) {
-    return Guarded([&](auto& library) {
-        (void)library, (void)session, (void)message, (void)flags;
-        return mapi::kNotSupported;
-    });
+    return Guarded([&](auto& library) { return library.SendMail(session, message, flags); });
 }
 
 EUMAPI_EXPORT Code KV_MAPI_CALL MAPISendDocuments(std::uintptr_t, char*, char*, char*,

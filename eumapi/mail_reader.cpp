@@ -167,10 +167,7 @@ Code MailReader::Read(const MailIndex& index, const IndexedMail& mail, std::uint
                       AttachmentCopies& copies, MessageRecord& record) {
     const bool isEnvelope = (flags & mapi::kEnvelopeOnly) != 0;
     auto bytes = isEnvelope ? ReadHeader(index, mail) : ReadBytes(index, mail);
-    if (!bytes) {
-        return bytes.Error().code == platform::ErrorCode::kTooLarge ? mapi::kTextTooLarge
-                                                                    : CodeOf(bytes.Error());
-    }
+    if (!bytes) return CodeOf(bytes.Error());
     // A zero byte would hide what follows it from every reader of a C text.
     std::replace(bytes->begin(), bytes->end(), '\0', ' ');
     const MailText text(*bytes);

@@ -8,6 +8,8 @@ Code CodeOf(const platform::Failure& failure) {
             return mapi::kAccessDenied;
         case platform::ErrorCode::kNoSpace:
             return mapi::kDiskFull;
+        case platform::ErrorCode::kTooLarge:
+            return mapi::kTextTooLarge;
         case platform::ErrorCode::kNotSupported:
             return mapi::kNotSupported;
         default:

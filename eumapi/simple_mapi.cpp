@@ -3,7 +3,9 @@
 #include <optional>
 #include <string_view>
 
+#include "eumapi/delete_mail.h"
 #include "eumapi/eudora_folder.h"
+#include "eumapi/send_mail.h"
 #include "mailstore/format/toc_records.h"
 
 namespace eumapi {
@@ -11,6 +13,7 @@ namespace eumapi {
 namespace {
 
 constexpr std::string_view kInBox = "In";
+constexpr std::uint32_t kDialog = 0x8;  // of MAPISendMail
 
 // Mails between people are all that there is here; every kind of them begins with IPM.
 bool IsMailClass(const char* messageType) {
@@ -79,6 +82,15 @@ Code SimpleMapi::FindNext(mapi::Session session, const char* messageType, const 
     return mapi::kSuccess;
 }
 
+const IndexedMail* SimpleMapi::FindMail(InBox& inBox, const char* messageId, Code& code) {
+    const auto id = messageId == nullptr ? std::nullopt : IdOf(messageId);
+    code = id ? inBox.index.Refresh() : mapi::kInvalidMessage;
+    if (code != mapi::kSuccess) return nullptr;
+    const IndexedMail* mail = inBox.index.Find(*id);
+    if (mail == nullptr) code = mapi::kInvalidMessage;
+    return mail;
+}
+
 Code SimpleMapi::ReadMail(mapi::Session session, const char* messageId, std::uint32_t flags,
                           MapiMessage** message) {
     const std::lock_guard guard(m_mutex);
@@ -86,14 +98,12 @@ Code SimpleMapi::ReadMail(mapi::Session session, const char* messageId, std::uin
     if (inBox == nullptr) return mapi::kInvalidSession;
     if (message == nullptr) return mapi::kFailure;
     *message = nullptr;
-    const auto id = messageId == nullptr ? std::nullopt : IdOf(messageId);
-    if (!id) return mapi::kInvalidMessage;
-    if (const Code code = inBox->index.Refresh(); code != mapi::kSuccess) return code;
-    const IndexedMail* mail = inBox->index.Find(*id);
-    if (mail == nullptr) return mapi::kInvalidMessage;
+    Code code;
+    const IndexedMail* mail = FindMail(*inBox, messageId, code);
+    if (mail == nullptr) return code;
     AttachmentCopies copies(m_system, inBox->folder);
     MessageRecord record;
-    Code code = inBox->reader.Read(inBox->index, *mail, flags, copies, record);
+    code = inBox->reader.Read(inBox->index, *mail, flags, copies, record);
     if (code == mapi::kSuccess && (flags & mapi::kPeek) == 0) code = inBox->index.MarkRead(*mail);
     if (code != mapi::kSuccess) return code;
     *message = m_buffers.Make(record);
@@ -104,6 +114,28 @@ Code SimpleMapi::ReadMail(mapi::Session session, const char* messageId, std::uin
 Code SimpleMapi::FreeBuffer(void* buffer) {
     const std::lock_guard guard(m_mutex);
     return buffer == nullptr || m_buffers.Free(buffer) ? mapi::kSuccess : mapi::kFailure;
+}
+
+Code SimpleMapi::DeleteMail(mapi::Session session, const char* messageId) {
+    const std::lock_guard guard(m_mutex);
+    InBox* inBox = Find(session);
+    if (inBox == nullptr) return mapi::kInvalidSession;
+    Code code;
+    const IndexedMail* mail = FindMail(*inBox, messageId, code);
+    if (mail == nullptr) return code;
+    return eumapi::DeleteMail(m_system, inBox->folder, inBox->index, inBox->reader, *mail);
+}
+
+Code SimpleMapi::SendMail(mapi::Session session, const MapiMessage* message, std::uint32_t flags) {
+    const std::lock_guard guard(m_mutex);
+    const InBox* inBox = Find(session);
+    if (inBox == nullptr && session != 0) return mapi::kInvalidSession;
+    const auto folder =
+        inBox != nullptr ? std::optional(inBox->folder) : FindEudoraFolder(m_system);
+    if (!folder) return mapi::kLoginFailure;
+    if (message == nullptr) return mapi::kFailure;
+    if ((flags & kDialog) != 0) return mapi::kNotSupported;
+    return eumapi::SendMail(m_system, *folder, *message);
 }
 
 }  // namespace eumapi

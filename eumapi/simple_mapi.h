@@ -24,6 +24,10 @@ class SimpleMapi {
     Code ReadMail(mapi::Session session, const char* messageId, std::uint32_t flags,
                   MapiMessage** message);
     Code FreeBuffer(void* buffer);
+    Code DeleteMail(mapi::Session session, const char* messageId);
+    // Session 0 stands for one that lasts as long as the call. There is no window to ask in:
+    // kNotSupported for flags that want one.
+    Code SendMail(mapi::Session session, const MapiMessage* message, std::uint32_t flags);
 
   private:
     struct InBox {
@@ -35,6 +39,8 @@ class SimpleMapi {
     };
 
     InBox* Find(mapi::Session session);
+    // The mail of that id as the file has it now; null, and why.
+    const IndexedMail* FindMail(InBox& inBox, const char* messageId, Code& code);
 
     platform::System m_system;
     std::mutex m_mutex;

@@ -1,0 +1,58 @@
+#include "eumapi/delete_mail.h"
+
+#include "eumapi/mailbox.h"
+
+namespace eumapi {
+
+namespace {
+
+using mailstore::BlockOffset;
+using mailstore::kMsgBlockSize;
+using mailstore::kTocHeaderSize;
+
+// A count of blocks as large as it can be, and room for what may lie behind them.
+constexpr std::uint64_t kLargestToc = 1u << 26;
+
+Code PutIntoTrash(const platform::System& system, const std::string& eudoraFolder,
+                  std::string_view text, std::string_view block) {
+    Mailbox trash(system);
+    if (const Code code = trash.Open(eudoraFolder, kTrash); code != mapi::kSuccess) return code;
+    const auto isThere = trash.Contains(mailstore::MailPlace::Decode(block).dwMsgId, text);
+    if (!isThere) return CodeOf(isThere.Error());
+    return *isThere ? mapi::kSuccess : trash.Append(text, std::string(block));
+}
+
+// The file's bytes without one block.
+std::string WithoutBlock(std::string toc, std::uint32_t block) {
+    auto header = mailstore::TocHeader::Decode(toc);
+    const auto there = (toc.size() - kTocHeaderSize) / kMsgBlockSize;
+    if (there < header.wNumberOfMsgs) header.wNumberOfMsgs = static_cast<std::uint16_t>(there);
+    --header.wNumberOfMsgs;
+    toc.replace(0, kTocHeaderSize, header.Encode());
+    toc.erase(static_cast<std::size_t>(BlockOffset(block)), kMsgBlockSize);
+    return toc;
+}
+
+}  // namespace
+
+Code DeleteMail(const platform::System& system, const std::string& eudoraFolder,
+                const MailIndex& index, MailReader& reader, const IndexedMail& mail) {
+    const auto path = PathsOf(eudoraFolder, "In").toc;
+    auto toc = platform::ReadWhole(system.files, path, kLargestToc);
+    if (!toc) return CodeOf(toc.Error());
+    const auto at = static_cast<std::size_t>(BlockOffset(mail.block));
+    if (toc->size() < at + kMsgBlockSize) return mapi::kFailure;
+    const auto block = toc->substr(at, kMsgBlockSize);
+    if (mailstore::MailPlace::Decode(block).dwMsgId != mail.id) return mapi::kFailure;
+    const auto text = reader.ReadBytes(index, mail);
+    if (!text) return CodeOf(text.Error());
+    if (const Code code = PutIntoTrash(system, eudoraFolder, *text, block);
+        code != mapi::kSuccess) {
+        return code;
+    }
+    reader.LetGo();
+    return CodeOf(
+        platform::WriteWhole(system.files, path, WithoutBlock(*std::move(toc), mail.block)));
+}
+
+}  // namespace eumapi
