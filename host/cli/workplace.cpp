@@ -1,8 +1,26 @@
 #include "host/cli/workplace.h"
 
+#include "host/module/exit_code.h"
+#include "host/module/mail_settings.h"
 #include "host/module/windows_path.h"
+#include "platform/os/system.h"
 
 namespace host {
+
+namespace {
+
+// The translator makes what is missing, and in a mailbox without its .toc it sees no mail.
+platform::Status RequireInBox(const Setup& setup) {
+    for (const char* name : {"In.mbx", "In.toc"}) {
+        const std::string path = setup.eudoraFolder + '\\' + name;
+        if (platform::NativeSystem().files.Exists(path)) continue;
+        return Refused("there is no " + std::string(name) + " in " + setup.eudoraShown +
+                       ": start Eudora once, or name the folder that holds its mail");
+    }
+    return {};
+}
+
+}  // namespace
 
 platform::Result<Workplace> Workplace::Enter(const Options& options, bool mayRun) {
     Workplace place;
@@ -40,6 +58,16 @@ platform::Result<TranslatorSession> Workplace::OpenContacts(const std::string& n
     if (!session) return session.Error();
     std::string selection = nicknameFile, summary;
     auto selected = session->Select(selection, summary, false);
+    if (!selected) return selected.Error();
+    if (auto opened = session->Open(); !opened) return opened.Error();
+    return session;
+}
+
+platform::Result<TranslatorSession> Workplace::OpenMail() {
+    if (auto there = RequireInBox(m_setup); !there) return there.Error();
+    auto session = TranslatorSession::Create(*m_host, kMailKind);
+    if (!session) return session.Error();
+    auto selected = SelectMail(*session, m_setup, false);
     if (!selected) return selected.Error();
     if (auto opened = session->Open(); !opened) return opened.Error();
     return session;

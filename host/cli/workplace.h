@@ -25,6 +25,8 @@ class Workplace {
     platform::Result<std::string> NicknameFile(bool forWriting);
     // A session with that nickname file read.
     platform::Result<TranslatorSession> OpenContacts(const std::string& nicknameFile);
+    // A session with the in-box opened. kRefused, with nothing made, if there is no in-box.
+    platform::Result<TranslatorSession> OpenMail();
 
   private:
     Setup m_setup;

@@ -10,11 +10,6 @@ namespace {
 
 constexpr std::size_t kLongestId = 900;  // a line of a header holds 998 bytes
 
-bool IsIndexId(std::string_view id) {
-    return id.size() == 10 && id.starts_with("0x") &&
-           id.find_first_not_of("0123456789ABCDEF", 2) == std::string_view::npos;
-}
-
 bool FitsHeader(std::string_view id) {
     return !id.empty() && id.size() <= kLongestId && std::ranges::all_of(id, [](char letter) {
         return letter > ' ' && letter < 0x7F && letter != '<' && letter != '>';
@@ -22,6 +17,11 @@ bool FitsHeader(std::string_view id) {
 }
 
 }  // namespace
+
+bool IsIndexId(std::string_view id) {
+    return id.size() == 10 && id.starts_with("0x") &&
+           id.find_first_not_of("0123456789ABCDEF", 2) == std::string_view::npos;
+}
 
 std::string Fingerprint(std::string_view text) {
     std::uint64_t hash = 0xCBF29CE484222325;  // FNV-1a

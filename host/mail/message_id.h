@@ -13,6 +13,9 @@ namespace host {
 // told of it: the same at each run, another for another mail.
 std::string MessageIdOf(const Mail& mail);
 
+// Whether it is the id by which Eudora knows a mail: "0x" and eight upper-case hexadecimal digits.
+bool IsIndexId(std::string_view id);
+
 // 64 bits as 16 hexadecimal digits that differ for different texts, but not for a person's
 // purpose.
 std::string Fingerprint(std::string_view text);

@@ -1,0 +1,113 @@
+#include <iostream>
+
+#include "host/cli/commands.h"
+#include "host/cli/run_place.h"
+#include "host/cli/workplace.h"
+#include "host/engine/progress.h"
+#include "host/mail/compose.h"
+#include "host/mail/eudora_mails.h"
+#include "host/maildir/maildir.h"
+#include "host/mailsync/mail_content.h"
+#include "host/module/native_path.h"
+#include "platform/os/system.h"
+
+namespace host {
+
+namespace {
+
+constexpr std::size_t kBatch = 256;  // mails that are brought onto the disk together
+
+// Writes mail after mail into a Maildir that had none. A mail that cannot be composed is told and
+// left out.
+class MailExport {
+  public:
+    MailExport(const CommandPlace& place, const std::string& folder)
+        : m_files(place.files),
+          m_clock(place.clock),
+          m_maildir(place.files, place.clock, folder),
+          m_progress(place.clock, place.progress) {}
+
+    platform::Status Begin(const std::string& folder) {
+        const auto there = m_maildir.List();
+        if (!there) return there.Error();
+        if (!there->empty()) {
+            return Refused(folder + " holds mails already: name a new folder with --to");
+        }
+        return m_maildir.Create();
+    }
+
+    platform::Result<bool> Add(EudoraMails& mails) {
+        const auto mail = mails.Current(MailParts::kAll);
+        if (!mail) return mail.Error();
+        const auto message = ComposeMail(m_files, *mail, OffsetAt(m_clock, *mail));
+        if (!message) {
+            Tell(*mail, message.Error().Message());
+            return true;
+        }
+        for (const std::string& note : mail->notes) Tell(*mail, note);
+        if (auto delivered = Deliver(*mail, *message); !delivered) return delivered.Error();
+        m_progress.Step("exporting mail", ++m_count);
+        return true;
+    }
+
+    platform::Status Settle() {
+        auto settled = m_maildir.Settle(m_unsettled);
+        m_unsettled.clear();
+        return settled;
+    }
+
+    std::size_t Count() const { return m_count; }
+    const std::vector<std::string>& Notes() const { return m_notes; }
+
+  private:
+    void Tell(const Mail& mail, const std::string& what) {
+        m_notes.push_back("mail " + ToUtf8(mail.id) + ": " + what);
+    }
+
+    platform::Status Deliver(const Mail& mail, const std::string& message) {
+        const char* const flags = mail.status == kStatusUnread ? "" : "S";
+        const std::string unique = m_maildir.NewName();
+        if (auto status = m_maildir.Deliver(unique, message, flags); !status) return status;
+        m_unsettled.push_back(m_maildir.EntryOf(unique, flags));
+        if (m_unsettled.size() < kBatch) return {};
+        return Settle();
+    }
+
+    platform::Files& m_files;
+    platform::Clock& m_clock;
+    Maildir m_maildir;
+    Progress m_progress;
+    std::vector<MaildirEntry> m_unsettled;
+    std::vector<std::string> m_notes;
+    std::size_t m_count = 0;
+};
+
+platform::Status Export(Workplace& place, MailExport& target, const std::string& folder) {
+    auto session = place.OpenMail();
+    if (!session) return session.Error();
+    if (auto begun = target.Begin(folder); !begun) return begun;
+    EudoraMails mails(*session, platform::NativeSystem().processes.CodePage());
+    auto walked = mails.Walk([&](const MailHead&) { return target.Add(mails); });
+    auto settled = target.Settle();
+    return walked ? settled : walked;
+}
+
+}  // namespace
+
+ExitCode ExportMail(const Options& options, const std::string& toFolder) {
+    if (auto can = CanComposeMail(); !can) return Fail(can.Error());
+    auto place = Workplace::Enter(options);
+    if (!place) return Fail(place.Error());
+    ProgressLine progress(!options.quiet);
+    const auto command = PlaceOf(options, progress);
+    if (!command) return Fail(command.Error());
+    MailExport target(*command, toFolder);
+    const auto done = Export(*place, target, toFolder);
+    progress.Show({});
+    for (const std::string& note : target.Notes()) std::cerr << "kvsync: " << note << '\n';
+    if (!done) return Fail(done.Error());
+    if (!options.quiet) std::cout << target.Count() << " mails exported to " << toFolder << '\n';
+    return target.Count() > 0 ? ExitCode::kChangesMade : ExitCode::kNothingToDo;
+}
+
+}  // namespace host
