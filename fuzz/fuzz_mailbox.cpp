@@ -1,0 +1,69 @@
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <map>
+#include <string>
+
+#include "mailstore/format/mailbox_index.h"
+#include "mailstore/format/message_id_scan.h"
+#include "mailstore/id_map.h"
+#include "platform/testing/memory_files.h"
+
+namespace {
+
+using platform::OpenMode;
+using platform::Share;
+
+// The id of a mail the plain way.
+std::string PlainId(std::string text) {
+    text.resize(std::min(text.find('\0'), text.size()));
+    const auto to = text.find("To: ");
+    if (to == text.npos) return "(no place)";
+    text.resize(to);
+    auto at = text.find("Message-ID: <");
+    if (at == text.npos) at = text.find("Message-Id: <");
+    if (at == text.npos) return "";
+    text.erase(0, at + std::string_view("Message-ID: <").size());
+    text.erase(0, text.find_first_not_of('>'));
+    text.resize(std::min(text.find('>'), text.size()));
+    return text.size() > mailstore::kLongestMessageId ? "" : text;
+}
+
+}  // namespace
+
+// Two bytes of length, a .toc file of that length, and a .mbx file: the index must be what a plain
+// reading of each mail gives.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string_view input(reinterpret_cast<const char*>(data), size);
+    if (size < 2) return 0;
+    const std::size_t tocSize = data[0] | data[1] << 8;
+    const auto toc = input.substr(2, tocSize);
+    const auto mbx = input.substr(2 + toc.size());
+    platform::testing::MemoryFiles files;
+    files.Put("C:\\t", toc);
+    files.Put("C:\\m", mbx);
+    const auto tocFile = *files.Open("C:\\t", OpenMode::kRead, Share::kNone);
+    const auto mbxFile = *files.Open("C:\\m", OpenMode::kRead, Share::kRead);
+    const std::uint32_t count = mailstore::ReadTocHeader(*tocFile)->wNumberOfMsgs;
+    mailstore::IdMap ids;
+    std::map<std::string, std::string> plain;
+    const auto last = mailstore::ReadIndex(*mbxFile, *tocFile, count,
+                                           [&](std::uint32_t id, std::string_view messageId) {
+                                               ids.Set(mailstore::IndexIdOf(id), messageId);
+                                           });
+    std::uint32_t lastId = 0;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const auto at = mailstore::BlockOffset(i);
+        const auto block =
+            mailstore::MsgBlock::Decode(at < toc.size() ? toc.substr(at) : std::string_view());
+        lastId = block.dwMsgId;
+        if (block.dwOffset >= mbx.size()) continue;
+        const auto id = PlainId(std::string(mbx.substr(block.dwOffset, block.dwLength)));
+        if (id != "(no place)") plain[mailstore::IndexIdOf(block.dwMsgId)] = id;
+    }
+    if (!last || *last != lastId || ids.Size() != plain.size()) std::abort();
+    for (const auto& [indexId, id] : plain) {
+        if (ids.Find(indexId) != id) std::abort();
+    }
+    return 0;
+}
