@@ -29,6 +29,17 @@ Finding LockFinding(const Setup& setup) {
             "close Eudora; if it has crashed, delete OWNER.LOK"};
 }
 
+// The mail translator asks the registry whether Simple MAPI is there before it loads the library.
+Finding MapiFinding(const Setup& setup) {
+    constexpr const char* kKey = "SOFTWARE\\Microsoft\\Windows Messaging Subsystem";
+    const auto mark = platform::NativeSystem().registry.ReadText(
+        platform::RegistryRoot::kLocalMachine, kKey, "MAPI");
+    if (mark && *mark == "1") return {Health::kGood, "mail", "Simple MAPI is registered", {}};
+    return {Health::kNote, "mail", "Simple MAPI is not registered for " + setup.eudoraShown,
+            "mails cannot be reached: set MAPI to the text 1 in HKEY_LOCAL_MACHINE\\" +
+                std::string(kKey) + " with regedit; contacts need no MAPI"};
+}
+
 Finding StartFinding(const Setup& setup) {
     auto host = TranslatorHost::Start(setup.init);
     if (!host) return {Health::kFault, "translator", host.Error().Message(), {}};
@@ -79,6 +90,7 @@ std::vector<Finding> ExamineEudora(const SetupOptions& options, const Setup& set
                         {}});
     findings.push_back(LockFinding(setup));
     findings.push_back(StartFinding(setup));
+    findings.push_back(MapiFinding(setup));
     NicknameFindings(options, setup, findings);
     return findings;
 }
