@@ -1,5 +1,4 @@
 #include <benchmark/benchmark.h>
-#include <malloc.h>
 
 #include <algorithm>
 #include <chrono>
@@ -191,9 +190,6 @@ BENCHMARK(BM_FindAndEdit)->ArgName("edit")->Arg(0)->Arg(1);
 int main(int count, char** arguments) {
     if (count == 3 && std::string(arguments[1]) == "--peak") return PrintPeak(arguments[2]);
     theProgram = arguments[0];
-    // Every load takes fresh memory, as in a program that loads once: else the small file would be
-    // read into memory that an earlier round has touched, and the large one not.
-    mallopt(M_MMAP_THRESHOLD, 1 << 20);
     const bool hasMemoryDisk = std::filesystem::exists("/dev/shm");
     const auto base =
         hasMemoryDisk ? std::filesystem::path("/dev/shm") : std::filesystem::temp_directory_path();
