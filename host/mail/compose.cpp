@@ -140,9 +140,10 @@ platform::Status CanComposeMail() {
 platform::Result<std::string> ComposeMail(platform::Files& files, const Mail& mail,
                                           std::chrono::seconds offset) {
     g_mime_init();
-    const auto texts = Encode(SplitText(NormalLineEnds(mail.body.value_or(""))));
+    const std::string_view body = mail.body ? std::string_view(*mail.body) : std::string_view();
+    const auto texts = Encode(SplitText(NormalLineEnds(body)));
     std::string message = HeaderOf(mail, offset);
-    message.reserve(kHeaderRoom + mail.body.value_or("").size() * 2);
+    message.reserve(kHeaderRoom + body.size());
     if (texts.size() == 1 && mail.attachments.empty() && mail.notes.empty()) {
         AppendText(message, texts.front());
         return message;
