@@ -41,9 +41,9 @@ class Mailbox {
     // Whether a mail of that id and with those bytes is here.
     platform::Result<bool> Contains(std::uint32_t id, std::string_view text);
 
-    // Adds the one mail that this object is for; the place in its block is filled in. The count changes last, after all else is
-    // on the disk. After a failure the mailbox is as it was, if the disk allows; in any case
-    // without the new mail or with it in full.
+    // Adds the one mail that this object is for; the place in its block is filled in. The count
+    // changes last, after all else is on the disk. After a failure the mailbox is as it was, if the
+    // disk allows; in any case without the new mail or with it in full.
     Code Append(std::string_view text, std::string block);
 
   private:
