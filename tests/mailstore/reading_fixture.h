@@ -48,6 +48,7 @@ class ReadingTest : public ::testing::Test {
         library.badRead = "0x00000001";
         if (!library.mails.empty()) (void)util.mapi.MoveFirst();
         EXPECT_EQ(library.held, 0);
+        util.mapi.UnloadMapiLibrary();
         UseTransUtil(nullptr);
     }
 
