@@ -1,5 +1,6 @@
 #include "mailstore/id_map.h"
 
+#include <algorithm>
 #include <bit>
 #include <functional>
 #include <limits>
@@ -10,6 +11,7 @@ namespace mailstore {
 namespace {
 
 constexpr std::size_t kSmallestTable = 16;
+constexpr std::size_t kUsualTexts = 64;  // bytes of a key and its value, for Reserve
 
 std::uint32_t HashOf(std::string_view text) {
     return static_cast<std::uint32_t>(std::hash<std::string_view>{}(text));
@@ -19,6 +21,7 @@ std::uint32_t HashOf(std::string_view text) {
 
 void IdMap::Reserve(std::size_t count) {
     m_entries.reserve(count);
+    m_texts.reserve(count * kUsualTexts);
     if (count * 2 > m_table.size()) MakeTable(count * 2);
 }
 
