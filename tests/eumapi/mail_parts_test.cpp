@@ -1,0 +1,188 @@
+#include <gtest/gtest.h>
+
+#include "eumapi/address_list.h"
+#include "eumapi/attachment_lines.h"
+#include "eumapi/encoded_word.h"
+#include "eumapi/mail_date.h"
+#include "eumapi/mail_text.h"
+#include "platform/testing/fixed_clock.h"
+
+namespace {
+
+using namespace eumapi;
+
+TEST(StandInAddresses, Table) {
+    const struct {
+        const char *list, *expected;  // name=address; ...
+    } cases[] = {
+        {"", ""},
+        {"a@b.c", "=a@b.c; "},
+        {" A B  <a@b.c> , d@e.f", "A B=a@b.c; =d@e.f; "},
+        {"\"B, A\" <a@b.c>", "B, A=a@b.c; "},
+        {"\"say \\\"hi\\\", you\" <a@b.c>", "say \"hi\", you=a@b.c; "},
+        {"a@b.c (A, B)", "A, B=a@b.c; "},
+        {"a@b.c (A (deep, er))", "A (deep, er)=a@b.c; "},
+        {"<a@b.c>", "=a@b.c; "},
+        {"<@relay,@two:a@b.c>", "=a@b.c; "},
+        {"undisclosed-recipients:;", ""},
+        {"Team: a@b.c, D <d@e.f>;, g@h.i", "=a@b.c; D=d@e.f; =g@h.i; "},
+        {"a@b.c; d@e.f", "=a@b.c; =d@e.f; "},
+        {",, a@b.c,,", "=a@b.c; "},
+        {"\"open <a@b.c>, d@e.f", "\"open=a@b.c; =d@e.f; "},
+        {"(open a@b.c, d@e.f", "=(open a@b.c; =d@e.f; "},
+        {"A <a@b.c, d@e.f", "=A <a@b.c; =d@e.f; "},
+        {"nobody", "=nobody; "},
+    };
+    for (const auto& one : cases) {
+        std::string found;
+        for (const auto& address : ParseAddresses(one.list, 1252)) {
+            found += address.name + "=" + address.address + "; ";
+        }
+        EXPECT_EQ(found, one.expected) << one.list;
+    }
+    // The second byte of this character is a backslash to those who do not look at the first.
+    const auto japanese = ParseAddresses("\"\x95\x5C\" <a@b.c>, d@e.f", 932);
+    ASSERT_EQ(japanese.size(), 2u);
+    EXPECT_EQ(japanese[0].name, "\x95\x5C");
+}
+
+TEST(StandInDates, Table) {
+    platform::testing::FixedClock clock;
+    clock.offset = std::chrono::hours(9);
+    const struct {
+        const char *text, *local;
+    } cases[] = {
+        {"Wed, 02 Jan 1980 02:03:55 +0900", "1980/01/02 02:03"},
+        {"2 Jan 1980 02:03 +0000", "1980/01/02 11:03"},
+        {"Fri, 31 Dec 1999 23:59:60 -0330", "2000/01/01 12:29"},
+        {"Sat, 29 Feb 2020 12:00:00 GMT", "2020/02/29 21:00"},
+        {"Sat, 29 Feb 2020 12:00:00 ut", "2020/02/29 21:00"},
+        {"Mon, 5 Jul 99 08:00:00 EDT", "1999/07/05 21:00"},
+        {"Mon, 5 Jul 49 08:00:00 Z", "2049/07/05 17:00"},
+        {"Mon, 5 Jul 104 08:00:00 PST", "2004/07/06 01:00"},
+        {"Mon, 5 Jul 2004 08:00:00 K", "2004/07/05 17:00"},
+        {"Mon, 5 Jul 2004 08:00:00", "2004/07/05 08:00"},
+        {"Mon (a, (comment) 7), 5 (x) July 2004 08:00:00 +0900 (JST)", "2004/07/05 08:00"},
+        {"Wed Jan 02 02:03:55 1980", "1980/01/02 02:03"},
+        {"  wed,2 JAN 1980 2:3:5 +0900 ", "1980/01/02 02:03"},
+        {"Wed, 02 Jan 1980", ""},
+        {"Thu, 30 Feb 2020 12:00:00 +0000", ""},
+        {"1 Jan 2020 24:00:00 +0000", ""},
+        {"1 Jan 99999 12:00 +0000", ""},
+        {"1 Jan 1066 12:00 +0000", ""},
+        {"yesterday", ""},
+        {"", ""},
+    };
+    for (const auto& one : cases) {
+        const auto moment = ParseMailDate(one.text, clock);
+        EXPECT_EQ(moment ? MapiDate(*moment, clock) : "", one.local) << one.text;
+    }
+}
+
+TEST(StandInEncodedWords, Table) {
+    const struct {
+        const char *text, *expected;
+        unsigned codePage = 1252;
+    } cases[] = {
+        {"plain = ?text?=", "plain = ?text?="},
+        {"=?iso-8859-1?Q?Gr=FC=DFe_an?= alle",
+         "Gr\xFC\xDF"
+         "e an alle"},
+        {"=?UTF-8?B?R3LDvMOfZQ==?=",
+         "Gr\xFC\xDF"
+         "e"},
+        {"=?UTF-8?B?R3LDvMOfZQ?=",
+         "Gr\xFC\xDF"
+         "e"},
+        {"=?utf-8*de?q?=C3=BC?= =?utf-8?q?x?=", "\xFCx"},
+        {"=?utf-8?q?=C3?=  =?utf-8?q?=BC?=", "\xFC"},
+        {"=?utf-8?q?a?= =?iso-8859-1?q?b?= c", "ab c"},
+        {"=?iso-8859-15?q?=A4?=", "\x80"},
+        {"=?utf-8?q?=E6=97=A5?=", "=?utf-8?q?=E6=97=A5?="},
+        {"=?utf-8?q?=E6=97=A5?=", "\x93\xFA", 932},
+        {"=?iso-2022-jp?b?GyRCRnxLXBsoQg==?=", "\x93\xFA\x96\x7B", 932},
+        {"=?euc-jp?q?=C6=FC=CB=DC?=", "\x93\xFA\x96\x7B", 932},
+        {"=?iso-2022-jp?q?=1B$Z?=", "=?iso-2022-jp?q?=1B$Z?=", 932},
+        {"=?klingon?q?a?=", "=?klingon?q?a?="},
+        {"=?utf-8?q?=XY?=", "=?utf-8?q?=XY?="},
+        {"=?utf-8?b?!!?=", "=?utf-8?b?!!?="},
+        {"=?utf-8?x?a?=", "=?utf-8?x?a?="},
+        {"=?utf-8?q?a", "=?utf-8?q?a"},
+        {"a =?us-ascii?q?x=0D=0ABcc:_y?=", "a x  Bcc: y"},
+    };
+    for (const auto& one : cases) {
+        EXPECT_EQ(DecodeHeader(one.text, one.codePage), one.expected) << one.text;
+    }
+}
+
+TEST(StandInMailText, TakesHeaderApart) {
+    const MailText text(
+        "From ???@??"
+        "? Wed Jan 02 02:03:55 1980\r\n"
+        " stray\r\nto: a@b.c,\r\n\td@e.f\r\nno field here\r\n still none\r\nTO : g@h.i\r\n"
+        "Subject:  one\r\n  two \r\n\r\nFrom: in the body\r\r\n\nlast");
+    EXPECT_EQ(text.Separator(),
+              "From ???@??"
+              "? Wed Jan 02 02:03:55 1980");
+    EXPECT_EQ(text.AllFields("To"), "a@b.c, d@e.f, g@h.i");
+    EXPECT_EQ(text.Field("Subject"), "one two");
+    EXPECT_EQ(text.Field("From"), std::nullopt);
+    EXPECT_EQ(text.Body(), "From: in the body\n\nlast");
+    EXPECT_FALSE(MailText("Subject: x\r\n").HasBody());
+    EXPECT_EQ(MailText("\r\nbody").Body(), "body");
+    EXPECT_EQ(MailText("").Body(), "");
+}
+
+// What a reader leaves who takes off one line with a blank line above it for each file.
+std::string Stripped(std::string text, std::size_t count) {
+    for (; count > 0; --count) {
+        const auto at = text.rfind("\n\nAttachment Converted:");
+        if (at == text.npos) return "not found: " + text;
+        text.resize(at);
+    }
+    return text;
+}
+
+TEST(StandInAttachmentLines, Table) {
+    const std::string a = "Attachment Converted: \"C:\\a\"", b = "Attachment Converted: \"C:\\b\"",
+                      c = "Attachment Converted: C:\\c d ", n = "\n";
+    const struct {
+        std::string text, present;  // a letter for each line
+        std::string paths, arranged, stripped;
+    } cases[] = {
+        {"x\n", "", "", "x\n", "x\n"},
+        {"x\n\n" + a + n, "y", "C:\\a;", "x\n\n" + a + n, "x"},
+        {"x\n\n\n" + a + "\n\n" + b + n, "yy", "C:\\a;C:\\b;", "x\n\n\n" + a + "\n\n" + b + n,
+         "x\n"},
+        {"x\n\n" + a + "\n\n" + b + n, "ny", "C:\\a;C:\\b;", "x\n\n" + a + "\n\n" + b + n,
+         "x\n\n" + a},
+        {"x\n\n" + a + "\n\n" + b + n, "yn", "C:\\a;C:\\b;", "x\n\n\n" + b + "\n\n" + a + n,
+         "x\n\n\n" + b},
+        {"x\n\n" + a + "\n\n" + b + n, "nn", "C:\\a;C:\\b;", "x\n\n" + a + "\n\n" + b + n, ""},
+        {"x\n" + a + n + c + n, "yy", "C:\\a;C:\\c d;", "x\n\n\n" + a + "\n\n" + c + n, "x\n"},
+        {a + n, "y", "C:\\a;", "\n\n" + a + n, ""},
+        {"x\n\n" + a + "\nsigned\n\n" + b, "y", "C:\\b;", "x\n\n" + a + "\nsigned\n\n" + b,
+         "x\n\n" + a + "\nsigned"},
+        {"x\n\n" + a + "\nend\n", "", "", "x\n\n" + a + "\nend\n", "x\n\n" + a + "\nend\n"},
+        {"x\n\nAttachment Converted: \"\"\n", "n", ";", "x\n\nAttachment Converted: \"\"\n", ""},
+    };
+    for (const auto& one : cases) {
+        auto lines = FindAttachmentLines(one.text);
+        ASSERT_EQ(lines.size(), one.present.size()) << one.text;
+        std::string paths;
+        std::size_t files = 0;
+        for (std::size_t i = 0; i < lines.size(); ++i) {
+            paths.append(lines[i].path).append(";");
+            lines[i].isPresent = one.present[i] == 'y';
+            files += lines[i].isPresent;
+        }
+        EXPECT_EQ(paths, one.paths) << one.text;
+        const auto arranged = ArrangedText(one.text, lines);
+        EXPECT_EQ(arranged, one.arranged) << one.text << one.present;
+        if (files > 0) {
+            EXPECT_EQ(Stripped(arranged, files), one.stripped) << one.text << one.present;
+        }
+    }
+}
+
+}  // namespace

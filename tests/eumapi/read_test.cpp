@@ -1,0 +1,201 @@
+#include "tests/eumapi/stand_in_fixture.h"
+
+namespace {
+
+using std::string_literals::operator""s;
+
+std::string Recipients(const MapiMessage& message) {
+    std::string all;
+    for (std::uint32_t i = 0; i < message.nRecipCount; ++i) {
+        const auto& one = message.lpRecips[i];
+        all += std::to_string(one.ulRecipClass) + " " + one.lpszAddress + "; ";
+    }
+    return all;
+}
+
+class StandInReadTest : public StandInTest {
+  protected:
+    // A mail whose body ends as Eudora ends one with attachments.
+    static std::string WithAttachments(const std::vector<std::string>& paths) {
+        std::string body = "see there\r\n";
+        for (const auto& path : paths) body += "\r\n\r\nAttachment Converted: \"" + path + "\"";
+        return Mail("files", body + "\r\n");
+    }
+    void PutFile(const std::string& name) {
+        machine.files.Put("C:\\Eudora\\Attach\\" + name, "content of " + name);
+    }
+};
+
+TEST_F(StandInReadTest, GivesTheWholeMail) {
+    const auto* mail = ReadOnly(
+        "From ???@??"
+        "? Wed Jan 02 02:03:55 1980\r\nMessage-ID: <x@y>\r\n"
+        "Date: Wed, 02 Jan 1980 02:03:55 +0000\r\nTo: B <b@c.d>,\r\n \"C, D\" <c@d.e>\r\n"
+        "Cc: e@f.g\r\nBcc: h@i.j\r\nTo: k@l.m\r\nFrom: =?utf-8?q?J=C3=B6?= <a@b.c>\r\n"
+        "Subject: a\r\n b\r\n\r\n<x-flowed>one\r\ntwo\r\n</x-flowed>\r\n");
+    ASSERT_NE(mail, nullptr) << code;
+    EXPECT_STREQ(mail->lpszSubject, "a b");
+    EXPECT_STREQ(mail->lpszNoteText, "<x-flowed>one\ntwo\n</x-flowed>\n");
+    EXPECT_STREQ(mail->lpszDateReceived, "1980/01/02 02:03");
+    EXPECT_STREQ(mail->lpOriginator->lpszName, "J\xF6 <a@b.c>");
+    EXPECT_STREQ(mail->lpOriginator->lpszAddress, "SMTP:a@b.c");
+    EXPECT_EQ(Recipients(*mail),
+              "1 SMTP:b@c.d; 1 SMTP:c@d.e; 1 SMTP:k@l.m; 2 SMTP:e@f.g; 3 SMTP:h@i.j; ");
+    EXPECT_EQ(mail->flFlags, mapi::kUnread);
+    EXPECT_EQ(mail->nFileCount, 0u);
+    EXPECT_EQ(mail->lpFiles, nullptr);
+}
+
+TEST_F(StandInReadTest, NamesTheSenderSoThatTheAddressIsFound) {
+    const struct {
+        const char *from, *name;
+    } cases[] = {{"a@b.c", "a@b.c"},
+                 {"<a@b.c>", "a@b.c"},
+                 {"\"A <old@b.c>\" <a@b.c>", "A old@b.c <a@b.c>"},
+                 {"a@b.c (A)", "A <a@b.c>"},
+                 {"A <a@b.c>, B <b@b.c>", "A <a@b.c>"}};
+    for (const auto& one : cases) {
+        const auto* mail = ReadOnly("From: "s + one.from + "\r\n\r\n");
+        ASSERT_NE(mail, nullptr) << one.from;
+        EXPECT_STREQ(mail->lpOriginator->lpszName, one.name) << one.from;
+    }
+}
+
+TEST_F(StandInReadTest, TellsFlagsFromStates) {
+    const std::uint32_t flags[] = {1, 0, 0, 0, 0, 0, 0, 0, 4, 0};
+    for (unsigned state = 0; state < std::size(flags); ++state) {
+        PutMails({Mail("a")}, state);
+        EXPECT_EQ(Read(1)->flFlags, flags[state]) << state;
+    }
+}
+
+TEST_F(StandInReadTest, FallsBackToWhatTheListShows) {
+    mailstore::MsgBlock block;
+    block.dwMsgId = 1;
+    block.dwOffset = 5000;
+    block.dwLength = 10;
+    block.szFrom = "list@b.c";
+    block.szSubject = "in the list";
+    block.dwSeconds = 86400;
+    machine.files.Put(kInMbx, Mail("other"));
+    machine.files.Put(kInToc, Toc({block.Encode()}));
+    const auto* mail = Read(1);
+    ASSERT_NE(mail, nullptr) << code;
+    EXPECT_STREQ(mail->lpszSubject, "in the list");
+    EXPECT_STREQ(mail->lpOriginator->lpszName, "list@b.c");
+    EXPECT_STREQ(mail->lpszDateReceived, "1970/01/02 00:00");
+    EXPECT_STREQ(mail->lpszNoteText, "");
+    EXPECT_STREQ(ReadOnly(Mail("a"))->lpszDateReceived, "1980/01/02 02:03") << "separator line";
+    EXPECT_EQ(ReadOnly("Subject: a\r\n\r\n")->lpszDateReceived, nullptr);
+}
+
+TEST_F(StandInReadTest, KeepsToTheFileWhateverABlockClaims) {
+    const std::string first = Mail("first"), second = Mail("second");
+    machine.files.Put(kInMbx, first + second);
+    const auto at = static_cast<std::uint32_t>(first.size());
+    machine.files.Put(kInToc, Toc({Block(0, 0xFFFFFFFF, 1), Block(at, 0xFFFFFFFF, 2),
+                                   Block(0xFFFFFFFF, 0xFFFFFFFF, 3)}));
+    EXPECT_STREQ(Read(1)->lpszNoteText, "text\n") << "up to the next mail";
+    EXPECT_STREQ(Read(2)->lpszNoteText, "text\n");
+    EXPECT_STREQ(Read(3)->lpszNoteText, "");
+    ASSERT_TRUE(machine.files.Delete(kInMbx) || true);
+    EXPECT_STREQ(ReadOnly("Subject: a\r\n\r\none\0two\r\n"s)->lpszNoteText, "one two\n");
+}
+
+TEST_F(StandInReadTest, CopiesAttachments) {
+    for (const char* name : {"a.txt", "b.doc"}) PutFile(name);
+    PutMails({WithAttachments({"C:\\Eudora\\Attach\\a.txt", "D:\\old\\Attach\\b.doc"}),
+              WithAttachments({"C:\\Eudora\\Attach\\a.txt", "C:\\Eudora\\Attach\\gone.txt"}),
+              WithAttachments({"\\\\host\\share\\a.txt", "a.txt", "C:\\Eudora\\Attach",
+                               "C:\\Eudora\\Attach\\..", "C:\\Eudora\\Attach\\a.txt:s", ""})});
+    const auto* mail = Read(1);
+    ASSERT_NE(mail, nullptr) << code;
+    ASSERT_EQ(mail->nFileCount, 2u);
+    EXPECT_STREQ(mail->lpFiles[0].lpszFileName, "a.txt");
+    EXPECT_EQ(FileText(mail->lpFiles[0].lpszPathName), "content of a.txt");
+    EXPECT_EQ(FileText(mail->lpFiles[1].lpszPathName), "content of b.doc") << "Eudora was moved";
+    EXPECT_TRUE(std::string(mail->lpFiles[1].lpszPathName).starts_with("C:\\temp\\"));
+    mail = Read(2);
+    EXPECT_EQ(mail->nFileCount, 1u);
+    const std::string text = mail->lpszNoteText;
+    EXPECT_LT(text.find("gone.txt"), text.find("a.txt\"")) << text;
+    EXPECT_EQ(TempFiles().size(), 3u);
+    mail = Read(3);
+    EXPECT_EQ(mail->nFileCount, 0u);
+    EXPECT_EQ(TempFiles().size(), 3u);
+}
+
+TEST_F(StandInReadTest, HonoursFlags) {
+    PutFile("a.txt");
+    PutMails({WithAttachments({"C:\\Eudora\\Attach\\a.txt"})});
+    const auto* mail = Read(1, mapi::kPeek | mapi::kSuppressAttach);
+    EXPECT_EQ(mail->nFileCount, 0u);
+    EXPECT_NE(std::string(mail->lpszNoteText).find("a.txt"), std::string::npos);
+    mail = Read(1, mapi::kPeek | mapi::kEnvelopeOnly);
+    EXPECT_STREQ(mail->lpszSubject, "files");
+    EXPECT_EQ(mail->lpszNoteText, nullptr);
+    EXPECT_TRUE(TempFiles().empty());
+    mail = Read(1, mapi::kPeek | mapi::kBodyAsFile);
+    ASSERT_EQ(mail->nFileCount, 2u);
+    EXPECT_STREQ(mail->lpszNoteText, "");
+    EXPECT_TRUE(FileText(mail->lpFiles[0].lpszPathName).starts_with("see there\n"));
+    EXPECT_EQ(FileText(mail->lpFiles[1].lpszPathName), "content of a.txt");
+    mail = ReadOnly("X: " + std::string(100000, 'x') + "\r\nSubject: far\r\n\r\nbody",
+                    mapi::kPeek | mapi::kEnvelopeOnly);
+    EXPECT_STREQ(mail->lpszSubject, "far");
+}
+
+TEST_F(StandInReadTest, MarksReadUnlessItPeeks) {
+    PutMails({Mail("a"), Mail("b")});
+    const std::string before = FileText(kInToc);
+    ASSERT_NE(Read(2), nullptr);
+    EXPECT_EQ(FileText(kInToc), before);
+    machine.faults.Disarm();
+    EXPECT_EQ(Read(2, 0)->flFlags, mapi::kUnread);
+    std::string expected = before;
+    expected[104 + 218 + 12] = 1;
+    EXPECT_EQ(FileText(kInToc), expected);
+    EXPECT_EQ(Read(2)->flFlags, 0u);
+    EXPECT_EQ(Walk(kFindFlags | mapi::kUnreadOnly), "1 =16");
+    PutMails({Mail("a")}, 2);
+    ASSERT_NE(Read(1, 0), nullptr);
+    EXPECT_EQ(FileText(kInToc).at(104 + 12), 2) << "a mail that was answered stays so";
+}
+
+TEST_F(StandInReadTest, LeavesNothingBehindAFailure) {
+    PutFile("a.txt");
+    PutFile("b.txt");
+    PutMails({WithAttachments({"C:\\Eudora\\Attach\\a.txt", "C:\\Eudora\\Attach\\b.txt"})});
+    const std::string before = FileText(kInToc);
+    bool hasSucceeded = false;
+    for (int n = 1; !hasSucceeded; ++n) {
+        machine.faults.Arm(platform::testing::Fault::kFail, n);
+        auto* mail = Read(1, mapi::kBodyAsFile);
+        const bool isFaulty = machine.faults.Fired();
+        machine.faults.Disarm();
+        hasSucceeded = !isFaulty;
+        if (mail == nullptr) {
+            EXPECT_NE(code, 0u);
+            // The deletion itself may be what failed.
+            EXPECT_LE(TempFiles().size(), 1u) << n;
+            for (const auto& path : TempFiles()) ASSERT_TRUE(machine.files.Delete(path));
+        } else {
+            for (std::uint32_t i = 0; i < mail->nFileCount; ++i)
+                ASSERT_TRUE(machine.files.Delete(mail->lpFiles[i].lpszPathName));
+            machine.files.Put(kInToc, before);
+        }
+        ASSERT_LT(n, 100);
+    }
+    EXPECT_EQ(library.Logoff(session), mapi::kSuccess);
+    EXPECT_EQ(machine.files.OpenCount(), 0);
+}
+
+TEST_F(StandInReadTest, FreesEachMessageOnce) {
+    auto* mail = ReadOnly(Mail("a"));
+    EXPECT_EQ(library.FreeBuffer(mail->lpOriginator), mapi::kFailure) << "a part of it";
+    EXPECT_EQ(library.FreeBuffer(mail), mapi::kSuccess);
+    EXPECT_EQ(library.FreeBuffer(mail), mapi::kFailure);
+    EXPECT_EQ(library.FreeBuffer(nullptr), mapi::kSuccess);
+}
+
+}  // namespace

@@ -1,0 +1,180 @@
+#include "platform/os/little_endian.h"
+#include "tests/eumapi/stand_in_fixture.h"
+
+namespace {
+
+using platform::testing::Fault;
+
+// A message as a caller builds one; the texts outlive it.
+struct Outgoing {
+    std::vector<MapiRecipDesc> recipients;
+    std::vector<MapiFileDesc> files;
+    MapiRecipDesc sender{};
+    MapiMessage message{};
+
+    Outgoing& To(std::uint32_t recipientClass, const char* name, const char* address) {
+        MapiRecipDesc one{};
+        one.ulRecipClass = recipientClass;
+        one.lpszName = const_cast<char*>(name);
+        one.lpszAddress = const_cast<char*>(address);
+        recipients.push_back(one);
+        return *this;
+    }
+    Outgoing& File(const char* path, const char* name) {
+        MapiFileDesc one{};
+        one.lpszPathName = const_cast<char*>(path);
+        one.lpszFileName = const_cast<char*>(name);
+        files.push_back(one);
+        return *this;
+    }
+    const MapiMessage* Get() {
+        message.nRecipCount = static_cast<std::uint32_t>(recipients.size());
+        message.lpRecips = recipients.data();
+        message.nFileCount = static_cast<std::uint32_t>(files.size());
+        message.lpFiles = files.data();
+        return &message;
+    }
+};
+
+Outgoing Simple() {
+    Outgoing mail;
+    mail.To(mapi::kTo, "b@c.d", "SMTP:b@c.d");
+    mail.message.lpszSubject = const_cast<char*>("hello");
+    mail.message.lpszNoteText = const_cast<char*>("one\ntwo\r\nthree");
+    return mail;
+}
+
+class StandInSendTest : public StandInTest {
+  protected:
+    std::uint32_t Send(Outgoing& mail) { return library.SendMail(session, mail.Get(), 0); }
+};
+
+TEST_F(StandInSendTest, QueuesInTheOutBox) {
+    machine.clock.now = std::chrono::system_clock::from_time_t(315594235);  // 1980-01-01 17:03:55
+    machine.clock.offset = std::chrono::hours(9);
+    machine.files.Put("C:\\up\\a.txt", "content");
+    machine.files.Put("C:\\Eudora\\Attach\\a.txt", "another's");
+    auto mail = Simple();
+    mail.To(mapi::kCc, "E, F", "e@f.g")
+        .To(mapi::kTo, "H", "h@i.j")
+        .To(mapi::kBcc, "k@l.m", nullptr);
+    mail.sender.lpszName = const_cast<char*>("Me");
+    mail.sender.lpszAddress = const_cast<char*>("me@b.c");
+    mail.message.lpOriginator = &mail.sender;
+    mail.File("C:\\up\\a.txt", "a.txt").File(nullptr, nullptr);
+    ASSERT_EQ(Send(mail), mapi::kSuccess);
+    EXPECT_EQ(Contents("Out"),
+              "From ???@??"
+              "? Wed Jan 02 02:03:55 1980\r\n"
+              "Date: Wed, 02 Jan 1980 02:03:55 +0900\r\nTo: b@c.d, H <h@i.j>\r\n"
+              "Cc: \"E, F\" <e@f.g>\r\nBcc: k@l.m\r\nFrom: Me <me@b.c>\r\nSubject: hello\r\n"
+              "X-Attachments: C:\\Eudora\\Attach\\a1.txt;\r\n\r\none\r\ntwo\r\nthree\r\n|");
+    EXPECT_EQ(FileText("C:\\Eudora\\Attach\\a1.txt"), "content");
+    EXPECT_EQ(FileText("C:\\Eudora\\Attach\\a.txt"), "another's");
+    const std::string toc = FileText("C:\\Eudora\\Out.toc");
+    const auto block = mailstore::MsgBlock::Decode(toc.substr(104));
+    EXPECT_EQ(toc[40], 1);
+    EXPECT_EQ(block.wStatus, 7);
+    EXPECT_EQ(block.bMarkHigh, 0x80);
+    EXPECT_EQ(block.szFrom, "b@c.d");
+    EXPECT_EQ(block.szSubject, "hello");
+    EXPECT_EQ(block.szDate, "02:03 AM 1/2/1980 +0900");
+    EXPECT_EQ(block.dwMsgId, 1u);
+    ASSERT_EQ(library.SendMail(0, Simple().Get(), 0), mapi::kSuccess) << "a session of its own";
+    EXPECT_EQ(
+        mailstore::MsgBlock::Decode(FileText("C:\\Eudora\\Out.toc").substr(104 + 218)).dwMsgId, 2u);
+    EXPECT_EQ(platform::ReadU16(FileText("C:\\Eudora\\Out.toc"), 72), 2);
+}
+
+TEST_F(StandInSendTest, NumbersAboveTheHighest) {
+    const struct {
+        std::vector<std::uint32_t> ids;
+        std::uint32_t next;
+    } cases[] = {{{70000, 3}, 70001}, {{0xFFFFFFFF, 1, 2, 4}, 3}};
+    for (const auto& one : cases) {
+        std::vector<std::string> blocks;
+        for (const auto id : one.ids) blocks.push_back(Block(0, 0, id));
+        machine.files.Put("C:\\Eudora\\Out.mbx", "");
+        machine.files.Put("C:\\Eudora\\Out.toc", Toc(blocks));
+        auto mail = Simple();
+        ASSERT_EQ(Send(mail), mapi::kSuccess);
+        const auto last = FileText("C:\\Eudora\\Out.toc").substr(104 + 218 * one.ids.size());
+        EXPECT_EQ(mailstore::MsgBlock::Decode(last).dwMsgId, one.next);
+    }
+}
+
+TEST_F(StandInSendTest, RefusesWhatCannotBeSent) {
+    const auto expect = [&](std::uint32_t expected, Outgoing mail, std::uint32_t flags = 0) {
+        EXPECT_EQ(library.SendMail(session, mail.Get(), flags), expected);
+        EXPECT_EQ(Contents("Out"), "none");
+        EXPECT_EQ(machine.files.AllFiles().size(), 1u);
+    };
+    machine.files.Put("C:\\up\\a.txt", "content");
+    expect(mapi::kInvalidRecipients, Outgoing());
+    expect(mapi::kUnknownRecipient, Simple().To(mapi::kTo, nullptr, nullptr));
+    expect(mapi::kUnknownRecipient, Simple().To(mapi::kTo, "", "SMTP:"));
+    expect(mapi::kBadRecipientType, Simple().To(0, "a", "a@b.c"));
+    expect(mapi::kBadRecipientType, Simple().To(4, "a", "a@b.c"));
+    expect(mapi::kAttachmentNotFound,
+           Simple().File("C:\\up\\a.txt", "a.txt").File("C:\\up\\none", "b"));
+    expect(mapi::kAttachmentNotFound, Simple().File("C:\\up", "folder"));
+    expect(mapi::kNotSupported, Simple(), 0x8);
+    EXPECT_EQ(library.SendMail(session, nullptr, 0), mapi::kFailure);
+    EXPECT_EQ(library.SendMail(99, Simple().Get(), 0), mapi::kInvalidSession);
+}
+
+TEST_F(StandInSendTest, LetsNoTextBeginALineOrLeaveTheFolder) {
+    machine.files.Put("C:\\up\\x.txt", "content");
+    Outgoing mail;
+    mail.To(mapi::kTo, "a\r\nBcc: x@y.z", "SMTP:a@b.c\nCc: x@y.z");
+    mail.message.lpszSubject = const_cast<char*>("s\r\n\r\nbody");
+    mail.File("C:\\up\\x.txt", "..\\..\\evil.txt").File("C:\\up\\x.txt", "..");
+    ASSERT_EQ(Send(mail), mapi::kSuccess);
+    const std::string out = Contents("Out");
+    EXPECT_EQ(out.find("\r\nBcc:"), out.npos) << out;
+    EXPECT_EQ(out.find("\nCc:"), out.npos) << out;
+    EXPECT_NE(out.find("Subject: s    body\r\n"), out.npos) << out;
+    EXPECT_EQ(FileText("C:\\Eudora\\Attach\\evil.txt"), "content");
+    EXPECT_EQ(FileText("C:\\Eudora\\Attach\\x.txt"), "content");
+}
+
+// A mail that was not sent is nowhere, and the next one is none the worse for it.
+TEST_F(StandInSendTest, SendsInFullOrNotAtAll) {
+    for (const Fault fault : {Fault::kFail, Fault::kTornWrite, Fault::kKill}) {
+        bool hasSucceeded = false;
+        for (int n = 1; !hasSucceeded; ++n) {
+            SCOPED_TRACE(std::to_string(int(fault)) + " " + std::to_string(n));
+            for (const auto& path : machine.files.AllFiles()) (void)machine.files.Delete(path);
+            machine.files.Put("C:\\up\\a.txt", "content");
+            auto first = Simple();
+            ASSERT_EQ(Send(first), mapi::kSuccess);
+            const std::string one = Contents("Out");
+            machine.files.Put("C:\\Eudora\\Out.mbx", FileText("C:\\Eudora\\Out.mbx"));
+            auto mail = Simple();
+            mail.File("C:\\up\\a.txt", "a.txt");
+            machine.faults.Arm(fault, n);
+            const auto result = Send(mail);
+            hasSucceeded = !machine.faults.Fired();
+            if (fault == Fault::kKill && !hasSucceeded) machine.files.Crash();
+            machine.faults.Disarm();
+            const std::string out = Contents("Out");
+            const bool isQueued = out.size() > one.size();
+            EXPECT_TRUE(out.starts_with(one)) << out;
+            if (fault != Fault::kKill) {
+                EXPECT_EQ(isQueued, result == mapi::kSuccess);
+                if (fault == Fault::kFail && !isQueued) {
+                    EXPECT_EQ(out, one);
+                }
+            }
+            if (isQueued) {
+                EXPECT_EQ(FileText("C:\\Eudora\\Attach\\a.txt"), "content");
+            }
+            ASSERT_EQ(Send(first), mapi::kSuccess);
+            EXPECT_EQ(Contents("Out"), out + one);
+            ASSERT_LT(n, 100);
+        }
+    }
+    EXPECT_EQ(machine.files.OpenCount(), 0);
+}
+
+}  // namespace

@@ -1,0 +1,130 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "eumapi/mailbox.h"
+#include "eumapi/simple_mapi.h"
+#include "integration/locate/locate.h"
+#include "mailstore/format/toc_records.h"
+#include "platform/testing/test_system.h"
+
+inline constexpr const char* kInToc = "C:\\Eudora\\In.toc";
+inline constexpr const char* kInMbx = "C:\\Eudora\\In.mbx";
+inline constexpr std::uint32_t kFindFlags = mapi::kGuaranteeFifo | mapi::kLongMessageId;
+
+inline std::string Block(std::uint32_t offset, std::uint32_t length, std::uint32_t id,
+                         unsigned state = 0) {
+    mailstore::MsgBlock block;
+    block.dwOffset = offset;
+    block.dwLength = length;
+    block.dwMsgId = id;
+    block.wStatus = static_cast<std::uint16_t>(state);
+    return block.Encode();
+}
+
+inline std::string Toc(const std::vector<std::string>& blocks) {
+    auto header = mailstore::TocHeader::Decode(mailstore::NewTocHeader());
+    header.wNumberOfMsgs = static_cast<std::uint16_t>(blocks.size());
+    std::string bytes = header.Encode();
+    for (const auto& block : blocks) bytes += block;
+    return bytes;
+}
+
+inline std::string Mail(const std::string& subject, const std::string& body = "text\r\n") {
+    return "From ???@??"
+           "? Wed Jan 02 02:03:55 1980\r\nTo: b@c.d\r\nFrom: a@b.c\r\nSubject: " +
+           subject + "\r\n\r\n" + body;
+}
+
+// A machine in memory with Eudora's folder and a session on its in-box.
+class StandInTest : public ::testing::Test {
+  protected:
+    explicit StandInTest(unsigned codePage = 1252) : machine(codePage) {
+        machine.files.MakeFolders("C:\\Eudora\\Attach");
+        machine.files.MakeFolders("C:\\temp");
+        EXPECT_TRUE(machine.registry.WriteText(platform::RegistryRoot::kLocalMachine,
+                                               locate::kAppPathsKey, "Path", "C:\\Eudora"));
+        EXPECT_EQ(library.Logon(&session), mapi::kSuccess);
+    }
+
+    // An in-box of mails with the ids 1, 2, ... and one state for all.
+    void PutMails(const std::vector<std::string>& mails, unsigned state = 0) {
+        std::string mbx;
+        std::vector<std::string> blocks;
+        for (const auto& mail : mails) {
+            blocks.push_back(Block(static_cast<std::uint32_t>(mbx.size()),
+                                   static_cast<std::uint32_t>(mail.size()),
+                                   static_cast<std::uint32_t>(blocks.size() + 1), state));
+            mbx += mail;
+        }
+        machine.files.Put(kInMbx, mbx);
+        machine.files.Put(kInToc, Toc(blocks));
+    }
+    void PutIds(const std::vector<std::uint32_t>& ids) {
+        std::vector<std::string> blocks;
+        for (const auto id : ids) blocks.push_back(Block(0, 0, id));
+        machine.files.Put(kInMbx, "");
+        machine.files.Put(kInToc, Toc(blocks));
+    }
+
+    // The id behind that one, or "=" and the code.
+    std::string Next(const std::string& seed, std::uint32_t flags = kFindFlags) {
+        char id[mapi::kMessageIdSize] = {};
+        const auto result =
+            library.FindNext(session, nullptr, seed.empty() ? nullptr : seed.c_str(), flags, id);
+        return result == 0 ? id : "=" + std::to_string(result);
+    }
+    std::string Walk(std::uint32_t flags = kFindFlags) {
+        std::string all, id;
+        while ((id = Next(id, flags))[0] != '=')
+            all += std::to_string(mailstore::MsgIdOf(id)) + ' ';
+        return all + id;
+    }
+
+    // Reads a mail; null with `code`. The message is freed with the fixture's library.
+    MapiMessage* Read(std::uint32_t id, std::uint32_t flags = mapi::kPeek) {
+        MapiMessage* message = nullptr;
+        code = library.ReadMail(session, mailstore::IndexIdOf(id).c_str(), flags, &message);
+        return message;
+    }
+    MapiMessage* ReadOnly(const std::string& mail, std::uint32_t flags = mapi::kPeek) {
+        PutMails({mail});
+        return Read(1, flags);
+    }
+
+    std::string FileText(const std::string& path) const {
+        return machine.files.Get(path).value_or("no file");
+    }
+    std::vector<std::string> TempFiles() {
+        std::vector<std::string> names;
+        for (const auto& path : machine.files.AllFiles()) {
+            if (path.starts_with("C:\\temp\\")) names.push_back(path);
+        }
+        return names;
+    }
+    // The texts of the mails of a mailbox, each with "|" behind it, as its files have them.
+    std::string Contents(const std::string& mailbox) const {
+        const auto toc = machine.files.Get("C:\\Eudora\\" + mailbox + ".toc");
+        if (!toc) return "none";
+        const auto mbx = FileText("C:\\Eudora\\" + mailbox + ".mbx");
+        std::string texts;
+        const auto count = mailstore::TocHeader::Decode(*toc).wNumberOfMsgs;
+        for (std::uint32_t i = 0; i < count; ++i) {
+            const auto at = static_cast<std::size_t>(mailstore::BlockOffset(i));
+            if (toc->size() < at + mailstore::kMsgBlockSize) return "short";
+            const auto place = mailstore::MailPlace::Decode(std::string_view(*toc).substr(at));
+            if (place.dwOffset + std::uint64_t{place.dwLength} > mbx.size()) return "beyond";
+            texts += mbx.substr(place.dwOffset, place.dwLength) + '|';
+        }
+        return texts;
+    }
+
+    platform::testing::TestSystem machine;
+    eumapi::SimpleMapi library{machine.system};
+    mapi::Session session = 0;
+    std::uint32_t code = 0;
+};
