@@ -11,3 +11,8 @@ if(KV_PYTHON AND NOT WIN32)
     add_test(NAME sample_inbox
              COMMAND ${KV_PYTHON} ${PROJECT_SOURCE_DIR}/tools/make_sample_inbox.py --check)
 endif()
+
+kv_test(host_mail_table_test
+    SOURCES mail_table_test.cpp ${PROJECT_SOURCE_DIR}/host/cli/mail_table.cpp
+            ${PROJECT_SOURCE_DIR}/host/cli/terminal_text.cpp
+    DEPENDS host_mail kv_json)
