@@ -31,7 +31,7 @@ using Action = std::function<ExitCode(const Options&)>;
 struct Request {
     Options options;
     Action action;
-    std::string what = "contacts", name, script, toFolder, kind;
+    std::string what, name, script, toFolder, kind;
     MailLimitTexts limits;
 };
 
@@ -68,21 +68,24 @@ CLI::App* AddCommand(CLI::App& app, const char* name, const char* help, Request&
 }
 
 void AddWhat(CLI::App* command, Request& request, bool required) {
-    auto* const what = command->add_option("what", request.what, "contacts");
-    what->check(CLI::IsMember({"contacts"}));
+    auto* const what = command->add_option("what", request.what, "contacts or mail");
+    what->check(CLI::IsMember({"contacts", "mail"}));
     if (required) what->required();
 }
 
 void AddSync(CLI::App& app, Request& request) {
     CLI::App* const sync =
-        AddCommand(app, "sync", "keep Eudora and the folder of vCards in step", request,
-                   [](const Options& options) { return SyncContacts(options); });
+        AddCommand(app, "sync",
+                   "keep Eudora, the folder of vCards and the Maildir in step; without a word all "
+                   "that have a folder",
+                   request,
+                   [&request](const Options& options) { return Sync(options, request.what); });
     AddWhat(sync, request, false);
     sync->add_flag("--dry-run", request.options.setup.writesNothing,
                    "print the plan and write nothing anywhere");
     sync->add_option("--prefer", request.options.prefer,
                      "who wins where both sides changed: eudora, folder, newer, both (the default "
-                     "keeps both)")
+                     "keeps both; of mails: what was read on one side is read)")
         ->check(CLI::IsMember({"eudora", "folder", "newer", "both"}));
     sync->add_option("--max-delete", request.options.maxDelete,
                      "stop before the first change if more would be deleted: N or N% (default: "
@@ -93,16 +96,26 @@ void AddReading(CLI::App& app, Request& request) {
     AddCommand(app, "status", "what is found, what a sync would do, what is locked", request,
                [](const Options& options) { return Status(options); });
     AddWhat(AddCommand(app, "list", "print all records, a line for each", request,
-                       [](const Options& options) { return ListContacts(options); }),
+                       [&request](const Options& options) {
+                           return request.what == "mail" ? ListMail(options)
+                                                         : ListContacts(options);
+                       }),
             request, true);
     CLI::App* const show = AddCommand(
         app, "show", "print one record with all its fields", request,
-        [&request](const Options& options) { return ShowContact(options, request.name); });
+        [&request](const Options& options) {
+            return request.what == "mail" ? ShowMail(options, request.name)
+                                          : ShowContact(options, request.name);
+        });
     AddWhat(show, request, true);
-    show->add_option("nickname", request.name, "the record")->required();
+    show->add_option("record", request.name, "the nickname, or the id or Message-ID of a mail")
+        ->required();
     CLI::App* const exporting = AddCommand(
         app, "export", "write all records into a folder, without memory", request,
-        [&request](const Options& options) { return ExportContacts(options, request.toFolder); });
+        [&request](const Options& options) {
+            return request.what == "mail" ? ExportMail(options, request.toFolder)
+                                          : ExportContacts(options, request.toFolder);
+        });
     AddWhat(exporting, request, true);
     exporting->add_option("--to", request.toFolder, "the folder")->required();
 }
@@ -177,7 +190,10 @@ std::string CheckValues(const Options& options) {
 }  // namespace
 
 ExitCode RunApplication(std::vector<std::string> arguments) {
-    CLI::App app("kvsync keeps the contacts of Eudora in step with a folder of vCards.", "kvsync");
+    CLI::App app(
+        "kvsync keeps the contacts and mails of Eudora in step with a folder of vCards and a "
+        "Maildir.",
+        "kvsync");
     Request request;
     app.require_subcommand(0, 1);
     app.fallthrough();

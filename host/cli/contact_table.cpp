@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/cli/terminal_text.h"
 #include "host/module/native_path.h"
 
 namespace host {
@@ -25,35 +26,6 @@ platform::Result<ShownContact> Read(TranslatorSession& session) {
         contact.values.push_back(std::move(value));
     }
     return contact;
-}
-
-// One line without characters that would drive the terminal.
-std::string Printable(std::string text) {
-    for (char& letter : text) {
-        if (static_cast<unsigned char>(letter) < 0x20 || letter == 0x7F) letter = ' ';
-    }
-    // The control characters U+0080 to U+009F.
-    for (std::size_t i = 0; i + 1 < text.size(); ++i) {
-        const auto trail = static_cast<unsigned char>(text[i + 1]);
-        if (text[i] == '\xC2' && trail < 0xA0) text.replace(i, 2, "\xEF\xBF\xBD");
-    }
-    return text;
-}
-
-// In columns of the terminal: the characters from U+3000 to U+DFFF, East Asian ones, take two.
-std::size_t Width(const std::string& text) {
-    std::size_t width = 0;
-    for (const char letter : text) {
-        const auto byte = static_cast<unsigned char>(letter);
-        if ((byte & 0xC0) != 0x80) width += byte >= 0xE3 && byte <= 0xED ? 2 : 1;
-    }
-    return width;
-}
-
-std::string Padded(std::string text, std::size_t width) {
-    const std::size_t has = Width(text);
-    if (has < width) text.append(width - has, ' ');
-    return text;
 }
 
 nlohmann::ordered_json ToJson(const ShownContact& contact) {

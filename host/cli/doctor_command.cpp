@@ -5,6 +5,8 @@
 
 #include "host/cli/commands.h"
 #include "host/doctor/doctor.h"
+#include "host/mailsync/mail_sync.h"
+#include "platform/os/system.h"
 
 namespace host {
 
@@ -22,6 +24,24 @@ const char* Word(Health health) {
     return "FAULT";
 }
 
+Finding MaildirFinding(const Options& options) {
+    if (!options.maildir) {
+        return {Health::kNote, "Maildir", "none is named",
+                "name it with --maildir DIR or in the configuration file"};
+    }
+    const std::string eudora = options.setup.eudora ? Canonical(*options.setup.eudora) : "";
+    const std::string path = Canonical(*options.maildir);
+    const auto checked = CheckMaildir(platform::NativeFiles(), path, eudora);
+    if (!checked) {
+        const std::string line = checked.Error().Message();
+        const auto end = line.rfind("; ");
+        return {Health::kFault, "Maildir", line.substr(0, end),
+                end == std::string::npos ? "" : line.substr(end + 2)};
+    }
+    const bool exists = platform::NativeFiles().Exists(path);
+    return {Health::kGood, "Maildir", exists ? path : path + " (made by the first sync)", {}};
+}
+
 void PrintJson(const std::vector<Finding>& findings) {
     auto list = nlohmann::ordered_json::array();
     for (const Finding& finding : findings) {
@@ -37,7 +57,8 @@ void PrintJson(const std::vector<Finding>& findings) {
 }  // namespace
 
 ExitCode Doctor(const Options& options) {
-    const auto findings = Examine(options.setup, options.contacts);
+    auto findings = Examine(options.setup, options.contacts);
+    findings.push_back(MaildirFinding(options));
     if (options.json) {
         PrintJson(findings);
     } else {

@@ -3,6 +3,8 @@
 #include <nlohmann/json.hpp>
 
 #include "host/cli/commands.h"
+#include "host/cli/run_place.h"
+#include "host/cli/sync_reports.h"
 #include "host/cli/workplace.h"
 #include "host/engine/commands.h"
 #include "host/module/native_path.h"
@@ -13,50 +15,6 @@
 namespace host {
 
 namespace {
-
-ExitCode Say(const Report& report, const Options& options) {
-    if (options.json) {
-        std::cout << report.json << '\n';
-    } else {
-        for (const std::string& line : report.lines) std::cout << line << '\n';
-    }
-    std::cout.flush();
-    for (const std::string& line : report.errors) std::cerr << "kvsync: " << line << '\n';
-    return report.code;
-}
-
-// A line on the terminal that the next one replaces and that goes when the run is done.
-class ProgressLine {
-  public:
-    explicit ProgressLine(bool wanted)
-        : m_wanted(wanted && platform::IsTerminal(platform::Stream::kError)) {}
-    ~ProgressLine() { Show({}); }
-    ProgressLine(const ProgressLine&) = delete;
-    ProgressLine& operator=(const ProgressLine&) = delete;
-
-    void Show(const std::string& line) {
-        if (!m_wanted || line == m_shown) return;
-        std::cerr << '\r' << line << "\033[K" << std::flush;
-        m_shown = line;
-    }
-
-  private:
-    bool m_wanted;
-    std::string m_shown;
-};
-
-platform::Result<CommandPlace> PlaceOf(const Options& options, ProgressLine& progress) {
-    std::string state;
-    if (options.state) {
-        state = *options.state;
-    } else {
-        auto folder = StateFolder();
-        if (!folder) return folder.Error();
-        state = FromPath(ToPath(*folder) / "state.db");
-    }
-    return CommandPlace{platform::NativeFiles(), platform::NativeSystem().clock, state,
-                        [&progress](const std::string& line) { progress.Show(line); }};
-}
 
 platform::Result<EudoraPlace> EudoraOf(Workplace& place, bool forWriting) {
     auto file = place.NicknameFile(forWriting);
@@ -115,45 +73,14 @@ platform::Status FillSync(const Options& options, SyncOptions& sync) {
 
 }  // namespace
 
-ExitCode SyncContacts(const Options& options) {
+platform::Result<Report> ReportContacts(Workplace& place, const Options& options,
+                                        const CommandPlace& command, bool isStatus) {
     SyncOptions sync;
-    if (auto filled = FillSync(options, sync); !filled) return Fail(filled.Error());
-    auto place = Workplace::Enter(options);
-    if (!place) return Fail(place.Error());
-    auto eudora = EudoraOf(*place, true);
-    if (!eudora) return Fail(eudora.Error());
+    if (auto filled = FillSync(options, sync); !filled) return filled.Error();
+    auto eudora = EudoraOf(place, !isStatus);
+    if (!eudora) return eudora.Error();
     sync.eudora = *std::move(eudora);
-    ProgressLine progress(!options.quiet);
-    auto command = PlaceOf(options, progress);
-    if (!command) return Fail(command.Error());
-    const Report report = RunSync(*command, sync);
-    progress.Show({});
-    return Say(report, options);
-}
-
-ExitCode Status(const Options& options) {
-    SyncOptions sync;
-    if (auto filled = FillSync(options, sync); !filled) return Fail(filled.Error());
-    auto place = Workplace::Enter(options, true);
-    if (!place) return Fail(place.Error());
-    auto eudora = EudoraOf(*place, false);
-    if (!eudora) return Fail(eudora.Error());
-    sync.eudora = *std::move(eudora);
-    ProgressLine progress(!options.quiet);
-    auto command = PlaceOf(options, progress);
-    if (!command) return Fail(command.Error());
-    Report report = RunStatus(*command, sync);
-    progress.Show({});
-    const auto stopped = RefuseRunningEudora(place->Place());
-    if (!stopped) report.lines.push_back("locked: " + stopped.Error().Message());
-    if (options.json) {
-        auto json = nlohmann::ordered_json::parse(report.json, nullptr, false);
-        if (json.is_object()) {
-            json["eudoraRuns"] = !stopped;
-            report.json = json.dump();
-        }
-    }
-    return Say(report, options);
+    return isStatus ? RunStatus(command, sync) : RunSync(command, sync);
 }
 
 ExitCode ExportContacts(const Options& options, const std::string& toFolder) {

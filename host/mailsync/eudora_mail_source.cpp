@@ -23,30 +23,64 @@ std::string Printable(std::string text) {
 
 }  // namespace
 
-EudoraMailSource::EudoraMailSource(TranslatorSession session, unsigned codePage, bool hasLimits,
-                                   std::function<platform::Result<std::string>()> unlimited)
+std::string DescribeLeftOut(const MailLimits& limits) {
+    std::string out, how;
+    const auto add = [](std::string& text, const char* between, const std::string& part) {
+        text += (text.empty() ? "" : between) + part;
+    };
+    if (limits.limitsAge) {
+        add(out, " or ", "older than " + std::to_string(limits.ageDays) + " days");
+        how += " --age off";
+    }
+    if (limits.limitsSize) {
+        add(out, " or ", "larger than " + std::to_string(limits.sizeKB) + " KB");
+        how += " --size off";
+    }
+    if (!out.empty()) out = "new mails " + out;
+    if (!limits.attachments) {
+        add(out, ", and ", "attachments");
+        how += " --attachments on";
+    } else if (limits.limitsAttachments) {
+        add(out, ", and ",
+            "attachments larger than " + std::to_string(limits.attachmentKB) + " KB");
+        how += " --attachment-size off";
+    }
+    if (out.empty()) return out;
+    return "left out: " + out + " (kvsync configure mail" + how + ")";
+}
+
+EudoraMailSource::EudoraMailSource(TranslatorSession session, std::string selection,
+                                   MailLimits limits, unsigned codePage)
     : m_session(std::move(session)),
       m_mails(m_session, codePage),
-      m_hasLimits(hasLimits),
-      m_unlimited(std::move(unlimited)) {}
+      m_selection(std::move(selection)),
+      m_limits(limits),
+      m_limitsLine(DescribeLeftOut(limits)) {}
+
+platform::Result<std::unique_ptr<MailSource>> EudoraMailSource::Open(TranslatorSession session,
+                                                                     const std::string& selection,
+                                                                     unsigned codePage) {
+    auto limits = ReadMailLimits(session, selection);
+    if (!limits) return limits.Error();
+    if (auto opened = session.Open(); !opened) return opened.Error();
+    return std::unique_ptr<MailSource>(
+        new EudoraMailSource(std::move(session), selection, *limits, codePage));
+}
 
 // The same translator keeps its index of the mailbox when it is closed and opened again.
 platform::Status EudoraMailSource::LiftLimits() {
-    auto selection = m_unlimited();
-    if (!selection) return selection.Error();
     if (auto closed = m_session.Close(); !closed) return closed;
-    std::string summary;
-    if (auto selected = m_session.Select(*selection, summary, false); !selected) {
-        return selected.Error();
-    }
+    MailLimitChanges changes;
+    changes.limitsAge = changes.limitsSize = false;
+    if (auto lifted = ChangeMailLimits(m_session, m_selection, changes); !lifted) return lifted;
     if (auto opened = m_session.Open(); !opened) return opened;
-    m_hasLimits = false;
+    m_limits.limitsAge = m_limits.limitsSize = false;
     return {};
 }
 
 platform::Status EudoraMailSource::Walk(
     Reach reach, const std::function<platform::Status(const MailHead&)>& visit) {
-    if (reach == Reach::kAll && m_hasLimits) {
+    if (reach == Reach::kAll && HasLimits()) {
         if (auto lifted = LiftLimits(); !lifted) return lifted;
     }
     return m_mails.Walk([&](const MailHead& head) -> platform::Result<bool> {

@@ -1,21 +1,26 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "host/mailsync/mail_source.h"
+#include "host/module/mail_settings.h"
 #include "host/module/translator_session.h"
 
 namespace host {
 
-// Eudora's in-box through a translator session that is open with the person's limits.
+// Eudora's in-box through a translator session with the person's limits.
 class EudoraMailSource : public MailSource {
   public:
-    // `unlimited` gives a selection whose limits are off; it is asked for when a walk needs it.
-    EudoraMailSource(TranslatorSession session, unsigned codePage, bool hasLimits,
-                     std::function<platform::Result<std::string>()> unlimited);
+    // Opens the session, for which `selection` was selected. The limits are read from it; no
+    // settings are saved.
+    static platform::Result<std::unique_ptr<MailSource>> Open(TranslatorSession session,
+                                                              const std::string& selection,
+                                                              unsigned codePage);
 
-    bool HasLimits() const override { return m_hasLimits; }
+    bool HasLimits() const override { return m_limits.limitsAge || m_limits.limitsSize; }
+    std::string Limits() const override { return m_limitsLine; }
     platform::Status Walk(Reach reach,
                           const std::function<platform::Status(const MailHead&)>& visit) override;
     platform::Result<std::optional<MailHead>> Find(const std::string& id) override;
@@ -24,12 +29,18 @@ class EudoraMailSource : public MailSource {
     platform::Result<Mail> Read(MailParts parts) override;
 
   private:
+    EudoraMailSource(TranslatorSession session, std::string selection, MailLimits limits,
+                     unsigned codePage);
     platform::Status LiftLimits();
 
     TranslatorSession m_session;
     EudoraMails m_mails;
-    bool m_hasLimits;
-    std::function<platform::Result<std::string>()> m_unlimited;
+    std::string m_selection;
+    MailLimits m_limits;
+    std::string m_limitsLine;
 };
+
+// What the limits leave out, in one line, and the command that changes it.
+std::string DescribeLeftOut(const MailLimits& limits);
 
 }  // namespace host

@@ -19,6 +19,9 @@ class MailSource {
 
     // Whether the limits of age and size hide anything at all.
     virtual bool HasLimits() const = 0;
+    // One line on what the limits leave out and how that is changed; empty if they leave out
+    // nothing.
+    virtual std::string Limits() const { return {}; }
     // Visits the mails in the mailbox's order, each the current one while it is visited. A failure
     // from `visit` ends the walk.
     virtual platform::Status Walk(

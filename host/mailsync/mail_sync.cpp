@@ -1,5 +1,7 @@
 #include "host/mailsync/mail_sync.h"
 
+#include <algorithm>
+
 #include "host/backup/backups.h"
 #include "host/engine/progress.h"
 #include "host/engine/report.h"
@@ -81,7 +83,8 @@ Report RunMailSync(const CommandPlace& place, const MailSyncOptions& options) {
         outcome = ExecuteMail(run.plan, {*run.source, run.maildir, *run.state, place.files,
                                          place.clock, run.progress});
     }
-    return MailPlanReport(run.plan, options.limits, outcome.errors, outcome.notes, options.quiet);
+    return MailPlanReport(run.plan, run.source->Limits(), outcome.errors, outcome.notes,
+                          options.quiet);
 }
 
 Report RunMailStatus(const CommandPlace& place, const MailSyncOptions& options) {
@@ -97,7 +100,7 @@ Report RunMailStatus(const CommandPlace& place, const MailSyncOptions& options) 
         report.errors.push_back(status.Error().Message());
     } else {
         report.lines.push_back("a sync of mail now:");
-        for (const auto& line : DescribeMailPlan(run.plan, options.limits, options.quiet)) {
+        for (const auto& line : DescribeMailPlan(run.plan, run.source->Limits(), options.quiet)) {
             report.lines.push_back("  " + line);
         }
     }

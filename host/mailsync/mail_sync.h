@@ -14,7 +14,6 @@ struct MailSyncOptions {
     std::function<platform::Result<std::unique_ptr<MailSource>>()> open;
     std::string inbox;    // In.mbx as a native path: with the Maildir the memory's key
     std::string maildir;  // native, without links
-    std::string limits;   // one line on what the limits leave out; empty if nothing
     Prefer prefer = Prefer::kBoth;
     std::optional<DeleteLimit> maxDelete;
     bool dryRun = false;
