@@ -150,8 +150,9 @@ platform::Status Maildir::FlushOneByOne(const std::vector<MaildirEntry>& deliver
     for (const MaildirEntry& entry : delivered) {
         auto file = m_files.Open(PathOf(entry), platform::OpenMode::kReadWrite,
                                  platform::Share::kReadWrite);
-        // Somebody moved or removed it already, or reads it alone: it is theirs now.
-        if (!file) continue;
+        // Somebody moved or removed it already: it is theirs now.
+        if (!file && file.Error().code == ErrorCode::kNotFound) continue;
+        if (!file) return file.Error();
         if (auto flushed = (*file)->Flush(); !flushed) return flushed;
     }
     return {};
