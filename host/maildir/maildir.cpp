@@ -113,7 +113,7 @@ platform::Status Maildir::MoveTo(const std::string& from, const std::string& uni
 platform::Status Maildir::Deliver(const std::string& unique, std::string_view message,
                                   std::string_view flags) {
     const std::string path = Path("tmp", unique);
-    auto file = m_files.Open(path, platform::OpenMode::kCreateNew, platform::Share::kNone);
+    auto file = m_files.Open(path, platform::OpenMode::kCreateNew, platform::Share::kReadWrite);
     if (!file) return file.Error();
     auto status = (*file)->Write(message);
     if (status) status = (*file)->Close();
