@@ -71,8 +71,11 @@ Status CEudoraAB::OpenFile(LPCTSTR path, FileBytes& bytes) {
     if (!size) return size.Error();
     if (*size > addressbook::kMaxFileBytes) return Failure{ErrorCode::kTooLarge, path};
     bytes.size = static_cast<std::size_t>(*size);
-    bytes.data.reset(new (std::nothrow) char[bytes.size]);
-    if (bytes.data == nullptr) return Failure{ErrorCode::kTooLarge, path};
+    try {
+        bytes.data = platform::AllocateBlock(bytes.size);
+    } catch (const std::bad_alloc&) {
+        return Failure{ErrorCode::kTooLarge, path};
+    }
     return {};
 }
 

@@ -75,7 +75,7 @@ void FileRecords::SortByKey(std::span<Slot> slots) {
 }
 
 FileBytes FileBytes::CopyOf(std::string_view text) {
-    FileBytes bytes{std::make_unique_for_overwrite<char[]>(text.size()), text.size()};
+    FileBytes bytes{platform::AllocateBlock(text.size()), text.size()};
     std::copy(text.begin(), text.end(), bytes.data.get());
     return bytes;
 }

@@ -1,19 +1,19 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <string_view>
 #include <vector>
 
 #include "addressbook/carried_units.h"
 #include "addressbook/nickname_lines.h"
+#include "platform/os/large_block.h"
 
 namespace addressbook {
 
 // The bytes of a whole nickname file.
 struct FileBytes {
-    std::unique_ptr<char[]> data;
+    platform::LargeBlock data;
     std::size_t size = 0;
 
     std::string_view View() const { return {data.get(), size}; }
