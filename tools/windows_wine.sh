@@ -17,6 +17,8 @@ if [ -n "${KV_WINE_DISPLAY:-}" ]; then
 else
     unset DISPLAY
 fi
+# File names outside ASCII, and the same code page for everybody.
+export LC_ALL=C.UTF-8
 wine=$(command -v /usr/lib/wine/wine64 wine64 wine | head -n 1)
 
 if [ ! -e "$prefix/ready" ]; then

@@ -1,0 +1,280 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <optional>
+#include <thread>
+
+#include "host/mail/eudora_mails.h"
+#include "host/module/mail_settings.h"
+#include "host/module/native_path.h"
+#include "host/module/setup.h"
+#include "host/module/translator_host.h"
+#include "host/module/translator_session.h"
+#include "integration/locate/locate.h"
+#include "platform/os/program.h"
+#include "platform/os/system.h"
+#include "tests/end_to_end/eudora_double.h"
+#include "tests/platform/temp_folder.h"
+
+// The built module on a copy of the samples, by nothing but its interface: the same mails on both
+// systems. On Linux over a prefix; on Windows over the machine's own registry, with the stand-in as
+// EUMAPI32.dll in Eudora's folder and another process that holds the in-box all the time.
+
+namespace {
+
+namespace fs = std::filesystem;
+using host::EudoraMails;
+using host::Mail;
+using host::TranslatorSession;
+using platform::ErrorCode;
+using platform::RegistryRoot;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+fs::path Samples() {
+    return fs::path(KV_SAMPLES);
+}
+
+// Eudora's set-up on Windows: its registry values, its program and its library.
+void InstallOnWindows(const fs::path& folder) {
+    fs::copy_file(KV_STAND_IN, folder / "EUMAPI32.dll");
+    fs::copy_file(KV_EUDORA, folder / "Eudora.exe");
+    const auto& system = platform::NativeSystem();
+    const std::string program = (folder / "Eudora.exe").string();
+    const auto shortPath = system.files.ShortPath(program);
+    ASSERT_TRUE(shortPath) << shortPath.Error().Message();
+    const std::string rows[][3] = {
+        {locate::kAppPathsKey, locate::kAppPathsFolder, folder.string()},
+        {locate::kAppPathsKey, "", program},
+        {"SOFTWARE\\Classes\\mailto\\shell\\open\\command", "", *shortPath + " /M %1"},
+        {"SOFTWARE\\Microsoft\\Windows Messaging Subsystem", "MAPI", "1"}};
+    for (const auto& [key, value, text] : rows) {
+        ASSERT_TRUE(system.registry.WriteText(RegistryRoot::kLocalMachine, key, value, text))
+            << key;
+    }
+}
+
+// One Eudora for all tests of this file, which takes its time to come up, and one session with it:
+// the module logs off when it ends.
+class ModuleMail : public ::testing::Test {
+  protected:
+    static void SetUpTestSuite() {
+        s_folder = std::make_unique<test::TempFolder>();
+        fs::copy(Samples(), Eudora(), fs::copy_options::recursive);
+        ASSERT_TRUE(platform::SetEnvironment("XDG_STATE_HOME", *s_folder / "state"));
+        if (host::UsesWindowsPaths()) {
+            ASSERT_NO_FATAL_FAILURE(InstallOnWindows(Eudora()));
+        }
+        host::SetupOptions options;
+        options.eudora = Eudora().string();
+        options.language = "EN";
+        auto setup = host::Prepare(options);
+        ASSERT_TRUE(setup) << setup.Error().Message();
+        s_setup = *std::move(setup);
+        auto module = host::TranslatorHost::Start(s_setup->init);
+        ASSERT_TRUE(module) << module.Error().Message();
+        s_module = *std::move(module);
+        auto made = TranslatorSession::Create(*s_module, host::kMailKind);
+        ASSERT_TRUE(made) << made.Error().Message();
+        session.emplace(*std::move(made));
+        LetAllPass();
+        s_isReady = !HasFailure();
+    }
+    static void TearDownTestSuite() {
+        session.reset();
+        s_module.reset();
+        test::WriteDisk(Eudora() / test::kEndDouble, "");
+        // Its program cannot be deleted as long as it runs.
+        std::error_code error;
+        for (int i = 0; i < 200 && !fs::remove(Eudora() / "Eudora.exe", error) && error; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        s_setup.reset();
+        s_folder.reset();
+    }
+
+    static fs::path Eudora() { return s_folder->Path() / "Eudora"; }
+
+    static void LetAllPass() {
+        const auto selection = host::SelectMail(*session, *s_setup, false);
+        ASSERT_TRUE(selection) << selection.Error().Message();
+        host::MailLimitChanges all;
+        all.limitsAge = all.limitsSize = all.limitsAttachments = false;
+        all.attachments = true;
+        const auto changed = host::ChangeMailLimits(*session, *selection, all);
+        ASSERT_TRUE(changed) << changed.Error().Message();
+    }
+
+    void SetUp() override { ASSERT_TRUE(s_isReady); }
+    Mail MailOf(const std::string& id) {
+        EudoraMails mails(*session, platform::NativeSystem().processes.CodePage());
+        const auto found = mails.GoTo(id);
+        EXPECT_TRUE(found && *found) << id;
+        auto mail = mails.Current(host::MailParts::kAll);
+        EXPECT_TRUE(mail) << mail.Error().Message();
+        return mail ? *std::move(mail) : Mail();
+    }
+    static std::string InEudora(const std::string& name) {
+        return s_setup->eudoraFolder + "\\" + name;
+    }
+
+    static std::unique_ptr<test::TempFolder> s_folder;
+    static std::optional<host::Setup> s_setup;
+    static std::unique_ptr<host::TranslatorHost> s_module;
+    static std::optional<TranslatorSession> session;
+    static bool s_isReady;
+};
+
+std::unique_ptr<test::TempFolder> ModuleMail::s_folder;
+std::optional<host::Setup> ModuleMail::s_setup;
+std::unique_ptr<host::TranslatorHost> ModuleMail::s_module;
+std::optional<TranslatorSession> ModuleMail::session;
+bool ModuleMail::s_isReady = false;
+
+// "-" for a field without value.
+std::string Or(const std::optional<std::string>& text) {
+    return text.value_or("-");
+}
+
+// The local time of an instant as an OLE automation date.
+double LocalDate(std::chrono::sys_seconds instant) {
+    using namespace std::chrono;
+    const auto local = instant + platform::NativeSystem().clock.UtcOffset(instant);
+    return duration<double, days::period>(local - sys_days(1899y / December / 30)).count();
+}
+
+// Nobody may have In.toc while the module reads it; In.mbx it shares with other readers. The first
+// test, since a session reads both once.
+TEST_F(ModuleMail, SharesTheMailboxAndNotItsTable) {
+    auto& files = platform::NativeSystem().files;
+    if (host::UsesWindowsPaths()) {
+        EXPECT_TRUE(fs::exists(Eudora() / test::kDoubleIsUp)) << "the module started no Eudora";
+        const auto mbx =
+            files.Open(InEudora("In.mbx"), platform::OpenMode::kRead, platform::Share::kNone);
+        ASSERT_FALSE(mbx) << "nobody else holds the in-box";
+        EXPECT_EQ(mbx.Error().code, ErrorCode::kSharingViolation) << mbx.Error().Message();
+    }
+    {
+        const auto toc =
+            files.Open(InEudora("In.toc"), platform::OpenMode::kRead, platform::Share::kReadWrite);
+        ASSERT_TRUE(toc) << toc.Error().Message();
+        const auto refused = session->Open();
+        ASSERT_FALSE(refused);
+        EXPECT_THAT(refused.Error().Message(), HasSubstr("In.toc"));
+    }
+    const auto opened = session->Open();
+    EXPECT_TRUE(opened) << opened.Error().Message();
+    EXPECT_TRUE(files.Open(InEudora("In.toc"), platform::OpenMode::kRead, platform::Share::kNone))
+        << "it stayed open";
+}
+
+TEST_F(ModuleMail, WalksAllMailsInTheirOrder) {
+    ASSERT_TRUE(session->Open());
+    EudoraMails mails(*session, platform::NativeSystem().processes.CodePage());
+    const std::map<std::uint32_t, char> letters{
+        {host::kStatusUnread, 'N'}, {host::kStatusRead, 'R'}, {host::kStatusSent, 'S'}};
+    std::string walk;
+    const auto walked = mails.Walk([&](const host::MailHead& head) -> platform::Result<bool> {
+        const auto mail = mails.Current(host::MailParts::kWithoutAttachments);
+        if (!mail) return mail.Error();
+        EXPECT_EQ(mail->marker, std::to_string(mail->status.value_or(0)));
+        walk += head.id.substr(8) + letters.at(mail->status.value_or(0)) +
+                std::to_string(mail->size) + ' ';
+        return true;
+    });
+    ASSERT_TRUE(walked) << walked.Error().Message();
+    EXPECT_EQ(walk,
+              "01R136 02R136 03N63 04R52 05R67 06R46 07R116 08R147 09N94 0AR69 0BR325 0CN231 "
+              "0DR144 0ER100 0FN223 10R112 11R35394 12R79 13R54 14R36 15R61 16S52 17R56 18N1 "
+              "19R153 1AR43 1BR35 1CN40 1DR36 1EN58 1FR27 20N117 21R0 ");
+}
+
+TEST_F(ModuleMail, ReadsAllFields) {
+    using namespace std::chrono;
+    struct Row {
+        const char *id, *from, *to, *cc, *bcc, *subject, *messageId;
+        sys_seconds date;
+    };
+    const Row rows[] = {
+        {"0x00000007", "francois.lefevre@example.org", "ann.harper@example.org", "-", "-",
+         "Ferm\u00E9 jusqu\u2019\u00E0 mardi \u2013 tarif 20 \u20AC", "lefevre.12@example.org",
+         sys_days(2026y / September / 5) + 8h + 30min},
+        {"0x0000000C", "fair@example.com", "friends@example.com", "-", "ann.harper@example.org",
+         "Boat fair news", "fair.2026.1@example.com", sys_days(2026y / September / 8) + 6h + 30min},
+        {"0x0000000F", "ines.ortega@example.com", "ann.harper@example.org",
+         "bob.smith@example.com; eve@example.org", "-", "The new sail", "ines.sail@example.com",
+         sys_days(2026y / September / 10) + 13h},
+        {"0x00000013", "olga@example.com", "ann.harper@example.org", "-", "-", "29 February",
+         "leap@example.com", sys_days(2004y / February / 29) + 20h + 59min},
+        {"0x00000016", "ann.harper@example.org", "tom@example.org", "-", "mia.wong@example.net",
+         "Happy birthday", "ann.22@example.org", sys_days(2026y / September / 13) + 8h + 10min},
+        {"0x0000001C", "eve@example.org", "ann.harper@example.org", "-", "-", "Paper",
+         "\r\nDate: Wed, 16 Sep 2026 09:30:00 +0000\r\n",
+         sys_days(2026y / September / 16) + 9h + 30min},
+    };
+    ASSERT_TRUE(session->Open());
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.id);
+        const Mail mail = MailOf(row.id);
+        EXPECT_THAT(mail.notes, ElementsAre());
+        EXPECT_EQ(Or(mail.from), row.from);
+        EXPECT_EQ(Or(mail.to), row.to);
+        EXPECT_EQ(Or(mail.cc), row.cc);
+        EXPECT_EQ(Or(mail.bcc), row.bcc);
+        EXPECT_EQ(Or(mail.subject), row.subject);
+        EXPECT_EQ(Or(mail.messageId), row.messageId);
+        EXPECT_NEAR(mail.date.value_or(0), LocalDate(row.date), 1e-6);
+    }
+    EXPECT_EQ(Or(MailOf("0x00000007").body),
+              "Ch\u00E8re Ann,\r\n\r\nle caf\u00E9 de la rue des \u0152illets est ferm\u00E9 "
+              "jusqu\u2019\u00E0 mardi. Le menu co\u00FBte toujours 20 \u20AC.\r\n\r\n\u00C0 "
+              "bient\u00F4t\r\nFran\u00E7ois\r\n");
+    const Mail nobody = MailOf("0x0000001F");
+    EXPECT_EQ(Or(nobody.to), "-");
+    EXPECT_EQ(nobody.notes.size(), 1u) << "it has no Message-ID";
+}
+
+TEST_F(ModuleMail, CopiesAttachmentsUntilItCloses) {
+    ASSERT_TRUE(session->Open());
+    const struct {
+        const char* id;
+        std::vector<std::string> names;
+    } rows[] = {{"0x00000008", {"Gr\u00F6\u00DFe XL.txt"}},
+                {"0x0000000E", {"tide-table.txt"}},
+                {"0x0000000F", {"sail.png", "prices.csv"}},
+                {"0x00000010", {"harbour.bmp"}}};
+    std::vector<fs::path> copies;
+    for (const auto& row : rows) {
+        std::vector<std::string> names;
+        for (const auto& attachment : MailOf(row.id).attachments) {
+            names.push_back(attachment.name);
+            copies.push_back(host::ToPath(attachment.path));
+            const auto original = Samples() / "Attach" / host::ToPath(attachment.name);
+            EXPECT_EQ(test::ReadDisk(copies.back()), test::ReadDisk(original)) << attachment.name;
+            EXPECT_GT(fs::file_size(copies.back()), 0u) << attachment.name;
+        }
+        EXPECT_EQ(names, row.names);
+    }
+    EXPECT_THAT(Or(MailOf("0x0000000F").body), HasSubstr("sail-from-behind.jpg"))
+        << "the one that is missing on the disk stays in the text";
+    ASSERT_TRUE(session->Close());
+    for (const auto& copy : copies) EXPECT_FALSE(fs::exists(copy)) << copy;
+}
+
+TEST_F(ModuleMail, ReadingLeavesEudorasFilesAlone) {
+    ASSERT_TRUE(session->Open());
+    EXPECT_EQ(MailOf("0x00000003").status, host::kStatusUnread);
+    EXPECT_EQ(MailOf("0x00000003").status, host::kStatusUnread);
+    ASSERT_TRUE(session->Close());
+    for (const char* name : {"In.mbx", "In.toc"}) {
+        EXPECT_EQ(test::ReadDisk(Eudora() / name), test::ReadDisk(Samples() / name)) << name;
+    }
+    for (const char* name : {"Trash.mbx", "Out.mbx"}) EXPECT_FALSE(fs::exists(Eudora() / name));
+}
+
+}  // namespace
