@@ -123,7 +123,7 @@ std::string WrongSize(const std::string& text) {
 }
 
 ExitCode ConfigureMail(const Options& options, const MailLimitTexts& texts) {
-    auto place = Workplace::Enter(options);
+    auto place = Workplace::EnterForMail(options);
     if (!place) return Fail(place.Error());
     const auto code = Configure(*place, options, texts);
     return code ? *code : Fail(code.Error());

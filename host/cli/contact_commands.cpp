@@ -118,7 +118,7 @@ ExitCode Shell(const Options& options, unsigned long kind, const std::string& sc
             return Fail(Refused("the script " + script + " cannot be read: check the path"));
         }
     }
-    auto place = Workplace::Enter(options);
+    auto place = kind == kMailKind ? Workplace::EnterForMail(options) : Workplace::Enter(options);
     if (!place) return Fail(place.Error());
     auto console = Console::Create(place->Module(), kind);
     if (!console) return Fail(console.Error());

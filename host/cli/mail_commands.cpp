@@ -50,7 +50,7 @@ unsigned CodePage() {
 }  // namespace
 
 ExitCode ListMail(const Options& options) {
-    auto place = Workplace::Enter(options);
+    auto place = Workplace::EnterForMail(options);
     if (!place) return Fail(place.Error());
     auto session = place->OpenMail();
     if (!session) return Fail(session.Error());
@@ -72,7 +72,7 @@ ExitCode ListMail(const Options& options) {
 }
 
 ExitCode ShowMail(const Options& options, const std::string& id) {
-    auto place = Workplace::Enter(options);
+    auto place = Workplace::EnterForMail(options);
     if (!place) return Fail(place.Error());
     auto session = place->OpenMail();
     if (!session) return Fail(session.Error());

@@ -96,7 +96,7 @@ platform::Status Export(Workplace& place, MailExport& target, const std::string&
 
 ExitCode ExportMail(const Options& options, const std::string& toFolder) {
     if (auto can = CanComposeMail(); !can) return Fail(can.Error());
-    auto place = Workplace::Enter(options);
+    auto place = Workplace::EnterForMail(options);
     if (!place) return Fail(place.Error());
     ProgressLine progress(!options.quiet);
     const auto command = PlaceOf(options, progress);

@@ -1,4 +1,5 @@
 #include "host/cli/sync_reports.h"
+#include "host/mail/compose.h"
 #include "host/mailsync/eudora_mail_source.h"
 #include "host/mailsync/mail_sync.h"
 #include "host/module/windows_path.h"
@@ -44,6 +45,14 @@ platform::Result<std::unique_ptr<MailSource>> OpenSource(Workplace& place, bool 
 
 platform::Result<Report> ReportMail(Workplace& place, const Options& options,
                                     const CommandPlace& command, bool isStatus) {
+    // Before the translator is asked for mails, which takes files and on Windows Eudora's start.
+    if (auto can = CanComposeMail(); !can) {
+        if (!isStatus) return can.Error();
+        Report report;
+        report.lines.push_back("mails: " + can.Error().Message());
+        report.json = "{}";
+        return report;
+    }
     if (!options.maildir) {
         return Refused(
             "no Maildir is named: give --maildir DIR, or maildir = \"DIR\" in the "

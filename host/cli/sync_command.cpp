@@ -88,7 +88,7 @@ platform::Status CheckFolders(const Subjects& subjects, const Options& options) 
 ExitCode Sync(const Options& options, const std::string& what) {
     const Subjects subjects(options, what);
     if (auto named = CheckFolders(subjects, options); !named) return Fail(named.Error());
-    auto place = Workplace::Enter(options);
+    auto place = subjects.contacts ? Workplace::Enter(options) : Workplace::EnterForMail(options);
     if (!place) return Fail(place.Error());
     const auto report = ReportOn(subjects, *place, options, false);
     return report ? Say(*report, options) : Fail(report.Error());

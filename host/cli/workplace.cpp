@@ -2,6 +2,7 @@
 
 #include "host/module/exit_code.h"
 #include "host/module/mail_settings.h"
+#include "host/module/native_path.h"
 #include "host/module/windows_path.h"
 #include "platform/os/system.h"
 
@@ -35,6 +36,10 @@ platform::Result<Workplace> Workplace::Enter(const Options& options, bool mayRun
     if (!host) return host.Error();
     place.m_host = *std::move(host);
     return place;
+}
+
+platform::Result<Workplace> Workplace::EnterForMail(const Options& options) {
+    return Enter(options, UsesWindowsPaths());
 }
 
 platform::Result<std::string> Workplace::NicknameFile(bool forWriting) {

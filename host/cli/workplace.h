@@ -16,6 +16,9 @@ class Workplace {
   public:
     // kRefused if there is no Eudora to work on, or it runs and `mayRun` is not set.
     static platform::Result<Workplace> Enter(const Options& options, bool mayRun = false);
+    // For work on mails alone. On Windows Eudora itself serves them: it may run, and the translator
+    // starts it if it does not.
+    static platform::Result<Workplace> EnterForMail(const Options& options);
 
     TranslatorHost& Module() { return *m_host; }
     const Setup& Place() const { return m_setup; }
