@@ -53,9 +53,10 @@ std::string Maildir::PathOf(const MaildirEntry& entry) const {
 }
 
 platform::Status Maildir::Create() {
-    // The folders above are made as far as they are missing.
+    // The folders above are made as far as they are missing. A slash separates on every system.
+    const std::string separators{m_files.Separator(), '/'};
     for (std::size_t at = 1; at <= m_folder.size(); ++at) {
-        if (at < m_folder.size() && m_folder[at] != m_files.Separator()) continue;
+        if (at < m_folder.size() && separators.find(m_folder[at]) == std::string::npos) continue;
         const std::string part = m_folder.substr(0, at);
         if (m_files.Exists(part)) continue;
         if (auto made = MakeFolder(m_files, part); !made) return made;
