@@ -2,6 +2,7 @@
 #include <iostream>
 
 #include "host/cli/commands.h"
+#include "host/cli/terminal_text.h"
 
 namespace host {
 
@@ -9,7 +10,7 @@ ExitCode Fail(const platform::Failure& failure) {
     std::string line = failure.Message();
     std::ranges::replace(line, '\n', ' ');
     std::ranges::replace(line, '\r', ' ');
-    std::cerr << "kvsync: " << line << '\n';
+    std::cerr << "kvsync: " << Visible(line) << '\n';
     return CodeOf(failure);
 }
 

@@ -2,6 +2,7 @@
 
 #include "host/cli/commands.h"
 #include "host/cli/run_place.h"
+#include "host/cli/terminal_text.h"
 #include "host/cli/workplace.h"
 #include "host/engine/progress.h"
 #include "host/mail/compose.h"
@@ -104,7 +105,9 @@ ExitCode ExportMail(const Options& options, const std::string& toFolder) {
     MailExport target(*command, toFolder);
     const auto done = Export(*place, target, toFolder);
     progress.Show({});
-    for (const std::string& note : target.Notes()) std::cerr << "kvsync: " << note << '\n';
+    for (const std::string& note : target.Notes()) {
+        std::cerr << "kvsync: " << Visible(note) << '\n';
+    }
     if (!done) return Fail(done.Error());
     if (!options.quiet) std::cout << target.Count() << " mails exported to " << toFolder << '\n';
     return target.Count() > 0 ? ExitCode::kChangesMade : ExitCode::kNothingToDo;

@@ -9,35 +9,11 @@ namespace host {
 
 namespace {
 
-// The translator would make what is missing, so it has to be there; and nobody may be writing it.
-platform::Status CheckInBox(const Setup& setup) {
-    auto& files = platform::NativeSystem().files;
-    for (const char* name : {"In.mbx", "In.toc"}) {
-        const auto file = files.Open(setup.eudoraFolder + '\\' + name, platform::OpenMode::kRead,
-                                     platform::Share::kRead);
-        if (file) continue;
-        const auto& error = file.Error();
-        if (error.code == platform::ErrorCode::kNotFound) {
-            return Refused("there is no in-box in " + setup.eudoraShown + " (no " + name +
-                           "): start Eudora once, or name the folder that holds its mail");
-        }
-        if (error.code == platform::ErrorCode::kSharingViolation) {
-            return Refused(std::string(name) + " in " + setup.eudoraShown +
-                           " is in use by another program: try again when it has ended");
-        }
-        return Refused(std::string(name) + " in " + setup.eudoraShown +
-                       " cannot be read: " + error.Message());
-    }
-    return {};
-}
-
-platform::Result<std::unique_ptr<MailSource>> OpenSource(Workplace& place, bool writesNothing) {
-    if (auto ready = CheckInBox(place.Place()); !ready) return ready.Error();
-    auto session = TranslatorSession::Create(place.Module(), kMailKind);
+platform::Result<std::unique_ptr<MailSource>> OpenSource(Workplace& place) {
+    std::string selection;
+    auto session = place.SelectInBox(selection);
     if (!session) return session.Error();
-    auto selection = SelectMail(*session, place.Place(), writesNothing);
-    if (!selection) return selection.Error();
-    return EudoraMailSource::Open(*std::move(session), *selection,
+    return EudoraMailSource::Open(*std::move(session), selection,
                                   platform::NativeSystem().processes.CodePage());
 }
 
@@ -62,7 +38,7 @@ platform::Result<Report> ReportMail(Workplace& place, const Options& options,
     if (!inbox) return Refused("no drive leads to the in-box in " + place.Place().eudoraShown);
     MailSyncOptions sync;
     const bool writesNothing = options.setup.writesNothing;
-    sync.open = [&place, writesNothing] { return OpenSource(place, writesNothing); };
+    sync.open = [&place] { return OpenSource(place); };
     sync.inbox = *inbox;
     sync.maildir = Canonical(*options.maildir);
     sync.dryRun = writesNothing;

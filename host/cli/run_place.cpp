@@ -2,6 +2,7 @@
 
 #include <iostream>
 
+#include "host/cli/terminal_text.h"
 #include "host/module/native_path.h"
 #include "host/module/setup.h"
 #include "platform/os/program.h"
@@ -13,10 +14,12 @@ ExitCode Say(const Report& report, const Options& options) {
     if (options.json) {
         std::cout << report.json << '\n';
     } else {
-        for (const std::string& line : report.lines) std::cout << line << '\n';
+        for (const std::string& line : report.lines) std::cout << Visible(line) << '\n';
     }
     std::cout.flush();
-    for (const std::string& line : report.errors) std::cerr << "kvsync: " << line << '\n';
+    for (const std::string& line : report.errors) {
+        std::cerr << "kvsync: " << Visible(line) << '\n';
+    }
     return report.code;
 }
 

@@ -10,13 +10,24 @@ namespace host {
 
 namespace {
 
-// The translator makes what is missing, and in a mailbox without its .toc it sees no mail.
-platform::Status RequireInBox(const Setup& setup) {
+// The translator would make what is missing, so it has to be there; and nobody may be writing it.
+platform::Status CheckInBox(const Setup& setup) {
+    auto& files = platform::NativeSystem().files;
     for (const char* name : {"In.mbx", "In.toc"}) {
-        const std::string path = setup.eudoraFolder + '\\' + name;
-        if (platform::NativeSystem().files.Exists(path)) continue;
-        return Refused("there is no " + std::string(name) + " in " + setup.eudoraShown +
-                       ": start Eudora once, or name the folder that holds its mail");
+        const auto file = files.Open(setup.eudoraFolder + '\\' + name, platform::OpenMode::kRead,
+                                     platform::Share::kRead);
+        if (file) continue;
+        const auto& error = file.Error();
+        if (error.code == platform::ErrorCode::kNotFound) {
+            return Refused("there is no in-box in " + setup.eudoraShown + " (no " + name +
+                           "): start Eudora once, or name the folder that holds its mail");
+        }
+        if (error.code == platform::ErrorCode::kSharingViolation) {
+            return Refused(std::string(name) + " in " + setup.eudoraShown +
+                           " is in use by another program: try again when it has ended");
+        }
+        return Refused(std::string(name) + " in " + setup.eudoraShown +
+                       " cannot be read: " + error.Message());
     }
     return {};
 }
@@ -68,12 +79,20 @@ platform::Result<TranslatorSession> Workplace::OpenContacts(const std::string& n
     return session;
 }
 
-platform::Result<TranslatorSession> Workplace::OpenMail() {
-    if (auto there = RequireInBox(m_setup); !there) return there.Error();
+platform::Result<TranslatorSession> Workplace::SelectInBox(std::string& selection) {
+    if (auto ready = CheckInBox(m_setup); !ready) return ready.Error();
     auto session = TranslatorSession::Create(*m_host, kMailKind);
     if (!session) return session.Error();
-    auto selected = SelectMail(*session, m_setup, false);
+    auto selected = SelectMail(*session, m_setup, m_options.writesNothing);
     if (!selected) return selected.Error();
+    selection = *std::move(selected);
+    return session;
+}
+
+platform::Result<TranslatorSession> Workplace::OpenMail() {
+    std::string selection;
+    auto session = SelectInBox(selection);
+    if (!session) return session.Error();
     if (auto opened = session->Open(); !opened) return opened.Error();
     return session;
 }

@@ -28,6 +28,9 @@ class Workplace {
     platform::Result<std::string> NicknameFile(bool forWriting);
     // A session with that nickname file read.
     platform::Result<TranslatorSession> OpenContacts(const std::string& nicknameFile);
+    // A session with the settings of the mails selected, not opened yet. kRefused, with nothing
+    // made, if there is no in-box or another program has it.
+    platform::Result<TranslatorSession> SelectInBox(std::string& selection);
     // A session with the in-box opened. kRefused, with nothing made, if there is no in-box.
     platform::Result<TranslatorSession> OpenMail();
 

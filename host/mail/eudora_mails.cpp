@@ -95,6 +95,14 @@ std::optional<std::string> EudoraMails::Field(int number, std::vector<std::strin
     return platform::ToUtf8(**text, m_codePage);
 }
 
+// A mail without a Message-ID has its record id in its place. One that the index of ids leaves out,
+// as it has no "To: " or came later, gives a failure instead of a text: for the person the same.
+std::optional<std::string> EudoraMails::MessageId(const std::string& recordId) {
+    const auto text = m_session.Text(std::to_string(kMessageId));
+    if (!text || !*text || **text == recordId) return std::nullopt;
+    return platform::ToUtf8(**text, m_codePage);
+}
+
 void EudoraMails::ReadAttachments(Mail& mail) {
     const auto text = OrNote(m_session.Text(std::to_string(kAttachment)), mail.notes);
     if (!text || !*text) return;
@@ -132,7 +140,7 @@ platform::Result<Mail> EudoraMails::Current(MailParts parts) {
     if (const auto status = OrNote(m_session.Number(std::to_string(kStatus)), mail.notes)) {
         mail.status = static_cast<std::uint32_t>(*status);
     }
-    mail.messageId = Field(kMessageId, mail.notes);
+    mail.messageId = MessageId(mail.id);
     if (HasAttachments(parts)) ReadAttachments(mail);
     return mail;
 }

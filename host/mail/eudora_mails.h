@@ -38,6 +38,7 @@ class EudoraMails {
 
   private:
     std::optional<std::string> Field(int number, std::vector<std::string>& notes);
+    std::optional<std::string> MessageId(const std::string& recordId);
     void ReadAttachments(Mail& mail);
     platform::Result<bool> IsGoneBy(const std::string& message);
 
