@@ -74,12 +74,11 @@ void AddWhat(CLI::App* command, Request& request, bool required) {
 }
 
 void AddSync(CLI::App& app, Request& request) {
-    CLI::App* const sync =
-        AddCommand(app, "sync",
-                   "keep Eudora, the folder of vCards and the Maildir in step; without a word all "
-                   "that have a folder",
-                   request,
-                   [&request](const Options& options) { return Sync(options, request.what); });
+    CLI::App* const sync = AddCommand(
+        app, "sync",
+        "keep Eudora, the folder of vCards and the Maildir in step; without a word all "
+        "that have a folder",
+        request, [&request](const Options& options) { return Sync(options, request.what); });
     AddWhat(sync, request, false);
     sync->add_flag("--dry-run", request.options.setup.writesNothing,
                    "print the plan and write nothing anywhere");
@@ -101,21 +100,21 @@ void AddReading(CLI::App& app, Request& request) {
                                                          : ListContacts(options);
                        }),
             request, true);
-    CLI::App* const show = AddCommand(
-        app, "show", "print one record with all its fields", request,
-        [&request](const Options& options) {
-            return request.what == "mail" ? ShowMail(options, request.name)
-                                          : ShowContact(options, request.name);
-        });
+    CLI::App* const show = AddCommand(app, "show", "print one record with all its fields", request,
+                                      [&request](const Options& options) {
+                                          return request.what == "mail"
+                                                     ? ShowMail(options, request.name)
+                                                     : ShowContact(options, request.name);
+                                      });
     AddWhat(show, request, true);
     show->add_option("record", request.name, "the nickname, or the id or Message-ID of a mail")
         ->required();
-    CLI::App* const exporting = AddCommand(
-        app, "export", "write all records into a folder, without memory", request,
-        [&request](const Options& options) {
-            return request.what == "mail" ? ExportMail(options, request.toFolder)
-                                          : ExportContacts(options, request.toFolder);
-        });
+    CLI::App* const exporting =
+        AddCommand(app, "export", "write all records into a folder, without memory", request,
+                   [&request](const Options& options) {
+                       return request.what == "mail" ? ExportMail(options, request.toFolder)
+                                                     : ExportContacts(options, request.toFolder);
+                   });
     AddWhat(exporting, request, true);
     exporting->add_option("--to", request.toFolder, "the folder")->required();
 }
