@@ -10,13 +10,38 @@ namespace host {
 
 namespace {
 
+constexpr std::size_t kTocStart = 104;  // bytes before the first mail's entry
+constexpr std::string_view kMacintosh("\0\1", 2);
+
+// Only what tells a table of contents from what would read as an empty one.
+platform::Status CheckToc(platform::File& toc, const std::string& shown) {
+    char start[kTocStart];
+    const auto count = toc.ReadAt(0, start);
+    if (!count) return count.Error();
+    if (std::string_view(start, *count).starts_with(kMacintosh)) {
+        return Refused("In.toc in " + shown +
+                       " was written by Eudora for Macintosh, which is another format: let Eudora "
+                       "for Windows import that mailbox first");
+    }
+    if (*count < kTocStart) {
+        return Refused("In.toc in " + shown + " is cut short (" + std::to_string(*count) +
+                       " bytes): bring back a copy of it, or let Eudora rebuild it");
+    }
+    return {};
+}
+
 // The translator would make what is missing, so it has to be there; and nobody may be writing it.
 platform::Status CheckInBox(const Setup& setup) {
     auto& files = platform::NativeSystem().files;
     for (const char* name : {"In.mbx", "In.toc"}) {
         const auto file = files.Open(setup.eudoraFolder + '\\' + name, platform::OpenMode::kRead,
                                      platform::Share::kRead);
-        if (file) continue;
+        if (file) {
+            const bool isToc = std::string_view(name) == "In.toc";
+            const auto checked = isToc ? CheckToc(**file, setup.eudoraShown) : platform::Status();
+            if (!checked) return checked;
+            continue;
+        }
         const auto& error = file.Error();
         if (error.code == platform::ErrorCode::kNotFound) {
             return Refused("there is no in-box in " + setup.eudoraShown + " (no " + name +
