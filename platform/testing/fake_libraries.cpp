@@ -1,5 +1,7 @@
 #include "platform/testing/fake_libraries.h"
 
+#include <utility>
+
 #include "platform/os/path.h"
 #include "platform/testing/memory_node.h"
 
@@ -26,8 +28,13 @@ class LoadCount {
 
 class FakeLibrary : public Library {
   public:
-    FakeLibrary(std::map<std::string, void*> symbols, int& count)
-        : m_symbols(std::move(symbols)), m_count(count) {}
+    FakeLibrary(std::map<std::string, void*> symbols, int& count, std::set<Library*>& live)
+        : m_symbols(std::move(symbols)), m_count(count), m_live(live) {
+        m_live.insert(this);
+    }
+    FakeLibrary(const FakeLibrary&) = delete;
+    FakeLibrary& operator=(const FakeLibrary&) = delete;
+    ~FakeLibrary() override { m_live.erase(this); }
     void* Symbol(const char* name) override {
         const auto found = m_symbols.find(name);
         return found == m_symbols.end() ? nullptr : found->second;
@@ -36,6 +43,7 @@ class FakeLibrary : public Library {
   private:
     std::map<std::string, void*> m_symbols;
     LoadCount m_count;
+    std::set<Library*>& m_live;
 };
 
 class FakeResources : public StringResources {
@@ -56,6 +64,10 @@ class FakeResources : public StringResources {
 
 }  // namespace
 
+FakeLibraries::~FakeLibraries() {
+    for (Library* library : std::exchange(m_live, {})) delete library;
+}
+
 void FakeLibraries::AddLibrary(std::string_view path, std::map<std::string, void*> symbols) {
     m_libraries[Folded(path)] = std::move(symbols);
 }
@@ -68,7 +80,7 @@ Result<std::unique_ptr<Library>> FakeLibraries::Load(std::string_view path) {
     m_tries.emplace_back(path);
     const auto found = m_libraries.find(Folded(path));
     if (found == m_libraries.end()) return Failure{ErrorCode::kNotFound, std::string(path)};
-    return std::unique_ptr<Library>(std::make_unique<FakeLibrary>(found->second, m_loaded));
+    return std::unique_ptr<Library>(std::make_unique<FakeLibrary>(found->second, m_loaded, m_live));
 }
 
 Result<std::unique_ptr<StringResources>> FakeLibraries::LoadResources(std::string_view path) {

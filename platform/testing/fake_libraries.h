@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -8,9 +9,15 @@
 
 namespace platform::testing {
 
-// Libraries made of what a test says, found by their paths without regard to case.
+// Libraries made of what a test says, found by their paths without regard to case. What is still
+// loaded at the end goes with this object, as it goes with a process.
 class FakeLibraries : public Libraries {
   public:
+    FakeLibraries() = default;
+    ~FakeLibraries() override;
+    FakeLibraries(const FakeLibraries&) = delete;
+    FakeLibraries& operator=(const FakeLibraries&) = delete;
+
     using Strings = std::map<unsigned, std::string>;
 
     void AddLibrary(std::string_view path, std::map<std::string, void*> symbols);
@@ -29,6 +36,7 @@ class FakeLibraries : public Libraries {
     std::map<std::string, Strings> m_resources;
     std::vector<std::string> m_tries;
     int m_loaded = 0;
+    std::set<Library*> m_live;
 };
 
 }  // namespace platform::testing

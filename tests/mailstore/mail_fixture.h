@@ -51,6 +51,7 @@ class MailFixture : public FrameTest {
         machine.files.MakeFolders("C:\\E");
         util.csEudoraDir = "C:\\E";
     }
+    void TearDown() override { util.mapi.UnloadMapiLibrary(); }
     std::string Mbx() { return machine.files.Get("C:\\E\\In.mbx").value_or("(none)"); }
     std::string Toc() { return machine.files.Get("C:\\E\\In.toc").value_or("(none)"); }
 };

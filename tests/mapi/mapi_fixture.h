@@ -19,6 +19,7 @@ class MapiFixture : public ::testing::Test {
         EXPECT_EQ(mapi.MapiLogon(), 1);
         library.calls.clear();
     }
+    void TearDown() override { mapi.UnloadMapiLibrary(); }
 
     // A built record; its file, if it has a path, exists.
     MapiMessage* NewRecord(const char* subject, std::uint32_t status, const char* path = nullptr) {
