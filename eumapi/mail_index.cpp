@@ -111,6 +111,7 @@ void MailIndex::Take(std::vector<IndexedMail> mails) {
     if (!m_gone.empty()) {
         for (const auto& mail : mails) m_gone.erase(mail.id);
     }
+    ++m_version;
     m_mails = std::move(mails);
     m_positions = std::move(positions);
 }

@@ -36,6 +36,8 @@ class MailIndex {
     Code Refresh();
 
     const std::vector<IndexedMail>& Mails() const { return m_mails; }
+    // Another number after each time that the file was read.
+    unsigned Version() const { return m_version; }
     const IndexedMail* Find(std::uint32_t id) const;
     // The position in Mails of what stands behind that mail. For a mail that was there at an
     // earlier time, of what stood behind it; nothing for an id that was never seen.
@@ -61,6 +63,7 @@ class MailIndex {
     std::string m_path;
     std::optional<Stamp> m_stamp;
     bool m_isSettled = false;
+    unsigned m_version = 0;
     std::vector<IndexedMail> m_mails;
     std::unordered_map<std::uint32_t, std::size_t> m_positions;
     // A mail that is gone -> the mail that stood before it then; nothing: it was the first.

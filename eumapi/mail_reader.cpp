@@ -66,11 +66,13 @@ class HeaderTexts {
 
 platform::Result<std::uint64_t> MailReader::LengthOf(const MailIndex& index,
                                                      const IndexedMail& mail) {
+    if (m_version != index.Version()) LetGo();
     if (!m_mbx) {
         auto file =
             m_system.files.Open(m_path, platform::OpenMode::kRead, platform::Share::kReadWrite);
         if (!file) return file.Error();
         m_mbx = *std::move(file);
+        m_version = index.Version();
     }
     const auto size = m_mbx->Size();
     if (!size) return size.Error();

@@ -12,7 +12,7 @@ namespace eumapi {
 // A mail of more bytes is refused with kTextTooLarge.
 inline constexpr std::uint64_t kLargestMail = 256u << 20;
 
-// Reads mails of one .mbx file, which stays open between them.
+// Reads mails of one .mbx file, which stays open between them as long as the index is the same.
 class MailReader {
   public:
     // The system outlives this object.
@@ -40,6 +40,7 @@ class MailReader {
     platform::System m_system;
     std::string m_folder, m_path;
     std::unique_ptr<platform::File> m_mbx;
+    unsigned m_version = 0;  // of the index that the file was opened for
 };
 
 }  // namespace eumapi

@@ -1,5 +1,6 @@
 #!/bin/bash
-# Keeps a copy of samples/ in step with a folder of vCards, there and back, in a temporary folder.
+# Keeps a copy of samples/ in step with a folder of vCards, there and back, and brings its in-box into
+# a Maildir, in a temporary folder.
 # The user's own settings and state are not touched.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -65,3 +66,24 @@ readable "$book" | grep -a -A 1 -i '^alias "\?group\|^alias "The Reverend'
 
 title "Third run: nothing to do"
 sync 0
+
+maildir=$place/Maildir
+sync_mail() { run "$1" sync mail --eudora Eudora --maildir Maildir; }
+
+title "The in-box: its mails are old, so the limits of age and size are taken off first"
+run 4 configure mail --eudora Eudora --age off --size off --attachments on --attachment-size off
+
+title "First run: every mail becomes a file of a Maildir"
+sync_mail 4 | tail -n 4
+find "$maildir" -type f -printf '%P\n' | sort | sed -n '1p;$p'
+echo "... $(find "$maildir/new" -type f | wc -l) unread, $(find "$maildir/cur" -type f | wc -l) read"
+
+title "One of them, as mutt, notmuch or mu read it"
+with=$(grep -rl 'multipart/mixed' "$maildir" | sort | head -n 1)
+sed -n '1,30p' "$with"
+
+title "A person reads a mail in the Maildir and removes another: it does not come back"
+first=$(find "$maildir/new" -type f | sort | head -n 1)
+mv "$first" "$maildir/cur/$(basename "$first"):2,S"
+rm "$with"
+sync_mail 0

@@ -113,7 +113,7 @@ platform::Status Maildir::MoveTo(const std::string& from, const std::string& uni
 platform::Status Maildir::Deliver(const std::string& unique, std::string_view message,
                                   std::string_view flags) {
     const std::string path = Path("tmp", unique);
-    auto file = m_files.Open(path, platform::OpenMode::kCreateNew, platform::Share::kNone);
+    auto file = m_files.Open(path, platform::OpenMode::kCreateNew, platform::Share::kReadWrite);
     if (!file) return file.Error();
     auto status = (*file)->Write(message);
     if (status) status = (*file)->Close();
@@ -150,8 +150,9 @@ platform::Status Maildir::FlushOneByOne(const std::vector<MaildirEntry>& deliver
     for (const MaildirEntry& entry : delivered) {
         auto file = m_files.Open(PathOf(entry), platform::OpenMode::kReadWrite,
                                  platform::Share::kReadWrite);
-        // Somebody moved or removed it already, or reads it alone: it is theirs now.
-        if (!file) continue;
+        // Somebody moved or removed it already: it is theirs now.
+        if (!file && file.Error().code == ErrorCode::kNotFound) continue;
+        if (!file) return file.Error();
         if (auto flushed = (*file)->Flush(); !flushed) return flushed;
     }
     return {};

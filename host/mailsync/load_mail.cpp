@@ -12,6 +12,13 @@ namespace {
 
 using platform::ErrorCode;
 
+// Whether a file in the Maildir has this Message-ID as it is.
+bool IsPlainId(const std::string& id) {
+    Mail mail;
+    mail.messageId = id;
+    return !id.empty() && MessageIdOf(mail) == id;
+}
+
 class MailLoader {
   public:
     MailLoader(MailSource& source, Maildir& maildir, const std::vector<RememberedMail>& remembered,
@@ -164,7 +171,7 @@ platform::Status MailLoader::ReadUnidentified(const MailMatching& matching) {
     if (!isWanted) return {};
     for (std::size_t i = 0; i < m_sides.eudora.size(); ++i) {
         EudoraHead& head = m_sides.eudora[i];
-        if (matching.rowOf[i] || !head.messageId || !head.messageId->empty()) continue;
+        if (matching.rowOf[i] || IsPlainId(head.messageId.value_or(""))) continue;
         auto mail = ReadMail(head);
         if (!mail && mail.Error().code == ErrorCode::kNotFound) continue;
         if (!mail) return mail.Error();
@@ -178,7 +185,8 @@ platform::Status MailLoader::ReadForeign(const MailMatching& matching) {
     bool hasNew = false;
     for (std::size_t i = 0; i < m_sides.eudora.size(); ++i) {
         EudoraHead& head = m_sides.eudora[i];
-        if (head.messageId && !head.messageId->empty()) head.fileMessageId = *head.messageId;
+        const std::string id = head.messageId.value_or("");
+        if (IsPlainId(id)) head.fileMessageId = id;
         hasNew = hasNew || (!matching.rowOf[i] && head.isWithinLimits);
     }
     for (std::size_t i = 0; i < m_foreign.size() && hasNew; ++i) {

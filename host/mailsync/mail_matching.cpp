@@ -72,9 +72,9 @@ MailMatching MatchMails(const std::vector<EudoraHead>& eudora,
         row.messageId.empty() ? byContent.Add(row.content, i) : byMessageId.Add(row.messageId, i);
     }
     for (std::size_t i = 0; i < eudora.size(); ++i) {
-        if (matching.rowOf[i] || !eudora[i].messageId) continue;
-        const auto row = eudora[i].messageId->empty() ? byContent.Take(eudora[i].content)
-                                                      : byMessageId.Take(*eudora[i].messageId);
+        if (matching.rowOf[i]) continue;
+        const std::string id = eudora[i].messageId.value_or("");
+        const auto row = id.empty() ? byContent.Take(eudora[i].content) : byMessageId.Take(id);
         if (!row) continue;
         matching.rowOf[i] = row;
         matching.isGone[*row] = false;

@@ -6,6 +6,7 @@
 
 #include "host/module/exit_code.h"
 #include "host/module/native_path.h"
+#include "host/module/shadow_folder.h"
 #include "platform/os/system.h"
 
 namespace host {
@@ -88,6 +89,18 @@ platform::Result<PrivatePrefix> PrivatePrefix::Make(const std::string& path,
     if (auto written = Write(root / "system.reg", registry); !written) return written.Error();
     if (auto written = Write(basis, registry); !written) return written.Error();
     return prefix;
+}
+
+platform::Result<PrivatePrefix> PrivatePrefix::Shadow(const std::string& path,
+                                                      const std::string& prefix) {
+    PrivatePrefix shadow;
+    shadow.m_path = path;
+    shadow.m_temporary = true;
+    if (auto made = ShadowPrefix(prefix, path); !made) return made.Error();
+    if (auto made = ShadowFolder(path + "/dosdevices/c:", {"windows", "temp"}); !made) {
+        return made.Error();
+    }
+    return shadow;
 }
 
 PrivatePrefix::PrivatePrefix(PrivatePrefix&& other) noexcept

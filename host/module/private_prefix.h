@@ -22,6 +22,10 @@ class PrivatePrefix {
     static platform::Result<PrivatePrefix> Make(const std::string& path, const std::string& eudora,
                                                 unsigned codePage, bool temporary);
 
+    // Makes a temporary one, `path`, with the drives of another prefix and a copy of its registry.
+    static platform::Result<PrivatePrefix> Shadow(const std::string& path,
+                                                  const std::string& prefix);
+
     const std::string& Path() const { return m_path; }
 
     static constexpr const char* kEudoraFolder = "C:\\Eudora";

@@ -4,9 +4,12 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <sstream>
+#include <vector>
 
 #include "host/module/exit_code.h"
 #include "host/module/native_path.h"
+#include "host/module/shadow_folder.h"
 #include "host/module/windows_path.h"
 #include "platform/os/path.h"
 #include "platform/os/program.h"
@@ -66,7 +69,9 @@ platform::Status UseBareFolder(const SetupOptions& options, Setup& setup) {
         // It is to see what the next real run will see.
         std::error_code ignored;
         fs::copy(ToPath(kept) / "drive_c" / "kvsync", ToPath(prefix->Path()) / "drive_c" / "kvsync",
-                 fs::copy_options::overwrite_existing, ignored);
+                 fs::copy_options::recursive | fs::copy_options::overwrite_existing, ignored);
+        const fs::path folderLink = ToPath(prefix->Path()) / "drive_c" / "Eudora";
+        if (auto made = ShadowFolder(FromPath(folderLink), {}); !made) return made;
     }
     setup.prefix = std::move(*prefix);
     setup.init.settingsDir = PrivatePrefix::kSettingsFolder;
@@ -92,7 +97,11 @@ platform::Status UsePrefix(const SetupOptions& options, Setup& setup) {
     }
     setup.memoryKey = KeyOf(prefix);
     setup.eudoraShown = "the Wine prefix " + prefix;
-    return platform::SetEnvironment("WINEPREFIX", prefix);
+    if (!options.writesNothing) return platform::SetEnvironment("WINEPREFIX", prefix);
+    auto shadow = PrivatePrefix::Shadow(TemporaryPrefix(), Canonical(prefix));
+    if (!shadow) return shadow.Error();
+    setup.prefix = *std::move(shadow);
+    return platform::SetEnvironment("WINEPREFIX", setup.prefix.Path());
 }
 
 // Where the registry says that Eudora is. A folder named by hand must be that one.
@@ -126,6 +135,19 @@ platform::Status FindFolder(const SetupOptions& options, Setup& setup) {
     return {};
 }
 
+// The translator makes what is missing in Eudora's folder: beside it, when nothing may be written.
+platform::Status ShadowEudora(const Setup& setup) {
+    const std::string folder = ToUtf8(setup.eudoraFolder);
+    if (folder.size() < 3 || folder[1] != ':') return {};
+    const char letter = static_cast<char>(folder[0] | 0x20);
+    std::vector<std::string> names;
+    std::istringstream rest(folder.substr(3));
+    for (std::string name; std::getline(rest, name, '\\');) {
+        if (!name.empty()) names.push_back(name);
+    }
+    return ShadowFolder(setup.prefix.Path() + "/dosdevices/" + letter + ":", names);
+}
+
 platform::Status ChooseSettingsFolder(const SetupOptions& options, Setup& setup) {
     if (!options.settings && !setup.init.settingsDir.empty()) return {};
     const std::string folder = options.settings ? Canonical(*options.settings)
@@ -151,7 +173,8 @@ platform::Status ChooseSettingsFolder(const SetupOptions& options, Setup& setup)
 
 std::string Canonical(const std::string& path) {
     std::error_code error;
-    const fs::path canonical = fs::weakly_canonical(ToPath(path), error);
+    // Of a relative path that does not exist yet the system would give no absolute one.
+    const fs::path canonical = fs::weakly_canonical(fs::absolute(ToPath(path), error), error);
     return error ? path : FromPath(canonical);
 }
 
@@ -178,6 +201,9 @@ platform::Result<Setup> Prepare(const SetupOptions& options) {
         }
     }
     if (auto found = FindFolder(options, setup); !found) return found.Error();
+    if (options.writesNothing && !UsesWindowsPaths() && !options.eudora) {
+        if (auto made = ShadowEudora(setup); !made) return made.Error();
+    }
     setup.memoryFolder = FromPath(ToPath(setup.stateFolder) / "eudora" / ToPath(setup.memoryKey));
     if (auto chosen = ChooseSettingsFolder(options, setup); !chosen) return chosen.Error();
     return setup;

@@ -1,6 +1,8 @@
 #include "platform/posix/code_page_table.h"
 
 #include <iconv.h>
+#include <cstdint>
+#include <cstring>
 
 #include <map>
 #include <memory>
@@ -156,11 +158,30 @@ std::string FromUtf16(std::u16string_view text, unsigned codePage) {
 
 namespace platform {
 
+namespace {
+
+// How many bytes at the beginning are ASCII, which is the same in all code pages.
+std::size_t AsciiLength(std::string_view text) {
+    std::size_t length = 0;
+    for (std::uint64_t eight; length + sizeof eight <= text.size(); length += sizeof eight) {
+        std::memcpy(&eight, text.data() + length, sizeof eight);
+        if ((eight & 0x8080808080808080u) != 0) break;
+    }
+    while (length < text.size() && static_cast<unsigned char>(text[length]) < 0x80) ++length;
+    return length;
+}
+
+}  // namespace
+
 std::string ToUtf8(std::string_view text, unsigned codePage) {
     const auto& table = posix::CodePageTable::Of(codePage);
     std::string utf8;
     utf8.reserve(text.size());
     while (!text.empty()) {
+        const std::size_t ascii = AsciiLength(text);
+        utf8.append(text.substr(0, ascii));
+        text.remove_prefix(ascii);
+        if (text.empty()) break;
         const char32_t character = table.Take(text);
         posix::AppendUtf8(character == posix::kNoCharacter ? 0xFFFD : character, utf8);
     }

@@ -22,12 +22,12 @@ const std::vector<BadInput>& BadInputs() {
     static const std::vector<BadInput> inputs = {
         {{}, 2, "no command"},
         {{"frobnicate"}, 2, "frobnicate"},
-        {{"sync", "mail"}, 2, "mail"},
+        {{"sync", "calendar"}, 2, "mail"},
         {{"sync", "--prefer", "nobody"}, 2, "nobody"},
         {{"sync", "--eudora", "@E", "--contacts", "@C", "--max-delete", "101%"}, 2, "101%"},
         {{"sync", "--code-page", "0"}, 2, "code-page"},
         {{"shell", "calendar"}, 2, "calendar"},
-        {{"show", "contacts"}, 2, "nickname"},
+        {{"show", "contacts"}, 2, "record"},
         {{"export", "contacts"}, 2, "--to"},
         {{"list", "contacts", "--eudora", "@E", "--wine-prefix", "@E"}, 2, "excludes"},
         {{"list", "contacts", "--config", "@none"}, 2, "none"},
@@ -52,6 +52,7 @@ const std::vector<BadInput>& BadInputs() {
         {{"shell", "contacts", "@none", "--eudora", "@E"}, 3, "none"},
         {{"configure", "contacts", "--eudora", "@E"}, 3, "terminal"},
         {{"sync", "--eudora", "@E"}, 3, "--contacts"},
+        {{"sync", "mail", "--eudora", "@E"}, 3, "--maildir"},
         {{"restore", "nothing"}, 3, "nothing"},
     };
     return inputs;

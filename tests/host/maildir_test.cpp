@@ -1,0 +1,137 @@
+#include "host/maildir/maildir.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+
+#include "platform/os/system.h"
+#include "platform/testing/faulty_files.h"
+#include "platform/testing/fixed_clock.h"
+#include "platform/testing/memory_files.h"
+#include "tests/platform/temp_folder.h"
+
+namespace host {
+namespace {
+
+using platform::testing::Fault;
+
+// What is in new and cur: names without the part that differs from run to run.
+std::multiset<std::string> Names(Maildir& maildir) {
+    std::multiset<std::string> names;
+    const auto listed = maildir.List();
+    for (const MaildirEntry& entry : *listed) {
+        names.insert((entry.isNew ? "new/" : "cur/") + entry.flags);
+    }
+    return names;
+}
+
+std::vector<MaildirEntry> All(Maildir& maildir) {
+    return *maildir.List();
+}
+
+const MaildirEntry Only(Maildir& maildir) {
+    const auto listed = maildir.List();
+    return listed->size() == 1 ? listed->front() : MaildirEntry{};
+}
+
+// Once on the machine's own disk, once on one whose names take no colon.
+class MaildirContract : public ::testing::TestWithParam<bool> {
+  protected:
+    platform::Files& Files() { return GetParam() ? platform::NativeFiles() : m_memory; }
+    std::string Folder() { return GetParam() ? m_temp / "deep/er/M" : "C:\\deep\\er\\M"; }
+    Maildir Make() { return Maildir(Files(), m_clock, Folder()); }
+    std::string Join(const std::string& a, const std::string& b) {
+        return Folder() + Files().Separator() + a + Files().Separator() + b;
+    }
+
+    test::TempFolder m_temp;
+    platform::testing::MemoryFiles m_memory;
+    platform::testing::FixedClock m_clock;
+};
+
+TEST_P(MaildirContract, DeliversFlagsAndRemoves) {
+    Maildir maildir = Make();
+    EXPECT_TRUE(maildir.List()->empty()) << "a folder that does not exist holds nothing";
+    ASSERT_TRUE(maildir.Create());
+    ASSERT_TRUE(maildir.Create());
+    const std::string unread = *maildir.Deliver("unread", "");
+    EXPECT_EQ(Names(maildir), std::multiset<std::string>{"new/"});
+    MaildirEntry entry = Only(maildir);
+    EXPECT_EQ(entry.unique, unread);
+    EXPECT_EQ(*maildir.SizeOf(entry), 6u);
+    ASSERT_TRUE(maildir.SetFlags(entry, "S"));
+    EXPECT_EQ(maildir.SetFlags(entry, "S").Error().code, platform::ErrorCode::kNotFound);
+    EXPECT_EQ(Names(maildir), std::multiset<std::string>{"cur/S"});
+    EXPECT_EQ(*platform::ReadWhole(Files(), Join("cur", Only(maildir).name), 100), "unread");
+    for (const char* flags : {"SRF", "", "", "S"}) {
+        ASSERT_TRUE(maildir.SetFlags(Only(maildir), flags)) << flags;
+        std::string sorted(flags);
+        std::ranges::sort(sorted);
+        EXPECT_EQ(Only(maildir).flags, sorted);
+        EXPECT_FALSE(Only(maildir).isNew) << "it was seen once";
+    }
+    ASSERT_TRUE(maildir.Deliver("read", "S"));
+    ASSERT_TRUE(maildir.Settle(*maildir.List()));
+    EXPECT_EQ(Names(maildir), (std::multiset<std::string>{"cur/S", "cur/S"}));
+    for (const MaildirEntry& one : All(maildir)) ASSERT_TRUE(maildir.Remove(one));
+    EXPECT_TRUE(maildir.List()->empty());
+    EXPECT_TRUE(Files().List(Folder() + Files().Separator() + "tmp", "*")->empty());
+}
+
+TEST_P(MaildirContract, PassesOverWhatIsNoMailAndSeesEachOnce) {
+    Maildir maildir = Make();
+    ASSERT_TRUE(maildir.Create());
+    ASSERT_TRUE(Files().CreateFolder(Join("cur", "folder")));
+    ASSERT_TRUE(platform::WriteWhole(Files(), Join("cur", ".hidden"), "x"));
+    // As if another program moved it while the folders were read.
+    ASSERT_TRUE(platform::WriteWhole(Files(), Join("new", "1.a"), "x"));
+    ASSERT_TRUE(platform::WriteWhole(Files(), Join("cur", "1.a!2,S"), "x"));
+    EXPECT_EQ(Names(maildir), std::multiset<std::string>{"cur/S"});
+}
+
+INSTANTIATE_TEST_SUITE_P(, MaildirContract, ::testing::Bool(),
+                         [](const auto& kind) { return kind.param ? "Disk" : "Memory"; });
+
+TEST(Maildir, NamesDifferBetweenProgramsThatShareClockAndCount) {
+    platform::testing::MemoryFiles files;
+    platform::testing::FixedClock clock;
+    std::set<std::string> names;
+    for (int program = 0; program < 20; ++program) {
+        Maildir maildir(files, clock, "C:\\M");
+        for (int i = 0; i < 20; ++i) names.insert(maildir.NewName());
+    }
+    EXPECT_EQ(names.size(), 400u);
+    for (const std::string& name : names) {
+        EXPECT_EQ(name.find_first_of("/\\:!,"), std::string::npos) << name;
+    }
+}
+
+// The n-th operation of a delivery, a renaming and a removal fails, is torn or is the last.
+TEST(Maildir, LeavesAMailWholeOrNotThereAfterAnyFault) {
+    for (const Fault fault : {Fault::kFail, Fault::kTornWrite, Fault::kKill}) {
+        for (int n = 1;; ++n) {
+            platform::testing::MemoryFiles disk;
+            platform::testing::FaultyFiles files(disk);
+            platform::testing::FixedClock clock;
+            Maildir maildir(files, clock, "C:\\M");
+            ASSERT_TRUE(maildir.Create());
+            files.Arm(fault, n);
+            const auto delivered = maildir.Deliver("a message", "");
+            if (delivered) (void)maildir.SetFlags(maildir.EntryOf(*delivered, ""), "S");
+            const bool fired = files.Fired();
+            files.Disarm();
+            const auto listed = All(maildir);
+            EXPECT_EQ(listed.size(), delivered ? 1u : 0u) << n;
+            for (const MaildirEntry& entry : listed) EXPECT_EQ(*maildir.SizeOf(entry), 9u) << n;
+            if (fault != Fault::kKill) {
+                EXPECT_EQ(disk.AllFiles().size(), listed.size()) << n;
+            }
+            EXPECT_EQ(disk.OpenCount(), 0);
+            if (!fired) break;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace host

@@ -1,0 +1,86 @@
+#include <gtest/gtest.h>
+
+#include "tests/host/mailsync_world.h"
+
+namespace host::testing {
+namespace {
+
+using platform::testing::Fault;
+
+// A world with something of everything to do.
+void Prepare(MailWorld& world) {
+    for (const char* subject : {"read", "unread", "gone", "dropped", "stays", "flagged"}) {
+        world.Add(subject, subject == std::string("unread"));
+    }
+    ASSERT_FALSE(world.Sync().stop);
+    (void)world.maildir.Settle(*world.maildir.List());
+    world.SetRead("read", true);
+    world.SetRead("unread", false);
+    world.Delete("gone");
+    (void)world.maildir.Remove(world.File("dropped"));
+    (void)world.maildir.SetFlags(world.File("flagged"), "F");
+    world.Delete("flagged");
+    world.Add("new");
+    world.Add("nameless", true, false);
+}
+
+void ExpectDone(MailWorld& world, const std::string& what) {
+    EXPECT_EQ(world.Folder(), "flagged:F nameless:S new read:S stays unread:") << what;
+    for (const MaildirEntry& entry : world.Files()) {
+        const std::string text = world.Text(entry);
+        EXPECT_NE(text.find("the text of " + world.SubjectOf(entry)), std::string::npos) << what;
+    }
+    // Nothing but these mails lies in the Maildir.
+    EXPECT_EQ(world.disk.AllFiles().size(), 6u) << what;
+    const int reads = world.eudora.reads, saves = world.memory.saves;
+    EXPECT_TRUE(world.Sync().steps.empty()) << what;
+    EXPECT_EQ(world.eudora.reads, reads) << what;
+    EXPECT_EQ(world.memory.saves, saves) << what;
+}
+
+// The n-th operation on files or memory is torn, or the last one before a kill or a loss of power.
+TEST(MailSyncFaults, LosesAndDoublesNothing) {
+    for (const Fault fault : {Fault::kFail, Fault::kTornWrite, Fault::kKill}) {
+        for (const bool losesPower : {false, true}) {
+            for (int n = 1;; ++n) {
+                MailWorld world;
+                Prepare(world);
+                world.files.Arm(fault, n);
+                MailOutcome outcome;
+                const MailPlan plan = world.Sync(&outcome);
+                const bool fired = world.files.Fired();
+                world.files.Disarm();
+                const std::string what = "fault " + std::to_string(static_cast<int>(fault)) +
+                                         " at " + std::to_string(n) +
+                                         (losesPower ? ", power lost" : "");
+                if (losesPower) world.disk.Crash();
+                (void)world.Sync(&outcome);
+                // What a failure left for later comes with the next run at the latest.
+                (void)world.Sync();
+                ExpectDone(world, what);
+                if (::testing::Test::HasFailure()) return;
+                if (!fired) break;
+            }
+        }
+    }
+}
+
+TEST(MailSyncFaults, AFailureIsReportedAndTheRestIsDone) {
+    MailWorld world;
+    Prepare(world);
+    world.disk.SetReadOnly("C:\\M\\cur\\" + world.File("unread").name);
+    MailOutcome outcome;
+    (void)world.Sync(&outcome);
+    world.disk.LimitDisk(world.disk.AllFiles().size());
+    world.Add("too large for the disk");
+    (void)world.Sync(&outcome);
+    ASSERT_FALSE(outcome.errors.empty());
+    world.disk.LimitDisk(std::nullopt);
+    (void)world.Sync(&outcome);
+    EXPECT_TRUE(outcome.errors.empty());
+    EXPECT_EQ(world.File("too large for the disk").flags, "");
+    EXPECT_TRUE(world.Sync().steps.empty());
+}
+
+}  // namespace
+}  // namespace host::testing
