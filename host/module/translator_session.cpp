@@ -25,7 +25,7 @@ struct ShownValues {
                             BOOL* hasField) {
         auto& self = *static_cast<ShownValues*>(context);
         *hasField = self.ShowText(fieldId, *cell, *type) || self.ShowNumber(fieldId, *cell, *type);
-        return *hasField == 0 ? RRC_NONE : RRC_OK;
+        return RRC_OK;
     }
 
     bool ShowText(const char* fieldId, void*& cell, unsigned long& type) {
