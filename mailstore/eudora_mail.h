@@ -129,6 +129,7 @@ class CREudoraMail : public CREudoraTransBase {
     void QueueForSending();
     void QueueForMailbox();
     void NoteStatus();
+    void ForgetAllIds();
     std::string MessageIdOf(const MapiMessage& record) const;
     void ReleaseStored(std::size_t count);
     void ReportFullMailbox(const CString& path);

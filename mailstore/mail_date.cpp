@@ -1,11 +1,12 @@
 #include "mailstore/mail_date.h"
 
 #include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <limits>
+#include <string_view>
 
 #include "platform/mfc/ole_date_time.h"
 
@@ -55,8 +56,10 @@ std::string Format(const char* format, Arguments... arguments) {
 
 // The local time that the text tells.
 sys_seconds LocalTime(const char* text, platform::Clock& clock) {
-    const COleDateTime date(text != nullptr ? std::strtod(text, nullptr)
-                                            : std::numeric_limits<double>::infinity());
+    const std::string_view digits(text != nullptr ? text : "");
+    double number = std::numeric_limits<double>::infinity();
+    std::from_chars(digits.data(), digits.data() + digits.size(), number);
+    const COleDateTime date(number);
     if (date.GetStatus() != COleDateTime::kValid) {
         const auto now = clock.Now();
         return floor<seconds>(now) + clock.UtcOffset(now);
@@ -95,8 +98,11 @@ std::string BlockDate(const Parts& parts, const std::string& zone, bool isJapane
 MailDate ConvertMailDate(const char* text, platform::Clock& clock, bool isJapanese) {
     const sys_seconds local = LocalTime(text, clock);
     const Parts parts(local);
-    const seconds offset = clock.StandardOffset(local);
-    const std::string zone = ZoneText(offset);
+    // The UTC fields are read as local time once more. The distance of the two is the zone, the
+    // second one is the number, and where daylight saving holds at that time its fields follow it.
+    const sys_seconds utc = local - clock.StandardOffset(local);
+    const sys_seconds twice = utc - clock.StandardOffset(utc);
+    const std::string zone = ZoneText(utc - twice);
     const std::string time = Format("%02d:%02d:%02d", parts.Hour(), parts.Minute(), parts.Second());
 
     MailDate date;
@@ -104,10 +110,6 @@ MailDate ConvertMailDate(const char* text, platform::Clock& clock, bool isJapane
                                 parts.Day(), time.c_str(), parts.Year());
     date.line = Format("Date: %s, %02u %s %04d %s %s", parts.DayName(), parts.Day(),
                        parts.MonthName(), parts.Year(), time.c_str(), zone.c_str());
-    // The UTC fields are read as local time once more: this gives the number, and where daylight
-    // saving holds at that time the fields follow it.
-    const sys_seconds utc = local - offset;
-    const sys_seconds twice = utc - clock.StandardOffset(utc);
     date.szDate = BlockDate(Parts(twice + clock.UtcOffset(twice)), zone, isJapanese);
     constexpr long long kMost = std::numeric_limits<std::uint32_t>::max();
     date.dwSeconds = static_cast<std::uint32_t>(

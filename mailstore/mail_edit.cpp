@@ -1,4 +1,5 @@
 // Records on their way to Eudora: made, filled, vetted, changed.
+#include <charconv>
 #include <cstdlib>
 
 #include "frame/guard.h"
@@ -26,6 +27,14 @@ std::string NormalizeLineEnds(std::string_view text) {
         lines += letter;
     }
     return lines;
+}
+
+// Six decimals and a point, whatever the host's locale writes.
+std::string DateText(double date) {
+    char digits[400];
+    const auto end =
+        std::to_chars(digits, digits + sizeof digits, date, std::chars_format::fixed, 6).ptr;
+    return {digits, end};
 }
 
 std::string_view TextOf(void* pCell) {
@@ -68,6 +77,7 @@ RRETURNCODE CREudoraMail::AddNewRecord(RWORD) {
         (void)PrepareForAdd();
         // One that was begun and left is gone; a queued one is its queue's.
         FreeNewMessage();
+        m_bOutBoxRecord = false;
         m_isStatusSet = false;
         Mapi().ClearMsgID();
         if (CMapi::AllocMessage(m_lpNewMessage) == 0) {
@@ -105,7 +115,8 @@ RRETURNCODE CREudoraMail::SetField(LPCTSTR pszFieldId, unsigned long*, void* pCe
 void CREudoraMail::SetStatus(std::int32_t status) {
     const auto bits = static_cast<std::uint32_t>(status);
     if (m_bAddNewRecord == 1) {
-        if (m_lpNewMessage != nullptr) m_lpNewMessage->flFlags = bits;
+        if (m_lpNewMessage == nullptr) return;
+        m_lpNewMessage->flFlags = bits;
         m_bOutBox = (bits & kOutBoxMask) != 0;
         KV_LOG(5, "CREudoraMail::SetField New MailStatus = %x\n", bits);
         return;
@@ -136,7 +147,7 @@ void CREudoraMail::SetNewField(int field, void* pCell) {
             return mailstore::Assign(record.lpszSubject, TextOf(pCell));
         case mailstore::kDateField:
             return mailstore::Assign(record.lpszDateReceived,
-                                     std::to_string(*static_cast<double*>(pCell)));
+                                     DateText(*static_cast<double*>(pCell)));
         case mailstore::kBodyField:
             return mailstore::Assign(record.lpszNoteText, NormalizeLineEnds(TextOf(pCell)));
         case mailstore::kAttachmentField:

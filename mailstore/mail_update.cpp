@@ -1,5 +1,8 @@
 // Where a finished record goes: to the out-box, into the mailbox, or among the noted states. And
 // deletions, which are the only change that does not wait for Close.
+#include <utility>
+#include <vector>
+
 #include "frame/guard.h"
 #include "mailstore/eudora_mail.h"
 #include "mailstore/mail_status.h"
@@ -87,9 +90,26 @@ RRETURNCODE CREudoraMail::DeleteRecord() {
 RRETURNCODE CREudoraMail::DeleteAllRecords() {
     return Guarded("DeleteAllRecords", [&] {
         m_dwNextIndexID = 0;
+        m_bOutBoxRecord = false;
         if (const auto code = CREudoraTransBase::DeleteAllRecords(); code != RRC_OK) return code;
-        m_mapMessageIDToIndexID.Clear();
-        m_mapIndexIDToMessageID.Clear();
+        ForgetAllIds();
         return RRC_OK;
     });
+}
+
+// But for those of the mails that wait: their texts and the numbers after them need them.
+void CREudoraMail::ForgetAllIds() {
+    std::vector<std::pair<std::string, std::string>> waiting;
+    for (const MapiMessage* record : m_lstNewMails) {
+        const std::string indexId(record->lpszConversationID);
+        if (auto messageId = m_mapIndexIDToMessageID.Find(indexId)) {
+            waiting.emplace_back(indexId, *messageId);
+        }
+    }
+    m_mapMessageIDToIndexID.Clear();
+    m_mapIndexIDToMessageID.Clear();
+    for (const auto& [indexId, messageId] : waiting) {
+        m_mapMessageIDToIndexID.Set(messageId, indexId);
+        m_mapIndexIDToMessageID.Set(indexId, messageId);
+    }
 }

@@ -21,6 +21,16 @@ Status WriteAt(platform::File& file, std::uint64_t position, std::string_view by
     return moved ? file.Write(bytes) : Status(moved.Error());
 }
 
+// How many of the bytes stand in the file, from `position` on, after a write of them that failed.
+std::size_t Arrived(platform::File& file, std::uint64_t position, std::string_view bytes) {
+    std::string found(bytes.size(), '\0');
+    const auto count = file.ReadAt(position, found);
+    if (!count) return 0;
+    const auto wanted = bytes.substr(0, *count);
+    const auto end = std::mismatch(wanted.begin(), wanted.end(), found.begin()).first;
+    return static_cast<std::size_t>(end - wanted.begin());
+}
+
 // One run of AppendMails. The counters say how far each file has got.
 class Appender {
   public:
@@ -28,26 +38,28 @@ class Appender {
         : m_place(place), m_mails(mails) {}
 
     Appended Run() {
-        Appended result;
-        auto started = Start();
-        if (!started) return {0, 0, started.Error()};
+        if (const Status started = Start(); !started) return {0, 0, started.Error()};
         WriteTexts();
-        result.refused = m_mails.size() - m_room;
+        const std::size_t refused = m_mails.size() - m_room;
         WriteBlocks();
         WriteHeader();
-        result.written = m_counted;
-        result.failure = m_failure;
-        return result;
+        return {m_counted, refused, m_failure};
     }
 
   private:
     Status Start();
-    void WriteTexts();
-    void WriteBlocks();
-    void WriteHeader();
     bool Add(std::string& piece, const NewMail& mail);
-    void KeepFailure(const Status& status) {
+    void WriteTexts();
+    bool WriteTextPiece(std::string_view piece);
+    void WriteBlocks();
+    bool WriteBlockPiece(std::string_view piece);
+    void WriteHeader();
+    void RestoreHeader(std::uint16_t newCount);
+    void CutBack(std::size_t mails);
+
+    bool IsDone(const Status& status) {
         if (!status && !m_failure) m_failure = status.Error();
+        return static_cast<bool>(status);
     }
     std::uint64_t TextEnd(std::size_t mails) const {
         if (mails == 0) return m_start;
@@ -56,8 +68,6 @@ class Appender {
     std::uint64_t BlockEnd(std::size_t mails) const {
         return BlockOffset(m_header.wNumberOfMsgs + static_cast<std::uint32_t>(mails));
     }
-    void CutBack(std::size_t mails);
-    bool IsCounted(std::size_t mails);
 
     const AppendPlace& m_place;
     std::span<const NewMail> m_mails;
@@ -65,8 +75,9 @@ class Appender {
     std::uint64_t m_start = 0;  // of the first new text
     std::size_t m_room = 0;     // how many of the mails the mailbox takes
     std::vector<MsgBlock> m_blocks;
-    std::size_t m_whole = 0;  // mails with text, then with text and block, on the disk
-    std::size_t m_counted = 0;
+    std::size_t m_texts = 0;    // mails whose text is in its file
+    std::size_t m_whole = 0;    // of these, mails whose block is in its file
+    std::size_t m_counted = 0;  // of these, mails that the header counts
     std::optional<Failure> m_failure;
 };
 
@@ -78,6 +89,7 @@ Status Appender::Start() {
     if (!size) return size.Error();
     m_start = *size;
     m_room = std::min<std::size_t>(m_mails.size(), kMostMsgs - m_header.wNumberOfMsgs);
+    m_blocks.reserve(m_room);
     return {};
 }
 
@@ -101,43 +113,50 @@ bool Appender::Add(std::string& piece, const NewMail& mail) {
 }
 
 void Appender::WriteTexts() {
-    m_blocks.reserve(m_room);
     std::string piece;
     for (std::size_t i = 0; i < m_room; ++i) {
         if (!Add(piece, m_mails[i])) m_room = i;
         if (piece.size() < kPiece && i + 1 < m_room) continue;
-        const Status written = m_place.mbx.Write(piece);
-        KeepFailure(written);
-        if (!written) break;
-        m_whole = m_blocks.size();
+        if (!WriteTextPiece(piece)) break;
         piece.clear();
     }
-    const Status flushed = m_place.mbx.Flush();
-    KeepFailure(flushed);
-    if (!flushed) m_whole = 0;
+    if (m_texts > 0 && !IsDone(m_place.mbx.Flush())) m_texts = 0;
+}
+
+// The file is cut back at once, for the blocks need the room of a text that is not whole.
+bool Appender::WriteTextPiece(std::string_view piece) {
+    const std::uint64_t at = TextEnd(m_texts);
+    if (IsDone(m_place.mbx.Write(piece))) {
+        m_texts = m_blocks.size();
+        return true;
+    }
+    const std::uint64_t end = at + Arrived(m_place.mbx, at, piece);
+    while (m_texts < m_blocks.size() && TextEnd(m_texts + 1) <= end) ++m_texts;
+    IsDone(m_place.mbx.Truncate(TextEnd(m_texts)));
+    return false;
 }
 
 void Appender::WriteBlocks() {
-    const std::size_t texts = m_whole;
-    m_whole = 0;
+    if (m_texts == 0) return;
     // What lies behind the last counted block was left by a run that did not come to its end.
-    const Status cut = m_place.toc.Truncate(BlockEnd(0));
-    if (!cut) return KeepFailure(cut);
+    if (!IsDone(m_place.toc.Truncate(BlockEnd(0)))) return;
     const auto moved = m_place.toc.Seek(static_cast<std::int64_t>(BlockEnd(0)), SeekFrom::kBegin);
-    if (!moved) return KeepFailure(moved.Error());
+    if (!IsDone(moved ? Status() : Status(moved.Error()))) return;
     std::string piece;
-    for (std::size_t i = 0; i < texts; ++i) {
+    for (std::size_t i = 0; i < m_texts; ++i) {
         piece += m_blocks[i].Encode();
-        if (piece.size() < kPiece && i + 1 < texts) continue;
-        const Status written = m_place.toc.Write(piece);
-        KeepFailure(written);
-        if (!written) break;
-        m_whole = i + 1;
+        if (piece.size() < kPiece && i + 1 < m_texts) continue;
+        if (!WriteBlockPiece(piece)) break;
         piece.clear();
     }
-    const Status flushed = m_place.toc.Flush();
-    KeepFailure(flushed);
-    if (!flushed) m_whole = 0;
+    if (m_whole > 0 && !IsDone(m_place.toc.Flush())) m_whole = 0;
+}
+
+bool Appender::WriteBlockPiece(std::string_view piece) {
+    const bool isWritten = IsDone(m_place.toc.Write(piece));
+    m_whole +=
+        (isWritten ? piece.size() : Arrived(m_place.toc, BlockEnd(m_whole), piece)) / kMsgBlockSize;
+    return isWritten;
 }
 
 void Appender::WriteHeader() {
@@ -147,26 +166,26 @@ void Appender::WriteHeader() {
     header.wHighestMsgId = static_cast<std::uint16_t>(m_place.highestMsgId & 0xFFFF);
     Status written = WriteAt(m_place.toc, 0, header.Encode());
     if (written) written = m_place.toc.Flush();
-    KeepFailure(written);
+    if (!IsDone(written)) return RestoreHeader(header.wNumberOfMsgs);
     m_counted = m_whole;
-    if (!written) {
-        KeepFailure(WriteAt(m_place.toc, 0, m_header.Encode()));
-        KeepFailure(m_place.toc.Flush());
-        if (!IsCounted(m_whole)) m_counted = 0;
-    }
     if (m_failure) CutBack(m_counted);
 }
 
-// Whether the header, as it reads now, counts the new mails.
-bool Appender::IsCounted(std::size_t mails) {
+// What the header counts now decides what the mails behind it are.
+void Appender::RestoreHeader(std::uint16_t newCount) {
+    if (IsDone(WriteAt(m_place.toc, 0, m_header.Encode()))) IsDone(m_place.toc.Flush());
     const auto header = ReadTocHeader(m_place.toc);
-    return header && header->wNumberOfMsgs == m_header.wNumberOfMsgs + mails;
+    if (!header) return;
+    if (header->wNumberOfMsgs == newCount) m_counted = m_whole;
+    if (m_counted > 0 || header->wNumberOfMsgs == m_header.wNumberOfMsgs) CutBack(m_counted);
 }
 
-// A text and a block behind the counted ones do no harm: the next run writes over them.
+// Only after a failure. A text and a block behind the counted ones do no harm: the next run writes
+// blocks over blocks, and no block leads to the text.
 void Appender::CutBack(std::size_t mails) {
-    KeepFailure(m_place.mbx.Truncate(TextEnd(mails)));
-    KeepFailure(m_place.toc.Truncate(BlockEnd(mails)));
+    if (!m_failure) return;
+    IsDone(m_place.mbx.Truncate(TextEnd(mails)));
+    IsDone(m_place.toc.Truncate(BlockEnd(mails)));
 }
 
 }  // namespace
