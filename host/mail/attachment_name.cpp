@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <string_view>
 
+#include "host/mail/charset_text.h"
 #include "host/mail/mime_entity.h"
-#include "host/mail/mime_value.h"
 #include "platform/os/code_page.h"
 #include "platform/os/path.h"
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "host/mail/charset_text.h"
 #include "host/mail/html_text.h"
 
 namespace host {

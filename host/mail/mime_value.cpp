@@ -1,11 +1,13 @@
 #include "host/mail/mime_value.h"
 
 #include <algorithm>
-#include <cerrno>
+#include <cstdlib>
 #include <memory>
 
 #include <gmime/gmime.h>
 
+#include "host/mail/charset_text.h"
+#include "host/mail/encoded_words.h"
 #include "host/mail/mail_date.h"
 #include "platform/os/code_page.h"
 
@@ -14,10 +16,7 @@ namespace host {
 namespace {
 
 constexpr std::ptrdiff_t kMostGroups = 100;  // the address parser calls itself for each
-constexpr std::size_t kLongestToCompose = 4096;
-constexpr std::size_t kLongestCharset = 40;
 constexpr std::size_t kPiece = 64 * 1024;
-constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 
 template <class T>
 using Owned = std::unique_ptr<T, decltype(&g_object_unref)>;
@@ -37,22 +36,6 @@ std::string Taken(char* text) {
     return copy;
 }
 
-bool IsAscii(std::string_view text) {
-    return std::ranges::all_of(text, [](char letter) { return (letter & 0x80) == 0; });
-}
-
-bool IsUtf8(std::string_view text) {
-    // Zero bytes are fine in a text, but not to the function.
-    while (!text.empty()) {
-        const auto piece = text.substr(0, text.find('\0'));
-        if (g_utf8_validate(piece.data(), static_cast<gssize>(piece.size()), nullptr) == FALSE) {
-            return false;
-        }
-        text.remove_prefix(std::min(piece.size() + 1, text.size()));
-    }
-    return true;
-}
-
 // Bare 8-bit text of a header as UTF-8.
 std::string Utf8Of(const std::string& text, unsigned codePage) {
     return IsUtf8(text) ? text : platform::ToUtf8(text, codePage);
@@ -62,80 +45,37 @@ std::string Lowered(const std::string& text) {
     return Taken(g_ascii_strdown(text.c_str(), static_cast<gssize>(text.size())));
 }
 
-// What mail programs mean by a name, where it is not the plain one.
-std::string CharsetMeant(const std::string& charset) {
-    static constexpr struct {
-        const char* name;
-        const char* meant;
-    } kMeant[] = {{"iso-8859-1", "windows-1252"},
-                  {"latin1", "windows-1252"},
-                  {"cp1252", "windows-1252"},
-                  {"us-ascii", ""},
-                  {"ascii", ""},
-                  {"unknown-8bit", ""},
-                  {"shift_jis", "cp932"},
-                  {"shift-jis", "cp932"},
-                  {"x-sjis", "cp932"},
-                  {"gb2312", "gb18030"},
-                  {"gbk", "gb18030"},
-                  {"ks_c_5601-1987", "cp949"},
-                  {"euc-kr", "cp949"},
-                  {"iso-8859-8-i", "iso-8859-8"}};
-    const std::string lower = Lowered(charset);
-    for (const auto& row : kMeant) {
-        if (lower == row.name) return row.meant;
-    }
-    const bool isName =
-        lower.size() <= kLongestCharset && std::ranges::all_of(lower, [](char c) {
-            return g_ascii_isalnum(c) || c == '-' || c == '_' || c == ':' || c == '.';
-        });
-    return isName ? lower : std::string();
-}
-
-// An open conversion to UTF-8; (iconv_t)-1 if there is none.
-class Conversion {
+// Encoded words as atoms, so that nothing inside them can be taken for a mark of the list.
+class HiddenWords {
   public:
-    explicit Conversion(const std::string& charset)
-        : m_handle(g_mime_iconv_open("UTF-8", charset.c_str())) {}
-    ~Conversion() {
-        if (IsOpen()) g_mime_iconv_close(m_handle);
-    }
-    Conversion(const Conversion&) = delete;
-    Conversion& operator=(const Conversion&) = delete;
-
-    bool IsOpen() const { return m_handle != reinterpret_cast<iconv_t>(-1); }
-
-    std::string Run(std::string_view bytes) {
-        std::string text;
-        char* in = const_cast<char*>(bytes.data());
-        std::size_t left = bytes.size();
-        while (left > 0) {
-            const std::size_t before = left;
-            const int error = Step(&in, &left, text);
-            if (error == 0 || (error == E2BIG && left < before)) continue;
-            text += kReplacement;
-            if (error == EINVAL) break;
-            ++in;
-            --left;
+    explicit HiddenWords(std::string_view text) {
+        for (EncodedWordScan scan(text); scan.Next();) {
+            m_text += scan.Before();
+            m_text += kBegin + std::to_string(m_words.size()) + '=';
+            m_words.emplace_back(scan.Word());
+            text = scan.Behind();
         }
-        Step(nullptr, nullptr, text);
-        return text;
+        m_text += text;
+    }
+
+    const std::string& Text() const { return m_text; }
+    std::string Shown(std::string_view text) const {
+        std::string shown;
+        for (auto at = text.find(kBegin); at != std::string_view::npos; at = text.find(kBegin)) {
+            shown += text.substr(0, at);
+            text.remove_prefix(at + kBegin.size());
+            const auto end = std::min(text.find('='), text.size());
+            const auto number = std::strtoul(std::string(text.substr(0, end)).c_str(), nullptr, 10);
+            if (number < m_words.size()) shown += m_words[number];
+            text.remove_prefix(std::min(end + 1, text.size()));
+        }
+        return shown.append(text);
     }
 
   private:
-    int Step(char** in, std::size_t* left, std::string& text) {
-        char buffer[4096];
-        char* out = buffer;
-        std::size_t room = sizeof buffer;
-        errno = 0;
-        const bool isDone =
-            g_mime_iconv(m_handle, in, left, &out, &room) != static_cast<std::size_t>(-1);
-        const int error = isDone ? 0 : errno;
-        text.append(buffer, sizeof buffer - room);
-        return error;
-    }
-
-    iconv_t m_handle;
+    static inline const std::string kBegin = "=kvword";
+    std::string m_text;
+    std::vector<std::string> m_words;
 };
 
 void AddMailboxes(InternetAddressList* list, std::vector<Recipient>& found) {
@@ -190,7 +130,7 @@ void ReadDisposition(PartType& part, const std::string& value) {
 PartType TypeOf(const Entity& entity, bool isInDigest, unsigned codePage) {
     PartType part;
     const std::string value = Utf8Of(FieldValue(entity, "Content-Type"), codePage);
-    if (!value.empty()) ReadType(part, value);
+    if (value.find('/') != std::string::npos) ReadType(part, value);
     if (part.type.empty() || part.subtype.empty()) {
         part.type = isInDigest ? "message" : "text";
         part.subtype = isInDigest ? "rfc822" : "plain";
@@ -201,20 +141,23 @@ PartType TypeOf(const Entity& entity, bool isInDigest, unsigned codePage) {
 }
 
 std::string DecodedHeader(const std::string& value, unsigned codePage) {
-    const std::string text = Utf8Of(value, codePage);
-    if (text.find("=?") == std::string::npos) return text;
-    return Taken(g_mime_utils_header_decode_text(nullptr, text.c_str()));
+    return DecodeWords(Utf8Of(value, codePage), codePage);
 }
 
 std::vector<Recipient> DecodedAddresses(const std::string& value, unsigned codePage) {
     std::string text = Utf8Of(value, codePage);
     if (std::ranges::count(text, ':') > kMostGroups) std::ranges::replace(text, ':', ' ');
     std::vector<Recipient> found;
-    const Owned<InternetAddressList> list(internet_address_list_parse(nullptr, text.c_str()),
-                                          [](gpointer object) {
-                                              if (object != nullptr) g_object_unref(object);
-                                          });
+    const HiddenWords hidden(text);
+    const Owned<InternetAddressList> list(
+        internet_address_list_parse(nullptr, hidden.Text().c_str()), [](gpointer object) {
+            if (object != nullptr) g_object_unref(object);
+        });
     AddMailboxes(list.get(), found);
+    for (Recipient& one : found) {
+        one.name = DecodeWords(hidden.Shown(one.name), codePage);
+        one.address = DecodeWords(hidden.Shown(one.address), codePage);
+    }
     if (found.empty() && text.find_first_not_of(" ,;:<>\"") != std::string::npos) {
         found.push_back({"", DecodedHeader(text, codePage)});
     }
@@ -228,24 +171,6 @@ std::optional<double> DecodedDate(const std::string& value, platform::Clock& clo
     g_date_time_unref(date);
     const auto offset = clock.UtcOffset(instant);
     return ToOleDate(LocalSeconds(instant.time_since_epoch() + offset));
-}
-
-std::string DecodedText(std::string_view bytes, const std::string& charset, unsigned codePage) {
-    const std::string meant = CharsetMeant(charset);
-    if (meant == "windows-1252") return platform::ToUtf8(bytes, 1252);
-    if (!meant.empty() && meant != "utf-8" && meant != "utf8") {
-        Conversion conversion(meant);
-        if (conversion.IsOpen()) return conversion.Run(bytes);
-    }
-    if (IsUtf8(bytes)) return std::string(bytes);
-    const bool isToldUtf8 = meant == "utf-8" || meant == "utf8";
-    return platform::ToUtf8(bytes, isToldUtf8 ? 65001 : codePage);
-}
-
-std::string Composed(const std::string& text) {
-    if (text.size() > kLongestToCompose || IsAscii(text) || !IsUtf8(text)) return text;
-    return Taken(g_utf8_normalize(text.c_str(), static_cast<gssize>(text.size()),
-                                  G_NORMALIZE_DEFAULT_COMPOSE));
 }
 
 struct TransferDecoder::State {

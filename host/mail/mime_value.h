@@ -37,13 +37,6 @@ std::vector<Recipient> DecodedAddresses(const std::string& value, unsigned codeP
 // OLE automation date in local time.
 std::optional<double> DecodedDate(const std::string& value, platform::Clock& clock);
 
-// Text of a charset as UTF-8; what is none becomes U+FFFD. A charset that is missing or not known
-// counts as UTF-8 if the text is valid in it, else as the code page.
-std::string DecodedText(std::string_view bytes, const std::string& charset, unsigned codePage);
-
-// Decomposed characters composed, where that is cheap.
-std::string Composed(const std::string& text);
-
 // Undoes a transfer encoding piece by piece. An encoding that is not known is none.
 class TransferDecoder {
   public:
