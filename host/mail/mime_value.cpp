@@ -167,10 +167,12 @@ std::vector<Recipient> DecodedAddresses(const std::string& value, unsigned codeP
 std::optional<double> DecodedDate(const std::string& value, platform::Clock& clock) {
     GDateTime* const date = g_mime_utils_header_decode_date(value.c_str());
     if (date == nullptr) return std::nullopt;
-    const std::chrono::sys_seconds instant{std::chrono::seconds(g_date_time_to_unix(date))};
+    const std::chrono::seconds instant(g_date_time_to_unix(date));
     g_date_time_unref(date);
-    const auto offset = clock.UtcOffset(instant);
-    return ToOleDate(LocalSeconds(instant.time_since_epoch() + offset));
+    // A clock counts finer than seconds, and so not as far.
+    constexpr std::chrono::seconds kFarthest = std::chrono::days(365 * 280);
+    const std::chrono::sys_seconds near(std::clamp(instant, -kFarthest, kFarthest));
+    return ToOleDate(LocalSeconds(instant + clock.UtcOffset(near)));
 }
 
 struct TransferDecoder::State {

@@ -34,7 +34,7 @@ struct NewMail {
 // Recipients as a field text ("; " between them, names in quotes where they need them), for a mail
 // that is stored; a semicolon in a name becomes a blank, since each one separates.
 std::string StoredRecipients(const std::vector<Recipient>& recipients);
-// The same for a mail that is sent, where a comma separates as well.
+// The same for a mail that is sent, where a comma separates as well and a blank stays.
 std::string OutgoingRecipients(const std::vector<Recipient>& recipients);
 
 }  // namespace host

@@ -15,10 +15,11 @@ std::string Name(std::string name, std::string_view separators) {
     return name.find_first_of(kNeedsQuotes) != std::string::npos ? '"' + name + '"' : name;
 }
 
-std::string Joined(const std::vector<Recipient>& recipients, std::string_view separators) {
+std::string Joined(const std::vector<Recipient>& recipients, std::string_view separators,
+                   std::string_view between) {
     std::string text;
     for (const Recipient& one : recipients) {
-        if (!text.empty()) text += "; ";
+        if (!text.empty()) text += between;
         const std::string name = Name(one.name, separators);
         text += name.empty() ? one.address : name + " <" + one.address + '>';
     }
@@ -28,11 +29,11 @@ std::string Joined(const std::vector<Recipient>& recipients, std::string_view se
 }  // namespace
 
 std::string StoredRecipients(const std::vector<Recipient>& recipients) {
-    return Joined(recipients, ";");
+    return Joined(recipients, ";", "; ");
 }
 
 std::string OutgoingRecipients(const std::vector<Recipient>& recipients) {
-    return Joined(recipients, ";,");
+    return Joined(recipients, ";,", ";");
 }
 
 }  // namespace host

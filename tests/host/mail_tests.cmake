@@ -17,3 +17,9 @@ kv_test(host_mail_table_test
     SOURCES mail_table_test.cpp ${PROJECT_SOURCE_DIR}/host/cli/mail_table.cpp
             ${PROJECT_SOURCE_DIR}/host/cli/terminal_text.cpp
     DEPENDS host_mail kv_json)
+
+# On the real disk, through the built library beside the test.
+if(NOT WIN32 AND TARGET kvtEUD)
+    kv_test(mail_writer_test SOURCES mail_writer_test.cpp DEPENDS host_mail)
+    add_dependencies(mail_writer_test kvtEUD EUMAPI32 bundles)
+endif()
