@@ -42,6 +42,16 @@ void Append(Part& whole, Part part) {
     whole.rank = std::max(whole.rank, part.rank);
 }
 
+// What is encoded: uuencoded bytes have a line of their own above them.
+std::string_view Content(const PartType& type, std::string_view body) {
+    const bool isUuencoded = EqualsNoCase(type.encoding, "x-uuencode") ||
+                             EqualsNoCase(type.encoding, "uuencode") ||
+                             EqualsNoCase(type.encoding, "x-uue");
+    const auto begin = body.starts_with("begin ") ? 0 : body.find("\nbegin ");
+    if (!isUuencoded || begin == std::string_view::npos) return body;
+    return body.substr(std::min(body.find('\n', begin + 1), body.size() - 1) + 1);
+}
+
 class PartReader {
   public:
     explicit PartReader(unsigned codePage) : m_codePage(codePage) {}
@@ -59,8 +69,9 @@ class PartReader {
         }
         const bool isText = type.Is("text", "plain") || type.Is("text", "html") ||
                             type.Is("text", "enriched") || type.type == "multipart";
-        if (isText && !type.isAttachment && type.fileName.empty()) return Text(type, entity.body);
-        return File(type, entity.body);
+        if (isText && !type.isAttachment && type.fileName.empty())
+            return Text(type, Content(type, entity.body));
+        return File(type, Content(type, entity.body));
     }
 
     bool IsTooComplex() const { return m_isTooComplex; }
