@@ -12,9 +12,11 @@
 #include "platform/kvutil/kvutil.h"
 #include "platform/os/files.h"
 
-// The mail translator: the mails of Eudora's in-box as records of eleven fields. It walks and reads
-// them through Eudora's Simple MAPI library and learns their Message-IDs from the mailbox files.
-// The current record is the message that CMapi holds; there is no store of records here.
+// The mail translator: the mails of Eudora's in-box as records of eleven fields. It walks, reads
+// and deletes them through Eudora's Simple MAPI library and learns their Message-IDs from the
+// mailbox files. The current record is the message that CMapi holds; there is no store of records
+// here. New mails and read states wait in memory until Close writes them into the mailbox files,
+// and mails to be sent until Close hands them to the library.
 class CREudoraMail : public CREudoraTransBase {
   public:
     ~CREudoraMail() override;
@@ -30,9 +32,18 @@ class CREudoraMail : public CREudoraTransBase {
     RRETURNCODE MoveFirst() override;
     RRETURNCODE MoveNext() override;
     RRETURNCODE GoToRecord(LPCTSTR pszRecId) override;
+    RRETURNCODE AddNewRecord(RWORD word) override;
+    using CREudoraTransBase::EditRecord;
+    RRETURNCODE EditRecord() override;
+    using CREudoraTransBase::DeleteRecord;
+    RRETURNCODE DeleteRecord() override;
+    RRETURNCODE DeleteAllRecords() override;
     RRETURNCODE GetRecordID(CString& csRecordId) override;
     RRETURNCODE GetModifiedInfo(CString& csModifiedInfo) override;
     RRETURNCODE GetField(LPCTSTR pszFieldId, unsigned long* pType, void* pCell) override;
+    RRETURNCODE SetField(LPCTSTR pszFieldId, unsigned long* pType, void* pCell) override;
+    RRETURNCODE IsOkToSetRecord(RWORD word, RFIELDCALLBACK pfnGetValue, void* pContext,
+                                BOOL* pbOk) override;
 
     int ShowOptions() override;
     RRETURNCODE InitDefaultSettings() override;
@@ -41,8 +52,13 @@ class CREudoraMail : public CREudoraTransBase {
     RRETURNCODE ResetRecordState() override;
     RRETURNCODE PrepareForAdd() override;
     RRETURNCODE PrepareForEdit() override;
+    RRETURNCODE PrepareForUpdate() override;
     virtual RRETURNCODE InitLocalVars();
 
+    // Appends the queued mails to the mailbox files. What cannot be written stays queued.
+    RRETURNCODE WriteNewMails();
+    // Stores the noted read states in the .toc file; those of mails that stay queued stay noted.
+    RRETURNCODE UpdateMailStatus();
     // Removes the temporary files that GetAttachments made.
     void DeleteAttachFile();
     // Makes what is missing of the two files; RRC_FAILED if one cannot be made.
@@ -82,8 +98,8 @@ class CREudoraMail : public CREudoraTransBase {
     void MakeAttachFolder(CEudoraTransUtil& util);
     CString MailboxPath(const char* extension);
     RRETURNCODE IndexMailbox();
-    std::unique_ptr<platform::File> OpenMailboxFile(const CString& path, platform::Share share,
-                                                    const char* operation);
+    std::unique_ptr<platform::File> OpenMailboxFile(const CString& path, platform::OpenMode mode,
+                                                    platform::Share share, const char* operation);
     RRETURNCODE FillMaps(platform::File& mbx, platform::File& toc);
     RRETURNCODE SendQueuedMails();
     void FreeNewMessage();
@@ -107,5 +123,18 @@ class CREudoraMail : public CREudoraTransBase {
     bool StoreAttachment(const CRAttachmentInfo& item, MapiFileDesc& entry);
     CString AttachPath(const CString& fileName);
 
-    bool m_passedOver = false;  // the running MoveFirst has called MoveNext
+    void SetStatus(std::int32_t status);
+    void SetNewField(int field, void* pCell);
+    void GiveId(std::string_view messageId);
+    void QueueForSending();
+    void QueueForMailbox();
+    void NoteStatus();
+    void ForgetAllIds();
+    std::string MessageIdOf(const MapiMessage& record) const;
+    void ReleaseStored(std::size_t count);
+    void ReportFullMailbox(const CString& path);
+    RRETURNCODE StoreMailStatus();
+
+    bool m_isStatusSet = false;  // the edit in hand has set the status
+    bool m_passedOver = false;   // the running MoveFirst has called MoveNext
 };

@@ -1,26 +1,20 @@
 // Attachments on their way in: copies in Eudora's Attach folder, entered in the new record.
-#include <cstring>
 #include <utility>
 
 #include "frame/guard.h"
 #include "mailstore/eudora_mail.h"
 #include "mailstore/mail_attachments_names.h"
+#include "mailstore/record_text.h"
 #include "platform/os/path.h"
 
 using frame::Guarded;
+using mailstore::CopyOf;
 using mailstore::kLongestPath;
 
 namespace {
 
 // A file, and neither of the two OLE kinds.
 constexpr std::uint32_t kFileFlags = ~(mapi::kOle | mapi::kOleStatic);
-
-std::unique_ptr<char[]> CopyOf(const CString& text) {
-    const std::size_t size = text.Str().size() + 1;
-    auto copy = std::make_unique<char[]>(size);
-    std::memcpy(copy.get(), text.Str().c_str(), size);
-    return copy;
-}
 
 // The files of a record, taken out of it. Going away, they leave neither blocks nor copies.
 class TakenFiles {
@@ -76,7 +70,7 @@ RRETURNCODE CREudoraMail::NewAttachments(LPCTSTR listText) {
 bool CREudoraMail::StoreAttachment(const CRAttachmentInfo& item, MapiFileDesc& entry) {
     platform::Files& files = Util().system.files;
     const CString target = AttachPath(item.csFileName);
-    auto path = CopyOf(target), name = CopyOf(item.csDisplayName);
+    auto path = CopyOf(target.Str()), name = CopyOf(item.csDisplayName.Str());
     const bool isCopied = !target.IsEmpty() && files.Copy(item.csFilePath.Str(), target.Str());
     if (!isCopied) {
         // Nothing was there before: what is there now is a part of the copy.

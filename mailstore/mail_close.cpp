@@ -7,9 +7,11 @@ using frame::Guarded;
 RRETURNCODE CREudoraMail::Close(int) {
     return Guarded("Close", [&] {
         KV_LOG(5, "Enter - CREudoraMail::Close");
-        const RRETURNCODE result = SendQueuedMails();
+        RRETURNCODE result = SendQueuedMails();
         if (m_pMapi != nullptr) m_pMapi->DeleteCurrentAttachments();
         m_pMapi = nullptr;
+        if (WriteNewMails() != RRC_OK) result = RRC_FAILED;
+        if (UpdateMailStatus() != RRC_OK) result = RRC_FAILED;
         DeleteAttachFile();
         return result;
     });

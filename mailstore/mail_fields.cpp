@@ -5,25 +5,14 @@
 #include "frame/guard.h"
 #include "mailstore/eudora_mail.h"
 #include "mailstore/mail_body.h"
+#include "mailstore/mail_field_ids.h"
 #include "mailstore/mail_fields_date.h"
+#include "mailstore/mail_status.h"
 
 using frame::Guarded;
+using namespace mailstore;
 
 namespace {
-
-enum FieldId {
-    kFrom = 1,
-    kTo,
-    kCc,
-    kBcc,
-    kSubject,
-    kDate,
-    kBody,
-    kAttachment,
-    kSize,
-    kMailStatus,
-    kMessageId
-};
 
 struct FieldRow {
     int id;
@@ -34,28 +23,21 @@ struct FieldRow {
 };
 
 constexpr FieldRow kFields[] = {
-    {kFrom, 41, "From", kFieldText, 0x2BD},
-    {kTo, 42, "To", kFieldText, 0x800002BE},
-    {kCc, 43, "cc", kFieldText, 0x2BF},
-    {kBcc, 44, "bcc", kFieldText, 0x2C0},
-    {kSubject, 45, "Subject", kFieldText, 0x14},
-    {kDate, 46, "Date", kFieldDateLast, 0x800002C2},
-    {kBody, 47, "Body", kFieldText, 0x15},
-    {kMailStatus, 0, "MailStatus", kFieldInteger, 0x080002C6},
-    {kMessageId, 0, "MessageId", kFieldText, 0x080002C7},
-    {kSize, 0, "Size", kFieldInteger, 0x080002C3},
-    {kAttachment, 0, "Attachment", kFieldText, 0x0800001F},
+    {kFromField, 41, "From", kFieldText, 0x2BD},
+    {kToField, 42, "To", kFieldText, 0x800002BE},
+    {kCcField, 43, "cc", kFieldText, 0x2BF},
+    {kBccField, 44, "bcc", kFieldText, 0x2C0},
+    {kSubjectField, 45, "Subject", kFieldText, 0x14},
+    {kDateField, 46, "Date", kFieldDateLast, 0x800002C2},
+    {kBodyField, 47, "Body", kFieldText, 0x15},
+    {kStatusField, 0, "MailStatus", kFieldInteger, 0x080002C6},
+    {kMessageIdField, 0, "MessageId", kFieldText, 0x080002C7},
+    {kSizeField, 0, "Size", kFieldInteger, 0x080002C3},
+    {kAttachmentField, 0, "Attachment", kFieldText, 0x0800001F},
 };
 
 constexpr unsigned kMsgNoMemory = 20, kMsgInvalid = 58, kMsgInvalidDate = 75;
 constexpr long kStrTrailerMarker = 77;
-
-constexpr std::uint32_t kStatusUnread = 1, kStatusSent = 4, kStatusRead = 0x20001;
-
-std::uint32_t StatusOf(std::uint32_t flags) {
-    if ((flags & mapi::kSent) != 0) return kStatusSent;
-    return (flags & mapi::kUnread) != 0 ? kStatusUnread : kStatusRead;
-}
 
 // A field of the current message, as CMapi hands it out; gives back what is ours to give back.
 class RawField {
@@ -76,7 +58,8 @@ class RawField {
 
   private:
     static bool IsOwned(int field) {
-        return (field >= kTo && field <= kBcc) || field == kSize || field == kMailStatus;
+        return (field >= kToField && field <= kBccField) || field == kSizeField ||
+               field == kStatusField;
     }
 
     void* m_data = nullptr;
@@ -110,9 +93,9 @@ RRETURNCODE CREudoraMail::GetField(LPCTSTR pszFieldId, unsigned long*, void* pCe
         const CString name(pszFieldId);
         KV_LOG(5, "Enter : CREudoraMail::GetField , Field Name = [%s]\n", name.Str().c_str());
         const int field = std::atoi(name);
-        if (field < kFrom || field > kMessageId) return RRC_OK;
-        if (field == kMessageId) return GiveMessageId(*static_cast<char**>(pCell));
-        if (field == kAttachment) return GiveAttachments(*static_cast<char**>(pCell));
+        if (field < kFromField || field > kMessageIdField) return RRC_OK;
+        if (field == kMessageIdField) return GiveMessageId(*static_cast<char**>(pCell));
+        if (field == kAttachmentField) return GiveAttachments(*static_cast<char**>(pCell));
         MapiMessage* message = nullptr;
         if (Mapi().GetCurrentMessage(message) != 1) return InvalidMessage();
         return GiveField(field, *message, pCell);
@@ -120,16 +103,16 @@ RRETURNCODE CREudoraMail::GetField(LPCTSTR pszFieldId, unsigned long*, void* pCe
 }
 
 RRETURNCODE CREudoraMail::GiveField(int field, const MapiMessage& message, void* pCell) {
-    if (field == kBody) return GiveBody(message, *static_cast<char**>(pCell));
+    if (field == kBodyField) return GiveBody(message, *static_cast<char**>(pCell));
     const RawField raw(Mapi(), field);
-    if (field == kDate) return GiveDate(raw.Text(), *static_cast<double*>(pCell));
-    if (field != kSize && field != kMailStatus) {
+    if (field == kDateField) return GiveDate(raw.Text(), *static_cast<double*>(pCell));
+    if (field != kSizeField && field != kStatusField) {
         return GiveText(raw.Text(), *static_cast<char**>(pCell));
     }
     auto& cell = *static_cast<std::int32_t*>(pCell);
     cell = raw.Number();
-    if (field == kMailStatus) {
-        cell = static_cast<std::int32_t>(StatusOf(static_cast<std::uint32_t>(cell)));
+    if (field == kStatusField) {
+        cell = static_cast<std::int32_t>(StatusOfFlags(static_cast<std::uint32_t>(cell)));
     }
     return RRC_OK;
 }

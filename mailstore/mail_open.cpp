@@ -51,9 +51,9 @@ RRETURNCODE CREudoraMail::IndexMailbox() {
     const CString mbxPath = MailboxPath(".mbx"), tocPath = MailboxPath(".toc");
     // What it cannot make does not open either.
     (void)CreateMailboxFiles(mbxPath, tocPath);
-    const auto mbx = OpenMailboxFile(mbxPath, Share::kRead, "WriteNewMails");
+    const auto mbx = OpenMailboxFile(mbxPath, OpenMode::kRead, Share::kRead, "WriteNewMails");
     if (mbx == nullptr) return RRC_FAILED;
-    const auto toc = OpenMailboxFile(tocPath, Share::kNone, "Open");
+    const auto toc = OpenMailboxFile(tocPath, OpenMode::kRead, Share::kNone, "Open");
     if (toc == nullptr) return RRC_FAILED;
     try {
         return FillMaps(*mbx, *toc);
@@ -64,9 +64,9 @@ RRETURNCODE CREudoraMail::IndexMailbox() {
     }
 }
 
-std::unique_ptr<File> CREudoraMail::OpenMailboxFile(const CString& path, Share share,
+std::unique_ptr<File> CREudoraMail::OpenMailboxFile(const CString& path, OpenMode mode, Share share,
                                                     const char* operation) {
-    auto file = Util().system.files.Open(path.Str(), OpenMode::kRead, share);
+    auto file = Util().system.files.Open(path.Str(), mode, share);
     if (file) return *std::move(file);
     KV_LOG(1, "Unable to Open a file [%s] in CREudoraMail::%s()\n", path.Str().c_str(), operation);
     KV_LOG(1, "File Open Error Cause = %d in CREudoraMail::%s()\n", file.Error().systemError,

@@ -40,6 +40,10 @@ std::string ToManifest(const Backup& backup) {
     return manifest.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + '\n';
 }
 
+std::string SideOf(const std::string& path) {
+    return path + ".kvnew";
+}
+
 }  // namespace
 
 std::string ParentFolder(platform::Files& files, const std::string& path) {
@@ -116,7 +120,8 @@ platform::Status Backups::Fill(Backup& backup, const std::string& folder,
             continue;
         }
         const auto last = LastSeparator(origin, m_files.Separator());
-        const std::string name = origin.substr(last == std::string::npos ? 0 : last + 1);
+        std::string name = origin.substr(last == std::string::npos ? 0 : last + 1);
+        if (m_files.Exists(Join(folder, name))) name = std::to_string(backup.files.size()) + name;
         if (auto status = CopyFlushed(origin, Join(folder, name)); !status) return status;
         backup.files.push_back({name, origin});
     }
@@ -165,13 +170,32 @@ platform::Result<std::vector<Backup>> Backups::List() {
     return backups;
 }
 
+platform::Status Backups::Prune() {
+    constexpr std::size_t kNewest = 10;
+    const std::string oldest = TimeName(m_clock.Now() - std::chrono::days(30));
+    auto backups = List();
+    if (!backups) return backups.Error();
+    for (std::size_t i = 0; i + kNewest < backups->size(); ++i) {
+        const std::string& id = (*backups)[i].id;
+        if (id < oldest) Discard(Join(m_folder, id));
+    }
+    return {};
+}
+
+platform::Status Backups::Stage(const std::string& folder, const Backup& backup) {
+    for (const BackupFile& file : backup.files) {
+        auto status = CopyFlushed(Join(folder, file.name), SideOf(file.origin));
+        if (status) continue;
+        for (const BackupFile& staged : backup.files) (void)m_files.Delete(SideOf(staged.origin));
+        return status;
+    }
+    return {};
+}
+
 // A side file takes the place of the present one, so that a fault leaves the one or the other.
-platform::Status Backups::PutBack(const std::string& from, const std::string& to) {
-    const std::string side = to + ".kvnew";
-    platform::Status status = CopyFlushed(from, side);
-    if (status) status = m_files.Exists(to) ? m_files.Replace(side, to) : m_files.Move(side, to);
-    if (!status) (void)m_files.Delete(side);
-    return status;
+platform::Status Backups::PutInPlace(const std::string& to) {
+    const std::string side = SideOf(to);
+    return m_files.Exists(to) ? m_files.Replace(side, to) : m_files.Move(side, to);
 }
 
 platform::Result<Backup> Backups::Restore(const std::string& id) {
@@ -185,13 +209,16 @@ platform::Result<Backup> Backups::Restore(const std::string& id) {
     for (const BackupFile& file : backup->files) origins.push_back(file.origin);
     auto present = Make(origins, "before the restore of " + id);
     if (!present) return present.Error();
-    for (const std::string& path : backup->absent) {
-        auto status = m_files.Delete(path);
-        if (!status && status.Error().code != ErrorCode::kNotFound) return status.Error();
-    }
+    if (auto status = Stage(Join(m_folder, id), *backup); !status) return status.Error();
+    platform::Status status;
     for (const BackupFile& file : backup->files) {
-        auto status = PutBack(Join(Join(m_folder, id), file.name), file.origin);
-        if (!status) return status.Error();
+        if (status) status = PutInPlace(file.origin);
+        if (!status) (void)m_files.Delete(SideOf(file.origin));
+    }
+    if (!status) return status.Error();
+    for (const std::string& path : backup->absent) {
+        auto gone = m_files.Delete(path);
+        if (!gone && gone.Error().code != ErrorCode::kNotFound) return gone.Error();
     }
     return present;
 }

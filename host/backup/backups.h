@@ -29,9 +29,18 @@ class Backups {
 
     // Copies a nickname file and its side file (.toc in any case), which need not exist.
     platform::Result<Backup> MakeOf(const std::string& nicknameFile, const std::string& reason);
+    // Copies files that need not exist. A restore puts them back in this order.
+    platform::Result<Backup> MakeOfSet(const std::vector<std::string>& origins,
+                                       const std::string& reason) {
+        return Make(origins, reason);
+    }
+    // Removes backups that are older than 30 days and not among the newest 10.
+    platform::Status Prune();
     // Oldest first.
     platform::Result<std::vector<Backup>> List();
     // Puts the files back, each in one step, after a backup of the present ones, which it gives.
+    // All are copied beside their places before the first takes its own, and what did not exist
+    // then goes last, so that a restore that was cut off is completed by another one.
     // kRefused for an unknown id.
     platform::Result<Backup> Restore(const std::string& id);
 
@@ -39,7 +48,8 @@ class Backups {
     std::string Join(const std::string& folder, const std::string& name) const;
     platform::Result<std::string> NewFolder();
     platform::Status CopyFlushed(const std::string& from, const std::string& to);
-    platform::Status PutBack(const std::string& from, const std::string& to);
+    platform::Status Stage(const std::string& folder, const Backup& backup);
+    platform::Status PutInPlace(const std::string& to);
     platform::Result<Backup> Make(const std::vector<std::string>& origins,
                                   const std::string& reason);
     platform::Status Fill(Backup& backup, const std::string& folder,

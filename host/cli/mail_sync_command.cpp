@@ -1,7 +1,10 @@
 #include "host/cli/sync_reports.h"
 #include "host/mail/compose.h"
+#include "host/mail/incoming_folder.h"
+#include "host/mail/parse.h"
 #include "host/mailsync/eudora_mail_source.h"
 #include "host/mailsync/mail_sync.h"
+#include "host/module/native_path.h"
 #include "host/module/windows_path.h"
 #include "platform/os/system.h"
 
@@ -15,6 +18,48 @@ platform::Result<std::unique_ptr<MailSource>> OpenSource(Workplace& place) {
     if (!session) return session.Error();
     return EudoraMailSource::Open(*std::move(session), selection,
                                   platform::NativeSystem().processes.CodePage());
+}
+
+// Reads files of the Maildir for Eudora; the folder for their attachments is made with the first.
+class IncomingReader {
+  public:
+    explicit IncomingReader(const Setup& setup) : m_key(setup.memoryKey) {}
+
+    platform::Result<NewMail> Read(std::string_view bytes, const std::string& name) {
+        if (m_folder == nullptr) {
+            auto folder = IncomingFolder::Create(m_key);
+            if (!folder) return folder.Error();
+            m_folder = *std::move(folder);
+        }
+        const ParsePlace place{platform::NativeFiles(), m_folder->Path(),
+                               platform::NativeSystem().processes.CodePage(),
+                               platform::NativeSystem().clock};
+        return ParseMail(bytes, place, name);
+    }
+
+  private:
+    std::string m_key;
+    std::unique_ptr<IncomingFolder> m_folder;
+};
+
+// In the order of a safe restore: a table of contents before its mailbox, which mostly grows at its
+// end; the in-box before the Trash, so that a mail is in both rather than in none.
+std::vector<std::string> EudoraFiles(const Setup& setup) {
+    std::vector<std::string> files;
+    const auto add = [&](const std::string& path) {
+        if (const auto native = ToNativePath(path)) files.push_back(*native);
+    };
+    for (const char* box : {"In", "Trash", "Out"}) {
+        for (const char* end : {".toc", ".mbx"}) add(setup.eudoraFolder + '\\' + box + end);
+    }
+    for (const char* end : {".txt", ".toc"}) add(setup.eudoraFolder + "\\nndbase" + end);
+    auto& system = platform::NativeSystem().files;
+    const std::string folder = setup.eudoraFolder + "\\NickName";
+    const auto entries = system.List(folder, "*");
+    for (const auto& entry : entries ? *entries : std::vector<platform::FolderEntry>()) {
+        if (!entry.isFolder) add(folder + '\\' + entry.name);
+    }
+    return files;
 }
 
 }  // namespace
@@ -39,7 +84,13 @@ platform::Result<Report> ReportMail(Workplace& place, const Options& options,
     MailSyncOptions sync;
     const bool writesNothing = options.setup.writesNothing;
     sync.open = [&place] { return OpenSource(place); };
+    const auto reader = std::make_shared<IncomingReader>(place.Place());
+    sync.parse = [reader](std::string_view bytes, const std::string& name) {
+        return reader->Read(bytes, name);
+    };
     sync.inbox = *inbox;
+    sync.outbox = ToNativePath(place.Place().eudoraFolder + "\\Out.toc").value_or("");
+    sync.eudoraFiles = EudoraFiles(place.Place());
     sync.maildir = Canonical(*options.maildir);
     sync.dryRun = writesNothing;
     sync.quiet = options.quiet;

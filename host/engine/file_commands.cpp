@@ -4,6 +4,7 @@
 #include "host/engine/place.h"
 #include "host/engine/progress.h"
 #include "host/engine/report.h"
+#include "host/state/mail_state.h"
 #include "host/state/state_file.h"
 
 namespace host {
@@ -32,6 +33,21 @@ platform::Result<std::size_t> Export(const CommandPlace& place, const ExportOpti
         if (!added) return added.Error();
     }
     return count;
+}
+
+// With the in-box of another day what was in step tells nothing: the next run must not carry the
+// difference into the Maildir as removals.
+platform::Status ForgetMails(const CommandPlace& place, Backups& backups, const std::string& id) {
+    const auto known = backups.List();
+    if (!known) return known.Error();
+    for (const Backup& backup : *known) {
+        if (backup.id != id) continue;
+        for (const BackupFile& file : backup.files) {
+            auto forgotten = MailState::ForgetInBox(place.files, place.stateFile, file.origin);
+            if (!forgotten) return forgotten;
+        }
+    }
+    return {};
 }
 
 }  // namespace
@@ -76,6 +92,9 @@ Report RunRestore(const CommandPlace& place, const RestoreOptions& options) {
     Backups backups = BackupsOf(place);
     auto lock = StateLock::Take(place.files, place.stateFile, place.files.Exists(place.stateFile));
     if (!lock) return RefusalReport(lock.Error());
+    if (auto forgotten = ForgetMails(place, backups, options.id); !forgotten) {
+        return RefusalReport(forgotten.Error());
+    }
     auto present = backups.Restore(options.id);
     Report report;
     if (present) {

@@ -16,6 +16,8 @@ namespace host {
 namespace {
 
 constexpr std::size_t kHeaderRoom = 2048;
+// What ParseMail knows again by the parameter, to other programs it is a text like others.
+constexpr std::string_view kRemarkType = "text/plain; charset=UTF-8; x-eudora=remark";
 
 struct EncodedPiece {
     TextPiece piece;
@@ -43,16 +45,16 @@ std::string_view TypeOf(TextPiece::Kind kind) {
         case TextPiece::Kind::kFlowed:
             return "text/plain; charset=UTF-8; format=flowed";
         case TextPiece::Kind::kHtml:
-            return "text/html; charset=UTF-8";
+            return "text/html; charset=UTF-8; x-eudora=html";
         case TextPiece::Kind::kEnriched:
             break;
     }
-    return "text/enriched; charset=UTF-8";
+    return "text/enriched; charset=UTF-8; x-eudora=rich";
 }
 
-void AppendText(std::string& out, const EncodedPiece& text) {
+void AppendText(std::string& out, const EncodedPiece& text, std::string_view type) {
     out += "Content-Type: ";
-    out += TypeOf(text.piece.kind);
+    out += type;
     out += "\nContent-Transfer-Encoding: ";
     out += NameOf(text.encoding);
     out += "\n\n";
@@ -117,7 +119,7 @@ platform::Status AppendParts(std::string& out, platform::Files& files, const Mai
     PartWriter parts(out, BoundaryFor(out, texts));
     for (const EncodedPiece& text : texts) {
         parts.Begin();
-        AppendText(out, text);
+        AppendText(out, text, TypeOf(text.piece.kind));
     }
     std::string remarks;
     if (auto status = AppendAttachments(out, parts, files, mail, remarks); !status) return status;
@@ -125,7 +127,8 @@ platform::Status AppendParts(std::string& out, platform::Files& files, const Mai
     if (!remarks.empty()) {
         parts.Begin();
         // Base64, so that no name can hold a boundary.
-        AppendText(out, {{TextPiece::Kind::kPlain, remarks}, TransferEncoding::kBase64});
+        AppendText(out, {{TextPiece::Kind::kPlain, remarks}, TransferEncoding::kBase64},
+                   kRemarkType);
     }
     parts.Finish();
     return {};
@@ -145,7 +148,7 @@ platform::Result<std::string> ComposeMail(platform::Files& files, const Mail& ma
     std::string message = HeaderOf(mail, offset);
     message.reserve(kHeaderRoom + body.size());
     if (texts.size() == 1 && mail.attachments.empty() && mail.notes.empty()) {
-        AppendText(message, texts.front());
+        AppendText(message, texts.front(), TypeOf(texts.front().piece.kind));
         return message;
     }
     if (auto status = AppendParts(message, files, mail, texts); !status) return status.Error();

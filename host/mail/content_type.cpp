@@ -74,4 +74,9 @@ std::string_view ContentTypeOf(std::string_view fileName) {
     return row->type;
 }
 
+std::string_view ExtensionOf(std::string_view contentType) {
+    const auto found = std::ranges::find(kTypes, contentType, &TypeRow::type);
+    return found != kTypes.end() ? found->extension : std::string_view();
+}
+
 }  // namespace host

@@ -1,5 +1,6 @@
 #include "host/mail/eudora_mails.h"
 
+#include "host/mail/mail_fields.h"
 #include "host/module/windows_path.h"
 #include "platform/kvutil/kvutil.h"
 #include "platform/os/code_page.h"
@@ -7,20 +8,6 @@
 namespace host {
 
 namespace {
-
-enum FieldNumber {
-    kFrom = 1,
-    kTo,
-    kCc,
-    kBcc,
-    kSubject,
-    kDate,
-    kBody,
-    kAttachment,
-    kSize,
-    kStatus,
-    kMessageId
-};
 
 // No mail's id: those begin with "0x".
 const std::string kNoMail = "none";
@@ -89,8 +76,8 @@ platform::Result<MailHead> EudoraMails::CurrentHead() {
     return MailHead{*std::move(id), *std::move(marker)};
 }
 
-std::optional<std::string> EudoraMails::Field(int number, std::vector<std::string>& notes) {
-    auto text = OrNote(m_session.Text(std::to_string(number)), notes);
+std::optional<std::string> EudoraMails::Field(MailField field, std::vector<std::string>& notes) {
+    auto text = OrNote(m_session.Text(FieldId(field)), notes);
     if (!text || !*text) return std::nullopt;
     return platform::ToUtf8(**text, m_codePage);
 }
@@ -98,13 +85,13 @@ std::optional<std::string> EudoraMails::Field(int number, std::vector<std::strin
 // A mail without a Message-ID has its record id in its place. One that the index of ids leaves out,
 // as it has no "To: " or came later, gives a failure instead of a text: for the person the same.
 std::optional<std::string> EudoraMails::MessageId(const std::string& recordId) {
-    const auto text = m_session.Text(std::to_string(kMessageId));
+    const auto text = m_session.Text(FieldId(MailField::kMessageId));
     if (!text || !*text || **text == recordId) return std::nullopt;
     return platform::ToUtf8(**text, m_codePage);
 }
 
 void EudoraMails::ReadAttachments(Mail& mail) {
-    const auto text = OrNote(m_session.Text(std::to_string(kAttachment)), mail.notes);
+    const auto text = OrNote(m_session.Text(FieldId(MailField::kAttachment)), mail.notes);
     if (!text || !*text) return;
     CArray<CRAttachmentInfo> list;
     if (StrToAttachmentInfo((*text)->c_str(), list) != RRC_OK) {
@@ -128,16 +115,17 @@ platform::Result<Mail> EudoraMails::Current(MailParts parts) {
     Mail mail;
     mail.id = std::move(head->id);
     mail.marker = std::move(head->marker);
-    mail.from = Field(kFrom, mail.notes);
-    mail.to = Field(kTo, mail.notes);
-    mail.cc = Field(kCc, mail.notes);
-    mail.bcc = Field(kBcc, mail.notes);
-    mail.subject = Field(kSubject, mail.notes);
-    mail.date = OrNote(m_session.Date(std::to_string(kDate)), mail.notes).value_or(std::nullopt);
-    if (HasBody(parts)) mail.body = Field(kBody, mail.notes);
-    const auto size = OrNote(m_session.Number(std::to_string(kSize)), mail.notes);
+    mail.from = Field(MailField::kFrom, mail.notes);
+    mail.to = Field(MailField::kTo, mail.notes);
+    mail.cc = Field(MailField::kCc, mail.notes);
+    mail.bcc = Field(MailField::kBcc, mail.notes);
+    mail.subject = Field(MailField::kSubject, mail.notes);
+    mail.date =
+        OrNote(m_session.Date(FieldId(MailField::kDate)), mail.notes).value_or(std::nullopt);
+    if (HasBody(parts)) mail.body = Field(MailField::kBody, mail.notes);
+    const auto size = OrNote(m_session.Number(FieldId(MailField::kSize)), mail.notes);
     mail.size = static_cast<std::uint32_t>(size.value_or(0));
-    if (const auto status = OrNote(m_session.Number(std::to_string(kStatus)), mail.notes)) {
+    if (const auto status = OrNote(m_session.Number(FieldId(MailField::kStatus)), mail.notes)) {
         mail.status = static_cast<std::uint32_t>(*status);
     }
     mail.messageId = MessageId(mail.id);

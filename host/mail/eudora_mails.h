@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "host/mail/mail.h"
+#include "host/mail/mail_fields.h"
 #include "host/module/translator_session.h"
 #include "platform/os/result.h"
 
@@ -37,7 +38,7 @@ class EudoraMails {
     platform::Result<Mail> Current(MailParts parts);
 
   private:
-    std::optional<std::string> Field(int number, std::vector<std::string>& notes);
+    std::optional<std::string> Field(MailField field, std::vector<std::string>& notes);
     std::optional<std::string> MessageId(const std::string& recordId);
     void ReadAttachments(Mail& mail);
     platform::Result<bool> IsGoneBy(const std::string& message);

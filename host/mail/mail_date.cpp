@@ -12,6 +12,7 @@ using std::chrono::seconds;
 
 constexpr double kFirstDay = -657434;     // 0100-01-01
 constexpr double kPastLastDay = 2958466;  // 10000-01-01
+constexpr std::chrono::local_days kEpoch{std::chrono::year{1899} / 12 / 30};
 constexpr const char* kDayNames[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
 constexpr const char* kMonthNames[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                        "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
@@ -35,10 +36,17 @@ struct Split {
 
 std::optional<LocalSeconds> FromOleDate(double date) {
     if (!(date >= kFirstDay && date < kPastLastDay)) return std::nullopt;
-    constexpr std::chrono::local_days kEpoch{std::chrono::year{1899} / 12 / 30};
     const double whole = std::trunc(date);
     const double ofDay = std::round(std::fabs(date - whole) * 86400);
     return kEpoch + days(static_cast<int>(whole)) + seconds(static_cast<int>(ofDay));
+}
+
+std::optional<double> ToOleDate(LocalSeconds local) {
+    const auto day = std::chrono::floor<days>(local);
+    const auto whole = static_cast<double>((day - kEpoch).count());
+    if (!(whole >= kFirstDay && whole < kPastLastDay)) return std::nullopt;
+    const double ofDay = static_cast<double>((local - day).count()) / 86400;
+    return whole < 0 ? whole - ofDay : whole + ofDay;
 }
 
 std::string MessageDate(LocalSeconds local, seconds offset) {

@@ -13,6 +13,9 @@ using LocalSeconds = std::chrono::local_seconds;
 // that day. Nothing outside the years 100 to 9999.
 std::optional<LocalSeconds> FromOleDate(double date);
 
+// The same the other way round.
+std::optional<double> ToOleDate(LocalSeconds local);
+
 // "Tue, 24 Nov 2026 17:05:00 +0100": the form of RFC 5322.
 std::string MessageDate(LocalSeconds local, std::chrono::seconds offset);
 

@@ -10,13 +10,13 @@ namespace {
 
 constexpr std::size_t kLongestId = 900;  // a line of a header holds 998 bytes
 
-bool FitsHeader(std::string_view id) {
+}  // namespace
+
+bool CanBeMessageId(std::string_view id) {
     return !id.empty() && id.size() <= kLongestId && std::ranges::all_of(id, [](char letter) {
         return letter > ' ' && letter < 0x7F && letter != '<' && letter != '>';
     });
 }
-
-}  // namespace
 
 bool IsIndexId(std::string_view id) {
     return id.size() == 10 && id.starts_with("0x") &&
@@ -36,7 +36,7 @@ std::string Fingerprint(std::string_view text) {
 
 std::string MessageIdOf(const Mail& mail) {
     const std::string& own = mail.messageId ? *mail.messageId : mail.id;
-    if (FitsHeader(own) && !IsIndexId(own)) return own;
+    if (CanBeMessageId(own) && !IsIndexId(own)) return own;
     std::string told = own;
     for (const auto* text : {&mail.from, &mail.to, &mail.subject}) {
         told += '\n' + text->value_or("");

@@ -13,6 +13,9 @@ namespace host {
 // told of it: the same at each run, another for another mail.
 std::string MessageIdOf(const Mail& mail);
 
+// Whether a header can hold it as a Message-ID.
+bool CanBeMessageId(std::string_view id);
+
 // Whether it is the id by which Eudora knows a mail: "0x" and eight upper-case hexadecimal digits.
 bool IsIndexId(std::string_view id);
 

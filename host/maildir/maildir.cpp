@@ -147,6 +147,15 @@ platform::Status Maildir::Remove(const MaildirEntry& entry) {
     return m_files.Delete(PathOf(entry));
 }
 
+platform::Status Maildir::MoveInto(Maildir& other, const MaildirEntry& entry,
+                                   std::string_view flags) {
+    return other.MoveTo(PathOf(entry), entry.unique, flags);
+}
+
+platform::Result<std::string> Maildir::Read(const MaildirEntry& entry, std::uint64_t limit) {
+    return platform::ReadWhole(m_files, PathOf(entry), limit, platform::Share::kReadWrite);
+}
+
 platform::Status Maildir::FlushOneByOne(const std::vector<MaildirEntry>& delivered) {
     for (const MaildirEntry& entry : delivered) {
         auto file = m_files.Open(PathOf(entry), platform::OpenMode::kReadWrite,

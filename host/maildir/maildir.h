@@ -41,6 +41,11 @@ class Maildir {
     // Settle.
     platform::Status SetFlags(const MaildirEntry& entry, std::string_view flags);
     platform::Status Remove(const MaildirEntry& entry);
+    // Moves a mail into cur of another Maildir on the same file system, which is there, with these
+    // flags. Durable after Settle.
+    platform::Status MoveInto(Maildir& other, const MaildirEntry& entry, std::string_view flags);
+    // The whole mail.
+    platform::Result<std::string> Read(const MaildirEntry& entry, std::uint64_t limit);
     // Returns when all of the above is on the disk. `delivered` names the deliveries since the
     // last call.
     platform::Status Settle(const std::vector<MaildirEntry>& delivered);

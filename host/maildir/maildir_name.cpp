@@ -27,7 +27,7 @@ MaildirName ParseMaildirName(std::string_view name) {
 std::string SortedFlags(std::string_view flags) {
     std::string sorted(flags);
     std::ranges::sort(sorted);
-    sorted.erase(std::ranges::unique(sorted).begin(), sorted.end());
+    sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
     return sorted;
 }
 

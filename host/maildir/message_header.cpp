@@ -13,14 +13,13 @@ char Lower(char letter) {
     return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
 }
 
-// The value of a field line if it is the Message-ID's.
-bool IsMessageId(std::string_view line) {
+bool IsField(std::string_view line, std::string_view wanted) {
     const auto colon = line.find(':');
     if (colon == std::string_view::npos) return false;
     auto name = line.substr(0, colon);
     const auto last = name.find_last_not_of(kBlank);
     name = name.substr(0, last == std::string_view::npos ? 0 : last + 1);
-    return std::ranges::equal(name, kField, [](char a, char b) { return Lower(a) == b; });
+    return std::ranges::equal(name, wanted, [](char a, char b) { return Lower(a) == b; });
 }
 
 std::string Trimmed(std::string_view text) {
@@ -62,13 +61,27 @@ bool HoldsWholeHeader(std::string_view text) {
 std::string MessageIdInHeader(std::string_view message) {
     for (auto rest = message; !rest.empty() && !IsHeaderEnd(rest);) {
         const auto length = FieldLength(rest);
-        if (IsMessageId(rest.substr(0, length))) {
+        if (IsField(rest.substr(0, length), kField)) {
             // A field without an end may lack a part of its value.
             if (length == std::string_view::npos && rest.back() != '\n') return {};
             const auto field = rest.substr(0, length);
             return IdOf(field.substr(field.find(':') + 1));
         }
         if (length == std::string_view::npos) break;
+        rest.remove_prefix(length);
+    }
+    return {};
+}
+
+std::string FieldInHeader(std::string_view message, std::string_view name) {
+    for (auto rest = message; !rest.empty() && !IsHeaderEnd(rest);) {
+        const auto length = std::min(FieldLength(rest), rest.size());
+        const auto field = rest.substr(0, length);
+        if (IsField(field, name)) {
+            std::string value = Trimmed(field.substr(field.find(':') + 1));
+            std::erase_if(value, [](char letter) { return letter == '\r' || letter == '\n'; });
+            return value;
+        }
         rest.remove_prefix(length);
     }
     return {};

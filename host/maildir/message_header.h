@@ -16,7 +16,11 @@ inline constexpr std::size_t kLargestHeader = 64 * 1024;
 // the header does not matter. Of a header that is cut off only whole fields count.
 std::string MessageIdInHeader(std::string_view message);
 
-// The same of a file, of which no more is read than its header and the rest of a block.
+// The text of the first field of that name (in lower case), unfolded and trimmed; empty if there is
+// none.
+std::string FieldInHeader(std::string_view message, std::string_view name);
+
+// The Message-ID of a file, of which no more is read than its header and the rest of a block.
 platform::Result<std::string> ReadMessageId(platform::Files& files, const std::string& path);
 
 }  // namespace host

@@ -1,7 +1,6 @@
 #include "host/mailsync/eudora_mail_source.h"
 
-#include <algorithm>
-
+#include "host/mailsync/mail_content.h"
 #include "host/module/native_path.h"
 
 namespace host {
@@ -11,15 +10,6 @@ namespace {
 constexpr const char* kFrom = "1";
 constexpr const char* kSubject = "5";
 constexpr const char* kMessageId = "11";
-
-// In one line, without anything that moves a terminal's cursor.
-std::string Printable(std::string text) {
-    std::ranges::replace_if(
-        text,
-        [](char letter) { return static_cast<unsigned char>(letter) < ' ' || letter == 0x7F; },
-        ' ');
-    return text;
-}
 
 }  // namespace
 
@@ -53,6 +43,7 @@ EudoraMailSource::EudoraMailSource(TranslatorSession session, std::string select
                                    MailLimits limits, unsigned codePage)
     : m_session(std::move(session)),
       m_mails(m_session, codePage),
+      m_writer(m_session),
       m_selection(std::move(selection)),
       m_limits(limits),
       m_limitsLine(DescribeLeftOut(limits)) {}
@@ -110,10 +101,15 @@ std::optional<std::string> EudoraMailSource::MessageId() {
 std::string EudoraMailSource::Name() {
     const auto textOf = [&](const char* field) {
         auto text = m_session.Text(field);
-        return text && *text ? Printable(ToUtf8(**text)) : std::string();
+        return text && *text ? ToUtf8(**text) : std::string();
     };
-    const std::string subject = textOf(kSubject), from = textOf(kFrom);
-    return (subject.empty() ? "(no subject)" : subject) + (from.empty() ? "" : " from " + from);
+    return MailName(textOf(kSubject), textOf(kFrom));
+}
+
+platform::Status EudoraMailSource::Finish() {
+    const auto finished = m_writer.Finish();
+    const auto opened = m_session.Open();
+    return finished ? opened : finished;
 }
 
 platform::Result<Mail> EudoraMailSource::Read(MailParts parts) {

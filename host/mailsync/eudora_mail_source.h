@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "host/mail/eudora_mail_writer.h"
 #include "host/mailsync/mail_source.h"
 #include "host/module/mail_settings.h"
 #include "host/module/translator_session.h"
@@ -27,6 +28,17 @@ class EudoraMailSource : public MailSource {
     std::optional<std::string> MessageId() override;
     std::string Name() override;
     platform::Result<Mail> Read(MailParts parts) override;
+    platform::Result<MailHead> Add(const NewMail& mail, std::uint32_t status) override {
+        return m_writer.Add(mail, status);
+    }
+    platform::Status AddOutgoing(const NewMail& mail) override {
+        return m_writer.AddOutgoing(mail);
+    }
+    platform::Status SetStatus(const std::string& id, std::uint32_t status) override {
+        return m_writer.SetStatus(id, status);
+    }
+    platform::Status Remove(const std::string& id) override { return m_writer.Remove(id); }
+    platform::Status Finish() override;
 
   private:
     EudoraMailSource(TranslatorSession session, std::string selection, MailLimits limits,
@@ -35,6 +47,7 @@ class EudoraMailSource : public MailSource {
 
     TranslatorSession m_session;
     EudoraMails m_mails;
+    EudoraMailWriter m_writer;
     std::string m_selection;
     MailLimits m_limits;
     std::string m_limitsLine;

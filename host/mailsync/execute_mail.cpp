@@ -1,6 +1,8 @@
 #include "host/mailsync/execute_mail.h"
 
 #include "host/mail/compose.h"
+#include "host/mail/message_id.h"
+#include "host/mailsync/execute_eudora.h"
 #include "host/mailsync/mail_content.h"
 
 namespace host {
@@ -52,8 +54,8 @@ bool MailExecution::Check(const platform::Status& status, const std::string& wha
 
 // Nothing of the delivery is left; the mail is a new one in the same plan.
 void MailExecution::Redo(const MailStep& step) {
-    m_work.maildir.DiscardUnfinished(step.row.unique);
-    if (!step.file.name.empty()) (void)m_work.maildir.Remove(step.file);
+    m_work.folders.mails.DiscardUnfinished(step.row.unique);
+    if (!step.file.name.empty()) (void)m_work.folders.mails.Remove(step.file);
     m_change.forget.push_back(step.row.key);
 }
 
@@ -71,9 +73,10 @@ platform::Result<bool> MailExecution::Prepare(const MailStep& step, Delivery& de
     }
     delivery.message = *std::move(message);
     delivery.row = step.row;
-    delivery.row.unique = m_work.maildir.NewName();
+    delivery.row.unique = m_work.folders.mails.NewName();
     delivery.row.size = delivery.message.size();
     delivery.row.content = ContentOf(*mail);
+    delivery.row.fileId = MessageIdOf(*mail);
     return true;
 }
 
@@ -95,9 +98,9 @@ bool MailExecution::DeliverBatch() {
     m_isFolderChanged = true;
     for (const Delivery& delivery : m_batch) {
         const RememberedMail& row = delivery.row;
-        const auto status = m_work.maildir.Deliver(row.unique, delivery.message, row.flags);
+        const auto status = m_work.folders.mails.Deliver(row.unique, delivery.message, row.flags);
         if (!Check(status, row.name)) return false;
-        m_delivered.push_back(m_work.maildir.EntryOf(row.unique, row.flags));
+        m_delivered.push_back(m_work.folders.mails.EntryOf(row.unique, row.flags));
     }
     m_batch.clear();
     m_batchBytes = 0;
@@ -108,7 +111,7 @@ bool MailExecution::DeliverBatch() {
 bool MailExecution::ComposeAll() {
     const std::size_t total = m_plan.Count(MailAct::kCompose);
     if (total == 0) return true;
-    if (!Check(m_work.maildir.Create(), "Maildir")) return false;
+    if (!Check(m_work.folders.mails.Create(), "Maildir")) return false;
     std::size_t done = 0;
     for (const MailStep& step : m_plan.steps) {
         if (step.act != MailAct::kCompose) continue;
@@ -122,7 +125,7 @@ bool MailExecution::ComposeAll() {
 
 // A file that another program renamed or removed meanwhile is the next run's affair.
 void MailExecution::SetFlags(const MailStep& step) {
-    const auto status = m_work.maildir.SetFlags(step.file, step.row.flags);
+    const auto status = m_work.folders.mails.SetFlags(step.file, step.row.flags);
     if (!status && status.Error().code == ErrorCode::kNotFound) return;
     if (!Check(status, step.row.name)) return;
     m_isFolderChanged = true;
@@ -130,7 +133,7 @@ void MailExecution::SetFlags(const MailStep& step) {
 }
 
 void MailExecution::Remove(const MailStep& step) {
-    const auto status = m_work.maildir.Remove(step.file);
+    const auto status = m_work.folders.mails.Remove(step.file);
     if (!status && status.Error().code == ErrorCode::kNotFound) return;
     if (!Check(status, step.row.name)) return;
     m_isFolderChanged = true;
@@ -139,12 +142,14 @@ void MailExecution::Remove(const MailStep& step) {
 
 void MailExecution::Finish(bool allDelivered) {
     m_change.settle = allDelivered && !m_delivered.empty();
-    if (m_isFolderChanged && !Check(m_work.maildir.Settle(m_delivered), "Maildir")) return;
+    if (m_isFolderChanged && !Check(m_work.folders.mails.Settle(m_delivered), "Maildir")) return;
     if (m_change.put.empty() && m_change.forget.empty() && !m_change.settle) return;
     (void)Check(m_work.memory.Save(m_change), "state");
 }
 
 MailOutcome MailExecution::Run() {
+    const bool changesEudora = m_plan.ChangesEudora();
+    if (changesEudora && !Check(m_work.backup(), "backup")) return std::move(m_outcome);
     for (const MailStep& step : m_plan.steps) {
         if (step.act == MailAct::kRedo) Redo(step);
     }
@@ -156,6 +161,8 @@ MailOutcome MailExecution::Run() {
         if (step.act == MailAct::kForget) m_change.forget.push_back(step.row.key);
     }
     Finish(allDelivered);
+    const bool hasMore = changesEudora || m_plan.Count(MailAct::kFile) > 0;
+    if (hasMore && m_outcome.errors.empty()) ExecuteOnEudora(m_plan, m_work, m_outcome);
     return std::move(m_outcome);
 }
 

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/engine/progress.h"
+#include "host/mailsync/load_mail.h"
 #include "host/mailsync/mail_plan.h"
 #include "host/mailsync/mail_source.h"
 #include "platform/os/clock.h"
@@ -19,18 +22,25 @@ struct MailOutcome {
 // What a plan is carried out on. The objects outlive the call.
 struct MailWork {
     MailSource& source;
-    Maildir& maildir;
+    MailFolders& folders;
     MailMemory& memory;
     platform::Files& files;  // for attachments
     platform::Clock& clock;
     Progress& progress;
+    // Reads a file for Eudora; the name is what a refusal calls it.
+    std::function<platform::Result<NewMail>(std::string_view, const std::string&)> parse;
+    // How many mails lie in Eudora's out-box.
+    std::function<platform::Result<std::size_t>()> queued;
+    // Called once before the first change of Eudora's side; its failure ends the run there.
+    std::function<platform::Status()> backup;
 };
 
-// Carries out a plan. The order makes a run that is cut off at any point harmless, by a kill or by
-// the loss of power: before a batch of mails is delivered it is remembered, under which names and
-// with which sizes; what the next run finds of it whole is in step, what it does not is composed
-// again. All other changes can be found half done and are planned again or found to be equal. The
-// memory of finished work is kept only when that work is on the disk.
+// Carries out a plan, the Maildir first. The order makes a run that is cut off at any point
+// harmless, by a kill or by the loss of power: before a batch of mails is delivered it is
+// remembered, under which names and with which sizes; what the next run finds of it whole is in
+// step, what it does not is composed again. All other changes can be found half done and are
+// planned again or found to be equal. The memory of finished work is kept only when that work is on
+// the disk.
 MailOutcome ExecuteMail(const MailPlan& plan, const MailWork& work);
 
 }  // namespace host

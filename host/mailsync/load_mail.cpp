@@ -2,7 +2,11 @@
 
 #include <algorithm>
 
+#include "host/mail/compose.h"
 #include "host/mail/message_id.h"
+#include "host/mail/parse.h"
+#include "host/maildir/maildir_name.h"
+#include "host/maildir/message_header.h"
 #include "host/mailsync/mail_content.h"
 #include "host/mailsync/mail_matching.h"
 
@@ -21,16 +25,25 @@ bool IsPlainId(const std::string& id) {
 
 class MailLoader {
   public:
-    MailLoader(MailSource& source, Maildir& maildir, const std::vector<RememberedMail>& remembered,
-               Progress& progress)
-        : m_source(source), m_maildir(maildir), m_remembered(remembered), m_progress(progress) {}
+    MailLoader(MailSource& source, MailFolders& folders,
+               const std::vector<RememberedMail>& remembered, Progress& progress)
+        : m_source(source),
+          m_maildir(folders.mails),
+          m_outbox(folders.outbox),
+          m_remembered(remembered),
+          m_progress(progress) {}
 
     platform::Result<MailSides> Load();
 
   private:
     platform::Status ListFolder();
     bool MissesFiles() const;
+    void PassOverTrashed();
     void FindForeign();
+    platform::Result<FolderHead> HeadOf(Maildir& maildir, const MaildirEntry& file);
+    platform::Status ReadForeign();
+    platform::Status ListOutgoing();
+    void FillFileIds();
     platform::Status FindTorn();
     platform::Status WalkEudora(Reach reach);
     void See(const MailHead& head, bool isWithinLimits);
@@ -39,17 +52,17 @@ class MailLoader {
     // True if all of them are still there.
     platform::Result<bool> SearchOneByOne(const std::vector<const RememberedMail*>& unseen);
     platform::Status ReadUnidentified(const MailMatching& matching);
-    platform::Status ReadForeign(const MailMatching& matching);
     platform::Result<Mail> ReadMail(const EudoraHead& head);
 
     MailSource& m_source;
-    Maildir& m_maildir;
+    Maildir &m_maildir, &m_outbox;
     const std::vector<RememberedMail>& m_remembered;
     Progress& m_progress;
     std::unordered_map<std::string, const RememberedMail*> m_byId;
     std::unordered_set<std::string> m_seen;
     MailSides m_sides;
     std::vector<const MaildirEntry*> m_foreign;  // nobody remembers them
+    bool m_sawAll = false;
 };
 
 bool MailLoader::MissesFiles() const {
@@ -76,6 +89,11 @@ platform::Status MailLoader::ListFolder() {
     }
     m_sides.folder = *std::move(second);
     return {};
+}
+
+void MailLoader::PassOverTrashed() {
+    std::erase_if(m_sides.folder,
+                  [](const MaildirEntry& file) { return HasFlag(file.flags, 'T'); });
 }
 
 void MailLoader::FindForeign() {
@@ -115,6 +133,7 @@ void MailLoader::See(const MailHead& head, bool isWithinLimits) {
 
 platform::Status MailLoader::WalkEudora(Reach reach) {
     std::size_t count = 0;
+    m_sawAll = m_sawAll || reach == Reach::kAll || !m_source.HasLimits();
     return m_source.Walk(reach, [&](const MailHead& head) -> platform::Status {
         m_progress.Step("looking at mail", ++count);
         See(head, reach == Reach::kWithinLimits);
@@ -145,6 +164,8 @@ platform::Result<bool> MailLoader::SearchOneByOne(
 // A mail that is not where it was may have another id now: only a walk over all mails tells.
 platform::Status MailLoader::FindHidden() {
     if (!m_source.HasLimits()) return {};
+    // A new file may be a mail that the limits hide.
+    if (!m_sides.foreign.empty()) return WalkEudora(Reach::kAll);
     const auto unseen = Unseen();
     if (unseen.empty()) return {};
     if (unseen.size() <= kMostSearches) {
@@ -181,43 +202,81 @@ platform::Status MailLoader::ReadUnidentified(const MailMatching& matching) {
     return {};
 }
 
-platform::Status MailLoader::ReadForeign(const MailMatching& matching) {
-    bool hasNew = false;
-    for (std::size_t i = 0; i < m_sides.eudora.size(); ++i) {
-        EudoraHead& head = m_sides.eudora[i];
-        const std::string id = head.messageId.value_or("");
-        if (IsPlainId(id)) head.fileMessageId = id;
-        hasNew = hasNew || (!matching.rowOf[i] && head.isWithinLimits);
-    }
-    for (std::size_t i = 0; i < m_foreign.size() && hasNew; ++i) {
+platform::Result<FolderHead> MailLoader::HeadOf(Maildir& maildir, const MaildirEntry& file) {
+    const auto text = maildir.Read(file, kLargestMessage);
+    if (!text) return text.Error();
+    return FolderHead{MessageIdForEudora(*text),
+                      MailName(DecodeWords(FieldInHeader(*text, "subject")),
+                               DecodeWords(FieldInHeader(*text, "from")))};
+}
+
+// Of drafts no more is wanted than whether one is a remembered file under another name.
+platform::Status MailLoader::ReadForeign() {
+    const bool missesFiles = MissesFiles();
+    for (std::size_t i = 0; i < m_foreign.size(); ++i) {
         m_progress.Step("reading the Maildir:", i, m_foreign.size());
-        auto id = m_maildir.MessageIdOf(*m_foreign[i]);
-        // What vanished or may not be read pairs with nothing.
-        if (id && !id->empty()) m_sides.messageIds.emplace(m_foreign[i]->unique, *std::move(id));
+        const MaildirEntry& file = *m_foreign[i];
+        if (HasFlag(file.flags, 'D') && !missesFiles) continue;
+        auto head = HeadOf(m_maildir, file);
+        // What vanished, or cannot be read, is left alone.
+        if (head) m_sides.foreign.emplace(file.unique, *std::move(head));
     }
     return {};
+}
+
+platform::Status MailLoader::ListOutgoing() {
+    auto files = m_outbox.List();
+    if (!files) return files.Error();
+    std::ranges::sort(*files, {}, &MaildirEntry::unique);
+    for (MaildirEntry& file : *files) {
+        if (HasFlag(file.flags, 'T')) continue;
+        auto head = HeadOf(m_outbox, file);
+        if (head) m_sides.outgoing.push_back({std::move(file), std::move(head->name)});
+    }
+    return {};
+}
+
+void MailLoader::FillFileIds() {
+    for (EudoraHead& head : m_sides.eudora) {
+        const std::string id = head.messageId.value_or("");
+        if (IsPlainId(id)) head.fileMessageId = id;
+    }
 }
 
 platform::Result<MailSides> MailLoader::Load() {
     for (const RememberedMail& row : m_remembered) m_byId.emplace(row.id, &row);
     if (auto status = ListFolder(); !status) return status.Error();
+    PassOverTrashed();
     FindForeign();
+    if (auto status = ReadForeign(); !status) return status.Error();
+    if (auto status = ListOutgoing(); !status) return status.Error();
     if (auto status = FindTorn(); !status) return status.Error();
     if (auto status = WalkEudora(Reach::kWithinLimits); !status) return status.Error();
     if (auto status = FindHidden(); !status) return status.Error();
     const MailMatching matching =
         MatchMails(m_sides.eudora, m_remembered, LostDeliveries(m_sides, m_remembered));
     if (auto status = ReadUnidentified(matching); !status) return status.Error();
-    if (auto status = ReadForeign(matching); !status) return status.Error();
+    FillFileIds();
     return std::move(m_sides);
 }
 
 }  // namespace
 
-platform::Result<MailSides> LoadMailSides(MailSource& source, Maildir& maildir,
+MailFolders::MailFolders(platform::Files& files, platform::Clock& clock, const std::string& maildir)
+    : mails(files, clock, maildir),
+      outbox(files, clock, maildir + files.Separator() + ".Outbox"),
+      sent(files, clock, maildir + files.Separator() + ".Sent") {}
+
+platform::Result<MailSides> LoadMailSides(MailSource& source, MailFolders& folders,
                                           const std::vector<RememberedMail>& remembered,
                                           Progress& progress) {
-    return MailLoader(source, maildir, remembered, progress).Load();
+    std::vector<RememberedMail> mails, sending;
+    for (const RememberedMail& row : remembered) {
+        (row.link == MailLink::kSending ? sending : mails).push_back(row);
+    }
+    auto sides = MailLoader(source, folders, mails, progress).Load();
+    if (sides) sides->sending = std::move(sending);
+    return sides;
 }
 
 }  // namespace host

@@ -10,9 +10,17 @@ namespace host {
 // one by one.
 inline constexpr std::size_t kMostSearches = 16;
 
+// The Maildir, and the folders of outgoing mails in it: a file in .Outbox is queued in Eudora and
+// goes to .Sent.
+struct MailFolders {
+    Maildir mails, outbox, sent;
+
+    MailFolders(platform::Files& files, platform::Clock& clock, const std::string& maildir);
+};
+
 // Both sides as they are now. Mails that are remembered are found whatever the limits hide; of a
 // mail that is known again no more is read than its id, marker and Message-ID.
-platform::Result<MailSides> LoadMailSides(MailSource& source, Maildir& maildir,
+platform::Result<MailSides> LoadMailSides(MailSource& source, MailFolders& folders,
                                           const std::vector<RememberedMail>& remembered,
                                           Progress& progress);
 

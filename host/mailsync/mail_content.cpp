@@ -1,9 +1,29 @@
 #include "host/mailsync/mail_content.h"
 
+#include <algorithm>
+
 #include "host/mail/mail_date.h"
 #include "host/mail/message_id.h"
 
 namespace host {
+
+namespace {
+
+std::string Printable(std::string text) {
+    std::ranges::replace_if(
+        text,
+        [](char letter) { return static_cast<unsigned char>(letter) < ' ' || letter == 0x7F; },
+        ' ');
+    return text;
+}
+
+}  // namespace
+
+std::string MailName(std::string subject, std::string from) {
+    subject = Printable(std::move(subject));
+    if (subject.empty()) subject = "(no subject)";
+    return from.empty() ? subject : subject + " from " + Printable(std::move(from));
+}
 
 std::string ContentOf(const Mail& mail) {
     std::string all;

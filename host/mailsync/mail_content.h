@@ -12,6 +12,10 @@ namespace host {
 // files: the same mail has the same one after its mailbox was built anew.
 std::string ContentOf(const Mail& mail);
 
+// What a report calls a mail: "SUBJECT from SENDER" in one line, without anything that moves a
+// terminal's cursor.
+std::string MailName(std::string subject, std::string from);
+
 // Local time's difference to UTC at the mail's date.
 std::chrono::seconds OffsetAt(platform::Clock& clock, const Mail& mail);
 

@@ -31,7 +31,8 @@ class Pool {
 
 // An id that another mail got is no sign.
 bool IsSame(const EudoraHead& head, const RememberedMail& row) {
-    return !head.messageId || *head.messageId == row.messageId;
+    if (!head.messageId) return row.link != MailLink::kAdding;
+    return *head.messageId == row.messageId;
 }
 
 }  // namespace

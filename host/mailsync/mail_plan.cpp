@@ -13,7 +13,14 @@ std::size_t MailPlan::Count(MailAct act) const {
 bool MailPlan::ChangesFolder() const {
     return std::ranges::any_of(steps, [](const MailStep& step) {
         return step.act == MailAct::kCompose || step.act == MailAct::kSetFlags ||
-               step.act == MailAct::kRemove;
+               step.act == MailAct::kRemove || step.act == MailAct::kFile;
+    });
+}
+
+bool MailPlan::ChangesEudora() const {
+    return std::ranges::any_of(steps, [](const MailStep& step) {
+        return step.act == MailAct::kAdd || step.act == MailAct::kMark ||
+               step.act == MailAct::kErase || step.act == MailAct::kSend;
     });
 }
 

@@ -23,14 +23,28 @@ struct EudoraHead {
     std::string fileMessageId;  // what its file in the Maildir would say
 };
 
-// What both sides hold now.
+// A file of the Maildir as it stands there.
+struct FolderHead {
+    std::string messageId;  // the one that Eudora's mail would have
+    std::string name;
+};
+
+struct OutgoingFile {
+    MaildirEntry file;
+    std::string name;
+};
+
+// What both sides hold now. A file with the flag T is on its way out: it counts as removed.
 struct MailSides {
     std::vector<EudoraHead> eudora;  // in the mailbox's order; each id once
     std::vector<MaildirEntry> folder;
-    // The Message-IDs of files that nobody remembers, by unique name, where they may matter.
-    std::unordered_map<std::string, std::string> messageIds;
+    // What the files are that nobody remembers, by unique name; drafts only where they may matter.
+    std::unordered_map<std::string, FolderHead> foreign;
     // Files of which a cut-off run delivered a part only, by unique name.
     std::unordered_set<std::string> torn;
+    std::vector<OutgoingFile> outgoing;   // in .Outbox
+    std::vector<RememberedMail> sending;  // what is remembered of those
+    std::size_t queued = 0;               // mails in Eudora's out-box
 };
 
 // What happens to one mail and its file.
@@ -40,27 +54,33 @@ enum class MailAct {
     kRemove,    // the file goes, and the memory of it
     kRemember,  // only the memory changes
     kForget,
-    kRedo,  // forgets a delivery that came to nothing, before the mail is composed again
+    kRedo,   // forgets a delivery that came to nothing, before the mail is composed again
+    kAdd,    // the file becomes a mail in Eudora's in-box
+    kMark,   // Eudora's mail gets the read state of `row`
+    kErase,  // the mail goes from Eudora's in-box into its Trash, and the memory of it
+    kSend,   // the file in .Outbox is queued in Eudora, then goes to .Sent
+    kFile,   // the file in .Outbox was queued already: it goes to .Sent
 };
 
 struct MailStep {
     MailAct act = MailAct::kRemember;
     RememberedMail row;  // as it is remembered afterwards
-    MaildirEntry file;   // of kSetFlags and kRemove
+    MaildirEntry file;   // where there is one
 };
 
 struct MailPlan {
     std::vector<MailStep> steps;  // composed mails in the mailbox's order
     std::size_t hidden = 0;       // not remembered mails that the limits leave out, as far as seen
-    std::size_t removedInFolder = 0;  // newly found removed
-    std::size_t dropped = 0;          // all mails of Eudora's whose files were removed
-    std::size_t kept = 0;             // marked files of mails that are gone from Eudora
-    std::size_t readInFolder = 0;     // read states that only the folder has
-    std::size_t foreign = 0;          // files that belong to no mail of Eudora's
+    std::size_t dropped = 0;  // mails that Eudora keeps though their files were removed long ago
+    std::size_t kept = 0;     // marked files of mails that are gone from Eudora
+    std::size_t drafts = 0;   // files that are not finished, so that Eudora does not get them
+    // What waits for a decision, a line each: left as it is on both sides.
+    std::vector<std::string> conflicts;
     std::optional<std::string> stop;  // why nothing of this may be carried out
 
     std::size_t Count(MailAct act) const;
     bool ChangesFolder() const;
+    bool ChangesEudora() const;
 };
 
 struct MailPlanOptions {
@@ -68,13 +88,16 @@ struct MailPlanOptions {
     std::optional<DeleteLimit> maxDelete;
 };
 
-// What brings the Maildir into step with Eudora's in-box, from what both hold and what they held
+// What brings the Maildir and Eudora's in-box into step, from what both hold and what they held
 // when they last were. A pure function.
 //
 // A mail is known again by its record id, unless its Message-ID says that the id was given to
 // another mail; a mail whose id changed by its Message-ID, or by its content where it has none; a
-// file that is there already by its Message-ID. A mail that vanished from Eudora takes its file
-// with it, but for files that are flagged or drafts. A file that the person removed stays away.
+// file that is there already, or got another name, by its Message-ID. A mail that vanished from
+// one side vanishes from the other, but for files that are flagged or drafts. A read state has two
+// values: what changed on both sides changed alike, and only where nothing is remembered yet the
+// preference decides; without one a mail that was read anywhere is read. A mail that was removed
+// on one side and whose read state changed on the other waits for a preference.
 MailPlan PlanMail(const MailSides& sides, const std::vector<RememberedMail>& remembered,
                   const MailPlanOptions& options);
 

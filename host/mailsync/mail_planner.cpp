@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <iterator>
 
 #include "host/maildir/maildir_name.h"
 #include "host/mailsync/mail_matching.h"
@@ -25,15 +26,22 @@ class MailPlanner {
 
   private:
     void FindFiles();
+    void FindRenamed(const std::vector<bool>& lost);
     void CountFiles(const std::vector<bool>& lost);
     void PlanKnown(const EudoraHead& head, const RememberedMail& row);
     void PlanFlags(const EudoraHead& head, RememberedMail row, const MaildirEntry& file);
     void PlanNew(const EudoraHead& head);
     void PlanPair(const EudoraHead& head, const MaildirEntry& file);
+    void PlanRemovedFile(const EudoraHead& head, RememberedMail row, bool hasNewId);
     void PlanGone(const RememberedMail& row);
+    void PlanNewFiles();
+    void PlanOutgoing();
+    void PlanOutgoing(const OutgoingFile& outgoing, const RememberedMail* row);
+    void Conflict(const std::string& name, const char* what);
     void CheckLimits();
+    void CheckLimit(MailAct act, const char* where);
     const MaildirEntry* FileOf(const RememberedMail& row) const;
-    const MaildirEntry* TakeForeign(const EudoraHead& head);
+    const MaildirEntry* TakeForeign(const std::string& messageId);
     void Add(MailAct act, RememberedMail row, const MaildirEntry* file = nullptr);
 
     const MailSides& m_sides;
@@ -41,6 +49,8 @@ class MailPlanner {
     const MailPlanOptions& m_options;
     std::unordered_map<std::string_view, const MaildirEntry*> m_files;
     std::unordered_map<std::string, std::vector<const MaildirEntry*>> m_foreign;
+    std::unordered_set<std::string_view> m_taken;  // unique names of files that have a mail
+    std::unordered_map<std::int64_t, const MaildirEntry*> m_renamed;  // by the row's key
     std::size_t m_inStep = 0, m_inFolder = 0;
     MailPlan m_plan;
 };
@@ -51,24 +61,32 @@ void MailPlanner::Add(MailAct act, RememberedMail row, const MaildirEntry* file)
 
 const MaildirEntry* MailPlanner::FileOf(const RememberedMail& row) const {
     const auto found = m_files.find(row.unique);
-    return found != m_files.end() ? found->second : nullptr;
+    if (found != m_files.end()) return found->second;
+    const auto renamed = m_renamed.find(row.key);
+    return renamed != m_renamed.end() ? renamed->second : nullptr;
 }
 
 // The files by name, and those that nobody remembers by what they say they are.
 void MailPlanner::FindFiles() {
     for (const MaildirEntry& file : m_sides.folder) m_files.emplace(file.unique, &file);
-    std::unordered_set<std::string_view> remembered;
-    for (const RememberedMail& row : m_remembered) remembered.insert(row.unique);
+    for (const RememberedMail& row : m_remembered) m_taken.insert(row.unique);
     for (const MaildirEntry& file : m_sides.folder) {
-        if (remembered.contains(file.unique)) continue;
-        ++m_plan.foreign;
-        const auto id = m_sides.messageIds.find(file.unique);
-        if (id != m_sides.messageIds.end() && !id->second.empty()) {
-            m_foreign[id->second].push_back(&file);
-        }
+        const auto head = m_sides.foreign.find(file.unique);
+        if (m_taken.contains(file.unique) || head == m_sides.foreign.end()) continue;
+        m_foreign[head->second.messageId].push_back(&file);
     }
     // They are taken from the end.
     for (auto& [id, files] : m_foreign) std::ranges::reverse(files);
+}
+
+// A program that changes what stands in front of the flags has renamed the file, not removed it.
+void MailPlanner::FindRenamed(const std::vector<bool>& lost) {
+    for (std::size_t i = 0; i < m_remembered.size(); ++i) {
+        const RememberedMail& row = m_remembered[i];
+        if (lost[i] || m_files.contains(row.unique)) continue;
+        const auto* file = TakeForeign(row.fileId.empty() ? row.messageId : row.fileId);
+        if (file != nullptr) m_renamed.emplace(row.key, file);
+    }
 }
 
 void MailPlanner::CountFiles(const std::vector<bool>& lost) {
@@ -76,7 +94,8 @@ void MailPlanner::CountFiles(const std::vector<bool>& lost) {
         const RememberedMail& row = m_remembered[i];
         const MaildirEntry* const file = FileOf(row);
         if (lost[i]) Add(MailAct::kRedo, row, file);
-        if (row.link == MailLink::kDropped || row.link == MailLink::kKept || lost[i]) continue;
+        if (row.link != MailLink::kInStep && row.link != MailLink::kPending) continue;
+        if (lost[i]) continue;
         ++m_inStep;
         m_inFolder += file != nullptr;
     }
@@ -86,42 +105,66 @@ void MailPlanner::CountFiles(const std::vector<bool>& lost) {
 void MailPlanner::PlanFlags(const EudoraHead& head, RememberedMail row, const MaildirEntry& file) {
     const bool now = IsSeen(head.marker), before = IsSeen(row.marker);
     const bool inFolder = HasFlag(file.flags, kSeenFlag);
-    const bool hasNews = row.link != MailLink::kInStep || row.marker != head.marker;
+    const bool hasNews =
+        row.link != MailLink::kInStep || row.marker != head.marker || row.unique != file.unique;
+    row.unique = file.unique;
     row.link = MailLink::kInStep;
     row.marker = head.marker;
-    // Only Eudora changed it: with two values for it, a change on both sides is the same change.
-    if (now != before && inFolder != now) {
+    if (inFolder == now) {
+        row.flags = file.flags;
+        return hasNews ? Add(MailAct::kRemember, std::move(row)) : void();
+    }
+    if (now != before) {
         row.flags = WithFlag(file.flags, kSeenFlag, now);
         return Add(MailAct::kSetFlags, std::move(row), &file);
     }
-    m_plan.readInFolder += inFolder != now;
-    // What only the folder changed stays unlike what is remembered.
-    if (inFolder == now) row.flags = file.flags;
-    if (hasNews) Add(MailAct::kRemember, std::move(row));
+    row.flags = file.flags;
+    Add(MailAct::kMark, std::move(row), &file);
 }
 
 void MailPlanner::PlanKnown(const EudoraHead& head, const RememberedMail& known) {
     RememberedMail row = known;
     row.id = head.id;
     if (const MaildirEntry* const file = FileOf(row); file != nullptr) {
-        // What came back, or has another id now, is remembered anew.
+        // What has another id now is remembered anew.
         if (row.link == MailLink::kInStep && row.id != known.id) row.link = MailLink::kPending;
         return PlanFlags(head, std::move(row), *file);
     }
-    const bool isNews = row.link != MailLink::kDropped;
-    m_plan.removedInFolder += isNews;
-    ++m_plan.dropped;
-    row.link = MailLink::kDropped;
-    if (isNews || row.id != known.id) Add(MailAct::kRemember, std::move(row));
+    const bool hasNewId = row.id != known.id;
+    PlanRemovedFile(head, std::move(row), hasNewId);
+}
+
+void MailPlanner::PlanRemovedFile(const EudoraHead& head, RememberedMail row, bool hasNewId) {
+    if (row.link == MailLink::kDropped) {
+        // Removed when Eudora's side could not follow: nobody asks for that any more.
+        ++m_plan.dropped;
+        if (hasNewId) Add(MailAct::kRemember, std::move(row));
+        return;
+    }
+    const bool isChanged = IsSeen(head.marker) != IsSeen(row.marker);
+    if (!isChanged || m_options.prefer == Prefer::kFolder) {
+        return Add(MailAct::kErase, std::move(row));
+    }
+    if (m_options.prefer != Prefer::kEudora) {
+        return Conflict(row.name, "removed in the Maildir, read state changed in Eudora");
+    }
+    row.link = MailLink::kPending;
+    row.marker = head.marker;
+    row.flags = IsSeen(head.marker) ? std::string(1, kSeenFlag) : std::string();
+    Add(MailAct::kCompose, std::move(row));
+}
+
+void MailPlanner::Conflict(const std::string& name, const char* what) {
+    m_plan.conflicts.push_back(name + ": " + what);
 }
 
 // A file of the same Message-ID that nobody remembers; each is given out once.
-const MaildirEntry* MailPlanner::TakeForeign(const EudoraHead& head) {
-    const auto found = m_foreign.find(head.fileMessageId);
+const MaildirEntry* MailPlanner::TakeForeign(const std::string& messageId) {
+    const auto found = m_foreign.find(messageId);
     if (found == m_foreign.end() || found->second.empty()) return nullptr;
     const MaildirEntry* const file = found->second.back();
     found->second.pop_back();
-    --m_plan.foreign;
+    m_taken.insert(file->unique);
     return file;
 }
 
@@ -137,7 +180,8 @@ void MailPlanner::PlanPair(const EudoraHead& head, const MaildirEntry& file) {
                        WithFlag(file.flags, kSeenFlag, now),
                        0,
                        head.content,
-                       head.name};
+                       head.name.empty() ? m_sides.foreign.at(file.unique).name : head.name,
+                       head.fileMessageId};
     const bool eudoraWins = m_options.prefer == Prefer::kEudora;
     const bool folderWins = m_options.prefer == Prefer::kFolder;
     const bool differs = HasFlag(file.flags, kSeenFlag) != now;
@@ -145,16 +189,16 @@ void MailPlanner::PlanPair(const EudoraHead& head, const MaildirEntry& file) {
     if (differs && (eudoraWins || (!folderWins && now))) {
         return Add(MailAct::kSetFlags, std::move(row), &file);
     }
-    m_plan.readInFolder += differs;
-    Add(MailAct::kRemember, std::move(row));
+    row.flags = file.flags;
+    Add(differs ? MailAct::kMark : MailAct::kRemember, std::move(row), &file);
 }
 
 void MailPlanner::PlanNew(const EudoraHead& head) {
+    if (const auto* const file = TakeForeign(head.fileMessageId)) return PlanPair(head, *file);
     if (!head.isWithinLimits) {
         ++m_plan.hidden;
         return;
     }
-    if (const MaildirEntry* const file = TakeForeign(head)) return PlanPair(head, *file);
     RememberedMail row;
     row.link = MailLink::kPending;
     row.id = head.id;
@@ -162,43 +206,119 @@ void MailPlanner::PlanNew(const EudoraHead& head) {
     row.messageId = head.messageId.value_or("");
     row.flags = IsSeen(head.marker) ? std::string(1, kSeenFlag) : std::string();
     row.name = head.name;
+    row.fileId = head.fileMessageId;
     Add(MailAct::kCompose, std::move(row));
 }
 
 void MailPlanner::PlanGone(const RememberedMail& row) {
     const MaildirEntry* const file = FileOf(row);
     if (file == nullptr) return Add(MailAct::kForget, row);
-    if (!IsMarked(*file)) return Add(MailAct::kRemove, row, file);
+    // It never came to Eudora.
+    if (row.link == MailLink::kAdding) return Add(MailAct::kAdd, row, file);
+    if (!IsMarked(*file)) {
+        const bool isChanged =
+            row.link != MailLink::kKept && HasFlag(file->flags, kSeenFlag) != IsSeen(row.marker);
+        if (!isChanged || m_options.prefer == Prefer::kEudora) {
+            return Add(MailAct::kRemove, row, file);
+        }
+        if (m_options.prefer == Prefer::kFolder) return Add(MailAct::kAdd, row, file);
+        return Conflict(row.name, "removed in Eudora, read state changed in the Maildir");
+    }
     ++m_plan.kept;
     if (row.link == MailLink::kKept) return;
     RememberedMail kept = row;
     kept.link = MailLink::kKept;
+    kept.unique = file->unique;
     Add(MailAct::kRemember, std::move(kept));
 }
 
-void MailPlanner::CheckLimits() {
-    const auto removals = static_cast<unsigned long>(m_plan.Count(MailAct::kRemove));
-    const auto drops = static_cast<unsigned long>(m_plan.removedInFolder);
+// In the order in which they came, as far as their names tell.
+void MailPlanner::PlanNewFiles() {
+    std::vector<const MaildirEntry*> files;
+    for (const MaildirEntry& file : m_sides.folder) {
+        if (!m_taken.contains(file.unique)) files.push_back(&file);
+    }
+    std::ranges::sort(files, {}, [](const auto* file) { return std::string_view(file->unique); });
+    for (const MaildirEntry* file : files) {
+        const auto head = m_sides.foreign.find(file->unique);
+        if (HasFlag(file->flags, 'D') || head == m_sides.foreign.end()) {
+            ++m_plan.drafts;
+            continue;
+        }
+        RememberedMail row;
+        row.link = MailLink::kAdding;
+        row.unique = file->unique;
+        row.flags = file->flags;
+        row.name = head->second.name;
+        row.fileId = head->second.messageId;
+        Add(MailAct::kAdd, std::move(row), file);
+    }
+}
+
+// A mail cannot be found again in Eudora's out-box: whether a run that was cut off put it there is
+// seen by the number of mails in it.
+void MailPlanner::PlanOutgoing(const OutgoingFile& outgoing, const RememberedMail* known) {
+    if (HasFlag(outgoing.file.flags, 'D')) {
+        ++m_plan.drafts;
+        return;
+    }
+    RememberedMail row;
+    if (known != nullptr) row = *known;
+    row.link = MailLink::kSending;
+    row.unique = outgoing.file.unique;
+    row.name = outgoing.name;
+    if (known == nullptr || m_sides.queued == known->size) {
+        return Add(MailAct::kSend, std::move(row), &outgoing.file);
+    }
+    if (m_sides.queued > known->size) return Add(MailAct::kFile, std::move(row), &outgoing.file);
+    Conflict(row.name,
+             "in .Outbox, perhaps queued by a run that was cut off: look into Eudora's "
+             "Out, then remove the file, or move it out and in again to send it");
+}
+
+void MailPlanner::PlanOutgoing() {
+    std::unordered_map<std::string_view, const RememberedMail*> known;
+    for (const RememberedMail& row : m_sides.sending) known.emplace(row.unique, &row);
+    for (const OutgoingFile& outgoing : m_sides.outgoing) {
+        const auto row = known.find(outgoing.file.unique);
+        PlanOutgoing(outgoing, row != known.end() ? row->second : nullptr);
+        if (row != known.end()) known.erase(row);
+    }
+    for (const RememberedMail& row : m_sides.sending) {
+        if (known.contains(row.unique)) Add(MailAct::kForget, row);
+    }
+}
+
+void MailPlanner::CheckLimit(MailAct act, const char* where) {
+    const auto count = static_cast<unsigned long>(m_plan.Count(act));
     const unsigned long allowed = DeletionsAllowed(m_inStep, m_options.maxDelete);
-    const bool isEmpty = m_inStep > 0 && (m_sides.eudora.empty() || m_inFolder == 0);
-    if (isEmpty && !(m_options.maxDelete && removals + drops <= allowed)) {
+    if (m_plan.stop || count <= allowed) return;
+    m_plan.stop = std::to_string(count) + " mails would be removed " + where + ", more than the " +
+                  std::to_string(allowed) +
+                  " allowed: check both sides, then allow it with --max-delete " +
+                  std::to_string(count);
+}
+
+void MailPlanner::CheckLimits() {
+    const auto removals = static_cast<unsigned long>(
+        std::max(m_plan.Count(MailAct::kRemove), m_plan.Count(MailAct::kErase)));
+    const bool isAllowed =
+        m_options.maxDelete && removals <= DeletionsAllowed(m_inStep, m_options.maxDelete);
+    if (m_inStep > 0 && (m_sides.eudora.empty() || m_inFolder == 0) && !isAllowed) {
         const char* side =
             m_sides.eudora.empty() ? "Eudora's in-box is empty" : "the Maildir holds none of them";
         m_plan.stop = std::to_string(m_inStep) + " mails are remembered, but " + side +
                       ": check the paths; if that is meant, say so with --max-delete " +
-                      std::to_string(std::max<unsigned long>(removals + drops, 1));
-    } else if (removals + drops > allowed) {
-        m_plan.stop = (removals > 0 ? std::to_string(removals) + " mails would be removed"
-                                    : std::to_string(drops) + " mails are gone from the Maildir") +
-                      ", more than the " + std::to_string(allowed) +
-                      " allowed: check both sides, then allow it with --max-delete " +
-                      std::to_string(removals + drops);
+                      std::to_string(std::max<unsigned long>(removals, 1));
     }
+    CheckLimit(MailAct::kRemove, "from the Maildir");
+    CheckLimit(MailAct::kErase, "from Eudora");
 }
 
 MailPlan MailPlanner::Make() {
     FindFiles();
     const std::vector<bool> lost = LostDeliveries(m_sides, m_remembered);
+    FindRenamed(lost);
     CountFiles(lost);
     const MailMatching matching = MatchMails(m_sides.eudora, m_remembered, lost);
     for (std::size_t i = 0; i < m_sides.eudora.size(); ++i) {
@@ -208,6 +328,8 @@ MailPlan MailPlanner::Make() {
     for (std::size_t i = 0; i < m_remembered.size(); ++i) {
         if (matching.isGone[i]) PlanGone(m_remembered[i]);
     }
+    PlanNewFiles();
+    PlanOutgoing();
     CheckLimits();
     return std::move(m_plan);
 }
@@ -216,7 +338,10 @@ MailPlan MailPlanner::Make() {
 
 MailPlan PlanMail(const MailSides& sides, const std::vector<RememberedMail>& remembered,
                   const MailPlanOptions& options) {
-    return MailPlanner(sides, remembered, options).Make();
+    std::vector<RememberedMail> mails;
+    std::ranges::copy_if(remembered, std::back_inserter(mails),
+                         [](const RememberedMail& row) { return row.link != MailLink::kSending; });
+    return MailPlanner(sides, mails, options).Make();
 }
 
 }  // namespace host

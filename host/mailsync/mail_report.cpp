@@ -1,5 +1,7 @@
 #include "host/mailsync/mail_report.h"
 
+#include <optional>
+
 #include "host/engine/report.h"
 #include "host/maildir/maildir_name.h"
 
@@ -9,16 +11,32 @@ namespace {
 
 using nlohmann::json;
 
-const char* Verb(const MailStep& step) {
+struct Words {
+    const char *before, *behind;  // of the name
+    bool isEudora = false;
+};
+
+std::optional<Words> WordsOf(const MailStep& step) {
+    const bool isRead = HasFlag(step.row.flags, 'S');
     switch (step.act) {
         case MailAct::kCompose:
-            return "add";
+            return Words{"add", "to the Maildir"};
         case MailAct::kSetFlags:
-            return HasFlag(step.row.flags, 'S') ? "mark read" : "mark unread";
+            return Words{isRead ? "mark read" : "mark unread", "in the Maildir"};
         case MailAct::kRemove:
-            return "remove";
+            return Words{"remove", "from the Maildir"};
+        case MailAct::kAdd:
+            return Words{"add", "to Eudora", true};
+        case MailAct::kMark:
+            return Words{isRead ? "mark read" : "mark unread", "in Eudora", true};
+        case MailAct::kErase:
+            return Words{"remove", "from Eudora", true};
+        case MailAct::kSend:
+            return Words{"queue", "in Eudora's Out", true};
+        case MailAct::kFile:
+            return Words{"move", "to .Sent, queued before"};
         default:
-            return nullptr;
+            return std::nullopt;
     }
 }
 
@@ -32,40 +50,44 @@ std::string Files(std::size_t count) {
 }
 
 std::string Counts(const MailPlan& plan) {
-    if (!plan.ChangesFolder()) return "mails: nothing to do";
-    return "mails: in the Maildir " + std::to_string(plan.Count(MailAct::kCompose)) + " added, " +
-           std::to_string(plan.Count(MailAct::kSetFlags)) + " changed, " +
-           std::to_string(plan.Count(MailAct::kRemove)) + " removed";
+    if (!plan.ChangesFolder() && !plan.ChangesEudora()) return "mails: nothing to do";
+    const auto count = [&](MailAct act) { return std::to_string(plan.Count(act)); };
+    std::string line = "mails: in Eudora " + count(MailAct::kAdd) + " added, " +
+                       count(MailAct::kMark) + " changed, " + count(MailAct::kErase) +
+                       " removed; in the Maildir " + count(MailAct::kCompose) + " added, " +
+                       count(MailAct::kSetFlags) + " changed, " + count(MailAct::kRemove) +
+                       " removed";
+    if (plan.Count(MailAct::kSend) > 0) line += "; " + count(MailAct::kSend) + " queued to be sent";
+    return line;
 }
 
 void DescribeLeft(const MailPlan& plan, std::vector<std::string>& lines) {
+    for (const std::string& conflict : plan.conflicts) {
+        lines.push_back("conflict, left as it is (--prefer decides): " + conflict);
+    }
     if (plan.dropped > 0) {
         lines.push_back(Mails(plan.dropped) +
-                        " of Eudora's removed in the Maildir: not added there again");
+                        " of Eudora's removed in the Maildir by earlier versions: kept in Eudora");
     }
     if (plan.kept > 0) {
         lines.push_back(Files(plan.kept) +
                         " flagged or draft in the Maildir, gone from Eudora: left there");
     }
-    if (plan.readInFolder > 0) {
-        lines.push_back("read state of " + Mails(plan.readInFolder) +
-                        " changed in the Maildir alone: left as it is on both sides");
-    }
-    if (plan.foreign > 0) {
-        lines.push_back(Files(plan.foreign) +
-                        " in the Maildir not from Eudora's in-box: left alone");
+    if (plan.drafts > 0) {
+        lines.push_back(Files(plan.drafts) + " in the Maildir drafts or not readable: left alone");
     }
 }
 
 json StepsJson(const MailPlan& plan) {
     json changes = json::array();
     for (const MailStep& step : plan.steps) {
-        const char* const verb = Verb(step);
-        if (verb == nullptr) continue;
+        const auto words = WordsOf(step);
+        if (!words) continue;
         changes.push_back({{"name", step.row.name},
                            {"id", step.row.id},
                            {"messageId", step.row.messageId},
-                           {"action", verb}});
+                           {"side", words->isEudora ? "eudora" : "maildir"},
+                           {"action", words->before}});
     }
     return changes;
 }
@@ -76,11 +98,9 @@ std::vector<std::string> DescribeMailPlan(const MailPlan& plan, const std::strin
                                           bool countsOnly) {
     std::vector<std::string> lines;
     for (const MailStep& step : plan.steps) {
-        const char* const verb = Verb(step);
-        if (verb == nullptr || countsOnly) continue;
-        lines.push_back(std::string(verb) + " in the Maildir: " + step.row.name);
-        if (step.act == MailAct::kCompose) lines.back().replace(4, 2, "to");
-        if (step.act == MailAct::kRemove) lines.back().replace(7, 2, "from");
+        const auto words = WordsOf(step);
+        if (!words || countsOnly) continue;
+        lines.push_back(std::string(words->before) + ' ' + words->behind + ": " + step.row.name);
     }
     lines.push_back(Counts(plan));
     DescribeLeft(plan, lines);
@@ -97,14 +117,16 @@ Report MailPlanReport(const MailPlan& plan, const std::string& limits,
     report.errors = errors;
     if (!errors.empty()) {
         report.code = ExitCode::kFailed;
-    } else if (plan.ChangesFolder()) {
+    } else if (!plan.conflicts.empty()) {
+        report.code = ExitCode::kConflictsLeft;
+    } else if (plan.ChangesFolder() || plan.ChangesEudora()) {
         report.code = ExitCode::kChangesMade;
     }
     FinishReport(report, {{"changes", StepsJson(plan)},
+                          {"conflicts", plan.conflicts},
                           {"removedInMaildir", plan.dropped},
                           {"keptInMaildir", plan.kept},
-                          {"readStateInMaildirOnly", plan.readInFolder},
-                          {"otherFiles", plan.foreign},
+                          {"draftsInMaildir", plan.drafts},
                           {"limits", limits},
                           {"notes", notes}});
     return report;

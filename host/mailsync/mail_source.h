@@ -6,13 +6,14 @@
 
 #include "host/mail/eudora_mails.h"
 #include "host/mail/mail.h"
+#include "host/mail/new_mail.h"
 #include "platform/os/result.h"
 
 namespace host {
 
 enum class Reach { kWithinLimits, kAll };
 
-// Eudora's in-box as the engine needs it: a walk, and one current mail.
+// Eudora's in-box as the engine needs it: a walk, one current mail, and changes.
 class MailSource {
   public:
     virtual ~MailSource() = default;
@@ -34,6 +35,14 @@ class MailSource {
     virtual std::optional<std::string> MessageId() = 0;
     virtual std::string Name() = 0;
     virtual platform::Result<Mail> Read(MailParts parts) = 0;
+
+    // Changes, as EudoraMailWriter has them: but for Remove they wait until Finish, after which the
+    // in-box can be read again, also when it failed.
+    virtual platform::Result<MailHead> Add(const NewMail& mail, std::uint32_t status) = 0;
+    virtual platform::Status AddOutgoing(const NewMail& mail) = 0;
+    virtual platform::Status SetStatus(const std::string& id, std::uint32_t status) = 0;
+    virtual platform::Status Remove(const std::string& id) = 0;
+    virtual platform::Status Finish() = 0;
 };
 
 }  // namespace host

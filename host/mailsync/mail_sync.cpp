@@ -3,8 +3,10 @@
 #include <algorithm>
 
 #include "host/backup/backups.h"
+#include "host/engine/place.h"
 #include "host/engine/progress.h"
 #include "host/engine/report.h"
+#include "host/mailsync/eudora_outbox.h"
 #include "host/mailsync/execute_mail.h"
 #include "host/mailsync/load_mail.h"
 #include "host/mailsync/mail_report.h"
@@ -20,14 +22,14 @@ struct MailRun {
     std::optional<StateLock> lock;
     std::unique_ptr<MailState> state;
     std::unique_ptr<MailSource> source;
-    Maildir maildir;
+    MailFolders folders;
     Progress progress;
     std::vector<RememberedMail> remembered;
     MailSides sides;
     MailPlan plan;
 
     MailRun(const CommandPlace& place, const MailSyncOptions& options)
-        : maildir(place.files, place.clock, options.maildir),
+        : folders(place.files, place.clock, options.maildir),
           progress(place.clock, place.progress) {}
 };
 
@@ -63,12 +65,36 @@ platform::Status Prepare(const CommandPlace& place, const MailSyncOptions& optio
     auto source = options.open();
     if (!source) return source.Error();
     run.source = *std::move(source);
-    auto sides = LoadMailSides(*run.source, run.maildir, run.remembered, run.progress);
+    auto sides = LoadMailSides(*run.source, run.folders, run.remembered, run.progress);
     if (!sides) return sides.Error();
     run.sides = *std::move(sides);
+    if (!run.sides.outgoing.empty()) {
+        auto queued = CountQueued(place.files, options.outbox);
+        if (!queued) return queued.Error();
+        run.sides.queued = *queued;
+    }
     run.plan = PlanMail(run.sides, run.remembered, {options.prefer, options.maxDelete});
     if (run.plan.stop) return Refused(*run.plan.stop);
     return {};
+}
+
+platform::Status BackUp(const CommandPlace& place, const MailSyncOptions& options) {
+    auto backups = BackupsOf(place);
+    auto made = backups.MakeOfSet(options.eudoraFiles, "before a sync of mail");
+    if (!made) return made.Error();
+    return backups.Prune();
+}
+
+MailWork WorkOf(const CommandPlace& place, const MailSyncOptions& options, MailRun& run) {
+    return {*run.source,
+            run.folders,
+            *run.state,
+            place.files,
+            place.clock,
+            run.progress,
+            options.parse,
+            [&] { return CountQueued(place.files, options.outbox); },
+            [&] { return BackUp(place, options); }};
 }
 
 }  // namespace
@@ -80,8 +106,7 @@ Report RunMailSync(const CommandPlace& place, const MailSyncOptions& options) {
     }
     MailOutcome outcome;
     if (!options.dryRun && !run.plan.steps.empty()) {
-        outcome = ExecuteMail(run.plan, {*run.source, run.maildir, *run.state, place.files,
-                                         place.clock, run.progress});
+        outcome = ExecuteMail(run.plan, WorkOf(place, options, run));
     }
     return MailPlanReport(run.plan, run.source->Limits(), outcome.errors, outcome.notes,
                           options.quiet);

@@ -12,8 +12,12 @@ namespace host {
 struct MailSyncOptions {
     // Makes the in-box ready for reading; called once everything else is known to be in order.
     std::function<platform::Result<std::unique_ptr<MailSource>>()> open;
-    std::string inbox;    // In.mbx as a native path: with the Maildir the memory's key
-    std::string maildir;  // native, without links
+    // Reads a file for Eudora.
+    std::function<platform::Result<NewMail>(std::string_view, const std::string&)> parse;
+    std::string inbox;   // In.mbx as a native path: with the Maildir the memory's key
+    std::string outbox;  // Out.toc, the same
+    std::vector<std::string> eudoraFiles;  // what a backup holds, native, in the order of a restore
+    std::string maildir;                   // native, without links
     Prefer prefer = Prefer::kBoth;
     std::optional<DeleteLimit> maxDelete;
     bool dryRun = false;

@@ -14,24 +14,38 @@ namespace {
 
 constexpr unsigned long kNumberType = 1, kTextType = 4, kDateType = 7;
 
-// Shows the values of a record to IsOkToSetRecord. The cells are pointers to texts.
+// Shows the values of a record to IsOkToSetRecord. The cell of a text is a pointer to it.
 struct ShownValues {
-    explicit ShownValues(const std::vector<TextValue>& shown) : values(shown) {
+    ShownValues(const std::vector<TextValue>& shown, const std::vector<NumberValue>& shownNumbers)
+        : values(shown), numbers(shownNumbers) {
         for (const TextValue& value : values) cells.push_back(value.text.c_str());
     }
 
     static RRETURNCODE Show(void* context, const char* fieldId, void** cell, unsigned long* type,
                             BOOL* hasField) {
         auto& self = *static_cast<ShownValues*>(context);
-        const auto found = std::ranges::find(self.values, fieldId, &TextValue::fieldId);
-        *hasField = found != self.values.end() ? 1 : 0;
-        if (*hasField == 0) return RRC_NONE;
-        *type = kTextType;
-        *cell = &self.cells[static_cast<std::size_t>(found - self.values.begin())];
+        *hasField = self.ShowText(fieldId, *cell, *type) || self.ShowNumber(fieldId, *cell, *type);
         return RRC_OK;
     }
 
+    bool ShowText(const char* fieldId, void*& cell, unsigned long& type) {
+        const auto found = std::ranges::find(values, fieldId, &TextValue::fieldId);
+        if (found == values.end()) return false;
+        type = kTextType;
+        cell = &cells[static_cast<std::size_t>(found - values.begin())];
+        return true;
+    }
+
+    bool ShowNumber(const char* fieldId, void*& cell, unsigned long& type) {
+        const auto found = std::ranges::find(numbers, fieldId, &NumberValue::fieldId);
+        if (found == numbers.end()) return false;
+        type = kNumberType;
+        cell = &found->number;
+        return true;
+    }
+
     const std::vector<TextValue>& values;
+    std::vector<NumberValue> numbers;
     std::vector<const char*> cells;
 };
 
@@ -158,8 +172,9 @@ platform::Result<std::optional<double>> TranslatorSession::Date(const std::strin
     return cell == kNoDate ? std::optional<double>() : cell;
 }
 
-platform::Result<Verdict> TranslatorSession::Check(const std::vector<TextValue>& values) {
-    ShownValues shown(values);
+platform::Result<Verdict> TranslatorSession::Check(const std::vector<TextValue>& values,
+                                                   const std::vector<NumberValue>& numbers) {
+    ShownValues shown(values, numbers);
     BOOL ok = 0;
     Verdict verdict;
     const RRETURNCODE code = m_translator->IsOkToSetRecord(0, &ShownValues::Show, &shown, &ok);
@@ -184,10 +199,28 @@ platform::Status TranslatorSession::SetText(const std::string& fieldId, const st
                     "setting field " + fieldId);
 }
 
+platform::Status TranslatorSession::SetNumber(const std::string& fieldId, std::int32_t number) {
+    unsigned long type = kNumberType;
+    return StatusOf(m_translator->SetField(fieldId.c_str(), &type, &number),
+                    "setting field " + fieldId);
+}
+
+platform::Status TranslatorSession::SetDate(const std::string& fieldId, double date) {
+    unsigned long type = kDateType;
+    return StatusOf(m_translator->SetField(fieldId.c_str(), &type, &date),
+                    "setting field " + fieldId);
+}
+
 platform::Result<std::string> TranslatorSession::Store() {
+    auto stored = StoreWithMarker();
+    if (!stored) return stored.Error();
+    return std::move(stored->id);
+}
+
+platform::Result<BatchReport::Stored> TranslatorSession::StoreWithMarker() {
     CString id, info;
     if (m_translator->UpdateRecord(id, info) != RRC_OK) return Explain("storing a record");
-    return id.Str();
+    return BatchReport::Stored{id.Str(), info.Str()};
 }
 
 platform::Status TranslatorSession::Delete(const std::string& id) {

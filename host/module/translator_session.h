@@ -46,6 +46,11 @@ struct TextValue {
     std::string text;  // system code page
 };
 
+struct NumberValue {
+    std::string fieldId;
+    std::int32_t number = 0;
+};
+
 // One translator object in use, from selection to close. Ids, markers and field values are bytes in
 // the system code page, as the module gives them: host::ToUtf8 and host::FromUtf8 convert. A
 // failure is kFailed with what was tried and the texts of the module's error queue, in UTF-8.
@@ -82,13 +87,17 @@ class TranslatorSession {
     platform::Result<std::optional<double>> Date(const std::string& fieldId);
 
     // Asks whether a record with these values may be stored.
-    platform::Result<Verdict> Check(const std::vector<TextValue>& values);
+    platform::Result<Verdict> Check(const std::vector<TextValue>& values,
+                                    const std::vector<NumberValue>& numbers = {});
     // Each begins a record, which Store ends. BeginEdit fails for an unknown id.
     platform::Status BeginAdd();
     platform::Status BeginEdit(const std::string& id);
     platform::Status SetText(const std::string& fieldId, const std::string& text);
+    platform::Status SetNumber(const std::string& fieldId, std::int32_t number);
+    platform::Status SetDate(const std::string& fieldId, double date);  // OLE automation date
     // The id that the stored record has; it can differ from what the values say.
     platform::Result<std::string> Store();
+    platform::Result<BatchReport::Stored> StoreWithMarker();
     platform::Status Delete(const std::string& id);
     // Writes the collected changes into Eudora's files.
     platform::Result<BatchReport> BatchUpdate();

@@ -14,6 +14,8 @@ enum class MailLink {
     kPending = 1,  // its file was about to be delivered: whole, torn or not there
     kDropped = 2,  // its file was removed by the person: not delivered again
     kKept = 3,     // gone from Eudora, its file kept
+    kAdding = 4,   // was about to be added to Eudora under `id`: there whole, or not
+    kSending = 5,  // its file in the out-box was about to be handed to Eudora
 };
 
 // A mail of Eudora's and its file in the Maildir, as they were when they were last in step.
@@ -24,9 +26,13 @@ struct RememberedMail {
     std::string messageId;   // Eudora's, without angle brackets; empty for none
     std::string unique;      // the file's name without its flags
     std::string flags;       // the file's
-    std::uint64_t size = 0;  // of the file as it was delivered; 0 for one that was there before
-    std::string content;     // a fingerprint of what Eudora tells; empty if it was never read
-    std::string name;        // what a report calls it
+    // Of the file as it was delivered, 0 for one that was there before; of kSending the number of
+    // mails in Eudora's out-box before.
+    std::uint64_t size = 0;
+    std::string content;  // a fingerprint of what Eudora tells; empty if it was never read
+    std::string name;     // what a report calls it
+    // The Message-ID that its file has; empty in a memory of an earlier version.
+    std::string fileId;
 };
 
 struct MailMemoryChange {
@@ -41,8 +47,9 @@ class MailMemory {
     virtual ~MailMemory() = default;
     // In the order in which they were added.
     virtual platform::Result<std::vector<RememberedMail>> Load() = 0;
-    // All of it or nothing; durable when this returns.
-    virtual platform::Status Save(const MailMemoryChange& change) = 0;
+    // All of it or nothing; durable when this returns. What was added gets its key.
+    virtual platform::Status Save(MailMemoryChange& change) = 0;
+    platform::Status Save(MailMemoryChange&& change) { return Save(change); }
 };
 
 }  // namespace host

@@ -21,6 +21,7 @@ RememberedMail FromRow(SQLite::Statement& row) {
     mail.size = static_cast<std::uint64_t>(row.getColumn(7).getInt64());
     mail.content = BlobOf(row.getColumn(8));
     mail.name = BlobOf(row.getColumn(9));
+    mail.fileId = BlobOf(row.getColumn(10));
     return mail;
 }
 
@@ -38,6 +39,7 @@ void Put(SQLite::Statement& statement, const RememberedMail& mail, const std::st
     statement.bind(9, static_cast<std::int64_t>(mail.size));
     BindBlob(statement, 10, mail.content);
     BindBlob(statement, 11, mail.name);
+    BindBlob(statement, 12, mail.fileId);
     statement.exec();
 }
 
@@ -63,7 +65,8 @@ platform::Result<std::vector<RememberedMail>> MailState::Load() {
     if (m_database == nullptr) return mails;
     try {
         if (!m_database->tableExists("mail")) return mails;
-        SQLite::Statement rows(*m_database, kSelectMails);
+        const bool isOld = m_database->execAndGet("PRAGMA user_version").getInt() < 3;
+        SQLite::Statement rows(*m_database, isOld ? kSelectOldMails : kSelectMails);
         BindBlob(rows, 1, m_scope);
         while (rows.executeStep()) mails.push_back(FromRow(rows));
     } catch (const SQLite::Exception& error) {
@@ -72,7 +75,7 @@ platform::Result<std::vector<RememberedMail>> MailState::Load() {
     return mails;
 }
 
-platform::Status MailState::Save(const MailMemoryChange& change) {
+platform::Status MailState::Save(MailMemoryChange& change) {
     return InTransaction(m_database.get(), m_path, [&](SQLite::Database& database) {
         SQLite::Statement put(database, kPutMail), forget(database, kForgetMail);
         for (const std::int64_t key : change.forget) {
@@ -80,13 +83,30 @@ platform::Status MailState::Save(const MailMemoryChange& change) {
             forget.bind(1, key);
             forget.exec();
         }
-        for (const RememberedMail& mail : change.put) Put(put, mail, m_scope);
+        for (RememberedMail& mail : change.put) {
+            Put(put, mail, m_scope);
+            if (mail.key == 0) mail.key = database.getLastInsertRowid();
+        }
         if (!change.settle) return;
         SQLite::Statement settle(database, kSettleMails);
         settle.bind(1, static_cast<int>(MailLink::kInStep));
         BindBlob(settle, 2, m_scope);
         settle.bind(3, static_cast<int>(MailLink::kPending));
         settle.exec();
+    });
+}
+
+platform::Status MailState::ForgetInBox(platform::Files& files, const std::string& path,
+                                        const std::string& inbox) {
+    if (!files.Exists(path)) return {};
+    auto database = OpenStateDatabase(files, path, true);
+    if (!database) return database.Error();
+    return InTransaction(database->get(), path, [&](SQLite::Database& opened) {
+        SQLite::Statement forget(opened, kForgetInBox);
+        const std::string start = inbox + '\n';
+        BindBlob(forget, 1, start);
+        BindBlob(forget, 2, start);
+        forget.exec();
     });
 }
 

@@ -23,7 +23,13 @@ class MailState : public MailMemory {
     ~MailState() override;
 
     platform::Result<std::vector<RememberedMail>> Load() override;
-    platform::Status Save(const MailMemoryChange& change) override;
+    using MailMemory::Save;
+    platform::Status Save(MailMemoryChange& change) override;
+
+    // Forgets all mails of an in-box, with whatever Maildir: the next run pairs what both sides
+    // hold. A state file that is not there has nothing to forget.
+    static platform::Status ForgetInBox(platform::Files& files, const std::string& path,
+                                        const std::string& inbox);
 
   private:
     MailState(std::unique_ptr<SQLite::Database> database, std::string path, std::string scope);

@@ -10,7 +10,7 @@ namespace {
 
 // "kvsy": tells a state file from any other database.
 constexpr int kApplicationId = 0x6B767379;
-constexpr int kVersion = 2;
+constexpr int kVersion = 3;
 
 // What each version added; the first makes an empty file one of version 1.
 constexpr std::array<const char*, kVersion> kSteps = {R"(
@@ -31,6 +31,9 @@ constexpr std::array<const char*, kVersion> kSteps = {R"(
         file BLOB NOT NULL, flags BLOB NOT NULL, size INTEGER NOT NULL, content BLOB NOT NULL,
         name BLOB NOT NULL);
     CREATE INDEX mail_scope ON mail(scope, link);
+)",
+                                                      R"(
+    ALTER TABLE mail ADD COLUMN file_id BLOB NOT NULL DEFAULT x'';
 )"};
 
 int Number(SQLite::Database& database, const char* pragma) {

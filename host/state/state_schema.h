@@ -22,11 +22,17 @@ inline constexpr const char* kPutIntent =
 inline constexpr const char* kClearIntents = "DELETE FROM intent WHERE scope = ?";
 
 inline constexpr const char* kSelectMails =
-    "SELECT key, link, eudora_id, eudora_marker, message_id, file, flags, size, content, name"
+    "SELECT key, link, eudora_id, eudora_marker, message_id, file, flags, size, content, name,"
+    " file_id FROM mail WHERE scope = ? ORDER BY key";
+// Of a file of version 2 that is only read.
+inline constexpr const char* kSelectOldMails =
+    "SELECT key, link, eudora_id, eudora_marker, message_id, file, flags, size, content, name, x''"
     " FROM mail WHERE scope = ? ORDER BY key";
+inline constexpr const char* kForgetInBox =
+    "DELETE FROM mail WHERE substr(scope, 1, length(?)) = ?";
 inline constexpr const char* kPutMail =
     "INSERT OR REPLACE INTO mail(key, scope, link, eudora_id, eudora_marker, message_id, file,"
-    " flags, size, content, name) VALUES(?,?,?,?,?,?,?,?,?,?,?)";
+    " flags, size, content, name, file_id) VALUES(?,?,?,?,?,?,?,?,?,?,?,?)";
 inline constexpr const char* kForgetMail = "DELETE FROM mail WHERE key = ?";
 inline constexpr const char* kSettleMails = "UPDATE mail SET link = ? WHERE scope = ? AND link = ?";
 

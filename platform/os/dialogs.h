@@ -70,6 +70,9 @@ class Dialogs {
     virtual std::optional<std::string> OpenFile(const OpenFileRequest& request) = 0;
     // The result given to DialogView::End; 2 if the dialog was closed or cannot be shown.
     virtual int RunModal(const DialogTemplate& dialog, DialogLogic& logic) = 0;
+    // Shows that the user has to wait, and takes the sign away again; nothing without a screen.
+    virtual void BeginWaitCursor() {}
+    virtual void EndWaitCursor() {}
 };
 
 }  // namespace platform

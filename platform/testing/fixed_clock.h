@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "platform/os/clock.h"
 
 namespace platform::testing {
@@ -9,11 +11,15 @@ class FixedClock : public Clock {
   public:
     std::chrono::system_clock::time_point now = std::chrono::system_clock::from_time_t(0);
     std::chrono::seconds offset{0};
+    std::optional<std::chrono::seconds> standardOffset;  // if daylight saving makes it another one
     int sleeps = 0;
 
     std::chrono::system_clock::time_point Now() override { return now; }
     std::chrono::seconds UtcOffset(std::chrono::system_clock::time_point) override {
         return offset;
+    }
+    std::chrono::seconds StandardOffset(std::chrono::system_clock::time_point) override {
+        return standardOffset.value_or(offset);
     }
     void Sleep(std::chrono::milliseconds duration) override {
         now += duration;

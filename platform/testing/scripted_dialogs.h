@@ -67,10 +67,13 @@ class ScriptedDialogs : public Dialogs {
     std::vector<Message> messages;
     std::vector<OpenFileRequest> fileRequests;
     std::vector<int> modalTemplates;
+    int waitsBegun = 0, waitsEnded = 0;
 
     void ShowMessage(const std::string& text, const std::string& title, MessageIcon icon) override;
     std::optional<std::string> OpenFile(const OpenFileRequest& request) override;
     int RunModal(const DialogTemplate& dialog, DialogLogic& logic) override;
+    void BeginWaitCursor() override { ++waitsBegun; }
+    void EndWaitCursor() override { ++waitsEnded; }
 };
 
 }  // namespace platform::testing

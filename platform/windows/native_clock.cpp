@@ -24,6 +24,12 @@ std::chrono::seconds NativeClock::UtcOffset(std::chrono::system_clock::time_poin
     return std::chrono::duration_cast<std::chrono::seconds>(TimePointOf(localTime) - whole);
 }
 
+std::chrono::seconds NativeClock::StandardOffset(std::chrono::system_clock::time_point) {
+    TIME_ZONE_INFORMATION zone;
+    if (GetTimeZoneInformation(&zone) == TIME_ZONE_ID_INVALID) return std::chrono::seconds(0);
+    return -std::chrono::minutes(zone.Bias + zone.StandardBias);
+}
+
 void NativeClock::Sleep(std::chrono::milliseconds duration) {
     ::Sleep(static_cast<DWORD>(std::clamp<long long>(duration.count(), 0, INFINITE - 1)));
 }

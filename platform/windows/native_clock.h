@@ -8,6 +8,7 @@ class NativeClock : public Clock {
   public:
     std::chrono::system_clock::time_point Now() override;
     std::chrono::seconds UtcOffset(std::chrono::system_clock::time_point instant) override;
+    std::chrono::seconds StandardOffset(std::chrono::system_clock::time_point instant) override;
     void Sleep(std::chrono::milliseconds duration) override;
 };
 

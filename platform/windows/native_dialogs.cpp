@@ -38,4 +38,12 @@ int NativeDialogs::RunModal(const DialogTemplate& dialog, DialogLogic& logic) {
     return ShowModal(dialog, logic);
 }
 
+void NativeDialogs::BeginWaitCursor() {
+    m_cursorBefore = SetCursor(LoadCursorW(nullptr, reinterpret_cast<LPCWSTR>(IDC_WAIT)));
+}
+
+void NativeDialogs::EndWaitCursor() {
+    SetCursor(static_cast<HCURSOR>(m_cursorBefore));
+}
+
 }  // namespace platform::windows

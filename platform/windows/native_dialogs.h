@@ -12,11 +12,14 @@ class NativeDialogs : public Dialogs {
     void ShowMessage(const std::string& text, const std::string& title, MessageIcon icon) override;
     std::optional<std::string> OpenFile(const OpenFileRequest& request) override;
     int RunModal(const DialogTemplate& dialog, DialogLogic& logic) override;
+    void BeginWaitCursor() override;
+    void EndWaitCursor() override;
 
   private:
     Dialogs* Provider() const { return m_source != nullptr ? m_source() : nullptr; }
 
     Dialogs* (*m_source)() = nullptr;
+    void* m_cursorBefore = nullptr;  // of the innermost wait
 };
 
 // The windows themselves. They belong to the thread's active window, if there is one.

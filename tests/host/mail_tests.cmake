@@ -1,9 +1,10 @@
 kv_test(host_mail_test
-    SOURCES mail_date_test.cpp mail_text_test.cpp
+    SOURCES html_text_test.cpp mail_date_test.cpp mail_text_test.cpp
     DEPENDS host_mail platform_testing)
 if(TARGET kv_gmime)
     target_sources(host_mail_test PRIVATE
-        mail_compose_test.cpp mail_message.cpp mail_property_test.cpp)
+        mail_compose_test.cpp mail_message.cpp mail_parse_property_test.cpp mail_parse_test.cpp
+        mail_property_test.cpp)
 endif()
 
 find_program(KV_PYTHON python3 NO_CMAKE_FIND_ROOT_PATH)
@@ -16,3 +17,9 @@ kv_test(host_mail_table_test
     SOURCES mail_table_test.cpp ${PROJECT_SOURCE_DIR}/host/cli/mail_table.cpp
             ${PROJECT_SOURCE_DIR}/host/cli/terminal_text.cpp
     DEPENDS host_mail kv_json)
+
+# On the real disk, through the built library beside the test.
+if(NOT WIN32 AND TARGET kvtEUD)
+    kv_test(mail_writer_test SOURCES mail_writer_test.cpp DEPENDS host_mail)
+    add_dependencies(mail_writer_test kvtEUD EUMAPI32 bundles)
+endif()

@@ -9,7 +9,7 @@ using platform::testing::Fault;
 
 // A world with something of everything to do.
 void Prepare(MailWorld& world) {
-    for (const char* subject : {"read", "unread", "gone", "dropped", "stays", "flagged"}) {
+    for (const char* subject : {"read", "unread", "gone", "dropped", "stays", "flagged", "seen"}) {
         world.Add(subject, subject == std::string("unread"));
     }
     ASSERT_FALSE(world.Sync().stop);
@@ -22,16 +22,31 @@ void Prepare(MailWorld& world) {
     world.Delete("flagged");
     world.Add("new");
     world.Add("nameless", true, false);
+    (void)world.maildir.SetFlags(world.File("seen"), "S");
+    world.Deliver("arrived");
+    world.Deliver("arrived without id", "S", false);
+    world.Deliver("out", "", true, ".Outbox\\");
+    world.Deliver("out too", "", false, ".Outbox\\");
 }
 
 void ExpectDone(MailWorld& world, const std::string& what) {
-    EXPECT_EQ(world.Folder(), "flagged:F nameless:S new read:S stays unread:") << what;
+    EXPECT_EQ(world.Folder(),
+              "arrived arrived without id:S flagged:F nameless:S new read:S seen:S stays unread:")
+        << what;
+    EXPECT_EQ(world.InBox(),
+              "arrived arrived without id:S nameless:S new read:S seen:S stays unread")
+        << what;
+    EXPECT_EQ(world.eudora.trash.size(), 1u) << what;
+    std::ranges::sort(world.eudora.queued);
+    EXPECT_EQ(world.eudora.queued, (std::vector<std::string>{"out", "out too"})) << what;
+    EXPECT_EQ(world.folders.sent.List()->size(), 2u) << what;
+    EXPECT_EQ(world.memory.rows.size(), 9u) << what;
     for (const MaildirEntry& entry : world.Files()) {
         const std::string text = world.Text(entry);
         EXPECT_NE(text.find("the text of " + world.SubjectOf(entry)), std::string::npos) << what;
     }
     // Nothing but these mails lies in the Maildir.
-    EXPECT_EQ(world.disk.AllFiles().size(), 6u) << what;
+    EXPECT_EQ(world.disk.AllFiles().size(), 11u) << what;
     const int reads = world.eudora.reads, saves = world.memory.saves;
     EXPECT_TRUE(world.Sync().steps.empty()) << what;
     EXPECT_EQ(world.eudora.reads, reads) << what;

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <algorithm>
+#include <functional>
 #include <map>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "host/mail/parse.h"
 #include "host/maildir/maildir_name.h"
 #include "host/mailsync/execute_mail.h"
 #include "host/mailsync/load_mail.h"
@@ -15,12 +17,24 @@
 
 namespace host::testing {
 
-// An in-box in memory. Hidden mails are those that the limits leave out.
+// An in-box in memory. Hidden mails are those that the limits leave out. Changes count as
+// operations of the file system that faults are injected into; a torn Finish carries out a half.
 class MemoryMails : public MailSource {
   public:
-    std::vector<Mail> mails;
+    explicit MemoryMails(platform::testing::FaultyFiles& files) : m_files(files) {}
+
+    std::vector<Mail> mails, trash;
+    std::vector<std::string> queued;  // subjects of mails to be sent
+    unsigned ids = 0;
     std::set<std::string> hidden;  // ids
-    int reads = 0, walks = 0, searches = 0;
+    int reads = 0, walks = 0, searches = 0, changes = 0;
+    std::size_t room = 100000;
+
+    std::string NextId() {
+        char id[11];
+        std::snprintf(id, sizeof id, "0x%08X", ++ids);
+        return id;
+    }
 
     Mail& Get(const std::string& subject) {
         return *std::ranges::find(mails, std::optional(subject), &Mail::subject);
@@ -50,7 +64,60 @@ class MemoryMails : public MailSource {
         return *m_current;
     }
 
+    platform::Result<MailHead> Add(const NewMail& mail, std::uint32_t status) override {
+        Mail added;
+        added.id = NextId();
+        added.from = mail.from;
+        added.subject = mail.subject;
+        added.body = mail.body + "\r\n";
+        added.date = mail.date;
+        added.messageId = mail.messageId;
+        added.status = status;
+        added.marker = std::to_string(status);
+        m_waiting.push_back([this, added] {
+            if (mails.size() < room) mails.push_back(added);
+        });
+        return MailHead{added.id, added.marker};
+    }
+    platform::Status AddOutgoing(const NewMail& mail) override {
+        if (mail.to.empty()) return platform::Failure{platform::ErrorCode::kFailed, "no recipient"};
+        m_waiting.push_back([this, subject = mail.subject] { queued.push_back(subject); });
+        return {};
+    }
+    platform::Status SetStatus(const std::string& id, std::uint32_t status) override {
+        m_waiting.push_back([this, id, status] {
+            const auto mail = std::ranges::find(mails, id, &Mail::id);
+            if (mail == mails.end()) return;
+            mail->status = status;
+            mail->marker = std::to_string(status);
+        });
+        return {};
+    }
+    platform::Status Remove(const std::string& id) override {
+        if (m_files.Strikes()) return m_files.Injected("remove");
+        ++changes;
+        const auto mail = std::ranges::find(mails, id, &Mail::id);
+        trash.push_back(*mail);
+        mails.erase(mail);
+        return {};
+    }
+    platform::Status Finish() override {
+        const bool isHit = m_files.Strikes();
+        const auto waiting = std::exchange(m_waiting, {});
+        const std::size_t count = !isHit            ? waiting.size()
+                                  : m_files.Tears() ? waiting.size() / 2
+                                                    : 0;
+        for (std::size_t i = 0; i < count; ++i) waiting[i]();
+        changes += static_cast<int>(count);
+        if (isHit) return m_files.Injected("close");
+        return {};
+    }
+    // The run was killed: what waited is gone.
+    void Die() { m_waiting.clear(); }
+
   private:
+    platform::testing::FaultyFiles& m_files;
+    std::vector<std::function<void()>> m_waiting;
     const Mail* m_current = nullptr;
 };
 
@@ -63,16 +130,17 @@ class MemoryMailMemory : public MailMemory {
     int saves = 0;
 
     platform::Result<std::vector<RememberedMail>> Load() override { return rows; }
-    platform::Status Save(const MailMemoryChange& change) override {
+    using MailMemory::Save;
+    platform::Status Save(MailMemoryChange& change) override {
         if (m_files.Strikes()) return m_files.Injected("state");
         ++saves;
         for (const std::int64_t key : change.forget) {
             std::erase_if(rows, [&](const auto& row) { return row.key == key; });
         }
-        for (RememberedMail row : change.put) {
+        for (RememberedMail& row : change.put) {
             std::erase_if(rows, [&](const auto& old) { return old.key == row.key; });
             if (row.key == 0) row.key = ++m_keys;
-            rows.push_back(std::move(row));
+            rows.push_back(row);
         }
         for (RememberedMail& row : rows) {
             if (change.settle && row.link == MailLink::kPending) row.link = MailLink::kInStep;
@@ -91,19 +159,40 @@ struct MailWorld {
     platform::testing::MemoryFiles disk;
     platform::testing::FaultyFiles files{disk};
     platform::testing::FixedClock clock;
-    MemoryMails eudora;
+    MemoryMails eudora{files};
     MemoryMailMemory memory{files};
-    Maildir maildir{files, clock, "C:\\M"};
+    MailFolders folders{files, clock, "C:\\M"};
+    Maildir& maildir = folders.mails;
+    int backups = 0;
     MailPlanOptions options{Prefer::kBoth, DeleteLimit{100, true}};
-    unsigned ids = 0;
-
-    MailWorld() { (void)maildir.Create(); }
+    MailWorld() {
+        (void)maildir.Create();
+        (void)folders.outbox.Create();
+    }
+    // A mail that a person or a program puts into the Maildir.
+    void Deliver(const std::string& subject, const std::string& flags = "", bool hasId = true,
+                 const std::string& where = "") {
+        const std::string name = "1." + std::to_string(++m_delivered) + ".host";
+        std::string text = "From: a@b\nTo: c@d\nSubject: " + subject + "\n";
+        if (hasId) text += "Message-ID: <" + subject + "@x>\n";
+        disk.Put(
+            "C:\\M\\" + where + (flags.empty() ? "new\\" + name : "cur\\" + name + "!2," + flags),
+            text + "\nthe text of " + subject + "\n");
+    }
+    // "subject", or "subject:S" for a read one, with a blank between them.
+    std::string InBox() {
+        std::multiset<std::string> all;
+        for (const Mail& mail : eudora.mails) {
+            all.insert(*mail.subject + (IsSeen(mail.marker) ? ":S" : ""));
+        }
+        std::string line;
+        for (const std::string& one : all) line += (line.empty() ? "" : " ") + one;
+        return line;
+    }
 
     Mail& Add(const std::string& subject, bool isRead = false, bool hasId = true) {
         Mail mail;
-        char id[11];
-        std::snprintf(id, sizeof id, "0x%08X", ++ids);
-        mail.id = id;
+        mail.id = eudora.NextId();
         mail.subject = subject;
         mail.from = "a@b";
         mail.body = "the text of " + subject + "\r\n";
@@ -125,8 +214,7 @@ struct MailWorld {
     void Renumber() {
         std::set<std::string> nowHidden;
         for (Mail& mail : eudora.mails) {
-            char id[11];
-            std::snprintf(id, sizeof id, "0x%08X", ++ids);
+            const std::string id = eudora.NextId();
             if (eudora.hidden.contains(mail.id)) nowHidden.insert(id);
             mail.id = id;
         }
@@ -161,22 +249,44 @@ struct MailWorld {
     }
     MailPlan MakePlan() {
         Progress progress(clock, nullptr);
-        const auto sides = LoadMailSides(eudora, maildir, memory.rows, progress);
+        auto sides = LoadMailSides(eudora, folders, memory.rows, progress);
         if (!sides) {
             MailPlan plan;
             plan.stop = sides.Error().Message();
             return plan;
         }
+        sides->queued = eudora.queued.size();
         return PlanMail(*sides, memory.rows, options);
+    }
+    MailWork Work(Progress& progress) {
+        return {eudora,
+                folders,
+                memory,
+                files,
+                clock,
+                progress,
+                [this](std::string_view bytes, const std::string& name) {
+                    return ParseMail(bytes, {disk, "C:\\in", 1252, clock}, name);
+                },
+                [this] { return platform::Result<std::size_t>(eudora.queued.size()); },
+                [this]() -> platform::Status {
+                    if (files.Strikes()) return files.Injected("backup");
+                    ++backups;
+                    return {};
+                }};
     }
     MailPlan Sync(MailOutcome* outcome = nullptr) {
         MailPlan plan = MakePlan();
         if (plan.stop || plan.steps.empty()) return plan;
         Progress progress(clock, nullptr);
-        MailOutcome done = ExecuteMail(plan, {eudora, maildir, memory, files, clock, progress});
+        MailOutcome done = ExecuteMail(plan, Work(progress));
+        eudora.Die();
         if (outcome != nullptr) *outcome = std::move(done);
         return plan;
     }
+
+  private:
+    int m_delivered = 0;
 };
 
 }  // namespace host::testing

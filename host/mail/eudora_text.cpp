@@ -1,0 +1,104 @@
+#include "host/mail/eudora_text.h"
+
+#include <algorithm>
+
+#include "host/mail/charset_text.h"
+#include "host/mail/mime_entity.h"
+#include "platform/os/code_page.h"
+#include "platform/os/path.h"
+
+namespace host {
+
+namespace {
+
+constexpr auto kNone = std::string_view::npos;
+
+// Eudora makes a file of ours out of the first, and a mail of its own out of the second.
+constexpr std::string_view kLineMarks[] = {"Attachment Converted:", "From ???@???"};
+constexpr std::string_view kTextMarks[] = {"<x-html>",  "</x-html>",  "<x-rich>",
+                                           "</x-rich>", "<x-flowed>", "</x-flowed>"};
+
+template <std::size_t kCount>
+bool BeginsWithAny(std::string_view text, const std::string_view (&marks)[kCount]) {
+    return std::ranges::any_of(marks,
+                               [text](std::string_view mark) { return BeginsNoCase(text, mark); });
+}
+
+// Every kind of line end as CR LF, zero bytes as blanks.
+std::string WithLineEnds(std::string_view text) {
+    std::string lines;
+    lines.reserve(text.size() + text.size() / 16);
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool isPair = text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n';
+        if (isPair) ++i;
+        if (text[i] == '\r' || text[i] == '\n') {
+            lines += "\r\n";
+        } else {
+            lines += text[i] == '\0' ? ' ' : text[i];
+        }
+    }
+    return lines;
+}
+
+std::string WithSpoiltLines(std::string_view text) {
+    std::string spoilt;
+    spoilt.reserve(text.size());
+    while (!text.empty()) {
+        const auto length = std::min(text.find('\n'), text.size() - 1) + 1;
+        if (BeginsWithAny(text, kLineMarks)) spoilt += ' ';
+        spoilt += text.substr(0, length);
+        text.remove_prefix(length);
+    }
+    return spoilt;
+}
+
+std::string WithSpoiltMarks(std::string_view text) {
+    std::string spoilt;
+    spoilt.reserve(text.size());
+    while (!text.empty()) {
+        const auto length = std::min(text.find('<'), text.size() - 1) + 1;
+        spoilt += text.substr(0, length);
+        if (BeginsWithAny(text.substr(length - 1), kTextMarks)) spoilt += ' ';
+        text.remove_prefix(length);
+    }
+    return spoilt;
+}
+
+}  // namespace
+
+std::string EudoraText::Convert(const std::string& text) {
+    bool isLossy = false;
+    std::string converted = platform::FromUtf8(text, m_codePage, &isLossy);
+    if (!isLossy) return converted;
+    const std::string composed = Composed(text);
+    if (composed != text) converted = platform::FromUtf8(composed, m_codePage);
+    const auto asked = std::ranges::count(converted, '?'), before = std::ranges::count(text, '?');
+    m_lost += static_cast<std::size_t>(std::max<std::ptrdiff_t>(asked - before, 0));
+    return converted;
+}
+
+std::string EudoraText::Line(const std::string& text) {
+    std::string line = Convert(text);
+    for (char& letter : line) {
+        if (static_cast<unsigned char>(letter) < ' ' || letter == 0x7F) letter = ' ';
+    }
+    line.erase(line.find_last_not_of(' ') + 1);
+    line.erase(0, line.find_first_not_of(' '));
+    return line;
+}
+
+std::string EudoraText::Body(const TextPiece& piece) {
+    const std::string text = WithSpoiltLines(WithLineEnds(Convert(piece.text)));
+    if (piece.kind == TextPiece::Kind::kHtml) return "<x-html>" + text + "</x-html>";
+    if (piece.kind == TextPiece::Kind::kEnriched) return "<x-rich>" + text + "</x-rich>";
+    return WithSpoiltMarks(text);
+}
+
+std::string_view CutText(std::string_view text, std::size_t limit, unsigned codePage) {
+    if (text.size() <= limit) return text;
+    const auto lineEnd = text.rfind("\r\n", limit);
+    if (lineEnd != kNone && lineEnd > limit / 2) return text.substr(0, lineEnd);
+    return text.substr(0, platform::WholeCharacterPrefix(text, limit, codePage));
+}
+
+}  // namespace host

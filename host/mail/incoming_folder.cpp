@@ -1,0 +1,45 @@
+#include "host/mail/incoming_folder.h"
+
+#include "host/module/exit_code.h"
+#include "host/module/native_path.h"
+#include "host/module/windows_path.h"
+#include "platform/os/system.h"
+
+namespace host {
+
+namespace {
+
+// Files only: no folder of ours has folders.
+void RemoveWithFiles(platform::Files& files, const std::string& path) {
+    if (const auto entries = files.List(path, "*")) {
+        for (const auto& entry : *entries) {
+            if (!entry.isFolder) (void)files.Delete(path + files.Separator() + entry.name);
+        }
+    }
+    (void)files.RemoveFolder(path);
+}
+
+}  // namespace
+
+platform::Result<std::unique_ptr<IncomingFolder>> IncomingFolder::Create(const std::string& key) {
+    auto temp = platform::NativeSystem().files.TempFolder();
+    if (!temp) return temp.Error();
+    const auto native = ToNativePath(*temp);
+    if (!native) return Failed("no drive leads to the temporary folder " + ToUtf8(*temp));
+    platform::Files& files = platform::NativeFiles();
+    std::string path = *native;
+    if (!path.ends_with(files.Separator())) path += files.Separator();
+    path += "kvsync-" + key;
+    RemoveWithFiles(files, path);
+    if (auto created = files.CreateFolder(path); !created) return created.Error();
+    return std::unique_ptr<IncomingFolder>(new IncomingFolder(files, std::move(path)));
+}
+
+IncomingFolder::IncomingFolder(platform::Files& files, std::string path)
+    : m_files(files), m_path(std::move(path)) {}
+
+IncomingFolder::~IncomingFolder() {
+    RemoveWithFiles(m_files, m_path);
+}
+
+}  // namespace host

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/os/files.h"
+#include "platform/os/result.h"
+
+namespace host {
+
+// A folder of our own in the temporary folder of the module's machine, for files on their way into
+// Eudora. It goes, with what is left in it, when this does.
+class IncomingFolder {
+  public:
+    // `key` tells runs on different Eudoras apart; what an earlier run with the same key left is
+    // removed, so one run at a time may use it.
+    static platform::Result<std::unique_ptr<IncomingFolder>> Create(const std::string& key);
+    ~IncomingFolder();
+    IncomingFolder(const IncomingFolder&) = delete;
+    IncomingFolder& operator=(const IncomingFolder&) = delete;
+
+    const std::string& Path() const { return m_path; }  // native, UTF-8
+
+  private:
+    IncomingFolder(platform::Files& files, std::string path);
+
+    platform::Files& m_files;
+    std::string m_path;
+};
+
+}  // namespace host

@@ -1,0 +1,172 @@
+#include "host/mail/mime_entity.h"
+
+#include <algorithm>
+
+namespace host {
+
+namespace {
+
+constexpr auto kNone = std::string_view::npos;
+constexpr std::size_t kLongestValue = 64 * 1024;
+constexpr std::string_view kBlanks = " \t\r\n";
+
+char Lower(char letter) {
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+}
+
+bool IsBlank(char letter) {
+    return letter == ' ' || letter == '\t';
+}
+
+std::string_view Trimmed(std::string_view text) {
+    const auto first = text.find_first_not_of(kBlanks);
+    if (first == kNone) return {};
+    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+// Its line end included.
+std::string_view FirstLine(std::string_view text) {
+    return text.substr(0, text.find('\n') == kNone ? kNone : text.find('\n') + 1);
+}
+
+bool IsEmptyLine(std::string_view line) {
+    return line == "\n" || line == "\r\n";
+}
+
+// "Name:", with nothing in the name that no name has.
+bool IsFieldLine(std::string_view line) {
+    const auto colon = line.find(':');
+    if (colon == kNone || colon == 0) return false;
+    const auto name = Trimmed(line.substr(0, colon));
+    return !name.empty() && std::ranges::all_of(name, [](char letter) {
+        return static_cast<unsigned char>(letter) > ' ' && letter != 0x7F;
+    });
+}
+
+// Takes the first field of a header off, its continuation lines included.
+std::string_view TakeField(std::string_view& header) {
+    std::size_t length = FirstLine(header).size();
+    while (length < header.size() && IsBlank(header[length])) {
+        length += FirstLine(header.substr(length)).size();
+    }
+    const auto field = header.substr(0, length);
+    header.remove_prefix(length);
+    return field;
+}
+
+std::string Unfolded(std::string_view value) {
+    std::string text;
+    for (const char letter : Trimmed(value).substr(0, kLongestValue)) {
+        if (letter != '\r' && letter != '\n') text += letter == '\0' ? ' ' : letter;
+    }
+    return text;
+}
+
+template <class Take>
+void ForEachField(const Entity& entity, std::string_view name, Take take) {
+    for (std::string_view rest = entity.header; !rest.empty();) {
+        const std::string_view field = TakeField(rest);
+        const auto colon = field.find(':');
+        if (colon == kNone || !EqualsNoCase(Trimmed(field.substr(0, colon)), name)) continue;
+        if (!take(field.substr(colon + 1))) return;
+    }
+}
+
+struct Delimiter {
+    std::size_t begin = 0, end = 0;  // of what does not belong to a part
+    bool isLast = false;
+};
+
+// Finds delimiters one after the other.
+class DelimiterScan {
+  public:
+    DelimiterScan(std::string_view body, std::string_view boundary)
+        : m_body(body), m_mark("\n--" + std::string(boundary)) {}
+
+    bool Next(Delimiter& found) {
+        const std::string_view atBegin = std::string_view(m_mark).substr(1);
+        if (m_at == 0 && m_body.starts_with(atBegin) && Accept(0, atBegin.size(), found)) {
+            return true;
+        }
+        for (auto at = m_body.find(m_mark, m_at); at != kNone; at = m_body.find(m_mark, at + 1)) {
+            if (Accept(at, at + m_mark.size(), found)) return true;
+        }
+        return false;
+    }
+
+  private:
+    bool Accept(std::size_t begin, std::size_t behind, Delimiter& found) {
+        found.isLast = m_body.substr(behind).starts_with("--");
+        const std::size_t tail = behind + (found.isLast ? 2 : 0);
+        const std::size_t lineEnd = std::min(m_body.find('\n', tail), m_body.size());
+        if (!Trimmed(m_body.substr(tail, lineEnd - tail)).empty()) return false;
+        found.begin = begin > 0 && m_body[begin - 1] == '\r' ? begin - 1 : begin;
+        found.end = std::min(lineEnd + 1, m_body.size());
+        // The line end may be the one in front of the next delimiter.
+        m_at = std::max(lineEnd, std::size_t{1});
+        return true;
+    }
+
+    std::string_view m_body;
+    std::string m_mark;
+    std::size_t m_at = 0;
+};
+
+}  // namespace
+
+bool EqualsNoCase(std::string_view a, std::string_view b) {
+    return std::ranges::equal(a, b, [](char x, char y) { return Lower(x) == Lower(y); });
+}
+
+bool BeginsNoCase(std::string_view text, std::string_view beginning) {
+    return EqualsNoCase(text.substr(0, beginning.size()), beginning);
+}
+
+Entity SplitEntity(std::string_view bytes) {
+    std::size_t end = 0;
+    while (end < bytes.size()) {
+        const std::string_view line = FirstLine(bytes.substr(end));
+        if (IsEmptyLine(line)) return {bytes.substr(0, end), bytes.substr(end + line.size())};
+        const bool goesOn = end > 0 && IsBlank(line.front());
+        if (!goesOn && !IsFieldLine(line)) break;
+        end += line.size();
+    }
+    return {bytes.substr(0, end), bytes.substr(end)};
+}
+
+std::string FieldValue(const Entity& entity, std::string_view name) {
+    std::string value;
+    ForEachField(entity, name, [&value](std::string_view text) {
+        value = Unfolded(text);
+        return false;
+    });
+    return value;
+}
+
+std::string FieldValues(const Entity& entity, std::string_view name) {
+    std::string values;
+    ForEachField(entity, name, [&values](std::string_view text) {
+        if (!values.empty()) values += ", ";
+        values += Unfolded(text);
+        return values.size() < kLongestValue;
+    });
+    return values.substr(0, kLongestValue);
+}
+
+std::vector<std::string_view> SplitParts(std::string_view body, std::string_view boundary,
+                                         std::size_t most) {
+    std::vector<std::string_view> parts;
+    DelimiterScan scan(body, boundary);
+    Delimiter open, close;
+    if (boundary.empty() || !scan.Next(open)) return parts;
+    while (!open.isLast && parts.size() < most) {
+        const bool isClosed = scan.Next(close);
+        const std::size_t end = isClosed ? std::max(close.begin, open.end) : body.size();
+        parts.push_back(body.substr(open.end, end - open.end));
+        if (!isClosed) break;
+        open = close;
+    }
+    return parts;
+}
+
+}  // namespace host

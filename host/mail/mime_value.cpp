@@ -1,0 +1,207 @@
+#include "host/mail/mime_value.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+
+#include <gmime/gmime.h>
+
+#include "host/mail/charset_text.h"
+#include "host/mail/encoded_words.h"
+#include "host/mail/mail_date.h"
+#include "platform/os/code_page.h"
+
+namespace host {
+
+namespace {
+
+constexpr std::ptrdiff_t kMostGroups = 100;  // the address parser calls itself for each
+constexpr std::size_t kPiece = 64 * 1024;
+
+template <class T>
+using Owned = std::unique_ptr<T, decltype(&g_object_unref)>;
+
+template <class T>
+Owned<T> Own(T* object) {
+    return {object, g_object_unref};
+}
+
+std::string OrEmpty(const char* text) {
+    return text != nullptr ? text : "";
+}
+
+std::string Taken(char* text) {
+    std::string copy = OrEmpty(text);
+    g_free(text);
+    return copy;
+}
+
+// Bare 8-bit text of a header as UTF-8.
+std::string Utf8Of(const std::string& text, unsigned codePage) {
+    return IsUtf8(text) ? text : platform::ToUtf8(text, codePage);
+}
+
+std::string Lowered(const std::string& text) {
+    return Taken(g_ascii_strdown(text.c_str(), static_cast<gssize>(text.size())));
+}
+
+// Encoded words as atoms, so that nothing inside them can be taken for a mark of the list.
+class HiddenWords {
+  public:
+    explicit HiddenWords(std::string_view text) {
+        for (EncodedWordScan scan(text); scan.Next();) {
+            m_text += scan.Before();
+            m_text += kBegin + std::to_string(m_words.size()) + '=';
+            m_words.emplace_back(scan.Word());
+            text = scan.Behind();
+        }
+        m_text += text;
+    }
+
+    const std::string& Text() const { return m_text; }
+    std::string Shown(std::string_view text) const {
+        std::string shown;
+        for (auto at = text.find(kBegin); at != std::string_view::npos; at = text.find(kBegin)) {
+            shown += text.substr(0, at);
+            text.remove_prefix(at + kBegin.size());
+            const auto end = std::min(text.find('='), text.size());
+            const auto number = std::strtoul(std::string(text.substr(0, end)).c_str(), nullptr, 10);
+            if (number < m_words.size()) shown += m_words[number];
+            text.remove_prefix(std::min(end + 1, text.size()));
+        }
+        return shown.append(text);
+    }
+
+  private:
+    static inline const std::string kBegin = "=kvword";
+    std::string m_text;
+    std::vector<std::string> m_words;
+};
+
+void AddMailboxes(InternetAddressList* list, std::vector<Recipient>& found) {
+    const int count = list != nullptr ? internet_address_list_length(list) : 0;
+    for (int i = 0; i < count; ++i) {
+        InternetAddress* const address = internet_address_list_get_address(list, i);
+        Recipient one{OrEmpty(internet_address_get_name(address)), ""};
+        if (INTERNET_ADDRESS_IS_GROUP(address)) {
+            const std::size_t before = found.size();
+            AddMailboxes(internet_address_group_get_members(INTERNET_ADDRESS_GROUP(address)),
+                         found);
+            if (found.size() != before) continue;
+        } else {
+            one.address =
+                OrEmpty(internet_address_mailbox_get_addr(INTERNET_ADDRESS_MAILBOX(address)));
+        }
+        if (one.address.empty()) one.address.swap(one.name);
+        if (!one.address.empty()) found.push_back(std::move(one));
+    }
+}
+
+std::string ParameterOf(GMimeParamList* list, const char* name) {
+    GMimeParam* const parameter =
+        list != nullptr ? g_mime_param_list_get_parameter(list, name) : nullptr;
+    return parameter != nullptr ? OrEmpty(g_mime_param_get_value(parameter)) : std::string();
+}
+
+void ReadType(PartType& part, const std::string& value) {
+    const auto type = Own(g_mime_content_type_parse(nullptr, value.c_str()));
+    part.type = Lowered(OrEmpty(g_mime_content_type_get_media_type(type.get())));
+    part.subtype = Lowered(OrEmpty(g_mime_content_type_get_media_subtype(type.get())));
+    GMimeParamList* const parameters = g_mime_content_type_get_parameters(type.get());
+    part.charset = ParameterOf(parameters, "charset");
+    part.boundary = ParameterOf(parameters, "boundary");
+    part.fileName = ParameterOf(parameters, "name");
+    part.ownPiece = ParameterOf(parameters, "x-eudora");
+}
+
+void ReadDisposition(PartType& part, const std::string& value) {
+    if (value.empty()) return;
+    const auto disposition = Own(g_mime_content_disposition_parse(nullptr, value.c_str()));
+    if (disposition == nullptr) return;
+    part.isAttachment = EqualsNoCase(
+        OrEmpty(g_mime_content_disposition_get_disposition(disposition.get())), "attachment");
+    const std::string name =
+        ParameterOf(g_mime_content_disposition_get_parameters(disposition.get()), "filename");
+    if (!name.empty()) part.fileName = name;
+}
+
+}  // namespace
+
+PartType TypeOf(const Entity& entity, bool isInDigest, unsigned codePage) {
+    PartType part;
+    const std::string value = Utf8Of(FieldValue(entity, "Content-Type"), codePage);
+    if (value.find('/') != std::string::npos) ReadType(part, value);
+    if (part.type.empty() || part.subtype.empty()) {
+        part.type = isInDigest ? "message" : "text";
+        part.subtype = isInDigest ? "rfc822" : "plain";
+    }
+    ReadDisposition(part, Utf8Of(FieldValue(entity, "Content-Disposition"), codePage));
+    part.encoding = FieldValue(entity, "Content-Transfer-Encoding");
+    return part;
+}
+
+std::string DecodedHeader(const std::string& value, unsigned codePage) {
+    return DecodeWords(Utf8Of(value, codePage), codePage);
+}
+
+std::vector<Recipient> DecodedAddresses(const std::string& value, unsigned codePage) {
+    std::string text = Utf8Of(value, codePage);
+    if (std::ranges::count(text, ':') > kMostGroups) std::ranges::replace(text, ':', ' ');
+    std::vector<Recipient> found;
+    const HiddenWords hidden(text);
+    const Owned<InternetAddressList> list(
+        internet_address_list_parse(nullptr, hidden.Text().c_str()), [](gpointer object) {
+            if (object != nullptr) g_object_unref(object);
+        });
+    AddMailboxes(list.get(), found);
+    for (Recipient& one : found) {
+        one.name = DecodeWords(hidden.Shown(one.name), codePage);
+        one.address = DecodeWords(hidden.Shown(one.address), codePage);
+    }
+    if (found.empty() && text.find_first_not_of(" ,;:<>\"") != std::string::npos) {
+        found.push_back({"", DecodedHeader(text, codePage)});
+    }
+    return found;
+}
+
+std::optional<double> DecodedDate(const std::string& value, platform::Clock& clock) {
+    GDateTime* const date = g_mime_utils_header_decode_date(value.c_str());
+    if (date == nullptr) return std::nullopt;
+    const std::chrono::seconds instant(g_date_time_to_unix(date));
+    g_date_time_unref(date);
+    // A clock counts finer than seconds, and so not as far.
+    constexpr std::chrono::seconds kFarthest = std::chrono::days(365 * 280);
+    const std::chrono::sys_seconds near(std::clamp(instant, -kFarthest, kFarthest));
+    return ToOleDate(LocalSeconds(instant + clock.UtcOffset(near)));
+}
+
+struct TransferDecoder::State {
+    GMimeEncoding encoding;
+    std::string buffer;
+};
+
+TransferDecoder::TransferDecoder(const std::string& encoding) : m_state(std::make_unique<State>()) {
+    g_mime_encoding_init_decode(&m_state->encoding,
+                                g_mime_content_encoding_from_string(encoding.c_str()));
+}
+
+TransferDecoder::~TransferDecoder() = default;
+
+std::string_view TransferDecoder::Decode(std::string_view piece) {
+    const std::size_t room = g_mime_encoding_outlen(&m_state->encoding, piece.size());
+    if (m_state->buffer.size() < room) m_state->buffer.resize(room);
+    const std::size_t length = g_mime_encoding_step(&m_state->encoding, piece.data(), piece.size(),
+                                                    m_state->buffer.data());
+    return std::string_view(m_state->buffer).substr(0, length);
+}
+
+std::string DecodedBody(std::string_view body, const std::string& encoding) {
+    std::string text;
+    TransferDecoder decoder(encoding);
+    for (; !body.empty(); body.remove_prefix(std::min(kPiece, body.size()))) {
+        text += decoder.Decode(body.substr(0, kPiece));
+    }
+    return text;
+}
+
+}  // namespace host

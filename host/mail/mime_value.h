@@ -1,0 +1,58 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/mail/mime_entity.h"
+#include "host/mail/new_mail.h"
+#include "platform/os/clock.h"
+
+namespace host {
+
+// What the header of a part says of its body. Texts are UTF-8.
+struct PartType {
+    std::string type, subtype;  // lower case
+    std::string charset, boundary;
+    std::string fileName;  // of the disposition, else of the type; empty if there is none
+    std::string ownPiece;  // what ComposeMail noted: "html", "rich" or "remark"
+    std::string encoding;  // of the transfer
+    bool isAttachment = false;
+
+    bool Is(std::string_view wantedType, std::string_view wantedSubtype) const {
+        return type == wantedType && subtype == wantedSubtype;
+    }
+};
+
+// A header without a type says "text/plain", or message/rfc822 within a digest.
+PartType TypeOf(const Entity& entity, bool isInDigest, unsigned codePage);
+
+// A text field decoded to UTF-8: encoded words, and bare 8-bit text as UTF-8 or the code page.
+std::string DecodedHeader(const std::string& value, unsigned codePage);
+// The mailboxes of address fields; names and addresses in UTF-8. A group without members is one
+// whose address is its name, and so is a text without an address.
+std::vector<Recipient> DecodedAddresses(const std::string& value, unsigned codePage);
+// OLE automation date in local time.
+std::optional<double> DecodedDate(const std::string& value, platform::Clock& clock);
+
+// Undoes a transfer encoding piece by piece. An encoding that is not known is none.
+class TransferDecoder {
+  public:
+    explicit TransferDecoder(const std::string& encoding);
+    ~TransferDecoder();
+    TransferDecoder(const TransferDecoder&) = delete;
+    TransferDecoder& operator=(const TransferDecoder&) = delete;
+
+    // Valid until the next call.
+    std::string_view Decode(std::string_view piece);
+
+  private:
+    struct State;
+    std::unique_ptr<State> m_state;
+};
+
+std::string DecodedBody(std::string_view body, const std::string& encoding);
+
+}  // namespace host

@@ -1,0 +1,16 @@
+#include "host/mail/compose.h"
+#include "host/mail/parse.h"
+#include "host/maildir/message_header.h"
+
+namespace host {
+
+platform::Result<NewMail> ParseMail(std::string_view /*bytes*/, const ParsePlace& /*place*/,
+                                    const std::string& /*name*/) {
+    return CanComposeMail().Error();
+}
+
+std::string MessageIdForEudora(std::string_view bytes) {
+    return MessageIdInHeader(bytes);
+}
+
+}  // namespace host

@@ -1,0 +1,181 @@
+// Records on their way to Eudora: made, filled, vetted, changed.
+#include <charconv>
+#include <cstdlib>
+
+#include "frame/guard.h"
+#include "mailstore/eudora_mail.h"
+#include "mailstore/format/toc_records.h"
+#include "mailstore/mail_field_ids.h"
+#include "mailstore/record_text.h"
+
+using frame::Guarded;
+
+namespace {
+
+constexpr std::int32_t kReceived = 1;  // a status with this bit is a received mail's
+constexpr unsigned kOutBoxMask = 6;    // statuses of mails that do not stay here
+constexpr std::uint32_t kSenderClass = 0xFFFFFFFF;
+constexpr unsigned kMsgNoMemory = 20, kMsgNoFrom = 80;
+
+// A text with bare line feeds gets the system's line ends; one with a return anywhere has its own.
+std::string NormalizeLineEnds(std::string_view text) {
+    if (text.find('\r') != std::string_view::npos) return std::string(text);
+    std::string lines;
+    lines.reserve(text.size() + text.size() / 16);
+    for (const char letter : text) {
+        if (letter == '\n') lines += '\r';
+        lines += letter;
+    }
+    return lines;
+}
+
+// Six decimals and a point, whatever the host's locale writes.
+std::string DateText(double date) {
+    char digits[400];
+    const auto end =
+        std::to_chars(digits, digits + sizeof digits, date, std::chars_format::fixed, 6).ptr;
+    return {digits, end};
+}
+
+std::string_view TextOf(void* pCell) {
+    const char* text = pCell != nullptr ? *static_cast<char**>(pCell) : nullptr;
+    return text != nullptr ? text : "";
+}
+
+}  // namespace
+
+RRETURNCODE CREudoraMail::IsOkToSetRecord(RWORD, RFIELDCALLBACK pfnGetValue, void* pContext,
+                                          BOOL* pbOk) {
+    return Guarded("IsOkToSetRecord", [&]() -> RRETURNCODE {
+        *pbOk = 0;
+        void* cell = nullptr;
+        unsigned long type = kFieldInteger;
+        BOOL hasField = 0;
+        auto code = pfnGetValue(pContext, "10", &cell, &type, &hasField);
+        if (code != RRC_OK) return code;
+        const auto* status = static_cast<const std::int32_t*>(cell);
+        if (status != nullptr && (*status & kReceived) != 0) {
+            cell = nullptr;
+            type = kFieldText;
+            hasField = 0;
+            code = pfnGetValue(pContext, "1", &cell, &type, &hasField);
+            if (hasField == 1 && TextOf(cell).empty()) {
+                KV_LOG(1, "From Address is Empty in CREudoraMail::IsOkToSetRecord\n");
+                Util().AddError(kMsgNoFrom);
+                return RRC_FAILED;
+            }
+            if (code != RRC_OK) return code;
+        }
+        *pbOk = 1;
+        return RRC_OK;
+    });
+}
+
+RRETURNCODE CREudoraMail::AddNewRecord(RWORD) {
+    return Guarded("AddNewRecord", [&] {
+        m_bAddNewRecord = 1;
+        (void)PrepareForAdd();
+        // One that was begun and left is gone; a queued one is its queue's.
+        FreeNewMessage();
+        m_bOutBoxRecord = false;
+        m_isStatusSet = false;
+        Mapi().ClearMsgID();
+        if (CMapi::AllocMessage(m_lpNewMessage) == 0) {
+            KV_LOG(1, "Failed to Allocate the memory in CREudoraMail::AddNewRecord\n");
+            Util().AddError(kMsgNoMemory);
+            return RRC_FAILED;
+        }
+        return RRC_OK;
+    });
+}
+
+RRETURNCODE CREudoraMail::EditRecord() {
+    return Guarded("EditRecord", [&] {
+        KV_LOG(5, "Enter CREudoraMail::EditRecord\n");
+        m_bAddNewRecord = 0;
+        m_isStatusSet = false;
+        return PrepareForEdit();
+    });
+}
+
+RRETURNCODE CREudoraMail::SetField(LPCTSTR pszFieldId, unsigned long*, void* pCell) {
+    return Guarded("SetField", [&] {
+        const int field = pszFieldId != nullptr ? std::atoi(pszFieldId) : 0;
+        KV_LOG(5, "CREudoraMail::SetField-%s\n", pszFieldId != nullptr ? pszFieldId : "");
+        if (pCell == nullptr) return RRC_OK;
+        if (field == mailstore::kStatusField) {
+            SetStatus(*static_cast<std::int32_t*>(pCell));
+        } else if (m_bAddNewRecord == 1 && m_lpNewMessage != nullptr) {
+            SetNewField(field, pCell);
+        }
+        return RRC_OK;
+    });
+}
+
+void CREudoraMail::SetStatus(std::int32_t status) {
+    const auto bits = static_cast<std::uint32_t>(status);
+    if (m_bAddNewRecord == 1) {
+        if (m_lpNewMessage == nullptr) return;
+        m_lpNewMessage->flFlags = bits;
+        m_bOutBox = (bits & kOutBoxMask) != 0;
+        KV_LOG(5, "CREudoraMail::SetField New MailStatus = %x\n", bits);
+        return;
+    }
+    KV_LOG(5, "CREudoraMail::SetField MailStatus = %x\n", bits);
+    // A mail in the out-box is no stored one: what happens to be current is another mail.
+    if (m_bOutBoxRecord) return;
+    m_isStatusSet = Mapi().SetMailStatus(bits) == 1;
+}
+
+void CREudoraMail::SetNewField(int field, void* pCell) {
+    MapiMessage& record = *m_lpNewMessage;
+    switch (field) {
+        case mailstore::kFromField:
+            if (record.lpOriginator == nullptr) record.lpOriginator = new MapiRecipDesc{};
+            record.lpOriginator->ulRecipClass = kSenderClass;
+            return mailstore::Assign(record.lpOriginator->lpszAddress, TextOf(pCell));
+        case mailstore::kToField:
+            m_pszTo = TextOf(pCell);
+            return;
+        case mailstore::kCcField:
+            m_pszCc = TextOf(pCell);
+            return;
+        case mailstore::kBccField:
+            m_pszBcc = TextOf(pCell);
+            return;
+        case mailstore::kSubjectField:
+            return mailstore::Assign(record.lpszSubject, TextOf(pCell));
+        case mailstore::kDateField:
+            return mailstore::Assign(record.lpszDateReceived,
+                                     DateText(*static_cast<double*>(pCell)));
+        case mailstore::kBodyField:
+            return mailstore::Assign(record.lpszNoteText, NormalizeLineEnds(TextOf(pCell)));
+        case mailstore::kAttachmentField:
+            // A failure leaves the mail without the files behind the failed one.
+            (void)NewAttachments(std::string(TextOf(pCell)).c_str());
+            return;
+        case mailstore::kMessageIdField:
+            return GiveId(TextOf(pCell));
+        default:
+            return;
+    }
+}
+
+// The next number that no known mail has.
+void CREudoraMail::GiveId(std::string_view messageId) {
+    KV_LOG(5, "              m_bAddNewRecord = %d\n", m_bAddNewRecord);
+    KV_LOG(5, "CREudoraMail::SetField NewRecord's MessageIdField\n");
+    std::string indexId;
+    do {
+        indexId = mailstore::IndexIdOf(++m_dwNextIndexID);
+    } while (m_mapIndexIDToMessageID.Find(indexId));
+    Mapi().SetMsgID(indexId.c_str());
+    const std::string name(messageId.empty() ? std::string_view(indexId) : messageId);
+    m_mapMessageIDToIndexID.Set(name, indexId);
+    m_mapIndexIDToMessageID.Set(indexId, name);
+    if (messageId.empty()) {
+        KV_LOG(5, "*** SetField(EMAIL_MESSAGEID): csIndexID = %s\n", indexId.c_str());
+    } else {
+        KV_LOG(5, "*** SetField(EMAIL_MESSAGEID): fldData.pszFld = %s\n", name.c_str());
+    }
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+#include "platform/os/files.h"
+
+namespace mailstore {
+
+// A mail's status as the host has it.
+inline constexpr std::uint32_t kReadBit = 0x20000;
+inline constexpr std::uint32_t kStatusUnread = 1;
+inline constexpr std::uint32_t kStatusRead = kStatusUnread | kReadBit;
+inline constexpr std::uint32_t kStatusSent = 4;
+
+// The status that the flags of a message tell.
+std::uint32_t StatusOfFlags(std::uint32_t flags);
+
+// Stores read states in a .toc file that is open for reading and writing: one pass over its
+// blocks, of which only those are written whose id, as a number, is a key of `states`. The values
+// are status numbers in decimal. A block that the end of the file cuts short is left alone.
+platform::Status StoreStates(platform::File& toc, const std::map<std::string, std::string>& states);
+
+}  // namespace mailstore

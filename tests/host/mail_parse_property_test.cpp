@@ -1,0 +1,161 @@
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "host/mail/compose.h"
+#include "host/mail/mail_text.h"
+#include "platform/os/code_page.h"
+#include "tests/host/mail_parse_world.h"
+
+namespace host {
+namespace {
+
+class Maker {
+  public:
+    explicit Maker(unsigned seed) : m_random(seed) {}
+
+    unsigned Below(unsigned limit) { return m_random() % limit; }
+
+    // Words that 1252 and 932 both hold, and some that only one of them does.
+    std::string Words(unsigned most, unsigned codePage) {
+        static const std::string common[] = {"a",  "Re:",   "long-er", "=?",   "?=", "x.y", "(c)",
+                                             "\\", "\"q\"", "@",       "it's", "--", "#1",  "'"};
+        static const std::string western[] = {"caf\xC3\xA9", "\xE2\x82\xAC", "\xC3\x9F",
+                                              "\xC2\xA0z"};
+        static const std::string eastern[] = {"\xE6\x97\xA5\xE6\x9C\xAC", "\xE8\xA1\xA8",
+                                              "\xE3\x82\xBD", "\xEF\xBD\xB1"};
+        std::string text;
+        for (unsigned i = Below(most); i > 0; --i) {
+            if (!text.empty()) text += ' ';
+            const unsigned kind = Below(3);
+            text += kind != 0          ? common[Below(std::size(common))]
+                    : codePage == 1252 ? western[Below(std::size(western))]
+                                       : eastern[Below(std::size(eastern))];
+        }
+        return text;
+    }
+
+    std::string Addresses() {
+        static const std::string pieces[] = {"a@b.c",
+                                             "Ann Bee <ann@b.c>",
+                                             "\"Bee, Ann\" <ann@b.c>",
+                                             "nickname",
+                                             "x+y=z@[127.0.0.1]",
+                                             "J\xC2\xB6 <j@b.c>",
+                                             "\"a.b (c)\" <d@e>"};
+        std::string text;
+        for (unsigned i = Below(4); i > 0; --i) {
+            if (!text.empty()) text += "; ";
+            text += pieces[Below(std::size(pieces))];
+        }
+        return text;
+    }
+
+    std::string Body(unsigned codePage) {
+        std::string body;
+        for (unsigned i = Below(12); i > 0; --i) {
+            const unsigned kind = Below(8);
+            if (kind == 0) body += "<x-html><p>" + Words(5, codePage) + "</p></x-html>";
+            if (kind == 1) body += "<x-rich><bold>" + Words(5, codePage) + "</x-rich>";
+            if (kind == 2) body += std::string(Below(3), '\n') + std::string(Below(3), ' ');
+            if (kind > 2) body += Words(20, codePage) + (Below(4) != 0 ? "\n" : "");
+        }
+        return body;
+    }
+
+  private:
+    std::mt19937 m_random;
+};
+
+std::string Utf8(const std::string& text, unsigned codePage) {
+    return platform::ToUtf8(text, codePage);
+}
+
+// What a body is after it was taken apart by Eudora's marks: white space between them is not told.
+std::string Essence(const std::string& body) {
+    std::string essence;
+    for (const TextPiece& piece : SplitText(NormalLineEnds(body))) {
+        essence += '<' + std::to_string(static_cast<int>(piece.kind)) + '>' + piece.text;
+    }
+    while (essence.ends_with('\n')) essence.pop_back();
+    return essence;
+}
+
+TEST(ParseProperty, AComposedMailComesBackAsItWas) {
+    for (unsigned seed = 0; seed < 3000; ++seed) {
+        const unsigned codePage = seed % 2 != 0 ? 1252 : 932;
+        Maker maker(seed);
+        ParseWorld world(codePage);
+        world.clock.offset = std::chrono::minutes(15 * static_cast<int>(maker.Below(104)) - 720);
+        world.files.Put("C:\\file", std::string(maker.Below(300), 'f') + '\0' + "\xFF\r\n");
+        Mail mail;
+        mail.id = "0x00000001";
+        mail.from = "Ann <a@b.c>";
+        mail.to = codePage == 1252 ? maker.Addresses() : "a@b.c";
+        mail.cc = "c@d.e; f@g.h";
+        mail.subject = maker.Words(30, codePage);
+        mail.body = maker.Body(codePage);
+        mail.date = 46350.0 + maker.Below(86400) / 86400.0;
+        mail.messageId = "id" + std::to_string(seed) + "@host";
+        if (maker.Below(3) == 0) mail.attachments.push_back({"caf\xC3\xA9 1.bin", "C:\\file"});
+        if (maker.Below(4) == 0) mail.attachments.push_back({"gone", "C:\\gone"});
+        const auto message = ComposeMail(world.files, mail, world.clock.offset);
+        ASSERT_TRUE(message);
+        const NewMail read = world.Parse(*message);
+        EXPECT_EQ(read.lostCharacters, 0u) << *message;
+        EXPECT_TRUE(read.notes.empty()) << *message;
+        EXPECT_EQ(Utf8(read.from, codePage), *mail.from);
+        EXPECT_EQ(Utf8(StoredRecipients(read.to), codePage), *mail.to) << *message;
+        EXPECT_EQ(StoredRecipients(read.cc), *mail.cc);
+        EXPECT_EQ(Utf8(read.subject, codePage), *mail.subject) << *message;
+        EXPECT_EQ(read.messageId, *mail.messageId);
+        EXPECT_NEAR(*read.date, *mail.date, 0.5 / 86400);
+        EXPECT_EQ(Essence(Utf8(read.body, codePage)), Essence(*mail.body)) << *message;
+        const bool hasFile = !mail.attachments.empty() && mail.attachments[0].name != "gone";
+        ASSERT_EQ(read.attachments.size(), hasFile ? 1u : 0u) << *message;
+        if (hasFile) {
+            EXPECT_EQ(world.Content(read.attachments[0]),
+                      *platform::ReadWhole(world.files, "C:\\file", 1000));
+        }
+    }
+}
+
+// What Eudora holds of a mail composes and parses to itself from the second round on.
+TEST(ParseProperty, DamagedMailsNeverBreakTheRulesOfAField) {
+    std::mt19937 random(7);
+    const std::string sample =
+        "From: \"A;\\\"x\" <a@b>\nTo: g: a@b, =?utf-8?Q?=0D=0A;?= <c@d>;, e@f\nSubject: "
+        "=?iso-2022-jp?B?GyRCRnxLXBsoQg==?=\nMessage-ID: <a@b>\nDate: Tue, 24 Nov 2026 12:00:00 "
+        "+0100\nContent-Type: multipart/mixed; boundary=\"b\"\n\n--b\nContent-Type: "
+        "text/html; charset=koi8-r\n\n<p>x<a href=\"http://y\">\xD0</a>\n--b\nContent-Type: "
+        "text/plain; name*=utf-8''..%2F%00x\nContent-Transfer-Encoding: base64\n\nQXR0YWNobWVudCB"
+        "Db252ZXJ0ZWQ6\n--b--\nAttachment Converted: \"x\"\n";
+    for (int round = 0; round < 20000; ++round) {
+        std::string mail = sample;
+        for (unsigned i = random() % 6; i > 0; --i) {
+            const std::size_t at = random() % mail.size(), length = random() % 8;
+            if (random() % 2 == 0)
+                mail.erase(at, length);
+            else
+                mail.insert(at, std::string(1 + length / 4, static_cast<char>(random())));
+        }
+        ParseWorld world(round % 2 != 0 ? 1252 : 932);
+        const NewMail read = world.Parse(mail);
+        const std::string to = StoredRecipients(read.to);
+        for (const std::string& line : {read.from, to, read.subject, read.messageId}) {
+            EXPECT_EQ(line.find_first_of(std::string("\r\n\0", 3)), std::string::npos) << mail;
+        }
+        EXPECT_FALSE(read.messageId.empty());
+        EXPECT_EQ(read.body.find('\0'), std::string::npos);
+        EXPECT_EQ(("\r\n" + read.body).find("\nAttachment Converted:"), std::string::npos) << mail;
+        for (const NewAttachment& attachment : read.attachments) {
+            EXPECT_FALSE(attachment.name.empty());
+            if (round % 2 != 0) {
+                EXPECT_EQ(attachment.name.find_first_of("\\/:*?\"<>|"), std::string::npos) << mail;
+            }
+        }
+    }
+}
+
+}  // namespace
+}  // namespace host

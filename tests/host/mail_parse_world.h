@@ -1,0 +1,40 @@
+#pragma once
+
+#include <chrono>
+#include <stdexcept>
+#include <string>
+
+#include "host/mail/parse.h"
+#include "platform/testing/fixed_clock.h"
+#include "platform/testing/memory_files.h"
+
+namespace host {
+
+// A folder for attachments, a clock and a code page to read mails with.
+class ParseWorld {
+  public:
+    explicit ParseWorld(unsigned codePage = 1252) : m_codePage(codePage) {
+        (void)files.CreateFolder("C:\\in");
+    }
+
+    platform::Result<NewMail> Try(std::string_view message) {
+        return ParseMail(message, {files, "C:\\in", m_codePage, clock}, "the mail");
+    }
+    NewMail Parse(std::string_view message) {
+        auto mail = Try(message);
+        if (!mail) throw std::runtime_error(mail.Error().Message());
+        return *std::move(mail);
+    }
+    std::string Content(const NewAttachment& attachment) {
+        return *platform::ReadWhole(files, attachment.path, 1u << 30);
+    }
+    std::size_t FileCount() { return files.List("C:\\in", "*")->size(); }
+
+    platform::testing::MemoryFiles files;
+    platform::testing::FixedClock clock;
+
+  private:
+    unsigned m_codePage;
+};
+
+}  // namespace host

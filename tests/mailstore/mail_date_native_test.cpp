@@ -1,0 +1,74 @@
+// The dates of mails on the machine's own clock, in zones that the variable TZ sets.
+#include <gtest/gtest.h>
+#include <time.h>
+
+#include <cstdlib>
+#include <random>
+
+#include "mailstore/mail_date.h"
+#include "platform/os/system.h"
+#include "tests/mailstore/mail_date_table.h"
+
+namespace {
+
+class Zone {
+  public:
+    explicit Zone(const char* name) : m_had(std::getenv("TZ") != nullptr) {
+        if (m_had) m_before = std::getenv("TZ");
+        Set(name);
+    }
+    ~Zone() { m_had ? Set(m_before.c_str()) : (unsetenv("TZ"), tzset()); }
+
+  private:
+    static void Set(const char* name) {
+        setenv("TZ", name, 1);
+        tzset();
+    }
+    bool m_had;
+    std::string m_before;
+};
+
+TEST(MailDateNative, AllFormsInManyZones) {
+    for (const DateRow& row : kDateRows) {
+        SCOPED_TRACE(std::string(row.zone) + ' ' + row.text);
+        const Zone zone(row.zone);
+        const auto date =
+            mailstore::ConvertMailDate(row.text, platform::NativeSystem().clock, row.isJapanese);
+        EXPECT_EQ(date.separatorDate, row.separator);
+        EXPECT_EQ(date.line, row.Line());
+        EXPECT_EQ(date.szDate, row.shown);
+        EXPECT_EQ(date.dwSeconds, row.seconds);
+    }
+}
+
+// The C library's own functions, step by step, against any minute of 130 years.
+TEST(MailDateNative, AgreesWithTheStepsOfTheCLibrary) {
+    std::mt19937 random(4);
+    for (const char* name : {"Europe/Berlin", "America/St_Johns", "Australia/Lord_Howe",
+                             "Asia/Tokyo", "Pacific/Chatham", "America/Sao_Paulo", "UTC"}) {
+        const Zone zone(name);
+        for (int i = 0; i < 2000; ++i) {
+            const auto minute =
+                std::uniform_int_distribution<long>(36525L * 1440, 73000L * 1440)(random);
+            const std::string text = std::to_string(static_cast<double>(minute) / 1440);
+            time_t wall = (minute - 25569L * 1440) * 60;
+            tm fields{};
+            gmtime_r(&wall, &fields);
+            fields.tm_isdst = 0;
+            const time_t t = mktime(&fields);
+            gmtime_r(&t, &fields);
+            const time_t u = mktime(&fields);
+            const auto date =
+                mailstore::ConvertMailDate(text.c_str(), platform::NativeSystem().clock, true);
+            char shown[64];
+            std::snprintf(shown, sizeof shown, "%02d:%02d:%2d %d/%d/%d %c%02ld%02ld",
+                          fields.tm_hour, fields.tm_min, fields.tm_sec, fields.tm_mon + 1,
+                          fields.tm_mday, fields.tm_year, t < u ? '-' : '+', labs(t - u) / 3600,
+                          labs(t - u) % 3600 / 60);
+            ASSERT_EQ(date.dwSeconds, static_cast<std::uint32_t>(u)) << name << ' ' << text;
+            ASSERT_EQ(date.szDate, shown) << name << ' ' << text;
+        }
+    }
+}
+
+}  // namespace
