@@ -41,7 +41,7 @@ class MailPlanner {
     void CheckLimits();
     void CheckLimit(MailAct act, const char* where);
     const MaildirEntry* FileOf(const RememberedMail& row) const;
-    const MaildirEntry* TakeForeign(const std::string& messageId);
+    const MaildirEntry* TakeForeign(const std::string& messageId, const std::string& name);
     void Add(MailAct act, RememberedMail row, const MaildirEntry* file = nullptr);
 
     const MailSides& m_sides;
@@ -75,8 +75,6 @@ void MailPlanner::FindFiles() {
         if (m_taken.contains(file.unique) || head == m_sides.foreign.end()) continue;
         m_foreign[head->second.messageId].push_back(&file);
     }
-    // They are taken from the end.
-    for (auto& [id, files] : m_foreign) std::ranges::reverse(files);
 }
 
 // A program that changes what stands in front of the flags has renamed the file, not removed it.
@@ -84,7 +82,7 @@ void MailPlanner::FindRenamed(const std::vector<bool>& lost) {
     for (std::size_t i = 0; i < m_remembered.size(); ++i) {
         const RememberedMail& row = m_remembered[i];
         if (lost[i] || m_files.contains(row.unique)) continue;
-        const auto* file = TakeForeign(row.fileId.empty() ? row.messageId : row.fileId);
+        const auto* file = TakeForeign(row.fileId.empty() ? row.messageId : row.fileId, row.name);
         if (file != nullptr) m_renamed.emplace(row.key, file);
     }
 }
@@ -158,12 +156,19 @@ void MailPlanner::Conflict(const std::string& name, const char* what) {
     m_plan.conflicts.push_back(name + ": " + what);
 }
 
-// A file of the same Message-ID that nobody remembers; each is given out once.
-const MaildirEntry* MailPlanner::TakeForeign(const std::string& messageId) {
+// A file of the same Message-ID that nobody remembers, of several one that is called alike; each is
+// given out once.
+const MaildirEntry* MailPlanner::TakeForeign(const std::string& messageId,
+                                             const std::string& name) {
     const auto found = m_foreign.find(messageId);
     if (found == m_foreign.end() || found->second.empty()) return nullptr;
-    const MaildirEntry* const file = found->second.back();
-    found->second.pop_back();
+    auto& files = found->second;
+    auto taken = std::ranges::find_if(files, [&](const MaildirEntry* file) {
+        return m_sides.foreign.at(file->unique).name == name;
+    });
+    if (taken == files.end()) taken = files.begin();
+    const MaildirEntry* const file = *taken;
+    files.erase(taken);
     m_taken.insert(file->unique);
     return file;
 }
@@ -194,7 +199,8 @@ void MailPlanner::PlanPair(const EudoraHead& head, const MaildirEntry& file) {
 }
 
 void MailPlanner::PlanNew(const EudoraHead& head) {
-    if (const auto* const file = TakeForeign(head.fileMessageId)) return PlanPair(head, *file);
+    if (const auto* const file = TakeForeign(head.fileMessageId, head.name))
+        return PlanPair(head, *file);
     if (!head.isWithinLimits) {
         ++m_plan.hidden;
         return;

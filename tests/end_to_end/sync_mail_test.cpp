@@ -8,59 +8,14 @@
 #include <functional>
 #include <map>
 
-#include "tests/host/kvsync_process.h"
+#include "tests/end_to_end/sync_mail_program.h"
 
 namespace host::testing {
 namespace {
 
-namespace fs = std::filesystem;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
-
-// The built program on a copy of the samples: their in-box and a Maildir.
-class SyncMailProgram : public ::testing::Test {
-  protected:
-    Outcome Mail(std::vector<std::string> more = {}, const std::string& command = "sync") {
-        std::vector<std::string> all{command, "mail", "--eudora", "@E", "--maildir", "@M"};
-        all.insert(all.end(), more.begin(), more.end());
-        return bench.Kvsync(all);
-    }
-    Outcome Unlimited() {
-        return bench.Kvsync({"configure", "mail", "--eudora", "@E", "--age", "off", "--size", "off",
-                             "--attachments", "on", "--attachment-size", "off"});
-    }
-    std::vector<fs::path> Files() {
-        std::vector<fs::path> files;
-        for (const char* part : {"M/new", "M/cur"}) {
-            if (!fs::exists(bench.Path(part))) continue;
-            for (const auto& entry : fs::directory_iterator(bench.Path(part))) {
-                files.push_back(entry.path());
-            }
-        }
-        std::ranges::sort(files);
-        return files;
-    }
-    // The time of change of everything in the bench but the output of the last run.
-    std::map<std::string, std::string> Snapshot() {
-        std::map<std::string, std::string> all;
-        for (const auto& entry : fs::recursive_directory_iterator(bench.Path(""))) {
-            const std::string name = fs::relative(entry.path(), bench.Path("")).string();
-            // The empty input of the program is written by the bench.
-            if (name == "out" || name == "err" || name == "input") continue;
-            std::error_code dangling;
-            const auto time = fs::last_write_time(entry.path(), dangling);
-            all[name] = std::to_string(time.time_since_epoch().count());
-        }
-        return all;
-    }
-    std::size_t InEudora() {
-        const auto all = bench.Kvsync({"list", "mail", "--eudora", "@E", "--json"}).out;
-        return static_cast<std::size_t>(std::ranges::count(all, '\n'));
-    }
-
-    Bench bench;
-};
 
 TEST_F(SyncMailProgram, BringsTheWholeInBoxAndThenNothingMore) {
     ASSERT_EQ(Unlimited().code, 4);
@@ -110,7 +65,7 @@ TEST_F(SyncMailProgram, TellsWhatTheLimitsLeaveOutAndKeepsWhatGrewOld) {
     EXPECT_EQ(Files(), files);
 }
 
-TEST_F(SyncMailProgram, FollowsEudoraAndLeavesThePersonsOwnFilesAlone) {
+TEST_F(SyncMailProgram, FollowsEudoraAndThePersonAtTheSameTime) {
     ASSERT_EQ(Unlimited().code, 4);
     ASSERT_EQ(Mail().code, 4);
     const auto files = Files();
@@ -126,8 +81,10 @@ TEST_F(SyncMailProgram, FollowsEudoraAndLeavesThePersonsOwnFilesAlone) {
     const Outcome outcome = Mail();
     EXPECT_EQ(outcome.code, 4) << outcome.err;
     EXPECT_THAT(outcome.out, HasSubstr(wasUnread ? "mark read" : "mark unread"));
-    EXPECT_THAT(outcome.out, HasSubstr("1 file in the Maildir not from Eudora"));
+    EXPECT_THAT(outcome.out, HasSubstr("remove from Eudora"));
+    EXPECT_THAT(outcome.out, HasSubstr("add to Eudora: own"));
     EXPECT_FALSE(fs::exists(removed));
+    EXPECT_TRUE(fs::exists(bench.Path("M/new/1.someone.else")));
     EXPECT_EQ(Files().size(), files.size());
     // The last mail leaves Eudora.
     toc = bench.Read("E/In.toc");

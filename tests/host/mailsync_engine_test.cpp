@@ -116,7 +116,7 @@ TEST(MailSync, ARemovalAgainstAChangeWaitsForAPreference) {
         EXPECT_EQ(world.Folder(), folder) << static_cast<int>(prefer);
         ASSERT_EQ(plan.conflicts.size(), conflicts);
         if (conflicts == 0) continue;
-        EXPECT_THAT(plan.conflicts[0], HasSubstr("a: removed in the Maildir"));
+        EXPECT_THAT(plan.conflicts[0], HasSubstr("a from a@b: removed in the Maildir"));
         const Report report = MailPlanReport(world.MakePlan(), "", {}, {}, false);
         EXPECT_EQ(report.code, ExitCode::kConflictsLeft);
         // A preference settles what waited.
@@ -244,6 +244,21 @@ TEST(MailSync, PairsWhatIsThereAlready) {
     }
 }
 
+// A list's copy and the direct one have one Message-ID: without a memory each finds its own file.
+TEST(MailSync, TellsMailsOfOneMessageIdApartByTheirNames) {
+    MailWorld world;
+    for (const char* subject : {"direct", "copy", "third"}) {
+        world.Add(subject, subject[0] == 'd').messageId = "same@x";
+    }
+    SyncTwice(world);
+    for (int i = 0; i < 2; ++i) {
+        world.memory.rows.clear();
+        std::ranges::reverse(world.eudora.mails);
+        EXPECT_FALSE(SyncTwice(world).ChangesFolder());
+        EXPECT_EQ(world.InBox(), "copy direct:S third");
+    }
+}
+
 TEST(MailSync, WhatTheLimitsHideIsNoDeletion) {
     for (const int count : {3, 40}) {
         MailWorld world;
@@ -321,7 +336,8 @@ TEST(MailSync, ReportsByNameAndInCounts) {
     const std::string line = "mails older than 7 days are left out";
     EXPECT_EQ(DescribeMailPlan(first, line, false),
               (std::vector<std::string>{
-                  "add to the Maildir: a", "add to the Maildir: b", "add to Eudora: other from a@b",
+                  "add to the Maildir: a from a@b", "add to the Maildir: b from a@b",
+                  "add to Eudora: other from a@b",
                   "mails: in Eudora 1 added, 0 changed, 0 removed; in the Maildir 2 added, 0 "
                   "changed, 0 removed",
                   "1 file in the Maildir drafts or not readable: left alone", line}));
@@ -329,8 +345,8 @@ TEST(MailSync, ReportsByNameAndInCounts) {
     world.Delete("b");
     const Report report = MailPlanReport(world.MakePlan(), "", {}, {}, false);
     EXPECT_EQ(report.code, ExitCode::kChangesMade);
-    EXPECT_EQ(report.lines[0], "mark read in the Maildir: a");
-    EXPECT_EQ(report.lines[1], "remove from the Maildir: b");
+    EXPECT_EQ(report.lines[0], "mark read in the Maildir: a from a@b");
+    EXPECT_EQ(report.lines[1], "remove from the Maildir: b from a@b");
     EXPECT_THAT(report.json, HasSubstr(R"("action":"mark read")"));
     EXPECT_EQ(DescribeMailPlan(world.MakePlan(), "", true).size(), 2u);
     (void)world.Sync();

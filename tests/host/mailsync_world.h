@@ -11,6 +11,7 @@
 #include "host/maildir/maildir_name.h"
 #include "host/mailsync/execute_mail.h"
 #include "host/mailsync/load_mail.h"
+#include "host/mailsync/mail_content.h"
 #include "platform/testing/faulty_files.h"
 #include "platform/testing/fixed_clock.h"
 #include "platform/testing/memory_files.h"
@@ -58,7 +59,7 @@ class MemoryMails : public MailSource {
         return std::optional<MailHead>({found->id, found->marker});
     }
     std::optional<std::string> MessageId() override { return m_current->messageId.value_or(""); }
-    std::string Name() override { return *m_current->subject; }
+    std::string Name() override { return MailName(*m_current->subject, *m_current->from); }
     platform::Result<Mail> Read(MailParts) override {
         ++reads;
         return *m_current;

@@ -88,5 +88,66 @@ TEST(Backups, AFaultNeverListsAHalfBackupNorTearsAFile) {
     }
 }
 
+// The in-box and the Trash of a run that moves a mail from the one to the other, and files of one
+// name in two folders.
+TEST(Backups, ASetComesBackWholeAndInItsOrder) {
+    const std::vector<std::string> set = {"C:\\e\\In.toc",      "C:\\e\\In.mbx",
+                                          "C:\\e\\Trash.toc",   "C:\\e\\Trash.mbx",
+                                          "C:\\e\\nndbase.txt", "C:\\e\\N\\nndbase.txt"};
+    const std::vector<std::string> before = {"old toc", "old mbx", "", "", "book", "other book"};
+    for (const Fault fault : {Fault::kNone, Fault::kFail, Fault::kTornWrite, Fault::kKill}) {
+        bool fired = true;
+        for (int n = 1; fired; ++n) {
+            SCOPED_TRACE("operation " + std::to_string(n));
+            Machine machine;
+            const auto contentOf = [&](std::size_t i) {
+                return machine.disk.Get(set[i]).value_or("");
+            };
+            for (std::size_t i = 0; i < set.size(); ++i) {
+                if (!before[i].empty()) machine.disk.Put(set[i], before[i]);
+            }
+            const std::string id = (*machine.backups.MakeOfSet(set, "test")).id;
+            for (const std::string& path : set) machine.disk.Put(path, "new " + path);
+            machine.files.Arm(fault, n);
+            (void)machine.backups.Restore(id);
+            fired = machine.files.Fired();
+            machine.files.Disarm();
+            for (std::size_t i = 0; i < set.size(); ++i) {
+                const std::string now = contentOf(i);
+                EXPECT_TRUE(now == before[i] || now == "new " + set[i]) << set[i] << now;
+            }
+            // A mail that was moved is in both boxes rather than in none.
+            if (contentOf(2).empty()) {
+                EXPECT_EQ(contentOf(0) + contentOf(1), before[0] + before[1]);
+            }
+            ASSERT_TRUE(machine.backups.Restore(id));
+            for (std::size_t i = 0; i < set.size(); ++i)
+                EXPECT_EQ(contentOf(i), before[i]) << set[i];
+            EXPECT_FALSE(machine.disk.Get("C:\\e\\In.toc.kvnew"));
+        }
+    }
+}
+
+TEST(Backups, OldOnesGoButTheNewestTenStay) {
+    Machine machine;
+    const auto make = [&](int count) {
+        for (int i = 0; i < count; ++i) (void)machine.backups.MakeOf(kBook, "test");
+    };
+    make(14);
+    ASSERT_TRUE(machine.backups.Prune());
+    EXPECT_EQ(machine.backups.List()->size(), 14u) << "none is old";
+    machine.clock.now += std::chrono::days(31);
+    ASSERT_TRUE(machine.backups.Prune());
+    EXPECT_EQ(machine.backups.List()->size(), 10u);
+    make(3);
+    ASSERT_TRUE(machine.backups.Prune());
+    EXPECT_EQ(machine.backups.List()->size(), 10u);
+    make(9);
+    ASSERT_TRUE(machine.backups.Prune());
+    const auto left = *machine.backups.List();
+    EXPECT_EQ(left.size(), 12u) << "only young ones";
+    EXPECT_EQ(left.front().id.substr(0, 8), "19700201");
+}
+
 }  // namespace
 }  // namespace host

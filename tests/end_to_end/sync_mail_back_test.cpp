@@ -1,0 +1,251 @@
+// The way back: what happens in the Maildir reaches Eudora.
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+
+#include "tests/end_to_end/sync_mail_program.h"
+
+namespace host::testing {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+class SyncMailBack : public SyncMailProgram {
+  protected:
+    void SetUp() override {
+        // The last block of the samples is cut short; what that does is not asked here.
+        std::string toc = bench.Read("E/In.toc");
+        const std::size_t count = (toc.size() - 104) / 218;
+        toc.resize(104 + 218 * count);
+        toc[102] = static_cast<char>(count);
+        bench.Write("E/In.toc", toc);
+        ASSERT_EQ(Unlimited().code, 4);
+        ASSERT_EQ(Mail().code, 4);
+    }
+    std::string Listed() { return bench.Kvsync({"list", "mail", "--eudora", "@E", "--json"}).out; }
+    // How often a text stands in the files of a folder and those below it.
+    int Count(const std::string& folder, const std::string& text) {
+        int count = 0;
+        for (const auto& [name, content] : bench.Tree(folder)) count += CountIn(content, text);
+        return count;
+    }
+    static int CountIn(const std::string& all, const std::string& text) {
+        int count = 0;
+        for (std::size_t at = 0; (at = all.find(text, at)) != std::string::npos; ++at) ++count;
+        return count;
+    }
+    void ExpectSecondRunChangesNothing() {
+        const auto before = Snapshot();
+        const Outcome second = Mail();
+        EXPECT_EQ(second.code, 0) << second.out << second.err;
+        for (const auto& [name, stamp] : Snapshot()) {
+            if (name.find("/temp") != std::string::npos) continue;
+            ASSERT_TRUE(before.contains(name)) << name << " is new";
+            EXPECT_EQ(before.at(name), stamp) << name << " was written";
+        }
+    }
+    fs::path First(const char* part) {
+        std::vector<fs::path> files;
+        for (const auto& entry : fs::directory_iterator(bench.Path(part))) {
+            if (entry.path().filename().string().find("kvsync") != std::string::npos) {
+                files.push_back(entry.path());
+            }
+        }
+        return *std::ranges::min_element(files);
+    }
+};
+
+TEST_F(SyncMailBack, CarriesEveryKindOfChangeAsTheDryRunSaid) {
+    Deliver("M/new/1.x", "arrived", "arrived@x");
+    Deliver("M/.Outbox/new/2.x", "departing");
+    const fs::path seen = First("M/new"), gone = First("M/cur");
+    fs::rename(seen, bench.Path("M/cur/" + seen.filename().string() + ":2,S"));
+    fs::remove(gone);
+    const std::size_t count = InEudora();
+    const auto before = Snapshot();
+    const Outcome dry = Mail({"--dry-run"});
+    EXPECT_EQ(dry.code, 4) << dry.err;
+    EXPECT_EQ(Snapshot(), before);
+    const Outcome real = Mail();
+    EXPECT_EQ(real.code, 4) << real.err;
+    EXPECT_THAT(real.out, StartsWith(dry.out));
+    EXPECT_THAT(real.out,
+                HasSubstr("mails: in Eudora 1 added, 1 changed, 1 removed; in the Maildir "
+                          "0 added, 0 changed, 0 removed; 1 queued to be sent"));
+    EXPECT_EQ(InEudora(), count);
+    EXPECT_EQ(CountIn(Listed(), "\"arrived@x\""), 1);
+    EXPECT_EQ(CountIn(bench.Read("E/Out.mbx"), "The text of departing"), 1);
+    EXPECT_FALSE(bench.Read("E/Trash.mbx").empty());
+    EXPECT_TRUE(fs::exists(bench.Path("M/.Sent/cur/2.x:2,S")));
+    EXPECT_TRUE(fs::is_empty(bench.Path("M/.Outbox/new")));
+    EXPECT_THAT(bench.Kvsync({"backups"}).out, HasSubstr("In.mbx"));
+    ExpectSecondRunChangesNothing();
+}
+
+// The first limits hide old mails: one that came from the Maildir is still known, and a file of a
+// mail that is hidden is no new mail.
+TEST_F(SyncMailBack, TheLimitsHideNothingFromIt) {
+    ASSERT_EQ(bench.Kvsync({"configure", "mail", "--eudora", "@E", "--age", "7"}).code, 4);
+    Deliver("M/new/1.x", "old", "old@x");
+    ASSERT_EQ(Mail().code, 4);
+    ExpectSecondRunChangesNothing();
+    const std::size_t count = CountIn(bench.Read("E/In.mbx"), "From ???@??? ");
+    const Outcome anew = Mail({"--state", "@other.db"});
+    EXPECT_EQ(CountIn(bench.Read("E/In.mbx"), "From ???@??? "), count) << anew.out;
+    EXPECT_EQ(Mail({"--state", "@other.db"}).code, 0);
+}
+
+TEST_F(SyncMailBack, ARemovalAgainstAChangeWaits) {
+    // The first read mail turns unread in Eudora while its file is removed.
+    const fs::path gone = First("M/cur");
+    std::string toc = bench.Read("E/In.toc");
+    const std::string file = "M/cur/" + gone.filename().string();
+    fs::remove(gone);
+    for (std::size_t at = 104; at + 218 <= toc.size(); at += 218) toc[at + 12] = 0;
+    bench.Write("E/In.toc", toc);
+    const Outcome both = Mail();
+    EXPECT_EQ(both.code, 5) << both.err;
+    EXPECT_THAT(both.out, HasSubstr("removed in the Maildir, read state changed in Eudora"));
+    EXPECT_EQ(Mail().code, 5);
+    EXPECT_EQ(Mail({"--prefer", "eudora"}).code, 4);
+    EXPECT_EQ(Mail().code, 0);
+    EXPECT_EQ(Files().size(), InEudora());
+}
+
+// Damage after a backup: the backup brings everything back, and the next run loses nothing.
+TEST_F(SyncMailBack, ARestoreUndoesDamage) {
+    Deliver("M/new/1.x", "arrived", "arrived@x");
+    fs::remove(First("M/cur"));
+    const auto intact = bench.Tree("E");
+    ASSERT_EQ(Mail().code, 4);
+    const std::string id = bench.Kvsync({"backups"}).out.substr(0, 15);
+    const auto files = Files().size();
+    bench.Write("E/In.toc", "damaged");
+    bench.Write("E/In.mbx", "damaged too");
+    fs::remove(bench.Path("E/nndbase.txt"));
+    const Outcome restored = bench.Kvsync({"restore", id, "--eudora", "@E"});
+    ASSERT_EQ(restored.code, 4) << restored.err;
+    auto now = bench.Tree("E");
+    EXPECT_EQ(now.size(), intact.size());
+    for (const auto& [name, content] : intact) EXPECT_EQ(now[name], content) << name;
+    // The mail that came later is in the Maildir still and goes to Eudora again; the one that was
+    // removed in the meantime is back on both sides.
+    const Outcome next = Mail();
+    EXPECT_EQ(next.code, 4) << next.err;
+    EXPECT_EQ(CountIn(Listed(), "\"arrived@x\""), 1) << next.out;
+    EXPECT_EQ(Files().size(), files + 1);
+    EXPECT_EQ(InEudora(), Files().size()) << next.out;
+    const Outcome last = Mail();
+    EXPECT_EQ(last.code, 0) << last.out;
+}
+
+// Changes on both sides, a run killed after a random time, a whole run: everything is there on both
+// sides, once. The mails that appear in Eudora come through a second Maildir.
+TEST_F(SyncMailBack, AKillLosesAndDoublesNothing) {
+    const std::string other = "@N";
+    const auto syncOther = [&] {
+        return bench.Kvsync({"sync", "mail", "--eudora", "@E", "--maildir", other}).code;
+    };
+    ASSERT_EQ(syncOther(), 4);
+    std::mt19937 random(20260101);
+    double whole = 0.3;
+    int killed = 0;
+    for (int round = 0; round < 16; ++round) {
+        SCOPED_TRACE("round " + std::to_string(round));
+        const std::string number = std::to_string(round) + ".";
+        Deliver("N/new/n" + number + "x", "inEudora" + number);
+        ASSERT_EQ(syncOther(), 4);
+        const std::size_t count = InEudora();
+        for (const char* letter : {"a", "b"}) {
+            Deliver("M/new/" + (letter + number) + "x", "arriving" + (letter + number),
+                    letter[0] == 'a' ? "id" + number + "@x" : "");
+            Deliver("M/.Outbox/new/" + (letter + number) + "x", "departing" + (letter + number));
+        }
+        fs::remove(First("M/cur"));
+        const std::string begin = "timeout --foreground -s KILL ";
+        std::uniform_real_distribution<double> moment(0.01, whole);
+        char limit[64];
+        std::snprintf(limit, sizeof limit, "%.4f ", moment(random));
+        // As Bench runs it.
+        const std::string command = "XDG_STATE_HOME=" + bench.Path("state") + " " + begin + limit +
+                                    KV_PROGRAM + " sync mail --eudora " + bench.Path("E") +
+                                    " --maildir " + bench.Path("M") + " > /dev/null 2>&1";
+        const auto start = std::chrono::steady_clock::now();
+        const bool isKilled = std::system(command.c_str()) >> 8 == 137;
+        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+        if (!isKilled) whole = std::min(whole, taken.count());
+        killed += isKilled;
+        const Outcome outcome = Mail();
+        ASSERT_TRUE(outcome.code == 0 || outcome.code == 4) << outcome.err << outcome.out;
+        ASSERT_EQ(Mail().code, 0);
+        ASSERT_EQ(InEudora(), count + 1) << outcome.out;
+        const std::string listed = Listed();
+        EXPECT_EQ(CountIn(listed, "inEudora" + number), 1);
+        EXPECT_EQ(Count("M", "Subject: inEudora" + number), 1);
+        for (const char* letter : {"a", "b"}) {
+            EXPECT_EQ(CountIn(listed, "arriving" + (letter + number)), 1) << letter;
+            EXPECT_EQ(Count("M", "Subject: arriving" + (letter + number)), 1) << letter;
+            const std::string text = "The text of departing" + (letter + number);
+            // The table tells what is queued: a text without a block is no mail.
+            EXPECT_EQ(CountIn(bench.Read("E/Out.toc"), "departing" + (letter + number)), 1)
+                << letter;
+            EXPECT_EQ(Count("M/.Sent", text), 1) << letter;
+            EXPECT_EQ(Count("M/.Outbox", text), 0) << letter;
+        }
+        EXPECT_EQ(bench.Read("E/Out.toc")[102], 2 * round + 2);
+        ASSERT_EQ(syncOther(), 4);
+        if (HasFailure()) return;
+    }
+    EXPECT_GT(killed, 0);
+}
+
+class RoundTrip : public SyncMailProgram {
+  protected:
+    // From `eudora` into a Maildir, from there into an empty Eudora folder, from there into another
+    // Maildir; both Maildirs tell the same.
+    void Expect(const std::string& eudora) {
+        const auto sync = [&](const char* from, const char* maildir) {
+            const Outcome outcome =
+                bench.Kvsync({"sync", "mail", "--eudora", from, "--maildir", maildir});
+            EXPECT_EQ(outcome.code, 4) << from << outcome.err << outcome.out;
+        };
+        MakeEmptyEudora("F");
+        ASSERT_EQ(Unlimited("@F").code, 4);
+        sync(eudora.c_str(), "@One");
+        fs::copy(bench.Path("One"), bench.Path("Carried"), fs::copy_options::recursive);
+        sync("@F", "@Carried");
+        sync("@F", "@Two");
+        ExpectSame("One", "Two");
+    }
+    void ExpectSame(const std::string& one, const std::string& other) {
+        const std::string command = "python3 " KV_COMPARER " " + bench.Path(one) + " " +
+                                    bench.Path(other) + " > " + bench.Path("compared") + " 2>&1";
+        EXPECT_EQ(std::system(command.c_str()), 0) << bench.Read("compared");
+    }
+    void SetUp() override {
+        if (std::system("python3 -c 0 > /dev/null 2>&1") != 0) GTEST_SKIP() << "no python3";
+        ASSERT_EQ(Unlimited().code, 4);
+    }
+};
+
+TEST_F(RoundTrip, TheSamplesArriveAsTheyLeft) {
+    Expect("@E");
+}
+
+TEST_F(RoundTrip, MailsOfManyKindsArriveAsTheyLeft) {
+    const std::string command = "python3 " KV_MAKER " " + bench.Path("Made") + " 150";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    MakeEmptyEudora("G");
+    ASSERT_EQ(Unlimited("@G").code, 4);
+    fs::copy(bench.Path("Made"), bench.Path("Given"), fs::copy_options::recursive);
+    ASSERT_EQ(bench.Kvsync({"sync", "mail", "--eudora", "@G", "--maildir", "@Given"}).code, 4);
+    Expect("@G");
+    ExpectSame("Made", "Two");
+}
+
+}  // namespace
+}  // namespace host::testing
