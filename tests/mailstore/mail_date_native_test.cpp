@@ -1,8 +1,8 @@
 // The dates of mails on the machine's own clock, in zones that the variable TZ sets.
 #include <gtest/gtest.h>
-#include <time.h>
 
 #include <cstdlib>
+#include <ctime>
 #include <random>
 
 #include "mailstore/mail_date.h"

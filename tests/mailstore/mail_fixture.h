@@ -51,7 +51,10 @@ class MailFixture : public FrameTest {
         machine.files.MakeFolders("C:\\E");
         util.csEudoraDir = "C:\\E";
     }
-    void TearDown() override { util.mapi.UnloadMapiLibrary(); }
+    void TearDown() override {
+        util.mapi.MapiLogoff();
+        util.mapi.UnloadMapiLibrary();
+    }
     std::string Mbx() { return machine.files.Get("C:\\E\\In.mbx").value_or("(none)"); }
     std::string Toc() { return machine.files.Get("C:\\E\\In.toc").value_or("(none)"); }
 };
