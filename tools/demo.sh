@@ -82,8 +82,15 @@ title "One of them, as mutt, notmuch or mu read it"
 with=$(grep -rl 'multipart/mixed' "$maildir" | sort | head -n 1)
 sed -n '1,30p' "$with"
 
-title "A person reads a mail in the Maildir and removes another: it does not come back"
+title "A person reads a mail in the Maildir, removes another and puts a new one in: Eudora follows"
 first=$(find "$maildir/new" -type f | sort | head -n 1)
 mv "$first" "$maildir/cur/$(basename "$first"):2,S"
 rm "$with"
+printf '%s\n' 'From: Ann Lee <ann@example.org>' 'To: bob@example.org' 'Subject: Lunch' \
+    'Date: Tue, 24 Nov 2026 12:00:00 +0000' 'Message-ID: <lunch@example.org>' '' 'At noon?' \
+    > "$maildir/new/1.demo.example"
+sync_mail 4
+grep -a -A 8 '^Message-ID: <lunch@example.org>' "$place/Eudora/In.mbx" | tr -d '\r'
+
+title "Nothing is left to do"
 sync_mail 0
