@@ -98,6 +98,7 @@ class CMapi {
     // 0 for null, else 1.
     int FreeMessage(MapiMessage* record, bool keepFiles = false);
     // Deletes the files that a record names, as far as they exist; the record stays as it is.
+    // NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming)
     void _DeleteAttachments(const MapiMessage* record);
     // Deletes the files of the current message if the library made them.
     void DeleteCurrentAttachments();
