@@ -1,6 +1,6 @@
 #!/bin/bash
-# Keeps a copy of samples/ in step with a folder of vCards, there and back, and brings its in-box into
-# a Maildir, in a temporary folder.
+# Keeps a copy of samples/ in step with a folder of vCards, there and back, and its in-box in step
+# with a Maildir, there and back, in a temporary folder.
 # The user's own settings and state are not touched.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -82,15 +82,19 @@ title "One of them, as mutt, notmuch or mu read it"
 with=$(grep -rl 'multipart/mixed' "$maildir" | sort | head -n 1)
 sed -n '1,30p' "$with"
 
-title "A person reads a mail in the Maildir, removes another and puts a new one in: Eudora follows"
+title "The way back: in the Maildir a mail is read, one is removed, one arrives, one is to be sent"
 first=$(find "$maildir/new" -type f | sort | head -n 1)
 mv "$first" "$maildir/cur/$(basename "$first"):2,S"
 rm "$with"
-printf '%s\n' 'From: Ann Lee <ann@example.org>' 'To: bob@example.org' 'Subject: Lunch' \
-    'Date: Tue, 24 Nov 2026 12:00:00 +0000' 'Message-ID: <lunch@example.org>' '' 'At noon?' \
-    > "$maildir/new/1.demo.example"
+mkdir -p "$maildir"/.Outbox/{cur,new,tmp}
+printf '%s\n' 'From: Zoe <zoe@example.org>' 'To: me@example.org' 'Subject: Greetings from the Maildir' \
+    'Date: Tue, 24 Nov 2026 10:00:00 +0000' '' 'This mail arrived beside Eudora.' >"$maildir/new/1.demo.host"
+printf '%s\n' 'From: me@example.org' 'To: Zoe <zoe@example.org>' 'Subject: Re: Greetings' '' \
+    'Eudora sends this when it next runs.' >"$maildir/.Outbox/new/2.demo.host"
 sync_mail 4
-grep -a -A 8 '^Message-ID: <lunch@example.org>' "$place/Eudora/In.mbx" | tr -d '\r'
+run 0 list mail --eudora Eudora | tail -n 2
+tail -n 8 "$place/Eudora/Out.mbx"
+run 0 backups --eudora Eudora | tail -n 1 | cut -c 1-100
 
-title "Nothing is left to do"
+title "Last run: nothing to do"
 sync_mail 0

@@ -67,11 +67,15 @@ void EudoraExecution::Note(const std::string& name, const NewMail& mail) {
                               " characters that Eudora's code page lacks are ? there");
 }
 
+// After each removal the translator looks for the next mail from the in-box's beginning, so nothing
+// else is asked about it unless it fails.
 void EudoraExecution::Erase(const MailStep& step) {
-    const auto found = m_work.source.Find(step.row.id);
-    if (!found) return (void)Check(found.Error(), step.row.name);
-    if (*found && !Check(m_work.source.Remove(step.row.id), step.row.name)) return;
-    m_change.forget.push_back(step.row.key);
+    auto removed = m_work.source.Remove(step.row.id);
+    if (!removed) {
+        const auto found = m_work.source.Find(step.row.id);
+        if (found && !*found) removed = {};
+    }
+    if (Check(removed, step.row.name)) m_change.forget.push_back(step.row.key);
 }
 
 void EudoraExecution::Mark(const MailStep& step) {

@@ -96,8 +96,9 @@ class MemoryMails : public MailSource {
     }
     platform::Status Remove(const std::string& id) override {
         if (m_files.Strikes()) return m_files.Injected("remove");
-        ++changes;
         const auto mail = std::ranges::find(mails, id, &Mail::id);
+        if (mail == mails.end()) return platform::Failure{platform::ErrorCode::kFailed, id};
+        ++changes;
         trash.push_back(*mail);
         mails.erase(mail);
         return {};
