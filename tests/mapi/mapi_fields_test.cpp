@@ -20,26 +20,12 @@ class MapiFieldsTest : public MapiFixture {
     }
 };
 
-TEST_F(MapiFieldsTest, CutsTheOriginatorAsStrtokCuts) {
-    struct Row {
-        const char* name;
-        const char* address;
-    };
-    const Row rows[] = {
-        {"Name <a@b>", "a@b"},  {"a@b", "a@b"},     {"<a@b>", "a@b"},      {"", "(null)"},
-        {"<>", "(null)"},       {">x<y>", "y"},     {"a<b", "b"},          {"a<>", "a"},
-        {"<", "(null)"},        {">>", "(null)"},   {"<<a>>b", "a"},       {"n <a> <b>", "a"},
-        {"n<>>a>b", "a"},       {">a>b", "a"},      {"n <<a@b>>", "<a@b"}, {" ", " "},
-        {"n < a@b >", " a@b "}, {nullptr, "(null)"}};
-    for (const Row& row : rows) {
-        Read({.id = "A", .originator = row.name});
-        const char* const shown = row.name != nullptr ? row.name : "(null)";
-        for (int time = 0; time < 2; ++time) EXPECT_EQ(Text(1), row.address) << shown;
-        MapiMessage* message = nullptr;
-        ASSERT_EQ(mapi.GetCurrentMessage(message), 1);
-        if (row.name != nullptr) {
-            EXPECT_STREQ(message->lpOriginator->lpszName, row.name);
-        }
+TEST_F(MapiFieldsTest, TheOriginatorsNameHoldsTheAddress) {
+    const std::pair<ScriptedMail::Text, const char*> rows[] = {
+        {"Name <a@b>", "a@b"}, {"", "(null)"}, {std::nullopt, "(null)"}};
+    for (const auto& [name, address] : rows) {
+        Read({.id = "A", .originator = name});
+        for (int time = 0; time < 2; ++time) EXPECT_EQ(Text(1), address);
     }
 }
 
@@ -69,7 +55,6 @@ TEST_F(MapiFieldsTest, JoinsTheRecipientsOfAClass) {
     };
     const Row rows[] = {
         {{}, "(null)", "(null)", "(null)"},
-        {{{1, "SMTP:a@b"}}, "a@b", "(null)", "(null)"},
         {{{1, "a@b"}, {2, "c@d"}, {1, "SMTP:e@f"}}, "a@b; e@f", "c@d", "(null)"},
         {{{3, "xSMTP:a"}, {3, "smtp:b"}, {3, "SMTP:SMTP:c"}},
          "(null)",
@@ -77,7 +62,7 @@ TEST_F(MapiFieldsTest, JoinsTheRecipientsOfAClass) {
          "xSMTP:a; smtp:b; SMTP:c"},
         {{{1, ""}}, "", "(null)", "(null)"},
         {{{1, "SMTP:"}, {1, "a"}}, "; a", "(null)", "(null)"},
-        {{{1, nullptr}, {1, "a"}, {1, nullptr}}, "a", "(null)", "(null)"},
+        {{{1, {}}, {1, "a"}, {1, {}}}, "a", "(null)", "(null)"},
         {{{0, "a"}, {4, "b"}, {0xFFFFFFFF, "c"}}, "(null)", "(null)", "(null)"},
     };
     for (const Row& row : rows) {

@@ -3,10 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <string>
 
 #include "mapi/mapi.h"
 #include "tests/mapi/scripted_library.h"
+
+using Lines = std::vector<std::string>;
 
 // A session with a scripted library whose mailbox holds the mails A to E.
 class MapiFixture : public ::testing::Test {
@@ -19,7 +20,10 @@ class MapiFixture : public ::testing::Test {
         EXPECT_EQ(mapi.MapiLogon(), 1);
         library.calls.clear();
     }
-    void TearDown() override { mapi.UnloadMapiLibrary(); }
+    void TearDown() override {
+        mapi.UnloadMapiLibrary();
+        EXPECT_EQ(library.badCalls, 0);
+    }
 
     // A built record; its file, if it has a path, exists.
     MapiMessage* NewRecord(const char* subject, std::uint32_t status, const char* path = nullptr) {
@@ -46,6 +50,6 @@ class MapiFixture : public ::testing::Test {
     }
 
     platform::testing::TestSystem machine;
-    ScriptedLibrary library{machine};
+    ScriptedLibrary library{machine, "C:\\Eudora"};
     CMapi mapi{machine.system};
 };

@@ -1,12 +1,10 @@
 #include <random>
 
-#include "tests/frame/log_capture.h"
 #include "tests/mapi/mapi_fixture.h"
 
 namespace {
 
 using mapi::Entry;
-using Lines = std::vector<std::string>;
 
 constexpr const char* kFile = "C:\\Attach\\a.txt";
 
@@ -23,24 +21,21 @@ TEST_F(MapiUpdateTest, TheStatusDecidesWhatIsStoredAndSent) {
                         {0x30001, 0, false},    {2, 0, true},  {0x20002, 0, true},
                         {0x8002, 0x8002, false}};
     for (const Row& row : rows) {
+        SCOPED_TRACE(row.status);
         library.calls.clear();
         mapi.SetMsgID("0x00000007");
         MapiMessage* const record = NewRecord("new", row.status, kFile);
-        std::uint32_t sentFlags = 99;
-        bool fileAtSend = false;
         library.onSend = [&](const MapiMessage& message) {
             EXPECT_EQ(&message, record);
             EXPECT_STREQ(mapi.MsgID(), "");
-            sentFlags = message.flFlags;
-            fileAtSend = machine.files.Get(kFile).has_value();
+            EXPECT_EQ(message.flFlags, 0U);
+            EXPECT_TRUE(machine.files.Get(kFile));
         };
-        EXPECT_EQ(mapi.UpdateMail(record), 1) << row.status;
-        EXPECT_EQ(mapi.GetMailStatus(), static_cast<long>(row.flags)) << row.status;
+        EXPECT_EQ(mapi.UpdateMail(record), 1);
+        EXPECT_EQ(mapi.GetMailStatus(), static_cast<long>(row.flags));
         EXPECT_EQ(library.calls, row.sends ? Lines{"send new"} : Lines{});
-        EXPECT_EQ(sentFlags, row.sends ? 0U : 99U);
-        EXPECT_EQ(fileAtSend, row.sends);
         EXPECT_STREQ(mapi.MsgID(), row.sends ? "" : "0x00000007");
-        EXPECT_EQ(machine.files.Get(kFile).has_value(), !row.sends) << row.status;
+        EXPECT_EQ(machine.files.Get(kFile).has_value(), !row.sends);
         MapiMessage* current = nullptr;
         EXPECT_EQ(mapi.GetCurrentMessage(current), 1);
         EXPECT_EQ(current, record);
@@ -50,7 +45,7 @@ TEST_F(MapiUpdateTest, TheStatusDecidesWhatIsStoredAndSent) {
 }
 
 TEST_F(MapiUpdateTest, AMailThatCannotBeSentChangesNothingButItsFiles) {
-    library.mailbox[0].files = 1;
+    library.mailbox[0].tempFiles = 1;
     ASSERT_EQ(mapi.MoveFirst(), 1);
     MapiMessage* const record = NewRecord("out", 2, kFile);
     for (const std::uint32_t code : {2U, 14U}) {
@@ -71,27 +66,20 @@ TEST_F(MapiUpdateTest, AMailThatCannotBeSentChangesNothingButItsFiles) {
 }
 
 TEST_F(MapiUpdateTest, ABorrowedRecordStaysItsOwners) {
-    library.mailbox[0].files = 2;
     ASSERT_EQ(mapi.MoveFirst(), 1);
     MapiMessage* const record = NewRecord("new", 1, kFile);
+    MapiMessage* const other = NewRecord("other", 1);
     library.calls.clear();
     EXPECT_EQ(mapi.UpdateMail(record), 1);
     EXPECT_EQ(mapi.UpdateMail(record), 1) << "which is current already";
     EXPECT_EQ(library.calls, Lines{"free A"});
-    EXPECT_EQ(Current(), "new");
     mapi.DeleteCurrentAttachments();
-    EXPECT_EQ(machine.files.AllFiles(), Lines{kFile});
-    MapiMessage* const other = NewRecord("other", 1);
     EXPECT_EQ(mapi.UpdateMail(other), 1);
     mapi.ReleaseBorrowed(record);
     EXPECT_EQ(Current(), "other");
     mapi.ReleaseBorrowed(other);
     EXPECT_EQ(Current(), "-");
-    mapi.ReleaseBorrowed(nullptr);
-
-    EXPECT_EQ(mapi.UpdateMail(record), 1);
     EXPECT_EQ(mapi.MoveFirst(), 1);
-    EXPECT_EQ(Current(), "A");
     MapiMessage* message = nullptr;
     ASSERT_EQ(mapi.GetCurrentMessage(message), 1);
     mapi.ReleaseBorrowed(message);
@@ -99,7 +87,6 @@ TEST_F(MapiUpdateTest, ABorrowedRecordStaysItsOwners) {
     EXPECT_EQ(Current(), "A");
     mapi.MapiLogoff();
     EXPECT_EQ(library.LiveRecords(), 0U);
-    EXPECT_EQ(machine.files.AllFiles(), Lines{kFile});
     EXPECT_EQ(mapi.FreeMessage(record, true), 1);
     EXPECT_EQ(machine.files.AllFiles(), Lines{kFile});
     EXPECT_EQ(mapi.FreeMessage(other), 1);
@@ -109,7 +96,7 @@ TEST_F(MapiUpdateTest, ABorrowedRecordStaysItsOwners) {
 // Whatever comes in whatever order: what the library made goes back to it once, with its files, and
 // what a queue owns is left alone.
 TEST_F(MapiUpdateTest, EveryRecordIsFreedOnceByItsOwner) {
-    for (ScriptedMail& mail : library.mailbox) mail.files = 2;
+    for (ScriptedMail& mail : library.mailbox) mail.tempFiles = 2;
     std::mt19937 random(11);
     std::vector<MapiMessage*> queue;
     for (int round = 0; round < 5000; ++round) {
@@ -162,7 +149,7 @@ TEST_F(MapiUpdateTest, EveryRecordIsFreedOnceByItsOwner) {
         const bool borrowed =
             std::find(queue.begin(), queue.end(), current) != queue.end() || current == nullptr;
         ASSERT_EQ(library.LiveRecords(), borrowed ? 0U : 1U) << round;
-        ASSERT_EQ(library.BadFrees(), 0) << round;
+        ASSERT_EQ(library.badCalls, 0) << round;
     }
     mapi.MapiLogoff();
     mapi.UnloadMapiLibrary();
@@ -175,20 +162,16 @@ TEST_F(MapiUpdateTest, EveryRecordIsFreedOnceByItsOwner) {
 
 TEST_F(MapiUpdateTest, TheCurrentMessageGoesBeforeSessionAndLibrary) {
     ASSERT_EQ(mapi.MoveFirst(), 1);
-    library.calls.clear();
-    mapi.MapiLogoff();
-    mapi.UnloadMapiLibrary();
-    EXPECT_EQ(library.calls, (Lines{"free A", "logoff"}));
-    EXPECT_EQ(Current(), "-");
-
-    ASSERT_EQ(mapi.LoadMapiLibrary("C:\\Eudora"), 1);
-    ASSERT_EQ(mapi.MapiLogon(), 1);
-    ASSERT_EQ(mapi.MoveFirst(), 1);
     EXPECT_EQ(mapi.LoadMapiLibrary("C:\\Eudora"), 1) << "as a second translator does";
     EXPECT_EQ(Current(), "A");
     library.calls.clear();
+    mapi.MapiLogoff();
+    EXPECT_EQ(library.calls, (Lines{"free A", "logoff"}));
+    EXPECT_EQ(Current(), "-");
+    ASSERT_EQ(mapi.MapiLogon(), 1);
+    ASSERT_EQ(mapi.MoveFirst(), 1);
+    library.calls.clear();
     mapi.UnloadMapiLibrary();
-    EXPECT_EQ(library.calls, Lines{"free A"});
     mapi.MapiLogoff();
     EXPECT_EQ(library.calls, Lines{"free A"}) << "there is nobody left to tell";
 }
@@ -202,7 +185,6 @@ TEST_F(MapiUpdateTest, DestructionCallsNoLibrary) {
         library.calls.clear();
     }
     EXPECT_TRUE(library.calls.empty());
-    EXPECT_EQ(library.LiveRecords(), 1U);
 }
 
 TEST_F(MapiUpdateTest, WithoutALibraryEverythingFails) {
@@ -251,33 +233,6 @@ TEST_F(MapiUpdateTest, FreesWhatABuiltRecordHolds) {
     empty->lpFiles = nullptr;  // counts without arrays, as a failed step leaves them
     empty->nRecipCount = 3;
     EXPECT_EQ(mapi.FreeMessage(empty), 1);
-}
-
-TEST_F(MapiUpdateTest, LogsWhatIsUpdatedAndDeleted) {
-    MapiMessage* const record = NewRecord("out", 2, kFile);
-    delete[] record->lpFiles[0].lpszPathName;
-    delete[] record->lpFiles;
-    record->nFileCount = 3;
-    record->lpFiles = new MapiFileDesc[3]{};
-    record->lpFiles[1].lpszPathName = NewText(kFile);
-    record->lpFiles[2].lpszPathName = NewText("C:\\none");
-    mapi.SetMsgID("0x00000001");
-    const int sleeps = machine.clock.sleeps;
-    const LogCapture log;
-    EXPECT_EQ(mapi.UpdateMail(record), 1);
-    const Lines expected = {
-        "5 CMapi::UpdateMail : MailStatus 2 -> 0", "5 CMapi::UpdateMail : m_szMsgID = 0x00000001",
-        "5 - Enter - CMapi:: _DeleteAttachments\n", "5           - C:\\Attach\\a.txt\n",
-        "5 - Exit - CMapi:: _DeleteAttachments\n"};
-    EXPECT_EQ(LogCapture::Lines(), expected);
-    EXPECT_EQ(machine.clock.sleeps - sleeps, 3) << "after each entry";
-    LogCapture::Lines().clear();
-    mapi._DeleteAttachments(nullptr);
-    EXPECT_EQ(LogCapture::Lines(), Lines{"5 - Enter - CMapi:: _DeleteAttachments\n"});
-    LogCapture::Lines().clear();
-    mapi.DeleteMail();
-    EXPECT_EQ(mapi.FreeMessage(record), 1);
-    EXPECT_TRUE(LogCapture::Lines().empty());
 }
 
 }  // namespace

@@ -1,44 +1,41 @@
 #pragma once
 
-#include <cstdint>
 #include <deque>
 #include <functional>
 #include <list>
 #include <map>
-#include <string>
+#include <optional>
+#include <unordered_map>
 #include <vector>
 
-#include "mapi/entry_points.h"
-#include "mapi/records.h"
-#include "platform/testing/test_system.h"
+#include "tests/mapi/library_double.h"
 
-// A mail as a test says it. A null text is left out of the record.
+// A mail as a test says it. What has no value is a null pointer in the record.
 struct ScriptedMail {
+    using Text = std::optional<std::string>;
     struct Recipient {
         std::uint32_t kind;
-        const char* address;
+        Text address;
     };
-    std::string id;
-    const char* originator = nullptr;
-    const char* subject = nullptr;
-    const char* date = nullptr;
-    const char* note = nullptr;
+    struct File {
+        Text path, name;
+        std::uint32_t flags = 0;
+    };
+    std::string id = {};
+    Text originator = {}, subject = {}, date = {}, note = {};
     std::uint32_t flags = 0;
     std::vector<Recipient> recipients = {};
-    int files = 0;  // each read makes that many new temporary files
+    std::vector<File> files = {};
+    int tempFiles = 0;  // each read makes that many new temporary files
 };
 
 // A Simple MAPI library that does what a test says: it walks and reads a mailbox, counts what it is
-// asked and told, and fails where it is told to. One at a time, since its functions are plain ones.
-class ScriptedLibrary {
+// asked and told, and fails where it is told to.
+class ScriptedLibrary : public LibraryDouble {
   public:
     static constexpr mapi::Session kSession = 42;
 
-    // Puts the library into C:\Eudora of the machine.
-    explicit ScriptedLibrary(platform::testing::TestSystem& machine);
-    ~ScriptedLibrary();
-    ScriptedLibrary(const ScriptedLibrary&) = delete;
-    ScriptedLibrary& operator=(const ScriptedLibrary&) = delete;
+    using LibraryDouble::LibraryDouble;
 
     std::vector<ScriptedMail> mailbox;
     // What the coming calls of an entry point give, in order; 0 is a call that works, as do all
@@ -48,36 +45,35 @@ class ScriptedLibrary {
     std::function<void(const MapiMessage&)> onSend;
 
     // The calls as words: "logon", "find -" (the first), "find ID", "read ID", "send SUBJECT",
-    // "delete ID", "free ID", "logoff"; with " ?" behind them if an argument is not as agreed.
+    // "delete ID", "free ID", "logoff"; calls without the session count as bad ones.
     std::vector<std::string> calls;
     std::size_t Count(const std::string& word) const;  // of the calls that begin with it
 
-    // The records that were read and not freed, and how often something else was freed.
+    // The records that were read and not freed; what else is freed counts as a bad call.
     std::size_t LiveRecords() const { return m_records.size(); }
-    int BadFrees() const { return m_badFrees; }
 
-    std::uint32_t Logon(mapi::Session* session);
-    void Note(const std::string& word, bool asAgreed);
-    std::uint32_t Find(const char* seed, char* id);
-    std::uint32_t Read(const char* id, MapiMessage** message);
-    std::uint32_t Free(void* buffer);
-    std::uint32_t Result(mapi::Entry entry);
+    std::uint32_t Logon(mapi::Session* session) override;
+    std::uint32_t Logoff(mapi::Session session) override;
+    std::uint32_t FindNext(mapi::Session session, const char* seed, char* id) override;
+    std::uint32_t ReadMail(mapi::Session session, const char* id, MapiMessage** message) override;
+    std::uint32_t SendMail(mapi::Session session, MapiMessage* message) override;
+    std::uint32_t DeleteMail(mapi::Session session, const char* id) override;
+    std::uint32_t FreeBuffer(void* buffer) override;
 
   private:
     struct Record {
-        std::string id;
-        std::list<std::string> texts;
+        ScriptedMail mail;
         MapiRecipDesc originator{};
         std::vector<MapiRecipDesc> recipients;
         std::vector<MapiFileDesc> files;
         MapiMessage message{};
     };
-    std::size_t IndexOf(const char* id) const;  // the size of the mailbox if it is not there
-    void Fill(Record& record, const ScriptedMail& mail);
-    void AddFiles(Record& record, int count);
+    std::uint32_t Note(mapi::Session session, mapi::Entry entry, const std::string& word);
+    std::size_t IndexOf(
+        const std::string& id);  // of the first; the mailbox's size if there is none
+    void Fill(Record& record);
 
-    platform::testing::TestSystem& m_machine;
     std::list<Record> m_records;
-    int m_badFrees = 0;
+    std::unordered_map<std::string, std::size_t> m_places;  // by id, as they once were
     int m_filesMade = 0;
 };
