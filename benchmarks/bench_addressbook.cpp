@@ -1,25 +1,23 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iostream>
 #include <string>
 #include <vector>
 
 #include "addressbook/eudora_ab.h"
+#include "benchmarks/bench_support.h"
 #include "benchmarks/nickname_generator.h"
 #include "frame/trans_util.h"
 #include "platform/testing/test_system.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-std::string theProgram;
-std::string theFolder;  // in memory, so that no disk blurs the comparison
+using benchmarks::Check;
+using benchmarks::Folder;
+using benchmarks::Median;
+using benchmarks::Seconds;
 
 // The address book over the machine's own file system.
 class Bench {
@@ -36,21 +34,8 @@ class Bench {
     CEudoraTransUtil m_util;
 };
 
-void Check(bool ok, const char* what) {
-    if (ok) return;
-    std::cerr << what << " failed\n";
-    std::exit(1);
-}
-
-template <class Work>
-double Seconds(Work work) {
-    const auto begin = Clock::now();
-    work();
-    return std::chrono::duration<double>(Clock::now() - begin).count();
-}
-
 std::string PathOf(std::int64_t contacts, bool sorted) {
-    return theFolder + "/" + std::to_string(contacts) + (sorted ? "-sorted" : "") + ".txt";
+    return Folder() + "/" + std::to_string(contacts) + (sorted ? "-sorted" : "") + ".txt";
 }
 
 const std::string& FileOf(std::int64_t contacts, bool sorted) {
@@ -81,12 +66,12 @@ std::vector<std::string> SomeKeys(const std::string& path, int count) {
 }
 
 double SortTime(const std::string& path) {
-    const auto command = "LC_ALL=C sort '" + path + "' -o '" + theFolder + "/out'";
+    const auto command = "LC_ALL=C sort '" + path + "' -o '" + Folder() + "/out'";
     return Seconds([&] { Check(std::system(command.c_str()) == 0, "sort"); });
 }
 
 double SaveTime(const std::string& path, const std::vector<std::string>& keys) {
-    const auto copy = theFolder + "/copy.txt";
+    const auto copy = Folder() + "/copy.txt";
     std::filesystem::copy_file(path, copy, std::filesystem::copy_options::overwrite_existing);
     const auto seconds = Seconds([&] {
         Bench bench;
@@ -103,35 +88,19 @@ double SaveTime(const std::string& path, const std::vector<std::string>& keys) {
     return seconds;
 }
 
-// What a process of its own needs at most to load the file, less what it needs for none.
+constexpr const char* kNoFile = "none";
+
+void LoadOnce(const std::string& path) {
+    if (path == kNoFile) return;
+    Bench bench;
+    Load(bench, path);
+}
+
+// What a process needs at most to load the file, less what it needs for none.
 double PeakPerByte(const std::string& path) {
-    const auto peak = [](const std::string& argument) {
-        const auto out = theFolder + "/peak";
-        const auto command = theProgram + " --peak " + argument + " > " + out;
-        Check(std::system(command.c_str()) == 0, "measuring memory");
-        double kilobytes = 0;
-        std::ifstream(out) >> kilobytes;
-        return kilobytes * 1024;
-    };
-    const auto size = static_cast<double>(std::filesystem::file_size(path));
-    return (peak(path) - peak("none")) / size;
-}
-
-int PrintPeak(const std::string& path) {
-    if (path != "none") {
-        Bench bench;
-        Load(bench, path);
-    }
-    std::ifstream status("/proc/self/status");
-    for (std::string word; status >> word;) {
-        if (word == "VmHWM:" && status >> word) std::cout << word << '\n';
-    }
-    return 0;
-}
-
-double Median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
+    const auto bytes =
+        1024 * (benchmarks::PeakKilobytes(path) - benchmarks::PeakKilobytes(kNoFile));
+    return bytes / static_cast<double>(std::filesystem::file_size(path));
 }
 
 // Sort, load and save take turns on one file; the counters are medians. The time shown is that of
@@ -188,16 +157,5 @@ BENCHMARK(BM_FindAndEdit)->ArgName("edit")->Arg(0)->Arg(1);
 }  // namespace
 
 int main(int count, char** arguments) {
-    if (count == 3 && std::string(arguments[1]) == "--peak") return PrintPeak(arguments[2]);
-    theProgram = arguments[0];
-    const bool hasMemoryDisk = std::filesystem::exists("/dev/shm");
-    const auto base =
-        hasMemoryDisk ? std::filesystem::path("/dev/shm") : std::filesystem::temp_directory_path();
-    const auto stamp = Clock::now().time_since_epoch().count();
-    theFolder = (base / ("bench-addressbook-" + std::to_string(stamp))).string();
-    std::filesystem::create_directory(theFolder);
-    benchmark::Initialize(&count, arguments);
-    benchmark::RunSpecifiedBenchmarks();
-    std::filesystem::remove_all(theFolder);
-    return 0;
+    return benchmarks::RunAll(count, arguments, LoadOnce);
 }

@@ -1,14 +1,11 @@
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iostream>
 #include <string>
 #include <vector>
 
+#include "benchmarks/bench_support.h"
 #include "benchmarks/inbox_generator.h"
 #include "frame/trans_util.h"
 #include "mailstore/eudora_mail.h"
@@ -16,12 +13,12 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using benchmarks::Check;
+using benchmarks::Folder;
+using benchmarks::Median;
+using benchmarks::Seconds;
 
 constexpr std::uint32_t kBytesEach = 18500;  // 1.2 GB in 65,000 mails
-
-std::string theProgram;
-std::string theFolder;  // in memory, so that no disk blurs the comparison
 
 // The mail translator over the machine's own file system. There a backslash is part of a name, so
 // the files lie beside the folder that the translator is told.
@@ -42,26 +39,8 @@ class Bench {
     CREudoraMail m_mail;
 };
 
-void Check(bool ok, const char* what) {
-    if (ok) return;
-    std::cerr << what << " failed\n";
-    std::exit(1);
-}
-
-template <class Work>
-double Seconds(Work work) {
-    const auto begin = Clock::now();
-    work();
-    return std::chrono::duration<double>(Clock::now() - begin).count();
-}
-
-double Median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
 std::string InboxOf(std::uint32_t mails) {
-    const std::string folder = theFolder + '/' + std::to_string(mails);
+    const std::string folder = Folder() + '/' + std::to_string(mails);
     const std::string base = folder + "\\In";
     if (!std::filesystem::exists(base + ".mbx")) {
         Check(benchmarks::WriteInbox(base + ".mbx", base + ".toc", mails, kBytesEach),
@@ -80,24 +59,9 @@ double CatTime(const std::string& folder) {
     return Seconds([&] { Check(std::system(command.c_str()) == 0, "cat"); });
 }
 
-// The most memory that a process of its own has had when the mailbox is open.
-double PeakMegabytes(const std::string& folder) {
-    const auto out = theFolder + "/peak";
-    const auto command = theProgram + " --peak '" + folder + "' > " + out;
-    Check(std::system(command.c_str()) == 0, "measuring memory");
-    double kilobytes = 0;
-    std::ifstream(out) >> kilobytes;
-    return kilobytes / 1024;
-}
-
-int PrintPeak(const std::string& folder) {
+void OpenOnce(const std::string& folder) {
     Bench bench(folder);
     Check(bench.Open() == RRC_OK, "opening");
-    std::ifstream status("/proc/self/status");
-    for (std::string word; status >> word;) {
-        if (word == "VmHWM:" && status >> word) std::cout << word << '\n';
-    }
-    return 0;
 }
 
 // cat and Open take turns on one in-box; the counters are medians. The time shown is that of Open.
@@ -117,7 +81,7 @@ void BM_OpenAgainstCat(benchmark::State& state) {
     state.counters["open_ms"] = Median(opens) * 1e3;
     state.counters["open/cat"] = Median(opens) / Median(cats);
     state.counters["us/mail"] = Median(opens) * 1e6 / mails;
-    state.counters["peak_MB"] = PeakMegabytes(folder);
+    state.counters["peak_MB"] = benchmarks::PeakKilobytes(folder) / 1024;
 }
 BENCHMARK(BM_OpenAgainstCat)
     ->ArgName("mails")
@@ -130,16 +94,5 @@ BENCHMARK(BM_OpenAgainstCat)
 }  // namespace
 
 int main(int count, char** arguments) {
-    if (count == 3 && std::string(arguments[1]) == "--peak") return PrintPeak(arguments[2]);
-    theProgram = arguments[0];
-    const bool hasMemoryDisk = std::filesystem::exists("/dev/shm");
-    const auto base =
-        hasMemoryDisk ? std::filesystem::path("/dev/shm") : std::filesystem::temp_directory_path();
-    const auto stamp = Clock::now().time_since_epoch().count();
-    theFolder = (base / ("bench-inbox-" + std::to_string(stamp))).string();
-    std::filesystem::create_directory(theFolder);
-    benchmark::Initialize(&count, arguments);
-    benchmark::RunSpecifiedBenchmarks();
-    std::filesystem::remove_all(theFolder);
-    return 0;
+    return benchmarks::RunAll(count, arguments, OpenOnce);
 }

@@ -1,14 +1,13 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
 #include <string>
 #include <vector>
 
+#include "benchmarks/bench_support.h"
 #include "benchmarks/inbox_generator.h"
 #include "frame/trans_util.h"
 #include "mailstore/eudora_mail.h"
@@ -18,30 +17,13 @@
 namespace {
 
 namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
+using benchmarks::Check;
+using benchmarks::Folder;
+using benchmarks::Median;
+using benchmarks::Seconds;
 
 constexpr std::uint32_t kBytesEach = 4000;  // of a mail in the in-box, and of an added one
 constexpr int kRounds = 9;
-
-std::string theFolder;
-
-void Check(bool ok, const char* what) {
-    if (ok) return;
-    std::cerr << what << " failed\n";
-    std::exit(1);
-}
-
-template <class Work>
-double Seconds(Work work) {
-    const auto begin = Clock::now();
-    work();
-    return std::chrono::duration<double>(Clock::now() - begin).count();
-}
-
-double Median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
 
 // The mail translator over the machine's own file system. There a backslash is part of a name, so
 // the files lie beside the folder that the translator is told.
@@ -93,7 +75,7 @@ class Bench : private CREudoraMail {
 };
 
 std::string InboxOf(std::uint32_t mails) {
-    const std::string folder = theFolder + '/' + std::to_string(mails);
+    const std::string folder = Folder() + '/' + std::to_string(mails);
     const std::string base = folder + "\\In";
     Check(benchmarks::WriteInbox(base + ".mbx", base + ".toc", mails, kBytesEach), "generating");
     return folder;
@@ -110,7 +92,7 @@ struct Added {
 };
 
 Added TakeAdded(const std::string& folder, std::uintmax_t mbxSize, std::uintmax_t tocSize) {
-    const Added added{theFolder + "/texts", theFolder + "/blocks"};
+    const Added added{Folder() + "/texts", Folder() + "/blocks"};
     std::ofstream(added.texts, std::ios::binary)
         << Read(folder + "\\In.mbx").substr(static_cast<std::size_t>(mbxSize));
     std::ofstream(added.blocks, std::ios::binary)
@@ -123,6 +105,15 @@ void CutBack(const std::string& folder, std::uintmax_t mbxSize, const std::strin
     fs::resize_file(folder + "\\In.mbx", mbxSize);
     std::fstream toc(folder + "\\In.toc", std::ios::binary | std::ios::in | std::ios::out);
     toc.write(header.data(), static_cast<std::streamsize>(header.size()));
+}
+
+// The medians of what took turns; the time shown is that of our side.
+void Report(benchmark::State& state, const std::vector<double>& ours,
+            const std::vector<double>& peers) {
+    for (auto _ : state) state.SetIterationTime(Median(ours));
+    state.counters["ours_ms"] = Median(ours) * 1e3;
+    state.counters["peer_ms"] = Median(peers) * 1e3;
+    state.counters["ours/peer"] = Median(ours) / Median(peers);
 }
 
 // WriteNewMails and cat with a flush take turns. The mails are queued, the in-box is indexed
@@ -152,10 +143,7 @@ void BM_AppendAgainstCat(benchmark::State& state) {
         writes.push_back(write);
         cats.push_back(cat);
     }
-    for (auto _ : state) state.SetIterationTime(Median(writes));
-    state.counters["cat_ms"] = Median(cats) * 1e3;
-    state.counters["write_ms"] = Median(writes) * 1e3;
-    state.counters["write/cat"] = Median(writes) / Median(cats);
+    Report(state, writes, cats);
 }
 BENCHMARK(BM_AppendAgainstCat)
     ->ArgNames({"mails", "added"})
@@ -223,10 +211,7 @@ void BM_StatesAgainstPlainLoop(benchmark::State& state) {
         stores.push_back(store);
         loops.push_back(loop);
     }
-    for (auto _ : state) state.SetIterationTime(Median(stores));
-    state.counters["loop_ms"] = Median(loops) * 1e3;
-    state.counters["store_ms"] = Median(stores) * 1e3;
-    state.counters["store/loop"] = Median(stores) / Median(loops);
+    Report(state, stores, loops);
 }
 BENCHMARK(BM_StatesAgainstPlainLoop)
     ->ArgNames({"blocks", "noted"})
@@ -242,13 +227,5 @@ BENCHMARK(BM_StatesAgainstPlainLoop)
 }  // namespace
 
 int main(int count, char** arguments) {
-    const bool hasMemoryDisk = fs::exists("/dev/shm");
-    const auto base = hasMemoryDisk ? fs::path("/dev/shm") : fs::temp_directory_path();
-    const auto stamp = Clock::now().time_since_epoch().count();
-    theFolder = (base / ("bench-mail-write-" + std::to_string(stamp))).string();
-    fs::create_directory(theFolder);
-    benchmark::Initialize(&count, arguments);
-    benchmark::RunSpecifiedBenchmarks();
-    fs::remove_all(theFolder);
-    return 0;
+    return benchmarks::RunAll(count, arguments, nullptr);
 }

@@ -10,19 +10,34 @@
 #include <string>
 
 #include "platform/os/files.h"
+#include "tests/platform/temp_folder.h"
 
 namespace test {
 
-// One file system under test with an empty folder to work in.
+inline void ProtectOnDisk(const std::filesystem::path& path) {
+    using std::filesystem::perms;
+    std::filesystem::permissions(path, perms::owner_read | perms::group_read);
+}
+
+// One file system under test with an empty folder to work in. Names are matched without regard to
+// case where paths are Windows paths, and only there.
 class FilesStore {
   public:
     virtual ~FilesStore() = default;
     virtual platform::Files& Get() = 0;
     virtual std::string Root() = 0;  // ends in a separator
-    virtual void MakeReadOnly(const std::string& path) = 0;
-    virtual bool IgnoresCase() const = 0;
-    // Whether a move to the same name in other case is seen in the folder; not under Wine.
-    virtual bool ShowsNewCase() const { return IgnoresCase(); }
+    virtual void MakeReadOnly(const std::string& path) { ProtectOnDisk(path); }
+};
+
+// Files whose paths are the machine's own.
+template <platform::Files& (*kFiles)()>
+class DiskStore : public FilesStore {
+  public:
+    platform::Files& Get() override { return kFiles(); }
+    std::string Root() override { return m_folder.Path().string() + kFiles().Separator(); }
+
+  private:
+    TempFolder m_folder;
 };
 
 struct StoreKind {
@@ -66,14 +81,9 @@ class FilesContract : public ::testing::TestWithParam<StoreKind> {
     platform::Files& m_files;
 };
 
-// What a test expects of a result: nothing, or a code.
-inline std::optional<platform::ErrorCode> CodeOf(const platform::Status& status) {
-    if (status) return std::nullopt;
-    return status.Error().code;
-}
-
-template <class T>
-std::optional<platform::ErrorCode> CodeOf(const platform::Result<T>& result) {
+// What a test expects of a result or a status: nothing, or a code.
+template <class Result>
+std::optional<platform::ErrorCode> CodeOf(const Result& result) {
     if (result) return std::nullopt;
     return result.Error().code;
 }

@@ -23,8 +23,7 @@ TEST(PeStrings, ReadsBothWidthsAndPrefersTheNeutralLanguage) {
         auto strings = PeStrings::Parse(builder.Build());
         ASSERT_TRUE(strings);
         EXPECT_TRUE(strings->Text(1) == u"neutral");
-        EXPECT_TRUE(strings->Text(79) == u"In");
-        EXPECT_TRUE(strings->Text(83) == u"only english");
+        EXPECT_TRUE(strings->Text(79) + strings->Text(83) == u"Inonly english");
         EXPECT_TRUE(strings->Text(200) == u"\u8868");
         EXPECT_EQ(strings->Text(65535).size(), 5000u);
         for (const unsigned id : {0u, 2u, 80u, 201u, 5000u, 0xFFFFFFFFu}) {
@@ -39,47 +38,34 @@ TEST(PeStrings, RefusesWhatIsNoLibrary) {
         std::string file = good;
         return file.replace(offset, bytes.size(), bytes);
     };
-    const std::string bads[] = {
-        "",
-        "MZ",
-        std::string(100'000, '\0'),
-        with(0, "ZM"),
-        with(0x3C, "\xFF\xFF\xFF\xFF"),
-        with(0x40, "NE"),
-        with(0x58, "\x07\x01"),  // a ROM image
-        with(0x46, "\xFF\xFF"),  // more sections than there are bytes
-        with(0x54, "\xFF\xFF"),  // an optional header behind the end
-        good.substr(0, 0x58),
-    };
-    for (const auto& bad : bads) {
+    // Among them a ROM image, more sections than there are bytes, an optional header behind the
+    // end.
+    for (const auto& bad :
+         {std::string(), std::string("MZ"), std::string(100'000, '\0'), with(0, "ZM"),
+          with(0x3C, "\xFF\xFF\xFF\xFF"), with(0x40, "NE"), with(0x58, "\x07\x01"),
+          with(0x46, "\xFF\xFF"), with(0x54, "\xFF\xFF"), good.substr(0, 0x58)}) {
         EXPECT_EQ(CodeOf(PeStrings::Parse(bad)), ErrorCode::kCorrupt) << bad.size();
     }
 }
 
-// Whatever is cut off or spoilt, a text is the right one or missing, but for the spoilt byte's own
-// text; nothing outside the file is read (the sanitizers watch).
+// Whatever is cut off, a text is the right one or missing; nothing outside the file is read (the
+// sanitizers watch), whatever is spoilt.
 TEST(PeStrings, DamageGivesNoForeignText) {
     PeBuilder builder;
     builder.strings[0] = {{1, u"first"}, {20, u"second"}, {79, u"third"}};
     const std::string good = builder.Build();
-    for (std::size_t size = 0; size < good.size(); ++size) {
-        const auto strings = PeStrings::Parse(good.substr(0, size));
-        if (!strings) continue;
-        for (const auto& [id, text] : builder.strings[0]) {
-            const std::u16string found = strings->Text(id);
-            EXPECT_TRUE(found.empty() || found == text) << size;
-        }
-    }
     std::mt19937 random(5);
-    for (int round = 0; round < 20'000; ++round) {
-        std::string file = good;
-        for (unsigned i = random() % 3 + 1; i > 0; --i) {
+    for (std::size_t round = 0; round < 20'000; ++round) {
+        std::string file = good.substr(0, round < good.size() ? round : good.size());
+        for (unsigned i = random() % 3 + 1; round >= good.size() && i > 0; --i) {
             file[random() % file.size()] = static_cast<char>(random());
         }
         const auto strings = PeStrings::Parse(file);
         if (!strings) continue;
         for (const unsigned id : {0u, 1u, 20u, 79u, 4000u}) {
-            EXPECT_LE(strings->Text(id).size() * 2, file.size());
+            const std::u16string found = strings->Text(id);
+            EXPECT_LE(found.size() * 2, file.size());
+            EXPECT_TRUE(round >= good.size() || found.empty() || found == builder.strings[0][id]);
         }
     }
 }

@@ -14,11 +14,8 @@ class PrefixStore : public FilesStore {
     platform::Files& Get() override { return m_system.Get().files; }
     std::string Root() override { return "c:\\work\\"; }
     void MakeReadOnly(const std::string& path) override {
-        using std::filesystem::perms;
-        std::filesystem::permissions(m_prefix.DriveC() / "Work" / path.substr(Root().size()),
-                                     perms::owner_read | perms::group_read);
+        ProtectOnDisk(m_prefix.DriveC() / "Work" / path.substr(Root().size()));
     }
-    bool IgnoresCase() const override { return true; }
 
   private:
     PrefixFolder m_prefix;
