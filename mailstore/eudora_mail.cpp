@@ -19,6 +19,18 @@ bool HasText(std::uint32_t code) {
     return code >= 1 && code <= kLastMapiCode && code != kNoMapiCode;
 }
 
+// Settings and dialog name the seven options alike.
+template <class From, class To>
+void CopyOptions(const From& from, To& to) {
+    to.m_bAttachments = from.m_bAttachments;
+    to.m_bLimitAttachSize = from.m_bLimitAttachSize;
+    to.m_nAttachLimitKB = from.m_nAttachLimitKB;
+    to.m_bLimitMailSize = from.m_bLimitMailSize;
+    to.m_bLimitMailAge = from.m_bLimitMailAge;
+    to.m_nMailAgeDays = from.m_nMailAgeDays;
+    to.m_nMailLimitKB = from.m_nMailLimitKB;
+}
+
 }  // namespace
 
 CREudoraMail::~CREudoraMail() {
@@ -77,21 +89,9 @@ RRETURNCODE CREudoraMail::InitDefaultSettings() {
 int CREudoraMail::ShowOptions() {
     return Guarded("ShowOptions", [&] {
         CEudoraOptionsDlg dialog(&Util());
-        dialog.m_bAttachments = m_appInfo.m_bAttachments;
-        dialog.m_bLimitAttachSize = m_appInfo.m_bLimitAttachSize;
-        dialog.m_nAttachLimitKB = m_appInfo.m_nAttachLimitKB;
-        dialog.m_bLimitMailSize = m_appInfo.m_bLimitMailSize;
-        dialog.m_bLimitMailAge = m_appInfo.m_bLimitMailAge;
-        dialog.m_nMailAgeDays = m_appInfo.m_nMailAgeDays;
-        dialog.m_nMailLimitKB = m_appInfo.m_nMailLimitKB;
+        CopyOptions(m_appInfo, dialog);
         if (dialog.DoModal() != CEudoraOptionsDlg::kOk) return RRC_CANCELLED;
-        m_appInfo.m_bAttachments = dialog.m_bAttachments;
-        m_appInfo.m_bLimitAttachSize = dialog.m_bLimitAttachSize;
-        m_appInfo.m_nAttachLimitKB = dialog.m_nAttachLimitKB;
-        m_appInfo.m_bLimitMailSize = dialog.m_bLimitMailSize;
-        m_appInfo.m_bLimitMailAge = dialog.m_bLimitMailAge;
-        m_appInfo.m_nMailAgeDays = dialog.m_nMailAgeDays;
-        m_appInfo.m_nMailLimitKB = dialog.m_nMailLimitKB;
+        CopyOptions(dialog, m_appInfo);
         return RRC_OK;
     });
 }

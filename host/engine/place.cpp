@@ -18,6 +18,14 @@ Backups BackupsOf(const CommandPlace& place) {
                    place.clock);
 }
 
+platform::Result<StateLock> LockState(const CommandPlace& place, bool mayWrite) {
+    if (mayWrite) {
+        auto status = MakeFolders(place.files, ParentFolder(place.files, place.stateFile));
+        if (!status) return status.Error();
+    }
+    return StateLock::Take(place.files, place.stateFile, mayWrite);
+}
+
 platform::Result<std::chrono::system_clock::time_point> CheckNicknameFile(platform::Files& files,
                                                                           const std::string& path) {
     auto info = files.Stat(path);

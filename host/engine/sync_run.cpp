@@ -61,11 +61,7 @@ platform::Status CheckRights(platform::Files& files, const SyncOptions& options,
 
 platform::Status Prepare(const CommandPlace& place, const SyncOptions& options, bool mayWrite,
                          Run& run) {
-    if (mayWrite) {
-        auto status = MakeFolders(place.files, ParentFolder(place.files, place.stateFile));
-        if (!status) return status;
-    }
-    auto lock = StateLock::Take(place.files, place.stateFile, mayWrite);
+    auto lock = LockState(place, mayWrite);
     if (!lock) return lock.Error();
     run.lock = *std::move(lock);
     const std::string scope = options.eudora.selection + '\n' + options.contactsFolder;

@@ -61,10 +61,13 @@ platform::Result<NewMail> EudoraExecution::ReadNew(Maildir& maildir, const MailS
 }
 
 void EudoraExecution::Note(const std::string& name, const NewMail& mail) {
-    for (const std::string& note : mail.notes) m_outcome.notes.push_back(name + ": " + note);
+    const auto add = [&](const std::string& note) {
+        m_outcome.notes.push_back(std::string(name).append(": ").append(note));
+    };
+    for (const std::string& note : mail.notes) add(note);
     if (mail.lostCharacters == 0) return;
-    m_outcome.notes.push_back(name + ": " + std::to_string(mail.lostCharacters) +
-                              " characters that Eudora's code page lacks are ? there");
+    add(std::to_string(mail.lostCharacters) +
+        " characters that Eudora's code page lacks are ? there");
 }
 
 // After each removal the translator looks for the next mail from the in-box's beginning, so nothing

@@ -47,11 +47,7 @@ platform::Status CheckPlace(const CommandPlace& place, const MailSyncOptions& op
 
 platform::Status Prepare(const CommandPlace& place, const MailSyncOptions& options, bool mayWrite,
                          MailRun& run) {
-    if (mayWrite) {
-        auto status = MakeFolders(place.files, ParentFolder(place.files, place.stateFile));
-        if (!status) return status;
-    }
-    auto lock = StateLock::Take(place.files, place.stateFile, mayWrite);
+    auto lock = LockState(place, mayWrite);
     if (!lock) return lock.Error();
     run.lock = *std::move(lock);
     auto state = MailState::Open(place.files, place.stateFile,
