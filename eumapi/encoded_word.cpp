@@ -84,15 +84,15 @@ std::optional<std::string> FromQ(std::string_view text) {
 
 // Senders forget the padding; it says nothing anyway.
 std::optional<std::string> FromBase64(std::string_view text) {
-    constexpr std::string_view digits =
+    constexpr std::string_view kDigits =
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     while (text.ends_with('=')) text.remove_suffix(1);
     std::string bytes;
     std::uint32_t bits = 0;
     int count = 0;
     for (const char letter : text) {
-        const auto value = digits.find(letter);
-        if (value == digits.npos) return std::nullopt;
+        const auto value = kDigits.find(letter);
+        if (value == kDigits.npos) return std::nullopt;
         bits = (bits << 6 | static_cast<std::uint32_t>(value)) & 0xFFFF;
         count += 6;
         if (count >= 8) {
@@ -169,10 +169,10 @@ std::optional<std::string> FromIso2022Jp(std::string_view text) {
 
 // Latin 9 differs from Latin 1 in eight characters, which 1252 has in other places.
 std::string FromLatin9(std::string text) {
-    constexpr std::string_view latin9 = "\xA4\xA6\xA8\xB4\xB8\xBC\xBD\xBE";
-    constexpr std::string_view windows = "\x80\x8A\x9A\x8E\x9E\x8C\x9C\x9F";
+    constexpr std::string_view kLatin9 = "\xA4\xA6\xA8\xB4\xB8\xBC\xBD\xBE";
+    constexpr std::string_view kWindows = "\x80\x8A\x9A\x8E\x9E\x8C\x9C\x9F";
     for (char& letter : text) {
-        if (const auto at = latin9.find(letter); at != latin9.npos) letter = windows[at];
+        if (const auto at = kLatin9.find(letter); at != kLatin9.npos) letter = kWindows[at];
     }
     return text;
 }

@@ -140,8 +140,8 @@ platform::Result<std::string> MailIndex::ReadBlock(const IndexedMail& mail) cons
 }
 
 Code MailIndex::MarkRead(const IndexedMail& mail) {
-    constexpr auto unread = static_cast<std::uint16_t>(mailstore::MailState::kUnread);
-    if (mail.state != unread) return mapi::kSuccess;
+    constexpr auto kUnread = static_cast<std::uint16_t>(mailstore::MailState::kUnread);
+    if (mail.state != kUnread) return mapi::kSuccess;
     {
         const auto toc = m_system.files.Open(m_path, OpenMode::kReadWrite, Share::kRead);
         if (!toc) return CodeOf(toc.Error());
@@ -150,7 +150,7 @@ Code MailIndex::MarkRead(const IndexedMail& mail) {
         const auto at = mailstore::BlockOffset(mail.block) + mailstore::kStatusOffset;
         const auto sought = (*toc)->Seek(static_cast<std::int64_t>(at), platform::SeekFrom::kBegin);
         if (!sought) return CodeOf(sought.Error());
-        if (platform::ReadU16(*block, mailstore::kStatusOffset) == unread) {
+        if (platform::ReadU16(*block, mailstore::kStatusOffset) == kUnread) {
             const auto written = (*toc)->Write(std::string_view("\x01\x00", 2));
             if (!written) return CodeOf(written.Error());
         }

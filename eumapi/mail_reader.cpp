@@ -42,8 +42,8 @@ class HeaderTexts {
         for (auto& one : ParseAddresses(m_text.AllFields(field), m_codePage)) {
             const auto address = DecodeHeader(one.address, m_codePage);
             auto name = DecodeHeader(one.name, m_codePage);
-            recipients.push_back(
-                {recipientClass, name.empty() ? address : std::move(name), "SMTP:" + address});
+            if (name.empty()) name = address;
+            recipients.push_back({recipientClass, std::move(name), "SMTP:" + address});
         }
         return recipients;
     }
@@ -130,10 +130,10 @@ void MailReader::TakeHeader(const MailText& text, const MailIndex& index, const 
         if (!moment && block.dwSeconds != 0) {
             moment = std::chrono::system_clock::from_time_t(block.dwSeconds);
         }
-        constexpr std::string_view mark = "???@???";
-        const auto at = text.Separator().find(mark);
+        constexpr std::string_view kMark = "???@???";
+        const auto at = text.Separator().find(kMark);
         if (!moment && at != std::string_view::npos) {
-            moment = ParseMailDate(text.Separator().substr(at + mark.size()), m_system.clock);
+            moment = ParseMailDate(text.Separator().substr(at + kMark.size()), m_system.clock);
         }
     }
     record.subject = *std::move(subject);

@@ -159,8 +159,8 @@ void Mailbox::TakeBack() {
 }
 
 Code Mailbox::Append(std::string_view text, std::string block) {
-    constexpr std::uint64_t largest = std::numeric_limits<std::uint32_t>::max() - 2;
-    if (Count() == mailstore::kMostMsgs || m_mbxSize + text.size() > largest) {
+    constexpr std::uint64_t kLargest = std::numeric_limits<std::uint32_t>::max() - 2;
+    if (Count() == mailstore::kMostMsgs || m_mbxSize + text.size() > kLargest) {
         return mapi::kFailure;
     }
     Status status = AppendBytes(text, block);

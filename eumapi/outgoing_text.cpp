@@ -33,7 +33,7 @@ std::string ZoneText(TimePoint now, platform::Clock& clock) {
 
 // "Name <address>", the name in quotes if it has anything but letters that need none.
 std::string Mailbox(const MapiRecipDesc& recipient) {
-    const std::string address = AddressOf(recipient);
+    std::string address = AddressOf(recipient);
     std::string name = HeaderText(recipient.lpszName);
     if (name.empty() || name == address || name == "SMTP:" + address) return address;
     if (name.find_first_of("\"(),.:;<>@[\\]") != std::string::npos) {
@@ -90,8 +90,8 @@ std::string HeaderText(const char* text) {
 std::string AddressOf(const MapiRecipDesc& recipient) {
     std::string address = HeaderText(recipient.lpszAddress);
     if (address.empty()) address = HeaderText(recipient.lpszName);
-    constexpr std::string_view kind = "SMTP:";
-    if (address.starts_with(kind)) address.erase(0, kind.size());
+    constexpr std::string_view kKind = "SMTP:";
+    if (address.starts_with(kKind)) address.erase(0, kKind.size());
     return address;
 }
 

@@ -67,7 +67,7 @@ class AttachFolder {
         const std::string stem = parts.name;
         for (int number = 0; number < kMostNames; ++number) {
             if (number > 0) parts.name = stem + std::to_string(number);
-            const auto path = m_folder + '\\' + platform::JoinPath(parts);
+            auto path = m_folder + '\\' + platform::JoinPath(parts);
             const auto file =
                 m_system.files.Open(path, platform::OpenMode::kCreateNew, platform::Share::kNone);
             if (file) return path;

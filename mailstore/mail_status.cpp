@@ -66,7 +66,7 @@ class RunWriter {
             ++m_end;
             return {};
         }
-        const Status written = Finish();
+        Status written = Finish();
         m_begin = block;
         m_end = block + 1;
         return written;

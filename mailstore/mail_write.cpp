@@ -68,7 +68,7 @@ RRETURNCODE CREudoraMail::WriteNewMails() {
 std::string CREudoraMail::MessageIdOf(const MapiMessage& record) const {
     const std::string_view indexId =
         record.lpszConversationID != nullptr ? record.lpszConversationID : "";
-    const std::string messageId(m_mapIndexIDToMessageID.Find(indexId).value_or(indexId));
+    std::string messageId(m_mapIndexIDToMessageID.Find(indexId).value_or(indexId));
     KV_LOG(1, "********* Write Message-ID = %s\n", messageId.c_str());
     return messageId;
 }

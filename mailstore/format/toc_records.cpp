@@ -127,9 +127,9 @@ MailPlace MailPlace::Decode(std::string_view bytes) {
 }
 
 std::string IndexIdOf(std::uint32_t msgId) {
-    constexpr std::string_view digits = "0123456789ABCDEF";
+    constexpr std::string_view kDigits = "0123456789ABCDEF";
     std::string text = "0x00000000";
-    for (auto at = text.rbegin(); msgId != 0; ++at, msgId >>= 4) *at = digits[msgId & 0xF];
+    for (auto at = text.rbegin(); msgId != 0; ++at, msgId >>= 4) *at = kDigits[msgId & 0xF];
     return text;
 }
 
