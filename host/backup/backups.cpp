@@ -121,7 +121,7 @@ platform::Status Backups::Fill(Backup& backup, const std::string& folder,
         }
         const auto last = LastSeparator(origin, m_files.Separator());
         std::string name = origin.substr(last == std::string::npos ? 0 : last + 1);
-        if (m_files.Exists(Join(folder, name))) name = std::to_string(backup.files.size()) + name;
+        if (m_files.Exists(Join(folder, name))) name.insert(0, std::to_string(backup.files.size()));
         if (auto status = CopyFlushed(origin, Join(folder, name)); !status) return status;
         backup.files.push_back({name, origin});
     }

@@ -38,7 +38,7 @@ platform::Status CheckInBox(const Setup& setup) {
                                      platform::Share::kRead);
         if (file) {
             const bool isToc = std::string_view(name) == "In.toc";
-            const auto checked = isToc ? CheckToc(**file, setup.eudoraShown) : platform::Status();
+            auto checked = isToc ? CheckToc(**file, setup.eudoraShown) : platform::Status();
             if (!checked) return checked;
             continue;
         }
