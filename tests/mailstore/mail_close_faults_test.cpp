@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include "tests/mailstore/writing_fixture.h"
 
 namespace {
@@ -21,39 +19,35 @@ class MailCloseFaultsTest : public WritingTest {
         }
         box.Put(machine.files, "C:\\E");
         m_old = box.mbx;
-        machine.files.Put("C:\\src\\1", "one");
         Restart();
         ASSERT_EQ(Open(), RRC_OK);
         mail->Add({.body = "out", .status = 2});
         for (std::uint32_t i = 0; i < kNew; ++i) mail->Add(New(i));
         mail->Edit("0x00000002", 0x20001);
-        (void)DrainErrors();
     }
     static HostMail New(std::uint32_t i) {
         HostMail host{.status = i % 2 == 0 ? 1 : 0x20001, .id = "new" + std::to_string(i)};
-        // Longer than what is written with one call, so that there are several.
-        host.body = std::string(i == 2 ? 1'200'000 : 700'000 * (i % 2), 'b') + std::to_string(i);
+        // The first two mails are more than what is written with one call.
+        host.body = std::string(i == 1 ? 1'050'000 : 0, 'b') + std::to_string(i);
         if (i != 1) host.files = {"C:\\src\\1"};
         return host;
     }
     // Which new mails are in the mailbox, in order; every mail is whole and once there.
-    std::string Stored(bool mayHaveLeftovers) {
-        const auto report = Read(kOld, mayHaveLeftovers);
-        EXPECT_EQ(report.faults, std::vector<std::string>{});
-        EXPECT_GE(report.mails.size(), std::size_t{kOld});
+    std::string Stored(bool mayHaveLeftovers = false) {
         EXPECT_EQ(Mbx().substr(0, m_old.size()), m_old);
         std::string stored;
-        for (std::size_t i = 0; i < report.mails.size(); ++i) {
-            if (i < kOld) {
-                EXPECT_EQ(report.mails[i].id, i + 1);
+        std::uint32_t number = 0;
+        for (const auto& one : Read(kOld, mayHaveLeftovers)) {
+            if (++number <= kOld) {
+                EXPECT_EQ(one.id, number);
                 continue;
             }
-            const auto& text = report.mails[i].text;
-            stored += text.at(text.find("<new") + 4);
-            const auto n = static_cast<std::uint32_t>(stored.back() - '0');
-            EXPECT_NE(text.find(*New(n).body + "\r\n"), text.npos) << "the whole text";
-            EXPECT_EQ(report.mails[i].attachments.size(), New(n).files.size());
+            stored += one.text.at(one.text.find("<new") + 4);
+            const HostMail host = New(static_cast<std::uint32_t>(stored.back() - '0'));
+            EXPECT_NE(one.text.find(*host.body + "\r\n"), one.text.npos) << "the whole text";
+            EXPECT_EQ(one.attachments.size(), host.files.size());
         }
+        EXPECT_GE(number, kOld);
         return stored;
     }
     std::string Queued() const {
@@ -63,12 +57,14 @@ class MailCloseFaultsTest : public WritingTest {
         }
         return queued;
     }
-    void ExpectFinalStates() {
-        std::string states;
-        for (const auto& stored : Read(kOld, true).mails) states += std::to_string(stored.state);
-        EXPECT_EQ(states, "0100101");
+    void ExpectRetryCompletes(bool hasStates = true) {
+        ASSERT_EQ(Open(), RRC_OK);
+        EXPECT_EQ(mail->Close(0), RRC_OK);
+        EXPECT_EQ(Stored() + Queued(), "0123");
+        if (hasStates) {
+            EXPECT_EQ(States(kOld), "0100101");
+        }
     }
-    bool IsOldStored() { return Read(kOld, true).mails.at(1).state == 1; }
 
     std::string m_old;
 };
@@ -77,43 +73,29 @@ class MailCloseFaultsTest : public WritingTest {
 TEST_F(MailCloseFaultsTest, OneOperationFails) {
     for (const Fault fault : {Fault::kFail, Fault::kTornWrite}) {
         int partly = 0;
-        for (int n = 1;; ++n) {
+        bool fired = true;
+        for (int n = 1; fired; ++n) {
             SCOPED_TRACE(n);
             Load();
             machine.faults.Arm(fault, n, platform::ErrorCode::kIo);
             const auto code = mail->Close(0);
-            const bool fired = machine.faults.Fired();
+            fired = machine.faults.Fired();
             machine.faults.Disarm();
-            const auto errors = DrainErrors();
-            const bool isOldStored = IsOldStored();
-            const std::string stored = Stored(false), queued = Queued();
-            EXPECT_EQ(code != RRC_OK, !errors.empty());
-            const bool lost = stored.size() + queued.size() < kNew;
-            if (lost) {
-                EXPECT_EQ(stored + queued, "") << "a file that did not open";
-                EXPECT_EQ(errors.front().substr(0, 8), "no <C:\\E");
-            } else {
-                EXPECT_EQ(stored + queued, "0123");
-            }
-            if (!queued.empty() || !isOldStored) {
-                EXPECT_EQ(code, RRC_FAILED);
-            }
+            const Texts errors = DrainErrors();
+            const std::string stored = Stored(), queued = Queued();
+            const bool isDone = queued.empty() && States(kOld)[1] == '1';
             partly += !stored.empty() && !queued.empty();
-            ASSERT_EQ(Open(), RRC_OK);
-            EXPECT_EQ(mail->Close(0), RRC_OK);
-            if (!lost) {
-                EXPECT_EQ(Stored(false), "0123");
-                const std::string stateFailure = "no <C:\\E\\In.toc>";
-                const bool hasStates =
-                    std::find(errors.begin(), errors.end(), stateFailure) == errors.end();
-                EXPECT_TRUE(hasStates || queued.empty());
-                if (hasStates) ExpectFinalStates();
+            EXPECT_EQ(code != RRC_OK, !errors.empty());
+            EXPECT_TRUE(isDone || code == RRC_FAILED);
+            EXPECT_TRUE(fired || code == RRC_OK);
+            if (stored.size() + queued.size() < kNew) {
+                EXPECT_EQ(stored + queued, "") << "a file that did not open";
+                EXPECT_THAT(errors.front(), ::testing::StartsWith("no <C:\\E"));
+                continue;
             }
-            EXPECT_EQ(Queued(), "");
-            if (!fired) {
-                EXPECT_EQ(code, RRC_OK);
-                break;
-            }
+            const bool hasStates = !std::count(errors.begin(), errors.end(), "no <C:\\E\\In.toc>");
+            EXPECT_TRUE(hasStates || queued.empty());
+            ExpectRetryCompletes(hasStates);
             ASSERT_LT(n, 500);
         }
         EXPECT_GT(partly, 0) << "what is whole is kept";
@@ -123,16 +105,14 @@ TEST_F(MailCloseFaultsTest, OneOperationFails) {
 // Nothing works from that point on, the power goes, and another program begins.
 TEST_F(MailCloseFaultsTest, TheMachineDies) {
     for (const bool losesUnflushed : {false, true}) {
-        for (int n = 1;; ++n) {
+        bool fired = true;
+        for (int n = 1; fired; ++n) {
             SCOPED_TRACE(n);
             Load();
-            const auto attached = machine.files.AllFiles();
             machine.faults.Arm(Fault::kKill, n);
             const auto code = mail->Close(0);
-            const bool fired = machine.faults.Fired();
-            if (fired) {
-                EXPECT_TRUE(code == RRC_FAILED || Queued().empty());
-            }
+            fired = machine.faults.Fired();
+            EXPECT_TRUE(!fired || code == RRC_FAILED || Queued().empty());
             // The object itself dies too: what its end would delete stays.
             mail.reset();
             machine.faults.Disarm();
@@ -142,14 +122,13 @@ TEST_F(MailCloseFaultsTest, TheMachineDies) {
             EXPECT_TRUE(stored.empty() || stored == "0123") << "the count changes once";
             Restart();
             ASSERT_EQ(Open(), RRC_OK);
-            for (std::uint32_t i = static_cast<std::uint32_t>(stored.size()); i < kNew; ++i) {
-                machine.files.Put("C:\\src\\1", "one");
-                mail->Add(New(i));
+            machine.files.Put("C:\\src\\1", "one");
+            for (std::size_t i = stored.size(); i < kNew; ++i) {
+                mail->Add(New(static_cast<std::uint32_t>(i)));
             }
             EXPECT_EQ(mail->Close(0), RRC_OK);
             EXPECT_EQ(Stored(true), "0123");
             EXPECT_EQ(Toc().size(), mailstore::BlockOffset(kOld + kNew)) << "no leftover block";
-            if (!fired) break;
             ASSERT_LT(n, 500);
         }
     }
@@ -162,26 +141,21 @@ TEST_F(MailCloseFaultsTest, TheDiskIsFull) {
     for (const auto& path : machine.files.AllFiles()) used += machine.files.Get(path)->size();
     std::size_t most = 0;
     int partly = 0;
-    for (std::uint64_t room = 0; most < kNew; room = room < 4000 ? room + 97 : room + 50021) {
+    for (std::uint64_t room = 0; most < kNew; room += room < 4000 ? 97 : 50021) {
         SCOPED_TRACE(room);
         Load();
         machine.files.LimitDisk(used + room);
         const auto code = mail->Close(0);
         machine.files.LimitDisk(std::nullopt);
-        const auto errors = DrainErrors();
-        const std::string stored = Stored(false);
+        const Texts errors = DrainErrors();
+        const std::string stored = Stored();
         EXPECT_EQ(stored + Queued(), "0123");
         EXPECT_EQ(code != RRC_OK, !errors.empty());
-        if (!Queued().empty()) {
-            EXPECT_EQ(errors.back(), "no <C:\\E\\In.mbx>");
-        }
+        EXPECT_TRUE(Queued().empty() || errors.back() == "no <C:\\E\\In.mbx>");
         EXPECT_GE(stored.size(), most) << "more room takes no fewer mails";
         most = stored.size();
         partly += most > 0 && most < kNew;
-        ASSERT_EQ(Open(), RRC_OK);
-        EXPECT_EQ(mail->Close(0), RRC_OK);
-        EXPECT_EQ(Stored(false), "0123");
-        ExpectFinalStates();
+        ExpectRetryCompletes();
         ASSERT_LT(room, 10'000'000U);
     }
     EXPECT_GT(partly, 10) << "a text that is not whole leaves its room to the blocks";

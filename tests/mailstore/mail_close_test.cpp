@@ -1,35 +1,15 @@
 #include "tests/frame/log_capture.h"
 #include "tests/mailstore/mail_fixture.h"
+#include "tests/mapi/scripted_library.h"
 
 namespace {
 
-// What the library was asked to send, and how it answers: the n-th send fails.
-struct Sends {
-    std::vector<std::string> subjects;
-    std::size_t failAt = 0;
-};
-Sends g_sends;
-
-std::uint32_t KV_MAPI_CALL SendMail(mapi::Session, std::uintptr_t, MapiMessage* message,
-                                    std::uint32_t, std::uint32_t) {
-    g_sends.subjects.push_back(message->lpszSubject);
-    return g_sends.subjects.size() == g_sends.failAt ? 11 : 0;
-}
+using mapi::Entry;
 
 class MailCloseTest : public MailFixture {
   protected:
-    MailCloseTest() {
-        g_sends = {};
-        (void)machine.registry.WriteText(platform::RegistryRoot::kLocalMachine,
-                                         "SOFTWARE\\Microsoft\\Windows Messaging Subsystem", "MAPI",
-                                         "1");
-        std::map<std::string, void*> symbols;
-        for (const char* name : mapi::kEntryNames) symbols[name] = &g_sends;
-        symbols["MAPISendMail"] = reinterpret_cast<void*>(&SendMail);
-        machine.libraries.AddLibrary("C:\\E\\EUMAPI32.DLL", symbols);
-        EXPECT_EQ(util.mapi.LoadMapiLibrary("C:\\E"), 1);
-        temp = *machine.files.TempFolder();
-    }
+    MailCloseTest() { EXPECT_EQ(util.mapi.LoadMapiLibrary("C:\\E"), 1); }
+
     // A record as the module builds it, to be sent.
     static MapiMessage* Record(const char* subject) {
         MapiMessage* record = nullptr;
@@ -39,35 +19,37 @@ class MailCloseTest : public MailFixture {
         return record;
     }
 
-    std::string temp;
+    ScriptedLibrary library{machine, "C:\\E"};
+    const std::string temp = *machine.files.TempFolder();
 };
 
 TEST_F(MailCloseTest, SendsUntilTheFirstFailure) {
-    using Texts = std::vector<std::string>;
-    for (const auto& [failAt, sent] :
-         {std::pair{0U, Texts{"a", "b", "c"}}, {1U, Texts{"a"}}, {2U, Texts{"a", "b"}}}) {
-        for (const bool opens : {true, false}) {
-            SCOPED_TRACE(failAt);
-            g_sends = {{}, failAt};
-            OpenedMail mail;
-            if (opens) {
-                ASSERT_EQ(mail.OpenMailbox(util), RRC_OK);
-            }
-            mail.m_lpNewMessage = Record("abandoned");
-            for (const char* subject : {"a", "b", "c"}) {
-                mail.m_lstOutBoxMails.push_back(Record(subject));
-            }
-            machine.files.Put(temp + "Qzv1.tmp", "x");
-            EXPECT_EQ(mail.Close(0), failAt == 0 ? RRC_OK : RRC_FAILED);
-            EXPECT_EQ(g_sends.subjects, sent);
-            EXPECT_EQ(DrainErrors(), failAt == 0 ? Texts{} : Texts{"m26"});
-            EXPECT_TRUE(mail.m_lstOutBoxMails.empty());
-            EXPECT_EQ(mail.m_lpNewMessage, nullptr);
-            EXPECT_EQ(mail.m_pMapi, nullptr);
-            EXPECT_FALSE(machine.files.Exists(temp + "Qzv1.tmp")) << "whatever happened before";
-            MapiMessage* current = nullptr;
-            EXPECT_EQ(util.mapi.GetCurrentMessage(current), 0) << "the records are gone";
+    EXPECT_EQ(util.mapi.MapiLogon(), 1);
+    const Texts all{"send a", "send b", "send c"};
+    for (const std::size_t failAt : {0U, 1U, 2U}) {
+        SCOPED_TRACE(failAt);
+        const bool fails = failAt > 0;
+        OpenedMail mail;
+        ASSERT_EQ(mail.OpenMailbox(util), RRC_OK);
+        mail.m_lpNewMessage = Record("abandoned");
+        for (const char* subject : {"a", "b", "c"}) {
+            mail.m_lstOutBoxMails.push_back(Record(subject));
         }
+        machine.files.Put(temp + "Qzv1.tmp", "x");
+        library.calls.clear();
+        if (fails) {
+            library.results[Entry::kSendMail].assign(failAt - 1, 0);
+            library.results[Entry::kSendMail].push_back(11);
+        }
+        EXPECT_EQ(mail.Close(0), fails ? RRC_FAILED : RRC_OK);
+        EXPECT_EQ(library.calls, Texts(all.begin(), fails ? all.begin() + failAt : all.end()));
+        EXPECT_EQ(DrainErrors(), fails ? Texts{"m26"} : Texts{});
+        EXPECT_TRUE(mail.m_lstOutBoxMails.empty());
+        EXPECT_EQ(mail.m_lpNewMessage, nullptr);
+        EXPECT_EQ(mail.m_pMapi, nullptr);
+        EXPECT_FALSE(machine.files.Exists(temp + "Qzv1.tmp")) << "whatever happened before";
+        MapiMessage* current = nullptr;
+        EXPECT_EQ(util.mapi.GetCurrentMessage(current), 0) << "the records are gone";
     }
 }
 
@@ -88,62 +70,33 @@ TEST_F(MailCloseTest, NothingQueuedTouchesNothing) {
         EXPECT_EQ(mail.Close(round), RRC_OK) << "without an Open too";
         EXPECT_EQ(mail.OpenMailbox(util), RRC_OK);
         EXPECT_EQ(mail.Close(0), RRC_OK);
-        EXPECT_EQ(Mbx(), box.mbx);
-        EXPECT_EQ(Toc(), box.Toc());
+        EXPECT_EQ(Mbx() + Toc(), box.mbx + box.Toc());
         EXPECT_EQ(mail.ToIndexId().size(), 1U) << "the maps stay";
     }
 }
 
 TEST_F(MailCloseTest, DeletesItsOwnTemporaryFilesAlone) {
     OpenedMail mail;
-    LogCapture log;
-    mail.DeleteAttachFile();
-    EXPECT_EQ(LogCapture::Lines(),
-              std::vector<std::string>{"5 Enter - CREudoraMail::DeleteAttachFile"});
-    const std::vector<std::string> ours{"Qzv1.tmp", "QZVFFFF.TMP", "qzv.tmp", "Qzv long name.tmp"};
-    const std::vector<std::string> others{"Qz1.tmp", "xQzv1.tmp", "Qzv1.tmp.txt", "Qzv1.tm",
-                                          "Qzv1"};
-    for (const auto& name : ours) machine.files.Put(temp + name, "x");
-    for (const auto& name : others) machine.files.Put(temp + name, "x");
-    machine.files.Put(temp + "sub\\Qzv1.tmp", "x");
-    machine.files.Put(temp + "Qzv.folder.tmp\\x", "x");
-    machine.files.SetReadOnly(temp + ours[1]);
-    const auto held =
-        *machine.files.Open(temp + ours[3], platform::OpenMode::kRead, platform::Share::kNone);
+    const std::string readOnly = temp + "QZVFFFF.TMP", inUse = temp + "Qzv long name.tmp";
+    const Texts gone{temp + "Qzv1.tmp", temp + "qzv.tmp"};
+    Texts kept{readOnly, inUse, temp + "sub\\Qzv1.tmp", temp + "Qzv.folder.tmp\\x"};
+    for (const char* name : {"Qz1.tmp", "xQzv1.tmp", "Qzv1.tmp.txt", "Qzv1.tm", "Qzv1"}) {
+        kept.push_back(temp + name);
+    }
+    for (const auto& path : gone) machine.files.Put(path, "x");
+    for (const auto& path : kept) machine.files.Put(path, "x");
+    machine.files.SetReadOnly(readOnly);
+    const auto held = *machine.files.Open(inUse, platform::OpenMode::kRead, platform::Share::kNone);
     machine.clock.sleeps = 0;
-    LogCapture::Lines().clear();
     mail.DeleteAttachFile();
-    EXPECT_FALSE(machine.files.Exists(temp + ours[0]));
-    EXPECT_FALSE(machine.files.Exists(temp + ours[2]));
-    EXPECT_TRUE(machine.files.Exists(temp + ours[3])) << "in use: passed over";
-    for (const auto& name : others) EXPECT_TRUE(machine.files.Exists(temp + name)) << name;
-    EXPECT_TRUE(machine.files.Exists(temp + "sub\\Qzv1.tmp"));
-    EXPECT_TRUE(machine.files.Exists(temp + "Qzv.folder.tmp\\x"));
-    EXPECT_TRUE(LogCapture::Has("5           - QZVFFFF.TMP\n"));
-    EXPECT_EQ(LogCapture::Lines().back(), "5 Exit - CREudoraMail::DeleteAttachFile");
+    for (const auto& path : gone) EXPECT_FALSE(machine.files.Exists(path)) << path;
+    for (const auto& path : kept) EXPECT_TRUE(machine.files.Exists(path)) << path;
     EXPECT_EQ(machine.clock.sleeps, 5) << "one for each match";
 }
 
 TEST_F(MailCloseTest, MapiErrorsHaveTexts) {
+    EXPECT_EQ(util.mapi.MapiLogon(), 1);
     OpenedMail mail;
-    const auto textOf = [&](std::uint32_t code) {
-        g_sends.subjects.clear();
-        struct Answer {
-            static std::uint32_t KV_MAPI_CALL Give(mapi::Session, std::uintptr_t, const char*,
-                                                   std::uint32_t, std::uint32_t) {
-                return static_cast<std::uint32_t>(g_sends.failAt);
-            }
-        };
-        g_sends.failAt = code;
-        std::map<std::string, void*> symbols;
-        for (const char* name : mapi::kEntryNames) symbols[name] = &g_sends;
-        symbols["MAPIDeleteMail"] = reinterpret_cast<void*>(&Answer::Give);
-        machine.libraries.AddLibrary("C:\\E\\EUMAPI32.DLL", symbols);
-        EXPECT_EQ(util.mapi.LoadMapiLibrary("C:\\E"), 1);
-        util.mapi.DeleteMail();
-        mail.ReportMapiError();
-        return DrainErrors().at(0);
-    };
     for (const auto& [code, text] : {std::pair{1U, "m16"},
                                      {6U, "m21"},
                                      {8U, "m23"},
@@ -152,9 +105,11 @@ TEST_F(MailCloseTest, MapiErrorsHaveTexts) {
                                      {0U, "m40"},
                                      {7U, "m40"},
                                      {26U, "m40"},
-                                     {1000U, "m40"},
                                      {0xFFFFFFFFU, "m40"}}) {
-        EXPECT_EQ(textOf(code), text) << code;
+        library.results[Entry::kDeleteMail] = {code};
+        (void)util.mapi.DeleteMail();
+        mail.ReportMapiError();
+        EXPECT_EQ(DrainErrors(), Texts{text}) << code;
     }
 }
 

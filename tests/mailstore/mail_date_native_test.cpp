@@ -7,39 +7,21 @@
 
 #include "mailstore/mail_date.h"
 #include "platform/os/system.h"
-#include "tests/mailstore/mail_date_table.h"
 
 namespace {
 
+// The machine's zone while it lives.
 class Zone {
   public:
-    explicit Zone(const char* name) : m_had(std::getenv("TZ") != nullptr) {
-        if (m_had) m_before = std::getenv("TZ");
-        Set(name);
-    }
-    ~Zone() { m_had ? Set(m_before.c_str()) : (unsetenv("TZ"), tzset()); }
-
-  private:
-    static void Set(const char* name) {
+    explicit Zone(const char* name) {
         setenv("TZ", name, 1);
         tzset();
     }
-    bool m_had;
-    std::string m_before;
-};
-
-TEST(MailDateNative, AllFormsInManyZones) {
-    for (const DateRow& row : kDateRows) {
-        SCOPED_TRACE(std::string(row.zone) + ' ' + row.text);
-        const Zone zone(row.zone);
-        const auto date =
-            mailstore::ConvertMailDate(row.text, platform::NativeSystem().clock, row.isJapanese);
-        EXPECT_EQ(date.separatorDate, row.separator);
-        EXPECT_EQ(date.line, row.Line());
-        EXPECT_EQ(date.szDate, row.shown);
-        EXPECT_EQ(date.dwSeconds, row.seconds);
+    ~Zone() {
+        unsetenv("TZ");
+        tzset();
     }
-}
+};
 
 // The C library's own functions, step by step, against any minute of 130 years.
 TEST(MailDateNative, AgreesWithTheStepsOfTheCLibrary) {
@@ -47,7 +29,7 @@ TEST(MailDateNative, AgreesWithTheStepsOfTheCLibrary) {
     for (const char* name : {"Europe/Berlin", "America/St_Johns", "Australia/Lord_Howe",
                              "Asia/Tokyo", "Pacific/Chatham", "America/Sao_Paulo", "UTC"}) {
         const Zone zone(name);
-        for (int i = 0; i < 2000; ++i) {
+        for (int i = 0; i < 1000; ++i) {
             const auto minute =
                 std::uniform_int_distribution<long>(36525L * 1440, 73000L * 1440)(random);
             const std::string text = std::to_string(static_cast<double>(minute) / 1440);

@@ -3,16 +3,77 @@
 #include <gtest/gtest.h>
 
 #include "platform/testing/fixed_clock.h"
-#include "tests/mailstore/mail_date_table.h"
 
 namespace {
 
 using mailstore::ConvertMailDate;
 using std::chrono::minutes;
 
+// What a mailbox holds of a date in a zone, worked out by the steps of the C library: the local
+// time as standard time to UTC, the fields of UTC as local time again, the fields of that.
+struct Row {
+    int standard;  // minutes east in standard time
+    int offset;    // and at that time
+    const char* text;
+    bool isJapanese;
+    const char* separator;
+    const char* shown;
+    std::uint32_t seconds;
+
+    std::string Line() const {
+        const std::string date = separator, zone = shown;
+        return "Date: " + date.substr(0, 3) + ", " + date.substr(8, 2) + ' ' + date.substr(4, 3) +
+               ' ' + date.substr(20) + ' ' + date.substr(11, 8) + zone.substr(zone.rfind(' '));
+    }
+};
+
+// clang-format off
+constexpr Row kRows[] = {
+    {0, 0, "25569", false, "Thu Jan 01 00:00:00 1970", "00:00 AM 1/1/70 +0000", 0U},
+    {0, 0, "25569.5", false, "Thu Jan 01 12:00:00 1970", "12:00 AM 1/1/70 +0000", 43200U},
+    {0, 0, "36525.999988", false, "Fri Dec 31 23:59:59 1999", "11:59 PM 12/31/99 +0000", 946684799U},
+    {0, 0, "36585.54522", false, "Tue Feb 29 13:05:07 2000", "01:05 PM 2/29/100 +0000", 951829507U},
+    {0, 0, "46350.003472", false, "Tue Nov 24 00:05:00 2026", "00:05 AM 11/24/126 +0000", 1795478700U},
+    {0, 0, "50424.134803", false, "Tue Jan 19 03:14:07 2038", "03:14 AM 1/19/138 +0000", 2147483647U},
+    {0, 0, "50424.134815", false, "Tue Jan 19 03:14:08 2038", "03:14 AM 1/19/138 +0000", 2147483648U},
+    {0, 0, "75279.269618", false, "Sun Feb 07 06:28:15 2106", "06:28 AM 2/7/206 +0000", 4294967295U},
+    {0, 0, "75279.26963", false, "Sun Feb 07 06:28:16 2106", "06:28 AM 2/7/206 +0000", 4294967295U},
+    {0, 0, "25568.999988", false, "Wed Dec 31 23:59:59 1969", "11:59 PM 12/31/69 +0000", 0U},
+    {0, 0, "0", false, "Sat Dec 30 00:00:00 1899", "00:00 AM 12/30/-1 +0000", 0U},
+    {0, 0, "37017.541655", false, "Sun May 06 12:59:59 2001", "12:59 AM 5/6/101 +0000", 989153999U},
+    {0, 0, "37017.380637", true, "Sun May 06 09:08:07 2001", "09:08: 7 5/6/101 +0000", 989140087U},
+    {540, 540, "25569", false, "Thu Jan 01 00:00:00 1970", "03:00 PM 12/31/69 +0900", 0U},
+    {540, 540, "36525.999988", false, "Fri Dec 31 23:59:59 1999", "02:59 PM 12/31/99 +0900", 946619999U},
+    {540, 540, "36585", false, "Tue Feb 29 00:00:00 2000", "03:00 PM 2/28/100 +0900", 951717600U},
+    {540, 540, "50424.509815", false, "Tue Jan 19 12:14:08 2038", "03:14 AM 1/19/138 +0900", 2147451248U},
+    {330, 330, "25569", false, "Thu Jan 01 00:00:00 1970", "06:30 PM 12/31/69 +0530", 0U},
+    {330, 330, "36525.999988", false, "Fri Dec 31 23:59:59 1999", "06:29 PM 12/31/99 +0530", 946645199U},
+    {330, 330, "36585", false, "Tue Feb 29 00:00:00 2000", "06:30 PM 2/28/100 +0530", 951742800U},
+    {330, 330, "50424.509815", false, "Tue Jan 19 12:14:08 2038", "06:44 AM 1/19/138 +0530", 2147476448U},
+    {-210, -210, "25569", false, "Thu Jan 01 00:00:00 1970", "03:30 AM 1/1/70 -0330", 25200U},
+    {-210, -210, "36525.999988", false, "Fri Dec 31 23:59:59 1999", "03:29 AM 1/1/100 -0330", 946709999U},
+    {-210, -210, "36585", false, "Tue Feb 29 00:00:00 2000", "03:30 AM 2/29/100 -0330", 951807600U},
+    {-210, -210, "50424.509815", false, "Tue Jan 19 12:14:08 2038", "03:44 PM 1/19/138 -0330", 2147541248U},
+    {765, 765, "25569", false, "Thu Jan 01 00:00:00 1970", "11:15 AM 12/31/69 +1245", 0U},
+    {765, 765, "36525.999988", false, "Fri Dec 31 23:59:59 1999", "11:14 AM 12/31/99 +1245", 946592999U},
+    {765, 765, "36585", false, "Tue Feb 29 00:00:00 2000", "11:15 AM 2/28/100 +1245", 951690600U},
+    {765, 765, "50424.509815", false, "Tue Jan 19 12:14:08 2038", "11:29 PM 1/18/138 +1245", 2147424248U},
+    {540, 540, "46082.170208", true, "Sun Mar 01 04:05:06 2026", "19:05: 6 2/28/126 +0900", 1772273106U},
+    {-300, -240, "46089.083322", false, "Sun Mar 08 01:59:59 2026", "07:59 AM 3/8/126 -0500", 1772971199U},
+    {-300, -240, "46089.125", false, "Sun Mar 08 03:00:00 2026", "09:00 AM 3/8/126 -0500", 1772974800U},
+    {-300, -300, "46327.020833", false, "Sun Nov 01 00:30:00 2026", "05:30 AM 11/1/126 -0500", 1793529000U},
+    {-300, -300, "46327.0625", false, "Sun Nov 01 01:30:00 2026", "06:30 AM 11/1/126 -0500", 1793532600U},
+    {60, 120, "46207.5", false, "Sat Jul 04 12:00:00 2026", "12:00 AM 7/4/126 +0100", 1783159200U},
+    {60, 120, "46320.104167", false, "Sun Oct 25 02:30:00 2026", "02:30 AM 10/25/126 +0100", 1792888200U},
+    {60, 60, "46320.145833", false, "Sun Oct 25 03:30:00 2026", "02:30 AM 10/25/126 +0100", 1792891800U},
+    {60, 60, "46357.541667", false, "Tue Dec 01 13:00:00 2026", "12:00 AM 12/1/126 +0100", 1796122800U},
+    {60, 120, "46207.500058", true, "Sat Jul 04 12:00:05 2026", "12:00: 5 7/4/126 +0100", 1783159205U},
+};
+// clang-format on
+
 TEST(MailDate, AllFormsInManyZones) {
-    for (const DateRow& row : kDateRows) {
-        SCOPED_TRACE(std::string(row.zone) + ' ' + row.text);
+    for (const Row& row : kRows) {
+        SCOPED_TRACE(std::to_string(row.standard) + ' ' + row.text);
         platform::testing::FixedClock clock;
         clock.offset = minutes(row.offset);
         clock.standardOffset = minutes(row.standard);
@@ -38,13 +99,12 @@ TEST(MailDate, NoDateIsTheTimeOfWriting) {
 
 TEST(MailDate, TheEndsOfWhatADateCanBe) {
     platform::testing::FixedClock clock;
-    const auto separator = [&](const char* text) {
-        return ConvertMailDate(text, clock, false).separatorDate;
-    };
-    EXPECT_EQ(separator("2958465.999999"), "Sat Jan 01 00:00:00 10000") << "rounded up";
-    EXPECT_EQ(separator("2958465.5"), "Fri Dec 31 12:00:00 9999");
-    EXPECT_EQ(separator("-657434.25"), "Fri Jan 01 06:00:00 0100");
-    EXPECT_EQ(separator("-1.75"), "Fri Dec 29 18:00:00 1899") << "the time counts forward";
+    for (const auto& [text, separator] : {std::pair{"2958465.999999", "Sat Jan 01 00:00:00 10000"},
+                                          {"2958465.5", "Fri Dec 31 12:00:00 9999"},
+                                          {"-657434.25", "Fri Jan 01 06:00:00 0100"},
+                                          {"-1.75", "Fri Dec 29 18:00:00 1899"}}) {
+        EXPECT_EQ(ConvertMailDate(text, clock, false).separatorDate, separator);
+    }
     EXPECT_LE(ConvertMailDate("-657434.9", clock, true).szDate.size(), 31U);
 }
 

@@ -1,12 +1,9 @@
-#include <gtest/gtest.h>
-
 #include "mailstore/recipients.h"
 #include "tests/mailstore/writing_fixture.h"
 
 namespace {
 
-using Texts = std::vector<std::string>;
-using States = std::map<std::string, std::string>;
+using IdTexts = OpenedMail::IdTexts;
 
 // What a host says about the record that it is about to store.
 struct Vetted {
@@ -20,17 +17,12 @@ struct Vetted {
                             BOOL* hasField) {
         auto& self = *static_cast<Vetted*>(context);
         ++self.asked;
-        if (std::string(field) == "10") {
-            EXPECT_EQ(*type, 1U);
-            *cell = &self.status;
-            *hasField = 1;
-            return self.statusCode;
-        }
-        EXPECT_EQ(field, std::string("1"));
-        EXPECT_EQ(*type, 4U);
-        *cell = &self.from;
-        *hasField = self.hasFrom;
-        return self.fromCode;
+        const bool isStatus = std::string(field) == "10";
+        EXPECT_STREQ(field, isStatus ? "10" : "1");
+        EXPECT_EQ(*type, isStatus ? 1U : 4U);
+        *cell = isStatus ? static_cast<void*>(&self.status) : &self.from;
+        *hasField = isStatus ? 1 : self.hasFrom;
+        return isStatus ? self.statusCode : self.fromCode;
     }
 };
 
@@ -40,22 +32,21 @@ TEST_F(MailEditTest, VetsTheSenderOfReceivedMails) {
     struct Row {
         Vetted host;
         RRETURNCODE code;
-        BOOL isOk;
         int asked;
         Texts errors;
     };
-    for (Row row : {Row{{}, RRC_OK, 1, 2, {}}, Row{{.status = 0x20001}, RRC_OK, 1, 2, {}},
-                    Row{{.from = ""}, RRC_FAILED, 0, 2, {"m80"}},
-                    Row{{.from = nullptr}, RRC_FAILED, 0, 2, {"m80"}},
-                    Row{{.from = "", .hasFrom = 0}, RRC_OK, 1, 2, {}},
-                    Row{{.status = 2, .from = ""}, RRC_OK, 1, 1, {}},
-                    Row{{.status = 4, .from = ""}, RRC_OK, 1, 1, {}},
-                    Row{{.status = 0, .from = ""}, RRC_OK, 1, 1, {}},
-                    Row{{.statusCode = RRC_EOF}, RRC_EOF, 0, 1, {}},
-                    Row{{.fromCode = RRC_EOF}, RRC_EOF, 0, 2, {}}}) {
+    for (Row row :
+         {Row{{}, RRC_OK, 2, {}}, Row{{.status = 0x20001}, RRC_OK, 2, {}},
+          Row{{.from = ""}, RRC_FAILED, 2, {"m80"}}, Row{{.from = nullptr}, RRC_FAILED, 2, {"m80"}},
+          Row{{.from = "", .hasFrom = 0}, RRC_OK, 2, {}},
+          Row{{.status = 2, .from = ""}, RRC_OK, 1, {}},
+          Row{{.status = 4, .from = ""}, RRC_OK, 1, {}},
+          Row{{.status = 0, .from = ""}, RRC_OK, 1, {}},
+          Row{{.statusCode = RRC_EOF}, RRC_EOF, 1, {}},
+          Row{{.fromCode = RRC_EOF}, RRC_EOF, 2, {}}}) {
         BOOL isOk = 7;
         EXPECT_EQ(mail->IsOkToSetRecord(0, &Vetted::Give, &row.host, &isOk), row.code);
-        EXPECT_EQ(isOk, row.isOk);
+        EXPECT_EQ(isOk, row.code == RRC_OK ? 1 : 0);
         EXPECT_EQ(row.host.asked, row.asked);
         EXPECT_EQ(DrainErrors(), row.errors);
     }
@@ -76,60 +67,46 @@ TEST_F(MailEditTest, ThreePlacesForRecords) {
     EXPECT_EQ(mail->Edit("0x00000002", std::nullopt), "0x00000002/1") << "as it is stored";
     EXPECT_EQ(mail->Edit("0x00000001", std::nullopt), "0x00000001/131073");
     EXPECT_EQ(mail->Edit("", 1), "/");
-    EXPECT_EQ(mail->m_mapMailStatus, (States{{"0x00000001", "131073"},
-                                             {"0x00000002", "131073"},
-                                             {"0x00000003", "1"},
-                                             {"0x00000004", "131073"},
-                                             {"0x00000007", "0"}}));
+    EXPECT_EQ(mail->m_mapMailStatus, (IdTexts{{"0x00000001", "131073"},
+                                              {"0x00000002", "131073"},
+                                              {"0x00000003", "1"},
+                                              {"0x00000004", "131073"},
+                                              {"0x00000007", "0"}}));
     EXPECT_EQ(mail->Close(0), RRC_OK);
-    const auto mails = Read(2).mails;
-    ASSERT_EQ(mails.size(), 5U);
-    std::string states;
-    for (const auto& stored : mails) states += std::to_string(stored.state);
-    EXPECT_EQ(states, "11010");
-    EXPECT_EQ(Read(2).faults, Texts{});
+    EXPECT_EQ(States(2), "11010");
     const auto out = machine.files.Get("C:\\E\\Out.toc").value_or("");
     EXPECT_EQ(mailstore::TocHeader::Decode(out).wNumberOfMsgs, 1) << "status 4 sends nothing";
 }
 
 TEST_F(MailEditTest, OnlyTheStateOfAStoredMailChanges) {
     MailboxBuilder().Mail(1, MailText({}), 0).Put(machine.files, "C:\\E");
-    const auto toc = Toc(), mbx = Mbx();
+    const auto before = Toc() + Mbx();
     ASSERT_EQ(Open(), RRC_OK);
     ASSERT_EQ(mail->EditRecord("0x00000001"), RRC_OK);
     mail->Fill({.status = 1});
     EXPECT_EQ(mail->Update(), "0x00000001/1");
     EXPECT_EQ(mail->Close(0), RRC_OK);
-    EXPECT_EQ(Toc(), toc);
-    EXPECT_EQ(Mbx(), mbx);
+    EXPECT_EQ(Toc() + Mbx(), before);
 }
 
 // Under AddressSanitizer: each record is released once.
 TEST_F(MailEditTest, AnAbandonedRecordLeavesNothing) {
-    machine.files.Put("C:\\src\\1", "one");
     ASSERT_EQ(Open(), RRC_OK);
-    for (const std::int32_t status : {1, 2}) {
-        for (const bool edits : {true, false}) {
-            ASSERT_EQ(mail->AddNewRecord(0), RRC_OK);
-            mail->Fill({.status = status, .files = {"C:\\src\\1"}});
-            if (edits) {
-                (void)mail->EditRecord();
-            }
-        }
+    for (const std::int32_t status : {1, 2, 1, 2}) {
+        ASSERT_EQ(mail->AddNewRecord(0), RRC_OK);
+        mail->Fill({.status = status, .files = {"C:\\src\\1"}});
+        (void)mail->EditRecord();
     }
     ASSERT_EQ(mail->AddNewRecord(0), RRC_OK);
     EXPECT_FALSE(machine.files.Get("C:\\E\\Attach\\doc.txt"));
     mail->Fill({.to = std::nullopt});
-    EXPECT_EQ(mail->Update(), "0x00000006/1");
-    EXPECT_EQ(mail->Update(), "0x00000006/1") << "twice is once";
+    for (int i : {1, 2}) EXPECT_EQ(mail->Update(), "0x00000006/1") << "twice is once: " << i;
     EXPECT_EQ(mail->Close(0), RRC_OK);
-    EXPECT_EQ(Read().mails.size(), 1U);
-    ExpectSound();
+    EXPECT_EQ(Read().size(), 1U);
 }
 
 TEST_F(MailEditTest, RecipientsJoinedAndSplit) {
     for (const auto& [text, joined, split] : {std::tuple{"", "", Texts{}},
-                                              {"a", "a", {"a"}},
                                               {"a;b,c", "a, b,c", {"a", "b", "c"}},
                                               {";;a;;b;", "a, b", {"a", "b"}},
                                               {"a; b", "a,  b", {"a", " b"}},
@@ -157,19 +134,16 @@ TEST_F(MailEditTest, DeletionsAreAtOnceAndOfTheRightMail) {
     ASSERT_EQ(Open(), RRC_OK);
     mail->Edit("0x00000001", 0x20001);
     EXPECT_EQ(mail->DeleteRecord("0x00000001"), RRC_OK);
-    EXPECT_EQ(mail->ToIndexId(), (OpenedMail::Texts{{"b", "0x00000002"}}));
-    EXPECT_EQ(mail->ToMessageId(), (OpenedMail::Texts{{"0x00000002", "b"}}));
-    EXPECT_EQ(Read().mails.size(), 1U);
+    EXPECT_EQ(mail->ToIndexId(), (IdTexts{{"b", "0x00000002"}}));
+    EXPECT_EQ(mail->ToMessageId(), (IdTexts{{"0x00000002", "b"}}));
+    EXPECT_TRUE(mail->m_mapMailStatus.empty());
     EXPECT_EQ(mail->GoToRecord("0x00000002"), RRC_OK);
     EXPECT_EQ(mail->GoToRecord(""), RRC_OK);
-    LogCapture log;
     EXPECT_EQ(mail->DeleteRecord(), RRC_FAILED) << "an out-box record is not the current mail";
-    EXPECT_TRUE(LogCapture::Has("1 Error in CREudoraMail::DeleteRecord\n"));
     EXPECT_EQ(DrainErrors().size(), 1U);
     EXPECT_EQ(mail->DeleteRecord("0x00000009"), RRC_FAILED);
-    EXPECT_EQ(Read().mails.size(), 1U);
+    EXPECT_EQ(Read(9).size(), 1U);
     EXPECT_EQ(mail->ToIndexId().size(), 1U);
-    EXPECT_EQ(mail->Close(0), RRC_OK);
 }
 
 TEST_F(MailEditTest, AfterDeletingAllNumbersBeginAnew) {
@@ -178,13 +152,13 @@ TEST_F(MailEditTest, AfterDeletingAllNumbersBeginAnew) {
     EXPECT_EQ(mail->Add({.id = "waits"}), "0x0000000A/1");
     EXPECT_EQ(mail->GoToRecord(""), RRC_OK);
     EXPECT_EQ(mail->DeleteAllRecords(), RRC_OK);
-    EXPECT_EQ(mail->ToMessageId(), (OpenedMail::Texts{{"0x0000000A", "waits"}}));
+    EXPECT_EQ(mail->ToMessageId(), (IdTexts{{"0x0000000A", "waits"}}));
     for (const char* id : {"0x00000001/1", "0x00000002/1"}) EXPECT_EQ(mail->Add({}), id);
     mail->m_dwNextIndexID = 9;
     EXPECT_EQ(mail->Add({}), "0x0000000B/1") << "not the number of the mail that waits";
     EXPECT_EQ(mail->Close(0), RRC_OK);
     EXPECT_NE(Mbx().find("<waits>"), std::string::npos);
-    EXPECT_EQ(Read().mails.size(), 4U);
+    EXPECT_EQ(Read(9).size(), 4U);
 }
 
 TEST_F(MailEditTest, AMailThatIsNotSentIsReported) {
@@ -194,8 +168,7 @@ TEST_F(MailEditTest, AMailThatIsNotSentIsReported) {
     mail->Add({.id = "stored"});
     EXPECT_EQ(mail->Close(0), RRC_FAILED);
     EXPECT_EQ(DrainErrors(), Texts{"m19"});
-    EXPECT_EQ(Read().mails.size(), 1U) << "the other steps run";
-    ExpectSound();
+    EXPECT_EQ(Read().size(), 1U) << "the other steps run";
 }
 
 }  // namespace

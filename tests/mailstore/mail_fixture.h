@@ -1,38 +1,46 @@
 #pragma once
 
+#include <gmock/gmock.h>
+
 #include <map>
 #include <string>
+#include <vector>
 
 #include "mailstore/eudora_mail.h"
 #include "tests/frame/frame_fixture.h"
 #include "tests/mailstore/mailbox_builder.h"
 
+using Texts = std::vector<std::string>;
+
 // The mail translator with its members in sight.
 class OpenedMail : public CREudoraMail {
   public:
-    using Texts = std::map<std::string, std::string>;
+    using IdTexts = std::map<std::string, std::string>;
 
     RRETURNCODE OpenMailbox(CEudoraTransUtil& util, int mode = 1) {
         return Open(mode, 0, 0, 0, 0, 0, 0, 0, 0, &util);
     }
-    static Texts Copy(const mailstore::IdMap& map) {
-        Texts texts;
+    static IdTexts Copy(const mailstore::IdMap& map) {
+        IdTexts texts;
         map.ForEach([&](std::string_view key, std::string_view value) {
             texts[std::string(key)] = std::string(value);
         });
         return texts;
     }
-    Texts ToIndexId() const { return Copy(m_mapMessageIDToIndexID); }
-    Texts ToMessageId() const { return Copy(m_mapIndexIDToMessageID); }
+    IdTexts ToIndexId() const { return Copy(m_mapMessageIDToIndexID); }
+    IdTexts ToMessageId() const { return Copy(m_mapIndexIDToMessageID); }
 
     using CREudoraMail::m_appInfo;
     using CREudoraMail::m_bAppReady;
     using CREudoraMail::m_bBoxFileOpenFlag;
+    using CREudoraMail::m_bOutBox;
     using CREudoraMail::m_csAttachDir;
     using CREudoraMail::m_dwNextIndexID;
     using CREudoraMail::m_lpNewMessage;
     using CREudoraMail::m_lstNewMails;
     using CREudoraMail::m_lstOutBoxMails;
+    using CREudoraMail::m_mapIndexIDToMessageID;
+    using CREudoraMail::m_mapMailStatus;
     using CREudoraMail::m_pMapi;
 };
 
@@ -48,7 +56,7 @@ class MailFixture : public FrameTest {
         strings[77] = "Attachment Converted:";
         strings[79] = "In";
         LoadStrings(strings);
-        machine.files.MakeFolders("C:\\E");
+        machine.files.MakeFolders("C:\\E\\Attach");
         util.csEudoraDir = "C:\\E";
     }
     void TearDown() override {

@@ -1,11 +1,7 @@
-#include <gtest/gtest.h>
-
 #include "mailstore/new_mail_writer.h"
 #include "tests/mailstore/writing_fixture.h"
 
 namespace {
-
-using Texts = std::vector<std::string>;
 
 const std::string kSeparator =
     "From ???@??"
@@ -24,7 +20,7 @@ class MailWriteTest : public WritingTest {
         machine.files.Put("C:\\E\\In.toc", mailstore::NewTocHeader());
         Restart();
         Store({host});
-        ExpectSound();
+        (void)Read();
         return Mbx();
     }
 };
@@ -63,7 +59,6 @@ TEST_F(MailWriteTest, AMailAndItsBlockByteForByte) {
 TEST_F(MailWriteTest, TextsOfManyKinds) {
     const std::string to = "To: you@y.example\r\n", from = "From: me@x.example\r\n";
     const std::string end = from + "Subject: Hi\r\n\r\nText\r\n";
-    machine.files.Put("C:\\src\\1", "one");
     machine.files.Put("C:\\src\\2", "two");
     struct Row {
         const char* name;
@@ -73,7 +68,6 @@ TEST_F(MailWriteTest, TextsOfManyKinds) {
     const Row rows[] = {
         {"no recipient", {.to = std::nullopt}, Head("a@b") + end},
         {"empty To", {.to = ""}, Head("a@b") + end},
-        {"only cc", {.to = "", .cc = "c@c"}, Head("a@b") + "Cc: c@c\r\n" + end},
         {"all classes",
          {.to = "a;b,c", .cc = "d", .bcc = "e;"},
          Head("a@b") + "To: a, b,c\r\nCc: d\r\nBcc: e\r\n" + end},
@@ -103,7 +97,6 @@ TEST_F(MailWriteTest, TextsOfManyKinds) {
         {"an entry without source",
          {.files = {""}},
          Head("a@b") + to + end + "\r\n\r\nAttachment Converted: \"\"\r\n"},
-        {"a source that is missing", {.files = {"C:\\src\\none"}}, Head("a@b") + to + end},
         {"a source that is missing behind one that is not",
          {.files = {"C:\\src\\1", "C:\\none"}},
          Head("a@b") + to + end + "\r\n\r\nAttachment Converted: \"C:\\E\\Attach\\doc.txt\"\r\n"},
@@ -143,25 +136,24 @@ TEST_F(MailWriteTest, ShortTextsEndWithAWholeCharacter) {
 TEST_F(MailWriteTest, JapaneseHasItsOwnDateInTheBlock) {
     util.csLanguage = "JP";
     Written({});
-    EXPECT_EQ(Read().mails.at(0).date, "05:05: 9 2/1/103 +0900");
+    EXPECT_EQ(Read().at(0).date, "05:05: 9 2/1/103 +0900");
 }
 
 TEST_F(MailWriteTest, MailsFollowOneAnother) {
     MailboxBuilder().Mail(40, MailText({"Message-ID: <old@x>"}), 8).Put(machine.files, "C:\\E");
     const auto old = Mbx();
     Store({{.id = "1"}, {.id = "2"}, {.id = "3"}});
-    const auto report = Read(1);
-    EXPECT_EQ(report.faults, Texts{});
-    ASSERT_EQ(report.mails.size(), 4U);
-    EXPECT_EQ(report.mails[1].offset, old.size());
-    EXPECT_EQ(report.mails[0].state, 8);
-    EXPECT_EQ(report.mails[3].id, 43U);
+    const auto mails = Read(1);
+    ASSERT_EQ(mails.size(), 4U);
+    EXPECT_EQ(mails[1].offset, old.size());
+    EXPECT_EQ(mails[0].state, 8);
+    EXPECT_EQ(mails[3].id, 43U);
     Restart();
     ASSERT_EQ(Open(), RRC_OK);
-    EXPECT_EQ(mail->ToIndexId(), (OpenedMail::Texts{{"old@x", "0x00000028"},
-                                                    {"1", "0x00000029"},
-                                                    {"2", "0x0000002A"},
-                                                    {"3", "0x0000002B"}}));
+    EXPECT_EQ(mail->ToIndexId(), (OpenedMail::IdTexts{{"old@x", "0x00000028"},
+                                                      {"1", "0x00000029"},
+                                                      {"2", "0x0000002A"},
+                                                      {"3", "0x0000002B"}}));
 }
 
 TEST_F(MailWriteTest, LeftoversOfAKilledRunAreNoMails) {
@@ -174,16 +166,13 @@ TEST_F(MailWriteTest, LeftoversOfAKilledRunAreNoMails) {
     machine.files.Put("C:\\E\\In.toc", Toc() + std::string(218 + 100, 'x'));
     Store({{}});
     EXPECT_EQ(Toc().size(), 104U + 2 * 218);
-    const auto report = Read(1);
-    EXPECT_EQ(report.faults, Texts{});
-    EXPECT_EQ(report.mails.at(1).offset, box.mbx.size() + torn.size());
+    EXPECT_EQ(Read(1).at(1).offset, box.mbx.size() + torn.size());
 }
 
 TEST_F(MailWriteTest, ABoxTakes65535Mails) {
     MailboxBuilder box;
     for (std::uint32_t id = 1; id <= 65534; ++id) box.Block(id, 0, 0);
     box.Put(machine.files, "C:\\E");
-    machine.files.Put("C:\\src\\1", "one");
     ASSERT_EQ(Open(), RRC_OK);
     mail->Add({.id = "last", .files = {"C:\\src\\1"}});
     mail->Add({.id = "beyond", .files = {"C:\\src\\1"}});
@@ -259,7 +248,6 @@ TEST_F(MailWriteTest, AFileInUseLosesTheMailsAndNothingElse) {
     for (const char* held : {"C:\\E\\In.mbx", "C:\\E\\In.toc"}) {
         SCOPED_TRACE(held);
         MailboxBuilder().Mail(1, MailText({})).Put(machine.files, "C:\\E");
-        machine.files.Put("C:\\src\\1", "one");
         Restart();
         ASSERT_EQ(Open(), RRC_OK);
         mail->Edit("0x00000001", 0x20001);
@@ -267,11 +255,7 @@ TEST_F(MailWriteTest, AFileInUseLosesTheMailsAndNothingElse) {
         const auto mbx = Mbx(), toc = Toc();
         const bool isMbx = std::string(held).ends_with("mbx");
         auto other = *machine.files.Open(held, platform::OpenMode::kRead, platform::Share::kRead);
-        LogCapture log;
         EXPECT_EQ(mail->Close(0), RRC_FAILED);
-        const std::string line = std::string("1 Unable to Open a file [") + held +
-                                 "] in CREudoraMail::WriteNewMails()\n";
-        EXPECT_TRUE(LogCapture::Has(line));
         EXPECT_EQ(DrainErrors().front(), std::string("no <") + held + ">");
         EXPECT_EQ(Mbx(), mbx);
         EXPECT_EQ(Toc().substr(0, 104), toc.substr(0, 104));

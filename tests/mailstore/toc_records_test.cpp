@@ -3,23 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <string>
 
 using namespace mailstore;
 
 namespace {
-
-std::string FromHex(std::string_view hex) {
-    std::string bytes;
-    unsigned value = 0;
-    int digits = 0;
-    for (const char letter : hex) {
-        if (letter == ' ') continue;
-        value =
-            value * 16 + static_cast<unsigned>(letter <= '9' ? letter - '0' : letter - 'A' + 10);
-        if (++digits % 2 == 0) bytes += static_cast<char>(std::exchange(value, 0));
-    }
-    return bytes;
-}
 
 std::string RandomBytes(std::mt19937& random, std::size_t size) {
     std::string bytes(size, '\0');
@@ -27,12 +15,16 @@ std::string RandomBytes(std::mt19937& random, std::size_t size) {
     return bytes;
 }
 
+// Bytes with zeros among them.
+template <std::size_t kSize>
+std::string Bytes(const char (&bytes)[kSize]) {
+    return {bytes, kSize - 1};
+}
+
 TEST(TocRecords, NewHeader) {
-    EXPECT_EQ(NewTocHeader(), FromHex("30 00 91 00 7C 0A 00 00 49 6E 00 00 00 00 00 00") +
-                                  std::string(30, '\0') + FromHex("50 00 50 00 35 02 9F 01") +
-                                  std::string(16, '\xFF') +
-                                  FromHex("02 00 00 00 00 00 00 00 00 00 00 00 00 00 8C 00 00 00") +
-                                  std::string(16, '\0'));
+    EXPECT_EQ(NewTocHeader(), Bytes("\x30\0\x91\0\x7C\x0A\0\0In") + std::string(36, '\0') +
+                                  Bytes("\x50\0\x50\0\x35\2\x9F\1") + std::string(16, '\xFF') +
+                                  '\2' + std::string(13, '\0') + '\x8C' + std::string(19, '\0'));
 }
 
 TEST(TocRecords, HeaderCarriesWhatItDoesNotKnow) {
@@ -64,12 +56,11 @@ TEST(TocRecords, BlockOfOurOwn) {
     block.szFrom = std::string(63, 'f');
     block.szSubject = "s";
     block.dwMsgId = 0x41424344;
-    EXPECT_EQ(block.Encode(), FromHex("04 03 02 01 14 13 12 11 24 23 22 21 32 31 BE 01 03 00") +
-                                  std::string(31, 'd') + '\0' + std::string(63, 'f') + '\0' + 's' +
-                                  std::string(63, '\0') + std::string(8, '\xFF') +
-                                  std::string(6, '\0') +
-                                  FromHex("44 43 42 41 00 00 01 00 00 00 5C FE 00 00 00 00 01 00") +
-                                  std::string(8, '\0'));
+    EXPECT_EQ(block.Encode(),
+              Bytes("\4\3\2\1\x14\x13\x12\x11\x24\x23\x22\x21\x32\x31\xBE\1\3\0") +
+                  std::string(31, 'd') + '\0' + std::string(63, 'f') + '\0' + 's' +
+                  std::string(63, '\0') + std::string(8, '\xFF') + std::string(6, '\0') +
+                  Bytes("\x44\x43\x42\x41\0\0\1\0\0\0\x5C\xFE\0\0\0\0\1") + std::string(9, '\0'));
     block.szFrom += "cut";
     EXPECT_EQ(MsgBlock::Decode(block.Encode()).szFrom, std::string(63, 'f'));
 }

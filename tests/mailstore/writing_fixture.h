@@ -3,7 +3,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "platform/kvutil/kvutil.h"
@@ -17,43 +16,28 @@ struct HostMail {
 
     Text from = "me@x.example", to = "you@y.example", cc = {}, bcc = {};
     Text subject = "Hi", body = "Text";
-    std::optional<double> date = 37653.586910;  // 2003-02-01 14:05:09
+    double date = 37653.586910;  // 2003-02-01 14:05:09
     std::int32_t status = 1;
     Text id = "a@b";
-    std::vector<std::string> files = {};  // sources, each attached under the name "doc.txt"
+    Texts files = {};  // sources, each attached under the name "doc.txt"
 };
 
 class WritingMail : public OpenedMail {
   public:
-    using CREudoraMail::m_bOutBox;
-    using CREudoraMail::m_mapMailStatus;
-    using CREudoraMail::m_pszTo;
-
-    void Set(const char* field, const std::optional<std::string>& text) {
-        if (!text) return;
-        std::string copy = *text;
-        char* cell = copy.data();
-        unsigned long type = kFieldText;
-        EXPECT_EQ(SetField(field, &type, &cell), RRC_OK) << field;
+    void Set(const char* field, const HostMail::Text& text) {
+        if (text) SetCell(field, text->c_str());
     }
-    void SetStatus(std::int32_t status) {
-        unsigned long type = kFieldInteger;
-        EXPECT_EQ(SetField("10", &type, &status), RRC_OK);
+    template <class Cell>
+    void SetCell(const char* field, Cell cell) {
+        EXPECT_EQ(SetField(field, nullptr, &cell), RRC_OK) << field;
     }
     void Fill(const HostMail& host) {
-        Set("1", host.from);
-        Set("2", host.to);
-        Set("3", host.cc);
-        Set("4", host.bcc);
-        Set("5", host.subject);
-        unsigned long type = kFieldDateLast;
-        double date = host.date.value_or(0);
-        if (host.date) {
-            EXPECT_EQ(SetField("6", &type, &date), RRC_OK);
-        }
+        const HostMail::Text* texts[] = {&host.from, &host.to, &host.cc, &host.bcc, &host.subject};
+        for (int i = 0; i < 5; ++i) Set(std::to_string(i + 1).c_str(), *texts[i]);
+        SetCell("6", host.date);
         Set("7", host.body);
         if (!host.files.empty()) Set("8", Files(host.files));
-        SetStatus(host.status);
+        SetCell("10", host.status);
         Set("11", host.id);
     }
     // The record id and the modified info that come back, with "/" between.
@@ -69,11 +53,11 @@ class WritingMail : public OpenedMail {
     }
     std::string Edit(const std::string& id, std::optional<std::int32_t> status) {
         EXPECT_EQ(EditRecord(id.c_str()), RRC_OK);
-        if (status) SetStatus(*status);
+        if (status) SetCell("10", *status);
         return Update();
     }
     // A list of files as text, as the host hands it over.
-    static std::string Files(const std::vector<std::string>& paths) {
+    static std::string Files(const Texts& paths) {
         CArray<CRAttachmentInfo> list;
         for (const auto& path : paths) list.Add({0, 0, "doc.txt", "doc.txt", path.c_str()});
         CString text;
@@ -82,14 +66,13 @@ class WritingMail : public OpenedMail {
     }
 };
 
-// A machine in memory with Eudora's folder C:\E, our Simple MAPI library and a translator that is
-// logged on.
+// Our Simple MAPI library and a translator that is logged on to it.
 class WritingTest : public MailFixture {
   protected:
     WritingTest() {
         machine.clock.offset = std::chrono::hours(9);
-        machine.files.MakeFolders("C:\\E\\Attach");
         machine.files.MakeFolders("C:\\temp");
+        machine.files.Put("C:\\src\\1", "one");
         Start();
     }
     ~WritingTest() override {
@@ -99,7 +82,6 @@ class WritingTest : public MailFixture {
 
     // What a program does that begins anew.
     void Start() {
-        util.csEudoraDir = "C:\\E";
         EXPECT_EQ(util.mapi.LoadMapiLibrary("C:\\E"), 1);
         EXPECT_EQ(util.mapi.MapiLogon(), 1);
         (void)util.mapi.MoveFirst();  // what an earlier session passed is no place to walk from
@@ -123,15 +105,23 @@ class WritingTest : public MailFixture {
         for (const auto& host : mails) mail->Add(host);
         ASSERT_EQ(mail->Close(0), RRC_OK);
     }
-    // The in-box as the independent reader sees it.
-    mailbox_check::Report Read(std::uint32_t ours = 0, bool mayHaveLeftovers = false) {
+    // The in-box as the independent reader sees it, which finds no fault. From the mail `ours` on
+    // it is as the translator writes it.
+    std::vector<mailbox_check::Mail> Read(std::uint32_t ours = 0, bool mayHaveLeftovers = false) {
         const mailbox_check::Rules rules{ours, mayHaveLeftovers, [&](const std::string& path) {
                                              return machine.files.Get(path).has_value();
                                          }};
-        return mailbox_check::Check(Mbx(), Toc(), rules);
+        auto report = mailbox_check::Check(Mbx(), Toc(), rules);
+        EXPECT_EQ(report.faults, Texts{});
+        return std::move(report.mails);
     }
-    void ExpectSound(std::uint32_t ours = 0) {
-        EXPECT_EQ(Read(ours).faults, std::vector<std::string>{});
+    // The states of the stored mails, a digit each.
+    std::string States(std::uint32_t ours, bool mayHaveLeftovers = false) {
+        std::string states;
+        for (const auto& stored : Read(ours, mayHaveLeftovers)) {
+            states += std::to_string(stored.state);
+        }
+        return states;
     }
 
     StandInLibrary library{machine};
