@@ -9,12 +9,6 @@ namespace platform::testing {
 
 namespace {
 
-std::string Folded(std::string_view text) {
-    std::string folded(text);
-    for (char& letter : folded) letter = Lower(letter);
-    return folded;
-}
-
 class LoadCount {
   public:
     explicit LoadCount(int& count) : m_count(count) { ++m_count; }

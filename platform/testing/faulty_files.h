@@ -29,26 +29,58 @@ class FaultyFiles : public Files {
     bool Fired() const { return m_fault != Fault::kNone && m_count >= m_number; }
 
     Result<std::unique_ptr<File>> Open(std::string_view path, OpenMode mode, Share share) override;
-    Result<FileInfo> Stat(std::string_view path) override;
+    Result<FileInfo> Stat(std::string_view path) override {
+        return Guard(path, [&] { return m_inner.Stat(path); });
+    }
     Result<std::vector<FolderEntry>> List(std::string_view folder,
-                                          std::string_view pattern) override;
-    Status Delete(std::string_view path) override;
-    Status Copy(std::string_view from, std::string_view to) override;
-    Status Move(std::string_view from, std::string_view to) override;
-    Status MoveLazily(std::string_view from, std::string_view to) override;
-    Status Settle(std::string_view folder) override;
-    Status Replace(std::string_view from, std::string_view to) override;
-    Status CreateFolder(std::string_view path) override;
-    Status RemoveFolder(std::string_view path) override;
-    Result<std::string> ShortPath(std::string_view path) override;
-    Result<std::string> TempFolder() override;
-    Result<std::string> CreateTempFile(std::string_view folder, std::string_view prefix) override;
+                                          std::string_view pattern) override {
+        return Guard(folder, [&] { return m_inner.List(folder, pattern); });
+    }
+    Status Delete(std::string_view path) override {
+        return Guard(path, [&] { return m_inner.Delete(path); });
+    }
+    Status Copy(std::string_view from, std::string_view to) override {
+        return Guard(from, [&] { return m_inner.Copy(from, to); });
+    }
+    Status Move(std::string_view from, std::string_view to) override {
+        return Guard(from, [&] { return m_inner.Move(from, to); });
+    }
+    Status MoveLazily(std::string_view from, std::string_view to) override {
+        return Guard(from, [&] { return m_inner.MoveLazily(from, to); });
+    }
+    Status Settle(std::string_view folder) override {
+        return Guard(folder, [&] { return m_inner.Settle(folder); });
+    }
+    Status Replace(std::string_view from, std::string_view to) override {
+        return Guard(to, [&] { return m_inner.Replace(from, to); });
+    }
+    Status CreateFolder(std::string_view path) override {
+        return Guard(path, [&] { return m_inner.CreateFolder(path); });
+    }
+    Status RemoveFolder(std::string_view path) override {
+        return Guard(path, [&] { return m_inner.RemoveFolder(path); });
+    }
+    Result<std::string> ShortPath(std::string_view path) override {
+        return Guard(path, [&] { return m_inner.ShortPath(path); });
+    }
+    Result<std::string> TempFolder() override {
+        return Guard("temporary folder", [&] { return m_inner.TempFolder(); });
+    }
+    Result<std::string> CreateTempFile(std::string_view folder, std::string_view prefix) override {
+        return Guard(folder, [&] { return m_inner.CreateTempFile(folder, prefix); });
+    }
     char Separator() const override { return m_inner.Separator(); }
 
     // Counts one operation; true if it must fail.
     bool Strikes();
     bool Tears() const { return m_count == m_number && m_fault != Fault::kFail; }
     Failure Injected(std::string_view path) const { return {m_code, std::string(path)}; }
+    // Does the operation unless it must fail.
+    template <class Operation>
+    auto Guard(std::string_view path, const Operation& operation) -> decltype(operation()) {
+        if (Strikes()) return Injected(path);
+        return operation();
+    }
 
   private:
     Files& m_inner;

@@ -4,16 +4,6 @@
 
 namespace platform::testing {
 
-namespace {
-
-std::string Folded(std::string_view text) {
-    std::string folded(text);
-    for (char& letter : folded) letter = Lower(letter);
-    return folded;
-}
-
-}  // namespace
-
 MemoryRegistry::Name MemoryRegistry::MakeName(RegistryRoot root, std::string_view key,
                                               std::string_view value) {
     return {root, Folded(key), Folded(value)};
@@ -52,10 +42,6 @@ Status MemoryRegistry::WriteText(RegistryRoot root, std::string_view key, std::s
 Status MemoryRegistry::WriteNumber(RegistryRoot root, std::string_view key, std::string_view value,
                                    std::uint32_t number) {
     return Store(root, key, value, number);
-}
-
-void MemoryRegistry::Remove(RegistryRoot root, std::string_view key, std::string_view value) {
-    m_values.erase(MakeName(root, key, value));
 }
 
 }  // namespace platform::testing

@@ -20,7 +20,6 @@ class MemoryRegistry : public Registry {
                      std::string_view text) override;
     Status WriteNumber(RegistryRoot root, std::string_view key, std::string_view value,
                        std::uint32_t number) override;
-    void Remove(RegistryRoot root, std::string_view key, std::string_view value);
 
     bool refuseWrites = false;  // every write fails with kAccessDenied
 

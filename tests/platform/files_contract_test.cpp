@@ -126,29 +126,33 @@ TEST_P(FilesContract, ContentFollowsAModel) {
     for (int step = 0; step < 2000; ++step) {
         SCOPED_TRACE(step);
         const std::size_t size = random() % 300, somewhere = random() % (model.size() + 50);
-        switch (random() % 5) {
+        switch (random() % 6) {
             case 0:
                 ASSERT_TRUE(file.Write(std::string(size, 'x')));
                 if (size > 0 && position > model.size()) model.resize(position);
                 model.replace(std::min(position, model.size()), size, std::string(size, 'x'));
                 position += size;
                 break;
-            case 1: {
+            case 1:
+            case 2: {
+                const bool isAtPlace = random() % 2 != 0;
+                if (isAtPlace) position = somewhere;
                 std::vector<char> buffer(size);
-                const auto count = file.Read(buffer);
+                const auto count = isAtPlace ? file.ReadAt(somewhere, buffer) : file.Read(buffer);
                 ASSERT_TRUE(count);
                 ASSERT_EQ(std::string(buffer.data(), *count),
                           position < model.size() ? model.substr(position, size) : "");
                 position += *count;
-                break;
+                if (!isAtPlace) break;
+                [[fallthrough]];  // since the position is anywhere now
             }
-            case 2:
+            case 3:
                 position = somewhere;
                 ASSERT_EQ(
                     *file.Seek(static_cast<std::int64_t>(position), platform::SeekFrom::kBegin),
                     position);
                 break;
-            case 3:
+            case 4:
                 position = std::min(somewhere, model.size());
                 ASSERT_EQ(*file.Seek(static_cast<std::int64_t>(position) -
                                          static_cast<std::int64_t>(model.size()),
@@ -163,6 +167,8 @@ TEST_P(FilesContract, ContentFollowsAModel) {
         ASSERT_EQ(*file.Size(), model.size());
     }
     EXPECT_FALSE(file.Seek(-1, platform::SeekFrom::kBegin));
+    char byte;
+    EXPECT_FALSE(file.ReadAt(~std::uint64_t{0}, {&byte, 1}).ValueOr(0)) << "far behind the end";
     ASSERT_TRUE(file.Flush());
     ASSERT_TRUE(file.Close());
     EXPECT_EQ(Content("f"), model);

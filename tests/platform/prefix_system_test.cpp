@@ -1,11 +1,9 @@
 #include "platform/posix/prefix_system.h"
 
 #include <gmock/gmock.h>
-#include <stdlib.h>
 
 #include "platform/testing/scripted_dialogs.h"
 #include "tests/platform/files_contract.h"
-#include "tests/platform/pe_builder.h"
 #include "tests/platform/prefix_folder.h"
 
 namespace test {
@@ -63,50 +61,40 @@ TEST(PrefixProcesses, ReadsTheProfile) {
     EXPECT_EQ(processes.ProfileNumber("none", "MAPI", 5), 5);
 }
 
-TEST(PrefixLibraries, FindsBundlesAndCutsBetweenCharacters) {
+TEST(PrefixLibraries, AreFoundInTheOwnFolderAndOnTheDrive) {
     const PrefixFolder prefix;
     const TempFolder own;
-    PeBuilder builder;
-    builder.strings[0] = {{1, u"a\u8868\u8868"}, {2, u"\U0001F4E7x"}, {79, u"In"}};
-    WriteDisk(prefix.DriveC() / "Bundles/KVLEUDJP.DLL", builder.Build());
-    WriteDisk(prefix.DriveC() / "windows/system32/kvlEUDEN.dll", builder.Build());
+    const std::string strings = ReadDisk(KV_TEST_STRINGS);
+    WriteDisk(prefix.DriveC() / "Bundles/KVLEUDJP.DLL", strings);
+    WriteDisk(prefix.DriveC() / "windows/system32/kvlEUDEN.dll", "hidden by the own one");
+    WriteDisk(prefix.DriveC() / "windows/system32/kvlEUDFR.dll", strings);
     WriteDisk(prefix.DriveC() / "windows/text.dll", "no library");
-    builder.strings[0] = {{1, u"own"}};
-    WriteDisk(own / "kvlEUDDE.dll", builder.Build());
-    WriteDisk(own / "kvlEUDEN.dll", builder.Build());
+    WriteDisk(prefix.DriveC() / "Eudora/EUMAPI32.DLL", strings);
+    WriteDisk(own / "kvlEUDEN.dll", strings);
     const platform::posix::PathMapper mapper(prefix.Path(), 932);
     platform::posix::PrefixLibraries libraries(mapper, platform::NativeFiles(),
                                                own.Path().string());
 
     auto japanese = libraries.LoadResources("c:\\bundles\\kvlEUDJP.dll");
     ASSERT_TRUE(japanese) << japanese.Error().Message();
-    const std::size_t lengths[] = {0, 1, 1, 3, 3, 5, 5};
+    const std::size_t lengths[] = {0, 0, 2, 2, 4, 5, 6, 6};
     for (std::size_t limit = 0; limit < std::size(lengths); ++limit) {
-        EXPECT_EQ((*japanese)->Text(1, limit).size(), lengths[limit]) << limit;
+        EXPECT_EQ((*japanese)->Text(17, limit).size(), lengths[limit]) << limit;
     }
-    EXPECT_EQ((*japanese)->Text(2, 100), "?x");
-    EXPECT_EQ((*japanese)->Text(3, 100), "");
-    EXPECT_EQ((*libraries.LoadResources("kvlEUDEN.dll"))->Text(1, 100), "own");
-    EXPECT_EQ((*libraries.LoadResources("kvlEUDDE.dll"))->Text(1, 100), "own");
-    std::filesystem::remove(own / "kvlEUDEN.dll");
-    EXPECT_EQ((*libraries.LoadResources("kvleuden.DLL"))->Text(79, 100), "In");
-    EXPECT_EQ(CodeOf(libraries.LoadResources("text.dll")), ErrorCode::kCorrupt);
-    EXPECT_EQ(CodeOf(libraries.LoadResources("none.dll")), ErrorCode::kNotFound);
-    EXPECT_EQ(CodeOf(libraries.LoadResources("C:\\bundles\\none.dll")), ErrorCode::kNotFound);
-    EXPECT_EQ(CodeOf(libraries.LoadResources("C:\\bundles")), ErrorCode::kAccessDenied);
-}
+    EXPECT_EQ((*japanese)->Text(17, 100), "\x93\xFA\x96{?x");
+    EXPECT_TRUE(libraries.LoadResources("kvlEUDEN.dll"));
+    EXPECT_TRUE(libraries.LoadResources("kvleudfr.DLL"));
+    for (const auto& [path, code] : {std::pair{"text.dll", ErrorCode::kCorrupt},
+                                     {"none.dll", ErrorCode::kNotFound},
+                                     {"C:\\bundles\\none.dll", ErrorCode::kNotFound},
+                                     {"C:\\bundles", ErrorCode::kAccessDenied}}) {
+        EXPECT_EQ(CodeOf(libraries.LoadResources(path)), code) << path;
+    }
 
-TEST(PrefixLibraries, AnswersTheMailLibraryWithTheStandIn) {
-    const PrefixFolder prefix;
-    const TempFolder own;
-    const platform::posix::PathMapper mapper(prefix.Path(), 1252);
-    platform::posix::PrefixLibraries libraries(mapper, platform::NativeFiles(),
-                                               own.Path().string());
-    WriteDisk(prefix.DriveC() / "Eudora/EUMAPI32.DLL", PeBuilder().Build());
-    WriteDisk(prefix.DriveC() / "Eudora/other.dll", PeBuilder().Build());
+    // The mail library's place is taken by the stand-in of the own folder.
     EXPECT_EQ(CodeOf(libraries.Load("C:\\Eudora\\EUMAPI32.DLL")), ErrorCode::kNotFound);
     std::filesystem::copy_file(KV_TEST_LIBRARY, own / "libEUMAPI32.so");
-    for (const char* path : {"C:\\Eudora\\eumapi32.dll", "EUMAPI32.DLL", "Q:\\x\\EuMapi32.Dll"}) {
+    for (const char* path : {"C:\\Eudora\\eumapi32.dll", "Q:\\x\\EuMapi32.Dll", KV_TEST_LIBRARY}) {
         auto library = libraries.Load(path);
         ASSERT_TRUE(library) << path;
         const auto answer = reinterpret_cast<int (*)()>((*library)->Symbol("Answer"));
@@ -114,10 +102,12 @@ TEST(PrefixLibraries, AnswersTheMailLibraryWithTheStandIn) {
         EXPECT_EQ(answer(), 42);
         EXPECT_EQ((*library)->Symbol("NoSuchName"), nullptr);
     }
-    EXPECT_TRUE(libraries.Load(KV_TEST_LIBRARY));
-    EXPECT_EQ(CodeOf(libraries.Load("C:\\Eudora\\other.dll")), ErrorCode::kNotSupported);
-    EXPECT_EQ(CodeOf(libraries.Load("C:\\Eudora\\none.dll")), ErrorCode::kNotFound);
-    EXPECT_EQ(CodeOf(libraries.Load("libnone-of-that-name.so")), ErrorCode::kNotFound);
+    for (const auto& [path, code] :
+         {std::pair{"C:\\bundles\\kvleudjp.dll", ErrorCode::kNotSupported},
+          {"C:\\Eudora\\none.dll", ErrorCode::kNotFound},
+          {"libnone-of-that-name.so", ErrorCode::kNotFound}}) {
+        EXPECT_EQ(CodeOf(libraries.Load(path)), code) << path;
+    }
 }
 
 namespace {
@@ -157,15 +147,6 @@ TEST(HostedDialogs, AskTheProviderAtEachUse) {
     EXPECT_EQ(provider.messages.size(), 1u);
     platform::SetDialogSource(nullptr);
     EXPECT_EQ(showAll(), "Error: caf\u00E9\nnone 2");
-}
-
-TEST(PosixClock, KnowsTheOffsetOfTheInstant) {
-    setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
-    tzset();
-    platform::posix::PosixClock clock;
-    const auto at = [](std::time_t time) { return std::chrono::system_clock::from_time_t(time); };
-    EXPECT_EQ(clock.UtcOffset(at(1'705'000'000)).count(), 3600);  // January 2024
-    EXPECT_EQ(clock.UtcOffset(at(1'720'000'000)).count(), 7200);  // July 2024
 }
 
 }  // namespace test

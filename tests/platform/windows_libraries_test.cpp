@@ -26,51 +26,7 @@ std::string BesideProgram(const char* name) {
     return (std::filesystem::path(path).parent_path() / name).string();
 }
 
-// The letters of the test library in the system code page; "?" for what it has not.
-std::string Expected(const wchar_t* text) {
-    std::string result;
-    for (; *text != L'\0'; ++text) {
-        if (IS_LOW_SURROGATE(*text)) continue;
-        char bytes[8];
-        BOOL isLost = IS_HIGH_SURROGATE(*text);
-        const int count = WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, text, 1, bytes,
-                                              sizeof bytes, nullptr, isLost ? nullptr : &isLost);
-        result += isLost ? "?" : std::string(bytes, static_cast<std::size_t>(count));
-    }
-    return result;
-}
-
 }  // namespace
-
-TEST(WindowsLibraries, ReadStringsOfALibraryForAnotherMachine) {
-    struct Case {
-        unsigned id;
-        std::size_t limit;
-        std::string text;
-    };
-    const Case cases[] = {
-        {1, 1023, "plain"},
-        {1, 3, "pla"},
-        {1, 0, ""},
-        {16, 1023, Expected(L"Nachname ge\u00E4ndert: M\u00FCller")},
-        {17, 1023, Expected(L"\u65E5\u672C\U0001F600x")},
-        {6000, 1023, "far away"},
-        {0, 1023, ""},
-        {2, 1023, ""},
-        {15, 1023, ""},
-        {5999, 1023, ""},
-        {0x10001, 1023, ""},  // not string 1, though it has the same low word
-        {0xFFFFFFFF, 1023, ""},
-    };
-    for (const auto& path : {std::string(kStrings), BesideProgram(kStrings)}) {
-        auto resources = Libraries().LoadResources(path);
-        ASSERT_TRUE(resources) << resources.Error().Message();
-        for (const Case& c : cases) {
-            SCOPED_TRACE(path + " " + std::to_string(c.id) + " " + std::to_string(c.limit));
-            EXPECT_EQ((*resources)->Text(c.id, c.limit), c.text);
-        }
-    }
-}
 
 TEST(WindowsLibraries, RefuseWhatIsNoLibrary) {
     const TempFolder folder;
