@@ -1,47 +1,37 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
 
 #include "addressbook/eudora4.h"
-#include "frame/trans_util.h"
-#include "platform/testing/test_system.h"
+#include "tests/frame/frame_fixture.h"
 
 inline constexpr const char* kBookPath = "C:\\Eudora\\nndbase.txt";
 
-// A machine in memory with one nickname file and the messages of the address book.
-class BookTest : public ::testing::Test {
-  protected:
-    explicit BookTest(unsigned codePage = 1252) : machine(codePage), util(machine.system) {
-        machine.files.MakeFolders("C:\\Eudora");
-        machine.libraries.AddResources("C:\\b\\xEN.dll", {{1, "cannot open %s"},
-                                                          {4, "no memory"},
-                                                          {5, "no file"},
-                                                          {6, "Nickname"},
-                                                          {7, "Name"},
-                                                          {8, "Address"},
-                                                          {9, "Phone"},
-                                                          {10, "Fax"},
-                                                          {11, "E-mail"},
-                                                          {12, "Note"},
-                                                          {13, "read error"},
-                                                          {81, "bracket in %s"},
-                                                          {82, "comma in %s"},
-                                                          {83, "%s is longer than %d"},
-                                                          {84, "no %s"}});
-        EXPECT_TRUE(util.bundle.Load("x", "C:\\b", "EN", "", true));
-        util.csNicknamePath = kBookPath;
-        UseTransUtil(&util);
-    }
-    ~BookTest() override { UseTransUtil(nullptr); }
+using Texts = std::vector<std::string>;
 
-    std::vector<std::string> DrainErrors() {
-        std::vector<std::string> messages;
-        for (CString text; util.GetNextError(text) == RRC_OK;) messages.push_back(text.Str());
-        return messages;
+// A machine in memory with one nickname file and the messages of the address book.
+class BookTest : public FrameTest {
+  protected:
+    BookTest() {
+        machine.files.MakeFolders("C:\\Eudora");
+        LoadStrings({{1, "cannot open %s"},
+                     {5, "no file"},
+                     {6, "Nickname"},
+                     {7, "Name"},
+                     {8, "Address"},
+                     {9, "Phone"},
+                     {10, "Fax"},
+                     {11, "E-mail"},
+                     {12, "Note"},
+                     {13, "read error"},
+                     {81, "bracket in %s"},
+                     {82, "comma in %s"},
+                     {83, "%s is longer than %d"},
+                     {84, "no %s"}});
+        util.csNicknamePath = kBookPath;
     }
+
     std::string Saved() const { return machine.files.Get(kBookPath).value_or("no file"); }
 
     // Opens a file of that content.
@@ -62,9 +52,6 @@ class BookTest : public ::testing::Test {
     std::string Resaved(std::string_view content) {
         return SavedAfter(content, [](CEudoraAB&) {});
     }
-
-    platform::testing::TestSystem machine;
-    CEudoraTransUtil util;
 };
 
 inline void Edit(CEudoraAB& book, const char* id, const char* field, const char* value) {

@@ -32,19 +32,19 @@ class Generator {
                                         "Ann Lee",
                                         "ann",
                                         "Ann",
+                                        "note",
+                                        "notes",
                                         "x",
                                         "\x83\x5c\x95\x5c",
                                         "\x83\x5c \x8e\x7c",
-                                        "note",
-                                        "notes",
-                                        "name:q",
-                                        string(39, 'n'),
-                                        "tab\tin",
-                                        " lead",
                                         "alias",
                                         "a,b",
+                                        " lead",
+                                        "tab\tin",
+                                        "name:q",
                                         "long-common-prefix-1",
-                                        "long-common-prefix-2"};
+                                        "long-common-prefix-2",
+                                        string(39, 'n')};
         static const string kWild[] = {"group one",     "Groupies", "GROUP", string(40, 'n'),
                                        string(60, 'm'), "a\0b"s,    "q\"q",  "\"q",
                                        "a<b",           "<",        "c>",    "cr\rin",
@@ -139,26 +139,22 @@ class PropertyTest : public BookTest {
         book.BeginEdit();
         auto& record = at->second;
         const auto value = generator.Token();
-        switch (generator.Below(6)) {
-            case 0:
-                book.SetRecordField("2", value);
-                record.name = value;
-                break;
-            case 1:
-                book.SetRecordField("3", value + "\r\n" + value);
-                record.address = value + "\x03" + value;
-                break;
-            case 2:
-                book.SetRecordField("6", value);
-                record.mails.resize(std::max<std::size_t>(record.mails.size(), 1));
-                record.mails[0] = value;
-                break;
-            case 3:
-                book.SetRecordField("7", "<" + value);
-                record.note = " " + value;
-                break;
-            default:
-                Rename(generator, book, at);
+        const int field = generator.Below(6);
+        if (field == 0) {
+            book.SetRecordField("2", value);
+            record.name = value;
+        } else if (field == 1) {
+            book.SetRecordField("3", value + "\r\n" + value);
+            record.address = value + "\x03" + value;
+        } else if (field == 2) {
+            book.SetRecordField("6", value);
+            record.mails.resize(std::max<std::size_t>(record.mails.size(), 1));
+            record.mails[0] = value;
+        } else if (field == 3) {
+            book.SetRecordField("7", "<" + value);
+            record.note = " " + value;
+        } else {
+            Rename(generator, book, at);
         }
         ASSERT_EQ(book.StoreRecord(), RRC_OK);
     }

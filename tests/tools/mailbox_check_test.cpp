@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 namespace {
 
 std::string U32(std::uint32_t number) {
@@ -83,16 +85,18 @@ TEST(MailboxCheck, NamesTheFault) {
         const auto faults = sample.Faults();
         return faults.empty() ? "" : faults.front();
     };
-    EXPECT_EQ(after("Wed Jan", "Thu Jan"), "mail 0: its separator has no date");
-    EXPECT_EQ(after("Jan 02 02", "Feb 30 02"), "mail 0: its separator has no date");
-    EXPECT_EQ(after("Message-ID", "Message-Id"), "mail 0: has no Message-ID line");
-    EXPECT_EQ(after("02 Jan", "03 Jan"),
-              "mail 0: its Date line is another date than its separator");
-    EXPECT_EQ(after("+0900", "+0960"), "mail 0: its Date line has no zone");
-    EXPECT_EQ(after("Attach\\a", "Attach\\b"), "mail 0: no such attachment: C:\\E\\Attach\\b");
-    EXPECT_EQ(after("Subject: hi", "Subject: ho"), "mail 0: its block has another subject");
-    EXPECT_EQ(after("From ?", "from ?"), "mail 0: has no separator line");
-
+    const std::array<const char*, 3> rows[] = {
+        {"Wed Jan", "Thu Jan", "its separator has no date"},
+        {"Jan 02 02", "Feb 30 02", "its separator has no date"},
+        {"Message-ID", "Message-Id", "has no Message-ID line"},
+        {"02 Jan", "03 Jan", "its Date line is another date than its separator"},
+        {"+0900", "+0960", "its Date line has no zone"},
+        {"Attach\\a", "Attach\\b", "no such attachment: C:\\E\\Attach\\b"},
+        {"Subject: hi", "Subject: ho", "its block has another subject"},
+        {"From ?", "from ?", "has no separator line"}};
+    for (const auto& [what, with, fault] : rows) {
+        EXPECT_EQ(after(what, with), std::string("mail 0: ") + fault);
+    }
     Sample doubled;
     doubled.toc.replace(104 + 218 + 192, 4, doubled.toc, 104 + 192, 4);
     EXPECT_EQ(doubled.Faults().front(), "mail 1: its id is another mail's too");
