@@ -168,19 +168,6 @@ TEST_F(WriterTest, AnyFailureLeavesTheOldFileOrTheNewOne) {
     }
 }
 
-TEST_F(WriterTest, FullDiskLeavesTheOldFile) {
-    CEudoraAB book;
-    const std::string content = "alias a " + std::string(3000, 'x');
-    Load(book, content);
-    Edit(book, "a", "2", "Ann");
-    machine.files.LimitDisk(5000);
-    EXPECT_EQ(book.SaveRecords(), RRC_FAILED);
-    EXPECT_EQ(Saved(), content);
-    EXPECT_EQ(machine.files.AllFiles(), Texts{kBookPath});
-    machine.files.LimitDisk(std::nullopt);
-    EXPECT_EQ(book.SaveRecords(), RRC_OK);
-}
-
 // What was read before a read error can be used, but never written over the whole.
 TEST_F(WriterTest, HalfReadFileIsNotWrittenBack) {
     const std::string content = "alias a 1\r\nalias b 2\r\n";

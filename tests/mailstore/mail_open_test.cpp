@@ -169,17 +169,4 @@ TEST_F(MailOpenTest, EveryFileOperationMayFail) {
     }
 }
 
-TEST_F(MailOpenTest, CreateMailboxFilesStopsAtTheFirstThatFails) {
-    OpenedMail mail;
-    ASSERT_EQ(mail.OpenMailbox(util), RRC_OK);
-    EXPECT_EQ(mail.CreateMailboxFiles("C:\\none\\a.mbx", "C:\\E\\a.toc"), RRC_FAILED);
-    EXPECT_FALSE(machine.files.Exists("C:\\E\\a.toc"));
-    EXPECT_EQ(mail.CreateMailboxFiles("C:\\E\\a.mbx", "C:\\none\\a.toc"), RRC_FAILED);
-    EXPECT_EQ(machine.files.Get("C:\\E\\a.mbx"), "");
-    machine.files.LimitDisk(100);
-    EXPECT_EQ(mail.CreateMailboxFiles("C:\\E\\a.mbx", "C:\\E\\a.toc"), RRC_FAILED);
-    EXPECT_FALSE(machine.files.Exists("C:\\E\\a.toc")) << "no torn header stays";
-    EXPECT_TRUE(DrainErrors().empty());
-}
-
 }  // namespace
