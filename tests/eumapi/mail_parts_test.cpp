@@ -78,12 +78,9 @@ TEST(StandInEncodedWords, Table) {
         unsigned codePage = 1252;
     } cases[] = {
         {"plain = ?text?=", "plain = ?text?="},
-        {"=?iso-8859-1?Q?Gr=FC=DFe_an?= alle",
-         "Gr\xFC\xDF"
-         "e an alle"},
-        {"=?UTF-8?B?R3LDvMOfZQ?=",
-         "Gr\xFC\xDF"
-         "e"},
+        {"=?iso-8859-1?Q?Gr=FC=DF_an?= alle", "Gr\xFC\xDF an alle"},
+        {"=?UTF-8?B?R3LDvMOf?=", "Gr\xFC\xDF"},
+        {"=?UTF-8?B?R3LDvA?=", "Gr\xFC"},
         {"=?utf-8*de?q?=C3=BC?= =?utf-8?q?x?=", "\xFCx"},
         {"=?utf-8?q?=C3?=  =?utf-8?q?=BC?=", "\xFC"},
         {"=?utf-8?q?a?= =?iso-8859-1?q?b?= c", "ab c"},

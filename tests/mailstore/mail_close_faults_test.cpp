@@ -91,6 +91,8 @@ TEST_F(MailCloseFaultsTest, OneOperationFails) {
             if (stored.size() + queued.size() < kNew) {
                 EXPECT_EQ(stored + queued, "") << "a file that did not open";
                 EXPECT_THAT(errors.front(), ::testing::StartsWith("no <C:\\E"));
+                EXPECT_TRUE(machine.files.List("C:\\E\\Attach", "*")->empty());
+                EXPECT_TRUE(mail->m_mapMailStatus.empty());
                 continue;
             }
             const bool hasStates = !std::count(errors.begin(), errors.end(), "no <C:\\E\\In.toc>");

@@ -64,6 +64,9 @@ TEST_F(ReadingTest, WithoutAMailNothingIsRead) {
         EXPECT_EQ(mail.GetField(field, &type, &cell), RRC_FAILED) << field;
         EXPECT_EQ(DrainErrors(), Texts{"m58"}) << field;
     }
+    mail.m_appInfo.m_bAttachments = 1;
+    EXPECT_EQ(mail.GetField("8", &type, &cell), RRC_FAILED);
+    EXPECT_EQ(DrainErrors(), Texts{"m76"});
     CString marker("old");
     EXPECT_EQ(mail.GetModifiedInfo(marker), RRC_FAILED);
     EXPECT_TRUE(marker.IsEmpty());
