@@ -150,6 +150,7 @@ TEST_F(MailWriteTest, ABoxTakes65535Mails) {
     EXPECT_EQ(Mbx().find("beyond"), std::string::npos);
     EXPECT_TRUE(machine.files.Get("C:\\E\\Attach\\doc.txt"));
     EXPECT_FALSE(machine.files.Get("C:\\E\\Attach\\doc1.txt")) << "of a mail that is not stored";
+    EXPECT_EQ(mail->ToMessageId().size() + mail->ToIndexId().size(), 2U) << "of the last mail";
     EXPECT_TRUE(mail->m_lstNewMails.empty());
     EXPECT_EQ(mail->Close(0), RRC_OK) << "refused once";
 }
@@ -212,7 +213,7 @@ TEST_F(MailWriteTest, NoMailReachesBeyondFourGigabytes) {
 
 TEST_F(MailWriteTest, StatesChangeTwoBytesAlone) {
     MailboxBuilder box;
-    for (const std::uint32_t id : {9U, 3U, 0xFFFFFFFFU, 5U}) box.Mail(id, MailText({}), 7);
+    for (const std::uint32_t id : {9U, 3U, 0xFFFFFFFFU, 5U}) box.Mail(id, MailText({}), 0x0107);
     const std::string tail(217, 'y');  // one byte too short for a block
     const auto stored = [&](std::map<std::string, std::string> states) {
         machine.files.Put("C:\\E\\In.toc", box.Toc() + tail);
