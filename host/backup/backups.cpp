@@ -76,9 +76,17 @@ platform::Result<std::string> Backups::NewFolder() {
 
 platform::Status Backups::CopyFlushed(const std::string& from, const std::string& to) {
     if (auto status = m_files.Copy(from, to); !status) return status;
-    auto file = m_files.Open(to, platform::OpenMode::kReadWrite, platform::Share::kNone);
+    // The copy of a read-only file is one too. Windows flushes only what may be written.
+    const auto info = m_files.Stat(to);
+    const bool isReadOnly = info && info->isReadOnly;
+    auto file =
+        m_files.Open(to, isReadOnly ? platform::OpenMode::kRead : platform::OpenMode::kReadWrite,
+                     platform::Share::kNone);
     if (!file) return file.Error();
-    if (auto status = (*file)->Flush(); !status) return status;
+    const auto flushed = (*file)->Flush();
+    if (!flushed && !(isReadOnly && flushed.Error().code == ErrorCode::kAccessDenied)) {
+        return flushed;
+    }
     return (*file)->Close();
 }
 
@@ -207,6 +215,10 @@ platform::Result<Backup> Backups::Restore(const std::string& id) {
     if (!backup) return backup.Error();
     std::vector<std::string> origins = backup->absent;
     for (const BackupFile& file : backup->files) origins.push_back(file.origin);
+    for (const std::string& path : origins) {
+        const auto info = m_files.Stat(path);
+        if (info && info->isReadOnly) return Refused(path + ": is read-only; make it writable");
+    }
     auto present = Make(origins, "before the restore of " + id);
     if (!present) return present.Error();
     if (auto status = Stage(Join(m_folder, id), *backup); !status) return status.Error();

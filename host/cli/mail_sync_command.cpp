@@ -42,24 +42,35 @@ class IncomingReader {
     std::unique_ptr<IncomingFolder> m_folder;
 };
 
+std::vector<std::string> NativePaths(const std::vector<std::string>& paths) {
+    std::vector<std::string> natives;
+    for (const std::string& path : paths) {
+        if (auto native = ToNativePath(path)) natives.push_back(*std::move(native));
+    }
+    return natives;
+}
+
 // In the order of a safe restore: a table of contents before its mailbox, which mostly grows at its
 // end; the in-box before the Trash, so that a mail is in both rather than in none.
-std::vector<std::string> EudoraFiles(const Setup& setup) {
+std::vector<std::string> Mailboxes(const Setup& setup) {
     std::vector<std::string> files;
-    const auto add = [&](const std::string& path) {
-        if (const auto native = ToNativePath(path)) files.push_back(*native);
-    };
     for (const char* box : {"In", "Trash", "Out"}) {
-        for (const char* end : {".toc", ".mbx"}) add(setup.eudoraFolder + '\\' + box + end);
+        for (const char* end : {".toc", ".mbx"}) {
+            files.push_back(setup.eudoraFolder + '\\' + box + end);
+        }
     }
-    for (const char* end : {".txt", ".toc"}) add(setup.eudoraFolder + "\\nndbase" + end);
-    auto& system = platform::NativeSystem().files;
+    return NativePaths(files);
+}
+
+std::vector<std::string> NicknameFiles(const Setup& setup) {
+    std::vector<std::string> files{setup.eudoraFolder + "\\nndbase.txt",
+                                   setup.eudoraFolder + "\\nndbase.toc"};
     const std::string folder = setup.eudoraFolder + "\\NickName";
-    const auto entries = system.List(folder, "*");
+    const auto entries = platform::NativeSystem().files.List(folder, "*");
     for (const auto& entry : entries ? *entries : std::vector<platform::FolderEntry>()) {
-        if (!entry.isFolder) add(folder + '\\' + entry.name);
+        if (!entry.isFolder) files.push_back(folder + '\\' + entry.name);
     }
-    return files;
+    return NativePaths(files);
 }
 
 }  // namespace
@@ -90,7 +101,9 @@ platform::Result<Report> ReportMail(Workplace& place, const Options& options,
     };
     sync.inbox = *inbox;
     sync.outbox = ToNativePath(place.Place().eudoraFolder + "\\Out.toc").value_or("");
-    sync.eudoraFiles = EudoraFiles(place.Place());
+    sync.mailboxes = Mailboxes(place.Place());
+    sync.eudoraFiles = sync.mailboxes;
+    for (auto& file : NicknameFiles(place.Place())) sync.eudoraFiles.push_back(std::move(file));
     sync.maildir = Canonical(*options.maildir);
     sync.dryRun = writesNothing;
     sync.quiet = options.quiet;

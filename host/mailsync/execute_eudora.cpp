@@ -26,6 +26,7 @@ class EudoraExecution {
 
   private:
     bool Check(const platform::Status& status, const std::string& what);
+    void Did(const MailStep& step) { m_outcome.done[m_plan.IndexOf(step)] = true; }
     platform::Result<NewMail> ReadNew(Maildir& maildir, const MailStep& step);
     void Note(const std::string& name, const NewMail& mail);
     void Erase(const MailStep& step);
@@ -37,12 +38,14 @@ class EudoraExecution {
     bool Save();
     bool SendAll();
     bool Send(const MailStep& step);
-    void File(const MailStep& step);
+    void File(const MailStep& step, std::int64_t key);
 
     const MailPlan& m_plan;
     const MailWork& m_work;
     MailOutcome& m_outcome;
-    std::vector<RememberedMail> m_added, m_marked;  // since the last Finish
+    // Since the last Finish; the rows of the added mails are changed ones.
+    std::vector<RememberedMail> m_added, m_marked;
+    std::vector<const MailStep*> m_addedSteps, m_markedSteps;
     std::size_t m_addedBytes = 0;
     MailMemoryChange m_change;
     bool m_hasSent = false;
@@ -78,7 +81,9 @@ void EudoraExecution::Erase(const MailStep& step) {
         const auto found = m_work.source.Find(step.row.id);
         if (found && !*found) removed = {};
     }
-    if (Check(removed, step.row.name)) m_change.forget.push_back(step.row.key);
+    if (!Check(removed, step.row.name)) return;
+    m_change.forget.push_back(step.row.key);
+    Did(step);
 }
 
 void EudoraExecution::Mark(const MailStep& step) {
@@ -87,6 +92,7 @@ void EudoraExecution::Mark(const MailStep& step) {
     if (!Check(m_work.source.SetStatus(row.id, status), row.name)) return;
     row.marker = std::to_string(status);
     m_marked.push_back(std::move(row));
+    m_markedSteps.push_back(&step);
 }
 
 // A file that is gone meanwhile, or has another name, is the next run's affair.
@@ -106,6 +112,7 @@ void EudoraExecution::Add(const MailStep& step) {
     row.flags = step.file.flags;
     row.fileId = mail->messageId;
     m_added.push_back(std::move(row));
+    m_addedSteps.push_back(&step);
 }
 
 bool EudoraExecution::Save() {
@@ -117,7 +124,8 @@ bool EudoraExecution::Save() {
 
 // As Eudora tells them from now on. What is not there was not stored, and is added by the next run.
 void EudoraExecution::RememberAdded() {
-    for (RememberedMail& row : m_added) {
+    for (std::size_t i = 0; i < m_added.size(); ++i) {
+        RememberedMail& row = m_added[i];
         const auto head = m_work.source.Find(row.id);
         const auto messageId = head && *head ? m_work.source.MessageId() : std::nullopt;
         if (!messageId || *messageId != row.messageId) {
@@ -127,8 +135,10 @@ void EudoraExecution::RememberAdded() {
         row.link = MailLink::kInStep;
         row.marker = (*head)->marker;
         m_change.put.push_back(std::move(row));
+        Did(*m_addedSteps[i]);
     }
     m_added.clear();
+    m_addedSteps.clear();
 }
 
 bool EudoraExecution::FinishBatch() {
@@ -141,8 +151,12 @@ bool EudoraExecution::FinishBatch() {
     std::move(intents.put.end() - static_cast<std::ptrdiff_t>(m_added.size()), intents.put.end(),
               m_added.begin());
     const bool isFinished = Check(m_work.source.Finish(), "Eudora");
-    if (isFinished) m_change.put = std::move(m_marked);
+    if (isFinished) {
+        m_change.put = std::move(m_marked);
+        for (const MailStep* step : m_markedSteps) Did(*step);
+    }
     m_marked.clear();
+    m_markedSteps.clear();
     m_addedBytes = 0;
     RememberAdded();
     return Save() && isFinished;
@@ -165,7 +179,7 @@ bool EudoraExecution::AddAll() {
 
 // The file goes where mail programs keep what was sent; that it is gone from .Outbox is remembered
 // by nothing else.
-void EudoraExecution::File(const MailStep& step) {
+void EudoraExecution::File(const MailStep& step, std::int64_t key) {
     if (!Check(m_work.folders.sent.Create(), ".Sent")) return;
     const auto moved = m_work.folders.outbox.MoveInto(m_work.folders.sent, step.file,
                                                       WithFlag(step.file.flags, 'S', true));
@@ -174,7 +188,8 @@ void EudoraExecution::File(const MailStep& step) {
         return;
     }
     m_hasSent = true;
-    m_change.forget.push_back(step.row.key);
+    m_change.forget.push_back(key);
+    Did(step);
 }
 
 // False if it was not handed over.
@@ -186,26 +201,26 @@ bool EudoraExecution::Send(const MailStep& step) {
     MailMemoryChange intent{{step.row}, {}, false};
     intent.put[0].size = *before;
     if (!Check(m_work.memory.Save(intent), "state")) return false;
-    MailStep sent = step;
-    sent.row = intent.put[0];
+    const std::int64_t key = intent.put[0].key;
     auto status = m_work.source.AddOutgoing(*mail);
     if (status) status = m_work.source.Finish();
     const auto after = m_work.queued();
     // What is in the out-box is queued, whatever was told.
     if (after && *after > *before) status = {};
     if (!Check(status, step.row.name)) {
-        if (after && *after == *before) m_change.forget.push_back(sent.row.key);
+        if (after && *after == *before) m_change.forget.push_back(key);
         return false;
     }
+    Did(step);
     Note(step.row.name, *mail);
-    File(sent);
+    File(step, key);
     return true;
 }
 
 bool EudoraExecution::SendAll() {
     bool isAll = true;
     for (const MailStep& step : m_plan.steps) {
-        if (step.act == MailAct::kFile) File(step);
+        if (step.act == MailAct::kFile) File(step, step.row.key);
         if (step.act != MailAct::kSend) continue;
         isAll = Send(step) && isAll;
     }

@@ -17,17 +17,21 @@ constexpr std::size_t kBatchBytes = 16u << 20;
 
 class MailExecution {
   public:
-    MailExecution(const MailPlan& plan, const MailWork& work) : m_plan(plan), m_work(work) {}
+    MailExecution(const MailPlan& plan, const MailWork& work) : m_plan(plan), m_work(work) {
+        m_outcome.done.resize(plan.steps.size());
+    }
 
     MailOutcome Run();
 
   private:
     struct Delivery {
+        const MailStep& step;
         RememberedMail row;
         std::string message;
     };
 
     bool Check(const platform::Status& status, const std::string& what);
+    void Did(const MailStep& step) { m_outcome.done[m_plan.IndexOf(step)] = true; }
     void Redo(const MailStep& step);
     bool ComposeAll();
     void Compose(const MailStep& step);
@@ -81,7 +85,7 @@ platform::Result<bool> MailExecution::Prepare(const MailStep& step, Delivery& de
 }
 
 void MailExecution::Compose(const MailStep& step) {
-    Delivery delivery;
+    Delivery delivery{step, {}, {}};
     auto prepared = Prepare(step, delivery);
     if (!prepared) (void)Check(prepared.Error(), step.row.name);
     if (!prepared || !*prepared) return;
@@ -101,6 +105,7 @@ bool MailExecution::DeliverBatch() {
         const auto status = m_work.folders.mails.Deliver(row.unique, delivery.message, row.flags);
         if (!Check(status, row.name)) return false;
         m_delivered.push_back(m_work.folders.mails.EntryOf(row.unique, row.flags));
+        Did(delivery.step);
     }
     m_batch.clear();
     m_batchBytes = 0;
@@ -130,6 +135,7 @@ void MailExecution::SetFlags(const MailStep& step) {
     if (!Check(status, step.row.name)) return;
     m_isFolderChanged = true;
     m_change.put.push_back(step.row);
+    Did(step);
 }
 
 void MailExecution::Remove(const MailStep& step) {
@@ -138,6 +144,7 @@ void MailExecution::Remove(const MailStep& step) {
     if (!Check(status, step.row.name)) return;
     m_isFolderChanged = true;
     m_change.forget.push_back(step.row.key);
+    Did(step);
 }
 
 void MailExecution::Finish(bool allDelivered) {

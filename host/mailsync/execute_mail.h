@@ -17,6 +17,7 @@ namespace host {
 struct MailOutcome {
     std::vector<std::string> errors;  // one line for each step that failed
     std::vector<std::string> notes;   // fields of composed mails that could not be read
+    std::vector<bool> done;           // which of the plan's steps
 };
 
 // What a plan is carried out on. The objects outlive the call.

@@ -79,6 +79,9 @@ struct MailPlan {
     std::optional<std::string> stop;  // why nothing of this may be carried out
 
     std::size_t Count(MailAct act) const;
+    std::size_t IndexOf(const MailStep& step) const {
+        return static_cast<std::size_t>(&step - steps.data());
+    }
     bool ChangesFolder() const;
     bool ChangesEudora() const;
 };

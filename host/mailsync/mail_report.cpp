@@ -1,5 +1,6 @@
 #include "host/mailsync/mail_report.h"
 
+#include <algorithm>
 #include <optional>
 
 #include "host/engine/report.h"
@@ -49,8 +50,10 @@ std::string Files(std::size_t count) {
     return std::to_string(count) + (count == 1 ? " file" : " files");
 }
 
-std::string Counts(const MailPlan& plan) {
-    if (!plan.ChangesFolder() && !plan.ChangesEudora()) return "mails: nothing to do";
+std::string Counts(const MailPlan& plan, std::size_t undone) {
+    if (!plan.ChangesFolder() && !plan.ChangesEudora()) {
+        return undone > 0 ? "mails: nothing done" : "mails: nothing to do";
+    }
     const auto count = [&](MailAct act) { return std::to_string(plan.Count(act)); };
     std::string line = "mails: in Eudora " + count(MailAct::kAdd) + " added, " +
                        count(MailAct::kMark) + " changed, " + count(MailAct::kErase) +
@@ -92,30 +95,53 @@ json StepsJson(const MailPlan& plan) {
     return changes;
 }
 
-}  // namespace
+std::size_t Changes(const MailPlan& plan) {
+    return static_cast<std::size_t>(std::ranges::count_if(
+        plan.steps, [](const MailStep& step) { return WordsOf(step).has_value(); }));
+}
 
-std::vector<std::string> DescribeMailPlan(const MailPlan& plan, const std::string& limits,
-                                          bool countsOnly) {
+std::vector<std::string> Describe(const MailPlan& plan, const std::string& limits, bool countsOnly,
+                                  std::size_t undone) {
     std::vector<std::string> lines;
     for (const MailStep& step : plan.steps) {
         const auto words = WordsOf(step);
         if (!words || countsOnly) continue;
         lines.push_back(std::string(words->before) + ' ' + words->behind + ": " + step.row.name);
     }
-    lines.push_back(Counts(plan));
+    lines.push_back(Counts(plan, undone));
+    if (undone > 0) lines.push_back(Mails(undone) + " left to the next run");
     DescribeLeft(plan, lines);
     if (!limits.empty()) lines.push_back(limits);
     return lines;
 }
 
-Report MailPlanReport(const MailPlan& plan, const std::string& limits,
-                      const std::vector<std::string>& errors, const std::vector<std::string>& notes,
-                      bool countsOnly) {
+MailPlan WhatWasDone(const MailPlan& planned, const std::vector<bool>& done) {
+    MailPlan plan = planned;
+    plan.steps.clear();
+    for (const MailStep& step : planned.steps) {
+        if (done[planned.IndexOf(step)]) plan.steps.push_back(step);
+    }
+    return plan;
+}
+
+}  // namespace
+
+std::vector<std::string> DescribeMailPlan(const MailPlan& plan, const std::string& limits,
+                                          bool countsOnly) {
+    return Describe(plan, limits, countsOnly, 0);
+}
+
+Report MailPlanReport(const MailPlan& planned, const std::string& limits,
+                      const MailOutcome* outcome, bool countsOnly) {
+    const MailPlan plan = outcome != nullptr ? WhatWasDone(planned, outcome->done) : planned;
+    const std::vector<std::string> notes =
+        outcome != nullptr ? outcome->notes : std::vector<std::string>();
+    const std::size_t undone = Changes(planned) - Changes(plan);
     Report report;
-    report.lines = DescribeMailPlan(plan, limits, countsOnly);
-    for (const std::string& note : notes) report.lines.push_back(note);
-    report.errors = errors;
-    if (!errors.empty()) {
+    report.lines = Describe(plan, limits, countsOnly, undone);
+    report.lines.insert(report.lines.end(), notes.begin(), notes.end());
+    if (outcome != nullptr) report.errors = outcome->errors;
+    if (!report.errors.empty()) {
         report.code = ExitCode::kFailed;
     } else if (!plan.conflicts.empty()) {
         report.code = ExitCode::kConflictsLeft;
@@ -123,6 +149,7 @@ Report MailPlanReport(const MailPlan& plan, const std::string& limits,
         report.code = ExitCode::kChangesMade;
     }
     FinishReport(report, {{"changes", StepsJson(plan)},
+                          {"notCarriedOut", undone},
                           {"conflicts", plan.conflicts},
                           {"removedInMaildir", plan.dropped},
                           {"keptInMaildir", plan.kept},

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "host/engine/commands.h"
+#include "host/mailsync/execute_mail.h"
 #include "host/mailsync/mail_plan.h"
 
 namespace host {
@@ -13,9 +14,9 @@ namespace host {
 std::vector<std::string> DescribeMailPlan(const MailPlan& plan, const std::string& limits,
                                           bool countsOnly);
 
-// The report of a plan that was carried out, or would be. `notes` are lines of their own.
-Report MailPlanReport(const MailPlan& plan, const std::string& limits,
-                      const std::vector<std::string>& errors, const std::vector<std::string>& notes,
+// The report of a plan that would be carried out, or of the steps of it that were: `outcome` is
+// null before. A step that failed has an error of its own or shares one with the others.
+Report MailPlanReport(const MailPlan& plan, const std::string& limits, const MailOutcome* outcome,
                       bool countsOnly);
 
 }  // namespace host

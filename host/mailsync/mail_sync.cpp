@@ -45,6 +45,17 @@ platform::Status CheckPlace(const CommandPlace& place, const MailSyncOptions& op
                    ": the Maildir is gone; bring it back or name its new place with --maildir");
 }
 
+// What the plan needs to write must be writable before the first change.
+platform::Status CheckRights(platform::Files& files, const MailSyncOptions& options,
+                             const MailPlan& plan) {
+    if (!plan.ChangesEudora()) return {};
+    for (const std::string& path : options.mailboxes) {
+        const auto info = files.Stat(path);
+        if (info && info->isReadOnly) return Refused(path + ": is read-only; make it writable");
+    }
+    return {};
+}
+
 platform::Status Prepare(const CommandPlace& place, const MailSyncOptions& options, bool mayWrite,
                          MailRun& run) {
     auto lock = LockState(place, mayWrite);
@@ -71,7 +82,7 @@ platform::Status Prepare(const CommandPlace& place, const MailSyncOptions& optio
     }
     run.plan = PlanMail(run.sides, run.remembered, {options.prefer, options.maxDelete});
     if (run.plan.stop) return Refused(*run.plan.stop);
-    return {};
+    return CheckRights(place.files, options, run.plan);
 }
 
 platform::Status BackUp(const CommandPlace& place, const MailSyncOptions& options) {
@@ -100,11 +111,11 @@ Report RunMailSync(const CommandPlace& place, const MailSyncOptions& options) {
     if (auto status = Prepare(place, options, !options.dryRun, run); !status) {
         return RefusalReport(status.Error());
     }
-    MailOutcome outcome;
+    std::optional<MailOutcome> outcome;
     if (!options.dryRun && !run.plan.steps.empty()) {
         outcome = ExecuteMail(run.plan, WorkOf(place, options, run));
     }
-    return MailPlanReport(run.plan, run.source->Limits(), outcome.errors, outcome.notes,
+    return MailPlanReport(run.plan, run.source->Limits(), outcome ? &*outcome : nullptr,
                           options.quiet);
 }
 

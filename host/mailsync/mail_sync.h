@@ -16,6 +16,7 @@ struct MailSyncOptions {
     std::function<platform::Result<NewMail>(std::string_view, const std::string&)> parse;
     std::string inbox;   // In.mbx as a native path: with the Maildir the memory's key
     std::string outbox;  // Out.toc, the same
+    std::vector<std::string> mailboxes;    // the files that change with Eudora's mails, native
     std::vector<std::string> eudoraFiles;  // what a backup holds, native, in the order of a restore
     std::string maildir;                   // native, without links
     Prefer prefer = Prefer::kBoth;
