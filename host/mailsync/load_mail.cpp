@@ -218,8 +218,15 @@ platform::Status MailLoader::ReadForeign() {
         const MaildirEntry& file = *m_foreign[i];
         if (HasFlag(file.flags, 'D') && !missesFiles) continue;
         auto head = HeadOf(m_maildir, file);
-        // What vanished, or cannot be read, is left alone.
-        if (head) m_sides.foreign.emplace(file.unique, *std::move(head));
+        if (head) {
+            m_sides.foreign.emplace(file.unique, *std::move(head));
+            continue;
+        }
+        // What vanished, or cannot be read, is left alone; but it may be a file that is missing,
+        // whose mail would be taken for a removed one.
+        const ErrorCode code = head.Error().code;
+        const bool isOpen = code != ErrorCode::kNotFound && code != ErrorCode::kTooLarge;
+        if (missesFiles && isOpen) return head.Error();
     }
     return {};
 }
