@@ -10,7 +10,7 @@ packages() {
         build)
             echo build-essential cmake ninja-build pkg-config binutils-mingw-w64-i686 \
                 libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev libgmime-3.0-dev libnewt-dev \
-                libsqlite3-dev libsqlitecpp-dev libtomlplusplus-dev nlohmann-json3-dev
+                libsqlite3-dev libsqlitecpp-dev libtomlplusplus-dev nlohmann-json3-dev python3
             ;;
         lint) echo clang-format clang-tidy groff ;;
         fuzz) echo clang libclang-rt-14-dev llvm ;;

@@ -2,8 +2,6 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
-#include <cstdio>
-#include <cstdlib>
 #include <random>
 
 #include "tests/end_to_end/sync_mail_program.h"
@@ -26,27 +24,11 @@ class SyncMailBack : public SyncMailProgram {
         ASSERT_EQ(Unlimited().code, 4);
         ASSERT_EQ(Mail().code, 4);
     }
-    std::string Listed() { return bench.Kvsync({"list", "mail", "--eudora", "@E", "--json"}).out; }
     // How often a text stands in the files of a folder and those below it.
     int Count(const std::string& folder, const std::string& text) {
         int count = 0;
-        for (const auto& [name, content] : bench.Tree(folder)) count += CountIn(content, text);
+        for (const auto& [name, content] : bench.Tree(folder)) count += CountOf(text, content);
         return count;
-    }
-    static int CountIn(const std::string& all, const std::string& text) {
-        int count = 0;
-        for (std::size_t at = 0; (at = all.find(text, at)) != std::string::npos; ++at) ++count;
-        return count;
-    }
-    void ExpectSecondRunChangesNothing() {
-        const auto before = Snapshot();
-        const Outcome second = Mail();
-        EXPECT_EQ(second.code, 0) << second.out << second.err;
-        for (const auto& [name, stamp] : Snapshot()) {
-            if (name.find("/temp") != std::string::npos) continue;
-            ASSERT_TRUE(before.contains(name)) << name << " is new";
-            EXPECT_EQ(before.at(name), stamp) << name << " was written";
-        }
     }
     fs::path First(const char* part) {
         std::vector<fs::path> files;
@@ -66,10 +48,10 @@ TEST_F(SyncMailBack, CarriesEveryKindOfChangeAsTheDryRunSaid) {
     fs::rename(seen, bench.Path("M/cur/" + seen.filename().string() + ":2,S"));
     fs::remove(gone);
     const std::size_t count = InEudora();
-    const auto before = Snapshot();
-    const Outcome dry = Mail({"--dry-run"});
+    const auto before = bench.Times();
+    const Outcome dry = Mail("--dry-run");
     EXPECT_EQ(dry.code, 4) << dry.err;
-    EXPECT_EQ(Snapshot(), before);
+    EXPECT_EQ(bench.Times(), before);
     const Outcome real = Mail();
     EXPECT_EQ(real.code, 4) << real.err;
     EXPECT_THAT(real.out, StartsWith(dry.out));
@@ -77,26 +59,26 @@ TEST_F(SyncMailBack, CarriesEveryKindOfChangeAsTheDryRunSaid) {
                 HasSubstr("mails: in Eudora 1 added, 1 changed, 1 removed; in the Maildir "
                           "0 added, 0 changed, 0 removed; 1 queued to be sent"));
     EXPECT_EQ(InEudora(), count);
-    EXPECT_EQ(CountIn(Listed(), "\"arrived@x\""), 1);
-    EXPECT_EQ(CountIn(bench.Read("E/Out.mbx"), "The text of departing"), 1);
+    EXPECT_EQ(CountOf("\"arrived@x\"", Listed()), 1);
+    EXPECT_EQ(CountOf("The text of departing", bench.Read("E/Out.mbx")), 1);
     EXPECT_FALSE(bench.Read("E/Trash.mbx").empty());
     EXPECT_TRUE(fs::exists(bench.Path("M/.Sent/cur/2.x:2,S")));
     EXPECT_TRUE(fs::is_empty(bench.Path("M/.Outbox/new")));
-    EXPECT_THAT(bench.Kvsync({"backups"}).out, HasSubstr("In.mbx"));
-    ExpectSecondRunChangesNothing();
+    EXPECT_THAT(bench.Kvsync("backups").out, HasSubstr("In.mbx"));
+    ExpectNothingToDo();
 }
 
 // The first limits hide old mails: one that came from the Maildir is still known, and a file of a
 // mail that is hidden is no new mail.
 TEST_F(SyncMailBack, TheLimitsHideNothingFromIt) {
-    ASSERT_EQ(bench.Kvsync({"configure", "mail", "--eudora", "@E", "--age", "7"}).code, 4);
+    ASSERT_EQ(bench.Kvsync("configure mail --eudora @E --age 7").code, 4);
     Deliver("M/new/1.x", "old", "old@x");
     ASSERT_EQ(Mail().code, 4);
-    ExpectSecondRunChangesNothing();
-    const std::size_t count = CountIn(bench.Read("E/In.mbx"), "From ???@??? ");
-    const Outcome anew = Mail({"--state", "@other.db"});
-    EXPECT_EQ(CountIn(bench.Read("E/In.mbx"), "From ???@??? "), count) << anew.out;
-    EXPECT_EQ(Mail({"--state", "@other.db"}).code, 0);
+    ExpectNothingToDo();
+    const int count = CountOf("From ???@??? ", bench.Read("E/In.mbx"));
+    const Outcome anew = Mail("--state @other.db");
+    EXPECT_EQ(CountOf("From ???@??? ", bench.Read("E/In.mbx")), count) << anew.out;
+    EXPECT_EQ(Mail("--state @other.db").code, 0);
 }
 
 TEST_F(SyncMailBack, ARemovalAgainstAChangeWaits) {
@@ -111,7 +93,7 @@ TEST_F(SyncMailBack, ARemovalAgainstAChangeWaits) {
     EXPECT_EQ(both.code, 5) << both.err;
     EXPECT_THAT(both.out, HasSubstr("removed in the Maildir, read state changed in Eudora"));
     EXPECT_EQ(Mail().code, 5);
-    EXPECT_EQ(Mail({"--prefer", "eudora"}).code, 4);
+    EXPECT_EQ(Mail("--prefer eudora").code, 4);
     EXPECT_EQ(Mail().code, 0);
     EXPECT_EQ(Files().size(), InEudora());
 }
@@ -122,12 +104,12 @@ TEST_F(SyncMailBack, ARestoreUndoesDamage) {
     fs::remove(First("M/cur"));
     const auto intact = bench.Tree("E");
     ASSERT_EQ(Mail().code, 4);
-    const std::string id = bench.Kvsync({"backups"}).out.substr(0, 15);
+    const std::string id = bench.Kvsync("backups").out.substr(0, 15);
     const auto files = Files().size();
     bench.Write("E/In.toc", "damaged");
     bench.Write("E/In.mbx", "damaged too");
     fs::remove(bench.Path("E/nndbase.txt"));
-    const Outcome restored = bench.Kvsync({"restore", id, "--eudora", "@E"});
+    const Outcome restored = bench.Kvsync("restore " + id + " --eudora @E");
     ASSERT_EQ(restored.code, 4) << restored.err;
     auto now = bench.Tree("E");
     EXPECT_EQ(now.size(), intact.size());
@@ -136,7 +118,7 @@ TEST_F(SyncMailBack, ARestoreUndoesDamage) {
     // removed in the meantime is back on both sides.
     const Outcome next = Mail();
     EXPECT_EQ(next.code, 4) << next.err;
-    EXPECT_EQ(CountIn(Listed(), "\"arrived@x\""), 1) << next.out;
+    EXPECT_EQ(CountOf("\"arrived@x\"", Listed()), 1) << next.out;
     EXPECT_EQ(Files().size(), files + 1);
     EXPECT_EQ(InEudora(), Files().size()) << next.out;
     const Outcome last = Mail();
@@ -148,7 +130,7 @@ TEST_F(SyncMailBack, ARestoreUndoesDamage) {
 TEST_F(SyncMailBack, AKillLosesAndDoublesNothing) {
     const std::string other = "@N";
     const auto syncOther = [&] {
-        return bench.Kvsync({"sync", "mail", "--eudora", "@E", "--maildir", other}).code;
+        return bench.Kvsync("sync mail --eudora @E --maildir " + other).code;
     };
     ASSERT_EQ(syncOther(), 4);
     std::mt19937 random(20260101);
@@ -166,16 +148,10 @@ TEST_F(SyncMailBack, AKillLosesAndDoublesNothing) {
             Deliver("M/.Outbox/new/" + (letter + number) + "x", "departing" + (letter + number));
         }
         fs::remove(First("M/cur"));
-        const std::string begin = "timeout --foreground -s KILL ";
         std::uniform_real_distribution<double> moment(0.01, whole);
-        char limit[64];
-        std::snprintf(limit, sizeof limit, "%.4f ", moment(random));
-        // As Bench runs it.
-        const std::string command = "XDG_STATE_HOME=" + bench.Path("state") + " " + begin + limit +
-                                    KV_PROGRAM + " sync mail --eudora " + bench.Path("E") +
-                                    " --maildir " + bench.Path("M") + " > /dev/null 2>&1";
         const auto start = std::chrono::steady_clock::now();
-        const bool isKilled = std::system(command.c_str()) >> 8 == 137;
+        const bool isKilled =
+            bench.KvsyncKilled(moment(random), "sync mail --eudora @E --maildir @M").code == 137;
         const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
         if (!isKilled) whole = std::min(whole, taken.count());
         killed += isKilled;
@@ -184,14 +160,14 @@ TEST_F(SyncMailBack, AKillLosesAndDoublesNothing) {
         ASSERT_EQ(Mail().code, 0);
         ASSERT_EQ(InEudora(), count + 1) << outcome.out;
         const std::string listed = Listed();
-        EXPECT_EQ(CountIn(listed, "inEudora" + number), 1);
+        EXPECT_EQ(CountOf("inEudora" + number, listed), 1);
         EXPECT_EQ(Count("M", "Subject: inEudora" + number), 1);
         for (const char* letter : {"a", "b"}) {
-            EXPECT_EQ(CountIn(listed, "arriving" + (letter + number)), 1) << letter;
+            EXPECT_EQ(CountOf("arriving" + (letter + number), listed), 1) << letter;
             EXPECT_EQ(Count("M", "Subject: arriving" + (letter + number)), 1) << letter;
             const std::string text = "The text of departing" + (letter + number);
             // The table tells what is queued: a text without a block is no mail.
-            EXPECT_EQ(CountIn(bench.Read("E/Out.toc"), "departing" + (letter + number)), 1)
+            EXPECT_EQ(CountOf("departing" + (letter + number), bench.Read("E/Out.toc")), 1)
                 << letter;
             EXPECT_EQ(Count("M/.Sent", text), 1) << letter;
             EXPECT_EQ(Count("M/.Outbox", text), 0) << letter;
@@ -208,28 +184,24 @@ class RoundTrip : public SyncMailProgram {
     // From `eudora` into a Maildir, from there into an empty Eudora folder, from there into another
     // Maildir; both Maildirs tell the same.
     void Expect(const std::string& eudora) {
-        const auto sync = [&](const char* from, const char* maildir) {
+        const auto sync = [&](const std::string& from, const std::string& maildir) {
             const Outcome outcome =
-                bench.Kvsync({"sync", "mail", "--eudora", from, "--maildir", maildir});
+                bench.Kvsync("sync mail --eudora " + from + " --maildir " + maildir);
             EXPECT_EQ(outcome.code, 4) << from << outcome.err << outcome.out;
         };
         MakeEmptyEudora("F");
         ASSERT_EQ(Unlimited("@F").code, 4);
-        sync(eudora.c_str(), "@One");
+        sync(eudora, "@One");
         fs::copy(bench.Path("One"), bench.Path("Carried"), fs::copy_options::recursive);
         sync("@F", "@Carried");
         sync("@F", "@Two");
         ExpectSame("One", "Two");
     }
     void ExpectSame(const std::string& one, const std::string& other) {
-        const std::string command = "python3 " KV_COMPARER " " + bench.Path(one) + " " +
-                                    bench.Path(other) + " > " + bench.Path("compared") + " 2>&1";
-        EXPECT_EQ(std::system(command.c_str()), 0) << bench.Read("compared");
+        const Outcome compared = bench.Python("\"" KV_COMPARER "\" @" + one + " @" + other);
+        EXPECT_EQ(compared.code, 0) << compared.out << compared.err;
     }
-    void SetUp() override {
-        if (std::system("python3 -c 0 > /dev/null 2>&1") != 0) GTEST_SKIP() << "no python3";
-        ASSERT_EQ(Unlimited().code, 4);
-    }
+    void SetUp() override { ASSERT_EQ(Unlimited().code, 4); }
 };
 
 TEST_F(RoundTrip, TheSamplesArriveAsTheyLeft) {
@@ -237,12 +209,11 @@ TEST_F(RoundTrip, TheSamplesArriveAsTheyLeft) {
 }
 
 TEST_F(RoundTrip, MailsOfManyKindsArriveAsTheyLeft) {
-    const std::string command = "python3 " KV_MAKER " " + bench.Path("Made") + " 150";
-    ASSERT_EQ(std::system(command.c_str()), 0);
+    ASSERT_EQ(bench.Python("\"" KV_MAKER "\" @Made 150").code, 0);
     MakeEmptyEudora("G");
     ASSERT_EQ(Unlimited("@G").code, 4);
     fs::copy(bench.Path("Made"), bench.Path("Given"), fs::copy_options::recursive);
-    ASSERT_EQ(bench.Kvsync({"sync", "mail", "--eudora", "@G", "--maildir", "@Given"}).code, 4);
+    ASSERT_EQ(bench.Kvsync("sync mail --eudora @G --maildir @Given").code, 4);
     Expect("@G");
     ExpectSame("Made", "Two");
 }

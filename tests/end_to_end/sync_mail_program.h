@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -17,14 +16,20 @@ namespace fs = std::filesystem;
 // The built program on a copy of the samples: their in-box and a Maildir.
 class SyncMailProgram : public ::testing::Test {
   protected:
-    Outcome Mail(std::vector<std::string> more = {}, const std::string& command = "sync") {
-        std::vector<std::string> all{command, "mail", "--eudora", "@E", "--maildir", "@M"};
-        all.insert(all.end(), more.begin(), more.end());
-        return bench.Kvsync(all);
+    Outcome Mail(const std::string& more = {}) {
+        return bench.Kvsync("sync mail --eudora @E --maildir @M " + more);
     }
     Outcome Unlimited(const std::string& eudora = "@E") {
-        return bench.Kvsync({"configure", "mail", "--eudora", eudora, "--age", "off", "--size",
-                             "off", "--attachments", "on", "--attachment-size", "off"});
+        return bench.Kvsync(
+            "configure mail --age off --size off --attachments on "
+            "--attachment-size off --eudora " +
+            eudora);
+    }
+    void ExpectNothingToDo() {
+        const auto before = bench.Times();
+        const Outcome outcome = Mail();
+        EXPECT_EQ(outcome.code, 0) << outcome.out << outcome.err;
+        EXPECT_EQ(bench.Times(), before);
     }
     std::vector<fs::path> Files() {
         std::vector<fs::path> files;
@@ -37,23 +42,8 @@ class SyncMailProgram : public ::testing::Test {
         std::ranges::sort(files);
         return files;
     }
-    // The time of change of everything in the bench but the output of the last run.
-    std::map<std::string, std::string> Snapshot() {
-        std::map<std::string, std::string> all;
-        for (const auto& entry : fs::recursive_directory_iterator(bench.Path(""))) {
-            const std::string name = fs::relative(entry.path(), bench.Path("")).string();
-            // The empty input of the program is written by the bench.
-            if (name == "out" || name == "err" || name == "input") continue;
-            std::error_code dangling;
-            const auto time = fs::last_write_time(entry.path(), dangling);
-            all[name] = std::to_string(time.time_since_epoch().count());
-        }
-        return all;
-    }
-    std::size_t InEudora() {
-        const auto all = bench.Kvsync({"list", "mail", "--eudora", "@E", "--json"}).out;
-        return static_cast<std::size_t>(std::ranges::count(all, '\n'));
-    }
+    std::string Listed() { return bench.Kvsync("list mail --eudora @E --json").out; }
+    std::size_t InEudora() { return static_cast<std::size_t>(CountOf("\n", Listed())); }
 
     // A mail that somebody delivers; `id` is its Message-ID, empty for none.
     void Deliver(const std::string& file, const std::string& subject, const std::string& id = {}) {

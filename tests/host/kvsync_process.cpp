@@ -1,10 +1,11 @@
 #include "tests/host/kvsync_process.h"
 
+#include <algorithm>
 #include <cstdlib>
-#include <fstream>
 #include <sstream>
 
 #include "platform/os/program.h"
+#include "tests/platform/temp_folder.h"
 
 namespace host::testing {
 
@@ -12,16 +13,20 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string ReadPath(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
+// For the shell; no path of a test holds a quote.
+std::string Quoted(const std::string& text) {
+    return '"' + text + '"';
 }
 
-// Good for both shells: no test argument holds a quote of its own.
-std::string Quoted(const std::string& text) {
-    return "\"" + text + "\"";
+// "@" at the beginning of an argument becomes the folder; the rest of the word stays as it is.
+std::string WithFolder(std::string arguments, const std::string& folder) {
+    for (std::size_t at = 0; (at = arguments.find(" @", at)) != std::string::npos;) {
+        const std::size_t end = std::min(arguments.find(' ', at + 1), arguments.size());
+        const std::string path = Quoted(folder + arguments.substr(at + 2, end - at - 2));
+        arguments.replace(at + 1, end - at - 1, path);
+        at += path.size();
+    }
+    return arguments;
 }
 
 }  // namespace
@@ -34,7 +39,6 @@ Bench::Bench() {
     fs::create_directories(m_folder);
     fs::copy(KV_SAMPLES, m_folder / "E", fs::copy_options::recursive);
     fs::create_directories(m_folder / "C");
-    Write("input", "");
 }
 
 Bench::~Bench() {
@@ -42,38 +46,44 @@ Bench::~Bench() {
     fs::remove_all(m_folder, ignored);
 }
 
-Outcome Bench::Kvsync(std::vector<std::string> arguments, const std::string& input) const {
-    return Run(KV_PROGRAM, std::move(arguments), Path("no-prefix"), input);
+Outcome Bench::Kvsync(const std::string& arguments, const std::string& input) const {
+    return Run(Quoted(KV_PROGRAM) + " " + arguments, Path("no-prefix"), input);
 }
 
-Outcome Bench::OnPrefix(const std::string& program, std::vector<std::string> arguments) const {
+Outcome Bench::KvsyncKilled(double seconds, const std::string& arguments) const {
+    // In the foreground, so that the killed run is gone when its exit code is there.
+    return Run("timeout --foreground -s KILL " + std::to_string(seconds) + " " +
+                   Quoted(KV_PROGRAM) + " " + arguments,
+               Path("no-prefix"), {});
+}
+
+Outcome Bench::OnPrefix(const std::string& command) const {
     std::string prefix;
     for (const auto& entry : fs::directory_iterator(m_folder / "state/kvsync/prefixes")) {
         prefix = entry.path().string();
     }
-    return Run(program, std::move(arguments), prefix, {});
+    return Run(command, prefix, {});
 }
 
-Outcome Bench::Run(const std::string& program, std::vector<std::string> arguments,
-                   const std::string& prefix, const std::string& input) const {
+Outcome Bench::Python(const std::string& command) const {
+    return Run("python3 " + command, {}, {});
+}
+
+Outcome Bench::Run(std::string command, const std::string& prefix, const std::string& input) const {
     Write("input", input);
-    (void)platform::SetEnvironment("XDG_STATE_HOME", Path("state"));
-    (void)platform::SetEnvironment("XDG_CONFIG_HOME", Path("config"));
-    (void)platform::SetEnvironment("HOME", Path("home"));
-    (void)platform::SetEnvironment("WINEPREFIX", prefix);
-    std::string command = Quoted(program);
-    for (std::string& argument : arguments) {
-        if (!argument.empty() && argument[0] == '@') argument = Path(argument.substr(1));
-        command += " " + Quoted(argument);
-    }
-    command +=
-        " < " + Quoted(Path("input")) + " > " + Quoted(Path("out")) + " 2> " + Quoted(Path("err"));
+    const std::pair<const char*, std::string> variables[] = {{"XDG_STATE_HOME", Path("state")},
+                                                             {"XDG_CONFIG_HOME", Path("config")},
+                                                             {"HOME", Path("home")},
+                                                             {"WINEPREFIX", prefix}};
+    for (const auto& [name, value] : variables) (void)platform::SetEnvironment(name, value);
+    command = WithFolder(std::move(command), Path("")) + " < " + Quoted(Path("input")) + " > " +
+              Quoted(Path("out")) + " 2> " + Quoted(Path("err"));
     const int status = std::system(command.c_str());
     return {status >= 256 ? status >> 8 : status, Read("out"), Read("err")};
 }
 
 std::vector<nlohmann::json> Bench::Shell(const std::string& kind, const std::string& script) const {
-    const Outcome outcome = Kvsync({"shell", kind, "--eudora", "@E"}, script);
+    const Outcome outcome = Kvsync("shell " + kind + " --eudora @E", script);
     std::vector<nlohmann::json> answers;
     std::istringstream lines(outcome.out);
     for (std::string line; std::getline(lines, line);) {
@@ -85,11 +95,11 @@ std::vector<nlohmann::json> Bench::Shell(const std::string& kind, const std::str
 }
 
 void Bench::Write(const std::string& name, const std::string& content) const {
-    std::ofstream(m_folder / name, std::ios::binary) << content;
+    test::WriteDisk(m_folder / name, content);
 }
 
 std::string Bench::Read(const std::string& name) const {
-    return ReadPath(m_folder / name);
+    return test::ReadDisk(m_folder / name);
 }
 
 std::map<std::string, std::string> Bench::Tree(const std::string& name) const {
@@ -97,9 +107,27 @@ std::map<std::string, std::string> Bench::Tree(const std::string& name) const {
     for (const auto& entry : fs::recursive_directory_iterator(m_folder / name)) {
         const bool isFile = entry.is_regular_file() && entry.file_size() < (1u << 24);
         tree[fs::relative(entry.path(), m_folder).string()] =
-            isFile ? ReadPath(entry.path()) : std::string();
+            isFile ? test::ReadDisk(entry.path()) : std::string();
     }
     return tree;
+}
+
+std::map<std::string, std::string> Bench::Times() const {
+    std::map<std::string, std::string> all;
+    for (const auto& entry : fs::recursive_directory_iterator(m_folder)) {
+        const std::string name = fs::relative(entry.path(), m_folder).string();
+        if (name == "out" || name == "err" || name == "input") continue;
+        if (name.find("/temp") != std::string::npos) continue;
+        std::error_code dangling;
+        all[name] = std::to_string(fs::last_write_time(entry, dangling).time_since_epoch().count());
+    }
+    return all;
+}
+
+int CountOf(const std::string& part, const std::string& all) {
+    int count = 0;
+    for (std::size_t at = 0; (at = all.find(part, at)) != std::string::npos; ++at) ++count;
+    return count;
 }
 
 }  // namespace host::testing

@@ -23,23 +23,32 @@ class Bench {
     Bench& operator=(const Bench&) = delete;
 
     std::string Path(const std::string& name) const { return (m_folder / name).string(); }
-    // Runs the built kvsync, whose own files lie in "state". "@" at the beginning of an argument
-    // stands for this folder.
-    Outcome Kvsync(std::vector<std::string> arguments, const std::string& input = {}) const;
+    // Runs the built kvsync, whose own files lie in "state". The arguments are as for a shell, but
+    // "@" at the beginning of one stands for this folder.
+    Outcome Kvsync(const std::string& arguments, const std::string& input = {}) const;
+    // The same, killed after some seconds if it takes that long: then the code is 137.
+    Outcome KvsyncKilled(double seconds, const std::string& arguments) const;
     // Runs another program of the build with the prefix that kvsync made for E.
-    Outcome OnPrefix(const std::string& program, std::vector<std::string> arguments) const;
+    Outcome OnPrefix(const std::string& command) const;
+    // A script with its arguments.
+    Outcome Python(const std::string& command) const;
     // What `kvsync shell KIND --eudora E` answers to the lines.
     std::vector<nlohmann::json> Shell(const std::string& kind, const std::string& script) const;
     void Write(const std::string& name, const std::string& content) const;
     std::string Read(const std::string& name) const;
     // Every file and folder below a folder, with contents.
     std::map<std::string, std::string> Tree(const std::string& name) const;
+    // When every file and folder was changed, but for the input and output of the programs and
+    // their temporary files.
+    std::map<std::string, std::string> Times() const;
 
   private:
-    Outcome Run(const std::string& program, std::vector<std::string> arguments,
-                const std::string& prefix, const std::string& input) const;
+    Outcome Run(std::string command, const std::string& prefix, const std::string& input) const;
 
     std::filesystem::path m_folder;
 };
+
+// How often a text stands in another one.
+int CountOf(const std::string& part, const std::string& all);
 
 }  // namespace host::testing

@@ -6,9 +6,12 @@
 #include "host/mail/mail_text.h"
 #include "platform/os/code_page.h"
 #include "tests/host/mail_parse_world.h"
+#include "tests/host/one_of.h"
 
 namespace host {
 namespace {
+
+using host::testing::OneOf;
 
 class Maker {
   public:
@@ -18,35 +21,25 @@ class Maker {
 
     // Words that 1252 and 932 both hold, and some that only one of them does.
     std::string Words(unsigned most, unsigned codePage) {
-        static const std::string common[] = {"a",  "Re:",   "long-er", "=?",   "?=", "x.y", "(c)",
-                                             "\\", "\"q\"", "@",       "it's", "--", "#1",  "'"};
-        static const std::string western[] = {"caf\xC3\xA9", "\xE2\x82\xAC", "\xC3\x9F",
-                                              "\xC2\xA0z"};
-        static const std::string eastern[] = {"\xE6\x97\xA5\xE6\x9C\xAC", "\xE8\xA1\xA8",
-                                              "\xE3\x82\xBD", "\xEF\xBD\xB1"};
         std::string text;
         for (unsigned i = Below(most); i > 0; --i) {
-            if (!text.empty()) text += ' ';
-            const unsigned kind = Below(3);
-            text += kind != 0          ? common[Below(std::size(common))]
-                    : codePage == 1252 ? western[Below(std::size(western))]
-                                       : eastern[Below(std::size(eastern))];
+            text += OneOf(m_random,
+                          Below(3) != 0 ? "a|Re:|long-er|=?|?=|x.y|(c)|\\|\"q\"|@|it's|--|#1|'"
+                          : codePage == 1252
+                              ? "caf\xC3\xA9|\xE2\x82\xAC|\xC3\x9F|\xC2\xA0z"
+                              : "\xE6\x97\xA5\xE6\x9C\xAC|\xE8\xA1\xA8|\xE3\x82\xBD|\xEF\xBD\xB1") +
+                    ' ';
         }
-        return text;
+        return text.substr(0, text.find_last_not_of(' ') + 1);
     }
 
     std::string Addresses() {
-        static const std::string pieces[] = {"a@b.c",
-                                             "Ann Bee <ann@b.c>",
-                                             "\"Bee, Ann\" <ann@b.c>",
-                                             "nickname",
-                                             "x+y=z@[127.0.0.1]",
-                                             "J\xC2\xB6 <j@b.c>",
-                                             "\"a.b (c)\" <d@e>"};
         std::string text;
         for (unsigned i = Below(4); i > 0; --i) {
             if (!text.empty()) text += "; ";
-            text += pieces[Below(std::size(pieces))];
+            text += OneOf(m_random,
+                          "a@b.c|Ann Bee <ann@b.c>|\"Bee, Ann\" <ann@b.c>|nickname|"
+                          "x+y=z@[127.0.0.1]|J\xC2\xB6 <j@b.c>|\"a.b (c)\" <d@e>");
         }
         return text;
     }
@@ -66,10 +59,6 @@ class Maker {
   private:
     std::mt19937 m_random;
 };
-
-std::string Utf8(const std::string& text, unsigned codePage) {
-    return platform::ToUtf8(text, codePage);
-}
 
 // What a body is after it was taken apart by Eudora's marks: white space between them is not told.
 std::string Essence(const std::string& body) {
@@ -99,18 +88,19 @@ TEST(ParseProperty, AComposedMailComesBackAsItWas) {
         mail.messageId = "id" + std::to_string(seed) + "@host";
         if (maker.Below(3) == 0) mail.attachments.push_back({"caf\xC3\xA9 1.bin", "C:\\file"});
         if (maker.Below(4) == 0) mail.attachments.push_back({"gone", "C:\\gone"});
+        const auto utf8 = [&](const std::string& text) { return platform::ToUtf8(text, codePage); };
         const auto message = ComposeMail(world.files, mail, world.clock.offset);
         ASSERT_TRUE(message);
         const NewMail read = world.Parse(*message);
         EXPECT_EQ(read.lostCharacters, 0u) << *message;
         EXPECT_TRUE(read.notes.empty()) << *message;
-        EXPECT_EQ(Utf8(read.from, codePage), *mail.from);
-        EXPECT_EQ(Utf8(StoredRecipients(read.to), codePage), *mail.to) << *message;
+        EXPECT_EQ(utf8(read.from), *mail.from);
+        EXPECT_EQ(utf8(StoredRecipients(read.to)), *mail.to) << *message;
         EXPECT_EQ(StoredRecipients(read.cc), *mail.cc);
-        EXPECT_EQ(Utf8(read.subject, codePage), *mail.subject) << *message;
+        EXPECT_EQ(utf8(read.subject), *mail.subject) << *message;
         EXPECT_EQ(read.messageId, *mail.messageId);
         EXPECT_NEAR(*read.date, *mail.date, 0.5 / 86400);
-        EXPECT_EQ(Essence(Utf8(read.body, codePage)), Essence(*mail.body)) << *message;
+        EXPECT_EQ(Essence(utf8(read.body)), Essence(*mail.body)) << *message;
         const bool hasFile = !mail.attachments.empty() && mail.attachments[0].name != "gone";
         ASSERT_EQ(read.attachments.size(), hasFile ? 1u : 0u) << *message;
         if (hasFile) {
@@ -120,7 +110,6 @@ TEST(ParseProperty, AComposedMailComesBackAsItWas) {
     }
 }
 
-// What Eudora holds of a mail composes and parses to itself from the second round on.
 TEST(ParseProperty, DamagedMailsNeverBreakTheRulesOfAField) {
     std::mt19937 random(7);
     const std::string sample =
@@ -150,9 +139,9 @@ TEST(ParseProperty, DamagedMailsNeverBreakTheRulesOfAField) {
         EXPECT_EQ(("\r\n" + read.body).find("\nAttachment Converted:"), std::string::npos) << mail;
         for (const NewAttachment& attachment : read.attachments) {
             EXPECT_FALSE(attachment.name.empty());
-            if (round % 2 != 0) {
-                EXPECT_EQ(attachment.name.find_first_of("\\/:*?\"<>|"), std::string::npos) << mail;
-            }
+            // Bytes of 932 may look like one of these.
+            if (round % 2 == 0) continue;
+            EXPECT_EQ(attachment.name.find_first_of("\\/:*?\"<>|"), std::string::npos) << mail;
         }
     }
 }

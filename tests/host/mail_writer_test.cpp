@@ -1,56 +1,29 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <filesystem>
-#include <fstream>
-
 #include "host/mail/eudora_mail_writer.h"
 #include "host/mail/incoming_folder.h"
 #include "host/module/mail_settings.h"
-#include "host/module/setup.h"
-#include "platform/os/program.h"
+#include "tests/host/built_module.h"
 
 // The writer on the built translator library, in an in-box on the disk.
-namespace host {
+namespace host::testing {
 namespace {
 
 namespace fs = std::filesystem;
 using ::testing::HasSubstr;
 
-struct Eudora {
-    fs::path root =
-        fs::temp_directory_path() / ("kvsync-writer-" + std::to_string(platform::ProcessNumber()));
-    Setup setup;
-    std::unique_ptr<TranslatorHost> module;
-
-    Eudora() {
-        fs::create_directories(root / "E" / "Attach");
-        (void)platform::SetEnvironment("XDG_STATE_HOME", (root / "state").string());
-        SetupOptions options;
-        options.eudora = (root / "E").string();
-        options.language = "EN";
-        setup = *Prepare(options);
-    }
-    ~Eudora() { fs::remove_all(root); }
-};
-
-Eudora& TheEudora() {
-    static Eudora eudora;
-    return eudora;
-}
-
 class MailWriter : public ::testing::Test {
   protected:
     // The module logs on once: a new in-box takes a new module.
     void SetUp() override {
-        TheEudora().module = *TranslatorHost::Start(TheEudora().setup.init);
-        for (const auto& entry : fs::directory_iterator(Root() / "E")) {
-            if (!entry.is_directory()) fs::remove(entry.path());
+        TheModule().Start();
+        for (const char* name : {"In.mbx", "In.toc", "Out.mbx", "Out.toc"}) {
+            fs::remove(TheModule().eudora / name);
         }
         session = std::make_unique<TranslatorSession>(
-            *TranslatorSession::Create(*TheEudora().module, kMailKind));
-        auto selection = SelectMail(*session, TheEudora().setup, false);
+            *TranslatorSession::Create(*TheModule().host, kMailKind));
+        auto selection = SelectMail(*session, TheModule().setup, false);
         ASSERT_TRUE(selection) << selection.Error().Message();
         MailLimitChanges changes;
         changes.limitsAge = changes.limitsSize = changes.limitsAttachments = false;
@@ -64,17 +37,12 @@ class MailWriter : public ::testing::Test {
         incoming.reset();
         writer.reset();
         session.reset();
-        TheEudora().module.reset();
+        TheModule().host.reset();
     }
 
-    static fs::path Root() { return TheEudora().root; }
-    static std::size_t AttachCount() {
-        const fs::directory_iterator files(Root() / "E" / "Attach");
-        return static_cast<std::size_t>(std::distance(begin(files), end(files)));
-    }
     NewAttachment File(const std::string& name, const std::string& content) {
         const std::string path = incoming->Path() + "/" + std::to_string(++m_files) + ".tmp";
-        std::ofstream(path, std::ios::binary) << content;
+        test::WriteDisk(path, content);
         return {name, path};
     }
     static NewMail Letter(const std::string& id) {
@@ -93,6 +61,7 @@ class MailWriter : public ::testing::Test {
         ASSERT_TRUE(finished) << finished.Error().Message();
         ASSERT_TRUE(session->Open());
     }
+    bool Has(const std::string& id) { return *EudoraMails(*session, 1252).GoTo(id); }
     Mail Read(const std::string& id) {
         EudoraMails mails(*session, 1252);
         EXPECT_TRUE(*mails.GoTo(id)) << id;
@@ -115,7 +84,6 @@ TEST_F(MailWriter, StoresAWholeMailThatReadsBackAsItWas) {
     EXPECT_TRUE(fs::is_empty(incoming->Path()));
     NewMail bare;
     bare.messageId = "bare@x";
-    bare.body = "b";
     const auto second = writer->Add(bare, kStatusUnread);
     ASSERT_TRUE(second) << second.Error().Message();
     FinishAndReopen();
@@ -149,22 +117,24 @@ TEST_F(MailWriter, ChangesStatesAndRemoves) {
         ids.push_back(writer->Add(Letter(name), kStatusUnread)->id);
     }
     FinishAndReopen();
-    EXPECT_TRUE(writer->SetStatus(ids[0], kStatusRead));
     EXPECT_TRUE(writer->Remove(ids[1]));
-    FinishAndReopen();
-    EXPECT_EQ(Read(ids[0]).marker, std::to_string(kStatusRead));
-    EXPECT_EQ(Read(ids[2]).marker, std::to_string(kStatusUnread));
-    EudoraMails mails(*session, 1252);
-    EXPECT_FALSE(*mails.GoTo(ids[1]));
-    EXPECT_TRUE(writer->SetStatus(ids[0], kStatusUnread));
-    FinishAndReopen();
-    EXPECT_EQ(Read(ids[0]).marker, std::to_string(kStatusUnread));
+    for (const auto status : {kStatusRead, kStatusUnread}) {
+        EXPECT_TRUE(writer->SetStatus(ids[0], status));
+        FinishAndReopen();
+        EXPECT_EQ(Read(ids[0]).marker, std::to_string(status));
+        EXPECT_EQ(Read(ids[2]).marker, std::to_string(kStatusUnread));
+    }
+    EXPECT_FALSE(Has(ids[1]));
     EXPECT_FALSE(writer->Remove(ids[1]));
     EXPECT_FALSE(writer->SetStatus(ids[1], kStatusRead));
 }
 
 TEST_F(MailWriter, StoresNothingOfAMailWhoseAttachmentFails) {
-    const std::size_t before = AttachCount();
+    const auto attached = [] {
+        const fs::directory_iterator files(TheModule().eudora / "Attach");
+        return std::distance(begin(files), end(files));
+    };
+    const auto before = attached();
     NewMail letter = Letter("x@x");
     // The name is none for a file on Windows.
     letter.attachments = {File("good.txt", "1"), File("ba/d.txt", "2")};
@@ -174,20 +144,14 @@ TEST_F(MailWriter, StoresNothingOfAMailWhoseAttachmentFails) {
     const auto next = writer->Add(Letter("y@x"), kStatusRead);
     ASSERT_TRUE(next);
     FinishAndReopen();
-    EXPECT_EQ(AttachCount(), before);
-    EudoraMails mails(*session, 1252);
-    int count = 0;
-    ASSERT_TRUE(mails.Walk([&](const MailHead& head) -> platform::Result<bool> {
-        EXPECT_EQ(head.id, next->id);
-        return ++count < 10;
-    }));
-    EXPECT_EQ(count, 1);
+    EXPECT_EQ(attached(), before);
+    EXPECT_TRUE(Has(next->id));
+    EXPECT_EQ(test::ReadDisk(TheModule().eudora / "In.mbx").find("x@x"), std::string::npos);
 }
 
 TEST_F(MailWriter, QueuesAMailForSendingAndRefusesWhatCannotBeSent) {
     NewMail nobody = Letter("n@x");
-    nobody.to.clear();
-    nobody.cc.clear();
+    nobody.to = nobody.cc = {};
     EXPECT_FALSE(writer->AddOutgoing(nobody));
     NewMail comma = Letter("c@x");
     comma.bcc = {{"", "\"a,b\"@c"}};
@@ -197,8 +161,7 @@ TEST_F(MailWriter, QueuesAMailForSendingAndRefusesWhatCannotBeSent) {
     const auto queued = writer->AddOutgoing(letter);
     ASSERT_TRUE(queued) << queued.Error().Message();
     FinishAndReopen();
-    std::ifstream out(Root() / "E" / "Out.mbx", std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(out), {}};
+    const std::string text = test::ReadDisk(TheModule().eudora / "Out.mbx");
     EXPECT_THAT(text, HasSubstr("To: Doe  Jo <jo@d.e>, f@g.h\r\n"));
     EXPECT_THAT(text, HasSubstr("Subject: caf\xE9 o@x\r\n"));
     EXPECT_THAT(text, HasSubstr("X-Attachments: C:\\Eudora\\Attach\\out"));
@@ -207,4 +170,4 @@ TEST_F(MailWriter, QueuesAMailForSendingAndRefusesWhatCannotBeSent) {
 }
 
 }  // namespace
-}  // namespace host
+}  // namespace host::testing

@@ -1,9 +1,6 @@
-kv_test(maildir_test SOURCES maildir_test.cpp maildir_header_test.cpp
-        DEPENDS host_maildir platform_native platform_testing)
-kv_test(mail_state_test SOURCES mailsync_state_test.cpp DEPENDS host_state platform_native)
+kv_test(maildir_test SOURCES maildir_test.cpp DEPENDS host_maildir platform_native platform_testing)
 # Composing takes GMime.
 if(TARGET kv_gmime)
-    kv_test(mailsync_test
-        SOURCES mailsync_engine_test.cpp mailsync_fault_test.cpp mailsync_walk_test.cpp
-        DEPENDS host_mailsync platform_testing)
+    kv_test(mailsync_test SOURCES mailsync_engine_test.cpp mailsync_walk_test.cpp
+            DEPENDS host_mailsync platform_testing)
 endif()

@@ -106,9 +106,8 @@ class MemoryMails : public MailSource {
     platform::Status Finish() override {
         const bool isHit = m_files.Strikes();
         const auto waiting = std::exchange(m_waiting, {});
-        const std::size_t count = !isHit            ? waiting.size()
-                                  : m_files.Tears() ? waiting.size() / 2
-                                                    : 0;
+        std::size_t count = waiting.size();
+        if (isHit) count = m_files.Tears() ? count / 2 : 0;
         for (std::size_t i = 0; i < count; ++i) waiting[i]();
         changes += static_cast<int>(count);
         if (isHit) return m_files.Injected("close");
@@ -181,17 +180,27 @@ struct MailWorld {
             "C:\\M\\" + where + (flags.empty() ? "new\\" + name : "cur\\" + name + "!2," + flags),
             text + "\nthe text of " + subject + "\n");
     }
+    static std::string Joined(const std::multiset<std::string>& all) {
+        std::string line;
+        for (const std::string& one : all) line += (line.empty() ? "" : " ") + one;
+        return line;
+    }
     // "subject", or "subject:S" for a read one, with a blank between them.
     std::string InBox() {
         std::multiset<std::string> all;
         for (const Mail& mail : eudora.mails) {
             all.insert(*mail.subject + (IsSeen(mail.marker) ? ":S" : ""));
         }
-        std::string line;
-        for (const std::string& one : all) line += (line.empty() ? "" : " ") + one;
-        return line;
+        return Joined(all);
     }
-
+    // The same of the Maildir's files.
+    std::string FolderStates() {
+        std::multiset<std::string> all;
+        for (const MaildirEntry& entry : Files()) {
+            all.insert(SubjectOf(entry) + (HasFlag(entry.flags, 'S') ? ":S" : ""));
+        }
+        return Joined(all);
+    }
     Mail& Add(const std::string& subject, bool isRead = false, bool hasId = true) {
         Mail mail;
         mail.id = eudora.NextId();
@@ -245,9 +254,7 @@ struct MailWorld {
         for (const MaildirEntry& entry : Files()) {
             all.insert(SubjectOf(entry) + (entry.isNew ? "" : ":" + entry.flags));
         }
-        std::string line;
-        for (const std::string& one : all) line += (line.empty() ? "" : " ") + one;
-        return line;
+        return Joined(all);
     }
     MailPlan MakePlan() {
         Progress progress(clock, nullptr);

@@ -3,8 +3,8 @@ kv_test(sync_engine_test
     SOURCES sync_engine_test.cpp sync_walk_test.cpp
     DEPENDS host_engine platform_testing)
 kv_test(sync_store_test
-    SOURCES sync_backup_test.cpp sync_state_test.cpp sync_vdir_test.cpp
-    DEPENDS host_engine platform_testing)
+    SOURCES state_test.cpp sync_backup_test.cpp sync_vdir_test.cpp
+    DEPENDS host_engine host_state platform_native platform_testing)
 # Both stores on the real disk, Eudora's through the built library beside the test.
 if(NOT WIN32 AND TARGET kvtEUD)
     kv_test(store_contract_test SOURCES store_contract_test.cpp
