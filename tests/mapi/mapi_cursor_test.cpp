@@ -1,6 +1,5 @@
 #include <random>
 
-#include "tests/frame/log_capture.h"
 #include "tests/mapi/mapi_fixture.h"
 
 namespace {
@@ -215,22 +214,6 @@ TEST_F(MapiCursorTest, IdsOfAnyLengthDoNoHarm) {
     mapi.SetMsgID("0x00000001");
     EXPECT_EQ(std::string(mapi.MsgID(), mapi::kMessageIdSize),
               "0x00000001" + std::string(mapi::kMessageIdSize - 10, '\0'));
-}
-
-TEST_F(MapiCursorTest, LogsEachTry) {
-    machine.processes.waiting = 275;
-    ASSERT_EQ(mapi.MoveFirst(), 1);
-    library.results[Entry::kFindNext] = {2};
-    const LogCapture log;
-    EXPECT_EQ(mapi.MoveNext(), 1);
-    const std::string peek = "4                    PeekNessage ->  275\n";
-    EXPECT_EQ(
-        LogCapture::Lines(),
-        (Lines{"4 --- Enter --- CMapi::MoveNext\n", peek, "4               -1- MAPIFindNext(A)\n",
-               "4                    Error = 2\n", peek, "4               -2- MAPIFindNext(A)\n",
-               peek, "5 - Enter - CMapi:: _DeleteAttachments\n",
-               "5 - Exit - CMapi:: _DeleteAttachments\n",
-               "4                    -1- MAPIReadMail(B)\n", "4 --- Exit --- CMapi::MoveNext\n"}));
 }
 
 }  // namespace

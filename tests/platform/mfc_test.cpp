@@ -76,10 +76,8 @@ TEST(LittleEndianTest, APlaceOfARecordIsReadAndWrittenOnlyInside) {
         if (offset <= 3) expected2.replace(offset, 2, "\x01\xFE");
         if (offset <= 1) expected4.replace(offset, 4, "\xC1\x02\x03\xFE");
         EXPECT_EQ(two + four, expected2 + expected4);
-        EXPECT_EQ(platform::ReadU16(two, offset),
-                  offset <= 3 ? std::optional<std::uint16_t>(0xFE01) : std::nullopt);
-        EXPECT_EQ(platform::ReadU32(four, offset),
-                  offset <= 1 ? std::optional<std::uint32_t>(0xFE0302C1) : std::nullopt);
+        EXPECT_EQ(platform::ReadU16(two, offset).value_or(0), offset <= 3 ? 0xFE01 : 0);
+        EXPECT_EQ(platform::ReadU32(four, offset).value_or(0), offset <= 1 ? 0xFE0302C1 : 0);
     }
 }
 

@@ -47,8 +47,6 @@ TEST(PrefixRegistry, ReadsTextsAndNumbers) {
     for (const char* name : {"n", "b", "m", "none", ""}) {
         EXPECT_EQ(CodeOf(latin.ReadText(kMachine, "K", name)), ErrorCode::kNotFound) << name;
     }
-    EXPECT_EQ(CodeOf(latin.ReadText(kUser, "K", "t")), ErrorCode::kNotFound);
-    EXPECT_EQ(latin.ReadText(kMachine, "K\\x", "t").Error().context, "HKEY_LOCAL_MACHINE\\K\\x");
 }
 
 // A 32-bit program in a prefix of 64 bits has its own Software keys, but for Classes.

@@ -31,25 +31,22 @@ std::string BesideProgram(const char* name) {
 TEST(WindowsLibraries, RefuseWhatIsNoLibrary) {
     const TempFolder folder;
     const std::string strings = ReadDisk(BesideProgram(kStrings));
-    ASSERT_GT(strings.size(), 0x200u);
+    EXPECT_TRUE(Libraries().LoadResources(BesideProgram(kStrings)));
     WriteDisk(folder / "empty.dll", "");
     WriteDisk(folder / "text.dll", "This is no library, but longer than a few bytes.");
     WriteDisk(folder / "header.dll", strings.substr(0, 0x40));
-    for (const char* name : {"empty.dll", "text.dll", "header.dll"}) {
-        SCOPED_TRACE(name);
-        auto resources = Libraries().LoadResources(folder / name);
-        ASSERT_FALSE(resources);
-        EXPECT_EQ(resources.Error().code, ErrorCode::kCorrupt) << resources.Error().Message();
-        EXPECT_FALSE(Libraries().Load(folder / name));
-    }
-    for (const auto& path : {folder / "none.dll", std::string("kv_no_such_library.dll")}) {
+    for (const auto& [path, code] : {std::pair{folder / "empty.dll", ErrorCode::kCorrupt},
+                                     {folder / "text.dll", ErrorCode::kCorrupt},
+                                     {folder / "header.dll", ErrorCode::kCorrupt},
+                                     {folder / "none.dll", ErrorCode::kNotFound},
+                                     {"kv_no_such_library.dll", ErrorCode::kNotFound}}) {
         SCOPED_TRACE(path);
-        auto resources = Libraries().LoadResources(path);
+        const auto resources = Libraries().LoadResources(path);
         ASSERT_FALSE(resources);
-        EXPECT_EQ(resources.Error().code, ErrorCode::kNotFound) << resources.Error().Message();
-        auto library = Libraries().Load(path);
+        EXPECT_EQ(resources.Error().code, code) << resources.Error().Message();
+        const auto library = Libraries().Load(path);
         ASSERT_FALSE(library);
-        EXPECT_EQ(library.Error().code, ErrorCode::kNotFound) << library.Error().Message();
+        EXPECT_EQ(library.Error().code == ErrorCode::kNotFound, code == ErrorCode::kNotFound);
     }
 }
 
