@@ -106,14 +106,18 @@ TEST_F(MapiUpdateTest, EveryRecordIsFreedOnceByItsOwner) {
                 mapi.DeleteMail();
                 break;
             case 8:
-                if (queue.empty()) break;
-                mapi.UpdateMail(queue[random() % queue.size()]);
-                if (random() % 2 == 0) mapi.ReleaseBorrowed(queue[random() % queue.size()]);
+                if (!queue.empty()) mapi.UpdateMail(queue[random() % queue.size()]);
                 break;
             case 9: {
-                MapiMessage* shown = nullptr;
-                const bool isShown = mapi.GetCurrentMessage(shown) == 1;
-                if (isShown && mapi.UpdateMail(shown) != 1) ADD_FAILURE() << round;
+                MapiMessage *before = nullptr, *after = nullptr;
+                if (mapi.GetCurrentMessage(before) != 1) break;
+                EXPECT_EQ(mapi.UpdateMail(before), 1) << "shown again it stays its owner's";
+                MapiMessage* const other = queue.empty() ? before : queue[random() % queue.size()];
+                mapi.ReleaseBorrowed(other);
+                if (other != before) {
+                    mapi.GetCurrentMessage(after);
+                    EXPECT_EQ(after, before);
+                }
                 break;
             }
             default:
