@@ -4,10 +4,12 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "tests/host/kvsync_process.h"
+#include "tests/tools/mailbox_check.h"
 
 namespace host::testing {
 
@@ -44,6 +46,23 @@ class SyncMailProgram : public ::testing::Test {
     }
     std::string Listed() { return bench.Kvsync("list mail --eudora @E --json").out; }
     std::size_t InEudora() { return static_cast<std::size_t>(CountOf("\n", Listed())); }
+
+    // What a reader of its own finds wrong in an in-box, but for the number of the mail; the mails
+    // from number `ours` on must be as the translator writes them. A kill leaves bytes behind.
+    std::multiset<std::string> Faults(const std::string& eudora, std::size_t ours,
+                                      bool wasKilled = false) {
+        mailbox_check::Rules rules;
+        rules.ours = static_cast<std::uint32_t>(ours);
+        rules.mayHaveLeftovers = wasKilled;
+        const auto report = mailbox_check::Check(bench.Read(eudora + "/In.mbx"),
+                                                 bench.Read(eudora + "/In.toc"), rules);
+        EXPECT_GT(report.mails.size(), 0u);
+        std::multiset<std::string> faults;
+        for (const std::string& fault : report.faults) {
+            faults.insert(fault.substr(fault.find(": ") + 1));
+        }
+        return faults;
+    }
 
     // A mail that somebody delivers; `id` is its Message-ID, empty for none.
     void Deliver(const std::string& file, const std::string& subject, const std::string& id = {}) {
