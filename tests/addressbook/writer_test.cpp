@@ -151,6 +151,8 @@ TEST_F(WriterTest, AnyFailureLeavesTheOldFileOrTheNewOne) {
             if (fault == Fault::kKill) machine.files.Crash();
             EXPECT_EQ(Saved(), isSaved ? newText : oldText);
             EXPECT_EQ(DrainErrors().size(), isSaved ? 0U : 1U);
+            EXPECT_TRUE(fault == Fault::kKill || isSaved || machine.files.AllFiles().size() == 2)
+                << "a side file is left";
             EXPECT_TRUE(isSaved || machine.files.Get("C:\\Eudora\\nndbase.toc"));
             EXPECT_EQ(book.SaveRecords(), RRC_OK);
             EXPECT_EQ(Saved(), newText);
