@@ -1,8 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <functional>
-
 #include "tests/end_to_end/sync_mail_program.h"
 
 namespace host::testing {
@@ -79,42 +77,6 @@ TEST_F(SyncMailProgram, FollowsEudoraAndThePersonAtTheSameTime) {
     bench.Write("E/In.toc", toc);
     EXPECT_THAT(Mail().out, HasSubstr("remove from the Maildir"));
     EXPECT_EQ(Mail().code, 0);
-}
-
-TEST_F(SyncMailProgram, RefusesWhatCannotGoWellAndTouchesNothing) {
-    struct Case {
-        const char* line;
-        std::function<void(Bench&)> prepare;
-        const char* maildir = "@M";
-    };
-    const Case cases[] = {
-        {"is no folder", [](auto& at) { at.Write("M", "x"); }},
-        {"lies in Eudora's own folder", [](auto&) {}, "@E/Maildir"},
-        {"no in-box", [](auto& at) { fs::remove(at.Path("E/In.toc")); }},
-        {"OWNER.LOK", [](auto& at) { at.Write("E/OWNER.LOK", ""); }},
-        {"for Macintosh",
-         [](auto& at) { at.Write("E/In.toc", std::string("\0\1", 2) + std::string(500, '\0')); }},
-        {"is cut short (103 bytes)",
-         [](auto& at) { at.Write("E/In.toc", at.Read("E/In.toc").substr(0, 103)); }},
-        {"is cut short (0 bytes)", [](auto& at) { at.Write("E/In.toc", ""); }},
-        {"holds other things",
-         [](auto& at) {
-             fs::create_directory(at.Path("M"));
-             at.Write("M/letter.txt", "x");
-         }},
-    };
-    for (const auto& [line, prepare, maildir] : cases) {
-        prepare(bench);
-        const auto before = bench.Tree("E");
-        const Outcome outcome =
-            bench.Kvsync(std::string("sync mail --eudora @E --maildir ") + maildir);
-        EXPECT_EQ(outcome.code, 3) << line;
-        EXPECT_THAT(outcome.err, HasSubstr(line));
-        EXPECT_EQ(bench.Tree("E"), before) << line;
-        fs::remove_all(bench.Path("M"));
-        fs::remove_all(bench.Path("E"));
-        fs::copy(KV_SAMPLES, bench.Path("E"), fs::copy_options::recursive);
-    }
 }
 
 // Killed at many moments of a first run, each followed by a run to its end.

@@ -61,6 +61,9 @@ const BadInput kBadInputs[] = {
     {"sync mail --eudora @running --maildir @M", 3, "OWNER.LOK"},
     {"sync mail --eudora @no-mail --maildir @M", 3, "no in-box"},
     {"sync mail --eudora @E --maildir @damaged", 3, "holds other things"},
+    {"sync mail --eudora @macintosh --maildir @M", 3, "Macintosh"},
+    {"sync mail --eudora @cut --maildir @M", 3, "cut short (103 bytes)"},
+    {"list mail --eudora @no-toc", 3, "cut short (0 bytes)"},
     {"restore nothing", 3, "nothing"},
 };
 
@@ -82,6 +85,15 @@ void Prepare(const Bench& bench) {
     fs::copy(bench.Path("E"), bench.Path("running"), fs::copy_options::recursive);
     fs::copy(bench.Path("E"), bench.Path("no-mail"), fs::copy_options::recursive);
     fs::remove(bench.Path("no-mail/In.toc"));
+    const std::string toc = bench.Read("E/In.toc");
+    const std::pair<const char*, std::string> tocs[] = {
+        {"macintosh", std::string("\0\1", 2) + toc.substr(2)},
+        {"cut", toc.substr(0, 103)},
+        {"no-toc", ""}};
+    for (const auto& [name, content] : tocs) {
+        fs::copy(bench.Path("E"), bench.Path(name), fs::copy_options::recursive);
+        bench.Write(std::string(name) + "/In.toc", content);
+    }
     bench.Write("running/OWNER.LOK", "");
 }
 
@@ -90,7 +102,8 @@ TEST(Cli, BadInputGetsOneLineAndChangesNothing) {
     Prepare(bench);
     const auto trees = [&] {
         std::map<std::string, std::string> all;
-        for (const char* name : {"E", "running", "C", "damaged", "no-mail"})
+        for (const char* name :
+             {"E", "running", "C", "damaged", "no-mail", "macintosh", "cut", "no-toc"})
             all.merge(bench.Tree(name));
         return all;
     };
