@@ -36,6 +36,8 @@ struct Request {
 };
 
 void AddCommonOptions(CLI::App& app, Options& options) {
+    // A leading slash begins a path, on Windows too.
+    app.allow_windows_style_options(false);
     auto& setup = options.setup;
     auto* const eudora = app.add_option("--eudora", setup.eudora, "a bare Eudora folder");
     app.add_option("--wine-prefix", setup.winePrefix,

@@ -289,5 +289,34 @@ TEST(MailSync, ReportsByNameAndInCounts) {
     EXPECT_EQ(MailPlanReport(world.MakePlan(), "", nullptr, true).code, ExitCode::kNothingToDo);
 }
 
+TEST(MailSync, CountsWhatWasDoneAndSaysWhatIsLeft) {
+    MailWorld world;
+    for (const char* id : {"a", "b", "e"}) world.Add(id);
+    (void)SyncTwice(world);
+    const auto change = [&](bool isRead, const char* added, const char* delivered,
+                            const char* deleted) {
+        world.SetRead("a", isRead);
+        world.Add(added);
+        world.Deliver(delivered);
+        world.Delete(deleted);
+        MailOutcome outcome;
+        const MailPlan plan = world.Sync(&outcome);
+        return MailPlanReport(plan, "", &outcome, true);
+    };
+    Report report = change(true, "c", "other", "b");
+    EXPECT_EQ(report.code, ExitCode::kChangesMade);
+    EXPECT_EQ(report.lines,
+              std::vector<std::string>{"mails: in Eudora 1 added, 0 changed, 0 removed; in the "
+                                       "Maildir 1 added, 1 changed, 1 removed"});
+    // Room for no other file: flags and removals need none, Eudora waits for the Maildir.
+    world.disk.LimitDisk(world.disk.AllFiles().size());
+    report = change(false, "d", "another", "e");
+    EXPECT_EQ(report.code, ExitCode::kFailed);
+    EXPECT_EQ(report.lines,
+              (std::vector<std::string>{"mails: in Eudora 0 added, 0 changed, 0 removed; in the "
+                                        "Maildir 0 added, 1 changed, 1 removed",
+                                        "2 mails left to the next run"}));
+}
+
 }  // namespace
 }  // namespace host::testing
