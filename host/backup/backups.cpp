@@ -83,7 +83,7 @@ platform::Status Backups::CopyFlushed(const std::string& from, const std::string
         m_files.Open(to, isReadOnly ? platform::OpenMode::kRead : platform::OpenMode::kReadWrite,
                      platform::Share::kNone);
     if (!file) return file.Error();
-    const auto flushed = (*file)->Flush();
+    auto flushed = (*file)->Flush();
     if (!flushed && !(isReadOnly && flushed.Error().code == ErrorCode::kAccessDenied)) {
         return flushed;
     }
