@@ -31,7 +31,7 @@ class FaultyFile : public File {
     }
     // A close that fails has closed the file all the same.
     Status Close() override {
-        const Status status = m_inner->Close();
+        Status status = m_inner->Close();
         return Guard([&] { return status; });
     }
 
