@@ -1,5 +1,8 @@
 #include "tests/frame/numbered_host.h"
 #include "tests/frame/record_translator.h"
+#include "tests/support/failing_allocation.h"
+
+using test::ForEachFailingAllocation, test::Shortage;
 
 namespace {
 
@@ -120,6 +123,26 @@ TEST_F(TransBaseTest, AFileThatCannotBeMadeIsAnError) {
     EXPECT_EQ(DrainErrors(), std::vector<std::string>{"cannot write"});
     EXPECT_EQ(translator.shown, 0);
     EXPECT_EQ(translator.Info().IsLoaded(), 0);
+}
+
+TEST_F(TransBaseTest, MemoryThatRunsOutIsAResultAndTheNextCallWorks) {
+    for (const Shortage shortage : {Shortage::kOne, Shortage::kLasting}) {
+        ForEachFailingAllocation(
+            [&](auto run) {
+                util.DeleteAllSettings();
+                CREudoraTransBase fresh;
+                CString path;
+                const auto configure = [&] {
+                    path.Empty();
+                    return fresh.GetAppInfo(1, 0, 0, 0, path, 0, summary, &util);
+                };
+                RRETURNCODE code = RRC_EOF;
+                EXPECT_TRUE(run([&] { code = configure(); })) << "thrown at the host";
+                EXPECT_TRUE(code == RRC_OK || code == RRC_FAILED) << code;
+                EXPECT_EQ(configure(), RRC_OK);
+            },
+            shortage);
+    }
 }
 
 TEST_F(TransBaseTest, MessagesComeOnceAndInOrder) {
