@@ -1,5 +1,6 @@
 #!/bin/bash
-# Fails if a source file includes what its folder must not know, or asks which system it runs on.
+# Fails if a source file includes what its folder must not know, asks which system it runs on, or
+# prints past the place that makes foreign texts harmless.
 #
 #   tools/check_layers.sh [ROOT]
 #
@@ -81,6 +82,9 @@ function check(    folder, best, count, i, allowed, header, ok) {
         number++
         if (line ~ /_WIN32|_WIN64|__MINGW|__linux__|__unix__|_MSC_VER/ && !native && !exporting)
             fail("asks for the system; that belongs into platform/posix and platform/windows")
+        if (line ~ /std::(cout|cerr|clog)|(^|[^a-z_])(v?f?printf|f?puts|f?putc|fwrite)\(/ &&
+            file ~ /^host\// && file !~ /^host\/output\//)
+            fail("prints; that belongs into host/output")
         if (match(line, /^[ \t]*#[ \t]*include[ \t]*<[^>]*>/)) {
             header = substr(line, RSTART, RLENGTH)
             gsub(/^.*<|>$/, "", header)

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/module/exit_code.h"
+#include "host/output/json_text.h"
 
 namespace host {
 
@@ -37,7 +38,7 @@ std::string ToManifest(const Backup& backup) {
     for (const BackupFile& file : backup.files) {
         manifest["files"].push_back({{"name", file.name}, {"origin", file.origin}});
     }
-    return manifest.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + '\n';
+    return JsonText(manifest, 2) + '\n';
 }
 
 std::string SideOf(const std::string& path) {

@@ -2,14 +2,16 @@
 
 #include <algorithm>
 #include <functional>
-#include <iostream>
+#include <sstream>
 
 #include <CLI/CLI.hpp>
 
 #include "host/cli/commands.h"
 #include "host/cli/configure_mail.h"
+#include "host/cli/module_messages.h"
 #include "host/cli/version.h"
 #include "host/engine/commands.h"
+#include "host/output/output.h"
 #include "host/shell/kinds.h"
 #include "host/shell/shell.h"
 #include "platform/kvutil/kvutil.h"
@@ -121,9 +123,8 @@ void AddReading(CLI::App& app, Request& request) {
     exporting->add_option("--to", request.toFolder, "the folder")->required();
 }
 
-ExitCode Misuse(std::string text) {
-    std::ranges::replace(text, '\n', ' ');
-    std::cerr << "kvsync: " << text << " (kvsync --help shows the usage)\n";
+ExitCode Misuse(const std::string& text) {
+    PrintError(text + " (kvsync --help shows the usage)");
     return ExitCode::kUsage;
 }
 
@@ -207,7 +208,9 @@ ExitCode RunApplication(std::vector<std::string> arguments) {
     try {
         app.parse(std::move(arguments));
     } catch (const CLI::Success& asked) {
-        app.exit(asked, std::cout, std::cerr);
+        std::ostringstream answer;
+        app.exit(asked, answer, answer);
+        PrintText(answer.str());
         return ExitCode::kNothingToDo;
     } catch (const CLI::ParseError& error) {
         return Misuse(error.what());
@@ -219,6 +222,7 @@ ExitCode RunApplication(std::vector<std::string> arguments) {
     if (const std::string wrong = CheckValues(request.options); !wrong.empty()) {
         return Misuse(wrong);
     }
+    const ModuleMessages messages;
     if (request.options.verbose) g_bEnableLog = 1;
     return request.action(request.options);
 }

@@ -1,7 +1,6 @@
 #include "host/cli/configure_mail.h"
 
 #include <charconv>
-#include <iostream>
 #include <limits>
 
 #include <nlohmann/json.hpp>
@@ -11,6 +10,8 @@
 #include "host/dialogs/terminal_dialogs.h"
 #include "host/module/mail_settings.h"
 #include "host/module/native_path.h"
+#include "host/output/json_text.h"
+#include "host/output/output.h"
 
 namespace host {
 
@@ -86,9 +87,9 @@ void Print(const Options& options, const MailLimits& limits, bool changed) {
             {"sizeKB", NumberOrNull(limits.limitsSize, limits.sizeKB)},
             {"attachments", limits.attachments},
             {"attachmentSizeKB", NumberOrNull(limits.limitsAttachments, limits.attachmentKB)}};
-        std::cout << answer.dump() << '\n';
+        PrintLine(JsonText(answer));
     } else if (!options.quiet) {
-        std::cout << (changed ? "" : "nothing changed: ") << DescribeLimits(limits) << '\n';
+        PrintLine((changed ? "" : "nothing changed: ") + DescribeLimits(limits));
     }
 }
 

@@ -5,10 +5,11 @@
 #include "host/cli/contact_table.h"
 #include "host/cli/workplace.h"
 #include "host/dialogs/terminal_dialogs.h"
+#include "host/module/mail_settings.h"
 #include "host/module/native_path.h"
 #include "host/module/windows_path.h"
+#include "host/output/output.h"
 #include "host/shell/shell.h"
-#include "platform/kvutil/kvutil.h"
 
 namespace host {
 
@@ -19,15 +20,6 @@ platform::Result<TranslatorSession> OpenChosen(Workplace& place) {
     if (!file) return file.Error();
     return place.OpenContacts(*file);
 }
-
-// The module's dialogs appear in the terminal as long as this lives.
-class DialogsInTerminal {
-  public:
-    explicit DialogsInTerminal(platform::Dialogs* dialogs) { SetDialogProvider(dialogs); }
-    ~DialogsInTerminal() { SetDialogProvider(nullptr); }
-    DialogsInTerminal(const DialogsInTerminal&) = delete;
-    DialogsInTerminal& operator=(const DialogsInTerminal&) = delete;
-};
 
 platform::Status Choose(Workplace& place, const Options& options, std::string& selection,
                         std::string& summary, bool& chosen) {
@@ -46,7 +38,7 @@ platform::Status Choose(Workplace& place, const Options& options, std::string& s
                 "name the file with --nickname-file FILE");
         }
     }
-    const DialogsInTerminal shown(dialogs.get());
+    const DialogsShownBy shown(dialogs.get());
     auto selected = session->Select(selection, summary, ask);
     if (!selected) return selected.Error();
     chosen = *selected;
@@ -63,9 +55,9 @@ ExitCode ListContacts(const Options& options) {
     const auto contacts = ReadContacts(*session);
     if (!contacts) return Fail(contacts.Error());
     if (options.json) {
-        std::cout << ContactsJson(*contacts) << '\n';
+        PrintText(ContactsJson(*contacts));
     } else {
-        PrintTable(std::cout, *contacts);
+        PrintText(ContactTable(*contacts));
     }
     return ExitCode::kNothingToDo;
 }
@@ -82,9 +74,9 @@ ExitCode ShowContact(const Options& options, const std::string& nickname) {
                             ": kvsync list contacts shows the nicknames"));
     }
     if (options.json) {
-        std::cout << ContactJson(contacts->front()) << '\n';
+        PrintText(ContactJson(contacts->front()));
     } else {
-        PrintCard(std::cout, contacts->front());
+        PrintText(ContactCard(contacts->front()));
     }
     return ExitCode::kNothingToDo;
 }
@@ -98,14 +90,14 @@ ExitCode ConfigureContacts(const Options& options) {
         return Fail(asked.Error());
     }
     if (!chosen) {
-        if (!options.quiet) std::cout << "nothing changed\n";
+        if (!options.quiet) PrintLine("nothing changed");
         return ExitCode::kNothingToDo;
     }
     if (auto checked = CheckNicknameFile(selection, false); !checked) return Fail(checked.Error());
     if (auto kept = RememberNicknameFile(place->Place(), selection); !kept) {
         return Fail(kept.Error());
     }
-    if (!options.quiet) std::cout << "contacts are kept in " << ToUtf8(selection) << '\n';
+    if (!options.quiet) PrintLine("contacts are kept in " + ToUtf8(selection));
     return ExitCode::kChangesMade;
 }
 
@@ -122,7 +114,7 @@ ExitCode Shell(const Options& options, unsigned long kind, const std::string& sc
     if (!place) return Fail(place.Error());
     auto console = Console::Create(place->Module(), kind);
     if (!console) return Fail(console.Error());
-    RunShell(*console, script.empty() ? std::cin : file, std::cout);
+    RunShell(*console, script.empty() ? std::cin : file);
     return ExitCode::kNothingToDo;
 }
 

@@ -1,12 +1,13 @@
 #include "host/cli/contact_table.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 
 #include <nlohmann/json.hpp>
 
-#include "host/cli/terminal_text.h"
 #include "host/module/native_path.h"
+#include "host/output/json_text.h"
 
 namespace host {
 
@@ -34,10 +35,6 @@ nlohmann::ordered_json ToJson(const ShownContact& contact) {
         json[kContactKeys[i]] = contact.values[i];
     }
     return json;
-}
-
-std::string Dump(const nlohmann::ordered_json& json) {
-    return json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
 
 }  // namespace
@@ -70,45 +67,50 @@ platform::Result<std::vector<ShownContact>> ReadContact(TranslatorSession& sessi
     return contacts;
 }
 
-void PrintTable(std::ostream& out, const std::vector<ShownContact>& contacts) {
+std::string ContactTable(const std::vector<ShownContact>& contacts) {
+    std::vector<std::array<std::string, 3>> rows;
     std::size_t nicknameWidth = 0, nameWidth = 0;
-    for (const ShownContact& contact : contacts) {
-        nicknameWidth = std::max(nicknameWidth, Width(contact.values[kNickname]));
-        nameWidth = std::max(nameWidth, Width(contact.values[kName]));
+    for (const auto& [values] : contacts) {
+        rows.push_back(
+            {OneLine(values[kNickname]), OneLine(values[kName]), OneLine(values[kEmail])});
+        nicknameWidth = std::max(nicknameWidth, Width(rows.back()[0]));
+        nameWidth = std::max(nameWidth, Width(rows.back()[1]));
     }
     nicknameWidth = std::min(nicknameWidth, kWidestColumn);
     nameWidth = std::min(nameWidth, kWidestColumn);
-    for (const ShownContact& contact : contacts) {
-        std::string line = Padded(Printable(contact.values[kNickname]), nicknameWidth) + "  " +
-                           Padded(Printable(contact.values[kName]), nameWidth) + "  " +
-                           Printable(contact.values[kEmail]);
-        line.erase(line.find_last_not_of(' ') + 1);
-        out << line << '\n';
+    std::string table;
+    for (const auto& [nickname, name, email] : rows) {
+        table += Padded(nickname, nicknameWidth) + "  " + Padded(name, nameWidth) + "  " + email;
+        table.erase(table.find_last_not_of(' ') + 1);
+        table += '\n';
     }
+    return table;
 }
 
-void PrintCard(std::ostream& out, const ShownContact& contact) {
+std::string ContactCard(const ShownContact& contact) {
+    std::string card;
     for (std::size_t i = 0; i < std::size(kContactKeys); ++i) {
         const std::string& value = contact.values[i];
         if (value.empty()) continue;
         std::string label = Padded(std::string(kContactKeys[i]) + ":", 10);
         for (std::size_t start = 0; start <= value.size();) {
             const std::size_t end = std::min(value.find('\n', start), value.size());
-            out << label << Printable(value.substr(start, end - start)) << '\n';
+            card += label + value.substr(start, end - start) + '\n';
             label.assign(10, ' ');
             start = end + 1;
         }
     }
+    return card;
 }
 
 std::string ContactJson(const ShownContact& contact) {
-    return Dump(ToJson(contact));
+    return JsonText(ToJson(contact), 2);
 }
 
 std::string ContactsJson(const std::vector<ShownContact>& contacts) {
     auto list = nlohmann::ordered_json::array();
     for (const ShownContact& contact : contacts) list.push_back(ToJson(contact));
-    return Dump(list);
+    return JsonText(list, 2);
 }
 
 }  // namespace host

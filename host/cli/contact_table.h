@@ -1,6 +1,5 @@
 #pragma once
 
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -22,9 +21,9 @@ platform::Result<std::vector<ShownContact>> ReadContact(TranslatorSession& sessi
                                                         const std::string& nickname);
 
 // A line for each: nickname, name and address of mail, in columns.
-void PrintTable(std::ostream& out, const std::vector<ShownContact>& contacts);
+std::string ContactTable(const std::vector<ShownContact>& contacts);
 // All fields that hold something, a line for each; further lines of a value are indented.
-void PrintCard(std::ostream& out, const ShownContact& contact);
+std::string ContactCard(const ShownContact& contact);
 std::string ContactJson(const ShownContact& contact);
 std::string ContactsJson(const std::vector<ShownContact>& contacts);
 

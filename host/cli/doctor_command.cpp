@@ -1,11 +1,12 @@
 #include <algorithm>
-#include <iostream>
 
 #include <nlohmann/json.hpp>
 
 #include "host/cli/commands.h"
 #include "host/doctor/doctor.h"
 #include "host/mailsync/mail_sync.h"
+#include "host/output/json_text.h"
+#include "host/output/output.h"
 #include "platform/os/system.h"
 
 namespace host {
@@ -51,7 +52,7 @@ void PrintJson(const std::vector<Finding>& findings) {
              {"state", finding.state},
              {"advice", finding.advice}});
     }
-    std::cout << list.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
+    PrintText(JsonText(list, 2));
 }
 
 }  // namespace
@@ -64,9 +65,9 @@ ExitCode Doctor(const Options& options) {
     } else {
         for (const Finding& finding : findings) {
             if (options.quiet && finding.health == Health::kGood) continue;
-            std::cout << Word(finding.health) << "  " << finding.what << ": " << finding.state
-                      << '\n';
-            if (!finding.advice.empty()) std::cout << "       -> " << finding.advice << '\n';
+            PrintLine(std::string(Word(finding.health)) + "  " + finding.what + ": " +
+                      finding.state);
+            if (!finding.advice.empty()) PrintLine("       -> " + finding.advice);
         }
     }
     const bool isSick = std::ranges::any_of(

@@ -1,16 +1,10 @@
-#include <algorithm>
-#include <iostream>
-
 #include "host/cli/commands.h"
-#include "host/cli/terminal_text.h"
+#include "host/output/output.h"
 
 namespace host {
 
 ExitCode Fail(const platform::Failure& failure) {
-    std::string line = failure.Message();
-    std::ranges::replace(line, '\n', ' ');
-    std::ranges::replace(line, '\r', ' ');
-    std::cerr << "kvsync: " << Visible(line) << '\n';
+    PrintError(failure.Message());
     return CodeOf(failure);
 }
 

@@ -1,11 +1,10 @@
-#include <iostream>
-
 #include "host/cli/commands.h"
 #include "host/cli/mail_table.h"
 #include "host/cli/workplace.h"
 #include "host/mail/eudora_mails.h"
 #include "host/mail/message_id.h"
 #include "host/module/native_path.h"
+#include "host/output/output.h"
 #include "platform/os/system.h"
 
 namespace host {
@@ -59,14 +58,8 @@ ExitCode ListMail(const Options& options) {
     const auto walked = mails.Walk([&](const MailHead&) -> platform::Result<bool> {
         const auto mail = mails.Current(parts);
         if (!mail) return mail.Error();
-        if (options.json) {
-            std::cout << MailJson(*mail, false) << '\n';
-        } else {
-            PrintMailLine(std::cout, *mail);
-        }
-        return static_cast<bool>(std::cout);
+        return PrintLine(options.json ? MailJson(*mail, false) : MailLine(*mail));
     });
-    std::cout.flush();
     if (!walked) return Fail(walked.Error());
     return ExitCode::kNothingToDo;
 }
@@ -83,9 +76,9 @@ ExitCode ShowMail(const Options& options, const std::string& id) {
     const auto mail = mails.Current(MailParts::kAll);
     if (!mail) return Fail(mail.Error());
     if (options.json) {
-        std::cout << MailJson(*mail, true) << '\n';
+        PrintLine(MailJson(*mail, true));
     } else {
-        PrintMail(std::cout, *mail);
+        PrintText(MailText(*mail));
     }
     return ExitCode::kNothingToDo;
 }

@@ -1,8 +1,5 @@
-#include <iostream>
-
 #include "host/cli/commands.h"
 #include "host/cli/run_place.h"
-#include "host/cli/terminal_text.h"
 #include "host/cli/workplace.h"
 #include "host/engine/progress.h"
 #include "host/mail/compose.h"
@@ -10,6 +7,7 @@
 #include "host/maildir/maildir.h"
 #include "host/mailsync/mail_content.h"
 #include "host/module/native_path.h"
+#include "host/output/output.h"
 #include "platform/os/system.h"
 
 namespace host {
@@ -105,11 +103,11 @@ ExitCode ExportMail(const Options& options, const std::string& toFolder) {
     MailExport target(*command, toFolder);
     const auto done = Export(*place, target, toFolder);
     progress.Show({});
-    for (const std::string& note : target.Notes()) {
-        std::cerr << "kvsync: " << Visible(note) << '\n';
-    }
+    for (const std::string& note : target.Notes()) PrintError(note);
     if (!done) return Fail(done.Error());
-    if (!options.quiet) std::cout << target.Count() << " mails exported to " << toFolder << '\n';
+    if (!options.quiet) {
+        PrintLine(std::to_string(target.Count()) + " mails exported to " + toFolder);
+    }
     return target.Count() > 0 ? ExitCode::kChangesMade : ExitCode::kNothingToDo;
 }
 

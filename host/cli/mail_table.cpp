@@ -4,11 +4,11 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/cli/terminal_text.h"
 #include "host/mail/compose.h"
 #include "host/mail/mail_date.h"
 #include "host/mail/mail_text.h"
 #include "host/module/native_path.h"
+#include "host/output/json_text.h"
 
 namespace host {
 
@@ -20,11 +20,11 @@ using Text = std::optional<std::string>;
 constexpr std::size_t kIdWidth = 10, kDateWidth = 16, kPersonWidth = 26, kLabelWidth = 13;
 
 // A header text on one line.
-std::string OneLine(const Text& text) {
-    std::string line = Visible(DecodeWords(text.value_or("")));
+std::string Header(const Text& text) {
+    std::string line = DecodeWords(text.value_or(""));
     std::ranges::replace(line, '\n', ' ');
     std::ranges::replace(line, '\t', ' ');
-    return line;
+    return OneLine(line);
 }
 
 Text DateOf(const Mail& mail) {
@@ -44,9 +44,9 @@ Text StatusWord(const Mail& mail) {
     return std::nullopt;
 }
 
-void PrintField(std::ostream& out, const char* label, const Text& text) {
-    const std::string line = OneLine(text);
-    if (!line.empty()) out << Padded(label, kLabelWidth) << line << '\n';
+std::string Field(const char* label, const Text& text) {
+    const std::string line = Header(text);
+    return line.empty() ? line : Padded(label, kLabelWidth) + line + '\n';
 }
 
 Json Value(const Text& text) {
@@ -59,34 +59,30 @@ Json Decoded(const Text& text) {
 
 }  // namespace
 
-void PrintMailLine(std::ostream& out, const Mail& mail) {
+std::string MailLine(const Mail& mail) {
     std::string date = DateOf(mail).value_or("").substr(0, kDateWidth);
     std::ranges::replace(date, 'T', ' ');
     const char* const mark = mail.status == kStatusUnread ? "N" : IsSent(mail) ? "S" : " ";
-    std::string line = Column(OneLine(ToUtf8(mail.id)), kIdWidth) + ' ' + mark + ' ' +
+    std::string line = Column(Header(ToUtf8(mail.id)), kIdWidth) + ' ' + mark + ' ' +
                        Padded(date, kDateWidth) + "  " +
-                       Column(OneLine(IsSent(mail) ? mail.to : mail.from), kPersonWidth) + "  " +
-                       OneLine(mail.subject);
+                       Column(Header(IsSent(mail) ? mail.to : mail.from), kPersonWidth) + "  " +
+                       Header(mail.subject);
     line.erase(line.find_last_not_of(' ') + 1);
-    out << line << '\n';
+    return line;
 }
 
-void PrintMail(std::ostream& out, const Mail& mail) {
-    PrintField(out, "From:", mail.from);
-    PrintField(out, "To:", mail.to);
-    PrintField(out, "Cc:", mail.cc);
-    PrintField(out, "Bcc:", mail.bcc);
-    PrintField(out, "Subject:", mail.subject);
-    PrintField(out, "Date:", DateOf(mail));
-    PrintField(out, "Status:", StatusWord(mail));
-    PrintField(out, "Message-ID:", mail.messageId);
+std::string MailText(const Mail& mail) {
+    std::string text = Field("From:", mail.from) + Field("To:", mail.to) + Field("Cc:", mail.cc) +
+                       Field("Bcc:", mail.bcc) + Field("Subject:", mail.subject) +
+                       Field("Date:", DateOf(mail)) + Field("Status:", StatusWord(mail)) +
+                       Field("Message-ID:", mail.messageId);
     for (const MailAttachment& attachment : mail.attachments) {
-        PrintField(out, "Attachment:", attachment.name);
+        text += Field("Attachment:", attachment.name);
     }
-    const std::string text = Visible(NormalLineEnds(mail.body.value_or("")));
-    out << '\n' << text;
-    if (!text.empty() && !text.ends_with('\n')) out << '\n';
-    for (const std::string& note : mail.notes) out << "[not read: " << OneLine(note) << "]\n";
+    text += '\n' + NormalLineEnds(mail.body.value_or(""));
+    if (!text.ends_with('\n')) text += '\n';
+    for (const std::string& note : mail.notes) text += "[not read: " + OneLine(note) + "]\n";
+    return text;
 }
 
 std::string MailJson(const Mail& mail, bool whole) {
@@ -110,7 +106,7 @@ std::string MailJson(const Mail& mail, bool whole) {
         json["body"] = mail.body ? Json(NormalLineEnds(*mail.body)) : Json(nullptr);
         json["notes"] = mail.notes;
     }
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return JsonText(json);
 }
 
 }  // namespace host

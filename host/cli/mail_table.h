@@ -1,6 +1,5 @@
 #pragma once
 
-#include <ostream>
 #include <string>
 
 #include "host/mail/mail.h"
@@ -9,9 +8,9 @@ namespace host {
 
 // One line: id, N for an unread mail or S for a sent one, date, sender or (of a sent mail)
 // recipients, subject.
-void PrintMailLine(std::ostream& out, const Mail& mail);
+std::string MailLine(const Mail& mail);
 // The fields that hold something, an empty line, the text, what could not be read.
-void PrintMail(std::ostream& out, const Mail& mail);
+std::string MailText(const Mail& mail);
 
 // One line. Keys without value are null; the date is local time without zone. `whole` adds the text
 // and what could not be read.

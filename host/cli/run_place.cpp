@@ -1,10 +1,8 @@
 #include "host/cli/run_place.h"
 
-#include <iostream>
-
-#include "host/cli/terminal_text.h"
 #include "host/module/native_path.h"
 #include "host/module/setup.h"
+#include "host/output/output.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
 
@@ -12,14 +10,11 @@ namespace host {
 
 ExitCode Say(const Report& report, const Options& options) {
     if (options.json) {
-        std::cout << report.json << '\n';
+        PrintLine(report.json);
     } else {
-        for (const std::string& line : report.lines) std::cout << Visible(line) << '\n';
+        for (const std::string& line : report.lines) PrintLine(line);
     }
-    std::cout.flush();
-    for (const std::string& line : report.errors) {
-        std::cerr << "kvsync: " << Visible(line) << '\n';
-    }
+    for (const std::string& line : report.errors) PrintError(line);
     return report.code;
 }
 
@@ -28,7 +23,7 @@ ProgressLine::ProgressLine(bool wanted)
 
 void ProgressLine::Show(const std::string& line) {
     if (!m_wanted || line == m_shown) return;
-    std::cerr << '\r' << line << "\033[K" << std::flush;
+    ShowProgress(line);
     m_shown = line;
 }
 

@@ -6,6 +6,7 @@
 #include "host/cli/commands.h"
 #include "host/cli/run_place.h"
 #include "host/cli/sync_reports.h"
+#include "host/output/json_text.h"
 
 namespace host {
 
@@ -43,7 +44,7 @@ Report Joined(const Report& contacts, const Report& mail) {
         std::ranges::copy(report->lines, std::back_inserter(joined.lines));
         std::ranges::copy(report->errors, std::back_inserter(joined.errors));
     }
-    joined.json = Json{{"contacts", JsonOf(contacts)}, {"mail", JsonOf(mail)}}.dump();
+    joined.json = JsonText(Json{{"contacts", JsonOf(contacts)}, {"mail", JsonOf(mail)}});
     return joined;
 }
 
@@ -51,7 +52,7 @@ Report RefusalOf(const platform::Failure& failure) {
     Report report;
     report.code = CodeOf(failure);
     report.errors.push_back(failure.Message());
-    report.json = Json{{"errors", report.errors}}.dump();
+    report.json = JsonText(Json{{"errors", report.errors}});
     return report;
 }
 
@@ -107,7 +108,7 @@ ExitCode Status(const Options& options) {
     if (!stopped) report->lines.push_back("locked: " + stopped.Error().Message());
     if (auto json = JsonOf(*report); json.is_object()) {
         json["eudoraRuns"] = !stopped;
-        report->json = json.dump();
+        report->json = JsonText(json);
     }
     return Say(*report, options);
 }

@@ -2,10 +2,12 @@
 
 #include <newt.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "host/dialogs/newt_screen.h"
 #include "host/module/native_path.h"
+#include "host/output/terminal_text.h"
 #include "platform/os/path.h"
 #include "platform/os/system.h"
 
@@ -56,14 +58,14 @@ class FileForm {
     explicit FileForm(const platform::OpenFileRequest& request) {
         const Filter filter(request.filter);
         m_paths = FilesNear(request.initialPath, filter.pattern);
-        newtCenteredWindow(kWidth, kListHeight + 8, ToUtf8(filter.label).c_str());
+        newtCenteredWindow(kWidth, kListHeight + 8, OneLine(ToUtf8(filter.label)).c_str());
         m_form = newtForm(nullptr, nullptr, 0);
-        m_entry = newtEntry(1, 1, ToUtf8(request.initialPath).c_str(), kWidth - 2, nullptr,
+        m_entry = newtEntry(1, 1, OneLine(ToUtf8(request.initialPath)).c_str(), kWidth - 2, nullptr,
                             NEWT_FLAG_SCROLL | NEWT_FLAG_RETURNEXIT);
         m_list = newtListbox(1, 3, kListHeight, NEWT_FLAG_SCROLL | NEWT_FLAG_RETURNEXIT);
         newtListboxSetWidth(m_list, kWidth - 2);
         for (std::size_t i = 0; i < m_paths.size(); ++i) {
-            newtListboxAppendEntry(m_list, ToUtf8(m_paths[i]).c_str(), &m_paths[i]);
+            newtListboxAppendEntry(m_list, OneLine(ToUtf8(m_paths[i])).c_str(), &m_paths[i]);
         }
         m_cancel = newtButton(kWidth / 2 + 4, kListHeight + 4, "Cancel");
         newtFormAddComponents(m_form, m_entry, m_list,
@@ -86,14 +88,21 @@ class FileForm {
             const bool left = reason.reason == newtExitStruct::NEWT_EXIT_HOTKEY ||
                               reason.reason == newtExitStruct::NEWT_EXIT_ERROR;
             if (left || reason.u.co == m_cancel) return std::nullopt;
-            if (reason.u.co != m_list) return FromUtf8(newtEntryGetValue(m_entry));
+            if (reason.u.co != m_list) return PathShownAs(newtEntryGetValue(m_entry));
             const auto* path = static_cast<const std::string*>(newtListboxGetCurrent(m_list));
-            if (path != nullptr) newtEntrySet(m_entry, ToUtf8(*path).c_str(), 1);
+            if (path != nullptr) newtEntrySet(m_entry, OneLine(ToUtf8(*path)).c_str(), 1);
             newtFormSetCurrent(m_form, m_entry);
         }
     }
 
   private:
+    // What is shown of a name in the list may differ from it.
+    std::string PathShownAs(const std::string& text) const {
+        const auto path = std::ranges::find_if(
+            m_paths, [&](const std::string& one) { return OneLine(ToUtf8(one)) == text; });
+        return path != m_paths.end() ? *path : FromUtf8(text);
+    }
+
     std::vector<std::string> m_paths;
     newtComponent m_form = nullptr, m_entry = nullptr, m_list = nullptr, m_cancel = nullptr;
 };

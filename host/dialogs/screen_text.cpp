@@ -4,32 +4,19 @@
 #include <array>
 #include <climits>
 #include <cwchar>
-#include <string_view>
+
+#include "host/output/terminal_text.h"
 
 namespace host {
 
-namespace {
-
-// The first character of well-formed UTF-8, taken off `rest`.
-wchar_t TakeCharacter(std::string_view& rest) {
-    const auto lead = static_cast<unsigned char>(rest[0]);
-    const std::size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-    unsigned value = lead < 0x80 ? lead : lead & (0x7Fu >> length);
-    for (const char byte : rest.substr(1, length - 1)) {
-        value = value << 6 | (static_cast<unsigned char>(byte) & 0x3Fu);
-    }
-    rest.remove_prefix(std::min(length, rest.size()));
-    return static_cast<wchar_t>(value);
-}
-
-}  // namespace
-
 std::string ForScreen(std::string_view utf8) {
+    const std::string shown = OneLine(utf8);
     std::string text;
-    while (!utf8.empty()) {
+    for (std::string_view rest = shown; !rest.empty();) {
         std::array<char, MB_LEN_MAX> bytes{};
         std::mbstate_t state{};
-        const std::size_t length = std::wcrtomb(bytes.data(), TakeCharacter(utf8), &state);
+        const auto letter = static_cast<wchar_t>(TakeCharacter(rest));
+        const std::size_t length = std::wcrtomb(bytes.data(), letter, &state);
         text += length <= bytes.size() ? std::string(bytes.data(), length) : "?";
     }
     return text;

@@ -6,6 +6,7 @@
 #include "host/dialogs/modal_form.h"
 #include "host/dialogs/newt_screen.h"
 #include "host/module/native_path.h"
+#include "host/output/terminal_text.h"
 #include "platform/os/program.h"
 
 namespace host {
@@ -17,7 +18,8 @@ class TerminalDialogs : public platform::Dialogs {
     void ShowMessage(const std::string& text, const std::string& title,
                      platform::MessageIcon /*icon*/) override {
         const NewtScreen screen;
-        std::string caption = ToUtf8(title), button = "OK", format = "%s", line = ToUtf8(text);
+        std::string caption = OneLine(ToUtf8(title)), button = "OK", format = "%s";
+        std::string line = Visible(ToUtf8(text));
         newtWinMessage(caption.data(), button.data(), format.data(), line.data());
     }
 

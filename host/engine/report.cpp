@@ -1,5 +1,7 @@
 #include "host/engine/report.h"
 
+#include "host/output/json_text.h"
+
 namespace host {
 
 namespace {
@@ -65,7 +67,7 @@ json PlanJson(const Plan& plan) {
 void FinishReport(Report& report, json body) {
     body["result"] = ResultWord(report.code);
     body["errors"] = report.errors;
-    report.json = body.dump(-1, ' ', false, json::error_handler_t::replace);
+    report.json = JsonText(body);
 }
 
 Report RefusalReport(const platform::Failure& failure) {

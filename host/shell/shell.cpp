@@ -2,18 +2,16 @@
 
 #include <algorithm>
 
+#include "host/output/json_text.h"
+#include "host/output/output.h"
 #include "host/shell/operations.h"
 
 namespace host {
 
 namespace {
 
-std::string Dump(const Json& json) {
-    return json.dump(-1, ' ', true, Json::error_handler_t::replace);
-}
-
 std::string Complaint(const std::string& operation, const std::string& text) {
-    return Dump({{"op", operation}, {"error", text}});
+    return JsonText(Json{{"op", operation}, {"error", text}});
 }
 
 }  // namespace
@@ -34,13 +32,13 @@ std::string AnswerLine(Console& console, std::string line) {
     Arguments arguments(std::string_view(line).substr(end));
     Json answer = {{"op", name}};
     operation->run(console, arguments, answer);
-    return arguments.Failed() ? Complaint(name, arguments.Complaint()) : Dump(answer);
+    return arguments.Failed() ? Complaint(name, arguments.Complaint()) : JsonText(answer);
 }
 
-void RunShell(Console& console, std::istream& in, std::ostream& out) {
+void RunShell(Console& console, std::istream& in) {
     for (std::string line; std::getline(in, line);) {
         const std::string answer = AnswerLine(console, line);
-        if (!answer.empty()) out << answer << '\n' << std::flush;
+        if (!answer.empty()) PrintLine(answer);
     }
 }
 

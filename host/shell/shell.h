@@ -1,7 +1,6 @@
 #pragma once
 
 #include <istream>
-#include <ostream>
 #include <string>
 
 #include "host/shell/console.h"
@@ -11,7 +10,7 @@ namespace host {
 // A console on the translator interface: one operation a line in, one JSON object a line out, as
 // soon as the operation is done. Empty lines and lines that begin with # are passed over. A line
 // that cannot be used gives {"op":...,"error":...} and the next one is read.
-void RunShell(Console& console, std::istream& in, std::ostream& out);
+void RunShell(Console& console, std::istream& in);
 
 // The answer to one line, without a line end; empty if the line asks for nothing.
 std::string AnswerLine(Console& console, std::string line);

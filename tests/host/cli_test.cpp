@@ -152,6 +152,76 @@ TEST(Cli, ReadingChangesNothingInTheFolder) {
     EXPECT_THAT(bench.Tree("C"), IsEmpty());
 }
 
+// Whatever a file name, a mail, a contact or an argument holds, it drives no terminal, turns no
+// text around and begins no line.
+TEST(Cli, NoForeignTextDrivesTheTerminal) {
+    namespace fs = std::filesystem;
+    const Bench bench;
+    const std::string odd =
+        "a\x1B[2J\xC2\x9B"
+        "31m\xE2\x80\xAE\xD8\x9C\x7F\r\nkvsync:forged";
+    fs::rename(bench.Path("E"), bench.Path("E" + odd));
+    const auto put = [&](const std::string& name, const std::string& text) {
+        bench.Write("E" + odd + "/" + name, text);
+    };
+    put("nndbase.txt", "alias \"b\x1B[2J\x81\" b@x.org\nnote \"b\x1B[2J\x81\" <name:\x1B[2J>\n");
+    put("NickName/" + odd + ".txt", "alias c c@x.org\n");
+    std::string inBox = bench.Read("E" + odd + "/In.mbx");
+    for (std::size_t at = 0; (at = inBox.find("\nSubject: ", at)) != std::string::npos; ++at) {
+        inBox.replace(at + 10, 3, "\x1B\x81\x7F");
+    }
+    put("In.mbx", inBox);
+    const std::string card = "BEGIN:VCARD\nVERSION:4.0\nFN:d\x1B\xE2\x80\xAE\n";
+    fs::create_directories(bench.Path("bad"));
+    bench.Write("bad/" + odd + ".vcf", card);
+    bench.Write("C/" + odd + ".vcf", card + "END:VCARD\n");
+    const std::string quoted = "'" + odd + "'", eudora = " --eudora @E" + odd;
+    const std::string commands[] = {
+        "configure mail --age off --size off" + eudora,
+        "doctor --contacts @" + odd + " --maildir @C" + eudora,
+        "doctor --json" + eudora,
+        "status --contacts @C" + eudora,
+        "status --json --contacts @C" + eudora,
+        "list contacts" + eudora,
+        "list contacts --json -v" + eudora,
+        "list mail" + eudora,
+        "list mail --json" + eudora,
+        "show mail 0x00000001" + eudora,
+        "show contacts " + quoted + eudora,
+        "show mail " + quoted + eudora,
+        "sync contacts --dry-run --contacts @C" + eudora,
+        "sync --contacts @bad" + eudora,
+        "sync contacts --contacts @C" + eudora,
+        "sync mail --maildir @M" + odd + eudora,
+        "sync mail --maildir @C --json" + eudora,
+        "export contacts --to @D" + odd + eudora,
+        "export mail --to @F" + odd + eudora,
+        "restore " + quoted,
+        "backups",
+        "backups --json",
+        quoted,
+        "shell " + quoted,
+        "sync --max-delete " + quoted + eudora,
+        "list contacts --nickname-file @" + odd + eudora,
+        "configure contacts --nickname-file @E" + odd + "/NickName/" + odd + ".txt" + eudora,
+        "list contacts --config @" + odd,
+        "shell contacts" + eudora};
+    for (const std::string& command : commands) {
+        const Outcome outcome = bench.Kvsync(command, R"(GetAppInfo 0 "C:\\Eudora\\nndbase.txt"
+Open
+MoveFirst
+GetField 1)");
+        SCOPED_TRACE(nlohmann::json(command).dump() + nlohmann::json(outcome.out).dump() +
+                     nlohmann::json(outcome.err).dump());
+        EXPECT_LE(outcome.code, 5);
+        EXPECT_FALSE((outcome.out + outcome.err).empty());
+        for (const char* part : {"\x1B", "\xC2\x81", "\xC2\x9B", "\xE2\x80\xAE", "\xD8\x9C", "\x7F",
+                                 "\r", "\nkvsync:forged"}) {
+            EXPECT_EQ(CountOf(part, outcome.out + outcome.err), 0) << nlohmann::json(part);
+        }
+    }
+}
+
 // The example of the documentation sees what kvsync sees.
 TEST(Cli, ExampleHostWalksTheSameContacts) {
     const Bench bench;

@@ -14,8 +14,7 @@ endif()
 
 kv_test(host_mail_table_test
     SOURCES mail_table_test.cpp ${PROJECT_SOURCE_DIR}/host/cli/mail_table.cpp
-            ${PROJECT_SOURCE_DIR}/host/cli/terminal_text.cpp
-    DEPENDS host_mail kv_json)
+    DEPENDS host_mail host_output kv_json)
 
 # On the real disk, through the built library beside the test.
 if(NOT WIN32 AND TARGET kvtEUD)
