@@ -10,6 +10,7 @@
 #include "host/module/windows_path.h"
 #include "host/output/output.h"
 #include "host/shell/shell.h"
+#include "platform/kvutil/kvutil.h"
 
 namespace host {
 
@@ -114,6 +115,8 @@ ExitCode Shell(const Options& options, unsigned long kind, const std::string& sc
     if (!place) return Fail(place.Error());
     auto console = Console::Create(place->Module(), kind);
     if (!console) return Fail(console.Error());
+    const auto dialogs = MakeTerminalDialogs();
+    const DialogsShownBy shown(dialogs != nullptr ? dialogs.get() : DialogProvider());
     RunShell(*console, script.empty() ? std::cin : file);
     return ExitCode::kNothingToDo;
 }

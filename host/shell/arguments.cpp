@@ -87,7 +87,9 @@ long Arguments::Number(std::size_t index, long otherwise) {
 
 Json Arguments::Value(std::size_t index) {
     if (!Has(index)) return nullptr;
-    Json value = Json::parse(m_words[index], nullptr, false);
+    // Deeper values go: they would need as deep a stack.
+    const auto isShallow = [](int depth, Json::parse_event_t, const Json&) { return depth < 64; };
+    Json value = Json::parse(m_words[index], isShallow, false);
     if (value.is_discarded()) {
         Complain("not a JSON value: " + m_words[index]);
         return nullptr;

@@ -10,8 +10,6 @@ namespace host {
 
 namespace {
 
-constexpr unsigned long kText = 4;
-
 bool FitsNumber(const Json& value) {
     if (value.is_boolean()) return true;
     if (!value.is_number_integer()) return false;
@@ -28,7 +26,7 @@ Cell::Cell(unsigned long type) : m_type(type) {
 
 Cell::Cell(unsigned long type, const Json& value, Arguments& arguments) : Cell(type) {
     if (value.is_null()) return;
-    if (m_type == kText) {
+    if (m_type == kTextCell) {
         m_bytes = BytesOf(value, arguments);
         m_text = m_bytes.data();
     } else if (IsDate() && value.is_number()) {
@@ -48,7 +46,7 @@ void* Cell::Address() {
 }
 
 Json Cell::Take() {
-    if (m_type == kText) {
+    if (m_type == kTextCell) {
         if (m_text == nullptr) return nullptr;
         Json value = JsonTextFromBytes(m_text);
         if (m_text != m_bytes.data()) FreeVornString(m_text);

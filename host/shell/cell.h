@@ -7,6 +7,8 @@
 
 namespace host {
 
+inline constexpr unsigned long kNumberCell = 1, kTextCell = 4, kDateCell = 7;
+
 // A value cell of the translator interface, of any field type. It cannot be moved while the module
 // knows its address.
 class Cell {

@@ -15,35 +15,13 @@ platform::Result<Console> Console::Create(TranslatorHost& host, unsigned long ki
 
 RRETURNCODE Console::Renew(unsigned long kind) {
     m_translator.reset();
-    ForgetFields(false);
+    m_kind = kind;
     return m_host->NewTranslator(kind, m_translator);
 }
 
 HostContext& Console::Context() {
     m_context = std::make_unique<HostContext>(m_host->Util());
     return *m_context;
-}
-
-std::optional<unsigned long> Console::FieldType(const std::string& id) {
-    // Before GetAppInfo or Open the list must not be asked for.
-    if (m_types.empty() && m_fieldsReadable) {
-        CString field, name;
-        unsigned long type = 0, tag = 0;
-        unsigned short ordinal = 0;
-        RRETURNCODE code = m_translator->GetFirstFieldInfo(field, name, &type, &tag, &ordinal);
-        for (; code == RRC_OK;
-             code = m_translator->GetNextFieldInfo(field, name, &type, &tag, &ordinal)) {
-            m_types[field.Str()] = type;
-        }
-    }
-    const auto found = m_types.find(id);
-    if (found == m_types.end()) return std::nullopt;
-    return found->second;
-}
-
-void Console::ForgetFields(bool readable) {
-    m_types.clear();
-    m_fieldsReadable = readable;
 }
 
 }  // namespace host

@@ -1,9 +1,6 @@
 #pragma once
 
-#include <map>
 #include <memory>
-#include <optional>
-#include <string>
 
 #include "host/module/host_context.h"
 #include "host/module/translator_host.h"
@@ -27,10 +24,8 @@ class Console {
     // Made anew after each Init: it serves back the object that Init gave.
     HostContext& Context();
 
-    // The type of a field; nothing for one that the translator does not list.
-    std::optional<unsigned long> FieldType(const std::string& id);
-    // The field list may have changed, or has become readable.
-    void ForgetFields(bool readable);
+    // Of the translator that was made last.
+    unsigned long Kind() const { return m_kind; }
 
   private:
     explicit Console(TranslatorHost& host) : m_host(&host) {}
@@ -38,8 +33,7 @@ class Console {
     TranslatorHost* m_host;
     std::unique_ptr<CRRecordTranslator> m_translator;
     std::unique_ptr<HostContext> m_context;
-    std::map<std::string, unsigned long> m_types;
-    bool m_fieldsReadable = false;
+    unsigned long m_kind = 0;
 };
 
 }  // namespace host

@@ -1,22 +1,16 @@
 #pragma once
 
-#include <charconv>
 #include <optional>
+#include <string>
 #include <string_view>
-
-#include "host/module/translator_session.h"
 
 namespace host {
 
 // "contacts", "mail", "other" (any kind that the module does not know) or a number.
-inline std::optional<unsigned long> ParseKind(std::string_view text) {
-    if (text == "contacts") return kContactsKind;
-    if (text == "mail") return kMailKind;
-    if (text == "other") return 2;
-    unsigned long kind = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), kind);
-    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-    return kind;
-}
+std::optional<unsigned long> ParseKind(std::string_view text);
+
+// The type of a field of that kind: it is promised by the interface, while a settings file may list
+// another one. Nothing for a kind that has no fields of its own.
+std::optional<unsigned long> FieldType(unsigned long kind, const std::string& id);
 
 }  // namespace host

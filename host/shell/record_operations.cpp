@@ -7,6 +7,7 @@
 #include "host/shell/byte_text.h"
 #include "host/shell/cell.h"
 #include "host/shell/filters.h"
+#include "host/shell/kinds.h"
 
 namespace host::operations {
 
@@ -58,16 +59,16 @@ void CallFilter(Console& console, Arguments& arguments, Json& answer, SetFilters
     if (!arguments.Failed()) answer["code"] = code;
 }
 
-constexpr unsigned long kText = 4;
-
-// The type to give for a field: the one on the line, else the field's own, else text. A translator
-// takes it on trust that a text field gets the cell of a text.
+// The type to give for a field: the field's own, and where the kind has no fields the one on the
+// line, else text. A translator takes it on trust that the cell is one of the field's own type.
 unsigned long CellType(Console& console, const std::string& id, std::size_t index,
                        Arguments& arguments) {
-    const auto own = console.FieldType(id);
-    if (!arguments.Has(index)) return own.value_or(kText);
+    const auto own = FieldType(console.Kind(), id);
+    if (!arguments.Has(index)) return own.value_or(kTextCell);
     const auto given = static_cast<unsigned long>(arguments.Number(index, 0));
-    if (own == kText && given != kText) arguments.Complain("field " + id + " is a text: type 4");
+    if (own && given != *own) {
+        arguments.Complain("field " + id + " is of type " + std::to_string(*own));
+    }
     return given;
 }
 
@@ -86,9 +87,8 @@ RRETURNCODE Show(void* context, const char* fieldId, void** cell, unsigned long*
         *cell = shown.cell.Address();
         *type = shown.cell.Type();
         *hasField = 1;
-        return RRC_OK;
     }
-    return RRC_NONE;
+    return RRC_OK;
 }
 
 }  // namespace
@@ -187,7 +187,7 @@ void IsOk(Console& console, Arguments& arguments, Json& answer) {
     std::list<ShownCell> shown;
     if (!arguments.Failed()) {
         for (const auto& [id, value] : values.items()) {
-            const unsigned long type = console.FieldType(id).value_or(kText);
+            const unsigned long type = FieldType(console.Kind(), id).value_or(kTextCell);
             shown.emplace_back(id, type, value, arguments);
         }
     }

@@ -70,10 +70,8 @@ void GetAppInfo(Console& console, Arguments& arguments, Json& answer) {
     CString selection(arguments.Text(1)), summary;
     arguments.ExpectAtMost(2);
     if (arguments.Failed()) return;
-    const RRETURNCODE code = console.Translator()->GetAppInfo(
-        static_cast<BOOL>(configure), &console.Context(), selection, 0, summary, 0);
-    if (code == RRC_OK) console.ForgetFields(true);
-    answer["code"] = code;
+    answer["code"] = console.Translator()->GetAppInfo(static_cast<BOOL>(configure),
+                                                      &console.Context(), selection, 0, summary, 0);
     answer["selection"] = JsonTextFromBytes(selection.Str());
     answer["summary"] = JsonTextFromBytes(summary.Str());
 }
@@ -90,9 +88,7 @@ void Open(Console& console, Arguments& arguments, Json& answer) {
     const int mode = static_cast<int>(arguments.Number(0, 0));
     arguments.ExpectAtMost(1);
     if (arguments.Failed()) return;
-    const RRETURNCODE code = console.Translator()->Open(mode, 0, 0, 0, &console.Context(), 0);
-    if (code == RRC_OK) console.ForgetFields(true);
-    answer["code"] = code;
+    answer["code"] = console.Translator()->Open(mode, 0, 0, 0, &console.Context(), 0);
 }
 
 void Close(Console& console, Arguments& arguments, Json& answer) {

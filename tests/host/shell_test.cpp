@@ -129,6 +129,16 @@ Errors => {"messages":[]}
     EXPECT_FALSE(answers[8].contains("code"));
 }
 
+// A field that is not shown to the callback is absent, and that is no failure.
+TEST(Shell, VetsAMailByWhatIsThere) {
+    Play(Bench(), "mail", R"(IsOk {"10":1} => {"code":0,"ok":true}
+IsOk {"10":1,"1":"a@b.org"} => {"code":0,"ok":true}
+IsOk {"10":1,"1":""} => {"code":2,"ok":false}
+IsOk {"10":2,"1":""} => {"code":0,"ok":true}
+IsOk {} => {"code":0,"ok":true}
+)");
+}
+
 // The plain object, and its settings file from making to removal.
 TEST(Shell, PlainObjectAnswersWithDefaults) {
     const Bench bench;
@@ -164,7 +174,8 @@ Uninit => {"code":0}
 
 // A line that cannot be used says so, and the next one works.
 TEST(Shell, BadLinesAreAnsweredAndPassedOver) {
-    std::istringstream lines(R"(Frobnicate
+    const std::pair<const char*, std::string> kinds[] = {
+        {"contacts", R"(Frobnicate
 open
 Open x
 Open 0 0
@@ -173,6 +184,7 @@ GoTo
 GoTo "x
 GetField
 GetField 2 x
+GetField 2 1
 SetField 2
 SetField 2 Ann
 SetField 2 5
@@ -197,42 +209,97 @@ New x
 Close a
 "Open"
 GetAppInfo 0 "a" "b"
-GetAppInfo x)");
-    std::vector<std::string> bad{"SetField 2 \"\xE9\""};
-    for (std::string line; std::getline(lines, line);) bad.push_back(line);
-    std::string script = "GetAppInfo 0 \"C:\\\\Eudora\\\\nndbase.txt\"\nOpen\n";
-    for (const std::string& line : bad) script += line + "\nFieldCount\n";
+GetAppInfo x
+)"
+                     "SetField 2 \"\xE9\"\nSetField 2 " +
+                         std::string(200000, '[') + std::string(200000, ']')},
+        {"mail", R"(GetField 10 4
+GetField 010x 4
+GetField 6 1
+GetField 1 7
+SetField 10 "x" 4
+SetField 9 "x"
+SetField 6 "x"
+SetField 6 1 1
+SetField 1 1 1
+IsOk {"10":"x"}
+IsOk {"1":1})"}};
     const Bench bench;
-    const auto answers = bench.Shell("contacts", script);
-    ASSERT_EQ(answers.size(), 2 + 2 * bad.size());
-    for (std::size_t i = 0; i < bad.size(); ++i) {
-        const json &answer = answers[2 + 2 * i], &next = answers[3 + 2 * i];
-        EXPECT_TRUE(answer.contains("error") && !answer.contains("code")) << bad[i] << answer;
-        EXPECT_EQ(answer.value("op", ""), bad[i].substr(0, bad[i].find(' ')));
-        EXPECT_EQ(next.value("value", 0), 7) << bad[i];
+    for (const auto& [kind, lines] : kinds) {
+        std::istringstream bad(lines);
+        std::string script;
+        std::vector<std::string> operations;
+        for (std::string line; std::getline(bad, line);) {
+            script += line + "\nProperties\n";
+            operations.push_back(line.substr(0, line.find(' ')));
+        }
+        const auto answers = bench.Shell(kind, script);
+        ASSERT_EQ(answers.size(), 2 * operations.size());
+        for (std::size_t i = 0; i < operations.size(); ++i) {
+            const json &answer = answers[2 * i], &next = answers[2 * i + 1];
+            EXPECT_TRUE(answer.contains("error") && !answer.contains("code")) << i << answer;
+            EXPECT_EQ(answer.value("op", ""), operations[i]);
+            EXPECT_EQ(next.value("code", 9), 0) << i << answer;
+        }
     }
 }
 
-// No order of operations brings the program down.
-TEST(Shell, AnyOrderOfOperationsIsAnswered) {
+// No order of operations with any words brings the program down.
+TEST(Shell, AnyScriptIsAnsweredLineByLine) {
     const Bench bench;
     std::mt19937 random(1);
-    for (int round = 0; round < 12; ++round) {
-        std::string script;
-        for (int i = 0; i < 120; ++i) {
-            script += OneOf(random,
-                            "GetAppInfo 0 \"\"|GetAppInfo 0 \"C:\\\\Eudora\\\\nndbase.txt\"|Open|"
-                            "Close|MoveFirst|MoveNext|GoTo bob|GetRecordID|GetModifiedInfo|Add|"
-                            "GetField 1|GetField 9|Edit|Edit bob|SetField 1 \"n\"|SetField 2 null|"
-                            "Update|Delete|Delete bob|DeleteAll|BatchUpdate|IsOk {\"1\":\"x\"}|"
-                            "Errors|New contacts|New other|Uninit|Init \"JP\"|TextFilter []|Fields|"
-                            "TextFilter [{\"field\":\"1\",\"text\":\"a\"}]") +
-                      "\n";
+    for (int round = 0; round < 30; ++round) {
+        std::string script = round % 3 == 0 ? "" : "GetAppInfo 0 \"\"\nOpen\nMoveFirst\n";
+        while (std::count(script.begin(), script.end(), '\n') < 150) {
+            std::string line = OneOf(
+                random,
+                "GetAppInfo 0 \"\"|GetAppInfo 0 \"C:\\\\Eudora\\\\nndbase.txt\"|GetAppInfo 1|Open|"
+                "Close|MoveFirst|MoveNext|GoTo bob|GoTo 0x00000001|GetRecordID|GetModifiedInfo|Add|"
+                "GetField F|GetField F T|Edit|Edit bob|Edit 0x00000002|SetField F V|SetField F V T|"
+                "Update|Delete|Delete bob|DeleteAll|BatchUpdate|IsOk {\"F\":V}|IsOk "
+                "{\"10\":1,\"F\":V}|"
+                "Errors|New contacts|New mail|New other|Uninit|Init \"JP\"|TextFilter []|Fields|"
+                "TextFilter [{\"field\":\"F\",\"text\":\"a\"}]|BoolFilter "
+                "[{\"field\":\"F\",\"value\":V}]|"
+                "DateFilter "
+                "[{\"field\":\"F\",\"start\":V,\"skip\":V}]|Properties|RecordCount|Reserved T");
+            const auto put = [&](const char* mark, const char* choices) {
+                for (std::size_t at; (at = line.find(mark)) != std::string::npos;) {
+                    line.replace(at, 1, OneOf(random, choices));
+                }
+            };
+            put("V",
+                "\"x\"|1|0|-1|true|null|46266.5|1e308|\"\"|\"a@b.org, "
+                "c\"|[]|\"\\r\\n\"|\"\\u0003\"");
+            if (line.starts_with("GetField") || line.starts_with("SetField"))
+                put("T", "1|3|4|5|7|0|9");
+            put("F", "1|2|3|4|5|6|7|8|9|10|11|010x|12|-1|x");
+            script += line + '\n';
         }
-        const auto answers = bench.Shell("contacts", script);
-        ASSERT_EQ(answers.size(), 120u) << script;
+        const auto answers = bench.Shell(OneOf(random, "contacts|mail|mail|other"), script);
+        ASSERT_EQ(answers.size(), 150u) << script;
         for (const auto& answer : answers) ASSERT_TRUE(answer.contains("op")) << answer.dump();
     }
+}
+
+// In a terminal the shell shows the module's dialog: Enter in it is OK.
+TEST(Shell, ADialogAppearsInTheTerminal) {
+    const Bench bench;
+    bench.Write("script", "GetAppInfo 1 \"\"\n");
+    bench.Write("terminal.py", R"(import os, pty, sys
+pid, fd = pty.fork()
+if pid == 0: os.execve(sys.argv[1], sys.argv[1:], {**os.environ, 'TERM': 'xterm'})
+seen = b''
+try:
+    while part := os.read(fd, 4096):
+        if b'OK' in part and b'OK' not in seen: os.write(fd, b'\r')
+        seen += part
+except OSError: pass
+sys.stdout.buffer.write(seen)
+)");
+    const Outcome outcome = bench.Python(bench.Path("terminal.py") + " " KV_PROGRAM " shell mail " +
+                                         bench.Path("script") + " --eudora @E");
+    EXPECT_EQ(CountOf("\"op\":\"GetAppInfo\",\"code\":0", outcome.out), 1) << outcome.out << outcome.err;
 }
 
 }  // namespace
