@@ -53,11 +53,13 @@ std::string DisplayName(const Contact& contact, std::string_view otherwise) {
     return std::string(otherwise);
 }
 
-bool SameBeyondNickname(const Contact& a, const Contact& b) {
+std::string BeyondNickname(const Contact& contact) {
+    constexpr char kPart = '\x1F';
+    std::string all;
     for (Field field : kAllFields) {
-        if (field != Field::kNickname && a[field] != b[field]) return false;
+        if (field != Field::kNickname) all += contact[field] + kPart;
     }
-    return true;
+    return all.find_first_not_of(kPart) != std::string::npos ? all : std::string();
 }
 
 }  // namespace host

@@ -59,7 +59,8 @@ std::string Canonical(std::string_view text);
 // How a report calls a contact: its nickname, else its name, else its address, else `otherwise`.
 std::string DisplayName(const Contact& contact, std::string_view otherwise);
 
-// Whether all fields but the nickname are the same.
-bool SameBeyondNickname(const Contact& a, const Contact& b);
+// All fields but the nickname as one text, the same for two contacts if these fields are; empty for
+// a contact that has none of them.
+std::string BeyondNickname(const Contact& contact);
 
 }  // namespace host

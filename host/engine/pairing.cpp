@@ -13,18 +13,6 @@ using KeyOf = std::function<Key(const StoredContact&)>;
 
 constexpr char kPart = '\x1F';
 
-// All fields but the nickname; empty for a contact that has nothing else.
-Key ContentKey(const Contact& contact) {
-    Key key;
-    bool isEmpty = true;
-    for (Field field : kAllFields) {
-        if (field == Field::kNickname) continue;
-        key += contact[field] + kPart;
-        isEmpty = isEmpty && contact[field].empty();
-    }
-    return isEmpty ? Key() : key;
-}
-
 Key NameAndAddress(const Contact& contact) {
     if (contact[Field::kName].empty() || contact[Field::kEmail].empty()) return {};
     return contact[Field::kName] + kPart + contact[Field::kEmail];
@@ -125,7 +113,7 @@ void UseIntents(Pairing& pairing, Pools& pools, const Remembered& remembered) {
 }
 
 Key WholeKey(const Contact& contact) {
-    return contact[Field::kNickname] + kPart + ContentKey(contact);
+    return contact[Field::kNickname] + kPart + BeyondNickname(contact);
 }
 
 // The form that both sides can hold: what each has of one contact is equal in it.
@@ -156,7 +144,7 @@ void FindRenames(Pairing& pairing, Pools& pools, const Remembered& remembered) {
         [&](const Known& known) { return pairs[known.pair].uid; },
         [](const StoredContact& stored) { return stored.uid; }, true);
     for (const bool unique : {false, true}) {
-        const auto key = unique ? NameAndAddress : ContentKey;
+        const auto key = unique ? NameAndAddress : BeyondNickname;
         MatchVanished(
             pairing, pools.eudora, &Known::eudora,
             [&](const Known& known) { return key(pairs[known.pair].eudora.contact); },
@@ -201,7 +189,7 @@ void FindTwins(Pairing& pairing, Pools& pools, const SideRules& rules) {
     const auto nickname = [](const Contact& contact) { return contact[Field::kNickname]; };
     MatchSides(pairing, pools, eudora(WholeKey), folder(WholeKey), false);
     MatchSides(pairing, pools, eudora(+nickname), folder(+nickname), false);
-    MatchSides(pairing, pools, eudora(ContentKey), folder(ContentKey), false);
+    MatchSides(pairing, pools, eudora(BeyondNickname), folder(BeyondNickname), false);
     MatchSides(pairing, pools, eudora(NameAndAddress), folder(NameAndAddress), true);
 }
 

@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <optional>
+#include <unordered_map>
 #include <unordered_set>
 
 #include "host/engine/field_merge.h"
@@ -39,7 +41,7 @@ class Planner {
     void AddToEudora(const StoredContact& folder, std::int64_t key);
     bool FinishEudora(SideAction& action, const std::string& name);
     std::string FreeNickname(const std::string& base);
-    bool AlreadyKept(const Contact& copy) const;
+    bool AlreadyKept(const Contact& copy);
     void CheckLimits();
 
     const Sides& m_sides;
@@ -47,17 +49,24 @@ class Planner {
     const SideRules& m_rules;
     const PlanOptions& m_options;
     Pairing m_pairing;
-    std::unordered_set<std::string> m_taken;  // nicknames in Eudora, now or by this plan
+    std::unordered_set<std::string> m_taken;            // nicknames in Eudora, now or by this plan
+    std::unordered_map<std::string, int> m_nextNumber;  // by the nickname with the first number
+    std::optional<std::unordered_set<std::string>> m_keptCopies;
     Plan m_plan;
 };
 
-// The nickname itself if it is free, else with the first number that makes it so.
+// The nickname itself if it is free, else with the first number that makes it so. Numbers of as
+// many digits share a stem, and what was taken under one is not tried again.
 std::string Planner::FreeNickname(const std::string& base) {
-    std::string candidate = base;
-    for (int number = 1; !m_taken.insert(candidate).second; ++number) {
-        candidate = m_rules.nickname(base, std::to_string(number));
+    if (m_taken.insert(base).second) return base;
+    for (int first = 1;; first *= 10) {
+        int& next = m_nextNumber.try_emplace(m_rules.nickname(base, std::to_string(first)), first)
+                        .first->second;
+        while (next < first * 10) {
+            const std::string candidate = m_rules.nickname(base, std::to_string(next++));
+            if (m_taken.insert(candidate).second) return candidate;
+        }
     }
-    return candidate;
 }
 
 // False, with a notice, if Eudora's rules refuse the action.
@@ -128,14 +137,17 @@ void Planner::PlanVanished(const StoredContact* eudora, const StoredContact* fol
 
 // Whether a marked copy of that content is there already, from a run that was cut off or failed
 // in part.
-bool Planner::AlreadyKept(const Contact& copy) const {
-    const auto isCopy = [&](const StoredContact& stored) {
-        const std::string& nickname = stored.contact[Field::kNickname];
-        return nickname.find("(older)") != std::string::npos &&
-               SameBeyondNickname(m_rules.holdEudora(stored.contact), copy);
-    };
-    return std::any_of(m_sides.eudora.begin(), m_sides.eudora.end(), isCopy) ||
-           std::any_of(m_sides.folder.begin(), m_sides.folder.end(), isCopy);
+bool Planner::AlreadyKept(const Contact& copy) {
+    if (!m_keptCopies) {
+        m_keptCopies.emplace();
+        for (const auto* side : {&m_sides.eudora, &m_sides.folder}) {
+            for (const StoredContact& stored : *side) {
+                if (stored.contact[Field::kNickname].find("(older)") == std::string::npos) continue;
+                m_keptCopies->insert(BeyondNickname(m_rules.holdEudora(stored.contact)));
+            }
+        }
+    }
+    return m_keptCopies->contains(BeyondNickname(copy));
 }
 
 // Adds a marked copy of the older contact to both sides. False if Eudora refuses it.

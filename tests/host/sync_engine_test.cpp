@@ -188,6 +188,37 @@ TEST(Engine, ACutOffRunOrAFailedStepLosesAndDoublesNothing) {
     }
 }
 
+// Twice the contacts of one nickname, and the conflicts beside older ones, twice the work.
+TEST(Engine, PlansInProportionToTheContacts) {
+    const auto work = [](int contacts) {
+        World world;
+        for (const char* round : {">p#|P#|1", "", "p#>p#|P#|2", ">o# (older)|O#", ">bob|B#"}) {
+            if (*round == '\0') world.Sync();
+            for (int i = 0; i < contacts && *round != '\0'; ++i) {
+                std::string edit = round;
+                for (std::size_t at; (at = edit.find('#')) != std::string::npos;)
+                    edit.replace(at, 1, std::to_string(i));
+                Edit(world.folder, edit, false);
+                if (edit[0] == 'p') Edit(world.eudora, edit + "3", true);
+            }
+        }
+        SideRules rules = RulesOf(world.eudora, world.folder, 1252);
+        int count = 0;
+        rules.nickname = [&, inner = rules.nickname](const auto& base, const auto& suffix) {
+            return ++count, inner(base, suffix);
+        };
+        rules.holdEudora = [&, inner = rules.holdEudora](const Contact& contact) {
+            return ++count, inner(contact);
+        };
+        Progress progress(world.clock, nullptr);
+        const auto sides = LoadSides(world.eudora, world.folder, world.memory.content, progress);
+        const Plan plan = MakePlan(*sides, world.memory.content, rules, world.options);
+        EXPECT_EQ(plan.conflicts.size(), static_cast<std::size_t>(contacts));
+        return count;
+    };
+    EXPECT_LT(work(200), 2.2 * work(100));
+}
+
 TEST(Engine, StopsBeforeAMassDeletion) {
     World world;
     const auto edit = [&](int from, int to, const std::string& before, const std::string& after) {
