@@ -5,7 +5,7 @@ using frame::Guarded;
 
 namespace {
 
-// As a log line and as GetField's own text alike; hosts look for the line as it is.
+// GetField and SetField log the same line, which names the one.
 void LogUnknownField(LPCTSTR fieldId) {
     KV_LOG(1, "CREudoraTransBase::SetField Field Id '%s' is not found in the list", fieldId);
 }

@@ -8,6 +8,7 @@
 #include "host/vcard/card_fields.h"
 #include "host/vcard/card_text.h"
 #include "tests/host/one_of.h"
+#include "tests/support/failing_allocation.h"
 
 namespace host::testing {
 namespace {
@@ -46,6 +47,49 @@ TEST(Card, SaysWhereDamageIsAndKeepsWhatItHad) {
         EXPECT_EQ(error->line, test.line);
         EXPECT_THAT(error->what, ::testing::HasSubstr(test.what));
         EXPECT_EQ(card.Serialise(), whole);
+    }
+}
+
+// Twice the size, twice the work, whatever a card is made of.
+TEST(Card, HostileShapesCostInProportionToTheirSize) {
+    const struct {
+        const char *head, *part, *tail;
+    } shapes[] = {{"TEL", ";A=b", ":1"},
+                  {"TEL;X=", "\"\"", ":1"},
+                  {"TEL;TYPE=", "a,", "fax:1"},
+                  {"NOTE:x\n", " y\n", ""},
+                  {"NOTE:", "\\", "n"},
+                  {"NOTE:", "\r", "x"},
+                  {"NOTE:", "\\n", ""},
+                  {"\n", "\n", ""},
+                  {"X:1\n", "X:1\n", ""},
+                  {"", "TEL;TYPE=fax:1\n", ""},
+                  {"NICKNAME:", "a,", ""},
+                  {"ADR:", "a;", ""},
+                  {"ADR:;;", "a,", ";b;c;d"},
+                  {"ADR:;;", "a\\n", ";b;c;d"},
+                  {"N:", "a ;", ""},
+                  {"FN:", "a ,", ""},
+                  {"ADR;LABEL=\"", "^n", "\":;;;"},
+                  {"FN:", "\xC3\xA9", ""},
+                  {"NOTE;ENCODING=QUOTED-PRINTABLE:", "x=\n", ""},
+                  {"NOTE;CHARSET=ISO-8859-1;ENCODING=QUOTED-PRINTABLE:", "=E9=0A", ""},
+                  {"EMAIL;VALUE=uri:", "mailto:", ""},
+                  {"NOTE:", "\xFF", ""},
+                  {"", "UID:a\n", ""}};
+    for (const auto& shape : shapes) {
+        const auto work = [&](int count) {
+            std::string bytes = std::string("BEGIN:VCARD\nVERSION:4.0\n") + shape.head;
+            for (int i = 0; i < count; ++i) bytes += shape.part;
+            bytes += std::string(shape.tail) + "\nEND:VCARD\n";
+            const auto before = test::BytesRequested();
+            Card card;
+            EXPECT_FALSE(card.Parse(bytes)) << bytes.substr(0, 80);
+            WriteFields(card, ReadFields(card).contact, FieldSet::All(), {});
+            EXPECT_FALSE(card.Serialise().empty());
+            return test::BytesRequested() - before;
+        };
+        EXPECT_LT(work(8000), 3 * work(4000)) << shape.head << shape.part;
     }
 }
 

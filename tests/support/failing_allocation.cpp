@@ -8,6 +8,7 @@ namespace {
 
 // The refused request is the one that finds 1; 0 is off.
 long countdown = 0;
+std::size_t bytesRequested = 0;
 bool isLasting = false, hasFailed = false;
 
 bool IsRefused() {
@@ -20,6 +21,7 @@ bool IsRefused() {
 }
 
 void* Take(std::size_t size) noexcept {
+    bytesRequested += size;
     return IsRefused() ? nullptr : std::malloc(size > 0 ? size : 1);
 }
 
@@ -38,6 +40,10 @@ ArmedAllocation::ArmedAllocation(long number, Shortage shortage) {
 
 ArmedAllocation::~ArmedAllocation() {
     countdown = 0;
+}
+
+std::size_t BytesRequested() {
+    return bytesRequested;
 }
 
 bool ArmedAllocation::HasFailed() {

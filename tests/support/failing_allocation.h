@@ -9,6 +9,9 @@ namespace test {
 // Memory that runs out: one request of `new` alone is refused, or each one from there on.
 enum class Shortage { kOne, kLasting };
 
+// How many bytes `new` has been asked for so far: the work that a test of growth counts.
+std::size_t BytesRequested();
+
 // Refuses the n-th request of `new` that the whole process makes, its libraries included (on
 // Windows those of the program alone), as long as the object lives.
 class ArmedAllocation {
