@@ -1,46 +1,149 @@
-#include <cstddef>
+#include <algorithm>
+#include <cctype>
 #include <cstdint>
 #include <cstdlib>
-#include <string_view>
+#include <map>
+#include <vector>
 
+#include "platform/posix/registry_escape.h"
 #include "platform/posix/registry_text.h"
+#include "platform/posix/utf.h"
 
-using platform::posix::FindValue;
-using platform::posix::RegistryValue;
-using platform::posix::WithValue;
+using namespace platform::posix;
 
 namespace {
 
-constexpr char16_t kKey[] = u"Software\\Mail", kName[] = u"Path";
+using Place = std::pair<std::u16string, std::u16string>;  // key and name, in lower case
+// For each value where the data of the line that counts begin and end.
+using Registry = std::map<Place, std::pair<std::size_t, std::size_t>>;
 
 void Require(bool isTrue) {
     if (!isTrue) std::abort();
 }
 
+const char* BehindBlanks(const char* at) {
+    while (std::isspace(static_cast<unsigned char>(*at)) != 0) ++at;
+    return at;
+}
+
+// Whether a line of hex data that begins at `at` is sound and ends in a backslash.
+bool GoesOn(const char* at) {
+    while (std::isxdigit(static_cast<unsigned char>(*at)) != 0) {
+        char* end = nullptr;
+        if (std::strtoul(at, &end, 16) > 0xFF) return false;
+        at = BehindBlanks(end);
+        if (*at == ',') at = BehindBlanks(at + 1);
+    }
+    return *at == '\\';
+}
+
+// Where the hex data begin; an empty text for other data.
+const char* HexData(const char* at) {
+    const std::string data(at);
+    if (data.starts_with("hex:")) return at + 4;
+    if (!data.starts_with("hex(")) return "";
+    at += 4;
+    char* end = const_cast<char*>(at);
+    if (std::isxdigit(static_cast<unsigned char>(*at)) != 0) std::strtoul(at, &end, 16);
+    return std::string_view(end).starts_with("):") ? end + 2 : "";
+}
+
+// In lower case, one backslash before each part and none behind.
+std::u16string PlainKeyOf(std::u16string_view key) {
+    std::u16string plain;
+    for (std::size_t i = 0; i < key.size(); ++i) {
+        if (key[i] == u'\\') continue;
+        if (i == 0 || key[i - 1] == u'\\') plain += u'\\';
+        plain += static_cast<char16_t>(FoldCase(key[i]));
+    }
+    return plain;
+}
+
+// The whole text, read the plain way.
+Registry Read(std::string_view text) {
+    std::vector<std::string> lines;
+    std::vector<std::size_t> begins;
+    for (std::size_t at = 0; at < text.size(); at += lines.back().size() + 1) {
+        begins.push_back(at);
+        lines.emplace_back(text.substr(at, text.find('\n', at) - at));
+    }
+    Registry registry;
+    std::optional<std::u16string> key;
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        std::string_view rest(BehindBlanks(lines[i].c_str()));
+        const char first = rest.empty() ? '\0' : rest.front();
+        rest.remove_prefix(first != '\0');
+        if (first == '[') {
+            key = TakeEscaped(rest, ']');
+            if (key) key = PlainKeyOf(*key);
+        }
+        if (!key || (first != '"' && first != '@')) continue;
+        auto name = first == '"' ? TakeEscaped(rest, '"') : std::u16string();
+        const char* data = name ? BehindBlanks(rest.data()) : "";
+        if (*data != '=') continue;
+        data = BehindBlanks(data + 1);
+        for (auto& unit : *name) unit = static_cast<char16_t>(FoldCase(unit));
+        auto& [begin, end] = registry[{*key, *name}];
+        begin = begins[i] + static_cast<std::size_t>(data - lines[i].c_str());
+        for (data = HexData(data); GoesOn(data) && i + 1 < lines.size();) {
+            data = BehindBlanks(lines[++i].c_str());
+        }
+        end = begins[i] + lines[i].size() - lines[i].ends_with('\r');
+        begin = std::min(begin, end);
+    }
+    return registry;
+}
+
+// The value that stands at that place of the text, and there alone.
+std::optional<RegistryValue> ValueAt(std::string_view text, const Registry::value_type& found) {
+    const auto& [place, stretch] = found;
+    const auto value = FindValue(text, place.first, place.second);
+    const auto feed = text.find('\n', stretch.second);
+    const std::string alone(text.substr(stretch.first, feed - stretch.first + 1));
+    Require(value == FindValue("[k]\n@=" + alone, u"k", u""));
+    return value;
+}
+
+// Sets the value at `place`. What is written is found, the others stay what they were, and nothing
+// changes but that value's data, or what is put in for it at one place.
+void CheckWriting(std::string_view text, const Registry& before, const Place& place,
+                  const RegistryValue& value) {
+    const auto& [key, name] = place;
+    const std::string changed = WithValue(text, key, name, value, {});
+    Require(WithValue(changed, key, name, value, {}) == changed);
+    const auto old = before.find(place);
+    if (old != before.end()) {
+        const auto [begin, end] = old->second;
+        const bool isSame = ValueAt(text, *old) == value;
+        Require(isSame ? changed == text
+                       : changed.starts_with(text.substr(0, begin)) &&
+                             changed.ends_with(text.substr(end)));
+    } else {
+        std::size_t front = 0;
+        while (front < text.size() && text[front] == changed[front]) ++front;
+        Require(changed.ends_with(text.substr(front)));
+    }
+    const Registry after = Read(changed);
+    Require(after.size() == before.size() + (old == before.end()));
+    for (const auto& found : after) {
+        const auto was = before.find(found.first);
+        const auto expected = found.first == place ? value : ValueAt(text, *was);
+        Require(ValueAt(changed, found) == expected);
+    }
+}
+
 }  // namespace
 
-// Whatever the file holds: what is written is found, another value stays what it was, and nothing
-// but one stretch of the text changes.
+// Whatever the text holds: values are read from the lines that count, and one of them (the length
+// says which) can be set, as can one that is not there.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
-    const auto other = FindValue(text, kKey, u"Other");
-    const RegistryValue value{RegistryValue::kText, std::string("v\0\"\0\x42\x30", 6)};
-    const std::string changed =
-        WithValue(text, kKey, kName, value, std::chrono::system_clock::from_time_t(1));
-    Require(FindValue(changed, kKey, kName) == value);
-    Require(FindValue(changed, kKey, u"Other") == other);
-    Require(WithValue(changed, kKey, kName, value, {}) == changed);
-
-    std::size_t front = 0, back = 0;
-    while (front < text.size() && front < changed.size() && text[front] == changed[front]) ++front;
-    while (back < text.size() - front && back < changed.size() - front &&
-           text[text.size() - 1 - back] == changed[changed.size() - 1 - back]) {
-        ++back;
-    }
-    const auto gone = text.substr(front, text.size() - front - back);
-    const bool hadValue = FindValue(text, kKey, kName).has_value();
-    Require(hadValue || gone.empty());
-    // Data in hex may have stood on several lines, but no value's data hold the start of a key.
-    Require(gone.find("\n[") == std::string_view::npos);
+    const Registry registry = Read(text);
+    const RegistryValue number{RegistryValue::kNumber, "1234"};
+    CheckWriting(text, registry, {u"\\new\\key", u"path"}, number);
+    if (registry.empty()) return 0;
+    const Place place = std::next(registry.begin(), size % registry.size())->first;
+    CheckWriting(text, registry, place, {RegistryValue::kText, std::string("v\0\"\0\x42\x30", 6)});
+    CheckWriting(text, registry, {place.first, u"no name"}, number);
     return 0;
 }

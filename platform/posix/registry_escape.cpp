@@ -60,8 +60,7 @@ std::optional<std::u16string> TakeEscaped(std::string_view& rest, char end) {
         const char letter = rest.front();
         if (static_cast<unsigned char>(letter) >= 0x80) {
             const char32_t character = TakeUtf8(rest);
-            AppendUtf16(character == kNoCharacter ? static_cast<unsigned char>(letter) : character,
-                        text);
+            if (character != kNoCharacter) AppendUtf16(character, text);
             continue;
         }
         rest.remove_prefix(1);

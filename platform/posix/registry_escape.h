@@ -7,8 +7,8 @@
 namespace platform::posix {
 
 // Texts as Wine's registry files write them: ASCII, with \\, \", \n and the like, and \xNNNN for
-// the UTF-16 units of everything else. Bytes that are not ASCII are read as UTF-8, or, where they
-// are none, as the characters of the same number.
+// the UTF-16 units of everything else. Bytes that are not ASCII are read as UTF-8; where they
+// are none they are dropped.
 
 // Takes a text and the `end` character behind it off `rest`, which begins with the text. Nothing
 // if there is no end.

@@ -12,12 +12,10 @@ namespace platform::posix {
 
 namespace {
 
-constexpr std::string_view kBlanks = " \t";
+constexpr std::string_view kBlanks = " \t\n\v\f\r";
 
-std::string_view WithoutBlanks(std::string_view text) {
-    const auto first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+void SkipBlanks(std::string_view& rest) {
+    rest.remove_prefix(std::min(rest.find_first_not_of(kBlanks), rest.size()));
 }
 
 bool Skip(std::string_view& rest, std::string_view prefix) {
@@ -26,45 +24,61 @@ bool Skip(std::string_view& rest, std::string_view prefix) {
     return true;
 }
 
-std::optional<unsigned> TakeHex(std::string_view& rest) {
-    unsigned number = 0;
+bool BeginsWithHexDigit(std::string_view rest) {
+    constexpr std::string_view kDigits = "0123456789abcdefABCDEF";
+    return !rest.empty() && kDigits.find(rest.front()) != std::string_view::npos;
+}
+
+// A number in hex, with "0x" or without. Where there is none it is 0, and one that is too large is
+// the largest.
+std::uint64_t TakeHex(std::string_view& rest) {
+    std::string_view digits = rest;
+    const bool isMarked = Skip(digits, "0x") || Skip(digits, "0X");
+    if (isMarked && BeginsWithHexDigit(digits)) rest = digits;
+    std::uint64_t number = 0;
     const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), number, 16);
-    if (error != std::errc()) return std::nullopt;
     rest.remove_prefix(static_cast<std::size_t>(end - rest.data()));
-    return number;
+    return error == std::errc::result_out_of_range ? ~std::uint64_t{0} : number;
 }
 
-// Takes "word:" or "word(N):" off `rest`, N being the type in hex.
-std::optional<unsigned> TakeType(std::string_view& rest, std::string_view word,
-                                 unsigned plainType) {
-    if (!Skip(rest, word)) return std::nullopt;
-    if (Skip(rest, ":")) return plainType;
-    if (!Skip(rest, "(")) return std::nullopt;
-    const auto type = TakeHex(rest);
-    if (!type || !Skip(rest, "):")) return std::nullopt;
-    return type;
-}
-
-std::optional<std::string> ParseHexBytes(std::string_view rest) {
-    std::string bytes;
-    while (!rest.empty()) {
-        if (kBlanks.find(rest.front()) != std::string_view::npos ||
-            std::string_view("\\\r\n,").find(rest.front()) != std::string_view::npos) {
-            rest.remove_prefix(1);
-            continue;
-        }
-        const auto number = TakeHex(rest);
-        if (!number || *number > 0xFF) return std::nullopt;
-        bytes += static_cast<char>(*number);
+// Takes the name of a value off `rest`, and what stands before its data.
+std::optional<std::u16string> TakeValueName(std::string_view& rest) {
+    std::optional<std::u16string> name;
+    if (Skip(rest, "@")) {
+        name.emplace();
+    } else if (Skip(rest, "\"")) {
+        name = TakeEscaped(rest, '"');
     }
-    return bytes;
+    SkipBlanks(rest);
+    if (!name || !Skip(rest, "=")) return std::nullopt;
+    SkipBlanks(rest);
+    return name;
 }
 
-std::optional<std::string> ParseQuoted(std::string_view rest) {
-    if (!Skip(rest, "\"")) return std::nullopt;
-    const auto text = TakeEscaped(rest, '"');
-    if (!text || !WithoutBlanks(rest).empty()) return std::nullopt;
-    return BytesFromUtf16(*text);
+// Takes "hex:" or "hex(N):" off `rest`, N being the type in hex.
+std::optional<unsigned> TakeHexType(std::string_view& rest) {
+    constexpr unsigned kBinary = 3;
+    if (Skip(rest, "hex:")) return kBinary;
+    if (!Skip(rest, "hex(")) return std::nullopt;
+    const auto type = TakeHex(rest);
+    if (!Skip(rest, "):")) return std::nullopt;
+    return static_cast<unsigned>(type);
+}
+
+enum class HexEnd { kWhole, kGoesOn, kDamaged };
+
+// Appends the bytes of one line of data in hex.
+HexEnd AppendHexLine(std::string_view rest, std::string& bytes) {
+    while (BeginsWithHexDigit(rest)) {
+        const auto number = TakeHex(rest);
+        if (number > 0xFF) return HexEnd::kDamaged;
+        bytes += static_cast<char>(number);
+        SkipBlanks(rest);
+        Skip(rest, ",");
+        SkipBlanks(rest);
+    }
+    if (rest.empty()) return HexEnd::kWhole;
+    return rest.front() == '\\' ? HexEnd::kGoesOn : HexEnd::kDamaged;
 }
 
 std::string BytesFromNumber(std::uint32_t number) {
@@ -73,72 +87,77 @@ std::string BytesFromNumber(std::uint32_t number) {
     return bytes;
 }
 
-// The physical line, without its end.
-RegistryLine PhysicalLine(std::string_view text, std::size_t begin) {
-    const auto feed = text.find('\n', begin);
-    if (feed == std::string_view::npos) return {begin, text.size(), text.size()};
-    const bool hasReturn = feed > begin && text[feed - 1] == '\r';
-    return {begin, feed - hasReturn, feed + 1};
-}
-
-// Data in hex go on where a backslash ends the line and the next one looks like more of them.
-bool GoesOn(std::string_view text, const RegistryLine& line) {
-    if (line.next >= text.size() || !line.In(text).ends_with('\\')) return false;
-    const RegistryLine next = PhysicalLine(text, line.next);
-    const std::string_view more = next.In(text);
-    return !more.empty() &&
-           more.find_first_not_of(" \t,\\0123456789abcdefABCDEF") == std::string_view::npos;
+// Data that stand on one line. What follows them there means nothing.
+std::optional<RegistryValue> ParseData(std::string_view rest) {
+    if (Skip(rest, "dword:")) {
+        SkipBlanks(rest);
+        return RegistryValue{RegistryValue::kNumber,
+                             BytesFromNumber(static_cast<std::uint32_t>(TakeHex(rest)))};
+    }
+    constexpr std::pair<std::string_view, unsigned> kTexts[] = {
+        {"\"", RegistryValue::kText},
+        {"str:\"", RegistryValue::kText},
+        {"str(2):\"", RegistryValue::kExpandText},
+        {"str(7):\"", RegistryValue::kTexts}};
+    for (const auto& [prefix, type] : kTexts) {
+        if (!Skip(rest, prefix)) continue;
+        const auto text = TakeEscaped(rest, '"');
+        if (text) return RegistryValue{type, BytesFromUtf16(*text)};
+    }
+    return std::nullopt;
 }
 
 }  // namespace
 
-RegistryLine LineAt(std::string_view text, std::size_t begin) {
-    RegistryLine line = PhysicalLine(text, begin);
-    if (line.In(text).find("=hex") == std::string_view::npos) return line;
-    while (GoesOn(text, line)) {
-        const RegistryLine next = PhysicalLine(text, line.next);
-        line.end = next.end;
-        line.next = next.next;
-    }
+std::string_view RegistryLine::In(std::string_view text) const {
+    std::string_view line = text.substr(begin, end - begin);
+    line = line.substr(0, line.find('\0'));
+    SkipBlanks(line);
     return line;
+}
+
+RegistryLine LineAt(std::string_view text, std::size_t begin) {
+    const std::size_t feed = std::min(text.find('\n', begin), text.size());
+    const bool hasReturn = feed > begin && text[feed - 1] == '\r';
+    return {begin, feed - hasReturn, std::min(feed + 1, text.size())};
+}
+
+std::u16string PlainKey(std::u16string_view key) {
+    std::u16string plain;
+    for (const char16_t unit : key) {
+        if (unit != u'\\' || (!plain.empty() && plain.back() != u'\\')) plain += unit;
+    }
+    if (plain.ends_with(u'\\')) plain.pop_back();
+    return plain;
 }
 
 std::optional<std::u16string> ParseKeyLine(std::string_view line) {
     if (!Skip(line, "[")) return std::nullopt;
-    return TakeEscaped(line, ']');
+    const auto key = TakeEscaped(line, ']');
+    if (!key) return std::nullopt;
+    return PlainKey(*key);
 }
 
-std::optional<std::u16string> TakeValueName(std::string_view& rest) {
-    std::optional<std::u16string> name;
-    if (Skip(rest, "@")) {
-        name.emplace();
-    } else if (Skip(rest, "\"")) {
-        name = TakeEscaped(rest, '"');
+std::optional<ValueLine> ReadValueLine(std::string_view text, RegistryLine line) {
+    std::string_view rest = line.In(text);
+    const auto name = TakeValueName(rest);
+    if (!name) return std::nullopt;
+    ValueLine found{*name, {}, static_cast<std::size_t>(rest.data() - text.data()), {}, {}, false};
+    if (const auto type = TakeHexType(rest)) {
+        std::string bytes;
+        HexEnd end = AppendHexLine(rest, bytes);
+        while (end == HexEnd::kGoesOn && line.next < text.size()) {
+            line = LineAt(text, line.next);
+            end = AppendHexLine(line.In(text), bytes);
+        }
+        if (end == HexEnd::kWhole) found.value = RegistryValue{*type, bytes};
+        found.isOpen = end == HexEnd::kGoesOn;
+    } else {
+        found.value = ParseData(rest);
     }
-    if (!name || !Skip(rest, "=")) return std::nullopt;
-    return name;
-}
-
-std::optional<RegistryValue> ParseData(std::string_view data) {
-    data = WithoutBlanks(data);
-    std::string_view rest = data;
-    if (Skip(rest, "dword:")) {
-        const auto number = TakeHex(rest);
-        if (!number || !rest.empty()) return std::nullopt;
-        return RegistryValue{RegistryValue::kNumber, BytesFromNumber(*number)};
-    }
-    std::optional<std::string> bytes;
-    std::optional<unsigned> type;
-    if ((type = TakeType(rest = data, "hex", 3))) {
-        bytes = ParseHexBytes(rest);
-    } else if (data.starts_with('"')) {
-        type = RegistryValue::kText;
-        bytes = ParseQuoted(data);
-    } else if ((type = TakeType(rest = data, "str", RegistryValue::kText))) {
-        bytes = ParseQuoted(rest);
-    }
-    if (!type || !bytes) return std::nullopt;
-    return RegistryValue{*type, *bytes};
+    found.dataEnd = line.end;
+    found.next = line.next;
+    return found;
 }
 
 std::string FormatData(const RegistryValue& value) {

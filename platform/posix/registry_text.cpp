@@ -10,44 +10,35 @@ namespace platform::posix {
 
 namespace {
 
-// The first line from `at` on that opens a key; the end of the text if there is none. No other
-// line, not even one of several that hold one value's data, begins with a bracket.
-std::size_t NextKeyLine(std::string_view text, std::size_t at) {
-    if (at >= text.size() || text[at] == '[') return at;
-    const auto found = text.find("\n[", at);
-    return found == std::string_view::npos ? text.size() : found + 1;
-}
-
 // What a walk over the text has found of one value.
 struct Search {
-    std::optional<RegistryValue> value;
-    std::size_t dataBegin = 0, dataEnd = 0;  // of the value, if there is one
-    std::optional<std::size_t> keyEnd;       // behind the key's last line that is not empty
+    std::optional<ValueLine> line;      // the last one for the value
+    std::optional<std::size_t> keyEnd;  // behind the key's last line that is not empty
+    bool isOpen = false;                // the text ends in a value that would take one more line
 };
 
 Search FindPlaces(std::string_view text, std::u16string_view key, std::u16string_view name) {
     Search search;
-    bool isInKey = false;
+    const std::u16string wanted = PlainKey(key);
+    bool isInKey = false, isInWanted = false;
     for (std::size_t at = 0; at < text.size();) {
-        if (!isInKey) at = NextKeyLine(text, at);
-        if (at == text.size()) break;
         const RegistryLine line = LineAt(text, at);
         const std::string_view content = line.In(text);
         at = line.next;
         if (content.starts_with('[')) {
             const auto found = ParseKeyLine(content);
-            isInKey = found && EqualFolded(*found, key);
+            isInKey = found.has_value();
+            isInWanted = found && EqualFolded(*found, wanted);
+        } else if (isInWanted || (isInKey && content.find("hex") != std::string_view::npos)) {
+            // Elsewhere, only data in hex matter, since they may take lines that look like others.
+            auto value = ReadValueLine(text, line);
+            if (value) {
+                at = value->next;
+                search.isOpen = value->isOpen;
+                if (isInWanted && EqualFolded(value->name, name)) search.line = std::move(value);
+            }
         }
-        if (!isInKey || content.empty()) continue;
-        search.keyEnd = line.next;
-        std::string_view rest = content;
-        const auto found = TakeValueName(rest);
-        if (!found || !EqualFolded(*found, name)) continue;
-        auto value = ParseData(rest);
-        if (!value) continue;
-        search.value = std::move(value);
-        search.dataBegin = line.end - rest.size();
-        search.dataEnd = line.end;
+        if (isInWanted && !content.empty()) search.keyEnd = at;
     }
     return search;
 }
@@ -75,22 +66,26 @@ std::string KeyLines(std::u16string_view key, std::chrono::system_clock::time_po
 
 std::optional<RegistryValue> FindValue(std::string_view text, std::u16string_view key,
                                        std::u16string_view name) {
-    return FindPlaces(text, key, name).value;
+    auto search = FindPlaces(text, key, name);
+    if (!search.line) return std::nullopt;
+    return std::move(search.line->value);
 }
 
 std::string WithValue(std::string_view text, std::u16string_view key, std::u16string_view name,
                       const RegistryValue& value, std::chrono::system_clock::time_point now) {
     const Search search = FindPlaces(text, key, name);
     std::string result(text);
-    if (search.value) {
-        if (*search.value == value) return result;
-        return result.replace(search.dataBegin, search.dataEnd - search.dataBegin,
+    if (search.line) {
+        if (search.line->value == value) return result;
+        return result.replace(search.line->dataBegin, search.line->dataEnd - search.line->dataBegin,
                               FormatData(value));
     }
     const std::string_view lineEnd = LineEndOf(text);
     const std::size_t place = search.keyEnd.value_or(text.size());
     std::string added;
     if (place > 0 && text[place - 1] != '\n') added += lineEnd;
+    // Else the new line would be taken for the rest of that value.
+    if (search.isOpen && place == text.size()) added.append(";").append(lineEnd);
     if (!search.keyEnd) added.append(lineEnd).append(KeyLines(key, now, lineEnd));
     added += name.empty() ? "@" : '"' + Escape(name, false) + '"';
     added.append("=").append(FormatData(value)).append(lineEnd);

@@ -10,22 +10,23 @@ namespace platform::posix {
 // A registry value: its Windows type number and its bytes (texts in UTF-16, numbers
 // little-endian).
 struct RegistryValue {
-    static constexpr unsigned kText = 1, kExpandText = 2, kNumber = 4;
+    static constexpr unsigned kText = 1, kExpandText = 2, kNumber = 4, kTexts = 7;
 
     unsigned type = 0;
     std::string data;
     bool operator==(const RegistryValue&) const = default;
 };
 
-// Registry files in Wine's text format. Each call streams over the text; lines that make no sense
-// are passed over. Keys and names are matched without regard to case; of several lines for one
-// value the last counts. The empty name is the key's default value.
+// Registry files in Wine's text format, damaged ones included, as Wine 8 takes them: keys and
+// names are matched without regard to case, a key's lines may stand in several places, and of
+// several lines for one value the last counts, even if its data are damaged and give nothing. Each
+// call streams over the text. The empty name is the key's default value.
 std::optional<RegistryValue> FindValue(std::string_view text, std::u16string_view key,
                                        std::u16string_view name);
 
 // The text with that value set (of type kText or kNumber). Every other byte stays as it is: the
-// data of an existing value are exchanged, a new value is put behind the last line of its key, and
-// a new key, stamped with `now`, behind the end.
+// data of the line that counts are exchanged, a new value is put behind the last line of its key,
+// and a new key, stamped with `now`, behind the end.
 std::string WithValue(std::string_view text, std::u16string_view key, std::u16string_view name,
                       const RegistryValue& value, std::chrono::system_clock::time_point now);
 

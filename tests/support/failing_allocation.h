@@ -25,8 +25,9 @@ class ArmedAllocation {
 };
 
 // Calls `attempt(run)` for each allocation that the operation under test makes. The attempt builds
-// what it needs, the same each time, calls run(operation), in which that allocation fails, and judges what is left.
-// `run` gives false if std::bad_alloc came out of the operation. The first failed check ends it.
+// what it needs, the same each time, calls run(operation), in which that allocation fails, and
+// judges what is left. `run` gives false if std::bad_alloc came out of the operation. The first
+// failed check ends the sweep.
 //
 //     ForEachFailingAllocation([&](auto run) {
 //         Book book = Sample();
