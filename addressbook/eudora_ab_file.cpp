@@ -125,7 +125,7 @@ Status CEudoraAB::WriteFile() {
 }
 
 Status CEudoraAB::WriteSide(const std::string& path) {
-    auto file = Util().system.files.Open(path, platform::OpenMode::kCreate, platform::Share::kNone);
+    auto file = platform::CreateAfresh(Util().system.files, path);
     if (!file) return file.Error();
     m_File = std::move(*file);
     auto status = addressbook::WriteNicknames(

@@ -59,7 +59,7 @@ Code AttachmentCopies::Add(std::string_view linePath, bool& isPresent) {
     if (source.empty()) return mapi::kSuccess;
     const auto copy = MakeFile(PlainFileName(linePath, m_system.processes.CodePage()));
     if (!copy) return mapi::kAttachmentWriteFailure;
-    const auto status = m_system.files.Copy(source, *copy);
+    const auto status = platform::CopyInto(m_system.files, source, *copy);
     isPresent = status.HasValue();
     if (status) return mapi::kSuccess;
     // A file that cannot be read is as good as none; all else is worth an error.
@@ -77,7 +77,7 @@ Code AttachmentCopies::AddEmpty(std::string name) {
 }
 
 Code AttachmentCopies::WriteTo(std::size_t file, std::string_view content) {
-    const auto open = m_system.files.Open(m_copies[file].path, platform::OpenMode::kCreate,
+    const auto open = m_system.files.Open(m_copies[file].path, platform::OpenMode::kReadWrite,
                                           platform::Share::kNone);
     if (!open || !(*open)->Write(content) || !(*open)->Close()) {
         return mapi::kAttachmentWriteFailure;

@@ -48,10 +48,7 @@ class AttachFolder {
         auto name = PlainFileName(file.lpszFileName == nullptr ? "" : file.lpszFileName, codePage);
         if (name.empty()) name = PlainFileName(source, codePage);
         (void)m_system.files.CreateFolder(m_folder);
-        const auto path = MakeFree(name, codePage);
-        if (path.empty()) return mapi::kAttachmentWriteFailure;
-        m_copies.push_back(path);
-        const auto status = m_system.files.Copy(source, path);
+        const auto status = CopyToFree(source, name, codePage);
         if (status) return mapi::kSuccess;
         return status.Error().context == source ? mapi::kAttachmentOpenFailure
                                                 : mapi::kAttachmentWriteFailure;
@@ -61,19 +58,20 @@ class AttachFolder {
     void Keep() { m_isKept = true; }
 
   private:
-    // An empty file of that name, or with a number behind it; empty if there is none to be had.
-    std::string MakeFree(const std::string& name, unsigned codePage) const {
+    // Under that name, or with a number behind it.
+    platform::Status CopyToFree(const std::string& source, const std::string& name,
+                                unsigned codePage) {
         auto parts = platform::SplitPath(name, codePage);
         const std::string stem = parts.name;
+        platform::Status status;
         for (int number = 0; number < kMostNames; ++number) {
             if (number > 0) parts.name = stem + std::to_string(number);
             auto path = m_folder + '\\' + platform::JoinPath(parts);
-            const auto file =
-                m_system.files.Open(path, platform::OpenMode::kCreateNew, platform::Share::kNone);
-            if (file) return path;
-            if (file.Error().code != platform::ErrorCode::kAlreadyExists) return {};
+            status = m_system.files.Copy(source, path);
+            if (status) m_copies.push_back(std::move(path));
+            if (status || status.Error().code != platform::ErrorCode::kAlreadyExists) break;
         }
-        return {};
+        return status;
     }
 
     platform::System m_system;

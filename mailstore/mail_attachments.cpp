@@ -42,7 +42,7 @@ bool CREudoraMail::AddAttachment(const MapiFileDesc& file, CArray<CRAttachmentIn
     platform::Files& files = Util().system.files;
     const auto folder = files.TempFolder();
     const auto target = folder ? files.CreateTempFile(*folder, "Qzv") : folder;
-    if (!target || !files.Copy(source.Str(), *target)) {
+    if (!target || !platform::CopyInto(files, source.Str(), *target)) {
         KV_LOG(1, "Unable to Copy the file");
         return false;
     }

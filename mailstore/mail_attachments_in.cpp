@@ -71,10 +71,7 @@ bool CREudoraMail::StoreAttachment(const CRAttachmentInfo& item, MapiFileDesc& e
     platform::Files& files = Util().system.files;
     const CString target = AttachPath(item.csFileName);
     auto path = CopyOf(target.Str()), name = CopyOf(item.csDisplayName.Str());
-    const bool isCopied = !target.IsEmpty() && files.Copy(item.csFilePath.Str(), target.Str());
-    if (!isCopied) {
-        // Nothing was there before: what is there now is a part of the copy.
-        if (!target.IsEmpty()) (void)files.Delete(target.Str());
+    if (target.IsEmpty() || !files.Copy(item.csFilePath.Str(), target.Str())) {
         KV_LOG(1, "Unable to Copy the file");
         return false;
     }
@@ -96,16 +93,12 @@ CString CREudoraMail::AttachPath(const CString& fileName) {
     return path.Str().size() > kLongestPath ? CString() : path;
 }
 
-// What cannot be looked at may exist. Ends at a path that is too long for a file.
+// Ends at a path that is too long for a file.
 CString CREudoraMail::MakeUniquePath(const CString& path) {
     platform::Files& files = Util().system.files;
-    const auto isFree = [&](const std::string& candidate) {
-        const auto info = files.Stat(candidate);
-        return !info && info.Error().code == platform::ErrorCode::kNotFound;
-    };
     auto parts = platform::SplitPath(path.Str(), Util().system.processes.CodePage());
     std::string candidate = path.Str();
-    while (candidate.size() <= kLongestPath && !isFree(candidate)) {
+    while (candidate.size() <= kLongestPath && !files.IsFree(candidate)) {
         parts.name += '1';
         candidate = JoinPath(parts);
     }

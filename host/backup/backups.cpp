@@ -193,7 +193,9 @@ platform::Status Backups::Prune() {
 
 platform::Status Backups::Stage(const std::string& folder, const Backup& backup) {
     for (const BackupFile& file : backup.files) {
-        auto status = CopyFlushed(Join(folder, file.name), SideOf(file.origin));
+        const std::string side = SideOf(file.origin);
+        auto status = platform::MakeFree(m_files, side);
+        if (status) status = CopyFlushed(Join(folder, file.name), side);
         if (status) continue;
         for (const BackupFile& staged : backup.files) (void)m_files.Delete(SideOf(staged.origin));
         return status;

@@ -119,7 +119,7 @@ platform::Status VdirContacts::Write(const std::string& name, const std::string&
     RemoveLeftovers();
     const std::string side = PathOf(std::string(kSidePrefix).append(name).append(kSideSuffix));
     const auto writeSide = [&]() -> platform::Status {
-        auto file = m_files.Open(side, platform::OpenMode::kCreate, platform::Share::kNone);
+        auto file = platform::CreateAfresh(m_files, side);
         if (!file) return file.Error();
         if (auto status = (*file)->Write(content); !status) return status;
         if (auto status = (*file)->Flush(); !status) return status;

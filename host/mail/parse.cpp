@@ -63,7 +63,8 @@ class FileMaker {
         auto path = m_place.files.CreateTempFile(m_place.folder, "kvm");
         if (!path) return path.Error();
         m_mail.attachments.push_back({NameOf(part), *path});
-        auto file = m_place.files.Open(*path, platform::OpenMode::kCreate, platform::Share::kNone);
+        auto file =
+            m_place.files.Open(*path, platform::OpenMode::kReadWrite, platform::Share::kNone);
         if (!file) return file.Error();
         if (auto written = Write(**file, part); !written) return written;
         return (*file)->Close();

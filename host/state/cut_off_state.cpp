@@ -28,7 +28,7 @@ class TemporaryCopy {
         auto path = m_files.CreateTempFile(*folder, "kvs");
         if (!path) return path.Error();
         m_path = *std::move(path);
-        if (auto status = m_files.Copy(original, m_path); !status) return status;
+        if (auto status = platform::CopyInto(m_files, original, m_path); !status) return status;
         return m_files.Copy(JournalOf(original), JournalOf(m_path));
     }
     const std::string& Path() const { return m_path; }

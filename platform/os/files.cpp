@@ -1,11 +1,40 @@
 #include "platform/os/files.h"
 
+#include <algorithm>
+#include <random>
+
 namespace platform {
 
 Result<std::size_t> File::ReadAt(std::uint64_t offset, std::span<char> buffer) {
     const auto at = Seek(static_cast<std::int64_t>(offset), SeekFrom::kBegin);
     if (!at) return at.Error();
     return Read(buffer);
+}
+
+bool Files::IsFree(std::string_view path) {
+    const auto info = Stat(path);
+    return !info && info.Error().code == ErrorCode::kNotFound;
+}
+
+Result<std::string> Files::CreateTempFolder(std::string_view folder, std::string_view prefix) {
+    std::random_device random;
+    for (;;) {
+        std::string path(folder);
+        if (!path.ends_with(Separator())) path += Separator();
+        path += prefix;
+        for (int i = 0; i < 16; ++i) path += "0123456789abcdef"[random() % 16];
+        auto status = CreatePrivateFolder(path);
+        if (status) return path;
+        if (status.Error().code != ErrorCode::kAlreadyExists) return status.Error();
+    }
+}
+
+bool LiesIn(Files& files, std::string_view path, std::string_view folder) {
+    const auto real = files.RealPath(path);
+    auto root = files.RealPath(folder);
+    if (!real || !root) return false;
+    if (!root->ends_with('/')) *root += '/';
+    return real->size() > root->size() && real->starts_with(*root);
 }
 
 Result<std::string> ReadWhole(Files& files, std::string_view path, std::uint64_t limit,
@@ -27,10 +56,40 @@ Result<std::string> ReadWhole(Files& files, std::string_view path, std::uint64_t
     return content;
 }
 
+Status MakeFree(Files& files, std::string_view path) {
+    auto status = files.Delete(path);
+    return status || status.Error().code == ErrorCode::kNotFound ? Status() : status;
+}
+
+Result<std::unique_ptr<File>> CreateAfresh(Files& files, std::string_view path) {
+    if (auto status = MakeFree(files, path); !status) return status.Error();
+    return files.Open(path, OpenMode::kCreateNew, Share::kNone);
+}
+
+Status CopyInto(Files& files, std::string_view from, std::string_view to) {
+    const auto source = files.Open(from, OpenMode::kRead, Share::kReadWrite);
+    if (!source) return source.Error();
+    const auto target = files.Open(to, OpenMode::kReadWrite, Share::kNone);
+    if (!target) return target.Error();
+    if (auto status = (*target)->Truncate(0); !status) return status;
+    const auto size = (*source)->Size();
+    if (!size) return size.Error();
+    std::vector<char> buffer(1 << 16);
+    for (auto left = *size; left > 0;) {
+        const auto count = (*source)->Read(std::span(buffer).first(
+            static_cast<std::size_t>(std::min<std::uint64_t>(left, buffer.size()))));
+        if (!count) return count.Error();
+        if (*count == 0) break;
+        if (auto status = (*target)->Write({buffer.data(), *count}); !status) return status;
+        left -= *count;
+    }
+    return (*target)->Close();
+}
+
 namespace {
 
 Status WriteFlushed(Files& files, std::string_view path, std::string_view content) {
-    auto file = files.Open(path, OpenMode::kCreate, Share::kNone);
+    auto file = CreateAfresh(files, path);
     if (!file) return file.Error();
     if (auto status = (*file)->Write(content); !status) return status;
     if (auto status = (*file)->Flush(); !status) return status;

@@ -16,9 +16,8 @@ namespace platform {
 enum class OpenMode {
     kRead,              // existing file, reading only
     kReadWrite,         // existing file, reading and writing, content kept
-    kCreate,            // created, or cut to length 0; reading and writing
-    kCreateNew,         // created; kAlreadyExists if there is one
-    kReadWriteOrCreate  // content kept; created empty if there is none
+    kCreateNew,         // created; kAlreadyExists unless the name is free
+    kReadWriteOrCreate  // content kept; created empty if the name is free
 };
 
 // What others may do with the file while it is open here. Programs of ours keep to it on every
@@ -61,11 +60,14 @@ struct FolderEntry {
 };
 
 // A file system. A path is in the form and encoding that the implementation states: the module's
-// has Windows paths in the system code page, the host's has native paths in UTF-8.
+// has Windows paths in the system code page, the host's has native paths in UTF-8. Links are
+// followed to what is there; nothing is ever made where a link leads.
 class Files {
   public:
     virtual ~Files() = default;
 
+    // At once kNotRegular for what is no file: a folder, a device, a pipe, a socket, or for writing
+    // a link that leads nowhere.
     virtual Result<std::unique_ptr<File>> Open(std::string_view path, OpenMode mode,
                                                Share share) = 0;
     // kNotFound if there is nothing of that name.
@@ -74,10 +76,13 @@ class Files {
     // `pattern` is matched against the names without regard to case; it may hold * and ?.
     virtual Result<std::vector<FolderEntry>> List(std::string_view folder,
                                                   std::string_view pattern) = 0;
+    // Of a link the link itself.
     virtual Status Delete(std::string_view path) = 0;
-    // Overwrites `to`. Shares the blocks where the file system can.
+    // kAlreadyExists unless `to` is free. Takes time and permissions along, shares the blocks where
+    // the file system can, and leaves nothing behind when it fails. The failure names the file that
+    // it is about.
     virtual Status Copy(std::string_view from, std::string_view to) = 0;
-    // kAlreadyExists if `to` exists; both must lie on one file system.
+    // kAlreadyExists unless `to` is free; both must lie on one file system.
     virtual Status Move(std::string_view from, std::string_view to) = 0;
     // As Move, but the new name may be durable only after a Settle.
     virtual Status MoveLazily(std::string_view from, std::string_view to) { return Move(from, to); }
@@ -90,8 +95,13 @@ class Files {
     // a reader sees the old content or the new one. `to` must exist and must be openable for
     // writing; its permissions are kept. After a failure both files are as they were.
     virtual Status Replace(std::string_view from, std::string_view to) = 0;
-    virtual Status CreateFolder(std::string_view path) = 0;  // kAlreadyExists if it exists
+    virtual Status CreateFolder(std::string_view path) = 0;  // kAlreadyExists unless it is free
+    // As CreateFolder, but for the user alone. On Windows the rules of the folder above hold.
+    virtual Status CreatePrivateFolder(std::string_view path) { return CreateFolder(path); }
     virtual Status RemoveFolder(std::string_view path) = 0;  // an empty one
+    // The absolute path of what is there, in UTF-8, every link followed and every part spelt as it
+    // is, the parts separated by slashes: for comparing, not for opening.
+    virtual Result<std::string> RealPath(std::string_view path) = 0;
     // Another name of the same file in 8.3 form if there is one, else the path itself.
     // kNotFound if there is no such file.
     virtual Result<std::string> ShortPath(std::string_view path) = 0;
@@ -105,11 +115,29 @@ class Files {
     virtual char Separator() const = 0;
 
     bool Exists(std::string_view path) { return static_cast<bool>(Stat(path)); }
+    // Whether nothing has that name, not even a link that leads nowhere. False when in doubt.
+    virtual bool IsFree(std::string_view path);
+    // Makes a private folder with a new name that nobody can guess: the prefix and random letters.
+    // Gives its path.
+    Result<std::string> CreateTempFolder(std::string_view folder, std::string_view prefix);
 };
+
+// Whether `path` leads to something that lies, when all links are followed, inside `folder`.
+bool LiesIn(Files& files, std::string_view path, std::string_view folder);
 
 // The whole content. kTooLarge, without reading, if it has more than `limit` bytes.
 Result<std::string> ReadWhole(Files& files, std::string_view path, std::uint64_t limit,
                               Share share = Share::kRead);
+
+// Removes what has the name of a file that is to be made, be it a link or a pipe, but no folder.
+Status MakeFree(Files& files, std::string_view path);
+
+// Makes a file for writing whose name was made free.
+Result<std::unique_ptr<File>> CreateAfresh(Files& files, std::string_view path);
+
+// Gives the existing file `to` the content of `from`; its permissions stay. The failure names the
+// file that it is about.
+Status CopyInto(Files& files, std::string_view from, std::string_view to);
 
 // Makes `content` the file's content so that a crash or a failure at any step leaves the old
 // content or the new one, in full: writes a side file in the same folder, flushes it, and lets it

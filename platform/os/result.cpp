@@ -14,6 +14,8 @@ const char* Describe(ErrorCode code) {
             return "in use by another program";
         case ErrorCode::kAlreadyExists:
             return "already exists";
+        case ErrorCode::kNotRegular:
+            return "is no regular file";
         case ErrorCode::kNoSpace:
             return "no space left on the disk";
         case ErrorCode::kTooLarge:

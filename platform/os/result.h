@@ -13,6 +13,7 @@ enum class ErrorCode {
     kAccessDenied,
     kSharingViolation,  // somebody else holds the thing in a way that excludes this use
     kAlreadyExists,
+    kNotRegular,  // a folder, a device, a pipe or the like where a file was asked for
     kNoSpace,
     kTooLarge,
     kInvalidArgument,

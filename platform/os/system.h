@@ -35,4 +35,9 @@ void SetDialogSource(Dialogs* (*source)());
 // prefix too.
 Files& NativeFiles();
 
+// From now on what NativeFiles() makes is for the user alone: folders with 0700, files with 0600,
+// copies with what the user may do with the original. A file that is replaced keeps its
+// permissions. On Windows the rules of the folder hold, and nothing changes.
+void KeepNewFilesPrivate();
+
 }  // namespace platform

@@ -3,8 +3,10 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <cerrno>
 
+#include "platform/os/system.h"
 #include "platform/posix/posix_error.h"
 #include "platform/posix/share_lock.h"
 
@@ -12,20 +14,28 @@ namespace platform::posix {
 
 namespace {
 
-int FlagsOf(OpenMode mode) {
+std::atomic<mode_t> thePermissions = 0777;
+
+bool IsLink(const std::string& path) {
+    struct stat info;
+    return lstat(path.c_str(), &info) == 0 && S_ISLNK(info.st_mode);
+}
+
+// Opening alone can wake a device, so a name is looked at before.
+bool IsSomethingElse(const std::string& path) {
+    struct stat info;
+    return stat(path.c_str(), &info) == 0 && !S_ISREG(info.st_mode);
+}
+
+// The system makes a file where a link leads, unless it is told that the file must be new.
+FileHandle OpenOrCreate(const std::string& path, OpenMode mode) {
     constexpr int kCommon = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-    switch (mode) {
-        case OpenMode::kRead:
-            return kCommon | O_RDONLY;
-        case OpenMode::kReadWrite:
-            return kCommon | O_RDWR;
-        case OpenMode::kCreateNew:
-            return kCommon | O_RDWR | O_CREAT | O_EXCL;
-        case OpenMode::kCreate:
-        case OpenMode::kReadWriteOrCreate:
-            return kCommon | O_RDWR | O_CREAT;
+    if (mode == OpenMode::kRead) return FileHandle(open(path.c_str(), kCommon | O_RDONLY));
+    if (mode != OpenMode::kCreateNew) {
+        FileHandle handle(open(path.c_str(), kCommon | O_RDWR));
+        if (handle || errno != ENOENT || mode == OpenMode::kReadWrite) return handle;
     }
-    return kCommon;
+    return FileHandle(open(path.c_str(), kCommon | O_RDWR | O_CREAT | O_EXCL, NewMode(0666)));
 }
 
 // Between open and claim the file may have been replaced or deleted; a claim on what no longer
@@ -38,8 +48,8 @@ bool StillNamed(const std::string& path, const struct stat& opened) {
 
 class NativeFile : public File {
   public:
-    NativeFile(FileHandle handle, std::string path)
-        : m_handle(std::move(handle)), m_path(std::move(path)) {}
+    NativeFile(FileHandle handle, std::string path, OpenMode mode)
+        : m_handle(std::move(handle)), m_path(std::move(path)), m_mode(mode) {}
 
     Result<std::size_t> Read(std::span<char> buffer) override {
         std::size_t filled = 0;
@@ -67,6 +77,7 @@ class NativeFile : public File {
     }
 
     Status Write(std::string_view bytes) override {
+        if (m_mode == OpenMode::kRead) return FromErrno(EACCES, m_path);
         while (!bytes.empty()) {
             const auto count = write(m_handle.Get(), bytes.data(), bytes.size());
             if (count < 0 && errno == EINTR) continue;
@@ -92,10 +103,11 @@ class NativeFile : public File {
     }
 
     Status Truncate(std::uint64_t size) override {
-        if (ftruncate(m_handle.Get(), static_cast<off_t>(size)) == 0) return {};
-        // The system's word for a file that is open for reading only.
-        if (errno == EINVAL) return Failure{ErrorCode::kAccessDenied, m_path, EINVAL};
-        return FromErrno(errno, m_path);
+        if (m_mode == OpenMode::kRead) return FromErrno(EACCES, m_path);
+        if (ftruncate(m_handle.Get(), static_cast<off_t>(size)) != 0) {
+            return FromErrno(errno, m_path);
+        }
+        return {};
     }
 
     Status Flush() override {
@@ -111,32 +123,47 @@ class NativeFile : public File {
   private:
     FileHandle m_handle;
     std::string m_path;
+    OpenMode m_mode;
 };
 
 }  // namespace
 
 Result<FileHandle> OpenClaimed(const std::string& path, OpenMode mode, Share share) {
     const bool writes = mode != OpenMode::kRead;
+    const Failure notRegular{ErrorCode::kNotRegular, path};
     for (;;) {
-        FileHandle handle(open(path.c_str(), FlagsOf(mode), 0666));
+        if (mode != OpenMode::kCreateNew && IsSomethingElse(path)) return notRegular;
+        FileHandle handle = OpenOrCreate(path, mode);
+        if (!handle && errno == EEXIST && mode == OpenMode::kReadWriteOrCreate) {
+            if (IsLink(path)) return notRegular;
+            continue;
+        }
         if (!handle) return FromErrno(errno, path);
         struct stat info;
         if (fstat(handle.Get(), &info) != 0) return FromErrno(errno, path);
-        if (!S_ISREG(info.st_mode) || (writes && (info.st_mode & 0222) == 0)) {
-            return FromErrno(EACCES, path);
-        }
+        if (!S_ISREG(info.st_mode)) return notRegular;
+        if (writes && (info.st_mode & 0222) == 0) return FromErrno(EACCES, path);
         const bool isClaimed = ClaimShare(handle.Get(), writes, share);
         if (!StillNamed(path, info)) continue;
-        if (!isClaimed) return Failure{ErrorCode::kSharingViolation, path, 0};
-        if (mode == OpenMode::kCreate && ftruncate(handle.Get(), 0) != 0) {
-            return FromErrno(errno, path);
-        }
+        if (!isClaimed) return FromErrno(EAGAIN, path);
         return handle;
     }
 }
 
-std::unique_ptr<File> MakeNativeFile(FileHandle handle, std::string path) {
-    return std::make_unique<NativeFile>(std::move(handle), std::move(path));
+std::unique_ptr<File> MakeNativeFile(FileHandle handle, std::string path, OpenMode mode) {
+    return std::make_unique<NativeFile>(std::move(handle), std::move(path), mode);
+}
+
+mode_t NewMode(mode_t wanted) {
+    return wanted & thePermissions;
 }
 
 }  // namespace platform::posix
+
+namespace platform {
+
+void KeepNewFilesPrivate() {
+    posix::thePermissions = 0700;
+}
+
+}  // namespace platform

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <memory>
 #include <string>
 
@@ -8,11 +10,13 @@
 
 namespace platform::posix {
 
-// Opens a regular file under a UTF-8 path and claims it in its sharing mode. Content is cut only
-// after the claim is won. A file whose permissions let nobody write is read-only for the superuser
-// too, as it is on Windows.
+// Opens a regular file under a UTF-8 path and claims it in its sharing mode. A file whose
+// permissions let nobody write is read-only for the superuser too, as it is on Windows.
 Result<FileHandle> OpenClaimed(const std::string& path, OpenMode mode, Share share);
 
-std::unique_ptr<File> MakeNativeFile(FileHandle handle, std::string path);
+std::unique_ptr<File> MakeNativeFile(FileHandle handle, std::string path, OpenMode mode);
+
+// The permissions for something new, of those that are asked for.
+mode_t NewMode(mode_t wanted);
 
 }  // namespace platform::posix

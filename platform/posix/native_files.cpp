@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 
@@ -42,7 +43,7 @@ Result<std::unique_ptr<File>> NativePosixFiles::Open(std::string_view path, Open
     std::string name(path);
     auto handle = OpenClaimed(name, mode, share);
     if (!handle) return handle.Error();
-    return MakeNativeFile(*std::move(handle), std::move(name));
+    return MakeNativeFile(*std::move(handle), std::move(name), mode);
 }
 
 Result<FileInfo> NativePosixFiles::Stat(std::string_view path) {
@@ -109,13 +110,29 @@ Status NativePosixFiles::Replace(std::string_view from, std::string_view to) {
 }
 
 Status NativePosixFiles::CreateFolder(std::string_view path) {
-    if (mkdir(std::string(path).c_str(), 0777) != 0) return FromErrno(errno, path);
+    if (mkdir(std::string(path).c_str(), NewMode(0777)) != 0) return FromErrno(errno, path);
+    return {};
+}
+
+Status NativePosixFiles::CreatePrivateFolder(std::string_view path) {
+    if (mkdir(std::string(path).c_str(), 0700) != 0) return FromErrno(errno, path);
     return {};
 }
 
 Status NativePosixFiles::RemoveFolder(std::string_view path) {
     if (rmdir(std::string(path).c_str()) != 0) return FromErrno(errno, path);
     return {};
+}
+
+Result<std::string> NativePosixFiles::RealPath(std::string_view path) {
+    char buffer[PATH_MAX];
+    if (realpath(std::string(path).c_str(), buffer) == nullptr) return FromErrno(errno, path);
+    return std::string(buffer);
+}
+
+bool NativePosixFiles::IsFree(std::string_view path) {
+    struct stat info;
+    return lstat(std::string(path).c_str(), &info) != 0 && (errno == ENOENT || errno == ENOTDIR);
 }
 
 Result<std::string> NativePosixFiles::ShortPath(std::string_view path) {

@@ -19,11 +19,14 @@ class NativePosixFiles : public Files {
     Status Settle(std::string_view folder) override;
     Status Replace(std::string_view from, std::string_view to) override;
     Status CreateFolder(std::string_view path) override;
+    Status CreatePrivateFolder(std::string_view path) override;
     Status RemoveFolder(std::string_view path) override;
+    Result<std::string> RealPath(std::string_view path) override;
     Result<std::string> ShortPath(std::string_view path) override;
     Result<std::string> TempFolder() override;
     Result<std::string> CreateTempFile(std::string_view folder, std::string_view prefix) override;
     char Separator() const override { return '/'; }
+    bool IsFree(std::string_view path) override;
 };
 
 // Makes an empty file `base` + four hex digits + ".tmp" that was not there before; gives its path.

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -34,40 +35,59 @@ Status FlushFolder(const std::string& folder) {
     return {};
 }
 
-Status CopyByHand(int from, int to, const std::string& path) {
+// A copy under way: both files, and the names for failures.
+struct Copying {
+    int from, to;
+    const std::string &fromPath, &toPath;
+};
+
+// Copies what lies between two places by reading and writing.
+Status CopyByHand(const Copying& copy, off_t begin, off_t end) {
     std::vector<char> buffer(1 << 16);
-    for (;;) {
-        const auto count = read(from, buffer.data(), buffer.size());
+    while (begin < end) {
+        const auto piece = std::min<off_t>(end - begin, static_cast<off_t>(buffer.size()));
+        const auto count = pread(copy.from, buffer.data(), static_cast<std::size_t>(piece), begin);
         if (count == 0) return {};
         if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return FromErrno(errno, path);
+        if (count < 0) return FromErrno(errno, copy.fromPath);
         for (ssize_t done = 0; done < count;) {
-            const auto written =
-                write(to, buffer.data() + done, static_cast<std::size_t>(count - done));
+            const auto written = pwrite(copy.to, buffer.data() + done,
+                                        static_cast<std::size_t>(count - done), begin + done);
             if (written < 0 && errno == EINTR) continue;
-            if (written < 0) return FromErrno(errno, path);
+            if (written < 0) return FromErrno(errno, copy.toPath);
             done += written;
         }
+        begin += count;
     }
+    return {};
 }
 
-// Both files stand at their beginning.
-Status CopyContent(int from, int to, const std::string& path) {
-    if (ioctl(to, FICLONE, from) == 0) return {};
-    bool isFirst = true;
-    for (;;) {
-        const auto count = copy_file_range(from, nullptr, to, nullptr, 1u << 30, 0);
-        // Some file systems of the kernel's own give 0 at once; reading tells.
-        if (count == 0) return isFirst ? CopyByHand(from, to, path) : Status();
-        if (count > 0) {
-            isFirst = false;
-            continue;
-        }
-        if (errno == EINTR) continue;
-        const bool isUnable = errno == EXDEV || errno == EINVAL || errno == ENOSYS ||
-                              errno == EOPNOTSUPP || errno == EPERM;
-        return isUnable ? CopyByHand(from, to, path) : FromErrno(errno, path);
+// Lets the kernel copy as far as it can. Where it stops, reading and writing tell which of the two
+// files is in the way, if any is.
+Status CopyRange(const Copying& copy, off_t begin, off_t end) {
+    off_t from = begin, to = begin;
+    while (from < end) {
+        const auto count = copy_file_range(copy.from, &from, copy.to, &to,
+                                           static_cast<std::size_t>(end - from), 0);
+        if (count == 0 || (count < 0 && errno != EINTR)) return CopyByHand(copy, from, end);
     }
+    return {};
+}
+
+// Copies the `size` bytes that the file had when it was opened. Holes stay holes where the file
+// system tells them; where it does not, all is one piece.
+Status CopyContent(const Copying& copy, off_t size) {
+    if (ioctl(copy.to, FICLONE, copy.from) == 0) return {};
+    if (ftruncate(copy.to, size) != 0) return FromErrno(errno, copy.toPath);
+    for (off_t at = 0; at < size;) {
+        const off_t data = lseek(copy.from, at, SEEK_DATA);
+        if (data < 0 && errno == ENXIO) return {};
+        const off_t begin = data < 0 ? at : data, hole = lseek(copy.from, begin, SEEK_HOLE);
+        const off_t end = hole < 0 ? size : std::min(hole, size);
+        if (auto status = CopyRange(copy, begin, end); !status) return status;
+        at = end;
+    }
+    return {};
 }
 
 // Access lists and the like; what the file system or the user may not set stays away.
@@ -104,12 +124,11 @@ std::string Resolved(const std::string& path) {
 }  // namespace
 
 Status ClaimForRemoval(const std::string& path, FileHandle& claim) {
-    claim = FileHandle(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
     struct stat info;
+    if (lstat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return {};
+    claim = FileHandle(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
     if (!claim || fstat(claim.Get(), &info) != 0 || !S_ISREG(info.st_mode)) return {};
-    if (!ClaimShare(claim.Get(), false, Share::kNone)) {
-        return Failure{ErrorCode::kSharingViolation, path};
-    }
+    if (!ClaimShare(claim.Get(), false, Share::kNone)) return FromErrno(EAGAIN, path);
     return {};
 }
 
@@ -125,21 +144,19 @@ Status RenameFile(const std::string& from, const std::string& to) {
 Status CopyFile(const std::string& from, const std::string& to) {
     auto source = OpenClaimed(from, OpenMode::kRead, Share::kReadWrite);
     if (!source) return source.Error();
-    struct stat info, existing;
+    struct stat info;
     if (fstat(source->Get(), &info) != 0) return FromErrno(errno, from);
-    if (stat(to.c_str(), &existing) == 0 && existing.st_dev == info.st_dev &&
-        existing.st_ino == info.st_ino) {
-        return Failure{ErrorCode::kSharingViolation, to};
-    }
-    auto target = OpenClaimed(to, OpenMode::kCreate, Share::kNone);
+    auto target = OpenClaimed(to, OpenMode::kCreateNew, Share::kNone);
     if (!target) return target.Error();
-    Status status = CopyContent(source->Get(), target->Get(), to);
+    // Nobody reads a copy who could not read the original.
+    (void)fchmod(target->Get(), 0600);
+    Status status = CopyContent({source->Get(), target->Get(), from, to}, info.st_size);
     if (!status) {
         (void)unlink(to.c_str());
         return status;
     }
     const struct timespec times[] = {info.st_atim, info.st_mtim};
-    (void)fchmod(target->Get(), info.st_mode & 0777);
+    (void)fchmod(target->Get(), NewMode(info.st_mode & 0777));
     (void)futimens(target->Get(), times);
     return {};
 }

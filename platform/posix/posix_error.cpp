@@ -10,13 +10,14 @@ ErrorCode CodeOf(int number) {
     switch (number) {
         case ENOENT:
         case ENOTDIR:
+            return ErrorCode::kNotFound;
+        case EISDIR:
         case ENODEV:
         case ENXIO:
-            return ErrorCode::kNotFound;
+            return ErrorCode::kNotRegular;
         case EACCES:
         case EPERM:
         case EROFS:
-        case EISDIR:
         case EBADF:
         case ENOTEMPTY:
             return ErrorCode::kAccessDenied;

@@ -1,5 +1,7 @@
 #include "platform/posix/prefix_files.h"
 
+#include <filesystem>
+
 #include "platform/os/code_page.h"
 #include "platform/os/path.h"
 #include "platform/posix/native_files.h"
@@ -56,9 +58,12 @@ Result<std::vector<FolderEntry>> PrefixFiles::List(std::string_view folder,
 Status PrefixFiles::Delete(std::string_view path) {
     const auto mapped = m_mapper.Map(path);
     if (!mapped) return mapped.Error();
-    // A file with the read-only attribute cannot be deleted on Windows.
+    // A file with the read-only attribute cannot be deleted on Windows. A link can, wherever it
+    // leads.
+    std::error_code ignored;
     const auto info = m_native.Stat(mapped->path);
-    if (info && (info->isFolder || info->isReadOnly)) {
+    if (info && (info->isFolder || info->isReadOnly) &&
+        !std::filesystem::is_symlink(mapped->path, ignored)) {
         return Failure{ErrorCode::kAccessDenied, std::string(path)};
     }
     return Named(m_native.Delete(mapped->path), path);
@@ -98,10 +103,29 @@ Status PrefixFiles::CreateFolder(std::string_view path) {
     return Named(m_native.CreateFolder(mapped->path), path);
 }
 
+Status PrefixFiles::CreatePrivateFolder(std::string_view path) {
+    const auto mapped = m_mapper.Map(path);
+    if (!mapped) return mapped.Error();
+    return Named(m_native.CreatePrivateFolder(mapped->path), path);
+}
+
 Status PrefixFiles::RemoveFolder(std::string_view path) {
     const auto mapped = m_mapper.Map(path);
     if (!mapped) return mapped.Error();
     return Named(m_native.RemoveFolder(mapped->path), path);
+}
+
+Result<std::string> PrefixFiles::RealPath(std::string_view path) {
+    const auto mapped = m_mapper.Map(path);
+    if (!mapped) return mapped.Error();
+    auto real = m_native.RealPath(mapped->path);
+    if (!real) return Named(real.Error(), path);
+    return real;
+}
+
+bool PrefixFiles::IsFree(std::string_view path) {
+    const auto mapped = m_mapper.Map(path);
+    return mapped ? m_native.IsFree(mapped->path) : mapped.Error().code == ErrorCode::kNotFound;
 }
 
 Result<std::string> PrefixFiles::ShortPath(std::string_view path) {

@@ -24,11 +24,14 @@ class PrefixFiles : public Files {
     Status Move(std::string_view from, std::string_view to) override;
     Status Replace(std::string_view from, std::string_view to) override;
     Status CreateFolder(std::string_view path) override;
+    Status CreatePrivateFolder(std::string_view path) override;
     Status RemoveFolder(std::string_view path) override;
+    Result<std::string> RealPath(std::string_view path) override;
     Result<std::string> ShortPath(std::string_view path) override;
     Result<std::string> TempFolder() override;
     Result<std::string> CreateTempFile(std::string_view folder, std::string_view prefix) override;
     char Separator() const override { return '\\'; }
+    bool IsFree(std::string_view path) override;
 
   private:
     const PathMapper& m_mapper;

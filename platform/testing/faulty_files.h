@@ -57,8 +57,14 @@ class FaultyFiles : public Files {
     Status CreateFolder(std::string_view path) override {
         return Guard(path, [&] { return m_inner.CreateFolder(path); });
     }
+    Status CreatePrivateFolder(std::string_view path) override {
+        return Guard(path, [&] { return m_inner.CreatePrivateFolder(path); });
+    }
     Status RemoveFolder(std::string_view path) override {
         return Guard(path, [&] { return m_inner.RemoveFolder(path); });
+    }
+    Result<std::string> RealPath(std::string_view path) override {
+        return Guard(path, [&] { return m_inner.RealPath(path); });
     }
     Result<std::string> ShortPath(std::string_view path) override {
         return Guard(path, [&] { return m_inner.ShortPath(path); });
@@ -70,6 +76,7 @@ class FaultyFiles : public Files {
         return Guard(folder, [&] { return m_inner.CreateTempFile(folder, prefix); });
     }
     char Separator() const override { return m_inner.Separator(); }
+    bool IsFree(std::string_view path) override { return !Strikes() && m_inner.IsFree(path); }
 
     // Counts one operation; true if it must fail.
     bool Strikes();

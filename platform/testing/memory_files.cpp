@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <numeric>
 
+#include "platform/os/code_page.h"
 #include "platform/os/path.h"
 #include "platform/testing/memory_file.h"
 #include "platform/testing/memory_node.h"
@@ -202,7 +203,7 @@ Result<std::unique_ptr<File>> MemoryFiles::Open(std::string_view path, OpenMode 
     const bool mayCreate = mode != OpenMode::kRead && mode != OpenMode::kReadWrite;
     if (!place.node && !mayCreate) return Fail(ErrorCode::kNotFound, path);
     if (place.node && mode == OpenMode::kCreateNew) return Fail(ErrorCode::kAlreadyExists, path);
-    if (place.node && place.node->isFolder) return Fail(ErrorCode::kAccessDenied, path);
+    if (place.node && place.node->isFolder) return Fail(ErrorCode::kNotRegular, path);
     const MemoryAccess access{mode != OpenMode::kRead, share == Share::kNone,
                               share != Share::kReadWrite};
     if (!place.node) {
@@ -211,10 +212,6 @@ Result<std::unique_ptr<File>> MemoryFiles::Open(std::string_view path, OpenMode 
     } else {
         if (access.write && place.node->isReadOnly) return Fail(ErrorCode::kAccessDenied, path);
         if (!place.node->IsFree(access)) return Fail(ErrorCode::kSharingViolation, path);
-    }
-    if (mode == OpenMode::kCreate) {
-        place.node->content.clear();
-        Touch(*place.node);
     }
     return std::unique_ptr<File>(
         std::make_unique<MemoryFile>(*this, place.node, std::string(path), access));
@@ -254,11 +251,12 @@ Status MemoryFiles::Delete(std::string_view path) {
 Status MemoryFiles::Copy(std::string_view from, std::string_view to) {
     auto source = Open(from, OpenMode::kRead, Share::kReadWrite);
     if (!source) return source.Error();
-    const std::string content = Find(from).node->content;
-    if (Find(from).node == Find(to).node) return Fail(ErrorCode::kSharingViolation, to);
-    auto target = Open(to, OpenMode::kCreate, Share::kNone);
+    auto target = Open(to, OpenMode::kCreateNew, Share::kNone);
     if (!target) return target.Error();
-    return (*target)->Write(content);
+    auto written = (*target)->Write(Find(from).node->content);
+    const Place made = Find(to);
+    if (!written) Detach(*made.folder, made.node);
+    return written;
 }
 
 Status MemoryFiles::Move(std::string_view from, std::string_view to) {
@@ -278,7 +276,8 @@ Status MemoryFiles::Replace(std::string_view from, std::string_view to) {
     const Place source = Find(from), target = Find(to);
     if (!source.node || source.node->isFolder) return Fail(ErrorCode::kNotFound, from);
     if (!target.node) return Fail(ErrorCode::kNotFound, to);
-    if (target.node->isFolder || target.node->isReadOnly) return Fail(ErrorCode::kAccessDenied, to);
+    if (target.node->isFolder) return Fail(ErrorCode::kNotRegular, to);
+    if (target.node->isReadOnly) return Fail(ErrorCode::kAccessDenied, to);
     if (!target.node->opens.empty()) return Fail(ErrorCode::kSharingViolation, to);
     if (!source.node->opens.empty()) return Fail(ErrorCode::kSharingViolation, from);
     Detach(*source.folder, source.node);
@@ -305,6 +304,18 @@ Status MemoryFiles::RemoveFolder(std::string_view path) {
     }
     Detach(*place.folder, place.node);
     return {};
+}
+
+Result<std::string> MemoryFiles::RealPath(std::string_view path) {
+    const auto components = Components(path, m_codePage);
+    std::string real;
+    NodePointer node = m_root;
+    for (const auto& name : components) {
+        node = node->isFolder ? Child(*node, name) : nullptr;
+        if (!node) return Fail(ErrorCode::kNotFound, path);
+        real += (real.empty() ? "" : "/") + ToUtf8(node->name, m_codePage);
+    }
+    return real;
 }
 
 Result<std::string> MemoryFiles::ShortPath(std::string_view path) {

@@ -8,6 +8,8 @@
 
 namespace platform::windows {
 
+bool IsFolder(const std::wstring& name);
+
 // Whether the file is there and marked as read-only. Windows refuses to write such a file; Wine
 // does not when it runs for the root user, so every way to write asks first.
 bool IsReadOnly(const std::wstring& name);

@@ -1,5 +1,7 @@
 #include "platform/windows/native_files.h"
 
+#include <algorithm>
+
 #include "platform/windows/file_time.h"
 #include "platform/windows/name_pattern.h"
 #include "platform/windows/native_file.h"
@@ -107,6 +109,19 @@ Status WindowsFiles::CreateFolder(std::string_view path) {
 
 Status WindowsFiles::RemoveFolder(std::string_view path) {
     return Checked(RemoveDirectoryW(Name(path).c_str()), path);
+}
+
+Result<std::string> WindowsFiles::RealPath(std::string_view path) {
+    const Handle handle(CreateFileW(Name(path).c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                    nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    if (!handle) return FromLastError(path);
+    std::wstring real(GetFinalPathNameByHandleW(handle.Get(), nullptr, 0, 0), L'\0');
+    const DWORD length =
+        GetFinalPathNameByHandleW(handle.Get(), real.data(), static_cast<DWORD>(real.size()), 0);
+    if (length == 0 || length >= real.size()) return FromLastError(path);
+    real.resize(length);
+    std::replace(real.begin(), real.end(), L'\\', L'/');
+    return Narrow(real, CP_UTF8);
 }
 
 Result<std::string> WindowsFiles::ShortPath(std::string_view path) {

@@ -19,6 +19,7 @@ class WindowsFiles : public Files {
     Status Replace(std::string_view from, std::string_view to) override;
     Status CreateFolder(std::string_view path) override;
     Status RemoveFolder(std::string_view path) override;
+    Result<std::string> RealPath(std::string_view path) override;
     Result<std::string> ShortPath(std::string_view path) override;
     Result<std::string> TempFolder() override;
     Result<std::string> CreateTempFile(std::string_view folder, std::string_view prefix) override;

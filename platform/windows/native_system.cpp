@@ -41,4 +41,6 @@ Files& NativeFiles() {
     return files;
 }
 
+void KeepNewFilesPrivate() {}
+
 }  // namespace platform

@@ -40,11 +40,13 @@ DWORD SettableAttributes(const std::wstring& name) {
 
 Status CopyFile(const std::wstring& from, const std::wstring& to, std::string_view fromPath,
                 std::string_view toPath) {
-    if (IsReadOnly(to)) return FromError(ERROR_ACCESS_DENIED, toPath);
-    if (CopyFileW(from.c_str(), to.c_str(), FALSE)) return {};
-    const DWORD error = GetLastError();
-    const bool isSourceThere = GetFileAttributesW(from.c_str()) != INVALID_FILE_ATTRIBUTES;
-    return FromError(error, isSourceThere ? toPath : fromPath);
+    // The system does not tell which of the two files it is about.
+    if (const auto source = OpenClaimed(from, fromPath, OpenMode::kRead, Share::kReadWrite);
+        !source) {
+        return source.Error();
+    }
+    if (CopyFileW(from.c_str(), to.c_str(), TRUE)) return {};
+    return FromLastError(toPath);
 }
 
 Status MoveFile(const std::wstring& from, const std::wstring& to, std::string_view fromPath,

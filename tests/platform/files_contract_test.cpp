@@ -31,7 +31,6 @@ TEST_P(FilesContract, OpenModes) {
     for (const auto& [mode, ifThere, ifMissing, content] :
          {std::tuple{OpenMode::kRead, Code(), Code(kMissing), "old"},
           {OpenMode::kReadWrite, {}, kMissing, "Xld"},
-          {OpenMode::kCreate, {}, {}, "X"},
           {OpenMode::kCreateNew, kThere, {}, "old"},
           {OpenMode::kReadWriteOrCreate, {}, {}, "Xld"}}) {
         for (const bool exists : {true, false}) {
@@ -56,16 +55,15 @@ TEST_P(FilesContract, OpenModes) {
 TEST_P(FilesContract, WhatIsNoFileCannotBeOpened) {
     ASSERT_TRUE(m_files.CreateFolder(At("folder")));
     const std::string deep = At("none") + m_files.Separator() + "f";
-    for (const auto mode : {OpenMode::kRead, OpenMode::kReadWrite, OpenMode::kCreate}) {
-        EXPECT_EQ(CodeOf(m_files.Open(At("folder"), mode, Share::kNone)), ErrorCode::kAccessDenied);
+    for (const auto mode : {OpenMode::kRead, OpenMode::kReadWrite, OpenMode::kReadWriteOrCreate}) {
+        EXPECT_EQ(CodeOf(m_files.Open(At("folder"), mode, Share::kNone)), ErrorCode::kNotRegular);
         EXPECT_EQ(CodeOf(m_files.Open(deep, mode, Share::kNone)), ErrorCode::kNotFound);
         EXPECT_EQ(CodeOf(m_files.Open("", mode, Share::kNone)), ErrorCode::kNotFound);
     }
     EXPECT_THAT(Names(), ElementsAre("folder/"));
 }
 
-// Every pair of openings: the second is granted exactly if neither denies what the other does,
-// and one that is refused changes nothing, not even when it would have emptied the file.
+// Every pair of openings: the second is granted exactly if neither denies what the other does.
 TEST_P(FilesContract, SharingModes) {
     struct Opening {
         OpenMode mode;
@@ -75,8 +73,7 @@ TEST_P(FilesContract, SharingModes) {
         }
     };
     std::vector<Opening> openings;
-    for (const auto mode :
-         {OpenMode::kRead, OpenMode::kReadWrite, OpenMode::kCreate, OpenMode::kReadWriteOrCreate}) {
+    for (const auto mode : {OpenMode::kRead, OpenMode::kReadWrite, OpenMode::kReadWriteOrCreate}) {
         for (const auto share : {Share::kNone, Share::kRead, Share::kReadWrite}) {
             openings.push_back({mode, share});
         }
@@ -180,7 +177,7 @@ TEST_P(FilesContract, ReplaceTakesThePlaceOrLeavesBoth) {
     Put("old", "old content");
     EXPECT_EQ(CodeOf(m_files.Replace(At("none"), At("old"))), ErrorCode::kNotFound);
     ASSERT_TRUE(m_files.CreateFolder(At("folder")));
-    EXPECT_EQ(CodeOf(m_files.Replace(At("new"), At("folder"))), ErrorCode::kAccessDenied);
+    EXPECT_EQ(CodeOf(m_files.Replace(At("new"), At("folder"))), ErrorCode::kNotRegular);
     EXPECT_EQ(Content("new") + Content("old"), "new contentold content");
     ASSERT_TRUE(m_files.Replace(At("new"), At("old")));
     EXPECT_EQ(Content("old"), "new content");
@@ -191,12 +188,12 @@ TEST_P(FilesContract, ReadOnlyFilesKeepTheirContent) {
     Put("fixed", "content");
     Put("new", "x");
     m_store->MakeReadOnly(At("fixed"));
-    for (const auto mode :
-         {OpenMode::kReadWrite, OpenMode::kCreate, OpenMode::kReadWriteOrCreate}) {
+    for (const auto mode : {OpenMode::kReadWrite, OpenMode::kReadWriteOrCreate}) {
         EXPECT_EQ(CodeOf(m_files.Open(At("fixed"), mode, Share::kNone)), ErrorCode::kAccessDenied);
     }
     EXPECT_EQ(CodeOf(m_files.Replace(At("new"), At("fixed"))), ErrorCode::kAccessDenied);
-    EXPECT_EQ(CodeOf(m_files.Copy(At("new"), At("fixed"))), ErrorCode::kAccessDenied);
+    EXPECT_EQ(CodeOf(platform::CopyInto(m_files, At("new"), At("fixed"))),
+              ErrorCode::kAccessDenied);
     EXPECT_EQ(CodeOf(platform::WriteWhole(m_files, At("fixed"), "y")), ErrorCode::kAccessDenied);
     EXPECT_EQ(Content("fixed") + Content("new"), "contentx");
     EXPECT_TRUE(m_files.Stat(At("fixed"))->isReadOnly);
@@ -204,7 +201,7 @@ TEST_P(FilesContract, ReadOnlyFilesKeepTheirContent) {
     EXPECT_THAT(Names(), ElementsAre("fixed", "new"));
 }
 
-TEST_P(FilesContract, MoveNeverOverwritesAndCopyDoes) {
+TEST_P(FilesContract, MoveAndCopyNeverOverwriteAndCopyIntoDoes) {
     std::string large(3'000'000, '\0');
     std::mt19937 random(3);
     for (char& byte : large) byte = static_cast<char>(random());
@@ -216,12 +213,14 @@ TEST_P(FilesContract, MoveNeverOverwritesAndCopyDoes) {
               ErrorCode::kNotFound);
     EXPECT_EQ(Content("b"), "2");
     ASSERT_TRUE(m_files.Move(At("a"), At("c")));
-    for (const char* target : {"b", "new"}) {
-        ASSERT_TRUE(m_files.Copy(At("c"), At(target)));
-        EXPECT_TRUE(Content(target) == large);
-    }
-    EXPECT_FALSE(m_files.Copy(At("c"), At("c")));
-    EXPECT_EQ(CodeOf(m_files.Copy(At("none"), At("b"))), ErrorCode::kNotFound);
+    EXPECT_EQ(CodeOf(m_files.Copy(At("c"), At("b"))), ErrorCode::kAlreadyExists);
+    EXPECT_EQ(CodeOf(m_files.Copy(At("none"), At("new"))), ErrorCode::kNotFound);
+    EXPECT_EQ(Content("b"), "2");
+    ASSERT_TRUE(m_files.Copy(At("c"), At("new")));
+    ASSERT_TRUE(platform::CopyInto(m_files, At("c"), At("b")));
+    EXPECT_TRUE(Content("new") == large);
+    EXPECT_FALSE(platform::CopyInto(m_files, At("c"), At("c")));
+    EXPECT_EQ(CodeOf(platform::CopyInto(m_files, At("none"), At("b"))), ErrorCode::kNotFound);
     EXPECT_TRUE(Content("c") == large && Content("b") == large) << "emptied for a copy of nothing";
     EXPECT_THAT(Names(), ElementsAre("b", "c", "new"));
 }
@@ -263,6 +262,25 @@ TEST_P(FilesContract, Folders) {
     EXPECT_EQ(CodeOf(m_files.Delete(At("folder"))), ErrorCode::kNotFound);
 }
 
+TEST_P(FilesContract, PlacesAreTold) {
+    const auto first = m_files.CreateTempFolder(m_store->Root(), "kv-");
+    const auto second = m_files.CreateTempFolder(m_store->Root(), "kv-");
+    ASSERT_TRUE(first && second);
+    EXPECT_NE(*first, *second);
+    const std::string file = *first + m_files.Separator() + "f";
+    EXPECT_TRUE(m_files.IsFree(file));
+    ASSERT_TRUE(platform::WriteWhole(m_files, file, "x"));
+    for (const auto& [path, folder, lies] : {std::tuple{file, *first, true},
+                                             {file, m_store->Root(), true},
+                                             {file, *second, false},
+                                             {*first, *first, false},
+                                             {*first + "2", *first, false}}) {
+        EXPECT_EQ(platform::LiesIn(m_files, path, folder), lies) << path << " in " << folder;
+    }
+    EXPECT_FALSE(m_files.IsFree(file) || m_files.IsFree(*first));
+    EXPECT_FALSE(m_files.CreateTempFolder(At("none"), "kv-"));
+}
+
 TEST_P(FilesContract, TempFilesAreNewEmptyAndNamedInTheUsualForm) {
     const auto temp = m_files.TempFolder();
     ASSERT_TRUE(temp) << temp.Error().Message();
@@ -298,7 +316,7 @@ TEST_P(FilesContract, CaseOfNames) {
     ASSERT_TRUE(m_files.Delete(At("NNDBASE.txt")));
     EXPECT_EQ(Names().size(), ignoresCase ? 0u : 1u);
     EXPECT_EQ(CodeOf(m_files.ShortPath(At("none"))), ErrorCode::kNotFound);
-    EXPECT_EQ(CodeOf(m_files.Open(At("a*b"), OpenMode::kCreate, Share::kNone)),
+    EXPECT_EQ(CodeOf(m_files.Open(At("a*b"), OpenMode::kCreateNew, Share::kNone)),
               ignoresCase ? std::optional(ErrorCode::kInvalidArgument) : std::nullopt);
 }
 

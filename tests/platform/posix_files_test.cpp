@@ -5,8 +5,9 @@
 #include <unistd.h>
 
 #include "platform/os/system.h"
+#include "platform/posix/prefix_system.h"
 #include "tests/platform/files_contract.h"
-#include "tests/platform/temp_folder.h"
+#include "tests/platform/prefix_folder.h"
 
 namespace test {
 
@@ -90,22 +91,81 @@ TEST(PosixFiles, ReplaceKeepsPermissionsAndLinks) {
     EXPECT_EQ(ReadDisk(real), "new");
 }
 
-TEST(PosixFiles, NothingWaitsForAPipe) {
-    const TempFolder folder;
-    ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
-    EXPECT_EQ(CodeOf(NativeFiles().Open(folder / "pipe", OpenMode::kRead, Share::kNone)),
-              ErrorCode::kAccessDenied);
+// Somebody else made something of a name before we did. Nothing waits, nothing is written, made or
+// deleted where a link leads, and a file that is made afresh is ours.
+TEST(PosixFiles, WhatIsPlantedAtANameHarmsNobody) {
+    const PrefixFolder prefix;
+    platform::posix::PrefixSystem system(prefix.Path());
+    const auto root = prefix.DriveC();
+    const std::string own = root / "own", victim = root / "victim", kept = root / "kept";
+    std::filesystem::create_directory(kept);
+    WriteDisk(root / "kept/inside", "x");
+    WriteDisk(own, "own");
+    struct Planted {
+        const char* what;
+        std::function<int(const char*)> plant;
+        std::optional<ErrorCode> opened;
+    };
+    const auto link = [](std::string to) {
+        return [to](const char* at) { return symlink(to.c_str(), at); };
+    };
+    const Planted planted[] = {
+        {"a link to nothing", link(root / "new"), ErrorCode::kNotFound},
+        {"a link to a file", link(victim), {}},
+        {"a link to a folder", link(kept), ErrorCode::kNotRegular},
+        {"a link to a device", link("/dev/null"), ErrorCode::kNotRegular},
+        {"a pipe", [](const char* at) { return mkfifo(at, 0600); }, ErrorCode::kNotRegular},
+        {"a socket", [](const char* at) { return mknod(at, S_IFSOCK | 0600, 0); },
+         ErrorCode::kNotRegular},
+    };
+    for (auto* files : {&NativeFiles(), &system.Get().files}) {
+        const bool isPrefix = files != &NativeFiles();
+        const std::string at = isPrefix ? "C:\\name" : root / "name";
+        const std::string from = isPrefix ? "C:\\own" : own;
+        for (const auto& [what, plant, opened] : planted) {
+            SCOPED_TRACE(::testing::Message() << what << (isPrefix ? " in the prefix" : ""));
+            std::filesystem::remove(root / "name");
+            WriteDisk(victim, "victim");
+            ASSERT_EQ(chmod(victim.c_str(), 0444), 0);
+            ASSERT_EQ(plant((root / "name").c_str()), 0);
+            EXPECT_FALSE(files->IsFree(at));
+            EXPECT_EQ(CodeOf(files->Open(at, OpenMode::kRead, Share::kNone)), opened);
+            EXPECT_EQ(CodeOf(files->Open(at, OpenMode::kReadWriteOrCreate, Share::kNone)),
+                      opened ? ErrorCode::kNotRegular : ErrorCode::kAccessDenied);
+            for (const auto code : {CodeOf(files->Open(at, OpenMode::kCreateNew, Share::kNone)),
+                                    CodeOf(files->Copy(from, at)), CodeOf(files->Move(from, at)),
+                                    CodeOf(files->CreateFolder(at))}) {
+                EXPECT_EQ(code, ErrorCode::kAlreadyExists);
+            }
+            EXPECT_TRUE(platform::CreateAfresh(*files, at));
+            EXPECT_TRUE(
+                std::filesystem::is_regular_file(std::filesystem::symlink_status(root / "name")));
+            EXPECT_EQ(ReadDisk(victim) + ReadDisk(own) + ReadDisk(root / "kept/inside"),
+                      "victimownx");
+            EXPECT_FALSE(std::filesystem::exists(root / "new"));
+        }
+    }
 }
 
-TEST(PosixFiles, CopyKeepsTimeAndPermissions) {
+TEST(PosixFiles, CopyKeepsTimeAndPermissionsAndHoles) {
     const TempFolder folder;
     WriteDisk(folder / "a", "x");
+    std::filesystem::resize_file(folder / "a", 1 << 30);
+    std::ofstream(folder / "a", std::ios::app) << "end";
     const auto time = std::filesystem::file_time_type::clock::now() - std::chrono::hours(50);
     std::filesystem::last_write_time(folder / "a", time);
     ASSERT_EQ(chmod((folder / "a").c_str(), 0640), 0);
     ASSERT_TRUE(NativeFiles().Copy(folder / "a", folder / "b"));
     EXPECT_EQ(std::filesystem::last_write_time(folder / "b"), time);
-    EXPECT_EQ(static_cast<unsigned>(std::filesystem::status(folder / "b").permissions()), 0640u);
+    struct stat info;
+    ASSERT_EQ(stat((folder / "b").c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 07777, 0640u);
+    EXPECT_EQ(info.st_size, (1 << 30) + 3);
+    EXPECT_LT(info.st_blocks, 1000) << "holes were filled";
+    std::string end(4, '\0');
+    auto copy = NativeFiles().Open(folder / "b", OpenMode::kRead, Share::kNone);
+    EXPECT_EQ((*copy)->ReadAt((1 << 30) - 1, end).ValueOr(0), 4u);
+    EXPECT_EQ(end, std::string("\0end", 4));
 }
 
 }  // namespace test

@@ -87,7 +87,7 @@ TEST(PrefixLibraries, AreFoundInTheOwnFolderAndOnTheDrive) {
     for (const auto& [path, code] : {std::pair{"text.dll", ErrorCode::kCorrupt},
                                      {"none.dll", ErrorCode::kNotFound},
                                      {"C:\\bundles\\none.dll", ErrorCode::kNotFound},
-                                     {"C:\\bundles", ErrorCode::kAccessDenied}}) {
+                                     {"C:\\bundles", ErrorCode::kNotRegular}}) {
         EXPECT_EQ(CodeOf(libraries.LoadResources(path)), code) << path;
     }
 

@@ -51,7 +51,6 @@ TEST(WindowsFiles, KeepToTheSharingOfOtherPrograms) {
         {GENERIC_READ, 0, OpenMode::kRead, Share::kReadWrite, false},
         {GENERIC_READ, FILE_SHARE_READ, OpenMode::kRead, Share::kRead, true},
         {GENERIC_READ, FILE_SHARE_READ, OpenMode::kReadWrite, Share::kReadWrite, false},
-        {GENERIC_READ, FILE_SHARE_READ, OpenMode::kCreate, Share::kReadWrite, false},
         {GENERIC_READ, kAll, OpenMode::kReadWrite, Share::kNone, false},
         {GENERIC_READ, kAll, OpenMode::kReadWrite, Share::kRead, true},
         {GENERIC_WRITE, kAll, OpenMode::kRead, Share::kRead, false},
