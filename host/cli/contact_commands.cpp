@@ -10,7 +10,6 @@
 #include "host/module/windows_path.h"
 #include "host/output/output.h"
 #include "host/shell/shell.h"
-#include "platform/kvutil/kvutil.h"
 
 namespace host {
 
@@ -19,7 +18,7 @@ namespace {
 platform::Result<TranslatorSession> OpenChosen(Workplace& place) {
     auto file = place.NicknameFile(false);
     if (!file) return file.Error();
-    return place.OpenContacts(*file);
+    return TranslatorSession::OpenContacts(place.Module(), *file);
 }
 
 platform::Status Choose(Workplace& place, const Options& options, std::string& selection,
@@ -95,6 +94,8 @@ ExitCode ConfigureContacts(const Options& options) {
         return ExitCode::kNothingToDo;
     }
     if (auto checked = CheckNicknameFile(selection, false); !checked) return Fail(checked.Error());
+    const auto opened = TranslatorSession::OpenContacts(place->Module(), selection);
+    if (!opened) return Fail(opened.Error());
     if (auto kept = RememberNicknameFile(place->Place(), selection); !kept) {
         return Fail(kept.Error());
     }

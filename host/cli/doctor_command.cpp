@@ -20,9 +20,18 @@ const char* Word(Health health) {
         case Health::kNote:
             return "note";
         case Health::kFault:
+        case Health::kBroken:
             break;
     }
     return "FAULT";
+}
+
+ExitCode CodeOf(const std::vector<Finding>& findings) {
+    const auto has = [&](Health health) {
+        return std::ranges::find(findings, health, &Finding::health) != findings.end();
+    };
+    if (has(Health::kBroken)) return ExitCode::kFailed;
+    return has(Health::kFault) ? ExitCode::kRefused : ExitCode::kNothingToDo;
 }
 
 Finding MaildirFinding(const Options& options) {
@@ -47,7 +56,7 @@ void PrintJson(const std::vector<Finding>& findings) {
     auto list = nlohmann::ordered_json::array();
     for (const Finding& finding : findings) {
         list.push_back(
-            {{"health", finding.health == Health::kFault ? "fault" : Word(finding.health)},
+            {{"health", finding.health >= Health::kFault ? "fault" : Word(finding.health)},
              {"what", finding.what},
              {"state", finding.state},
              {"advice", finding.advice}});
@@ -70,9 +79,7 @@ ExitCode Doctor(const Options& options) {
             if (!finding.advice.empty()) PrintLine("       -> " + finding.advice);
         }
     }
-    const bool isSick = std::ranges::any_of(
-        findings, [](const Finding& finding) { return finding.health == Health::kFault; });
-    return isSick ? ExitCode::kRefused : ExitCode::kNothingToDo;
+    return CodeOf(findings);
 }
 
 }  // namespace host

@@ -20,7 +20,9 @@ platform::Result<EudoraPlace> EudoraOf(Workplace& place, bool forWriting) {
     const auto native = ToNativePath(*file);
     if (!native) return Refused("no drive leads to " + ToUtf8(*file));
     EudoraPlace eudora;
-    eudora.open = [&place, file = *file] { return place.OpenContacts(file); };
+    eudora.open = [&place, file = *file] {
+        return TranslatorSession::OpenContacts(place.Module(), file);
+    };
     // Every bare folder is C:\Eudora to Eudora: only the native path tells them apart.
     eudora.selection = *native;
     eudora.nativeFile = *native;

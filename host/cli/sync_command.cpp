@@ -6,6 +6,7 @@
 #include "host/cli/commands.h"
 #include "host/cli/run_place.h"
 #include "host/cli/sync_reports.h"
+#include "host/engine/report.h"
 #include "host/output/json_text.h"
 
 namespace host {
@@ -48,14 +49,6 @@ Report Joined(const Report& contacts, const Report& mail) {
     return joined;
 }
 
-Report RefusalOf(const platform::Failure& failure) {
-    Report report;
-    report.code = CodeOf(failure);
-    report.errors.push_back(failure.Message());
-    report.json = JsonText(Json{{"errors", report.errors}});
-    return report;
-}
-
 // Contacts and then mails; a refusal of one does not keep the other.
 platform::Result<Report> ReportOn(const Subjects& subjects, Workplace& place,
                                   const Options& options, bool isStatus) {
@@ -66,8 +59,8 @@ platform::Result<Report> ReportOn(const Subjects& subjects, Workplace& place,
     if (!subjects.contacts) return ReportMail(place, options, *command, isStatus);
     const auto contacts = ReportContacts(place, options, *command, isStatus);
     const auto mail = ReportMail(place, options, *command, isStatus);
-    return Joined(contacts ? *contacts : RefusalOf(contacts.Error()),
-                  mail ? *mail : RefusalOf(mail.Error()));
+    return Joined(contacts ? *contacts : RefusalReport(contacts.Error()),
+                  mail ? *mail : RefusalReport(mail.Error()));
 }
 
 platform::Status CheckFolders(const Subjects& subjects, const Options& options) {

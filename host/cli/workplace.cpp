@@ -94,16 +94,6 @@ platform::Result<std::string> Workplace::NicknameFile(bool forWriting) {
     return *chosen;
 }
 
-platform::Result<TranslatorSession> Workplace::OpenContacts(const std::string& nicknameFile) {
-    auto session = TranslatorSession::Create(*m_host, kContactsKind);
-    if (!session) return session.Error();
-    std::string selection = nicknameFile, summary;
-    auto selected = session->Select(selection, summary, false);
-    if (!selected) return selected.Error();
-    if (auto opened = session->Open(); !opened) return opened.Error();
-    return session;
-}
-
 platform::Result<TranslatorSession> Workplace::SelectInBox(std::string& selection) {
     if (auto ready = CheckInBox(m_setup); !ready) return ready.Error();
     auto session = TranslatorSession::Create(*m_host, kMailKind);

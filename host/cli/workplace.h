@@ -26,8 +26,6 @@ class Workplace {
     // Selects the nickname file that the options and earlier choices name and gives its Windows
     // path, in the system code page, once it is known to be usable.
     platform::Result<std::string> NicknameFile(bool forWriting);
-    // A session with that nickname file read.
-    platform::Result<TranslatorSession> OpenContacts(const std::string& nicknameFile);
     // A session with the settings of the mails selected, not opened yet. kRefused, with nothing
     // made, if there is no in-box or another program has it.
     platform::Result<TranslatorSession> SelectInBox(std::string& selection);

@@ -8,7 +8,8 @@
 
 namespace host {
 
-enum class Health { kGood, kNote, kFault };
+// A broken thing is one that is there and could not be read.
+enum class Health { kGood, kNote, kFault, kBroken };
 
 // One thing that was looked at. Texts are UTF-8.
 struct Finding {

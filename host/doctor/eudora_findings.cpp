@@ -2,6 +2,7 @@
 
 #include "host/module/native_path.h"
 #include "host/module/translator_host.h"
+#include "host/module/translator_session.h"
 #include "host/module/windows_path.h"
 #include "platform/os/system.h"
 
@@ -40,14 +41,30 @@ Finding MapiFinding(const Setup& setup) {
                 std::string(kKey) + " with regedit; contacts need no MAPI"};
 }
 
-Finding StartFinding(const Setup& setup) {
-    auto host = TranslatorHost::Start(setup.init);
+using Module = platform::Result<std::unique_ptr<TranslatorHost>>;
+
+Finding StartFinding(const Setup& setup, const Module& host) {
     if (!host) return {Health::kFault, "translator", host.Error().Message(), {}};
     return {Health::kGood, "translator", "starts in language " + setup.init.language, {}};
 }
 
+// The file that a run works on, read to its end.
+Finding InUseFinding(const std::string& path, Module& host) {
+    const std::string what = "nickname file in use";
+    if (auto checked = CheckNicknameFile(path, true); !checked) {
+        return {Health::kFault, what, checked.Error().Message(), {}};
+    }
+    if (host) {
+        if (auto opened = TranslatorSession::OpenContacts(**host, path); !opened) {
+            return {Health::kBroken, what, opened.Error().Message(),
+                    "copy the file to another disk, or put back a backup (kvsync backups)"};
+        }
+    }
+    return {Health::kGood, what, ToUtf8(path), {}};
+}
+
 // Each nickname file, and whether it can be used. The one that a run works on is marked.
-void NicknameFindings(const SetupOptions& options, const Setup& setup,
+void NicknameFindings(const SetupOptions& options, const Setup& setup, Module& host,
                       std::vector<Finding>& findings) {
     std::vector<std::string> paths{setup.eudoraFolder + "\\nndbase.txt"};
     const std::string folder = setup.eudoraFolder + "\\NickName";
@@ -64,12 +81,13 @@ void NicknameFindings(const SetupOptions& options, const Setup& setup,
     for (const std::string& path : paths) {
         if (!platform::NativeSystem().files.Exists(path)) continue;
         any = true;
-        const bool isChosen = chosen && *chosen == path;
-        const std::string what = isChosen ? "nickname file in use" : "nickname file";
+        if (chosen && *chosen == path) {
+            findings.push_back(InUseFinding(path, host));
+            continue;
+        }
         const auto checked = CheckNicknameFile(path, true);
-        const Health bad = isChosen ? Health::kFault : Health::kNote;
-        findings.push_back({checked ? Health::kGood : bad,
-                            what,
+        findings.push_back({checked ? Health::kGood : Health::kNote,
+                            "nickname file",
                             checked ? ToUtf8(path) : checked.Error().Message(),
                             {}});
     }
@@ -89,9 +107,10 @@ std::vector<Finding> ExamineEudora(const SetupOptions& options, const Setup& set
                         std::to_string(platform::NativeSystem().processes.CodePage()),
                         {}});
     findings.push_back(LockFinding(setup));
-    findings.push_back(StartFinding(setup));
+    auto host = TranslatorHost::Start(setup.init);
+    findings.push_back(StartFinding(setup, host));
     findings.push_back(MapiFinding(setup));
-    NicknameFindings(options, setup, findings);
+    NicknameFindings(options, setup, host, findings);
     return findings;
 }
 

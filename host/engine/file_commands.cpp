@@ -54,17 +54,11 @@ platform::Status ForgetMails(const CommandPlace& place, Backups& backups, const 
 
 Report RunExport(const CommandPlace& place, const ExportOptions& options) {
     auto count = Export(place, options);
+    if (!count) return RefusalReport(count.Error());
     Report report;
-    if (count) {
-        report.code = *count > 0 ? ExitCode::kChangesMade : ExitCode::kNothingToDo;
-        report.lines.push_back(std::to_string(*count) + " contacts exported to " +
-                               options.toFolder);
-        FinishReport(report, {{"exported", *count}});
-    } else {
-        report.code = CodeOf(count.Error());
-        report.errors.push_back(count.Error().Message());
-        FinishReport(report, nlohmann::json::object());
-    }
+    report.code = *count > 0 ? ExitCode::kChangesMade : ExitCode::kNothingToDo;
+    report.lines.push_back(std::to_string(*count) + " contacts exported to " + options.toFolder);
+    FinishReport(report, {{"exported", *count}});
     return report;
 }
 
@@ -96,17 +90,12 @@ Report RunRestore(const CommandPlace& place, const RestoreOptions& options) {
         return RefusalReport(forgotten.Error());
     }
     auto present = backups.Restore(options.id);
+    if (!present) return RefusalReport(present.Error());
     Report report;
-    if (present) {
-        report.code = ExitCode::kChangesMade;
-        report.lines = {"backup " + options.id + " is back in place",
-                        "what was there before is backup " + present->id};
-        FinishReport(report, {{"restored", options.id}, {"before", present->id}});
-    } else {
-        report.code = CodeOf(present.Error());
-        report.errors.push_back(present.Error().Message());
-        FinishReport(report, nlohmann::json::object());
-    }
+    report.code = ExitCode::kChangesMade;
+    report.lines = {"backup " + options.id + " is back in place",
+                    "what was there before is backup " + present->id};
+    FinishReport(report, {{"restored", options.id}, {"before", present->id}});
     return report;
 }
 

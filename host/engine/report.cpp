@@ -72,7 +72,7 @@ void FinishReport(Report& report, json body) {
 
 Report RefusalReport(const platform::Failure& failure) {
     Report report;
-    report.code = ExitCode::kRefused;
+    report.code = CodeOf(failure);
     report.errors.push_back(failure.Message());
     FinishReport(report, json::object());
     return report;

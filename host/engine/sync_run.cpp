@@ -125,7 +125,7 @@ Report RunStatus(const CommandPlace& place, const SyncOptions& options) {
                            ", in the folder: " + std::to_string(run.sides.folder.size()) +
                            ", remembered: " + std::to_string(run.remembered.pairs.size()));
     if (!status) {
-        report.code = ExitCode::kRefused;
+        report.code = CodeOf(status.Error());
         report.errors.push_back(status.Error().Message());
     } else {
         report.lines.push_back("a sync now:");

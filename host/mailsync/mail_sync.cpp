@@ -128,7 +128,7 @@ Report RunMailStatus(const CommandPlace& place, const MailSyncOptions& options) 
                            ", in the Maildir: " + std::to_string(run.sides.folder.size()) +
                            ", remembered: " + std::to_string(run.remembered.size()));
     if (!status) {
-        report.code = ExitCode::kRefused;
+        report.code = CodeOf(status.Error());
         report.errors.push_back(status.Error().Message());
     } else {
         report.lines.push_back("a sync of mail now:");

@@ -6,6 +6,7 @@
 #include "host/module/batch_sink.h"
 #include "host/module/exit_code.h"
 #include "host/module/native_path.h"
+#include "host/module/windows_path.h"
 #include "platform/kvutil/kvutil.h"
 
 namespace host {
@@ -49,11 +50,23 @@ struct ShownValues {
     std::vector<const char*> cells;
 };
 
+platform::Failure Unsuccessful(std::string what, const std::vector<std::string>& reasons) {
+    what += " failed";
+    const char* separator = ": ";
+    for (const std::string& reason : reasons) {
+        what += separator + reason;
+        separator = "; ";
+    }
+    return Failed(std::move(what));
+}
+
 }  // namespace
 
 TranslatorSession::TranslatorSession(std::unique_ptr<CRRecordTranslator> translator,
-                                     CEudoraTransUtil* util)
-    : m_context(std::make_unique<HostContext>(util)), m_translator(std::move(translator)) {}
+                                     CEudoraTransUtil* util, unsigned long kind)
+    : m_context(std::make_unique<HostContext>(util)),
+      m_translator(std::move(translator)),
+      m_kind(kind) {}
 
 TranslatorSession::~TranslatorSession() {
     if (m_translator != nullptr && m_open) m_translator->Close(0);
@@ -66,7 +79,18 @@ platform::Result<TranslatorSession> TranslatorSession::Create(TranslatorHost& ho
         return Failed("the translator library gives no translator for data kind " +
                       std::to_string(kind));
     }
-    return TranslatorSession(std::move(translator), host.Util());
+    return TranslatorSession(std::move(translator), host.Util(), kind);
+}
+
+platform::Result<TranslatorSession> TranslatorSession::OpenContacts(TranslatorHost& host,
+                                                                    std::string nicknameFile) {
+    auto session = Create(host, kContactsKind);
+    if (!session) return session;
+    std::string summary;
+    auto selected = session->Select(nicknameFile, summary, false);
+    if (!selected) return selected.Error();
+    if (auto opened = session->Open(); !opened) return opened.Error();
+    return session;
 }
 
 unsigned long TranslatorSession::Properties() {
@@ -84,6 +108,9 @@ platform::Result<bool> TranslatorSession::Select(std::string& selection, std::st
     if (code != RRC_OK) return Explain("selecting " + ToUtf8(chosen.Str()));
     selection = chosen.Str();
     summary = text.Str();
+    if (m_kind == kContactsKind) {
+        m_store = ToNativePath(selection).value_or(ToUtf8(selection));
+    }
     return true;
 }
 
@@ -92,15 +119,18 @@ platform::Status TranslatorSession::SaveSettings(const std::string& selection) {
     return StatusOf(m_translator->SaveSettings(0, &info, 0), "saving the settings");
 }
 
-platform::Status TranslatorSession::Open(int mode) {
-    const RRETURNCODE code = m_translator->Open(mode, 0, 0, 0, m_context.get(), 0);
+platform::Status TranslatorSession::Open() {
+    (void)TakeErrors();  // of something else
+    const RRETURNCODE code = m_translator->Open(0, 0, 0, 0, m_context.get(), 0);
     m_open = m_open || code == RRC_OK;
-    return StatusOf(code, "opening");
+    const auto errors = TakeErrors();
+    if (code == RRC_OK && errors.empty()) return {};
+    return Unsuccessful("reading " + m_store, errors);
 }
 
-platform::Status TranslatorSession::Close(int mode) {
+platform::Status TranslatorSession::Close() {
     m_open = false;
-    return StatusOf(m_translator->Close(mode), "closing");
+    return StatusOf(m_translator->Close(0), "closing");
 }
 
 platform::Result<std::vector<FieldInfo>> TranslatorSession::Fields() {
@@ -254,14 +284,7 @@ std::vector<std::string> TranslatorSession::TakeWarnings() {
 }
 
 platform::Failure TranslatorSession::Explain(std::string_view what) {
-    std::string line(what);
-    line += " failed";
-    const char* separator = ": ";
-    for (const std::string& message : TakeErrors()) {
-        line += separator + message;
-        separator = "; ";
-    }
-    return Failed(std::move(line));
+    return Unsuccessful(std::string(what), TakeErrors());
 }
 
 platform::Status TranslatorSession::StatusOf(RRETURNCODE code, std::string_view what) {

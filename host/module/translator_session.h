@@ -59,6 +59,9 @@ class TranslatorSession {
   public:
     // `host` outlives the session.
     static platform::Result<TranslatorSession> Create(TranslatorHost& host, unsigned long kind);
+    // One with a nickname file (Windows path) selected and opened.
+    static platform::Result<TranslatorSession> OpenContacts(TranslatorHost& host,
+                                                            std::string nicknameFile);
     TranslatorSession(TranslatorSession&&) = default;
     TranslatorSession& operator=(TranslatorSession&&) = delete;
     ~TranslatorSession();
@@ -68,8 +71,10 @@ class TranslatorSession {
     // With `configure` the module shows its dialog. False if the user cancelled it.
     platform::Result<bool> Select(std::string& selection, std::string& summary, bool configure);
     platform::Status SaveSettings(const std::string& selection);
-    platform::Status Open(int mode = 0);
-    platform::Status Close(int mode = 0);
+    // Fails too when the module opened the store and has something to say about it: then what can
+    // be seen is not all that the store holds.
+    platform::Status Open();
+    platform::Status Close();
 
     platform::Result<std::vector<FieldInfo>> Fields();
 
@@ -107,13 +112,16 @@ class TranslatorSession {
     std::vector<std::string> TakeWarnings();
 
   private:
-    TranslatorSession(std::unique_ptr<CRRecordTranslator> translator, CEudoraTransUtil* util);
+    TranslatorSession(std::unique_ptr<CRRecordTranslator> translator, CEudoraTransUtil* util,
+                      unsigned long kind);
     platform::Failure Explain(std::string_view what);
     platform::Status StatusOf(RRETURNCODE code, std::string_view what);
     platform::Result<bool> Found(RRETURNCODE code, RRETURNCODE none, std::string_view what);
 
     std::unique_ptr<HostContext> m_context;
     std::unique_ptr<CRRecordTranslator> m_translator;
+    unsigned long m_kind;
+    std::string m_store = "Eudora's in-box";  // as a person knows it, once it is selected
     bool m_open = false;
 };
 

@@ -9,8 +9,10 @@ namespace host::testing {
 
 namespace {
 
+using ::testing::AnyOf;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
 
 struct BadInput {
     const char* arguments;  // with a blank between them
@@ -218,6 +220,45 @@ GetField 1)");
         for (const char* part : {"\x1B", "\xC2\x81", "\xC2\x9B", "\xE2\x80\xAE", "\xD8\x9C", "\x7F",
                                  "\r", "\nkvsync:forged"}) {
             EXPECT_EQ(CountOf(part, outcome.out + outcome.err), 0) << nlohmann::json(part);
+        }
+    }
+}
+
+// Read and file name are told, and what could be read of the file never passes for all of it.
+TEST(Cli, AFileThatCannotBeReadToItsEndEndsEachCommand) {
+    constexpr const char* kRead[] = {"list @ --eudora @E",
+                                     "show @ ann --eudora @E",
+                                     "export @ --to @new --eudora @E",
+                                     "sync @ --eudora @E --contacts @C --maildir @M",
+                                     "sync --dry-run @ --eudora @E --contacts @C --maildir @M",
+                                     "status --eudora @E --contacts @C --maildir @M",
+                                     "doctor --eudora @E",
+                                     "configure contacts --eudora @E --nickname-file @E/nndbase.txt"};
+    const Bench bench;
+    ASSERT_EQ(bench.Kvsync("configure mail --age off --size off --eudora @E").code, 4);
+    ASSERT_EQ(bench.Kvsync("sync --eudora @E --contacts @C --maildir @M").code, 4);
+    const auto trees = [&] {
+        auto all = bench.Tree("E");
+        for (const char* name : {"C", "M"}) all.merge(bench.Tree(name));
+        return all;
+    };
+    const auto before = trees();
+    for (const std::string file : {"E/nndbase.txt", "E/In.mbx", "E/In.toc"}) {
+        const std::string kind = file == "E/nndbase.txt" ? "contacts" : "mail";
+        for (std::string arguments : kRead) {
+            if (kind == "mail" && arguments.starts_with("configure")) continue;
+            if (const auto at = arguments.find("@ "); at != std::string::npos) {
+                arguments.replace(at, 1, kind);
+            }
+            SCOPED_TRACE(file + ": " + arguments);
+            const Outcome outcome = bench.KvsyncOnBadDisk(file, 300, arguments);
+            EXPECT_EQ(outcome.code, 1);
+            const std::string told = outcome.out + outcome.err;
+            EXPECT_THAT(told, HasSubstr(file.substr(2)));
+            EXPECT_THAT(told, AnyOf(HasSubstr("error occurred while"), HasSubstr("input/output")));
+            EXPECT_THAT(outcome.out, Not(AnyOf(HasSubstr("ann.harper"), HasSubstr("exported"))));
+            EXPECT_FALSE(std::filesystem::exists(bench.Path("new")));
+            EXPECT_EQ(trees(), before);
         }
     }
 }

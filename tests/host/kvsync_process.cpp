@@ -50,6 +50,14 @@ Outcome Bench::Kvsync(const std::string& arguments, const std::string& input) co
     return Run(Quoted(KV_PROGRAM) + " " + arguments, Path("no-prefix"), input);
 }
 
+Outcome Bench::KvsyncOnBadDisk(const std::string& name, int good,
+                               const std::string& arguments) const {
+    return Run("KV_BAD_FILE=" + Quoted(Path(name)) + " KV_GOOD=" + std::to_string(good) +
+                   " ASAN_OPTIONS=verify_asan_link_order=0 LD_PRELOAD=" + Quoted(KV_BAD_DISK) +
+                   " " + Quoted(KV_PROGRAM) + " " + arguments,
+               Path("no-prefix"), {});
+}
+
 Outcome Bench::KvsyncKilled(double seconds, const std::string& arguments) const {
     // In the foreground, so that the killed run is gone when its exit code is there.
     return Run("timeout --foreground -s KILL " + std::to_string(seconds) + " " +

@@ -17,12 +17,8 @@ namespace {
 namespace fs = std::filesystem;
 
 platform::Result<TranslatorSession> OpenBook() {
-    auto session = TranslatorSession::Create(*TheModule().host, 1);
-    if (!session) return session;
-    std::string selection = TheModule().setup.eudoraFolder + "\\nndbase.txt", summary;
-    if (auto status = session->Select(selection, summary, false); !status) return status.Error();
-    if (auto status = session->Open(); !status) return status.Error();
-    return session;
+    return TranslatorSession::OpenContacts(*TheModule().host,
+                                           TheModule().setup.eudoraFolder + "\\nndbase.txt");
 }
 
 Contact Make(const std::string& nickname, const std::string& name, const std::string& address,
