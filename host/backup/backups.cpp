@@ -196,11 +196,13 @@ platform::Status Backups::Stage(const std::string& folder, const Backup& backup)
         const std::string side = SideOf(file.origin);
         auto status = platform::MakeFree(m_files, side);
         if (status) status = CopyFlushed(Join(folder, file.name), side);
-        if (status) continue;
-        for (const BackupFile& staged : backup.files) (void)m_files.Delete(SideOf(staged.origin));
-        return status;
+        if (!status) return status;
     }
     return {};
+}
+
+void Backups::Unstage(const Backup& backup) {
+    for (const BackupFile& file : backup.files) (void)m_files.Delete(SideOf(file.origin));
 }
 
 // A side file takes the place of the present one, so that a fault leaves the one or the other.
@@ -209,7 +211,8 @@ platform::Status Backups::PutInPlace(const std::string& to) {
     return m_files.Exists(to) ? m_files.Replace(side, to) : m_files.Move(side, to);
 }
 
-platform::Result<Backup> Backups::Restore(const std::string& id) {
+platform::Result<Backup> Backups::Restore(
+    const std::string& id, const std::function<platform::Status(const Backup&)>& ready) {
     const bool isName = id.find_first_of("/\\:") == std::string::npos && !id.starts_with('.');
     auto backup = isName ? ReadManifest(id) : platform::Failure{ErrorCode::kNotFound, id};
     if (!backup && backup.Error().code == ErrorCode::kNotFound) {
@@ -224,13 +227,15 @@ platform::Result<Backup> Backups::Restore(const std::string& id) {
     }
     auto present = Make(origins, "before the restore of " + id);
     if (!present) return present.Error();
-    if (auto status = Stage(Join(m_folder, id), *backup); !status) return status.Error();
-    platform::Status status;
+    platform::Status status = Stage(Join(m_folder, id), *backup);
+    if (status && ready) status = ready(*backup);
     for (const BackupFile& file : backup->files) {
         if (status) status = PutInPlace(file.origin);
-        if (!status) (void)m_files.Delete(SideOf(file.origin));
     }
-    if (!status) return status.Error();
+    if (!status) {
+        Unstage(*backup);
+        return status.Error();
+    }
     for (const std::string& path : backup->absent) {
         auto gone = m_files.Delete(path);
         if (!gone && gone.Error().code != ErrorCode::kNotFound) return gone.Error();

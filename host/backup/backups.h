@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -41,14 +42,18 @@ class Backups {
     // Puts the files back, each in one step, after a backup of the present ones, which it gives.
     // All are copied beside their places before the first takes its own, and what did not exist
     // then goes last, so that a restore that was cut off is completed by another one.
-    // kRefused for an unknown id.
-    platform::Result<Backup> Restore(const std::string& id);
+    // kRefused for an unknown id. `ready`, if given, is called with the backup when nothing more
+    // has to be checked or copied, before the first file changes; its failure ends the restore.
+    platform::Result<Backup> Restore(
+        const std::string& id,
+        const std::function<platform::Status(const Backup&)>& ready = nullptr);
 
   private:
     std::string Join(const std::string& folder, const std::string& name) const;
     platform::Result<std::string> NewFolder();
     platform::Status CopyFlushed(const std::string& from, const std::string& to);
     platform::Status Stage(const std::string& folder, const Backup& backup);
+    void Unstage(const Backup& backup);
     platform::Status PutInPlace(const std::string& to);
     platform::Result<Backup> Make(const std::vector<std::string>& origins,
                                   const std::string& reason);

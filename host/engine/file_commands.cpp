@@ -37,15 +37,10 @@ platform::Result<std::size_t> Export(const CommandPlace& place, const ExportOpti
 
 // With the in-box of another day what was in step tells nothing: the next run must not carry the
 // difference into the Maildir as removals.
-platform::Status ForgetMails(const CommandPlace& place, Backups& backups, const std::string& id) {
-    const auto known = backups.List();
-    if (!known) return known.Error();
-    for (const Backup& backup : *known) {
-        if (backup.id != id) continue;
-        for (const BackupFile& file : backup.files) {
-            auto forgotten = MailState::ForgetInBox(place.files, place.stateFile, file.origin);
-            if (!forgotten) return forgotten;
-        }
+platform::Status ForgetMails(const CommandPlace& place, const Backup& backup) {
+    for (const BackupFile& file : backup.files) {
+        auto forgotten = MailState::ForgetInBox(place.files, place.stateFile, file.origin);
+        if (!forgotten) return forgotten;
     }
     return {};
 }
@@ -86,10 +81,8 @@ Report RunRestore(const CommandPlace& place, const RestoreOptions& options) {
     Backups backups = BackupsOf(place);
     auto lock = StateLock::Take(place.files, place.stateFile, place.files.Exists(place.stateFile));
     if (!lock) return RefusalReport(lock.Error());
-    if (auto forgotten = ForgetMails(place, backups, options.id); !forgotten) {
-        return RefusalReport(forgotten.Error());
-    }
-    auto present = backups.Restore(options.id);
+    auto present = backups.Restore(
+        options.id, [&](const Backup& backup) { return ForgetMails(place, backup); });
     if (!present) return RefusalReport(present.Error());
     Report report;
     report.code = ExitCode::kChangesMade;
