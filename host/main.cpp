@@ -1,7 +1,18 @@
+#include <cstdio>
+#include <new>
+
 #include "host/cli/application.h"
 #include "platform/os/program.h"
 
 int main(int argc, char** argv) {
     platform::UseBinaryStreams();
-    return static_cast<int>(host::RunApplication(platform::ProgramArguments(argc, argv)));
+    try {
+        return static_cast<int>(host::RunApplication(platform::ProgramArguments(argc, argv)));
+    } catch (const std::bad_alloc&) {
+        std::fputs(
+            "kvsync: there is not enough memory: close other programs, or raise the limit "
+            "(ulimit -v)\n",
+            stderr);
+        return static_cast<int>(host::ExitCode::kFailed);
+    }
 }

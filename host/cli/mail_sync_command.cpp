@@ -4,6 +4,7 @@
 #include "host/mail/parse.h"
 #include "host/mailsync/eudora_mail_source.h"
 #include "host/mailsync/mail_sync.h"
+#include "host/module/in_box.h"
 #include "host/module/native_path.h"
 #include "host/module/windows_path.h"
 #include "platform/os/system.h"
@@ -16,6 +17,7 @@ platform::Result<std::unique_ptr<MailSource>> OpenSource(Workplace& place) {
     std::string selection;
     auto session = place.SelectInBox(selection);
     if (!session) return session.Error();
+    if (auto pair = CheckInBoxPair(place.Place()); !pair) return pair.Error();
     return EudoraMailSource::Open(*std::move(session), selection,
                                   platform::NativeSystem().processes.CodePage());
 }
@@ -90,6 +92,7 @@ platform::Result<Report> ReportMail(Workplace& place, const Options& options,
             "no Maildir is named: give --maildir DIR, or maildir = \"DIR\" in the "
             "configuration file");
     }
+    if (auto here = RefuseMailsElsewhere(place.Place()); !here) return here.Error();
     const auto inbox = ToNativePath(place.Place().eudoraFolder + "\\In.mbx");
     if (!inbox) return Refused("no drive leads to the in-box in " + place.Place().eudoraShown);
     MailSyncOptions sync;

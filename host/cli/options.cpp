@@ -1,5 +1,7 @@
 #include "host/cli/options.h"
 
+#include <algorithm>
+
 #define TOML_EXCEPTIONS 0
 #include <toml++/toml.h>
 
@@ -15,7 +17,7 @@ namespace {
 constexpr std::uint64_t kLargestConfiguration = 1 << 20;
 
 struct TextKey {
-    const char* name;
+    std::string_view name;
     std::optional<std::string>& target;
 };
 
@@ -41,24 +43,25 @@ platform::Failure Unusable(const std::string& path, const std::string& why) {
 platform::Status ReadCodePage(const std::string& path, const toml::node& node, Options& options) {
     const auto number = node.value_exact<std::int64_t>();
     if (!number || *number < 1 || *number > 65535) {
-        return Unusable(path, "code_page must be a number such as 1252 or 932");
+        return Unusable(path, "code_page must be a number from 1 to 65535");
     }
-    if (options.setup.codePage == 0) options.setup.codePage = static_cast<unsigned>(*number);
+    if (!options.setup.codePage) options.setup.codePage = static_cast<unsigned>(*number);
     return {};
 }
 
 platform::Status Apply(const std::string& path, const toml::table& table, Options& options) {
-    std::optional<std::string> language;
-    const bool hasPlace = options.setup.eudora || options.setup.winePrefix;
+    auto& setup = options.setup;
+    // What the command line says about the place replaces both keys.
+    const bool hasPlace = setup.eudora || setup.winePrefix;
     std::optional<std::string> eudora, winePrefix;
-    const TextKey keys[] = {{"eudora", eudora},
-                            {"wine_prefix", winePrefix},
+    const TextKey keys[] = {{"eudora", hasPlace ? eudora : setup.eudora},
+                            {"wine_prefix", hasPlace ? winePrefix : setup.winePrefix},
                             {"contacts", options.contacts},
                             {"maildir", options.maildir},
                             {"state", options.state},
-                            {"nickname_file", options.setup.nicknameFile},
-                            {"settings", options.setup.settings},
-                            {"language", language},
+                            {"nickname_file", setup.nicknameFile},
+                            {"settings", setup.settings},
+                            {"language", setup.language},
                             {"prefer", options.prefer},
                             {"max_delete", options.maxDelete}};
     for (const auto& [key, node] : table) {
@@ -67,19 +70,12 @@ platform::Status Apply(const std::string& path, const toml::table& table, Option
             if (auto read = ReadCodePage(path, node, options); !read) return read;
             continue;
         }
-        const auto* known = std::find_if(std::begin(keys), std::end(keys),
-                                         [&](const TextKey& one) { return name == one.name; });
+        const auto* known = std::ranges::find(keys, name, &TextKey::name);
         if (known == std::end(keys)) return Unusable(path, "unknown key " + name);
         const auto text = node.value_exact<std::string>();
         if (!text) return Unusable(path, name + " must be a text in quotes");
         if (!known->target) known->target = Expanded(*text);
     }
-    // What the command line says about the place replaces both keys.
-    if (!hasPlace) {
-        options.setup.eudora = eudora;
-        options.setup.winePrefix = winePrefix;
-    }
-    if (language && options.setup.language.empty()) options.setup.language = *language;
     return {};
 }
 
@@ -105,8 +101,6 @@ platform::Status ReadConfiguration(Options& options) {
     if (options.setup.eudora && options.setup.winePrefix) {
         return Failed("--eudora and --wine-prefix exclude each other: give one");
     }
-    if (options.setup.language.empty()) options.setup.language = "EN";
-    if (options.setup.codePage == 0) options.setup.codePage = 1252;
     return {};
 }
 

@@ -16,8 +16,8 @@ class Workplace {
   public:
     // kRefused if there is no Eudora to work on, or it runs and `mayRun` is not set.
     static platform::Result<Workplace> Enter(const Options& options, bool mayRun = false);
-    // For work on mails alone. On Windows Eudora itself serves them: it may run, and the translator
-    // starts it if it does not.
+    // For work on mails alone. On Windows Eudora itself serves them, those of its own folder only:
+    // it may run, and the translator starts it if it does not.
     static platform::Result<Workplace> EnterForMail(const Options& options);
 
     TranslatorHost& Module() { return *m_host; }
@@ -33,6 +33,8 @@ class Workplace {
     platform::Result<TranslatorSession> OpenMail();
 
   private:
+    static platform::Result<Workplace> Start(const Options& options, Setup setup);
+
     Setup m_setup;
     SetupOptions m_options;
     std::unique_ptr<TranslatorHost> m_host;

@@ -93,7 +93,7 @@ std::vector<Finding> Examine(const SetupOptions& options,
     findings.push_back(StateFinding());
     findings.push_back(LibraryFinding(libraryFolder));
     if (!libraryFolder.empty()) {
-        findings.push_back(BundleFinding(libraryFolder, options.language));
+        findings.push_back(BundleFinding(libraryFolder, options.language.value_or("EN")));
     }
     findings.push_back(ContactsFinding(contactsFolder));
     auto setup = Prepare(options);

@@ -1,5 +1,6 @@
 #include "host/doctor/eudora_findings.h"
 
+#include "host/module/in_box.h"
 #include "host/module/native_path.h"
 #include "host/module/translator_host.h"
 #include "host/module/translator_session.h"
@@ -48,6 +49,23 @@ Finding StartFinding(const Setup& setup, const Module& host) {
     return {Health::kGood, "translator", "starts in language " + setup.init.language, {}};
 }
 
+constexpr const char* kUnreadable =
+    "copy the file to another disk, or put back a backup (kvsync backups)";
+
+// The in-box, read as a run reads it; but on Windows that would start Eudora.
+Finding InBoxFinding(const Setup& setup, Module& host) {
+    if (auto ready = CheckInBox(setup); !ready) {
+        return {Health::kNote, "in-box", ready.Error().Message(), {}};
+    }
+    if (host && !UsesWindowsPaths()) {
+        std::string selection;
+        auto session = SelectInBox(**host, setup, true, selection);
+        const auto opened = session ? session->Open() : platform::Status(session.Error());
+        if (!opened) return {Health::kBroken, "in-box", opened.Error().Message(), kUnreadable};
+    }
+    return {Health::kGood, "in-box", "In.mbx and In.toc", {}};
+}
+
 // The file that a run works on, read to its end.
 Finding InUseFinding(const std::string& path, Module& host) {
     const std::string what = "nickname file in use";
@@ -56,8 +74,7 @@ Finding InUseFinding(const std::string& path, Module& host) {
     }
     if (host) {
         if (auto opened = TranslatorSession::OpenContacts(**host, path); !opened) {
-            return {Health::kBroken, what, opened.Error().Message(),
-                    "copy the file to another disk, or put back a backup (kvsync backups)"};
+            return {Health::kBroken, what, opened.Error().Message(), kUnreadable};
         }
     }
     return {Health::kGood, what, ToUtf8(path), {}};
@@ -110,6 +127,7 @@ std::vector<Finding> ExamineEudora(const SetupOptions& options, const Setup& set
     auto host = TranslatorHost::Start(setup.init);
     findings.push_back(StartFinding(setup, host));
     findings.push_back(MapiFinding(setup));
+    findings.push_back(InBoxFinding(setup, host));
     NicknameFindings(options, setup, host, findings);
     return findings;
 }

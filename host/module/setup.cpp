@@ -62,8 +62,9 @@ platform::Status UseBareFolder(const SetupOptions& options, Setup& setup) {
     setup.eudoraShown = folder;
     const std::string kept =
         FromPath(ToPath(setup.stateFolder) / "prefixes" / ToPath(setup.memoryKey));
-    auto prefix = PrivatePrefix::Make(options.writesNothing ? TemporaryPrefix() : kept, folder,
-                                      options.codePage, options.writesNothing);
+    auto prefix =
+        PrivatePrefix::Make(options.writesNothing ? TemporaryPrefix() : kept, folder,
+                            options.codePage.value_or(kUsualCodePage), options.writesNothing);
     if (!prefix) return prefix.Error();
     if (options.writesNothing) {
         // It is to see what the next real run will see.
@@ -123,7 +124,13 @@ platform::Status FindFolder(const SetupOptions& options, Setup& setup) {
     setup.eudoraFolder = *folder;
     if (UsesWindowsPaths()) {
         setup.eudoraShown = options.eudora ? *options.eudora : ToUtf8(*folder);
-        if (options.eudora) setup.eudoraFolder = FromUtf8(Canonical(*options.eudora));
+        if (options.eudora) {
+            std::error_code unknown;
+            const bool isIt =
+                fs::equivalent(ToPath(ToUtf8(*folder)), ToPath(*options.eudora), unknown);
+            if (!isIt) setup.mailsElsewhere = ToUtf8(*folder);
+            setup.eudoraFolder = FromUtf8(Canonical(*options.eudora));
+        }
         setup.memoryKey = KeyOf(setup.eudoraFolder);
     } else if (!options.eudora) {
         setup.eudoraShown = ToUtf8(*folder) + " in " + setup.eudoraShown;
@@ -190,7 +197,7 @@ platform::Result<Setup> Prepare(const SetupOptions& options) {
     auto state = StateFolder();
     if (!state) return state.Error();
     setup.stateFolder = *state;
-    setup.init.language = options.language;
+    setup.init.language = options.language.value_or("EN");
     if (!UsesWindowsPaths()) {
         const auto used =
             options.eudora ? UseBareFolder(options, setup) : UsePrefix(options, setup);
@@ -207,6 +214,13 @@ platform::Result<Setup> Prepare(const SetupOptions& options) {
     setup.memoryFolder = FromPath(ToPath(setup.stateFolder) / "eudora" / ToPath(setup.memoryKey));
     if (auto chosen = ChooseSettingsFolder(options, setup); !chosen) return chosen.Error();
     return setup;
+}
+
+platform::Status RefuseMailsElsewhere(const Setup& setup) {
+    if (setup.mailsElsewhere.empty()) return {};
+    return Refused("on Windows the mails come from Eudora itself, which is installed in " +
+                   setup.mailsElsewhere + ", not in " + setup.eudoraShown +
+                   ": leave --eudora out, or ask for contacts alone");
 }
 
 platform::Status RefuseRunningEudora(const Setup& setup) {

@@ -9,14 +9,17 @@
 
 namespace host {
 
+inline constexpr unsigned kUsualCodePage = 1252;
+
 // Which Eudora to work on, as the person says it. Paths are native, in UTF-8.
 struct SetupOptions {
     std::optional<std::string> eudora;        // a bare Eudora folder
     std::optional<std::string> winePrefix;    // else a Wine prefix; else WINEPREFIX, else ~/.wine
     std::optional<std::string> nicknameFile;  // native, or a Windows path
     std::optional<std::string> settings;      // folder of the translators' settings files
-    std::string language;                     // of the texts; a code such as EN
-    unsigned codePage = 1252;    // of a bare folder; a prefix and Windows have their own
+    std::optional<std::string> language;      // of the texts; EN if it is not said
+    // Of a bare folder, kUsualCodePage if it is not said; a prefix and Windows have their own.
+    std::optional<unsigned> codePage;
     bool writesNothing = false;  // a dry run: what has to be made is made in the temporary folder
 };
 
@@ -25,6 +28,9 @@ struct Setup {
     InitTexts init;
     std::string eudoraFolder;  // Windows path, system code page
     std::string eudoraShown;   // the folder as a person knows it, UTF-8
+    // Where Eudora is installed, if that is another folder: then that one's mails are all that
+    // Windows gives.
+    std::string mailsElsewhere;
     std::string stateFolder;   // native; kvsync's own folder
     std::string memoryKey;     // the same for each run on this Eudora, different for another
     std::string memoryFolder;  // native; what kvsync remembers of this Eudora alone
@@ -38,6 +44,9 @@ platform::Result<Setup> Prepare(const SetupOptions& options);
 
 // kRefused if Eudora has its folder open.
 platform::Status RefuseRunningEudora(const Setup& setup);
+
+// kRefused if the mails that the module would give are those of another folder.
+platform::Status RefuseMailsElsewhere(const Setup& setup);
 
 // kvsync's own folder: $XDG_STATE_HOME/kvsync, %LOCALAPPDATA%\kvsync or ~/.local/state/kvsync.
 platform::Result<std::string> StateFolder();

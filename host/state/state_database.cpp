@@ -50,6 +50,10 @@ platform::Result<std::unique_ptr<SQLite::Database>> OpenStateDatabase(platform::
     try {
         if (!mayWrite && IsCutOff(files, path)) return CheckedCopy(files, path);
         auto database = std::make_unique<SQLite::Database>(path, flags, 5000);
+        if (mayWrite) {
+            // From here to its end the run has the file to itself: what it does can be remembered.
+            database->exec("PRAGMA locking_mode = EXCLUSIVE; BEGIN EXCLUSIVE; COMMIT");
+        }
         if (auto status = CheckState(*database, path, mayWrite); !status) return status.Error();
         return database;
     } catch (const SQLite::Exception& error) {

@@ -12,8 +12,9 @@
 namespace host {
 
 // The SQLite file that holds all memories. Without `mayWrite` nothing is written and a missing or
-// empty file gives null; with it the file is made and brought to the present version. kRefused for
-// a file that is damaged, of another program or of a later version: the line says the way out.
+// empty file gives null; with it the file is made and brought to the present version, and nobody
+// else gets at it as long as it is open. kRefused for a file that is damaged, in use, of another
+// program or of a later version: the line says the way out.
 platform::Result<std::unique_ptr<SQLite::Database>> OpenStateDatabase(platform::Files& files,
                                                                       const std::string& path,
                                                                       bool mayWrite);

@@ -105,6 +105,22 @@ TEST_F(SyncMailBack, ARemovalAgainstAChangeWaits) {
     EXPECT_EQ(Files().size(), InEudora());
 }
 
+// What cannot be remembered is not done: another program reads the memory all the time.
+TEST_F(SyncMailBack, ALockedMemoryKeepsEudoraAsItIs) {
+    fs::remove(First("M/cur"));
+    const auto before = bench.Tree("E");
+    const Outcome outcome = bench.Python(
+        "-c \"import sqlite3, subprocess, sys; memory = sqlite3.connect(sys.argv[1]); "
+        "memory.execute('BEGIN'); memory.execute('SELECT * FROM mail').fetchone(); "
+        "sys.exit(subprocess.run([sys.argv[2], 'sync', 'mail', '--eudora', sys.argv[3], "
+        "'--maildir', "
+        "sys.argv[4]]).returncode)\" @state/kvsync/state.db \"" KV_PROGRAM "\" @E @M");
+    EXPECT_EQ(outcome.code, 3) << outcome.out;
+    EXPECT_THAT(outcome.err, HasSubstr("in use by another program"));
+    EXPECT_EQ(bench.Tree("E"), before);
+    EXPECT_EQ(Mail().code, 4);
+}
+
 // Damage after a backup: the backup brings everything back, and the next run loses nothing.
 TEST_F(SyncMailBack, ARestoreUndoesDamage) {
     Deliver("M/new/1.x", "arrived", "arrived@x");
@@ -116,6 +132,12 @@ TEST_F(SyncMailBack, ARestoreUndoesDamage) {
     bench.Write("E/In.toc", "damaged");
     bench.Write("E/In.mbx", "damaged too");
     fs::remove(bench.Path("E/nndbase.txt"));
+    // A restore that is refused forgets nothing: what is in step stays so.
+    const auto state = bench.Read("state/kvsync/state.db");
+    fs::permissions(bench.Path("E/In.mbx"), fs::perms::owner_read);
+    EXPECT_EQ(bench.Kvsync("restore " + id + " --eudora @E").code, 3);
+    EXPECT_EQ(bench.Read("state/kvsync/state.db"), state);
+    fs::permissions(bench.Path("E/In.mbx"), fs::perms::owner_write, fs::perm_options::add);
     const Outcome restored = bench.Kvsync("restore " + id + " --eudora @E");
     ASSERT_EQ(restored.code, 4) << restored.err;
     auto now = bench.Tree("E");
@@ -169,7 +191,9 @@ TEST_F(SyncMailBack, AKillLosesAndDoublesNothing) {
         ASSERT_EQ(InEudora(), count + 1) << outcome.out;
         // The odd mail of the samples may be the one that was removed.
         const auto faults = Faults("E", count - 1, true);
-        if (!faults.empty()) EXPECT_EQ(faults, m_odd);
+        if (!faults.empty()) {
+            EXPECT_EQ(faults, m_odd);
+        }
         const std::string listed = Listed();
         EXPECT_EQ(CountOf("inEudora" + number, listed), 1);
         EXPECT_EQ(Count("M", "Subject: inEudora" + number), 1);

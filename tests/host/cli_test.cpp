@@ -9,6 +9,7 @@ namespace host::testing {
 
 namespace {
 
+using ::testing::AllOf;
 using ::testing::AnyOf;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -66,6 +67,7 @@ const BadInput kBadInputs[] = {
     {"sync mail --eudora @macintosh --maildir @M", 3, "Macintosh"},
     {"sync mail --eudora @cut --maildir @M", 3, "cut short (103 bytes)"},
     {"list mail --eudora @no-toc", 3, "cut short (0 bytes)"},
+    {"sync mail --eudora @mixed --maildir @M", 3, "In.toc and In.mbx"},
     {"restore nothing", 3, "nothing"},
 };
 
@@ -97,6 +99,8 @@ void Prepare(const Bench& bench) {
         bench.Write(std::string(name) + "/In.toc", content);
     }
     bench.Write("running/OWNER.LOK", "");
+    fs::copy(bench.Path("E"), bench.Path("mixed"), fs::copy_options::recursive);
+    bench.Write("mixed/In.mbx", "export PATH=" + bench.Read("E/In.mbx"));
 }
 
 TEST(Cli, BadInputGetsOneLineAndChangesNothing) {
@@ -105,7 +109,7 @@ TEST(Cli, BadInputGetsOneLineAndChangesNothing) {
     const auto trees = [&] {
         std::map<std::string, std::string> all;
         for (const char* name :
-             {"E", "running", "C", "damaged", "no-mail", "macintosh", "cut", "no-toc"})
+             {"E", "running", "C", "damaged", "no-mail", "macintosh", "cut", "no-toc", "mixed"})
             all.merge(bench.Tree(name));
         return all;
     };
@@ -226,14 +230,15 @@ GetField 1)");
 
 // Read and file name are told, and what could be read of the file never passes for all of it.
 TEST(Cli, AFileThatCannotBeReadToItsEndEndsEachCommand) {
-    constexpr const char* kRead[] = {"list @ --eudora @E",
-                                     "show @ ann --eudora @E",
-                                     "export @ --to @new --eudora @E",
-                                     "sync @ --eudora @E --contacts @C --maildir @M",
-                                     "sync --dry-run @ --eudora @E --contacts @C --maildir @M",
-                                     "status --eudora @E --contacts @C --maildir @M",
-                                     "doctor --eudora @E",
-                                     "configure contacts --eudora @E --nickname-file @E/nndbase.txt"};
+    constexpr const char* kRead[] = {
+        "list @ --eudora @E",
+        "show @ ann --eudora @E",
+        "export @ --to @new --eudora @E",
+        "sync @ --eudora @E --contacts @C --maildir @M",
+        "sync --dry-run @ --eudora @E --contacts @C --maildir @M",
+        "status --eudora @E --contacts @C --maildir @M",
+        "doctor --eudora @E",
+        "configure contacts --eudora @E --nickname-file @E/nndbase.txt"};
     const Bench bench;
     ASSERT_EQ(bench.Kvsync("configure mail --age off --size off --eudora @E").code, 4);
     ASSERT_EQ(bench.Kvsync("sync --eudora @E --contacts @C --maildir @M").code, 4);
@@ -251,7 +256,10 @@ TEST(Cli, AFileThatCannotBeReadToItsEndEndsEachCommand) {
                 arguments.replace(at, 1, kind);
             }
             SCOPED_TRACE(file + ": " + arguments);
-            const Outcome outcome = bench.KvsyncOnBadDisk(file, 300, arguments);
+            const Outcome outcome = bench.KvsyncWith(
+                "KV_GOOD=300 KV_BAD_FILE=\"" + bench.Path(file) +
+                    "\" LD_PRELOAD=\"" KV_BAD_DISK "\" ASAN_OPTIONS=verify_asan_link_order=0",
+                arguments);
             EXPECT_EQ(outcome.code, 1);
             const std::string told = outcome.out + outcome.err;
             EXPECT_THAT(told, HasSubstr(file.substr(2)));
@@ -294,7 +302,7 @@ TEST(Cli, DryRunTellsTheRealPlanAndWritesNothing) {
     EXPECT_EQ(bench.Times(), times);
 }
 
-// The choice of `configure` and the keys of the configuration file hold for later runs.
+// The choice of `configure` holds for later runs.
 TEST(Cli, ChoicesAreRemembered) {
     const Bench bench;
     bench.Write("E/NickName/Few.txt", "alias solo solo@example.org\r\n");
@@ -307,13 +315,8 @@ TEST(Cli, ChoicesAreRemembered) {
         bench.Kvsync("configure contacts --eudora @E --nickname-file @E/NickName/Few.txt");
     EXPECT_EQ(chosen.code, 4) << chosen.err;
     EXPECT_EQ(nicknames(" --eudora @E"), 1u);
-    std::filesystem::create_directories(bench.Path("config/kvsync"));
-    bench.Write("config/kvsync/config.toml", "eudora = '" + bench.Path("E") + "'\n");
-    EXPECT_EQ(nicknames(""), 1u);
-    // What the command line says replaces the file's place.
-    EXPECT_GT(nicknames(" --nickname-file @E/nndbase.txt"), 20u);
     std::filesystem::remove(bench.Path("E/NickName/Few.txt"));
-    EXPECT_GT(nicknames(""), 20u);
+    EXPECT_GT(nicknames(" --eudora @E"), 20u);
 }
 
 // Each run starts from what the runs before it left.
@@ -353,6 +356,91 @@ TEST(Cli, EachMailOptionChangesItsOwnSetting) {
     }
     EXPECT_EQ(bench.Tree("state"), before);
 }
+
+struct Key {
+    const char *name, *first, *second;  // two values; the second one on the command line
+    const char* probe;
+    const char *toldFirst, *toldSecond;
+};
+
+const Key kKeys[] = {
+    {"eudora", "@E", "@F", "status --contacts @C", "/E/nndbase", "/F/nndbase"},
+    {"wine_prefix", "@P", "@Q", "list contacts", "/P is no", "/Q is no"},
+    {"contacts", "@Ours", "@Yours", "status --eudora @E", "/Ours\n", "/Yours\n"},
+    {"maildir", "@Ours", "@Yours", "doctor --eudora @E", "/Ours (made", "/Yours (made"},
+    {"state", "@a.db", "@b.db", "status --eudora @E --contacts @C", "a.db", "b.db"},
+    {"nickname_file", "@E/NickName/Friends.txt", "@E/NickName/Kyoto.txt",
+     "status --eudora @E --contacts @C", "NickName/Friends", "NickName/Kyoto"},
+    {"settings", "@none", "@nowhere", "list contacts --eudora @E", "/none", "/nowhere"},
+    {"language", "DE", "FR", "doctor --eudora @E", "language DE", "language FR"},
+    {"code_page", "932", "1253", "doctor --eudora @E", "page: 932", "page: 1253"},
+    {"prefer", "eudora", "folder", "sync contacts --dry-run --eudora @E --contacts @C",
+     "folder: ann (phone)", "Eudora: ann (phone)"},
+    {"max_delete", "0", "100%", "sync contacts --dry-run --eudora @E --contacts @C",
+     "1 contacts would be deleted", "remove from Eudora: bob"},
+};
+
+// From the configuration file, from the command line, and from both, where the latter wins.
+TEST(Cli, EachKeyOfTheConfigurationFileWorks) {
+    const Bench bench;
+    std::filesystem::create_directories(bench.Path("config/kvsync"));
+    bench.Write("E/nndbase.txt",
+                "alias ann a@x\nnote ann <phone:1>\nalias bob b@x\nalias cy c@x\n");
+    std::filesystem::copy(bench.Path("E"), bench.Path("F"));
+    ASSERT_EQ(bench.Kvsync("sync contacts --eudora @E --contacts @C").code, 4);
+    for (const auto& [name, card] : bench.Tree("C")) {
+        if (card.find("bob") != std::string::npos) std::filesystem::remove(bench.Path(name));
+        const auto phone = card.find("voice:1");
+        if (phone != std::string::npos) {
+            bench.Write(name, std::string(card).replace(phone, 7, "voice:2"));
+        }
+    }
+    bench.Write("E/nndbase.txt",
+                "alias ann a@x\nnote ann <phone:3>\nalias bob b@x\nalias cy c@x\n");
+    const auto run = [&](const Key& key, bool inFile, bool onLine) {
+        std::string value = key.first, option = key.name;
+        if (value.starts_with('@')) value = bench.Path(value.substr(1));
+        if (key.name != std::string("code_page")) value = "'" + value + "'";
+        bench.Write("config/kvsync/config.toml", inFile ? option + " = " + value + "\n" : "");
+        std::ranges::replace(option, '_', '-');
+        const std::string more = onLine ? " --" + option + " " + key.second : "";
+        const Outcome outcome = bench.Kvsync(key.probe + more);
+        return outcome.out + outcome.err;
+    };
+    for (const Key& key : kKeys) {
+        EXPECT_THAT(run(key, true, false), HasSubstr(key.toldFirst)) << key.name;
+        for (const bool both : {false, true}) {
+            EXPECT_THAT(run(key, both, true),
+                        AllOf(HasSubstr(key.toldSecond), Not(HasSubstr(key.toldFirst))))
+                << key.name;
+        }
+    }
+}
+
+#if !defined(__SANITIZE_ADDRESS__)  // which needs more address space than it uses
+// However little memory there is, a run ends with what it is for or with a line.
+TEST(Cli, MemoryThatRunsOutIsALine) {
+    const Bench bench;
+    std::string book;
+    for (int i = 0; i < 20000; ++i) {
+        book += "alias n" + std::to_string(i) + " x@example.org\nnote n" + std::to_string(i) +
+                " <name:" + std::string(60, 'x') + ">\n";
+    }
+    bench.Write("E/nndbase.txt", book);
+    int failed = 0, kilobytes = 10000;
+    const auto with = [&](const char* arguments) {
+        return bench.KvsyncWith("ulimit -v " + std::to_string(kilobytes) + ";", arguments);
+    };
+    while (with("--version").code != 0) kilobytes += 2000;
+    for (Outcome outcome{1, {}, {}}; outcome.code != 0; kilobytes += 2000) {
+        outcome = with("list contacts --eudora @E");
+        ASSERT_THAT(outcome.code, AnyOf(0, 1, 3)) << kilobytes << outcome.err;
+        EXPECT_EQ(std::ranges::count(outcome.err, '\n'), outcome.code != 0) << outcome.err;
+        failed += outcome.err.find("memory") != std::string::npos;
+    }
+    EXPECT_GT(failed, 0);
+}
+#endif
 
 // A Wine prefix with Eudora in it needs no private one.
 TEST(Cli, WorksOnAWinePrefix) {

@@ -50,12 +50,8 @@ Outcome Bench::Kvsync(const std::string& arguments, const std::string& input) co
     return Run(Quoted(KV_PROGRAM) + " " + arguments, Path("no-prefix"), input);
 }
 
-Outcome Bench::KvsyncOnBadDisk(const std::string& name, int good,
-                               const std::string& arguments) const {
-    return Run("KV_BAD_FILE=" + Quoted(Path(name)) + " KV_GOOD=" + std::to_string(good) +
-                   " ASAN_OPTIONS=verify_asan_link_order=0 LD_PRELOAD=" + Quoted(KV_BAD_DISK) +
-                   " " + Quoted(KV_PROGRAM) + " " + arguments,
-               Path("no-prefix"), {});
+Outcome Bench::KvsyncWith(const std::string& variables, const std::string& arguments) const {
+    return Run(variables + " " + Quoted(KV_PROGRAM) + " " + arguments, Path("no-prefix"), {});
 }
 
 Outcome Bench::KvsyncKilled(double seconds, const std::string& arguments) const {

@@ -26,8 +26,8 @@ class Bench {
     // Runs the built kvsync, whose own files lie in "state". The arguments are as for a shell, but
     // "@" at the beginning of one stands for this folder.
     Outcome Kvsync(const std::string& arguments, const std::string& input = {}) const;
-    // The same on a disk that gives no byte of the file `name` behind the first `good` ones.
-    Outcome KvsyncOnBadDisk(const std::string& name, int good, const std::string& arguments) const;
+    // The same with variables of the environment in front, as for a shell.
+    Outcome KvsyncWith(const std::string& variables, const std::string& arguments) const;
     // The same, killed after some seconds if it takes that long: then the code is 137.
     Outcome KvsyncKilled(double seconds, const std::string& arguments) const;
     // Runs another program of the build with the prefix that kvsync made for E.
