@@ -1,7 +1,7 @@
-#include <cstdio>
 #include <new>
 
 #include "host/cli/application.h"
+#include "host/output/output.h"
 #include "platform/os/program.h"
 
 int main(int argc, char** argv) {
@@ -9,10 +9,8 @@ int main(int argc, char** argv) {
     try {
         return static_cast<int>(host::RunApplication(platform::ProgramArguments(argc, argv)));
     } catch (const std::bad_alloc&) {
-        std::fputs(
-            "kvsync: there is not enough memory: close other programs, or raise the limit "
-            "(ulimit -v)\n",
-            stderr);
+        host::PrintError(
+            "there is not enough memory: close other programs, or raise the limit (ulimit -v)");
         return static_cast<int>(host::ExitCode::kFailed);
     }
 }

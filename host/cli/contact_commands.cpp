@@ -10,6 +10,7 @@
 #include "host/module/windows_path.h"
 #include "host/output/output.h"
 #include "host/shell/shell.h"
+#include "platform/kvutil/kvutil.h"
 
 namespace host {
 
