@@ -20,21 +20,26 @@ enum class ErrorCode {
     kNotSupported,
     kCorrupt,
     kIo,
-    // The context is a whole line for a person, with the way out: nothing was touched (kRefused),
+    // The context is a whole line for a person: nothing was touched (kRefused),
     // or the operation began and did not succeed (kFailed).
     kRefused,
     kFailed,
 };
 
 // Why an operation failed: what kind of failure, of which thing (a path, a key: the name that a
-// person knows it by), and the system's own number (errno or GetLastError; 0 if none).
+// person knows it by), the system's own number (errno or GetLastError; 0 if none), and what a
+// person can do about it, where that is known.
 struct Failure {
     ErrorCode code = ErrorCode::kIo;
     std::string context;
     int systemError = 0;
+    std::string advice = {};
 
-    // One line for a person, without a line end: "C:\x\y.txt: access denied (error 13)".
+    // One line for a person, without a line end: "C:\x\y.txt: access denied (error 13)", and behind
+    // a colon the advice.
     std::string Message() const;
+    // The same without the advice.
+    std::string Cause() const;
 };
 
 // A value or a Failure: the part of std::expected that this project uses.
