@@ -4,6 +4,7 @@
 
 #include "platform/os/code_page.h"
 #include "platform/os/path.h"
+#include "platform/posix/native_file.h"
 #include "platform/posix/native_files.h"
 
 namespace platform::posix {
@@ -31,9 +32,9 @@ Status NamedByPart(Status status, const std::string& nativeTo, std::string_view 
 Result<std::unique_ptr<File>> PrefixFiles::Open(std::string_view path, OpenMode mode, Share share) {
     const auto mapped = m_mapper.Map(path);
     if (!mapped) return mapped.Error();
-    auto file = m_native.Open(mapped->path, mode, share);
-    if (!file) return Named(file.Error(), path);
-    return file;
+    auto handle = OpenClaimed(mapped->path, mode, share);
+    if (!handle) return Named(handle.Error(), path);
+    return MakeNativeFile(*std::move(handle), std::string(path), mode);
 }
 
 Result<FileInfo> PrefixFiles::Stat(std::string_view path) {
