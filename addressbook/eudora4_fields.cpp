@@ -7,6 +7,7 @@
 #include "frame/guard.h"
 #include "platform/kvutil/kvutil.h"
 #include "platform/mfc/text_case.h"
+#include "platform/os/code_page.h"
 
 using addressbook::CheckMode;
 using frame::Guarded;

@@ -3,6 +3,7 @@
 #include "frame/guard.h"
 #include "frame/trans_base.h"
 #include "platform/mfc/text_case.h"
+#include "platform/os/code_page.h"
 
 using frame::Guarded;
 

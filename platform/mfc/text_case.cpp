@@ -24,14 +24,6 @@ bool EqualNoCase(std::string_view a, std::string_view b) {
                       [](char x, char y) { return Upper(x) == Upper(y); });
 }
 
-std::string UpperCase(std::string_view text, unsigned codePage) {
-    std::string upper(text);
-    for (std::size_t i = 0; i < text.size(); i += CharacterLength(text, i, codePage)) {
-        if (CharacterLength(text, i, codePage) == 1) upper[i] = Upper(text[i]);
-    }
-    return upper;
-}
-
 bool ContainsText(std::string_view text, std::string_view part, unsigned codePage) {
     for (std::size_t i = 0; i < text.size(); i += CharacterLength(text, i, codePage)) {
         if (text.substr(i).starts_with(part)) return true;

@@ -18,4 +18,8 @@ std::string ToUtf8(std::string_view text, unsigned codePage);
 // given, says whether there was one.
 std::string FromUtf8(std::string_view text, unsigned codePage, bool* lossy = nullptr);
 
+// Each letter in upper case, in whatever language; one whose upper case the code page lacks stays,
+// and so does what is no character.
+std::string UpperCase(std::string_view text, unsigned codePage);
+
 }  // namespace platform

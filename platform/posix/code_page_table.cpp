@@ -203,4 +203,17 @@ std::string FromUtf8(std::string_view text, unsigned codePage, bool* lossy) {
     return bytes;
 }
 
+std::string UpperCase(std::string_view text, unsigned codePage) {
+    const auto& table = posix::CodePageTable::Of(codePage);
+    std::string upper;
+    while (!text.empty()) {
+        auto bytes = text;
+        const char32_t character = table.Take(text);
+        bytes.remove_suffix(text.size());
+        const char32_t raised = posix::RaiseCase(character);
+        if (raised == character || !table.Append(raised, upper)) upper += bytes;
+    }
+    return upper;
+}
+
 }  // namespace platform

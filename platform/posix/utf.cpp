@@ -13,6 +13,12 @@ constexpr bool IsSurrogate(char32_t character, char32_t first) {
     return character >= first && character < first + 0x400;
 }
 
+// Null where the system has no such locale.
+locale_t Unicode() {
+    static const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    return unicode;
+}
+
 std::u32string Folded(std::string_view text) {
     std::u32string folded;
     while (!text.empty()) folded += FoldCase(TakeUtf8(text));
@@ -108,9 +114,16 @@ char32_t FoldCase(char32_t character) {
     if (character < 0x80) {
         return character >= 'A' && character <= 'Z' ? character - 'A' + 'a' : character;
     }
-    static const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-    if (unicode == nullptr || character == kNoCharacter) return character;
-    return static_cast<char32_t>(towlower_l(static_cast<wint_t>(character), unicode));
+    if (Unicode() == nullptr || character == kNoCharacter) return character;
+    return static_cast<char32_t>(towlower_l(static_cast<wint_t>(character), Unicode()));
+}
+
+char32_t RaiseCase(char32_t character) {
+    if (character < 0x80) {
+        return character >= 'a' && character <= 'z' ? character - 'a' + 'A' : character;
+    }
+    if (Unicode() == nullptr || character == kNoCharacter) return character;
+    return static_cast<char32_t>(towupper_l(static_cast<wint_t>(character), Unicode()));
 }
 
 bool EqualFolded(std::string_view a, std::string_view b) {

@@ -20,8 +20,9 @@ void AppendUtf16(char32_t character, std::u16string& out);
 std::u16string Utf16FromBytes(std::string_view bytes);
 std::string BytesFromUtf16(std::u16string_view text);
 
-// Lower case of one character, whatever the locale of the process.
+// Lower and upper case of one character, whatever the locale of the process.
 char32_t FoldCase(char32_t character);
+char32_t RaiseCase(char32_t character);
 // Whether two UTF-8 texts are equal but for case.
 bool EqualFolded(std::string_view a, std::string_view b);
 // Whether a name matches a pattern with * and ? (one character), without regard to case. As on

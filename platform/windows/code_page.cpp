@@ -75,4 +75,19 @@ std::string FromUtf8(std::string_view text, unsigned codePage, bool* lossy) {
     return result;
 }
 
+std::string UpperCase(std::string_view text, unsigned codePage) {
+    codePage = KnownCodePage(codePage);
+    std::string upper;
+    while (!text.empty()) {
+        const auto bytes = text.substr(0, CharacterLength(text, codePage));
+        text.remove_prefix(bytes.size());
+        std::wstring wide = windows::WideName(bytes, codePage);
+        CharUpperBuffW(wide.data(), static_cast<DWORD>(wide.size()));
+        bool isLossy = false;
+        const auto raised = windows::NarrowStrict(wide, codePage, &isLossy);
+        upper += wide.empty() || isLossy ? std::string(bytes) : raised;
+    }
+    return upper;
+}
+
 }  // namespace platform

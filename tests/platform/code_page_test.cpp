@@ -53,6 +53,17 @@ TEST(CodePage, Conversions) {
     EXPECT_EQ(ToUtf8("a\x81", 932), "a\uFFFD");
 }
 
+TEST(CodePage, RaisesTheLettersThatItHas) {
+    using Row = std::tuple<unsigned, std::string, std::string>;
+    for (const auto& [codePage, text, upper] :
+         {Row{1252, "a\x83\x61z\xE9\xFF\xB5\xDF\x81", "A\x83\x41Z\xC9\x9F\xB5\xDF\x81"},
+          Row{1251, "\xE6\xB8\x9A", "\xC6\xA8\x8A"},
+          Row{932, "a\x83\x61z\x82\x81\x84\x70\xE9", "A\x83\x61Z\x82\x60\x84\x40\xE9"},
+          Row{65001, "\xC3\xA9\xFFz", "\xC3\x89\xFFZ"}}) {
+        EXPECT_EQ(platform::UpperCase(text, codePage), upper) << codePage;
+    }
+}
+
 TEST(Path, Splits) {
     using Row = std::tuple<const char*, const char*, unsigned>;
     for (const auto& [path, expected, codePage] :

@@ -98,8 +98,6 @@ TEST(OleDateTimeTest, RangeAndOrder) {
 }
 
 TEST(TextCaseTest, DoubleByteCharactersStayWhole) {
-    EXPECT_EQ(platform::UpperCase("a\x83\x61z\xE9", 932), "A\x83\x61Z\xE9");
-    EXPECT_EQ(platform::UpperCase("a\x83\x61z", 1252), "A\x83\x41Z");
     EXPECT_TRUE(platform::ContainsText("\x83\x41\x42", "\x42", 932));
     EXPECT_FALSE(platform::ContainsText("\x83\x42", "\x42", 932));
     EXPECT_TRUE(platform::ContainsText("", "", 932));
