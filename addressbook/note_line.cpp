@@ -1,5 +1,6 @@
 #include "addressbook/note_line.h"
 
+#include <algorithm>
 #include <array>
 #include <vector>
 
@@ -29,7 +30,7 @@ std::size_t TagOf(std::string_view token) {
 }
 
 bool EndsWord(std::string_view text, std::size_t at) {
-    return at >= text.size() || kSpaceSet.Has(text[at]);
+    return at >= text.size() || kSpaceSet.Has(text[at]) || kNoteEndSet.Has(text[at]);
 }
 
 // The length of the nickname at the beginning of a head, in one of the forms in which it may stand
@@ -72,8 +73,14 @@ void ParsePlain(std::string_view head, std::string_view nickname, RecordText& re
     }
 }
 
-void ParseTokens(const std::vector<std::string_view>& tokens, RecordText& record,
-                 Leftover& leftover) {
+// What a token says besides the nickname, which ends at `nameEnd` and may have delimiters in it.
+std::string_view Besides(std::string_view token, const char* nameEnd) {
+    if (token.data() > nameEnd) return token;
+    return From(token, static_cast<std::size_t>(nameEnd - token.data()) + 1);
+}
+
+void ParseTokens(const std::vector<std::string_view>& tokens, const char* nameEnd,
+                 RecordText& record, Leftover& leftover) {
     std::array<std::size_t, kTags.size() + 1> last;  // place of the token that counts, by kind
     last.fill(tokens.size());
     const auto isEmptyTag = [](std::string_view token, std::size_t tag) {
@@ -87,13 +94,39 @@ void ParseTokens(const std::vector<std::string_view>& tokens, RecordText& record
         const auto tag = TagOf(tokens[i]);
         if (isEmptyTag(tokens[i], tag)) continue;
         if (last[tag] != i) {
-            leftover.AddToken(tokens[i]);
+            leftover.AddToken(Besides(tokens[i], nameEnd));
         } else if (tag == kNoTag) {
             record.note = tokens[i];
         } else {
             record.*kTags[tag].field = tokens[i].substr(kTags[tag].text.size());
         }
     }
+}
+
+bool HasTags(const RecordText& record) {
+    return std::any_of(kTags.begin(), kTags.end(),
+                       [&](const Tag& tag) { return !(record.*tag.field).empty(); });
+}
+
+void AppendContent(std::string& out, const RecordText& record) {
+    for (const auto& tag : kTags) {
+        const auto value = record.*tag.field;
+        if (value.empty()) continue;
+        out += '<';
+        out += tag.text;
+        out += value;
+        out += '>';
+    }
+    out += record.note;
+}
+
+bool ReadsBack(std::string_view line, std::string_view nickname, const RecordText& record) {
+    RecordText read;
+    Leftover leftover;
+    ParseNoteLine(line, nickname, read, leftover);
+    return !leftover.Any() && read.note == record.note &&
+           std::all_of(kTags.begin(), kTags.end(),
+                       [&](const Tag& tag) { return read.*tag.field == record.*tag.field; });
 }
 
 }  // namespace
@@ -115,6 +148,7 @@ void ParseNoteLine(std::string_view line, std::string_view nickname, RecordText&
     auto word = scan.Next(kNoteWordSet);
     while (word.ends_with('\r')) word.remove_suffix(1);
     if (word != "note") leftover.AddToken(word);
+    auto named = scan.Rest();
     const auto head = scan.Next(kNoteSet);
     auto& tokens = record.tokens;
     tokens.clear();
@@ -125,33 +159,32 @@ void ParseNoteLine(std::string_view line, std::string_view nickname, RecordText&
         if (!head.empty()) ParsePlain(head, nickname, record, leftover);
         return;
     }
-    const auto length = NameLength(head, nickname);
-    leftover.AddToken(length == std::string_view::npos ? head : From(head, length + 1));
-    ParseTokens(tokens, record, leftover);
+    auto length = NameLength(named, nickname);
+    if (length == std::string_view::npos) {
+        named = head;
+        length = NameLength(head, nickname);
+    }
+    const auto* nameEnd = length == std::string_view::npos ? nullptr : named.data() + length;
+    leftover.AddToken(Besides(head, nameEnd));
+    ParseTokens(tokens, nameEnd, record, leftover);
 }
 
 void AppendNoteLine(std::string& out, std::string_view nickname, const RecordText& record) {
-    out += "note ";
-    // A delimiter inside the nickname would read as the end of the head, and its rest as a note.
-    const auto carried = CarriedName(nickname);
-    const bool whole = carried.size() == nickname.size();
-    if (whole) {
-        AppendNickname(out, nickname);
-    } else {
-        out += carried;
-    }
-    out += ' ';
     const auto begin = out.size();
-    for (const auto& tag : kTags) {
-        const auto value = record.*tag.field;
-        if (value.empty()) continue;
-        out += '<';
-        out += tag.text;
-        out += value;
-        out += '>';
-    }
-    if (!whole && out.size() == begin) out += '>';
-    out += record.note;
+    out += "note ";
+    const auto name = out.size();
+    AppendNickname(out, nickname);
+    out += ' ';
+    AppendContent(out, record);
+    const auto carried = CarriedName(nickname);
+    if (carried.size() == nickname.size()) return;
+    if (ReadsBack(std::string_view(out).substr(begin), nickname, record)) return;
+    out.resize(name);
+    out += carried;
+    out += ' ';
+    // Without a tag the note itself would be read as the nickname's.
+    if (!HasTags(record)) out += '>';
+    AppendContent(out, record);
 }
 
 bool IsNormalNote(std::string_view content) {

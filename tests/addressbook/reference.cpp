@@ -44,6 +44,17 @@ bool IsNote(const string& line) {
     return line.substr(0, 4) == "note";
 }
 
+// A token without the end of a nickname that has a delimiter in it.
+string Besides(const string& token, const string& nick) {
+    const auto last = nick.find_last_of("<>\r");
+    if (last == string::npos) return token;
+    const auto tail = nick.substr(last + 1);
+    for (const auto& end : {tail + " ", tail + "\" "}) {
+        if (token.starts_with(end)) return token.substr(end.size());
+    }
+    return token;
+}
+
 void ParseNote(const string& line, const string& nick, Record& record, std::vector<Piece>& pieces) {
     Scan scan{line};
     scan.Next(" ");
@@ -72,7 +83,7 @@ void ParseNote(const string& line, const string& nick, Record& record, std::vect
         int kind = 0;
         while (kind < 4 && token.compare(0, string(kTags[kind]).size(), kTags[kind]) != 0) ++kind;
         if (kind == 4) {
-            if (!Trim(record.note).empty()) pieces.push_back({record.note, nick});
+            if (!Trim(record.note).empty()) pieces.push_back({Besides(record.note, nick), nick});
             record.note = token;
         } else if (const auto value = token.substr(string(kTags[kind]).size()); !value.empty()) {
             auto& field = record.*kFields[kind];
@@ -152,8 +163,18 @@ string Write(const std::map<string, Record>& records) {
             const auto& value = record.*kFields[kind];
             if (!value.empty()) note += "<" + string(kTags[kind]) + value + ">";
         }
+        const bool hasTags = !note.empty();
         note += record.note;
-        if (!note.empty()) out += "\r\nnote " + name + " " + note;
+        if (note.empty()) continue;
+        auto line = name + " " + note;
+        if (const auto cut = nick.find_first_of("<>\r"); cut != string::npos) {
+            Record read;
+            std::vector<Piece> ignored;
+            ParseNote("note " + line, nick, read, ignored);
+            read.mails = record.mails;
+            if (read != record) line = nick.substr(0, cut) + (hasTags ? " " : " >") + note;
+        }
+        out += "\r\nnote " + line;
     }
     return out;
 }
@@ -164,7 +185,7 @@ bool IsCarriable(const std::map<string, Record>& records) {
         for (const auto* tag : kTags) {
             if (record.note.compare(0, string(tag).size(), tag) == 0) return false;
         }
-        return entry.first.find_first_of("\"\r<>") == string::npos;
+        return entry.first.find('"') == string::npos;
     });
 }
 
