@@ -60,13 +60,6 @@ std::string_view CarriedUnits::Keep(std::string text) {
     return m_kept.emplace_back(std::move(text));
 }
 
-void CarriedUnits::AddOwned(CarriedUnit unit, std::string_view owner) {
-    auto found = m_owned.find(owner);
-    if (found == m_owned.end()) found = m_owned.try_emplace(std::string(owner)).first;
-    found->second.push_back(m_units.size());
-    m_units.push_back(unit);
-}
-
 CarriedUnit CarriedUnits::LeftoverUnit(std::uint64_t place, std::string_view owner,
                                        const Leftover& leftover) {
     std::string line = "alias ";
@@ -87,32 +80,28 @@ CarriedUnit CarriedUnits::LeftoverUnit(std::uint64_t place, std::string_view own
     return unit;
 }
 
-void CarriedUnits::Rewrite(CarriedUnit& unit, std::string_view owner, std::string_view newOwner) {
-    unit.line = Keep(RenamedEntryLine(unit.line, owner, newOwner));
-    if (unit.hasNote) unit.note = Keep(RenamedNoteLine(unit.note, owner, newOwner));
-}
-
 void CarriedUnits::Rename(std::string_view owner, std::string_view newOwner) {
-    const auto found = m_owned.find(owner);
-    if (found == m_owned.end()) return;
-    auto node = m_owned.extract(found);
-    for (const auto index : node.mapped()) Rewrite(m_units[index], owner, newOwner);
-    auto& target = m_owned[std::string(newOwner)];
-    target.insert(target.end(), node.mapped().begin(), node.mapped().end());
-}
-
-void CarriedUnits::DropOwned(std::string_view owner) {
-    const auto found = m_owned.find(owner);
-    if (found == m_owned.end()) return;
-    for (const auto index : found->second) m_units[index].gone = true;
-    m_owned.erase(found);
-}
-
-void CarriedUnits::DropAllOwned() {
-    for (const auto& [owner, indices] : m_owned) {
-        for (const auto index : indices) m_units[index].gone = true;
+    decltype(m_owned) renamed;
+    const auto [first, last] = m_owned.equal_range(owner);
+    for (auto each = first; each != last; ++each) {
+        auto unit = each->second;
+        unit.line = Keep(RenamedEntryLine(unit.line, owner, newOwner));
+        if (unit.hasNote) unit.note = Keep(RenamedNoteLine(unit.note, owner, newOwner));
+        renamed.emplace(std::string(newOwner), unit);
     }
-    m_owned.clear();
+    m_owned.erase(first, last);
+    m_owned.merge(renamed);
+}
+
+void CarriedUnits::DropOwned(std::string_view owner) noexcept {
+    const auto [first, last] = m_owned.equal_range(owner);
+    m_owned.erase(first, last);
+}
+
+std::vector<CarriedUnit> CarriedUnits::Units() const {
+    auto units = m_free;
+    for (const auto& [owner, unit] : m_owned) units.push_back(unit);
+    return units;
 }
 
 }  // namespace addressbook

@@ -18,35 +18,33 @@ struct CarriedUnit {
     std::uint64_t place = 0;  // in the file; gives the order
     std::string_view line, note;
     bool hasNote = false;
-    bool gone = false;
 };
 
 // All of them. A unit without an owner stays for ever; one that belongs to a record follows that
 // record when it is renamed and vanishes with it. Texts are parts of the file's bytes, which must
-// outlive this object, or are kept here.
+// outlive this object, or are kept here. What throws, for want of memory, has changed nothing.
 class CarriedUnits {
   public:
-    void Add(CarriedUnit unit) { m_units.push_back(unit); }
-    void AddOwned(CarriedUnit unit, std::string_view owner);
+    void Add(CarriedUnit unit) { m_free.push_back(unit); }
+    void AddOwned(CarriedUnit unit, std::string_view owner) {
+        m_owned.emplace(std::string(owner), unit);
+    }
+    // Nothing belongs to `newOwner` yet.
     void Rename(std::string_view owner, std::string_view newOwner);
-    void DropOwned(std::string_view owner);
-    void DropAllOwned();
+    void DropOwned(std::string_view owner) noexcept;
+    void DropAllOwned() noexcept { m_owned.clear(); }
 
     // Text that is not part of the file.
     std::string_view Keep(std::string text);
     // An entry of the owner's nickname that says what the record could not hold.
     CarriedUnit LeftoverUnit(std::uint64_t place, std::string_view owner, const Leftover& leftover);
 
-    const std::vector<CarriedUnit>& Units() const { return m_units; }
-    bool IsEmpty() const { return m_units.empty(); }
+    // In no order.
+    std::vector<CarriedUnit> Units() const;
 
   private:
-    using Owned = std::map<std::string, std::vector<std::size_t>, std::less<>>;
-
-    void Rewrite(CarriedUnit& unit, std::string_view owner, std::string_view newOwner);
-
-    std::vector<CarriedUnit> m_units;
-    Owned m_owned;
+    std::vector<CarriedUnit> m_free;
+    std::multimap<std::string, CarriedUnit, std::less<>> m_owned;
     std::deque<std::string> m_kept;
 };
 

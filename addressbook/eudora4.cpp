@@ -95,13 +95,14 @@ RRETURNCODE CREudora4::Open(int, RWORD, RWORD, RWORD, RWORD, RWORD, RWORD, RWORD
 RRETURNCODE CREudora4::BuildFieldList() {
     return Guarded("BuildFieldList", [&] {
         KV_LOG(5, "Enter - CREudora4::BuildFieldList\n");
-        m_appInfo.m_fields.RemoveAll();
+        CREudoraFieldArray fields;
         for (const auto& row : kFields) {
             CREudoraField field;
             field.Set(std::to_string(row.id).c_str(), row.stringId, row.stringId,
                       Util().GetString(row.stringId), kFieldText, row.tag | kAddressBookTag, false);
-            m_appInfo.m_fields.Add(field);
+            fields.Add(field);
         }
+        m_appInfo.m_fields = std::move(fields);
         return RRC_OK;
     });
 }
@@ -142,9 +143,14 @@ RRETURNCODE CREudora4::UpdateRecord(CString& csRecordId, CString& csModifiedInfo
     return Guarded("UpdateRecord", [&] {
         KV_LOG(5, "Enter - CREudora4::UpdateRecord\n");
         csModifiedInfo.Empty();
+        // Room first: nothing may fail between storing a record and noting it for the host.
+        CString noted;
+        m_arrUpdatedIDs.MakeRoom();
+        for (auto* id : {&noted, &csRecordId}) id->Str().reserve(addressbook::kMaxNickname);
         if (const auto result = m_AddressBook.StoreRecord(); result != RRC_OK) return result;
         csRecordId = m_AddressBook.CurrentKey();
-        m_arrUpdatedIDs.Add(csRecordId);
+        noted = csRecordId;
+        m_arrUpdatedIDs.Add(std::move(noted));
         return RRC_OK;
     });
 }
@@ -160,8 +166,9 @@ RRETURNCODE CREudora4::DeleteRecord() {
 RRETURNCODE CREudora4::DeleteRecord(LPCTSTR pszRecId) {
     return Guarded("DeleteRecord", [&] {
         KV_LOG(5, "Enter - CREudora4::DeleteRecord\n");
-        const CString id(pszRecId);
-        if (m_AddressBook.RemoveRecord(id.Str()) == RRC_OK) m_arrDeletedIDs.Add(id);
+        CString id(pszRecId);
+        m_arrDeletedIDs.MakeRoom();
+        if (m_AddressBook.RemoveRecord(id.Str()) == RRC_OK) m_arrDeletedIDs.Add(std::move(id));
         return RRC_OK;
     });
 }
@@ -189,10 +196,10 @@ RRETURNCODE CREudora4::BatchUpdate(CRBatchSink* pSink) {
             m_AddressBook.GetRecordChecksum(marker);
             if (pSink != nullptr) pSink->RecordStored(id, id, marker);
         }
-        m_arrUpdatedIDs.RemoveAll();
         for (const auto& id : m_arrDeletedIDs) {
             if (pSink != nullptr) pSink->RecordDeleted(id);
         }
+        m_arrUpdatedIDs.RemoveAll();
         m_arrDeletedIDs.RemoveAll();
         return RRC_OK;
     });

@@ -14,7 +14,8 @@ class CEudoraTransUtil;
 
 // The address book: all records of one nickname file in memory, with a current position and a
 // current record, which may be a new one that is not in the map yet. A record's id is its nickname.
-// Nothing reaches the file before SaveRecords. One traversal at a time.
+// Nothing reaches the file before SaveRecords. One traversal at a time. What throws, for want of
+// memory, has changed nothing.
 class CEudoraAB {
   public:
     virtual ~CEudoraAB() = default;
@@ -23,13 +24,14 @@ class CEudoraAB {
     void UseUtil(CEudoraTransUtil* util) { m_util = util; }
 
     // Reads the file. The path of the file in memory changes nothing: its records stand, unsaved
-    // changes included. RRC_FAILED if the file cannot be opened or is larger than 2 GiB; what is
-    // in memory then stays. After a read error the records before it are there, the error is
-    // queued, and SaveRecords refuses, for it would lose the others.
+    // changes included. RRC_FAILED if the file cannot be opened, is larger than 2 GiB or does not
+    // fit into memory; the file and the records that are there then stay. After a read error the
+    // records before it are there, each Open queues the error, and SaveRecords refuses, for it
+    // would lose the others.
     RRETURNCODE Open(LPCTSTR path);
     // Writes all records and what else the file held. The file has its old content or the new one,
-    // whatever happens; the table of contents beside it is deleted with the new one. On failure
-    // message 1 is queued and the result is RRC_FAILED.
+    // whatever happens; the table of contents beside it is deleted before it could be wrong. On
+    // failure messages with the file that failed are queued and the result is RRC_FAILED.
     RRETURNCODE SaveRecords();
 
     RRETURNCODE FindRecord(std::string_view nickname);  // RRC_NONE if there is none
@@ -52,24 +54,26 @@ class CEudoraAB {
     // taken; with none free up to 998 it is dropped and the result is RRC_FAILED.
     RRETURNCODE StoreRecord();
     RRETURNCODE RemoveRecord(std::string_view nickname);  // RRC_FAILED if there is none
-    RRETURNCODE RemoveRecord();                           // the current one
-    void ClearRecords();
+    RRETURNCODE RemoveRecord() noexcept;                  // the current one
+    void ClearRecords() noexcept;
 
   private:
     CEudoraTransUtil& Util() const;
     unsigned CodePage() const;
-    RRETURNCODE ReadAllRecords(addressbook::FileBytes bytes);
-    platform::Status OpenFile(LPCTSTR path, addressbook::FileBytes& bytes);
+    template <class Operation>
+    platform::Status WithFile(std::string_view path, Operation operation);
+    platform::Result<addressbook::FileBytes> OpenFile(LPCTSTR path);
+    void ReadAllRecords(CString path, addressbook::FileBytes bytes);
     platform::Status WriteFile();
     platform::Status WriteSide(const std::string& path);
     void DeleteTableOfContents();
 
     bool IsNew() const { return m_nRecordMode == kNew && m_pCurrent == m_new.get(); }
-    void MakeCurrent();
-    bool Seek(std::string_view nickname);
+    RRETURNCODE MakeCurrent(const addressbook::RecordMap::Position& place);
     void SetNickname(std::string_view nickname);
     void MakeChangeable();
-    RRETURNCODE StoreNew();
+    std::string NicknameFromName() const;
+    bool MakeUnique(std::string& nickname) const;
 
     static constexpr int kNew = 1;
     static constexpr int kEdited = 0;

@@ -1,6 +1,8 @@
+#include <algorithm>
 #include <new>
 #include <span>
 #include <string>
+#include <utility>
 
 #include "addressbook/eudora_ab.h"
 #include "addressbook/nickname_writer.h"
@@ -11,30 +13,44 @@
 using addressbook::FileBytes;
 using platform::ErrorCode;
 using platform::Failure;
+using platform::Result;
 using platform::Status;
 
 namespace {
 
-constexpr unsigned kMsgCannotOpen = 1;
 constexpr unsigned kMsgReadError = 13;
 constexpr const char* kCannotOpenLog =
     "Eudora File [%s] Could not opend in CREudora4::OpenEudoraFile\n";
 
-// Reads up to the end; after a failure `bytes` ends with the last whole line before it.
-Status ReadBytes(platform::File& file, FileBytes& bytes) {
-    const std::span<char> buffer(bytes.data.get(), bytes.size);
+// Reads sector by sector up to one that cannot be read.
+std::size_t ReadSectors(platform::File& file, std::size_t at, std::span<char> buffer) {
+    constexpr std::size_t kSector = 512;
     std::size_t filled = 0;
     while (filled < buffer.size()) {
-        const auto count = file.Read(buffer.subspan(filled));
+        const auto size = std::min(kSector, buffer.size() - filled);
+        const auto count = file.ReadAt(at + filled, buffer.subspan(filled, size));
+        if (!count || *count == 0) break;
+        filled += *count;
+    }
+    return filled;
+}
+
+// Reads up to the end; after a failure `bytes` ends with the last whole line before it.
+Status ReadBytes(platform::File& file, FileBytes& bytes) {
+    constexpr std::size_t kPiece = 1 << 18;
+    const std::span<char> buffer(bytes.data.get(), std::exchange(bytes.size, 0));
+    while (bytes.size < buffer.size()) {
+        const auto size = std::min(kPiece, buffer.size() - bytes.size);
+        const auto piece = buffer.subspan(bytes.size, size);
+        const auto count = file.Read(piece);
         if (!count) {
-            bytes.size = filled;
+            bytes.size += ReadSectors(file, bytes.size, piece);
             bytes.size = bytes.View().rfind('\n') + 1;
             return count.Error();
         }
         if (*count == 0) break;
-        filled += *count;
+        bytes.size += *count;
     }
-    bytes.size = filled;
     return {};
 }
 
@@ -48,68 +64,86 @@ unsigned CEudoraAB::CodePage() const {
     return Util().system.processes.CodePage();
 }
 
+// Runs what uses m_File, which is closed afterwards in any case.
+template <class Operation>
+Status CEudoraAB::WithFile(std::string_view path, Operation operation) {
+    auto code = ErrorCode::kIo;
+    try {
+        Status status = operation();
+        m_File.reset();
+        return status;
+    } catch (const std::bad_alloc&) {
+        code = ErrorCode::kNoMemory;
+    } catch (...) {
+        // Whatever it is, the file was not read or written.
+    }
+    m_File.reset();
+    return Failure{code, std::string(path)};
+}
+
 RRETURNCODE CEudoraAB::Open(LPCTSTR path) {
     KV_LOG(5, "Enter - CEudoraAB::Open");
-    if (m_csFilePath == path) return RRC_OK;
-    FileBytes bytes;
-    if (const auto status = OpenFile(path, bytes); !status) {
-        m_File.reset();
-        KV_LOG(1, kCannotOpenLog, path);
-        KV_LOG(1, "%s", status.Error().Message().c_str());
-        return RRC_FAILED;
+    if (m_csFilePath == path) {
+        // What is half there must not pass for whole the second time.
+        if (m_incomplete) Util().AddError(kMsgReadError);
+        return RRC_OK;
     }
-    m_csFilePath = path;
-    return ReadAllRecords(std::move(bytes));
+    const auto status = WithFile(path, [&]() -> Status {
+        auto bytes = OpenFile(path);
+        if (!bytes) return bytes.Error();
+        ReadAllRecords(path, *std::move(bytes));
+        return {};
+    });
+    if (status) return RRC_OK;
+    KV_LOG(1, kCannotOpenLog, path);
+    KV_LOG(1, "%s", status.Error().Message().c_str());
+    return RRC_FAILED;
 }
 
 // Opens the file and makes room for its content.
-Status CEudoraAB::OpenFile(LPCTSTR path, FileBytes& bytes) {
+Result<FileBytes> CEudoraAB::OpenFile(LPCTSTR path) {
     auto file = Util().system.files.Open(path, platform::OpenMode::kRead, platform::Share::kRead);
     if (!file) return file.Error();
     m_File = std::move(*file);
     const auto size = m_File->Size();
     if (!size) return size.Error();
     if (*size > addressbook::kMaxFileBytes) return Failure{ErrorCode::kTooLarge, path};
-    bytes.size = static_cast<std::size_t>(*size);
-    try {
-        bytes.data = platform::AllocateBlock(bytes.size);
-    } catch (const std::bad_alloc&) {
-        return Failure{ErrorCode::kTooLarge, path};
-    }
-    return {};
+    const auto count = static_cast<std::size_t>(*size);
+    return FileBytes{platform::AllocateBlock(count), count};
 }
 
-RRETURNCODE CEudoraAB::ReadAllRecords(FileBytes bytes) {
-    ClearRecords();
+// Takes over the path together with the records, when nothing can fail any more.
+void CEudoraAB::ReadAllRecords(CString path, FileBytes bytes) {
+    const platform::WaitCursor cursor(Util().system.dialogs);
     const auto status = ReadBytes(*m_File, bytes);
-    m_File.reset();
-    m_incomplete = !status;
-    if (m_incomplete) {
+    addressbook::RecordMap records;
+    records.Load(std::move(bytes));
+    if (!status) {
         KV_LOG(1, "Error While Reading Records in CEudoraAB::GetRecord\n");
+        KV_LOG(1, "%s", status.Error().Message().c_str());
         Util().AddError(kMsgReadError);
     }
-    m_mapRecords.Load(std::move(bytes));
-    return RRC_OK;
+    ClearRecords();
+    m_mapRecords = std::move(records);
+    std::swap(m_csFilePath, path);
+    m_incomplete = !status;
 }
 
 RRETURNCODE CEudoraAB::SaveRecords() {
     KV_LOG(5, "Enter - CREudora4::SaveRecords\n");
-    const auto status = WriteFile();
-    m_File.reset();
-    if (status) {
-        DeleteTableOfContents();
-        return RRC_OK;
-    }
+    const auto status = WithFile(m_csFilePath.Str(), [&] { return WriteFile(); });
+    if (status) return RRC_OK;
     KV_LOG(1, kCannotOpenLog, m_csFilePath.Str().c_str());
     KV_LOG(1, "%s", status.Error().Message().c_str());
-    Util().AddErrorText(Util().FormatString(kMsgCannotOpen, m_csFilePath));
+    Util().AddFileError(status.Error());
+    if (m_incomplete) Util().AddError(kMsgReadError);
     return RRC_FAILED;
 }
 
 Status CEudoraAB::WriteFile() {
     const auto& path = m_csFilePath.Str();
-    if (path.empty()) return Failure{ErrorCode::kInvalidArgument, "no nickname file is open"};
-    if (m_incomplete) return Failure{ErrorCode::kIo, path + " was not read to its end"};
+    if (path.empty()) return Failure{ErrorCode::kInvalidArgument, path};
+    if (m_incomplete) return Failure{ErrorCode::kIo, path};
     auto& files = Util().system.files;
     auto old = files.Open(path, platform::OpenMode::kReadWrite, platform::Share::kNone);
     if (!old && old.Error().code != ErrorCode::kNotFound) return old.Error();
@@ -118,8 +152,13 @@ Status CEudoraAB::WriteFile() {
     }
     // The name must not look like a nickname file, or Eudora's folder would seem to have two.
     const auto side = path + ".kvnew";
-    auto status = WriteSide(side);
-    if (status) status = old ? files.Replace(side, path) : files.Move(side, path);
+    auto status = WithFile(path, [&] {
+        auto written = WriteSide(side);
+        if (!written) return written;
+        // Eudora's table must never stand beside a file that it does not fit.
+        DeleteTableOfContents();
+        return old ? files.Replace(side, path) : files.Move(side, path);
+    });
     if (!status) (void)files.Delete(side);
     return status;
 }
@@ -132,7 +171,6 @@ Status CEudoraAB::WriteSide(const std::string& path) {
         m_mapRecords, [&](std::string_view bytes) { return m_File->Write(bytes); });
     if (status) status = m_File->Flush();
     if (status) status = m_File->Close();
-    m_File.reset();
     return status;
 }
 

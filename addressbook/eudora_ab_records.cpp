@@ -1,8 +1,10 @@
-#include <charconv>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <string>
+#include <utility>
 
 #include "addressbook/eudora_ab.h"
 #include "addressbook/field_text.h"
@@ -13,6 +15,24 @@
 
 using addressbook::CopyFieldText;
 using addressbook::CopyMode;
+using addressbook::RecordMap;
+
+namespace {
+
+constexpr int kNickname = 1, kAddress = 3, kEmail = 6, kNote = 7;
+
+// Fields 2 to 7 but for the e-mail address.
+CString NicknameRecord::*TextOf(int number) {
+    constexpr CString NicknameRecord::*kTexts[] = {&NicknameRecord::csName,
+                                                   &NicknameRecord::csAddress,
+                                                   &NicknameRecord::csPhone,
+                                                   &NicknameRecord::csFax,
+                                                   nullptr,
+                                                   &NicknameRecord::csNote};
+    return kTexts[number - 2];
+}
+
+}  // namespace
 
 RRETURNCODE CEudoraAB::NewRecord() {
     m_pCurrent = nullptr;
@@ -46,69 +66,34 @@ void CEudoraAB::MakeChangeable() {
 RRETURNCODE CEudoraAB::SetRecordField(LPCTSTR fieldId, std::string_view value) {
     if (m_pCurrent == nullptr) return RRC_FAILED;
     const int number = std::atoi(fieldId);
-    if (number < 1 || number > 7) return RRC_OK;
-    MakeChangeable();
-    auto& record = *m_pCurrent;
+    if (number < kNickname || number > kNote) return RRC_OK;
+    const bool isWhole = number == kAddress || number == kNote;
     std::string text;
-    switch (number) {
-        case 1:
-            CopyFieldText(text, value, CopyMode::kFirstLine);
-            SetNickname(addressbook::CutNickname(text, CodePage()));
-            break;
-        case 2:
-            CopyFieldText(record.csName.Str(), value, CopyMode::kFirstLine);
-            break;
-        case 3:
-            CopyFieldText(record.csAddress.Str(), value, CopyMode::kWhole);
-            break;
-        case 4:
-            CopyFieldText(record.csPhone.Str(), value, CopyMode::kFirstLine);
-            break;
-        case 5:
-            CopyFieldText(record.csFax.Str(), value, CopyMode::kFirstLine);
-            break;
-        case 6:
-            CopyFieldText(text, value, CopyMode::kFirstLine);
-            if (!record.arrEmail.IsEmpty()) {
-                record.arrEmail.SetAt(0, text);
-            } else if (!text.empty()) {
-                record.arrEmail.Add(text);
-            }
-            break;
-        default:
-            CopyFieldText(record.csNote.Str(), value, CopyMode::kWhole);
-            break;
+    CopyFieldText(text, value, isWhole ? CopyMode::kWhole : CopyMode::kFirstLine);
+    MakeChangeable();
+    auto& mails = m_pCurrent->arrEmail;
+    if (number == kNickname) {
+        SetNickname(addressbook::CutNickname(text, CodePage()));
+    } else if (number == kEmail && !mails.IsEmpty()) {
+        mails.SetAt(0, std::move(text));
+    } else if (text.empty()) {
+        return RRC_OK;
+    } else if (number == kEmail) {
+        mails.Add(std::move(text));
+    } else {
+        m_pCurrent->*TextOf(number) = std::move(text);
     }
     return RRC_OK;
 }
 
 RRETURNCODE CEudoraAB::GetRecordField(int number, CString& out) {
     if (m_pCurrent == nullptr) return RRC_FAILED;
-    const auto& record = *m_pCurrent;
-    switch (number) {
-        case 1:
-            out = record.szNickname;
-            break;
-        case 2:
-            out = record.csName;
-            break;
-        case 3:
-            out = record.csAddress;
-            break;
-        case 4:
-            out = record.csPhone;
-            break;
-        case 5:
-            out = record.csFax;
-            break;
-        case 6:
-            if (!record.arrEmail.IsEmpty()) out = record.arrEmail.GetAt(0);
-            break;
-        case 7:
-            out = record.csNote;
-            break;
-        default:
-            break;
+    if (number == kNickname) {
+        out = m_pCurrent->szNickname;
+    } else if (number == kEmail) {
+        if (!m_pCurrent->arrEmail.IsEmpty()) out = m_pCurrent->arrEmail.GetAt(0);
+    } else if (number > kNickname && number <= kNote) {
+        out = m_pCurrent->*TextOf(number);
     }
     return RRC_OK;
 }
@@ -133,46 +118,50 @@ RRETURNCODE CEudoraAB::GetRecordChecksum(CString& out) {
     return RRC_OK;
 }
 
+// Everything that can fail comes before the first change.
 RRETURNCODE CEudoraAB::StoreRecord() {
     if (m_pCurrent == nullptr) return RRC_FAILED;
-    if (m_pCurrent->szNickname[0] == '\0') {
-        CString name = m_pCurrent->csName;
-        FindReplace(name, ",", " ", -1);
-        const auto trimmed = addressbook::Trimmed(name.Str());
-        const auto size =
-            platform::WholeCharacterPrefix(trimmed, addressbook::kMaxNickname, CodePage());
-        if (size > 0) MakeChangeable();
-        SetNickname(trimmed.substr(0, size));
+    std::string nickname = m_pCurrent->szNickname;
+    if (nickname.empty()) nickname = NicknameFromName();
+    if (IsNew() && !MakeUnique(nickname)) {
+        m_pCurrent = nullptr;
+        m_new.reset();
+        return RRC_FAILED;
     }
-    if (IsNew()) return StoreNew();
-    const std::string nickname = m_pCurrent->szNickname;
-    if (!Seek(nickname)) {
+    const auto found = m_mapRecords.Find(nickname);
+    CString key(nickname);
+    if (IsNew()) {
+        m_home = m_mapRecords.Insert(nickname, std::move(m_new));
+        m_nRecordMode = kEdited;
+    } else if (found.IsEnd()) {
         m_home = m_mapRecords.Rename(m_home, nickname);
-        m_pCurrent = m_mapRecords.RecordAt(m_home);
     }
-    m_csCurrentKey = nickname;
+    SetNickname(nickname);
+    m_itCurrent = found;
+    std::swap(m_csCurrentKey, key);
     return RRC_OK;
 }
 
-RRETURNCODE CEudoraAB::StoreNew() {
+std::string CEudoraAB::NicknameFromName() const {
+    std::string name = m_pCurrent->csName.Str();
+    std::replace(name.begin(), name.end(), ',', ' ');
+    const auto trimmed = addressbook::Trimmed(name);
+    const auto size =
+        platform::WholeCharacterPrefix(trimmed, addressbook::kMaxNickname, CodePage());
+    return std::string(trimmed.substr(0, std::min(size, trimmed.find('\0'))));
+}
+
+// Puts a number behind a nickname that is taken; false if none is free.
+bool CEudoraAB::MakeUnique(std::string& nickname) const {
     constexpr int kLastNumber = 998;
-    const std::string base = m_pCurrent->szNickname;
-    std::string nickname = base;
-    for (int number = 1; Seek(nickname); ++number) {
-        if (number > kLastNumber) {
-            m_pCurrent = nullptr;
-            m_new.reset();
-            return RRC_FAILED;
-        }
+    const std::string base = nickname;
+    for (int number = 1; !m_mapRecords.Find(nickname).IsEnd(); ++number) {
+        if (number > kLastNumber) return false;
         const auto digits = std::to_string(number);
         const auto room = addressbook::kMaxNickname - digits.size();
         nickname = base.substr(0, platform::WholeCharacterPrefix(base, room, CodePage())) + digits;
     }
-    SetNickname(nickname);
-    m_home = m_mapRecords.Insert(nickname, std::move(m_new));
-    m_nRecordMode = kEdited;
-    m_csCurrentKey = nickname;
-    return RRC_OK;
+    return true;
 }
 
 RRETURNCODE CEudoraAB::RemoveRecord(std::string_view nickname) {
@@ -180,7 +169,7 @@ RRETURNCODE CEudoraAB::RemoveRecord(std::string_view nickname) {
     return RemoveRecord();
 }
 
-RRETURNCODE CEudoraAB::RemoveRecord() {
+RRETURNCODE CEudoraAB::RemoveRecord() noexcept {
     if (m_pCurrent == nullptr || m_csCurrentKey.IsEmpty()) return RRC_OK;
     const bool wasNew = IsNew();
     m_pCurrent = nullptr;
@@ -191,7 +180,7 @@ RRETURNCODE CEudoraAB::RemoveRecord() {
     return RRC_OK;
 }
 
-void CEudoraAB::ClearRecords() {
+void CEudoraAB::ClearRecords() noexcept {
     m_pCurrent = nullptr;
     m_new.reset();
     m_itCurrent = {};
@@ -199,37 +188,29 @@ void CEudoraAB::ClearRecords() {
     m_mapRecords.Clear();
 }
 
-bool CEudoraAB::Seek(std::string_view nickname) {
-    m_csCurrentKey.Empty();
-    m_itCurrent = m_mapRecords.Find(nickname);
-    if (m_itCurrent.IsEnd()) return false;
-    m_csCurrentKey = nickname;
-    return true;
-}
-
-void CEudoraAB::MakeCurrent() {
+RRETURNCODE CEudoraAB::MakeCurrent(const RecordMap::Position& place) {
+    if (place.IsEnd()) {
+        m_itCurrent = place;
+        return RRC_EOF;
+    }
+    CString key(m_mapRecords.KeyAt(place));
+    m_pCurrent = m_mapRecords.RecordAt(place);
     m_new.reset();
-    m_home = m_itCurrent;
-    m_pCurrent = m_mapRecords.RecordAt(m_itCurrent);
-    m_csCurrentKey = m_mapRecords.KeyAt(m_itCurrent);
+    m_home = m_itCurrent = place;
+    std::swap(m_csCurrentKey, key);
+    return RRC_OK;
 }
 
 RRETURNCODE CEudoraAB::FindRecord(std::string_view nickname) {
-    if (!Seek(nickname)) return RRC_NONE;
-    MakeCurrent();
-    return RRC_OK;
+    if (MakeCurrent(m_mapRecords.Find(nickname)) == RRC_OK) return RRC_OK;
+    m_csCurrentKey.Empty();
+    return RRC_NONE;
 }
 
 RRETURNCODE CEudoraAB::FirstRecord() {
-    m_itCurrent = m_mapRecords.First();
-    if (m_itCurrent.IsEnd()) return RRC_EOF;
-    MakeCurrent();
-    return RRC_OK;
+    return MakeCurrent(m_mapRecords.First());
 }
 
 RRETURNCODE CEudoraAB::NextRecord() {
-    m_itCurrent = m_mapRecords.Next(m_itCurrent);
-    if (m_itCurrent.IsEnd()) return RRC_EOF;
-    MakeCurrent();
-    return RRC_OK;
+    return MakeCurrent(m_mapRecords.Next(m_itCurrent));
 }

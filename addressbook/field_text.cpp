@@ -31,16 +31,17 @@ bool IsPunctuation(std::string_view text) {
 void CopyFieldText(std::string& target, std::string_view source, CopyMode mode) {
     if (source.empty()) return;
     const auto span = mode == CopyMode::kFirstLine ? FirstLine(source) : source;
-    target.clear();
+    std::string copy;
     for (std::size_t i = 0; i < span.size(); ++i) {
         const char byte = span[i];
         if (IsLineEnd(byte)) {
-            target += kLineBreak;
+            copy += kLineBreak;
             if (i + 1 < span.size() && IsLineEnd(span[i + 1])) ++i;
         } else {
-            target += byte == '<' || byte == '>' ? ' ' : byte;
+            copy += byte == '<' || byte == '>' ? ' ' : byte;
         }
     }
+    target = std::move(copy);
 }
 
 std::string_view CutNickname(std::string_view text, unsigned codePage) {

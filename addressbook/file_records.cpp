@@ -12,7 +12,6 @@ namespace addressbook {
 namespace {
 
 constexpr std::size_t kKeyBytes = 8;
-constexpr std::size_t kSample = 4096;
 
 std::uint64_t KeyBytes(std::string_view name) {
     char bytes[kKeyBytes] = {};
@@ -145,8 +144,7 @@ bool FileRecords::Scan(CarriedUnits& carried) {
             if (key < lastKey || (key == lastKey && name <= last)) sorted = false;
             lastKey = key;
             last = name;
-            // Room for all, by what the first records take, saves moving them as they grow.
-            if (m_slots.size() == kSample) m_slots.reserve(kSample * (text.size() / at + 1));
+            if (m_slots.size() == m_slots.capacity()) MakeRoom(at);
             const auto line = static_cast<std::uint32_t>(at);
             const auto begin = static_cast<std::uint32_t>(name.data() - text.data());
             m_slots.push_back({key, entry.head.quoted ? line | kFlag : line, begin});
@@ -154,6 +152,14 @@ bool FileRecords::Scan(CarriedUnits& carried) {
         at = entry.Next();
     }
     return sorted;
+}
+
+// Room for all, if the rest is like what lies before `at`, saves moving them as they grow; but the
+// rest may be one long line.
+void FileRecords::MakeRoom(std::size_t at) {
+    constexpr std::size_t kFirst = 64, kFactor = 8;
+    const auto size = m_slots.size();
+    m_slots.reserve(size < kFirst ? kFirst : size * std::min(kFactor, m_bytes.size / at + 1));
 }
 
 // Sorts records that agree in the first `depth` bytes of their nicknames, whose next eight are in

@@ -29,7 +29,7 @@ class FileRecords {
   public:
     // Takes over the bytes; what holds no record goes to `carried`.
     void Load(FileBytes bytes, CarriedUnits& carried);
-    void Clear() { m_slots = {}; }
+    void Clear() noexcept { m_slots = {}; }
 
     std::size_t Size() const { return m_slots.size(); }
     std::string_view NameAt(std::size_t index) const { return NameOf(m_slots[index]); }
@@ -57,6 +57,7 @@ class FileRecords {
     std::string_view NameOf(const Slot& slot) const;
     std::uint64_t KeyOf(const Slot& slot, std::size_t depth) const;
     bool Scan(CarriedUnits& carried);
+    void MakeRoom(std::size_t at);
     static void SortByKey(std::span<Slot> slots);
     void Sort(std::span<Slot> slots, std::size_t depth);
     void CarryDuplicates(CarriedUnits& carried);

@@ -36,7 +36,7 @@ class Writer : public RecordMap::Visitor {
         Leftover leftover;
         ParseRecord(entry, m_text, leftover);
         if (leftover.Any()) {
-            m_carried.push_back(m_made.LeftoverUnit(place, entry.head.nickname, leftover));
+            m_leftovers.push_back(m_made.LeftoverUnit(place, entry.head.nickname, leftover));
         }
         return Append(entry.head.nickname);
     }
@@ -55,12 +55,11 @@ class Writer : public RecordMap::Visitor {
     }
 
     void WriteCarried() {
-        for (const auto& unit : m_records.Carried().Units()) {
-            if (!unit.gone) m_carried.push_back(unit);
-        }
-        std::stable_sort(m_carried.begin(), m_carried.end(),
-                         [](const auto& a, const auto& b) { return a.place < b.place; });
-        for (const auto& unit : m_carried) {
+        auto units = m_records.Carried().Units();
+        units.insert(units.end(), m_leftovers.begin(), m_leftovers.end());
+        std::sort(units.begin(), units.end(),
+                  [](const auto& a, const auto& b) { return a.place < b.place; });
+        for (const auto& unit : units) {
             BeginUnit();
             // The empty line keeps the line above from taking this one as its note line.
             if (m_takesNote && IsNoteLine(unit.line)) m_buffer += "\r\n";
@@ -97,7 +96,7 @@ class Writer : public RecordMap::Visitor {
     platform::Status m_status;
     RecordText m_text;
     CarriedUnits m_made;
-    std::vector<CarriedUnit> m_carried;
+    std::vector<CarriedUnit> m_leftovers;
     bool m_begun = false;
     bool m_takesNote = false;  // the line above would take a note line
 };

@@ -8,13 +8,14 @@ void RecordMap::Load(FileBytes bytes) {
     CarriedUnits carried;
     FileRecords file;
     file.Load(std::move(bytes), carried);
+    std::vector<bool> gone(file.Size());
     m_own.clear();
-    m_gone.clear();
+    m_gone = std::move(gone);
     m_carried = std::move(carried);
     m_file = std::move(file);
 }
 
-void RecordMap::Clear() {
+void RecordMap::Clear() noexcept {
     m_own.clear();
     m_gone.clear();
     m_file.Clear();
@@ -29,7 +30,7 @@ RecordMap::Position RecordMap::At(Own::const_iterator own) {
 }
 
 RecordMap::Position RecordMap::FirstOf(std::size_t index, Own::const_iterator own) const {
-    while (index < m_file.Size() && IsGone(index)) ++index;
+    while (index < m_file.Size() && m_gone[index]) ++index;
     const bool hasOwn = own != m_own.end();
     if (index < m_file.Size() && (!hasOwn || m_file.NameAt(index) < own->first)) {
         Position position;
@@ -43,7 +44,7 @@ RecordMap::Position RecordMap::FirstOf(std::size_t index, Own::const_iterator ow
 RecordMap::Position RecordMap::Find(std::string_view nickname) const {
     if (const auto own = m_own.find(nickname); own != m_own.end()) return At(own);
     const auto index = m_file.LowerBound(nickname);
-    if (index == m_file.Size() || IsGone(index) || m_file.NameAt(index) != nickname) return {};
+    if (index == m_file.Size() || m_gone[index] || m_file.NameAt(index) != nickname) return {};
     Position position;
     position.m_kind = Position::Kind::kFile;
     position.m_index = index;
@@ -68,50 +69,47 @@ std::string_view RecordMap::KeyAt(const Position& position) const {
 
 NicknameRecord* RecordMap::RecordAt(const Position& position) {
     if (position.m_kind == Position::Kind::kOwn) return position.m_own->second.get();
-    m_read = {};
+    NicknameRecord record;
     Leftover leftover;
-    ReadRecord(m_file.EntryOf(position.m_index), m_read, leftover);
+    ReadRecord(m_file.EntryOf(position.m_index), record, leftover);
+    m_read = std::move(record);
     return &m_read;
-}
-
-void RecordMap::MarkGone(std::size_t index) {
-    if (m_gone.empty()) m_gone.resize(m_file.Size());
-    m_gone[index] = true;
 }
 
 RecordMap::Position RecordMap::MakeChangeable(const Position& position) {
     if (position.m_kind != Position::Kind::kFile) return position;
-    auto record = std::make_unique<NicknameRecord>();
-    Leftover leftover;
-    ReadRecord(m_file.EntryOf(position.m_index), *record, leftover);
+    const auto entry = m_file.EntryOf(position.m_index);
     const auto name = m_file.NameAt(position.m_index);
+    Own own;
+    const auto made = own.emplace(std::string(name), std::make_unique<NicknameRecord>()).first;
+    Leftover leftover;
+    ReadRecord(entry, *made->second, leftover);
     if (leftover.Any()) {
         const auto place = m_file.PlaceOf(position.m_index);
         m_carried.AddOwned(m_carried.LeftoverUnit(place, name, leftover), name);
     }
-    const auto own = m_own.emplace(std::string(name), std::move(record)).first;
-    MarkGone(position.m_index);
-    return At(own);
+    m_gone[position.m_index] = true;
+    return At(m_own.insert(own.extract(made)).position);
 }
 
 RecordMap::Position RecordMap::Insert(std::string_view nickname,
-                                      std::unique_ptr<NicknameRecord> record) {
-    if (const auto found = Find(nickname); !found.IsEnd()) return found;
+                                      std::unique_ptr<NicknameRecord>&& record) {
     return At(m_own.emplace(std::string(nickname), std::move(record)).first);
 }
 
 RecordMap::Position RecordMap::Rename(const Position& position, std::string_view nickname) {
-    auto node = m_own.extract(MakeChangeable(position).m_own);
-    m_carried.Rename(node.key(), nickname);
-    node.key() = nickname;
+    std::string key(nickname);
+    m_carried.Rename(position.m_own->first, nickname);
+    auto node = m_own.extract(position.m_own);
+    node.key() = std::move(key);
     return At(m_own.insert(std::move(node)).position);
 }
 
-RecordMap::Position RecordMap::Erase(const Position& position) {
+RecordMap::Position RecordMap::Erase(const Position& position) noexcept {
     const auto next = Next(position);
     m_carried.DropOwned(KeyAt(position));
     if (position.m_kind == Position::Kind::kFile) {
-        MarkGone(position.m_index);
+        m_gone[position.m_index] = true;
     } else if (position.m_kind == Position::Kind::kOwn) {
         m_own.erase(position.m_own);
     }
@@ -123,7 +121,7 @@ void RecordMap::Visit(Visitor& visitor) const {
     auto own = m_own.begin();
     for (std::size_t index = 0; index < m_file.Size(); ++index) {
         m_file.Prefetch(index + kAhead);
-        if (IsGone(index)) continue;
+        if (m_gone[index]) continue;
         if (own != m_own.end() && m_file.MayFollow(index, own->first)) {
             const auto name = m_file.NameAt(index);
             for (; own != m_own.end() && own->first < name; ++own) {

@@ -15,7 +15,7 @@ namespace addressbook {
 // All records of a nickname file: an ordered map, by the byte values of the nickname. Records of
 // the file stay as they were read until they are changed; those and new ones lie in a second,
 // usually small map, and every operation sees both as one. What the file holds beside the records
-// is carried along.
+// is carried along. What throws, for want of memory, has changed nothing.
 class RecordMap {
   private:
     using Own = std::map<std::string, std::unique_ptr<NicknameRecord>, std::less<>>;
@@ -41,7 +41,7 @@ class RecordMap {
     // Replaces everything by the content of a file.
     void Load(FileBytes bytes);
     // Erases all records with what belongs to them; the rest of the file stays.
-    void Clear();
+    void Clear() noexcept;
 
     Position Find(std::string_view nickname) const;
     Position First() const { return FirstOf(0, m_own.begin()); }
@@ -52,12 +52,12 @@ class RecordMap {
 
     // Gives the entry a record of its own that may be changed and lives as long as the entry.
     Position MakeChangeable(const Position& position);
-    // An entry with that key stays as it is, and the record is destroyed.
-    Position Insert(std::string_view nickname, std::unique_ptr<NicknameRecord> record);
-    // Moves the record, and what belongs to it, to a nickname that is not in the map.
+    // Takes the record over under a nickname that is not in the map.
+    Position Insert(std::string_view nickname, std::unique_ptr<NicknameRecord>&& record);
+    // Moves a changeable record, and what belongs to it, to a nickname that is not in the map.
     Position Rename(const Position& position, std::string_view nickname);
     // Gives the entry behind the erased one.
-    Position Erase(const Position& position);
+    Position Erase(const Position& position) noexcept;
 
     // Sees every entry in order; stops when a call gives false.
     class Visitor {
@@ -72,12 +72,10 @@ class RecordMap {
 
   private:
     Position FirstOf(std::size_t index, Own::const_iterator own) const;
-    bool IsGone(std::size_t index) const { return !m_gone.empty() && m_gone[index]; }
-    void MarkGone(std::size_t index);
     static Position At(Own::const_iterator own);
 
     FileRecords m_file;
-    std::vector<bool> m_gone;  // by place among the file's records; empty: none is gone
+    std::vector<bool> m_gone;  // by place among the file's records
     Own m_own;
     CarriedUnits m_carried;
     NicknameRecord m_read;  // what RecordAt made of a record of the file

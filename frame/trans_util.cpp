@@ -58,6 +58,13 @@ void CEudoraTransUtil::AddErrorText(LPCTSTR text) {
     saErrors.Add(text);
 }
 
+void CEudoraTransUtil::AddFileError(const platform::Failure& failure) {
+    constexpr unsigned kMsgCannotOpen = 1, kMsgDiskFull = 19, kMsgNoMemory = 20;
+    AddErrorText(FormatString(kMsgCannotOpen, failure.context));
+    if (failure.code == platform::ErrorCode::kNoSpace) AddError(kMsgDiskFull);
+    if (failure.code == platform::ErrorCode::kNoMemory) AddError(kMsgNoMemory);
+}
+
 void CEudoraTransUtil::AddWarningText(LPCTSTR text) {
     saWarnings.Add(text);
 }

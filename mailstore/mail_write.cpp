@@ -17,19 +17,6 @@ namespace {
 constexpr long kStrFrom = 41, kStrAttachment = 77;
 constexpr unsigned kMsgCannotOpen = 1;
 
-class WaitCursor {
-  public:
-    explicit WaitCursor(platform::Dialogs& dialogs) : m_dialogs(dialogs) {
-        m_dialogs.BeginWaitCursor();
-    }
-    ~WaitCursor() { m_dialogs.EndWaitCursor(); }
-    WaitCursor(const WaitCursor&) = delete;
-    WaitCursor& operator=(const WaitCursor&) = delete;
-
-  private:
-    platform::Dialogs& m_dialogs;
-};
-
 }  // namespace
 
 RRETURNCODE CREudoraMail::WriteNewMails() {
@@ -98,7 +85,7 @@ void CREudoraMail::ReportFullMailbox(const CString& path) {
 }
 
 RRETURNCODE CREudoraMail::UpdateMailStatus() {
-    const WaitCursor cursor(Util().system.dialogs);
+    const platform::WaitCursor cursor(Util().system.dialogs);
     KV_LOG(5, "- Enter - CREudoraMail::UpdateMailStatus MailStatus Count = %d\n",
            static_cast<int>(m_mapMailStatus.size()));
     const RRETURNCODE result = m_mapMailStatus.empty() ? RRC_OK : StoreMailStatus();

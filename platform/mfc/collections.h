@@ -38,6 +38,10 @@ class CArray {
         m_items.push_back(std::move(item));
         return GetSize() - 1;
     }
+    // Lets the next Add succeed, however little memory there is then.
+    void MakeRoom() {
+        if (m_items.size() == m_items.capacity()) m_items.reserve(2 * m_items.size() + 1);
+    }
     T GetAt(int index) const { return m_items[static_cast<std::size_t>(index)]; }
     void SetAt(int index, T item) { m_items[static_cast<std::size_t>(index)] = std::move(item); }
     void RemoveAt(int index) { m_items.erase(m_items.begin() + index); }

@@ -75,4 +75,16 @@ class Dialogs {
     virtual void EndWaitCursor() {}
 };
 
+// The sign stands as long as this lives.
+class WaitCursor {
+  public:
+    explicit WaitCursor(Dialogs& dialogs) : m_dialogs(dialogs) { m_dialogs.BeginWaitCursor(); }
+    ~WaitCursor() { m_dialogs.EndWaitCursor(); }
+    WaitCursor(const WaitCursor&) = delete;
+    WaitCursor& operator=(const WaitCursor&) = delete;
+
+  private:
+    Dialogs& m_dialogs;
+};
+
 }  // namespace platform

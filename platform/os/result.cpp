@@ -18,6 +18,8 @@ const char* Describe(ErrorCode code) {
             return "is no regular file";
         case ErrorCode::kNoSpace:
             return "no space left on the disk";
+        case ErrorCode::kNoMemory:
+            return "not enough memory";
         case ErrorCode::kTooLarge:
             return "too large";
         case ErrorCode::kInvalidArgument:

@@ -15,6 +15,7 @@ enum class ErrorCode {
     kAlreadyExists,
     kNotRegular,  // a folder, a device, a pipe or the like where a file was asked for
     kNoSpace,
+    kNoMemory,
     kTooLarge,
     kInvalidArgument,
     kNotSupported,

@@ -30,6 +30,8 @@ ErrorCode CodeOf(int number) {
         case ENOSPC:
         case EDQUOT:
             return ErrorCode::kNoSpace;
+        case ENOMEM:
+            return ErrorCode::kNoMemory;
         case EFBIG:
         case EOVERFLOW:
             return ErrorCode::kTooLarge;

@@ -19,6 +19,7 @@ Result<std::size_t> MemoryFile::Read(std::span<char> buffer) {
     if (m_position >= content.size()) return std::size_t{0};
     const auto start = static_cast<std::size_t>(m_position);
     const std::size_t count = std::min(buffer.size(), content.size() - start);
+    if (m_position + count > m_node->badFrom) return Failure{ErrorCode::kIo, m_path};
     content.copy(buffer.data(), count, start);
     m_position += count;
     return count;

@@ -152,6 +152,10 @@ void MemoryFiles::SetModified(std::string_view path, std::chrono::system_clock::
     Find(path).node->modified = time;
 }
 
+void MemoryFiles::SetBadFrom(std::string_view path, std::uint64_t place) {
+    Find(path).node->badFrom = place;
+}
+
 void MemoryFiles::SetShortName(std::string_view path, std::string_view name) {
     Find(path).node->shortName = name;
 }

@@ -29,6 +29,8 @@ class MemoryFiles : public Files {
     void MakeFolders(std::string_view path);
     void SetReadOnly(std::string_view path, bool readOnly = true);
     void SetModified(std::string_view path, std::chrono::system_clock::time_point time);
+    // Reads of any byte at or behind that place fail from now on, like those of a bad disk.
+    void SetBadFrom(std::string_view path, std::uint64_t place);
     // Gives a file a second name, which every operation finds too.
     void SetShortName(std::string_view path, std::string_view name);
     // A write that makes all contents together larger fails with kNoSpace after what fits.

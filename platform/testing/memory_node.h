@@ -28,6 +28,7 @@ struct MemoryNode {
     bool isFolder = false;
     bool isReadOnly = false;
     std::string content, durable;
+    std::uint64_t badFrom = ~std::uint64_t{0};  // what lies behind cannot be read
     std::chrono::system_clock::time_point modified;
     std::vector<std::shared_ptr<MemoryNode>> children;
     std::vector<MemoryAccess> opens;

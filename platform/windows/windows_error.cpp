@@ -32,6 +32,9 @@ ErrorCode CodeOf(DWORD number) {
         case ERROR_DISK_FULL:
         case ERROR_HANDLE_DISK_FULL:
             return ErrorCode::kNoSpace;
+        case ERROR_NOT_ENOUGH_MEMORY:
+        case ERROR_OUTOFMEMORY:
+            return ErrorCode::kNoMemory;
         case ERROR_FILE_TOO_LARGE:
             return ErrorCode::kTooLarge;
         case ERROR_INVALID_NAME:

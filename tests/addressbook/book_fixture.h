@@ -25,6 +25,8 @@ class BookTest : public FrameTest {
                      {11, "E-mail"},
                      {12, "Note"},
                      {13, "read error"},
+                     {19, "disk full"},
+                     {20, "no memory"},
                      {81, "bracket in %s"},
                      {82, "comma in %s"},
                      {83, "%s is longer than %d"},

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "addressbook/record_map.h"
+#include "tests/support/failing_allocation.h"
 
 using addressbook::FileBytes;
 using addressbook::RecordMap;
@@ -123,6 +124,17 @@ TEST(ParserOrder, SortsLongCommonBeginnings) {
     EXPECT_EQ(count, 1000 + 39);
     EXPECT_TRUE(map.Find("person-w").IsEnd());
     EXPECT_TRUE(map.Find(stem + "1000").IsEnd());
+}
+
+// The room is made for the records that are there, not for as many as a long tail could hold.
+TEST(ParserOrder, TakesMemoryByTheRecords) {
+    std::string content;
+    for (int i = 1000; i < 5200; ++i) content += "alias b" + std::to_string(i) + " \n";
+    content += "alias z " + std::string(1 << 23, 'x');
+    auto bytes = FileBytes::CopyOf(content);
+    const auto before = test::BytesRequested();
+    RecordMap().Load(std::move(bytes));
+    EXPECT_LT(test::BytesRequested() - before, 1U << 20);
 }
 
 }  // namespace

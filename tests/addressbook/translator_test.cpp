@@ -1,7 +1,11 @@
+#include <functional>
 #include <map>
 #include <string>
 
 #include "tests/addressbook/book_fixture.h"
+#include "tests/support/failing_allocation.h"
+
+using test::ForEachFailingAllocation, test::Shortage;
 
 namespace {
 
@@ -28,7 +32,8 @@ RRETURNCODE GiveValue(void* context, const char* id, void** cell, unsigned long*
 }
 
 class TranslatorTest : public BookTest {
-  protected:
+  public:
+    RRETURNCODE Read() { return book.Open(0, 0, 0, 0, 0, 0, 0, 0, 0, nullptr); }
     RRETURNCODE Select(BOOL configure = 0) {
         return book.GetAppInfo(configure, 0, 0, 0, selection, 0, summary, &util);
     }
@@ -132,6 +137,7 @@ TEST_F(TranslatorTest, TellsItsFields) {
 
 TEST_F(TranslatorTest, GivesFields) {
     Open("alias a 1,2\nnote a <address:x\x03y><name:p\x03q>\nalias b \n");
+    EXPECT_EQ(std::pair(machine.dialogs.waitsBegun, machine.dialogs.waitsEnded), std::pair(1, 1));
     book.MoveFirst();
     EXPECT_EQ(Get("1") + "|" + Get("2") + "|" + Get("3") + "|" + Get("4") + "|" + Get("6"),
               "a|p\x03q|x\r\ny||1");
@@ -147,9 +153,11 @@ TEST_F(TranslatorTest, GivesFields) {
 TEST_F(TranslatorTest, FiltersByTextAnywhereInAField) {
     Open(
         "alias a 1\nnote a <name:John SMITH>\nalias b 2\nnote b <name:Smithe>\n"
-        "alias c 3\nnote c <name:Jones><address:x\x03y>\n");
-    for (const auto& [id, text, found] :
-         {std::tuple{"2", " smith ", "a b "}, {"3", "X\r\nY", "c "}, {"2", " ", "a b c "}}) {
+        "alias c 3\nnote c <name:J\xF6nes><address:x\x03y>\n");
+    for (const auto& [id, text, found] : {std::tuple{"2", " smith ", "a b "},
+                                          {"3", "X\r\nY", "c "},
+                                          {"2", "J\xD6", "c "},
+                                          {"2", " ", "a b c "}}) {
         Filter(id, text);
         EXPECT_EQ(Walk(), found) << text;
     }
@@ -233,6 +241,139 @@ TEST_F(TranslatorTest, SurvivesCallsOutOfOrder) {
     Open("alias a 1\n");
     EXPECT_EQ(Set("1", nullptr), RRC_FAILED);
     EXPECT_EQ(book.GoToRecord(nullptr), RRC_NONE);
+}
+
+const std::string kCarla = "Carla-of-a-long-nickname", kOther = "C:\\Eudora\\other.txt";
+
+// One machine and book for one attempt.
+struct Scene final : TranslatorTest {
+    using BookTest::Saved;
+    using FrameTest::DrainErrors;
+    using FrameTest::machine;
+
+    Scene() {
+        machine.files.Put(kOther, "alias other-of-a-long-nickname o\r\nalias \"group o\" o\r\n");
+        Open("alias " + kCarla + " carla@vance.example.com,second\nnote " + kCarla +
+             " text<fax:1><name:Carla Vance of Springfield>a note of more than 15 bytes\nalias " +
+             kCarla + " later\nalias b 2\nalias \"group friends\" b\n");
+    }
+    void TestBody() override {}
+    void Edit(const char* field, const char* value) {
+        book.EditRecord(kCarla.c_str());
+        Set(field, value);
+    }
+    RRETURNCODE Store() {
+        CString id, info;
+        return book.UpdateRecord(id, info);
+    }
+    // What a host can see and what it saves.
+    Texts State() {
+        CString id;
+        book.GetRecordID(id);
+        Texts all{id.Str()};
+        for (const char* field : {"1", "2", "3", "6", "7"}) {
+            unsigned long type = 4;
+            char* cell = nullptr;
+            book.GetField(field, &type, &cell);
+            all.push_back(cell != nullptr ? cell : "null");
+            FreeVornString(cell);
+        }
+        Sink sink;
+        EXPECT_EQ(book.BatchUpdate(&sink), RRC_OK);
+        all.insert(all.end(), sink.told.begin(), sink.told.end());
+        for (const auto& path : machine.files.AllFiles()) {
+            all.push_back(path + ": " + *machine.files.Get(path));
+        }
+        return all;
+    }
+};
+
+TEST(BookMemory, WhatFailsHasChangedNothingAndWorksTheNextTime) {
+    const struct {
+        const char* name;
+        std::function<void(Scene&)> before;
+        std::function<RRETURNCODE(Scene&)> act;
+    } operations[] = {
+        {"open", [](Scene& s) { s.Edit("2", "x"), s.selection = kOther, s.Select(); },
+         [](Scene& s) { return s.Read(); }},
+        {"find", [](Scene&) {}, [](Scene& s) { return s.book.GoToRecord(kCarla.c_str()); }},
+        {"walk", [](Scene& s) { s.book.GoToRecord("b"); },
+         [](Scene& s) { return s.book.MoveFirst(); }},
+        {"set", [](Scene& s) { s.Edit("2", "x"); },
+         [](Scene& s) { return s.Set("7", "sixteen bytes or more"); }},
+        {"set first", [](Scene& s) { s.book.EditRecord(kCarla.c_str()); },
+         [](Scene& s) { return s.Set("1", "c"); }},
+        {"set mail", [](Scene& s) { s.book.AddNewRecord(0); },
+         [](Scene& s) { return s.Set("6", "sixteen@example.com"); }},
+        {"rename", [](Scene& s) { s.Edit("1", "Dora-of-a-long-nickname"); },
+         [](Scene& s) { return s.Store(); }},
+        {"add", [](Scene& s) { s.book.AddNewRecord(0), s.Set("1", kCarla.c_str()); },
+         [](Scene& s) { return s.Store(); }},
+        {"name", [](Scene& s) { s.book.AddNewRecord(0), s.Set("2", "Smith, John of Springfield"); },
+         [](Scene& s) { return s.Store(); }},
+        {"delete", [](Scene&) {}, [](Scene& s) { return s.book.DeleteRecord(kCarla.c_str()); }},
+    };
+    for (const auto& each : operations) {
+        const auto state = [&](bool acts) {
+            Scene scene;
+            each.before(scene);
+            EXPECT_TRUE(!acts || each.act(scene) == RRC_OK);
+            return scene.State();
+        };
+        const auto untouched = state(false), done = state(true);
+        EXPECT_NE(untouched, done) << each.name;
+        for (const auto shortage : {Shortage::kOne, Shortage::kLasting}) {
+            for (const bool isRepeated : {false, true}) {
+                ForEachFailingAllocation(
+                    [&](auto run) {
+                        SCOPED_TRACE(each.name);
+                        Scene scene;
+                        each.before(scene);
+                        RRETURNCODE code = RRC_EOF;
+                        EXPECT_TRUE(run([&] { code = each.act(scene); })) << "thrown at the host";
+                        EXPECT_TRUE(code == RRC_OK || code == RRC_FAILED) << code;
+                        if (code == RRC_FAILED && isRepeated) code = each.act(scene);
+                        // Opening may fail behind the book, which then is the new one, whole.
+                        const bool isWhole = code == RRC_FAILED && &each == operations;
+                        const auto left = scene.State();
+                        EXPECT_TRUE(left == (code == RRC_OK ? done : untouched) ||
+                                    (isWhole && left == done))
+                            << ::testing::PrintToString(left);
+                    },
+                    shortage);
+            }
+        }
+    }
+}
+
+TEST(BookMemory, ASaveThatFailsLeavesTheOldFileAndTellsAllNextTime) {
+    const auto changed = [](Scene& s) {
+        s.Edit("1", "Dora-of-a-long-nickname"), s.Store();
+        s.book.DeleteRecord("b");
+    };
+    Scene good;
+    const auto before = good.Saved();
+    changed(good);
+    Sink expected;
+    ASSERT_EQ(good.book.BatchUpdate(&expected), RRC_OK);
+    ForEachFailingAllocation([&](auto run) {
+        Scene scene;
+        changed(scene);
+        RRETURNCODE code = RRC_EOF;
+        Sink sink, again;
+        EXPECT_TRUE(run([&] { code = scene.book.BatchUpdate(&sink); }));
+        EXPECT_EQ(scene.machine.files.OpenCount(), 0);
+        EXPECT_EQ(scene.machine.files.AllFiles().size(), 2U) << "a side file is left";
+        if (code == RRC_OK) {
+            EXPECT_EQ(sink.told, expected.told);
+        } else if (scene.Saved() == before) {
+            EXPECT_EQ(scene.DrainErrors(),
+                      (Texts{"cannot open C:\\Eudora\\nndbase.txt", "no memory"}));
+        }
+        EXPECT_TRUE(code == RRC_OK || scene.book.BatchUpdate(&again) == RRC_OK);
+        EXPECT_EQ(code == RRC_OK ? sink.told : again.told, expected.told);
+        EXPECT_EQ(scene.Saved(), good.Saved());
+    });
 }
 
 // Second bytes that equal a backslash, a small letter or a bar are parts of characters.

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <string>
 
 #include "tests/addressbook/book_fixture.h"
@@ -7,6 +8,7 @@ using platform::testing::Fault;
 namespace {
 
 const std::string kName39(39, 'n');
+const std::string kToc = "C:\\Eudora\\nndbase.toc", kSide = std::string(kBookPath) + ".kvnew";
 
 struct Case {
     std::string content, saved;
@@ -64,7 +66,15 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"alias a 1\r2\r\n", "alias a 1\r\nalias a \r2"},
         // A delimiter in a nickname does not turn into a note.
         Case{"alias a<b 1\nnote x <fax:2>\n",
-             "alias a<b 1\r\nnote a <fax:2>\r\nalias a<b \r\nnote a<b <x >"}));
+             "alias a<b 1\r\nnote a <fax:2>\r\nalias a<b \r\nnote a<b <x >"},
+        // It stands in full where that reads back.
+        Case{"alias a<b 1\nnote a<b free<fax:2><phone:3>text\n",
+             "alias a<b 1\r\nnote a<b <fax:2><phone:3>text\r\nalias a<b \r\nnote a<b <free>"},
+        Case{"alias <x 1\nnote <x <fax:2>\n", "alias <x 1\r\nnote <x <fax:2>"},
+        Case{"alias bob\r\nnote bob <fax:2>text", "alias bob\r \r\nnote bob\r <fax:2>text"},
+        Case{"alias \"a <b\" 1\nnote \"a <b\" <fax:2>c\n",
+             "alias \"a <b\" 1\r\nnote \"a <b\" <fax:2>c"},
+        Case{"alias a<name:b 1\nnote a <fax:2>c\n", "alias a<name:b 1\r\nnote a <fax:2>c"}));
 
 class WriterTest : public BookTest {};
 
@@ -141,7 +151,7 @@ TEST_F(WriterTest, AnyFailureLeavesTheOldFileOrTheNewOne) {
             SCOPED_TRACE(n);
             CEudoraAB book;
             Load(book, oldText);
-            machine.files.Put("C:\\Eudora\\nndbase.toc", "t");
+            machine.files.Put(kToc, "t");
             Edit(book, "a", "6", "2");
             machine.faults.Arm(fault, n, platform::ErrorCode::kNoSpace);
             const bool isSaved = book.SaveRecords() == RRC_OK;
@@ -150,10 +160,11 @@ TEST_F(WriterTest, AnyFailureLeavesTheOldFileOrTheNewOne) {
             EXPECT_EQ(machine.files.OpenCount(), 0);
             if (fault == Fault::kKill) machine.files.Crash();
             EXPECT_EQ(Saved(), isSaved ? newText : oldText);
-            EXPECT_EQ(DrainErrors().size(), isSaved ? 0U : 1U);
-            EXPECT_TRUE(fault == Fault::kKill || isSaved || machine.files.AllFiles().size() == 2)
-                << "a side file is left";
-            EXPECT_TRUE(isSaved || machine.files.Get("C:\\Eudora\\nndbase.toc"));
+            EXPECT_EQ(DrainErrors().size(), isSaved ? 0U : 2U);
+            const bool isKilled = fault == Fault::kKill;
+            EXPECT_TRUE(isKilled || !machine.files.Get(kSide)) << "a side file is left";
+            EXPECT_FALSE(isKilled && Saved() == newText && machine.files.Get(kToc))
+                << "a wrong table";
             EXPECT_EQ(book.SaveRecords(), RRC_OK);
             EXPECT_EQ(Saved(), newText);
             EXPECT_EQ(machine.files.AllFiles(), Texts{kBookPath});
@@ -162,26 +173,63 @@ TEST_F(WriterTest, AnyFailureLeavesTheOldFileOrTheNewOne) {
     }
 }
 
-// What was read before a read error can be used, but never written over the whole.
-TEST_F(WriterTest, HalfReadFileIsNotWrittenBack) {
-    const std::string content = "alias a 1\r\nalias b 2\r\n";
-    machine.files.Put(kBookPath, content);
-    bool hitRead = false;
-    for (int n = 1; n < 10; ++n) {
+// The message names the file that failed, and the cause.
+TEST_F(WriterTest, SaysWhichFileFailedAndThatTheDiskIsFull) {
+    CEudoraAB book;
+    Load(book, "alias a 1\n");
+    machine.files.LimitDisk(15);
+    EXPECT_EQ(book.SaveRecords(), RRC_FAILED);
+    EXPECT_EQ(DrainErrors(), (Texts{"cannot open " + kSide, "disk full"}));
+    machine.files.LimitDisk({});
+    machine.files.MakeFolders(kSide);
+    EXPECT_EQ(book.SaveRecords(), RRC_FAILED);
+    EXPECT_EQ(DrainErrors(), Texts{"cannot open " + kSide});
+}
+
+// Of a file with a bad place the records before it are there, but never written over the whole.
+TEST_F(WriterTest, AFileIsReadUpToItsBadPlaceAndNeverWrittenBack) {
+    std::string content;
+    while (content.size() < 600000)
+        content += "alias n" + std::to_string(content.size()) + " x\r\n";
+    for (const std::size_t place : {0U, 511U, 512U, 5000U, 262143U, 262144U, 300000U, 599999U}) {
+        SCOPED_TRACE(place);
         CEudoraAB book;
         book.UseUtil(&util);
-        machine.faults.Arm(Fault::kFail, n);
-        const auto result = book.Open(kBookPath);
-        machine.faults.Disarm();
-        const auto errors = DrainErrors();
-        if (result != RRC_OK || errors.empty()) continue;
-        hitRead = true;
-        EXPECT_EQ(errors, Texts{"read error"});
+        machine.files.Put(kBookPath, content);
+        machine.files.SetBadFrom(kBookPath, place);
+        for (int opening = 0; opening < 2; ++opening) {
+            EXPECT_EQ(book.Open(kBookPath), RRC_OK);
+            EXPECT_EQ(DrainErrors(), Texts{"read error"});
+        }
+        std::ptrdiff_t count = 0;
+        for (auto r = book.FirstRecord(); r == RRC_OK; r = book.NextRecord()) ++count;
+        const auto read = static_cast<std::ptrdiff_t>(place / 512 * 512);
+        EXPECT_EQ(count, std::count(content.begin(), content.begin() + read, '\n'));
         EXPECT_EQ(book.SaveRecords(), RRC_FAILED);
-        EXPECT_EQ(DrainErrors().size(), 1U);
+        EXPECT_EQ(DrainErrors(), (Texts{std::string("cannot open ") + kBookPath, "read error"}));
         EXPECT_EQ(Saved(), content);
     }
-    EXPECT_TRUE(hitRead);
+}
+
+// Any operation of an Opening that fails: RRC_FAILED, or a part of the records and a message.
+TEST_F(WriterTest, AnyFailureOfAnOpeningIsTold) {
+    const std::string content(300000, '\n');
+    for (const auto fault : {Fault::kFail, Fault::kKill}) {
+        int n = 1;
+        for (bool fired = true; fired; ++n) {
+            CEudoraAB book;
+            book.UseUtil(&util);
+            machine.files.Put(kBookPath, content);
+            machine.faults.Arm(fault, n);
+            const auto result = book.Open(kBookPath);
+            fired = machine.faults.Fired();
+            machine.faults.Disarm();
+            EXPECT_EQ(result != RRC_OK || !DrainErrors().empty(), fired) << n;
+            EXPECT_EQ(book.SaveRecords() != RRC_OK, fired) << n;
+            DrainErrors();
+        }
+        EXPECT_GT(n, 4);
+    }
 }
 
 }  // namespace
