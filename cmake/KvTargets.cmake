@@ -9,7 +9,8 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 # The libraries lie beside the programs, in the build folder and where they are installed.
-set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+# CMake fills the paths of its build tree up with empty ones, which mean the current folder.
+set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
 set(CMAKE_INSTALL_RPATH "$ORIGIN;$ORIGIN/../lib/kvsync")
 
 if(NOT CMAKE_BUILD_TYPE)

@@ -30,7 +30,7 @@ bool IsSomethingElse(const std::string& path) {
 // The system makes a file where a link leads, unless it is told that the file must be new.
 FileHandle OpenOrCreate(const std::string& path, OpenMode mode) {
     constexpr int kCommon = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-    if (mode == OpenMode::kRead) return FileHandle(open(path.c_str(), kCommon | O_RDONLY));
+    if (mode == OpenMode::kRead) return OpenForClaim(path, kCommon);
     if (mode != OpenMode::kCreateNew) {
         FileHandle handle(open(path.c_str(), kCommon | O_RDWR));
         if (handle || errno != ENOENT || mode == OpenMode::kReadWrite) return handle;

@@ -126,7 +126,7 @@ std::string Resolved(const std::string& path) {
 Status ClaimForRemoval(const std::string& path, FileHandle& claim) {
     struct stat info;
     if (lstat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return {};
-    claim = FileHandle(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
+    claim = OpenForClaim(path, O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW);
     if (!claim || fstat(claim.Get(), &info) != 0 || !S_ISREG(info.st_mode)) return {};
     if (!ClaimShare(claim.Get(), false, Share::kNone)) return FromErrno(EAGAIN, path);
     return {};

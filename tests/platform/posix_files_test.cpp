@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -5,6 +6,7 @@
 #include <unistd.h>
 
 #include "platform/os/system.h"
+#include "platform/posix/file_handle.h"
 #include "platform/posix/prefix_system.h"
 #include "tests/platform/files_contract.h"
 #include "tests/platform/prefix_folder.h"
@@ -59,13 +61,51 @@ TEST(PosixFiles, SharingHoldsBetweenProcessesAndEndsWithThem) {
     Holder holder(path, OpenMode::kReadWrite, Share::kRead);
     ASSERT_TRUE(holder.holds);
     EXPECT_TRUE(NativeFiles().Open(path, OpenMode::kRead, Share::kReadWrite));
-    EXPECT_EQ(CodeOf(NativeFiles().Open(path, OpenMode::kRead, Share::kRead)),
-              ErrorCode::kSharingViolation);
+    const auto refused = NativeFiles().Open(path, OpenMode::kRead, Share::kRead);
+    EXPECT_EQ(CodeOf(refused), ErrorCode::kSharingViolation);
+    EXPECT_NE(refused.Error().systemError, 0) << "no cause for the log";
     EXPECT_EQ(CodeOf(platform::WriteWhole(NativeFiles(), path, "x")), ErrorCode::kSharingViolation);
     EXPECT_EQ(ReadDisk(path), "content");
     holder.Kill();
     EXPECT_TRUE(platform::WriteWhole(NativeFiles(), path, "x"));
     EXPECT_EQ(ReadDisk(path), "x");
+}
+
+// Another user's lock on all of the file, as anybody can hold it who may open it for reading.
+TEST(PosixFiles, WhoMayMerelyReadKeepsNobodyOut) {
+    const TempFolder folder;
+    const std::string path = folder / "f";
+    WriteDisk(path, "content");
+    const platform::posix::FileHandle reader(open(path.c_str(), O_RDONLY));
+    struct flock lock = {};
+    lock.l_type = F_RDLCK;
+    ASSERT_EQ(fcntl(reader.Get(), F_OFD_SETLK, &lock), 0);
+    EXPECT_TRUE(NativeFiles().Open(path, OpenMode::kReadWrite, Share::kNone));
+    EXPECT_TRUE(platform::WriteWhole(NativeFiles(), path, "x"));
+}
+
+TEST(PosixFiles, WhatIsNewIsPrivateOnDemand) {
+    const TempFolder folder;
+    WriteDisk(folder / "old", "x");
+    ASSERT_EQ(chmod((folder / "old").c_str(), 0644), 0);
+    const auto makeThings = [&] {
+        umask(0);
+        platform::KeepNewFilesPrivate();
+        auto& files = NativeFiles();
+        _exit(files.CreateFolder(folder / "folder") &&
+                      files.Copy(folder / "old", folder / "copy") &&
+                      platform::WriteWhole(files, folder / "new", "x") &&
+                      platform::WriteWhole(files, folder / "old", "y")
+                  ? 0
+                  : 1);
+    };
+    EXPECT_EXIT(makeThings(), ::testing::ExitedWithCode(0), "");
+    for (const auto& [name, mode] :
+         {std::pair{"folder", 0700u}, {"copy", 0600u}, {"new", 0600u}, {"old", 0644u}}) {
+        struct stat info = {};
+        EXPECT_EQ(stat((folder / name).c_str(), &info), 0);
+        EXPECT_EQ(info.st_mode & 07777, mode) << name;
+    }
 }
 
 TEST(PosixFiles, ReplaceKeepsPermissionsAndLinks) {
@@ -145,6 +185,17 @@ TEST(PosixFiles, WhatIsPlantedAtANameHarmsNobody) {
             EXPECT_FALSE(std::filesystem::exists(root / "new"));
         }
     }
+}
+
+TEST(PosixFiles, ACopyThatFailsNamesTheFileAndLeavesNothing) {
+    const TempFolder folder;
+    // It opens, has a size, and gives an error when it is read.
+    const std::string unreadable = "/sys/class/net/lo/speed";
+    if (!std::filesystem::exists(unreadable)) GTEST_SKIP() << "no such file on this machine";
+    const auto copied = NativeFiles().Copy(unreadable, folder / "copy");
+    ASSERT_FALSE(copied);
+    EXPECT_EQ(copied.Error().context, unreadable);
+    EXPECT_TRUE(NativeFiles().IsFree(folder / "copy"));
 }
 
 TEST(PosixFiles, CopyKeepsTimeAndPermissionsAndHoles) {
