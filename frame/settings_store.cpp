@@ -7,7 +7,7 @@
 namespace {
 
 constexpr int kLastNumber = 0xFFFE;
-constexpr std::uint64_t kSizeLimit = 16 * 1024 * 1024;
+constexpr std::uint64_t kMostBytes = 16 * 1024 * 1024;  // of a file; the rest is ignored
 
 }  // namespace
 
@@ -33,7 +33,7 @@ int CEudoraTransUtil::NextSettingsPath(CString& out) {
 int CEudoraTransUtil::LoadSettings(LPCTSTR path, CEudoraAppInfo& info) {
     if (!system.files.Exists(path)) return 0;
     try {
-        const auto bytes = platform::ReadWhole(system.files, path, kSizeLimit);
+        const auto bytes = platform::ReadFront(system.files, path, kMostBytes);
         if (bytes) {
             CArchive archive{std::string_view(*bytes)};
             info.Serialize(archive);

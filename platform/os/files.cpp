@@ -37,6 +37,23 @@ bool LiesIn(Files& files, std::string_view path, std::string_view folder) {
     return real->size() > root->size() && real->starts_with(*root);
 }
 
+namespace {
+
+Result<std::string> ReadOpened(File& file, std::uint64_t size) {
+    std::string content(static_cast<std::size_t>(size), '\0');
+    std::size_t filled = 0;
+    while (filled < content.size()) {
+        auto count = file.Read(std::span(content).subspan(filled));
+        if (!count) return count.Error();
+        if (*count == 0) break;
+        filled += *count;
+    }
+    content.resize(filled);
+    return content;
+}
+
+}  // namespace
+
 Result<std::string> ReadWhole(Files& files, std::string_view path, std::uint64_t limit,
                               Share share) {
     auto file = files.Open(path, OpenMode::kRead, share);
@@ -44,16 +61,15 @@ Result<std::string> ReadWhole(Files& files, std::string_view path, std::uint64_t
     auto size = (*file)->Size();
     if (!size) return size.Error();
     if (*size > limit) return Failure{ErrorCode::kTooLarge, std::string(path)};
-    std::string content(static_cast<std::size_t>(*size), '\0');
-    std::size_t filled = 0;
-    while (filled < content.size()) {
-        auto count = (*file)->Read(std::span(content).subspan(filled));
-        if (!count) return count.Error();
-        if (*count == 0) break;
-        filled += *count;
-    }
-    content.resize(filled);
-    return content;
+    return ReadOpened(**file, *size);
+}
+
+Result<std::string> ReadFront(Files& files, std::string_view path, std::uint64_t most) {
+    auto file = files.Open(path, OpenMode::kRead, Share::kRead);
+    if (!file) return file.Error();
+    auto size = (*file)->Size();
+    if (!size) return size.Error();
+    return ReadOpened(**file, std::min(*size, most));
 }
 
 Status MakeFree(Files& files, std::string_view path) {

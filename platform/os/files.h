@@ -128,6 +128,8 @@ bool LiesIn(Files& files, std::string_view path, std::string_view folder);
 // The whole content. kTooLarge, without reading, if it has more than `limit` bytes.
 Result<std::string> ReadWhole(Files& files, std::string_view path, std::uint64_t limit,
                               Share share = Share::kRead);
+// The first `most` bytes, or all if there are fewer.
+Result<std::string> ReadFront(Files& files, std::string_view path, std::uint64_t most);
 
 // Removes what has the name of a file that is to be made, be it a link or a pipe, but no folder.
 Status MakeFree(Files& files, std::string_view path);

@@ -137,6 +137,9 @@ TEST_F(SettingsTest, AFileCutShortKeepsWhatWasRead) {
     }
     LogCapture log;
     CEudoraAppInfo info;
+    machine.files.Put(kPath, MailFile(71) + std::string(16 << 20, 'x'));
+    EXPECT_EQ(util.LoadSettings(kPath.c_str(), info), 1) << "the front of a large file";
+    EXPECT_EQ(info.m_nMailAgeDays, 71);
     EXPECT_EQ(util.LoadSettings("C:\\set\\none.cfg", info), 0);
     EXPECT_TRUE(LogCapture::Lines().empty()) << "a missing file is no failure";
 }
