@@ -49,7 +49,9 @@ RRETURNCODE CREudoraMail::NewAttachments(LPCTSTR listText) {
         if (m_lpNewMessage == nullptr) return RRC_OK;
         MapiMessage& record = *m_lpNewMessage;
         CArray<CRAttachmentInfo> list;
-        (void)StrToAttachmentInfo(listText, list);
+        if (StrToAttachmentInfo(listText, list) != RRC_OK) {
+            KV_LOG(1, "Not all of the attachment list makes sense in CREudoraMail::NewAttachments");
+        }
         // Kept to the end: the list may name one of them as a source.
         const TakenFiles replaced(record, Util().system.files);
         if (list.IsEmpty()) return RRC_OK;

@@ -1,5 +1,6 @@
 #include "platform/kvutil/attachment_text.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <optional>
@@ -23,21 +24,26 @@ void AppendEscaped(std::string& out, const std::string& text) {
     }
 }
 
-// A backslash before any other byte, or at the end, stands for itself: texts that a host wrote
-// by hand with plain Windows paths come through.
-std::string Unescaped(std::string_view text) {
+// Nothing for a backslash before any other byte, or at the end: a path that was not escaped.
+std::optional<std::string> Unescaped(std::string_view text) {
     std::string out;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '\\' && i + 1 < text.size()) {
-            if (const auto at = kEscaped.find(text[i + 1]); at != std::string_view::npos) {
-                out += kPlain[at];
-                ++i;
-                continue;
-            }
+        if (text[i] != '\\') {
+            out += text[i];
+            continue;
         }
-        out += text[i];
+        if (++i == text.size()) return std::nullopt;
+        const auto at = kEscaped.find(text[i]);
+        if (at == std::string_view::npos) return std::nullopt;
+        out += kPlain[at];
     }
     return out;
+}
+
+// What the escapes make of a path that was not escaped ("C:\temp") is none.
+bool HasControlCharacter(std::string_view path) {
+    return std::any_of(path.begin(), path.end(),
+                       [](char byte) { return static_cast<unsigned char>(byte) < ' '; });
 }
 
 std::optional<std::uint32_t> Number(std::string_view text) {
@@ -58,13 +64,11 @@ bool DecodeLine(std::string_view line, CRAttachmentInfo& info) {
     }
     const auto flag = Number(fields[0]);
     const auto deleteSource = Number(fields[1]);
-    if (!flag || !deleteSource) return false;
-    info.dwInfoFlag = *flag;
-    info.bDeleteSource = *deleteSource;
-    info.csDisplayName = Unescaped(fields[2]);
-    info.csFileName = Unescaped(fields[3]);
-    info.csFilePath = Unescaped(fields[4]);
-    return true;
+    const auto displayName = Unescaped(fields[2]), fileName = Unescaped(fields[3]),
+               filePath = Unescaped(fields[4]);
+    if (!flag || !deleteSource || !displayName || !fileName || !filePath) return false;
+    info = {*flag, *deleteSource, *displayName, *fileName, *filePath};
+    return !HasControlCharacter(*filePath);
 }
 
 }  // namespace

@@ -81,7 +81,8 @@ KVUTIL_API RRETURNCODE ComputeCheckSum(unsigned char* data, int length, unsigned
 // order of the record, separated by tabs, numbers in decimal; in texts a backslash, tab, CR and LF
 // are written as \\, \t, \r and \n. An empty list is the empty text. StrToAttachmentInfo empties
 // the list first, takes a last line without LF, and gives 2 for a line without five fields, with
-// the elements before it in the list.
+// another escape, or with a path that holds a control character (one that was not escaped may come
+// to that), with the elements before it in the list.
 KVUTIL_API RRETURNCODE AttachmentInfoToStr(const CArray<CRAttachmentInfo>& list, CString& out);
 KVUTIL_API RRETURNCODE StrToAttachmentInfo(const char* text, CArray<CRAttachmentInfo>& list);
 

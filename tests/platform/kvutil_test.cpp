@@ -124,7 +124,8 @@ TEST(AttachmentTextTest, KnownForms) {
     EXPECT_EQ(back.GetSize(), 1);
     for (const char* bad :
          {"\n", "1\t0\tx\ty\n", "1\t0\tx\ty\tz\tmore\n", "x\t0\tx\ty\tz\n", "1\t-1\tx\ty\tz\n",
-          "4294967296\t0\tx\ty\tz\n", "\t\t\t\t\n", " 1\t0\tx\ty\tz\n"}) {
+          "4294967296\t0\tx\ty\tz\n", "\t\t\t\t\n", " 1\t0\tx\ty\tz\n", "1\t0\tx\ty\tC:\\dir\\z\n",
+          "1\t0\tx\ty\tC:\\temp\n", "1\t0\tx\ty\tz\r\n", "1\t0\tx\ty\tz\\", "1\t0\tx\\q\ty\tz\n"}) {
         EXPECT_EQ(StrToAttachmentInfo((std::string("7\t0\ta\tb\tc\n") + bad).c_str(), back),
                   RRC_FAILED);
         EXPECT_EQ(back.GetSize(), 1) << "what stood before it: " << bad;
@@ -134,11 +135,12 @@ TEST(AttachmentTextTest, KnownForms) {
 TEST(AttachmentTextTest, AnyBytesComeBack) {
     std::mt19937 random(8);
     constexpr std::string_view kNasty = "\\\t\r\nntr\x83\x5C \"<";
-    const auto text = [&] {
+    const auto text = [&](bool isPath = false) {
         std::string bytes(random() % 12, ' ');
         for (char& byte : bytes) {
             byte = random() % 2 != 0 ? kNasty[random() % kNasty.size()]
                                      : static_cast<char>(1 + random() % 255);
+            if (isPath && static_cast<unsigned char>(byte) < ' ') byte = '\\';
         }
         return CString(bytes);
     };
@@ -146,7 +148,7 @@ TEST(AttachmentTextTest, AnyBytesComeBack) {
         Attachments list, back;
         for (auto count = random() % 4; count > 0; --count) {
             list.Add({static_cast<std::uint32_t>(random()), static_cast<std::uint32_t>(random()),
-                      text(), text(), text()});
+                      text(), text(), text(true)});
         }
         const std::string encoded = kvutil::EncodeAttachments(list);
         ASSERT_TRUE(kvutil::DecodeAttachments(encoded, back)) << encoded;
