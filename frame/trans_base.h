@@ -68,7 +68,7 @@ class CREudoraTransBase : public CRRecordTranslator {
 
     // The module's own hooks; the host does not call them.
     virtual RRETURNCODE IsAppModified(BOOL* pbModified);
-    virtual int ShowOptions();  // not 0: the user cancelled
+    virtual int ShowOptions();  // not 0: the user cancelled; a failure is thrown
     virtual RRETURNCODE InitDefaultSettings();
     virtual int PassesFilters();
     virtual int PassesDateFilter();

@@ -87,13 +87,11 @@ RRETURNCODE CREudoraMail::InitDefaultSettings() {
 }
 
 int CREudoraMail::ShowOptions() {
-    return Guarded("ShowOptions", [&] {
-        CEudoraOptionsDlg dialog(&Util());
-        CopyOptions(m_appInfo, dialog);
-        if (dialog.DoModal() != CEudoraOptionsDlg::kOk) return RRC_CANCELLED;
-        CopyOptions(dialog, m_appInfo);
-        return RRC_OK;
-    });
+    CEudoraOptionsDlg dialog(&Util());
+    CopyOptions(m_appInfo, dialog);
+    if (dialog.DoModal() != CEudoraOptionsDlg::kOk) return RRC_CANCELLED;
+    CopyOptions(dialog, m_appInfo);
+    return RRC_OK;
 }
 
 RRETURNCODE CREudoraMail::SaveSettings(RWORD, tagRAPPINFO* pAppInfo, RWORD) {

@@ -55,6 +55,9 @@ class CREudoraMail : public CREudoraTransBase {
     RRETURNCODE PrepareForUpdate() override;
     virtual RRETURNCODE InitLocalVars();
 
+    // Starts Eudora and gives it time to come up (9.5 seconds) unless it runs already. 1 if it
+    // could not be started, else 0.
+    int RunEudoraPro();
     // Appends the queued mails to the mailbox files. What cannot be written stays queued.
     RRETURNCODE WriteNewMails();
     // Stores the noted read states in the .toc file; those of mails that stay queued stay noted.

@@ -34,7 +34,7 @@ bool CREudoraMail::BringUp(CEudoraTransUtil& util) {
         util.AddError(kMsgOtherClient);
     }
     KV_LOG(5, "EUDORA_SUCCESS");
-    (void)locate::RunEudora(util.system.processes, util.system.clock, util.csEudoraDir);
+    (void)RunEudoraPro();
     if (util.mapi.LoadMapiLibrary(util.csEudoraDir) == 0) {
         KV_LOG(1, "Fail to load MAPI libaray CREudoraMail::GetAppInfo\n");
         util.AddError(kMsgNoLibrary);
@@ -61,4 +61,18 @@ void CREudoraMail::MakeAttachFolder(CEudoraTransUtil& util) {
         KV_LOG(1, "Unable to Create Directory in CREudoraMail::GetAppInfo\n");
     }
     KV_LOG(5, "Attachment Folder path = %s\n", m_csAttachDir.Str().c_str());
+}
+
+int CREudoraMail::RunEudoraPro() {
+    using std::chrono::milliseconds;
+    platform::System& system = TransUtil().system;
+    if (system.processes.WindowExists("EudoraMainWindow")) return 0;
+    const auto process = system.processes.Start(TransUtil().csEudoraDir.Str() + "\\Eudora.exe");
+    if (!process) {
+        KV_LOG(1, "Create Process failed in CREudoraMail::RunEudoraPro\n");
+        return 1;
+    }
+    (void)(*process)->Wait(milliseconds(5000));
+    system.clock.Sleep(milliseconds(4500));
+    return 0;
 }

@@ -79,17 +79,4 @@ bool IsDefaultClient(platform::Registry& registry, platform::Files& files, const
     return platform::EqualNoCase(ShortPath(files, program.Str()) + " /M %1", command.Str());
 }
 
-bool RunEudora(platform::Processes& processes, platform::Clock& clock, const CString& folder) {
-    using std::chrono::milliseconds;
-    if (processes.WindowExists("EudoraMainWindow")) return true;
-    const auto process = processes.Start(folder.Str() + "\\Eudora.exe");
-    if (!process) {
-        KV_LOG(1, "Create Process failed in CREudoraMail::RunEudoraPro\n");
-        return false;
-    }
-    (void)(*process)->Wait(milliseconds(5000));
-    clock.Sleep(milliseconds(4500));
-    return true;
-}
-
 }  // namespace locate

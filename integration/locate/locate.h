@@ -1,12 +1,10 @@
 #pragma once
 
 #include "platform/mfc/collections.h"
-#include "platform/os/clock.h"
 #include "platform/os/files.h"
-#include "platform/os/processes.h"
 #include "platform/os/registry.h"
 
-// Where Eudora is on this machine, whether it is the machine's mail client, and how it is started.
+// Where Eudora is on this machine, and whether it is the machine's mail client.
 namespace locate {
 
 // The registry key of the local machine in which Eudora's set-up leaves its place, and its value
@@ -27,9 +25,5 @@ CString FindNicknameFile(platform::Files& files, const CString& program, unsigne
 
 // Whether the mailto command is exactly Eudora's own: its short path and " /M %1", in any case.
 bool IsDefaultClient(platform::Registry& registry, platform::Files& files, const CString& program);
-
-// Starts Eudora and gives it time to come up (9.5 seconds) unless it runs already. False if it
-// could not be started.
-bool RunEudora(platform::Processes& processes, platform::Clock& clock, const CString& folder);
 
 }  // namespace locate

@@ -106,26 +106,4 @@ TEST_F(LocateTest, DefaultClientIsTheExactCommand) {
     }
 }
 
-TEST_F(LocateTest, EudoraIsStartedOnceAndGivenTime) {
-    auto& processes = machine.processes;
-    std::chrono::milliseconds waited{0};
-    processes.onWait = [&](std::chrono::milliseconds timeout) {
-        waited = timeout;
-        return false;
-    };
-    EXPECT_TRUE(locate::RunEudora(processes, machine.clock, "C:\\E"));
-    EXPECT_EQ(processes.started, std::vector<std::string>{"C:\\E\\Eudora.exe"});
-    EXPECT_EQ(waited.count(), 5000);
-    EXPECT_EQ(machine.clock.now - std::chrono::system_clock::from_time_t(0),
-              std::chrono::milliseconds(4500));
-    processes.windows.insert("EudoraMainWindow");
-    EXPECT_TRUE(locate::RunEudora(processes, machine.clock, "C:\\E"));
-    EXPECT_EQ(processes.started.size(), 1U);
-    EXPECT_EQ(machine.clock.sleeps, 1);
-    processes.windows.clear();
-    processes.refuseStart = true;
-    EXPECT_FALSE(locate::RunEudora(processes, machine.clock, "C:\\E"));
-    EXPECT_EQ(machine.clock.sleeps, 1) << "nothing to wait for";
-}
-
 }  // namespace

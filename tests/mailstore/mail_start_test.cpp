@@ -63,6 +63,31 @@ TEST_F(MailStartTest, Checks) {
     }
 }
 
+TEST_F(MailStartTest, EudoraIsStartedOnceAndGivenTime) {
+    OpenedMail mail;
+    util.csEudoraDir = "C:\\E";
+    auto& processes = machine.processes;
+    processes.windows.clear();
+    std::chrono::milliseconds waited{0};
+    processes.onWait = [&](std::chrono::milliseconds timeout) {
+        waited = timeout;
+        return false;
+    };
+    EXPECT_EQ(mail.RunEudoraPro(), 0);
+    EXPECT_EQ(processes.started, std::vector<std::string>{"C:\\E\\Eudora.exe"});
+    EXPECT_EQ(waited.count(), 5000);
+    EXPECT_EQ(machine.clock.now - std::chrono::system_clock::from_time_t(0),
+              std::chrono::milliseconds(4500));
+    processes.windows.insert("EudoraMainWindow");
+    EXPECT_EQ(mail.RunEudoraPro(), 0);
+    EXPECT_EQ(processes.started.size(), 1U);
+    EXPECT_EQ(machine.clock.sleeps, 1);
+    processes.windows.clear();
+    processes.refuseStart = true;
+    EXPECT_EQ(mail.RunEudoraPro(), 1);
+    EXPECT_EQ(machine.clock.sleeps, 1) << "nothing to wait for";
+}
+
 TEST_F(MailStartTest, AttachFolder) {
     for (const auto& [path, folder, exists] : {std::tuple{"C:\\E", "C:\\E\\Attach", true},
                                                {"C:\\E\\", "C:\\E\\Attach", true},
@@ -107,6 +132,10 @@ TEST_F(MailStartTest, OptionsAreTakenFromAnAcceptedDialog) {
         return Start(mail, 1);
     };
     EXPECT_EQ(answer(2), RRC_CANCELLED);
+    EXPECT_EQ(days(), before);
+    machine.dialogs.modalScripts.push_back([](auto&) { throw std::runtime_error("torn"); });
+    EXPECT_EQ(Start(mail, 1), RRC_FAILED);
+    EXPECT_EQ(DrainErrors(), Texts{"GetAppInfo: torn"});
     EXPECT_EQ(days(), before);
     EXPECT_EQ(answer(1), RRC_OK);
     EXPECT_EQ(days(), 21);
