@@ -64,7 +64,8 @@ class CRBatchSink {
 
 // Shows IsOkToSetRecord the values that the host is about to store: makes *ppCell point at the
 // value cell of the field, may change *pType from what the caller presets, and sets *pbHasField to
-// 1 if the record to be stored has the field. Its result is not looked at.
+// 1 if the record to be stored has the field. The mail translator ends with a result that is not
+// RRC_OK and gives it back; the address book does not look at it.
 using RFIELDCALLBACK = RRETURNCODE (*)(void* pContext, const char* pszFieldId, void** ppCell,
                                        unsigned long* pType, BOOL* pbHasField);
 
