@@ -31,6 +31,7 @@ void SetIfGiven(CString& target, const char* text) {
 
 RRETURNCODE Initialize(CEudoraTransUtil& util, const tagRENVSETTINGS* env) {
     KV_LOG(5, "Enter - kvtEudora : InitTranslator\n");
+    util.hModule = platform::OwnInstance();
     util.csEnvDir = env != nullptr ? env->pszEnvDir : nullptr;
     util.csEnvText = env != nullptr ? env->pszEnvText : nullptr;
     if (!LoadBundle(util)) return RRC_FAILED;

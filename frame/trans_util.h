@@ -53,6 +53,7 @@ class CEudoraTransUtil {
     CRLanguageBundle bundle;
     CString csLanguage;
     CString csAltLanguage;
+    void* hModule = nullptr;  // this library's own instance, from the initialisation on
     CString csEnvDir, csEnvText;
     CString csSettingsDir, csTransText;
     CStringArray saErrors, saWarnings;

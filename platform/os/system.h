@@ -26,6 +26,9 @@ struct System {
 // linked into.
 const System& NativeSystem();
 
+// The system's handle of the library or program that this code is part of.
+void* OwnInstance();
+
 // Tells where NativeSystem's dialogs ask, at each use, for a provider; null, or a source that
 // gives null, leaves them the system's own. This library does not know kvUtil: the shared library
 // that both are part of connects the two when it is loaded.

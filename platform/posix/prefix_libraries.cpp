@@ -7,6 +7,7 @@
 
 #include "platform/os/code_page.h"
 #include "platform/os/path.h"
+#include "platform/os/system.h"
 #include "platform/posix/code_page_table.h"
 #include "platform/posix/pe_strings.h"
 #include "platform/posix/utf.h"
@@ -118,3 +119,12 @@ std::string OwnFolder() {
 }
 
 }  // namespace platform::posix
+
+namespace platform {
+
+void* OwnInstance() {
+    Dl_info info = {};
+    return dladdr(reinterpret_cast<void*>(&OwnInstance), &info) != 0 ? info.dli_fbase : nullptr;
+}
+
+}  // namespace platform

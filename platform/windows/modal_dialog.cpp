@@ -24,8 +24,8 @@ class ModalDialog : public DialogView {
         InitCommonControlsEx(&controls);
         const auto bytes = DialogBytes(m_template);
         DialogBoxIndirectParamW(GetModuleHandleW(nullptr),
-                                reinterpret_cast<const DLGTEMPLATE*>(bytes.data()),
-                                GetActiveWindow(), OnMessage, reinterpret_cast<LPARAM>(this));
+                                reinterpret_cast<const DLGTEMPLATE*>(bytes.data()), nullptr,
+                                OnMessage, reinterpret_cast<LPARAM>(this));
         if (m_thrown) std::rethrow_exception(m_thrown);
         return m_result;
     }

@@ -22,7 +22,7 @@ class NativeDialogs : public Dialogs {
     void* m_cursorBefore = nullptr;  // of the innermost wait
 };
 
-// The windows themselves. They belong to the thread's active window, if there is one.
+// The windows themselves, without a parent.
 std::optional<std::string> ShowOpenFile(const OpenFileRequest& request);
 int ShowModal(const DialogTemplate& dialog, DialogLogic& logic);
 

@@ -1,6 +1,7 @@
 #include "platform/windows/native_libraries.h"
 
 #include "platform/os/path.h"
+#include "platform/os/system.h"
 #include "platform/windows/handle.h"
 #include "platform/windows/wide_text.h"
 #include "platform/windows/windows_error.h"
@@ -47,12 +48,9 @@ bool HasFolder(const std::wstring& name) {
 
 // The folder, with a closing backslash, of the file that this code is part of.
 std::wstring OwnFolder() {
-    HMODULE module = nullptr;
-    GetModuleHandleExW(
-        GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-        reinterpret_cast<const wchar_t*>(&OwnFolder), &module);
     std::wstring path(32768, L'\0');
-    path.resize(GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size())));
+    path.resize(GetModuleFileNameW(static_cast<HMODULE>(OwnInstance()), path.data(),
+                                   static_cast<DWORD>(path.size())));
     path.resize(path.rfind(L'\\') + 1);
     return path;
 }
@@ -93,3 +91,15 @@ Result<std::unique_ptr<StringResources>> NativeLibraries::LoadResources(std::str
 }
 
 }  // namespace platform::windows
+
+namespace platform {
+
+void* OwnInstance() {
+    HMODULE module = nullptr;
+    GetModuleHandleExW(
+        GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+        reinterpret_cast<const wchar_t*>(&OwnInstance), &module);
+    return module;
+}
+
+}  // namespace platform

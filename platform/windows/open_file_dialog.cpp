@@ -48,7 +48,6 @@ std::optional<std::string> ShowOpenFile(const OpenFileRequest& request) {
     Conversation conversation{request, nullptr};
     OPENFILENAMEW dialog{};
     dialog.lStructSize = sizeof dialog;
-    dialog.hwndOwner = GetActiveWindow();
     dialog.lpstrFilter = filter.c_str();
     dialog.lpstrFile = path.data();
     dialog.nMaxFile = kCapacity;

@@ -7,6 +7,7 @@
 
 #include "frame/interface/exports.h"
 #include "frame/interface/translators.h"
+#include "frame/trans_util.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
 #include "platform/testing/scripted_dialogs.h"
@@ -193,7 +194,9 @@ TEST_F(ModuleTest, SettingsLiveFromFirstCallToRemoval) {
     const auto code = Find<exports::InitTranslatorExFn>(exports::kInitTranslatorEx)(
         &env, &settings, "EN", &word, &util, buffer.data(), 200);
     EXPECT_EQ(word, 0U);
-    EXPECT_NE(util, nullptr);
+    ASSERT_NE(util, nullptr);
+    EXPECT_NE(util->hModule, nullptr);
+    EXPECT_NE(util->hModule, platform::OwnInstance()) << "the module's, not this program's";
     if (code != RRC_OK) {
         EXPECT_STREQ(buffer.c_str(), "Eudora is not installed on this computer.");
     }
