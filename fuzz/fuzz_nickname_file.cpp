@@ -63,7 +63,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (auto at = again.First(); !at.IsEnd() && count < 64; ++count) {
         const auto next = again.Next(at);
         if (count % 2 == 0) {
-            again.Rename(at, "new " + std::to_string(count));
+            again.Rename(again.MakeChangeable(at), "new " + std::to_string(count));
         } else if (count % 3 == 0) {
             again.Erase(at);
         }
