@@ -46,11 +46,12 @@ int PrintContacts(CRRecordTranslator& translator, CEudoraTransUtil* util) {
     CString selection, summary;
     RRETURNCODE code = translator.GetAppInfo(0, &context, selection, 0, summary, 0);
     if (code == RRC_OK) code = translator.Open(0, 0, 0, 0, &context, 0);
-    if (code != RRC_OK) {
-        CString message;
-        while (translator.GetNextErrorMessage(message) == RRC_OK) std::puts(message);
-        return 1;
+    // A message beside code 0 says that not all of the store could be read.
+    bool isWhole = code == RRC_OK;
+    for (CString message; translator.GetNextErrorMessage(message) == RRC_OK; isWhole = false) {
+        std::puts(message);
     }
+    if (!isWhole) return 1;
     for (code = translator.MoveFirst(); code == RRC_OK; code = translator.MoveNext()) {
         CString id;
         translator.GetRecordID(id);

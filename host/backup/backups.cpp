@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/module/exit_code.h"
+#include "host/module/folders.h"
 #include "host/output/json_text.h"
 
 namespace host {
@@ -28,10 +29,6 @@ std::string TimeName(std::chrono::system_clock::time_point now) {
     return text;
 }
 
-std::size_t LastSeparator(const std::string& path, char separator) {
-    return path.find_last_of(separator == '/' ? "/" : "/\\");
-}
-
 std::string ToManifest(const Backup& backup) {
     nlohmann::json manifest = {{"reason", backup.reason}, {"absent", backup.absent}};
     manifest["files"] = nlohmann::json::array();
@@ -46,19 +43,6 @@ std::string SideOf(const std::string& path) {
 }
 
 }  // namespace
-
-std::string ParentFolder(platform::Files& files, const std::string& path) {
-    const auto last = LastSeparator(path, files.Separator());
-    return last == std::string::npos ? "" : path.substr(0, last);
-}
-
-platform::Status MakeFolders(platform::Files& files, const std::string& folder) {
-    if (folder.empty() || files.Exists(folder)) return {};
-    if (auto status = MakeFolders(files, ParentFolder(files, folder)); !status) return status;
-    auto status = files.CreateFolder(folder);
-    if (!status && status.Error().code == ErrorCode::kAlreadyExists) return {};
-    return status;
-}
 
 std::string Backups::Join(const std::string& folder, const std::string& name) const {
     return folder + m_files.Separator() + name;
@@ -128,8 +112,8 @@ platform::Status Backups::Fill(Backup& backup, const std::string& folder,
             backup.absent.push_back(origin);
             continue;
         }
-        const auto last = LastSeparator(origin, m_files.Separator());
-        std::string name = origin.substr(last == std::string::npos ? 0 : last + 1);
+        const std::string above = ParentFolder(m_files, origin);
+        std::string name = above.empty() ? origin : origin.substr(above.size() + 1);
         if (m_files.Exists(Join(folder, name))) name.insert(0, std::to_string(backup.files.size()));
         if (auto status = CopyFlushed(origin, Join(folder, name)); !status) return status;
         backup.files.push_back({name, origin});

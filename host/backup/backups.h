@@ -67,9 +67,4 @@ class Backups {
     platform::Clock& m_clock;
 };
 
-// Makes the folder and those above it.
-platform::Status MakeFolders(platform::Files& files, const std::string& folder);
-// The path without its last name; empty if it has one name only.
-std::string ParentFolder(platform::Files& files, const std::string& path);
-
 }  // namespace host

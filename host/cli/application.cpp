@@ -58,6 +58,8 @@ void AddCommonOptions(CLI::App& app, Options& options) {
     app.add_option("--code-page", setup.codePage,
                    "code page of a bare Eudora folder: 1252 (the default), 932, ...")
         ->check(CLI::Range(1, 65535));
+    app.add_flag("--follow-links", setup.followLinks,
+                 "write where links in the Eudora folder lead, also out of it");
     app.add_flag("--json", options.json, "print JSON");
     app.add_flag("--quiet", options.quiet, "print no more than has to be said");
     app.add_flag("-v,--verbose", options.verbose, "the translator's log on standard error");

@@ -7,6 +7,7 @@
 #include "host/dialogs/terminal_dialogs.h"
 #include "host/module/mail_settings.h"
 #include "host/module/native_path.h"
+#include "host/module/outside_names.h"
 #include "host/module/windows_path.h"
 #include "host/output/output.h"
 #include "host/shell/shell.h"
@@ -112,6 +113,9 @@ ExitCode Shell(const Options& options, unsigned long kind, const std::string& sc
         if (!file || std::filesystem::is_directory(ToPath(script), ignored)) {
             return Fail(Refused("the script " + script + " cannot be read: check the path"));
         }
+    }
+    if (auto inside = RefuseNamesLeadingOutside(options.setup); !inside) {
+        return Fail(inside.Error());
     }
     auto place = kind == kMailKind ? Workplace::EnterForMail(options) : Workplace::Enter(options);
     if (!place) return Fail(place.Error());

@@ -42,12 +42,7 @@ Finding MaildirFinding(const Options& options) {
     const std::string eudora = options.setup.eudora ? Canonical(*options.setup.eudora) : "";
     const std::string path = Canonical(*options.maildir);
     const auto checked = CheckMaildir(platform::NativeFiles(), path, eudora);
-    if (!checked) {
-        const std::string line = checked.Error().Message();
-        const auto end = line.rfind("; ");
-        return {Health::kFault, "Maildir", line.substr(0, end),
-                end == std::string::npos ? "" : line.substr(end + 2)};
-    }
+    if (!checked) return FaultOf("Maildir", checked.Error());
     const bool exists = platform::NativeFiles().Exists(path);
     return {Health::kGood, "Maildir", exists ? path : path + " (made by the first sync)", {}};
 }

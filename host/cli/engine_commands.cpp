@@ -6,6 +6,7 @@
 #include "host/cli/workplace.h"
 #include "host/engine/commands.h"
 #include "host/module/native_path.h"
+#include "host/module/outside_names.h"
 #include "host/module/windows_path.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
@@ -104,6 +105,9 @@ ExitCode ListBackups(const Options& options) {
 }
 
 ExitCode Restore(const Options& options, const std::string& id) {
+    if (auto inside = RefuseNamesLeadingOutside(options.setup); !inside) {
+        return Fail(inside.Error());
+    }
     ProgressLine progress(false);
     // Where an Eudora is known it must not run; a backup can be put back without one.
     const auto setup = Prepare(options.setup);

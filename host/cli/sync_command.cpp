@@ -7,6 +7,7 @@
 #include "host/cli/run_place.h"
 #include "host/cli/sync_reports.h"
 #include "host/engine/report.h"
+#include "host/module/outside_names.h"
 #include "host/output/json_text.h"
 
 namespace host {
@@ -82,6 +83,9 @@ platform::Status CheckFolders(const Subjects& subjects, const Options& options) 
 ExitCode Sync(const Options& options, const std::string& what) {
     const Subjects subjects(options, what);
     if (auto named = CheckFolders(subjects, options); !named) return Fail(named.Error());
+    if (auto inside = RefuseNamesLeadingOutside(options.setup); !inside) {
+        return Fail(inside.Error());
+    }
     auto place = subjects.contacts ? Workplace::Enter(options) : Workplace::EnterForMail(options);
     if (!place) return Fail(place.Error());
     const auto report = ReportOn(subjects, *place, options, false);
@@ -99,8 +103,20 @@ ExitCode Status(const Options& options) {
     if (!report) return Fail(report.Error());
     const auto stopped = RefuseRunningEudora(place->Place());
     if (!stopped) report->lines.push_back("locked: " + stopped.Error().Message());
+    auto leaveTheFolder = Json::array();
+    for (const OutsideName& name : NamesLeadingOutside(options.setup)) {
+        const auto failure = LeadsOutside(name);
+        leaveTheFolder.push_back(name.path);
+        if (options.setup.followLinks) {
+            report->lines.push_back(failure.Cause());
+        } else {
+            report->errors.push_back(failure.Message());
+            report->code = Worse(report->code, ExitCode::kRefused);
+        }
+    }
     if (auto json = JsonOf(*report); json.is_object()) {
         json["eudoraRuns"] = !stopped;
+        json["leaveTheFolder"] = std::move(leaveTheFolder);
         report->json = JsonText(json);
     }
     return Say(*report, options);

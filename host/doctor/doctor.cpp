@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "host/doctor/eudora_findings.h"
+#include "host/module/folders.h"
 #include "host/module/module_library.h"
 #include "host/module/native_path.h"
 #include "platform/os/system.h"
@@ -12,14 +13,6 @@ namespace host {
 namespace fs = std::filesystem;
 
 namespace {
-
-// "what is wrong: what to do" in its two halves, at the last colon.
-Finding FaultOf(const std::string& what, const platform::Failure& failure) {
-    const std::string line = failure.Message();
-    const auto colon = line.rfind(": ");
-    if (colon == std::string::npos) return {Health::kFault, what, line, {}};
-    return {Health::kFault, what, line.substr(0, colon), line.substr(colon + 2)};
-}
 
 Finding StateFinding() {
     const auto folder = StateFolder();
@@ -34,7 +27,7 @@ Finding StateFinding() {
         return {Health::kGood, "kvsync's own folder", *folder, {}};
     }
     return {Health::kFault, "kvsync's own folder", FromPath(existing) + " cannot be written",
-            "give yourself write permission there, or set XDG_STATE_HOME to another folder"};
+            kMakeWritable};
 }
 
 Finding LibraryFinding(std::string& folder) {
@@ -58,11 +51,11 @@ Finding BundleFinding(const std::string& folder, const std::string& language) {
     }
     if (found.empty()) {
         return {Health::kFault, "language bundles", "none in " + folder,
-                "install kvsync completely: kvlEUD" + language + ".dll belongs there"};
+                "install kvsync completely"};
     }
     if (!hasLanguage) {
-        return {Health::kNote, "language bundles", found,
-                "there is none for " + language + ": choose another with --language"};
+        return {Health::kNote, "language bundles", found + ", none for " + language,
+                "choose another with --language"};
     }
     return {Health::kGood, "language bundles", found, {}};
 }
@@ -74,7 +67,8 @@ Finding ContactsFinding(const std::optional<std::string>& folder) {
     }
     const auto info = platform::NativeFiles().Stat(*folder);
     if (!info) {
-        return {Health::kNote, "folder of vCards", *folder + " does not exist", "make it"};
+        return {Health::kNote, "folder of vCards", *folder + " does not exist yet",
+                "check the path; the first sync makes it"};
     }
     if (!info->isFolder || info->isReadOnly) {
         return {Health::kFault, "folder of vCards",
@@ -86,22 +80,33 @@ Finding ContactsFinding(const std::optional<std::string>& folder) {
 
 }  // namespace
 
+Finding FaultOf(std::string what, const platform::Failure& failure) {
+    const bool isRefusal = failure.code == platform::ErrorCode::kRefused;
+    return {isRefusal ? Health::kFault : Health::kBroken, std::move(what), failure.Cause(),
+            failure.advice};
+}
+
 std::vector<Finding> Examine(const SetupOptions& options,
                              const std::optional<std::string>& contactsFolder) {
-    std::vector<Finding> findings;
+    std::vector<Finding> findings{StateFinding()};
+    SetupOptions reading = options;
+    // Where kvsync cannot keep anything, the rest can be looked at as a dry run does.
+    reading.writesNothing = findings.back().health != Health::kGood;
     std::string libraryFolder;
-    findings.push_back(StateFinding());
     findings.push_back(LibraryFinding(libraryFolder));
+    bool canStart = findings.back().health == Health::kGood;
     if (!libraryFolder.empty()) {
         findings.push_back(BundleFinding(libraryFolder, options.language.value_or("EN")));
+        canStart = canStart && findings.back().health != Health::kFault;
     }
     findings.push_back(ContactsFinding(contactsFolder));
-    auto setup = Prepare(options);
+    auto setup = Prepare(reading);
     if (!setup) {
-        findings.push_back(FaultOf("Eudora", setup.Error()));
+        Finding fault = FaultOf("Eudora", setup.Error());
+        if (fault.state != findings.front().state) findings.push_back(std::move(fault));
         return findings;
     }
-    for (Finding& finding : ExamineEudora(options, *setup)) {
+    for (Finding& finding : ExamineEudora(reading, *setup, canStart)) {
         findings.push_back(std::move(finding));
     }
     return findings;

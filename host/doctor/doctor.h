@@ -19,6 +19,9 @@ struct Finding {
     std::string advice;  // what to do about it; empty if nothing has to be done
 };
 
+// What a failure says about a thing.
+Finding FaultOf(std::string what, const platform::Failure& failure);
+
 // Looks at everything that a run stands on, from kvsync's own files to Eudora's, and goes on as far
 // as the faults allow. Changes nothing but what each run makes in kvsync's own folder.
 std::vector<Finding> Examine(const SetupOptions& options,

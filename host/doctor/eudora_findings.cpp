@@ -2,6 +2,7 @@
 
 #include "host/module/in_box.h"
 #include "host/module/native_path.h"
+#include "host/module/outside_names.h"
 #include "host/module/translator_host.h"
 #include "host/module/translator_session.h"
 #include "host/module/windows_path.h"
@@ -11,125 +12,181 @@ namespace host {
 
 namespace {
 
-Finding FolderFinding(const Setup& setup) {
-    const auto info = platform::NativeSystem().files.Stat(setup.eudoraFolder);
-    if (!info || !info->isFolder) {
-        return {Health::kFault, "Eudora's folder", setup.eudoraShown + " does not exist",
-                "name another with --eudora DIR"};
-    }
-    if (info->isReadOnly && !UsesWindowsPaths()) {
-        return {Health::kFault, "Eudora's folder", setup.eudoraShown + " cannot be written",
-                "give yourself write permission there (chmod u+w); reading works"};
-    }
-    return {Health::kGood, "Eudora's folder", setup.eudoraShown, {}};
-}
-
-Finding LockFinding(const Setup& setup) {
-    const auto stopped = RefuseRunningEudora(setup);
-    if (stopped) return {Health::kGood, "locks", "Eudora does not run", {}};
-    return {Health::kFault, "locks", "Eudora has its folder open (OWNER.LOK)",
-            "close Eudora; if it has crashed, delete OWNER.LOK"};
-}
-
-// The mail translator asks the registry whether Simple MAPI is there before it loads the library.
-Finding MapiFinding(const Setup& setup) {
-    constexpr const char* kKey = "SOFTWARE\\Microsoft\\Windows Messaging Subsystem";
-    const auto mark = platform::NativeSystem().registry.ReadText(
-        platform::RegistryRoot::kLocalMachine, kKey, "MAPI");
-    if (mark && *mark == "1") return {Health::kGood, "mail", "Simple MAPI is registered", {}};
-    return {Health::kNote, "mail", "Simple MAPI is not registered for " + setup.eudoraShown,
-            "mails cannot be reached: set MAPI to the text 1 in HKEY_LOCAL_MACHINE\\" +
-                std::string(kKey) + " with regedit; contacts need no MAPI"};
-}
-
-using Module = platform::Result<std::unique_ptr<TranslatorHost>>;
-
-Finding StartFinding(const Setup& setup, const Module& host) {
-    if (!host) return {Health::kFault, "translator", host.Error().Message(), {}};
-    return {Health::kGood, "translator", "starts in language " + setup.init.language, {}};
-}
-
+constexpr const char* kMapi = "SOFTWARE\\Microsoft\\Windows Messaging Subsystem";
 constexpr const char* kUnreadable =
     "copy the file to another disk, or put back a backup (kvsync backups)";
 
-// The in-box, read as a run reads it; but on Windows that would start Eudora.
-Finding InBoxFinding(const Setup& setup, Module& host) {
-    if (auto ready = CheckInBox(setup); !ready) {
-        return {Health::kNote, "in-box", ready.Error().Message(), {}};
-    }
-    if (host && !UsesWindowsPaths()) {
-        std::string selection;
-        auto session = SelectInBox(**host, setup, true, selection);
-        const auto opened = session ? session->Open() : platform::Status(session.Error());
-        if (!opened) return {Health::kBroken, "in-box", opened.Error().Message(), kUnreadable};
-    }
-    return {Health::kGood, "in-box", "In.mbx and In.toc", {}};
+bool IsBad(const Finding& finding) {
+    return finding.health >= Health::kFault;
 }
 
-// The file that a run works on, read to its end.
-Finding InUseFinding(const std::string& path, Module& host) {
-    const std::string what = "nickname file in use";
-    if (auto checked = CheckNicknameFile(path, true); !checked) {
-        return {Health::kFault, what, checked.Error().Message(), {}};
+// One Eudora, looked at from its folder to its files. What one fault brings about is not told as
+// another.
+class Examination {
+  public:
+    Examination(const SetupOptions& options, const Setup& setup)
+        : m_options(options), m_setup(setup) {}
+
+    std::vector<Finding> Run(bool canStart) {
+        m_canWrite = Tell(FolderFinding());
+        Tell({Health::kGood, "code page", std::to_string(m_system.processes.CodePage()), {}});
+        m_isFree = Tell(LockFinding());
+        TellLinks();
+        if (canStart) Start();
+        Tell(MapiFinding());
+        TellInBox();
+        TellNicknameFiles();
+        return std::move(m_findings);
     }
-    if (host) {
-        if (auto opened = TranslatorSession::OpenContacts(**host, path); !opened) {
-            return {Health::kBroken, what, opened.Error().Message(), kUnreadable};
-        }
+
+  private:
+    // False if it is bad.
+    bool Tell(Finding finding) {
+        m_findings.push_back(std::move(finding));
+        return !IsBad(m_findings.back());
+    }
+    Finding FolderFinding() const;
+    Finding LockFinding() const;
+    Finding MapiFinding();
+    Finding BookFinding(const std::string& path, bool isInUse);
+    void TellLinks();
+    void Start();
+    void TellInBox();
+    void TellNicknameFiles();
+    platform::Status ReadInBox();
+
+    const SetupOptions& m_options;
+    const Setup& m_setup;
+    const platform::System& m_system = platform::NativeSystem();
+    std::unique_ptr<TranslatorHost> m_module;
+    bool m_canWrite = false, m_isFree = false, m_hasMapi = false;
+    std::vector<Finding> m_findings;
+};
+
+Finding Examination::FolderFinding() const {
+    const auto info = m_system.files.Stat(m_setup.eudoraFolder);
+    if (!info || !info->isFolder) {
+        return {Health::kFault, "Eudora's folder", m_setup.eudoraShown + " does not exist",
+                "name another with --eudora DIR"};
+    }
+    if (info->isReadOnly && !UsesWindowsPaths()) {
+        return {Health::kFault, "Eudora's folder",
+                m_setup.eudoraShown + " cannot be written, only read",
+                "give yourself write permission there (chmod u+w)"};
+    }
+    return {Health::kGood, "Eudora's folder", m_setup.eudoraShown, {}};
+}
+
+Finding Examination::LockFinding() const {
+    const auto stopped = RefuseRunningEudora(m_setup);
+    if (!stopped) return FaultOf("locks", stopped.Error());
+    return {Health::kGood, "locks", "Eudora does not run", {}};
+}
+
+void Examination::TellLinks() {
+    for (const OutsideName& name : NamesLeadingOutside(m_options)) {
+        const auto failure = LeadsOutside(name);
+        Tell({m_options.followLinks ? Health::kNote : Health::kFault, "link", failure.Cause(),
+              m_options.followLinks ? "" : failure.advice});
+    }
+}
+
+void Examination::Start() {
+    auto module = TranslatorHost::Start(m_setup.init);
+    if (module) {
+        m_module = *std::move(module);
+        Tell({Health::kGood, "translator", "starts", {}});
+        return;
+    }
+    Tell({Health::kFault, "translator", module.Error().Cause(),
+          "check in regedit that Path and the default value of " + ShownKey(kAppPaths) +
+              " name Eudora's folder and its program"});
+}
+
+// The mail translator asks the registry whether Simple MAPI is there before it loads the library.
+Finding Examination::MapiFinding() {
+    const auto mark =
+        m_system.registry.ReadText(platform::RegistryRoot::kLocalMachine, kMapi, "MAPI");
+    m_hasMapi = mark && *mark == "1";
+    if (m_hasMapi) return {Health::kGood, "mail", "Simple MAPI is registered", {}};
+    return {Health::kNote, "mail",
+            "Simple MAPI is not registered for " + m_setup.eudoraShown +
+                ", so that its mails cannot be reached; contacts need no MAPI",
+            "set MAPI to the text 1 in " + ShownKey(kMapi) + " with regedit"};
+}
+
+// As a run reads it.
+platform::Status Examination::ReadInBox() {
+    if (auto ready = CheckInBox(m_setup); !ready) return ready;
+    if (auto pair = CheckInBoxPair(m_setup); !pair) return pair;
+    // On Windows that would start Eudora.
+    if (!m_module || !m_hasMapi || UsesWindowsPaths()) return {};
+    std::string selection;
+    auto session = SelectInBox(*m_module, m_setup, true, selection);
+    return session ? session->Open() : platform::Status(session.Error());
+}
+
+void Examination::TellInBox() {
+    if (!m_isFree) return;
+    if (const auto here = RefuseMailsElsewhere(m_setup); !here) {
+        Tell({Health::kNote, "in-box", here.Error().Cause(), here.Error().advice});
+        return;
+    }
+    const auto read = ReadInBox();
+    if (read) {
+        Tell({Health::kGood, "in-box", "In.mbx and In.toc", {}});
+        return;
+    }
+    Finding finding = FaultOf("in-box", read.Error());
+    if (finding.health == Health::kBroken) finding.advice = kUnreadable;
+    // A folder with contacts alone is one that can be worked on.
+    const std::string inBox = m_setup.eudoraFolder + "\\In.";
+    const bool isThere =
+        m_system.files.Exists(inBox + "mbx") || m_system.files.Exists(inBox + "toc");
+    if (!isThere) finding.health = Health::kNote;
+    Tell(std::move(finding));
+}
+
+// The file that a run works on is read to its end.
+Finding Examination::BookFinding(const std::string& path, bool isInUse) {
+    const char* const what = isInUse ? "nickname file in use" : "nickname file";
+    if (const auto checked = CheckNicknameFile(path, m_canWrite); !checked) {
+        Finding finding = FaultOf(what, checked.Error());
+        if (!isInUse) finding.health = Health::kNote;
+        return finding;
+    }
+    if (isInUse && m_module) {
+        const auto opened = TranslatorSession::OpenContacts(*m_module, path);
+        if (!opened) return {Health::kBroken, what, opened.Error().Cause(), kUnreadable};
     }
     return {Health::kGood, what, ToUtf8(path), {}};
 }
 
-// Each nickname file, and whether it can be used. The one that a run works on is marked.
-void NicknameFindings(const SetupOptions& options, const Setup& setup, Module& host,
-                      std::vector<Finding>& findings) {
-    std::vector<std::string> paths{setup.eudoraFolder + "\\nndbase.txt"};
-    const std::string folder = setup.eudoraFolder + "\\NickName";
-    if (auto entries = platform::NativeSystem().files.List(folder, "*.txt")) {
+void Examination::TellNicknameFiles() {
+    std::vector<std::string> paths{m_setup.eudoraFolder + "\\nndbase.txt"};
+    const std::string folder = m_setup.eudoraFolder + "\\NickName";
+    if (const auto entries = m_system.files.List(folder, "*.txt")) {
         for (const auto& entry : *entries) {
             if (!entry.isFolder) paths.push_back(folder + "\\" + entry.name);
         }
     }
-    const auto chosen = ChooseNicknameFile(options, setup);
-    if (!chosen) {
-        findings.push_back({Health::kFault, "nickname file", chosen.Error().Message(), {}});
-    }
+    const auto chosen = ChooseNicknameFile(m_options, m_setup);
+    if (!chosen) Tell(FaultOf("nickname file", chosen.Error()));
     bool any = false;
     for (const std::string& path : paths) {
-        if (!platform::NativeSystem().files.Exists(path)) continue;
+        if (!m_system.files.Exists(path)) continue;
         any = true;
-        if (chosen && *chosen == path) {
-            findings.push_back(InUseFinding(path, host));
-            continue;
-        }
-        const auto checked = CheckNicknameFile(path, true);
-        findings.push_back({checked ? Health::kGood : Health::kNote,
-                            "nickname file",
-                            checked ? ToUtf8(path) : checked.Error().Message(),
-                            {}});
+        Tell(BookFinding(path, chosen && *chosen == path));
     }
-    if (!any) {
-        findings.push_back({Health::kFault, "nickname file", "none in " + setup.eudoraShown,
-                            "start Eudora once, or check that this is its folder"});
-    }
+    if (any || !chosen) return;
+    Tell({Health::kFault, "nickname file", "none in " + m_setup.eudoraShown,
+          "start Eudora once, or check that this is its folder"});
 }
 
 }  // namespace
 
-std::vector<Finding> ExamineEudora(const SetupOptions& options, const Setup& setup) {
-    std::vector<Finding> findings;
-    findings.push_back(FolderFinding(setup));
-    findings.push_back({Health::kGood,
-                        "code page",
-                        std::to_string(platform::NativeSystem().processes.CodePage()),
-                        {}});
-    findings.push_back(LockFinding(setup));
-    auto host = TranslatorHost::Start(setup.init);
-    findings.push_back(StartFinding(setup, host));
-    findings.push_back(MapiFinding(setup));
-    findings.push_back(InBoxFinding(setup, host));
-    NicknameFindings(options, setup, host, findings);
-    return findings;
+std::vector<Finding> ExamineEudora(const SetupOptions& options, const Setup& setup, bool canStart) {
+    return Examination(options, setup).Run(canStart);
 }
 
 }  // namespace host

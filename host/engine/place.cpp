@@ -1,15 +1,10 @@
 #include "host/engine/place.h"
 
 #include "host/module/exit_code.h"
+#include "host/module/folders.h"
+#include "host/module/windows_path.h"
 
 namespace host {
-
-namespace {
-
-// The largest nickname file that is read into memory.
-constexpr std::uint64_t kLargestNicknameFile = 2ull << 30;
-
-}  // namespace
 
 Backups BackupsOf(const CommandPlace& place) {
     const std::string folder = ParentFolder(place.files, place.stateFile);

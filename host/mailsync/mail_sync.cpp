@@ -10,6 +10,7 @@
 #include "host/mailsync/execute_mail.h"
 #include "host/mailsync/load_mail.h"
 #include "host/mailsync/mail_report.h"
+#include "host/module/folders.h"
 #include "host/state/mail_state.h"
 #include "host/state/state_file.h"
 

@@ -19,8 +19,8 @@ inline ExitCode CodeOf(const platform::Failure& failure) {
     return failure.code == platform::ErrorCode::kRefused ? ExitCode::kRefused : ExitCode::kFailed;
 }
 
-inline platform::Failure Refused(std::string line) {
-    return {platform::ErrorCode::kRefused, std::move(line)};
+inline platform::Failure Refused(std::string line, std::string advice = {}) {
+    return {platform::ErrorCode::kRefused, std::move(line), 0, std::move(advice)};
 }
 
 inline platform::Failure Failed(std::string line) {

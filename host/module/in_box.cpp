@@ -23,13 +23,14 @@ platform::Status CheckToc(platform::File& toc, const std::string& shown) {
     const auto count = toc.ReadAt(0, start);
     if (!count) return count.Error();
     if (std::string_view(start, *count).starts_with(kMacintosh)) {
-        return Refused("In.toc in " + shown +
-                       " was written by Eudora for Macintosh, which is another format: let Eudora "
-                       "for Windows import that mailbox first");
+        return Refused(
+            "In.toc in " + shown + " was written by Eudora for Macintosh, which is another format",
+            "let Eudora for Windows import that mailbox first");
     }
     if (*count < kTocStart) {
-        return Refused("In.toc in " + shown + " is cut short (" + std::to_string(*count) +
-                       " bytes): bring back a copy of it, or let Eudora rebuild it");
+        return Refused(
+            "In.toc in " + shown + " is cut short (" + std::to_string(*count) + " bytes)",
+            "bring back a copy of it, or let Eudora rebuild it");
     }
     return {};
 }
@@ -49,15 +50,17 @@ platform::Status CheckInBox(const Setup& setup) {
         }
         const auto& error = file.Error();
         if (error.code == platform::ErrorCode::kNotFound) {
-            return Refused("there is no in-box in " + setup.eudoraShown + " (no " + name +
-                           "): start Eudora once, or name the folder that holds its mail");
+            return Refused("there is no in-box in " + setup.eudoraShown + " (no " + name + ")",
+                           "start Eudora once, or name the folder that holds its mail");
         }
         if (error.code == platform::ErrorCode::kSharingViolation) {
-            return Refused(std::string(name) + " in " + setup.eudoraShown +
-                           " is in use by another program: try again when it has ended");
+            return Refused(
+                std::string(name) + " in " + setup.eudoraShown + " is in use by another program",
+                "try again when it has ended");
         }
-        return Refused(std::string(name) + " in " + setup.eudoraShown +
-                       " cannot be read: " + error.Message());
+        return Refused(
+            std::string(name) + " in " + setup.eudoraShown + " cannot be read: " + error.Message(),
+            "give yourself read permission");
     }
     return {};
 }
@@ -85,8 +88,9 @@ platform::Status CheckInBoxPair(const Setup& setup) {
     if (!found) return found.Error();
     if (std::string_view(line, *found) == kSeparator) return {};
     return Refused("In.toc and In.mbx in " + setup.eudoraShown +
-                   " do not belong together (no mail begins where In.toc says that the first one "
-                   "does): bring back a copy of both, or let Eudora rebuild In.toc");
+                       " do not belong together (no mail begins where In.toc says that the first "
+                       "one does)",
+                   "bring back a copy of both, or let Eudora rebuild In.toc");
 }
 
 platform::Result<TranslatorSession> SelectInBox(TranslatorHost& host, const Setup& setup,

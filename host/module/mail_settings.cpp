@@ -1,8 +1,7 @@
 #include "host/module/mail_settings.h"
 
-#include <filesystem>
-
 #include "host/module/exit_code.h"
+#include "host/module/folders.h"
 #include "host/module/mail_limits_dialog.h"
 #include "host/module/native_path.h"
 #include "platform/kvutil/kvutil.h"
@@ -42,9 +41,7 @@ platform::Result<std::string> MailSelection(const Setup& setup) {
 }
 
 platform::Status RememberMailSelection(const Setup& setup, const std::string& windowsPath) {
-    std::error_code error;
-    std::filesystem::create_directories(ToPath(setup.memoryFolder), error);
-    if (error) return Failed(setup.memoryFolder + " cannot be made: " + error.message());
+    if (auto made = MakeOwnFolders(setup.memoryFolder); !made) return made;
     return platform::WriteWhole(platform::NativeFiles(), ChoiceFile(setup), windowsPath);
 }
 

@@ -29,14 +29,15 @@ platform::Result<std::string> ModuleLibrary::Find() {
         if (std::filesystem::exists(place, ignored)) return FromPath(place);
     }
     return Refused("the translator library " + std::string(name) + " is neither in " +
-                   FromPath(folder) + " nor in " + FromPath(places[1].parent_path()) +
-                   ": install kvsync completely");
+                       FromPath(folder) + " nor in " + FromPath(places[1].parent_path()),
+                   "install kvsync completely");
 }
 
 platform::Result<std::unique_ptr<ModuleLibrary>> ModuleLibrary::Load(const std::string& path) {
     auto library = platform::LoadNativeLibrary(path);
     if (!library) {
-        return Refused("the translator library cannot be loaded: " + library.Error().Message());
+        return Refused("the translator library cannot be loaded: " + library.Error().Message(),
+                       "install kvsync anew");
     }
     std::unique_ptr<ModuleLibrary> loaded(new ModuleLibrary(*std::move(library)));
     auto& symbols = *loaded->m_library;
@@ -46,7 +47,7 @@ platform::Result<std::unique_ptr<ModuleLibrary>> ModuleLibrary::Load(const std::
         !Bind(symbols, exports::kGetTranslatorObject, loaded->GetTranslatorObject) ||
         !Bind(symbols, exports::kRemoveTranslator, loaded->RemoveTranslator) ||
         !Bind(symbols, exports::kSelfDiagnose, loaded->SelfDiagnose)) {
-        return Refused(path + " is no translator library of this kvsync: install both anew");
+        return Refused(path + " is no translator library of this kvsync", "install both anew");
     }
     return loaded;
 }

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "host/module/exit_code.h"
+#include "host/module/folders.h"
 #include "host/module/native_path.h"
 #include "host/module/shadow_folder.h"
 #include "platform/os/system.h"
@@ -29,7 +30,7 @@ platform::Status Link(const fs::path& link, const fs::path& target) {
     std::error_code unread;
     // Another run may have made it in between.
     if (!error || fs::read_symlink(link, unread) == target) return {};
-    return Refused(FromPath(link) + " cannot be made: " + error.message());
+    return Refused(FromPath(link) + " cannot be made: " + error.message(), kMakeWritable);
 }
 
 // A text file that only changes when its content does.
@@ -39,7 +40,8 @@ platform::Status Write(const fs::path& path, const std::string& content) {
     const auto old = platform::ReadWhole(files, name, 1 << 20);
     if (old && *old == content) return {};
     if (auto status = platform::WriteWhole(files, name, content); !status) {
-        return Refused("kvsync's own folder cannot be written: " + status.Error().Message());
+        return Refused("kvsync's own folder cannot be written: " + status.Error().Message(),
+                       kMakeWritable);
     }
     return {};
 }
@@ -67,13 +69,8 @@ platform::Result<PrivatePrefix> PrivatePrefix::Make(const std::string& path,
     prefix.m_path = path;
     prefix.m_temporary = temporary;
     const fs::path root = ToPath(path);
-    std::error_code error;
     for (const char* folder : {"drive_c/windows/temp", "drive_c/kvsync", "dosdevices"}) {
-        fs::create_directories(root / folder, error);
-        if (error) {
-            return Refused(FromPath(root / folder) + " cannot be made: " + error.message() +
-                           ": give yourself write permission there, or set XDG_STATE_HOME");
-        }
+        if (auto made = MakeOwnFolders(FromPath(root / folder)); !made) return made.Error();
     }
     if (auto linked = Link(root / "dosdevices" / "c:", "../drive_c"); !linked) {
         return linked.Error();
@@ -85,7 +82,8 @@ platform::Result<PrivatePrefix> PrivatePrefix::Make(const std::string& path,
     const std::string registry = PrivateRegistry(ProgramName(eudora), codePage);
     const fs::path basis = root / "made-of";
     const auto old = platform::ReadWhole(platform::NativeFiles(), FromPath(basis), 1 << 20);
-    if (old && *old == registry && fs::exists(root / "system.reg", error)) return prefix;
+    std::error_code unknown;
+    if (old && *old == registry && fs::exists(root / "system.reg", unknown)) return prefix;
     if (auto written = Write(root / "system.reg", registry); !written) return written.Error();
     if (auto written = Write(basis, registry); !written) return written.Error();
     return prefix;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/module/exit_code.h"
+#include "host/module/folders.h"
 #include "host/module/native_path.h"
 #include "host/module/shadow_folder.h"
 #include "host/module/windows_path.h"
@@ -20,9 +21,6 @@ namespace host {
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr const char* kAppPaths =
-    "SOFTWARE\\Microsoft\\windows\\CurrentVersion\\App Paths\\Eudora.exe";
 
 // FNV-1a: a short name for a folder, the same in every run.
 std::string KeyOf(const std::string& text) {
@@ -38,21 +36,22 @@ std::string KeyOf(const std::string& text) {
 platform::Status CheckFolder(const std::string& folder, const std::string& what) {
     const auto info = platform::NativeFiles().Stat(folder);
     if (!info) {
-        return Refused(what + " " + folder +
-                       " does not exist or cannot be reached: check the path");
+        return Refused(what + " " + folder + " does not exist or cannot be reached",
+                       "check the path");
     }
-    if (!info->isFolder) return Refused(what + " " + folder + " is no folder: check the path");
+    if (!info->isFolder) return Refused(what + " " + folder + " is no folder", "check the path");
     if (!platform::NativeFiles().List(folder, "*")) {
-        return Refused(what + " " + folder +
-                       " cannot be read: give yourself read permission (chmod u+rx)");
+        return Refused(what + " " + folder + " cannot be read",
+                       "give yourself read permission (chmod u+rx)");
     }
     return {};
 }
 
-std::string TemporaryPrefix() {
-    std::error_code ignored;
-    return FromPath(fs::temp_directory_path(ignored) /
-                    ("kvsync-" + std::to_string(platform::ProcessNumber())));
+// A new one for each run, since what exists already may be anybody's.
+platform::Result<std::string> TemporaryPrefix() {
+    const auto folder = platform::NativeFiles().TempFolder();
+    if (!folder) return folder.Error();
+    return platform::NativeFiles().CreateTempFolder(*folder, "kvsync-");
 }
 
 platform::Status UseBareFolder(const SetupOptions& options, Setup& setup) {
@@ -62,9 +61,10 @@ platform::Status UseBareFolder(const SetupOptions& options, Setup& setup) {
     setup.eudoraShown = folder;
     const std::string kept =
         FromPath(ToPath(setup.stateFolder) / "prefixes" / ToPath(setup.memoryKey));
-    auto prefix =
-        PrivatePrefix::Make(options.writesNothing ? TemporaryPrefix() : kept, folder,
-                            options.codePage.value_or(kUsualCodePage), options.writesNothing);
+    const auto place = options.writesNothing ? TemporaryPrefix() : kept;
+    if (!place) return place.Error();
+    auto prefix = PrivatePrefix::Make(*place, folder, options.codePage.value_or(kUsualCodePage),
+                                      options.writesNothing);
     if (!prefix) return prefix.Error();
     if (options.writesNothing) {
         // It is to see what the next real run will see.
@@ -92,14 +92,15 @@ platform::Status UsePrefix(const SetupOptions& options, Setup& setup) {
     std::error_code ignored;
     if (!fs::is_regular_file(root / "system.reg", ignored) ||
         !fs::is_directory(root / "dosdevices", ignored)) {
-        return Refused(prefix +
-                       " is no Wine prefix: name one with --wine-prefix DIR, or Eudora's "
-                       "own folder with --eudora DIR");
+        return Refused(prefix + " is no Wine prefix",
+                       "name one with --wine-prefix DIR, or Eudora's own folder with --eudora DIR");
     }
     setup.memoryKey = KeyOf(prefix);
     setup.eudoraShown = "the Wine prefix " + prefix;
     if (!options.writesNothing) return platform::SetEnvironment("WINEPREFIX", prefix);
-    auto shadow = PrivatePrefix::Shadow(TemporaryPrefix(), Canonical(prefix));
+    const auto place = TemporaryPrefix();
+    if (!place) return place.Error();
+    auto shadow = PrivatePrefix::Shadow(*place, Canonical(prefix));
     if (!shadow) return shadow.Error();
     setup.prefix = *std::move(shadow);
     return platform::SetEnvironment("WINEPREFIX", setup.prefix.Path());
@@ -111,10 +112,13 @@ platform::Status FindFolder(const SetupOptions& options, Setup& setup) {
     auto folder =
         system.registry.ReadText(platform::RegistryRoot::kLocalMachine, kAppPaths, "path");
     if (!folder) {
-        return Refused("Eudora is not registered in " +
-                       (UsesWindowsPaths() ? std::string("Windows: install it first")
-                                           : setup.eudoraShown + ": install it there, or name its "
-                                                                 "folder with --eudora DIR"));
+        if (UsesWindowsPaths()) {
+            return Refused(
+                "Eudora is not registered in Windows (no Path in " + ShownKey(kAppPaths) + ")",
+                "install it, or let its installation be repaired");
+        }
+        return Refused("Eudora is not registered in " + setup.eudoraShown,
+                       "install it there, or name its folder with --eudora DIR");
     }
     // A backslash that is the second half of a character closes nothing.
     const unsigned codePage = system.processes.CodePage();
@@ -137,7 +141,9 @@ platform::Status FindFolder(const SetupOptions& options, Setup& setup) {
     }
     if (!system.files.Exists(setup.eudoraFolder)) {
         return Refused("the registry says that Eudora is in " + ToUtf8(setup.eudoraFolder) +
-                       ", which does not exist: run kvsync doctor");
+                           ", which does not exist",
+                       "set Path in " + ShownKey(kAppPaths) +
+                           " to where it is, or name that folder with --eudora DIR");
     }
     return {};
 }
@@ -162,14 +168,12 @@ platform::Status ChooseSettingsFolder(const SetupOptions& options, Setup& setup)
     if (options.settings) {
         if (auto checked = CheckFolder(folder, "the settings folder"); !checked) return checked;
     } else if (!options.writesNothing) {
-        std::error_code error;
-        fs::create_directories(ToPath(folder), error);
-        if (error) return Refused(folder + " cannot be made: " + error.message());
+        if (auto made = MakeOwnFolders(folder); !made) return made;
     }
     auto windows = ToWindowsPath(folder);
     if (!windows && options.settings) {
-        return Refused("no drive of the Wine prefix leads to " + folder +
-                       ": name a settings folder inside the prefix");
+        return Refused("no drive of the Wine prefix leads to " + folder,
+                       "name a settings folder inside the prefix");
     }
     // Without a way there the settings lie where the bare drive is.
     setup.init.settingsDir = windows ? *windows : "C:\\";
@@ -185,11 +189,18 @@ std::string Canonical(const std::string& path) {
     return error ? path : FromPath(canonical);
 }
 
+std::string ShownKey(const std::string& key) {
+    const auto rest = key.substr(key.find('\\'));
+    return "HKEY_LOCAL_MACHINE\\SOFTWARE\\Wow6432Node" + rest +
+           " (without Wow6432Node where Windows has 32 bits)";
+}
+
 platform::Result<std::string> StateFolder() {
     if (auto folder = platform::Environment("XDG_STATE_HOME")) return *folder + "/kvsync";
     if (auto folder = platform::Environment("LOCALAPPDATA")) return *folder + "\\kvsync";
     if (auto home = platform::Environment("HOME")) return *home + "/.local/state/kvsync";
-    return Refused("neither XDG_STATE_HOME nor HOME is set: set one, it holds kvsync's own files");
+    return Refused("neither XDG_STATE_HOME nor HOME is set",
+                   "set one, it holds kvsync's own files");
 }
 
 platform::Result<Setup> Prepare(const SetupOptions& options) {
@@ -197,6 +208,11 @@ platform::Result<Setup> Prepare(const SetupOptions& options) {
     auto state = StateFolder();
     if (!state) return state.Error();
     setup.stateFolder = *state;
+    if (!options.writesNothing && !UsesWindowsPaths()) {
+        // One of an earlier version may be open to others.
+        std::error_code none;
+        fs::permissions(ToPath(*state), fs::perms::owner_all, none);
+    }
     setup.init.language = options.language.value_or("EN");
     if (!UsesWindowsPaths()) {
         const auto used =
@@ -219,19 +235,18 @@ platform::Result<Setup> Prepare(const SetupOptions& options) {
 platform::Status RefuseMailsElsewhere(const Setup& setup) {
     if (setup.mailsElsewhere.empty()) return {};
     return Refused("on Windows the mails come from Eudora itself, which is installed in " +
-                   setup.mailsElsewhere + ", not in " + setup.eudoraShown +
-                   ": leave --eudora out, or ask for contacts alone");
+                       setup.mailsElsewhere + ", not in " + setup.eudoraShown,
+                   "leave --eudora out, or ask for contacts alone");
 }
 
 platform::Status RefuseRunningEudora(const Setup& setup) {
     auto& system = platform::NativeSystem();
     if (system.processes.WindowExists("EudoraMainWindow")) {
-        return Refused("Eudora is running: close it and try again");
+        return Refused("Eudora is running", "close it and try again");
     }
     if (system.files.Exists(setup.eudoraFolder + "\\OWNER.LOK")) {
-        return Refused("Eudora is running in " + setup.eudoraShown +
-                       " (its OWNER.LOK is there): close it and try again, or delete OWNER.LOK if "
-                       "Eudora has crashed");
+        return Refused("Eudora is running in " + setup.eudoraShown + " (its OWNER.LOK is there)",
+                       "close it and try again, or delete OWNER.LOK if Eudora has crashed");
     }
     return {};
 }

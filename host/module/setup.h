@@ -20,6 +20,7 @@ struct SetupOptions {
     std::optional<std::string> language;      // of the texts; EN if it is not said
     // Of a bare folder, kUsualCodePage if it is not said; a prefix and Windows have their own.
     std::optional<unsigned> codePage;
+    bool followLinks = false;    // out of a bare folder
     bool writesNothing = false;  // a dry run: what has to be made is made in the temporary folder
 };
 
@@ -47,6 +48,13 @@ platform::Status RefuseRunningEudora(const Setup& setup);
 
 // kRefused if the mails that the module would give are those of another folder.
 platform::Status RefuseMailsElsewhere(const Setup& setup);
+
+// The key of the local machine in which Eudora's set-up leaves its place.
+inline constexpr const char* kAppPaths =
+    "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\Eudora.exe";
+
+// What regedit calls a key below SOFTWARE that the module reads: that of the 32-bit programs.
+std::string ShownKey(const std::string& key);
 
 // kvsync's own folder: $XDG_STATE_HOME/kvsync, %LOCALAPPDATA%\kvsync or ~/.local/state/kvsync.
 platform::Result<std::string> StateFolder();

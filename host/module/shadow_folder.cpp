@@ -14,8 +14,8 @@ namespace {
 
 platform::Status StatusOf(const std::error_code& error, const fs::path& path) {
     if (!error) return {};
-    return Refused(FromPath(path) + " cannot be made: " + error.message() +
-                   ": check the temporary folder");
+    return Refused(FromPath(path) + " cannot be made: " + error.message(),
+                   "check the temporary folder");
 }
 
 // A link to a folder becomes a folder of links to what that one holds.

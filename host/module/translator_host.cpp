@@ -35,12 +35,11 @@ platform::Result<std::unique_ptr<TranslatorHost>> TranslatorHost::Start(const In
     std::string message;
     if ((*host)->Init(texts.language.c_str(), message) != RRC_OK) {
         if (message.empty()) {
-            return Refused(
-                "no language bundle kvlEUD*.dll is beside the translator library: "
-                "install kvsync completely");
+            return Refused("no language bundle kvlEUD*.dll is beside the translator library",
+                           "install kvsync completely");
         }
-        return Refused("the translator cannot start: " + ToUtf8(message) +
-                       " (kvsync doctor tells more)");
+        return Refused("the translator cannot start: " + ToUtf8(message),
+                       "kvsync doctor tells where it looks");
     }
     return host;
 }

@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "host/module/exit_code.h"
+#include "host/module/folders.h"
 #include "host/module/native_path.h"
 #include "host/module/setup.h"
 #include "platform/os/path.h"
@@ -15,6 +16,8 @@ namespace host {
 namespace fs = std::filesystem;
 
 namespace {
+
+constexpr const char* kChoose = "choose one with --nickname-file or kvsync configure contacts";
 
 std::string ChoiceFile(const Setup& setup) {
     return FromPath(ToPath(setup.memoryFolder) / "nickname-file");
@@ -87,7 +90,7 @@ platform::Result<std::string> ChooseNicknameFile(const SetupOptions& options, co
         const std::string& named = *options.nicknameFile;
         std::string chosen;
         if (!IsWindowsPath(named) && !platform::NativeFiles().Exists(named)) {
-            return Refused("the nickname file " + named + " does not exist: check the path");
+            return Refused("the nickname file " + named + " does not exist", "check the path");
         }
         if (IsWindowsPath(named)) {
             chosen = FromUtf8(named);
@@ -105,8 +108,8 @@ platform::Result<std::string> ChooseNicknameFile(const SetupOptions& options, co
         if (chosen.empty()) {
             const auto windows = ToWindowsPath(Canonical(named));
             if (!windows) {
-                return Refused("the nickname file " + named +
-                               " lies outside the Eudora in use: name one inside");
+                return Refused("the nickname file " + named + " lies outside the Eudora in use",
+                               "name one inside");
             }
             chosen = *windows;
         }
@@ -121,9 +124,7 @@ platform::Result<std::string> ChooseNicknameFile(const SetupOptions& options, co
 }
 
 platform::Status RememberNicknameFile(const Setup& setup, const std::string& windowsPath) {
-    std::error_code error;
-    fs::create_directories(ToPath(setup.memoryFolder), error);
-    if (error) return Failed(setup.memoryFolder + " cannot be made: " + error.message());
+    if (auto made = MakeOwnFolders(setup.memoryFolder); !made) return made;
     return platform::WriteWhole(platform::NativeFiles(), ChoiceFile(setup), windowsPath);
 }
 
@@ -132,31 +133,29 @@ platform::Status CheckNicknameFile(const std::string& windowsPath, bool forWriti
     auto& files = platform::NativeSystem().files;
     const auto info = files.Stat(windowsPath);
     if (!info) {
-        return Refused("the nickname file " + shown +
-                       " does not exist: choose one with --nickname-file or kvsync configure "
-                       "contacts");
+        return Refused("the nickname file " + shown + " does not exist", kChoose);
     }
-    if (info->isFolder) return Refused(shown + " is a folder, not a nickname file");
+    if (info->isFolder) return Refused(shown + " is a folder, not a nickname file", kChoose);
     if (info->size > kLargestNicknameFile) {
-        return Refused(shown + " has " + std::to_string(info->size) +
-                       " bytes, more than any nickname file: choose another file");
+        return Refused(
+            shown + " has " + std::to_string(info->size) + " bytes, more than any nickname file",
+            kChoose);
     }
     if (forWriting && info->isReadOnly) {
-        return Refused("the nickname file " + shown +
-                       " is read-only: give yourself write permission (chmod u+w)");
+        return Refused("the nickname file " + shown + " is read-only",
+                       "give yourself write permission (chmod u+w)");
     }
     const auto folder = files.Stat(windowsPath.substr(
         0, platform::LastSeparator(windowsPath, platform::NativeSystem().processes.CodePage())));
     // On Windows the mark means nothing on a folder.
     if (forWriting && !UsesWindowsPaths() && folder && folder->isReadOnly) {
-        return Refused("the folder of the nickname file " + shown +
-                       " cannot be written: give yourself write permission there (chmod u+w)");
+        return Refused("the folder of the nickname file " + shown + " cannot be written",
+                       "give yourself write permission there (chmod u+w)");
     }
     auto opened = files.Open(windowsPath, platform::OpenMode::kRead, platform::Share::kReadWrite);
     if (!opened) {
-        return Refused("the nickname file " + shown +
-                       " cannot be read: close what holds it open, or give yourself read "
-                       "permission (chmod u+r)");
+        return Refused("the nickname file " + shown + " cannot be read",
+                       "close what holds it open, or give yourself read permission (chmod u+r)");
     }
     return {};
 }

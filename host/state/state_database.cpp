@@ -45,8 +45,12 @@ platform::Result<std::unique_ptr<SQLite::Database>> OpenStateDatabase(platform::
     if (!info && info.Error().code != ErrorCode::kNotFound) return info.Error();
     if (info && info->isFolder) return Refused(path + ": is a folder; name a file for the state");
     if (!mayWrite && (!info || info->size == 0)) return std::unique_ptr<SQLite::Database>();
-    const int flags =
-        mayWrite ? SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE : SQLite::OPEN_READONLY;
+    if (!info) {
+        // SQLite would make a file that everybody may read.
+        const auto made = files.Open(path, platform::OpenMode::kCreateNew, platform::Share::kNone);
+        if (!made) return made.Error();
+    }
+    const int flags = mayWrite ? SQLite::OPEN_READWRITE : SQLite::OPEN_READONLY;
     try {
         if (!mayWrite && IsCutOff(files, path)) return CheckedCopy(files, path);
         auto database = std::make_unique<SQLite::Database>(path, flags, 5000);

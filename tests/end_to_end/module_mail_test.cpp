@@ -173,6 +173,25 @@ TEST_F(ModuleMail, SharesTheMailboxAndNotItsTable) {
         << "it stayed open";
 }
 
+// On Windows the mails are those of the installed Eudora, by whatever name its folder goes.
+TEST_F(ModuleMail, AnotherFolderHasNoMailsOnWindows) {
+    if (!host::UsesWindowsPaths()) GTEST_SKIP();
+    fs::create_directory(*s_folder / "Other");
+    std::string shouted = Eudora().string();
+    std::ranges::transform(shouted, shouted.begin(),
+                           [](unsigned char c) { return std::toupper(c); });
+    const std::pair<std::string, bool> rows[] = {{shouted, true},
+                                                 {(Eudora() / "Attach" / "..").string(), true},
+                                                 {*s_folder / "Other", false}};
+    for (const auto& [folder, isIt] : rows) {
+        host::SetupOptions options;
+        options.eudora = folder;
+        const auto setup = host::Prepare(options);
+        ASSERT_TRUE(setup) << setup.Error().Message();
+        EXPECT_EQ(host::RefuseMailsElsewhere(*setup).HasValue(), isIt) << folder;
+    }
+}
+
 TEST_F(ModuleMail, WalksAllMailsInTheirOrder) {
     ASSERT_TRUE(session->Open());
     EudoraMails mails(*session, platform::NativeSystem().processes.CodePage());

@@ -9,11 +9,8 @@ namespace host::testing {
 
 namespace {
 
-using ::testing::AllOf;
-using ::testing::AnyOf;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::Not;
 
 struct BadInput {
     const char* arguments;  // with a blank between them
@@ -228,49 +225,6 @@ GetField 1)");
     }
 }
 
-// Read and file name are told, and what could be read of the file never passes for all of it.
-TEST(Cli, AFileThatCannotBeReadToItsEndEndsEachCommand) {
-    constexpr const char* kRead[] = {
-        "list @ --eudora @E",
-        "show @ ann --eudora @E",
-        "export @ --to @new --eudora @E",
-        "sync @ --eudora @E --contacts @C --maildir @M",
-        "sync --dry-run @ --eudora @E --contacts @C --maildir @M",
-        "status --eudora @E --contacts @C --maildir @M",
-        "doctor --eudora @E",
-        "configure contacts --eudora @E --nickname-file @E/nndbase.txt"};
-    const Bench bench;
-    ASSERT_EQ(bench.Kvsync("configure mail --age off --size off --eudora @E").code, 4);
-    ASSERT_EQ(bench.Kvsync("sync --eudora @E --contacts @C --maildir @M").code, 4);
-    const auto trees = [&] {
-        auto all = bench.Tree("E");
-        for (const char* name : {"C", "M"}) all.merge(bench.Tree(name));
-        return all;
-    };
-    const auto before = trees();
-    for (const std::string file : {"E/nndbase.txt", "E/In.mbx", "E/In.toc"}) {
-        const std::string kind = file == "E/nndbase.txt" ? "contacts" : "mail";
-        for (std::string arguments : kRead) {
-            if (kind == "mail" && arguments.starts_with("configure")) continue;
-            if (const auto at = arguments.find("@ "); at != std::string::npos) {
-                arguments.replace(at, 1, kind);
-            }
-            SCOPED_TRACE(file + ": " + arguments);
-            const Outcome outcome = bench.KvsyncWith(
-                "KV_GOOD=300 KV_BAD_FILE=\"" + bench.Path(file) +
-                    "\" LD_PRELOAD=\"" KV_BAD_DISK "\" ASAN_OPTIONS=verify_asan_link_order=0",
-                arguments);
-            EXPECT_EQ(outcome.code, 1);
-            const std::string told = outcome.out + outcome.err;
-            EXPECT_THAT(told, HasSubstr(file.substr(2)));
-            EXPECT_THAT(told, AnyOf(HasSubstr("error occurred while"), HasSubstr("input/output")));
-            EXPECT_THAT(outcome.out, Not(AnyOf(HasSubstr("ann.harper"), HasSubstr("exported"))));
-            EXPECT_FALSE(std::filesystem::exists(bench.Path("new")));
-            EXPECT_EQ(trees(), before);
-        }
-    }
-}
-
 // The example of the documentation sees what kvsync sees.
 TEST(Cli, ExampleHostWalksTheSameContacts) {
     const Bench bench;
@@ -356,91 +310,6 @@ TEST(Cli, EachMailOptionChangesItsOwnSetting) {
     }
     EXPECT_EQ(bench.Tree("state"), before);
 }
-
-struct Key {
-    const char *name, *first, *second;  // two values; the second one on the command line
-    const char* probe;
-    const char *toldFirst, *toldSecond;
-};
-
-const Key kKeys[] = {
-    {"eudora", "@E", "@F", "status --contacts @C", "/E/nndbase", "/F/nndbase"},
-    {"wine_prefix", "@P", "@Q", "list contacts", "/P is no", "/Q is no"},
-    {"contacts", "@Ours", "@Yours", "status --eudora @E", "/Ours\n", "/Yours\n"},
-    {"maildir", "@Ours", "@Yours", "doctor --eudora @E", "/Ours (made", "/Yours (made"},
-    {"state", "@a.db", "@b.db", "status --eudora @E --contacts @C", "a.db", "b.db"},
-    {"nickname_file", "@E/NickName/Friends.txt", "@E/NickName/Kyoto.txt",
-     "status --eudora @E --contacts @C", "NickName/Friends", "NickName/Kyoto"},
-    {"settings", "@none", "@nowhere", "list contacts --eudora @E", "/none", "/nowhere"},
-    {"language", "DE", "FR", "doctor --eudora @E", "language DE", "language FR"},
-    {"code_page", "932", "1253", "doctor --eudora @E", "page: 932", "page: 1253"},
-    {"prefer", "eudora", "folder", "sync contacts --dry-run --eudora @E --contacts @C",
-     "folder: ann (phone)", "Eudora: ann (phone)"},
-    {"max_delete", "0", "100%", "sync contacts --dry-run --eudora @E --contacts @C",
-     "1 contacts would be deleted", "remove from Eudora: bob"},
-};
-
-// From the configuration file, from the command line, and from both, where the latter wins.
-TEST(Cli, EachKeyOfTheConfigurationFileWorks) {
-    const Bench bench;
-    std::filesystem::create_directories(bench.Path("config/kvsync"));
-    bench.Write("E/nndbase.txt",
-                "alias ann a@x\nnote ann <phone:1>\nalias bob b@x\nalias cy c@x\n");
-    std::filesystem::copy(bench.Path("E"), bench.Path("F"));
-    ASSERT_EQ(bench.Kvsync("sync contacts --eudora @E --contacts @C").code, 4);
-    for (const auto& [name, card] : bench.Tree("C")) {
-        if (card.find("bob") != std::string::npos) std::filesystem::remove(bench.Path(name));
-        const auto phone = card.find("voice:1");
-        if (phone != std::string::npos) {
-            bench.Write(name, std::string(card).replace(phone, 7, "voice:2"));
-        }
-    }
-    bench.Write("E/nndbase.txt",
-                "alias ann a@x\nnote ann <phone:3>\nalias bob b@x\nalias cy c@x\n");
-    const auto run = [&](const Key& key, bool inFile, bool onLine) {
-        std::string value = key.first, option = key.name;
-        if (value.starts_with('@')) value = bench.Path(value.substr(1));
-        if (key.name != std::string("code_page")) value = "'" + value + "'";
-        bench.Write("config/kvsync/config.toml", inFile ? option + " = " + value + "\n" : "");
-        std::ranges::replace(option, '_', '-');
-        const std::string more = onLine ? " --" + option + " " + key.second : "";
-        const Outcome outcome = bench.Kvsync(key.probe + more);
-        return outcome.out + outcome.err;
-    };
-    for (const Key& key : kKeys) {
-        EXPECT_THAT(run(key, true, false), HasSubstr(key.toldFirst)) << key.name;
-        for (const bool both : {false, true}) {
-            EXPECT_THAT(run(key, both, true),
-                        AllOf(HasSubstr(key.toldSecond), Not(HasSubstr(key.toldFirst))))
-                << key.name;
-        }
-    }
-}
-
-#if !defined(__SANITIZE_ADDRESS__)  // which needs more address space than it uses
-// However little memory there is, a run ends with what it is for or with a line.
-TEST(Cli, MemoryThatRunsOutIsALine) {
-    const Bench bench;
-    std::string book;
-    for (int i = 0; i < 20000; ++i) {
-        book += "alias n" + std::to_string(i) + " x@example.org\nnote n" + std::to_string(i) +
-                " <name:" + std::string(60, 'x') + ">\n";
-    }
-    bench.Write("E/nndbase.txt", book);
-    int failed = 0, kilobytes = 10000;
-    const auto with = [&](const char* arguments) {
-        return bench.KvsyncWith("ulimit -v " + std::to_string(kilobytes) + ";", arguments);
-    };
-    while (with("--version").code != 0) kilobytes += 2000;
-    for (Outcome outcome{1, {}, {}}; outcome.code != 0; kilobytes += 2000) {
-        outcome = with("list contacts --eudora @E");
-        ASSERT_THAT(outcome.code, AnyOf(0, 1, 3)) << kilobytes << outcome.err;
-        EXPECT_EQ(std::ranges::count(outcome.err, '\n'), outcome.code != 0) << outcome.err;
-        failed += outcome.err.find("memory") != std::string::npos;
-    }
-    EXPECT_GT(failed, 0);
-}
-#endif
 
 // A Wine prefix with Eudora in it needs no private one.
 TEST(Cli, WorksOnAWinePrefix) {
