@@ -91,7 +91,7 @@ const Key kKeys[] = {
 TEST(SetUp, EachKeyOfTheConfigurationFileWorks) {
     const Bench bench;
     bench.Write("fields",
-                "GetAppInfo 0 \"C:\\\\Eudora\\\\nndbase.txt\"\nOpen\nGetFirstFieldInfo\n");
+                "GetAppInfo 0 \"C:\\\\Eudora\\\\nndbase.txt\"\nOpen\nFields\n");
     fs::create_directories(bench.Path("config/kvsync"));
     bench.Write("E/nndbase.txt",
                 "alias ann a@x\nnote ann <phone:1>\nalias bob b@x\nalias cy c@x\n");
