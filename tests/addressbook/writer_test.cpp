@@ -2,6 +2,7 @@
 #include <string>
 
 #include "tests/addressbook/book_fixture.h"
+#include "tests/platform/temp_folder.h"
 
 using platform::testing::Fault;
 
@@ -230,6 +231,26 @@ TEST_F(WriterTest, AnyFailureOfAnOpeningIsTold) {
         }
         EXPECT_GT(n, 4);
     }
+}
+
+// Where the system makes links: one planted beforehand is neither followed nor taken over.
+TEST_F(WriterTest, ALinkInTheSideFilesPlaceLeadsNowhere) {
+    const test::TempFolder folder;
+    const auto path = folder / "nndbase.txt", outside = folder / "outside";
+    test::WriteDisk(path, "alias a 1");
+    test::WriteDisk(outside, "private");
+    std::error_code ignored;
+    std::filesystem::create_symlink(outside, path + ".kvnew", ignored);
+    CEudoraTransUtil native({platform::NativeFiles(), machine.registry, machine.processes,
+                             machine.libraries, machine.dialogs, machine.clock});
+    CEudoraAB book;
+    book.UseUtil(&native);
+    ASSERT_EQ(book.Open(path.c_str()), RRC_OK);
+    Edit(book, "a", "6", "2");
+    EXPECT_EQ(book.SaveRecords(), RRC_OK);
+    EXPECT_EQ(test::ReadDisk(outside), "private");
+    EXPECT_EQ(test::ReadDisk(path), "alias a 2");
+    EXPECT_FALSE(std::filesystem::is_symlink(path));
 }
 
 }  // namespace
