@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <vector>
 
 #include "host/mail/html_entities.h"
 #include "host/mail/mime_entity.h"
@@ -15,14 +16,6 @@ constexpr std::string_view kSpace = " \t\r\n\f";
 
 bool IsSpace(char letter) {
     return kSpace.find(letter) != kNone;
-}
-
-std::string Lowered(std::string_view text) {
-    std::string lower(text);
-    for (char& letter : lower) {
-        if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
-    }
-    return lower;
 }
 
 template <std::size_t kCount>
@@ -81,6 +74,22 @@ std::string Attribute(std::string_view rest, std::string_view wanted) {
         if (EqualsNoCase(name, wanted)) return DecodedEntities(value);
     }
     return {};
+}
+
+// Whether a text holds another one, which is not empty, in time in proportion to both.
+bool Holds(std::string_view text, std::string_view part) {
+    std::vector<std::size_t> borders(part.size(), 0);
+    // How much of the part's beginning stands at the end of a text that is one letter longer.
+    const auto extend = [&](std::size_t length, char letter) {
+        while (length > 0 && part[length] != letter) length = borders[length - 1];
+        return part[length] == letter ? length + 1 : length;
+    };
+    for (std::size_t i = 1; i < part.size(); ++i) borders[i] = extend(borders[i - 1], part[i]);
+    std::size_t length = 0;
+    return std::ranges::any_of(text, [&](char letter) {
+        length = extend(length, letter);
+        return length == part.size();
+    });
 }
 
 // Text that is put together line by line; white space runs together unless it is preformatted.
@@ -226,13 +235,15 @@ class HtmlReader {
 
     // Passes over the content of an element, up to its end or that of the text.
     void SkipTo(const std::string& name) {
+        if (std::ranges::find(m_endless, name) != m_endless.end()) return;
         const std::string end = "</" + name;
         for (auto at = m_rest.find("</"); at != kNone; at = m_rest.find("</", at + 1)) {
             if (!BeginsNoCase(m_rest.substr(at), end)) continue;
             return m_rest.remove_prefix(at);
         }
         // A page without an end of its head has a body all the same.
-        if (name != "head" && name != "title") m_rest = {};
+        name == "head" || name == "title" ? m_endless.push_back(name)
+                                          : m_rest.remove_prefix(m_rest.size());
     }
 
     void BeginLink(const Tag& tag) {
@@ -251,7 +262,7 @@ class HtmlReader {
         std::string_view shown = m_link;
         if (BeginsNoCase(shown, "mailto:")) shown.remove_prefix(7);
         const auto text = m_lines.From(m_linkStart);
-        if (text.find(shown) == kNone) m_lines.Add(" <" + std::string(shown) + ">", false);
+        if (!Holds(text, shown)) m_lines.Add(" <" + std::string(shown) + ">", false);
         m_link.clear();
     }
 
@@ -262,6 +273,7 @@ class HtmlReader {
 
     std::string_view m_rest;
     TextLines m_lines;
+    std::vector<std::string> m_endless;  // elements of which no end follows
     std::string m_link;
     std::size_t m_linkStart = 0;
     int m_preDepth = 0;

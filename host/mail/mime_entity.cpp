@@ -114,6 +114,12 @@ class DelimiterScan {
 
 }  // namespace
 
+std::string Lowered(std::string_view text) {
+    std::string lower(text);
+    std::ranges::transform(lower, lower.begin(), Lower);
+    return lower;
+}
+
 bool EqualsNoCase(std::string_view a, std::string_view b) {
     return std::ranges::equal(a, b, [](char x, char y) { return Lower(x) == Lower(y); });
 }

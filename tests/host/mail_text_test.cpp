@@ -49,13 +49,6 @@ TEST(MailText, MarksTakeATextApart) {
     for (const auto& [given, wanted] : rows) EXPECT_EQ(Shown(given), wanted) << given;
 }
 
-TEST(MailText, ManyBeginningsWithoutEndCostOneLook) {
-    std::string text;
-    for (int i = 0; i < 200000; ++i) text += "a<x-html>a<x-rich>";
-    EXPECT_EQ(SplitText(text).size(), 1U);
-    EXPECT_EQ(SplitText(text + "</x-rich></x-rich>").size(), 3U);
-}
-
 TEST(MailText, FlowedTextIsKnownByItsWrapping) {
     const std::string wide(62, 'w');
     const std::pair<std::string, bool> rows[] = {

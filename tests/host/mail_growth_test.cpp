@@ -1,0 +1,88 @@
+#include <gtest/gtest.h>
+
+#include "host/mail/html_text.h"
+#include "host/mail/mail_text.h"
+#include "host/mail/mime_entity.h"
+#include "host/maildir/message_header.h"
+
+// The readers are compiled so that each branch they take comes by here.
+static std::size_t branches = 0;
+extern "C" void __sanitizer_cov_trace_pc() {  // NOLINT
+    ++branches;
+}
+
+namespace host {
+namespace {
+
+std::size_t WorkFor(const std::string& text) {
+    const auto before = branches;
+    (void)TextOfHtml(text);
+    (void)TextOfEnriched(text);
+    (void)SplitText(NormalLineEnds(text));
+    (void)MessageIdInHeader(text);
+    (void)FieldInHeader(text, "subject");
+    const Entity entity = SplitEntity(text);
+    (void)FieldValue(entity, "Subject");
+    (void)FieldValues(entity, "To");
+    (void)SplitParts(text, "b", 1000);
+    return branches - before;
+}
+
+// Twice the size, twice the work, whatever a text, a page or a header is made of.
+TEST(MailGrowth, HostileShapesCostInProportionToTheirSize) {
+    for (const std::string part : {"<title>",
+                                   "<head></x>",
+                                   "<",
+                                   "</",
+                                   "<!--",
+                                   "<!",
+                                   "&",
+                                   "&amp",
+                                   "&#1",
+                                   "<p",
+                                   "<a b",
+                                   "\"=",
+                                   "<x a=\"",
+                                   "='",
+                                   "<script>",
+                                   "</title",
+                                   "<a href=http:x>",
+                                   "<a href=http:x>y</a>",
+                                   "<<",
+                                   "<x-html>",
+                                   "</x-html>",
+                                   "<x-rich>",
+                                   " ",
+                                   " \n",
+                                   "> \n",
+                                   "a \nb\n",
+                                   "\r",
+                                   "\r\r\n",
+                                   ">",
+                                   "From \n",
+                                   "\n",
+                                   "To: a\n",
+                                   "To:\n b\n",
+                                   " f\n",
+                                   "Subject",
+                                   "x: y\n",
+                                   ":",
+                                   "--b\n",
+                                   "--b--\n",
+                                   "\n--"}) {
+        const auto work = [&](std::size_t count) {
+            std::string text;
+            while (text.size() < count) text += part;
+            return WorkFor(text);
+        };
+        EXPECT_LT(work(40'000), 3 * work(20'000)) << part;
+    }
+    const auto longLink = [](std::size_t count) {
+        return WorkFor("<a href=\"http:" + std::string(count, 'a') +
+                       "b\">http:" + std::string(2 * count, 'a') + "</a>");
+    };
+    EXPECT_LT(longLink(20'000), 3 * longLink(10'000));
+}
+
+}  // namespace
+}  // namespace host
