@@ -23,7 +23,10 @@ platform::Result<bool> FindMessage(EudoraMails& mails, const std::string& messag
     bool isFound = false;
     auto walked = mails.Walk([&](const MailHead&) -> platform::Result<bool> {
         const auto mail = mails.Current(MailParts::kHeader);
-        if (!mail) return mail.Error();
+        if (!mail) {
+            (void)Fail(mail.Error());
+            return true;
+        }
         isFound = mail->messageId == messageId || MessageIdOf(*mail) == messageId;
         return !isFound;
     });
@@ -55,13 +58,16 @@ ExitCode ListMail(const Options& options) {
     if (!session) return Fail(session.Error());
     EudoraMails mails(*session, CodePage());
     const MailParts parts = options.json ? MailParts::kWithoutBody : MailParts::kHeader;
+    ExitCode code = ExitCode::kNothingToDo;
     const auto walked = mails.Walk([&](const MailHead&) -> platform::Result<bool> {
         const auto mail = mails.Current(parts);
-        if (!mail) return mail.Error();
+        if (!mail) {
+            code = Fail(mail.Error());
+            return true;
+        }
         return PrintLine(options.json ? MailJson(*mail, false) : MailLine(*mail));
     });
-    if (!walked) return Fail(walked.Error());
-    return ExitCode::kNothingToDo;
+    return walked ? code : Fail(walked.Error());
 }
 
 ExitCode ShowMail(const Options& options, const std::string& id) {

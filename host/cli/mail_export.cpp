@@ -3,6 +3,7 @@
 #include "host/cli/workplace.h"
 #include "host/engine/progress.h"
 #include "host/mail/compose.h"
+#include "host/mail/compose_into.h"
 #include "host/mail/eudora_mails.h"
 #include "host/maildir/maildir.h"
 #include "host/mailsync/mail_content.h"
@@ -16,8 +17,8 @@ namespace {
 
 constexpr std::size_t kBatch = 256;  // mails that are brought onto the disk together
 
-// Writes mail after mail into a Maildir that had none. A mail that cannot be composed is told and
-// left out.
+// Writes mail after mail into a Maildir that had none. A mail that cannot be read or composed is
+// told and left out.
 class MailExport {
   public:
     MailExport(const CommandPlace& place, const std::string& folder)
@@ -37,15 +38,20 @@ class MailExport {
 
     platform::Result<bool> Add(EudoraMails& mails) {
         const auto mail = mails.Current(MailParts::kAll);
-        if (!mail) return mail.Error();
-        const auto message = ComposeMail(m_files, *mail, OffsetAt(m_clock, *mail));
-        if (!message) {
-            Tell(*mail, message.Error().Message());
-            return true;
-        }
-        for (const std::string& note : mail->notes) Tell(*mail, note);
-        if (auto delivered = Deliver(*mail, *message); !delivered) return delivered.Error();
+        if (!mail) return LeaveOut(mail.Error().Message());
+        const char* const flags = mail->status == kStatusUnread ? "" : "S";
+        const std::string unique = m_maildir.NewName();
+        bool isMailAtFault = false;
+        const auto size =
+            ComposeInto(m_maildir, unique, m_files, *mail, OffsetAt(m_clock, *mail), isMailAtFault);
+        if (!size && !isMailAtFault) return size.Error();
+        if (!size) return LeaveOut(NameOf(*mail) + size.Error().Message());
+        if (auto delivered = m_maildir.Deliver(unique, flags); !delivered) return delivered.Error();
+        for (const std::string& note : mail->notes) m_notes.push_back(NameOf(*mail) + note);
         m_progress.Step("exporting mail", ++m_count);
+        m_unsettled.push_back(m_maildir.EntryOf(unique, flags));
+        if (m_unsettled.size() < kBatch) return true;
+        if (auto settled = Settle(); !settled) return settled.Error();
         return true;
     }
 
@@ -57,19 +63,13 @@ class MailExport {
 
     std::size_t Count() const { return m_count; }
     const std::vector<std::string>& Notes() const { return m_notes; }
+    bool HasLeftOut() const { return m_hasLeftOut; }
 
   private:
-    void Tell(const Mail& mail, const std::string& what) {
-        m_notes.push_back("mail " + ToUtf8(mail.id) + ": " + what);
-    }
-
-    platform::Status Deliver(const Mail& mail, const std::string& message) {
-        const char* const flags = mail.status == kStatusUnread ? "" : "S";
-        const std::string unique = m_maildir.NewName();
-        if (auto status = m_maildir.Deliver(unique, message, flags); !status) return status;
-        m_unsettled.push_back(m_maildir.EntryOf(unique, flags));
-        if (m_unsettled.size() < kBatch) return {};
-        return Settle();
+    static std::string NameOf(const Mail& mail) { return "mail " + ToUtf8(mail.id) + ": "; }
+    bool LeaveOut(std::string why) {
+        m_notes.push_back(std::move(why));
+        return m_hasLeftOut = true;
     }
 
     platform::Files& m_files;
@@ -79,6 +79,7 @@ class MailExport {
     std::vector<MaildirEntry> m_unsettled;
     std::vector<std::string> m_notes;
     std::size_t m_count = 0;
+    bool m_hasLeftOut = false;
 };
 
 platform::Status Export(Workplace& place, MailExport& target, const std::string& folder) {
@@ -108,6 +109,7 @@ ExitCode ExportMail(const Options& options, const std::string& toFolder) {
     if (!options.quiet) {
         PrintLine(std::to_string(target.Count()) + " mails exported to " + toFolder);
     }
+    if (target.HasLeftOut()) return ExitCode::kFailed;
     return target.Count() > 0 ? ExitCode::kChangesMade : ExitCode::kNothingToDo;
 }
 

@@ -102,6 +102,10 @@ platform::Result<Report> ReportMail(Workplace& place, const Options& options,
     sync.parse = [reader](std::string_view bytes, const std::string& name) {
         return reader->Read(bytes, name);
     };
+    AttachFolder attachments(platform::NativeSystem().files, platform::NativeFiles(),
+                             place.Place().eudoraFolder + "\\Attach",
+                             platform::NativeSystem().processes.CodePage());
+    sync.attachments = &attachments;
     sync.inbox = *inbox;
     sync.outbox = ToNativePath(place.Place().eudoraFolder + "\\Out.toc").value_or("");
     sync.mailboxes = Mailboxes(place.Place());

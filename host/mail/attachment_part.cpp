@@ -35,10 +35,7 @@ std::string PlainName(const std::string& name) {
     return plain.empty() ? "attachment" : plain;
 }
 
-platform::Status AppendFile(std::string& out, platform::File& file) {
-    const auto size = file.Size();
-    if (!size) return size.Error();
-    out.reserve(out.size() + *size + *size / 2);
+platform::Status AppendFile(std::string& out, const MessageSink& sink, platform::File& file) {
     Base64Stream stream(out);
     const auto buffer = std::make_unique<char[]>(kChunk);
     for (;;) {
@@ -46,6 +43,8 @@ platform::Status AppendFile(std::string& out, platform::File& file) {
         if (!got) return got.Error();
         if (*got == 0) break;
         stream.Add({buffer.get(), *got});
+        if (auto taken = sink(out); !taken) return taken;
+        out.clear();
     }
     stream.Finish();
     return {};
@@ -53,21 +52,16 @@ platform::Status AppendFile(std::string& out, platform::File& file) {
 
 }  // namespace
 
-platform::Status AppendAttachment(std::string& out, platform::Files& files,
-                                  const MailAttachment& attachment) {
-    auto file = files.Open(attachment.path, platform::OpenMode::kRead, platform::Share::kRead);
-    if (!file) return file.Error();
-    const std::size_t begin = out.size();
-    const std::string name = PlainName(attachment.name);
+platform::Status AppendAttachment(std::string& out, const MessageSink& sink,
+                                  const std::string& name, platform::File& file) {
+    const std::string plain = PlainName(name);
     out += "Content-Type: ";
-    out += ContentTypeOf(name);
+    out += ContentTypeOf(plain);
     out += "\nContent-Transfer-Encoding: base64\nContent-Disposition: attachment";
-    out += FileNameParameter(name);
+    out += FileNameParameter(plain);
     if (!out.ends_with('\n')) out += '\n';
     out += '\n';
-    auto appended = AppendFile(out, **file);
-    if (!appended) out.resize(begin);
-    return appended;
+    return AppendFile(out, sink, file);
 }
 
 }  // namespace host

@@ -1,16 +1,20 @@
 #pragma once
 
+#include <functional>
 #include <string>
+#include <string_view>
 
-#include "host/mail/mail.h"
 #include "platform/os/files.h"
 #include "platform/os/result.h"
 
 namespace host {
 
-// Appends the file as a MIME entity: its header, an empty line, the bytes in base64. After a
-// failure `out` is as it was.
-platform::Status AppendAttachment(std::string& out, platform::Files& files,
-                                  const MailAttachment& attachment);
+// Takes a message piece by piece; its failure ends the making of it.
+using MessageSink = std::function<platform::Status(std::string_view)>;
+
+// Appends a file as a MIME entity: its header, an empty line, the bytes in base64. `out` is emptied
+// into the sink as it grows.
+platform::Status AppendAttachment(std::string& out, const MessageSink& sink,
+                                  const std::string& name, platform::File& file);
 
 }  // namespace host

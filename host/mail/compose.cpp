@@ -100,29 +100,32 @@ class PartWriter {
 };
 
 // A missing file becomes a remark: the mail comes without it, as in Eudora.
-platform::Status AppendAttachments(std::string& out, PartWriter& parts, platform::Files& files,
-                                   const Mail& mail, std::string& remarks) {
+platform::Status AppendAttachments(std::string& out, const MessageSink& sink, PartWriter& parts,
+                                   platform::Files& files, const Mail& mail, std::string& remarks) {
     for (const MailAttachment& attachment : mail.attachments) {
-        const std::size_t before = out.size();
+        auto file = files.Open(attachment.path, platform::OpenMode::kRead, platform::Share::kRead);
+        if (!file && file.Error().code == platform::ErrorCode::kNotFound) {
+            remarks += "[The attachment " + attachment.name + " is missing.]\n";
+            continue;
+        }
+        if (!file) return file.Error();
         parts.Begin();
-        auto appended = AppendAttachment(out, files, attachment);
-        if (appended) continue;
-        if (appended.Error().code != platform::ErrorCode::kNotFound) return appended;
-        out.resize(before);
-        remarks += "[The attachment " + attachment.name + " is missing.]\n";
+        auto appended = AppendAttachment(out, sink, attachment.name, **file);
+        if (!appended) return appended;
     }
     return {};
 }
 
-platform::Status AppendParts(std::string& out, platform::Files& files, const Mail& mail,
-                             const std::vector<EncodedPiece>& texts) {
+platform::Status AppendParts(std::string& out, const MessageSink& sink, platform::Files& files,
+                             const Mail& mail, const std::vector<EncodedPiece>& texts) {
     PartWriter parts(out, BoundaryFor(out, texts));
     for (const EncodedPiece& text : texts) {
         parts.Begin();
         AppendText(out, text, TypeOf(text.piece.kind));
     }
     std::string remarks;
-    if (auto status = AppendAttachments(out, parts, files, mail, remarks); !status) return status;
+    auto status = AppendAttachments(out, sink, parts, files, mail, remarks);
+    if (!status) return status;
     for (const std::string& note : mail.notes) remarks += "[Not all could be read: " + note + "]\n";
     if (!remarks.empty()) {
         parts.Begin();
@@ -140,8 +143,8 @@ platform::Status CanComposeMail() {
     return {};
 }
 
-platform::Result<std::string> ComposeMail(platform::Files& files, const Mail& mail,
-                                          std::chrono::seconds offset) {
+platform::Status ComposeMail(platform::Files& files, const Mail& mail, std::chrono::seconds offset,
+                             const MessageSink& sink) {
     g_mime_init();
     const std::string_view body = mail.body ? std::string_view(*mail.body) : std::string_view();
     const auto texts = Encode(SplitText(NormalLineEnds(body)));
@@ -149,10 +152,10 @@ platform::Result<std::string> ComposeMail(platform::Files& files, const Mail& ma
     message.reserve(kHeaderRoom + body.size());
     if (texts.size() == 1 && mail.attachments.empty() && mail.notes.empty()) {
         AppendText(message, texts.front(), TypeOf(texts.front().piece.kind));
-        return message;
+    } else if (auto status = AppendParts(message, sink, files, mail, texts); !status) {
+        return status;
     }
-    if (auto status = AppendParts(message, files, mail, texts); !status) return status.Error();
-    return message;
+    return sink(message);
 }
 
 }  // namespace host

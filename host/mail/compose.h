@@ -3,6 +3,7 @@
 #include <chrono>
 #include <string>
 
+#include "host/mail/attachment_part.h"
 #include "host/mail/mail.h"
 #include "platform/os/files.h"
 #include "platform/os/result.h"
@@ -18,8 +19,9 @@ platform::Status CanComposeMail();
 // HTML as it is marked, attachments with names and types. The same mail gives the same bytes.
 // `offset` is the local time's difference to UTC in seconds at the mail's date. A missing
 // attachment file, and each note of the mail, becomes a line in a text part of its own at the end.
-platform::Result<std::string> ComposeMail(platform::Files& files, const Mail& mail,
-                                          std::chrono::seconds offset);
+// No attachment is in memory as a whole.
+platform::Status ComposeMail(platform::Files& files, const Mail& mail, std::chrono::seconds offset,
+                             const MessageSink& sink);
 
 // A header text with its encoded words (RFC 2047) decoded, UTF-8.
 std::string DecodeWords(const std::string& text);

@@ -9,9 +9,9 @@ platform::Status CanComposeMail() {
         "configure mail and shell mail work");
 }
 
-platform::Result<std::string> ComposeMail(platform::Files& /*files*/, const Mail& /*mail*/,
-                                          std::chrono::seconds /*offset*/) {
-    return CanComposeMail().Error();
+platform::Status ComposeMail(platform::Files& /*files*/, const Mail& /*mail*/,
+                             std::chrono::seconds /*offset*/, const MessageSink& /*sink*/) {
+    return CanComposeMail();
 }
 
 std::string DecodeWords(const std::string& text) {

@@ -24,7 +24,8 @@ platform::Result<std::string> AttachmentList(const std::vector<NewAttachment>& a
         CRAttachmentInfo info;
         info.dwInfoFlag = 1;
         info.bDeleteSource = 1;
-        info.csDisplayName = info.csFileName = attachment.name;
+        info.csDisplayName = attachment.name;
+        info.csFileName = attachment.copyName;
         info.csFilePath = *path;
         list.Add(info);
     }

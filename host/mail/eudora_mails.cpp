@@ -1,6 +1,9 @@
 #include "host/mail/eudora_mails.h"
 
+#include "host/mail/mail_date.h"
 #include "host/mail/mail_fields.h"
+#include "host/module/native_path.h"
+#include "host/module/out_of_memory.h"
 #include "host/module/windows_path.h"
 #include "platform/kvutil/kvutil.h"
 #include "platform/os/code_page.h"
@@ -35,31 +38,47 @@ EudoraMails::EudoraMails(TranslatorSession& session, unsigned codePage)
 
 platform::Status EudoraMails::Walk(
     const std::function<platform::Result<bool>(const MailHead&)>& visit) {
+    std::string last;
     auto found = m_session.MoveFirst();
-    while (found && *found) {
-        const auto head = CurrentHead();
-        if (!head) return head.Error();
-        const auto goesOn = visit(*head);
+    while (!found || *found) {
+        const MailHead head = HeadOrFault(found);
+        // The translator names the mail that it could not read. If it names none, or the one
+        // before, it could not find the next.
+        if (m_fault && (head.id.empty() || head.id == last)) return *m_fault;
+        last = head.id;
+        const auto goesOn = visit(head);
         if (!goesOn) return goesOn.Error();
         if (!*goesOn) return {};
         found = m_session.MoveNext();
     }
-    if (!found) return found.Error();
     return {};
+}
+
+MailHead EudoraMails::HeadOrFault(const platform::Result<bool>& reached) {
+    auto head = reached ? CurrentHead() : platform::Result<MailHead>(reached.Error());
+    if (head) return *std::move(head);
+    m_fault = head.Error();
+    auto id = m_session.RecordId();
+    return {id ? *std::move(id) : std::string(), {}};
+}
+
+platform::Status EudoraMails::ReachAny() {
+    return Walk([](const MailHead& head) -> platform::Result<bool> { return head.marker.empty(); });
 }
 
 platform::Result<bool> EudoraMails::IsGoneBy(const std::string& message) {
     // A mailbox that cannot be read now would give one message for all ids.
-    if (auto first = m_session.MoveFirst(); !first) return first.Error();
+    if (auto reached = ReachAny(); !reached) return reached.Error();
     if (m_goneMessage.empty()) {
         const auto none = m_session.GoTo(kNoMail);
-        if (auto first = m_session.MoveFirst(); !first) return first.Error();
+        if (auto reached = ReachAny(); !reached) return reached.Error();
         if (!none) m_goneMessage = none.Error().Message();
     }
     return message == m_goneMessage;
 }
 
 platform::Result<bool> EudoraMails::GoTo(const std::string& id) {
+    m_fault.reset();
     auto found = m_session.GoTo(id);
     if (found) return found;
     const auto gone = IsGoneBy(found.Error().Message());
@@ -69,6 +88,7 @@ platform::Result<bool> EudoraMails::GoTo(const std::string& id) {
 }
 
 platform::Result<MailHead> EudoraMails::CurrentHead() {
+    m_fault.reset();
     auto id = m_session.RecordId();
     if (!id) return id.Error();
     auto marker = m_session.ModifiedInfo();
@@ -109,7 +129,26 @@ void EudoraMails::ReadAttachments(Mail& mail) {
     }
 }
 
+// By what can be read of it.
+std::string EudoraMails::CurrentName() {
+    std::vector<std::string> ignored;
+    std::string name = "mail " + ToUtf8(m_session.RecordId().ValueOr(""));
+    const auto subject = Field(MailField::kSubject, ignored);
+    const auto date = OrNote(m_session.Date(FieldId(MailField::kDate)), ignored);
+    const auto local = date && *date ? FromOleDate(**date) : std::nullopt;
+    if (subject) name += ", " + *subject;
+    if (local) name += ", " + IsoDate(*local);
+    return name;
+}
+
 platform::Result<Mail> EudoraMails::Current(MailParts parts) {
+    auto mail = m_fault ? platform::Result<Mail>(*m_fault)
+                        : OrOutOfMemory([&] { return ReadCurrent(parts); });
+    if (mail) return mail;
+    return Failed(CurrentName() + ": cannot be read: " + mail.Error().Message());
+}
+
+platform::Result<Mail> EudoraMails::ReadCurrent(MailParts parts) {
     auto head = CurrentHead();
     if (!head) return head.Error();
     Mail mail;

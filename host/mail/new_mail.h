@@ -13,8 +13,9 @@ struct Recipient {
 };
 
 struct NewAttachment {
-    std::string name;  // a plain file name, system code page
-    std::string path;  // native, UTF-8; a file of ours, which goes when it is stored
+    std::string name;             // a plain file name, system code page
+    std::string path;             // native, UTF-8; a file of ours, which goes when it is stored
+    std::string copyName = name;  // of the copy in Eudora's folder, where it is free
 };
 
 // A mail on its way into Eudora. Texts are in the system code page and fit the translator's fields:

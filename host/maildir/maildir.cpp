@@ -111,23 +111,24 @@ platform::Status Maildir::MoveTo(const std::string& from, const std::string& uni
     return m_files.MoveLazily(from, PathOf(EntryOf(unique, flags)));
 }
 
-platform::Status Maildir::Deliver(const std::string& unique, std::string_view message,
-                                  std::string_view flags) {
-    const std::string path = Path("tmp", unique);
-    auto file = m_files.Open(path, platform::OpenMode::kCreateNew, platform::Share::kReadWrite);
+platform::Result<std::uint64_t> Maildir::Write(
+    const std::string& unique, const std::function<platform::Status(platform::File&)>& write) {
+    auto file =
+        m_files.Open(Path("tmp", unique), platform::OpenMode::kCreateNew, platform::Share::kNone);
     if (!file) return file.Error();
-    auto status = (*file)->Write(message);
+    auto status = write(**file);
+    const auto size = (*file)->Size();
     if (status) status = (*file)->Close();
     file->reset();
-    if (status) status = MoveTo(path, unique, flags);
-    if (!status) (void)m_files.Delete(path);
-    return status;
+    if (status && size) return *size;
+    Discard(unique);
+    return status ? size.Error() : status.Error();
 }
 
-platform::Result<std::string> Maildir::Deliver(std::string_view message, std::string_view flags) {
-    std::string unique = NewName();
-    if (auto status = Deliver(unique, message, flags); !status) return status.Error();
-    return unique;
+platform::Status Maildir::Deliver(const std::string& unique, std::string_view flags) {
+    auto moved = MoveTo(Path("tmp", unique), unique, flags);
+    if (!moved) Discard(unique);
+    return moved;
 }
 
 platform::Status Maildir::SetFlags(const MaildirEntry& entry, std::string_view flags) {
@@ -174,7 +175,7 @@ platform::Status Maildir::Settle(const std::vector<MaildirEntry>& delivered) {
     return FlushOneByOne(delivered);
 }
 
-void Maildir::DiscardUnfinished(const std::string& unique) {
+void Maildir::Discard(const std::string& unique) {
     (void)m_files.Delete(Path("tmp", unique));
 }
 
@@ -184,8 +185,8 @@ platform::Result<std::uint64_t> Maildir::SizeOf(const MaildirEntry& entry) {
     return info->size;
 }
 
-platform::Result<std::string> Maildir::MessageIdOf(const MaildirEntry& entry) {
-    return ReadMessageId(m_files, PathOf(entry));
+platform::Result<std::string> Maildir::ReadHeader(const MaildirEntry& entry) {
+    return host::ReadHeader(m_files, PathOf(entry));
 }
 
 }  // namespace host

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -31,12 +32,14 @@ class Maildir {
     platform::Result<std::vector<MaildirEntry>> List();
     // A name that no other program, host or moment has.
     std::string NewName();
-    // Writes a mail into tmp and moves it to cur (with flags) or new (without). A reader sees it
-    // whole or not at all; durable after Settle.
-    platform::Status Deliver(const std::string& unique, std::string_view message,
-                             std::string_view flags);
-    // The same under a new name, which it gives.
-    platform::Result<std::string> Deliver(std::string_view message, std::string_view flags);
+    // Lets `write` fill a file in tmp, and gives its size; after a failure there is none.
+    platform::Result<std::uint64_t> Write(
+        const std::string& unique, const std::function<platform::Status(platform::File&)>& write);
+    // Moves it from there to cur (with flags) or new (without): a reader sees it whole or not at
+    // all. Durable after Settle; after a failure it is gone.
+    platform::Status Deliver(const std::string& unique, std::string_view flags);
+    // Removes what lies in tmp under the name.
+    void Discard(const std::string& unique);
     // Renames so that exactly these flags are set; kNotFound if the file is gone. Durable after
     // Settle.
     platform::Status SetFlags(const MaildirEntry& entry, std::string_view flags);
@@ -44,16 +47,14 @@ class Maildir {
     // Moves a mail into cur of another Maildir on the same file system, which is there, with these
     // flags. Durable after Settle.
     platform::Status MoveInto(Maildir& other, const MaildirEntry& entry, std::string_view flags);
-    // The whole mail.
+    // The whole mail; its header, as ReadHeader has it.
     platform::Result<std::string> Read(const MaildirEntry& entry, std::uint64_t limit);
+    platform::Result<std::string> ReadHeader(const MaildirEntry& entry);
     // Returns when all of the above is on the disk. `delivered` names the deliveries since the
     // last call.
     platform::Status Settle(const std::vector<MaildirEntry>& delivered);
 
-    // Removes what a delivery that was cut off left in tmp.
-    void DiscardUnfinished(const std::string& unique);
     platform::Result<std::uint64_t> SizeOf(const MaildirEntry& entry);
-    platform::Result<std::string> MessageIdOf(const MaildirEntry& entry);
 
     // The entry under which Deliver puts a mail.
     MaildirEntry EntryOf(const std::string& unique, std::string_view flags) const;

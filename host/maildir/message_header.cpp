@@ -87,7 +87,7 @@ std::string FieldInHeader(std::string_view message, std::string_view name) {
     return {};
 }
 
-platform::Result<std::string> ReadMessageId(platform::Files& files, const std::string& path) {
+platform::Result<std::string> ReadHeader(platform::Files& files, const std::string& path) {
     auto file = files.Open(path, platform::OpenMode::kRead, platform::Share::kReadWrite);
     if (!file) return file.Error();
     constexpr std::size_t kBlock = 4096;
@@ -100,7 +100,7 @@ platform::Result<std::string> ReadMessageId(platform::Files& files, const std::s
         text.resize(filled + *count);
         if (*count < kBlock) break;
     }
-    return MessageIdInHeader(text);
+    return text;
 }
 
 }  // namespace host

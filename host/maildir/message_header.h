@@ -20,7 +20,7 @@ std::string MessageIdInHeader(std::string_view message);
 // none.
 std::string FieldInHeader(std::string_view message, std::string_view name);
 
-// The Message-ID of a file, of which no more is read than its header and the rest of a block.
-platform::Result<std::string> ReadMessageId(platform::Files& files, const std::string& path);
+// The beginning of a file: its header, as far as kLargestHeader, and the rest of a block.
+platform::Result<std::string> ReadHeader(platform::Files& files, const std::string& path);
 
 }  // namespace host

@@ -1,7 +1,11 @@
 #include "host/mailsync/execute_eudora.h"
 
+#include <sstream>
+#include <utility>
+
 #include "host/mail/parse.h"
 #include "host/maildir/maildir_name.h"
+#include "host/module/out_of_memory.h"
 
 namespace host {
 
@@ -17,6 +21,26 @@ std::uint32_t StatusOf(const std::string& flags) {
     return HasFlag(flags, 'S') ? kStatusRead : kStatusUnread;
 }
 
+std::string Lines(const std::vector<NewAttachment>& attachments) {
+    std::string lines;
+    for (const NewAttachment& one : attachments) lines += one.copyName + '\n';
+    return lines;
+}
+
+std::vector<std::string> NamesIn(const std::string& lines) {
+    std::vector<std::string> names;
+    std::istringstream rest(lines);
+    for (std::string name; std::getline(rest, name);) names.push_back(std::move(name));
+    return names;
+}
+
+// A mail on its way into the in-box.
+struct Addition {
+    const MailStep* step;
+    NewMail mail;
+    RememberedMail row;
+};
+
 class EudoraExecution {
   public:
     EudoraExecution(const MailPlan& plan, const MailWork& work, MailOutcome& outcome)
@@ -27,13 +51,17 @@ class EudoraExecution {
   private:
     bool Check(const platform::Status& status, const std::string& what);
     void Did(const MailStep& step) { m_outcome.done[m_plan.IndexOf(step)] = true; }
-    platform::Result<NewMail> ReadNew(Maildir& maildir, const MailStep& step);
+    platform::Result<NewMail> ReadNew(const MailStep& step);
+    std::optional<NewMail> ReadNamed(const MailStep& step);
     void Note(const std::string& name, const NewMail& mail);
+    void TakeBackCopies();
     void Erase(const MailStep& step);
     void Mark(const MailStep& step);
     bool AddAll();
-    void Add(const MailStep& step);
-    bool FinishBatch();
+    void Prepare(const MailStep& step);
+    bool StoreBatch();
+    bool RememberIntents();
+    void Add(Addition& addition);
     void RememberAdded();
     bool Save();
     bool SendAll();
@@ -43,10 +71,10 @@ class EudoraExecution {
     const MailPlan& m_plan;
     const MailWork& m_work;
     MailOutcome& m_outcome;
-    // Since the last Finish; the rows of the added mails are changed ones.
-    std::vector<RememberedMail> m_added, m_marked;
-    std::vector<const MailStep*> m_addedSteps, m_markedSteps;
-    std::size_t m_addedBytes = 0;
+    std::vector<Addition> m_batch;
+    std::size_t m_batchBytes = 0;
+    std::vector<RememberedMail> m_marked;  // since the last Finish
+    std::vector<const MailStep*> m_markedSteps;
     MailMemoryChange m_change;
     bool m_hasSent = false;
 };
@@ -56,11 +84,28 @@ bool EudoraExecution::Check(const platform::Status& status, const std::string& w
     return status.HasValue();
 }
 
-platform::Result<NewMail> EudoraExecution::ReadNew(Maildir& maildir, const MailStep& step) {
-    auto text = maildir.Read(step.file, kLargestMessage);
-    if (!text) return text.Error();
-    m_addedBytes += text->size();
-    return m_work.parse(*text, step.row.name);
+platform::Result<NewMail> EudoraExecution::ReadNew(const MailStep& step) {
+    const bool isForInBox = step.act == MailAct::kAdd;
+    Maildir& maildir = isForInBox ? m_work.folders.mails : m_work.folders.outbox;
+    return OrOutOfMemory([&]() -> platform::Result<NewMail> {
+        auto text = maildir.Read(step.file, kLargestMessage);
+        if (!text) return text.Error();
+        m_batchBytes += text->size();
+        return m_work.parse(*text, step.row.name);
+    });
+}
+
+// With names for the copies of its attachments. Nothing for one that cannot go, which is told; a
+// file that is gone meanwhile, or has another name, is the next run's affair.
+std::optional<NewMail> EudoraExecution::ReadNamed(const MailStep& step) {
+    auto mail = ReadNew(step);
+    if (!mail && mail.Error().code == ErrorCode::kNotFound) return std::nullopt;
+    if (!mail) {
+        (void)Check(mail.Error(), step.row.name);
+        return std::nullopt;
+    }
+    m_work.attachments.ChooseNames(mail->attachments);
+    return *std::move(mail);
 }
 
 void EudoraExecution::Note(const std::string& name, const NewMail& mail) {
@@ -71,6 +116,21 @@ void EudoraExecution::Note(const std::string& name, const NewMail& mail) {
     if (mail.lostCharacters == 0) return;
     add(std::to_string(mail.lostCharacters) +
         " characters that Eudora's code page lacks are ? there");
+}
+
+// The translator copies a mail's attachments before the mail is in its mailbox: a run that was cut
+// off in between left them behind, under the names that it remembered first.
+void EudoraExecution::TakeBackCopies() {
+    for (const MailStep& step : m_plan.steps) {
+        const bool isOnItsWay =
+            step.act == MailAct::kAdd || step.act == MailAct::kSend || step.act == MailAct::kFile;
+        if (!isOnItsWay || step.row.content.empty()) continue;
+        const auto mail = ReadNew(step);
+        if (!mail) continue;
+        m_work.attachments.TakeBack(NamesIn(step.row.content), mail->attachments);
+        for (const auto& file : mail->attachments) (void)m_work.files.Delete(file.path);
+    }
+    m_batchBytes = 0;
 }
 
 // After each removal the translator looks for the next mail from the in-box's beginning, so nothing
@@ -95,26 +155,6 @@ void EudoraExecution::Mark(const MailStep& step) {
     m_markedSteps.push_back(&step);
 }
 
-// A file that is gone meanwhile, or has another name, is the next run's affair.
-void EudoraExecution::Add(const MailStep& step) {
-    const auto mail = ReadNew(m_work.folders.mails, step);
-    if (!mail && mail.Error().code == ErrorCode::kNotFound) return;
-    if (!mail) return (void)Check(mail.Error(), step.row.name);
-    auto head = m_work.source.Add(*mail, StatusOf(step.file.flags));
-    if (!head) return (void)Check(head.Error(), step.row.name);
-    Note(step.row.name, *mail);
-    RememberedMail row = step.row;
-    row.link = MailLink::kAdding;
-    row.id = std::move(head->id);
-    row.marker = std::move(head->marker);
-    row.messageId = mail->messageId;
-    row.unique = step.file.unique;
-    row.flags = step.file.flags;
-    row.fileId = mail->messageId;
-    m_added.push_back(std::move(row));
-    m_addedSteps.push_back(&step);
-}
-
 bool EudoraExecution::Save() {
     if (m_change.put.empty() && m_change.forget.empty()) return true;
     const bool isSaved = Check(m_work.memory.Save(m_change), "state");
@@ -122,34 +162,62 @@ bool EudoraExecution::Save() {
     return isSaved;
 }
 
-// As Eudora tells them from now on. What is not there was not stored, and is added by the next run.
-void EudoraExecution::RememberAdded() {
-    for (std::size_t i = 0; i < m_added.size(); ++i) {
-        RememberedMail& row = m_added[i];
-        const auto head = m_work.source.Find(row.id);
-        const auto messageId = head && *head ? m_work.source.MessageId() : std::nullopt;
-        if (!messageId || *messageId != row.messageId) {
-            m_change.forget.push_back(row.key);
-            continue;
-        }
-        row.link = MailLink::kInStep;
-        row.marker = (*head)->marker;
-        m_change.put.push_back(std::move(row));
-        Did(*m_addedSteps[i]);
-    }
-    m_added.clear();
-    m_addedSteps.clear();
+// Under which id is only known later; by its Message-ID the next run finds it as well.
+void EudoraExecution::Prepare(const MailStep& step) {
+    auto mail = ReadNamed(step);
+    if (!mail) return;
+    RememberedMail row = step.row;
+    row.link = MailLink::kAdding;
+    row.id.clear();
+    row.marker = std::to_string(StatusOf(step.file.flags));
+    row.messageId = mail->messageId;
+    row.unique = step.file.unique;
+    row.flags = step.file.flags;
+    row.fileId = mail->messageId;
+    row.content = Lines(mail->attachments);
+    m_batch.push_back({&step, *std::move(mail), std::move(row)});
 }
 
-bool EudoraExecution::FinishBatch() {
-    m_change.put.insert(m_change.put.end(), m_added.begin(), m_added.end());
-    MailMemoryChange intents = std::move(m_change);
-    m_change = {};
-    const bool hasIntents = !intents.put.empty() || !intents.forget.empty();
-    if (hasIntents && !Check(m_work.memory.Save(intents), "state")) return false;
-    // Those that were added last in it are the batch, now with their keys.
-    std::move(intents.put.end() - static_cast<std::ptrdiff_t>(m_added.size()), intents.put.end(),
-              m_added.begin());
+bool EudoraExecution::RememberIntents() {
+    MailMemoryChange change = std::exchange(m_change, {});
+    for (const Addition& addition : m_batch) change.put.push_back(addition.row);
+    if (change.put.empty() && change.forget.empty()) return true;
+    if (!Check(m_work.memory.Save(change), "state")) return false;
+    for (std::size_t i = 0; i < m_batch.size(); ++i) m_batch[i].row = std::move(change.put[i]);
+    return true;
+}
+
+void EudoraExecution::Add(Addition& addition) {
+    const RememberedMail& row = addition.row;
+    auto head = m_work.source.Add(addition.mail, StatusOf(row.flags));
+    if (!head) return (void)Check(head.Error(), row.name);
+    addition.row.id = std::move(head->id);
+    Note(row.name, addition.mail);
+}
+
+// As Eudora tells them from now on. What is not there was not stored, and is added by the next run,
+// which takes the copies of its attachments back.
+void EudoraExecution::RememberAdded() {
+    for (Addition& addition : m_batch) {
+        RememberedMail& row = addition.row;
+        if (row.id.empty()) continue;
+        const auto head = m_work.source.Find(row.id);
+        const auto messageId = head && *head ? m_work.source.MessageId() : std::nullopt;
+        if (!messageId || *messageId != row.messageId) continue;
+        row.link = MailLink::kInStep;
+        row.marker = (*head)->marker;
+        row.content.clear();
+        m_change.put.push_back(std::move(row));
+        Did(*addition.step);
+    }
+    m_batch.clear();
+    m_batchBytes = 0;
+}
+
+// False if storing failed: what stopped one stops the others too.
+bool EudoraExecution::StoreBatch() {
+    if (!RememberIntents()) return false;
+    for (Addition& addition : m_batch) Add(addition);
     const bool isFinished = Check(m_work.source.Finish(), "Eudora");
     if (isFinished) {
         m_change.put = std::move(m_marked);
@@ -157,24 +225,22 @@ bool EudoraExecution::FinishBatch() {
     }
     m_marked.clear();
     m_markedSteps.clear();
-    m_addedBytes = 0;
     RememberAdded();
     return Save() && isFinished;
 }
 
-// False if storing failed: what stopped one stops the others too.
 bool EudoraExecution::AddAll() {
     const std::size_t total = m_plan.Count(MailAct::kAdd);
     std::size_t done = 0;
     for (const MailStep& step : m_plan.steps) {
         if (step.act != MailAct::kAdd) continue;
         m_work.progress.Step("mail for Eudora", ++done, total);
-        Add(step);
-        const bool isFull = m_added.size() >= kBatchMails || m_addedBytes >= kBatchBytes;
-        if (isFull && !FinishBatch()) return false;
+        Prepare(step);
+        const bool isFull = m_batch.size() >= kBatchMails || m_batchBytes >= kBatchBytes;
+        if (isFull && !StoreBatch()) return false;
     }
-    if (m_added.empty() && m_marked.empty()) return Save();
-    return FinishBatch();
+    if (m_batch.empty() && m_marked.empty()) return Save();
+    return StoreBatch();
 }
 
 // The file goes where mail programs keep what was sent; that it is gone from .Outbox is remembered
@@ -194,12 +260,13 @@ void EudoraExecution::File(const MailStep& step, std::int64_t key) {
 
 // False if it was not handed over.
 bool EudoraExecution::Send(const MailStep& step) {
-    const auto mail = ReadNew(m_work.folders.outbox, step);
-    if (!mail) return Check(mail.Error(), step.row.name);
+    const auto mail = ReadNamed(step);
+    if (!mail) return false;
     auto before = m_work.queued();
     if (!before) return Check(before.Error(), step.row.name);
     MailMemoryChange intent{{step.row}, {}, false};
     intent.put[0].size = *before;
+    intent.put[0].content = Lines(mail->attachments);
     if (!Check(m_work.memory.Save(intent), "state")) return false;
     const std::int64_t key = intent.put[0].key;
     auto status = m_work.source.AddOutgoing(*mail);
@@ -229,6 +296,7 @@ bool EudoraExecution::SendAll() {
 }
 
 void EudoraExecution::Run() {
+    TakeBackCopies();
     for (const MailStep& step : m_plan.steps) {
         if (step.act == MailAct::kErase) Erase(step);
         if (step.act == MailAct::kMark) Mark(step);

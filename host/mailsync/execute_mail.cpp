@@ -1,6 +1,6 @@
 #include "host/mailsync/execute_mail.h"
 
-#include "host/mail/compose.h"
+#include "host/mail/compose_into.h"
 #include "host/mail/message_id.h"
 #include "host/mailsync/execute_eudora.h"
 #include "host/mailsync/mail_content.h"
@@ -11,9 +11,8 @@ namespace {
 
 using platform::ErrorCode;
 
-// How many composed mails, or how many bytes of them, are held in memory at a time.
-constexpr std::size_t kBatchMails = 500;
-constexpr std::size_t kBatchBytes = 16u << 20;
+// How many composed mails wait in tmp at a time.
+constexpr std::size_t kBatchMails = 200;
 
 class MailExecution {
   public:
@@ -25,17 +24,19 @@ class MailExecution {
 
   private:
     struct Delivery {
-        const MailStep& step;
+        const MailStep* step;
         RememberedMail row;
-        std::string message;
+        bool isComposed = false;
     };
 
     bool Check(const platform::Status& status, const std::string& what);
     void Did(const MailStep& step) { m_outcome.done[m_plan.IndexOf(step)] = true; }
     void Redo(const MailStep& step);
     bool ComposeAll();
-    void Compose(const MailStep& step);
-    platform::Result<bool> Prepare(const MailStep& step, Delivery& delivery);
+    platform::Result<Mail> ReadMail(const MailStep& step);
+    bool Compose(Delivery& delivery);
+    bool Remember();
+    bool Deliver(const Delivery& delivery);
     bool DeliverBatch();
     void SetFlags(const MailStep& step);
     void Remove(const MailStep& step);
@@ -44,7 +45,7 @@ class MailExecution {
     const MailPlan& m_plan;
     const MailWork& m_work;
     std::vector<Delivery> m_batch;
-    std::size_t m_batchBytes = 0;
+    std::size_t m_tried = 0, m_total = 0;
     std::vector<MaildirEntry> m_delivered;
     MailMemoryChange m_change;
     bool m_isFolderChanged = false;
@@ -58,74 +59,88 @@ bool MailExecution::Check(const platform::Status& status, const std::string& wha
 
 // Nothing of the delivery is left; the mail is a new one in the same plan.
 void MailExecution::Redo(const MailStep& step) {
-    m_work.folders.mails.DiscardUnfinished(step.row.unique);
+    m_work.folders.mails.Discard(step.row.unique);
     if (!step.file.name.empty()) (void)m_work.folders.mails.Remove(step.file);
     m_change.forget.push_back(step.row.key);
 }
 
-// False if the mail is gone meanwhile.
-platform::Result<bool> MailExecution::Prepare(const MailStep& step, Delivery& delivery) {
+platform::Result<Mail> MailExecution::ReadMail(const MailStep& step) {
     auto found = m_work.source.Find(step.row.id);
     if (!found) return found.Error();
-    if (!*found) return false;
-    auto mail = m_work.source.Read(MailParts::kAll);
-    if (!mail) return mail.Error();
-    auto message = ComposeMail(m_work.files, *mail, OffsetAt(m_work.clock, *mail));
-    if (!message) return message.Error();
-    for (const std::string& note : mail->notes) {
-        m_outcome.notes.push_back(step.row.name + ": " + note);
+    if (!*found) return platform::Failure{ErrorCode::kNotFound, step.row.name};
+    return m_work.source.Read(MailParts::kAll);
+}
+
+// False if the Maildir takes no more. A mail that is gone meanwhile, or cannot be read, is passed
+// over.
+bool MailExecution::Compose(Delivery& delivery) {
+    RememberedMail& row = delivery.row;
+    m_work.progress.Step("mail", ++m_tried, m_total);
+    const auto mail = ReadMail(*delivery.step);
+    if (!mail && mail.Error().code == ErrorCode::kNotFound) return true;
+    if (!mail) return !Check(mail.Error(), row.name);
+    bool isMailAtFault = false;
+    const auto size = ComposeInto(m_work.folders.mails, row.unique, m_work.files, *mail,
+                                  OffsetAt(m_work.clock, *mail), isMailAtFault);
+    if (!size) {
+        (void)Check(size.Error(), row.name);
+        return isMailAtFault;
     }
-    delivery.message = *std::move(message);
-    delivery.row = step.row;
-    delivery.row.unique = m_work.folders.mails.NewName();
-    delivery.row.size = delivery.message.size();
-    delivery.row.content = ContentOf(*mail);
-    delivery.row.fileId = MessageIdOf(*mail);
+    for (const auto& note : mail->notes) m_outcome.notes.push_back(row.name + ": " + note);
+    row.size = *size;
+    row.content = ContentOf(*mail);
+    row.fileId = MessageIdOf(*mail);
+    delivery.isComposed = true;
     return true;
 }
 
-void MailExecution::Compose(const MailStep& step) {
-    Delivery delivery{step, {}, {}};
-    auto prepared = Prepare(step, delivery);
-    if (!prepared) (void)Check(prepared.Error(), step.row.name);
-    if (!prepared || !*prepared) return;
-    m_batchBytes += delivery.message.size();
-    m_batch.push_back(std::move(delivery));
+// The names are kept in memory before a file has them, so that the next run finds what is left.
+bool MailExecution::Remember() {
+    for (const Delivery& delivery : m_batch) m_change.put.push_back(delivery.row);
+    const bool isSaved = Check(m_work.memory.Save(m_change), "state");
+    for (std::size_t i = 0; i < m_batch.size(); ++i) m_batch[i].row = m_change.put[i];
+    m_change = {};
+    return isSaved;
 }
 
-bool MailExecution::DeliverBatch() {
-    if (m_batch.empty()) return true;
-    for (const Delivery& delivery : m_batch) m_change.put.push_back(delivery.row);
-    const auto saved = m_work.memory.Save(m_change);
-    m_change = {};
-    if (!Check(saved, "state")) return false;
-    m_isFolderChanged = true;
-    for (const Delivery& delivery : m_batch) {
-        const RememberedMail& row = delivery.row;
-        const auto status = m_work.folders.mails.Deliver(row.unique, delivery.message, row.flags);
-        if (!Check(status, row.name)) return false;
-        m_delivered.push_back(m_work.folders.mails.EntryOf(row.unique, row.flags));
-        Did(delivery.step);
-    }
-    m_batch.clear();
-    m_batchBytes = 0;
+bool MailExecution::Deliver(const Delivery& delivery) {
+    const RememberedMail& row = delivery.row;
+    const auto status = m_work.folders.mails.Deliver(row.unique, row.flags);
+    if (!Check(status, row.name)) return false;
+    m_delivered.push_back(m_work.folders.mails.EntryOf(row.unique, row.flags));
+    Did(*delivery.step);
     return true;
 }
 
 // False if a delivery failed: what stopped one stops the others too.
+bool MailExecution::DeliverBatch() {
+    m_isFolderChanged = true;
+    bool isWhole = true;
+    for (Delivery& delivery : m_batch) isWhole = isWhole && Compose(delivery);
+    std::erase_if(m_batch, [&](const Delivery& delivery) {
+        if (!delivery.isComposed) m_change.forget.push_back(delivery.row.key);
+        return !delivery.isComposed;
+    });
+    bool isDelivered = Remember();
+    for (const Delivery& delivery : m_batch) {
+        isDelivered = isDelivered && Deliver(delivery);
+        if (!isDelivered) m_work.folders.mails.Discard(delivery.row.unique);
+    }
+    m_batch.clear();
+    return isWhole && isDelivered;
+}
+
 bool MailExecution::ComposeAll() {
-    const std::size_t total = m_plan.Count(MailAct::kCompose);
-    if (total == 0) return true;
+    m_total = m_plan.Count(MailAct::kCompose);
+    if (m_total == 0) return true;
     if (!Check(m_work.folders.mails.Create(), "Maildir")) return false;
-    std::size_t done = 0;
     for (const MailStep& step : m_plan.steps) {
         if (step.act != MailAct::kCompose) continue;
-        m_work.progress.Step("mail", ++done, total);
-        Compose(step);
-        const bool isFull = m_batch.size() >= kBatchMails || m_batchBytes >= kBatchBytes;
-        if (isFull && !DeliverBatch()) return false;
+        m_batch.push_back({&step, step.row});
+        m_batch.back().row.unique = m_work.folders.mails.NewName();
+        if (m_batch.size() >= kBatchMails && !(Remember() && DeliverBatch())) return false;
     }
-    return DeliverBatch();
+    return m_batch.empty() || (Remember() && DeliverBatch());
 }
 
 // A file that another program renamed or removed meanwhile is the next run's affair.

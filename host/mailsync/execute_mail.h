@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "host/engine/progress.h"
+#include "host/mail/attach_folder.h"
 #include "host/mailsync/load_mail.h"
 #include "host/mailsync/mail_plan.h"
 #include "host/mailsync/mail_source.h"
@@ -25,7 +26,8 @@ struct MailWork {
     MailSource& source;
     MailFolders& folders;
     MailMemory& memory;
-    platform::Files& files;  // for attachments
+    platform::Files& files;     // for attachments
+    AttachFolder& attachments;  // of Eudora
     platform::Clock& clock;
     Progress& progress;
     // Reads a file for Eudora; the name is what a refusal calls it.
@@ -37,9 +39,9 @@ struct MailWork {
 };
 
 // Carries out a plan, the Maildir first. The order makes a run that is cut off at any point
-// harmless, by a kill or by the loss of power: before a batch of mails is delivered it is
-// remembered, under which names and with which sizes; what the next run finds of it whole is in
-// step, what it does not is composed again. All other changes can be found half done and are
+// harmless, by a kill or by the loss of power: before a batch of mails is composed it is remembered
+// under which names, and before it is delivered with which sizes; what the next run finds of it
+// whole is in step, what it does not is composed again. All other changes can be found half done and are
 // planned again or found to be equal. The memory of finished work is kept only when that work is on
 // the disk.
 MailOutcome ExecuteMail(const MailPlan& plan, const MailWork& work);

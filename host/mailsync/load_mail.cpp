@@ -9,6 +9,7 @@
 #include "host/maildir/message_header.h"
 #include "host/mailsync/mail_content.h"
 #include "host/mailsync/mail_matching.h"
+#include "host/module/out_of_memory.h"
 
 namespace host {
 
@@ -40,18 +41,20 @@ class MailLoader {
     bool MissesFiles() const;
     void PassOverTrashed();
     void FindForeign();
-    platform::Result<FolderHead> HeadOf(Maildir& maildir, const MaildirEntry& file);
-    platform::Status ReadForeign();
+    static platform::Result<FolderHead> HeadOf(Maildir& maildir, const MaildirEntry& file);
+    bool IsRead(const platform::Result<FolderHead>& head, const MaildirEntry& file);
+    void ReadForeign();
     platform::Status ListOutgoing();
     void FillFileIds();
     platform::Status FindTorn();
     platform::Status WalkEudora(Reach reach);
-    void See(const MailHead& head, bool isWithinLimits);
+    void See(const MailHead& head, std::optional<std::string> messageId, bool isWithinLimits);
+    void PassOver(const std::string& name, const platform::Failure& fault);
     std::vector<const RememberedMail*> Unseen() const;
     platform::Status FindHidden();
     // True if all of them are still there.
-    platform::Result<bool> SearchOneByOne(const std::vector<const RememberedMail*>& unseen);
-    platform::Status ReadUnidentified(const MailMatching& matching);
+    bool SearchOneByOne(const std::vector<const RememberedMail*>& unseen);
+    void ReadUnidentified(const MailMatching& matching);
     platform::Result<Mail> ReadMail(const EudoraHead& head);
 
     MailSource& m_source;
@@ -121,13 +124,24 @@ platform::Status MailLoader::FindTorn() {
     return {};
 }
 
-void MailLoader::See(const MailHead& head, bool isWithinLimits) {
+// A mail that cannot be read may be any that seems to be gone.
+void MailLoader::PassOver(const std::string& name, const platform::Failure& fault) {
+    m_sides.unread.push_back(name.empty() ? fault.Message() : name + ": " + fault.Message());
+    m_sides.mayMiss = true;
+}
+
+void MailLoader::See(const MailHead& head, std::optional<std::string> messageId,
+                     bool isWithinLimits) {
     if (!m_seen.insert(head.id).second) return;
-    EudoraHead seen{head.id, head.marker, m_source.MessageId(), {}, isWithinLimits, {}, {}};
+    EudoraHead seen{head.id, head.marker, std::move(messageId), {}, isWithinLimits, {}, {}};
     const auto known = m_byId.find(head.id);
     const bool isKnown =
         known != m_byId.end() && (!seen.messageId || *seen.messageId == known->second->messageId);
-    if (!isKnown && isWithinLimits) seen.name = m_source.Name();
+    if (head.marker.empty()) {
+        PassOver(isKnown ? known->second->name : "", m_source.Read(MailParts::kHeader).Error());
+    } else if (!isKnown && isWithinLimits) {
+        seen.name = m_source.Name();
+    }
     m_sides.eudora.push_back(std::move(seen));
 }
 
@@ -136,7 +150,7 @@ platform::Status MailLoader::WalkEudora(Reach reach) {
     m_sawAll = m_sawAll || reach == Reach::kAll || !m_source.HasLimits();
     return m_source.Walk(reach, [&](const MailHead& head) -> platform::Status {
         m_progress.Step("looking at mail", ++count);
-        See(head, reach == Reach::kWithinLimits);
+        See(head, m_source.MessageId(), reach == Reach::kWithinLimits);
         return {};
     });
 }
@@ -150,13 +164,13 @@ std::vector<const RememberedMail*> MailLoader::Unseen() const {
     return unseen;
 }
 
-platform::Result<bool> MailLoader::SearchOneByOne(
-    const std::vector<const RememberedMail*>& unseen) {
+bool MailLoader::SearchOneByOne(const std::vector<const RememberedMail*>& unseen) {
     for (const RememberedMail* row : unseen) {
-        auto found = m_source.Find(row->id);
-        if (!found) return found.Error();
-        if (!*found) return false;
-        See(**found, false);
+        // One that was being added: only its Message-ID is known.
+        if (row->id.empty()) return false;
+        const auto found = m_source.Find(row->id);
+        if (!found || !*found) return false;
+        See(**found, m_source.MessageId(), false);
     }
     return true;
 }
@@ -168,11 +182,7 @@ platform::Status MailLoader::FindHidden() {
     if (!m_sides.foreign.empty()) return WalkEudora(Reach::kAll);
     const auto unseen = Unseen();
     if (unseen.empty()) return {};
-    if (unseen.size() <= kMostSearches) {
-        auto allFound = SearchOneByOne(unseen);
-        if (!allFound) return allFound.Error();
-        if (*allFound) return {};
-    }
+    if (unseen.size() <= kMostSearches && SearchOneByOne(unseen)) return {};
     return WalkEudora(Reach::kAll);
 }
 
@@ -184,51 +194,63 @@ platform::Result<Mail> MailLoader::ReadMail(const EudoraHead& head) {
 }
 
 // Mails without Message-ID that may be remembered ones under another id, or files that are there.
-platform::Status MailLoader::ReadUnidentified(const MailMatching& matching) {
+void MailLoader::ReadUnidentified(const MailMatching& matching) {
     bool isWanted = !m_foreign.empty();
     for (std::size_t i = 0; i < m_remembered.size() && !isWanted; ++i) {
         isWanted = matching.isGone[i] && m_remembered[i].messageId.empty();
     }
-    if (!isWanted) return {};
+    if (!isWanted) return;
     for (std::size_t i = 0; i < m_sides.eudora.size(); ++i) {
         EudoraHead& head = m_sides.eudora[i];
-        if (matching.rowOf[i] || IsPlainId(head.messageId.value_or(""))) continue;
+        if (matching.rowOf[i] || head.marker.empty()) continue;
+        if (IsPlainId(head.messageId.value_or(""))) continue;
         auto mail = ReadMail(head);
-        if (!mail && mail.Error().code == ErrorCode::kNotFound) continue;
-        if (!mail) return mail.Error();
-        head.content = ContentOf(*mail);
-        head.fileMessageId = MessageIdOf(*mail);
+        if (mail) {
+            head.content = ContentOf(*mail);
+            head.fileMessageId = MessageIdOf(*mail);
+        } else if (mail.Error().code != ErrorCode::kNotFound) {
+            head.marker.clear();
+            PassOver(head.name, mail.Error());
+        }
     }
-    return {};
 }
 
 platform::Result<FolderHead> MailLoader::HeadOf(Maildir& maildir, const MaildirEntry& file) {
-    const auto text = maildir.Read(file, kLargestMessage);
-    if (!text) return text.Error();
-    return FolderHead{MessageIdForEudora(*text),
-                      MailName(DecodeWords(FieldInHeader(*text, "subject")),
-                               DecodeWords(FieldInHeader(*text, "from")))};
+    return OrOutOfMemory([&]() -> platform::Result<FolderHead> {
+        auto text = maildir.ReadHeader(file);
+        if (!text) return text.Error();
+        FolderHead head{MessageIdInHeader(*text),
+                        MailName(DecodeWords(FieldInHeader(*text, "subject")),
+                                 DecodeWords(FieldInHeader(*text, "from")))};
+        if (CanBeMessageId(head.messageId) && !IsIndexId(head.messageId)) return head;
+        text = maildir.Read(file, kLargestMessage);
+        if (!text) return text.Error();
+        head.messageId = MessageIdForEudora(*text);
+        return head;
+    });
+}
+
+// What vanished is passed over, and what cannot be read is told.
+bool MailLoader::IsRead(const platform::Result<FolderHead>& head, const MaildirEntry& file) {
+    if (!head && head.Error().code != ErrorCode::kNotFound) {
+        m_sides.unread.push_back("the file " + file.name +
+                                 " cannot be read: " + head.Error().Message());
+    }
+    return head.HasValue();
 }
 
 // Of drafts no more is wanted than whether one is a remembered file under another name.
-platform::Status MailLoader::ReadForeign() {
+void MailLoader::ReadForeign() {
     const bool missesFiles = MissesFiles();
     for (std::size_t i = 0; i < m_foreign.size(); ++i) {
         m_progress.Step("reading the Maildir:", i, m_foreign.size());
         const MaildirEntry& file = *m_foreign[i];
         if (HasFlag(file.flags, 'D') && !missesFiles) continue;
         auto head = HeadOf(m_maildir, file);
-        if (head) {
-            m_sides.foreign.emplace(file.unique, *std::move(head));
-            continue;
-        }
-        // What vanished, or cannot be read, is left alone; but it may be a file that is missing,
-        // whose mail would be taken for a removed one.
-        const ErrorCode code = head.Error().code;
-        const bool isOpen = code != ErrorCode::kNotFound && code != ErrorCode::kTooLarge;
-        if (missesFiles && isOpen) return head.Error();
+        if (IsRead(head, file)) m_sides.foreign.emplace(file.unique, *std::move(head));
     }
-    return {};
+    // One of them may be a file that is missing, whose mail would be taken for a removed one.
+    m_sides.mayMiss = missesFiles && !m_sides.unread.empty();
 }
 
 platform::Status MailLoader::ListOutgoing() {
@@ -238,7 +260,8 @@ platform::Status MailLoader::ListOutgoing() {
     for (MaildirEntry& file : *files) {
         if (HasFlag(file.flags, 'T')) continue;
         auto head = HeadOf(m_outbox, file);
-        if (head) m_sides.outgoing.push_back({std::move(file), std::move(head->name)});
+        if (IsRead(head, file))
+            m_sides.outgoing.push_back({std::move(file), std::move(head->name)});
     }
     return {};
 }
@@ -255,14 +278,14 @@ platform::Result<MailSides> MailLoader::Load() {
     if (auto status = ListFolder(); !status) return status.Error();
     PassOverTrashed();
     FindForeign();
-    if (auto status = ReadForeign(); !status) return status.Error();
+    ReadForeign();
     if (auto status = ListOutgoing(); !status) return status.Error();
     if (auto status = FindTorn(); !status) return status.Error();
     if (auto status = WalkEudora(Reach::kWithinLimits); !status) return status.Error();
     if (auto status = FindHidden(); !status) return status.Error();
     const MailMatching matching =
         MatchMails(m_sides.eudora, m_remembered, LostDeliveries(m_sides, m_remembered));
-    if (auto status = ReadUnidentified(matching); !status) return status.Error();
+    ReadUnidentified(matching);
     FillFileIds();
     return std::move(m_sides);
 }

@@ -15,7 +15,7 @@ namespace host {
 
 // A mail as Eudora has it now.
 struct EudoraHead {
-    std::string id, marker;
+    std::string id, marker;                // no marker: the mail cannot be read
     std::optional<std::string> messageId;  // nothing: cannot be told
     std::string name;                      // of mails that are not remembered
     bool isWithinLimits = true;
@@ -45,6 +45,10 @@ struct MailSides {
     std::vector<OutgoingFile> outgoing;   // in .Outbox
     std::vector<RememberedMail> sending;  // what is remembered of those
     std::size_t queued = 0;               // mails in Eudora's out-box
+    // The mails and files that cannot be read, a line each.
+    std::vector<std::string> unread;
+    // One of these may be what seems to be gone.
+    bool mayMiss = false;
 };
 
 // What happens to one mail and its file.
@@ -74,8 +78,10 @@ struct MailPlan {
     std::size_t dropped = 0;  // mails that Eudora keeps though their files were removed long ago
     std::size_t kept = 0;     // marked files of mails that are gone from Eudora
     std::size_t drafts = 0;   // files that are not finished, so that Eudora does not get them
+    std::size_t held = 0;     // removals that wait until all can be read
     // What waits for a decision, a line each: left as it is on both sides.
     std::vector<std::string> conflicts;
+    std::vector<std::string> unread;  // of both sides
     std::optional<std::string> stop;  // why nothing of this may be carried out
 
     std::size_t Count(MailAct act) const;
@@ -100,7 +106,8 @@ struct MailPlanOptions {
 // one side vanishes from the other, but for files that are flagged or drafts. A read state has two
 // values: what changed on both sides changed alike, and only where nothing is remembered yet the
 // preference decides; without one a mail that was read anywhere is read. A mail that was removed
-// on one side and whose read state changed on the other waits for a preference.
+// on one side and whose read state changed on the other waits for a preference. While something
+// cannot be read that may be what is missing, nothing counts as removed.
 MailPlan PlanMail(const MailSides& sides, const std::vector<RememberedMail>& remembered,
                   const MailPlanOptions& options);
 

@@ -16,6 +16,12 @@ bool IsMarked(const MaildirEntry& file) {
     return HasFlag(file.flags, 'F') || HasFlag(file.flags, 'D');
 }
 
+// Whether the mail was read when both sides were last in step. One that a run which was cut off
+// added stands read in Eudora until its state is stored: the file's flag counts.
+bool WasSeen(const RememberedMail& row, bool isSeenNow) {
+    return IsSeen(row.marker) || (row.link == MailLink::kAdding && isSeenNow);
+}
+
 class MailPlanner {
   public:
     MailPlanner(const MailSides& sides, const std::vector<RememberedMail>& remembered,
@@ -40,6 +46,7 @@ class MailPlanner {
     void Conflict(const std::string& name, const char* what);
     void CheckLimits();
     void CheckLimit(MailAct act, const char* where);
+    bool Holds();
     const MaildirEntry* FileOf(const RememberedMail& row) const;
     const MaildirEntry* TakeForeign(const std::string& messageId, const std::string& name);
     void Add(MailAct act, RememberedMail row, const MaildirEntry* file = nullptr);
@@ -52,6 +59,7 @@ class MailPlanner {
     std::unordered_set<std::string_view> m_taken;  // unique names of files that have a mail
     std::unordered_map<std::int64_t, const MaildirEntry*> m_renamed;  // by the row's key
     std::size_t m_inStep = 0, m_inFolder = 0;
+    bool m_hasUnknown = false;  // a mail of Eudora's that may be any file
     MailPlan m_plan;
 };
 
@@ -101,10 +109,11 @@ void MailPlanner::CountFiles(const std::vector<bool>& lost) {
 
 // The row is as it was in memory, but for Eudora's id.
 void MailPlanner::PlanFlags(const EudoraHead& head, RememberedMail row, const MaildirEntry& file) {
-    const bool now = IsSeen(head.marker), before = IsSeen(row.marker);
+    const bool now = IsSeen(head.marker), before = WasSeen(row, now);
     const bool inFolder = HasFlag(file.flags, kSeenFlag);
     const bool hasNews =
         row.link != MailLink::kInStep || row.marker != head.marker || row.unique != file.unique;
+    if (row.link == MailLink::kAdding) row.content.clear();
     row.unique = file.unique;
     row.link = MailLink::kInStep;
     row.marker = head.marker;
@@ -121,6 +130,7 @@ void MailPlanner::PlanFlags(const EudoraHead& head, RememberedMail row, const Ma
 }
 
 void MailPlanner::PlanKnown(const EudoraHead& head, const RememberedMail& known) {
+    if (head.marker.empty()) return;
     RememberedMail row = known;
     row.id = head.id;
     if (const MaildirEntry* const file = FileOf(row); file != nullptr) {
@@ -139,8 +149,9 @@ void MailPlanner::PlanRemovedFile(const EudoraHead& head, RememberedMail row, bo
         if (hasNewId) Add(MailAct::kRemember, std::move(row));
         return;
     }
-    const bool isChanged = IsSeen(head.marker) != IsSeen(row.marker);
-    if (!isChanged || m_options.prefer == Prefer::kFolder) {
+    if (Holds()) return;
+    const bool now = IsSeen(head.marker);
+    if (WasSeen(row, now) == now || m_options.prefer == Prefer::kFolder) {
         return Add(MailAct::kErase, std::move(row));
     }
     if (m_options.prefer != Prefer::kEudora) {
@@ -148,8 +159,14 @@ void MailPlanner::PlanRemovedFile(const EudoraHead& head, RememberedMail row, bo
     }
     row.link = MailLink::kPending;
     row.marker = head.marker;
-    row.flags = IsSeen(head.marker) ? std::string(1, kSeenFlag) : std::string();
+    row.flags = now ? std::string(1, kSeenFlag) : std::string();
     Add(MailAct::kCompose, std::move(row));
+}
+
+// Whether a removal waits.
+bool MailPlanner::Holds() {
+    m_plan.held += m_sides.mayMiss;
+    return m_sides.mayMiss;
 }
 
 void MailPlanner::Conflict(const std::string& name, const char* what) {
@@ -199,8 +216,12 @@ void MailPlanner::PlanPair(const EudoraHead& head, const MaildirEntry& file) {
 }
 
 void MailPlanner::PlanNew(const EudoraHead& head) {
-    if (const auto* const file = TakeForeign(head.fileMessageId, head.name))
-        return PlanPair(head, *file);
+    const auto* const file = TakeForeign(head.fileMessageId, head.name);
+    if (head.marker.empty()) {
+        m_hasUnknown = m_hasUnknown || head.fileMessageId.empty();
+        return;
+    }
+    if (file != nullptr) return PlanPair(head, *file);
     if (!head.isWithinLimits) {
         ++m_plan.hidden;
         return;
@@ -217,6 +238,7 @@ void MailPlanner::PlanNew(const EudoraHead& head) {
 }
 
 void MailPlanner::PlanGone(const RememberedMail& row) {
+    if (Holds()) return;
     const MaildirEntry* const file = FileOf(row);
     if (file == nullptr) return Add(MailAct::kForget, row);
     // It never came to Eudora.
@@ -247,10 +269,8 @@ void MailPlanner::PlanNewFiles() {
     std::ranges::sort(files, {}, [](const auto* file) { return std::string_view(file->unique); });
     for (const MaildirEntry* file : files) {
         const auto head = m_sides.foreign.find(file->unique);
-        if (HasFlag(file->flags, 'D') || head == m_sides.foreign.end()) {
-            ++m_plan.drafts;
-            continue;
-        }
+        m_plan.drafts += HasFlag(file->flags, 'D');
+        if (HasFlag(file->flags, 'D') || head == m_sides.foreign.end() || m_hasUnknown) continue;
         RememberedMail row;
         row.link = MailLink::kAdding;
         row.unique = file->unique;
@@ -337,6 +357,7 @@ MailPlan MailPlanner::Make() {
     PlanNewFiles();
     PlanOutgoing();
     CheckLimits();
+    m_plan.unread = m_sides.unread;
     return std::move(m_plan);
 }
 

@@ -1,6 +1,7 @@
 #include "host/mailsync/mail_report.h"
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 
 #include "host/engine/report.h"
@@ -77,7 +78,11 @@ void DescribeLeft(const MailPlan& plan, std::vector<std::string>& lines) {
                         " flagged or draft in the Maildir, gone from Eudora: left there");
     }
     if (plan.drafts > 0) {
-        lines.push_back(Files(plan.drafts) + " in the Maildir drafts or not readable: left alone");
+        lines.push_back(Files(plan.drafts) + " in the Maildir drafts: left alone");
+    }
+    if (plan.held > 0) {
+        lines.push_back(Mails(plan.held) +
+                        " missing on one side: left on the other until all can be read");
     }
 }
 
@@ -140,7 +145,8 @@ Report MailPlanReport(const MailPlan& planned, const std::string& limits,
     Report report;
     report.lines = Describe(plan, limits, countsOnly, undone);
     report.lines.insert(report.lines.end(), notes.begin(), notes.end());
-    if (outcome != nullptr) report.errors = outcome->errors;
+    report.errors = plan.unread;
+    if (outcome != nullptr) std::ranges::copy(outcome->errors, std::back_inserter(report.errors));
     if (!report.errors.empty()) {
         report.code = ExitCode::kFailed;
     } else if (!plan.conflicts.empty()) {
@@ -154,6 +160,7 @@ Report MailPlanReport(const MailPlan& planned, const std::string& limits,
                           {"removedInMaildir", plan.dropped},
                           {"keptInMaildir", plan.kept},
                           {"draftsInMaildir", plan.drafts},
+                          {"waitingToBeRemoved", plan.held},
                           {"limits", limits},
                           {"notes", notes}});
     return report;

@@ -23,11 +23,13 @@ class MailSource {
     // One line on what the limits leave out and how that is changed; empty if they leave out
     // nothing.
     virtual std::string Limits() const { return {}; }
-    // Visits the mails in the mailbox's order, each the current one while it is visited. A failure
-    // from `visit` ends the walk.
+    // Visits the mails in the mailbox's order, each the current one while it is visited; of one
+    // that cannot be read, which has no marker, Read gives the reason. A failure from `visit` ends
+    // the walk.
     virtual platform::Status Walk(
         Reach reach, const std::function<platform::Status(const MailHead&)>& visit) = 0;
-    // Makes a mail the current one, whatever the limits hide; nothing if it is gone.
+    // Makes a mail the current one, whatever the limits hide; nothing if it is gone, a failure if
+    // it cannot be read.
     virtual platform::Result<std::optional<MailHead>> Find(const std::string& id) = 0;
 
     // Of the current mail: its Message-ID without angle brackets, empty if it has none, nothing if

@@ -98,6 +98,7 @@ MailWork WorkOf(const CommandPlace& place, const MailSyncOptions& options, MailR
             run.folders,
             *run.state,
             place.files,
+            *options.attachments,
             place.clock,
             run.progress,
             options.parse,
@@ -132,6 +133,8 @@ Report RunMailStatus(const CommandPlace& place, const MailSyncOptions& options) 
         report.code = CodeOf(status.Error());
         report.errors.push_back(status.Error().Message());
     } else {
+        if (!run.plan.unread.empty()) report.code = ExitCode::kFailed;
+        report.errors = run.plan.unread;
         report.lines.push_back("a sync of mail now:");
         for (const auto& line : DescribeMailPlan(run.plan, run.source->Limits(), options.quiet)) {
             report.lines.push_back("  " + line);

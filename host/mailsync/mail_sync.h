@@ -5,6 +5,7 @@
 #include <string>
 
 #include "host/engine/commands.h"
+#include "host/mail/attach_folder.h"
 #include "host/mailsync/mail_source.h"
 
 namespace host {
@@ -14,6 +15,7 @@ struct MailSyncOptions {
     std::function<platform::Result<std::unique_ptr<MailSource>>()> open;
     // Reads a file for Eudora.
     std::function<platform::Result<NewMail>(std::string_view, const std::string&)> parse;
+    AttachFolder* attachments = nullptr;  // Eudora's; outlives the run
     std::string inbox;   // In.mbx as a native path: with the Maildir the memory's key
     std::string outbox;  // Out.toc, the same
     std::vector<std::string> mailboxes;    // the files that change with Eudora's mails, native

@@ -14,7 +14,7 @@ enum class MailLink {
     kPending = 1,  // its file was about to be delivered: whole, torn or not there
     kDropped = 2,  // its file was removed by the person: not delivered again
     kKept = 3,     // gone from Eudora, its file kept
-    kAdding = 4,   // was about to be added to Eudora under `id`: there whole, or not
+    kAdding = 4,   // was about to be added to Eudora: there under its Message-ID, or not
     kSending = 5,  // its file in the out-box was about to be handed to Eudora
 };
 
@@ -29,7 +29,9 @@ struct RememberedMail {
     // Of the file as it was delivered, 0 for one that was there before; of kSending the number of
     // mails in Eudora's out-box before.
     std::uint64_t size = 0;
-    std::string content;  // a fingerprint of what Eudora tells; empty if it was never read
+    // A fingerprint of what Eudora tells; empty if it was never read. Of kAdding and kSending the
+    // names of the copies of its attachments, with line ends between them.
+    std::string content;
     std::string name;     // what a report calls it
     // The Message-ID that its file has; empty in a memory of an earlier version.
     std::string fileId;

@@ -79,24 +79,36 @@ TEST_F(SyncMailProgram, FollowsEudoraAndThePersonAtTheSameTime) {
     EXPECT_EQ(Mail().code, 0);
 }
 
-// Killed at many moments of a first run, each followed by a run to its end.
-TEST_F(SyncMailProgram, AKillLosesAndDoublesNothing) {
+// The second block tells of 300 MB, which its mailbox has, as a hole.
+TEST_F(SyncMailProgram, OneMailThatCannotBeReadIsNamedAndKeepsNoOther) {
     ASSERT_EQ(Unlimited().code, 4);
+    ASSERT_EQ(Mail().code, 4);
     const std::size_t count = InEudora();
-    int killed = 0;
-    for (int moment = 1; moment <= 24; ++moment) {
-        fs::remove_all(bench.Path("M"));
-        fs::remove_all(bench.Path("state.db"));
-        const std::string run = "sync mail --eudora @E --maildir @M --state @state.db";
-        killed += bench.KvsyncKilled(moment * 0.008, run).code == 137;
-        const Outcome outcome = Mail("--state @state.db");
-        ASSERT_TRUE(outcome.code == 0 || outcome.code == 4) << outcome.err;
-        EXPECT_EQ(Mail("--state @state.db").code, 0);
-        ASSERT_EQ(Files().size(), count) << moment;
-        EXPECT_TRUE(fs::is_empty(bench.Path("M/tmp"))) << moment;
-        for (const fs::path& file : Files()) EXPECT_GT(fs::file_size(file), 100u) << file;
-    }
-    EXPECT_GT(killed, 0);
+    const std::string whole = bench.Read("E/In.toc");
+    std::string toc = whole;
+    toc.replace(104 + 218 + 4, 4, std::string("\0\0\xC0\x12", 4));
+    bench.Write("E/In.toc", toc);
+    fs::resize_file(bench.Path("E/In.mbx"), 400u << 20);
+    fs::remove(Files().front());
+    Deliver("M/new/1.x", "arrived", "arrived@x");
+    const auto isTold = [](const Outcome& outcome, const char* name) {
+        EXPECT_EQ(outcome.code, 1) << outcome.err;
+        EXPECT_THAT(outcome.err, HasSubstr(name));
+        EXPECT_EQ(CountOf("\n", outcome.err), 1) << outcome.err;
+    };
+    isTold(bench.Kvsync("list mail --eudora @E --json"), "mail 0x00000002: cannot be read: ");
+    EXPECT_EQ(InEudora(), count - 1);
+    isTold(bench.Kvsync("export mail --eudora @E --to @X"), "mail 0x00000002: cannot be read: ");
+    isTold(Mail("--dry-run"), "Re: ");
+    const Outcome outcome = Mail();
+    isTold(outcome, "mail 0x00000002: cannot be read: ");
+    EXPECT_THAT(outcome.out, HasSubstr("in Eudora 1 added, 0 changed, 0 removed; in the Maildir 0 "
+                                       "added, 0 changed, 0 removed\n1 mail missing on one side"));
+    EXPECT_EQ(CountOf("\"arrived@x\"", Listed()), 1);
+    toc = bench.Read("E/In.toc");
+    bench.Write("E/In.toc", toc.replace(104, 436, whole.substr(104, 436)));
+    EXPECT_THAT(Mail().out, HasSubstr("in Eudora 0 added, 0 changed, 1 removed"));
+    EXPECT_EQ(Files().size(), InEudora());
 }
 
 // Python's own parsers as a second opinion on each file.

@@ -1,5 +1,3 @@
-#include "host/mail/compose.h"
-
 #include <gmime/gmime.h>
 
 #include <cstdint>
@@ -11,6 +9,7 @@
 
 #include "host/mail/mail_text.h"
 #include "platform/testing/memory_files.h"
+#include "tests/host/composed.h"
 #include "tests/host/one_of.h"
 
 namespace host::testing {
@@ -97,7 +96,7 @@ class ComposeTest : public ::testing::Test {
     }
 
     std::string Compose() {
-        auto message = ComposeMail(files, mail, std::chrono::hours(1));
+        auto message = Composed(files, mail, std::chrono::hours(1));
         EXPECT_TRUE(message) << message.Error().Message();
         return message ? *message : std::string();
     }
@@ -111,6 +110,18 @@ class ComposeTest : public ::testing::Test {
     platform::testing::MemoryFiles files;
     Mail mail;
 };
+
+// A large attachment is nowhere in memory as a whole.
+TEST_F(ComposeTest, HandsALargeMailOverInPieces) {
+    Attach("large.bin", std::string(10u << 20, 'x'));
+    std::size_t largest = 0;
+    const auto measure = [&](std::string_view piece) -> platform::Status {
+        largest = std::max(largest, piece.size());
+        return {};
+    };
+    ASSERT_TRUE(ComposeMail(files, mail, std::chrono::hours(1), measure));
+    EXPECT_LT(largest, 200'000u);
+}
 
 TEST_F(ComposeTest, PlainMailIsOnePartAndLeavesOutWhatHasNoValue) {
     EXPECT_EQ(Compose(),

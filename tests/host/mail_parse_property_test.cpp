@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "host/mail/compose.h"
 #include "host/mail/mail_text.h"
 #include "platform/os/code_page.h"
+#include "tests/host/composed.h"
 #include "tests/host/mail_parse_world.h"
 #include "tests/host/one_of.h"
 
@@ -89,7 +89,7 @@ TEST(ParseProperty, AComposedMailComesBackAsItWas) {
         if (maker.Below(3) == 0) mail.attachments.push_back({"caf\xC3\xA9 1.bin", "C:\\file"});
         if (maker.Below(4) == 0) mail.attachments.push_back({"gone", "C:\\gone"});
         const auto utf8 = [&](const std::string& text) { return platform::ToUtf8(text, codePage); };
-        const auto message = ComposeMail(world.files, mail, world.clock.offset);
+        const auto message = testing::Composed(world.files, mail, world.clock.offset);
         ASSERT_TRUE(message);
         const NewMail read = world.Parse(*message);
         EXPECT_EQ(read.lostCharacters, 0u) << *message;

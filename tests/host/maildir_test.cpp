@@ -28,6 +28,15 @@ std::multiset<std::string> Names(Maildir& maildir) {
     return names;
 }
 
+platform::Result<std::string> Deliver(Maildir& maildir, const char* text, const char* flags) {
+    std::string unique = maildir.NewName();
+    const auto size =
+        maildir.Write(unique, [text](platform::File& file) { return file.Write(text); });
+    if (!size) return size.Error();
+    if (auto moved = maildir.Deliver(unique, flags); !moved) return moved.Error();
+    return unique;
+}
+
 MaildirEntry Only(Maildir& maildir) {
     const auto listed = maildir.List();
     return listed->size() == 1 ? listed->front() : MaildirEntry{};
@@ -53,7 +62,7 @@ TEST_P(MaildirContract, DeliversFlagsAndRemoves) {
     EXPECT_TRUE(maildir.List()->empty()) << "a folder that does not exist holds nothing";
     ASSERT_TRUE(maildir.Create());
     ASSERT_TRUE(maildir.Create());
-    const std::string unread = *maildir.Deliver("unread", "");
+    const std::string unread = *Deliver(maildir, "unread", "");
     EXPECT_EQ(Names(maildir), std::multiset<std::string>{"new/"});
     MaildirEntry entry = Only(maildir);
     EXPECT_EQ(entry.unique, unread);
@@ -69,7 +78,7 @@ TEST_P(MaildirContract, DeliversFlagsAndRemoves) {
         EXPECT_EQ(Only(maildir).flags, sorted);
         EXPECT_FALSE(Only(maildir).isNew) << "it was seen once";
     }
-    ASSERT_TRUE(maildir.Deliver("read", "S"));
+    ASSERT_TRUE(Deliver(maildir, "read", "S"));
     ASSERT_TRUE(maildir.Settle(*maildir.List()));
     EXPECT_EQ(Names(maildir), (std::multiset<std::string>{"cur/S", "cur/S"}));
     const auto all = *maildir.List();
@@ -116,7 +125,7 @@ TEST(Maildir, LeavesAMailWholeOrNotThereAfterAnyFault) {
             Maildir maildir(files, clock, "C:\\M");
             ASSERT_TRUE(maildir.Create());
             files.Arm(fault, n);
-            const auto delivered = maildir.Deliver("a message", "");
+            const auto delivered = Deliver(maildir, "a message", "");
             if (delivered) (void)maildir.SetFlags(maildir.EntryOf(*delivered, ""), "S");
             const bool fired = files.Fired();
             files.Disarm();
@@ -184,12 +193,12 @@ TEST(MessageHeader, IsReadWhateverBlocksItSpans) {
         const std::string header = "X: " + std::string(length, 'x') + "\nMessage-ID: <a@b>\n";
         for (const char* rest : {"", "\n", "\nbody", "\r\n\r\n"}) {
             files.Put("C:\\m", header + rest);
-            EXPECT_EQ(*ReadMessageId(files, "C:\\m"), "a@b") << length << rest;
+            EXPECT_EQ(MessageIdInHeader(*ReadHeader(files, "C:\\m")), "a@b") << length << rest;
         }
     }
     files.Put("C:\\m", "X: " + std::string(kLargestHeader + 9000, 'x') + "\nMessage-ID: <a@b>\n\n");
-    EXPECT_EQ(*ReadMessageId(files, "C:\\m"), "");
-    EXPECT_FALSE(ReadMessageId(files, "C:\\none"));
+    EXPECT_EQ(MessageIdInHeader(*ReadHeader(files, "C:\\m")), "");
+    EXPECT_FALSE(ReadHeader(files, "C:\\none"));
 }
 
 }  // namespace

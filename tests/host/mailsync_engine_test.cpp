@@ -127,6 +127,53 @@ TEST(MailSync, WhatEudoraHasNoRoomForStaysAndIsTriedAgain) {
     EXPECT_EQ(world.InBox(), "a b c");
 }
 
+// A mail that cannot be read keeps no other; what is missing on one side may be that mail.
+TEST(MailSync, GoesOnBehindWhatCannotBeReadAndRemovesNothing) {
+    MailWorld world;
+    for (const char* subject : {"a", "b", "c", "d"}) world.Add(subject);
+    SyncTwice(world);
+    world.eudora.unreadable = {world.eudora.Get("b").id};
+    world.Add("new");
+    world.Delete("a");
+    (void)world.maildir.Remove(world.File("c"));
+    (void)world.maildir.SetFlags(world.File("d"), "S");
+    world.Deliver("huge");
+    world.Deliver("other");
+    world.tooLarge = "huge";
+    MailOutcome outcome;
+    const MailPlan plan = world.Sync(&outcome);
+    EXPECT_EQ(world.InBox(), "b c d:S new other");
+    EXPECT_EQ(world.Folder(), "a b d:S huge new other");
+    const Report report = MailPlanReport(plan, "", &outcome, true);
+    EXPECT_EQ(report.code, ExitCode::kFailed);
+    EXPECT_EQ(report.errors, (std::vector<std::string>{"b from a@b: 0x00000002 cannot be read",
+                                                       "huge from a@b: memory ran out"}));
+    EXPECT_EQ(plan.held, 2u);
+    // Nor is it doubled when nothing is remembered of it.
+    world.memory.rows.clear();
+    (void)world.Sync();
+    EXPECT_EQ(world.InBox(), "a b c d:S new other");
+    world.eudora.unreadable.clear();
+    world.tooLarge.clear();
+    SyncTwice(world);
+    EXPECT_EQ(world.Folder(), "a b c d:S huge new other");
+}
+
+// In the translator each copy of a taken name gets a longer one, until none is left.
+TEST(MailSync, NamesOfAttachmentsStayShortHoweverManyAreAlike) {
+    std::vector<int> operations;
+    for (const int count : {300, 600}) {
+        MailWorld world;
+        for (int i = 0; i < count; ++i) world.Deliver("m" + std::to_string(i));
+        world.files.Disarm();
+        (void)world.Sync();
+        operations.push_back(world.files.Operations());
+        EXPECT_EQ(world.eudora.AttachmentPaths().size(), static_cast<std::size_t>(count));
+        for (const auto& path : world.eudora.AttachmentPaths()) EXPECT_LT(path.size(), 20u) << path;
+    }
+    EXPECT_LE(operations[1], 2 * operations[0]);
+}
+
 TEST(MailSync, TellsReusedIdsRenumberedMailsAndTwinsApart) {
     MailWorld world;
     world.Add("a", true);
@@ -276,7 +323,7 @@ TEST(MailSync, ReportsByNameAndInCounts) {
                   "add to Eudora: other from a@b",
                   "mails: in Eudora 1 added, 0 changed, 0 removed; in the Maildir 2 added, 0 "
                   "changed, 0 removed",
-                  "1 file in the Maildir drafts or not readable: left alone", "limits"}));
+                  "1 file in the Maildir drafts: left alone", "limits"}));
     world.SetRead("a", true);
     world.Delete("b");
     const Report report = MailPlanReport(world.MakePlan(), "", nullptr, false);

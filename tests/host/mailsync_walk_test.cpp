@@ -76,8 +76,10 @@ class Walk {
         }
         EXPECT_EQ(std::multiset(world.eudora.queued.begin(), world.eudora.queued.end()), m_sent);
         EXPECT_EQ(world.folders.sent.List()->size(), m_sent.size());
-        // Nothing but these mails lies in the Maildir, and nothing is left to do.
-        EXPECT_EQ(world.disk.AllFiles().size(), folder.size() + m_sent.size());
+        // Nothing but these mails lies in the Maildir, and nothing but their attachments beside
+        // Eudora; nothing is left to do.
+        EXPECT_EQ(world.FilesBelow("C:\\M\\").size(), folder.size() + m_sent.size());
+        EXPECT_EQ(world.FilesBelow("C:\\Attach\\"), world.eudora.AttachmentPaths());
         const int saves = world.memory.saves, changes = world.eudora.changes;
         ASSERT_TRUE(world.Sync().steps.empty());
         EXPECT_EQ(world.memory.saves, saves);
@@ -207,9 +209,12 @@ TEST(MailSyncWalk, AFullDiskIsReportedAndTheRestComesLater) {
         walk.Edit(20);
         walk.world.disk.LimitDisk(walk.world.disk.AllFiles().size());
         MailOutcome outcome;
-        const bool composes = walk.world.Sync(&outcome).Count(MailAct::kCompose) > 0;
-        EXPECT_EQ(outcome.errors.empty(), !composes);
-        full += composes;
+        const MailPlan plan = walk.world.Sync(&outcome);
+        const bool writes =
+            plan.Count(MailAct::kCompose) + plan.Count(MailAct::kAdd) + plan.Count(MailAct::kSend) >
+            0;
+        EXPECT_EQ(outcome.errors.empty(), !writes);
+        full += writes;
         walk.world.disk.LimitDisk(std::nullopt);
         ASSERT_NO_FATAL_FAILURE(walk.Sync());
     }

@@ -19,7 +19,9 @@
 namespace host::testing {
 
 // An in-box in memory. Hidden mails are those that the limits leave out. Changes count as
-// operations of the file system that faults are injected into; a torn Finish carries out a half.
+// operations of the file system that faults are injected into; a torn Finish carries out a half. As
+// in the translator a new mail's attachments are copied at once, and it stands read until Finish
+// gets to the states.
 class MemoryMails : public MailSource {
   public:
     explicit MemoryMails(platform::testing::FaultyFiles& files) : m_files(files) {}
@@ -27,7 +29,8 @@ class MemoryMails : public MailSource {
     std::vector<Mail> mails, trash;
     std::vector<std::string> queued;  // subjects of mails to be sent
     unsigned ids = 0;
-    std::set<std::string> hidden;  // ids
+    std::set<std::string> hidden;      // ids
+    std::set<std::string> unreadable;  // the same
     int reads = 0, walks = 0, searches = 0, changes = 0;
     std::size_t room = 100000;
 
@@ -47,7 +50,9 @@ class MemoryMails : public MailSource {
         for (const Mail& mail : mails) {
             if (reach == Reach::kWithinLimits && hidden.contains(mail.id)) continue;
             m_current = &mail;
-            if (auto visited = visit({mail.id, mail.marker}); !visited) return visited;
+            const bool isReadable = !unreadable.contains(mail.id);
+            auto visited = visit({mail.id, isReadable ? mail.marker : std::string()});
+            if (!visited) return visited;
         }
         return {};
     }
@@ -56,12 +61,14 @@ class MemoryMails : public MailSource {
         const auto found = std::ranges::find(mails, id, &Mail::id);
         if (found == mails.end()) return std::optional<MailHead>();
         m_current = &*found;
+        if (unreadable.contains(id)) return Fault();
         return std::optional<MailHead>({found->id, found->marker});
     }
     std::optional<std::string> MessageId() override { return m_current->messageId.value_or(""); }
     std::string Name() override { return MailName(*m_current->subject, *m_current->from); }
     platform::Result<Mail> Read(MailParts) override {
         ++reads;
+        if (unreadable.contains(m_current->id)) return Fault();
         return *m_current;
     }
 
@@ -73,20 +80,24 @@ class MemoryMails : public MailSource {
         added.body = mail.body + "\r\n";
         added.date = mail.date;
         added.messageId = mail.messageId;
-        added.status = status;
-        added.marker = std::to_string(status);
+        added.status = kStatusRead;
+        added.marker = std::to_string(kStatusRead);
+        if (auto copied = CopyAttachments(mail, added); !copied) return copied.Error();
         m_waiting.push_back([this, added] {
             if (mails.size() < room) mails.push_back(added);
         });
-        return MailHead{added.id, added.marker};
+        (void)SetStatus(added.id, status);
+        return MailHead{added.id, std::to_string(status)};
     }
     platform::Status AddOutgoing(const NewMail& mail) override {
         if (mail.to.empty()) return platform::Failure{platform::ErrorCode::kFailed, "no recipient"};
+        Mail copied;
+        if (auto status = CopyAttachments(mail, copied); !status) return status;
         m_waiting.push_back([this, subject = mail.subject] { queued.push_back(subject); });
         return {};
     }
     platform::Status SetStatus(const std::string& id, std::uint32_t status) override {
-        m_waiting.push_back([this, id, status] {
+        m_states.push_back([this, id, status] {
             const auto mail = std::ranges::find(mails, id, &Mail::id);
             if (mail == mails.end()) return;
             mail->status = status;
@@ -105,20 +116,56 @@ class MemoryMails : public MailSource {
     }
     platform::Status Finish() override {
         const bool isHit = m_files.Strikes();
-        const auto waiting = std::exchange(m_waiting, {});
+        auto waiting = std::exchange(m_waiting, {});
+        std::ranges::move(std::exchange(m_states, {}), std::back_inserter(waiting));
         std::size_t count = waiting.size();
         if (isHit) count = m_files.Tears() ? count / 2 : 0;
         for (std::size_t i = 0; i < count; ++i) waiting[i]();
         changes += static_cast<int>(count);
+        for (const std::string& path : std::exchange(m_copies, {})) {
+            // Twice, so that it is there only after a kill.
+            if (!AttachmentPaths().contains(path) && !m_files.Delete(path)) {
+                (void)m_files.Delete(path);
+            }
+        }
         if (isHit) return m_files.Injected("close");
         return {};
     }
     // The run was killed: what waited is gone.
-    void Die() { m_waiting.clear(); }
+    void Die() {
+        m_waiting.clear();
+        m_states.clear();
+        m_copies.clear();
+    }
+    // Of all mails, those in the trash too.
+    std::set<std::string> AttachmentPaths() {
+        std::set<std::string> paths;
+        for (const auto* box : {&mails, &trash}) {
+            for (const Mail& mail : *box) {
+                for (const auto& attachment : mail.attachments) paths.insert(attachment.path);
+            }
+        }
+        return paths;
+    }
 
   private:
+    platform::Failure Fault() const {
+        return {platform::ErrorCode::kFailed, m_current->id + " cannot be read"};
+    }
+    platform::Status CopyAttachments(const NewMail& mail, Mail& target) {
+        for (const NewAttachment& attachment : mail.attachments) {
+            std::string path = "C:\\Attach\\" + attachment.copyName;
+            while (m_files.Exists(path)) path.insert(path.rfind('.'), "1");
+            m_copies.push_back(path);
+            if (auto copied = m_files.Copy(attachment.path, path); !copied) return copied;
+            target.attachments.push_back({path.substr(10), path});
+        }
+        return {};
+    }
+
     platform::testing::FaultyFiles& m_files;
-    std::vector<std::function<void()>> m_waiting;
+    std::vector<std::function<void()>> m_waiting, m_states;
+    std::vector<std::string> m_copies;  // since the last Finish
     const Mail* m_current = nullptr;
 };
 
@@ -164,11 +211,15 @@ struct MailWorld {
     MemoryMailMemory memory{files};
     MailFolders folders{files, clock, "C:\\M"};
     Maildir& maildir = folders.mails;
+    std::optional<AttachFolder> attachments;
+    std::string tooLarge;  // memory runs out when the file of this subject is read for Eudora
     int backups = 0;
     MailPlanOptions options{Prefer::kBoth, DeleteLimit{100, true}};
     MailWorld() {
         (void)maildir.Create();
         (void)folders.outbox.Create();
+        disk.MakeFolders("C:\\Attach\\");
+        disk.MakeFolders("C:\\in\\");
     }
     // A mail that a person or a program puts into the Maildir.
     void Deliver(const std::string& subject, const std::string& flags = "", bool hasId = true,
@@ -178,7 +229,9 @@ struct MailWorld {
         if (hasId) text += "Message-ID: <" + subject + "@x>\n";
         disk.Put(
             "C:\\M\\" + where + (flags.empty() ? "new\\" + name : "cur\\" + name + "!2," + flags),
-            text + "\nthe text of " + subject + "\n");
+            text + "Content-Type: multipart/mixed; boundary=b\n\n--b\n\nthe text of " + subject +
+                "\n--b\nContent-Disposition: attachment; filename=a.txt\n\n" + subject +
+                "\n--b--\n");
     }
     static std::string Joined(const std::multiset<std::string>& all) {
         std::string line;
@@ -218,7 +271,9 @@ struct MailWorld {
         mail.status = isRead ? kStatusRead : kStatusUnread;
         mail.marker = std::to_string(*mail.status);
     }
+    // With its attachments, as Eudora does when it is told to.
     void Delete(const std::string& subject) {
+        for (const auto& file : eudora.Get(subject).attachments) (void)disk.Delete(file.path);
         std::erase_if(eudora.mails, [&](const Mail& mail) { return mail.subject == subject; });
     }
     // The mailbox is built anew: every mail has another id.
@@ -232,6 +287,13 @@ struct MailWorld {
         eudora.hidden = nowHidden;
     }
 
+    std::set<std::string> FilesBelow(const std::string& folder) {
+        std::set<std::string> below;
+        for (const std::string& path : disk.AllFiles()) {
+            if (path.starts_with(folder)) below.insert(path);
+        }
+        return below;
+    }
     std::vector<MaildirEntry> Files() { return *maildir.List(); }
     std::string Text(const MaildirEntry& entry) {
         return *disk.Get("C:\\M\\" + std::string(entry.isNew ? "new\\" : "cur\\") + entry.name);
@@ -268,13 +330,16 @@ struct MailWorld {
         return PlanMail(*sides, memory.rows, options);
     }
     MailWork Work(Progress& progress) {
+        attachments.emplace(files, files, "C:\\Attach", 1252);
         return {eudora,
                 folders,
                 memory,
                 files,
+                *attachments,
                 clock,
                 progress,
                 [this](std::string_view bytes, const std::string& name) {
+                    if (!tooLarge.empty() && name.starts_with(tooLarge)) throw std::bad_alloc();
                     return ParseMail(bytes, {disk, "C:\\in", 1252, clock}, name);
                 },
                 [this] { return platform::Result<std::size_t>(eudora.queued.size()); },

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "host/mail/new_mail.h"
+#include "platform/os/files.h"
+
+namespace host {
+
+// The folder in which Eudora keeps attachments. The translator gives a copy of a name that is taken
+// another one, which grows with each copy of that name until none fits; so it is handed names that
+// are free.
+class AttachFolder {
+  public:
+    // `folder` is a Windows path in that code page, which `files` takes, and need not exist; the
+    // attachments on their way are files of `native`. Both outlive this.
+    AttachFolder(platform::Files& files, platform::Files& native, std::string folder,
+                 unsigned codePage);
+
+    // Names the copies of a mail's attachments: as the attachment is named where that is free,
+    // else with the first free number behind ("image001-2.png"). No name is given out twice. The
+    // folder is listed once.
+    void ChooseNames(std::vector<NewAttachment>& attachments);
+
+    // Removes the copies that a run which was cut off made, as far as it got, of these attachments
+    // under these names. A file that holds anything else stays.
+    void TakeBack(const std::vector<std::string>& names,
+                  const std::vector<NewAttachment>& attachments);
+
+  private:
+    std::string FreeName(const std::string& name);
+    bool Take(const std::string& name);
+    bool IsPartOf(const std::string& copy, const std::string& whole);
+
+    platform::Files& m_files;
+    platform::Files& m_native;
+    std::string m_folder;  // ends in a separator
+    unsigned m_codePage;
+    bool m_isListed = false;
+    std::unordered_set<std::string> m_taken;                 // lower case
+    std::unordered_map<std::string, unsigned> m_lastNumber;  // the same
+};
+
+}  // namespace host

@@ -1,0 +1,81 @@
+"""The mails of tools/kill_sweep.sh.
+
+    kill_sweep_mails.py change DIR   4 removals, 6 read states, 5 new mails and 2 to send in DIR/M
+    kill_sweep_mails.py tell DIR     what is in DIR/X (Eudora's in-box, exported), DIR/M with its
+                                     subfolders, and Eudora's Out
+"""
+import email
+import glob
+import os
+import re
+import struct
+import sys
+import zlib
+from email.message import EmailMessage
+
+
+def message(number, files):
+    mail = EmailMessage()
+    mail["From"] = "zoe@example.org"
+    mail["To"] = "ann@example.org"
+    mail["Subject"] = f"new {number}"
+    mail["Date"] = f"Tue, 24 Nov 2026 10:0{number}:00 +0100"
+    mail["Message-ID"] = f"<new.{number}@example.org>"
+    mail.set_content(f"The text of {number}.\n")
+    for name in files:
+        mail.add_attachment(f"{name} of {number}\n".encode() * 3000, maintype="application",
+                            subtype="octet-stream", filename=name)
+    return mail
+
+
+def put(folder, number, files):
+    os.makedirs(folder, exist_ok=True)
+    with open(os.path.join(folder, f"{number}.sweep"), "wb") as file:
+        file.write(bytes(message(number, files)))
+
+
+def change(place):
+    maildir = os.path.join(place, "M")
+    cur = os.path.join(maildir, "cur")
+    read = sorted(os.listdir(cur))
+    for name in read[:4]:
+        os.unlink(os.path.join(cur, name))
+    for name in read[4:10]:
+        os.rename(os.path.join(cur, name), os.path.join(cur, name.removesuffix("S")))
+    for number in range(5):
+        put(os.path.join(maildir, "new"), number, ["a.png"] if number else ["a.png", "b.txt"])
+    for number in (6, 7):
+        put(os.path.join(maildir, ".Outbox", "new"), number, ["report.pdf"])
+
+
+def lines_of(folder):
+    for path in glob.glob(f"{folder}/new/*") + glob.glob(f"{folder}/cur/*"):
+        with open(path, "rb") as file:
+            mail = email.message_from_binary_file(file)
+        files = [(part.get_filename(), zlib.crc32(part.get_payload(decode=True)))
+                 for part in mail.walk() if part.get_filename()]
+        yield f"{mail['Message-ID']} {mail['Subject']} {path.partition(':')[2]} {files}"
+
+
+def out_lines(place):
+    with open(os.path.join(place, "E", "Out.mbx"), "rb") as file:
+        mbx = file.read()
+    with open(os.path.join(place, "E", "Out.toc"), "rb") as file:
+        toc = file.read()
+    for number in range(int.from_bytes(toc[102:104], "little")):
+        at, length = struct.unpack_from("<II", toc, 104 + 218 * number)
+        for line in mbx[at:at + length].decode("cp1252").splitlines():
+            if line.startswith(("Subject: ", "X-Attachments: ")):
+                # The folder does not matter, the names do.
+                yield re.sub(r"\S*\\", "", line)
+
+
+def tell(place):
+    for name in ("X", "M", "M/.Sent", "M/.Outbox"):
+        for line in sorted(lines_of(os.path.join(place, name))):
+            print(name, line)
+    for line in out_lines(place):
+        print("Out", line)
+
+
+{"change": change, "tell": tell}[sys.argv[1]](sys.argv[2])
