@@ -3,6 +3,7 @@
 #include "host/module/exit_code.h"
 #include "host/module/native_path.h"
 #include "host/module/windows_path.h"
+#include "platform/os/program.h"
 #include "platform/os/system.h"
 
 namespace host {
@@ -19,6 +20,16 @@ void RemoveWithFiles(platform::Files& files, const std::string& path) {
     (void)files.RemoveFolder(path);
 }
 
+// Anybody may put something of that name into a temporary folder.
+void RemoveLeftovers(platform::Files& files, std::string folder, const std::string& prefix) {
+    if (!folder.ends_with(files.Separator())) folder += files.Separator();
+    const auto entries = files.List(folder, prefix + "*");
+    for (const auto& entry : entries ? *entries : std::vector<platform::FolderEntry>()) {
+        const std::string path = folder + entry.name;
+        if (platform::IsOwnFolder(path)) RemoveWithFiles(files, path);
+    }
+}
+
 }  // namespace
 
 platform::Result<std::unique_ptr<IncomingFolder>> IncomingFolder::Create(const std::string& key) {
@@ -27,12 +38,11 @@ platform::Result<std::unique_ptr<IncomingFolder>> IncomingFolder::Create(const s
     const auto native = ToNativePath(*temp);
     if (!native) return Failed("no drive leads to the temporary folder " + ToUtf8(*temp));
     platform::Files& files = platform::NativeFiles();
-    std::string path = *native;
-    if (!path.ends_with(files.Separator())) path += files.Separator();
-    path += "kvsync-" + key;
-    RemoveWithFiles(files, path);
-    if (auto created = files.CreateFolder(path); !created) return created.Error();
-    return std::unique_ptr<IncomingFolder>(new IncomingFolder(files, std::move(path)));
+    const std::string prefix = "kvsync-" + key + '-';
+    RemoveLeftovers(files, *native, prefix);
+    auto path = files.CreateTempFolder(*native, prefix);
+    if (!path) return path.Error();
+    return std::unique_ptr<IncomingFolder>(new IncomingFolder(files, *std::move(path)));
 }
 
 IncomingFolder::IncomingFolder(platform::Files& files, std::string path)

@@ -8,8 +8,8 @@
 
 namespace host {
 
-// A folder of our own in the temporary folder of the module's machine, for files on their way into
-// Eudora. It goes, with what is left in it, when this does.
+// A private folder with a name that nobody can guess, in the temporary folder of the module's
+// machine, for files on their way into Eudora. It goes, with what is left in it, when this does.
 class IncomingFolder {
   public:
     // `key` tells runs on different Eudoras apart; what an earlier run with the same key left is

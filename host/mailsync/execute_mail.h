@@ -41,9 +41,9 @@ struct MailWork {
 // Carries out a plan, the Maildir first. The order makes a run that is cut off at any point
 // harmless, by a kill or by the loss of power: before a batch of mails is composed it is remembered
 // under which names, and before it is delivered with which sizes; what the next run finds of it
-// whole is in step, what it does not is composed again. All other changes can be found half done and are
-// planned again or found to be equal. The memory of finished work is kept only when that work is on
-// the disk.
+// whole is in step, what it does not is composed again. All other changes can be found half done
+// and are planned again or found to be equal. The memory of finished work is kept only when that
+// work is on the disk.
 MailOutcome ExecuteMail(const MailPlan& plan, const MailWork& work);
 
 }  // namespace host

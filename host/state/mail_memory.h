@@ -32,7 +32,7 @@ struct RememberedMail {
     // A fingerprint of what Eudora tells; empty if it was never read. Of kAdding and kSending the
     // names of the copies of its attachments, with line ends between them.
     std::string content;
-    std::string name;     // what a report calls it
+    std::string name;  // what a report calls it
     // The Message-ID that its file has; empty in a memory of an earlier version.
     std::string fileId;
 };

@@ -33,6 +33,9 @@ bool IsTerminal(Stream stream);
 // Bytes pass through standard input and output unchanged, line ends included.
 void UseBinaryStreams();
 
+// Whether the path is that of a folder of the user's own; a link to one is none.
+bool IsOwnFolder(const std::string& path);
+
 // A number of this process that no other running process has.
 unsigned long ProcessNumber();
 

@@ -1,6 +1,7 @@
 #include "platform/os/program.h"
 
 #include <dlfcn.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -65,6 +66,11 @@ bool IsTerminal(Stream stream) {
 }
 
 void UseBinaryStreams() {}
+
+bool IsOwnFolder(const std::string& path) {
+    struct stat info;
+    return lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode) && info.st_uid == geteuid();
+}
 
 unsigned long ProcessNumber() {
     return static_cast<unsigned long>(getpid());

@@ -61,6 +61,14 @@ void UseBinaryStreams() {
     _setmode(_fileno(stdout), _O_BINARY);
 }
 
+// Who may write there decides who made it: the folders above keep others out.
+bool IsOwnFolder(const std::string& path) {
+    const DWORD attributes = GetFileAttributesW(Wide(path, CP_UTF8).c_str());
+    const DWORD kinds = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
+    return attributes != INVALID_FILE_ATTRIBUTES &&
+           (attributes & kinds) == FILE_ATTRIBUTE_DIRECTORY;
+}
+
 unsigned long ProcessNumber() {
     return GetCurrentProcessId();
 }

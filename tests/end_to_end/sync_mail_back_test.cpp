@@ -1,9 +1,6 @@
 // The way back: what happens in the Maildir reaches Eudora.
 #include <gmock/gmock.h>
 
-#include <chrono>
-#include <random>
-
 #include "tests/end_to_end/sync_mail_program.h"
 
 namespace host::testing {
@@ -26,12 +23,6 @@ class SyncMailBack : public SyncMailProgram {
         ASSERT_EQ(m_odd.size(), 1u);
         ASSERT_EQ(Unlimited().code, 4);
         ASSERT_EQ(Mail().code, 4);
-    }
-    // How often a text stands in the files of a folder and those below it.
-    int Count(const std::string& folder, const std::string& text) {
-        int count = 0;
-        for (const auto& [name, content] : bench.Tree(folder)) count += CountOf(text, content);
-        return count;
     }
     fs::path First(const char* part) {
         std::vector<fs::path> files;
@@ -153,65 +144,6 @@ TEST_F(SyncMailBack, ARestoreUndoesDamage) {
     EXPECT_EQ(Faults("E", InEudora() - 1), m_odd);
     const Outcome last = Mail();
     EXPECT_EQ(last.code, 0) << last.out;
-}
-
-// Changes on both sides, a run killed after a random time, a whole run: everything is there on both
-// sides, once. The mails that appear in Eudora come through a second Maildir.
-TEST_F(SyncMailBack, AKillLosesAndDoublesNothing) {
-    const std::string other = "@N";
-    const auto syncOther = [&] {
-        return bench.Kvsync("sync mail --eudora @E --maildir " + other).code;
-    };
-    ASSERT_EQ(syncOther(), 4);
-    std::mt19937 random(20260101);
-    double whole = 0.3;
-    int killed = 0;
-    for (int round = 0; round < 16; ++round) {
-        SCOPED_TRACE("round " + std::to_string(round));
-        const std::string number = std::to_string(round) + ".";
-        Deliver("N/new/n" + number + "x", "inEudora" + number);
-        ASSERT_EQ(syncOther(), 4);
-        const std::size_t count = InEudora();
-        for (const char* letter : {"a", "b"}) {
-            Deliver("M/new/" + (letter + number) + "x", "arriving" + (letter + number),
-                    letter[0] == 'a' ? "id" + number + "@x" : "");
-            Deliver("M/.Outbox/new/" + (letter + number) + "x", "departing" + (letter + number));
-        }
-        fs::remove(First("M/cur"));
-        std::uniform_real_distribution<double> moment(0.01, whole);
-        const auto start = std::chrono::steady_clock::now();
-        const bool isKilled =
-            bench.KvsyncKilled(moment(random), "sync mail --eudora @E --maildir @M").code == 137;
-        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
-        if (!isKilled) whole = std::min(whole, taken.count());
-        killed += isKilled;
-        const Outcome outcome = Mail();
-        ASSERT_TRUE(outcome.code == 0 || outcome.code == 4) << outcome.err << outcome.out;
-        ASSERT_EQ(Mail().code, 0);
-        ASSERT_EQ(InEudora(), count + 1) << outcome.out;
-        // The odd mail of the samples may be the one that was removed.
-        const auto faults = Faults("E", count - 1, true);
-        if (!faults.empty()) {
-            EXPECT_EQ(faults, m_odd);
-        }
-        const std::string listed = Listed();
-        EXPECT_EQ(CountOf("inEudora" + number, listed), 1);
-        EXPECT_EQ(Count("M", "Subject: inEudora" + number), 1);
-        for (const char* letter : {"a", "b"}) {
-            EXPECT_EQ(CountOf("arriving" + (letter + number), listed), 1) << letter;
-            EXPECT_EQ(Count("M", "Subject: arriving" + (letter + number)), 1) << letter;
-            const std::string text = "The text of departing" + (letter + number);
-            // The table tells what is queued: a text without a block is no mail.
-            EXPECT_EQ(CountOf("departing" + (letter + number), bench.Read("E/Out.toc")), 1)
-                << letter;
-            EXPECT_EQ(Count("M/.Sent", text), 1) << letter;
-            EXPECT_EQ(Count("M/.Outbox", text), 0) << letter;
-        }
-        EXPECT_EQ(bench.Read("E/Out.toc")[102], 2 * round + 2);
-        ASSERT_EQ(syncOther(), 4);
-        if (HasFailure()) return;
-    }
-    EXPECT_GT(killed, 0);
 }
 
 class RoundTrip : public SyncMailProgram {

@@ -48,12 +48,10 @@ class SyncMailProgram : public ::testing::Test {
     std::size_t InEudora() { return static_cast<std::size_t>(CountOf("\n", Listed())); }
 
     // What a reader of its own finds wrong in an in-box, but for the number of the mail; the mails
-    // from number `ours` on must be as the translator writes them. A kill leaves bytes behind.
-    std::multiset<std::string> Faults(const std::string& eudora, std::size_t ours,
-                                      bool wasKilled = false) {
+    // from number `ours` on must be as the translator writes them.
+    std::multiset<std::string> Faults(const std::string& eudora, std::size_t ours) {
         mailbox_check::Rules rules;
         rules.ours = static_cast<std::uint32_t>(ours);
-        rules.mayHaveLeftovers = wasKilled;
         const auto report = mailbox_check::Check(bench.Read(eudora + "/In.mbx"),
                                                  bench.Read(eudora + "/In.toc"), rules);
         EXPECT_GT(report.mails.size(), 0u);

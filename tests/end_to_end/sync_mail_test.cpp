@@ -79,6 +79,22 @@ TEST_F(SyncMailProgram, FollowsEudoraAndThePersonAtTheSameTime) {
     EXPECT_EQ(Mail().code, 0);
 }
 
+TEST_F(SyncMailProgram, TheWayOutOfADamagedStateDoublesNothing) {
+    ASSERT_EQ(Unlimited().code, 4);
+    const std::string both = "sync --eudora @E --contacts @C --maildir @M --state @state.db";
+    ASSERT_EQ(bench.Kvsync(both).code, 4);
+    const auto eudora = bench.Tree("E"), cards = bench.Tree("C"), mails = bench.Tree("M");
+    bench.Write("state.db", std::string(5000, 'x'));
+    const Outcome refused = bench.Kvsync(both);
+    EXPECT_EQ(refused.code, 3);
+    EXPECT_THAT(refused.err, HasSubstr("move it away"));
+    fs::remove(bench.Path("state.db"));
+    EXPECT_EQ(bench.Kvsync(both).code, 0);
+    EXPECT_EQ(bench.Tree("E"), eudora);
+    EXPECT_EQ(bench.Tree("C"), cards);
+    EXPECT_EQ(bench.Tree("M"), mails);
+}
+
 // The second block tells of 300 MB, which its mailbox has, as a hole.
 TEST_F(SyncMailProgram, OneMailThatCannotBeReadIsNamedAndKeepsNoOther) {
     ASSERT_EQ(Unlimited().code, 4);

@@ -111,6 +111,26 @@ TEST_F(MailWriter, StoresAWholeMailThatReadsBackAsItWas) {
     EXPECT_EQ(poor.status, kStatusUnread);
 }
 
+TEST_F(MailWriter, SweepsLeftoverFoldersAndFollowsNoLink) {
+    const fs::path temp = fs::path(incoming->Path()).parent_path(), home = temp / "home";
+    for (const fs::path& folder : {home, temp / "kvsync-test-left"}) {
+        fs::create_directory(folder);
+        test::WriteDisk(folder / "letter", "x");
+    }
+    for (const char* name : {"kvsync-test", "kvsync-test-planted"}) {
+        fs::create_directory_symlink(home, temp / name);
+    }
+    incoming.reset();
+    const auto made = IncomingFolder::Create("test");
+    ASSERT_TRUE(made) << made.Error().Message();
+    EXPECT_TRUE(fs::exists(home / "letter"));
+    EXPECT_FALSE(fs::exists(temp / "kvsync-test-left"));
+    EXPECT_EQ(fs::status((*made)->Path()).permissions(), fs::perms::owner_all);
+    for (const char* name : {"home", "kvsync-test", "kvsync-test-planted"}) {
+        fs::remove_all(temp / name);
+    }
+}
+
 TEST_F(MailWriter, ChangesStatesAndRemoves) {
     std::vector<std::string> ids;
     for (const char* name : {"a@x", "b@x", "c@x"}) {

@@ -1,8 +1,9 @@
-"""The mails of tools/kill_sweep.sh.
+"""What tools/kill_sweep.sh changes and compares.
 
-    kill_sweep_mails.py change DIR   4 removals, 6 read states, 5 new mails and 2 to send in DIR/M
-    kill_sweep_mails.py tell DIR     what is in DIR/X (Eudora's in-box, exported), DIR/M with its
-                                     subfolders, and Eudora's Out
+    kill_sweep_sides.py change DIR   in DIR/M 4 removals, 6 read states, 5 new mails and 2 to send; a
+                                     contact in DIR/E and one in DIR/C
+    kill_sweep_sides.py tell DIR     what is in DIR/X (Eudora's in-box, exported), DIR/M with its
+                                     subfolders, Eudora's Out, its nickname file, and DIR/C
 """
 import email
 import glob
@@ -46,6 +47,10 @@ def change(place):
         put(os.path.join(maildir, "new"), number, ["a.png"] if number else ["a.png", "b.txt"])
     for number in (6, 7):
         put(os.path.join(maildir, ".Outbox", "new"), number, ["report.pdf"])
+    with open(os.path.join(place, "E", "nndbase.txt"), "ab") as book:
+        book.write(b"\r\nalias newone new@example.org\r\nnote newone <name:New One>x")
+    with open(os.path.join(place, "C", "other.vcf"), "w") as card:
+        card.write("BEGIN:VCARD\nVERSION:4.0\nFN:Other\nX-OWN:kept\nEND:VCARD\n")
 
 
 def lines_of(folder):
@@ -70,12 +75,22 @@ def out_lines(place):
                 yield re.sub(r"\S*\\", "", line)
 
 
+def contact_lines(place):
+    with open(os.path.join(place, "E", "nndbase.txt"), "rb") as book:
+        yield from book.read().decode("cp1252", "replace").splitlines()
+    for path in glob.glob(f"{place}/C/*"):
+        with open(path, encoding="utf-8") as card:
+            yield re.sub(r"(UID|REV):.*?\n", "", card.read()).replace("\n", "|")
+
+
 def tell(place):
     for name in ("X", "M", "M/.Sent", "M/.Outbox"):
         for line in sorted(lines_of(os.path.join(place, name))):
             print(name, line)
     for line in out_lines(place):
         print("Out", line)
+    for line in sorted(contact_lines(place)):
+        print("contacts", line)
 
 
 {"change": change, "tell": tell}[sys.argv[1]](sys.argv[2])
