@@ -90,8 +90,7 @@ const Key kKeys[] = {
 // From the configuration file, from the command line, and from both, where the latter wins.
 TEST(SetUp, EachKeyOfTheConfigurationFileWorks) {
     const Bench bench;
-    bench.Write("fields",
-                "GetAppInfo 0 \"C:\\\\Eudora\\\\nndbase.txt\"\nOpen\nFields\n");
+    bench.Write("fields", "GetAppInfo 0 \"C:\\\\Eudora\\\\nndbase.txt\"\nOpen\nFields\n");
     fs::create_directories(bench.Path("config/kvsync"));
     bench.Write("E/nndbase.txt",
                 "alias ann a@x\nnote ann <phone:1>\nalias bob b@x\nalias cy c@x\n");
