@@ -54,12 +54,9 @@ std::string Format(const char* format, Arguments... arguments) {
     return buffer;
 }
 
-// The clock counts in finer steps than seconds and so reaches less far than dates do; beyond its
-// ends the zone counts as it is there.
-std::chrono::system_clock::time_point ForClock(sys_seconds point) {
-    constexpr sys_seconds kFirst = sys_days(std::chrono::year(1700) / 1 / 1);
-    constexpr sys_seconds kLast = sys_days(std::chrono::year(2200) / 1 / 1);
-    return std::clamp(point, kFirst, kLast);
+// Where the zone has left that time out, what holds then counts.
+seconds StandardOffset(sys_seconds local, platform::Clock& clock) {
+    return clock.StandardOffset(local).value_or(clock.UtcOffset(local));
 }
 
 // The local time that the text tells.
@@ -108,8 +105,8 @@ MailDate ConvertMailDate(const char* text, platform::Clock& clock, bool isJapane
     const Parts parts(local);
     // The UTC fields are read as local time once more. The distance of the two is the zone, the
     // second one is the number, and where daylight saving holds at that time its fields follow it.
-    const sys_seconds utc = local - clock.StandardOffset(ForClock(local));
-    const sys_seconds twice = utc - clock.StandardOffset(ForClock(utc));
+    const sys_seconds utc = local - StandardOffset(local, clock);
+    const sys_seconds twice = utc - StandardOffset(utc, clock);
     const std::string zone = ZoneText(utc - twice);
     const std::string time = Format("%02d:%02d:%02d", parts.Hour(), parts.Minute(), parts.Second());
 
@@ -118,7 +115,7 @@ MailDate ConvertMailDate(const char* text, platform::Clock& clock, bool isJapane
                                 parts.Day(), time.c_str(), parts.Year());
     date.line = Format("Date: %s, %02u %s %04d %s %s", parts.DayName(), parts.Day(),
                        parts.MonthName(), parts.Year(), time.c_str(), zone.c_str());
-    date.szDate = BlockDate(Parts(twice + clock.UtcOffset(ForClock(twice))), zone, isJapanese);
+    date.szDate = BlockDate(Parts(twice + clock.UtcOffset(twice)), zone, isJapanese);
     constexpr long long kMost = std::numeric_limits<std::uint32_t>::max();
     date.dwSeconds = static_cast<std::uint32_t>(
         std::clamp<long long>(twice.time_since_epoch().count(), 0, kMost));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 
 namespace platform {
 
@@ -9,10 +10,14 @@ class Clock {
     virtual ~Clock() = default;
     virtual std::chrono::system_clock::time_point Now() = 0;
     // The difference of local time to UTC at that instant, east positive.
-    virtual std::chrono::seconds UtcOffset(std::chrono::system_clock::time_point instant) = 0;
-    // The same of the zone's standard time: daylight saving takes no part. `instant` may be a local
-    // time as well as a time of UTC.
-    virtual std::chrono::seconds StandardOffset(std::chrono::system_clock::time_point instant) = 0;
+    virtual std::chrono::seconds UtcOffset(std::chrono::sys_seconds instant) = 0;
+    std::chrono::seconds UtcOffset(std::chrono::system_clock::time_point instant) {
+        return UtcOffset(std::chrono::floor<std::chrono::seconds>(instant));
+    }
+    // The same of the zone's standard time, daylight saving takes no part, at a local time that is
+    // given as if it were one of UTC. Nothing if the zone has no such time: some have left out a
+    // whole day.
+    virtual std::optional<std::chrono::seconds> StandardOffset(std::chrono::sys_seconds local) = 0;
     virtual void Sleep(std::chrono::milliseconds duration) = 0;
 };
 

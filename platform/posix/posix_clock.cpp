@@ -10,19 +10,23 @@ std::chrono::system_clock::time_point PosixClock::Now() {
     return std::chrono::system_clock::now();
 }
 
-std::chrono::seconds PosixClock::UtcOffset(std::chrono::system_clock::time_point instant) {
-    const time_t seconds = std::chrono::system_clock::to_time_t(instant);
+std::chrono::seconds PosixClock::UtcOffset(std::chrono::sys_seconds instant) {
+    const time_t seconds = instant.time_since_epoch().count();
     struct tm local = {};
     if (localtime_r(&seconds, &local) == nullptr) return std::chrono::seconds(0);
     return std::chrono::seconds(local.tm_gmtoff);
 }
 
-std::chrono::seconds PosixClock::StandardOffset(std::chrono::system_clock::time_point instant) {
-    const time_t seconds = std::chrono::system_clock::to_time_t(instant);
+std::optional<std::chrono::seconds> PosixClock::StandardOffset(std::chrono::sys_seconds local) {
+    const time_t seconds = local.time_since_epoch().count();
     struct tm fields = {};
-    if (gmtime_r(&seconds, &fields) == nullptr) return std::chrono::seconds(0);
+    if (gmtime_r(&seconds, &fields) == nullptr) return std::nullopt;
     fields.tm_isdst = 0;
-    return std::chrono::seconds(seconds - mktime(&fields));
+    // The result -1 is a time too; the weekday is set by a success alone.
+    fields.tm_wday = -1;
+    const time_t instant = mktime(&fields);
+    if (fields.tm_wday < 0) return std::nullopt;
+    return std::chrono::seconds(seconds - instant);
 }
 
 void PosixClock::Sleep(std::chrono::milliseconds duration) {

@@ -7,8 +7,8 @@ namespace platform::posix {
 class PosixClock : public Clock {
   public:
     std::chrono::system_clock::time_point Now() override;
-    std::chrono::seconds UtcOffset(std::chrono::system_clock::time_point instant) override;
-    std::chrono::seconds StandardOffset(std::chrono::system_clock::time_point instant) override;
+    std::chrono::seconds UtcOffset(std::chrono::sys_seconds instant) override;
+    std::optional<std::chrono::seconds> StandardOffset(std::chrono::sys_seconds local) override;
     void Sleep(std::chrono::milliseconds duration) override;
 };
 

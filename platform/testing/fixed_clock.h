@@ -15,10 +15,8 @@ class FixedClock : public Clock {
     int sleeps = 0;
 
     std::chrono::system_clock::time_point Now() override { return now; }
-    std::chrono::seconds UtcOffset(std::chrono::system_clock::time_point) override {
-        return offset;
-    }
-    std::chrono::seconds StandardOffset(std::chrono::system_clock::time_point) override {
+    std::chrono::seconds UtcOffset(std::chrono::sys_seconds) override { return offset; }
+    std::optional<std::chrono::seconds> StandardOffset(std::chrono::sys_seconds) override {
         return standardOffset.value_or(offset);
     }
     void Sleep(std::chrono::milliseconds duration) override {

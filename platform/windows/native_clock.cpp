@@ -10,10 +10,8 @@ std::chrono::system_clock::time_point NativeClock::Now() {
     return std::chrono::system_clock::now();
 }
 
-std::chrono::seconds NativeClock::UtcOffset(std::chrono::system_clock::time_point instant) {
-    // Whole seconds, for the system's split time drops what is below a millisecond.
-    const auto whole = std::chrono::floor<std::chrono::seconds>(instant);
-    const FILETIME fileTime = FileTimeOf(whole);
+std::chrono::seconds NativeClock::UtcOffset(std::chrono::sys_seconds instant) {
+    const FILETIME fileTime = FileTimeOf(instant);
     SYSTEMTIME utc, local;
     FILETIME localTime;
     if (!FileTimeToSystemTime(&fileTime, &utc) ||
@@ -21,12 +19,13 @@ std::chrono::seconds NativeClock::UtcOffset(std::chrono::system_clock::time_poin
         !SystemTimeToFileTime(&local, &localTime)) {
         return std::chrono::seconds(0);
     }
-    return std::chrono::duration_cast<std::chrono::seconds>(TimePointOf(localTime) - whole);
+    const FileTicks difference = TicksOf(localTime) - TicksOf(fileTime);
+    return std::chrono::round<std::chrono::seconds>(difference);
 }
 
-std::chrono::seconds NativeClock::StandardOffset(std::chrono::system_clock::time_point) {
+std::optional<std::chrono::seconds> NativeClock::StandardOffset(std::chrono::sys_seconds) {
     TIME_ZONE_INFORMATION zone;
-    if (GetTimeZoneInformation(&zone) == TIME_ZONE_ID_INVALID) return std::chrono::seconds(0);
+    if (GetTimeZoneInformation(&zone) == TIME_ZONE_ID_INVALID) return std::nullopt;
     return -std::chrono::minutes(zone.Bias + zone.StandardBias);
 }
 

@@ -27,11 +27,11 @@ TEST(ClockContract, DaylightSavingHasNoPartInStandardTime) {
                                       {2024y / March / 31, minutes::min()},
                                       {2024y / October / 27, minutes::min()}}) {
         for (auto hour = 0h; hour < 24h; ++hour) {
-            const system_clock::time_point instant = sys_days(day) + hour + 999ms;
+            const sys_seconds instant = sys_days(day) + hour;
             EXPECT_EQ(clock.StandardOffset(instant), standard)
                 << instant.time_since_epoch().count();
             if (actual != minutes::min()) {
-                EXPECT_EQ(clock.UtcOffset(instant), actual);
+                EXPECT_EQ(clock.UtcOffset(instant + 999ms), actual);
             }
         }
     }
@@ -39,10 +39,10 @@ TEST(ClockContract, DaylightSavingHasNoPartInStandardTime) {
 
 TEST(ClockContract, AnyInstantHasAnOffset) {
     platform::Clock& clock = platform::NativeSystem().clock;
-    const auto extreme = system_clock::time_point::min();
-    for (const auto instant : {extreme, system_clock::time_point::max(),
-                               system_clock::time_point(sys_days(1900y / March / 1) + 1ms)}) {
+    for (const sys_seconds instant :
+         {sys_days(100y / January / 1), sys_days(1900y / March / 1), sys_days(2500y / July / 1),
+          sys_days(9999y / December / 31)}) {
         EXPECT_LE(abs(clock.UtcOffset(instant)), 26h);
-        EXPECT_LE(abs(clock.StandardOffset(instant)), 26h);
+        EXPECT_LE(abs(clock.StandardOffset(instant).value_or(27h)), 26h);
     }
 }
