@@ -259,6 +259,7 @@ Status MemoryFiles::Copy(std::string_view from, std::string_view to) {
     if (!target) return target.Error();
     auto written = (*target)->Write(Find(from).node->content);
     const Place made = Find(to);
+    made.node->isReadOnly = Find(from).node->isReadOnly;
     if (!written) Detach(*made.folder, made.node);
     return written;
 }
