@@ -1,5 +1,7 @@
 #include "mailstore/eudora_mail.h"
 
+#include <utility>
+
 #include "frame/guard.h"
 #include "integration/dialogs/eudora_options_dlg.h"
 #include "platform/mfc/text_case.h"
@@ -37,7 +39,7 @@ CREudoraMail::~CREudoraMail() {
     m_bAppReady = false;
     FreeNewMessage();
     FreeRecords(m_lstOutBoxMails);
-    FreeRecords(m_lstNewMails);
+    FreeNewMails();
 }
 
 CMapi& CREudoraMail::Mapi() {
@@ -45,14 +47,29 @@ CMapi& CREudoraMail::Mapi() {
 }
 
 void CREudoraMail::FreeNewMessage() {
-    if (m_lpNewMessage == nullptr) return;
-    std::list<MapiMessage*> record{m_lpNewMessage};
-    m_lpNewMessage = nullptr;
-    FreeRecords(record);
+    Mapi().FreeMessage(std::exchange(m_lpNewMessage, nullptr));
 }
 
+// Their files go with them, but for those that are all that is left of what the host handed over.
 void CREudoraMail::FreeRecords(std::list<MapiMessage*>& records) {
-    for (; !records.empty(); records.pop_front()) Mapi().FreeMessage(records.front());
+    for (; !records.empty(); records.pop_front()) {
+        MapiMessage& record = *records.front();
+        for (std::uint32_t i = 0; i < record.nFileCount; ++i) {
+            if (!IsOnlyCopy(record.lpFiles[i])) continue;
+            delete[] std::exchange(record.lpFiles[i].lpszPathName, nullptr);
+        }
+        Mapi().FreeMessage(&record);
+    }
+}
+
+// The files of a mail that may be stored stay in any case.
+void CREudoraMail::FreeNewMails() {
+    ReleaseStored(std::exchange(m_uncertain, 0));
+    FreeRecords(m_lstNewMails);
+}
+
+bool CREudoraMail::IsOnlyCopy(const MapiFileDesc& file) const {
+    return file.lpszPathName != nullptr && m_onlyCopies.contains(file.lpszPathName);
 }
 
 RRETURNCODE CREudoraMail::InitLocalVars() {

@@ -4,10 +4,13 @@
 #include <list>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
+#include <unordered_set>
 
 #include "frame/trans_base.h"
 #include "mailstore/id_map.h"
+#include "mailstore/new_mail_writer.h"
 #include "mapi/mapi.h"
 #include "platform/kvutil/kvutil.h"
 #include "platform/os/files.h"
@@ -58,7 +61,8 @@ class CREudoraMail : public CREudoraTransBase {
     // Starts Eudora and gives it time to come up (9.5 seconds) unless it runs already. 1 if it
     // could not be started, else 0.
     int RunEudoraPro();
-    // Appends the queued mails to the mailbox files. What cannot be written stays queued.
+    // Appends the queued mails to the mailbox files. What cannot be written stays queued; what the
+    // mailbox cannot take at all is dropped, and the messages name it.
     RRETURNCODE WriteNewMails();
     // Stores the noted read states in the .toc file; those of mails that stay queued stay noted.
     RRETURNCODE UpdateMailStatus();
@@ -107,6 +111,9 @@ class CREudoraMail : public CREudoraTransBase {
     RRETURNCODE SendQueuedMails();
     void FreeNewMessage();
     void FreeRecords(std::list<MapiMessage*>& records);
+    void FreeNewMails();
+    bool IsOnlyCopy(const MapiFileDesc& file) const;
+    void NameOnlyCopies(const std::list<MapiMessage*>& records);
 
     RRETURNCODE GiveField(int field, const MapiMessage& message, void* pCell);
     RRETURNCODE GiveText(const char* text, char*& cell);
@@ -124,6 +131,7 @@ class CREudoraMail : public CREudoraTransBase {
     bool PassesSizeLimit(const CString& path, bool& passes);
     CString NamePart(const char* path);
     bool StoreAttachment(const CRAttachmentInfo& item, MapiFileDesc& entry);
+    void DeleteSource(const CString& source, const char* copy);
     CString AttachPath(const CString& fileName);
 
     void SetStatus(std::int32_t status);
@@ -134,10 +142,18 @@ class CREudoraMail : public CREudoraTransBase {
     void NoteStatus();
     void ForgetAllIds();
     std::string MessageIdOf(const MapiMessage& record) const;
-    void ReleaseStored(std::size_t count);
-    void ReportFullMailbox(const CString& path);
+    void ReleaseStored(std::size_t count) noexcept;
+    RRETURNCODE DropNewMails();
+    RRETURNCODE ReportUnwritten(const mailstore::Appended& appended);
+    void ReportFile(const platform::Failure& failure, const CString& path);
+    RRETURNCODE DropBeyondFull();
+    void ReportNamed(long id, const CString& name);
     RRETURNCODE StoreMailStatus();
 
-    bool m_isStatusSet = false;  // the edit in hand has set the status
-    bool m_passedOver = false;   // the running MoveFirst has called MoveNext
+    bool m_isIndexed = false;   // numbers for new mails can be given
+    bool m_passedOver = false;  // the last MoveFirst has called MoveNext
+    std::unordered_set<std::uint32_t> m_idsOfTable;
+    std::size_t m_uncertain = 0;  // the first of m_lstNewMails, which may be stored already
+    // Copies in the Attach folder whose source was deleted for them.
+    std::set<std::string, std::less<>> m_onlyCopies;
 };

@@ -5,6 +5,7 @@
 #include "mailstore/eudora_mail.h"
 #include "mailstore/mail_attachments_names.h"
 #include "mailstore/record_text.h"
+#include "platform/os/code_page.h"
 #include "platform/os/path.h"
 
 using frame::Guarded;
@@ -13,6 +14,7 @@ using mailstore::kLongestPath;
 
 namespace {
 
+constexpr long kMsgCannotOpen = 1;
 // A file, and neither of the two OLE kinds.
 constexpr std::uint32_t kFileFlags = ~(mapi::kOle | mapi::kOleStatic);
 
@@ -62,6 +64,7 @@ RRETURNCODE CREudoraMail::NewAttachments(LPCTSTR listText) {
             // The record takes the entries with the first one that counts.
             if (record.lpFiles == nullptr) record.lpFiles = entries.release();
             ++record.nFileCount;
+            if (item.bDeleteSource != 0) DeleteSource(item.csFilePath, entry->lpszPathName);
             ++entry;
         }
         const bool isComplete = record.nFileCount == static_cast<std::uint32_t>(list.GetSize());
@@ -75,13 +78,23 @@ bool CREudoraMail::StoreAttachment(const CRAttachmentInfo& item, MapiFileDesc& e
     auto path = CopyOf(target.Str()), name = CopyOf(item.csDisplayName.Str());
     if (target.IsEmpty() || !files.Copy(item.csFilePath.Str(), target.Str())) {
         KV_LOG(1, "Unable to Copy the file");
+        const auto folder = files.Stat(m_csAttachDir.Str());
+        if (!folder || !folder->isFolder) {
+            Util().AddErrorText(Util().FormatString(kMsgCannotOpen, m_csAttachDir));
+        }
         return false;
     }
     entry.flFlags = kFileFlags;
     entry.lpszPathName = path.release();
     entry.lpszFileName = name.release();
-    if (item.bDeleteSource != 0) (void)files.Delete(item.csFilePath.Str());
     return true;
+}
+
+// Noted first: without the note the copy would go with its mail.
+void CREudoraMail::DeleteSource(const CString& source, const char* copy) {
+    if (copy == nullptr) return;
+    const auto noted = m_onlyCopies.insert(copy).first;
+    if (!Util().system.files.Delete(source.Str())) m_onlyCopies.erase(noted);
 }
 
 // Empty if the name is not one for a file in the Attach folder.
@@ -95,14 +108,24 @@ CString CREudoraMail::AttachPath(const CString& fileName) {
     return path.Str().size() > kLongestPath ? CString() : path;
 }
 
-// Ends at a path that is too long for a file.
+// Ends at a path that is too long for a file. The folder is read once, lest each of many successors
+// has to be looked for in it.
 CString CREudoraMail::MakeUniquePath(const CString& path) {
     platform::Files& files = Util().system.files;
-    auto parts = platform::SplitPath(path.Str(), Util().system.processes.CodePage());
-    std::string candidate = path.Str();
-    while (candidate.size() <= kLongestPath && !files.IsFree(candidate)) {
-        parts.name += '1';
-        candidate = JoinPath(parts);
+    if (files.IsFree(path.Str())) return path;
+    const unsigned codePage = Util().system.processes.CodePage();
+    auto parts = platform::SplitPath(path.Str(), codePage);
+    std::set<std::string> taken;
+    const auto pattern = parts.name + '*' + parts.extension;
+    if (const auto entries = files.List(parts.drive + parts.folder, pattern)) {
+        for (const auto& entry : *entries) taken.insert(platform::UpperCase(entry.name, codePage));
     }
+    std::string name, candidate;
+    do {
+        parts.name += '1';
+        name = platform::UpperCase(parts.name + parts.extension, codePage);
+        candidate = JoinPath(parts);
+    } while (candidate.size() <= kLongestPath &&
+             (taken.contains(name) || !files.IsFree(candidate)));
     return candidate;
 }

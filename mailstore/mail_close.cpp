@@ -7,12 +7,13 @@ using frame::Guarded;
 RRETURNCODE CREudoraMail::Close(int) {
     return Guarded("Close", [&] {
         KV_LOG(5, "Enter - CREudoraMail::Close");
-        RRETURNCODE result = SendQueuedMails();
+        RRETURNCODE result = Guarded("Close", [&] { return SendQueuedMails(); });
         if (m_pMapi != nullptr) m_pMapi->DeleteCurrentAttachments();
         m_pMapi = nullptr;
         if (WriteNewMails() != RRC_OK) result = RRC_FAILED;
         if (UpdateMailStatus() != RRC_OK) result = RRC_FAILED;
         DeleteAttachFile();
+        if (m_lstNewMails.empty()) m_onlyCopies.clear();
         return result;
     });
 }
@@ -27,6 +28,7 @@ RRETURNCODE CREudoraMail::SendQueuedMails() {
         FreeNewMessage();
         if (isSent) continue;
         KV_LOG(1, "Updatation failed in CREudoraMail::Close()\n");
+        NameOnlyCopies(m_lstOutBoxMails);
         FreeRecords(m_lstOutBoxMails);
         return RRC_FAILED;
     }

@@ -16,6 +16,7 @@ constexpr std::int32_t kReceived = 1;  // a status with this bit is a received m
 constexpr unsigned kOutBoxMask = 6;    // statuses of mails that do not stay here
 constexpr std::uint32_t kSenderClass = 0xFFFFFFFF;
 constexpr unsigned kMsgNoMemory = 20, kMsgNoFrom = 80;
+constexpr long kMsgNotRead = 88;
 
 // A text with bare line feeds gets the system's line ends; one with a return anywhere has its own.
 std::string NormalizeLineEnds(std::string_view text) {
@@ -40,6 +41,11 @@ std::string DateText(double date) {
 std::string_view TextOf(void* pCell) {
     const char* text = pCell != nullptr ? *static_cast<char**>(pCell) : nullptr;
     return text != nullptr ? text : "";
+}
+
+// An empty text changes nothing.
+void SetRecipients(std::string& recipients, std::string_view text) {
+    if (!text.empty()) recipients = text;
 }
 
 }  // namespace
@@ -77,9 +83,12 @@ RRETURNCODE CREudoraMail::AddNewRecord(RWORD) {
         (void)PrepareForAdd();
         // One that was begun and left is gone; a queued one is its queue's.
         FreeNewMessage();
-        m_bOutBoxRecord = false;
-        m_isStatusSet = false;
         Mapi().ClearMsgID();
+        // A number given now could be that of a mail that is there.
+        if (!m_isIndexed) {
+            ReportNamed(kMsgNotRead, MailboxPath(".mbx"));
+            return RRC_FAILED;
+        }
         if (CMapi::AllocMessage(m_lpNewMessage) == 0) {
             KV_LOG(1, "Failed to Allocate the memory in CREudoraMail::AddNewRecord\n");
             Util().AddError(kMsgNoMemory);
@@ -93,7 +102,7 @@ RRETURNCODE CREudoraMail::EditRecord() {
     return Guarded("EditRecord", [&] {
         KV_LOG(5, "Enter CREudoraMail::EditRecord\n");
         m_bAddNewRecord = 0;
-        m_isStatusSet = false;
+        Mapi().BeginEdit();
         return PrepareForEdit();
     });
 }
@@ -122,9 +131,8 @@ void CREudoraMail::SetStatus(std::int32_t status) {
         return;
     }
     KV_LOG(5, "CREudoraMail::SetField MailStatus = %x\n", bits);
-    // A mail in the out-box is no stored one: what happens to be current is another mail.
-    if (m_bOutBoxRecord) return;
-    m_isStatusSet = Mapi().SetMailStatus(bits) == 1;
+    // Behind a mail that waits to be sent, what happens to be current is another mail.
+    if (Mapi().NamesCurrent()) Mapi().SetMailStatus(bits);
 }
 
 void CREudoraMail::SetNewField(int field, void* pCell) {
@@ -135,14 +143,11 @@ void CREudoraMail::SetNewField(int field, void* pCell) {
             record.lpOriginator->ulRecipClass = kSenderClass;
             return mailstore::Assign(record.lpOriginator->lpszAddress, TextOf(pCell));
         case mailstore::kToField:
-            m_pszTo = TextOf(pCell);
-            return;
+            return SetRecipients(m_pszTo, TextOf(pCell));
         case mailstore::kCcField:
-            m_pszCc = TextOf(pCell);
-            return;
+            return SetRecipients(m_pszCc, TextOf(pCell));
         case mailstore::kBccField:
-            m_pszBcc = TextOf(pCell);
-            return;
+            return SetRecipients(m_pszBcc, TextOf(pCell));
         case mailstore::kSubjectField:
             return mailstore::Assign(record.lpszSubject, TextOf(pCell));
         case mailstore::kDateField:
@@ -161,18 +166,21 @@ void CREudoraMail::SetNewField(int field, void* pCell) {
     }
 }
 
-// The next number that no known mail has.
+// The next number that no mail of the mailbox and no waiting one has. It and the text are kept
+// before they count, lest half of them stays.
 void CREudoraMail::GiveId(std::string_view messageId) {
     KV_LOG(5, "              m_bAddNewRecord = %d\n", m_bAddNewRecord);
     KV_LOG(5, "CREudoraMail::SetField NewRecord's MessageIdField\n");
+    std::uint32_t number = m_dwNextIndexID;
     std::string indexId;
     do {
-        indexId = mailstore::IndexIdOf(++m_dwNextIndexID);
-    } while (m_mapIndexIDToMessageID.Find(indexId));
-    Mapi().SetMsgID(indexId.c_str());
+        indexId = mailstore::IndexIdOf(++number);
+    } while (number == 0 || m_idsOfTable.contains(number) || m_mapIndexIDToMessageID.Find(indexId));
     const std::string name(messageId.empty() ? std::string_view(indexId) : messageId);
-    m_mapMessageIDToIndexID.Set(name, indexId);
     m_mapIndexIDToMessageID.Set(indexId, name);
+    m_mapMessageIDToIndexID.Set(name, indexId);
+    m_dwNextIndexID = number;
+    Mapi().SetMsgID(indexId.c_str());
     if (messageId.empty()) {
         KV_LOG(5, "*** SetField(EMAIL_MESSAGEID): csIndexID = %s\n", indexId.c_str());
     } else {

@@ -1,5 +1,6 @@
 // The eleven fields of a mail, and what the host receives for each.
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 #include "frame/guard.h"
@@ -52,19 +53,22 @@ class RawField {
     RawField& operator=(const RawField&) = delete;
 
     char* Text() const { return static_cast<char*>(m_data); }
-    std::int32_t Number() const {
-        return Text() != nullptr ? static_cast<std::int32_t>(std::strtoll(Text(), nullptr, 10)) : 0;
-    }
 
   private:
-    static bool IsOwned(int field) {
-        return (field >= kToField && field <= kBccField) || field == kSizeField ||
-               field == kStatusField;
-    }
+    static bool IsOwned(int field) { return field >= kToField && field <= kBccField; }
 
     void* m_data = nullptr;
     bool m_isOwned;
 };
+
+std::size_t LengthOf(const char* text) {
+    return text != nullptr ? std::strlen(text) : 0;
+}
+
+RRETURNCODE GiveNumber(std::size_t number, void* pCell) {
+    *static_cast<std::int32_t*>(pCell) = static_cast<std::int32_t>(number);
+    return RRC_OK;
+}
 
 void LogIds(const mailstore::IdMap& messageIds) {
     messageIds.ForEach([](std::string_view indexId, std::string_view messageId) {
@@ -103,18 +107,19 @@ RRETURNCODE CREudoraMail::GetField(LPCTSTR pszFieldId, unsigned long*, void* pCe
 }
 
 RRETURNCODE CREudoraMail::GiveField(int field, const MapiMessage& message, void* pCell) {
-    if (field == kBodyField) return GiveBody(message, *static_cast<char**>(pCell));
-    const RawField raw(Mapi(), field);
-    if (field == kDateField) return GiveDate(raw.Text(), *static_cast<double*>(pCell));
-    if (field != kSizeField && field != kStatusField) {
-        return GiveText(raw.Text(), *static_cast<char**>(pCell));
+    switch (field) {
+        case kBodyField:
+            return GiveBody(message, *static_cast<char**>(pCell));
+        case kDateField:
+            return GiveDate(message.lpszDateReceived, *static_cast<double*>(pCell));
+        // Numbers need no memory: an update whose record is queued must not fail for want of it.
+        case kSizeField:
+            return GiveNumber(LengthOf(message.lpszNoteText), pCell);
+        case kStatusField:
+            return GiveNumber(StatusOfFlags(message.flFlags), pCell);
+        default:
+            return GiveText(RawField(Mapi(), field).Text(), *static_cast<char**>(pCell));
     }
-    auto& cell = *static_cast<std::int32_t*>(pCell);
-    cell = raw.Number();
-    if (field == kStatusField) {
-        cell = static_cast<std::int32_t>(StatusOfFlags(static_cast<std::uint32_t>(cell)));
-    }
-    return RRC_OK;
 }
 
 RRETURNCODE CREudoraMail::GiveText(const char* text, char*& cell) {

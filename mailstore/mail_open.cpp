@@ -47,6 +47,7 @@ CString CREudoraMail::MailboxPath(const char* extension) {
 }
 
 RRETURNCODE CREudoraMail::IndexMailbox() {
+    m_isIndexed = false;
     m_csMailboxName = Util().GetString(kStrMailboxName);
     const CString mbxPath = MailboxPath(".mbx"), tocPath = MailboxPath(".toc");
     // What it cannot make does not open either.
@@ -86,16 +87,21 @@ RRETURNCODE CREudoraMail::FillMaps(File& mbx, File& toc) {
     const std::uint32_t count = header->wNumberOfMsgs;
     m_mapMessageIDToIndexID.Reserve(count);
     m_mapIndexIDToMessageID.Reserve(count);
-    const auto lastId =
-        mailstore::ReadIndex(mbx, toc, count, [&](std::uint32_t msgId, std::string_view messageId) {
+    m_idsOfTable.clear();
+    const auto lastId = mailstore::ReadIndex(
+        mbx, toc, count, [&](std::uint32_t msgId, std::optional<std::string_view> messageId) {
+            // The library, too, takes the first of two mails with one id.
+            const bool isFirst = m_idsOfTable.insert(msgId).second;
+            if (!isFirst || !messageId) return;
             const std::string indexId = mailstore::IndexIdOf(msgId);
-            const std::string_view name = messageId.empty() ? indexId : messageId;
+            const std::string_view name = messageId->empty() ? indexId : *messageId;
             m_mapMessageIDToIndexID.Set(name, indexId);
             m_mapIndexIDToMessageID.Set(indexId, name);
             KV_LOG(5, "CREudoraMail::Open - IndexID = %s\n", indexId.c_str());
         });
     if (!lastId) return fail(lastId.Error());
     m_dwNextIndexID = std::max({1U, count, *lastId});
+    m_isIndexed = true;
     if (count > 0) KV_LOG(4, "@@@@@@@@ wNumberOfMsgs = %d\n", static_cast<int>(count));
     m_bBoxFileOpenFlag = count == 0 ? 1 : 0;
     return RRC_OK;
@@ -103,7 +109,7 @@ RRETURNCODE CREudoraMail::FillMaps(File& mbx, File& toc) {
 
 RRETURNCODE CREudoraMail::CreateMailboxFiles(const CString& mbx, const CString& toc) {
     platform::Files& files = Util().system.files;
-    // Nothing but a new file is ever written to: a file that cannot be seen may be there after all.
+    // Nothing but a new file is ever written to.
     const auto make = [&](const CString& path, std::string_view content) {
         const auto file = files.Open(path.Str(), OpenMode::kCreateNew, Share::kNone);
         if (!file) return false;
@@ -113,11 +119,11 @@ RRETURNCODE CREudoraMail::CreateMailboxFiles(const CString& mbx, const CString& 
         (void)files.Delete(path.Str());
         return false;
     };
-    if (!files.Exists(mbx.Str()) && !make(mbx, "")) {
+    if (files.IsFree(mbx.Str()) && !make(mbx, "")) {
         KV_LOG(1, "Failed to Create Inbox file = %s\n", mbx.Str().c_str());
         return RRC_FAILED;
     }
-    if (!files.Exists(toc.Str()) && !make(toc, mailstore::NewTocHeader())) {
+    if (files.IsFree(toc.Str()) && !make(toc, mailstore::NewTocHeader())) {
         KV_LOG(1, "Failed to Create Toc file = %s\n", toc.Str().c_str());
         return RRC_FAILED;
     }

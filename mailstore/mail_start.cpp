@@ -57,7 +57,9 @@ void CREudoraMail::MakeAttachFolder(CEudoraTransUtil& util) {
     if (!isClosed) folder += '\\';
     folder += "Attach";
     m_csAttachDir = folder + '\\';
-    if (!util.system.files.Exists(folder) && !util.system.files.CreateFolder(folder)) {
+    const auto info = util.system.files.Stat(folder);
+    const bool isThere = info && info->isFolder;
+    if (!isThere && !util.system.files.CreateFolder(folder)) {
         KV_LOG(1, "Unable to Create Directory in CREudoraMail::GetAppInfo\n");
     }
     KV_LOG(5, "Attachment Folder path = %s\n", m_csAttachDir.Str().c_str());

@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "mailstore/format/toc_records.h"
+#include "mailstore/format/mailbox_index.h"
 #include "mapi/records.h"
 #include "platform/kvutil/kvutil.h"
 
@@ -107,6 +107,7 @@ std::uint32_t StatusOfFlags(std::uint32_t flags) {
 
 platform::Status StoreStates(platform::File& toc,
                              const std::map<std::string, std::string>& states) {
+    if (const auto header = ReadTocHeaderToChange(toc); !header) return header.Error();
     const std::vector<NotedState> noted = Sorted(states);
     KV_LOG(5, "CREudoraMail::UpdateMailStatus  quick sort\n");
     std::vector<char> piece(kBlocksOfPiece * kMsgBlockSize);

@@ -19,7 +19,8 @@ std::uint32_t StatusOfFlags(std::uint32_t flags);
 
 // Stores read states in a .toc file that is open for reading and writing: one pass over its
 // blocks, of which only those are written whose id, as a number, is a key of `states`. The values
-// are status numbers in decimal. A block that the end of the file cuts short is left alone.
+// are status numbers in decimal. A block that the end of the file cuts short is left alone, and so
+// is, with kCorrupt, a file that is no table of contents of Eudora for Windows.
 platform::Status StoreStates(platform::File& toc, const std::map<std::string, std::string>& states);
 
 }  // namespace mailstore

@@ -1,55 +1,53 @@
 // What Close carries out in the mailbox files: new mails first, then the noted read states, which
 // reach the new mails too.
-#include <iterator>
 #include <vector>
 
 #include "frame/guard.h"
 #include "mailstore/eudora_mail.h"
 #include "mailstore/mail_status.h"
-#include "mailstore/new_mail_writer.h"
 
-using platform::File;
+using frame::Guarded;
+using platform::ErrorCode;
 using platform::OpenMode;
 using platform::Share;
 
 namespace {
 
 constexpr long kStrFrom = 41, kStrAttachment = 77;
-constexpr unsigned kMsgCannotOpen = 1;
+constexpr unsigned kMsgDiskFull = 19, kMsgNoMemory = 20;
+constexpr long kMsgCannotOpen = 1, kMsgFull = 85, kMsgKeptFile = 86, kMsgForeignToc = 87;
 
 }  // namespace
 
 RRETURNCODE CREudoraMail::WriteNewMails() {
-    if (m_lstNewMails.empty()) return RRC_OK;
-    const CString mbxPath = MailboxPath(".mbx"), tocPath = MailboxPath(".toc");
-    const auto mbx = OpenMailboxFile(mbxPath, OpenMode::kReadWrite, Share::kRead, "WriteNewMails");
-    const auto toc = mbx != nullptr ? OpenMailboxFile(tocPath, OpenMode::kReadWrite, Share::kRead,
-                                                      "WriteNewMails")
-                                    : nullptr;
-    if (toc == nullptr) {
-        FreeRecords(m_lstNewMails);
-        return RRC_FAILED;
-    }
-    std::vector<mailstore::NewMail> mails;
-    for (const MapiMessage* record : m_lstNewMails) mails.push_back({record, MessageIdOf(*record)});
-    const mailstore::AppendPlace place{
-        *mbx,
-        *toc,
-        Util().system.clock,
-        {Util().GetString(kStrFrom).Str(), Util().GetString(kStrAttachment).Str()},
-        Util().system.processes.CodePage(),
-        Util().csLanguage == "JP",
-        m_dwNextIndexID};
-    const mailstore::Appended appended = mailstore::AppendMails(place, mails);
-    ReleaseStored(appended.written);
-    if (appended.failure) {
-        KV_LOG(1, "%s in CREudoraMail::WriteNewMails()\n", appended.failure->Message().c_str());
-        Util().AddErrorText(Util().FormatString(kMsgCannotOpen, mbxPath));
-        return RRC_FAILED;
-    }
-    if (appended.refused == 0) return RRC_OK;
-    ReportFullMailbox(mbxPath);
-    return RRC_FAILED;
+    return Guarded("WriteNewMails", [&] {
+        if (m_lstNewMails.empty()) return RRC_OK;
+        constexpr const char* kOperation = "WriteNewMails";
+        const auto open = [&](const char* extension) {
+            return OpenMailboxFile(MailboxPath(extension), OpenMode::kReadWrite, Share::kRead,
+                                   kOperation);
+        };
+        const auto mbx = open(".mbx");
+        const auto toc = mbx != nullptr ? open(".toc") : nullptr;
+        if (toc == nullptr) return DropNewMails();
+        std::vector<mailstore::NewMail> mails;
+        for (const MapiMessage* record : m_lstNewMails) {
+            mails.push_back({record, MessageIdOf(*record)});
+        }
+        const mailstore::AppendPlace place{
+            *mbx,
+            *toc,
+            Util().system.clock,
+            {Util().GetString(kStrFrom).Str(), Util().GetString(kStrAttachment).Str()},
+            Util().system.processes.CodePage(),
+            Util().csLanguage == "JP",
+            m_dwNextIndexID};
+        const mailstore::Appended appended = mailstore::AppendMails(place, mails, m_uncertain);
+        m_uncertain = appended.uncertain;
+        ReleaseStored(appended.written);
+        if (appended.failure) return ReportUnwritten(appended);
+        return appended.refused == 0 ? RRC_OK : DropBeyondFull();
+    });
 }
 
 std::string CREudoraMail::MessageIdOf(const MapiMessage& record) const {
@@ -61,14 +59,52 @@ std::string CREudoraMail::MessageIdOf(const MapiMessage& record) const {
 }
 
 // The stored mails name their files in the Attach folder, which stay.
-void CREudoraMail::ReleaseStored(std::size_t count) {
+void CREudoraMail::ReleaseStored(std::size_t count) noexcept {
     for (; count > 0; --count) {
         Mapi().FreeMessage(m_lstNewMails.front(), true);
         m_lstNewMails.pop_front();
     }
 }
 
-void CREudoraMail::ReportFullMailbox(const CString& path) {
+RRETURNCODE CREudoraMail::ReportUnwritten(const mailstore::Appended& appended) {
+    if (appended.isOutOfMemory) {
+        KV_LOG(1, "Out of memory in CREudoraMail::WriteNewMails()\n");
+        Util().AddError(kMsgNoMemory);
+        return RRC_FAILED;
+    }
+    KV_LOG(1, "%s in CREudoraMail::WriteNewMails()\n", appended.failure->Message().c_str());
+    ReportFile(*appended.failure, MailboxPath(appended.isOfToc ? ".toc" : ".mbx"));
+    return appended.failure->code == ErrorCode::kCorrupt ? DropNewMails() : RRC_FAILED;
+}
+
+void CREudoraMail::ReportFile(const platform::Failure& failure, const CString& path) {
+    if (failure.code == ErrorCode::kCorrupt) return ReportNamed(kMsgForeignToc, path);
+    Util().AddErrorText(Util().FormatString(kMsgCannotOpen, path));
+    if (failure.code == ErrorCode::kNoSpace) Util().AddError(kMsgDiskFull);
+}
+
+// A bundle without the text still names the thing.
+void CREudoraMail::ReportNamed(long id, const CString& name) {
+    const CString text = Util().FormatString(id, name);
+    Util().AddErrorText(text.IsEmpty() ? name : text);
+}
+
+// Mails that are not going to be stored, with all that is known of them.
+RRETURNCODE CREudoraMail::DropNewMails() {
+    NameOnlyCopies(m_lstNewMails);
+    FreeNewMails();
+    return RRC_FAILED;
+}
+
+RRETURNCODE CREudoraMail::DropBeyondFull() {
+    KV_LOG(1, "No room for %d mails in CREudoraMail::WriteNewMails()\n",
+           static_cast<int>(m_lstNewMails.size()));
+    for (const MapiMessage* record : m_lstNewMails) {
+        std::string name(record->lpszConversationID);
+        if (record->lpszSubject != nullptr) name += " \"" + std::string(record->lpszSubject) + '"';
+        ReportNamed(kMsgFull, name);
+    }
+    NameOnlyCopies(m_lstNewMails);
     for (const MapiMessage* record : m_lstNewMails) {
         const std::string indexId(record->lpszConversationID);
         if (const auto messageId = m_mapIndexIDToMessageID.Find(indexId)) {
@@ -77,18 +113,26 @@ void CREudoraMail::ReportFullMailbox(const CString& path) {
         m_mapIndexIDToMessageID.Erase(indexId);
         m_mapMailStatus.erase(indexId);
     }
-    const auto count = std::to_string(m_lstNewMails.size());
-    FreeRecords(m_lstNewMails);
-    KV_LOG(1, "No room for %s mails in CREudoraMail::WriteNewMails()\n", count.c_str());
-    Util().AddErrorText(
-        (path.Str() + ": the mailbox is full; mails that were not stored: " + count).c_str());
+    FreeNewMails();
+    return RRC_FAILED;
+}
+
+void CREudoraMail::NameOnlyCopies(const std::list<MapiMessage*>& records) {
+    for (const MapiMessage* record : records) {
+        for (std::uint32_t i = 0; i < record->nFileCount; ++i) {
+            const MapiFileDesc& file = record->lpFiles[i];
+            if (IsOnlyCopy(file)) ReportNamed(kMsgKeptFile, file.lpszPathName);
+        }
+    }
 }
 
 RRETURNCODE CREudoraMail::UpdateMailStatus() {
     const platform::WaitCursor cursor(Util().system.dialogs);
     KV_LOG(5, "- Enter - CREudoraMail::UpdateMailStatus MailStatus Count = %d\n",
            static_cast<int>(m_mapMailStatus.size()));
-    const RRETURNCODE result = m_mapMailStatus.empty() ? RRC_OK : StoreMailStatus();
+    const RRETURNCODE result = m_mapMailStatus.empty()
+                                   ? RRC_OK
+                                   : Guarded("UpdateMailStatus", [&] { return StoreMailStatus(); });
     // A mail that still waits needs its state when it is written.
     std::map<std::string, std::string> waiting;
     for (const MapiMessage* record : m_lstNewMails) {
@@ -106,6 +150,6 @@ RRETURNCODE CREudoraMail::StoreMailStatus() {
     const auto stored = mailstore::StoreStates(*toc, m_mapMailStatus);
     if (stored) return RRC_OK;
     KV_LOG(1, "%s in CREudoraMail::UpdateMailStatus()\n", stored.Error().Message().c_str());
-    Util().AddErrorText(Util().FormatString(kMsgCannotOpen, path));
+    ReportFile(stored.Error(), path);
     return RRC_FAILED;
 }

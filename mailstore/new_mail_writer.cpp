@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
+#include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "mailstore/format/mailbox_index.h"
@@ -10,6 +13,7 @@ namespace mailstore {
 
 namespace {
 
+using platform::ErrorCode;
 using platform::Failure;
 using platform::SeekFrom;
 using platform::Status;
@@ -31,35 +35,63 @@ std::size_t Arrived(platform::File& file, std::uint64_t position, std::string_vi
     return static_cast<std::size_t>(end - wanted.begin());
 }
 
+std::uint32_t IdOf(const MapiMessage& record) {
+    return MsgIdOf(record.lpszConversationID != nullptr ? record.lpszConversationID : "");
+}
+
 // One run of AppendMails. The counters say how far each file has got.
 class Appender {
   public:
-    Appender(const AppendPlace& place, std::span<const NewMail> mails)
-        : m_place(place), m_mails(mails) {}
+    Appender(const AppendPlace& place, std::span<const NewMail> mails, std::size_t uncertain)
+        : m_place(place), m_mails(mails) {
+        m_result.uncertain = uncertain;
+    }
 
     Appended Run() {
-        if (const Status started = Start(); !started) return {0, 0, started.Error()};
-        WriteTexts();
-        const std::size_t refused = m_mails.size() - m_room;
-        WriteBlocks();
-        WriteHeader();
-        return {m_counted, refused, m_failure};
+        bool isStarted = false;
+        Attempt([&] { isStarted = Start(); });
+        if (isStarted) Attempt([&] { Write(); });
+        if (m_result.failure && isStarted) Attempt([&] { CutBack(); });
+        m_result.written += m_counted;
+        return std::move(m_result);
     }
 
   private:
-    Status Start();
+    bool Start();
+    bool LookForUncertain();
+    bool IsTailOurs(std::uint64_t tocSize);
+    void Write();
     bool Add(std::string& piece, const NewMail& mail);
     void WriteTexts();
     bool WriteTextPiece(std::string_view piece);
     void WriteBlocks();
     bool WriteBlockPiece(std::string_view piece);
     void WriteHeader();
-    void RestoreHeader(std::uint16_t newCount);
-    void CutBack(std::size_t mails);
+    void RestoreHeader(std::string_view before, std::uint16_t newCount);
+    void CutBack();
 
-    bool IsDone(const Status& status) {
-        if (!status && !m_failure) m_failure = status.Error();
-        return static_cast<bool>(status);
+    // Memory that runs out is a failure among others: what was done is to be told and cut back.
+    template <class Step>
+    void Attempt(const Step& step) {
+        try {
+            step();
+        } catch (const std::bad_alloc&) {
+            if (!m_result.failure) m_result.failure.emplace();
+            m_result.isOutOfMemory = true;
+        }
+    }
+    // Notes the first failure, and whose it is.
+    template <class Result>
+    bool IsDone(const platform::File& file, const Result& result) {
+        if (!result && !m_result.failure) {
+            m_result.isOfToc = &file == &m_place.toc;
+            m_result.failure = result.Error();
+        }
+        return static_cast<bool>(result);
+    }
+    bool PutHeader(std::string_view bytes) {
+        return IsDone(m_place.toc, WriteAt(m_place.toc, 0, bytes)) &&
+               IsDone(m_place.toc, m_place.toc.Flush());
     }
     std::uint64_t TextEnd(std::size_t mails) const {
         if (mails == 0) return m_start;
@@ -71,26 +103,80 @@ class Appender {
 
     const AppendPlace& m_place;
     std::span<const NewMail> m_mails;
+    Appended m_result;
     TocHeader m_header;         // as it was
     std::uint64_t m_start = 0;  // of the first new text
     std::size_t m_room = 0;     // how many of the mails the mailbox takes
     std::vector<MsgBlock> m_blocks;
+    bool m_isTocOpen = false;   // for blocks: its end is where they begin
     std::size_t m_texts = 0;    // mails whose text is in its file
     std::size_t m_whole = 0;    // of these, mails whose block is in its file
     std::size_t m_counted = 0;  // of these, mails that the header counts
-    std::optional<Failure> m_failure;
 };
 
-Status Appender::Start() {
-    auto header = ReadTocHeader(m_place.toc);
-    if (!header) return header.Error();
+bool Appender::Start() {
+    auto header = ReadTocHeaderToChange(m_place.toc);
+    if (!IsDone(m_place.toc, header)) return false;
     m_header = *std::move(header);
-    const auto size = m_place.mbx.Seek(0, SeekFrom::kEnd);
-    if (!size) return size.Error();
-    m_start = *size;
+    const auto tocSize = m_place.toc.Size();
+    const auto mbxSize = m_place.mbx.Seek(0, SeekFrom::kEnd);
+    if (!IsDone(m_place.toc, tocSize) || !IsDone(m_place.mbx, mbxSize)) return false;
+    m_start = *mbxSize;
+    if (!LookForUncertain() || !IsTailOurs(*tocSize)) return false;
     m_room = std::min<std::size_t>(m_mails.size(), kMostMsgs - m_header.wNumberOfMsgs);
     m_blocks.reserve(m_room);
-    return {};
+    return true;
+}
+
+// The header counted them all or none.
+bool Appender::LookForUncertain() {
+    if (m_result.uncertain == 0) return true;
+    std::unordered_set<std::uint32_t> ids;
+    for (const NewMail& mail : m_mails.first(m_result.uncertain)) ids.insert(IdOf(*mail.record));
+    bool isThere = false;
+    const auto look = [&](const MailPlace& place) -> Status {
+        isThere = isThere || ids.contains(place.dwMsgId);
+        return {};
+    };
+    const auto looked = ForEachBlock(m_place.toc, m_header.wNumberOfMsgs, look);
+    if (!IsDone(m_place.toc, looked)) return false;
+    const std::size_t count = std::exchange(m_result.uncertain, 0);
+    if (!isThere) return true;
+    m_result.written = count;
+    m_mails = m_mails.subspan(count);
+    return IsDone(m_place.toc, m_place.toc.Flush());
+}
+
+// What lies behind the counted blocks gives way only if a run of ours left it there: blocks of
+// mails behind the last counted one, the last block perhaps cut short. Zeros are nothing.
+bool Appender::IsTailOurs(std::uint64_t tocSize) {
+    if (tocSize <= BlockEnd(0)) return true;
+    constexpr std::uint64_t kMost = std::uint64_t{kMostMsgs} * kMsgBlockSize;
+    std::string tail(static_cast<std::size_t>(std::min(tocSize - BlockEnd(0), kMost)), '\0');
+    const auto read = m_place.toc.ReadAt(BlockEnd(0), tail);
+    std::uint64_t lastEnd = 0;
+    const auto last = [&](const MailPlace& place) -> Status {
+        lastEnd = std::uint64_t{place.dwOffset} + place.dwLength;
+        return {};
+    };
+    const auto counted = ForEachBlock(m_place.toc, m_header.wNumberOfMsgs, last);
+    if (!IsDone(m_place.toc, read) || !IsDone(m_place.toc, counted)) return false;
+    bool isOurs = tocSize - BlockEnd(0) <= kMost;
+    tail.resize(tail.find_last_not_of('\0') + 1);
+    for (std::string_view rest = tail; !rest.empty();
+         rest.remove_prefix(std::min(rest.size(), kMsgBlockSize))) {
+        const auto place = MailPlace::Decode(rest.substr(0, kMsgBlockSize));
+        isOurs = isOurs && place.dwLength > 0 && place.dwOffset >= lastEnd &&
+                 std::uint64_t{place.dwOffset} + place.dwLength <= m_start;
+    }
+    return IsDone(m_place.toc, isOurs ? Status() : Status(Failure{ErrorCode::kCorrupt, ""}));
+}
+
+void Appender::Write() {
+    WriteTexts();
+    m_result.refused = m_mails.size() - m_room;
+    WriteBlocks();
+    WriteHeader();
 }
 
 // False if the mail would reach beyond what a block can tell.
@@ -120,28 +206,28 @@ void Appender::WriteTexts() {
         if (!WriteTextPiece(piece)) break;
         piece.clear();
     }
-    if (m_texts > 0 && !IsDone(m_place.mbx.Flush())) m_texts = 0;
+    if (m_texts > 0 && !IsDone(m_place.mbx, m_place.mbx.Flush())) m_texts = 0;
 }
 
 // The file is cut back at once, for the blocks need the room of a text that is not whole.
 bool Appender::WriteTextPiece(std::string_view piece) {
     const std::uint64_t at = TextEnd(m_texts);
-    if (IsDone(m_place.mbx.Write(piece))) {
+    if (IsDone(m_place.mbx, m_place.mbx.Write(piece))) {
         m_texts = m_blocks.size();
         return true;
     }
     const std::uint64_t end = at + Arrived(m_place.mbx, at, piece);
     while (m_texts < m_blocks.size() && TextEnd(m_texts + 1) <= end) ++m_texts;
-    IsDone(m_place.mbx.Truncate(TextEnd(m_texts)));
+    IsDone(m_place.mbx, m_place.mbx.Truncate(TextEnd(m_texts)));
     return false;
 }
 
 void Appender::WriteBlocks() {
     if (m_texts == 0) return;
-    // What lies behind the last counted block was left by a run that did not come to its end.
-    if (!IsDone(m_place.toc.Truncate(BlockEnd(0)))) return;
-    const auto moved = m_place.toc.Seek(static_cast<std::int64_t>(BlockEnd(0)), SeekFrom::kBegin);
-    if (!IsDone(moved ? Status() : Status(moved.Error()))) return;
+    m_isTocOpen = IsDone(m_place.toc, m_place.toc.Truncate(BlockEnd(0)));
+    if (!m_isTocOpen) return;
+    const auto begin = static_cast<std::int64_t>(BlockEnd(0));
+    if (!IsDone(m_place.toc, m_place.toc.Seek(begin, SeekFrom::kBegin))) return;
     std::string piece;
     for (std::size_t i = 0; i < m_texts; ++i) {
         piece += m_blocks[i].Encode();
@@ -149,49 +235,51 @@ void Appender::WriteBlocks() {
         if (!WriteBlockPiece(piece)) break;
         piece.clear();
     }
-    if (m_whole > 0 && !IsDone(m_place.toc.Flush())) m_whole = 0;
+    if (m_whole > 0 && !IsDone(m_place.toc, m_place.toc.Flush())) m_whole = 0;
 }
 
 bool Appender::WriteBlockPiece(std::string_view piece) {
-    const bool isWritten = IsDone(m_place.toc.Write(piece));
+    const bool isWritten = IsDone(m_place.toc, m_place.toc.Write(piece));
     m_whole +=
         (isWritten ? piece.size() : Arrived(m_place.toc, BlockEnd(m_whole), piece)) / kMsgBlockSize;
     return isWritten;
 }
 
+// From the first byte of a new header on the mails may be stored, until it is known better.
 void Appender::WriteHeader() {
-    if (m_whole == 0) return CutBack(0);
+    if (m_whole == 0) return;
     TocHeader header = m_header;
     header.wNumberOfMsgs = static_cast<std::uint16_t>(m_header.wNumberOfMsgs + m_whole);
     header.wHighestMsgId = static_cast<std::uint16_t>(m_place.highestMsgId & 0xFFFF);
-    Status written = WriteAt(m_place.toc, 0, header.Encode());
-    if (written) written = m_place.toc.Flush();
-    if (!IsDone(written)) return RestoreHeader(header.wNumberOfMsgs);
+    const std::string before = m_header.Encode(), after = header.Encode();
+    m_result.uncertain = m_whole;
+    if (!PutHeader(after)) return RestoreHeader(before, header.wNumberOfMsgs);
     m_counted = m_whole;
-    if (m_failure) CutBack(m_counted);
+    m_result.uncertain = 0;
 }
 
-// What the header counts now decides what the mails behind it are.
-void Appender::RestoreHeader(std::uint16_t newCount) {
-    if (IsDone(WriteAt(m_place.toc, 0, m_header.Encode()))) IsDone(m_place.toc.Flush());
+void Appender::RestoreHeader(std::string_view before, std::uint16_t newCount) {
+    const bool isRestored = PutHeader(before);
     const auto header = ReadTocHeader(m_place.toc);
     if (!header) return;
     if (header->wNumberOfMsgs == newCount) m_counted = m_whole;
-    if (m_counted > 0 || header->wNumberOfMsgs == m_header.wNumberOfMsgs) CutBack(m_counted);
+    if (isRestored || m_counted > 0) m_result.uncertain = 0;
 }
 
-// Only after a failure. A text and a block behind the counted ones do no harm: the next run writes
-// blocks over blocks, and no block leads to the text.
-void Appender::CutBack(std::size_t mails) {
-    if (!m_failure) return;
-    IsDone(m_place.mbx.Truncate(TextEnd(mails)));
-    IsDone(m_place.toc.Truncate(BlockEnd(mails)));
+// The blocks go first: as long as one of them stands behind the counted ones, so does its text, by
+// which the next run knows it.
+void Appender::CutBack() {
+    if (m_result.uncertain > 0) return;
+    if (m_isTocOpen && !IsDone(m_place.toc, m_place.toc.Truncate(BlockEnd(m_counted)))) return;
+    if (m_isTocOpen && !IsDone(m_place.toc, m_place.toc.Flush())) return;
+    IsDone(m_place.mbx, m_place.mbx.Truncate(TextEnd(m_counted)));
 }
 
 }  // namespace
 
-Appended AppendMails(const AppendPlace& place, std::span<const NewMail> mails) {
-    return Appender(place, mails).Run();
+Appended AppendMails(const AppendPlace& place, std::span<const NewMail> mails,
+                     std::size_t uncertain) {
+    return Appender(place, mails, uncertain).Run();
 }
 
 }  // namespace mailstore

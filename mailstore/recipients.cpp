@@ -24,12 +24,18 @@ std::vector<std::string> Pieces(std::string_view text, std::string_view separato
 
 void SetRecipients(MapiMessage& record, const std::vector<Recipient>& recipients) {
     if (recipients.empty()) return;
+    std::vector<std::unique_ptr<char[]>> texts;
+    for (const Recipient& recipient : recipients) {
+        texts.push_back(recipient.hasName ? CopyOf(recipient.address) : nullptr);
+        texts.push_back(CopyOf(recipient.address));
+    }
     record.lpRecips = new MapiRecipDesc[recipients.size()]{};
+    auto text = texts.begin();
     for (const Recipient& recipient : recipients) {
         MapiRecipDesc& entry = record.lpRecips[record.nRecipCount++];
         entry.ulRecipClass = recipient.recipientClass;
-        if (recipient.hasName) entry.lpszName = CopyOf(recipient.address).release();
-        entry.lpszAddress = CopyOf(recipient.address).release();
+        entry.lpszName = (text++)->release();
+        entry.lpszAddress = (text++)->release();
     }
 }
 

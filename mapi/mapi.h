@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "mapi/entry_points.h"
@@ -59,7 +60,10 @@ class CMapi {
     const char* MsgID() const { return m_szMsgID; }
     int ClearMsgID();
     // Names a new mail; the id is cut to the room there is.
-    void SetMsgID(const char* id) { mapi::CopyMessageId(m_szMsgID, id); }
+    void SetMsgID(const char* id) {
+        mapi::CopyMessageId(m_szMsgID, id);
+        m_isNamed = false;
+    }
     bool SeekValid() const { return m_bSeekValid != 0; }
     // What a walk in order does: the message that MsgID names becomes the seek point if there is
     // none yet; ConfirmSeek makes it valid.
@@ -80,6 +84,17 @@ class CMapi {
     // -1 if no message is current.
     int SetMailStatus(unsigned long status);
     long GetMailStatus();
+    // One edit of the current message; another message ends it. FinishEdit gives the status that
+    // SetMailStatus has stored since BeginEdit, if it has: from then on the message counts as
+    // having it.
+    void BeginEdit() { m_editStatus.reset(); }
+    std::optional<std::uint32_t> FinishEdit();
+    // The flags that the current message came with or that a finished edit has given it, whatever
+    // SetMailStatus has stored since.
+    std::uint32_t MailFlags() const { return m_flags; }
+    // Whether MsgID names the current message, and not one that a walk has stopped at, a record
+    // that is under construction or waits to be sent, or a mail that is deleted.
+    bool NamesCurrent() const { return m_isNamed && m_lpMessage.Get() != nullptr; }
 
     // Makes a built record the current message, and sends it first if its status says so. 1, or -1
     // with LastError. The record stays its owner's: the slot borrows it until the next read or
@@ -121,9 +136,10 @@ class CMapi {
     void WalkTo(const std::string& target, const char* seed);
     // Empties the slot; a message of the library's is given back, its files are deleted.
     void ReleaseCurrent();
+    void Arrive(const MapiMessage& message);
     char* Originator(const MapiMessage& message);
     void Send(MapiMessage& record);
-    bool DeleteFileOf(const MapiFileDesc& file);  // true if there was one
+    bool DeleteFileOf(const MapiFileDesc& file) noexcept;  // true if there was one
 
     platform::System m_system;
     std::uint32_t m_ulLastError = 0;
@@ -131,6 +147,9 @@ class CMapi {
     std::unique_ptr<platform::Library> m_hMapiLib;
     mapi::Session m_lhSession = 0;
     mapi::MessageSlot m_lpMessage;
+    bool m_isNamed = false;
+    std::uint32_t m_flags = 0;
+    std::optional<std::uint32_t> m_editStatus;
     std::int32_t m_bSeekValid = 0;
     mapi::MessageIdText m_szSeekFirst = {};
     mapi::EntryPoints m_entries;

@@ -79,6 +79,7 @@ int CMapi::FindNextMail(const char* seed) {
         m_szMsgID[mapi::kMessageIdSize - 1] = '\0';
         if (!WorthAnotherTry()) break;
     }
+    if (m_ulLastError == mapi::kSuccess) m_isNamed = false;
     return FindResult(m_ulLastError);
 }
 
@@ -91,12 +92,22 @@ int CMapi::ReadCurrentMail() {
         m_ulLastError = Call<mapi::ReadMailFn>(mapi::Entry::kReadMail, m_lhSession, 0, m_szMsgID,
                                                mapi::kPeek, 0, &message);
         // What a failed call left in the pointer is nobody's.
-        if (m_ulLastError == mapi::kSuccess) m_lpMessage.PutLibrarys(message);
+        if (m_ulLastError == mapi::kSuccess && message != nullptr) {
+            m_lpMessage.PutLibrarys(message);
+            Arrive(*message);
+        }
         if (!WorthAnotherTry()) break;
         Yield();
     }
     Yield();
     return ReadResult(m_ulLastError);
+}
+
+// Another message has become current.
+void CMapi::Arrive(const MapiMessage& message) {
+    m_isNamed = *m_szMsgID != '\0';
+    m_flags = message.flFlags;
+    m_editStatus.reset();
 }
 
 int CMapi::FindAndRead(const char* seed) {

@@ -122,7 +122,7 @@ void CMapi::GetRecipientList(int field, char*& text) {
 
 int CMapi::SetMailStatus(unsigned long status) {
     if (m_lpMessage.Get() == nullptr) return 0;
-    m_lpMessage.Get()->flFlags = static_cast<std::uint32_t>(status);
+    m_editStatus = m_lpMessage.Get()->flFlags = static_cast<std::uint32_t>(status);
     return 1;
 }
 

@@ -49,10 +49,15 @@ int CMapi::FreeMessage(MapiMessage* record, bool keepFiles) {
     return 1;
 }
 
-bool CMapi::DeleteFileOf(const MapiFileDesc& file) {
-    if (file.lpszPathName == nullptr || !m_system.files.Exists(file.lpszPathName)) return false;
-    (void)m_system.files.Delete(file.lpszPathName);
-    return true;
+// A file that cannot be deleted stays, for want of memory too: the records have to be freed.
+bool CMapi::DeleteFileOf(const MapiFileDesc& file) noexcept {
+    try {
+        if (file.lpszPathName == nullptr || !m_system.files.Exists(file.lpszPathName)) return false;
+        (void)m_system.files.Delete(file.lpszPathName);
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
 }
 
 void CMapi::_DeleteAttachments(const MapiMessage* record) {

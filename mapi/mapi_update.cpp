@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "mapi/mapi.h"
 #include "platform/kvutil/kvutil.h"
 
@@ -42,7 +44,14 @@ int CMapi::UpdateMail(MapiMessage* record) {
         ReleaseCurrent();
         m_lpMessage.PutBorrowed(record);
     }
+    Arrive(*record);
     return 1;
+}
+
+std::optional<std::uint32_t> CMapi::FinishEdit() {
+    const auto status = std::exchange(m_editStatus, std::nullopt);
+    if (status) m_flags = (*status & kReadBit) != 0 ? 0 : mapi::kUnread;
+    return status;
 }
 
 void CMapi::Send(MapiMessage& record) {
@@ -54,7 +63,9 @@ void CMapi::Send(MapiMessage& record) {
 int CMapi::DeleteMail() {
     m_ulLastError =
         Call<mapi::DeleteMailFn>(mapi::Entry::kDeleteMail, m_lhSession, 0, m_szMsgID, 0, 0);
-    return m_ulLastError == 0 ? 1 : -1;
+    if (m_ulLastError != 0) return -1;
+    m_isNamed = false;
+    return 1;
 }
 
 void CMapi::ReleaseCurrent() {

@@ -5,14 +5,18 @@
 
 #include "mailstore/format/message_id_scan.h"
 
+using platform::ErrorCode;
+using platform::Failure;
 using platform::File;
 using platform::Result;
+using platform::Status;
 
 namespace mailstore {
 
 namespace {
 
 constexpr std::size_t kBlocksAtOnce = 1024;
+constexpr std::uint16_t kHighestVersion = 0xFF;
 // The first piece of a mail is what the mails before it have needed, and each further piece of it
 // is four times as long.
 constexpr std::size_t kShortestPiece = 1024;
@@ -91,28 +95,47 @@ Result<TocHeader> ReadTocHeader(File& toc) {
     char bytes[kTocHeaderSize];
     const auto count = toc.ReadAt(0, bytes);
     if (!count) return count.Error();
-    if (const auto at = toc.Seek(kTocHeaderSize, platform::SeekFrom::kBegin); !at) {
-        return at.Error();
-    }
     return TocHeader::Decode(std::string_view(bytes, *count));
+}
+
+// A version of Eudora for Windows is a small number; the Macintosh writes its own with the high
+// byte first. What fits to the byte is a table whatever the version says.
+Result<TocHeader> ReadTocHeaderToChange(File& toc) {
+    auto header = ReadTocHeader(toc);
+    if (!header) return header;
+    const auto size = toc.Size();
+    if (!size) return size.Error();
+    const bool fits = *size == BlockOffset(header->wNumberOfMsgs);
+    if (!fits && header->Version() > kHighestVersion) return Failure{ErrorCode::kCorrupt, ""};
+    return header;
+}
+
+Status ForEachBlock(File& toc, std::uint32_t count, const VisitBlock& visit) {
+    const auto at = toc.Seek(kTocHeaderSize, platform::SeekFrom::kBegin);
+    if (!at) return at.Error();
+    BlockReader blocks(toc);
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const auto bytes = blocks.Next();
+        if (!bytes) return bytes.Error();
+        if (Status status = visit(MailPlace::Decode(*bytes)); !status) return status;
+    }
+    return {};
 }
 
 Result<std::uint32_t> ReadIndex(File& mbx, File& toc, std::uint32_t count,
                                 const IndexedMail& found) {
     const auto size = mbx.Size();
     if (!size) return size.Error();
-    BlockReader blocks(toc);
     MailReader mails(mbx, *size * kReadsOfFile + count * kReadsOfMail);
     std::uint32_t lastId = 0;
-    for (std::uint32_t i = 0; i < count; ++i) {
-        const auto bytes = blocks.Next();
-        if (!bytes) return bytes.Error();
-        const auto place = MailPlace::Decode(*bytes);
+    const Status status = ForEachBlock(toc, count, [&](const MailPlace& place) -> Status {
         lastId = place.dwMsgId;
         const auto scan = mails.Scan(place.dwOffset, place.dwLength);
         if (!scan) return scan.Error();
-        if (scan->FoundTo()) found(place.dwMsgId, scan->MessageId());
-    }
+        found(place.dwMsgId, scan->FoundTo() ? std::optional(scan->MessageId()) : std::nullopt);
+        return {};
+    });
+    if (!status) return status.Error();
     return lastId;
 }
 

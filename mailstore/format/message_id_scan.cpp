@@ -14,13 +14,7 @@ constexpr std::size_t kHeld = std::string_view("Message-ID: <").size() - 1;
 void MessageIdScan::Line::Append(std::string_view bytes) {
     if (text.empty()) bytes.remove_prefix(std::min(bytes.find_first_not_of('>'), bytes.size()));
     const auto end = bytes.find('>');
-    const std::string_view more = bytes.substr(0, end);
-    if (more.size() > kLongestMessageId - text.size()) {
-        text.clear();
-        ended = true;
-        return;
-    }
-    text += more;
+    text += bytes.substr(0, end);
     ended = end != std::string_view::npos;
 }
 

@@ -6,9 +6,6 @@
 
 namespace mailstore {
 
-// A longer text is no Message-ID; a mail with one counts as a mail without.
-inline constexpr std::size_t kLongestMessageId = 8192;
-
 // Finds the Message-ID of a stored mail in its bytes, which come in pieces of any size. What counts
 // is the text before the first "To: ", wherever that stands; the text ends at a zero byte. In it
 // the first "Message-ID: <" is looked for, and if there is none the first "Message-Id: <"; the id

@@ -76,6 +76,10 @@ std::string TocHeader::Encode() const {
     return out;
 }
 
+std::uint16_t TocHeader::Version() const {
+    return *platform::ReadU16(bytes, 0);
+}
+
 std::string NewTocHeader() {
     std::string bytes(kTocHeaderSize, '\0');
     kNewStart.copy(bytes.data(), kNewStart.size());

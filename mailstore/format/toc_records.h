@@ -29,6 +29,7 @@ struct TocHeader {
     // Bytes that are missing at the end count as zero.
     static TocHeader Decode(std::string_view bytes);
     std::string Encode() const;
+    std::uint16_t Version() const;
 };
 
 // The 104 bytes of a new in-box without mails.

@@ -73,6 +73,16 @@ TEST_F(AttachmentsOutTest, TooLargeFilesAndOleObjectsCostNoCopy) {
     EXPECT_EQ(machine.files.AllFiles(), Texts{"C:\\lib\\a"});
 }
 
+// The next Close must be able to delete them.
+TEST_F(AttachmentsOutTest, CopiesOfReadOnlyFilesAreWritable) {
+    ShowFiles({1});
+    machine.files.SetReadOnly("C:\\lib\\a");
+    EXPECT_EQ(Listed(), "a.txt 1|");
+    mail.DeleteAttachFile();
+    EXPECT_EQ(machine.files.AllFiles(), Texts{"C:\\lib\\a"});
+    machine.files.SetReadOnly("C:\\lib\\a", false);
+}
+
 TEST_F(AttachmentsOutTest, NamesAreNamePartsOnly) {
     const std::pair<ScriptedMail::Text, const char*> rows[] = {
         {"..\\..\\evil.exe", "evil.exe"}, {"a/b/c.txt", "c.txt"}, {"D:x.txt", "x.txt"},
@@ -174,6 +184,17 @@ TEST_F(AttachmentsInTest, CopiesAreEnteredInOrder) {
     EXPECT_EQ(Content("r.txt") + Content("r1.txt") + Content("r11.txt"), "121");
     EXPECT_TRUE(machine.files.Get("C:\\src\\one")) << "stays without the flag";
     EXPECT_FALSE(machine.files.Get("C:\\src\\two"));
+}
+
+TEST_F(AttachmentsInTest, ManyFilesOfOneNameCostLittle) {
+    std::string name = "r";
+    for (int i = 0; i < 200; ++i, name += '1') {
+        machine.files.Put("C:\\E\\Attach\\" + name + ".TXT", "");
+    }
+    machine.faults.Arm(Fault::kNone, 0);
+    EXPECT_EQ(AddUnder("r.txt"), RRC_OK);
+    EXPECT_LE(machine.faults.Operations(), 10);
+    EXPECT_EQ(Content(name + ".txt"), "1");
 }
 
 TEST_F(AttachmentsInTest, EmptyListsAndNoRecordDoNothing) {

@@ -1,4 +1,5 @@
 #include "tests/mailstore/writing_fixture.h"
+#include "tests/support/failing_allocation.h"
 
 namespace {
 
@@ -9,7 +10,7 @@ class MailCloseFaultsTest : public WritingTest {
   protected:
     static constexpr std::uint32_t kOld = 3, kNew = 4;
 
-    void Load() {
+    void PutBox() {
         for (const auto& path : machine.files.AllFiles()) {
             if (path.starts_with("C:\\E\\")) (void)machine.files.Delete(path);
         }
@@ -20,6 +21,9 @@ class MailCloseFaultsTest : public WritingTest {
         box.Put(machine.files, "C:\\E");
         m_old = box.mbx;
         Restart();
+    }
+    void Load() {
+        PutBox();
         ASSERT_EQ(Open(), RRC_OK);
         mail->Add({.body = "out", .status = 2});
         for (std::uint32_t i = 0; i < kNew; ++i) mail->Add(New(i));
@@ -57,6 +61,14 @@ class MailCloseFaultsTest : public WritingTest {
         }
         return queued;
     }
+    std::uint64_t UsedBytes() {
+        std::uint64_t used = 0;
+        for (const auto& path : machine.files.AllFiles()) used += machine.files.Get(path)->size();
+        return used;
+    }
+    static bool IsFull(const Texts& errors, const char* file) {
+        return errors.size() >= 2 && errors.back() == "m19" && errors.end()[-2] == file;
+    }
     void ExpectRetryCompletes(bool hasStates = true) {
         ASSERT_EQ(Open(), RRC_OK);
         EXPECT_EQ(mail->Close(0), RRC_OK);
@@ -69,9 +81,10 @@ class MailCloseFaultsTest : public WritingTest {
     std::string m_old;
 };
 
-// A failure that passes: the next Close of the same object completes what this one could not.
+// A failure that passes: the next Close of the same object completes what this one could not. With
+// kKill nothing works until then, so that nobody can tell whether a header was written.
 TEST_F(MailCloseFaultsTest, OneOperationFails) {
-    for (const Fault fault : {Fault::kFail, Fault::kTornWrite}) {
+    for (const Fault fault : {Fault::kFail, Fault::kTornWrite, Fault::kKill}) {
         int partly = 0;
         bool fired = true;
         for (int n = 1; fired; ++n) {
@@ -82,26 +95,87 @@ TEST_F(MailCloseFaultsTest, OneOperationFails) {
             fired = machine.faults.Fired();
             machine.faults.Disarm();
             const Texts errors = DrainErrors();
-            const std::string stored = Stored(), queued = Queued();
-            const bool isDone = queued.empty() && States(kOld)[1] == '1';
+            const std::string stored = Stored(fault == Fault::kKill), queued = Queued();
+            const bool isDone = queued.empty() && States(kOld, true)[1] == '1';
             partly += !stored.empty() && !queued.empty();
             EXPECT_EQ(code != RRC_OK, !errors.empty());
             EXPECT_TRUE(isDone || code == RRC_FAILED);
             EXPECT_TRUE(fired || code == RRC_OK);
             if (stored.size() + queued.size() < kNew) {
                 EXPECT_EQ(stored + queued, "") << "a file that did not open";
-                EXPECT_THAT(errors.front(), ::testing::StartsWith("no <C:\\E"));
-                EXPECT_TRUE(machine.files.List("C:\\E\\Attach", "*")->empty());
+                EXPECT_THAT(errors, ::testing::Contains(::testing::StartsWith("no <C:\\E")));
+                EXPECT_TRUE(fault == Fault::kKill ||
+                            machine.files.List("C:\\E\\Attach", "*")->empty());
                 EXPECT_TRUE(mail->m_mapMailStatus.empty());
                 continue;
             }
-            const bool hasStates = !std::count(errors.begin(), errors.end(), "no <C:\\E\\In.toc>");
-            EXPECT_TRUE(hasStates || queued.empty());
-            ExpectRetryCompletes(hasStates);
+            if (fault == Fault::kKill && n % 2 == 0) {
+                // The object may go too: the files of what is perhaps stored stay.
+                mail.reset();
+                EXPECT_EQ(Stored(true), stored);
+                continue;
+            }
+            ExpectRetryCompletes(code == RRC_OK || (fault != Fault::kKill && !queued.empty()));
             ASSERT_LT(n, 500);
         }
         EXPECT_GT(partly, 0) << "what is whole is kept";
     }
+}
+
+// Memory that runs out at any point of a session is told, and a host that does once more what was
+// refused comes to the same end.
+TEST_F(MailCloseFaultsTest, OneAllocationFails) {
+    const std::string sources[] = {"C:\\src\\1", "C:\\src\\2"};
+    HostMail hosts[] = {New(0), New(2)};
+    hosts[1].status = 0x20001;
+    const std::string lists[] = {mail->Files({sources[0]}, true), mail->Files({sources[1]}, true)};
+    test::ForEachFailingAllocation([&](auto run) {
+        PutBox();
+        int refusals = 0;
+        bool isSettled = false;
+        const auto twice = [&](auto step) {
+            bool isDone = false;
+            try {
+                isDone = step();
+            } catch (const std::bad_alloc&) {
+            }
+            refusals += !isDone;
+            ASSERT_TRUE(isDone || step());
+        };
+        (void)run([&] {
+            twice([&] { return Open() == RRC_OK; });
+            for (int i : {0, 1}) {
+                twice([&] {
+                    machine.files.Put(sources[i], "one");
+                    return mail->TryAdd(hosts[i], lists[i].c_str(),
+                                        [&] { return !machine.files.Get(sources[i]); });
+                });
+            }
+            twice([&] { return mail->TryEdit("0x00000002", 0x20001); });
+            isSettled = refusals > 0;
+            twice([&] { return mail->Close(0) == RRC_OK; });
+            isSettled = isSettled || refusals == 0;
+        });
+        EXPECT_LE(refusals, 1);
+        EXPECT_EQ(Stored(), "02");
+        // States that could not be stored are lost, as the result of Close says.
+        EXPECT_TRUE(!isSettled || States(kOld) == "01001") << States(kOld);
+        (void)DrainErrors();
+    });
+}
+
+// Memory does not come back before Close is over.
+TEST_F(MailCloseFaultsTest, NoMemoryIsLeft) {
+    const auto closes = [&](auto run) {
+        Load();
+        RRETURNCODE code = RRC_OK;
+        ASSERT_TRUE(run([&] { code = mail->Close(0); })) << "nothing is thrown at the host";
+        EXPECT_TRUE(code == RRC_FAILED || Stored() == "0123");
+        if ((Stored(true) + Queued()).empty()) return;  // dropped, since a file did not open
+        ExpectRetryCompletes(false);
+        (void)DrainErrors();
+    };
+    test::ForEachFailingAllocation(closes, test::Shortage::kLasting);
 }
 
 // Nothing works from that point on, the power goes, and another program begins.
@@ -139,8 +213,7 @@ TEST_F(MailCloseFaultsTest, TheMachineDies) {
 // The disk fills at any byte: what fits is stored, the rest waits for room.
 TEST_F(MailCloseFaultsTest, TheDiskIsFull) {
     Load();
-    std::uint64_t used = 0;
-    for (const auto& path : machine.files.AllFiles()) used += machine.files.Get(path)->size();
+    const std::uint64_t used = UsedBytes();
     std::size_t most = 0;
     int partly = 0;
     for (std::uint64_t room = 0; most < kNew; room += room < 4000 ? 97 : 50021) {
@@ -153,7 +226,7 @@ TEST_F(MailCloseFaultsTest, TheDiskIsFull) {
         const std::string stored = Stored();
         EXPECT_EQ(stored + Queued(), "0123");
         EXPECT_EQ(code != RRC_OK, !errors.empty());
-        EXPECT_TRUE(Queued().empty() || errors.back() == "no <C:\\E\\In.mbx>");
+        EXPECT_TRUE(Queued().empty() || IsFull(errors, "no <C:\\E\\In.mbx>"));
         EXPECT_GE(stored.size(), most) << "more room takes no fewer mails";
         most = stored.size();
         partly += most > 0 && most < kNew;
@@ -161,6 +234,14 @@ TEST_F(MailCloseFaultsTest, TheDiskIsFull) {
         ASSERT_LT(room, 10'000'000U);
     }
     EXPECT_GT(partly, 10) << "a text that is not whole leaves its room to the blocks";
+    Load();
+    EXPECT_EQ(mail->Close(0), RRC_OK);
+    const std::uint64_t filled = UsedBytes();
+    Load();
+    machine.files.LimitDisk(filled - 300);
+    EXPECT_EQ(mail->Close(0), RRC_FAILED);
+    EXPECT_TRUE(IsFull(DrainErrors(), "no <C:\\E\\In.toc>")) << "the file that failed";
+    machine.files.LimitDisk(std::nullopt);
 }
 
 }  // namespace

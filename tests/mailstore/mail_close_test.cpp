@@ -62,19 +62,6 @@ TEST_F(MailCloseTest, RecordsGoWithTheObject) {
     EXPECT_EQ(util.mapi.UpdateMail(mail.m_lstNewMails.front()), 1) << "the session's message too";
 }
 
-TEST_F(MailCloseTest, NothingQueuedTouchesNothing) {
-    MailboxBuilder box;
-    box.Mail(1, MailText({})).Put(machine.files, "C:\\E");
-    OpenedMail mail;
-    for (int round = 0; round < 2; ++round) {
-        EXPECT_EQ(mail.Close(round), RRC_OK) << "without an Open too";
-        EXPECT_EQ(mail.OpenMailbox(util), RRC_OK);
-        EXPECT_EQ(mail.Close(0), RRC_OK);
-        EXPECT_EQ(Mbx() + Toc(), box.mbx + box.Toc());
-        EXPECT_EQ(mail.ToIndexId().size(), 1U) << "the maps stay";
-    }
-}
-
 TEST_F(MailCloseTest, DeletesItsOwnTemporaryFilesAlone) {
     OpenedMail mail;
     const std::string readOnly = temp + "QZVFFFF.TMP", inUse = temp + "Qzv long name.tmp";

@@ -1,3 +1,6 @@
+#include <functional>
+#include <tuple>
+
 #include "mailstore/recipients.h"
 #include "tests/mailstore/writing_fixture.h"
 
@@ -66,14 +69,15 @@ TEST_F(MailEditTest, ThreePlacesForRecords) {
     EXPECT_EQ(mail->Edit("0x00000002", 0x20001), "0x00000002/1") << "read from the raw number";
     EXPECT_EQ(mail->Edit("0x00000002", std::nullopt), "0x00000002/1") << "as it is stored";
     EXPECT_EQ(mail->Edit("0x00000001", std::nullopt), "0x00000001/131073");
-    EXPECT_EQ(mail->Edit("", 1), "/");
-    EXPECT_EQ(mail->m_mapMailStatus, (IdTexts{{"0x00000001", "131073"},
+    EXPECT_EQ(mail->GoToRecord("0x00000001"), RRC_OK);
+    EXPECT_EQ(mail->Edit("", 1), "/") << "the current mail, whose id is kept back";
+    EXPECT_EQ(mail->m_mapMailStatus, (IdTexts{{"0x00000001", "1"},
                                               {"0x00000002", "131073"},
                                               {"0x00000003", "1"},
                                               {"0x00000004", "131073"},
                                               {"0x00000007", "0"}}));
     EXPECT_EQ(mail->Close(0), RRC_OK);
-    EXPECT_EQ(States(2), "11010");
+    EXPECT_EQ(States(2), "01010");
     const auto out = machine.files.Get("C:\\E\\Out.toc").value_or("");
     EXPECT_EQ(mailstore::TocHeader::Decode(out).wNumberOfMsgs, 1) << "status 4 sends nothing";
 }
@@ -87,6 +91,42 @@ TEST_F(MailEditTest, OnlyTheStateOfAStoredMailChanges) {
     EXPECT_EQ(mail->Update(), "0x00000001/1");
     EXPECT_EQ(mail->Close(0), RRC_OK);
     EXPECT_EQ(Toc() + Mbx(), before);
+}
+
+// What one edit has set reaches its own mail, and that one only by an update.
+TEST_F(MailEditTest, AStatusBelongsToOneEdit) {
+    using Step = std::function<void(WritingMail&)>;
+    const auto edit = [](const char* id) { return [id](WritingMail& m) { m.EditRecord(id); }; };
+    const auto go = [](const char* id) { return [id](WritingMail& m) { m.GoToRecord(id); }; };
+    const auto set = [](std::int32_t to) { return [to](WritingMail& m) { m.SetCell("10", to); }; };
+    const Step again = [](WritingMail& m) { m.EditRecord(); };
+    const Step update = [](WritingMail& m) { (void)m.Update(); };
+    const Step close = [](WritingMail& m) { m.Close(0); };
+    const Step send = [](WritingMail& m) { m.Add({.status = 2}); };
+    const char *unread = "0x00000001", *read = "0x00000002", *sent = "0x00000003";
+    const std::tuple<const char*, std::vector<Step>, const char*> rows[] = {
+        {"nothing set", {edit(unread), update, edit(read), update, edit(sent), update}, "011"},
+        {"another mail", {edit(unread), set(0x20001), go(read), update}, "018"},
+        {"given up", {edit(read), set(1), again, update}, "018"},
+        {"given up", {edit(unread), set(0x20001), again, update}, "018"},
+        {"once more", {edit(unread), set(0x20001), update, close, again, update}, "118"},
+        {"no such mail", {edit(unread), set(0x20001), go("0x9"), again, set(1), update}, "018"},
+        {"one in the out-box", {go(read), send, again, set(1), update}, "018"},
+    };
+    for (const auto& [name, steps, states] : rows) {
+        SCOPED_TRACE(name);
+        MailboxBuilder()
+            .Mail(1, MailText({}), 0)
+            .Mail(2, MailText({}), 1)
+            .Mail(3, MailText({}), 8)
+            .Put(machine.files, "C:\\E");
+        Restart();
+        ASSERT_EQ(Open(), RRC_OK);
+        for (const Step& step : steps) step(*mail);
+        EXPECT_EQ(mail->Close(0), RRC_OK);
+        EXPECT_EQ(States(3), states);
+        (void)DrainErrors();
+    }
 }
 
 // Under AddressSanitizer: each record is released once.
@@ -116,7 +156,10 @@ TEST_F(MailEditTest, RecipientsJoinedAndSplit) {
         EXPECT_EQ(mailstore::SplitAddresses(text), split) << text;
     }
     ASSERT_EQ(Open(), RRC_OK);
-    mail->Add({.to = "a;b,c", .cc = "d", .bcc = ",", .status = 2});
+    EXPECT_EQ(mail->AddNewRecord(0), RRC_OK);
+    mail->Fill({.to = "a;b,c", .cc = "d", .bcc = ",", .status = 2});
+    for (const char* field : {"2", "3", "4"}) mail->Set(field, "");  // change nothing
+    (void)mail->Update();
     const MapiMessage& record = *mail->m_lstOutBoxMails.front();
     std::string all;
     for (std::uint32_t i = 0; i < record.nRecipCount; ++i) {
@@ -138,19 +181,20 @@ TEST_F(MailEditTest, DeletionsAreAtOnceAndOfTheRightMail) {
     EXPECT_EQ(mail->ToMessageId(), (IdTexts{{"0x00000002", "b"}}));
     EXPECT_TRUE(mail->m_mapMailStatus.empty());
     EXPECT_EQ(mail->GoToRecord("0x00000002"), RRC_OK);
-    EXPECT_EQ(mail->GoToRecord(""), RRC_OK);
-    EXPECT_EQ(mail->DeleteRecord(), RRC_FAILED) << "an out-box record is not the current mail";
+    mail->Add({.status = 2});
+    EXPECT_EQ(mail->DeleteRecord(), RRC_FAILED) << "an out-box record is not the mail before it";
     EXPECT_EQ(DrainErrors().size(), 1U);
     EXPECT_EQ(mail->DeleteRecord("0x00000009"), RRC_FAILED);
     EXPECT_EQ(Read(9).size(), 1U);
-    EXPECT_EQ(mail->ToIndexId().size(), 1U);
+    EXPECT_EQ(mail->GoToRecord("0x00000002"), RRC_OK);
+    EXPECT_EQ(mail->DeleteRecord(""), RRC_OK) << "the current mail";
+    EXPECT_EQ(Read(9).size(), 0U);
 }
 
 TEST_F(MailEditTest, AfterDeletingAllNumbersBeginAnew) {
     MailboxBuilder().Mail(8, MailText({})).Mail(9, MailText({})).Put(machine.files, "C:\\E");
     ASSERT_EQ(Open(), RRC_OK);
     EXPECT_EQ(mail->Add({.id = "waits"}), "0x0000000A/1");
-    EXPECT_EQ(mail->GoToRecord(""), RRC_OK);
     EXPECT_EQ(mail->DeleteAllRecords(), RRC_OK);
     EXPECT_EQ(mail->ToMessageId(), (IdTexts{{"0x0000000A", "waits"}}));
     for (const char* id : {"0x00000001/1", "0x00000002/1"}) EXPECT_EQ(mail->Add({}), id);
@@ -159,6 +203,42 @@ TEST_F(MailEditTest, AfterDeletingAllNumbersBeginAnew) {
     EXPECT_EQ(mail->Close(0), RRC_OK);
     EXPECT_NE(Mbx().find("<waits>"), std::string::npos);
     EXPECT_EQ(Read(9).size(), 4U);
+}
+
+// A mail that the limits hide outlives the deletion, and keeps its id and state for itself.
+TEST_F(MailEditTest, AfterDeletingAllButHiddenMails) {
+    const std::string big = std::string(3000, 'b') + "\r\n";
+    MailboxBuilder()
+        .Mail(7, MailText({}), 0)
+        .Mail(0xFFFFFFFE, MailText({"Message-ID: <big>"}, big), 0)
+        .Mail(1, "From ???@??? no recipient, so in no index\r\n\r\n" + big, 0)
+        .Put(machine.files, "C:\\E");
+    mail->m_appInfo.m_bLimitMailSize = 1;
+    mail->m_appInfo.m_nMailLimitKB = 2;
+    ASSERT_EQ(Open(), RRC_OK);
+    EXPECT_EQ(mail->DeleteAllRecords(), RRC_OK);
+    EXPECT_EQ(mail->ToIndexId().at("big"), "0xFFFFFFFE");
+    for (const char* id : {"0xFFFFFFFF", "0x00000002", "0x00000003"}) {
+        EXPECT_EQ(mail->Add({.status = 0x20001}), std::string(id) + "/131073");
+    }
+    EXPECT_EQ(mail->Close(0), RRC_OK);
+    EXPECT_EQ(States(9), "00111");
+}
+
+// Without an index a new number could be that of a mail that is there.
+TEST_F(MailEditTest, NothingIsAddedToAMailboxThatWasNotRead) {
+    MailboxBuilder()
+        .Mail(1, MailText({}))
+        .Mail(0xFFFFFFFF, MailText({}))
+        .Put(machine.files, "C:\\E");
+    machine.faults.Arm(platform::testing::Fault::kKill, 1);
+    EXPECT_EQ(Open(), RRC_FAILED);
+    machine.faults.Disarm();
+    (void)DrainErrors();
+    EXPECT_EQ(mail->AddNewRecord(0), RRC_FAILED);
+    EXPECT_EQ(DrainErrors(), Texts{"m88 <C:\\E\\In.mbx>"});
+    ASSERT_EQ(Open(), RRC_OK);
+    EXPECT_EQ(mail->Add({}), "0x00000002/1") << "neither 0 nor a number that is taken";
 }
 
 TEST_F(MailEditTest, AMailThatIsNotSentIsReported) {

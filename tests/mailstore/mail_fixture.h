@@ -52,6 +52,7 @@ class MailFixture : public FrameTest {
         platform::testing::FakeLibraries::Strings strings;
         for (unsigned id = 2; id < 90; ++id) strings[id] = "m" + std::to_string(id);
         strings[1] = "no <%s>";
+        for (unsigned id = 85; id <= 88; ++id) strings[id] = "m" + std::to_string(id) + " <%s>";
         strings[41] = "From";
         strings[77] = "Attachment Converted:";
         strings[79] = "In";

@@ -39,6 +39,8 @@ TEST_F(MailOpenTest, TiesTheTwoNamesOfAMail) {
         .Mail(6, "From ???@???\r\nno recipient\r\n")
         .Mail(7, MailText({"Reply-To: r", "Message-ID: <behind@x>"}))
         .Mail(8, MailText({"Message-ID: <one@x>"}))
+        .Mail(5, MailText({"Message-ID: <second of 5>"}))
+        .Mail(6, MailText({"Message-ID: <second of 6>"}))
         .Block(9, 1U << 31, 100)
         .Block(10, 0, 0xFFFFFFFF)
         .Put(machine.files, "C:\\E");
@@ -54,7 +56,7 @@ TEST_F(MailOpenTest, TiesTheTwoNamesOfAMail) {
                                                      {"two@x", "0x00ABCDEF"},
                                                      {"0x00000005", "0x00000005"},
                                                      {"0x00000007", "0x00000007"}}))
-        << "the last mail of an id has it";
+        << "the last mail of a Message-ID has it, the first of an id";
 }
 
 TEST_F(MailOpenTest, CounterAndDamagedTocFiles) {

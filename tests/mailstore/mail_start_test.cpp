@@ -100,6 +100,17 @@ TEST_F(MailStartTest, AttachFolder) {
         EXPECT_EQ(machine.files.Exists(folder), exists) << path;
         util.mapi.MapiLogoff();
     }
+    Register(locate::kAppPathsKey, "path", "C:\\E");
+    (void)machine.files.RemoveFolder("C:\\E\\Attach");
+    machine.files.Put("C:\\E\\Attach", "no folder");
+    OpenedMail mail;
+    const LogCapture log;
+    EXPECT_EQ(Start(mail), RRC_OK);
+    EXPECT_TRUE(log.Has("1 Unable to Create Directory in CREudoraMail::GetAppInfo\n"));
+    ASSERT_NE(CMapi::AllocMessage(mail.m_lpNewMessage), 0);
+    EXPECT_EQ(mail.NewAttachments("1\t0\ta\ta\tC:\\\\E\\\\Eudora.exe\n"), RRC_FAILED);
+    EXPECT_EQ(DrainErrors(), Texts{"no <C:\\E\\Attach\\>"});
+    EXPECT_EQ(machine.files.Get("C:\\E\\Attach"), "no folder");
 }
 
 TEST_F(MailStartTest, OnceForAnObjectAndOneSessionForAll) {

@@ -140,19 +140,84 @@ TEST_F(MailWriteTest, ABoxTakes65535Mails) {
     ASSERT_EQ(Open(), RRC_OK);
     mail->Add({.id = "last", .files = {"C:\\src\\1"}});
     mail->Add({.id = "beyond", .files = {"C:\\src\\1"}});
-    mail->Add({.id = "far beyond"});
+    EXPECT_EQ(mail->AddNewRecord(0), RRC_OK);
+    mail->Set("8", mail->Files({"C:\\src\\1"}, true));
+    EXPECT_EQ(mail->Update(), "0x00010001/131073");
     EXPECT_EQ(mail->Close(0), RRC_FAILED);
-    EXPECT_EQ(DrainErrors(),
-              Texts{"C:\\E\\In.mbx: the mailbox is full; mails that were not stored: 2"});
+    EXPECT_EQ(DrainErrors(), (Texts{"m85 <0x00010000 \"Hi\">", "m85 <0x00010001>",
+                                    "m86 <C:\\E\\Attach\\doc11.txt>"}));
     EXPECT_EQ(mailstore::TocHeader::Decode(Toc()).wNumberOfMsgs, 65535);
     EXPECT_EQ(Toc().size(), mailstore::BlockOffset(65535));
     EXPECT_NE(Mbx().find("<last>"), std::string::npos);
     EXPECT_EQ(Mbx().find("beyond"), std::string::npos);
     EXPECT_TRUE(machine.files.Get("C:\\E\\Attach\\doc.txt"));
     EXPECT_FALSE(machine.files.Get("C:\\E\\Attach\\doc1.txt")) << "of a mail that is not stored";
+    EXPECT_TRUE(machine.files.Get("C:\\E\\Attach\\doc11.txt")) << "all that is left of its source";
     EXPECT_EQ(mail->ToMessageId().size() + mail->ToIndexId().size(), 2U) << "of the last mail";
     EXPECT_TRUE(mail->m_lstNewMails.empty());
     EXPECT_EQ(mail->Close(0), RRC_OK) << "refused once";
+}
+
+// What stands in an In.toc that is no table of ours, or behind the mails that it counts, is never
+// cut or changed; what a run of ours left behind is.
+TEST_F(MailWriteTest, OnlyItsOwnLeftoversGiveWay) {
+    MailboxBuilder box;
+    box.Mail(1, MailText({})).Mail(2, MailText({}));
+    const std::string toc = box.Toc();
+    const auto block = [](std::uint32_t offset, std::uint32_t length) {
+        return MailboxBuilder().Block(9, offset, length).Toc().substr(104);
+    };
+    const auto end = static_cast<std::uint32_t>(box.mbx.size());
+    const std::string left = "left by a run", leftover = block(end, 4), second = block(end + 4, 9);
+    const std::string macintosh = std::string("\0\1", 2) + std::string(276, '\0');
+    std::string entries;
+    for (int i = 0; i < 20; ++i) entries += std::string(200, 'e') + std::string(20, '\0');
+    std::string odd = toc;
+    odd[1] = '\x7F';
+    const std::tuple<const char*, std::string, bool> rows[] = {
+        {"a Macintosh file", macintosh + entries, false},
+        {"an empty Macintosh file", macintosh, false},
+        {"a text", std::string(5000, 't'), false},
+        {"a short text", "no table", false},
+        {"bytes behind the blocks", toc + "more", false},
+        {"a mail that is not counted", toc + block(0, 20), false},
+        {"one that is not behind the last", toc + block(end - 1, 5), false},
+        {"one that is not in the file", toc + block(end, 200), false},
+        {"one after leftovers", toc + leftover + block(0, 20), false},
+        {"leftovers", toc + leftover + second, true},
+        {"leftovers, cut short", toc + leftover + second.substr(0, 20), true},
+        {"leftovers, not written out", toc + leftover + std::string(300, '\0'), true},
+        {"an unknown version, nothing behind it", odd, true},
+        {"no byte", "", true},
+        {"half a block", toc.substr(0, 400), true},
+    };
+    for (const auto& [name, bytes, isOurs] : rows) {
+        SCOPED_TRACE(name);
+        machine.files.Put("C:\\E\\In.mbx", box.mbx + left);
+        machine.files.Put("C:\\E\\In.toc", bytes);
+        machine.files.Put("C:\\src\\1", "one");
+        Restart();
+        ASSERT_EQ(Open(), RRC_OK);
+        mail->m_mapMailStatus["0x65656565"] = "131073";
+        EXPECT_EQ(mail->AddNewRecord(0), RRC_OK);
+        mail->Fill({});
+        mail->Set("8", mail->Files({"C:\\src\\1"}, true));
+        (void)mail->Update();
+        EXPECT_EQ(mail->Close(0), isOurs ? RRC_OK : RRC_FAILED);
+        const Texts errors = DrainErrors();
+        EXPECT_TRUE(machine.files.Get("C:\\E\\Attach\\doc.txt"));
+        (void)machine.files.Delete("C:\\E\\Attach\\doc.txt");
+        if (isOurs) {
+            EXPECT_EQ(Mbx().substr(0, end + left.size()), box.mbx + left);
+            EXPECT_EQ(Toc().size(),
+                      mailstore::BlockOffset(mailstore::TocHeader::Decode(Toc()).wNumberOfMsgs));
+            continue;
+        }
+        EXPECT_EQ(Mbx(), box.mbx + left);
+        EXPECT_EQ(Toc(), bytes);
+        EXPECT_EQ(errors.front(), "m87 <C:\\E\\In.toc>");
+        EXPECT_EQ(errors.at(1), "m86 <C:\\E\\Attach\\doc.txt>");
+    }
 }
 
 // A .mbx file that claims to be long.

@@ -77,9 +77,11 @@ Index Read(File& mbx, const MailboxBuilder& box) {
     auto toc = FileOf(box.Toc());
     Index index;
     const auto header = mailstore::ReadTocHeader(toc);
-    const auto last = mailstore::ReadIndex(
-        mbx, toc, header->wNumberOfMsgs,
-        [&](std::uint32_t id, std::string_view text) { index.mails.emplace_back(id, text); });
+    const auto last =
+        mailstore::ReadIndex(mbx, toc, header->wNumberOfMsgs,
+                             [&](std::uint32_t id, std::optional<std::string_view> text) {
+                                 if (text) index.mails.emplace_back(id, *text);
+                             });
     if (last) index.last = *last;
     return index;
 }

@@ -37,13 +37,13 @@ Answer AtOnce(std::string_view text) {
         text = text.substr(at + marker.size());
         text = text.substr(std::min(text.find_first_not_of('>'), text.size()));
         text = text.substr(0, text.find('>'));
-        return text.size() > mailstore::kLongestMessageId ? "" : std::string(text);
+        return std::string(text);
     }
     return "";
 }
 
 TEST(MessageIdScan, Table) {
-    const std::string longest(mailstore::kLongestMessageId, 'x');
+    const std::string longest(20000, 'x');
     const std::pair<std::string, Answer> rows[] = {
         {"Message-ID: <a@b>\r\n", {}},
         {"to: TO: To:\tTo:x", {}},
@@ -60,7 +60,7 @@ TEST(MessageIdScan, Table) {
         {"Message-ID: <a\0b>To: x"s, {}},
         {"Message-ID: <a>To: \0"s, "a"},
         {"Message-ID: <" + longest + ">To: ", longest},
-        {"Message-Id: <b>Message-ID: <" + longest + "y>To: ", ""},
+        {"Message-ID: <" + longest + "To: ", longest},
         {"Message-ID: <>" + std::string(20000, '>') + "a>To: ", "a"},
     };
     for (const auto& [text, answer] : rows) {

@@ -56,10 +56,30 @@ class WritingMail : public OpenedMail {
         if (status) SetCell("10", *status);
         return Update();
     }
+    // The same for a host that takes no for an answer. It needs no memory of its own.
+    bool TrySet(const char* field, const char* text) {
+        return SetField(field, nullptr, &text) == RRC_OK;
+    }
+    bool TryUpdate(std::int32_t status) {
+        CString id, info;
+        return SetField("10", nullptr, &status) == RRC_OK && UpdateRecord(id, info) == RRC_OK;
+    }
+    template <class AreTaken>
+    bool TryAdd(const HostMail& host, const char* files, const AreTaken& areTaken) {
+        return AddNewRecord(0) == RRC_OK && TrySet("1", host.from->c_str()) &&
+               TrySet("2", host.to->c_str()) && TrySet("5", host.subject->c_str()) &&
+               TrySet("7", host.body->c_str()) && TrySet("8", files) && areTaken() &&
+               TrySet("11", host.id->c_str()) && TryUpdate(host.status);
+    }
+    bool TryEdit(const char* id, std::int32_t status) {
+        return EditRecord(id) == RRC_OK && TryUpdate(status);
+    }
     // A list of files as text, as the host hands it over.
-    static std::string Files(const Texts& paths) {
+    static std::string Files(const Texts& paths, bool deletesSources = false) {
         CArray<CRAttachmentInfo> list;
-        for (const auto& path : paths) list.Add({0, 0, "doc.txt", "doc.txt", path.c_str()});
+        for (const auto& path : paths) {
+            list.Add({0, deletesSources, "doc.txt", "doc.txt", path.c_str()});
+        }
         CString text;
         EXPECT_EQ(AttachmentInfoToStr(list, text), RRC_OK);
         return text.Str();
