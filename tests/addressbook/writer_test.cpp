@@ -105,20 +105,6 @@ TEST_F(WriterTest, WhatBelongsToARecordGoesWithIt) {
               "alias \"b c\" 1\r\nnote \"b c\" 2\r\nalias \"b c\" stray");
 }
 
-TEST_F(WriterTest, MergesChangesIntoTheOrder) {
-    EXPECT_EQ(SavedAfter("alias b 1\nalias d 2\nalias f 3\n",
-                         [](CEudoraAB& book) {
-                             Add(book, "a", "x");
-                             Add(book, "e", "y");
-                             Add(book, "z", "z");
-                             Edit(book, "d", "6", "w");
-                             book.RemoveRecord("f");
-                         }),
-              "alias a x\r\nalias b 1\r\nalias d w\r\nalias e y\r\nalias z z");
-    EXPECT_EQ(SavedAfter("alias a 1,2,3\n", [](CEudoraAB& book) { Edit(book, "a", "6", ""); }),
-              "alias a ,2,3");
-}
-
 TEST_F(WriterTest, DeletesTheTableOfContentsOfTheFile) {
     machine.files.Put("C:\\Eudora\\NNDBASE.toc", "old");
     machine.files.Put("C:\\Eudora\\other.toc", "stays");
@@ -212,25 +198,22 @@ TEST_F(WriterTest, AFileIsReadUpToItsBadPlaceAndNeverWrittenBack) {
     }
 }
 
-// Any operation of an Opening that fails: RRC_FAILED, or a part of the records and a message.
+// Any operation of an opening that fails: a result, or a part of the records and a message.
 TEST_F(WriterTest, AnyFailureOfAnOpeningIsTold) {
-    const std::string content(300000, '\n');
-    for (const auto fault : {Fault::kFail, Fault::kKill}) {
-        int n = 1;
-        for (bool fired = true; fired; ++n) {
-            CEudoraAB book;
-            book.UseUtil(&util);
-            machine.files.Put(kBookPath, content);
-            machine.faults.Arm(fault, n);
-            const auto result = book.Open(kBookPath);
-            fired = machine.faults.Fired();
-            machine.faults.Disarm();
-            EXPECT_EQ(result != RRC_OK || !DrainErrors().empty(), fired) << n;
-            EXPECT_EQ(book.SaveRecords() != RRC_OK, fired) << n;
-            DrainErrors();
-        }
-        EXPECT_GT(n, 4);
+    int n = 1;
+    for (bool fired = true; fired; ++n) {
+        CEudoraAB book;
+        book.UseUtil(&util);
+        machine.files.Put(kBookPath, std::string(300000, '\n'));
+        machine.faults.Arm(Fault::kFail, n);
+        const auto result = book.Open(kBookPath);
+        fired = machine.faults.Fired();
+        machine.faults.Disarm();
+        EXPECT_EQ(result != RRC_OK || !DrainErrors().empty(), fired) << n;
+        EXPECT_EQ(book.SaveRecords() != RRC_OK, fired) << n;
+        DrainErrors();
     }
+    EXPECT_GT(n, 4);
 }
 
 // Where the system makes links: one planted beforehand is neither followed nor taken over.
