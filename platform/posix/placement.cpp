@@ -47,7 +47,7 @@ Status CopyByHand(const Copying& copy, off_t begin, off_t end) {
     while (begin < end) {
         const auto piece = std::min<off_t>(end - begin, static_cast<off_t>(buffer.size()));
         const auto count = pread(copy.from, buffer.data(), static_cast<std::size_t>(piece), begin);
-        if (count == 0) return {};
+        if (count == 0) break;
         if (count < 0 && errno == EINTR) continue;
         if (count < 0) return FromErrno(errno, copy.fromPath);
         for (ssize_t done = 0; done < count;) {
@@ -59,6 +59,8 @@ Status CopyByHand(const Copying& copy, off_t begin, off_t end) {
         }
         begin += count;
     }
+    // Somebody cut the file meanwhile.
+    if (begin < end && ftruncate(copy.to, begin) != 0) return FromErrno(errno, copy.toPath);
     return {};
 }
 
