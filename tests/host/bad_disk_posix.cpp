@@ -38,11 +38,7 @@ extern "C" ssize_t read(int file, void* buffer, size_t count) {
                     [&](size_t some) { return syscall(SYS_read, file, buffer, some); });
 }
 
-extern "C" ssize_t pread64(int file, void* buffer, size_t count, off64_t at) {
+extern "C" ssize_t pread(int file, void* buffer, size_t count, off_t at) {
     return ReadUpTo(BytesLeft(file, at), count,
                     [&](size_t some) { return syscall(SYS_pread64, file, buffer, some, at); });
-}
-
-extern "C" ssize_t pread(int file, void* buffer, size_t count, off_t at) {
-    return pread64(file, buffer, count, at);
 }
