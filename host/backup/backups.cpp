@@ -29,6 +29,11 @@ std::string TimeName(std::chrono::system_clock::time_point now) {
     return text;
 }
 
+bool IsId(std::string_view name) {
+    return name.size() >= 15 && name[8] == '-' &&
+           name.find_first_not_of("0123456789-") == std::string_view::npos;
+}
+
 std::string ToManifest(const Backup& backup) {
     nlohmann::json manifest = {{"reason", backup.reason}, {"absent", backup.absent}};
     manifest["files"] = nlohmann::json::array();
@@ -49,13 +54,24 @@ std::string Backups::Join(const std::string& folder, const std::string& name) co
 }
 
 platform::Result<std::string> Backups::NewFolder() {
-    if (auto status = MakeFolders(m_files, m_folder); !status) return status.Error();
     const std::string base = TimeName(m_clock.Now());
     for (int number = 1;; ++number) {
         const std::string id = number == 1 ? base : base + '-' + std::to_string(number);
         auto status = m_files.CreateFolder(Join(m_folder, id));
         if (status) return id;
         if (status.Error().code != ErrorCode::kAlreadyExists) return status.Error();
+    }
+}
+
+// Called under the lock, so that none of them is just being made.
+void Backups::RemoveLeftovers() {
+    const auto entries = m_files.List(m_folder, "*");
+    if (!entries) return;
+    for (const platform::FolderEntry& entry : *entries) {
+        const std::string folder = Join(m_folder, entry.name);
+        // A link to another folder is no leftover.
+        const bool isOurs = IsId(entry.name) && platform::LiesIn(m_files, folder, m_folder);
+        if (isOurs && m_files.IsFree(Join(folder, kManifest))) Discard(folder);
     }
 }
 
@@ -92,9 +108,14 @@ platform::Result<Backup> Backups::MakeOf(const std::string& nicknameFile,
 
 platform::Result<Backup> Backups::Make(const std::vector<std::string>& origins,
                                        const std::string& reason) {
+    if (auto status = MakeFolders(m_files, m_folder); !status) return status.Error();
+    const auto lock = m_files.Open(Join(m_folder, "lock"), platform::OpenMode::kReadWriteOrCreate,
+                                   platform::Share::kNone);
+    if (!lock) return lock.Error();
+    RemoveLeftovers();
     auto id = NewFolder();
     if (!id) return id.Error();
-    Backup backup{*id, reason, {}, {}};
+    Backup backup{*id, reason, {}, {}, {}};
     const std::string folder = Join(m_folder, *id);
     if (auto status = Fill(backup, folder, origins); !status) {
         Discard(folder);
@@ -109,14 +130,20 @@ platform::Status Backups::Fill(Backup& backup, const std::string& folder,
         auto info = m_files.Stat(origin);
         if (!info && info.Error().code != ErrorCode::kNotFound) return info.Error();
         if (!info) {
-            backup.absent.push_back(origin);
+            (m_files.IsFree(origin) ? backup.absent : backup.passedOver).push_back(origin);
             continue;
         }
         const std::string above = ParentFolder(m_files, origin);
         std::string name = above.empty() ? origin : origin.substr(above.size() + 1);
         if (m_files.Exists(Join(folder, name))) name.insert(0, std::to_string(backup.files.size()));
-        if (auto status = CopyFlushed(origin, Join(folder, name)); !status) return status;
-        backup.files.push_back({name, origin});
+        auto status = CopyFlushed(origin, Join(folder, name));
+        if (status) {
+            backup.files.push_back({name, origin});
+        } else if (status.Error().code == ErrorCode::kNotRegular) {
+            backup.passedOver.push_back(origin);
+        } else {
+            return status;
+        }
     }
     // The manifest comes last: with it the backup counts.
     return platform::WriteWhole(m_files, Join(folder, kManifest), ToManifest(backup));
@@ -139,7 +166,7 @@ platform::Result<Backup> Backups::ReadManifest(const std::string& id) {
     if (!text) return text.Error();
     try {
         const auto manifest = nlohmann::json::parse(*text);
-        Backup backup{id, manifest.at("reason"), {}, manifest.at("absent")};
+        Backup backup{id, manifest.at("reason"), {}, manifest.at("absent"), {}};
         for (const auto& file : manifest.at("files")) {
             backup.files.push_back({file.at("name"), file.at("origin")});
         }
@@ -189,6 +216,17 @@ void Backups::Unstage(const Backup& backup) {
     for (const BackupFile& file : backup.files) (void)m_files.Delete(SideOf(file.origin));
 }
 
+// Whether a file can take that place, before any does.
+platform::Status Backups::CheckPlace(const std::string& path) {
+    if (m_files.IsFree(path)) return {};
+    const auto info = m_files.Stat(path);
+    if (info && info->isReadOnly) return Refused(path + ": is read-only; make it writable");
+    const auto file = m_files.Open(path, platform::OpenMode::kRead, platform::Share::kReadWrite);
+    const auto code = file ? ErrorCode::kIo : file.Error().code;
+    if (code != ErrorCode::kNotRegular && code != ErrorCode::kNotFound) return {};
+    return Refused(path + ": is no regular file; move it away");
+}
+
 // A side file takes the place of the present one, so that a fault leaves the one or the other.
 platform::Status Backups::PutInPlace(const std::string& to) {
     const std::string side = SideOf(to);
@@ -206,8 +244,7 @@ platform::Result<Backup> Backups::Restore(
     std::vector<std::string> origins = backup->absent;
     for (const BackupFile& file : backup->files) origins.push_back(file.origin);
     for (const std::string& path : origins) {
-        const auto info = m_files.Stat(path);
-        if (info && info->isReadOnly) return Refused(path + ": is read-only; make it writable");
+        if (auto fits = CheckPlace(path); !fits) return fits.Error();
     }
     auto present = Make(origins, "before the restore of " + id);
     if (!present) return present.Error();

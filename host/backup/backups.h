@@ -18,11 +18,12 @@ struct Backup {
     std::string id;  // the time it was made, UTC: 20261124-131900
     std::string reason;
     std::vector<BackupFile> files;
-    std::vector<std::string> absent;  // what did not exist then; a restore removes it
+    std::vector<std::string> absent;      // what did not exist then; a restore removes it
+    std::vector<std::string> passedOver;  // just now, of a new one: what is no regular file
 };
 
 // Copies of Eudora's files in folders named by time. A backup counts from the moment when it is
-// complete; one that fails leaves nothing behind, and what a cut-off run left is passed over.
+// complete; one that fails leaves nothing behind, and what a cut-off run left goes with the next.
 class Backups {
   public:
     Backups(platform::Files& files, std::string folder, platform::Clock& clock)
@@ -51,6 +52,8 @@ class Backups {
   private:
     std::string Join(const std::string& folder, const std::string& name) const;
     platform::Result<std::string> NewFolder();
+    void RemoveLeftovers();
+    platform::Status CheckPlace(const std::string& path);
     platform::Status CopyFlushed(const std::string& from, const std::string& to);
     platform::Status Stage(const std::string& folder, const Backup& backup);
     void Unstage(const Backup& backup);

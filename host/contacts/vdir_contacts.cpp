@@ -11,6 +11,8 @@ namespace host {
 
 namespace {
 
+using platform::ErrorCode;
+
 constexpr std::uint64_t kLargestCard = 64u << 20;
 constexpr std::string_view kSidePrefix = ".kvsync-", kSideSuffix = ".tmp";
 
@@ -47,7 +49,7 @@ std::string VdirContacts::PathOf(const std::string& name) const {
 platform::Result<std::vector<StoreItem>> VdirContacts::List() {
     m_leftovers.clear();
     if (auto info = m_files.Stat(m_folder); !info) {
-        if (info.Error().code == platform::ErrorCode::kNotFound) return std::vector<StoreItem>{};
+        if (info.Error().code == ErrorCode::kNotFound) return std::vector<StoreItem>{};
         return info.Error();
     }
     auto entries = m_files.List(m_folder, "*");
@@ -59,22 +61,35 @@ platform::Result<std::vector<StoreItem>> VdirContacts::List() {
             m_leftovers.push_back(entry.name);
         }
         if (entry.name.starts_with('.') || !entry.name.ends_with(".vcf")) continue;
-        auto info = m_files.Stat(PathOf(entry.name));
-        if (info) {
-            items.push_back({entry.name, MarkerOf(*info)});
-        } else if (info.Error().code != platform::ErrorCode::kNotFound) {
-            return info.Error();
+        auto marker = Look(entry.name);
+        if (marker) {
+            items.push_back({entry.name, *std::move(marker)});
+        } else if (marker.Error().code == ErrorCode::kNotRegular) {
+            items.push_back({entry.name, {}});
+        } else if (marker.Error().code != ErrorCode::kNotFound) {
+            return marker.Error();
         }
     }
     return items;
 }
 
+platform::Result<std::string> VdirContacts::Look(const std::string& name) {
+    const std::string path = PathOf(name);
+    const auto info = m_files.Stat(path);
+    if (info) return MarkerOf(*info);
+    if (info.Error().code != ErrorCode::kNotFound || m_files.IsFree(path)) return info.Error();
+    return platform::Failure{ErrorCode::kNotRegular, path + " (a link that leads nowhere)"};
+}
+
+platform::Result<std::string> VdirContacts::ReadCard(const std::string& name) {
+    return platform::ReadWhole(m_files, PathOf(name), kLargestCard, platform::Share::kReadWrite);
+}
+
 platform::Result<StoredContact> VdirContacts::Read(const std::string& id) {
     // The time comes before the content: a change in between shows at the next look.
-    auto info = m_files.Stat(PathOf(id));
-    if (!info) return info.Error();
-    auto bytes =
-        platform::ReadWhole(m_files, PathOf(id), kLargestCard, platform::Share::kReadWrite);
+    auto marker = Look(id);
+    if (!marker) return marker.Error();
+    auto bytes = ReadCard(id);
     if (!bytes) return bytes.Error();
     Card card;
     if (auto error = card.Parse(*bytes)) {
@@ -82,7 +97,7 @@ platform::Result<StoredContact> VdirContacts::Read(const std::string& id) {
                        "; mend the file or move it out of the folder");
     }
     CardContent content = ReadFields(card);
-    return StoredContact{{id, MarkerOf(*info)},
+    return StoredContact{{id, *std::move(marker)},
                          std::move(content.contact),
                          std::move(content.uid),
                          content.beyond,
@@ -102,10 +117,12 @@ Contact VdirContacts::Hold(const Contact& contact) const {
     return held;
 }
 
-platform::Status VdirContacts::CheckUnchanged(const StoreItem& known) {
-    auto info = m_files.Stat(PathOf(known.id));
-    if (!info) return info.Error();
-    if (MarkerOf(*info) == known.marker) return {};
+platform::Result<std::string> VdirContacts::ReadUnchanged(const StoreItem& known) {
+    auto bytes = ReadCard(known.id);
+    if (!bytes) return bytes;
+    const auto marker = Look(known.id);
+    if (!marker) return marker;
+    if (*marker == known.marker) return bytes;
     return Failed(PathOf(known.id) + " changed during the run; the next run takes it as it is now");
 }
 
@@ -140,8 +157,7 @@ platform::Result<std::string> VdirContacts::Add(const Contact& values, const std
     const std::string uid = m_newUid();
     Card card = Card::Create("urn:uuid:" + uid);
     if (!like.empty()) {
-        auto bytes =
-            platform::ReadWhole(m_files, PathOf(like), kLargestCard, platform::Share::kReadWrite);
+        auto bytes = ReadCard(like);
         if (!bytes) return bytes.Error();
         if (card.Parse(*bytes)) return Failed(PathOf(like) + " changed during the run");
         SetUid(card, "urn:uuid:" + uid);
@@ -154,10 +170,8 @@ platform::Result<std::string> VdirContacts::Add(const Contact& values, const std
 
 platform::Result<std::string> VdirContacts::Change(const StoreItem& known, const Contact& values,
                                                    FieldSet which) {
-    if (auto status = CheckUnchanged(known); !status) return status.Error();
-    auto bytes =
-        platform::ReadWhole(m_files, PathOf(known.id), kLargestCard, platform::Share::kReadWrite);
-    if (!bytes) return bytes.Error();
+    auto bytes = ReadUnchanged(known);
+    if (!bytes) return bytes;
     Card card;
     if (card.Parse(*bytes)) return Failed(PathOf(known.id) + " changed during the run");
     WriteFields(card, Hold(values), which, m_clock.Now());
@@ -166,7 +180,7 @@ platform::Result<std::string> VdirContacts::Change(const StoreItem& known, const
 }
 
 platform::Status VdirContacts::Remove(const StoreItem& known) {
-    if (auto status = CheckUnchanged(known); !status) return status;
+    if (auto bytes = ReadUnchanged(known); !bytes) return bytes.Error();
     return m_files.Delete(PathOf(known.id));
 }
 

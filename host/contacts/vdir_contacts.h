@@ -21,7 +21,8 @@ class VdirContacts : public ContactStore {
           m_clock(clock),
           m_newUid(std::move(newUid)) {}
 
-    // A folder that is not there counts as empty; the first change makes it.
+    // A folder that is not there counts as empty; the first change makes it. What is no regular
+    // file is listed, but Read gives kNotRegular.
     platform::Result<std::vector<StoreItem>> List() override;
     // kRefused, with file and line, for what is no single vCard.
     platform::Result<StoredContact> Read(const std::string& id) override;
@@ -36,7 +37,9 @@ class VdirContacts : public ContactStore {
 
   private:
     std::string PathOf(const std::string& name) const;
-    platform::Status CheckUnchanged(const StoreItem& known);
+    platform::Result<std::string> Look(const std::string& name);
+    platform::Result<std::string> ReadCard(const std::string& name);
+    platform::Result<std::string> ReadUnchanged(const StoreItem& known);
     platform::Status Write(const std::string& name, const std::string& content, bool isNew);
     void RemoveLeftovers();
 

@@ -18,6 +18,7 @@ bool IsUnchanged(const RememberedSide& side, const StoreItem& item) {
 platform::Result<std::vector<StoredContact>> LoadSide(ContactStore& store, const Known& known,
                                                       RememberedSide RememberedPair::*side,
                                                       const Reader& read, const char* what,
+                                                      std::vector<std::string>& passedOver,
                                                       Progress& progress) {
     auto items = store.List();
     if (!items) return items.Error();
@@ -29,14 +30,21 @@ platform::Result<std::vector<StoredContact>> LoadSide(ContactStore& store, const
         progress.Step(what, i, items->size());
         StoreItem& item = (*items)[i];
         const auto found = known.find(item.id);
-        if (found != known.end() && IsUnchanged(found->second->*side, item)) {
-            const RememberedPair& pair = *found->second;
-            contacts.push_back(
-                {std::move(item), (pair.*side).contact, pair.uid, pair.beyond, true});
+        const RememberedPair* const pair = found != known.end() ? found->second : nullptr;
+        const auto keep = [&] {
+            const RememberedSide& kept = pair->*side;
+            contacts.push_back({kept.item, kept.contact, pair->uid, pair->beyond, true});
+        };
+        if (pair != nullptr && IsUnchanged(pair->*side, item)) {
+            keep();
             continue;
         }
         auto stored = read(item.id);
-        if (!stored) {
+        if (!stored && stored.Error().code == platform::ErrorCode::kNotRegular) {
+            passedOver.push_back(stored.Error().Message());
+            // What cannot be read is not gone.
+            if (pair != nullptr) keep();
+        } else if (!stored) {
             if (!firstFailure) firstFailure = stored.Error();
             ++failures;
         } else if (stored->isPerson) {
@@ -66,17 +74,20 @@ platform::Result<Sides> LoadSides(ContactStore& eudora, ContactStore& folder,
         knownEudora[pair.eudora.item.id] = &pair;
         knownFolder[pair.folder.item.id] = &pair;
     }
+    Sides sides;
     auto left = LoadSide(
         eudora, knownEudora, &RememberedPair::eudora,
         [&](const std::string& id) { return eudora.Read(id); }, "reading Eudora's contacts",
-        progress);
+        sides.passedOver, progress);
     if (!left) return left.Error();
     auto right = LoadSide(
         folder, knownFolder, &RememberedPair::folder,
         [&](const std::string& id) { return ReadFolderContact(eudora, folder, id); },
-        "reading the vCards", progress);
+        "reading the vCards", sides.passedOver, progress);
     if (!right) return right.Error();
-    return Sides{*std::move(left), *std::move(right)};
+    sides.eudora = *std::move(left);
+    sides.folder = *std::move(right);
+    return sides;
 }
 
 SideRules RulesOf(ContactStore& eudora, ContactStore& folder, unsigned codePage) {

@@ -10,7 +10,8 @@ platform::Result<StoredContact> ReadFolderContact(ContactStore& eudora, ContactS
                                                   const std::string& id);
 
 // Both sides as they are now. A contact whose marker is the remembered one is not read: it is as
-// it is remembered. kRefused if vCards cannot be read: the first one is named, the others counted.
+// it is remembered, and so is one whose vCard is no regular file any more. kRefused if vCards
+// cannot be read: the first one is named, the others counted.
 platform::Result<Sides> LoadSides(ContactStore& eudora, ContactStore& folder,
                                   const Remembered& remembered, Progress& progress);
 

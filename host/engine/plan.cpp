@@ -77,6 +77,7 @@ std::vector<std::string> DescribePlan(const Plan& plan, bool countsOnly) {
     for (const Notice& refused : plan.refused) {
         lines.push_back("refused by Eudora: " + refused.name + ": " + refused.text);
     }
+    for (const std::string& one : plan.passedOver) lines.push_back("left alone: " + one);
     if (eudora.IsEmpty() && folder.IsEmpty()) {
         lines.push_back("contacts: nothing to do");
     } else {

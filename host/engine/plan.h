@@ -44,9 +44,10 @@ struct Plan {
     std::vector<Notice> conflicts;
     std::vector<Notice> refused;  // by Eudora's own rules
     std::vector<Intent> intents;
-    int kept = 0;                     // contacts of which the folder holds more than Eudora can
-    std::optional<std::string> stop;  // why nothing of this may be carried out
-    bool dropIntents = false;         // old intents are settled
+    std::vector<std::string> passedOver;  // what was left alone, and why
+    int kept = 0;                         // contacts of which the folder holds more than Eudora can
+    std::optional<std::string> stop;      // why nothing of this may be carried out
+    bool dropIntents = false;             // old intents are settled
 
     bool ChangesEudora() const;
     bool ChangesAnything() const;  // of the two sides
@@ -56,6 +57,7 @@ struct Plan {
 // What both sides hold now.
 struct Sides {
     std::vector<StoredContact> eudora, folder;
+    std::vector<std::string> passedOver;  // what is no regular file, in words
 };
 
 // What the planner asks of the sides. Pure functions of their arguments.

@@ -286,6 +286,7 @@ Plan Planner::Make() {
     m_plan.kept = static_cast<int>(
         std::count_if(m_sides.folder.begin(), m_sides.folder.end(),
                       [](const StoredContact& stored) { return stored.beyond > 0; }));
+    m_plan.passedOver = m_sides.passedOver;
     m_plan.dropIntents = !m_remembered.intents.empty();
     CheckLimits();
     return std::move(m_plan);

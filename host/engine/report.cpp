@@ -59,6 +59,7 @@ json PlanJson(const Plan& plan) {
     return {{"changes", std::move(changes)},
             {"conflicts", NoticesJson(plan.conflicts)},
             {"refused", NoticesJson(plan.refused)},
+            {"leftAlone", plan.passedOver},
             {"kept", plan.kept}};
 }
 

@@ -105,9 +105,13 @@ Report RunSync(const CommandPlace& place, const SyncOptions& options) {
     }
     if (options.dryRun || run.plan.IsEmpty()) return PlanReport(run.plan, {}, options.quiet);
     const auto backup = [&]() -> platform::Status {
-        auto made = BackupsOf(place).MakeOf(options.eudora.nativeFile, "before a sync of contacts");
+        auto backups = BackupsOf(place);
+        const auto made = backups.MakeOf(options.eudora.nativeFile, "before a sync of contacts");
         if (!made) return made.Error();
-        return {};
+        for (const std::string& path : made->passedOver) {
+            run.plan.passedOver.push_back(path + ": is no regular file");
+        }
+        return backups.Prune();
     };
     const Outcome outcome =
         Execute(run.plan, *run.eudora, *run.folder, *run.state, backup, run.progress);

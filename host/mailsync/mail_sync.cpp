@@ -28,6 +28,7 @@ struct MailRun {
     std::vector<RememberedMail> remembered;
     MailSides sides;
     MailPlan plan;
+    std::vector<std::string> passedOver;  // by the backup
 
     MailRun(const CommandPlace& place, const MailSyncOptions& options)
         : folders(place.files, place.clock, options.maildir),
@@ -86,10 +87,11 @@ platform::Status Prepare(const CommandPlace& place, const MailSyncOptions& optio
     return CheckRights(place.files, options, run.plan);
 }
 
-platform::Status BackUp(const CommandPlace& place, const MailSyncOptions& options) {
+platform::Status BackUp(const CommandPlace& place, const MailSyncOptions& options, MailRun& run) {
     auto backups = BackupsOf(place);
     auto made = backups.MakeOfSet(options.eudoraFiles, "before a sync of mail");
     if (!made) return made.Error();
+    run.passedOver = std::move(made->passedOver);
     return backups.Prune();
 }
 
@@ -103,7 +105,7 @@ MailWork WorkOf(const CommandPlace& place, const MailSyncOptions& options, MailR
             run.progress,
             options.parse,
             [&] { return CountQueued(place.files, options.outbox); },
-            [&] { return BackUp(place, options); }};
+            [&] { return BackUp(place, options, run); }};
 }
 
 }  // namespace
@@ -116,6 +118,9 @@ Report RunMailSync(const CommandPlace& place, const MailSyncOptions& options) {
     std::optional<MailOutcome> outcome;
     if (!options.dryRun && !run.plan.steps.empty()) {
         outcome = ExecuteMail(run.plan, WorkOf(place, options, run));
+        for (const std::string& path : run.passedOver) {
+            outcome->notes.push_back("left alone: " + path + ": is no regular file");
+        }
     }
     return MailPlanReport(run.plan, run.source->Limits(), outcome ? &*outcome : nullptr,
                           options.quiet);

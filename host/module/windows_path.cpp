@@ -153,6 +153,10 @@ platform::Status CheckNicknameFile(const std::string& windowsPath, bool forWriti
                        "give yourself write permission there (chmod u+w)");
     }
     auto opened = files.Open(windowsPath, platform::OpenMode::kRead, platform::Share::kReadWrite);
+    if (!opened && opened.Error().code == platform::ErrorCode::kNotRegular) {
+        return Refused("the nickname file " + shown +
+                       " is no regular file: move it away or choose another");
+    }
     if (!opened) {
         return Refused("the nickname file " + shown + " cannot be read",
                        "close what holds it open, or give yourself read permission (chmod u+r)");

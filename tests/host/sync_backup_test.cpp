@@ -60,7 +60,7 @@ TEST(Backups, AFaultNeverListsAHalfBackup) {
             const auto listed = *machine.backups.List();
             EXPECT_TRUE(!isMade || listed.size() == 1);
             if (!isMade && fault != Fault::kKill) {
-                const auto left = machine.disk.List("C:\\state\\backups", "*");
+                const auto left = machine.disk.List("C:\\state\\backups", "1*");
                 EXPECT_TRUE(!left || left->empty()) << left->front().name;
             }
             for (const Backup& backup : listed) {
@@ -126,6 +126,18 @@ TEST(Backups, ReadOnlyFilesAreCopiedAndRefuseARestore) {
     machine.disk.SetReadOnly(kToc, false);
     EXPECT_TRUE(machine.backups.Restore(made->id));
     EXPECT_EQ(*machine.disk.Get(kBook), "alias old a");
+}
+
+// What a killed run left goes with the next backup, and one for which there is no room is not
+// begun.
+TEST(Backups, LeftoversGo) {
+    Machine machine;
+    const std::string folder = "C:\\state\\backups\\";
+    machine.disk.Put(folder + "19691231-235959-2\\In.mbx", "half");
+    machine.disk.Put(folder + "notes\\mine", "mine");
+    ASSERT_TRUE(machine.backups.MakeOf(kBook, "test"));
+    EXPECT_FALSE(machine.disk.Stat(folder + "19691231-235959-2"));
+    EXPECT_EQ(*machine.disk.Get(folder + "notes\\mine"), "mine");
 }
 
 TEST(Backups, OldOnesGoButTheNewestTenStay) {
