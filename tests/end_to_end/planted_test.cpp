@@ -88,6 +88,7 @@ TEST_F(PlantedNames, HarmNobody) {
                                         {kContacts, "E/nndbase.txt.kvnew"},
                                         {kContacts, "E/nndbase.toc"},
                                         {kContacts, "E/NickName/Friends.txt"},
+                                        {kContacts, "C/still.vcf"},
                                         {kContacts, "C/later.vcf"},
                                         {kContacts, "C/.kvsync-changed.vcf.tmp"},
                                         {kContacts, "state/kvsync/state.db.lock"},
