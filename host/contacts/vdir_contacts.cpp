@@ -120,7 +120,7 @@ Contact VdirContacts::Hold(const Contact& contact) const {
 platform::Result<std::string> VdirContacts::ReadUnchanged(const StoreItem& known) {
     auto bytes = ReadCard(known.id);
     if (!bytes) return bytes;
-    const auto marker = Look(known.id);
+    auto marker = Look(known.id);
     if (!marker) return marker;
     if (*marker == known.marker) return bytes;
     return Failed(PathOf(known.id) + " changed during the run; the next run takes it as it is now");

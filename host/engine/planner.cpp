@@ -63,7 +63,7 @@ std::string Planner::FreeNickname(const std::string& base) {
         int& next = m_nextNumber.try_emplace(m_rules.nickname(base, std::to_string(first)), first)
                         .first->second;
         while (next < first * 10) {
-            const std::string candidate = m_rules.nickname(base, std::to_string(next++));
+            std::string candidate = m_rules.nickname(base, std::to_string(next++));
             if (m_taken.insert(candidate).second) return candidate;
         }
     }
