@@ -34,6 +34,10 @@ bool IsId(std::string_view name) {
            name.find_first_not_of("0123456789-") == std::string_view::npos;
 }
 
+std::string Megabytes(std::uint64_t bytes) {
+    return std::to_string((bytes + 999'999) / 1'000'000) + " MB";
+}
+
 std::string ToManifest(const Backup& backup) {
     nlohmann::json manifest = {{"reason", backup.reason}, {"absent", backup.absent}};
     manifest["files"] = nlohmann::json::array();
@@ -75,6 +79,18 @@ void Backups::RemoveLeftovers() {
     }
 }
 
+platform::Status Backups::CheckSpace(const std::vector<std::string>& origins) {
+    std::uint64_t needed = 0;
+    for (const std::string& origin : origins) {
+        if (const auto info = m_files.Stat(origin)) needed += info->copySize;
+    }
+    const auto free = m_files.FreeSpace(m_folder);
+    if (!free || needed <= *free) return {};
+    return Refused("a backup takes " + Megabytes(needed) + ", and " + m_folder + " has room for " +
+                       Megabytes(*free),
+                   "make room there");
+}
+
 platform::Status Backups::CopyFlushed(const std::string& from, const std::string& to) {
     if (auto status = m_files.Copy(from, to); !status) return status;
     // The copy of a read-only file is one too. Windows flushes only what may be written.
@@ -113,6 +129,7 @@ platform::Result<Backup> Backups::Make(const std::vector<std::string>& origins,
                                    platform::Share::kNone);
     if (!lock) return lock.Error();
     RemoveLeftovers();
+    if (auto enough = CheckSpace(origins); !enough) return enough.Error();
     auto id = NewFolder();
     if (!id) return id.Error();
     Backup backup{*id, reason, {}, {}, {}};
@@ -224,7 +241,7 @@ platform::Status Backups::CheckPlace(const std::string& path) {
     const auto file = m_files.Open(path, platform::OpenMode::kRead, platform::Share::kReadWrite);
     const auto code = file ? ErrorCode::kIo : file.Error().code;
     if (code != ErrorCode::kNotRegular && code != ErrorCode::kNotFound) return {};
-    return Refused(path + ": is no regular file; move it away");
+    return Refused(path + ": is no regular file", "move it away");
 }
 
 // A side file takes the place of the present one, so that a fault leaves the one or the other.

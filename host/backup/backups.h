@@ -24,6 +24,7 @@ struct Backup {
 
 // Copies of Eudora's files in folders named by time. A backup counts from the moment when it is
 // complete; one that fails leaves nothing behind, and what a cut-off run left goes with the next.
+// kRefused if the disk has no room for all of it.
 class Backups {
   public:
     Backups(platform::Files& files, std::string folder, platform::Clock& clock)
@@ -53,6 +54,7 @@ class Backups {
     std::string Join(const std::string& folder, const std::string& name) const;
     platform::Result<std::string> NewFolder();
     void RemoveLeftovers();
+    platform::Status CheckSpace(const std::vector<std::string>& origins);
     platform::Status CheckPlace(const std::string& path);
     platform::Status CopyFlushed(const std::string& from, const std::string& to);
     platform::Status Stage(const std::string& folder, const Backup& backup);

@@ -52,6 +52,8 @@ struct FileInfo {
     std::chrono::system_clock::time_point modified;
     bool isFolder = false;
     bool isReadOnly = false;  // the calling user may not write it
+    std::uint64_t copySize =
+        0;  // bytes that a copy takes; fewer than `size` where holes stay holes
 };
 
 struct FolderEntry {
@@ -111,6 +113,10 @@ class Files {
     // digits, ".tmp". Gives its path.
     virtual Result<std::string> CreateTempFile(std::string_view folder,
                                                std::string_view prefix) = 0;
+    // How many bytes the user may still write where `folder` lies. kNotSupported if nobody tells.
+    virtual Result<std::uint64_t> FreeSpace(std::string_view folder) {
+        return Failure{ErrorCode::kNotSupported, std::string(folder)};
+    }
     // The separator of this file system's paths: a backslash in Windows paths, else a slash.
     virtual char Separator() const = 0;
 

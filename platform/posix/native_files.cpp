@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -57,6 +58,7 @@ Result<FileInfo> NativePosixFiles::Stat(std::string_view path) {
         std::chrono::duration_cast<std::chrono::system_clock::duration>(
             std::chrono::seconds(info.st_mtim.tv_sec) +
             std::chrono::nanoseconds(info.st_mtim.tv_nsec)));
+    result.copySize = result.isFolder ? 0 : static_cast<std::uint64_t>(info.st_blocks) * 512;
     result.isReadOnly =
         (info.st_mode & 0222) == 0 || faccessat(AT_FDCWD, name.c_str(), W_OK, AT_EACCESS) != 0;
     return result;
@@ -128,6 +130,12 @@ Result<std::string> NativePosixFiles::RealPath(std::string_view path) {
     char buffer[PATH_MAX];
     if (realpath(std::string(path).c_str(), buffer) == nullptr) return FromErrno(errno, path);
     return std::string(buffer);
+}
+
+Result<std::uint64_t> NativePosixFiles::FreeSpace(std::string_view folder) {
+    struct statvfs info;
+    if (statvfs(std::string(folder).c_str(), &info) != 0) return FromErrno(errno, folder);
+    return std::uint64_t{info.f_bavail} * info.f_frsize;
 }
 
 bool NativePosixFiles::IsFree(std::string_view path) {

@@ -26,6 +26,7 @@ class NativePosixFiles : public Files {
     Result<std::string> TempFolder() override;
     Result<std::string> CreateTempFile(std::string_view folder, std::string_view prefix) override;
     char Separator() const override { return '/'; }
+    Result<std::uint64_t> FreeSpace(std::string_view folder) override;
     bool IsFree(std::string_view path) override;
 };
 

@@ -75,6 +75,9 @@ class FaultyFiles : public Files {
     Result<std::string> CreateTempFile(std::string_view folder, std::string_view prefix) override {
         return Guard(folder, [&] { return m_inner.CreateTempFile(folder, prefix); });
     }
+    Result<std::uint64_t> FreeSpace(std::string_view folder) override {
+        return Guard(folder, [&] { return m_inner.FreeSpace(folder); });
+    }
     char Separator() const override { return m_inner.Separator(); }
     bool IsFree(std::string_view path) override { return !Strikes() && m_inner.IsFree(path); }
 

@@ -225,7 +225,12 @@ Result<FileInfo> MemoryFiles::Stat(std::string_view path) {
     const Place place = Find(path);
     if (!place.node) return Fail(ErrorCode::kNotFound, path);
     return FileInfo{place.node->content.size(), place.node->modified, place.node->isFolder,
-                    place.node->isReadOnly};
+                    place.node->isReadOnly, place.node->content.size()};
+}
+
+Result<std::uint64_t> MemoryFiles::FreeSpace(std::string_view folder) {
+    if (!m_limit) return Files::FreeSpace(folder);
+    return *m_limit - std::min(*m_limit, UsedBytes());
 }
 
 Result<std::vector<FolderEntry>> MemoryFiles::List(std::string_view folder,

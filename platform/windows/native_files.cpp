@@ -59,6 +59,7 @@ Result<FileInfo> WindowsFiles::Stat(std::string_view path) {
     info.isFolder = IsFolder(data.dwFileAttributes);
     if (!info.isFolder) {
         info.size = std::uint64_t{data.nFileSizeHigh} << 32 | data.nFileSizeLow;
+        info.copySize = info.size;  // the system's copies have no holes
         info.isReadOnly = (data.dwFileAttributes & FILE_ATTRIBUTE_READONLY) != 0;
     }
     info.modified = TimePointOf(data.ftLastWriteTime);
@@ -140,6 +141,14 @@ Result<std::string> WindowsFiles::TempFolder() {
     folder.resize(GetTempPathW(static_cast<DWORD>(folder.size()), folder.data()));
     if (folder.empty()) return FromLastError("temporary folder");
     return Narrow(folder, m_codePage);
+}
+
+Result<std::uint64_t> WindowsFiles::FreeSpace(std::string_view folder) {
+    ULARGE_INTEGER available;
+    if (!GetDiskFreeSpaceExW(Name(folder).c_str(), &available, nullptr, nullptr)) {
+        return FromLastError(folder);
+    }
+    return available.QuadPart;
 }
 
 Result<std::string> WindowsFiles::CreateTempFile(std::string_view folder, std::string_view prefix) {

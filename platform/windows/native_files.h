@@ -22,6 +22,7 @@ class WindowsFiles : public Files {
     Result<std::string> RealPath(std::string_view path) override;
     Result<std::string> ShortPath(std::string_view path) override;
     Result<std::string> TempFolder() override;
+    Result<std::uint64_t> FreeSpace(std::string_view folder) override;
     Result<std::string> CreateTempFile(std::string_view folder, std::string_view prefix) override;
     char Separator() const override { return '\\'; }
 

@@ -128,9 +128,8 @@ TEST(Backups, ReadOnlyFilesAreCopiedAndRefuseARestore) {
     EXPECT_EQ(*machine.disk.Get(kBook), "alias old a");
 }
 
-// What a killed run left goes with the next backup, and one for which there is no room is not
-// begun.
-TEST(Backups, LeftoversGo) {
+// What a killed run left goes with the next backup, and one without room for it is not begun.
+TEST(Backups, LeftoversGoAndAFullDiskIsSeenFirst) {
     Machine machine;
     const std::string folder = "C:\\state\\backups\\";
     machine.disk.Put(folder + "19691231-235959-2\\In.mbx", "half");
@@ -138,6 +137,14 @@ TEST(Backups, LeftoversGo) {
     ASSERT_TRUE(machine.backups.MakeOf(kBook, "test"));
     EXPECT_FALSE(machine.disk.Stat(folder + "19691231-235959-2"));
     EXPECT_EQ(*machine.disk.Get(folder + "notes\\mine"), "mine");
+    constexpr std::uint64_t kLarge = 1 << 20;
+    machine.disk.LimitDisk(kLarge);
+    const auto before = machine.disk.AllFiles();
+    machine.disk.LimitDisk(kLarge - *machine.disk.FreeSpace("C:") + 13);
+    const auto refused = machine.backups.MakeOf(kBook, "test");
+    ASSERT_FALSE(refused);
+    EXPECT_THAT(refused.Error().Message(), testing::HasSubstr("make room there"));
+    EXPECT_EQ(machine.disk.AllFiles(), before);
 }
 
 TEST(Backups, OldOnesGoButTheNewestTenStay) {

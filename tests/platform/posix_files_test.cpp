@@ -203,6 +203,9 @@ TEST(PosixFiles, CopyKeepsTimeAndPermissionsAndHoles) {
     WriteDisk(folder / "a", "x");
     std::filesystem::resize_file(folder / "a", 1 << 30);
     std::ofstream(folder / "a", std::ios::app) << "end";
+    EXPECT_LT(NativeFiles().Stat(folder / "a")->copySize, 1u << 20);
+    EXPECT_GT(NativeFiles().FreeSpace(folder / "").ValueOr(0), 1u << 20);
+    EXPECT_FALSE(NativeFiles().FreeSpace(folder / "none"));
     const auto time = std::filesystem::file_time_type::clock::now() - std::chrono::hours(50);
     std::filesystem::last_write_time(folder / "a", time);
     ASSERT_EQ(chmod((folder / "a").c_str(), 0640), 0);
