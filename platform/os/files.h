@@ -80,6 +80,8 @@ class Files {
                                                   std::string_view pattern) = 0;
     // Of a link the link itself.
     virtual Status Delete(std::string_view path) = 0;
+    // As Delete, but where the system keeps read-only files from that, they go too.
+    virtual Status DeleteEvenReadOnly(std::string_view path) { return Delete(path); }
     // kAlreadyExists unless `to` is free. Takes time and permissions along, shares the blocks where
     // the file system can, and leaves nothing behind when it fails. The failure names the file that
     // it is about.

@@ -48,8 +48,9 @@ bool StillNamed(const std::string& path, const struct stat& opened) {
 
 class NativeFile : public File {
   public:
-    NativeFile(FileHandle handle, std::string path, OpenMode mode)
-        : m_handle(std::move(handle)), m_path(std::move(path)), m_mode(mode) {}
+    NativeFile(std::string path, OpenMode mode) : m_path(std::move(path)), m_mode(mode) {}
+
+    void Take(FileHandle handle) { m_handle = std::move(handle); }
 
     Result<std::size_t> Read(std::span<char> buffer) override {
         std::size_t filled = 0;
@@ -150,8 +151,14 @@ Result<FileHandle> OpenClaimed(const std::string& path, OpenMode mode, Share sha
     }
 }
 
-std::unique_ptr<File> MakeNativeFile(FileHandle handle, std::string path, OpenMode mode) {
-    return std::make_unique<NativeFile>(std::move(handle), std::move(path), mode);
+// Memory comes first: a file that was made must not stay behind for want of it.
+Result<std::unique_ptr<File>> OpenNativeFile(const std::string& path, std::string_view name,
+                                             OpenMode mode, Share share) {
+    auto file = std::make_unique<NativeFile>(std::string(name), mode);
+    auto handle = OpenClaimed(path, mode, share);
+    if (!handle) return handle.Error();
+    file->Take(*std::move(handle));
+    return std::unique_ptr<File>(std::move(file));
 }
 
 mode_t NewMode(mode_t wanted) {

@@ -14,7 +14,9 @@ namespace platform::posix {
 // permissions let nobody write is read-only for the superuser too, as it is on Windows.
 Result<FileHandle> OpenClaimed(const std::string& path, OpenMode mode, Share share);
 
-std::unique_ptr<File> MakeNativeFile(FileHandle handle, std::string path, OpenMode mode);
+// `name` is the one by which failures of the open file speak of it.
+Result<std::unique_ptr<File>> OpenNativeFile(const std::string& path, std::string_view name,
+                                             OpenMode mode, Share share);
 
 // The permissions for something new, of those that are asked for.
 mode_t NewMode(mode_t wanted);

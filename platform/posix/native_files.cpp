@@ -41,10 +41,7 @@ std::string WithSeparator(std::string_view folder) {
 
 Result<std::unique_ptr<File>> NativePosixFiles::Open(std::string_view path, OpenMode mode,
                                                      Share share) {
-    std::string name(path);
-    auto handle = OpenClaimed(name, mode, share);
-    if (!handle) return handle.Error();
-    return MakeNativeFile(*std::move(handle), std::move(name), mode);
+    return OpenNativeFile(std::string(path), path, mode, share);
 }
 
 Result<FileInfo> NativePosixFiles::Stat(std::string_view path) {
@@ -166,7 +163,7 @@ Result<std::string> CreateNumberedFile(Files& files, const std::string& base) {
     for (int i = 0; i < kNumbers; ++i) {
         char number[16];
         std::snprintf(number, sizeof number, "%04X.tmp", next++ & 0xFFFFu);
-        const std::string path = base + number;
+        std::string path = base + number;
         auto file = files.Open(path, OpenMode::kCreateNew, Share::kNone);
         if (file) return path;
         if (file.Error().code != ErrorCode::kAlreadyExists) return file.Error();

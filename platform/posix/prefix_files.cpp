@@ -32,9 +32,9 @@ Status NamedByPart(Status status, const std::string& nativeTo, std::string_view 
 Result<std::unique_ptr<File>> PrefixFiles::Open(std::string_view path, OpenMode mode, Share share) {
     const auto mapped = m_mapper.Map(path);
     if (!mapped) return mapped.Error();
-    auto handle = OpenClaimed(mapped->path, mode, share);
-    if (!handle) return Named(handle.Error(), path);
-    return MakeNativeFile(*std::move(handle), std::string(path), mode);
+    auto file = OpenNativeFile(mapped->path, path, mode, share);
+    if (!file) return Named(file.Error(), path);
+    return file;
 }
 
 Result<FileInfo> PrefixFiles::Stat(std::string_view path) {
@@ -67,6 +67,12 @@ Status PrefixFiles::Delete(std::string_view path) {
         !std::filesystem::is_symlink(mapped->path, ignored)) {
         return Failure{ErrorCode::kAccessDenied, std::string(path)};
     }
+    return Named(m_native.Delete(mapped->path), path);
+}
+
+Status PrefixFiles::DeleteEvenReadOnly(std::string_view path) {
+    const auto mapped = m_mapper.Map(path);
+    if (!mapped) return mapped.Error();
     return Named(m_native.Delete(mapped->path), path);
 }
 

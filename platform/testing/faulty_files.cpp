@@ -6,8 +6,9 @@ namespace {
 
 class FaultyFile : public File {
   public:
-    FaultyFile(FaultyFiles& files, std::unique_ptr<File> inner, std::string path)
-        : m_files(files), m_inner(std::move(inner)), m_path(std::move(path)) {}
+    FaultyFile(FaultyFiles& files, std::string path) : m_files(files), m_path(std::move(path)) {}
+
+    void Take(std::unique_ptr<File> inner) { m_inner = std::move(inner); }
 
     Result<std::size_t> Read(std::span<char> buffer) override {
         return Guard([&] { return m_inner->Read(buffer); });
@@ -62,10 +63,11 @@ bool FaultyFiles::Strikes() {
 }
 
 Result<std::unique_ptr<File>> FaultyFiles::Open(std::string_view path, OpenMode mode, Share share) {
+    auto faulty = std::make_unique<FaultyFile>(*this, std::string(path));
     auto file = Guard(path, [&] { return m_inner.Open(path, mode, share); });
     if (!file) return file;
-    return std::unique_ptr<File>(
-        std::make_unique<FaultyFile>(*this, *std::move(file), std::string(path)));
+    faulty->Take(*std::move(file));
+    return std::unique_ptr<File>(std::move(faulty));
 }
 
 }  // namespace platform::testing

@@ -39,6 +39,9 @@ class FaultyFiles : public Files {
     Status Delete(std::string_view path) override {
         return Guard(path, [&] { return m_inner.Delete(path); });
     }
+    Status DeleteEvenReadOnly(std::string_view path) override {
+        return Guard(path, [&] { return m_inner.DeleteEvenReadOnly(path); });
+    }
     Status Copy(std::string_view from, std::string_view to) override {
         return Guard(from, [&] { return m_inner.Copy(from, to); });
     }

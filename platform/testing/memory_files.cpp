@@ -55,10 +55,15 @@ NodePointer Child(const MemoryNode& folder, std::string_view name) {
     return nullptr;
 }
 
-NodePointer AddChild(MemoryNode& folder, std::string_view name, bool isFolder) {
+NodePointer NewNode(std::string_view name, bool isFolder) {
     auto node = std::make_shared<MemoryNode>();
     node->name = name;
     node->isFolder = isFolder;
+    return node;
+}
+
+NodePointer AddChild(MemoryNode& folder, std::string_view name, bool isFolder) {
+    auto node = NewNode(name, isFolder);
     folder.children.push_back(node);
     return node;
 }
@@ -210,15 +215,18 @@ Result<std::unique_ptr<File>> MemoryFiles::Open(std::string_view path, OpenMode 
     if (place.node && place.node->isFolder) return Fail(ErrorCode::kNotRegular, path);
     const MemoryAccess access{mode != OpenMode::kRead, share == Share::kNone,
                               share != Share::kReadWrite};
-    if (!place.node) {
-        place.node = AddChild(*place.folder, place.name, false);
+    const bool isNew = !place.node;
+    if (isNew) {
+        place.node = NewNode(place.name, false);
         Touch(*place.node);
     } else {
         if (access.write && place.node->isReadOnly) return Fail(ErrorCode::kAccessDenied, path);
         if (!place.node->IsFree(access)) return Fail(ErrorCode::kSharingViolation, path);
     }
-    return std::unique_ptr<File>(
-        std::make_unique<MemoryFile>(*this, place.node, std::string(path), access));
+    auto file = std::make_unique<MemoryFile>(*this, place.node, std::string(path), access);
+    // Last: a file whose opening runs out of memory was never made.
+    if (isNew) place.folder->children.push_back(place.node);
+    return std::unique_ptr<File>(std::move(file));
 }
 
 Result<FileInfo> MemoryFiles::Stat(std::string_view path) {
@@ -348,7 +356,7 @@ Result<std::string> MemoryFiles::CreateTempFile(std::string_view folder, std::st
     for (;;) {
         char number[16];
         std::snprintf(number, sizeof number, "%X", m_nextTempNumber++);
-        const std::string path = base + std::string(prefix.substr(0, 3)) + number + ".tmp";
+        std::string path = base + std::string(prefix.substr(0, 3)) + number + ".tmp";
         auto file = Open(path, OpenMode::kCreateNew, Share::kNone);
         if (file) return path;
         if (file.Error().code != ErrorCode::kAlreadyExists) return file.Error();

@@ -27,8 +27,9 @@ DWORD PieceOf(std::size_t size) {
 
 class NativeFile : public File {
   public:
-    NativeFile(Handle handle, std::string path)
-        : m_handle(std::move(handle)), m_path(std::move(path)) {}
+    explicit NativeFile(std::string path) : m_path(std::move(path)) {}
+
+    void Take(Handle handle) { m_handle = std::move(handle); }
 
     Result<std::size_t> Read(std::span<char> buffer) override {
         std::size_t filled = 0;
@@ -139,8 +140,14 @@ Result<Handle> OpenClaimed(const std::wstring& name, std::string_view path, Open
     return wasFree ? failure : notRegular;
 }
 
-std::unique_ptr<File> MakeNativeFile(Handle handle, std::string path) {
-    return std::make_unique<NativeFile>(std::move(handle), std::move(path));
+// Memory comes first: a file that was made must not stay behind for want of it.
+Result<std::unique_ptr<File>> OpenNativeFile(const std::wstring& name, std::string_view path,
+                                             OpenMode mode, Share share) {
+    auto file = std::make_unique<NativeFile>(std::string(path));
+    auto handle = OpenClaimed(name, path, mode, share);
+    if (!handle) return handle.Error();
+    file->Take(*std::move(handle));
+    return std::unique_ptr<File>(std::move(file));
 }
 
 }  // namespace platform::windows

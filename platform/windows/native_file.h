@@ -18,6 +18,7 @@ bool IsReadOnly(const std::wstring& name);
 Result<Handle> OpenClaimed(const std::wstring& name, std::string_view path, OpenMode mode,
                            Share share);
 
-std::unique_ptr<File> MakeNativeFile(Handle handle, std::string path);
+Result<std::unique_ptr<File>> OpenNativeFile(const std::wstring& name, std::string_view path,
+                                             OpenMode mode, Share share);
 
 }  // namespace platform::windows

@@ -43,9 +43,7 @@ std::wstring WindowsFiles::Name(std::string_view path) const {
 
 Result<std::unique_ptr<File>> WindowsFiles::Open(std::string_view path, OpenMode mode,
                                                  Share share) {
-    auto handle = OpenClaimed(Name(path), path, mode, share);
-    if (!handle) return handle.Error();
-    return MakeNativeFile(*std::move(handle), std::string(path));
+    return OpenNativeFile(Name(path), path, mode, share);
 }
 
 Result<FileInfo> WindowsFiles::Stat(std::string_view path) {
@@ -90,6 +88,13 @@ Result<std::vector<FolderEntry>> WindowsFiles::List(std::string_view folder,
 
 Status WindowsFiles::Delete(std::string_view path) {
     return Checked(DeleteFileW(Name(path).c_str()), path);
+}
+
+Status WindowsFiles::DeleteEvenReadOnly(std::string_view path) {
+    if (const auto name = Name(path); IsReadOnly(name)) {
+        SetFileAttributesW(name.c_str(), FILE_ATTRIBUTE_NORMAL);
+    }
+    return Delete(path);
 }
 
 Status WindowsFiles::Copy(std::string_view from, std::string_view to) {

@@ -14,6 +14,7 @@ class WindowsFiles : public Files {
     Result<std::vector<FolderEntry>> List(std::string_view folder,
                                           std::string_view pattern) override;
     Status Delete(std::string_view path) override;
+    Status DeleteEvenReadOnly(std::string_view path) override;
     Status Copy(std::string_view from, std::string_view to) override;
     Status Move(std::string_view from, std::string_view to) override;
     Status Replace(std::string_view from, std::string_view to) override;

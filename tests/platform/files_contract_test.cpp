@@ -199,6 +199,8 @@ TEST_P(FilesContract, ReadOnlyFilesKeepTheirContent) {
     EXPECT_TRUE(m_files.Stat(At("fixed"))->isReadOnly);
     EXPECT_FALSE(m_files.Stat(At("new"))->isReadOnly);
     EXPECT_THAT(Names(), ElementsAre("fixed", "new"));
+    EXPECT_TRUE(m_files.DeleteEvenReadOnly(At("fixed")));
+    EXPECT_THAT(Names(), ElementsAre("new"));
 }
 
 TEST_P(FilesContract, MoveAndCopyNeverOverwriteAndCopyIntoDoes) {
