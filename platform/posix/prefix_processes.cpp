@@ -2,27 +2,13 @@
 
 #include <charconv>
 
-#include "platform/posix/utf.h"
+#include "platform/os/profile.h"
 
 namespace platform::posix {
 
 namespace {
 
 constexpr std::uint64_t kLargestProfile = 1 << 20;
-constexpr std::string_view kBlanks = " \t\r";
-
-std::string_view Trimmed(std::string_view text) {
-    const auto first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
-
-std::string_view TakeLine(std::string_view& rest) {
-    const auto end = rest.find('\n');
-    const std::string_view line = rest.substr(0, end);
-    rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
-    return Trimmed(line);
-}
 
 // The number at the beginning of a text, 0 if there is none.
 int LeadingNumber(std::string_view text) {
@@ -64,21 +50,8 @@ int PrefixProcesses::ProfileNumber(std::string_view section, std::string_view ke
     const auto profile =
         ReadWhole(m_files, "C:\\windows\\win.ini", kLargestProfile, Share::kReadWrite);
     if (!profile) return otherwise;
-    std::string_view rest = *profile;
-    bool isInSection = false;
-    while (!rest.empty()) {
-        const std::string_view line = TakeLine(rest);
-        if (line.starts_with('[')) {
-            isInSection = EqualFolded(line.substr(1, line.find(']') - 1), section);
-            continue;
-        }
-        const auto equals = line.find('=');
-        if (!isInSection || equals == std::string_view::npos) continue;
-        if (EqualFolded(Trimmed(line.substr(0, equals)), key)) {
-            return LeadingNumber(Trimmed(line.substr(equals + 1)));
-        }
-    }
-    return otherwise;
+    const auto value = ProfileValue(*profile, section, key);
+    return value ? LeadingNumber(*value) : otherwise;
 }
 
 }  // namespace platform::posix
