@@ -2,7 +2,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "mailstore/mail_attachments_names.h"
+#include "mailstore/format/file_name.h"
 #include "mailstore/mail_body.h"
 #include "mailstore/mail_fields_date.h"
 

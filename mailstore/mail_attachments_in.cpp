@@ -3,7 +3,7 @@
 
 #include "frame/guard.h"
 #include "mailstore/eudora_mail.h"
-#include "mailstore/mail_attachments_names.h"
+#include "mailstore/format/file_name.h"
 #include "mailstore/record_text.h"
 #include "platform/os/code_page.h"
 #include "platform/os/path.h"

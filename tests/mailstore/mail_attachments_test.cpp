@@ -2,7 +2,7 @@
 #include <set>
 #include <sstream>
 
-#include "mailstore/mail_attachments_names.h"
+#include "mailstore/format/file_name.h"
 #include "tests/mailstore/reading_fixture.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "mailstore/mail_attachments_names.h"
+#include "mailstore/format/file_name.h"
 
 #include <algorithm>
 
@@ -56,6 +56,12 @@ namespace mailstore {
 bool IsPlainFileName(std::string_view name, unsigned codePage) {
     const bool isNothing = name.find_first_not_of(". ") == std::string_view::npos;
     return !isNothing && !HasForbiddenLetter(name, codePage) && !IsDevice(name);
+}
+
+std::string PlainNameIn(std::string_view path, unsigned codePage) {
+    const auto separator = platform::LastSeparator(path, codePage);
+    const auto name = separator == path.npos ? path : path.substr(separator + 1);
+    return IsPlainFileName(name, codePage) ? std::string(name) : std::string();
 }
 
 }  // namespace mailstore
