@@ -54,7 +54,7 @@ class AddressScan {
                 return Finish();
             case ':':
                 // Behind the name of a group; a route or a literal has its colon in brackets.
-                if (m_phrase.find('@') == std::string::npos) return Clear();
+                if (!HasAt()) return Clear();
                 break;
             case '"':
                 if (Enclosed('"', '"', m_quoteOpen, m_phrase)) return;
@@ -109,6 +109,13 @@ class AddressScan {
         return true;
     }
 
+    // Looks at each letter of the phrase once, however often it is asked.
+    bool HasAt() {
+        m_hasAt = m_hasAt || m_phrase.find('@', m_looked) != std::string::npos;
+        m_looked = m_phrase.size();
+        return m_hasAt;
+    }
+
     void Finish() {
         Address one;
         one.address = m_address;
@@ -123,12 +130,16 @@ class AddressScan {
         m_phrase.clear();
         m_comment.clear();
         m_address.clear();
+        m_looked = 0;
+        m_hasAt = false;
     }
 
     std::string_view m_list;
     unsigned m_codePage;
     std::size_t m_at = 0;
     std::string m_phrase, m_comment, m_address;
+    std::size_t m_looked = 0;  // of the phrase, for an @
+    bool m_hasAt = false;
     // Whether nothing closes such a mark from here on.
     bool m_quoteOpen = false, m_commentOpen = false, m_bracketOpen = false;
     std::vector<Address> m_found;
