@@ -9,10 +9,6 @@
 
 namespace eumapi {
 
-// The part of a path that can be the name of a file of its own; empty if there is none: it is taken
-// from a mail, and must lead nowhere.
-std::string PlainFileName(std::string_view path, unsigned codePage);
-
 struct AttachmentCopy {
     std::string path;  // of the copy
     std::string name;  // that the attachment bears
@@ -22,16 +18,13 @@ struct AttachmentCopy {
 // them; as long as nobody does, the destructor does.
 class AttachmentCopies {
   public:
-    AttachmentCopies(const platform::System& system, std::string eudoraFolder)
-        : m_system(system), m_folder(std::move(eudoraFolder)) {}
+    explicit AttachmentCopies(const platform::System& system) : m_system(system) {}
     AttachmentCopies(const AttachmentCopies&) = delete;
     AttachmentCopies& operator=(const AttachmentCopies&) = delete;
     ~AttachmentCopies();
 
-    // Copies the file that an attachment line names; if there is none, that of the same name in
-    // Eudora's folder Attach, for a Eudora that was moved. `isPresent` says whether there was one.
-    // Only files on a drive count: a mail must not make us talk to another machine.
-    Code Add(std::string_view linePath, bool& isPresent);
+    // Copies a file. `isPresent` says whether it could be read: one that cannot is as good as none.
+    Code Add(const std::string& source, std::string name, bool& isPresent);
     // Makes an empty file, which WriteTo fills.
     Code AddEmpty(std::string name);
     Code WriteTo(std::size_t file, std::string_view content);
@@ -40,11 +33,9 @@ class AttachmentCopies {
     void HandOver() { m_isHandedOver = true; }
 
   private:
-    std::string FindSource(std::string_view linePath) const;
-    platform::Result<std::string> MakeFile(std::string name);
+    void DropLast();
 
     platform::System m_system;
-    std::string m_folder;
     std::vector<AttachmentCopy> m_copies;
     bool m_isHandedOver = false;
 };

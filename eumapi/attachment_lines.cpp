@@ -9,6 +9,7 @@ namespace {
 // The same in Eudora of every language.
 constexpr std::string_view kMarker = "Attachment Converted:";
 constexpr std::string_view kBlanks = " \t\r";
+constexpr std::string_view kBlankLine = "\n\n";
 
 std::string_view PathIn(std::string_view line) {
     line.remove_prefix(kMarker.size());
@@ -28,7 +29,7 @@ bool IsArranged(std::string_view text, const std::vector<AttachmentLine>& lines)
         if (mustBePresent && !line.isPresent) return false;
         if (!line.isPresent) continue;
         mustBePresent = true;
-        if (line.start < 2 || text.substr(line.start - 2, 2) != "\n\n") return false;
+        if (!text.substr(0, line.start).ends_with(kBlankLine)) return false;
     }
     return true;
 }
@@ -37,7 +38,7 @@ bool IsArranged(std::string_view text, const std::vector<AttachmentLine>& lines)
 
 std::vector<AttachmentLine> FindAttachmentLines(std::string_view text) {
     std::vector<AttachmentLine> lines;
-    for (std::size_t end = text.size(); end > 0;) {
+    for (std::size_t end = text.size(); end > 0 && lines.size() < kMostAttachmentLines;) {
         // A line end belongs to the line before it.
         if (text[end - 1] == '\n') --end;
         const auto before = end == 0 ? text.npos : text.rfind('\n', end - 1);
@@ -54,17 +55,22 @@ std::vector<AttachmentLine> FindAttachmentLines(std::string_view text) {
     return lines;
 }
 
+// The places of the lines that stay keep what stands before them: of n lines, the first n places.
 std::string ArrangedText(std::string text, const std::vector<AttachmentLine>& lines) {
     if (IsArranged(text, lines)) return text;
-    // The text above, up to its last line end.
-    const auto last = lines.front().start == 0
-                          ? text.npos
-                          : text.find_last_not_of(" \t\r\n", lines.front().start - 1);
-    std::string arranged = last == text.npos ? "" : text.substr(0, last + 1) + '\n';
-    for (const bool isPresent : {false, true}) {
-        for (const auto& line : lines) {
-            if (line.isPresent == isPresent) arranged.append("\n\n").append(line.line);
-        }
+    const std::size_t first = lines.front().start;
+    const bool hasBlank = std::string_view(text).substr(0, first).ends_with(kBlankLine);
+    std::size_t from = hasBlank ? first - kBlankLine.size() : first;
+    std::string arranged = text.substr(0, from);
+    auto place = lines.begin();
+    for (const auto& line : lines) {
+        if (line.isPresent) continue;
+        arranged.append(text, from, place->start - from).append(line.line);
+        from = place->start + place->line.size();
+        ++place;
+    }
+    for (const auto& line : lines) {
+        if (line.isPresent) arranged.append(kBlankLine).append(line.line);
     }
     return arranged + '\n';
 }

@@ -1,6 +1,7 @@
 #include "eumapi/mail_index.h"
 
 #include <algorithm>
+#include <new>
 #include <unordered_set>
 
 #include "eumapi/eudora_folder.h"
@@ -78,13 +79,13 @@ Code MailIndex::Refresh() {
     if (stamp && stamp == m_stamp && m_isSettled) return mapi::kSuccess;
     if (stamp) {
         const auto age = m_system.clock.Now() - stamp->modified;
-        code = Load();
+        if (code = Load(); code != mapi::kSuccess) return code;
         m_isSettled = age < age.zero() || age > kTimeStep;
     } else {
         Take({});
     }
-    if (code == mapi::kSuccess) m_stamp = stamp;
-    return code;
+    m_stamp = stamp;
+    return mapi::kSuccess;
 }
 
 Code MailIndex::Load() {
@@ -157,9 +158,13 @@ Code MailIndex::MarkRead(const IndexedMail& mail) {
         if (const auto closed = (*toc)->Close(); !closed) return CodeOf(closed.Error());
     }
     m_mails[m_positions.at(mail.id)].state = 1;
-    // Our own change is no reason to read the file again.
-    Code code;
-    m_stamp = Look(code);
+    // Our own change is no reason to read the file again, unless memory runs out.
+    try {
+        Code code;
+        m_stamp = Look(code);
+    } catch (const std::bad_alloc&) {
+        m_stamp.reset();
+    }
     return mapi::kSuccess;
 }
 

@@ -3,9 +3,10 @@
 #include <algorithm>
 
 #include "eumapi/address_list.h"
-#include "eumapi/attachment_lines.h"
+#include "eumapi/attachment_search.h"
 #include "eumapi/encoded_word.h"
 #include "eumapi/mail_date.h"
+#include "mailstore/format/file_name.h"
 #include "mailstore/format/toc_records.h"
 
 namespace eumapi {
@@ -140,6 +141,20 @@ void MailReader::TakeHeader(const MailText& text, const MailIndex& index, const 
     if (moment) record.date = MapiDate(*moment, m_system.clock);
 }
 
+Code MailReader::CopyAttachments(std::vector<AttachmentLine>& lines,
+                                 AttachmentCopies& copies) const {
+    if (lines.empty()) return mapi::kSuccess;
+    AttachmentSearch search(m_system, m_folder);
+    for (auto& line : lines) {
+        const std::string source = search.Find(line.path);
+        if (source.empty()) continue;
+        auto name = mailstore::PlainNameIn(source, m_system.processes.CodePage());
+        const Code code = copies.Add(source, std::move(name), line.isPresent);
+        if (code != mapi::kSuccess) return code;
+    }
+    return mapi::kSuccess;
+}
+
 Code MailReader::TakeBody(const MailText& text, std::uint32_t flags, AttachmentCopies& copies,
                           MessageRecord& record) const {
     std::string note = text.Body();
@@ -149,10 +164,8 @@ Code MailReader::TakeBody(const MailText& text, std::uint32_t flags, AttachmentC
     if (code != mapi::kSuccess) return code;
     if ((flags & mapi::kSuppressAttach) == 0) {
         auto lines = FindAttachmentLines(note);
-        for (auto& line : lines) {
-            code = copies.Add(line.path, line.isPresent);
-            if (code != mapi::kSuccess) return code;
-        }
+        code = CopyAttachments(lines, copies);
+        if (code != mapi::kSuccess) return code;
         note = ArrangedText(note, lines);
     }
     if (isFile) {

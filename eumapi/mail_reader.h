@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "eumapi/attachment_lines.h"
 #include "eumapi/mail_index.h"
 #include "eumapi/mail_text.h"
 #include "eumapi/message_record.h"
@@ -34,6 +35,7 @@ class MailReader {
     platform::Result<std::string> ReadHeader(const MailIndex& index, const IndexedMail& mail);
     void TakeHeader(const MailText& text, const MailIndex& index, const IndexedMail& mail,
                     MessageRecord& record) const;
+    Code CopyAttachments(std::vector<AttachmentLine>& lines, AttachmentCopies& copies) const;
     Code TakeBody(const MailText& text, std::uint32_t flags, AttachmentCopies& copies,
                   MessageRecord& record) const;
 

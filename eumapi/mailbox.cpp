@@ -18,6 +18,7 @@ using platform::Share;
 using platform::Status;
 
 constexpr std::size_t kNameAt = 8, kNameWidth = 32, kTypeAt = 40, kMbxSizeAt = 96;
+constexpr std::string_view kSeparator = "From ";
 constexpr std::size_t kPlaceAt = 0, kLengthAt = 4;  // in a block
 
 std::string NewHeader(const MailboxKind& kind) {
@@ -83,7 +84,15 @@ Code Mailbox::TakeHeader(const MailboxKind& kind) {
     if (!read) return CodeOf(read.Error());
     m_header.wNumberOfMsgs = static_cast<std::uint16_t>(*read / kMsgBlockSize);
     m_blocks.resize(m_header.wNumberOfMsgs * kMsgBlockSize);
-    return mapi::kSuccess;
+    return CheckPair();
+}
+
+Code Mailbox::CheckPair() const {
+    if (Count() == 0) return mapi::kSuccess;
+    std::string begin(kSeparator.size(), '\0');
+    const auto read = m_mbx->ReadAt(mailstore::MailPlace::Decode(Block(0)).dwOffset, begin);
+    if (!read) return CodeOf(read.Error());
+    return begin == kSeparator ? mapi::kSuccess : mapi::kFailure;
 }
 
 std::string_view Mailbox::Block(std::uint32_t index) const {
@@ -120,55 +129,58 @@ Status Mailbox::WriteAt(platform::File& file, std::uint64_t offset, std::string_
     return file.Write(bytes);
 }
 
-// The mail and its block, both on the disk when this returns; nothing counts them yet.
-Status Mailbox::AppendBytes(std::string_view text, std::string& block) {
-    std::uint64_t place = m_mbxSize;
+// A separator line begins a line, also behind what somebody left unfinished.
+platform::Result<std::string_view> Mailbox::LineEndBefore() const {
     char last = '\n';
-    if (place > 0) {
-        const auto read = m_mbx->ReadAt(place - 1, {&last, 1});
+    if (m_mbxSize > 0) {
+        const auto read = m_mbx->ReadAt(m_mbxSize - 1, {&last, 1});
         if (!read) return read.Error();
     }
-    // A separator line begins a line, also behind what somebody left unfinished.
-    const std::string_view lead = last == '\n' ? "" : "\r\n";
-    if (Status status = WriteAt(*m_mbx, place, lead); !status) return status;
-    place += lead.size();
-    if (Status status = m_mbx->Write(text); !status) return status;
-    if (Status status = m_mbx->Flush(); !status) return status;
-    PutU32(block, kPlaceAt, static_cast<std::uint32_t>(place));
-    PutU32(block, kLengthAt, static_cast<std::uint32_t>(text.size()));
-    const auto end = BlockOffset(Count());
-    if (Status status = m_toc->Truncate(end); !status) return status;
-    if (Status status = WriteAt(*m_toc, end, block); !status) return status;
-    return m_toc->Flush();
+    return std::string_view(last == '\n' ? "" : "\r\n");
 }
 
-Status Mailbox::WriteHeader(std::uint64_t mbxSize, std::uint32_t newId) {
+std::string Mailbox::HeaderWith(std::uint32_t newId, std::uint64_t mbxSize) const {
     auto header = m_header;
     ++header.wNumberOfMsgs;
     header.wHighestMsgId = static_cast<std::uint16_t>(std::max(FreeId() - 1, newId) & 0xFFFF);
     PutU32(header.bytes, kMbxSizeAt, static_cast<std::uint32_t>(mbxSize + 1));
-    if (Status status = WriteAt(*m_toc, 0, header.Encode()); !status) return status;
-    return m_toc->Flush();
+    return header.Encode();
+}
+
+// The mail and its block are on the disk before the header counts them.
+Status Mailbox::WriteMail(std::string_view lead, std::string_view text, std::string_view block,
+                          std::string_view header) {
+    const auto end = BlockOffset(Count());
+    Status status = WriteAt(*m_mbx, m_mbxSize, lead);
+    if (status) status = m_mbx->Write(text);
+    if (status) status = m_mbx->Flush();
+    if (status) status = m_toc->Truncate(end);
+    if (status) status = WriteAt(*m_toc, end, block);
+    if (status) status = m_toc->Flush();
+    if (status) status = WriteAt(*m_toc, 0, header);
+    return status ? m_toc->Flush() : status;
 }
 
 // As long as the old header does not stand again, what it might count stays.
-void Mailbox::TakeBack() {
-    if (!WriteAt(*m_toc, 0, m_header.Encode()) || !m_toc->Flush()) return;
+void Mailbox::TakeBack(std::string_view header) {
+    if (!WriteAt(*m_toc, 0, header) || !m_toc->Flush()) return;
     (void)m_toc->Truncate(BlockOffset(Count()));
     (void)m_mbx->Truncate(m_mbxSize);
 }
 
+// All memory is taken before the first byte is written.
 Code Mailbox::Append(std::string_view text, std::string block) {
     constexpr std::uint64_t kLargest = std::numeric_limits<std::uint32_t>::max() - 2;
-    if (Count() == mailstore::kMostMsgs || m_mbxSize + text.size() > kLargest) {
-        return mapi::kFailure;
-    }
-    Status status = AppendBytes(text, block);
-    if (status) {
-        const auto size = m_mbx->Size();
-        status = size ? WriteHeader(*size, IdOf(block)) : Status(size.Error());
-    }
-    if (!status) TakeBack();
+    const auto lead = LineEndBefore();
+    if (!lead) return CodeOf(lead.Error());
+    const std::uint64_t place = m_mbxSize + lead->size();
+    if (Count() == mailstore::kMostMsgs || place + text.size() > kLargest) return mapi::kFailure;
+    PutU32(block, kPlaceAt, static_cast<std::uint32_t>(place));
+    PutU32(block, kLengthAt, static_cast<std::uint32_t>(text.size()));
+    const std::string oldHeader = m_header.Encode();
+    const Status status =
+        WriteMail(*lead, text, block, HeaderWith(IdOf(block), place + text.size()));
+    if (!status) TakeBack(oldHeader);
     return CodeOf(status);
 }
 

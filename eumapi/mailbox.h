@@ -30,8 +30,9 @@ class Mailbox {
     explicit Mailbox(const platform::System& system) : m_system(system) {}
 
     // Makes the files if they are missing. Refuses, and writes nothing: a .toc file of Eudora for
-    // Macintosh (kNotSupported), and a file with content without its partner, which Eudora has to
-    // mend (kFailure).
+    // Macintosh (kNotSupported), a file with content without its partner, and two that do not
+    // belong together since no mail begins where the first block says, which Eudora has to mend
+    // (kFailure).
     Code Open(const std::string& folder, const MailboxKind& kind);
 
     std::uint32_t Count() const { return m_header.wNumberOfMsgs; }
@@ -49,10 +50,13 @@ class Mailbox {
   private:
     platform::Status OpenFiles(const MailboxPaths& paths);
     Code TakeHeader(const MailboxKind& kind);
+    Code CheckPair() const;
     platform::Status WriteAt(platform::File& file, std::uint64_t offset, std::string_view bytes);
-    platform::Status AppendBytes(std::string_view text, std::string& block);
-    platform::Status WriteHeader(std::uint64_t mbxSize, std::uint32_t newId);
-    void TakeBack();
+    platform::Result<std::string_view> LineEndBefore() const;
+    std::string HeaderWith(std::uint32_t newId, std::uint64_t mbxSize) const;
+    platform::Status WriteMail(std::string_view lead, std::string_view text, std::string_view block,
+                               std::string_view header);
+    void TakeBack(std::string_view header);
 
     platform::System m_system;
     std::unique_ptr<platform::File> m_mbx, m_toc;

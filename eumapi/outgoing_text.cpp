@@ -70,10 +70,14 @@ std::string WithLineEnds(std::string_view text) {
     return out;
 }
 
+// A semicolon ends an entry; a path that has one stands in quotes, which no path can have.
 std::string AttachmentsLine(const std::vector<std::string>& attachments) {
     if (attachments.empty()) return {};
     std::string line = "X-Attachments: ";
-    for (const auto& path : attachments) line += path + ";";
+    for (const auto& path : attachments) {
+        const bool isPlain = path.find(';') == path.npos;
+        line += (isPlain ? path : '"' + path + '"') + ';';
+    }
     return line + kEnd;
 }
 

@@ -45,6 +45,7 @@ Code SimpleMapi::Logon(mapi::Session* session) {
     if (session == nullptr) return mapi::kFailure;
     auto folder = FindEudoraFolder(m_system);
     if (!folder) return mapi::kLoginFailure;
+    if (!m_run) m_run = std::make_unique<RunMark>(m_system);
     m_sessions[++m_lastSession] = std::make_unique<InBox>(m_system, *std::move(folder));
     *session = m_lastSession;
     return mapi::kSuccess;
@@ -52,7 +53,9 @@ Code SimpleMapi::Logon(mapi::Session* session) {
 
 Code SimpleMapi::Logoff(mapi::Session session) {
     const std::lock_guard guard(m_mutex);
-    return m_sessions.erase(session) == 1 ? mapi::kSuccess : mapi::kInvalidSession;
+    if (m_sessions.erase(session) == 0) return mapi::kInvalidSession;
+    if (m_sessions.empty()) m_run.reset();
+    return mapi::kSuccess;
 }
 
 Code SimpleMapi::FindNext(mapi::Session session, const char* messageType, const char* seed,
@@ -101,12 +104,18 @@ Code SimpleMapi::ReadMail(mapi::Session session, const char* messageId, std::uin
     Code code;
     const IndexedMail* mail = FindMail(*inBox, messageId, code);
     if (mail == nullptr) return code;
-    AttachmentCopies copies(m_system, inBox->folder);
+    AttachmentCopies copies(m_system);
     MessageRecord record;
     code = inBox->reader.Read(inBox->index, *mail, flags, copies, record);
-    if (code == mapi::kSuccess && (flags & mapi::kPeek) == 0) code = inBox->index.MarkRead(*mail);
     if (code != mapi::kSuccess) return code;
-    *message = m_buffers.Make(record);
+    // A mail turns read only when nothing stands between it and the caller.
+    MapiMessage* const made = m_buffers.Make(record);
+    if ((flags & mapi::kPeek) == 0) code = inBox->index.MarkRead(*mail);
+    if (code != mapi::kSuccess) {
+        m_buffers.Free(made);
+        return code;
+    }
+    *message = made;
     copies.HandOver();
     return mapi::kSuccess;
 }

@@ -7,6 +7,7 @@
 #include "eumapi/mail_index.h"
 #include "eumapi/mail_reader.h"
 #include "eumapi/message_record.h"
+#include "eumapi/temporary_files.h"
 #include "mapi/records.h"
 
 namespace eumapi {
@@ -46,6 +47,7 @@ class SimpleMapi {
     std::mutex m_mutex;
     mapi::Session m_lastSession = 0;
     std::unordered_map<mapi::Session, std::unique_ptr<InBox>> m_sessions;
+    std::unique_ptr<RunMark> m_run;  // as long as there is a session
     MessageBuffers m_buffers;
 };
 

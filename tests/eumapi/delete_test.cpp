@@ -46,6 +46,8 @@ TEST_F(StandInDeleteTest, RefusesATrashThatEudoraMustMend) {
         std::uint32_t code;
     } cases[] = {{"mails without a list", Mail("old"), std::nullopt, 2},
                  {"a list without mails", std::nullopt, Toc({Block(0, 9, 1)}), 2},
+                 {"another's list", "x" + Mail("old"), Toc({Block(0, 9, 1)}), 2},
+                 {"a list beyond the mails", Mail("old"), Toc({Block(900, 9, 1)}), 2},
                  {"Macintosh", "", std::string("\x00\x01", 2) + std::string(300, ' '), 26}};
     for (const auto& one : cases) {
         (void)machine.files.Delete(trash("mbx"));

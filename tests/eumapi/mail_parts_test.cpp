@@ -36,6 +36,11 @@ TEST(StandInAddresses, Table) {
         }
         EXPECT_EQ(found, one.expected) << one.list;
     }
+    // So long that looking back at each colon would last longer than any test may.
+    const std::size_t many = 8'000'000;
+    const auto one = ParseAddresses(std::string(many, 'x') + '@' + std::string(many, ':'), 1252);
+    ASSERT_EQ(one.size(), 1u);
+    EXPECT_EQ(one[0].address.size(), 2 * many + 1);
     // The second byte of this character is a backslash to those who do not look at the first.
     const auto japanese = ParseAddresses("\"\x95\x5C\" <a@b.c>, d@e.f", 932);
     ASSERT_EQ(japanese.size(), 2u);
@@ -140,8 +145,10 @@ TEST(StandInAttachmentLines, Table) {
          "x\n"},
         {"x\n\n" + a + "\n\n" + b + n, "ny", "C:\\a;C:\\b;", "x\n\n" + a + "\n\n" + b + n,
          "x\n\n" + a},
-        {"x\n\n" + a + "\n\n" + b + n, "yn", "C:\\a;C:\\b;", "x\n\n\n" + b + "\n\n" + a + n,
-         "x\n\n\n" + b},
+        {"x\n\n" + a + "\n\n" + b + n, "yn", "C:\\a;C:\\b;", "x\n\n" + b + "\n\n" + a + n,
+         "x\n\n" + b},
+        {"x\n" + a + "\n\n" + b + n + c + n, "nyn", "C:\\a;C:\\b;C:\\c d;",
+         "x\n" + a + "\n\n" + c + "\n\n" + b + n, "x\n" + a + "\n\n" + c},
         {"x\n\n" + a + "\n\n" + b + n, "nn", "C:\\a;C:\\b;", "x\n\n" + a + "\n\n" + b + n, ""},
         {"x\n" + a + n + c + n, "yy", "C:\\a;C:\\c d;", "x\n\n\n" + a + "\n\n" + c + n, "x\n"},
         {a + n, "y", "C:\\a;", "\n\n" + a + n, ""},

@@ -62,14 +62,19 @@ TEST_F(StandInSendTest, QueuesInTheOutBox) {
     mail.sender.lpszAddress = const_cast<char*>("me@b.c");
     mail.message.lpOriginator = &mail.sender;
     mail.File("C:\\up\\a.txt", "a.txt").File(nullptr, nullptr);
+    for (const char* name : {"b.txt", "a;b.txt", "b.txt", "a.txt"})
+        mail.File("C:\\up\\a.txt", name);
     ASSERT_EQ(Send(mail), mapi::kSuccess);
     EXPECT_EQ(Contents("Out"),
               "From ???@??"
               "? Wed Jan 02 02:03:55 1980\r\n"
               "Date: Wed, 02 Jan 1980 02:03:55 +0900\r\nTo: b@c.d, H <h@i.j>\r\n"
               "Cc: \"E, F\" <e@f.g>\r\nBcc: k@l.m\r\nFrom: Me <me@b.c>\r\nSubject: hello\r\n"
-              "X-Attachments: C:\\Eudora\\Attach\\a1.txt;\r\n\r\none\r\ntwo\r\nthree\r\n|");
-    EXPECT_EQ(FileText("C:\\Eudora\\Attach\\a1.txt"), "content");
+              "X-Attachments: C:\\Eudora\\Attach\\315594235\\a.txt;"
+              "C:\\Eudora\\Attach\\b.txt;\"C:\\Eudora\\Attach\\a;b.txt\";"
+              "C:\\Eudora\\Attach\\315594235\\b.txt;"
+              "C:\\Eudora\\Attach\\315594236\\a.txt;\r\n\r\none\r\ntwo\r\nthree\r\n|");
+    EXPECT_EQ(FileText("C:\\Eudora\\Attach\\315594235\\a.txt"), "content");
     EXPECT_EQ(FileText("C:\\Eudora\\Attach\\a.txt"), "another's");
     const std::string toc = FileText("C:\\Eudora\\Out.toc");
     const auto block = mailstore::MsgBlock::Decode(toc.substr(104));
@@ -94,7 +99,7 @@ TEST_F(StandInSendTest, NumbersAboveTheHighest) {
     for (const auto& one : cases) {
         std::vector<std::string> blocks;
         for (const auto id : one.ids) blocks.push_back(Block(0, 0, id));
-        machine.files.Put("C:\\Eudora\\Out.mbx", "");
+        machine.files.Put("C:\\Eudora\\Out.mbx", Mail("first"));
         machine.files.Put("C:\\Eudora\\Out.toc", Toc(blocks));
         auto mail = Simple();
         ASSERT_EQ(Send(mail), mapi::kSuccess);
@@ -107,7 +112,7 @@ TEST_F(StandInSendTest, RefusesWhatCannotBeSent) {
     const auto expect = [&](std::uint32_t expected, Outgoing mail, std::uint32_t flags = 0) {
         EXPECT_EQ(library.SendMail(session, mail.Get(), flags), expected);
         EXPECT_EQ(Contents("Out"), "none");
-        EXPECT_EQ(machine.files.AllFiles().size(), 1u);
+        EXPECT_EQ(FilesIn("").size(), 1u);
     };
     machine.files.Put("C:\\up\\a.txt", "content");
     expect(mapi::kInvalidRecipients, Outgoing());
@@ -119,6 +124,12 @@ TEST_F(StandInSendTest, RefusesWhatCannotBeSent) {
            Simple().File("C:\\up\\a.txt", "a.txt").File("C:\\up\\none", "b"));
     expect(mapi::kAttachmentNotFound, Simple().File("C:\\up", "folder"));
     expect(mapi::kNotSupported, Simple(), 0x8);
+    ASSERT_TRUE(machine.files.RemoveFolder("C:\\Eudora\\Attach"));
+    machine.files.Put("C:\\Eudora\\Attach", "no folder");
+    auto mail = Simple();
+    EXPECT_EQ(Send(mail.File("C:\\up\\a.txt", "a.txt")), mapi::kAttachmentWriteFailure);
+    EXPECT_EQ(Contents("Out"), "none");
+    EXPECT_EQ(FileText("C:\\Eudora\\Attach"), "no folder");
     EXPECT_EQ(library.SendMail(session, nullptr, 0), mapi::kFailure);
     EXPECT_EQ(library.SendMail(99, Simple().Get(), 0), mapi::kInvalidSession);
 }
@@ -144,7 +155,7 @@ TEST_F(StandInSendTest, SendsInFullOrNotAtAll) {
         bool hasSucceeded = false;
         for (int n = 1; !hasSucceeded; ++n) {
             SCOPED_TRACE(std::to_string(int(fault)) + " " + std::to_string(n));
-            for (const auto& path : machine.files.AllFiles()) (void)machine.files.Delete(path);
+            for (const auto& path : FilesIn("")) (void)machine.files.Delete(path);
             machine.files.Put("C:\\up\\a.txt", "content");
             auto first = Simple();
             ASSERT_EQ(Send(first), mapi::kSuccess);
@@ -170,6 +181,7 @@ TEST_F(StandInSendTest, SendsInFullOrNotAtAll) {
             ASSERT_LT(n, 100);
         }
     }
+    EXPECT_EQ(library.Logoff(session), mapi::kSuccess);
     EXPECT_EQ(machine.files.OpenCount(), 0);
 }
 

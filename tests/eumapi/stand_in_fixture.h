@@ -99,13 +99,15 @@ class StandInTest : public ::testing::Test {
     std::string FileText(const std::string& path) const {
         return machine.files.Get(path).value_or("no file");
     }
-    std::vector<std::string> TempFiles() {
+    // But for the mark that a session holds.
+    std::vector<std::string> FilesIn(const std::string& folder) const {
         std::vector<std::string> names;
         for (const auto& path : machine.files.AllFiles()) {
-            if (path.starts_with("C:\\temp\\")) names.push_back(path);
+            if (path.starts_with(folder) && !path.ends_with(".lock")) names.push_back(path);
         }
         return names;
     }
+    std::vector<std::string> TempFiles() const { return FilesIn("C:\\temp\\"); }
     // The texts of the mails of a mailbox, each with "|" behind it, as its files have them.
     std::string Contents(const std::string& mailbox) const {
         const auto toc = machine.files.Get("C:\\Eudora\\" + mailbox + ".toc");

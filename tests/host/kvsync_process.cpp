@@ -56,7 +56,7 @@ Outcome Bench::KvsyncWith(const std::string& variables, const std::string& argum
 
 Outcome Bench::KvsyncKilled(double seconds, const std::string& arguments) const {
     // In the foreground, so that the killed run is gone when its exit code is there.
-    return Run("timeout --foreground -s KILL " + std::to_string(seconds) + " " +
+    return Run("ulimit -f 1000000; timeout --foreground -s KILL " + std::to_string(seconds) + " " +
                    Quoted(KV_PROGRAM) + " " + arguments,
                Path("no-prefix"), {});
 }

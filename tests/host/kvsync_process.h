@@ -28,7 +28,8 @@ class Bench {
     Outcome Kvsync(const std::string& arguments, const std::string& input = {}) const;
     // The same with variables of the environment in front, as for a shell.
     Outcome KvsyncWith(const std::string& variables, const std::string& arguments) const;
-    // The same, killed after some seconds if it takes that long: then the code is 137.
+    // The same, killed after some seconds if it takes that long: then the code is 137. It can write
+    // no file of more than 500 MB.
     Outcome KvsyncKilled(double seconds, const std::string& arguments) const;
     // Runs another program of the build with the prefix that kvsync made for E.
     Outcome OnPrefix(const std::string& command) const;

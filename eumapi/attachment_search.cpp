@@ -1,0 +1,110 @@
+#include "eumapi/attachment_search.h"
+
+#include <algorithm>
+
+#include "mailstore/format/file_name.h"
+#include "platform/os/path.h"
+#include "platform/os/profile.h"
+
+namespace eumapi {
+
+namespace {
+
+constexpr std::uint64_t kLargestIni = 1 << 20;
+// The lines of a mail name one folder, hardly ever two; each may cost a look at a large one.
+constexpr std::size_t kMostFolders = 16;
+
+// A mail must not make us talk to another machine.
+bool IsOnDrive(std::string_view path) {
+    if (path.size() < 4 || path[1] != ':' || (path[2] != '\\' && path[2] != '/')) return false;
+    const char drive = path[0];
+    return (drive >= 'A' && drive <= 'Z') || (drive >= 'a' && drive <= 'z');
+}
+
+// The same for all names that the system takes for one; other names may have it too.
+std::string Key(std::string_view name, unsigned codePage) {
+    std::string key;
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(name[i]);
+        if (byte < 0x80) {
+            key += byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : name[i];
+        } else {
+            key += '?';
+            if (platform::IsLeadByte(byte, codePage)) ++i;
+        }
+    }
+    key.erase(key.find_last_not_of(". ") + 1);
+    return key;
+}
+
+}  // namespace
+
+AttachmentSearch::AttachmentSearch(const platform::System& system, const std::string& eudoraFolder)
+    : m_system(system), m_codePage(system.processes.CodePage()) {
+    AddRoot(eudoraFolder + "Attach");
+    const auto ini = platform::ReadWhole(m_system.files, eudoraFolder + "Eudora.ini", kLargestIni,
+                                         platform::Share::kReadWrite);
+    if (!ini) return;
+    const auto folder = platform::ProfileValue(*ini, "Settings", "AutoReceiveDirectory");
+    if (folder && !folder->empty()) AddRoot(std::string(*folder));
+}
+
+void AttachmentSearch::AddRoot(std::string path) {
+    auto real = m_system.files.RealPath(path);
+    const auto info = m_system.files.Stat(path);
+    if (!real || !info || !info->isFolder) return;
+    const auto last = platform::LastSeparator(path, m_codePage);
+    if (last == path.npos || last + 1 != path.size()) path += '\\';
+    if (!real->ends_with('/')) *real += '/';
+    m_roots.push_back({std::move(path), std::nullopt});
+    m_realRoots.push_back(*std::move(real));
+}
+
+bool AttachmentSearch::LiesInRoot(const std::string& realPath) const {
+    return std::any_of(m_realRoots.begin(), m_realRoots.end(),
+                       [&](const auto& root) { return realPath.starts_with(root); });
+}
+
+// Null if attachments do not lie in the folder of that path.
+AttachmentSearch::Folder* AttachmentSearch::FolderOf(std::string_view linePath) {
+    if (!IsOnDrive(linePath)) return nullptr;
+    std::string path(linePath.substr(0, platform::LastSeparator(linePath, m_codePage) + 1));
+    const auto known = m_folders.find(path);
+    if (known != m_folders.end()) return known->second.path.empty() ? nullptr : &known->second;
+    if (m_folders.size() == kMostFolders) return nullptr;
+    auto& folder = m_folders[path];
+    const auto real = m_system.files.RealPath(path);
+    if (!real || !LiesInRoot(*real + '/')) return nullptr;
+    folder.path = std::move(path);
+    return &folder;
+}
+
+std::string AttachmentSearch::FindIn(Folder& folder, const std::string& name) {
+    if (folder.names && !folder.names->contains(Key(name, m_codePage))) return {};
+    std::string path = folder.path + name;
+    const auto real = m_system.files.RealPath(path);
+    if (real) {
+        const bool isNew = LiesInRoot(*real) && m_found.insert(*real).second;
+        return isNew ? path : std::string();
+    }
+    // A name that is not there has cost a look at every name; the next ones must not.
+    if (folder.names) return {};
+    folder.names.emplace();
+    const auto entries = m_system.files.List(folder.path, "*");
+    if (!entries) return {};
+    for (const auto& entry : *entries) folder.names->insert(Key(entry.name, m_codePage));
+    return {};
+}
+
+std::string AttachmentSearch::Find(std::string_view linePath) {
+    const auto name = mailstore::PlainNameIn(linePath, m_codePage);
+    if (name.empty()) return {};
+    std::string path;
+    if (Folder* folder = FolderOf(linePath)) path = FindIn(*folder, name);
+    for (auto root = m_roots.begin(); path.empty() && root != m_roots.end(); ++root) {
+        path = FindIn(*root, name);
+    }
+    return path;
+}
+
+}  // namespace eumapi
