@@ -184,7 +184,7 @@ TEST_F(MailWriter, QueuesAMailForSendingAndRefusesWhatCannotBeSent) {
     const std::string text = test::ReadDisk(TheModule().eudora / "Out.mbx");
     EXPECT_THAT(text, HasSubstr("To: Doe  Jo <jo@d.e>, f@g.h\r\n"));
     EXPECT_THAT(text, HasSubstr("Subject: caf\xE9 o@x\r\n"));
-    EXPECT_THAT(text, HasSubstr("X-Attachments: C:\\Eudora\\Attach\\out"));
+    EXPECT_THAT(text, HasSubstr("\\out.txt;\r\n")) << "the name, whatever the folder";
     EXPECT_TRUE(session->MoveFirst());
     EXPECT_FALSE(*session->MoveFirst());
 }
