@@ -22,11 +22,10 @@ Code PutIntoTrash(const platform::System& system, const std::string& eudoraFolde
     return *isThere ? mapi::kSuccess : trash.Append(text, std::string(block));
 }
 
-// The file's bytes without one block.
+// The file's bytes without one block. What is counted stays counted, also a block that is cut
+// short.
 std::string WithoutBlock(std::string toc, std::uint32_t block) {
     auto header = mailstore::TocHeader::Decode(toc);
-    const auto there = (toc.size() - kTocHeaderSize) / kMsgBlockSize;
-    if (there < header.wNumberOfMsgs) header.wNumberOfMsgs = static_cast<std::uint16_t>(there);
     --header.wNumberOfMsgs;
     toc.replace(0, kTocHeaderSize, header.Encode());
     toc.erase(static_cast<std::size_t>(BlockOffset(block)), kMsgBlockSize);

@@ -96,5 +96,8 @@ run 0 list mail --eudora Eudora | tail -n 2
 tail -n 8 "$place/Eudora/Out.mbx"
 run 0 backups --eudora Eudora | tail -n 1 | cut -c 1-100
 
+title "Next run: the last block of In.toc was cut short; with one behind it, its mail is seen again"
+sync_mail 4
+
 title "Last run: nothing to do"
 sync_mail 0

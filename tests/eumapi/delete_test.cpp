@@ -33,6 +33,12 @@ TEST_F(StandInDeleteTest, MovesToTheTrash) {
     EXPECT_EQ(Contents("In"), "");
     EXPECT_EQ(Contents("Trash"), Mail("b") + "|" + Mail("c") + "|" + Mail("a") + "|");
     EXPECT_EQ(Delete(1), mapi::kInvalidMessage);
+    PutMails({Mail("a"), Mail("b")});
+    const std::string cut = FileText(kInToc).substr(0, 104 + 218 + 100);
+    machine.files.Put(kInToc, cut);
+    ASSERT_EQ(Delete(1), mapi::kSuccess);
+    EXPECT_EQ(FileText(kInToc).substr(102), std::string("\1\0", 2) + cut.substr(104 + 218))
+        << "a block that is cut short is still counted";
 }
 
 TEST_F(StandInDeleteTest, RefusesATrashThatEudoraMustMend) {
