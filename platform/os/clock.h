@@ -15,8 +15,7 @@ class Clock {
         return UtcOffset(std::chrono::floor<std::chrono::seconds>(instant));
     }
     // The same of the zone's standard time, daylight saving takes no part, at a local time that is
-    // given as if it were one of UTC. Nothing if the zone has no such time: some have left out a
-    // whole day.
+    // given as if it were one of UTC. Nothing if the zone has left that time out.
     virtual std::optional<std::chrono::seconds> StandardOffset(std::chrono::sys_seconds local) = 0;
     virtual void Sleep(std::chrono::milliseconds duration) = 0;
 };
