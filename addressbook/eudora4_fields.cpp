@@ -6,8 +6,8 @@
 #include "addressbook/token_scan.h"
 #include "frame/guard.h"
 #include "platform/kvutil/kvutil.h"
-#include "platform/mfc/text_case.h"
 #include "platform/os/code_page.h"
+#include "text/double_byte.h"
 
 using addressbook::CheckMode;
 using frame::Guarded;
@@ -75,7 +75,7 @@ bool CREudora4::IsFilteredOut() {
         FreeVornString(cell);
         const CString text(filter.pszText);
         const auto wanted = platform::UpperCase(addressbook::Trimmed(text.Str()), codePage);
-        if (!platform::ContainsText(platform::UpperCase(value.Str(), codePage), wanted, codePage)) {
+        if (!text::ContainsText(platform::UpperCase(value.Str(), codePage), wanted, codePage)) {
             return true;
         }
     }

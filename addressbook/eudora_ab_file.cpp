@@ -8,7 +8,7 @@
 #include "addressbook/nickname_writer.h"
 #include "frame/trans_util.h"
 #include "platform/kvutil/kvutil.h"
-#include "platform/os/path.h"
+#include "text/path.h"
 
 using addressbook::FileBytes;
 using platform::ErrorCode;
@@ -177,12 +177,12 @@ Status CEudoraAB::WriteSide(const std::string& path) {
 // Eudora keeps places inside the nickname file there, which are wrong now; it makes a new one.
 void CEudoraAB::DeleteTableOfContents() {
     const auto codePage = CodePage();
-    auto parts = platform::SplitPath(m_csFilePath.Str(), codePage);
+    auto parts = text::SplitPath(m_csFilePath.Str(), codePage);
     const bool isItself = parts.extension.size() == 4 && (parts.extension[1] | 0x20) == 't' &&
                           (parts.extension[2] | 0x20) == 'o' && (parts.extension[3] | 0x20) == 'c';
     if (isItself) return;
     parts.extension = ".TOC";
-    const auto path = platform::JoinPath(parts);
+    const auto path = text::JoinPath(parts);
     auto& files = Util().system.files;
     if (files.Exists(path)) (void)files.Delete(path);
 }

@@ -11,7 +11,7 @@
 #include "addressbook/token_scan.h"
 #include "frame/trans_util.h"
 #include "platform/kvutil/kvutil.h"
-#include "platform/os/path.h"
+#include "text/double_byte.h"
 
 using addressbook::CopyFieldText;
 using addressbook::CopyMode;
@@ -146,8 +146,7 @@ std::string CEudoraAB::NicknameFromName() const {
     std::string name = m_pCurrent->csName.Str();
     std::replace(name.begin(), name.end(), ',', ' ');
     const auto trimmed = addressbook::Trimmed(name);
-    const auto size =
-        platform::WholeCharacterPrefix(trimmed, addressbook::kMaxNickname, CodePage());
+    const auto size = text::WholeCharacterPrefix(trimmed, addressbook::kMaxNickname, CodePage());
     return std::string(trimmed.substr(0, std::min(size, trimmed.find('\0'))));
 }
 
@@ -159,7 +158,7 @@ bool CEudoraAB::MakeUnique(std::string& nickname) const {
         if (number > kLastNumber) return false;
         const auto digits = std::to_string(number);
         const auto room = addressbook::kMaxNickname - digits.size();
-        nickname = base.substr(0, platform::WholeCharacterPrefix(base, room, CodePage())) + digits;
+        nickname = base.substr(0, text::WholeCharacterPrefix(base, room, CodePage())) + digits;
     }
     return true;
 }

@@ -2,7 +2,7 @@
 
 #include "addressbook/nickname_record.h"
 #include "platform/kvutil/kvutil.h"
-#include "platform/os/path.h"
+#include "text/double_byte.h"
 
 namespace addressbook {
 
@@ -47,7 +47,7 @@ void CopyFieldText(std::string& target, std::string_view source, CopyMode mode) 
 std::string_view CutNickname(std::string_view text, unsigned codePage) {
     std::size_t end = 0;
     for (int count = 0; count < kNicknameLimit && end < text.size(); ++count) {
-        const bool pair = platform::IsLeadByte(static_cast<unsigned char>(text[end]), codePage) &&
+        const bool pair = text::IsLeadByte(static_cast<unsigned char>(text[end]), codePage) &&
                           end + 1 < text.size();
         const auto next = end + (pair ? 2 : 1);
         if (next > kMaxNickname) break;

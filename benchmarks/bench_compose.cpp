@@ -18,8 +18,8 @@ std::string TextOf(std::size_t bytes, unsigned every) {
     return text;
 }
 
-Mail MailOf(std::string body) {
-    Mail mail;
+mail::Mail MailOf(std::string body) {
+    mail::Mail mail;
     mail.id = "0x00000012";
     mail.messageId = "20260901081500.1a2b@example.com";
     mail.from = "ann.harper@example.org";
@@ -30,14 +30,15 @@ Mail MailOf(std::string body) {
     return mail;
 }
 
-void Run(benchmark::State& state, platform::Files& files, const Mail& mail) {
+void Run(benchmark::State& state, platform::Files& files, const mail::Mail& mail) {
     std::size_t bytes = 0;
     for (auto step : state) {
         const auto count = [&](std::string_view piece) -> platform::Status {
             bytes += piece.size();
             return {};
         };
-        benchmark::DoNotOptimize(ComposeMail(files, mail, std::chrono::hours(1), count).HasValue());
+        benchmark::DoNotOptimize(
+            mail::ComposeMail(files, mail, std::chrono::hours(1), count).HasValue());
     }
     state.SetBytesProcessed(static_cast<std::int64_t>(bytes));
 }
@@ -63,7 +64,7 @@ BENCHMARK(BM_Html);
 void BM_Attachment(benchmark::State& state) {
     platform::testing::MemoryFiles files;
     files.Put("C:\\a", std::string(static_cast<std::size_t>(state.range(0)), 'a'));
-    Mail mail = MailOf(TextOf(1 << 10, 3));
+    mail::Mail mail = MailOf(TextOf(1 << 10, 3));
     mail.attachments = {{"picture.png", "C:\\a"}};
     Run(state, files, mail);
 }

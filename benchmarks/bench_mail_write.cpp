@@ -10,8 +10,8 @@
 #include "benchmarks/bench_support.h"
 #include "benchmarks/inbox_generator.h"
 #include "frame/trans_util.h"
+#include "mailbox/toc_records.h"
 #include "mailstore/eudora_mail.h"
-#include "mailstore/format/toc_records.h"
 #include "platform/testing/test_system.h"
 
 namespace {
@@ -58,7 +58,7 @@ class Bench : private CREudoraMail {
         m_mapMailStatus.clear();
     }
     void Note(const std::vector<std::uint32_t>& ids, const char* status) {
-        for (const auto id : ids) m_mapMailStatus[mailstore::IndexIdOf(id)] = status;
+        for (const auto id : ids) m_mapMailStatus[mailbox::IndexIdOf(id)] = status;
     }
     void Write() { Check(WriteNewMails() == RRC_OK, "writing mails"); }
     void StoreStates() { Check(UpdateMailStatus() == RRC_OK, "storing states"); }
@@ -192,7 +192,7 @@ std::vector<std::uint32_t> IdsOf(const std::string& tocPath, std::size_t count) 
     std::vector<std::uint32_t> ids;
     for (std::size_t i = 0; i < count; ++i) {
         const std::size_t at = i * blocks / count;
-        ids.push_back(mailstore::MailPlace::Decode(toc.substr(104 + at * 218, 218)).dwMsgId);
+        ids.push_back(mailbox::MailPlace::Decode(toc.substr(104 + at * 218, 218)).dwMsgId);
     }
     return ids;
 }

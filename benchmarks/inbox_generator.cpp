@@ -4,7 +4,7 @@
 #include <fstream>
 #include <random>
 
-#include "mailstore/format/toc_records.h"
+#include "mailbox/toc_records.h"
 
 namespace benchmarks {
 
@@ -53,7 +53,7 @@ class MailMaker {
 bool WriteInbox(const std::string& mbxPath, const std::string& tocPath, std::uint32_t mails,
                 std::uint32_t bytesEach) {
     std::ofstream mbx(mbxPath, std::ios::binary), toc(tocPath, std::ios::binary);
-    auto header = mailstore::TocHeader::Decode(mailstore::NewTocHeader());
+    auto header = mailbox::TocHeader::Decode(mailbox::NewTocHeader());
     header.wNumberOfMsgs = static_cast<std::uint16_t>(mails);
     toc << header.Encode();
     MailMaker maker;
@@ -61,7 +61,7 @@ bool WriteInbox(const std::string& mbxPath, const std::string& tocPath, std::uin
     for (std::uint32_t i = 0; i < mails; ++i) {
         const std::string mail = maker.Make(i, bytesEach / 4 + bytesEach / 4 * (i % 7));
         mbx << mail;
-        mailstore::MsgBlock block;
+        mailbox::MsgBlock block;
         block.dwOffset = offset;
         block.dwLength = static_cast<std::uint32_t>(mail.size());
         block.dwSeconds = kFirstSeconds + i;

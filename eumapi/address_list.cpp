@@ -1,6 +1,6 @@
 #include "eumapi/address_list.h"
 
-#include "platform/os/path.h"
+#include "text/double_byte.h"
 
 namespace eumapi {
 
@@ -44,7 +44,7 @@ class AddressScan {
     // Whether a double-byte character stands there, whose second byte may look like a mark.
     bool IsPair(std::size_t at) const {
         return at + 1 < m_list.size() &&
-               platform::IsLeadByte(static_cast<unsigned char>(m_list[at]), m_codePage);
+               text::IsLeadByte(static_cast<unsigned char>(m_list[at]), m_codePage);
     }
 
     void Step(char letter) {

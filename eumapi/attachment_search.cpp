@@ -2,9 +2,10 @@
 
 #include <algorithm>
 
-#include "mailstore/format/file_name.h"
-#include "platform/os/path.h"
 #include "platform/os/profile.h"
+#include "text/double_byte.h"
+#include "text/path.h"
+#include "text/plain_name.h"
 
 namespace eumapi {
 
@@ -30,7 +31,7 @@ std::string Key(std::string_view name, unsigned codePage) {
             key += byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : name[i];
         } else {
             key += '?';
-            if (platform::IsLeadByte(byte, codePage)) ++i;
+            if (text::IsLeadByte(byte, codePage)) ++i;
         }
     }
     key.erase(key.find_last_not_of(". ") + 1);
@@ -53,7 +54,7 @@ void AttachmentSearch::AddRoot(std::string path) {
     auto real = m_system.files.RealPath(path);
     const auto info = m_system.files.Stat(path);
     if (!real || !info || !info->isFolder) return;
-    const auto last = platform::LastSeparator(path, m_codePage);
+    const auto last = text::LastSeparator(path, m_codePage);
     if (last == path.npos || last + 1 != path.size()) path += '\\';
     if (!real->ends_with('/')) *real += '/';
     m_roots.push_back({std::move(path), std::nullopt});
@@ -68,7 +69,7 @@ bool AttachmentSearch::LiesInRoot(const std::string& realPath) const {
 // Null if attachments do not lie in the folder of that path.
 AttachmentSearch::Folder* AttachmentSearch::FolderOf(std::string_view linePath) {
     if (!IsOnDrive(linePath)) return nullptr;
-    std::string path(linePath.substr(0, platform::LastSeparator(linePath, m_codePage) + 1));
+    std::string path(linePath.substr(0, text::LastSeparator(linePath, m_codePage) + 1));
     const auto known = m_folders.find(path);
     if (known != m_folders.end()) return known->second.path.empty() ? nullptr : &known->second;
     if (m_folders.size() == kMostFolders) return nullptr;
@@ -97,7 +98,7 @@ std::string AttachmentSearch::FindIn(Folder& folder, const std::string& name) {
 }
 
 std::string AttachmentSearch::Find(std::string_view linePath) {
-    const auto name = mailstore::PlainNameIn(linePath, m_codePage);
+    const auto name = text::PlainNameIn(linePath, m_codePage);
     if (name.empty()) return {};
     std::string path;
     if (Folder* folder = FolderOf(linePath)) path = FindIn(*folder, name);

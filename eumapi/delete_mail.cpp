@@ -6,9 +6,9 @@ namespace eumapi {
 
 namespace {
 
-using mailstore::BlockOffset;
-using mailstore::kMsgBlockSize;
-using mailstore::kTocHeaderSize;
+using mailbox::BlockOffset;
+using mailbox::kMsgBlockSize;
+using mailbox::kTocHeaderSize;
 
 // A count of blocks as large as it can be, and room for what may lie behind them.
 constexpr std::uint64_t kLargestToc = 1u << 26;
@@ -17,7 +17,7 @@ Code PutIntoTrash(const platform::System& system, const std::string& eudoraFolde
                   std::string_view text, std::string_view block) {
     Mailbox trash(system);
     if (const Code code = trash.Open(eudoraFolder, kTrash); code != mapi::kSuccess) return code;
-    const auto isThere = trash.Contains(mailstore::MailPlace::Decode(block).dwMsgId, text);
+    const auto isThere = trash.Contains(mailbox::MailPlace::Decode(block).dwMsgId, text);
     if (!isThere) return CodeOf(isThere.Error());
     return *isThere ? mapi::kSuccess : trash.Append(text, std::string(block));
 }
@@ -25,10 +25,10 @@ Code PutIntoTrash(const platform::System& system, const std::string& eudoraFolde
 // The file's bytes without one block. What is counted stays counted, also a block that is cut
 // short.
 std::string WithoutBlock(std::string toc, std::uint32_t block) {
-    auto header = mailstore::TocHeader::Decode(toc);
+    auto header = mailbox::TocHeader::Decode(toc);
     --header.wNumberOfMsgs;
-    toc.replace(0, kTocHeaderSize, header.Encode());
-    toc.erase(static_cast<std::size_t>(BlockOffset(block)), kMsgBlockSize);
+    toc.replace(0, mailbox::kTocHeaderSize, header.Encode());
+    toc.erase(static_cast<std::size_t>(mailbox::BlockOffset(block)), mailbox::kMsgBlockSize);
     return toc;
 }
 
@@ -39,10 +39,10 @@ Code DeleteMail(const platform::System& system, const std::string& eudoraFolder,
     const auto path = PathsOf(eudoraFolder, "In").toc;
     auto toc = platform::ReadWhole(system.files, path, kLargestToc);
     if (!toc) return CodeOf(toc.Error());
-    const auto at = static_cast<std::size_t>(BlockOffset(mail.block));
-    if (toc->size() < at + kMsgBlockSize) return mapi::kFailure;
-    const auto block = toc->substr(at, kMsgBlockSize);
-    if (mailstore::MailPlace::Decode(block).dwMsgId != mail.id) return mapi::kFailure;
+    const auto at = static_cast<std::size_t>(mailbox::BlockOffset(mail.block));
+    if (toc->size() < at + mailbox::kMsgBlockSize) return mapi::kFailure;
+    const auto block = toc->substr(at, mailbox::kMsgBlockSize);
+    if (mailbox::MailPlace::Decode(block).dwMsgId != mail.id) return mapi::kFailure;
     const auto text = reader.ReadBytes(index, mail);
     if (!text) return CodeOf(text.Error());
     if (const Code code = PutIntoTrash(system, eudoraFolder, *text, block);

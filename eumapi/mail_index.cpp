@@ -5,14 +5,14 @@
 #include <unordered_set>
 
 #include "eumapi/eudora_folder.h"
-#include "mailstore/format/toc_records.h"
+#include "mailbox/toc_records.h"
 #include "platform/os/little_endian.h"
 
 namespace eumapi {
 
 namespace {
 
-using mailstore::kMsgBlockSize;
+using mailbox::kMsgBlockSize;
 using platform::File;
 using platform::OpenMode;
 using platform::Share;
@@ -22,28 +22,28 @@ constexpr std::size_t kBlocksAtOnce = 1024;
 constexpr std::chrono::milliseconds kTimeStep(50);
 
 IndexedMail DecodeMail(std::string_view bytes, std::uint32_t block) {
-    const auto place = mailstore::MailPlace::Decode(bytes);
+    const auto place = mailbox::MailPlace::Decode(bytes);
     return {block, place.dwOffset, place.dwLength, place.dwMsgId,
-            platform::ReadU16(bytes, mailstore::kStatusOffset).value_or(0)};
+            platform::ReadU16(bytes, mailbox::kStatusOffset).value_or(0)};
 }
 
 platform::Result<std::vector<IndexedMail>> ReadMails(File& toc) {
-    std::string bytes(mailstore::kTocHeaderSize, '\0');
+    std::string bytes(mailbox::kTocHeaderSize, '\0');
     auto read = toc.Read(bytes);
     if (!read) return read.Error();
     bytes.resize(*read);
     if (IsMacintoshToc(bytes)) return platform::Failure{platform::ErrorCode::kNotSupported, {}};
-    const std::uint32_t count = mailstore::TocHeader::Decode(bytes).wNumberOfMsgs;
+    const std::uint32_t count = mailbox::TocHeader::Decode(bytes).wNumberOfMsgs;
     std::vector<IndexedMail> mails;
     mails.reserve(count);
     std::unordered_set<std::uint32_t> seen;
     for (std::uint32_t block = 0; block < count;) {
-        bytes.resize(kMsgBlockSize * std::min<std::size_t>(kBlocksAtOnce, count - block));
+        bytes.resize(mailbox::kMsgBlockSize * std::min<std::size_t>(kBlocksAtOnce, count - block));
         read = toc.Read(bytes);
         if (!read) return read.Error();
-        const std::string_view whole(bytes.data(), *read - *read % kMsgBlockSize);
-        for (std::size_t at = 0; at < whole.size(); at += kMsgBlockSize, ++block) {
-            const auto mail = DecodeMail(whole.substr(at, kMsgBlockSize), block);
+        const std::string_view whole(bytes.data(), *read - *read % mailbox::kMsgBlockSize);
+        for (std::size_t at = 0; at < whole.size(); at += mailbox::kMsgBlockSize, ++block) {
+            const auto mail = DecodeMail(whole.substr(at, mailbox::kMsgBlockSize), block);
             if (seen.insert(mail.id).second) mails.push_back(mail);
         }
         if (*read < bytes.size()) break;
@@ -52,10 +52,10 @@ platform::Result<std::vector<IndexedMail>> ReadMails(File& toc) {
 }
 
 platform::Result<std::string> ReadBlockOf(File& toc, const IndexedMail& mail) {
-    std::string bytes(kMsgBlockSize, '\0');
-    const auto read = toc.ReadAt(mailstore::BlockOffset(mail.block), bytes);
+    std::string bytes(mailbox::kMsgBlockSize, '\0');
+    const auto read = toc.ReadAt(mailbox::BlockOffset(mail.block), bytes);
     if (!read) return read.Error();
-    if (*read < bytes.size() || mailstore::MailPlace::Decode(bytes).dwMsgId != mail.id) {
+    if (*read < bytes.size() || mailbox::MailPlace::Decode(bytes).dwMsgId != mail.id) {
         return platform::Failure{platform::ErrorCode::kCorrupt, {}};
     }
     return bytes;
@@ -141,17 +141,17 @@ platform::Result<std::string> MailIndex::ReadBlock(const IndexedMail& mail) cons
 }
 
 Code MailIndex::MarkRead(const IndexedMail& mail) {
-    constexpr auto kUnread = static_cast<std::uint16_t>(mailstore::MailState::kUnread);
+    constexpr auto kUnread = static_cast<std::uint16_t>(mailbox::MailState::kUnread);
     if (mail.state != kUnread) return mapi::kSuccess;
     {
         const auto toc = m_system.files.Open(m_path, OpenMode::kReadWrite, Share::kRead);
         if (!toc) return CodeOf(toc.Error());
         const auto block = ReadBlockOf(**toc, mail);
         if (!block) return CodeOf(block.Error());
-        const auto at = mailstore::BlockOffset(mail.block) + mailstore::kStatusOffset;
+        const auto at = mailbox::BlockOffset(mail.block) + mailbox::kStatusOffset;
         const auto sought = (*toc)->Seek(static_cast<std::int64_t>(at), platform::SeekFrom::kBegin);
         if (!sought) return CodeOf(sought.Error());
-        if (platform::ReadU16(*block, mailstore::kStatusOffset) == kUnread) {
+        if (platform::ReadU16(*block, mailbox::kStatusOffset) == kUnread) {
             const auto written = (*toc)->Write(std::string_view("\x01\x00", 2));
             if (!written) return CodeOf(written.Error());
         }

@@ -6,14 +6,14 @@
 #include "eumapi/attachment_search.h"
 #include "eumapi/encoded_word.h"
 #include "eumapi/mail_date.h"
-#include "mailstore/format/file_name.h"
-#include "mailstore/format/toc_records.h"
+#include "mailbox/toc_records.h"
+#include "text/plain_name.h"
 
 namespace eumapi {
 
 namespace {
 
-using mailstore::MailState;
+using mailbox::MailState;
 
 constexpr std::uint64_t kHeaderGuess = 16384;  // most headers are shorter
 
@@ -121,8 +121,8 @@ void MailReader::TakeHeader(const MailText& text, const MailIndex& index, const 
     auto moment = ParseMailDate(text.Field("Date").value_or(""), m_system.clock);
     if (!subject || !record.originator || !moment) {
         // What the list of mails in Eudora shows.
-        mailstore::MsgBlock block;
-        if (const auto bytes = index.ReadBlock(mail)) block = mailstore::MsgBlock::Decode(*bytes);
+        mailbox::MsgBlock block;
+        if (const auto bytes = index.ReadBlock(mail)) block = mailbox::MsgBlock::Decode(*bytes);
         if (!subject) subject = DecodeHeader(block.szSubject, codePage);
         if (!record.originator && !block.szFrom.empty()) {
             const auto from = DecodeHeader(block.szFrom, codePage);
@@ -148,7 +148,7 @@ Code MailReader::CopyAttachments(std::vector<AttachmentLine>& lines,
     for (auto& line : lines) {
         const std::string source = search.Find(line.path);
         if (source.empty()) continue;
-        auto name = mailstore::PlainNameIn(source, m_system.processes.CodePage());
+        auto name = text::PlainNameIn(source, m_system.processes.CodePage());
         const Code code = copies.Add(source, std::move(name), line.isPresent);
         if (code != mapi::kSuccess) return code;
     }

@@ -10,9 +10,9 @@ namespace eumapi {
 
 namespace {
 
-using mailstore::BlockOffset;
-using mailstore::kMsgBlockSize;
-using mailstore::kTocHeaderSize;
+using mailbox::BlockOffset;
+using mailbox::kMsgBlockSize;
+using mailbox::kTocHeaderSize;
 using platform::OpenMode;
 using platform::Share;
 using platform::Status;
@@ -22,7 +22,7 @@ constexpr std::string_view kSeparator = "From ";
 constexpr std::size_t kPlaceAt = 0, kLengthAt = 4;  // in a block
 
 std::string NewHeader(const MailboxKind& kind) {
-    std::string bytes = mailstore::NewTocHeader();
+    std::string bytes = mailbox::NewTocHeader();
     bytes.replace(kNameAt, kNameWidth, kNameWidth, '\0');
     bytes.replace(kNameAt, kind.name.size(), kind.name);
     bytes[kTypeAt] = static_cast<char>(kind.type);
@@ -31,7 +31,7 @@ std::string NewHeader(const MailboxKind& kind) {
 }
 
 std::uint32_t IdOf(std::string_view block) {
-    return mailstore::MailPlace::Decode(block).dwMsgId;
+    return mailbox::MailPlace::Decode(block).dwMsgId;
 }
 
 }  // namespace
@@ -56,8 +56,8 @@ Status Mailbox::OpenFiles(const MailboxPaths& paths) {
 Code Mailbox::Open(const std::string& folder, const MailboxKind& kind) {
     const auto paths = PathsOf(folder, kind.name);
     const auto mbx = m_system.files.Stat(paths.mbx), toc = m_system.files.Stat(paths.toc);
-    const bool isHalf = (mbx && mbx->size > 0 && (!toc || toc->size < kTocHeaderSize)) ||
-                        (toc && toc->size > kTocHeaderSize && !mbx);
+    const bool isHalf = (mbx && mbx->size > 0 && (!toc || toc->size < mailbox::kTocHeaderSize)) ||
+                        (toc && toc->size > mailbox::kTocHeaderSize && !mbx);
     if (isHalf) return mapi::kFailure;
     if (const Status status = OpenFiles(paths); !status) return CodeOf(status);
     return TakeHeader(kind);
@@ -66,37 +66,38 @@ Code Mailbox::Open(const std::string& folder, const MailboxKind& kind) {
 Code Mailbox::TakeHeader(const MailboxKind& kind) {
     const auto size = m_toc->Size();
     if (!size) return CodeOf(size.Error());
-    if (*size < kTocHeaderSize) {
+    if (*size < mailbox::kTocHeaderSize) {
         // New, or begun by somebody who did not get beyond it; there are no mails yet.
         const std::string header = NewHeader(kind);
-        m_header = mailstore::TocHeader::Decode(header);
+        m_header = mailbox::TocHeader::Decode(header);
         const Status status = WriteAt(*m_toc, 0, header);
         return CodeOf(status ? m_toc->Flush() : status);
     }
-    std::string bytes(kTocHeaderSize, '\0');
+    std::string bytes(mailbox::kTocHeaderSize, '\0');
     auto read = m_toc->ReadAt(0, bytes);
     if (!read) return CodeOf(read.Error());
     if (IsMacintoshToc(bytes)) return mapi::kNotSupported;
-    m_header = mailstore::TocHeader::Decode(bytes);
-    m_blocks.resize(static_cast<std::size_t>(
-        std::min<std::uint64_t>(*size - kTocHeaderSize, m_header.wNumberOfMsgs * kMsgBlockSize)));
-    read = m_toc->ReadAt(kTocHeaderSize, m_blocks);
+    m_header = mailbox::TocHeader::Decode(bytes);
+    m_blocks.resize(static_cast<std::size_t>(std::min<std::uint64_t>(
+        *size - mailbox::kTocHeaderSize, m_header.wNumberOfMsgs * mailbox::kMsgBlockSize)));
+    read = m_toc->ReadAt(mailbox::kTocHeaderSize, m_blocks);
     if (!read) return CodeOf(read.Error());
-    m_header.wNumberOfMsgs = static_cast<std::uint16_t>(*read / kMsgBlockSize);
-    m_blocks.resize(m_header.wNumberOfMsgs * kMsgBlockSize);
+    m_header.wNumberOfMsgs = static_cast<std::uint16_t>(*read / mailbox::kMsgBlockSize);
+    m_blocks.resize(m_header.wNumberOfMsgs * mailbox::kMsgBlockSize);
     return CheckPair();
 }
 
 Code Mailbox::CheckPair() const {
     if (Count() == 0) return mapi::kSuccess;
     std::string begin(kSeparator.size(), '\0');
-    const auto read = m_mbx->ReadAt(mailstore::MailPlace::Decode(Block(0)).dwOffset, begin);
+    const auto read = m_mbx->ReadAt(mailbox::MailPlace::Decode(Block(0)).dwOffset, begin);
     if (!read) return CodeOf(read.Error());
     return begin == kSeparator ? mapi::kSuccess : mapi::kFailure;
 }
 
 std::string_view Mailbox::Block(std::uint32_t index) const {
-    return std::string_view(m_blocks).substr(index * kMsgBlockSize, kMsgBlockSize);
+    return std::string_view(m_blocks).substr(index * mailbox::kMsgBlockSize,
+                                             mailbox::kMsgBlockSize);
 }
 
 std::uint32_t Mailbox::FreeId() const {
@@ -113,7 +114,7 @@ std::uint32_t Mailbox::FreeId() const {
 
 platform::Result<bool> Mailbox::Contains(std::uint32_t id, std::string_view text) {
     for (std::uint32_t i = 0; i < Count(); ++i) {
-        const auto place = mailstore::MailPlace::Decode(Block(i));
+        const auto place = mailbox::MailPlace::Decode(Block(i));
         if (place.dwMsgId != id || place.dwLength != text.size()) continue;
         std::string bytes(text.size(), '\0');
         const auto read = m_mbx->ReadAt(place.dwOffset, bytes);
@@ -150,7 +151,7 @@ std::string Mailbox::HeaderWith(std::uint32_t newId, std::uint64_t mbxSize) cons
 // The mail and its block are on the disk before the header counts them.
 Status Mailbox::WriteMail(std::string_view lead, std::string_view text, std::string_view block,
                           std::string_view header) {
-    const auto end = BlockOffset(Count());
+    const auto end = mailbox::BlockOffset(Count());
     Status status = WriteAt(*m_mbx, m_mbxSize, lead);
     if (status) status = m_mbx->Write(text);
     if (status) status = m_mbx->Flush();
@@ -164,7 +165,7 @@ Status Mailbox::WriteMail(std::string_view lead, std::string_view text, std::str
 // As long as the old header does not stand again, what it might count stays.
 void Mailbox::TakeBack(std::string_view header) {
     if (!WriteAt(*m_toc, 0, header) || !m_toc->Flush()) return;
-    (void)m_toc->Truncate(BlockOffset(Count()));
+    (void)m_toc->Truncate(mailbox::BlockOffset(Count()));
     (void)m_mbx->Truncate(m_mbxSize);
 }
 
@@ -174,7 +175,7 @@ Code Mailbox::Append(std::string_view text, std::string block) {
     const auto lead = LineEndBefore();
     if (!lead) return CodeOf(lead.Error());
     const std::uint64_t place = m_mbxSize + lead->size();
-    if (Count() == mailstore::kMostMsgs || place + text.size() > kLargest) return mapi::kFailure;
+    if (Count() == mailbox::kMostMsgs || place + text.size() > kLargest) return mapi::kFailure;
     PutU32(block, kPlaceAt, static_cast<std::uint32_t>(place));
     PutU32(block, kLengthAt, static_cast<std::uint32_t>(text.size()));
     const std::string oldHeader = m_header.Encode();

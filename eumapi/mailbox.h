@@ -7,7 +7,7 @@
 
 #include "eumapi/eudora_folder.h"
 #include "eumapi/result_code.h"
-#include "mailstore/format/toc_records.h"
+#include "mailbox/toc_records.h"
 #include "platform/os/system.h"
 
 namespace eumapi {
@@ -60,7 +60,7 @@ class Mailbox {
 
     platform::System m_system;
     std::unique_ptr<platform::File> m_mbx, m_toc;
-    mailstore::TocHeader m_header;
+    mailbox::TocHeader m_header;
     std::string m_blocks;
     std::uint64_t m_mbxSize = 0;
 };

@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "mailstore/format/file_name.h"
+#include "text/plain_name.h"
 
 namespace eumapi {
 
@@ -34,8 +34,8 @@ Code OutgoingFiles::Add(const MapiFileDesc& file) {
     if (!info || info->isFolder) return mapi::kAttachmentNotFound;
     const unsigned codePage = m_system.processes.CodePage();
     const char* wanted = file.lpszFileName == nullptr ? "" : file.lpszFileName;
-    auto name = mailstore::PlainNameIn(wanted, codePage);
-    if (name.empty()) name = mailstore::PlainNameIn(source, codePage);
+    auto name = text::PlainNameIn(wanted, codePage);
+    if (name.empty()) name = text::PlainNameIn(source, codePage);
     if (name.empty() || !MakeFile(name)) return mapi::kAttachmentWriteFailure;
     const auto status = platform::CopyInto(m_system.files, source, m_paths.back());
     if (status) return mapi::kSuccess;
@@ -56,7 +56,7 @@ Status OutgoingFiles::MakeFile(const std::string& name) {
 // What is made must be remembered even if memory runs out, and what others made must not be.
 Status OutgoingFiles::MakeFileIn(const std::string& folder, const std::string& name) {
     std::string path = folder + name;
-    if (path.size() > mailstore::kLongestPath) return Failure{ErrorCode::kTooLarge, path};
+    if (path.size() > text::kLongestPath) return Failure{ErrorCode::kTooLarge, path};
     m_paths.reserve(m_paths.size() + 1);
     const auto file =
         m_system.files.Open(path, platform::OpenMode::kCreateNew, platform::Share::kNone);

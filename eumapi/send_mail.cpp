@@ -3,7 +3,7 @@
 #include "eumapi/mailbox.h"
 #include "eumapi/outgoing_files.h"
 #include "eumapi/outgoing_text.h"
-#include "platform/os/path.h"
+#include "text/double_byte.h"
 
 namespace eumapi {
 
@@ -37,7 +37,7 @@ Code CopyAttachments(const MapiMessage& message, OutgoingFiles& files) {
 }
 
 std::string Cut(const std::string& text, unsigned codePage) {
-    return text.substr(0, platform::WholeCharacterPrefix(text, kLongestListText, codePage));
+    return text.substr(0, text::WholeCharacterPrefix(text, kLongestListText, codePage));
 }
 
 }  // namespace
@@ -53,10 +53,10 @@ Code SendMail(const platform::System& system, const std::string& eudoraFolder,
     if (const Code code = out.Open(eudoraFolder, kOutBox); code != mapi::kSuccess) return code;
     const unsigned codePage = system.processes.CodePage();
     const auto now = system.clock.Now();
-    mailstore::MsgBlock block;
+    mailbox::MsgBlock block;
     block.dwSeconds =
         static_cast<std::uint32_t>(std::chrono::system_clock::to_time_t(now) & 0xFFFFFFFF);
-    block.wStatus = static_cast<std::uint16_t>(mailstore::MailState::kQueued);
+    block.wStatus = static_cast<std::uint16_t>(mailbox::MailState::kQueued);
     const bool hasFiles = !attachments.Paths().empty();
     block.bMarkLow = hasFiles ? 0x00 : 0xBE;
     block.bMarkHigh = hasFiles ? 0x80 : 0x01;

@@ -6,7 +6,7 @@
 #include "eumapi/delete_mail.h"
 #include "eumapi/eudora_folder.h"
 #include "eumapi/send_mail.h"
-#include "mailstore/format/toc_records.h"
+#include "mailbox/toc_records.h"
 
 namespace eumapi {
 
@@ -23,8 +23,8 @@ bool IsMailClass(const char* messageType) {
 
 // Nothing for a text that names no mail.
 std::optional<std::uint32_t> IdOf(std::string_view messageId) {
-    const auto id = mailstore::MsgIdOf(messageId);
-    if (mailstore::IndexIdOf(id) != messageId) return std::nullopt;
+    const auto id = mailbox::MsgIdOf(messageId);
+    if (mailbox::IndexIdOf(id) != messageId) return std::nullopt;
     return id;
 }
 
@@ -80,7 +80,7 @@ Code SimpleMapi::FindNext(mapi::Session session, const char* messageType, const 
         inBox->reader.LetGo();
         return mapi::kNoMessages;
     }
-    const auto name = mailstore::IndexIdOf(mails[at].id);
+    const auto name = mailbox::IndexIdOf(mails[at].id);
     messageId[name.copy(messageId, name.size())] = '\0';
     return mapi::kSuccess;
 }

@@ -2,8 +2,9 @@
 
 #include "frame/guard.h"
 #include "frame/trans_base.h"
-#include "platform/mfc/text_case.h"
 #include "platform/os/code_page.h"
+#include "text/ascii_case.h"
+#include "text/double_byte.h"
 
 using frame::Guarded;
 
@@ -158,9 +159,9 @@ int CREudoraTransBase::PassesTextFilter() {
         ::operator delete(block);
         const bool passes =
             filter.bSubstring != 0
-                ? platform::ContainsText(platform::UpperCase(text.Str(), codePage),
-                                         platform::UpperCase(filter.pszText, codePage), codePage)
-                : platform::EqualNoCase(text.Str(), filter.pszText);
+                ? text::ContainsText(platform::UpperCase(text.Str(), codePage),
+                                     platform::UpperCase(filter.pszText, codePage), codePage)
+                : text::EqualNoCase(text.Str(), filter.pszText);
         if (!passes) return 0;
     }
     return 1;

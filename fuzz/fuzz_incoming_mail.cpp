@@ -15,11 +15,12 @@ bool IsLine(const std::string& text) {
     return text.find_first_of(std::string("\r\n\0", 3)) == std::string::npos;
 }
 
-void Check(const host::NewMail& mail, bool isSingleByte) {
+void Check(const host::mail::NewMail& mail, bool isSingleByte) {
     Require(IsLine(mail.from) && IsLine(mail.subject) && IsLine(mail.messageId));
     Require(!mail.messageId.empty());
     for (const auto* list : {&mail.to, &mail.cc, &mail.bcc}) {
-        Require(IsLine(StoredRecipients(*list)) && IsLine(OutgoingRecipients(*list)));
+        Require(IsLine(host::mail::StoredRecipients(*list)) &&
+                IsLine(host::mail::OutgoingRecipients(*list)));
         for (const auto& one : *list) Require(!one.address.empty());
     }
     Require(mail.body.find('\0') == std::string::npos);
@@ -43,10 +44,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         platform::testing::MemoryFiles files;
         platform::testing::FixedClock clock;
         (void)files.CreateFolder("C:\\in");
-        const auto mail = host::ParseMail(bytes, {files, "C:\\in", codePage, clock}, "mail");
+        const auto mail = host::mail::ParseMail(bytes, {files, "C:\\in", codePage, clock}, "mail");
         Require(mail.HasValue());
         Check(*mail, codePage == 1252);
-        Require(host::MessageIdForEudora(bytes) == mail->messageId);
+        Require(host::mail::MessageIdForEudora(bytes) == mail->messageId);
         Require(files.List("C:\\in", "*")->size() == mail->attachments.size());
     }
     return 0;

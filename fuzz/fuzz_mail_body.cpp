@@ -2,9 +2,9 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "mailstore/format/file_name.h"
 #include "mailstore/mail_body.h"
 #include "mailstore/mail_fields_date.h"
+#include "text/plain_name.h"
 
 namespace {
 
@@ -34,9 +34,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (const auto date = mailstore::ParseDate(text)) {
         Require(*date > kFirstDay && *date < kEndOfDays);
     }
-    if (mailstore::IsPlainFileName(text, 1252)) {
+    if (text::IsPlainFileName(text, 1252)) {
         Require(text.find_first_of("\\/:") == std::string_view::npos);
     }
-    (void)mailstore::IsPlainFileName(text, 932);
+    (void)text::IsPlainFileName(text, 932);
     return 0;
 }

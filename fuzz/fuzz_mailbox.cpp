@@ -4,7 +4,7 @@
 #include <map>
 #include <string>
 
-#include "mailstore/format/mailbox_index.h"
+#include "mailbox/mailbox_index.h"
 #include "mailstore/id_map.h"
 #include "platform/testing/memory_files.h"
 
@@ -44,25 +44,25 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto tocFile = *files.Open("C:\\t", OpenMode::kRead, Share::kNone);
     const auto mbxFile = *files.Open("C:\\m", OpenMode::kRead, Share::kRead);
     // Blocks that the file lacks are all alike: a few of them are enough, tens of thousands slow.
-    const auto blocks = static_cast<std::uint32_t>(toc.size() / mailstore::kMsgBlockSize);
+    const auto blocks = static_cast<std::uint32_t>(toc.size() / mailbox::kMsgBlockSize);
     const std::uint32_t count =
-        std::min<std::uint32_t>(mailstore::ReadTocHeader(*tocFile)->wNumberOfMsgs, blocks + 4);
+        std::min<std::uint32_t>(mailbox::ReadTocHeader(*tocFile)->wNumberOfMsgs, blocks + 4);
     mailstore::IdMap ids;
     std::map<std::string, std::string> plain;
     const auto last =
-        mailstore::ReadIndex(*mbxFile, *tocFile, count,
-                             [&](std::uint32_t id, std::optional<std::string_view> messageId) {
-                                 if (messageId) ids.Set(mailstore::IndexIdOf(id), *messageId);
-                             });
+        mailbox::ReadIndex(*mbxFile, *tocFile, count,
+                           [&](std::uint32_t id, std::optional<std::string_view> messageId) {
+                               if (messageId) ids.Set(mailbox::IndexIdOf(id), *messageId);
+                           });
     std::uint32_t lastId = 0;
     for (std::uint32_t i = 0; i < count; ++i) {
-        const auto at = mailstore::BlockOffset(i);
+        const auto at = mailbox::BlockOffset(i);
         const auto block =
-            mailstore::MsgBlock::Decode(at < toc.size() ? toc.substr(at) : std::string_view());
+            mailbox::MsgBlock::Decode(at < toc.size() ? toc.substr(at) : std::string_view());
         lastId = block.dwMsgId;
         if (block.dwOffset >= mbx.size()) continue;
         const auto id = PlainId(std::string(mbx.substr(block.dwOffset, block.dwLength)));
-        if (id != "(no place)") plain[mailstore::IndexIdOf(block.dwMsgId)] = id;
+        if (id != "(no place)") plain[mailbox::IndexIdOf(block.dwMsgId)] = id;
     }
     if (!last || *last != lastId || ids.Size() != plain.size()) std::abort();
     for (const auto& [indexId, id] : plain) {

@@ -4,7 +4,7 @@
 
 #include "eumapi/simple_mapi.h"
 #include "integration/locate/locate.h"
-#include "mailstore/format/toc_records.h"
+#include "mailbox/toc_records.h"
 #include "platform/testing/test_system.h"
 
 namespace {
@@ -35,10 +35,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     platform::testing::TestSystem machine(kCodePages[size % 2]);
     machine.files.Put("C:\\Eudora\\Attach\\a.txt", "content");
     machine.files.Put("C:\\Eudora\\In.mbx", mail);
-    mailstore::MsgBlock block;
+    mailbox::MsgBlock block;
     block.dwLength = static_cast<std::uint32_t>(size);
     block.dwMsgId = 1;
-    auto header = mailstore::TocHeader::Decode(mailstore::NewTocHeader());
+    auto header = mailbox::TocHeader::Decode(mailbox::NewTocHeader());
     header.wNumberOfMsgs = 1;
     machine.files.Put("C:\\Eudora\\In.toc", header.Encode() + block.Encode());
     (void)machine.registry.WriteText(platform::RegistryRoot::kLocalMachine, locate::kAppPathsKey,

@@ -5,11 +5,12 @@
 #include <map>
 #include <vector>
 
-#include "platform/posix/registry_escape.h"
-#include "platform/posix/registry_text.h"
-#include "platform/posix/utf.h"
+#include "platform/posix/character_case.h"
+#include "platform/prefix/registry_escape.h"
+#include "platform/prefix/registry_text.h"
+#include "text/utf.h"
 
-using namespace platform::posix;
+using namespace platform::prefix;
 
 namespace {
 
@@ -54,7 +55,7 @@ std::u16string PlainKeyOf(std::u16string_view key) {
     for (std::size_t i = 0; i < key.size(); ++i) {
         if (key[i] == u'\\') continue;
         if (i == 0 || key[i - 1] == u'\\') plain += u'\\';
-        plain += static_cast<char16_t>(FoldCase(key[i]));
+        plain += static_cast<char16_t>(platform::posix::FoldCase(key[i]));
     }
     return plain;
 }
@@ -74,15 +75,15 @@ Registry Read(std::string_view text) {
         const char first = rest.empty() ? '\0' : rest.front();
         rest.remove_prefix(first != '\0');
         if (first == '[') {
-            key = TakeEscaped(rest, ']');
+            key = platform::prefix::TakeEscaped(rest, ']');
             if (key) key = PlainKeyOf(*key);
         }
         if (!key || (first != '"' && first != '@')) continue;
-        auto name = first == '"' ? TakeEscaped(rest, '"') : std::u16string();
+        auto name = first == '"' ? platform::prefix::TakeEscaped(rest, '"') : std::u16string();
         const char* data = name ? BehindBlanks(rest.data()) : "";
         if (*data != '=') continue;
         data = BehindBlanks(data + 1);
-        for (auto& unit : *name) unit = static_cast<char16_t>(FoldCase(unit));
+        for (auto& unit : *name) unit = static_cast<char16_t>(platform::posix::FoldCase(unit));
         auto& [begin, end] = registry[{*key, *name}];
         begin = begins[i] + static_cast<std::size_t>(data - lines[i].c_str());
         for (data = HexData(data); GoesOn(data) && i + 1 < lines.size();) {
@@ -95,22 +96,23 @@ Registry Read(std::string_view text) {
 }
 
 // The value that stands at that place of the text, and there alone.
-std::optional<RegistryValue> ValueAt(std::string_view text, const Registry::value_type& found) {
+std::optional<platform::prefix::RegistryValue> ValueAt(std::string_view text,
+                                                       const Registry::value_type& found) {
     const auto& [place, stretch] = found;
-    const auto value = FindValue(text, place.first, place.second);
+    const auto value = platform::prefix::FindValue(text, place.first, place.second);
     const auto feed = text.find('\n', stretch.second);
     const std::string alone(text.substr(stretch.first, feed - stretch.first + 1));
-    Require(value == FindValue("[k]\n@=" + alone, u"k", u""));
+    Require(value == platform::prefix::FindValue("[k]\n@=" + alone, u"k", u""));
     return value;
 }
 
 // Sets the value at `place`. What is written is found, the others stay what they were, and nothing
 // changes but that value's data, or what is put in for it at one place.
 void CheckWriting(std::string_view text, const Registry& before, const Place& place,
-                  const RegistryValue& value) {
+                  const platform::prefix::RegistryValue& value) {
     const auto& [key, name] = place;
-    const std::string changed = WithValue(text, key, name, value, {});
-    Require(WithValue(changed, key, name, value, {}) == changed);
+    const std::string changed = platform::prefix::WithValue(text, key, name, value, {});
+    Require(platform::prefix::WithValue(changed, key, name, value, {}) == changed);
     const auto old = before.find(place);
     if (old != before.end()) {
         const auto [begin, end] = old->second;
@@ -139,11 +141,12 @@ void CheckWriting(std::string_view text, const Registry& before, const Place& pl
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
     const Registry registry = Read(text);
-    const RegistryValue number{RegistryValue::kNumber, "1234"};
+    const platform::prefix::RegistryValue number{platform::prefix::RegistryValue::kNumber, "1234"};
     CheckWriting(text, registry, {u"\\new\\key", u"path"}, number);
     if (registry.empty()) return 0;
     const Place place = std::next(registry.begin(), size % registry.size())->first;
-    CheckWriting(text, registry, place, {RegistryValue::kText, std::string("v\0\"\0\x42\x30", 6)});
+    CheckWriting(text, registry, place,
+                 {platform::prefix::RegistryValue::kText, std::string("v\0\"\0\x42\x30", 6)});
     CheckWriting(text, registry, {place.first, u"no name"}, number);
     return 0;
 }

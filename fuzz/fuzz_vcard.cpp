@@ -11,9 +11,9 @@ void Require(bool holds) {
     if (!holds) std::abort();
 }
 
-std::string Others(const host::Card& card) {
+std::string Others(const host::vcard::Card& card) {
     std::string bytes;
-    for (const host::Property& property : card.Properties()) {
+    for (const host::vcard::Property& property : card.Properties()) {
         if (property.name.starts_with("X") || property.name == "PHOTO") bytes += property.raw;
     }
     return bytes;
@@ -25,18 +25,18 @@ std::string Others(const host::Card& card) {
 // properties alone.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string bytes(reinterpret_cast<const char*>(data), size);
-    host::Card card;
+    host::vcard::Card card;
     if (card.Parse(bytes)) return 0;
     Require(card.Serialise() == bytes);
-    host::Contact values = host::ReadFields(card).contact;
-    for (host::Field field : host::kAllFields) {
+    host::base::Contact values = host::vcard::ReadFields(card).contact;
+    for (host::base::Field field : host::base::kAllFields) {
         if (values[field].empty()) values[field] = "a;b,c\\d";
     }
     const std::string others = Others(card);
-    host::WriteFields(card, values, host::FieldSet::All(), {});
-    host::Card again;
+    host::vcard::WriteFields(card, values, host::base::FieldSet::All(), {});
+    host::vcard::Card again;
     Require(!again.Parse(card.Serialise()));
-    Require(host::ReadFields(again).contact == values);
+    Require(host::vcard::ReadFields(again).contact == values);
     Require(Others(again) == others);
     return 0;
 }

@@ -4,7 +4,7 @@
 
 #include "frame/guard.h"
 #include "integration/dialogs/eudora_options_dlg.h"
-#include "platform/mfc/text_case.h"
+#include "text/ascii_case.h"
 
 using frame::Guarded;
 
@@ -115,7 +115,7 @@ RRETURNCODE CREudoraMail::SaveSettings(RWORD, tagRAPPINFO* pAppInfo, RWORD) {
     return Guarded("SaveSettings", [&] {
         KV_LOG(5, "Enter CREudoraTransBase::SaveSettings\n");
         const CString selection(pAppInfo != nullptr ? pAppInfo->pszSelection : nullptr);
-        if (!platform::EqualNoCase(selection.Str(), m_csSelection.Str())) {
+        if (!text::EqualNoCase(selection.Str(), m_csSelection.Str())) {
             KV_LOG(1,
                    "ERROR: CREudoraTransBase::SaveSettings, (appInfo.pszSelection != "
                    "m_csSelection) (%s != %s)\n",

@@ -1,7 +1,7 @@
 // Attachments on their way out: copies of the current message's files in the temporary folder.
 #include "frame/guard.h"
 #include "mailstore/eudora_mail.h"
-#include "platform/os/path.h"
+#include "text/path.h"
 
 using frame::Guarded;
 using platform::OpenMode;
@@ -76,6 +76,6 @@ bool CREudoraMail::PassesSizeLimit(const CString& path, bool& passes) {
 
 CString CREudoraMail::NamePart(const char* path) {
     const std::string_view whole(path);
-    const auto last = platform::LastSeparator(whole, Util().system.processes.CodePage());
+    const auto last = text::LastSeparator(whole, Util().system.processes.CodePage());
     return last == std::string_view::npos ? whole : whole.substr(last + 1);
 }

@@ -3,14 +3,14 @@
 
 #include "frame/guard.h"
 #include "mailstore/eudora_mail.h"
-#include "mailstore/format/file_name.h"
 #include "mailstore/record_text.h"
 #include "platform/os/code_page.h"
-#include "platform/os/path.h"
+#include "text/path.h"
+#include "text/plain_name.h"
 
 using frame::Guarded;
 using mailstore::CopyOf;
-using mailstore::kLongestPath;
+using text::kLongestPath;
 
 namespace {
 
@@ -101,11 +101,11 @@ void CREudoraMail::DeleteSource(const CString& source, const char* copy) {
 CString CREudoraMail::AttachPath(const CString& fileName) {
     const unsigned codePage = Util().system.processes.CodePage();
     const std::string joined = m_csAttachDir.Str() + fileName.Str();
-    if (joined.size() > kLongestPath || !mailstore::IsPlainFileName(fileName.Str(), codePage)) {
+    if (joined.size() > text::kLongestPath || !text::IsPlainFileName(fileName.Str(), codePage)) {
         return {};
     }
     CString path = MakeUniquePath(joined);
-    return path.Str().size() > kLongestPath ? CString() : path;
+    return path.Str().size() > text::kLongestPath ? CString() : path;
 }
 
 // Ends at a path that is too long for a file. The folder is read once, lest each of many successors
@@ -114,7 +114,7 @@ CString CREudoraMail::MakeUniquePath(const CString& path) {
     platform::Files& files = Util().system.files;
     if (files.IsFree(path.Str())) return path;
     const unsigned codePage = Util().system.processes.CodePage();
-    auto parts = platform::SplitPath(path.Str(), codePage);
+    auto parts = text::SplitPath(path.Str(), codePage);
     std::set<std::string> taken;
     const auto pattern = parts.name + '*' + parts.extension;
     if (const auto entries = files.List(parts.drive + parts.folder, pattern)) {
@@ -124,8 +124,8 @@ CString CREudoraMail::MakeUniquePath(const CString& path) {
     do {
         parts.name += '1';
         name = platform::UpperCase(parts.name + parts.extension, codePage);
-        candidate = JoinPath(parts);
-    } while (candidate.size() <= kLongestPath &&
+        candidate = text::JoinPath(parts);
+    } while (candidate.size() <= text::kLongestPath &&
              (taken.contains(name) || !files.IsFree(candidate)));
     return candidate;
 }

@@ -3,8 +3,8 @@
 #include <cstdlib>
 
 #include "frame/guard.h"
+#include "mailbox/toc_records.h"
 #include "mailstore/eudora_mail.h"
-#include "mailstore/format/toc_records.h"
 #include "mailstore/mail_field_ids.h"
 #include "mailstore/record_text.h"
 
@@ -174,7 +174,7 @@ void CREudoraMail::GiveId(std::string_view messageId) {
     std::uint32_t number = m_dwNextIndexID;
     std::string indexId;
     do {
-        indexId = mailstore::IndexIdOf(++number);
+        indexId = mailbox::IndexIdOf(++number);
     } while (number == 0 || m_idsOfTable.contains(number) || m_mapIndexIDToMessageID.Find(indexId));
     const std::string name(messageId.empty() ? std::string_view(indexId) : messageId);
     m_mapIndexIDToMessageID.Set(indexId, name);

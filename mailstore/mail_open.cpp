@@ -4,9 +4,9 @@
 #include <new>
 
 #include "frame/guard.h"
+#include "mailbox/mailbox_index.h"
+#include "mailbox/toc_records.h"
 #include "mailstore/eudora_mail.h"
-#include "mailstore/format/mailbox_index.h"
-#include "mailstore/format/toc_records.h"
 
 using frame::Guarded;
 using platform::File;
@@ -82,18 +82,18 @@ RRETURNCODE CREudoraMail::FillMaps(File& mbx, File& toc) {
         Util().AddErrorText(failure.Message().c_str());
         return RRC_FAILED;
     };
-    const auto header = mailstore::ReadTocHeader(toc);
+    const auto header = mailbox::ReadTocHeader(toc);
     if (!header) return fail(header.Error());
     const std::uint32_t count = header->wNumberOfMsgs;
     m_mapMessageIDToIndexID.Reserve(count);
     m_mapIndexIDToMessageID.Reserve(count);
     m_idsOfTable.clear();
-    const auto lastId = mailstore::ReadIndex(
+    const auto lastId = mailbox::ReadIndex(
         mbx, toc, count, [&](std::uint32_t msgId, std::optional<std::string_view> messageId) {
             // The library, too, takes the first of two mails with one id.
             const bool isFirst = m_idsOfTable.insert(msgId).second;
             if (!isFirst || !messageId) return;
-            const std::string indexId = mailstore::IndexIdOf(msgId);
+            const std::string indexId = mailbox::IndexIdOf(msgId);
             const std::string_view name = messageId->empty() ? indexId : *messageId;
             m_mapMessageIDToIndexID.Set(name, indexId);
             m_mapIndexIDToMessageID.Set(indexId, name);
@@ -123,7 +123,7 @@ RRETURNCODE CREudoraMail::CreateMailboxFiles(const CString& mbx, const CString& 
         KV_LOG(1, "Failed to Create Inbox file = %s\n", mbx.Str().c_str());
         return RRC_FAILED;
     }
-    if (files.IsFree(toc.Str()) && !make(toc, mailstore::NewTocHeader())) {
+    if (files.IsFree(toc.Str()) && !make(toc, mailbox::NewTocHeader())) {
         KV_LOG(1, "Failed to Create Toc file = %s\n", toc.Str().c_str());
         return RRC_FAILED;
     }

@@ -2,7 +2,7 @@
 #include "frame/guard.h"
 #include "integration/locate/locate.h"
 #include "mailstore/eudora_mail.h"
-#include "platform/os/path.h"
+#include "text/path.h"
 
 using frame::Guarded;
 
@@ -52,7 +52,7 @@ bool CREudoraMail::BringUp(CEudoraTransUtil& util) {
 
 void CREudoraMail::MakeAttachFolder(CEudoraTransUtil& util) {
     std::string folder = util.csEudoraDir.Str();
-    const auto last = platform::LastSeparator(folder, util.system.processes.CodePage());
+    const auto last = text::LastSeparator(folder, util.system.processes.CodePage());
     const bool isClosed = !folder.empty() && folder.back() == '\\' && last == folder.size() - 1;
     if (!isClosed) folder += '\\';
     folder += "Attach";

@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "mailstore/format/mailbox_index.h"
+#include "mailbox/mailbox_index.h"
 #include "mapi/records.h"
 #include "platform/kvutil/kvutil.h"
 
@@ -29,7 +29,7 @@ std::vector<NotedState> Sorted(const std::map<std::string, std::string>& states)
     for (const auto& [indexId, status] : states) {
         KV_LOG(5, "              csRecordId = %s, csStatus = %s\n", indexId.c_str(),
                status.c_str());
-        noted.push_back({MsgIdOf(indexId), &status});
+        noted.push_back({mailbox::MsgIdOf(indexId), &status});
     }
     std::ranges::stable_sort(noted, {}, &NotedState::msgId);
     return noted;
@@ -41,17 +41,17 @@ const NotedState* Find(const std::vector<NotedState>& noted, std::uint32_t msgId
 }
 
 bool ApplyState(char* block, const std::vector<NotedState>& noted) {
-    const std::string_view bytes(block, kMsgBlockSize);
-    const std::uint32_t msgId = MailPlace::Decode(bytes).dwMsgId;
+    const std::string_view bytes(block, mailbox::kMsgBlockSize);
+    const std::uint32_t msgId = mailbox::MailPlace::Decode(bytes).dwMsgId;
     KV_LOG(5, "              MsgBlock.dwMsgId = %d(0x%08x)\n", static_cast<int>(msgId), msgId);
     const NotedState* state = Find(noted, msgId);
     if (state == nullptr) return false;
-    KV_LOG(5, "              - UpDate MailID(%s) Status = %s\n", IndexIdOf(msgId).c_str(),
+    KV_LOG(5, "              - UpDate MailID(%s) Status = %s\n", mailbox::IndexIdOf(msgId).c_str(),
            state->status->c_str());
     const auto status =
         static_cast<std::uint32_t>(std::strtoul(state->status->c_str(), nullptr, 10));
-    block[kStatusOffset] = (status & kReadBit) != 0 ? 1 : 0;
-    block[kStatusOffset + 1] = 0;
+    block[mailbox::kStatusOffset] = (status & kReadBit) != 0 ? 1 : 0;
+    block[mailbox::kStatusOffset + 1] = 0;
     return true;
 }
 
@@ -74,11 +74,11 @@ class RunWriter {
 
     Status Finish() {
         if (m_begin == m_end) return {};
-        const auto moved =
-            m_toc.Seek(static_cast<std::int64_t>(m_at + m_begin * kMsgBlockSize), SeekFrom::kBegin);
+        const auto moved = m_toc.Seek(
+            static_cast<std::int64_t>(m_at + m_begin * mailbox::kMsgBlockSize), SeekFrom::kBegin);
         if (!moved) return moved.Error();
-        return m_toc.Write(
-            m_piece.substr(m_begin * kMsgBlockSize, (m_end - m_begin) * kMsgBlockSize));
+        return m_toc.Write(m_piece.substr(m_begin * mailbox::kMsgBlockSize,
+                                          (m_end - m_begin) * mailbox::kMsgBlockSize));
     }
 
   private:
@@ -91,8 +91,8 @@ class RunWriter {
 Status StorePiece(platform::File& toc, std::uint64_t at, std::span<char> piece,
                   const std::vector<NotedState>& noted) {
     RunWriter writer(toc, at, {piece.data(), piece.size()});
-    for (std::size_t block = 0; (block + 1) * kMsgBlockSize <= piece.size(); ++block) {
-        if (!ApplyState(piece.data() + block * kMsgBlockSize, noted)) continue;
+    for (std::size_t block = 0; (block + 1) * mailbox::kMsgBlockSize <= piece.size(); ++block) {
+        if (!ApplyState(piece.data() + block * mailbox::kMsgBlockSize, noted)) continue;
         if (auto status = writer.Changed(block); !status) return status;
     }
     return writer.Finish();
@@ -107,11 +107,11 @@ std::uint32_t StatusOfFlags(std::uint32_t flags) {
 
 platform::Status StoreStates(platform::File& toc,
                              const std::map<std::string, std::string>& states) {
-    if (const auto header = ReadTocHeaderToChange(toc); !header) return header.Error();
+    if (const auto header = mailbox::ReadTocHeaderToChange(toc); !header) return header.Error();
     const std::vector<NotedState> noted = Sorted(states);
     KV_LOG(5, "CREudoraMail::UpdateMailStatus  quick sort\n");
-    std::vector<char> piece(kBlocksOfPiece * kMsgBlockSize);
-    for (std::uint64_t at = kTocHeaderSize;; at += piece.size()) {
+    std::vector<char> piece(kBlocksOfPiece * mailbox::kMsgBlockSize);
+    for (std::uint64_t at = mailbox::kTocHeaderSize;; at += piece.size()) {
         const auto moved = toc.Seek(static_cast<std::int64_t>(at), SeekFrom::kBegin);
         if (!moved) return moved.Error();
         const auto count = toc.Read(piece);

@@ -1,7 +1,7 @@
 #include "mailstore/new_mail_text.h"
 
 #include "mailstore/mail_status.h"
-#include "platform/os/path.h"
+#include "text/double_byte.h"
 
 namespace mailstore {
 
@@ -44,7 +44,7 @@ void AppendAttachments(std::string& out, const MapiMessage& mail, const MailLabe
 }
 
 std::string Short(std::string_view text, unsigned codePage) {
-    return std::string(text.substr(0, platform::WholeCharacterPrefix(text, kShortText, codePage)));
+    return std::string(text.substr(0, text::WholeCharacterPrefix(text, kShortText, codePage)));
 }
 
 }  // namespace
@@ -62,9 +62,9 @@ void AppendMailText(std::string& out, const MapiMessage& mail, std::string_view 
     AppendAttachments(out, mail, labels);
 }
 
-MsgBlock MakeMsgBlock(const MapiMessage& mail, const MailDate& date, unsigned codePage) {
+mailbox::MsgBlock MakeMsgBlock(const MapiMessage& mail, const MailDate& date, unsigned codePage) {
     const bool hasFiles = mail.nFileCount != 0;
-    MsgBlock block;
+    mailbox::MsgBlock block;
     block.dwSeconds = date.dwSeconds;
     // The status that the host gave follows; this stands until then.
     block.wStatus = (mail.flFlags & kReadBit) == 0 ? 1 : 0;
@@ -73,7 +73,7 @@ MsgBlock MakeMsgBlock(const MapiMessage& mail, const MailDate& date, unsigned co
     block.szDate = date.szDate;
     block.szFrom = Short(Sender(mail), codePage);
     block.szSubject = Short(View(mail.lpszSubject), codePage);
-    block.dwMsgId = MsgIdOf(View(mail.lpszConversationID));
+    block.dwMsgId = mailbox::MsgIdOf(View(mail.lpszConversationID));
     return block;
 }
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "mailstore/format/toc_records.h"
+#include "mailbox/toc_records.h"
 #include "mailstore/mail_date.h"
 #include "mapi/records.h"
 
@@ -22,6 +22,6 @@ void AppendMailText(std::string& out, const MapiMessage& mail, std::string_view 
 
 // The mail's block but for its place. The texts of the fields are cut at whole characters of the
 // code page.
-MsgBlock MakeMsgBlock(const MapiMessage& mail, const MailDate& date, unsigned codePage);
+mailbox::MsgBlock MakeMsgBlock(const MapiMessage& mail, const MailDate& date, unsigned codePage);
 
 }  // namespace mailstore

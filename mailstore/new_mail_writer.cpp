@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "mailstore/format/mailbox_index.h"
+#include "mailbox/mailbox_index.h"
 
 namespace mailstore {
 
@@ -36,7 +36,7 @@ std::size_t Arrived(platform::File& file, std::uint64_t position, std::string_vi
 }
 
 std::uint32_t IdOf(const MapiMessage& record) {
-    return MsgIdOf(record.lpszConversationID != nullptr ? record.lpszConversationID : "");
+    return mailbox::MsgIdOf(record.lpszConversationID != nullptr ? record.lpszConversationID : "");
 }
 
 // One run of AppendMails. The counters say how far each file has got.
@@ -98,16 +98,16 @@ class Appender {
         return std::uint64_t{m_blocks[mails - 1].dwOffset} + m_blocks[mails - 1].dwLength;
     }
     std::uint64_t BlockEnd(std::size_t mails) const {
-        return BlockOffset(m_header.wNumberOfMsgs + static_cast<std::uint32_t>(mails));
+        return mailbox::BlockOffset(m_header.wNumberOfMsgs + static_cast<std::uint32_t>(mails));
     }
 
     const AppendPlace& m_place;
     std::span<const NewMail> m_mails;
     Appended m_result;
-    TocHeader m_header;         // as it was
-    std::uint64_t m_start = 0;  // of the first new text
-    std::size_t m_room = 0;     // how many of the mails the mailbox takes
-    std::vector<MsgBlock> m_blocks;
+    mailbox::TocHeader m_header;  // as it was
+    std::uint64_t m_start = 0;    // of the first new text
+    std::size_t m_room = 0;       // how many of the mails the mailbox takes
+    std::vector<mailbox::MsgBlock> m_blocks;
     bool m_isTocOpen = false;   // for blocks: its end is where they begin
     std::size_t m_texts = 0;    // mails whose text is in its file
     std::size_t m_whole = 0;    // of these, mails whose block is in its file
@@ -115,7 +115,7 @@ class Appender {
 };
 
 bool Appender::Start() {
-    auto header = ReadTocHeaderToChange(m_place.toc);
+    auto header = mailbox::ReadTocHeaderToChange(m_place.toc);
     if (!IsDone(m_place.toc, header)) return false;
     m_header = *std::move(header);
     const auto tocSize = m_place.toc.Size();
@@ -123,7 +123,7 @@ bool Appender::Start() {
     if (!IsDone(m_place.toc, tocSize) || !IsDone(m_place.mbx, mbxSize)) return false;
     m_start = *mbxSize;
     if (!LookForUncertain() || !IsTailOurs(*tocSize)) return false;
-    m_room = std::min<std::size_t>(m_mails.size(), kMostMsgs - m_header.wNumberOfMsgs);
+    m_room = std::min<std::size_t>(m_mails.size(), mailbox::kMostMsgs - m_header.wNumberOfMsgs);
     m_blocks.reserve(m_room);
     return true;
 }
@@ -134,11 +134,11 @@ bool Appender::LookForUncertain() {
     std::unordered_set<std::uint32_t> ids;
     for (const NewMail& mail : m_mails.first(m_result.uncertain)) ids.insert(IdOf(*mail.record));
     bool isThere = false;
-    const auto look = [&](const MailPlace& place) -> Status {
+    const auto look = [&](const mailbox::MailPlace& place) -> Status {
         isThere = isThere || ids.contains(place.dwMsgId);
         return {};
     };
-    const auto looked = ForEachBlock(m_place.toc, m_header.wNumberOfMsgs, look);
+    const auto looked = mailbox::ForEachBlock(m_place.toc, m_header.wNumberOfMsgs, look);
     if (!IsDone(m_place.toc, looked)) return false;
     const std::size_t count = std::exchange(m_result.uncertain, 0);
     if (!isThere) return true;
@@ -151,21 +151,21 @@ bool Appender::LookForUncertain() {
 // mails behind the last counted one, the last block perhaps cut short. Zeros are nothing.
 bool Appender::IsTailOurs(std::uint64_t tocSize) {
     if (tocSize <= BlockEnd(0)) return true;
-    constexpr std::uint64_t kMost = std::uint64_t{kMostMsgs} * kMsgBlockSize;
+    constexpr std::uint64_t kMost = std::uint64_t{mailbox::kMostMsgs} * mailbox::kMsgBlockSize;
     std::string tail(static_cast<std::size_t>(std::min(tocSize - BlockEnd(0), kMost)), '\0');
     const auto read = m_place.toc.ReadAt(BlockEnd(0), tail);
     std::uint64_t lastEnd = 0;
-    const auto last = [&](const MailPlace& place) -> Status {
+    const auto last = [&](const mailbox::MailPlace& place) -> Status {
         lastEnd = std::uint64_t{place.dwOffset} + place.dwLength;
         return {};
     };
-    const auto counted = ForEachBlock(m_place.toc, m_header.wNumberOfMsgs, last);
+    const auto counted = mailbox::ForEachBlock(m_place.toc, m_header.wNumberOfMsgs, last);
     if (!IsDone(m_place.toc, read) || !IsDone(m_place.toc, counted)) return false;
     bool isOurs = tocSize - BlockEnd(0) <= kMost;
     tail.resize(tail.find_last_not_of('\0') + 1);
     for (std::string_view rest = tail; !rest.empty();
-         rest.remove_prefix(std::min(rest.size(), kMsgBlockSize))) {
-        const auto place = MailPlace::Decode(rest.substr(0, kMsgBlockSize));
+         rest.remove_prefix(std::min(rest.size(), mailbox::kMsgBlockSize))) {
+        const auto place = mailbox::MailPlace::Decode(rest.substr(0, mailbox::kMsgBlockSize));
         isOurs = isOurs && place.dwLength > 0 && place.dwOffset >= lastEnd &&
                  std::uint64_t{place.dwOffset} + place.dwLength <= m_start;
     }
@@ -191,7 +191,7 @@ bool Appender::Add(std::string& piece, const NewMail& mail) {
         piece.resize(before);
         return false;
     }
-    MsgBlock block = MakeMsgBlock(record, date, m_place.codePage);
+    mailbox::MsgBlock block = MakeMsgBlock(record, date, m_place.codePage);
     block.dwOffset = static_cast<std::uint32_t>(offset);
     block.dwLength = static_cast<std::uint32_t>(length);
     m_blocks.push_back(std::move(block));
@@ -240,15 +240,15 @@ void Appender::WriteBlocks() {
 
 bool Appender::WriteBlockPiece(std::string_view piece) {
     const bool isWritten = IsDone(m_place.toc, m_place.toc.Write(piece));
-    m_whole +=
-        (isWritten ? piece.size() : Arrived(m_place.toc, BlockEnd(m_whole), piece)) / kMsgBlockSize;
+    m_whole += (isWritten ? piece.size() : Arrived(m_place.toc, BlockEnd(m_whole), piece)) /
+               mailbox::kMsgBlockSize;
     return isWritten;
 }
 
 // From the first byte of a new header on the mails may be stored, until it is known better.
 void Appender::WriteHeader() {
     if (m_whole == 0) return;
-    TocHeader header = m_header;
+    mailbox::TocHeader header = m_header;
     header.wNumberOfMsgs = static_cast<std::uint16_t>(m_header.wNumberOfMsgs + m_whole);
     header.wHighestMsgId = static_cast<std::uint16_t>(m_place.highestMsgId & 0xFFFF);
     const std::string before = m_header.Encode(), after = header.Encode();
@@ -260,7 +260,7 @@ void Appender::WriteHeader() {
 
 void Appender::RestoreHeader(std::string_view before, std::uint16_t newCount) {
     const bool isRestored = PutHeader(before);
-    const auto header = ReadTocHeader(m_place.toc);
+    const auto header = mailbox::ReadTocHeader(m_place.toc);
     if (!header) return;
     if (header->wNumberOfMsgs == newCount) m_counted = m_whole;
     if (isRestored || m_counted > 0) m_result.uncertain = 0;

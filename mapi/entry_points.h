@@ -9,33 +9,27 @@
 
 // The functions of a Simple MAPI library, as published. All of them must be there for the library
 // to count as one; those that are called have their types here.
-#if defined(__i386__)
-#define KV_MAPI_CALL __attribute__((stdcall))
-#else
-#define KV_MAPI_CALL
-#endif
-
 namespace mapi {
 
-using LogonFn = std::uint32_t(KV_MAPI_CALL*)(std::uintptr_t window, const char* profile,
-                                             const char* password, std::uint32_t flags,
-                                             std::uint32_t reserved, Session* session);
-using LogoffFn = std::uint32_t(KV_MAPI_CALL*)(Session session, std::uintptr_t window,
-                                              std::uint32_t flags, std::uint32_t reserved);
-using SendMailFn = std::uint32_t(KV_MAPI_CALL*)(Session session, std::uintptr_t window,
-                                                MapiMessage* message, std::uint32_t flags,
-                                                std::uint32_t reserved);
-using FindNextFn = std::uint32_t(KV_MAPI_CALL*)(Session session, std::uintptr_t window,
-                                                const char* messageType, const char* seed,
-                                                std::uint32_t flags, std::uint32_t reserved,
-                                                char* messageId);
-using ReadMailFn = std::uint32_t(KV_MAPI_CALL*)(Session session, std::uintptr_t window,
-                                                const char* messageId, std::uint32_t flags,
-                                                std::uint32_t reserved, MapiMessage** message);
-using DeleteMailFn = std::uint32_t(KV_MAPI_CALL*)(Session session, std::uintptr_t window,
-                                                  const char* messageId, std::uint32_t flags,
-                                                  std::uint32_t reserved);
-using FreeBufferFn = std::uint32_t(KV_MAPI_CALL*)(void* buffer);
+using LogonFn = std::uint32_t(KV_LIBRARY_CALL*)(std::uintptr_t window, const char* profile,
+                                                const char* password, std::uint32_t flags,
+                                                std::uint32_t reserved, Session* session);
+using LogoffFn = std::uint32_t(KV_LIBRARY_CALL*)(Session session, std::uintptr_t window,
+                                                 std::uint32_t flags, std::uint32_t reserved);
+using SendMailFn = std::uint32_t(KV_LIBRARY_CALL*)(Session session, std::uintptr_t window,
+                                                   MapiMessage* message, std::uint32_t flags,
+                                                   std::uint32_t reserved);
+using FindNextFn = std::uint32_t(KV_LIBRARY_CALL*)(Session session, std::uintptr_t window,
+                                                   const char* messageType, const char* seed,
+                                                   std::uint32_t flags, std::uint32_t reserved,
+                                                   char* messageId);
+using ReadMailFn = std::uint32_t(KV_LIBRARY_CALL*)(Session session, std::uintptr_t window,
+                                                   const char* messageId, std::uint32_t flags,
+                                                   std::uint32_t reserved, MapiMessage** message);
+using DeleteMailFn = std::uint32_t(KV_LIBRARY_CALL*)(Session session, std::uintptr_t window,
+                                                     const char* messageId, std::uint32_t flags,
+                                                     std::uint32_t reserved);
+using FreeBufferFn = std::uint32_t(KV_LIBRARY_CALL*)(void* buffer);
 
 // The order in which the entry points are looked up.
 enum class Entry {

@@ -10,23 +10,42 @@ set -euo pipefail
 cd "${1:-$(dirname "$0")/..}"
 
 read -r -d '' layers << 'END' || true
+text                 -
 platform/os          -
 platform/mfc         platform/os
-platform/kvutil      platform/os platform/mfc frame/interface/result_codes.h
-platform/posix       platform/os
-platform/windows     platform/os
-platform/testing     platform/os
-integration/locate   platform/os platform/mfc platform/kvutil
-mapi                 platform/os platform/mfc platform/kvutil frame/interface
+platform/kvutil      platform/os platform/mfc text frame/interface/result_codes.h
+platform/posix       platform/os text
+platform/prefix      platform/os platform/posix text
+platform/windows     platform/os text
+platform/testing     platform/os text
+mailbox              platform/os
+mapi                 platform/os platform/kvutil
+integration/locate   platform/os platform/mfc platform/kvutil text
 frame/interface      platform/mfc
-frame                platform/os platform/mfc platform/kvutil mapi integration/locate
-frame/module         frame addressbook mailstore platform/os platform/mfc platform/kvutil
-integration/dialogs  frame platform/os platform/mfc platform/kvutil
-addressbook          frame mapi integration platform/os platform/mfc platform/kvutil
-mailstore            frame mapi integration platform/os platform/mfc platform/kvutil
-eumapi               mailstore mapi integration/locate platform/os platform/mfc platform/kvutil
-host                 frame/interface platform/os platform/mfc platform/kvutil
-docs                 frame/interface platform/os platform/mfc platform/kvutil
+frame                platform/os platform/mfc platform/kvutil integration/locate mapi text
+integration/dialogs  platform/os platform/mfc frame text
+addressbook          platform/os platform/mfc platform/kvutil frame integration/dialogs text
+mailstore            platform/os platform/mfc platform/kvutil frame integration mailbox mapi text
+eumapi               platform/os integration/locate mailbox mapi text
+module               platform/os frame addressbook mailstore
+host/base            platform/os
+host/eudora          platform/os host/base text
+host/translator      platform/os platform/kvutil frame/interface host/base host/eudora
+host/vcard           platform/os host/base
+host/maildir         platform/os
+host/state           platform/os host/base
+host/backup          platform/os host/base
+host/mail            platform/os platform/kvutil host/base host/eudora host/translator host/maildir text
+host/contacts        platform/os host/base host/translator host/vcard text
+host/sync            platform/os host/base host/state host/backup
+host/contactsync     host/base host/eudora host/translator host/state host/backup host/contacts host/sync
+host/mailsync        platform/os host/base host/translator host/maildir host/state host/backup host/mail host/sync
+host/dialogs         platform/os host/base text
+host/shell           platform/os platform/kvutil frame/interface host/base host/translator
+host/doctor          platform/os host/base host/eudora host/translator
+host/cli             platform/os platform/kvutil host text
+host                 platform/os host/base host/cli
+docs                 platform/os platform/kvutil frame/interface
 tests                *
 fuzz                 *
 benchmarks           *
@@ -72,19 +91,19 @@ function check(    folder, best, count, i, allowed, header, ok) {
         return
     }
     # The tests of the Wine prefix are tests of the posix backend.
-    native = file ~ /(^|\/)(posix|windows)(\/|[_.])/ || file ~ /_(posix|windows)[_.]/ ||
+    native = file ~ /(^|\/)(posix|prefix|windows)(\/|[_.])/ || file ~ /_(posix|windows)[_.]/ ||
              file ~ /^tests\/platform\/prefix_/
-    # Where a library says what it exports, the compiler must be asked.
-    exporting = file == "platform/kvutil/kvutil.h" || file ~ /^(frame\/module|eumapi)\/exports[_.]/
+    # Where a library says what it exports and how it is called, the compiler must be asked.
+    exporting = file == "platform/kvutil/kvutil.h" || file == "platform/os/libraries.h" || file ~ /^(module|eumapi)\/exports[_.]/
     count = split(layer[best], allowed, " ")
     number = 0
     while ((getline line < file) > 0) {
         number++
-        if (line ~ /_WIN32|_WIN64|__MINGW|__linux__|__unix__|_MSC_VER/ && !native && !exporting)
-            fail("asks for the system; that belongs into platform/posix and platform/windows")
+        if (line ~ /_WIN32|_WIN64|__MINGW|__linux__|__unix__|_MSC_VER|__(x86_64|i386|aarch64|arm)__|_M_(X64|IX86|ARM)/ && !native && !exporting)
+            fail("asks for the system or processor; that belongs into platform/posix and platform/windows")
         if (line ~ /std::(cout|cerr|clog)|(^|[^a-z_])(v?f?printf|f?puts|f?putc|fwrite)\(/ &&
-            file ~ /^host\// && file !~ /^host\/output\//)
-            fail("prints; that belongs into host/output")
+            file ~ /^host\// && file !~ /^host\/base\/output[.]/)
+            fail("prints; that belongs into host/base/output.cpp")
         if (match(line, /^[ \t]*#[ \t]*include[ \t]*<[^>]*>/)) {
             header = substr(line, RSTART, RLENGTH)
             gsub(/^.*<|>$/, "", header)

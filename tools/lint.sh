@@ -23,7 +23,7 @@ fi
 
 if [[ ${LINT_TIDY:-on} != off ]]; then
     pattern='\.cpp$'
-    [[ ${LINT_TIDY:-on} == all ]] || pattern='^(addressbook|eumapi|frame|host|integration|mailstore|mapi|platform)/.*\.cpp$'
+    [[ ${LINT_TIDY:-on} == all ]] || pattern='^(addressbook|eumapi|frame|host|integration|mailbox|mailstore|mapi|module|platform|text)/.*\.cpp$'
     mapfile -t units < <(git ls-files | grep -E "$pattern" | grep -v '^platform/windows/')
     echo "clang-tidy: ${#units[@]} files"
     printf '%s\0' "${units[@]}" |

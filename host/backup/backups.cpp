@@ -4,11 +4,11 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
-#include "host/module/exit_code.h"
-#include "host/module/folders.h"
-#include "host/output/json_text.h"
+#include "host/base/exit_code.h"
+#include "host/base/folders.h"
+#include "host/base/json_text.h"
 
-namespace host {
+namespace host::backup {
 
 namespace {
 
@@ -44,7 +44,7 @@ std::string ToManifest(const Backup& backup) {
     for (const BackupFile& file : backup.files) {
         manifest["files"].push_back({{"name", file.name}, {"origin", file.origin}});
     }
-    return JsonText(manifest, 2) + '\n';
+    return base::JsonText(manifest, 2) + '\n';
 }
 
 std::string SideOf(const std::string& path) {
@@ -86,9 +86,9 @@ platform::Status Backups::CheckSpace(const std::vector<std::string>& origins) {
     }
     const auto free = m_files.FreeSpace(m_folder);
     if (!free || needed <= *free) return {};
-    return Refused("a backup takes " + Megabytes(needed) + ", and " + m_folder + " has room for " +
-                       Megabytes(*free),
-                   "make room there");
+    return base::Refused("a backup takes " + Megabytes(needed) + ", and " + m_folder +
+                             " has room for " + Megabytes(*free),
+                         "make room there");
 }
 
 platform::Status Backups::CopyFlushed(const std::string& from, const std::string& to) {
@@ -110,7 +110,7 @@ platform::Status Backups::CopyFlushed(const std::string& from, const std::string
 platform::Result<Backup> Backups::MakeOf(const std::string& nicknameFile,
                                          const std::string& reason) {
     std::vector<std::string> origins = {nicknameFile};
-    const std::string folder = ParentFolder(m_files, nicknameFile);
+    const std::string folder = base::ParentFolder(m_files, nicknameFile);
     const std::string name = folder.empty() ? nicknameFile : nicknameFile.substr(folder.size() + 1);
     const std::string pattern = name.substr(0, name.rfind('.')) + ".toc";
     auto sideFiles = m_files.List(folder.empty() ? "." : folder, pattern);
@@ -124,7 +124,7 @@ platform::Result<Backup> Backups::MakeOf(const std::string& nicknameFile,
 
 platform::Result<Backup> Backups::Make(const std::vector<std::string>& origins,
                                        const std::string& reason) {
-    if (auto status = MakeFolders(m_files, m_folder); !status) return status.Error();
+    if (auto status = base::MakeFolders(m_files, m_folder); !status) return status.Error();
     const auto lock = m_files.Open(Join(m_folder, "lock"), platform::OpenMode::kReadWriteOrCreate,
                                    platform::Share::kNone);
     if (!lock) return lock.Error();
@@ -150,7 +150,7 @@ platform::Status Backups::Fill(Backup& backup, const std::string& folder,
             (m_files.IsFree(origin) ? backup.absent : backup.passedOver).push_back(origin);
             continue;
         }
-        const std::string above = ParentFolder(m_files, origin);
+        const std::string above = base::ParentFolder(m_files, origin);
         std::string name = above.empty() ? origin : origin.substr(above.size() + 1);
         if (m_files.Exists(Join(folder, name))) name.insert(0, std::to_string(backup.files.size()));
         auto status = CopyFlushed(origin, Join(folder, name));
@@ -237,11 +237,11 @@ void Backups::Unstage(const Backup& backup) {
 platform::Status Backups::CheckPlace(const std::string& path) {
     if (m_files.IsFree(path)) return {};
     const auto info = m_files.Stat(path);
-    if (info && info->isReadOnly) return Refused(path + ": is read-only; make it writable");
+    if (info && info->isReadOnly) return base::Refused(path + ": is read-only; make it writable");
     const auto file = m_files.Open(path, platform::OpenMode::kRead, platform::Share::kReadWrite);
     const auto code = file ? ErrorCode::kIo : file.Error().code;
     if (code != ErrorCode::kNotRegular && code != ErrorCode::kNotFound) return {};
-    return Refused(path + ": is no regular file", "move it away");
+    return base::Refused(path + ": is no regular file", "move it away");
 }
 
 // A side file takes the place of the present one, so that a fault leaves the one or the other.
@@ -255,7 +255,7 @@ platform::Result<Backup> Backups::Restore(
     const bool isName = id.find_first_of("/\\:") == std::string::npos && !id.starts_with('.');
     auto backup = isName ? ReadManifest(id) : platform::Failure{ErrorCode::kNotFound, id};
     if (!backup && backup.Error().code == ErrorCode::kNotFound) {
-        return Refused("there is no backup " + id + "; `kvsync backups` lists them");
+        return base::Refused("there is no backup " + id + "; `kvsync backups` lists them");
     }
     if (!backup) return backup.Error();
     std::vector<std::string> origins = backup->absent;
@@ -281,4 +281,4 @@ platform::Result<Backup> Backups::Restore(
     return present;
 }
 
-}  // namespace host
+}  // namespace host::backup

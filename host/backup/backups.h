@@ -7,7 +7,7 @@
 #include "platform/os/clock.h"
 #include "platform/os/files.h"
 
-namespace host {
+namespace host::backup {
 
 struct BackupFile {
     std::string name;    // in the backup's folder
@@ -72,4 +72,4 @@ class Backups {
     platform::Clock& m_clock;
 };
 
-}  // namespace host
+}  // namespace host::backup

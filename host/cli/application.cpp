@@ -6,17 +6,17 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/base/output.h"
 #include "host/cli/commands.h"
 #include "host/cli/configure_mail.h"
-#include "host/cli/module_messages.h"
 #include "host/cli/version.h"
-#include "host/engine/commands.h"
-#include "host/output/output.h"
 #include "host/shell/kinds.h"
 #include "host/shell/shell.h"
+#include "host/sync/preference.h"
+#include "host/translator/module_messages.h"
 #include "platform/kvutil/kvutil.h"
 
-namespace host {
+namespace host::cli {
 
 namespace {
 
@@ -27,7 +27,7 @@ constexpr const char* kFooter =
     "Keys of the configuration file: eudora, wine_prefix, contacts, maildir, state,\n"
     "nickname_file, settings, language, prefer, max_delete (texts) and code_page (a number).";
 
-using Action = std::function<ExitCode(const Options&)>;
+using Action = std::function<base::ExitCode(const Options&)>;
 
 // What the command line asks for.
 struct Request {
@@ -125,12 +125,12 @@ void AddReading(CLI::App& app, Request& request) {
     exporting->add_option("--to", request.toFolder, "the folder")->required();
 }
 
-ExitCode Misuse(const std::string& text) {
-    PrintError(text + " (kvsync --help shows the usage)");
-    return ExitCode::kUsage;
+base::ExitCode Misuse(const std::string& text) {
+    base::PrintError(text + " (kvsync --help shows the usage)");
+    return base::ExitCode::kUsage;
 }
 
-ExitCode Configure(const Options& options, const Request& request) {
+base::ExitCode Configure(const Options& options, const Request& request) {
     if (request.what == "mail") return ConfigureMail(options, request.limits);
     if (request.limits.IsEmpty()) return ConfigureContacts(options);
     return Misuse("--age, --size, --attachments and --attachment-size belong to configure mail");
@@ -163,13 +163,13 @@ void AddRest(CLI::App& app, Request& request) {
     CLI::App* const shell =
         AddCommand(app, "shell", "a console on the translator interface", request,
                    [&request](const Options& options) {
-                       return Shell(options, *ParseKind(request.kind), request.script);
+                       return Shell(options, *shell::ParseKind(request.kind), request.script);
                    });
     shell->add_option("kind", request.kind, "contacts, mail or other")
         ->required()
         ->check(CLI::IsMember({"contacts", "mail", "other"}));
     shell->add_option("file", request.script, "the script (else standard input)");
-    shell->footer(ShellHelp());
+    shell->footer(shell::ShellHelp());
     AddCommand(app, "backups", "list the copies made before Eudora's files were changed", request,
                [](const Options& options) { return ListBackups(options); });
     CLI::App* const restore =
@@ -182,10 +182,10 @@ void AddRest(CLI::App& app, Request& request) {
 
 // What the values of the command line and of the configuration file have in common.
 std::string CheckValues(const Options& options) {
-    if (options.prefer && !ParsePrefer(*options.prefer)) {
+    if (options.prefer && !sync::ParsePrefer(*options.prefer)) {
         return "prefer is eudora, folder, newer or both, not " + *options.prefer;
     }
-    if (options.maxDelete && !ParseDeleteLimit(*options.maxDelete)) {
+    if (options.maxDelete && !sync::ParseDeleteLimit(*options.maxDelete)) {
         return "max-delete is a number or a percentage such as 25%, not " + *options.maxDelete;
     }
     return {};
@@ -193,7 +193,7 @@ std::string CheckValues(const Options& options) {
 
 }  // namespace
 
-ExitCode RunApplication(std::vector<std::string> arguments) {
+base::ExitCode RunApplication(std::vector<std::string> arguments) {
     CLI::App app(
         "kvsync keeps the contacts and mails of Eudora in step with a folder of vCards and a "
         "Maildir.",
@@ -212,8 +212,8 @@ ExitCode RunApplication(std::vector<std::string> arguments) {
     } catch (const CLI::Success& asked) {
         std::ostringstream answer;
         app.exit(asked, answer, answer);
-        PrintText(answer.str());
-        return ExitCode::kNothingToDo;
+        base::PrintText(answer.str());
+        return base::ExitCode::kNothingToDo;
     } catch (const CLI::ParseError& error) {
         return Misuse(error.what());
     }
@@ -224,9 +224,9 @@ ExitCode RunApplication(std::vector<std::string> arguments) {
     if (const std::string wrong = CheckValues(request.options); !wrong.empty()) {
         return Misuse(wrong);
     }
-    const ModuleMessages messages;
+    const translator::ModuleMessages messages;
     if (request.options.verbose) g_bEnableLog = 1;
     return request.action(request.options);
 }
 
-}  // namespace host
+}  // namespace host::cli

@@ -3,11 +3,11 @@
 #include <string>
 #include <vector>
 
-#include "host/module/exit_code.h"
+#include "host/base/exit_code.h"
 
-namespace host {
+namespace host::cli {
 
 // kvsync from its arguments (UTF-8, without the program's name) to its exit code.
-ExitCode RunApplication(std::vector<std::string> arguments);
+base::ExitCode RunApplication(std::vector<std::string> arguments);
 
-}  // namespace host
+}  // namespace host::cli

@@ -5,15 +5,15 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/base/json_text.h"
+#include "host/base/native_path.h"
+#include "host/base/output.h"
 #include "host/cli/commands.h"
 #include "host/cli/workplace.h"
 #include "host/dialogs/terminal_dialogs.h"
-#include "host/module/mail_settings.h"
-#include "host/module/native_path.h"
-#include "host/output/json_text.h"
-#include "host/output/output.h"
+#include "host/translator/mail_settings.h"
 
-namespace host {
+namespace host::cli {
 
 namespace {
 
@@ -41,8 +41,8 @@ void Read(const std::optional<std::string>& text, std::optional<bool>& limits,
     number = ParseNumber(*text, std::numeric_limits<std::int32_t>::max());
 }
 
-MailLimitChanges ChangesOf(const MailLimitTexts& texts) {
-    MailLimitChanges changes;
+translator::MailLimitChanges ChangesOf(const MailLimitTexts& texts) {
+    translator::MailLimitChanges changes;
     Read(texts.age, changes.limitsAge, changes.ageDays);
     Read(texts.size, changes.limitsSize, changes.sizeKB);
     Read(texts.attachmentSize, changes.limitsAttachments, changes.attachmentKB);
@@ -51,25 +51,26 @@ MailLimitChanges ChangesOf(const MailLimitTexts& texts) {
 }
 
 // False if the person cancelled the dialog.
-platform::Result<bool> Ask(TranslatorSession& session, std::string selection) {
+platform::Result<bool> Ask(translator::TranslatorSession& session, std::string selection) {
     std::unique_ptr<platform::Dialogs> dialogs;
-    if (!UsesWindowsPaths()) {
-        dialogs = MakeTerminalDialogs();
+    if (!base::UsesWindowsPaths()) {
+        dialogs = dialogs::MakeTerminalDialogs();
         if (dialogs == nullptr) {
-            return Refused(
+            return base::Refused(
                 "kvsync configure needs a terminal for its dialog: start it in one, or say what is "
                 "wanted with --age, --size, --attachments and --attachment-size");
         }
     }
-    const DialogsShownBy shown(dialogs.get());
+    const translator::DialogsShownBy shown(dialogs.get());
     std::string summary;
     return session.Select(selection, summary, true);
 }
 
-platform::Result<bool> Change(TranslatorSession& session, const std::string& selection,
+platform::Result<bool> Change(translator::TranslatorSession& session, const std::string& selection,
                               const MailLimitTexts& texts) {
     if (texts.IsEmpty()) return Ask(session, selection);
-    if (auto changed = ChangeMailLimits(session, selection, ChangesOf(texts)); !changed) {
+    if (auto changed = translator::ChangeMailLimits(session, selection, ChangesOf(texts));
+        !changed) {
         return changed.Error();
     }
     return true;
@@ -79,7 +80,7 @@ nlohmann::ordered_json NumberOrNull(bool limits, std::int32_t number) {
     return limits ? nlohmann::ordered_json(number) : nlohmann::ordered_json();
 }
 
-void Print(const Options& options, const MailLimits& limits, bool changed) {
+void Print(const Options& options, const translator::MailLimits& limits, bool changed) {
     if (options.json) {
         const nlohmann::ordered_json answer{
             {"changed", changed},
@@ -87,30 +88,30 @@ void Print(const Options& options, const MailLimits& limits, bool changed) {
             {"sizeKB", NumberOrNull(limits.limitsSize, limits.sizeKB)},
             {"attachments", limits.attachments},
             {"attachmentSizeKB", NumberOrNull(limits.limitsAttachments, limits.attachmentKB)}};
-        PrintLine(JsonText(answer));
+        base::PrintLine(base::JsonText(answer));
     } else if (!options.quiet) {
-        PrintLine((changed ? "" : "nothing changed: ") + DescribeLimits(limits));
+        base::PrintLine((changed ? "" : "nothing changed: ") + translator::DescribeLimits(limits));
     }
 }
 
-platform::Result<ExitCode> Configure(Workplace& place, const Options& options,
-                                     const MailLimitTexts& texts) {
-    auto session = TranslatorSession::Create(place.Module(), kMailKind);
+platform::Result<base::ExitCode> Configure(Workplace& place, const Options& options,
+                                           const MailLimitTexts& texts) {
+    auto session = translator::TranslatorSession::Create(place.Module(), translator::kMailKind);
     if (!session) return session.Error();
-    const auto selection = SelectMail(*session, place.Place(), false);
+    const auto selection = translator::SelectMail(*session, place.Place(), false);
     if (!selection) return selection.Error();
-    const auto before = ReadMailLimits(*session, *selection);
+    const auto before = translator::ReadMailLimits(*session, *selection);
     if (!before) return before.Error();
     const auto accepted = Change(*session, *selection, texts);
     if (!accepted) return accepted.Error();
-    const auto after = ReadMailLimits(*session, *selection);
+    const auto after = translator::ReadMailLimits(*session, *selection);
     if (!after) return after.Error();
     const bool changed = *after != *before;
     if (changed) {
         if (auto saved = session->SaveSettings(*selection); !saved) return saved.Error();
     }
     Print(options, *after, changed);
-    return changed ? ExitCode::kChangesMade : ExitCode::kNothingToDo;
+    return changed ? base::ExitCode::kChangesMade : base::ExitCode::kNothingToDo;
 }
 
 }  // namespace
@@ -123,11 +124,11 @@ std::string WrongSize(const std::string& text) {
     return WrongNumber(text, kMostKB);
 }
 
-ExitCode ConfigureMail(const Options& options, const MailLimitTexts& texts) {
+base::ExitCode ConfigureMail(const Options& options, const MailLimitTexts& texts) {
     auto place = Workplace::EnterForMail(options);
     if (!place) return Fail(place.Error());
     const auto code = Configure(*place, options, texts);
     return code ? *code : Fail(code.Error());
 }
 
-}  // namespace host
+}  // namespace host::cli

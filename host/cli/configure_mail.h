@@ -3,10 +3,10 @@
 #include <optional>
 #include <string>
 
+#include "host/base/exit_code.h"
 #include "host/cli/options.h"
-#include "host/module/exit_code.h"
 
-namespace host {
+namespace host::cli {
 
 // The limits of the mails as the command line names them; checked by WrongDays and WrongSize.
 struct MailLimitTexts {
@@ -19,6 +19,6 @@ std::string WrongDays(const std::string& text);
 std::string WrongSize(const std::string& text);
 
 // Changes the limits as told, or else in the translator's own dialog, and says which hold then.
-ExitCode ConfigureMail(const Options& options, const MailLimitTexts& texts);
+base::ExitCode ConfigureMail(const Options& options, const MailLimitTexts& texts);
 
-}  // namespace host
+}  // namespace host::cli

@@ -1,46 +1,46 @@
 #include <fstream>
 #include <iostream>
 
+#include "host/base/native_path.h"
+#include "host/base/output.h"
 #include "host/cli/commands.h"
 #include "host/cli/contact_table.h"
 #include "host/cli/workplace.h"
 #include "host/dialogs/terminal_dialogs.h"
-#include "host/module/mail_settings.h"
-#include "host/module/native_path.h"
-#include "host/module/outside_names.h"
-#include "host/module/windows_path.h"
-#include "host/output/output.h"
+#include "host/eudora/outside_names.h"
+#include "host/eudora/windows_path.h"
 #include "host/shell/shell.h"
+#include "host/translator/mail_settings.h"
 #include "platform/kvutil/kvutil.h"
 
-namespace host {
+namespace host::cli {
 
 namespace {
 
-platform::Result<TranslatorSession> OpenChosen(Workplace& place) {
+platform::Result<translator::TranslatorSession> OpenChosen(Workplace& place) {
     auto file = place.NicknameFile(false);
     if (!file) return file.Error();
-    return TranslatorSession::OpenContacts(place.Module(), *file);
+    return translator::TranslatorSession::OpenContacts(place.Module(), *file);
 }
 
 platform::Status Choose(Workplace& place, const Options& options, std::string& selection,
                         std::string& summary, bool& chosen) {
-    auto session = TranslatorSession::Create(place.Module(), kContactsKind);
+    auto session = translator::TranslatorSession::Create(place.Module(), translator::kContactsKind);
     if (!session) return session.Error();
-    auto named = ChooseNicknameFile(options.setup, place.Place());
+    auto named = eudora::ChooseNicknameFile(options.setup, place.Place());
     if (!named) return named.Error();
     selection = *named;
     const bool ask = !options.setup.nicknameFile;
     std::unique_ptr<platform::Dialogs> dialogs;
-    if (ask && !UsesWindowsPaths()) {
-        dialogs = MakeTerminalDialogs();
+    if (ask && !base::UsesWindowsPaths()) {
+        dialogs = dialogs::MakeTerminalDialogs();
         if (dialogs == nullptr) {
-            return Refused(
+            return base::Refused(
                 "kvsync configure needs a terminal for its dialog: start it in one, or "
                 "name the file with --nickname-file FILE");
         }
     }
-    const DialogsShownBy shown(dialogs.get());
+    const translator::DialogsShownBy shown(dialogs.get());
     auto selected = session->Select(selection, summary, ask);
     if (!selected) return selected.Error();
     chosen = *selected;
@@ -49,7 +49,7 @@ platform::Status Choose(Workplace& place, const Options& options, std::string& s
 
 }  // namespace
 
-ExitCode ListContacts(const Options& options) {
+base::ExitCode ListContacts(const Options& options) {
     auto place = Workplace::Enter(options);
     if (!place) return Fail(place.Error());
     auto session = OpenChosen(*place);
@@ -57,14 +57,14 @@ ExitCode ListContacts(const Options& options) {
     const auto contacts = ReadContacts(*session);
     if (!contacts) return Fail(contacts.Error());
     if (options.json) {
-        PrintText(ContactsJson(*contacts));
+        base::PrintText(ContactsJson(*contacts));
     } else {
-        PrintText(ContactTable(*contacts));
+        base::PrintText(ContactTable(*contacts));
     }
-    return ExitCode::kNothingToDo;
+    return base::ExitCode::kNothingToDo;
 }
 
-ExitCode ShowContact(const Options& options, const std::string& nickname) {
+base::ExitCode ShowContact(const Options& options, const std::string& nickname) {
     auto place = Workplace::Enter(options);
     if (!place) return Fail(place.Error());
     auto session = OpenChosen(*place);
@@ -72,18 +72,18 @@ ExitCode ShowContact(const Options& options, const std::string& nickname) {
     const auto contacts = ReadContact(*session, nickname);
     if (!contacts) return Fail(contacts.Error());
     if (contacts->empty()) {
-        return Fail(Refused("there is no contact " + nickname +
-                            ": kvsync list contacts shows the nicknames"));
+        return Fail(base::Refused("there is no contact " + nickname +
+                                  ": kvsync list contacts shows the nicknames"));
     }
     if (options.json) {
-        PrintText(ContactJson(contacts->front()));
+        base::PrintText(ContactJson(contacts->front()));
     } else {
-        PrintText(ContactCard(contacts->front()));
+        base::PrintText(ContactCard(contacts->front()));
     }
-    return ExitCode::kNothingToDo;
+    return base::ExitCode::kNothingToDo;
 }
 
-ExitCode ConfigureContacts(const Options& options) {
+base::ExitCode ConfigureContacts(const Options& options) {
     auto place = Workplace::Enter(options);
     if (!place) return Fail(place.Error());
     std::string selection, summary;
@@ -92,39 +92,41 @@ ExitCode ConfigureContacts(const Options& options) {
         return Fail(asked.Error());
     }
     if (!chosen) {
-        if (!options.quiet) PrintLine("nothing changed");
-        return ExitCode::kNothingToDo;
+        if (!options.quiet) base::PrintLine("nothing changed");
+        return base::ExitCode::kNothingToDo;
     }
-    if (auto checked = CheckNicknameFile(selection, false); !checked) return Fail(checked.Error());
-    const auto opened = TranslatorSession::OpenContacts(place->Module(), selection);
+    if (auto checked = eudora::CheckNicknameFile(selection, false); !checked)
+        return Fail(checked.Error());
+    const auto opened = translator::TranslatorSession::OpenContacts(place->Module(), selection);
     if (!opened) return Fail(opened.Error());
-    if (auto kept = RememberNicknameFile(place->Place(), selection); !kept) {
+    if (auto kept = eudora::RememberNicknameFile(place->Place(), selection); !kept) {
         return Fail(kept.Error());
     }
-    if (!options.quiet) PrintLine("contacts are kept in " + ToUtf8(selection));
-    return ExitCode::kChangesMade;
+    if (!options.quiet) base::PrintLine("contacts are kept in " + base::ToUtf8(selection));
+    return base::ExitCode::kChangesMade;
 }
 
-ExitCode Shell(const Options& options, unsigned long kind, const std::string& script) {
+base::ExitCode Shell(const Options& options, unsigned long kind, const std::string& script) {
     std::ifstream file;
     if (!script.empty()) {
-        file.open(ToPath(script), std::ios::binary);
+        file.open(base::ToPath(script), std::ios::binary);
         std::error_code ignored;
-        if (!file || std::filesystem::is_directory(ToPath(script), ignored)) {
-            return Fail(Refused("the script " + script + " cannot be read: check the path"));
+        if (!file || std::filesystem::is_directory(base::ToPath(script), ignored)) {
+            return Fail(base::Refused("the script " + script + " cannot be read: check the path"));
         }
     }
-    if (auto inside = RefuseNamesLeadingOutside(options.setup); !inside) {
+    if (auto inside = eudora::RefuseNamesLeadingOutside(options.setup); !inside) {
         return Fail(inside.Error());
     }
-    auto place = kind == kMailKind ? Workplace::EnterForMail(options) : Workplace::Enter(options);
+    auto place = kind == translator::kMailKind ? Workplace::EnterForMail(options)
+                                               : Workplace::Enter(options);
     if (!place) return Fail(place.Error());
-    auto console = Console::Create(place->Module(), kind);
+    auto console = shell::Console::Create(place->Module(), kind);
     if (!console) return Fail(console.Error());
-    const auto dialogs = MakeTerminalDialogs();
-    const DialogsShownBy shown(dialogs != nullptr ? dialogs.get() : DialogProvider());
-    RunShell(*console, script.empty() ? std::cin : file);
-    return ExitCode::kNothingToDo;
+    const auto dialogs = dialogs::MakeTerminalDialogs();
+    const translator::DialogsShownBy shown(dialogs != nullptr ? dialogs.get() : DialogProvider());
+    shell::RunShell(*console, script.empty() ? std::cin : file);
+    return base::ExitCode::kNothingToDo;
 }
 
-}  // namespace host
+}  // namespace host::cli

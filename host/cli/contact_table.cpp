@@ -6,22 +6,22 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/module/native_path.h"
-#include "host/output/json_text.h"
+#include "host/base/json_text.h"
+#include "host/base/native_path.h"
 
-namespace host {
+namespace host::cli {
 
 namespace {
 
 constexpr std::size_t kNickname = 0, kName = 1, kEmail = 5;
 constexpr std::size_t kWidestColumn = 32;
 
-platform::Result<ShownContact> Read(TranslatorSession& session) {
+platform::Result<ShownContact> Read(translator::TranslatorSession& session) {
     ShownContact contact;
     for (std::size_t i = 0; i < std::size(kContactKeys); ++i) {
         auto text = session.Text(std::to_string(i + 1));
         if (!text) return text.Error();
-        std::string value = ToUtf8(text->value_or(""));
+        std::string value = base::ToUtf8(text->value_or(""));
         std::erase(value, '\r');
         std::ranges::replace(value, '\x03', '\n');
         contact.values.push_back(std::move(value));
@@ -39,7 +39,7 @@ nlohmann::ordered_json ToJson(const ShownContact& contact) {
 
 }  // namespace
 
-platform::Result<std::vector<ShownContact>> ReadContacts(TranslatorSession& session) {
+platform::Result<std::vector<ShownContact>> ReadContacts(translator::TranslatorSession& session) {
     std::vector<ShownContact> contacts;
     auto found = session.MoveFirst();
     while (found && *found) {
@@ -52,11 +52,11 @@ platform::Result<std::vector<ShownContact>> ReadContacts(TranslatorSession& sess
     return contacts;
 }
 
-platform::Result<std::vector<ShownContact>> ReadContact(TranslatorSession& session,
+platform::Result<std::vector<ShownContact>> ReadContact(translator::TranslatorSession& session,
                                                         const std::string& nickname) {
     std::vector<ShownContact> contacts;
     bool lossy = false;
-    const std::string id = FromUtf8(nickname, &lossy);
+    const std::string id = base::FromUtf8(nickname, &lossy);
     if (lossy) return contacts;
     auto found = session.GoTo(id);
     if (!found) return found.Error();
@@ -71,16 +71,17 @@ std::string ContactTable(const std::vector<ShownContact>& contacts) {
     std::vector<std::array<std::string, 3>> rows;
     std::size_t nicknameWidth = 0, nameWidth = 0;
     for (const auto& [values] : contacts) {
-        rows.push_back(
-            {OneLine(values[kNickname]), OneLine(values[kName]), OneLine(values[kEmail])});
-        nicknameWidth = std::max(nicknameWidth, Width(rows.back()[0]));
-        nameWidth = std::max(nameWidth, Width(rows.back()[1]));
+        rows.push_back({base::OneLine(values[kNickname]), base::OneLine(values[kName]),
+                        base::OneLine(values[kEmail])});
+        nicknameWidth = std::max(nicknameWidth, base::Width(rows.back()[0]));
+        nameWidth = std::max(nameWidth, base::Width(rows.back()[1]));
     }
     nicknameWidth = std::min(nicknameWidth, kWidestColumn);
     nameWidth = std::min(nameWidth, kWidestColumn);
     std::string table;
     for (const auto& [nickname, name, email] : rows) {
-        table += Padded(nickname, nicknameWidth) + "  " + Padded(name, nameWidth) + "  " + email;
+        table += base::Padded(nickname, nicknameWidth) + "  " + base::Padded(name, nameWidth) +
+                 "  " + email;
         table.erase(table.find_last_not_of(' ') + 1);
         table += '\n';
     }
@@ -92,7 +93,7 @@ std::string ContactCard(const ShownContact& contact) {
     for (std::size_t i = 0; i < std::size(kContactKeys); ++i) {
         const std::string& value = contact.values[i];
         if (value.empty()) continue;
-        std::string label = Padded(std::string(kContactKeys[i]) + ":", 10);
+        std::string label = base::Padded(std::string(kContactKeys[i]) + ":", 10);
         for (std::size_t start = 0; start <= value.size();) {
             const std::size_t end = std::min(value.find('\n', start), value.size());
             card += label + value.substr(start, end - start) + '\n';
@@ -104,13 +105,13 @@ std::string ContactCard(const ShownContact& contact) {
 }
 
 std::string ContactJson(const ShownContact& contact) {
-    return JsonText(ToJson(contact), 2);
+    return base::JsonText(ToJson(contact), 2);
 }
 
 std::string ContactsJson(const std::vector<ShownContact>& contacts) {
     auto list = nlohmann::ordered_json::array();
     for (const ShownContact& contact : contacts) list.push_back(ToJson(contact));
-    return JsonText(list, 2);
+    return base::JsonText(list, 2);
 }
 
-}  // namespace host
+}  // namespace host::cli

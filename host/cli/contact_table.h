@@ -3,10 +3,10 @@
 #include <string>
 #include <vector>
 
-#include "host/module/translator_session.h"
+#include "host/translator/translator_session.h"
 #include "platform/os/result.h"
 
-namespace host {
+namespace host::cli {
 
 // One contact as it is shown: texts in UTF-8, in the order of kContactKeys.
 inline constexpr const char* kContactKeys[] = {"nickname", "name",  "address", "phone",
@@ -15,9 +15,9 @@ struct ShownContact {
     std::vector<std::string> values;
 };
 
-platform::Result<std::vector<ShownContact>> ReadContacts(TranslatorSession& session);
+platform::Result<std::vector<ShownContact>> ReadContacts(translator::TranslatorSession& session);
 // Nothing in the result if there is no contact of that nickname (UTF-8).
-platform::Result<std::vector<ShownContact>> ReadContact(TranslatorSession& session,
+platform::Result<std::vector<ShownContact>> ReadContact(translator::TranslatorSession& session,
                                                         const std::string& nickname);
 
 // A line for each: nickname, name and address of mail, in columns.
@@ -27,4 +27,4 @@ std::string ContactCard(const ShownContact& contact);
 std::string ContactJson(const ShownContact& contact);
 std::string ContactsJson(const std::vector<ShownContact>& contacts);
 
-}  // namespace host
+}  // namespace host::cli

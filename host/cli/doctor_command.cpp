@@ -2,79 +2,81 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/base/json_text.h"
+#include "host/base/output.h"
 #include "host/cli/commands.h"
 #include "host/doctor/doctor.h"
 #include "host/mailsync/mail_sync.h"
-#include "host/output/json_text.h"
-#include "host/output/output.h"
 #include "platform/os/system.h"
 
-namespace host {
+namespace host::cli {
 
 namespace {
 
-const char* Word(Health health) {
+const char* Word(doctor::Health health) {
     switch (health) {
-        case Health::kGood:
+        case doctor::Health::kGood:
             return "good";
-        case Health::kNote:
+        case doctor::Health::kNote:
             return "note";
-        case Health::kFault:
-        case Health::kBroken:
+        case doctor::Health::kFault:
+        case doctor::Health::kBroken:
             break;
     }
     return "FAULT";
 }
 
-ExitCode CodeOf(const std::vector<Finding>& findings) {
-    const auto has = [&](Health health) {
-        return std::ranges::find(findings, health, &Finding::health) != findings.end();
+base::ExitCode CodeOf(const std::vector<doctor::Finding>& findings) {
+    const auto has = [&](doctor::Health health) {
+        return std::ranges::find(findings, health, &doctor::Finding::health) != findings.end();
     };
-    if (has(Health::kBroken)) return ExitCode::kFailed;
-    return has(Health::kFault) ? ExitCode::kRefused : ExitCode::kNothingToDo;
+    if (has(doctor::Health::kBroken)) return base::ExitCode::kFailed;
+    return has(doctor::Health::kFault) ? base::ExitCode::kRefused : base::ExitCode::kNothingToDo;
 }
 
-Finding MaildirFinding(const Options& options) {
+doctor::Finding MaildirFinding(const Options& options) {
     if (!options.maildir) {
-        return {Health::kNote, "Maildir", "none is named",
+        return {doctor::Health::kNote, "Maildir", "none is named",
                 "name it with --maildir DIR or in the configuration file"};
     }
-    const std::string eudora = options.setup.eudora ? Canonical(*options.setup.eudora) : "";
-    const std::string path = Canonical(*options.maildir);
-    const auto checked = CheckMaildir(platform::NativeFiles(), path, eudora);
-    if (!checked) return FaultOf("Maildir", checked.Error());
+    const std::string eudora =
+        options.setup.eudora ? eudora::WithoutLinks(*options.setup.eudora) : "";
+    const std::string path = eudora::WithoutLinks(*options.maildir);
+    const auto checked = mailsync::CheckMaildir(platform::NativeFiles(), path, eudora);
+    if (!checked) return doctor::FaultOf("Maildir", checked.Error());
     const bool exists = platform::NativeFiles().Exists(path);
-    return {Health::kGood, "Maildir", exists ? path : path + " (made by the first sync)", {}};
+    return {
+        doctor::Health::kGood, "Maildir", exists ? path : path + " (made by the first sync)", {}};
 }
 
-void PrintJson(const std::vector<Finding>& findings) {
+void PrintJson(const std::vector<doctor::Finding>& findings) {
     auto list = nlohmann::ordered_json::array();
-    for (const Finding& finding : findings) {
+    for (const doctor::Finding& finding : findings) {
         list.push_back(
-            {{"health", finding.health >= Health::kFault ? "fault" : Word(finding.health)},
+            {{"health", finding.health >= doctor::Health::kFault ? "fault" : Word(finding.health)},
              {"what", finding.what},
              {"state", finding.state},
              {"advice", finding.advice}});
     }
-    PrintText(JsonText(list, 2));
+    base::PrintText(base::JsonText(list, 2));
 }
 
 }  // namespace
 
-ExitCode Doctor(const Options& options) {
-    auto findings = Examine(options.setup, options.contacts);
+base::ExitCode Doctor(const Options& options) {
+    auto findings = doctor::Examine(options.setup, options.contacts);
     findings.push_back(MaildirFinding(options));
     if (options.json) {
         PrintJson(findings);
     } else {
-        for (const Finding& finding : findings) {
-            if (options.quiet && finding.health == Health::kGood) continue;
-            PrintLine(std::string(Word(finding.health)) + "  " + finding.what + ": " +
-                      finding.state);
-            if (!finding.advice.empty()) PrintLine("       -> " + finding.advice);
+        for (const doctor::Finding& finding : findings) {
+            if (options.quiet && finding.health == doctor::Health::kGood) continue;
+            base::PrintLine(std::string(Word(finding.health)) + "  " + finding.what + ": " +
+                            finding.state);
+            if (!finding.advice.empty()) base::PrintLine("       -> " + finding.advice);
         }
     }
     return CodeOf(findings);
 }
 
-}  // namespace host
+}  // namespace host::cli

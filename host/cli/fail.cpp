@@ -1,11 +1,11 @@
+#include "host/base/output.h"
 #include "host/cli/commands.h"
-#include "host/output/output.h"
 
-namespace host {
+namespace host::cli {
 
-ExitCode Fail(const platform::Failure& failure) {
-    PrintError(failure.Message());
-    return CodeOf(failure);
+base::ExitCode Fail(const platform::Failure& failure) {
+    base::PrintError(failure.Message());
+    return base::CodeOf(failure);
 }
 
-}  // namespace host
+}  // namespace host::cli

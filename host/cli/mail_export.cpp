@@ -1,17 +1,17 @@
+#include "host/base/native_path.h"
+#include "host/base/output.h"
+#include "host/base/progress.h"
 #include "host/cli/commands.h"
 #include "host/cli/run_place.h"
 #include "host/cli/workplace.h"
-#include "host/engine/progress.h"
 #include "host/mail/compose.h"
 #include "host/mail/compose_into.h"
 #include "host/mail/eudora_mails.h"
 #include "host/maildir/maildir.h"
 #include "host/mailsync/mail_content.h"
-#include "host/module/native_path.h"
-#include "host/output/output.h"
 #include "platform/os/system.h"
 
-namespace host {
+namespace host::cli {
 
 namespace {
 
@@ -21,7 +21,7 @@ constexpr std::size_t kBatch = 256;  // mails that are brought onto the disk tog
 // told and left out.
 class MailExport {
   public:
-    MailExport(const CommandPlace& place, const std::string& folder)
+    MailExport(const sync::CommandPlace& place, const std::string& folder)
         : m_files(place.files),
           m_clock(place.clock),
           m_maildir(place.files, place.clock, folder),
@@ -31,19 +31,19 @@ class MailExport {
         const auto there = m_maildir.List();
         if (!there) return there.Error();
         if (!there->empty()) {
-            return Refused(folder + " holds mails already: name a new folder with --to");
+            return base::Refused(folder + " holds mails already: name a new folder with --to");
         }
         return m_maildir.Create();
     }
 
-    platform::Result<bool> Add(EudoraMails& mails) {
-        const auto mail = mails.Current(MailParts::kAll);
+    platform::Result<bool> Add(mail::EudoraMails& mails) {
+        const auto mail = mails.Current(mail::MailParts::kAll);
         if (!mail) return LeaveOut(mail.Error().Message());
-        const char* const flags = mail->status == kStatusUnread ? "" : "S";
+        const char* const flags = mail->status == mail::kStatusUnread ? "" : "S";
         const std::string unique = m_maildir.NewName();
         bool isMailAtFault = false;
-        const auto size =
-            ComposeInto(m_maildir, unique, m_files, *mail, OffsetAt(m_clock, *mail), isMailAtFault);
+        const auto size = mail::ComposeInto(m_maildir, unique, m_files, *mail,
+                                            mailsync::OffsetAt(m_clock, *mail), isMailAtFault);
         if (!size && !isMailAtFault) return size.Error();
         if (!size) return LeaveOut(NameOf(*mail) + size.Error().Message());
         if (auto delivered = m_maildir.Deliver(unique, flags); !delivered) return delivered.Error();
@@ -66,7 +66,9 @@ class MailExport {
     bool HasLeftOut() const { return m_hasLeftOut; }
 
   private:
-    static std::string NameOf(const Mail& mail) { return "mail " + ToUtf8(mail.id) + ": "; }
+    static std::string NameOf(const mail::Mail& mail) {
+        return "mail " + base::ToUtf8(mail.id) + ": ";
+    }
     bool LeaveOut(std::string why) {
         m_notes.push_back(std::move(why));
         return m_hasLeftOut = true;
@@ -74,9 +76,9 @@ class MailExport {
 
     platform::Files& m_files;
     platform::Clock& m_clock;
-    Maildir m_maildir;
-    Progress m_progress;
-    std::vector<MaildirEntry> m_unsettled;
+    maildir::Maildir m_maildir;
+    base::Progress m_progress;
+    std::vector<maildir::MaildirEntry> m_unsettled;
     std::vector<std::string> m_notes;
     std::size_t m_count = 0;
     bool m_hasLeftOut = false;
@@ -86,16 +88,16 @@ platform::Status Export(Workplace& place, MailExport& target, const std::string&
     auto session = place.OpenMail();
     if (!session) return session.Error();
     if (auto begun = target.Begin(folder); !begun) return begun;
-    EudoraMails mails(*session, platform::NativeSystem().processes.CodePage());
-    auto walked = mails.Walk([&](const MailHead&) { return target.Add(mails); });
+    mail::EudoraMails mails(*session, platform::NativeSystem().processes.CodePage());
+    auto walked = mails.Walk([&](const mail::MailHead&) { return target.Add(mails); });
     auto settled = target.Settle();
     return walked ? settled : walked;
 }
 
 }  // namespace
 
-ExitCode ExportMail(const Options& options, const std::string& toFolder) {
-    if (auto can = CanComposeMail(); !can) return Fail(can.Error());
+base::ExitCode ExportMail(const Options& options, const std::string& toFolder) {
+    if (auto can = mail::CanComposeMail(); !can) return Fail(can.Error());
     auto place = Workplace::EnterForMail(options);
     if (!place) return Fail(place.Error());
     ProgressLine progress(!options.quiet);
@@ -104,13 +106,13 @@ ExitCode ExportMail(const Options& options, const std::string& toFolder) {
     MailExport target(*command, toFolder);
     const auto done = Export(*place, target, toFolder);
     progress.Show({});
-    for (const std::string& note : target.Notes()) PrintError(note);
+    for (const std::string& note : target.Notes()) base::PrintError(note);
     if (!done) return Fail(done.Error());
     if (!options.quiet) {
-        PrintLine(std::to_string(target.Count()) + " mails exported to " + toFolder);
+        base::PrintLine(std::to_string(target.Count()) + " mails exported to " + toFolder);
     }
-    if (target.HasLeftOut()) return ExitCode::kFailed;
-    return target.Count() > 0 ? ExitCode::kChangesMade : ExitCode::kNothingToDo;
+    if (target.HasLeftOut()) return base::ExitCode::kFailed;
+    return target.Count() > 0 ? base::ExitCode::kChangesMade : base::ExitCode::kNothingToDo;
 }
 
-}  // namespace host
+}  // namespace host::cli

@@ -5,12 +5,12 @@
 #define TOML_EXCEPTIONS 0
 #include <toml++/toml.h>
 
-#include "host/module/exit_code.h"
-#include "host/module/native_path.h"
+#include "host/base/exit_code.h"
+#include "host/base/native_path.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
 
-namespace host {
+namespace host::cli {
 
 namespace {
 
@@ -37,7 +37,7 @@ std::string Expanded(const std::string& path) {
 }
 
 platform::Failure Unusable(const std::string& path, const std::string& why) {
-    return Failed("the configuration file " + path + ": " + why);
+    return base::Failed("the configuration file " + path + ": " + why);
 }
 
 platform::Status ReadCodePage(const std::string& path, const toml::node& node, Options& options) {
@@ -84,7 +84,8 @@ platform::Status ReadFile(Options& options) {
     auto& files = platform::NativeFiles();
     if (path.empty() || (!options.config && !files.Exists(path))) return {};
     const auto text = platform::ReadWhole(files, path, kLargestConfiguration);
-    if (!text) return Failed("the configuration file cannot be read: " + text.Error().Message());
+    if (!text)
+        return base::Failed("the configuration file cannot be read: " + text.Error().Message());
     const toml::parse_result parsed = toml::parse(*text);
     if (!parsed) {
         const auto where = parsed.error().source().begin;
@@ -99,9 +100,9 @@ platform::Status ReadFile(Options& options) {
 platform::Status ReadConfiguration(Options& options) {
     if (auto read = ReadFile(options); !read) return read;
     if (options.setup.eudora && options.setup.winePrefix) {
-        return Failed("--eudora and --wine-prefix exclude each other: give one");
+        return base::Failed("--eudora and --wine-prefix exclude each other: give one");
     }
     return {};
 }
 
-}  // namespace host
+}  // namespace host::cli

@@ -3,14 +3,14 @@
 #include <optional>
 #include <string>
 
-#include "host/module/setup.h"
+#include "host/eudora/setup.h"
 #include "platform/os/result.h"
 
-namespace host {
+namespace host::cli {
 
 // What every command can be told, on the command line or in the configuration file.
 struct Options {
-    SetupOptions setup;
+    eudora::SetupOptions setup;
     std::optional<std::string> contacts;  // the folder of vCards
     std::optional<std::string> maildir;
     std::optional<std::string> state;  // the memory's file
@@ -28,4 +28,4 @@ struct Options {
 // value of the wrong kind.
 platform::Status ReadConfiguration(Options& options);
 
-}  // namespace host
+}  // namespace host::cli

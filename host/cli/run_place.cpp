@@ -1,20 +1,20 @@
 #include "host/cli/run_place.h"
 
-#include "host/module/native_path.h"
-#include "host/module/setup.h"
-#include "host/output/output.h"
+#include "host/base/native_path.h"
+#include "host/base/output.h"
+#include "host/eudora/setup.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
 
-namespace host {
+namespace host::cli {
 
-ExitCode Say(const Report& report, const Options& options) {
+base::ExitCode Say(const base::Report& report, const Options& options) {
     if (options.json) {
-        PrintLine(report.json);
+        base::PrintLine(report.json);
     } else {
-        for (const std::string& line : report.lines) PrintLine(line);
+        for (const std::string& line : report.lines) base::PrintLine(line);
     }
-    for (const std::string& line : report.errors) PrintError(line);
+    for (const std::string& line : report.errors) base::PrintError(line);
     return report.code;
 }
 
@@ -23,21 +23,21 @@ ProgressLine::ProgressLine(bool wanted)
 
 void ProgressLine::Show(const std::string& line) {
     if (!m_wanted || line == m_shown) return;
-    ShowProgress(line);
+    base::ShowProgress(line);
     m_shown = line;
 }
 
-platform::Result<CommandPlace> PlaceOf(const Options& options, ProgressLine& progress) {
+platform::Result<sync::CommandPlace> PlaceOf(const Options& options, ProgressLine& progress) {
     std::string state;
     if (options.state) {
         state = *options.state;
     } else {
-        auto folder = StateFolder();
+        auto folder = eudora::StateFolder();
         if (!folder) return folder.Error();
-        state = FromPath(ToPath(*folder) / "state.db");
+        state = base::FromPath(base::ToPath(*folder) / "state.db");
     }
-    return CommandPlace{platform::NativeFiles(), platform::NativeSystem().clock, state,
-                        [&progress](const std::string& line) { progress.Show(line); }};
+    return sync::CommandPlace{platform::NativeFiles(), platform::NativeSystem().clock, state,
+                              [&progress](const std::string& line) { progress.Show(line); }};
 }
 
-}  // namespace host
+}  // namespace host::cli

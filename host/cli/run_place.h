@@ -2,13 +2,14 @@
 
 #include <string>
 
+#include "host/base/report.h"
 #include "host/cli/options.h"
-#include "host/engine/commands.h"
+#include "host/sync/place.h"
 
-namespace host {
+namespace host::cli {
 
 // Prints a report as the options want it and gives its code.
-ExitCode Say(const Report& report, const Options& options);
+base::ExitCode Say(const base::Report& report, const Options& options);
 
 // A line on the terminal that the next one replaces and that goes when the run is done.
 class ProgressLine {
@@ -26,6 +27,6 @@ class ProgressLine {
 };
 
 // What the commands stand on; `progress` outlives it.
-platform::Result<CommandPlace> PlaceOf(const Options& options, ProgressLine& progress);
+platform::Result<sync::CommandPlace> PlaceOf(const Options& options, ProgressLine& progress);
 
-}  // namespace host
+}  // namespace host::cli

@@ -3,14 +3,14 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/base/json_text.h"
+#include "host/base/report.h"
 #include "host/cli/commands.h"
 #include "host/cli/run_place.h"
 #include "host/cli/sync_reports.h"
-#include "host/engine/report.h"
-#include "host/module/outside_names.h"
-#include "host/output/json_text.h"
+#include "host/eudora/outside_names.h"
 
-namespace host {
+namespace host::cli {
 
 namespace {
 
@@ -26,33 +26,34 @@ struct Subjects {
 };
 
 // The code that a person has to know first.
-ExitCode Worse(ExitCode a, ExitCode b) {
-    constexpr ExitCode kOrder[] = {ExitCode::kFailed, ExitCode::kRefused, ExitCode::kConflictsLeft,
-                                   ExitCode::kChangesMade};
-    for (const ExitCode code : kOrder) {
+base::ExitCode Worse(base::ExitCode a, base::ExitCode b) {
+    constexpr base::ExitCode kOrder[] = {base::ExitCode::kFailed, base::ExitCode::kRefused,
+                                         base::ExitCode::kConflictsLeft,
+                                         base::ExitCode::kChangesMade};
+    for (const base::ExitCode code : kOrder) {
         if (a == code || b == code) return code;
     }
-    return ExitCode::kNothingToDo;
+    return base::ExitCode::kNothingToDo;
 }
 
-Json JsonOf(const Report& report) {
+Json JsonOf(const base::Report& report) {
     return Json::parse(report.json, nullptr, false);
 }
 
-Report Joined(const Report& contacts, const Report& mail) {
-    Report joined;
+base::Report Joined(const base::Report& contacts, const base::Report& mail) {
+    base::Report joined;
     joined.code = Worse(contacts.code, mail.code);
-    for (const Report* report : {&contacts, &mail}) {
+    for (const base::Report* report : {&contacts, &mail}) {
         std::ranges::copy(report->lines, std::back_inserter(joined.lines));
         std::ranges::copy(report->errors, std::back_inserter(joined.errors));
     }
-    joined.json = JsonText(Json{{"contacts", JsonOf(contacts)}, {"mail", JsonOf(mail)}});
+    joined.json = base::JsonText(Json{{"contacts", JsonOf(contacts)}, {"mail", JsonOf(mail)}});
     return joined;
 }
 
 // Contacts and then mails; a refusal of one does not keep the other.
-platform::Result<Report> ReportOn(const Subjects& subjects, Workplace& place,
-                                  const Options& options, bool isStatus) {
+platform::Result<base::Report> ReportOn(const Subjects& subjects, Workplace& place,
+                                        const Options& options, bool isStatus) {
     ProgressLine progress(!options.quiet);
     auto command = PlaceOf(options, progress);
     if (!command) return command.Error();
@@ -60,18 +61,18 @@ platform::Result<Report> ReportOn(const Subjects& subjects, Workplace& place,
     if (!subjects.contacts) return ReportMail(place, options, *command, isStatus);
     const auto contacts = ReportContacts(place, options, *command, isStatus);
     const auto mail = ReportMail(place, options, *command, isStatus);
-    return Joined(contacts ? *contacts : RefusalReport(contacts.Error()),
-                  mail ? *mail : RefusalReport(mail.Error()));
+    return Joined(contacts ? *contacts : base::RefusalReport(contacts.Error()),
+                  mail ? *mail : base::RefusalReport(mail.Error()));
 }
 
 platform::Status CheckFolders(const Subjects& subjects, const Options& options) {
     if (subjects.contacts && !options.contacts) {
-        return Refused(
+        return base::Refused(
             "no contacts folder is named: give --contacts DIR, or contacts = \"DIR\" in "
             "the configuration file");
     }
     if (subjects.mail && !options.maildir) {
-        return Refused(
+        return base::Refused(
             "no Maildir is named: give --maildir DIR, or maildir = \"DIR\" in the configuration "
             "file");
     }
@@ -80,10 +81,10 @@ platform::Status CheckFolders(const Subjects& subjects, const Options& options) 
 
 }  // namespace
 
-ExitCode Sync(const Options& options, const std::string& what) {
+base::ExitCode Sync(const Options& options, const std::string& what) {
     const Subjects subjects(options, what);
     if (auto named = CheckFolders(subjects, options); !named) return Fail(named.Error());
-    if (auto inside = RefuseNamesLeadingOutside(options.setup); !inside) {
+    if (auto inside = eudora::RefuseNamesLeadingOutside(options.setup); !inside) {
         return Fail(inside.Error());
     }
     auto place = subjects.contacts ? Workplace::Enter(options) : Workplace::EnterForMail(options);
@@ -92,7 +93,7 @@ ExitCode Sync(const Options& options, const std::string& what) {
     return report ? Say(*report, options) : Fail(report.Error());
 }
 
-ExitCode Status(const Options& options) {
+base::ExitCode Status(const Options& options) {
     const Subjects subjects(options, "");
     if (auto named = CheckFolders(subjects, options); !named) return Fail(named.Error());
     Options reading = options;
@@ -101,25 +102,25 @@ ExitCode Status(const Options& options) {
     if (!place) return Fail(place.Error());
     auto report = ReportOn(subjects, *place, reading, true);
     if (!report) return Fail(report.Error());
-    const auto stopped = RefuseRunningEudora(place->Place());
+    const auto stopped = eudora::RefuseRunningEudora(place->Place());
     if (!stopped) report->lines.push_back("locked: " + stopped.Error().Message());
     auto leaveTheFolder = Json::array();
-    for (const OutsideName& name : NamesLeadingOutside(options.setup)) {
-        const auto failure = LeadsOutside(name);
+    for (const eudora::OutsideName& name : eudora::NamesLeadingOutside(options.setup)) {
+        const auto failure = eudora::LeadsOutside(name);
         leaveTheFolder.push_back(name.path);
         if (options.setup.followLinks) {
             report->lines.push_back(failure.Cause());
         } else {
             report->errors.push_back(failure.Message());
-            report->code = Worse(report->code, ExitCode::kRefused);
+            report->code = Worse(report->code, base::ExitCode::kRefused);
         }
     }
     if (auto json = JsonOf(*report); json.is_object()) {
         json["eudoraRuns"] = !stopped;
         json["leaveTheFolder"] = std::move(leaveTheFolder);
-        report->json = JsonText(json);
+        report->json = base::JsonText(json);
     }
     return Say(*report, options);
 }
 
-}  // namespace host
+}  // namespace host::cli

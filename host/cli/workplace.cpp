@@ -1,31 +1,32 @@
 #include "host/cli/workplace.h"
 
-#include "host/module/exit_code.h"
-#include "host/module/in_box.h"
-#include "host/module/native_path.h"
-#include "host/module/windows_path.h"
+#include "host/base/exit_code.h"
+#include "host/base/native_path.h"
+#include "host/eudora/windows_path.h"
+#include "host/translator/in_box.h"
 
-namespace host {
+namespace host::cli {
 
 platform::Result<Workplace> Workplace::Enter(const Options& options, bool mayRun) {
-    auto setup = Prepare(options.setup);
+    auto setup = eudora::Prepare(options.setup);
     if (!setup) return setup.Error();
     if (!mayRun) {
-        if (auto stopped = RefuseRunningEudora(*setup); !stopped) return stopped.Error();
+        if (auto stopped = eudora::RefuseRunningEudora(*setup); !stopped) return stopped.Error();
     }
     return Start(options, *std::move(setup));
 }
 
 platform::Result<Workplace> Workplace::EnterForMail(const Options& options) {
-    auto setup = Prepare(options.setup);
+    auto setup = eudora::Prepare(options.setup);
     if (!setup) return setup.Error();
-    auto ready = UsesWindowsPaths() ? RefuseMailsElsewhere(*setup) : RefuseRunningEudora(*setup);
+    auto ready = base::UsesWindowsPaths() ? eudora::RefuseMailsElsewhere(*setup)
+                                          : eudora::RefuseRunningEudora(*setup);
     if (!ready) return ready.Error();
     return Start(options, *std::move(setup));
 }
 
-platform::Result<Workplace> Workplace::Start(const Options& options, Setup setup) {
-    auto host = TranslatorHost::Start(setup.init);
+platform::Result<Workplace> Workplace::Start(const Options& options, eudora::Setup setup) {
+    auto host = translator::TranslatorHost::Start(setup.init);
     if (!host) return host.Error();
     Workplace place;
     place.m_setup = std::move(setup);
@@ -35,10 +36,10 @@ platform::Result<Workplace> Workplace::Start(const Options& options, Setup setup
 }
 
 platform::Result<std::string> Workplace::NicknameFile(bool forWriting) {
-    auto chosen = ChooseNicknameFile(m_options, m_setup);
+    auto chosen = eudora::ChooseNicknameFile(m_options, m_setup);
     if (!chosen) return chosen.Error();
     if (chosen->empty()) {
-        auto session = TranslatorSession::Create(*m_host, kContactsKind);
+        auto session = translator::TranslatorSession::Create(*m_host, translator::kContactsKind);
         if (!session) return session.Error();
         std::string summary;
         // A missing default file is told below, in the words of all other missing files.
@@ -46,15 +47,16 @@ platform::Result<std::string> Workplace::NicknameFile(bool forWriting) {
             *chosen = m_setup.eudoraFolder + "\\nndbase.txt";
         }
     }
-    if (auto checked = CheckNicknameFile(*chosen, forWriting); !checked) return checked.Error();
+    if (auto checked = eudora::CheckNicknameFile(*chosen, forWriting); !checked)
+        return checked.Error();
     return *chosen;
 }
 
-platform::Result<TranslatorSession> Workplace::SelectInBox(std::string& selection) {
-    return host::SelectInBox(*m_host, m_setup, m_options.writesNothing, selection);
+platform::Result<translator::TranslatorSession> Workplace::SelectInBox(std::string& selection) {
+    return translator::SelectInBox(*m_host, m_setup, m_options.writesNothing, selection);
 }
 
-platform::Result<TranslatorSession> Workplace::OpenMail() {
+platform::Result<translator::TranslatorSession> Workplace::OpenMail() {
     std::string selection;
     auto session = SelectInBox(selection);
     if (!session) return session.Error();
@@ -62,4 +64,4 @@ platform::Result<TranslatorSession> Workplace::OpenMail() {
     return session;
 }
 
-}  // namespace host
+}  // namespace host::cli

@@ -4,12 +4,12 @@
 #include <string>
 
 #include "host/cli/options.h"
-#include "host/module/setup.h"
-#include "host/module/translator_host.h"
-#include "host/module/translator_session.h"
+#include "host/eudora/setup.h"
+#include "host/translator/translator_host.h"
+#include "host/translator/translator_session.h"
 #include "platform/os/result.h"
 
-namespace host {
+namespace host::cli {
 
 // An Eudora with the module at work on it. Sessions end before it does.
 class Workplace {
@@ -20,24 +20,24 @@ class Workplace {
     // it may run, and the translator starts it if it does not.
     static platform::Result<Workplace> EnterForMail(const Options& options);
 
-    TranslatorHost& Module() { return *m_host; }
-    const Setup& Place() const { return m_setup; }
+    translator::TranslatorHost& Module() { return *m_host; }
+    const eudora::Setup& Place() const { return m_setup; }
 
     // Selects the nickname file that the options and earlier choices name and gives its Windows
     // path, in the system code page, once it is known to be usable.
     platform::Result<std::string> NicknameFile(bool forWriting);
     // A session with the settings of the mails selected, not opened yet. kRefused, with nothing
     // made, if there is no in-box or another program has it.
-    platform::Result<TranslatorSession> SelectInBox(std::string& selection);
+    platform::Result<translator::TranslatorSession> SelectInBox(std::string& selection);
     // A session with the in-box opened. kRefused, with nothing made, if there is no in-box.
-    platform::Result<TranslatorSession> OpenMail();
+    platform::Result<translator::TranslatorSession> OpenMail();
 
   private:
-    static platform::Result<Workplace> Start(const Options& options, Setup setup);
+    static platform::Result<Workplace> Start(const Options& options, eudora::Setup setup);
 
-    Setup m_setup;
-    SetupOptions m_options;
-    std::unique_ptr<TranslatorHost> m_host;
+    eudora::Setup m_setup;
+    eudora::SetupOptions m_options;
+    std::unique_ptr<translator::TranslatorHost> m_host;
 };
 
-}  // namespace host
+}  // namespace host::cli

@@ -6,20 +6,14 @@
 #include <string_view>
 #include <vector>
 
-#include "host/contacts/contact.h"
+#include "host/base/contact.h"
 #include "platform/os/result.h"
 
-namespace host {
-
-// A contact in a store. The id is the store's own; the marker is a text that changes whenever the
-// contact does.
-struct StoreItem {
-    std::string id, marker;
-};
+namespace host::contacts {
 
 struct StoredContact {
-    StoreItem item;
-    Contact contact;
+    base::StoreItem item;
+    base::Contact contact;
     std::string uid;       // of a vCard; empty where there is none
     int beyond = 0;        // things in it that no field shows
     bool isPerson = true;  // false for an entry that is no contact: it is left alone
@@ -30,7 +24,7 @@ class ContactStore {
   public:
     virtual ~ContactStore() = default;
 
-    virtual platform::Result<std::vector<StoreItem>> List() = 0;
+    virtual platform::Result<std::vector<base::StoreItem>> List() = 0;
     virtual platform::Result<StoredContact> Read(const std::string& id) = 0;
     // When the contact was last changed, as far as the store knows.
     virtual std::optional<std::chrono::system_clock::time_point> ChangedAt(
@@ -38,21 +32,24 @@ class ContactStore {
 
     // What the store would hold of these values. Characters stand for characters: where the store
     // lacks one, another one stands.
-    virtual Contact Hold(const Contact& contact) const = 0;
+    virtual base::Contact Hold(const base::Contact& contact) const = 0;
     // Why the store would refuse these values (only the fields `which`), if it would.
-    virtual std::optional<std::string> Refusal(const Contact& values, FieldSet which) = 0;
+    virtual std::optional<std::string> Refusal(const base::Contact& values,
+                                               base::FieldSet which) = 0;
 
     // Adds a contact with the non-empty values; as a copy of the contact `like` with other values
     // if that is not empty. Gives its id.
-    virtual platform::Result<std::string> Add(const Contact& values, const std::string& like) = 0;
+    virtual platform::Result<std::string> Add(const base::Contact& values,
+                                              const std::string& like) = 0;
     // Changes the fields `which`; fails if the contact is no longer as `known` says, where the
     // store can tell. Gives the id, which may be a new one.
-    virtual platform::Result<std::string> Change(const StoreItem& known, const Contact& values,
-                                                 FieldSet which) = 0;
-    virtual platform::Status Remove(const StoreItem& known) = 0;
+    virtual platform::Result<std::string> Change(const base::StoreItem& known,
+                                                 const base::Contact& values,
+                                                 base::FieldSet which) = 0;
+    virtual platform::Status Remove(const base::StoreItem& known) = 0;
     // Makes the changes since the last Commit durable, all or none, in a store that collects them;
     // other stores have done so at each change.
     virtual platform::Status Commit() = 0;
 };
 
-}  // namespace host
+}  // namespace host::contacts

@@ -3,18 +3,18 @@
 #include <algorithm>
 #include <array>
 
+#include "host/base/exit_code.h"
 #include "host/contacts/eudora_limits.h"
-#include "host/module/exit_code.h"
 #include "platform/os/code_page.h"
 
-namespace host {
+namespace host::contacts {
 
 namespace {
 
 constexpr char kLineBreak = '\x03';
 constexpr std::string_view kRawId = "bytes:";
 
-std::string FieldId(Field field) {
+std::string FieldId(base::Field field) {
     return std::to_string(static_cast<int>(field) + 1);
 }
 
@@ -48,7 +48,7 @@ platform::Status EudoraContacts::Reopen() {
     m_session.reset();
     auto session = m_open();
     if (!session) return session.Error();
-    m_session = std::make_unique<TranslatorSession>(*std::move(session));
+    m_session = std::make_unique<translator::TranslatorSession>(*std::move(session));
     return {};
 }
 
@@ -64,9 +64,9 @@ std::string EudoraContacts::BytesOf(const std::string& id) const {
     return platform::FromUtf8(id, m_codePage);
 }
 
-platform::Result<std::vector<StoreItem>> EudoraContacts::List() {
+platform::Result<std::vector<base::StoreItem>> EudoraContacts::List() {
     if (auto status = Reopen(); !status) return status.Error();
-    std::vector<StoreItem> items;
+    std::vector<base::StoreItem> items;
     auto found = m_session->MoveFirst();
     while (found && *found) {
         auto id = m_session->RecordId();
@@ -83,31 +83,31 @@ platform::Result<std::vector<StoreItem>> EudoraContacts::List() {
 platform::Result<StoredContact> EudoraContacts::Read(const std::string& id) {
     auto found = m_session->GoTo(BytesOf(id));
     if (!found) return found.Error();
-    if (!*found) return Failed("Eudora has no contact " + id + " any more");
+    if (!*found) return base::Failed("Eudora has no contact " + id + " any more");
     StoredContact stored;
     auto marker = m_session->ModifiedInfo();
     if (!marker) return marker.Error();
     stored.item = {id, *std::move(marker)};
-    for (Field field : kAllFields) {
+    for (base::Field field : base::kAllFields) {
         auto text = m_session->Text(FieldId(field));
         if (!text) return text.Error();
         std::string bytes = std::move(*text).value_or("");
         std::replace(bytes.begin(), bytes.end(), kLineBreak, '\n');
-        stored.contact[field] = Canonical(platform::ToUtf8(bytes, m_codePage));
+        stored.contact[field] = base::Canonical(platform::ToUtf8(bytes, m_codePage));
     }
     return stored;
 }
 
-Contact EudoraContacts::Hold(const Contact& contact) const {
+base::Contact EudoraContacts::Hold(const base::Contact& contact) const {
     return HoldInEudora(contact, m_codePage);
 }
 
-std::string EudoraContacts::ToBytes(Field field, const std::string& text) const {
+std::string EudoraContacts::ToBytes(base::Field field, const std::string& text) const {
     std::string bytes = platform::FromUtf8(text, m_codePage);
     // An empty value means "keep" to the translator; one blank is the way to clear a field. The
     // first address is cleared by an empty one.
-    if (bytes.empty() && field != Field::kEmail) return " ";
-    if (field == Field::kNote) {
+    if (bytes.empty() && field != base::Field::kEmail) return " ";
+    if (field == base::Field::kNote) {
         // Behind a tag such a note would be read back as a tag.
         for (const auto* tag : {"name:", "address:", "phone:", "fax:"}) {
             if (bytes.starts_with(tag)) return " " + bytes;
@@ -116,9 +116,10 @@ std::string EudoraContacts::ToBytes(Field field, const std::string& text) const 
     return bytes;
 }
 
-std::optional<std::string> EudoraContacts::Refusal(const Contact& values, FieldSet which) {
-    std::vector<TextValue> shown;
-    for (Field field : kAllFields) {
+std::optional<std::string> EudoraContacts::Refusal(const base::Contact& values,
+                                                   base::FieldSet which) {
+    std::vector<translator::TextValue> shown;
+    for (base::Field field : base::kAllFields) {
         if (which.Has(field)) shown.push_back({FieldId(field), ToBytes(field, values[field])});
     }
     auto verdict = m_session->Check(shown);
@@ -127,8 +128,9 @@ std::optional<std::string> EudoraContacts::Refusal(const Contact& values, FieldS
     return verdict->messages.empty() ? "no reason given" : Join(verdict->messages);
 }
 
-platform::Result<std::string> EudoraContacts::StoreFields(const Contact& values, FieldSet which) {
-    for (Field field : kAllFields) {
+platform::Result<std::string> EudoraContacts::StoreFields(const base::Contact& values,
+                                                          base::FieldSet which) {
+    for (base::Field field : base::kAllFields) {
         if (!which.Has(field)) continue;
         auto status = m_session->SetText(FieldId(field), ToBytes(field, values[field]));
         if (!status) return status.Error();
@@ -138,22 +140,23 @@ platform::Result<std::string> EudoraContacts::StoreFields(const Contact& values,
     return IdOf(*id);
 }
 
-platform::Result<std::string> EudoraContacts::Add(const Contact& values, const std::string&) {
+platform::Result<std::string> EudoraContacts::Add(const base::Contact& values, const std::string&) {
     if (auto status = m_session->BeginAdd(); !status) return status.Error();
-    FieldSet which;
-    for (Field field : kAllFields) {
+    base::FieldSet which;
+    for (base::Field field : base::kAllFields) {
         if (!values[field].empty()) which.Add(field);
     }
     return StoreFields(values, which);
 }
 
-platform::Result<std::string> EudoraContacts::Change(const StoreItem& known, const Contact& values,
-                                                     FieldSet which) {
+platform::Result<std::string> EudoraContacts::Change(const base::StoreItem& known,
+                                                     const base::Contact& values,
+                                                     base::FieldSet which) {
     if (auto status = m_session->BeginEdit(BytesOf(known.id)); !status) return status.Error();
     return StoreFields(values, which);
 }
 
-platform::Status EudoraContacts::Remove(const StoreItem& known) {
+platform::Status EudoraContacts::Remove(const base::StoreItem& known) {
     return m_session->Delete(BytesOf(known.id));
 }
 
@@ -162,4 +165,4 @@ platform::Status EudoraContacts::Commit() {
     return Reopen();
 }
 
-}  // namespace host
+}  // namespace host::contacts

@@ -5,9 +5,9 @@
 #include <memory>
 
 #include "host/contacts/contact_store.h"
-#include "host/module/translator_session.h"
+#include "host/translator/translator_session.h"
 
-namespace host {
+namespace host::contacts {
 
 // Eudora's address book through the translator. Ids are nicknames in UTF-8. Changes are collected
 // until Commit, which has the file rewritten as a whole and opens it anew, so that what is read
@@ -15,34 +15,35 @@ namespace host {
 class EudoraContacts : public ContactStore {
   public:
     // `open` gives a session with the address book selected and opened.
-    EudoraContacts(std::function<platform::Result<TranslatorSession>()> open, unsigned codePage,
-                   std::optional<std::chrono::system_clock::time_point> fileTime)
+    EudoraContacts(std::function<platform::Result<translator::TranslatorSession>()> open,
+                   unsigned codePage, std::optional<std::chrono::system_clock::time_point> fileTime)
         : m_open(std::move(open)), m_codePage(codePage), m_fileTime(fileTime) {}
 
-    platform::Result<std::vector<StoreItem>> List() override;
+    platform::Result<std::vector<base::StoreItem>> List() override;
     platform::Result<StoredContact> Read(const std::string& id) override;
     std::optional<std::chrono::system_clock::time_point> ChangedAt(const std::string&) override {
         return m_fileTime;
     }
-    Contact Hold(const Contact& contact) const override;
-    std::optional<std::string> Refusal(const Contact& values, FieldSet which) override;
-    platform::Result<std::string> Add(const Contact& values, const std::string& like) override;
-    platform::Result<std::string> Change(const StoreItem& known, const Contact& values,
-                                         FieldSet which) override;
-    platform::Status Remove(const StoreItem& known) override;
+    base::Contact Hold(const base::Contact& contact) const override;
+    std::optional<std::string> Refusal(const base::Contact& values, base::FieldSet which) override;
+    platform::Result<std::string> Add(const base::Contact& values,
+                                      const std::string& like) override;
+    platform::Result<std::string> Change(const base::StoreItem& known, const base::Contact& values,
+                                         base::FieldSet which) override;
+    platform::Status Remove(const base::StoreItem& known) override;
     platform::Status Commit() override;
 
   private:
     platform::Status Reopen();
-    platform::Result<std::string> StoreFields(const Contact& values, FieldSet which);
+    platform::Result<std::string> StoreFields(const base::Contact& values, base::FieldSet which);
     std::string IdOf(const std::string& bytes) const;
     std::string BytesOf(const std::string& id) const;
-    std::string ToBytes(Field field, const std::string& text) const;
+    std::string ToBytes(base::Field field, const std::string& text) const;
 
-    std::function<platform::Result<TranslatorSession>()> m_open;
+    std::function<platform::Result<translator::TranslatorSession>()> m_open;
     unsigned m_codePage;
     std::optional<std::chrono::system_clock::time_point> m_fileTime;
-    std::unique_ptr<TranslatorSession> m_session;
+    std::unique_ptr<translator::TranslatorSession> m_session;
 };
 
-}  // namespace host
+}  // namespace host::contacts

@@ -2,9 +2,9 @@
 
 #include <string>
 
-#include "host/contacts/contact.h"
+#include "host/base/contact.h"
 
-namespace host {
+namespace host::contacts {
 
 // The most bytes that a nickname may have in the system code page.
 inline constexpr std::size_t kNicknameLimit = 27;
@@ -12,10 +12,10 @@ inline constexpr std::size_t kNicknameLimit = 27;
 // The part of a contact that Eudora's address book can hold: one line where it has one line, only
 // characters of the code page, no angle brackets, no comma in nickname and address, no nickname
 // that Eudora takes for a group. Character for character, but for what is cut.
-Contact HoldInEudora(const Contact& contact, unsigned codePage);
+base::Contact HoldInEudora(const base::Contact& contact, unsigned codePage);
 
 // A nickname made of `base` and `suffix`, cut so that both fit.
 std::string NicknameWithSuffix(const std::string& base, const std::string& suffix,
                                unsigned codePage);
 
-}  // namespace host
+}  // namespace host::contacts

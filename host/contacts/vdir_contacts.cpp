@@ -3,11 +3,11 @@
 #include <cstdio>
 #include <random>
 
-#include "host/module/exit_code.h"
+#include "host/base/exit_code.h"
 #include "host/vcard/card.h"
 #include "host/vcard/card_fields.h"
 
-namespace host {
+namespace host::contacts {
 
 namespace {
 
@@ -27,7 +27,7 @@ std::string MarkerOf(const platform::FileInfo& info) {
 std::string BareAddress(const std::string& text) {
     const auto open = text.rfind('<'), close = text.rfind('>');
     if (open == std::string::npos || close == std::string::npos || close < open) return text;
-    const std::string inner = Canonical(text.substr(open + 1, close - open - 1));
+    const std::string inner = base::Canonical(text.substr(open + 1, close - open - 1));
     return inner.empty() ? text : inner;
 }
 
@@ -46,15 +46,15 @@ std::string VdirContacts::PathOf(const std::string& name) const {
     return hasEnd ? m_folder + name : m_folder + m_files.Separator() + name;
 }
 
-platform::Result<std::vector<StoreItem>> VdirContacts::List() {
+platform::Result<std::vector<base::StoreItem>> VdirContacts::List() {
     m_leftovers.clear();
     if (auto info = m_files.Stat(m_folder); !info) {
-        if (info.Error().code == ErrorCode::kNotFound) return std::vector<StoreItem>{};
+        if (info.Error().code == ErrorCode::kNotFound) return std::vector<base::StoreItem>{};
         return info.Error();
     }
     auto entries = m_files.List(m_folder, "*");
     if (!entries) return entries.Error();
-    std::vector<StoreItem> items;
+    std::vector<base::StoreItem> items;
     for (const platform::FolderEntry& entry : *entries) {
         if (entry.isFolder) continue;
         if (entry.name.starts_with(kSidePrefix) && entry.name.ends_with(kSideSuffix)) {
@@ -91,12 +91,12 @@ platform::Result<StoredContact> VdirContacts::Read(const std::string& id) {
     if (!marker) return marker.Error();
     auto bytes = ReadCard(id);
     if (!bytes) return bytes.Error();
-    Card card;
+    vcard::Card card;
     if (auto error = card.Parse(*bytes)) {
-        return Refused(PathOf(id) + ", line " + std::to_string(error->line) + ": " + error->what +
-                       "; mend the file or move it out of the folder");
+        return base::Refused(PathOf(id) + ", line " + std::to_string(error->line) + ": " +
+                             error->what + "; mend the file or move it out of the folder");
     }
-    CardContent content = ReadFields(card);
+    vcard::CardContent content = vcard::ReadFields(card);
     return StoredContact{{id, *std::move(marker)},
                          std::move(content.contact),
                          std::move(content.uid),
@@ -111,19 +111,20 @@ std::optional<std::chrono::system_clock::time_point> VdirContacts::ChangedAt(
     return info->modified;
 }
 
-Contact VdirContacts::Hold(const Contact& contact) const {
-    Contact held = contact;
-    held[Field::kEmail] = BareAddress(held[Field::kEmail]);
+base::Contact VdirContacts::Hold(const base::Contact& contact) const {
+    base::Contact held = contact;
+    held[base::Field::kEmail] = BareAddress(held[base::Field::kEmail]);
     return held;
 }
 
-platform::Result<std::string> VdirContacts::ReadUnchanged(const StoreItem& known) {
+platform::Result<std::string> VdirContacts::ReadUnchanged(const base::StoreItem& known) {
     auto bytes = ReadCard(known.id);
     if (!bytes) return bytes;
     auto marker = Look(known.id);
     if (!marker) return marker;
     if (*marker == known.marker) return bytes;
-    return Failed(PathOf(known.id) + " changed during the run; the next run takes it as it is now");
+    return base::Failed(PathOf(known.id) +
+                        " changed during the run; the next run takes it as it is now");
 }
 
 void VdirContacts::RemoveLeftovers() {
@@ -150,38 +151,40 @@ platform::Status VdirContacts::Write(const std::string& name, const std::string&
     return status;
 }
 
-platform::Result<std::string> VdirContacts::Add(const Contact& values, const std::string& like) {
+platform::Result<std::string> VdirContacts::Add(const base::Contact& values,
+                                                const std::string& like) {
     if (!m_files.Exists(m_folder)) {
         if (auto status = m_files.CreateFolder(m_folder); !status) return status.Error();
     }
     const std::string uid = m_newUid();
-    Card card = Card::Create("urn:uuid:" + uid);
+    vcard::Card card = vcard::Card::Create("urn:uuid:" + uid);
     if (!like.empty()) {
         auto bytes = ReadCard(like);
         if (!bytes) return bytes.Error();
-        if (card.Parse(*bytes)) return Failed(PathOf(like) + " changed during the run");
-        SetUid(card, "urn:uuid:" + uid);
+        if (card.Parse(*bytes)) return base::Failed(PathOf(like) + " changed during the run");
+        vcard::SetUid(card, "urn:uuid:" + uid);
     }
-    WriteFields(card, Hold(values), FieldSet::All(), m_clock.Now());
+    vcard::WriteFields(card, Hold(values), base::FieldSet::All(), m_clock.Now());
     const std::string name = uid + ".vcf";
     if (auto status = Write(name, card.Serialise(), true); !status) return status.Error();
     return name;
 }
 
-platform::Result<std::string> VdirContacts::Change(const StoreItem& known, const Contact& values,
-                                                   FieldSet which) {
+platform::Result<std::string> VdirContacts::Change(const base::StoreItem& known,
+                                                   const base::Contact& values,
+                                                   base::FieldSet which) {
     auto bytes = ReadUnchanged(known);
     if (!bytes) return bytes;
-    Card card;
-    if (card.Parse(*bytes)) return Failed(PathOf(known.id) + " changed during the run");
-    WriteFields(card, Hold(values), which, m_clock.Now());
+    vcard::Card card;
+    if (card.Parse(*bytes)) return base::Failed(PathOf(known.id) + " changed during the run");
+    vcard::WriteFields(card, Hold(values), which, m_clock.Now());
     if (auto status = Write(known.id, card.Serialise(), false); !status) return status.Error();
     return known.id;
 }
 
-platform::Status VdirContacts::Remove(const StoreItem& known) {
+platform::Status VdirContacts::Remove(const base::StoreItem& known) {
     if (auto bytes = ReadUnchanged(known); !bytes) return bytes.Error();
     return m_files.Delete(PathOf(known.id));
 }
 
-}  // namespace host
+}  // namespace host::contacts

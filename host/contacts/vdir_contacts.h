@@ -6,7 +6,7 @@
 #include "platform/os/clock.h"
 #include "platform/os/files.h"
 
-namespace host {
+namespace host::contacts {
 
 // A folder with one vCard in each file *.vcf; everything else in it is left alone. The id is the
 // file's name, the marker its size and time. Each change is made in a side file, whose name other
@@ -23,23 +23,26 @@ class VdirContacts : public ContactStore {
 
     // A folder that is not there counts as empty; the first change makes it. What is no regular
     // file is listed, but Read gives kNotRegular.
-    platform::Result<std::vector<StoreItem>> List() override;
+    platform::Result<std::vector<base::StoreItem>> List() override;
     // kRefused, with file and line, for what is no single vCard.
     platform::Result<StoredContact> Read(const std::string& id) override;
     std::optional<std::chrono::system_clock::time_point> ChangedAt(const std::string& id) override;
-    Contact Hold(const Contact& contact) const override;
-    std::optional<std::string> Refusal(const Contact&, FieldSet) override { return std::nullopt; }
-    platform::Result<std::string> Add(const Contact& values, const std::string& like) override;
-    platform::Result<std::string> Change(const StoreItem& known, const Contact& values,
-                                         FieldSet which) override;
-    platform::Status Remove(const StoreItem& known) override;
+    base::Contact Hold(const base::Contact& contact) const override;
+    std::optional<std::string> Refusal(const base::Contact&, base::FieldSet) override {
+        return std::nullopt;
+    }
+    platform::Result<std::string> Add(const base::Contact& values,
+                                      const std::string& like) override;
+    platform::Result<std::string> Change(const base::StoreItem& known, const base::Contact& values,
+                                         base::FieldSet which) override;
+    platform::Status Remove(const base::StoreItem& known) override;
     platform::Status Commit() override { return {}; }
 
   private:
     std::string PathOf(const std::string& name) const;
     platform::Result<std::string> Look(const std::string& name);
     platform::Result<std::string> ReadCard(const std::string& name);
-    platform::Result<std::string> ReadUnchanged(const StoreItem& known);
+    platform::Result<std::string> ReadUnchanged(const base::StoreItem& known);
     platform::Status Write(const std::string& name, const std::string& content, bool isNew);
     void RemoveLeftovers();
 
@@ -53,4 +56,4 @@ class VdirContacts : public ContactStore {
 // A random name in the form of a UUID.
 std::string NewUuid();
 
-}  // namespace host
+}  // namespace host::contacts

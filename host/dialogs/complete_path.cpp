@@ -1,13 +1,13 @@
 #include "host/dialogs/file_form.h"
-#include "platform/os/path.h"
 #include "platform/os/system.h"
+#include "text/path.h"
 
-namespace host {
+namespace host::dialogs {
 
 std::string CompletePath(const std::string& typed, const platform::OpenFileRequest& request) {
     const unsigned codePage = platform::NativeSystem().processes.CodePage();
-    auto parts = platform::SplitPath(typed, codePage);
-    const auto initial = platform::SplitPath(request.initialPath, codePage);
+    auto parts = text::SplitPath(typed, codePage);
+    const auto initial = text::SplitPath(request.initialPath, codePage);
     if (parts.drive.empty()) {
         parts.drive = initial.drive;
         const bool isRooted = !parts.folder.empty() && parts.folder[0] == '\\';
@@ -16,7 +16,7 @@ std::string CompletePath(const std::string& typed, const platform::OpenFileReque
     if (parts.extension.empty() && !parts.name.empty() && !request.defaultExtension.empty()) {
         parts.extension = "." + request.defaultExtension;
     }
-    return platform::JoinPath(parts);
+    return text::JoinPath(parts);
 }
 
-}  // namespace host
+}  // namespace host::dialogs

@@ -5,13 +5,13 @@
 #include <algorithm>
 #include <vector>
 
+#include "host/base/native_path.h"
+#include "host/base/terminal_text.h"
 #include "host/dialogs/newt_screen.h"
-#include "host/module/native_path.h"
-#include "host/output/terminal_text.h"
-#include "platform/os/path.h"
 #include "platform/os/system.h"
+#include "text/path.h"
 
-namespace host {
+namespace host::dialogs {
 
 namespace {
 
@@ -40,7 +40,7 @@ void AddFiles(const std::string& folder, const std::string& pattern,
 }
 
 std::vector<std::string> FilesNear(const std::string& path, const std::string& pattern) {
-    const auto end = platform::LastSeparator(path, platform::NativeSystem().processes.CodePage());
+    const auto end = text::LastSeparator(path, platform::NativeSystem().processes.CodePage());
     std::vector<std::string> paths;
     if (end == std::string::npos) return paths;
     const std::string folder = path.substr(0, end);
@@ -58,14 +58,16 @@ class FileForm {
     explicit FileForm(const platform::OpenFileRequest& request) {
         const Filter filter(request.filter);
         m_paths = FilesNear(request.initialPath, filter.pattern);
-        newtCenteredWindow(kWidth, kListHeight + 8, OneLine(ToUtf8(filter.label)).c_str());
+        newtCenteredWindow(kWidth, kListHeight + 8,
+                           base::OneLine(base::ToUtf8(filter.label)).c_str());
         m_form = newtForm(nullptr, nullptr, 0);
-        m_entry = newtEntry(1, 1, OneLine(ToUtf8(request.initialPath)).c_str(), kWidth - 2, nullptr,
-                            NEWT_FLAG_SCROLL | NEWT_FLAG_RETURNEXIT);
+        m_entry = newtEntry(1, 1, base::OneLine(base::ToUtf8(request.initialPath)).c_str(),
+                            kWidth - 2, nullptr, NEWT_FLAG_SCROLL | NEWT_FLAG_RETURNEXIT);
         m_list = newtListbox(1, 3, kListHeight, NEWT_FLAG_SCROLL | NEWT_FLAG_RETURNEXIT);
         newtListboxSetWidth(m_list, kWidth - 2);
         for (std::size_t i = 0; i < m_paths.size(); ++i) {
-            newtListboxAppendEntry(m_list, OneLine(ToUtf8(m_paths[i])).c_str(), &m_paths[i]);
+            newtListboxAppendEntry(m_list, base::OneLine(base::ToUtf8(m_paths[i])).c_str(),
+                                   &m_paths[i]);
         }
         m_cancel = newtButton(kWidth / 2 + 4, kListHeight + 4, "Cancel");
         newtFormAddComponents(m_form, m_entry, m_list,
@@ -90,7 +92,8 @@ class FileForm {
             if (left || reason.u.co == m_cancel) return std::nullopt;
             if (reason.u.co != m_list) return PathShownAs(newtEntryGetValue(m_entry));
             const auto* path = static_cast<const std::string*>(newtListboxGetCurrent(m_list));
-            if (path != nullptr) newtEntrySet(m_entry, OneLine(ToUtf8(*path)).c_str(), 1);
+            if (path != nullptr)
+                newtEntrySet(m_entry, base::OneLine(base::ToUtf8(*path)).c_str(), 1);
             newtFormSetCurrent(m_form, m_entry);
         }
     }
@@ -98,9 +101,10 @@ class FileForm {
   private:
     // What is shown of a name in the list may differ from it.
     std::string PathShownAs(const std::string& text) const {
-        const auto path = std::ranges::find_if(
-            m_paths, [&](const std::string& one) { return OneLine(ToUtf8(one)) == text; });
-        return path != m_paths.end() ? *path : FromUtf8(text);
+        const auto path = std::ranges::find_if(m_paths, [&](const std::string& one) {
+            return base::OneLine(base::ToUtf8(one)) == text;
+        });
+        return path != m_paths.end() ? *path : base::FromUtf8(text);
     }
 
     std::vector<std::string> m_paths;
@@ -119,4 +123,4 @@ std::optional<std::string> RunFileForm(const platform::OpenFileRequest& request)
     return std::nullopt;
 }
 
-}  // namespace host
+}  // namespace host::dialogs

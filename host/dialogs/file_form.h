@@ -5,7 +5,7 @@
 
 #include "platform/os/dialogs.h"
 
-namespace host {
+namespace host::dialogs {
 
 // An open-file dialog in the terminal: the path to type, and below it the matching files of the
 // folder that the request begins in and of its subfolders. Texts are in the system code page.
@@ -15,4 +15,4 @@ std::optional<std::string> RunFileForm(const platform::OpenFileRequest& request)
 // extension if it has none.
 std::string CompletePath(const std::string& typed, const platform::OpenFileRequest& request);
 
-}  // namespace host
+}  // namespace host::dialogs

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <vector>
 
-namespace host {
+namespace host::dialogs {
 
 namespace {
 
@@ -108,4 +108,4 @@ FormLayout LayOut(const platform::DialogTemplate& dialog, const std::map<int, in
     return Placer(widths, columns, false).Place(rows);
 }
 
-}  // namespace host
+}  // namespace host::dialogs

@@ -4,7 +4,7 @@
 
 #include "platform/os/dialogs.h"
 
-namespace host {
+namespace host::dialogs {
 
 // Where a control stands in a form, in character cells.
 struct Cell {
@@ -23,4 +23,4 @@ struct FormLayout {
 FormLayout LayOut(const platform::DialogTemplate& dialog, const std::map<int, int>& widths,
                   int columns);
 
-}  // namespace host
+}  // namespace host::dialogs

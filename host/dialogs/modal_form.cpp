@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <charconv>
 
+#include "host/base/native_path.h"
 #include "host/dialogs/newt_screen.h"
 #include "host/dialogs/screen_text.h"
-#include "host/module/native_path.h"
 
-namespace host {
+namespace host::dialogs {
 
 namespace {
 
@@ -160,12 +160,12 @@ void ModalForm::ShowEnabled(const Part& part) {
 }
 
 void ModalForm::SetTitle(std::string_view text) {
-    m_title = ForScreen(ToUtf8(text));
+    m_title = ForScreen(base::ToUtf8(text));
 }
 
 void ModalForm::SetText(int control, std::string_view text) {
     Part& part = m_parts[control];
-    part.text = ForScreen(ToUtf8(text));
+    part.text = ForScreen(base::ToUtf8(text));
     // "&" marks the key of a control on Windows.
     if (part.kind != ControlKind::kEdit) std::erase(part.text, '&');
     if (part.component == nullptr) return;
@@ -181,7 +181,7 @@ std::string ModalForm::Text(int control) {
     if (part.component != nullptr && part.kind == ControlKind::kEdit) {
         part.text = newtEntryGetValue(part.component);
     }
-    return FromUtf8(part.text);
+    return base::FromUtf8(part.text);
 }
 
 void ModalForm::SetChecked(int control, bool checked) {
@@ -219,4 +219,4 @@ void ModalForm::End(int result) {
     m_result = result;
 }
 
-}  // namespace host
+}  // namespace host::dialogs

@@ -9,7 +9,7 @@
 #include "host/dialogs/form_layout.h"
 #include "platform/os/dialogs.h"
 
-namespace host {
+namespace host::dialogs {
 
 // A modal dialog in the terminal. The up and down keys turn the number of an edit that has a spin,
 // Enter is the default button unless another one has the focus, Esc and F12 are Cancel. A form that
@@ -63,4 +63,4 @@ class ModalForm : public platform::DialogView {
     int m_result = 2;
 };
 
-}  // namespace host
+}  // namespace host::dialogs

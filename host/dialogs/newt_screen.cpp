@@ -4,7 +4,7 @@
 
 #include <clocale>
 
-namespace host {
+namespace host::dialogs {
 
 namespace {
 
@@ -26,4 +26,4 @@ NewtScreen::~NewtScreen() {
     newtFinished();
 }
 
-}  // namespace host
+}  // namespace host::dialogs

@@ -1,6 +1,6 @@
 #pragma once
 
-namespace host {
+namespace host::dialogs {
 
 // The terminal in newt's hands. Screens nest: the outermost one takes the terminal and gives it
 // back.
@@ -12,4 +12,4 @@ class NewtScreen {
     NewtScreen& operator=(const NewtScreen&) = delete;
 };
 
-}  // namespace host
+}  // namespace host::dialogs

@@ -1,9 +1,9 @@
 #include "host/dialogs/terminal_dialogs.h"
 
-namespace host {
+namespace host::dialogs {
 
 std::unique_ptr<platform::Dialogs> MakeTerminalDialogs() {
     return nullptr;
 }
 
-}  // namespace host
+}  // namespace host::dialogs

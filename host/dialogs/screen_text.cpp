@@ -5,17 +5,17 @@
 #include <climits>
 #include <cwchar>
 
-#include "host/output/terminal_text.h"
+#include "host/base/terminal_text.h"
 
-namespace host {
+namespace host::dialogs {
 
 std::string ForScreen(std::string_view utf8) {
-    const std::string shown = OneLine(utf8);
+    const std::string shown = base::OneLine(utf8);
     std::string text;
     for (std::string_view rest = shown; !rest.empty();) {
         std::array<char, MB_LEN_MAX> bytes{};
         std::mbstate_t state{};
-        const auto letter = static_cast<wchar_t>(TakeCharacter(rest));
+        const auto letter = static_cast<wchar_t>(base::TakeCharacter(rest));
         const std::size_t length = std::wcrtomb(bytes.data(), letter, &state);
         text += length <= bytes.size() ? std::string(bytes.data(), length) : "?";
     }
@@ -35,4 +35,4 @@ int CellsOf(std::string_view text) {
     return cells;
 }
 
-}  // namespace host
+}  // namespace host::dialogs

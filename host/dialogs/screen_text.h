@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-namespace host {
+namespace host::dialogs {
 
 // UTF-8 in the locale's encoding, with "?" for a character that it lacks.
 std::string ForScreen(std::string_view utf8);
@@ -11,4 +11,4 @@ std::string ForScreen(std::string_view utf8);
 // The number of cells that a text in the locale's encoding takes on the screen.
 int CellsOf(std::string_view text);
 
-}  // namespace host
+}  // namespace host::dialogs

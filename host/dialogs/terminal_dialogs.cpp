@@ -2,14 +2,14 @@
 
 #include <newt.h>
 
+#include "host/base/native_path.h"
+#include "host/base/terminal_text.h"
 #include "host/dialogs/file_form.h"
 #include "host/dialogs/modal_form.h"
 #include "host/dialogs/newt_screen.h"
-#include "host/module/native_path.h"
-#include "host/output/terminal_text.h"
 #include "platform/os/program.h"
 
-namespace host {
+namespace host::dialogs {
 
 namespace {
 
@@ -18,8 +18,8 @@ class TerminalDialogs : public platform::Dialogs {
     void ShowMessage(const std::string& text, const std::string& title,
                      platform::MessageIcon /*icon*/) override {
         const NewtScreen screen;
-        std::string caption = OneLine(ToUtf8(title)), button = "OK", format = "%s";
-        std::string line = Visible(ToUtf8(text));
+        std::string caption = base::OneLine(base::ToUtf8(title)), button = "OK", format = "%s";
+        std::string line = base::Visible(base::ToUtf8(text));
         newtWinMessage(caption.data(), button.data(), format.data(), line.data());
     }
 
@@ -42,4 +42,4 @@ std::unique_ptr<platform::Dialogs> MakeTerminalDialogs() {
     return std::make_unique<TerminalDialogs>();
 }
 
-}  // namespace host
+}  // namespace host::dialogs

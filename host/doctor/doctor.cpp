@@ -2,39 +2,39 @@
 
 #include <filesystem>
 
+#include "host/base/folders.h"
+#include "host/base/native_path.h"
 #include "host/doctor/eudora_findings.h"
-#include "host/module/folders.h"
-#include "host/module/module_library.h"
-#include "host/module/native_path.h"
+#include "host/translator/module_library.h"
 #include "platform/os/system.h"
 
-namespace host {
+namespace host::doctor {
 
 namespace fs = std::filesystem;
 
 namespace {
 
 Finding StateFinding() {
-    const auto folder = StateFolder();
+    const auto folder = eudora::StateFolder();
     if (!folder) return FaultOf("kvsync's own folder", folder.Error());
     std::error_code ignored;
-    fs::path existing = ToPath(*folder);
+    fs::path existing = base::ToPath(*folder);
     while (!existing.empty() && !fs::exists(existing, ignored) && existing.has_relative_path()) {
         existing = existing.parent_path();
     }
-    const auto info = platform::NativeFiles().Stat(FromPath(existing));
+    const auto info = platform::NativeFiles().Stat(base::FromPath(existing));
     if (info && info->isFolder && !info->isReadOnly) {
         return {Health::kGood, "kvsync's own folder", *folder, {}};
     }
-    return {Health::kFault, "kvsync's own folder", FromPath(existing) + " cannot be written",
-            kMakeWritable};
+    return {Health::kFault, "kvsync's own folder", base::FromPath(existing) + " cannot be written",
+            base::kMakeWritable};
 }
 
 Finding LibraryFinding(std::string& folder) {
-    auto path = ModuleLibrary::Find();
+    auto path = translator::ModuleLibrary::Find();
     if (!path) return FaultOf("translator library", path.Error());
-    folder = FromPath(ToPath(*path).parent_path());
-    if (auto loaded = ModuleLibrary::Load(*path); !loaded) {
+    folder = base::FromPath(base::ToPath(*path).parent_path());
+    if (auto loaded = translator::ModuleLibrary::Load(*path); !loaded) {
         return FaultOf("translator library", loaded.Error());
     }
     return {Health::kGood, "translator library", *path, {}};
@@ -86,10 +86,10 @@ Finding FaultOf(std::string what, const platform::Failure& failure) {
             failure.advice};
 }
 
-std::vector<Finding> Examine(const SetupOptions& options,
+std::vector<Finding> Examine(const eudora::SetupOptions& options,
                              const std::optional<std::string>& contactsFolder) {
     std::vector<Finding> findings{StateFinding()};
-    SetupOptions reading = options;
+    eudora::SetupOptions reading = options;
     // Where kvsync cannot keep anything, the rest can be looked at as a dry run does.
     reading.writesNothing = findings.back().health != Health::kGood;
     std::string libraryFolder;
@@ -100,7 +100,7 @@ std::vector<Finding> Examine(const SetupOptions& options,
         canStart = canStart && findings.back().health != Health::kFault;
     }
     findings.push_back(ContactsFinding(contactsFolder));
-    auto setup = Prepare(reading);
+    auto setup = eudora::Prepare(reading);
     if (!setup) {
         Finding fault = FaultOf("Eudora", setup.Error());
         if (fault.state != findings.front().state) findings.push_back(std::move(fault));
@@ -112,4 +112,4 @@ std::vector<Finding> Examine(const SetupOptions& options,
     return findings;
 }
 
-}  // namespace host
+}  // namespace host::doctor

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "host/module/setup.h"
+#include "host/eudora/setup.h"
 
-namespace host {
+namespace host::doctor {
 
 // A broken thing is one that is there and could not be read.
 enum class Health { kGood, kNote, kFault, kBroken };
@@ -24,7 +24,7 @@ Finding FaultOf(std::string what, const platform::Failure& failure);
 
 // Looks at everything that a run stands on, from kvsync's own files to Eudora's, and goes on as far
 // as the faults allow. Changes nothing but what each run makes in kvsync's own folder.
-std::vector<Finding> Examine(const SetupOptions& options,
+std::vector<Finding> Examine(const eudora::SetupOptions& options,
                              const std::optional<std::string>& contactsFolder);
 
-}  // namespace host
+}  // namespace host::doctor

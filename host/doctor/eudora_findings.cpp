@@ -1,14 +1,14 @@
 #include "host/doctor/eudora_findings.h"
 
-#include "host/module/in_box.h"
-#include "host/module/native_path.h"
-#include "host/module/outside_names.h"
-#include "host/module/translator_host.h"
-#include "host/module/translator_session.h"
-#include "host/module/windows_path.h"
+#include "host/base/native_path.h"
+#include "host/eudora/outside_names.h"
+#include "host/eudora/windows_path.h"
+#include "host/translator/in_box.h"
+#include "host/translator/translator_host.h"
+#include "host/translator/translator_session.h"
 #include "platform/os/system.h"
 
-namespace host {
+namespace host::doctor {
 
 namespace {
 
@@ -24,7 +24,7 @@ bool IsBad(const Finding& finding) {
 // another.
 class Examination {
   public:
-    Examination(const SetupOptions& options, const Setup& setup)
+    Examination(const eudora::SetupOptions& options, const eudora::Setup& setup)
         : m_options(options), m_setup(setup) {}
 
     std::vector<Finding> Run(bool canStart) {
@@ -55,10 +55,10 @@ class Examination {
     void TellNicknameFiles();
     platform::Status ReadInBox();
 
-    const SetupOptions& m_options;
-    const Setup& m_setup;
+    const eudora::SetupOptions& m_options;
+    const eudora::Setup& m_setup;
     const platform::System& m_system = platform::NativeSystem();
-    std::unique_ptr<TranslatorHost> m_module;
+    std::unique_ptr<translator::TranslatorHost> m_module;
     bool m_canWrite = false, m_isFree = false, m_hasMapi = false;
     std::vector<Finding> m_findings;
 };
@@ -69,7 +69,7 @@ Finding Examination::FolderFinding() const {
         return {Health::kFault, "Eudora's folder", m_setup.eudoraShown + " does not exist",
                 "name another with --eudora DIR"};
     }
-    if (info->isReadOnly && !UsesWindowsPaths()) {
+    if (info->isReadOnly && !base::UsesWindowsPaths()) {
         return {Health::kFault, "Eudora's folder",
                 m_setup.eudoraShown + " cannot be written, only read",
                 "give yourself write permission there (chmod u+w)"};
@@ -78,29 +78,29 @@ Finding Examination::FolderFinding() const {
 }
 
 Finding Examination::LockFinding() const {
-    const auto stopped = RefuseRunningEudora(m_setup);
+    const auto stopped = eudora::RefuseRunningEudora(m_setup);
     if (!stopped) return FaultOf("locks", stopped.Error());
     return {Health::kGood, "locks", "Eudora does not run", {}};
 }
 
 void Examination::TellLinks() {
-    for (const OutsideName& name : NamesLeadingOutside(m_options)) {
-        const auto failure = LeadsOutside(name);
+    for (const eudora::OutsideName& name : eudora::NamesLeadingOutside(m_options)) {
+        const auto failure = eudora::LeadsOutside(name);
         Tell({m_options.followLinks ? Health::kNote : Health::kFault, "link", failure.Cause(),
               m_options.followLinks ? "" : failure.advice});
     }
 }
 
 void Examination::Start() {
-    auto module = TranslatorHost::Start(m_setup.init);
+    auto module = translator::TranslatorHost::Start(m_setup.init);
     if (module) {
         m_module = *std::move(module);
         Tell({Health::kGood, "translator", "starts", {}});
         return;
     }
     Tell({Health::kFault, "translator", module.Error().Cause(),
-          "check in regedit that Path and the default value of " + ShownKey(kAppPaths) +
-              " name Eudora's folder and its program"});
+          "check in regedit that Path and the default value of " +
+              eudora::ShownKey(eudora::kAppPaths) + " name Eudora's folder and its program"});
 }
 
 // The mail translator asks the registry whether Simple MAPI is there before it loads the library.
@@ -112,23 +112,23 @@ Finding Examination::MapiFinding() {
     return {Health::kNote, "mail",
             "Simple MAPI is not registered for " + m_setup.eudoraShown +
                 ", so that its mails cannot be reached; contacts need no MAPI",
-            "set MAPI to the text 1 in " + ShownKey(kMapi) + " with regedit"};
+            "set MAPI to the text 1 in " + eudora::ShownKey(kMapi) + " with regedit"};
 }
 
 // As a run reads it.
 platform::Status Examination::ReadInBox() {
-    if (auto ready = CheckInBox(m_setup); !ready) return ready;
-    if (auto pair = CheckInBoxPair(m_setup); !pair) return pair;
+    if (auto ready = translator::CheckInBox(m_setup); !ready) return ready;
+    if (auto pair = translator::CheckInBoxPair(m_setup); !pair) return pair;
     // On Windows that would start Eudora.
-    if (!m_module || !m_hasMapi || UsesWindowsPaths()) return {};
+    if (!m_module || !m_hasMapi || base::UsesWindowsPaths()) return {};
     std::string selection;
-    auto session = SelectInBox(*m_module, m_setup, true, selection);
+    auto session = translator::SelectInBox(*m_module, m_setup, true, selection);
     return session ? session->Open() : platform::Status(session.Error());
 }
 
 void Examination::TellInBox() {
     if (!m_isFree) return;
-    if (const auto here = RefuseMailsElsewhere(m_setup); !here) {
+    if (const auto here = eudora::RefuseMailsElsewhere(m_setup); !here) {
         Tell({Health::kNote, "in-box", here.Error().Cause(), here.Error().advice});
         return;
     }
@@ -150,16 +150,16 @@ void Examination::TellInBox() {
 // The file that a run works on is read to its end.
 Finding Examination::BookFinding(const std::string& path, bool isInUse) {
     const char* const what = isInUse ? "nickname file in use" : "nickname file";
-    if (const auto checked = CheckNicknameFile(path, m_canWrite); !checked) {
+    if (const auto checked = eudora::CheckNicknameFile(path, m_canWrite); !checked) {
         Finding finding = FaultOf(what, checked.Error());
         if (!isInUse) finding.health = Health::kNote;
         return finding;
     }
     if (isInUse && m_module) {
-        const auto opened = TranslatorSession::OpenContacts(*m_module, path);
+        const auto opened = translator::TranslatorSession::OpenContacts(*m_module, path);
         if (!opened) return {Health::kBroken, what, opened.Error().Cause(), kUnreadable};
     }
-    return {Health::kGood, what, ToUtf8(path), {}};
+    return {Health::kGood, what, base::ToUtf8(path), {}};
 }
 
 void Examination::TellNicknameFiles() {
@@ -170,7 +170,7 @@ void Examination::TellNicknameFiles() {
             if (!entry.isFolder) paths.push_back(folder + "\\" + entry.name);
         }
     }
-    const auto chosen = ChooseNicknameFile(m_options, m_setup);
+    const auto chosen = eudora::ChooseNicknameFile(m_options, m_setup);
     if (!chosen) Tell(FaultOf("nickname file", chosen.Error()));
     bool any = false;
     for (const std::string& path : paths) {
@@ -185,8 +185,9 @@ void Examination::TellNicknameFiles() {
 
 }  // namespace
 
-std::vector<Finding> ExamineEudora(const SetupOptions& options, const Setup& setup, bool canStart) {
+std::vector<Finding> ExamineEudora(const eudora::SetupOptions& options, const eudora::Setup& setup,
+                                   bool canStart) {
     return Examination(options, setup).Run(canStart);
 }
 
-}  // namespace host
+}  // namespace host::doctor

@@ -5,7 +5,7 @@
 
 #include "host/mail/encoded_words.h"
 
-namespace host {
+namespace host::mail {
 
 namespace {
 
@@ -98,4 +98,4 @@ std::vector<std::string> HeaderAddresses(const std::string& text) {
     return addresses;
 }
 
-}  // namespace host
+}  // namespace host::mail

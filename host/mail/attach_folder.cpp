@@ -4,9 +4,9 @@
 #include <array>
 
 #include "host/mail/mime_entity.h"
-#include "platform/os/path.h"
+#include "text/path.h"
 
-namespace host {
+namespace host::mail {
 
 namespace {
 
@@ -31,13 +31,13 @@ bool AttachFolder::Take(const std::string& name) {
 
 std::string AttachFolder::FreeName(const std::string& name) {
     if (Take(name)) return name;
-    auto parts = platform::SplitPath(name, m_codePage);
+    auto parts = text::SplitPath(name, m_codePage);
     const std::string stem = parts.name;
     unsigned& number = m_lastNumber.try_emplace(Lowered(name), 1).first->second;
     std::string numbered;
     do {
         parts.name = stem + '-' + std::to_string(++number);
-        numbered = platform::JoinPath(parts);
+        numbered = text::JoinPath(parts);
     } while (!Take(numbered));
     return numbered;
 }
@@ -76,4 +76,4 @@ void AttachFolder::TakeBack(const std::vector<std::string>& names,
     }
 }
 
-}  // namespace host
+}  // namespace host::mail

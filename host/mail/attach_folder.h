@@ -8,7 +8,7 @@
 #include "host/mail/new_mail.h"
 #include "platform/os/files.h"
 
-namespace host {
+namespace host::mail {
 
 // The folder in which Eudora keeps attachments. The translator gives a copy of a name that is taken
 // another one, which grows with each copy of that name until none fits; so it is handed names that
@@ -44,4 +44,4 @@ class AttachFolder {
     std::unordered_map<std::string, unsigned> m_lastNumber;  // the same
 };
 
-}  // namespace host
+}  // namespace host::mail

@@ -6,9 +6,10 @@
 #include "host/mail/charset_text.h"
 #include "host/mail/mime_entity.h"
 #include "platform/os/code_page.h"
-#include "platform/os/path.h"
+#include "text/double_byte.h"
+#include "text/path.h"
 
-namespace host {
+namespace host::mail {
 
 namespace {
 
@@ -44,13 +45,13 @@ std::string_view Trimmed(std::string_view name) {
 
 std::string Shortened(const std::string& name, unsigned codePage) {
     if (name.size() <= kLongestName) return name;
-    auto parts = platform::SplitPath(name, codePage);
+    auto parts = text::SplitPath(name, codePage);
     if (parts.extension.size() > kLongestExtension) {
         parts.name += parts.extension;
         parts.extension.clear();
     }
     const auto room = kLongestName - parts.extension.size();
-    parts.name.resize(platform::WholeCharacterPrefix(parts.name, room, codePage));
+    parts.name.resize(text::WholeCharacterPrefix(parts.name, room, codePage));
     return std::string(Trimmed(parts.name + parts.extension));
 }
 
@@ -67,4 +68,4 @@ std::string PlainAttachmentName(const std::string& name, const std::string& fall
     return IsDevice(plain) ? '_' + plain : plain;
 }
 
-}  // namespace host
+}  // namespace host::mail

@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace host {
+namespace host::mail {
 
 // A name (UTF-8) made into one that a file can have on Windows in that code page: no folder, no
 // character that file names or the code page lack, no device, not too long; its extension is kept.
@@ -10,4 +10,4 @@ namespace host {
 std::string PlainAttachmentName(const std::string& name, const std::string& fallback,
                                 unsigned codePage);
 
-}  // namespace host
+}  // namespace host::mail

@@ -7,7 +7,7 @@
 #include "host/mail/content_type.h"
 #include "host/mail/transfer_encoding.h"
 
-namespace host {
+namespace host::mail {
 
 namespace {
 
@@ -64,4 +64,4 @@ platform::Status AppendAttachment(std::string& out, const MessageSink& sink,
     return AppendFile(out, sink, file);
 }
 
-}  // namespace host
+}  // namespace host::mail

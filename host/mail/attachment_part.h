@@ -7,7 +7,7 @@
 #include "platform/os/files.h"
 #include "platform/os/result.h"
 
-namespace host {
+namespace host::mail {
 
 // Takes a message piece by piece; its failure ends the making of it.
 using MessageSink = std::function<platform::Status(std::string_view)>;
@@ -17,4 +17,4 @@ using MessageSink = std::function<platform::Status(std::string_view)>;
 platform::Status AppendAttachment(std::string& out, const MessageSink& sink,
                                   const std::string& name, platform::File& file);
 
-}  // namespace host
+}  // namespace host::mail

@@ -7,7 +7,7 @@
 
 #include "platform/os/code_page.h"
 
-namespace host {
+namespace host::mail {
 
 namespace {
 
@@ -137,4 +137,4 @@ std::string Composed(const std::string& text) {
                                   G_NORMALIZE_DEFAULT_COMPOSE));
 }
 
-}  // namespace host
+}  // namespace host::mail

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-namespace host {
+namespace host::mail {
 
 bool IsUtf8(std::string_view text);
 
@@ -14,4 +14,4 @@ std::string DecodedText(std::string_view bytes, const std::string& charset, unsi
 // Decomposed characters composed, where that is cheap.
 std::string Composed(const std::string& text);
 
-}  // namespace host
+}  // namespace host::mail

@@ -11,7 +11,7 @@
 
 #include <gmime/gmime.h>
 
-namespace host {
+namespace host::mail {
 
 namespace {
 
@@ -158,4 +158,4 @@ platform::Status ComposeMail(platform::Files& files, const Mail& mail, std::chro
     return sink(message);
 }
 
-}  // namespace host
+}  // namespace host::mail

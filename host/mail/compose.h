@@ -8,7 +8,7 @@
 #include "platform/os/files.h"
 #include "platform/os/result.h"
 
-namespace host {
+namespace host::mail {
 
 // kRefused, with the reason and the way out, in a build that has no MIME library: ComposeMail gives
 // the same, and DecodeWords leaves texts as they are.
@@ -26,4 +26,4 @@ platform::Status ComposeMail(platform::Files& files, const Mail& mail, std::chro
 // A header text with its encoded words (RFC 2047) decoded, UTF-8.
 std::string DecodeWords(const std::string& text);
 
-}  // namespace host
+}  // namespace host::mail

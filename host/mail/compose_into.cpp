@@ -1,11 +1,11 @@
 #include "host/mail/compose_into.h"
 
+#include "host/base/out_of_memory.h"
 #include "host/mail/compose.h"
-#include "host/module/out_of_memory.h"
 
-namespace host {
+namespace host::mail {
 
-platform::Result<std::uint64_t> ComposeInto(Maildir& maildir, const std::string& unique,
+platform::Result<std::uint64_t> ComposeInto(maildir::Maildir& maildir, const std::string& unique,
                                             platform::Files& files, const Mail& mail,
                                             std::chrono::seconds offset, bool& isMailAtFault) {
     isMailAtFault = false;
@@ -16,8 +16,8 @@ platform::Result<std::uint64_t> ComposeInto(Maildir& maildir, const std::string&
             isMailAtFault = written.HasValue();
             return written;
         };
-        return OrOutOfMemory([&] { return ComposeMail(files, mail, offset, write); });
+        return base::OrOutOfMemory([&] { return ComposeMail(files, mail, offset, write); });
     });
 }
 
-}  // namespace host
+}  // namespace host::mail

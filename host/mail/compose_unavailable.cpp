@@ -1,7 +1,7 @@
+#include "host/base/exit_code.h"
 #include "host/mail/compose.h"
-#include "host/module/exit_code.h"
 
-namespace host {
+namespace host::mail {
 
 platform::Status CanComposeMail() {
     return Refused(
@@ -18,4 +18,4 @@ std::string DecodeWords(const std::string& text) {
     return text;
 }
 
-}  // namespace host
+}  // namespace host::mail

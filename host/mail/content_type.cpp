@@ -4,7 +4,7 @@
 #include <array>
 #include <string>
 
-namespace host {
+namespace host::mail {
 
 namespace {
 
@@ -79,4 +79,4 @@ std::string_view ExtensionOf(std::string_view contentType) {
     return found != kTypes.end() ? found->extension : std::string_view();
 }
 
-}  // namespace host
+}  // namespace host::mail

@@ -8,7 +8,7 @@
 #include "host/mail/charset_text.h"
 #include "host/mail/compose.h"
 
-namespace host {
+namespace host::mail {
 
 namespace {
 
@@ -135,4 +135,4 @@ std::string HeaderText(const std::string& text) {
     return clean;
 }
 
-}  // namespace host
+}  // namespace host::mail

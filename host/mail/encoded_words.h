@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-namespace host {
+namespace host::mail {
 
 // Whether a header can hold the text only in encoded words: it is not ASCII, holds control
 // characters, would be taken for an encoded word, or has a word too long for a line.
@@ -39,4 +39,4 @@ std::string DecodeWords(std::string_view text, unsigned codePage);
 // Control characters become blanks, blanks at both ends go, encoded words are decoded.
 std::string HeaderText(const std::string& text);
 
-}  // namespace host
+}  // namespace host::mail

@@ -3,14 +3,14 @@
 #include <algorithm>
 #include <utility>
 
+#include "host/base/exit_code.h"
+#include "host/base/native_path.h"
+#include "host/eudora/windows_path.h"
 #include "host/mail/mail_fields.h"
-#include "host/module/exit_code.h"
-#include "host/module/native_path.h"
-#include "host/module/windows_path.h"
 #include "platform/kvutil/kvutil.h"
 #include "platform/os/system.h"
 
-namespace host {
+namespace host::mail {
 
 namespace {
 
@@ -19,8 +19,8 @@ constexpr const char* kNobodyNamed = "undisclosed-recipients";
 platform::Result<std::string> AttachmentList(const std::vector<NewAttachment>& attachments) {
     CArray<CRAttachmentInfo> list;
     for (const NewAttachment& attachment : attachments) {
-        const auto path = ToWindowsPath(attachment.path);
-        if (!path) return Failed("no drive leads to the file " + attachment.path);
+        const auto path = eudora::ToWindowsPath(attachment.path);
+        if (!path) return base::Failed("no drive leads to the file " + attachment.path);
         CRAttachmentInfo info;
         info.dwInfoFlag = 1;
         info.bDeleteSource = 1;
@@ -31,7 +31,7 @@ platform::Result<std::string> AttachmentList(const std::vector<NewAttachment>& a
     }
     CString text;
     if (AttachmentInfoToStr(list, text) != RRC_OK) {
-        return Failed("the list of attachments cannot be told");
+        return base::Failed("the list of attachments cannot be told");
     }
     return text.Str();
 }
@@ -71,13 +71,14 @@ platform::Status EudoraMailWriter::SetAttachments(const NewMail& mail) {
     if (auto set = m_session.SetText(FieldId(MailField::kAttachment), *list); !set) return set;
     for (const NewAttachment& attachment : mail.attachments) {
         if (!platform::NativeFiles().Exists(attachment.path)) continue;
-        return Failed("the attachment " + ToUtf8(attachment.name) + " cannot be stored");
+        return base::Failed("the attachment " + base::ToUtf8(attachment.name) +
+                            " cannot be stored");
     }
     return {};
 }
 
 platform::Status EudoraMailWriter::Fill(const NewMail& mail, std::uint32_t status) {
-    std::vector<TextValue> shown;
+    std::vector<translator::TextValue> shown;
     if (!mail.from.empty()) shown.push_back({FieldId(MailField::kFrom), mail.from});
     const std::string statusField = FieldId(MailField::kStatus);
     const auto number = static_cast<std::int32_t>(status);
@@ -86,7 +87,7 @@ platform::Status EudoraMailWriter::Fill(const NewMail& mail, std::uint32_t statu
     if (!verdict->ok) {
         std::string why = "Eudora's translator refuses the mail";
         for (const std::string& message : verdict->messages) why += ": " + message;
-        return Failed(why);
+        return base::Failed(why);
     }
     if (auto begun = m_session.BeginAdd(); !begun) return begun;
     if (auto set = m_session.SetNumber(statusField, number); !set) return set;
@@ -106,10 +107,10 @@ platform::Result<MailHead> EudoraMailWriter::Add(const NewMail& mail, std::uint3
 
 platform::Status EudoraMailWriter::AddOutgoing(const NewMail& mail) {
     if (mail.to.empty() && mail.cc.empty() && mail.bcc.empty()) {
-        return Failed("the mail names no recipient");
+        return base::Failed("the mail names no recipient");
     }
     if (HasComma(mail.to) || HasComma(mail.cc) || HasComma(mail.bcc)) {
-        return Failed("the mail has a recipient with a comma in the address");
+        return base::Failed("the mail has a recipient with a comma in the address");
     }
     if (auto filled = Fill(mail, kStatusToSend); !filled) return filled;
     const auto stored = m_session.StoreWithMarker();
@@ -145,4 +146,4 @@ platform::Result<std::vector<std::string>> EudoraMailWriter::Missing() {
     return missing;
 }
 
-}  // namespace host
+}  // namespace host::mail

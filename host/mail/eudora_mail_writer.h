@@ -6,16 +6,16 @@
 
 #include "host/mail/eudora_mails.h"
 #include "host/mail/new_mail.h"
-#include "host/module/translator_session.h"
+#include "host/translator/translator_session.h"
 #include "platform/os/result.h"
 
-namespace host {
+namespace host::mail {
 
 // Changes to Eudora's mail through an opened translator session, which outlives this. But for
 // Remove, which works at once, they wait in the translator until Finish.
 class EudoraMailWriter {
   public:
-    explicit EudoraMailWriter(TranslatorSession& session) : m_session(session) {}
+    explicit EudoraMailWriter(translator::TranslatorSession& session) : m_session(session) {}
 
     // Puts a mail into the in-box, unread or read (kStatusUnread, kStatusRead). Its attachment
     // files are gone afterwards. Gives the id and the marker that it will have. A mail that names
@@ -40,8 +40,8 @@ class EudoraMailWriter {
     platform::Status SetAttachments(const NewMail& mail);
     platform::Status SetTexts(const NewMail& mail, bool isOutgoing);
 
-    TranslatorSession& m_session;
+    translator::TranslatorSession& m_session;
     std::vector<std::string> m_added, m_finished;  // ids
 };
 
-}  // namespace host
+}  // namespace host::mail

@@ -1,14 +1,14 @@
 #include "host/mail/eudora_mails.h"
 
+#include "host/base/native_path.h"
+#include "host/base/out_of_memory.h"
+#include "host/eudora/windows_path.h"
 #include "host/mail/mail_date.h"
 #include "host/mail/mail_fields.h"
-#include "host/module/native_path.h"
-#include "host/module/out_of_memory.h"
-#include "host/module/windows_path.h"
 #include "platform/kvutil/kvutil.h"
 #include "platform/os/code_page.h"
 
-namespace host {
+namespace host::mail {
 
 namespace {
 
@@ -33,7 +33,7 @@ std::optional<T> OrNote(platform::Result<T> value, std::vector<std::string>& not
 
 }  // namespace
 
-EudoraMails::EudoraMails(TranslatorSession& session, unsigned codePage)
+EudoraMails::EudoraMails(translator::TranslatorSession& session, unsigned codePage)
     : m_session(session), m_codePage(codePage) {}
 
 platform::Status EudoraMails::Walk(
@@ -120,7 +120,7 @@ void EudoraMails::ReadAttachments(Mail& mail) {
     for (int i = 0; i < list.GetSize(); ++i) {
         const CRAttachmentInfo info = list.GetAt(i);
         const std::string name = platform::ToUtf8(info.csDisplayName.Str(), m_codePage);
-        const auto path = ToNativePath(info.csFilePath.Str());
+        const auto path = eudora::ToNativePath(info.csFilePath.Str());
         if (path) {
             mail.attachments.push_back({name, *path});
         } else {
@@ -132,7 +132,7 @@ void EudoraMails::ReadAttachments(Mail& mail) {
 // By what can be read of it.
 std::string EudoraMails::CurrentName() {
     std::vector<std::string> ignored;
-    std::string name = "mail " + ToUtf8(m_session.RecordId().ValueOr(""));
+    std::string name = "mail " + base::ToUtf8(m_session.RecordId().ValueOr(""));
     const auto subject = Field(MailField::kSubject, ignored);
     const auto date = OrNote(m_session.Date(FieldId(MailField::kDate)), ignored);
     const auto local = date && *date ? FromOleDate(**date) : std::nullopt;
@@ -143,9 +143,9 @@ std::string EudoraMails::CurrentName() {
 
 platform::Result<Mail> EudoraMails::Current(MailParts parts) {
     auto mail = m_fault ? platform::Result<Mail>(*m_fault)
-                        : OrOutOfMemory([&] { return ReadCurrent(parts); });
+                        : base::OrOutOfMemory([&] { return ReadCurrent(parts); });
     if (mail) return mail;
-    return Failed(CurrentName() + ": cannot be read: " + mail.Error().Message());
+    return base::Failed(CurrentName() + ": cannot be read: " + mail.Error().Message());
 }
 
 platform::Result<Mail> EudoraMails::ReadCurrent(MailParts parts) {
@@ -172,4 +172,4 @@ platform::Result<Mail> EudoraMails::ReadCurrent(MailParts parts) {
     return mail;
 }
 
-}  // namespace host
+}  // namespace host::mail

@@ -7,10 +7,10 @@
 
 #include "host/mail/mail.h"
 #include "host/mail/mail_fields.h"
-#include "host/module/translator_session.h"
+#include "host/translator/translator_session.h"
 #include "platform/os/result.h"
 
-namespace host {
+namespace host::mail {
 
 struct MailHead {
     std::string id;
@@ -24,7 +24,7 @@ enum class MailParts { kAll, kWithoutAttachments, kWithoutBody, kHeader };
 // only while it is the current one.
 class EudoraMails {
   public:
-    EudoraMails(TranslatorSession& session, unsigned codePage);
+    EudoraMails(translator::TranslatorSession& session, unsigned codePage);
 
     // Walks all mails that the translator's limits let pass, in the mailbox's order, and those that
     // cannot be read. `visit` may call Current; false from it ends the walk.
@@ -49,10 +49,10 @@ class EudoraMails {
     void ReadAttachments(Mail& mail);
     platform::Result<bool> IsGoneBy(const std::string& message);
 
-    TranslatorSession& m_session;
+    translator::TranslatorSession& m_session;
     unsigned m_codePage;
     std::string m_goneMessage;
     std::optional<platform::Failure> m_fault;  // of the current mail
 };
 
-}  // namespace host
+}  // namespace host::mail

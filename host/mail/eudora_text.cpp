@@ -5,9 +5,9 @@
 #include "host/mail/charset_text.h"
 #include "host/mail/mime_entity.h"
 #include "platform/os/code_page.h"
-#include "platform/os/path.h"
+#include "text/double_byte.h"
 
-namespace host {
+namespace host::mail {
 
 namespace {
 
@@ -98,7 +98,7 @@ std::string_view CutText(std::string_view text, std::size_t limit, unsigned code
     if (text.size() <= limit) return text;
     const auto lineEnd = text.rfind("\r\n", limit);
     if (lineEnd != kNone && lineEnd > limit / 2) return text.substr(0, lineEnd);
-    return text.substr(0, platform::WholeCharacterPrefix(text, limit, codePage));
+    return text.substr(0, text::WholeCharacterPrefix(text, limit, codePage));
 }
 
-}  // namespace host
+}  // namespace host::mail

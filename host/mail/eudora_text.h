@@ -5,7 +5,7 @@
 
 #include "host/mail/mail_text.h"
 
-namespace host {
+namespace host::mail {
 
 // Puts texts into the form in which Eudora stores them, in the system code page.
 class EudoraText {
@@ -30,4 +30,4 @@ class EudoraText {
 // Cuts a text behind the last whole line of at most `limit` bytes, or the last whole character.
 std::string_view CutText(std::string_view text, std::size_t limit, unsigned codePage);
 
-}  // namespace host
+}  // namespace host::mail

@@ -3,7 +3,7 @@
 #include "host/mail/address_list.h"
 #include "host/mail/encoded_words.h"
 
-namespace host {
+namespace host::mail {
 
 namespace {
 
@@ -58,4 +58,4 @@ void HeaderBlock::AddAddresses(std::string_view name, const std::optional<std::s
     if (!value.empty()) AddToken(name, value);
 }
 
-}  // namespace host
+}  // namespace host::mail

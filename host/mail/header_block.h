@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace host {
+namespace host::mail {
 
 // The header of a message, field after field, lines folded. Nothing in a value can end its field.
 class HeaderBlock {
@@ -22,4 +22,4 @@ class HeaderBlock {
     std::string m_block;
 };
 
-}  // namespace host
+}  // namespace host::mail

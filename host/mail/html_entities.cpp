@@ -4,7 +4,7 @@
 #include <charconv>
 #include <optional>
 
-namespace host {
+namespace host::mail {
 
 namespace {
 
@@ -108,4 +108,4 @@ std::string DecodedEntities(std::string_view html) {
     return text;
 }
 
-}  // namespace host
+}  // namespace host::mail

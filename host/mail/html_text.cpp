@@ -7,7 +7,7 @@
 #include "host/mail/html_entities.h"
 #include "host/mail/mime_entity.h"
 
-namespace host {
+namespace host::mail {
 
 namespace {
 
@@ -305,4 +305,4 @@ std::string TextOfEnriched(std::string_view enriched) {
     return text;
 }
 
-}  // namespace host
+}  // namespace host::mail

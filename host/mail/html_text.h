@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-namespace host {
+namespace host::mail {
 
 // What an HTML text (UTF-8) says, as plain text with LF line ends: paragraphs, list points and
 // table rows on lines of their own, links behind their texts as "<https://...>" unless the text is
@@ -14,4 +14,4 @@ std::string TextOfHtml(std::string_view html);
 // The same of text/enriched (RFC 1896).
 std::string TextOfEnriched(std::string_view enriched);
 
-}  // namespace host
+}  // namespace host::mail

@@ -1,12 +1,12 @@
 #include "host/mail/incoming_folder.h"
 
-#include "host/module/exit_code.h"
-#include "host/module/native_path.h"
-#include "host/module/windows_path.h"
+#include "host/base/exit_code.h"
+#include "host/base/native_path.h"
+#include "host/eudora/windows_path.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
 
-namespace host {
+namespace host::mail {
 
 namespace {
 
@@ -35,8 +35,9 @@ void RemoveLeftovers(platform::Files& files, std::string folder, const std::stri
 platform::Result<std::unique_ptr<IncomingFolder>> IncomingFolder::Create(const std::string& key) {
     auto temp = platform::NativeSystem().files.TempFolder();
     if (!temp) return temp.Error();
-    const auto native = ToNativePath(*temp);
-    if (!native) return Failed("no drive leads to the temporary folder " + ToUtf8(*temp));
+    const auto native = eudora::ToNativePath(*temp);
+    if (!native)
+        return base::Failed("no drive leads to the temporary folder " + base::ToUtf8(*temp));
     platform::Files& files = platform::NativeFiles();
     const std::string prefix = "kvsync-" + key + '-';
     RemoveLeftovers(files, *native, prefix);
@@ -52,4 +53,4 @@ IncomingFolder::~IncomingFolder() {
     RemoveWithFiles(m_files, m_path);
 }
 
-}  // namespace host
+}  // namespace host::mail

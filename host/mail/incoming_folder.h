@@ -6,7 +6,7 @@
 #include "platform/os/files.h"
 #include "platform/os/result.h"
 
-namespace host {
+namespace host::mail {
 
 // A private folder with a name that nobody can guess, in the temporary folder of the module's
 // machine, for files on their way into Eudora. It goes, with what is left in it, when this does.
@@ -28,4 +28,4 @@ class IncomingFolder {
     std::string m_path;
 };
 
-}  // namespace host
+}  // namespace host::mail

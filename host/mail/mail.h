@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace host {
+namespace host::mail {
 
 struct MailAttachment {
     std::string name;  // as Eudora shows it, UTF-8
@@ -31,4 +31,4 @@ inline constexpr std::uint32_t kStatusRead = 0x20001;
 inline constexpr std::uint32_t kStatusToSend = 2;
 inline constexpr std::uint32_t kStatusSent = 4;
 
-}  // namespace host
+}  // namespace host::mail

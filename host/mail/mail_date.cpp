@@ -3,7 +3,7 @@
 #include <cmath>
 #include <cstdio>
 
-namespace host {
+namespace host::mail {
 
 namespace {
 
@@ -69,4 +69,4 @@ std::string IsoDate(LocalSeconds local) {
     return text;
 }
 
-}  // namespace host
+}  // namespace host::mail

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-namespace host {
+namespace host::mail {
 
 // A moment of local time to the second.
 using LocalSeconds = std::chrono::local_seconds;
@@ -22,4 +22,4 @@ std::string MessageDate(LocalSeconds local, std::chrono::seconds offset);
 // "2026-11-24T17:05:00"
 std::string IsoDate(LocalSeconds local);
 
-}  // namespace host
+}  // namespace host::mail

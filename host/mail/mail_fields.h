@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace host {
+namespace host::mail {
 
 // The translator's fields of a mail.
 enum class MailField {
@@ -24,4 +24,4 @@ inline std::string FieldId(MailField field) {
     return std::to_string(static_cast<int>(field));
 }
 
-}  // namespace host
+}  // namespace host::mail

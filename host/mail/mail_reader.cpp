@@ -6,7 +6,7 @@
 #include "host/mail/charset_text.h"
 #include "host/mail/html_text.h"
 
-namespace host {
+namespace host::mail {
 
 namespace {
 
@@ -142,4 +142,4 @@ ReadParts ReadMailParts(const Entity& message, unsigned codePage) {
     return {std::move(whole.texts), std::move(whole.files), reader.IsTooComplex()};
 }
 
-}  // namespace host
+}  // namespace host::mail

@@ -7,7 +7,7 @@
 #include "host/mail/mime_value.h"
 #include "host/mail/parse.h"
 
-namespace host {
+namespace host::mail {
 
 // A part that becomes a file.
 struct FilePart {
@@ -26,4 +26,4 @@ struct ReadParts {
 
 ReadParts ReadMailParts(const Entity& message, unsigned codePage);
 
-}  // namespace host
+}  // namespace host::mail

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <optional>
 
-namespace host {
+namespace host::mail {
 
 namespace {
 
@@ -169,4 +169,4 @@ bool LooksFlowed(std::string_view text) {
     return isFlowed;
 }
 
-}  // namespace host
+}  // namespace host::mail

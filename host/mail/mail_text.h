@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-namespace host {
+namespace host::mail {
 
 // A stretch of a mail's text that is of one kind.
 struct TextPiece {
@@ -28,4 +28,4 @@ std::vector<TextPiece> SplitText(std::string_view text);
 // puts there. For a text that only looks so, rejoining its lines changes nothing but their width.
 bool LooksFlowed(std::string_view text);
 
-}  // namespace host
+}  // namespace host::mail

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 
-namespace host {
+namespace host::mail {
 
 namespace {
 
@@ -45,4 +45,4 @@ std::string MessageIdOf(const Mail& mail) {
     return (IsIndexId(own) ? own + '.' : std::string()) + Fingerprint(told) + ".eudora@localhost";
 }
 
-}  // namespace host
+}  // namespace host::mail

@@ -5,7 +5,7 @@
 
 #include "host/mail/mail.h"
 
-namespace host {
+namespace host::mail {
 
 // The Message-ID that a mail has outside Eudora, without its angle brackets: its own where it has
 // one that a header can hold. A mail without one is known to Eudora by its place alone ("0x" and
@@ -23,4 +23,4 @@ bool IsIndexId(std::string_view id);
 // purpose.
 std::string Fingerprint(std::string_view text);
 
-}  // namespace host
+}  // namespace host::mail

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace host {
+namespace host::mail {
 
 namespace {
 
@@ -175,4 +175,4 @@ std::vector<std::string_view> SplitParts(std::string_view body, std::string_view
     return parts;
 }
 
-}  // namespace host
+}  // namespace host::mail

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-namespace host {
+namespace host::mail {
 
 // A message or a part of one, as it stands: the lines of its header and what comes below.
 struct Entity {
@@ -30,4 +30,4 @@ std::string Lowered(std::string_view text);
 bool EqualsNoCase(std::string_view a, std::string_view b);
 bool BeginsNoCase(std::string_view text, std::string_view beginning);
 
-}  // namespace host
+}  // namespace host::mail

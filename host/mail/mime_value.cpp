@@ -11,7 +11,7 @@
 #include "host/mail/mail_date.h"
 #include "platform/os/code_page.h"
 
-namespace host {
+namespace host::mail {
 
 namespace {
 
@@ -204,4 +204,4 @@ std::string DecodedBody(std::string_view body, const std::string& encoding) {
     return text;
 }
 
-}  // namespace host
+}  // namespace host::mail

@@ -10,7 +10,7 @@
 #include "host/mail/new_mail.h"
 #include "platform/os/clock.h"
 
-namespace host {
+namespace host::mail {
 
 // What the header of a part says of its body. Texts are UTF-8.
 struct PartType {
@@ -55,4 +55,4 @@ class TransferDecoder {
 
 std::string DecodedBody(std::string_view body, const std::string& encoding);
 
-}  // namespace host
+}  // namespace host::mail

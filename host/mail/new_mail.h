@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace host {
+namespace host::mail {
 
 // Somebody who gets a mail. Without line ends and other control characters; the address is never
 // empty, the name often is.
@@ -38,4 +38,4 @@ std::string StoredRecipients(const std::vector<Recipient>& recipients);
 // The same for a mail that is sent, where a comma separates as well and a blank stays.
 std::string OutgoingRecipients(const std::vector<Recipient>& recipients);
 
-}  // namespace host
+}  // namespace host::mail

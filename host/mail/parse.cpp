@@ -5,16 +5,16 @@
 
 #include <gmime/gmime.h>
 
+#include "host/base/exit_code.h"
 #include "host/mail/attachment_name.h"
 #include "host/mail/content_type.h"
 #include "host/mail/eudora_text.h"
 #include "host/mail/mail_reader.h"
 #include "host/mail/message_id.h"
 #include "host/maildir/message_header.h"
-#include "host/module/exit_code.h"
 #include "platform/os/code_page.h"
 
-namespace host {
+namespace host::mail {
 
 namespace {
 
@@ -49,7 +49,7 @@ class Message {
 };
 
 std::string MessageIdOf(const Message& message) {
-    std::string own = MessageIdInHeader(message.Bytes());
+    std::string own = maildir::MessageIdInHeader(message.Bytes());
     if (CanBeMessageId(own) && !IsIndexId(own)) return own;
     return Fingerprint(message.Bytes()) + ".maildir@localhost";
 }
@@ -226,11 +226,11 @@ std::string MessageIdForEudora(std::string_view bytes) {
 platform::Result<NewMail> ParseMail(std::string_view bytes, const ParsePlace& place,
                                     const std::string& name) {
     if (bytes.size() > kLargestMessage) {
-        return Refused(name + " has more than 256 MB and is left where it is");
+        return base::Refused(name + " has more than 256 MB and is left where it is");
     }
     g_mime_init();
     const Message message(bytes);
     return MailMaker(message, place).Run();
 }
 
-}  // namespace host
+}  // namespace host::mail

@@ -9,7 +9,7 @@
 #include "platform/os/files.h"
 #include "platform/os/result.h"
 
-namespace host {
+namespace host::mail {
 
 inline constexpr std::uint64_t kLargestMessage = std::uint64_t{256} << 20;  // bytes
 
@@ -36,4 +36,4 @@ platform::Result<NewMail> ParseMail(std::string_view bytes, const ParsePlace& pl
 // The Message-ID of a message by the same rule, without reading the rest.
 std::string MessageIdForEudora(std::string_view bytes);
 
-}  // namespace host
+}  // namespace host::mail

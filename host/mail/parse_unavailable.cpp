@@ -2,7 +2,7 @@
 #include "host/mail/parse.h"
 #include "host/maildir/message_header.h"
 
-namespace host {
+namespace host::mail {
 
 platform::Result<NewMail> ParseMail(std::string_view /*bytes*/, const ParsePlace& /*place*/,
                                     const std::string& /*name*/) {
@@ -13,4 +13,4 @@ std::string MessageIdForEudora(std::string_view bytes) {
     return MessageIdInHeader(bytes);
 }
 
-}  // namespace host
+}  // namespace host::mail

@@ -2,7 +2,7 @@
 
 #include "host/mail/new_mail.h"
 
-namespace host {
+namespace host::mail {
 
 namespace {
 
@@ -36,4 +36,4 @@ std::string OutgoingRecipients(const std::vector<Recipient>& recipients) {
     return Joined(recipients, ";,", ";");
 }
 
-}  // namespace host
+}  // namespace host::mail

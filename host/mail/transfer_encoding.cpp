@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <cstring>
 
-namespace host {
+namespace host::mail {
 
 namespace {
 
@@ -111,4 +111,4 @@ void Base64Stream::Finish() {
     AppendStep(m_encoding, {}, m_out, g_mime_encoding_flush);
 }
 
-}  // namespace host
+}  // namespace host::mail

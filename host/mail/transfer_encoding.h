@@ -5,7 +5,7 @@
 
 #include <gmime/gmime.h>
 
-namespace host {
+namespace host::mail {
 
 enum class TransferEncoding { k7Bit, kQuotedPrintable, kBase64 };
 
@@ -31,4 +31,4 @@ class Base64Stream {
     GMimeEncoding m_encoding;
 };
 
-}  // namespace host
+}  // namespace host::mail

@@ -10,7 +10,7 @@
 #include "host/maildir/message_header.h"
 #include "platform/os/program.h"
 
-namespace host {
+namespace host::maildir {
 
 namespace {
 
@@ -186,7 +186,7 @@ platform::Result<std::uint64_t> Maildir::SizeOf(const MaildirEntry& entry) {
 }
 
 platform::Result<std::string> Maildir::ReadHeader(const MaildirEntry& entry) {
-    return host::ReadHeader(m_files, PathOf(entry));
+    return maildir::ReadHeader(m_files, PathOf(entry));
 }
 
-}  // namespace host
+}  // namespace host::maildir

@@ -9,7 +9,7 @@
 #include "platform/os/clock.h"
 #include "platform/os/files.h"
 
-namespace host {
+namespace host::maildir {
 
 struct MaildirEntry {
     std::string unique;  // the file's name without its info part: what it is remembered by
@@ -74,4 +74,4 @@ class Maildir {
     unsigned m_count = 0;
 };
 
-}  // namespace host
+}  // namespace host::maildir

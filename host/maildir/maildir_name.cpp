@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace host {
+namespace host::maildir {
 
 namespace {
 
@@ -42,4 +42,4 @@ std::string WithFlag(std::string_view flags, char flag, bool isSet) {
     return SortedFlags(result);
 }
 
-}  // namespace host
+}  // namespace host::maildir

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-namespace host {
+namespace host::maildir {
 
 // The name of a file in a Maildir, taken apart: "UNIQUE:2,FLAGS", with "!2," on systems whose names
 // take no colon. A name with another info part has no flags.
@@ -19,4 +19,4 @@ bool HasFlag(std::string_view flags, char flag);
 // The flags with one of them set or not.
 std::string WithFlag(std::string_view flags, char flag, bool isSet);
 
-}  // namespace host
+}  // namespace host::maildir

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace host {
+namespace host::maildir {
 
 namespace {
 
@@ -103,4 +103,4 @@ platform::Result<std::string> ReadHeader(platform::Files& files, const std::stri
     return text;
 }
 
-}  // namespace host
+}  // namespace host::maildir

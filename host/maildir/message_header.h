@@ -6,7 +6,7 @@
 #include "platform/os/files.h"
 #include "platform/os/result.h"
 
-namespace host {
+namespace host::maildir {
 
 // The most of a file that is read in search of its header's end.
 inline constexpr std::size_t kLargestHeader = 64 * 1024;
@@ -23,4 +23,4 @@ std::string FieldInHeader(std::string_view message, std::string_view name);
 // The beginning of a file: its header, as far as kLargestHeader, and the rest of a block.
 platform::Result<std::string> ReadHeader(platform::Files& files, const std::string& path);
 
-}  // namespace host
+}  // namespace host::maildir

@@ -2,7 +2,7 @@
 
 #include "host/mailsync/mail_sync.h"
 
-namespace host {
+namespace host::mailsync {
 
 namespace {
 
@@ -16,7 +16,7 @@ bool LiesIn(platform::Files& files, const std::string& path, std::string folder)
 // A Maildir has cur and new; an empty folder, or one with hidden files only, becomes one.
 platform::Status CheckContent(platform::Files& files, const std::string& maildir) {
     auto entries = files.List(maildir, "*");
-    if (!entries) return Refused(entries.Error().Message(), "give yourself read permission");
+    if (!entries) return base::Refused(entries.Error().Message(), "give yourself read permission");
     const auto has = [&](const char* name) {
         return std::ranges::any_of(
             *entries, [&](const auto& entry) { return entry.isFolder && entry.name == name; });
@@ -26,7 +26,8 @@ platform::Status CheckContent(platform::Files& files, const std::string& maildir
     // Of a run that was cut off while it made them one or two may be there.
     const bool isMaildir = has("cur") || has("new") || has("tmp");
     if (isEmpty || isMaildir) return {};
-    return Refused(maildir + " is no Maildir, but holds other things", "name an empty folder");
+    return base::Refused(maildir + " is no Maildir, but holds other things",
+                         "name an empty folder");
 }
 
 }  // namespace
@@ -34,7 +35,7 @@ platform::Status CheckContent(platform::Files& files, const std::string& maildir
 platform::Status CheckMaildir(platform::Files& files, const std::string& maildir,
                               const std::string& eudoraFolder) {
     if (LiesIn(files, maildir, eudoraFolder)) {
-        return Refused(maildir + " lies in Eudora's own folder", "name one outside of it");
+        return base::Refused(maildir + " lies in Eudora's own folder", "name one outside of it");
     }
     auto info = files.Stat(maildir);
     if (!info && info.Error().code == platform::ErrorCode::kNotFound) {
@@ -43,22 +44,23 @@ platform::Status CheckMaildir(platform::Files& files, const std::string& maildir
         const auto above =
             end == std::string::npos || end == 0 ? info : files.Stat(maildir.substr(0, end));
         if (above && !above->isFolder) {
-            return Refused(maildir + " lies below a file", "name a folder");
+            return base::Refused(maildir + " lies below a file", "name a folder");
         }
         return {};
     }
-    if (!info) return Refused(info.Error().Message(), "give yourself permission");
-    if (!info->isFolder) return Refused(maildir + " is no folder", "name a folder");
+    if (!info) return base::Refused(info.Error().Message(), "give yourself permission");
+    if (!info->isFolder) return base::Refused(maildir + " is no folder", "name a folder");
     if (auto content = CheckContent(files, maildir); !content) return content;
     for (const char* part : {"", "cur", "new", "tmp"}) {
         const std::string path = *part ? maildir + files.Separator() + part : maildir;
         const auto inside = files.Stat(path);
         if (inside && inside->isFolder && inside->isReadOnly) {
-            return Refused(path + " is read-only", "make it writable");
+            return base::Refused(path + " is read-only", "make it writable");
         }
-        if (inside && !inside->isFolder) return Refused(path + " is no folder", "move it away");
+        if (inside && !inside->isFolder)
+            return base::Refused(path + " is no folder", "move it away");
     }
     return {};
 }
 
-}  // namespace host
+}  // namespace host::mailsync

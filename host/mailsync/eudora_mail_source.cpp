@@ -1,9 +1,9 @@
 #include "host/mailsync/eudora_mail_source.h"
 
+#include "host/base/native_path.h"
 #include "host/mailsync/mail_content.h"
-#include "host/module/native_path.h"
 
-namespace host {
+namespace host::mailsync {
 
 namespace {
 
@@ -13,7 +13,7 @@ constexpr const char* kMessageId = "11";
 
 }  // namespace
 
-std::string DescribeLeftOut(const MailLimits& limits) {
+std::string DescribeLeftOut(const translator::MailLimits& limits) {
     std::string out, how;
     const auto add = [](std::string& text, const char* between, const std::string& part) {
         text += (text.empty() ? "" : between) + part;
@@ -39,8 +39,8 @@ std::string DescribeLeftOut(const MailLimits& limits) {
     return "left out: " + out + " (kvsync configure mail" + how + ")";
 }
 
-EudoraMailSource::EudoraMailSource(TranslatorSession session, std::string selection,
-                                   MailLimits limits, unsigned codePage)
+EudoraMailSource::EudoraMailSource(translator::TranslatorSession session, std::string selection,
+                                   translator::MailLimits limits, unsigned codePage)
     : m_session(std::move(session)),
       m_mails(m_session, codePage),
       m_writer(m_session),
@@ -48,10 +48,9 @@ EudoraMailSource::EudoraMailSource(TranslatorSession session, std::string select
       m_limits(limits),
       m_limitsLine(DescribeLeftOut(limits)) {}
 
-platform::Result<std::unique_ptr<MailSource>> EudoraMailSource::Open(TranslatorSession session,
-                                                                     const std::string& selection,
-                                                                     unsigned codePage) {
-    auto limits = ReadMailLimits(session, selection);
+platform::Result<std::unique_ptr<MailSource>> EudoraMailSource::Open(
+    translator::TranslatorSession session, const std::string& selection, unsigned codePage) {
+    auto limits = translator::ReadMailLimits(session, selection);
     if (!limits) return limits.Error();
     if (auto opened = session.Open(); !opened) return opened.Error();
     return std::unique_ptr<MailSource>(
@@ -61,32 +60,33 @@ platform::Result<std::unique_ptr<MailSource>> EudoraMailSource::Open(TranslatorS
 // The same translator keeps its index of the mailbox when it is closed and opened again.
 platform::Status EudoraMailSource::LiftLimits() {
     if (auto closed = m_session.Close(); !closed) return closed;
-    MailLimitChanges changes;
+    translator::MailLimitChanges changes;
     changes.limitsAge = changes.limitsSize = false;
-    if (auto lifted = ChangeMailLimits(m_session, m_selection, changes); !lifted) return lifted;
+    if (auto lifted = translator::ChangeMailLimits(m_session, m_selection, changes); !lifted)
+        return lifted;
     if (auto opened = m_session.Open(); !opened) return opened;
     m_limits.limitsAge = m_limits.limitsSize = false;
     return {};
 }
 
 platform::Status EudoraMailSource::Walk(
-    Reach reach, const std::function<platform::Status(const MailHead&)>& visit) {
+    Reach reach, const std::function<platform::Status(const mail::MailHead&)>& visit) {
     if (reach == Reach::kAll && HasLimits()) {
         if (auto lifted = LiftLimits(); !lifted) return lifted;
     }
-    return m_mails.Walk([&](const MailHead& head) -> platform::Result<bool> {
+    return m_mails.Walk([&](const mail::MailHead& head) -> platform::Result<bool> {
         if (auto visited = visit(head); !visited) return visited.Error();
         return true;
     });
 }
 
-platform::Result<std::optional<MailHead>> EudoraMailSource::Find(const std::string& id) {
+platform::Result<std::optional<mail::MailHead>> EudoraMailSource::Find(const std::string& id) {
     auto found = m_mails.GoTo(id);
     if (!found) return found.Error();
-    if (!*found) return std::optional<MailHead>();
+    if (!*found) return std::optional<mail::MailHead>();
     auto head = m_mails.CurrentHead();
     if (!head) return head.Error();
-    return std::optional<MailHead>(*std::move(head));
+    return std::optional<mail::MailHead>(*std::move(head));
 }
 
 // A mail without one has its record id in its place.
@@ -101,7 +101,7 @@ std::optional<std::string> EudoraMailSource::MessageId() {
 std::string EudoraMailSource::Name() {
     const auto textOf = [&](const char* field) {
         auto text = m_session.Text(field);
-        return text && *text ? ToUtf8(**text) : std::string();
+        return text && *text ? base::ToUtf8(**text) : std::string();
     };
     return MailName(textOf(kSubject), textOf(kFrom));
 }
@@ -112,8 +112,8 @@ platform::Status EudoraMailSource::Finish() {
     return finished ? opened : finished;
 }
 
-platform::Result<Mail> EudoraMailSource::Read(MailParts parts) {
+platform::Result<mail::Mail> EudoraMailSource::Read(mail::MailParts parts) {
     return m_mails.Current(parts);
 }
 
-}  // namespace host
+}  // namespace host::mailsync

@@ -2,7 +2,7 @@
 
 #include <array>
 
-namespace host {
+namespace host::mailsync {
 
 platform::Result<std::size_t> CountQueued(platform::Files& files, const std::string& outToc) {
     constexpr std::uint64_t kCountAt = 102;  // two bytes, the lower one first
@@ -19,4 +19,4 @@ platform::Result<std::size_t> CountQueued(platform::Files& files, const std::str
     return at(0) | at(1) << 8;
 }
 
-}  // namespace host
+}  // namespace host::mailsync

@@ -3,11 +3,11 @@
 #include <sstream>
 #include <utility>
 
+#include "host/base/out_of_memory.h"
 #include "host/mail/parse.h"
 #include "host/maildir/maildir_name.h"
-#include "host/module/out_of_memory.h"
 
-namespace host {
+namespace host::mailsync {
 
 namespace {
 
@@ -18,12 +18,12 @@ constexpr std::size_t kBatchMails = 500;
 constexpr std::size_t kBatchBytes = 16u << 20;
 
 std::uint32_t StatusOf(const std::string& flags) {
-    return HasFlag(flags, 'S') ? kStatusRead : kStatusUnread;
+    return maildir::HasFlag(flags, 'S') ? mail::kStatusRead : mail::kStatusUnread;
 }
 
-std::string Lines(const std::vector<NewAttachment>& attachments) {
+std::string Lines(const std::vector<mail::NewAttachment>& attachments) {
     std::string lines;
-    for (const NewAttachment& one : attachments) lines += one.copyName + '\n';
+    for (const mail::NewAttachment& one : attachments) lines += one.copyName + '\n';
     return lines;
 }
 
@@ -37,8 +37,8 @@ std::vector<std::string> NamesIn(const std::string& lines) {
 // A mail on its way into the in-box.
 struct Addition {
     const MailStep* step;
-    NewMail mail;
-    RememberedMail row;
+    mail::NewMail mail;
+    state::RememberedMail row;
 };
 
 class EudoraExecution {
@@ -51,9 +51,9 @@ class EudoraExecution {
   private:
     bool Check(const platform::Status& status, const std::string& what);
     void Did(const MailStep& step) { m_outcome.done[m_plan.IndexOf(step)] = true; }
-    platform::Result<NewMail> ReadNew(const MailStep& step);
-    std::optional<NewMail> ReadNamed(const MailStep& step);
-    void Note(const std::string& name, const NewMail& mail);
+    platform::Result<mail::NewMail> ReadNew(const MailStep& step);
+    std::optional<mail::NewMail> ReadNamed(const MailStep& step);
+    void Note(const std::string& name, const mail::NewMail& mail);
     void TakeBackCopies();
     void Erase(const MailStep& step);
     void Mark(const MailStep& step);
@@ -73,9 +73,9 @@ class EudoraExecution {
     MailOutcome& m_outcome;
     std::vector<Addition> m_batch;
     std::size_t m_batchBytes = 0;
-    std::vector<RememberedMail> m_marked;  // since the last Finish
+    std::vector<state::RememberedMail> m_marked;  // since the last Finish
     std::vector<const MailStep*> m_markedSteps;
-    MailMemoryChange m_change;
+    state::MailMemoryChange m_change;
     bool m_hasSent = false;
 };
 
@@ -84,11 +84,11 @@ bool EudoraExecution::Check(const platform::Status& status, const std::string& w
     return status.HasValue();
 }
 
-platform::Result<NewMail> EudoraExecution::ReadNew(const MailStep& step) {
+platform::Result<mail::NewMail> EudoraExecution::ReadNew(const MailStep& step) {
     const bool isForInBox = step.act == MailAct::kAdd;
-    Maildir& maildir = isForInBox ? m_work.folders.mails : m_work.folders.outbox;
-    return OrOutOfMemory([&]() -> platform::Result<NewMail> {
-        auto text = maildir.Read(step.file, kLargestMessage);
+    maildir::Maildir& maildir = isForInBox ? m_work.folders.mails : m_work.folders.outbox;
+    return base::OrOutOfMemory([&]() -> platform::Result<mail::NewMail> {
+        auto text = maildir.Read(step.file, mail::kLargestMessage);
         if (!text) return text.Error();
         m_batchBytes += text->size();
         return m_work.parse(*text, step.row.name);
@@ -97,7 +97,7 @@ platform::Result<NewMail> EudoraExecution::ReadNew(const MailStep& step) {
 
 // With names for the copies of its attachments. Nothing for one that cannot go, which is told; a
 // file that is gone meanwhile, or has another name, is the next run's affair.
-std::optional<NewMail> EudoraExecution::ReadNamed(const MailStep& step) {
+std::optional<mail::NewMail> EudoraExecution::ReadNamed(const MailStep& step) {
     auto mail = ReadNew(step);
     if (!mail && mail.Error().code == ErrorCode::kNotFound) return std::nullopt;
     if (!mail) {
@@ -108,7 +108,7 @@ std::optional<NewMail> EudoraExecution::ReadNamed(const MailStep& step) {
     return *std::move(mail);
 }
 
-void EudoraExecution::Note(const std::string& name, const NewMail& mail) {
+void EudoraExecution::Note(const std::string& name, const mail::NewMail& mail) {
     const auto add = [&](const std::string& note) {
         m_outcome.notes.push_back(std::string(name).append(": ").append(note));
     };
@@ -147,7 +147,7 @@ void EudoraExecution::Erase(const MailStep& step) {
 }
 
 void EudoraExecution::Mark(const MailStep& step) {
-    RememberedMail row = step.row;
+    state::RememberedMail row = step.row;
     const std::uint32_t status = StatusOf(row.flags);
     if (!Check(m_work.source.SetStatus(row.id, status), row.name)) return;
     row.marker = std::to_string(status);
@@ -166,8 +166,8 @@ bool EudoraExecution::Save() {
 void EudoraExecution::Prepare(const MailStep& step) {
     auto mail = ReadNamed(step);
     if (!mail) return;
-    RememberedMail row = step.row;
-    row.link = MailLink::kAdding;
+    state::RememberedMail row = step.row;
+    row.link = state::MailLink::kAdding;
     row.id.clear();
     row.marker = std::to_string(StatusOf(step.file.flags));
     row.messageId = mail->messageId;
@@ -179,7 +179,7 @@ void EudoraExecution::Prepare(const MailStep& step) {
 }
 
 bool EudoraExecution::RememberIntents() {
-    MailMemoryChange change = std::exchange(m_change, {});
+    state::MailMemoryChange change = std::exchange(m_change, {});
     for (const Addition& addition : m_batch) change.put.push_back(addition.row);
     if (change.put.empty() && change.forget.empty()) return true;
     if (!Check(m_work.memory.Save(change), "state")) return false;
@@ -188,7 +188,7 @@ bool EudoraExecution::RememberIntents() {
 }
 
 void EudoraExecution::Add(Addition& addition) {
-    const RememberedMail& row = addition.row;
+    const state::RememberedMail& row = addition.row;
     auto head = m_work.source.Add(addition.mail, StatusOf(row.flags));
     if (!head) return (void)Check(head.Error(), row.name);
     addition.row.id = std::move(head->id);
@@ -199,12 +199,12 @@ void EudoraExecution::Add(Addition& addition) {
 // which takes the copies of its attachments back.
 void EudoraExecution::RememberAdded() {
     for (Addition& addition : m_batch) {
-        RememberedMail& row = addition.row;
+        state::RememberedMail& row = addition.row;
         if (row.id.empty()) continue;
         const auto head = m_work.source.Find(row.id);
         const auto messageId = head && *head ? m_work.source.MessageId() : std::nullopt;
         if (!messageId || *messageId != row.messageId) continue;
-        row.link = MailLink::kInStep;
+        row.link = state::MailLink::kInStep;
         row.marker = (*head)->marker;
         row.content.clear();
         m_change.put.push_back(std::move(row));
@@ -247,8 +247,8 @@ bool EudoraExecution::AddAll() {
 // by nothing else.
 void EudoraExecution::File(const MailStep& step, std::int64_t key) {
     if (!Check(m_work.folders.sent.Create(), ".Sent")) return;
-    const auto moved = m_work.folders.outbox.MoveInto(m_work.folders.sent, step.file,
-                                                      WithFlag(step.file.flags, 'S', true));
+    const auto moved = m_work.folders.outbox.MoveInto(
+        m_work.folders.sent, step.file, maildir::WithFlag(step.file.flags, 'S', true));
     if (!moved && moved.Error().code != ErrorCode::kNotFound) {
         (void)Check(moved, step.row.name);
         return;
@@ -264,7 +264,7 @@ bool EudoraExecution::Send(const MailStep& step) {
     if (!mail) return false;
     auto before = m_work.queued();
     if (!before) return Check(before.Error(), step.row.name);
-    MailMemoryChange intent{{step.row}, {}, false};
+    state::MailMemoryChange intent{{step.row}, {}, false};
     intent.put[0].size = *before;
     intent.put[0].content = Lines(mail->attachments);
     if (!Check(m_work.memory.Save(intent), "state")) return false;
@@ -310,4 +310,4 @@ void ExecuteOnEudora(const MailPlan& plan, const MailWork& work, MailOutcome& ou
     EudoraExecution(plan, work, outcome).Run();
 }
 
-}  // namespace host
+}  // namespace host::mailsync

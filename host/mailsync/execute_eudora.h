@@ -2,7 +2,7 @@
 
 #include "host/mailsync/execute_mail.h"
 
-namespace host {
+namespace host::mailsync {
 
 // The part of a plan that changes Eudora: removals, read states, new mails, and mails to be sent.
 //
@@ -12,4 +12,4 @@ namespace host {
 // found done and are then only remembered.
 void ExecuteOnEudora(const MailPlan& plan, const MailWork& work, MailOutcome& outcome);
 
-}  // namespace host
+}  // namespace host::mailsync

@@ -5,7 +5,7 @@
 #include "host/mailsync/execute_eudora.h"
 #include "host/mailsync/mail_content.h"
 
-namespace host {
+namespace host::mailsync {
 
 namespace {
 
@@ -25,7 +25,7 @@ class MailExecution {
   private:
     struct Delivery {
         const MailStep* step;
-        RememberedMail row;
+        state::RememberedMail row;
         bool isComposed = false;
     };
 
@@ -33,7 +33,7 @@ class MailExecution {
     void Did(const MailStep& step) { m_outcome.done[m_plan.IndexOf(step)] = true; }
     void Redo(const MailStep& step);
     bool ComposeAll();
-    platform::Result<Mail> ReadMail(const MailStep& step);
+    platform::Result<mail::Mail> ReadMail(const MailStep& step);
     bool Compose(Delivery& delivery);
     bool Remember();
     bool Deliver(const Delivery& delivery);
@@ -46,8 +46,8 @@ class MailExecution {
     const MailWork& m_work;
     std::vector<Delivery> m_batch;
     std::size_t m_tried = 0, m_total = 0;
-    std::vector<MaildirEntry> m_delivered;
-    MailMemoryChange m_change;
+    std::vector<maildir::MaildirEntry> m_delivered;
+    state::MailMemoryChange m_change;
     bool m_isFolderChanged = false;
     MailOutcome m_outcome;
 };
@@ -64,24 +64,24 @@ void MailExecution::Redo(const MailStep& step) {
     m_change.forget.push_back(step.row.key);
 }
 
-platform::Result<Mail> MailExecution::ReadMail(const MailStep& step) {
+platform::Result<mail::Mail> MailExecution::ReadMail(const MailStep& step) {
     auto found = m_work.source.Find(step.row.id);
     if (!found) return found.Error();
     if (!*found) return platform::Failure{ErrorCode::kNotFound, step.row.name};
-    return m_work.source.Read(MailParts::kAll);
+    return m_work.source.Read(mail::MailParts::kAll);
 }
 
 // False if the Maildir takes no more. A mail that is gone meanwhile, or cannot be read, is passed
 // over.
 bool MailExecution::Compose(Delivery& delivery) {
-    RememberedMail& row = delivery.row;
+    state::RememberedMail& row = delivery.row;
     m_work.progress.Step("mail", ++m_tried, m_total);
     const auto mail = ReadMail(*delivery.step);
     if (!mail && mail.Error().code == ErrorCode::kNotFound) return true;
     if (!mail) return !Check(mail.Error(), row.name);
     bool isMailAtFault = false;
-    const auto size = ComposeInto(m_work.folders.mails, row.unique, m_work.files, *mail,
-                                  OffsetAt(m_work.clock, *mail), isMailAtFault);
+    const auto size = mail::ComposeInto(m_work.folders.mails, row.unique, m_work.files, *mail,
+                                        OffsetAt(m_work.clock, *mail), isMailAtFault);
     if (!size) {
         (void)Check(size.Error(), row.name);
         return isMailAtFault;
@@ -89,7 +89,7 @@ bool MailExecution::Compose(Delivery& delivery) {
     for (const auto& note : mail->notes) m_outcome.notes.push_back(row.name + ": " + note);
     row.size = *size;
     row.content = ContentOf(*mail);
-    row.fileId = MessageIdOf(*mail);
+    row.fileId = mail::MessageIdOf(*mail);
     delivery.isComposed = true;
     return true;
 }
@@ -104,7 +104,7 @@ bool MailExecution::Remember() {
 }
 
 bool MailExecution::Deliver(const Delivery& delivery) {
-    const RememberedMail& row = delivery.row;
+    const state::RememberedMail& row = delivery.row;
     const auto status = m_work.folders.mails.Deliver(row.unique, row.flags);
     if (!Check(status, row.name)) return false;
     m_delivered.push_back(m_work.folders.mails.EntryOf(row.unique, row.flags));
@@ -194,4 +194,4 @@ MailOutcome ExecuteMail(const MailPlan& plan, const MailWork& work) {
     return MailExecution(plan, work).Run();
 }
 
-}  // namespace host
+}  // namespace host::mailsync

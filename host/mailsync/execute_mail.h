@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "host/engine/progress.h"
+#include "host/base/progress.h"
 #include "host/mail/attach_folder.h"
 #include "host/mailsync/load_mail.h"
 #include "host/mailsync/mail_plan.h"
@@ -13,7 +13,7 @@
 #include "platform/os/clock.h"
 #include "platform/os/files.h"
 
-namespace host {
+namespace host::mailsync {
 
 struct MailOutcome {
     std::vector<std::string> errors;  // one line for each step that failed
@@ -25,13 +25,13 @@ struct MailOutcome {
 struct MailWork {
     MailSource& source;
     MailFolders& folders;
-    MailMemory& memory;
-    platform::Files& files;     // for attachments
-    AttachFolder& attachments;  // of Eudora
+    state::MailMemory& memory;
+    platform::Files& files;           // for attachments
+    mail::AttachFolder& attachments;  // of Eudora
     platform::Clock& clock;
-    Progress& progress;
+    base::Progress& progress;
     // Reads a file for Eudora; the name is what a refusal calls it.
-    std::function<platform::Result<NewMail>(std::string_view, const std::string&)> parse;
+    std::function<platform::Result<mail::NewMail>(std::string_view, const std::string&)> parse;
     // How many mails lie in Eudora's out-box.
     std::function<platform::Result<std::size_t>()> queued;
     // Called once before the first change of Eudora's side; its failure ends the run there.
@@ -46,4 +46,4 @@ struct MailWork {
 // work is on the disk.
 MailOutcome ExecuteMail(const MailPlan& plan, const MailWork& work);
 
-}  // namespace host
+}  // namespace host::mailsync

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "host/base/out_of_memory.h"
 #include "host/mail/compose.h"
 #include "host/mail/message_id.h"
 #include "host/mail/parse.h"
@@ -9,9 +10,8 @@
 #include "host/maildir/message_header.h"
 #include "host/mailsync/mail_content.h"
 #include "host/mailsync/mail_matching.h"
-#include "host/module/out_of_memory.h"
 
-namespace host {
+namespace host::mailsync {
 
 namespace {
 
@@ -19,15 +19,15 @@ using platform::ErrorCode;
 
 // Whether a file in the Maildir has this Message-ID as it is.
 bool IsPlainId(const std::string& id) {
-    Mail mail;
+    mail::Mail mail;
     mail.messageId = id;
-    return !id.empty() && MessageIdOf(mail) == id;
+    return !id.empty() && mail::MessageIdOf(mail) == id;
 }
 
 class MailLoader {
   public:
     MailLoader(MailSource& source, MailFolders& folders,
-               const std::vector<RememberedMail>& remembered, Progress& progress)
+               const std::vector<state::RememberedMail>& remembered, base::Progress& progress)
         : m_source(source),
           m_maildir(folders.mails),
           m_outbox(folders.outbox),
@@ -41,38 +41,39 @@ class MailLoader {
     bool MissesFiles() const;
     void PassOverTrashed();
     void FindForeign();
-    static platform::Result<FolderHead> HeadOf(Maildir& maildir, const MaildirEntry& file);
-    bool IsRead(const platform::Result<FolderHead>& head, const MaildirEntry& file);
+    static platform::Result<FolderHead> HeadOf(maildir::Maildir& maildir,
+                                               const maildir::MaildirEntry& file);
+    bool IsRead(const platform::Result<FolderHead>& head, const maildir::MaildirEntry& file);
     void ReadForeign();
     platform::Status ListOutgoing();
     void FillFileIds();
     platform::Status FindTorn();
     platform::Status WalkEudora(Reach reach);
-    void See(const MailHead& head, std::optional<std::string> messageId, bool isWithinLimits);
+    void See(const mail::MailHead& head, std::optional<std::string> messageId, bool isWithinLimits);
     void PassOver(const std::string& name, const platform::Failure& fault);
-    std::vector<const RememberedMail*> Unseen() const;
+    std::vector<const state::RememberedMail*> Unseen() const;
     platform::Status FindHidden();
     // True if all of them are still there.
-    bool SearchOneByOne(const std::vector<const RememberedMail*>& unseen);
+    bool SearchOneByOne(const std::vector<const state::RememberedMail*>& unseen);
     void ReadUnidentified(const MailMatching& matching);
-    platform::Result<Mail> ReadMail(const EudoraHead& head);
+    platform::Result<mail::Mail> ReadMail(const EudoraHead& head);
 
     MailSource& m_source;
-    Maildir &m_maildir, &m_outbox;
-    const std::vector<RememberedMail>& m_remembered;
-    Progress& m_progress;
-    std::unordered_map<std::string, const RememberedMail*> m_byId;
+    maildir::Maildir &m_maildir, &m_outbox;
+    const std::vector<state::RememberedMail>& m_remembered;
+    base::Progress& m_progress;
+    std::unordered_map<std::string, const state::RememberedMail*> m_byId;
     std::unordered_set<std::string> m_seen;
     MailSides m_sides;
-    std::vector<const MaildirEntry*> m_foreign;  // nobody remembers them
+    std::vector<const maildir::MaildirEntry*> m_foreign;  // nobody remembers them
     bool m_sawAll = false;
 };
 
 bool MailLoader::MissesFiles() const {
     std::unordered_set<std::string_view> present;
-    for (const MaildirEntry& file : m_sides.folder) present.insert(file.unique);
-    return std::ranges::any_of(m_remembered, [&](const RememberedMail& row) {
-        return row.link != MailLink::kDropped && !present.contains(row.unique);
+    for (const maildir::MaildirEntry& file : m_sides.folder) present.insert(file.unique);
+    return std::ranges::any_of(m_remembered, [&](const state::RememberedMail& row) {
+        return row.link != state::MailLink::kDropped && !present.contains(row.unique);
     });
 }
 
@@ -86,8 +87,8 @@ platform::Status MailLoader::ListFolder() {
     auto second = m_maildir.List();
     if (!second) return second.Error();
     std::unordered_set<std::string> present;
-    for (const MaildirEntry& file : *second) present.insert(file.unique);
-    for (MaildirEntry& file : m_sides.folder) {
+    for (const maildir::MaildirEntry& file : *second) present.insert(file.unique);
+    for (maildir::MaildirEntry& file : m_sides.folder) {
         if (!present.contains(file.unique)) second->push_back(std::move(file));
     }
     m_sides.folder = *std::move(second);
@@ -95,25 +96,26 @@ platform::Status MailLoader::ListFolder() {
 }
 
 void MailLoader::PassOverTrashed() {
-    std::erase_if(m_sides.folder,
-                  [](const MaildirEntry& file) { return HasFlag(file.flags, 'T'); });
+    std::erase_if(m_sides.folder, [](const maildir::MaildirEntry& file) {
+        return maildir::HasFlag(file.flags, 'T');
+    });
 }
 
 void MailLoader::FindForeign() {
     std::unordered_set<std::string_view> remembered;
-    for (const RememberedMail& row : m_remembered) remembered.insert(row.unique);
-    for (const MaildirEntry& file : m_sides.folder) {
+    for (const state::RememberedMail& row : m_remembered) remembered.insert(row.unique);
+    for (const maildir::MaildirEntry& file : m_sides.folder) {
         if (!remembered.contains(file.unique)) m_foreign.push_back(&file);
     }
 }
 
 platform::Status MailLoader::FindTorn() {
-    std::unordered_map<std::string_view, const RememberedMail*> pending;
-    for (const RememberedMail& row : m_remembered) {
-        if (row.link == MailLink::kPending) pending.emplace(row.unique, &row);
+    std::unordered_map<std::string_view, const state::RememberedMail*> pending;
+    for (const state::RememberedMail& row : m_remembered) {
+        if (row.link == state::MailLink::kPending) pending.emplace(row.unique, &row);
     }
     if (pending.empty()) return {};
-    for (const MaildirEntry& file : m_sides.folder) {
+    for (const maildir::MaildirEntry& file : m_sides.folder) {
         const auto row = pending.find(file.unique);
         if (row == pending.end()) continue;
         auto size = m_maildir.SizeOf(file);
@@ -130,7 +132,7 @@ void MailLoader::PassOver(const std::string& name, const platform::Failure& faul
     m_sides.mayMiss = true;
 }
 
-void MailLoader::See(const MailHead& head, std::optional<std::string> messageId,
+void MailLoader::See(const mail::MailHead& head, std::optional<std::string> messageId,
                      bool isWithinLimits) {
     if (!m_seen.insert(head.id).second) return;
     EudoraHead seen{head.id, head.marker, std::move(messageId), {}, isWithinLimits, {}, {}};
@@ -138,7 +140,8 @@ void MailLoader::See(const MailHead& head, std::optional<std::string> messageId,
     const bool isKnown =
         known != m_byId.end() && (!seen.messageId || *seen.messageId == known->second->messageId);
     if (head.marker.empty()) {
-        PassOver(isKnown ? known->second->name : "", m_source.Read(MailParts::kHeader).Error());
+        PassOver(isKnown ? known->second->name : "",
+                 m_source.Read(mail::MailParts::kHeader).Error());
     } else if (!isKnown && isWithinLimits) {
         seen.name = m_source.Name();
     }
@@ -148,24 +151,24 @@ void MailLoader::See(const MailHead& head, std::optional<std::string> messageId,
 platform::Status MailLoader::WalkEudora(Reach reach) {
     std::size_t count = 0;
     m_sawAll = m_sawAll || reach == Reach::kAll || !m_source.HasLimits();
-    return m_source.Walk(reach, [&](const MailHead& head) -> platform::Status {
+    return m_source.Walk(reach, [&](const mail::MailHead& head) -> platform::Status {
         m_progress.Step("looking at mail", ++count);
         See(head, m_source.MessageId(), reach == Reach::kWithinLimits);
         return {};
     });
 }
 
-std::vector<const RememberedMail*> MailLoader::Unseen() const {
-    std::vector<const RememberedMail*> unseen;
-    for (const RememberedMail& row : m_remembered) {
+std::vector<const state::RememberedMail*> MailLoader::Unseen() const {
+    std::vector<const state::RememberedMail*> unseen;
+    for (const state::RememberedMail& row : m_remembered) {
         // Of a kept one it is known that the mail is gone; should it be back, it shows itself.
-        if (row.link != MailLink::kKept && !m_seen.contains(row.id)) unseen.push_back(&row);
+        if (row.link != state::MailLink::kKept && !m_seen.contains(row.id)) unseen.push_back(&row);
     }
     return unseen;
 }
 
-bool MailLoader::SearchOneByOne(const std::vector<const RememberedMail*>& unseen) {
-    for (const RememberedMail* row : unseen) {
+bool MailLoader::SearchOneByOne(const std::vector<const state::RememberedMail*>& unseen) {
+    for (const state::RememberedMail* row : unseen) {
         // One that was being added: only its Message-ID is known.
         if (row->id.empty()) return false;
         const auto found = m_source.Find(row->id);
@@ -186,11 +189,11 @@ platform::Status MailLoader::FindHidden() {
     return WalkEudora(Reach::kAll);
 }
 
-platform::Result<Mail> MailLoader::ReadMail(const EudoraHead& head) {
+platform::Result<mail::Mail> MailLoader::ReadMail(const EudoraHead& head) {
     auto found = m_source.Find(head.id);
     if (!found) return found.Error();
     if (!*found) return platform::Failure{ErrorCode::kNotFound, head.id};
-    return m_source.Read(MailParts::kWithoutAttachments);
+    return m_source.Read(mail::MailParts::kWithoutAttachments);
 }
 
 // Mails without Message-ID that may be remembered ones under another id, or files that are there.
@@ -207,7 +210,7 @@ void MailLoader::ReadUnidentified(const MailMatching& matching) {
         auto mail = ReadMail(head);
         if (mail) {
             head.content = ContentOf(*mail);
-            head.fileMessageId = MessageIdOf(*mail);
+            head.fileMessageId = mail::MessageIdOf(*mail);
         } else if (mail.Error().code != ErrorCode::kNotFound) {
             head.marker.clear();
             PassOver(head.name, mail.Error());
@@ -215,23 +218,25 @@ void MailLoader::ReadUnidentified(const MailMatching& matching) {
     }
 }
 
-platform::Result<FolderHead> MailLoader::HeadOf(Maildir& maildir, const MaildirEntry& file) {
-    return OrOutOfMemory([&]() -> platform::Result<FolderHead> {
+platform::Result<FolderHead> MailLoader::HeadOf(maildir::Maildir& maildir,
+                                                const maildir::MaildirEntry& file) {
+    return base::OrOutOfMemory([&]() -> platform::Result<FolderHead> {
         auto text = maildir.ReadHeader(file);
         if (!text) return text.Error();
-        FolderHead head{MessageIdInHeader(*text),
-                        MailName(DecodeWords(FieldInHeader(*text, "subject")),
-                                 DecodeWords(FieldInHeader(*text, "from")))};
-        if (CanBeMessageId(head.messageId) && !IsIndexId(head.messageId)) return head;
-        text = maildir.Read(file, kLargestMessage);
+        FolderHead head{maildir::MessageIdInHeader(*text),
+                        MailName(mail::DecodeWords(maildir::FieldInHeader(*text, "subject")),
+                                 mail::DecodeWords(maildir::FieldInHeader(*text, "from")))};
+        if (mail::CanBeMessageId(head.messageId) && !mail::IsIndexId(head.messageId)) return head;
+        text = maildir.Read(file, mail::kLargestMessage);
         if (!text) return text.Error();
-        head.messageId = MessageIdForEudora(*text);
+        head.messageId = mail::MessageIdForEudora(*text);
         return head;
     });
 }
 
 // What vanished is passed over, and what cannot be read is told.
-bool MailLoader::IsRead(const platform::Result<FolderHead>& head, const MaildirEntry& file) {
+bool MailLoader::IsRead(const platform::Result<FolderHead>& head,
+                        const maildir::MaildirEntry& file) {
     if (!head && head.Error().code != ErrorCode::kNotFound) {
         m_sides.unread.push_back("the file " + file.name +
                                  " cannot be read: " + head.Error().Message());
@@ -244,8 +249,8 @@ void MailLoader::ReadForeign() {
     const bool missesFiles = MissesFiles();
     for (std::size_t i = 0; i < m_foreign.size(); ++i) {
         m_progress.Step("reading the Maildir:", i, m_foreign.size());
-        const MaildirEntry& file = *m_foreign[i];
-        if (HasFlag(file.flags, 'D') && !missesFiles) continue;
+        const maildir::MaildirEntry& file = *m_foreign[i];
+        if (maildir::HasFlag(file.flags, 'D') && !missesFiles) continue;
         auto head = HeadOf(m_maildir, file);
         if (IsRead(head, file)) m_sides.foreign.emplace(file.unique, *std::move(head));
     }
@@ -256,9 +261,9 @@ void MailLoader::ReadForeign() {
 platform::Status MailLoader::ListOutgoing() {
     auto files = m_outbox.List();
     if (!files) return files.Error();
-    std::ranges::sort(*files, {}, &MaildirEntry::unique);
-    for (MaildirEntry& file : *files) {
-        if (HasFlag(file.flags, 'T')) continue;
+    std::ranges::sort(*files, {}, &maildir::MaildirEntry::unique);
+    for (maildir::MaildirEntry& file : *files) {
+        if (maildir::HasFlag(file.flags, 'T')) continue;
         auto head = HeadOf(m_outbox, file);
         if (IsRead(head, file))
             m_sides.outgoing.push_back({std::move(file), std::move(head->name)});
@@ -274,7 +279,7 @@ void MailLoader::FillFileIds() {
 }
 
 platform::Result<MailSides> MailLoader::Load() {
-    for (const RememberedMail& row : m_remembered) m_byId.emplace(row.id, &row);
+    for (const state::RememberedMail& row : m_remembered) m_byId.emplace(row.id, &row);
     if (auto status = ListFolder(); !status) return status.Error();
     PassOverTrashed();
     FindForeign();
@@ -298,15 +303,15 @@ MailFolders::MailFolders(platform::Files& files, platform::Clock& clock, const s
       sent(files, clock, maildir + files.Separator() + ".Sent") {}
 
 platform::Result<MailSides> LoadMailSides(MailSource& source, MailFolders& folders,
-                                          const std::vector<RememberedMail>& remembered,
-                                          Progress& progress) {
-    std::vector<RememberedMail> mails, sending;
-    for (const RememberedMail& row : remembered) {
-        (row.link == MailLink::kSending ? sending : mails).push_back(row);
+                                          const std::vector<state::RememberedMail>& remembered,
+                                          base::Progress& progress) {
+    std::vector<state::RememberedMail> mails, sending;
+    for (const state::RememberedMail& row : remembered) {
+        (row.link == state::MailLink::kSending ? sending : mails).push_back(row);
     }
     auto sides = MailLoader(source, folders, mails, progress).Load();
     if (sides) sides->sending = std::move(sending);
     return sides;
 }
 
-}  // namespace host
+}  // namespace host::mailsync

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "host/engine/progress.h"
+#include "host/base/progress.h"
 #include "host/mailsync/mail_plan.h"
 #include "host/mailsync/mail_source.h"
 
-namespace host {
+namespace host::mailsync {
 
 // More remembered mails than this that the limits may hide are looked for by one walk instead of
 // one by one.
@@ -13,7 +13,7 @@ inline constexpr std::size_t kMostSearches = 16;
 // The Maildir, and the folders of outgoing mails in it: a file in .Outbox is queued in Eudora and
 // goes to .Sent.
 struct MailFolders {
-    Maildir mails, outbox, sent;
+    maildir::Maildir mails, outbox, sent;
 
     MailFolders(platform::Files& files, platform::Clock& clock, const std::string& maildir);
 };
@@ -21,7 +21,7 @@ struct MailFolders {
 // Both sides as they are now. Mails that are remembered are found whatever the limits hide; of a
 // mail that is known again no more is read than its id, marker and Message-ID.
 platform::Result<MailSides> LoadMailSides(MailSource& source, MailFolders& folders,
-                                          const std::vector<RememberedMail>& remembered,
-                                          Progress& progress);
+                                          const std::vector<state::RememberedMail>& remembered,
+                                          base::Progress& progress);
 
-}  // namespace host
+}  // namespace host::mailsync

@@ -5,7 +5,7 @@
 #include "host/mail/mail_date.h"
 #include "host/mail/message_id.h"
 
-namespace host {
+namespace host::mailsync {
 
 namespace {
 
@@ -25,20 +25,20 @@ std::string MailName(std::string subject, std::string from) {
     return from.empty() ? subject : subject + " from " + Printable(std::move(from));
 }
 
-std::string ContentOf(const Mail& mail) {
+std::string ContentOf(const mail::Mail& mail) {
     std::string all;
     for (const auto* field :
          {&mail.from, &mail.to, &mail.cc, &mail.bcc, &mail.subject, &mail.body}) {
         all.append(field->value_or("")).append(1, '\0');
     }
     if (mail.date) {
-        if (const auto local = FromOleDate(*mail.date)) all += IsoDate(*local);
+        if (const auto local = mail::FromOleDate(*mail.date)) all += mail::IsoDate(*local);
     }
-    return Fingerprint(all);
+    return mail::Fingerprint(all);
 }
 
-std::chrono::seconds OffsetAt(platform::Clock& clock, const Mail& mail) {
-    const auto local = mail.date ? FromOleDate(*mail.date) : std::nullopt;
+std::chrono::seconds OffsetAt(platform::Clock& clock, const mail::Mail& mail) {
+    const auto local = mail.date ? mail::FromOleDate(*mail.date) : std::nullopt;
     if (!local) return clock.UtcOffset(clock.Now());
     // The offset at an instant is asked for with the local time first, then with what that gives:
     // right but for the hours around a change.
@@ -46,4 +46,4 @@ std::chrono::seconds OffsetAt(platform::Clock& clock, const Mail& mail) {
     return clock.UtcOffset(asUtc - clock.UtcOffset(asUtc));
 }
 
-}  // namespace host
+}  // namespace host::mailsync

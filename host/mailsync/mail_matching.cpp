@@ -3,7 +3,7 @@
 #include <string>
 #include <unordered_map>
 
-namespace host {
+namespace host::mailsync {
 
 namespace {
 
@@ -30,28 +30,28 @@ class Pool {
 };
 
 // An id that another mail got is no sign.
-bool IsSame(const EudoraHead& head, const RememberedMail& row) {
-    if (!head.messageId) return row.link != MailLink::kAdding;
+bool IsSame(const EudoraHead& head, const state::RememberedMail& row) {
+    if (!head.messageId) return row.link != state::MailLink::kAdding;
     return *head.messageId == row.messageId;
 }
 
 }  // namespace
 
 std::vector<bool> LostDeliveries(const MailSides& sides,
-                                 const std::vector<RememberedMail>& remembered) {
+                                 const std::vector<state::RememberedMail>& remembered) {
     std::unordered_set<std::string_view> present;
-    for (const MaildirEntry& file : sides.folder) present.insert(file.unique);
+    for (const maildir::MaildirEntry& file : sides.folder) present.insert(file.unique);
     std::vector<bool> lost(remembered.size(), false);
     for (std::size_t i = 0; i < remembered.size(); ++i) {
-        const RememberedMail& row = remembered[i];
-        lost[i] = row.link == MailLink::kPending &&
+        const state::RememberedMail& row = remembered[i];
+        lost[i] = row.link == state::MailLink::kPending &&
                   (!present.contains(row.unique) || sides.torn.contains(row.unique));
     }
     return lost;
 }
 
 MailMatching MatchMails(const std::vector<EudoraHead>& eudora,
-                        const std::vector<RememberedMail>& remembered,
+                        const std::vector<state::RememberedMail>& remembered,
                         const std::vector<bool>& lost) {
     MailMatching matching{std::vector<std::optional<std::size_t>>(eudora.size()),
                           std::vector<bool>(remembered.size(), false)};
@@ -69,7 +69,7 @@ MailMatching MatchMails(const std::vector<EudoraHead>& eudora,
     Pool byMessageId, byContent;
     for (std::size_t i = 0; i < remembered.size(); ++i) {
         if (!matching.isGone[i]) continue;
-        const RememberedMail& row = remembered[i];
+        const state::RememberedMail& row = remembered[i];
         row.messageId.empty() ? byContent.Add(row.content, i) : byMessageId.Add(row.messageId, i);
     }
     for (std::size_t i = 0; i < eudora.size(); ++i) {
@@ -83,4 +83,4 @@ MailMatching MatchMails(const std::vector<EudoraHead>& eudora,
     return matching;
 }
 
-}  // namespace host
+}  // namespace host::mailsync

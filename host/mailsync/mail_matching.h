@@ -6,7 +6,7 @@
 
 #include "host/mailsync/mail_plan.h"
 
-namespace host {
+namespace host::mailsync {
 
 // Which remembered mail each mail of Eudora's is.
 struct MailMatching {
@@ -16,11 +16,11 @@ struct MailMatching {
 
 // Which remembered deliveries of a cut-off run left no file, or a part of one.
 std::vector<bool> LostDeliveries(const MailSides& sides,
-                                 const std::vector<RememberedMail>& remembered);
+                                 const std::vector<state::RememberedMail>& remembered);
 
 // Rows of deliveries that are lost match nothing.
 MailMatching MatchMails(const std::vector<EudoraHead>& eudora,
-                        const std::vector<RememberedMail>& remembered,
+                        const std::vector<state::RememberedMail>& remembered,
                         const std::vector<bool>& lost);
 
-}  // namespace host
+}  // namespace host::mailsync

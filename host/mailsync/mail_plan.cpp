@@ -4,7 +4,7 @@
 
 #include "host/mail/mail.h"
 
-namespace host {
+namespace host::mailsync {
 
 std::size_t MailPlan::Count(MailAct act) const {
     return static_cast<std::size_t>(std::ranges::count(steps, act, &MailStep::act));
@@ -25,7 +25,7 @@ bool MailPlan::ChangesEudora() const {
 }
 
 bool IsSeen(const std::string& marker) {
-    return marker != std::to_string(kStatusUnread);
+    return marker != std::to_string(mail::kStatusUnread);
 }
 
-}  // namespace host
+}  // namespace host::mailsync

@@ -7,11 +7,11 @@
 #include <unordered_set>
 #include <vector>
 
-#include "host/engine/commands.h"
 #include "host/maildir/maildir.h"
 #include "host/state/mail_memory.h"
+#include "host/sync/preference.h"
 
-namespace host {
+namespace host::mailsync {
 
 // A mail as Eudora has it now.
 struct EudoraHead {
@@ -30,21 +30,21 @@ struct FolderHead {
 };
 
 struct OutgoingFile {
-    MaildirEntry file;
+    maildir::MaildirEntry file;
     std::string name;
 };
 
 // What both sides hold now. A file with the flag T is on its way out: it counts as removed.
 struct MailSides {
     std::vector<EudoraHead> eudora;  // in the mailbox's order; each id once
-    std::vector<MaildirEntry> folder;
+    std::vector<maildir::MaildirEntry> folder;
     // What the files are that nobody remembers, by unique name; drafts only where they may matter.
     std::unordered_map<std::string, FolderHead> foreign;
     // Files of which a cut-off run delivered a part only, by unique name.
     std::unordered_set<std::string> torn;
-    std::vector<OutgoingFile> outgoing;   // in .Outbox
-    std::vector<RememberedMail> sending;  // what is remembered of those
-    std::size_t queued = 0;               // mails in Eudora's out-box
+    std::vector<OutgoingFile> outgoing;          // in .Outbox
+    std::vector<state::RememberedMail> sending;  // what is remembered of those
+    std::size_t queued = 0;                      // mails in Eudora's out-box
     // The mails and files that cannot be read, a line each.
     std::vector<std::string> unread;
     // One of these may be what seems to be gone.
@@ -68,8 +68,8 @@ enum class MailAct {
 
 struct MailStep {
     MailAct act = MailAct::kRemember;
-    RememberedMail row;  // as it is remembered afterwards
-    MaildirEntry file;   // where there is one
+    state::RememberedMail row;   // as it is remembered afterwards
+    maildir::MaildirEntry file;  // where there is one
 };
 
 struct MailPlan {
@@ -93,8 +93,8 @@ struct MailPlan {
 };
 
 struct MailPlanOptions {
-    Prefer prefer = Prefer::kBoth;
-    std::optional<DeleteLimit> maxDelete;
+    sync::Prefer prefer = sync::Prefer::kBoth;
+    std::optional<sync::DeleteLimit> maxDelete;
 };
 
 // What brings the Maildir and Eudora's in-box into step, from what both hold and what they held
@@ -108,10 +108,10 @@ struct MailPlanOptions {
 // preference decides; without one a mail that was read anywhere is read. A mail that was removed
 // on one side and whose read state changed on the other waits for a preference. While something
 // cannot be read that may be what is missing, nothing counts as removed.
-MailPlan PlanMail(const MailSides& sides, const std::vector<RememberedMail>& remembered,
+MailPlan PlanMail(const MailSides& sides, const std::vector<state::RememberedMail>& remembered,
                   const MailPlanOptions& options);
 
 // Whether a change marker is that of a read mail.
 bool IsSeen(const std::string& marker);
 
-}  // namespace host
+}  // namespace host::mailsync

@@ -5,26 +5,26 @@
 #include "host/mailsync/mail_matching.h"
 #include "host/mailsync/mail_plan.h"
 
-namespace host {
+namespace host::mailsync {
 
 namespace {
 
 constexpr char kSeenFlag = 'S';
 
 // A file that the person marked so is no mere copy of Eudora's mail.
-bool IsMarked(const MaildirEntry& file) {
-    return HasFlag(file.flags, 'F') || HasFlag(file.flags, 'D');
+bool IsMarked(const maildir::MaildirEntry& file) {
+    return maildir::HasFlag(file.flags, 'F') || maildir::HasFlag(file.flags, 'D');
 }
 
 // Whether the mail was read when both sides were last in step. One that a run which was cut off
 // added stands read in Eudora until its state is stored: the file's flag counts.
-bool WasSeen(const RememberedMail& row, bool isSeenNow) {
-    return IsSeen(row.marker) || (row.link == MailLink::kAdding && isSeenNow);
+bool WasSeen(const state::RememberedMail& row, bool isSeenNow) {
+    return IsSeen(row.marker) || (row.link == state::MailLink::kAdding && isSeenNow);
 }
 
 class MailPlanner {
   public:
-    MailPlanner(const MailSides& sides, const std::vector<RememberedMail>& remembered,
+    MailPlanner(const MailSides& sides, const std::vector<state::RememberedMail>& remembered,
                 const MailPlanOptions& options)
         : m_sides(sides), m_remembered(remembered), m_options(options) {}
 
@@ -34,40 +34,42 @@ class MailPlanner {
     void FindFiles();
     void FindRenamed(const std::vector<bool>& lost);
     void CountFiles(const std::vector<bool>& lost);
-    void PlanKnown(const EudoraHead& head, const RememberedMail& row);
-    void PlanFlags(const EudoraHead& head, RememberedMail row, const MaildirEntry& file);
+    void PlanKnown(const EudoraHead& head, const state::RememberedMail& row);
+    void PlanFlags(const EudoraHead& head, state::RememberedMail row,
+                   const maildir::MaildirEntry& file);
     void PlanNew(const EudoraHead& head);
-    void PlanPair(const EudoraHead& head, const MaildirEntry& file);
-    void PlanRemovedFile(const EudoraHead& head, RememberedMail row, bool hasNewId);
-    void PlanGone(const RememberedMail& row);
+    void PlanPair(const EudoraHead& head, const maildir::MaildirEntry& file);
+    void PlanRemovedFile(const EudoraHead& head, state::RememberedMail row, bool hasNewId);
+    void PlanGone(const state::RememberedMail& row);
     void PlanNewFiles();
     void PlanOutgoing();
-    void PlanOutgoing(const OutgoingFile& outgoing, const RememberedMail* row);
+    void PlanOutgoing(const OutgoingFile& outgoing, const state::RememberedMail* row);
     void Conflict(const std::string& name, const char* what);
     void CheckLimits();
     void CheckLimit(MailAct act, const char* where);
     bool Holds();
-    const MaildirEntry* FileOf(const RememberedMail& row) const;
-    const MaildirEntry* TakeForeign(const std::string& messageId, const std::string& name);
-    void Add(MailAct act, RememberedMail row, const MaildirEntry* file = nullptr);
+    const maildir::MaildirEntry* FileOf(const state::RememberedMail& row) const;
+    const maildir::MaildirEntry* TakeForeign(const std::string& messageId, const std::string& name);
+    void Add(MailAct act, state::RememberedMail row, const maildir::MaildirEntry* file = nullptr);
 
     const MailSides& m_sides;
-    const std::vector<RememberedMail>& m_remembered;
+    const std::vector<state::RememberedMail>& m_remembered;
     const MailPlanOptions& m_options;
-    std::unordered_map<std::string_view, const MaildirEntry*> m_files;
-    std::unordered_map<std::string, std::vector<const MaildirEntry*>> m_foreign;
+    std::unordered_map<std::string_view, const maildir::MaildirEntry*> m_files;
+    std::unordered_map<std::string, std::vector<const maildir::MaildirEntry*>> m_foreign;
     std::unordered_set<std::string_view> m_taken;  // unique names of files that have a mail
-    std::unordered_map<std::int64_t, const MaildirEntry*> m_renamed;  // by the row's key
+    std::unordered_map<std::int64_t, const maildir::MaildirEntry*> m_renamed;  // by the row's key
     std::size_t m_inStep = 0, m_inFolder = 0;
     bool m_hasUnknown = false;  // a mail of Eudora's that may be any file
     MailPlan m_plan;
 };
 
-void MailPlanner::Add(MailAct act, RememberedMail row, const MaildirEntry* file) {
-    m_plan.steps.push_back({act, std::move(row), file != nullptr ? *file : MaildirEntry{}});
+void MailPlanner::Add(MailAct act, state::RememberedMail row, const maildir::MaildirEntry* file) {
+    m_plan.steps.push_back(
+        {act, std::move(row), file != nullptr ? *file : maildir::MaildirEntry{}});
 }
 
-const MaildirEntry* MailPlanner::FileOf(const RememberedMail& row) const {
+const maildir::MaildirEntry* MailPlanner::FileOf(const state::RememberedMail& row) const {
     const auto found = m_files.find(row.unique);
     if (found != m_files.end()) return found->second;
     const auto renamed = m_renamed.find(row.key);
@@ -76,9 +78,9 @@ const MaildirEntry* MailPlanner::FileOf(const RememberedMail& row) const {
 
 // The files by name, and those that nobody remembers by what they say they are.
 void MailPlanner::FindFiles() {
-    for (const MaildirEntry& file : m_sides.folder) m_files.emplace(file.unique, &file);
-    for (const RememberedMail& row : m_remembered) m_taken.insert(row.unique);
-    for (const MaildirEntry& file : m_sides.folder) {
+    for (const maildir::MaildirEntry& file : m_sides.folder) m_files.emplace(file.unique, &file);
+    for (const state::RememberedMail& row : m_remembered) m_taken.insert(row.unique);
+    for (const maildir::MaildirEntry& file : m_sides.folder) {
         const auto head = m_sides.foreign.find(file.unique);
         if (m_taken.contains(file.unique) || head == m_sides.foreign.end()) continue;
         m_foreign[head->second.messageId].push_back(&file);
@@ -88,7 +90,7 @@ void MailPlanner::FindFiles() {
 // A program that changes what stands in front of the flags has renamed the file, not removed it.
 void MailPlanner::FindRenamed(const std::vector<bool>& lost) {
     for (std::size_t i = 0; i < m_remembered.size(); ++i) {
-        const RememberedMail& row = m_remembered[i];
+        const state::RememberedMail& row = m_remembered[i];
         if (lost[i] || m_files.contains(row.unique)) continue;
         const auto* file = TakeForeign(row.fileId.empty() ? row.messageId : row.fileId, row.name);
         if (file != nullptr) m_renamed.emplace(row.key, file);
@@ -97,10 +99,10 @@ void MailPlanner::FindRenamed(const std::vector<bool>& lost) {
 
 void MailPlanner::CountFiles(const std::vector<bool>& lost) {
     for (std::size_t i = 0; i < m_remembered.size(); ++i) {
-        const RememberedMail& row = m_remembered[i];
-        const MaildirEntry* const file = FileOf(row);
+        const state::RememberedMail& row = m_remembered[i];
+        const maildir::MaildirEntry* const file = FileOf(row);
         if (lost[i]) Add(MailAct::kRedo, row, file);
-        if (row.link != MailLink::kInStep && row.link != MailLink::kPending) continue;
+        if (row.link != state::MailLink::kInStep && row.link != state::MailLink::kPending) continue;
         if (lost[i]) continue;
         ++m_inStep;
         m_inFolder += file != nullptr;
@@ -108,42 +110,45 @@ void MailPlanner::CountFiles(const std::vector<bool>& lost) {
 }
 
 // The row is as it was in memory, but for Eudora's id.
-void MailPlanner::PlanFlags(const EudoraHead& head, RememberedMail row, const MaildirEntry& file) {
+void MailPlanner::PlanFlags(const EudoraHead& head, state::RememberedMail row,
+                            const maildir::MaildirEntry& file) {
     const bool now = IsSeen(head.marker), before = WasSeen(row, now);
-    const bool inFolder = HasFlag(file.flags, kSeenFlag);
-    const bool hasNews =
-        row.link != MailLink::kInStep || row.marker != head.marker || row.unique != file.unique;
-    if (row.link == MailLink::kAdding) row.content.clear();
+    const bool inFolder = maildir::HasFlag(file.flags, kSeenFlag);
+    const bool hasNews = row.link != state::MailLink::kInStep || row.marker != head.marker ||
+                         row.unique != file.unique;
+    if (row.link == state::MailLink::kAdding) row.content.clear();
     row.unique = file.unique;
-    row.link = MailLink::kInStep;
+    row.link = state::MailLink::kInStep;
     row.marker = head.marker;
     if (inFolder == now) {
         row.flags = file.flags;
         return hasNews ? Add(MailAct::kRemember, std::move(row)) : void();
     }
     if (now != before) {
-        row.flags = WithFlag(file.flags, kSeenFlag, now);
+        row.flags = maildir::WithFlag(file.flags, kSeenFlag, now);
         return Add(MailAct::kSetFlags, std::move(row), &file);
     }
     row.flags = file.flags;
     Add(MailAct::kMark, std::move(row), &file);
 }
 
-void MailPlanner::PlanKnown(const EudoraHead& head, const RememberedMail& known) {
+void MailPlanner::PlanKnown(const EudoraHead& head, const state::RememberedMail& known) {
     if (head.marker.empty()) return;
-    RememberedMail row = known;
+    state::RememberedMail row = known;
     row.id = head.id;
-    if (const MaildirEntry* const file = FileOf(row); file != nullptr) {
+    if (const maildir::MaildirEntry* const file = FileOf(row); file != nullptr) {
         // What has another id now is remembered anew.
-        if (row.link == MailLink::kInStep && row.id != known.id) row.link = MailLink::kPending;
+        if (row.link == state::MailLink::kInStep && row.id != known.id)
+            row.link = state::MailLink::kPending;
         return PlanFlags(head, std::move(row), *file);
     }
     const bool hasNewId = row.id != known.id;
     PlanRemovedFile(head, std::move(row), hasNewId);
 }
 
-void MailPlanner::PlanRemovedFile(const EudoraHead& head, RememberedMail row, bool hasNewId) {
-    if (row.link == MailLink::kDropped) {
+void MailPlanner::PlanRemovedFile(const EudoraHead& head, state::RememberedMail row,
+                                  bool hasNewId) {
+    if (row.link == state::MailLink::kDropped) {
         // Removed when Eudora's side could not follow: nobody asks for that any more.
         ++m_plan.dropped;
         if (hasNewId) Add(MailAct::kRemember, std::move(row));
@@ -151,13 +156,13 @@ void MailPlanner::PlanRemovedFile(const EudoraHead& head, RememberedMail row, bo
     }
     if (Holds()) return;
     const bool now = IsSeen(head.marker);
-    if (WasSeen(row, now) == now || m_options.prefer == Prefer::kFolder) {
+    if (WasSeen(row, now) == now || m_options.prefer == sync::Prefer::kFolder) {
         return Add(MailAct::kErase, std::move(row));
     }
-    if (m_options.prefer != Prefer::kEudora) {
+    if (m_options.prefer != sync::Prefer::kEudora) {
         return Conflict(row.name, "removed in the Maildir, read state changed in Eudora");
     }
-    row.link = MailLink::kPending;
+    row.link = state::MailLink::kPending;
     row.marker = head.marker;
     row.flags = now ? std::string(1, kSeenFlag) : std::string();
     Add(MailAct::kCompose, std::move(row));
@@ -175,38 +180,38 @@ void MailPlanner::Conflict(const std::string& name, const char* what) {
 
 // A file of the same Message-ID that nobody remembers, of several one that is called alike; each is
 // given out once.
-const MaildirEntry* MailPlanner::TakeForeign(const std::string& messageId,
-                                             const std::string& name) {
+const maildir::MaildirEntry* MailPlanner::TakeForeign(const std::string& messageId,
+                                                      const std::string& name) {
     const auto found = m_foreign.find(messageId);
     if (found == m_foreign.end() || found->second.empty()) return nullptr;
     auto& files = found->second;
-    auto taken = std::ranges::find_if(files, [&](const MaildirEntry* file) {
+    auto taken = std::ranges::find_if(files, [&](const maildir::MaildirEntry* file) {
         return m_sides.foreign.at(file->unique).name == name;
     });
     if (taken == files.end()) taken = files.begin();
-    const MaildirEntry* const file = *taken;
+    const maildir::MaildirEntry* const file = *taken;
     files.erase(taken);
     m_taken.insert(file->unique);
     return file;
 }
 
 // Both were there before anything was remembered: nobody knows who changed the read state.
-void MailPlanner::PlanPair(const EudoraHead& head, const MaildirEntry& file) {
+void MailPlanner::PlanPair(const EudoraHead& head, const maildir::MaildirEntry& file) {
     const bool now = IsSeen(head.marker);
-    RememberedMail row{0,
-                       MailLink::kInStep,
-                       head.id,
-                       head.marker,
-                       head.messageId.value_or(""),
-                       file.unique,
-                       WithFlag(file.flags, kSeenFlag, now),
-                       0,
-                       head.content,
-                       head.name.empty() ? m_sides.foreign.at(file.unique).name : head.name,
-                       head.fileMessageId};
-    const bool eudoraWins = m_options.prefer == Prefer::kEudora;
-    const bool folderWins = m_options.prefer == Prefer::kFolder;
-    const bool differs = HasFlag(file.flags, kSeenFlag) != now;
+    state::RememberedMail row{0,
+                              state::MailLink::kInStep,
+                              head.id,
+                              head.marker,
+                              head.messageId.value_or(""),
+                              file.unique,
+                              maildir::WithFlag(file.flags, kSeenFlag, now),
+                              0,
+                              head.content,
+                              head.name.empty() ? m_sides.foreign.at(file.unique).name : head.name,
+                              head.fileMessageId};
+    const bool eudoraWins = m_options.prefer == sync::Prefer::kEudora;
+    const bool folderWins = m_options.prefer == sync::Prefer::kFolder;
+    const bool differs = maildir::HasFlag(file.flags, kSeenFlag) != now;
     // Without a preference a mail that was read anywhere is read.
     if (differs && (eudoraWins || (!folderWins && now))) {
         return Add(MailAct::kSetFlags, std::move(row), &file);
@@ -226,8 +231,8 @@ void MailPlanner::PlanNew(const EudoraHead& head) {
         ++m_plan.hidden;
         return;
     }
-    RememberedMail row;
-    row.link = MailLink::kPending;
+    state::RememberedMail row;
+    row.link = state::MailLink::kPending;
     row.id = head.id;
     row.marker = head.marker;
     row.messageId = head.messageId.value_or("");
@@ -237,42 +242,43 @@ void MailPlanner::PlanNew(const EudoraHead& head) {
     Add(MailAct::kCompose, std::move(row));
 }
 
-void MailPlanner::PlanGone(const RememberedMail& row) {
+void MailPlanner::PlanGone(const state::RememberedMail& row) {
     if (Holds()) return;
-    const MaildirEntry* const file = FileOf(row);
+    const maildir::MaildirEntry* const file = FileOf(row);
     if (file == nullptr) return Add(MailAct::kForget, row);
     // It never came to Eudora.
-    if (row.link == MailLink::kAdding) return Add(MailAct::kAdd, row, file);
+    if (row.link == state::MailLink::kAdding) return Add(MailAct::kAdd, row, file);
     if (!IsMarked(*file)) {
-        const bool isChanged =
-            row.link != MailLink::kKept && HasFlag(file->flags, kSeenFlag) != IsSeen(row.marker);
-        if (!isChanged || m_options.prefer == Prefer::kEudora) {
+        const bool isChanged = row.link != state::MailLink::kKept &&
+                               maildir::HasFlag(file->flags, kSeenFlag) != IsSeen(row.marker);
+        if (!isChanged || m_options.prefer == sync::Prefer::kEudora) {
             return Add(MailAct::kRemove, row, file);
         }
-        if (m_options.prefer == Prefer::kFolder) return Add(MailAct::kAdd, row, file);
+        if (m_options.prefer == sync::Prefer::kFolder) return Add(MailAct::kAdd, row, file);
         return Conflict(row.name, "removed in Eudora, read state changed in the Maildir");
     }
     ++m_plan.kept;
-    if (row.link == MailLink::kKept) return;
-    RememberedMail kept = row;
-    kept.link = MailLink::kKept;
+    if (row.link == state::MailLink::kKept) return;
+    state::RememberedMail kept = row;
+    kept.link = state::MailLink::kKept;
     kept.unique = file->unique;
     Add(MailAct::kRemember, std::move(kept));
 }
 
 // In the order in which they came, as far as their names tell.
 void MailPlanner::PlanNewFiles() {
-    std::vector<const MaildirEntry*> files;
-    for (const MaildirEntry& file : m_sides.folder) {
+    std::vector<const maildir::MaildirEntry*> files;
+    for (const maildir::MaildirEntry& file : m_sides.folder) {
         if (!m_taken.contains(file.unique)) files.push_back(&file);
     }
     std::ranges::sort(files, {}, [](const auto* file) { return std::string_view(file->unique); });
-    for (const MaildirEntry* file : files) {
+    for (const maildir::MaildirEntry* file : files) {
         const auto head = m_sides.foreign.find(file->unique);
-        m_plan.drafts += HasFlag(file->flags, 'D');
-        if (HasFlag(file->flags, 'D') || head == m_sides.foreign.end() || m_hasUnknown) continue;
-        RememberedMail row;
-        row.link = MailLink::kAdding;
+        m_plan.drafts += maildir::HasFlag(file->flags, 'D');
+        if (maildir::HasFlag(file->flags, 'D') || head == m_sides.foreign.end() || m_hasUnknown)
+            continue;
+        state::RememberedMail row;
+        row.link = state::MailLink::kAdding;
         row.unique = file->unique;
         row.flags = file->flags;
         row.name = head->second.name;
@@ -283,14 +289,14 @@ void MailPlanner::PlanNewFiles() {
 
 // A mail cannot be found again in Eudora's out-box: whether a run that was cut off put it there is
 // seen by the number of mails in it.
-void MailPlanner::PlanOutgoing(const OutgoingFile& outgoing, const RememberedMail* known) {
-    if (HasFlag(outgoing.file.flags, 'D')) {
+void MailPlanner::PlanOutgoing(const OutgoingFile& outgoing, const state::RememberedMail* known) {
+    if (maildir::HasFlag(outgoing.file.flags, 'D')) {
         ++m_plan.drafts;
         return;
     }
-    RememberedMail row;
+    state::RememberedMail row;
     if (known != nullptr) row = *known;
-    row.link = MailLink::kSending;
+    row.link = state::MailLink::kSending;
     row.unique = outgoing.file.unique;
     row.name = outgoing.name;
     if (known == nullptr || m_sides.queued == known->size) {
@@ -303,21 +309,21 @@ void MailPlanner::PlanOutgoing(const OutgoingFile& outgoing, const RememberedMai
 }
 
 void MailPlanner::PlanOutgoing() {
-    std::unordered_map<std::string_view, const RememberedMail*> known;
-    for (const RememberedMail& row : m_sides.sending) known.emplace(row.unique, &row);
+    std::unordered_map<std::string_view, const state::RememberedMail*> known;
+    for (const state::RememberedMail& row : m_sides.sending) known.emplace(row.unique, &row);
     for (const OutgoingFile& outgoing : m_sides.outgoing) {
         const auto row = known.find(outgoing.file.unique);
         PlanOutgoing(outgoing, row != known.end() ? row->second : nullptr);
         if (row != known.end()) known.erase(row);
     }
-    for (const RememberedMail& row : m_sides.sending) {
+    for (const state::RememberedMail& row : m_sides.sending) {
         if (known.contains(row.unique)) Add(MailAct::kForget, row);
     }
 }
 
 void MailPlanner::CheckLimit(MailAct act, const char* where) {
     const auto count = static_cast<unsigned long>(m_plan.Count(act));
-    const unsigned long allowed = DeletionsAllowed(m_inStep, m_options.maxDelete);
+    const unsigned long allowed = sync::DeletionsAllowed(m_inStep, m_options.maxDelete);
     if (m_plan.stop || count <= allowed) return;
     m_plan.stop = std::to_string(count) + " mails would be removed " + where + ", more than the " +
                   std::to_string(allowed) +
@@ -329,7 +335,7 @@ void MailPlanner::CheckLimits() {
     const auto removals = static_cast<unsigned long>(
         std::max(m_plan.Count(MailAct::kRemove), m_plan.Count(MailAct::kErase)));
     const bool isAllowed =
-        m_options.maxDelete && removals <= DeletionsAllowed(m_inStep, m_options.maxDelete);
+        m_options.maxDelete && removals <= sync::DeletionsAllowed(m_inStep, m_options.maxDelete);
     if (m_inStep > 0 && (m_sides.eudora.empty() || m_inFolder == 0) && !isAllowed) {
         const char* side =
             m_sides.eudora.empty() ? "Eudora's in-box is empty" : "the Maildir holds none of them";
@@ -363,12 +369,13 @@ MailPlan MailPlanner::Make() {
 
 }  // namespace
 
-MailPlan PlanMail(const MailSides& sides, const std::vector<RememberedMail>& remembered,
+MailPlan PlanMail(const MailSides& sides, const std::vector<state::RememberedMail>& remembered,
                   const MailPlanOptions& options) {
-    std::vector<RememberedMail> mails;
-    std::ranges::copy_if(remembered, std::back_inserter(mails),
-                         [](const RememberedMail& row) { return row.link != MailLink::kSending; });
+    std::vector<state::RememberedMail> mails;
+    std::ranges::copy_if(
+        remembered, std::back_inserter(mails),
+        [](const state::RememberedMail& row) { return row.link != state::MailLink::kSending; });
     return MailPlanner(sides, mails, options).Make();
 }
 
-}  // namespace host
+}  // namespace host::mailsync

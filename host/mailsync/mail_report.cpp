@@ -4,10 +4,11 @@
 #include <iterator>
 #include <optional>
 
-#include "host/engine/report.h"
+#include <nlohmann/json.hpp>
+
 #include "host/maildir/maildir_name.h"
 
-namespace host {
+namespace host::mailsync {
 
 namespace {
 
@@ -19,7 +20,7 @@ struct Words {
 };
 
 std::optional<Words> WordsOf(const MailStep& step) {
-    const bool isRead = HasFlag(step.row.flags, 'S');
+    const bool isRead = maildir::HasFlag(step.row.flags, 'S');
     switch (step.act) {
         case MailAct::kCompose:
             return Words{"add", "to the Maildir"};
@@ -136,23 +137,23 @@ std::vector<std::string> DescribeMailPlan(const MailPlan& plan, const std::strin
     return Describe(plan, limits, countsOnly, 0);
 }
 
-Report MailPlanReport(const MailPlan& planned, const std::string& limits,
-                      const MailOutcome* outcome, bool countsOnly) {
+base::Report MailPlanReport(const MailPlan& planned, const std::string& limits,
+                            const MailOutcome* outcome, bool countsOnly) {
     const MailPlan plan = outcome != nullptr ? WhatWasDone(planned, outcome->done) : planned;
     const std::vector<std::string> notes =
         outcome != nullptr ? outcome->notes : std::vector<std::string>();
     const std::size_t undone = Changes(planned) - Changes(plan);
-    Report report;
+    base::Report report;
     report.lines = Describe(plan, limits, countsOnly, undone);
     report.lines.insert(report.lines.end(), notes.begin(), notes.end());
     report.errors = plan.unread;
     if (outcome != nullptr) std::ranges::copy(outcome->errors, std::back_inserter(report.errors));
     if (!report.errors.empty()) {
-        report.code = ExitCode::kFailed;
+        report.code = base::ExitCode::kFailed;
     } else if (!plan.conflicts.empty()) {
-        report.code = ExitCode::kConflictsLeft;
+        report.code = base::ExitCode::kConflictsLeft;
     } else if (plan.ChangesFolder() || plan.ChangesEudora()) {
-        report.code = ExitCode::kChangesMade;
+        report.code = base::ExitCode::kChangesMade;
     }
     FinishReport(report, {{"changes", StepsJson(plan)},
                           {"notCarriedOut", undone},
@@ -166,4 +167,4 @@ Report MailPlanReport(const MailPlan& planned, const std::string& limits,
     return report;
 }
 
-}  // namespace host
+}  // namespace host::mailsync

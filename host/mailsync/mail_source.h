@@ -9,7 +9,7 @@
 #include "host/mail/new_mail.h"
 #include "platform/os/result.h"
 
-namespace host {
+namespace host::mailsync {
 
 enum class Reach { kWithinLimits, kAll };
 
@@ -27,24 +27,25 @@ class MailSource {
     // that cannot be read, which has no marker, Read gives the reason. A failure from `visit` ends
     // the walk.
     virtual platform::Status Walk(
-        Reach reach, const std::function<platform::Status(const MailHead&)>& visit) = 0;
+        Reach reach, const std::function<platform::Status(const mail::MailHead&)>& visit) = 0;
     // Makes a mail the current one, whatever the limits hide; nothing if it is gone, a failure if
     // it cannot be read.
-    virtual platform::Result<std::optional<MailHead>> Find(const std::string& id) = 0;
+    virtual platform::Result<std::optional<mail::MailHead>> Find(const std::string& id) = 0;
 
     // Of the current mail: its Message-ID without angle brackets, empty if it has none, nothing if
     // that cannot be told; what a report calls it; all of it.
     virtual std::optional<std::string> MessageId() = 0;
     virtual std::string Name() = 0;
-    virtual platform::Result<Mail> Read(MailParts parts) = 0;
+    virtual platform::Result<mail::Mail> Read(mail::MailParts parts) = 0;
 
     // Changes, as EudoraMailWriter has them: but for Remove they wait until Finish, after which the
     // in-box can be read again, also when it failed.
-    virtual platform::Result<MailHead> Add(const NewMail& mail, std::uint32_t status) = 0;
-    virtual platform::Status AddOutgoing(const NewMail& mail) = 0;
+    virtual platform::Result<mail::MailHead> Add(const mail::NewMail& mail,
+                                                 std::uint32_t status) = 0;
+    virtual platform::Status AddOutgoing(const mail::NewMail& mail) = 0;
     virtual platform::Status SetStatus(const std::string& id, std::uint32_t status) = 0;
     virtual platform::Status Remove(const std::string& id) = 0;
     virtual platform::Status Finish() = 0;
 };
 
-}  // namespace host
+}  // namespace host::mailsync

@@ -2,49 +2,52 @@
 
 #include <algorithm>
 
+#include <nlohmann/json.hpp>
+
 #include "host/backup/backups.h"
-#include "host/engine/place.h"
-#include "host/engine/progress.h"
-#include "host/engine/report.h"
+#include "host/base/folders.h"
+#include "host/base/progress.h"
 #include "host/mailsync/eudora_outbox.h"
 #include "host/mailsync/execute_mail.h"
 #include "host/mailsync/load_mail.h"
 #include "host/mailsync/mail_report.h"
-#include "host/module/folders.h"
 #include "host/state/mail_state.h"
 #include "host/state/state_file.h"
+#include "host/sync/place.h"
 
-namespace host {
+namespace host::mailsync {
 
 namespace {
 
 // Both sides, the memory and the plan between them.
 struct MailRun {
-    std::optional<StateLock> lock;
-    std::unique_ptr<MailState> state;
+    std::optional<state::StateLock> lock;
+    std::unique_ptr<state::MailState> state;
     std::unique_ptr<MailSource> source;
     MailFolders folders;
-    Progress progress;
-    std::vector<RememberedMail> remembered;
+    base::Progress progress;
+    std::vector<state::RememberedMail> remembered;
     MailSides sides;
     MailPlan plan;
     std::vector<std::string> passedOver;  // by the backup
 
-    MailRun(const CommandPlace& place, const MailSyncOptions& options)
+    MailRun(const sync::CommandPlace& place, const MailSyncOptions& options)
         : folders(place.files, place.clock, options.maildir),
           progress(place.clock, place.progress) {}
 };
 
-platform::Status CheckPlace(const CommandPlace& place, const MailSyncOptions& options,
+platform::Status CheckPlace(const sync::CommandPlace& place, const MailSyncOptions& options,
                             const MailRun& run) {
     auto checked =
-        CheckMaildir(place.files, options.maildir, ParentFolder(place.files, options.inbox));
+        CheckMaildir(place.files, options.maildir, base::ParentFolder(place.files, options.inbox));
     if (!checked) return checked;
-    const bool isKnown = std::ranges::any_of(
-        run.remembered, [](const RememberedMail& row) { return row.link == MailLink::kInStep; });
+    const bool isKnown = std::ranges::any_of(run.remembered, [](const state::RememberedMail& row) {
+        return row.link == state::MailLink::kInStep;
+    });
     if (!isKnown || place.files.Exists(options.maildir)) return {};
-    return Refused(options.maildir +
-                   ": the Maildir is gone; bring it back or name its new place with --maildir");
+    return base::Refused(
+        options.maildir +
+        ": the Maildir is gone; bring it back or name its new place with --maildir");
 }
 
 // What the plan needs to write must be writable before the first change.
@@ -53,18 +56,19 @@ platform::Status CheckRights(platform::Files& files, const MailSyncOptions& opti
     if (!plan.ChangesEudora()) return {};
     for (const std::string& path : options.mailboxes) {
         const auto info = files.Stat(path);
-        if (info && info->isReadOnly) return Refused(path + ": is read-only; make it writable");
+        if (info && info->isReadOnly)
+            return base::Refused(path + ": is read-only; make it writable");
     }
     return {};
 }
 
-platform::Status Prepare(const CommandPlace& place, const MailSyncOptions& options, bool mayWrite,
-                         MailRun& run) {
-    auto lock = LockState(place, mayWrite);
+platform::Status Prepare(const sync::CommandPlace& place, const MailSyncOptions& options,
+                         bool mayWrite, MailRun& run) {
+    auto lock = sync::LockState(place, mayWrite);
     if (!lock) return lock.Error();
     run.lock = *std::move(lock);
-    auto state = MailState::Open(place.files, place.stateFile,
-                                 options.inbox + '\n' + options.maildir, mayWrite);
+    auto state = state::MailState::Open(place.files, place.stateFile,
+                                        options.inbox + '\n' + options.maildir, mayWrite);
     if (!state) return state.Error();
     run.state = *std::move(state);
     auto remembered = run.state->Load();
@@ -83,19 +87,20 @@ platform::Status Prepare(const CommandPlace& place, const MailSyncOptions& optio
         run.sides.queued = *queued;
     }
     run.plan = PlanMail(run.sides, run.remembered, {options.prefer, options.maxDelete});
-    if (run.plan.stop) return Refused(*run.plan.stop);
+    if (run.plan.stop) return base::Refused(*run.plan.stop);
     return CheckRights(place.files, options, run.plan);
 }
 
-platform::Status BackUp(const CommandPlace& place, const MailSyncOptions& options, MailRun& run) {
-    auto backups = BackupsOf(place);
+platform::Status BackUp(const sync::CommandPlace& place, const MailSyncOptions& options,
+                        MailRun& run) {
+    auto backups = sync::BackupsOf(place);
     auto made = backups.MakeOfSet(options.eudoraFiles, "before a sync of mail");
     if (!made) return made.Error();
     run.passedOver = std::move(made->passedOver);
     return backups.Prune();
 }
 
-MailWork WorkOf(const CommandPlace& place, const MailSyncOptions& options, MailRun& run) {
+MailWork WorkOf(const sync::CommandPlace& place, const MailSyncOptions& options, MailRun& run) {
     return {*run.source,
             run.folders,
             *run.state,
@@ -110,10 +115,10 @@ MailWork WorkOf(const CommandPlace& place, const MailSyncOptions& options, MailR
 
 }  // namespace
 
-Report RunMailSync(const CommandPlace& place, const MailSyncOptions& options) {
+base::Report RunMailSync(const sync::CommandPlace& place, const MailSyncOptions& options) {
     MailRun run(place, options);
     if (auto status = Prepare(place, options, !options.dryRun, run); !status) {
-        return RefusalReport(status.Error());
+        return base::RefusalReport(status.Error());
     }
     std::optional<MailOutcome> outcome;
     if (!options.dryRun && !run.plan.steps.empty()) {
@@ -126,8 +131,8 @@ Report RunMailSync(const CommandPlace& place, const MailSyncOptions& options) {
                           options.quiet);
 }
 
-Report RunMailStatus(const CommandPlace& place, const MailSyncOptions& options) {
-    Report report;
+base::Report RunMailStatus(const sync::CommandPlace& place, const MailSyncOptions& options) {
+    base::Report report;
     report.lines = {"in-box: " + options.inbox, "Maildir: " + options.maildir};
     MailRun run(place, options);
     const auto status = Prepare(place, options, false, run);
@@ -135,21 +140,21 @@ Report RunMailStatus(const CommandPlace& place, const MailSyncOptions& options) 
                            ", in the Maildir: " + std::to_string(run.sides.folder.size()) +
                            ", remembered: " + std::to_string(run.remembered.size()));
     if (!status) {
-        report.code = CodeOf(status.Error());
+        report.code = base::CodeOf(status.Error());
         report.errors.push_back(status.Error().Message());
     } else {
-        if (!run.plan.unread.empty()) report.code = ExitCode::kFailed;
+        if (!run.plan.unread.empty()) report.code = base::ExitCode::kFailed;
         report.errors = run.plan.unread;
         report.lines.push_back("a sync of mail now:");
         for (const auto& line : DescribeMailPlan(run.plan, run.source->Limits(), options.quiet)) {
             report.lines.push_back("  " + line);
         }
     }
-    FinishReport(report, {{"eudora", run.sides.eudora.size()},
-                          {"folder", run.sides.folder.size()},
-                          {"remembered", run.remembered.size()},
-                          {"lines", report.lines}});
+    base::FinishReport(report, {{"eudora", run.sides.eudora.size()},
+                                {"folder", run.sides.folder.size()},
+                                {"remembered", run.remembered.size()},
+                                {"lines", report.lines}});
     return report;
 }
 
-}  // namespace host
+}  // namespace host::mailsync

@@ -4,32 +4,34 @@
 #include <memory>
 #include <string>
 
-#include "host/engine/commands.h"
+#include "host/base/report.h"
 #include "host/mail/attach_folder.h"
 #include "host/mailsync/mail_source.h"
+#include "host/sync/place.h"
+#include "host/sync/preference.h"
 
-namespace host {
+namespace host::mailsync {
 
 struct MailSyncOptions {
     // Makes the in-box ready for reading; called once everything else is known to be in order.
     std::function<platform::Result<std::unique_ptr<MailSource>>()> open;
     // Reads a file for Eudora.
-    std::function<platform::Result<NewMail>(std::string_view, const std::string&)> parse;
-    AttachFolder* attachments = nullptr;  // Eudora's; outlives the run
+    std::function<platform::Result<mail::NewMail>(std::string_view, const std::string&)> parse;
+    mail::AttachFolder* attachments = nullptr;  // Eudora's; outlives the run
     std::string inbox;   // In.mbx as a native path: with the Maildir the memory's key
     std::string outbox;  // Out.toc, the same
     std::vector<std::string> mailboxes;    // the files that change with Eudora's mails, native
     std::vector<std::string> eudoraFiles;  // what a backup holds, native, in the order of a restore
     std::string maildir;                   // native, without links
-    Prefer prefer = Prefer::kBoth;
-    std::optional<DeleteLimit> maxDelete;
+    sync::Prefer prefer = sync::Prefer::kBoth;
+    std::optional<sync::DeleteLimit> maxDelete;
     bool dryRun = false;
     bool quiet = false;
 };
 
-Report RunMailSync(const CommandPlace& place, const MailSyncOptions& options);
+base::Report RunMailSync(const sync::CommandPlace& place, const MailSyncOptions& options);
 // What a sync would find and do, without touching anything.
-Report RunMailStatus(const CommandPlace& place, const MailSyncOptions& options);
+base::Report RunMailStatus(const sync::CommandPlace& place, const MailSyncOptions& options);
 
 // kRefused, with the way out, if the folder cannot be a Maildir: it is a file, may not be written,
 // holds other things, or lies in Eudora's folder. One that does not exist is in order. Paths are
@@ -37,4 +39,4 @@ Report RunMailStatus(const CommandPlace& place, const MailSyncOptions& options);
 platform::Status CheckMaildir(platform::Files& files, const std::string& maildir,
                               const std::string& eudoraFolder);
 
-}  // namespace host
+}  // namespace host::mailsync

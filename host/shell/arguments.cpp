@@ -4,7 +4,7 @@
 
 #include "host/shell/byte_text.h"
 
-namespace host {
+namespace host::shell {
 
 namespace {
 
@@ -115,4 +115,4 @@ std::string BytesOf(const Json& value, Arguments& arguments) {
     return bytes.value_or("");
 }
 
-}  // namespace host
+}  // namespace host::shell

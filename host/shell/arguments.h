@@ -8,7 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
-namespace host {
+namespace host::shell {
 
 using Json = nlohmann::ordered_json;
 
@@ -45,4 +45,4 @@ class Arguments {
 // The bytes of a JSON text; complains if it is none or holds a character above U+00FF.
 std::string BytesOf(const Json& value, Arguments& arguments);
 
-}  // namespace host
+}  // namespace host::shell

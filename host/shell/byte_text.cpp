@@ -1,6 +1,6 @@
 #include "host/shell/byte_text.h"
 
-namespace host {
+namespace host::shell {
 
 std::string JsonTextFromBytes(std::string_view bytes) {
     std::string utf8;
@@ -35,4 +35,4 @@ std::optional<std::string> BytesFromJsonText(std::string_view utf8) {
     return bytes;
 }
 
-}  // namespace host
+}  // namespace host::shell

@@ -6,7 +6,7 @@
 #include "host/shell/byte_text.h"
 #include "platform/kvutil/kvutil.h"
 
-namespace host {
+namespace host::shell {
 
 namespace {
 
@@ -57,4 +57,4 @@ Json Cell::Take() {
     return m_number;
 }
 
-}  // namespace host
+}  // namespace host::shell

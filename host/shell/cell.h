@@ -5,7 +5,7 @@
 
 #include "host/shell/arguments.h"
 
-namespace host {
+namespace host::shell {
 
 inline constexpr unsigned long kNumberCell = 1, kTextCell = 4, kDateCell = 7;
 
@@ -39,4 +39,4 @@ class Cell {
     std::string m_bytes;
 };
 
-}  // namespace host
+}  // namespace host::shell

@@ -1,14 +1,14 @@
 #include "host/shell/console.h"
 
-#include "host/module/exit_code.h"
+#include "host/base/exit_code.h"
 
-namespace host {
+namespace host::shell {
 
-platform::Result<Console> Console::Create(TranslatorHost& host, unsigned long kind) {
+platform::Result<Console> Console::Create(translator::TranslatorHost& host, unsigned long kind) {
     Console console(host);
     if (console.Renew(kind) != RRC_OK) {
-        return Failed("the translator library gives no translator for data kind " +
-                      std::to_string(kind));
+        return base::Failed("the translator library gives no translator for data kind " +
+                            std::to_string(kind));
     }
     return console;
 }
@@ -19,9 +19,9 @@ RRETURNCODE Console::Renew(unsigned long kind) {
     return m_host->NewTranslator(kind, m_translator);
 }
 
-HostContext& Console::Context() {
-    m_context = std::make_unique<HostContext>(m_host->Util());
+translator::HostContext& Console::Context() {
+    m_context = std::make_unique<translator::HostContext>(m_host->Util());
     return *m_context;
 }
 
-}  // namespace host
+}  // namespace host::shell

@@ -2,38 +2,38 @@
 
 #include <memory>
 
-#include "host/module/host_context.h"
-#include "host/module/translator_host.h"
 #include "host/shell/arguments.h"
+#include "host/translator/host_context.h"
+#include "host/translator/translator_host.h"
 #include "platform/os/result.h"
 
-namespace host {
+namespace host::shell {
 
 // What the operations of the shell work on: the loaded module and the one translator in hand.
 class Console {
   public:
     // Makes the translator of the kind; kFailed if the module gives none.
-    static platform::Result<Console> Create(TranslatorHost& host, unsigned long kind);
+    static platform::Result<Console> Create(translator::TranslatorHost& host, unsigned long kind);
 
     // Releases the translator in hand and makes a new one. After a failure there is none, and the
     // next attempt may succeed.
     RRETURNCODE Renew(unsigned long kind);
 
-    TranslatorHost& Module() { return *m_host; }
+    translator::TranslatorHost& Module() { return *m_host; }
     CRRecordTranslator* Translator() { return m_translator.get(); }
     // Made anew after each Init: it serves back the object that Init gave.
-    HostContext& Context();
+    translator::HostContext& Context();
 
     // Of the translator that was made last.
     unsigned long Kind() const { return m_kind; }
 
   private:
-    explicit Console(TranslatorHost& host) : m_host(&host) {}
+    explicit Console(translator::TranslatorHost& host) : m_host(&host) {}
 
-    TranslatorHost* m_host;
+    translator::TranslatorHost* m_host;
     std::unique_ptr<CRRecordTranslator> m_translator;
-    std::unique_ptr<HostContext> m_context;
+    std::unique_ptr<translator::HostContext> m_context;
     unsigned long m_kind = 0;
 };
 
-}  // namespace host
+}  // namespace host::shell

@@ -4,7 +4,7 @@
 
 #include "platform/kvutil/kvutil.h"
 
-namespace host {
+namespace host::shell {
 
 namespace {
 
@@ -101,4 +101,4 @@ RRETURNCODE SetBoolFilters(CRRecordTranslator& translator, const Json& list, Arg
     return Set(translator, list, arguments, &CRRecordTranslator::SetBoolFilter);
 }
 
-}  // namespace host
+}  // namespace host::shell

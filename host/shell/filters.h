@@ -3,7 +3,7 @@
 #include "frame/interface/translators.h"
 #include "host/shell/arguments.h"
 
-namespace host {
+namespace host::shell {
 
 // Each makes the filter records of a JSON array, hands them over to the translator and gives its
 // code. Nothing is called if the array cannot be used.
@@ -11,4 +11,4 @@ RRETURNCODE SetTextFilters(CRRecordTranslator& translator, const Json& list, Arg
 RRETURNCODE SetDateFilters(CRRecordTranslator& translator, const Json& list, Arguments& arguments);
 RRETURNCODE SetBoolFilters(CRRecordTranslator& translator, const Json& list, Arguments& arguments);
 
-}  // namespace host
+}  // namespace host::shell

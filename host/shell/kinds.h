@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace host {
+namespace host::shell {
 
 // "contacts", "mail", "other" (any kind that the module does not know) or a number.
 std::optional<unsigned long> ParseKind(std::string_view text);
@@ -13,4 +13,4 @@ std::optional<unsigned long> ParseKind(std::string_view text);
 // another one. Nothing for a kind that has no fields of its own.
 std::optional<unsigned long> FieldType(unsigned long kind, const std::string& id);
 
-}  // namespace host
+}  // namespace host::shell

@@ -5,7 +5,7 @@
 
 #include "host/shell/console.h"
 
-namespace host {
+namespace host::shell {
 
 // One operation of the shell. It reads its arguments, calls the module and adds what came back to
 // `answer`; after a complaint of the arguments it has called nothing.
@@ -22,4 +22,4 @@ std::span<const Operation> Operations();
 // Null if there is none of that name.
 const Operation* FindOperation(std::string_view name);
 
-}  // namespace host
+}  // namespace host::shell

@@ -3,13 +3,13 @@
 #include <limits>
 #include <list>
 
-#include "host/module/batch_sink.h"
 #include "host/shell/byte_text.h"
 #include "host/shell/cell.h"
 #include "host/shell/filters.h"
 #include "host/shell/kinds.h"
+#include "host/translator/batch_sink.h"
 
-namespace host::operations {
+namespace host::shell::operations {
 
 namespace {
 
@@ -238,7 +238,7 @@ void DeleteAll(Console& console, Arguments& arguments, Json& answer) {
 void BatchUpdate(Console& console, Arguments& arguments, Json& answer) {
     arguments.ExpectAtMost(0);
     if (arguments.Failed()) return;
-    CollectingSink sink;
+    translator::CollectingSink sink;
     answer["code"] = console.Translator()->BatchUpdate(&sink);
     answer["stored"] = Json::array();
     for (const auto& stored : sink.report.stored) {
@@ -249,4 +249,4 @@ void BatchUpdate(Console& console, Arguments& arguments, Json& answer) {
     for (const auto& id : sink.report.deleted) answer["deleted"].push_back(JsonTextFromBytes(id));
 }
 
-}  // namespace host::operations
+}  // namespace host::shell::operations

@@ -2,7 +2,7 @@
 
 #include "host/shell/console.h"
 
-namespace host::operations {
+namespace host::shell::operations {
 
 // Fields, filters, walking, reading and changing records.
 void Fields(Console& console, Arguments& arguments, Json& answer);
@@ -27,4 +27,4 @@ void Delete(Console& console, Arguments& arguments, Json& answer);
 void DeleteAll(Console& console, Arguments& arguments, Json& answer);
 void BatchUpdate(Console& console, Arguments& arguments, Json& answer);
 
-}  // namespace host::operations
+}  // namespace host::shell::operations

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace host {
+namespace host::shell {
 
 namespace {
 
@@ -46,4 +46,4 @@ std::optional<RRETURNCODE> CallReserved(CRRecordTranslator& translator, std::siz
     return kCallers[number - 1](translator, words);
 }
 
-}  // namespace host
+}  // namespace host::shell

@@ -6,7 +6,7 @@
 
 #include "frame/interface/translators.h"
 
-namespace host {
+namespace host::shell {
 
 inline constexpr std::size_t kReservedOperations = 33;
 inline constexpr std::size_t kMostReservedWords = 5;
@@ -16,4 +16,4 @@ inline constexpr std::size_t kMostReservedWords = 5;
 std::optional<RRETURNCODE> CallReserved(CRRecordTranslator& translator, std::size_t number,
                                         const std::array<RWORD, kMostReservedWords>& words);
 
-}  // namespace host
+}  // namespace host::shell

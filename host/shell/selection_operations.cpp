@@ -6,7 +6,7 @@
 #include "host/shell/kinds.h"
 #include "host/shell/reserved_operations.h"
 
-namespace host::operations {
+namespace host::shell::operations {
 
 namespace {
 
@@ -127,4 +127,4 @@ void Reserved(Console& console, Arguments& arguments, Json& answer) {
     answer["code"] = *code;
 }
 
-}  // namespace host::operations
+}  // namespace host::shell::operations

@@ -2,7 +2,7 @@
 
 #include "host/shell/console.h"
 
-namespace host::operations {
+namespace host::shell::operations {
 
 // The module and the choice of a store.
 void Init(Console& console, Arguments& arguments, Json& answer);
@@ -19,4 +19,4 @@ void Errors(Console& console, Arguments& arguments, Json& answer);
 void Warnings(Console& console, Arguments& arguments, Json& answer);
 void Reserved(Console& console, Arguments& arguments, Json& answer);
 
-}  // namespace host::operations
+}  // namespace host::shell::operations

@@ -2,16 +2,16 @@
 
 #include <algorithm>
 
-#include "host/output/json_text.h"
-#include "host/output/output.h"
+#include "host/base/json_text.h"
+#include "host/base/output.h"
 #include "host/shell/operations.h"
 
-namespace host {
+namespace host::shell {
 
 namespace {
 
 std::string Complaint(const std::string& operation, const std::string& text) {
-    return JsonText(Json{{"op", operation}, {"error", text}});
+    return base::JsonText(Json{{"op", operation}, {"error", text}});
 }
 
 }  // namespace
@@ -32,13 +32,13 @@ std::string AnswerLine(Console& console, std::string line) {
     Arguments arguments(std::string_view(line).substr(end));
     Json answer = {{"op", name}};
     operation->run(console, arguments, answer);
-    return arguments.Failed() ? Complaint(name, arguments.Complaint()) : JsonText(answer);
+    return arguments.Failed() ? Complaint(name, arguments.Complaint()) : base::JsonText(answer);
 }
 
 void RunShell(Console& console, std::istream& in) {
     for (std::string line; std::getline(in, line);) {
         const std::string answer = AnswerLine(console, line);
-        if (!answer.empty()) PrintLine(answer);
+        if (!answer.empty()) base::PrintLine(answer);
     }
 }
 
@@ -57,4 +57,4 @@ std::string ShellHelp() {
     return text;
 }
 
-}  // namespace host
+}  // namespace host::shell

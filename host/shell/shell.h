@@ -5,7 +5,7 @@
 
 #include "host/shell/console.h"
 
-namespace host {
+namespace host::shell {
 
 // A console on the translator interface: one operation a line in, one JSON object a line out, as
 // soon as the operation is done. Empty lines and lines that begin with # are passed over. A line
@@ -18,4 +18,4 @@ std::string AnswerLine(Console& console, std::string line);
 // The list of operations for the help text.
 std::string ShellHelp();
 
-}  // namespace host
+}  // namespace host::shell

@@ -2,7 +2,7 @@
 
 #include <SQLiteCpp/Backup.h>
 
-namespace host {
+namespace host::state {
 
 namespace {
 
@@ -59,4 +59,4 @@ platform::Result<std::unique_ptr<SQLite::Database>> ReadCutOffState(platform::Fi
     return memory;
 }
 
-}  // namespace host
+}  // namespace host::state

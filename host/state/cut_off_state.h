@@ -8,7 +8,7 @@
 #include "platform/os/files.h"
 #include "platform/os/result.h"
 
-namespace host {
+namespace host::state {
 
 // Whether the last change of the state file was cut off, so that its journal must undo it.
 bool IsCutOff(platform::Files& files, const std::string& path);
@@ -18,4 +18,4 @@ bool IsCutOff(platform::Files& files, const std::string& path);
 platform::Result<std::unique_ptr<SQLite::Database>> ReadCutOffState(platform::Files& files,
                                                                     const std::string& path);
 
-}  // namespace host
+}  // namespace host::state

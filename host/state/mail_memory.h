@@ -6,7 +6,7 @@
 
 #include "platform/os/result.h"
 
-namespace host {
+namespace host::state {
 
 // What a remembered mail is to the two sides.
 enum class MailLink {
@@ -54,4 +54,4 @@ class MailMemory {
     platform::Status Save(MailMemoryChange&& change) { return Save(change); }
 };
 
-}  // namespace host
+}  // namespace host::state

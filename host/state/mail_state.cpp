@@ -5,7 +5,7 @@
 #include "host/state/state_database.h"
 #include "host/state/state_schema.h"
 
-namespace host {
+namespace host::state {
 
 namespace {
 
@@ -110,4 +110,4 @@ platform::Status MailState::ForgetInBox(platform::Files& files, const std::strin
     });
 }
 
-}  // namespace host
+}  // namespace host::state

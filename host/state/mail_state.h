@@ -10,7 +10,7 @@ namespace SQLite {
 class Database;
 }
 
-namespace host {
+namespace host::state {
 
 // The memory of mails in the state file, for one `scope`: one in-box with one Maildir.
 class MailState : public MailMemory {
@@ -38,4 +38,4 @@ class MailState : public MailMemory {
     std::string m_path, m_scope;
 };
 
-}  // namespace host
+}  // namespace host::state

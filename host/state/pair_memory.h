@@ -5,15 +5,15 @@
 #include <string>
 #include <vector>
 
-#include "host/contacts/contact_store.h"
+#include "host/base/contact.h"
 #include "platform/os/result.h"
 
-namespace host {
+namespace host::state {
 
 // One side of a pair as it was when the two sides were last in step.
 struct RememberedSide {
-    StoreItem item;
-    Contact contact;
+    base::StoreItem item;
+    base::Contact contact;
 };
 
 // A contact of Eudora's and a vCard that belong together.
@@ -51,4 +51,4 @@ class PairMemory {
     virtual platform::Status Save(const MemoryChange& change) = 0;
 };
 
-}  // namespace host
+}  // namespace host::state

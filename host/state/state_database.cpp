@@ -2,11 +2,11 @@
 
 #include <sqlite3.h>
 
-#include "host/module/exit_code.h"
+#include "host/base/exit_code.h"
 #include "host/state/cut_off_state.h"
 #include "host/state/state_schema.h"
 
-namespace host {
+namespace host::state {
 
 using platform::ErrorCode;
 
@@ -30,11 +30,11 @@ platform::Failure ExplainState(const std::string& path, const SQLite::Exception&
             return DamagedState(path, error.what());
         case SQLITE_BUSY:
         case SQLITE_LOCKED:
-            return Refused(path + ": in use by another program; try again when it has ended");
+            return base::Refused(path + ": in use by another program; try again when it has ended");
         case SQLITE_FULL:
             return platform::Failure{ErrorCode::kNoSpace, path};
         default:
-            return Failed(path + ": " + error.what());
+            return base::Failed(path + ": " + error.what());
     }
 }
 
@@ -43,7 +43,8 @@ platform::Result<std::unique_ptr<SQLite::Database>> OpenStateDatabase(platform::
                                                                       bool mayWrite) {
     auto info = files.Stat(path);
     if (!info && info.Error().code != ErrorCode::kNotFound) return info.Error();
-    if (info && info->isFolder) return Refused(path + ": is a folder; name a file for the state");
+    if (info && info->isFolder)
+        return base::Refused(path + ": is a folder; name a file for the state");
     if (!mayWrite && (!info || info->size == 0)) return std::unique_ptr<SQLite::Database>();
     if (!info) {
         // SQLite would make a file that everybody may read.
@@ -67,7 +68,7 @@ platform::Result<std::unique_ptr<SQLite::Database>> OpenStateDatabase(platform::
 
 platform::Status InTransaction(SQLite::Database* database, const std::string& path,
                                const std::function<void(SQLite::Database&)>& work) {
-    if (database == nullptr) return Failed(path + ": opened for reading only");
+    if (database == nullptr) return base::Failed(path + ": opened for reading only");
     try {
         SQLite::Transaction transaction(*database);
         work(*database);
@@ -87,4 +88,4 @@ void BindBlob(SQLite::Statement& statement, int index, const std::string& bytes)
                          static_cast<int>(bytes.size()));
 }
 
-}  // namespace host
+}  // namespace host::state

@@ -9,7 +9,7 @@
 #include "platform/os/files.h"
 #include "platform/os/result.h"
 
-namespace host {
+namespace host::state {
 
 // The SQLite file that holds all memories. Without `mayWrite` nothing is written and a missing or
 // empty file gives null; with it the file is made and brought to the present version, and nobody
@@ -30,4 +30,4 @@ std::string BlobOf(const SQLite::Column& column);
 // The bytes must outlive the statement's run.
 void BindBlob(SQLite::Statement& statement, int index, const std::string& bytes);
 
-}  // namespace host
+}  // namespace host::state

@@ -4,23 +4,23 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/module/exit_code.h"
+#include "host/base/exit_code.h"
 #include "host/state/state_database.h"
 #include "host/state/state_schema.h"
 
-namespace host {
+namespace host::state {
 
 namespace {
 
 using platform::ErrorCode;
 
-std::string ToText(const Contact& contact) {
+std::string ToText(const base::Contact& contact) {
     return nlohmann::json(contact.values)
         .dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
-Contact FromText(const std::string& text) {
-    Contact contact;
+base::Contact FromText(const std::string& text) {
+    base::Contact contact;
     contact.values = nlohmann::json::parse(text).get<decltype(contact.values)>();
     return contact;
 }
@@ -58,7 +58,7 @@ platform::Result<StateLock> StateLock::Take(platform::Files& files, const std::s
     if (file) return StateLock(*std::move(file));
     if (!mayWrite && file.Error().code == ErrorCode::kNotFound) return StateLock(nullptr);
     if (file.Error().code == ErrorCode::kSharingViolation) {
-        return Refused(path + ": another run is under way; wait until it has ended");
+        return base::Refused(path + ": another run is under way; wait until it has ended");
     }
     return file.Error();
 }
@@ -128,4 +128,4 @@ platform::Status StateFile::Save(const MemoryChange& change) {
     });
 }
 
-}  // namespace host
+}  // namespace host::state

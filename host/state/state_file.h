@@ -10,7 +10,7 @@ namespace SQLite {
 class Database;
 }
 
-namespace host {
+namespace host::state {
 
 // Keeps a second run away from the state file for as long as it lives, also one on another
 // program's part; a killed run holds it no longer.
@@ -49,4 +49,4 @@ class StateFile : public PairMemory {
     std::string m_path, m_scope;
 };
 
-}  // namespace host
+}  // namespace host::state

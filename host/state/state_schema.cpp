@@ -2,9 +2,9 @@
 
 #include <array>
 
-#include "host/module/exit_code.h"
+#include "host/base/exit_code.h"
 
-namespace host {
+namespace host::state {
 
 namespace {
 
@@ -51,9 +51,10 @@ void Upgrade(SQLite::Database& database, int version) {
 }  // namespace
 
 platform::Failure DamagedState(const std::string& path, const std::string& why) {
-    return Refused(path + ": the state file is damaged (" + why +
-                   "); move it away: the next run pairs contacts and mails by what they hold and "
-                   "loses nothing");
+    return base::Refused(
+        path + ": the state file is damaged (" + why +
+        "); move it away: the next run pairs contacts and mails by what they hold and "
+        "loses nothing");
 }
 
 platform::Status CheckState(SQLite::Database& database, const std::string& path, bool mayWrite) {
@@ -65,10 +66,11 @@ platform::Status CheckState(SQLite::Database& database, const std::string& path,
         return mayWrite ? platform::Status{} : DamagedState(path, "no tables in it");
     }
     if (application != kApplicationId) {
-        return Refused(path + ": is the database of another program; name another state file");
+        return base::Refused(path +
+                             ": is the database of another program; name another state file");
     }
     if (version > kVersion) {
-        return Refused(path + ": was written by a later version of kvsync; use that one");
+        return base::Refused(path + ": was written by a later version of kvsync; use that one");
     }
     const std::string check = database.execAndGet("PRAGMA quick_check(1)").getString();
     if (check != "ok") return DamagedState(path, check);
@@ -77,4 +79,4 @@ platform::Status CheckState(SQLite::Database& database, const std::string& path,
     return {};
 }
 
-}  // namespace host
+}  // namespace host::state

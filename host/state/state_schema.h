@@ -6,7 +6,7 @@
 
 #include "platform/os/result.h"
 
-namespace host {
+namespace host::state {
 
 inline constexpr const char* kSelectPairs =
     "SELECT key, eudora_id, eudora_marker, eudora_fields, folder_id, folder_marker, folder_fields,"
@@ -43,4 +43,4 @@ platform::Failure DamagedState(const std::string& path, const std::string& why);
 // empty one gets its tables, and an earlier one those that it lacks.
 platform::Status CheckState(SQLite::Database& database, const std::string& path, bool mayWrite);
 
-}  // namespace host
+}  // namespace host::state

@@ -3,10 +3,10 @@
 #include <array>
 #include <vector>
 
-#include "host/contacts/contact.h"
+#include "host/base/contact.h"
 #include "host/vcard/card_text.h"
 
-namespace host {
+namespace host::vcard {
 
 namespace {
 
@@ -25,7 +25,7 @@ Components Split(std::string_view value) {
 std::string Lines(const std::string& component) {
     std::string lines;
     for (const std::string& piece : SplitEscaped(component, ',')) {
-        const std::string line = Canonical(UnescapeText(piece));
+        const std::string line = base::Canonical(UnescapeText(piece));
         if (line.empty()) continue;
         if (!lines.empty()) lines += '\n';
         lines += line;
@@ -88,4 +88,4 @@ std::string ChangeAddress(std::string_view oldValue, std::string_view lines) {
     return value;
 }
 
-}  // namespace host
+}  // namespace host::vcard

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-namespace host {
+namespace host::vcard {
 
 // The lines of text that the value of an ADR property stands for: post-office box, extension,
 // street, then place, region and code on one line, then country.
@@ -13,4 +13,4 @@ std::string AddressLines(std::string_view value);
 // else becomes the street. AddressLines of the result gives `lines` again.
 std::string ChangeAddress(std::string_view oldValue, std::string_view lines);
 
-}  // namespace host
+}  // namespace host::vcard

@@ -6,7 +6,7 @@
 #include "host/vcard/card_text.h"
 #include "host/vcard/content_line.h"
 
-namespace host {
+namespace host::vcard {
 
 namespace {
 
@@ -130,4 +130,4 @@ std::string Card::Write(const Property& property) const {
     return Fold(FormatContentLine(property), m_lineEnd);
 }
 
-}  // namespace host
+}  // namespace host::vcard

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace host {
+namespace host::vcard {
 
 struct Parameter {
     std::string name;                 // upper case; empty for a bare value such as TEL;HOME
@@ -58,4 +58,4 @@ class Card {
     std::string m_lineEnd = "\r\n";
 };
 
-}  // namespace host
+}  // namespace host::vcard

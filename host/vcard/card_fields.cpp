@@ -10,7 +10,7 @@
 #include "host/vcard/content_line.h"
 #include "platform/os/code_page.h"
 
-namespace host {
+namespace host::vcard {
 
 namespace {
 
@@ -20,27 +20,27 @@ bool IsFax(const Property& property) {
     return property.HasType("fax");
 }
 
-bool Holds(const Property& property, Field field) {
+bool Holds(const Property& property, base::Field field) {
     switch (field) {
-        case Field::kNickname:
+        case base::Field::kNickname:
             return property.name == "NICKNAME";
-        case Field::kName:
+        case base::Field::kName:
             return property.name == "FN";
-        case Field::kAddress:
+        case base::Field::kAddress:
             return property.name == "ADR";
-        case Field::kPhone:
+        case base::Field::kPhone:
             return property.name == "TEL" && !IsFax(property);
-        case Field::kFax:
+        case base::Field::kFax:
             return property.name == "TEL" && IsFax(property);
-        case Field::kEmail:
+        case base::Field::kEmail:
             return property.name == "EMAIL";
-        case Field::kNote:
+        case base::Field::kNote:
             return property.name == "NOTE";
     }
     return false;
 }
 
-std::optional<std::size_t> FindField(const Card& card, Field field) {
+std::optional<std::size_t> FindField(const Card& card, base::Field field) {
     const auto& properties = card.Properties();
     for (std::size_t i = 0; i < properties.size(); ++i) {
         if (Holds(properties[i], field)) return i;
@@ -78,10 +78,10 @@ std::string PlainValue(const Property& property) {
 }
 
 // The list value's first piece in front of the others.
-std::string FieldText(const Property& property, Field field) {
+std::string FieldText(const Property& property, base::Field field) {
     std::string value = PlainValue(property);
-    if (field == Field::kNickname) return UnescapeText(SplitEscaped(value, ',')[0]);
-    if (field == Field::kAddress) {
+    if (field == base::Field::kNickname) return UnescapeText(SplitEscaped(value, ',')[0]);
+    if (field == base::Field::kAddress) {
         const Parameter* label = property.Find("LABEL");
         return label != nullptr ? UnescapeText(label->values[0]) : AddressLines(value);
     }
@@ -103,7 +103,7 @@ std::string NameFromComponents(const Property& property) {
         const std::string text = UnescapeText(parts[static_cast<std::size_t>(part)]);
         if (!text.empty()) name += (name.empty() ? "" : " ") + text;
     }
-    return Canonical(name);
+    return base::Canonical(name);
 }
 
 std::string ComponentsFromName(const std::string& name) {
@@ -117,7 +117,7 @@ std::string ComponentsFromName(const std::string& name) {
         family = name.substr(blank + 1);
         given = name.substr(0, blank);
     }
-    return EscapeText(Canonical(family)) + ';' + EscapeText(Canonical(given)) + ";;;";
+    return EscapeText(base::Canonical(family)) + ';' + EscapeText(base::Canonical(given)) + ";;;";
 }
 
 std::string TimeStamp(std::chrono::system_clock::time_point now) {
@@ -132,13 +132,13 @@ std::string TimeStamp(std::chrono::system_clock::time_point now) {
     return text;
 }
 
-Property NewProperty(Field field) {
+Property NewProperty(base::Field field) {
     Property property;
-    constexpr std::array<std::string_view, kFieldCount> kNames = {"NICKNAME", "FN",    "ADR", "TEL",
-                                                                  "TEL",      "EMAIL", "NOTE"};
+    constexpr std::array<std::string_view, base::kFieldCount> kNames = {
+        "NICKNAME", "FN", "ADR", "TEL", "TEL", "EMAIL", "NOTE"};
     property.name = kNames[static_cast<std::size_t>(field)];
-    if (field == Field::kPhone) property.parameters = {{"TYPE", {"work", "voice"}}};
-    if (field == Field::kFax) property.parameters = {{"TYPE", {"fax"}}};
+    if (field == base::Field::kPhone) property.parameters = {{"TYPE", {"work", "voice"}}};
+    if (field == base::Field::kFax) property.parameters = {{"TYPE", {"fax"}}};
     return property;
 }
 
@@ -150,9 +150,9 @@ std::string EscapeBackslashes(const std::string& text) {
 }
 
 // The value of a field's property for a new text, in place of `old`.
-std::string NewValue(const Property& old, Field field, const std::string& text) {
-    if (field == Field::kAddress) return ChangeAddress(PlainValue(old), text);
-    if (field != Field::kNickname) return EscapeText(text);
+std::string NewValue(const Property& old, base::Field field, const std::string& text) {
+    if (field == base::Field::kAddress) return ChangeAddress(PlainValue(old), text);
+    if (field != base::Field::kNickname) return EscapeText(text);
     std::string value = EscapeText(text);
     const std::vector<std::string> pieces = SplitEscaped(PlainValue(old), ',');
     for (std::size_t i = 1; i < pieces.size(); ++i) value += ',' + pieces[i];
@@ -175,11 +175,11 @@ void SetProperty(Card& card, std::string_view name, const std::string& value) {
     }
 }
 
-void SetField(Card& card, Field field, const std::string& text) {
+void SetField(Card& card, base::Field field, const std::string& text) {
     const auto index = FindField(card, field);
     Property property = index ? card.Properties()[*index] : NewProperty(field);
     const bool hasMore =
-        field == Field::kNickname && index && SplitEscaped(property.value, ',').size() > 1;
+        field == base::Field::kNickname && index && SplitEscaped(property.value, ',').size() > 1;
     if (text.empty() && !hasMore) {
         if (index) card.Remove(*index);
         return;
@@ -200,10 +200,10 @@ void SetField(Card& card, Field field, const std::string& text) {
     }
 }
 
-void SetName(Card& card, const Contact& values) {
-    const std::string& name = values[Field::kName];
+void SetName(Card& card, const base::Contact& values) {
+    const std::string& name = values[base::Field::kName];
     const bool isNew = !FindName(card, "FN");
-    SetField(card, Field::kName, name.empty() ? DisplayName(values, "?") : name);
+    SetField(card, base::Field::kName, name.empty() ? base::DisplayName(values, "?") : name);
     if (card.IsVersion4() && !isNew && !name.empty() && !FindName(card, "N")) return;
     SetProperty(card, "N", name.empty() ? ";;;;" : ComponentsFromName(name));
 }
@@ -223,10 +223,10 @@ CardContent ReadFields(const Card& card) {
     const std::string kind = UpperAscii(card.Value("KIND"));
     content.isPerson = kind.empty() || kind == "INDIVIDUAL" || kind == "ORG";
     int shown = 0;
-    for (Field field : kAllFields) {
+    for (base::Field field : base::kAllFields) {
         if (const auto index = FindField(card, field)) {
             ++shown;
-            content.contact[field] = Canonical(FieldText(card.Properties()[*index], field));
+            content.contact[field] = base::Canonical(FieldText(card.Properties()[*index], field));
         }
     }
     for (const Property& property : card.Properties()) content.beyond += !IsBookkeeping(property);
@@ -234,11 +234,11 @@ CardContent ReadFields(const Card& card) {
     std::string components;
     const auto n = FindName(card, "N");
     if (n) components = NameFromComponents(card.Properties()[*n]);
-    std::string& name = content.contact[Field::kName];
+    std::string& name = content.contact[base::Field::kName];
     if (name.empty()) name = components;
-    Contact unnamed = content.contact;
-    unnamed[Field::kName].clear();
-    if (n && components.empty() && name == DisplayName(unnamed, "?")) name.clear();
+    base::Contact unnamed = content.contact;
+    unnamed[base::Field::kName].clear();
+    if (n && components.empty() && name == base::DisplayName(unnamed, "?")) name.clear();
     return content;
 }
 
@@ -246,11 +246,11 @@ void SetUid(Card& card, const std::string& uid) {
     SetProperty(card, "UID", uid);
 }
 
-void WriteFields(Card& card, const Contact& values, FieldSet which,
+void WriteFields(Card& card, const base::Contact& values, base::FieldSet which,
                  std::chrono::system_clock::time_point now) {
-    for (Field field : kAllFields) {
+    for (base::Field field : base::kAllFields) {
         if (!which.Has(field)) continue;
-        if (field == Field::kName) {
+        if (field == base::Field::kName) {
             SetName(card, values);
         } else {
             SetField(card, field, values[field]);
@@ -259,4 +259,4 @@ void WriteFields(Card& card, const Contact& values, FieldSet which,
     SetProperty(card, "REV", TimeStamp(now));
 }
 
-}  // namespace host
+}  // namespace host::vcard

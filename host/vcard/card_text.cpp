@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace host {
+namespace host::vcard {
 
 namespace {
 
@@ -135,4 +135,4 @@ std::string UpperAscii(std::string_view text) {
     return upper;
 }
 
-}  // namespace host
+}  // namespace host::vcard

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-namespace host {
+namespace host::vcard {
 
 // The text forms inside a vCard line.
 
@@ -29,4 +29,4 @@ std::string Fold(std::string_view line, std::string_view lineEnd);
 
 std::string UpperAscii(std::string_view text);
 
-}  // namespace host
+}  // namespace host::vcard

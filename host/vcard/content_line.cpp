@@ -4,7 +4,7 @@
 
 #include "host/vcard/card_text.h"
 
-namespace host {
+namespace host::vcard {
 
 namespace {
 
@@ -159,4 +159,4 @@ std::string FormatContentLine(const Property& property) {
     return line + ':' + property.value;
 }
 
-}  // namespace host
+}  // namespace host::vcard

@@ -6,7 +6,7 @@
 
 #include "host/vcard/card.h"
 
-namespace host {
+namespace host::vcard {
 
 // Cuts the bytes of a file into logical lines: continuations joined, and quoted-printable soft
 // line breaks too.
@@ -38,4 +38,4 @@ bool IsQuotedPrintable(const Parameter& parameter);
 // The logical line of a property.
 std::string FormatContentLine(const Property& property);
 
-}  // namespace host
+}  // namespace host::vcard

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/os/path.h"
+#include "text/double_byte.h"
 
 CEudoraFileDlg::CEudoraFileDlg(const platform::System& system, const CString& initialPath)
     : m_csPathName(initialPath), m_system(system) {}
@@ -11,8 +11,8 @@ int CEudoraFileDlg::DoModal() {
     constexpr std::size_t kMaxPath = 259;
     const auto& path = m_csPathName.Str();
     platform::OpenFileRequest request;
-    request.initialPath = path.substr(
-        0, platform::WholeCharacterPrefix(path, kMaxPath, m_system.processes.CodePage()));
+    request.initialPath =
+        path.substr(0, text::WholeCharacterPrefix(path, kMaxPath, m_system.processes.CodePage()));
     request.defaultExtension = "txt";
     request.filter = "Eudora Address Book (*.txt)|*.txt||";
     request.accept = [this](const std::string& confirmed) {

@@ -6,8 +6,8 @@
 
 #include "platform/kvutil/kvutil.h"
 #include "platform/kvutil/registry_access.h"
-#include "platform/mfc/text_case.h"
-#include "platform/os/path.h"
+#include "text/ascii_case.h"
+#include "text/double_byte.h"
 
 namespace locate {
 
@@ -35,7 +35,7 @@ std::string ShortPath(platform::Files& files, std::string_view path) {
 std::size_t LastBackslash(std::string_view path, unsigned codePage) {
     auto last = std::string_view::npos;
     for (std::size_t i = 0; i < path.size(); ++i) {
-        if (platform::IsLeadByte(static_cast<unsigned char>(path[i]), codePage)) {
+        if (text::IsLeadByte(static_cast<unsigned char>(path[i]), codePage)) {
             ++i;
         } else if (path[i] == '\\') {
             last = i;
@@ -76,7 +76,7 @@ CString FindNicknameFile(platform::Files& files, const CString& program, unsigne
 bool IsDefaultClient(platform::Registry& registry, platform::Files& files, const CString& program) {
     CString command;
     if (!Read(registry, kMailtoKey, kDefaultValue, command)) return false;
-    return platform::EqualNoCase(ShortPath(files, program.Str()) + " /M %1", command.Str());
+    return text::EqualNoCase(ShortPath(files, program.Str()) + " /M %1", command.Str());
 }
 
 }  // namespace locate

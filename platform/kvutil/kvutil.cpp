@@ -9,8 +9,8 @@
 #include "platform/kvutil/check_sum.h"
 #include "platform/kvutil/registry_access.h"
 #include "platform/kvutil/text_tools.h"
-#include "platform/os/path.h"
 #include "platform/os/system.h"
+#include "text/path.h"
 
 namespace {
 
@@ -144,7 +144,7 @@ RRETURNCODE StripChars(const char* source, char* target, const char* characters)
 RRETURNCODE GetFilename(const char* path, CString& out) {
     return Shielded([&] {
         const std::string_view whole = OrEmpty(path);
-        const auto last = platform::LastSeparator(whole, CodePage());
+        const auto last = text::LastSeparator(whole, CodePage());
         out = CString(last == std::string_view::npos ? whole : whole.substr(last + 1));
         return true;
     });

@@ -1,13 +1,13 @@
 #include "platform/kvutil/text_tools.h"
 
-#include "platform/os/path.h"
+#include "text/double_byte.h"
 
 namespace kvutil {
 
 std::string_view LastBytes(std::string_view text, std::size_t count, unsigned codePage) {
     if (count >= text.size()) return text;
     std::size_t begin = text.size() - count;
-    if (platform::WholeCharacterPrefix(text, begin, codePage) != begin) ++begin;
+    if (text::WholeCharacterPrefix(text, begin, codePage) != begin) ++begin;
     return text.substr(begin);
 }
 
@@ -31,7 +31,7 @@ std::string ShortenPath(std::string_view path, std::size_t limit, unsigned codeP
     if (limit <= kDots.size()) return std::string(kDots.substr(0, limit));
     const std::size_t kept = limit - kDots.size();
     // The end of a path tells more than its beginning.
-    const auto head = platform::WholeCharacterPrefix(path, kept / 3, codePage);
+    const auto head = text::WholeCharacterPrefix(path, kept / 3, codePage);
     std::string text(path.substr(0, head));
     return text.append(kDots).append(LastBytes(path, kept - head, codePage));
 }

@@ -7,6 +7,13 @@
 
 #include "platform/os/result.h"
 
+// The calling convention of the published functions of Windows libraries.
+#if defined(__i386__)
+#define KV_LIBRARY_CALL __attribute__((stdcall))
+#else
+#define KV_LIBRARY_CALL
+#endif
+
 namespace platform {
 
 // A loaded code library; unloaded by the destructor.

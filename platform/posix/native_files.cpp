@@ -12,10 +12,10 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "platform/posix/character_case.h"
 #include "platform/posix/native_file.h"
 #include "platform/posix/placement.h"
 #include "platform/posix/posix_error.h"
-#include "platform/posix/utf.h"
 
 namespace platform::posix {
 
@@ -172,3 +172,12 @@ Result<std::string> CreateNumberedFile(Files& files, const std::string& base) {
 }
 
 }  // namespace platform::posix
+
+namespace platform {
+
+Files& NativeFiles() {
+    static posix::NativePosixFiles files;
+    return files;
+}
+
+}  // namespace platform

@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "platform/os/path.h"
 #include "platform/testing/memory_node.h"
+#include "text/double_byte.h"
 
 namespace platform::testing {
 
@@ -47,7 +47,8 @@ class FakeResources : public StringResources {
     std::string Text(unsigned id, std::size_t limit) override {
         const auto found = m_strings.find(id);
         if (found == m_strings.end()) return {};
-        return found->second.substr(0, WholeCharacterPrefix(found->second, limit, m_codePage));
+        return found->second.substr(0,
+                                    text::WholeCharacterPrefix(found->second, limit, m_codePage));
     }
 
   private:

@@ -4,9 +4,10 @@
 #include <numeric>
 
 #include "platform/os/code_page.h"
-#include "platform/os/path.h"
 #include "platform/testing/memory_file.h"
 #include "platform/testing/memory_node.h"
+#include "text/double_byte.h"
+#include "text/path.h"
 
 namespace platform::testing {
 
@@ -33,7 +34,8 @@ std::vector<std::string> Components(std::string_view path, unsigned codePage) {
         current.clear();
     };
     for (std::size_t i = 0; i < path.size(); ++i) {
-        if (IsLeadByte(static_cast<unsigned char>(path[i]), codePage) && i + 1 < path.size()) {
+        if (text::IsLeadByte(static_cast<unsigned char>(path[i]), codePage) &&
+            i + 1 < path.size()) {
             current += path.substr(i++, 2);
         } else if (path[i] == '\\' || path[i] == '/') {
             finish();
@@ -135,7 +137,7 @@ void MemoryFiles::MakeFolders(std::string_view path) {
 }
 
 void MemoryFiles::Put(std::string_view path, std::string_view content) {
-    const auto last = LastSeparator(path, m_codePage);
+    const auto last = text::LastSeparator(path, m_codePage);
     MakeFolders(path.substr(0, last == std::string_view::npos ? 0 : last + 1));
     Place place = Find(path);
     if (!place.node) place.node = AddChild(*place.folder, place.name, false);
@@ -340,7 +342,7 @@ Result<std::string> MemoryFiles::ShortPath(std::string_view path) {
     const Place place = Find(path);
     if (!place.node) return Fail(ErrorCode::kNotFound, path);
     if (place.node->shortName.empty()) return std::string(path);
-    const auto last = LastSeparator(path, m_codePage);
+    const auto last = text::LastSeparator(path, m_codePage);
     const auto folder = last == std::string_view::npos ? "" : path.substr(0, last + 1);
     return std::string(folder) + place.node->shortName;
 }
@@ -352,7 +354,7 @@ Result<std::string> MemoryFiles::TempFolder() {
 
 Result<std::string> MemoryFiles::CreateTempFile(std::string_view folder, std::string_view prefix) {
     std::string base(folder);
-    if (base.empty() || LastSeparator(base, m_codePage) + 1 != base.size()) base += '\\';
+    if (base.empty() || text::LastSeparator(base, m_codePage) + 1 != base.size()) base += '\\';
     for (;;) {
         char number[16];
         std::snprintf(number, sizeof number, "%X", m_nextTempNumber++);

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "platform/os/path.h"
 #include "platform/windows/wide_text.h"
 #include "platform/windows/windows_api.h"
+#include "text/double_byte.h"
 
 namespace platform {
 

@@ -1,10 +1,10 @@
 #include "platform/windows/native_libraries.h"
 
-#include "platform/os/path.h"
 #include "platform/os/system.h"
 #include "platform/windows/handle.h"
 #include "platform/windows/wide_text.h"
 #include "platform/windows/windows_error.h"
+#include "text/double_byte.h"
 
 namespace platform::windows {
 

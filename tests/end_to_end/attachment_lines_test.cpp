@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "mailstore/format/toc_records.h"
+#include "mailbox/toc_records.h"
 #include "tests/end_to_end/sync_mail_program.h"
 #include "tests/platform/temp_folder.h"
 
@@ -21,10 +21,10 @@ class AttachmentLines : public SyncMailProgram {
             "Date: Tue, 24 Nov 2020 10:00:00 +0100\r\nSubject: s\r\n\r\nlook\r\n";
         for (const auto& path : paths) mail += "\r\n\r\nAttachment Converted: \"" + path + "\"";
         mail += "\r\n";
-        mailstore::MsgBlock block;
+        mailbox::MsgBlock block;
         block.dwLength = static_cast<std::uint32_t>(mail.size());
         block.dwMsgId = 1;
-        auto header = mailstore::TocHeader::Decode(mailstore::NewTocHeader());
+        auto header = mailbox::TocHeader::Decode(mailbox::NewTocHeader());
         header.wNumberOfMsgs = 1;
         bench.Write("E/In.mbx", mail);
         bench.Write("E/In.toc", header.Encode() + block.Encode());

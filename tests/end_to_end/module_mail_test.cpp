@@ -9,12 +9,12 @@
 #include <optional>
 #include <thread>
 
+#include "host/base/native_path.h"
+#include "host/eudora/setup.h"
 #include "host/mail/eudora_mails.h"
-#include "host/module/mail_settings.h"
-#include "host/module/native_path.h"
-#include "host/module/setup.h"
-#include "host/module/translator_host.h"
-#include "host/module/translator_session.h"
+#include "host/translator/mail_settings.h"
+#include "host/translator/translator_host.h"
+#include "host/translator/translator_session.h"
 #include "integration/locate/locate.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
@@ -28,9 +28,9 @@
 namespace {
 
 namespace fs = std::filesystem;
-using host::EudoraMails;
-using host::Mail;
-using host::TranslatorSession;
+using host::mail::EudoraMails;
+using host::mail::Mail;
+using host::translator::TranslatorSession;
 using platform::ErrorCode;
 using platform::RegistryRoot;
 using ::testing::ElementsAre;
@@ -67,19 +67,19 @@ class ModuleMail : public ::testing::Test {
         s_folder = std::make_unique<test::TempFolder>();
         fs::copy(Samples(), Eudora(), fs::copy_options::recursive);
         ASSERT_TRUE(platform::SetEnvironment("XDG_STATE_HOME", *s_folder / "state"));
-        if (host::UsesWindowsPaths()) {
+        if (host::base::UsesWindowsPaths()) {
             ASSERT_NO_FATAL_FAILURE(InstallOnWindows(Eudora()));
         }
-        host::SetupOptions options;
+        host::eudora::SetupOptions options;
         options.eudora = Eudora().string();
         options.language = "EN";
-        auto setup = host::Prepare(options);
+        auto setup = host::eudora::Prepare(options);
         ASSERT_TRUE(setup) << setup.Error().Message();
         s_setup = *std::move(setup);
-        auto module = host::TranslatorHost::Start(s_setup->init);
+        auto module = host::translator::TranslatorHost::Start(s_setup->init);
         ASSERT_TRUE(module) << module.Error().Message();
         s_module = *std::move(module);
-        auto made = TranslatorSession::Create(*s_module, host::kMailKind);
+        auto made = TranslatorSession::Create(*s_module, host::translator::kMailKind);
         ASSERT_TRUE(made) << made.Error().Message();
         session.emplace(*std::move(made));
         LetAllPass();
@@ -101,12 +101,12 @@ class ModuleMail : public ::testing::Test {
     static fs::path Eudora() { return s_folder->Path() / "Eudora"; }
 
     static void LetAllPass() {
-        const auto selection = host::SelectMail(*session, *s_setup, false);
+        const auto selection = host::translator::SelectMail(*session, *s_setup, false);
         ASSERT_TRUE(selection) << selection.Error().Message();
-        host::MailLimitChanges all;
+        host::translator::MailLimitChanges all;
         all.limitsAge = all.limitsSize = all.limitsAttachments = false;
         all.attachments = true;
-        const auto changed = host::ChangeMailLimits(*session, *selection, all);
+        const auto changed = host::translator::ChangeMailLimits(*session, *selection, all);
         ASSERT_TRUE(changed) << changed.Error().Message();
     }
 
@@ -115,7 +115,7 @@ class ModuleMail : public ::testing::Test {
         EudoraMails mails(*session, platform::NativeSystem().processes.CodePage());
         const auto found = mails.GoTo(id);
         EXPECT_TRUE(found && *found) << id;
-        auto mail = mails.Current(host::MailParts::kAll);
+        auto mail = mails.Current(host::mail::MailParts::kAll);
         EXPECT_TRUE(mail) << mail.Error().Message();
         return mail ? *std::move(mail) : Mail();
     }
@@ -124,15 +124,15 @@ class ModuleMail : public ::testing::Test {
     }
 
     static std::unique_ptr<test::TempFolder> s_folder;
-    static std::optional<host::Setup> s_setup;
-    static std::unique_ptr<host::TranslatorHost> s_module;
+    static std::optional<host::eudora::Setup> s_setup;
+    static std::unique_ptr<host::translator::TranslatorHost> s_module;
     static std::optional<TranslatorSession> session;
     static bool s_isReady;
 };
 
 std::unique_ptr<test::TempFolder> ModuleMail::s_folder;
-std::optional<host::Setup> ModuleMail::s_setup;
-std::unique_ptr<host::TranslatorHost> ModuleMail::s_module;
+std::optional<host::eudora::Setup> ModuleMail::s_setup;
+std::unique_ptr<host::translator::TranslatorHost> ModuleMail::s_module;
 std::optional<TranslatorSession> ModuleMail::session;
 bool ModuleMail::s_isReady = false;
 
@@ -152,7 +152,7 @@ double LocalDate(std::chrono::sys_seconds instant) {
 // test, since a session reads both once.
 TEST_F(ModuleMail, SharesTheMailboxAndNotItsTable) {
     auto& files = platform::NativeSystem().files;
-    if (host::UsesWindowsPaths()) {
+    if (host::base::UsesWindowsPaths()) {
         EXPECT_TRUE(fs::exists(Eudora() / test::kDoubleIsUp)) << "the module started no Eudora";
         const auto mbx =
             files.Open(InEudora("In.mbx"), platform::OpenMode::kRead, platform::Share::kNone);
@@ -175,7 +175,7 @@ TEST_F(ModuleMail, SharesTheMailboxAndNotItsTable) {
 
 // On Windows the mails are those of the installed Eudora, by whatever name its folder goes.
 TEST_F(ModuleMail, AnotherFolderHasNoMailsOnWindows) {
-    if (!host::UsesWindowsPaths()) GTEST_SKIP();
+    if (!host::base::UsesWindowsPaths()) GTEST_SKIP();
     fs::create_directory(*s_folder / "Other");
     std::string shouted = Eudora().string();
     std::ranges::transform(shouted, shouted.begin(),
@@ -184,22 +184,23 @@ TEST_F(ModuleMail, AnotherFolderHasNoMailsOnWindows) {
                                                  {(Eudora() / "Attach" / "..").string(), true},
                                                  {*s_folder / "Other", false}};
     for (const auto& [folder, isIt] : rows) {
-        host::SetupOptions options;
+        host::eudora::SetupOptions options;
         options.eudora = folder;
-        const auto setup = host::Prepare(options);
+        const auto setup = host::eudora::Prepare(options);
         ASSERT_TRUE(setup) << setup.Error().Message();
-        EXPECT_EQ(host::RefuseMailsElsewhere(*setup).HasValue(), isIt) << folder;
+        EXPECT_EQ(host::eudora::RefuseMailsElsewhere(*setup).HasValue(), isIt) << folder;
     }
 }
 
 TEST_F(ModuleMail, WalksAllMailsInTheirOrder) {
     ASSERT_TRUE(session->Open());
     EudoraMails mails(*session, platform::NativeSystem().processes.CodePage());
-    const std::map<std::uint32_t, char> letters{
-        {host::kStatusUnread, 'N'}, {host::kStatusRead, 'R'}, {host::kStatusSent, 'S'}};
+    const std::map<std::uint32_t, char> letters{{host::mail::kStatusUnread, 'N'},
+                                                {host::mail::kStatusRead, 'R'},
+                                                {host::mail::kStatusSent, 'S'}};
     std::string walk;
-    const auto walked = mails.Walk([&](const host::MailHead& head) -> platform::Result<bool> {
-        const auto mail = mails.Current(host::MailParts::kWithoutAttachments);
+    const auto walked = mails.Walk([&](const host::mail::MailHead& head) -> platform::Result<bool> {
+        const auto mail = mails.Current(host::mail::MailParts::kWithoutAttachments);
         if (!mail) return mail.Error();
         EXPECT_EQ(mail->marker, std::to_string(mail->status.value_or(0)));
         walk += head.id.substr(8) + letters.at(mail->status.value_or(0)) +
@@ -272,8 +273,8 @@ TEST_F(ModuleMail, CopiesAttachmentsUntilItCloses) {
         std::vector<std::string> names;
         for (const auto& attachment : MailOf(row.id).attachments) {
             names.push_back(attachment.name);
-            copies.push_back(host::ToPath(attachment.path));
-            const auto original = Samples() / "Attach" / host::ToPath(attachment.name);
+            copies.push_back(host::base::ToPath(attachment.path));
+            const auto original = Samples() / "Attach" / host::base::ToPath(attachment.name);
             EXPECT_EQ(test::ReadDisk(copies.back()), test::ReadDisk(original)) << attachment.name;
             EXPECT_GT(fs::file_size(copies.back()), 0u) << attachment.name;
         }
@@ -287,8 +288,8 @@ TEST_F(ModuleMail, CopiesAttachmentsUntilItCloses) {
 
 TEST_F(ModuleMail, ReadingLeavesEudorasFilesAlone) {
     ASSERT_TRUE(session->Open());
-    EXPECT_EQ(MailOf("0x00000003").status, host::kStatusUnread);
-    EXPECT_EQ(MailOf("0x00000003").status, host::kStatusUnread);
+    EXPECT_EQ(MailOf("0x00000003").status, host::mail::kStatusUnread);
+    EXPECT_EQ(MailOf("0x00000003").status, host::mail::kStatusUnread);
     ASSERT_TRUE(session->Close());
     for (const char* name : {"In.mbx", "In.toc"}) {
         EXPECT_EQ(test::ReadDisk(Eudora() / name), test::ReadDisk(Samples() / name)) << name;

@@ -8,7 +8,7 @@ using platform::testing::Fault;
 class StandInDeleteTest : public StandInTest {
   protected:
     std::uint32_t Delete(std::uint32_t id) {
-        return library.DeleteMail(session, mailstore::IndexIdOf(id).c_str());
+        return library.DeleteMail(session, mailbox::IndexIdOf(id).c_str());
     }
 };
 

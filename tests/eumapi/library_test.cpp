@@ -60,8 +60,8 @@ TEST(StandInLibrary, WalksThroughItsExports) {
     EXPECT_EQ(entries.Get<mapi::DeleteMailFn>(Entry::kDeleteMail)(session, 0, "0x00000010", 0, 0),
               0u);
     EXPECT_EQ(test::ReadDisk(native + "/Trash.mbx"), Mail("first"));
-    using SaveMailFn = std::uint32_t(KV_MAPI_CALL*)(mapi::Session, std::uintptr_t, MapiMessage*,
-                                                    std::uint32_t, std::uint32_t, char*);
+    using SaveMailFn = std::uint32_t(KV_LIBRARY_CALL*)(mapi::Session, std::uintptr_t, MapiMessage*,
+                                                       std::uint32_t, std::uint32_t, char*);
     EXPECT_EQ(entries.Get<SaveMailFn>(Entry::kSaveMail)(session, 0, nullptr, 0, 0, id),
               mapi::kNotSupported);
     EXPECT_EQ(entries.Get<mapi::LogoffFn>(Entry::kLogoff)(session, 0, 0, 0), 0u);

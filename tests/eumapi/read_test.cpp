@@ -70,7 +70,7 @@ TEST_F(StandInReadTest, TellsFlagsFromStates) {
 }
 
 TEST_F(StandInReadTest, FallsBackToWhatTheListShows) {
-    mailstore::MsgBlock block;
+    mailbox::MsgBlock block;
     block.dwMsgId = 1;
     block.dwOffset = 5000;
     block.dwLength = 10;

@@ -77,7 +77,7 @@ TEST_F(StandInSendTest, QueuesInTheOutBox) {
     EXPECT_EQ(FileText("C:\\Eudora\\Attach\\315594235\\a.txt"), "content");
     EXPECT_EQ(FileText("C:\\Eudora\\Attach\\a.txt"), "another's");
     const std::string toc = FileText("C:\\Eudora\\Out.toc");
-    const auto block = mailstore::MsgBlock::Decode(toc.substr(104));
+    const auto block = mailbox::MsgBlock::Decode(toc.substr(104));
     EXPECT_EQ(toc[40], 1);
     EXPECT_EQ(block.wStatus, 7);
     EXPECT_EQ(block.bMarkHigh, 0x80);
@@ -86,8 +86,8 @@ TEST_F(StandInSendTest, QueuesInTheOutBox) {
     EXPECT_EQ(block.szDate, "02:03 AM 1/2/1980 +0900");
     EXPECT_EQ(block.dwMsgId, 1u);
     ASSERT_EQ(library.SendMail(0, Simple().Get(), 0), mapi::kSuccess) << "a session of its own";
-    EXPECT_EQ(
-        mailstore::MsgBlock::Decode(FileText("C:\\Eudora\\Out.toc").substr(104 + 218)).dwMsgId, 2u);
+    EXPECT_EQ(mailbox::MsgBlock::Decode(FileText("C:\\Eudora\\Out.toc").substr(104 + 218)).dwMsgId,
+              2u);
     EXPECT_EQ(platform::ReadU16(FileText("C:\\Eudora\\Out.toc"), 72), 2);
 }
 
@@ -104,7 +104,7 @@ TEST_F(StandInSendTest, NumbersAboveTheHighest) {
         auto mail = Simple();
         ASSERT_EQ(Send(mail), mapi::kSuccess);
         const auto last = FileText("C:\\Eudora\\Out.toc").substr(104 + 218 * one.ids.size());
-        EXPECT_EQ(mailstore::MsgBlock::Decode(last).dwMsgId, one.next);
+        EXPECT_EQ(mailbox::MsgBlock::Decode(last).dwMsgId, one.next);
     }
 }
 

@@ -9,7 +9,7 @@
 #include "eumapi/mailbox.h"
 #include "eumapi/simple_mapi.h"
 #include "integration/locate/locate.h"
-#include "mailstore/format/toc_records.h"
+#include "mailbox/toc_records.h"
 #include "platform/testing/test_system.h"
 
 inline constexpr const char* kInToc = "C:\\Eudora\\In.toc";
@@ -18,7 +18,7 @@ inline constexpr std::uint32_t kFindFlags = mapi::kGuaranteeFifo | mapi::kLongMe
 
 inline std::string Block(std::uint32_t offset, std::uint32_t length, std::uint32_t id,
                          unsigned state = 0) {
-    mailstore::MsgBlock block;
+    mailbox::MsgBlock block;
     block.dwOffset = offset;
     block.dwLength = length;
     block.dwMsgId = id;
@@ -27,7 +27,7 @@ inline std::string Block(std::uint32_t offset, std::uint32_t length, std::uint32
 }
 
 inline std::string Toc(const std::vector<std::string>& blocks) {
-    std::string bytes = mailstore::NewTocHeader();
+    std::string bytes = mailbox::NewTocHeader();
     bytes[102] = static_cast<char>(blocks.size() & 0xFF);
     bytes[103] = static_cast<char>(blocks.size() >> 8);
     for (const auto& block : blocks) bytes += block;
@@ -80,15 +80,14 @@ class StandInTest : public ::testing::Test {
     }
     std::string Walk(std::uint32_t flags = kFindFlags) {
         std::string all, id;
-        while ((id = Next(id, flags))[0] != '=')
-            all += std::to_string(mailstore::MsgIdOf(id)) + ' ';
+        while ((id = Next(id, flags))[0] != '=') all += std::to_string(mailbox::MsgIdOf(id)) + ' ';
         return all + id;
     }
 
     // Reads a mail; null with `code`. The message is freed with the fixture's library.
     MapiMessage* Read(std::uint32_t id, std::uint32_t flags = mapi::kPeek) {
         MapiMessage* message = nullptr;
-        code = library.ReadMail(session, mailstore::IndexIdOf(id).c_str(), flags, &message);
+        code = library.ReadMail(session, mailbox::IndexIdOf(id).c_str(), flags, &message);
         return message;
     }
     MapiMessage* ReadOnly(const std::string& mail, std::uint32_t flags = mapi::kPeek) {
@@ -114,11 +113,11 @@ class StandInTest : public ::testing::Test {
         if (!toc) return "none";
         const auto mbx = FileText("C:\\Eudora\\" + mailbox + ".mbx");
         std::string texts;
-        const auto count = mailstore::TocHeader::Decode(*toc).wNumberOfMsgs;
+        const auto count = mailbox::TocHeader::Decode(*toc).wNumberOfMsgs;
         for (std::uint32_t i = 0; i < count; ++i) {
-            const auto at = static_cast<std::size_t>(mailstore::BlockOffset(i));
-            if (toc->size() < at + mailstore::kMsgBlockSize) return "short";
-            const auto place = mailstore::MailPlace::Decode(std::string_view(*toc).substr(at));
+            const auto at = static_cast<std::size_t>(mailbox::BlockOffset(i));
+            if (toc->size() < at + mailbox::kMsgBlockSize) return "short";
+            const auto place = mailbox::MailPlace::Decode(std::string_view(*toc).substr(at));
             if (place.dwOffset + std::uint64_t{place.dwLength} > mbx.size()) return "beyond";
             texts += mbx.substr(place.dwOffset, place.dwLength) + '|';
         }

@@ -114,13 +114,13 @@ TEST_F(StandInTest, LetsOthersUseTheFilesBetweenCalls) {
 // what a walk from the start would take for each.
 TEST_F(StandInTest, WalksTheLargestMailbox) {
     std::vector<std::string> blocks;
-    for (std::uint32_t i = 1; i <= mailstore::kMostMsgs; ++i) blocks.push_back(Block(0, 0, i * 3));
+    for (std::uint32_t i = 1; i <= mailbox::kMostMsgs; ++i) blocks.push_back(Block(0, 0, i * 3));
     machine.files.Put(kInToc, Toc(blocks));
     machine.faults.Disarm();
     const auto start = std::chrono::steady_clock::now();
     std::uint32_t count = 0;
     for (std::string id; (id = Next(id))[0] != '=';) ++count;
-    EXPECT_EQ(count, mailstore::kMostMsgs);
+    EXPECT_EQ(count, mailbox::kMostMsgs);
     EXPECT_LT(machine.faults.Operations(), static_cast<int>(count) + 200);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
 }

@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "host/module/setup.h"
-#include "host/module/translator_host.h"
+#include "host/eudora/setup.h"
+#include "host/translator/translator_host.h"
 #include "platform/os/program.h"
 #include "tests/platform/temp_folder.h"
 
@@ -14,22 +14,22 @@ namespace host::testing {
 struct BuiltModule {
     test::TempFolder root;
     std::filesystem::path eudora = root.Path() / "E";
-    Setup setup;
-    std::unique_ptr<TranslatorHost> host;
+    eudora::Setup setup;
+    std::unique_ptr<translator::TranslatorHost> host;
 
     BuiltModule() {
         std::filesystem::create_directories(eudora / "Attach");
         test::WriteDisk(eudora / "nndbase.txt", "");
         (void)platform::SetEnvironment("XDG_STATE_HOME", root / "state");
-        SetupOptions options;
+        eudora::SetupOptions options;
         options.eudora = eudora.string();
         options.language = "EN";
-        setup = *Prepare(options);
+        setup = *eudora::Prepare(options);
         Start();
     }
     void Start() {
         host.reset();
-        host = *TranslatorHost::Start(setup.init);
+        host = *translator::TranslatorHost::Start(setup.init);
     }
 };
 

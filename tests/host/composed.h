@@ -5,13 +5,14 @@
 namespace host::testing {
 
 // A mail composed in one text.
-inline platform::Result<std::string> Composed(platform::Files& files, const Mail& mail,
+inline platform::Result<std::string> Composed(platform::Files& files, const mail::Mail& mail,
                                               std::chrono::seconds offset) {
     std::string message;
-    auto status = ComposeMail(files, mail, offset, [&](std::string_view piece) -> platform::Status {
-        message += piece;
-        return {};
-    });
+    auto status =
+        mail::ComposeMail(files, mail, offset, [&](std::string_view piece) -> platform::Status {
+            message += piece;
+            return {};
+        });
     if (!status) return status.Error();
     return message;
 }

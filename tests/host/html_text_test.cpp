@@ -38,7 +38,7 @@ TEST(TextOfHtml, SaysWhatAPersonWouldRead) {
         {"a<p title=\"x>b", "a\n\nb"},
         {"a</p", "a</p"},
     };
-    for (const auto& row : rows) EXPECT_EQ(TextOfHtml(row.html), row.text) << row.html;
+    for (const auto& row : rows) EXPECT_EQ(mail::TextOfHtml(row.html), row.text) << row.html;
 }
 
 TEST(TextOfEnriched, DropsTheMarks) {
@@ -46,7 +46,8 @@ TEST(TextOfEnriched, DropsTheMarks) {
         const char *enriched, *text;
     } rows[] = {{"<bold>a</bold>b", "ab"}, {"a << b", "a < b"}, {"a <open", "a <open"},
                 {"<<<b>x", "<x"},          {"<", "<"},          {"a>b", "a>b"}};
-    for (const auto& row : rows) EXPECT_EQ(TextOfEnriched(row.enriched), row.text) << row.enriched;
+    for (const auto& row : rows)
+        EXPECT_EQ(mail::TextOfEnriched(row.enriched), row.text) << row.enriched;
 }
 
 }  // namespace

@@ -108,7 +108,7 @@ class ComposeTest : public ::testing::Test {
     }
 
     platform::testing::MemoryFiles files;
-    Mail mail;
+    mail::Mail mail;
 };
 
 // A large attachment is nowhere in memory as a whole.
@@ -119,7 +119,7 @@ TEST_F(ComposeTest, HandsALargeMailOverInPieces) {
         largest = std::max(largest, piece.size());
         return {};
     };
-    ASSERT_TRUE(ComposeMail(files, mail, std::chrono::hours(1), measure));
+    ASSERT_TRUE(mail::ComposeMail(files, mail, std::chrono::hours(1), measure));
     EXPECT_LT(largest, 200'000u);
 }
 
@@ -135,7 +135,7 @@ TEST_F(ComposeTest, PlainMailIsOnePartAndLeavesOutWhatHasNoValue) {
               "Content-Transfer-Encoding: 7bit\n"
               "\n"
               "Come at five.\n");
-    mail = Mail();
+    mail = mail::Mail();
     mail.id = "0x00000001";
     mail.subject = "";
     mail.cc = " ; ";
@@ -292,7 +292,7 @@ TEST_F(ComposeTest, AnyBodyComesBackAndTheSameMailGivesTheSameBytes) {
         EXPECT_EQ(Compose(), message);
         const ReadMessage read = ParseMessage(message);
         ASSERT_EQ(read.parts.size(), mail.attachments.size() + 1) << message;
-        ASSERT_EQ(read.parts[0].bytes, NormalLineEnds(*mail.body)) << message;
+        ASSERT_EQ(read.parts[0].bytes, mail::NormalLineEnds(*mail.body)) << message;
         EXPECT_TRUE(mail.attachments.empty() || read.parts[1].bytes == "attached");
     }
 }

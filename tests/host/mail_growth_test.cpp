@@ -16,15 +16,15 @@ namespace {
 
 std::size_t WorkFor(const std::string& text) {
     const auto before = branches;
-    (void)TextOfHtml(text);
-    (void)TextOfEnriched(text);
-    (void)SplitText(NormalLineEnds(text));
-    (void)MessageIdInHeader(text);
-    (void)FieldInHeader(text, "subject");
-    const Entity entity = SplitEntity(text);
-    (void)FieldValue(entity, "Subject");
-    (void)FieldValues(entity, "To");
-    (void)SplitParts(text, "b", 1000);
+    (void)mail::TextOfHtml(text);
+    (void)mail::TextOfEnriched(text);
+    (void)mail::SplitText(mail::NormalLineEnds(text));
+    (void)maildir::MessageIdInHeader(text);
+    (void)maildir::FieldInHeader(text, "subject");
+    const mail::Entity entity = mail::SplitEntity(text);
+    (void)mail::FieldValue(entity, "Subject");
+    (void)mail::FieldValues(entity, "To");
+    (void)mail::SplitParts(text, "b", 1000);
     return branches - before;
 }
 

@@ -63,7 +63,7 @@ class Maker {
 // What a body is after it was taken apart by Eudora's marks: white space between them is not told.
 std::string Essence(const std::string& body) {
     std::string essence;
-    for (const TextPiece& piece : SplitText(NormalLineEnds(body))) {
+    for (const mail::TextPiece& piece : mail::SplitText(mail::NormalLineEnds(body))) {
         essence += '<' + std::to_string(static_cast<int>(piece.kind)) + '>' + piece.text;
     }
     while (essence.ends_with('\n')) essence.pop_back();
@@ -77,7 +77,7 @@ TEST(ParseProperty, AComposedMailComesBackAsItWas) {
         ParseWorld world(codePage);
         world.clock.offset = std::chrono::minutes(15 * static_cast<int>(maker.Below(104)) - 720);
         world.files.Put("C:\\file", std::string(maker.Below(300), 'f') + '\0' + "\xFF\r\n");
-        Mail mail;
+        mail::Mail mail;
         mail.id = "0x00000001";
         mail.from = "Ann <a@b.c>";
         mail.to = codePage == 1252 ? maker.Addresses() : "a@b.c";
@@ -91,12 +91,12 @@ TEST(ParseProperty, AComposedMailComesBackAsItWas) {
         const auto utf8 = [&](const std::string& text) { return platform::ToUtf8(text, codePage); };
         const auto message = testing::Composed(world.files, mail, world.clock.offset);
         ASSERT_TRUE(message);
-        const NewMail read = world.Parse(*message);
+        const mail::NewMail read = world.Parse(*message);
         EXPECT_EQ(read.lostCharacters, 0u) << *message;
         EXPECT_TRUE(read.notes.empty()) << *message;
         EXPECT_EQ(utf8(read.from), *mail.from);
-        EXPECT_EQ(utf8(StoredRecipients(read.to)), *mail.to) << *message;
-        EXPECT_EQ(StoredRecipients(read.cc), *mail.cc);
+        EXPECT_EQ(utf8(mail::StoredRecipients(read.to)), *mail.to) << *message;
+        EXPECT_EQ(mail::StoredRecipients(read.cc), *mail.cc);
         EXPECT_EQ(utf8(read.subject), *mail.subject) << *message;
         EXPECT_EQ(read.messageId, *mail.messageId);
         EXPECT_NEAR(*read.date, *mail.date, 0.5 / 86400);
@@ -129,15 +129,15 @@ TEST(ParseProperty, DamagedMailsNeverBreakTheRulesOfAField) {
                 mail.insert(at, std::string(1 + length / 4, static_cast<char>(random())));
         }
         ParseWorld world(round % 2 != 0 ? 1252 : 932);
-        const NewMail read = world.Parse(mail);
-        const std::string to = StoredRecipients(read.to);
+        const mail::NewMail read = world.Parse(mail);
+        const std::string to = mail::StoredRecipients(read.to);
         for (const std::string& line : {read.from, to, read.subject, read.messageId}) {
             EXPECT_EQ(line.find_first_of(std::string("\r\n\0", 3)), std::string::npos) << mail;
         }
         EXPECT_FALSE(read.messageId.empty());
         EXPECT_EQ(read.body.find('\0'), std::string::npos);
         EXPECT_EQ(("\r\n" + read.body).find("\nAttachment Converted:"), std::string::npos) << mail;
-        for (const NewAttachment& attachment : read.attachments) {
+        for (const mail::NewAttachment& attachment : read.attachments) {
             EXPECT_FALSE(attachment.name.empty());
             // Bytes of 932 may look like one of these.
             if (round % 2 == 0) continue;

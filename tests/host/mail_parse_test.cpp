@@ -38,7 +38,7 @@ TEST(ParseMail, DecodesHeadersIntoTheCodePage) {
     };
     for (const Row& row : rows) {
         ParseWorld world(row.codePage);
-        const NewMail mail = world.Parse("Subject: " + std::string(row.field) + "\n\nx");
+        const mail::NewMail mail = world.Parse("Subject: " + std::string(row.field) + "\n\nx");
         EXPECT_EQ(mail.subject, row.subject) << row.field;
         EXPECT_EQ(mail.lostCharacters, row.lost) << row.field;
     }
@@ -66,14 +66,14 @@ TEST(ParseMail, BringsAddressesIntoFormsThatSurviveEudora) {
     };
     for (const Row& row : rows) {
         ParseWorld world;
-        const NewMail mail = world.Parse("To: " + std::string(row.field) + "\n\nx");
-        EXPECT_EQ(StoredRecipients(mail.to), row.stored) << row.field;
-        EXPECT_EQ(OutgoingRecipients(mail.to), row.outgoing) << row.field;
+        const mail::NewMail mail = world.Parse("To: " + std::string(row.field) + "\n\nx");
+        EXPECT_EQ(mail::StoredRecipients(mail.to), row.stored) << row.field;
+        EXPECT_EQ(mail::OutgoingRecipients(mail.to), row.outgoing) << row.field;
     }
     ParseWorld world;
-    const NewMail mail = world.Parse("Sender: s@t\nCC: c@d\nbcc: e@f\nfrom: A; B <a@b>\n\n");
+    const mail::NewMail mail = world.Parse("Sender: s@t\nCC: c@d\nbcc: e@f\nfrom: A; B <a@b>\n\n");
     EXPECT_EQ(mail.from.find(';'), std::string::npos);
-    EXPECT_EQ(StoredRecipients(mail.cc) + '|' + StoredRecipients(mail.bcc), "c@d|e@f");
+    EXPECT_EQ(mail::StoredRecipients(mail.cc) + '|' + mail::StoredRecipients(mail.bcc), "c@d|e@f");
     EXPECT_EQ(world.Parse("Sender: s@t\n\n").from, "s@t");
     EXPECT_EQ(world.Parse("\n").from, "");
 }
@@ -91,8 +91,8 @@ TEST(ParseMail, KeepsAMessageIdThatCanBeOneAndMakesAStableOneElse) {
         const std::string mail = "Subject: s\n" + none + "\ntext";
         const std::string id = world.Parse(mail).messageId;
         EXPECT_EQ(world.Parse(mail).messageId, id) << none;
-        EXPECT_EQ(MessageIdForEudora(mail), id) << none;
-        EXPECT_EQ(MessageIdForEudora("From x\n" + mail), id) << none;
+        EXPECT_EQ(mail::MessageIdForEudora(mail), id) << none;
+        EXPECT_EQ(mail::MessageIdForEudora("From x\n" + mail), id) << none;
         EXPECT_NE(world.Parse(mail + '!').messageId, id) << none;
         EXPECT_EQ(id.find_first_of(" <>\r\n"), std::string::npos) << id;
         EXPECT_NE(id.find('@'), std::string::npos) << id;
@@ -154,7 +154,7 @@ TEST(ParseMail, ReadsBodiesOfEveryCharsetAndEncoding) {
     };
     for (const Row& row : rows) {
         ParseWorld world(row.codePage);
-        const NewMail mail = world.Parse(row.header + std::string("\n\n") + row.body);
+        const mail::NewMail mail = world.Parse(row.header + std::string("\n\n") + row.body);
         EXPECT_EQ(mail.body, row.expected) << row.header;
         EXPECT_EQ(mail.lostCharacters, row.lost) << row.header;
         EXPECT_TRUE(mail.attachments.empty()) << row.header;
@@ -181,7 +181,7 @@ TEST(ParseMail, UnderstandsEveryKindOfFile) {
     };
     for (const Row& row : rows) {
         ParseWorld world;
-        const NewMail mail = world.Parse(row.file);
+        const mail::NewMail mail = world.Parse(row.file);
         EXPECT_EQ(mail.subject, row.subject) << row.file;
         EXPECT_EQ(mail.body, row.body) << row.file;
         EXPECT_FALSE(mail.messageId.empty());
@@ -257,7 +257,7 @@ TEST(ParseMail, ChoosesTheTextAndMakesFilesOfTheRest) {
     };
     for (const auto& row : rows) {
         ParseWorld world;
-        const NewMail mail = world.Parse(row.message);
+        const mail::NewMail mail = world.Parse(row.message);
         EXPECT_EQ(mail.body, row.body) << row.message;
         std::vector<std::string> files;
         for (const auto& file : mail.attachments) {
@@ -289,8 +289,9 @@ TEST(ParseMail, GivesAttachmentsPlainNames) {
     };
     for (const auto& row : rows) {
         ParseWorld world(row.codePage);
-        const NewMail mail = world.Parse("Content-Type: a/b\nContent-Disposition: attachment; " +
-                                         std::string(row.parameter) + "\n\nx");
+        const mail::NewMail mail =
+            world.Parse("Content-Type: a/b\nContent-Disposition: attachment; " +
+                        std::string(row.parameter) + "\n\nx");
         ASSERT_EQ(mail.attachments.size(), 1u) << row.parameter;
         EXPECT_EQ(mail.attachments[0].name, row.name) << row.parameter;
     }
@@ -332,9 +333,9 @@ TEST(ParseMail, SurvivesHostileMails) {
     };
     for (const auto& row : rows) {
         ParseWorld world;
-        const NewMail mail = world.Parse(row.mail);
+        const mail::NewMail mail = world.Parse(row.mail);
         EXPECT_LE(mail.attachments.size(), 500u) << row.what;
-        EXPECT_LT(StoredRecipients(mail.to).size() + mail.subject.size(), 40000u) << row.what;
+        EXPECT_LT(mail::StoredRecipients(mail.to).size() + mail.subject.size(), 40000u) << row.what;
         if (row.isWhole) continue;
         ASSERT_FALSE(mail.attachments.empty()) << row.what;
         EXPECT_EQ(mail.attachments.back().name, "message.eml");
@@ -349,10 +350,10 @@ TEST(ParseMail, TellsWhatItHadToCut) {
     for (int i = 0; i < 4000; ++i) mail += "person" + std::to_string(i) + "@example.org, ";
     mail += "\"a;b\"@c\n\n";
     for (int i = 0; i < 500000; ++i) mail += "a line that is forty characters long, yes\n";
-    const NewMail cut = world.Parse(mail);
+    const mail::NewMail cut = world.Parse(mail);
     EXPECT_EQ(cut.subject.size(), 2000u);
-    EXPECT_LT(StoredRecipients(cut.to).size(), 30100u);
-    EXPECT_TRUE(StoredRecipients(cut.to).ends_with("@example.org"));
+    EXPECT_LT(mail::StoredRecipients(cut.to).size(), 30100u);
+    EXPECT_TRUE(mail::StoredRecipients(cut.to).ends_with("@example.org"));
     EXPECT_LE(cut.body.size(), std::size_t{16} << 20);
     EXPECT_TRUE(cut.body.ends_with(", yes"));
     EXPECT_EQ(cut.notes.size(), 3u);
@@ -374,7 +375,7 @@ TEST(ParseMail, LeavesNoFileBehindWhicheverOperationFails) {
         platform::testing::FaultyFiles faulty(world.files);
         faulty.Arm(
             n % 2 != 0 ? platform::testing::Fault::kFail : platform::testing::Fault::kTornWrite, n);
-        const auto parsed = ParseMail(mail, {faulty, "C:\\in", 1252, world.clock}, "m");
+        const auto parsed = mail::ParseMail(mail, {faulty, "C:\\in", 1252, world.clock}, "m");
         if (!faulty.Fired()) {
             EXPECT_TRUE(parsed);
             EXPECT_EQ(world.FileCount(), 2u);

@@ -17,15 +17,15 @@ class ParseWorld {
         (void)files.CreateFolder("C:\\in");
     }
 
-    platform::Result<NewMail> Try(std::string_view message) {
-        return ParseMail(message, {files, "C:\\in", m_codePage, clock}, "the mail");
+    platform::Result<mail::NewMail> Try(std::string_view message) {
+        return mail::ParseMail(message, {files, "C:\\in", m_codePage, clock}, "the mail");
     }
-    NewMail Parse(std::string_view message) {
+    mail::NewMail Parse(std::string_view message) {
         auto mail = Try(message);
         if (!mail) throw std::runtime_error(mail.Error().Message());
         return *std::move(mail);
     }
-    std::string Content(const NewAttachment& attachment) {
+    std::string Content(const mail::NewAttachment& attachment) {
         return *platform::ReadWhole(files, attachment.path, 1u << 30);
     }
     std::size_t FileCount() { return files.List("C:\\in", "*")->size(); }

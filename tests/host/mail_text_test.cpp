@@ -17,14 +17,14 @@ namespace {
 using namespace std::literals;
 
 TEST(MailText, LineEndsBecomeOneLf) {
-    EXPECT_EQ(NormalLineEnds("\r\na\r\r\nb\n\r\n\r\r\r\nc\rd\0\r\n\r"sv),
+    EXPECT_EQ(mail::NormalLineEnds("\r\na\r\r\nb\n\r\n\r\r\r\nc\rd\0\r\n\r"sv),
               "\na\nb\n\n\nc\rd\0\n\r"sv);
 }
 
 // The pieces as one line: a letter for the kind, then the text in brackets.
 std::string Shown(std::string_view text) {
     std::string shown;
-    for (const TextPiece& piece : SplitText(text)) {
+    for (const mail::TextPiece& piece : mail::SplitText(text)) {
         shown += "PFHE"[static_cast<int>(piece.kind)] + ("[" + piece.text + "]");
     }
     return shown;
@@ -67,7 +67,7 @@ TEST(MailText, FlowedTextIsKnownByItsWrapping) {
         {wide + " \nnext\n one blank in front is no stuffing\n", false},
         {std::string(80, 'w') + " \nnext\n", false},
     };
-    for (const auto& [given, wanted] : rows) EXPECT_EQ(LooksFlowed(given), wanted) << given;
+    for (const auto& [given, wanted] : rows) EXPECT_EQ(mail::LooksFlowed(given), wanted) << given;
 }
 
 // Whatever stands in a text stands in its pieces, but for the marks and white space between them.
@@ -78,7 +78,7 @@ TEST(MailText, NothingVisibleIsLost) {
         for (unsigned i = random() % 12; i > 0; --i) {
             text += testing::OneOf(random, "<x-html>|</x-html>|<x-rich>|</x-rich>|a|b |\n|<|<x-|>");
         }
-        for (const TextPiece& piece : SplitText(text)) joined += piece.text;
+        for (const mail::TextPiece& piece : mail::SplitText(text)) joined += piece.text;
         std::size_t at = 0;
         for (const char letter : joined) {
             at = text.find(letter, at) + 1;
@@ -99,16 +99,17 @@ TEST(ContentType, GoesByTheLastExtensionInAnyCase) {
                                                                   {"a.", ""},
                                                                   {"mail.eml", ""}};
     for (const auto& [name, type] : rows) {
-        EXPECT_EQ(ContentTypeOf(name), type.empty() ? "application/octet-stream" : type) << name;
+        EXPECT_EQ(mail::ContentTypeOf(name), type.empty() ? "application/octet-stream" : type)
+            << name;
     }
 }
 
 std::string IdFor(const std::string& id) {
-    Mail mail;
+    mail::Mail mail;
     mail.id = "0x00000012";
     mail.messageId = id;
     mail.subject = "Tea";
-    return MessageIdOf(mail);
+    return mail::MessageIdOf(mail);
 }
 
 TEST(MessageId, IsKeptWhereAHeaderCanHoldItAndElseMadeStable) {
@@ -126,15 +127,15 @@ TEST(MessageId, IsKeptWhereAHeaderCanHoldItAndElseMadeStable) {
         EXPECT_EQ(valid.find_first_of(" \r\n<>"), std::string::npos) << id;
         EXPECT_EQ(valid.size(), 16 + std::string_view(".eudora@localhost").size()) << id;
     }
-    Mail other;
+    mail::Mail other;
     other.messageId = "0x00000012";
     other.subject = "Coffee";
-    EXPECT_NE(MessageIdOf(other), made);
+    EXPECT_NE(mail::MessageIdOf(other), made);
 }
 
 std::string Message(double ole, int offset) {
-    const auto local = FromOleDate(ole);
-    return local ? MessageDate(*local, std::chrono::seconds(offset)) : "none";
+    const auto local = mail::FromOleDate(ole);
+    return local ? mail::MessageDate(*local, std::chrono::seconds(offset)) : "none";
 }
 
 TEST(MailDate, IsTheMomentOfTheOleDate) {
@@ -157,7 +158,7 @@ TEST(MailDate, IsTheMomentOfTheOleDate) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.ole);
         EXPECT_EQ(Message(row.ole, row.offset), row.message);
-        EXPECT_EQ(IsoDate(*FromOleDate(row.ole)), row.iso);
+        EXPECT_EQ(mail::IsoDate(*mail::FromOleDate(row.ole)), row.iso);
     }
     for (const double ole : {1.7e308, 2958466.0, -657435.0, std::nan(""), HUGE_VAL}) {
         EXPECT_EQ(Message(ole, 0), "none") << ole;

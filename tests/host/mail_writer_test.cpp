@@ -3,7 +3,7 @@
 
 #include "host/mail/eudora_mail_writer.h"
 #include "host/mail/incoming_folder.h"
-#include "host/module/mail_settings.h"
+#include "host/translator/mail_settings.h"
 #include "tests/host/built_module.h"
 
 // The writer on the built translator library, in an in-box on the disk.
@@ -21,17 +21,17 @@ class MailWriter : public ::testing::Test {
         for (const char* name : {"In.mbx", "In.toc", "Out.mbx", "Out.toc"}) {
             fs::remove(TheModule().eudora / name);
         }
-        session = std::make_unique<TranslatorSession>(
-            *TranslatorSession::Create(*TheModule().host, kMailKind));
-        auto selection = SelectMail(*session, TheModule().setup, false);
+        session = std::make_unique<translator::TranslatorSession>(
+            *translator::TranslatorSession::Create(*TheModule().host, translator::kMailKind));
+        auto selection = translator::SelectMail(*session, TheModule().setup, false);
         ASSERT_TRUE(selection) << selection.Error().Message();
-        MailLimitChanges changes;
+        translator::MailLimitChanges changes;
         changes.limitsAge = changes.limitsSize = changes.limitsAttachments = false;
         changes.attachments = true;
-        ASSERT_TRUE(ChangeMailLimits(*session, *selection, changes));
+        ASSERT_TRUE(translator::ChangeMailLimits(*session, *selection, changes));
         ASSERT_TRUE(session->Open());
-        writer = std::make_unique<EudoraMailWriter>(*session);
-        incoming = *IncomingFolder::Create("test");
+        writer = std::make_unique<mail::EudoraMailWriter>(*session);
+        incoming = *mail::IncomingFolder::Create("test");
     }
     void TearDown() override {
         incoming.reset();
@@ -40,13 +40,13 @@ class MailWriter : public ::testing::Test {
         TheModule().host.reset();
     }
 
-    NewAttachment File(const std::string& name, const std::string& content) {
+    mail::NewAttachment File(const std::string& name, const std::string& content) {
         const std::string path = incoming->Path() + "/" + std::to_string(++m_files) + ".tmp";
         test::WriteDisk(path, content);
         return {name, path};
     }
-    static NewMail Letter(const std::string& id) {
-        NewMail mail;
+    static mail::NewMail Letter(const std::string& id) {
+        mail::NewMail mail;
         mail.from = "\"Bee, Ann\" <ann@b.c>";
         mail.to = {{"Doe, Jo", "jo@d.e"}, {"", "f@g.h"}};
         mail.cc = {{"", "c@c"}};
@@ -61,35 +61,35 @@ class MailWriter : public ::testing::Test {
         ASSERT_TRUE(finished) << finished.Error().Message();
         ASSERT_TRUE(session->Open());
     }
-    bool Has(const std::string& id) { return *EudoraMails(*session, 1252).GoTo(id); }
-    Mail Read(const std::string& id) {
-        EudoraMails mails(*session, 1252);
+    bool Has(const std::string& id) { return *mail::EudoraMails(*session, 1252).GoTo(id); }
+    mail::Mail Read(const std::string& id) {
+        mail::EudoraMails mails(*session, 1252);
         EXPECT_TRUE(*mails.GoTo(id)) << id;
-        return *mails.Current(MailParts::kAll);
+        return *mails.Current(mail::MailParts::kAll);
     }
 
-    std::unique_ptr<TranslatorSession> session;
-    std::unique_ptr<EudoraMailWriter> writer;
-    std::unique_ptr<IncomingFolder> incoming;
+    std::unique_ptr<translator::TranslatorSession> session;
+    std::unique_ptr<mail::EudoraMailWriter> writer;
+    std::unique_ptr<mail::IncomingFolder> incoming;
 
   private:
     int m_files = 0;
 };
 
 TEST_F(MailWriter, StoresAWholeMailThatReadsBackAsItWas) {
-    NewMail letter = Letter("first@x");
+    mail::NewMail letter = Letter("first@x");
     letter.attachments = {File("same.txt", "1"), File("same.txt", "two"), File("caf\xE9.bin", "")};
-    const auto stored = writer->Add(letter, kStatusRead);
+    const auto stored = writer->Add(letter, mail::kStatusRead);
     ASSERT_TRUE(stored) << stored.Error().Message();
     EXPECT_TRUE(fs::is_empty(incoming->Path()));
-    NewMail bare;
+    mail::NewMail bare;
     bare.messageId = "bare@x";
-    const auto second = writer->Add(bare, kStatusUnread);
+    const auto second = writer->Add(bare, mail::kStatusUnread);
     ASSERT_TRUE(second) << second.Error().Message();
     FinishAndReopen();
     EXPECT_TRUE(writer->Missing()->empty());
 
-    const Mail mail = Read(stored->id);
+    const mail::Mail mail = Read(stored->id);
     EXPECT_EQ(mail.marker, stored->marker);
     EXPECT_THAT(mail.from.value_or(""), HasSubstr("ann@b.c"));
     EXPECT_EQ(mail.to, "jo@d.e; f@g.h");
@@ -97,7 +97,7 @@ TEST_F(MailWriter, StoresAWholeMailThatReadsBackAsItWas) {
     EXPECT_EQ(mail.subject, "caf\xC3\xA9 first@x");
     EXPECT_EQ(mail.messageId, "first@x");
     EXPECT_NEAR(mail.date.value_or(0), 46350.5, 1e-6);
-    EXPECT_EQ(mail.status, kStatusRead);
+    EXPECT_EQ(mail.status, mail::kStatusRead);
     EXPECT_THAT(mail.body.value_or(""), HasSubstr("one\r\n\r\ntwo"));
     EXPECT_TRUE(mail.notes.empty());
     ASSERT_EQ(mail.attachments.size(), 3u);
@@ -105,10 +105,10 @@ TEST_F(MailWriter, StoresAWholeMailThatReadsBackAsItWas) {
     EXPECT_EQ(mail.attachments[2].name, "caf\xC3\xA9.bin");
     EXPECT_EQ(fs::file_size(mail.attachments[1].path), 3u);
 
-    const Mail poor = Read(second->id);
+    const mail::Mail poor = Read(second->id);
     EXPECT_EQ(poor.to, "undisclosed-recipients");
     EXPECT_EQ(poor.messageId, "bare@x");
-    EXPECT_EQ(poor.status, kStatusUnread);
+    EXPECT_EQ(poor.status, mail::kStatusUnread);
 }
 
 TEST_F(MailWriter, SweepsLeftoverFoldersAndFollowsNoLink) {
@@ -121,7 +121,7 @@ TEST_F(MailWriter, SweepsLeftoverFoldersAndFollowsNoLink) {
         fs::create_directory_symlink(home, temp / name);
     }
     incoming.reset();
-    const auto made = IncomingFolder::Create("test");
+    const auto made = mail::IncomingFolder::Create("test");
     ASSERT_TRUE(made) << made.Error().Message();
     EXPECT_TRUE(fs::exists(home / "letter"));
     EXPECT_FALSE(fs::exists(temp / "kvsync-test-left"));
@@ -134,19 +134,19 @@ TEST_F(MailWriter, SweepsLeftoverFoldersAndFollowsNoLink) {
 TEST_F(MailWriter, ChangesStatesAndRemoves) {
     std::vector<std::string> ids;
     for (const char* name : {"a@x", "b@x", "c@x"}) {
-        ids.push_back(writer->Add(Letter(name), kStatusUnread)->id);
+        ids.push_back(writer->Add(Letter(name), mail::kStatusUnread)->id);
     }
     FinishAndReopen();
     EXPECT_TRUE(writer->Remove(ids[1]));
-    for (const auto status : {kStatusRead, kStatusUnread}) {
+    for (const auto status : {mail::kStatusRead, mail::kStatusUnread}) {
         EXPECT_TRUE(writer->SetStatus(ids[0], status));
         FinishAndReopen();
         EXPECT_EQ(Read(ids[0]).marker, std::to_string(status));
-        EXPECT_EQ(Read(ids[2]).marker, std::to_string(kStatusUnread));
+        EXPECT_EQ(Read(ids[2]).marker, std::to_string(mail::kStatusUnread));
     }
     EXPECT_FALSE(Has(ids[1]));
     EXPECT_FALSE(writer->Remove(ids[1]));
-    EXPECT_FALSE(writer->SetStatus(ids[1], kStatusRead));
+    EXPECT_FALSE(writer->SetStatus(ids[1], mail::kStatusRead));
 }
 
 TEST_F(MailWriter, StoresNothingOfAMailWhoseAttachmentFails) {
@@ -155,13 +155,13 @@ TEST_F(MailWriter, StoresNothingOfAMailWhoseAttachmentFails) {
         return std::distance(begin(files), end(files));
     };
     const auto before = attached();
-    NewMail letter = Letter("x@x");
+    mail::NewMail letter = Letter("x@x");
     // The name is none for a file on Windows.
     letter.attachments = {File("good.txt", "1"), File("ba/d.txt", "2")};
-    const auto failed = writer->Add(letter, kStatusRead);
+    const auto failed = writer->Add(letter, mail::kStatusRead);
     ASSERT_FALSE(failed);
     EXPECT_THAT(failed.Error().Message(), HasSubstr("ba/d.txt"));
-    const auto next = writer->Add(Letter("y@x"), kStatusRead);
+    const auto next = writer->Add(Letter("y@x"), mail::kStatusRead);
     ASSERT_TRUE(next);
     FinishAndReopen();
     EXPECT_EQ(attached(), before);
@@ -170,13 +170,13 @@ TEST_F(MailWriter, StoresNothingOfAMailWhoseAttachmentFails) {
 }
 
 TEST_F(MailWriter, QueuesAMailForSendingAndRefusesWhatCannotBeSent) {
-    NewMail nobody = Letter("n@x");
+    mail::NewMail nobody = Letter("n@x");
     nobody.to = nobody.cc = {};
     EXPECT_FALSE(writer->AddOutgoing(nobody));
-    NewMail comma = Letter("c@x");
+    mail::NewMail comma = Letter("c@x");
     comma.bcc = {{"", "\"a,b\"@c"}};
     EXPECT_FALSE(writer->AddOutgoing(comma));
-    NewMail letter = Letter("o@x");
+    mail::NewMail letter = Letter("o@x");
     letter.attachments = {File("out.txt", "o")};
     const auto queued = writer->AddOutgoing(letter);
     ASSERT_TRUE(queued) << queued.Error().Message();

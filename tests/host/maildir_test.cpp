@@ -19,16 +19,17 @@ namespace {
 using platform::testing::Fault;
 
 // What is in new and cur: names without the part that differs from run to run.
-std::multiset<std::string> Names(Maildir& maildir) {
+std::multiset<std::string> Names(maildir::Maildir& maildir) {
     std::multiset<std::string> names;
     const auto listed = maildir.List();
-    for (const MaildirEntry& entry : *listed) {
+    for (const maildir::MaildirEntry& entry : *listed) {
         names.insert((entry.isNew ? "new/" : "cur/") + entry.flags);
     }
     return names;
 }
 
-platform::Result<std::string> Deliver(Maildir& maildir, const char* text, const char* flags) {
+platform::Result<std::string> Deliver(maildir::Maildir& maildir, const char* text,
+                                      const char* flags) {
     std::string unique = maildir.NewName();
     const auto size =
         maildir.Write(unique, [text](platform::File& file) { return file.Write(text); });
@@ -37,9 +38,9 @@ platform::Result<std::string> Deliver(Maildir& maildir, const char* text, const 
     return unique;
 }
 
-MaildirEntry Only(Maildir& maildir) {
+maildir::MaildirEntry Only(maildir::Maildir& maildir) {
     const auto listed = maildir.List();
-    return listed->size() == 1 ? listed->front() : MaildirEntry{};
+    return listed->size() == 1 ? listed->front() : maildir::MaildirEntry{};
 }
 
 // Once on the machine's own disk, once on one whose names take no colon.
@@ -47,7 +48,7 @@ class MaildirContract : public ::testing::TestWithParam<bool> {
   protected:
     platform::Files& Files() { return GetParam() ? platform::NativeFiles() : m_memory; }
     std::string Folder() { return GetParam() ? m_temp / "deep/er/M" : "C:\\deep\\er\\M"; }
-    Maildir Make() { return Maildir(Files(), m_clock, Folder()); }
+    maildir::Maildir Make() { return maildir::Maildir(Files(), m_clock, Folder()); }
     std::string Join(const std::string& a, const std::string& b) {
         return Folder() + Files().Separator() + a + Files().Separator() + b;
     }
@@ -58,13 +59,13 @@ class MaildirContract : public ::testing::TestWithParam<bool> {
 };
 
 TEST_P(MaildirContract, DeliversFlagsAndRemoves) {
-    Maildir maildir = Make();
+    maildir::Maildir maildir = Make();
     EXPECT_TRUE(maildir.List()->empty()) << "a folder that does not exist holds nothing";
     ASSERT_TRUE(maildir.Create());
     ASSERT_TRUE(maildir.Create());
     const std::string unread = *Deliver(maildir, "unread", "");
     EXPECT_EQ(Names(maildir), std::multiset<std::string>{"new/"});
-    MaildirEntry entry = Only(maildir);
+    maildir::MaildirEntry entry = Only(maildir);
     EXPECT_EQ(entry.unique, unread);
     EXPECT_EQ(*maildir.SizeOf(entry), 6u);
     ASSERT_TRUE(maildir.SetFlags(entry, "S"));
@@ -82,13 +83,13 @@ TEST_P(MaildirContract, DeliversFlagsAndRemoves) {
     ASSERT_TRUE(maildir.Settle(*maildir.List()));
     EXPECT_EQ(Names(maildir), (std::multiset<std::string>{"cur/S", "cur/S"}));
     const auto all = *maildir.List();
-    for (const MaildirEntry& one : all) ASSERT_TRUE(maildir.Remove(one));
+    for (const maildir::MaildirEntry& one : all) ASSERT_TRUE(maildir.Remove(one));
     EXPECT_TRUE(maildir.List()->empty());
     EXPECT_TRUE(Files().List(Folder() + Files().Separator() + "tmp", "*")->empty());
 }
 
 TEST_P(MaildirContract, PassesOverWhatIsNoMailAndSeesEachOnce) {
-    Maildir maildir = Make();
+    maildir::Maildir maildir = Make();
     ASSERT_TRUE(maildir.Create());
     ASSERT_TRUE(Files().CreateFolder(Join("cur", "folder")));
     ASSERT_TRUE(platform::WriteWhole(Files(), Join("cur", ".hidden"), "x"));
@@ -106,7 +107,7 @@ TEST(Maildir, NamesDifferBetweenProgramsThatShareClockAndCount) {
     platform::testing::FixedClock clock;
     std::set<std::string> names;
     for (int program = 0; program < 20; ++program) {
-        Maildir maildir(files, clock, "C:\\M");
+        maildir::Maildir maildir(files, clock, "C:\\M");
         for (int i = 0; i < 20; ++i) names.insert(maildir.NewName());
     }
     EXPECT_EQ(names.size(), 400u);
@@ -122,7 +123,7 @@ TEST(Maildir, LeavesAMailWholeOrNotThereAfterAnyFault) {
             platform::testing::MemoryFiles disk;
             platform::testing::FaultyFiles files(disk);
             platform::testing::FixedClock clock;
-            Maildir maildir(files, clock, "C:\\M");
+            maildir::Maildir maildir(files, clock, "C:\\M");
             ASSERT_TRUE(maildir.Create());
             files.Arm(fault, n);
             const auto delivered = Deliver(maildir, "a message", "");
@@ -131,7 +132,8 @@ TEST(Maildir, LeavesAMailWholeOrNotThereAfterAnyFault) {
             files.Disarm();
             const auto listed = *maildir.List();
             EXPECT_EQ(listed.size(), delivered ? 1u : 0u) << n;
-            for (const MaildirEntry& entry : listed) EXPECT_EQ(*maildir.SizeOf(entry), 9u) << n;
+            for (const maildir::MaildirEntry& entry : listed)
+                EXPECT_EQ(*maildir.SizeOf(entry), 9u) << n;
             if (fault != Fault::kKill) {
                 EXPECT_EQ(disk.AllFiles().size(), listed.size()) << n;
             }
@@ -156,13 +158,13 @@ TEST(MaildirName, TakesEveryNameApart) {
                                               {"1.a.h,S=12,W=13:2,S", "1.a.h,S=12,W=13", "S"},
                                               {":2,S", "", "S"},
                                               {"1.a.h:1,S", "1.a.h", ""}}) {
-        const MaildirName parsed = ParseMaildirName(name);
+        const maildir::MaildirName parsed = maildir::ParseMaildirName(name);
         EXPECT_EQ(parsed.unique, unique) << name;
         EXPECT_EQ(parsed.flags, flags) << name;
     }
-    EXPECT_EQ(WithFlag("RF", 'S', true), "FRS");
-    EXPECT_EQ(WithFlag("FRS", 'S', false), "FR");
-    EXPECT_EQ(WithFlag("S", 'S', true), "S");
+    EXPECT_EQ(maildir::WithFlag("RF", 'S', true), "FRS");
+    EXPECT_EQ(maildir::WithFlag("FRS", 'S', false), "FR");
+    EXPECT_EQ(maildir::WithFlag("S", 'S', true), "S");
 }
 
 TEST(MessageHeader, FindsTheMessageIdWhereverItStands) {
@@ -183,7 +185,8 @@ TEST(MessageHeader, FindsTheMessageIdWhereverItStands) {
         {"no field\nMessage-ID: <a@b>\n\n", "a@b"},
         {"", ""},
     };
-    for (const auto& [message, id] : cases) EXPECT_EQ(MessageIdInHeader(message), id) << message;
+    for (const auto& [message, id] : cases)
+        EXPECT_EQ(maildir::MessageIdInHeader(message), id) << message;
 }
 
 // The header ends at, before and behind the borders of the blocks that are read.
@@ -193,12 +196,14 @@ TEST(MessageHeader, IsReadWhateverBlocksItSpans) {
         const std::string header = "X: " + std::string(length, 'x') + "\nMessage-ID: <a@b>\n";
         for (const char* rest : {"", "\n", "\nbody", "\r\n\r\n"}) {
             files.Put("C:\\m", header + rest);
-            EXPECT_EQ(MessageIdInHeader(*ReadHeader(files, "C:\\m")), "a@b") << length << rest;
+            EXPECT_EQ(maildir::MessageIdInHeader(*maildir::ReadHeader(files, "C:\\m")), "a@b")
+                << length << rest;
         }
     }
-    files.Put("C:\\m", "X: " + std::string(kLargestHeader + 9000, 'x') + "\nMessage-ID: <a@b>\n\n");
-    EXPECT_EQ(MessageIdInHeader(*ReadHeader(files, "C:\\m")), "");
-    EXPECT_FALSE(ReadHeader(files, "C:\\none"));
+    files.Put("C:\\m",
+              "X: " + std::string(maildir::kLargestHeader + 9000, 'x') + "\nMessage-ID: <a@b>\n\n");
+    EXPECT_EQ(maildir::MessageIdInHeader(*maildir::ReadHeader(files, "C:\\m")), "");
+    EXPECT_FALSE(maildir::ReadHeader(files, "C:\\none"));
 }
 
 }  // namespace

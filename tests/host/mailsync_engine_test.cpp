@@ -11,9 +11,9 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 
 // A sync that must leave nothing for a second one to do.
-MailPlan SyncTwice(MailWorld& world) {
-    MailOutcome outcome;
-    const MailPlan plan = world.Sync(&outcome);
+mailsync::MailPlan SyncTwice(MailWorld& world) {
+    mailsync::MailOutcome outcome;
+    const mailsync::MailPlan plan = world.Sync(&outcome);
     EXPECT_FALSE(plan.stop) << *plan.stop;
     EXPECT_TRUE(outcome.errors.empty()) << outcome.errors[0];
     const int reads = world.eudora.reads, saves = world.memory.saves;
@@ -38,7 +38,7 @@ TEST(MailSync, CarriesTheMaildirsChangesToEudora) {
     world.Deliver("new");
     world.Deliver("nameless", "S", false);
     world.Deliver("draft", "DS");
-    const MailPlan plan = SyncTwice(world);
+    const mailsync::MailPlan plan = SyncTwice(world);
     EXPECT_EQ(world.InBox(), "a:S b f nameless:S new");
     EXPECT_EQ(world.Folder(), "a:RS b:F d:ST draft:DS e:FS f nameless:S new")
         << "flagged ones are kept; what is on its way out is left to its program";
@@ -62,13 +62,13 @@ TEST(MailSync, ARenamedFileIsTheSameMail) {
     for (const char* subject : {"a", "b", "c"}) world.Add(subject, false, subject[0] != 'b');
     SyncTwice(world);
     world.eudora.changes = 0;
-    for (const MaildirEntry& file : world.Files()) {
+    for (const maildir::MaildirEntry& file : world.Files()) {
         const std::string text = world.Text(file), flags = world.SubjectOf(file) == "a" ? "S" : "";
         (void)world.maildir.Remove(file);
         world.disk.Put("C:\\M\\cur\\" + file.unique + ",U=7!2," + flags, text);
     }
     world.Delete("c");
-    world.options.maxDelete = DeleteLimit{1, false};
+    world.options.maxDelete = sync::DeleteLimit{1, false};
     SyncTwice(world);
     EXPECT_EQ(world.InBox(), "a:S b");
     EXPECT_EQ(world.Folder(), "a:S b:");
@@ -83,7 +83,7 @@ TEST(MailSync, SendsWhatLiesInTheOutbox) {
     world.Deliver("second", "S", false, ".Outbox\\");
     world.Deliver("unfinished", "D", true, ".Outbox\\");
     world.Deliver("withdrawn", "T", true, ".Outbox\\");
-    const MailPlan plan = SyncTwice(world);
+    const mailsync::MailPlan plan = SyncTwice(world);
     EXPECT_EQ(plan.drafts, 1u);
     EXPECT_EQ(world.eudora.queued, (std::vector<std::string>{"first", "second"}));
     EXPECT_EQ(world.folders.outbox.List()->size(), 2u);
@@ -94,22 +94,22 @@ TEST(MailSync, SendsWhatLiesInTheOutbox) {
     // One that cannot go stays and keeps no other.
     world.disk.Put("C:\\M\\.Outbox\\new\\1.0", "Subject: to nobody\n\nx\n");
     world.Deliver("third", "", true, ".Outbox\\");
-    MailOutcome outcome;
+    mailsync::MailOutcome outcome;
     (void)world.Sync(&outcome);
     ASSERT_EQ(outcome.errors.size(), 1u);
     EXPECT_THAT(outcome.errors[0], HasSubstr("to nobody"));
     EXPECT_EQ(world.eudora.queued.size(), 3u);
     // After a run that was cut off the out-box tells what was done; if Eudora ran in between,
     // nobody.
-    RememberedMail row;
-    row.link = MailLink::kSending;
+    state::RememberedMail row;
+    row.link = state::MailLink::kSending;
     row.unique = "1.0";
     for (const std::size_t before : {3, 2, 9}) {
         row.size = before;
         world.memory.rows.push_back(row);
-        const MailPlan next = world.MakePlan();
-        EXPECT_EQ(next.Count(MailAct::kSend), before == 3 ? 1u : 0u);
-        EXPECT_EQ(next.Count(MailAct::kFile), before == 2 ? 1u : 0u);
+        const mailsync::MailPlan next = world.MakePlan();
+        EXPECT_EQ(next.Count(mailsync::MailAct::kSend), before == 3 ? 1u : 0u);
+        EXPECT_EQ(next.Count(mailsync::MailAct::kFile), before == 2 ? 1u : 0u);
         EXPECT_EQ(next.conflicts.size(), before == 9 ? 1u : 0u);
         world.memory.rows.pop_back();
     }
@@ -140,12 +140,12 @@ TEST(MailSync, GoesOnBehindWhatCannotBeReadAndRemovesNothing) {
     world.Deliver("huge");
     world.Deliver("other");
     world.tooLarge = "huge";
-    MailOutcome outcome;
-    const MailPlan plan = world.Sync(&outcome);
+    mailsync::MailOutcome outcome;
+    const mailsync::MailPlan plan = world.Sync(&outcome);
     EXPECT_EQ(world.InBox(), "b c d:S new other");
     EXPECT_EQ(world.Folder(), "a b d:S huge new other");
-    const Report report = MailPlanReport(plan, "", &outcome, true);
-    EXPECT_EQ(report.code, ExitCode::kFailed);
+    const base::Report report = mailsync::MailPlanReport(plan, "", &outcome, true);
+    EXPECT_EQ(report.code, base::ExitCode::kFailed);
     EXPECT_EQ(report.errors, (std::vector<std::string>{"b from a@b: 0x00000002 cannot be read",
                                                        "huge from a@b: memory ran out"}));
     EXPECT_EQ(plan.held, 2u);
@@ -192,11 +192,11 @@ TEST(MailSync, TellsReusedIdsRenumberedMailsAndTwinsApart) {
     EXPECT_EQ(world.File("a").name, file);
     const std::string before = world.Folder();
     world.Renumber();
-    const MailPlan plan = SyncTwice(world);
+    const mailsync::MailPlan plan = SyncTwice(world);
     EXPECT_FALSE(plan.ChangesFolder());
     EXPECT_EQ(world.Folder(), before);
-    world.eudora.mails.erase(
-        std::ranges::find(world.eudora.mails, std::optional<std::string>("twin"), &Mail::subject));
+    world.eudora.mails.erase(std::ranges::find(
+        world.eudora.mails, std::optional<std::string>("twin"), &mail::Mail::subject));
     SyncTwice(world);
     EXPECT_EQ(world.Folder(), "a:S b new twin");
     EXPECT_THAT(world.Text(world.File("twin")), HasSubstr("the other twin"));
@@ -204,14 +204,14 @@ TEST(MailSync, TellsReusedIdsRenumberedMailsAndTwinsApart) {
 
 TEST(MailSync, PairsWhatIsThereAlready) {
     struct Case {
-        Prefer prefer;
+        sync::Prefer prefer;
         const char *inBox, *folder;
     };
     for (const auto& [prefer, inBox, folder] :
-         {Case{Prefer::kEudora, "a b:S c foreign:S odd:S", "a:F b:S c foreign:S odd:S"},
-          {Prefer::kFolder, "a:S b c foreign:S odd:S", "a:FS b c foreign:S odd:S"},
-          {Prefer::kBoth, "a:S b:S c foreign:S odd:S", "a:FS b:S c foreign:S odd:S"},
-          {Prefer::kNewer, "a:S b:S c foreign:S odd:S", "a:FS b:S c foreign:S odd:S"}}) {
+         {Case{sync::Prefer::kEudora, "a b:S c foreign:S odd:S", "a:F b:S c foreign:S odd:S"},
+          {sync::Prefer::kFolder, "a:S b c foreign:S odd:S", "a:FS b c foreign:S odd:S"},
+          {sync::Prefer::kBoth, "a:S b:S c foreign:S odd:S", "a:FS b:S c foreign:S odd:S"},
+          {sync::Prefer::kNewer, "a:S b:S c foreign:S odd:S", "a:FS b:S c foreign:S odd:S"}}) {
         MailWorld world;
         world.options.prefer = prefer;
         world.Add("a");
@@ -254,7 +254,7 @@ TEST(MailSync, WhatTheLimitsHideIsNoDeletion) {
         for (int i = 0; i < count; ++i) world.Add("m" + std::to_string(i));
         world.Add("fresh");
         SyncTwice(world);
-        for (const Mail& mail : world.eudora.mails) {
+        for (const mail::Mail& mail : world.eudora.mails) {
             if (mail.subject != "fresh") world.eudora.hidden.insert(mail.id);
         }
         world.Add("late");
@@ -279,21 +279,21 @@ TEST(MailSync, WhatTheLimitsHideIsNoDeletion) {
 TEST(MailSync, StopsBeforeALargeLoss) {
     struct Case {
         int deleted, removed;
-        std::optional<DeleteLimit> limit;
+        std::optional<sync::DeleteLimit> limit;
         const char* stop;  // empty: goes on
     };
     const Case cases[] = {
         {10, 0, {}, ""},
         {12, 0, {}, "12 mails would be removed from the Maildir, more than the 10 allowed"},
         {0, 12, {}, "12 mails would be removed from Eudora"},
-        {1, 0, DeleteLimit{0, false}, "--max-delete 1"},
-        {12, 0, DeleteLimit{12, false}, ""},
-        {21, 0, DeleteLimit{50, true}, "more than the 20 allowed"},
+        {1, 0, sync::DeleteLimit{0, false}, "--max-delete 1"},
+        {12, 0, sync::DeleteLimit{12, false}, ""},
+        {21, 0, sync::DeleteLimit{50, true}, "more than the 20 allowed"},
         {40, 0, {}, "Eudora's in-box is empty"},
-        {40, 0, DeleteLimit{40, false}, ""},
+        {40, 0, sync::DeleteLimit{40, false}, ""},
         {0, 40, {}, "the Maildir holds none of them"},
         {8, 8, {}, ""},
-        {0, 40, DeleteLimit{100, true}, ""},
+        {0, 40, sync::DeleteLimit{100, true}, ""},
     };
     for (const auto& [deleted, removed, limit, stop] : cases) {
         MailWorld world;
@@ -304,7 +304,7 @@ TEST(MailSync, StopsBeforeALargeLoss) {
             (void)world.maildir.Remove(world.File("m" + std::to_string(39 - i)));
         }
         world.options.maxDelete = limit;
-        const MailPlan plan = world.MakePlan();
+        const mailsync::MailPlan plan = world.MakePlan();
         EXPECT_EQ(plan.stop.has_value(), *stop != '\0') << deleted << ", " << removed;
         EXPECT_THAT(plan.stop.value_or(""), HasSubstr(stop));
     }
@@ -316,8 +316,8 @@ TEST(MailSync, ReportsByNameAndInCounts) {
     world.Add("b");
     world.Deliver("other");
     world.Deliver("draft", "D");
-    const MailPlan first = SyncTwice(world);
-    EXPECT_EQ(DescribeMailPlan(first, "limits", false),
+    const mailsync::MailPlan first = SyncTwice(world);
+    EXPECT_EQ(mailsync::DescribeMailPlan(first, "limits", false),
               (std::vector<std::string>{
                   "add to the Maildir: a from a@b", "add to the Maildir: b from a@b",
                   "add to Eudora: other from a@b",
@@ -326,14 +326,15 @@ TEST(MailSync, ReportsByNameAndInCounts) {
                   "1 file in the Maildir drafts: left alone", "limits"}));
     world.SetRead("a", true);
     world.Delete("b");
-    const Report report = MailPlanReport(world.MakePlan(), "", nullptr, false);
-    EXPECT_EQ(report.code, ExitCode::kChangesMade);
+    const base::Report report = mailsync::MailPlanReport(world.MakePlan(), "", nullptr, false);
+    EXPECT_EQ(report.code, base::ExitCode::kChangesMade);
     EXPECT_EQ(report.lines[0], "mark read in the Maildir: a from a@b");
     EXPECT_EQ(report.lines[1], "remove from the Maildir: b from a@b");
     EXPECT_THAT(report.json, HasSubstr(R"("action":"mark read")"));
-    EXPECT_EQ(DescribeMailPlan(world.MakePlan(), "", true).size(), 2u);
+    EXPECT_EQ(mailsync::DescribeMailPlan(world.MakePlan(), "", true).size(), 2u);
     (void)world.Sync();
-    EXPECT_EQ(MailPlanReport(world.MakePlan(), "", nullptr, true).code, ExitCode::kNothingToDo);
+    EXPECT_EQ(mailsync::MailPlanReport(world.MakePlan(), "", nullptr, true).code,
+              base::ExitCode::kNothingToDo);
 }
 
 TEST(MailSync, CountsWhatWasDoneAndSaysWhatIsLeft) {
@@ -346,19 +347,19 @@ TEST(MailSync, CountsWhatWasDoneAndSaysWhatIsLeft) {
         world.Add(added);
         world.Deliver(delivered);
         world.Delete(deleted);
-        MailOutcome outcome;
-        const MailPlan plan = world.Sync(&outcome);
-        return MailPlanReport(plan, "", &outcome, true);
+        mailsync::MailOutcome outcome;
+        const mailsync::MailPlan plan = world.Sync(&outcome);
+        return mailsync::MailPlanReport(plan, "", &outcome, true);
     };
-    Report report = change(true, "c", "other", "b");
-    EXPECT_EQ(report.code, ExitCode::kChangesMade);
+    base::Report report = change(true, "c", "other", "b");
+    EXPECT_EQ(report.code, base::ExitCode::kChangesMade);
     EXPECT_EQ(report.lines,
               std::vector<std::string>{"mails: in Eudora 1 added, 0 changed, 0 removed; in the "
                                        "Maildir 1 added, 1 changed, 1 removed"});
     // Room for no other file: flags and removals need none, Eudora waits for the Maildir.
     world.disk.LimitDisk(world.disk.AllFiles().size());
     report = change(false, "d", "another", "e");
-    EXPECT_EQ(report.code, ExitCode::kFailed);
+    EXPECT_EQ(report.code, base::ExitCode::kFailed);
     EXPECT_EQ(report.lines,
               (std::vector<std::string>{"mails: in Eudora 0 added, 0 changed, 0 removed; in the "
                                         "Maildir 0 added, 1 changed, 1 removed",

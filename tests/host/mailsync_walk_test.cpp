@@ -16,7 +16,7 @@ struct Expectation {
     bool isKnown = false, wasRead = false;  // when both sides were last in step
     bool isFlagged = false, isHidden = false;
 
-    void Sync(Prefer prefer) {
+    void Sync(sync::Prefer prefer) {
         if (!inEudora && !inFolder) return Remove();
         if (!isKnown) return Meet();
         if (inEudora && inFolder)
@@ -24,8 +24,8 @@ struct Expectation {
         const bool isRead = inEudora ? isReadInEudora : isReadInFolder;
         if (inFolder && isFlagged) return;
         if (isRead == wasRead) return Remove();
-        if (prefer == Prefer::kBoth || prefer == Prefer::kNewer) return;
-        (prefer == Prefer::kEudora) == inEudora ? Settle(isRead) : Remove();
+        if (prefer == sync::Prefer::kBoth || prefer == sync::Prefer::kNewer) return;
+        (prefer == sync::Prefer::kEudora) == inEudora ? Settle(isRead) : Remove();
     }
 
   private:
@@ -44,7 +44,8 @@ struct Expectation {
 class Walk {
   public:
     explicit Walk(unsigned seed) : m_random(seed) {
-        constexpr Prefer kAll[] = {Prefer::kBoth, Prefer::kEudora, Prefer::kFolder, Prefer::kNewer};
+        constexpr sync::Prefer kAll[] = {sync::Prefer::kBoth, sync::Prefer::kEudora,
+                                         sync::Prefer::kFolder, sync::Prefer::kNewer};
         world.options.prefer = kAll[seed % 4];
     }
 
@@ -53,8 +54,8 @@ class Walk {
         if (Pick(8) == 0) world.Renumber();
     }
     void Sync() {
-        MailOutcome outcome;
-        const MailPlan plan = world.Sync(&outcome);
+        mailsync::MailOutcome outcome;
+        const mailsync::MailPlan plan = world.Sync(&outcome);
         ASSERT_FALSE(plan.stop) << *plan.stop;
         ASSERT_TRUE(outcome.errors.empty()) << outcome.errors[0];
         Check();
@@ -70,7 +71,7 @@ class Walk {
         ASSERT_EQ(world.FolderStates(), world.Joined(folder));
         std::erase_if(m_expected,
                       [](const auto& one) { return !one.second.inEudora && !one.second.inFolder; });
-        for (const MaildirEntry& entry : world.Files()) {
+        for (const maildir::MaildirEntry& entry : world.Files()) {
             const std::string text = world.Text(entry);
             EXPECT_NE(text.find("the text of " + world.SubjectOf(entry)), text.npos) << text;
         }
@@ -117,7 +118,7 @@ class Walk {
                 expected.isHidden = true;
         }
     }
-    void ChangeInFolder(const MaildirEntry& file, Expectation& expected) {
+    void ChangeInFolder(const maildir::MaildirEntry& file, Expectation& expected) {
         const std::string text = world.Text(file);
         switch (Pick(4)) {
             case 0:
@@ -126,7 +127,7 @@ class Walk {
                 break;
             case 1:
                 expected.isFlagged = true;
-                (void)world.maildir.SetFlags(file, WithFlag(file.flags, 'F', true));
+                (void)world.maildir.SetFlags(file, maildir::WithFlag(file.flags, 'F', true));
                 break;
             case 2:
                 (void)world.maildir.Remove(file);
@@ -134,8 +135,8 @@ class Walk {
                 break;
             default:
                 expected.isReadInFolder = Pick(2) == 0;
-                (void)world.maildir.SetFlags(file,
-                                             WithFlag(file.flags, 'S', expected.isReadInFolder));
+                (void)world.maildir.SetFlags(
+                    file, maildir::WithFlag(file.flags, 'S', expected.isReadInFolder));
         }
     }
     void AddMail() {
@@ -208,11 +209,12 @@ TEST(MailSyncWalk, AFullDiskIsReportedAndTheRestComesLater) {
         Walk walk(seed);
         walk.Edit(20);
         walk.world.disk.LimitDisk(walk.world.disk.AllFiles().size());
-        MailOutcome outcome;
-        const MailPlan plan = walk.world.Sync(&outcome);
-        const bool writes =
-            plan.Count(MailAct::kCompose) + plan.Count(MailAct::kAdd) + plan.Count(MailAct::kSend) >
-            0;
+        mailsync::MailOutcome outcome;
+        const mailsync::MailPlan plan = walk.world.Sync(&outcome);
+        const bool writes = plan.Count(mailsync::MailAct::kCompose) +
+                                plan.Count(mailsync::MailAct::kAdd) +
+                                plan.Count(mailsync::MailAct::kSend) >
+                            0;
         EXPECT_EQ(outcome.errors.empty(), !writes);
         full += writes;
         walk.world.disk.LimitDisk(std::nullopt);

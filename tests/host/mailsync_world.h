@@ -22,11 +22,11 @@ namespace host::testing {
 // operations of the file system that faults are injected into; a torn Finish carries out a half. As
 // in the translator a new mail's attachments are copied at once, and it stands read until Finish
 // gets to the states.
-class MemoryMails : public MailSource {
+class MemoryMails : public mailsync::MailSource {
   public:
     explicit MemoryMails(platform::testing::FaultyFiles& files) : m_files(files) {}
 
-    std::vector<Mail> mails, trash;
+    std::vector<mail::Mail> mails, trash;
     std::vector<std::string> queued;  // subjects of mails to be sent
     unsigned ids = 0;
     std::set<std::string> hidden;      // ids
@@ -40,15 +40,16 @@ class MemoryMails : public MailSource {
         return id;
     }
 
-    Mail& Get(const std::string& subject) {
-        return *std::ranges::find(mails, std::optional(subject), &Mail::subject);
+    mail::Mail& Get(const std::string& subject) {
+        return *std::ranges::find(mails, std::optional(subject), &mail::Mail::subject);
     }
     bool HasLimits() const override { return !hidden.empty(); }
-    platform::Status Walk(Reach reach,
-                          const std::function<platform::Status(const MailHead&)>& visit) override {
+    platform::Status Walk(
+        mailsync::Reach reach,
+        const std::function<platform::Status(const mail::MailHead&)>& visit) override {
         ++walks;
-        for (const Mail& mail : mails) {
-            if (reach == Reach::kWithinLimits && hidden.contains(mail.id)) continue;
+        for (const mail::Mail& mail : mails) {
+            if (reach == mailsync::Reach::kWithinLimits && hidden.contains(mail.id)) continue;
             m_current = &mail;
             const bool isReadable = !unreadable.contains(mail.id);
             auto visited = visit({mail.id, isReadable ? mail.marker : std::string()});
@@ -56,49 +57,51 @@ class MemoryMails : public MailSource {
         }
         return {};
     }
-    platform::Result<std::optional<MailHead>> Find(const std::string& id) override {
+    platform::Result<std::optional<mail::MailHead>> Find(const std::string& id) override {
         ++searches;
-        const auto found = std::ranges::find(mails, id, &Mail::id);
-        if (found == mails.end()) return std::optional<MailHead>();
+        const auto found = std::ranges::find(mails, id, &mail::Mail::id);
+        if (found == mails.end()) return std::optional<mail::MailHead>();
         m_current = &*found;
         if (unreadable.contains(id)) return Fault();
-        return std::optional<MailHead>({found->id, found->marker});
+        return std::optional<mail::MailHead>({found->id, found->marker});
     }
     std::optional<std::string> MessageId() override { return m_current->messageId.value_or(""); }
-    std::string Name() override { return MailName(*m_current->subject, *m_current->from); }
-    platform::Result<Mail> Read(MailParts) override {
+    std::string Name() override {
+        return mailsync::MailName(*m_current->subject, *m_current->from);
+    }
+    platform::Result<mail::Mail> Read(mail::MailParts) override {
         ++reads;
         if (unreadable.contains(m_current->id)) return Fault();
         return *m_current;
     }
 
-    platform::Result<MailHead> Add(const NewMail& mail, std::uint32_t status) override {
-        Mail added;
+    platform::Result<mail::MailHead> Add(const mail::NewMail& mail, std::uint32_t status) override {
+        mail::Mail added;
         added.id = NextId();
         added.from = mail.from;
         added.subject = mail.subject;
         added.body = mail.body + "\r\n";
         added.date = mail.date;
         added.messageId = mail.messageId;
-        added.status = kStatusRead;
-        added.marker = std::to_string(kStatusRead);
+        added.status = mail::kStatusRead;
+        added.marker = std::to_string(mail::kStatusRead);
         if (auto copied = CopyAttachments(mail, added); !copied) return copied.Error();
         m_waiting.push_back([this, added] {
             if (mails.size() < room) mails.push_back(added);
         });
         (void)SetStatus(added.id, status);
-        return MailHead{added.id, std::to_string(status)};
+        return mail::MailHead{added.id, std::to_string(status)};
     }
-    platform::Status AddOutgoing(const NewMail& mail) override {
+    platform::Status AddOutgoing(const mail::NewMail& mail) override {
         if (mail.to.empty()) return platform::Failure{platform::ErrorCode::kFailed, "no recipient"};
-        Mail copied;
+        mail::Mail copied;
         if (auto status = CopyAttachments(mail, copied); !status) return status;
         m_waiting.push_back([this, subject = mail.subject] { queued.push_back(subject); });
         return {};
     }
     platform::Status SetStatus(const std::string& id, std::uint32_t status) override {
         m_states.push_back([this, id, status] {
-            const auto mail = std::ranges::find(mails, id, &Mail::id);
+            const auto mail = std::ranges::find(mails, id, &mail::Mail::id);
             if (mail == mails.end()) return;
             mail->status = status;
             mail->marker = std::to_string(status);
@@ -107,7 +110,7 @@ class MemoryMails : public MailSource {
     }
     platform::Status Remove(const std::string& id) override {
         if (m_files.Strikes()) return m_files.Injected("remove");
-        const auto mail = std::ranges::find(mails, id, &Mail::id);
+        const auto mail = std::ranges::find(mails, id, &mail::Mail::id);
         if (mail == mails.end()) return platform::Failure{platform::ErrorCode::kFailed, id};
         ++changes;
         trash.push_back(*mail);
@@ -141,7 +144,7 @@ class MemoryMails : public MailSource {
     std::set<std::string> AttachmentPaths() {
         std::set<std::string> paths;
         for (const auto* box : {&mails, &trash}) {
-            for (const Mail& mail : *box) {
+            for (const mail::Mail& mail : *box) {
                 for (const auto& attachment : mail.attachments) paths.insert(attachment.path);
             }
         }
@@ -152,8 +155,8 @@ class MemoryMails : public MailSource {
     platform::Failure Fault() const {
         return {platform::ErrorCode::kFailed, m_current->id + " cannot be read"};
     }
-    platform::Status CopyAttachments(const NewMail& mail, Mail& target) {
-        for (const NewAttachment& attachment : mail.attachments) {
+    platform::Status CopyAttachments(const mail::NewMail& mail, mail::Mail& target) {
+        for (const mail::NewAttachment& attachment : mail.attachments) {
             std::string path = "C:\\Attach\\" + attachment.copyName;
             while (m_files.Exists(path)) path.insert(path.rfind('.'), "1");
             m_copies.push_back(path);
@@ -166,32 +169,33 @@ class MemoryMails : public MailSource {
     platform::testing::FaultyFiles& m_files;
     std::vector<std::function<void()>> m_waiting, m_states;
     std::vector<std::string> m_copies;  // since the last Finish
-    const Mail* m_current = nullptr;
+    const mail::Mail* m_current = nullptr;
 };
 
 // Saves count as operations of the file system that faults are injected into.
-class MemoryMailMemory : public MailMemory {
+class MemoryMailMemory : public state::MailMemory {
   public:
     explicit MemoryMailMemory(platform::testing::FaultyFiles& files) : m_files(files) {}
 
-    std::vector<RememberedMail> rows;
+    std::vector<state::RememberedMail> rows;
     int saves = 0;
 
-    platform::Result<std::vector<RememberedMail>> Load() override { return rows; }
-    using MailMemory::Save;
-    platform::Status Save(MailMemoryChange& change) override {
+    platform::Result<std::vector<state::RememberedMail>> Load() override { return rows; }
+    using state::MailMemory::Save;
+    platform::Status Save(state::MailMemoryChange& change) override {
         if (m_files.Strikes()) return m_files.Injected("state");
         ++saves;
         for (const std::int64_t key : change.forget) {
             std::erase_if(rows, [&](const auto& row) { return row.key == key; });
         }
-        for (RememberedMail& row : change.put) {
+        for (state::RememberedMail& row : change.put) {
             std::erase_if(rows, [&](const auto& old) { return old.key == row.key; });
             if (row.key == 0) row.key = ++m_keys;
             rows.push_back(row);
         }
-        for (RememberedMail& row : rows) {
-            if (change.settle && row.link == MailLink::kPending) row.link = MailLink::kInStep;
+        for (state::RememberedMail& row : rows) {
+            if (change.settle && row.link == state::MailLink::kPending)
+                row.link = state::MailLink::kInStep;
         }
         return {};
     }
@@ -209,12 +213,12 @@ struct MailWorld {
     platform::testing::FixedClock clock;
     MemoryMails eudora{files};
     MemoryMailMemory memory{files};
-    MailFolders folders{files, clock, "C:\\M"};
-    Maildir& maildir = folders.mails;
-    std::optional<AttachFolder> attachments;
+    mailsync::MailFolders folders{files, clock, "C:\\M"};
+    maildir::Maildir& maildir = folders.mails;
+    std::optional<mail::AttachFolder> attachments;
     std::string tooLarge;  // memory runs out when the file of this subject is read for Eudora
     int backups = 0;
-    MailPlanOptions options{Prefer::kBoth, DeleteLimit{100, true}};
+    mailsync::MailPlanOptions options{sync::Prefer::kBoth, sync::DeleteLimit{100, true}};
     MailWorld() {
         (void)maildir.Create();
         (void)folders.outbox.Create();
@@ -241,21 +245,21 @@ struct MailWorld {
     // "subject", or "subject:S" for a read one, with a blank between them.
     std::string InBox() {
         std::multiset<std::string> all;
-        for (const Mail& mail : eudora.mails) {
-            all.insert(*mail.subject + (IsSeen(mail.marker) ? ":S" : ""));
+        for (const mail::Mail& mail : eudora.mails) {
+            all.insert(*mail.subject + (mailsync::IsSeen(mail.marker) ? ":S" : ""));
         }
         return Joined(all);
     }
     // The same of the Maildir's files.
     std::string FolderStates() {
         std::multiset<std::string> all;
-        for (const MaildirEntry& entry : Files()) {
-            all.insert(SubjectOf(entry) + (HasFlag(entry.flags, 'S') ? ":S" : ""));
+        for (const maildir::MaildirEntry& entry : Files()) {
+            all.insert(SubjectOf(entry) + (maildir::HasFlag(entry.flags, 'S') ? ":S" : ""));
         }
         return Joined(all);
     }
-    Mail& Add(const std::string& subject, bool isRead = false, bool hasId = true) {
-        Mail mail;
+    mail::Mail& Add(const std::string& subject, bool isRead = false, bool hasId = true) {
+        mail::Mail mail;
         mail.id = eudora.NextId();
         mail.subject = subject;
         mail.from = "a@b";
@@ -267,19 +271,20 @@ struct MailWorld {
         return eudora.mails.back();
     }
     void SetRead(const std::string& subject, bool isRead) { SetRead(eudora.Get(subject), isRead); }
-    void SetRead(Mail& mail, bool isRead) {
-        mail.status = isRead ? kStatusRead : kStatusUnread;
+    void SetRead(mail::Mail& mail, bool isRead) {
+        mail.status = isRead ? mail::kStatusRead : mail::kStatusUnread;
         mail.marker = std::to_string(*mail.status);
     }
     // With its attachments, as Eudora does when it is told to.
     void Delete(const std::string& subject) {
         for (const auto& file : eudora.Get(subject).attachments) (void)disk.Delete(file.path);
-        std::erase_if(eudora.mails, [&](const Mail& mail) { return mail.subject == subject; });
+        std::erase_if(eudora.mails,
+                      [&](const mail::Mail& mail) { return mail.subject == subject; });
     }
     // The mailbox is built anew: every mail has another id.
     void Renumber() {
         std::set<std::string> nowHidden;
-        for (Mail& mail : eudora.mails) {
+        for (mail::Mail& mail : eudora.mails) {
             const std::string id = eudora.NextId();
             if (eudora.hidden.contains(mail.id)) nowHidden.insert(id);
             mail.id = id;
@@ -294,18 +299,18 @@ struct MailWorld {
         }
         return below;
     }
-    std::vector<MaildirEntry> Files() { return *maildir.List(); }
-    std::string Text(const MaildirEntry& entry) {
+    std::vector<maildir::MaildirEntry> Files() { return *maildir.List(); }
+    std::string Text(const maildir::MaildirEntry& entry) {
         return *disk.Get("C:\\M\\" + std::string(entry.isNew ? "new\\" : "cur\\") + entry.name);
     }
-    std::string SubjectOf(const MaildirEntry& entry) {
+    std::string SubjectOf(const maildir::MaildirEntry& entry) {
         const std::string text = Text(entry);
         const auto at = text.find("Subject: ");
         if (at == std::string::npos) return "?";
         return text.substr(at + 9, text.find_first_of("\r\n", at) - at - 9);
     }
-    MaildirEntry File(const std::string& subject) {
-        for (const MaildirEntry& entry : Files()) {
+    maildir::MaildirEntry File(const std::string& subject) {
+        for (const maildir::MaildirEntry& entry : Files()) {
             if (SubjectOf(entry) == subject) return entry;
         }
         return {};
@@ -313,23 +318,23 @@ struct MailWorld {
     // "subject", or "subject:flags" in cur, with a blank between them.
     std::string Folder() {
         std::multiset<std::string> all;
-        for (const MaildirEntry& entry : Files()) {
+        for (const maildir::MaildirEntry& entry : Files()) {
             all.insert(SubjectOf(entry) + (entry.isNew ? "" : ":" + entry.flags));
         }
         return Joined(all);
     }
-    MailPlan MakePlan() {
-        Progress progress(clock, nullptr);
-        auto sides = LoadMailSides(eudora, folders, memory.rows, progress);
+    mailsync::MailPlan MakePlan() {
+        base::Progress progress(clock, nullptr);
+        auto sides = mailsync::LoadMailSides(eudora, folders, memory.rows, progress);
         if (!sides) {
-            MailPlan plan;
+            mailsync::MailPlan plan;
             plan.stop = sides.Error().Message();
             return plan;
         }
         sides->queued = eudora.queued.size();
-        return PlanMail(*sides, memory.rows, options);
+        return mailsync::PlanMail(*sides, memory.rows, options);
     }
-    MailWork Work(Progress& progress) {
+    mailsync::MailWork Work(base::Progress& progress) {
         attachments.emplace(files, files, "C:\\Attach", 1252);
         return {eudora,
                 folders,
@@ -340,7 +345,7 @@ struct MailWorld {
                 progress,
                 [this](std::string_view bytes, const std::string& name) {
                     if (!tooLarge.empty() && name.starts_with(tooLarge)) throw std::bad_alloc();
-                    return ParseMail(bytes, {disk, "C:\\in", 1252, clock}, name);
+                    return mail::ParseMail(bytes, {disk, "C:\\in", 1252, clock}, name);
                 },
                 [this] { return platform::Result<std::size_t>(eudora.queued.size()); },
                 [this]() -> platform::Status {
@@ -349,11 +354,11 @@ struct MailWorld {
                     return {};
                 }};
     }
-    MailPlan Sync(MailOutcome* outcome = nullptr) {
-        MailPlan plan = MakePlan();
+    mailsync::MailPlan Sync(mailsync::MailOutcome* outcome = nullptr) {
+        mailsync::MailPlan plan = MakePlan();
         if (plan.stop || plan.steps.empty()) return plan;
-        Progress progress(clock, nullptr);
-        MailOutcome done = ExecuteMail(plan, Work(progress));
+        base::Progress progress(clock, nullptr);
+        mailsync::MailOutcome done = mailsync::ExecuteMail(plan, Work(progress));
         eudora.Die();
         if (outcome != nullptr) *outcome = std::move(done);
         return plan;

@@ -18,14 +18,16 @@ class StateTest : public ::testing::Test {
     std::string Path() const { return m_folder / "state.db"; }
     std::string Journal() const { return Path() + "-journal"; }
     std::string Bytes() const { return test::ReadDisk(Path()); }
-    platform::Result<std::unique_ptr<StateFile>> Open(bool mayWrite, const char* scope = "s") {
-        return StateFile::Open(platform::NativeFiles(), Path(), scope, mayWrite);
+    platform::Result<std::unique_ptr<state::StateFile>> Open(bool mayWrite,
+                                                             const char* scope = "s") {
+        return state::StateFile::Open(platform::NativeFiles(), Path(), scope, mayWrite);
     }
-    platform::Result<std::unique_ptr<MailState>> Mails(bool mayWrite, const char* scope = "s") {
-        return MailState::Open(platform::NativeFiles(), Path(), scope, mayWrite);
+    platform::Result<std::unique_ptr<state::MailState>> Mails(bool mayWrite,
+                                                              const char* scope = "s") {
+        return state::MailState::Open(platform::NativeFiles(), Path(), scope, mayWrite);
     }
-    Remembered Load(const char* scope = "s") { return *(*Open(false, scope))->Load(); }
-    std::vector<RememberedMail> LoadMails(const char* scope = "s") {
+    state::Remembered Load(const char* scope = "s") { return *(*Open(false, scope))->Load(); }
+    std::vector<state::RememberedMail> LoadMails(const char* scope = "s") {
         return *(*Mails(false, scope))->Load();
     }
     void Execute(const std::string& sql) const {
@@ -47,33 +49,33 @@ class StateTest : public ::testing::Test {
     test::TempFolder m_folder;
 };
 
-RememberedPair Pair(const std::string& name) {
-    RememberedPair pair;
+state::RememberedPair Pair(const std::string& name) {
+    state::RememberedPair pair;
     pair.eudora.item = {name + std::string("\0\xFF", 2), "-5"};
     pair.folder.item = {name + ".vcf", "3:4"};
-    for (Field field : kAllFields) {
-        pair.eudora.contact[field] = name + "\n\"\\\xC3\xBC" + std::string(FieldName(field));
-        pair.folder.contact[field] = std::string(FieldName(field));
+    for (base::Field field : base::kAllFields) {
+        pair.eudora.contact[field] = name + "\n\"\\\xC3\xBC" + std::string(base::FieldName(field));
+        pair.folder.contact[field] = std::string(base::FieldName(field));
     }
     pair.uid = "urn:" + name;
     pair.beyond = 3;
     return pair;
 }
 
-MemoryChange ManyPairs() {
-    MemoryChange change;
+state::MemoryChange ManyPairs() {
+    state::MemoryChange change;
     for (int i = 0; i < 200; ++i) change.put.push_back(Pair("n" + std::to_string(i)));
     return change;
 }
 
-auto Tied(const RememberedPair& pair) {
+auto Tied(const state::RememberedPair& pair) {
     const auto& [a, b] = std::tie(pair.eudora, pair.folder);
     return std::tie(a.item.id, a.item.marker, a.contact, b.item.id, b.item.marker, b.contact,
                     pair.uid, pair.beyond);
 }
 
-RememberedMail Mail(const std::string& name, MailLink link) {
-    RememberedMail mail;
+state::RememberedMail Mail(const std::string& name, state::MailLink link) {
+    state::RememberedMail mail;
     mail.link = link;
     mail.id = name + std::string("\0\xFF", 2);
     mail.marker = "131073";
@@ -87,18 +89,18 @@ RememberedMail Mail(const std::string& name, MailLink link) {
     return mail;
 }
 
-auto Tied(const RememberedMail& mail) {
+auto Tied(const state::RememberedMail& mail) {
     return std::tie(mail.link, mail.id, mail.marker, mail.messageId, mail.unique, mail.flags,
                     mail.size, mail.content, mail.name, mail.fileId);
 }
 
 TEST_F(StateTest, RemembersThePairsOfEachScope) {
     ASSERT_TRUE((*Open(true))->Save({{Pair("a"), Pair("b")}, {}, {{{"", "n", "f"}}}}));
-    ASSERT_TRUE((*Open(true, "t"))->Save({{Pair("c")}, {}, std::vector<Intent>{}}));
+    ASSERT_TRUE((*Open(true, "t"))->Save({{Pair("c")}, {}, std::vector<state::Intent>{}}));
     auto remembered = Load();
     ASSERT_EQ(remembered.pairs.size(), 2u);
     EXPECT_EQ(Tied(remembered.pairs[0]), Tied(Pair("a")));
-    RememberedPair changed = Pair("z");
+    state::RememberedPair changed = Pair("z");
     changed.key = remembered.pairs[0].key;
     ASSERT_TRUE((*Open(true))->Save({{changed}, {remembered.pairs[1].key}, {}}));
     remembered = Load();
@@ -110,12 +112,14 @@ TEST_F(StateTest, RemembersThePairsOfEachScope) {
 }
 
 TEST_F(StateTest, RemembersTheMailsOfEachScope) {
-    const std::vector<RememberedMail> mails = {
-        Mail("a", MailLink::kInStep), Mail("b", MailLink::kPending), Mail("c", MailLink::kDropped),
-        Mail("d", MailLink::kKept), RememberedMail{}};
+    const std::vector<state::RememberedMail> mails = {
+        Mail("a", state::MailLink::kInStep), Mail("b", state::MailLink::kPending),
+        Mail("c", state::MailLink::kDropped), Mail("d", state::MailLink::kKept),
+        state::RememberedMail{}};
     ASSERT_TRUE((*Mails(true))->Save({mails, {}, false}));
     for (const char* scope : {"t\nx", "tt\nx"}) {
-        ASSERT_TRUE((*Mails(true, scope))->Save({{Mail("t", MailLink::kPending)}, {}, false}));
+        ASSERT_TRUE(
+            (*Mails(true, scope))->Save({{Mail("t", state::MailLink::kPending)}, {}, false}));
     }
     auto loaded = LoadMails();
     ASSERT_EQ(loaded.size(), mails.size());
@@ -125,10 +129,10 @@ TEST_F(StateTest, RemembersTheMailsOfEachScope) {
     const auto after = LoadMails();
     ASSERT_EQ(after.size(), 3u);
     EXPECT_EQ(after[0].marker, "1");
-    EXPECT_EQ(after[1].link, MailLink::kInStep) << "settled";
-    EXPECT_EQ(after[2].link, MailLink::kKept);
-    EXPECT_EQ(LoadMails("t\nx")[0].link, MailLink::kPending) << "another scope";
-    ASSERT_TRUE(MailState::ForgetInBox(platform::NativeFiles(), Path(), "t"));
+    EXPECT_EQ(after[1].link, state::MailLink::kInStep) << "settled";
+    EXPECT_EQ(after[2].link, state::MailLink::kKept);
+    EXPECT_EQ(LoadMails("t\nx")[0].link, state::MailLink::kPending) << "another scope";
+    ASSERT_TRUE(state::MailState::ForgetInBox(platform::NativeFiles(), Path(), "t"));
     EXPECT_EQ(LoadMails().size() + LoadMails("t\nx").size() + LoadMails("tt\nx").size(), 4u);
 }
 
@@ -136,7 +140,7 @@ TEST_F(StateTest, ReadingMakesNoFileAndChangesNone) {
     EXPECT_TRUE(Load().pairs.empty());
     EXPECT_TRUE(LoadMails().empty());
     EXPECT_FALSE((*Open(false))->Save({{Pair("a")}, {}, {}}));
-    EXPECT_TRUE(StateLock::Take(platform::NativeFiles(), Path(), false));
+    EXPECT_TRUE(state::StateLock::Take(platform::NativeFiles(), Path(), false));
     EXPECT_TRUE(fs::is_empty(m_folder.Path()));
     ASSERT_TRUE((*Open(true))->Save({{Pair("a")}, {}, {}}));
     const std::string bytes = Bytes();
@@ -146,7 +150,7 @@ TEST_F(StateTest, ReadingMakesNoFileAndChangesNone) {
 }
 
 TEST_F(StateTest, ReadsThePairsOfBeforeACutOffChangeAndTouchesNothing) {
-    const MemoryChange change = ManyPairs();
+    const state::MemoryChange change = ManyPairs();
     ASSERT_TRUE((*Open(true))->Save(change));
     const std::string whole = Bytes();
     CutOff("UPDATE pair SET eudora_fields = 'torn'");
@@ -241,7 +245,8 @@ TEST_F(StateTest, AnUpgradeKeepsWhatEarlierVersionsRemembered) {
             const auto mails = LoadMails();
             ASSERT_EQ(mails.size(), saved + version - 1);
             if (version == 2) {
-                RememberedMail old{5, MailLink::kInStep, "a", "1", "b", "c", "S", 9, "d", "e", ""};
+                state::RememberedMail old{
+                    5, state::MailLink::kInStep, "a", "1", "b", "c", "S", 9, "d", "e", ""};
                 EXPECT_EQ(Tied(mails[0]), Tied(old));
                 EXPECT_EQ(mails[0].key, old.key);
             }
@@ -250,7 +255,7 @@ TEST_F(StateTest, AnUpgradeKeepsWhatEarlierVersionsRemembered) {
             } else {
                 EXPECT_EQ(mails.back().fileId, "<new@x>");
             }
-            ASSERT_TRUE((*Mails(true))->Save({{Mail("new", MailLink::kKept)}, {}, false}));
+            ASSERT_TRUE((*Mails(true))->Save({{Mail("new", state::MailLink::kKept)}, {}, false}));
         }
     }
 }
@@ -258,16 +263,16 @@ TEST_F(StateTest, AnUpgradeKeepsWhatEarlierVersionsRemembered) {
 TEST_F(StateTest, TheLockKeepsASecondRunOut) {
     auto& files = platform::NativeFiles();
     {
-        auto first = StateLock::Take(files, Path(), true);
+        auto first = state::StateLock::Take(files, Path(), true);
         ASSERT_TRUE(first);
         for (const bool mayWrite : {true, false}) {
-            auto second = StateLock::Take(files, Path(), mayWrite);
+            auto second = state::StateLock::Take(files, Path(), mayWrite);
             ASSERT_FALSE(second);
             EXPECT_EQ(second.Error().code, platform::ErrorCode::kRefused);
             EXPECT_THAT(second.Error().Message(), HasSubstr(Path()));
         }
     }
-    EXPECT_TRUE(StateLock::Take(files, Path(), true));
+    EXPECT_TRUE(state::StateLock::Take(files, Path(), true));
 }
 
 }  // namespace

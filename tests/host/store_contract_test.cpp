@@ -16,17 +16,17 @@ namespace {
 
 namespace fs = std::filesystem;
 
-platform::Result<TranslatorSession> OpenBook() {
-    return TranslatorSession::OpenContacts(*TheModule().host,
-                                           TheModule().setup.eudoraFolder + "\\nndbase.txt");
+platform::Result<translator::TranslatorSession> OpenBook() {
+    return translator::TranslatorSession::OpenContacts(
+        *TheModule().host, TheModule().setup.eudoraFolder + "\\nndbase.txt");
 }
 
-Contact Make(const std::string& nickname, const std::string& name, const std::string& address,
-             const std::string& phone, const std::string& email, const std::string& note) {
+base::Contact Make(const std::string& nickname, const std::string& name, const std::string& address,
+                   const std::string& phone, const std::string& email, const std::string& note) {
     return {{nickname, name, address, phone, "", email, note}};
 }
 
-const Contact kContacts[] = {
+const base::Contact kContacts[] = {
     Make("ann", "Ann Lee", "1 High St\nYork", "+44 1", "ann@example.com", "met\nin York"),
     Make("two words", "", "", "", "two@example.com", ""),
     Make("name:x", "name:y", "phone:z", "fax:1", "x@y", "name:in a note"),
@@ -34,9 +34,9 @@ const Contact kContacts[] = {
     Make("J\xC3\xBCrgen", "\xC3\x89mile", "Stra\xC3\x9F 1", "", "j@x", "\xE2\x82\xAC 5"),
     Make("bare", "", "", "", "", "")};
 
-FieldSet NonEmpty(const Contact& contact) {
-    FieldSet set;
-    for (const Field field : kAllFields) {
+base::FieldSet NonEmpty(const base::Contact& contact) {
+    base::FieldSet set;
+    for (const base::Field field : base::kAllFields) {
         if (!contact[field].empty()) set.Add(field);
     }
     return set;
@@ -44,7 +44,7 @@ FieldSet NonEmpty(const Contact& contact) {
 
 class StoreContract : public ::testing::TestWithParam<bool> {
   protected:
-    using Contacts = std::map<std::string, StoredContact>;
+    using Contacts = std::map<std::string, contacts::StoredContact>;
 
     void SetUp() override {
         fs::remove_all(Folder());
@@ -52,7 +52,7 @@ class StoreContract : public ::testing::TestWithParam<bool> {
         test::WriteDisk(TheModule().eudora / "nndbase.txt", "");
         m_store = Fresh();
         ASSERT_TRUE(m_store->List());
-        for (const Contact& contact : kContacts) {
+        for (const base::Contact& contact : kContacts) {
             ASSERT_EQ(m_store->Refusal(contact, NonEmpty(contact)), std::nullopt);
             m_added[*m_store->Add(contact, "")] = m_store->Hold(contact);
         }
@@ -61,17 +61,18 @@ class StoreContract : public ::testing::TestWithParam<bool> {
 
     static fs::path Folder() { return TheModule().root.Path() / "C"; }
     // A store that knows only what lies on the disk.
-    std::unique_ptr<ContactStore> Fresh() {
-        if (GetParam()) return std::make_unique<EudoraContacts>(OpenBook, 1252, std::nullopt);
-        return std::make_unique<VdirContacts>(platform::NativeFiles(), Folder().string(), m_clock,
-                                              NewUuid);
+    std::unique_ptr<contacts::ContactStore> Fresh() {
+        if (GetParam())
+            return std::make_unique<contacts::EudoraContacts>(OpenBook, 1252, std::nullopt);
+        return std::make_unique<contacts::VdirContacts>(platform::NativeFiles(), Folder().string(),
+                                                        m_clock, contacts::NewUuid);
     }
     // The contacts by id, as another run would see them.
     Contacts OnDisk() {
         const auto store = Fresh();
         Contacts contacts;
         const auto items = *store->List();
-        for (const StoreItem& item : items) {
+        for (const base::StoreItem& item : items) {
             contacts[item.id] = *store->Read(item.id);
             EXPECT_EQ(contacts[item.id].item.marker, item.marker) << item.id;
         }
@@ -89,8 +90,8 @@ class StoreContract : public ::testing::TestWithParam<bool> {
     }
 
     platform::testing::FixedClock m_clock;
-    std::unique_ptr<ContactStore> m_store;
-    std::map<std::string, Contact> m_added;
+    std::unique_ptr<contacts::ContactStore> m_store;
+    std::map<std::string, base::Contact> m_added;
 };
 
 TEST_P(StoreContract, AnotherRunReadsWhatWasAddedUntilItIsRemoved) {
@@ -104,25 +105,25 @@ TEST_P(StoreContract, AnotherRunReadsWhatWasAddedUntilItIsRemoved) {
     }
     while (!seen.empty()) {
         ASSERT_TRUE(m_store->List());
-        const StoreItem victim = seen.begin()->second.item;
+        const base::StoreItem victim = seen.begin()->second.item;
         ASSERT_TRUE(m_store->Remove(victim));
         seen.erase(victim.id);
         ExpectCommitted(seen, "");
         EXPECT_FALSE(m_store->Read(victim.id));
-        EXPECT_FALSE(m_store->Change(victim, kContacts[0], FieldSet::All()));
+        EXPECT_FALSE(m_store->Change(victim, kContacts[0], base::FieldSet::All()));
     }
 }
 
 TEST_P(StoreContract, AChangeTouchesItsFieldsAlone) {
-    for (const Field field : kAllFields) {
-        if (field == Field::kNickname) continue;
+    for (const base::Field field : base::kAllFields) {
+        if (field == base::Field::kNickname) continue;
         for (const std::string value : {"other", "", "more"}) {
-            SCOPED_TRACE(std::string(FieldName(field)) + " becomes \"" + value + '"');
+            SCOPED_TRACE(std::string(base::FieldName(field)) + " becomes \"" + value + '"');
             ASSERT_TRUE(m_store->List());
             auto expected = OnDisk();
             auto& [id, known] = *expected.begin();
             known.contact[field] = value;
-            FieldSet which;
+            base::FieldSet which;
             which.Add(field);
             const auto changed = m_store->Change(known.item, known.contact, which);
             ASSERT_TRUE(changed) << changed.Error().Message();

@@ -18,7 +18,7 @@ struct Machine {
     platform::testing::MemoryFiles disk;
     platform::testing::FaultyFiles files{disk};
     platform::testing::FixedClock clock;
-    Backups backups{files, "C:\\state\\backups", clock};
+    backup::Backups backups{files, "C:\\state\\backups", clock};
 
     Machine() {
         disk.Put(kBook, "alias old a");
@@ -63,7 +63,7 @@ TEST(Backups, AFaultNeverListsAHalfBackup) {
                 const auto left = machine.disk.List("C:\\state\\backups", "1*");
                 EXPECT_TRUE(!left || left->empty()) << left->front().name;
             }
-            for (const Backup& backup : listed) {
+            for (const backup::Backup& backup : listed) {
                 const std::string folder = "C:\\state\\backups\\" + backup.id + "\\";
                 EXPECT_EQ(*machine.disk.Get(folder + "nndbase.txt"), "alias old a");
                 EXPECT_EQ(*machine.disk.Get(folder + "NNDBASE.TOC"), "toc");

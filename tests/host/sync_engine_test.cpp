@@ -10,14 +10,14 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-constexpr Field kOrder[] = {Field::kNickname, Field::kName, Field::kPhone, Field::kEmail,
-                            Field::kNote};
+constexpr base::Field kOrder[] = {base::Field::kNickname, base::Field::kName, base::Field::kPhone,
+                                  base::Field::kEmail, base::Field::kNote};
 
 // A contact in one line: "nickname|name|phone|e-mail|note", "~" for a line break.
-Contact C(const std::string& line) {
-    Contact contact;
+base::Contact C(const std::string& line) {
+    base::Contact contact;
     std::istringstream parts(line);
-    for (Field field : kOrder) {
+    for (base::Field field : kOrder) {
         std::getline(parts, contact[field], '|');
         std::ranges::replace(contact[field], '~', '\n');
     }
@@ -28,7 +28,7 @@ Texts Lines(const MemoryContacts& store) {
     Texts lines;
     for (const auto& [id, entry] : store.entries) {
         std::string line;
-        for (Field field : kOrder) line += entry.contact[field] + '|';
+        for (base::Field field : kOrder) line += entry.contact[field] + '|';
         std::ranges::replace(line, '\n', '~');
         lines.push_back(line.substr(0, line.find_last_not_of('|') + 1));
     }
@@ -51,7 +51,7 @@ Texts Split(const std::string& all) {
 // ">contact" adds.
 struct Case {
     const char *what, *before, *eudoraEdits, *folderEdits, *eudoraAfter, *folderAfter;
-    Prefer prefer = Prefer::kBoth;
+    sync::Prefer prefer = sync::Prefer::kBoth;
     bool folderIsNewer = true;
     std::size_t conflicts = 0, refused = 0;
     const char* Folder() const { return *folderAfter == '=' ? eudoraAfter : folderAfter; }
@@ -62,15 +62,15 @@ void Edit(MemoryContacts& store, const std::string& edit, bool isEudora) {
     const std::string old = edit.substr(0, arrow), now = edit.substr(arrow + 1);
     std::string id;
     for (const auto& [key, entry] : store.entries) {
-        if (!old.empty() && entry.contact[Field::kNickname] == old) id = key;
+        if (!old.empty() && entry.contact[base::Field::kNickname] == old) id = key;
     }
     if (now.empty()) {
         store.entries.erase(id);
         return;
     }
-    const Contact contact = C(now);
-    if (isEudora && id != contact[Field::kNickname]) store.entries.erase(id);
-    if (isEudora) id = contact[Field::kNickname];
+    const base::Contact contact = C(now);
+    if (isEudora && id != contact[base::Field::kNickname]) store.entries.erase(id);
+    if (isEudora) id = contact[base::Field::kNickname];
     store.Put(id.empty() ? "file-" + now : id, contact);
 }
 
@@ -97,16 +97,16 @@ const Case kCases[] = {
     {"rename in the folder to a nickname that is taken", "a|Ann|1; b|Bob|2", "", "a>b|Ann|1",
      "b1|Ann|1; b|Bob|2", "b|Ann|1; b|Bob|2"},
     {"conflict: the older one of Eudora marked", "a|A|1", "a>a|A|2", "a>a|A|3",
-     "a (older)|A (older)|2; a|A|3", "=", Prefer::kBoth, true, 1},
+     "a (older)|A (older)|2; a|A|3", "=", sync::Prefer::kBoth, true, 1},
     {"conflict: the older one of the folder marked", "a|A|1", "a>a|A|2", "a>a|A|3",
-     "a (older)|A (older)|3; a|A|2", "=", Prefer::kBoth, false, 1},
-    {"for Eudora", "a|A|1", "a>a|A|2", "a>a|A|3", "a|A|2", "=", Prefer::kEudora},
-    {"for the folder", "a|A|1", "a>a|A|2", "a>a|A|3", "a|A|3", "=", Prefer::kFolder},
-    {"for the newer", "a|A|1", "a>a|A|2", "a>a|A|3", "a|A|2", "=", Prefer::kNewer, false},
+     "a (older)|A (older)|3; a|A|2", "=", sync::Prefer::kBoth, false, 1},
+    {"for Eudora", "a|A|1", "a>a|A|2", "a>a|A|3", "a|A|2", "=", sync::Prefer::kEudora},
+    {"for the folder", "a|A|1", "a>a|A|2", "a>a|A|3", "a|A|3", "=", sync::Prefer::kFolder},
+    {"for the newer", "a|A|1", "a>a|A|2", "a>a|A|3", "a|A|2", "=", sync::Prefer::kNewer, false},
     {"deleted here, changed there: kept", "a|A|1; b|B|1", "a>; b>b|B|2", "a>a|A|2; b>",
-     "a|A|2; b|B|2", "=", Prefer::kBoth, true, 2},
+     "a|A|2; b|B|2", "=", sync::Prefer::kBoth, true, 2},
     {"the preferred side's deletion", "a|A|1; b|B|1", "a>", "a>a|A|2", "b|B|1", "=",
-     Prefer::kEudora},
+     sync::Prefer::kEudora},
     {"characters outside the code page stay in the folder", "", "", ">g|G\xC3\xBC \xE5\xB1\xB1",
      "g|G\xC3\xBC ?", "g|G\xC3\xBC \xE5\xB1\xB1"},
     {"and survive a change beside them", "g|G \xE5\xB1\xB1 x|1", "g>g|G ? yz|1", "", "g|G ? yz|1",
@@ -119,7 +119,7 @@ const Case kCases[] = {
      "123456789012345678901234567|B; _Group x|C; a b c|A",
      "12345678901234567890123456789|B; Group x|C; a<b,c|A"},
     {"a name that Eudora refuses holds nothing else up", "a|A|1", "", "a>a|...|1; >b|B",
-     "a|A|1; b|B", "a|...|1; b|B", Prefer::kBoth, true, 0, 1},
+     "a|A|1; b|B", "a|...|1; b|B", sync::Prefer::kBoth, true, 0, 1},
 };
 
 // The sides in step and then edited, in front of the run that matters.
@@ -136,7 +136,7 @@ void ExpectInStep(World& world, const Case& test) {
     EXPECT_EQ(Lines(world.eudora), Split(test.eudoraAfter));
     EXPECT_EQ(Lines(world.folder), Split(test.Folder()));
     const int writes = world.Writes();
-    const Plan again = world.Sync();
+    const contactsync::Plan again = world.Sync();
     EXPECT_FALSE(again.ChangesAnything());
     EXPECT_EQ(world.Writes(), writes);
     EXPECT_EQ(again.refused.size(), test.refused);
@@ -147,8 +147,8 @@ TEST(Engine, BringsBothSidesIntoStepAndRestsThen) {
         SCOPED_TRACE(test.what);
         World world;
         Prepare(world, test);
-        Outcome outcome;
-        const Plan plan = world.Sync(&outcome);
+        contactsync::Outcome outcome;
+        const contactsync::Plan plan = world.Sync(&outcome);
         EXPECT_THAT(outcome.errors, ::testing::IsEmpty());
         EXPECT_EQ(plan.conflicts.size(), test.conflicts);
         EXPECT_EQ(plan.refused.size(), test.refused);
@@ -173,7 +173,7 @@ TEST(Engine, ACutOffRunOrAFailedStepLosesAndDoublesNothing) {
                 World world;
                 Prepare(world, test);
                 world.mishap.Arm(isKill ? n : 0, isKill ? 0 : n);
-                Outcome outcome;
+                contactsync::Outcome outcome;
                 try {
                     world.Sync(&outcome);
                 } catch (const Killed&) {
@@ -202,17 +202,19 @@ TEST(Engine, PlansInProportionToTheContacts) {
                 if (edit[0] == 'p') Edit(world.eudora, edit + "3", true);
             }
         }
-        SideRules rules = RulesOf(world.eudora, world.folder, 1252);
+        contactsync::SideRules rules = contactsync::RulesOf(world.eudora, world.folder, 1252);
         int count = 0;
         rules.nickname = [&, inner = rules.nickname](const auto& base, const auto& suffix) {
             return ++count, inner(base, suffix);
         };
-        rules.holdEudora = [&, inner = rules.holdEudora](const Contact& contact) {
+        rules.holdEudora = [&, inner = rules.holdEudora](const base::Contact& contact) {
             return ++count, inner(contact);
         };
-        Progress progress(world.clock, nullptr);
-        const auto sides = LoadSides(world.eudora, world.folder, world.memory.content, progress);
-        const Plan plan = MakePlan(*sides, world.memory.content, rules, world.options);
+        base::Progress progress(world.clock, nullptr);
+        const auto sides =
+            contactsync::LoadSides(world.eudora, world.folder, world.memory.content, progress);
+        const contactsync::Plan plan =
+            contactsync::MakePlan(*sides, world.memory.content, rules, world.options);
         EXPECT_EQ(plan.conflicts.size(), static_cast<std::size_t>(contacts));
         return count;
     };
@@ -228,16 +230,17 @@ TEST(Engine, StopsBeforeAMassDeletion) {
     edit(0, 40, ">n", "|N");
     world.Sync();
     edit(0, 11, "n", ">");
-    const std::pair<std::optional<DeleteLimit>, bool> limits[] = {{{}, true},
-                                                                  {DeleteLimit{10, false}, true},
-                                                                  {DeleteLimit{11, false}, false},
-                                                                  {DeleteLimit{27, true}, true},
-                                                                  {DeleteLimit{28, true}, false}};
+    const std::pair<std::optional<sync::DeleteLimit>, bool> limits[] = {
+        {{}, true},
+        {sync::DeleteLimit{10, false}, true},
+        {sync::DeleteLimit{11, false}, false},
+        {sync::DeleteLimit{27, true}, true},
+        {sync::DeleteLimit{28, true}, false}};
     for (const auto& [limit, stops] : limits) {
         world.options.maxDelete = limit;
         EXPECT_EQ(world.MakeRunPlan().stop.has_value(), stops);
     }
-    world.options.maxDelete = DeleteLimit{100, true};
+    world.options.maxDelete = sync::DeleteLimit{100, true};
     edit(11, 40, "n", ">");
     const int writes = world.Writes();
     EXPECT_THAT(world.Sync().stop.value_or(""), ::testing::HasSubstr("folder is empty"));

@@ -6,8 +6,8 @@
 
 #include "host/contacts/contact_store.h"
 #include "host/contacts/eudora_limits.h"
-#include "host/engine/execute.h"
-#include "host/engine/load_sides.h"
+#include "host/contactsync/execute.h"
+#include "host/contactsync/load_sides.h"
 #include "host/state/pair_memory.h"
 #include "platform/testing/fixed_clock.h"
 
@@ -34,10 +34,10 @@ struct Mishap {
 
 // Contacts in memory. `collects` makes it one that changes only at Commit, with nicknames as ids
 // and the limits of Eudora's file (code page 1252); else it is like a folder.
-class MemoryContacts : public ContactStore {
+class MemoryContacts : public contacts::ContactStore {
   public:
     struct Entry {
-        Contact contact;
+        base::Contact contact;
         int version = 0;
         int beyond = 0;
         std::string uid;
@@ -52,7 +52,7 @@ class MemoryContacts : public ContactStore {
     std::chrono::system_clock::time_point changedAt{};
 
     // A change by a person.
-    void Put(const std::string& id, const Contact& contact) {
+    void Put(const std::string& id, const base::Contact& contact) {
         Entry& entry = entries[id];
         entry.contact = contact;
         entry.version = ++m_versions;
@@ -60,31 +60,34 @@ class MemoryContacts : public ContactStore {
     // After a kill: what was collected is gone.
     void Restart() { m_collected = entries; }
 
-    platform::Result<std::vector<StoreItem>> List() override {
+    platform::Result<std::vector<base::StoreItem>> List() override {
         Restart();
-        std::vector<StoreItem> items;
+        std::vector<base::StoreItem> items;
         for (const auto& [id, entry] : entries) items.push_back(ItemOf(id, entry));
         return items;
     }
-    platform::Result<StoredContact> Read(const std::string& id) override {
+    platform::Result<contacts::StoredContact> Read(const std::string& id) override {
         const auto found = entries.find(id);
         if (found == entries.end()) return platform::Failure{platform::ErrorCode::kNotFound, id};
         const Entry& entry = found->second;
-        return StoredContact{ItemOf(id, entry), entry.contact, entry.uid, entry.beyond, true};
+        return contacts::StoredContact{ItemOf(id, entry), entry.contact, entry.uid, entry.beyond,
+                                       true};
     }
     std::optional<std::chrono::system_clock::time_point> ChangedAt(const std::string&) override {
         return changedAt;
     }
-    Contact Hold(const Contact& contact) const override {
-        return m_collects ? HoldInEudora(contact, 1252) : contact;
+    base::Contact Hold(const base::Contact& contact) const override {
+        return m_collects ? contacts::HoldInEudora(contact, 1252) : contact;
     }
-    std::optional<std::string> Refusal(const Contact& values, FieldSet which) override {
-        const bool isBad = m_collects && which.Has(Field::kName) && values[Field::kName] == "...";
+    std::optional<std::string> Refusal(const base::Contact& values, base::FieldSet which) override {
+        const bool isBad =
+            m_collects && which.Has(base::Field::kName) && values[base::Field::kName] == "...";
         return isBad ? std::optional<std::string>("the name is no name") : std::nullopt;
     }
-    platform::Result<std::string> Add(const Contact& values, const std::string& like) override {
+    platform::Result<std::string> Add(const base::Contact& values,
+                                      const std::string& like) override {
         const std::string id =
-            m_collects ? values[Field::kNickname] : "card" + std::to_string(++m_ids);
+            m_collects ? values[base::Field::kNickname] : "card" + std::to_string(++m_ids);
         Entry entry{values, 0, 0, m_collects ? "" : "uid" + std::to_string(m_ids)};
         if (!like.empty()) entry.beyond = entries.at(like).beyond;
         return Write([&](Entries& target) {
@@ -92,22 +95,23 @@ class MemoryContacts : public ContactStore {
             return id;
         });
     }
-    platform::Result<std::string> Change(const StoreItem& known, const Contact& values,
-                                         FieldSet which) override {
+    platform::Result<std::string> Change(const base::StoreItem& known, const base::Contact& values,
+                                         base::FieldSet which) override {
         return Write([&](Entries& target) {
             auto node = target.extract(known.id);
             if (node.empty()) throw std::logic_error("unknown id");
-            for (Field field : kAllFields) {
+            for (base::Field field : base::kAllFields) {
                 if (which.Has(field)) node.mapped().contact[field] = values[field];
             }
             node.mapped().version = ++m_versions;
-            if (m_collects && which.Has(Field::kNickname)) node.key() = values[Field::kNickname];
+            if (m_collects && which.Has(base::Field::kNickname))
+                node.key() = values[base::Field::kNickname];
             const std::string id = node.key();
             if (!target.insert(std::move(node)).inserted) throw std::logic_error("id taken");
             return id;
         });
     }
-    platform::Status Remove(const StoreItem& known) override {
+    platform::Status Remove(const base::StoreItem& known) override {
         auto done = Write([&](Entries& target) {
             target.erase(known.id);
             return known.id;
@@ -136,7 +140,7 @@ class MemoryContacts : public ContactStore {
         entry.version = ++m_versions;
         return entry;
     }
-    static StoreItem ItemOf(const std::string& id, const Entry& entry) {
+    static base::StoreItem ItemOf(const std::string& id, const Entry& entry) {
         return {id, std::to_string(entry.version)};
     }
 
@@ -146,18 +150,18 @@ class MemoryContacts : public ContactStore {
     int m_versions = 0, m_ids = 0;
 };
 
-class MemoryPairs : public PairMemory {
+class MemoryPairs : public state::PairMemory {
   public:
     explicit MemoryPairs(Mishap& mishap) : m_mishap(mishap) {}
 
-    Remembered content;
+    state::Remembered content;
     int writes = 0;
 
-    platform::Result<Remembered> Load() override { return content; }
-    platform::Status Save(const MemoryChange& change) override {
+    platform::Result<state::Remembered> Load() override { return content; }
+    platform::Status Save(const state::MemoryChange& change) override {
         if (auto status = m_mishap.Next(); !status) return status;
         ++writes;
-        for (RememberedPair pair : change.put) {
+        for (state::RememberedPair pair : change.put) {
             std::erase_if(content.pairs, [&](const auto& old) { return old.key == pair.key; });
             if (pair.key == 0) pair.key = ++m_keys;
             content.pairs.push_back(std::move(pair));
@@ -180,20 +184,21 @@ struct World {
     MemoryContacts eudora{true, mishap}, folder{false, mishap};
     MemoryPairs memory{mishap};
     platform::testing::FixedClock clock;
-    PlanOptions options;
+    contactsync::PlanOptions options;
 
-    World() { options.maxDelete = DeleteLimit{100, true}; }
+    World() { options.maxDelete = sync::DeleteLimit{100, true}; }
 
-    Plan MakeRunPlan() {
-        Progress progress(clock, nullptr);
-        auto sides = LoadSides(eudora, folder, memory.content, progress);
-        return MakePlan(*sides, memory.content, RulesOf(eudora, folder, 1252), options);
+    contactsync::Plan MakeRunPlan() {
+        base::Progress progress(clock, nullptr);
+        auto sides = contactsync::LoadSides(eudora, folder, memory.content, progress);
+        return contactsync::MakePlan(*sides, memory.content,
+                                     contactsync::RulesOf(eudora, folder, 1252), options);
     }
-    Plan Sync(Outcome* outcome = nullptr) {
-        Plan plan = MakeRunPlan();
+    contactsync::Plan Sync(contactsync::Outcome* outcome = nullptr) {
+        contactsync::Plan plan = MakeRunPlan();
         if (plan.stop || plan.IsEmpty()) return plan;
-        Progress progress(clock, nullptr);
-        const Outcome done = Execute(
+        base::Progress progress(clock, nullptr);
+        const contactsync::Outcome done = contactsync::Execute(
             plan, eudora, folder, memory, [&] { return mishap.Next(); }, progress);
         if (outcome != nullptr) *outcome = done;
         return plan;

@@ -1,10 +1,10 @@
 kv_test(vcard_test SOURCES vcard_card_test.cpp vcard_fields_test.cpp DEPENDS host_vcard failing_allocation)
 kv_test(sync_engine_test
     SOURCES sync_engine_test.cpp sync_walk_test.cpp
-    DEPENDS host_engine platform_testing)
+    DEPENDS host_contactsync platform_testing)
 kv_test(sync_store_test
     SOURCES state_test.cpp sync_backup_test.cpp sync_vdir_test.cpp
-    DEPENDS host_engine host_state platform_native platform_testing)
+    DEPENDS host_contactsync host_state platform_native platform_testing)
 # Both stores on the real disk, Eudora's through the built library beside the test.
 if(NOT WIN32 AND TARGET kvtEUD)
     kv_test(store_contract_test SOURCES store_contract_test.cpp

@@ -22,19 +22,19 @@ struct Vdir {
     platform::testing::FaultyFiles files{disk};
     platform::testing::FixedClock clock;
     int uids = 0;
-    VdirContacts store{files, "C:\\contacts", clock,
-                       [this] { return "uid" + std::to_string(++uids); }};
+    contacts::VdirContacts store{files, "C:\\contacts", clock,
+                                 [this] { return "uid" + std::to_string(++uids); }};
 };
 
-Contact Phone(const std::string& phone) {
-    Contact contact;
-    contact[Field::kPhone] = phone;
+base::Contact Phone(const std::string& phone) {
+    base::Contact contact;
+    contact[base::Field::kPhone] = phone;
     return contact;
 }
 
-FieldSet PhoneOnly() {
-    FieldSet set;
-    set.Add(Field::kPhone);
+base::FieldSet PhoneOnly() {
+    base::FieldSet set;
+    set.Add(base::Field::kPhone);
     return set;
 }
 

@@ -37,49 +37,49 @@ class Walk {
         if (store.entries.empty() || Pick(4) == 0) return Add(store, inEudora);
         auto place = std::next(store.entries.begin(), Pick(static_cast<int>(store.entries.size())));
         const std::string id = place->first;
-        Contact contact = place->second.contact;
+        base::Contact contact = place->second.contact;
         switch (Pick(5)) {
             case 0:
                 Delete(store, id);
                 break;
             case 1:
                 if (inEudora) {
-                    contact[Field::kNickname] = "r" + std::to_string(++m_tokens);
+                    contact[base::Field::kNickname] = "r" + std::to_string(++m_tokens);
                     const auto beyond = place->second.beyond;
                     store.entries.erase(place);
-                    store.Put(contact[Field::kNickname], contact);
-                    store.entries[contact[Field::kNickname]].beyond = beyond;
+                    store.Put(contact[base::Field::kNickname], contact);
+                    store.entries[contact[base::Field::kNickname]].beyond = beyond;
                     break;
                 }
-                contact[Field::kNickname] = "common";
+                contact[base::Field::kNickname] = "common";
                 store.Put(id, contact);
                 break;
             case 2:
-                contact[Field::kName] = Pick(2) == 0 ? "Name \xE5\xB1\xB1" : "Name";
+                contact[base::Field::kName] = Pick(2) == 0 ? "Name \xE5\xB1\xB1" : "Name";
                 store.Put(id, contact);
                 break;
             default:
-                contact[Field::kPhone] = std::to_string(Pick(1000));
+                contact[base::Field::kPhone] = std::to_string(Pick(1000));
                 store.Put(id, contact);
         }
     }
 
     void Add(MemoryContacts& store, bool inEudora) {
-        Contact contact;
-        contact[Field::kNickname] = "n" + std::to_string(Pick(20));
-        contact[Field::kName] = "Name " + std::to_string(Pick(5));
+        base::Contact contact;
+        contact[base::Field::kNickname] = "n" + std::to_string(Pick(20));
+        contact[base::Field::kName] = "Name " + std::to_string(Pick(5));
         // Never edited, and never the same twice: it tells whose content it is.
-        contact[Field::kAddress] = Token();
-        std::string id = contact[Field::kNickname];
+        contact[base::Field::kAddress] = Token();
+        std::string id = contact[base::Field::kNickname];
         if (!inEudora) id = "new" + std::to_string(m_tokens);
         if (inEudora && store.entries.contains(id)) return;
-        tokens.insert(contact[Field::kAddress]);
+        tokens.insert(contact[base::Field::kAddress]);
         store.Put(id, contact);
     }
 
     void Delete(MemoryContacts& store, const std::string& id) {
         // A person deletes; the content may live on in a copy or on a changed other side.
-        tokens.erase(store.entries[id].contact[Field::kAddress]);
+        tokens.erase(store.entries[id].contact[base::Field::kAddress]);
         store.entries.erase(id);
     }
 
@@ -90,10 +90,10 @@ class Walk {
 std::multiset<std::string> Contents(const MemoryContacts& store, const MemoryContacts& limits) {
     std::multiset<std::string> contents;
     for (const auto& [id, entry] : store.entries) {
-        const Contact held = limits.Hold(entry.contact);
+        const base::Contact held = limits.Hold(entry.contact);
         std::string line;
-        for (Field field : kAllFields) {
-            if (field != Field::kNickname) line += held[field] + '|';
+        for (base::Field field : base::kAllFields) {
+            if (field != base::Field::kNickname) line += held[field] + '|';
         }
         contents.insert(line);
     }
@@ -112,7 +112,7 @@ TEST(Engine, RandomEditsNeverLoseAContactAndConverge) {
                   Contents(walk.world.folder, walk.world.eudora));
         for (const std::string& token : walk.tokens) {
             const auto holds = [&](const auto& item) {
-                return item.second.contact[Field::kAddress] == token;
+                return item.second.contact[base::Field::kAddress] == token;
             };
             const auto& entries = walk.world.eudora.entries;
             EXPECT_TRUE(std::any_of(entries.begin(), entries.end(), holds)) << token;

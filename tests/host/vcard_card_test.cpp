@@ -40,7 +40,7 @@ TEST(Card, SaysWhereDamageIsAndKeepsWhatItHad) {
     };
     for (const Case& test : cases) {
         SCOPED_TRACE(test.bytes);
-        Card card;
+        vcard::Card card;
         ASSERT_FALSE(card.Parse(whole));
         const auto error = card.Parse(test.bytes);
         ASSERT_TRUE(error);
@@ -83,9 +83,9 @@ TEST(Card, HostileShapesCostInProportionToTheirSize) {
             for (int i = 0; i < count; ++i) bytes += shape.part;
             bytes += std::string(shape.tail) + "\nEND:VCARD\n";
             const auto before = test::BytesRequested();
-            Card card;
+            vcard::Card card;
             EXPECT_FALSE(card.Parse(bytes)) << bytes.substr(0, 80);
-            WriteFields(card, ReadFields(card).contact, FieldSet::All(), {});
+            vcard::WriteFields(card, vcard::ReadFields(card).contact, base::FieldSet::All(), {});
             EXPECT_FALSE(card.Serialise().empty());
             return test::BytesRequested() - before;
         };
@@ -104,16 +104,16 @@ class Generator {
         for (int count = Pick(14); count > 0; --count) bytes += Property();
         return bytes + "END:VCARD" + (Pick(5) ? m_lineEnd : "");
     }
-    Contact Values() {
-        Contact contact;
-        for (Field field : kAllFields) {
-            contact[field] = Pick(4) == 0 ? "" : Canonical(Text(HoldsLines(field)));
+    base::Contact Values() {
+        base::Contact contact;
+        for (base::Field field : base::kAllFields) {
+            contact[field] = Pick(4) == 0 ? "" : base::Canonical(Text(base::HoldsLines(field)));
         }
         return contact;
     }
-    FieldSet Fields() {
-        FieldSet set;
-        for (Field field : kAllFields) {
+    base::FieldSet Fields() {
+        base::FieldSet set;
+        for (base::Field field : base::kAllFields) {
             if (Pick(2)) set.Add(field);
         }
         return set;
@@ -139,7 +139,7 @@ class Generator {
                 "TEL;TYPE=\"a:b;c\"|EMAIL;PREF=1|item2.EMAIL|ADR;TYPE=home;LABEL=\"x^ny\"|ADR|NOTE|"
                 "note;language=de|PHOTO;ENCODING=b;TYPE=JPEG|X-ABLabel|item1.X-ABLABEL|"
                 "CATEGORIES") +
-            ':' + EscapeText(Text(true));
+            ':' + vcard::EscapeText(Text(true));
         // Folded where another program might, even inside a character.
         for (std::size_t at = 20; Pick(2) && at < line.size(); at += 20) {
             line.insert(at, m_lineEnd + (Pick(2) ? " " : "\t"));
@@ -151,10 +151,10 @@ class Generator {
     std::string m_lineEnd;
 };
 
-std::vector<std::string> RawLines(const Card& card, bool ours) {
+std::vector<std::string> RawLines(const vcard::Card& card, bool ours) {
     const std::set<std::string> names{"N", "FN", "NICKNAME", "TEL", "EMAIL", "ADR", "NOTE", "REV"};
     std::vector<std::string> lines;
-    for (const Property& property : card.Properties()) {
+    for (const vcard::Property& property : card.Properties()) {
         if (ours || !names.contains(property.name)) lines.push_back(property.raw);
     }
     return lines;
@@ -165,25 +165,25 @@ TEST(Card, AnEditKeepsEveryByteOfTheRest) {
         Generator generator(seed);
         const std::string bytes = generator.Card();
         SCOPED_TRACE("seed " + std::to_string(seed) + "\n" + bytes);
-        Card card;
+        vcard::Card card;
         ASSERT_FALSE(card.Parse(bytes));
         ASSERT_EQ(card.Serialise(), bytes);
-        const Contact before = ReadFields(card).contact, values = generator.Values();
-        const FieldSet which = generator.Fields();
+        const base::Contact before = vcard::ReadFields(card).contact, values = generator.Values();
+        const base::FieldSet which = generator.Fields();
         const auto others = RawLines(card, false);
-        WriteFields(card, values, which, std::chrono::system_clock::from_time_t(0));
+        vcard::WriteFields(card, values, which, std::chrono::system_clock::from_time_t(0));
 
-        Card again;
+        vcard::Card again;
         ASSERT_FALSE(again.Parse(card.Serialise())) << card.Serialise();
         EXPECT_EQ(RawLines(again, true), RawLines(card, true));
         EXPECT_EQ(RawLines(again, false), others);
-        const Contact after = ReadFields(again).contact;
-        for (Field field : kAllFields) {
+        const base::Contact after = vcard::ReadFields(again).contact;
+        for (base::Field field : base::kAllFields) {
             // What is taken away may show the next of its kind; a nameless card shows a name.
             if (which.Has(field) && !values[field].empty()) {
-                EXPECT_EQ(after[field], values[field]) << FieldName(field);
-            } else if (!which.Has(field) && field != Field::kName) {
-                EXPECT_EQ(after[field], before[field]) << FieldName(field);
+                EXPECT_EQ(after[field], values[field]) << base::FieldName(field);
+            } else if (!which.Has(field) && field != base::Field::kName) {
+                EXPECT_EQ(after[field], before[field]) << base::FieldName(field);
             }
         }
         if (HasFailure()) break;
@@ -191,18 +191,18 @@ TEST(Card, AnEditKeepsEveryByteOfTheRest) {
 }
 
 TEST(Card, FoldsWithoutCuttingACharacter) {
-    Card card = Card::Create("urn:uuid:1");
-    Contact contact;
-    for (int i = 0; i < 100; ++i) contact[Field::kNote] += "\xE5\xB1\xB1";
-    WriteFields(card, contact, FieldSet::All(), {});
+    vcard::Card card = vcard::Card::Create("urn:uuid:1");
+    base::Contact contact;
+    for (int i = 0; i < 100; ++i) contact[base::Field::kNote] += "\xE5\xB1\xB1";
+    vcard::WriteFields(card, contact, base::FieldSet::All(), {});
     std::size_t start = 0;
     const std::string bytes = card.Serialise();
     for (std::size_t end; (end = bytes.find("\r\n", start)) != std::string::npos; start = end + 2) {
         const std::string line = bytes.substr(start, end - start);
         EXPECT_LE(line.size(), 75u);
-        EXPECT_EQ(Canonical(line), line[0] == ' ' ? line.substr(1) : line);
+        EXPECT_EQ(base::Canonical(line), line[0] == ' ' ? line.substr(1) : line);
     }
-    EXPECT_EQ(ReadFields(card).contact[Field::kNote], contact[Field::kNote]);
+    EXPECT_EQ(vcard::ReadFields(card).contact[base::Field::kNote], contact[base::Field::kNote]);
 }
 
 }  // namespace

@@ -204,7 +204,7 @@ TEST_F(MailCloseFaultsTest, TheMachineDies) {
             }
             EXPECT_EQ(mail->Close(0), RRC_OK);
             EXPECT_EQ(Stored(true), "0123");
-            EXPECT_EQ(Toc().size(), mailstore::BlockOffset(kOld + kNew)) << "no leftover block";
+            EXPECT_EQ(Toc().size(), mailbox::BlockOffset(kOld + kNew)) << "no leftover block";
             ASSERT_LT(n, 500);
         }
     }

@@ -79,7 +79,7 @@ TEST_F(MailEditTest, ThreePlacesForRecords) {
     EXPECT_EQ(mail->Close(0), RRC_OK);
     EXPECT_EQ(States(2), "01010");
     const auto out = machine.files.Get("C:\\E\\Out.toc").value_or("");
-    EXPECT_EQ(mailstore::TocHeader::Decode(out).wNumberOfMsgs, 1) << "status 4 sends nothing";
+    EXPECT_EQ(mailbox::TocHeader::Decode(out).wNumberOfMsgs, 1) << "status 4 sends nothing";
 }
 
 TEST_F(MailEditTest, OnlyTheStateOfAStoredMailChanges) {

@@ -22,7 +22,7 @@ TEST_F(MailOpenTest, MakesWhatIsMissing) {
         OpenedMail mail;
         EXPECT_EQ(mail.OpenMailbox(util), RRC_OK);
         EXPECT_EQ(Mbx(), mbx);
-        EXPECT_EQ(Toc(), mailstore::NewTocHeader());
+        EXPECT_EQ(Toc(), mailbox::NewTocHeader());
         EXPECT_TRUE(mail.ToIndexId().empty());
         EXPECT_EQ(mail.m_bBoxFileOpenFlag, 1);
         EXPECT_EQ(mail.m_dwNextIndexID, 1U) << "the first new mail becomes number 2";
@@ -66,7 +66,7 @@ TEST_F(MailOpenTest, CounterAndDamagedTocFiles) {
         return MailboxBuilder(hundred).Mail(lastId, MailText({})).Toc();
     };
     const std::string three = hundred.Toc(3);
-    std::string mostMails = mailstore::NewTocHeader();
+    std::string mostMails = mailbox::NewTocHeader();
     mostMails[102] = mostMails[103] = '\xFF';
     struct Row {
         const char* name;
@@ -165,7 +165,7 @@ TEST_F(MailOpenTest, EveryFileOperationMayFail) {
             EXPECT_TRUE(isNew || Mbx() + Toc() == box.mbx + box.Toc());
             EXPECT_EQ(mail.OpenMailbox(util), RRC_OK);
             EXPECT_EQ(mail.ToMessageId().size(), isNew ? 0U : 2U);
-            EXPECT_EQ(Toc(), isNew ? mailstore::NewTocHeader() : box.Toc());
+            EXPECT_EQ(Toc(), isNew ? mailbox::NewTocHeader() : box.Toc());
         }
         EXPECT_GE(failures, 5) << isNew;
     }

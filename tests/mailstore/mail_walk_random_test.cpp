@@ -86,15 +86,15 @@ class RandomWalkTest : public WritingTest {
     void Compare() {
         std::map<std::string, bool> found, wanted;
         for (const auto& each : Read(0, true)) {
-            const auto id = mailstore::IndexIdOf(each.id);
+            const auto id = mailbox::IndexIdOf(each.id);
             found[id] = each.state == 1;
             EXPECT_NE(each.text.find("Message-ID: <" + model.stored[id].messageId + ">\r\n"),
                       std::string::npos);
         }
         for (const auto& [id, each] : model.stored) wanted[id] = each.isRead;
         EXPECT_EQ(found, wanted);
-        const auto out = machine.files.Get("C:\\E\\Out.toc").value_or(mailstore::NewTocHeader());
-        EXPECT_EQ(mailstore::TocHeader::Decode(out).wNumberOfMsgs, model.sent);
+        const auto out = machine.files.Get("C:\\E\\Out.toc").value_or(mailbox::NewTocHeader());
+        EXPECT_EQ(mailbox::TocHeader::Decode(out).wNumberOfMsgs, model.sent);
     }
 
     std::mt19937 random;

@@ -17,7 +17,7 @@ class MailWriteTest : public WritingTest {
     // The mail alone in a new in-box; its text.
     std::string Written(const HostMail& host) {
         machine.files.Put("C:\\E\\In.mbx", "");
-        machine.files.Put("C:\\E\\In.toc", mailstore::NewTocHeader());
+        machine.files.Put("C:\\E\\In.toc", mailbox::NewTocHeader());
         Restart();
         Store({host});
         (void)Read();
@@ -47,7 +47,7 @@ TEST_F(MailWriteTest, AMailAndItsBlockByteForByte) {
         {208, "\x01"}};
     for (const auto& [at, bytes] : parts) block.replace(at, bytes.size(), bytes);
     EXPECT_EQ(Toc().substr(104), block);
-    std::string header = mailstore::NewTocHeader();
+    std::string header = mailbox::NewTocHeader();
     header[72] = 2;
     header[102] = 1;
     EXPECT_EQ(Toc().substr(0, 104), header);
@@ -121,7 +121,7 @@ TEST_F(MailWriteTest, ShortTextsEndWithAWholeCharacter) {
     for (const auto& [text, held] : rows) {
         const auto whole = Written({.from = text, .subject = text});
         EXPECT_NE(whole.find("From: " + text + "\r\nSubject: " + text + "\r\n"), whole.npos);
-        const auto block = mailstore::MsgBlock::Decode(Toc().substr(104));
+        const auto block = mailbox::MsgBlock::Decode(Toc().substr(104));
         EXPECT_EQ(block.szFrom, held) << text.size();
         EXPECT_EQ(block.szSubject, held) << text.size();
     }
@@ -146,8 +146,8 @@ TEST_F(MailWriteTest, ABoxTakes65535Mails) {
     EXPECT_EQ(mail->Close(0), RRC_FAILED);
     EXPECT_EQ(DrainErrors(), (Texts{"m85 <0x00010000 \"Hi\">", "m85 <0x00010001>",
                                     "m86 <C:\\E\\Attach\\doc11.txt>"}));
-    EXPECT_EQ(mailstore::TocHeader::Decode(Toc()).wNumberOfMsgs, 65535);
-    EXPECT_EQ(Toc().size(), mailstore::BlockOffset(65535));
+    EXPECT_EQ(mailbox::TocHeader::Decode(Toc()).wNumberOfMsgs, 65535);
+    EXPECT_EQ(Toc().size(), mailbox::BlockOffset(65535));
     EXPECT_NE(Mbx().find("<last>"), std::string::npos);
     EXPECT_EQ(Mbx().find("beyond"), std::string::npos);
     EXPECT_TRUE(machine.files.Get("C:\\E\\Attach\\doc.txt"));
@@ -210,7 +210,7 @@ TEST_F(MailWriteTest, OnlyItsOwnLeftoversGiveWay) {
         if (isOurs) {
             EXPECT_EQ(Mbx().substr(0, end + left.size()), box.mbx + left);
             EXPECT_EQ(Toc().size(),
-                      mailstore::BlockOffset(mailstore::TocHeader::Decode(Toc()).wNumberOfMsgs));
+                      mailbox::BlockOffset(mailbox::TocHeader::Decode(Toc()).wNumberOfMsgs));
             continue;
         }
         EXPECT_EQ(Mbx(), box.mbx + left);
@@ -247,7 +247,7 @@ class FarFile : public platform::File {
 };
 
 TEST_F(MailWriteTest, NoMailReachesBeyondFourGigabytes) {
-    machine.files.Put("C:\\far.toc", mailstore::NewTocHeader());
+    machine.files.Put("C:\\far.toc", mailbox::NewTocHeader());
     const auto toc =
         *machine.files.Open("C:\\far.toc", platform::OpenMode::kReadWrite, platform::Share::kRead);
     MapiMessage record{};
@@ -258,7 +258,7 @@ TEST_F(MailWriteTest, NoMailReachesBeyondFourGigabytes) {
             {mbx, *toc, machine.clock, {"From", "Attachment Converted:"}, 1252, false, 9}, mails);
     };
     ASSERT_EQ(append(probe).written, 3U);
-    const auto block = mailstore::MsgBlock::Decode(machine.files.Get("C:\\far.toc")->substr(104));
+    const auto block = mailbox::MsgBlock::Decode(machine.files.Get("C:\\far.toc")->substr(104));
     EXPECT_EQ(block.wStatus, 1) << "until the host's status follows";
     const std::uint64_t length = probe.written.size() / 3, limit = 0xFFFFFFFF;
     for (const auto& [start, stored] : {std::pair{limit - 3 * length, 3U},

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "mailstore/format/toc_records.h"
+#include "mailbox/toc_records.h"
 #include "platform/testing/memory_files.h"
 
 // A mailbox in a test's own words: mails one after the other with sound blocks, or blocks that lie.
@@ -20,7 +20,7 @@ class MailboxBuilder {
     // Appends a block that claims any place.
     MailboxBuilder& Block(std::uint32_t msgId, std::uint32_t offset, std::uint32_t length,
                           std::uint16_t status = 0) {
-        mailstore::MsgBlock block;
+        mailbox::MsgBlock block;
         block.dwOffset = offset;
         block.dwLength = length;
         block.wStatus = status;
@@ -31,7 +31,7 @@ class MailboxBuilder {
     std::string Toc() const { return Toc(static_cast<std::uint16_t>(blocks.size())); }
     // The same with another number of mails in the header.
     std::string Toc(std::uint16_t count) const {
-        auto header = mailstore::TocHeader::Decode(mailstore::NewTocHeader());
+        auto header = mailbox::TocHeader::Decode(mailbox::NewTocHeader());
         header.wNumberOfMsgs = count;
         std::string toc = header.Encode();
         for (const auto& block : blocks) toc += block.Encode();
@@ -43,7 +43,7 @@ class MailboxBuilder {
     }
 
     std::string mbx;
-    std::vector<mailstore::MsgBlock> blocks;
+    std::vector<mailbox::MsgBlock> blocks;
 };
 
 // A stored mail with these header lines, which need no line end, in front of its "To: ".

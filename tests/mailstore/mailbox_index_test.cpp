@@ -1,4 +1,4 @@
-#include "mailstore/format/mailbox_index.h"
+#include "mailbox/mailbox_index.h"
 
 #include <gtest/gtest.h>
 
@@ -76,12 +76,12 @@ struct Index {
 Index Read(File& mbx, const MailboxBuilder& box) {
     auto toc = FileOf(box.Toc());
     Index index;
-    const auto header = mailstore::ReadTocHeader(toc);
+    const auto header = mailbox::ReadTocHeader(toc);
     const auto last =
-        mailstore::ReadIndex(mbx, toc, header->wNumberOfMsgs,
-                             [&](std::uint32_t id, std::optional<std::string_view> text) {
-                                 if (text) index.mails.emplace_back(id, *text);
-                             });
+        mailbox::ReadIndex(mbx, toc, header->wNumberOfMsgs,
+                           [&](std::uint32_t id, std::optional<std::string_view> text) {
+                               if (text) index.mails.emplace_back(id, *text);
+                           });
     if (last) index.last = *last;
     return index;
 }

@@ -1,4 +1,4 @@
-#include "mailstore/format/message_id_scan.h"
+#include "mailbox/message_id_scan.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@ using Sizes = std::vector<std::size_t>;
 using Answer = std::optional<std::string>;
 
 Answer InPieces(std::string_view text, const Sizes& pieces) {
-    mailstore::MessageIdScan scan;
+    mailbox::MessageIdScan scan;
     std::size_t turn = 0;
     while (!text.empty()) {
         const auto size = std::min(pieces[turn++ % pieces.size()], text.size());

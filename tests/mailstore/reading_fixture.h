@@ -19,7 +19,7 @@ class ReadingTest : public MailFixture {
 
     ScriptedMail& AddMail() {
         const auto number = static_cast<std::uint32_t>(library.mailbox.size() + 1);
-        return library.mailbox.emplace_back(ScriptedMail{.id = mailstore::IndexIdOf(number)});
+        return library.mailbox.emplace_back(ScriptedMail{.id = mailbox::IndexIdOf(number)});
     }
     // Makes the mail the only one, and current.
     void Show(ScriptedMail only) {

@@ -1,11 +1,11 @@
-#include "mailstore/format/toc_records.h"
+#include "mailbox/toc_records.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 #include <string>
 
-using namespace mailstore;
+using namespace mailbox;
 
 namespace {
 
@@ -22,17 +22,18 @@ std::string Bytes(const char (&bytes)[kSize]) {
 }
 
 TEST(TocRecords, NewHeader) {
-    EXPECT_EQ(NewTocHeader(), Bytes("\x30\0\x91\0\x7C\x0A\0\0In") + std::string(36, '\0') +
-                                  Bytes("\x50\0\x50\0\x35\2\x9F\1") + std::string(16, '\xFF') +
-                                  '\2' + std::string(13, '\0') + '\x8C' + std::string(19, '\0'));
+    EXPECT_EQ(mailbox::NewTocHeader(), Bytes("\x30\0\x91\0\x7C\x0A\0\0In") + std::string(36, '\0') +
+                                           Bytes("\x50\0\x50\0\x35\2\x9F\1") +
+                                           std::string(16, '\xFF') + '\2' + std::string(13, '\0') +
+                                           '\x8C' + std::string(19, '\0'));
 }
 
 TEST(TocRecords, HeaderCarriesWhatItDoesNotKnow) {
     std::mt19937 random(1);
     for (const std::size_t size : {0U, 1U, 72U, 73U, 74U, 102U, 103U, 104U, 300U}) {
         std::string bytes = RandomBytes(random, size);
-        auto header = TocHeader::Decode(bytes);
-        bytes.resize(kTocHeaderSize, '\0');
+        auto header = mailbox::TocHeader::Decode(bytes);
+        bytes.resize(mailbox::kTocHeaderSize, '\0');
         EXPECT_EQ(header.Encode(), bytes) << size;
         EXPECT_EQ(header.wNumberOfMsgs, static_cast<unsigned char>(bytes[102]) +
                                             256U * static_cast<unsigned char>(bytes[103]))
@@ -46,24 +47,25 @@ TEST(TocRecords, HeaderCarriesWhatItDoesNotKnow) {
 
 TEST(TocRecords, DamagedBlocksDecodeAsIfFilledWithZeros) {
     std::mt19937 random(2);
-    for (std::size_t size = 0; size <= kMsgBlockSize; ++size) {
+    for (std::size_t size = 0; size <= mailbox::kMsgBlockSize; ++size) {
         const std::string bytes = RandomBytes(random, size);
-        const std::string whole = bytes + std::string(kMsgBlockSize - size, '\0');
-        const auto cut = MsgBlock::Decode(bytes), filled = MsgBlock::Decode(whole);
+        const std::string whole = bytes + std::string(mailbox::kMsgBlockSize - size, '\0');
+        const auto cut = mailbox::MsgBlock::Decode(bytes),
+                   filled = mailbox::MsgBlock::Decode(whole);
         EXPECT_EQ(cut.Encode(), filled.Encode()) << size;
-        const auto place = MailPlace::Decode(bytes);
+        const auto place = mailbox::MailPlace::Decode(bytes);
         EXPECT_EQ(place.dwOffset, filled.dwOffset) << size;
         EXPECT_EQ(place.dwLength, filled.dwLength) << size;
         EXPECT_EQ(place.dwMsgId, filled.dwMsgId) << size;
     }
-    const auto full = MsgBlock::Decode(std::string(kMsgBlockSize, 'x'));
+    const auto full = mailbox::MsgBlock::Decode(std::string(mailbox::kMsgBlockSize, 'x'));
     EXPECT_EQ(full.szDate.size() + full.szFrom.size() + full.szSubject.size(), 32U + 64U + 64U);
 }
 
 TEST(TocRecords, TextsOfABlockEndWithinTheirRoom) {
-    MsgBlock block;
+    mailbox::MsgBlock block;
     block.szFrom = std::string(63, 'f') + "cut";
-    EXPECT_EQ(MsgBlock::Decode(block.Encode()).szFrom, std::string(63, 'f'));
+    EXPECT_EQ(mailbox::MsgBlock::Decode(block.Encode()).szFrom, std::string(63, 'f'));
 }
 
 TEST(TocRecords, IdsAsTexts) {
@@ -71,14 +73,14 @@ TEST(TocRecords, IdsAsTexts) {
                                        {1U, "0x00000001"},
                                        {0xABCDEF09U, "0xABCDEF09"},
                                        {0xFFFFFFFFU, "0xFFFFFFFF"}}) {
-        EXPECT_EQ(IndexIdOf(number), text);
-        EXPECT_EQ(MsgIdOf(text), number);
+        EXPECT_EQ(mailbox::IndexIdOf(number), text);
+        EXPECT_EQ(mailbox::MsgIdOf(text), number);
     }
     const std::pair<const char*, std::uint32_t> rows[] = {
         {"", 0U},       {"0x", 0U},      {"x12", 0U},    {"<a@b>", 0U},
         {"0Xff", 0xFF}, {" \t12", 0x12}, {"12g4", 0x12}, {"deadBEEF", 0xDEADBEEF}};
     for (const auto& [text, number] : rows) {
-        EXPECT_EQ(MsgIdOf(text), number) << text;
+        EXPECT_EQ(mailbox::MsgIdOf(text), number) << text;
     }
 }
 

@@ -11,46 +11,47 @@ LibraryDouble& Told(bool isAsAgreed) {
     return *g_library;
 }
 
-std::uint32_t KV_MAPI_CALL Logon(std::uintptr_t window, const char* profile, const char* password,
-                                 std::uint32_t flags, std::uint32_t reserved,
-                                 mapi::Session* session) {
+std::uint32_t KV_LIBRARY_CALL Logon(std::uintptr_t window, const char* profile,
+                                    const char* password, std::uint32_t flags,
+                                    std::uint32_t reserved, mapi::Session* session) {
     return Told(window == 0 && profile == nullptr && password == nullptr && flags == 3 &&
                 reserved == 0)
         .Logon(session);
 }
 
-std::uint32_t KV_MAPI_CALL Logoff(mapi::Session session, std::uintptr_t window, std::uint32_t flags,
-                                  std::uint32_t reserved) {
+std::uint32_t KV_LIBRARY_CALL Logoff(mapi::Session session, std::uintptr_t window,
+                                     std::uint32_t flags, std::uint32_t reserved) {
     return Told(window == 0 && flags == 0 && reserved == 0).Logoff(session);
 }
 
-std::uint32_t KV_MAPI_CALL SendMail(mapi::Session session, std::uintptr_t window,
-                                    MapiMessage* message, std::uint32_t flags,
-                                    std::uint32_t reserved) {
+std::uint32_t KV_LIBRARY_CALL SendMail(mapi::Session session, std::uintptr_t window,
+                                       MapiMessage* message, std::uint32_t flags,
+                                       std::uint32_t reserved) {
     return Told(window == 0 && flags == 0 && reserved == 0).SendMail(session, message);
 }
 
-std::uint32_t KV_MAPI_CALL FindNext(mapi::Session session, std::uintptr_t window, const char* type,
-                                    const char* seed, std::uint32_t flags, std::uint32_t reserved,
-                                    char* id) {
+std::uint32_t KV_LIBRARY_CALL FindNext(mapi::Session session, std::uintptr_t window,
+                                       const char* type, const char* seed, std::uint32_t flags,
+                                       std::uint32_t reserved, char* id) {
     return Told(window == 0 && type == nullptr && flags == LibraryDouble::kFindFlags &&
                 reserved == 0 && id != seed)
         .FindNext(session, seed, id);
 }
 
-std::uint32_t KV_MAPI_CALL ReadMail(mapi::Session session, std::uintptr_t window, const char* id,
-                                    std::uint32_t flags, std::uint32_t reserved,
-                                    MapiMessage** message) {
+std::uint32_t KV_LIBRARY_CALL ReadMail(mapi::Session session, std::uintptr_t window, const char* id,
+                                       std::uint32_t flags, std::uint32_t reserved,
+                                       MapiMessage** message) {
     return Told(window == 0 && flags == LibraryDouble::kReadFlags && reserved == 0)
         .ReadMail(session, id, message);
 }
 
-std::uint32_t KV_MAPI_CALL DeleteMail(mapi::Session session, std::uintptr_t window, const char* id,
-                                      std::uint32_t flags, std::uint32_t reserved) {
+std::uint32_t KV_LIBRARY_CALL DeleteMail(mapi::Session session, std::uintptr_t window,
+                                         const char* id, std::uint32_t flags,
+                                         std::uint32_t reserved) {
     return Told(window == 0 && flags == 0 && reserved == 0).DeleteMail(session, id);
 }
 
-std::uint32_t KV_MAPI_CALL FreeBuffer(void* buffer) {
+std::uint32_t KV_LIBRARY_CALL FreeBuffer(void* buffer) {
     return g_library->FreeBuffer(buffer);
 }
 

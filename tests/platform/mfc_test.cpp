@@ -4,8 +4,9 @@
 
 #include "platform/mfc/archive.h"
 #include "platform/mfc/ole_date_time.h"
-#include "platform/mfc/text_case.h"
 #include "platform/os/little_endian.h"
+#include "text/ascii_case.h"
+#include "text/double_byte.h"
 
 namespace {
 
@@ -98,12 +99,12 @@ TEST(OleDateTimeTest, RangeAndOrder) {
 }
 
 TEST(TextCaseTest, DoubleByteCharactersStayWhole) {
-    EXPECT_TRUE(platform::ContainsText("\x83\x41\x42", "\x42", 932));
-    EXPECT_FALSE(platform::ContainsText("\x83\x42", "\x42", 932));
-    EXPECT_TRUE(platform::ContainsText("", "", 932));
-    EXPECT_TRUE(platform::EqualNoCase("aZ[", "Az["));
-    EXPECT_FALSE(platform::EqualNoCase("a", "ab"));
-    EXPECT_FALSE(platform::EqualNoCase("@[`{", "`{@["));
+    EXPECT_TRUE(text::ContainsText("\x83\x41\x42", "\x42", 932));
+    EXPECT_FALSE(text::ContainsText("\x83\x42", "\x42", 932));
+    EXPECT_TRUE(text::ContainsText("", "", 932));
+    EXPECT_TRUE(text::EqualNoCase("aZ[", "Az["));
+    EXPECT_FALSE(text::EqualNoCase("a", "ab"));
+    EXPECT_FALSE(text::EqualNoCase("@[`{", "`{@["));
 }
 
 }  // namespace

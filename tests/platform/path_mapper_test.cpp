@@ -1,15 +1,15 @@
-#include "platform/posix/path_mapper.h"
+#include "platform/prefix/path_mapper.h"
 
 #include <gmock/gmock.h>
 
-#include "platform/posix/prefix_system.h"
+#include "platform/prefix/prefix_system.h"
 #include "tests/platform/files_contract.h"
 #include "tests/platform/prefix_folder.h"
 
 namespace test {
 
 using platform::ErrorCode;
-using platform::posix::PathMapper;
+using platform::prefix::PathMapper;
 using ::testing::UnorderedElementsAre;
 
 TEST(PathMapper, LeadsAsWineDoes) {
@@ -83,7 +83,7 @@ TEST(PrefixFiles, NamesCrossInTheCodePage) {
     prefix.PutRegistry(
         "WINE REGISTRY Version 2\n\n#arch=win32\n\n"
         "[System\\\\CurrentControlSet\\\\Control\\\\Nls\\\\CodePage] 1\n\"ACP\"=\"932\"\n");
-    const platform::posix::PrefixSystem owner(prefix.Path());
+    const platform::prefix::PrefixSystem owner(prefix.Path());
     auto& files = owner.Get().files;
     EXPECT_EQ(owner.Get().processes.CodePage(), 932u);
     ASSERT_TRUE(platform::WriteWhole(files, "C:\\\x95\\\x8E\xA6.txt", "1"));
@@ -101,7 +101,7 @@ TEST(PrefixFiles, NamesCrossInTheCodePage) {
 
 TEST(PrefixFiles, TemporaryFilesLieInThePrefix) {
     const PrefixFolder prefix;
-    const platform::posix::PrefixSystem owner(prefix.Path());
+    const platform::prefix::PrefixSystem owner(prefix.Path());
     auto& files = owner.Get().files;
     EXPECT_EQ(*files.TempFolder(), "C:\\windows\\temp\\");
     EXPECT_TRUE(std::filesystem::is_directory(prefix.DriveC() / "windows/temp"));

@@ -1,4 +1,4 @@
-#include "platform/posix/pe_strings.h"
+#include "platform/prefix/pe_strings.h"
 
 #include <gmock/gmock.h>
 
@@ -12,7 +12,7 @@ namespace test {
 using platform::ErrorCode;
 using platform::ReadU16;
 using platform::ReadU32;
-using platform::posix::PeStrings;
+using platform::prefix::PeStrings;
 
 namespace {
 

@@ -7,7 +7,7 @@
 
 #include "platform/os/system.h"
 #include "platform/posix/file_handle.h"
-#include "platform/posix/prefix_system.h"
+#include "platform/prefix/prefix_system.h"
 #include "tests/platform/files_contract.h"
 #include "tests/platform/prefix_folder.h"
 
@@ -135,7 +135,7 @@ TEST(PosixFiles, ReplaceKeepsPermissionsAndLinks) {
 // deleted where a link leads, and a file that is made afresh is ours.
 TEST(PosixFiles, WhatIsPlantedAtANameHarmsNobody) {
     const PrefixFolder prefix;
-    platform::posix::PrefixSystem system(prefix.Path());
+    platform::prefix::PrefixSystem system(prefix.Path());
     const auto root = prefix.DriveC();
     const std::string own = root / "own", victim = root / "victim", kept = root / "kept";
     std::filesystem::create_directory(kept);

@@ -1,4 +1,4 @@
-#include "platform/posix/prefix_system.h"
+#include "platform/prefix/prefix_system.h"
 #include "tests/platform/files_contract.h"
 #include "tests/platform/prefix_folder.h"
 
@@ -19,7 +19,7 @@ class PrefixStore : public FilesStore {
 
   private:
     PrefixFolder m_prefix;
-    platform::posix::PrefixSystem m_system;
+    platform::prefix::PrefixSystem m_system;
 };
 
 }  // namespace

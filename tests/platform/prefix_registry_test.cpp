@@ -1,4 +1,4 @@
-#include "platform/posix/prefix_registry.h"
+#include "platform/prefix/prefix_registry.h"
 
 #include <gmock/gmock.h>
 
@@ -12,7 +12,7 @@ namespace test {
 using platform::ErrorCode;
 using platform::NativeFiles;
 using platform::RegistryRoot;
-using platform::posix::PrefixRegistry;
+using platform::prefix::PrefixRegistry;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 

@@ -1,4 +1,4 @@
-#include "platform/posix/prefix_system.h"
+#include "platform/prefix/prefix_system.h"
 
 #include <gmock/gmock.h>
 
@@ -9,7 +9,7 @@
 namespace test {
 
 using platform::ErrorCode;
-using platform::posix::PrefixSystem;
+using platform::prefix::PrefixSystem;
 
 TEST(PrefixProcesses, SaysWhatThePrefixSays) {
     struct Case {
@@ -71,9 +71,9 @@ TEST(PrefixLibraries, AreFoundInTheOwnFolderAndOnTheDrive) {
     WriteDisk(prefix.DriveC() / "windows/text.dll", "no library");
     WriteDisk(prefix.DriveC() / "Eudora/EUMAPI32.DLL", strings);
     WriteDisk(own / "kvlEUDEN.dll", strings);
-    const platform::posix::PathMapper mapper(prefix.Path(), 932);
-    platform::posix::PrefixLibraries libraries(mapper, platform::NativeFiles(),
-                                               own.Path().string());
+    const platform::prefix::PathMapper mapper(prefix.Path(), 932);
+    platform::prefix::PrefixLibraries libraries(mapper, platform::NativeFiles(),
+                                                own.Path().string());
 
     auto japanese = libraries.LoadResources("c:\\bundles\\kvlEUDJP.dll");
     ASSERT_TRUE(japanese) << japanese.Error().Message();
@@ -126,7 +126,7 @@ class NoLogic : public platform::DialogLogic {
 }  // namespace
 
 TEST(HostedDialogs, AskTheProviderAtEachUse) {
-    platform::posix::HostedDialogs dialogs(1252);
+    platform::prefix::HostedDialogs dialogs(1252);
     platform::testing::ScriptedDialogs provider;
     NoLogic logic;
     const auto showAll = [&] {

@@ -1,22 +1,22 @@
-#include "platform/posix/registry_text.h"
+#include "platform/prefix/registry_text.h"
 
 #include <gmock/gmock.h>
 
-#include "platform/posix/registry_escape.h"
-#include "platform/posix/utf.h"
+#include "platform/prefix/registry_escape.h"
+#include "text/utf.h"
 
 namespace test {
 
-using platform::posix::FindValue;
-using platform::posix::RegistryValue;
-using platform::posix::WithValue;
+using platform::prefix::FindValue;
+using platform::prefix::RegistryValue;
+using platform::prefix::WithValue;
 
 namespace {
 
 const auto kNow = std::chrono::system_clock::from_time_t(1'700'000'000);
 
 RegistryValue Text(std::u16string_view text) {
-    return {RegistryValue::kText, platform::posix::BytesFromUtf16(text)};
+    return {RegistryValue::kText, text::BytesFromUtf16(text)};
 }
 
 RegistryValue Number(unsigned char lowest) {
@@ -64,8 +64,7 @@ TEST(RegistryText, Finds) {
         {u"SOFTWARE\\MAIL", u"path",
          Text(std::u16string(u"C:\\Mail \u3042\u00E9 \"q\"\n\0end", 19))},
         {u"Software\\Mail", u"Twice", Text(u"last")},
-        {u"Software\\Mail", u"Expand",
-         RegistryValue{2, platform::posix::BytesFromUtf16(u"%windir%\\x")}},
+        {u"Software\\Mail", u"Expand", RegistryValue{2, text::BytesFromUtf16(u"%windir%\\x")}},
         {u"Software\\Mail", u"HexText", Text(std::u16string(u"C:\\\0", 4))},
         {u"Software\\Mail", u"Count", Number(42)},
         {u"Software\\Mail", u"Odd name\\=[", Text(u"odd")},
@@ -80,13 +79,14 @@ TEST(RegistryText, Finds) {
         {u"", u"", {}},
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(platform::posix::Escape(c.key + u"|" + c.name, false));
-        EXPECT_EQ(FindValue(kSample, c.key, c.name), c.expected);
+        SCOPED_TRACE(platform::prefix::Escape(c.key + u"|" + c.name, false));
+        EXPECT_EQ(platform::prefix::FindValue(kSample, c.key, c.name), c.expected);
         std::string carriageReturns;
         for (const char letter : kSample) {
             carriageReturns += letter == '\n' ? "\r\n" : std::string(1, letter);
         }
-        EXPECT_EQ(FindValue(carriageReturns, c.key, c.name), c.expected) << "with CR LF";
+        EXPECT_EQ(platform::prefix::FindValue(carriageReturns, c.key, c.name), c.expected)
+            << "with CR LF";
     }
 }
 
@@ -118,9 +118,10 @@ TEST(RegistryText, WritesInTheFormOfItsNeighbours) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.before);
-        const std::string after = WithValue(c.before, c.key, c.name, c.value, kNow);
+        const std::string after =
+            platform::prefix::WithValue(c.before, c.key, c.name, c.value, kNow);
         EXPECT_EQ(after, c.after);
-        EXPECT_EQ(FindValue(after, c.key, c.name), c.value);
+        EXPECT_EQ(platform::prefix::FindValue(after, c.key, c.name), c.value);
     }
 }
 
@@ -160,7 +161,7 @@ TEST(RegistryText, TakesOddLinesAsWineDoes) {
     };
     for (const auto& [lines, expected] : cases) {
         SCOPED_TRACE(lines);
-        EXPECT_EQ(FindValue("[K] 1\n" + lines, u"K", u"a"), expected);
+        EXPECT_EQ(platform::prefix::FindValue("[K] 1\n" + lines, u"K", u"a"), expected);
     }
 }
 

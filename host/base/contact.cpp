@@ -1,0 +1,65 @@
+#include "host/base/contact.h"
+
+#include "platform/os/code_page.h"
+
+namespace host::base {
+
+namespace {
+
+constexpr unsigned kUtf8 = 65001;
+constexpr std::string_view kBlanks = " \t\v\f";
+
+void AppendTrimmed(std::string& text, std::string_view line) {
+    const auto first = line.find_first_not_of(kBlanks);
+    if (first == std::string_view::npos) return;
+    text += line.substr(first, line.find_last_not_of(kBlanks) - first + 1);
+}
+
+bool IsAscii(std::string_view text) {
+    for (const char byte : text) {
+        if (static_cast<unsigned char>(byte) >= 0x80) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+std::string_view FieldName(Field field) {
+    constexpr std::array<std::string_view, kFieldCount> kNames = {
+        "nickname", "name", "address", "phone", "fax", "e-mail", "note"};
+    return kNames[static_cast<std::size_t>(field)];
+}
+
+std::string Canonical(std::string_view text) {
+    const std::string valid = IsAscii(text) ? std::string(text) : platform::ToUtf8(text, kUtf8);
+    std::string result;
+    std::size_t start = 0;
+    while (start <= valid.size()) {
+        const std::size_t end = std::min(valid.find_first_of("\r\n", start), valid.size());
+        AppendTrimmed(result, std::string_view(valid).substr(start, end - start));
+        const bool isPair = valid.compare(end, 2, "\r\n") == 0;
+        start = end + (isPair ? 2 : 1);
+        result += '\n';
+    }
+    const auto first = result.find_first_not_of('\n');
+    if (first == std::string::npos) return {};
+    return result.substr(first, result.find_last_not_of('\n') - first + 1);
+}
+
+std::string DisplayName(const Contact& contact, std::string_view otherwise) {
+    for (Field field : {Field::kNickname, Field::kName, Field::kEmail}) {
+        if (!contact[field].empty()) return contact[field];
+    }
+    return std::string(otherwise);
+}
+
+std::string BeyondNickname(const Contact& contact) {
+    constexpr char kPart = '\x1F';
+    std::string all;
+    for (Field field : kAllFields) {
+        if (field != Field::kNickname) all += contact[field] + kPart;
+    }
+    return all.find_first_not_of(kPart) != std::string::npos ? all : std::string();
+}
+
+}  // namespace host::base

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace host::base {
+
+// The fields of a contact that both sides know, in the order of Eudora's field ids (1 to 7).
+enum class Field { kNickname, kName, kAddress, kPhone, kFax, kEmail, kNote };
+inline constexpr std::size_t kFieldCount = 7;
+inline constexpr std::array<Field, kFieldCount> kAllFields = {
+    Field::kNickname, Field::kName,  Field::kAddress, Field::kPhone,
+    Field::kFax,      Field::kEmail, Field::kNote};
+
+// The word that reports use.
+std::string_view FieldName(Field field);
+constexpr bool HoldsLines(Field field) {
+    return field == Field::kAddress || field == Field::kNote;
+}
+
+// A set of fields.
+class FieldSet {
+  public:
+    constexpr bool Has(Field field) const { return (m_bits >> static_cast<int>(field)) & 1; }
+    constexpr void Add(Field field) {
+        m_bits |= static_cast<std::uint8_t>(1u << static_cast<int>(field));
+    }
+    constexpr bool IsEmpty() const { return m_bits == 0; }
+    static constexpr FieldSet All() {
+        FieldSet set;
+        for (Field field : kAllFields) set.Add(field);
+        return set;
+    }
+    bool operator==(const FieldSet&) const = default;
+
+  private:
+    std::uint8_t m_bits = 0;
+};
+
+// The values of one contact: UTF-8, lines parted by LF, no white space at either end (see
+// Canonical). An absent value is empty.
+struct Contact {
+    std::array<std::string, kFieldCount> values;
+
+    std::string& operator[](Field field) { return values[static_cast<std::size_t>(field)]; }
+    const std::string& operator[](Field field) const {
+        return values[static_cast<std::size_t>(field)];
+    }
+    bool operator==(const Contact&) const = default;
+};
+
+// A contact in a store. The id is the store's own; the marker is a text that changes whenever the
+// contact does.
+struct StoreItem {
+    std::string id, marker;
+};
+
+// The form in which values are compared: CR LF and CR become LF, white space at both ends of each
+// line and of the whole goes, and what is no UTF-8 becomes U+FFFD.
+std::string Canonical(std::string_view text);
+
+// How a report calls a contact: its nickname, else its name, else its address, else `otherwise`.
+std::string DisplayName(const Contact& contact, std::string_view otherwise);
+
+// All fields but the nickname as one text, the same for two contacts if these fields are; empty for
+// a contact that has none of them.
+std::string BeyondNickname(const Contact& contact);
+
+}  // namespace host::base

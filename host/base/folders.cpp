@@ -1,0 +1,27 @@
+#include "host/base/folders.h"
+
+#include "host/base/exit_code.h"
+#include "platform/os/system.h"
+
+namespace host::base {
+
+std::string ParentFolder(platform::Files& files, const std::string& path) {
+    const auto last = path.find_last_of(files.Separator() == '/' ? "/" : "/\\");
+    return last == std::string::npos ? "" : path.substr(0, last);
+}
+
+platform::Status MakeFolders(platform::Files& files, const std::string& folder) {
+    if (folder.empty() || files.Exists(folder)) return {};
+    if (auto status = MakeFolders(files, ParentFolder(files, folder)); !status) return status;
+    auto status = files.CreateFolder(folder);
+    if (!status && status.Error().code == platform::ErrorCode::kAlreadyExists) return {};
+    return status;
+}
+
+platform::Status MakeOwnFolders(const std::string& folder) {
+    const auto made = MakeFolders(platform::NativeFiles(), folder);
+    if (made) return {};
+    return Refused(folder + " cannot be made: " + made.Error().Message(), kMakeWritable);
+}
+
+}  // namespace host::base

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+
+#include "platform/os/clock.h"
+
+namespace host::base {
+
+// A line for a person who waits: nothing in the first second, then at most five a second.
+class Progress {
+  public:
+    Progress(platform::Clock& clock, std::function<void(const std::string&)> show)
+        : m_clock(clock), m_show(std::move(show)), m_next(clock.Now() + std::chrono::seconds(1)) {}
+
+    void Step(const char* what, std::size_t done, std::size_t total) {
+        if (!m_show || m_clock.Now() < m_next) return;
+        m_next = m_clock.Now() + std::chrono::milliseconds(200);
+        m_show(std::string(what) + ' ' + std::to_string(done) + " of " + std::to_string(total));
+    }
+
+    // Where nobody knows how many there are.
+    void Step(const char* what, std::size_t done) {
+        if (!m_show || m_clock.Now() < m_next) return;
+        m_next = m_clock.Now() + std::chrono::milliseconds(200);
+        m_show(std::string(what) + ' ' + std::to_string(done));
+    }
+
+  private:
+    platform::Clock& m_clock;
+    std::function<void(const std::string&)> m_show;
+    std::chrono::system_clock::time_point m_next;
+};
+
+}  // namespace host::base

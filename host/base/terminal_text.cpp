@@ -1,0 +1,113 @@
+#include "host/base/terminal_text.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "platform/os/code_page.h"
+
+namespace host::base {
+
+namespace {
+
+constexpr unsigned kUtf8 = 65001;
+
+// Control characters, line ends and tabs among them, the marks for the direction of text, and the
+// line ends of no system.
+bool IsOdd(char32_t character) {
+    struct Range {
+        char32_t first, last;
+    };
+    constexpr Range kRanges[] = {{0, 0x1F},        {0x7F, 0x9F},     {0x61C, 0x61C},
+                                 {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2066, 0x206F}};
+    return std::ranges::any_of(kRanges, [&](const Range& range) {
+        return character >= range.first && character <= range.last;
+    });
+}
+
+// `append` writes each odd character but those in `kept` anew.
+template <class Append>
+std::string Replaced(std::string_view text, std::string_view kept, Append append) {
+    std::string replaced;
+    replaced.reserve(text.size());
+    while (!text.empty()) {
+        const std::string_view before = text;
+        const char32_t character = TakeCharacter(text);
+        if (IsOdd(character) && kept.find(before[0]) == std::string_view::npos) {
+            append(replaced, character);
+        } else {
+            replaced += before.substr(0, before.size() - text.size());
+        }
+    }
+    return replaced;
+}
+
+// An ASCII control character has a picture: U+2400 and its number, U+2421 for the last one.
+void AppendShown(std::string& out, char32_t character) {
+    if (character > 0x7F) {
+        out += "\xEF\xBF\xBD";  // U+FFFD
+    } else {
+        out += "\xE2\x90";
+        out += static_cast<char>(character == 0x7F ? 0xA1 : 0x80 + character);
+    }
+}
+
+void AppendEscape(std::string& out, char32_t character) {
+    char escape[8];
+    std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(character));
+    out += escape;
+}
+
+std::size_t CharacterWidth(char lead) {
+    const auto byte = static_cast<unsigned char>(lead);
+    if ((byte & 0xC0) == 0x80) return 0;
+    // U+3000 to U+DFFF
+    return byte >= 0xE3 && byte <= 0xED ? 2 : 1;
+}
+
+}  // namespace
+
+char32_t TakeCharacter(std::string_view& rest) {
+    const auto lead = static_cast<unsigned char>(rest[0]);
+    const std::size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    char32_t value = lead < 0x80 ? lead : lead & (0x7Fu >> length);
+    for (const char byte : rest.substr(1, length - 1)) {
+        value = value << 6 | (static_cast<unsigned char>(byte) & 0x3Fu);
+    }
+    rest.remove_prefix(std::min(length, rest.size()));
+    return value;
+}
+
+std::string Visible(std::string_view text) {
+    return Replaced(platform::ToUtf8(text, kUtf8), "\n\t", AppendShown);
+}
+
+std::string OneLine(std::string_view text) {
+    return Replaced(platform::ToUtf8(text, kUtf8), {}, AppendShown);
+}
+
+std::string EscapedJson(std::string_view json) {
+    return Replaced(json, "\n", AppendEscape);
+}
+
+std::size_t Width(const std::string& text) {
+    std::size_t width = 0;
+    for (const char letter : text) width += CharacterWidth(letter);
+    return width;
+}
+
+std::string Padded(std::string text, std::size_t width) {
+    const std::size_t has = Width(text);
+    if (has < width) text.append(width - has, ' ');
+    return text;
+}
+
+std::string Column(const std::string& text, std::size_t width) {
+    std::size_t columns = 0, end = 0;
+    for (; end < text.size(); ++end) {
+        columns += CharacterWidth(text[end]);
+        if (columns > width) break;
+    }
+    return Padded(text.substr(0, end), width);
+}
+
+}  // namespace host::base

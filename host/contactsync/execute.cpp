@@ -1,0 +1,186 @@
+#include "host/contactsync/execute.h"
+
+#include "host/contactsync/load_sides.h"
+
+namespace host::contactsync {
+
+namespace {
+
+// How many pairs are remembered in one transaction while the folder is written.
+constexpr std::size_t kBatch = 200;
+
+class Execution {
+  public:
+    Execution(const Plan& plan, contacts::ContactStore& eudora, contacts::ContactStore& folder,
+              state::PairMemory& memory, base::Progress& progress)
+        : m_plan(plan),
+          m_eudora(eudora),
+          m_folder(folder),
+          m_memory(memory),
+          m_progress(progress),
+          m_states(plan.steps.size()) {}
+
+    Outcome Run(const std::function<platform::Status()>& backup);
+
+  private:
+    struct State {
+        bool failed = false;
+        std::string eudoraId;              // after its act
+        contacts::StoredContact inFolder;  // after its act
+    };
+
+    bool Check(const platform::Status& status, const std::string& what);
+    void Fail(std::size_t index, const platform::Failure& failure);
+    void ChangeFolder(std::size_t index);
+    bool ChangeEudora(std::size_t index);
+    platform::Status EudoraPhase();
+    platform::Status Remember(std::size_t index);
+    platform::Status Flush();
+
+    const Plan& m_plan;
+    contacts::ContactStore &m_eudora, &m_folder;
+    state::PairMemory& m_memory;
+    base::Progress& m_progress;
+    std::vector<State> m_states;
+    state::MemoryChange m_pending;
+    Outcome m_outcome;
+};
+
+bool Execution::Check(const platform::Status& status, const std::string& what) {
+    if (status) return true;
+    m_outcome.errors.push_back(what + status.Error().Message());
+    m_outcome.isIncomplete = true;
+    return false;
+}
+
+void Execution::Fail(std::size_t index, const platform::Failure& failure) {
+    m_states[index].failed = true;
+    (void)Check(failure, m_plan.steps[index].name + ": ");
+}
+
+platform::Status Execution::Flush() {
+    if (m_pending.put.empty() && m_pending.forget.empty() && !m_pending.intents) return {};
+    auto status = m_memory.Save(m_pending);
+    m_pending = {};
+    return status;
+}
+
+void Execution::ChangeFolder(std::size_t index) {
+    const Step& step = m_plan.steps[index];
+    const SideAction& action = step.folder;
+    State& state = m_states[index];
+    if (action.act == Act::kRemove) {
+        if (auto status = m_folder.Remove(action.known); !status) Fail(index, status.Error());
+        return;
+    }
+    auto id = action.act == Act::kAdd ? m_folder.Add(action.values, action.like)
+                                      : m_folder.Change(action.known, action.values, action.fields);
+    if (!id) return Fail(index, id.Error());
+    auto stored = ReadFolderContact(m_eudora, m_folder, *id);
+    if (!stored) return Fail(index, stored.Error());
+    state.inFolder = *std::move(stored);
+}
+
+// False if the step failed.
+bool Execution::ChangeEudora(std::size_t index) {
+    const SideAction& action = m_plan.steps[index].eudora;
+    if (action.act == Act::kRemove) {
+        auto status = m_eudora.Remove(action.known);
+        if (!status) Fail(index, status.Error());
+        return status.HasValue();
+    }
+    auto id = action.act == Act::kAdd ? m_eudora.Add(action.values, "")
+                                      : m_eudora.Change(action.known, action.values, action.fields);
+    if (!id) {
+        Fail(index, id.Error());
+        return false;
+    }
+    m_states[index].eudoraId = *std::move(id);
+    return true;
+}
+
+platform::Status Execution::EudoraPhase() {
+    bool isChanged = false;
+    for (const Act act : {Act::kChange, Act::kAdd, Act::kRemove}) {
+        for (std::size_t i = 0; i < m_plan.steps.size(); ++i) {
+            if (m_plan.steps[i].eudora.act != act || m_states[i].failed) continue;
+            isChanged = ChangeEudora(i) || isChanged;
+        }
+    }
+    return isChanged ? m_eudora.Commit() : platform::Status{};
+}
+
+// Notes the pair as both sides hold it now.
+platform::Status Execution::Remember(std::size_t index) {
+    const Step& step = m_plan.steps[index];
+    const State& state = m_states[index];
+    if (state.failed) return {};
+    if (step.forget) {
+        m_pending.forget.push_back(step.key);
+        return {};
+    }
+    state::RememberedPair pair{step.key,
+                               {step.eudora.known, step.eudora.values},
+                               {step.folder.known, step.folder.values},
+                               step.uid,
+                               step.beyond};
+    if (step.folder.act != Act::kNone) {
+        const contacts::StoredContact& stored = state.inFolder;
+        pair.folder = {stored.item, stored.contact};
+        pair.uid = stored.uid;
+        pair.beyond = stored.beyond;
+    }
+    if (step.eudora.act != Act::kNone) {
+        auto stored = m_eudora.Read(state.eudoraId);
+        if (!stored) return stored.Error();
+        pair.eudora = {stored->item, stored->contact};
+    }
+    m_pending.put.push_back(std::move(pair));
+    return {};
+}
+
+Outcome Execution::Run(const std::function<platform::Status()>& backup) {
+    if (m_plan.ChangesEudora()) {
+        if (!Check(backup(), "backup: ")) return std::move(m_outcome);
+    }
+    if (!m_plan.intents.empty()) {
+        m_pending.intents = m_plan.intents;
+        if (!Check(Flush(), "state: ")) return std::move(m_outcome);
+    }
+    std::size_t done = 0;
+    for (const Act act : {Act::kAdd, Act::kNone, Act::kChange, Act::kRemove}) {
+        for (std::size_t i = 0; i < m_plan.steps.size(); ++i) {
+            const Step& step = m_plan.steps[i];
+            if (step.folder.act != act) continue;
+            m_progress.Step("writing", done++, m_plan.steps.size());
+            if (act == Act::kAdd || !step.needs || !m_states[*step.needs].failed) {
+                if (act != Act::kNone) ChangeFolder(i);
+            } else {
+                m_states[i].failed = true;
+            }
+            if (step.eudora.act != Act::kNone) continue;
+            if (!Check(Remember(i), "state: ")) return std::move(m_outcome);
+            if (m_pending.put.size() + m_pending.forget.size() < kBatch) continue;
+            if (!Check(Flush(), "state: ")) return std::move(m_outcome);
+        }
+    }
+    if (!Check(Flush(), "state: ")) return std::move(m_outcome);
+    if (!Check(EudoraPhase(), "Eudora: ")) return std::move(m_outcome);
+    for (std::size_t i = 0; i < m_plan.steps.size(); ++i) {
+        if (m_plan.steps[i].eudora.act == Act::kNone) continue;
+        if (!Check(Remember(i), "Eudora: ")) return std::move(m_outcome);
+    }
+    if (!m_plan.intents.empty() || m_plan.dropIntents) m_pending.intents.emplace();
+    (void)Check(Flush(), "state: ");
+    return std::move(m_outcome);
+}
+
+}  // namespace
+
+Outcome Execute(const Plan& plan, contacts::ContactStore& eudora, contacts::ContactStore& folder,
+                state::PairMemory& memory, const std::function<platform::Status()>& backup,
+                base::Progress& progress) {
+    return Execution(plan, eudora, folder, memory, progress).Run(backup);
+}
+
+}  // namespace host::contactsync

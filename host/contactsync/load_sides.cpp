@@ -1,0 +1,111 @@
+#include "host/contactsync/load_sides.h"
+
+#include <unordered_map>
+
+#include "host/contacts/eudora_limits.h"
+
+namespace host::contactsync {
+
+namespace {
+
+using Known = std::unordered_map<std::string, const state::RememberedPair*>;
+using Reader = std::function<platform::Result<contacts::StoredContact>(const std::string&)>;
+
+bool IsUnchanged(const state::RememberedSide& side, const base::StoreItem& item) {
+    return side.item.marker == item.marker;
+}
+
+platform::Result<std::vector<contacts::StoredContact>> LoadSide(
+    contacts::ContactStore& store, const Known& known,
+    state::RememberedSide state::RememberedPair::*side, const Reader& read, const char* what,
+    std::vector<std::string>& passedOver, base::Progress& progress) {
+    auto items = store.List();
+    if (!items) return items.Error();
+    std::vector<contacts::StoredContact> contacts;
+    contacts.reserve(items->size());
+    std::optional<platform::Failure> firstFailure;
+    std::size_t failures = 0;
+    for (std::size_t i = 0; i < items->size(); ++i) {
+        progress.Step(what, i, items->size());
+        base::StoreItem& item = (*items)[i];
+        const auto found = known.find(item.id);
+        const state::RememberedPair* const pair = found != known.end() ? found->second : nullptr;
+        const auto keep = [&] {
+            const state::RememberedSide& kept = pair->*side;
+            contacts.push_back({kept.item, kept.contact, pair->uid, pair->beyond, true});
+        };
+        if (pair != nullptr && IsUnchanged(pair->*side, item)) {
+            keep();
+            continue;
+        }
+        auto stored = read(item.id);
+        if (!stored && stored.Error().code == platform::ErrorCode::kNotRegular) {
+            passedOver.push_back(stored.Error().Message());
+            // What cannot be read is not gone.
+            if (pair != nullptr) keep();
+        } else if (!stored) {
+            if (!firstFailure) firstFailure = stored.Error();
+            ++failures;
+        } else if (stored->isPerson) {
+            contacts.push_back(*std::move(stored));
+        }
+    }
+    if (!firstFailure) return contacts;
+    if (failures > 1) {
+        firstFailure->context += " (and " + std::to_string(failures - 1) + " more like it)";
+    }
+    return *firstFailure;
+}
+
+}  // namespace
+
+platform::Result<contacts::StoredContact> ReadFolderContact(contacts::ContactStore& eudora,
+                                                            contacts::ContactStore& folder,
+                                                            const std::string& id) {
+    auto stored = folder.Read(id);
+    if (stored) stored->beyond += eudora.Hold(stored->contact) != stored->contact;
+    return stored;
+}
+
+platform::Result<Sides> LoadSides(contacts::ContactStore& eudora, contacts::ContactStore& folder,
+                                  const state::Remembered& remembered, base::Progress& progress) {
+    Known knownEudora, knownFolder;
+    for (const state::RememberedPair& pair : remembered.pairs) {
+        knownEudora[pair.eudora.item.id] = &pair;
+        knownFolder[pair.folder.item.id] = &pair;
+    }
+    Sides sides;
+    auto left = LoadSide(
+        eudora, knownEudora, &state::RememberedPair::eudora,
+        [&](const std::string& id) { return eudora.Read(id); }, "reading Eudora's contacts",
+        sides.passedOver, progress);
+    if (!left) return left.Error();
+    auto right = LoadSide(
+        folder, knownFolder, &state::RememberedPair::folder,
+        [&](const std::string& id) { return ReadFolderContact(eudora, folder, id); },
+        "reading the vCards", sides.passedOver, progress);
+    if (!right) return right.Error();
+    sides.eudora = *std::move(left);
+    sides.folder = *std::move(right);
+    return sides;
+}
+
+SideRules RulesOf(contacts::ContactStore& eudora, contacts::ContactStore& folder,
+                  unsigned codePage) {
+    SideRules rules;
+    rules.holdEudora = [&](const base::Contact& contact) { return eudora.Hold(contact); };
+    rules.holdFolder = [&](const base::Contact& contact) { return folder.Hold(contact); };
+    rules.refusal = [&](const base::Contact& values, base::FieldSet which) {
+        return eudora.Refusal(values, which);
+    };
+    rules.nickname = [codePage](const std::string& base, const std::string& suffix) {
+        return contacts::NicknameWithSuffix(base, suffix, codePage);
+    };
+    rules.folderIsNewer = [&](const std::string& eudoraId, const std::string& folderId) {
+        const auto left = eudora.ChangedAt(eudoraId), right = folder.ChangedAt(folderId);
+        return left && right && *right > *left;
+    };
+    return rules;
+}
+
+}  // namespace host::contactsync

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "host/eudora/private_prefix.h"
+#include "platform/os/result.h"
+
+namespace host::eudora {
+
+inline constexpr unsigned kUsualCodePage = 1252;
+
+// What InitTranslatorEx is told; texts in the system code page, paths Windows paths.
+struct InitTexts {
+    std::string settingsDir;  // settings files, and first choice for the language bundles
+    std::string envDir;       // second choice for the language bundles
+    std::string language;     // EN, DE, FR, ES, IT, PT, JP
+    std::string altLanguage;
+};
+
+// Which Eudora to work on, as the person says it. Paths are native, in UTF-8.
+struct SetupOptions {
+    std::optional<std::string> eudora;        // a bare Eudora folder
+    std::optional<std::string> winePrefix;    // else a Wine prefix; else WINEPREFIX, else ~/.wine
+    std::optional<std::string> nicknameFile;  // native, or a Windows path
+    std::optional<std::string> settings;      // folder of the translators' settings files
+    std::optional<std::string> language;      // of the texts; EN if it is not said
+    // Of a bare folder, kUsualCodePage if it is not said; a prefix and Windows have their own.
+    std::optional<unsigned> codePage;
+    bool followLinks = false;    // out of a bare folder
+    bool writesNothing = false;  // a dry run: what has to be made is made in the temporary folder
+};
+
+// One Eudora, found and ready for the module. The module works on it as long as this lives.
+struct Setup {
+    InitTexts init;
+    std::string eudoraFolder;  // Windows path, system code page
+    std::string eudoraShown;   // the folder as a person knows it, UTF-8
+    // Where Eudora is installed, if that is another folder: then that one's mails are all that
+    // Windows gives.
+    std::string mailsElsewhere;
+    std::string stateFolder;   // native; kvsync's own folder
+    std::string memoryKey;     // the same for each run on this Eudora, different for another
+    std::string memoryFolder;  // native; what kvsync remembers of this Eudora alone
+    PrivatePrefix prefix;      // empty unless the folder is a bare one
+};
+
+// Finds Eudora, points this process at its machine (at the first call; NativeSystem must not have
+// been used before) and makes what is missing in kvsync's own folder. kRefused, with nothing
+// changed, if there is no such folder or prefix, Eudora is not in it, or rights are missing.
+platform::Result<Setup> Prepare(const SetupOptions& options);
+
+// kRefused if Eudora has its folder open.
+platform::Status RefuseRunningEudora(const Setup& setup);
+
+// kRefused if the mails that the module would give are those of another folder.
+platform::Status RefuseMailsElsewhere(const Setup& setup);
+
+// The key of the local machine in which Eudora's set-up leaves its place.
+inline constexpr const char* kAppPaths =
+    "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\Eudora.exe";
+
+// What regedit calls a key below SOFTWARE that the module reads: that of the 32-bit programs.
+std::string ShownKey(const std::string& key);
+
+// kvsync's own folder: $XDG_STATE_HOME/kvsync, %LOCALAPPDATA%\kvsync or ~/.local/state/kvsync.
+platform::Result<std::string> StateFolder();
+
+// Where a relative or absolute native path leads, without links; as it stands if that is unknown.
+std::string WithoutLinks(const std::string& path);
+
+}  // namespace host::eudora

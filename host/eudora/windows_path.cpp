@@ -1,0 +1,171 @@
+#include "host/eudora/windows_path.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include "host/base/exit_code.h"
+#include "host/base/folders.h"
+#include "host/base/native_path.h"
+#include "host/eudora/setup.h"
+#include "platform/os/program.h"
+#include "platform/os/system.h"
+#include "text/path.h"
+
+namespace host::eudora {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* kChoose = "choose one with --nickname-file or kvsync configure contacts";
+
+std::string ChoiceFile(const Setup& setup) {
+    return base::FromPath(base::ToPath(setup.memoryFolder) / "nickname-file");
+}
+
+// The part of `path` below `folder`; nothing if it is not inside.
+std::optional<std::string> Below(const fs::path& folder, const fs::path& path) {
+    const fs::path rest = path.lexically_relative(folder);
+    if (rest.empty() || *rest.begin() == "..") return std::nullopt;
+    return rest == "." ? std::string() : base::FromPath(rest);
+}
+
+bool IsWindowsPath(const std::string& path) {
+    return path.size() > 2 && path[1] == ':' && (path[2] == '\\' || path[2] == '/');
+}
+
+}  // namespace
+
+std::optional<std::string> ToWindowsPath(const std::string& nativePath) {
+    std::string windows = nativePath;
+    if (!base::UsesWindowsPaths()) {
+        const fs::path path = base::ToPath(WithoutLinks(nativePath));
+        const fs::path prefix = base::ToPath(platform::Environment("WINEPREFIX").value_or(""));
+        std::optional<std::string> best;
+        std::error_code error;
+        for (char drive = 'a'; drive <= 'z'; ++drive) {
+            const fs::path link = prefix / "dosdevices" / (std::string(1, drive) + ":");
+            const fs::path target = fs::canonical(link, error);
+            if (error) continue;
+            auto rest = Below(target, path);
+            if (!rest || (best && best->size() <= rest->size() + 3)) continue;
+            best = std::string(1, static_cast<char>(drive - 'a' + 'A')) + ":\\" + *rest;
+        }
+        if (!best) return std::nullopt;
+        windows = *best;
+        for (char& letter : windows) {
+            if (letter == '/') letter = '\\';
+        }
+    }
+    bool lossy = false;
+    std::string text = base::FromUtf8(windows, &lossy);
+    if (lossy) return std::nullopt;
+    return text;
+}
+
+std::optional<std::string> ToNativePath(const std::string& windowsPath) {
+    std::string rest = base::ToUtf8(windowsPath);
+    if (base::UsesWindowsPaths()) return WithoutLinks(rest);
+    if (!IsWindowsPath(rest)) return std::nullopt;
+    const std::string prefix = platform::Environment("WINEPREFIX").value_or("");
+    const char drive = static_cast<char>(rest[0] | 0x20);
+    std::string native = prefix + "/dosdevices/" + drive + ":";
+    std::error_code error;
+    if (!fs::exists(base::ToPath(native), error)) return std::nullopt;
+    for (std::size_t start = 3; start < rest.size();) {
+        const std::size_t end = std::min(rest.find_first_of("\\/", start), rest.size());
+        std::string name = rest.substr(start, end - start);
+        start = end + 1;
+        if (!fs::exists(base::ToPath(native) / base::ToPath(name), error)) {
+            const auto found = platform::NativeFiles().List(native, name);
+            if (found && !found->empty()) name = found->front().name;
+        }
+        native += "/" + name;
+    }
+    return WithoutLinks(native);
+}
+
+platform::Result<std::string> ChooseNicknameFile(const SetupOptions& options, const Setup& setup) {
+    if (options.nicknameFile) {
+        const std::string& named = *options.nicknameFile;
+        std::string chosen;
+        if (!IsWindowsPath(named) && !platform::NativeFiles().Exists(named)) {
+            return base::Refused("the nickname file " + named + " does not exist",
+                                 "check the path");
+        }
+        if (IsWindowsPath(named)) {
+            chosen = base::FromUtf8(named);
+        } else if (!base::UsesWindowsPaths() && !setup.prefix.Path().empty()) {
+            // Inside the bare folder the drive's own link leads to it.
+            const auto rest =
+                Below(base::ToPath(setup.eudoraShown), base::ToPath(WithoutLinks(named)));
+            if (rest) {
+                chosen = base::FromUtf8(*rest);
+                for (char& letter : chosen) {
+                    if (letter == '/') letter = '\\';
+                }
+                chosen = setup.eudoraFolder + "\\" + chosen;
+            }
+        }
+        if (chosen.empty()) {
+            const auto windows = ToWindowsPath(WithoutLinks(named));
+            if (!windows) {
+                return base::Refused(
+                    "the nickname file " + named + " lies outside the Eudora in use",
+                    "name one inside");
+            }
+            chosen = *windows;
+        }
+        if (auto checked = CheckNicknameFile(chosen, false); !checked) return checked.Error();
+        return chosen;
+    }
+    auto& files = platform::NativeSystem().files;
+    const auto kept = platform::ReadWhole(platform::NativeFiles(), ChoiceFile(setup), 4096);
+    if (kept && files.Exists(*kept)) return *kept;
+    const std::string main = setup.eudoraFolder + "\\nndbase.txt";
+    return files.Exists(main) ? main : std::string();
+}
+
+platform::Status RememberNicknameFile(const Setup& setup, const std::string& windowsPath) {
+    if (auto made = base::MakeOwnFolders(setup.memoryFolder); !made) return made;
+    return platform::WriteWhole(platform::NativeFiles(), ChoiceFile(setup), windowsPath);
+}
+
+platform::Status CheckNicknameFile(const std::string& windowsPath, bool forWriting) {
+    const std::string shown = ToNativePath(windowsPath).value_or(base::ToUtf8(windowsPath));
+    auto& files = platform::NativeSystem().files;
+    const auto info = files.Stat(windowsPath);
+    if (!info) {
+        return base::Refused("the nickname file " + shown + " does not exist", kChoose);
+    }
+    if (info->isFolder) return base::Refused(shown + " is a folder, not a nickname file", kChoose);
+    if (info->size > kLargestNicknameFile) {
+        return base::Refused(
+            shown + " has " + std::to_string(info->size) + " bytes, more than any nickname file",
+            kChoose);
+    }
+    if (forWriting && info->isReadOnly) {
+        return base::Refused("the nickname file " + shown + " is read-only",
+                             "give yourself write permission (chmod u+w)");
+    }
+    const auto folder = files.Stat(windowsPath.substr(
+        0, text::LastSeparator(windowsPath, platform::NativeSystem().processes.CodePage())));
+    // On Windows the mark means nothing on a folder.
+    if (forWriting && !base::UsesWindowsPaths() && folder && folder->isReadOnly) {
+        return base::Refused("the folder of the nickname file " + shown + " cannot be written",
+                             "give yourself write permission there (chmod u+w)");
+    }
+    auto opened = files.Open(windowsPath, platform::OpenMode::kRead, platform::Share::kReadWrite);
+    if (!opened && opened.Error().code == platform::ErrorCode::kNotRegular) {
+        return base::Refused("the nickname file " + shown +
+                             " is no regular file: move it away or choose another");
+    }
+    if (!opened) {
+        return base::Refused(
+            "the nickname file " + shown + " cannot be read",
+            "close what holds it open, or give yourself read permission (chmod u+r)");
+    }
+    return {};
+}
+
+}  // namespace host::eudora

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "host/backup/backups.h"
+#include "host/state/state_file.h"
+#include "platform/os/clock.h"
+#include "platform/os/files.h"
+
+namespace host::sync {
+
+// What all commands stand on. Paths are native, in UTF-8. The objects outlive the call.
+struct CommandPlace {
+    platform::Files& files;
+    platform::Clock& clock;
+    std::string stateFile;  // its folder holds the backups too; made when it is needed
+    // Called now and then with a line for the terminal once a run has taken a second; may be empty.
+    std::function<void(const std::string&)> progress;
+};
+
+// The backups beside the state file.
+backup::Backups BackupsOf(const CommandPlace& place);
+
+// The lock on the state file; a run that may write first makes its folder.
+platform::Result<state::StateLock> LockState(const CommandPlace& place, bool mayWrite);
+
+}  // namespace host::sync

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "host/eudora/setup.h"
+#include "host/translator/translator_session.h"
+#include "platform/os/dialogs.h"
+#include "platform/os/result.h"
+
+namespace host::translator {
+
+// What of Eudora's mail the translator lets pass, as its own dialog shows it.
+struct MailLimits {
+    bool limitsAge = false;
+    std::int32_t ageDays = 0;
+    bool limitsSize = false;
+    std::int32_t sizeKB = 0;
+    bool attachments = false;
+    bool limitsAttachments = false;
+    std::int32_t attachmentKB = 0;
+    bool operator==(const MailLimits&) const = default;
+};
+
+// A change of the limits; what has no value stays. A switch that is set may come with a number.
+struct MailLimitChanges {
+    std::optional<bool> limitsAge, limitsSize, attachments, limitsAttachments;
+    std::optional<std::int32_t> ageDays, sizeKB, attachmentKB;
+};
+
+// The settings file of the mails of this Eudora: a Windows path, "" if none was made yet or it is
+// gone.
+platform::Result<std::string> MailSelection(const eudora::Setup& setup);
+// Keeps the choice for the next runs on this Eudora.
+platform::Status RememberMailSelection(const eudora::Setup& setup, const std::string& windowsPath);
+
+// Selects the settings of a session of kMailKind, which can be opened then. The first run on an
+// Eudora makes the settings file; with `writesNothing` it works on the usual settings instead.
+// Gives the selection, which SaveSettings wants.
+platform::Result<std::string> SelectMail(TranslatorSession& session, const eudora::Setup& setup,
+                                         bool writesNothing);
+
+// The limits that hold in a session after SelectMail.
+platform::Result<MailLimits> ReadMailLimits(TranslatorSession& session,
+                                            const std::string& selection);
+// Answers the translator's dialog in a person's place. Nothing is saved.
+platform::Status ChangeMailLimits(TranslatorSession& session, const std::string& selection,
+                                  const MailLimitChanges& changes);
+
+// "mails of the last 7 days, up to 32 KB, without attachments".
+std::string DescribeLimits(const MailLimits& limits);
+
+// The dialogs of the module appear here as long as this lives. Null is the system's own way.
+class DialogsShownBy {
+  public:
+    explicit DialogsShownBy(platform::Dialogs* dialogs);
+    ~DialogsShownBy();
+    DialogsShownBy(const DialogsShownBy&) = delete;
+    DialogsShownBy& operator=(const DialogsShownBy&) = delete;
+
+  private:
+    platform::Dialogs* m_before;
+};
+
+}  // namespace host::translator

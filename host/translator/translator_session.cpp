@@ -1,0 +1,302 @@
+#include "host/translator/translator_session.h"
+
+#include <algorithm>
+
+#include "frame/interface/host_records.h"
+#include "host/base/exit_code.h"
+#include "host/base/native_path.h"
+#include "host/eudora/windows_path.h"
+#include "host/translator/batch_sink.h"
+#include "platform/kvutil/kvutil.h"
+
+namespace host::translator {
+
+namespace {
+
+constexpr unsigned long kNumberType = 1, kTextType = 4, kDateType = 7;
+
+// Shows the values of a record to IsOkToSetRecord. The cell of a text is a pointer to it.
+struct ShownValues {
+    ShownValues(const std::vector<TextValue>& shown, const std::vector<NumberValue>& shownNumbers)
+        : values(shown), numbers(shownNumbers) {
+        for (const TextValue& value : values) cells.push_back(value.text.c_str());
+    }
+
+    static RRETURNCODE Show(void* context, const char* fieldId, void** cell, unsigned long* type,
+                            BOOL* hasField) {
+        auto& self = *static_cast<ShownValues*>(context);
+        *hasField = self.ShowText(fieldId, *cell, *type) || self.ShowNumber(fieldId, *cell, *type);
+        return RRC_OK;
+    }
+
+    bool ShowText(const char* fieldId, void*& cell, unsigned long& type) {
+        const auto found = std::ranges::find(values, fieldId, &TextValue::fieldId);
+        if (found == values.end()) return false;
+        type = kTextType;
+        cell = &cells[static_cast<std::size_t>(found - values.begin())];
+        return true;
+    }
+
+    bool ShowNumber(const char* fieldId, void*& cell, unsigned long& type) {
+        const auto found = std::ranges::find(numbers, fieldId, &NumberValue::fieldId);
+        if (found == numbers.end()) return false;
+        type = kNumberType;
+        cell = &found->number;
+        return true;
+    }
+
+    const std::vector<TextValue>& values;
+    std::vector<NumberValue> numbers;
+    std::vector<const char*> cells;
+};
+
+platform::Failure Unsuccessful(std::string what, const std::vector<std::string>& reasons) {
+    what += " failed";
+    const char* separator = ": ";
+    for (const std::string& reason : reasons) {
+        what += separator + reason;
+        separator = "; ";
+    }
+    return base::Failed(std::move(what));
+}
+
+}  // namespace
+
+TranslatorSession::TranslatorSession(std::unique_ptr<CRRecordTranslator> translator,
+                                     CEudoraTransUtil* util, unsigned long kind)
+    : m_context(std::make_unique<HostContext>(util)),
+      m_translator(std::move(translator)),
+      m_kind(kind) {}
+
+TranslatorSession::~TranslatorSession() {
+    if (m_translator != nullptr && m_open) m_translator->Close(0);
+}
+
+platform::Result<TranslatorSession> TranslatorSession::Create(TranslatorHost& host,
+                                                              unsigned long kind) {
+    std::unique_ptr<CRRecordTranslator> translator;
+    if (host.NewTranslator(kind, translator) != RRC_OK) {
+        return base::Failed("the translator library gives no translator for data kind " +
+                            std::to_string(kind));
+    }
+    return TranslatorSession(std::move(translator), host.Util(), kind);
+}
+
+platform::Result<TranslatorSession> TranslatorSession::OpenContacts(TranslatorHost& host,
+                                                                    std::string nicknameFile) {
+    auto session = Create(host, kContactsKind);
+    if (!session) return session;
+    std::string summary;
+    auto selected = session->Select(nicknameFile, summary, false);
+    if (!selected) return selected.Error();
+    if (auto opened = session->Open(); !opened) return opened.Error();
+    return session;
+}
+
+unsigned long TranslatorSession::Properties() {
+    unsigned long properties = 0;
+    m_translator->GetAppProperties(&properties);
+    return properties;
+}
+
+platform::Result<bool> TranslatorSession::Select(std::string& selection, std::string& summary,
+                                                 bool configure) {
+    CString chosen(selection), text;
+    const RRETURNCODE code =
+        m_translator->GetAppInfo(configure ? 1 : 0, m_context.get(), chosen, 0, text, 0);
+    if (code == RRC_CANCELLED) return false;
+    if (code != RRC_OK) return Explain("selecting " + base::ToUtf8(chosen.Str()));
+    selection = chosen.Str();
+    summary = text.Str();
+    if (m_kind == kContactsKind) {
+        m_store = eudora::ToNativePath(selection).value_or(base::ToUtf8(selection));
+    }
+    return true;
+}
+
+platform::Status TranslatorSession::SaveSettings(const std::string& selection) {
+    tagRAPPINFO info{0, selection.c_str()};
+    return StatusOf(m_translator->SaveSettings(0, &info, 0), "saving the settings");
+}
+
+platform::Status TranslatorSession::Open() {
+    (void)TakeErrors();  // of something else
+    const RRETURNCODE code = m_translator->Open(0, 0, 0, 0, m_context.get(), 0);
+    m_open = m_open || code == RRC_OK;
+    const auto errors = TakeErrors();
+    if (code == RRC_OK && errors.empty()) return {};
+    return Unsuccessful("reading " + m_store, errors);
+}
+
+platform::Status TranslatorSession::Close() {
+    m_open = false;
+    return StatusOf(m_translator->Close(0), "closing");
+}
+
+platform::Result<std::vector<FieldInfo>> TranslatorSession::Fields() {
+    std::vector<FieldInfo> fields;
+    CString id, name;
+    FieldInfo field;
+    RRETURNCODE code =
+        m_translator->GetFirstFieldInfo(id, name, &field.type, &field.tag, &field.ordinal);
+    while (code == RRC_OK) {
+        field.id = id.Str();
+        field.name = name.Str();
+        fields.push_back(field);
+        code = m_translator->GetNextFieldInfo(id, name, &field.type, &field.tag, &field.ordinal);
+    }
+    if (code != RRC_NONE) return Explain("reading the field list");
+    return fields;
+}
+
+platform::Result<bool> TranslatorSession::MoveFirst() {
+    return Found(m_translator->MoveFirst(), RRC_EOF, "going to the first record");
+}
+
+platform::Result<bool> TranslatorSession::MoveNext() {
+    return Found(m_translator->MoveNext(), RRC_EOF, "going to the next record");
+}
+
+platform::Result<bool> TranslatorSession::GoTo(const std::string& id) {
+    return Found(m_translator->GoToRecord(id.c_str()), RRC_NONE, "finding a record");
+}
+
+platform::Result<std::string> TranslatorSession::RecordId() {
+    CString id;
+    if (m_translator->GetRecordID(id) != RRC_OK) return Explain("reading a record's id");
+    return id.Str();
+}
+
+platform::Result<std::string> TranslatorSession::ModifiedInfo() {
+    CString info;
+    if (m_translator->GetModifiedInfo(info) != RRC_OK) return Explain("reading a change marker");
+    return info.Str();
+}
+
+platform::Result<std::optional<std::string>> TranslatorSession::Text(const std::string& fieldId) {
+    char* cell = nullptr;
+    unsigned long type = kTextType;
+    const RRETURNCODE code = m_translator->GetField(fieldId.c_str(), &type, &cell);
+    std::optional<std::string> text;
+    if (cell != nullptr) text = cell;
+    FreeVornString(cell);
+    if (code != RRC_OK) return Explain("reading field " + fieldId);
+    return text;
+}
+
+platform::Result<std::int32_t> TranslatorSession::Number(const std::string& fieldId) {
+    std::int32_t cell = 0;
+    unsigned long type = kNumberType;
+    if (m_translator->GetField(fieldId.c_str(), &type, &cell) != RRC_OK) {
+        return Explain("reading field " + fieldId);
+    }
+    return cell;
+}
+
+platform::Result<std::optional<double>> TranslatorSession::Date(const std::string& fieldId) {
+    double cell = kNoDate;
+    unsigned long type = kDateType;
+    if (m_translator->GetField(fieldId.c_str(), &type, &cell) != RRC_OK) {
+        return Explain("reading field " + fieldId);
+    }
+    return cell == kNoDate ? std::optional<double>() : cell;
+}
+
+platform::Result<Verdict> TranslatorSession::Check(const std::vector<TextValue>& values,
+                                                   const std::vector<NumberValue>& numbers) {
+    ShownValues shown(values, numbers);
+    BOOL ok = 0;
+    Verdict verdict;
+    const RRETURNCODE code = m_translator->IsOkToSetRecord(0, &ShownValues::Show, &shown, &ok);
+    verdict.ok = code == RRC_OK || code == RRC_WARNING;
+    verdict.messages = TakeErrors();
+    for (std::string& warning : TakeWarnings()) verdict.messages.push_back(std::move(warning));
+    return verdict;
+}
+
+platform::Status TranslatorSession::BeginAdd() {
+    return StatusOf(m_translator->AddNewRecord(0), "beginning a new record");
+}
+
+platform::Status TranslatorSession::BeginEdit(const std::string& id) {
+    return StatusOf(m_translator->EditRecord(id.c_str()), "editing " + base::ToUtf8(id));
+}
+
+platform::Status TranslatorSession::SetText(const std::string& fieldId, const std::string& text) {
+    const char* cell = text.c_str();
+    unsigned long type = kTextType;
+    return StatusOf(m_translator->SetField(fieldId.c_str(), &type, &cell),
+                    "setting field " + fieldId);
+}
+
+platform::Status TranslatorSession::SetNumber(const std::string& fieldId, std::int32_t number) {
+    unsigned long type = kNumberType;
+    return StatusOf(m_translator->SetField(fieldId.c_str(), &type, &number),
+                    "setting field " + fieldId);
+}
+
+platform::Status TranslatorSession::SetDate(const std::string& fieldId, double date) {
+    unsigned long type = kDateType;
+    return StatusOf(m_translator->SetField(fieldId.c_str(), &type, &date),
+                    "setting field " + fieldId);
+}
+
+platform::Result<std::string> TranslatorSession::Store() {
+    auto stored = StoreWithMarker();
+    if (!stored) return stored.Error();
+    return std::move(stored->id);
+}
+
+platform::Result<BatchReport::Stored> TranslatorSession::StoreWithMarker() {
+    CString id, info;
+    if (m_translator->UpdateRecord(id, info) != RRC_OK) return Explain("storing a record");
+    return BatchReport::Stored{id.Str(), info.Str()};
+}
+
+platform::Status TranslatorSession::Delete(const std::string& id) {
+    return StatusOf(m_translator->DeleteRecord(id.c_str()), "deleting " + base::ToUtf8(id));
+}
+
+platform::Result<BatchReport> TranslatorSession::BatchUpdate() {
+    CollectingSink sink;
+    if (m_translator->BatchUpdate(&sink) != RRC_OK) return Explain("writing the changes");
+    return std::move(sink.report);
+}
+
+std::vector<std::string> TranslatorSession::TakeErrors() {
+    std::vector<std::string> messages;
+    CString message;
+    for (RRETURNCODE code = m_translator->GetFirstErrorMessage(message); code == RRC_OK;
+         code = m_translator->GetNextErrorMessage(message)) {
+        messages.push_back(base::ToUtf8(message.Str()));
+    }
+    return messages;
+}
+
+std::vector<std::string> TranslatorSession::TakeWarnings() {
+    std::vector<std::string> messages;
+    CString message;
+    for (RRETURNCODE code = m_translator->GetFirstWarningMessage(message); code == RRC_OK;
+         code = m_translator->GetNextWarningMessage(message)) {
+        messages.push_back(base::ToUtf8(message.Str()));
+    }
+    return messages;
+}
+
+platform::Failure TranslatorSession::Explain(std::string_view what) {
+    return Unsuccessful(std::string(what), TakeErrors());
+}
+
+platform::Status TranslatorSession::StatusOf(RRETURNCODE code, std::string_view what) {
+    if (code == RRC_OK) return {};
+    return Explain(what);
+}
+
+platform::Result<bool> TranslatorSession::Found(RRETURNCODE code, RRETURNCODE none,
+                                                std::string_view what) {
+    if (code == RRC_OK) return true;
+    if (code == none) return false;
+    return Explain(what);
+}
+
+}  // namespace host::translator

@@ -1,0 +1,128 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "frame/interface/translators.h"
+#include "host/translator/host_context.h"
+#include "host/translator/translator_host.h"
+#include "platform/os/result.h"
+
+namespace host::translator {
+
+inline constexpr unsigned long kContactsKind = 1;
+inline constexpr unsigned long kMailKind = 20;
+
+struct FieldInfo {
+    std::string id;
+    std::string name;
+    unsigned long type = 0;  // 1 integer, 3 bool, 4 text, 5 to 7 date
+    unsigned long tag = 0;
+    unsigned short ordinal = 0;
+};
+
+// What BatchUpdate told its sink, in the order in which it was told.
+struct BatchReport {
+    struct Stored {
+        std::string id;
+        std::string modifiedInfo;
+    };
+    std::vector<Stored> stored;
+    std::vector<std::string> deleted;
+};
+
+// What IsOkToSetRecord said about the values of a record.
+struct Verdict {
+    bool ok = false;                    // may be stored, perhaps with a warning
+    std::vector<std::string> messages;  // UTF-8: why not, or the warnings
+};
+
+struct TextValue {
+    std::string fieldId;
+    std::string text;  // system code page
+};
+
+struct NumberValue {
+    std::string fieldId;
+    std::int32_t number = 0;
+};
+
+// One translator object in use, from selection to close. Ids, markers and field values are bytes in
+// the system code page, as the module gives them: host::ToUtf8 and host::FromUtf8 convert. A
+// failure is kFailed with what was tried and the texts of the module's error queue, in UTF-8.
+// Closes what is open when destroyed; changes without a BatchUpdate are lost.
+class TranslatorSession {
+  public:
+    // `host` outlives the session.
+    static platform::Result<TranslatorSession> Create(TranslatorHost& host, unsigned long kind);
+    // One with a nickname file (Windows path) selected and opened.
+    static platform::Result<TranslatorSession> OpenContacts(TranslatorHost& host,
+                                                            std::string nicknameFile);
+    TranslatorSession(TranslatorSession&&) = default;
+    TranslatorSession& operator=(TranslatorSession&&) = delete;
+    ~TranslatorSession();
+
+    unsigned long Properties();
+    // Chooses the store: `selection` is empty for the default, and comes back as what was chosen.
+    // With `configure` the module shows its dialog. False if the user cancelled it.
+    platform::Result<bool> Select(std::string& selection, std::string& summary, bool configure);
+    platform::Status SaveSettings(const std::string& selection);
+    // Fails too when the module opened the store and has something to say about it: then what can
+    // be seen is not all that the store holds.
+    platform::Status Open();
+    platform::Status Close();
+
+    platform::Result<std::vector<FieldInfo>> Fields();
+
+    // Walking: true on a record, false behind the last one.
+    platform::Result<bool> MoveFirst();
+    platform::Result<bool> MoveNext();
+    // False if there is no such record.
+    platform::Result<bool> GoTo(const std::string& id);
+    platform::Result<std::string> RecordId();
+    platform::Result<std::string> ModifiedInfo();
+    // A text field of the current record; nothing for a field without value.
+    platform::Result<std::optional<std::string>> Text(const std::string& fieldId);
+    platform::Result<std::int32_t> Number(const std::string& fieldId);
+    // An OLE automation date; nothing for no date.
+    platform::Result<std::optional<double>> Date(const std::string& fieldId);
+
+    // Asks whether a record with these values may be stored.
+    platform::Result<Verdict> Check(const std::vector<TextValue>& values,
+                                    const std::vector<NumberValue>& numbers = {});
+    // Each begins a record, which Store ends. BeginEdit fails for an unknown id.
+    platform::Status BeginAdd();
+    platform::Status BeginEdit(const std::string& id);
+    platform::Status SetText(const std::string& fieldId, const std::string& text);
+    platform::Status SetNumber(const std::string& fieldId, std::int32_t number);
+    platform::Status SetDate(const std::string& fieldId, double date);  // OLE automation date
+    // The id that the stored record has; it can differ from what the values say.
+    platform::Result<std::string> Store();
+    platform::Result<BatchReport::Stored> StoreWithMarker();
+    platform::Status Delete(const std::string& id);
+    // Writes the collected changes into Eudora's files.
+    platform::Result<BatchReport> BatchUpdate();
+
+    // Empties the module's queues; UTF-8.
+    std::vector<std::string> TakeErrors();
+    std::vector<std::string> TakeWarnings();
+
+  private:
+    TranslatorSession(std::unique_ptr<CRRecordTranslator> translator, CEudoraTransUtil* util,
+                      unsigned long kind);
+    platform::Failure Explain(std::string_view what);
+    platform::Status StatusOf(RRETURNCODE code, std::string_view what);
+    platform::Result<bool> Found(RRETURNCODE code, RRETURNCODE none, std::string_view what);
+
+    std::unique_ptr<HostContext> m_context;
+    std::unique_ptr<CRRecordTranslator> m_translator;
+    unsigned long m_kind;
+    std::string m_store = "Eudora's in-box";  // as a person knows it, once it is selected
+    bool m_open = false;
+};
+
+}  // namespace host::translator

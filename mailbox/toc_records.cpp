@@ -1,0 +1,152 @@
+#include "mailbox/toc_records.h"
+
+#include <algorithm>
+#include <array>
+
+#include "platform/os/little_endian.h"
+
+namespace mailbox {
+
+namespace {
+
+// Where the fields of a block lie.
+constexpr std::size_t kOffsetAt = 0, kLengthAt = 4, kSecondsAt = 8, kMarkLowAt = 14,
+                      kMarkHighAt = 15, kDateAt = 18, kFromAt = 50, kSubjectAt = 114,
+                      kMsgIdAt = 192;
+constexpr std::size_t kDateWidth = 32, kFromWidth = 64, kSubjectWidth = 64;
+
+// What Eudora has in a block at places of its own.
+struct OwnWord {
+    std::size_t at;
+    std::uint16_t value;
+};
+constexpr OwnWord kOwnWords[] = {{16, 3},  // normal priority
+                                 {178, 0xFFFF}, {180, 0xFFFF}, {182, 0xFFFF},
+                                 {184, 0xFFFF},  // default window
+                                 {198, 0x0001}, {202, 0xFE5C}, {208, 0x0001}};
+
+// The bytes of a new header that are not zero, in runs.
+constexpr std::string_view kNewStart("\x30\x00\x91\x00\x7C\x0A\x00\x00In", 10);
+constexpr std::string_view kNewWindow("\x50\x00\x50\x00\x35\x02\x9F\x01", 8);
+constexpr std::size_t kNewWindowAt = 46, kNewFilledAt = 54, kNewFilled = 16;
+constexpr std::size_t kNewTwoAt = 70, kNewRulerAt = 84;
+
+// The last byte of the field stays zero.
+void PutText(std::string& bytes, std::size_t at, std::size_t width, std::string_view text) {
+    text.copy(bytes.data() + at, std::min(text.size(), width - 1));
+}
+
+std::string TextAt(std::string_view bytes, std::size_t at, std::size_t width) {
+    const std::string_view field = bytes.substr(at, width);
+    return std::string(field.substr(0, field.find('\0')));
+}
+
+std::string Padded(std::string_view bytes, std::size_t size) {
+    std::string whole(bytes.substr(0, size));
+    whole.resize(size, '\0');
+    return whole;
+}
+
+// -1 for a letter that is no hexadecimal digit.
+int HexValue(char letter) {
+    if (letter >= '0' && letter <= '9') return letter - '0';
+    if (letter >= 'A' && letter <= 'F') return letter - 'A' + 10;
+    if (letter >= 'a' && letter <= 'f') return letter - 'a' + 10;
+    return -1;
+}
+
+bool IsBlank(char letter) {
+    return letter == ' ' || (letter >= '\t' && letter <= '\r');
+}
+
+}  // namespace
+
+TocHeader TocHeader::Decode(std::string_view bytes) {
+    TocHeader header;
+    header.bytes = Padded(bytes, kTocHeaderSize);
+    header.wHighestMsgId = *platform::ReadU16(header.bytes, kHighestMsgIdOffset);
+    header.wNumberOfMsgs = *platform::ReadU16(header.bytes, kNumberOfMsgsOffset);
+    return header;
+}
+
+std::string TocHeader::Encode() const {
+    std::string out = Padded(bytes, kTocHeaderSize);
+    platform::WriteU16(out, kHighestMsgIdOffset, wHighestMsgId);
+    platform::WriteU16(out, kNumberOfMsgsOffset, wNumberOfMsgs);
+    return out;
+}
+
+std::uint16_t TocHeader::Version() const {
+    return *platform::ReadU16(bytes, 0);
+}
+
+std::string NewTocHeader() {
+    std::string bytes(kTocHeaderSize, '\0');
+    kNewStart.copy(bytes.data(), kNewStart.size());
+    kNewWindow.copy(bytes.data() + kNewWindowAt, kNewWindow.size());
+    std::fill_n(bytes.begin() + kNewFilledAt, kNewFilled, '\xFF');
+    bytes[kNewTwoAt] = '\x02';
+    bytes[kNewRulerAt] = '\x8C';
+    return bytes;
+}
+
+MsgBlock MsgBlock::Decode(std::string_view bytes) {
+    std::string padded;
+    if (bytes.size() < kMsgBlockSize) bytes = padded = Padded(bytes, kMsgBlockSize);
+    MsgBlock block;
+    block.dwOffset = *platform::ReadU32(bytes, kOffsetAt);
+    block.dwLength = *platform::ReadU32(bytes, kLengthAt);
+    block.dwSeconds = *platform::ReadU32(bytes, kSecondsAt);
+    block.wStatus = *platform::ReadU16(bytes, kStatusOffset);
+    block.bMarkLow = static_cast<std::uint8_t>(bytes[kMarkLowAt]);
+    block.bMarkHigh = static_cast<std::uint8_t>(bytes[kMarkHighAt]);
+    block.szDate = TextAt(bytes, kDateAt, kDateWidth);
+    block.szFrom = TextAt(bytes, kFromAt, kFromWidth);
+    block.szSubject = TextAt(bytes, kSubjectAt, kSubjectWidth);
+    block.dwMsgId = *platform::ReadU32(bytes, kMsgIdAt);
+    return block;
+}
+
+std::string MsgBlock::Encode() const {
+    std::string bytes(kMsgBlockSize, '\0');
+    for (const OwnWord& word : kOwnWords) platform::WriteU16(bytes, word.at, word.value);
+    platform::WriteU32(bytes, kOffsetAt, dwOffset);
+    platform::WriteU32(bytes, kLengthAt, dwLength);
+    platform::WriteU32(bytes, kSecondsAt, dwSeconds);
+    platform::WriteU16(bytes, kStatusOffset, wStatus);
+    bytes[kMarkLowAt] = static_cast<char>(bMarkLow);
+    bytes[kMarkHighAt] = static_cast<char>(bMarkHigh);
+    PutText(bytes, kDateAt, kDateWidth, szDate);
+    PutText(bytes, kFromAt, kFromWidth, szFrom);
+    PutText(bytes, kSubjectAt, kSubjectWidth, szSubject);
+    platform::WriteU32(bytes, kMsgIdAt, dwMsgId);
+    return bytes;
+}
+
+MailPlace MailPlace::Decode(std::string_view bytes) {
+    std::string padded;
+    if (bytes.size() < kMsgBlockSize) bytes = padded = Padded(bytes, kMsgBlockSize);
+    return {*platform::ReadU32(bytes, kOffsetAt), *platform::ReadU32(bytes, kLengthAt),
+            *platform::ReadU32(bytes, kMsgIdAt)};
+}
+
+std::string IndexIdOf(std::uint32_t msgId) {
+    constexpr std::string_view kDigits = "0123456789ABCDEF";
+    std::string text = "0x00000000";
+    for (auto at = text.rbegin(); msgId != 0; ++at, msgId >>= 4) *at = kDigits[msgId & 0xF];
+    return text;
+}
+
+std::uint32_t MsgIdOf(std::string_view indexId) {
+    while (!indexId.empty() && IsBlank(indexId.front())) indexId.remove_prefix(1);
+    if (indexId.starts_with("0x") || indexId.starts_with("0X")) indexId.remove_prefix(2);
+    std::uint32_t number = 0;
+    for (const char letter : indexId) {
+        const int value = HexValue(letter);
+        if (value < 0) break;
+        number = number << 4 | static_cast<std::uint32_t>(value);
+    }
+    return number;
+}
+
+}  // namespace mailbox

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+// The records of a Eudora mailbox's .toc file, as docs/formats/toc.md tells: one header, then a
+// block for each mail, all numbers little-endian, nothing aligned. Texts are bytes in the system
+// code page. The bytes that are Eudora's own are kept as they are.
+namespace mailbox {
+
+inline constexpr std::size_t kTocHeaderSize = 104;
+inline constexpr std::size_t kMsgBlockSize = 218;
+inline constexpr std::size_t kHighestMsgIdOffset = 72;
+inline constexpr std::size_t kNumberOfMsgsOffset = 102;
+inline constexpr std::size_t kStatusOffset = 12;  // in a block
+inline constexpr std::uint32_t kMostMsgs = 65535;
+
+// Where the block of mail `index`, counted from 0, lies in the file.
+constexpr std::uint64_t BlockOffset(std::uint32_t index) {
+    return kTocHeaderSize + std::uint64_t{kMsgBlockSize} * index;
+}
+
+struct TocHeader {
+    std::string bytes;  // all of them: what is not a field below is carried
+    std::uint16_t wHighestMsgId = 0;
+    std::uint16_t wNumberOfMsgs = 0;
+
+    // Bytes that are missing at the end count as zero.
+    static TocHeader Decode(std::string_view bytes);
+    std::string Encode() const;
+    std::uint16_t Version() const;
+};
+
+// The 104 bytes of a new in-box without mails.
+std::string NewTocHeader();
+
+// What the states at kStatusOffset mean in files of Eudora 7.
+enum class MailState : std::uint16_t {
+    kUnread = 0,
+    kRead = 1,
+    kReplied = 2,
+    kForwarded = 3,
+    kRedirected = 4,
+    kSendable = 6,
+    kQueued = 7,
+    kSent = 8,
+    kUnsent = 9
+};
+
+struct MsgBlock {
+    std::uint32_t dwOffset = 0;   // of the mail's separator line in the .mbx file
+    std::uint32_t dwLength = 0;   // bytes of the mail, separator line and last line end included
+    std::uint32_t dwSeconds = 0;  // seconds since 1970-01-01 00:00 UTC
+    std::uint16_t wStatus = 0;
+    std::uint8_t bMarkLow = 0;
+    std::uint8_t bMarkHigh = 0;  // 0x80: has attachments
+    std::string szDate;          // at most 31 bytes
+    std::string szFrom;          // at most 63 bytes
+    std::string szSubject;       // at most 63 bytes
+    std::uint32_t dwMsgId = 0;
+
+    // Bytes that are missing at the end count as zero.
+    static MsgBlock Decode(std::string_view bytes);
+    // A block as it stands for a mail that we add ourselves. The texts must fit.
+    std::string Encode() const;
+};
+
+// What an index of the mails needs of a block, for reading many.
+struct MailPlace {
+    std::uint32_t dwOffset = 0;
+    std::uint32_t dwLength = 0;
+    std::uint32_t dwMsgId = 0;
+
+    // Bytes that are missing at the end count as zero.
+    static MailPlace Decode(std::string_view bytes);
+};
+
+// "0x" and eight upper-case hexadecimal digits: how a mail is named outside its file.
+std::string IndexIdOf(std::uint32_t msgId);
+// The number in such a name, scanned as "%X" does: an optional "0x", hexadecimal digits in any
+// case, whatever follows. 0 without digits.
+std::uint32_t MsgIdOf(std::string_view indexId);
+
+}  // namespace mailbox

@@ -1,0 +1,75 @@
+#include "platform/posix/character_case.h"
+
+#include <locale.h>
+#include <wctype.h>
+
+#include <string>
+
+#include "text/utf.h"
+
+namespace platform::posix {
+
+namespace {
+
+// Null where the system has no such locale.
+locale_t Unicode() {
+    static const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    return unicode;
+}
+
+std::u32string Folded(std::string_view text) {
+    std::u32string folded;
+    while (!text.empty()) folded += FoldCase(text::TakeUtf8(text));
+    return folded;
+}
+
+}  // namespace
+
+char32_t FoldCase(char32_t character) {
+    if (character < 0x80) {
+        return character >= 'A' && character <= 'Z' ? character - 'A' + 'a' : character;
+    }
+    if (Unicode() == nullptr || character == text::kNoCharacter) return character;
+    return static_cast<char32_t>(towlower_l(static_cast<wint_t>(character), Unicode()));
+}
+
+char32_t RaiseCase(char32_t character) {
+    if (character < 0x80) {
+        return character >= 'a' && character <= 'z' ? character - 'a' + 'A' : character;
+    }
+    if (Unicode() == nullptr || character == text::kNoCharacter) return character;
+    return static_cast<char32_t>(towupper_l(static_cast<wint_t>(character), Unicode()));
+}
+
+bool EqualFolded(std::string_view a, std::string_view b) {
+    while (!a.empty() && !b.empty()) {
+        const char firstA = a.front(), firstB = b.front();
+        const char32_t characterA = text::TakeUtf8(a), characterB = text::TakeUtf8(b);
+        if (FoldCase(characterA) != FoldCase(characterB)) return false;
+        if (characterA == text::kNoCharacter && firstA != firstB) return false;
+    }
+    return a.empty() && b.empty();
+}
+
+bool MatchesPattern(std::string_view name, std::string_view pattern) {
+    if (pattern == "*.*" || pattern == "*") return true;
+    const std::u32string text = Folded(name), mask = Folded(pattern);
+    std::size_t t = 0, m = 0, star = std::u32string::npos, resume = 0;
+    while (t < text.size()) {
+        if (m < mask.size() && mask[m] == '*') {
+            star = m++;
+            resume = t;
+        } else if (m < mask.size() && (mask[m] == '?' || mask[m] == text[t])) {
+            ++m;
+            ++t;
+        } else if (star != std::u32string::npos) {
+            m = star + 1;
+            t = ++resume;
+        } else {
+            return false;
+        }
+    }
+    return mask.find_first_not_of(U'*', m) == std::u32string::npos;
+}
+
+}  // namespace platform::posix

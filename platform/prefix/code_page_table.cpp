@@ -1,0 +1,220 @@
+#include "platform/prefix/code_page_table.h"
+
+#include <iconv.h>
+#include <cstdint>
+#include <cstring>
+
+#include <map>
+#include <memory>
+#include <mutex>
+
+#include "platform/os/code_page.h"
+#include "platform/posix/character_case.h"
+#include "text/double_byte.h"
+#include "text/utf.h"
+
+namespace platform::prefix {
+
+namespace {
+
+constexpr unsigned kUtf8 = 65001;
+
+class Converter {
+  public:
+    Converter(const std::string& to, const std::string& from)
+        : m_handle(iconv_open(to.c_str(), from.c_str())) {}
+    Converter(const Converter&) = delete;
+    Converter& operator=(const Converter&) = delete;
+    ~Converter() {
+        if (IsOpen()) iconv_close(m_handle);
+    }
+
+    bool IsOpen() const { return m_handle != reinterpret_cast<iconv_t>(-1); }
+
+    // The conversion of the whole of `text`; empty if it cannot be converted.
+    std::string Convert(std::string text) const {
+        char buffer[16];
+        char* in = text.data();
+        char* out = buffer;
+        std::size_t inLeft = text.size(), outLeft = sizeof buffer;
+        iconv(m_handle, nullptr, nullptr, nullptr, nullptr);
+        const auto result = iconv(m_handle, &in, &inLeft, &out, &outLeft);
+        if (result == static_cast<std::size_t>(-1) || inLeft != 0) return {};
+        return {buffer, out};
+    }
+
+  private:
+    iconv_t m_handle;
+};
+
+char32_t Decode(const Converter& toUtf8, const std::string& bytes) {
+    const std::string utf8 = toUtf8.Convert(bytes);
+    std::string_view rest = utf8;
+    if (rest.empty()) return text::kNoCharacter;
+    const char32_t character = text::TakeUtf8(rest);
+    return rest.empty() ? character : text::kNoCharacter;
+}
+
+std::string IconvName(unsigned codePage) {
+    for (const char* prefix : {"CP", "MSCP"}) {
+        std::string name = prefix + std::to_string(codePage);
+        if (Converter("UTF-8", name).IsOpen()) return name;
+    }
+    return "CP1252";
+}
+
+std::string BytesOf(unsigned number) {
+    if (number < 0x100) return {static_cast<char>(number)};
+    return {static_cast<char>(number >> 8), static_cast<char>(number & 0xFF)};
+}
+
+// What Windows makes of a single byte that the code page leaves free.
+char32_t FreeByte(unsigned byte, unsigned codePage) {
+    if (byte >= 0x80 && byte <= 0x9F) return byte;
+    if (codePage == 932 && byte == 0xA0) return 0xA0;
+    if (codePage == 932 && byte >= 0xFD) return 0xF8F1 + byte - 0xFD;
+    return text::kNoCharacter;
+}
+
+}  // namespace
+
+const CodePageTable& CodePageTable::Of(unsigned codePage) {
+    static std::mutex mutex;
+    static std::map<unsigned, std::unique_ptr<CodePageTable>> tables;
+    const std::lock_guard guard(mutex);
+    auto& table = tables[codePage];
+    if (!table) table.reset(new CodePageTable(codePage));
+    return *table;
+}
+
+CodePageTable::CodePageTable(unsigned codePage) : m_codePage(codePage) {
+    m_single.fill(text::kNoCharacter);
+    if (codePage == kUtf8) return;
+    const std::string name = IconvName(codePage);
+    const Converter toUtf8("UTF-8", name), fromUtf8(name, "UTF-8");
+    for (unsigned byte = 0; byte < 0x100; ++byte) {
+        if (text::IsLeadByte(static_cast<unsigned char>(byte), codePage)) continue;
+        char32_t character = byte < 0x80 ? byte : Decode(toUtf8, BytesOf(byte));
+        if (character == text::kNoCharacter) character = FreeByte(byte, codePage);
+        m_single[byte] = character;
+        if (character != text::kNoCharacter) m_bytes.emplace(character, byte);
+    }
+    for (unsigned pair = 0x8140; pair < 0xFFFF; ++pair) {
+        if (!text::IsLeadByte(static_cast<unsigned char>(pair >> 8), codePage)) continue;
+        const char32_t character = Decode(toUtf8, BytesOf(pair));
+        if (character == text::kNoCharacter) continue;
+        m_pairs.emplace(pair, character);
+        if (m_bytes.emplace(character, pair).second) continue;
+        // Some characters have several codes; the converter knows which of them counts.
+        std::string utf8;
+        text::AppendUtf8(character, utf8);
+        if (fromUtf8.Convert(utf8) == BytesOf(pair)) m_bytes[character] = pair;
+    }
+}
+
+char32_t CodePageTable::Take(std::string_view& rest) const {
+    if (m_codePage == kUtf8) return text::TakeUtf8(rest);
+    const auto first = static_cast<unsigned char>(rest[0]);
+    rest.remove_prefix(1);
+    if (!text::IsLeadByte(first, m_codePage)) return m_single[first];
+    if (rest.empty()) return text::kNoCharacter;
+    const auto second = static_cast<unsigned char>(rest[0]);
+    const auto found = m_pairs.find(static_cast<unsigned>(first << 8 | second));
+    // A control character or a digit is no trail byte: only the lead byte is spoilt then.
+    if (second >= 0x40) rest.remove_prefix(1);
+    return found == m_pairs.end() ? text::kNoCharacter : found->second;
+}
+
+bool CodePageTable::Append(char32_t character, std::string& out) const {
+    if (m_codePage == kUtf8) {
+        text::AppendUtf8(character, out);
+        return true;
+    }
+    const auto found = m_bytes.find(character);
+    if (found == m_bytes.end()) return false;
+    out += BytesOf(found->second);
+    return true;
+}
+
+std::u16string ToUtf16(std::string_view text, unsigned codePage) {
+    const auto& table = CodePageTable::Of(codePage);
+    std::u16string utf16;
+    while (!text.empty()) {
+        const char32_t character = table.Take(text);
+        text::AppendUtf16(character == text::kNoCharacter ? 0xFFFD : character, utf16);
+    }
+    return utf16;
+}
+
+std::string FromUtf16(std::u16string_view text, unsigned codePage) {
+    const auto& table = CodePageTable::Of(codePage);
+    std::string bytes;
+    while (!text.empty()) {
+        if (!table.Append(text::TakeUtf16(text), bytes)) bytes += '?';
+    }
+    return bytes;
+}
+
+}  // namespace platform::prefix
+
+namespace platform {
+
+namespace {
+
+// How many bytes at the beginning are ASCII, which is the same in all code pages.
+std::size_t AsciiLength(std::string_view text) {
+    std::size_t length = 0;
+    for (std::uint64_t eight; length + sizeof eight <= text.size(); length += sizeof eight) {
+        std::memcpy(&eight, text.data() + length, sizeof eight);
+        if ((eight & 0x8080808080808080u) != 0) break;
+    }
+    while (length < text.size() && static_cast<unsigned char>(text[length]) < 0x80) ++length;
+    return length;
+}
+
+}  // namespace
+
+std::string ToUtf8(std::string_view text, unsigned codePage) {
+    const auto& table = prefix::CodePageTable::Of(codePage);
+    std::string utf8;
+    utf8.reserve(text.size());
+    while (!text.empty()) {
+        const std::size_t ascii = AsciiLength(text);
+        utf8.append(text.substr(0, ascii));
+        text.remove_prefix(ascii);
+        if (text.empty()) break;
+        const char32_t character = table.Take(text);
+        text::AppendUtf8(character == text::kNoCharacter ? 0xFFFD : character, utf8);
+    }
+    return utf8;
+}
+
+std::string FromUtf8(std::string_view text, unsigned codePage, bool* lossy) {
+    const auto& table = prefix::CodePageTable::Of(codePage);
+    std::string bytes;
+    bytes.reserve(text.size());
+    bool isLossy = false;
+    while (!text.empty()) {
+        const char32_t character = text::TakeUtf8(text);
+        if (character != text::kNoCharacter && table.Append(character, bytes)) continue;
+        bytes += '?';
+        isLossy = true;
+    }
+    if (lossy != nullptr) *lossy = isLossy;
+    return bytes;
+}
+
+std::string UpperCase(std::string_view text, unsigned codePage) {
+    const auto& table = prefix::CodePageTable::Of(codePage);
+    std::string upper;
+    while (!text.empty()) {
+        auto bytes = text;
+        const char32_t character = table.Take(text);
+        bytes.remove_suffix(text.size());
+        const char32_t raised = posix::RaiseCase(character);
+        if (raised == character || !table.Append(raised, upper)) upper += bytes;
+    }
+    return upper;
+}
+
+}  // namespace platform

@@ -1,0 +1,125 @@
+#include "platform/prefix/path_mapper.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+#include "platform/os/code_page.h"
+#include "platform/posix/character_case.h"
+#include "text/double_byte.h"
+
+namespace platform::prefix {
+
+namespace {
+
+struct FolderCloser {
+    void operator()(DIR* folder) const { closedir(folder); }
+};
+
+bool IsSeparator(char letter) {
+    return letter == '\\' || letter == '/';
+}
+
+// The names of a path behind its drive, with "." and ".." resolved by the text alone.
+std::vector<std::string> NamesOf(std::string_view path, unsigned codePage) {
+    std::vector<std::string> names;
+    const auto add = [&](std::string_view name) {
+        if (name == "..") {
+            if (!names.empty()) names.pop_back();
+        } else if (!name.empty() && name != ".") {
+            names.emplace_back(name);
+        }
+    };
+    std::size_t start = 0;
+    for (std::size_t i = 0; i < path.size(); ++i) {
+        if (text::IsLeadByte(static_cast<unsigned char>(path[i]), codePage)) {
+            ++i;
+        } else if (IsSeparator(path[i])) {
+            add(path.substr(start, i - start));
+            start = i + 1;
+        }
+    }
+    if (start < path.size()) add(path.substr(start));
+    return names;
+}
+
+// Windows knows no name that ends in a dot or a blank: it drops them.
+std::string WithoutTail(std::string name) {
+    name.erase(name.find_last_not_of(". ") + 1);
+    return name;
+}
+
+std::optional<std::string> FindFolded(const std::string& folder, std::string_view name) {
+    const std::unique_ptr<DIR, FolderCloser> open(opendir(folder.c_str()));
+    if (!open) return std::nullopt;
+    while (const dirent* entry = readdir(open.get())) {
+        if (posix::EqualFolded(entry->d_name, name)) return entry->d_name;
+    }
+    return std::nullopt;
+}
+
+bool ExistsNative(const std::string& path) {
+    struct stat info;
+    return stat(path.c_str(), &info) == 0;
+}
+
+bool IsFolderNative(const std::string& path) {
+    struct stat info;
+    return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+}  // namespace
+
+bool IsWindowsName(std::string_view name) {
+    return std::none_of(name.begin(), name.end(), [](char letter) {
+        return static_cast<unsigned char>(letter) < 0x20 ||
+               std::string_view("<>:\"/\\|?*").find(letter) != std::string_view::npos;
+    });
+}
+
+Result<MappedPath> PathMapper::Map(std::string_view windowsPath) const {
+    const Failure notFound{ErrorCode::kNotFound, std::string(windowsPath)};
+    std::string_view path = windowsPath;
+    const bool isOffDrives = path.size() >= 2 && IsSeparator(path[0]) && IsSeparator(path[1]);
+    if (path.empty() || isOffDrives) return notFound;
+    char drive = 'c';
+    if (path.size() >= 2 && path[1] == ':') {
+        drive = static_cast<char>(posix::FoldCase(static_cast<unsigned char>(path[0])));
+        if (drive < 'a' || drive > 'z')
+            return Failure{ErrorCode::kInvalidArgument, notFound.context};
+        path.remove_prefix(2);
+    }
+    const std::string root = m_prefix + "/dosdevices/" + drive + ":";
+    auto names = NamesOf(path, m_codePage);
+    std::string asSpelt = root;
+    bool areNames = true;
+    for (auto& name : names) {
+        name = WithoutTail(ToUtf8(name, m_codePage));
+        areNames = areNames && IsWindowsName(name) && !name.empty();
+        asSpelt += '/' + name;
+    }
+    // A path that is there as it is spelt needs one look instead of one at each folder.
+    if (areNames && !names.empty() && ExistsNative(asSpelt))
+        return MappedPath{asSpelt, asSpelt, true};
+    if (!ExistsNative(root)) return notFound;
+    MappedPath mapped{root + "/", root + "/", true};
+    for (const auto& name : names) {
+        if (!IsFolderNative(mapped.path)) return notFound;
+        if (!IsWindowsName(name) || name.empty()) {
+            return Failure{ErrorCode::kInvalidArgument, notFound.context};
+        }
+        std::string folder = std::move(mapped.path);
+        if (folder.back() != '/') folder += '/';
+        mapped.asNamed = mapped.path = folder + name;
+        if (ExistsNative(mapped.path)) continue;
+        const auto found = FindFolded(folder, name);
+        mapped.exists = found.has_value();
+        if (found) mapped.path = folder + *found;
+    }
+    return mapped;
+}
+
+}  // namespace platform::prefix

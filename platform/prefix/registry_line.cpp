@@ -1,0 +1,180 @@
+#include "platform/prefix/registry_line.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+
+#include "platform/os/little_endian.h"
+#include "platform/posix/character_case.h"
+#include "platform/prefix/registry_escape.h"
+#include "text/utf.h"
+
+namespace platform::prefix {
+
+namespace {
+
+constexpr std::string_view kBlanks = " \t\n\v\f\r";
+
+void SkipBlanks(std::string_view& rest) {
+    rest.remove_prefix(std::min(rest.find_first_not_of(kBlanks), rest.size()));
+}
+
+bool Skip(std::string_view& rest, std::string_view prefix) {
+    if (!rest.starts_with(prefix)) return false;
+    rest.remove_prefix(prefix.size());
+    return true;
+}
+
+bool BeginsWithHexDigit(std::string_view rest) {
+    constexpr std::string_view kDigits = "0123456789abcdefABCDEF";
+    return !rest.empty() && kDigits.find(rest.front()) != std::string_view::npos;
+}
+
+// A number in hex, with "0x" or without. Where there is none it is 0, and one that is too large is
+// the largest.
+std::uint64_t TakeHex(std::string_view& rest) {
+    std::string_view digits = rest;
+    const bool isMarked = Skip(digits, "0x") || Skip(digits, "0X");
+    if (isMarked && BeginsWithHexDigit(digits)) rest = digits;
+    std::uint64_t number = 0;
+    const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), number, 16);
+    rest.remove_prefix(static_cast<std::size_t>(end - rest.data()));
+    return error == std::errc::result_out_of_range ? ~std::uint64_t{0} : number;
+}
+
+// Takes the name of a value off `rest`, and what stands before its data.
+std::optional<std::u16string> TakeValueName(std::string_view& rest) {
+    std::optional<std::u16string> name;
+    if (Skip(rest, "@")) {
+        name.emplace();
+    } else if (Skip(rest, "\"")) {
+        name = TakeEscaped(rest, '"');
+    }
+    SkipBlanks(rest);
+    if (!name || !Skip(rest, "=")) return std::nullopt;
+    SkipBlanks(rest);
+    return name;
+}
+
+// Takes "hex:" or "hex(N):" off `rest`, N being the type in hex.
+std::optional<unsigned> TakeHexType(std::string_view& rest) {
+    constexpr unsigned kBinary = 3;
+    if (Skip(rest, "hex:")) return kBinary;
+    if (!Skip(rest, "hex(")) return std::nullopt;
+    const auto type = TakeHex(rest);
+    if (!Skip(rest, "):")) return std::nullopt;
+    return static_cast<unsigned>(type);
+}
+
+enum class HexEnd { kWhole, kGoesOn, kDamaged };
+
+// Appends the bytes of one line of data in hex.
+HexEnd AppendHexLine(std::string_view rest, std::string& bytes) {
+    while (BeginsWithHexDigit(rest)) {
+        const auto number = TakeHex(rest);
+        if (number > 0xFF) return HexEnd::kDamaged;
+        bytes += static_cast<char>(number);
+        SkipBlanks(rest);
+        Skip(rest, ",");
+        SkipBlanks(rest);
+    }
+    if (rest.empty()) return HexEnd::kWhole;
+    return rest.front() == '\\' ? HexEnd::kGoesOn : HexEnd::kDamaged;
+}
+
+std::string BytesFromNumber(std::uint32_t number) {
+    std::string bytes;
+    for (int shift = 0; shift < 32; shift += 8) bytes += static_cast<char>(number >> shift & 0xFF);
+    return bytes;
+}
+
+// Data that stand on one line. What follows them there means nothing.
+std::optional<RegistryValue> ParseData(std::string_view rest) {
+    if (Skip(rest, "dword:")) {
+        SkipBlanks(rest);
+        return RegistryValue{RegistryValue::kNumber,
+                             BytesFromNumber(static_cast<std::uint32_t>(TakeHex(rest)))};
+    }
+    constexpr std::pair<std::string_view, unsigned> kTexts[] = {
+        {"\"", RegistryValue::kText},
+        {"str:\"", RegistryValue::kText},
+        {"str(2):\"", RegistryValue::kExpandText},
+        {"str(7):\"", RegistryValue::kTexts}};
+    for (const auto& [prefix, type] : kTexts) {
+        if (!Skip(rest, prefix)) continue;
+        const auto text = TakeEscaped(rest, '"');
+        if (text) return RegistryValue{type, text::BytesFromUtf16(*text)};
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::string_view RegistryLine::In(std::string_view text) const {
+    std::string_view line = text.substr(begin, end - begin);
+    line = line.substr(0, line.find('\0'));
+    SkipBlanks(line);
+    return line;
+}
+
+RegistryLine LineAt(std::string_view text, std::size_t begin) {
+    const std::size_t feed = std::min(text.find('\n', begin), text.size());
+    const bool hasReturn = feed > begin && text[feed - 1] == '\r';
+    return {begin, feed - hasReturn, std::min(feed + 1, text.size())};
+}
+
+std::u16string PlainKey(std::u16string_view key) {
+    std::u16string plain;
+    for (const char16_t unit : key) {
+        if (unit != u'\\' || (!plain.empty() && plain.back() != u'\\')) plain += unit;
+    }
+    if (plain.ends_with(u'\\')) plain.pop_back();
+    return plain;
+}
+
+std::optional<std::u16string> ParseKeyLine(std::string_view line) {
+    if (!Skip(line, "[")) return std::nullopt;
+    const auto key = TakeEscaped(line, ']');
+    if (!key) return std::nullopt;
+    return PlainKey(*key);
+}
+
+std::optional<ValueLine> ReadValueLine(std::string_view text, RegistryLine line) {
+    std::string_view rest = line.In(text);
+    const auto name = TakeValueName(rest);
+    if (!name) return std::nullopt;
+    ValueLine found{*name, {}, static_cast<std::size_t>(rest.data() - text.data()), {}, {}, false};
+    if (const auto type = TakeHexType(rest)) {
+        std::string bytes;
+        HexEnd end = AppendHexLine(rest, bytes);
+        while (end == HexEnd::kGoesOn && line.next < text.size()) {
+            line = LineAt(text, line.next);
+            end = AppendHexLine(line.In(text), bytes);
+        }
+        if (end == HexEnd::kWhole) found.value = RegistryValue{*type, bytes};
+        found.isOpen = end == HexEnd::kGoesOn;
+    } else {
+        found.value = ParseData(rest);
+    }
+    found.dataEnd = line.end;
+    found.next = line.next;
+    return found;
+}
+
+std::string FormatData(const RegistryValue& value) {
+    if (value.type == RegistryValue::kNumber) {
+        char buffer[20];
+        std::snprintf(buffer, sizeof buffer, "dword:%08x",
+                      static_cast<unsigned>(ReadU32(value.data, 0).value_or(0)));
+        return buffer;
+    }
+    return '"' + Escape(text::Utf16FromBytes(value.data), false) + '"';
+}
+
+bool EqualFolded(std::u16string_view a, std::u16string_view b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char16_t x, char16_t y) {
+        return x == y || posix::FoldCase(x) == posix::FoldCase(y);
+    });
+}
+
+}  // namespace platform::prefix

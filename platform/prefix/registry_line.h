@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/prefix/registry_text.h"
+
+namespace platform::prefix {
+
+// A line of a registry file, as Wine takes it: what is read ends at a zero byte and begins behind
+// blanks. Offsets count from the beginning of the text; the line end is not part of the line.
+struct RegistryLine {
+    std::size_t begin = 0, end = 0, next = 0;
+
+    std::string_view In(std::string_view text) const;
+};
+
+// The line that begins at `begin`, which lies before the end of the text.
+RegistryLine LineAt(std::string_view text, std::size_t begin);
+
+// A key's name without leading, trailing and doubled backslashes, which mean nothing.
+std::u16string PlainKey(std::u16string_view key);
+// The key, in that form, of a line that opens one. Nothing if the line is damaged.
+std::optional<std::u16string> ParseKeyLine(std::string_view line);
+
+struct ValueLine {
+    std::u16string name;
+    std::optional<RegistryValue> value;  // nothing if the data are damaged
+    std::size_t dataBegin = 0, dataEnd = 0, next = 0;
+    bool isOpen = false;  // it ends in the promise of a line that the text does not have
+};
+
+// The value that begins at `line`. Data in hex that end in a backslash go on in the next line,
+// whatever that holds. Nothing if the line names no value.
+std::optional<ValueLine> ReadValueLine(std::string_view text, RegistryLine line);
+// The data of a text or a number.
+std::string FormatData(const RegistryValue& value);
+
+bool EqualFolded(std::u16string_view a, std::u16string_view b);
+
+}  // namespace platform::prefix

@@ -1,0 +1,96 @@
+#include "text/utf.h"
+
+namespace text {
+
+namespace {
+
+constexpr bool IsSurrogate(char32_t character, char32_t first) {
+    return character >= first && character < first + 0x400;
+}
+
+}  // namespace
+
+char32_t TakeUtf8(std::string_view& rest) {
+    const auto lead = static_cast<unsigned char>(rest.front());
+    const auto fail = [&] {
+        rest.remove_prefix(1);
+        return kNoCharacter;
+    };
+    if (lead < 0x80) {
+        rest.remove_prefix(1);
+        return lead;
+    }
+    const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+    if (lead < 0xC2 || lead > 0xF4 || rest.size() < length) return fail();
+    char32_t character = lead & (0xFFu >> (length + 1));
+    for (std::size_t i = 1; i < length; ++i) {
+        const auto byte = static_cast<unsigned char>(rest[i]);
+        if ((byte & 0xC0) != 0x80) return fail();
+        character = character << 6 | (byte & 0x3F);
+    }
+    constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
+    const bool isForbidden = character < kLeast[length] || character > 0x10FFFF ||
+                             (character >= 0xD800 && character < 0xE000);
+    if (isForbidden) return fail();
+    rest.remove_prefix(length);
+    return character;
+}
+
+void AppendUtf8(char32_t character, std::string& out) {
+    const auto byte = [&](char32_t bits) { out += static_cast<char>(bits); };
+    if (character < 0x80) {
+        byte(character);
+    } else if (character < 0x800) {
+        byte(0xC0 | character >> 6);
+        byte(0x80 | (character & 0x3F));
+    } else if (character < 0x10000) {
+        byte(0xE0 | character >> 12);
+        byte(0x80 | (character >> 6 & 0x3F));
+        byte(0x80 | (character & 0x3F));
+    } else {
+        byte(0xF0 | character >> 18);
+        byte(0x80 | (character >> 12 & 0x3F));
+        byte(0x80 | (character >> 6 & 0x3F));
+        byte(0x80 | (character & 0x3F));
+    }
+}
+
+char32_t TakeUtf16(std::u16string_view& rest) {
+    const char32_t first = rest.front();
+    rest.remove_prefix(1);
+    if (!IsSurrogate(first, 0xD800) || rest.empty() || !IsSurrogate(rest.front(), 0xDC00)) {
+        return first;
+    }
+    const char32_t second = rest.front();
+    rest.remove_prefix(1);
+    return 0x10000 + ((first & 0x3FF) << 10 | (second & 0x3FF));
+}
+
+void AppendUtf16(char32_t character, std::u16string& out) {
+    if (character < 0x10000) {
+        out += static_cast<char16_t>(character);
+    } else {
+        out += static_cast<char16_t>(0xD7C0 + (character >> 10));
+        out += static_cast<char16_t>(0xDC00 | (character & 0x3FF));
+    }
+}
+
+std::u16string Utf16FromBytes(std::string_view bytes) {
+    std::u16string text;
+    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
+        text += static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) |
+                                      static_cast<unsigned char>(bytes[i + 1]) << 8);
+    }
+    return text;
+}
+
+std::string BytesFromUtf16(std::u16string_view text) {
+    std::string bytes;
+    for (const char16_t unit : text) {
+        bytes += static_cast<char>(unit & 0xFF);
+        bytes += static_cast<char>(unit >> 8);
+    }
+    return bytes;
+}
+
+}  // namespace text
