@@ -148,7 +148,8 @@ bool Appender::LookForUncertain() {
 }
 
 // What lies behind the counted blocks gives way only if a run of ours left it there: blocks of
-// mails behind the last counted one, the last block perhaps cut short. Zeros are nothing.
+// mails behind the last counted one that is in the file, the last block perhaps cut short. Zeros
+// are nothing.
 bool Appender::IsTailOurs(std::uint64_t tocSize) {
     if (tocSize <= BlockEnd(0)) return true;
     constexpr std::uint64_t kMost = std::uint64_t{kMostMsgs} * kMsgBlockSize;
@@ -156,7 +157,8 @@ bool Appender::IsTailOurs(std::uint64_t tocSize) {
     const auto read = m_place.toc.ReadAt(BlockEnd(0), tail);
     std::uint64_t lastEnd = 0;
     const auto last = [&](const MailPlace& place) -> Status {
-        lastEnd = std::uint64_t{place.dwOffset} + place.dwLength;
+        const std::uint64_t end = std::uint64_t{place.dwOffset} + place.dwLength;
+        if (end <= m_start) lastEnd = end;
         return {};
     };
     const auto counted = ForEachBlock(m_place.toc, m_header.wNumberOfMsgs, last);

@@ -172,6 +172,7 @@ TEST_F(MailWriteTest, OnlyItsOwnLeftoversGiveWay) {
     const std::string macintosh = std::string("\0\1", 2) + std::string(276, '\0');
     std::string entries;
     for (int i = 0; i < 20; ++i) entries += std::string(200, 'e') + std::string(20, '\0');
+    const std::string lost = MailboxBuilder(box).Block(3, 4'194'304, 218).Toc();
     std::string odd = toc;
     odd[1] = '\x7F';
     const std::tuple<const char*, std::string, bool> rows[] = {
@@ -187,6 +188,7 @@ TEST_F(MailWriteTest, OnlyItsOwnLeftoversGiveWay) {
         {"leftovers", toc + leftover + second, true},
         {"leftovers, cut short", toc + leftover + second.substr(0, 20), true},
         {"leftovers, not written out", toc + leftover + std::string(300, '\0'), true},
+        {"leftovers behind a block that leads nowhere", lost + leftover, true},
         {"an unknown version, nothing behind it", odd, true},
         {"no byte", "", true},
         {"half a block", toc.substr(0, 400), true},
