@@ -58,6 +58,10 @@ platform::Status CheckInBox(const Setup& setup) {
                 std::string(name) + " in " + setup.eudoraShown + " is in use by another program",
                 "try again when it has ended");
         }
+        if (error.code == platform::ErrorCode::kNotRegular) {
+            return Refused(std::string(name) + " in " + setup.eudoraShown + " is no regular file",
+                           "move it away and bring back a copy of the mailbox");
+        }
         return Refused(
             std::string(name) + " in " + setup.eudoraShown + " cannot be read: " + error.Message(),
             "give yourself read permission");
