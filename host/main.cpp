@@ -1,3 +1,4 @@
+#include <exception>
 #include <new>
 
 #include "host/cli/application.h"
@@ -9,10 +10,14 @@ int main(int argc, char** argv) {
     platform::UseBinaryStreams();
     platform::KeepNewFilesPrivate();
     try {
-        return static_cast<int>(host::RunApplication(platform::ProgramArguments(argc, argv)));
+        const auto code = host::RunApplication(platform::ProgramArguments(argc, argv));
+        if (host::OutputIsWhole()) return static_cast<int>(code);
+        host::PrintError("not all of the output could be written: look whether the disk is full");
     } catch (const std::bad_alloc&) {
         host::PrintError(
             "there is not enough memory: close other programs, or raise the limit (ulimit -v)");
-        return static_cast<int>(host::ExitCode::kFailed);
+    } catch (const std::exception& error) {
+        host::PrintError(error.what());
     }
+    return static_cast<int>(host::ExitCode::kFailed);
 }

@@ -134,6 +134,9 @@ TEST(Cli, HelpAndVersionAreNoFault) {
         EXPECT_THAT(outcome.out, HasSubstr(told));
         EXPECT_THAT(outcome.err, IsEmpty());
     }
+    const Outcome lost = bench.KvsyncWith("sh -c '\"$0\" \"$@\" > /dev/full'", "--help");
+    EXPECT_EQ(lost.code, 1);
+    EXPECT_THAT(lost.err, HasSubstr("not all of the output"));
 }
 
 // Reading commands need no more than the folder, and leave it as it is.
