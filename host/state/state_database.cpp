@@ -27,6 +27,9 @@ platform::Status CheckKinds(platform::Files& files, const std::string& path) {
         const std::string name = path + end;
         if (files.IsFree(name)) continue;
         const auto file = files.Open(name, platform::OpenMode::kRead, platform::Share::kReadWrite);
+        if (!file && file.Error().code == ErrorCode::kNotFound) {
+            return platform::Failure{ErrorCode::kNotRegular, name + " (a link that leads nowhere)"};
+        }
         if (!file) return file.Error();
     }
     return {};
