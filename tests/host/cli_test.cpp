@@ -34,6 +34,8 @@ const BadInput kBadInputs[] = {
     {"list contacts --config @unknown.toml", 2, "colour"},
     {"list contacts --config @number.toml", 2, "eudora"},
     {"list contacts --config @both.toml", 2, "--wine-prefix"},
+    {"sync mail --eudora @E --maildir ''", 2, "maildir is empty"},
+    {"export contacts --eudora @E --to ''", 2, "is empty"},
     {"list contacts", 3, "no-prefix"},
     {"list contacts --eudora @missing", 3, "missing"},
     {"list contacts --eudora @E/nndbase.txt", 3, "no folder"},
