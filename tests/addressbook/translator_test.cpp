@@ -265,6 +265,8 @@ struct Scene final : TranslatorTest {
         return name == "open"             ? Read()
                : name == "find"           ? book.GoToRecord(kCarla.c_str())
                : name == "first"          ? book.MoveFirst()
+               : name == "next"           ? book.MoveNext()
+               : name == "delete all"     ? book.DeleteAllRecords()
                : name == "edit"           ? book.EditRecord(kCarla.c_str())
                : name == "new"            ? book.AddNewRecord(0)
                : name == "store"          ? book.UpdateRecord(id, info)
@@ -302,6 +304,8 @@ TEST(BookMemory, WhatFailsHasChangedNothingAndWorksTheNextTime) {
     const std::pair<std::string, std::string> operations[] = {{"edit\nset 2 x", "open"},
                                                               {"", "find"},
                                                               {"delete b", "first"},
+                                                              {"first", "next"},
+                                                              {"", "delete all"},
                                                               {"edit\nset 2 x", "set 7 " + longer},
                                                               {"edit", "set 1 c"},
                                                               {"new", "set 6 " + longer},
