@@ -168,7 +168,7 @@ class Checker {
             Require(std::prev(next)->second <= mail.offset, "lies over another mail");
         }
         m_places.insert({mail.offset, end});
-        if (m_index > m_rules.ours && !m_rules.mayHaveLeftovers) {
+        if (m_index > 0 && m_index >= m_rules.ours && !m_rules.mayHaveLeftovers) {
             Require(m_end == mail.offset, "does not begin where the mail before it ends");
         }
         m_end = end;
