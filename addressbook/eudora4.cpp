@@ -177,7 +177,8 @@ RRETURNCODE CREudora4::DeleteAllRecords() {
     return Guarded("DeleteAllRecords", [&] {
         KV_LOG(5, "Enter - CREudora4::DeleteAllRecords\n");
         m_AddressBook.ClearRecords();
-        m_AddressBook.SaveRecords();
+        // The records are gone, whatever becomes of the file: the next save writes it.
+        (void)Guarded("DeleteAllRecords", [&] { return m_AddressBook.SaveRecords(); });
         return RRC_OK;
     });
 }

@@ -64,11 +64,14 @@ unsigned CEudoraAB::CodePage() const {
     return Util().system.processes.CodePage();
 }
 
-// Runs what uses m_File, which is closed afterwards in any case.
+// Runs what uses m_File, which is closed afterwards in any case. Memory for the failure comes
+// first: where it has run out, the caller must still get to what it has to clean up.
 template <class Operation>
 Status CEudoraAB::WithFile(std::string_view path, Operation operation) {
     auto code = ErrorCode::kIo;
+    std::string context;
     try {
+        context = path;
         Status status = operation();
         m_File.reset();
         return status;
@@ -78,7 +81,8 @@ Status CEudoraAB::WithFile(std::string_view path, Operation operation) {
         // Whatever it is, the file was not read or written.
     }
     m_File.reset();
-    return Failure{code, std::string(path)};
+    if (context.empty()) context = path;
+    return Failure{code, std::move(context)};
 }
 
 RRETURNCODE CEudoraAB::Open(LPCTSTR path) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/os/code_page.h"
 #include "platform/os/profile.h"
 #include "text/double_byte.h"
 #include "text/path.h"
@@ -22,18 +23,9 @@ bool IsOnDrive(std::string_view path) {
     return (drive >= 'A' && drive <= 'Z') || (drive >= 'a' && drive <= 'z');
 }
 
-// The same for all names that the system takes for one; other names may have it too.
+// The same for all names that the system takes for one.
 std::string Key(std::string_view name, unsigned codePage) {
-    std::string key;
-    for (std::size_t i = 0; i < name.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(name[i]);
-        if (byte < 0x80) {
-            key += byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : name[i];
-        } else {
-            key += '?';
-            if (text::IsLeadByte(byte, codePage)) ++i;
-        }
-    }
+    std::string key = platform::UpperCase(name, codePage);
     key.erase(key.find_last_not_of(". ") + 1);
     return key;
 }
@@ -80,21 +72,37 @@ AttachmentSearch::Folder* AttachmentSearch::FolderOf(std::string_view linePath) 
     return &folder;
 }
 
+bool AttachmentSearch::IsNew(const std::string& realPath) {
+    return LiesInRoot(realPath) && m_found.insert(realPath).second;
+}
+
+// A name that is not there just so costs the system a look at every name. It is asked once; what
+// else the lines name is looked for among the names that it told, each of which counts once.
 std::string AttachmentSearch::FindIn(Folder& folder, const std::string& name) {
-    if (folder.names && !folder.names->contains(Key(name, m_codePage))) return {};
     std::string path = folder.path + name;
-    const auto real = m_system.files.RealPath(path);
-    if (real) {
-        const bool isNew = LiesInRoot(*real) && m_found.insert(*real).second;
-        return isNew ? path : std::string();
+    if (!folder.names) {
+        const auto real = m_system.files.RealPath(path);
+        const bool isSpeltSo = real && real->ends_with('/' + platform::ToUtf8(name, m_codePage));
+        if (isSpeltSo && IsNew(*real)) return path;
+        ListNames(folder);
     }
-    // A name that is not there has cost a look at every name; the next ones must not.
-    if (folder.names) return {};
+    const auto [first, last] = folder.names->equal_range(Key(name, m_codePage));
+    if (first == last) return {};
+    auto spelt = std::find_if(first, last, [&](const auto& entry) { return entry.second == name; });
+    if (spelt == last) spelt = first;
+    path = folder.path + spelt->second;
+    folder.names->erase(spelt);
+    const auto real = m_system.files.RealPath(path);
+    return real && IsNew(*real) ? path : std::string();
+}
+
+void AttachmentSearch::ListNames(Folder& folder) const {
     folder.names.emplace();
     const auto entries = m_system.files.List(folder.path, "*");
-    if (!entries) return {};
-    for (const auto& entry : *entries) folder.names->insert(Key(entry.name, m_codePage));
-    return {};
+    if (!entries) return;
+    for (const auto& entry : *entries) {
+        if (!entry.isFolder) folder.names->emplace(Key(entry.name, m_codePage), entry.name);
+    }
 }
 
 std::string AttachmentSearch::Find(std::string_view linePath) {

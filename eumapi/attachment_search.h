@@ -27,14 +27,16 @@ class AttachmentSearch {
   private:
     struct Folder {
         std::string path;  // ends in a separator; empty if attachments do not lie there
-        // What may be in it, as far as that was asked.
-        std::optional<std::set<std::string>> names;
+        // The names of its files that no line led to yet, once they were asked for.
+        std::optional<std::multimap<std::string, std::string>> names;
     };
 
     void AddRoot(std::string path);
     bool LiesInRoot(const std::string& realPath) const;
     Folder* FolderOf(std::string_view linePath);
     std::string FindIn(Folder& folder, const std::string& name);
+    void ListNames(Folder& folder) const;
+    bool IsNew(const std::string& realPath);
 
     platform::System m_system;
     unsigned m_codePage;

@@ -52,7 +52,9 @@ int CEudoraTransUtil::StoreSettings(CEudoraAppInfo& info, LPCTSTR path) {
         std::string bytes;
         CArchive archive(bytes);
         info.Serialize(archive);
-        if (platform::WriteWhole(system.files, path, bytes)) return 1;
+        const auto stored = platform::WriteWhole(system.files, path, bytes);
+        if (stored) return 1;
+        AddCause(stored.Error());
     } catch (const std::exception&) {
     }
     KV_LOG(1, "Unable to store app info file %s\n", path);

@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "frame/guard.h"
 #include "frame/trans_base.h"
 
@@ -44,17 +46,20 @@ RRETURNCODE CREudoraTransBase::GetAppInfo(BOOL bConfigure, RWORD, RWORD value2, 
             if (code != RRC_OK) return code;
             m_appInfo.SetLoaded(1);
         }
-        if (bConfigure != 0 && ShowOptions() != 0) {
-            if (isNew) {
-                (void)Util().system.files.Delete(csSelection.Str());
-                m_appInfo.SetLoaded(0);
-            }
-            return RRC_CANCELLED;
+        const RRETURNCODE code = Guarded("GetAppInfo", [&] {
+            if (bConfigure != 0 && ShowOptions() != 0) return RRC_CANCELLED;
+            CString selection(csSelection), summary(m_appInfo.GetSummaryText());
+            std::swap(m_csSelection, selection);
+            std::swap(csSummary, summary);
+            return RRC_OK;
+        });
+        // Whatever the reason, the host is not told of the new file.
+        if (code != RRC_OK && isNew) {
+            m_appInfo.SetLoaded(0);
+            (void)Util().system.files.Delete(csSelection.Str());
         }
-        m_csSelection = csSelection;
-        csSummary = m_appInfo.GetSummaryText();
-        KV_LOG(5, "Exit CREudoraTransBase::GetAppInfo\n");
-        return RRC_OK;
+        if (code == RRC_OK) KV_LOG(5, "Exit CREudoraTransBase::GetAppInfo\n");
+        return code;
     });
 }
 

@@ -59,8 +59,13 @@ void CEudoraTransUtil::AddErrorText(LPCTSTR text) {
 }
 
 void CEudoraTransUtil::AddFileError(const platform::Failure& failure) {
-    constexpr unsigned kMsgCannotOpen = 1, kMsgDiskFull = 19, kMsgNoMemory = 20;
+    constexpr unsigned kMsgCannotOpen = 1;
     AddErrorText(FormatString(kMsgCannotOpen, failure.context));
+    AddCause(failure);
+}
+
+void CEudoraTransUtil::AddCause(const platform::Failure& failure) {
+    constexpr unsigned kMsgDiskFull = 19, kMsgNoMemory = 20;
     if (failure.code == platform::ErrorCode::kNoSpace) AddError(kMsgDiskFull);
     if (failure.code == platform::ErrorCode::kNoMemory) AddError(kMsgNoMemory);
 }

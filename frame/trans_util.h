@@ -23,9 +23,10 @@ class CEudoraTransUtil {
     // The message queues, oldest first.
     void AddError(unsigned id);
     void AddErrorText(LPCTSTR text);
-    // Says that the file of the failure could not be opened, then why, where the bundle has words
-    // for it: the disk is full, there is not enough memory.
+    // Says that the file of the failure could not be opened, then AddCause.
     void AddFileError(const platform::Failure& failure);
+    // Says why, where the bundle has words for it: the disk is full, there is not enough memory.
+    void AddCause(const platform::Failure& failure);
     void AddWarningText(LPCTSTR text);
     void ClearErrors() { saErrors.RemoveAll(); }
     void ClearWarnings() { saWarnings.RemoveAll(); }

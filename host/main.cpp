@@ -1,3 +1,4 @@
+#include <exception>
 #include <new>
 
 #include "host/base/output.h"
@@ -9,10 +10,15 @@ int main(int argc, char** argv) {
     platform::UseBinaryStreams();
     platform::KeepNewFilesPrivate();
     try {
-        return static_cast<int>(host::cli::RunApplication(platform::ProgramArguments(argc, argv)));
+        const auto code = host::cli::RunApplication(platform::ProgramArguments(argc, argv));
+        if (host::base::OutputIsWhole()) return static_cast<int>(code);
+        host::base::PrintError(
+            "not all of the output could be written: look whether the disk is full");
     } catch (const std::bad_alloc&) {
         host::base::PrintError(
             "there is not enough memory: close other programs, or raise the limit (ulimit -v)");
-        return static_cast<int>(host::base::ExitCode::kFailed);
+    } catch (const std::exception& error) {
+        host::base::PrintError(error.what());
     }
+    return static_cast<int>(host::base::ExitCode::kFailed);
 }

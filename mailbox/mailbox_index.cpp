@@ -30,7 +30,8 @@ constexpr std::uint64_t kReadsOfMail = 64 * 1024;
 // The blocks of a .toc file one after the other, read many at once.
 class BlockReader {
   public:
-    explicit BlockReader(File& file) : m_file(file), m_buffer(kBlocksAtOnce * kMsgBlockSize) {}
+    BlockReader(File& file, std::size_t count)
+        : m_file(file), m_buffer(std::min(count, kBlocksAtOnce) * kMsgBlockSize) {}
 
     // Valid until the next call; shorter than a block at the end of the file.
     Result<std::string_view> Next() {
@@ -53,15 +54,18 @@ class BlockReader {
 
 class MailReader {
   public:
-    MailReader(File& file, std::uint64_t mayRead)
-        : m_file(file), m_mayRead(mayRead), m_buffer(kLongestPiece) {}
+    MailReader(File& file, std::uint64_t size, std::uint64_t mayRead)
+        : m_file(file),
+          m_mayRead(mayRead),
+          m_buffer(static_cast<std::size_t>(std::min<std::uint64_t>(size + 1, kLongestPiece))) {}
 
     Result<MessageIdScan> Scan(std::uint64_t offset, std::uint64_t length) {
         MessageIdScan scan;
         ++m_mails;
         for (std::size_t piece = m_firstPiece; length > 0;
              piece = std::min(piece * 4, kLongestPiece)) {
-            const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(piece, length));
+            const auto wanted =
+                static_cast<std::size_t>(std::min<std::uint64_t>({piece, length, m_buffer.size()}));
             if (wanted > m_mayRead) return MessageIdScan();
             const auto count = m_file.ReadAt(offset, std::span(m_buffer.data(), wanted));
             if (!count) return count.Error();
@@ -86,7 +90,7 @@ class MailReader {
     std::uint64_t m_mayRead;
     std::size_t m_firstPiece = kShortestPiece;
     std::size_t m_mails = 0, m_tooShort = 0;  // since the first piece was last looked at
-    std::vector<char> m_buffer;
+    std::vector<char> m_buffer;               // longer than the file, so that its end is seen
 };
 
 }  // namespace
@@ -113,7 +117,7 @@ Result<TocHeader> ReadTocHeaderToChange(File& toc) {
 Status ForEachBlock(File& toc, std::uint32_t count, const VisitBlock& visit) {
     const auto at = toc.Seek(kTocHeaderSize, platform::SeekFrom::kBegin);
     if (!at) return at.Error();
-    BlockReader blocks(toc);
+    BlockReader blocks(toc, count);
     for (std::uint32_t i = 0; i < count; ++i) {
         const auto bytes = blocks.Next();
         if (!bytes) return bytes.Error();
@@ -126,7 +130,7 @@ Result<std::uint32_t> ReadIndex(File& mbx, File& toc, std::uint32_t count,
                                 const IndexedMail& found) {
     const auto size = mbx.Size();
     if (!size) return size.Error();
-    MailReader mails(mbx, *size * kReadsOfFile + count * kReadsOfMail);
+    MailReader mails(mbx, *size, *size * kReadsOfFile + count * kReadsOfMail);
     std::uint32_t lastId = 0;
     const Status status = ForEachBlock(toc, count, [&](const MailPlace& place) -> Status {
         lastId = place.dwMsgId;

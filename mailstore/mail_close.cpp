@@ -43,7 +43,8 @@ void CREudoraMail::DeleteAttachFile() {
     const auto matches = system.files.List(*folder, "Qzv*.tmp");
     if (!matches || matches->empty()) return;
     for (const auto& entry : *matches) {
-        if (!entry.isFolder) (void)system.files.Delete(*folder + entry.name);
+        // Copies of read-only files were once read-only.
+        if (!entry.isFolder) (void)system.files.DeleteEvenReadOnly(*folder + entry.name);
         KV_LOG(5, "          - %s\n", entry.name.c_str());
         system.clock.Sleep(std::chrono::milliseconds(0));
     }

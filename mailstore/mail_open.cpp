@@ -113,10 +113,10 @@ RRETURNCODE CREudoraMail::CreateMailboxFiles(const CString& mbx, const CString& 
     const auto make = [&](const CString& path, std::string_view content) {
         const auto file = files.Open(path.Str(), OpenMode::kCreateNew, Share::kNone);
         if (!file) return false;
-        const bool isWritten = (*file)->Write(content).HasValue();
-        const bool isClosed = (*file)->Close().HasValue();
-        if (isWritten && isClosed) return true;
+        const auto written = (*file)->Write(content), closed = (*file)->Close();
+        if (written && closed) return true;
         (void)files.Delete(path.Str());
+        Util().AddCause((written ? closed : written).Error());
         return false;
     };
     if (files.IsFree(mbx.Str()) && !make(mbx, "")) {

@@ -14,7 +14,7 @@ using platform::Share;
 namespace {
 
 constexpr long kStrFrom = 41, kStrAttachment = 77;
-constexpr unsigned kMsgDiskFull = 19, kMsgNoMemory = 20;
+constexpr unsigned kMsgNoMemory = 20;
 constexpr long kMsgCannotOpen = 1, kMsgFull = 85, kMsgKeptFile = 86, kMsgForeignToc = 87;
 
 }  // namespace
@@ -80,7 +80,7 @@ RRETURNCODE CREudoraMail::ReportUnwritten(const mailstore::Appended& appended) {
 void CREudoraMail::ReportFile(const platform::Failure& failure, const CString& path) {
     if (failure.code == ErrorCode::kCorrupt) return ReportNamed(kMsgForeignToc, path);
     Util().AddErrorText(Util().FormatString(kMsgCannotOpen, path));
-    if (failure.code == ErrorCode::kNoSpace) Util().AddError(kMsgDiskFull);
+    Util().AddCause(failure);
 }
 
 // A bundle without the text still names the thing.

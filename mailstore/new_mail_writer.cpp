@@ -35,6 +35,26 @@ std::size_t Arrived(platform::File& file, std::uint64_t position, std::string_vi
     return static_cast<std::size_t>(end - wanted.begin());
 }
 
+// The least number from `from` on that begins with these bytes, little-endian; what may follow them
+// is not known.
+std::uint64_t LeastFrom(std::uint64_t from, std::string_view lowBytes) {
+    std::uint64_t low = 0;
+    for (std::size_t i = lowBytes.size(); i-- > 0;) {
+        low = low << 8 | static_cast<unsigned char>(lowBytes[i]);
+    }
+    return from + ((low - from) & ((std::uint64_t{1} << 8 * lowBytes.size()) - 1));
+}
+
+// Whether a block, perhaps cut short, can be that of a mail that lies between these places.
+bool CanLieBetween(std::uint64_t begin, std::uint64_t end, std::string_view block) {
+    constexpr std::uint64_t kMost = std::numeric_limits<std::uint32_t>::max();
+    constexpr std::size_t kSize = sizeof(mailbox::MailPlace::dwOffset);
+    const std::uint64_t offset = LeastFrom(begin, block.substr(0, kSize));
+    const std::uint64_t length =
+        LeastFrom(1, block.substr(std::min(block.size(), kSize)).substr(0, kSize));
+    return offset <= kMost && length <= kMost && offset + length <= end;
+}
+
 std::uint32_t IdOf(const MapiMessage& record) {
     return mailbox::MsgIdOf(record.lpszConversationID != nullptr ? record.lpszConversationID : "");
 }
@@ -148,7 +168,8 @@ bool Appender::LookForUncertain() {
 }
 
 // What lies behind the counted blocks gives way only if a run of ours left it there: blocks of
-// mails behind the last counted one, the last block perhaps cut short. Zeros are nothing.
+// mails behind all counted ones that are in the file, which may stand in any order, the last block
+// perhaps cut short at any byte. Zeros are nothing.
 bool Appender::IsTailOurs(std::uint64_t tocSize) {
     if (tocSize <= BlockEnd(0)) return true;
     constexpr std::uint64_t kMost = std::uint64_t{mailbox::kMostMsgs} * mailbox::kMsgBlockSize;
@@ -156,7 +177,8 @@ bool Appender::IsTailOurs(std::uint64_t tocSize) {
     const auto read = m_place.toc.ReadAt(BlockEnd(0), tail);
     std::uint64_t lastEnd = 0;
     const auto last = [&](const mailbox::MailPlace& place) -> Status {
-        lastEnd = std::uint64_t{place.dwOffset} + place.dwLength;
+        const std::uint64_t end = std::uint64_t{place.dwOffset} + place.dwLength;
+        if (end <= m_start) lastEnd = std::max(lastEnd, end);
         return {};
     };
     const auto counted = mailbox::ForEachBlock(m_place.toc, m_header.wNumberOfMsgs, last);
@@ -165,9 +187,7 @@ bool Appender::IsTailOurs(std::uint64_t tocSize) {
     tail.resize(tail.find_last_not_of('\0') + 1);
     for (std::string_view rest = tail; !rest.empty();
          rest.remove_prefix(std::min(rest.size(), mailbox::kMsgBlockSize))) {
-        const auto place = mailbox::MailPlace::Decode(rest.substr(0, mailbox::kMsgBlockSize));
-        isOurs = isOurs && place.dwLength > 0 && place.dwOffset >= lastEnd &&
-                 std::uint64_t{place.dwOffset} + place.dwLength <= m_start;
+        isOurs = isOurs && CanLieBetween(lastEnd, m_start, rest.substr(0, mailbox::kMsgBlockSize));
     }
     return IsDone(m_place.toc, isOurs ? Status() : Status(Failure{ErrorCode::kCorrupt, ""}));
 }

@@ -1,8 +1,8 @@
 #!/bin/bash
 # Kills `kvsync sync` in front of each call that changes something on the disk, lets a second run
 # finish, and compares what both sides hold with what they hold after a run that nobody disturbed:
-# mails, read states, attachments and their names, what was sent, Eudora's Out, contacts. Works on
-# copies of samples/Eudora.
+# mails, read states, attachments and their names, what was sent, Eudora's Out, Trash and Attach,
+# contacts. Works on copies of samples/Eudora.
 #
 #     tools/kill_sweep.sh                 all calls
 #     tools/kill_sweep.sh rename unlink   these system calls
@@ -50,6 +50,7 @@ killed() {
 } 2>/dev/null
 
 cp -r "$here/../samples/Eudora" "$place/E"
+python3 "$sides" start "$place"
 mkdir "$place/C" "$place/start"
 run 4 configure mail --age off --size off --attachments on --attachment-size off --eudora "$place/E"
 run 4 "${sync[@]}"

@@ -1,9 +1,12 @@
 """What tools/kill_sweep.sh changes and compares.
 
+    kill_sweep_sides.py start DIR    takes the block that is cut short off DIR/E's In.toc: what happens
+                                     to it depends on what is put behind it, and when
     kill_sweep_sides.py change DIR   in DIR/M 4 removals, 6 read states, 5 new mails and 2 to send; a
                                      contact in DIR/E and one in DIR/C
     kill_sweep_sides.py tell DIR     what is in DIR/X (Eudora's in-box, exported), DIR/M with its
-                                     subfolders, Eudora's Out, its nickname file, and DIR/C
+                                     subfolders, Eudora's Out, Trash and Attach, its nickname file,
+                                     and DIR/C
 """
 import email
 import glob
@@ -35,6 +38,14 @@ def put(folder, number, files):
         file.write(bytes(message(number, files)))
 
 
+def start(place):
+    with open(os.path.join(place, "E", "In.toc"), "r+b") as toc:
+        whole = (os.fstat(toc.fileno()).st_size - 104) // 218
+        toc.truncate(104 + 218 * whole)
+        toc.seek(102)
+        toc.write(whole.to_bytes(2, "little"))
+
+
 def change(place):
     maildir = os.path.join(place, "M")
     cur = os.path.join(maildir, "cur")
@@ -62,17 +73,22 @@ def lines_of(folder):
         yield f"{mail['Message-ID']} {mail['Subject']} {path.partition(':')[2]} {files}"
 
 
-def out_lines(place):
-    with open(os.path.join(place, "E", "Out.mbx"), "rb") as file:
+def box_lines(place, box):
+    with open(os.path.join(place, "E", f"{box}.mbx"), "rb") as file:
         mbx = file.read()
-    with open(os.path.join(place, "E", "Out.toc"), "rb") as file:
+    with open(os.path.join(place, "E", f"{box}.toc"), "rb") as file:
         toc = file.read()
     for number in range(int.from_bytes(toc[102:104], "little")):
         at, length = struct.unpack_from("<II", toc, 104 + 218 * number)
-        for line in mbx[at:at + length].decode("cp1252").splitlines():
+        for line in mbx[at:at + length].decode("cp1252", "replace").splitlines():
             if line.startswith(("Subject: ", "X-Attachments: ")):
                 # The folder does not matter, the names do.
                 yield re.sub(r"\S*\\", "", line)
+
+
+# Each once: of a mail that was just being queued, a copy that no mail names may stay.
+def attach_names(place):
+    return {name for _, _, names in os.walk(os.path.join(place, "E", "Attach")) for name in names}
 
 
 def contact_lines(place):
@@ -87,10 +103,13 @@ def tell(place):
     for name in ("X", "M", "M/.Sent", "M/.Outbox"):
         for line in sorted(lines_of(os.path.join(place, name))):
             print(name, line)
-    for line in out_lines(place):
-        print("Out", line)
+    for box in ("Out", "Trash"):
+        for line in box_lines(place, box):
+            print(box, line)
+    for name in sorted(attach_names(place)):
+        print("Attach", name)
     for line in sorted(contact_lines(place)):
         print("contacts", line)
 
 
-{"change": change, "tell": tell}[sys.argv[1]](sys.argv[2])
+{"start": start, "change": change, "tell": tell}[sys.argv[1]](sys.argv[2])

@@ -145,7 +145,10 @@ platform::Status Backups::Fill(Backup& backup, const std::string& folder,
                                const std::vector<std::string>& origins) {
     for (const std::string& origin : origins) {
         auto info = m_files.Stat(origin);
-        if (!info && info.Error().code != ErrorCode::kNotFound) return info.Error();
+        const auto missing = info ? ErrorCode::kNotFound : info.Error().code;
+        if (missing != ErrorCode::kNotFound && missing != ErrorCode::kNotRegular) {
+            return info.Error();
+        }
         if (!info) {
             (m_files.IsFree(origin) ? backup.absent : backup.passedOver).push_back(origin);
             continue;
@@ -238,10 +241,17 @@ platform::Status Backups::CheckPlace(const std::string& path) {
     if (m_files.IsFree(path)) return {};
     const auto info = m_files.Stat(path);
     if (info && info->isReadOnly) return base::Refused(path + ": is read-only; make it writable");
-    const auto file = m_files.Open(path, platform::OpenMode::kRead, platform::Share::kReadWrite);
-    const auto code = file ? ErrorCode::kIo : file.Error().code;
-    if (code != ErrorCode::kNotRegular && code != ErrorCode::kNotFound) return {};
-    return base::Refused(path + ": is no regular file", "move it away");
+    const auto file = m_files.Open(path, platform::OpenMode::kReadWrite, platform::Share::kNone);
+    if (file) return {};
+    const auto code = file.Error().code;
+    if (code == ErrorCode::kNotRegular || code == ErrorCode::kNotFound) {
+        return base::Refused(path + ": is no regular file", "move it away");
+    }
+    if (code == ErrorCode::kSharingViolation) {
+        return base::Refused(path + ": is in use by another program",
+                             "try again when it has ended");
+    }
+    return file.Error();
 }
 
 // A side file takes the place of the present one, so that a fault leaves the one or the other.

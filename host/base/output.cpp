@@ -8,13 +8,17 @@ namespace host::base {
 
 bool PrintLine(std::string_view text) {
     std::cout << OneLine(text) << std::endl;
-    return static_cast<bool>(std::cout);
+    return OutputIsWhole();
 }
 
 void PrintText(std::string_view text) {
     std::cout << Visible(text);
     if (!text.empty() && !text.ends_with('\n')) std::cout << '\n';
     std::cout.flush();
+}
+
+bool OutputIsWhole() {
+    return static_cast<bool>(std::cout);
 }
 
 void PrintError(std::string_view text) {

@@ -12,6 +12,8 @@ namespace host::base {
 bool PrintLine(std::string_view text);
 // Lines on standard output, whose line ends and tabs stay; the last one is ended if it is not.
 void PrintText(std::string_view text);
+// False once a part of the output has been lost, as on a full disk.
+bool OutputIsWhole();
 // One line on standard error, behind the program's name.
 void PrintError(std::string_view text);
 // One line of the log on standard error.

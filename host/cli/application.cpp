@@ -27,6 +27,8 @@ constexpr const char* kFooter =
     "Keys of the configuration file: eudora, wine_prefix, contacts, maildir, state,\n"
     "nickname_file, settings, language, prefer, max_delete (texts) and code_page (a number).";
 
+constexpr const char* kEmpty = "is empty where a path is needed";
+
 using Action = std::function<base::ExitCode(const Options&)>;
 
 // What the command line asks for.
@@ -122,7 +124,9 @@ void AddReading(CLI::App& app, Request& request) {
                                                      : ExportContacts(options, request.toFolder);
                    });
     AddWhat(exporting, request, true);
-    exporting->add_option("--to", request.toFolder, "the folder")->required();
+    exporting->add_option("--to", request.toFolder, "the folder")
+        ->required()
+        ->check([](const std::string& folder) { return folder.empty() ? kEmpty : ""; });
 }
 
 base::ExitCode Misuse(const std::string& text) {
@@ -182,6 +186,19 @@ void AddRest(CLI::App& app, Request& request) {
 
 // What the values of the command line and of the configuration file have in common.
 std::string CheckValues(const Options& options) {
+    // An empty path would stand for the current folder.
+    const std::pair<const char*, const std::optional<std::string>*> paths[] = {
+        {"eudora", &options.setup.eudora},
+        {"wine-prefix", &options.setup.winePrefix},
+        {"contacts", &options.contacts},
+        {"maildir", &options.maildir},
+        {"state", &options.state},
+        {"config", &options.config},
+        {"settings", &options.setup.settings},
+        {"nickname-file", &options.setup.nicknameFile}};
+    for (const auto& [name, path] : paths) {
+        if (*path && (*path)->empty()) return std::string(name) + ' ' + kEmpty;
+    }
     if (options.prefer && !sync::ParsePrefer(*options.prefer)) {
         return "prefer is eudora, folder, newer or both, not " + *options.prefer;
     }

@@ -56,8 +56,8 @@ platform::Result<std::vector<base::StoreItem>> VdirContacts::List() {
     if (!entries) return entries.Error();
     std::vector<base::StoreItem> items;
     for (const platform::FolderEntry& entry : *entries) {
-        if (entry.isFolder) continue;
-        if (entry.name.starts_with(kSidePrefix) && entry.name.ends_with(kSideSuffix)) {
+        if (!entry.isFolder && entry.name.starts_with(kSidePrefix) &&
+            entry.name.ends_with(kSideSuffix)) {
             m_leftovers.push_back(entry.name);
         }
         if (entry.name.starts_with('.') || !entry.name.ends_with(".vcf")) continue;

@@ -157,8 +157,7 @@ platform::Status CheckNicknameFile(const std::string& windowsPath, bool forWriti
     }
     auto opened = files.Open(windowsPath, platform::OpenMode::kRead, platform::Share::kReadWrite);
     if (!opened && opened.Error().code == platform::ErrorCode::kNotRegular) {
-        return base::Refused("the nickname file " + shown +
-                             " is no regular file: move it away or choose another");
+        return base::Refused("the nickname file " + shown + " is no regular file", kChoose);
     }
     if (!opened) {
         return base::Refused(

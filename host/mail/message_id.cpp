@@ -23,15 +23,21 @@ bool IsIndexId(std::string_view id) {
            id.find_first_not_of("0123456789ABCDEF", 2) == std::string_view::npos;
 }
 
-std::string Fingerprint(std::string_view text) {
+std::string Fingerprint(std::span<const std::string_view> pieces) {
     std::uint64_t hash = 0xCBF29CE484222325;  // FNV-1a
-    for (const char letter : text) {
-        hash = (hash ^ static_cast<unsigned char>(letter)) * 0x100000001B3;
+    for (const std::string_view piece : pieces) {
+        for (const char letter : piece) {
+            hash = (hash ^ static_cast<unsigned char>(letter)) * 0x100000001B3;
+        }
     }
     char digits[17];
     std::snprintf(digits, sizeof digits, "%08x%08x", static_cast<unsigned>(hash >> 32),
                   static_cast<unsigned>(hash));
     return digits;
+}
+
+std::string Fingerprint(std::string_view text) {
+    return Fingerprint(std::span(&text, 1));
 }
 
 std::string MessageIdOf(const Mail& mail) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -22,5 +23,7 @@ bool IsIndexId(std::string_view id);
 // 64 bits as 16 hexadecimal digits that differ for different texts, but not for a person's
 // purpose.
 std::string Fingerprint(std::string_view text);
+// Of the pieces as one text.
+std::string Fingerprint(std::span<const std::string_view> pieces);
 
 }  // namespace host::mail

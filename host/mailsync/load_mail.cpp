@@ -139,9 +139,9 @@ void MailLoader::See(const mail::MailHead& head, std::optional<std::string> mess
     const auto known = m_byId.find(head.id);
     const bool isKnown =
         known != m_byId.end() && (!seen.messageId || *seen.messageId == known->second->messageId);
+    if (isKnown) seen.name = known->second->name;
     if (head.marker.empty()) {
-        PassOver(isKnown ? known->second->name : "",
-                 m_source.Read(mail::MailParts::kHeader).Error());
+        PassOver(seen.name, m_source.Read(mail::MailParts::kHeader).Error());
     } else if (!isKnown && isWithinLimits) {
         seen.name = m_source.Name();
     }

@@ -1,6 +1,7 @@
 #include "host/mailsync/mail_content.h"
 
 #include <algorithm>
+#include <vector>
 
 #include "host/mail/mail_date.h"
 #include "host/mail/message_id.h"
@@ -25,16 +26,20 @@ std::string MailName(std::string subject, std::string from) {
     return from.empty() ? subject : subject + " from " + Printable(std::move(from));
 }
 
+// Nothing is copied: a mail may be nearly as large as the memory that there is.
 std::string ContentOf(const mail::Mail& mail) {
-    std::string all;
+    std::vector<std::string_view> pieces;
     for (const auto* field :
          {&mail.from, &mail.to, &mail.cc, &mail.bcc, &mail.subject, &mail.body}) {
-        all.append(field->value_or("")).append(1, '\0');
+        if (*field) pieces.push_back(**field);
+        pieces.emplace_back("\0", 1);
     }
+    std::string date;
     if (mail.date) {
-        if (const auto local = mail::FromOleDate(*mail.date)) all += mail::IsoDate(*local);
+        if (const auto local = mail::FromOleDate(*mail.date)) date = mail::IsoDate(*local);
     }
-    return mail::Fingerprint(all);
+    pieces.push_back(date);
+    return mail::Fingerprint(pieces);
 }
 
 std::chrono::seconds OffsetAt(platform::Clock& clock, const mail::Mail& mail) {

@@ -17,7 +17,7 @@ namespace host::mailsync {
 struct EudoraHead {
     std::string id, marker;                // no marker: the mail cannot be read
     std::optional<std::string> messageId;  // nothing: cannot be told
-    std::string name;                      // of mails that are not remembered
+    std::string name;                      // of remembered ones and of those within the limits
     bool isWithinLimits = true;
     std::string content;        // a fingerprint, where a mail without Message-ID may be a known one
     std::string fileMessageId;  // what its file in the Maildir would say

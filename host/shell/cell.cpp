@@ -11,11 +11,12 @@ namespace host::shell {
 namespace {
 
 bool FitsNumber(const Json& value) {
+    constexpr std::uint64_t kMost = std::numeric_limits<std::int32_t>::max();
     if (value.is_boolean()) return true;
+    if (value.is_number_unsigned()) return value.get<std::uint64_t>() <= kMost;
     if (!value.is_number_integer()) return false;
     const auto number = value.get<std::int64_t>();
-    return number >= std::numeric_limits<std::int32_t>::min() &&
-           number <= std::numeric_limits<std::int32_t>::max();
+    return number >= std::numeric_limits<std::int32_t>::min();
 }
 
 }  // namespace

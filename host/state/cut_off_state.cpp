@@ -10,32 +10,37 @@ std::string JournalOf(const std::string& path) {
     return path + "-journal";
 }
 
-// A copy of a state file with its journal in the folder for temporary files.
+// A copy of a state file with its journal, in a folder of its own: SQLite looks for more files
+// beside a database, and in the folder for temporary files anybody can have put some.
 class TemporaryCopy {
   public:
     explicit TemporaryCopy(platform::Files& files) : m_files(files) {}
     ~TemporaryCopy() {
-        if (m_path.empty()) return;
-        (void)m_files.Delete(m_path);
-        (void)m_files.Delete(JournalOf(m_path));
+        if (m_folder.empty()) return;
+        (void)m_files.Delete(Path());
+        (void)m_files.Delete(JournalOf(Path()));
+        (void)m_files.RemoveFolder(m_folder);
     }
     TemporaryCopy(const TemporaryCopy&) = delete;
     TemporaryCopy& operator=(const TemporaryCopy&) = delete;
 
     platform::Status Make(const std::string& original) {
-        const auto folder = m_files.TempFolder();
+        const auto temp = m_files.TempFolder();
+        if (!temp) return temp.Error();
+        auto folder = m_files.CreateTempFolder(*temp, "kvsync-");
         if (!folder) return folder.Error();
-        auto path = m_files.CreateTempFile(*folder, "kvs");
-        if (!path) return path.Error();
-        m_path = *std::move(path);
-        if (auto status = platform::CopyInto(m_files, original, m_path); !status) return status;
-        return m_files.Copy(JournalOf(original), JournalOf(m_path));
+        m_folder = *std::move(folder);
+        auto made = m_files.Open(Path(), platform::OpenMode::kCreateNew, platform::Share::kNone);
+        if (!made) return made.Error();
+        made->reset();
+        if (auto status = platform::CopyInto(m_files, original, Path()); !status) return status;
+        return m_files.Copy(JournalOf(original), JournalOf(Path()));
     }
-    const std::string& Path() const { return m_path; }
+    std::string Path() const { return m_folder + m_files.Separator() + "state.db"; }
 
   private:
     platform::Files& m_files;
-    std::string m_path;
+    std::string m_folder;
 };
 
 }  // namespace

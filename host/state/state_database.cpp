@@ -16,8 +16,23 @@ platform::Result<std::unique_ptr<SQLite::Database>> CheckedCopy(platform::Files&
                                                                 const std::string& path) {
     auto copy = ReadCutOffState(files, path);
     if (!copy || *copy == nullptr) return copy;
+    if (HoldsNothing(**copy)) return std::unique_ptr<SQLite::Database>();
     if (auto status = CheckState(**copy, path, false); !status) return status.Error();
     return copy;
+}
+
+// SQLite would wait for the other end of a pipe.
+platform::Status CheckKinds(platform::Files& files, const std::string& path) {
+    for (const char* end : {"", "-journal", "-wal"}) {
+        const std::string name = path + end;
+        if (files.IsFree(name)) continue;
+        const auto file = files.Open(name, platform::OpenMode::kRead, platform::Share::kReadWrite);
+        if (!file && file.Error().code == ErrorCode::kNotFound) {
+            return platform::Failure{ErrorCode::kNotRegular, name + " (a link that leads nowhere)"};
+        }
+        if (!file) return file.Error();
+    }
+    return {};
 }
 
 }  // namespace
@@ -45,6 +60,7 @@ platform::Result<std::unique_ptr<SQLite::Database>> OpenStateDatabase(platform::
     if (!info && info.Error().code != ErrorCode::kNotFound) return info.Error();
     if (info && info->isFolder)
         return base::Refused(path + ": is a folder; name a file for the state");
+    if (auto status = CheckKinds(files, path); !status) return status.Error();
     if (!mayWrite && (!info || info->size == 0)) return std::unique_ptr<SQLite::Database>();
     if (!info) {
         // SQLite would make a file that everybody may read.
@@ -58,6 +74,8 @@ platform::Result<std::unique_ptr<SQLite::Database>> OpenStateDatabase(platform::
         if (mayWrite) {
             // From here to its end the run has the file to itself: what it does can be remembered.
             database->exec("PRAGMA locking_mode = EXCLUSIVE; BEGIN EXCLUSIVE; COMMIT");
+        } else if (HoldsNothing(*database)) {
+            return std::unique_ptr<SQLite::Database>();
         }
         if (auto status = CheckState(*database, path, mayWrite); !status) return status.Error();
         return database;

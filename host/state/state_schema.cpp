@@ -57,14 +57,19 @@ platform::Failure DamagedState(const std::string& path, const std::string& why) 
         "loses nothing");
 }
 
+bool HoldsNothing(SQLite::Database& database) {
+    return Number(database, "PRAGMA application_id") == 0 &&
+           Number(database, "PRAGMA user_version") == 0 &&
+           Number(database, "SELECT count(*) FROM sqlite_master") == 0;
+}
+
 platform::Status CheckState(SQLite::Database& database, const std::string& path, bool mayWrite) {
+    if (mayWrite && HoldsNothing(database)) {
+        Upgrade(database, 0);
+        return {};
+    }
     const int application = Number(database, "PRAGMA application_id");
     const int version = Number(database, "PRAGMA user_version");
-    const int tables = Number(database, "SELECT count(*) FROM sqlite_master");
-    if (application == 0 && version == 0 && tables == 0) {
-        if (mayWrite) Upgrade(database, 0);
-        return mayWrite ? platform::Status{} : DamagedState(path, "no tables in it");
-    }
     if (application != kApplicationId) {
         return base::Refused(path +
                              ": is the database of another program; name another state file");

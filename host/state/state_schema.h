@@ -39,6 +39,9 @@ inline constexpr const char* kSettleMails = "UPDATE mail SET link = ? WHERE scop
 // kRefused with the way out.
 platform::Failure DamagedState(const std::string& path, const std::string& why);
 
+// Whether nothing was ever stored in it, as after a first run on a full disk.
+bool HoldsNothing(SQLite::Database& database);
+
 // Whether the database is a whole state file of this version or an earlier one; with `mayWrite` an
 // empty one gets its tables, and an earlier one those that it lacks.
 platform::Status CheckState(SQLite::Database& database, const std::string& path, bool mayWrite);

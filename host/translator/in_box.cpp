@@ -59,6 +59,11 @@ platform::Status CheckInBox(const eudora::Setup& setup) {
                 std::string(name) + " in " + setup.eudoraShown + " is in use by another program",
                 "try again when it has ended");
         }
+        if (error.code == platform::ErrorCode::kNotRegular) {
+            return base::Refused(
+                std::string(name) + " in " + setup.eudoraShown + " is no regular file",
+                "move it away and bring back a copy of the mailbox");
+        }
         return base::Refused(
             std::string(name) + " in " + setup.eudoraShown + " cannot be read: " + error.Message(),
             "give yourself read permission");

@@ -14,6 +14,7 @@ ErrorCode CodeOf(int number) {
         case EISDIR:
         case ENODEV:
         case ENXIO:
+        case ELOOP:
             return ErrorCode::kNotRegular;
         case EACCES:
         case EPERM:
@@ -38,7 +39,6 @@ ErrorCode CodeOf(int number) {
         case EINVAL:
         case ENAMETOOLONG:
         case EILSEQ:
-        case ELOOP:
             return ErrorCode::kInvalidArgument;
         case ENOSYS:
         case EOPNOTSUPP:

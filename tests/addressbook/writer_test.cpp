@@ -164,9 +164,11 @@ TEST_F(WriterTest, AnyFailureLeavesTheOldFileOrTheNewOne) {
 TEST_F(WriterTest, SaysWhichFileFailedAndThatTheDiskIsFull) {
     CEudoraAB book;
     Load(book, "alias a 1\n");
-    machine.files.LimitDisk(15);
+    machine.files.Put(kToc, "t");
+    machine.files.LimitDisk(16);
     EXPECT_EQ(book.SaveRecords(), RRC_FAILED);
     EXPECT_EQ(DrainErrors(), (Texts{"cannot open " + kSide, "disk full"}));
+    EXPECT_TRUE(machine.files.Get(kToc)) << "it still fits the file that stays";
     machine.files.LimitDisk({});
     machine.files.MakeFolders(kSide);
     EXPECT_EQ(book.SaveRecords(), RRC_FAILED);

@@ -104,7 +104,8 @@ TEST_F(AttachmentLines, LeaveNoCopiesBehind) {
     ASSERT_EQ(Unlimited().code, 4);
     const auto temp = Prefix() / "drive_c/windows/temp";
     PutMail({"C:\\Eudora\\Attach\\tide-table.txt"});
-    for (const auto& path : {fs::path(bench.Path("E/Attach/tide-table.txt")), temp / "eua1A.tmp"}) {
+    for (const auto& path : {fs::path(bench.Path("E/Attach/tide-table.txt")), temp / "eua1A.tmp",
+                             temp / "Qzv1A.tmp"}) {
         if (!fs::exists(path)) test::WriteDisk(path, "of a run that was killed");
         fs::permissions(path, fs::perms::owner_read);
     }

@@ -36,6 +36,7 @@ class PlantedNames : public SyncMailProgram {
     // A contact and a mail that are in step, and a change for every file to be written.
     void SetUp() override {
         bench.Write("outside/file", "somebody's own");
+        bench.Write("config/kvsync/config.toml", "");
         for (const std::string name : {"still", "changed"}) PutCard(name);
         for (const std::string name : {"Still", "Gone"}) Deliver("M/new/" + name, name, name);
         ASSERT_EQ(bench.Kvsync(kContacts).code, 4);
@@ -72,7 +73,7 @@ class PlantedNames : public SyncMailProgram {
         return {};
     }
     void Copy(const std::string& from, const std::string& to) {
-        for (const std::string part : {"E", "C", "M", "state", "outside"}) {
+        for (const std::string part : {"E", "C", "M", "state", "config", "outside"}) {
             fs::remove_all(bench.Path(to + part));
             fs::create_directories(bench.Path(to));
             fs::copy(bench.Path(from + part), bench.Path(to + part),
@@ -84,6 +85,9 @@ class PlantedNames : public SyncMailProgram {
 // A run ends, writes and makes nothing where a link leads, and takes nothing for removed.
 TEST_F(PlantedNames, HarmNobody) {
     const auto outside = bench.Tree("outside");
+    std::string restore = bench.Kvsync("backups").out;
+    restore = "restore " + restore.substr(restore.rfind('\n', restore.size() - 2) + 1, 17);
+    restore = restore.substr(0, restore.find("  ")) + " --eudora @E";
     for (const auto& [command, name] : {std::pair{kContacts, std::string("E/nndbase.txt")},
                                         {kContacts, "E/nndbase.txt.kvnew"},
                                         {kContacts, "E/nndbase.toc"},
@@ -91,7 +95,13 @@ TEST_F(PlantedNames, HarmNobody) {
                                         {kContacts, "C/still.vcf"},
                                         {kContacts, "C/later.vcf"},
                                         {kContacts, "C/.kvsync-changed.vcf.tmp"},
+                                        {kContacts, "config/kvsync/config.toml"},
+                                        {kContacts, "state/kvsync/state.db"},
+                                        {kContacts, "state/kvsync/state.db-journal"},
+                                        {kContacts, "state/kvsync/state.db-wal"},
                                         {kContacts, "state/kvsync/state.db.lock"},
+                                        {kContacts, "state/kvsync/backups/lock"},
+                                        {kContacts, PrefixFile("system.reg")},
                                         {kContacts, PrefixFile("system.reg.kvnew")},
                                         {kMail, "E/In.mbx"},
                                         {kMail, "E/In.toc"},
@@ -101,11 +111,15 @@ TEST_F(PlantedNames, HarmNobody) {
                                         {kMail, "E/Trash.mbx"},
                                         {kMail, "E/Trash.toc"},
                                         {kMail, "E/Eudora.ini"},
+                                        {kMail, "E/OWNER.LOK"},
+                                        {kMail, PrefixFile("drive_c/windows/temp/eua.lock")},
                                         {kMail, "E/Attach"},
                                         {kMail, "E/Attach/doc.dat"},
                                         {kMail, FileOf("Still")},
                                         {kMail, "M/new/Later"},
-                                        {kMail, "M/.Outbox/new/Sent"}}) {
+                                        {kMail, "M/.Outbox/new/Sent"},
+                                        {restore, "E/In.toc.kvnew"},
+                                        {restore, "E/nndbase.toc"}}) {
         for (const Kind& kind : Kinds()) {
             SCOPED_TRACE(name + ": " + kind.what);
             Copy("kept/", "");

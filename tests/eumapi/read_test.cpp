@@ -168,6 +168,18 @@ TEST_F(StandInReadTest, LooksForThousandsOfFilesAtTheCostOfOne) {
     EXPECT_LT(machine.faults.Operations(), 100);
     for (std::size_t i = 0; i < paths.size(); i += 10) PutFile(std::to_string(i));
     EXPECT_EQ(ReadOnly(WithAttachments(paths))->nFileCount, 100u) << "of the last thousand";
+    // One file in a thousand spellings: each but the true one has the system look at all names.
+    PutFile("tide-table.txt");
+    for (std::size_t i = 0; i < paths.size(); ++i) {
+        paths[i] = "C:\\Eudora\\Attach\\tide-table.txt";
+        for (int bit = 0; bit < 10; ++bit) {
+            char& letter = paths[i][paths[i].size() - 14 + bit];
+            if ((i >> bit & 1) != 0) letter = static_cast<char>(std::toupper(letter));
+        }
+    }
+    machine.faults.Disarm();
+    EXPECT_EQ(ReadOnly(WithAttachments(paths))->nFileCount, 1u);
+    EXPECT_LT(machine.faults.Operations(), 100);
 }
 
 TEST_F(StandInReadTest, HonoursFlags) {

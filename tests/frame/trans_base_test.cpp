@@ -10,6 +10,7 @@ const std::string kFirst = "C:\\set\\EudoraAppInfo0001.cfg";
 
 class OptionTranslator : public CREudoraTransBase {
   public:
+    static constexpr int kThrows = -1;
     int answer = 0, shown = 0, defaults = 0;
     std::vector<RWORD> words;
 
@@ -19,6 +20,7 @@ class OptionTranslator : public CREudoraTransBase {
     int ShowOptions() override {
         ++shown;
         m_appInfo.m_nMailAgeDays = 99;
+        if (answer == kThrows) throw std::runtime_error("torn");
         return answer;
     }
     RRETURNCODE InitDefaultSettings() override {
@@ -81,18 +83,25 @@ TEST_F(TransBaseTest, AnEmptySelectionMakesANewFile) {
     EXPECT_TRUE(machine.dialogs.messages.empty());
 }
 
-TEST_F(TransBaseTest, ACancelledDialogTakesANewFileBack) {
-    translator.answer = 4;
-    EXPECT_EQ(Configure(1), RRC_CANCELLED);
-    EXPECT_EQ(selection.Str(), kFirst) << "the path stays";
-    EXPECT_EQ(machine.files.Get(kFirst), std::nullopt);
-    EXPECT_EQ(translator.Info().IsLoaded(), 0);
-    EXPECT_TRUE(translator.Selection().IsEmpty());
-    selection.Empty();
-    EXPECT_EQ(Configure(0), RRC_OK);
-    EXPECT_EQ(Configure(1), RRC_CANCELLED);
-    EXPECT_TRUE(machine.files.Get(kFirst)) << "an older file stays";
-    EXPECT_EQ(translator.Info().IsLoaded(), 1);
+TEST_F(TransBaseTest, ADialogThatIsCancelledOrFailsTakesANewFileBack) {
+    for (const auto& [answer, code] :
+         {std::pair{4, RRC_CANCELLED}, {translator.kThrows, RRC_FAILED}}) {
+        util.DeleteAllSettings();
+        translator.Info().SetLoaded(0);
+        selection.Empty();
+        translator.answer = answer;
+        EXPECT_EQ(Configure(1), code);
+        EXPECT_EQ(selection.Str(), kFirst) << "the path stays";
+        EXPECT_EQ(machine.files.Get(kFirst), std::nullopt);
+        EXPECT_EQ(translator.Info().IsLoaded(), 0);
+        selection.Empty();
+        translator.answer = 0;
+        EXPECT_EQ(Configure(0), RRC_OK);
+        translator.answer = answer;
+        EXPECT_EQ(Configure(1), code);
+        EXPECT_TRUE(machine.files.Get(kFirst)) << "an older file stays";
+        EXPECT_EQ(translator.Info().IsLoaded(), 1);
+    }
 }
 
 TEST_F(TransBaseTest, AnExistingFileIsReadAndNotRewritten) {
@@ -139,6 +148,9 @@ TEST_F(TransBaseTest, MemoryThatRunsOutIsAResultAndTheNextCallWorks) {
                 RRETURNCODE code = RRC_EOF;
                 EXPECT_TRUE(run([&] { code = configure(); })) << "thrown at the host";
                 EXPECT_TRUE(code == RRC_OK || code == RRC_FAILED) << code;
+                EXPECT_TRUE(code == RRC_OK || shortage == Shortage::kLasting ||
+                            !machine.files.Get(kFirst))
+                    << "the host knows nothing of a file";
                 EXPECT_EQ(configure(), RRC_OK);
             },
             shortage);

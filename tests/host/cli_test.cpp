@@ -34,6 +34,8 @@ const BadInput kBadInputs[] = {
     {"list contacts --config @unknown.toml", 2, "colour"},
     {"list contacts --config @number.toml", 2, "eudora"},
     {"list contacts --config @both.toml", 2, "--wine-prefix"},
+    {"sync mail --eudora @E --maildir ''", 2, "maildir is empty"},
+    {"export contacts --eudora @E --to ''", 2, "is empty"},
     {"list contacts", 3, "no-prefix"},
     {"list contacts --eudora @missing", 3, "missing"},
     {"list contacts --eudora @E/nndbase.txt", 3, "no folder"},
@@ -134,6 +136,9 @@ TEST(Cli, HelpAndVersionAreNoFault) {
         EXPECT_THAT(outcome.out, HasSubstr(told));
         EXPECT_THAT(outcome.err, IsEmpty());
     }
+    const Outcome lost = bench.KvsyncWith("sh -c '\"$0\" \"$@\" > /dev/full'", "--help");
+    EXPECT_EQ(lost.code, 1);
+    EXPECT_THAT(lost.err, HasSubstr("not all of the output"));
 }
 
 // Reading commands need no more than the folder, and leave it as it is.

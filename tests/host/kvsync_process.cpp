@@ -109,8 +109,9 @@ std::string Bench::Read(const std::string& name) const {
 std::map<std::string, std::string> Bench::Tree(const std::string& name) const {
     std::map<std::string, std::string> tree;
     for (const auto& entry : fs::recursive_directory_iterator(m_folder / name)) {
-        const bool isFile = entry.is_regular_file() && entry.file_size() < (1u << 24);
-        tree[fs::relative(entry.path(), m_folder).string()] =
+        std::error_code odd;
+        const bool isFile = entry.is_regular_file(odd) && entry.file_size() < (1u << 24);
+        tree[entry.path().lexically_relative(m_folder).string()] =
             isFile ? test::ReadDisk(entry.path()) : std::string();
     }
     return tree;

@@ -1,8 +1,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "host/mailsync/mail_content.h"
 #include "host/mailsync/mail_report.h"
 #include "tests/host/mailsync_world.h"
+#include "tests/support/failing_allocation.h"
 
 namespace host::testing {
 namespace {
@@ -125,6 +127,15 @@ TEST(MailSync, WhatEudoraHasNoRoomForStaysAndIsTriedAgain) {
     world.eudora.room = 3;
     SyncTwice(world);
     EXPECT_EQ(world.InBox(), "a b c");
+}
+
+// What memory could hold once is not copied to be remembered: the whole run would end there.
+TEST(MailSync, RemembersALargeMailWithoutACopyOfIt) {
+    mail::Mail mail;
+    mail.body = std::string(1 << 20, 'x');
+    const std::size_t before = ::test::BytesRequested();
+    (void)mailsync::ContentOf(mail);
+    EXPECT_LT(::test::BytesRequested() - before, 4096u);
 }
 
 // A mail that cannot be read keeps no other; what is missing on one side may be that mail.

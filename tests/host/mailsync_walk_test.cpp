@@ -193,7 +193,9 @@ TEST(MailSyncWalk, NoFaultLosesOrDoublesAnything) {
                 fired = walk.world.files.Fired();
                 walk.world.files.Disarm();
                 if (seed % 2 != 0) walk.world.disk.Crash();
-                (void)walk.world.Sync();
+                for (const mailsync::MailStep& step : walk.world.Sync().steps) {
+                    EXPECT_FALSE(step.act == mailsync::MailAct::kCompose && step.row.name.empty());
+                }
                 (void)walk.world.Sync();
                 walk.Check();
                 if (HasFailure()) return;

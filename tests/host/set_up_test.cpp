@@ -240,6 +240,8 @@ const Sickness kSicknesses[] = {
     {"rm -r E/nndbase.txt E/NickName", "nickname file", "none in"},
     {"true", "nickname file", "none.txt does not exist", "fault",
      "--eudora @E --contacts @C --maildir @M --nickname-file @none.txt"},
+    {"rm E/nndbase.txt; mkfifo E/nndbase.txt", "nickname file in use", "is no regular file"},
+    {"rm E/In.mbx; mkfifo E/In.mbx", "in-box", "E is no regular file"},
     {"chmod a-w E/nndbase.txt", "nickname file in use", "read-only"},
     {"rm E/In.mbx E/In.toc", "in-box", "no In.mbx", "note"},
     {"rm E/In.toc", "in-box", "no In.toc"},

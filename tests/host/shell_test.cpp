@@ -213,6 +213,8 @@ GetField 6 1
 GetField 1 7
 SetField 10 "x" 4
 SetField 9 "x"
+SetField 10 4294967296
+SetField 10 18446744073709551615
 SetField 6 "x"
 SetField 6 1 1
 SetField 1 1 1

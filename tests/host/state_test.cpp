@@ -174,6 +174,12 @@ TEST_F(StateTest, ACutOffBeginningCountsAsEmpty) {
     ASSERT_FALSE(torn.empty());
     EXPECT_TRUE(Load().pairs.empty());
     EXPECT_EQ(Bytes(), torn);
+    // So does a file with nothing but a header.
+    fs::remove(Journal());
+    fs::remove(Path());
+    Execute("PRAGMA user_version = 1; PRAGMA user_version = 0");
+    ASSERT_FALSE(Bytes().empty());
+    EXPECT_TRUE(Load().pairs.empty());
 }
 
 TEST_F(StateTest, RefusesADamagedFileAndLeavesItAsItIs) {

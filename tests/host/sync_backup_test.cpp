@@ -112,18 +112,30 @@ TEST(Backups, ASetComesBackWholeAndInItsOrder) {
     }
 }
 
-// As from a CD: read-only files are copied, and nothing is put back while one stays so.
+// As from a CD: read-only files are copied, and nothing is put back or forgotten while one stays so
+// or is in use.
 TEST(Backups, ReadOnlyFilesAreCopiedAndRefuseARestore) {
     Machine machine;
     machine.disk.SetReadOnly(kToc);
     const auto made = machine.backups.MakeOf(kBook, "test");
     ASSERT_TRUE(made);
     machine.disk.Put(kBook, "alias new b");
-    const auto refused = machine.backups.Restore(made->id);
-    ASSERT_FALSE(refused);
-    EXPECT_EQ(refused.Error().Message(), std::string(kToc) + ": is read-only; make it writable");
-    EXPECT_EQ(*machine.disk.Get(kBook), "alias new b");
+    const auto expectRefused = [&](const char* why) {
+        const auto refused = machine.backups.Restore(made->id, [](const backup::Backup&) {
+            ADD_FAILURE() << "called ready";
+            return platform::Status();
+        });
+        ASSERT_FALSE(refused);
+        EXPECT_EQ(refused.Error().Message(), std::string(kToc) + why);
+        EXPECT_EQ(*machine.disk.Get(kBook), "alias new b");
+    };
+    expectRefused(": is read-only; make it writable");
     machine.disk.SetReadOnly(kToc, false);
+    {
+        const auto user =
+            machine.disk.Open(kToc, platform::OpenMode::kRead, platform::Share::kRead);
+        expectRefused(": is in use by another program: try again when it has ended");
+    }
     EXPECT_TRUE(machine.backups.Restore(made->id));
     EXPECT_EQ(*machine.disk.Get(kBook), "alias old a");
 }

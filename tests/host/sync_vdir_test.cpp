@@ -46,7 +46,7 @@ TEST(VdirContacts, SeesCardsOnlyAndLeavesOtherFilesAlone) {
     vdir.disk.Put("C:\\contacts\\b.vcf.kvnew", "?");
     vdir.disk.Put("C:\\contacts\\color", "#fff");
     vdir.disk.Put("C:\\contacts\\.kvsync-a.vcf.tmp", "half");
-    vdir.disk.Put("C:\\contacts\\sub.vcf\\c.vcf", "?");
+    vdir.disk.Put("C:\\contacts\\sub\\c.vcf", "?");
     const auto items = *vdir.store.List();
     ASSERT_EQ(items.size(), 1u);
     ASSERT_TRUE(vdir.store.Change(items[0], Phone("2"), PhoneOnly()));

@@ -65,8 +65,8 @@ TEST_F(MailCloseTest, RecordsGoWithTheObject) {
 TEST_F(MailCloseTest, DeletesItsOwnTemporaryFilesAlone) {
     OpenedMail mail;
     const std::string readOnly = temp + "QZVFFFF.TMP", inUse = temp + "Qzv long name.tmp";
-    const Texts gone{temp + "Qzv1.tmp", temp + "qzv.tmp"};
-    Texts kept{readOnly, inUse, temp + "sub\\Qzv1.tmp", temp + "Qzv.folder.tmp\\x"};
+    const Texts gone{temp + "Qzv1.tmp", temp + "qzv.tmp", readOnly};
+    Texts kept{inUse, temp + "sub\\Qzv1.tmp", temp + "Qzv.folder.tmp\\x"};
     for (const char* name : {"Qz1.tmp", "xQzv1.tmp", "Qzv1.tmp.txt", "Qzv1.tm", "Qzv1"}) {
         kept.push_back(temp + name);
     }

@@ -106,7 +106,8 @@ TEST_F(MailEditTest, AStatusBelongsToOneEdit) {
     const char *unread = "0x00000001", *read = "0x00000002", *sent = "0x00000003";
     const std::tuple<const char*, std::vector<Step>, const char*> rows[] = {
         {"nothing set", {edit(unread), update, edit(read), update, edit(sent), update}, "011"},
-        {"another mail", {edit(unread), set(0x20001), go(read), update}, "018"},
+        {"another mail", {edit(unread), set(1), go(read), update}, "018"},
+        {"another mail", {edit(read), set(0x20001), go(unread), update}, "018"},
         {"given up", {edit(read), set(1), again, update}, "018"},
         {"given up", {edit(unread), set(0x20001), again, update}, "018"},
         {"once more", {edit(unread), set(0x20001), update, close, again, update}, "118"},

@@ -20,6 +20,10 @@ TEST_F(MailOpenTest, MakesWhatIsMissing) {
         if (!mbx.empty()) machine.files.Put("C:\\E\\In.mbx", mbx);
         (void)machine.files.Delete("C:\\E\\In.toc");
         OpenedMail mail;
+        machine.files.LimitDisk(mbx.size() + 50);
+        EXPECT_EQ(mail.OpenMailbox(util), RRC_FAILED);
+        EXPECT_EQ(DrainErrors(), (Texts{"m19", "no <C:\\E\\In.toc>"}));
+        machine.files.LimitDisk(std::nullopt);
         EXPECT_EQ(mail.OpenMailbox(util), RRC_OK);
         EXPECT_EQ(Mbx(), mbx);
         EXPECT_EQ(Toc(), mailbox::NewTocHeader());

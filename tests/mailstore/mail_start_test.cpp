@@ -170,6 +170,10 @@ TEST_F(MailStartTest, OptionsAreTakenFromAnAcceptedDialog) {
     machine.files.SetReadOnly(selection.Str());
     EXPECT_EQ(mail.SaveSettings(0, &info, 0), RRC_FAILED);
     EXPECT_EQ(DrainErrors(), Texts{"m66"});
+    machine.files.SetReadOnly(selection.Str(), false);
+    machine.files.LimitDisk(0);
+    EXPECT_EQ(mail.SaveSettings(0, &info, 0), RRC_FAILED);
+    EXPECT_EQ(DrainErrors(), (Texts{"m19", "m66"}));
 }
 
 }  // namespace

@@ -172,9 +172,11 @@ TEST_F(MailWriteTest, OnlyItsOwnLeftoversGiveWay) {
     const std::string macintosh = std::string("\0\1", 2) + std::string(276, '\0');
     std::string entries;
     for (int i = 0; i < 20; ++i) entries += std::string(200, 'e') + std::string(20, '\0');
+    const std::string lost = MailboxBuilder(box).Block(3, 4'194'304, 218).Toc();
     std::string odd = toc;
     odd[1] = '\x7F';
-    const std::tuple<const char*, std::string, bool> rows[] = {
+    const std::string turned = toc.substr(0, 104) + toc.substr(104 + 218) + toc.substr(104, 218);
+    std::vector<std::tuple<std::string, std::string, bool>> rows = {
         {"a Macintosh file", macintosh + entries, false},
         {"an empty Macintosh file", macintosh, false},
         {"a text", std::string(5000, 't'), false},
@@ -182,15 +184,20 @@ TEST_F(MailWriteTest, OnlyItsOwnLeftoversGiveWay) {
         {"bytes behind the blocks", toc + "more", false},
         {"a mail that is not counted", toc + block(0, 20), false},
         {"one that is not behind the last", toc + block(end - 1, 5), false},
+        {"one in the last, which stands first", turned + block(end - 1, 5), false},
         {"one that is not in the file", toc + block(end, 200), false},
         {"one after leftovers", toc + leftover + block(0, 20), false},
         {"leftovers", toc + leftover + second, true},
-        {"leftovers, cut short", toc + leftover + second.substr(0, 20), true},
+        {"leftovers behind a box in another order", turned + leftover + second, true},
         {"leftovers, not written out", toc + leftover + std::string(300, '\0'), true},
+        {"leftovers behind a block that leads nowhere", lost + leftover, true},
         {"an unknown version, nothing behind it", odd, true},
         {"no byte", "", true},
         {"half a block", toc.substr(0, 400), true},
     };
+    for (std::size_t size = 1; size < second.size(); ++size) {
+        rows.emplace_back("leftovers, cut short", toc + leftover + second.substr(0, size), true);
+    }
     for (const auto& [name, bytes, isOurs] : rows) {
         SCOPED_TRACE(name);
         machine.files.Put("C:\\E\\In.mbx", box.mbx + left);

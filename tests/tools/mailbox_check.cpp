@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdio>
+#include <optional>
 #include <set>
 
 namespace mailbox_check {
@@ -150,6 +151,7 @@ class Checker {
         const std::uint64_t end = std::uint64_t{mail.offset} + mail.length;
         if (end > m_mbx.size()) {
             Fault("reaches beyond the end of the texts");
+            m_end.reset();
         } else {
             mail.text = m_mbx.substr(mail.offset, mail.length);
             CheckPlace(mail);
@@ -168,8 +170,8 @@ class Checker {
             Require(std::prev(next)->second <= mail.offset, "lies over another mail");
         }
         m_places.insert({mail.offset, end});
-        if (m_index > m_rules.ours && !m_rules.mayHaveLeftovers) {
-            Require(m_end == mail.offset, "does not begin where the mail before it ends");
+        if (m_index >= m_rules.ours && !m_rules.mayHaveLeftovers) {
+            Require(!m_end || m_end == mail.offset, "does not begin where the mail before it ends");
         }
         m_end = end;
     }
@@ -293,7 +295,7 @@ class Checker {
     const Rules& m_rules;
     Report m_report;
     std::size_t m_index = 0;
-    std::uint64_t m_end = 0;  // of the mail before
+    std::optional<std::uint64_t> m_end;  // of the mail before, if that lies in the file
     std::set<std::uint32_t> m_ids;
     std::set<std::pair<std::uint64_t, std::uint64_t>> m_places;
 };

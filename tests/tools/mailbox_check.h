@@ -11,7 +11,7 @@ namespace mailbox_check {
 
 struct Rules {
     // From this mail on, counted from 0, the mails must be as the translator writes them: to the
-    // byte, without a gap between them. Before it they need only make sense.
+    // byte, without a gap between them and in front of them. Before it they need only make sense.
     std::uint32_t ours = 0xFFFFFFFF;
     // After a run that was killed: bytes and blocks that nothing counts, and gaps before the mails
     // of a later run.
