@@ -4,7 +4,7 @@
 namespace host::mail {
 
 platform::Status CanComposeMail() {
-    return Refused(
+    return base::Refused(
         "this build of kvsync has no MIME library, so it writes no mail: list mail, show mail, "
         "configure mail and shell mail work");
 }

@@ -10,7 +10,7 @@ platform::Result<NewMail> ParseMail(std::string_view /*bytes*/, const ParsePlace
 }
 
 std::string MessageIdForEudora(std::string_view bytes) {
-    return MessageIdInHeader(bytes);
+    return maildir::MessageIdInHeader(bytes);
 }
 
 }  // namespace host::mail

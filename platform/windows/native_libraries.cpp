@@ -34,7 +34,7 @@ class NativeStringResources : public StringResources {
                             : LoadStringW(m_module.Get(), id, reinterpret_cast<wchar_t*>(&text), 0);
         if (length <= 0 || text == nullptr) return {};
         std::string result = NarrowStrict({text, static_cast<std::size_t>(length)}, GetACP());
-        result.resize(WholeCharacterPrefix(result, limit, GetACP()));
+        result.resize(text::WholeCharacterPrefix(result, limit, GetACP()));
         return result;
     }
 
