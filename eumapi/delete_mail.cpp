@@ -6,10 +6,6 @@ namespace eumapi {
 
 namespace {
 
-using mailbox::BlockOffset;
-using mailbox::kMsgBlockSize;
-using mailbox::kTocHeaderSize;
-
 // A count of blocks as large as it can be, and room for what may lie behind them.
 constexpr std::uint64_t kLargestToc = 1u << 26;
 

@@ -12,7 +12,6 @@ namespace eumapi {
 
 namespace {
 
-using mailbox::kMsgBlockSize;
 using platform::File;
 using platform::OpenMode;
 using platform::Share;

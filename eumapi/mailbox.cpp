@@ -10,9 +10,6 @@ namespace eumapi {
 
 namespace {
 
-using mailbox::BlockOffset;
-using mailbox::kMsgBlockSize;
-using mailbox::kTocHeaderSize;
 using platform::OpenMode;
 using platform::Share;
 using platform::Status;

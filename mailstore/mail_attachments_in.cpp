@@ -10,7 +10,6 @@
 
 using frame::Guarded;
 using mailstore::CopyOf;
-using text::kLongestPath;
 
 namespace {
 

@@ -7,9 +7,7 @@
 
 namespace test {
 
-using platform::prefix::FindValue;
 using platform::prefix::RegistryValue;
-using platform::prefix::WithValue;
 
 namespace {
 
