@@ -79,9 +79,11 @@ std::string UpperCase(std::string_view text, unsigned codePage) {
     codePage = KnownCodePage(codePage);
     std::string upper;
     while (!text.empty()) {
-        const auto bytes = text.substr(0, CharacterLength(text, codePage));
-        text.remove_prefix(bytes.size());
+        auto bytes = text.substr(0, CharacterLength(text, codePage));
         std::wstring wide = windows::WideName(bytes, codePage);
+        // What begins no character is one byte; the next may begin one.
+        if (wide.empty()) bytes = bytes.substr(0, 1);
+        text.remove_prefix(bytes.size());
         CharUpperBuffW(wide.data(), static_cast<DWORD>(wide.size()));
         bool isLossy = false;
         const auto raised = windows::NarrowStrict(wide, codePage, &isLossy);
