@@ -1,5 +1,6 @@
 #!/bin/bash
-# Form and rules: clang-format, the layers of the folders, the man page, clang-tidy.
+# Form and rules: clang-format, the layers of the folders, one definition of each name, the man page,
+# clang-tidy.
 # LINT_TIDY=off leaves the last one out, LINT_TIDY=all takes the tests into it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -11,6 +12,12 @@ clang-format --dry-run -Werror "${sources[@]}"
 
 echo -n "layers: "
 tools/check_layers.sh
+
+# Where the programs are built.
+if [[ -e $build/bin/kvsync ]]; then
+    echo "one definition of each name:"
+    tools/check_one_definition.sh "$build"
+fi
 
 if [[ -f docs/kvsync.1 ]]; then
     echo "man page: docs/kvsync.1"

@@ -12,7 +12,7 @@ packages() {
                 libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev libgmime-3.0-dev libnewt-dev \
                 libsqlite3-dev libsqlitecpp-dev libtomlplusplus-dev nlohmann-json3-dev python3
             ;;
-        lint) echo clang-format clang-tidy groff ;;
+        lint) echo binutils clang-format clang-tidy gdb groff ;;
         fuzz) echo clang libclang-rt-14-dev llvm ;;
         windows)
             echo g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix googletest wine wine64
