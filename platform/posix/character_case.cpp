@@ -3,7 +3,9 @@
 #include <locale.h>
 #include <wctype.h>
 
+#include <memory>
 #include <string>
+#include <type_traits>
 
 #include "text/utf.h"
 
@@ -11,10 +13,15 @@ namespace platform::posix {
 
 namespace {
 
-// Null where the system has no such locale.
+struct FreeLocale {
+    void operator()(locale_t locale) const { freelocale(locale); }
+};
+
+// Null where the system has no such locale. Given back when the library is unloaded.
 locale_t Unicode() {
-    static const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-    return unicode;
+    static const std::unique_ptr<std::remove_pointer_t<locale_t>, FreeLocale> unicode(
+        newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr));
+    return unicode.get();
 }
 
 std::u32string Folded(std::string_view text) {
