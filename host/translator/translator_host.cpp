@@ -47,7 +47,8 @@ platform::Result<std::unique_ptr<TranslatorHost>> TranslatorHost::Start(
 }
 
 TranslatorHost::~TranslatorHost() {
-    if (m_initialised) Uninit();
+    // The shell may bring up Eudora's library again after an Uninit of its own.
+    Uninit();
 }
 
 RRETURNCODE TranslatorHost::Init(const char* language, std::string& message) {
@@ -58,12 +59,10 @@ RRETURNCODE TranslatorHost::Init(const char* language, std::string& message) {
     const RRETURNCODE code = m_library->InitTranslatorEx(&env, &settings, language, &word, &m_util,
                                                          buffer, kMessageSize);
     message.assign(buffer, strnlen(buffer, kMessageSize));
-    m_initialised = m_initialised || code == RRC_OK;
     return code;
 }
 
 RRETURNCODE TranslatorHost::Uninit() {
-    m_initialised = false;
     return m_library->UninitTranslator();
 }
 

@@ -41,7 +41,6 @@ class TranslatorHost {
     std::unique_ptr<ModuleLibrary> m_library;
     eudora::InitTexts m_texts;
     CEudoraTransUtil* m_util = nullptr;
-    bool m_initialised = false;
 };
 
 }  // namespace host::translator
