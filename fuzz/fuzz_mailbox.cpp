@@ -5,6 +5,7 @@
 #include <string>
 
 #include "mailbox/mailbox_index.h"
+#include "mailbox/toc_file.h"
 #include "mailstore/id_map.h"
 #include "platform/testing/memory_files.h"
 

@@ -4,9 +4,8 @@
 #include <vector>
 
 #include "mailbox/message_id_scan.h"
+#include "mailbox/toc_file.h"
 
-using platform::ErrorCode;
-using platform::Failure;
 using platform::File;
 using platform::Result;
 using platform::Status;
@@ -15,8 +14,6 @@ namespace mailbox {
 
 namespace {
 
-constexpr std::size_t kBlocksAtOnce = 1024;
-constexpr std::uint16_t kHighestVersion = 0xFF;
 // The first piece of a mail is what the mails before it have needed, and each further piece of it
 // is four times as long.
 constexpr std::size_t kShortestPiece = 1024;
@@ -26,31 +23,6 @@ constexpr std::size_t kLongestPiece = 128 * 1024;
 // What may be read of a .mbx file: sound blocks do not overlap and need its size once.
 constexpr std::uint64_t kReadsOfFile = 4;
 constexpr std::uint64_t kReadsOfMail = 64 * 1024;
-
-// The blocks of a .toc file one after the other, read many at once.
-class BlockReader {
-  public:
-    BlockReader(File& file, std::size_t count)
-        : m_file(file), m_buffer(std::min(count, kBlocksAtOnce) * kMsgBlockSize) {}
-
-    // Valid until the next call; shorter than a block at the end of the file.
-    Result<std::string_view> Next() {
-        if (m_at == m_filled) {
-            const auto count = m_file.Read(m_buffer);
-            if (!count) return count.Error();
-            m_filled = *count;
-            m_at = 0;
-        }
-        const std::size_t size = std::min(kMsgBlockSize, m_filled - m_at);
-        m_at += size;
-        return std::string_view(m_buffer.data() + m_at - size, size);
-    }
-
-  private:
-    File& m_file;
-    std::vector<char> m_buffer;
-    std::size_t m_at = 0, m_filled = 0;
-};
 
 class MailReader {
   public:
@@ -94,37 +66,6 @@ class MailReader {
 };
 
 }  // namespace
-
-Result<TocHeader> ReadTocHeader(File& toc) {
-    char bytes[kTocHeaderSize];
-    const auto count = toc.ReadAt(0, bytes);
-    if (!count) return count.Error();
-    return TocHeader::Decode(std::string_view(bytes, *count));
-}
-
-// A version of Eudora for Windows is a small number; the Macintosh writes its own with the high
-// byte first. What fits to the byte is a table whatever the version says.
-Result<TocHeader> ReadTocHeaderToChange(File& toc) {
-    auto header = ReadTocHeader(toc);
-    if (!header) return header;
-    const auto size = toc.Size();
-    if (!size) return size.Error();
-    const bool fits = *size == BlockOffset(header->wNumberOfMsgs);
-    if (!fits && header->Version() > kHighestVersion) return Failure{ErrorCode::kCorrupt, ""};
-    return header;
-}
-
-Status ForEachBlock(File& toc, std::uint32_t count, const VisitBlock& visit) {
-    const auto at = toc.Seek(kTocHeaderSize, platform::SeekFrom::kBegin);
-    if (!at) return at.Error();
-    BlockReader blocks(toc, count);
-    for (std::uint32_t i = 0; i < count; ++i) {
-        const auto bytes = blocks.Next();
-        if (!bytes) return bytes.Error();
-        if (Status status = visit(MailPlace::Decode(*bytes)); !status) return status;
-    }
-    return {};
-}
 
 Result<std::uint32_t> ReadIndex(File& mbx, File& toc, std::uint32_t count,
                                 const IndexedMail& found) {

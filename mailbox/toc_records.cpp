@@ -9,6 +9,9 @@ namespace mailbox {
 
 namespace {
 
+// Where the fields of a header lie.
+constexpr std::size_t kNameAt = 8, kTypeAt = 40, kHighestMsgIdAt = 72, kMbxSizeAt = 96,
+                      kNumberOfMsgsAt = 102;
 // Where the fields of a block lie.
 constexpr std::size_t kOffsetAt = 0, kLengthAt = 4, kSecondsAt = 8, kMarkLowAt = 14,
                       kMarkHighAt = 15, kDateAt = 18, kFromAt = 50, kSubjectAt = 114,
@@ -26,7 +29,7 @@ constexpr OwnWord kOwnWords[] = {{16, 3},  // normal priority
                                  {198, 0x0001}, {202, 0xFE5C}, {208, 0x0001}};
 
 // The bytes of a new header that are not zero, in runs.
-constexpr std::string_view kNewStart("\x30\x00\x91\x00\x7C\x0A\x00\x00In", 10);
+constexpr std::string_view kNewStart("\x30\x00\x91\x00\x7C\x0A", 6);
 constexpr std::string_view kNewWindow("\x50\x00\x50\x00\x35\x02\x9F\x01", 8);
 constexpr std::size_t kNewWindowAt = 46, kNewFilledAt = 54, kNewFilled = 16;
 constexpr std::size_t kNewTwoAt = 70, kNewRulerAt = 84;
@@ -64,15 +67,17 @@ bool IsBlank(char letter) {
 TocHeader TocHeader::Decode(std::string_view bytes) {
     TocHeader header;
     header.bytes = Padded(bytes, kTocHeaderSize);
-    header.wHighestMsgId = *platform::ReadU16(header.bytes, kHighestMsgIdOffset);
-    header.wNumberOfMsgs = *platform::ReadU16(header.bytes, kNumberOfMsgsOffset);
+    header.wHighestMsgId = *platform::ReadU16(header.bytes, kHighestMsgIdAt);
+    header.dwMbxSize = *platform::ReadU32(header.bytes, kMbxSizeAt);
+    header.wNumberOfMsgs = *platform::ReadU16(header.bytes, kNumberOfMsgsAt);
     return header;
 }
 
 std::string TocHeader::Encode() const {
     std::string out = Padded(bytes, kTocHeaderSize);
-    platform::WriteU16(out, kHighestMsgIdOffset, wHighestMsgId);
-    platform::WriteU16(out, kNumberOfMsgsOffset, wNumberOfMsgs);
+    platform::WriteU16(out, kHighestMsgIdAt, wHighestMsgId);
+    platform::WriteU32(out, kMbxSizeAt, dwMbxSize);
+    platform::WriteU16(out, kNumberOfMsgsAt, wNumberOfMsgs);
     return out;
 }
 
@@ -80,9 +85,15 @@ std::uint16_t TocHeader::Version() const {
     return *platform::ReadU16(bytes, 0);
 }
 
-std::string NewTocHeader() {
+bool TocHeader::IsMacintosh() const {
+    return bytes.starts_with(std::string_view("\x00\x01", 2));
+}
+
+std::string NewTocHeader(const MailboxKind& kind) {
     std::string bytes(kTocHeaderSize, '\0');
     kNewStart.copy(bytes.data(), kNewStart.size());
+    kind.name.copy(bytes.data() + kNameAt, kind.name.size());
+    bytes[kTypeAt] = kind.type;
     kNewWindow.copy(bytes.data() + kNewWindowAt, kNewWindow.size());
     std::fill_n(bytes.begin() + kNewFilledAt, kNewFilled, '\xFF');
     bytes[kNewTwoAt] = '\x02';
@@ -127,7 +138,12 @@ MailPlace MailPlace::Decode(std::string_view bytes) {
     std::string padded;
     if (bytes.size() < kMsgBlockSize) bytes = padded = Padded(bytes, kMsgBlockSize);
     return {*platform::ReadU32(bytes, kOffsetAt), *platform::ReadU32(bytes, kLengthAt),
-            *platform::ReadU32(bytes, kMsgIdAt)};
+            *platform::ReadU32(bytes, kMsgIdAt), *platform::ReadU16(bytes, kStatusOffset)};
+}
+
+void MailPlace::PutInto(std::string& block) const {
+    platform::WriteU32(block, kOffsetAt, dwOffset);
+    platform::WriteU32(block, kLengthAt, dwLength);
 }
 
 std::string IndexIdOf(std::uint32_t msgId) {
@@ -147,6 +163,12 @@ std::uint32_t MsgIdOf(std::string_view indexId) {
         number = number << 4 | static_cast<std::uint32_t>(value);
     }
     return number;
+}
+
+std::optional<std::uint32_t> ExactMsgIdOf(std::string_view indexId) {
+    const std::uint32_t id = MsgIdOf(indexId);
+    if (IndexIdOf(id) != indexId) return std::nullopt;
+    return id;
 }
 
 }  // namespace mailbox

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -11,8 +12,6 @@ namespace mailbox {
 
 inline constexpr std::size_t kTocHeaderSize = 104;
 inline constexpr std::size_t kMsgBlockSize = 218;
-inline constexpr std::size_t kHighestMsgIdOffset = 72;
-inline constexpr std::size_t kNumberOfMsgsOffset = 102;
 inline constexpr std::size_t kStatusOffset = 12;  // in a block
 inline constexpr std::uint32_t kMostMsgs = 65535;
 
@@ -24,16 +23,27 @@ constexpr std::uint64_t BlockOffset(std::uint32_t index) {
 struct TocHeader {
     std::string bytes;  // all of them: what is not a field below is carried
     std::uint16_t wHighestMsgId = 0;
+    std::uint32_t dwMbxSize = 0;  // of the .mbx file, and 1; the in-box of ours has 0
     std::uint16_t wNumberOfMsgs = 0;
 
     // Bytes that are missing at the end count as zero.
     static TocHeader Decode(std::string_view bytes);
     std::string Encode() const;
+    // A small number in files of Eudora for Windows.
     std::uint16_t Version() const;
+    // Whether the file is one of Eudora for Macintosh, whose records are others.
+    bool IsMacintosh() const;
 };
 
-// The 104 bytes of a new in-box without mails.
-std::string NewTocHeader();
+// A mailbox of Eudora's own.
+struct MailboxKind {
+    std::string_view name;  // of both files, without extension
+    char type;              // as the header has it
+};
+inline constexpr MailboxKind kInBox{"In", 0}, kOutBox{"Out", 1}, kTrash{"Trash", 3};
+
+// The 104 bytes of a new mailbox without mails.
+std::string NewTocHeader(const MailboxKind& kind = kInBox);
 
 // What the states at kStatusOffset mean in files of Eudora 7.
 enum class MailState : std::uint16_t {
@@ -71,9 +81,14 @@ struct MailPlace {
     std::uint32_t dwOffset = 0;
     std::uint32_t dwLength = 0;
     std::uint32_t dwMsgId = 0;
+    std::uint16_t wStatus = 0;
 
     // Bytes that are missing at the end count as zero.
     static MailPlace Decode(std::string_view bytes);
+    // Where the mail's bytes end in the .mbx file.
+    std::uint64_t End() const { return std::uint64_t{dwOffset} + dwLength; }
+    // Writes offset and length, and nothing else, into the bytes of a whole block.
+    void PutInto(std::string& block) const;
 };
 
 // "0x" and eight upper-case hexadecimal digits: how a mail is named outside its file.
@@ -81,5 +96,7 @@ std::string IndexIdOf(std::uint32_t msgId);
 // The number in such a name, scanned as "%X" does: an optional "0x", hexadecimal digits in any
 // case, whatever follows. 0 without digits.
 std::uint32_t MsgIdOf(std::string_view indexId);
+// The same for a name that is spelt as IndexIdOf spells it; nothing for every other text.
+std::optional<std::uint32_t> ExactMsgIdOf(std::string_view indexId);
 
 }  // namespace mailbox

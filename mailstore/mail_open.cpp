@@ -5,6 +5,7 @@
 
 #include "frame/guard.h"
 #include "mailbox/mailbox_index.h"
+#include "mailbox/toc_file.h"
 #include "mailbox/toc_records.h"
 #include "mailstore/eudora_mail.h"
 

@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "mailbox/mailbox_index.h"
+#include "mailbox/toc_file.h"
 #include "mapi/records.h"
 #include "platform/kvutil/kvutil.h"
 

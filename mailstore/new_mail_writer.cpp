@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "mailbox/mailbox_index.h"
+#include "mailbox/toc_file.h"
 
 namespace mailstore {
 

@@ -1,35 +1,32 @@
 #include "host/translator/in_box.h"
 
-#include <cstdint>
 #include <string_view>
 
 #include "host/base/exit_code.h"
 #include "host/translator/mail_settings.h"
+#include "mailbox/toc_file.h"
 #include "platform/os/system.h"
 
 namespace host::translator {
 
 namespace {
 
-constexpr std::size_t kTocStart = 104;  // bytes before the first mail's entry
-// The number of mails ends the header, the place of a mail begins its entry: lower bytes first.
-constexpr std::size_t kCountSize = 2, kPlaceSize = 4, kCountAt = kTocStart - kCountSize;
 constexpr std::string_view kSeparator = "From ???@??? ";
-constexpr std::string_view kMacintosh("\0\1", 2);
 
 // Only what tells a table of contents from what would read as an empty one.
 platform::Status CheckToc(platform::File& toc, const std::string& shown) {
-    char start[kTocStart];
-    const auto count = toc.ReadAt(0, start);
-    if (!count) return count.Error();
-    if (std::string_view(start, *count).starts_with(kMacintosh)) {
+    const auto size = toc.Size();
+    if (!size) return size.Error();
+    const auto header = mailbox::ReadTocHeader(toc);
+    if (!header) return header.Error();
+    if (header->IsMacintosh()) {
         return base::Refused(
             "In.toc in " + shown + " was written by Eudora for Macintosh, which is another format",
             "let Eudora for Windows import that mailbox first");
     }
-    if (*count < kTocStart) {
+    if (*size < mailbox::kTocHeaderSize) {
         return base::Refused(
-            "In.toc in " + shown + " is cut short (" + std::to_string(*count) + " bytes)",
+            "In.toc in " + shown + " is cut short (" + std::to_string(*size) + " bytes)",
             "bring back a copy of it, or let Eudora rebuild it");
     }
     return {};
@@ -80,19 +77,9 @@ platform::Status CheckInBoxPair(const eudora::Setup& setup) {
     const auto mbx = open("\\In.mbx"), toc = open("\\In.toc");
     if (!mbx) return mbx.Error();
     if (!toc) return toc.Error();
-    char bytes[kCountSize + kPlaceSize];
-    const auto count = (*toc)->ReadAt(kCountAt, bytes);
-    if (!count) return count.Error();
-    const bool isEmpty = bytes[0] == 0 && bytes[1] == 0;
-    if (*count < sizeof bytes || isEmpty) return {};
-    std::uint64_t at = 0;
-    for (std::size_t i = sizeof bytes; i > kCountSize; --i) {
-        at = at << 8 | static_cast<unsigned char>(bytes[i - 1]);
-    }
-    char line[kSeparator.size()];
-    const auto found = (*mbx)->ReadAt(at, line);
-    if (!found) return found.Error();
-    if (std::string_view(line, *found) == kSeparator) return {};
+    const auto belong = mailbox::BelongTogether(**mbx, **toc, kSeparator);
+    if (!belong) return belong.Error();
+    if (*belong) return {};
     return base::Refused(
         "In.toc and In.mbx in " + setup.eudoraShown +
             " do not belong together (no mail begins where In.toc says that the first "

@@ -1,4 +1,5 @@
 #include "mailbox/mailbox_index.h"
+#include "mailbox/toc_file.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string_view>
+
+#include "mailbox/toc_records.h"
+#include "platform/os/files.h"
+
+// What there is to ask of a .toc file. Nothing in it is trusted.
+namespace mailbox {
+
+// Reads the header from the beginning of a .toc file; what the file lacks counts as zero.
+platform::Result<TocHeader> ReadTocHeader(platform::File& toc);
+
+// The same before the file is changed: kCorrupt if it is no table of contents of Eudora for
+// Windows, as docs/formats/toc.md tells.
+platform::Result<TocHeader> ReadTocHeaderToChange(platform::File& toc);
+
+// How many mails the header of the .toc file at that path counts; 0 if there is no such file.
+platform::Result<std::size_t> CountMails(platform::Files& files, std::string_view tocPath);
+
+// Whether `separator` stands where the first block says that its mail begins; true for a mailbox
+// without mails. Two files that fail this are those of different mailboxes.
+platform::Result<bool> BelongTogether(platform::File& mbx, platform::File& toc,
+                                      std::string_view separator);
+
+// Visits `count` blocks, the first ones of a .toc file; a block that the file lacks is all zero.
+// Ends with the first failure.
+using VisitBlock = std::function<platform::Status(const MailPlace& place)>;
+platform::Status ForEachBlock(platform::File& toc, std::uint32_t count, const VisitBlock& visit);
+
+}  // namespace mailbox
