@@ -4,7 +4,6 @@
 #include "host/cli/commands.h"
 #include "host/cli/run_place.h"
 #include "host/cli/workplace.h"
-#include "host/mail/compose.h"
 #include "host/mail/compose_into.h"
 #include "host/mail/eudora_mails.h"
 #include "host/maildir/maildir.h"
@@ -97,7 +96,6 @@ platform::Status Export(Workplace& place, MailExport& target, const std::string&
 }  // namespace
 
 base::ExitCode ExportMail(const Options& options, const std::string& toFolder) {
-    if (auto can = mail::CanComposeMail(); !can) return Fail(can.Error());
     auto place = Workplace::EnterForMail(options);
     if (!place) return Fail(place.Error());
     ProgressLine progress(!options.quiet);

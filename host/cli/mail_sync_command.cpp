@@ -1,7 +1,6 @@
 #include "host/base/native_path.h"
 #include "host/cli/sync_reports.h"
 #include "host/eudora/windows_path.h"
-#include "host/mail/compose.h"
 #include "host/mail/incoming_folder.h"
 #include "host/mail/parse.h"
 #include "host/mailsync/eudora_mail_source.h"
@@ -80,7 +79,7 @@ std::vector<std::string> NicknameFiles(const eudora::Setup& setup) {
 platform::Result<base::Report> ReportMail(Workplace& place, const Options& options,
                                           const sync::CommandPlace& command, bool isStatus) {
     // Before the translator is asked for mails, which takes files and on Windows Eudora's start.
-    if (auto can = mail::CanComposeMail(); !can) {
+    if (auto can = mail::CanParseMail(); !can) {
         if (!isStatus) return can.Error();
         base::Report report;
         report.lines.push_back("mails: " + can.Error().Message());

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
-#include "host/mail/charset_text.h"
+#include "host/mail/eudora_text.h"
 #include "host/mail/mime_entity.h"
 #include "platform/os/code_page.h"
 #include "text/double_byte.h"

@@ -1,29 +1,71 @@
 #include "host/mail/attachment_part.h"
 
+#include <algorithm>
 #include <memory>
 
-#include <gmime/gmime.h>
-
 #include "host/mail/content_type.h"
+#include "host/mail/header_block.h"
 #include "host/mail/transfer_encoding.h"
 
 namespace host::mail {
 
 namespace {
 
-constexpr std::size_t kChunk = 57 * 1024;  // whole lines of base64
+constexpr std::size_t kChunk = 1024 * kBase64LineBytes;
+constexpr std::size_t kLineWidth = 78;
+constexpr std::string_view kFileName = "filename";
 
-// The name as a parameter in the form of RFC 2231 where it needs one.
-std::string FileNameParameter(const std::string& name) {
-    const std::unique_ptr<GMimeParamList, decltype(&g_object_unref)> list(g_mime_param_list_new(),
-                                                                          g_object_unref);
-    g_mime_param_list_set_parameter(list.get(), "filename", name.c_str());
-    g_mime_param_set_charset(g_mime_param_list_get_parameter(list.get(), "filename"), "UTF-8");
-    GString* const text = g_string_new(nullptr);
-    g_mime_param_list_encode(list.get(), nullptr, TRUE, text);
-    std::string parameter(text->str, text->len);
-    g_string_free(text, TRUE);
-    return parameter;
+// What RFC 2231 leaves as it is.
+bool IsPlainLetter(char letter) {
+    constexpr std::string_view kMarks = "!#$&+-.^_`{|}~";
+    return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z') ||
+           (letter >= '0' && letter <= '9') || kMarks.find(letter) != kMarks.npos;
+}
+
+std::string Escaped(std::string_view name) {
+    constexpr std::string_view kDigits = "0123456789ABCDEF";
+    std::string escaped;
+    for (const char letter : name) {
+        const auto byte = static_cast<unsigned char>(letter);
+        if (IsPlainLetter(letter)) {
+            escaped += letter;
+        } else {
+            escaped += {'%', kDigits[byte >> 4], kDigits[byte & 0xF]};
+        }
+    }
+    return escaped;
+}
+
+// In as many pieces as lines need; no escape is cut.
+std::string ExtendedParameter(std::string_view name) {
+    const std::string label(kFileName), value = "UTF-8''" + Escaped(name);
+    if (label.size() + value.size() <= kLineWidth - 2) return "; " + label + "*=" + value + '\n';
+    constexpr std::size_t kRoom = kLineWidth - kFileName.size() - 6;
+    std::string lines;
+    int number = 0;
+    for (std::string_view rest = value; !rest.empty();) {
+        auto length = std::min(kRoom, rest.size());
+        const auto escape = rest.substr(0, length).rfind('%');
+        if (length < rest.size() && escape != rest.npos && escape + 2 >= length) length = escape;
+        lines += ";\n\t" + label + '*' + std::to_string(number++) + "*=";
+        lines += rest.substr(0, length);
+        rest.remove_prefix(length);
+    }
+    return lines + '\n';
+}
+
+// The name as a parameter, in the form of RFC 2231 where it needs one.
+std::string FileNameParameter(std::string_view name) {
+    const bool isAscii =
+        std::ranges::all_of(name, [](char letter) { return (letter & 0x80) == 0; });
+    if (!isAscii || name.size() > kLineWidth) return ExtendedParameter(name);
+    const auto plain = static_cast<std::size_t>(std::ranges::count_if(name, IsPlainLetter));
+    const std::size_t odd = name.size() - plain;
+    const bool fits = kFileName.size() + name.size() + odd <= kLineWidth - 2;
+    std::string parameter = fits ? "; " : ";\n\t";
+    parameter += kFileName;
+    parameter += odd == 0 ? "=" + std::string(name) : '=' + Quoted(name);
+    return parameter + '\n';
 }
 
 // A name without folders and without what no file name holds.
@@ -36,18 +78,19 @@ std::string PlainName(const std::string& name) {
 }
 
 platform::Status AppendFile(std::string& out, const MessageSink& sink, platform::File& file) {
-    Base64Stream stream(out);
     const auto buffer = std::make_unique<char[]>(kChunk);
+    std::size_t filled = 0;
     for (;;) {
-        const auto got = file.Read({buffer.get(), kChunk});
+        const auto got = file.Read({buffer.get() + filled, kChunk - filled});
         if (!got) return got.Error();
-        if (*got == 0) break;
-        stream.Add({buffer.get(), *got});
+        filled += *got;
+        if (*got > 0 && filled < kChunk) continue;
+        AppendBase64Lines(out, {buffer.get(), filled});
+        if (*got == 0) return {};
         if (auto taken = sink(out); !taken) return taken;
         out.clear();
+        filled = 0;
     }
-    stream.Finish();
-    return {};
 }
 
 }  // namespace
@@ -58,9 +101,7 @@ platform::Status AppendAttachment(std::string& out, const MessageSink& sink,
     out += "Content-Type: ";
     out += ContentTypeOf(plain);
     out += "\nContent-Transfer-Encoding: base64\nContent-Disposition: attachment";
-    out += FileNameParameter(plain);
-    if (!out.ends_with('\n')) out += '\n';
-    out += '\n';
+    out += FileNameParameter(plain) + '\n';
     return AppendFile(out, sink, file);
 }
 

@@ -11,7 +11,4 @@ bool IsUtf8(std::string_view text);
 // counts as UTF-8 if the text is valid in it, else as the code page.
 std::string DecodedText(std::string_view bytes, const std::string& charset, unsigned codePage);
 
-// Decomposed characters composed, where that is cheap.
-std::string Composed(const std::string& text);
-
 }  // namespace host::mail

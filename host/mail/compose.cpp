@@ -9,8 +9,6 @@
 #include "host/mail/message_id.h"
 #include "host/mail/transfer_encoding.h"
 
-#include <gmime/gmime.h>
-
 namespace host::mail {
 
 namespace {
@@ -139,13 +137,8 @@ platform::Status AppendParts(std::string& out, const MessageSink& sink, platform
 
 }  // namespace
 
-platform::Status CanComposeMail() {
-    return {};
-}
-
 platform::Status ComposeMail(platform::Files& files, const Mail& mail, std::chrono::seconds offset,
                              const MessageSink& sink) {
-    g_mime_init();
     const std::string_view body = mail.body ? std::string_view(*mail.body) : std::string_view();
     const auto texts = Encode(SplitText(NormalLineEnds(body)));
     std::string message = HeaderOf(mail, offset);

@@ -10,20 +10,13 @@
 
 namespace host::mail {
 
-// kRefused, with the reason and the way out, in a build that has no MIME library: ComposeMail gives
-// the same, and DecodeWords leaves texts as they are.
-platform::Status CanComposeMail();
-
 // The mail as an Internet message (RFC 5322 with MIME, LF line ends) that shows all that a person
 // could see in Eudora: header fields in UTF-8 as encoded words, the text as text/plain, flowed or
-// HTML as it is marked, attachments with names and types. The same mail gives the same bytes.
-// `offset` is the local time's difference to UTC in seconds at the mail's date. A missing
-// attachment file, and each note of the mail, becomes a line in a text part of its own at the end.
-// No attachment is in memory as a whole.
+// HTML as it is marked, attachments with names and types. The same mail gives the same bytes, on
+// every system. `offset` is the local time's difference to UTC in seconds at the mail's date. A
+// missing attachment file, and each note of the mail, becomes a line in a text part of its own at
+// the end. No attachment is in memory as a whole.
 platform::Status ComposeMail(platform::Files& files, const Mail& mail, std::chrono::seconds offset,
                              const MessageSink& sink);
-
-// A header text with its encoded words (RFC 2047) decoded, UTF-8.
-std::string DecodeWords(const std::string& text);
 
 }  // namespace host::mail

@@ -1,12 +1,7 @@
 #include "host/mail/encoded_words.h"
 
-#include <algorithm>
-#include <memory>
-
-#include <gmime/gmime.h>
-
 #include "host/mail/charset_text.h"
-#include "host/mail/compose.h"
+#include "host/mail/transfer_encoding.h"
 
 namespace host::mail {
 
@@ -18,8 +13,6 @@ constexpr std::size_t kLongestWord = 900;  // bytes; a line holds 998
 // "=?UTF-8?B?" and "?=" and base64 of this many bytes make 72 characters of the 75 allowed.
 constexpr std::size_t kBytesInWord = 45;
 
-using Text = std::unique_ptr<char, decltype(&g_free)>;
-
 bool IsControl(char letter) {
     return static_cast<unsigned char>(letter) < 0x20 || letter == 0x7F;
 }
@@ -30,6 +23,46 @@ std::size_t WordBytes(std::string_view text) {
     // A character is cut nowhere; what is no UTF-8 is cut anywhere.
     while (bytes > kBytesInWord - 4 && (static_cast<unsigned char>(text[bytes]) & 0xC0) == 0x80) {
         --bytes;
+    }
+    return bytes;
+}
+
+int HexValue(char letter) {
+    if (letter >= '0' && letter <= '9') return letter - '0';
+    const char lower = static_cast<char>(letter | 0x20);
+    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
+// What is no escape stands for itself.
+std::string FromQ(std::string_view payload) {
+    std::string bytes;
+    for (std::size_t i = 0; i < payload.size(); ++i) {
+        const bool isEscape = payload[i] == '=' && i + 2 < payload.size();
+        const int high = isEscape ? HexValue(payload[i + 1]) : -1;
+        const int low = isEscape ? HexValue(payload[i + 2]) : -1;
+        if (high >= 0 && low >= 0) {
+            bytes += static_cast<char>(high << 4 | low);
+            i += 2;
+        } else {
+            bytes += payload[i] == '_' ? ' ' : payload[i];
+        }
+    }
+    return bytes;
+}
+
+// What is no digit is passed over; padding says nothing.
+std::string FromBase64(std::string_view payload) {
+    std::string bytes;
+    unsigned bits = 0;
+    int count = 0;
+    for (const char letter : payload) {
+        const auto value = kBase64Digits.find(letter);
+        if (value == kNone) continue;
+        bits = (bits << 6 | static_cast<unsigned>(value)) & 0xFFFF;
+        count += 6;
+        if (count < 8) continue;
+        count -= 8;
+        bytes += static_cast<char>(bits >> count & 0xFF);
     }
     return bytes;
 }
@@ -50,11 +83,8 @@ std::string EncodeWords(std::string_view text) {
     std::string words;
     while (!text.empty()) {
         const std::string_view part = text.substr(0, WordBytes(text));
-        const Text base64(
-            g_base64_encode(reinterpret_cast<const guchar*>(part.data()), part.size()), g_free);
-        if (!words.empty()) words += "\n ";
-        words += "=?UTF-8?B?";
-        words += base64.get();
+        words += words.empty() ? "=?UTF-8?B?" : "\n =?UTF-8?B?";
+        AppendBase64(words, part);
         words += "?=";
         text.remove_prefix(part.size());
     }
@@ -87,17 +117,7 @@ bool EncodedWordScan::Next() {
 }
 
 std::string EncodedWordScan::Bytes() const {
-    GMimeEncoding decoder;
-    g_mime_encoding_init_decode(&decoder, m_isBase64 ? GMIME_CONTENT_ENCODING_BASE64
-                                                     : GMIME_CONTENT_ENCODING_QUOTEDPRINTABLE);
-    std::string payload(m_payload);
-    if (!m_isBase64) std::ranges::replace(payload, '_', ' ');
-    // A blank at the end of a line is none in a body.
-    if (!m_isBase64) payload += '.';
-    std::string bytes(g_mime_encoding_outlen(&decoder, payload.size()), '\0');
-    bytes.resize(g_mime_encoding_step(&decoder, payload.data(), payload.size(), bytes.data()));
-    if (!m_isBase64 && !bytes.empty()) bytes.pop_back();
-    return bytes;
+    return m_isBase64 ? FromBase64(m_payload) : FromQ(m_payload);
 }
 
 std::string DecodeWords(std::string_view text, unsigned codePage) {
@@ -121,7 +141,7 @@ std::string DecodeWords(std::string_view text, unsigned codePage) {
     return decoded.append(scan.Behind());
 }
 
-std::string DecodeWords(const std::string& text) {
+std::string DecodeWords(std::string_view text) {
     return DecodeWords(text, kUtf8);
 }
 

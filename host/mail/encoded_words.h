@@ -35,6 +35,7 @@ class EncodedWordScan {
 // in the padding of base64, and a character may be cut between two. Words in a charset that is not
 // known count as of the code page.
 std::string DecodeWords(std::string_view text, unsigned codePage);
+std::string DecodeWords(std::string_view text);
 
 // Control characters become blanks, blanks at both ends go, encoded words are decoded.
 std::string HeaderText(const std::string& text);

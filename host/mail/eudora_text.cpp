@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <gmime/gmime.h>
+
 #include "host/mail/charset_text.h"
 #include "host/mail/mime_entity.h"
 #include "platform/os/code_page.h"
@@ -12,6 +14,7 @@ namespace host::mail {
 namespace {
 
 constexpr auto kNone = std::string_view::npos;
+constexpr std::size_t kLongestToCompose = 4096;
 
 // Eudora makes a file of ours out of the first, and a mail of its own out of the second.
 constexpr std::string_view kLineMarks[] = {"Attachment Converted:", "From ???@???"};
@@ -65,6 +68,15 @@ std::string WithSpoiltMarks(std::string_view text) {
 }
 
 }  // namespace
+
+std::string Composed(const std::string& text) {
+    if (text.size() > kLongestToCompose || !IsUtf8(text)) return text;
+    char* const composed = g_utf8_normalize(text.c_str(), static_cast<gssize>(text.size()),
+                                            G_NORMALIZE_DEFAULT_COMPOSE);
+    std::string result = composed != nullptr ? composed : text;
+    g_free(composed);
+    return result;
+}
 
 std::string EudoraText::Convert(const std::string& text) {
     bool isLossy = false;

@@ -27,6 +27,9 @@ class EudoraText {
     std::size_t m_lost = 0;
 };
 
+// UTF-8 with its decomposed characters composed, where that is cheap.
+std::string Composed(const std::string& text);
+
 // Cuts a text behind the last whole line of at most `limit` bytes, or the last whole character.
 std::string_view CutText(std::string_view text, std::size_t limit, unsigned codePage);
 

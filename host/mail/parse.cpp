@@ -223,6 +223,10 @@ std::string MessageIdForEudora(std::string_view bytes) {
     return MessageIdOf(Message(bytes));
 }
 
+platform::Status CanParseMail() {
+    return {};
+}
+
 platform::Result<NewMail> ParseMail(std::string_view bytes, const ParsePlace& place,
                                     const std::string& name) {
     if (bytes.size() > kLargestMessage) {

@@ -20,10 +20,13 @@ struct ParsePlace {
     platform::Clock& clock;  // of the local time
 };
 
+// kRefused, with the reason and the way out, in a build without a MIME library; ParseMail gives the
+// same.
+platform::Status CanParseMail();
+
 // Reads an Internet message of any kind, also damaged, malicious or empty, in time and memory that
-// its size bounds. `name` is what a refusal calls it: kRefused for one above kLargestMessage, or in
-// a build without a MIME library; other failures are those of the files. After a failure the
-// folder holds no file of this mail.
+// its size bounds. `name` is what a refusal calls it: kRefused for one above kLargestMessage; other
+// failures are those of the files. After a failure the folder holds no file of this mail.
 //
 // The text is the plain text where there is one, flowed as it was, else what the HTML says. Files,
 // pictures and attached mails (as .eml) become attachments with plain names. Lines that Eudora

@@ -1,12 +1,19 @@
-#include "host/mail/compose.h"
+#include "host/base/exit_code.h"
 #include "host/mail/parse.h"
 #include "host/maildir/message_header.h"
 
 namespace host::mail {
 
+platform::Status CanParseMail() {
+    return base::Refused(
+        "this build of kvsync has no MIME library, so it reads no mail of other programs: list "
+        "mail, "
+        "show mail, export mail, configure mail and shell mail work");
+}
+
 platform::Result<NewMail> ParseMail(std::string_view /*bytes*/, const ParsePlace& /*place*/,
                                     const std::string& /*name*/) {
-    return CanComposeMail().Error();
+    return CanParseMail().Error();
 }
 
 std::string MessageIdForEudora(std::string_view bytes) {

@@ -10,14 +10,8 @@ namespace host::mail {
 namespace {
 
 constexpr std::size_t kLongestLine = 998;
+constexpr std::size_t kQuotedWidth = 76;
 constexpr std::string_view kSeparator = "From ";
-
-void AppendStep(GMimeEncoding& encoding, std::string_view bytes, std::string& out,
-                decltype(&g_mime_encoding_step) step) {
-    const std::size_t begin = out.size();
-    out.resize(begin + g_mime_encoding_outlen(&encoding, bytes.size()));
-    out.resize(begin + step(&encoding, bytes.data(), bytes.size(), out.data() + begin));
-}
 
 // Eight bytes at a time: every text is counted.
 std::size_t CountNonAscii(std::string_view text) {
@@ -49,19 +43,46 @@ bool LinesFit(std::string_view text) {
     return true;
 }
 
+// Whether a text goes on in its line behind its first `length` bytes.
+bool GoesOn(std::string_view text, std::size_t length) {
+    return text.size() > length && text[length] != '\n' && text[length] != '\r';
+}
+
 void AppendQuoted(std::string& out, std::string_view text) {
-    GMimeEncoding encoding;
-    g_mime_encoding_init_encode(&encoding, GMIME_CONTENT_ENCODING_QUOTEDPRINTABLE);
-    const std::size_t begin = out.size();
-    AppendStep(encoding, text, out, g_mime_encoding_flush);
-    // The encoder leaves a line's beginning "From " alone.
-    auto at =
-        out.compare(begin, kSeparator.size(), kSeparator) == 0 ? begin : out.find("\nFrom ", begin);
-    while (at != std::string::npos) {
-        if (out[at] == '\n') ++at;
-        out.replace(at, 1, "=46");
-        at = out.find("\nFrom ", at);
+    constexpr std::string_view kEscapedAtEnd = " \t\r";
+    const bool endsInEscape = !text.empty() && kEscapedAtEnd.find(text.back()) != text.npos;
+    std::size_t column = 0;
+    const auto escape = [&](char letter) {
+        constexpr std::string_view kDigits = "0123456789ABCDEF";
+        const auto byte = static_cast<unsigned char>(letter);
+        out += {'=', kDigits[byte >> 4], kDigits[byte & 0xF]};
+        column += 3;
+    };
+    for (; !text.empty(); text.remove_prefix(1)) {
+        const char letter = text.front();
+        if (letter == '\n') {
+            out += '\n';
+            column = 0;
+            continue;
+        }
+        const bool isBlank = letter == ' ' || letter == '\t';
+        const bool isPlain = isBlank || (letter > ' ' && letter < 0x7F && letter != '=');
+        // A return stays at the end of its line, whatever its width is.
+        if (letter != '\r' && column + (isPlain ? 1 : 3) >= kQuotedWidth) {
+            out += "=\n";
+            column = 0;
+        }
+        const bool isSeparator =
+            column == 0 && text.starts_with(kSeparator) && GoesOn(text, kSeparator.size());
+        if (!isPlain || isSeparator || (isBlank && !GoesOn(text, 1))) {
+            escape(letter);
+        } else {
+            out += letter;
+            ++column;
+        }
+        if (isSeparator) column = 1;
     }
+    if (endsInEscape) out += "=\n";
 }
 
 }  // namespace
@@ -93,22 +114,29 @@ void AppendEncoded(std::string& out, std::string_view text, TransferEncoding enc
     } else if (encoding == TransferEncoding::kQuotedPrintable) {
         AppendQuoted(out, text);
     } else {
-        Base64Stream stream(out);
-        stream.Add(text);
-        stream.Finish();
+        AppendBase64Lines(out, text);
     }
 }
 
-Base64Stream::Base64Stream(std::string& out) : m_out(out) {
-    g_mime_encoding_init_encode(&m_encoding, GMIME_CONTENT_ENCODING_BASE64);
+void AppendBase64(std::string& out, std::string_view bytes) {
+    for (; !bytes.empty(); bytes.remove_prefix(std::min<std::size_t>(3, bytes.size()))) {
+        const auto byte = [&](std::size_t i) {
+            return i < bytes.size() ? static_cast<unsigned char>(bytes[i]) : 0u;
+        };
+        const unsigned bits = byte(0) << 16 | byte(1) << 8 | byte(2);
+        out += {kBase64Digits[bits >> 18], kBase64Digits[bits >> 12 & 63],
+                bytes.size() > 1 ? kBase64Digits[bits >> 6 & 63] : '=',
+                bytes.size() > 2 ? kBase64Digits[bits & 63] : '='};
+    }
 }
 
-void Base64Stream::Add(std::string_view bytes) {
-    AppendStep(m_encoding, bytes, m_out, g_mime_encoding_step);
-}
-
-void Base64Stream::Finish() {
-    AppendStep(m_encoding, {}, m_out, g_mime_encoding_flush);
+void AppendBase64Lines(std::string& out, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const auto line = bytes.substr(0, kBase64LineBytes);
+        AppendBase64(out, line);
+        out += '\n';
+        bytes.remove_prefix(line.size());
+    }
 }
 
 }  // namespace host::mail

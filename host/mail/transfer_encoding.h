@@ -3,8 +3,6 @@
 #include <string>
 #include <string_view>
 
-#include <gmime/gmime.h>
-
 namespace host::mail {
 
 enum class TransferEncoding { k7Bit, kQuotedPrintable, kBase64 };
@@ -18,17 +16,17 @@ TransferEncoding ChooseEncoding(std::string_view text);
 
 void AppendEncoded(std::string& out, std::string_view text, TransferEncoding encoding);
 
-// Base64 that is made as the bytes come.
-class Base64Stream {
-  public:
-    // `out` is appended to and outlives this.
-    explicit Base64Stream(std::string& out);
-    void Add(std::string_view bytes);
-    void Finish();
+inline constexpr std::string_view kBase64Digits =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-  private:
-    std::string& m_out;
-    GMimeEncoding m_encoding;
-};
+// Base64 without line ends.
+void AppendBase64(std::string& out, std::string_view bytes);
+
+// Bytes that make one line of base64.
+inline constexpr std::size_t kBase64LineBytes = 57;
+
+// Base64 in lines of 76 characters. Pieces of one text are appended one after the other if all but
+// the last are whole lines.
+void AppendBase64Lines(std::string& out, std::string_view bytes);
 
 }  // namespace host::mail

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "host/base/out_of_memory.h"
-#include "host/mail/compose.h"
+#include "host/mail/encoded_words.h"
 #include "host/mail/message_id.h"
 #include "host/mail/parse.h"
 #include "host/maildir/maildir_name.h"
