@@ -38,7 +38,7 @@ host/backup          platform/os host/base
 host/mail            platform/os platform/kvutil host/base host/eudora host/translator host/maildir text
 host/contacts        platform/os host/base host/translator host/vcard text
 host/sync            platform/os host/base host/state host/backup
-host/contactsync     host/base host/eudora host/translator host/state host/backup host/contacts host/sync
+host/contactsync     host/base host/translator host/state host/backup host/contacts host/sync
 host/mailsync        platform/os host/base host/translator host/maildir host/state host/backup host/mail host/sync
 host/dialogs         platform/os host/base text
 host/shell           platform/os platform/kvutil frame/interface host/base host/translator

@@ -12,7 +12,7 @@
 #include "host/cli/version.h"
 #include "host/shell/kinds.h"
 #include "host/shell/shell.h"
-#include "host/sync/preference.h"
+#include "host/sync/rules.h"
 #include "host/translator/module_messages.h"
 #include "platform/kvutil/kvutil.h"
 

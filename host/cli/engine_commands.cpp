@@ -3,13 +3,13 @@
 #include "host/base/native_path.h"
 #include "host/cli/commands.h"
 #include "host/cli/run_place.h"
+#include "host/cli/sync_output.h"
 #include "host/cli/sync_reports.h"
 #include "host/cli/workplace.h"
-#include "host/contactsync/contact_export.h"
 #include "host/contactsync/contact_sync.h"
 #include "host/eudora/outside_names.h"
 #include "host/eudora/windows_path.h"
-#include "host/sync/backup_commands.h"
+#include "host/sync/place.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
 
@@ -26,9 +26,7 @@ platform::Result<contactsync::EudoraPlace> EudoraOf(Workplace& place, bool forWr
     eudora.open = [&place, file = *file] {
         return translator::TranslatorSession::OpenContacts(place.Module(), file);
     };
-    // Every bare folder is C:\Eudora to Eudora: only the native path tells them apart.
-    eudora.selection = *native;
-    eudora.nativeFile = *native;
+    eudora.file = *native;
     eudora.codePage = platform::NativeSystem().processes.CodePage();
     return eudora;
 }
@@ -48,12 +46,11 @@ platform::Status RefuseLocked(const std::string& nicknameFile) {
 
 // The files of a backup must not be in the hands of a running Eudora, whichever it is.
 platform::Status RefuseLockedBackup(const sync::CommandPlace& place, const std::string& id) {
-    const auto known = nlohmann::json::parse(sync::RunBackups(place).json, nullptr, false);
-    if (!known.is_object()) return {};
-    for (const auto& backup : known.value("backups", nlohmann::json::array())) {
-        if (backup.value("id", "") != id) continue;
-        for (const auto& file : backup.value("files", nlohmann::json::array())) {
-            if (auto free = RefuseLocked(file.get<std::string>()); !free) return free;
+    const auto backups = sync::BackupsOf(place).List();
+    for (const backup::Backup& backup : backups ? *backups : std::vector<backup::Backup>()) {
+        if (backup.id != id) continue;
+        for (const backup::BackupFile& file : backup.files) {
+            if (auto free = RefuseLocked(file.origin); !free) return free;
         }
     }
     return {};
@@ -66,13 +63,31 @@ platform::Status FillSync(const Options& options, contactsync::SyncOptions& sync
             "the configuration file");
     }
     sync.contactsFolder = *options.contacts;
-    sync.quiet = options.quiet;
     sync.dryRun = options.setup.writesNothing;
     // The command line and the configuration file have been checked.
     if (options.prefer)
         sync.prefer = sync::ParsePrefer(*options.prefer).value_or(sync::Prefer::kBoth);
     if (options.maxDelete) sync.maxDelete = sync::ParseDeleteLimit(*options.maxDelete);
     return {};
+}
+
+base::Report BackupsOutput(const platform::Result<std::vector<backup::Backup>>& backups) {
+    if (!backups) return base::RefusalReport(backups.Error());
+    base::Report report;
+    auto list = nlohmann::json::array();
+    for (const backup::Backup& backup : *backups) {
+        std::string line = backup.id + "  " + backup.reason;
+        auto files = nlohmann::json::array();
+        for (const backup::BackupFile& file : backup.files) {
+            line += "  " + file.origin;
+            files.push_back(file.origin);
+        }
+        report.lines.push_back(std::move(line));
+        list.push_back({{"id", backup.id}, {"reason", backup.reason}, {"files", files}});
+    }
+    if (report.lines.empty()) report.lines.emplace_back("no backups yet");
+    base::FinishReport(report, {{"backups", std::move(list)}});
+    return report;
 }
 
 }  // namespace
@@ -84,7 +99,16 @@ platform::Result<base::Report> ReportContacts(Workplace& place, const Options& o
     auto eudora = EudoraOf(place, !isStatus);
     if (!eudora) return eudora.Error();
     sync.eudora = *std::move(eudora);
-    return isStatus ? contactsync::RunStatus(command, sync) : contactsync::RunSync(command, sync);
+    if (!isStatus) {
+        return SyncOutput(contactsync::RunSync(command, sync), Subject::kContacts, options.quiet);
+    }
+    const auto lock = state::StateLock::Take(command.files, command.stateFile, false);
+    std::vector<std::string> head = {
+        "address book: " + sync.eudora.file + " (" + sync.eudora.file + ")",
+        "contacts folder: " + sync.contactsFolder, "state: " + command.stateFile,
+        "locked: " + (lock ? "no" : lock.Error().Message())};
+    return StatusOutput(contactsync::RunStatus(command, sync), std::move(head), Subject::kContacts,
+                        options.quiet);
 }
 
 base::ExitCode ExportContacts(const Options& options, const std::string& toFolder) {
@@ -95,8 +119,13 @@ base::ExitCode ExportContacts(const Options& options, const std::string& toFolde
     ProgressLine progress(!options.quiet);
     auto command = PlaceOf(options, progress);
     if (!command) return Fail(command.Error());
-    const base::Report report = contactsync::ExportContacts(*command, *eudora, toFolder);
+    const auto count = contactsync::ExportContacts(*command, *eudora, toFolder);
     progress.Show({});
+    if (!count) return Say(base::RefusalReport(count.Error()), options);
+    base::Report report;
+    report.code = *count > 0 ? base::ExitCode::kChangesMade : base::ExitCode::kNothingToDo;
+    report.lines.push_back(std::to_string(*count) + " contacts exported to " + toFolder);
+    base::FinishReport(report, {{"exported", *count}});
     return Say(report, options);
 }
 
@@ -104,7 +133,7 @@ base::ExitCode ListBackups(const Options& options) {
     ProgressLine progress(false);
     auto command = PlaceOf(options, progress);
     if (!command) return Fail(command.Error());
-    return Say(sync::RunBackups(*command), options);
+    return Say(BackupsOutput(sync::BackupsOf(*command).List()), options);
 }
 
 base::ExitCode Restore(const Options& options, const std::string& id) {
@@ -123,7 +152,14 @@ base::ExitCode Restore(const Options& options, const std::string& id) {
     auto command = PlaceOf(options, progress);
     if (!command) return Fail(command.Error());
     if (auto free = RefuseLockedBackup(*command, id); !free) return Fail(free.Error());
-    return Say(sync::RunRestore(*command, {id}), options);
+    const auto before = sync::Restore(*command, id);
+    if (!before) return Say(base::RefusalReport(before.Error()), options);
+    base::Report report;
+    report.code = base::ExitCode::kChangesMade;
+    report.lines = {"backup " + id + " is back in place",
+                    "what was there before is backup " + before->id};
+    base::FinishReport(report, {{"restored", id}, {"before", before->id}});
+    return Say(report, options);
 }
 
 }  // namespace host::cli

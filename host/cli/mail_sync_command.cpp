@@ -1,4 +1,5 @@
 #include "host/base/native_path.h"
+#include "host/cli/sync_output.h"
 #include "host/cli/sync_reports.h"
 #include "host/eudora/windows_path.h"
 #include "host/mail/incoming_folder.h"
@@ -113,12 +114,16 @@ platform::Result<base::Report> ReportMail(Workplace& place, const Options& optio
     for (auto& file : NicknameFiles(place.Place())) sync.eudoraFiles.push_back(std::move(file));
     sync.maildir = eudora::WithoutLinks(*options.maildir);
     sync.dryRun = writesNothing;
-    sync.quiet = options.quiet;
     // The command line and the configuration file have been checked.
     if (options.prefer)
         sync.prefer = sync::ParsePrefer(*options.prefer).value_or(sync::Prefer::kBoth);
     if (options.maxDelete) sync.maxDelete = sync::ParseDeleteLimit(*options.maxDelete);
-    return isStatus ? mailsync::RunMailStatus(command, sync) : mailsync::RunMailSync(command, sync);
+    if (!isStatus) {
+        return SyncOutput(mailsync::RunMailSync(command, sync), Subject::kMails, options.quiet);
+    }
+    return StatusOutput(mailsync::RunMailStatus(command, sync),
+                        {"in-box: " + sync.inbox, "Maildir: " + sync.maildir}, Subject::kMails,
+                        options.quiet);
 }
 
 }  // namespace host::cli

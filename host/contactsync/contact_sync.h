@@ -5,9 +5,9 @@
 #include <optional>
 #include <string>
 
-#include "host/base/report.h"
 #include "host/sync/place.h"
-#include "host/sync/preference.h"
+#include "host/sync/report.h"
+#include "host/sync/rules.h"
 #include "host/translator/translator_session.h"
 
 namespace host::contactsync {
@@ -16,8 +16,9 @@ namespace host::contactsync {
 // again whenever the file must be read anew.
 struct EudoraPlace {
     std::function<platform::Result<translator::TranslatorSession>()> open;
-    std::string selection;   // the nickname file as Eudora knows it (UTF-8): the memory's key
-    std::string nativeFile;  // the same file as a native path, for backups
+    // The nickname file as a native path. With the folder it is the memory's key: to Eudora every
+    // bare folder is C:\Eudora.
+    std::string file;
     unsigned codePage = 1252;
 };
 
@@ -27,15 +28,16 @@ struct SyncOptions {
     sync::Prefer prefer = sync::Prefer::kBoth;
     std::optional<sync::DeleteLimit> maxDelete;  // the larger of 10 and 25% if not given
     bool dryRun = false;
-    bool quiet = false;  // counts only, no line for each contact
 };
 
-base::Report RunSync(const sync::CommandPlace& place, const SyncOptions& options);
+// A failure: nothing was touched.
+platform::Result<sync::Report> RunSync(const sync::CommandPlace& place, const SyncOptions& options);
 // What a sync would find and do, without touching anything.
-base::Report RunStatus(const sync::CommandPlace& place, const SyncOptions& options);
+sync::Preview RunStatus(const sync::CommandPlace& place, const SyncOptions& options);
 
-// When the nickname file was last changed. kRefused for what cannot be one.
-platform::Result<std::chrono::system_clock::time_point> CheckNicknameFile(platform::Files& files,
-                                                                          const std::string& path);
+// Writes all contacts into a native folder, which is made if there is none and must hold no .vcf
+// file. Gives their number.
+platform::Result<std::size_t> ExportContacts(const sync::CommandPlace& place,
+                                             const EudoraPlace& from, const std::string& toFolder);
 
 }  // namespace host::contactsync

@@ -6,6 +6,8 @@ namespace host::contactsync {
 
 namespace {
 
+using sync::Verb;
+
 // How many pairs are remembered in one transaction while the folder is written.
 constexpr std::size_t kBatch = 200;
 
@@ -20,7 +22,7 @@ class Execution {
           m_progress(progress),
           m_states(plan.steps.size()) {}
 
-    Outcome Run(const std::function<platform::Status()>& backup);
+    std::vector<std::string> Run(const std::function<platform::Status()>& backup);
 
   private:
     struct State {
@@ -43,13 +45,12 @@ class Execution {
     base::Progress& m_progress;
     std::vector<State> m_states;
     state::MemoryChange m_pending;
-    Outcome m_outcome;
+    std::vector<std::string> m_errors;
 };
 
 bool Execution::Check(const platform::Status& status, const std::string& what) {
     if (status) return true;
-    m_outcome.errors.push_back(what + status.Error().Message());
-    m_outcome.isIncomplete = true;
+    m_errors.push_back(what + status.Error().Message());
     return false;
 }
 
@@ -69,12 +70,13 @@ void Execution::ChangeFolder(std::size_t index) {
     const Step& step = m_plan.steps[index];
     const SideAction& action = step.folder;
     State& state = m_states[index];
-    if (action.act == Act::kRemove) {
+    if (action.verb == Verb::kRemove) {
         if (auto status = m_folder.Remove(action.known); !status) Fail(index, status.Error());
         return;
     }
-    auto id = action.act == Act::kAdd ? m_folder.Add(action.values, action.like)
-                                      : m_folder.Change(action.known, action.values, action.fields);
+    auto id = action.verb == Verb::kAdd
+                  ? m_folder.Add(action.values, action.like)
+                  : m_folder.Change(action.known, action.values, action.fields);
     if (!id) return Fail(index, id.Error());
     auto stored = ReadFolderContact(m_eudora, m_folder, *id);
     if (!stored) return Fail(index, stored.Error());
@@ -84,13 +86,14 @@ void Execution::ChangeFolder(std::size_t index) {
 // False if the step failed.
 bool Execution::ChangeEudora(std::size_t index) {
     const SideAction& action = m_plan.steps[index].eudora;
-    if (action.act == Act::kRemove) {
+    if (action.verb == Verb::kRemove) {
         auto status = m_eudora.Remove(action.known);
         if (!status) Fail(index, status.Error());
         return status.HasValue();
     }
-    auto id = action.act == Act::kAdd ? m_eudora.Add(action.values, "")
-                                      : m_eudora.Change(action.known, action.values, action.fields);
+    auto id = action.verb == Verb::kAdd
+                  ? m_eudora.Add(action.values, "")
+                  : m_eudora.Change(action.known, action.values, action.fields);
     if (!id) {
         Fail(index, id.Error());
         return false;
@@ -101,9 +104,9 @@ bool Execution::ChangeEudora(std::size_t index) {
 
 platform::Status Execution::EudoraPhase() {
     bool isChanged = false;
-    for (const Act act : {Act::kChange, Act::kAdd, Act::kRemove}) {
+    for (const Verb verb : {Verb::kChange, Verb::kAdd, Verb::kRemove}) {
         for (std::size_t i = 0; i < m_plan.steps.size(); ++i) {
-            if (m_plan.steps[i].eudora.act != act || m_states[i].failed) continue;
+            if (m_plan.steps[i].eudora.verb != verb || m_states[i].failed) continue;
             isChanged = ChangeEudora(i) || isChanged;
         }
     }
@@ -124,13 +127,13 @@ platform::Status Execution::Remember(std::size_t index) {
                                {step.folder.known, step.folder.values},
                                step.uid,
                                step.beyond};
-    if (step.folder.act != Act::kNone) {
+    if (step.folder.verb != Verb::kNone) {
         const contacts::StoredContact& stored = state.inFolder;
         pair.folder = {stored.item, stored.contact};
         pair.uid = stored.uid;
         pair.beyond = stored.beyond;
     }
-    if (step.eudora.act != Act::kNone) {
+    if (step.eudora.verb != Verb::kNone) {
         auto stored = m_eudora.Read(state.eudoraId);
         if (!stored) return stored.Error();
         pair.eudora = {stored->item, stored->contact};
@@ -139,47 +142,48 @@ platform::Status Execution::Remember(std::size_t index) {
     return {};
 }
 
-Outcome Execution::Run(const std::function<platform::Status()>& backup) {
-    if (m_plan.ChangesEudora()) {
-        if (!Check(backup(), "backup: ")) return std::move(m_outcome);
+std::vector<std::string> Execution::Run(const std::function<platform::Status()>& backup) {
+    if (m_plan.report.Changes(sync::Side::kEudora)) {
+        if (!Check(backup(), "backup: ")) return std::move(m_errors);
     }
     if (!m_plan.intents.empty()) {
         m_pending.intents = m_plan.intents;
-        if (!Check(Flush(), "state: ")) return std::move(m_outcome);
+        if (!Check(Flush(), "state: ")) return std::move(m_errors);
     }
     std::size_t done = 0;
-    for (const Act act : {Act::kAdd, Act::kNone, Act::kChange, Act::kRemove}) {
+    for (const Verb verb : {Verb::kAdd, Verb::kNone, Verb::kChange, Verb::kRemove}) {
         for (std::size_t i = 0; i < m_plan.steps.size(); ++i) {
             const Step& step = m_plan.steps[i];
-            if (step.folder.act != act) continue;
+            if (step.folder.verb != verb) continue;
             m_progress.Step("writing", done++, m_plan.steps.size());
-            if (act == Act::kAdd || !step.needs || !m_states[*step.needs].failed) {
-                if (act != Act::kNone) ChangeFolder(i);
+            if (verb == Verb::kAdd || !step.needs || !m_states[*step.needs].failed) {
+                if (verb != Verb::kNone) ChangeFolder(i);
             } else {
                 m_states[i].failed = true;
             }
-            if (step.eudora.act != Act::kNone) continue;
-            if (!Check(Remember(i), "state: ")) return std::move(m_outcome);
+            if (step.eudora.verb != Verb::kNone) continue;
+            if (!Check(Remember(i), "state: ")) return std::move(m_errors);
             if (m_pending.put.size() + m_pending.forget.size() < kBatch) continue;
-            if (!Check(Flush(), "state: ")) return std::move(m_outcome);
+            if (!Check(Flush(), "state: ")) return std::move(m_errors);
         }
     }
-    if (!Check(Flush(), "state: ")) return std::move(m_outcome);
-    if (!Check(EudoraPhase(), "Eudora: ")) return std::move(m_outcome);
+    if (!Check(Flush(), "state: ")) return std::move(m_errors);
+    if (!Check(EudoraPhase(), "Eudora: ")) return std::move(m_errors);
     for (std::size_t i = 0; i < m_plan.steps.size(); ++i) {
-        if (m_plan.steps[i].eudora.act == Act::kNone) continue;
-        if (!Check(Remember(i), "Eudora: ")) return std::move(m_outcome);
+        if (m_plan.steps[i].eudora.verb == Verb::kNone) continue;
+        if (!Check(Remember(i), "Eudora: ")) return std::move(m_errors);
     }
     if (!m_plan.intents.empty() || m_plan.dropIntents) m_pending.intents.emplace();
     (void)Check(Flush(), "state: ");
-    return std::move(m_outcome);
+    return std::move(m_errors);
 }
 
 }  // namespace
 
-Outcome Execute(const Plan& plan, contacts::ContactStore& eudora, contacts::ContactStore& folder,
-                state::PairMemory& memory, const std::function<platform::Status()>& backup,
-                base::Progress& progress) {
+std::vector<std::string> Execute(const Plan& plan, contacts::ContactStore& eudora,
+                                 contacts::ContactStore& folder, state::PairMemory& memory,
+                                 const std::function<platform::Status()>& backup,
+                                 base::Progress& progress) {
     return Execution(plan, eudora, folder, memory, progress).Run(backup);
 }
 

@@ -9,20 +9,16 @@
 
 namespace host::contactsync {
 
-struct Outcome {
-    std::vector<std::string> errors;  // one line for each step that failed
-    bool isIncomplete = false;        // some steps were not carried out
-};
-
-// Carries out a plan. `backup` is called before anything else if Eudora's file will change; its
-// failure ends the run before the first change.
+// Carries out a plan; gives a line for each step that failed. `backup` is called before anything
+// else if Eudora's file will change; its failure ends the run before the first change.
 //
 // The order makes a run that is cut off at any point harmless: what Eudora's file is about to get
 // is remembered first; then the folder changes, additions before changes before removals, contact
 // by contact; then Eudora's file in one step; each pair is remembered when both its sides are
 // done. The next run finds a half-done pair equal on both sides, or one-sided still.
-Outcome Execute(const Plan& plan, contacts::ContactStore& eudora, contacts::ContactStore& folder,
-                state::PairMemory& memory, const std::function<platform::Status()>& backup,
-                base::Progress& progress);
+std::vector<std::string> Execute(const Plan& plan, contacts::ContactStore& eudora,
+                                 contacts::ContactStore& folder, state::PairMemory& memory,
+                                 const std::function<platform::Status()>& backup,
+                                 base::Progress& progress);
 
 }  // namespace host::contactsync

@@ -1,94 +1,318 @@
 #include "host/contactsync/plan.h"
 
 #include <algorithm>
-#include <array>
+#include <optional>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "host/contactsync/field_merge.h"
+#include "host/contactsync/pairing.h"
 
 namespace host::contactsync {
 
 namespace {
 
-struct Counts {
-    int added = 0, changed = 0, removed = 0;
+using sync::Verb;
 
-    void Add(Act act) {
-        added += act == Act::kAdd;
-        changed += act == Act::kChange;
-        removed += act == Act::kRemove;
-    }
-    bool IsEmpty() const { return added + changed + removed == 0; }
-    std::string Text() const {
-        return std::to_string(added) + " added, " + std::to_string(changed) + " changed, " +
-               std::to_string(removed) + " removed";
-    }
-};
-
-std::string Fields(base::FieldSet set) {
-    std::string text;
+base::FieldSet NonEmpty(const base::Contact& contact) {
+    base::FieldSet set;
     for (base::Field field : base::kAllFields) {
-        if (set.Has(field)) text.append(text.empty() ? "" : ", ").append(base::FieldName(field));
+        if (!contact[field].empty()) set.Add(field);
     }
-    return text;
+    return set;
 }
 
-void DescribeAction(const SideAction& action, const Step& step, const char* side,
-                    std::vector<std::string>& lines) {
-    if (action.act == Act::kNone) return;
-    constexpr std::array<const char*, 4> kVerbs = {"", "add to ", "change in ", "remove from "};
-    std::string line = kVerbs[static_cast<std::size_t>(action.act)];
-    line.append(side).append(": ").append(
-        action.act == Act::kAdd ? base::DisplayName(action.values, step.name) : step.name);
-    if (action.act == Act::kChange) line += " (" + Fields(action.fields) + ")";
-    if (action.fields.Has(base::Field::kNickname) && !step.renamedTo.empty()) {
-        line += " -> " + step.renamedTo;
+sync::Change::OnSide Told(const SideAction& action, const Step& step) {
+    const bool isNew = action.verb == Verb::kAdd;
+    return {action.verb, isNew ? base::DisplayName(action.values, step.name) : step.name,
+            action.fields};
+}
+
+class Planner {
+  public:
+    Planner(const Sides& sides, const state::Remembered& remembered, const SideRules& rules,
+            const PlanOptions& options)
+        : m_sides(sides), m_remembered(remembered), m_rules(rules), m_options(options) {
+        for (const contacts::StoredContact& stored : sides.eudora) m_taken.insert(stored.item.id);
     }
-    lines.push_back(std::move(line));
+
+    Plan Make();
+
+  private:
+    void PlanKnown(const Pairing::Known& known);
+    void PlanMerge(const contacts::StoredContact& eudora, const contacts::StoredContact& folder,
+                   const state::RememberedPair* pair, bool isIntended);
+    void PlanVanished(const contacts::StoredContact* eudora, const contacts::StoredContact* folder,
+                      const state::RememberedPair& pair);
+    bool Resolve(Merge& merge, const contacts::StoredContact& eudora,
+                 const contacts::StoredContact& folder);
+    bool KeepOlder(const contacts::StoredContact& older, bool folderIsOlder,
+                   const std::string& fields);
+    void AddToFolder(const contacts::StoredContact& eudora, std::int64_t key);
+    void AddToEudora(const contacts::StoredContact& folder, std::int64_t key);
+    bool FinishEudora(SideAction& action, const std::string& name);
+    std::string FreeNickname(const std::string& base);
+    bool AlreadyKept(const base::Contact& copy);
+    void CheckLimits();
+
+    const Sides& m_sides;
+    const state::Remembered& m_remembered;
+    const SideRules& m_rules;
+    const PlanOptions& m_options;
+    Pairing m_pairing;
+    std::unordered_set<std::string> m_taken;            // nicknames in Eudora, now or by this plan
+    std::unordered_map<std::string, int> m_nextNumber;  // by the nickname with the first number
+    std::optional<std::unordered_set<std::string>> m_keptCopies;
+    Plan m_plan;
+};
+
+// The nickname itself if it is free, else with the first number that makes it so. Numbers of as
+// many digits share a stem, and what was taken under one is not tried again.
+std::string Planner::FreeNickname(const std::string& base) {
+    if (m_taken.insert(base).second) return base;
+    for (int first = 1;; first *= 10) {
+        int& next = m_nextNumber.try_emplace(m_rules.nickname(base, std::to_string(first)), first)
+                        .first->second;
+        while (next < first * 10) {
+            std::string candidate = m_rules.nickname(base, std::to_string(next++));
+            if (m_taken.insert(candidate).second) return candidate;
+        }
+    }
+}
+
+// False, with a notice, if Eudora's rules refuse the action.
+bool Planner::FinishEudora(SideAction& action, const std::string& name) {
+    const base::FieldSet shown =
+        action.verb == Verb::kAdd ? NonEmpty(action.values) : action.fields;
+    const auto reason = m_rules.refusal(action.values, shown);
+    if (reason) m_plan.report.refused.push_back({name, *reason});
+    return !reason;
+}
+
+void Planner::AddToFolder(const contacts::StoredContact& eudora, std::int64_t key) {
+    Step step;
+    step.key = key;
+    step.eudora = {Verb::kNone, eudora.item, eudora.contact, {}, {}};
+    step.folder = {Verb::kAdd, {}, m_rules.holdFolder(eudora.contact), {}, {}};
+    step.name = base::DisplayName(eudora.contact, eudora.item.id);
+    m_plan.steps.push_back(std::move(step));
+}
+
+void Planner::AddToEudora(const contacts::StoredContact& folder, std::int64_t key) {
+    Step step;
+    step.key = key;
+    step.folder = {Verb::kNone, folder.item, folder.contact, {}, {}};
+    step.uid = folder.uid;
+    step.beyond = folder.beyond;
+    step.name = base::DisplayName(folder.contact, folder.item.id);
+    step.eudora = {Verb::kAdd, {}, m_rules.holdEudora(folder.contact), {}, {}};
+    std::string& nickname = step.eudora.values[base::Field::kNickname];
+    if (nickname.empty()) {
+        base::Contact named;
+        named[base::Field::kNickname] = base::DisplayName(step.eudora.values, "contact");
+        nickname = m_rules.holdEudora(named)[base::Field::kNickname];
+    }
+    if (!FinishEudora(step.eudora, step.name)) return;
+    nickname = FreeNickname(nickname);
+    m_plan.intents.push_back({"", nickname, folder.item.id});
+    m_plan.steps.push_back(std::move(step));
+}
+
+// One side of a pair is gone, or both.
+void Planner::PlanVanished(const contacts::StoredContact* eudora,
+                           const contacts::StoredContact* folder,
+                           const state::RememberedPair& pair) {
+    const bool inFolder = folder != nullptr;
+    Step step;
+    step.key = pair.key;
+    step.forget = true;
+    step.name = base::DisplayName(pair.eudora.contact, pair.eudora.item.id);
+    if (eudora == nullptr && folder == nullptr) {
+        m_plan.steps.push_back(std::move(step));
+        return;
+    }
+    const base::Contact& now = inFolder ? folder->contact : eudora->contact;
+    const bool changed = now != (inFolder ? pair.folder : pair.eudora).contact;
+    const bool deletionWins =
+        m_options.prefer == (inFolder ? sync::Prefer::kEudora : sync::Prefer::kFolder);
+    if (!changed || deletionWins) {
+        SideAction& action = inFolder ? step.folder : step.eudora;
+        action = {Verb::kRemove, (inFolder ? folder : eudora)->item, now, {}, {}};
+        m_plan.steps.push_back(std::move(step));
+        return;
+    }
+    if (m_options.prefer == sync::Prefer::kBoth || m_options.prefer == sync::Prefer::kNewer) {
+        m_plan.report.conflicts.push_back(
+            {step.name, inFolder ? "deleted in Eudora and changed in the folder: kept"
+                                 : "deleted in the folder and changed in Eudora: kept"});
+    }
+    inFolder ? AddToEudora(*folder, pair.key) : AddToFolder(*eudora, pair.key);
+}
+
+// Whether a marked copy of that content is there already, from a run that was cut off or failed
+// in part.
+bool Planner::AlreadyKept(const base::Contact& copy) {
+    if (!m_keptCopies) {
+        m_keptCopies.emplace();
+        for (const auto* side : {&m_sides.eudora, &m_sides.folder}) {
+            for (const contacts::StoredContact& stored : *side) {
+                if (stored.contact[base::Field::kNickname].find("(older)") == std::string::npos)
+                    continue;
+                m_keptCopies->insert(base::BeyondNickname(m_rules.holdEudora(stored.contact)));
+            }
+        }
+    }
+    return m_keptCopies->contains(base::BeyondNickname(copy));
+}
+
+// Adds a marked copy of the older contact to both sides. False if Eudora refuses it.
+bool Planner::KeepOlder(const contacts::StoredContact& older, bool folderIsOlder,
+                        const std::string& fields) {
+    Step step;
+    step.name = base::DisplayName(older.contact, older.item.id);
+    base::Contact copy = older.contact;
+    std::string& name = copy[base::Field::kName];
+    if (!name.empty()) name += " (older)";
+    const base::Contact held = m_rules.holdEudora(copy);
+    if (!AlreadyKept(held)) {
+        step.eudora = {Verb::kAdd, {}, held, {}, {}};
+        std::string base = held[base::Field::kNickname];
+        if (base.empty()) base = base::DisplayName(held, "contact");
+        base = m_rules.nickname(base, " (older)");
+        step.eudora.values[base::Field::kNickname] = base;
+        if (!FinishEudora(step.eudora, step.name)) return false;
+        base = FreeNickname(base);
+        step.eudora.values[base::Field::kNickname] = copy[base::Field::kNickname] = base;
+        step.folder = {Verb::kAdd, {}, copy, {}, folderIsOlder ? older.item.id : std::string()};
+        m_plan.steps.push_back(std::move(step));
+    }
+    m_plan.report.conflicts.push_back(
+        {base::DisplayName(older.contact, older.item.id),
+         "changed on both sides (" + fields + "): both kept, the older " +
+             (folderIsOlder ? "one of the folder" : "one of Eudora") + " marked"});
+    return true;
+}
+
+// Settles what both sides changed; false if it cannot be settled.
+bool Planner::Resolve(Merge& merge, const contacts::StoredContact& eudora,
+                      const contacts::StoredContact& folder) {
+    if (merge.conflicts.IsEmpty()) return true;
+    std::string fields;
+    for (base::Field field : base::kAllFields) {
+        if (!merge.conflicts.Has(field)) continue;
+        fields.append(fields.empty() ? "" : ", ").append(base::FieldName(field));
+    }
+    bool folderWins = m_options.prefer == sync::Prefer::kFolder;
+    if (m_options.prefer == sync::Prefer::kBoth || m_options.prefer == sync::Prefer::kNewer) {
+        folderWins = m_rules.folderIsNewer(eudora.item.id, folder.item.id);
+    }
+    if (m_options.prefer == sync::Prefer::kBoth) {
+        const bool isKept =
+            folderWins ? KeepOlder(eudora, false, fields) : KeepOlder(folder, true, fields);
+        if (!isKept) return false;
+    }
+    SettleConflicts(merge, folderWins, m_rules);
+    return true;
+}
+
+void Planner::PlanMerge(const contacts::StoredContact& eudora,
+                        const contacts::StoredContact& folder, const state::RememberedPair* pair,
+                        bool isIntended) {
+    if (pair != nullptr && pair->eudora.item.id == eudora.item.id &&
+        pair->eudora.item.marker == eudora.item.marker && pair->folder.item.id == folder.item.id &&
+        pair->folder.item.marker == folder.item.marker) {
+        return;  // neither side changed at all
+    }
+    Merge merge = MergeFields(eudora.contact, folder.contact, pair, isIntended, m_rules);
+    Step step;
+    step.key = pair != nullptr ? pair->key : 0;
+    step.name =
+        base::DisplayName(pair != nullptr ? pair->eudora.contact : eudora.contact, eudora.item.id);
+    const std::size_t stepsBefore = m_plan.steps.size();
+    const std::size_t conflictsBefore = m_plan.report.conflicts.size();
+    if (!Resolve(merge, eudora, folder)) return;
+    // The older one is gone once the pair changes: its copy comes first.
+    if (m_plan.steps.size() > stepsBefore) step.needs = stepsBefore;
+    step.uid = folder.uid;
+    step.beyond = folder.beyond;
+    const auto action = [](const contacts::StoredContact& stored, const base::Contact& values,
+                           base::FieldSet fields) {
+        return SideAction{
+            fields.IsEmpty() ? Verb::kNone : Verb::kChange, stored.item, values, fields, {}};
+    };
+    step.eudora = action(eudora, merge.eudora, merge.toEudora);
+    step.folder = action(folder, merge.folder, merge.toFolder);
+    if (step.eudora.verb == Verb::kChange && !FinishEudora(step.eudora, step.name)) {
+        // What Eudora refuses stays as it is on both sides, without a copy.
+        m_plan.steps.resize(stepsBefore);
+        m_plan.report.conflicts.resize(conflictsBefore);
+        return;
+    }
+    if (merge.toEudora.Has(base::Field::kNickname)) {
+        std::string& nickname = step.eudora.values[base::Field::kNickname];
+        nickname = FreeNickname(nickname);
+        step.renamedTo = nickname;
+        m_plan.intents.push_back({eudora.item.id, nickname, folder.item.id});
+    } else if (merge.toFolder.Has(base::Field::kNickname) && pair != nullptr) {
+        step.renamedTo = merge.folder[base::Field::kNickname];
+    }
+    m_plan.steps.push_back(std::move(step));
+}
+
+void Planner::PlanKnown(const Pairing::Known& known) {
+    const state::RememberedPair& pair = m_remembered.pairs[known.pair];
+    const contacts::StoredContact* eudora = known.eudora ? &m_sides.eudora[*known.eudora] : nullptr;
+    const contacts::StoredContact* folder = known.folder ? &m_sides.folder[*known.folder] : nullptr;
+    if (eudora != nullptr && folder != nullptr) {
+        PlanMerge(*eudora, *folder, &pair, known.isIntended);
+    } else {
+        PlanVanished(eudora, folder, pair);
+    }
+}
+
+void Planner::CheckLimits() {
+    const unsigned long total = m_remembered.pairs.size();
+    if (total > 0 && (m_sides.eudora.empty() || m_sides.folder.empty())) {
+        const char* side = m_sides.eudora.empty() ? "Eudora's address book" : "the contacts folder";
+        m_plan.stop = std::string(side) + " is empty, but " + std::to_string(total) +
+                      " contacts are remembered: check the paths; to begin anew, move the state "
+                      "file away, and what the other side holds is copied";
+        return;
+    }
+    // No step deletes on both sides.
+    const std::size_t deletions = m_plan.report.Count(sync::Side::kEudora, Verb::kRemove) +
+                                  m_plan.report.Count(sync::Side::kFolder, Verb::kRemove);
+    m_plan.stop =
+        sync::TooManyDeletions(deletions, "contacts would be deleted", total, m_options.maxDelete);
+}
+
+Plan Planner::Make() {
+    m_pairing = FindPairs(m_sides, m_remembered, m_rules);
+    for (const Pairing::Known& known : m_pairing.known) PlanKnown(known);
+    for (const Pairing::Found& found : m_pairing.found) {
+        PlanMerge(m_sides.eudora[found.eudora], m_sides.folder[found.folder], nullptr,
+                  found.isIntended);
+    }
+    for (const std::size_t i : m_pairing.onlyEudora) AddToFolder(m_sides.eudora[i], 0);
+    for (const std::size_t i : m_pairing.onlyFolder) AddToEudora(m_sides.folder[i], 0);
+    m_plan.report.richer = static_cast<std::size_t>(std::ranges::count_if(
+        m_sides.folder, [](const contacts::StoredContact& stored) { return stored.beyond > 0; }));
+    m_plan.report.leftAlone = m_sides.passedOver;
+    for (const Step& step : m_plan.steps) {
+        if (step.eudora.verb == Verb::kNone && step.folder.verb == Verb::kNone) continue;
+        m_plan.report.changes.push_back(
+            {step.name, Told(step.eudora, step), Told(step.folder, step), step.renamedTo, {}, {}});
+    }
+    m_plan.dropIntents = !m_remembered.intents.empty();
+    CheckLimits();
+    return std::move(m_plan);
 }
 
 }  // namespace
 
-bool Plan::ChangesEudora() const {
-    return std::any_of(steps.begin(), steps.end(),
-                       [](const Step& step) { return step.eudora.act != Act::kNone; });
-}
-
-bool Plan::ChangesAnything() const {
-    return ChangesEudora() || std::any_of(steps.begin(), steps.end(), [](const Step& step) {
-               return step.folder.act != Act::kNone;
-           });
-}
-
-bool Plan::IsEmpty() const {
-    return steps.empty() && !dropIntents;
-}
-
-std::vector<std::string> DescribePlan(const Plan& plan, bool countsOnly) {
-    std::vector<std::string> lines;
-    Counts eudora, folder;
-    for (const Step& step : plan.steps) {
-        eudora.Add(step.eudora.act);
-        folder.Add(step.folder.act);
-        if (countsOnly) continue;
-        DescribeAction(step.eudora, step, "Eudora", lines);
-        DescribeAction(step.folder, step, "the folder", lines);
-    }
-    for (const Notice& conflict : plan.conflicts) {
-        lines.push_back("conflict: " + conflict.name + ": " + conflict.text);
-    }
-    for (const Notice& refused : plan.refused) {
-        lines.push_back("refused by Eudora: " + refused.name + ": " + refused.text);
-    }
-    for (const std::string& one : plan.passedOver) lines.push_back("left alone: " + one);
-    if (eudora.IsEmpty() && folder.IsEmpty()) {
-        lines.push_back("contacts: nothing to do");
-    } else {
-        lines.push_back("contacts: in Eudora " + eudora.Text() + "; in the folder " +
-                        folder.Text());
-    }
-    if (plan.kept > 0) {
-        lines.push_back(std::to_string(plan.kept) +
-                        " vCards hold more than Eudora can; it stays in them");
-    }
-    return lines;
+Plan MakePlan(const Sides& sides, const state::Remembered& remembered, const SideRules& rules,
+              const PlanOptions& options) {
+    return Planner(sides, remembered, rules, options).Make();
 }
 
 }  // namespace host::contactsync

@@ -1,6 +1,8 @@
+#include "host/mailsync/check_maildir.h"
+
 #include <algorithm>
 
-#include "host/mailsync/mail_sync.h"
+#include "host/base/exit_code.h"
 
 namespace host::mailsync {
 

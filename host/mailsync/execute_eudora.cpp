@@ -11,6 +11,8 @@ namespace host::mailsync {
 
 namespace {
 
+using enum sync::Side;
+using enum sync::Verb;
 using platform::ErrorCode;
 
 // How many new mails, or how many bytes of them, wait in the translator at a time.
@@ -43,49 +45,39 @@ struct Addition {
 
 class EudoraExecution {
   public:
-    EudoraExecution(const MailPlan& plan, const MailWork& work, MailOutcome& outcome)
-        : m_plan(plan), m_work(work), m_outcome(outcome) {}
+    EudoraExecution(const MailPlan& plan, const MailWork& work, Ledger& ledger)
+        : m_plan(plan), m_work(work), m_ledger(ledger) {}
 
     void Run();
 
   private:
-    bool Check(const platform::Status& status, const std::string& what);
-    void Did(const MailStep& step) { m_outcome.done[m_plan.IndexOf(step)] = true; }
     platform::Result<mail::NewMail> ReadNew(const MailStep& step);
     std::optional<mail::NewMail> ReadNamed(const MailStep& step);
-    void Note(const std::string& name, const mail::NewMail& mail);
+    void Note(const std::string& name, mail::NewMail& mail);
     void TakeBackCopies();
     void Erase(const MailStep& step);
     void Mark(const MailStep& step);
     bool AddAll();
     void Prepare(const MailStep& step);
     bool StoreBatch();
-    bool RememberIntents();
     void Add(Addition& addition);
     void RememberAdded();
-    bool Save();
     bool SendAll();
     bool Send(const MailStep& step);
     void File(const MailStep& step, std::int64_t key);
 
     const MailPlan& m_plan;
     const MailWork& m_work;
-    MailOutcome& m_outcome;
+    Ledger& m_ledger;
     std::vector<Addition> m_batch;
     std::size_t m_batchBytes = 0;
     std::vector<state::RememberedMail> m_marked;  // since the last Finish
     std::vector<const MailStep*> m_markedSteps;
-    state::MailMemoryChange m_change;
     bool m_hasSent = false;
 };
 
-bool EudoraExecution::Check(const platform::Status& status, const std::string& what) {
-    if (!status) m_outcome.errors.push_back(what + ": " + status.Error().Message());
-    return status.HasValue();
-}
-
 platform::Result<mail::NewMail> EudoraExecution::ReadNew(const MailStep& step) {
-    const bool isForInBox = step.act == MailAct::kAdd;
+    const bool isForInBox = step.act.verb == kAdd;
     maildir::Maildir& maildir = isForInBox ? m_work.folders.mails : m_work.folders.outbox;
     return base::OrOutOfMemory([&]() -> platform::Result<mail::NewMail> {
         auto text = maildir.Read(step.file, mail::kLargestMessage);
@@ -101,29 +93,27 @@ std::optional<mail::NewMail> EudoraExecution::ReadNamed(const MailStep& step) {
     auto mail = ReadNew(step);
     if (!mail && mail.Error().code == ErrorCode::kNotFound) return std::nullopt;
     if (!mail) {
-        (void)Check(mail.Error(), step.row.name);
+        (void)m_ledger.Check(mail.Error(), step.row.name);
         return std::nullopt;
     }
     m_work.attachments.ChooseNames(mail->attachments);
     return *std::move(mail);
 }
 
-void EudoraExecution::Note(const std::string& name, const mail::NewMail& mail) {
-    const auto add = [&](const std::string& note) {
-        m_outcome.notes.push_back(std::string(name).append(": ").append(note));
-    };
-    for (const std::string& note : mail.notes) add(note);
-    if (mail.lostCharacters == 0) return;
-    add(std::to_string(mail.lostCharacters) +
-        " characters that Eudora's code page lacks are ? there");
+void EudoraExecution::Note(const std::string& name, mail::NewMail& mail) {
+    if (mail.lostCharacters > 0) {
+        mail.notes.push_back(std::to_string(mail.lostCharacters) +
+                             " characters that Eudora's code page lacks are ? there");
+    }
+    m_ledger.Note(name, mail.notes);
 }
 
 // The translator copies a mail's attachments before the mail is in its mailbox: a run that was cut
 // off in between left them behind, under the names that it remembered first.
 void EudoraExecution::TakeBackCopies() {
     for (const MailStep& step : m_plan.steps) {
-        const bool isOnItsWay =
-            step.act == MailAct::kAdd || step.act == MailAct::kSend || step.act == MailAct::kFile;
+        const bool isOnItsWay = step.act == sync::Act{kEudora, kAdd} || step.act.verb == kQueue ||
+                                step.act.verb == kFile;
         if (!isOnItsWay || step.row.content.empty()) continue;
         const auto mail = ReadNew(step);
         if (!mail) continue;
@@ -141,25 +131,18 @@ void EudoraExecution::Erase(const MailStep& step) {
         const auto found = m_work.source.Find(step.row.id);
         if (found && !*found) removed = {};
     }
-    if (!Check(removed, step.row.name)) return;
-    m_change.forget.push_back(step.row.key);
-    Did(step);
+    if (!m_ledger.Check(removed, step.row.name)) return;
+    m_ledger.change.forget.push_back(step.row.key);
+    m_ledger.Did(step);
 }
 
 void EudoraExecution::Mark(const MailStep& step) {
     state::RememberedMail row = step.row;
     const std::uint32_t status = StatusOf(row.flags);
-    if (!Check(m_work.source.SetStatus(row.id, status), row.name)) return;
+    if (!m_ledger.Check(m_work.source.SetStatus(row.id, status), row.name)) return;
     row.marker = std::to_string(status);
     m_marked.push_back(std::move(row));
     m_markedSteps.push_back(&step);
-}
-
-bool EudoraExecution::Save() {
-    if (m_change.put.empty() && m_change.forget.empty()) return true;
-    const bool isSaved = Check(m_work.memory.Save(m_change), "state");
-    m_change = {};
-    return isSaved;
 }
 
 // Under which id is only known later; by its Message-ID the next run finds it as well.
@@ -178,19 +161,10 @@ void EudoraExecution::Prepare(const MailStep& step) {
     m_batch.push_back({&step, *std::move(mail), std::move(row)});
 }
 
-bool EudoraExecution::RememberIntents() {
-    state::MailMemoryChange change = std::exchange(m_change, {});
-    for (const Addition& addition : m_batch) change.put.push_back(addition.row);
-    if (change.put.empty() && change.forget.empty()) return true;
-    if (!Check(m_work.memory.Save(change), "state")) return false;
-    for (std::size_t i = 0; i < m_batch.size(); ++i) m_batch[i].row = std::move(change.put[i]);
-    return true;
-}
-
 void EudoraExecution::Add(Addition& addition) {
     const state::RememberedMail& row = addition.row;
     auto head = m_work.source.Add(addition.mail, StatusOf(row.flags));
-    if (!head) return (void)Check(head.Error(), row.name);
+    if (!head) return (void)m_ledger.Check(head.Error(), row.name);
     addition.row.id = std::move(head->id);
     Note(row.name, addition.mail);
 }
@@ -207,8 +181,8 @@ void EudoraExecution::RememberAdded() {
         row.link = state::MailLink::kInStep;
         row.marker = (*head)->marker;
         row.content.clear();
-        m_change.put.push_back(std::move(row));
-        Did(*addition.step);
+        m_ledger.change.put.push_back(std::move(row));
+        m_ledger.Did(*addition.step);
     }
     m_batch.clear();
     m_batchBytes = 0;
@@ -216,69 +190,69 @@ void EudoraExecution::RememberAdded() {
 
 // False if storing failed: what stopped one stops the others too.
 bool EudoraExecution::StoreBatch() {
-    if (!RememberIntents()) return false;
+    if (!m_ledger.Save(m_batch)) return false;
     for (Addition& addition : m_batch) Add(addition);
-    const bool isFinished = Check(m_work.source.Finish(), "Eudora");
+    const bool isFinished = m_ledger.Check(m_work.source.Finish(), "Eudora");
     if (isFinished) {
-        m_change.put = std::move(m_marked);
-        for (const MailStep* step : m_markedSteps) Did(*step);
+        m_ledger.change.put = std::move(m_marked);
+        for (const MailStep* step : m_markedSteps) m_ledger.Did(*step);
     }
     m_marked.clear();
     m_markedSteps.clear();
     RememberAdded();
-    return Save() && isFinished;
+    return m_ledger.Save() && isFinished;
 }
 
 bool EudoraExecution::AddAll() {
-    const std::size_t total = m_plan.Count(MailAct::kAdd);
+    const std::size_t total = m_plan.report.Count(kEudora, kAdd);
     std::size_t done = 0;
     for (const MailStep& step : m_plan.steps) {
-        if (step.act != MailAct::kAdd) continue;
+        if (step.act != sync::Act{kEudora, kAdd}) continue;
         m_work.progress.Step("mail for Eudora", ++done, total);
         Prepare(step);
         const bool isFull = m_batch.size() >= kBatchMails || m_batchBytes >= kBatchBytes;
         if (isFull && !StoreBatch()) return false;
     }
-    if (m_batch.empty() && m_marked.empty()) return Save();
+    if (m_batch.empty() && m_marked.empty()) return m_ledger.Save();
     return StoreBatch();
 }
 
 // The file goes where mail programs keep what was sent; that it is gone from .Outbox is remembered
 // by nothing else.
 void EudoraExecution::File(const MailStep& step, std::int64_t key) {
-    if (!Check(m_work.folders.sent.Create(), ".Sent")) return;
+    if (!m_ledger.Check(m_work.folders.sent.Create(), ".Sent")) return;
     const auto moved = m_work.folders.outbox.MoveInto(
         m_work.folders.sent, step.file, maildir::WithFlag(step.file.flags, 'S', true));
     if (!moved && moved.Error().code != ErrorCode::kNotFound) {
-        (void)Check(moved, step.row.name);
+        (void)m_ledger.Check(moved, step.row.name);
         return;
     }
     m_hasSent = true;
-    m_change.forget.push_back(key);
-    Did(step);
+    m_ledger.change.forget.push_back(key);
+    m_ledger.Did(step);
 }
 
 // False if it was not handed over.
 bool EudoraExecution::Send(const MailStep& step) {
-    const auto mail = ReadNamed(step);
+    auto mail = ReadNamed(step);
     if (!mail) return false;
     auto before = m_work.queued();
-    if (!before) return Check(before.Error(), step.row.name);
+    if (!before) return m_ledger.Check(before.Error(), step.row.name);
     state::MailMemoryChange intent{{step.row}, {}, false};
     intent.put[0].size = *before;
     intent.put[0].content = Lines(mail->attachments);
-    if (!Check(m_work.memory.Save(intent), "state")) return false;
+    if (!m_ledger.Check(m_work.memory.Save(intent), "state")) return false;
     const std::int64_t key = intent.put[0].key;
     auto status = m_work.source.AddOutgoing(*mail);
     if (status) status = m_work.source.Finish();
     const auto after = m_work.queued();
     // What is in the out-box is queued, whatever was told.
     if (after && *after > *before) status = {};
-    if (!Check(status, step.row.name)) {
-        if (after && *after == *before) m_change.forget.push_back(key);
+    if (!m_ledger.Check(status, step.row.name)) {
+        if (after && *after == *before) m_ledger.change.forget.push_back(key);
         return false;
     }
-    Did(step);
+    m_ledger.Did(step);
     Note(step.row.name, *mail);
     File(step, key);
     return true;
@@ -287,27 +261,27 @@ bool EudoraExecution::Send(const MailStep& step) {
 bool EudoraExecution::SendAll() {
     bool isAll = true;
     for (const MailStep& step : m_plan.steps) {
-        if (step.act == MailAct::kFile) File(step, step.row.key);
-        if (step.act != MailAct::kSend) continue;
+        if (step.act.verb == kFile) File(step, step.row.key);
+        if (step.act.verb != kQueue) continue;
         isAll = Send(step) && isAll;
     }
-    if (m_hasSent) isAll = Check(m_work.folders.sent.Settle({}), ".Sent") && isAll;
-    return Save() && isAll;
+    if (m_hasSent) isAll = m_ledger.Check(m_work.folders.sent.Settle({}), ".Sent") && isAll;
+    return m_ledger.Save() && isAll;
 }
 
 void EudoraExecution::Run() {
     TakeBackCopies();
     for (const MailStep& step : m_plan.steps) {
-        if (step.act == MailAct::kErase) Erase(step);
-        if (step.act == MailAct::kMark) Mark(step);
+        if (step.act == sync::Act{kEudora, kRemove}) Erase(step);
+        if (step.act == sync::Act{kEudora, kChange}) Mark(step);
     }
     if (AddAll()) (void)SendAll();
 }
 
 }  // namespace
 
-void ExecuteOnEudora(const MailPlan& plan, const MailWork& work, MailOutcome& outcome) {
-    EudoraExecution(plan, work, outcome).Run();
+void ExecuteOnEudora(const MailPlan& plan, const MailWork& work, Ledger& ledger) {
+    EudoraExecution(plan, work, ledger).Run();
 }
 
 }  // namespace host::mailsync

@@ -10,6 +10,6 @@ namespace host::mailsync {
 // gets it: the next run finds it there, or adds it again. A mail to be sent is remembered with the
 // number of mails in the out-box before, and handed over alone. Removals and read states can be
 // found done and are then only remembered.
-void ExecuteOnEudora(const MailPlan& plan, const MailWork& work, MailOutcome& outcome);
+void ExecuteOnEudora(const MailPlan& plan, const MailWork& work, Ledger& ledger);
 
 }  // namespace host::mailsync

@@ -1,5 +1,7 @@
 #include "host/mailsync/execute_mail.h"
 
+#include <utility>
+
 #include "host/mail/compose_into.h"
 #include "host/mail/message_id.h"
 #include "host/mailsync/execute_eudora.h"
@@ -9,6 +11,8 @@ namespace host::mailsync {
 
 namespace {
 
+using enum sync::Side;
+using enum sync::Verb;
 using platform::ErrorCode;
 
 // How many composed mails wait in tmp at a time.
@@ -16,11 +20,10 @@ constexpr std::size_t kBatchMails = 200;
 
 class MailExecution {
   public:
-    MailExecution(const MailPlan& plan, const MailWork& work) : m_plan(plan), m_work(work) {
-        m_outcome.done.resize(plan.steps.size());
-    }
+    MailExecution(const MailPlan& plan, const MailWork& work)
+        : m_plan(plan), m_work(work), m_ledger(plan, work.memory) {}
 
-    MailOutcome Run();
+    sync::Report Run();
 
   private:
     struct Delivery {
@@ -29,13 +32,10 @@ class MailExecution {
         bool isComposed = false;
     };
 
-    bool Check(const platform::Status& status, const std::string& what);
-    void Did(const MailStep& step) { m_outcome.done[m_plan.IndexOf(step)] = true; }
     void Redo(const MailStep& step);
     bool ComposeAll();
     platform::Result<mail::Mail> ReadMail(const MailStep& step);
     bool Compose(Delivery& delivery);
-    bool Remember();
     bool Deliver(const Delivery& delivery);
     bool DeliverBatch();
     void SetFlags(const MailStep& step);
@@ -47,21 +47,15 @@ class MailExecution {
     std::vector<Delivery> m_batch;
     std::size_t m_tried = 0, m_total = 0;
     std::vector<maildir::MaildirEntry> m_delivered;
-    state::MailMemoryChange m_change;
+    Ledger m_ledger;
     bool m_isFolderChanged = false;
-    MailOutcome m_outcome;
 };
-
-bool MailExecution::Check(const platform::Status& status, const std::string& what) {
-    if (!status) m_outcome.errors.push_back(what + ": " + status.Error().Message());
-    return status.HasValue();
-}
 
 // Nothing of the delivery is left; the mail is a new one in the same plan.
 void MailExecution::Redo(const MailStep& step) {
     m_work.folders.mails.Discard(step.row.unique);
     if (!step.file.name.empty()) (void)m_work.folders.mails.Remove(step.file);
-    m_change.forget.push_back(step.row.key);
+    m_ledger.change.forget.push_back(step.row.key);
 }
 
 platform::Result<mail::Mail> MailExecution::ReadMail(const MailStep& step) {
@@ -78,15 +72,15 @@ bool MailExecution::Compose(Delivery& delivery) {
     m_work.progress.Step("mail", ++m_tried, m_total);
     const auto mail = ReadMail(*delivery.step);
     if (!mail && mail.Error().code == ErrorCode::kNotFound) return true;
-    if (!mail) return !Check(mail.Error(), row.name);
+    if (!mail) return !m_ledger.Check(mail.Error(), row.name);
     bool isMailAtFault = false;
     const auto size = mail::ComposeInto(m_work.folders.mails, row.unique, m_work.files, *mail,
                                         OffsetAt(m_work.clock, *mail), isMailAtFault);
     if (!size) {
-        (void)Check(size.Error(), row.name);
+        (void)m_ledger.Check(size.Error(), row.name);
         return isMailAtFault;
     }
-    for (const auto& note : mail->notes) m_outcome.notes.push_back(row.name + ": " + note);
+    m_ledger.Note(row.name, mail->notes);
     row.size = *size;
     row.content = ContentOf(*mail);
     row.fileId = mail::MessageIdOf(*mail);
@@ -94,34 +88,27 @@ bool MailExecution::Compose(Delivery& delivery) {
     return true;
 }
 
-// The names are kept in memory before a file has them, so that the next run finds what is left.
-bool MailExecution::Remember() {
-    for (const Delivery& delivery : m_batch) m_change.put.push_back(delivery.row);
-    const bool isSaved = Check(m_work.memory.Save(m_change), "state");
-    for (std::size_t i = 0; i < m_batch.size(); ++i) m_batch[i].row = m_change.put[i];
-    m_change = {};
-    return isSaved;
-}
-
 bool MailExecution::Deliver(const Delivery& delivery) {
     const state::RememberedMail& row = delivery.row;
     const auto status = m_work.folders.mails.Deliver(row.unique, row.flags);
-    if (!Check(status, row.name)) return false;
+    if (!m_ledger.Check(status, row.name)) return false;
     m_delivered.push_back(m_work.folders.mails.EntryOf(row.unique, row.flags));
-    Did(*delivery.step);
+    m_ledger.Did(*delivery.step);
     return true;
 }
 
 // False if a delivery failed: what stopped one stops the others too.
 bool MailExecution::DeliverBatch() {
+    // The names are remembered before a file has them, so that the next run finds what is left.
+    if (!m_ledger.Save(m_batch)) return false;
     m_isFolderChanged = true;
     bool isWhole = true;
     for (Delivery& delivery : m_batch) isWhole = isWhole && Compose(delivery);
     std::erase_if(m_batch, [&](const Delivery& delivery) {
-        if (!delivery.isComposed) m_change.forget.push_back(delivery.row.key);
+        if (!delivery.isComposed) m_ledger.change.forget.push_back(delivery.row.key);
         return !delivery.isComposed;
     });
-    bool isDelivered = Remember();
+    bool isDelivered = m_ledger.Save(m_batch);
     for (const Delivery& delivery : m_batch) {
         isDelivered = isDelivered && Deliver(delivery);
         if (!isDelivered) m_work.folders.mails.Discard(delivery.row.unique);
@@ -131,66 +118,97 @@ bool MailExecution::DeliverBatch() {
 }
 
 bool MailExecution::ComposeAll() {
-    m_total = m_plan.Count(MailAct::kCompose);
+    m_total = m_plan.report.Count(kFolder, kAdd);
     if (m_total == 0) return true;
-    if (!Check(m_work.folders.mails.Create(), "Maildir")) return false;
+    if (!m_ledger.Check(m_work.folders.mails.Create(), "Maildir")) return false;
     for (const MailStep& step : m_plan.steps) {
-        if (step.act != MailAct::kCompose) continue;
+        if (step.act != sync::Act{kFolder, kAdd}) continue;
         m_batch.push_back({&step, step.row});
         m_batch.back().row.unique = m_work.folders.mails.NewName();
-        if (m_batch.size() >= kBatchMails && !(Remember() && DeliverBatch())) return false;
+        if (m_batch.size() >= kBatchMails && !DeliverBatch()) return false;
     }
-    return m_batch.empty() || (Remember() && DeliverBatch());
+    return m_batch.empty() || DeliverBatch();
 }
 
 // A file that another program renamed or removed meanwhile is the next run's affair.
 void MailExecution::SetFlags(const MailStep& step) {
     const auto status = m_work.folders.mails.SetFlags(step.file, step.row.flags);
     if (!status && status.Error().code == ErrorCode::kNotFound) return;
-    if (!Check(status, step.row.name)) return;
+    if (!m_ledger.Check(status, step.row.name)) return;
     m_isFolderChanged = true;
-    m_change.put.push_back(step.row);
-    Did(step);
+    m_ledger.change.put.push_back(step.row);
+    m_ledger.Did(step);
 }
 
 void MailExecution::Remove(const MailStep& step) {
     const auto status = m_work.folders.mails.Remove(step.file);
     if (!status && status.Error().code == ErrorCode::kNotFound) return;
-    if (!Check(status, step.row.name)) return;
+    if (!m_ledger.Check(status, step.row.name)) return;
     m_isFolderChanged = true;
-    m_change.forget.push_back(step.row.key);
-    Did(step);
+    m_ledger.change.forget.push_back(step.row.key);
+    m_ledger.Did(step);
 }
 
 void MailExecution::Finish(bool allDelivered) {
-    m_change.settle = allDelivered && !m_delivered.empty();
-    if (m_isFolderChanged && !Check(m_work.folders.mails.Settle(m_delivered), "Maildir")) return;
-    if (m_change.put.empty() && m_change.forget.empty() && !m_change.settle) return;
-    (void)Check(m_work.memory.Save(m_change), "state");
+    m_ledger.change.settle = allDelivered && !m_delivered.empty();
+    if (m_isFolderChanged && !m_ledger.Check(m_work.folders.mails.Settle(m_delivered), "Maildir"))
+        return;
+    (void)m_ledger.Save();
 }
 
-MailOutcome MailExecution::Run() {
-    const bool changesEudora = m_plan.ChangesEudora();
-    if (changesEudora && !Check(m_work.backup(), "backup")) return std::move(m_outcome);
+sync::Report MailExecution::Run() {
+    const bool changesEudora = m_plan.report.Changes(kEudora);
+    if (changesEudora && !m_ledger.Check(m_work.backup(), "backup")) return m_ledger.TakeReport();
     for (const MailStep& step : m_plan.steps) {
-        if (step.act == MailAct::kRedo) Redo(step);
+        if (step.act.verb == kRedo) Redo(step);
     }
     const bool allDelivered = ComposeAll();
     for (const MailStep& step : m_plan.steps) {
-        if (step.act == MailAct::kSetFlags) SetFlags(step);
-        if (step.act == MailAct::kRemove) Remove(step);
-        if (step.act == MailAct::kRemember) m_change.put.push_back(step.row);
-        if (step.act == MailAct::kForget) m_change.forget.push_back(step.row.key);
+        if (step.act == sync::Act{kFolder, kChange}) SetFlags(step);
+        if (step.act == sync::Act{kFolder, kRemove}) Remove(step);
+        if (step.act == sync::Act{kMemory, kChange}) m_ledger.change.put.push_back(step.row);
+        if (step.act == sync::Act{kMemory, kRemove}) m_ledger.change.forget.push_back(step.row.key);
     }
     Finish(allDelivered);
-    const bool hasMore = changesEudora || m_plan.Count(MailAct::kFile) > 0;
-    if (hasMore && m_outcome.errors.empty()) ExecuteOnEudora(m_plan, m_work, m_outcome);
-    return std::move(m_outcome);
+    const bool hasMore = changesEudora || m_plan.report.Count(kFolder, kFile) > 0;
+    if (hasMore && !m_ledger.HasFailed()) ExecuteOnEudora(m_plan, m_work, m_ledger);
+    return m_ledger.TakeReport();
 }
 
 }  // namespace
 
-MailOutcome ExecuteMail(const MailPlan& plan, const MailWork& work) {
+bool Ledger::Check(const platform::Status& status, const std::string& what) {
+    if (!status) m_report.errors.push_back(what + ": " + status.Error().Message());
+    return status.HasValue();
+}
+
+void Ledger::Note(const std::string& name, const std::vector<std::string>& notes) {
+    for (const std::string& note : notes) m_report.notes.push_back(name + ": " + note);
+}
+
+bool Ledger::Save(state::MailMemoryChange& saved) {
+    saved = std::exchange(change, {});
+    const bool isEmpty = saved.put.empty() && saved.forget.empty() && !saved.settle;
+    return isEmpty || Check(m_memory.Save(saved), "state");
+}
+
+bool Ledger::Save() {
+    state::MailMemoryChange saved;
+    return Save(saved);
+}
+
+sync::Report Ledger::TakeReport() {
+    const std::size_t planned = m_report.changes.size();
+    m_report.changes.clear();
+    for (const MailStep& step : m_plan.steps) {
+        auto told = Told(step);
+        if (told && m_done[m_plan.IndexOf(step)]) m_report.changes.push_back(*std::move(told));
+    }
+    m_report.undone = planned - m_report.changes.size();
+    return std::move(m_report);
+}
+
+sync::Report ExecuteMail(const MailPlan& plan, const MailWork& work) {
     return MailExecution(plan, work).Run();
 }
 

@@ -15,12 +15,6 @@
 
 namespace host::mailsync {
 
-struct MailOutcome {
-    std::vector<std::string> errors;  // one line for each step that failed
-    std::vector<std::string> notes;   // fields of composed mails that could not be read
-    std::vector<bool> done;           // which of the plan's steps
-};
-
 // What a plan is carried out on. The objects outlive the call.
 struct MailWork {
     MailSource& source;
@@ -38,12 +32,48 @@ struct MailWork {
     std::function<platform::Status()> backup;
 };
 
+// What becomes of a plan while it is carried out.
+class Ledger {
+  public:
+    Ledger(const MailPlan& plan, state::MailMemory& memory)
+        : m_plan(plan), m_memory(memory), m_report(plan.report), m_done(plan.steps.size(), false) {}
+
+    // What the next Save remembers.
+    state::MailMemoryChange change;
+
+    // False, with a line in the report, if that failed.
+    bool Check(const platform::Status& status, const std::string& what);
+    void Note(const std::string& name, const std::vector<std::string>& notes);
+    void Did(const MailStep& step) { m_done[m_plan.IndexOf(step)] = true; }
+    bool HasFailed() const { return m_report.errors.size() > m_plan.report.errors.size(); }
+    bool Save();
+    // Saves the `row` of each too; new ones get their keys.
+    template <class Batch>
+    bool Save(Batch& batch) {
+        for (const auto& one : batch) change.put.push_back(one.row);
+        state::MailMemoryChange saved;
+        if (!Save(saved)) return false;
+        for (auto at = saved.put.end() - std::ssize(batch); auto& one : batch) one.row = *at++;
+        return true;
+    }
+    // Tells of the steps that were done.
+    sync::Report TakeReport();
+
+  private:
+    bool Save(state::MailMemoryChange& saved);
+
+    const MailPlan& m_plan;
+    state::MailMemory& m_memory;
+    sync::Report m_report;
+    std::vector<bool> m_done;
+};
+
 // Carries out a plan, the Maildir first. The order makes a run that is cut off at any point
 // harmless, by a kill or by the loss of power: before a batch of mails is composed it is remembered
 // under which names, and before it is delivered with which sizes; what the next run finds of it
 // whole is in step, what it does not is composed again. All other changes can be found half done
 // and are planned again or found to be equal. The memory of finished work is kept only when that
 // work is on the disk.
-MailOutcome ExecuteMail(const MailPlan& plan, const MailWork& work);
+sync::Report ExecuteMail(const MailPlan& plan, const MailWork& work);
 
 }  // namespace host::mailsync

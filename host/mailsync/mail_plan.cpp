@@ -1,27 +1,393 @@
 #include "host/mailsync/mail_plan.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "host/mail/mail.h"
+#include "host/maildir/maildir_name.h"
+#include "host/mailsync/mail_matching.h"
 
 namespace host::mailsync {
 
-std::size_t MailPlan::Count(MailAct act) const {
-    return static_cast<std::size_t>(std::ranges::count(steps, act, &MailStep::act));
+namespace {
+
+using enum sync::Side;
+using enum sync::Verb;
+
+constexpr char kSeenFlag = 'S';
+
+// A file that the person marked so is no mere copy of Eudora's mail.
+bool IsMarked(const maildir::MaildirEntry& file) {
+    return maildir::HasFlag(file.flags, 'F') || maildir::HasFlag(file.flags, 'D');
 }
 
-bool MailPlan::ChangesFolder() const {
-    return std::ranges::any_of(steps, [](const MailStep& step) {
-        return step.act == MailAct::kCompose || step.act == MailAct::kSetFlags ||
-               step.act == MailAct::kRemove || step.act == MailAct::kFile;
-    });
+// Whether the mail was read when both sides were last in step. One that a run which was cut off
+// added stands read in Eudora until its state is stored: the file's flag counts.
+bool WasSeen(const state::RememberedMail& row, bool isSeenNow) {
+    return IsSeen(row.marker) || (row.link == state::MailLink::kAdding && isSeenNow);
 }
 
-bool MailPlan::ChangesEudora() const {
-    return std::ranges::any_of(steps, [](const MailStep& step) {
-        return step.act == MailAct::kAdd || step.act == MailAct::kMark ||
-               step.act == MailAct::kErase || step.act == MailAct::kSend;
+class MailPlanner {
+  public:
+    MailPlanner(const MailSides& sides, const std::vector<state::RememberedMail>& remembered,
+                const MailPlanOptions& options)
+        : m_sides(sides), m_remembered(remembered), m_options(options) {}
+
+    MailPlan Make();
+
+  private:
+    void FindFiles();
+    void FindRenamed(const std::vector<bool>& lost);
+    void CountFiles(const std::vector<bool>& lost);
+    void PlanKnown(const EudoraHead& head, const state::RememberedMail& row);
+    void PlanFlags(const EudoraHead& head, state::RememberedMail row,
+                   const maildir::MaildirEntry& file);
+    void PlanNew(const EudoraHead& head);
+    void PlanPair(const EudoraHead& head, const maildir::MaildirEntry& file);
+    void PlanRemovedFile(const EudoraHead& head, state::RememberedMail row, bool hasNewId);
+    void PlanGone(const state::RememberedMail& row);
+    void PlanNewFiles();
+    void PlanOutgoing();
+    void PlanOutgoing(const OutgoingFile& outgoing, const state::RememberedMail* row);
+    void Conflict(const std::string& name, const char* what);
+    void CheckLimits();
+    void CheckLimit(sync::Side side, const char* what);
+    bool Holds();
+    const maildir::MaildirEntry* FileOf(const state::RememberedMail& row) const;
+    const maildir::MaildirEntry* TakeForeign(const std::string& messageId, const std::string& name);
+    void Add(sync::Side side, sync::Verb verb, state::RememberedMail row,
+             const maildir::MaildirEntry* file = nullptr);
+
+    const MailSides& m_sides;
+    const std::vector<state::RememberedMail>& m_remembered;
+    const MailPlanOptions& m_options;
+    std::unordered_map<std::string_view, const maildir::MaildirEntry*> m_files;
+    std::unordered_map<std::string, std::vector<const maildir::MaildirEntry*>> m_foreign;
+    std::unordered_set<std::string_view> m_taken;  // unique names of files that have a mail
+    std::unordered_map<std::int64_t, const maildir::MaildirEntry*> m_renamed;  // by the row's key
+    std::size_t m_inStep = 0, m_inFolder = 0;
+    bool m_hasUnknown = false;  // a mail of Eudora's that may be any file
+    MailPlan m_plan;
+};
+
+void MailPlanner::Add(sync::Side side, sync::Verb verb, state::RememberedMail row,
+                      const maildir::MaildirEntry* file) {
+    m_plan.steps.push_back(
+        {{side, verb}, std::move(row), file != nullptr ? *file : maildir::MaildirEntry{}});
+}
+
+const maildir::MaildirEntry* MailPlanner::FileOf(const state::RememberedMail& row) const {
+    const auto found = m_files.find(row.unique);
+    if (found != m_files.end()) return found->second;
+    const auto renamed = m_renamed.find(row.key);
+    return renamed != m_renamed.end() ? renamed->second : nullptr;
+}
+
+// The files by name, and those that nobody remembers by what they say they are.
+void MailPlanner::FindFiles() {
+    for (const maildir::MaildirEntry& file : m_sides.folder) m_files.emplace(file.unique, &file);
+    for (const state::RememberedMail& row : m_remembered) m_taken.insert(row.unique);
+    for (const maildir::MaildirEntry& file : m_sides.folder) {
+        const auto head = m_sides.foreign.find(file.unique);
+        if (m_taken.contains(file.unique) || head == m_sides.foreign.end()) continue;
+        m_foreign[head->second.messageId].push_back(&file);
+    }
+}
+
+// A program that changes what stands in front of the flags has renamed the file, not removed it.
+void MailPlanner::FindRenamed(const std::vector<bool>& lost) {
+    for (std::size_t i = 0; i < m_remembered.size(); ++i) {
+        const state::RememberedMail& row = m_remembered[i];
+        if (lost[i] || m_files.contains(row.unique)) continue;
+        const auto* file = TakeForeign(row.fileId.empty() ? row.messageId : row.fileId, row.name);
+        if (file != nullptr) m_renamed.emplace(row.key, file);
+    }
+}
+
+void MailPlanner::CountFiles(const std::vector<bool>& lost) {
+    for (std::size_t i = 0; i < m_remembered.size(); ++i) {
+        const state::RememberedMail& row = m_remembered[i];
+        const maildir::MaildirEntry* const file = FileOf(row);
+        if (lost[i]) Add(kMemory, kRedo, row, file);
+        if (row.link != state::MailLink::kInStep && row.link != state::MailLink::kPending) continue;
+        if (lost[i]) continue;
+        ++m_inStep;
+        m_inFolder += file != nullptr;
+    }
+}
+
+// The row is as it was in memory, but for Eudora's id.
+void MailPlanner::PlanFlags(const EudoraHead& head, state::RememberedMail row,
+                            const maildir::MaildirEntry& file) {
+    const bool now = IsSeen(head.marker), before = WasSeen(row, now);
+    const bool inFolder = maildir::HasFlag(file.flags, kSeenFlag);
+    const bool hasNews = row.link != state::MailLink::kInStep || row.marker != head.marker ||
+                         row.unique != file.unique;
+    if (row.link == state::MailLink::kAdding) row.content.clear();
+    row.unique = file.unique;
+    row.link = state::MailLink::kInStep;
+    row.marker = head.marker;
+    if (inFolder == now) {
+        row.flags = file.flags;
+        return hasNews ? Add(kMemory, kChange, std::move(row)) : void();
+    }
+    if (now != before) {
+        row.flags = maildir::WithFlag(file.flags, kSeenFlag, now);
+        return Add(kFolder, kChange, std::move(row), &file);
+    }
+    row.flags = file.flags;
+    Add(kEudora, kChange, std::move(row), &file);
+}
+
+void MailPlanner::PlanKnown(const EudoraHead& head, const state::RememberedMail& known) {
+    if (head.marker.empty()) return;
+    state::RememberedMail row = known;
+    row.id = head.id;
+    if (const maildir::MaildirEntry* const file = FileOf(row); file != nullptr) {
+        // What has another id now is remembered anew.
+        if (row.link == state::MailLink::kInStep && row.id != known.id)
+            row.link = state::MailLink::kPending;
+        return PlanFlags(head, std::move(row), *file);
+    }
+    const bool hasNewId = row.id != known.id;
+    PlanRemovedFile(head, std::move(row), hasNewId);
+}
+
+void MailPlanner::PlanRemovedFile(const EudoraHead& head, state::RememberedMail row,
+                                  bool hasNewId) {
+    if (row.link == state::MailLink::kDropped) {
+        // Removed when Eudora's side could not follow: nobody asks for that any more.
+        ++m_plan.report.dropped;
+        if (hasNewId) Add(kMemory, kChange, std::move(row));
+        return;
+    }
+    if (Holds()) return;
+    const bool now = IsSeen(head.marker);
+    if (WasSeen(row, now) == now || m_options.prefer == sync::Prefer::kFolder) {
+        return Add(kEudora, kRemove, std::move(row));
+    }
+    if (m_options.prefer != sync::Prefer::kEudora) {
+        return Conflict(row.name, "removed in the Maildir, read state changed in Eudora");
+    }
+    row.link = state::MailLink::kPending;
+    row.marker = head.marker;
+    row.flags = now ? std::string(1, kSeenFlag) : std::string();
+    Add(kFolder, kAdd, std::move(row));
+}
+
+// Whether a removal waits.
+bool MailPlanner::Holds() {
+    m_plan.report.held += m_sides.mayMiss;
+    return m_sides.mayMiss;
+}
+
+void MailPlanner::Conflict(const std::string& name, const char* what) {
+    m_plan.report.conflicts.push_back({name, what});
+}
+
+// A file of the same Message-ID that nobody remembers, of several one that is called alike; each is
+// given out once.
+const maildir::MaildirEntry* MailPlanner::TakeForeign(const std::string& messageId,
+                                                      const std::string& name) {
+    const auto found = m_foreign.find(messageId);
+    if (found == m_foreign.end() || found->second.empty()) return nullptr;
+    auto& files = found->second;
+    auto taken = std::ranges::find_if(files, [&](const maildir::MaildirEntry* file) {
+        return m_sides.foreign.at(file->unique).name == name;
     });
+    if (taken == files.end()) taken = files.begin();
+    const maildir::MaildirEntry* const file = *taken;
+    files.erase(taken);
+    m_taken.insert(file->unique);
+    return file;
+}
+
+// Both were there before anything was remembered: nobody knows who changed the read state.
+void MailPlanner::PlanPair(const EudoraHead& head, const maildir::MaildirEntry& file) {
+    const bool now = IsSeen(head.marker);
+    state::RememberedMail row{0,
+                              state::MailLink::kInStep,
+                              head.id,
+                              head.marker,
+                              head.messageId.value_or(""),
+                              file.unique,
+                              maildir::WithFlag(file.flags, kSeenFlag, now),
+                              0,
+                              head.content,
+                              head.name.empty() ? m_sides.foreign.at(file.unique).name : head.name,
+                              head.fileMessageId};
+    const bool eudoraWins = m_options.prefer == sync::Prefer::kEudora;
+    const bool folderWins = m_options.prefer == sync::Prefer::kFolder;
+    const bool differs = maildir::HasFlag(file.flags, kSeenFlag) != now;
+    // Without a preference a mail that was read anywhere is read.
+    if (differs && (eudoraWins || (!folderWins && now))) {
+        return Add(kFolder, kChange, std::move(row), &file);
+    }
+    row.flags = file.flags;
+    Add(differs ? kEudora : kMemory, kChange, std::move(row), &file);
+}
+
+void MailPlanner::PlanNew(const EudoraHead& head) {
+    const auto* const file = TakeForeign(head.fileMessageId, head.name);
+    if (head.marker.empty()) {
+        m_hasUnknown = m_hasUnknown || head.fileMessageId.empty();
+        return;
+    }
+    if (file != nullptr) return PlanPair(head, *file);
+    if (!head.isWithinLimits) return;
+    state::RememberedMail row;
+    row.link = state::MailLink::kPending;
+    row.id = head.id;
+    row.marker = head.marker;
+    row.messageId = head.messageId.value_or("");
+    row.flags = IsSeen(head.marker) ? std::string(1, kSeenFlag) : std::string();
+    row.name = head.name;
+    row.fileId = head.fileMessageId;
+    Add(kFolder, kAdd, std::move(row));
+}
+
+void MailPlanner::PlanGone(const state::RememberedMail& row) {
+    if (Holds()) return;
+    const maildir::MaildirEntry* const file = FileOf(row);
+    if (file == nullptr) return Add(kMemory, kRemove, row);
+    // It never came to Eudora.
+    if (row.link == state::MailLink::kAdding) return Add(kEudora, kAdd, row, file);
+    if (!IsMarked(*file)) {
+        const bool isChanged = row.link != state::MailLink::kKept &&
+                               maildir::HasFlag(file->flags, kSeenFlag) != IsSeen(row.marker);
+        if (!isChanged || m_options.prefer == sync::Prefer::kEudora) {
+            return Add(kFolder, kRemove, row, file);
+        }
+        if (m_options.prefer == sync::Prefer::kFolder) return Add(kEudora, kAdd, row, file);
+        return Conflict(row.name, "removed in Eudora, read state changed in the Maildir");
+    }
+    ++m_plan.report.kept;
+    if (row.link == state::MailLink::kKept) return;
+    state::RememberedMail kept = row;
+    kept.link = state::MailLink::kKept;
+    kept.unique = file->unique;
+    Add(kMemory, kChange, std::move(kept));
+}
+
+// In the order in which they came, as far as their names tell.
+void MailPlanner::PlanNewFiles() {
+    std::vector<const maildir::MaildirEntry*> files;
+    for (const maildir::MaildirEntry& file : m_sides.folder) {
+        if (!m_taken.contains(file.unique)) files.push_back(&file);
+    }
+    std::ranges::sort(files, {}, [](const auto* file) { return std::string_view(file->unique); });
+    for (const maildir::MaildirEntry* file : files) {
+        const auto head = m_sides.foreign.find(file->unique);
+        m_plan.report.drafts += maildir::HasFlag(file->flags, 'D');
+        if (maildir::HasFlag(file->flags, 'D') || head == m_sides.foreign.end() || m_hasUnknown)
+            continue;
+        state::RememberedMail row;
+        row.link = state::MailLink::kAdding;
+        row.unique = file->unique;
+        row.flags = file->flags;
+        row.name = head->second.name;
+        row.fileId = head->second.messageId;
+        Add(kEudora, kAdd, std::move(row), file);
+    }
+}
+
+// A mail cannot be found again in Eudora's out-box: whether a run that was cut off put it there is
+// seen by the number of mails in it.
+void MailPlanner::PlanOutgoing(const OutgoingFile& outgoing, const state::RememberedMail* known) {
+    if (maildir::HasFlag(outgoing.file.flags, 'D')) {
+        ++m_plan.report.drafts;
+        return;
+    }
+    state::RememberedMail row;
+    if (known != nullptr) row = *known;
+    row.link = state::MailLink::kSending;
+    row.unique = outgoing.file.unique;
+    row.name = outgoing.name;
+    if (known == nullptr || m_sides.queued == known->size) {
+        return Add(kEudora, kQueue, std::move(row), &outgoing.file);
+    }
+    if (m_sides.queued > known->size) return Add(kFolder, kFile, std::move(row), &outgoing.file);
+    Conflict(row.name,
+             "in .Outbox, perhaps queued by a run that was cut off: look into Eudora's "
+             "Out, then remove the file, or move it out and in again to send it");
+}
+
+void MailPlanner::PlanOutgoing() {
+    std::unordered_map<std::string_view, const state::RememberedMail*> known;
+    for (const state::RememberedMail& row : m_sides.sending) known.emplace(row.unique, &row);
+    for (const OutgoingFile& outgoing : m_sides.outgoing) {
+        const auto row = known.find(outgoing.file.unique);
+        PlanOutgoing(outgoing, row != known.end() ? row->second : nullptr);
+        if (row != known.end()) known.erase(row);
+    }
+    for (const state::RememberedMail& row : m_sides.sending) {
+        if (known.contains(row.unique)) Add(kMemory, kRemove, row);
+    }
+}
+
+void MailPlanner::CheckLimit(sync::Side side, const char* what) {
+    if (m_plan.stop) return;
+    m_plan.stop = sync::TooManyDeletions(m_plan.report.Count(side, kRemove), what, m_inStep,
+                                         m_options.maxDelete);
+}
+
+void MailPlanner::CheckLimits() {
+    const auto removals = static_cast<unsigned long>(
+        std::max(m_plan.report.Count(kFolder, kRemove), m_plan.report.Count(kEudora, kRemove)));
+    const bool isAllowed =
+        m_options.maxDelete && removals <= sync::DeletionsAllowed(m_inStep, m_options.maxDelete);
+    if (m_inStep > 0 && (m_sides.eudora.empty() || m_inFolder == 0) && !isAllowed) {
+        const char* side =
+            m_sides.eudora.empty() ? "Eudora's in-box is empty" : "the Maildir holds none of them";
+        m_plan.stop = std::to_string(m_inStep) + " mails are remembered, but " + side +
+                      ": check the paths; if that is meant, say so with --max-delete " +
+                      std::to_string(std::max<unsigned long>(removals, 1));
+    }
+    CheckLimit(kFolder, "mails would be removed from the Maildir");
+    CheckLimit(kEudora, "mails would be removed from Eudora");
+}
+
+MailPlan MailPlanner::Make() {
+    FindFiles();
+    const std::vector<bool> lost = LostDeliveries(m_sides, m_remembered);
+    FindRenamed(lost);
+    CountFiles(lost);
+    const MailMatching matching = MatchMails(m_sides.eudora, m_remembered, lost);
+    for (std::size_t i = 0; i < m_sides.eudora.size(); ++i) {
+        const auto row = matching.rowOf[i];
+        row ? PlanKnown(m_sides.eudora[i], m_remembered[*row]) : PlanNew(m_sides.eudora[i]);
+    }
+    for (std::size_t i = 0; i < m_remembered.size(); ++i) {
+        if (matching.isGone[i]) PlanGone(m_remembered[i]);
+    }
+    PlanNewFiles();
+    PlanOutgoing();
+    for (const MailStep& step : m_plan.steps) {
+        if (auto change = Told(step)) m_plan.report.changes.push_back(*std::move(change));
+    }
+    CheckLimits();
+    m_plan.report.errors = m_sides.unread;
+    return std::move(m_plan);
+}
+
+}  // namespace
+
+std::optional<sync::Change> Told(const MailStep& step) {
+    const state::RememberedMail& row = step.row;
+    if (step.act.side == kMemory) return std::nullopt;
+    sync::Change change{
+        row.name, {}, {}, {}, row.id, row.messageId, maildir::HasFlag(row.flags, kSeenFlag)};
+    (step.act.side == kEudora ? change.eudora : change.folder) = {step.act.verb, row.name, {}};
+    return change;
+}
+
+MailPlan PlanMail(const MailSides& sides, const std::vector<state::RememberedMail>& remembered,
+                  const MailPlanOptions& options) {
+    std::vector<state::RememberedMail> mails;
+    std::ranges::copy_if(
+        remembered, std::back_inserter(mails),
+        [](const state::RememberedMail& row) { return row.link != state::MailLink::kSending; });
+    return MailPlanner(sides, mails, options).Make();
 }
 
 bool IsSeen(const std::string& marker) {

@@ -9,7 +9,8 @@
 
 #include "host/maildir/maildir.h"
 #include "host/state/mail_memory.h"
-#include "host/sync/preference.h"
+#include "host/sync/report.h"
+#include "host/sync/rules.h"
 
 namespace host::mailsync {
 
@@ -51,46 +52,32 @@ struct MailSides {
     bool mayMiss = false;
 };
 
-// What happens to one mail and its file.
-enum class MailAct {
-    kCompose,   // a new file
-    kSetFlags,  // the file gets the flags of `row`
-    kRemove,    // the file goes, and the memory of it
-    kRemember,  // only the memory changes
-    kForget,
-    kRedo,   // forgets a delivery that came to nothing, before the mail is composed again
-    kAdd,    // the file becomes a mail in Eudora's in-box
-    kMark,   // Eudora's mail gets the read state of `row`
-    kErase,  // the mail goes from Eudora's in-box into its Trash, and the memory of it
-    kSend,   // the file in .Outbox is queued in Eudora, then goes to .Sent
-    kFile,   // the file in .Outbox was queued already: it goes to .Sent
-};
-
+// What happens to one mail and its file:
+//   in the folder  a new file is added; its flags become those of `row`; it is removed, and the
+//   memory
+//                  of it; a file of .Outbox that was queued before is filed in .Sent
+//   in Eudora      the file becomes a mail of the in-box; that gets the read state of `row`; it
+//   goes
+//                  into the Trash, and the memory of it; the file in .Outbox is queued, then filed
+//   in the memory  the row is put, removed, or removed to be delivered anew (kRedo)
 struct MailStep {
-    MailAct act = MailAct::kRemember;
+    sync::Act act;
     state::RememberedMail row;   // as it is remembered afterwards
     maildir::MaildirEntry file;  // where there is one
 };
 
 struct MailPlan {
-    std::vector<MailStep> steps;  // composed mails in the mailbox's order
-    std::size_t hidden = 0;       // not remembered mails that the limits leave out, as far as seen
-    std::size_t dropped = 0;  // mails that Eudora keeps though their files were removed long ago
-    std::size_t kept = 0;     // marked files of mails that are gone from Eudora
-    std::size_t drafts = 0;   // files that are not finished, so that Eudora does not get them
-    std::size_t held = 0;     // removals that wait until all can be read
-    // What waits for a decision, a line each: left as it is on both sides.
-    std::vector<std::string> conflicts;
-    std::vector<std::string> unread;  // of both sides
+    std::vector<MailStep> steps;      // mails that are added to the folder in the mailbox's order
     std::optional<std::string> stop;  // why nothing of this may be carried out
+    sync::Report report;              // of a run that carries all of it out
 
-    std::size_t Count(MailAct act) const;
     std::size_t IndexOf(const MailStep& step) const {
         return static_cast<std::size_t>(&step - steps.data());
     }
-    bool ChangesFolder() const;
-    bool ChangesEudora() const;
 };
+
+// What a report tells of a step; nothing of one that changes only the memory.
+std::optional<sync::Change> Told(const MailStep& step);
 
 struct MailPlanOptions {
     sync::Prefer prefer = sync::Prefer::kBoth;

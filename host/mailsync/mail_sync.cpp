@@ -2,15 +2,13 @@
 
 #include <algorithm>
 
-#include <nlohmann/json.hpp>
-
 #include "host/backup/backups.h"
 #include "host/base/folders.h"
 #include "host/base/progress.h"
+#include "host/mailsync/check_maildir.h"
 #include "host/mailsync/eudora_outbox.h"
 #include "host/mailsync/execute_mail.h"
 #include "host/mailsync/load_mail.h"
-#include "host/mailsync/mail_report.h"
 #include "host/state/mail_state.h"
 #include "host/state/state_file.h"
 #include "host/sync/place.h"
@@ -50,18 +48,6 @@ platform::Status CheckPlace(const sync::CommandPlace& place, const MailSyncOptio
         ": the Maildir is gone; bring it back or name its new place with --maildir");
 }
 
-// What the plan needs to write must be writable before the first change.
-platform::Status CheckRights(platform::Files& files, const MailSyncOptions& options,
-                             const MailPlan& plan) {
-    if (!plan.ChangesEudora()) return {};
-    for (const std::string& path : options.mailboxes) {
-        const auto info = files.Stat(path);
-        if (info && info->isReadOnly)
-            return base::Refused(path + ": is read-only; make it writable");
-    }
-    return {};
-}
-
 platform::Status Prepare(const sync::CommandPlace& place, const MailSyncOptions& options,
                          bool mayWrite, MailRun& run) {
     auto lock = sync::LockState(place, mayWrite);
@@ -87,8 +73,10 @@ platform::Status Prepare(const sync::CommandPlace& place, const MailSyncOptions&
         run.sides.queued = *queued;
     }
     run.plan = PlanMail(run.sides, run.remembered, {options.prefer, options.maxDelete});
+    run.plan.report.limits = run.source->Limits();
     if (run.plan.stop) return base::Refused(*run.plan.stop);
-    return CheckRights(place.files, options, run.plan);
+    if (!run.plan.report.Changes(sync::Side::kEudora)) return {};
+    return sync::CheckRights(place.files, options.mailboxes);
 }
 
 platform::Status BackUp(const sync::CommandPlace& place, const MailSyncOptions& options,
@@ -115,46 +103,25 @@ MailWork WorkOf(const sync::CommandPlace& place, const MailSyncOptions& options,
 
 }  // namespace
 
-base::Report RunMailSync(const sync::CommandPlace& place, const MailSyncOptions& options) {
+platform::Result<sync::Report> RunMailSync(const sync::CommandPlace& place,
+                                           const MailSyncOptions& options) {
     MailRun run(place, options);
     if (auto status = Prepare(place, options, !options.dryRun, run); !status) {
-        return base::RefusalReport(status.Error());
+        return status.Error();
     }
-    std::optional<MailOutcome> outcome;
-    if (!options.dryRun && !run.plan.steps.empty()) {
-        outcome = ExecuteMail(run.plan, WorkOf(place, options, run));
-        for (const std::string& path : run.passedOver) {
-            outcome->notes.push_back("left alone: " + path + ": is no regular file");
-        }
+    if (options.dryRun || run.plan.steps.empty()) return std::move(run.plan.report);
+    sync::Report report = ExecuteMail(run.plan, WorkOf(place, options, run));
+    for (const std::string& path : run.passedOver) {
+        report.notes.push_back("left alone: " + path + ": is no regular file");
     }
-    return MailPlanReport(run.plan, run.source->Limits(), outcome ? &*outcome : nullptr,
-                          options.quiet);
+    return report;
 }
 
-base::Report RunMailStatus(const sync::CommandPlace& place, const MailSyncOptions& options) {
-    base::Report report;
-    report.lines = {"in-box: " + options.inbox, "Maildir: " + options.maildir};
+sync::Preview RunMailStatus(const sync::CommandPlace& place, const MailSyncOptions& options) {
     MailRun run(place, options);
-    const auto status = Prepare(place, options, false, run);
-    report.lines.push_back("mails in Eudora: " + std::to_string(run.sides.eudora.size()) +
-                           ", in the Maildir: " + std::to_string(run.sides.folder.size()) +
-                           ", remembered: " + std::to_string(run.remembered.size()));
-    if (!status) {
-        report.code = base::CodeOf(status.Error());
-        report.errors.push_back(status.Error().Message());
-    } else {
-        if (!run.plan.unread.empty()) report.code = base::ExitCode::kFailed;
-        report.errors = run.plan.unread;
-        report.lines.push_back("a sync of mail now:");
-        for (const auto& line : DescribeMailPlan(run.plan, run.source->Limits(), options.quiet)) {
-            report.lines.push_back("  " + line);
-        }
-    }
-    base::FinishReport(report, {{"eudora", run.sides.eudora.size()},
-                                {"folder", run.sides.folder.size()},
-                                {"remembered", run.remembered.size()},
-                                {"lines", report.lines}});
-    return report;
+    auto ready = Prepare(place, options, false, run);
+    return {run.sides.eudora.size(), run.sides.folder.size(), run.remembered.size(),
+            std::move(ready), std::move(run.plan.report)};
 }
 
 }  // namespace host::mailsync

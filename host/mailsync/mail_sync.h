@@ -4,11 +4,11 @@
 #include <memory>
 #include <string>
 
-#include "host/base/report.h"
 #include "host/mail/attach_folder.h"
 #include "host/mailsync/mail_source.h"
 #include "host/sync/place.h"
-#include "host/sync/preference.h"
+#include "host/sync/report.h"
+#include "host/sync/rules.h"
 
 namespace host::mailsync {
 
@@ -26,17 +26,12 @@ struct MailSyncOptions {
     sync::Prefer prefer = sync::Prefer::kBoth;
     std::optional<sync::DeleteLimit> maxDelete;
     bool dryRun = false;
-    bool quiet = false;
 };
 
-base::Report RunMailSync(const sync::CommandPlace& place, const MailSyncOptions& options);
+// A failure: nothing was touched.
+platform::Result<sync::Report> RunMailSync(const sync::CommandPlace& place,
+                                           const MailSyncOptions& options);
 // What a sync would find and do, without touching anything.
-base::Report RunMailStatus(const sync::CommandPlace& place, const MailSyncOptions& options);
-
-// kRefused, with the way out, if the folder cannot be a Maildir: it is a file, may not be written,
-// holds other things, or lies in Eudora's folder. One that does not exist is in order. Paths are
-// native, without links.
-platform::Status CheckMaildir(platform::Files& files, const std::string& maildir,
-                              const std::string& eudoraFolder);
+sync::Preview RunMailStatus(const sync::CommandPlace& place, const MailSyncOptions& options);
 
 }  // namespace host::mailsync

@@ -1,6 +1,7 @@
 #include "host/sync/place.h"
 
 #include "host/base/folders.h"
+#include "host/state/mail_state.h"
 
 namespace host::sync {
 
@@ -18,6 +19,23 @@ platform::Result<state::StateLock> LockState(const CommandPlace& place, bool may
         if (!status) return status.Error();
     }
     return state::StateLock::Take(place.files, place.stateFile, mayWrite);
+}
+
+platform::Result<backup::Backup> Restore(const CommandPlace& place, const std::string& id) {
+    const bool hasState = place.files.Exists(place.stateFile);
+    auto lock = state::StateLock::Take(place.files, place.stateFile, hasState);
+    if (!lock) return lock.Error();
+    // With the in-box of another day what was in step tells nothing: the next run must not carry
+    // the difference into the Maildir as removals.
+    const auto forgetMails = [&](const backup::Backup& backup) -> platform::Status {
+        for (const backup::BackupFile& file : backup.files) {
+            auto forgotten =
+                state::MailState::ForgetInBox(place.files, place.stateFile, file.origin);
+            if (!forgotten) return forgotten;
+        }
+        return {};
+    };
+    return BackupsOf(place).Restore(id, forgetMails);
 }
 
 }  // namespace host::sync

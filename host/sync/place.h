@@ -22,6 +22,10 @@ struct CommandPlace {
 // The backups beside the state file.
 backup::Backups BackupsOf(const CommandPlace& place);
 
+// Puts a backup's files back, as backup::Backups has it; gives the backup of what was there before.
+// What was in step with an in-box that is put back is forgotten.
+platform::Result<backup::Backup> Restore(const CommandPlace& place, const std::string& id);
+
 // The lock on the state file; a run that may write first makes its folder.
 platform::Result<state::StateLock> LockState(const CommandPlace& place, bool mayWrite);
 

@@ -1,23 +1,23 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "host/cli/sync_output.h"
 #include "host/mailsync/mail_content.h"
-#include "host/mailsync/mail_report.h"
 #include "tests/host/mailsync_world.h"
 #include "tests/support/failing_allocation.h"
 
 namespace host::testing {
 namespace {
 
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::Not;
 
 // A sync that must leave nothing for a second one to do.
 mailsync::MailPlan SyncTwice(MailWorld& world) {
-    mailsync::MailOutcome outcome;
-    const mailsync::MailPlan plan = world.Sync(&outcome);
+    sync::Report report;
+    const mailsync::MailPlan plan = world.Sync(&report);
     EXPECT_FALSE(plan.stop) << *plan.stop;
-    EXPECT_TRUE(outcome.errors.empty()) << outcome.errors[0];
+    EXPECT_TRUE(report.errors.empty()) << report.errors[0];
     const int reads = world.eudora.reads, saves = world.memory.saves;
     EXPECT_TRUE(world.Sync().steps.empty());
     EXPECT_EQ(world.eudora.reads, reads) << "composed again";
@@ -46,8 +46,8 @@ TEST(MailSync, CarriesTheMaildirsChangesToEudora) {
         << "flagged ones are kept; what is on its way out is left to its program";
     EXPECT_EQ(world.eudora.trash.size(), 2u);
     EXPECT_EQ(world.backups, 1);
-    EXPECT_EQ(plan.kept, 1u);
-    EXPECT_EQ(plan.drafts, 1u);
+    EXPECT_EQ(plan.report.kept, 1u);
+    EXPECT_EQ(plan.report.drafts, 1u);
     // What came from the Maildir is a mail like any other from then on.
     world.SetRead("new", true);
     world.Delete("nameless");
@@ -86,7 +86,7 @@ TEST(MailSync, SendsWhatLiesInTheOutbox) {
     world.Deliver("unfinished", "D", true, ".Outbox\\");
     world.Deliver("withdrawn", "T", true, ".Outbox\\");
     const mailsync::MailPlan plan = SyncTwice(world);
-    EXPECT_EQ(plan.drafts, 1u);
+    EXPECT_EQ(plan.report.drafts, 1u);
     EXPECT_EQ(world.eudora.queued, (std::vector<std::string>{"first", "second"}));
     EXPECT_EQ(world.folders.outbox.List()->size(), 2u);
     const auto sent = *world.folders.sent.List();
@@ -96,10 +96,10 @@ TEST(MailSync, SendsWhatLiesInTheOutbox) {
     // One that cannot go stays and keeps no other.
     world.disk.Put("C:\\M\\.Outbox\\new\\1.0", "Subject: to nobody\n\nx\n");
     world.Deliver("third", "", true, ".Outbox\\");
-    mailsync::MailOutcome outcome;
-    (void)world.Sync(&outcome);
-    ASSERT_EQ(outcome.errors.size(), 1u);
-    EXPECT_THAT(outcome.errors[0], HasSubstr("to nobody"));
+    sync::Report report;
+    (void)world.Sync(&report);
+    ASSERT_EQ(report.errors.size(), 1u);
+    EXPECT_THAT(report.errors[0], HasSubstr("to nobody"));
     EXPECT_EQ(world.eudora.queued.size(), 3u);
     // After a run that was cut off the out-box tells what was done; if Eudora ran in between,
     // nobody.
@@ -110,9 +110,10 @@ TEST(MailSync, SendsWhatLiesInTheOutbox) {
         row.size = before;
         world.memory.rows.push_back(row);
         const mailsync::MailPlan next = world.MakePlan();
-        EXPECT_EQ(next.Count(mailsync::MailAct::kSend), before == 3 ? 1u : 0u);
-        EXPECT_EQ(next.Count(mailsync::MailAct::kFile), before == 2 ? 1u : 0u);
-        EXPECT_EQ(next.conflicts.size(), before == 9 ? 1u : 0u);
+        EXPECT_EQ(next.report.Count(sync::Side::kEudora, sync::Verb::kQueue),
+                  before == 3 ? 1u : 0u);
+        EXPECT_EQ(next.report.Count(sync::Side::kFolder, sync::Verb::kFile), before == 2 ? 1u : 0u);
+        EXPECT_EQ(next.report.conflicts.size(), before == 9 ? 1u : 0u);
         world.memory.rows.pop_back();
     }
 }
@@ -151,15 +152,14 @@ TEST(MailSync, GoesOnBehindWhatCannotBeReadAndRemovesNothing) {
     world.Deliver("huge");
     world.Deliver("other");
     world.tooLarge = "huge";
-    mailsync::MailOutcome outcome;
-    const mailsync::MailPlan plan = world.Sync(&outcome);
+    sync::Report report;
+    (void)world.Sync(&report);
     EXPECT_EQ(world.InBox(), "b c d:S new other");
     EXPECT_EQ(world.Folder(), "a b d:S huge new other");
-    const base::Report report = mailsync::MailPlanReport(plan, "", &outcome, true);
-    EXPECT_EQ(report.code, base::ExitCode::kFailed);
+    EXPECT_EQ(report.Code(), base::ExitCode::kFailed);
     EXPECT_EQ(report.errors, (std::vector<std::string>{"b from a@b: 0x00000002 cannot be read",
                                                        "huge from a@b: memory ran out"}));
-    EXPECT_EQ(plan.held, 2u);
+    EXPECT_EQ(report.held, 2u);
     // Nor is it doubled when nothing is remembered of it.
     world.memory.rows.clear();
     (void)world.Sync();
@@ -204,7 +204,7 @@ TEST(MailSync, TellsReusedIdsRenumberedMailsAndTwinsApart) {
     const std::string before = world.Folder();
     world.Renumber();
     const mailsync::MailPlan plan = SyncTwice(world);
-    EXPECT_FALSE(plan.ChangesFolder());
+    EXPECT_FALSE(plan.report.Changes(sync::Side::kFolder));
     EXPECT_EQ(world.Folder(), before);
     world.eudora.mails.erase(std::ranges::find(
         world.eudora.mails, std::optional<std::string>("twin"), &mail::Mail::subject));
@@ -254,7 +254,7 @@ TEST(MailSync, TellsMailsOfOneMessageIdApartByTheirNames) {
     for (int i = 0; i < 2; ++i) {
         world.memory.rows.clear();
         std::ranges::reverse(world.eudora.mails);
-        EXPECT_FALSE(SyncTwice(world).ChangesFolder());
+        EXPECT_FALSE(SyncTwice(world).report.Changes(sync::Side::kFolder));
         EXPECT_EQ(world.InBox(), "copy direct:S third");
     }
 }
@@ -271,7 +271,7 @@ TEST(MailSync, WhatTheLimitsHideIsNoDeletion) {
         world.Add("late");
         world.eudora.hidden.insert(world.eudora.mails.back().id);
         const std::string before = world.Folder();
-        EXPECT_FALSE(SyncTwice(world).ChangesFolder());
+        EXPECT_FALSE(SyncTwice(world).report.Changes(sync::Side::kFolder));
         EXPECT_EQ(world.Folder(), before) << "old ones stay, a hidden new one is not added";
         // A hidden mail is read; another is deleted; all are renumbered at once.
         world.SetRead("m0", true);
@@ -322,59 +322,48 @@ TEST(MailSync, StopsBeforeALargeLoss) {
 }
 
 TEST(MailSync, ReportsByNameAndInCounts) {
+    const auto lines = [](sync::Report report, bool countsOnly = false) {
+        return cli::SyncOutput(std::move(report), cli::Subject::kMails, countsOnly).lines;
+    };
     MailWorld world;
-    world.Add("a");
-    world.Add("b");
+    for (const char* subject : {"a", "b", "e"}) world.Add(subject);
     world.Deliver("other");
     world.Deliver("draft", "D");
-    const mailsync::MailPlan first = SyncTwice(world);
-    EXPECT_EQ(mailsync::DescribeMailPlan(first, "limits", false),
-              (std::vector<std::string>{
-                  "add to the Maildir: a from a@b", "add to the Maildir: b from a@b",
-                  "add to Eudora: other from a@b",
-                  "mails: in Eudora 1 added, 0 changed, 0 removed; in the Maildir 2 added, 0 "
-                  "changed, 0 removed",
-                  "1 file in the Maildir drafts: left alone", "limits"}));
+    EXPECT_THAT(lines(SyncTwice(world).report),
+                ElementsAre("add to the Maildir: a from a@b", "add to the Maildir: b from a@b",
+                            "add to the Maildir: e from a@b", "add to Eudora: other from a@b",
+                            "mails: in Eudora 1 added, 0 changed, 0 removed; in the Maildir 3 "
+                            "added, 0 changed, 0 removed",
+                            "1 file in the Maildir drafts: left alone"));
     world.SetRead("a", true);
     world.Delete("b");
-    const base::Report report = mailsync::MailPlanReport(world.MakePlan(), "", nullptr, false);
-    EXPECT_EQ(report.code, base::ExitCode::kChangesMade);
-    EXPECT_EQ(report.lines[0], "mark read in the Maildir: a from a@b");
-    EXPECT_EQ(report.lines[1], "remove from the Maildir: b from a@b");
-    EXPECT_THAT(report.json, HasSubstr(R"("action":"mark read")"));
-    EXPECT_EQ(mailsync::DescribeMailPlan(world.MakePlan(), "", true).size(), 2u);
-    (void)world.Sync();
-    EXPECT_EQ(mailsync::MailPlanReport(world.MakePlan(), "", nullptr, true).code,
-              base::ExitCode::kNothingToDo);
-}
-
-TEST(MailSync, CountsWhatWasDoneAndSaysWhatIsLeft) {
-    MailWorld world;
-    for (const char* id : {"a", "b", "e"}) world.Add(id);
-    (void)SyncTwice(world);
-    const auto change = [&](bool isRead, const char* added, const char* delivered,
-                            const char* deleted) {
-        world.SetRead("a", isRead);
-        world.Add(added);
-        world.Deliver(delivered);
-        world.Delete(deleted);
-        mailsync::MailOutcome outcome;
-        const mailsync::MailPlan plan = world.Sync(&outcome);
-        return mailsync::MailPlanReport(plan, "", &outcome, true);
-    };
-    base::Report report = change(true, "c", "other", "b");
-    EXPECT_EQ(report.code, base::ExitCode::kChangesMade);
-    EXPECT_EQ(report.lines,
-              std::vector<std::string>{"mails: in Eudora 1 added, 0 changed, 0 removed; in the "
-                                       "Maildir 1 added, 1 changed, 1 removed"});
+    (void)world.maildir.SetFlags(world.File("e"), "S");
+    world.Deliver("sent", "", true, ".Outbox\\");
+    const sync::Report report = SyncTwice(world).report;
+    EXPECT_EQ(report.Code(), base::ExitCode::kChangesMade);
+    EXPECT_THAT(
+        lines(report),
+        ElementsAre("mark read in the Maildir: a from a@b", "mark read in Eudora: e from a@b",
+                    "remove from the Maildir: b from a@b", "queue in Eudora's Out: sent from a@b",
+                    "mails: in Eudora 0 added, 1 changed, 0 removed; in the Maildir 0 added, 1 "
+                    "changed, 1 removed; 1 queued to be sent",
+                    "1 file in the Maildir drafts: left alone"));
+    EXPECT_EQ(lines(report, true).size(), 2u);
+    EXPECT_EQ(world.MakePlan().report.Code(), base::ExitCode::kNothingToDo);
     // Room for no other file: flags and removals need none, Eudora waits for the Maildir.
     world.disk.LimitDisk(world.disk.AllFiles().size());
-    report = change(false, "d", "another", "e");
-    EXPECT_EQ(report.code, base::ExitCode::kFailed);
-    EXPECT_EQ(report.lines,
-              (std::vector<std::string>{"mails: in Eudora 0 added, 0 changed, 0 removed; in the "
-                                        "Maildir 0 added, 1 changed, 1 removed",
-                                        "2 mails left to the next run"}));
+    world.SetRead("a", false);
+    world.Add("d");
+    world.Deliver("another");
+    world.Delete("e");
+    sync::Report part;
+    (void)world.Sync(&part);
+    EXPECT_EQ(part.Code(), base::ExitCode::kFailed);
+    EXPECT_THAT(
+        lines(part, true),
+        ElementsAre("mails: in Eudora 0 added, 0 changed, 0 removed; in the Maildir 0 "
+                    "added, 1 changed, 1 removed",
+                    "2 mails left to the next run", "1 file in the Maildir drafts: left alone"));
 }
 
 }  // namespace

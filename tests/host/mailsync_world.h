@@ -354,13 +354,13 @@ struct MailWorld {
                     return {};
                 }};
     }
-    mailsync::MailPlan Sync(mailsync::MailOutcome* outcome = nullptr) {
+    mailsync::MailPlan Sync(sync::Report* report = nullptr) {
         mailsync::MailPlan plan = MakePlan();
         if (plan.stop || plan.steps.empty()) return plan;
         base::Progress progress(clock, nullptr);
-        mailsync::MailOutcome done = mailsync::ExecuteMail(plan, Work(progress));
+        sync::Report done = mailsync::ExecuteMail(plan, Work(progress));
         eudora.Die();
-        if (outcome != nullptr) *outcome = std::move(done);
+        if (report != nullptr) *report = std::move(done);
         return plan;
     }
 

@@ -137,9 +137,9 @@ void ExpectInStep(World& world, const Case& test) {
     EXPECT_EQ(Lines(world.folder), Split(test.Folder()));
     const int writes = world.Writes();
     const contactsync::Plan again = world.Sync();
-    EXPECT_FALSE(again.ChangesAnything());
+    EXPECT_THAT(again.report.changes, ::testing::IsEmpty());
     EXPECT_EQ(world.Writes(), writes);
-    EXPECT_EQ(again.refused.size(), test.refused);
+    EXPECT_EQ(again.report.refused.size(), test.refused);
 }
 
 TEST(Engine, BringsBothSidesIntoStepAndRestsThen) {
@@ -147,11 +147,11 @@ TEST(Engine, BringsBothSidesIntoStepAndRestsThen) {
         SCOPED_TRACE(test.what);
         World world;
         Prepare(world, test);
-        contactsync::Outcome outcome;
-        const contactsync::Plan plan = world.Sync(&outcome);
-        EXPECT_THAT(outcome.errors, ::testing::IsEmpty());
-        EXPECT_EQ(plan.conflicts.size(), test.conflicts);
-        EXPECT_EQ(plan.refused.size(), test.refused);
+        Texts errors;
+        const contactsync::Plan plan = world.Sync(&errors);
+        EXPECT_THAT(errors, ::testing::IsEmpty());
+        EXPECT_EQ(plan.report.conflicts.size(), test.conflicts);
+        EXPECT_EQ(plan.report.refused.size(), test.refused);
         ExpectInStep(world, test);
         // A lost memory doubles nothing.
         world.memory.content = {};
@@ -173,13 +173,13 @@ TEST(Engine, ACutOffRunOrAFailedStepLosesAndDoublesNothing) {
                 World world;
                 Prepare(world, test);
                 world.mishap.Arm(isKill ? n : 0, isKill ? 0 : n);
-                contactsync::Outcome outcome;
+                Texts errors;
                 try {
-                    world.Sync(&outcome);
+                    world.Sync(&errors);
                 } catch (const Killed&) {
                 }
                 fired = world.mishap.Fired();
-                EXPECT_EQ(!outcome.errors.empty(), fired && !isKill);
+                EXPECT_EQ(!errors.empty(), fired && !isKill);
                 world.mishap.Arm(0, 0);
                 world.Sync();
                 ExpectInStep(world, test);
@@ -215,7 +215,7 @@ TEST(Engine, PlansInProportionToTheContacts) {
             contactsync::LoadSides(world.eudora, world.folder, world.memory.content, progress);
         const contactsync::Plan plan =
             contactsync::MakePlan(*sides, world.memory.content, rules, world.options);
-        EXPECT_EQ(plan.conflicts.size(), static_cast<std::size_t>(contacts));
+        EXPECT_EQ(plan.report.conflicts.size(), static_cast<std::size_t>(contacts));
         return count;
     };
     EXPECT_LT(work(200), 2.2 * work(100));

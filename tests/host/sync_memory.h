@@ -194,13 +194,13 @@ struct World {
         return contactsync::MakePlan(*sides, memory.content,
                                      contactsync::RulesOf(eudora, folder, 1252), options);
     }
-    contactsync::Plan Sync(contactsync::Outcome* outcome = nullptr) {
+    contactsync::Plan Sync(std::vector<std::string>* errors = nullptr) {
         contactsync::Plan plan = MakeRunPlan();
         if (plan.stop || plan.IsEmpty()) return plan;
         base::Progress progress(clock, nullptr);
-        const contactsync::Outcome done = contactsync::Execute(
+        auto failed = contactsync::Execute(
             plan, eudora, folder, memory, [&] { return mishap.Next(); }, progress);
-        if (outcome != nullptr) *outcome = done;
+        if (errors != nullptr) *errors = std::move(failed);
         return plan;
     }
     int Writes() const { return eudora.writes + folder.writes + memory.writes; }

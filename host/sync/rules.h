@@ -1,8 +1,13 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <string_view>
+#include <vector>
 
+#include "platform/os/files.h"
+
+// The rules of both syncs: which side wins, how much may be deleted, what must be writable.
 namespace host::sync {
 
 // Which side wins when both changed a field.
@@ -20,5 +25,13 @@ std::optional<DeleteLimit> ParseDeleteLimit(std::string_view text);
 // How many of `total` remembered ones may be deleted; the larger of 10 and 25% if no limit is
 // given.
 unsigned long DeletionsAllowed(unsigned long total, const std::optional<DeleteLimit>& limit);
+// Why so many deletions may not be carried out, if they may not; `what` is "contacts would be
+// deleted" or the like.
+std::optional<std::string> TooManyDeletions(unsigned long count, const char* what,
+                                            unsigned long total,
+                                            const std::optional<DeleteLimit>& limit);
+
+// kRefused for the first of these native paths that is there and may not be written.
+platform::Status CheckRights(platform::Files& files, const std::vector<std::string>& paths);
 
 }  // namespace host::sync

@@ -1,7 +1,9 @@
-#include "host/sync/preference.h"
+#include "host/sync/rules.h"
 
 #include <algorithm>
 #include <charconv>
+
+#include "host/base/exit_code.h"
 
 namespace host::sync {
 
@@ -27,6 +29,26 @@ unsigned long DeletionsAllowed(unsigned long total, const std::optional<DeleteLi
     constexpr unsigned long kDefaultDeletions = 10, kDefaultPercent = 25;
     if (!limit) return std::max(kDefaultDeletions, total * kDefaultPercent / 100);
     return limit->isPercent ? total * limit->number / 100 : limit->number;
+}
+
+std::optional<std::string> TooManyDeletions(unsigned long count, const char* what,
+                                            unsigned long total,
+                                            const std::optional<DeleteLimit>& limit) {
+    const unsigned long allowed = DeletionsAllowed(total, limit);
+    if (count <= allowed) return std::nullopt;
+    const std::string number = std::to_string(count);
+    return number + ' ' + what + ", more than the " + std::to_string(allowed) +
+           " allowed: check both sides, then allow it with --max-delete " + number;
+}
+
+platform::Status CheckRights(platform::Files& files, const std::vector<std::string>& paths) {
+    for (const std::string& path : paths) {
+        const auto info = files.Stat(path);
+        if (info && info->isReadOnly) {
+            return base::Refused(path + ": is read-only; make it writable");
+        }
+    }
+    return {};
 }
 
 }  // namespace host::sync

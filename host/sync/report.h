@@ -1,0 +1,83 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "host/base/contact.h"
+#include "host/base/exit_code.h"
+
+namespace host::sync {
+
+// What is done to a contact or a mail, and where. kMemory: only what is remembered changes.
+enum class Side { kEudora, kFolder, kMemory };
+enum class Verb {
+    kNone,
+    kAdd,
+    kChange,
+    kRemove,
+    kQueue,  // a mail is queued in Eudora, to be sent
+    kFile,   // a mail that was queued before goes to .Sent
+    kRedo,   // a delivery that came to nothing is forgotten, before the mail is delivered again
+};
+struct Act {
+    Side side = Side::kMemory;
+    Verb verb = Verb::kNone;
+    bool operator==(const Act&) const = default;
+};
+
+// One contact or mail that changed, or would. Texts are UTF-8; foreign ones hold any characters.
+struct Change {
+    struct OnSide {
+        Verb verb = Verb::kNone;
+        std::string name;       // what a person knows it by on that side
+        base::FieldSet fields;  // of a contact that is changed
+    };
+    std::string name;
+    OnSide eudora, folder;
+    std::string renamedTo;      // a contact's new nickname; empty if it keeps its own
+    std::string id, messageId;  // of a mail, as Eudora tells them
+    bool isRead = false;        // of a mail whose read state changes: the new one
+
+    const OnSide& On(Side side) const { return side == Side::kEudora ? eudora : folder; }
+};
+
+// Something that waits for a person, or that a person should look at.
+struct Notice {
+    std::string name, text;
+};
+
+// What a sync did, or would do. All counts are of contacts or mails.
+struct Report {
+    std::vector<Change> changes;  // in the order in which a person reads them
+    std::vector<Notice> conflicts;
+    std::vector<std::string> errors;  // a line each: what failed, and mails that cannot be read
+
+    // Of contacts.
+    std::vector<Notice> refused;         // by Eudora's own rules
+    std::vector<std::string> leftAlone;  // what is no regular file, in words
+    std::size_t richer = 0;              // vCards that hold more than Eudora can
+
+    // Of mails.
+    std::size_t undone = 0;   // changes that are left to the next run
+    std::size_t dropped = 0;  // Eudora keeps them though their files were removed long ago
+    std::size_t kept = 0;     // marked files of mails that are gone from Eudora
+    std::size_t drafts = 0;   // files that are not finished, so that Eudora does not get them
+    std::size_t held = 0;     // removals that wait until all can be read
+    std::string limits;       // what Eudora's limits leave out; empty if nothing
+    std::vector<std::string> notes;  // what got lost in a mail on its way
+
+    base::ExitCode Code() const;
+    // Of the changes. `side` is Eudora's or the folder's.
+    std::size_t Count(Side side, Verb verb) const;
+    bool Changes(Side side) const;
+};
+
+// What a sync would find and do.
+struct Preview {
+    std::size_t inEudora = 0, inFolder = 0, remembered = 0;  // as far as they were counted
+    platform::Status ready;  // why a sync would not begin; then `report` is empty
+    Report report;
+};
+
+}  // namespace host::sync
