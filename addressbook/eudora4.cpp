@@ -4,30 +4,30 @@
 #include <cstdlib>
 
 #include "frame/guard.h"
+#include "frame/interface/field_ids.h"
 #include "integration/dialogs/eudora_file_dlg.h"
 #include "platform/kvutil/kvutil.h"
 
 using frame::Guarded;
+using frame::StringId;
 
 namespace {
 
-constexpr unsigned kMsgCannotOpen = 1;
-constexpr unsigned kMsgNoFile = 5;
-
 struct FieldRow {
-    int id;
-    std::int32_t stringId;
+    ContactField id;
+    StringId name;
     std::uint32_t tag;
 };
 
 constexpr std::uint32_t kAddressBookTag = 0x40000000;
-constexpr std::array<FieldRow, 7> kFields = {{{1, 6, 348},
-                                              {2, 7, 0x80000130},
-                                              {3, 8, 318},
-                                              {4, 9, 319},
-                                              {5, 10, 321},
-                                              {6, 11, 323},
-                                              {7, 12, 21}}};
+constexpr std::array<FieldRow, 7> kFields = {
+    {{ContactField::kNickname, StringId::kContactNickname, 348},
+     {ContactField::kName, StringId::kContactName, 0x80000130},
+     {ContactField::kAddress, StringId::kContactAddress, 318},
+     {ContactField::kPhone, StringId::kContactPhone, 319},
+     {ContactField::kFax, StringId::kContactFax, 321},
+     {ContactField::kEmail, StringId::kContactEmail, 323},
+     {ContactField::kNote, StringId::kContactNote, 21}}};
 
 }  // namespace
 
@@ -56,7 +56,7 @@ RRETURNCODE CREudora4::GetAppInfo(BOOL bConfigure, RWORD, RWORD, RWORD, CString&
             if (const auto result = ChooseFile(csSelection); result != RRC_OK) return result;
         } else if (!Util().system.files.Exists(m_csNicknameFile.Str())) {
             KV_LOG(1, "Invalid file in CREudora4::GetAppInfo\n");
-            Util().AddError(kMsgNoFile);
+            Util().AddError(StringId::kNoNicknameFile);
             return RRC_FAILED;
         }
         FormatFilename(csSelection, -1, csSummary);
@@ -82,7 +82,7 @@ RRETURNCODE CREudora4::Open(int, RWORD, RWORD, RWORD, RWORD, RWORD, RWORD, RWORD
         if (result == RRC_OK) {
             result = BuildFieldList();
         } else {
-            const auto text = Util().FormatString(kMsgCannotOpen, m_csNicknameFile);
+            const auto text = Util().FormatString(StringId::kCannotOpenFile, m_csNicknameFile);
             KV_LOG(1, "%s", text.Str().c_str());
             Util().AddErrorText(text);
             result = RRC_FAILED;
@@ -98,8 +98,9 @@ RRETURNCODE CREudora4::BuildFieldList() {
         CREudoraFieldArray fields;
         for (const auto& row : kFields) {
             CREudoraField field;
-            field.Set(std::to_string(row.id).c_str(), row.stringId, row.stringId,
-                      Util().GetString(row.stringId), kFieldText, row.tag | kAddressBookTag, false);
+            const auto stringId = static_cast<std::int32_t>(row.name);
+            field.Set(FieldId(row.id).c_str(), stringId, stringId, Util().GetString(row.name),
+                      kFieldText, row.tag | kAddressBookTag, false);
             fields.Add(field);
         }
         m_appInfo.m_fields = std::move(fields);

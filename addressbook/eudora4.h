@@ -46,7 +46,7 @@ class CREudora4 : public CREudoraTransBase {
     RRETURNCODE GiveLines(LPCTSTR fieldId, const CString& text, char*& cell);
     RRETURNCODE OutOfMemory(LPCTSTR fieldId);
     RRETURNCODE CheckField(const CREudoraField& field, LPCTSTR text);
-    RRETURNCODE RefuseField(long message, const CREudoraField& field);
+    RRETURNCODE RefuseField(frame::StringId message, const CREudoraField& field);
 
     CString m_csNicknameFile;
     CEudoraAB m_AddressBook;

@@ -1,33 +1,19 @@
-#include <cstdlib>
 #include <cstring>
 
 #include "addressbook/eudora4.h"
 #include "addressbook/field_text.h"
 #include "addressbook/token_scan.h"
 #include "frame/guard.h"
+#include "frame/interface/field_ids.h"
 #include "platform/kvutil/kvutil.h"
 #include "platform/os/code_page.h"
 #include "text/double_byte.h"
 
 using addressbook::CheckMode;
 using frame::Guarded;
+using frame::StringId;
 
 namespace {
-
-constexpr unsigned kMsgNoMemory = 4;
-constexpr long kMsgAngleBracket = 81;
-constexpr long kMsgComma = 82;
-constexpr long kMsgTooLong = 83;
-constexpr long kMsgNoName = 84;
-
-constexpr int kNickname = 1;
-constexpr int kName = 2;
-constexpr int kAddress = 3;
-constexpr int kNote = 7;
-
-int NumberOf(LPCTSTR fieldId) {
-    return fieldId != nullptr ? std::atoi(fieldId) : 0;
-}
 
 bool HasBracket(int checked) {
     return (checked & (addressbook::kHasGreater | addressbook::kHasLess)) != 0;
@@ -101,15 +87,15 @@ RRETURNCODE CREudora4::GetField(LPCTSTR pszFieldId, unsigned long*, void* pCell)
     return Guarded("GetField", [&] {
         KV_LOG(5, "Enter - CREudora4::GetField\n");
         Util().ClearErrors();
-        const int number = NumberOf(pszFieldId);
+        const auto field = FieldOfId<ContactField>(pszFieldId);
         CString text;
-        if (const auto result = m_AddressBook.GetRecordField(number, text); result != RRC_OK) {
+        if (const auto result = m_AddressBook.GetRecordField(field, text); result != RRC_OK) {
             return result;
         }
-        if (number < kNickname || number > kNote) return RRC_OK;
+        if (!IsContactField(field)) return RRC_OK;
         auto& cell = *static_cast<char**>(pCell);
-        const bool hasLines = number == kAddress || number == kNote;
-        return hasLines ? GiveLines(pszFieldId, text, cell) : GiveText(pszFieldId, text, cell);
+        return HasLines(field) ? GiveLines(pszFieldId, text, cell)
+                               : GiveText(pszFieldId, text, cell);
     });
 }
 
@@ -131,7 +117,7 @@ RRETURNCODE CREudora4::GiveLines(LPCTSTR fieldId, const CString& text, char*& ce
 
 RRETURNCODE CREudora4::OutOfMemory(LPCTSTR fieldId) {
     KV_LOG(5, "Fail to allcate Memory for filed [%s] in CREudora4::GetField\n", fieldId);
-    Util().AddError(kMsgNoMemory);
+    Util().AddError(StringId::kNoMemoryForField);
     return RRC_FAILED;
 }
 
@@ -139,7 +125,7 @@ RRETURNCODE CREudora4::SetField(LPCTSTR pszFieldId, unsigned long*, void* pCell)
     return Guarded("SetField", [&] {
         Util().ClearErrors();
         const CString value(*static_cast<char**>(pCell));
-        return m_AddressBook.SetRecordField(pszFieldId != nullptr ? pszFieldId : "", value.Str());
+        return m_AddressBook.SetRecordField(FieldOfId<ContactField>(pszFieldId), value.Str());
     });
 }
 
@@ -166,29 +152,30 @@ RRETURNCODE CREudora4::IsOkToSetRecord(RWORD, RFIELDCALLBACK pfnGetValue, void* 
 
 // RRC_OK, RRC_WARNING or RRC_FAILED, with the message queued.
 RRETURNCODE CREudora4::CheckField(const CREudoraField& field, LPCTSTR text) {
-    const int number = NumberOf(field.m_csFieldId);
-    const auto mode = number == kNickname ? CheckMode::kNickname
-                      : number == kName   ? CheckMode::kName
-                                          : CheckMode::kAny;
+    const auto id = FieldOfId<ContactField>(field.m_csFieldId);
+    const auto mode = id == ContactField::kNickname ? CheckMode::kNickname
+                      : id == ContactField::kName   ? CheckMode::kName
+                                                    : CheckMode::kAny;
     const int checked = addressbook::CheckFieldValue(text, mode);
     if (mode == CheckMode::kName && checked == addressbook::kNoName) {
-        return RefuseField(kMsgNoName, field);
+        return RefuseField(StringId::kNoLetterOrDigit, field);
     }
     if (mode == CheckMode::kNickname && (checked & addressbook::kHasComma) != 0) {
-        return RefuseField(kMsgComma, field);
+        return RefuseField(StringId::kInvalidNickname, field);
     }
     if (mode == CheckMode::kNickname && (checked & addressbook::kTooLong) != 0) {
-        const auto warning = Util().FormatString(kMsgTooLong, Util().GetString(field.m_nStringId),
-                                                 addressbook::kNicknameLimit);
+        const auto warning =
+            Util().FormatString(StringId::kNicknameTooLong, Util().GetString(field.NameId()),
+                                addressbook::kNicknameLimit);
         KV_LOG(3, "%s", warning.Str().c_str());
         Util().AddWarningText(warning);
         return RRC_WARNING;
     }
-    return HasBracket(checked) ? RefuseField(kMsgAngleBracket, field) : RRC_OK;
+    return HasBracket(checked) ? RefuseField(StringId::kAngleBracket, field) : RRC_OK;
 }
 
-RRETURNCODE CREudora4::RefuseField(long message, const CREudoraField& field) {
-    const auto error = Util().FormatString(message, Util().GetString(field.m_nStringId));
+RRETURNCODE CREudora4::RefuseField(StringId message, const CREudoraField& field) {
+    const auto error = Util().FormatString(message, Util().GetString(field.NameId()));
     KV_LOG(1, "%s", error.Str().c_str());
     Util().AddErrorText(error);
     return RRC_FAILED;

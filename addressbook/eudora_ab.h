@@ -6,6 +6,7 @@
 
 #include "addressbook/nickname_record.h"
 #include "addressbook/record_map.h"
+#include "frame/interface/field_ids.h"
 #include "frame/interface/host_records.h"
 #include "platform/mfc/collections.h"
 #include "platform/os/files.h"
@@ -41,10 +42,10 @@ class CEudoraAB {
     // The id at the position; after StoreRecord, of the record stored.
     const CString& CurrentKey() const { return m_csCurrentKey; }
 
-    // Fields 1 to 7: nickname, name, address, phone, fax, first e-mail address, note. Without a
-    // current record both give RRC_FAILED; other numbers do nothing.
-    RRETURNCODE GetRecordField(int number, CString& out);
-    RRETURNCODE SetRecordField(LPCTSTR fieldId, std::string_view value);
+    // The e-mail address is the first. Without a current record both give RRC_FAILED; what is no
+    // field does nothing.
+    RRETURNCODE GetRecordField(ContactField field, CString& out);
+    RRETURNCODE SetRecordField(ContactField field, std::string_view value);
     // The change marker: a check sum over all texts. `out` is left alone without a current record.
     RRETURNCODE GetRecordChecksum(CString& out);
 

@@ -18,7 +18,6 @@ using platform::Status;
 
 namespace {
 
-constexpr unsigned kMsgReadError = 13;
 constexpr const char* kCannotOpenLog =
     "Eudora File [%s] Could not opend in CREudora4::OpenEudoraFile\n";
 
@@ -89,7 +88,7 @@ RRETURNCODE CEudoraAB::Open(LPCTSTR path) {
     KV_LOG(5, "Enter - CEudoraAB::Open");
     if (m_csFilePath == path) {
         // What is half there must not pass for whole the second time.
-        if (m_incomplete) Util().AddError(kMsgReadError);
+        if (m_incomplete) Util().AddError(frame::StringId::kNicknameFileUnread);
         return RRC_OK;
     }
     const auto status = WithFile(path, [&]() -> Status {
@@ -125,7 +124,7 @@ void CEudoraAB::ReadAllRecords(CString path, FileBytes bytes) {
     if (!status) {
         KV_LOG(1, "Error While Reading Records in CEudoraAB::GetRecord\n");
         KV_LOG(1, "%s", status.Error().Message().c_str());
-        Util().AddError(kMsgReadError);
+        Util().AddError(frame::StringId::kNicknameFileUnread);
     }
     ClearRecords();
     m_mapRecords = std::move(records);
@@ -140,7 +139,7 @@ RRETURNCODE CEudoraAB::SaveRecords() {
     KV_LOG(1, kCannotOpenLog, m_csFilePath.Str().c_str());
     KV_LOG(1, "%s", status.Error().Message().c_str());
     Util().AddFileError(status.Error());
-    if (m_incomplete) Util().AddError(kMsgReadError);
+    if (m_incomplete) Util().AddError(frame::StringId::kNicknameFileUnread);
     return RRC_FAILED;
 }
 

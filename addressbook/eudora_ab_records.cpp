@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <new>
 #include <string>
@@ -19,17 +18,22 @@ using addressbook::RecordMap;
 
 namespace {
 
-constexpr int kNickname = 1, kAddress = 3, kEmail = 6, kNote = 7;
-
-// Fields 2 to 7 but for the e-mail address.
-CString NicknameRecord::*TextOf(int number) {
-    constexpr CString NicknameRecord::*kTexts[] = {&NicknameRecord::csName,
-                                                   &NicknameRecord::csAddress,
-                                                   &NicknameRecord::csPhone,
-                                                   &NicknameRecord::csFax,
-                                                   nullptr,
-                                                   &NicknameRecord::csNote};
-    return kTexts[number - 2];
+// Null for the nickname, the e-mail addresses and what is no field.
+CString NicknameRecord::*TextOf(ContactField field) {
+    switch (field) {
+        case ContactField::kName:
+            return &NicknameRecord::csName;
+        case ContactField::kAddress:
+            return &NicknameRecord::csAddress;
+        case ContactField::kPhone:
+            return &NicknameRecord::csPhone;
+        case ContactField::kFax:
+            return &NicknameRecord::csFax;
+        case ContactField::kNote:
+            return &NicknameRecord::csNote;
+        default:
+            return nullptr;
+    }
 }
 
 }  // namespace
@@ -63,37 +67,35 @@ void CEudoraAB::MakeChangeable() {
     m_pCurrent = m_mapRecords.RecordAt(m_home);
 }
 
-RRETURNCODE CEudoraAB::SetRecordField(LPCTSTR fieldId, std::string_view value) {
+RRETURNCODE CEudoraAB::SetRecordField(ContactField field, std::string_view value) {
     if (m_pCurrent == nullptr) return RRC_FAILED;
-    const int number = std::atoi(fieldId);
-    if (number < kNickname || number > kNote) return RRC_OK;
-    const bool isWhole = number == kAddress || number == kNote;
+    if (!IsContactField(field)) return RRC_OK;
     std::string text;
-    CopyFieldText(text, value, isWhole ? CopyMode::kWhole : CopyMode::kFirstLine);
+    CopyFieldText(text, value, HasLines(field) ? CopyMode::kWhole : CopyMode::kFirstLine);
     MakeChangeable();
     auto& mails = m_pCurrent->arrEmail;
-    if (number == kNickname) {
+    if (field == ContactField::kNickname) {
         SetNickname(addressbook::CutNickname(text, CodePage()));
-    } else if (number == kEmail && !mails.IsEmpty()) {
+    } else if (field == ContactField::kEmail && !mails.IsEmpty()) {
         mails.SetAt(0, std::move(text));
     } else if (text.empty()) {
         return RRC_OK;
-    } else if (number == kEmail) {
+    } else if (field == ContactField::kEmail) {
         mails.Add(std::move(text));
     } else {
-        m_pCurrent->*TextOf(number) = std::move(text);
+        m_pCurrent->*TextOf(field) = std::move(text);
     }
     return RRC_OK;
 }
 
-RRETURNCODE CEudoraAB::GetRecordField(int number, CString& out) {
+RRETURNCODE CEudoraAB::GetRecordField(ContactField field, CString& out) {
     if (m_pCurrent == nullptr) return RRC_FAILED;
-    if (number == kNickname) {
+    if (field == ContactField::kNickname) {
         out = m_pCurrent->szNickname;
-    } else if (number == kEmail) {
+    } else if (field == ContactField::kEmail) {
         if (!m_pCurrent->arrEmail.IsEmpty()) out = m_pCurrent->arrEmail.GetAt(0);
-    } else if (number > kNickname && number <= kNote) {
-        out = m_pCurrent->*TextOf(number);
+    } else if (const auto text = TextOf(field)) {
+        out = m_pCurrent->*text;
     }
     return RRC_OK;
 }

@@ -79,7 +79,7 @@ double SaveTime(const std::string& path, const std::vector<std::string>& keys) {
         for (const auto& key : keys) {
             Check(bench.book.FindRecord(key) == RRC_OK, "finding");
             bench.book.BeginEdit();
-            bench.book.SetRecordField("4", "+1 555 0100");
+            bench.book.SetRecordField(ContactField::kPhone, "+1 555 0100");
             bench.book.StoreRecord();
         }
         Check(bench.book.SaveRecords() == RRC_OK, "saving");
@@ -148,7 +148,7 @@ void BM_FindAndEdit(benchmark::State& state) {
         bench.book.FindRecord(keys[at++ % keys.size()]);
         if (!edits) continue;
         bench.book.BeginEdit();
-        bench.book.SetRecordField("4", "+1 555 0100");
+        bench.book.SetRecordField(ContactField::kPhone, "+1 555 0100");
         bench.book.StoreRecord();
     }
 }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "frame/interface/host_records.h"
+#include "frame/string_id.h"
 #include "platform/mfc/archive.h"
 #include "platform/mfc/collections.h"
 
@@ -25,6 +26,8 @@ class CREudoraField {
              std::int32_t type, std::uint32_t tag, bool special);
     // Throws ArchiveError when the archive ends early.
     void Serialize(CArchive& archive);
+
+    frame::StringId NameId() const { return static_cast<frame::StringId>(m_nStringId); }
 
     CString m_csFieldId;           // key of the field: the decimal text of a small number
     std::int32_t m_nNumber = 0;    // kept and persisted; decides nothing

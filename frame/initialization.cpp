@@ -9,7 +9,6 @@ namespace frame {
 namespace {
 
 constexpr const char* kBundleBase = "kvlEUD";
-constexpr unsigned kEudoraMissing = 71;  // string id
 
 bool LoadBundle(CEudoraTransUtil& util) {
     const CString& folder = util.csSettingsDir.IsEmpty() ? util.csEnvDir : util.csSettingsDir;
@@ -38,7 +37,7 @@ RRETURNCODE Initialize(CEudoraTransUtil& util, const tagRENVSETTINGS* env) {
     CString program;
     if (util.FindEudora(program) == 0) {
         KV_LOG(1, "Eudora Pro doesn't installed in your machine");
-        util.AddError(kEudoraMissing);
+        util.AddError(StringId::kEudoraMissing);
         return RRC_FAILED;
     }
     util.FindNicknameFile(program);

@@ -57,7 +57,7 @@ RRETURNCODE CREudoraTransBase::GetNextFieldInfo(CString& csFieldId, CString& csF
         const CREudoraField field = m_appInfo.m_fields.GetAt(m_nFieldCursor);
         csFieldId = field.m_csFieldId;
         csFieldName.Empty();
-        if (field.m_nStringId > 0) csFieldName = Util().GetString(field.m_nStringId);
+        if (field.m_nStringId > 0) csFieldName = Util().GetString(field.NameId());
         if (csFieldName.IsEmpty()) csFieldName = field.m_csDefaultName;
         *pType = static_cast<unsigned long>(field.m_nType);
         *pTag = field.m_dwTag;

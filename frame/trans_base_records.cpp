@@ -2,12 +2,7 @@
 #include "frame/trans_base.h"
 
 using frame::Guarded;
-
-namespace {
-
-constexpr unsigned kCannotDelete = 60;  // string id
-
-}  // namespace
+using frame::StringId;
 
 RRETURNCODE CREudoraTransBase::GetRecordCount(long* pCount) {
     return Guarded("GetRecordCount", [&] {
@@ -83,7 +78,7 @@ RRETURNCODE CREudoraTransBase::DeleteAllRecords() {
         KV_LOG(5, "Enter CREudoraTransBase::DeleteAllRecords\n");
         if (DeleteUntilEnd() != RRC_EOF) {
             KV_LOG(1, "Error while deleting the reocrd\n");
-            Util().AddError(kCannotDelete);
+            Util().AddError(StringId::kCannotDelete);
             return RRC_FAILED;
         }
         SetBoxFileOpenFlagRegistry(1);

@@ -4,12 +4,7 @@
 #include "frame/trans_base.h"
 
 using frame::Guarded;
-
-namespace {
-
-constexpr unsigned kCannotStoreSettings = 66;  // string id
-
-}  // namespace
+using frame::StringId;
 
 RRETURNCODE CREudoraTransBase::GetAppInfo(BOOL bConfigure, CRHostContext* pHost,
                                           CString& csSelection, RWORD word, CString& csSummary,
@@ -79,7 +74,7 @@ RRETURNCODE CREudoraTransBase::LoadOrMakeSettings(CString& csSelection, bool& is
     isNew = true;
     if (util.StoreSettings(m_appInfo, csSelection) == 0) {
         KV_LOG(1, "Unable to store AppInfo to file\n");
-        util.AddError(kCannotStoreSettings);
+        util.AddError(StringId::kCannotStoreSettings);
         return RRC_FAILED;
     }
     return RRC_OK;

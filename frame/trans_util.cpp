@@ -6,6 +6,8 @@
 #include "integration/locate/locate.h"
 #include "platform/kvutil/kvutil.h"
 
+using frame::StringId;
+
 namespace {
 
 CEudoraTransUtil*& Replacement() {
@@ -34,24 +36,25 @@ void UseTransUtil(CEudoraTransUtil* util) {
 CEudoraTransUtil::CEudoraTransUtil(const platform::System& theSystem)
     : system(theSystem), bundle(system.libraries), mapi(system) {}
 
-CString CEudoraTransUtil::GetString(long id) {
+CString CEudoraTransUtil::GetString(StringId id) {
+    const auto number = static_cast<std::uint32_t>(id);
     CString text;
-    if (!bundle.LoadString(static_cast<unsigned>(id), text)) {
-        KV_LOG(1, "WARNING: String for ID %ld not found.(CEudoraTransUtil::GetString)", id);
+    if (!bundle.LoadString(number, text)) {
+        KV_LOG(1, "WARNING: String for ID %u not found.(CEudoraTransUtil::GetString)", number);
     }
     return text;
 }
 
-CString CEudoraTransUtil::FormatString(long id, const CString& text) {
+CString CEudoraTransUtil::FormatString(StringId id, const CString& text) {
     return frame::FormatText(GetString(id).Str(), text.Str(), std::nullopt);
 }
 
-CString CEudoraTransUtil::FormatString(long id, const CString& text, int number) {
+CString CEudoraTransUtil::FormatString(StringId id, const CString& text, int number) {
     return frame::FormatText(GetString(id).Str(), text.Str(), number);
 }
 
-void CEudoraTransUtil::AddError(unsigned id) {
-    saErrors.Add(GetString(static_cast<long>(id)));
+void CEudoraTransUtil::AddError(StringId id) {
+    saErrors.Add(GetString(id));
 }
 
 void CEudoraTransUtil::AddErrorText(LPCTSTR text) {
@@ -59,15 +62,13 @@ void CEudoraTransUtil::AddErrorText(LPCTSTR text) {
 }
 
 void CEudoraTransUtil::AddFileError(const platform::Failure& failure) {
-    constexpr unsigned kMsgCannotOpen = 1;
-    AddErrorText(FormatString(kMsgCannotOpen, failure.context));
+    AddErrorText(FormatString(StringId::kCannotOpenFile, failure.context));
     AddCause(failure);
 }
 
 void CEudoraTransUtil::AddCause(const platform::Failure& failure) {
-    constexpr unsigned kMsgDiskFull = 19, kMsgNoMemory = 20;
-    if (failure.code == platform::ErrorCode::kNoSpace) AddError(kMsgDiskFull);
-    if (failure.code == platform::ErrorCode::kNoMemory) AddError(kMsgNoMemory);
+    if (failure.code == platform::ErrorCode::kNoSpace) AddError(StringId::kDiskFull);
+    if (failure.code == platform::ErrorCode::kNoMemory) AddError(StringId::kNoMemory);
 }
 
 void CEudoraTransUtil::AddWarningText(LPCTSTR text) {

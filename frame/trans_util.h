@@ -3,6 +3,7 @@
 #include "frame/app_info.h"
 #include "frame/interface/host_records.h"
 #include "frame/language_bundle.h"
+#include "frame/string_id.h"
 #include "mapi/mapi.h"
 #include "platform/mfc/collections.h"
 #include "platform/os/system.h"
@@ -14,14 +15,14 @@ class CEudoraTransUtil {
     virtual ~CEudoraTransUtil() = default;
 
     // Strings of the bundle; a missing one is logged and gives the empty text.
-    CString GetString(long id);
+    CString GetString(frame::StringId id);
     // The string as a format for one text, or for a text and a number: used as a format only if
     // its conversions are exactly "%s", or "%s" and "%d" in this order; else it stands as it is.
-    CString FormatString(long id, const CString& text);
-    CString FormatString(long id, const CString& text, int number);
+    CString FormatString(frame::StringId id, const CString& text);
+    CString FormatString(frame::StringId id, const CString& text, int number);
 
     // The message queues, oldest first.
-    void AddError(unsigned id);
+    void AddError(frame::StringId id);
     void AddErrorText(LPCTSTR text);
     // Says that the file of the failure could not be opened, then AddCause.
     void AddFileError(const platform::Failure& failure);

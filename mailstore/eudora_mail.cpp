@@ -7,18 +7,15 @@
 #include "text/ascii_case.h"
 
 using frame::Guarded;
+using frame::StringId;
 
 namespace {
 
-constexpr unsigned kCannotStoreSettings = 66;  // string id
-
-// Result codes of Simple MAPI that have a text of their own, at the code and this.
-constexpr std::uint32_t kFirstMapiText = 15;
 constexpr std::uint32_t kLastMapiCode = 25, kNoMapiCode = 7;
-constexpr unsigned kOtherMapiError = 40;
 
-bool HasText(std::uint32_t code) {
-    return code >= 1 && code <= kLastMapiCode && code != kNoMapiCode;
+StringId TextOfMapiCode(std::uint32_t code) {
+    if (code == 0 || code > kLastMapiCode || code == kNoMapiCode) return StringId::kOtherMapiError;
+    return static_cast<StringId>(static_cast<std::uint32_t>(StringId::kFirstOfMapi) + code - 1);
 }
 
 // Settings and dialog name the seven options alike.
@@ -124,12 +121,11 @@ RRETURNCODE CREudoraMail::SaveSettings(RWORD, tagRAPPINFO* pAppInfo, RWORD) {
         }
         if (Util().StoreSettings(m_appInfo, m_csSelection) != 0) return RRC_OK;
         KV_LOG(1, "Unable to store AppInfo to file\n");
-        Util().AddError(kCannotStoreSettings);
+        Util().AddError(StringId::kCannotStoreSettings);
         return RRC_FAILED;
     });
 }
 
 void CREudoraMail::ReportMapiError() {
-    const std::uint32_t code = Mapi().LastError();
-    Util().AddError(HasText(code) ? code + kFirstMapiText : kOtherMapiError);
+    Util().AddError(TextOfMapiCode(Mapi().LastError()));
 }

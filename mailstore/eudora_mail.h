@@ -115,7 +115,7 @@ class CREudoraMail : public CREudoraTransBase {
     bool IsOnlyCopy(const MapiFileDesc& file) const;
     void NameOnlyCopies(const std::list<MapiMessage*>& records);
 
-    RRETURNCODE GiveField(int field, const MapiMessage& message, void* pCell);
+    RRETURNCODE GiveField(MailField field, const MapiMessage& message, void* pCell);
     RRETURNCODE GiveText(const char* text, char*& cell);
     RRETURNCODE GiveDate(const char* text, double& cell);
     RRETURNCODE GiveBody(const MapiMessage& message, char*& cell);
@@ -135,7 +135,7 @@ class CREudoraMail : public CREudoraTransBase {
     CString AttachPath(const CString& fileName);
 
     void SetStatus(std::int32_t status);
-    void SetNewField(int field, void* pCell);
+    void SetNewField(MailField field, void* pCell);
     void GiveId(std::string_view messageId);
     void QueueForSending();
     void QueueForMailbox();
@@ -147,7 +147,7 @@ class CREudoraMail : public CREudoraTransBase {
     RRETURNCODE ReportUnwritten(const mailstore::Appended& appended);
     void ReportFile(const platform::Failure& failure, const CString& path);
     RRETURNCODE DropBeyondFull();
-    void ReportNamed(long id, const CString& name);
+    void ReportNamed(frame::StringId id, const CString& name);
     RRETURNCODE StoreMailStatus();
 
     bool m_isIndexed = false;   // numbers for new mails can be given

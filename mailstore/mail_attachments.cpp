@@ -4,14 +4,9 @@
 #include "text/path.h"
 
 using frame::Guarded;
+using frame::StringId;
 using platform::OpenMode;
 using platform::Share;
-
-namespace {
-
-constexpr unsigned kMsgCannotOpen = 62, kMsgNoSize = 63, kMsgNoMessage = 76;
-
-}  // namespace
 
 RRETURNCODE CREudoraMail::GetAttachments(CString& csOut) {
     return Guarded("GetAttachments", [&] {
@@ -20,7 +15,7 @@ RRETURNCODE CREudoraMail::GetAttachments(CString& csOut) {
         MapiMessage* message = nullptr;
         if (Mapi().GetCurrentMessage(message) != 1) {
             KV_LOG(1, "Invalid Message Pointer in CREudoraMail::GetAttachments\n");
-            Util().AddError(kMsgNoMessage);
+            Util().AddError(StringId::kNoMessage);
             return RRC_FAILED;
         }
         CArray<CRAttachmentInfo> list;
@@ -57,7 +52,7 @@ bool CREudoraMail::PassesSizeLimit(const CString& path, bool& passes) {
     if (!file) {
         KV_LOG(1, "CreateFile() API failed in CREudoraMail::GetAttachments = %x",
                static_cast<unsigned>(file.Error().systemError));
-        Util().AddError(kMsgCannotOpen);
+        Util().AddError(StringId::kAttachmentUnopened);
         return false;
     }
     passes = m_appInfo.m_bLimitAttachSize == 0;
@@ -67,7 +62,7 @@ bool CREudoraMail::PassesSizeLimit(const CString& path, bool& passes) {
     if (!size) {
         KV_LOG(1, "GetFileSize() API failed in CREudoraMail::GetAttachments, and  Error Code = %x",
                static_cast<unsigned>(size.Error().systemError));
-        Util().AddError(kMsgNoSize);
+        Util().AddError(StringId::kAttachmentSizeUnknown);
         return false;
     }
     passes = *size <= std::uint64_t{static_cast<std::uint32_t>(m_appInfo.m_nAttachLimitKB)} * 1024;

@@ -13,7 +13,6 @@ using mailstore::CopyOf;
 
 namespace {
 
-constexpr long kMsgCannotOpen = 1;
 // A file, and neither of the two OLE kinds.
 constexpr std::uint32_t kFileFlags = ~(mapi::kOle | mapi::kOleStatic);
 
@@ -79,7 +78,8 @@ bool CREudoraMail::StoreAttachment(const CRAttachmentInfo& item, MapiFileDesc& e
         KV_LOG(1, "Unable to Copy the file");
         const auto folder = files.Stat(m_csAttachDir.Str());
         if (!folder || !folder->isFolder) {
-            Util().AddErrorText(Util().FormatString(kMsgCannotOpen, m_csAttachDir));
+            Util().AddErrorText(
+                Util().FormatString(frame::StringId::kCannotOpenFile, m_csAttachDir));
         }
         return false;
     }

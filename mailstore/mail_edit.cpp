@@ -1,22 +1,20 @@
 // Records on their way to Eudora: made, filled, vetted, changed.
 #include <charconv>
-#include <cstdlib>
 
 #include "frame/guard.h"
+#include "frame/interface/field_ids.h"
 #include "mailbox/toc_records.h"
 #include "mailstore/eudora_mail.h"
-#include "mailstore/mail_field_ids.h"
 #include "mailstore/record_text.h"
 
 using frame::Guarded;
+using frame::StringId;
 
 namespace {
 
 constexpr std::int32_t kReceived = 1;  // a status with this bit is a received mail's
 constexpr unsigned kOutBoxMask = 6;    // statuses of mails that do not stay here
 constexpr std::uint32_t kSenderClass = 0xFFFFFFFF;
-constexpr unsigned kMsgNoMemory = 20, kMsgNoFrom = 80;
-constexpr long kMsgNotRead = 88;
 
 // A text with bare line feeds gets the system's line ends; one with a return anywhere has its own.
 std::string NormalizeLineEnds(std::string_view text) {
@@ -57,17 +55,19 @@ RRETURNCODE CREudoraMail::IsOkToSetRecord(RWORD, RFIELDCALLBACK pfnGetValue, voi
         void* cell = nullptr;
         unsigned long type = kFieldInteger;
         BOOL hasField = 0;
-        auto code = pfnGetValue(pContext, "10", &cell, &type, &hasField);
+        auto code =
+            pfnGetValue(pContext, FieldId(MailField::kStatus).c_str(), &cell, &type, &hasField);
         if (code != RRC_OK) return code;
         const auto* status = static_cast<const std::int32_t*>(cell);
         if (status != nullptr && (*status & kReceived) != 0) {
             cell = nullptr;
             type = kFieldText;
             hasField = 0;
-            code = pfnGetValue(pContext, "1", &cell, &type, &hasField);
+            code =
+                pfnGetValue(pContext, FieldId(MailField::kFrom).c_str(), &cell, &type, &hasField);
             if (hasField == 1 && TextOf(cell).empty()) {
                 KV_LOG(1, "From Address is Empty in CREudoraMail::IsOkToSetRecord\n");
-                Util().AddError(kMsgNoFrom);
+                Util().AddError(StringId::kNoSender);
                 return RRC_FAILED;
             }
             if (code != RRC_OK) return code;
@@ -86,12 +86,12 @@ RRETURNCODE CREudoraMail::AddNewRecord(RWORD) {
         Mapi().ClearMsgID();
         // A number given now could be that of a mail that is there.
         if (!m_isIndexed) {
-            ReportNamed(kMsgNotRead, MailboxPath(".mbx"));
+            ReportNamed(StringId::kMailboxUnread, MailboxPath(".mbx"));
             return RRC_FAILED;
         }
         if (CMapi::AllocMessage(m_lpNewMessage) == 0) {
             KV_LOG(1, "Failed to Allocate the memory in CREudoraMail::AddNewRecord\n");
-            Util().AddError(kMsgNoMemory);
+            Util().AddError(StringId::kNoMemory);
             return RRC_FAILED;
         }
         return RRC_OK;
@@ -109,10 +109,10 @@ RRETURNCODE CREudoraMail::EditRecord() {
 
 RRETURNCODE CREudoraMail::SetField(LPCTSTR pszFieldId, unsigned long*, void* pCell) {
     return Guarded("SetField", [&] {
-        const int field = pszFieldId != nullptr ? std::atoi(pszFieldId) : 0;
+        const auto field = FieldOfId<MailField>(pszFieldId);
         KV_LOG(5, "CREudoraMail::SetField-%s\n", pszFieldId != nullptr ? pszFieldId : "");
         if (pCell == nullptr) return RRC_OK;
-        if (field == mailstore::kStatusField) {
+        if (field == MailField::kStatus) {
             SetStatus(*static_cast<std::int32_t*>(pCell));
         } else if (m_bAddNewRecord == 1 && m_lpNewMessage != nullptr) {
             SetNewField(field, pCell);
@@ -135,31 +135,31 @@ void CREudoraMail::SetStatus(std::int32_t status) {
     if (Mapi().NamesCurrent()) Mapi().SetMailStatus(bits);
 }
 
-void CREudoraMail::SetNewField(int field, void* pCell) {
+void CREudoraMail::SetNewField(MailField field, void* pCell) {
     MapiMessage& record = *m_lpNewMessage;
     switch (field) {
-        case mailstore::kFromField:
+        case MailField::kFrom:
             if (record.lpOriginator == nullptr) record.lpOriginator = new MapiRecipDesc{};
             record.lpOriginator->ulRecipClass = kSenderClass;
             return mailstore::Assign(record.lpOriginator->lpszAddress, TextOf(pCell));
-        case mailstore::kToField:
+        case MailField::kTo:
             return SetRecipients(m_pszTo, TextOf(pCell));
-        case mailstore::kCcField:
+        case MailField::kCc:
             return SetRecipients(m_pszCc, TextOf(pCell));
-        case mailstore::kBccField:
+        case MailField::kBcc:
             return SetRecipients(m_pszBcc, TextOf(pCell));
-        case mailstore::kSubjectField:
+        case MailField::kSubject:
             return mailstore::Assign(record.lpszSubject, TextOf(pCell));
-        case mailstore::kDateField:
+        case MailField::kDate:
             return mailstore::Assign(record.lpszDateReceived,
                                      DateText(*static_cast<double*>(pCell)));
-        case mailstore::kBodyField:
+        case MailField::kBody:
             return mailstore::Assign(record.lpszNoteText, NormalizeLineEnds(TextOf(pCell)));
-        case mailstore::kAttachmentField:
+        case MailField::kAttachment:
             // A failure leaves the mail without the files behind the failed one.
             (void)NewAttachments(std::string(TextOf(pCell)).c_str());
             return;
-        case mailstore::kMessageIdField:
+        case MailField::kMessageId:
             return GiveId(TextOf(pCell));
         default:
             return;

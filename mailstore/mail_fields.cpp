@@ -1,49 +1,47 @@
 // The eleven fields of a mail, and what the host receives for each.
-#include <cstdlib>
 #include <cstring>
 #include <new>
+#include <optional>
 
 #include "frame/guard.h"
+#include "frame/interface/field_ids.h"
 #include "mailstore/eudora_mail.h"
 #include "mailstore/mail_body.h"
-#include "mailstore/mail_field_ids.h"
 #include "mailstore/mail_fields_date.h"
 #include "mailstore/mail_status.h"
 
 using frame::Guarded;
+using frame::StringId;
 using namespace mailstore;
 
 namespace {
 
 struct FieldRow {
-    int id;
-    int stringId;
+    MailField id;
+    std::optional<StringId> shown;
     const char* name;
     int type;
     std::uint32_t tag;
 };
 
 constexpr FieldRow kFields[] = {
-    {kFromField, 41, "From", kFieldText, 0x2BD},
-    {kToField, 42, "To", kFieldText, 0x800002BE},
-    {kCcField, 43, "cc", kFieldText, 0x2BF},
-    {kBccField, 44, "bcc", kFieldText, 0x2C0},
-    {kSubjectField, 45, "Subject", kFieldText, 0x14},
-    {kDateField, 46, "Date", kFieldDateLast, 0x800002C2},
-    {kBodyField, 47, "Body", kFieldText, 0x15},
-    {kStatusField, 0, "MailStatus", kFieldInteger, 0x080002C6},
-    {kMessageIdField, 0, "MessageId", kFieldText, 0x080002C7},
-    {kSizeField, 0, "Size", kFieldInteger, 0x080002C3},
-    {kAttachmentField, 0, "Attachment", kFieldText, 0x0800001F},
+    {MailField::kFrom, StringId::kMailFrom, "From", kFieldText, 0x2BD},
+    {MailField::kTo, StringId::kMailTo, "To", kFieldText, 0x800002BE},
+    {MailField::kCc, StringId::kMailCc, "cc", kFieldText, 0x2BF},
+    {MailField::kBcc, StringId::kMailBcc, "bcc", kFieldText, 0x2C0},
+    {MailField::kSubject, StringId::kMailSubject, "Subject", kFieldText, 0x14},
+    {MailField::kDate, StringId::kMailDate, "Date", kFieldDateLast, 0x800002C2},
+    {MailField::kBody, StringId::kMailBody, "Body", kFieldText, 0x15},
+    {MailField::kStatus, {}, "MailStatus", kFieldInteger, 0x080002C6},
+    {MailField::kMessageId, {}, "MessageId", kFieldText, 0x080002C7},
+    {MailField::kSize, {}, "Size", kFieldInteger, 0x080002C3},
+    {MailField::kAttachment, {}, "Attachment", kFieldText, 0x0800001F},
 };
-
-constexpr unsigned kMsgNoMemory = 20, kMsgInvalid = 58, kMsgInvalidDate = 75;
-constexpr long kStrTrailerMarker = 77;
 
 // A field of the current message, as CMapi hands it out; gives back what is ours to give back.
 class RawField {
   public:
-    RawField(CMapi& mapi, int field) : m_isOwned(IsOwned(field)) {
+    RawField(CMapi& mapi, MailField field) : m_isOwned(IsOwned(field)) {
         mapi.GetMailField(field, m_data);
     }
     ~RawField() {
@@ -55,7 +53,9 @@ class RawField {
     char* Text() const { return static_cast<char*>(m_data); }
 
   private:
-    static bool IsOwned(int field) { return field >= kToField && field <= kBccField; }
+    static bool IsOwned(MailField field) {
+        return field >= MailField::kTo && field <= MailField::kBcc;
+    }
 
     void* m_data = nullptr;
     bool m_isOwned;
@@ -84,8 +84,9 @@ RRETURNCODE CREudoraMail::BuildFieldList() {
         m_appInfo.m_fields.RemoveAll();
         for (const FieldRow& row : kFields) {
             CREudoraField field;
-            field.Set(std::to_string(row.id).c_str(), row.id, row.stringId, row.name, row.type,
-                      row.tag, false);
+            const auto stringId = row.shown ? static_cast<std::int32_t>(*row.shown) : 0;
+            field.Set(FieldId(row.id).c_str(), static_cast<std::int32_t>(row.id), stringId,
+                      row.name, row.type, row.tag, false);
             m_appInfo.m_fields.Add(field);
         }
         return RRC_OK;
@@ -96,26 +97,26 @@ RRETURNCODE CREudoraMail::GetField(LPCTSTR pszFieldId, unsigned long*, void* pCe
     return Guarded("GetField", [&]() -> RRETURNCODE {
         const CString name(pszFieldId);
         KV_LOG(5, "Enter : CREudoraMail::GetField , Field Name = [%s]\n", name.Str().c_str());
-        const int field = std::atoi(name);
-        if (field < kFromField || field > kMessageIdField) return RRC_OK;
-        if (field == kMessageIdField) return GiveMessageId(*static_cast<char**>(pCell));
-        if (field == kAttachmentField) return GiveAttachments(*static_cast<char**>(pCell));
+        const auto field = FieldOfId<MailField>(pszFieldId);
+        if (field < MailField::kFrom || field > MailField::kMessageId) return RRC_OK;
+        if (field == MailField::kMessageId) return GiveMessageId(*static_cast<char**>(pCell));
+        if (field == MailField::kAttachment) return GiveAttachments(*static_cast<char**>(pCell));
         MapiMessage* message = nullptr;
         if (Mapi().GetCurrentMessage(message) != 1) return InvalidMessage();
         return GiveField(field, *message, pCell);
     });
 }
 
-RRETURNCODE CREudoraMail::GiveField(int field, const MapiMessage& message, void* pCell) {
+RRETURNCODE CREudoraMail::GiveField(MailField field, const MapiMessage& message, void* pCell) {
     switch (field) {
-        case kBodyField:
+        case MailField::kBody:
             return GiveBody(message, *static_cast<char**>(pCell));
-        case kDateField:
+        case MailField::kDate:
             return GiveDate(message.lpszDateReceived, *static_cast<double*>(pCell));
         // Numbers need no memory: an update whose record is queued must not fail for want of it.
-        case kSizeField:
+        case MailField::kSize:
             return GiveNumber(LengthOf(message.lpszNoteText), pCell);
-        case kStatusField:
+        case MailField::kStatus:
             return GiveNumber(StatusOfFlags(message.flFlags), pCell);
         default:
             return GiveText(RawField(Mapi(), field).Text(), *static_cast<char**>(pCell));
@@ -126,7 +127,7 @@ RRETURNCODE CREudoraMail::GiveText(const char* text, char*& cell) {
     cell = nullptr;
     if (text == nullptr || AllocVornString(cell, text) == RRC_OK) return RRC_OK;
     KV_LOG(1, "CREudoraMail::GetField : Insufficient memory\n");
-    Util().AddError(kMsgNoMemory);
+    Util().AddError(StringId::kNoMemory);
     return RRC_FAILED;
 }
 
@@ -138,7 +139,7 @@ RRETURNCODE CREudoraMail::GiveDate(const char* text, double& cell) {
         return RRC_OK;
     }
     KV_LOG(1, "Invalid Date time in CREudoraMail::GetField\n");
-    Util().AddError(kMsgInvalidDate);
+    Util().AddError(StringId::kInvalidDate);
     return RRC_FAILED;
 }
 
@@ -152,7 +153,7 @@ RRETURNCODE CREudoraMail::GiveBody(const MapiMessage& message, char*& cell) {
             mailstore::ExpandLineEnds(mailstore::StripFlowedMarks(message.lpszNoteText));
         if (body.empty()) return RRC_OK;
         if (message.nFileCount != 0) {
-            const CString marker = Util().GetString(kStrTrailerMarker);
+            const CString marker = Util().GetString(StringId::kAttachmentMark);
             body.resize(mailstore::LengthWithoutTrailers(body, message.nFileCount, marker.Str()));
         }
         return AllocVornString(cell, body.c_str()) == RRC_OK ? RRC_OK : InvalidMessage();
@@ -178,12 +179,12 @@ RRETURNCODE CREudoraMail::GiveMessageId(char*& cell) {
     }
     if (g_bEnableLog != 0) LogIds(m_mapIndexIDToMessageID);
     KV_LOG(1, "Invalid Index Id in  CREudoraMail::GetField\n");
-    Util().AddError(kMsgInvalid);
+    Util().AddError(StringId::kInvalidRecord);
     return RRC_FAILED;
 }
 
 RRETURNCODE CREudoraMail::InvalidMessage() {
     KV_LOG(1, "Invalid Message Pointer in CREudoraMail::GetField\n");
-    Util().AddError(kMsgInvalid);
+    Util().AddError(StringId::kInvalidRecord);
     return RRC_FAILED;
 }

@@ -10,6 +10,7 @@
 #include "mailstore/eudora_mail.h"
 
 using frame::Guarded;
+using frame::StringId;
 using platform::File;
 using platform::OpenMode;
 using platform::Share;
@@ -17,8 +18,6 @@ using platform::Share;
 namespace {
 
 constexpr int kModeAfterEmpty = 3;  // of Open, after an empty mailbox
-constexpr long kStrMailboxName = 79;
-constexpr unsigned kMsgCannotOpen = 1, kMsgNoMemory = 20;
 
 }  // namespace
 
@@ -49,7 +48,7 @@ CString CREudoraMail::MailboxPath(const char* extension) {
 
 RRETURNCODE CREudoraMail::IndexMailbox() {
     m_isIndexed = false;
-    m_csMailboxName = Util().GetString(kStrMailboxName);
+    m_csMailboxName = Util().GetString(StringId::kInBox);
     const CString mbxPath = MailboxPath(".mbx"), tocPath = MailboxPath(".toc");
     // What it cannot make does not open either.
     (void)CreateMailboxFiles(mbxPath, tocPath);
@@ -61,7 +60,7 @@ RRETURNCODE CREudoraMail::IndexMailbox() {
         return FillMaps(*mbx, *toc);
     } catch (const std::bad_alloc&) {
         KV_LOG(1, "Memory Allcation failed in CREudoraMail::Open\n");
-        Util().AddError(kMsgNoMemory);
+        Util().AddError(StringId::kNoMemory);
         return RRC_FAILED;
     }
 }
@@ -73,7 +72,7 @@ std::unique_ptr<File> CREudoraMail::OpenMailboxFile(const CString& path, OpenMod
     KV_LOG(1, "Unable to Open a file [%s] in CREudoraMail::%s()\n", path.Str().c_str(), operation);
     KV_LOG(1, "File Open Error Cause = %d in CREudoraMail::%s()\n", file.Error().systemError,
            operation);
-    Util().AddErrorText(Util().FormatString(kMsgCannotOpen, path));
+    Util().AddErrorText(Util().FormatString(StringId::kCannotOpenFile, path));
     return nullptr;
 }
 

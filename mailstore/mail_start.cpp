@@ -5,12 +5,11 @@
 #include "text/path.h"
 
 using frame::Guarded;
+using frame::StringId;
 
 namespace {
 
 constexpr int kNotInstalled = 1, kOtherClient = 2;  // answers of CheckDefaultClient
-constexpr unsigned kMsgNotInstalled = 71, kMsgOtherClient = 72, kMsgNoLibrary = 73,
-                   kMsgNoLogon = 74;
 
 }  // namespace
 
@@ -26,23 +25,23 @@ bool CREudoraMail::BringUp(CEudoraTransUtil& util) {
     const int client = util.CheckDefaultClient();
     if (client == kNotInstalled) {
         KV_LOG(1, "Eudora Pro doesn't exist in your machine\n");
-        util.AddError(kMsgNotInstalled);
+        util.AddError(StringId::kEudoraMissing);
         return false;
     }
     if (client == kOtherClient) {
         KV_LOG(1, "Eudora Pro is not your default email client\n");
-        util.AddError(kMsgOtherClient);
+        util.AddError(StringId::kOtherMailProgram);
     }
     KV_LOG(5, "EUDORA_SUCCESS");
     (void)RunEudoraPro();
     if (util.mapi.LoadMapiLibrary(util.csEudoraDir) == 0) {
         KV_LOG(1, "Fail to load MAPI libaray CREudoraMail::GetAppInfo\n");
-        util.AddError(kMsgNoLibrary);
+        util.AddError(StringId::kNoMapiLibrary);
         return false;
     }
     if (util.mapi.MapiLogon() == 0) {
         KV_LOG(1, "MAPI logon Process failed CREudoraMail::GetAppInfo\n");
-        util.AddError(kMsgNoLogon);
+        util.AddError(StringId::kNoLogon);
         return false;
     }
     MakeAttachFolder(util);

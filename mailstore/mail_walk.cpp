@@ -3,17 +3,12 @@
 #include <cstdlib>
 
 #include "frame/guard.h"
+#include "frame/interface/field_ids.h"
 #include "mailstore/eudora_mail.h"
 #include "mailstore/mail_fields_date.h"
 
 using frame::Guarded;
-
-namespace {
-
-constexpr const char *kDate = "6", *kSize = "9", *kMailStatus = "10";  // field ids
-constexpr unsigned kMsgInvalid = 58, kMsgNoStatus = 65;
-
-}  // namespace
+using frame::StringId;
 
 RRETURNCODE CREudoraMail::CheckMove(int result) {
     if (result == 0) return RRC_EOF;
@@ -52,7 +47,7 @@ RRETURNCODE CREudoraMail::GoToRecord(LPCTSTR pszRecId) {
         const CString id(pszRecId);
         KV_LOG(1, "- Enter - CREudoraMail::GoToRecord(%s)\n", id.Str().c_str());
         if (pszRecId == nullptr) {
-            Util().AddError(kMsgInvalid);
+            Util().AddError(StringId::kInvalidRecord);
             return RRC_FAILED;
         }
         m_bOutBoxRecord = id.IsEmpty();
@@ -88,9 +83,10 @@ RRETURNCODE CREudoraMail::GetModifiedInfo(CString& csModifiedInfo) {
         if (m_bOutBox || m_bOutBoxRecord) return RRC_OK;
         std::int32_t status = 0;
         unsigned long type = kFieldInteger;
-        if (const auto code = GetField(kMailStatus, &type, &status); code != RRC_OK) {
-            KV_LOG(1, "Error while reading the field [%d]\n", std::atoi(kMailStatus));
-            Util().AddError(kMsgNoStatus);
+        if (const auto code = GetField(FieldId(MailField::kStatus).c_str(), &type, &status);
+            code != RRC_OK) {
+            KV_LOG(1, "Error while reading the field [%d]\n", static_cast<int>(MailField::kStatus));
+            Util().AddError(StringId::kNoStatus);
             return code;
         }
         csModifiedInfo = std::to_string(status);
@@ -108,7 +104,7 @@ bool CREudoraMail::IsTooLarge() {
     if (m_appInfo.m_bLimitMailSize == 0) return false;
     std::int32_t size = 0;
     unsigned long type = kFieldInteger;
-    if (GetField(kSize, &type, &size) != RRC_OK) return false;
+    if (GetField(FieldId(MailField::kSize).c_str(), &type, &size) != RRC_OK) return false;
     return size > std::int64_t{m_appInfo.m_nMailLimitKB} * 1024;
 }
 
@@ -116,6 +112,7 @@ bool CREudoraMail::IsTooOld() {
     if (m_appInfo.m_bLimitMailAge == 0) return false;
     double date = kNoDate;
     unsigned long type = kFieldDateLast;
-    if (GetField(kDate, &type, &date) != RRC_OK || date == kNoDate) return false;
+    if (GetField(FieldId(MailField::kDate).c_str(), &type, &date) != RRC_OK || date == kNoDate)
+        return false;
     return std::trunc(date) < mailstore::LocalNow(Util().system.clock) - m_appInfo.m_nMailAgeDays;
 }

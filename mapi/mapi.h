@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "frame/interface/field_ids.h"
 #include "mapi/entry_points.h"
 #include "mapi/message_id.h"
 #include "mapi/message_slot.h"
@@ -70,15 +71,14 @@ class CMapi {
     void NoteSeek();
     void ConfirmSeek() { m_bSeekValid = 1; }
 
-    // Raw field access to the current message, by field id 1 to 11; null for every other id. The
-    // result is always 1. Ids 2, 3, 4, 9 and 10 hand out a block that the caller deletes with
-    // `delete[]`, id 1 a text that is valid until id 1 is asked for again, the others something of
+    // Raw field access to the current message, null for what is no field. The result is always
+    // 1. kTo, kCc, kBcc, kSize and kStatus hand out a block that the caller deletes with
+    // `delete[]`, kFrom a text that is valid until it is asked for again, the others something of
     // the message's own.
-    int GetMailFieldByName(const char* field, void*& data);
-    int GetMailField(int field, void*& data);
-    // The recipients of the class of field 2, 3 or 4, joined by "; "; null if there are none. The
+    int GetMailField(MailField field, void*& data);
+    // The recipients of the class kTo, kCc or kBcc, joined by "; "; null if there are none. The
     // caller deletes the text with `delete[]`.
-    void GetRecipientList(int field, char*& text);
+    void GetRecipientList(MailField field, char*& text);
 
     // The flags of the current message, as they stand: 1 and set, or 0 if no message is current;
     // -1 if no message is current.

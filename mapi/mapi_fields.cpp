@@ -1,27 +1,13 @@
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <span>
 #include <string>
 
+#include "frame/interface/field_ids.h"
 #include "mapi/address_text.h"
 #include "mapi/mapi.h"
 
 namespace {
-
-enum Field : int {
-    kFrom = 1,
-    kTo = 2,
-    kCc = 3,
-    kBcc = 4,
-    kSubject = 5,
-    kDate = 6,
-    kBody = 7,
-    kAttachment = 8,
-    kSize = 9,
-    kStatus = 10,
-    kMessageId = 11
-};
 
 constexpr const char* kSeparator = "; ";
 constexpr std::size_t kNumberRoom = 20;
@@ -47,48 +33,44 @@ std::span<const MapiRecipDesc> Recipients(const MapiMessage& message) {
     return {message.lpRecips, message.nRecipCount};
 }
 
-std::uint32_t ClassOf(int field) {
-    return field == kTo ? mapi::kTo : field == kCc ? mapi::kCc : mapi::kBcc;
+std::uint32_t ClassOf(MailField field) {
+    return field == MailField::kTo ? mapi::kTo : field == MailField::kCc ? mapi::kCc : mapi::kBcc;
 }
 
 }  // namespace
 
-int CMapi::GetMailFieldByName(const char* field, void*& data) {
-    return GetMailField(field != nullptr ? std::atoi(field) : 0, data);
-}
-
-int CMapi::GetMailField(int field, void*& data) {
+int CMapi::GetMailField(MailField field, void*& data) {
     data = nullptr;
-    if (field == kMessageId) data = m_szMsgID;
+    if (field == MailField::kMessageId) data = m_szMsgID;
     MapiMessage* const message = m_lpMessage.Get();
     if (message == nullptr) return 1;
     char* recipients = nullptr;
     switch (field) {
-        case kFrom:
+        case MailField::kFrom:
             data = Originator(*message);
             break;
-        case kTo:
-        case kCc:
-        case kBcc:
+        case MailField::kTo:
+        case MailField::kCc:
+        case MailField::kBcc:
             GetRecipientList(field, recipients);
             data = recipients;
             break;
-        case kSubject:
+        case MailField::kSubject:
             data = message->lpszSubject;
             break;
-        case kDate:
+        case MailField::kDate:
             data = message->lpszDateReceived;
             break;
-        case kBody:
+        case MailField::kBody:
             data = message->lpszNoteText;
             break;
-        case kAttachment:
+        case MailField::kAttachment:
             data = message;
             break;
-        case kSize:
+        case MailField::kSize:
             data = NewNumber(LengthOf(message->lpszNoteText));
             break;
-        case kStatus:
+        case MailField::kStatus:
             data = NewNumber(static_cast<std::int32_t>(message->flFlags));
             break;
         default:
@@ -106,7 +88,7 @@ char* CMapi::Originator(const MapiMessage& message) {
     return m_address.data();
 }
 
-void CMapi::GetRecipientList(int field, char*& text) {
+void CMapi::GetRecipientList(MailField field, char*& text) {
     text = nullptr;
     if (m_lpMessage.Get() == nullptr) return;
     std::string list;

@@ -19,7 +19,7 @@ platform/prefix      platform/os platform/posix text
 platform/windows     platform/os text
 platform/testing     platform/os text
 mailbox              platform/os
-mapi                 platform/os platform/kvutil
+mapi                 platform/os platform/kvutil frame/interface/field_ids.h
 integration/locate   platform/os platform/mfc platform/kvutil text
 frame/interface      platform/mfc
 frame                platform/os platform/mfc platform/kvutil integration/locate mapi text
@@ -35,8 +35,8 @@ host/vcard           platform/os host/base
 host/maildir         platform/os
 host/state           platform/os host/base
 host/backup          platform/os host/base
-host/mail            platform/os platform/kvutil host/base host/eudora host/translator host/maildir text
-host/contacts        platform/os host/base host/translator host/vcard text
+host/mail            platform/os platform/kvutil frame/interface host/base host/eudora host/translator host/maildir text
+host/contacts        platform/os frame/interface host/base host/translator host/vcard text
 host/sync            platform/os host/base host/state host/backup
 host/contactsync     host/base host/translator host/state host/backup host/contacts host/sync
 host/mailsync        platform/os host/base host/translator host/maildir host/state host/backup host/mail host/sync

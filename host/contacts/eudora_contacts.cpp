@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "frame/interface/field_ids.h"
 #include "host/base/exit_code.h"
 #include "host/contacts/eudora_limits.h"
 #include "platform/os/code_page.h"
@@ -15,7 +16,8 @@ constexpr char kLineBreak = '\x03';
 constexpr std::string_view kRawId = "bytes:";
 
 std::string FieldId(base::Field field) {
-    return std::to_string(static_cast<int>(field) + 1);
+    static_assert(static_cast<int>(ContactField::kNote) == base::kFieldCount);
+    return ::FieldId(static_cast<ContactField>(static_cast<int>(field) + 1));
 }
 
 std::string ToHex(std::string_view bytes) {

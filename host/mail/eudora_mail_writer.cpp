@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <utility>
 
+#include "frame/interface/field_ids.h"
 #include "host/base/exit_code.h"
 #include "host/base/native_path.h"
 #include "host/eudora/windows_path.h"
-#include "host/mail/mail_fields.h"
 #include "platform/kvutil/kvutil.h"
 #include "platform/os/system.h"
 

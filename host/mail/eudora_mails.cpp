@@ -4,7 +4,6 @@
 #include "host/base/out_of_memory.h"
 #include "host/eudora/windows_path.h"
 #include "host/mail/mail_date.h"
-#include "host/mail/mail_fields.h"
 #include "platform/kvutil/kvutil.h"
 #include "platform/os/code_page.h"
 

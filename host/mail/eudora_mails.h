@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "frame/interface/field_ids.h"
 #include "host/mail/mail.h"
-#include "host/mail/mail_fields.h"
 #include "host/translator/translator_session.h"
 #include "platform/os/result.h"
 

@@ -5,14 +5,6 @@
 
 namespace host::mailsync {
 
-namespace {
-
-constexpr const char* kFrom = "1";
-constexpr const char* kSubject = "5";
-constexpr const char* kMessageId = "11";
-
-}  // namespace
-
 std::string DescribeLeftOut(const translator::MailLimits& limits) {
     std::string out, how;
     const auto add = [](std::string& text, const char* between, const std::string& part) {
@@ -91,7 +83,7 @@ platform::Result<std::optional<mail::MailHead>> EudoraMailSource::Find(const std
 
 // A mail without one has its record id in its place.
 std::optional<std::string> EudoraMailSource::MessageId() {
-    auto text = m_session.Text(kMessageId);
+    auto text = m_session.Text(FieldId(MailField::kMessageId));
     if (!text) return std::nullopt;
     auto id = m_session.RecordId();
     if (!*text || (id && **text == *id)) return std::string();
@@ -99,11 +91,11 @@ std::optional<std::string> EudoraMailSource::MessageId() {
 }
 
 std::string EudoraMailSource::Name() {
-    const auto textOf = [&](const char* field) {
-        auto text = m_session.Text(field);
+    const auto textOf = [&](MailField field) {
+        auto text = m_session.Text(FieldId(field));
         return text && *text ? base::ToUtf8(**text) : std::string();
     };
-    return MailName(textOf(kSubject), textOf(kFrom));
+    return MailName(textOf(MailField::kSubject), textOf(MailField::kFrom));
 }
 
 platform::Status EudoraMailSource::Finish() {

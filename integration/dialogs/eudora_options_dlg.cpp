@@ -2,6 +2,7 @@
 
 #include "frame/trans_util.h"
 
+using frame::StringId;
 using platform::ControlKind;
 
 namespace {
@@ -43,25 +44,23 @@ constexpr platform::DialogControl kControls[] = {
 };
 constexpr platform::DialogTemplate kTemplate{129, 252, 115, kControls};
 
-constexpr long kTitleText = 57;
-
 // The string of the bundle that a control shows.
 struct ControlText {
     int control;
-    long id;
+    StringId id;
 };
 
 constexpr ControlText kTexts[] = {
-    {kFrame, 48},
-    {kDaysLimit, 49},
-    {kSizeLimit, 50},
-    {kDaysUnit, 51},
-    {kSizeUnit, 52},
-    {kAttachUnit, 52},
-    {kAttachments, 53},
-    {kAttachLimit, 54},
-    {CEudoraOptionsDlg::kOk, 55},
-    {CEudoraOptionsDlg::kCancel, 56},
+    {kFrame, StringId::kOptionsFrame},
+    {kDaysLimit, StringId::kOptionsAge},
+    {kSizeLimit, StringId::kOptionsSize},
+    {kDaysUnit, StringId::kOptionsDays},
+    {kSizeUnit, StringId::kOptionsKB},
+    {kAttachUnit, StringId::kOptionsKB},
+    {kAttachments, StringId::kOptionsAttachments},
+    {kAttachLimit, StringId::kOptionsAttachmentSize},
+    {CEudoraOptionsDlg::kOk, StringId::kOk},
+    {CEudoraOptionsDlg::kCancel, StringId::kCancel},
 };
 
 constexpr int kDaysPart[] = {kDays, kDaysSpin, kDaysUnit};
@@ -118,7 +117,7 @@ void CEudoraOptionsDlg::DoDataExchange(CDataExchange& exchange) {
 int CEudoraOptionsDlg::OnInitDialog() {
     constexpr int kFocusIsOpen = 1;
     UpdateData(false);  // ties the spins to their controls
-    m_view->SetTitle(m_pUtil->GetString(kTitleText).Str());
+    m_view->SetTitle(m_pUtil->GetString(StringId::kOptionsTitle).Str());
     for (const auto& text : kTexts) {
         m_view->SetText(text.control, m_pUtil->GetString(text.id).Str());
     }

@@ -56,7 +56,7 @@ class BookTest : public FrameTest {
     }
 };
 
-inline void Edit(CEudoraAB& book, const char* id, const char* field, const char* value) {
+inline void Edit(CEudoraAB& book, const char* id, ContactField field, const char* value) {
     ASSERT_EQ(book.FindRecord(id), RRC_OK) << id;
     book.BeginEdit();
     book.SetRecordField(field, value);
@@ -65,13 +65,13 @@ inline void Edit(CEudoraAB& book, const char* id, const char* field, const char*
 
 inline void Add(CEudoraAB& book, const char* nickname, const char* address) {
     ASSERT_EQ(book.NewRecord(), RRC_OK);
-    book.SetRecordField("1", nickname);
-    book.SetRecordField("6", address);
+    book.SetRecordField(ContactField::kNickname, nickname);
+    book.SetRecordField(ContactField::kEmail, address);
     EXPECT_EQ(book.StoreRecord(), RRC_OK);
 }
 
 inline std::string Field(CEudoraAB& book, int number) {
     CString text;
-    EXPECT_EQ(book.GetRecordField(number, text), RRC_OK);
+    EXPECT_EQ(book.GetRecordField(static_cast<ContactField>(number), text), RRC_OK);
     return text.Str();
 }

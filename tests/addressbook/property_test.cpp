@@ -141,17 +141,17 @@ class PropertyTest : public BookTest {
         const auto value = generator.Token();
         const int field = generator.Below(6);
         if (field == 0) {
-            book.SetRecordField("2", value);
+            book.SetRecordField(ContactField::kName, value);
             record.name = value;
         } else if (field == 1) {
-            book.SetRecordField("3", value + "\r\n" + value);
+            book.SetRecordField(ContactField::kAddress, value + "\r\n" + value);
             record.address = value + "\x03" + value;
         } else if (field == 2) {
-            book.SetRecordField("6", value);
+            book.SetRecordField(ContactField::kEmail, value);
             record.mails.resize(std::max<std::size_t>(record.mails.size(), 1));
             record.mails[0] = value;
         } else if (field == 3) {
-            book.SetRecordField("7", "<" + value);
+            book.SetRecordField(ContactField::kNote, "<" + value);
             record.note = " " + value;
         } else {
             Rename(generator, book, at);
@@ -170,7 +170,7 @@ class PropertyTest : public BookTest {
                 std::map<string, reference::Record>::iterator at) {
         const auto name = generator.Chance(30) ? generator.Nickname(false).substr(0, 27)
                                                : generator.Token() + generator.Pick(kTails);
-        book.SetRecordField("1", name);
+        book.SetRecordField(ContactField::kNickname, name);
         // One that another record has leaves everything under the old key.
         if (m_model.records.count(name) != 0) return;
         for (auto& piece : m_model.pieces) {
@@ -185,8 +185,8 @@ class PropertyTest : public BookTest {
         const auto name = generator.Token() + generator.Pick(kTails);
         const auto mail = generator.Token();
         ASSERT_EQ(book.NewRecord(), RRC_OK);
-        book.SetRecordField("1", name);
-        book.SetRecordField("6", mail);
+        book.SetRecordField(ContactField::kNickname, name);
+        book.SetRecordField(ContactField::kEmail, mail);
         ASSERT_EQ(book.StoreRecord(), RRC_OK);
         m_model.records[name].mails = {mail};
     }

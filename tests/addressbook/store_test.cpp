@@ -57,7 +57,7 @@ TEST_F(StoreTest, WithoutAFreeNumberTheRecordIsDropped) {
     Add(book, "s", "last");
     EXPECT_EQ(book.CurrentKey(), "s998");
     book.NewRecord();
-    book.SetRecordField("1", "s");
+    book.SetRecordField(ContactField::kNickname, "s");
     EXPECT_EQ(book.StoreRecord(), RRC_FAILED);
     Add(book, "t", "goes on");
     EXPECT_EQ(Keys(book).size(), 1000U);
@@ -70,14 +70,14 @@ TEST_F(StoreTest, NicknameComesFromTheName) {
          {std::pair{std::string(50, 'n'), std::string(38, 'n') + "1"},
           {" Smith, John,", "Smith  John"}}) {
         book.NewRecord();
-        book.SetRecordField("2", name);
+        book.SetRecordField(ContactField::kName, name);
         EXPECT_EQ(book.StoreRecord(), RRC_OK);
         EXPECT_EQ(book.CurrentKey().Str(), nickname);
     }
     EXPECT_EQ(book.FindRecord("Smith  John"), RRC_OK);
     book.BeginEdit();
-    book.SetRecordField("2", "Jo");
-    book.SetRecordField("1", "");
+    book.SetRecordField(ContactField::kName, "Jo");
+    book.SetRecordField(ContactField::kNickname, "");
     EXPECT_EQ(book.StoreRecord(), RRC_OK);
     EXPECT_EQ(Keys(book).front(), "Jo");
 }
@@ -85,13 +85,13 @@ TEST_F(StoreTest, NicknameComesFromTheName) {
 TEST_F(StoreTest, EditsStayKeyedByTheNickname) {
     CEudoraAB book;
     Load(book, "alias a 1\nalias b 2\nalias c 3\n");
-    Edit(book, "a", "2", "Ann");
+    Edit(book, "a", ContactField::kName, "Ann");
     EXPECT_TRUE(!book.IsAtEnd());
-    Edit(book, "a", "1", "z");
+    Edit(book, "a", ContactField::kNickname, "z");
     EXPECT_TRUE(book.IsAtEnd());
     EXPECT_EQ(Keys(book), (Texts{"b", "c", "z"}));
     // A nickname that another record has: both stay, under their keys.
-    Edit(book, "b", "1", "c");
+    Edit(book, "b", ContactField::kNickname, "c");
     EXPECT_EQ(book.CurrentKey(), "c");
     EXPECT_EQ(Keys(book), (Texts{"b", "c", "z"}));
     EXPECT_EQ(book.FindRecord("b"), RRC_OK);
@@ -104,7 +104,7 @@ TEST_F(StoreTest, EditsStayKeyedByTheNickname) {
 TEST_F(StoreTest, RemovingMovesToTheEntryBehind) {
     CEudoraAB book;
     Load(book, "alias a 1\nalias b 2\nalias c 3\nalias d 4\n");
-    Edit(book, "b", "2", "changed");
+    Edit(book, "b", ContactField::kName, "changed");
     EXPECT_EQ(book.RemoveRecord("a"), RRC_OK);
     EXPECT_EQ(book.CurrentKey(), "a");
     EXPECT_EQ(book.RemoveRecord(), RRC_OK);
@@ -126,8 +126,8 @@ TEST_F(StoreTest, EmptyValuesActByField) {
     CEudoraAB book;
     Load(book, "alias a 1,2\nnote a <fax:f><address:d><phone:p><name:n>o\n");
     ASSERT_EQ(book.FindRecord("a"), RRC_OK);
-    for (const char* id : {"2", "3", "4", "5", "6", "7", "0", "8", "x"}) {
-        EXPECT_EQ(book.SetRecordField(id, ""), RRC_OK);
+    for (const int field : {2, 3, 4, 5, 6, 7, 0, 8}) {
+        EXPECT_EQ(book.SetRecordField(static_cast<ContactField>(field), ""), RRC_OK);
     }
     std::string fields;
     for (int i = 1; i <= 7; ++i) fields += Field(book, i) + "|";

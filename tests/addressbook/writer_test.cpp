@@ -83,10 +83,12 @@ TEST_F(WriterTest, WhatBelongsToARecordGoesWithIt) {
     const std::string content =
         "alias bob a\nnote bob x<fax:1>\nalias bob later\nnote bob <title:t>\n"
         "alias \"group x\" bob\n";
-    EXPECT_EQ(SavedAfter(content, [](CEudoraAB& book) { Edit(book, "bob", "1", "Bob Lee"); }),
-              "alias \"Bob Lee\" a\r\nnote \"Bob Lee\" <fax:1>\r\n"
-              "alias \"Bob Lee\" \r\nnote \"Bob Lee\" <x>\r\n"
-              "alias \"Bob Lee\" later\r\nnote \"Bob Lee\" <title:t>\r\nalias \"group x\" bob");
+    EXPECT_EQ(
+        SavedAfter(content,
+                   [](CEudoraAB& book) { Edit(book, "bob", ContactField::kNickname, "Bob Lee"); }),
+        "alias \"Bob Lee\" a\r\nnote \"Bob Lee\" <fax:1>\r\n"
+        "alias \"Bob Lee\" \r\nnote \"Bob Lee\" <x>\r\n"
+        "alias \"Bob Lee\" later\r\nnote \"Bob Lee\" <title:t>\r\nalias \"group x\" bob");
     EXPECT_EQ(SavedAfter(content, [](CEudoraAB& book) { book.RemoveRecord("bob"); }),
               "alias \"group x\" bob");
     EXPECT_EQ(SavedAfter(content,
@@ -99,10 +101,12 @@ TEST_F(WriterTest, WhatBelongsToARecordGoesWithIt) {
               "alias \"group x\" bob");
     // A stray note keeps its first word where the new nickname lets it be read.
     const std::string stray = "alias a 1\nnote a 2\nnote a stray\n";
-    EXPECT_EQ(SavedAfter(stray, [](CEudoraAB& book) { Edit(book, "a", "1", "b"); }),
-              "alias b 1\r\nnote b 2\r\nnote b stray");
-    EXPECT_EQ(SavedAfter(stray, [](CEudoraAB& book) { Edit(book, "a", "1", "b c"); }),
-              "alias \"b c\" 1\r\nnote \"b c\" 2\r\nalias \"b c\" stray");
+    EXPECT_EQ(
+        SavedAfter(stray, [](CEudoraAB& book) { Edit(book, "a", ContactField::kNickname, "b"); }),
+        "alias b 1\r\nnote b 2\r\nnote b stray");
+    EXPECT_EQ(
+        SavedAfter(stray, [](CEudoraAB& book) { Edit(book, "a", ContactField::kNickname, "b c"); }),
+        "alias \"b c\" 1\r\nnote \"b c\" 2\r\nalias \"b c\" stray");
 }
 
 TEST_F(WriterTest, DeletesTheTableOfContentsOfTheFile) {
@@ -117,7 +121,7 @@ TEST_F(WriterTest, NeedsAFileThatCanBeWrittenOrNone) {
     CEudoraAB book;
     Load(book, "alias a 1\n");
     machine.files.SetReadOnly(kBookPath);
-    Edit(book, "a", "6", "2");
+    Edit(book, "a", ContactField::kEmail, "2");
     EXPECT_EQ(book.SaveRecords(), RRC_FAILED);
     EXPECT_EQ(DrainErrors(), Texts{"cannot open C:\\Eudora\\nndbase.txt"});
     EXPECT_EQ(Saved(), "alias a 1\n");
@@ -139,7 +143,7 @@ TEST_F(WriterTest, AnyFailureLeavesTheOldFileOrTheNewOne) {
             CEudoraAB book;
             Load(book, oldText);
             machine.files.Put(kToc, "t");
-            Edit(book, "a", "6", "2");
+            Edit(book, "a", ContactField::kEmail, "2");
             machine.faults.Arm(fault, n, platform::ErrorCode::kNoSpace);
             const bool isSaved = book.SaveRecords() == RRC_OK;
             fired = machine.faults.Fired();
@@ -231,7 +235,7 @@ TEST_F(WriterTest, ALinkInTheSideFilesPlaceLeadsNowhere) {
     CEudoraAB book;
     book.UseUtil(&native);
     ASSERT_EQ(book.Open(path.c_str()), RRC_OK);
-    Edit(book, "a", "6", "2");
+    Edit(book, "a", ContactField::kEmail, "2");
     EXPECT_EQ(book.SaveRecords(), RRC_OK);
     EXPECT_EQ(test::ReadDisk(outside), "private");
     EXPECT_EQ(test::ReadDisk(path), "alias a 2");

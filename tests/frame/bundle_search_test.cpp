@@ -53,9 +53,9 @@ TEST_F(BundleTest, ANewSearchFreesTheOldBundle) {
 TEST_F(BundleTest, LongAndMissingStrings) {
     LoadStrings({{1, std::string(1500, 'x')}, {2, ""}});
     LogCapture log;
-    EXPECT_EQ(util.GetString(1).GetLength(), 1023);
-    util.AddError(2);
-    util.AddError(3);
+    EXPECT_EQ(util.GetString(frame::StringId::kCannotOpenFile).GetLength(), 1023);
+    util.AddError(static_cast<frame::StringId>(2));
+    util.AddError(static_cast<frame::StringId>(3));
     EXPECT_EQ(DrainErrors(), (std::vector<std::string>{"", ""})) << "a missing text is queued too";
     EXPECT_EQ(LogCapture::Lines().size(), 2U);
 }

@@ -12,7 +12,7 @@ class MapiFieldsTest : public MapiFixture {
     // The raw text of a field, "(null)" if there is none; what the caller owns is deleted.
     std::string Text(int field) {
         void* data = this;
-        EXPECT_EQ(mapi.GetMailField(field, data), 1);
+        EXPECT_EQ(mapi.GetMailField(static_cast<MailField>(field), data), 1);
         char* const text = static_cast<char*>(data);
         const std::string copy = text != nullptr ? text : "(null)";
         if ((field >= 2 && field <= 4) || field == 9 || field == 10) delete[] text;
@@ -83,7 +83,7 @@ TEST_F(MapiFieldsTest, HandsOutTheMessagesOwnTexts) {
     ASSERT_EQ(mapi.GetCurrentMessage(message), 1);
     void* data = nullptr;
     const auto is = [&](const char* field, const void* expected) {
-        EXPECT_EQ(mapi.GetMailFieldByName(field, data), 1);
+        EXPECT_EQ(mapi.GetMailField(FieldOfId<MailField>(field), data), 1);
         EXPECT_EQ(data, expected) << field;
     };
     is("5", message->lpszSubject);
