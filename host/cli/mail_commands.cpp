@@ -21,15 +21,16 @@ std::string WithoutBrackets(const std::string& id) {
 // Eudora.
 platform::Result<bool> FindMessage(mail::EudoraMails& mails, const std::string& messageId) {
     bool isFound = false;
-    auto walked = mails.Walk([&](const mail::MailHead&) -> platform::Result<bool> {
-        const auto mail = mails.Current(mail::MailParts::kHeader);
-        if (!mail) {
-            (void)Fail(mail.Error());
-            return true;
-        }
-        isFound = mail->messageId == messageId || mail::MessageIdOf(*mail) == messageId;
-        return !isFound;
-    });
+    auto walked = mails.Walk(
+        mail::Reach::kWithinLimits, [&](const mail::MailHead&) -> platform::Result<bool> {
+            const auto mail = mails.Read(mail::MailParts::kHeader);
+            if (!mail) {
+                (void)Fail(mail.Error());
+                return true;
+            }
+            isFound = mail->messageId == messageId || mail::MessageIdOf(*mail) == messageId;
+            return !isFound;
+        });
     if (!walked) return walked.Error();
     return isFound;
 }
@@ -60,14 +61,15 @@ base::ExitCode ListMail(const Options& options) {
     const mail::MailParts parts =
         options.json ? mail::MailParts::kWithoutBody : mail::MailParts::kHeader;
     base::ExitCode code = base::ExitCode::kNothingToDo;
-    const auto walked = mails.Walk([&](const mail::MailHead&) -> platform::Result<bool> {
-        const auto mail = mails.Current(parts);
-        if (!mail) {
-            code = Fail(mail.Error());
-            return true;
-        }
-        return base::PrintLine(options.json ? MailJson(*mail, false) : MailLine(*mail));
-    });
+    const auto walked = mails.Walk(
+        mail::Reach::kWithinLimits, [&](const mail::MailHead&) -> platform::Result<bool> {
+            const auto mail = mails.Read(parts);
+            if (!mail) {
+                code = Fail(mail.Error());
+                return true;
+            }
+            return base::PrintLine(options.json ? MailJson(*mail, false) : MailLine(*mail));
+        });
     return walked ? code : Fail(walked.Error());
 }
 
@@ -80,7 +82,7 @@ base::ExitCode ShowMail(const Options& options, const std::string& id) {
     const auto found = Find(mails, id);
     if (!found) return Fail(found.Error());
     if (!*found) return Fail(NoSuchMail(id));
-    const auto mail = mails.Current(mail::MailParts::kAll);
+    const auto mail = mails.Read(mail::MailParts::kAll);
     if (!mail) return Fail(mail.Error());
     if (options.json) {
         base::PrintLine(MailJson(*mail, true));

@@ -7,7 +7,6 @@
 #include "host/mail/compose_into.h"
 #include "host/mail/eudora_mails.h"
 #include "host/maildir/maildir.h"
-#include "host/mailsync/mail_content.h"
 #include "platform/os/system.h"
 
 namespace host::cli {
@@ -36,13 +35,13 @@ class MailExport {
     }
 
     platform::Result<bool> Add(mail::EudoraMails& mails) {
-        const auto mail = mails.Current(mail::MailParts::kAll);
+        const auto mail = mails.Read(mail::MailParts::kAll);
         if (!mail) return LeaveOut(mail.Error().Message());
         const char* const flags = mail->status == mail::kStatusUnread ? "" : "S";
         const std::string unique = m_maildir.NewName();
         bool isMailAtFault = false;
-        const auto size = mail::ComposeInto(m_maildir, unique, m_files, *mail,
-                                            mailsync::OffsetAt(m_clock, *mail), isMailAtFault);
+        const auto size =
+            mail::ComposeInto(m_maildir, unique, m_files, m_clock, *mail, isMailAtFault);
         if (!size && !isMailAtFault) return size.Error();
         if (!size) return LeaveOut(NameOf(*mail) + size.Error().Message());
         if (auto delivered = m_maildir.Deliver(unique, flags); !delivered) return delivered.Error();
@@ -88,7 +87,8 @@ platform::Status Export(Workplace& place, MailExport& target, const std::string&
     if (!session) return session.Error();
     if (auto begun = target.Begin(folder); !begun) return begun;
     mail::EudoraMails mails(*session, platform::NativeSystem().processes.CodePage());
-    auto walked = mails.Walk([&](const mail::MailHead&) { return target.Add(mails); });
+    auto walked = mails.Walk(mail::Reach::kWithinLimits,
+                             [&](const mail::MailHead&) { return target.Add(mails); });
     auto settled = target.Settle();
     return walked ? settled : walked;
 }

@@ -2,9 +2,9 @@
 #include "host/cli/sync_output.h"
 #include "host/cli/sync_reports.h"
 #include "host/eudora/windows_path.h"
+#include "host/mail/eudora_mails.h"
 #include "host/mail/incoming_folder.h"
 #include "host/mail/parse.h"
-#include "host/mailsync/eudora_mail_source.h"
 #include "host/mailsync/mail_sync.h"
 #include "host/translator/in_box.h"
 #include "platform/os/system.h"
@@ -13,13 +13,13 @@ namespace host::cli {
 
 namespace {
 
-platform::Result<std::unique_ptr<mailsync::MailSource>> OpenSource(Workplace& place) {
+platform::Result<std::unique_ptr<mail::MailSource>> OpenSource(Workplace& place) {
     std::string selection;
     auto session = place.SelectInBox(selection);
     if (!session) return session.Error();
     if (auto pair = translator::CheckInBoxPair(place.Place()); !pair) return pair.Error();
-    return mailsync::EudoraMailSource::Open(*std::move(session), selection,
-                                            platform::NativeSystem().processes.CodePage());
+    return mail::EudoraMails::Open(*std::move(session), selection,
+                                   platform::NativeSystem().processes.CodePage());
 }
 
 // Reads files of the Maildir for Eudora; the folder for their attachments is made with the first.

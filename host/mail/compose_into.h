@@ -1,11 +1,11 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <string>
 
 #include "host/mail/mail.h"
 #include "host/maildir/maildir.h"
+#include "platform/os/clock.h"
 #include "platform/os/files.h"
 
 namespace host::mail {
@@ -14,7 +14,7 @@ namespace host::mail {
 // size. After a failure nothing is there; `isMailAtFault` tells one of the mail from one of the
 // Maildir, which other mails would meet, too.
 platform::Result<std::uint64_t> ComposeInto(maildir::Maildir& maildir, const std::string& unique,
-                                            platform::Files& files, const Mail& mail,
-                                            std::chrono::seconds offset, bool& isMailAtFault);
+                                            platform::Files& files, platform::Clock& clock,
+                                            const Mail& mail, bool& isMailAtFault);
 
 }  // namespace host::mail

@@ -1,11 +1,16 @@
 #include "host/mail/eudora_mails.h"
 
+#include <algorithm>
+#include <utility>
+
+#include "host/base/exit_code.h"
 #include "host/base/native_path.h"
 #include "host/base/out_of_memory.h"
 #include "host/eudora/windows_path.h"
 #include "host/mail/mail_date.h"
 #include "platform/kvutil/kvutil.h"
 #include "platform/os/code_page.h"
+#include "platform/os/system.h"
 
 namespace host::mail {
 
@@ -30,13 +35,107 @@ std::optional<T> OrNote(platform::Result<T> value, std::vector<std::string>& not
     return std::nullopt;
 }
 
+constexpr const char* kNobodyNamed = "undisclosed-recipients";
+
+platform::Result<std::string> AttachmentList(const std::vector<NewAttachment>& attachments) {
+    CArray<CRAttachmentInfo> list;
+    for (const NewAttachment& attachment : attachments) {
+        const auto path = eudora::ToWindowsPath(attachment.path);
+        if (!path) return base::Failed("no drive leads to the file " + attachment.path);
+        CRAttachmentInfo info;
+        info.dwInfoFlag = 1;
+        info.bDeleteSource = 1;
+        info.csDisplayName = attachment.name;
+        info.csFileName = attachment.copyName;
+        info.csFilePath = *path;
+        list.Add(info);
+    }
+    CString text;
+    if (AttachmentInfoToStr(list, text) != RRC_OK) {
+        return base::Failed("the list of attachments cannot be told");
+    }
+    return text.Str();
+}
+
+// A comma separates, so an address that holds one would become two.
+bool HasComma(const std::vector<Recipient>& recipients) {
+    return std::ranges::any_of(recipients, [](const Recipient& one) {
+        return one.address.find(',') != std::string::npos;
+    });
+}
+
+// What the limits leave out, in one line, and the command that changes it.
+std::string DescribeLeftOut(const translator::MailLimits& limits) {
+    std::string out, how;
+    const auto add = [](std::string& text, const char* between, const std::string& part) {
+        text += (text.empty() ? "" : between) + part;
+    };
+    if (limits.limitsAge) {
+        add(out, " or ", "older than " + std::to_string(limits.ageDays) + " days");
+        how += " --age off";
+    }
+    if (limits.limitsSize) {
+        add(out, " or ", "larger than " + std::to_string(limits.sizeKB) + " KB");
+        how += " --size off";
+    }
+    if (!out.empty()) out = "new mails " + out;
+    if (!limits.attachments) {
+        add(out, ", and ", "attachments");
+        how += " --attachments on";
+    } else if (limits.limitsAttachments) {
+        add(out, ", and ",
+            "attachments larger than " + std::to_string(limits.attachmentKB) + " KB");
+        how += " --attachment-size off";
+    }
+    if (out.empty()) return out;
+    return "left out: " + out + " (kvsync configure mail" + how + ")";
+}
+
 }  // namespace
 
 EudoraMails::EudoraMails(translator::TranslatorSession& session, unsigned codePage)
     : m_session(session), m_codePage(codePage) {}
 
-platform::Status EudoraMails::Walk(
-    const std::function<platform::Result<bool>(const MailHead&)>& visit) {
+EudoraMails::EudoraMails(std::unique_ptr<translator::TranslatorSession> session,
+                         std::string selection, const translator::MailLimits& limits,
+                         unsigned codePage)
+    : m_owned(std::move(session)),
+      m_session(*m_owned),
+      m_codePage(codePage),
+      m_selection(std::move(selection)),
+      m_limits(limits),
+      m_limitsLine(DescribeLeftOut(limits)) {}
+
+platform::Result<std::unique_ptr<MailSource>> EudoraMails::Open(
+    translator::TranslatorSession session, const std::string& selection, unsigned codePage) {
+    auto limits = translator::ReadMailLimits(session, selection);
+    if (!limits) return limits.Error();
+    if (auto opened = session.Open(); !opened) return opened.Error();
+    auto owned = std::make_unique<translator::TranslatorSession>(std::move(session));
+    return std::unique_ptr<MailSource>(
+        new EudoraMails(std::move(owned), selection, *limits, codePage));
+}
+
+// The same translator keeps its index of the mailbox when it is closed and opened again.
+platform::Status EudoraMails::LiftLimits() {
+    if (auto closed = m_session.Close(); !closed) return closed;
+    translator::MailLimitChanges changes;
+    changes.limitsAge = changes.limitsSize = false;
+    if (auto lifted = translator::ChangeMailLimits(m_session, m_selection, changes); !lifted)
+        return lifted;
+    if (auto opened = m_session.Open(); !opened) return opened;
+    m_limits.limitsAge = m_limits.limitsSize = false;
+    return {};
+}
+
+platform::Status EudoraMails::Walk(Reach reach, const Visit& visit) {
+    if (reach == Reach::kAll && HasLimits()) {
+        if (auto lifted = LiftLimits(); !lifted) return lifted;
+    }
+    return WalkShown(visit);
+}
+
+platform::Status EudoraMails::WalkShown(const Visit& visit) {
     std::string last;
     auto found = m_session.MoveFirst();
     while (!found || *found) {
@@ -62,7 +161,7 @@ MailHead EudoraMails::HeadOrFault(const platform::Result<bool>& reached) {
 }
 
 platform::Status EudoraMails::ReachAny() {
-    return Walk([](const MailHead& head) -> platform::Result<bool> { return head.marker.empty(); });
+    return WalkShown([](const MailHead& head) { return head.marker.empty(); });
 }
 
 platform::Result<bool> EudoraMails::IsGoneBy(const std::string& message) {
@@ -86,6 +185,15 @@ platform::Result<bool> EudoraMails::GoTo(const std::string& id) {
     return found;
 }
 
+platform::Result<std::optional<MailHead>> EudoraMails::Find(const std::string& id) {
+    auto found = GoTo(id);
+    if (!found) return found.Error();
+    if (!*found) return std::optional<MailHead>();
+    auto head = CurrentHead();
+    if (!head) return head.Error();
+    return std::optional<MailHead>(*std::move(head));
+}
+
 platform::Result<MailHead> EudoraMails::CurrentHead() {
     m_fault.reset();
     auto id = m_session.RecordId();
@@ -95,18 +203,26 @@ platform::Result<MailHead> EudoraMails::CurrentHead() {
     return MailHead{*std::move(id), *std::move(marker)};
 }
 
-std::optional<std::string> EudoraMails::Field(MailField field, std::vector<std::string>& notes) {
+std::optional<std::string> EudoraMails::Text(MailField field, std::vector<std::string>& notes) {
     auto text = OrNote(m_session.Text(FieldId(field)), notes);
     if (!text || !*text) return std::nullopt;
     return platform::ToUtf8(**text, m_codePage);
 }
 
-// A mail without a Message-ID has its record id in its place. One that the index of ids leaves out,
-// as it has no "To: " or came later, gives a failure instead of a text: for the person the same.
-std::optional<std::string> EudoraMails::MessageId(const std::string& recordId) {
-    const auto text = m_session.Text(FieldId(MailField::kMessageId));
-    if (!text || !*text || **text == recordId) return std::nullopt;
-    return platform::ToUtf8(**text, m_codePage);
+// A mail without one has its record id in its place. One that the index of ids leaves out, as it
+// has no "To: " or came later, gives a failure instead of a text.
+std::optional<std::string> EudoraMails::MessageId() {
+    auto text = m_session.Text(FieldId(MailField::kMessageId));
+    if (!text) return std::nullopt;
+    const auto id = m_session.RecordId();
+    if (!*text || (id && **text == *id)) return std::string();
+    return **text;
+}
+
+std::string EudoraMails::Name() {
+    std::vector<std::string> ignored;
+    return MailName(Text(MailField::kSubject, ignored).value_or(""),
+                    Text(MailField::kFrom, ignored).value_or(""));
 }
 
 void EudoraMails::ReadAttachments(Mail& mail) {
@@ -132,7 +248,7 @@ void EudoraMails::ReadAttachments(Mail& mail) {
 std::string EudoraMails::CurrentName() {
     std::vector<std::string> ignored;
     std::string name = "mail " + base::ToUtf8(m_session.RecordId().ValueOr(""));
-    const auto subject = Field(MailField::kSubject, ignored);
+    const auto subject = Text(MailField::kSubject, ignored);
     const auto date = OrNote(m_session.Date(FieldId(MailField::kDate)), ignored);
     const auto local = date && *date ? FromOleDate(**date) : std::nullopt;
     if (subject) name += ", " + *subject;
@@ -140,7 +256,7 @@ std::string EudoraMails::CurrentName() {
     return name;
 }
 
-platform::Result<Mail> EudoraMails::Current(MailParts parts) {
+platform::Result<Mail> EudoraMails::Read(MailParts parts) {
     auto mail = m_fault ? platform::Result<Mail>(*m_fault)
                         : base::OrOutOfMemory([&] { return ReadCurrent(parts); });
     if (mail) return mail;
@@ -153,22 +269,116 @@ platform::Result<Mail> EudoraMails::ReadCurrent(MailParts parts) {
     Mail mail;
     mail.id = std::move(head->id);
     mail.marker = std::move(head->marker);
-    mail.from = Field(MailField::kFrom, mail.notes);
-    mail.to = Field(MailField::kTo, mail.notes);
-    mail.cc = Field(MailField::kCc, mail.notes);
-    mail.bcc = Field(MailField::kBcc, mail.notes);
-    mail.subject = Field(MailField::kSubject, mail.notes);
-    mail.date =
-        OrNote(m_session.Date(FieldId(MailField::kDate)), mail.notes).value_or(std::nullopt);
-    if (HasBody(parts)) mail.body = Field(MailField::kBody, mail.notes);
+    mail.from = Text(MailField::kFrom, mail.notes);
+    mail.to = Text(MailField::kTo, mail.notes);
+    mail.cc = Text(MailField::kCc, mail.notes);
+    mail.bcc = Text(MailField::kBcc, mail.notes);
+    mail.subject = Text(MailField::kSubject, mail.notes);
+    mail.date = OrNote(m_session.Date(FieldId(MailField::kDate)), mail.notes).value_or(std::nullopt);
+    if (HasBody(parts)) mail.body = Text(MailField::kBody, mail.notes);
     const auto size = OrNote(m_session.Number(FieldId(MailField::kSize)), mail.notes);
     mail.size = static_cast<std::uint32_t>(size.value_or(0));
     if (const auto status = OrNote(m_session.Number(FieldId(MailField::kStatus)), mail.notes)) {
         mail.status = static_cast<std::uint32_t>(*status);
     }
-    mail.messageId = MessageId(mail.id);
+    // Whether it has none or that cannot be told is the same to a person.
+    if (const auto id = MessageId(); id && !id->empty()) {
+        mail.messageId = platform::ToUtf8(*id, m_codePage);
+    }
     if (HasAttachments(parts)) ReadAttachments(mail);
     return mail;
+}
+
+platform::Status EudoraMails::SetTexts(const NewMail& mail, bool isOutgoing) {
+    const auto recipients = isOutgoing ? OutgoingRecipients : StoredRecipients;
+    const std::string to = recipients(mail.to);
+    const std::pair<MailField, std::string> texts[] = {
+        {MailField::kFrom, mail.from},
+        {MailField::kTo, to.empty() && !isOutgoing ? kNobodyNamed : to},
+        {MailField::kCc, recipients(mail.cc)},
+        {MailField::kBcc, recipients(mail.bcc)},
+        {MailField::kSubject, mail.subject},
+        {MailField::kBody, mail.body},
+        {MailField::kMessageId, mail.messageId}};
+    for (const auto& [field, text] : texts) {
+        if (text.empty()) continue;
+        if (auto set = m_session.SetText(FieldId(field), text); !set) return set;
+    }
+    return {};
+}
+
+// The translator takes each file away that it could copy, and tells of no other.
+platform::Status EudoraMails::SetAttachments(const NewMail& mail) {
+    if (mail.attachments.empty()) return {};
+    const auto list = AttachmentList(mail.attachments);
+    if (!list) return list.Error();
+    if (auto set = m_session.SetText(FieldId(MailField::kAttachment), *list); !set) return set;
+    for (const NewAttachment& attachment : mail.attachments) {
+        if (!platform::NativeFiles().Exists(attachment.path)) continue;
+        return base::Failed("the attachment " + base::ToUtf8(attachment.name) +
+                            " cannot be stored");
+    }
+    return {};
+}
+
+platform::Status EudoraMails::Store(const NewMail& mail, std::uint32_t status, MailHead& head) {
+    std::vector<translator::TextValue> shown;
+    if (!mail.from.empty()) shown.push_back({FieldId(MailField::kFrom), mail.from});
+    const std::string statusField = FieldId(MailField::kStatus);
+    const auto number = static_cast<std::int32_t>(status);
+    const auto verdict = m_session.Check(shown, {{statusField, number}});
+    if (!verdict) return verdict.Error();
+    if (!verdict->ok) {
+        std::string why = "Eudora's translator refuses the mail";
+        for (const std::string& message : verdict->messages) why += ": " + message;
+        return base::Failed(why);
+    }
+    if (auto begun = m_session.BeginAdd(); !begun) return begun;
+    if (auto set = m_session.SetNumber(statusField, number); !set) return set;
+    if (auto set = SetTexts(mail, status == kStatusToSend); !set) return set;
+    if (mail.date) {
+        if (auto set = m_session.SetDate(FieldId(MailField::kDate), *mail.date); !set) return set;
+    }
+    if (auto set = SetAttachments(mail); !set) return set;
+    auto stored = m_session.StoreWithMarker();
+    if (!stored) return stored.Error();
+    head = {std::move(stored->id), std::move(stored->modifiedInfo)};
+    return {};
+}
+
+platform::Result<MailHead> EudoraMails::Add(const NewMail& mail, std::uint32_t status) {
+    MailHead head;
+    if (auto stored = Store(mail, status, head); !stored) return stored.Error();
+    return head;
+}
+
+platform::Status EudoraMails::AddOutgoing(const NewMail& mail) {
+    if (mail.to.empty() && mail.cc.empty() && mail.bcc.empty()) {
+        return base::Failed("the mail names no recipient");
+    }
+    if (HasComma(mail.to) || HasComma(mail.cc) || HasComma(mail.bcc)) {
+        return base::Failed("the mail has a recipient with a comma in the address");
+    }
+    MailHead none;
+    return Store(mail, kStatusToSend, none);
+}
+
+platform::Status EudoraMails::SetStatus(const std::string& id, std::uint32_t status) {
+    if (auto begun = m_session.BeginEdit(id); !begun) return begun;
+    auto set = m_session.SetNumber(FieldId(MailField::kStatus), static_cast<std::int32_t>(status));
+    if (!set) return set;
+    const auto stored = m_session.StoreWithMarker();
+    return stored ? platform::Status() : platform::Status(stored.Error());
+}
+
+platform::Status EudoraMails::Remove(const std::string& id) {
+    return m_session.Delete(id);
+}
+
+platform::Status EudoraMails::Finish() {
+    const auto closed = m_session.Close();
+    const auto opened = m_session.Open();
+    return closed ? opened : closed;
 }
 
 }  // namespace host::mail

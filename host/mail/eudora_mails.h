@@ -1,56 +1,72 @@
 #pragma once
 
-#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "frame/interface/field_ids.h"
-#include "host/mail/mail.h"
+#include "host/mail/mail_source.h"
+#include "host/translator/mail_settings.h"
 #include "host/translator/translator_session.h"
-#include "platform/os/result.h"
 
 namespace host::mail {
 
-struct MailHead {
-    std::string id;
-    std::string marker;  // empty: the mail cannot be read, and Current tells why
-};
-
-// Which parts of a mail are read: attachments cost a copy of each file.
-enum class MailParts { kAll, kWithoutAttachments, kWithoutBody, kHeader };
-
-// Eudora's in-box through an opened translator session; the session outlives this. A mail is read
-// only while it is the current one.
-class EudoraMails {
+// Eudora's in-box through an opened translator session.
+class EudoraMails : public MailSource {
   public:
+    // The session outlives this. Walks see what its limits let pass; they are not lifted.
     EudoraMails(translator::TranslatorSession& session, unsigned codePage);
+    // Opens the session, for which `selection` was selected. The limits are read from it; no
+    // settings are saved.
+    static platform::Result<std::unique_ptr<MailSource>> Open(translator::TranslatorSession session,
+                                                              const std::string& selection,
+                                                              unsigned codePage);
 
-    // Walks all mails that the translator's limits let pass, in the mailbox's order, and those that
-    // cannot be read. `visit` may call Current; false from it ends the walk.
-    platform::Status Walk(const std::function<platform::Result<bool>(const MailHead&)>& visit);
-    // False if the mail is gone. Reaches mails that the limits hide too; cheap in mailbox order.
-    // The translator tells a mail that is gone from a fault by its message alone: the one that it
-    // gives for an id that no mail can have, while the mailbox can be read.
+    bool HasLimits() const override { return m_limits.limitsAge || m_limits.limitsSize; }
+    std::string Limits() const override { return m_limitsLine; }
+    platform::Status Walk(Reach reach, const Visit& visit) override;
+    // Makes a mail the current one; false if it is gone. The translator tells a mail that is gone
+    // from a fault by its message alone: the one that it gives for an id that no mail can have,
+    // while the mailbox can be read.
     platform::Result<bool> GoTo(const std::string& id);
-    platform::Result<MailHead> CurrentHead();
-    // The mail last reached. A field that cannot be read is left out and told in its notes; where
-    // nothing can be read, the failure names the mail by its id, and by its subject and date where
-    // those can be.
-    platform::Result<Mail> Current(MailParts parts);
+    platform::Result<std::optional<MailHead>> Find(const std::string& id) override;
+    std::optional<std::string> MessageId() override;
+    std::string Name() override;
+    platform::Result<Mail> Read(MailParts parts) override;
+
+    platform::Result<MailHead> Add(const NewMail& mail, std::uint32_t status) override;
+    platform::Status AddOutgoing(const NewMail& mail) override;
+    platform::Status SetStatus(const std::string& id, std::uint32_t status) override;
+    platform::Status Remove(const std::string& id) override;
+    platform::Status Finish() override;
 
   private:
-    std::optional<std::string> Field(MailField field, std::vector<std::string>& notes);
+    EudoraMails(std::unique_ptr<translator::TranslatorSession> session, std::string selection,
+                const translator::MailLimits& limits, unsigned codePage);
+
+    platform::Status LiftLimits();
+    platform::Status WalkShown(const Visit& visit);
+    platform::Result<MailHead> CurrentHead();
     MailHead HeadOrFault(const platform::Result<bool>& reached);
     platform::Status ReachAny();
-    platform::Result<Mail> ReadCurrent(MailParts parts);
-    std::string CurrentName();
-    std::optional<std::string> MessageId(const std::string& recordId);
-    void ReadAttachments(Mail& mail);
     platform::Result<bool> IsGoneBy(const std::string& message);
 
+    std::optional<std::string> Text(MailField field, std::vector<std::string>& notes);
+    platform::Result<Mail> ReadCurrent(MailParts parts);
+    void ReadAttachments(Mail& mail);
+    std::string CurrentName();
+
+    platform::Status Store(const NewMail& mail, std::uint32_t status, MailHead& head);
+    platform::Status SetTexts(const NewMail& mail, bool isOutgoing);
+    platform::Status SetAttachments(const NewMail& mail);
+
+    std::unique_ptr<translator::TranslatorSession> m_owned;  // null if it is another's
     translator::TranslatorSession& m_session;
     unsigned m_codePage;
+    std::string m_selection;
+    translator::MailLimits m_limits;
+    std::string m_limitsLine;
     std::string m_goneMessage;
     std::optional<platform::Failure> m_fault;  // of the current mail
 };

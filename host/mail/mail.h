@@ -26,6 +26,10 @@ struct Mail {
     std::vector<std::string> notes;  // fields that could not be read, and why; UTF-8
 };
 
+// What a report calls a mail: "SUBJECT from SENDER" in one line, without anything that moves a
+// terminal's cursor. UTF-8.
+std::string MailName(std::string subject, std::string from);
+
 inline constexpr std::uint32_t kStatusUnread = 1;
 inline constexpr std::uint32_t kStatusRead = 0x20001;
 inline constexpr std::uint32_t kStatusToSend = 2;

@@ -7,9 +7,9 @@
 
 #include "host/base/progress.h"
 #include "host/mail/attach_folder.h"
+#include "host/mail/mail_source.h"
 #include "host/mailsync/load_mail.h"
 #include "host/mailsync/mail_plan.h"
-#include "host/mailsync/mail_source.h"
 #include "platform/os/clock.h"
 #include "platform/os/files.h"
 
@@ -17,7 +17,7 @@ namespace host::mailsync {
 
 // What a plan is carried out on. The objects outlive the call.
 struct MailWork {
-    MailSource& source;
+    mail::MailSource& source;
     MailFolders& folders;
     state::MailMemory& memory;
     platform::Files& files;           // for attachments

@@ -26,7 +26,7 @@ bool IsPlainId(const std::string& id) {
 
 class MailLoader {
   public:
-    MailLoader(MailSource& source, MailFolders& folders,
+    MailLoader(mail::MailSource& source, MailFolders& folders,
                const std::vector<state::RememberedMail>& remembered, base::Progress& progress)
         : m_source(source),
           m_maildir(folders.mails),
@@ -48,7 +48,7 @@ class MailLoader {
     platform::Status ListOutgoing();
     void FillFileIds();
     platform::Status FindTorn();
-    platform::Status WalkEudora(Reach reach);
+    platform::Status WalkEudora(mail::Reach reach);
     void See(const mail::MailHead& head, std::optional<std::string> messageId, bool isWithinLimits);
     void PassOver(const std::string& name, const platform::Failure& fault);
     std::vector<const state::RememberedMail*> Unseen() const;
@@ -58,7 +58,7 @@ class MailLoader {
     void ReadUnidentified(const MailMatching& matching);
     platform::Result<mail::Mail> ReadMail(const EudoraHead& head);
 
-    MailSource& m_source;
+    mail::MailSource& m_source;
     maildir::Maildir &m_maildir, &m_outbox;
     const std::vector<state::RememberedMail>& m_remembered;
     base::Progress& m_progress;
@@ -148,13 +148,13 @@ void MailLoader::See(const mail::MailHead& head, std::optional<std::string> mess
     m_sides.eudora.push_back(std::move(seen));
 }
 
-platform::Status MailLoader::WalkEudora(Reach reach) {
+platform::Status MailLoader::WalkEudora(mail::Reach reach) {
     std::size_t count = 0;
-    m_sawAll = m_sawAll || reach == Reach::kAll || !m_source.HasLimits();
-    return m_source.Walk(reach, [&](const mail::MailHead& head) -> platform::Status {
+    m_sawAll = m_sawAll || reach == mail::Reach::kAll || !m_source.HasLimits();
+    return m_source.Walk(reach, [&](const mail::MailHead& head) -> platform::Result<bool> {
         m_progress.Step("looking at mail", ++count);
-        See(head, m_source.MessageId(), reach == Reach::kWithinLimits);
-        return {};
+        See(head, m_source.MessageId(), reach == mail::Reach::kWithinLimits);
+        return true;
     });
 }
 
@@ -182,11 +182,11 @@ bool MailLoader::SearchOneByOne(const std::vector<const state::RememberedMail*>&
 platform::Status MailLoader::FindHidden() {
     if (!m_source.HasLimits()) return {};
     // A new file may be a mail that the limits hide.
-    if (!m_sides.foreign.empty()) return WalkEudora(Reach::kAll);
+    if (!m_sides.foreign.empty()) return WalkEudora(mail::Reach::kAll);
     const auto unseen = Unseen();
     if (unseen.empty()) return {};
     if (unseen.size() <= kMostSearches && SearchOneByOne(unseen)) return {};
-    return WalkEudora(Reach::kAll);
+    return WalkEudora(mail::Reach::kAll);
 }
 
 platform::Result<mail::Mail> MailLoader::ReadMail(const EudoraHead& head) {
@@ -224,8 +224,8 @@ platform::Result<FolderHead> MailLoader::HeadOf(maildir::Maildir& maildir,
         auto text = maildir.ReadHeader(file);
         if (!text) return text.Error();
         FolderHead head{maildir::MessageIdInHeader(*text),
-                        MailName(mail::DecodeWords(maildir::FieldInHeader(*text, "subject")),
-                                 mail::DecodeWords(maildir::FieldInHeader(*text, "from")))};
+                        mail::MailName(mail::DecodeWords(maildir::FieldInHeader(*text, "subject")),
+                                       mail::DecodeWords(maildir::FieldInHeader(*text, "from")))};
         if (mail::CanBeMessageId(head.messageId) && !mail::IsIndexId(head.messageId)) return head;
         text = maildir.Read(file, mail::kLargestMessage);
         if (!text) return text.Error();
@@ -286,7 +286,7 @@ platform::Result<MailSides> MailLoader::Load() {
     ReadForeign();
     if (auto status = ListOutgoing(); !status) return status.Error();
     if (auto status = FindTorn(); !status) return status.Error();
-    if (auto status = WalkEudora(Reach::kWithinLimits); !status) return status.Error();
+    if (auto status = WalkEudora(mail::Reach::kWithinLimits); !status) return status.Error();
     if (auto status = FindHidden(); !status) return status.Error();
     const MailMatching matching =
         MatchMails(m_sides.eudora, m_remembered, LostDeliveries(m_sides, m_remembered));
@@ -302,7 +302,7 @@ MailFolders::MailFolders(platform::Files& files, platform::Clock& clock, const s
       outbox(files, clock, maildir + files.Separator() + ".Outbox"),
       sent(files, clock, maildir + files.Separator() + ".Sent") {}
 
-platform::Result<MailSides> LoadMailSides(MailSource& source, MailFolders& folders,
+platform::Result<MailSides> LoadMailSides(mail::MailSource& source, MailFolders& folders,
                                           const std::vector<state::RememberedMail>& remembered,
                                           base::Progress& progress) {
     std::vector<state::RememberedMail> mails, sending;

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "host/base/progress.h"
+#include "host/mail/mail_source.h"
 #include "host/mailsync/mail_plan.h"
-#include "host/mailsync/mail_source.h"
 
 namespace host::mailsync {
 
@@ -20,7 +20,7 @@ struct MailFolders {
 
 // Both sides as they are now. Mails that are remembered are found whatever the limits hide; of a
 // mail that is known again no more is read than its id, marker and Message-ID.
-platform::Result<MailSides> LoadMailSides(MailSource& source, MailFolders& folders,
+platform::Result<MailSides> LoadMailSides(mail::MailSource& source, MailFolders& folders,
                                           const std::vector<state::RememberedMail>& remembered,
                                           base::Progress& progress);
 

@@ -21,7 +21,7 @@ namespace {
 struct MailRun {
     std::optional<state::StateLock> lock;
     std::unique_ptr<state::MailState> state;
-    std::unique_ptr<MailSource> source;
+    std::unique_ptr<mail::MailSource> source;
     MailFolders folders;
     base::Progress progress;
     std::vector<state::RememberedMail> remembered;

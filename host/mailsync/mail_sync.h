@@ -5,7 +5,7 @@
 #include <string>
 
 #include "host/mail/attach_folder.h"
-#include "host/mailsync/mail_source.h"
+#include "host/mail/mail_source.h"
 #include "host/sync/place.h"
 #include "host/sync/report.h"
 #include "host/sync/rules.h"
@@ -14,7 +14,7 @@ namespace host::mailsync {
 
 struct MailSyncOptions {
     // Makes the in-box ready for reading; called once everything else is known to be in order.
-    std::function<platform::Result<std::unique_ptr<MailSource>>()> open;
+    std::function<platform::Result<std::unique_ptr<mail::MailSource>>()> open;
     // Reads a file for Eudora.
     std::function<platform::Result<mail::NewMail>(std::string_view, const std::string&)> parse;
     mail::AttachFolder* attachments = nullptr;  // Eudora's; outlives the run

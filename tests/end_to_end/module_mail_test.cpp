@@ -115,7 +115,7 @@ class ModuleMail : public ::testing::Test {
         EudoraMails mails(*session, platform::NativeSystem().processes.CodePage());
         const auto found = mails.GoTo(id);
         EXPECT_TRUE(found && *found) << id;
-        auto mail = mails.Current(host::mail::MailParts::kAll);
+        auto mail = mails.Read(host::mail::MailParts::kAll);
         EXPECT_TRUE(mail) << mail.Error().Message();
         return mail ? *std::move(mail) : Mail();
     }
@@ -199,14 +199,16 @@ TEST_F(ModuleMail, WalksAllMailsInTheirOrder) {
                                                 {host::mail::kStatusRead, 'R'},
                                                 {host::mail::kStatusSent, 'S'}};
     std::string walk;
-    const auto walked = mails.Walk([&](const host::mail::MailHead& head) -> platform::Result<bool> {
-        const auto mail = mails.Current(host::mail::MailParts::kWithoutAttachments);
-        if (!mail) return mail.Error();
-        EXPECT_EQ(mail->marker, std::to_string(mail->status.value_or(0)));
-        walk += head.id.substr(8) + letters.at(mail->status.value_or(0)) +
-                std::to_string(mail->size) + ' ';
-        return true;
-    });
+    const auto walked =
+        mails.Walk(host::mail::Reach::kWithinLimits,
+                   [&](const host::mail::MailHead& head) -> platform::Result<bool> {
+                       const auto mail = mails.Read(host::mail::MailParts::kWithoutAttachments);
+                       if (!mail) return mail.Error();
+                       EXPECT_EQ(mail->marker, std::to_string(mail->status.value_or(0)));
+                       walk += head.id.substr(8) + letters.at(mail->status.value_or(0)) +
+                               std::to_string(mail->size) + ' ';
+                       return true;
+                   });
     ASSERT_TRUE(walked) << walked.Error().Message();
     EXPECT_EQ(walk,
               "01R136 02R136 03N63 04R52 05R67 06R46 07R116 08R147 09N94 0AR69 0BR325 0CN231 "

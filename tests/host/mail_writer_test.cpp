@@ -1,12 +1,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "host/mail/eudora_mail_writer.h"
+#include "host/mail/eudora_mails.h"
 #include "host/mail/incoming_folder.h"
 #include "host/translator/mail_settings.h"
 #include "tests/host/built_module.h"
 
-// The writer on the built translator library, in an in-box on the disk.
+// Eudora's mails through the built translator library, in an in-box on the disk.
 namespace host::testing {
 namespace {
 
@@ -21,22 +21,20 @@ class MailWriter : public ::testing::Test {
         for (const char* name : {"In.mbx", "In.toc", "Out.mbx", "Out.toc"}) {
             fs::remove(TheModule().eudora / name);
         }
-        session = std::make_unique<translator::TranslatorSession>(
-            *translator::TranslatorSession::Create(*TheModule().host, translator::kMailKind));
-        auto selection = translator::SelectMail(*session, TheModule().setup, false);
+        auto session =
+            *translator::TranslatorSession::Create(*TheModule().host, translator::kMailKind);
+        auto selection = translator::SelectMail(session, TheModule().setup, false);
         ASSERT_TRUE(selection) << selection.Error().Message();
         translator::MailLimitChanges changes;
         changes.limitsAge = changes.limitsSize = changes.limitsAttachments = false;
         changes.attachments = true;
-        ASSERT_TRUE(translator::ChangeMailLimits(*session, *selection, changes));
-        ASSERT_TRUE(session->Open());
-        writer = std::make_unique<mail::EudoraMailWriter>(*session);
+        ASSERT_TRUE(translator::ChangeMailLimits(session, *selection, changes));
+        mails = *mail::EudoraMails::Open(std::move(session), *selection, 1252);
         incoming = *mail::IncomingFolder::Create("test");
     }
     void TearDown() override {
         incoming.reset();
-        writer.reset();
-        session.reset();
+        mails.reset();
         TheModule().host.reset();
     }
 
@@ -56,20 +54,17 @@ class MailWriter : public ::testing::Test {
         mail.body = "one\r\n\r\ntwo";
         return mail;
     }
-    void FinishAndReopen() {
-        const auto finished = writer->Finish();
+    void Finish() {
+        const auto finished = mails->Finish();
         ASSERT_TRUE(finished) << finished.Error().Message();
-        ASSERT_TRUE(session->Open());
     }
-    bool Has(const std::string& id) { return *mail::EudoraMails(*session, 1252).GoTo(id); }
+    bool Has(const std::string& id) { return mails->Find(id)->has_value(); }
     mail::Mail Read(const std::string& id) {
-        mail::EudoraMails mails(*session, 1252);
-        EXPECT_TRUE(*mails.GoTo(id)) << id;
-        return *mails.Current(mail::MailParts::kAll);
+        EXPECT_TRUE(Has(id)) << id;
+        return *mails->Read(mail::MailParts::kAll);
     }
 
-    std::unique_ptr<translator::TranslatorSession> session;
-    std::unique_ptr<mail::EudoraMailWriter> writer;
+    std::unique_ptr<mail::MailSource> mails;
     std::unique_ptr<mail::IncomingFolder> incoming;
 
   private:
@@ -79,15 +74,14 @@ class MailWriter : public ::testing::Test {
 TEST_F(MailWriter, StoresAWholeMailThatReadsBackAsItWas) {
     mail::NewMail letter = Letter("first@x");
     letter.attachments = {File("same.txt", "1"), File("same.txt", "two"), File("caf\xE9.bin", "")};
-    const auto stored = writer->Add(letter, mail::kStatusRead);
+    const auto stored = mails->Add(letter, mail::kStatusRead);
     ASSERT_TRUE(stored) << stored.Error().Message();
     EXPECT_TRUE(fs::is_empty(incoming->Path()));
     mail::NewMail bare;
     bare.messageId = "bare@x";
-    const auto second = writer->Add(bare, mail::kStatusUnread);
+    const auto second = mails->Add(bare, mail::kStatusUnread);
     ASSERT_TRUE(second) << second.Error().Message();
-    FinishAndReopen();
-    EXPECT_TRUE(writer->Missing()->empty());
+    Finish();
 
     const mail::Mail mail = Read(stored->id);
     EXPECT_EQ(mail.marker, stored->marker);
@@ -134,19 +128,19 @@ TEST_F(MailWriter, SweepsLeftoverFoldersAndFollowsNoLink) {
 TEST_F(MailWriter, ChangesStatesAndRemoves) {
     std::vector<std::string> ids;
     for (const char* name : {"a@x", "b@x", "c@x"}) {
-        ids.push_back(writer->Add(Letter(name), mail::kStatusUnread)->id);
+        ids.push_back(mails->Add(Letter(name), mail::kStatusUnread)->id);
     }
-    FinishAndReopen();
-    EXPECT_TRUE(writer->Remove(ids[1]));
+    Finish();
+    EXPECT_TRUE(mails->Remove(ids[1]));
     for (const auto status : {mail::kStatusRead, mail::kStatusUnread}) {
-        EXPECT_TRUE(writer->SetStatus(ids[0], status));
-        FinishAndReopen();
+        EXPECT_TRUE(mails->SetStatus(ids[0], status));
+        Finish();
         EXPECT_EQ(Read(ids[0]).marker, std::to_string(status));
         EXPECT_EQ(Read(ids[2]).marker, std::to_string(mail::kStatusUnread));
     }
     EXPECT_FALSE(Has(ids[1]));
-    EXPECT_FALSE(writer->Remove(ids[1]));
-    EXPECT_FALSE(writer->SetStatus(ids[1], mail::kStatusRead));
+    EXPECT_FALSE(mails->Remove(ids[1]));
+    EXPECT_FALSE(mails->SetStatus(ids[1], mail::kStatusRead));
 }
 
 TEST_F(MailWriter, StoresNothingOfAMailWhoseAttachmentFails) {
@@ -158,12 +152,12 @@ TEST_F(MailWriter, StoresNothingOfAMailWhoseAttachmentFails) {
     mail::NewMail letter = Letter("x@x");
     // The name is none for a file on Windows.
     letter.attachments = {File("good.txt", "1"), File("ba/d.txt", "2")};
-    const auto failed = writer->Add(letter, mail::kStatusRead);
+    const auto failed = mails->Add(letter, mail::kStatusRead);
     ASSERT_FALSE(failed);
     EXPECT_THAT(failed.Error().Message(), HasSubstr("ba/d.txt"));
-    const auto next = writer->Add(Letter("y@x"), mail::kStatusRead);
+    const auto next = mails->Add(Letter("y@x"), mail::kStatusRead);
     ASSERT_TRUE(next);
-    FinishAndReopen();
+    Finish();
     EXPECT_EQ(attached(), before);
     EXPECT_TRUE(Has(next->id));
     EXPECT_EQ(test::ReadDisk(TheModule().eudora / "In.mbx").find("x@x"), std::string::npos);
@@ -172,21 +166,23 @@ TEST_F(MailWriter, StoresNothingOfAMailWhoseAttachmentFails) {
 TEST_F(MailWriter, QueuesAMailForSendingAndRefusesWhatCannotBeSent) {
     mail::NewMail nobody = Letter("n@x");
     nobody.to = nobody.cc = {};
-    EXPECT_FALSE(writer->AddOutgoing(nobody));
+    EXPECT_FALSE(mails->AddOutgoing(nobody));
     mail::NewMail comma = Letter("c@x");
     comma.bcc = {{"", "\"a,b\"@c"}};
-    EXPECT_FALSE(writer->AddOutgoing(comma));
+    EXPECT_FALSE(mails->AddOutgoing(comma));
     mail::NewMail letter = Letter("o@x");
     letter.attachments = {File("out.txt", "o")};
-    const auto queued = writer->AddOutgoing(letter);
+    const auto queued = mails->AddOutgoing(letter);
     ASSERT_TRUE(queued) << queued.Error().Message();
-    FinishAndReopen();
+    Finish();
     const std::string text = test::ReadDisk(TheModule().eudora / "Out.mbx");
     EXPECT_THAT(text, HasSubstr("To: Doe  Jo <jo@d.e>, f@g.h\r\n"));
     EXPECT_THAT(text, HasSubstr("Subject: caf\xE9 o@x\r\n"));
     EXPECT_THAT(text, HasSubstr("\\out.txt;\r\n")) << "the name, whatever the folder";
-    EXPECT_TRUE(session->MoveFirst());
-    EXPECT_FALSE(*session->MoveFirst());
+    EXPECT_TRUE(mails->Walk(mail::Reach::kAll, [](const mail::MailHead& head) -> bool {
+        ADD_FAILURE() << head.id;
+        return true;
+    }));
 }
 
 }  // namespace

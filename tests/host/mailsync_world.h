@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "host/mail/mail.h"
 #include "host/mail/parse.h"
 #include "host/maildir/maildir_name.h"
 #include "host/mailsync/execute_mail.h"
 #include "host/mailsync/load_mail.h"
-#include "host/mailsync/mail_content.h"
 #include "platform/testing/faulty_files.h"
 #include "platform/testing/fixed_clock.h"
 #include "platform/testing/memory_files.h"
@@ -22,7 +22,7 @@ namespace host::testing {
 // operations of the file system that faults are injected into; a torn Finish carries out a half. As
 // in the translator a new mail's attachments are copied at once, and it stands read until Finish
 // gets to the states.
-class MemoryMails : public mailsync::MailSource {
+class MemoryMails : public mail::MailSource {
   public:
     explicit MemoryMails(platform::testing::FaultyFiles& files) : m_files(files) {}
 
@@ -44,16 +44,14 @@ class MemoryMails : public mailsync::MailSource {
         return *std::ranges::find(mails, std::optional(subject), &mail::Mail::subject);
     }
     bool HasLimits() const override { return !hidden.empty(); }
-    platform::Status Walk(
-        mailsync::Reach reach,
-        const std::function<platform::Status(const mail::MailHead&)>& visit) override {
+    platform::Status Walk(mail::Reach reach, const Visit& visit) override {
         ++walks;
         for (const mail::Mail& mail : mails) {
-            if (reach == mailsync::Reach::kWithinLimits && hidden.contains(mail.id)) continue;
+            if (reach == mail::Reach::kWithinLimits && hidden.contains(mail.id)) continue;
             m_current = &mail;
             const bool isReadable = !unreadable.contains(mail.id);
             auto visited = visit({mail.id, isReadable ? mail.marker : std::string()});
-            if (!visited) return visited;
+            if (!visited) return visited.Error();
         }
         return {};
     }
@@ -66,9 +64,7 @@ class MemoryMails : public mailsync::MailSource {
         return std::optional<mail::MailHead>({found->id, found->marker});
     }
     std::optional<std::string> MessageId() override { return m_current->messageId.value_or(""); }
-    std::string Name() override {
-        return mailsync::MailName(*m_current->subject, *m_current->from);
-    }
+    std::string Name() override { return mail::MailName(*m_current->subject, *m_current->from); }
     platform::Result<mail::Mail> Read(mail::MailParts) override {
         ++reads;
         if (unreadable.contains(m_current->id)) return Fault();
