@@ -4,7 +4,7 @@
 #include "host/cli/commands.h"
 #include "host/cli/run_place.h"
 #include "host/cli/workplace.h"
-#include "host/mail/compose_into.h"
+#include "host/mail/compose.h"
 #include "host/mail/eudora_mails.h"
 #include "host/maildir/maildir.h"
 #include "platform/os/system.h"

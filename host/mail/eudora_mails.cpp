@@ -321,7 +321,7 @@ platform::Status EudoraMails::SetAttachments(const NewMail& mail) {
     return {};
 }
 
-platform::Status EudoraMails::Store(const NewMail& mail, std::uint32_t status, MailHead& head) {
+platform::Result<MailHead> EudoraMails::Add(const NewMail& mail, std::uint32_t status) {
     std::vector<translator::TextValue> shown;
     if (!mail.from.empty()) shown.push_back({FieldId(MailField::kFrom), mail.from});
     const std::string statusField = FieldId(MailField::kStatus);
@@ -333,23 +333,17 @@ platform::Status EudoraMails::Store(const NewMail& mail, std::uint32_t status, M
         for (const std::string& message : verdict->messages) why += ": " + message;
         return base::Failed(why);
     }
-    if (auto begun = m_session.BeginAdd(); !begun) return begun;
-    if (auto set = m_session.SetNumber(statusField, number); !set) return set;
-    if (auto set = SetTexts(mail, status == kStatusToSend); !set) return set;
+    if (auto begun = m_session.BeginAdd(); !begun) return begun.Error();
+    if (auto set = m_session.SetNumber(statusField, number); !set) return set.Error();
+    if (auto set = SetTexts(mail, status == kStatusToSend); !set) return set.Error();
     if (mail.date) {
-        if (auto set = m_session.SetDate(FieldId(MailField::kDate), *mail.date); !set) return set;
+        auto set = m_session.SetDate(FieldId(MailField::kDate), *mail.date);
+        if (!set) return set.Error();
     }
-    if (auto set = SetAttachments(mail); !set) return set;
+    if (auto set = SetAttachments(mail); !set) return set.Error();
     auto stored = m_session.StoreWithMarker();
     if (!stored) return stored.Error();
-    head = {std::move(stored->id), std::move(stored->modifiedInfo)};
-    return {};
-}
-
-platform::Result<MailHead> EudoraMails::Add(const NewMail& mail, std::uint32_t status) {
-    MailHead head;
-    if (auto stored = Store(mail, status, head); !stored) return stored.Error();
-    return head;
+    return MailHead{std::move(stored->id), std::move(stored->modifiedInfo)};
 }
 
 platform::Status EudoraMails::AddOutgoing(const NewMail& mail) {
@@ -359,8 +353,8 @@ platform::Status EudoraMails::AddOutgoing(const NewMail& mail) {
     if (HasComma(mail.to) || HasComma(mail.cc) || HasComma(mail.bcc)) {
         return base::Failed("the mail has a recipient with a comma in the address");
     }
-    MailHead none;
-    return Store(mail, kStatusToSend, none);
+    const auto stored = Add(mail, kStatusToSend);
+    return stored ? platform::Status() : platform::Status(stored.Error());
 }
 
 platform::Status EudoraMails::SetStatus(const std::string& id, std::uint32_t status) {

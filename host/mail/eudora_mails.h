@@ -57,7 +57,6 @@ class EudoraMails : public MailSource {
     void ReadAttachments(Mail& mail);
     std::string CurrentName();
 
-    platform::Status Store(const NewMail& mail, std::uint32_t status, MailHead& head);
     platform::Status SetTexts(const NewMail& mail, bool isOutgoing);
     platform::Status SetAttachments(const NewMail& mail);
 

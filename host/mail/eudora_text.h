@@ -27,10 +27,13 @@ class EudoraText {
     std::size_t m_lost = 0;
 };
 
-// UTF-8 with its decomposed characters composed, where that is cheap.
-std::string Composed(const std::string& text);
-
 // Cuts a text behind the last whole line of at most `limit` bytes, or the last whole character.
 std::string_view CutText(std::string_view text, std::size_t limit, unsigned codePage);
+
+// A name (UTF-8) made into one that a file can have on Windows in that code page: no folder, no
+// character that file names or the code page lack, no device, not too long; its extension is kept.
+// `fallback` stands for a name of which nothing is left.
+std::string PlainAttachmentName(const std::string& name, const std::string& fallback,
+                                unsigned codePage);
 
 }  // namespace host::mail

@@ -99,7 +99,12 @@ class PartReader {
 
     Part Text(const PartType& type, std::string_view body) const {
         TextPiece piece;
-        piece.text = DecodedText(DecodedBody(body, type.encoding), type.charset, m_codePage);
+        std::string bytes;
+        (void)DecodeBody(body, type.encoding, [&](std::string_view decoded) -> platform::Status {
+            bytes += decoded;
+            return {};
+        });
+        piece.text = DecodedText(bytes, type.charset, m_codePage);
         Rank rank = Rank::kPlain;
         if (type.Is("text", "html")) {
             rank = Rank::kHtml;

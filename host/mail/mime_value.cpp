@@ -175,33 +175,18 @@ std::optional<double> DecodedDate(const std::string& value, platform::Clock& clo
     return ToOleDate(LocalSeconds(instant + clock.UtcOffset(near)));
 }
 
-struct TransferDecoder::State {
-    GMimeEncoding encoding;
-    std::string buffer;
-};
-
-TransferDecoder::TransferDecoder(const std::string& encoding) : m_state(std::make_unique<State>()) {
-    g_mime_encoding_init_decode(&m_state->encoding,
-                                g_mime_content_encoding_from_string(encoding.c_str()));
-}
-
-TransferDecoder::~TransferDecoder() = default;
-
-std::string_view TransferDecoder::Decode(std::string_view piece) {
-    const std::size_t room = g_mime_encoding_outlen(&m_state->encoding, piece.size());
-    if (m_state->buffer.size() < room) m_state->buffer.resize(room);
-    const std::size_t length = g_mime_encoding_step(&m_state->encoding, piece.data(), piece.size(),
-                                                    m_state->buffer.data());
-    return std::string_view(m_state->buffer).substr(0, length);
-}
-
-std::string DecodedBody(std::string_view body, const std::string& encoding) {
-    std::string text;
-    TransferDecoder decoder(encoding);
+platform::Status DecodeBody(std::string_view body, const std::string& encoding,
+                            const std::function<platform::Status(std::string_view)>& take) {
+    GMimeEncoding decoder;
+    g_mime_encoding_init_decode(&decoder, g_mime_content_encoding_from_string(encoding.c_str()));
+    std::string decoded(g_mime_encoding_outlen(&decoder, kPiece), '\0');
     for (; !body.empty(); body.remove_prefix(std::min(kPiece, body.size()))) {
-        text += decoder.Decode(body.substr(0, kPiece));
+        const auto piece = body.substr(0, kPiece);
+        const std::size_t length =
+            g_mime_encoding_step(&decoder, piece.data(), piece.size(), decoded.data());
+        if (auto taken = take({decoded.data(), length}); !taken) return taken;
     }
-    return text;
+    return {};
 }
 
 }  // namespace host::mail

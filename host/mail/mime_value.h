@@ -1,6 +1,6 @@
 #pragma once
 
-#include <memory>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -9,6 +9,7 @@
 #include "host/mail/mime_entity.h"
 #include "host/mail/new_mail.h"
 #include "platform/os/clock.h"
+#include "platform/os/result.h"
 
 namespace host::mail {
 
@@ -37,22 +38,9 @@ std::vector<Recipient> DecodedAddresses(const std::string& value, unsigned codeP
 // OLE automation date in local time.
 std::optional<double> DecodedDate(const std::string& value, platform::Clock& clock);
 
-// Undoes a transfer encoding piece by piece. An encoding that is not known is none.
-class TransferDecoder {
-  public:
-    explicit TransferDecoder(const std::string& encoding);
-    ~TransferDecoder();
-    TransferDecoder(const TransferDecoder&) = delete;
-    TransferDecoder& operator=(const TransferDecoder&) = delete;
-
-    // Valid until the next call.
-    std::string_view Decode(std::string_view piece);
-
-  private:
-    struct State;
-    std::unique_ptr<State> m_state;
-};
-
-std::string DecodedBody(std::string_view body, const std::string& encoding);
+// Undoes a transfer encoding and hands the bytes over piece by piece; a failure of `take` ends it.
+// An encoding that is not known is none.
+platform::Status DecodeBody(std::string_view body, const std::string& encoding,
+                            const std::function<platform::Status(std::string_view)>& take);
 
 }  // namespace host::mail

@@ -6,7 +6,6 @@
 #include <gmime/gmime.h>
 
 #include "host/base/exit_code.h"
-#include "host/mail/attachment_name.h"
 #include "host/mail/content_type.h"
 #include "host/mail/eudora_text.h"
 #include "host/mail/mail_reader.h"
@@ -20,7 +19,6 @@ namespace {
 
 constexpr std::size_t kLongestText = 16u << 20;  // bytes of a body in Eudora
 constexpr std::size_t kLongestSubject = 2000, kLongestList = 30000;
-constexpr std::size_t kPiece = 64 * 1024;
 
 // A message without what a mailbox file puts above it, and with line ends that can be told.
 class Message {
@@ -66,8 +64,9 @@ class FileMaker {
         auto file =
             m_place.files.Open(*path, platform::OpenMode::kReadWrite, platform::Share::kNone);
         if (!file) return file.Error();
-        if (auto written = Write(**file, part); !written) return written;
-        return (*file)->Close();
+        auto written = DecodeBody(part.body, part.encoding,
+                                  [&](std::string_view piece) { return (*file)->Write(piece); });
+        return written ? (*file)->Close() : written;
     }
 
     void RemoveAll() {
@@ -76,16 +75,6 @@ class FileMaker {
     }
 
   private:
-    static platform::Status Write(platform::File& file, const FilePart& part) {
-        TransferDecoder decoder(part.encoding);
-        for (std::string_view rest = part.body; !rest.empty();) {
-            const auto piece = rest.substr(0, kPiece);
-            if (auto written = file.Write(decoder.Decode(piece)); !written) return written;
-            rest.remove_prefix(piece.size());
-        }
-        return {};
-    }
-
     std::string NameOf(const FilePart& part) const {
         const bool isMail = part.contentType == "message/rfc822";
         std::string extension(isMail ? "eml" : ExtensionOf(part.contentType));

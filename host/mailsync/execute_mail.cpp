@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "host/mail/compose_into.h"
+#include "host/mail/compose.h"
 #include "host/mail/message_id.h"
 #include "host/mailsync/execute_eudora.h"
 #include "host/mailsync/mail_content.h"
