@@ -2,7 +2,7 @@
 
 #include "platform/os/code_page.h"
 #include "platform/testing/faulty_files.h"
-#include "tests/host/mail_parse_world.h"
+#include "tests/host/mail_world.h"
 
 namespace host {
 namespace {
@@ -37,7 +37,7 @@ TEST(ParseMail, DecodesHeadersIntoTheCodePage) {
         {"=?utf-8?X?bad?= =?utf-8?Q?open", 1252, "=?utf-8?X?bad?= =?utf-8?Q?open", 0},
     };
     for (const Row& row : rows) {
-        ParseWorld world(row.codePage);
+        MailFiles world(row.codePage);
         const mail::NewMail mail = world.Parse("Subject: " + std::string(row.field) + "\n\nx");
         EXPECT_EQ(mail.subject, row.subject) << row.field;
         EXPECT_EQ(mail.lostCharacters, row.lost) << row.field;
@@ -65,12 +65,12 @@ TEST(ParseMail, BringsAddressesIntoFormsThatSurviveEudora) {
         {"\n", "", ""},
     };
     for (const Row& row : rows) {
-        ParseWorld world;
+        MailFiles world;
         const mail::NewMail mail = world.Parse("To: " + std::string(row.field) + "\n\nx");
         EXPECT_EQ(mail::StoredRecipients(mail.to), row.stored) << row.field;
         EXPECT_EQ(mail::OutgoingRecipients(mail.to), row.outgoing) << row.field;
     }
-    ParseWorld world;
+    MailFiles world;
     const mail::NewMail mail = world.Parse("Sender: s@t\nCC: c@d\nbcc: e@f\nfrom: A; B <a@b>\n\n");
     EXPECT_EQ(mail.from.find(';'), std::string::npos);
     EXPECT_EQ(mail::StoredRecipients(mail.cc) + '|' + mail::StoredRecipients(mail.bcc), "c@d|e@f");
@@ -79,7 +79,7 @@ TEST(ParseMail, BringsAddressesIntoFormsThatSurviveEudora) {
 }
 
 TEST(ParseMail, KeepsAMessageIdThatCanBeOneAndMakesAStableOneElse) {
-    ParseWorld world;
+    MailFiles world;
     for (const char* own : {"<a@b>", " <a@b>\r", "a@b", "<x\n <a@b>"}) {
         const auto id = world.Parse("Message-Id: " + std::string(own) + "\n\n").messageId;
         EXPECT_TRUE(id == "a@b" || std::string(own).find("x\n") != std::string::npos) << own;
@@ -116,7 +116,7 @@ TEST(ParseMail, TellsDatesInLocalTime) {
         {"Subject: none", 0, std::nullopt},
     };
     for (const Row& row : rows) {
-        ParseWorld world;
+        MailFiles world;
         world.clock.offset = std::chrono::minutes(row.offsetMinutes);
         const auto date = world.Parse(std::string(row.header) + "\n\n").date;
         ASSERT_EQ(date.has_value(), row.date.has_value()) << row.header;
@@ -153,7 +153,7 @@ TEST(ParseMail, ReadsBodiesOfEveryCharsetAndEncoding) {
          "soft \r\nbreak\r\n> q \r\n> r", 1252, 0},
     };
     for (const Row& row : rows) {
-        ParseWorld world(row.codePage);
+        MailFiles world(row.codePage);
         const mail::NewMail mail = world.Parse(row.header + std::string("\n\n") + row.body);
         EXPECT_EQ(mail.body, row.expected) << row.header;
         EXPECT_EQ(mail.lostCharacters, row.lost) << row.header;
@@ -180,7 +180,7 @@ TEST(ParseMail, UnderstandsEveryKindOfFile) {
         {"\xEF\xBB\xBFSubject: s\n\nb", "", "b"},
     };
     for (const Row& row : rows) {
-        ParseWorld world;
+        MailFiles world;
         const mail::NewMail mail = world.Parse(row.file);
         EXPECT_EQ(mail.subject, row.subject) << row.file;
         EXPECT_EQ(mail.body, row.body) << row.file;
@@ -189,7 +189,7 @@ TEST(ParseMail, UnderstandsEveryKindOfFile) {
 }
 
 TEST(ParseMail, SpoilsWhatEudoraWouldTakeForItsOwnMarks) {
-    ParseWorld world;
+    MailFiles world;
     const struct {
         const char *body, *expected;
     } rows[] = {
@@ -256,7 +256,7 @@ TEST(ParseMail, ChoosesTheTextAndMakesFilesOfTheRest) {
         {kMixed + "--b\nContent-Type: x/y\n--b\n\nplain\n--b--", "plain", {"attachment1.dat="}},
     };
     for (const auto& row : rows) {
-        ParseWorld world;
+        MailFiles world;
         const mail::NewMail mail = world.Parse(row.message);
         EXPECT_EQ(mail.body, row.body) << row.message;
         std::vector<std::string> files;
@@ -288,14 +288,14 @@ TEST(ParseMail, GivesAttachmentsPlainNames) {
         {"filename*=utf-8''lpt%C2%B9", "_lpt\xB9", 1252},
     };
     for (const auto& row : rows) {
-        ParseWorld world(row.codePage);
+        MailFiles world(row.codePage);
         const mail::NewMail mail =
             world.Parse("Content-Type: a/b\nContent-Disposition: attachment; " +
                         std::string(row.parameter) + "\n\nx");
         ASSERT_EQ(mail.attachments.size(), 1u) << row.parameter;
         EXPECT_EQ(mail.attachments[0].name, row.name) << row.parameter;
     }
-    ParseWorld world(932);
+    MailFiles world(932);
     const std::string longName = "filename*=utf-8''" + std::string(80, 'x') +
                                  "%E8%A1%A8%E8%A1%A8%E8%A1%A8%E8%A1%A8%E8%A1%A8%E8%A1%A8%E8%A1%A8"
                                  "%E8%A1%A8%E8%A1%A8%E8%A1%A8%E8%A1%A8.html";
@@ -332,7 +332,7 @@ TEST(ParseMail, SurvivesHostileMails) {
         {"accents", "\n" + repeat("\xCC\x81\xCC\xA3", 300000), true},
     };
     for (const auto& row : rows) {
-        ParseWorld world;
+        MailFiles world;
         const mail::NewMail mail = world.Parse(row.mail);
         EXPECT_LE(mail.attachments.size(), 500u) << row.what;
         EXPECT_LT(mail::StoredRecipients(mail.to).size() + mail.subject.size(), 40000u) << row.what;
@@ -345,7 +345,7 @@ TEST(ParseMail, SurvivesHostileMails) {
 }
 
 TEST(ParseMail, TellsWhatItHadToCut) {
-    ParseWorld world;
+    MailFiles world;
     std::string mail = "Subject: " + std::string(5000, 's') + "\nTo: ";
     for (int i = 0; i < 4000; ++i) mail += "person" + std::to_string(i) + "@example.org, ";
     mail += "\"a;b\"@c\n\n";
@@ -371,7 +371,7 @@ TEST(ParseMail, LeavesNoFileBehindWhicheverOperationFails) {
     const std::string mail =
         kMixed + Part("Content-Type: a/b", "1") + Part("Content-Type: c/d", "2");
     for (int n = 1;; ++n) {
-        ParseWorld world;
+        MailFiles world;
         platform::testing::FaultyFiles faulty(world.files);
         faulty.Arm(
             n % 2 != 0 ? platform::testing::Fault::kFail : platform::testing::Fault::kTornWrite, n);

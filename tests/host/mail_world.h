@@ -4,19 +4,31 @@
 #include <stdexcept>
 #include <string>
 
+#include "host/mail/compose.h"
 #include "host/mail/parse.h"
 #include "platform/testing/fixed_clock.h"
 #include "platform/testing/memory_files.h"
 
 namespace host {
 
-// A folder for attachments, a clock and a code page to read mails with.
-class ParseWorld {
+// Files, a clock and a code page to compose and to read mails with.
+class MailFiles {
   public:
-    explicit ParseWorld(unsigned codePage = 1252) : m_codePage(codePage) {
+    explicit MailFiles(unsigned codePage = 1252) : m_codePage(codePage) {
         (void)files.CreateFolder("C:\\in");
     }
 
+    // The message in one text.
+    std::string Compose(const mail::Mail& mail) {
+        std::string message;
+        const auto take = [&](std::string_view piece) -> platform::Status {
+            message += piece;
+            return {};
+        };
+        auto status = mail::ComposeMail(files, mail, clock.offset, take);
+        if (!status) throw std::runtime_error(status.Error().Message());
+        return message;
+    }
     platform::Result<mail::NewMail> Try(std::string_view message) {
         return mail::ParseMail(message, {files, "C:\\in", m_codePage, clock}, "the mail");
     }
