@@ -274,7 +274,8 @@ platform::Result<Mail> EudoraMails::ReadCurrent(MailParts parts) {
     mail.cc = Text(MailField::kCc, mail.notes);
     mail.bcc = Text(MailField::kBcc, mail.notes);
     mail.subject = Text(MailField::kSubject, mail.notes);
-    mail.date = OrNote(m_session.Date(FieldId(MailField::kDate)), mail.notes).value_or(std::nullopt);
+    mail.date =
+        OrNote(m_session.Date(FieldId(MailField::kDate)), mail.notes).value_or(std::nullopt);
     if (HasBody(parts)) mail.body = Text(MailField::kBody, mail.notes);
     const auto size = OrNote(m_session.Number(FieldId(MailField::kSize)), mail.notes);
     mail.size = static_cast<std::uint32_t>(size.value_or(0));
