@@ -78,7 +78,7 @@ function packageAllowed(header) {
     if (header ~ /^(gtest|gmock)\//) return file ~ /^(tests|fuzz)\//
     if (header ~ /^benchmark\//) return file ~ /^benchmarks\//
     if (header ~ /^(CLI\/|nlohmann\/|SQLiteCpp\/|toml\+\+\/|gmime\/|newt\.h$|sqlite3\.h$)/)
-        return file ~ /^(host|tests\/host|tests\/end_to_end|fuzz)\//
+        return file ~ /^(host|tests\/host|tests\/cases|tests\/end_to_end|fuzz)\//
     return 0
 }
 function check(    folder, best, count, i, allowed, header, ok) {

@@ -1,0 +1,313 @@
+#include "tests/cases/world.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <functional>
+#include <regex>
+#include <stdexcept>
+
+#include "platform/os/program.h"
+#include "tests/cases/readable.h"
+#include "tests/platform/temp_folder.h"
+#include "tests/tools/mailbox_check.h"
+
+namespace cases {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr bool kIsWindows = fs::path::preferred_separator == L'\\';
+constexpr const char* kBareFolder = R"(C:\\Eudora\\)";  // as JSON tells it
+
+void Replace(std::string& line, const std::string& from, const std::string& to) {
+    for (std::size_t at = 0; (at = line.find(from, at)) != line.npos; at += to.size()) {
+        line.replace(at, from.size(), to);
+    }
+}
+
+std::string Joined(const std::vector<std::string>& lines, const std::string& end) {
+    std::string text;
+    for (const auto& line : lines) text += line + end;
+    return text;
+}
+
+// The lines of a text, then what is odd about their ends.
+void Show(const std::string& text, std::vector<std::string>& told) {
+    auto lines = Lines(text);
+    const auto ends = std::ranges::count(text, '\n');
+    const bool isDos = ends > 0 && ends == std::ranges::count_if(lines, [](const auto& line) {
+                                       return line.ends_with('\r');
+                                   });
+    for (auto& line : lines) {
+        if (isDos && line.ends_with('\r')) line.pop_back();
+        told.push_back(Readable(line));
+    }
+    if (isDos) told.emplace_back("(CR LF)");
+    if (!text.empty() && !text.ends_with('\n')) told.emplace_back("(no line end)");
+}
+
+// The lines that only one of two texts has, in order: the longest common part is left out.
+void ShowDifference(const std::string& before, const std::string& after,
+                    std::vector<std::string>& told) {
+    const auto a = Lines(before), b = Lines(after);
+    std::vector<std::vector<int>> common(a.size() + 1, std::vector<int>(b.size() + 1));
+    for (std::size_t i = a.size(); i-- > 0;) {
+        for (std::size_t k = b.size(); k-- > 0;) {
+            common[i][k] = a[i] == b[k] ? common[i + 1][k + 1] + 1
+                                        : std::max(common[i + 1][k], common[i][k + 1]);
+        }
+    }
+    for (std::size_t i = 0, k = 0; i < a.size() || k < b.size();) {
+        if (i < a.size() && k < b.size() && a[i] == b[k]) {
+            ++i, ++k;
+        } else if (k == b.size() || (i < a.size() && common[i + 1][k] >= common[i][k + 1])) {
+            told.push_back("- " + Readable(a[i++]));
+        } else {
+            told.push_back("+ " + Readable(b[k++]));
+        }
+    }
+}
+
+// A mailbox by a reader that shares nothing with kvsync: "mailbox E/In"; the mails from number
+// `ours` on must be as the translator writes them.
+void ShowMailbox(const std::string& name, std::uint32_t ours, std::vector<std::string>& told) {
+    mailbox_check::Rules rules;
+    rules.ours = ours;
+    const auto report =
+        mailbox_check::Check(test::ReadDisk(name + ".mbx"), test::ReadDisk(name + ".toc"), rules);
+    for (const auto& mail : report.mails) {
+        told.push_back(std::to_string(mail.id) + " state " + std::to_string(mail.state) + " | " +
+                       Readable(mail.from) + " | " + Readable(mail.subject));
+        for (const auto& path : mail.attachments) told.push_back("  with " + Readable(path));
+    }
+    for (const auto& fault : report.faults) told.push_back("fault: " + fault);
+}
+
+}  // namespace
+
+World::World() : m_home(fs::current_path()) {
+    static int number = 0;
+    m_folder = fs::temp_directory_path() / ("kvcase-" + std::to_string(platform::ProcessNumber()) +
+                                            "-" + std::to_string(++number));
+    fs::create_directories(m_folder / "state");
+    m_folder = fs::canonical(m_folder);
+    fs::current_path(m_folder);
+    const std::pair<const char*, std::string> variables[] = {
+        {"HOME", (m_folder / "home").string()},
+        {"LOCALAPPDATA", (m_folder / "state").string()},
+        {"XDG_STATE_HOME", (m_folder / "state").string()},
+        {"XDG_CONFIG_HOME", (m_folder / "config").string()},
+        {"WINEPREFIX", (m_folder / "no-prefix").string()},
+        {"TZ", "UTC"},
+        {"LC_ALL", "C.UTF-8"}};
+    for (const auto& [name, value] : variables) {
+        if (kIsWindows && std::string(name) == "WINEPREFIX") continue;
+        (void)platform::SetEnvironment(name, value);
+    }
+}
+
+World::~World() {
+    fs::current_path(m_home);
+    std::error_code ignored;
+    for (const auto& entry : fs::recursive_directory_iterator(m_folder, ignored)) {
+        if (!entry.is_symlink()) {
+            fs::permissions(entry.path(), fs::perms::owner_all, fs::perm_options::add, ignored);
+        }
+    }
+    fs::remove_all(m_folder, ignored);
+}
+
+std::vector<std::string> World::Do(const std::string& command,
+                                   const std::vector<std::string>& input) {
+    std::vector<std::string> told;
+    try {
+        const auto words = Words(Meant(command));
+        if (DoWithFiles(words, input, told)) return told;
+        const Files before = AllFiles();
+        Run(words, input, told);
+        TellNews(before, AllFiles(), told);
+    } catch (const std::exception& fault) {
+        told.push_back(std::string("(cannot be done: ") + fault.what() + ')');
+    }
+    return told;
+}
+
+bool World::DoWithFiles(const std::vector<std::string>& words,
+                        const std::vector<std::string>& input, std::vector<std::string>& told) {
+    const auto word = [&](std::size_t i) { return i < words.size() ? words[i] : std::string(); };
+    const auto name = [&](std::size_t i) { return Named(word(i)); };
+    const auto change = [&](const std::function<void(std::string&)>& edit) {
+        const std::string file = name(1);
+        std::string content = test::ReadDisk(file);
+        edit(content);
+        test::WriteDisk(m_folder / file, content);
+    };
+    const std::map<std::string, std::function<void()>> commands = {
+        {"samples", [&] { fs::copy(KV_SAMPLES, word(1), fs::copy_options::recursive); }},
+        {"folder", [&] { fs::create_directories(word(1)); }},
+        {"write",
+         [&] {
+             const std::string end = word(2) == "crlf" ? "\r\n" : "\n";
+             test::WriteDisk(m_folder / word(1), BytesOf(Joined(input, end)));
+         }},
+        {"replace",
+         [&] {
+             change([&](std::string& content) {
+                 const auto at = content.find(word(2));
+                 if (at == content.npos) throw std::runtime_error("no " + word(2));
+                 content.replace(at, word(2).size(), word(3));
+             });
+         }},
+        {"patch",
+         [&] {
+             change([&](std::string& content) {
+                 content.replace(std::stoul(word(2)), word(3).size(), word(3));
+             });
+         }},
+        {"resize", [&] { fs::resize_file(name(1), std::stoull(word(2))); }},
+        {"remove", [&] { fs::remove_all(name(1)); }},
+        {"copy", [&] { fs::copy(name(1), word(2), fs::copy_options::recursive); }},
+        {"move", [&] { fs::rename(name(1), word(2)); }},
+        {"link", [&] { fs::create_symlink(word(1), word(2)); }},
+        {"readonly",
+         [&] {
+             fs::permissions(
+                 name(1), fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write,
+                 fs::perm_options::remove);
+         }},
+        {"cat",
+         [&] {
+             Show(test::ReadDisk(name(1)), told);
+             for (auto& line : told) line = Told(line);
+         }},
+        {"diff", [&] { ShowDifference(test::ReadDisk(name(1)), test::ReadDisk(name(2)), told); }},
+        {"mailbox",
+         [&] { ShowMailbox(word(1), word(2).empty() ? ~0U : std::stoul(word(2)), told); }}};
+    const auto found = commands.find(word(0));
+    if (found != commands.end()) found->second();
+    return found != commands.end();
+}
+
+void World::Run(const std::vector<std::string>& words, const std::vector<std::string>& input,
+                std::vector<std::string>& told) {
+    const bool isShell = std::ranges::find(words, "shell") != words.end() && !input.empty();
+    std::string script;
+    for (const auto& line : input) {
+        script += BytesOf(Meant(line.substr(0, isShell ? line.find(" => ") : line.npos))) + '\n';
+    }
+    test::WriteDisk(m_folder / "state/input", script);
+    // A shell keeps all in single quotes, cmd.exe knows double ones only.
+    const auto quoted = [](std::string word) {
+        if (kIsWindows) return '"' + word + "\" ";
+        Replace(word, "'", R"('\'')");
+        return '\'' + word + "' ";
+    };
+    std::string line;
+    auto word = words.begin();
+    for (; word->find('=') != word->npos; ++word) {
+        line += word->substr(0, word->find('=') + 1) + quoted(word->substr(word->find('=') + 1));
+    }
+    line += quoted((fs::path(platform::ProgramPath()).parent_path() / *word++).string());
+    for (; word != words.end(); ++word) line += quoted(*word);
+    line += "< state/input > state/out 2> state/err";
+    const int status = std::system((kIsWindows ? '"' + line + '"' : "umask 022; " + line).c_str());
+
+    auto answers = Lines(test::ReadDisk("state/out"));
+    const std::size_t operations = isShell ? std::min(input.size(), answers.size()) : 0;
+    for (std::size_t i = 0; i < operations; ++i) {
+        told.push_back("> " + input[i].substr(0, input[i].find(" => ")) + " => " +
+                       Readable(ShortAnswer(Told(answers[i]))));
+    }
+    for (std::size_t i = operations; i < answers.size(); ++i)
+        told.push_back(Readable(Told(answers[i])));
+    for (const auto& error : Lines(test::ReadDisk("state/err")))
+        told.push_back("! " + Readable(Told(error)));
+    const int code = status >= 256 ? status >> 8 : status;
+    if (code != 0) told.push_back("[" + std::to_string(code) + "]");
+}
+
+std::string World::Named(const std::string& name) const {
+    const auto open = name.find("/[");
+    if (open == name.npos || !name.ends_with(']')) return name;
+    std::string found;
+    for (const auto& entry : fs::directory_iterator(name.substr(0, open))) {
+        const std::string part = name.substr(open + 2, name.size() - open - 3);
+        if (test::ReadDisk(entry.path()).find(part) == std::string::npos) continue;
+        if (!found.empty()) throw std::runtime_error(name + " is more than one file");
+        found = entry.path().generic_string();
+    }
+    if (found.empty()) throw std::runtime_error(name + " is no file");
+    return found;
+}
+
+std::string World::Told(std::string line) {
+    static const std::regex kBackup("^[0-9]{8}-[0-9]{6}(-[0-9]+)?");
+    if (std::smatch id; std::regex_search(line, id, kBackup)) m_backup = id[0];
+    const std::string folder = m_folder.string();
+    if (kIsWindows) {
+        std::string escaped = folder;
+        Replace(escaped, "\\", "\\\\");
+        Replace(line, escaped + R"(\\E\\)", kBareFolder);
+        if (line.find(folder) != line.npos) std::ranges::replace(line, '\\', '/');
+    }
+    Replace(line, m_folder.generic_string(), "<here>");
+    return WithMarks(line);
+}
+
+std::string World::Meant(std::string line) const {
+    Replace(line, "<time>", m_backup);
+    Replace(line, "<here>", m_folder.generic_string());
+    if (kIsWindows) {
+        std::string folder = (m_folder / "E").string() + '\\';
+        Replace(folder, "\\", "\\\\");
+        Replace(line, kBareFolder, folder);
+    }
+    return line;
+}
+
+World::Files World::AllFiles() {
+    Files files;
+    for (auto entry = fs::recursive_directory_iterator("."); entry != fs::end(entry); ++entry) {
+        const std::string name = entry->path().lexically_relative(".").generic_string();
+        if (name == "state" || name == "config") {
+            entry.disable_recursion_pending();
+            continue;
+        }
+        if (entry->is_symlink()) {
+            files[name + " -> " + fs::read_symlink(entry->path()).generic_string()];
+        } else if (entry->is_directory()) {
+            files[name + "/"];
+        } else if (entry->is_regular_file()) {
+            const bool isHuge = entry->file_size() > 1u << 24;
+            files[name] = {
+                isHuge ? std::to_string(entry->file_size()) : test::ReadDisk(entry->path()),
+                entry->last_write_time()};
+        }
+    }
+    return files;
+}
+
+void World::TellNews(const Files& before, const Files& after, std::vector<std::string>& told) {
+    std::map<std::string, int> news;
+    const auto tell = [&](const char* sign, const std::string& name) {
+        ++news[sign + Readable(WithMarks(name))];
+    };
+    for (const auto& [name, entry] : before) {
+        const auto now = after.find(name);
+        if (now == after.end())
+            tell("- ", name);
+        else if (now->second.content != entry.content)
+            tell("~ ", name);
+        else if (now->second.time != entry.time)
+            tell("= ", name);
+    }
+    for (const auto& [name, entry] : after) {
+        if (!before.contains(name)) tell("+ ", name);
+    }
+    for (const auto& [line, count] : news) {
+        told.push_back(count == 1 ? line : line + " (" + std::to_string(count) + ")");
+    }
+}
+
+}  // namespace cases
