@@ -8,12 +8,6 @@
 
 namespace addressbook {
 
-std::string_view Trimmed(std::string_view text) {
-    while (!text.empty() && kSpaceSet.Has(text.front())) text.remove_prefix(1);
-    while (!text.empty() && kSpaceSet.Has(text.back())) text.remove_suffix(1);
-    return text;
-}
-
 std::string_view Line::Text() const {
     const bool hasCr = ended && !bytes.empty() && bytes.back() == '\r';
     return bytes.substr(0, bytes.size() - (hasCr ? 1 : 0));
@@ -43,9 +37,7 @@ EntryHead ScanEntryHead(std::string_view line) {
 
 bool IsGroupName(std::string_view nickname) {
     constexpr std::string_view kGroup = "group";
-    if (nickname.size() < kGroup.size()) return false;
-    return std::equal(kGroup.begin(), kGroup.end(), nickname.begin(),
-                      [](char lower, char byte) { return lower == byte || lower - 32 == byte; });
+    return text::StartsWithNoCase(nickname, kGroup);
 }
 
 bool FitsRecord(std::string_view nickname) {

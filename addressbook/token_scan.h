@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <string_view>
 
+#include "text/ascii.h"
+
 namespace addressbook {
 
 // A set of bytes that end a token.
@@ -53,11 +55,14 @@ inline constexpr ByteSet kLineEndSet("\n\r");
 inline constexpr ByteSet kAddressSet(",");
 inline constexpr ByteSet kNoteWordSet(" ");
 inline constexpr ByteSet kNoteSet("<>\r\n");
+inline constexpr std::string_view kSpaces = " \t\r\n\v\f";
+inline constexpr ByteSet kSpaceSet(kSpaces);
 // What a note line cannot hold in a value.
 inline constexpr ByteSet kNoteEndSet("<>\r");
-inline constexpr ByteSet kSpaceSet(" \t\r\n\v\f");
 
 // Without white space at both ends.
-std::string_view Trimmed(std::string_view text);
+inline std::string_view Trimmed(std::string_view text) {
+    return text::Trimmed(text, kSpaces);
+}
 
 }  // namespace addressbook

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "text/ascii.h"
+
 namespace eumapi {
 
 namespace {
@@ -12,13 +14,12 @@ constexpr std::string_view kBlanks = " \t\r";
 constexpr std::string_view kBlankLine = "\n\n";
 
 std::string_view PathIn(std::string_view line) {
-    line.remove_prefix(kMarker.size());
-    line.remove_prefix(std::min(line.find_first_not_of(kBlanks), line.size()));
+    line = text::TrimmedFront(line.substr(kMarker.size()), kBlanks);
     if (line.starts_with('"')) {
         line.remove_prefix(1);
         return line.substr(0, line.find('"'));
     }
-    return line.substr(0, line.find_last_not_of(kBlanks) + 1);
+    return text::TrimmedBack(line, kBlanks);
 }
 
 // Whether the reader finds each of the last lines, as many as files are handed out, by the blank

@@ -4,6 +4,7 @@
 
 #include "platform/os/code_page.h"
 #include "platform/os/profile.h"
+#include "text/ascii.h"
 #include "text/double_byte.h"
 #include "text/path.h"
 #include "text/plain_name.h"
@@ -19,8 +20,7 @@ constexpr std::size_t kMostFolders = 16;
 // A mail must not make us talk to another machine.
 bool IsOnDrive(std::string_view path) {
     if (path.size() < 4 || path[1] != ':' || (path[2] != '\\' && path[2] != '/')) return false;
-    const char drive = path[0];
-    return (drive >= 'A' && drive <= 'Z') || (drive >= 'a' && drive <= 'z');
+    return text::IsLetter(path[0]);
 }
 
 // The same for all names that the system takes for one.

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "platform/os/code_page.h"
+#include "text/ascii.h"
 
 namespace eumapi {
 
@@ -46,24 +47,14 @@ constexpr Charset kCharsets[] = {{"utf-8", 65001},
                                  {"ks_c_5601-1987", 949},
                                  {"big5", 950}};
 
-char Lower(char letter) {
-    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-}
-
 // A language behind a star is no part of the name.
 const Charset* FindCharset(std::string_view name) {
     name = name.substr(0, name.find('*'));
     const auto isNamed = [&](const Charset& charset) {
-        return std::equal(name.begin(), name.end(), charset.name.begin(), charset.name.end(),
-                          [](char a, char b) { return Lower(a) == b; });
+        return text::EqualNoCase(name, charset.name);
     };
     const auto found = std::find_if(std::begin(kCharsets), std::end(kCharsets), isNamed);
     return found == std::end(kCharsets) ? nullptr : found;
-}
-
-int HexValue(char letter) {
-    const auto at = std::string_view("0123456789abcdef").find(Lower(letter));
-    return at == std::string_view::npos ? -1 : static_cast<int>(at);
 }
 
 std::optional<std::string> FromQ(std::string_view text) {
@@ -74,7 +65,7 @@ std::optional<std::string> FromQ(std::string_view text) {
             continue;
         }
         if (text.size() - i < 3) return std::nullopt;
-        const int high = HexValue(text[i + 1]), low = HexValue(text[i + 2]);
+        const int high = text::HexValue(text[i + 1]), low = text::HexValue(text[i + 2]);
         if (high < 0 || low < 0) return std::nullopt;
         bytes += static_cast<char>(high << 4 | low);
         i += 2;
@@ -213,7 +204,7 @@ std::optional<Word> TakeWord(std::string_view text) {
     const std::string_view window = text.substr(0, 4096);
     const auto charsetEnd = window.find('?', 2);
     if (charsetEnd == window.npos || window.size() - charsetEnd < 5) return std::nullopt;
-    const char encoding = Lower(window[charsetEnd + 1]);
+    const char encoding = text::Lower(window[charsetEnd + 1]);
     if (window[charsetEnd + 2] != '?') return std::nullopt;
     const auto start = charsetEnd + 3;
     const auto end = window.find("?=", start);

@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <vector>
 
+#include "text/ascii.h"
+
 namespace eumapi {
 
 namespace {
@@ -22,10 +24,6 @@ struct Zone {
 constexpr Zone kZones[] = {{"est", -5}, {"edt", -4}, {"cst", -6}, {"cdt", -5},
                            {"mst", -7}, {"mdt", -6}, {"pst", -8}, {"pdt", -7}};
 
-bool IsDigit(char letter) {
-    return letter >= '0' && letter <= '9';
-}
-
 // Lower-case words, cut at blanks and commas, without comments.
 std::vector<std::string> Words(std::string_view text) {
     std::vector<std::string> words(1);
@@ -36,7 +34,7 @@ std::vector<std::string> Words(std::string_view text) {
             comment == 0 && static_cast<unsigned char>(letter) > ' ' && letter != ',';
         if (letter == ')' && comment > 0) --comment;
         if (isPart) {
-            words.back() += letter >= 'A' && letter <= 'Z' ? char(letter - 'A' + 'a') : letter;
+            words.back() += text::Lower(letter);
         } else if (!words.back().empty()) {
             if (words.size() == kMostWords) return words;
             words.emplace_back();
@@ -51,7 +49,7 @@ std::optional<int> Number(std::string_view text) {
     if (text.empty() || text.size() > 4) return std::nullopt;
     int number = 0;
     for (const char letter : text) {
-        if (!IsDigit(letter)) return std::nullopt;
+        if (!text::IsDigit(letter)) return std::nullopt;
         number = number * 10 + (letter - '0');
     }
     return number;
@@ -101,7 +99,7 @@ std::optional<seconds> ZoneOffset(std::string_view word) {
         if (word == zone.name) return seconds(zone.hours * 3600);
     }
     // UT, GMT, the letters of the military, whose signs were told wrongly once, and all others.
-    if (!word.empty() && word[0] >= 'a' && word[0] <= 'z') return seconds(0);
+    if (!word.empty() && text::IsLetter(word[0])) return seconds(0);
     return std::nullopt;
 }
 

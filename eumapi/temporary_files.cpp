@@ -1,7 +1,10 @@
 #include "eumapi/temporary_files.h"
 
+#include <algorithm>
 #include <new>
 #include <string_view>
+
+#include "text/ascii.h"
 
 namespace eumapi {
 
@@ -17,7 +20,7 @@ constexpr int kMostTries = 100;
 bool IsTemporaryName(std::string_view name) {
     name.remove_prefix(kTemporaryPrefix.size());
     name.remove_suffix(kExtension.size());
-    return name.find_first_not_of("0123456789ABCDEFabcdef") == name.npos;
+    return std::ranges::all_of(name, [](char letter) { return text::HexValue(letter) >= 0; });
 }
 
 void Sweep(platform::Files& files, const std::string& folder) {

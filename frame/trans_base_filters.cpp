@@ -3,7 +3,7 @@
 #include "frame/guard.h"
 #include "frame/trans_base.h"
 #include "platform/os/code_page.h"
-#include "text/ascii_case.h"
+#include "text/ascii.h"
 #include "text/double_byte.h"
 
 using frame::Guarded;

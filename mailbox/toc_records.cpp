@@ -4,6 +4,7 @@
 #include <array>
 
 #include "platform/os/little_endian.h"
+#include "text/ascii.h"
 
 namespace mailbox {
 
@@ -48,18 +49,6 @@ std::string Padded(std::string_view bytes, std::size_t size) {
     std::string whole(bytes.substr(0, size));
     whole.resize(size, '\0');
     return whole;
-}
-
-// -1 for a letter that is no hexadecimal digit.
-int HexValue(char letter) {
-    if (letter >= '0' && letter <= '9') return letter - '0';
-    if (letter >= 'A' && letter <= 'F') return letter - 'A' + 10;
-    if (letter >= 'a' && letter <= 'f') return letter - 'a' + 10;
-    return -1;
-}
-
-bool IsBlank(char letter) {
-    return letter == ' ' || (letter >= '\t' && letter <= '\r');
 }
 
 }  // namespace
@@ -154,11 +143,11 @@ std::string IndexIdOf(std::uint32_t msgId) {
 }
 
 std::uint32_t MsgIdOf(std::string_view indexId) {
-    while (!indexId.empty() && IsBlank(indexId.front())) indexId.remove_prefix(1);
+    indexId = text::TrimmedFront(indexId, " \t\n\v\f\r");
     if (indexId.starts_with("0x") || indexId.starts_with("0X")) indexId.remove_prefix(2);
     std::uint32_t number = 0;
     for (const char letter : indexId) {
-        const int value = HexValue(letter);
+        const int value = text::HexValue(letter);
         if (value < 0) break;
         number = number << 4 | static_cast<std::uint32_t>(value);
     }

@@ -4,7 +4,7 @@
 
 #include "frame/guard.h"
 #include "integration/dialogs/eudora_options_dlg.h"
-#include "text/ascii_case.h"
+#include "text/ascii.h"
 
 using frame::Guarded;
 using frame::StringId;

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "text/ascii_case.h"
+#include "text/ascii.h"
 #include "text/double_byte.h"
 #include "text/path.h"
 

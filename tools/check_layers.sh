@@ -11,14 +11,14 @@ cd "${1:-$(dirname "$0")/..}"
 
 read -r -d '' layers << 'END' || true
 text                 -
-platform/os          -
+platform/os          text
 platform/mfc         platform/os
 platform/kvutil      platform/os platform/mfc text frame/interface/result_codes.h
 platform/posix       platform/os text
 platform/prefix      platform/os platform/posix text
 platform/windows     platform/os text
 platform/testing     platform/os text
-mailbox              platform/os
+mailbox              platform/os text
 mapi                 platform/os platform/kvutil frame/interface/field_ids.h
 integration/locate   platform/os platform/mfc platform/kvutil text
 frame/interface      platform/mfc
@@ -28,18 +28,18 @@ addressbook          platform/os platform/mfc platform/kvutil frame integration/
 mailstore            platform/os platform/mfc platform/kvutil frame integration mailbox mapi text
 eumapi               platform/os integration/locate mailbox mapi text
 module               platform/os frame addressbook mailstore
-host/base            platform/os
+host/base            platform/os text
 host/eudora          platform/os host/base text
 host/translator      platform/os platform/kvutil frame/interface host/base host/eudora mailbox
-host/vcard           platform/os host/base
-host/maildir         platform/os
+host/vcard           platform/os host/base text
+host/maildir         platform/os text
 host/state           platform/os host/base
 host/backup          platform/os host/base
 host/mail            platform/os platform/kvutil frame/interface host/base host/eudora host/translator host/maildir text
 host/contacts        platform/os frame/interface host/base host/translator host/vcard text
 host/sync            platform/os host/base host/state host/backup
 host/contactsync     host/base host/translator host/state host/backup host/contacts host/sync
-host/mailsync        platform/os host/base host/translator host/maildir host/state host/backup host/mail host/sync
+host/mailsync        platform/os host/base host/translator host/maildir host/state host/backup host/mail host/sync text
 host/dialogs         platform/os host/base text
 host/shell           platform/os platform/kvutil frame/interface host/base host/translator
 host/doctor          platform/os host/base host/eudora host/translator

@@ -1,6 +1,7 @@
 #include "host/base/contact.h"
 
 #include "platform/os/code_page.h"
+#include "text/ascii.h"
 
 namespace host::base {
 
@@ -8,19 +9,6 @@ namespace {
 
 constexpr unsigned kUtf8 = 65001;
 constexpr std::string_view kBlanks = " \t\v\f";
-
-void AppendTrimmed(std::string& text, std::string_view line) {
-    const auto first = line.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) return;
-    text += line.substr(first, line.find_last_not_of(kBlanks) - first + 1);
-}
-
-bool IsAscii(std::string_view text) {
-    for (const char byte : text) {
-        if (static_cast<unsigned char>(byte) >= 0x80) return false;
-    }
-    return true;
-}
 
 }  // namespace
 
@@ -31,19 +19,18 @@ std::string_view FieldName(Field field) {
 }
 
 std::string Canonical(std::string_view text) {
-    const std::string valid = IsAscii(text) ? std::string(text) : platform::ToUtf8(text, kUtf8);
+    const std::string valid =
+        text::IsAscii(text) ? std::string(text) : platform::ToUtf8(text, kUtf8);
     std::string result;
     std::size_t start = 0;
     while (start <= valid.size()) {
         const std::size_t end = std::min(valid.find_first_of("\r\n", start), valid.size());
-        AppendTrimmed(result, std::string_view(valid).substr(start, end - start));
+        result += text::Trimmed(std::string_view(valid).substr(start, end - start), kBlanks);
         const bool isPair = valid.compare(end, 2, "\r\n") == 0;
         start = end + (isPair ? 2 : 1);
         result += '\n';
     }
-    const auto first = result.find_first_not_of('\n');
-    if (first == std::string::npos) return {};
-    return result.substr(first, result.find_last_not_of('\n') - first + 1);
+    return std::string(text::Trimmed(result, "\n"));
 }
 
 std::string DisplayName(const Contact& contact, std::string_view otherwise) {

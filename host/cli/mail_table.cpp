@@ -9,6 +9,7 @@
 #include "host/mail/encoded_words.h"
 #include "host/mail/mail_date.h"
 #include "host/mail/mail_text.h"
+#include "text/ascii.h"
 
 namespace host::cli {
 
@@ -79,7 +80,7 @@ std::string MailText(const mail::Mail& mail) {
     for (const mail::MailAttachment& attachment : mail.attachments) {
         text += Field("Attachment:", attachment.name);
     }
-    text += '\n' + mail::NormalLineEnds(mail.body.value_or(""));
+    text += '\n' + text::WithLineFeeds(mail.body.value_or(""));
     if (!text.ends_with('\n')) text += '\n';
     for (const std::string& note : mail.notes) text += "[not read: " + base::OneLine(note) + "]\n";
     return text;
@@ -103,7 +104,7 @@ std::string MailJson(const mail::Mail& mail, bool whole) {
         json["attachments"].push_back(attachment.name);
     }
     if (whole) {
-        json["body"] = mail.body ? Json(mail::NormalLineEnds(*mail.body)) : Json(nullptr);
+        json["body"] = mail.body ? Json(text::WithLineFeeds(*mail.body)) : Json(nullptr);
         json["notes"] = mail.notes;
     }
     return base::JsonText(json);

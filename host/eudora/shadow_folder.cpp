@@ -5,6 +5,7 @@
 
 #include "host/base/exit_code.h"
 #include "host/base/native_path.h"
+#include "text/ascii.h"
 
 namespace host::eudora {
 
@@ -34,22 +35,13 @@ platform::Status Unfold(const fs::path& path) {
     return StatusOf(error, path);
 }
 
-bool SameLetters(const std::string& a, const std::string& b) {
-    return std::ranges::equal(a, b, [](unsigned char x, unsigned char y) {
-        const auto lower = [](unsigned char letter) {
-            return letter >= 'A' && letter <= 'Z' ? letter + 32 : letter;
-        };
-        return lower(x) == lower(y);
-    });
-}
-
 // The name that `folder` has for it; as it is spelt if there is none.
 fs::path Spelt(const fs::path& folder, const std::string& name) {
     std::error_code ignored;
     if (fs::exists(fs::symlink_status(folder / base::ToPath(name), ignored)))
         return base::ToPath(name);
     for (const auto& entry : fs::directory_iterator(folder, ignored)) {
-        if (SameLetters(base::FromPath(entry.path().filename()), name))
+        if (text::EqualNoCase(base::FromPath(entry.path().filename()), name))
             return entry.path().filename();
     }
     return base::ToPath(name);

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "host/mail/mime_entity.h"
+#include "text/ascii.h"
 #include "text/path.h"
 
 namespace host::mail {
@@ -26,14 +26,14 @@ AttachFolder::AttachFolder(platform::Files& files, platform::Files& native, std:
 
 // Other letters may be one to the system that are two here, so it is asked as well.
 bool AttachFolder::Take(const std::string& name) {
-    return m_taken.insert(Lowered(name)).second && !m_files.Exists(m_folder + name);
+    return m_taken.insert(text::Lowered(name)).second && !m_files.Exists(m_folder + name);
 }
 
 std::string AttachFolder::FreeName(const std::string& name) {
     if (Take(name)) return name;
     auto parts = text::SplitPath(name, m_codePage);
     const std::string stem = parts.name;
-    unsigned& number = m_lastNumber.try_emplace(Lowered(name), 1).first->second;
+    unsigned& number = m_lastNumber.try_emplace(text::Lowered(name), 1).first->second;
     std::string numbered;
     do {
         parts.name = stem + '-' + std::to_string(++number);
@@ -46,7 +46,7 @@ void AttachFolder::ChooseNames(std::vector<NewAttachment>& attachments) {
     if (!m_isListed && !attachments.empty()) {
         const auto entries = m_files.List(m_folder, "*");
         for (const auto& entry : entries ? *entries : std::vector<platform::FolderEntry>()) {
-            m_taken.insert(Lowered(entry.name));
+            m_taken.insert(text::Lowered(entry.name));
         }
         m_isListed = true;
     }

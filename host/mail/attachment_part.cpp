@@ -6,6 +6,7 @@
 #include "host/mail/content_type.h"
 #include "host/mail/header_block.h"
 #include "host/mail/transfer_encoding.h"
+#include "text/ascii.h"
 
 namespace host::mail {
 
@@ -18,8 +19,7 @@ constexpr std::string_view kFileName = "filename";
 // What RFC 2231 leaves as it is.
 bool IsPlainLetter(char letter) {
     constexpr std::string_view kMarks = "!#$&+-.^_`{|}~";
-    return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z') ||
-           (letter >= '0' && letter <= '9') || kMarks.find(letter) != kMarks.npos;
+    return text::IsLetter(letter) || text::IsDigit(letter) || kMarks.find(letter) != kMarks.npos;
 }
 
 std::string Escaped(std::string_view name) {
@@ -56,9 +56,7 @@ std::string ExtendedParameter(std::string_view name) {
 
 // The name as a parameter, in the form of RFC 2231 where it needs one.
 std::string FileNameParameter(std::string_view name) {
-    const bool isAscii =
-        std::ranges::all_of(name, [](char letter) { return (letter & 0x80) == 0; });
-    if (!isAscii || name.size() > kLineWidth) return ExtendedParameter(name);
+    if (!text::IsAscii(name) || name.size() > kLineWidth) return ExtendedParameter(name);
     const auto plain = static_cast<std::size_t>(std::ranges::count_if(name, IsPlainLetter));
     const std::size_t odd = name.size() - plain;
     const bool fits = kFileName.size() + name.size() + odd <= kLineWidth - 2;
@@ -71,9 +69,7 @@ std::string FileNameParameter(std::string_view name) {
 // A name without folders and without what no file name holds.
 std::string PlainName(const std::string& name) {
     std::string plain = name.substr(name.find_last_of("/\\") + 1);
-    for (char& letter : plain) {
-        if (static_cast<unsigned char>(letter) < 0x20 || letter == 0x7F) letter = '_';
-    }
+    std::ranges::replace_if(plain, text::IsControl, '_');
     return plain.empty() ? "attachment" : plain;
 }
 

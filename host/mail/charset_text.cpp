@@ -4,6 +4,7 @@
 
 #include "platform/os/charset.h"
 #include "platform/os/code_page.h"
+#include "text/ascii.h"
 #include "text/utf.h"
 
 namespace host::mail {
@@ -12,10 +13,6 @@ namespace {
 
 constexpr std::size_t kLongestCharset = 40;
 constexpr unsigned kUtf8 = 65001;
-
-char Lower(char letter) {
-    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + ('a' - 'A')) : letter;
-}
 
 // What mail programs mean by a name, where it is not the plain one.
 std::string CharsetMeant(const std::string& charset) {
@@ -36,14 +33,13 @@ std::string CharsetMeant(const std::string& charset) {
                   {"ks_c_5601-1987", "cp949"},
                   {"euc-kr", "cp949"},
                   {"iso-8859-8-i", "iso-8859-8"}};
-    std::string lower = charset;
-    std::ranges::transform(lower, lower.begin(), Lower);
+    const std::string lower = text::Lowered(charset);
     for (const auto& row : kMeant) {
         if (lower == row.name) return row.meant;
     }
     const bool isName = lower.size() <= kLongestCharset && std::ranges::all_of(lower, [](char c) {
-                            return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' ||
-                                   c == '_' || c == ':' || c == '.';
+                            return text::IsLetter(c) || text::IsDigit(c) || c == '-' || c == '_' ||
+                                   c == ':' || c == '.';
                         });
     return isName ? lower : std::string();
 }

@@ -9,6 +9,7 @@
 #include "host/mail/mail_text.h"
 #include "host/mail/message_id.h"
 #include "host/mail/transfer_encoding.h"
+#include "text/ascii.h"
 
 namespace host::mail {
 
@@ -151,7 +152,7 @@ std::chrono::seconds OffsetAt(platform::Clock& clock, const Mail& mail) {
 platform::Status ComposeMail(platform::Files& files, const Mail& mail, std::chrono::seconds offset,
                              const MessageSink& sink) {
     const std::string_view body = mail.body ? std::string_view(*mail.body) : std::string_view();
-    const auto texts = Encode(SplitText(NormalLineEnds(body)));
+    const auto texts = Encode(SplitText(text::WithLineFeeds(body)));
     std::string message = HeaderOf(mail, offset);
     message.reserve(kHeaderRoom + body.size());
     if (texts.size() == 1 && mail.attachments.empty() && mail.notes.empty()) {

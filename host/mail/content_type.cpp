@@ -4,6 +4,8 @@
 #include <iterator>
 #include <string>
 
+#include "text/ascii.h"
+
 namespace host::mail {
 
 namespace {
@@ -64,10 +66,8 @@ static_assert(std::ranges::is_sorted(kTypes, {}, &TypeRow::extension));
 
 std::string_view ContentTypeOf(std::string_view fileName) {
     const auto dot = fileName.rfind('.');
-    std::string extension(dot == std::string_view::npos ? "" : fileName.substr(dot + 1));
-    for (char& letter : extension) {
-        if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter + ('a' - 'A'));
-    }
+    const std::string extension =
+        text::Lowered(dot == std::string_view::npos ? "" : fileName.substr(dot + 1));
     const auto row = std::ranges::lower_bound(kTypes, extension, {}, &TypeRow::extension);
     if (row == std::end(kTypes) || row->extension != extension) return "application/octet-stream";
     return row->type;

@@ -2,6 +2,7 @@
 
 #include "host/mail/charset_text.h"
 #include "host/mail/transfer_encoding.h"
+#include "text/ascii.h"
 
 namespace host::mail {
 
@@ -13,10 +14,6 @@ constexpr std::size_t kLongestWord = 900;  // bytes; a line holds 998
 // "=?UTF-8?B?" and "?=" and base64 of this many bytes make 72 characters of the 75 allowed.
 constexpr std::size_t kBytesInWord = 45;
 
-bool IsControl(char letter) {
-    return static_cast<unsigned char>(letter) < 0x20 || letter == 0x7F;
-}
-
 std::size_t WordBytes(std::string_view text) {
     if (text.size() <= kBytesInWord) return text.size();
     std::size_t bytes = kBytesInWord;
@@ -27,19 +24,13 @@ std::size_t WordBytes(std::string_view text) {
     return bytes;
 }
 
-int HexValue(char letter) {
-    if (letter >= '0' && letter <= '9') return letter - '0';
-    const char lower = static_cast<char>(letter | 0x20);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
-
 // What is no escape stands for itself.
 std::string FromQ(std::string_view payload) {
     std::string bytes;
     for (std::size_t i = 0; i < payload.size(); ++i) {
         const bool isEscape = payload[i] == '=' && i + 2 < payload.size();
-        const int high = isEscape ? HexValue(payload[i + 1]) : -1;
-        const int low = isEscape ? HexValue(payload[i + 2]) : -1;
+        const int high = isEscape ? text::HexValue(payload[i + 1]) : -1;
+        const int low = isEscape ? text::HexValue(payload[i + 2]) : -1;
         if (high >= 0 && low >= 0) {
             bytes += static_cast<char>(high << 4 | low);
             i += 2;
@@ -72,7 +63,7 @@ std::string FromBase64(std::string_view payload) {
 bool NeedsEncoding(std::string_view text) {
     std::size_t word = 0;
     for (const char letter : text) {
-        if (static_cast<unsigned char>(letter) >= 0x80 || IsControl(letter)) return true;
+        if (static_cast<unsigned char>(letter) >= 0x80 || text::IsControl(letter)) return true;
         word = letter == ' ' ? 0 : word + 1;
         if (word > kLongestWord) return true;
     }
@@ -146,13 +137,7 @@ std::string DecodeWords(std::string_view text) {
 }
 
 std::string HeaderText(const std::string& text) {
-    std::string clean = DecodeWords(text);
-    for (char& letter : clean) {
-        if (IsControl(letter)) letter = ' ';
-    }
-    clean.erase(clean.find_last_not_of(' ') + 1);
-    clean.erase(0, clean.find_first_not_of(' '));
-    return clean;
+    return text::WithoutControls(DecodeWords(text));
 }
 
 }  // namespace host::mail

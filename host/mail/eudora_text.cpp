@@ -5,8 +5,8 @@
 #include <gmime/gmime.h>
 
 #include "host/mail/charset_text.h"
-#include "host/mail/mime_entity.h"
 #include "platform/os/code_page.h"
+#include "text/ascii.h"
 #include "text/double_byte.h"
 #include "text/path.h"
 
@@ -34,8 +34,8 @@ std::string Composed(const std::string& text) {
 
 template <std::size_t kCount>
 bool BeginsWithAny(std::string_view text, const std::string_view (&marks)[kCount]) {
-    return std::ranges::any_of(marks,
-                               [text](std::string_view mark) { return BeginsNoCase(text, mark); });
+    return std::ranges::any_of(
+        marks, [text](std::string_view mark) { return text::StartsWithNoCase(text, mark); });
 }
 
 // Every kind of line end as CR LF, zero bytes as blanks.
@@ -84,28 +84,27 @@ constexpr std::string_view kDevices[] = {"CON", "PRN", "AUX", "NUL", "CONIN$", "
 
 bool IsDevice(std::string_view name) {
     std::string_view stem = name.substr(0, name.find('.'));
-    stem = stem.substr(0, stem.find_last_not_of(' ') + 1);
-    const bool isNumbered =
-        stem.size() >= 4 && (BeginsNoCase(stem, "COM") || BeginsNoCase(stem, "LPT"));
-    return (isNumbered && stem.size() <= 5) ||
-           std::ranges::any_of(kDevices, [&](auto device) { return EqualsNoCase(stem, device); });
+    stem = text::TrimmedBack(stem, " ");
+    const bool isNumbered = stem.size() >= 4 && (text::StartsWithNoCase(stem, "COM") ||
+                                                 text::StartsWithNoCase(stem, "LPT"));
+    return (isNumbered && stem.size() <= 5) || std::ranges::any_of(kDevices, [&](auto device) {
+               return text::EqualNoCase(stem, device);
+           });
 }
 
 // Of the UTF-8 name, where every forbidden letter is itself.
 std::string WithoutForbidden(std::string_view name) {
     std::string plain(name.substr(name.find_last_of("/\\") + 1));
     for (char& letter : plain) {
-        const bool isControl = static_cast<unsigned char>(letter) < ' ' || letter == 0x7F;
-        if (isControl || kForbidden.find(letter) != std::string_view::npos) letter = '_';
+        if (text::IsControl(letter) || kForbidden.find(letter) != std::string_view::npos)
+            letter = '_';
     }
     return plain;
 }
 
 // Windows drops them at an end, and at the front they hide a file.
 std::string_view Trimmed(std::string_view name) {
-    const auto begin = name.find_first_not_of(" .");
-    if (begin == std::string_view::npos) return {};
-    return name.substr(begin, name.find_last_not_of(" .") - begin + 1);
+    return text::Trimmed(name, " .");
 }
 
 std::string Shortened(const std::string& name, unsigned codePage) {
@@ -134,13 +133,7 @@ std::string EudoraText::Convert(const std::string& text) {
 }
 
 std::string EudoraText::Line(const std::string& text) {
-    std::string line = Convert(text);
-    for (char& letter : line) {
-        if (static_cast<unsigned char>(letter) < ' ' || letter == 0x7F) letter = ' ';
-    }
-    line.erase(line.find_last_not_of(' ') + 1);
-    line.erase(0, line.find_first_not_of(' '));
-    return line;
+    return text::WithoutControls(Convert(text));
 }
 
 std::string EudoraText::Body(const TextPiece& piece) {

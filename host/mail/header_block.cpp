@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "host/mail/encoded_words.h"
+#include "text/ascii.h"
 
 namespace host::mail {
 
@@ -14,8 +15,8 @@ constexpr std::size_t kLongestAddress = 900;
 constexpr std::string_view kAtomMarks = "!#$%&'*+-/=?^_`{|}~.";
 
 bool IsAtomLetter(char letter) {
-    return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z') ||
-           (letter >= '0' && letter <= '9') || kAtomMarks.find(letter) != std::string_view::npos;
+    return text::IsLetter(letter) || text::IsDigit(letter) ||
+           kAtomMarks.find(letter) != std::string_view::npos;
 }
 
 bool IsAtom(std::string_view text) {
@@ -45,12 +46,6 @@ bool IsAddress(std::string_view text) {
     return (IsAtom(local) || IsQuoted(local)) && IsDomain(text.substr(at + 1));
 }
 
-std::string Trimmed(std::string_view text) {
-    const auto begin = text.find_first_not_of(' ');
-    if (begin == std::string_view::npos) return {};
-    return std::string(text.substr(begin, text.find_last_not_of(' ') - begin + 1));
-}
-
 // A display name: words as they are, else quoted, else in encoded words.
 std::string Phrase(const std::string& name) {
     if (NeedsEncoding(name)) return EncodeWords(name);
@@ -60,8 +55,8 @@ std::string Phrase(const std::string& name) {
     return Quoted(name);
 }
 
-std::string Unquoted(const std::string& name) {
-    return IsQuoted(name) ? name.substr(1, name.size() - 2) : name;
+std::string Unquoted(std::string_view name) {
+    return std::string(IsQuoted(name) ? name.substr(1, name.size() - 2) : name);
 }
 
 std::string HeaderAddress(const std::string& text) {
@@ -69,7 +64,8 @@ std::string HeaderAddress(const std::string& text) {
     const auto open = text.rfind('<');
     if (open != std::string::npos && text.back() == '>') {
         const std::string address = text.substr(open + 1, text.size() - open - 2);
-        const std::string name = Unquoted(Trimmed(std::string_view(text).substr(0, open)));
+        const std::string name =
+            Unquoted(text::Trimmed(std::string_view(text).substr(0, open), " "));
         if (IsAddress(address)) return name.empty() ? address : Phrase(name) + " <" + address + '>';
     }
     return Phrase(Unquoted(text)) + ":;";

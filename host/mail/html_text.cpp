@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "host/mail/html_entities.h"
-#include "host/mail/mime_entity.h"
+#include "text/ascii.h"
 
 namespace host::mail {
 
@@ -44,13 +44,13 @@ Tag ParseTag(std::string_view inside) {
     tag.isEnd = inside.starts_with('/');
     if (tag.isEnd) inside.remove_prefix(1);
     const auto end = std::min(inside.find_first_of(" \t\r\n\f/"), inside.size());
-    tag.name = Lowered(inside.substr(0, end));
+    tag.name = text::Lowered(inside.substr(0, end));
     tag.attributes = inside.substr(end);
     return tag;
 }
 
 std::string_view TakeValue(std::string_view& rest) {
-    rest.remove_prefix(std::min(rest.find_first_not_of(kSpace), rest.size()));
+    rest = text::TrimmedFront(rest, kSpace);
     const bool isQuoted = rest.starts_with('"') || rest.starts_with('\'');
     const auto end = isQuoted ? rest.find(rest.front(), 1) : rest.find_first_of(kSpace);
     const auto value =
@@ -61,7 +61,7 @@ std::string_view TakeValue(std::string_view& rest) {
 
 std::string Attribute(std::string_view rest, std::string_view wanted) {
     while (!rest.empty()) {
-        rest.remove_prefix(std::min(rest.find_first_not_of(" \t\r\n\f/"), rest.size()));
+        rest = text::TrimmedFront(rest, " \t\r\n\f/");
         const auto end = std::min(rest.find_first_of("= \t\r\n\f"), rest.size());
         const auto name = rest.substr(0, end);
         rest.remove_prefix(end);
@@ -71,7 +71,7 @@ std::string Attribute(std::string_view rest, std::string_view wanted) {
             rest.remove_prefix(next + 1);
             value = TakeValue(rest);
         }
-        if (EqualsNoCase(name, wanted)) return DecodedEntities(value);
+        if (text::EqualNoCase(name, wanted)) return DecodedEntities(value);
     }
     return {};
 }
@@ -180,8 +180,7 @@ class HtmlReader {
             return m_rest.remove_prefix(end == kNone ? m_rest.size() : end + 3);
         }
         const char next = m_rest.size() > 1 ? m_rest[1] : '\0';
-        const bool isTag = (next >= 'a' && next <= 'z') || (next >= 'A' && next <= 'Z') ||
-                           next == '/' || next == '!' || next == '?';
+        const bool isTag = text::IsLetter(next) || next == '/' || next == '!' || next == '?';
         const auto end = isTag ? TagEnd() : kNone;
         if (end == kNone) {
             AddText("&lt;");
@@ -238,7 +237,7 @@ class HtmlReader {
         if (std::ranges::find(m_endless, name) != m_endless.end()) return;
         const std::string end = "</" + name;
         for (auto at = m_rest.find("</"); at != kNone; at = m_rest.find("</", at + 1)) {
-            if (!BeginsNoCase(m_rest.substr(at), end)) continue;
+            if (!text::StartsWithNoCase(m_rest.substr(at), end)) continue;
             return m_rest.remove_prefix(at);
         }
         // A page without an end of its head has a body all the same.
@@ -250,8 +249,9 @@ class HtmlReader {
         EndLink();
         std::string target = Attribute(tag.attributes, "href");
         std::erase_if(target, IsSpace);
-        const bool isShown = std::ranges::any_of(
-            kShownLinks, [&](std::string_view kind) { return BeginsNoCase(target, kind); });
+        const bool isShown = std::ranges::any_of(kShownLinks, [&](std::string_view kind) {
+            return text::StartsWithNoCase(target, kind);
+        });
         if (!isShown) return;
         m_link = std::move(target);
         m_linkStart = m_lines.Length();
@@ -260,7 +260,7 @@ class HtmlReader {
     void EndLink() {
         if (m_link.empty()) return;
         std::string_view shown = m_link;
-        if (BeginsNoCase(shown, "mailto:")) shown.remove_prefix(7);
+        if (text::StartsWithNoCase(shown, "mailto:")) shown.remove_prefix(7);
         const auto text = m_lines.From(m_linkStart);
         if (!Holds(text, shown)) m_lines.Add(" <" + std::string(shown) + ">", false);
         m_link.clear();

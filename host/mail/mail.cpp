@@ -2,15 +2,14 @@
 
 #include <algorithm>
 
+#include "text/ascii.h"
+
 namespace host::mail {
 
 namespace {
 
 std::string Printable(std::string text) {
-    std::ranges::replace_if(
-        text,
-        [](char letter) { return static_cast<unsigned char>(letter) < ' ' || letter == 0x7F; },
-        ' ');
+    std::ranges::replace_if(text, text::IsControl, ' ');
     return text;
 }
 

@@ -5,6 +5,7 @@
 
 #include "host/mail/charset_text.h"
 #include "host/mail/html_text.h"
+#include "text/ascii.h"
 
 namespace host::mail {
 
@@ -44,9 +45,9 @@ void Append(Part& whole, Part part) {
 
 // What is encoded: uuencoded bytes have a line of their own above them.
 std::string_view Content(const PartType& type, std::string_view body) {
-    const bool isUuencoded = EqualsNoCase(type.encoding, "x-uuencode") ||
-                             EqualsNoCase(type.encoding, "uuencode") ||
-                             EqualsNoCase(type.encoding, "x-uue");
+    const bool isUuencoded = text::EqualNoCase(type.encoding, "x-uuencode") ||
+                             text::EqualNoCase(type.encoding, "uuencode") ||
+                             text::EqualNoCase(type.encoding, "x-uue");
     const auto begin = body.starts_with("begin ") ? 0 : body.find("\nbegin ");
     if (!isUuencoded || begin == std::string_view::npos) return body;
     return body.substr(std::min(body.find('\n', begin + 1), body.size() - 1) + 1);

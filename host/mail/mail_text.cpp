@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <optional>
 
+#include "text/ascii.h"
+
 namespace host::mail {
 
 namespace {
@@ -21,19 +23,9 @@ constexpr Mark kMarks[] = {
     {"<x-rich>", "</x-rich>", TextPiece::Kind::kEnriched},
 };
 
-char Lower(char letter) {
-    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + ('a' - 'A')) : letter;
-}
-
-bool BeginsWith(std::string_view text, std::string_view mark) {
-    return text.size() >= mark.size() &&
-           std::equal(mark.begin(), mark.end(), text.begin(),
-                      [](char wanted, char letter) { return wanted == Lower(letter); });
-}
-
 std::size_t Find(std::string_view text, std::string_view mark, std::size_t from) {
     for (auto at = text.find('<', from); at != kNone; at = text.find('<', at + 1)) {
-        if (BeginsWith(text.substr(at), mark)) return at;
+        if (text::StartsWithNoCase(text.substr(at), mark)) return at;
     }
     return kNone;
 }
@@ -60,7 +52,7 @@ class EndFinder {
 
 std::optional<MarkedRange> RangeAt(std::string_view text, std::size_t at, EndFinder& ends) {
     for (const Mark& mark : kMarks) {
-        if (!BeginsWith(text.substr(at), mark.begin)) continue;
+        if (!text::StartsWithNoCase(text.substr(at), mark.begin)) continue;
         const std::size_t textBegin = at + mark.begin.size();
         const std::size_t end = ends.Next(mark, textBegin);
         if (end != kNone) return MarkedRange{&mark, at, textBegin, end, end + mark.end.size()};
@@ -84,10 +76,8 @@ void AddPlain(std::vector<TextPiece>& pieces, std::string_view text) {
 }
 
 std::string_view TakeLine(std::string_view& text) {
-    const std::size_t end = std::min(text.find('\n'), text.size());
-    const std::string_view line = text.substr(0, end);
-    text.remove_prefix(std::min(end + 1, text.size()));
-    return line;
+    const std::string_view line = text::TakeLine(text);
+    return line.substr(0, line.find('\n'));
 }
 
 std::size_t QuoteDepth(std::string_view line) {
@@ -114,29 +104,12 @@ bool HasLineEndingInBlank(std::string_view text) {
 bool IsWrapped(std::string_view line, std::string_view next) {
     const std::size_t depth = QuoteDepth(line);
     if (line.size() > kWidestWrap || depth != QuoteDepth(next)) return false;
-    next.remove_prefix(depth);
-    next.remove_prefix(std::min(next.find_first_not_of(' '), next.size()));
+    next = text::TrimmedFront(next.substr(depth), " ");
     const std::size_t word = std::min(next.find(' '), next.size());
     return word > 0 && line.size() + word > kNarrowestWrap;
 }
 
 }  // namespace
-
-std::string NormalLineEnds(std::string_view text) {
-    std::string normal;
-    normal.reserve(text.size());
-    while (!text.empty()) {
-        const std::size_t end = std::min(text.find('\n'), text.size());
-        std::string_view line = text.substr(0, end);
-        if (end < text.size()) {
-            while (line.ends_with('\r')) line.remove_suffix(1);
-        }
-        normal += line;
-        if (end < text.size()) normal += '\n';
-        text.remove_prefix(std::min(end + 1, text.size()));
-    }
-    return normal;
-}
 
 std::vector<TextPiece> SplitText(std::string_view text) {
     std::vector<TextPiece> pieces;

@@ -13,9 +13,6 @@ struct TextPiece {
     std::string text;
 };
 
-// Line ends as LF alone: all returns right before an LF go, one elsewhere stays.
-std::string NormalLineEnds(std::string_view text);
-
 // Takes a text with LF line ends apart by Eudora's marks <x-html> and <x-rich>, in any case, in the
 // order in which the pieces stand. A mark counts if its end follows, or if it begins a line: then
 // the piece reaches to the end. Plain pieces of white space alone are left out, but there is always

@@ -2,26 +2,17 @@
 
 #include <algorithm>
 
+#include "text/ascii.h"
+
 namespace host::mail {
 
 namespace {
 
 constexpr auto kNone = std::string_view::npos;
 constexpr std::size_t kLongestValue = 64 * 1024;
-constexpr std::string_view kBlanks = " \t\r\n";
-
-char Lower(char letter) {
-    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-}
 
 bool IsBlank(char letter) {
     return letter == ' ' || letter == '\t';
-}
-
-std::string_view Trimmed(std::string_view text) {
-    const auto first = text.find_first_not_of(kBlanks);
-    if (first == kNone) return {};
-    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
 // Its line end included.
@@ -37,7 +28,7 @@ bool IsEmptyLine(std::string_view line) {
 bool IsFieldLine(std::string_view line) {
     const auto colon = line.find(':');
     if (colon == kNone || colon == 0) return false;
-    const auto name = Trimmed(line.substr(0, colon));
+    const auto name = text::Trimmed(line.substr(0, colon));
     return !name.empty() && std::ranges::all_of(name, [](char letter) {
         return static_cast<unsigned char>(letter) > ' ' && letter != 0x7F;
     });
@@ -56,7 +47,7 @@ std::string_view TakeField(std::string_view& header) {
 
 std::string Unfolded(std::string_view value) {
     std::string text;
-    for (const char letter : Trimmed(value).substr(0, kLongestValue)) {
+    for (const char letter : text::Trimmed(value).substr(0, kLongestValue)) {
         if (letter != '\r' && letter != '\n') text += letter == '\0' ? ' ' : letter;
     }
     return text;
@@ -67,7 +58,8 @@ void ForEachField(const Entity& entity, std::string_view name, Take take) {
     for (std::string_view rest = entity.header; !rest.empty();) {
         const std::string_view field = TakeField(rest);
         const auto colon = field.find(':');
-        if (colon == kNone || !EqualsNoCase(Trimmed(field.substr(0, colon)), name)) continue;
+        if (colon == kNone || !text::EqualNoCase(text::Trimmed(field.substr(0, colon)), name))
+            continue;
         if (!take(field.substr(colon + 1))) return;
     }
 }
@@ -99,7 +91,7 @@ class DelimiterScan {
         found.isLast = m_body.substr(behind).starts_with("--");
         const std::size_t tail = behind + (found.isLast ? 2 : 0);
         const std::size_t lineEnd = std::min(m_body.find('\n', tail), m_body.size());
-        if (!Trimmed(m_body.substr(tail, lineEnd - tail)).empty()) return false;
+        if (!text::Trimmed(m_body.substr(tail, lineEnd - tail)).empty()) return false;
         found.begin = begin > 0 && m_body[begin - 1] == '\r' ? begin - 1 : begin;
         found.end = std::min(lineEnd + 1, m_body.size());
         // The line end may be the one in front of the next delimiter.
@@ -113,20 +105,6 @@ class DelimiterScan {
 };
 
 }  // namespace
-
-std::string Lowered(std::string_view text) {
-    std::string lower(text);
-    std::ranges::transform(lower, lower.begin(), Lower);
-    return lower;
-}
-
-bool EqualsNoCase(std::string_view a, std::string_view b) {
-    return std::ranges::equal(a, b, [](char x, char y) { return Lower(x) == Lower(y); });
-}
-
-bool BeginsNoCase(std::string_view text, std::string_view beginning) {
-    return EqualsNoCase(text.substr(0, beginning.size()), beginning);
-}
 
 Entity SplitEntity(std::string_view bytes) {
     std::size_t end = 0;

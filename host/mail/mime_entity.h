@@ -25,9 +25,4 @@ std::string FieldValues(const Entity& entity, std::string_view name);
 std::vector<std::string_view> SplitParts(std::string_view body, std::string_view boundary,
                                          std::size_t most);
 
-// Of ASCII letters.
-std::string Lowered(std::string_view text);
-bool EqualsNoCase(std::string_view a, std::string_view b);
-bool BeginsNoCase(std::string_view text, std::string_view beginning);
-
 }  // namespace host::mail

@@ -10,6 +10,7 @@
 #include "host/mail/encoded_words.h"
 #include "host/mail/mail_date.h"
 #include "platform/os/code_page.h"
+#include "text/ascii.h"
 
 namespace host::mail {
 
@@ -30,19 +31,9 @@ std::string OrEmpty(const char* text) {
     return text != nullptr ? text : "";
 }
 
-std::string Taken(char* text) {
-    std::string copy = OrEmpty(text);
-    g_free(text);
-    return copy;
-}
-
 // Bare 8-bit text of a header as UTF-8.
 std::string Utf8Of(const std::string& text, unsigned codePage) {
     return IsUtf8(text) ? text : platform::ToUtf8(text, codePage);
-}
-
-std::string Lowered(const std::string& text) {
-    return Taken(g_ascii_strdown(text.c_str(), static_cast<gssize>(text.size())));
 }
 
 // Encoded words as atoms, so that nothing inside them can be taken for a mark of the list.
@@ -105,8 +96,8 @@ std::string ParameterOf(GMimeParamList* list, const char* name) {
 
 void ReadType(PartType& part, const std::string& value) {
     const auto type = Own(g_mime_content_type_parse(nullptr, value.c_str()));
-    part.type = Lowered(OrEmpty(g_mime_content_type_get_media_type(type.get())));
-    part.subtype = Lowered(OrEmpty(g_mime_content_type_get_media_subtype(type.get())));
+    part.type = text::Lowered(OrEmpty(g_mime_content_type_get_media_type(type.get())));
+    part.subtype = text::Lowered(OrEmpty(g_mime_content_type_get_media_subtype(type.get())));
     GMimeParamList* const parameters = g_mime_content_type_get_parameters(type.get());
     part.charset = ParameterOf(parameters, "charset");
     part.boundary = ParameterOf(parameters, "boundary");
@@ -118,7 +109,7 @@ void ReadDisposition(PartType& part, const std::string& value) {
     if (value.empty()) return;
     const auto disposition = Own(g_mime_content_disposition_parse(nullptr, value.c_str()));
     if (disposition == nullptr) return;
-    part.isAttachment = EqualsNoCase(
+    part.isAttachment = text::EqualNoCase(
         OrEmpty(g_mime_content_disposition_get_disposition(disposition.get())), "attachment");
     const std::string name =
         ParameterOf(g_mime_content_disposition_get_parameters(disposition.get()), "filename");

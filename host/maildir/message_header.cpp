@@ -2,37 +2,25 @@
 
 #include <algorithm>
 
+#include "text/ascii.h"
+
 namespace host::maildir {
 
 namespace {
 
 constexpr std::string_view kField = "message-id";
-constexpr std::string_view kBlank = " \t\r\n";
-
-char Lower(char letter) {
-    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-}
 
 bool IsField(std::string_view line, std::string_view wanted) {
     const auto colon = line.find(':');
-    if (colon == std::string_view::npos) return false;
-    auto name = line.substr(0, colon);
-    const auto last = name.find_last_not_of(kBlank);
-    name = name.substr(0, last == std::string_view::npos ? 0 : last + 1);
-    return std::ranges::equal(name, wanted, [](char a, char b) { return Lower(a) == b; });
-}
-
-std::string Trimmed(std::string_view text) {
-    const auto first = text.find_first_not_of(kBlank);
-    if (first == std::string_view::npos) return {};
-    return std::string(text.substr(first, text.find_last_not_of(kBlank) - first + 1));
+    return colon != std::string_view::npos &&
+           text::EqualNoCase(text::TrimmedBack(line.substr(0, colon)), wanted);
 }
 
 std::string IdOf(std::string_view value) {
     const auto open = value.find('<');
     const auto close = open == std::string_view::npos ? open : value.find('>', open);
-    if (close == std::string_view::npos) return Trimmed(value);
-    return Trimmed(value.substr(open + 1, close - open - 1));
+    if (close == std::string_view::npos) return std::string(text::Trimmed(value));
+    return std::string(text::Trimmed(value.substr(open + 1, close - open - 1)));
 }
 
 // The length of the field at the beginning of `text`, its continuation lines included; npos if the
@@ -78,7 +66,7 @@ std::string FieldInHeader(std::string_view message, std::string_view name) {
         const auto length = std::min(FieldLength(rest), rest.size());
         const auto field = rest.substr(0, length);
         if (IsField(field, name)) {
-            std::string value = Trimmed(field.substr(field.find(':') + 1));
+            std::string value(text::Trimmed(field.substr(field.find(':') + 1)));
             std::erase_if(value, [](char letter) { return letter == '\r' || letter == '\n'; });
             return value;
         }

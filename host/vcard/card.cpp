@@ -5,13 +5,14 @@
 
 #include "host/vcard/card_text.h"
 #include "host/vcard/content_line.h"
+#include "text/ascii.h"
 
 namespace host::vcard {
 
 namespace {
 
 bool IsMark(const Property& property, std::string_view name) {
-    return property.name == name && UpperAscii(property.value) == "VCARD";
+    return property.name == name && text::EqualNoCase(property.value, "VCARD");
 }
 
 }  // namespace
@@ -24,13 +25,12 @@ const Parameter* Property::Find(std::string_view parameterName) const {
 }
 
 bool Property::HasType(std::string_view type) const {
-    const std::string wanted = UpperAscii(type);
     for (const Parameter& parameter : parameters) {
         if (!parameter.name.empty() && parameter.name != "TYPE") continue;
         for (const std::string& list : parameter.values) {
             // A quoted list, TYPE="work,voice", counts as a list.
             for (const std::string& piece : SplitEscaped(list, ',')) {
-                if (UpperAscii(piece) == wanted) return true;
+                if (text::EqualNoCase(piece, type)) return true;
             }
         }
     }

@@ -9,6 +9,7 @@
 #include "host/vcard/card_text.h"
 #include "host/vcard/content_line.h"
 #include "platform/os/code_page.h"
+#include "text/ascii.h"
 
 namespace host::vcard {
 
@@ -69,7 +70,7 @@ std::string PlainValue(const Property& property) {
         value = std::move(decoded);
     }
     if (const Parameter* charset = property.Find("CHARSET")) {
-        const std::string name = UpperAscii(charset->values[0]);
+        const std::string name = text::Raised(charset->values[0]);
         if (name == "ISO-8859-1" || name == "WINDOWS-1252") {
             value = platform::ToUtf8(value, kLatin);
         }
@@ -220,7 +221,7 @@ bool IsBookkeeping(const Property& property) {
 CardContent ReadFields(const Card& card) {
     CardContent content;
     content.uid = card.Value("UID");
-    const std::string kind = UpperAscii(card.Value("KIND"));
+    const std::string kind = text::Raised(card.Value("KIND"));
     content.isPerson = kind.empty() || kind == "INDIVIDUAL" || kind == "ORG";
     int shown = 0;
     for (base::Field field : base::kAllFields) {

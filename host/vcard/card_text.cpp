@@ -1,17 +1,10 @@
 #include "host/vcard/card_text.h"
 
-#include <algorithm>
+#include "text/ascii.h"
 
 namespace host::vcard {
 
 namespace {
-
-int HexDigit(char digit) {
-    if (digit >= '0' && digit <= '9') return digit - '0';
-    if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
-    if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
-    return -1;
-}
 
 bool IsContinuationByte(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
@@ -101,8 +94,8 @@ std::string DecodeParameter(std::string_view text) {
 std::string DecodeQuotedPrintable(std::string_view text) {
     std::string decoded;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        const int high = text[i] == '=' && i + 2 < text.size() ? HexDigit(text[i + 1]) : -1;
-        const int low = high >= 0 ? HexDigit(text[i + 2]) : -1;
+        const int high = text[i] == '=' && i + 2 < text.size() ? text::HexValue(text[i + 1]) : -1;
+        const int low = high >= 0 ? text::HexValue(text[i + 2]) : -1;
         if (low < 0) {
             decoded += text[i];
         } else {
@@ -125,14 +118,6 @@ std::string Fold(std::string_view line, std::string_view lineEnd) {
         width = kWidth - 1;
     }
     return folded.append(line).append(lineEnd);
-}
-
-std::string UpperAscii(std::string_view text) {
-    std::string upper(text);
-    std::transform(upper.begin(), upper.end(), upper.begin(), [](char letter) {
-        return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
-    });
-    return upper;
 }
 
 }  // namespace host::vcard

@@ -27,6 +27,4 @@ std::string DecodeQuotedPrintable(std::string_view text);
 // end; continuations begin with a blank.
 std::string Fold(std::string_view line, std::string_view lineEnd);
 
-std::string UpperAscii(std::string_view text);
-
 }  // namespace host::vcard

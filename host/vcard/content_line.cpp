@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/vcard/card_text.h"
+#include "text/ascii.h"
 
 namespace host::vcard {
 
@@ -17,8 +18,7 @@ std::string_view WithoutLineEnd(std::string_view line) {
 }
 
 bool IsNameByte(char byte) {
-    return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z') ||
-           (byte >= '0' && byte <= '9') || byte == '-' || byte == '_';
+    return text::IsLetter(byte) || text::IsDigit(byte) || byte == '-' || byte == '_';
 }
 
 bool IsName(std::string_view text) {
@@ -39,7 +39,7 @@ Parameter ParseParameter(std::string_view text) {
     Parameter parameter;
     const std::size_t equals = text.find('=');
     if (equals != std::string_view::npos) {
-        parameter.name = UpperAscii(text.substr(0, equals));
+        parameter.name = text::Raised(text.substr(0, equals));
         text.remove_prefix(equals + 1);
     }
     for (std::size_t start = 0;;) {
@@ -73,7 +73,7 @@ std::string WithoutReturns(std::string_view value) {
 
 bool IsQuotedPrintable(const Parameter& parameter) {
     return (parameter.name == "ENCODING" || parameter.name.empty()) &&
-           UpperAscii(parameter.values[0]) == "QUOTED-PRINTABLE";
+           text::EqualNoCase(parameter.values[0], "QUOTED-PRINTABLE");
 }
 
 LineReader::LineReader(std::string_view bytes) : m_rest(bytes) {
@@ -84,11 +84,8 @@ LineReader::LineReader(std::string_view bytes) : m_rest(bytes) {
 }
 
 std::string_view LineReader::TakePhysicalLine() {
-    const std::size_t end = m_rest.find('\n');
-    const auto line = m_rest.substr(0, end == std::string_view::npos ? m_rest.size() : end + 1);
-    m_rest.remove_prefix(line.size());
     ++m_linesTaken;
-    return line;
+    return text::TakeLine(m_rest);
 }
 
 bool LineReader::Next(std::string& raw, std::string& text) {
@@ -130,7 +127,7 @@ std::optional<std::string> ParseContentLine(std::string_view line, Property& pro
         name.remove_prefix(dot + 1);
     }
     if (!IsName(name)) return "no property name";
-    property.name = UpperAscii(name);
+    property.name = text::Raised(name);
     while (end < head.size()) {
         const std::size_t next = std::min(FindUnquoted(head, ";", end + 1), head.size());
         const std::string_view text = head.substr(end + 1, next - end - 1);

@@ -6,7 +6,7 @@
 
 #include "platform/kvutil/kvutil.h"
 #include "platform/kvutil/registry_access.h"
-#include "text/ascii_case.h"
+#include "text/ascii.h"
 #include "text/double_byte.h"
 
 namespace locate {

@@ -1,33 +1,10 @@
 #include "platform/os/profile.h"
 
-#include <algorithm>
+#include "text/ascii.h"
 
 namespace platform {
 
 namespace {
-
-constexpr std::string_view kBlanks = " \t\r";
-
-std::string_view Trimmed(std::string_view text) {
-    const auto first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
-
-std::string_view TakeLine(std::string_view& rest) {
-    const auto end = rest.find('\n');
-    const std::string_view line = rest.substr(0, end);
-    rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
-    return Trimmed(line);
-}
-
-bool SameName(std::string_view a, std::string_view b) {
-    const auto lower = [](char letter) {
-        return letter >= 'A' && letter <= 'Z' ? letter - 'A' + 'a' : letter;
-    };
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [&](char x, char y) { return lower(x) == lower(y); });
-}
 
 std::string_view WithoutQuotes(std::string_view value) {
     const bool isQuoted =
@@ -41,15 +18,15 @@ std::optional<std::string_view> ProfileValue(std::string_view text, std::string_
                                              std::string_view key) {
     bool isInSection = false;
     while (!text.empty()) {
-        const std::string_view line = TakeLine(text);
+        const std::string_view line = text::Trimmed(text::TakeLine(text));
         if (line.starts_with('[')) {
-            isInSection = SameName(line.substr(1, line.find(']') - 1), section);
+            isInSection = text::EqualNoCase(line.substr(1, line.find(']') - 1), section);
             continue;
         }
         const auto equals = line.find('=');
         if (!isInSection || equals == std::string_view::npos) continue;
-        if (SameName(Trimmed(line.substr(0, equals)), key)) {
-            return WithoutQuotes(Trimmed(line.substr(equals + 1)));
+        if (text::EqualNoCase(text::Trimmed(line.substr(0, equals)), key)) {
+            return WithoutQuotes(text::Trimmed(line.substr(equals + 1)));
         }
     }
     return std::nullopt;

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "text/ascii.h"
 #include "text/utf.h"
 
 namespace platform::prefix {
@@ -11,19 +12,12 @@ namespace {
 constexpr std::string_view kLetters = "abefnrtv";
 constexpr std::string_view kLetterValues = "\a\b\x1B\f\n\r\t\v";
 
-int HexDigit(char letter) {
-    if (letter >= '0' && letter <= '9') return letter - '0';
-    if (letter >= 'a' && letter <= 'f') return letter - 'a' + 10;
-    if (letter >= 'A' && letter <= 'F') return letter - 'A' + 10;
-    return -1;
-}
-
 // Takes up to `most` digits of a base that is a power of two; nothing if there is none.
 std::optional<char16_t> TakeNumber(std::string_view& rest, std::size_t most, int base) {
     unsigned number = 0;
     std::size_t count = 0;
     while (count < most && count < rest.size()) {
-        const int digit = HexDigit(rest[count]);
+        const int digit = text::HexValue(rest[count]);
         if (digit < 0 || digit >= base) break;
         number = number * static_cast<unsigned>(base) + static_cast<unsigned>(digit);
         ++count;
@@ -80,7 +74,7 @@ std::string Escape(std::u16string_view text, bool isKey) {
         const char16_t unit = text[i];
         const char letter = unit < 0x7F ? static_cast<char>(unit) : '\x7F';
         const bool beforeDigit = i + 1 < text.size() && text[i + 1] < 0x80 &&
-                                 HexDigit(static_cast<char>(text[i + 1])) >= 0;
+                                 text::HexValue(static_cast<char>(text[i + 1])) >= 0;
         const auto named = kLetterValues.find(letter);
         if (letter == '\\' || (isKey && (letter == '[' || letter == ']')) ||
             (!isKey && letter == '"')) {

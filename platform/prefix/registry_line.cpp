@@ -7,6 +7,7 @@
 #include "platform/os/little_endian.h"
 #include "platform/posix/character_case.h"
 #include "platform/prefix/registry_escape.h"
+#include "text/ascii.h"
 #include "text/utf.h"
 
 namespace platform::prefix {
@@ -16,7 +17,7 @@ namespace {
 constexpr std::string_view kBlanks = " \t\n\v\f\r";
 
 void SkipBlanks(std::string_view& rest) {
-    rest.remove_prefix(std::min(rest.find_first_not_of(kBlanks), rest.size()));
+    rest = text::TrimmedFront(rest, kBlanks);
 }
 
 bool Skip(std::string_view& rest, std::string_view prefix) {
@@ -26,8 +27,7 @@ bool Skip(std::string_view& rest, std::string_view prefix) {
 }
 
 bool BeginsWithHexDigit(std::string_view rest) {
-    constexpr std::string_view kDigits = "0123456789abcdefABCDEF";
-    return !rest.empty() && kDigits.find(rest.front()) != std::string_view::npos;
+    return !rest.empty() && text::HexValue(rest.front()) >= 0;
 }
 
 // A number in hex, with "0x" or without. Where there is none it is 0, and one that is too large is

@@ -4,6 +4,7 @@
 #include "host/mail/mail_text.h"
 #include "host/mail/mime_entity.h"
 #include "host/maildir/message_header.h"
+#include "text/ascii.h"
 
 // The readers are compiled so that each branch they take comes by here.
 static std::size_t branches = 0;
@@ -18,7 +19,7 @@ std::size_t WorkFor(const std::string& text) {
     const auto before = branches;
     (void)mail::TextOfHtml(text);
     (void)mail::TextOfEnriched(text);
-    (void)mail::SplitText(mail::NormalLineEnds(text));
+    (void)mail::SplitText(text::WithLineFeeds(text));
     (void)maildir::MessageIdInHeader(text);
     (void)maildir::FieldInHeader(text, "subject");
     const mail::Entity entity = mail::SplitEntity(text);

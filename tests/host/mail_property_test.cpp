@@ -8,6 +8,7 @@
 #include "platform/os/code_page.h"
 #include "tests/host/mail_world.h"
 #include "tests/host/one_of.h"
+#include "text/ascii.h"
 
 namespace host {
 namespace {
@@ -65,7 +66,7 @@ class Maker {
 // What a body is after it was taken apart by Eudora's marks: white space between them is not told.
 std::string Essence(const std::string& body) {
     std::string essence;
-    for (const mail::TextPiece& piece : mail::SplitText(mail::NormalLineEnds(body))) {
+    for (const mail::TextPiece& piece : mail::SplitText(text::WithLineFeeds(body))) {
         essence += '<' + std::to_string(static_cast<int>(piece.kind)) + '>' + piece.text;
     }
     while (essence.ends_with('\n')) essence.pop_back();
@@ -152,7 +153,7 @@ TEST(MailProperty, AnyTextComesBackInAnyEncoding) {
             text += random() % 3 == 0 ? favourite : OneOf(random, kPieces);
             if (random() % 30 == 0) text += std::string(1100, 'l');
         }
-        text = mail::NormalLineEnds(text);
+        text = text::WithLineFeeds(text);
         const mail::TransferEncoding encoding = mail::ChooseEncoding(text);
         std::string encoded, decoded;
         mail::AppendEncoded(encoded, text, encoding);

@@ -16,11 +16,6 @@ namespace {
 
 using namespace std::literals;
 
-TEST(MailText, LineEndsBecomeOneLf) {
-    EXPECT_EQ(mail::NormalLineEnds("\r\na\r\r\nb\n\r\n\r\r\r\nc\rd\0\r\n\r"sv),
-              "\na\nb\n\n\nc\rd\0\n\r"sv);
-}
-
 // The pieces as one line: a letter for the kind, then the text in brackets.
 std::string Shown(std::string_view text) {
     std::string shown;

@@ -5,7 +5,7 @@
 #include "platform/mfc/archive.h"
 #include "platform/mfc/ole_date_time.h"
 #include "platform/os/little_endian.h"
-#include "text/ascii_case.h"
+#include "text/ascii.h"
 #include "text/double_byte.h"
 
 namespace {

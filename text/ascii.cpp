@@ -1,0 +1,73 @@
+#include "text/ascii.h"
+
+#include <algorithm>
+
+namespace text {
+
+bool IsAscii(std::string_view text) {
+    return std::ranges::all_of(text, [](char letter) { return (letter & 0x80) == 0; });
+}
+
+std::string Lowered(std::string_view text) {
+    std::string lowered(text);
+    std::ranges::transform(lowered, lowered.begin(), Lower);
+    return lowered;
+}
+
+std::string Raised(std::string_view text) {
+    std::string raised(text);
+    std::ranges::transform(raised, raised.begin(), Upper);
+    return raised;
+}
+
+std::string WithoutControls(std::string_view text) {
+    std::string line(text);
+    std::ranges::replace_if(line, IsControl, ' ');
+    return std::string(Trimmed(line, " "));
+}
+
+bool EqualNoCase(std::string_view a, std::string_view b) {
+    return std::ranges::equal(a, b, {}, Lower, Lower);
+}
+
+bool StartsWithNoCase(std::string_view text, std::string_view beginning) {
+    return EqualNoCase(text.substr(0, beginning.size()), beginning);
+}
+
+std::string_view TrimmedFront(std::string_view text, std::string_view blanks) {
+    return text.substr(std::min(text.find_first_not_of(blanks), text.size()));
+}
+
+std::string_view TrimmedBack(std::string_view text, std::string_view blanks) {
+    return text.substr(0, text.find_last_not_of(blanks) + 1);
+}
+
+std::string_view Trimmed(std::string_view text, std::string_view blanks) {
+    return TrimmedBack(TrimmedFront(text, blanks), blanks);
+}
+
+std::string_view TakeLine(std::string_view& rest) {
+    const auto end = rest.find('\n');
+    const auto line = rest.substr(0, end == rest.npos ? end : end + 1);
+    rest.remove_prefix(line.size());
+    return line;
+}
+
+std::string_view WithoutLineEnd(std::string_view line) {
+    if (!line.ends_with('\n')) return line;
+    return line.substr(0, line.size() - (line.ends_with("\r\n") ? 2 : 1));
+}
+
+std::string WithLineFeeds(std::string_view text) {
+    std::string normal;
+    normal.reserve(text.size());
+    while (!text.empty()) {
+        const auto line = TakeLine(text);
+        const bool isEnded = line.ends_with('\n');
+        normal += isEnded ? TrimmedBack(line, "\r\n") : line;
+        if (isEnded) normal += '\n';
+    }
+    return normal;
+}
+
+}  // namespace text
