@@ -141,7 +141,7 @@ std::string Mailbox::HeaderWith(std::uint32_t newId, std::uint64_t mbxSize) cons
     auto header = m_header;
     ++header.wNumberOfMsgs;
     header.wHighestMsgId = static_cast<std::uint16_t>(std::max(FreeId() - 1, newId) & 0xFFFF);
-    PutU32(header.bytes, kMbxSizeAt, static_cast<std::uint32_t>(mbxSize + 1));
+    header.dwMbxSize = static_cast<std::uint32_t>(mbxSize + 1);
     return header.Encode();
 }
 
