@@ -33,7 +33,7 @@ platform::Result<Stores> OpenStores(const sync::CommandPlace& place, const Eudor
 // Both sides, the memory and the plan between them.
 struct Run {
     std::optional<state::StateLock> lock;
-    std::unique_ptr<state::StateFile> state;
+    std::unique_ptr<state::PairMemory> state;
     Stores stores;
     base::Progress progress;
     state::Remembered remembered;
@@ -61,7 +61,7 @@ platform::Status Prepare(const sync::CommandPlace& place, const SyncOptions& opt
     if (!lock) return lock.Error();
     run.lock = *std::move(lock);
     const std::string scope = options.eudora.file + '\n' + options.contactsFolder;
-    auto state = state::StateFile::Open(place.files, place.stateFile, scope, mayWrite);
+    auto state = state::OpenPairs(place.files, place.stateFile, scope, mayWrite);
     if (!state) return state.Error();
     run.state = *std::move(state);
     auto remembered = run.state->Load();

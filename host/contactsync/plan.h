@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "host/contacts/contact_store.h"
-#include "host/state/pair_memory.h"
+#include "host/state/memory.h"
 #include "host/sync/report.h"
 #include "host/sync/rules.h"
 

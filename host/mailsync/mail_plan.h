@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "host/maildir/maildir.h"
-#include "host/state/mail_memory.h"
+#include "host/state/memory.h"
 #include "host/sync/report.h"
 #include "host/sync/rules.h"
 

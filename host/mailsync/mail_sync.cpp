@@ -9,7 +9,6 @@
 #include "host/mailsync/eudora_outbox.h"
 #include "host/mailsync/execute_mail.h"
 #include "host/mailsync/load_mail.h"
-#include "host/state/mail_state.h"
 #include "host/state/state_file.h"
 #include "host/sync/place.h"
 
@@ -20,7 +19,7 @@ namespace {
 // Both sides, the memory and the plan between them.
 struct MailRun {
     std::optional<state::StateLock> lock;
-    std::unique_ptr<state::MailState> state;
+    std::unique_ptr<state::MailMemory> state;
     std::unique_ptr<mail::MailSource> source;
     MailFolders folders;
     base::Progress progress;
@@ -53,8 +52,8 @@ platform::Status Prepare(const sync::CommandPlace& place, const MailSyncOptions&
     auto lock = sync::LockState(place, mayWrite);
     if (!lock) return lock.Error();
     run.lock = *std::move(lock);
-    auto state = state::MailState::Open(place.files, place.stateFile,
-                                        options.inbox + '\n' + options.maildir, mayWrite);
+    auto state = state::OpenMails(place.files, place.stateFile,
+                                  options.inbox + '\n' + options.maildir, mayWrite);
     if (!state) return state.Error();
     run.state = *std::move(state);
     auto remembered = run.state->Load();

@@ -1,10 +1,11 @@
 #include "host/state/state_database.h"
 
+#include <SQLiteCpp/Backup.h>
 #include <sqlite3.h>
 
+#include <array>
+
 #include "host/base/exit_code.h"
-#include "host/state/cut_off_state.h"
-#include "host/state/state_schema.h"
 
 namespace host::state {
 
@@ -12,13 +13,137 @@ using platform::ErrorCode;
 
 namespace {
 
-platform::Result<std::unique_ptr<SQLite::Database>> CheckedCopy(platform::Files& files,
-                                                                const std::string& path) {
-    auto copy = ReadCutOffState(files, path);
-    if (!copy || *copy == nullptr) return copy;
-    if (HoldsNothing(**copy)) return std::unique_ptr<SQLite::Database>();
-    if (auto status = CheckState(**copy, path, false); !status) return status.Error();
-    return copy;
+// "kvsy": tells a state file from any other database.
+constexpr int kApplicationId = 0x6B767379;
+constexpr int kVersion = 3;
+
+// What each version added; the first makes an empty file one of version 1.
+constexpr std::array<const char*, kVersion> kSteps = {R"(
+    CREATE TABLE pair(
+        key INTEGER PRIMARY KEY AUTOINCREMENT, scope BLOB NOT NULL,
+        eudora_id BLOB NOT NULL, eudora_marker BLOB NOT NULL, eudora_fields TEXT NOT NULL,
+        folder_id BLOB NOT NULL, folder_marker BLOB NOT NULL, folder_fields TEXT NOT NULL,
+        uid BLOB NOT NULL, beyond INTEGER NOT NULL);
+    CREATE INDEX pair_scope ON pair(scope);
+    CREATE TABLE intent(
+        scope BLOB NOT NULL, old_id BLOB NOT NULL, new_id BLOB NOT NULL,
+        folder_id BLOB NOT NULL);
+)",
+                                                      R"(
+    CREATE TABLE mail(
+        key INTEGER PRIMARY KEY AUTOINCREMENT, scope BLOB NOT NULL, link INTEGER NOT NULL,
+        eudora_id BLOB NOT NULL, eudora_marker BLOB NOT NULL, message_id BLOB NOT NULL,
+        file BLOB NOT NULL, flags BLOB NOT NULL, size INTEGER NOT NULL, content BLOB NOT NULL,
+        name BLOB NOT NULL);
+    CREATE INDEX mail_scope ON mail(scope, link);
+)",
+                                                      R"(
+    ALTER TABLE mail ADD COLUMN file_id BLOB NOT NULL DEFAULT x'';
+)"};
+
+int Number(SQLite::Database& database, const char* pragma) {
+    return database.execAndGet(pragma).getInt();
+}
+
+void Upgrade(SQLite::Database& database, int version) {
+    SQLite::Transaction transaction(database);
+    for (; version < kVersion; ++version) database.exec(kSteps[static_cast<std::size_t>(version)]);
+    database.exec("PRAGMA application_id = " + std::to_string(kApplicationId));
+    database.exec("PRAGMA user_version = " + std::to_string(kVersion));
+    transaction.commit();
+}
+
+platform::Failure Damaged(const std::string& path, const std::string& why) {
+    return base::Refused(
+        path + ": the state file is damaged (" + why +
+        "); move it away: the next run pairs contacts and mails by what they hold and "
+        "loses nothing");
+}
+
+// Whether nothing was ever stored in it, as after a first run on a full disk.
+bool HoldsNothing(SQLite::Database& database) {
+    return Number(database, "PRAGMA application_id") == 0 &&
+           Number(database, "PRAGMA user_version") == 0 &&
+           Number(database, "SELECT count(*) FROM sqlite_master") == 0;
+}
+
+// Whether the database is a whole state file of this version or an earlier one; with `mayWrite` an
+// empty one gets its tables, and an earlier one those that it lacks.
+platform::Status CheckState(SQLite::Database& database, const std::string& path, bool mayWrite) {
+    if (mayWrite && HoldsNothing(database)) {
+        Upgrade(database, 0);
+        return {};
+    }
+    const int application = Number(database, "PRAGMA application_id");
+    const int version = Number(database, "PRAGMA user_version");
+    if (application != kApplicationId) {
+        return base::Refused(path +
+                             ": is the database of another program; name another state file");
+    }
+    if (version > kVersion) {
+        return base::Refused(path + ": was written by a later version of kvsync; use that one");
+    }
+    const std::string check = database.execAndGet("PRAGMA quick_check(1)").getString();
+    if (check != "ok") return Damaged(path, check);
+    if (version < 1) return Damaged(path, "no version in it");
+    if (mayWrite && version < kVersion) Upgrade(database, version);
+    return {};
+}
+
+std::string JournalOf(const std::string& path) {
+    return path + "-journal";
+}
+
+// A copy of a state file with its journal, in a folder of its own: SQLite looks for more files
+// beside a database, and in the folder for temporary files anybody can have put some.
+class TemporaryCopy {
+  public:
+    explicit TemporaryCopy(platform::Files& files) : m_files(files) {}
+    ~TemporaryCopy() {
+        if (m_folder.empty()) return;
+        (void)m_files.Delete(Path());
+        (void)m_files.Delete(JournalOf(Path()));
+        (void)m_files.RemoveFolder(m_folder);
+    }
+    TemporaryCopy(const TemporaryCopy&) = delete;
+    TemporaryCopy& operator=(const TemporaryCopy&) = delete;
+
+    platform::Status Make(const std::string& original) {
+        const auto temp = m_files.TempFolder();
+        if (!temp) return temp.Error();
+        auto folder = m_files.CreateTempFolder(*temp, "kvsync-");
+        if (!folder) return folder.Error();
+        m_folder = *std::move(folder);
+        auto made = m_files.Open(Path(), platform::OpenMode::kCreateNew, platform::Share::kNone);
+        if (!made) return made.Error();
+        made->reset();
+        if (auto status = platform::CopyInto(m_files, original, Path()); !status) return status;
+        return m_files.Copy(JournalOf(original), JournalOf(Path()));
+    }
+    std::string Path() const { return m_folder + m_files.Separator() + "state.db"; }
+
+  private:
+    platform::Files& m_files;
+    std::string m_folder;
+};
+
+// What a file held whose last change was cut off, as its journal has it, before that change: in
+// memory; null if that was nothing. The file, its journal and their folder stay as they are.
+platform::Result<std::unique_ptr<SQLite::Database>> ReadCutOffState(platform::Files& files,
+                                                                    const std::string& path) {
+    TemporaryCopy copy(files);
+    if (auto status = copy.Make(path); !status) return status.Error();
+    // The first look at the content makes SQLite undo what was cut off.
+    SQLite::Database source(copy.Path(), SQLite::OPEN_READWRITE);
+    if (source.execAndGet("PRAGMA page_count").getInt() == 0) {
+        return std::unique_ptr<SQLite::Database>();
+    }
+    auto memory = std::make_unique<SQLite::Database>(":memory:",
+                                                     SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+    SQLite::Backup(*memory, source).executeStep();
+    if (HoldsNothing(*memory)) return std::unique_ptr<SQLite::Database>();
+    if (auto status = CheckState(*memory, path, false); !status) return status.Error();
+    return memory;
 }
 
 // SQLite would wait for the other end of a pipe.
@@ -37,12 +162,20 @@ platform::Status CheckKinds(platform::Files& files, const std::string& path) {
 
 }  // namespace
 
+int VersionOf(SQLite::Database& database) {
+    return Number(database, "PRAGMA user_version");
+}
+
+SQLite::Exception DamagedContent(const std::string& why) {
+    return SQLite::Exception(why, SQLITE_CORRUPT);
+}
+
 platform::Failure ExplainState(const std::string& path, const SQLite::Exception& error) {
     switch (error.getErrorCode()) {
         case SQLITE_CORRUPT:
         case SQLITE_NOTADB:
         case SQLITE_FORMAT:
-            return DamagedState(path, error.what());
+            return Damaged(path, error.what());
         case SQLITE_BUSY:
         case SQLITE_LOCKED:
             return base::Refused(path + ": in use by another program; try again when it has ended");
@@ -68,8 +201,9 @@ platform::Result<std::unique_ptr<SQLite::Database>> OpenStateDatabase(platform::
         if (!made) return made.Error();
     }
     const int flags = mayWrite ? SQLite::OPEN_READWRITE : SQLite::OPEN_READONLY;
-    try {
-        if (!mayWrite && IsCutOff(files, path)) return CheckedCopy(files, path);
+    using Opened = platform::Result<std::unique_ptr<SQLite::Database>>;
+    return ExplainingFaults(path, [&]() -> Opened {
+        if (!mayWrite && files.Exists(JournalOf(path))) return ReadCutOffState(files, path);
         auto database = std::make_unique<SQLite::Database>(path, flags, 5000);
         if (mayWrite) {
             // From here to its end the run has the file to itself: what it does can be remembered.
@@ -79,31 +213,18 @@ platform::Result<std::unique_ptr<SQLite::Database>> OpenStateDatabase(platform::
         }
         if (auto status = CheckState(*database, path, mayWrite); !status) return status.Error();
         return database;
-    } catch (const SQLite::Exception& error) {
-        return ExplainState(path, error);
-    }
+    });
 }
 
 platform::Status InTransaction(SQLite::Database* database, const std::string& path,
                                const std::function<void(SQLite::Database&)>& work) {
     if (database == nullptr) return base::Failed(path + ": opened for reading only");
-    try {
+    return ExplainingFaults(path, [&]() -> platform::Status {
         SQLite::Transaction transaction(*database);
         work(*database);
         transaction.commit();
-    } catch (const SQLite::Exception& error) {
-        return ExplainState(path, error);
-    }
-    return {};
-}
-
-std::string BlobOf(const SQLite::Column& column) {
-    return {static_cast<const char*>(column.getBlob()), static_cast<std::size_t>(column.size())};
-}
-
-void BindBlob(SQLite::Statement& statement, int index, const std::string& bytes) {
-    statement.bindNoCopy(index, static_cast<const void*>(bytes.data()),
-                         static_cast<int>(bytes.size()));
+        return {};
+    });
 }
 
 }  // namespace host::state

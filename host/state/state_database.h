@@ -19,15 +19,27 @@ platform::Result<std::unique_ptr<SQLite::Database>> OpenStateDatabase(platform::
                                                                       const std::string& path,
                                                                       bool mayWrite);
 
-// What a failure of SQLite means for the person who runs this.
-platform::Failure ExplainState(const std::string& path, const SQLite::Exception& error);
+// Which version of the format the file has.
+int VersionOf(SQLite::Database& database);
 
-// Runs `work` in one transaction: all of it is kept or nothing. Durable when this returns.
+// What SQLite's failure means for the person who runs this.
+platform::Failure ExplainState(const std::string& path, const SQLite::Exception& error);
+// To be thrown where the content makes no sense.
+SQLite::Exception DamagedContent(const std::string& why);
+
+// Turns an exception of SQLite into a failure. `work` gives a Result.
+template <class Work>
+auto ExplainingFaults(const std::string& path, const Work& work) -> decltype(work()) {
+    try {
+        return work();
+    } catch (const SQLite::Exception& error) {
+        return ExplainState(path, error);
+    }
+}
+
+// Runs `work` in one transaction: all of it is kept or nothing. Durable when this returns. Fails
+// without a database.
 platform::Status InTransaction(SQLite::Database* database, const std::string& path,
                                const std::function<void(SQLite::Database&)>& work);
-
-std::string BlobOf(const SQLite::Column& column);
-// The bytes must outlive the statement's run.
-void BindBlob(SQLite::Statement& statement, int index, const std::string& bytes);
 
 }  // namespace host::state

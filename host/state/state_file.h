@@ -3,13 +3,11 @@
 #include <memory>
 #include <string>
 
-#include "host/state/pair_memory.h"
+#include "host/state/memory.h"
 #include "platform/os/files.h"
 
-namespace SQLite {
-class Database;
-}
-
+// The SQLite file that holds all memories; its path is native. A `scope` is one address book with
+// one folder, or one in-box with one Maildir.
 namespace host::state {
 
 // Keeps a second run away from the state file for as long as it lives, also one on another
@@ -26,27 +24,19 @@ class StateLock {
     std::unique_ptr<platform::File> m_file;
 };
 
-// The memory in one SQLite file. A file holds the pairs of any number of `scope`s: of each address
-// book with each folder.
-class StateFile : public PairMemory {
-  public:
-    // Without `mayWrite` nothing is written and a missing file counts as an empty one; with it the
-    // file is made. kRefused for a file that is damaged, of another program or of a later version:
-    // the line says the way out. Such a file is left as it is.
-    static platform::Result<std::unique_ptr<StateFile>> Open(platform::Files& files,
-                                                             const std::string& path,
-                                                             const std::string& scope,
-                                                             bool mayWrite);
-    ~StateFile() override;
+// Without `mayWrite` nothing is written and a missing file counts as an empty one; with it the file
+// is made, and brought to the present version. kRefused for a file that is damaged, in use, of
+// another program or of a later version: the line says the way out. Such a file is left as it is.
+platform::Result<std::unique_ptr<PairMemory>> OpenPairs(platform::Files& files,
+                                                        const std::string& path,
+                                                        const std::string& scope, bool mayWrite);
+platform::Result<std::unique_ptr<MailMemory>> OpenMails(platform::Files& files,
+                                                        const std::string& path,
+                                                        const std::string& scope, bool mayWrite);
 
-    platform::Result<Remembered> Load() override;
-    platform::Status Save(const MemoryChange& change) override;
-
-  private:
-    StateFile(std::unique_ptr<SQLite::Database> database, std::string path, std::string scope);
-
-    std::unique_ptr<SQLite::Database> m_database;  // null: no file, nothing remembered
-    std::string m_path, m_scope;
-};
+// Forgets all mails of an in-box (a native path), with whatever Maildir: the next run pairs what
+// both sides hold. A state file that is not there has nothing to forget.
+platform::Status ForgetInBox(platform::Files& files, const std::string& path,
+                             const std::string& inbox);
 
 }  // namespace host::state

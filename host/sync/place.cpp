@@ -1,7 +1,6 @@
 #include "host/sync/place.h"
 
 #include "host/base/folders.h"
-#include "host/state/mail_state.h"
 
 namespace host::sync {
 
@@ -29,8 +28,7 @@ platform::Result<backup::Backup> Restore(const CommandPlace& place, const std::s
     // the difference into the Maildir as removals.
     const auto forgetMails = [&](const backup::Backup& backup) -> platform::Status {
         for (const backup::BackupFile& file : backup.files) {
-            auto forgotten =
-                state::MailState::ForgetInBox(place.files, place.stateFile, file.origin);
+            auto forgotten = state::ForgetInBox(place.files, place.stateFile, file.origin);
             if (!forgotten) return forgotten;
         }
         return {};

@@ -2,7 +2,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "host/state/mail_state.h"
 #include "host/state/state_file.h"
 #include "platform/os/system.h"
 #include "tests/platform/temp_folder.h"
@@ -18,13 +17,13 @@ class StateTest : public ::testing::Test {
     std::string Path() const { return m_folder / "state.db"; }
     std::string Journal() const { return Path() + "-journal"; }
     std::string Bytes() const { return test::ReadDisk(Path()); }
-    platform::Result<std::unique_ptr<state::StateFile>> Open(bool mayWrite,
-                                                             const char* scope = "s") {
-        return state::StateFile::Open(platform::NativeFiles(), Path(), scope, mayWrite);
-    }
-    platform::Result<std::unique_ptr<state::MailState>> Mails(bool mayWrite,
+    platform::Result<std::unique_ptr<state::PairMemory>> Open(bool mayWrite,
                                                               const char* scope = "s") {
-        return state::MailState::Open(platform::NativeFiles(), Path(), scope, mayWrite);
+        return state::OpenPairs(platform::NativeFiles(), Path(), scope, mayWrite);
+    }
+    platform::Result<std::unique_ptr<state::MailMemory>> Mails(bool mayWrite,
+                                                               const char* scope = "s") {
+        return state::OpenMails(platform::NativeFiles(), Path(), scope, mayWrite);
     }
     state::Remembered Load(const char* scope = "s") { return *(*Open(false, scope))->Load(); }
     std::vector<state::RememberedMail> LoadMails(const char* scope = "s") {
@@ -132,7 +131,7 @@ TEST_F(StateTest, RemembersTheMailsOfEachScope) {
     EXPECT_EQ(after[1].link, state::MailLink::kInStep) << "settled";
     EXPECT_EQ(after[2].link, state::MailLink::kKept);
     EXPECT_EQ(LoadMails("t\nx")[0].link, state::MailLink::kPending) << "another scope";
-    ASSERT_TRUE(state::MailState::ForgetInBox(platform::NativeFiles(), Path(), "t"));
+    ASSERT_TRUE(state::ForgetInBox(platform::NativeFiles(), Path(), "t"));
     EXPECT_EQ(LoadMails().size() + LoadMails("t\nx").size() + LoadMails("tt\nx").size(), 4u);
 }
 

@@ -8,7 +8,7 @@
 #include "host/contacts/eudora_limits.h"
 #include "host/contactsync/execute.h"
 #include "host/contactsync/load_sides.h"
-#include "host/state/pair_memory.h"
+#include "host/state/memory.h"
 #include "platform/testing/fixed_clock.h"
 
 namespace host::testing {

@@ -1,12 +1,57 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "host/base/contact.h"
 #include "platform/os/result.h"
 
+// What lasts from one run to the next.
 namespace host::state {
+
+using Key = std::int64_t;  // of a row in the memory; 0 of what is not remembered yet
+
+// One side of a pair as it was when the two sides were last in step.
+struct RememberedSide {
+    base::StoreItem item;
+    base::Contact contact;
+};
+
+// A contact of Eudora's and a vCard that belong together.
+struct RememberedPair {
+    Key key = 0;
+    RememberedSide eudora, folder;
+    std::string uid;
+    int beyond = 0;  // what the vCard holds that no field shows
+};
+
+// What a run is about to write into Eudora's file: that the vCard becomes the contact `newId`,
+// which was `oldId` before (empty: a new one). A run that follows one which was cut off tells by
+// it what belongs together.
+struct Intent {
+    std::string oldId, newId, folderId;
+};
+
+struct Remembered {
+    std::vector<RememberedPair> pairs;
+    std::vector<Intent> intents;
+};
+
+struct MemoryChange {
+    std::vector<RememberedPair> put;  // key 0 adds, another key replaces
+    std::vector<Key> forget;
+    std::optional<std::vector<Intent>> intents;  // replaces all, if given
+};
+
+class PairMemory {
+  public:
+    virtual ~PairMemory() = default;
+    virtual platform::Result<Remembered> Load() = 0;
+    // All of it or nothing; durable when this returns.
+    virtual platform::Status Save(const MemoryChange& change) = 0;
+};
 
 // What a remembered mail is to the two sides.
 enum class MailLink {
@@ -20,7 +65,7 @@ enum class MailLink {
 
 // A mail of Eudora's and its file in the Maildir, as they were when they were last in step.
 struct RememberedMail {
-    std::int64_t key = 0;  // 0: not remembered yet
+    Key key = 0;
     MailLink link = MailLink::kInStep;
     std::string id, marker;  // Eudora's
     std::string messageId;   // Eudora's, without angle brackets; empty for none
@@ -38,12 +83,11 @@ struct RememberedMail {
 };
 
 struct MailMemoryChange {
-    std::vector<RememberedMail> put;   // key 0 adds, another key replaces
-    std::vector<std::int64_t> forget;  // keys
-    bool settle = false;               // all that are pending are in step
+    std::vector<RememberedMail> put;  // key 0 adds, another key replaces
+    std::vector<Key> forget;
+    bool settle = false;  // all that are pending are in step
 };
 
-// What lasts of mails from one run to the next.
 class MailMemory {
   public:
     virtual ~MailMemory() = default;
