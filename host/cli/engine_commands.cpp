@@ -7,6 +7,7 @@
 #include "host/cli/sync_reports.h"
 #include "host/cli/workplace.h"
 #include "host/contactsync/contact_sync.h"
+#include "host/state/state_file.h"
 #include "host/eudora/outside_names.h"
 #include "host/eudora/windows_path.h"
 #include "host/sync/place.h"

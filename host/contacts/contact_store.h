@@ -37,6 +37,11 @@ class ContactStore {
     virtual std::optional<std::string> Refusal(const base::Contact& values,
                                                base::FieldSet which) = 0;
 
+    // A nickname made of both, cut so that the store can hold it.
+    virtual std::string Nickname(const std::string& base, const std::string& suffix) const {
+        return base + suffix;
+    }
+
     // Adds a contact with the non-empty values; as a copy of the contact `like` with other values
     // if that is not empty. Gives its id.
     virtual platform::Result<std::string> Add(const base::Contact& values,
@@ -50,6 +55,11 @@ class ContactStore {
     // Makes the changes since the last Commit durable, all or none, in a store that collects them;
     // other stores have done so at each change.
     virtual platform::Status Commit() = 0;
+};
+
+// The two sides of a synchronisation.
+struct Stores {
+    ContactStore &eudora, &folder;
 };
 
 }  // namespace host::contacts

@@ -5,7 +5,6 @@
 
 #include "frame/interface/field_ids.h"
 #include "host/base/exit_code.h"
-#include "host/contacts/eudora_limits.h"
 #include "platform/os/code_page.h"
 
 namespace host::contacts {

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "host/contacts/contact_store.h"
+#include "host/contacts/eudora_limits.h"
 #include "host/translator/translator_session.h"
 
 namespace host::contacts {
@@ -26,6 +27,9 @@ class EudoraContacts : public ContactStore {
     }
     base::Contact Hold(const base::Contact& contact) const override;
     std::optional<std::string> Refusal(const base::Contact& values, base::FieldSet which) override;
+    std::string Nickname(const std::string& base, const std::string& suffix) const override {
+        return NicknameWithSuffix(base, suffix, m_codePage);
+    }
     platform::Result<std::string> Add(const base::Contact& values,
                                       const std::string& like) override;
     platform::Result<std::string> Change(const base::StoreItem& known, const base::Contact& values,

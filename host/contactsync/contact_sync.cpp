@@ -15,32 +15,30 @@ namespace {
 
 using platform::ErrorCode;
 
-struct Stores {
-    std::unique_ptr<contacts::EudoraContacts> eudora;
-    std::unique_ptr<contacts::VdirContacts> folder;
+struct OwnStores {
+    contacts::EudoraContacts eudora;
+    contacts::VdirContacts folder;
 };
 
-platform::Result<Stores> OpenStores(const sync::CommandPlace& place, const EudoraPlace& eudora,
-                                    const std::string& folder) {
+platform::Result<OwnStores> OpenStores(const sync::CommandPlace& place, const EudoraPlace& eudora,
+                                       const std::string& folder) {
     const auto info = place.files.Stat(eudora.file);
     if (!info) return info.Error();
-    return Stores{
-        std::make_unique<contacts::EudoraContacts>(eudora.open, eudora.codePage, info->modified),
-        std::make_unique<contacts::VdirContacts>(place.files, folder, place.clock,
-                                                 contacts::NewUuid)};
+    return OwnStores{{eudora.open, eudora.codePage, info->modified},
+                     {place.files, folder, place.clock, contacts::NewUuid}};
 }
 
 // Both sides, the memory and the plan between them.
 struct Run {
-    std::optional<state::StateLock> lock;
-    std::unique_ptr<state::PairMemory> state;
-    Stores stores;
+    std::unique_ptr<state::PairMemory> memory;
+    std::optional<OwnStores> stores;
     base::Progress progress;
     state::Remembered remembered;
     Sides sides;
     Plan plan;
 
     explicit Run(const sync::CommandPlace& place) : progress(place.clock, place.progress) {}
+    contacts::Stores Stores() { return {stores->eudora, stores->folder}; }
 };
 
 platform::Status CheckFolder(platform::Files& files, const std::string& folder, bool isKnown) {
@@ -57,14 +55,11 @@ platform::Status CheckFolder(platform::Files& files, const std::string& folder, 
 
 platform::Status Prepare(const sync::CommandPlace& place, const SyncOptions& options, bool mayWrite,
                          Run& run) {
-    auto lock = sync::LockState(place, mayWrite);
-    if (!lock) return lock.Error();
-    run.lock = *std::move(lock);
     const std::string scope = options.eudora.file + '\n' + options.contactsFolder;
-    auto state = state::OpenPairs(place.files, place.stateFile, scope, mayWrite);
-    if (!state) return state.Error();
-    run.state = *std::move(state);
-    auto remembered = run.state->Load();
+    auto memory = state::OpenPairs(place.files, place.stateFile, scope, mayWrite);
+    if (!memory) return memory.Error();
+    run.memory = *std::move(memory);
+    auto remembered = run.memory->Load();
     if (!remembered) return remembered.Error();
     run.remembered = *std::move(remembered);
     const bool isKnown = !run.remembered.pairs.empty();
@@ -73,14 +68,12 @@ platform::Status Prepare(const sync::CommandPlace& place, const SyncOptions& opt
     }
     auto stores = OpenStores(place, options.eudora, options.contactsFolder);
     if (!stores) return stores.Error();
-    run.stores = *std::move(stores);
-    auto& [eudora, folder] = run.stores;
-    auto sides = LoadSides(*eudora, *folder, run.remembered, run.progress);
+    run.stores.emplace(*std::move(stores));
+    auto sides = LoadSides(run.Stores(), run.remembered, run.progress);
     if (!sides) return sides.Error();
     run.sides = *std::move(sides);
     run.plan =
-        MakePlan(run.sides, run.remembered, RulesOf(*eudora, *folder, options.eudora.codePage),
-                 {options.prefer, options.maxDelete});
+        MakePlan(run.sides, run.remembered, run.Stores(), {options.prefer, options.maxDelete});
     if (run.plan.stop) return base::Refused(*run.plan.stop);
     std::vector<std::string> written;
     if (run.plan.report.Changes(sync::Side::kEudora)) written.push_back(options.eudora.file);
@@ -107,8 +100,7 @@ platform::Result<sync::Report> RunSync(const sync::CommandPlace& place,
         }
         return backups.Prune();
     };
-    report.errors =
-        Execute(run.plan, *run.stores.eudora, *run.stores.folder, *run.state, backup, run.progress);
+    report.errors = Execute(run.plan, run.Stores(), *run.memory, backup, run.progress);
     return std::move(report);
 }
 
@@ -124,20 +116,20 @@ platform::Result<std::size_t> ExportContacts(const sync::CommandPlace& place,
     auto stores = OpenStores(place, from, toFolder);
     if (!stores) return stores.Error();
     auto& [eudora, folder] = *stores;
-    auto present = folder->List();
+    auto present = folder.List();
     if (!present) return present.Error();
     if (!present->empty()) {
         return base::Refused(toFolder + ": holds vCards already; name an empty folder");
     }
-    auto items = eudora->List();
+    auto items = eudora.List();
     if (!items) return items.Error();
     base::Progress progress(place.clock, place.progress);
     std::size_t count = 0;
     for (const base::StoreItem& item : *items) {
         progress.Step("exporting", count++, items->size());
-        auto stored = eudora->Read(item.id);
+        auto stored = eudora.Read(item.id);
         if (!stored) return stored.Error();
-        auto added = folder->Add(stored->contact, "");
+        auto added = folder.Add(stored->contact, "");
         if (!added) return added.Error();
     }
     return count;

@@ -13,11 +13,10 @@ constexpr std::size_t kBatch = 200;
 
 class Execution {
   public:
-    Execution(const Plan& plan, contacts::ContactStore& eudora, contacts::ContactStore& folder,
-              state::PairMemory& memory, base::Progress& progress)
+    Execution(const Plan& plan, const contacts::Stores& stores, state::PairMemory& memory,
+              base::Progress& progress)
         : m_plan(plan),
-          m_eudora(eudora),
-          m_folder(folder),
+          m_stores(stores),
           m_memory(memory),
           m_progress(progress),
           m_states(plan.steps.size()) {}
@@ -40,7 +39,7 @@ class Execution {
     platform::Status Flush();
 
     const Plan& m_plan;
-    contacts::ContactStore &m_eudora, &m_folder;
+    const contacts::Stores& m_stores;
     state::PairMemory& m_memory;
     base::Progress& m_progress;
     std::vector<State> m_states;
@@ -71,14 +70,15 @@ void Execution::ChangeFolder(std::size_t index) {
     const SideAction& action = step.folder;
     State& state = m_states[index];
     if (action.verb == Verb::kRemove) {
-        if (auto status = m_folder.Remove(action.known); !status) Fail(index, status.Error());
+        if (auto status = m_stores.folder.Remove(action.known); !status)
+            Fail(index, status.Error());
         return;
     }
     auto id = action.verb == Verb::kAdd
-                  ? m_folder.Add(action.values, action.like)
-                  : m_folder.Change(action.known, action.values, action.fields);
+                  ? m_stores.folder.Add(action.values, action.like)
+                  : m_stores.folder.Change(action.known, action.values, action.fields);
     if (!id) return Fail(index, id.Error());
-    auto stored = ReadFolderContact(m_eudora, m_folder, *id);
+    auto stored = ReadFolderContact(m_stores, *id);
     if (!stored) return Fail(index, stored.Error());
     state.inFolder = *std::move(stored);
 }
@@ -87,13 +87,13 @@ void Execution::ChangeFolder(std::size_t index) {
 bool Execution::ChangeEudora(std::size_t index) {
     const SideAction& action = m_plan.steps[index].eudora;
     if (action.verb == Verb::kRemove) {
-        auto status = m_eudora.Remove(action.known);
+        auto status = m_stores.eudora.Remove(action.known);
         if (!status) Fail(index, status.Error());
         return status.HasValue();
     }
     auto id = action.verb == Verb::kAdd
-                  ? m_eudora.Add(action.values, "")
-                  : m_eudora.Change(action.known, action.values, action.fields);
+                  ? m_stores.eudora.Add(action.values, "")
+                  : m_stores.eudora.Change(action.known, action.values, action.fields);
     if (!id) {
         Fail(index, id.Error());
         return false;
@@ -110,7 +110,7 @@ platform::Status Execution::EudoraPhase() {
             isChanged = ChangeEudora(i) || isChanged;
         }
     }
-    return isChanged ? m_eudora.Commit() : platform::Status{};
+    return isChanged ? m_stores.eudora.Commit() : platform::Status{};
 }
 
 // Notes the pair as both sides hold it now.
@@ -134,7 +134,7 @@ platform::Status Execution::Remember(std::size_t index) {
         pair.beyond = stored.beyond;
     }
     if (step.eudora.verb != Verb::kNone) {
-        auto stored = m_eudora.Read(state.eudoraId);
+        auto stored = m_stores.eudora.Read(state.eudoraId);
         if (!stored) return stored.Error();
         pair.eudora = {stored->item, stored->contact};
     }
@@ -180,11 +180,11 @@ std::vector<std::string> Execution::Run(const std::function<platform::Status()>&
 
 }  // namespace
 
-std::vector<std::string> Execute(const Plan& plan, contacts::ContactStore& eudora,
-                                 contacts::ContactStore& folder, state::PairMemory& memory,
+std::vector<std::string> Execute(const Plan& plan, const contacts::Stores& stores,
+                                 state::PairMemory& memory,
                                  const std::function<platform::Status()>& backup,
                                  base::Progress& progress) {
-    return Execution(plan, eudora, folder, memory, progress).Run(backup);
+    return Execution(plan, stores, memory, progress).Run(backup);
 }
 
 }  // namespace host::contactsync

@@ -16,8 +16,8 @@ namespace host::contactsync {
 // is remembered first; then the folder changes, additions before changes before removals, contact
 // by contact; then Eudora's file in one step; each pair is remembered when both its sides are
 // done. The next run finds a half-done pair equal on both sides, or one-sided still.
-std::vector<std::string> Execute(const Plan& plan, contacts::ContactStore& eudora,
-                                 contacts::ContactStore& folder, state::PairMemory& memory,
+std::vector<std::string> Execute(const Plan& plan, const contacts::Stores& stores,
+                                 state::PairMemory& memory,
                                  const std::function<platform::Status()>& backup,
                                  base::Progress& progress);
 

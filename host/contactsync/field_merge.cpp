@@ -67,14 +67,15 @@ void ToFolder(Merge& merge, base::Field field, const Comparison& sides, const st
 }  // namespace
 
 Merge MergeFields(const base::Contact& eudora, const base::Contact& folder,
-                  const state::RememberedPair* base, bool keepNicknames, const SideRules& rules) {
-    const Comparison sides{eudora, folder, rules.holdEudora(folder), rules.holdFolder(eudora)};
+                  const state::RememberedPair* base, bool keepNicknames,
+                  const contacts::Stores& stores) {
+    const Comparison sides{eudora, folder, stores.eudora.Hold(folder), stores.folder.Hold(eudora)};
     base::Contact oldEudora, oldFolder, oldFolderInEudora, oldEudoraInFolder;
     if (base != nullptr) {
         oldEudora = base->eudora.contact;
         oldFolder = base->folder.contact;
-        oldFolderInEudora = rules.holdEudora(oldFolder);
-        oldEudoraInFolder = rules.holdFolder(oldEudora);
+        oldFolderInEudora = stores.eudora.Hold(oldFolder);
+        oldEudoraInFolder = stores.folder.Hold(oldEudora);
     }
     Merge merge;
     merge.eudora = eudora;
@@ -102,9 +103,9 @@ Merge MergeFields(const base::Contact& eudora, const base::Contact& folder,
     return merge;
 }
 
-void SettleConflicts(Merge& merge, bool folderWins, const SideRules& rules) {
-    const base::Contact folderInEudora = rules.holdEudora(merge.folder);
-    const base::Contact eudoraInFolder = rules.holdFolder(merge.eudora);
+void SettleConflicts(Merge& merge, bool folderWins, const contacts::Stores& stores) {
+    const base::Contact folderInEudora = stores.eudora.Hold(merge.folder);
+    const base::Contact eudoraInFolder = stores.folder.Hold(merge.eudora);
     for (base::Field field : base::kAllFields) {
         if (!merge.conflicts.Has(field)) continue;
         if (folderWins) {

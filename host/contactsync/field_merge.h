@@ -14,9 +14,10 @@ struct Merge {
 // With `base` null the pair was never in step: an empty field takes the other side's value. With
 // `keepNicknames` the nicknames are as they shall be.
 Merge MergeFields(const base::Contact& eudora, const base::Contact& folder,
-                  const state::RememberedPair* base, bool keepNicknames, const SideRules& rules);
+                  const state::RememberedPair* base, bool keepNicknames,
+                  const contacts::Stores& stores);
 
 // Settles the conflicts for one side.
-void SettleConflicts(Merge& merge, bool folderWins, const SideRules& rules);
+void SettleConflicts(Merge& merge, bool folderWins, const contacts::Stores& stores);
 
 }  // namespace host::contactsync

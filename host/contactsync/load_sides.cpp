@@ -1,8 +1,8 @@
 #include "host/contactsync/load_sides.h"
 
+#include <functional>
+#include <optional>
 #include <unordered_map>
-
-#include "host/contacts/eudora_limits.h"
 
 namespace host::contactsync {
 
@@ -59,15 +59,14 @@ platform::Result<std::vector<contacts::StoredContact>> LoadSide(
 
 }  // namespace
 
-platform::Result<contacts::StoredContact> ReadFolderContact(contacts::ContactStore& eudora,
-                                                            contacts::ContactStore& folder,
+platform::Result<contacts::StoredContact> ReadFolderContact(const contacts::Stores& stores,
                                                             const std::string& id) {
-    auto stored = folder.Read(id);
-    if (stored) stored->beyond += eudora.Hold(stored->contact) != stored->contact;
+    auto stored = stores.folder.Read(id);
+    if (stored) stored->beyond += stores.eudora.Hold(stored->contact) != stored->contact;
     return stored;
 }
 
-platform::Result<Sides> LoadSides(contacts::ContactStore& eudora, contacts::ContactStore& folder,
+platform::Result<Sides> LoadSides(const contacts::Stores& stores,
                                   const state::Remembered& remembered, base::Progress& progress) {
     Known knownEudora, knownFolder;
     for (const state::RememberedPair& pair : remembered.pairs) {
@@ -76,36 +75,18 @@ platform::Result<Sides> LoadSides(contacts::ContactStore& eudora, contacts::Cont
     }
     Sides sides;
     auto left = LoadSide(
-        eudora, knownEudora, &state::RememberedPair::eudora,
-        [&](const std::string& id) { return eudora.Read(id); }, "reading Eudora's contacts",
+        stores.eudora, knownEudora, &state::RememberedPair::eudora,
+        [&](const std::string& id) { return stores.eudora.Read(id); }, "reading Eudora's contacts",
         sides.passedOver, progress);
     if (!left) return left.Error();
     auto right = LoadSide(
-        folder, knownFolder, &state::RememberedPair::folder,
-        [&](const std::string& id) { return ReadFolderContact(eudora, folder, id); },
-        "reading the vCards", sides.passedOver, progress);
+        stores.folder, knownFolder, &state::RememberedPair::folder,
+        [&](const std::string& id) { return ReadFolderContact(stores, id); }, "reading the vCards",
+        sides.passedOver, progress);
     if (!right) return right.Error();
     sides.eudora = *std::move(left);
     sides.folder = *std::move(right);
     return sides;
-}
-
-SideRules RulesOf(contacts::ContactStore& eudora, contacts::ContactStore& folder,
-                  unsigned codePage) {
-    SideRules rules;
-    rules.holdEudora = [&](const base::Contact& contact) { return eudora.Hold(contact); };
-    rules.holdFolder = [&](const base::Contact& contact) { return folder.Hold(contact); };
-    rules.refusal = [&](const base::Contact& values, base::FieldSet which) {
-        return eudora.Refusal(values, which);
-    };
-    rules.nickname = [codePage](const std::string& base, const std::string& suffix) {
-        return contacts::NicknameWithSuffix(base, suffix, codePage);
-    };
-    rules.folderIsNewer = [&](const std::string& eudoraId, const std::string& folderId) {
-        const auto left = eudora.ChangedAt(eudoraId), right = folder.ChangedAt(folderId);
-        return left && right && *right > *left;
-    };
-    return rules;
 }
 
 }  // namespace host::contactsync

@@ -1,6 +1,7 @@
 #include "host/contactsync/pairing.h"
 
 #include <algorithm>
+#include <functional>
 #include <unordered_map>
 
 namespace host::contactsync {
@@ -8,8 +9,9 @@ namespace host::contactsync {
 namespace {
 
 using Index = std::size_t;
-using Key = std::string;
-using KeyOf = std::function<Key(const contacts::StoredContact&)>;
+using Key = std::string;  // an empty one is like no other
+using KeyOf = std::function<Key(Index)>;
+using Groups = std::unordered_map<Key, std::vector<Index>>;
 
 constexpr char kPart = '\x1F';
 
@@ -18,11 +20,19 @@ Key NameAndAddress(const base::Contact& contact) {
     return contact[base::Field::kName] + kPart + contact[base::Field::kEmail];
 }
 
-// The unused contacts of one side by a key.
+Key Nickname(const base::Contact& contact) {
+    return contact[base::Field::kNickname];
+}
+
+Key Everything(const base::Contact& contact) {
+    return contact[base::Field::kNickname] + kPart + base::BeyondNickname(contact);
+}
+
+// The contacts of one side that belong to nobody yet.
 class Pool {
   public:
     explicit Pool(const std::vector<contacts::StoredContact>& contacts)
-        : m_contacts(contacts), m_used(contacts.size(), false) {
+        : m_used(contacts.size(), false) {
         for (Index i = 0; i < contacts.size(); ++i) m_byId[contacts[i].item.id] = i;
     }
 
@@ -35,16 +45,6 @@ class Pool {
     void Take(Index index) { m_used[index] = true; }
     void Release(Index index) { m_used[index] = false; }
 
-    // By key, all that have one; in the order of the side.
-    std::unordered_map<Key, std::vector<Index>> Group(const KeyOf& keyOf) const {
-        std::unordered_map<Key, std::vector<Index>> groups;
-        for (Index i = 0; i < m_contacts.size(); ++i) {
-            if (m_used[i]) continue;
-            const Key key = keyOf(m_contacts[i]);
-            if (!key.empty()) groups[key].push_back(i);
-        }
-        return groups;
-    }
     std::vector<Index> Rest() const {
         std::vector<Index> rest;
         for (Index i = 0; i < m_used.size(); ++i) {
@@ -52,171 +52,175 @@ class Pool {
         }
         return rest;
     }
-    bool IsEmpty() const { return std::find(m_used.begin(), m_used.end(), false) == m_used.end(); }
 
   private:
-    const std::vector<contacts::StoredContact>& m_contacts;
     std::vector<bool> m_used;
     std::unordered_map<std::string, Index> m_byId;
 };
 
-// Gives each pair whose contact of one side vanished one that appeared under the same key. With
-// `unique`, only where one vanished and one appeared.
-void MatchVanished(Pairing& pairing, Pool& pool, std::optional<Index> Pairing::Known::*side,
-                   const std::function<Key(const Pairing::Known&)>& keyOfPair,
-                   const KeyOf& keyOfContact, bool unique) {
-    std::unordered_map<Key, std::vector<Pairing::Known*>> vanished;
-    for (Pairing::Known& known : pairing.known) {
-        if (known.*side) continue;
-        const Key key = keyOfPair(known);
-        if (!key.empty()) vanished[key].push_back(&known);
+Groups GroupBy(const KeyOf& keyOf, const std::vector<Index>& members) {
+    Groups groups;
+    for (const Index member : members) {
+        Key key = keyOf(member);
+        if (!key.empty()) groups[std::move(key)].push_back(member);
     }
-    if (vanished.empty() || pool.IsEmpty()) return;
-    auto appeared = pool.Group(keyOfContact);
-    for (auto& [key, pairs] : vanished) {
-        const auto found = appeared.find(key);
-        if (found == appeared.end()) continue;
-        const auto& candidates = found->second;
-        if (unique && (pairs.size() != 1 || candidates.size() != 1)) continue;
-        for (Index i = 0; i < std::min(pairs.size(), candidates.size()); ++i) {
-            pairs[i]->*side = candidates[i];
-            pool.Take(candidates[i]);
+    return groups;
+}
+
+// Brings together what stands under the same key in both lists, in their order; with `unique` only
+// where each list has one.
+template <class Together>
+void Match(const std::vector<Index>& left, const KeyOf& leftKey, const std::vector<Index>& right,
+           const KeyOf& rightKey, bool unique, const Together& together) {
+    if (left.empty() || right.empty()) return;
+    const Groups candidates = GroupBy(rightKey, right);
+    for (const auto& [key, members] : GroupBy(leftKey, left)) {
+        const auto found = candidates.find(key);
+        if (found == candidates.end()) continue;
+        const std::size_t most = std::max(members.size(), found->second.size());
+        for (Index i = 0; i < std::min(members.size(), found->second.size()); ++i) {
+            if (!unique || most == 1) together(members[i], found->second[i]);
         }
     }
 }
 
-struct Pools {
-    Pool eudora, folder;
+class Matchmaker {
+  public:
+    Matchmaker(const Sides& sides, const state::Remembered& remembered,
+               const contacts::Stores& stores)
+        : m_sides(sides),
+          m_remembered(remembered),
+          m_stores(stores),
+          m_eudora(sides.eudora),
+          m_folder(sides.folder) {}
+
+    Pairing Make();
+
+  private:
+    void UseIntents();
+    void FindRenames();
+    void FindRewritten();
+    void FindTwins();
+    void MatchVanished(std::optional<Index> Pairing::Known::*side, const KeyOf& keyOfPair,
+                       const KeyOf& keyOfContact, bool unique);
+
+    // Of a contact in the form that both sides can hold: what each has of it is equal in that.
+    KeyOf InEudora(Key (*key)(const base::Contact&)) const {
+        return [this, key](Index i) {
+            const base::Contact& contact = m_sides.eudora[i].contact;
+            return key(m_stores.eudora.Hold(m_stores.folder.Hold(contact)));
+        };
+    }
+    KeyOf InFolder(Key (*key)(const base::Contact&)) const {
+        return
+            [this, key](Index i) { return key(m_stores.eudora.Hold(m_sides.folder[i].contact)); };
+    }
+
+    const Sides& m_sides;
+    const state::Remembered& m_remembered;
+    const contacts::Stores& m_stores;
+    Pool m_eudora, m_folder;
+    Pairing m_pairing;
 };
 
-void UseIntents(Pairing& pairing, Pools& pools, const state::Remembered& remembered) {
-    if (remembered.intents.empty()) return;
-    std::unordered_map<std::string, Pairing::Known*> vanished;  // from Eudora, by the vCard
-    for (Pairing::Known& known : pairing.known) {
-        if (!known.eudora) vanished[remembered.pairs[known.pair].folder.item.id] = &known;
+// Gives each pair whose contact of one side vanished one that appeared under the same key.
+void Matchmaker::MatchVanished(std::optional<Index> Pairing::Known::*side, const KeyOf& keyOfPair,
+                               const KeyOf& keyOfContact, bool unique) {
+    Pool& pool = side == &Pairing::Known::eudora ? m_eudora : m_folder;
+    auto& known = m_pairing.known;
+    std::vector<Index> vanished;
+    for (Index i = 0; i < known.size(); ++i) {
+        if (!(known[i].*side)) vanished.push_back(i);
     }
-    for (const state::Intent& intent : remembered.intents) {
+    Match(vanished, keyOfPair, pool.Rest(), keyOfContact, unique, [&](Index pair, Index contact) {
+        known[pair].*side = contact;
+        pool.Take(contact);
+    });
+}
+
+void Matchmaker::UseIntents() {
+    if (m_remembered.intents.empty()) return;
+    std::unordered_map<std::string, Pairing::Known*> vanished;  // from Eudora, by the vCard
+    for (Index i = 0; i < m_pairing.known.size(); ++i) {
+        Pairing::Known& known = m_pairing.known[i];
+        if (!known.eudora) vanished[m_remembered.pairs[i].folder.item.id] = &known;
+    }
+    for (const state::Intent& intent : m_remembered.intents) {
         if (const auto pair = vanished.find(intent.folderId); pair != vanished.end()) {
             Pairing::Known& known = *pair->second;
-            if (!known.eudora) known.eudora = pools.eudora.TakeId(intent.newId);
+            if (!known.eudora) known.eudora = m_eudora.TakeId(intent.newId);
             known.isIntended = known.eudora.has_value();
             continue;
         }
-        const auto folder = pools.folder.TakeId(intent.folderId);
-        const auto eudora = folder ? pools.eudora.TakeId(intent.newId) : std::nullopt;
+        const auto folder = m_folder.TakeId(intent.folderId);
+        const auto eudora = folder ? m_eudora.TakeId(intent.newId) : std::nullopt;
         if (eudora) {
-            pairing.found.push_back({*eudora, *folder, true});
+            m_pairing.found.push_back({*eudora, *folder, true});
         } else if (folder) {
-            pools.folder.Release(*folder);
+            m_folder.Release(*folder);
         }
     }
 }
 
-Key WholeKey(const base::Contact& contact) {
-    return contact[base::Field::kNickname] + kPart + base::BeyondNickname(contact);
-}
-
-// The form that both sides can hold: what each has of one contact is equal in it.
-base::Contact InCommon(const base::Contact& eudora, const SideRules& rules) {
-    return rules.holdEudora(rules.holdFolder(eudora));
-}
-
-// A vCard that a cut-off run wrote anew for a contact whose old one was gone.
-void FindRewritten(Pairing& pairing, Pools& pools, const Sides& sides, const SideRules& rules) {
-    MatchVanished(
-        pairing, pools.folder, &Pairing::Known::folder,
-        [&](const Pairing::Known& known) {
-            if (!known.eudora) return Key();
-            return WholeKey(InCommon(sides.eudora[*known.eudora].contact, rules));
-        },
-        [&](const contacts::StoredContact& stored) {
-            return WholeKey(rules.holdEudora(stored.contact));
-        },
-        false);
-}
-
-void FindRenames(Pairing& pairing, Pools& pools, const state::Remembered& remembered) {
-    const auto& pairs = remembered.pairs;
-    const auto ofContact = [](Key (*key)(const base::Contact&)) -> KeyOf {
-        return [key](const contacts::StoredContact& stored) { return key(stored.contact); };
-    };
+void Matchmaker::FindRenames() {
+    const auto& pairs = m_remembered.pairs;
     using Known = Pairing::Known;
     MatchVanished(
-        pairing, pools.folder, &Known::folder,
-        [&](const Known& known) { return pairs[known.pair].uid; },
-        [](const contacts::StoredContact& stored) { return stored.uid; }, true);
+        &Known::folder, [&](Index i) { return pairs[i].uid; },
+        [&](Index i) { return m_sides.folder[i].uid; }, true);
     for (const bool unique : {false, true}) {
         const auto key = unique ? NameAndAddress : base::BeyondNickname;
         MatchVanished(
-            pairing, pools.eudora, &Known::eudora,
-            [&](const Known& known) { return key(pairs[known.pair].eudora.contact); },
-            ofContact(key), unique);
+            &Known::eudora, [&](Index i) { return key(pairs[i].eudora.contact); },
+            [&](Index i) { return key(m_sides.eudora[i].contact); }, unique);
         MatchVanished(
-            pairing, pools.folder, &Known::folder,
-            [&](const Known& known) { return key(pairs[known.pair].folder.contact); },
-            ofContact(key), unique);
+            &Known::folder, [&](Index i) { return key(pairs[i].folder.contact); },
+            [&](Index i) { return key(m_sides.folder[i].contact); }, unique);
     }
 }
 
-// Contacts of both sides under the same key. Several under one key go together by content first;
-// with `unique` only one and one.
-void MatchSides(Pairing& pairing, Pools& pools, const KeyOf& eudoraKey, const KeyOf& folderKey,
-                bool unique) {
-    if (pools.eudora.IsEmpty() || pools.folder.IsEmpty()) return;
-    const auto folderGroups = pools.folder.Group(folderKey);
-    for (const auto& [key, eudora] : pools.eudora.Group(eudoraKey)) {
-        const auto found = folderGroups.find(key);
-        if (found == folderGroups.end()) continue;
-        const auto& folder = found->second;
-        if (unique && (eudora.size() != 1 || folder.size() != 1)) continue;
-        for (Index i = 0; i < std::min(eudora.size(), folder.size()); ++i) {
-            pairing.found.push_back({eudora[i], folder[i]});
-            pools.eudora.Take(eudora[i]);
-            pools.folder.Take(folder[i]);
-        }
+// A vCard that a cut-off run wrote anew for a contact whose old one was gone.
+void Matchmaker::FindRewritten() {
+    const auto keyOfPair = [&](Index i) {
+        const auto eudora = m_pairing.known[i].eudora;
+        return eudora ? InEudora(Everything)(*eudora) : Key();
+    };
+    MatchVanished(&Pairing::Known::folder, keyOfPair, InFolder(Everything), false);
+}
+
+// What is plainly the same contact on both sides.
+void Matchmaker::FindTwins() {
+    for (const auto key : {Everything, Nickname, base::BeyondNickname, NameAndAddress}) {
+        Match(m_eudora.Rest(), InEudora(key), m_folder.Rest(), InFolder(key), key == NameAndAddress,
+              [&](Index eudora, Index folder) {
+                  m_pairing.found.push_back({eudora, folder});
+                  m_eudora.Take(eudora);
+                  m_folder.Take(folder);
+              });
     }
 }
 
-void FindTwins(Pairing& pairing, Pools& pools, const SideRules& rules) {
-    const auto eudora = [&](Key (*key)(const base::Contact&)) -> KeyOf {
-        return [key, &rules](const contacts::StoredContact& stored) {
-            return key(InCommon(stored.contact, rules));
-        };
-    };
-    const auto folder = [&](Key (*key)(const base::Contact&)) -> KeyOf {
-        return [key, &rules](const contacts::StoredContact& stored) {
-            return key(rules.holdEudora(stored.contact));
-        };
-    };
-    const auto nickname = [](const base::Contact& contact) {
-        return contact[base::Field::kNickname];
-    };
-    MatchSides(pairing, pools, eudora(WholeKey), folder(WholeKey), false);
-    MatchSides(pairing, pools, eudora(+nickname), folder(+nickname), false);
-    MatchSides(pairing, pools, eudora(base::BeyondNickname), folder(base::BeyondNickname), false);
-    MatchSides(pairing, pools, eudora(NameAndAddress), folder(NameAndAddress), true);
+Pairing Matchmaker::Make() {
+    for (const state::RememberedPair& pair : m_remembered.pairs) {
+        m_pairing.known.push_back(
+            {m_eudora.TakeId(pair.eudora.item.id), m_folder.TakeId(pair.folder.item.id)});
+    }
+    UseIntents();
+    FindRenames();
+    FindRewritten();
+    FindTwins();
+    m_pairing.onlyEudora = m_eudora.Rest();
+    m_pairing.onlyFolder = m_folder.Rest();
+    // The groups come in no order; the report's is the sides'.
+    std::ranges::sort(m_pairing.found, {}, &Pairing::Found::eudora);
+    return std::move(m_pairing);
 }
 
 }  // namespace
 
-Pairing FindPairs(const Sides& sides, const state::Remembered& remembered, const SideRules& rules) {
-    Pairing pairing;
-    Pools pools{Pool(sides.eudora), Pool(sides.folder)};
-    for (Index i = 0; i < remembered.pairs.size(); ++i) {
-        const state::RememberedPair& pair = remembered.pairs[i];
-        pairing.known.push_back({i, pools.eudora.TakeId(pair.eudora.item.id),
-                                 pools.folder.TakeId(pair.folder.item.id)});
-    }
-    UseIntents(pairing, pools, remembered);
-    FindRenames(pairing, pools, remembered);
-    FindRewritten(pairing, pools, sides, rules);
-    FindTwins(pairing, pools, rules);
-    pairing.onlyEudora = pools.eudora.Rest();
-    pairing.onlyFolder = pools.folder.Rest();
-    // The groups come in no order; the report's is the sides'.
-    std::sort(pairing.found.begin(), pairing.found.end(),
-              [](const auto& a, const auto& b) { return a.eudora < b.eudora; });
-    return pairing;
+Pairing FindPairs(const Sides& sides, const state::Remembered& remembered,
+                  const contacts::Stores& stores) {
+    return Matchmaker(sides, remembered, stores).Make();
 }
 
 }  // namespace host::contactsync

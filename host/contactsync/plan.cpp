@@ -30,16 +30,16 @@ sync::Change::OnSide Told(const SideAction& action, const Step& step) {
 
 class Planner {
   public:
-    Planner(const Sides& sides, const state::Remembered& remembered, const SideRules& rules,
+    Planner(const Sides& sides, const state::Remembered& remembered, const contacts::Stores& stores,
             const PlanOptions& options)
-        : m_sides(sides), m_remembered(remembered), m_rules(rules), m_options(options) {
+        : m_sides(sides), m_remembered(remembered), m_stores(stores), m_options(options) {
         for (const contacts::StoredContact& stored : sides.eudora) m_taken.insert(stored.item.id);
     }
 
     Plan Make();
 
   private:
-    void PlanKnown(const Pairing::Known& known);
+    void PlanKnown(const Pairing::Known& known, const state::RememberedPair& pair);
     void PlanMerge(const contacts::StoredContact& eudora, const contacts::StoredContact& folder,
                    const state::RememberedPair* pair, bool isIntended);
     void PlanVanished(const contacts::StoredContact* eudora, const contacts::StoredContact* folder,
@@ -53,11 +53,12 @@ class Planner {
     bool FinishEudora(SideAction& action, const std::string& name);
     std::string FreeNickname(const std::string& base);
     bool AlreadyKept(const base::Contact& copy);
+    bool FolderIsNewer(const std::string& eudoraId, const std::string& folderId);
     void CheckLimits();
 
     const Sides& m_sides;
     const state::Remembered& m_remembered;
-    const SideRules& m_rules;
+    const contacts::Stores& m_stores;
     const PlanOptions& m_options;
     Pairing m_pairing;
     std::unordered_set<std::string> m_taken;            // nicknames in Eudora, now or by this plan
@@ -71,10 +72,11 @@ class Planner {
 std::string Planner::FreeNickname(const std::string& base) {
     if (m_taken.insert(base).second) return base;
     for (int first = 1;; first *= 10) {
-        int& next = m_nextNumber.try_emplace(m_rules.nickname(base, std::to_string(first)), first)
-                        .first->second;
+        int& next =
+            m_nextNumber.try_emplace(m_stores.eudora.Nickname(base, std::to_string(first)), first)
+                .first->second;
         while (next < first * 10) {
-            std::string candidate = m_rules.nickname(base, std::to_string(next++));
+            std::string candidate = m_stores.eudora.Nickname(base, std::to_string(next++));
             if (m_taken.insert(candidate).second) return candidate;
         }
     }
@@ -84,7 +86,7 @@ std::string Planner::FreeNickname(const std::string& base) {
 bool Planner::FinishEudora(SideAction& action, const std::string& name) {
     const base::FieldSet shown =
         action.verb == Verb::kAdd ? NonEmpty(action.values) : action.fields;
-    const auto reason = m_rules.refusal(action.values, shown);
+    const auto reason = m_stores.eudora.Refusal(action.values, shown);
     if (reason) m_plan.report.refused.push_back({name, *reason});
     return !reason;
 }
@@ -93,7 +95,7 @@ void Planner::AddToFolder(const contacts::StoredContact& eudora, std::int64_t ke
     Step step;
     step.key = key;
     step.eudora = {Verb::kNone, eudora.item, eudora.contact, {}, {}};
-    step.folder = {Verb::kAdd, {}, m_rules.holdFolder(eudora.contact), {}, {}};
+    step.folder = {Verb::kAdd, {}, m_stores.folder.Hold(eudora.contact), {}, {}};
     step.name = base::DisplayName(eudora.contact, eudora.item.id);
     m_plan.steps.push_back(std::move(step));
 }
@@ -105,12 +107,12 @@ void Planner::AddToEudora(const contacts::StoredContact& folder, std::int64_t ke
     step.uid = folder.uid;
     step.beyond = folder.beyond;
     step.name = base::DisplayName(folder.contact, folder.item.id);
-    step.eudora = {Verb::kAdd, {}, m_rules.holdEudora(folder.contact), {}, {}};
+    step.eudora = {Verb::kAdd, {}, m_stores.eudora.Hold(folder.contact), {}, {}};
     std::string& nickname = step.eudora.values[base::Field::kNickname];
     if (nickname.empty()) {
         base::Contact named;
         named[base::Field::kNickname] = base::DisplayName(step.eudora.values, "contact");
-        nickname = m_rules.holdEudora(named)[base::Field::kNickname];
+        nickname = m_stores.eudora.Hold(named)[base::Field::kNickname];
     }
     if (!FinishEudora(step.eudora, step.name)) return;
     nickname = FreeNickname(nickname);
@@ -158,7 +160,7 @@ bool Planner::AlreadyKept(const base::Contact& copy) {
             for (const contacts::StoredContact& stored : *side) {
                 if (stored.contact[base::Field::kNickname].find("(older)") == std::string::npos)
                     continue;
-                m_keptCopies->insert(base::BeyondNickname(m_rules.holdEudora(stored.contact)));
+                m_keptCopies->insert(base::BeyondNickname(m_stores.eudora.Hold(stored.contact)));
             }
         }
     }
@@ -173,12 +175,12 @@ bool Planner::KeepOlder(const contacts::StoredContact& older, bool folderIsOlder
     base::Contact copy = older.contact;
     std::string& name = copy[base::Field::kName];
     if (!name.empty()) name += " (older)";
-    const base::Contact held = m_rules.holdEudora(copy);
+    const base::Contact held = m_stores.eudora.Hold(copy);
     if (!AlreadyKept(held)) {
         step.eudora = {Verb::kAdd, {}, held, {}, {}};
         std::string base = held[base::Field::kNickname];
         if (base.empty()) base = base::DisplayName(held, "contact");
-        base = m_rules.nickname(base, " (older)");
+        base = m_stores.eudora.Nickname(base, " (older)");
         step.eudora.values[base::Field::kNickname] = base;
         if (!FinishEudora(step.eudora, step.name)) return false;
         base = FreeNickname(base);
@@ -193,6 +195,12 @@ bool Planner::KeepOlder(const contacts::StoredContact& older, bool folderIsOlder
     return true;
 }
 
+bool Planner::FolderIsNewer(const std::string& eudoraId, const std::string& folderId) {
+    const auto inEudora = m_stores.eudora.ChangedAt(eudoraId);
+    const auto inFolder = m_stores.folder.ChangedAt(folderId);
+    return inEudora && inFolder && *inFolder > *inEudora;
+}
+
 // Settles what both sides changed; false if it cannot be settled.
 bool Planner::Resolve(Merge& merge, const contacts::StoredContact& eudora,
                       const contacts::StoredContact& folder) {
@@ -204,14 +212,14 @@ bool Planner::Resolve(Merge& merge, const contacts::StoredContact& eudora,
     }
     bool folderWins = m_options.prefer == sync::Prefer::kFolder;
     if (m_options.prefer == sync::Prefer::kBoth || m_options.prefer == sync::Prefer::kNewer) {
-        folderWins = m_rules.folderIsNewer(eudora.item.id, folder.item.id);
+        folderWins = FolderIsNewer(eudora.item.id, folder.item.id);
     }
     if (m_options.prefer == sync::Prefer::kBoth) {
         const bool isKept =
             folderWins ? KeepOlder(eudora, false, fields) : KeepOlder(folder, true, fields);
         if (!isKept) return false;
     }
-    SettleConflicts(merge, folderWins, m_rules);
+    SettleConflicts(merge, folderWins, m_stores);
     return true;
 }
 
@@ -223,7 +231,7 @@ void Planner::PlanMerge(const contacts::StoredContact& eudora,
         pair->folder.item.marker == folder.item.marker) {
         return;  // neither side changed at all
     }
-    Merge merge = MergeFields(eudora.contact, folder.contact, pair, isIntended, m_rules);
+    Merge merge = MergeFields(eudora.contact, folder.contact, pair, isIntended, m_stores);
     Step step;
     step.key = pair != nullptr ? pair->key : 0;
     step.name =
@@ -259,8 +267,7 @@ void Planner::PlanMerge(const contacts::StoredContact& eudora,
     m_plan.steps.push_back(std::move(step));
 }
 
-void Planner::PlanKnown(const Pairing::Known& known) {
-    const state::RememberedPair& pair = m_remembered.pairs[known.pair];
+void Planner::PlanKnown(const Pairing::Known& known, const state::RememberedPair& pair) {
     const contacts::StoredContact* eudora = known.eudora ? &m_sides.eudora[*known.eudora] : nullptr;
     const contacts::StoredContact* folder = known.folder ? &m_sides.folder[*known.folder] : nullptr;
     if (eudora != nullptr && folder != nullptr) {
@@ -287,8 +294,10 @@ void Planner::CheckLimits() {
 }
 
 Plan Planner::Make() {
-    m_pairing = FindPairs(m_sides, m_remembered, m_rules);
-    for (const Pairing::Known& known : m_pairing.known) PlanKnown(known);
+    m_pairing = FindPairs(m_sides, m_remembered, m_stores);
+    for (std::size_t i = 0; i < m_pairing.known.size(); ++i) {
+        PlanKnown(m_pairing.known[i], m_remembered.pairs[i]);
+    }
     for (const Pairing::Found& found : m_pairing.found) {
         PlanMerge(m_sides.eudora[found.eudora], m_sides.folder[found.folder], nullptr,
                   found.isIntended);
@@ -310,9 +319,9 @@ Plan Planner::Make() {
 
 }  // namespace
 
-Plan MakePlan(const Sides& sides, const state::Remembered& remembered, const SideRules& rules,
-              const PlanOptions& options) {
-    return Planner(sides, remembered, rules, options).Make();
+Plan MakePlan(const Sides& sides, const state::Remembered& remembered,
+              const contacts::Stores& stores, const PlanOptions& options) {
+    return Planner(sides, remembered, stores, options).Make();
 }
 
 }  // namespace host::contactsync

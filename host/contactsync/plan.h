@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -49,23 +48,14 @@ struct Sides {
     std::vector<std::string> passedOver;  // what is no regular file, in words
 };
 
-// What the planner asks of the sides. Pure functions of their arguments.
-struct SideRules {
-    std::function<base::Contact(const base::Contact&)> holdEudora, holdFolder;
-    std::function<std::optional<std::string>(const base::Contact&, base::FieldSet)> refusal;
-    // A nickname made of a base and a suffix that Eudora can hold.
-    std::function<std::string(const std::string&, const std::string&)> nickname;
-    // Whether the folder's contact is the newer one of two that belong together.
-    std::function<bool(const std::string& eudoraId, const std::string& folderId)> folderIsNewer;
-};
-
 struct PlanOptions {
     sync::Prefer prefer = sync::Prefer::kBoth;
     std::optional<sync::DeleteLimit> maxDelete;
 };
 
-// What brings both sides into step, from what they hold and what they held when they last were.
-Plan MakePlan(const Sides& sides, const state::Remembered& remembered, const SideRules& rules,
-              const PlanOptions& options);
+// What brings both sides into step, from what they hold and what they held when they last were. The
+// stores are only asked what they could hold.
+Plan MakePlan(const Sides& sides, const state::Remembered& remembered,
+              const contacts::Stores& stores, const PlanOptions& options);
 
 }  // namespace host::contactsync

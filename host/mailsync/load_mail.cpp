@@ -24,6 +24,16 @@ bool IsPlainId(const std::string& id) {
     return !id.empty() && mail::MessageIdOf(mail) == id;
 }
 
+bool IsTrashed(const maildir::MaildirEntry& file) {
+    return maildir::HasFlag(file.flags, 'T');
+}
+
+std::unordered_set<std::string> UniqueNames(const std::vector<maildir::MaildirEntry>& files) {
+    std::unordered_set<std::string> names;
+    for (const maildir::MaildirEntry& file : files) names.insert(file.unique);
+    return names;
+}
+
 class MailLoader {
   public:
     MailLoader(mail::MailSource& source, MailFolders& folders,
@@ -39,7 +49,6 @@ class MailLoader {
   private:
     platform::Status ListFolder();
     bool MissesFiles() const;
-    void PassOverTrashed();
     void FindForeign();
     static platform::Result<FolderHead> HeadOf(maildir::Maildir& maildir,
                                                const maildir::MaildirEntry& file);
@@ -66,12 +75,10 @@ class MailLoader {
     std::unordered_set<std::string> m_seen;
     MailSides m_sides;
     std::vector<const maildir::MaildirEntry*> m_foreign;  // nobody remembers them
-    bool m_sawAll = false;
 };
 
 bool MailLoader::MissesFiles() const {
-    std::unordered_set<std::string_view> present;
-    for (const maildir::MaildirEntry& file : m_sides.folder) present.insert(file.unique);
+    const auto present = UniqueNames(m_sides.folder);
     return std::ranges::any_of(m_remembered, [&](const state::RememberedMail& row) {
         return row.link != state::MailLink::kDropped && !present.contains(row.unique);
     });
@@ -86,19 +93,12 @@ platform::Status MailLoader::ListFolder() {
     if (!MissesFiles()) return {};
     auto second = m_maildir.List();
     if (!second) return second.Error();
-    std::unordered_set<std::string> present;
-    for (const maildir::MaildirEntry& file : *second) present.insert(file.unique);
+    const auto present = UniqueNames(*second);
     for (maildir::MaildirEntry& file : m_sides.folder) {
         if (!present.contains(file.unique)) second->push_back(std::move(file));
     }
     m_sides.folder = *std::move(second);
     return {};
-}
-
-void MailLoader::PassOverTrashed() {
-    std::erase_if(m_sides.folder, [](const maildir::MaildirEntry& file) {
-        return maildir::HasFlag(file.flags, 'T');
-    });
 }
 
 void MailLoader::FindForeign() {
@@ -150,7 +150,6 @@ void MailLoader::See(const mail::MailHead& head, std::optional<std::string> mess
 
 platform::Status MailLoader::WalkEudora(mail::Reach reach) {
     std::size_t count = 0;
-    m_sawAll = m_sawAll || reach == mail::Reach::kAll || !m_source.HasLimits();
     return m_source.Walk(reach, [&](const mail::MailHead& head) -> platform::Result<bool> {
         m_progress.Step("looking at mail", ++count);
         See(head, m_source.MessageId(), reach == mail::Reach::kWithinLimits);
@@ -263,7 +262,7 @@ platform::Status MailLoader::ListOutgoing() {
     if (!files) return files.Error();
     std::ranges::sort(*files, {}, &maildir::MaildirEntry::unique);
     for (maildir::MaildirEntry& file : *files) {
-        if (maildir::HasFlag(file.flags, 'T')) continue;
+        if (IsTrashed(file)) continue;
         auto head = HeadOf(m_outbox, file);
         if (IsRead(head, file))
             m_sides.outgoing.push_back({std::move(file), std::move(head->name)});
@@ -281,7 +280,7 @@ void MailLoader::FillFileIds() {
 platform::Result<MailSides> MailLoader::Load() {
     for (const state::RememberedMail& row : m_remembered) m_byId.emplace(row.id, &row);
     if (auto status = ListFolder(); !status) return status.Error();
-    PassOverTrashed();
+    std::erase_if(m_sides.folder, IsTrashed);
     FindForeign();
     ReadForeign();
     if (auto status = ListOutgoing(); !status) return status.Error();

@@ -6,11 +6,11 @@
 #include "host/base/folders.h"
 #include "host/base/progress.h"
 #include "host/mailsync/check_maildir.h"
-#include "host/mailsync/eudora_outbox.h"
 #include "host/mailsync/execute_mail.h"
 #include "host/mailsync/load_mail.h"
 #include "host/state/state_file.h"
 #include "host/sync/place.h"
+#include "mailbox/toc_file.h"
 
 namespace host::mailsync {
 
@@ -18,8 +18,7 @@ namespace {
 
 // Both sides, the memory and the plan between them.
 struct MailRun {
-    std::optional<state::StateLock> lock;
-    std::unique_ptr<state::MailMemory> state;
+    std::unique_ptr<state::MailMemory> memory;
     std::unique_ptr<mail::MailSource> source;
     MailFolders folders;
     base::Progress progress;
@@ -49,14 +48,11 @@ platform::Status CheckPlace(const sync::CommandPlace& place, const MailSyncOptio
 
 platform::Status Prepare(const sync::CommandPlace& place, const MailSyncOptions& options,
                          bool mayWrite, MailRun& run) {
-    auto lock = sync::LockState(place, mayWrite);
-    if (!lock) return lock.Error();
-    run.lock = *std::move(lock);
-    auto state = state::OpenMails(place.files, place.stateFile,
-                                  options.inbox + '\n' + options.maildir, mayWrite);
-    if (!state) return state.Error();
-    run.state = *std::move(state);
-    auto remembered = run.state->Load();
+    auto memory = state::OpenMails(place.files, place.stateFile,
+                                   options.inbox + '\n' + options.maildir, mayWrite);
+    if (!memory) return memory.Error();
+    run.memory = *std::move(memory);
+    auto remembered = run.memory->Load();
     if (!remembered) return remembered.Error();
     run.remembered = *std::move(remembered);
     if (auto checked = CheckPlace(place, options, run); !checked) return checked;
@@ -67,7 +63,7 @@ platform::Status Prepare(const sync::CommandPlace& place, const MailSyncOptions&
     if (!sides) return sides.Error();
     run.sides = *std::move(sides);
     if (!run.sides.outgoing.empty()) {
-        auto queued = CountQueued(place.files, options.outbox);
+        auto queued = mailbox::CountMails(place.files, options.outbox);
         if (!queued) return queued.Error();
         run.sides.queued = *queued;
     }
@@ -90,13 +86,13 @@ platform::Status BackUp(const sync::CommandPlace& place, const MailSyncOptions& 
 MailWork WorkOf(const sync::CommandPlace& place, const MailSyncOptions& options, MailRun& run) {
     return {*run.source,
             run.folders,
-            *run.state,
+            *run.memory,
             place.files,
             *options.attachments,
             place.clock,
             run.progress,
             options.parse,
-            [&] { return CountQueued(place.files, options.outbox); },
+            [&] { return mailbox::CountMails(place.files, options.outbox); },
             [&] { return BackUp(place, options, run); }};
 }
 

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/base/exit_code.h"
+#include "host/base/folders.h"
 #include "host/state/state_database.h"
 
 namespace host::state {
@@ -137,6 +138,7 @@ void ForgetRows(SQLite::Database& database, const char* table, const std::vector
 
 // One scope of the file. Without a database there is no file and nothing remembered.
 struct Scope {
+    StateLock lock;
     std::unique_ptr<SQLite::Database> database;
     std::string path, name;
 };
@@ -215,10 +217,16 @@ template <class Memory, class Interface>
 platform::Result<std::unique_ptr<Interface>> OpenScope(platform::Files& files,
                                                        const std::string& path,
                                                        const std::string& scope, bool mayWrite) {
+    if (mayWrite) {
+        auto made = base::MakeFolders(files, base::ParentFolder(files, path));
+        if (!made) return made.Error();
+    }
+    auto lock = StateLock::Take(files, path, mayWrite);
+    if (!lock) return lock.Error();
     auto database = OpenStateDatabase(files, path, mayWrite);
     if (!database) return database.Error();
     return std::unique_ptr<Interface>(
-        std::make_unique<Memory>(Scope{*std::move(database), path, scope}));
+        std::make_unique<Memory>(Scope{*std::move(lock), *std::move(database), path, scope}));
 }
 
 }  // namespace

@@ -24,8 +24,9 @@ class StateLock {
     std::unique_ptr<platform::File> m_file;
 };
 
-// Without `mayWrite` nothing is written and a missing file counts as an empty one; with it the file
-// is made, and brought to the present version. kRefused for a file that is damaged, in use, of
+// Each holds the lock on the state file as long as it lives. Without `mayWrite` nothing is written
+// and a missing file counts as an empty one; with it the file and its folder are made, and an
+// earlier version is brought to the present one. kRefused for a file that is damaged, in use, of
 // another program or of a later version: the line says the way out. Such a file is left as it is.
 platform::Result<std::unique_ptr<PairMemory>> OpenPairs(platform::Files& files,
                                                         const std::string& path,

@@ -4,7 +4,6 @@
 #include <string>
 
 #include "host/backup/backups.h"
-#include "host/state/state_file.h"
 #include "platform/os/clock.h"
 #include "platform/os/files.h"
 
@@ -25,8 +24,5 @@ backup::Backups BackupsOf(const CommandPlace& place);
 // Puts a backup's files back, as backup::Backups has it; gives the backup of what was there before.
 // What was in step with an in-box that is put back is forgotten.
 platform::Result<backup::Backup> Restore(const CommandPlace& place, const std::string& id);
-
-// The lock on the state file; a run that may write first makes its folder.
-platform::Result<state::StateLock> LockState(const CommandPlace& place, bool mayWrite);
 
 }  // namespace host::sync

@@ -202,21 +202,10 @@ TEST(Engine, PlansInProportionToTheContacts) {
                 if (edit[0] == 'p') Edit(world.eudora, edit + "3", true);
             }
         }
-        contactsync::SideRules rules = contactsync::RulesOf(world.eudora, world.folder, 1252);
-        int count = 0;
-        rules.nickname = [&, inner = rules.nickname](const auto& base, const auto& suffix) {
-            return ++count, inner(base, suffix);
-        };
-        rules.holdEudora = [&, inner = rules.holdEudora](const base::Contact& contact) {
-            return ++count, inner(contact);
-        };
-        base::Progress progress(world.clock, nullptr);
-        const auto sides =
-            contactsync::LoadSides(world.eudora, world.folder, world.memory.content, progress);
-        const contactsync::Plan plan =
-            contactsync::MakePlan(*sides, world.memory.content, rules, world.options);
+        world.eudora.asked = 0;
+        const contactsync::Plan plan = world.MakeRunPlan();
         EXPECT_EQ(plan.report.conflicts.size(), static_cast<std::size_t>(contacts));
-        return count;
+        return world.eudora.asked;
     };
     EXPECT_LT(work(200), 2.2 * work(100));
 }

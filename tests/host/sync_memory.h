@@ -49,6 +49,7 @@ class MemoryContacts : public contacts::ContactStore {
 
     Entries entries;
     int writes = 0;
+    mutable int asked = 0;  // what it could hold
     std::chrono::system_clock::time_point changedAt{};
 
     // A change by a person.
@@ -77,7 +78,12 @@ class MemoryContacts : public contacts::ContactStore {
         return changedAt;
     }
     base::Contact Hold(const base::Contact& contact) const override {
+        ++asked;
         return m_collects ? contacts::HoldInEudora(contact, 1252) : contact;
+    }
+    std::string Nickname(const std::string& base, const std::string& suffix) const override {
+        ++asked;
+        return contacts::NicknameWithSuffix(base, suffix, 1252);
     }
     std::optional<std::string> Refusal(const base::Contact& values, base::FieldSet which) override {
         const bool isBad =
@@ -182,6 +188,7 @@ class MemoryPairs : public state::PairMemory {
 struct World {
     Mishap mishap;
     MemoryContacts eudora{true, mishap}, folder{false, mishap};
+    contacts::Stores stores{eudora, folder};
     MemoryPairs memory{mishap};
     platform::testing::FixedClock clock;
     contactsync::PlanOptions options;
@@ -190,16 +197,15 @@ struct World {
 
     contactsync::Plan MakeRunPlan() {
         base::Progress progress(clock, nullptr);
-        auto sides = contactsync::LoadSides(eudora, folder, memory.content, progress);
-        return contactsync::MakePlan(*sides, memory.content,
-                                     contactsync::RulesOf(eudora, folder, 1252), options);
+        auto sides = contactsync::LoadSides(stores, memory.content, progress);
+        return contactsync::MakePlan(*sides, memory.content, stores, options);
     }
     contactsync::Plan Sync(std::vector<std::string>* errors = nullptr) {
         contactsync::Plan plan = MakeRunPlan();
         if (plan.stop || plan.IsEmpty()) return plan;
         base::Progress progress(clock, nullptr);
         auto failed = contactsync::Execute(
-            plan, eudora, folder, memory, [&] { return mishap.Next(); }, progress);
+            plan, stores, memory, [&] { return mishap.Next(); }, progress);
         if (errors != nullptr) *errors = std::move(failed);
         return plan;
     }
