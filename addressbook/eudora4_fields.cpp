@@ -51,7 +51,7 @@ RRETURNCODE CREudora4::SkipFilteredOut(RRETURNCODE result) {
 
 bool CREudora4::IsFilteredOut() {
     if (m_pTextFilters == nullptr) return false;
-    const auto codePage = Util().system.processes.CodePage();
+    const auto codePage = Util().system.codePage;
     for (int i = 0; i < m_nTextFilters; ++i) {
         const auto& filter = m_pTextFilters[i];
         unsigned long type = kFieldText;

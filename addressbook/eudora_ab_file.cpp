@@ -60,7 +60,7 @@ CEudoraTransUtil& CEudoraAB::Util() const {
 }
 
 unsigned CEudoraAB::CodePage() const {
-    return Util().system.processes.CodePage();
+    return Util().system.codePage;
 }
 
 // Runs what uses m_File, which is closed afterwards in any case. Memory for the failure comes

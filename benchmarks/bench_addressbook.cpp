@@ -22,11 +22,7 @@ using benchmarks::Seconds;
 // The address book over the machine's own file system.
 class Bench {
   public:
-    Bench()
-        : m_util({platform::NativeFiles(), m_machine.registry, m_machine.processes,
-                  m_machine.libraries, m_machine.dialogs, m_machine.clock}) {
-        book.UseUtil(&m_util);
-    }
+    Bench() : m_util(m_machine.Over(platform::NativeFiles())) { book.UseUtil(&m_util); }
     CEudoraAB book;
 
   private:

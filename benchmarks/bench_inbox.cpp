@@ -24,9 +24,7 @@ constexpr std::uint32_t kBytesEach = 18500;  // 1.2 GB in 65,000 mails
 // the files lie beside the folder that the translator is told.
 class Bench {
   public:
-    explicit Bench(const std::string& folder)
-        : m_util({platform::NativeFiles(), m_machine.registry, m_machine.processes,
-                  m_machine.libraries, m_machine.dialogs, m_machine.clock}) {
+    explicit Bench(const std::string& folder) : m_util(m_machine.Over(platform::NativeFiles())) {
         m_machine.libraries.AddResources("C:\\b\\xEN.dll", {{79, "In"}});
         m_util.bundle.Load("x", "C:\\b", "EN", "", true);
         m_util.csEudoraDir = folder;

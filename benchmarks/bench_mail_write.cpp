@@ -29,9 +29,7 @@ constexpr int kRounds = 9;
 // the files lie beside the folder that the translator is told.
 class Bench : private CREudoraMail {
   public:
-    explicit Bench(const std::string& folder)
-        : m_util({platform::NativeFiles(), m_machine.registry, m_machine.processes,
-                  m_machine.libraries, m_machine.dialogs, m_machine.clock}) {
+    explicit Bench(const std::string& folder) : m_util(m_machine.Over(platform::NativeFiles())) {
         m_machine.libraries.AddResources(
             "C:\\b\\xEN.dll", {{1, "%s"}, {41, "From"}, {77, "Attachment Converted:"}, {79, "In"}});
         m_util.bundle.Load("x", "C:\\b", "EN", "", true);

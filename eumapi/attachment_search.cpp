@@ -33,7 +33,7 @@ std::string Key(std::string_view name, unsigned codePage) {
 }  // namespace
 
 AttachmentSearch::AttachmentSearch(const platform::System& system, const std::string& eudoraFolder)
-    : m_system(system), m_codePage(system.processes.CodePage()) {
+    : m_system(system), m_codePage(system.codePage) {
     AddRoot(eudoraFolder + "Attach");
     const auto ini = platform::ReadWhole(m_system.files, eudoraFolder + "Eudora.ini", kLargestIni,
                                          platform::Share::kReadWrite);

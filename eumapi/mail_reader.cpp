@@ -109,7 +109,7 @@ platform::Result<std::string> MailReader::ReadHeader(const MailIndex& index,
 
 void MailReader::TakeHeader(const MailText& text, const MailIndex& index, const IndexedMail& mail,
                             MessageRecord& record) const {
-    const unsigned codePage = m_system.processes.CodePage();
+    const unsigned codePage = m_system.codePage;
     const HeaderTexts header(text, codePage);
     auto subject = header.Subject();
     record.originator = header.From();
@@ -148,7 +148,7 @@ Code MailReader::CopyAttachments(std::vector<AttachmentLine>& lines,
     for (auto& line : lines) {
         const std::string source = search.Find(line.path);
         if (source.empty()) continue;
-        auto name = text::PlainNameIn(source, m_system.processes.CodePage());
+        auto name = text::PlainNameIn(source, m_system.codePage);
         const Code code = copies.Add(source, std::move(name), line.isPresent);
         if (code != mapi::kSuccess) return code;
     }

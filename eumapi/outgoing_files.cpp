@@ -32,7 +32,7 @@ Code OutgoingFiles::Add(const MapiFileDesc& file) {
     const std::string source = file.lpszPathName;
     const auto info = m_system.files.Stat(source);
     if (!info || info->isFolder) return mapi::kAttachmentNotFound;
-    const unsigned codePage = m_system.processes.CodePage();
+    const unsigned codePage = m_system.codePage;
     const char* wanted = file.lpszFileName == nullptr ? "" : file.lpszFileName;
     auto name = text::PlainNameIn(wanted, codePage);
     if (name.empty()) name = text::PlainNameIn(source, codePage);

@@ -51,7 +51,7 @@ Code SendMail(const platform::System& system, const std::string& eudoraFolder,
     }
     Mailbox out(system);
     if (const Code code = out.Open(eudoraFolder, kOutBox); code != mapi::kSuccess) return code;
-    const unsigned codePage = system.processes.CodePage();
+    const unsigned codePage = system.codePage;
     const auto now = system.clock.Now();
     mailbox::MsgBlock block;
     block.dwSeconds =

@@ -147,7 +147,7 @@ int CREudoraTransBase::PassesDateFilter() {
 
 int CREudoraTransBase::PassesTextFilter() {
     if (m_pTextFilters == nullptr) return 1;
-    const unsigned codePage = Util().system.processes.CodePage();
+    const unsigned codePage = Util().system.codePage;
     for (int i = 0; i < m_nTextFilters; ++i) {
         const tagRTEXTFILTER& filter = m_pTextFilters[i];
         if (filter.pszText == nullptr || *filter.pszText == '\0') continue;

@@ -93,7 +93,7 @@ int CEudoraTransUtil::FindEudora(CString& csProgram) {
 }
 
 void CEudoraTransUtil::FindNicknameFile(CString csProgram) {
-    csNicknamePath = locate::FindNicknameFile(system.files, csProgram, system.processes.CodePage());
+    csNicknamePath = locate::FindNicknameFile(system.files, csProgram, system.codePage);
 }
 
 int CEudoraTransUtil::CheckDefaultClient() {

@@ -71,6 +71,6 @@ bool CREudoraMail::PassesSizeLimit(const CString& path, bool& passes) {
 
 CString CREudoraMail::NamePart(const char* path) {
     const std::string_view whole(path);
-    const auto last = text::LastSeparator(whole, Util().system.processes.CodePage());
+    const auto last = text::LastSeparator(whole, Util().system.codePage);
     return last == std::string_view::npos ? whole : whole.substr(last + 1);
 }

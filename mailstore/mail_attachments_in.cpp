@@ -98,7 +98,7 @@ void CREudoraMail::DeleteSource(const CString& source, const char* copy) {
 
 // Empty if the name is not one for a file in the Attach folder.
 CString CREudoraMail::AttachPath(const CString& fileName) {
-    const unsigned codePage = Util().system.processes.CodePage();
+    const unsigned codePage = Util().system.codePage;
     const std::string joined = m_csAttachDir.Str() + fileName.Str();
     if (joined.size() > text::kLongestPath || !text::IsPlainFileName(fileName.Str(), codePage)) {
         return {};
@@ -112,7 +112,7 @@ CString CREudoraMail::AttachPath(const CString& fileName) {
 CString CREudoraMail::MakeUniquePath(const CString& path) {
     platform::Files& files = Util().system.files;
     if (files.IsFree(path.Str())) return path;
-    const unsigned codePage = Util().system.processes.CodePage();
+    const unsigned codePage = Util().system.codePage;
     auto parts = text::SplitPath(path.Str(), codePage);
     std::set<std::string> taken;
     const auto pattern = parts.name + '*' + parts.extension;

@@ -51,7 +51,7 @@ bool CREudoraMail::BringUp(CEudoraTransUtil& util) {
 
 void CREudoraMail::MakeAttachFolder(CEudoraTransUtil& util) {
     std::string folder = util.csEudoraDir.Str();
-    const auto last = text::LastSeparator(folder, util.system.processes.CodePage());
+    const auto last = text::LastSeparator(folder, util.system.codePage);
     const bool isClosed = !folder.empty() && folder.back() == '\\' && last == folder.size() - 1;
     if (!isClosed) folder += '\\';
     folder += "Attach";
@@ -67,7 +67,7 @@ void CREudoraMail::MakeAttachFolder(CEudoraTransUtil& util) {
 int CREudoraMail::RunEudoraPro() {
     using std::chrono::milliseconds;
     platform::System& system = TransUtil().system;
-    if (system.processes.WindowExists("EudoraMainWindow")) return 0;
+    if (system.windows.Exists("EudoraMainWindow")) return 0;
     const auto process = system.processes.Start(TransUtil().csEudoraDir.Str() + "\\Eudora.exe");
     if (!process) {
         KV_LOG(1, "Create Process failed in CREudoraMail::RunEudoraPro\n");

@@ -32,7 +32,7 @@ RRETURNCODE CREudoraMail::WriteNewMails() {
                                            Util().system.clock,
                                            {Util().GetString(StringId::kMailFrom).Str(),
                                             Util().GetString(StringId::kAttachmentMark).Str()},
-                                           Util().system.processes.CodePage(),
+                                           Util().system.codePage,
                                            Util().csLanguage == "JP",
                                            m_dwNextIndexID};
         const mailstore::Appended appended = mailstore::AppendMails(place, mails, m_uncertain);

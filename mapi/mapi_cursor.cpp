@@ -46,7 +46,7 @@ class RoundTrip {
 }  // namespace
 
 void CMapi::PeekQueue() {
-    const auto waiting = m_system.processes.PeekMessages();
+    const auto waiting = m_system.windows.PeekMessages();
     if (waiting) {
         KV_LOG(kTrace, "                   PeekNessage ->  %d\n", static_cast<int>(*waiting));
     }

@@ -19,11 +19,11 @@ bool UsesWindowsPaths() {
 }
 
 std::string ToUtf8(std::string_view text) {
-    return platform::ToUtf8(text, platform::NativeSystem().processes.CodePage());
+    return platform::ToUtf8(text, platform::NativeSystem().codePage);
 }
 
 std::string FromUtf8(std::string_view text, bool* lossy) {
-    return platform::FromUtf8(text, platform::NativeSystem().processes.CodePage(), lossy);
+    return platform::FromUtf8(text, platform::NativeSystem().codePage, lossy);
 }
 
 }  // namespace host::base

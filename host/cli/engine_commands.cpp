@@ -28,7 +28,7 @@ platform::Result<contactsync::EudoraPlace> EudoraOf(Workplace& place, bool forWr
         return translator::TranslatorSession::OpenContacts(place.Module(), file);
     };
     eudora.file = *native;
-    eudora.codePage = platform::NativeSystem().processes.CodePage();
+    eudora.codePage = platform::NativeSystem().codePage;
     return eudora;
 }
 

@@ -47,7 +47,7 @@ platform::Failure NoSuchMail(const std::string& id) {
 }
 
 unsigned CodePage() {
-    return platform::NativeSystem().processes.CodePage();
+    return platform::NativeSystem().codePage;
 }
 
 }  // namespace

@@ -86,7 +86,7 @@ platform::Status Export(Workplace& place, MailExport& target, const std::string&
     auto session = place.OpenMail();
     if (!session) return session.Error();
     if (auto begun = target.Begin(folder); !begun) return begun;
-    mail::EudoraMails mails(*session, platform::NativeSystem().processes.CodePage());
+    mail::EudoraMails mails(*session, platform::NativeSystem().codePage);
     auto walked = mails.Walk(mail::Reach::kWithinLimits,
                              [&](const mail::MailHead&) { return target.Add(mails); });
     auto settled = target.Settle();

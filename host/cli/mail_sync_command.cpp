@@ -19,7 +19,7 @@ platform::Result<std::unique_ptr<mail::MailSource>> OpenSource(Workplace& place)
     if (!session) return session.Error();
     if (auto pair = translator::CheckInBoxPair(place.Place()); !pair) return pair.Error();
     return mail::EudoraMails::Open(*std::move(session), selection,
-                                   platform::NativeSystem().processes.CodePage());
+                                   platform::NativeSystem().codePage);
 }
 
 // Reads files of the Maildir for Eudora; the folder for their attachments is made with the first.
@@ -34,7 +34,7 @@ class IncomingReader {
             m_folder = *std::move(folder);
         }
         const mail::ParsePlace place{platform::NativeFiles(), m_folder->Path(),
-                                     platform::NativeSystem().processes.CodePage(),
+                                     platform::NativeSystem().codePage,
                                      platform::NativeSystem().clock};
         return mail::ParseMail(bytes, place, name);
     }
@@ -105,7 +105,7 @@ platform::Result<base::Report> ReportMail(Workplace& place, const Options& optio
     };
     mail::AttachFolder attachments(platform::NativeSystem().files, platform::NativeFiles(),
                                    place.Place().eudoraFolder + "\\Attach",
-                                   platform::NativeSystem().processes.CodePage());
+                                   platform::NativeSystem().codePage);
     sync.attachments = &attachments;
     sync.inbox = *inbox;
     sync.outbox = eudora::ToNativePath(place.Place().eudoraFolder + "\\Out.toc").value_or("");

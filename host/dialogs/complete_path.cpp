@@ -5,7 +5,7 @@
 namespace host::dialogs {
 
 std::string CompletePath(const std::string& typed, const platform::OpenFileRequest& request) {
-    const unsigned codePage = platform::NativeSystem().processes.CodePage();
+    const unsigned codePage = platform::NativeSystem().codePage;
     auto parts = text::SplitPath(typed, codePage);
     const auto initial = text::SplitPath(request.initialPath, codePage);
     if (parts.drive.empty()) {

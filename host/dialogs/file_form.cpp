@@ -40,7 +40,7 @@ void AddFiles(const std::string& folder, const std::string& pattern,
 }
 
 std::vector<std::string> FilesNear(const std::string& path, const std::string& pattern) {
-    const auto end = text::LastSeparator(path, platform::NativeSystem().processes.CodePage());
+    const auto end = text::LastSeparator(path, platform::NativeSystem().codePage);
     std::vector<std::string> paths;
     if (end == std::string::npos) return paths;
     const std::string folder = path.substr(0, end);

@@ -29,7 +29,7 @@ class Examination {
 
     std::vector<Finding> Run(bool canStart) {
         m_canWrite = Tell(FolderFinding());
-        Tell({Health::kGood, "code page", std::to_string(m_system.processes.CodePage()), {}});
+        Tell({Health::kGood, "code page", std::to_string(m_system.codePage), {}});
         m_isFree = Tell(LockFinding());
         TellLinks();
         if (canStart) Start();

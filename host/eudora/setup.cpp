@@ -124,7 +124,7 @@ platform::Status FindFolder(const SetupOptions& options, Setup& setup) {
                              "install it there, or name its folder with --eudora DIR");
     }
     // A backslash that is the second half of a character closes nothing.
-    const unsigned codePage = system.processes.CodePage();
+    const unsigned codePage = system.codePage;
     while (folder->size() > 3 && text::LastSeparator(*folder, codePage) == folder->size() - 1) {
         folder->pop_back();
     }
@@ -246,7 +246,7 @@ platform::Status RefuseMailsElsewhere(const Setup& setup) {
 
 platform::Status RefuseRunningEudora(const Setup& setup) {
     auto& system = platform::NativeSystem();
-    if (system.processes.WindowExists("EudoraMainWindow")) {
+    if (system.windows.Exists("EudoraMainWindow")) {
         return base::Refused("Eudora is running", "close it and try again");
     }
     if (system.files.Exists(setup.eudoraFolder + "\\OWNER.LOK")) {

@@ -148,8 +148,8 @@ platform::Status CheckNicknameFile(const std::string& windowsPath, bool forWriti
         return base::Refused("the nickname file " + shown + " is read-only",
                              "give yourself write permission (chmod u+w)");
     }
-    const auto folder = files.Stat(windowsPath.substr(
-        0, text::LastSeparator(windowsPath, platform::NativeSystem().processes.CodePage())));
+    const auto folder = files.Stat(
+        windowsPath.substr(0, text::LastSeparator(windowsPath, platform::NativeSystem().codePage)));
     // On Windows the mark means nothing on a folder.
     if (forWriting && !base::UsesWindowsPaths() && folder && folder->isReadOnly) {
         return base::Refused("the folder of the nickname file " + shown + " cannot be written",

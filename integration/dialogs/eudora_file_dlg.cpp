@@ -12,7 +12,7 @@ int CEudoraFileDlg::DoModal() {
     const auto& path = m_csPathName.Str();
     platform::OpenFileRequest request;
     request.initialPath =
-        path.substr(0, text::WholeCharacterPrefix(path, kMaxPath, m_system.processes.CodePage()));
+        path.substr(0, text::WholeCharacterPrefix(path, kMaxPath, m_system.codePage));
     request.defaultExtension = "txt";
     request.filter = "Eudora Address Book (*.txt)|*.txt||";
     request.accept = [this](const std::string& confirmed) {

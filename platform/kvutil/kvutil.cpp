@@ -47,7 +47,7 @@ const char* OrEmpty(const char* text) {
 }
 
 unsigned CodePage() {
-    return platform::NativeSystem().processes.CodePage();
+    return platform::NativeSystem().codePage;
 }
 
 }  // namespace

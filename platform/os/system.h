@@ -14,9 +14,11 @@ struct System {
     Files& files;  // Windows paths in the system code page
     Registry& registry;
     Processes& processes;
+    Windows& windows;
     Libraries& libraries;
     Dialogs& dialogs;
     Clock& clock;
+    unsigned codePage;  // the number of the system code page (1252, 932, ...)
 };
 
 // The real one. Where the host has set a dialog provider in kvUtil, the dialogs are the provider's;

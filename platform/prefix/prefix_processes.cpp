@@ -20,10 +20,6 @@ int LeadingNumber(std::string_view text) {
 
 }  // namespace
 
-bool PrefixProcesses::WindowExists(std::string_view) {
-    return false;
-}
-
 Result<std::unique_ptr<Process>> PrefixProcesses::Start(std::string_view commandLine) {
     return Failure{ErrorCode::kNotSupported, std::string(commandLine)};
 }

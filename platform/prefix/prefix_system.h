@@ -18,7 +18,7 @@ class PrefixSystem {
         : m_mapper(prefix, PrefixCodePage(prefix, NativeFiles())),
           m_registry(prefix, NativeFiles(), m_mapper.CodePage()),
           m_files(m_mapper, NativeFiles(), m_registry),
-          m_processes(m_files, m_registry, m_mapper.CodePage()),
+          m_processes(m_files, m_registry),
           m_libraries(m_mapper, NativeFiles(), OwnFolder()),
           m_dialogs(m_mapper.CodePage()) {}
     PrefixSystem(const PrefixSystem&) = delete;
@@ -31,10 +31,12 @@ class PrefixSystem {
     PrefixRegistry m_registry;
     PrefixFiles m_files;
     PrefixProcesses m_processes;
+    NoWindows m_windows;
     PrefixLibraries m_libraries;
     HostedDialogs m_dialogs;
     posix::PosixClock m_clock;
-    System m_system{m_files, m_registry, m_processes, m_libraries, m_dialogs, m_clock};
+    System m_system{m_files,     m_registry, m_processes, m_windows,
+                    m_libraries, m_dialogs,  m_clock,     m_mapper.CodePage()};
 };
 
 }  // namespace platform::prefix

@@ -15,8 +15,8 @@ namespace platform::testing {
 // test sets faults at `faults` and looks at the disk in `files`.
 class TestSystem {
   public:
-    explicit TestSystem(unsigned codePage = 1252) : files(codePage) {
-        processes.codePage = codePage;
+    explicit TestSystem(unsigned codePage = 1252)
+        : files(codePage), system(Over(faults, codePage)) {
         libraries.codePage = codePage;
     }
     TestSystem(const TestSystem&) = delete;
@@ -26,10 +26,16 @@ class TestSystem {
     FaultyFiles faults{files};
     MemoryRegistry registry;
     FakeProcesses processes;
+    FakeWindows windows;
     FakeLibraries libraries;
     ScriptedDialogs dialogs;
     FixedClock clock;
-    System system{faults, registry, processes, libraries, dialogs, clock};
+    System system;
+
+    // The same machine with other files.
+    System Over(Files& otherFiles, unsigned codePage = 1252) {
+        return {otherFiles, registry, processes, windows, libraries, dialogs, clock, codePage};
+    }
 };
 
 }  // namespace platform::testing

@@ -26,10 +26,6 @@ class NativeProcess : public Process {
 
 }  // namespace
 
-bool NativeProcesses::WindowExists(std::string_view windowClass) {
-    return FindWindowA(std::string(windowClass).c_str(), nullptr) != nullptr;
-}
-
 Result<std::unique_ptr<Process>> NativeProcesses::Start(std::string_view commandLine) {
     // The system writes into the command line.
     std::string line(commandLine);
@@ -41,12 +37,6 @@ Result<std::unique_ptr<Process>> NativeProcesses::Start(std::string_view command
         return FromLastError(commandLine);
     }
     return std::unique_ptr<Process>(std::make_unique<NativeProcess>(information));
-}
-
-std::optional<unsigned> NativeProcesses::PeekMessages() {
-    MSG message;
-    if (!PeekMessageA(&message, nullptr, 0, 0, PM_NOREMOVE)) return std::nullopt;
-    return message.message;
 }
 
 Result<SystemVersion> NativeProcesses::Version() {
@@ -61,8 +51,14 @@ int NativeProcesses::ProfileNumber(std::string_view section, std::string_view ke
         GetProfileIntA(std::string(section).c_str(), std::string(key).c_str(), otherwise));
 }
 
-unsigned NativeProcesses::CodePage() {
-    return GetACP();
+bool NativeWindows::Exists(std::string_view windowClass) {
+    return FindWindowA(std::string(windowClass).c_str(), nullptr) != nullptr;
+}
+
+std::optional<unsigned> NativeWindows::PeekMessages() {
+    MSG message;
+    if (!PeekMessageA(&message, nullptr, 0, 0, PM_NOREMOVE)) return std::nullopt;
+    return message.message;
 }
 
 }  // namespace platform::windows

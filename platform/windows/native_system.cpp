@@ -15,10 +15,11 @@ struct NativeParts {
     windows::WindowsFiles files{CP_ACP};
     windows::NativeRegistry registry;
     windows::NativeProcesses processes;
+    windows::NativeWindows theirWindows;
     windows::NativeLibraries libraries;
     windows::NativeDialogs dialogs;
     windows::NativeClock clock;
-    System system{files, registry, processes, libraries, dialogs, clock};
+    System system{files, registry, processes, theirWindows, libraries, dialogs, clock, GetACP()};
 };
 
 NativeParts& Parts() {

@@ -384,7 +384,7 @@ TEST(BookMemory, ASaveThatFailsLeavesTheOldFileAndTellsAllNextTime) {
 
 // Second bytes that equal a backslash, a small letter or a bar are parts of characters.
 TEST_F(TranslatorTest, KeepsCharactersWhole) {
-    machine.processes.codePage = 932;
+    util.system.codePage = 932;
     Open("alias \x83\x5c a\nnote \x83\x5c <name:\x83\x61>\n");
     Filter("2", "\x83\x41");
     EXPECT_EQ(book.MoveFirst(), RRC_EOF);

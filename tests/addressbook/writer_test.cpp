@@ -230,8 +230,7 @@ TEST_F(WriterTest, ALinkInTheSideFilesPlaceLeadsNowhere) {
     test::WriteDisk(outside, "private");
     std::error_code ignored;
     std::filesystem::create_symlink(outside, path + ".kvnew", ignored);
-    CEudoraTransUtil native({platform::NativeFiles(), machine.registry, machine.processes,
-                             machine.libraries, machine.dialogs, machine.clock});
+    CEudoraTransUtil native(machine.Over(platform::NativeFiles()));
     CEudoraAB book;
     book.UseUtil(&native);
     ASSERT_EQ(book.Open(path.c_str()), RRC_OK);

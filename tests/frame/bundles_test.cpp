@@ -80,7 +80,7 @@ TEST(BundleSourcesTest, EveryLanguageHasEveryTextInItsCodePage) {
 
 TEST(BundlesTest, TheBuiltFilesGiveTheTextsOfTheirSources) {
     const platform::System& system = platform::NativeSystem();
-    const unsigned codePage = system.processes.CodePage();
+    const unsigned codePage = system.codePage;
     for (const std::string language : kLanguages) {
         SCOPED_TRACE(language);
         const auto bundle = system.libraries.LoadResources("kvlEUD" + language + ".dll");

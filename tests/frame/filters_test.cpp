@@ -54,7 +54,7 @@ TEST_F(FiltersTest, Texts) {
                         {"t", "a", 1, "\x83\x61", false},
                         {"t", "a", 1, "\x83\x61 A", true},
                         {"t", "\x83\x41", 1, "\x83\x61", false}};
-    machine.processes.codePage = 932;
+    util.system.codePage = 932;
     for (const auto& [field, filter, substring, value, passes] : rows) {
         Set(std::vector<tagRTEXTFILTER>{{Block(field), Block(filter), substring}});
         EXPECT_EQ(Passes("t", value), passes) << (filter ? filter : "null") << " on " << value;

@@ -202,9 +202,7 @@ TEST_F(SettingsTest, NumbersFillTheFirstGapAndDeletionStopsThere) {
             return platform::FileInfo{};
         }
     } full;
-    auto& [files, registry, processes, libraries, dialogs, clock] = machine.system;
-    platform::System crowded{full, registry, processes, libraries, dialogs, clock};
-    CEudoraTransUtil other(crowded);
+    CEudoraTransUtil other(machine.Over(full));
     CString kept("as it was");
     EXPECT_EQ(other.NextSettingsPath(kept), 0);
     EXPECT_EQ(kept.Str(), "as it was");

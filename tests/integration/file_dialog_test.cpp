@@ -42,7 +42,7 @@ TEST_F(FileDialogTest, CancelsAndTakesFolders) {
 }
 
 TEST_F(FileDialogTest, CutsALongPathAtAWholeCharacter) {
-    machine.processes.codePage = 932;
+    machine.system.codePage = 932;
     Run(CString(std::string(258, 'x') + "\x83\x5c"));
     EXPECT_EQ(machine.dialogs.fileRequests[0].initialPath, std::string(258, 'x'));
 }

@@ -19,7 +19,7 @@ class LocateTest : public ::testing::Test {
     }
     bool Find() { return locate::FindEudora(machine.registry, machine.files, folder, program); }
     std::string Nickname(const CString& path) {
-        return locate::FindNicknameFile(machine.files, path, machine.processes.CodePage()).Str();
+        return locate::FindNicknameFile(machine.files, path, machine.system.codePage).Str();
     }
 
     platform::testing::TestSystem machine;
@@ -66,7 +66,7 @@ TEST_F(LocateTest, NicknameFile) {
 }
 
 TEST_F(LocateTest, ATrailByteIsNoBackslash) {
-    machine.processes.codePage = 932;
+    machine.system.codePage = 932;
     EXPECT_EQ(Nickname("C:\\\x83\x5C\\E.exe"), "C:\\\x83\x5C\\nndbase.txt");
     EXPECT_EQ(Nickname("C:\\a\x83\x5C"), "C:\\nndbase.txt");
 }

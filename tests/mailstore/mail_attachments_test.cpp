@@ -241,7 +241,7 @@ TEST_F(AttachmentsInTest, NamesNeverLeadOutOfTheFolder) {
 }
 
 TEST_F(AttachmentsInTest, SecondHalvesOfCharactersAreNoSeparators) {
-    machine.processes.codePage = 932;
+    util.system.codePage = 932;
     const std::string name = "\x95\x5C\x8E\xA6.txt";  // the second byte equals a backslash
     machine.files.Put("C:\\E\\Attach\\" + name, "old");
     EXPECT_EQ(AddUnder(name), RRC_OK);

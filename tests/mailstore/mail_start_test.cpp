@@ -17,7 +17,7 @@ class MailStartTest : public MailFixture {
         Register(kMailto, "", "C:\\E\\Eudora.exe /M %1");
         machine.files.Put("C:\\E\\Eudora.exe", "MZ");
         (void)machine.files.RemoveFolder("C:\\E\\Attach");
-        machine.processes.windows.insert("EudoraMainWindow");
+        machine.windows.classes.insert("EudoraMainWindow");
     }
     void Register(const char* key, const char* value, const char* text) {
         ASSERT_TRUE(
@@ -58,7 +58,7 @@ TEST_F(MailStartTest, Checks) {
         EXPECT_EQ(Start(mail), row.isOk ? RRC_OK : RRC_FAILED);
         EXPECT_EQ(DrainErrors(), row.errors);
         EXPECT_EQ(mail.m_bAppReady, row.isOk);
-        machine.processes.windows.clear();
+        machine.windows.classes.clear();
         TearDown();
     }
 }

@@ -104,7 +104,7 @@ TEST_F(MailWriteTest, TextsOfManyKinds) {
 }
 
 TEST_F(MailWriteTest, ShortTextsEndWithAWholeCharacter) {
-    machine.processes.codePage = 932;
+    util.system.codePage = 932;
     const std::string kanji = "\x8A\xBF";
     const auto as = [](std::size_t count) { return std::string(count, 'a'); };
     const std::string halves(60, '\xB1');  // characters of one byte

@@ -28,25 +28,25 @@ TEST_F(MapiCursorTest, FindAndReadAreTriedTenTimes) {
         const int retries = std::min(failures, 10), peeks = 1 + retries;
         for (const char* seed : {static_cast<const char*>(nullptr), "A"}) {
             library.calls.clear();
-            machine.processes.peeks = machine.clock.sleeps = 0;
+            machine.windows.peeks = machine.clock.sleeps = 0;
             FailWith(Entry::kFindNext, failures, 2);
             EXPECT_EQ(mapi.FindNextMail(seed), fails ? -1 : 1);
             EXPECT_EQ(mapi.LastError(), fails ? 2U : 0U);
             EXPECT_EQ(Seeds(), Lines(fails ? 10U : failures + 1U, seed != nullptr ? "A" : "-"));
-            EXPECT_EQ(machine.processes.peeks, peeks);
+            EXPECT_EQ(machine.windows.peeks, peeks);
             EXPECT_EQ(machine.clock.sleeps, 0);
         }
         library.results.clear();
         ASSERT_EQ(mapi.MoveFirst(), 1);
         library.calls.clear();
-        machine.processes.peeks = machine.clock.sleeps = 0;
+        machine.windows.peeks = machine.clock.sleeps = 0;
         FailWith(Entry::kReadMail, failures, 2);
         EXPECT_EQ(mapi.ReadCurrentMail(), fails ? -1 : 1);
         EXPECT_EQ(mapi.LastError(), fails ? 2U : 0U);
         Lines expected(fails ? 10U : failures + 1U, "read A");
         expected.insert(expected.begin(), "free A");
         EXPECT_EQ(library.calls, expected) << "the current message goes first";
-        EXPECT_EQ(machine.processes.peeks, peeks);
+        EXPECT_EQ(machine.windows.peeks, peeks);
         EXPECT_EQ(machine.clock.sleeps, peeks);
         EXPECT_EQ(Current(), fails ? "-" : "A");
         EXPECT_STREQ(mapi.MsgID(), "A");

@@ -6,7 +6,7 @@
 // The resource library beside the test program is one for 32-bit machines, whatever this one is.
 TEST(LibrariesContract, StringsAreReadInTheSystemCodePage) {
     const platform::System& system = platform::NativeSystem();
-    const unsigned codePage = system.processes.CodePage();
+    const unsigned codePage = system.codePage;
     const auto resources = system.libraries.LoadResources("kv_test_strings.dll");
     ASSERT_TRUE(resources) << resources.Error().Message();
     struct Case {

@@ -85,7 +85,7 @@ TEST(PrefixFiles, NamesCrossInTheCodePage) {
         "[System\\\\CurrentControlSet\\\\Control\\\\Nls\\\\CodePage] 1\n\"ACP\"=\"932\"\n");
     const platform::prefix::PrefixSystem owner(prefix.Path());
     auto& files = owner.Get().files;
-    EXPECT_EQ(owner.Get().processes.CodePage(), 932u);
+    EXPECT_EQ(owner.Get().codePage, 932u);
     ASSERT_TRUE(platform::WriteWhole(files, "C:\\\x95\\\x8E\xA6.txt", "1"));
     EXPECT_EQ(ReadDisk(prefix.DriveC() / "\u8868\u793A.txt"), "1");
     WriteDisk(prefix.DriveC() / "caf\u00E9", "");

@@ -39,9 +39,9 @@ TEST(PrefixProcesses, SaysWhatThePrefixSays) {
         ASSERT_TRUE(version);
         EXPECT_EQ(version->major, c.major);
         EXPECT_EQ(version->minor, c.minor);
-        EXPECT_EQ(processes.CodePage(), 1252u);
+        EXPECT_EQ(owner.Get().codePage, 1252u);
         EXPECT_EQ(CodeOf(processes.Start("C:\\Eudora.exe")), ErrorCode::kNotSupported);
-        EXPECT_FALSE(processes.WindowExists("EudoraMainWindow"));
+        EXPECT_FALSE(owner.Get().windows.Exists("EudoraMainWindow"));
     }
 }
 

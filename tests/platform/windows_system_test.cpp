@@ -51,14 +51,14 @@ TEST(WindowsSystem, TellsAboutItself) {
     auto version = System().processes.Version();
     ASSERT_TRUE(version);
     EXPECT_GE(version->major, 5u);
-    EXPECT_FALSE(System().processes.WindowExists("KvNoSuchWindowClass"));
+    EXPECT_FALSE(System().windows.Exists("KvNoSuchWindowClass"));
 }
 
 // Looking must leave the message where it is.
 TEST(WindowsSystem, PeekingRemovesNoMessage) {
     ASSERT_TRUE(PostThreadMessageA(GetCurrentThreadId(), WM_APP, 5, 6));
-    System().processes.PeekMessages();
-    System().processes.PeekMessages();
+    System().windows.PeekMessages();
+    System().windows.PeekMessages();
     MSG message{};
     ASSERT_TRUE(PeekMessageA(&message, nullptr, WM_APP, WM_APP, PM_REMOVE));
     EXPECT_EQ(message.wParam, 5u);
