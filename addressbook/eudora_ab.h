@@ -66,7 +66,6 @@ class CEudoraAB {
     platform::Result<addressbook::FileBytes> OpenFile(LPCTSTR path);
     void ReadAllRecords(CString path, addressbook::FileBytes bytes);
     platform::Status WriteFile();
-    platform::Status WriteSide(const std::string& path);
     void DeleteTableOfContents();
 
     bool IsNew() const { return m_nRecordMode == kNew && m_pCurrent == m_new.get(); }

@@ -8,6 +8,7 @@
 #include "addressbook/nickname_writer.h"
 #include "frame/trans_util.h"
 #include "platform/kvutil/kvutil.h"
+#include "platform/os/safe_write.h"
 #include "text/path.h"
 
 using addressbook::FileBytes;
@@ -147,34 +148,19 @@ Status CEudoraAB::WriteFile() {
     const auto& path = m_csFilePath.Str();
     if (path.empty()) return Failure{ErrorCode::kInvalidArgument, path};
     if (m_incomplete) return Failure{ErrorCode::kIo, path};
-    auto& files = Util().system.files;
-    auto old = files.Open(path, platform::OpenMode::kReadWrite, platform::Share::kNone);
-    if (!old && old.Error().code != ErrorCode::kNotFound) return old.Error();
-    if (old) {
-        if (auto status = (*old)->Close(); !status) return status;
+    // The side file's name must not look like that of a nickname file, or Eudora's folder would
+    // seem to have two.
+    platform::SafeWrite write(Util().system.files, path);
+    auto status = write.Begin();
+    if (status) {
+        status = addressbook::WriteNicknames(
+            m_mapRecords, [&](std::string_view bytes) { return write.Write(bytes); });
     }
-    // The name must not look like a nickname file, or Eudora's folder would seem to have two.
-    const auto side = path + ".kvnew";
-    auto status = WithFile(path, [&] {
-        auto written = WriteSide(side);
-        if (!written) return written;
-        // Eudora's table must never stand beside a file that it does not fit.
-        DeleteTableOfContents();
-        return old ? files.Replace(side, path) : files.Move(side, path);
-    });
-    if (!status) (void)files.Delete(side);
-    return status;
-}
-
-Status CEudoraAB::WriteSide(const std::string& path) {
-    auto file = platform::CreateAfresh(Util().system.files, path);
-    if (!file) return file.Error();
-    m_File = std::move(*file);
-    auto status = addressbook::WriteNicknames(
-        m_mapRecords, [&](std::string_view bytes) { return m_File->Write(bytes); });
-    if (status) status = m_File->Flush();
-    if (status) status = m_File->Close();
-    return status;
+    if (status) status = write.Finish();
+    if (!status) return status;
+    // Eudora's table must never stand beside a file that it does not fit.
+    DeleteTableOfContents();
+    return write.Commit();
 }
 
 // Eudora keeps places inside the nickname file there, which are wrong now; it makes a new one.

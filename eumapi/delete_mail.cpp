@@ -1,6 +1,7 @@
 #include "eumapi/delete_mail.h"
 
 #include "eumapi/mailbox.h"
+#include "platform/os/safe_write.h"
 
 namespace eumapi {
 

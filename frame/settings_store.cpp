@@ -3,6 +3,7 @@
 
 #include "frame/trans_util.h"
 #include "platform/kvutil/kvutil.h"
+#include "platform/os/safe_write.h"
 
 namespace {
 

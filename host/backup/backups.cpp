@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <list>
 #include <nlohmann/json.hpp>
 
 #include "host/base/exit_code.h"
 #include "host/base/folders.h"
 #include "host/base/json_text.h"
+#include "platform/os/safe_write.h"
 
 namespace host::backup {
 
@@ -47,10 +49,6 @@ std::string ToManifest(const Backup& backup) {
     return base::JsonText(manifest, 2) + '\n';
 }
 
-std::string SideOf(const std::string& path) {
-    return path + ".kvnew";
-}
-
 }  // namespace
 
 std::string Backups::Join(const std::string& folder, const std::string& name) const {
@@ -89,22 +87,6 @@ platform::Status Backups::CheckSpace(const std::vector<std::string>& origins) {
     return base::Refused("a backup takes " + Megabytes(needed) + ", and " + m_folder +
                              " has room for " + Megabytes(*free),
                          "make room there");
-}
-
-platform::Status Backups::CopyFlushed(const std::string& from, const std::string& to) {
-    if (auto status = m_files.Copy(from, to); !status) return status;
-    // The copy of a read-only file is one too. Windows flushes only what may be written.
-    const auto info = m_files.Stat(to);
-    const bool isReadOnly = info && info->isReadOnly;
-    auto file =
-        m_files.Open(to, isReadOnly ? platform::OpenMode::kRead : platform::OpenMode::kReadWrite,
-                     platform::Share::kNone);
-    if (!file) return file.Error();
-    auto flushed = (*file)->Flush();
-    if (!flushed && !(isReadOnly && flushed.Error().code == ErrorCode::kAccessDenied)) {
-        return flushed;
-    }
-    return (*file)->Close();
 }
 
 platform::Result<Backup> Backups::MakeOf(const std::string& nicknameFile,
@@ -156,7 +138,7 @@ platform::Status Backups::Fill(Backup& backup, const std::string& folder,
         const std::string above = base::ParentFolder(m_files, origin);
         std::string name = above.empty() ? origin : origin.substr(above.size() + 1);
         if (m_files.Exists(Join(folder, name))) name.insert(0, std::to_string(backup.files.size()));
-        auto status = CopyFlushed(origin, Join(folder, name));
+        auto status = platform::CopyFlushed(m_files, origin, Join(folder, name));
         if (status) {
             backup.files.push_back({name, origin});
         } else if (status.Error().code == ErrorCode::kNotRegular) {
@@ -222,20 +204,6 @@ platform::Status Backups::Prune() {
     return {};
 }
 
-platform::Status Backups::Stage(const std::string& folder, const Backup& backup) {
-    for (const BackupFile& file : backup.files) {
-        const std::string side = SideOf(file.origin);
-        auto status = platform::MakeFree(m_files, side);
-        if (status) status = CopyFlushed(Join(folder, file.name), side);
-        if (!status) return status;
-    }
-    return {};
-}
-
-void Backups::Unstage(const Backup& backup) {
-    for (const BackupFile& file : backup.files) (void)m_files.Delete(SideOf(file.origin));
-}
-
 // Whether a file can take that place, before any does.
 platform::Status Backups::CheckPlace(const std::string& path) {
     if (m_files.IsFree(path)) return {};
@@ -254,12 +222,6 @@ platform::Status Backups::CheckPlace(const std::string& path) {
     return file.Error();
 }
 
-// A side file takes the place of the present one, so that a fault leaves the one or the other.
-platform::Status Backups::PutInPlace(const std::string& to) {
-    const std::string side = SideOf(to);
-    return m_files.Exists(to) ? m_files.Replace(side, to) : m_files.Move(side, to);
-}
-
 platform::Result<Backup> Backups::Restore(
     const std::string& id, const std::function<platform::Status(const Backup&)>& ready) {
     const bool isName = id.find_first_of("/\\:") == std::string::npos && !id.starts_with('.');
@@ -275,14 +237,16 @@ platform::Result<Backup> Backups::Restore(
     }
     auto present = Make(origins, "before the restore of " + id);
     if (!present) return present.Error();
-    platform::Status status = Stage(Join(m_folder, id), *backup);
-    if (status && ready) status = ready(*backup);
+    // A fault before the first file takes its place leaves all as they are.
+    std::list<platform::SafeWrite> writes;
     for (const BackupFile& file : backup->files) {
-        if (status) status = PutInPlace(file.origin);
+        auto& write = writes.emplace_back(m_files, file.origin);
+        auto staged = write.BeginAsCopyOf(Join(Join(m_folder, id), file.name));
+        if (!staged) return staged.Error();
     }
-    if (!status) {
-        Unstage(*backup);
-        return status.Error();
+    if (auto begun = ready ? ready(*backup) : platform::Status(); !begun) return begun.Error();
+    for (auto& write : writes) {
+        if (auto placed = write.Commit(); !placed) return placed.Error();
     }
     for (const std::string& path : backup->absent) {
         auto gone = m_files.Delete(path);

@@ -56,10 +56,6 @@ class Backups {
     void RemoveLeftovers();
     platform::Status CheckSpace(const std::vector<std::string>& origins);
     platform::Status CheckPlace(const std::string& path);
-    platform::Status CopyFlushed(const std::string& from, const std::string& to);
-    platform::Status Stage(const std::string& folder, const Backup& backup);
-    void Unstage(const Backup& backup);
-    platform::Status PutInPlace(const std::string& to);
     platform::Result<Backup> Make(const std::vector<std::string>& origins,
                                   const std::string& reason);
     platform::Status Fill(Backup& backup, const std::string& folder,

@@ -6,6 +6,7 @@
 #include "host/base/exit_code.h"
 #include "host/vcard/card.h"
 #include "host/vcard/card_fields.h"
+#include "platform/os/safe_write.h"
 
 namespace host::contacts {
 
@@ -132,23 +133,10 @@ void VdirContacts::RemoveLeftovers() {
     m_leftovers.clear();
 }
 
-platform::Status VdirContacts::Write(const std::string& name, const std::string& content,
-                                     bool isNew) {
+platform::Status VdirContacts::Write(const std::string& name, const std::string& content) {
     RemoveLeftovers();
     const std::string side = PathOf(std::string(kSidePrefix).append(name).append(kSideSuffix));
-    const auto writeSide = [&]() -> platform::Status {
-        auto file = platform::CreateAfresh(m_files, side);
-        if (!file) return file.Error();
-        if (auto status = (*file)->Write(content); !status) return status;
-        if (auto status = (*file)->Flush(); !status) return status;
-        return (*file)->Close();
-    };
-    platform::Status status = writeSide();
-    if (status) {
-        status = isNew ? m_files.Move(side, PathOf(name)) : m_files.Replace(side, PathOf(name));
-    }
-    if (!status) (void)m_files.Delete(side);
-    return status;
+    return platform::WriteWhole({m_files, PathOf(name), side}, content);
 }
 
 platform::Result<std::string> VdirContacts::Add(const base::Contact& values,
@@ -166,7 +154,7 @@ platform::Result<std::string> VdirContacts::Add(const base::Contact& values,
     }
     vcard::WriteFields(card, Hold(values), base::FieldSet::All(), m_clock.Now());
     const std::string name = uid + ".vcf";
-    if (auto status = Write(name, card.Serialise(), true); !status) return status.Error();
+    if (auto status = Write(name, card.Serialise()); !status) return status.Error();
     return name;
 }
 
@@ -178,7 +166,7 @@ platform::Result<std::string> VdirContacts::Change(const base::StoreItem& known,
     vcard::Card card;
     if (card.Parse(*bytes)) return base::Failed(PathOf(known.id) + " changed during the run");
     vcard::WriteFields(card, Hold(values), which, m_clock.Now());
-    if (auto status = Write(known.id, card.Serialise(), false); !status) return status.Error();
+    if (auto status = Write(known.id, card.Serialise()); !status) return status.Error();
     return known.id;
 }
 

@@ -43,7 +43,7 @@ class VdirContacts : public ContactStore {
     platform::Result<std::string> Look(const std::string& name);
     platform::Result<std::string> ReadCard(const std::string& name);
     platform::Result<std::string> ReadUnchanged(const base::StoreItem& known);
-    platform::Status Write(const std::string& name, const std::string& content, bool isNew);
+    platform::Status Write(const std::string& name, const std::string& content);
     void RemoveLeftovers();
 
     platform::Files& m_files;

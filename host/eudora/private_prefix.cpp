@@ -8,6 +8,7 @@
 #include "host/base/folders.h"
 #include "host/base/native_path.h"
 #include "host/eudora/shadow_folder.h"
+#include "platform/os/safe_write.h"
 #include "platform/os/system.h"
 
 namespace host::eudora {

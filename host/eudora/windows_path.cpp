@@ -8,6 +8,7 @@
 #include "host/base/native_path.h"
 #include "host/eudora/setup.h"
 #include "platform/os/program.h"
+#include "platform/os/safe_write.h"
 #include "platform/os/system.h"
 #include "text/path.h"
 

@@ -5,7 +5,7 @@
 #include "host/base/native_path.h"
 #include "host/translator/mail_limits_dialog.h"
 #include "platform/kvutil/kvutil.h"
-#include "platform/os/files.h"
+#include "platform/os/safe_write.h"
 #include "platform/os/system.h"
 
 namespace host::translator {

@@ -72,16 +72,6 @@ Result<std::string> ReadFront(Files& files, std::string_view path, std::uint64_t
     return ReadOpened(**file, std::min(*size, most));
 }
 
-Status MakeFree(Files& files, std::string_view path) {
-    auto status = files.Delete(path);
-    return status || status.Error().code == ErrorCode::kNotFound ? Status() : status;
-}
-
-Result<std::unique_ptr<File>> CreateAfresh(Files& files, std::string_view path) {
-    if (auto status = MakeFree(files, path); !status) return status.Error();
-    return files.Open(path, OpenMode::kCreateNew, Share::kNone);
-}
-
 Status CopyInto(Files& files, std::string_view from, std::string_view to) {
     const auto source = files.Open(from, OpenMode::kRead, Share::kReadWrite);
     if (!source) return source.Error();
@@ -100,28 +90,6 @@ Status CopyInto(Files& files, std::string_view from, std::string_view to) {
         left -= *count;
     }
     return (*target)->Close();
-}
-
-namespace {
-
-Status WriteFlushed(Files& files, std::string_view path, std::string_view content) {
-    auto file = CreateAfresh(files, path);
-    if (!file) return file.Error();
-    if (auto status = (*file)->Write(content); !status) return status;
-    if (auto status = (*file)->Flush(); !status) return status;
-    return (*file)->Close();
-}
-
-}  // namespace
-
-Status WriteWhole(Files& files, std::string_view path, std::string_view content) {
-    const std::string side = std::string(path) + ".kvnew";
-    Status status = WriteFlushed(files, side, content);
-    if (status) {
-        status = files.Exists(path) ? files.Replace(side, path) : files.Move(side, path);
-    }
-    if (!status) (void)files.Delete(side);
-    return status;
 }
 
 }  // namespace platform

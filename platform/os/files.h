@@ -139,19 +139,8 @@ Result<std::string> ReadWhole(Files& files, std::string_view path, std::uint64_t
 // The first `most` bytes, or all if there are fewer.
 Result<std::string> ReadFront(Files& files, std::string_view path, std::uint64_t most);
 
-// Removes what has the name of a file that is to be made, be it a link or a pipe, but no folder.
-Status MakeFree(Files& files, std::string_view path);
-
-// Makes a file for writing whose name was made free.
-Result<std::unique_ptr<File>> CreateAfresh(Files& files, std::string_view path);
-
 // Gives the existing file `to` the content of `from`; its permissions stay. The failure names the
 // file that it is about.
 Status CopyInto(Files& files, std::string_view from, std::string_view to);
-
-// Makes `content` the file's content so that a crash or a failure at any step leaves the old
-// content or the new one, in full: writes a side file in the same folder, flushes it, and lets it
-// take the file's place. Creates the file if there is none. Removes the side file on failure.
-Status WriteWhole(Files& files, std::string_view path, std::string_view content);
 
 }  // namespace platform

@@ -7,6 +7,7 @@
 #include <charconv>
 
 #include "platform/os/little_endian.h"
+#include "platform/os/safe_write.h"
 #include "platform/posix/file_handle.h"
 #include "platform/posix/posix_error.h"
 #include "platform/prefix/code_page_table.h"

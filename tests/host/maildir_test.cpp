@@ -7,6 +7,7 @@
 
 #include "host/maildir/maildir_name.h"
 #include "host/maildir/message_header.h"
+#include "platform/os/safe_write.h"
 #include "platform/os/system.h"
 #include "platform/testing/faulty_files.h"
 #include "platform/testing/fixed_clock.h"

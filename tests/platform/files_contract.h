@@ -65,7 +65,8 @@ class FilesContract : public ::testing::TestWithParam<StoreKind> {
 
     std::string At(std::string_view name) const { return m_store->Root() + std::string(name); }
     void Put(std::string_view name, std::string_view content) {
-        auto file = platform::CreateAfresh(m_files, At(name));
+        (void)m_files.Delete(At(name));
+        auto file = m_files.Open(At(name), platform::OpenMode::kCreateNew, platform::Share::kNone);
         ASSERT_TRUE(file) << file.Error().Message();
         ASSERT_TRUE((*file)->Write(content));
         ASSERT_TRUE((*file)->Close());

@@ -1,5 +1,7 @@
 #include "tests/platform/files_contract.h"
 
+#include "platform/os/safe_write.h"
+
 #include <gmock/gmock.h>
 
 #include <random>

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "platform/os/safe_write.h"
 #include "platform/prefix/prefix_system.h"
 #include "tests/platform/files_contract.h"
 #include "tests/platform/prefix_folder.h"

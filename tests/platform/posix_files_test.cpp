@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "platform/os/safe_write.h"
 #include "platform/os/system.h"
 #include "platform/posix/file_handle.h"
 #include "platform/prefix/prefix_system.h"
@@ -177,7 +178,8 @@ TEST(PosixFiles, WhatIsPlantedAtANameHarmsNobody) {
                                     CodeOf(files->CreateFolder(at))}) {
                 EXPECT_EQ(code, ErrorCode::kAlreadyExists);
             }
-            EXPECT_TRUE(platform::CreateAfresh(*files, at));
+            platform::SafeWrite write(*files, isPrefix ? "C:\\made" : root / "made", at);
+            EXPECT_TRUE(write.Begin());
             EXPECT_TRUE(
                 std::filesystem::is_regular_file(std::filesystem::symlink_status(root / "name")));
             EXPECT_EQ(ReadDisk(victim) + ReadDisk(own) + ReadDisk(root / "kept/inside"),

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "platform/os/code_page.h"
+#include "platform/os/safe_write.h"
 #include "platform/os/system.h"
 #include "platform/windows/handle.h"
 #include "platform/windows/windows_api.h"
