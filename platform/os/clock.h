@@ -20,4 +20,7 @@ class Clock {
     virtual void Sleep(std::chrono::milliseconds duration) = 0;
 };
 
+// The machine's own.
+Clock& NativeClock();
+
 }  // namespace platform

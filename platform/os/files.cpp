@@ -11,6 +11,11 @@ Result<std::size_t> File::ReadAt(std::uint64_t offset, std::span<char> buffer) {
     return Read(buffer);
 }
 
+Result<std::string> Files::ShortPath(std::string_view path) {
+    if (auto info = Stat(path); !info) return info.Error();
+    return std::string(path);
+}
+
 bool Files::IsFree(std::string_view path) {
     const auto info = Stat(path);
     return !info && info.Error().code == ErrorCode::kNotFound;

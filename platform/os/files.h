@@ -108,7 +108,7 @@ class Files {
     virtual Result<std::string> RealPath(std::string_view path) = 0;
     // Another name of the same file in 8.3 form if there is one, else the path itself.
     // kNotFound if there is no such file.
-    virtual Result<std::string> ShortPath(std::string_view path) = 0;
+    virtual Result<std::string> ShortPath(std::string_view path);
     // The system's folder for temporary files, ending in a separator.
     virtual Result<std::string> TempFolder() = 0;
     // Makes an empty file with a new name in `folder`: the first three letters of `prefix`, hex

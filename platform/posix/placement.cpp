@@ -12,9 +12,7 @@
 #include <cstdlib>
 #include <vector>
 
-#include "platform/posix/native_file.h"
-#include "platform/posix/posix_error.h"
-#include "platform/posix/share_lock.h"
+#include "platform/posix/claimed_file.h"
 
 namespace platform::posix {
 
@@ -29,10 +27,9 @@ std::string FolderOf(const std::string& path) {
 // A rename is on the disk only when the folder is.
 Status FlushFolder(const std::string& folder) {
     const FileHandle handle(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!handle) return FromErrno(errno, folder);
     // Some file systems cannot flush a folder, and need not.
-    if (fsync(handle.Get()) != 0 && errno != EINVAL) return FromErrno(errno, folder);
-    return {};
+    if (handle && (fsync(handle.Get()) == 0 || errno == EINVAL)) return {};
+    return FromErrno(errno, folder);
 }
 
 // A copy under way: both files, and the names for failures.
@@ -45,22 +42,21 @@ struct Copying {
 Status CopyByHand(const Copying& copy, off_t begin, off_t end) {
     std::vector<char> buffer(1 << 16);
     while (begin < end) {
-        const auto piece = std::min<off_t>(end - begin, static_cast<off_t>(buffer.size()));
-        const auto count = pread(copy.from, buffer.data(), static_cast<std::size_t>(piece), begin);
-        if (count == 0) break;
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return FromErrno(errno, copy.fromPath);
-        for (ssize_t done = 0; done < count;) {
-            const auto written = pwrite(copy.to, buffer.data() + done,
-                                        static_cast<std::size_t>(count - done), begin + done);
-            if (written < 0 && errno == EINTR) continue;
-            if (written < 0) return FromErrno(errno, copy.toPath);
-            done += written;
-        }
-        begin += count;
+        const auto piece = static_cast<std::size_t>(std::min<off_t>(end - begin, off_t{1} << 16));
+        const auto count = MoveBytes(piece, copy.fromPath, [&](std::size_t done, std::size_t left) {
+            return pread(copy.from, buffer.data() + done, left, begin + static_cast<off_t>(done));
+        });
+        if (!count) return count.Error();
+        // Somebody cut the file meanwhile.
+        if (*count == 0) return Checked(ftruncate(copy.to, begin), copy.toPath);
+        const auto written =
+            MoveBytes(*count, copy.toPath, [&](std::size_t done, std::size_t left) {
+                return pwrite(copy.to, buffer.data() + done, left,
+                              begin + static_cast<off_t>(done));
+            });
+        if (!written) return written.Error();
+        begin += static_cast<off_t>(*written);
     }
-    // Somebody cut the file meanwhile.
-    if (begin < end && ftruncate(copy.to, begin) != 0) return FromErrno(errno, copy.toPath);
     return {};
 }
 
@@ -113,8 +109,7 @@ Status SetPermissions(int file, const struct stat& info, const std::string& path
         fchown(file, static_cast<uid_t>(-1), info.st_gid) != 0 && errno != EPERM) {
         return FromErrno(errno, path);
     }
-    if (fchmod(file, info.st_mode & 07777) != 0) return FromErrno(errno, path);
-    return {};
+    return Checked(fchmod(file, info.st_mode & 07777), path);
 }
 
 // A name that leads to a file through links stands for that file: the links stay.
@@ -125,22 +120,12 @@ std::string Resolved(const std::string& path) {
 
 }  // namespace
 
-Status ClaimForRemoval(const std::string& path, FileHandle& claim) {
-    struct stat info;
-    if (lstat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return {};
-    claim = OpenForClaim(path, O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW);
-    if (!claim || fstat(claim.Get(), &info) != 0 || !S_ISREG(info.st_mode)) return {};
-    if (!ClaimShare(claim.Get(), false, Share::kNone)) return FromErrno(EAGAIN, path);
-    return {};
-}
-
 Status RenameFile(const std::string& from, const std::string& to) {
     if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return {};
     if (errno != EINVAL && errno != ENOSYS) return FromErrno(errno, errno == EEXIST ? to : from);
     // Without that flag a second link refuses an existing name just as well.
     if (link(from.c_str(), to.c_str()) != 0) return FromErrno(errno, to);
-    if (unlink(from.c_str()) != 0) return FromErrno(errno, from);
-    return {};
+    return Checked(unlink(from.c_str()), from);
 }
 
 Status CopyFile(const std::string& from, const std::string& to) {
@@ -183,8 +168,8 @@ Status ReplaceFile(const std::string& from, const std::string& to) {
     const std::string resolved = Resolved(to);
     CopyAttributes(target->Get(), source->Get());
     Status status = SetPermissions(source->Get(), oldInfo, from);
-    if (status && fsync(source->Get()) != 0) status = FromErrno(errno, from);
-    if (status && rename(from.c_str(), resolved.c_str()) != 0) status = FromErrno(errno, to);
+    if (status) status = Checked(fsync(source->Get()), from);
+    if (status) status = Checked(rename(from.c_str(), resolved.c_str()), to);
     if (!status) {
         (void)SetPermissions(source->Get(), newInfo, from);
         return status;

@@ -8,16 +8,18 @@
 #include <cerrno>
 #include <cstdlib>
 
+#include "platform/posix/shared_object.h"
+
 namespace platform {
 
 namespace {
 
-class NativeLibrary : public Library {
+class SharedObject : public Library {
   public:
-    explicit NativeLibrary(void* handle) : m_handle(handle) {}
-    ~NativeLibrary() override { dlclose(m_handle); }
-    NativeLibrary(const NativeLibrary&) = delete;
-    NativeLibrary& operator=(const NativeLibrary&) = delete;
+    explicit SharedObject(void* handle) : m_handle(handle) {}
+    ~SharedObject() override { dlclose(m_handle); }
+    SharedObject(const SharedObject&) = delete;
+    SharedObject& operator=(const SharedObject&) = delete;
     void* Symbol(const char* name) override { return dlsym(m_handle, name); }
 
   private:
@@ -26,15 +28,18 @@ class NativeLibrary : public Library {
 
 }  // namespace
 
+std::unique_ptr<Library> posix::LoadSharedObject(const std::string& file) {
+    void* const handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    return handle != nullptr ? std::make_unique<SharedObject>(handle) : nullptr;
+}
+
 Result<std::unique_ptr<Library>> LoadNativeLibrary(std::string_view path) {
     const std::string name(path);
     if (access(name.c_str(), F_OK) != 0) return Failure{ErrorCode::kNotFound, name, errno};
-    void* const handle = dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (handle == nullptr) {
-        const char* const reason = dlerror();
-        return Failure{ErrorCode::kCorrupt, reason != nullptr ? reason : name};
-    }
-    return std::unique_ptr<Library>(std::make_unique<NativeLibrary>(handle));
+    auto library = posix::LoadSharedObject(name);
+    if (library) return library;
+    const char* const reason = dlerror();
+    return Failure{ErrorCode::kCorrupt, reason != nullptr ? reason : name};
 }
 
 std::string ProgramPath() {

@@ -3,7 +3,6 @@
 #include <filesystem>
 
 #include "platform/os/code_page.h"
-#include "platform/posix/native_file.h"
 #include "platform/posix/native_files.h"
 #include "text/double_byte.h"
 #include "text/path.h"
@@ -17,128 +16,115 @@ Failure Named(Failure failure, std::string_view path) {
     return failure;
 }
 
-Status Named(Status status, std::string_view path) {
-    return status ? std::move(status) : Status(Named(status.Error(), path));
-}
-
-// Which of two Windows paths a failure of the native operation speaks of.
-Status NamedByPart(Status status, const std::string& nativeTo, std::string_view from,
-                   std::string_view to) {
-    if (status) return status;
-    return Named(status.Error(), status.Error().context == nativeTo ? to : from);
-}
-
 }  // namespace
 
-Result<std::unique_ptr<File>> PrefixFiles::Open(std::string_view path, OpenMode mode, Share share) {
+// Does an operation at the place of a Windows path, which a failure names.
+template <class Operation>
+auto PrefixFiles::At(std::string_view path, const Operation& operation) const
+    -> decltype(operation(path)) {
     const auto mapped = m_mapper.Map(path);
     if (!mapped) return mapped.Error();
-    auto file = posix::OpenNativeFile(mapped->path, path, mode, share);
-    if (!file) return Named(file.Error(), path);
-    return file;
+    auto result = operation(mapped->path);
+    if (!result) return Named(result.Error(), path);
+    return result;
+}
+
+// The same with two places; the failure names the one that the native operation speaks of.
+template <class Operation>
+Status PrefixFiles::Between(std::string_view from, std::string_view to,
+                            const Operation& operation) const {
+    const auto source = m_mapper.Map(from);
+    if (!source) return source.Error();
+    const auto target = m_mapper.Map(to);
+    if (!target) return target.Error();
+    const Status status = operation(*source, *target);
+    if (status) return status;
+    const auto& named = status.Error().context;
+    const bool isTarget =
+        named != source->path && (named == target->path || named == target->asNamed);
+    return Named(status.Error(), isTarget ? to : from);
+}
+
+Result<std::unique_ptr<File>> PrefixFiles::Open(std::string_view path, OpenMode mode, Share share) {
+    return At(path, [&](std::string_view native) {
+        return posix::OpenNativeFile(std::string(native), path, mode, share);
+    });
 }
 
 Result<FileInfo> PrefixFiles::Stat(std::string_view path) {
-    const auto mapped = m_mapper.Map(path);
-    if (!mapped) return mapped.Error();
-    auto info = m_native.Stat(mapped->path);
-    if (!info) return Named(info.Error(), path);
-    return info;
+    return At(path, [&](std::string_view native) { return m_native.Stat(native); });
 }
 
 Result<std::vector<FolderEntry>> PrefixFiles::List(std::string_view folder,
                                                    std::string_view pattern) {
-    const auto mapped = m_mapper.Map(folder);
-    if (!mapped) return mapped.Error();
-    auto entries = m_native.List(mapped->path, ToUtf8(pattern, m_mapper.CodePage()));
-    if (!entries) return Named(entries.Error(), folder);
+    auto entries = At(folder, [&](std::string_view native) {
+        return m_native.List(native, ToUtf8(pattern, m_mapper.CodePage()));
+    });
+    if (!entries) return entries;
     std::erase_if(*entries, [](const FolderEntry& entry) { return !IsWindowsName(entry.name); });
     for (auto& entry : *entries) entry.name = FromUtf8(entry.name, m_mapper.CodePage());
     return entries;
 }
 
 Status PrefixFiles::Delete(std::string_view path) {
-    const auto mapped = m_mapper.Map(path);
-    if (!mapped) return mapped.Error();
-    // A file with the read-only attribute cannot be deleted on Windows. A link can, wherever it
-    // leads.
-    std::error_code ignored;
-    const auto info = m_native.Stat(mapped->path);
-    if (info && (info->isFolder || info->isReadOnly) &&
-        !std::filesystem::is_symlink(mapped->path, ignored)) {
-        return Failure{ErrorCode::kAccessDenied, std::string(path)};
-    }
-    return Named(m_native.Delete(mapped->path), path);
+    return At(path, [&](std::string_view native) -> Status {
+        // A file with the read-only attribute cannot be deleted on Windows. A link can, wherever
+        // it leads.
+        std::error_code ignored;
+        const auto info = m_native.Stat(native);
+        if (info && (info->isFolder || info->isReadOnly) &&
+            !std::filesystem::is_symlink(native, ignored)) {
+            return Failure{ErrorCode::kAccessDenied, {}};
+        }
+        return m_native.Delete(native);
+    });
 }
 
 Status PrefixFiles::DeleteEvenReadOnly(std::string_view path) {
-    const auto mapped = m_mapper.Map(path);
-    if (!mapped) return mapped.Error();
-    return Named(m_native.Delete(mapped->path), path);
+    return At(path, [&](std::string_view native) { return m_native.Delete(native); });
 }
 
 Status PrefixFiles::Copy(std::string_view from, std::string_view to) {
-    const auto source = m_mapper.Map(from);
-    if (!source) return source.Error();
-    const auto target = m_mapper.Map(to);
-    if (!target) return target.Error();
-    return NamedByPart(m_native.Copy(source->path, target->path), target->path, from, to);
+    return Between(from, to, [&](const MappedPath& source, const MappedPath& target) {
+        return m_native.Copy(source.path, target.path);
+    });
 }
 
 Status PrefixFiles::Move(std::string_view from, std::string_view to) {
-    const auto source = m_mapper.Map(from);
-    if (!source) return source.Error();
-    const auto target = m_mapper.Map(to);
-    if (!target) return target.Error();
-    // A new name that is the old one in other letters is no other file.
-    const bool isSame = target->path == source->path;
-    const std::string& name = isSame ? target->asNamed : target->path;
-    if (name == source->path) return {};
-    return NamedByPart(m_native.Move(source->path, name), name, from, to);
+    return Between(from, to, [&](const MappedPath& source, const MappedPath& target) -> Status {
+        // A new name that is the old one in other letters is no other file.
+        const bool isSame = target.path == source.path;
+        const std::string& name = isSame ? target.asNamed : target.path;
+        if (name == source.path) return {};
+        return m_native.Move(source.path, name);
+    });
 }
 
 Status PrefixFiles::Replace(std::string_view from, std::string_view to) {
-    const auto source = m_mapper.Map(from);
-    if (!source) return source.Error();
-    const auto target = m_mapper.Map(to);
-    if (!target) return target.Error();
-    return NamedByPart(m_native.Replace(source->path, target->path), target->path, from, to);
+    return Between(from, to, [&](const MappedPath& source, const MappedPath& target) {
+        return m_native.Replace(source.path, target.path);
+    });
 }
 
 Status PrefixFiles::CreateFolder(std::string_view path) {
-    const auto mapped = m_mapper.Map(path);
-    if (!mapped) return mapped.Error();
-    return Named(m_native.CreateFolder(mapped->path), path);
+    return At(path, [&](std::string_view native) { return m_native.CreateFolder(native); });
 }
 
 Status PrefixFiles::CreatePrivateFolder(std::string_view path) {
-    const auto mapped = m_mapper.Map(path);
-    if (!mapped) return mapped.Error();
-    return Named(m_native.CreatePrivateFolder(mapped->path), path);
+    return At(path, [&](std::string_view native) { return m_native.CreatePrivateFolder(native); });
 }
 
 Status PrefixFiles::RemoveFolder(std::string_view path) {
-    const auto mapped = m_mapper.Map(path);
-    if (!mapped) return mapped.Error();
-    return Named(m_native.RemoveFolder(mapped->path), path);
+    return At(path, [&](std::string_view native) { return m_native.RemoveFolder(native); });
 }
 
 Result<std::string> PrefixFiles::RealPath(std::string_view path) {
-    const auto mapped = m_mapper.Map(path);
-    if (!mapped) return mapped.Error();
-    auto real = m_native.RealPath(mapped->path);
-    if (!real) return Named(real.Error(), path);
-    return real;
+    return At(path, [&](std::string_view native) { return m_native.RealPath(native); });
 }
 
 bool PrefixFiles::IsFree(std::string_view path) {
     const auto mapped = m_mapper.Map(path);
     return mapped ? m_native.IsFree(mapped->path) : mapped.Error().code == ErrorCode::kNotFound;
-}
-
-Result<std::string> PrefixFiles::ShortPath(std::string_view path) {
-    if (auto info = Stat(path); !info) return info.Error();
-    return std::string(path);
 }
 
 // The user's own folder where the registry names it outright, else the system's.

@@ -28,13 +28,17 @@ class PrefixFiles : public Files {
     Status CreatePrivateFolder(std::string_view path) override;
     Status RemoveFolder(std::string_view path) override;
     Result<std::string> RealPath(std::string_view path) override;
-    Result<std::string> ShortPath(std::string_view path) override;
     Result<std::string> TempFolder() override;
     Result<std::string> CreateTempFile(std::string_view folder, std::string_view prefix) override;
     char Separator() const override { return '\\'; }
     bool IsFree(std::string_view path) override;
 
   private:
+    template <class Operation>
+    auto At(std::string_view path, const Operation& operation) const -> decltype(operation(path));
+    template <class Operation>
+    Status Between(std::string_view from, std::string_view to, const Operation& operation) const;
+
     const PathMapper& m_mapper;
     Files& m_native;
     Registry& m_registry;

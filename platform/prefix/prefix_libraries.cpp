@@ -8,6 +8,7 @@
 #include "platform/os/code_page.h"
 #include "platform/os/system.h"
 #include "platform/posix/character_case.h"
+#include "platform/posix/shared_object.h"
 #include "platform/prefix/code_page_table.h"
 #include "platform/prefix/pe_strings.h"
 #include "text/double_byte.h"
@@ -18,19 +19,6 @@ namespace platform::prefix {
 namespace {
 
 constexpr std::uint64_t kLargestLibrary = 1u << 26;
-
-class SharedObject : public Library {
-  public:
-    explicit SharedObject(void* handle) : m_handle(handle) {}
-    SharedObject(const SharedObject&) = delete;
-    SharedObject& operator=(const SharedObject&) = delete;
-    ~SharedObject() override { dlclose(m_handle); }
-
-    void* Symbol(const char* name) override { return dlsym(m_handle, name); }
-
-  private:
-    void* m_handle;
-};
 
 class PeResources : public StringResources {
   public:
@@ -49,9 +37,9 @@ class PeResources : public StringResources {
 };
 
 Result<std::unique_ptr<Library>> LoadShared(const std::string& file, std::string_view path) {
-    void* handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (handle == nullptr) return Failure{ErrorCode::kNotSupported, std::string(path)};
-    return std::unique_ptr<Library>(std::make_unique<SharedObject>(handle));
+    auto library = posix::LoadSharedObject(file);
+    if (!library) return Failure{ErrorCode::kNotSupported, std::string(path)};
+    return library;
 }
 
 }  // namespace

@@ -8,8 +8,7 @@
 
 #include "platform/os/little_endian.h"
 #include "platform/os/safe_write.h"
-#include "platform/posix/file_handle.h"
-#include "platform/posix/posix_error.h"
+#include "platform/posix/system_call.h"
 #include "platform/prefix/code_page_table.h"
 #include "platform/prefix/registry_line.h"
 #include "platform/prefix/registry_text.h"

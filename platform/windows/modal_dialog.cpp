@@ -5,7 +5,7 @@
 #include <exception>
 
 #include "platform/windows/dialog_bytes.h"
-#include "platform/windows/native_dialogs.h"
+#include "platform/windows/native_parts.h"
 #include "platform/windows/wide_text.h"
 
 namespace platform::windows {

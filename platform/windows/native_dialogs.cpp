@@ -1,11 +1,14 @@
-#include "platform/windows/native_dialogs.h"
-
+#include "platform/windows/native_parts.h"
 #include "platform/windows/wide_text.h"
 #include "platform/windows/windows_api.h"
 
-namespace platform::windows {
+namespace platform {
 
 namespace {
+
+using windows::Wide;
+
+Dialogs* (*theSource)() = nullptr;
 
 UINT StyleOf(MessageIcon icon) {
     switch (icon) {
@@ -19,31 +22,45 @@ UINT StyleOf(MessageIcon icon) {
     return MB_OK;
 }
 
+// Real windows, unless the source gives other dialogs: then each call goes there.
+class WindowsDialogs : public Dialogs {
+  public:
+    void ShowMessage(const std::string& text, const std::string& title, MessageIcon icon) override {
+        if (Dialogs* host = Host()) return host->ShowMessage(text, title, icon);
+        MessageBoxW(GetActiveWindow(), Wide(text, CP_ACP).c_str(), Wide(title, CP_ACP).c_str(),
+                    StyleOf(icon));
+    }
+
+    std::optional<std::string> OpenFile(const OpenFileRequest& request) override {
+        Dialogs* host = Host();
+        return host != nullptr ? host->OpenFile(request) : windows::ShowOpenFile(request);
+    }
+
+    int RunModal(const DialogTemplate& dialog, DialogLogic& logic) override {
+        Dialogs* host = Host();
+        return host != nullptr ? host->RunModal(dialog, logic) : windows::ShowModal(dialog, logic);
+    }
+
+    void BeginWaitCursor() override {
+        m_cursorBefore = SetCursor(LoadCursorW(nullptr, reinterpret_cast<LPCWSTR>(IDC_WAIT)));
+    }
+    void EndWaitCursor() override { SetCursor(m_cursorBefore); }
+
+  private:
+    static Dialogs* Host() { return theSource != nullptr ? theSource() : nullptr; }
+
+    HCURSOR m_cursorBefore = nullptr;  // of the innermost wait
+};
+
 }  // namespace
 
-void NativeDialogs::ShowMessage(const std::string& text, const std::string& title,
-                                MessageIcon icon) {
-    if (Dialogs* provider = Provider()) return provider->ShowMessage(text, title, icon);
-    MessageBoxW(GetActiveWindow(), Wide(text, CP_ACP).c_str(), Wide(title, CP_ACP).c_str(),
-                StyleOf(icon));
+Dialogs& windows::NativeDialogs() {
+    static WindowsDialogs dialogs;
+    return dialogs;
 }
 
-std::optional<std::string> NativeDialogs::OpenFile(const OpenFileRequest& request) {
-    if (Dialogs* provider = Provider()) return provider->OpenFile(request);
-    return ShowOpenFile(request);
+void SetDialogSource(Dialogs* (*source)()) {
+    theSource = source;
 }
 
-int NativeDialogs::RunModal(const DialogTemplate& dialog, DialogLogic& logic) {
-    if (Dialogs* provider = Provider()) return provider->RunModal(dialog, logic);
-    return ShowModal(dialog, logic);
-}
-
-void NativeDialogs::BeginWaitCursor() {
-    m_cursorBefore = SetCursor(LoadCursorW(nullptr, reinterpret_cast<LPCWSTR>(IDC_WAIT)));
-}
-
-void NativeDialogs::EndWaitCursor() {
-    SetCursor(static_cast<HCURSOR>(m_cursorBefore));
-}
-
-}  // namespace platform::windows
+}  // namespace platform

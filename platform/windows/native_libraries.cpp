@@ -1,7 +1,5 @@
-#include "platform/windows/native_libraries.h"
-
-#include "platform/os/system.h"
 #include "platform/windows/handle.h"
+#include "platform/windows/native_parts.h"
 #include "platform/windows/wide_text.h"
 #include "platform/windows/windows_error.h"
 #include "text/double_byte.h"
@@ -10,9 +8,9 @@ namespace platform::windows {
 
 namespace {
 
-class NativeLibrary : public Library {
+class WindowsLibrary : public Library {
   public:
-    explicit NativeLibrary(Module module) : m_module(std::move(module)) {}
+    explicit WindowsLibrary(Module module) : m_module(std::move(module)) {}
     void* Symbol(const char* name) override {
         return reinterpret_cast<void*>(GetProcAddress(m_module.Get(), name));
     }
@@ -21,9 +19,9 @@ class NativeLibrary : public Library {
     Module m_module;
 };
 
-class NativeStringResources : public StringResources {
+class WindowsResources : public StringResources {
   public:
-    explicit NativeStringResources(Module module) : m_module(std::move(module)) {}
+    explicit WindowsResources(Module module) : m_module(std::move(module)) {}
 
     std::string Text(unsigned id, std::size_t limit) override {
         constexpr unsigned kHighestId = 0xFFFF;
@@ -62,6 +60,29 @@ Module LoadAsData(const std::wstring& name) {
                                  LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE));
 }
 
+Result<std::unique_ptr<StringResources>> Loaded(Module module, std::string_view path) {
+    if (!module) return FromLastError(path);
+    return std::unique_ptr<StringResources>(std::make_unique<WindowsResources>(std::move(module)));
+}
+
+// By Windows paths in the system code page.
+class WindowsLibraries : public Libraries {
+  public:
+    Result<std::unique_ptr<Library>> Load(std::string_view path) override {
+        return LoadCode(path, CP_ACP);
+    }
+
+    Result<std::unique_ptr<StringResources>> LoadResources(std::string_view path) override {
+        const std::wstring name = Wide(path, CP_ACP);
+        if (!HasFolder(name)) {
+            if (Module beside = LoadAsData(OwnFolder() + name)) {
+                return Loaded(std::move(beside), path);
+            }
+        }
+        return Loaded(LoadAsData(name), path);
+    }
+};
+
 }  // namespace
 
 Result<std::unique_ptr<Library>> LoadCode(std::string_view path, unsigned codePage) {
@@ -69,25 +90,12 @@ Result<std::unique_ptr<Library>> LoadCode(std::string_view path, unsigned codePa
     const DWORD flags = HasFolder(name) ? LOAD_WITH_ALTERED_SEARCH_PATH : 0;
     Module module(LoadLibraryExW(name.c_str(), nullptr, flags));
     if (!module) return FromLastError(path);
-    return std::unique_ptr<Library>(std::make_unique<NativeLibrary>(std::move(module)));
+    return std::unique_ptr<Library>(std::make_unique<WindowsLibrary>(std::move(module)));
 }
 
-Result<std::unique_ptr<Library>> NativeLibraries::Load(std::string_view path) {
-    return LoadCode(path, CP_ACP);
-}
-
-Result<std::unique_ptr<StringResources>> NativeLibraries::LoadResources(std::string_view path) {
-    const std::wstring name = Wide(path, CP_ACP);
-    if (!HasFolder(name)) {
-        if (Module beside = LoadAsData(OwnFolder() + name)) {
-            return std::unique_ptr<StringResources>(
-                std::make_unique<NativeStringResources>(std::move(beside)));
-        }
-    }
-    Module module = LoadAsData(name);
-    if (!module) return FromLastError(path);
-    return std::unique_ptr<StringResources>(
-        std::make_unique<NativeStringResources>(std::move(module)));
+Libraries& NativeLibraries() {
+    static WindowsLibraries libraries;
+    return libraries;
 }
 
 }  // namespace platform::windows

@@ -1,7 +1,4 @@
-#include "platform/windows/native_registry.h"
-
-#include <utility>
-
+#include "platform/windows/native_parts.h"
 #include "platform/windows/windows_error.h"
 
 namespace platform::windows {
@@ -61,53 +58,62 @@ Status Write(RegistryRoot root, std::string_view key, std::string_view value, DW
     return {};
 }
 
+// The machine's registry in the view of a 32-bit program, whatever this one is.
+class WindowsRegistry : public Registry {
+  public:
+    Result<std::string> ReadText(RegistryRoot root, std::string_view key,
+                                 std::string_view value) override {
+        constexpr DWORD kTexts = RRF_RT_REG_SZ | RRF_RT_REG_EXPAND_SZ | RRF_NOEXPAND;
+        const std::string name(value);
+        Key open;
+        LSTATUS error = OpenForReading(root, key, open);
+        std::string text;
+        DWORD size = 256;
+        if (error == ERROR_SUCCESS) error = ERROR_MORE_DATA;
+        // A value that grows meanwhile is asked for again.
+        while (error == ERROR_MORE_DATA) {
+            text.resize(size);
+            error = RegGetValueA(open.Get(), nullptr, name.c_str(), kTexts, nullptr, text.data(),
+                                 &size);
+        }
+        if (error != ERROR_SUCCESS) return FailureOf(error, key, value);
+        // The size counts the closing zero.
+        text.resize(size > 0 ? size - 1 : 0);
+        return text;
+    }
+
+    Result<std::uint32_t> ReadNumber(RegistryRoot root, std::string_view key,
+                                     std::string_view value) override {
+        Key open;
+        LSTATUS error = OpenForReading(root, key, open);
+        DWORD number = 0;
+        DWORD size = sizeof number;
+        if (error == ERROR_SUCCESS) {
+            error = RegGetValueA(open.Get(), nullptr, std::string(value).c_str(), RRF_RT_REG_DWORD,
+                                 nullptr, &number, &size);
+        }
+        if (error == ERROR_SUCCESS && size != sizeof number) error = ERROR_INVALID_DATA;
+        if (error != ERROR_SUCCESS) return FailureOf(error, key, value);
+        return std::uint32_t{number};
+    }
+
+    Status WriteText(RegistryRoot root, std::string_view key, std::string_view value,
+                     std::string_view text) override {
+        const std::string zeroEnded(text);
+        return Write(root, key, value, REG_SZ, zeroEnded.c_str(), zeroEnded.size() + 1);
+    }
+
+    Status WriteNumber(RegistryRoot root, std::string_view key, std::string_view value,
+                       std::uint32_t number) override {
+        return Write(root, key, value, REG_DWORD, &number, sizeof number);
+    }
+};
+
 }  // namespace
 
-Result<std::string> NativeRegistry::ReadText(RegistryRoot root, std::string_view key,
-                                             std::string_view value) {
-    constexpr DWORD kTexts = RRF_RT_REG_SZ | RRF_RT_REG_EXPAND_SZ | RRF_NOEXPAND;
-    const std::string name(value);
-    Key open;
-    LSTATUS error = OpenForReading(root, key, open);
-    std::string text;
-    DWORD size = 256;
-    if (error == ERROR_SUCCESS) error = ERROR_MORE_DATA;
-    // A value that grows meanwhile is asked for again.
-    while (error == ERROR_MORE_DATA) {
-        text.resize(size);
-        error =
-            RegGetValueA(open.Get(), nullptr, name.c_str(), kTexts, nullptr, text.data(), &size);
-    }
-    if (error != ERROR_SUCCESS) return FailureOf(error, key, value);
-    // The size counts the closing zero.
-    text.resize(size > 0 ? size - 1 : 0);
-    return text;
-}
-
-Result<std::uint32_t> NativeRegistry::ReadNumber(RegistryRoot root, std::string_view key,
-                                                 std::string_view value) {
-    Key open;
-    LSTATUS error = OpenForReading(root, key, open);
-    DWORD number = 0;
-    DWORD size = sizeof number;
-    if (error == ERROR_SUCCESS) {
-        error = RegGetValueA(open.Get(), nullptr, std::string(value).c_str(), RRF_RT_REG_DWORD,
-                             nullptr, &number, &size);
-    }
-    if (error == ERROR_SUCCESS && size != sizeof number) error = ERROR_INVALID_DATA;
-    if (error != ERROR_SUCCESS) return FailureOf(error, key, value);
-    return std::uint32_t{number};
-}
-
-Status NativeRegistry::WriteText(RegistryRoot root, std::string_view key, std::string_view value,
-                                 std::string_view text) {
-    const std::string zeroEnded(text);
-    return Write(root, key, value, REG_SZ, zeroEnded.c_str(), zeroEnded.size() + 1);
-}
-
-Status NativeRegistry::WriteNumber(RegistryRoot root, std::string_view key, std::string_view value,
-                                   std::uint32_t number) {
-    return Write(root, key, value, REG_DWORD, &number, sizeof number);
+Registry& NativeRegistry() {
+    static WindowsRegistry registry;
+    return registry;
 }
 
 }  // namespace platform::windows

@@ -1,47 +1,81 @@
 #include "platform/os/system.h"
-#include "platform/windows/native_clock.h"
-#include "platform/windows/native_dialogs.h"
-#include "platform/windows/native_files.h"
-#include "platform/windows/native_libraries.h"
-#include "platform/windows/native_processes.h"
-#include "platform/windows/native_registry.h"
-#include "platform/windows/windows_api.h"
+
+#include <algorithm>
+
+#include "platform/windows/handle.h"
+#include "platform/windows/native_parts.h"
+#include "platform/windows/windows_error.h"
 
 namespace platform {
 
 namespace {
 
-struct NativeParts {
-    windows::WindowsFiles files{CP_ACP};
-    windows::NativeRegistry registry;
-    windows::NativeProcesses processes;
-    windows::NativeWindows theirWindows;
-    windows::NativeLibraries libraries;
-    windows::NativeDialogs dialogs;
-    windows::NativeClock clock;
-    System system{files, registry, processes, theirWindows, libraries, dialogs, clock, GetACP()};
+using windows::FromLastError;
+
+class WindowsProcess : public Process {
+  public:
+    explicit WindowsProcess(const PROCESS_INFORMATION& information)
+        : m_process(information.hProcess), m_thread(information.hThread) {}
+
+    bool Wait(std::chrono::milliseconds timeout) override {
+        const auto limit = std::clamp<long long>(timeout.count(), 0, INFINITE - 1);
+        return WaitForSingleObject(m_process.Get(), static_cast<DWORD>(limit)) == WAIT_OBJECT_0;
+    }
+
+  private:
+    windows::Handle m_process, m_thread;
 };
 
-NativeParts& Parts() {
-    static NativeParts parts;
-    return parts;
-}
+class WindowsProcesses : public Processes {
+  public:
+    Result<std::unique_ptr<Process>> Start(std::string_view commandLine) override {
+        // The system writes into the command line.
+        std::string line(commandLine);
+        STARTUPINFOA startup{};
+        startup.cb = sizeof startup;
+        PROCESS_INFORMATION information{};
+        if (!CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                            &startup, &information)) {
+            return FromLastError(commandLine);
+        }
+        return std::unique_ptr<Process>(std::make_unique<WindowsProcess>(information));
+    }
+
+    Result<SystemVersion> Version() override {
+        OSVERSIONINFOA information{};
+        information.dwOSVersionInfoSize = sizeof information;
+        if (!GetVersionExA(&information)) return FromLastError("system version");
+        return SystemVersion{information.dwMajorVersion, information.dwMinorVersion};
+    }
+
+    int ProfileNumber(std::string_view section, std::string_view key, int otherwise) override {
+        return static_cast<int>(
+            GetProfileIntA(std::string(section).c_str(), std::string(key).c_str(), otherwise));
+    }
+};
+
+class AllWindows : public Windows {
+  public:
+    bool Exists(std::string_view windowClass) override {
+        return FindWindowA(std::string(windowClass).c_str(), nullptr) != nullptr;
+    }
+
+    std::optional<unsigned> PeekMessages() override {
+        MSG message;
+        if (!PeekMessageA(&message, nullptr, 0, 0, PM_NOREMOVE)) return std::nullopt;
+        return message.message;
+    }
+};
 
 }  // namespace
 
 const System& NativeSystem() {
-    return Parts().system;
+    static WindowsProcesses processes;
+    static AllWindows allWindows;
+    static const System system{
+        windows::SystemFiles(),     windows::NativeRegistry(), processes,     allWindows,
+        windows::NativeLibraries(), windows::NativeDialogs(),  NativeClock(), GetACP()};
+    return system;
 }
-
-void SetDialogSource(Dialogs* (*source)()) {
-    Parts().dialogs.SetSource(source);
-}
-
-Files& NativeFiles() {
-    static windows::WindowsFiles files(CP_UTF8);
-    return files;
-}
-
-void KeepNewFilesPrivate() {}
 
 }  // namespace platform

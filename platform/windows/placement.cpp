@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "platform/windows/native_file.h"
+#include "platform/windows/claimed_file.h"
 #include "platform/windows/windows_error.h"
 
 namespace platform::windows {

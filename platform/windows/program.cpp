@@ -5,7 +5,7 @@
 
 #include <cstdio>
 
-#include "platform/windows/native_libraries.h"
+#include "platform/windows/native_parts.h"
 #include "platform/windows/wide_text.h"
 #include "platform/windows/windows_api.h"
 #include "platform/windows/windows_error.h"

@@ -7,7 +7,7 @@
 
 #include "platform/os/safe_write.h"
 #include "platform/os/system.h"
-#include "platform/posix/file_handle.h"
+#include "platform/posix/system_call.h"
 #include "platform/prefix/prefix_system.h"
 #include "tests/platform/files_contract.h"
 #include "tests/platform/prefix_folder.h"

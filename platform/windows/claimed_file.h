@@ -1,6 +1,5 @@
 #pragma once
 
-#include <memory>
 #include <string>
 
 #include "platform/os/files.h"
@@ -17,8 +16,5 @@ bool IsReadOnly(const std::wstring& name);
 // Opens with that mode and claim; `path` names the file in failures.
 Result<Handle> OpenClaimed(const std::wstring& name, std::string_view path, OpenMode mode,
                            Share share);
-
-Result<std::unique_ptr<File>> OpenNativeFile(const std::wstring& name, std::string_view path,
-                                             OpenMode mode, Share share);
 
 }  // namespace platform::windows

@@ -1,0 +1,168 @@
+#include "platform/prefix/prefix_system.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <charconv>
+#include <cstdio>
+#include <filesystem>
+
+#include "platform/os/code_page.h"
+#include "platform/os/profile.h"
+#include "platform/os/program.h"
+#include "platform/prefix/path_mapper.h"
+#include "platform/prefix/prefix_files.h"
+#include "platform/prefix/prefix_libraries.h"
+#include "platform/prefix/prefix_registry.h"
+
+namespace platform {
+
+namespace {
+
+std::atomic<Dialogs* (*)()> theDialogSource = nullptr;
+
+}  // namespace
+
+void SetDialogSource(Dialogs* (*source)()) {
+    theDialogSource = source;
+}
+
+namespace prefix {
+
+namespace {
+
+// The number at the beginning of a text, 0 if there is none.
+int LeadingNumber(std::string_view text) {
+    if (text.starts_with('+')) text.remove_prefix(1);
+    int number = 0;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    return number;
+}
+
+// What the prefix tells of its system.
+class PrefixProcesses : public Processes {
+  public:
+    PrefixProcesses(Files& files, Registry& registry) : m_files(files), m_registry(registry) {}
+
+    Result<std::unique_ptr<Process>> Start(std::string_view commandLine) override {
+        return Failure{ErrorCode::kNotSupported, std::string(commandLine)};
+    }
+
+    Result<SystemVersion> Version() override {
+        constexpr SystemVersion kDefault{6, 1};
+        const char* key = "Software\\Microsoft\\Windows NT\\CurrentVersion";
+        const auto root = RegistryRoot::kLocalMachine;
+        // From Windows 10 on the text stays at 6.3 and the numbers count.
+        const auto majorNumber = m_registry.ReadNumber(root, key, "CurrentMajorVersionNumber");
+        const auto minorNumber = m_registry.ReadNumber(root, key, "CurrentMinorVersionNumber");
+        if (majorNumber && minorNumber) return SystemVersion{*majorNumber, *minorNumber};
+        const auto text = m_registry.ReadText(root, key, "CurrentVersion");
+        if (!text) return kDefault;
+        SystemVersion version;
+        const char* end = text->data() + text->size();
+        const auto [dot, majorError] = std::from_chars(text->data(), end, version.major);
+        if (majorError != std::errc() || dot == end || *dot != '.') return kDefault;
+        const auto [stop, minorError] = std::from_chars(dot + 1, end, version.minor);
+        return minorError == std::errc() && stop == end ? version : kDefault;
+    }
+
+    int ProfileNumber(std::string_view section, std::string_view key, int otherwise) override {
+        constexpr std::uint64_t kLargestProfile = 1 << 20;
+        const auto profile =
+            ReadWhole(m_files, "C:\\windows\\win.ini", kLargestProfile, Share::kReadWrite);
+        if (!profile) return otherwise;
+        const auto value = ProfileValue(*profile, section, key);
+        return value ? LeadingNumber(*value) : otherwise;
+    }
+
+  private:
+    Files& m_files;
+    Registry& m_registry;
+};
+
+class NoWindows : public Windows {
+  public:
+    bool Exists(std::string_view) override { return false; }
+    std::optional<unsigned> PeekMessages() override { return std::nullopt; }
+};
+
+class HostedDialogs : public Dialogs {
+  public:
+    explicit HostedDialogs(unsigned codePage) : m_codePage(codePage) {}
+
+    void ShowMessage(const std::string& text, const std::string& title, MessageIcon icon) override {
+        if (Dialogs* host = Host()) return host->ShowMessage(text, title, icon);
+        std::fprintf(stderr, "%s: %s\n", ToUtf8(title, m_codePage).c_str(),
+                     ToUtf8(text, m_codePage).c_str());
+    }
+
+    std::optional<std::string> OpenFile(const OpenFileRequest& request) override {
+        Dialogs* host = Host();
+        return host != nullptr ? host->OpenFile(request) : std::nullopt;
+    }
+
+    int RunModal(const DialogTemplate& dialog, DialogLogic& logic) override {
+        constexpr int kCancelled = 2;
+        Dialogs* host = Host();
+        return host != nullptr ? host->RunModal(dialog, logic) : kCancelled;
+    }
+
+  private:
+    static Dialogs* Host() {
+        const auto source = theDialogSource.load();
+        return source != nullptr ? source() : nullptr;
+    }
+
+    unsigned m_codePage;
+};
+
+}  // namespace
+
+struct PrefixSystem::Parts {
+    explicit Parts(const std::string& prefix)
+        : mapper(prefix, PrefixCodePage(prefix, NativeFiles())) {}
+
+    PathMapper mapper;
+    PrefixRegistry registry{mapper.Prefix(), NativeFiles(), mapper.CodePage()};
+    PrefixFiles files{mapper, NativeFiles(), registry};
+    PrefixProcesses processes{files, registry};
+    NoWindows windows;
+    PrefixLibraries libraries{mapper, NativeFiles(), OwnFolder()};
+    HostedDialogs dialogs{mapper.CodePage()};
+    System system{files,     registry, processes,     windows,
+                  libraries, dialogs,  NativeClock(), mapper.CodePage()};
+};
+
+PrefixSystem::PrefixSystem(const std::string& prefix) : m_parts(std::make_unique<Parts>(prefix)) {}
+
+PrefixSystem::~PrefixSystem() = default;
+
+const System& PrefixSystem::Get() const {
+    return m_parts->system;
+}
+
+}  // namespace prefix
+
+namespace {
+
+std::string HomeFolder() {
+    if (const auto home = Environment("HOME")) return *home;
+    const passwd* user = getpwuid(getuid());
+    return user != nullptr ? user->pw_dir : "/";
+}
+
+std::string PrefixFolder() {
+    const auto named = Environment("WINEPREFIX");
+    std::error_code ignored;
+    return std::filesystem::absolute(named ? *named : HomeFolder() + "/.wine", ignored).string();
+}
+
+}  // namespace
+
+const System& NativeSystem() {
+    static const prefix::PrefixSystem system(PrefixFolder());
+    return system.Get();
+}
+
+}  // namespace platform
