@@ -3,10 +3,12 @@
 #include <locale.h>
 #include <wctype.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <type_traits>
 
+#include "platform/os/name_pattern.h"
 #include "text/utf.h"
 
 namespace platform::posix {
@@ -59,24 +61,9 @@ bool EqualFolded(std::string_view a, std::string_view b) {
 }
 
 bool MatchesPattern(std::string_view name, std::string_view pattern) {
-    if (pattern == "*.*" || pattern == "*") return true;
-    const std::u32string text = Folded(name), mask = Folded(pattern);
-    std::size_t t = 0, m = 0, star = std::u32string::npos, resume = 0;
-    while (t < text.size()) {
-        if (m < mask.size() && mask[m] == '*') {
-            star = m++;
-            resume = t;
-        } else if (m < mask.size() && (mask[m] == '?' || mask[m] == text[t])) {
-            ++m;
-            ++t;
-        } else if (star != std::u32string::npos) {
-            m = star + 1;
-            t = ++resume;
-        } else {
-            return false;
-        }
-    }
-    return mask.find_first_not_of(U'*', m) == std::u32string::npos;
+    if (pattern == "*") return true;
+    return platform::MatchesPattern<std::u32string_view>(Folded(name), Folded(pattern),
+                                                         std::equal_to<>());
 }
 
 }  // namespace platform::posix

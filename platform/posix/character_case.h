@@ -9,8 +9,7 @@ char32_t FoldCase(char32_t character);
 char32_t RaiseCase(char32_t character);
 // Whether two UTF-8 texts are equal but for case.
 bool EqualFolded(std::string_view a, std::string_view b);
-// Whether a name matches a pattern with * and ? (one character), without regard to case. As on
-// Windows, *.* matches every name.
+// The rule of platform/os/name_pattern.h, without regard to case.
 bool MatchesPattern(std::string_view name, std::string_view pattern);
 
 }  // namespace platform::posix

@@ -4,6 +4,7 @@
 #include <numeric>
 
 #include "platform/os/code_page.h"
+#include "platform/os/name_pattern.h"
 #include "platform/testing/memory_file.h"
 #include "platform/testing/memory_node.h"
 #include "text/double_byte.h"
@@ -247,9 +248,10 @@ Result<std::vector<FolderEntry>> MemoryFiles::List(std::string_view folder,
                                                    std::string_view pattern) {
     const Place place = Find(folder);
     if (!place.node || !place.node->isFolder) return Fail(ErrorCode::kNotFound, folder);
+    const auto isSame = [](char a, char b) { return Lower(a) == Lower(b); };
     std::vector<FolderEntry> entries;
     for (const auto& child : place.node->children) {
-        if (MatchesPattern(child->name, pattern)) {
+        if (MatchesPattern(std::string_view(child->name), pattern, isSame)) {
             entries.push_back({child->name, child->isFolder});
         }
     }

@@ -42,7 +42,5 @@ struct MemoryNode {
 char Lower(char letter);
 std::string Folded(std::string_view text);  // in small letters
 bool SameName(std::string_view a, std::string_view b);
-// Whether a name matches a pattern with * and ?, without regard to case.
-bool MatchesPattern(std::string_view name, std::string_view pattern);
 
 }  // namespace platform::testing

@@ -1,9 +1,9 @@
 #include <algorithm>
 
+#include "platform/os/name_pattern.h"
 #include "platform/os/system.h"
 #include "platform/windows/claimed_file.h"
 #include "platform/windows/file_time.h"
-#include "platform/windows/name_pattern.h"
 #include "platform/windows/native_parts.h"
 #include "platform/windows/placement.h"
 #include "platform/windows/wide_text.h"
@@ -116,6 +116,14 @@ bool IsDots(std::wstring_view name) {
     return name == L"." || name == L"..";
 }
 
+// The system's search alone will not do: it also answers with files whose short name matches,
+// "c.txtx" for "*.txt".
+bool IsMatch(std::wstring_view name, std::wstring_view pattern) {
+    return MatchesPattern(name, pattern, [](wchar_t a, wchar_t b) {
+        return CompareStringOrdinal(&a, 1, &b, 1, TRUE) == CSTR_EQUAL;
+    });
+}
+
 // By Windows paths in a code page: CP_UTF8, or CP_ACP for the system's.
 class WindowsFiles : public Files {
   public:
@@ -158,7 +166,7 @@ class WindowsFiles : public Files {
         }
         const Search search(first);
         do {
-            if (IsDots(data.cFileName) || !MatchesPattern(data.cFileName, widePattern)) continue;
+            if (IsDots(data.cFileName) || !IsMatch(data.cFileName, widePattern)) continue;
             entries.push_back(
                 {Narrow(data.cFileName, m_codePage), IsFolder(data.dwFileAttributes)});
         } while (FindNextFileW(search.get(), &data));
