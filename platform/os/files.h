@@ -51,9 +51,8 @@ struct FileInfo {
     std::uint64_t size = 0;  // bytes; 0 for a folder
     std::chrono::system_clock::time_point modified;
     bool isFolder = false;
-    bool isReadOnly = false;  // the calling user may not write it
-    std::uint64_t copySize =
-        0;  // bytes that a copy takes; fewer than `size` where holes stay holes
+    bool isReadOnly = false;     // the calling user may not write it
+    std::uint64_t copySize = 0;  // bytes that a copy takes; holes stay holes
 };
 
 struct FolderEntry {
