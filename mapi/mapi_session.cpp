@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/kvutil/registry_access.h"
+#include "platform/kvutil/kvutil_core.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "platform/kvutil/kvutil.h"
-#include "platform/kvutil/registry_access.h"
+#include "platform/kvutil/kvutil_core.h"
 #include "text/ascii.h"
 #include "text/double_byte.h"
 

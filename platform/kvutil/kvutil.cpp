@@ -1,14 +1,13 @@
 #include "platform/kvutil/kvutil.h"
 
+#include <array>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <new>
 
 #include "platform/kvutil/attachment_text.h"
-#include "platform/kvutil/check_sum.h"
-#include "platform/kvutil/registry_access.h"
-#include "platform/kvutil/text_tools.h"
+#include "platform/kvutil/kvutil_core.h"
 #include "platform/os/system.h"
 #include "text/path.h"
 
@@ -49,6 +48,18 @@ const char* OrEmpty(const char* text) {
 unsigned CodePage() {
     return platform::NativeSystem().codePage;
 }
+
+constexpr std::array<std::uint32_t, 256> MakeCrcTable() {
+    std::array<std::uint32_t, 256> table{};
+    for (std::uint32_t i = 0; i < table.size(); ++i) {
+        std::uint32_t rest = i;
+        for (int bit = 0; bit < 8; ++bit) rest = rest >> 1 ^ ((rest & 1) != 0 ? 0xEDB88320U : 0U);
+        table[i] = rest;
+    }
+    return table;
+}
+
+constexpr auto kCrcTable = MakeCrcTable();
 
 }  // namespace
 
@@ -126,7 +137,15 @@ CString VornRight(const char* text, int count, int flag) {
 
 RRETURNCODE FindReplace(CString& text, const char* find, const char* replacement, int count) {
     return Shielded([&] {
-        kvutil::ReplaceText(text.Str(), OrEmpty(find), OrEmpty(replacement), count);
+        const std::string_view wanted = OrEmpty(find), by = OrEmpty(replacement);
+        std::string& bytes = text.Str();
+        // What was put in is not searched again; the empty text occurs nowhere.
+        for (std::size_t at = 0; !wanted.empty() && count != 0; --count) {
+            at = bytes.find(wanted, at);
+            if (at == std::string::npos) break;
+            bytes.replace(at, wanted.size(), by);
+            at += by.size();
+        }
         return true;
     });
 }
@@ -163,9 +182,9 @@ RRETURNCODE FormatFilename(const char* path, int number, CString& out) {
 
 RRETURNCODE ComputeCheckSum(unsigned char* data, int length, unsigned int& sum, int) {
     if (length < 0 || (data == nullptr && length > 0)) return RRC_FAILED;
-    const std::string_view bytes(reinterpret_cast<const char*>(data),
-                                 static_cast<std::size_t>(length));
-    sum = kvutil::CheckSum(bytes, sum);
+    sum = ~sum;
+    for (int i = 0; i < length; ++i) sum = sum >> 8 ^ kCrcTable[(sum ^ data[i]) & 0xFF];
+    sum = ~sum;
     return RRC_OK;
 }
 

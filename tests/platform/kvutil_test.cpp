@@ -8,9 +8,7 @@
 #include <tuple>
 
 #include "platform/kvutil/attachment_text.h"
-#include "platform/kvutil/check_sum.h"
-#include "platform/kvutil/registry_access.h"
-#include "platform/kvutil/text_tools.h"
+#include "platform/kvutil/kvutil_core.h"
 #include "platform/testing/memory_registry.h"
 #include "tests/frame/log_capture.h"
 

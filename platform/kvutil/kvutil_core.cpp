@@ -1,28 +1,24 @@
-#include "platform/kvutil/text_tools.h"
+#include "platform/kvutil/kvutil_core.h"
 
 #include "text/double_byte.h"
 
 namespace kvutil {
+
+platform::Result<std::string> ReadBoundedText(platform::Registry& registry,
+                                              platform::RegistryRoot root, std::string_view key,
+                                              std::string_view value, std::size_t size) {
+    auto text = registry.ReadText(root, key, value);
+    if (text && text->size() >= size) {
+        return platform::Failure{platform::ErrorCode::kTooLarge, std::string(key)};
+    }
+    return text;
+}
 
 std::string_view LastBytes(std::string_view text, std::size_t count, unsigned codePage) {
     if (count >= text.size()) return text;
     std::size_t begin = text.size() - count;
     if (text::WholeCharacterPrefix(text, begin, codePage) != begin) ++begin;
     return text.substr(begin);
-}
-
-void ReplaceText(std::string& text, std::string_view find, std::string_view replacement,
-                 int count) {
-    if (find.empty()) return;
-    std::string result;
-    std::size_t copied = 0;
-    for (int done = 0; count < 0 || done < count; ++done) {
-        const auto found = text.find(find, copied);
-        if (found == std::string::npos) break;
-        result.append(text, copied, found - copied).append(replacement);
-        copied = found + find.size();
-    }
-    text = std::move(result.append(text, copied));
 }
 
 std::string ShortenPath(std::string_view path, std::size_t limit, unsigned codePage) {

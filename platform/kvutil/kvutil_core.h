@@ -4,15 +4,19 @@
 #include <string>
 #include <string_view>
 
+#include "platform/os/registry.h"
+
+// What kvUtil does, over the registry and the code page that it is given.
 namespace kvutil {
+
+// A text value of at most `size` bytes with its closing zero; kTooLarge if it has more.
+platform::Result<std::string> ReadBoundedText(platform::Registry& registry,
+                                              platform::RegistryRoot root, std::string_view key,
+                                              std::string_view value, std::size_t size);
 
 // The last `count` bytes of the text; one fewer if that would begin with the second half of a
 // character of the code page. Code page 0 knows no double-byte characters.
 std::string_view LastBytes(std::string_view text, std::size_t count, unsigned codePage);
-
-// Replaces the first `count` occurrences of `find` from the left, all of them if `count` is
-// negative. A replacement is not searched again; an empty `find` occurs nowhere.
-void ReplaceText(std::string& text, std::string_view find, std::string_view replacement, int count);
 
 // The path whole if it has at most `limit` bytes, else its beginning, "..." and its end, cut at
 // whole characters, with at most `limit` bytes together. A limit below 3 leaves that many dots.
