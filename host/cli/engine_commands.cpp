@@ -9,7 +9,6 @@
 #include "host/contactsync/contact_sync.h"
 #include "host/state/state_file.h"
 #include "host/eudora/outside_names.h"
-#include "host/eudora/windows_path.h"
 #include "host/sync/place.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
@@ -21,7 +20,7 @@ namespace {
 platform::Result<contactsync::EudoraPlace> EudoraOf(Workplace& place, bool forWriting) {
     auto file = place.NicknameFile(forWriting);
     if (!file) return file.Error();
-    const auto native = eudora::ToNativePath(*file);
+    const auto native = platform::NativePathOf(*file);
     if (!native) return base::Refused("no drive leads to " + base::ToUtf8(*file));
     contactsync::EudoraPlace eudora;
     eudora.open = [&place, file = *file] {

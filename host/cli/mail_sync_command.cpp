@@ -1,7 +1,6 @@
 #include "host/base/native_path.h"
 #include "host/cli/sync_output.h"
 #include "host/cli/sync_reports.h"
-#include "host/eudora/windows_path.h"
 #include "host/mail/eudora_mails.h"
 #include "host/mail/incoming_folder.h"
 #include "host/mail/parse.h"
@@ -47,7 +46,7 @@ class IncomingReader {
 std::vector<std::string> NativePaths(const std::vector<std::string>& paths) {
     std::vector<std::string> natives;
     for (const std::string& path : paths) {
-        if (auto native = eudora::ToNativePath(path)) natives.push_back(*std::move(native));
+        if (auto native = platform::NativePathOf(path)) natives.push_back(*std::move(native));
     }
     return natives;
 }
@@ -93,7 +92,7 @@ platform::Result<base::Report> ReportMail(Workplace& place, const Options& optio
             "configuration file");
     }
     if (auto here = eudora::RefuseMailsElsewhere(place.Place()); !here) return here.Error();
-    const auto inbox = eudora::ToNativePath(place.Place().eudoraFolder + "\\In.mbx");
+    const auto inbox = platform::NativePathOf(place.Place().eudoraFolder + "\\In.mbx");
     if (!inbox)
         return base::Refused("no drive leads to the in-box in " + place.Place().eudoraShown);
     mailsync::MailSyncOptions sync;
@@ -108,7 +107,7 @@ platform::Result<base::Report> ReportMail(Workplace& place, const Options& optio
                                    platform::NativeSystem().codePage);
     sync.attachments = &attachments;
     sync.inbox = *inbox;
-    sync.outbox = eudora::ToNativePath(place.Place().eudoraFolder + "\\Out.toc").value_or("");
+    sync.outbox = platform::NativePathOf(place.Place().eudoraFolder + "\\Out.toc").value_or("");
     sync.mailboxes = Mailboxes(place.Place());
     sync.eudoraFiles = sync.mailboxes;
     for (auto& file : NicknameFiles(place.Place())) sync.eudoraFiles.push_back(std::move(file));

@@ -2,7 +2,7 @@
 
 #include "host/base/exit_code.h"
 #include "host/base/native_path.h"
-#include "host/eudora/windows_path.h"
+#include "host/eudora/nickname_file.h"
 #include "host/translator/in_box.h"
 
 namespace host::cli {

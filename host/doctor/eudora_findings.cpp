@@ -1,8 +1,8 @@
 #include "host/doctor/eudora_findings.h"
 
 #include "host/base/native_path.h"
+#include "host/eudora/nickname_file.h"
 #include "host/eudora/outside_names.h"
-#include "host/eudora/windows_path.h"
 #include "host/translator/in_box.h"
 #include "host/translator/translator_host.h"
 #include "host/translator/translator_session.h"

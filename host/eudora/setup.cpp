@@ -11,7 +11,6 @@
 #include "host/base/folders.h"
 #include "host/base/native_path.h"
 #include "host/eudora/shadow_folder.h"
-#include "host/eudora/windows_path.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
 #include "text/path.h"
@@ -174,7 +173,7 @@ platform::Status ChooseSettingsFolder(const SetupOptions& options, Setup& setup)
     } else if (!options.writesNothing) {
         if (auto made = base::MakeOwnFolders(folder); !made) return made;
     }
-    auto windows = ToWindowsPath(folder);
+    auto windows = platform::WindowsPathOf(folder);
     if (!windows && options.settings) {
         return base::Refused("no drive of the Wine prefix leads to " + folder,
                              "name a settings folder inside the prefix");

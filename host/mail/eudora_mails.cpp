@@ -6,7 +6,6 @@
 #include "host/base/exit_code.h"
 #include "host/base/native_path.h"
 #include "host/base/out_of_memory.h"
-#include "host/eudora/windows_path.h"
 #include "host/mail/mail_date.h"
 #include "platform/kvutil/kvutil.h"
 #include "platform/os/code_page.h"
@@ -40,7 +39,7 @@ constexpr const char* kNobodyNamed = "undisclosed-recipients";
 platform::Result<std::string> AttachmentList(const std::vector<NewAttachment>& attachments) {
     CArray<CRAttachmentInfo> list;
     for (const NewAttachment& attachment : attachments) {
-        const auto path = eudora::ToWindowsPath(attachment.path);
+        const auto path = platform::WindowsPathOf(attachment.path);
         if (!path) return base::Failed("no drive leads to the file " + attachment.path);
         CRAttachmentInfo info;
         info.dwInfoFlag = 1;
@@ -235,7 +234,7 @@ void EudoraMails::ReadAttachments(Mail& mail) {
     for (int i = 0; i < list.GetSize(); ++i) {
         const CRAttachmentInfo info = list.GetAt(i);
         const std::string name = platform::ToUtf8(info.csDisplayName.Str(), m_codePage);
-        const auto path = eudora::ToNativePath(info.csFilePath.Str());
+        const auto path = platform::NativePathOf(info.csFilePath.Str());
         if (path) {
             mail.attachments.push_back({name, *path});
         } else {

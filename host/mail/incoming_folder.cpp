@@ -2,7 +2,6 @@
 
 #include "host/base/exit_code.h"
 #include "host/base/native_path.h"
-#include "host/eudora/windows_path.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
 
@@ -35,7 +34,7 @@ void RemoveLeftovers(platform::Files& files, std::string folder, const std::stri
 platform::Result<std::unique_ptr<IncomingFolder>> IncomingFolder::Create(const std::string& key) {
     auto temp = platform::NativeSystem().files.TempFolder();
     if (!temp) return temp.Error();
-    const auto native = eudora::ToNativePath(*temp);
+    const auto native = platform::NativePathOf(*temp);
     if (!native)
         return base::Failed("no drive leads to the temporary folder " + base::ToUtf8(*temp));
     platform::Files& files = platform::NativeFiles();

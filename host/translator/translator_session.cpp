@@ -5,9 +5,9 @@
 #include "frame/interface/host_records.h"
 #include "host/base/exit_code.h"
 #include "host/base/native_path.h"
-#include "host/eudora/windows_path.h"
 #include "host/translator/batch_sink.h"
 #include "platform/kvutil/kvutil.h"
+#include "platform/os/system.h"
 
 namespace host::translator {
 
@@ -109,7 +109,7 @@ platform::Result<bool> TranslatorSession::Select(std::string& selection, std::st
     selection = chosen.Str();
     summary = text.Str();
     if (m_kind == kContactsKind) {
-        m_store = eudora::ToNativePath(selection).value_or(base::ToUtf8(selection));
+        m_store = platform::NativePathOf(selection).value_or(base::ToUtf8(selection));
     }
     return true;
 }

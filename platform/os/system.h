@@ -28,6 +28,16 @@ struct System {
 // linked into.
 const System& NativeSystem();
 
+// The two forms of a path: the module's, a Windows path in the system code page, and the machine's
+// own, native and in UTF-8.
+
+// Where a path with a drive leads, without links. Names are matched without regard to case; one
+// that does not exist is taken as it is spelt. Nothing without such a drive.
+std::optional<std::string> NativePathOf(std::string_view windowsPath);
+// The shortest path by a drive that leads there. Nothing if no drive does, or if the code page
+// cannot hold the name.
+std::optional<std::string> WindowsPathOf(std::string_view nativePath);
+
 // The system's handle of the library or program that this code is part of.
 void* OwnInstance();
 

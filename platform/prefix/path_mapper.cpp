@@ -4,14 +4,18 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <memory>
 #include <vector>
 
 #include "platform/os/code_page.h"
 #include "platform/posix/character_case.h"
 #include "text/double_byte.h"
+#include "text/path.h"
 
 namespace platform::prefix {
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -71,6 +75,13 @@ bool IsFolderNative(const std::string& path) {
     return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
+// An absolute path, also of what does not exist.
+std::string WithoutLinks(const std::string& path) {
+    std::error_code error;
+    const fs::path canonical = fs::weakly_canonical(fs::absolute(path, error), error);
+    return error ? path : canonical.string();
+}
+
 }  // namespace
 
 bool IsWindowsName(std::string_view name) {
@@ -120,6 +131,41 @@ Result<MappedPath> PathMapper::Map(std::string_view windowsPath) const {
         if (found) mapped.path = folder + *found;
     }
     return mapped;
+}
+
+std::optional<std::string> PathMapper::NativePath(std::string_view windowsPath) const {
+    if (windowsPath.size() < 3 || windowsPath[1] != ':' || !IsSeparator(windowsPath[2])) {
+        return std::nullopt;
+    }
+    if (const auto mapped = Map(windowsPath)) return WithoutLinks(mapped->path);
+    // A folder on the way is missing.
+    const auto last = text::LastSeparator(windowsPath, m_codePage);
+    if (last == 2) return std::nullopt;
+    auto folder = NativePath(windowsPath.substr(0, last));
+    if (folder) *folder += '/' + ToUtf8(windowsPath.substr(last + 1), m_codePage);
+    return folder;
+}
+
+std::optional<std::string> PathMapper::WindowsPath(const std::string& nativePath) const {
+    const fs::path wanted = WithoutLinks(nativePath);
+    std::optional<std::string> best;
+    std::error_code none;
+    for (const auto& link : fs::directory_iterator(m_prefix + "/dosdevices", none)) {
+        const std::string name = link.path().filename();
+        if (name.size() != 2 || name[0] < 'a' || name[0] > 'z' || name[1] != ':') continue;
+        const fs::path below = wanted.lexically_relative(WithoutLinks(link.path()));
+        if (below.empty() || *below.begin() == "..") continue;
+        std::string path{static_cast<char>(name[0] - 'a' + 'A'), ':', '\\'};
+        if (below != ".") path += below;
+        // Of several as short ones that of the first drive.
+        if (!best || std::pair(path.size(), path) < std::pair(best->size(), *best)) best = path;
+    }
+    if (!best) return std::nullopt;
+    std::replace(best->begin(), best->end(), '/', '\\');
+    bool lossy = false;
+    std::string path = FromUtf8(*best, m_codePage, &lossy);
+    if (lossy) return std::nullopt;
+    return path;
 }
 
 }  // namespace platform::prefix

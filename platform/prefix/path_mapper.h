@@ -27,6 +27,10 @@ class PathMapper {
     // lie on a drive; kInvalidArgument for a name that cannot be one on Windows.
     Result<MappedPath> Map(std::string_view windowsPath) const;
 
+    // What NativePathOf and WindowsPathOf promise.
+    std::optional<std::string> NativePath(std::string_view windowsPath) const;
+    std::optional<std::string> WindowsPath(const std::string& nativePath) const;
+
     unsigned CodePage() const { return m_codePage; }
     const std::string& Prefix() const { return m_prefix; }
 

@@ -11,7 +11,6 @@
 #include "platform/os/code_page.h"
 #include "platform/os/profile.h"
 #include "platform/os/program.h"
-#include "platform/prefix/path_mapper.h"
 #include "platform/prefix/prefix_files.h"
 #include "platform/prefix/prefix_libraries.h"
 #include "platform/prefix/prefix_registry.h"
@@ -142,6 +141,10 @@ const System& PrefixSystem::Get() const {
     return m_parts->system;
 }
 
+const PathMapper& PrefixSystem::Paths() const {
+    return m_parts->mapper;
+}
+
 }  // namespace prefix
 
 namespace {
@@ -158,11 +161,23 @@ std::string PrefixFolder() {
     return std::filesystem::absolute(named ? *named : HomeFolder() + "/.wine", ignored).string();
 }
 
+const prefix::PrefixSystem& Native() {
+    static const prefix::PrefixSystem system(PrefixFolder());
+    return system;
+}
+
 }  // namespace
 
 const System& NativeSystem() {
-    static const prefix::PrefixSystem system(PrefixFolder());
-    return system.Get();
+    return Native().Get();
+}
+
+std::optional<std::string> NativePathOf(std::string_view windowsPath) {
+    return Native().Paths().NativePath(windowsPath);
+}
+
+std::optional<std::string> WindowsPathOf(std::string_view nativePath) {
+    return Native().Paths().WindowsPath(std::string(nativePath));
 }
 
 }  // namespace platform

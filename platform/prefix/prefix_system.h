@@ -4,6 +4,7 @@
 #include <string>
 
 #include "platform/os/system.h"
+#include "platform/prefix/path_mapper.h"
 
 namespace platform::prefix {
 
@@ -17,6 +18,7 @@ class PrefixSystem {
     ~PrefixSystem();
 
     const System& Get() const;
+    const PathMapper& Paths() const;
 
   private:
     struct Parts;

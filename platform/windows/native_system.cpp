@@ -1,9 +1,12 @@
 #include "platform/os/system.h"
 
 #include <algorithm>
+#include <filesystem>
 
+#include "platform/os/code_page.h"
 #include "platform/windows/handle.h"
 #include "platform/windows/native_parts.h"
+#include "platform/windows/wide_text.h"
 #include "platform/windows/windows_error.h"
 
 namespace platform {
@@ -76,6 +79,21 @@ const System& NativeSystem() {
         windows::SystemFiles(),     windows::NativeRegistry(), processes,     allWindows,
         windows::NativeLibraries(), windows::NativeDialogs(),  NativeClock(), GetACP()};
     return system;
+}
+
+std::optional<std::string> NativePathOf(std::string_view windowsPath) {
+    const std::filesystem::path path = windows::Wide(windowsPath, CP_ACP);
+    std::error_code error;
+    const auto real =
+        std::filesystem::weakly_canonical(std::filesystem::absolute(path, error), error);
+    return windows::Narrow((error ? path : real).native(), CP_UTF8);
+}
+
+std::optional<std::string> WindowsPathOf(std::string_view nativePath) {
+    bool lossy = false;
+    std::string path = FromUtf8(nativePath, GetACP(), &lossy);
+    if (lossy) return std::nullopt;
+    return path;
 }
 
 }  // namespace platform

@@ -79,6 +79,39 @@ TEST(PathMapper, LeadsAsWineDoes) {
     }
 }
 
+// Windows path, native path below drive C, below another folder that drive E leads to, or anywhere.
+TEST(PathMapper, GoesBothWays) {
+    const PrefixFolder prefix;
+    const TempFolder other;
+    const std::string c = std::filesystem::canonical(prefix.DriveC()),
+                      e = std::filesystem::canonical(other.Path());
+    std::filesystem::create_directory_symlink(other.Path(), prefix.Path() + "/dosdevices/e:");
+    std::filesystem::create_directory_symlink(other.Path(), prefix.DriveC() / "link");
+    WriteDisk(prefix.DriveC() / "Mail/\u00C4.mbx", "");
+    const PathMapper mapper(prefix.Path(), 1252);
+    for (const auto& [windows, native] : {std::pair{"C:\\", c},
+                                          {"C:\\Mail\\\xC4.mbx", c + "/Mail/\u00C4.mbx"},
+                                          {"C:\\no\\such\\file", c + "/no/such/file"},
+                                          {"E:\\new", e + "/new"}}) {
+        EXPECT_EQ(mapper.NativePath(windows), native);
+        EXPECT_EQ(mapper.WindowsPath(native), windows);
+    }
+    EXPECT_EQ(mapper.NativePath("c:/MAIL/\xE4.MBX"), c + "/Mail/\u00C4.mbx");
+    EXPECT_EQ(mapper.NativePath("C:\\link\\x"), e + "/x");
+    EXPECT_EQ(mapper.WindowsPath(c + "/link/x"), "E:\\x");
+    for (const char* none : {"", "x", "C:", "C:x", "Q:\\x", "\\\\server\\x"}) {
+        EXPECT_FALSE(mapper.NativePath(none)) << none;
+    }
+    for (const char* none : {"/", "/nowhere/x"}) EXPECT_FALSE(mapper.WindowsPath(none)) << none;
+    EXPECT_FALSE(mapper.WindowsPath(c + "/\u65E5")) << "not in the code page";
+    // The shorter of two ways, and of two as short ones the first drive.
+    std::filesystem::create_directory_symlink(prefix.DriveC() / "Mail",
+                                              prefix.Path() + "/dosdevices/m:");
+    std::filesystem::create_directory_symlink(other.Path(), prefix.Path() + "/dosdevices/d:");
+    EXPECT_EQ(mapper.WindowsPath(c + "/Mail/x"), "M:\\x");
+    EXPECT_EQ(mapper.WindowsPath(e + "/x"), "D:\\x");
+}
+
 TEST(PrefixFiles, NamesCrossInTheCodePage) {
     const PrefixFolder prefix;
     prefix.PutRegistry(

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 
 #include "platform/os/result.h"
@@ -10,16 +9,6 @@ namespace host::eudora {
 
 struct Setup;
 struct SetupOptions;
-
-// The name that a native path (UTF-8) has on the module's machine, in the system code page. On
-// Windows that is the path itself; on Linux the drive of the prefix that leads closest to it.
-// Nothing if no drive leads there or the code page cannot hold the name.
-std::optional<std::string> ToWindowsPath(const std::string& nativePath);
-
-// The native path (UTF-8, without links) that a Windows path leads to; names are matched without
-// regard to case, and one that does not exist is taken as it is spelt. Nothing without such a
-// drive.
-std::optional<std::string> ToNativePath(const std::string& windowsPath);
 
 // Which nickname file to work on, as a Windows path: the one that the options name, else the one
 // that `configure` chose, else nndbase.txt of Eudora's folder if there is one, else none ("": the

@@ -1,4 +1,4 @@
-#include "host/eudora/windows_path.h"
+#include "host/eudora/nickname_file.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -7,7 +7,6 @@
 #include "host/base/folders.h"
 #include "host/base/native_path.h"
 #include "host/eudora/setup.h"
-#include "platform/os/program.h"
 #include "platform/os/safe_write.h"
 #include "platform/os/system.h"
 #include "text/path.h"
@@ -37,55 +36,6 @@ bool IsWindowsPath(const std::string& path) {
 
 }  // namespace
 
-std::optional<std::string> ToWindowsPath(const std::string& nativePath) {
-    std::string windows = nativePath;
-    if (!base::UsesWindowsPaths()) {
-        const fs::path path = base::ToPath(WithoutLinks(nativePath));
-        const fs::path prefix = base::ToPath(platform::Environment("WINEPREFIX").value_or(""));
-        std::optional<std::string> best;
-        std::error_code error;
-        for (char drive = 'a'; drive <= 'z'; ++drive) {
-            const fs::path link = prefix / "dosdevices" / (std::string(1, drive) + ":");
-            const fs::path target = fs::canonical(link, error);
-            if (error) continue;
-            auto rest = Below(target, path);
-            if (!rest || (best && best->size() <= rest->size() + 3)) continue;
-            best = std::string(1, static_cast<char>(drive - 'a' + 'A')) + ":\\" + *rest;
-        }
-        if (!best) return std::nullopt;
-        windows = *best;
-        for (char& letter : windows) {
-            if (letter == '/') letter = '\\';
-        }
-    }
-    bool lossy = false;
-    std::string text = base::FromUtf8(windows, &lossy);
-    if (lossy) return std::nullopt;
-    return text;
-}
-
-std::optional<std::string> ToNativePath(const std::string& windowsPath) {
-    std::string rest = base::ToUtf8(windowsPath);
-    if (base::UsesWindowsPaths()) return WithoutLinks(rest);
-    if (!IsWindowsPath(rest)) return std::nullopt;
-    const std::string prefix = platform::Environment("WINEPREFIX").value_or("");
-    const char drive = static_cast<char>(rest[0] | 0x20);
-    std::string native = prefix + "/dosdevices/" + drive + ":";
-    std::error_code error;
-    if (!fs::exists(base::ToPath(native), error)) return std::nullopt;
-    for (std::size_t start = 3; start < rest.size();) {
-        const std::size_t end = std::min(rest.find_first_of("\\/", start), rest.size());
-        std::string name = rest.substr(start, end - start);
-        start = end + 1;
-        if (!fs::exists(base::ToPath(native) / base::ToPath(name), error)) {
-            const auto found = platform::NativeFiles().List(native, name);
-            if (found && !found->empty()) name = found->front().name;
-        }
-        native += "/" + name;
-    }
-    return WithoutLinks(native);
-}
-
 platform::Result<std::string> ChooseNicknameFile(const SetupOptions& options, const Setup& setup) {
     if (options.nicknameFile) {
         const std::string& named = *options.nicknameFile;
@@ -109,7 +59,7 @@ platform::Result<std::string> ChooseNicknameFile(const SetupOptions& options, co
             }
         }
         if (chosen.empty()) {
-            const auto windows = ToWindowsPath(WithoutLinks(named));
+            const auto windows = platform::WindowsPathOf(WithoutLinks(named));
             if (!windows) {
                 return base::Refused(
                     "the nickname file " + named + " lies outside the Eudora in use",
@@ -133,7 +83,8 @@ platform::Status RememberNicknameFile(const Setup& setup, const std::string& win
 }
 
 platform::Status CheckNicknameFile(const std::string& windowsPath, bool forWriting) {
-    const std::string shown = ToNativePath(windowsPath).value_or(base::ToUtf8(windowsPath));
+    const std::string shown =
+        platform::NativePathOf(windowsPath).value_or(base::ToUtf8(windowsPath));
     auto& files = platform::NativeSystem().files;
     const auto info = files.Stat(windowsPath);
     if (!info) {
