@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "platform/prefix/prefix_libraries.h"
 #include "platform/testing/scripted_dialogs.h"
 #include "tests/platform/files_contract.h"
 #include "tests/platform/prefix_folder.h"
@@ -126,7 +127,9 @@ class NoLogic : public platform::DialogLogic {
 }  // namespace
 
 TEST(HostedDialogs, AskTheProviderAtEachUse) {
-    platform::prefix::HostedDialogs dialogs(1252);
+    const PrefixFolder prefix;
+    const PrefixSystem owner(prefix.Path());
+    platform::Dialogs& dialogs = owner.Get().dialogs;
     platform::testing::ScriptedDialogs provider;
     NoLogic logic;
     const auto showAll = [&] {
