@@ -67,7 +67,7 @@ TEST_F(MailStartTest, EudoraIsStartedOnceAndGivenTime) {
     OpenedMail mail;
     util.csEudoraDir = "C:\\E";
     auto& processes = machine.processes;
-    processes.windows.clear();
+    machine.windows.classes.clear();
     std::chrono::milliseconds waited{0};
     processes.onWait = [&](std::chrono::milliseconds timeout) {
         waited = timeout;
@@ -78,11 +78,11 @@ TEST_F(MailStartTest, EudoraIsStartedOnceAndGivenTime) {
     EXPECT_EQ(waited.count(), 5000);
     EXPECT_EQ(machine.clock.now - std::chrono::system_clock::from_time_t(0),
               std::chrono::milliseconds(4500));
-    processes.windows.insert("EudoraMainWindow");
+    machine.windows.classes.insert("EudoraMainWindow");
     EXPECT_EQ(mail.RunEudoraPro(), 0);
     EXPECT_EQ(processes.started.size(), 1U);
     EXPECT_EQ(machine.clock.sleeps, 1);
-    processes.windows.clear();
+    machine.windows.classes.clear();
     processes.refuseStart = true;
     EXPECT_EQ(mail.RunEudoraPro(), 1);
     EXPECT_EQ(machine.clock.sleeps, 1) << "nothing to wait for";
