@@ -32,7 +32,7 @@ host/base            platform/os text
 host/eudora          platform/os host/base text
 host/translator      platform/os platform/kvutil frame/interface host/base host/eudora mailbox
 host/vcard           platform/os host/base text
-host/maildir         platform/os text
+host/maildir         platform/os host/base text
 host/state           platform/os host/base
 host/backup          platform/os host/base
 host/mail            platform/os platform/kvutil frame/interface host/base host/eudora host/translator host/maildir text

@@ -5,7 +5,7 @@
 #include <list>
 #include <nlohmann/json.hpp>
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 #include "host/base/folders.h"
 #include "host/base/json_text.h"
 #include "platform/os/safe_write.h"
@@ -55,7 +55,7 @@ std::string Backups::Join(const std::string& folder, const std::string& name) co
     return folder + m_files.Separator() + name;
 }
 
-platform::Result<std::string> Backups::NewFolder() {
+base::Result<std::string> Backups::NewFolder() {
     const std::string base = TimeName(m_clock.Now());
     for (int number = 1;; ++number) {
         const std::string id = number == 1 ? base : base + '-' + std::to_string(number);
@@ -77,7 +77,7 @@ void Backups::RemoveLeftovers() {
     }
 }
 
-platform::Status Backups::CheckSpace(const std::vector<std::string>& origins) {
+base::Status Backups::CheckSpace(const std::vector<std::string>& origins) {
     std::uint64_t needed = 0;
     for (const std::string& origin : origins) {
         if (const auto info = m_files.Stat(origin)) needed += info->copySize;
@@ -89,8 +89,7 @@ platform::Status Backups::CheckSpace(const std::vector<std::string>& origins) {
                          "make room there");
 }
 
-platform::Result<Backup> Backups::MakeOf(const std::string& nicknameFile,
-                                         const std::string& reason) {
+base::Result<Backup> Backups::MakeOf(const std::string& nicknameFile, const std::string& reason) {
     std::vector<std::string> origins = {nicknameFile};
     const std::string folder = base::ParentFolder(m_files, nicknameFile);
     const std::string name = folder.empty() ? nicknameFile : nicknameFile.substr(folder.size() + 1);
@@ -104,8 +103,8 @@ platform::Result<Backup> Backups::MakeOf(const std::string& nicknameFile,
     return Make(origins, reason);
 }
 
-platform::Result<Backup> Backups::Make(const std::vector<std::string>& origins,
-                                       const std::string& reason) {
+base::Result<Backup> Backups::Make(const std::vector<std::string>& origins,
+                                   const std::string& reason) {
     if (auto status = base::MakeFolders(m_files, m_folder); !status) return status.Error();
     const auto lock = m_files.Open(Join(m_folder, "lock"), platform::OpenMode::kReadWriteOrCreate,
                                    platform::Share::kNone);
@@ -123,8 +122,8 @@ platform::Result<Backup> Backups::Make(const std::vector<std::string>& origins,
     return backup;
 }
 
-platform::Status Backups::Fill(Backup& backup, const std::string& folder,
-                               const std::vector<std::string>& origins) {
+base::Status Backups::Fill(Backup& backup, const std::string& folder,
+                           const std::vector<std::string>& origins) {
     for (const std::string& origin : origins) {
         auto info = m_files.Stat(origin);
         const auto missing = info ? ErrorCode::kNotFound : info.Error().code;
@@ -162,7 +161,7 @@ void Backups::Discard(const std::string& folder) {
     (void)m_files.RemoveFolder(folder);
 }
 
-platform::Result<Backup> Backups::ReadManifest(const std::string& id) {
+base::Result<Backup> Backups::ReadManifest(const std::string& id) {
     const std::string path = Join(Join(m_folder, id), kManifest);
     auto text = platform::ReadWhole(m_files, path, kLargestManifest);
     if (!text) return text.Error();
@@ -178,7 +177,7 @@ platform::Result<Backup> Backups::ReadManifest(const std::string& id) {
     }
 }
 
-platform::Result<std::vector<Backup>> Backups::List() {
+base::Result<std::vector<Backup>> Backups::List() {
     std::vector<Backup> backups;
     if (!m_files.Exists(m_folder)) return backups;
     auto entries = m_files.List(m_folder, "*");
@@ -192,7 +191,7 @@ platform::Result<std::vector<Backup>> Backups::List() {
     return backups;
 }
 
-platform::Status Backups::Prune() {
+base::Status Backups::Prune() {
     constexpr std::size_t kNewest = 10;
     const std::string oldest = TimeName(m_clock.Now() - std::chrono::days(30));
     auto backups = List();
@@ -205,10 +204,10 @@ platform::Status Backups::Prune() {
 }
 
 // Whether a file can take that place, before any does.
-platform::Status Backups::CheckPlace(const std::string& path) {
+base::Status Backups::CheckPlace(const std::string& path) {
     if (m_files.IsFree(path)) return {};
     const auto info = m_files.Stat(path);
-    if (info && info->isReadOnly) return base::Refused(path + ": is read-only; make it writable");
+    if (info && info->isReadOnly) return base::RefusedFor(path, "is read-only", "make it writable");
     const auto file = m_files.Open(path, platform::OpenMode::kReadWrite, platform::Share::kNone);
     if (file) return {};
     const auto code = file.Error().code;
@@ -222,8 +221,8 @@ platform::Status Backups::CheckPlace(const std::string& path) {
     return file.Error();
 }
 
-platform::Result<Backup> Backups::Restore(
-    const std::string& id, const std::function<platform::Status(const Backup&)>& ready) {
+base::Result<Backup> Backups::Restore(const std::string& id,
+                                      const std::function<base::Status(const Backup&)>& ready) {
     const bool isName = id.find_first_of("/\\:") == std::string::npos && !id.starts_with('.');
     auto backup = isName ? ReadManifest(id) : platform::Failure{ErrorCode::kNotFound, id};
     if (!backup && backup.Error().code == ErrorCode::kNotFound) {
@@ -244,7 +243,7 @@ platform::Result<Backup> Backups::Restore(
         auto staged = write.BeginAsCopyOf(Join(Join(m_folder, id), file.name));
         if (!staged) return staged.Error();
     }
-    if (auto begun = ready ? ready(*backup) : platform::Status(); !begun) return begun.Error();
+    if (auto begun = ready ? ready(*backup) : base::Status(); !begun) return begun.Error();
     for (auto& write : writes) {
         if (auto placed = write.Commit(); !placed) return placed.Error();
     }

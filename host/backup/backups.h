@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "host/base/failure.h"
 #include "platform/os/clock.h"
 #include "platform/os/files.h"
 
@@ -31,37 +32,35 @@ class Backups {
         : m_files(files), m_folder(std::move(folder)), m_clock(clock) {}
 
     // Copies a nickname file and its side file (.toc in any case), which need not exist.
-    platform::Result<Backup> MakeOf(const std::string& nicknameFile, const std::string& reason);
+    base::Result<Backup> MakeOf(const std::string& nicknameFile, const std::string& reason);
     // Copies files that need not exist. A restore puts them back in this order.
-    platform::Result<Backup> MakeOfSet(const std::vector<std::string>& origins,
-                                       const std::string& reason) {
+    base::Result<Backup> MakeOfSet(const std::vector<std::string>& origins,
+                                   const std::string& reason) {
         return Make(origins, reason);
     }
     // Removes backups that are older than 30 days and not among the newest 10.
-    platform::Status Prune();
+    base::Status Prune();
     // Oldest first.
-    platform::Result<std::vector<Backup>> List();
+    base::Result<std::vector<Backup>> List();
     // Puts the files back, each in one step, after a backup of the present ones, which it gives.
     // All are copied beside their places before the first takes its own, and what did not exist
     // then goes last, so that a restore that was cut off is completed by another one.
     // kRefused for an unknown id. `ready`, if given, is called with the backup when nothing more
     // has to be checked or copied, before the first file changes; its failure ends the restore.
-    platform::Result<Backup> Restore(
-        const std::string& id,
-        const std::function<platform::Status(const Backup&)>& ready = nullptr);
+    base::Result<Backup> Restore(const std::string& id,
+                                 const std::function<base::Status(const Backup&)>& ready = nullptr);
 
   private:
     std::string Join(const std::string& folder, const std::string& name) const;
-    platform::Result<std::string> NewFolder();
+    base::Result<std::string> NewFolder();
     void RemoveLeftovers();
-    platform::Status CheckSpace(const std::vector<std::string>& origins);
-    platform::Status CheckPlace(const std::string& path);
-    platform::Result<Backup> Make(const std::vector<std::string>& origins,
-                                  const std::string& reason);
-    platform::Status Fill(Backup& backup, const std::string& folder,
-                          const std::vector<std::string>& origins);
+    base::Status CheckSpace(const std::vector<std::string>& origins);
+    base::Status CheckPlace(const std::string& path);
+    base::Result<Backup> Make(const std::vector<std::string>& origins, const std::string& reason);
+    base::Status Fill(Backup& backup, const std::string& folder,
+                      const std::vector<std::string>& origins);
     void Discard(const std::string& folder);
-    platform::Result<Backup> ReadManifest(const std::string& id);
+    base::Result<Backup> ReadManifest(const std::string& id);
 
     platform::Files& m_files;
     std::string m_folder;

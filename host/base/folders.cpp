@@ -1,6 +1,6 @@
 #include "host/base/folders.h"
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 #include "platform/os/system.h"
 
 namespace host::base {
@@ -10,7 +10,7 @@ std::string ParentFolder(platform::Files& files, const std::string& path) {
     return last == std::string::npos ? "" : path.substr(0, last);
 }
 
-platform::Status MakeFolders(platform::Files& files, const std::string& folder) {
+base::Status MakeFolders(platform::Files& files, const std::string& folder) {
     if (folder.empty() || files.Exists(folder)) return {};
     if (auto status = MakeFolders(files, ParentFolder(files, folder)); !status) return status;
     auto status = files.CreateFolder(folder);
@@ -18,7 +18,7 @@ platform::Status MakeFolders(platform::Files& files, const std::string& folder) 
     return status;
 }
 
-platform::Status MakeOwnFolders(const std::string& folder) {
+base::Status MakeOwnFolders(const std::string& folder) {
     const auto made = MakeFolders(platform::NativeFiles(), folder);
     if (made) return {};
     return Refused(folder + " cannot be made: " + made.Error().Message(), kMakeWritable);

@@ -2,15 +2,15 @@
 
 #include <string>
 
+#include "host/base/failure.h"
 #include "platform/os/files.h"
-#include "platform/os/result.h"
 
 namespace host::base {
 
 // Makes the folder and those above it.
-platform::Status MakeFolders(platform::Files& files, const std::string& folder);
+base::Status MakeFolders(platform::Files& files, const std::string& folder);
 // The same for a native folder of kvsync's own; kRefused with the way out.
-platform::Status MakeOwnFolders(const std::string& folder);
+base::Status MakeOwnFolders(const std::string& folder);
 inline constexpr const char* kMakeWritable =
     "give yourself write permission there, or set XDG_STATE_HOME to another folder";
 

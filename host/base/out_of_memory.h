@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 
 namespace host::base {
 

@@ -29,9 +29,9 @@ void FinishReport(Report& report, nlohmann::json body) {
     report.json = JsonText(body);
 }
 
-Report RefusalReport(const platform::Failure& failure) {
+Report RefusalReport(const base::Failure& failure) {
     Report report;
-    report.code = CodeOf(failure);
+    report.code = failure.exit;
     report.errors.push_back(failure.Message());
     FinishReport(report, nlohmann::json::object());
     return report;

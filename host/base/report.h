@@ -5,7 +5,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 
 namespace host::base {
 
@@ -19,7 +19,7 @@ struct Report {
 };
 
 // A report that says only why nothing was done.
-Report RefusalReport(const platform::Failure& failure);
+Report RefusalReport(const base::Failure& failure);
 // Fills `json` from the code, the errors and `body`.
 void FinishReport(Report& report, nlohmann::json body);
 

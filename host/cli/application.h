@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 
 namespace host::cli {
 

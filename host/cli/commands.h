@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 #include "host/cli/options.h"
 
 namespace host::cli {
@@ -27,6 +27,6 @@ base::ExitCode ListBackups(const Options& options);
 base::ExitCode Restore(const Options& options, const std::string& id);
 
 // Says it in one line on standard error and gives the code of the failure.
-base::ExitCode Fail(const platform::Failure& failure);
+base::ExitCode Fail(const base::Failure& failure);
 
 }  // namespace host::cli

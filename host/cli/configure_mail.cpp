@@ -51,7 +51,7 @@ translator::MailLimitChanges ChangesOf(const MailLimitTexts& texts) {
 }
 
 // False if the person cancelled the dialog.
-platform::Result<bool> Ask(translator::TranslatorSession& session, std::string selection) {
+base::Result<bool> Ask(translator::TranslatorSession& session, std::string selection) {
     std::unique_ptr<platform::Dialogs> dialogs;
     if (!base::UsesWindowsPaths()) {
         dialogs = dialogs::MakeTerminalDialogs();
@@ -66,8 +66,8 @@ platform::Result<bool> Ask(translator::TranslatorSession& session, std::string s
     return session.Select(selection, summary, true);
 }
 
-platform::Result<bool> Change(translator::TranslatorSession& session, const std::string& selection,
-                              const MailLimitTexts& texts) {
+base::Result<bool> Change(translator::TranslatorSession& session, const std::string& selection,
+                          const MailLimitTexts& texts) {
     if (texts.IsEmpty()) return Ask(session, selection);
     if (auto changed = translator::ChangeMailLimits(session, selection, ChangesOf(texts));
         !changed) {
@@ -94,8 +94,8 @@ void Print(const Options& options, const translator::MailLimits& limits, bool ch
     }
 }
 
-platform::Result<base::ExitCode> Configure(Workplace& place, const Options& options,
-                                           const MailLimitTexts& texts) {
+base::Result<base::ExitCode> Configure(Workplace& place, const Options& options,
+                                       const MailLimitTexts& texts) {
     auto session = translator::TranslatorSession::Create(place.Module(), translator::kMailKind);
     if (!session) return session.Error();
     const auto selection = translator::SelectMail(*session, place.Place(), false);

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 #include "host/cli/options.h"
 
 namespace host::cli {

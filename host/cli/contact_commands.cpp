@@ -1,6 +1,7 @@
 #include <fstream>
 #include <iostream>
 
+#include "host/base/failure.h"
 #include "host/base/native_path.h"
 #include "host/base/output.h"
 #include "host/cli/commands.h"
@@ -17,14 +18,14 @@ namespace host::cli {
 
 namespace {
 
-platform::Result<translator::TranslatorSession> OpenChosen(Workplace& place) {
+base::Result<translator::TranslatorSession> OpenChosen(Workplace& place) {
     auto file = place.NicknameFile(false);
     if (!file) return file.Error();
     return translator::TranslatorSession::OpenContacts(place.Module(), *file);
 }
 
-platform::Status Choose(Workplace& place, const Options& options, std::string& selection,
-                        std::string& summary, bool& chosen) {
+base::Status Choose(Workplace& place, const Options& options, std::string& selection,
+                    std::string& summary, bool& chosen) {
     auto session = translator::TranslatorSession::Create(place.Module(), translator::kContactsKind);
     if (!session) return session.Error();
     auto named = eudora::ChooseNicknameFile(options.setup, place.Place());

@@ -16,7 +16,7 @@ namespace {
 constexpr std::size_t kNickname = 0, kName = 1, kEmail = 5;
 constexpr std::size_t kWidestColumn = 32;
 
-platform::Result<ShownContact> Read(translator::TranslatorSession& session) {
+base::Result<ShownContact> Read(translator::TranslatorSession& session) {
     ShownContact contact;
     for (std::size_t i = 0; i < std::size(kContactKeys); ++i) {
         auto text = session.Text(std::to_string(i + 1));
@@ -39,7 +39,7 @@ nlohmann::ordered_json ToJson(const ShownContact& contact) {
 
 }  // namespace
 
-platform::Result<std::vector<ShownContact>> ReadContacts(translator::TranslatorSession& session) {
+base::Result<std::vector<ShownContact>> ReadContacts(translator::TranslatorSession& session) {
     std::vector<ShownContact> contacts;
     auto found = session.MoveFirst();
     while (found && *found) {
@@ -52,8 +52,8 @@ platform::Result<std::vector<ShownContact>> ReadContacts(translator::TranslatorS
     return contacts;
 }
 
-platform::Result<std::vector<ShownContact>> ReadContact(translator::TranslatorSession& session,
-                                                        const std::string& nickname) {
+base::Result<std::vector<ShownContact>> ReadContact(translator::TranslatorSession& session,
+                                                    const std::string& nickname) {
     std::vector<ShownContact> contacts;
     bool lossy = false;
     const std::string id = base::FromUtf8(nickname, &lossy);

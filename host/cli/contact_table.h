@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "host/base/failure.h"
 #include "host/translator/translator_session.h"
-#include "platform/os/result.h"
 
 namespace host::cli {
 
@@ -15,10 +15,10 @@ struct ShownContact {
     std::vector<std::string> values;
 };
 
-platform::Result<std::vector<ShownContact>> ReadContacts(translator::TranslatorSession& session);
+base::Result<std::vector<ShownContact>> ReadContacts(translator::TranslatorSession& session);
 // Nothing in the result if there is no contact of that nickname (UTF-8).
-platform::Result<std::vector<ShownContact>> ReadContact(translator::TranslatorSession& session,
-                                                        const std::string& nickname);
+base::Result<std::vector<ShownContact>> ReadContact(translator::TranslatorSession& session,
+                                                    const std::string& nickname);
 
 // A line for each: nickname, name and address of mail, in columns.
 std::string ContactTable(const std::vector<ShownContact>& contacts);

@@ -1,5 +1,6 @@
 #include <nlohmann/json.hpp>
 
+#include "host/base/failure.h"
 #include "host/base/native_path.h"
 #include "host/cli/commands.h"
 #include "host/cli/run_place.h"
@@ -7,8 +8,8 @@
 #include "host/cli/sync_reports.h"
 #include "host/cli/workplace.h"
 #include "host/contactsync/contact_sync.h"
-#include "host/state/state_file.h"
 #include "host/eudora/outside_names.h"
+#include "host/state/state_file.h"
 #include "host/sync/place.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
@@ -17,7 +18,7 @@ namespace host::cli {
 
 namespace {
 
-platform::Result<contactsync::EudoraPlace> EudoraOf(Workplace& place, bool forWriting) {
+base::Result<contactsync::EudoraPlace> EudoraOf(Workplace& place, bool forWriting) {
     auto file = place.NicknameFile(forWriting);
     if (!file) return file.Error();
     const auto native = platform::NativePathOf(*file);
@@ -32,7 +33,7 @@ platform::Result<contactsync::EudoraPlace> EudoraOf(Workplace& place, bool forWr
 }
 
 // Eudora's lock file lies in the folder of nndbase.txt, above that of the other nickname files.
-platform::Status RefuseLocked(const std::string& nicknameFile) {
+base::Status RefuseLocked(const std::string& nicknameFile) {
     const auto folder = base::ToPath(nicknameFile).parent_path();
     for (const auto& place : {folder, folder.parent_path()}) {
         const auto locks = platform::NativeFiles().List(base::FromPath(place), "owner.lok");
@@ -45,7 +46,7 @@ platform::Status RefuseLocked(const std::string& nicknameFile) {
 }
 
 // The files of a backup must not be in the hands of a running Eudora, whichever it is.
-platform::Status RefuseLockedBackup(const sync::CommandPlace& place, const std::string& id) {
+base::Status RefuseLockedBackup(const sync::CommandPlace& place, const std::string& id) {
     const auto backups = sync::BackupsOf(place).List();
     for (const backup::Backup& backup : backups ? *backups : std::vector<backup::Backup>()) {
         if (backup.id != id) continue;
@@ -56,7 +57,7 @@ platform::Status RefuseLockedBackup(const sync::CommandPlace& place, const std::
     return {};
 }
 
-platform::Status FillSync(const Options& options, contactsync::SyncOptions& sync) {
+base::Status FillSync(const Options& options, contactsync::SyncOptions& sync) {
     if (!options.contacts) {
         return base::Refused(
             "no contacts folder is named: give --contacts DIR, or contacts = \"DIR\" in "
@@ -71,7 +72,7 @@ platform::Status FillSync(const Options& options, contactsync::SyncOptions& sync
     return {};
 }
 
-base::Report BackupsOutput(const platform::Result<std::vector<backup::Backup>>& backups) {
+base::Report BackupsOutput(const base::Result<std::vector<backup::Backup>>& backups) {
     if (!backups) return base::RefusalReport(backups.Error());
     base::Report report;
     auto list = nlohmann::json::array();
@@ -92,8 +93,8 @@ base::Report BackupsOutput(const platform::Result<std::vector<backup::Backup>>& 
 
 }  // namespace
 
-platform::Result<base::Report> ReportContacts(Workplace& place, const Options& options,
-                                              const sync::CommandPlace& command, bool isStatus) {
+base::Result<base::Report> ReportContacts(Workplace& place, const Options& options,
+                                          const sync::CommandPlace& command, bool isStatus) {
     contactsync::SyncOptions sync;
     if (auto filled = FillSync(options, sync); !filled) return filled.Error();
     auto eudora = EudoraOf(place, !isStatus);

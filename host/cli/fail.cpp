@@ -3,9 +3,9 @@
 
 namespace host::cli {
 
-base::ExitCode Fail(const platform::Failure& failure) {
+base::ExitCode Fail(const base::Failure& failure) {
     base::PrintError(failure.Message());
-    return base::CodeOf(failure);
+    return failure.exit;
 }
 
 }  // namespace host::cli

@@ -1,3 +1,4 @@
+#include "host/base/failure.h"
 #include "host/base/native_path.h"
 #include "host/base/output.h"
 #include "host/cli/commands.h"
@@ -19,10 +20,10 @@ std::string WithoutBrackets(const std::string& id) {
 
 // Walks in search of a Message-ID: the one of the mail, or the one that kvsync gives it outside
 // Eudora.
-platform::Result<bool> FindMessage(mail::EudoraMails& mails, const std::string& messageId) {
+base::Result<bool> FindMessage(mail::EudoraMails& mails, const std::string& messageId) {
     bool isFound = false;
-    auto walked = mails.Walk(
-        mail::Reach::kWithinLimits, [&](const mail::MailHead&) -> platform::Result<bool> {
+    auto walked =
+        mails.Walk(mail::Reach::kWithinLimits, [&](const mail::MailHead&) -> base::Result<bool> {
             const auto mail = mails.Read(mail::MailParts::kHeader);
             if (!mail) {
                 (void)Fail(mail.Error());
@@ -35,12 +36,12 @@ platform::Result<bool> FindMessage(mail::EudoraMails& mails, const std::string& 
     return isFound;
 }
 
-platform::Result<bool> Find(mail::EudoraMails& mails, const std::string& id) {
+base::Result<bool> Find(mail::EudoraMails& mails, const std::string& id) {
     if (mail::IsIndexId(id)) return mails.GoTo(id);
     return FindMessage(mails, WithoutBrackets(id));
 }
 
-platform::Failure NoSuchMail(const std::string& id) {
+base::Failure NoSuchMail(const std::string& id) {
     return base::Refused("there is no mail " + id +
                          " among those that the limits let pass: kvsync list " +
                          "mail shows the ids, and with its id any mail can be shown");
@@ -61,8 +62,8 @@ base::ExitCode ListMail(const Options& options) {
     const mail::MailParts parts =
         options.json ? mail::MailParts::kWithoutBody : mail::MailParts::kHeader;
     base::ExitCode code = base::ExitCode::kNothingToDo;
-    const auto walked = mails.Walk(
-        mail::Reach::kWithinLimits, [&](const mail::MailHead&) -> platform::Result<bool> {
+    const auto walked =
+        mails.Walk(mail::Reach::kWithinLimits, [&](const mail::MailHead&) -> base::Result<bool> {
             const auto mail = mails.Read(parts);
             if (!mail) {
                 code = Fail(mail.Error());

@@ -1,3 +1,4 @@
+#include "host/base/failure.h"
 #include "host/base/native_path.h"
 #include "host/base/output.h"
 #include "host/base/progress.h"
@@ -25,7 +26,7 @@ class MailExport {
           m_maildir(place.files, place.clock, folder),
           m_progress(place.clock, place.progress) {}
 
-    platform::Status Begin(const std::string& folder) {
+    base::Status Begin(const std::string& folder) {
         const auto there = m_maildir.List();
         if (!there) return there.Error();
         if (!there->empty()) {
@@ -34,7 +35,7 @@ class MailExport {
         return m_maildir.Create();
     }
 
-    platform::Result<bool> Add(mail::EudoraMails& mails) {
+    base::Result<bool> Add(mail::EudoraMails& mails) {
         const auto mail = mails.Read(mail::MailParts::kAll);
         if (!mail) return LeaveOut(mail.Error().Message());
         const char* const flags = mail->status == mail::kStatusUnread ? "" : "S";
@@ -53,7 +54,7 @@ class MailExport {
         return true;
     }
 
-    platform::Status Settle() {
+    base::Status Settle() {
         auto settled = m_maildir.Settle(m_unsettled);
         m_unsettled.clear();
         return settled;
@@ -82,7 +83,7 @@ class MailExport {
     bool m_hasLeftOut = false;
 };
 
-platform::Status Export(Workplace& place, MailExport& target, const std::string& folder) {
+base::Status Export(Workplace& place, MailExport& target, const std::string& folder) {
     auto session = place.OpenMail();
     if (!session) return session.Error();
     if (auto begun = target.Begin(folder); !begun) return begun;

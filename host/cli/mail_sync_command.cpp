@@ -1,3 +1,4 @@
+#include "host/base/failure.h"
 #include "host/base/native_path.h"
 #include "host/cli/sync_output.h"
 #include "host/cli/sync_reports.h"
@@ -12,7 +13,7 @@ namespace host::cli {
 
 namespace {
 
-platform::Result<std::unique_ptr<mail::MailSource>> OpenSource(Workplace& place) {
+base::Result<std::unique_ptr<mail::MailSource>> OpenSource(Workplace& place) {
     std::string selection;
     auto session = place.SelectInBox(selection);
     if (!session) return session.Error();
@@ -26,7 +27,7 @@ class IncomingReader {
   public:
     explicit IncomingReader(const eudora::Setup& setup) : m_key(setup.memoryKey) {}
 
-    platform::Result<mail::NewMail> Read(std::string_view bytes, const std::string& name) {
+    base::Result<mail::NewMail> Read(std::string_view bytes, const std::string& name) {
         if (m_folder == nullptr) {
             auto folder = mail::IncomingFolder::Create(m_key);
             if (!folder) return folder.Error();
@@ -76,8 +77,8 @@ std::vector<std::string> NicknameFiles(const eudora::Setup& setup) {
 
 }  // namespace
 
-platform::Result<base::Report> ReportMail(Workplace& place, const Options& options,
-                                          const sync::CommandPlace& command, bool isStatus) {
+base::Result<base::Report> ReportMail(Workplace& place, const Options& options,
+                                      const sync::CommandPlace& command, bool isStatus) {
     // Before the translator is asked for mails, which takes files and on Windows Eudora's start.
     if (auto can = mail::CanParseMail(); !can) {
         if (!isStatus) return can.Error();

@@ -5,7 +5,7 @@
 #define TOML_EXCEPTIONS 0
 #include <toml++/toml.h>
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 #include "host/base/native_path.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
@@ -36,11 +36,11 @@ std::string Expanded(const std::string& path) {
     return home && path.starts_with("~/") ? *home + path.substr(1) : path;
 }
 
-platform::Failure Unusable(const std::string& path, const std::string& why) {
+base::Failure Unusable(const std::string& path, const std::string& why) {
     return base::Failed("the configuration file " + path + ": " + why);
 }
 
-platform::Status ReadCodePage(const std::string& path, const toml::node& node, Options& options) {
+base::Status ReadCodePage(const std::string& path, const toml::node& node, Options& options) {
     const auto number = node.value_exact<std::int64_t>();
     if (!number || *number < 1 || *number > 65535) {
         return Unusable(path, "code_page must be a number from 1 to 65535");
@@ -49,7 +49,7 @@ platform::Status ReadCodePage(const std::string& path, const toml::node& node, O
     return {};
 }
 
-platform::Status Apply(const std::string& path, const toml::table& table, Options& options) {
+base::Status Apply(const std::string& path, const toml::table& table, Options& options) {
     auto& setup = options.setup;
     // What the command line says about the place replaces both keys.
     const bool hasPlace = setup.eudora || setup.winePrefix;
@@ -79,7 +79,7 @@ platform::Status Apply(const std::string& path, const toml::table& table, Option
     return {};
 }
 
-platform::Status ReadFile(Options& options) {
+base::Status ReadFile(Options& options) {
     const std::string path = options.config ? *options.config : DefaultPath();
     auto& files = platform::NativeFiles();
     if (path.empty() || (!options.config && !files.Exists(path))) return {};
@@ -97,7 +97,7 @@ platform::Status ReadFile(Options& options) {
 
 }  // namespace
 
-platform::Status ReadConfiguration(Options& options) {
+base::Status ReadConfiguration(Options& options) {
     if (auto read = ReadFile(options); !read) return read;
     if (options.setup.eudora && options.setup.winePrefix) {
         return base::Failed("--eudora and --wine-prefix exclude each other: give one");

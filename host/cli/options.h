@@ -3,8 +3,8 @@
 #include <optional>
 #include <string>
 
+#include "host/base/failure.h"
 #include "host/eudora/setup.h"
-#include "platform/os/result.h"
 
 namespace host::cli {
 
@@ -26,6 +26,6 @@ struct Options {
 // which must exist, else kvsync/config.toml in $XDG_CONFIG_HOME, %APPDATA% or ~/.config if there
 // is one. kFailed with one line if it cannot be read, is no TOML, or holds an unknown key or a
 // value of the wrong kind.
-platform::Status ReadConfiguration(Options& options);
+base::Status ReadConfiguration(Options& options);
 
 }  // namespace host::cli

@@ -27,7 +27,7 @@ void ProgressLine::Show(const std::string& line) {
     m_shown = line;
 }
 
-platform::Result<sync::CommandPlace> PlaceOf(const Options& options, ProgressLine& progress) {
+base::Result<sync::CommandPlace> PlaceOf(const Options& options, ProgressLine& progress) {
     std::string state;
     if (options.state) {
         state = *options.state;

@@ -27,6 +27,6 @@ class ProgressLine {
 };
 
 // What the commands stand on; `progress` outlives it.
-platform::Result<sync::CommandPlace> PlaceOf(const Options& options, ProgressLine& progress);
+base::Result<sync::CommandPlace> PlaceOf(const Options& options, ProgressLine& progress);
 
 }  // namespace host::cli

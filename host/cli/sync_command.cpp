@@ -3,6 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/base/failure.h"
 #include "host/base/json_text.h"
 #include "host/base/report.h"
 #include "host/cli/commands.h"
@@ -52,8 +53,8 @@ base::Report Joined(const base::Report& contacts, const base::Report& mail) {
 }
 
 // Contacts and then mails; a refusal of one does not keep the other.
-platform::Result<base::Report> ReportOn(const Subjects& subjects, Workplace& place,
-                                        const Options& options, bool isStatus) {
+base::Result<base::Report> ReportOn(const Subjects& subjects, Workplace& place,
+                                    const Options& options, bool isStatus) {
     ProgressLine progress(!options.quiet);
     auto command = PlaceOf(options, progress);
     if (!command) return command.Error();
@@ -65,7 +66,7 @@ platform::Result<base::Report> ReportOn(const Subjects& subjects, Workplace& pla
                   mail ? *mail : base::RefusalReport(mail.Error()));
 }
 
-platform::Status CheckFolders(const Subjects& subjects, const Options& options) {
+base::Status CheckFolders(const Subjects& subjects, const Options& options) {
     if (subjects.contacts && !options.contacts) {
         return base::Refused(
             "no contacts folder is named: give --contacts DIR, or contacts = \"DIR\" in "

@@ -186,7 +186,7 @@ json MailsJson(const sync::Report& report) {
 
 }  // namespace
 
-base::Report SyncOutput(const platform::Result<sync::Report>& report, Subject subject,
+base::Report SyncOutput(const base::Result<sync::Report>& report, Subject subject,
                         bool countsOnly) {
     if (!report) return base::RefusalReport(report.Error());
     base::Report output;
@@ -216,7 +216,7 @@ base::Report StatusOutput(const sync::Preview& preview, std::vector<std::string>
             output.lines.push_back("  " + line);
         }
     } else {
-        output.code = base::CodeOf(preview.ready.Error());
+        output.code = preview.ready.Error().exit;
         output.errors.push_back(preview.ready.Error().Message());
     }
     base::FinishReport(output, {{"eudora", preview.inEudora},

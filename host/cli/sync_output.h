@@ -12,8 +12,7 @@ namespace host::cli {
 enum class Subject { kContacts, kMails };
 
 // With `countsOnly` no line for each contact or mail.
-base::Report SyncOutput(const platform::Result<sync::Report>& report, Subject subject,
-                        bool countsOnly);
+base::Report SyncOutput(const base::Result<sync::Report>& report, Subject subject, bool countsOnly);
 // `head` stands in front: what the sync is between.
 base::Report StatusOutput(const sync::Preview& preview, std::vector<std::string> head,
                           Subject subject, bool countsOnly);

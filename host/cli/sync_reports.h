@@ -9,9 +9,9 @@ namespace host::cli {
 
 // A sync of contacts or of mails, or what it would do. kRefused if a folder is not named or there
 // is nothing to work on.
-platform::Result<base::Report> ReportContacts(Workplace& place, const Options& options,
-                                              const sync::CommandPlace& command, bool isStatus);
-platform::Result<base::Report> ReportMail(Workplace& place, const Options& options,
+base::Result<base::Report> ReportContacts(Workplace& place, const Options& options,
                                           const sync::CommandPlace& command, bool isStatus);
+base::Result<base::Report> ReportMail(Workplace& place, const Options& options,
+                                      const sync::CommandPlace& command, bool isStatus);
 
 }  // namespace host::cli

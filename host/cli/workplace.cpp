@@ -1,13 +1,13 @@
 #include "host/cli/workplace.h"
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 #include "host/base/native_path.h"
 #include "host/eudora/nickname_file.h"
 #include "host/translator/in_box.h"
 
 namespace host::cli {
 
-platform::Result<Workplace> Workplace::Enter(const Options& options, bool mayRun) {
+base::Result<Workplace> Workplace::Enter(const Options& options, bool mayRun) {
     auto setup = eudora::Prepare(options.setup);
     if (!setup) return setup.Error();
     if (!mayRun) {
@@ -16,7 +16,7 @@ platform::Result<Workplace> Workplace::Enter(const Options& options, bool mayRun
     return Start(options, *std::move(setup));
 }
 
-platform::Result<Workplace> Workplace::EnterForMail(const Options& options) {
+base::Result<Workplace> Workplace::EnterForMail(const Options& options) {
     auto setup = eudora::Prepare(options.setup);
     if (!setup) return setup.Error();
     auto ready = base::UsesWindowsPaths() ? eudora::RefuseMailsElsewhere(*setup)
@@ -25,7 +25,7 @@ platform::Result<Workplace> Workplace::EnterForMail(const Options& options) {
     return Start(options, *std::move(setup));
 }
 
-platform::Result<Workplace> Workplace::Start(const Options& options, eudora::Setup setup) {
+base::Result<Workplace> Workplace::Start(const Options& options, eudora::Setup setup) {
     auto host = translator::TranslatorHost::Start(setup.init);
     if (!host) return host.Error();
     Workplace place;
@@ -35,7 +35,7 @@ platform::Result<Workplace> Workplace::Start(const Options& options, eudora::Set
     return place;
 }
 
-platform::Result<std::string> Workplace::NicknameFile(bool forWriting) {
+base::Result<std::string> Workplace::NicknameFile(bool forWriting) {
     auto chosen = eudora::ChooseNicknameFile(m_options, m_setup);
     if (!chosen) return chosen.Error();
     if (chosen->empty()) {
@@ -52,11 +52,11 @@ platform::Result<std::string> Workplace::NicknameFile(bool forWriting) {
     return *chosen;
 }
 
-platform::Result<translator::TranslatorSession> Workplace::SelectInBox(std::string& selection) {
+base::Result<translator::TranslatorSession> Workplace::SelectInBox(std::string& selection) {
     return translator::SelectInBox(*m_host, m_setup, m_options.writesNothing, selection);
 }
 
-platform::Result<translator::TranslatorSession> Workplace::OpenMail() {
+base::Result<translator::TranslatorSession> Workplace::OpenMail() {
     std::string selection;
     auto session = SelectInBox(selection);
     if (!session) return session.Error();

@@ -3,11 +3,11 @@
 #include <memory>
 #include <string>
 
+#include "host/base/failure.h"
 #include "host/cli/options.h"
 #include "host/eudora/setup.h"
 #include "host/translator/translator_host.h"
 #include "host/translator/translator_session.h"
-#include "platform/os/result.h"
 
 namespace host::cli {
 
@@ -15,25 +15,25 @@ namespace host::cli {
 class Workplace {
   public:
     // kRefused if there is no Eudora to work on, or it runs and `mayRun` is not set.
-    static platform::Result<Workplace> Enter(const Options& options, bool mayRun = false);
+    static base::Result<Workplace> Enter(const Options& options, bool mayRun = false);
     // For work on mails alone. On Windows Eudora itself serves them, those of its own folder only:
     // it may run, and the translator starts it if it does not.
-    static platform::Result<Workplace> EnterForMail(const Options& options);
+    static base::Result<Workplace> EnterForMail(const Options& options);
 
     translator::TranslatorHost& Module() { return *m_host; }
     const eudora::Setup& Place() const { return m_setup; }
 
     // Selects the nickname file that the options and earlier choices name and gives its Windows
     // path, in the system code page, once it is known to be usable.
-    platform::Result<std::string> NicknameFile(bool forWriting);
+    base::Result<std::string> NicknameFile(bool forWriting);
     // A session with the settings of the mails selected, not opened yet. kRefused, with nothing
     // made, if there is no in-box or another program has it.
-    platform::Result<translator::TranslatorSession> SelectInBox(std::string& selection);
+    base::Result<translator::TranslatorSession> SelectInBox(std::string& selection);
     // A session with the in-box opened. kRefused, with nothing made, if there is no in-box.
-    platform::Result<translator::TranslatorSession> OpenMail();
+    base::Result<translator::TranslatorSession> OpenMail();
 
   private:
-    static platform::Result<Workplace> Start(const Options& options, eudora::Setup setup);
+    static base::Result<Workplace> Start(const Options& options, eudora::Setup setup);
 
     eudora::Setup m_setup;
     eudora::SetupOptions m_options;

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "host/base/contact.h"
-#include "platform/os/result.h"
+#include "host/base/failure.h"
 
 namespace host::contacts {
 
@@ -24,8 +24,8 @@ class ContactStore {
   public:
     virtual ~ContactStore() = default;
 
-    virtual platform::Result<std::vector<base::StoreItem>> List() = 0;
-    virtual platform::Result<StoredContact> Read(const std::string& id) = 0;
+    virtual base::Result<std::vector<base::StoreItem>> List() = 0;
+    virtual base::Result<StoredContact> Read(const std::string& id) = 0;
     // When the contact was last changed, as far as the store knows.
     virtual std::optional<std::chrono::system_clock::time_point> ChangedAt(
         const std::string& id) = 0;
@@ -44,17 +44,15 @@ class ContactStore {
 
     // Adds a contact with the non-empty values; as a copy of the contact `like` with other values
     // if that is not empty. Gives its id.
-    virtual platform::Result<std::string> Add(const base::Contact& values,
-                                              const std::string& like) = 0;
+    virtual base::Result<std::string> Add(const base::Contact& values, const std::string& like) = 0;
     // Changes the fields `which`; fails if the contact is no longer as `known` says, where the
     // store can tell. Gives the id, which may be a new one.
-    virtual platform::Result<std::string> Change(const base::StoreItem& known,
-                                                 const base::Contact& values,
-                                                 base::FieldSet which) = 0;
-    virtual platform::Status Remove(const base::StoreItem& known) = 0;
+    virtual base::Result<std::string> Change(const base::StoreItem& known,
+                                             const base::Contact& values, base::FieldSet which) = 0;
+    virtual base::Status Remove(const base::StoreItem& known) = 0;
     // Makes the changes since the last Commit durable, all or none, in a store that collects them;
     // other stores have done so at each change.
-    virtual platform::Status Commit() = 0;
+    virtual base::Status Commit() = 0;
 };
 
 // The two sides of a synchronisation.

@@ -4,7 +4,7 @@
 #include <array>
 
 #include "frame/interface/field_ids.h"
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 #include "platform/os/code_page.h"
 
 namespace host::contacts {
@@ -45,7 +45,7 @@ std::string Join(const std::vector<std::string>& messages) {
 
 }  // namespace
 
-platform::Status EudoraContacts::Reopen() {
+base::Status EudoraContacts::Reopen() {
     m_session.reset();
     auto session = m_open();
     if (!session) return session.Error();
@@ -65,7 +65,7 @@ std::string EudoraContacts::BytesOf(const std::string& id) const {
     return platform::FromUtf8(id, m_codePage);
 }
 
-platform::Result<std::vector<base::StoreItem>> EudoraContacts::List() {
+base::Result<std::vector<base::StoreItem>> EudoraContacts::List() {
     if (auto status = Reopen(); !status) return status.Error();
     std::vector<base::StoreItem> items;
     auto found = m_session->MoveFirst();
@@ -81,7 +81,7 @@ platform::Result<std::vector<base::StoreItem>> EudoraContacts::List() {
     return items;
 }
 
-platform::Result<StoredContact> EudoraContacts::Read(const std::string& id) {
+base::Result<StoredContact> EudoraContacts::Read(const std::string& id) {
     auto found = m_session->GoTo(BytesOf(id));
     if (!found) return found.Error();
     if (!*found) return base::Failed("Eudora has no contact " + id + " any more");
@@ -129,8 +129,8 @@ std::optional<std::string> EudoraContacts::Refusal(const base::Contact& values,
     return verdict->messages.empty() ? "no reason given" : Join(verdict->messages);
 }
 
-platform::Result<std::string> EudoraContacts::StoreFields(const base::Contact& values,
-                                                          base::FieldSet which) {
+base::Result<std::string> EudoraContacts::StoreFields(const base::Contact& values,
+                                                      base::FieldSet which) {
     for (base::Field field : base::kAllFields) {
         if (!which.Has(field)) continue;
         auto status = m_session->SetText(FieldId(field), ToBytes(field, values[field]));
@@ -141,7 +141,7 @@ platform::Result<std::string> EudoraContacts::StoreFields(const base::Contact& v
     return IdOf(*id);
 }
 
-platform::Result<std::string> EudoraContacts::Add(const base::Contact& values, const std::string&) {
+base::Result<std::string> EudoraContacts::Add(const base::Contact& values, const std::string&) {
     if (auto status = m_session->BeginAdd(); !status) return status.Error();
     base::FieldSet which;
     for (base::Field field : base::kAllFields) {
@@ -150,18 +150,18 @@ platform::Result<std::string> EudoraContacts::Add(const base::Contact& values, c
     return StoreFields(values, which);
 }
 
-platform::Result<std::string> EudoraContacts::Change(const base::StoreItem& known,
-                                                     const base::Contact& values,
-                                                     base::FieldSet which) {
+base::Result<std::string> EudoraContacts::Change(const base::StoreItem& known,
+                                                 const base::Contact& values,
+                                                 base::FieldSet which) {
     if (auto status = m_session->BeginEdit(BytesOf(known.id)); !status) return status.Error();
     return StoreFields(values, which);
 }
 
-platform::Status EudoraContacts::Remove(const base::StoreItem& known) {
+base::Status EudoraContacts::Remove(const base::StoreItem& known) {
     return m_session->Delete(BytesOf(known.id));
 }
 
-platform::Status EudoraContacts::Commit() {
+base::Status EudoraContacts::Commit() {
     if (auto report = m_session->BatchUpdate(); !report) return report.Error();
     return Reopen();
 }

@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 
+#include "host/base/failure.h"
 #include "host/contacts/contact_store.h"
 #include "host/contacts/eudora_limits.h"
 #include "host/translator/translator_session.h"
@@ -16,12 +17,12 @@ namespace host::contacts {
 class EudoraContacts : public ContactStore {
   public:
     // `open` gives a session with the address book selected and opened.
-    EudoraContacts(std::function<platform::Result<translator::TranslatorSession>()> open,
+    EudoraContacts(std::function<base::Result<translator::TranslatorSession>()> open,
                    unsigned codePage, std::optional<std::chrono::system_clock::time_point> fileTime)
         : m_open(std::move(open)), m_codePage(codePage), m_fileTime(fileTime) {}
 
-    platform::Result<std::vector<base::StoreItem>> List() override;
-    platform::Result<StoredContact> Read(const std::string& id) override;
+    base::Result<std::vector<base::StoreItem>> List() override;
+    base::Result<StoredContact> Read(const std::string& id) override;
     std::optional<std::chrono::system_clock::time_point> ChangedAt(const std::string&) override {
         return m_fileTime;
     }
@@ -30,21 +31,20 @@ class EudoraContacts : public ContactStore {
     std::string Nickname(const std::string& base, const std::string& suffix) const override {
         return NicknameWithSuffix(base, suffix, m_codePage);
     }
-    platform::Result<std::string> Add(const base::Contact& values,
-                                      const std::string& like) override;
-    platform::Result<std::string> Change(const base::StoreItem& known, const base::Contact& values,
-                                         base::FieldSet which) override;
-    platform::Status Remove(const base::StoreItem& known) override;
-    platform::Status Commit() override;
+    base::Result<std::string> Add(const base::Contact& values, const std::string& like) override;
+    base::Result<std::string> Change(const base::StoreItem& known, const base::Contact& values,
+                                     base::FieldSet which) override;
+    base::Status Remove(const base::StoreItem& known) override;
+    base::Status Commit() override;
 
   private:
-    platform::Status Reopen();
-    platform::Result<std::string> StoreFields(const base::Contact& values, base::FieldSet which);
+    base::Status Reopen();
+    base::Result<std::string> StoreFields(const base::Contact& values, base::FieldSet which);
     std::string IdOf(const std::string& bytes) const;
     std::string BytesOf(const std::string& id) const;
     std::string ToBytes(base::Field field, const std::string& text) const;
 
-    std::function<platform::Result<translator::TranslatorSession>()> m_open;
+    std::function<base::Result<translator::TranslatorSession>()> m_open;
     unsigned m_codePage;
     std::optional<std::chrono::system_clock::time_point> m_fileTime;
     std::unique_ptr<translator::TranslatorSession> m_session;

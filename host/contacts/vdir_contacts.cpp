@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <random>
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 #include "host/vcard/card.h"
 #include "host/vcard/card_fields.h"
 #include "platform/os/safe_write.h"
@@ -47,7 +47,7 @@ std::string VdirContacts::PathOf(const std::string& name) const {
     return hasEnd ? m_folder + name : m_folder + m_files.Separator() + name;
 }
 
-platform::Result<std::vector<base::StoreItem>> VdirContacts::List() {
+base::Result<std::vector<base::StoreItem>> VdirContacts::List() {
     m_leftovers.clear();
     if (auto info = m_files.Stat(m_folder); !info) {
         if (info.Error().code == ErrorCode::kNotFound) return std::vector<base::StoreItem>{};
@@ -74,7 +74,7 @@ platform::Result<std::vector<base::StoreItem>> VdirContacts::List() {
     return items;
 }
 
-platform::Result<std::string> VdirContacts::Look(const std::string& name) {
+base::Result<std::string> VdirContacts::Look(const std::string& name) {
     const std::string path = PathOf(name);
     const auto info = m_files.Stat(path);
     if (info) return MarkerOf(*info);
@@ -82,11 +82,11 @@ platform::Result<std::string> VdirContacts::Look(const std::string& name) {
     return platform::Failure{ErrorCode::kNotRegular, path + " (a link that leads nowhere)"};
 }
 
-platform::Result<std::string> VdirContacts::ReadCard(const std::string& name) {
+base::Result<std::string> VdirContacts::ReadCard(const std::string& name) {
     return platform::ReadWhole(m_files, PathOf(name), kLargestCard, platform::Share::kReadWrite);
 }
 
-platform::Result<StoredContact> VdirContacts::Read(const std::string& id) {
+base::Result<StoredContact> VdirContacts::Read(const std::string& id) {
     // The time comes before the content: a change in between shows at the next look.
     auto marker = Look(id);
     if (!marker) return marker.Error();
@@ -94,8 +94,8 @@ platform::Result<StoredContact> VdirContacts::Read(const std::string& id) {
     if (!bytes) return bytes.Error();
     vcard::Card card;
     if (auto error = card.Parse(*bytes)) {
-        return base::Refused(PathOf(id) + ", line " + std::to_string(error->line) + ": " +
-                             error->what + "; mend the file or move it out of the folder");
+        return base::RefusedFor(PathOf(id) + ", line " + std::to_string(error->line), error->what,
+                                "mend the file or move it out of the folder");
     }
     vcard::CardContent content = vcard::ReadFields(card);
     return StoredContact{{id, *std::move(marker)},
@@ -118,7 +118,7 @@ base::Contact VdirContacts::Hold(const base::Contact& contact) const {
     return held;
 }
 
-platform::Result<std::string> VdirContacts::ReadUnchanged(const base::StoreItem& known) {
+base::Result<std::string> VdirContacts::ReadUnchanged(const base::StoreItem& known) {
     auto bytes = ReadCard(known.id);
     if (!bytes) return bytes;
     auto marker = Look(known.id);
@@ -133,14 +133,13 @@ void VdirContacts::RemoveLeftovers() {
     m_leftovers.clear();
 }
 
-platform::Status VdirContacts::Write(const std::string& name, const std::string& content) {
+base::Status VdirContacts::Write(const std::string& name, const std::string& content) {
     RemoveLeftovers();
     const std::string side = PathOf(std::string(kSidePrefix).append(name).append(kSideSuffix));
     return platform::WriteWhole({m_files, PathOf(name), side}, content);
 }
 
-platform::Result<std::string> VdirContacts::Add(const base::Contact& values,
-                                                const std::string& like) {
+base::Result<std::string> VdirContacts::Add(const base::Contact& values, const std::string& like) {
     if (!m_files.Exists(m_folder)) {
         if (auto status = m_files.CreateFolder(m_folder); !status) return status.Error();
     }
@@ -158,9 +157,8 @@ platform::Result<std::string> VdirContacts::Add(const base::Contact& values,
     return name;
 }
 
-platform::Result<std::string> VdirContacts::Change(const base::StoreItem& known,
-                                                   const base::Contact& values,
-                                                   base::FieldSet which) {
+base::Result<std::string> VdirContacts::Change(const base::StoreItem& known,
+                                               const base::Contact& values, base::FieldSet which) {
     auto bytes = ReadUnchanged(known);
     if (!bytes) return bytes;
     vcard::Card card;
@@ -170,7 +168,7 @@ platform::Result<std::string> VdirContacts::Change(const base::StoreItem& known,
     return known.id;
 }
 
-platform::Status VdirContacts::Remove(const base::StoreItem& known) {
+base::Status VdirContacts::Remove(const base::StoreItem& known) {
     if (auto bytes = ReadUnchanged(known); !bytes) return bytes.Error();
     return m_files.Delete(PathOf(known.id));
 }

@@ -2,6 +2,7 @@
 
 #include <functional>
 
+#include "host/base/failure.h"
 #include "host/contacts/contact_store.h"
 #include "platform/os/clock.h"
 #include "platform/os/files.h"
@@ -23,27 +24,26 @@ class VdirContacts : public ContactStore {
 
     // A folder that is not there counts as empty; the first change makes it. What is no regular
     // file is listed, but Read gives kNotRegular.
-    platform::Result<std::vector<base::StoreItem>> List() override;
+    base::Result<std::vector<base::StoreItem>> List() override;
     // kRefused, with file and line, for what is no single vCard.
-    platform::Result<StoredContact> Read(const std::string& id) override;
+    base::Result<StoredContact> Read(const std::string& id) override;
     std::optional<std::chrono::system_clock::time_point> ChangedAt(const std::string& id) override;
     base::Contact Hold(const base::Contact& contact) const override;
     std::optional<std::string> Refusal(const base::Contact&, base::FieldSet) override {
         return std::nullopt;
     }
-    platform::Result<std::string> Add(const base::Contact& values,
-                                      const std::string& like) override;
-    platform::Result<std::string> Change(const base::StoreItem& known, const base::Contact& values,
-                                         base::FieldSet which) override;
-    platform::Status Remove(const base::StoreItem& known) override;
-    platform::Status Commit() override { return {}; }
+    base::Result<std::string> Add(const base::Contact& values, const std::string& like) override;
+    base::Result<std::string> Change(const base::StoreItem& known, const base::Contact& values,
+                                     base::FieldSet which) override;
+    base::Status Remove(const base::StoreItem& known) override;
+    base::Status Commit() override { return {}; }
 
   private:
     std::string PathOf(const std::string& name) const;
-    platform::Result<std::string> Look(const std::string& name);
-    platform::Result<std::string> ReadCard(const std::string& name);
-    platform::Result<std::string> ReadUnchanged(const base::StoreItem& known);
-    platform::Status Write(const std::string& name, const std::string& content);
+    base::Result<std::string> Look(const std::string& name);
+    base::Result<std::string> ReadCard(const std::string& name);
+    base::Result<std::string> ReadUnchanged(const base::StoreItem& known);
+    base::Status Write(const std::string& name, const std::string& content);
     void RemoveLeftovers();
 
     platform::Files& m_files;

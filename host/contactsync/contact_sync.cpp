@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "host/backup/backups.h"
+#include "host/base/failure.h"
 #include "host/contacts/eudora_contacts.h"
 #include "host/contacts/vdir_contacts.h"
 #include "host/contactsync/execute.h"
@@ -20,8 +21,8 @@ struct OwnStores {
     contacts::VdirContacts folder;
 };
 
-platform::Result<OwnStores> OpenStores(const sync::CommandPlace& place, const EudoraPlace& eudora,
-                                       const std::string& folder) {
+base::Result<OwnStores> OpenStores(const sync::CommandPlace& place, const EudoraPlace& eudora,
+                                   const std::string& folder) {
     const auto info = place.files.Stat(eudora.file);
     if (!info) return info.Error();
     return OwnStores{{eudora.open, eudora.codePage, info->modified},
@@ -41,20 +42,19 @@ struct Run {
     contacts::Stores Stores() { return {stores->eudora, stores->folder}; }
 };
 
-platform::Status CheckFolder(platform::Files& files, const std::string& folder, bool isKnown) {
+base::Status CheckFolder(platform::Files& files, const std::string& folder, bool isKnown) {
     auto info = files.Stat(folder);
-    if (info && !info->isFolder) return base::Refused(folder + ": is no folder; name a folder");
+    if (info && !info->isFolder) return base::RefusedFor(folder, "is no folder", "name a folder");
     if (info || info.Error().code == ErrorCode::kNotFound) {
         if (info || !isKnown) return {};
-        return base::Refused(folder +
-                             ": the contacts folder is gone; bring it back or name its new "
-                             "place with --contacts");
+        return base::RefusedFor(folder, "the contacts folder is gone",
+                                "bring it back or name its new place with --contacts");
     }
     return info.Error();
 }
 
-platform::Status Prepare(const sync::CommandPlace& place, const SyncOptions& options, bool mayWrite,
-                         Run& run) {
+base::Status Prepare(const sync::CommandPlace& place, const SyncOptions& options, bool mayWrite,
+                     Run& run) {
     const std::string scope = options.eudora.file + '\n' + options.contactsFolder;
     auto memory = state::OpenPairs(place.files, place.stateFile, scope, mayWrite);
     if (!memory) return memory.Error();
@@ -83,15 +83,14 @@ platform::Status Prepare(const sync::CommandPlace& place, const SyncOptions& opt
 
 }  // namespace
 
-platform::Result<sync::Report> RunSync(const sync::CommandPlace& place,
-                                       const SyncOptions& options) {
+base::Result<sync::Report> RunSync(const sync::CommandPlace& place, const SyncOptions& options) {
     Run run(place);
     if (auto status = Prepare(place, options, !options.dryRun, run); !status) {
         return status.Error();
     }
     sync::Report& report = run.plan.report;
     if (options.dryRun || run.plan.IsEmpty()) return std::move(report);
-    const auto backup = [&]() -> platform::Status {
+    const auto backup = [&]() -> base::Status {
         auto backups = sync::BackupsOf(place);
         const auto made = backups.MakeOf(options.eudora.file, "before a sync of contacts");
         if (!made) return made.Error();
@@ -111,15 +110,15 @@ sync::Preview RunStatus(const sync::CommandPlace& place, const SyncOptions& opti
             std::move(ready), std::move(run.plan.report)};
 }
 
-platform::Result<std::size_t> ExportContacts(const sync::CommandPlace& place,
-                                             const EudoraPlace& from, const std::string& toFolder) {
+base::Result<std::size_t> ExportContacts(const sync::CommandPlace& place, const EudoraPlace& from,
+                                         const std::string& toFolder) {
     auto stores = OpenStores(place, from, toFolder);
     if (!stores) return stores.Error();
     auto& [eudora, folder] = *stores;
     auto present = folder.List();
     if (!present) return present.Error();
     if (!present->empty()) {
-        return base::Refused(toFolder + ": holds vCards already; name an empty folder");
+        return base::RefusedFor(toFolder, "holds vCards already", "name an empty folder");
     }
     auto items = eudora.List();
     if (!items) return items.Error();

@@ -21,7 +21,7 @@ class Execution {
           m_progress(progress),
           m_states(plan.steps.size()) {}
 
-    std::vector<std::string> Run(const std::function<platform::Status()>& backup);
+    std::vector<std::string> Run(const std::function<base::Status()>& backup);
 
   private:
     struct State {
@@ -30,13 +30,13 @@ class Execution {
         contacts::StoredContact inFolder;  // after its act
     };
 
-    bool Check(const platform::Status& status, const std::string& what);
-    void Fail(std::size_t index, const platform::Failure& failure);
+    bool Check(const base::Status& status, const std::string& what);
+    void Fail(std::size_t index, const base::Failure& failure);
     void ChangeFolder(std::size_t index);
     bool ChangeEudora(std::size_t index);
-    platform::Status EudoraPhase();
-    platform::Status Remember(std::size_t index);
-    platform::Status Flush();
+    base::Status EudoraPhase();
+    base::Status Remember(std::size_t index);
+    base::Status Flush();
 
     const Plan& m_plan;
     const contacts::Stores& m_stores;
@@ -47,18 +47,18 @@ class Execution {
     std::vector<std::string> m_errors;
 };
 
-bool Execution::Check(const platform::Status& status, const std::string& what) {
+bool Execution::Check(const base::Status& status, const std::string& what) {
     if (status) return true;
     m_errors.push_back(what + status.Error().Message());
     return false;
 }
 
-void Execution::Fail(std::size_t index, const platform::Failure& failure) {
+void Execution::Fail(std::size_t index, const base::Failure& failure) {
     m_states[index].failed = true;
     (void)Check(failure, m_plan.steps[index].name + ": ");
 }
 
-platform::Status Execution::Flush() {
+base::Status Execution::Flush() {
     if (m_pending.put.empty() && m_pending.forget.empty() && !m_pending.intents) return {};
     auto status = m_memory.Save(m_pending);
     m_pending = {};
@@ -102,7 +102,7 @@ bool Execution::ChangeEudora(std::size_t index) {
     return true;
 }
 
-platform::Status Execution::EudoraPhase() {
+base::Status Execution::EudoraPhase() {
     bool isChanged = false;
     for (const Verb verb : {Verb::kChange, Verb::kAdd, Verb::kRemove}) {
         for (std::size_t i = 0; i < m_plan.steps.size(); ++i) {
@@ -110,11 +110,11 @@ platform::Status Execution::EudoraPhase() {
             isChanged = ChangeEudora(i) || isChanged;
         }
     }
-    return isChanged ? m_stores.eudora.Commit() : platform::Status{};
+    return isChanged ? m_stores.eudora.Commit() : base::Status{};
 }
 
 // Notes the pair as both sides hold it now.
-platform::Status Execution::Remember(std::size_t index) {
+base::Status Execution::Remember(std::size_t index) {
     const Step& step = m_plan.steps[index];
     const State& state = m_states[index];
     if (state.failed) return {};
@@ -142,7 +142,7 @@ platform::Status Execution::Remember(std::size_t index) {
     return {};
 }
 
-std::vector<std::string> Execution::Run(const std::function<platform::Status()>& backup) {
+std::vector<std::string> Execution::Run(const std::function<base::Status()>& backup) {
     if (m_plan.report.Changes(sync::Side::kEudora)) {
         if (!Check(backup(), "backup: ")) return std::move(m_errors);
     }
@@ -182,7 +182,7 @@ std::vector<std::string> Execution::Run(const std::function<platform::Status()>&
 
 std::vector<std::string> Execute(const Plan& plan, const contacts::Stores& stores,
                                  state::PairMemory& memory,
-                                 const std::function<platform::Status()>& backup,
+                                 const std::function<base::Status()>& backup,
                                  base::Progress& progress) {
     return Execution(plan, stores, memory, progress).Run(backup);
 }

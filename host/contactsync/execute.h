@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "host/base/failure.h"
 #include "host/base/progress.h"
 #include "host/contactsync/plan.h"
 
@@ -18,7 +19,7 @@ namespace host::contactsync {
 // done. The next run finds a half-done pair equal on both sides, or one-sided still.
 std::vector<std::string> Execute(const Plan& plan, const contacts::Stores& stores,
                                  state::PairMemory& memory,
-                                 const std::function<platform::Status()>& backup,
+                                 const std::function<base::Status()>& backup,
                                  base::Progress& progress);
 
 }  // namespace host::contactsync

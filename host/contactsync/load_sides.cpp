@@ -9,13 +9,13 @@ namespace host::contactsync {
 namespace {
 
 using Known = std::unordered_map<std::string, const state::RememberedPair*>;
-using Reader = std::function<platform::Result<contacts::StoredContact>(const std::string&)>;
+using Reader = std::function<base::Result<contacts::StoredContact>(const std::string&)>;
 
 bool IsUnchanged(const state::RememberedSide& side, const base::StoreItem& item) {
     return side.item.marker == item.marker;
 }
 
-platform::Result<std::vector<contacts::StoredContact>> LoadSide(
+base::Result<std::vector<contacts::StoredContact>> LoadSide(
     contacts::ContactStore& store, const Known& known,
     state::RememberedSide state::RememberedPair::*side, const Reader& read, const char* what,
     std::vector<std::string>& passedOver, base::Progress& progress) {
@@ -23,7 +23,7 @@ platform::Result<std::vector<contacts::StoredContact>> LoadSide(
     if (!items) return items.Error();
     std::vector<contacts::StoredContact> contacts;
     contacts.reserve(items->size());
-    std::optional<platform::Failure> firstFailure;
+    std::optional<base::Failure> firstFailure;
     std::size_t failures = 0;
     for (std::size_t i = 0; i < items->size(); ++i) {
         progress.Step(what, i, items->size());
@@ -52,22 +52,24 @@ platform::Result<std::vector<contacts::StoredContact>> LoadSide(
     }
     if (!firstFailure) return contacts;
     if (failures > 1) {
-        firstFailure->context += " (and " + std::to_string(failures - 1) + " more like it)";
+        auto& [exit, code, thing, what, advice, number] = *firstFailure;
+        std::string& last = code ? thing : advice.empty() ? what : advice;
+        last += " (and " + std::to_string(failures - 1) + " more like it)";
     }
     return *firstFailure;
 }
 
 }  // namespace
 
-platform::Result<contacts::StoredContact> ReadFolderContact(const contacts::Stores& stores,
-                                                            const std::string& id) {
+base::Result<contacts::StoredContact> ReadFolderContact(const contacts::Stores& stores,
+                                                        const std::string& id) {
     auto stored = stores.folder.Read(id);
     if (stored) stored->beyond += stores.eudora.Hold(stored->contact) != stored->contact;
     return stored;
 }
 
-platform::Result<Sides> LoadSides(const contacts::Stores& stores,
-                                  const state::Remembered& remembered, base::Progress& progress) {
+base::Result<Sides> LoadSides(const contacts::Stores& stores, const state::Remembered& remembered,
+                              base::Progress& progress) {
     Known knownEudora, knownFolder;
     for (const state::RememberedPair& pair : remembered.pairs) {
         knownEudora[pair.eudora.item.id] = &pair;

@@ -80,8 +80,8 @@ Finding ContactsFinding(const std::optional<std::string>& folder) {
 
 }  // namespace
 
-Finding FaultOf(std::string what, const platform::Failure& failure) {
-    const bool isRefusal = failure.code == platform::ErrorCode::kRefused;
+Finding FaultOf(std::string what, const base::Failure& failure) {
+    const bool isRefusal = failure.exit == base::ExitCode::kRefused;
     return {isRefusal ? Health::kFault : Health::kBroken, std::move(what), failure.Cause(),
             failure.advice};
 }

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "host/base/failure.h"
 #include "host/eudora/setup.h"
 
 namespace host::doctor {
@@ -20,7 +21,7 @@ struct Finding {
 };
 
 // What a failure says about a thing.
-Finding FaultOf(std::string what, const platform::Failure& failure);
+Finding FaultOf(std::string what, const base::Failure& failure);
 
 // Looks at everything that a run stands on, from kvsync's own files to Eudora's, and goes on as far
 // as the faults allow. Changes nothing but what each run makes in kvsync's own folder.

@@ -53,7 +53,7 @@ class Examination {
     void Start();
     void TellInBox();
     void TellNicknameFiles();
-    platform::Status ReadInBox();
+    base::Status ReadInBox();
 
     const eudora::SetupOptions& m_options;
     const eudora::Setup& m_setup;
@@ -116,14 +116,14 @@ Finding Examination::MapiFinding() {
 }
 
 // As a run reads it.
-platform::Status Examination::ReadInBox() {
+base::Status Examination::ReadInBox() {
     if (auto ready = translator::CheckInBox(m_setup); !ready) return ready;
     if (auto pair = translator::CheckInBoxPair(m_setup); !pair) return pair;
     // On Windows that would start Eudora.
     if (!m_module || !m_hasMapi || base::UsesWindowsPaths()) return {};
     std::string selection;
     auto session = translator::SelectInBox(*m_module, m_setup, true, selection);
-    return session ? session->Open() : platform::Status(session.Error());
+    return session ? session->Open() : base::Status(session.Error());
 }
 
 void Examination::TellInBox() {

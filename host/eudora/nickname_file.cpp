@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 #include "host/base/folders.h"
 #include "host/base/native_path.h"
 #include "host/eudora/setup.h"
@@ -36,7 +36,7 @@ bool IsWindowsPath(const std::string& path) {
 
 }  // namespace
 
-platform::Result<std::string> ChooseNicknameFile(const SetupOptions& options, const Setup& setup) {
+base::Result<std::string> ChooseNicknameFile(const SetupOptions& options, const Setup& setup) {
     if (options.nicknameFile) {
         const std::string& named = *options.nicknameFile;
         std::string chosen;
@@ -77,12 +77,12 @@ platform::Result<std::string> ChooseNicknameFile(const SetupOptions& options, co
     return files.Exists(main) ? main : std::string();
 }
 
-platform::Status RememberNicknameFile(const Setup& setup, const std::string& windowsPath) {
+base::Status RememberNicknameFile(const Setup& setup, const std::string& windowsPath) {
     if (auto made = base::MakeOwnFolders(setup.memoryFolder); !made) return made;
     return platform::WriteWhole(platform::NativeFiles(), ChoiceFile(setup), windowsPath);
 }
 
-platform::Status CheckNicknameFile(const std::string& windowsPath, bool forWriting) {
+base::Status CheckNicknameFile(const std::string& windowsPath, bool forWriting) {
     const std::string shown =
         platform::NativePathOf(windowsPath).value_or(base::ToUtf8(windowsPath));
     auto& files = platform::NativeSystem().files;

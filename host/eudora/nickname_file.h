@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/os/result.h"
+#include "host/base/failure.h"
 
 namespace host::eudora {
 
@@ -13,14 +13,14 @@ struct SetupOptions;
 // Which nickname file to work on, as a Windows path: the one that the options name, else the one
 // that `configure` chose, else nndbase.txt of Eudora's folder if there is one, else none ("": the
 // module's own choice). kRefused if a named one cannot be a nickname file.
-platform::Result<std::string> ChooseNicknameFile(const SetupOptions& options, const Setup& setup);
+base::Result<std::string> ChooseNicknameFile(const SetupOptions& options, const Setup& setup);
 
 // Keeps the choice for the next runs on this Eudora.
-platform::Status RememberNicknameFile(const Setup& setup, const std::string& windowsPath);
+base::Status RememberNicknameFile(const Setup& setup, const std::string& windowsPath);
 
 // kRefused, with the way out, if there is no such file, it cannot be read (or written, if that is
 // wanted), or is too large for a nickname file.
-platform::Status CheckNicknameFile(const std::string& windowsPath, bool forWriting);
+base::Status CheckNicknameFile(const std::string& windowsPath, bool forWriting);
 
 inline constexpr std::uint64_t kLargestNicknameFile = std::uint64_t{1} << 30;
 

@@ -1,6 +1,6 @@
 #include "host/eudora/outside_names.h"
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 #include "host/base/native_path.h"
 #include "platform/os/system.h"
 
@@ -44,13 +44,13 @@ std::vector<OutsideName> NamesLeadingOutside(const SetupOptions& options) {
     return outside;
 }
 
-platform::Failure LeadsOutside(const OutsideName& name) {
+base::Failure LeadsOutside(const OutsideName& name) {
     return base::Refused(
         name.path + " leads out of the Eudora folder, to " + name.target,
         "put the file itself there, or say --follow-links if that is what you want");
 }
 
-platform::Status RefuseNamesLeadingOutside(const SetupOptions& options) {
+base::Status RefuseNamesLeadingOutside(const SetupOptions& options) {
     const auto outside = NamesLeadingOutside(options);
     if (outside.empty() || options.followLinks) return {};
     return LeadsOutside(outside.front());

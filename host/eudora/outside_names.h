@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "host/base/failure.h"
 #include "host/eudora/setup.h"
-#include "platform/os/result.h"
 
 namespace host::eudora {
 
@@ -18,9 +18,9 @@ struct OutsideName {
 std::vector<OutsideName> NamesLeadingOutside(const SetupOptions& options);
 
 // Why nothing is written there, and what to do about it.
-platform::Failure LeadsOutside(const OutsideName& name);
+base::Failure LeadsOutside(const OutsideName& name);
 
 // kRefused, naming the first of them, unless the options follow links.
-platform::Status RefuseNamesLeadingOutside(const SetupOptions& options);
+base::Status RefuseNamesLeadingOutside(const SetupOptions& options);
 
 }  // namespace host::eudora

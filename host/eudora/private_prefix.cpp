@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <utility>
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 #include "host/base/folders.h"
 #include "host/base/native_path.h"
 #include "host/eudora/shadow_folder.h"
@@ -23,7 +23,7 @@ std::string ProgramName(const std::string& eudora) {
     return entries && !entries->empty() ? entries->front().name : ".";
 }
 
-platform::Status Link(const fs::path& link, const fs::path& target) {
+base::Status Link(const fs::path& link, const fs::path& target) {
     std::error_code error;
     if (fs::read_symlink(link, error) == target) return {};
     fs::remove(link, error);
@@ -36,7 +36,7 @@ platform::Status Link(const fs::path& link, const fs::path& target) {
 }
 
 // A text file that only changes when its content does.
-platform::Status Write(const fs::path& path, const std::string& content) {
+base::Status Write(const fs::path& path, const std::string& content) {
     auto& files = platform::NativeFiles();
     const std::string name = base::FromPath(path);
     const auto old = platform::ReadWhole(files, name, 1 << 20);
@@ -64,9 +64,8 @@ std::string PrivateRegistry(const std::string& program, unsigned codePage) {
     return text;
 }
 
-platform::Result<PrivatePrefix> PrivatePrefix::Make(const std::string& path,
-                                                    const std::string& eudora, unsigned codePage,
-                                                    bool temporary) {
+base::Result<PrivatePrefix> PrivatePrefix::Make(const std::string& path, const std::string& eudora,
+                                                unsigned codePage, bool temporary) {
     PrivatePrefix prefix;
     prefix.m_path = path;
     prefix.m_temporary = temporary;
@@ -92,8 +91,8 @@ platform::Result<PrivatePrefix> PrivatePrefix::Make(const std::string& path,
     return prefix;
 }
 
-platform::Result<PrivatePrefix> PrivatePrefix::Shadow(const std::string& path,
-                                                      const std::string& prefix) {
+base::Result<PrivatePrefix> PrivatePrefix::Shadow(const std::string& path,
+                                                  const std::string& prefix) {
     PrivatePrefix shadow;
     shadow.m_path = path;
     shadow.m_temporary = true;

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/os/result.h"
+#include "host/base/failure.h"
 
 namespace host::eudora {
 
@@ -19,12 +19,11 @@ class PrivatePrefix {
 
     // Makes the prefix `path`, or brings it up to date, for the folder. A temporary one goes with
     // this object.
-    static platform::Result<PrivatePrefix> Make(const std::string& path, const std::string& eudora,
-                                                unsigned codePage, bool temporary);
+    static base::Result<PrivatePrefix> Make(const std::string& path, const std::string& eudora,
+                                            unsigned codePage, bool temporary);
 
     // Makes a temporary one, `path`, with the drives of another prefix and a copy of its registry.
-    static platform::Result<PrivatePrefix> Shadow(const std::string& path,
-                                                  const std::string& prefix);
+    static base::Result<PrivatePrefix> Shadow(const std::string& path, const std::string& prefix);
 
     const std::string& Path() const { return m_path; }
 

@@ -7,7 +7,7 @@
 #include <sstream>
 #include <vector>
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 #include "host/base/folders.h"
 #include "host/base/native_path.h"
 #include "host/eudora/shadow_folder.h"
@@ -32,7 +32,7 @@ std::string KeyOf(const std::string& text) {
     return hex.data();
 }
 
-platform::Status CheckFolder(const std::string& folder, const std::string& what) {
+base::Status CheckFolder(const std::string& folder, const std::string& what) {
     const auto info = platform::NativeFiles().Stat(folder);
     if (!info) {
         return base::Refused(what + " " + folder + " does not exist or cannot be reached",
@@ -48,13 +48,13 @@ platform::Status CheckFolder(const std::string& folder, const std::string& what)
 }
 
 // A new one for each run, since what exists already may be anybody's.
-platform::Result<std::string> TemporaryPrefix() {
+base::Result<std::string> TemporaryPrefix() {
     const auto folder = platform::NativeFiles().TempFolder();
     if (!folder) return folder.Error();
     return platform::NativeFiles().CreateTempFolder(*folder, "kvsync-");
 }
 
-platform::Status UseBareFolder(const SetupOptions& options, Setup& setup) {
+base::Status UseBareFolder(const SetupOptions& options, Setup& setup) {
     if (auto checked = CheckFolder(*options.eudora, "the Eudora folder"); !checked) return checked;
     const std::string folder = WithoutLinks(*options.eudora);
     setup.memoryKey = KeyOf(folder);
@@ -80,7 +80,7 @@ platform::Status UseBareFolder(const SetupOptions& options, Setup& setup) {
     return platform::SetEnvironment("WINEPREFIX", setup.prefix.Path());
 }
 
-platform::Status UsePrefix(const SetupOptions& options, Setup& setup) {
+base::Status UsePrefix(const SetupOptions& options, Setup& setup) {
     std::string prefix;
     if (options.winePrefix) {
         prefix = WithoutLinks(*options.winePrefix);
@@ -109,7 +109,7 @@ platform::Status UsePrefix(const SetupOptions& options, Setup& setup) {
 }
 
 // Where the registry says that Eudora is. A folder named by hand must be that one.
-platform::Status FindFolder(const SetupOptions& options, Setup& setup) {
+base::Status FindFolder(const SetupOptions& options, Setup& setup) {
     auto& system = platform::NativeSystem();
     auto folder =
         system.registry.ReadText(platform::RegistryRoot::kLocalMachine, kAppPaths, "path");
@@ -151,7 +151,7 @@ platform::Status FindFolder(const SetupOptions& options, Setup& setup) {
 }
 
 // The translator makes what is missing in Eudora's folder: beside it, when nothing may be written.
-platform::Status ShadowEudora(const Setup& setup) {
+base::Status ShadowEudora(const Setup& setup) {
     const std::string folder = base::ToUtf8(setup.eudoraFolder);
     if (folder.size() < 3 || folder[1] != ':') return {};
     const char letter = static_cast<char>(folder[0] | 0x20);
@@ -163,7 +163,7 @@ platform::Status ShadowEudora(const Setup& setup) {
     return ShadowFolder(setup.prefix.Path() + "/dosdevices/" + letter + ":", names);
 }
 
-platform::Status ChooseSettingsFolder(const SetupOptions& options, Setup& setup) {
+base::Status ChooseSettingsFolder(const SetupOptions& options, Setup& setup) {
     if (!options.settings && !setup.init.settingsDir.empty()) return {};
     const std::string folder = options.settings
                                    ? WithoutLinks(*options.settings)
@@ -198,7 +198,7 @@ std::string ShownKey(const std::string& key) {
            " (without Wow6432Node where Windows has 32 bits)";
 }
 
-platform::Result<std::string> StateFolder() {
+base::Result<std::string> StateFolder() {
     if (auto folder = platform::Environment("XDG_STATE_HOME")) return *folder + "/kvsync";
     if (auto folder = platform::Environment("LOCALAPPDATA")) return *folder + "\\kvsync";
     if (auto home = platform::Environment("HOME")) return *home + "/.local/state/kvsync";
@@ -206,7 +206,7 @@ platform::Result<std::string> StateFolder() {
                          "set one, it holds kvsync's own files");
 }
 
-platform::Result<Setup> Prepare(const SetupOptions& options) {
+base::Result<Setup> Prepare(const SetupOptions& options) {
     Setup setup;
     auto state = StateFolder();
     if (!state) return state.Error();
@@ -236,14 +236,14 @@ platform::Result<Setup> Prepare(const SetupOptions& options) {
     return setup;
 }
 
-platform::Status RefuseMailsElsewhere(const Setup& setup) {
+base::Status RefuseMailsElsewhere(const Setup& setup) {
     if (setup.mailsElsewhere.empty()) return {};
     return base::Refused("on Windows the mails come from Eudora itself, which is installed in " +
                              setup.mailsElsewhere + ", not in " + setup.eudoraShown,
                          "leave --eudora out, or ask for contacts alone");
 }
 
-platform::Status RefuseRunningEudora(const Setup& setup) {
+base::Status RefuseRunningEudora(const Setup& setup) {
     auto& system = platform::NativeSystem();
     if (system.windows.Exists("EudoraMainWindow")) {
         return base::Refused("Eudora is running", "close it and try again");

@@ -3,8 +3,8 @@
 #include <optional>
 #include <string>
 
+#include "host/base/failure.h"
 #include "host/eudora/private_prefix.h"
-#include "platform/os/result.h"
 
 namespace host::eudora {
 
@@ -48,13 +48,13 @@ struct Setup {
 // Finds Eudora, points this process at its machine (at the first call; NativeSystem must not have
 // been used before) and makes what is missing in kvsync's own folder. kRefused, with nothing
 // changed, if there is no such folder or prefix, Eudora is not in it, or rights are missing.
-platform::Result<Setup> Prepare(const SetupOptions& options);
+base::Result<Setup> Prepare(const SetupOptions& options);
 
 // kRefused if Eudora has its folder open.
-platform::Status RefuseRunningEudora(const Setup& setup);
+base::Status RefuseRunningEudora(const Setup& setup);
 
 // kRefused if the mails that the module would give are those of another folder.
-platform::Status RefuseMailsElsewhere(const Setup& setup);
+base::Status RefuseMailsElsewhere(const Setup& setup);
 
 // The key of the local machine in which Eudora's set-up leaves its place.
 inline constexpr const char* kAppPaths =
@@ -64,7 +64,7 @@ inline constexpr const char* kAppPaths =
 std::string ShownKey(const std::string& key);
 
 // kvsync's own folder: $XDG_STATE_HOME/kvsync, %LOCALAPPDATA%\kvsync or ~/.local/state/kvsync.
-platform::Result<std::string> StateFolder();
+base::Result<std::string> StateFolder();
 
 // Where a relative or absolute native path leads, without links; as it stands if that is unknown.
 std::string WithoutLinks(const std::string& path);

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 #include "host/base/native_path.h"
 #include "text/ascii.h"
 
@@ -13,14 +13,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
-platform::Status StatusOf(const std::error_code& error, const fs::path& path) {
+base::Status StatusOf(const std::error_code& error, const fs::path& path) {
     if (!error) return {};
     return base::Refused(base::FromPath(path) + " cannot be made: " + error.message(),
                          "check the temporary folder");
 }
 
 // A link to a folder becomes a folder of links to what that one holds.
-platform::Status Unfold(const fs::path& path) {
+base::Status Unfold(const fs::path& path) {
     std::error_code error;
     if (!fs::is_symlink(path, error)) return {};
     const fs::path real = fs::canonical(path, error);
@@ -49,7 +49,7 @@ fs::path Spelt(const fs::path& folder, const std::string& name) {
 
 }  // namespace
 
-platform::Status ShadowFolder(const std::string& root, const std::vector<std::string>& names) {
+base::Status ShadowFolder(const std::string& root, const std::vector<std::string>& names) {
     fs::path path = base::ToPath(root);
     if (auto unfolded = Unfold(path); !unfolded) return unfolded;
     for (const std::string& name : names) {
@@ -62,7 +62,7 @@ platform::Status ShadowFolder(const std::string& root, const std::vector<std::st
     return {};
 }
 
-platform::Status ShadowPrefix(const std::string& prefix, const std::string& shadow) {
+base::Status ShadowPrefix(const std::string& prefix, const std::string& shadow) {
     const fs::path from = base::ToPath(prefix), to = base::ToPath(shadow);
     std::error_code error;
     fs::create_directories(to / "dosdevices", error);

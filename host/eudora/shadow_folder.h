@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/os/result.h"
+#include "host/base/failure.h"
 
 namespace host::eudora {
 
@@ -13,10 +13,10 @@ namespace host::eudora {
 // The folder `root` with the folder that `names` lead to below it becomes such a folder, with all
 // on the way. A link on the way is followed; names are matched without regard to case. What does
 // not exist is made, as an empty folder of its own. `root` must be a link or such a folder already.
-platform::Status ShadowFolder(const std::string& root, const std::vector<std::string>& names);
+base::Status ShadowFolder(const std::string& root, const std::vector<std::string>& names);
 
 // The Wine prefix `shadow` becomes one whose drives lead where those of `prefix` do, with a copy of
 // the machine's registry.
-platform::Status ShadowPrefix(const std::string& prefix, const std::string& shadow);
+base::Status ShadowPrefix(const std::string& prefix, const std::string& shadow);
 
 }  // namespace host::eudora

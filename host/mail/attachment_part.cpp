@@ -73,7 +73,7 @@ std::string PlainName(const std::string& name) {
     return plain.empty() ? "attachment" : plain;
 }
 
-platform::Status AppendFile(std::string& out, const MessageSink& sink, platform::File& file) {
+base::Status AppendFile(std::string& out, const MessageSink& sink, platform::File& file) {
     const auto buffer = std::make_unique<char[]>(kChunk);
     std::size_t filled = 0;
     for (;;) {
@@ -91,8 +91,8 @@ platform::Status AppendFile(std::string& out, const MessageSink& sink, platform:
 
 }  // namespace
 
-platform::Status AppendAttachment(std::string& out, const MessageSink& sink,
-                                  const std::string& name, platform::File& file) {
+base::Status AppendAttachment(std::string& out, const MessageSink& sink, const std::string& name,
+                              platform::File& file) {
     const std::string plain = PlainName(name);
     out += "Content-Type: ";
     out += ContentTypeOf(plain);

@@ -100,8 +100,8 @@ class PartWriter {
 };
 
 // A missing file becomes a remark: the mail comes without it, as in Eudora.
-platform::Status AppendAttachments(std::string& out, const MessageSink& sink, PartWriter& parts,
-                                   platform::Files& files, const Mail& mail, std::string& remarks) {
+base::Status AppendAttachments(std::string& out, const MessageSink& sink, PartWriter& parts,
+                               platform::Files& files, const Mail& mail, std::string& remarks) {
     for (const MailAttachment& attachment : mail.attachments) {
         auto file = files.Open(attachment.path, platform::OpenMode::kRead, platform::Share::kRead);
         if (!file && file.Error().code == platform::ErrorCode::kNotFound) {
@@ -116,8 +116,8 @@ platform::Status AppendAttachments(std::string& out, const MessageSink& sink, Pa
     return {};
 }
 
-platform::Status AppendParts(std::string& out, const MessageSink& sink, platform::Files& files,
-                             const Mail& mail, const std::vector<EncodedPiece>& texts) {
+base::Status AppendParts(std::string& out, const MessageSink& sink, platform::Files& files,
+                         const Mail& mail, const std::vector<EncodedPiece>& texts) {
     PartWriter parts(out, BoundaryFor(out, texts));
     for (const EncodedPiece& text : texts) {
         parts.Begin();
@@ -149,8 +149,8 @@ std::chrono::seconds OffsetAt(platform::Clock& clock, const Mail& mail) {
 
 }  // namespace
 
-platform::Status ComposeMail(platform::Files& files, const Mail& mail, std::chrono::seconds offset,
-                             const MessageSink& sink) {
+base::Status ComposeMail(platform::Files& files, const Mail& mail, std::chrono::seconds offset,
+                         const MessageSink& sink) {
     const std::string_view body = mail.body ? std::string_view(*mail.body) : std::string_view();
     const auto texts = Encode(SplitText(text::WithLineFeeds(body)));
     std::string message = HeaderOf(mail, offset);
@@ -163,9 +163,9 @@ platform::Status ComposeMail(platform::Files& files, const Mail& mail, std::chro
     return sink(message);
 }
 
-platform::Result<std::uint64_t> ComposeInto(maildir::Maildir& maildir, const std::string& unique,
-                                            platform::Files& files, platform::Clock& clock,
-                                            const Mail& mail, bool& isMailAtFault) {
+base::Result<std::uint64_t> ComposeInto(maildir::Maildir& maildir, const std::string& unique,
+                                        platform::Files& files, platform::Clock& clock,
+                                        const Mail& mail, bool& isMailAtFault) {
     isMailAtFault = false;
     const auto offset = OffsetAt(clock, mail);
     return maildir.Write(unique, [&](platform::File& file) {

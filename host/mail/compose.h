@@ -4,12 +4,12 @@
 #include <cstdint>
 #include <string>
 
+#include "host/base/failure.h"
 #include "host/mail/attachment_part.h"
 #include "host/mail/mail.h"
 #include "host/maildir/maildir.h"
 #include "platform/os/clock.h"
 #include "platform/os/files.h"
-#include "platform/os/result.h"
 
 namespace host::mail {
 
@@ -19,14 +19,14 @@ namespace host::mail {
 // every system. `offset` is the local time's difference to UTC in seconds at the mail's date. A
 // missing attachment file, and each note of the mail, becomes a line in a text part of its own at
 // the end. No attachment is in memory as a whole.
-platform::Status ComposeMail(platform::Files& files, const Mail& mail, std::chrono::seconds offset,
-                             const MessageSink& sink);
+base::Status ComposeMail(platform::Files& files, const Mail& mail, std::chrono::seconds offset,
+                         const MessageSink& sink);
 
 // Composes a mail into the tmp folder of a Maildir, under a name of that Maildir's, and gives its
 // size. After a failure nothing is there; `isMailAtFault` tells one of the mail from one of the
 // Maildir, which other mails would meet, too.
-platform::Result<std::uint64_t> ComposeInto(maildir::Maildir& maildir, const std::string& unique,
-                                            platform::Files& files, platform::Clock& clock,
-                                            const Mail& mail, bool& isMailAtFault);
+base::Result<std::uint64_t> ComposeInto(maildir::Maildir& maildir, const std::string& unique,
+                                        platform::Files& files, platform::Clock& clock,
+                                        const Mail& mail, bool& isMailAtFault);
 
 }  // namespace host::mail

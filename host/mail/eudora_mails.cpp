@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 #include "host/base/native_path.h"
 #include "host/base/out_of_memory.h"
 #include "host/mail/mail_date.h"
@@ -28,7 +28,7 @@ bool HasAttachments(MailParts parts) {
 
 // The value, or nothing and the failure among the notes.
 template <class T>
-std::optional<T> OrNote(platform::Result<T> value, std::vector<std::string>& notes) {
+std::optional<T> OrNote(base::Result<T> value, std::vector<std::string>& notes) {
     if (value) return *std::move(value);
     notes.push_back(value.Error().Message());
     return std::nullopt;
@@ -36,7 +36,7 @@ std::optional<T> OrNote(platform::Result<T> value, std::vector<std::string>& not
 
 constexpr const char* kNobodyNamed = "undisclosed-recipients";
 
-platform::Result<std::string> AttachmentList(const std::vector<NewAttachment>& attachments) {
+base::Result<std::string> AttachmentList(const std::vector<NewAttachment>& attachments) {
     CArray<CRAttachmentInfo> list;
     for (const NewAttachment& attachment : attachments) {
         const auto path = platform::WindowsPathOf(attachment.path);
@@ -105,8 +105,9 @@ EudoraMails::EudoraMails(std::unique_ptr<translator::TranslatorSession> session,
       m_limits(limits),
       m_limitsLine(DescribeLeftOut(limits)) {}
 
-platform::Result<std::unique_ptr<MailSource>> EudoraMails::Open(
-    translator::TranslatorSession session, const std::string& selection, unsigned codePage) {
+base::Result<std::unique_ptr<MailSource>> EudoraMails::Open(translator::TranslatorSession session,
+                                                            const std::string& selection,
+                                                            unsigned codePage) {
     auto limits = translator::ReadMailLimits(session, selection);
     if (!limits) return limits.Error();
     if (auto opened = session.Open(); !opened) return opened.Error();
@@ -116,7 +117,7 @@ platform::Result<std::unique_ptr<MailSource>> EudoraMails::Open(
 }
 
 // The same translator keeps its index of the mailbox when it is closed and opened again.
-platform::Status EudoraMails::LiftLimits() {
+base::Status EudoraMails::LiftLimits() {
     if (auto closed = m_session.Close(); !closed) return closed;
     translator::MailLimitChanges changes;
     changes.limitsAge = changes.limitsSize = false;
@@ -127,14 +128,14 @@ platform::Status EudoraMails::LiftLimits() {
     return {};
 }
 
-platform::Status EudoraMails::Walk(Reach reach, const Visit& visit) {
+base::Status EudoraMails::Walk(Reach reach, const Visit& visit) {
     if (reach == Reach::kAll && HasLimits()) {
         if (auto lifted = LiftLimits(); !lifted) return lifted;
     }
     return WalkShown(visit);
 }
 
-platform::Status EudoraMails::WalkShown(const Visit& visit) {
+base::Status EudoraMails::WalkShown(const Visit& visit) {
     std::string last;
     auto found = m_session.MoveFirst();
     while (!found || *found) {
@@ -151,19 +152,19 @@ platform::Status EudoraMails::WalkShown(const Visit& visit) {
     return {};
 }
 
-MailHead EudoraMails::HeadOrFault(const platform::Result<bool>& reached) {
-    auto head = reached ? CurrentHead() : platform::Result<MailHead>(reached.Error());
+MailHead EudoraMails::HeadOrFault(const base::Result<bool>& reached) {
+    auto head = reached ? CurrentHead() : base::Result<MailHead>(reached.Error());
     if (head) return *std::move(head);
     m_fault = head.Error();
     auto id = m_session.RecordId();
     return {id ? *std::move(id) : std::string(), {}};
 }
 
-platform::Status EudoraMails::ReachAny() {
+base::Status EudoraMails::ReachAny() {
     return WalkShown([](const MailHead& head) { return head.marker.empty(); });
 }
 
-platform::Result<bool> EudoraMails::IsGoneBy(const std::string& message) {
+base::Result<bool> EudoraMails::IsGoneBy(const std::string& message) {
     // A mailbox that cannot be read now would give one message for all ids.
     if (auto reached = ReachAny(); !reached) return reached.Error();
     if (m_goneMessage.empty()) {
@@ -174,7 +175,7 @@ platform::Result<bool> EudoraMails::IsGoneBy(const std::string& message) {
     return message == m_goneMessage;
 }
 
-platform::Result<bool> EudoraMails::GoTo(const std::string& id) {
+base::Result<bool> EudoraMails::GoTo(const std::string& id) {
     m_fault.reset();
     auto found = m_session.GoTo(id);
     if (found) return found;
@@ -184,7 +185,7 @@ platform::Result<bool> EudoraMails::GoTo(const std::string& id) {
     return found;
 }
 
-platform::Result<std::optional<MailHead>> EudoraMails::Find(const std::string& id) {
+base::Result<std::optional<MailHead>> EudoraMails::Find(const std::string& id) {
     auto found = GoTo(id);
     if (!found) return found.Error();
     if (!*found) return std::optional<MailHead>();
@@ -193,7 +194,7 @@ platform::Result<std::optional<MailHead>> EudoraMails::Find(const std::string& i
     return std::optional<MailHead>(*std::move(head));
 }
 
-platform::Result<MailHead> EudoraMails::CurrentHead() {
+base::Result<MailHead> EudoraMails::CurrentHead() {
     m_fault.reset();
     auto id = m_session.RecordId();
     if (!id) return id.Error();
@@ -255,14 +256,14 @@ std::string EudoraMails::CurrentName() {
     return name;
 }
 
-platform::Result<Mail> EudoraMails::Read(MailParts parts) {
-    auto mail = m_fault ? platform::Result<Mail>(*m_fault)
+base::Result<Mail> EudoraMails::Read(MailParts parts) {
+    auto mail = m_fault ? base::Result<Mail>(*m_fault)
                         : base::OrOutOfMemory([&] { return ReadCurrent(parts); });
     if (mail) return mail;
     return base::Failed(CurrentName() + ": cannot be read: " + mail.Error().Message());
 }
 
-platform::Result<Mail> EudoraMails::ReadCurrent(MailParts parts) {
+base::Result<Mail> EudoraMails::ReadCurrent(MailParts parts) {
     auto head = CurrentHead();
     if (!head) return head.Error();
     Mail mail;
@@ -289,7 +290,7 @@ platform::Result<Mail> EudoraMails::ReadCurrent(MailParts parts) {
     return mail;
 }
 
-platform::Status EudoraMails::SetTexts(const NewMail& mail, bool isOutgoing) {
+base::Status EudoraMails::SetTexts(const NewMail& mail, bool isOutgoing) {
     const auto recipients = isOutgoing ? OutgoingRecipients : StoredRecipients;
     const std::string to = recipients(mail.to);
     const std::pair<MailField, std::string> texts[] = {
@@ -308,7 +309,7 @@ platform::Status EudoraMails::SetTexts(const NewMail& mail, bool isOutgoing) {
 }
 
 // The translator takes each file away that it could copy, and tells of no other.
-platform::Status EudoraMails::SetAttachments(const NewMail& mail) {
+base::Status EudoraMails::SetAttachments(const NewMail& mail) {
     if (mail.attachments.empty()) return {};
     const auto list = AttachmentList(mail.attachments);
     if (!list) return list.Error();
@@ -321,7 +322,7 @@ platform::Status EudoraMails::SetAttachments(const NewMail& mail) {
     return {};
 }
 
-platform::Result<MailHead> EudoraMails::Add(const NewMail& mail, std::uint32_t status) {
+base::Result<MailHead> EudoraMails::Add(const NewMail& mail, std::uint32_t status) {
     std::vector<translator::TextValue> shown;
     if (!mail.from.empty()) shown.push_back({FieldId(MailField::kFrom), mail.from});
     const std::string statusField = FieldId(MailField::kStatus);
@@ -346,7 +347,7 @@ platform::Result<MailHead> EudoraMails::Add(const NewMail& mail, std::uint32_t s
     return MailHead{std::move(stored->id), std::move(stored->modifiedInfo)};
 }
 
-platform::Status EudoraMails::AddOutgoing(const NewMail& mail) {
+base::Status EudoraMails::AddOutgoing(const NewMail& mail) {
     if (mail.to.empty() && mail.cc.empty() && mail.bcc.empty()) {
         return base::Failed("the mail names no recipient");
     }
@@ -354,22 +355,22 @@ platform::Status EudoraMails::AddOutgoing(const NewMail& mail) {
         return base::Failed("the mail has a recipient with a comma in the address");
     }
     const auto stored = Add(mail, kStatusToSend);
-    return stored ? platform::Status() : platform::Status(stored.Error());
+    return stored ? base::Status() : base::Status(stored.Error());
 }
 
-platform::Status EudoraMails::SetStatus(const std::string& id, std::uint32_t status) {
+base::Status EudoraMails::SetStatus(const std::string& id, std::uint32_t status) {
     if (auto begun = m_session.BeginEdit(id); !begun) return begun;
     auto set = m_session.SetNumber(FieldId(MailField::kStatus), static_cast<std::int32_t>(status));
     if (!set) return set;
     const auto stored = m_session.StoreWithMarker();
-    return stored ? platform::Status() : platform::Status(stored.Error());
+    return stored ? base::Status() : base::Status(stored.Error());
 }
 
-platform::Status EudoraMails::Remove(const std::string& id) {
+base::Status EudoraMails::Remove(const std::string& id) {
     return m_session.Delete(id);
 }
 
-platform::Status EudoraMails::Finish() {
+base::Status EudoraMails::Finish() {
     const auto closed = m_session.Close();
     const auto opened = m_session.Open();
     return closed ? opened : closed;

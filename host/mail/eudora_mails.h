@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "frame/interface/field_ids.h"
+#include "host/base/failure.h"
 #include "host/mail/mail_source.h"
 #include "host/translator/mail_settings.h"
 #include "host/translator/translator_session.h"
@@ -19,46 +20,46 @@ class EudoraMails : public MailSource {
     EudoraMails(translator::TranslatorSession& session, unsigned codePage);
     // Opens the session, for which `selection` was selected. The limits are read from it; no
     // settings are saved.
-    static platform::Result<std::unique_ptr<MailSource>> Open(translator::TranslatorSession session,
-                                                              const std::string& selection,
-                                                              unsigned codePage);
+    static base::Result<std::unique_ptr<MailSource>> Open(translator::TranslatorSession session,
+                                                          const std::string& selection,
+                                                          unsigned codePage);
 
     bool HasLimits() const override { return m_limits.limitsAge || m_limits.limitsSize; }
     std::string Limits() const override { return m_limitsLine; }
-    platform::Status Walk(Reach reach, const Visit& visit) override;
+    base::Status Walk(Reach reach, const Visit& visit) override;
     // Makes a mail the current one; false if it is gone. The translator tells a mail that is gone
     // from a fault by its message alone: the one that it gives for an id that no mail can have,
     // while the mailbox can be read.
-    platform::Result<bool> GoTo(const std::string& id);
-    platform::Result<std::optional<MailHead>> Find(const std::string& id) override;
+    base::Result<bool> GoTo(const std::string& id);
+    base::Result<std::optional<MailHead>> Find(const std::string& id) override;
     std::optional<std::string> MessageId() override;
     std::string Name() override;
-    platform::Result<Mail> Read(MailParts parts) override;
+    base::Result<Mail> Read(MailParts parts) override;
 
-    platform::Result<MailHead> Add(const NewMail& mail, std::uint32_t status) override;
-    platform::Status AddOutgoing(const NewMail& mail) override;
-    platform::Status SetStatus(const std::string& id, std::uint32_t status) override;
-    platform::Status Remove(const std::string& id) override;
-    platform::Status Finish() override;
+    base::Result<MailHead> Add(const NewMail& mail, std::uint32_t status) override;
+    base::Status AddOutgoing(const NewMail& mail) override;
+    base::Status SetStatus(const std::string& id, std::uint32_t status) override;
+    base::Status Remove(const std::string& id) override;
+    base::Status Finish() override;
 
   private:
     EudoraMails(std::unique_ptr<translator::TranslatorSession> session, std::string selection,
                 const translator::MailLimits& limits, unsigned codePage);
 
-    platform::Status LiftLimits();
-    platform::Status WalkShown(const Visit& visit);
-    platform::Result<MailHead> CurrentHead();
-    MailHead HeadOrFault(const platform::Result<bool>& reached);
-    platform::Status ReachAny();
-    platform::Result<bool> IsGoneBy(const std::string& message);
+    base::Status LiftLimits();
+    base::Status WalkShown(const Visit& visit);
+    base::Result<MailHead> CurrentHead();
+    MailHead HeadOrFault(const base::Result<bool>& reached);
+    base::Status ReachAny();
+    base::Result<bool> IsGoneBy(const std::string& message);
 
     std::optional<std::string> Text(MailField field, std::vector<std::string>& notes);
-    platform::Result<Mail> ReadCurrent(MailParts parts);
+    base::Result<Mail> ReadCurrent(MailParts parts);
     void ReadAttachments(Mail& mail);
     std::string CurrentName();
 
-    platform::Status SetTexts(const NewMail& mail, bool isOutgoing);
-    platform::Status SetAttachments(const NewMail& mail);
+    base::Status SetTexts(const NewMail& mail, bool isOutgoing);
+    base::Status SetAttachments(const NewMail& mail);
 
     std::unique_ptr<translator::TranslatorSession> m_owned;  // null if it is another's
     translator::TranslatorSession& m_session;
@@ -67,7 +68,7 @@ class EudoraMails : public MailSource {
     translator::MailLimits m_limits;
     std::string m_limitsLine;
     std::string m_goneMessage;
-    std::optional<platform::Failure> m_fault;  // of the current mail
+    std::optional<base::Failure> m_fault;  // of the current mail
 };
 
 }  // namespace host::mail

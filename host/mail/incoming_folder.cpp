@@ -1,6 +1,6 @@
 #include "host/mail/incoming_folder.h"
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 #include "host/base/native_path.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
@@ -31,7 +31,7 @@ void RemoveLeftovers(platform::Files& files, std::string folder, const std::stri
 
 }  // namespace
 
-platform::Result<std::unique_ptr<IncomingFolder>> IncomingFolder::Create(const std::string& key) {
+base::Result<std::unique_ptr<IncomingFolder>> IncomingFolder::Create(const std::string& key) {
     auto temp = platform::NativeSystem().files.TempFolder();
     if (!temp) return temp.Error();
     const auto native = platform::NativePathOf(*temp);

@@ -3,8 +3,8 @@
 #include <memory>
 #include <string>
 
+#include "host/base/failure.h"
 #include "platform/os/files.h"
-#include "platform/os/result.h"
 
 namespace host::mail {
 
@@ -14,7 +14,7 @@ class IncomingFolder {
   public:
     // `key` tells runs on different Eudoras apart; what an earlier run with the same key left is
     // removed, so one run at a time may use it.
-    static platform::Result<std::unique_ptr<IncomingFolder>> Create(const std::string& key);
+    static base::Result<std::unique_ptr<IncomingFolder>> Create(const std::string& key);
     ~IncomingFolder();
     IncomingFolder(const IncomingFolder&) = delete;
     IncomingFolder& operator=(const IncomingFolder&) = delete;

@@ -101,7 +101,7 @@ class PartReader {
     Part Text(const PartType& type, std::string_view body) const {
         TextPiece piece;
         std::string bytes;
-        (void)DecodeBody(body, type.encoding, [&](std::string_view decoded) -> platform::Status {
+        (void)DecodeBody(body, type.encoding, [&](std::string_view decoded) -> base::Status {
             bytes += decoded;
             return {};
         });

@@ -5,9 +5,9 @@
 #include <optional>
 #include <string>
 
+#include "host/base/failure.h"
 #include "host/mail/mail.h"
 #include "host/mail/new_mail.h"
-#include "platform/os/result.h"
 
 namespace host::mail {
 
@@ -26,7 +26,7 @@ enum class Reach { kWithinLimits, kAll };
 class MailSource {
   public:
     // False from it ends the walk, and so does a failure.
-    using Visit = std::function<platform::Result<bool>(const MailHead&)>;
+    using Visit = std::function<base::Result<bool>(const MailHead&)>;
 
     virtual ~MailSource() = default;
 
@@ -37,10 +37,10 @@ class MailSource {
     virtual std::string Limits() const { return {}; }
     // Visits the mails in the mailbox's order, and those that cannot be read; each is the current
     // one while it is visited.
-    virtual platform::Status Walk(Reach reach, const Visit& visit) = 0;
+    virtual base::Status Walk(Reach reach, const Visit& visit) = 0;
     // Makes a mail the current one, whatever the limits hide; nothing if it is gone, a failure if
     // it cannot be read. Cheap in mailbox order.
-    virtual platform::Result<std::optional<MailHead>> Find(const std::string& id) = 0;
+    virtual base::Result<std::optional<MailHead>> Find(const std::string& id) = 0;
 
     // Of the current mail: its Message-ID without angle brackets in the system code page, empty if
     // it has none, nothing if that cannot be told; what a report calls it.
@@ -48,7 +48,7 @@ class MailSource {
     virtual std::string Name() = 0;
     // All of the current mail. A field that cannot be read is left out and told in its notes; where
     // nothing can be read, the failure names the mail by what can.
-    virtual platform::Result<Mail> Read(MailParts parts) = 0;
+    virtual base::Result<Mail> Read(MailParts parts) = 0;
 
     // The changes below but Remove, which works at once, wait until Finish.
 
@@ -56,15 +56,15 @@ class MailSource {
     // files are gone afterwards. Gives the id and the marker that it will have. A mail that names
     // no recipient goes to "undisclosed-recipients": Eudora's index passes over one without any.
     // Nothing of a mail that fails is stored.
-    virtual platform::Result<MailHead> Add(const NewMail& mail, std::uint32_t status) = 0;
+    virtual base::Result<MailHead> Add(const NewMail& mail, std::uint32_t status) = 0;
     // Hands a mail over for sending. It has no id, and a Finish that fails does not tell which of
     // several mails failed: finish after each.
-    virtual platform::Status AddOutgoing(const NewMail& mail) = 0;
-    virtual platform::Status SetStatus(const std::string& id, std::uint32_t status) = 0;
-    virtual platform::Status Remove(const std::string& id) = 0;
+    virtual base::Status AddOutgoing(const NewMail& mail) = 0;
+    virtual base::Status SetStatus(const std::string& id, std::uint32_t status) = 0;
+    virtual base::Status Remove(const std::string& id) = 0;
     // Carries out what waits. After a failure a part may have been carried out; the in-box can be
     // read again all the same.
-    virtual platform::Status Finish() = 0;
+    virtual base::Status Finish() = 0;
 };
 
 }  // namespace host::mail

@@ -166,8 +166,8 @@ std::optional<double> DecodedDate(const std::string& value, platform::Clock& clo
     return ToOleDate(LocalSeconds(instant + clock.UtcOffset(near)));
 }
 
-platform::Status DecodeBody(std::string_view body, const std::string& encoding,
-                            const std::function<platform::Status(std::string_view)>& take) {
+base::Status DecodeBody(std::string_view body, const std::string& encoding,
+                        const std::function<base::Status(std::string_view)>& take) {
     GMimeEncoding decoder;
     g_mime_encoding_init_decode(&decoder, g_mime_content_encoding_from_string(encoding.c_str()));
     std::string decoded(g_mime_encoding_outlen(&decoder, kPiece), '\0');

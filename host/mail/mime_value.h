@@ -6,10 +6,10 @@
 #include <string_view>
 #include <vector>
 
+#include "host/base/failure.h"
 #include "host/mail/mime_entity.h"
 #include "host/mail/new_mail.h"
 #include "platform/os/clock.h"
-#include "platform/os/result.h"
 
 namespace host::mail {
 
@@ -40,7 +40,7 @@ std::optional<double> DecodedDate(const std::string& value, platform::Clock& clo
 
 // Undoes a transfer encoding and hands the bytes over piece by piece; a failure of `take` ends it.
 // An encoding that is not known is none.
-platform::Status DecodeBody(std::string_view body, const std::string& encoding,
-                            const std::function<platform::Status(std::string_view)>& take);
+base::Status DecodeBody(std::string_view body, const std::string& encoding,
+                        const std::function<base::Status(std::string_view)>& take);
 
 }  // namespace host::mail

@@ -5,7 +5,7 @@
 
 #include <gmime/gmime.h>
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 #include "host/mail/content_type.h"
 #include "host/mail/eudora_text.h"
 #include "host/mail/mail_reader.h"
@@ -57,7 +57,7 @@ class FileMaker {
   public:
     FileMaker(const ParsePlace& place, NewMail& mail) : m_place(place), m_mail(mail) {}
 
-    platform::Status Add(const FilePart& part) {
+    base::Status Add(const FilePart& part) {
         auto path = m_place.files.CreateTempFile(m_place.folder, "kvm");
         if (!path) return path.Error();
         m_mail.attachments.push_back({NameOf(part), *path});
@@ -99,7 +99,7 @@ class MailMaker {
     MailMaker(const Message& message, const ParsePlace& place)
         : m_message(message), m_place(place), m_text(place.codePage) {}
 
-    platform::Result<NewMail> Run() {
+    base::Result<NewMail> Run() {
         ReadHeader();
         FileMaker files(m_place, m_mail);
         if (auto made = MakeContent(files); !made) {
@@ -178,7 +178,7 @@ class MailMaker {
         return kept;
     }
 
-    platform::Status MakeContent(FileMaker& files) {
+    base::Status MakeContent(FileMaker& files) {
         ReadParts parts = ReadMailParts(m_message.Parts(), m_place.codePage);
         if (parts.isTooComplex) {
             m_mail.notes.push_back(
@@ -190,10 +190,10 @@ class MailMaker {
         for (const FilePart& part : parts.files) {
             if (auto added = files.Add(part); !added) return added;
         }
-        return m_mail.body.size() > kLongestText ? CutBody(files) : platform::Status();
+        return m_mail.body.size() > kLongestText ? CutBody(files) : base::Status();
     }
 
-    platform::Status CutBody(FileMaker& files) {
+    base::Status CutBody(FileMaker& files) {
         const std::string whole = std::exchange(m_mail.body, {});
         m_mail.body = CutText(whole, kLongestText, m_place.codePage);
         m_mail.notes.push_back("the text was cut: the whole of it is the attachment text.txt");
@@ -212,12 +212,12 @@ std::string MessageIdForEudora(std::string_view bytes) {
     return MessageIdOf(Message(bytes));
 }
 
-platform::Status CanParseMail() {
+base::Status CanParseMail() {
     return {};
 }
 
-platform::Result<NewMail> ParseMail(std::string_view bytes, const ParsePlace& place,
-                                    const std::string& name) {
+base::Result<NewMail> ParseMail(std::string_view bytes, const ParsePlace& place,
+                                const std::string& name) {
     if (bytes.size() > kLargestMessage) {
         return base::Refused(name + " has more than 256 MB and is left where it is");
     }

@@ -4,10 +4,10 @@
 #include <string>
 #include <string_view>
 
+#include "host/base/failure.h"
 #include "host/mail/new_mail.h"
 #include "platform/os/clock.h"
 #include "platform/os/files.h"
-#include "platform/os/result.h"
 
 namespace host::mail {
 
@@ -22,7 +22,7 @@ struct ParsePlace {
 
 // kRefused, with the reason and the way out, in a build without a MIME library; ParseMail gives the
 // same.
-platform::Status CanParseMail();
+base::Status CanParseMail();
 
 // Reads an Internet message of any kind, also damaged, malicious or empty, in time and memory that
 // its size bounds. `name` is what a refusal calls it: kRefused for one above kLargestMessage; other
@@ -33,8 +33,8 @@ platform::Status CanParseMail();
 // would take for its own marks (attachment lines, separators, <x-html>) are made harmless by a
 // blank; those that ComposeMail wrote come back as Eudora's marks. A text too long for Eudora is
 // cut, and its whole is an attachment.
-platform::Result<NewMail> ParseMail(std::string_view bytes, const ParsePlace& place,
-                                    const std::string& name);
+base::Result<NewMail> ParseMail(std::string_view bytes, const ParsePlace& place,
+                                const std::string& name);
 
 // The Message-ID of a message by the same rule, without reading the rest.
 std::string MessageIdForEudora(std::string_view bytes);

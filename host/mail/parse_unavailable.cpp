@@ -1,18 +1,18 @@
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 #include "host/mail/parse.h"
 #include "host/maildir/message_header.h"
 
 namespace host::mail {
 
-platform::Status CanParseMail() {
+base::Status CanParseMail() {
     return base::Refused(
         "this build of kvsync has no MIME library, so it reads no mail of other programs: list "
         "mail, "
         "show mail, export mail, configure mail and shell mail work");
 }
 
-platform::Result<NewMail> ParseMail(std::string_view /*bytes*/, const ParsePlace& /*place*/,
-                                    const std::string& /*name*/) {
+base::Result<NewMail> ParseMail(std::string_view /*bytes*/, const ParsePlace& /*place*/,
+                                const std::string& /*name*/) {
     return CanParseMail().Error();
 }
 

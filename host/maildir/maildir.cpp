@@ -24,7 +24,7 @@ std::string OwnSuffix() {
     return "P" + std::to_string(platform::ProcessNumber()) + hex.data() + ".kvsync";
 }
 
-platform::Status MakeFolder(platform::Files& files, const std::string& path) {
+base::Status MakeFolder(platform::Files& files, const std::string& path) {
     auto made = files.CreateFolder(path);
     if (made || made.Error().code == ErrorCode::kAlreadyExists) return {};
     return made;
@@ -52,7 +52,7 @@ std::string Maildir::PathOf(const MaildirEntry& entry) const {
     return Path(entry.isNew ? "new" : "cur", entry.name);
 }
 
-platform::Status Maildir::Create() {
+base::Status Maildir::Create() {
     // The folders above are made as far as they are missing. A slash separates on every system.
     const std::string separators{m_files.Separator(), '/'};
     for (std::size_t at = 1; at <= m_folder.size(); ++at) {
@@ -67,7 +67,7 @@ platform::Status Maildir::Create() {
     return {};
 }
 
-platform::Result<std::vector<MaildirEntry>> Maildir::List() {
+base::Result<std::vector<MaildirEntry>> Maildir::List() {
     std::vector<MaildirEntry> entries;
     std::unordered_map<std::string, std::size_t> known;
     // Mails move from new to cur: in this order none is missed on its way, but one may be seen
@@ -101,8 +101,8 @@ MaildirEntry Maildir::EntryOf(const std::string& unique, std::string_view flags)
     return {unique, unique + m_infoStart + sorted, std::move(sorted), false};
 }
 
-platform::Status Maildir::MoveTo(const std::string& from, const std::string& unique,
-                                 std::string_view flags) {
+base::Status Maildir::MoveTo(const std::string& from, const std::string& unique,
+                             std::string_view flags) {
     auto moved = m_files.MoveLazily(from, PathOf(EntryOf(unique, flags)));
     if (moved || moved.Error().code != ErrorCode::kInvalidArgument || m_infoStart == "!2,") {
         return moved;
@@ -111,8 +111,8 @@ platform::Status Maildir::MoveTo(const std::string& from, const std::string& uni
     return m_files.MoveLazily(from, PathOf(EntryOf(unique, flags)));
 }
 
-platform::Result<std::uint64_t> Maildir::Write(
-    const std::string& unique, const std::function<platform::Status(platform::File&)>& write) {
+base::Result<std::uint64_t> Maildir::Write(
+    const std::string& unique, const std::function<base::Status(platform::File&)>& write) {
     auto file =
         m_files.Open(Path("tmp", unique), platform::OpenMode::kCreateNew, platform::Share::kNone);
     if (!file) return file.Error();
@@ -125,13 +125,13 @@ platform::Result<std::uint64_t> Maildir::Write(
     return status ? size.Error() : status.Error();
 }
 
-platform::Status Maildir::Deliver(const std::string& unique, std::string_view flags) {
+base::Status Maildir::Deliver(const std::string& unique, std::string_view flags) {
     auto moved = MoveTo(Path("tmp", unique), unique, flags);
     if (!moved) Discard(unique);
     return moved;
 }
 
-platform::Status Maildir::SetFlags(const MaildirEntry& entry, std::string_view flags) {
+base::Status Maildir::SetFlags(const MaildirEntry& entry, std::string_view flags) {
     // A mail that once had flags stays in cur.
     MaildirEntry target = EntryOf(entry.unique, flags);
     if (flags.empty() && !entry.isNew) {
@@ -144,20 +144,19 @@ platform::Status Maildir::SetFlags(const MaildirEntry& entry, std::string_view f
     return m_files.MoveLazily(from, to);
 }
 
-platform::Status Maildir::Remove(const MaildirEntry& entry) {
+base::Status Maildir::Remove(const MaildirEntry& entry) {
     return m_files.Delete(PathOf(entry));
 }
 
-platform::Status Maildir::MoveInto(Maildir& other, const MaildirEntry& entry,
-                                   std::string_view flags) {
+base::Status Maildir::MoveInto(Maildir& other, const MaildirEntry& entry, std::string_view flags) {
     return other.MoveTo(PathOf(entry), entry.unique, flags);
 }
 
-platform::Result<std::string> Maildir::Read(const MaildirEntry& entry, std::uint64_t limit) {
+base::Result<std::string> Maildir::Read(const MaildirEntry& entry, std::uint64_t limit) {
     return platform::ReadWhole(m_files, PathOf(entry), limit, platform::Share::kReadWrite);
 }
 
-platform::Status Maildir::FlushOneByOne(const std::vector<MaildirEntry>& delivered) {
+base::Status Maildir::FlushOneByOne(const std::vector<MaildirEntry>& delivered) {
     for (const MaildirEntry& entry : delivered) {
         auto file = m_files.Open(PathOf(entry), platform::OpenMode::kReadWrite,
                                  platform::Share::kReadWrite);
@@ -169,7 +168,7 @@ platform::Status Maildir::FlushOneByOne(const std::vector<MaildirEntry>& deliver
     return {};
 }
 
-platform::Status Maildir::Settle(const std::vector<MaildirEntry>& delivered) {
+base::Status Maildir::Settle(const std::vector<MaildirEntry>& delivered) {
     auto settled = m_files.Settle(m_folder);
     if (settled || settled.Error().code != ErrorCode::kNotSupported) return settled;
     return FlushOneByOne(delivered);
@@ -179,13 +178,13 @@ void Maildir::Discard(const std::string& unique) {
     (void)m_files.Delete(Path("tmp", unique));
 }
 
-platform::Result<std::uint64_t> Maildir::SizeOf(const MaildirEntry& entry) {
+base::Result<std::uint64_t> Maildir::SizeOf(const MaildirEntry& entry) {
     auto info = m_files.Stat(PathOf(entry));
     if (!info) return info.Error();
     return info->size;
 }
 
-platform::Result<std::string> Maildir::ReadHeader(const MaildirEntry& entry) {
+base::Result<std::string> Maildir::ReadHeader(const MaildirEntry& entry) {
     return maildir::ReadHeader(m_files, PathOf(entry));
 }
 

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "host/base/failure.h"
 #include "platform/os/clock.h"
 #include "platform/os/files.h"
 
@@ -26,35 +27,35 @@ class Maildir {
     Maildir(platform::Files& files, platform::Clock& clock, std::string folder);
 
     // Makes what is missing of the folder and its cur, new and tmp.
-    platform::Status Create();
+    base::Status Create();
     // All mails in new and cur, each once, in no order. Other files are passed over, and a folder
     // that does not exist holds none. What another program renames meanwhile may be missed.
-    platform::Result<std::vector<MaildirEntry>> List();
+    base::Result<std::vector<MaildirEntry>> List();
     // A name that no other program, host or moment has.
     std::string NewName();
     // Lets `write` fill a file in tmp, and gives its size; after a failure there is none.
-    platform::Result<std::uint64_t> Write(
-        const std::string& unique, const std::function<platform::Status(platform::File&)>& write);
+    base::Result<std::uint64_t> Write(const std::string& unique,
+                                      const std::function<base::Status(platform::File&)>& write);
     // Moves it from there to cur (with flags) or new (without): a reader sees it whole or not at
     // all. Durable after Settle; after a failure it is gone.
-    platform::Status Deliver(const std::string& unique, std::string_view flags);
+    base::Status Deliver(const std::string& unique, std::string_view flags);
     // Removes what lies in tmp under the name.
     void Discard(const std::string& unique);
     // Renames so that exactly these flags are set; kNotFound if the file is gone. Durable after
     // Settle.
-    platform::Status SetFlags(const MaildirEntry& entry, std::string_view flags);
-    platform::Status Remove(const MaildirEntry& entry);
+    base::Status SetFlags(const MaildirEntry& entry, std::string_view flags);
+    base::Status Remove(const MaildirEntry& entry);
     // Moves a mail into cur of another Maildir on the same file system, which is there, with these
     // flags. Durable after Settle.
-    platform::Status MoveInto(Maildir& other, const MaildirEntry& entry, std::string_view flags);
+    base::Status MoveInto(Maildir& other, const MaildirEntry& entry, std::string_view flags);
     // The whole mail; its header, as ReadHeader has it.
-    platform::Result<std::string> Read(const MaildirEntry& entry, std::uint64_t limit);
-    platform::Result<std::string> ReadHeader(const MaildirEntry& entry);
+    base::Result<std::string> Read(const MaildirEntry& entry, std::uint64_t limit);
+    base::Result<std::string> ReadHeader(const MaildirEntry& entry);
     // Returns when all of the above is on the disk. `delivered` names the deliveries since the
     // last call.
-    platform::Status Settle(const std::vector<MaildirEntry>& delivered);
+    base::Status Settle(const std::vector<MaildirEntry>& delivered);
 
-    platform::Result<std::uint64_t> SizeOf(const MaildirEntry& entry);
+    base::Result<std::uint64_t> SizeOf(const MaildirEntry& entry);
 
     // The entry under which Deliver puts a mail.
     MaildirEntry EntryOf(const std::string& unique, std::string_view flags) const;
@@ -62,9 +63,8 @@ class Maildir {
   private:
     std::string Path(const char* folder, std::string_view name) const;
     std::string PathOf(const MaildirEntry& entry) const;
-    platform::Status MoveTo(const std::string& from, const std::string& unique,
-                            std::string_view flags);
-    platform::Status FlushOneByOne(const std::vector<MaildirEntry>& delivered);
+    base::Status MoveTo(const std::string& from, const std::string& unique, std::string_view flags);
+    base::Status FlushOneByOne(const std::vector<MaildirEntry>& delivered);
 
     platform::Files& m_files;
     platform::Clock& m_clock;

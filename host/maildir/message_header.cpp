@@ -75,7 +75,7 @@ std::string FieldInHeader(std::string_view message, std::string_view name) {
     return {};
 }
 
-platform::Result<std::string> ReadHeader(platform::Files& files, const std::string& path) {
+base::Result<std::string> ReadHeader(platform::Files& files, const std::string& path) {
     auto file = files.Open(path, platform::OpenMode::kRead, platform::Share::kReadWrite);
     if (!file) return file.Error();
     constexpr std::size_t kBlock = 4096;

@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
+#include "host/base/failure.h"
 #include "platform/os/files.h"
-#include "platform/os/result.h"
 
 namespace host::maildir {
 
@@ -21,6 +21,6 @@ std::string MessageIdInHeader(std::string_view message);
 std::string FieldInHeader(std::string_view message, std::string_view name);
 
 // The beginning of a file: its header, as far as kLargestHeader, and the rest of a block.
-platform::Result<std::string> ReadHeader(platform::Files& files, const std::string& path);
+base::Result<std::string> ReadHeader(platform::Files& files, const std::string& path);
 
 }  // namespace host::maildir

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 
 namespace host::mailsync {
 
@@ -16,7 +16,7 @@ bool LiesIn(platform::Files& files, const std::string& path, std::string folder)
 }
 
 // A Maildir has cur and new; an empty folder, or one with hidden files only, becomes one.
-platform::Status CheckContent(platform::Files& files, const std::string& maildir) {
+base::Status CheckContent(platform::Files& files, const std::string& maildir) {
     auto entries = files.List(maildir, "*");
     if (!entries) return base::Refused(entries.Error().Message(), "give yourself read permission");
     const auto has = [&](const char* name) {
@@ -34,8 +34,8 @@ platform::Status CheckContent(platform::Files& files, const std::string& maildir
 
 }  // namespace
 
-platform::Status CheckMaildir(platform::Files& files, const std::string& maildir,
-                              const std::string& eudoraFolder) {
+base::Status CheckMaildir(platform::Files& files, const std::string& maildir,
+                          const std::string& eudoraFolder) {
     if (LiesIn(files, maildir, eudoraFolder)) {
         return base::Refused(maildir + " lies in Eudora's own folder", "name one outside of it");
     }

@@ -51,7 +51,7 @@ class EudoraExecution {
     void Run();
 
   private:
-    platform::Result<mail::NewMail> ReadNew(const MailStep& step);
+    base::Result<mail::NewMail> ReadNew(const MailStep& step);
     std::optional<mail::NewMail> ReadNamed(const MailStep& step);
     void Note(const std::string& name, mail::NewMail& mail);
     void TakeBackCopies();
@@ -76,10 +76,10 @@ class EudoraExecution {
     bool m_hasSent = false;
 };
 
-platform::Result<mail::NewMail> EudoraExecution::ReadNew(const MailStep& step) {
+base::Result<mail::NewMail> EudoraExecution::ReadNew(const MailStep& step) {
     const bool isForInBox = step.act.verb == kAdd;
     maildir::Maildir& maildir = isForInBox ? m_work.folders.mails : m_work.folders.outbox;
-    return base::OrOutOfMemory([&]() -> platform::Result<mail::NewMail> {
+    return base::OrOutOfMemory([&]() -> base::Result<mail::NewMail> {
         auto text = maildir.Read(step.file, mail::kLargestMessage);
         if (!text) return text.Error();
         m_batchBytes += text->size();

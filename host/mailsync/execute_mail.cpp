@@ -34,7 +34,7 @@ class MailExecution {
 
     void Redo(const MailStep& step);
     bool ComposeAll();
-    platform::Result<mail::Mail> ReadMail(const MailStep& step);
+    base::Result<mail::Mail> ReadMail(const MailStep& step);
     bool Compose(Delivery& delivery);
     bool Deliver(const Delivery& delivery);
     bool DeliverBatch();
@@ -58,7 +58,7 @@ void MailExecution::Redo(const MailStep& step) {
     m_ledger.change.forget.push_back(step.row.key);
 }
 
-platform::Result<mail::Mail> MailExecution::ReadMail(const MailStep& step) {
+base::Result<mail::Mail> MailExecution::ReadMail(const MailStep& step) {
     auto found = m_work.source.Find(step.row.id);
     if (!found) return found.Error();
     if (!*found) return platform::Failure{ErrorCode::kNotFound, step.row.name};
@@ -177,7 +177,7 @@ sync::Report MailExecution::Run() {
 
 }  // namespace
 
-bool Ledger::Check(const platform::Status& status, const std::string& what) {
+bool Ledger::Check(const base::Status& status, const std::string& what) {
     if (!status) m_report.errors.push_back(what + ": " + status.Error().Message());
     return status.HasValue();
 }

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "host/base/failure.h"
 #include "host/base/progress.h"
 #include "host/mail/attach_folder.h"
 #include "host/mail/mail_source.h"
@@ -25,11 +26,11 @@ struct MailWork {
     platform::Clock& clock;
     base::Progress& progress;
     // Reads a file for Eudora; the name is what a refusal calls it.
-    std::function<platform::Result<mail::NewMail>(std::string_view, const std::string&)> parse;
+    std::function<base::Result<mail::NewMail>(std::string_view, const std::string&)> parse;
     // How many mails lie in Eudora's out-box.
-    std::function<platform::Result<std::size_t>()> queued;
+    std::function<base::Result<std::size_t>()> queued;
     // Called once before the first change of Eudora's side; its failure ends the run there.
-    std::function<platform::Status()> backup;
+    std::function<base::Status()> backup;
 };
 
 // What becomes of a plan while it is carried out.
@@ -42,7 +43,7 @@ class Ledger {
     state::MailMemoryChange change;
 
     // False, with a line in the report, if that failed.
-    bool Check(const platform::Status& status, const std::string& what);
+    bool Check(const base::Status& status, const std::string& what);
     void Note(const std::string& name, const std::vector<std::string>& notes);
     void Did(const MailStep& step) { m_done[m_plan.IndexOf(step)] = true; }
     bool HasFailed() const { return m_report.errors.size() > m_plan.report.errors.size(); }

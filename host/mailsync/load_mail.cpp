@@ -44,28 +44,28 @@ class MailLoader {
           m_remembered(remembered),
           m_progress(progress) {}
 
-    platform::Result<MailSides> Load();
+    base::Result<MailSides> Load();
 
   private:
-    platform::Status ListFolder();
+    base::Status ListFolder();
     bool MissesFiles() const;
     void FindForeign();
-    static platform::Result<FolderHead> HeadOf(maildir::Maildir& maildir,
-                                               const maildir::MaildirEntry& file);
-    bool IsRead(const platform::Result<FolderHead>& head, const maildir::MaildirEntry& file);
+    static base::Result<FolderHead> HeadOf(maildir::Maildir& maildir,
+                                           const maildir::MaildirEntry& file);
+    bool IsRead(const base::Result<FolderHead>& head, const maildir::MaildirEntry& file);
     void ReadForeign();
-    platform::Status ListOutgoing();
+    base::Status ListOutgoing();
     void FillFileIds();
-    platform::Status FindTorn();
-    platform::Status WalkEudora(mail::Reach reach);
+    base::Status FindTorn();
+    base::Status WalkEudora(mail::Reach reach);
     void See(const mail::MailHead& head, std::optional<std::string> messageId, bool isWithinLimits);
-    void PassOver(const std::string& name, const platform::Failure& fault);
+    void PassOver(const std::string& name, const base::Failure& fault);
     std::vector<const state::RememberedMail*> Unseen() const;
-    platform::Status FindHidden();
+    base::Status FindHidden();
     // True if all of them are still there.
     bool SearchOneByOne(const std::vector<const state::RememberedMail*>& unseen);
     void ReadUnidentified(const MailMatching& matching);
-    platform::Result<mail::Mail> ReadMail(const EudoraHead& head);
+    base::Result<mail::Mail> ReadMail(const EudoraHead& head);
 
     mail::MailSource& m_source;
     maildir::Maildir &m_maildir, &m_outbox;
@@ -86,7 +86,7 @@ bool MailLoader::MissesFiles() const {
 
 // A file that another program renames while the folder is read can be missed: one that is missing
 // is looked for a second time.
-platform::Status MailLoader::ListFolder() {
+base::Status MailLoader::ListFolder() {
     auto first = m_maildir.List();
     if (!first) return first.Error();
     m_sides.folder = *std::move(first);
@@ -109,7 +109,7 @@ void MailLoader::FindForeign() {
     }
 }
 
-platform::Status MailLoader::FindTorn() {
+base::Status MailLoader::FindTorn() {
     std::unordered_map<std::string_view, const state::RememberedMail*> pending;
     for (const state::RememberedMail& row : m_remembered) {
         if (row.link == state::MailLink::kPending) pending.emplace(row.unique, &row);
@@ -127,7 +127,7 @@ platform::Status MailLoader::FindTorn() {
 }
 
 // A mail that cannot be read may be any that seems to be gone.
-void MailLoader::PassOver(const std::string& name, const platform::Failure& fault) {
+void MailLoader::PassOver(const std::string& name, const base::Failure& fault) {
     m_sides.unread.push_back(name.empty() ? fault.Message() : name + ": " + fault.Message());
     m_sides.mayMiss = true;
 }
@@ -148,9 +148,9 @@ void MailLoader::See(const mail::MailHead& head, std::optional<std::string> mess
     m_sides.eudora.push_back(std::move(seen));
 }
 
-platform::Status MailLoader::WalkEudora(mail::Reach reach) {
+base::Status MailLoader::WalkEudora(mail::Reach reach) {
     std::size_t count = 0;
-    return m_source.Walk(reach, [&](const mail::MailHead& head) -> platform::Result<bool> {
+    return m_source.Walk(reach, [&](const mail::MailHead& head) -> base::Result<bool> {
         m_progress.Step("looking at mail", ++count);
         See(head, m_source.MessageId(), reach == mail::Reach::kWithinLimits);
         return true;
@@ -178,7 +178,7 @@ bool MailLoader::SearchOneByOne(const std::vector<const state::RememberedMail*>&
 }
 
 // A mail that is not where it was may have another id now: only a walk over all mails tells.
-platform::Status MailLoader::FindHidden() {
+base::Status MailLoader::FindHidden() {
     if (!m_source.HasLimits()) return {};
     // A new file may be a mail that the limits hide.
     if (!m_sides.foreign.empty()) return WalkEudora(mail::Reach::kAll);
@@ -188,7 +188,7 @@ platform::Status MailLoader::FindHidden() {
     return WalkEudora(mail::Reach::kAll);
 }
 
-platform::Result<mail::Mail> MailLoader::ReadMail(const EudoraHead& head) {
+base::Result<mail::Mail> MailLoader::ReadMail(const EudoraHead& head) {
     auto found = m_source.Find(head.id);
     if (!found) return found.Error();
     if (!*found) return platform::Failure{ErrorCode::kNotFound, head.id};
@@ -217,9 +217,9 @@ void MailLoader::ReadUnidentified(const MailMatching& matching) {
     }
 }
 
-platform::Result<FolderHead> MailLoader::HeadOf(maildir::Maildir& maildir,
-                                                const maildir::MaildirEntry& file) {
-    return base::OrOutOfMemory([&]() -> platform::Result<FolderHead> {
+base::Result<FolderHead> MailLoader::HeadOf(maildir::Maildir& maildir,
+                                            const maildir::MaildirEntry& file) {
+    return base::OrOutOfMemory([&]() -> base::Result<FolderHead> {
         auto text = maildir.ReadHeader(file);
         if (!text) return text.Error();
         FolderHead head{maildir::MessageIdInHeader(*text),
@@ -234,8 +234,7 @@ platform::Result<FolderHead> MailLoader::HeadOf(maildir::Maildir& maildir,
 }
 
 // What vanished is passed over, and what cannot be read is told.
-bool MailLoader::IsRead(const platform::Result<FolderHead>& head,
-                        const maildir::MaildirEntry& file) {
+bool MailLoader::IsRead(const base::Result<FolderHead>& head, const maildir::MaildirEntry& file) {
     if (!head && head.Error().code != ErrorCode::kNotFound) {
         m_sides.unread.push_back("the file " + file.name +
                                  " cannot be read: " + head.Error().Message());
@@ -257,7 +256,7 @@ void MailLoader::ReadForeign() {
     m_sides.mayMiss = missesFiles && !m_sides.unread.empty();
 }
 
-platform::Status MailLoader::ListOutgoing() {
+base::Status MailLoader::ListOutgoing() {
     auto files = m_outbox.List();
     if (!files) return files.Error();
     std::ranges::sort(*files, {}, &maildir::MaildirEntry::unique);
@@ -277,7 +276,7 @@ void MailLoader::FillFileIds() {
     }
 }
 
-platform::Result<MailSides> MailLoader::Load() {
+base::Result<MailSides> MailLoader::Load() {
     for (const state::RememberedMail& row : m_remembered) m_byId.emplace(row.id, &row);
     if (auto status = ListFolder(); !status) return status.Error();
     std::erase_if(m_sides.folder, IsTrashed);
@@ -301,9 +300,9 @@ MailFolders::MailFolders(platform::Files& files, platform::Clock& clock, const s
       outbox(files, clock, maildir + files.Separator() + ".Outbox"),
       sent(files, clock, maildir + files.Separator() + ".Sent") {}
 
-platform::Result<MailSides> LoadMailSides(mail::MailSource& source, MailFolders& folders,
-                                          const std::vector<state::RememberedMail>& remembered,
-                                          base::Progress& progress) {
+base::Result<MailSides> LoadMailSides(mail::MailSource& source, MailFolders& folders,
+                                      const std::vector<state::RememberedMail>& remembered,
+                                      base::Progress& progress) {
     std::vector<state::RememberedMail> mails, sending;
     for (const state::RememberedMail& row : remembered) {
         (row.link == state::MailLink::kSending ? sending : mails).push_back(row);

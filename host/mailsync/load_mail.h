@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/base/failure.h"
 #include "host/base/progress.h"
 #include "host/mail/mail_source.h"
 #include "host/mailsync/mail_plan.h"
@@ -20,8 +21,8 @@ struct MailFolders {
 
 // Both sides as they are now. Mails that are remembered are found whatever the limits hide; of a
 // mail that is known again no more is read than its id, marker and Message-ID.
-platform::Result<MailSides> LoadMailSides(mail::MailSource& source, MailFolders& folders,
-                                          const std::vector<state::RememberedMail>& remembered,
-                                          base::Progress& progress);
+base::Result<MailSides> LoadMailSides(mail::MailSource& source, MailFolders& folders,
+                                      const std::vector<state::RememberedMail>& remembered,
+                                      base::Progress& progress);
 
 }  // namespace host::mailsync

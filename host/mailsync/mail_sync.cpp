@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/backup/backups.h"
+#include "host/base/failure.h"
 #include "host/base/folders.h"
 #include "host/base/progress.h"
 #include "host/mailsync/check_maildir.h"
@@ -32,8 +33,8 @@ struct MailRun {
           progress(place.clock, place.progress) {}
 };
 
-platform::Status CheckPlace(const sync::CommandPlace& place, const MailSyncOptions& options,
-                            const MailRun& run) {
+base::Status CheckPlace(const sync::CommandPlace& place, const MailSyncOptions& options,
+                        const MailRun& run) {
     auto checked =
         CheckMaildir(place.files, options.maildir, base::ParentFolder(place.files, options.inbox));
     if (!checked) return checked;
@@ -41,13 +42,12 @@ platform::Status CheckPlace(const sync::CommandPlace& place, const MailSyncOptio
         return row.link == state::MailLink::kInStep;
     });
     if (!isKnown || place.files.Exists(options.maildir)) return {};
-    return base::Refused(
-        options.maildir +
-        ": the Maildir is gone; bring it back or name its new place with --maildir");
+    return base::RefusedFor(options.maildir, "the Maildir is gone",
+                            "bring it back or name its new place with --maildir");
 }
 
-platform::Status Prepare(const sync::CommandPlace& place, const MailSyncOptions& options,
-                         bool mayWrite, MailRun& run) {
+base::Status Prepare(const sync::CommandPlace& place, const MailSyncOptions& options, bool mayWrite,
+                     MailRun& run) {
     auto memory = state::OpenMails(place.files, place.stateFile,
                                    options.inbox + '\n' + options.maildir, mayWrite);
     if (!memory) return memory.Error();
@@ -74,8 +74,7 @@ platform::Status Prepare(const sync::CommandPlace& place, const MailSyncOptions&
     return sync::CheckRights(place.files, options.mailboxes);
 }
 
-platform::Status BackUp(const sync::CommandPlace& place, const MailSyncOptions& options,
-                        MailRun& run) {
+base::Status BackUp(const sync::CommandPlace& place, const MailSyncOptions& options, MailRun& run) {
     auto backups = sync::BackupsOf(place);
     auto made = backups.MakeOfSet(options.eudoraFiles, "before a sync of mail");
     if (!made) return made.Error();
@@ -98,8 +97,8 @@ MailWork WorkOf(const sync::CommandPlace& place, const MailSyncOptions& options,
 
 }  // namespace
 
-platform::Result<sync::Report> RunMailSync(const sync::CommandPlace& place,
-                                           const MailSyncOptions& options) {
+base::Result<sync::Report> RunMailSync(const sync::CommandPlace& place,
+                                       const MailSyncOptions& options) {
     MailRun run(place, options);
     if (auto status = Prepare(place, options, !options.dryRun, run); !status) {
         return status.Error();

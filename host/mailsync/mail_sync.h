@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "host/base/failure.h"
 #include "host/mail/attach_folder.h"
 #include "host/mail/mail_source.h"
 #include "host/sync/place.h"
@@ -14,9 +15,9 @@ namespace host::mailsync {
 
 struct MailSyncOptions {
     // Makes the in-box ready for reading; called once everything else is known to be in order.
-    std::function<platform::Result<std::unique_ptr<mail::MailSource>>()> open;
+    std::function<base::Result<std::unique_ptr<mail::MailSource>>()> open;
     // Reads a file for Eudora.
-    std::function<platform::Result<mail::NewMail>(std::string_view, const std::string&)> parse;
+    std::function<base::Result<mail::NewMail>(std::string_view, const std::string&)> parse;
     mail::AttachFolder* attachments = nullptr;  // Eudora's; outlives the run
     std::string inbox;   // In.mbx as a native path: with the Maildir the memory's key
     std::string outbox;  // Out.toc, the same
@@ -29,8 +30,8 @@ struct MailSyncOptions {
 };
 
 // A failure: nothing was touched.
-platform::Result<sync::Report> RunMailSync(const sync::CommandPlace& place,
-                                           const MailSyncOptions& options);
+base::Result<sync::Report> RunMailSync(const sync::CommandPlace& place,
+                                       const MailSyncOptions& options);
 // What a sync would find and do, without touching anything.
 sync::Preview RunMailStatus(const sync::CommandPlace& place, const MailSyncOptions& options);
 

@@ -1,10 +1,10 @@
 #include "host/shell/console.h"
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 
 namespace host::shell {
 
-platform::Result<Console> Console::Create(translator::TranslatorHost& host, unsigned long kind) {
+base::Result<Console> Console::Create(translator::TranslatorHost& host, unsigned long kind) {
     Console console(host);
     if (console.Renew(kind) != RRC_OK) {
         return base::Failed("the translator library gives no translator for data kind " +

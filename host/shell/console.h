@@ -2,10 +2,10 @@
 
 #include <memory>
 
+#include "host/base/failure.h"
 #include "host/shell/arguments.h"
 #include "host/translator/host_context.h"
 #include "host/translator/translator_host.h"
-#include "platform/os/result.h"
 
 namespace host::shell {
 
@@ -13,7 +13,7 @@ namespace host::shell {
 class Console {
   public:
     // Makes the translator of the kind; kFailed if the module gives none.
-    static platform::Result<Console> Create(translator::TranslatorHost& host, unsigned long kind);
+    static base::Result<Console> Create(translator::TranslatorHost& host, unsigned long kind);
 
     // Releases the translator in hand and makes a new one. After a failure there is none, and the
     // next attempt may succeed.

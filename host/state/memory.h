@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "host/base/contact.h"
-#include "platform/os/result.h"
+#include "host/base/failure.h"
 
 // What lasts from one run to the next.
 namespace host::state {
@@ -48,9 +48,9 @@ struct MemoryChange {
 class PairMemory {
   public:
     virtual ~PairMemory() = default;
-    virtual platform::Result<Remembered> Load() = 0;
+    virtual base::Result<Remembered> Load() = 0;
     // All of it or nothing; durable when this returns.
-    virtual platform::Status Save(const MemoryChange& change) = 0;
+    virtual base::Status Save(const MemoryChange& change) = 0;
 };
 
 // What a remembered mail is to the two sides.
@@ -92,10 +92,10 @@ class MailMemory {
   public:
     virtual ~MailMemory() = default;
     // In the order in which they were added.
-    virtual platform::Result<std::vector<RememberedMail>> Load() = 0;
+    virtual base::Result<std::vector<RememberedMail>> Load() = 0;
     // All of it or nothing; durable when this returns. What was added gets its key.
-    virtual platform::Status Save(MailMemoryChange& change) = 0;
-    platform::Status Save(MailMemoryChange&& change) { return Save(change); }
+    virtual base::Status Save(MailMemoryChange& change) = 0;
+    base::Status Save(MailMemoryChange&& change) { return Save(change); }
 };
 
 }  // namespace host::state

@@ -5,7 +5,7 @@
 
 #include <array>
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 
 namespace host::state {
 
@@ -53,7 +53,7 @@ void Upgrade(SQLite::Database& database, int version) {
     transaction.commit();
 }
 
-platform::Failure Damaged(const std::string& path, const std::string& why) {
+base::Failure Damaged(const std::string& path, const std::string& why) {
     return base::Refused(
         path + ": the state file is damaged (" + why +
         "); move it away: the next run pairs contacts and mails by what they hold and "
@@ -69,7 +69,7 @@ bool HoldsNothing(SQLite::Database& database) {
 
 // Whether the database is a whole state file of this version or an earlier one; with `mayWrite` an
 // empty one gets its tables, and an earlier one those that it lacks.
-platform::Status CheckState(SQLite::Database& database, const std::string& path, bool mayWrite) {
+base::Status CheckState(SQLite::Database& database, const std::string& path, bool mayWrite) {
     if (mayWrite && HoldsNothing(database)) {
         Upgrade(database, 0);
         return {};
@@ -77,11 +77,11 @@ platform::Status CheckState(SQLite::Database& database, const std::string& path,
     const int application = Number(database, "PRAGMA application_id");
     const int version = Number(database, "PRAGMA user_version");
     if (application != kApplicationId) {
-        return base::Refused(path +
-                             ": is the database of another program; name another state file");
+        return base::RefusedFor(path, "is the database of another program",
+                                "name another state file");
     }
     if (version > kVersion) {
-        return base::Refused(path + ": was written by a later version of kvsync; use that one");
+        return base::RefusedFor(path, "was written by a later version of kvsync", "use that one");
     }
     const std::string check = database.execAndGet("PRAGMA quick_check(1)").getString();
     if (check != "ok") return Damaged(path, check);
@@ -108,7 +108,7 @@ class TemporaryCopy {
     TemporaryCopy(const TemporaryCopy&) = delete;
     TemporaryCopy& operator=(const TemporaryCopy&) = delete;
 
-    platform::Status Make(const std::string& original) {
+    base::Status Make(const std::string& original) {
         const auto temp = m_files.TempFolder();
         if (!temp) return temp.Error();
         auto folder = m_files.CreateTempFolder(*temp, "kvsync-");
@@ -129,8 +129,8 @@ class TemporaryCopy {
 
 // What a file held whose last change was cut off, as its journal has it, before that change: in
 // memory; null if that was nothing. The file, its journal and their folder stay as they are.
-platform::Result<std::unique_ptr<SQLite::Database>> ReadCutOffState(platform::Files& files,
-                                                                    const std::string& path) {
+base::Result<std::unique_ptr<SQLite::Database>> ReadCutOffState(platform::Files& files,
+                                                                const std::string& path) {
     TemporaryCopy copy(files);
     if (auto status = copy.Make(path); !status) return status.Error();
     // The first look at the content makes SQLite undo what was cut off.
@@ -147,7 +147,7 @@ platform::Result<std::unique_ptr<SQLite::Database>> ReadCutOffState(platform::Fi
 }
 
 // SQLite would wait for the other end of a pipe.
-platform::Status CheckKinds(platform::Files& files, const std::string& path) {
+base::Status CheckKinds(platform::Files& files, const std::string& path) {
     for (const char* end : {"", "-journal", "-wal"}) {
         const std::string name = path + end;
         if (files.IsFree(name)) continue;
@@ -170,7 +170,7 @@ SQLite::Exception DamagedContent(const std::string& why) {
     return SQLite::Exception(why, SQLITE_CORRUPT);
 }
 
-platform::Failure ExplainState(const std::string& path, const SQLite::Exception& error) {
+base::Failure ExplainState(const std::string& path, const SQLite::Exception& error) {
     switch (error.getErrorCode()) {
         case SQLITE_CORRUPT:
         case SQLITE_NOTADB:
@@ -178,7 +178,8 @@ platform::Failure ExplainState(const std::string& path, const SQLite::Exception&
             return Damaged(path, error.what());
         case SQLITE_BUSY:
         case SQLITE_LOCKED:
-            return base::Refused(path + ": in use by another program; try again when it has ended");
+            return base::RefusedFor(path, "in use by another program",
+                                    "try again when it has ended");
         case SQLITE_FULL:
             return platform::Failure{ErrorCode::kNoSpace, path};
         default:
@@ -186,13 +187,13 @@ platform::Failure ExplainState(const std::string& path, const SQLite::Exception&
     }
 }
 
-platform::Result<std::unique_ptr<SQLite::Database>> OpenStateDatabase(platform::Files& files,
-                                                                      const std::string& path,
-                                                                      bool mayWrite) {
+base::Result<std::unique_ptr<SQLite::Database>> OpenStateDatabase(platform::Files& files,
+                                                                  const std::string& path,
+                                                                  bool mayWrite) {
     auto info = files.Stat(path);
     if (!info && info.Error().code != ErrorCode::kNotFound) return info.Error();
     if (info && info->isFolder)
-        return base::Refused(path + ": is a folder; name a file for the state");
+        return base::RefusedFor(path, "is a folder", "name a file for the state");
     if (auto status = CheckKinds(files, path); !status) return status.Error();
     if (!mayWrite && (!info || info->size == 0)) return std::unique_ptr<SQLite::Database>();
     if (!info) {
@@ -201,7 +202,7 @@ platform::Result<std::unique_ptr<SQLite::Database>> OpenStateDatabase(platform::
         if (!made) return made.Error();
     }
     const int flags = mayWrite ? SQLite::OPEN_READWRITE : SQLite::OPEN_READONLY;
-    using Opened = platform::Result<std::unique_ptr<SQLite::Database>>;
+    using Opened = base::Result<std::unique_ptr<SQLite::Database>>;
     return ExplainingFaults(path, [&]() -> Opened {
         if (!mayWrite && files.Exists(JournalOf(path))) return ReadCutOffState(files, path);
         auto database = std::make_unique<SQLite::Database>(path, flags, 5000);
@@ -216,10 +217,10 @@ platform::Result<std::unique_ptr<SQLite::Database>> OpenStateDatabase(platform::
     });
 }
 
-platform::Status InTransaction(SQLite::Database* database, const std::string& path,
-                               const std::function<void(SQLite::Database&)>& work) {
+base::Status InTransaction(SQLite::Database* database, const std::string& path,
+                           const std::function<void(SQLite::Database&)>& work) {
     if (database == nullptr) return base::Failed(path + ": opened for reading only");
-    return ExplainingFaults(path, [&]() -> platform::Status {
+    return ExplainingFaults(path, [&]() -> base::Status {
         SQLite::Transaction transaction(*database);
         work(*database);
         transaction.commit();

@@ -6,8 +6,8 @@
 #include <memory>
 #include <string>
 
+#include "host/base/failure.h"
 #include "platform/os/files.h"
-#include "platform/os/result.h"
 
 namespace host::state {
 
@@ -15,15 +15,15 @@ namespace host::state {
 // empty file gives null; with it the file is made and brought to the present version, and nobody
 // else gets at it as long as it is open. kRefused for a file that is damaged, in use, of another
 // program or of a later version: the line says the way out.
-platform::Result<std::unique_ptr<SQLite::Database>> OpenStateDatabase(platform::Files& files,
-                                                                      const std::string& path,
-                                                                      bool mayWrite);
+base::Result<std::unique_ptr<SQLite::Database>> OpenStateDatabase(platform::Files& files,
+                                                                  const std::string& path,
+                                                                  bool mayWrite);
 
 // Which version of the format the file has.
 int VersionOf(SQLite::Database& database);
 
 // What SQLite's failure means for the person who runs this.
-platform::Failure ExplainState(const std::string& path, const SQLite::Exception& error);
+base::Failure ExplainState(const std::string& path, const SQLite::Exception& error);
 // To be thrown where the content makes no sense.
 SQLite::Exception DamagedContent(const std::string& why);
 
@@ -39,7 +39,7 @@ auto ExplainingFaults(const std::string& path, const Work& work) -> decltype(wor
 
 // Runs `work` in one transaction: all of it is kept or nothing. Durable when this returns. Fails
 // without a database.
-platform::Status InTransaction(SQLite::Database* database, const std::string& path,
-                               const std::function<void(SQLite::Database&)>& work);
+base::Status InTransaction(SQLite::Database* database, const std::string& path,
+                           const std::function<void(SQLite::Database&)>& work);
 
 }  // namespace host::state

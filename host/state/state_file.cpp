@@ -4,7 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 #include "host/base/folders.h"
 #include "host/state/state_database.h"
 
@@ -147,15 +147,15 @@ class Pairs : public PairMemory {
   public:
     explicit Pairs(Scope scope) : m_scope(std::move(scope)) {}
 
-    platform::Result<Remembered> Load() override {
-        return ExplainingFaults(m_scope.path, [&]() -> platform::Result<Remembered> {
+    base::Result<Remembered> Load() override {
+        return ExplainingFaults(m_scope.path, [&]() -> base::Result<Remembered> {
             if (m_scope.database == nullptr) return Remembered{};
             return Remembered{LoadRows<PairTable>(*m_scope.database, m_scope.name),
                               LoadRows<IntentTable>(*m_scope.database, m_scope.name)};
         });
     }
 
-    platform::Status Save(const MemoryChange& change) override {
+    base::Status Save(const MemoryChange& change) override {
         return InTransaction(m_scope.database.get(), m_scope.path, [&](SQLite::Database& database) {
             Putting<PairTable> pairs(database, m_scope.name);
             for (const RememberedPair& pair : change.put) pairs.Put(pair);
@@ -177,9 +177,9 @@ class Mails : public MailMemory {
   public:
     explicit Mails(Scope scope) : m_scope(std::move(scope)) {}
 
-    platform::Result<std::vector<RememberedMail>> Load() override {
+    base::Result<std::vector<RememberedMail>> Load() override {
         using Rows = std::vector<RememberedMail>;
-        return ExplainingFaults(m_scope.path, [&]() -> platform::Result<Rows> {
+        return ExplainingFaults(m_scope.path, [&]() -> base::Result<Rows> {
             // A file of the first version, which is only read, has no mails yet.
             if (m_scope.database == nullptr || !m_scope.database->tableExists("mail")) {
                 return Rows{};
@@ -190,7 +190,7 @@ class Mails : public MailMemory {
         });
     }
 
-    platform::Status Save(MailMemoryChange& change) override {
+    base::Status Save(MailMemoryChange& change) override {
         return InTransaction(m_scope.database.get(), m_scope.path, [&](SQLite::Database& database) {
             ForgetRows(database, MailTable::kName, change.forget);
             Putting<MailTable> mails(database, m_scope.name);
@@ -214,9 +214,8 @@ class Mails : public MailMemory {
 };
 
 template <class Memory, class Interface>
-platform::Result<std::unique_ptr<Interface>> OpenScope(platform::Files& files,
-                                                       const std::string& path,
-                                                       const std::string& scope, bool mayWrite) {
+base::Result<std::unique_ptr<Interface>> OpenScope(platform::Files& files, const std::string& path,
+                                                   const std::string& scope, bool mayWrite) {
     if (mayWrite) {
         auto made = base::MakeFolders(files, base::ParentFolder(files, path));
         if (!made) return made.Error();
@@ -231,8 +230,8 @@ platform::Result<std::unique_ptr<Interface>> OpenScope(platform::Files& files,
 
 }  // namespace
 
-platform::Result<StateLock> StateLock::Take(platform::Files& files, const std::string& stateFile,
-                                            bool mayWrite) {
+base::Result<StateLock> StateLock::Take(platform::Files& files, const std::string& stateFile,
+                                        bool mayWrite) {
     const std::string path = stateFile + ".lock";
     auto file =
         mayWrite ? files.Open(path, platform::OpenMode::kReadWriteOrCreate, platform::Share::kNone)
@@ -240,25 +239,23 @@ platform::Result<StateLock> StateLock::Take(platform::Files& files, const std::s
     if (file) return StateLock(*std::move(file));
     if (!mayWrite && file.Error().code == platform::ErrorCode::kNotFound) return StateLock(nullptr);
     if (file.Error().code == platform::ErrorCode::kSharingViolation) {
-        return base::Refused(path + ": another run is under way; wait until it has ended");
+        return base::RefusedFor(path, "another run is under way", "wait until it has ended");
     }
     return file.Error();
 }
 
-platform::Result<std::unique_ptr<PairMemory>> OpenPairs(platform::Files& files,
-                                                        const std::string& path,
-                                                        const std::string& scope, bool mayWrite) {
+base::Result<std::unique_ptr<PairMemory>> OpenPairs(platform::Files& files, const std::string& path,
+                                                    const std::string& scope, bool mayWrite) {
     return OpenScope<Pairs, PairMemory>(files, path, scope, mayWrite);
 }
 
-platform::Result<std::unique_ptr<MailMemory>> OpenMails(platform::Files& files,
-                                                        const std::string& path,
-                                                        const std::string& scope, bool mayWrite) {
+base::Result<std::unique_ptr<MailMemory>> OpenMails(platform::Files& files, const std::string& path,
+                                                    const std::string& scope, bool mayWrite) {
     return OpenScope<Mails, MailMemory>(files, path, scope, mayWrite);
 }
 
-platform::Status ForgetInBox(platform::Files& files, const std::string& path,
-                             const std::string& inbox) {
+base::Status ForgetInBox(platform::Files& files, const std::string& path,
+                         const std::string& inbox) {
     if (!files.Exists(path)) return {};
     auto database = OpenStateDatabase(files, path, true);
     if (!database) return database.Error();

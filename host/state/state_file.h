@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "host/base/failure.h"
 #include "host/state/memory.h"
 #include "platform/os/files.h"
 
@@ -16,8 +17,8 @@ class StateLock {
   public:
     // kRefused, naming the file, if another run holds it. `mayWrite` false makes no file: then a
     // state file without a lock file counts as free.
-    static platform::Result<StateLock> Take(platform::Files& files, const std::string& stateFile,
-                                            bool mayWrite);
+    static base::Result<StateLock> Take(platform::Files& files, const std::string& stateFile,
+                                        bool mayWrite);
 
   private:
     explicit StateLock(std::unique_ptr<platform::File> file) : m_file(std::move(file)) {}
@@ -28,16 +29,13 @@ class StateLock {
 // and a missing file counts as an empty one; with it the file and its folder are made, and an
 // earlier version is brought to the present one. kRefused for a file that is damaged, in use, of
 // another program or of a later version: the line says the way out. Such a file is left as it is.
-platform::Result<std::unique_ptr<PairMemory>> OpenPairs(platform::Files& files,
-                                                        const std::string& path,
-                                                        const std::string& scope, bool mayWrite);
-platform::Result<std::unique_ptr<MailMemory>> OpenMails(platform::Files& files,
-                                                        const std::string& path,
-                                                        const std::string& scope, bool mayWrite);
+base::Result<std::unique_ptr<PairMemory>> OpenPairs(platform::Files& files, const std::string& path,
+                                                    const std::string& scope, bool mayWrite);
+base::Result<std::unique_ptr<MailMemory>> OpenMails(platform::Files& files, const std::string& path,
+                                                    const std::string& scope, bool mayWrite);
 
 // Forgets all mails of an in-box (a native path), with whatever Maildir: the next run pairs what
 // both sides hold. A state file that is not there has nothing to forget.
-platform::Status ForgetInBox(platform::Files& files, const std::string& path,
-                             const std::string& inbox);
+base::Status ForgetInBox(platform::Files& files, const std::string& path, const std::string& inbox);
 
 }  // namespace host::state

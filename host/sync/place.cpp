@@ -12,13 +12,13 @@ backup::Backups BackupsOf(const CommandPlace& place) {
         place.files, folder.empty() ? name : folder + place.files.Separator() + name, place.clock);
 }
 
-platform::Result<backup::Backup> Restore(const CommandPlace& place, const std::string& id) {
+base::Result<backup::Backup> Restore(const CommandPlace& place, const std::string& id) {
     const bool hasState = place.files.Exists(place.stateFile);
     auto lock = state::StateLock::Take(place.files, place.stateFile, hasState);
     if (!lock) return lock.Error();
     // With the in-box of another day what was in step tells nothing: the next run must not carry
     // the difference into the Maildir as removals.
-    const auto forgetMails = [&](const backup::Backup& backup) -> platform::Status {
+    const auto forgetMails = [&](const backup::Backup& backup) -> base::Status {
         for (const backup::BackupFile& file : backup.files) {
             auto forgotten = state::ForgetInBox(place.files, place.stateFile, file.origin);
             if (!forgotten) return forgotten;

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "host/backup/backups.h"
+#include "host/base/failure.h"
 #include "platform/os/clock.h"
 #include "platform/os/files.h"
 
@@ -23,6 +24,6 @@ backup::Backups BackupsOf(const CommandPlace& place);
 
 // Puts a backup's files back, as backup::Backups has it; gives the backup of what was there before.
 // What was in step with an in-box that is put back is forgotten.
-platform::Result<backup::Backup> Restore(const CommandPlace& place, const std::string& id);
+base::Result<backup::Backup> Restore(const CommandPlace& place, const std::string& id);
 
 }  // namespace host::sync

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "host/base/contact.h"
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 
 namespace host::sync {
 
@@ -76,7 +76,7 @@ struct Report {
 // What a sync would find and do.
 struct Preview {
     std::size_t inEudora = 0, inFolder = 0, remembered = 0;  // as far as they were counted
-    platform::Status ready;  // why a sync would not begin; then `report` is empty
+    base::Status ready;  // why a sync would not begin; then `report` is empty
     Report report;
 };
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <charconv>
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 
 namespace host::sync {
 
@@ -41,11 +41,11 @@ std::optional<std::string> TooManyDeletions(unsigned long count, const char* wha
            " allowed: check both sides, then allow it with --max-delete " + number;
 }
 
-platform::Status CheckRights(platform::Files& files, const std::vector<std::string>& paths) {
+base::Status CheckRights(platform::Files& files, const std::vector<std::string>& paths) {
     for (const std::string& path : paths) {
         const auto info = files.Stat(path);
         if (info && info->isReadOnly) {
-            return base::Refused(path + ": is read-only; make it writable");
+            return base::RefusedFor(path, "is read-only", "make it writable");
         }
     }
     return {};

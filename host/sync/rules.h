@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "host/base/failure.h"
 #include "platform/os/files.h"
 
 // The rules of both syncs: which side wins, how much may be deleted, what must be writable.
@@ -32,6 +33,6 @@ std::optional<std::string> TooManyDeletions(unsigned long count, const char* wha
                                             const std::optional<DeleteLimit>& limit);
 
 // kRefused for the first of these native paths that is there and may not be written.
-platform::Status CheckRights(platform::Files& files, const std::vector<std::string>& paths);
+base::Status CheckRights(platform::Files& files, const std::vector<std::string>& paths);
 
 }  // namespace host::sync

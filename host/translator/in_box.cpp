@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 #include "host/translator/mail_settings.h"
 #include "mailbox/toc_file.h"
 #include "platform/os/system.h"
@@ -14,7 +14,7 @@ namespace {
 constexpr std::string_view kSeparator = "From ???@??? ";
 
 // Only what tells a table of contents from what would read as an empty one.
-platform::Status CheckToc(platform::File& toc, const std::string& shown) {
+base::Status CheckToc(platform::File& toc, const std::string& shown) {
     const auto size = toc.Size();
     if (!size) return size.Error();
     const auto header = mailbox::ReadTocHeader(toc);
@@ -34,14 +34,14 @@ platform::Status CheckToc(platform::File& toc, const std::string& shown) {
 
 }  // namespace
 
-platform::Status CheckInBox(const eudora::Setup& setup) {
+base::Status CheckInBox(const eudora::Setup& setup) {
     auto& files = platform::NativeSystem().files;
     for (const char* name : {"In.mbx", "In.toc"}) {
         const auto file = files.Open(setup.eudoraFolder + '\\' + name, platform::OpenMode::kRead,
                                      platform::Share::kRead);
         if (file) {
             const bool isToc = std::string_view(name) == "In.toc";
-            auto checked = isToc ? CheckToc(**file, setup.eudoraShown) : platform::Status();
+            auto checked = isToc ? CheckToc(**file, setup.eudoraShown) : base::Status();
             if (!checked) return checked;
             continue;
         }
@@ -68,7 +68,7 @@ platform::Status CheckInBox(const eudora::Setup& setup) {
     return {};
 }
 
-platform::Status CheckInBoxPair(const eudora::Setup& setup) {
+base::Status CheckInBoxPair(const eudora::Setup& setup) {
     auto& files = platform::NativeSystem().files;
     const auto open = [&](const char* name) {
         return files.Open(setup.eudoraFolder + name, platform::OpenMode::kRead,
@@ -87,8 +87,8 @@ platform::Status CheckInBoxPair(const eudora::Setup& setup) {
         "bring back a copy of both, or let Eudora rebuild In.toc");
 }
 
-platform::Result<TranslatorSession> SelectInBox(TranslatorHost& host, const eudora::Setup& setup,
-                                                bool writesNothing, std::string& selection) {
+base::Result<TranslatorSession> SelectInBox(TranslatorHost& host, const eudora::Setup& setup,
+                                            bool writesNothing, std::string& selection) {
     if (auto ready = CheckInBox(setup); !ready) return ready.Error();
     auto session = TranslatorSession::Create(host, kMailKind);
     if (!session) return session;

@@ -1,6 +1,6 @@
 #include "host/translator/mail_settings.h"
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 #include "host/base/folders.h"
 #include "host/base/native_path.h"
 #include "host/translator/mail_limits_dialog.h"
@@ -32,7 +32,7 @@ DialogsShownBy::~DialogsShownBy() {
     SetDialogProvider(m_before);
 }
 
-platform::Result<std::string> MailSelection(const eudora::Setup& setup) {
+base::Result<std::string> MailSelection(const eudora::Setup& setup) {
     const std::string choice = ChoiceFile(setup);
     if (!platform::NativeFiles().Exists(choice)) return std::string();
     auto kept = platform::ReadWhole(platform::NativeFiles(), choice, kLongestPath);
@@ -40,13 +40,13 @@ platform::Result<std::string> MailSelection(const eudora::Setup& setup) {
     return platform::NativeSystem().files.Exists(*kept) ? *kept : std::string();
 }
 
-platform::Status RememberMailSelection(const eudora::Setup& setup, const std::string& windowsPath) {
+base::Status RememberMailSelection(const eudora::Setup& setup, const std::string& windowsPath) {
     if (auto made = base::MakeOwnFolders(setup.memoryFolder); !made) return made;
     return platform::WriteWhole(platform::NativeFiles(), ChoiceFile(setup), windowsPath);
 }
 
-platform::Result<std::string> SelectMail(TranslatorSession& session, const eudora::Setup& setup,
-                                         bool writesNothing) {
+base::Result<std::string> SelectMail(TranslatorSession& session, const eudora::Setup& setup,
+                                     bool writesNothing) {
     auto kept = MailSelection(setup);
     if (!kept) return kept.Error();
     std::string selection = *kept, summary;
@@ -64,8 +64,7 @@ platform::Result<std::string> SelectMail(TranslatorSession& session, const eudor
     return selection;
 }
 
-platform::Result<MailLimits> ReadMailLimits(TranslatorSession& session,
-                                            const std::string& selection) {
+base::Result<MailLimits> ReadMailLimits(TranslatorSession& session, const std::string& selection) {
     MailLimitsDialog reader(std::nullopt);
     const DialogsShownBy shown(&reader);
     std::string chosen = selection, summary;
@@ -75,8 +74,8 @@ platform::Result<MailLimits> ReadMailLimits(TranslatorSession& session,
     return *reader.Shown();
 }
 
-platform::Status ChangeMailLimits(TranslatorSession& session, const std::string& selection,
-                                  const MailLimitChanges& changes) {
+base::Status ChangeMailLimits(TranslatorSession& session, const std::string& selection,
+                              const MailLimitChanges& changes) {
     MailLimitsDialog answer(changes);
     const DialogsShownBy shown(&answer);
     std::string chosen = selection, summary;

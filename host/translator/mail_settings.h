@@ -4,10 +4,10 @@
 #include <optional>
 #include <string>
 
+#include "host/base/failure.h"
 #include "host/eudora/setup.h"
 #include "host/translator/translator_session.h"
 #include "platform/os/dialogs.h"
-#include "platform/os/result.h"
 
 namespace host::translator {
 
@@ -31,22 +31,21 @@ struct MailLimitChanges {
 
 // The settings file of the mails of this Eudora: a Windows path, "" if none was made yet or it is
 // gone.
-platform::Result<std::string> MailSelection(const eudora::Setup& setup);
+base::Result<std::string> MailSelection(const eudora::Setup& setup);
 // Keeps the choice for the next runs on this Eudora.
-platform::Status RememberMailSelection(const eudora::Setup& setup, const std::string& windowsPath);
+base::Status RememberMailSelection(const eudora::Setup& setup, const std::string& windowsPath);
 
 // Selects the settings of a session of kMailKind, which can be opened then. The first run on an
 // Eudora makes the settings file; with `writesNothing` it works on the usual settings instead.
 // Gives the selection, which SaveSettings wants.
-platform::Result<std::string> SelectMail(TranslatorSession& session, const eudora::Setup& setup,
-                                         bool writesNothing);
+base::Result<std::string> SelectMail(TranslatorSession& session, const eudora::Setup& setup,
+                                     bool writesNothing);
 
 // The limits that hold in a session after SelectMail.
-platform::Result<MailLimits> ReadMailLimits(TranslatorSession& session,
-                                            const std::string& selection);
+base::Result<MailLimits> ReadMailLimits(TranslatorSession& session, const std::string& selection);
 // Answers the translator's dialog in a person's place. Nothing is saved.
-platform::Status ChangeMailLimits(TranslatorSession& session, const std::string& selection,
-                                  const MailLimitChanges& changes);
+base::Status ChangeMailLimits(TranslatorSession& session, const std::string& selection,
+                              const MailLimitChanges& changes);
 
 // "mails of the last 7 days, up to 32 KB, without attachments".
 std::string DescribeLimits(const MailLimits& limits);

@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 #include "host/base/native_path.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
@@ -19,7 +19,7 @@ bool Bind(platform::Library& library, const char* name, Function& function) {
 
 }  // namespace
 
-platform::Result<std::string> ModuleLibrary::Find() {
+base::Result<std::string> ModuleLibrary::Find() {
     const char* const name = base::UsesWindowsPaths() ? "kvtEUD.dll" : "libkvtEUD.so";
     const std::filesystem::path folder = base::ToPath(platform::ProgramPath()).parent_path();
     const std::filesystem::path places[] = {folder / name,
@@ -34,7 +34,7 @@ platform::Result<std::string> ModuleLibrary::Find() {
                          "install kvsync completely");
 }
 
-platform::Result<std::unique_ptr<ModuleLibrary>> ModuleLibrary::Load(const std::string& path) {
+base::Result<std::unique_ptr<ModuleLibrary>> ModuleLibrary::Load(const std::string& path) {
     auto library = platform::LoadNativeLibrary(path);
     if (!library) {
         return base::Refused(

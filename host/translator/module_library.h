@@ -4,8 +4,8 @@
 #include <string>
 
 #include "frame/interface/exports.h"
+#include "host/base/failure.h"
 #include "platform/os/libraries.h"
-#include "platform/os/result.h"
 
 namespace host::translator {
 
@@ -14,9 +14,9 @@ namespace host::translator {
 class ModuleLibrary {
   public:
     // The library beside this program, or in ../lib/kvsync. kRefused if there is none.
-    static platform::Result<std::string> Find();
+    static base::Result<std::string> Find();
     // `path` is native. kRefused if the file cannot be loaded or lacks an export.
-    static platform::Result<std::unique_ptr<ModuleLibrary>> Load(const std::string& path);
+    static base::Result<std::unique_ptr<ModuleLibrary>> Load(const std::string& path);
 
     exports::InitTranslatorExFn InitTranslatorEx = nullptr;
     exports::InitTranslatorFn InitTranslator = nullptr;

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 #include "host/base/native_path.h"
 
 namespace host::translator {
@@ -21,8 +21,7 @@ tagRTRANSSETTINGS TransSettings(const eudora::InitTexts& texts) {
 
 }  // namespace
 
-platform::Result<std::unique_ptr<TranslatorHost>> TranslatorHost::Load(
-    const eudora::InitTexts& texts) {
+base::Result<std::unique_ptr<TranslatorHost>> TranslatorHost::Load(const eudora::InitTexts& texts) {
     auto path = ModuleLibrary::Find();
     if (!path) return path.Error();
     auto library = ModuleLibrary::Load(*path);
@@ -30,7 +29,7 @@ platform::Result<std::unique_ptr<TranslatorHost>> TranslatorHost::Load(
     return std::unique_ptr<TranslatorHost>(new TranslatorHost(*std::move(library), texts));
 }
 
-platform::Result<std::unique_ptr<TranslatorHost>> TranslatorHost::Start(
+base::Result<std::unique_ptr<TranslatorHost>> TranslatorHost::Start(
     const eudora::InitTexts& texts) {
     auto host = Load(texts);
     if (!host) return host.Error();

@@ -4,9 +4,9 @@
 #include <string>
 
 #include "frame/interface/translators.h"
+#include "host/base/failure.h"
 #include "host/eudora/setup.h"
 #include "host/translator/module_library.h"
-#include "platform/os/result.h"
 
 namespace host::translator {
 
@@ -16,9 +16,9 @@ class TranslatorHost {
   public:
     // Loads the library of this program and initialises it. kRefused, with the module's own reason,
     // if Eudora or a language bundle is missing.
-    static platform::Result<std::unique_ptr<TranslatorHost>> Start(const eudora::InitTexts& texts);
+    static base::Result<std::unique_ptr<TranslatorHost>> Start(const eudora::InitTexts& texts);
     // Only loads it.
-    static platform::Result<std::unique_ptr<TranslatorHost>> Load(const eudora::InitTexts& texts);
+    static base::Result<std::unique_ptr<TranslatorHost>> Load(const eudora::InitTexts& texts);
     ~TranslatorHost();
     TranslatorHost(const TranslatorHost&) = delete;
     TranslatorHost& operator=(const TranslatorHost&) = delete;

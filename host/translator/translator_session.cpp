@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "frame/interface/host_records.h"
-#include "host/base/exit_code.h"
+#include "host/base/failure.h"
 #include "host/base/native_path.h"
 #include "host/translator/batch_sink.h"
 #include "platform/kvutil/kvutil.h"
@@ -50,7 +50,7 @@ struct ShownValues {
     std::vector<const char*> cells;
 };
 
-platform::Failure Unsuccessful(std::string what, const std::vector<std::string>& reasons) {
+base::Failure Unsuccessful(std::string what, const std::vector<std::string>& reasons) {
     what += " failed";
     const char* separator = ": ";
     for (const std::string& reason : reasons) {
@@ -72,8 +72,8 @@ TranslatorSession::~TranslatorSession() {
     if (m_translator != nullptr && m_open) m_translator->Close(0);
 }
 
-platform::Result<TranslatorSession> TranslatorSession::Create(TranslatorHost& host,
-                                                              unsigned long kind) {
+base::Result<TranslatorSession> TranslatorSession::Create(TranslatorHost& host,
+                                                          unsigned long kind) {
     std::unique_ptr<CRRecordTranslator> translator;
     if (host.NewTranslator(kind, translator) != RRC_OK) {
         return base::Failed("the translator library gives no translator for data kind " +
@@ -82,8 +82,8 @@ platform::Result<TranslatorSession> TranslatorSession::Create(TranslatorHost& ho
     return TranslatorSession(std::move(translator), host.Util(), kind);
 }
 
-platform::Result<TranslatorSession> TranslatorSession::OpenContacts(TranslatorHost& host,
-                                                                    std::string nicknameFile) {
+base::Result<TranslatorSession> TranslatorSession::OpenContacts(TranslatorHost& host,
+                                                                std::string nicknameFile) {
     auto session = Create(host, kContactsKind);
     if (!session) return session;
     std::string summary;
@@ -99,8 +99,8 @@ unsigned long TranslatorSession::Properties() {
     return properties;
 }
 
-platform::Result<bool> TranslatorSession::Select(std::string& selection, std::string& summary,
-                                                 bool configure) {
+base::Result<bool> TranslatorSession::Select(std::string& selection, std::string& summary,
+                                             bool configure) {
     CString chosen(selection), text;
     const RRETURNCODE code =
         m_translator->GetAppInfo(configure ? 1 : 0, m_context.get(), chosen, 0, text, 0);
@@ -114,12 +114,12 @@ platform::Result<bool> TranslatorSession::Select(std::string& selection, std::st
     return true;
 }
 
-platform::Status TranslatorSession::SaveSettings(const std::string& selection) {
+base::Status TranslatorSession::SaveSettings(const std::string& selection) {
     tagRAPPINFO info{0, selection.c_str()};
     return StatusOf(m_translator->SaveSettings(0, &info, 0), "saving the settings");
 }
 
-platform::Status TranslatorSession::Open() {
+base::Status TranslatorSession::Open() {
     (void)TakeErrors();  // of something else
     const RRETURNCODE code = m_translator->Open(0, 0, 0, 0, m_context.get(), 0);
     m_open = m_open || code == RRC_OK;
@@ -128,12 +128,12 @@ platform::Status TranslatorSession::Open() {
     return Unsuccessful("reading " + m_store, errors);
 }
 
-platform::Status TranslatorSession::Close() {
+base::Status TranslatorSession::Close() {
     m_open = false;
     return StatusOf(m_translator->Close(0), "closing");
 }
 
-platform::Result<std::vector<FieldInfo>> TranslatorSession::Fields() {
+base::Result<std::vector<FieldInfo>> TranslatorSession::Fields() {
     std::vector<FieldInfo> fields;
     CString id, name;
     FieldInfo field;
@@ -149,31 +149,31 @@ platform::Result<std::vector<FieldInfo>> TranslatorSession::Fields() {
     return fields;
 }
 
-platform::Result<bool> TranslatorSession::MoveFirst() {
+base::Result<bool> TranslatorSession::MoveFirst() {
     return Found(m_translator->MoveFirst(), RRC_EOF, "going to the first record");
 }
 
-platform::Result<bool> TranslatorSession::MoveNext() {
+base::Result<bool> TranslatorSession::MoveNext() {
     return Found(m_translator->MoveNext(), RRC_EOF, "going to the next record");
 }
 
-platform::Result<bool> TranslatorSession::GoTo(const std::string& id) {
+base::Result<bool> TranslatorSession::GoTo(const std::string& id) {
     return Found(m_translator->GoToRecord(id.c_str()), RRC_NONE, "finding a record");
 }
 
-platform::Result<std::string> TranslatorSession::RecordId() {
+base::Result<std::string> TranslatorSession::RecordId() {
     CString id;
     if (m_translator->GetRecordID(id) != RRC_OK) return Explain("reading a record's id");
     return id.Str();
 }
 
-platform::Result<std::string> TranslatorSession::ModifiedInfo() {
+base::Result<std::string> TranslatorSession::ModifiedInfo() {
     CString info;
     if (m_translator->GetModifiedInfo(info) != RRC_OK) return Explain("reading a change marker");
     return info.Str();
 }
 
-platform::Result<std::optional<std::string>> TranslatorSession::Text(const std::string& fieldId) {
+base::Result<std::optional<std::string>> TranslatorSession::Text(const std::string& fieldId) {
     char* cell = nullptr;
     unsigned long type = kTextType;
     const RRETURNCODE code = m_translator->GetField(fieldId.c_str(), &type, &cell);
@@ -184,7 +184,7 @@ platform::Result<std::optional<std::string>> TranslatorSession::Text(const std::
     return text;
 }
 
-platform::Result<std::int32_t> TranslatorSession::Number(const std::string& fieldId) {
+base::Result<std::int32_t> TranslatorSession::Number(const std::string& fieldId) {
     std::int32_t cell = 0;
     unsigned long type = kNumberType;
     if (m_translator->GetField(fieldId.c_str(), &type, &cell) != RRC_OK) {
@@ -193,7 +193,7 @@ platform::Result<std::int32_t> TranslatorSession::Number(const std::string& fiel
     return cell;
 }
 
-platform::Result<std::optional<double>> TranslatorSession::Date(const std::string& fieldId) {
+base::Result<std::optional<double>> TranslatorSession::Date(const std::string& fieldId) {
     double cell = kNoDate;
     unsigned long type = kDateType;
     if (m_translator->GetField(fieldId.c_str(), &type, &cell) != RRC_OK) {
@@ -202,8 +202,8 @@ platform::Result<std::optional<double>> TranslatorSession::Date(const std::strin
     return cell == kNoDate ? std::optional<double>() : cell;
 }
 
-platform::Result<Verdict> TranslatorSession::Check(const std::vector<TextValue>& values,
-                                                   const std::vector<NumberValue>& numbers) {
+base::Result<Verdict> TranslatorSession::Check(const std::vector<TextValue>& values,
+                                               const std::vector<NumberValue>& numbers) {
     ShownValues shown(values, numbers);
     BOOL ok = 0;
     Verdict verdict;
@@ -214,50 +214,50 @@ platform::Result<Verdict> TranslatorSession::Check(const std::vector<TextValue>&
     return verdict;
 }
 
-platform::Status TranslatorSession::BeginAdd() {
+base::Status TranslatorSession::BeginAdd() {
     return StatusOf(m_translator->AddNewRecord(0), "beginning a new record");
 }
 
-platform::Status TranslatorSession::BeginEdit(const std::string& id) {
+base::Status TranslatorSession::BeginEdit(const std::string& id) {
     return StatusOf(m_translator->EditRecord(id.c_str()), "editing " + base::ToUtf8(id));
 }
 
-platform::Status TranslatorSession::SetText(const std::string& fieldId, const std::string& text) {
+base::Status TranslatorSession::SetText(const std::string& fieldId, const std::string& text) {
     const char* cell = text.c_str();
     unsigned long type = kTextType;
     return StatusOf(m_translator->SetField(fieldId.c_str(), &type, &cell),
                     "setting field " + fieldId);
 }
 
-platform::Status TranslatorSession::SetNumber(const std::string& fieldId, std::int32_t number) {
+base::Status TranslatorSession::SetNumber(const std::string& fieldId, std::int32_t number) {
     unsigned long type = kNumberType;
     return StatusOf(m_translator->SetField(fieldId.c_str(), &type, &number),
                     "setting field " + fieldId);
 }
 
-platform::Status TranslatorSession::SetDate(const std::string& fieldId, double date) {
+base::Status TranslatorSession::SetDate(const std::string& fieldId, double date) {
     unsigned long type = kDateType;
     return StatusOf(m_translator->SetField(fieldId.c_str(), &type, &date),
                     "setting field " + fieldId);
 }
 
-platform::Result<std::string> TranslatorSession::Store() {
+base::Result<std::string> TranslatorSession::Store() {
     auto stored = StoreWithMarker();
     if (!stored) return stored.Error();
     return std::move(stored->id);
 }
 
-platform::Result<BatchReport::Stored> TranslatorSession::StoreWithMarker() {
+base::Result<BatchReport::Stored> TranslatorSession::StoreWithMarker() {
     CString id, info;
     if (m_translator->UpdateRecord(id, info) != RRC_OK) return Explain("storing a record");
     return BatchReport::Stored{id.Str(), info.Str()};
 }
 
-platform::Status TranslatorSession::Delete(const std::string& id) {
+base::Status TranslatorSession::Delete(const std::string& id) {
     return StatusOf(m_translator->DeleteRecord(id.c_str()), "deleting " + base::ToUtf8(id));
 }
 
-platform::Result<BatchReport> TranslatorSession::BatchUpdate() {
+base::Result<BatchReport> TranslatorSession::BatchUpdate() {
     CollectingSink sink;
     if (m_translator->BatchUpdate(&sink) != RRC_OK) return Explain("writing the changes");
     return std::move(sink.report);
@@ -283,17 +283,17 @@ std::vector<std::string> TranslatorSession::TakeWarnings() {
     return messages;
 }
 
-platform::Failure TranslatorSession::Explain(std::string_view what) {
+base::Failure TranslatorSession::Explain(std::string_view what) {
     return Unsuccessful(std::string(what), TakeErrors());
 }
 
-platform::Status TranslatorSession::StatusOf(RRETURNCODE code, std::string_view what) {
+base::Status TranslatorSession::StatusOf(RRETURNCODE code, std::string_view what) {
     if (code == RRC_OK) return {};
     return Explain(what);
 }
 
-platform::Result<bool> TranslatorSession::Found(RRETURNCODE code, RRETURNCODE none,
-                                                std::string_view what) {
+base::Result<bool> TranslatorSession::Found(RRETURNCODE code, RRETURNCODE none,
+                                            std::string_view what) {
     if (code == RRC_OK) return true;
     if (code == none) return false;
     return Explain(what);

@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "frame/interface/translators.h"
+#include "host/base/failure.h"
 #include "host/translator/host_context.h"
 #include "host/translator/translator_host.h"
-#include "platform/os/result.h"
 
 namespace host::translator {
 
@@ -58,10 +58,10 @@ struct NumberValue {
 class TranslatorSession {
   public:
     // `host` outlives the session.
-    static platform::Result<TranslatorSession> Create(TranslatorHost& host, unsigned long kind);
+    static base::Result<TranslatorSession> Create(TranslatorHost& host, unsigned long kind);
     // One with a nickname file (Windows path) selected and opened.
-    static platform::Result<TranslatorSession> OpenContacts(TranslatorHost& host,
-                                                            std::string nicknameFile);
+    static base::Result<TranslatorSession> OpenContacts(TranslatorHost& host,
+                                                        std::string nicknameFile);
     TranslatorSession(TranslatorSession&&) = default;
     TranslatorSession& operator=(TranslatorSession&&) = delete;
     ~TranslatorSession();
@@ -69,43 +69,43 @@ class TranslatorSession {
     unsigned long Properties();
     // Chooses the store: `selection` is empty for the default, and comes back as what was chosen.
     // With `configure` the module shows its dialog. False if the user cancelled it.
-    platform::Result<bool> Select(std::string& selection, std::string& summary, bool configure);
-    platform::Status SaveSettings(const std::string& selection);
+    base::Result<bool> Select(std::string& selection, std::string& summary, bool configure);
+    base::Status SaveSettings(const std::string& selection);
     // Fails too when the module opened the store and has something to say about it: then what can
     // be seen is not all that the store holds.
-    platform::Status Open();
-    platform::Status Close();
+    base::Status Open();
+    base::Status Close();
 
-    platform::Result<std::vector<FieldInfo>> Fields();
+    base::Result<std::vector<FieldInfo>> Fields();
 
     // Walking: true on a record, false behind the last one.
-    platform::Result<bool> MoveFirst();
-    platform::Result<bool> MoveNext();
+    base::Result<bool> MoveFirst();
+    base::Result<bool> MoveNext();
     // False if there is no such record.
-    platform::Result<bool> GoTo(const std::string& id);
-    platform::Result<std::string> RecordId();
-    platform::Result<std::string> ModifiedInfo();
+    base::Result<bool> GoTo(const std::string& id);
+    base::Result<std::string> RecordId();
+    base::Result<std::string> ModifiedInfo();
     // A text field of the current record; nothing for a field without value.
-    platform::Result<std::optional<std::string>> Text(const std::string& fieldId);
-    platform::Result<std::int32_t> Number(const std::string& fieldId);
+    base::Result<std::optional<std::string>> Text(const std::string& fieldId);
+    base::Result<std::int32_t> Number(const std::string& fieldId);
     // An OLE automation date; nothing for no date.
-    platform::Result<std::optional<double>> Date(const std::string& fieldId);
+    base::Result<std::optional<double>> Date(const std::string& fieldId);
 
     // Asks whether a record with these values may be stored.
-    platform::Result<Verdict> Check(const std::vector<TextValue>& values,
-                                    const std::vector<NumberValue>& numbers = {});
+    base::Result<Verdict> Check(const std::vector<TextValue>& values,
+                                const std::vector<NumberValue>& numbers = {});
     // Each begins a record, which Store ends. BeginEdit fails for an unknown id.
-    platform::Status BeginAdd();
-    platform::Status BeginEdit(const std::string& id);
-    platform::Status SetText(const std::string& fieldId, const std::string& text);
-    platform::Status SetNumber(const std::string& fieldId, std::int32_t number);
-    platform::Status SetDate(const std::string& fieldId, double date);  // OLE automation date
+    base::Status BeginAdd();
+    base::Status BeginEdit(const std::string& id);
+    base::Status SetText(const std::string& fieldId, const std::string& text);
+    base::Status SetNumber(const std::string& fieldId, std::int32_t number);
+    base::Status SetDate(const std::string& fieldId, double date);  // OLE automation date
     // The id that the stored record has; it can differ from what the values say.
-    platform::Result<std::string> Store();
-    platform::Result<BatchReport::Stored> StoreWithMarker();
-    platform::Status Delete(const std::string& id);
+    base::Result<std::string> Store();
+    base::Result<BatchReport::Stored> StoreWithMarker();
+    base::Status Delete(const std::string& id);
     // Writes the collected changes into Eudora's files.
-    platform::Result<BatchReport> BatchUpdate();
+    base::Result<BatchReport> BatchUpdate();
 
     // Empties the module's queues; UTF-8.
     std::vector<std::string> TakeErrors();
@@ -114,9 +114,9 @@ class TranslatorSession {
   private:
     TranslatorSession(std::unique_ptr<CRRecordTranslator> translator, CEudoraTransUtil* util,
                       unsigned long kind);
-    platform::Failure Explain(std::string_view what);
-    platform::Status StatusOf(RRETURNCODE code, std::string_view what);
-    platform::Result<bool> Found(RRETURNCODE code, RRETURNCODE none, std::string_view what);
+    base::Failure Explain(std::string_view what);
+    base::Status StatusOf(RRETURNCODE code, std::string_view what);
+    base::Result<bool> Found(RRETURNCODE code, RRETURNCODE none, std::string_view what);
 
     std::unique_ptr<HostContext> m_context;
     std::unique_ptr<CRRecordTranslator> m_translator;

@@ -30,9 +30,6 @@ const char* Describe(ErrorCode code) {
             return "damaged";
         case ErrorCode::kIo:
             return "input/output error";
-        case ErrorCode::kRefused:
-        case ErrorCode::kFailed:
-            break;
     }
     return "unknown error";
 }
@@ -40,11 +37,6 @@ const char* Describe(ErrorCode code) {
 }  // namespace
 
 std::string Failure::Message() const {
-    return advice.empty() ? Cause() : Cause() + ": " + advice;
-}
-
-std::string Failure::Cause() const {
-    if (code == ErrorCode::kRefused || code == ErrorCode::kFailed) return context;
     std::string text = context.empty() ? Describe(code) : context + ": " + Describe(code);
     if (systemError != 0) text += " (error " + std::to_string(systemError) + ")";
     return text;

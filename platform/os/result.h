@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cassert>
+#include <concepts>
 #include <optional>
 #include <string>
 #include <utility>
@@ -21,34 +21,35 @@ enum class ErrorCode {
     kNotSupported,
     kCorrupt,
     kIo,
-    // The context is a whole line for a person: nothing was touched (kRefused),
-    // or the operation began and did not succeed (kFailed).
-    kRefused,
-    kFailed,
 };
 
 // Why an operation failed: what kind of failure, of which thing (a path, a key: the name that a
-// person knows it by), the system's own number (errno or GetLastError; 0 if none), and what a
-// person can do about it, where that is known.
+// person knows it by), and the system's own number (errno or GetLastError; 0 if none).
 struct Failure {
     ErrorCode code = ErrorCode::kIo;
     std::string context;
     int systemError = 0;
-    std::string advice = {};
 
-    // One line for a person, without a line end: "C:\x\y.txt: access denied (error 13)", and behind
-    // a colon the advice.
+    // One line for a person, without a line end: "C:\x\y.txt: access denied (error 13)".
     std::string Message() const;
-    // The same without the advice.
-    std::string Cause() const;
 };
 
-// A value or a Failure: the part of std::expected that this project uses.
-template <class T>
+// Failures of another kind, which F takes over: a layer above has a kind of its own.
+template <class E, class F>
+concept FailureBelow = std::convertible_to<E, F> && !std::same_as<E, F>;
+
+// A value or a failure: the part of std::expected that this project uses.
+template <class T, class F = Failure>
 class [[nodiscard]] Result {
   public:
     Result(T value) : m_state(std::in_place_index<0>, std::move(value)) {}
-    Result(Failure failure) : m_state(std::in_place_index<1>, std::move(failure)) {}
+    Result(F failure) : m_state(std::in_place_index<1>, std::move(failure)) {}
+    template <FailureBelow<F> E>
+    Result(const E& failure) : Result(F(failure)) {}
+    template <FailureBelow<F> E>
+    Result(Result<T, E> below)
+        : m_state(below ? State(std::in_place_index<0>, *std::move(below))
+                        : State(std::in_place_index<1>, below.Error())) {}
 
     bool HasValue() const { return m_state.index() == 0; }
     explicit operator bool() const { return HasValue(); }
@@ -58,24 +59,31 @@ class [[nodiscard]] Result {
     T* operator->() { return std::get_if<0>(&m_state); }
     const T* operator->() const { return std::get_if<0>(&m_state); }
     T ValueOr(T other) && { return HasValue() ? std::move(**this) : std::move(other); }
-    const Failure& Error() const { return *std::get_if<1>(&m_state); }
+    const F& Error() const { return *std::get_if<1>(&m_state); }
 
   private:
-    std::variant<T, Failure> m_state;
+    using State = std::variant<T, F>;
+    State m_state;
 };
 
-template <>
-class [[nodiscard]] Result<void> {
+template <class F>
+class [[nodiscard]] Result<void, F> {
   public:
     Result() = default;
-    Result(Failure failure) : m_failure(std::move(failure)) {}
+    Result(F failure) : m_failure(std::move(failure)) {}
+    template <FailureBelow<F> E>
+    Result(const E& failure) : m_failure(failure) {}
+    template <FailureBelow<F> E>
+    Result(const Result<void, E>& below) {
+        if (!below) m_failure = below.Error();
+    }
 
     bool HasValue() const { return !m_failure; }
     explicit operator bool() const { return HasValue(); }
-    const Failure& Error() const { return *m_failure; }
+    const F& Error() const { return *m_failure; }
 
   private:
-    std::optional<Failure> m_failure;
+    std::optional<F> m_failure;
 };
 
 using Status = Result<void>;

@@ -201,7 +201,7 @@ TEST_F(ModuleMail, WalksAllMailsInTheirOrder) {
     std::string walk;
     const auto walked =
         mails.Walk(host::mail::Reach::kWithinLimits,
-                   [&](const host::mail::MailHead& head) -> platform::Result<bool> {
+                   [&](const host::mail::MailHead& head) -> host::base::Result<bool> {
                        const auto mail = mails.Read(host::mail::MailParts::kWithoutAttachments);
                        if (!mail) return mail.Error();
                        EXPECT_EQ(mail->marker, std::to_string(mail->status.value_or(0)));

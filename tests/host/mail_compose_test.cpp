@@ -210,7 +210,7 @@ TEST_F(ComposeTest, ATextThatHoldsTheBoundaryGetsAnotherOne) {
 TEST_F(ComposeTest, HandsALargeMailOverInPieces) {
     Attach("large.bin", std::string(10u << 20, 'x'));
     std::size_t largest = 0;
-    const auto measure = [&](std::string_view piece) -> platform::Status {
+    const auto measure = [&](std::string_view piece) -> host::base::Status {
         largest = std::max(largest, piece.size());
         return {};
     };

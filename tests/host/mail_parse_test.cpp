@@ -363,7 +363,7 @@ TEST(ParseMail, TellsWhatItHadToCut) {
     const std::string huge((std::size_t{256} << 20) + 1, 'x');
     const auto refused = world.Try(huge);
     ASSERT_FALSE(refused);
-    EXPECT_EQ(refused.Error().code, platform::ErrorCode::kRefused);
+    EXPECT_EQ(refused.Error().exit, host::base::ExitCode::kRefused);
     EXPECT_NE(refused.Error().Message().find("the mail"), std::string::npos);
 }
 

@@ -165,7 +165,7 @@ TEST(MailProperty, AnyTextComesBackInAnyEncoding) {
             rest.remove_prefix(std::min(end + 1, rest.size()));
         }
         (void)mail::DecodeBody(encoded, std::string(mail::NameOf(encoding)),
-                               [&](std::string_view piece) -> platform::Status {
+                               [&](std::string_view piece) -> host::base::Status {
                                    decoded += piece;
                                    return {};
                                });

@@ -10,7 +10,7 @@ endif()
 set(KV_GROWTH_SOURCES host/mail/html_entities.cpp host/mail/html_text.cpp host/mail/mail_text.cpp
                       host/mail/mime_entity.cpp host/maildir/message_header.cpp text/ascii.cpp)
 list(TRANSFORM KV_GROWTH_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
-kv_test(mail_growth_test SOURCES mail_growth_test.cpp ${KV_GROWTH_SOURCES} DEPENDS platform_os)
+kv_test(mail_growth_test SOURCES mail_growth_test.cpp ${KV_GROWTH_SOURCES} DEPENDS host_base platform_os)
 set_source_files_properties(${KV_GROWTH_SOURCES} PROPERTIES
     COMPILE_OPTIONS -fsanitize-coverage=trace-pc)
 

@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "host/base/failure.h"
 #include "host/mail/compose.h"
 #include "host/mail/parse.h"
 #include "platform/testing/fixed_clock.h"
@@ -21,7 +22,7 @@ class MailFiles {
     // The message in one text.
     std::string Compose(const mail::Mail& mail) {
         std::string message;
-        const auto take = [&](std::string_view piece) -> platform::Status {
+        const auto take = [&](std::string_view piece) -> host::base::Status {
             message += piece;
             return {};
         };
@@ -29,7 +30,7 @@ class MailFiles {
         if (!status) throw std::runtime_error(status.Error().Message());
         return message;
     }
-    platform::Result<mail::NewMail> Try(std::string_view message) {
+    host::base::Result<mail::NewMail> Try(std::string_view message) {
         return mail::ParseMail(message, {files, "C:\\in", m_codePage, clock}, "the mail");
     }
     mail::NewMail Parse(std::string_view message) {

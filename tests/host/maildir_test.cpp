@@ -29,8 +29,8 @@ std::multiset<std::string> Names(maildir::Maildir& maildir) {
     return names;
 }
 
-platform::Result<std::string> Deliver(maildir::Maildir& maildir, const char* text,
-                                      const char* flags) {
+host::base::Result<std::string> Deliver(maildir::Maildir& maildir, const char* text,
+                                        const char* flags) {
     std::string unique = maildir.NewName();
     const auto size =
         maildir.Write(unique, [text](platform::File& file) { return file.Write(text); });

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "host/base/failure.h"
 #include "host/mail/mail.h"
 #include "host/mail/parse.h"
 #include "host/maildir/maildir_name.h"
@@ -44,7 +45,7 @@ class MemoryMails : public mail::MailSource {
         return *std::ranges::find(mails, std::optional(subject), &mail::Mail::subject);
     }
     bool HasLimits() const override { return !hidden.empty(); }
-    platform::Status Walk(mail::Reach reach, const Visit& visit) override {
+    host::base::Status Walk(mail::Reach reach, const Visit& visit) override {
         ++walks;
         for (const mail::Mail& mail : mails) {
             if (reach == mail::Reach::kWithinLimits && hidden.contains(mail.id)) continue;
@@ -55,7 +56,7 @@ class MemoryMails : public mail::MailSource {
         }
         return {};
     }
-    platform::Result<std::optional<mail::MailHead>> Find(const std::string& id) override {
+    host::base::Result<std::optional<mail::MailHead>> Find(const std::string& id) override {
         ++searches;
         const auto found = std::ranges::find(mails, id, &mail::Mail::id);
         if (found == mails.end()) return std::optional<mail::MailHead>();
@@ -65,13 +66,14 @@ class MemoryMails : public mail::MailSource {
     }
     std::optional<std::string> MessageId() override { return m_current->messageId.value_or(""); }
     std::string Name() override { return mail::MailName(*m_current->subject, *m_current->from); }
-    platform::Result<mail::Mail> Read(mail::MailParts) override {
+    host::base::Result<mail::Mail> Read(mail::MailParts) override {
         ++reads;
         if (unreadable.contains(m_current->id)) return Fault();
         return *m_current;
     }
 
-    platform::Result<mail::MailHead> Add(const mail::NewMail& mail, std::uint32_t status) override {
+    host::base::Result<mail::MailHead> Add(const mail::NewMail& mail,
+                                           std::uint32_t status) override {
         mail::Mail added;
         added.id = NextId();
         added.from = mail.from;
@@ -88,14 +90,14 @@ class MemoryMails : public mail::MailSource {
         (void)SetStatus(added.id, status);
         return mail::MailHead{added.id, std::to_string(status)};
     }
-    platform::Status AddOutgoing(const mail::NewMail& mail) override {
-        if (mail.to.empty()) return platform::Failure{platform::ErrorCode::kFailed, "no recipient"};
+    host::base::Status AddOutgoing(const mail::NewMail& mail) override {
+        if (mail.to.empty()) return host::base::Failed("no recipient");
         mail::Mail copied;
         if (auto status = CopyAttachments(mail, copied); !status) return status;
         m_waiting.push_back([this, subject = mail.subject] { queued.push_back(subject); });
         return {};
     }
-    platform::Status SetStatus(const std::string& id, std::uint32_t status) override {
+    host::base::Status SetStatus(const std::string& id, std::uint32_t status) override {
         m_states.push_back([this, id, status] {
             const auto mail = std::ranges::find(mails, id, &mail::Mail::id);
             if (mail == mails.end()) return;
@@ -104,16 +106,16 @@ class MemoryMails : public mail::MailSource {
         });
         return {};
     }
-    platform::Status Remove(const std::string& id) override {
+    host::base::Status Remove(const std::string& id) override {
         if (m_files.Strikes()) return m_files.Injected("remove");
         const auto mail = std::ranges::find(mails, id, &mail::Mail::id);
-        if (mail == mails.end()) return platform::Failure{platform::ErrorCode::kFailed, id};
+        if (mail == mails.end()) return host::base::Failed(id);
         ++changes;
         trash.push_back(*mail);
         mails.erase(mail);
         return {};
     }
-    platform::Status Finish() override {
+    host::base::Status Finish() override {
         const bool isHit = m_files.Strikes();
         auto waiting = std::exchange(m_waiting, {});
         std::ranges::move(std::exchange(m_states, {}), std::back_inserter(waiting));
@@ -148,10 +150,10 @@ class MemoryMails : public mail::MailSource {
     }
 
   private:
-    platform::Failure Fault() const {
-        return {platform::ErrorCode::kFailed, m_current->id + " cannot be read"};
+    host::base::Failure Fault() const {
+        return host::base::Failed(m_current->id + " cannot be read");
     }
-    platform::Status CopyAttachments(const mail::NewMail& mail, mail::Mail& target) {
+    host::base::Status CopyAttachments(const mail::NewMail& mail, mail::Mail& target) {
         for (const mail::NewAttachment& attachment : mail.attachments) {
             std::string path = "C:\\Attach\\" + attachment.copyName;
             while (m_files.Exists(path)) path.insert(path.rfind('.'), "1");
@@ -176,9 +178,9 @@ class MemoryMailMemory : public state::MailMemory {
     std::vector<state::RememberedMail> rows;
     int saves = 0;
 
-    platform::Result<std::vector<state::RememberedMail>> Load() override { return rows; }
+    host::base::Result<std::vector<state::RememberedMail>> Load() override { return rows; }
     using state::MailMemory::Save;
-    platform::Status Save(state::MailMemoryChange& change) override {
+    host::base::Status Save(state::MailMemoryChange& change) override {
         if (m_files.Strikes()) return m_files.Injected("state");
         ++saves;
         for (const std::int64_t key : change.forget) {
@@ -343,8 +345,8 @@ struct MailWorld {
                     if (!tooLarge.empty() && name.starts_with(tooLarge)) throw std::bad_alloc();
                     return mail::ParseMail(bytes, {disk, "C:\\in", 1252, clock}, name);
                 },
-                [this] { return platform::Result<std::size_t>(eudora.queued.size()); },
-                [this]() -> platform::Status {
+                [this] { return host::base::Result<std::size_t>(eudora.queued.size()); },
+                [this]() -> host::base::Status {
                     if (files.Strikes()) return files.Injected("backup");
                     ++backups;
                     return {};

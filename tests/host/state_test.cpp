@@ -17,12 +17,12 @@ class StateTest : public ::testing::Test {
     std::string Path() const { return m_folder / "state.db"; }
     std::string Journal() const { return Path() + "-journal"; }
     std::string Bytes() const { return test::ReadDisk(Path()); }
-    platform::Result<std::unique_ptr<state::PairMemory>> Open(bool mayWrite,
-                                                              const char* scope = "s") {
+    host::base::Result<std::unique_ptr<state::PairMemory>> Open(bool mayWrite,
+                                                                const char* scope = "s") {
         return state::OpenPairs(platform::NativeFiles(), Path(), scope, mayWrite);
     }
-    platform::Result<std::unique_ptr<state::MailMemory>> Mails(bool mayWrite,
-                                                               const char* scope = "s") {
+    host::base::Result<std::unique_ptr<state::MailMemory>> Mails(bool mayWrite,
+                                                                 const char* scope = "s") {
         return state::OpenMails(platform::NativeFiles(), Path(), scope, mayWrite);
     }
     state::Remembered Load(const char* scope = "s") { return *(*Open(false, scope))->Load(); }
@@ -199,7 +199,7 @@ TEST_F(StateTest, RefusesADamagedFileAndLeavesItAsItIs) {
         for (const bool mayWrite : {false, true}) {
             auto state = Open(mayWrite);
             const auto failure = state ? (*state)->Load().Error() : state.Error();
-            EXPECT_EQ(failure.code, platform::ErrorCode::kRefused);
+            EXPECT_EQ(failure.exit, host::base::ExitCode::kRefused);
             EXPECT_THAT(failure.Message(), HasSubstr(line));
             EXPECT_THAT(failure.Message(), HasSubstr(Path()));
             EXPECT_EQ(Bytes(), bytes);
@@ -273,7 +273,7 @@ TEST_F(StateTest, TheLockKeepsASecondRunOut) {
         for (const bool mayWrite : {true, false}) {
             auto second = state::StateLock::Take(files, Path(), mayWrite);
             ASSERT_FALSE(second);
-            EXPECT_EQ(second.Error().code, platform::ErrorCode::kRefused);
+            EXPECT_EQ(second.Error().exit, host::base::ExitCode::kRefused);
             EXPECT_THAT(second.Error().Message(), HasSubstr(Path()));
         }
     }

@@ -16,7 +16,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-platform::Result<translator::TranslatorSession> OpenBook() {
+host::base::Result<translator::TranslatorSession> OpenBook() {
     return translator::TranslatorSession::OpenContacts(
         *TheModule().host, TheModule().setup.eudoraFolder + "\\nndbase.txt");
 }

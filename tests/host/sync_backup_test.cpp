@@ -43,7 +43,7 @@ TEST(Backups, PutsEverythingBackAndKeepsWhatWasThere) {
     for (const char* id : {"none", "", "..", "..\\backups\\19700101-000000"}) {
         const auto restored = machine.backups.Restore(id);
         ASSERT_FALSE(restored) << id;
-        EXPECT_EQ(restored.Error().code, platform::ErrorCode::kRefused);
+        EXPECT_EQ(restored.Error().exit, host::base::ExitCode::kRefused);
     }
 }
 
@@ -123,7 +123,7 @@ TEST(Backups, ReadOnlyFilesAreCopiedAndRefuseARestore) {
     const auto expectRefused = [&](const char* why) {
         const auto refused = machine.backups.Restore(made->id, [](const backup::Backup&) {
             ADD_FAILURE() << "called ready";
-            return platform::Status();
+            return host::base::Status();
         });
         ASSERT_FALSE(refused);
         EXPECT_EQ(refused.Error().Message(), std::string(kToc) + why);

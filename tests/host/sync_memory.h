@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "host/base/failure.h"
 #include "host/contacts/contact_store.h"
 #include "host/contacts/eudora_limits.h"
 #include "host/contactsync/execute.h"
@@ -24,7 +25,7 @@ struct Mishap {
     bool Fired() const {
         return (killAt != 0 && count >= killAt) || (failAt != 0 && count >= failAt);
     }
-    platform::Status Next() {
+    host::base::Status Next() {
         ++count;
         if (count == killAt) throw Killed{};
         if (count == failAt) return platform::Failure{platform::ErrorCode::kIo, "injected"};
@@ -61,13 +62,13 @@ class MemoryContacts : public contacts::ContactStore {
     // After a kill: what was collected is gone.
     void Restart() { m_collected = entries; }
 
-    platform::Result<std::vector<base::StoreItem>> List() override {
+    host::base::Result<std::vector<base::StoreItem>> List() override {
         Restart();
         std::vector<base::StoreItem> items;
         for (const auto& [id, entry] : entries) items.push_back(ItemOf(id, entry));
         return items;
     }
-    platform::Result<contacts::StoredContact> Read(const std::string& id) override {
+    host::base::Result<contacts::StoredContact> Read(const std::string& id) override {
         const auto found = entries.find(id);
         if (found == entries.end()) return platform::Failure{platform::ErrorCode::kNotFound, id};
         const Entry& entry = found->second;
@@ -90,8 +91,8 @@ class MemoryContacts : public contacts::ContactStore {
             m_collects && which.Has(base::Field::kName) && values[base::Field::kName] == "...";
         return isBad ? std::optional<std::string>("the name is no name") : std::nullopt;
     }
-    platform::Result<std::string> Add(const base::Contact& values,
-                                      const std::string& like) override {
+    host::base::Result<std::string> Add(const base::Contact& values,
+                                        const std::string& like) override {
         const std::string id =
             m_collects ? values[base::Field::kNickname] : "card" + std::to_string(++m_ids);
         Entry entry{values, 0, 0, m_collects ? "" : "uid" + std::to_string(m_ids)};
@@ -101,8 +102,9 @@ class MemoryContacts : public contacts::ContactStore {
             return id;
         });
     }
-    platform::Result<std::string> Change(const base::StoreItem& known, const base::Contact& values,
-                                         base::FieldSet which) override {
+    host::base::Result<std::string> Change(const base::StoreItem& known,
+                                           const base::Contact& values,
+                                           base::FieldSet which) override {
         return Write([&](Entries& target) {
             auto node = target.extract(known.id);
             if (node.empty()) throw std::logic_error("unknown id");
@@ -117,14 +119,14 @@ class MemoryContacts : public contacts::ContactStore {
             return id;
         });
     }
-    platform::Status Remove(const base::StoreItem& known) override {
+    host::base::Status Remove(const base::StoreItem& known) override {
         auto done = Write([&](Entries& target) {
             target.erase(known.id);
             return known.id;
         });
-        return done ? platform::Status{} : done.Error();
+        return done ? host::base::Status{} : done.Error();
     }
-    platform::Status Commit() override {
+    host::base::Status Commit() override {
         if (!m_collects) return {};
         if (auto status = m_mishap.Next(); !status) return status;
         entries = m_collected;
@@ -134,7 +136,7 @@ class MemoryContacts : public contacts::ContactStore {
 
   private:
     template <class Change>
-    platform::Result<std::string> Write(const Change& change) {
+    host::base::Result<std::string> Write(const Change& change) {
         if (m_collects) return change(m_collected);
         if (auto status = m_mishap.Next(); !status) return status.Error();
         ++writes;
@@ -163,8 +165,8 @@ class MemoryPairs : public state::PairMemory {
     state::Remembered content;
     int writes = 0;
 
-    platform::Result<state::Remembered> Load() override { return content; }
-    platform::Status Save(const state::MemoryChange& change) override {
+    host::base::Result<state::Remembered> Load() override { return content; }
+    host::base::Status Save(const state::MemoryChange& change) override {
         if (auto status = m_mishap.Next(); !status) return status;
         ++writes;
         for (state::RememberedPair pair : change.put) {

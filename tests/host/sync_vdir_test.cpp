@@ -73,15 +73,15 @@ TEST(VdirContacts, DoesNotOverwriteWhatSomebodyJustChanged) {
 // Each operation of an addition, a copy, a change and a removal fails in turn, plainly, torn, or
 // with the run killed: the card is there as before or as after, whole, and the retry works.
 TEST(VdirContacts, AFaultLeavesTheOldOrTheNewCard) {
-    using Action = std::function<platform::Result<std::string>(Vdir&)>;
+    using Action = std::function<host::base::Result<std::string>(Vdir&)>;
     const Action actions[] = {[](Vdir& vdir) { return vdir.store.Add(Phone("9"), ""); },
                               [](Vdir& vdir) { return vdir.store.Add(Phone("9"), "a.vcf"); },
-                              [](Vdir& vdir) -> platform::Result<std::string> {
+                              [](Vdir& vdir) -> host::base::Result<std::string> {
                                   const auto items = vdir.store.List();
                                   if (!items) return items.Error();
                                   return vdir.store.Change((*items)[0], Phone("2"), PhoneOnly());
                               },
-                              [](Vdir& vdir) -> platform::Result<std::string> {
+                              [](Vdir& vdir) -> host::base::Result<std::string> {
                                   const auto items = vdir.store.List();
                                   if (!items) return items.Error();
                                   const auto removed = vdir.store.Remove((*items)[0]);
