@@ -1,4 +1,5 @@
-// Plays files of cases and holds what comes of it against what they say: see README.md.
+// Plays files of cases and holds what comes of it against what they say: see
+// README.md.
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -17,8 +18,8 @@ using Strings = std::vector<std::string>;
 
 constexpr bool kIsWindows = std::filesystem::path::preferred_separator == L'\\';
 
-// A case, from its title to the next one. What stands in front of the first title comes first in
-// every case.
+// A case, from its title to the next one. What stands in front of the first
+// title comes first in every case.
 struct Case {
     std::string title;
     Strings lines;
@@ -77,7 +78,8 @@ std::string Unmistakable(const std::string& line) {
     return escape.data() + line.substr(1);
 }
 
-// Plays lines and gives them with what the commands told instead of what was expected.
+// Plays lines and gives them with what the commands told instead of what was
+// expected.
 Strings Play(const Strings& lines, World& world) {
     Strings played;
     for (auto line = lines.begin(); line != lines.end();) {
@@ -89,7 +91,7 @@ Strings Play(const Strings& lines, World& world) {
             continue;
         }
         Strings input, expected;
-        const bool isShell = command.find("kvsync shell ") != command.npos && line != lines.end() &&
+        const bool isShell = command.starts_with("$ kvsync shell ") && line != lines.end() &&
                              line->starts_with("> ");
         for (; line != lines.end() && line->starts_with("> "); ++line) {
             input.push_back(line->substr(2));
@@ -119,7 +121,8 @@ void PrintDifference(const Case& expected, const Strings& played) {
     for (auto line = until; line != right.base(); ++line) std::printf("+ %s\n", line->c_str());
 }
 
-// Whether the file says what comes of its cases; rewrites it so that it does if that is asked for.
+// Whether the file says what comes of its cases; rewrites it so that it does if
+// that is asked for.
 bool IsAsTold(const std::string& file, bool rewrites) {
     const auto all = CasesOf(Lines(test::ReadDisk(file)));
     std::string text;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cstdio>
 #include <regex>
 
@@ -27,7 +28,8 @@ bool CanBeSeen(char32_t character) {
 std::string Readable(std::string_view bytes) {
     std::string text;
     while (!bytes.empty()) {
-        const bool looksEscaped = bytes.starts_with("\\x");
+        const bool looksEscaped = bytes.starts_with("\\x") && bytes.size() > 3 &&
+                                  std::isxdigit(static_cast<unsigned char>(bytes[2])) != 0;
         std::string_view rest = bytes;
         const bool isSeen = CanBeSeen(text::TakeUtf8(rest)) && !looksEscaped;
         for (; bytes.size() > rest.size(); bytes.remove_prefix(1)) {
@@ -88,6 +90,7 @@ std::string WithMarks(const std::string& line) {
     static const std::pair<std::regex, const char*> kMarks[] = {
         {std::regex("[0-9]+\\.[A-Z0-9]*P[0-9]+R[0-9a-f]{16}[A-Z0-9]*\\.kvsync"), "<mail>"},
         {std::regex("[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}"), "<id>"},
+        {std::regex("/kvsync-[0-9a-f]{16}"), "/kvsync-<id>"},
         {std::regex("[0-9]{8}[T-][0-9]{6}(Z|-[0-9]+)?"), "<time>"}};
     std::string text = line;
     for (const auto& [pattern, mark] : kMarks) text = std::regex_replace(text, pattern, mark);

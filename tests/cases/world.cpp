@@ -8,6 +8,7 @@
 
 #include "platform/os/program.h"
 #include "tests/cases/readable.h"
+#include "tests/cases/terminal.h"
 #include "tests/platform/temp_folder.h"
 #include "tests/tools/mailbox_check.h"
 
@@ -32,6 +33,10 @@ std::string Joined(const std::vector<std::string>& lines, const std::string& end
     return text;
 }
 
+fs::path BuildFolder() {
+    return fs::path(platform::ProgramPath()).parent_path();
+}
+
 // The lines of a text, then what is odd about their ends.
 void Show(const std::string& text, std::vector<std::string>& told) {
     auto lines = Lines(text);
@@ -47,7 +52,8 @@ void Show(const std::string& text, std::vector<std::string>& told) {
     if (!text.empty() && !text.ends_with('\n')) told.emplace_back("(no line end)");
 }
 
-// The lines that only one of two texts has, in order: the longest common part is left out.
+// The lines that only one of two texts has, in order: the longest common part
+// is left out.
 void ShowDifference(const std::string& before, const std::string& after,
                     std::vector<std::string>& told) {
     const auto a = Lines(before), b = Lines(after);
@@ -69,8 +75,8 @@ void ShowDifference(const std::string& before, const std::string& after,
     }
 }
 
-// A mailbox by a reader that shares nothing with kvsync: "mailbox E/In"; the mails from number
-// `ours` on must be as the translator writes them.
+// A mailbox by a reader that shares nothing with kvsync: "mailbox E/In"; the
+// mails from number `ours` on must be as the translator writes them.
 void ShowMailbox(const std::string& name, std::uint32_t ours, std::vector<std::string>& told) {
     mailbox_check::Rules rules;
     rules.ours = ours;
@@ -88,9 +94,10 @@ void ShowMailbox(const std::string& name, std::uint32_t ours, std::vector<std::s
 
 World::World() : m_home(fs::current_path()) {
     static int number = 0;
-    m_folder = fs::temp_directory_path() / ("kvcase-" + std::to_string(platform::ProcessNumber()) +
-                                            "-" + std::to_string(++number));
-    fs::create_directories(m_folder / "state");
+    static const fs::path temp = fs::temp_directory_path();
+    m_folder = temp / ("kvcase-" + std::to_string(platform::ProcessNumber()) + "-" +
+                       std::to_string(++number));
+    for (const char* name : {"state", "tmp"}) fs::create_directories(m_folder / name);
     m_folder = fs::canonical(m_folder);
     fs::current_path(m_folder);
     const std::pair<const char*, std::string> variables[] = {
@@ -99,6 +106,7 @@ World::World() : m_home(fs::current_path()) {
         {"XDG_STATE_HOME", (m_folder / "state").string()},
         {"XDG_CONFIG_HOME", (m_folder / "config").string()},
         {"WINEPREFIX", (m_folder / "no-prefix").string()},
+        {"TMPDIR", (m_folder / "tmp").string()},
         {"TZ", "UTC"},
         {"LC_ALL", "C.UTF-8"}};
     for (const auto& [name, value] : variables) {
@@ -149,7 +157,7 @@ bool World::DoWithFiles(const std::vector<std::string>& words,
         {"write",
          [&] {
              const std::string end = word(2) == "crlf" ? "\r\n" : "\n";
-             test::WriteDisk(m_folder / word(1), BytesOf(Joined(input, end)));
+             test::WriteDisk(m_folder / word(1), BytesOf(Meant(Joined(input, end))));
          }},
         {"replace",
          [&] {
@@ -167,8 +175,16 @@ bool World::DoWithFiles(const std::vector<std::string>& words,
          }},
         {"resize", [&] { fs::resize_file(name(1), std::stoull(word(2))); }},
         {"remove", [&] { fs::remove_all(name(1)); }},
-        {"copy", [&] { fs::copy(name(1), word(2), fs::copy_options::recursive); }},
-        {"move", [&] { fs::rename(name(1), word(2)); }},
+        {"copy",
+         [&] {
+             fs::create_directories((m_folder / word(2)).parent_path());
+             fs::copy(name(1), word(2), fs::copy_options::recursive);
+         }},
+        {"move",
+         [&] {
+             fs::create_directories((m_folder / word(2)).parent_path());
+             fs::rename(name(1), word(2));
+         }},
         {"link", [&] { fs::create_symlink(word(1), word(2)); }},
         {"readonly",
          [&] {
@@ -203,28 +219,48 @@ void World::Run(const std::vector<std::string>& words, const std::vector<std::st
         Replace(word, "'", R"('\'')");
         return '\'' + word + "' ";
     };
-    std::string line;
     auto word = words.begin();
+    const bool hasTerminal = *word == "terminal";
+    if (hasTerminal) ++word;
+    std::string line;
     for (; word->find('=') != word->npos; ++word) {
         line += word->substr(0, word->find('=') + 1) + quoted(word->substr(word->find('=') + 1));
     }
-    line += quoted((fs::path(platform::ProgramPath()).parent_path() / *word++).string());
-    for (; word != words.end(); ++word) line += quoted(*word);
-    line += "< state/input > state/out 2> state/err";
-    const int status = std::system((kIsWindows ? '"' + line + '"' : "umask 022; " + line).c_str());
-
-    auto answers = Lines(test::ReadDisk("state/out"));
-    const std::size_t operations = isShell ? std::min(input.size(), answers.size()) : 0;
-    for (std::size_t i = 0; i < operations; ++i) {
-        told.push_back("> " + input[i].substr(0, input[i].find(" => ")) + " => " +
-                       Readable(ShortAnswer(Told(answers[i]))));
+    line += quoted((BuildFolder() / *word++).string());
+    std::string output = "state/out";
+    for (; word != words.end(); ++word) {
+        if (word->starts_with('>'))
+            output = word->substr(1);
+        else
+            line += quoted(*word);
     }
-    for (std::size_t i = operations; i < answers.size(); ++i)
-        told.push_back(Readable(Told(answers[i])));
-    for (const auto& error : Lines(test::ReadDisk("state/err")))
-        told.push_back("! " + Readable(Told(error)));
-    const int code = status >= 256 ? status >> 8 : status;
+    int code = 0;
+    if (hasTerminal) {
+        code = RunInTerminal(line, input, told);
+        for (auto& row : told) row = Readable(Told(row));
+    } else {
+        line += "< state/input > " + output + " 2> state/err";
+        code = std::system((kIsWindows ? '"' + line + '"' : "umask 022; " + line).c_str());
+        if (code >= 256) code >>= 8;
+        TellOutput(isShell ? input : std::vector<std::string>(), told);
+    }
     if (code != 0) told.push_back("[" + std::to_string(code) + "]");
+}
+
+void World::TellOutput(const std::vector<std::string>& operations, std::vector<std::string>& told) {
+    auto answers = Lines(test::ReadDisk("state/out"));
+    for (std::size_t i = 0; i < answers.size(); ++i) {
+        std::string answer = Told(answers[i]);
+        if (i < operations.size()) {
+            answer = "> " + operations[i].substr(0, operations[i].find(" => ")) + " => " +
+                     ShortAnswer(answer);
+        }
+        told.push_back(Readable(answer));
+    }
+    for (const auto& error : Lines(test::ReadDisk("state/err"))) {
+        told.push_back("! " + Readable(Told(error)));
+    }
+    for (const char* name : {"state/out", "state/err"}) fs::remove(name);
 }
 
 std::string World::Named(const std::string& name) const {
@@ -252,6 +288,7 @@ std::string World::Told(std::string line) {
         if (line.find(folder) != line.npos) std::ranges::replace(line, '\\', '/');
     }
     Replace(line, m_folder.generic_string(), "<here>");
+    Replace(line, BuildFolder().generic_string(), "<build>");
     return WithMarks(line);
 }
 

@@ -33,6 +33,8 @@ class World {
                      std::vector<std::string>& told);
     void Run(const std::vector<std::string>& words, const std::vector<std::string>& input,
              std::vector<std::string>& told);
+    // What a program wrote; the first lines answer operations of the shell.
+    void TellOutput(const std::vector<std::string>& operations, std::vector<std::string>& told);
     // The one file that a name stands for: "C/[Ann]" is the file of C that holds "Ann".
     std::string Named(const std::string& name) const;
     // A line with this folder and what differs from run to run as marks, and back.
