@@ -17,7 +17,13 @@ build:
 test: build
 	@$(CTEST) --test-dir $(BUILD)
 
-demo: build
+# What runs, without the tests.
+PROGRAM = cmake --build $(BUILD) --target kvsync kvtEUD EUMAPI32 bundles
+
+demo:
+	@tools/setup.sh build
+	@$(CONFIGURE) -B $(BUILD)
+	@$(PROGRAM)
 	@BUILD=$(BUILD) tools/demo.sh
 
 # The whole suite under AddressSanitizer and UndefinedBehaviorSanitizer.
@@ -54,7 +60,10 @@ windows-test:
 
 # `make install PREFIX=/usr/local DESTDIR=...`
 PREFIX ?= /usr/local
-install: build
+install:
+	@tools/setup.sh build
+	@$(CONFIGURE) -B $(BUILD)
+	@$(PROGRAM)
 	@cmake --install $(BUILD) --prefix $(PREFIX)
 
 clean:

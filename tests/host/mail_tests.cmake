@@ -12,7 +12,7 @@ set(KV_GROWTH_SOURCES host/mail/html_entities.cpp host/mail/html_text.cpp host/m
 list(TRANSFORM KV_GROWTH_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
 kv_test(mail_growth_test SOURCES mail_growth_test.cpp ${KV_GROWTH_SOURCES} DEPENDS host_base platform_os)
 set_source_files_properties(${KV_GROWTH_SOURCES} PROPERTIES
-    COMPILE_OPTIONS -fsanitize-coverage=trace-pc)
+    COMPILE_OPTIONS -fsanitize-coverage=trace-pc SKIP_PRECOMPILE_HEADERS ON)
 
 if(NOT WIN32)
     find_program(KV_PYTHON python3 REQUIRED)
