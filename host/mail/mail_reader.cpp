@@ -17,6 +17,29 @@ constexpr std::size_t kMostParts = 500;
 // How much a text is worth among alternatives.
 enum class Rank { kNone, kEnriched, kHtml, kPlain };
 
+// How the text of a part is shown.
+struct TextForm {
+    std::string_view subtype;
+    Rank rank;
+    std::string_view ownPiece;  // what ComposeMail noted of one that goes back as it is
+    TextPiece::Kind kind;       // of such a one
+    std::string (*toPlain)(std::string_view);  // of another
+};
+
+constexpr TextForm kTextForms[] = {
+    {"plain", Rank::kPlain, "", TextPiece::Kind::kPlain, nullptr},
+    {"html", Rank::kHtml, "html", TextPiece::Kind::kHtml, TextOfHtml},
+    {"enriched", Rank::kEnriched, "rich", TextPiece::Kind::kEnriched, TextOfEnriched},
+};
+
+// Null for what is a file. A multipart without parts is a plain text.
+const TextForm* FormOf(const PartType& type) {
+    if (type.isAttachment || !type.fileName.empty()) return nullptr;
+    if (type.type == "multipart") return kTextForms;
+    const auto* const form = std::ranges::find(kTextForms, type.subtype, &TextForm::subtype);
+    return type.type == "text" && form != std::end(kTextForms) ? form : nullptr;
+}
+
 struct Part {
     std::vector<TextPiece> texts;
     std::vector<FilePart> files;
@@ -68,11 +91,9 @@ class PartReader {
             const auto parts = SplitParts(entity.body, type.boundary, kMostParts + 1);
             if (!parts.empty()) return ReadParts(type, parts, depth);
         }
-        const bool isText = type.Is("text", "plain") || type.Is("text", "html") ||
-                            type.Is("text", "enriched") || type.type == "multipart";
-        if (isText && !type.isAttachment && type.fileName.empty())
-            return Text(type, Content(type, entity.body));
-        return File(type, Content(type, entity.body));
+        const std::string_view content = Content(type, entity.body);
+        if (const auto* form = FormOf(type)) return Text(*form, type, content);
+        return File(type, content);
     }
 
     bool IsTooComplex() const { return m_isTooComplex; }
@@ -98,34 +119,21 @@ class PartReader {
         std::ranges::move(part.files, std::back_inserter(best.files));
     }
 
-    Part Text(const PartType& type, std::string_view body) const {
-        TextPiece piece;
+    Part Text(const TextForm& form, const PartType& type, std::string_view body) const {
         std::string bytes;
         (void)DecodeBody(body, type.encoding, [&](std::string_view decoded) -> base::Status {
             bytes += decoded;
             return {};
         });
-        piece.text = DecodedText(bytes, type.charset, m_codePage);
-        Rank rank = Rank::kPlain;
-        if (type.Is("text", "html")) {
-            rank = Rank::kHtml;
-            if (type.ownPiece == "html") {
-                piece.kind = TextPiece::Kind::kHtml;
-            } else {
-                piece.text = TextOfHtml(piece.text);
-            }
-        } else if (type.Is("text", "enriched")) {
-            rank = Rank::kEnriched;
-            if (type.ownPiece == "rich") {
-                piece.kind = TextPiece::Kind::kEnriched;
-            } else {
-                piece.text = TextOfEnriched(piece.text);
-            }
+        TextPiece piece{TextPiece::Kind::kPlain, DecodedText(bytes, type.charset, m_codePage)};
+        if (type.ownPiece == form.ownPiece) {
+            piece.kind = form.kind;
+        } else if (form.toPlain != nullptr) {
+            piece.text = form.toPlain(piece.text);
         }
-        if (IsBlank(piece.text)) rank = Rank::kNone;
         Part part;
+        part.rank = IsBlank(piece.text) ? Rank::kNone : form.rank;
         part.texts.push_back(std::move(piece));
-        part.rank = rank;
         return part;
     }
 

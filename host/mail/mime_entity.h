@@ -6,7 +6,10 @@
 
 namespace host::mail {
 
-// A message or a part of one, as it stands: the lines of its header and what comes below.
+// A message or a part of one, as it stands: the lines of its header and what comes below. These are
+// found here and not by GMime's parser, which drops what stands in a header and is no field, parts
+// without a header among it, gives attached mails back rewritten, and whose need of memory and of
+// stack a hostile header decides (docs/architecture.md).
 struct Entity {
     std::string_view header, body;
 };

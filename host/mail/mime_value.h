@@ -21,10 +21,6 @@ struct PartType {
     std::string ownPiece;  // what ComposeMail noted: "html", "rich" or "remark"
     std::string encoding;  // of the transfer
     bool isAttachment = false;
-
-    bool Is(std::string_view wantedType, std::string_view wantedSubtype) const {
-        return type == wantedType && subtype == wantedSubtype;
-    }
 };
 
 // A header without a type says "text/plain", or message/rfc822 within a digest.
