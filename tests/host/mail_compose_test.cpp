@@ -67,6 +67,7 @@ TEST_F(ComposeTest, PlainMailIsOnePartAndLeavesOutWhatHasNoValue) {
 
 TEST_F(ComposeTest, AMailOfAllSortsIsAllOfThem) {
     mail.subject = "K\xC3\xB6ln, und noch viel mehr als auf eine Zeile passt";
+    mail.cc = "=?koi8-r?B?0NLJ18XU?= <ivan@example.org>";
     mail.body =
         "From here on \r\nit is long: " + std::string(22, '=') +
         "\xC3\xBC.\r\n"
@@ -81,14 +82,15 @@ TEST_F(ComposeTest, AMailOfAllSortsIsAllOfThem) {
     mail.notes = {"no file"};
     EXPECT_EQ(world.Compose(mail), R"(From: ann.harper@example.org
 To: tom@example.org
+Cc: =?UTF-8?B?0L/RgNC40LLQtdGC?= <ivan@example.org>
 Subject: =?UTF-8?B?S8O2bG4sIHVuZCBub2NoIHZpZWwgbWVociBhbHMgYXVmIGVpbmUgWmVpbGUg?=
  =?UTF-8?B?cGFzc3Q=?=
 Date: Wed, 2 Jan 1980 02:03:24 +0100
 Message-ID: <tea@example.org>
 MIME-Version: 1.0
-Content-Type: multipart/mixed; boundary="=_86075a69600369e5"
+Content-Type: multipart/mixed; boundary="=_4403fe94b7f443c3"
 
---=_86075a69600369e5
+--=_4403fe94b7f443c3
 Content-Type: text/plain; charset=UTF-8
 Content-Transfer-Encoding: quoted-printable
 
@@ -96,13 +98,13 @@ Content-Transfer-Encoding: quoted-printable
 it is long: =3D=3D=3D=3D=3D=3D=3D=3D=3D=3D=3D=3D=3D=3D=3D=3D=3D=3D=3D=3D=3D=
 =3D=C3=BC.
 
---=_86075a69600369e5
+--=_4403fe94b7f443c3
 Content-Type: text/html; charset=UTF-8; x-eudora=html
 Content-Transfer-Encoding: quoted-printable
 
 <p>f=C3=BCnf, sechs, sieben</p>=20
 
---=_86075a69600369e5
+--=_4403fe94b7f443c3
 Content-Type: text/plain; charset=UTF-8; format=flowed
 Content-Transfer-Encoding: 7bit
 
@@ -110,13 +112,13 @@ Content-Transfer-Encoding: 7bit
 This is a long line of a flowed text, as a wrapping writer made it, 
 and so on.
 
---=_86075a69600369e5
+--=_4403fe94b7f443c3
 Content-Type: text/enriched; charset=UTF-8; x-eudora=rich
 Content-Transfer-Encoding: base64
 
 5pel5pys
 
---=_86075a69600369e5
+--=_4403fe94b7f443c3
 Content-Type: application/pdf
 Content-Transfer-Encoding: base64
 Content-Disposition: attachment; filename=report.pdf
@@ -124,20 +126,20 @@ Content-Disposition: attachment; filename=report.pdf
 ////////////////////////////////////////////////////////////////////////////
 ////
 
---=_86075a69600369e5
+--=_4403fe94b7f443c3
 Content-Type: image/jpeg
 Content-Transfer-Encoding: base64
 Content-Disposition: attachment; filename*=UTF-8''caf%C3%A9%201.JPG
 
 
---=_86075a69600369e5
+--=_4403fe94b7f443c3
 Content-Type: application/octet-stream
 Content-Transfer-Encoding: base64
 Content-Disposition: attachment; filename="a \"b\"_"
 
 TVo=
 
---=_86075a69600369e5
+--=_4403fe94b7f443c3
 Content-Type: text/plain
 Content-Transfer-Encoding: base64
 Content-Disposition: attachment;
@@ -146,14 +148,14 @@ Content-Disposition: attachment;
 
 eA==
 
---=_86075a69600369e5
+--=_4403fe94b7f443c3
 Content-Type: text/plain; charset=UTF-8; x-eudora=remark
 Content-Transfer-Encoding: base64
 
 W1RoZSBhdHRhY2htZW50IGdvbmUudHh0IGlzIG1pc3NpbmcuXQpbTm90IGFsbCBjb3VsZCBiZSBy
 ZWFkOiBubyBmaWxlXQo=
 
---=_86075a69600369e5--
+--=_4403fe94b7f443c3--
 )");
 }
 
