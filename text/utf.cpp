@@ -36,6 +36,13 @@ char32_t TakeUtf8(std::string_view& rest) {
     return character;
 }
 
+bool IsUtf8(std::string_view text) {
+    while (!text.empty()) {
+        if (TakeUtf8(text) == kNoCharacter) return false;
+    }
+    return true;
+}
+
 void AppendUtf8(char32_t character, std::string& out) {
     const auto byte = [&](char32_t bits) { out += static_cast<char>(bits); };
     if (character < 0x80) {

@@ -4,11 +4,11 @@
 
 #include <gmime/gmime.h>
 
-#include "host/mail/charset_text.h"
 #include "platform/os/code_page.h"
 #include "text/ascii.h"
 #include "text/double_byte.h"
 #include "text/path.h"
+#include "text/utf.h"
 
 namespace host::mail {
 
@@ -24,7 +24,7 @@ constexpr std::string_view kTextMarks[] = {"<x-html>",  "</x-html>",  "<x-rich>"
 
 // Decomposed characters composed, where that is cheap.
 std::string Composed(const std::string& text) {
-    if (text.size() > kLongestToCompose || !IsUtf8(text)) return text;
+    if (text.size() > kLongestToCompose || !text::IsUtf8(text)) return text;
     char* const composed = g_utf8_normalize(text.c_str(), static_cast<gssize>(text.size()),
                                             G_NORMALIZE_DEFAULT_COMPOSE);
     std::string result = composed != nullptr ? composed : text;

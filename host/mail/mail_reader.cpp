@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "host/mail/charset_text.h"
+#include "host/mail/encoded_words.h"
 #include "host/mail/html_text.h"
 #include "text/ascii.h"
 

@@ -6,11 +6,12 @@
 
 #include <gmime/gmime.h>
 
-#include "host/mail/charset_text.h"
 #include "host/mail/encoded_words.h"
 #include "host/mail/mail_date.h"
 #include "platform/os/code_page.h"
 #include "text/ascii.h"
+#include "text/encoded_words.h"
+#include "text/utf.h"
 
 namespace host::mail {
 
@@ -33,18 +34,18 @@ std::string OrEmpty(const char* text) {
 
 // Bare 8-bit text of a header as UTF-8.
 std::string Utf8Of(const std::string& text, unsigned codePage) {
-    return IsUtf8(text) ? text : platform::ToUtf8(text, codePage);
+    return text::IsUtf8(text) ? text : platform::ToUtf8(text, codePage);
 }
 
 // Encoded words as atoms, so that nothing inside them can be taken for a mark of the list.
 class HiddenWords {
   public:
     explicit HiddenWords(std::string_view text) {
-        for (EncodedWordScan scan(text); scan.Next();) {
-            m_text += scan.Before();
+        while (const auto word = text::FindEncodedWord(text, text::Damage::kPassedOver)) {
+            m_text += word->before;
             m_text += kBegin + std::to_string(m_words.size()) + '=';
-            m_words.emplace_back(scan.Word());
-            text = scan.Behind();
+            m_words.emplace_back(word->word);
+            text = word->behind;
         }
         m_text += text;
     }

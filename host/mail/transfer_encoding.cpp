@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "text/encoded_words.h"
+
 namespace host::mail {
 
 namespace {
@@ -124,9 +126,9 @@ void AppendBase64(std::string& out, std::string_view bytes) {
             return i < bytes.size() ? static_cast<unsigned char>(bytes[i]) : 0u;
         };
         const unsigned bits = byte(0) << 16 | byte(1) << 8 | byte(2);
-        out += {kBase64Digits[bits >> 18], kBase64Digits[bits >> 12 & 63],
-                bytes.size() > 1 ? kBase64Digits[bits >> 6 & 63] : '=',
-                bytes.size() > 2 ? kBase64Digits[bits & 63] : '='};
+        out += {text::kBase64Digits[bits >> 18], text::kBase64Digits[bits >> 12 & 63],
+                bytes.size() > 1 ? text::kBase64Digits[bits >> 6 & 63] : '=',
+                bytes.size() > 2 ? text::kBase64Digits[bits & 63] : '='};
     }
 }
 

@@ -16,9 +16,6 @@ TransferEncoding ChooseEncoding(std::string_view text);
 
 void AppendEncoded(std::string& out, std::string_view text, TransferEncoding encoding);
 
-inline constexpr std::string_view kBase64Digits =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-
 // Base64 without line ends.
 void AppendBase64(std::string& out, std::string_view bytes);
 

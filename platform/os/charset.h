@@ -6,8 +6,9 @@
 
 namespace platform {
 
-// Text of a charset by its Internet name ("koi8-r", in any case) as UTF-8; each byte that begins no
-// character becomes U+FFFD. Nothing if the system does not know the charset.
-std::optional<std::string> CharsetToUtf8(std::string_view bytes, const std::string& charset);
+// Text of a charset by its Internet name ("koi8-r", in any case), as mail programs mean it, as
+// UTF-8; what is no character becomes U+FFFD. Nothing if the name says nothing or the system does
+// not know it.
+std::optional<std::string> CharsetToUtf8(std::string_view bytes, std::string_view charset);
 
 }  // namespace platform

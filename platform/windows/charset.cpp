@@ -3,28 +3,30 @@
 #include <algorithm>
 #include <charconv>
 
+#include "platform/os/code_page.h"
 #include "platform/windows/wide_text.h"
 #include "platform/windows/windows_api.h"
+#include "text/ascii.h"
+#include "text/encoded_words.h"
 
 namespace platform {
 
 namespace {
 
 // 0 for a name that is not known.
-unsigned CodePageOf(std::string_view charset) {
+unsigned CodePageOf(const std::string& name) {
     static constexpr struct {
         std::string_view name;
         unsigned codePage;
     } kNamed[] = {{"big5", 950},          {"euc-jp", 20932},      {"gb18030", 54936},
                   {"iso-2022-jp", 50220}, {"iso-2022-kr", 50225}, {"koi8-r", 20866},
-                  {"koi8-u", 21866},      {"macintosh", 10000},   {"utf-7", 65000}};
+                  {"koi8-u", 21866},      {"macintosh", 10000},   {"utf-7", 65000},
+                  {"utf-8", CP_UTF8}};
     // Those of a family end in a number.
     static constexpr struct {
         std::string_view prefix;
         unsigned first;
     } kNumbered[] = {{"windows-", 0}, {"cp", 0}, {"ibm", 0}, {"iso-8859-", 28590}};
-    std::string name(charset);
-    CharLowerBuffA(name.data(), static_cast<DWORD>(name.size()));
     const auto named = std::ranges::find(kNamed, name, [](const auto& row) { return row.name; });
     if (named != std::end(kNamed)) return named->codePage;
     for (const auto& row : kNumbered) {
@@ -39,8 +41,11 @@ unsigned CodePageOf(std::string_view charset) {
 
 }  // namespace
 
-std::optional<std::string> CharsetToUtf8(std::string_view bytes, const std::string& charset) {
-    const unsigned codePage = CodePageOf(charset);
+std::optional<std::string> CharsetToUtf8(std::string_view bytes, std::string_view charset) {
+    const std::string name = text::CharsetMeant(charset);
+    if (name == "us-ascii" && text::IsAscii(bytes)) return std::string(bytes);
+    const unsigned codePage = CodePageOf(name);
+    if (codePage == CP_UTF8 || codePage == 1252) return ToUtf8(bytes, codePage);
     // 0 to 3 name whatever the machine has.
     if (codePage <= CP_THREAD_ACP || IsValidCodePage(codePage) == FALSE) return std::nullopt;
     return windows::Narrow(windows::Wide(bytes, codePage), CP_UTF8);

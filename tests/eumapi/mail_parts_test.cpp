@@ -5,6 +5,7 @@
 #include "eumapi/encoded_word.h"
 #include "eumapi/mail_date.h"
 #include "eumapi/mail_text.h"
+#include "platform/os/charset.h"
 #include "platform/testing/fixed_clock.h"
 
 namespace {
@@ -100,7 +101,10 @@ TEST(StandInEncodedWords, Table) {
         {"=?utf-8?b?!!?=", "=?utf-8?b?!!?="},
         {"a =?us-ascii?q?x=0D=0ABcc:_y?=", "a x  Bcc: y"},
     };
+    // Wine has no such code page.
+    const bool knowsJis = platform::CharsetToUtf8("", "iso-2022-jp").has_value();
     for (const auto& one : cases) {
+        if (std::string_view(one.text).starts_with("=?iso-2022-jp") && !knowsJis) continue;
         EXPECT_EQ(DecodeHeader(one.text, one.codePage), one.expected) << one.text;
     }
 }

@@ -5,6 +5,11 @@
 #include <cerrno>
 #include <memory>
 
+#include "platform/os/code_page.h"
+#include "text/ascii.h"
+#include "text/encoded_words.h"
+#include "text/utf.h"
+
 namespace platform {
 
 namespace {
@@ -28,8 +33,13 @@ int Convert(iconv_t handle, char** in, std::size_t* left, std::string& text) {
 
 }  // namespace
 
-std::optional<std::string> CharsetToUtf8(std::string_view bytes, const std::string& charset) {
-    const iconv_t handle = iconv_open("UTF-8", charset.c_str());
+std::optional<std::string> CharsetToUtf8(std::string_view bytes, std::string_view charset) {
+    const std::string name = text::CharsetMeant(charset);
+    if (name == "utf-8") return text::IsUtf8(bytes) ? std::string(bytes) : ToUtf8(bytes, 65001);
+    if (name == "us-ascii" && text::IsAscii(bytes)) return std::string(bytes);
+    if (name == "windows-1252") return ToUtf8(bytes, 1252);
+    if (name.empty() || name == "us-ascii") return std::nullopt;
+    const iconv_t handle = iconv_open("UTF-8", name.c_str());
     if (handle == reinterpret_cast<iconv_t>(-1)) return std::nullopt;
     const std::unique_ptr<void, Closer> closer(handle);
     std::string text;
