@@ -6,29 +6,24 @@ namespace platform::windows {
 
 namespace {
 
-DWORD ShareFlagsOf(Share share) {
-    switch (share) {
-        case Share::kNone:
-            return 0;
-        case Share::kRead:
-            return FILE_SHARE_READ;
-        case Share::kReadWrite:
-            return FILE_SHARE_READ | FILE_SHARE_WRITE;
-    }
-    return 0;
+// In the order of Share.
+constexpr DWORD kShareFlags[] = {0, FILE_SHARE_READ, FILE_SHARE_READ | FILE_SHARE_WRITE};
+
+// 0 if there is nothing of that name.
+DWORD AttributesOf(const std::wstring& name) {
+    const DWORD attributes = GetFileAttributesW(name.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES ? attributes : 0;
 }
 
 }  // namespace
 
 bool IsFolder(const std::wstring& name) {
-    const DWORD attributes = GetFileAttributesW(name.c_str());
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    return (AttributesOf(name) & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
 bool IsReadOnly(const std::wstring& name) {
-    const DWORD attributes = GetFileAttributesW(name.c_str());
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0 &&
-           (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+    constexpr DWORD kBoth = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY;
+    return (AttributesOf(name) & kBoth) == FILE_ATTRIBUTE_READONLY;
 }
 
 Result<Handle> OpenClaimed(const std::wstring& name, std::string_view path, OpenMode mode,
@@ -37,8 +32,8 @@ Result<Handle> OpenClaimed(const std::wstring& name, std::string_view path, Open
     const bool changes = mode != OpenMode::kRead && mode != OpenMode::kCreateNew;
     if (changes && IsReadOnly(name)) return FromError(ERROR_ACCESS_DENIED, path);
     const auto open = [&](DWORD disposition, DWORD flags) {
-        return Handle(CreateFileW(name.c_str(), access, ShareFlagsOf(share), nullptr, disposition,
-                                  flags, nullptr));
+        return Handle(CreateFileW(name.c_str(), access, kShareFlags[static_cast<int>(share)],
+                                  nullptr, disposition, flags, nullptr));
     };
     const Failure notRegular{ErrorCode::kNotRegular, std::string(path)};
     if (mode != OpenMode::kCreateNew) {

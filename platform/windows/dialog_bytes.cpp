@@ -10,40 +10,22 @@ namespace platform::windows {
 
 namespace {
 
-// A predefined window class by its number, or another one by its name.
-struct ControlClass {
-    std::uint16_t number;
-    std::wstring_view name;
-};
-
-constexpr ControlClass kButton{0x0080, {}};
-constexpr ControlClass kEdit{0x0081, {}};
-constexpr ControlClass kStatic{0x0082, {}};
-constexpr ControlClass kUpDown{0, L"msctls_updown32"};
-
 struct ControlForm {
-    ControlKind kind;
-    ControlClass windowClass;
+    const wchar_t* windowClass;
     DWORD style;
 };
 
+// In the order of ControlKind.
 constexpr ControlForm kForms[] = {
-    {ControlKind::kGroupBox, kButton, BS_GROUPBOX},
-    {ControlKind::kCheckBox, kButton, BS_AUTOCHECKBOX | WS_TABSTOP},
-    {ControlKind::kEdit, kEdit, ES_RIGHT | ES_AUTOHSCROLL | WS_BORDER | WS_TABSTOP},
-    {ControlKind::kSpin, kUpDown,
+    {L"BUTTON", BS_GROUPBOX},
+    {L"BUTTON", BS_AUTOCHECKBOX | WS_TABSTOP},
+    {L"EDIT", ES_RIGHT | ES_AUTOHSCROLL | WS_BORDER | WS_TABSTOP},
+    {UPDOWN_CLASSW,
      UDS_SETBUDDYINT | UDS_ALIGNRIGHT | UDS_AUTOBUDDY | UDS_ARROWKEYS | UDS_NOTHOUSANDS},
-    {ControlKind::kLabel, kStatic, SS_LEFT},
-    {ControlKind::kDefaultButton, kButton, BS_DEFPUSHBUTTON | WS_TABSTOP},
-    {ControlKind::kButton, kButton, BS_PUSHBUTTON | WS_TABSTOP},
+    {L"STATIC", SS_LEFT},
+    {L"BUTTON", BS_DEFPUSHBUTTON | WS_TABSTOP},
+    {L"BUTTON", BS_PUSHBUTTON | WS_TABSTOP},
 };
-
-const ControlForm& FormOf(ControlKind kind) {
-    for (const auto& form : kForms) {
-        if (form.kind == kind) return form;
-    }
-    return kForms[0];
-}
 
 class WordWriter {
   public:
@@ -66,8 +48,7 @@ class WordWriter {
 };
 
 void WriteControl(WordWriter& out, const DialogControl& control) {
-    constexpr int kNumberFollows = 0xFFFF;
-    const auto& form = FormOf(control.kind);
+    const auto& form = kForms[static_cast<std::size_t>(control.kind)];
     out.AlignToDoubleWord();
     out.DoubleWord(form.style | WS_CHILD | WS_VISIBLE);
     out.DoubleWord(0);  // extended style
@@ -75,12 +56,7 @@ void WriteControl(WordWriter& out, const DialogControl& control) {
         out.Word(measure);
     }
     out.Word(control.id);
-    if (form.windowClass.number != 0) {
-        out.Word(kNumberFollows);
-        out.Word(form.windowClass.number);
-    } else {
-        out.Text(form.windowClass.name);
-    }
+    out.Text(form.windowClass);
     out.Text({});
     out.Word(0);  // no creation data
 }

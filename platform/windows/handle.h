@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+#include <type_traits>
 #include <utility>
 
 #include "platform/windows/windows_api.h"
@@ -29,21 +31,10 @@ class Handle {
     HANDLE m_handle;
 };
 
-// Owns a loaded module.
-class Module {
-  public:
-    explicit Module(HMODULE module) : m_module(module) {}
-    Module(Module&& other) noexcept : m_module(std::exchange(other.m_module, nullptr)) {}
-    Module& operator=(Module&&) = delete;
-    ~Module() {
-        if (m_module != nullptr) FreeLibrary(m_module);
-    }
-
-    explicit operator bool() const { return m_module != nullptr; }
-    HMODULE Get() const { return m_module; }
-
-  private:
-    HMODULE m_module;
+struct ModuleCloser {
+    void operator()(HMODULE module) const { FreeLibrary(module); }
 };
+// Owns a loaded module.
+using Module = std::unique_ptr<std::remove_pointer_t<HMODULE>, ModuleCloser>;
 
 }  // namespace platform::windows

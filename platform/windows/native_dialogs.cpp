@@ -10,17 +10,8 @@ using windows::Wide;
 
 Dialogs* (*theSource)() = nullptr;
 
-UINT StyleOf(MessageIcon icon) {
-    switch (icon) {
-        case MessageIcon::kNone:
-            return MB_OK;
-        case MessageIcon::kWarning:
-            return MB_OK | MB_ICONWARNING;
-        case MessageIcon::kError:
-            return MB_OK | MB_ICONERROR;
-    }
-    return MB_OK;
-}
+// In the order of MessageIcon.
+constexpr UINT kStyles[] = {MB_OK, MB_OK | MB_ICONWARNING, MB_OK | MB_ICONERROR};
 
 // Real windows, unless the source gives other dialogs: then each call goes there.
 class WindowsDialogs : public Dialogs {
@@ -28,7 +19,7 @@ class WindowsDialogs : public Dialogs {
     void ShowMessage(const std::string& text, const std::string& title, MessageIcon icon) override {
         if (Dialogs* host = Host()) return host->ShowMessage(text, title, icon);
         MessageBoxW(GetActiveWindow(), Wide(text, CP_ACP).c_str(), Wide(title, CP_ACP).c_str(),
-                    StyleOf(icon));
+                    kStyles[static_cast<int>(icon)]);
     }
 
     std::optional<std::string> OpenFile(const OpenFileRequest& request) override {

@@ -12,7 +12,7 @@ class WindowsLibrary : public Library {
   public:
     explicit WindowsLibrary(Module module) : m_module(std::move(module)) {}
     void* Symbol(const char* name) override {
-        return reinterpret_cast<void*>(GetProcAddress(m_module.Get(), name));
+        return reinterpret_cast<void*>(GetProcAddress(m_module.get(), name));
     }
 
   private:
@@ -29,7 +29,7 @@ class WindowsResources : public StringResources {
         const wchar_t* text = nullptr;
         const int length =
             id > kHighestId ? 0
-                            : LoadStringW(m_module.Get(), id, reinterpret_cast<wchar_t*>(&text), 0);
+                            : LoadStringW(m_module.get(), id, reinterpret_cast<wchar_t*>(&text), 0);
         if (length <= 0 || text == nullptr) return {};
         std::string result = NarrowStrict({text, static_cast<std::size_t>(length)}, GetACP());
         result.resize(text::WholeCharacterPrefix(result, limit, GetACP()));
