@@ -50,16 +50,6 @@ char32_t RaiseCase(char32_t character) {
     return static_cast<char32_t>(towupper_l(static_cast<wint_t>(character), Unicode()));
 }
 
-bool EqualFolded(std::string_view a, std::string_view b) {
-    while (!a.empty() && !b.empty()) {
-        const char firstA = a.front(), firstB = b.front();
-        const char32_t characterA = text::TakeUtf8(a), characterB = text::TakeUtf8(b);
-        if (FoldCase(characterA) != FoldCase(characterB)) return false;
-        if (characterA == text::kNoCharacter && firstA != firstB) return false;
-    }
-    return a.empty() && b.empty();
-}
-
 bool MatchesPattern(std::string_view name, std::string_view pattern) {
     if (pattern == "*") return true;
     return platform::MatchesPattern<std::u32string_view>(Folded(name), Folded(pattern),

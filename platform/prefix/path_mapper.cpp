@@ -1,14 +1,11 @@
 #include "platform/prefix/path_mapper.h"
 
-#include <dirent.h>
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <filesystem>
-#include <memory>
 #include <vector>
 
 #include "platform/os/code_page.h"
+#include "platform/os/system.h"
 #include "platform/posix/character_case.h"
 #include "text/double_byte.h"
 #include "text/path.h"
@@ -18,10 +15,6 @@ namespace platform::prefix {
 namespace fs = std::filesystem;
 
 namespace {
-
-struct FolderCloser {
-    void operator()(DIR* folder) const { closedir(folder); }
-};
 
 bool IsSeparator(char letter) {
     return letter == '\\' || letter == '/';
@@ -56,23 +49,9 @@ std::string WithoutTail(std::string name) {
     return name;
 }
 
-std::optional<std::string> FindFolded(const std::string& folder, std::string_view name) {
-    const std::unique_ptr<DIR, FolderCloser> open(opendir(folder.c_str()));
-    if (!open) return std::nullopt;
-    while (const dirent* entry = readdir(open.get())) {
-        if (posix::EqualFolded(entry->d_name, name)) return entry->d_name;
-    }
-    return std::nullopt;
-}
-
-bool ExistsNative(const std::string& path) {
-    struct stat info;
-    return stat(path.c_str(), &info) == 0;
-}
-
-bool IsFolderNative(const std::string& path) {
-    struct stat info;
-    return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+bool Exists(const std::string& path) {
+    std::error_code unknown;
+    return fs::exists(path, unknown);
 }
 
 // An absolute path, also of what does not exist.
@@ -113,22 +92,22 @@ Result<MappedPath> PathMapper::Map(std::string_view windowsPath) const {
         asSpelt += '/' + name;
     }
     // A path that is there as it is spelt needs one look instead of one at each folder.
-    if (areNames && !names.empty() && ExistsNative(asSpelt))
-        return MappedPath{asSpelt, asSpelt, true};
-    if (!ExistsNative(root)) return notFound;
+    if (areNames && !names.empty() && Exists(asSpelt)) return MappedPath{asSpelt, asSpelt, true};
+    if (!Exists(root)) return notFound;
     MappedPath mapped{root + "/", root + "/", true};
+    std::error_code unknown;
     for (const auto& name : names) {
-        if (!IsFolderNative(mapped.path)) return notFound;
+        if (!fs::is_directory(mapped.path, unknown)) return notFound;
         if (!IsWindowsName(name) || name.empty()) {
             return Failure{ErrorCode::kInvalidArgument, notFound.context};
         }
         std::string folder = std::move(mapped.path);
         if (folder.back() != '/') folder += '/';
         mapped.asNamed = mapped.path = folder + name;
-        if (ExistsNative(mapped.path)) continue;
-        const auto found = FindFolded(folder, name);
-        mapped.exists = found.has_value();
-        if (found) mapped.path = folder + *found;
+        if (Exists(mapped.path)) continue;
+        const auto found = NativeFiles().List(folder, name);
+        mapped.exists = found && !found->empty();
+        if (mapped.exists) mapped.path = folder + found->front().name;
     }
     return mapped;
 }

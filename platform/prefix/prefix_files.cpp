@@ -1,9 +1,8 @@
-#include "platform/prefix/prefix_files.h"
-
 #include <filesystem>
 
 #include "platform/os/code_page.h"
 #include "platform/posix/native_files.h"
+#include "platform/prefix/prefix_parts.h"
 #include "text/double_byte.h"
 #include "text/path.h"
 
@@ -16,142 +15,162 @@ Failure Named(Failure failure, std::string_view path) {
     return failure;
 }
 
+class PrefixFiles : public Files {
+  public:
+    PrefixFiles(const PathMapper& mapper, Registry& registry)
+        : m_mapper(mapper), m_registry(registry) {}
+
+    Result<std::unique_ptr<File>> Open(std::string_view path, OpenMode mode, Share share) override {
+        return At(path, [&](std::string_view native) {
+            return posix::OpenNativeFile(std::string(native), path, mode, share);
+        });
+    }
+
+    Result<FileInfo> Stat(std::string_view path) override {
+        return At(path, [&](std::string_view native) { return NativeFiles().Stat(native); });
+    }
+
+    Result<std::vector<FolderEntry>> List(std::string_view folder,
+                                          std::string_view pattern) override {
+        auto entries = At(folder, [&](std::string_view native) {
+            return NativeFiles().List(native, ToUtf8(pattern, m_mapper.CodePage()));
+        });
+        if (!entries) return entries;
+        std::erase_if(*entries,
+                      [](const FolderEntry& entry) { return !IsWindowsName(entry.name); });
+        for (auto& entry : *entries) entry.name = FromUtf8(entry.name, m_mapper.CodePage());
+        return entries;
+    }
+
+    Status Delete(std::string_view path) override {
+        return At(path, [&](std::string_view native) -> Status {
+            // A file with the read-only attribute cannot be deleted on Windows. A link can,
+            // wherever it leads.
+            std::error_code ignored;
+            const auto info = NativeFiles().Stat(native);
+            if (info && (info->isFolder || info->isReadOnly) &&
+                !std::filesystem::is_symlink(native, ignored)) {
+                return Failure{ErrorCode::kAccessDenied, {}};
+            }
+            return NativeFiles().Delete(native);
+        });
+    }
+
+    Status DeleteEvenReadOnly(std::string_view path) override {
+        return At(path, [&](std::string_view native) { return NativeFiles().Delete(native); });
+    }
+
+    Status Copy(std::string_view from, std::string_view to) override {
+        return Between(from, to, [&](const MappedPath& source, const MappedPath& target) {
+            return NativeFiles().Copy(source.path, target.path);
+        });
+    }
+
+    Status Move(std::string_view from, std::string_view to) override {
+        return Between(from, to, [&](const MappedPath& source, const MappedPath& target) -> Status {
+            // A new name that is the old one in other letters is no other file.
+            const bool isSame = target.path == source.path;
+            const std::string& name = isSame ? target.asNamed : target.path;
+            if (name == source.path) return {};
+            return NativeFiles().Move(source.path, name);
+        });
+    }
+
+    Status Replace(std::string_view from, std::string_view to) override {
+        return Between(from, to, [&](const MappedPath& source, const MappedPath& target) {
+            return NativeFiles().Replace(source.path, target.path);
+        });
+    }
+
+    Status CreateFolder(std::string_view path) override {
+        return At(path,
+                  [&](std::string_view native) { return NativeFiles().CreateFolder(native); });
+    }
+
+    Status CreatePrivateFolder(std::string_view path) override {
+        return At(path, [&](std::string_view native) {
+            return NativeFiles().CreatePrivateFolder(native);
+        });
+    }
+
+    Status RemoveFolder(std::string_view path) override {
+        return At(path,
+                  [&](std::string_view native) { return NativeFiles().RemoveFolder(native); });
+    }
+
+    Result<std::string> RealPath(std::string_view path) override {
+        return At(path, [&](std::string_view native) { return NativeFiles().RealPath(native); });
+    }
+
+    bool IsFree(std::string_view path) override {
+        const auto mapped = m_mapper.Map(path);
+        return mapped ? NativeFiles().IsFree(mapped->path)
+                      : mapped.Error().code == ErrorCode::kNotFound;
+    }
+
+    // The user's own folder where the registry names it outright, else the system's.
+    Result<std::string> TempFolder() override {
+        for (const char* name : {"TMP", "TEMP"}) {
+            auto folder = m_registry.ReadText(RegistryRoot::kCurrentUser, "Environment", name);
+            if (!folder || folder->empty()) continue;
+            const auto info = Stat(*folder);
+            if (!info || !info->isFolder) continue;
+            const bool isClosed =
+                text::LastSeparator(*folder, m_mapper.CodePage()) + 1 == folder->size();
+            return isClosed ? *folder : *folder + '\\';
+        }
+        const std::string windows = "C:\\windows", folder = windows + "\\temp";
+        for (const auto& path : {windows, folder}) {
+            const Status status = CreateFolder(path);
+            if (!status && status.Error().code != ErrorCode::kAlreadyExists) return status.Error();
+        }
+        return folder + '\\';
+    }
+
+    Result<std::string> CreateTempFile(std::string_view folder, std::string_view prefix) override {
+        std::string base(folder);
+        const auto last = text::LastSeparator(base, m_mapper.CodePage());
+        if (last == std::string::npos || last + 1 != base.size()) base += '\\';
+        base += prefix.substr(0, text::WholeCharacterPrefix(prefix, 3, m_mapper.CodePage()));
+        return posix::CreateNumberedFile(*this, base);
+    }
+
+    char Separator() const override { return '\\'; }
+
+  private:
+    // Does an operation at the place of a Windows path, which a failure names.
+    template <class Operation>
+    auto At(std::string_view path, const Operation& operation) const -> decltype(operation(path)) {
+        const auto mapped = m_mapper.Map(path);
+        if (!mapped) return mapped.Error();
+        auto result = operation(mapped->path);
+        if (!result) return Named(result.Error(), path);
+        return result;
+    }
+
+    // The same with two places; the failure names the one that the native operation speaks of.
+    template <class Operation>
+    Status Between(std::string_view from, std::string_view to, const Operation& operation) const {
+        const auto source = m_mapper.Map(from);
+        if (!source) return source.Error();
+        const auto target = m_mapper.Map(to);
+        if (!target) return target.Error();
+        const Status status = operation(*source, *target);
+        if (status) return status;
+        const auto& named = status.Error().context;
+        const bool isTarget =
+            named != source->path && (named == target->path || named == target->asNamed);
+        return Named(status.Error(), isTarget ? to : from);
+    }
+
+    const PathMapper& m_mapper;
+    Registry& m_registry;
+};
+
 }  // namespace
 
-// Does an operation at the place of a Windows path, which a failure names.
-template <class Operation>
-auto PrefixFiles::At(std::string_view path, const Operation& operation) const
-    -> decltype(operation(path)) {
-    const auto mapped = m_mapper.Map(path);
-    if (!mapped) return mapped.Error();
-    auto result = operation(mapped->path);
-    if (!result) return Named(result.Error(), path);
-    return result;
-}
-
-// The same with two places; the failure names the one that the native operation speaks of.
-template <class Operation>
-Status PrefixFiles::Between(std::string_view from, std::string_view to,
-                            const Operation& operation) const {
-    const auto source = m_mapper.Map(from);
-    if (!source) return source.Error();
-    const auto target = m_mapper.Map(to);
-    if (!target) return target.Error();
-    const Status status = operation(*source, *target);
-    if (status) return status;
-    const auto& named = status.Error().context;
-    const bool isTarget =
-        named != source->path && (named == target->path || named == target->asNamed);
-    return Named(status.Error(), isTarget ? to : from);
-}
-
-Result<std::unique_ptr<File>> PrefixFiles::Open(std::string_view path, OpenMode mode, Share share) {
-    return At(path, [&](std::string_view native) {
-        return posix::OpenNativeFile(std::string(native), path, mode, share);
-    });
-}
-
-Result<FileInfo> PrefixFiles::Stat(std::string_view path) {
-    return At(path, [&](std::string_view native) { return m_native.Stat(native); });
-}
-
-Result<std::vector<FolderEntry>> PrefixFiles::List(std::string_view folder,
-                                                   std::string_view pattern) {
-    auto entries = At(folder, [&](std::string_view native) {
-        return m_native.List(native, ToUtf8(pattern, m_mapper.CodePage()));
-    });
-    if (!entries) return entries;
-    std::erase_if(*entries, [](const FolderEntry& entry) { return !IsWindowsName(entry.name); });
-    for (auto& entry : *entries) entry.name = FromUtf8(entry.name, m_mapper.CodePage());
-    return entries;
-}
-
-Status PrefixFiles::Delete(std::string_view path) {
-    return At(path, [&](std::string_view native) -> Status {
-        // A file with the read-only attribute cannot be deleted on Windows. A link can, wherever
-        // it leads.
-        std::error_code ignored;
-        const auto info = m_native.Stat(native);
-        if (info && (info->isFolder || info->isReadOnly) &&
-            !std::filesystem::is_symlink(native, ignored)) {
-            return Failure{ErrorCode::kAccessDenied, {}};
-        }
-        return m_native.Delete(native);
-    });
-}
-
-Status PrefixFiles::DeleteEvenReadOnly(std::string_view path) {
-    return At(path, [&](std::string_view native) { return m_native.Delete(native); });
-}
-
-Status PrefixFiles::Copy(std::string_view from, std::string_view to) {
-    return Between(from, to, [&](const MappedPath& source, const MappedPath& target) {
-        return m_native.Copy(source.path, target.path);
-    });
-}
-
-Status PrefixFiles::Move(std::string_view from, std::string_view to) {
-    return Between(from, to, [&](const MappedPath& source, const MappedPath& target) -> Status {
-        // A new name that is the old one in other letters is no other file.
-        const bool isSame = target.path == source.path;
-        const std::string& name = isSame ? target.asNamed : target.path;
-        if (name == source.path) return {};
-        return m_native.Move(source.path, name);
-    });
-}
-
-Status PrefixFiles::Replace(std::string_view from, std::string_view to) {
-    return Between(from, to, [&](const MappedPath& source, const MappedPath& target) {
-        return m_native.Replace(source.path, target.path);
-    });
-}
-
-Status PrefixFiles::CreateFolder(std::string_view path) {
-    return At(path, [&](std::string_view native) { return m_native.CreateFolder(native); });
-}
-
-Status PrefixFiles::CreatePrivateFolder(std::string_view path) {
-    return At(path, [&](std::string_view native) { return m_native.CreatePrivateFolder(native); });
-}
-
-Status PrefixFiles::RemoveFolder(std::string_view path) {
-    return At(path, [&](std::string_view native) { return m_native.RemoveFolder(native); });
-}
-
-Result<std::string> PrefixFiles::RealPath(std::string_view path) {
-    return At(path, [&](std::string_view native) { return m_native.RealPath(native); });
-}
-
-bool PrefixFiles::IsFree(std::string_view path) {
-    const auto mapped = m_mapper.Map(path);
-    return mapped ? m_native.IsFree(mapped->path) : mapped.Error().code == ErrorCode::kNotFound;
-}
-
-// The user's own folder where the registry names it outright, else the system's.
-Result<std::string> PrefixFiles::TempFolder() {
-    for (const char* name : {"TMP", "TEMP"}) {
-        auto folder = m_registry.ReadText(RegistryRoot::kCurrentUser, "Environment", name);
-        if (!folder || folder->empty()) continue;
-        const auto info = Stat(*folder);
-        if (!info || !info->isFolder) continue;
-        const bool isClosed =
-            text::LastSeparator(*folder, m_mapper.CodePage()) + 1 == folder->size();
-        return isClosed ? *folder : *folder + '\\';
-    }
-    const std::string windows = "C:\\windows", folder = windows + "\\temp";
-    for (const auto& path : {windows, folder}) {
-        const Status status = CreateFolder(path);
-        if (!status && status.Error().code != ErrorCode::kAlreadyExists) return status.Error();
-    }
-    return folder + '\\';
-}
-
-Result<std::string> PrefixFiles::CreateTempFile(std::string_view folder, std::string_view prefix) {
-    std::string base(folder);
-    const auto last = text::LastSeparator(base, m_mapper.CodePage());
-    if (last == std::string::npos || last + 1 != base.size()) base += '\\';
-    base += prefix.substr(0, text::WholeCharacterPrefix(prefix, 3, m_mapper.CodePage()));
-    return posix::CreateNumberedFile(*this, base);
+std::unique_ptr<Files> MakeFiles(const PathMapper& mapper, Registry& registry) {
+    return std::make_unique<PrefixFiles>(mapper, registry);
 }
 
 }  // namespace platform::prefix

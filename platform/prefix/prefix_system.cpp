@@ -1,5 +1,6 @@
 #include "platform/prefix/prefix_system.h"
 
+#include <dlfcn.h>
 #include <pwd.h>
 #include <unistd.h>
 
@@ -11,9 +12,7 @@
 #include "platform/os/code_page.h"
 #include "platform/os/profile.h"
 #include "platform/os/program.h"
-#include "platform/prefix/prefix_files.h"
-#include "platform/prefix/prefix_libraries.h"
-#include "platform/prefix/prefix_registry.h"
+#include "platform/prefix/prefix_parts.h"
 
 namespace platform {
 
@@ -116,21 +115,45 @@ class HostedDialogs : public Dialogs {
     unsigned m_codePage;
 };
 
+// The number of the prefix's system code page; 1252 if the prefix does not say.
+unsigned CodePageOf(const std::string& prefix) {
+    constexpr unsigned kDefault = 1252;
+    const auto text = MakeRegistry(prefix, NativeFiles(), kDefault)
+                          ->ReadText(RegistryRoot::kLocalMachine,
+                                     "System\\CurrentControlSet\\Control\\Nls\\CodePage", "ACP");
+    unsigned number = 0;
+    if (!text) return kDefault;
+    const auto [end, error] = std::from_chars(text->data(), text->data() + text->size(), number);
+    const bool isWhole = error == std::errc() && end == text->data() + text->size();
+    return isWhole && number != 0 ? number : kDefault;
+}
+
+// The folder of the library or program that this code is linked into.
+std::string OwnFolder() {
+    Dl_info info = {};
+    std::error_code error;
+    if (dladdr(reinterpret_cast<void*>(&OwnFolder), &info) == 0 || info.dli_fname == nullptr) {
+        return ".";
+    }
+    const auto path = std::filesystem::canonical(info.dli_fname, error);
+    return error ? "." : path.parent_path().string();
+}
+
 }  // namespace
 
 struct PrefixSystem::Parts {
-    explicit Parts(const std::string& prefix)
-        : mapper(prefix, PrefixCodePage(prefix, NativeFiles())) {}
+    explicit Parts(const std::string& prefix) : mapper(prefix, CodePageOf(prefix)) {}
 
-    PathMapper mapper;
-    PrefixRegistry registry{mapper.Prefix(), NativeFiles(), mapper.CodePage()};
-    PrefixFiles files{mapper, NativeFiles(), registry};
-    PrefixProcesses processes{files, registry};
+    const PathMapper mapper;
+    const std::unique_ptr<Registry> registry =
+        MakeRegistry(mapper.Prefix(), NativeFiles(), mapper.CodePage());
+    const std::unique_ptr<Files> files = MakeFiles(mapper, *registry);
+    const std::unique_ptr<Libraries> libraries = MakeLibraries(mapper, OwnFolder());
+    PrefixProcesses processes{*files, *registry};
     NoWindows windows;
-    PrefixLibraries libraries{mapper, NativeFiles(), OwnFolder()};
     HostedDialogs dialogs{mapper.CodePage()};
-    System system{files,     registry, processes,     windows,
-                  libraries, dialogs,  NativeClock(), mapper.CodePage()};
+    const System system{*files,     *registry, processes,     windows,
+                        *libraries, dialogs,   NativeClock(), mapper.CodePage()};
 };
 
 PrefixSystem::PrefixSystem(const std::string& prefix) : m_parts(std::make_unique<Parts>(prefix)) {}

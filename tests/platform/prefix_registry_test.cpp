@@ -1,4 +1,4 @@
-#include "platform/prefix/prefix_registry.h"
+#include "platform/prefix/prefix_parts.h"
 
 #include <gmock/gmock.h>
 
@@ -12,7 +12,7 @@ namespace test {
 using platform::ErrorCode;
 using platform::NativeFiles;
 using platform::RegistryRoot;
-using platform::prefix::PrefixRegistry;
+using platform::prefix::MakeRegistry;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
@@ -33,19 +33,19 @@ TEST(PrefixRegistry, ReadsTextsAndNumbers) {
                        "\"e\"=str(2):\"%windir%\"\n\"z\"=hex(1):61,00,00,00,62,00\n"
                        "\"h\"=hex(4):01,02,00,00\n\"short\"=hex(4):01\n\"b\"=hex:01,02,03,04\n"
                        "\"m\"=str(7):\"a\\0b\\0\"\n");
-    PrefixRegistry latin(prefix.Path(), NativeFiles(), 1252);
-    PrefixRegistry japanese(prefix.Path(), NativeFiles(), 932);
-    EXPECT_EQ(*latin.ReadText(kMachine, "k", "T"), "C:\\?\x80");
-    EXPECT_EQ(*japanese.ReadText(kMachine, "k", "T"), "C:\\\x83\x65?");
-    EXPECT_EQ(*latin.ReadText(kMachine, "K", "e"), "%windir%");
-    EXPECT_EQ(*latin.ReadText(kMachine, "K", "z"), "a");
-    EXPECT_EQ(*latin.ReadNumber(kMachine, "K", "n"), 0xFFFFFFFEu);
-    EXPECT_EQ(*latin.ReadNumber(kMachine, "K", "h"), 0x201u);
+    const auto latin = MakeRegistry(prefix.Path(), NativeFiles(), 1252);
+    const auto japanese = MakeRegistry(prefix.Path(), NativeFiles(), 932);
+    EXPECT_EQ(*latin->ReadText(kMachine, "k", "T"), "C:\\?\x80");
+    EXPECT_EQ(*japanese->ReadText(kMachine, "k", "T"), "C:\\\x83\x65?");
+    EXPECT_EQ(*latin->ReadText(kMachine, "K", "e"), "%windir%");
+    EXPECT_EQ(*latin->ReadText(kMachine, "K", "z"), "a");
+    EXPECT_EQ(*latin->ReadNumber(kMachine, "K", "n"), 0xFFFFFFFEu);
+    EXPECT_EQ(*latin->ReadNumber(kMachine, "K", "h"), 0x201u);
     for (const char* name : {"t", "short", "b", "none", ""}) {
-        EXPECT_EQ(CodeOf(latin.ReadNumber(kMachine, "K", name)), ErrorCode::kNotFound) << name;
+        EXPECT_EQ(CodeOf(latin->ReadNumber(kMachine, "K", name)), ErrorCode::kNotFound) << name;
     }
     for (const char* name : {"n", "b", "m", "none", ""}) {
-        EXPECT_EQ(CodeOf(latin.ReadText(kMachine, "K", name)), ErrorCode::kNotFound) << name;
+        EXPECT_EQ(CodeOf(latin->ReadText(kMachine, "K", name)), ErrorCode::kNotFound) << name;
     }
 }
 
@@ -78,10 +78,10 @@ TEST(PrefixRegistry, SeesAndWritesTheNodeOf32BitPrograms) {
         const PrefixFolder prefix;
         const std::string file = prefix.Path() + (c.root == kUser ? "/user.reg" : "/system.reg");
         WriteDisk(file, std::string(kHead) + "#arch=" + c.arch + "\n" + keys);
-        PrefixRegistry registry(prefix.Path(), NativeFiles(), 1252);
-        EXPECT_EQ(*registry.ReadText(c.root, c.key, ""), c.lookedFor);
-        ASSERT_TRUE(registry.WriteNumber(c.root, c.key, "Flag", 1));
-        EXPECT_EQ(*registry.ReadNumber(c.root, c.key, "FLAG"), 1u);
+        const auto registry = MakeRegistry(prefix.Path(), NativeFiles(), 1252);
+        EXPECT_EQ(*registry->ReadText(c.root, c.key, ""), c.lookedFor);
+        ASSERT_TRUE(registry->WriteNumber(c.root, c.key, "Flag", 1));
+        EXPECT_EQ(*registry->ReadNumber(c.root, c.key, "FLAG"), 1u);
         const std::string text = ReadDisk(file);
         const std::string section = text.substr(0, text.find("\"Flag\"=dword:00000001\n"));
         EXPECT_THAT(section.substr(section.rfind("\n[") + 1), StartsWith(c.written));
@@ -90,19 +90,19 @@ TEST(PrefixRegistry, SeesAndWritesTheNodeOf32BitPrograms) {
 
 TEST(PrefixRegistry, MakesAMissingFileAndReadsAChangedOneAgain) {
     const PrefixFolder prefix;
-    PrefixRegistry registry(prefix.Path(), NativeFiles(), 1252);
-    EXPECT_EQ(CodeOf(registry.ReadNumber(kMachine, "K", "n")), ErrorCode::kNotFound);
-    ASSERT_TRUE(registry.WriteNumber(kMachine, "K\\L", "n", 7));
-    ASSERT_TRUE(registry.WriteText(kUser, "U", "", "caf\xE9 \x80"));
+    const auto registry = MakeRegistry(prefix.Path(), NativeFiles(), 1252);
+    EXPECT_EQ(CodeOf(registry->ReadNumber(kMachine, "K", "n")), ErrorCode::kNotFound);
+    ASSERT_TRUE(registry->WriteNumber(kMachine, "K\\L", "n", 7));
+    ASSERT_TRUE(registry->WriteText(kUser, "U", "", "caf\xE9 \x80"));
     const std::string machine = ReadDisk(prefix.Path() + "/system.reg");
     EXPECT_THAT(machine, StartsWith(std::string(kHead) + "#arch=win32\n\n[K\\\\L] "));
     EXPECT_THAT(ReadDisk(prefix.Path() + "/user.reg"), HasSubstr("\n@=\"caf\\xe9 \\x20ac\"\n"));
-    EXPECT_EQ(*registry.ReadText(kUser, "u", ""), "caf\xE9 \x80");
+    EXPECT_EQ(*registry->ReadText(kUser, "u", ""), "caf\xE9 \x80");
     WriteDisk(prefix.Path() + "/system.reg", "[K\\\\L] 1\n\"n\"=dword:00000063\n");
-    EXPECT_EQ(*registry.ReadNumber(kMachine, "K\\L", "n"), 99u);
+    EXPECT_EQ(*registry->ReadNumber(kMachine, "K\\L", "n"), 99u);
 
-    PrefixRegistry nowhere(prefix.Path() + "/none", NativeFiles(), 1252);
-    EXPECT_EQ(CodeOf(nowhere.WriteNumber(kMachine, "K", "n", 1)), ErrorCode::kNotFound);
+    const auto nowhere = MakeRegistry(prefix.Path() + "/none", NativeFiles(), 1252);
+    EXPECT_EQ(CodeOf(nowhere->WriteNumber(kMachine, "K", "n", 1)), ErrorCode::kNotFound);
 }
 
 TEST(PrefixRegistry, AFaultLeavesTheOldFileOrTheNewOne) {
@@ -114,16 +114,16 @@ TEST(PrefixRegistry, AFaultLeavesTheOldFileOrTheNewOne) {
             const std::string old = std::string(kHead) + "[K] 1\n\"n\"=dword:00000001\n;tail";
             prefix.PutRegistry(old);
             platform::testing::FaultyFiles faulty(NativeFiles());
-            PrefixRegistry registry(prefix.Path(), faulty, 1252);
+            const auto registry = MakeRegistry(prefix.Path(), faulty, 1252);
             faulty.Arm(fault, number);
-            const auto status = registry.WriteNumber(kMachine, "K", "n", 2);
+            const auto status = registry->WriteNumber(kMachine, "K", "n", 2);
             const bool fired = faulty.Fired();
             faulty.Disarm();
             std::string expected = old;
             if (status) expected.replace(expected.find("0001\n"), 4, "0002");
             EXPECT_EQ(ReadDisk(prefix.Path() + "/system.reg"), expected);
-            ASSERT_TRUE(registry.WriteNumber(kMachine, "K", "n", 2));
-            EXPECT_EQ(*registry.ReadNumber(kMachine, "K", "n"), 2u);
+            ASSERT_TRUE(registry->WriteNumber(kMachine, "K", "n", 2));
+            EXPECT_EQ(*registry->ReadNumber(kMachine, "K", "n"), 2u);
             if (!fired) break;
         }
     }

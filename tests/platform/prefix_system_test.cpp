@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "platform/prefix/prefix_libraries.h"
+#include "platform/prefix/prefix_parts.h"
 #include "platform/testing/scripted_dialogs.h"
 #include "tests/platform/files_contract.h"
 #include "tests/platform/prefix_folder.h"
@@ -73,30 +73,29 @@ TEST(PrefixLibraries, AreFoundInTheOwnFolderAndOnTheDrive) {
     WriteDisk(prefix.DriveC() / "Eudora/EUMAPI32.DLL", strings);
     WriteDisk(own / "kvlEUDEN.dll", strings);
     const platform::prefix::PathMapper mapper(prefix.Path(), 932);
-    platform::prefix::PrefixLibraries libraries(mapper, platform::NativeFiles(),
-                                                own.Path().string());
+    const auto libraries = platform::prefix::MakeLibraries(mapper, own.Path().string());
 
-    auto japanese = libraries.LoadResources("c:\\bundles\\kvlEUDJP.dll");
+    auto japanese = libraries->LoadResources("c:\\bundles\\kvlEUDJP.dll");
     ASSERT_TRUE(japanese) << japanese.Error().Message();
     const std::size_t lengths[] = {0, 0, 2, 2, 4, 5, 6, 6};
     for (std::size_t limit = 0; limit < std::size(lengths); ++limit) {
         EXPECT_EQ((*japanese)->Text(17, limit).size(), lengths[limit]) << limit;
     }
     EXPECT_EQ((*japanese)->Text(17, 100), "\x93\xFA\x96{?x");
-    EXPECT_TRUE(libraries.LoadResources("kvlEUDEN.dll"));
-    EXPECT_TRUE(libraries.LoadResources("kvleudfr.DLL"));
+    EXPECT_TRUE(libraries->LoadResources("kvlEUDEN.dll"));
+    EXPECT_TRUE(libraries->LoadResources("kvleudfr.DLL"));
     for (const auto& [path, code] : {std::pair{"text.dll", ErrorCode::kCorrupt},
                                      {"none.dll", ErrorCode::kNotFound},
                                      {"C:\\bundles\\none.dll", ErrorCode::kNotFound},
                                      {"C:\\bundles", ErrorCode::kNotRegular}}) {
-        EXPECT_EQ(CodeOf(libraries.LoadResources(path)), code) << path;
+        EXPECT_EQ(CodeOf(libraries->LoadResources(path)), code) << path;
     }
 
     // The mail library's place is taken by the stand-in of the own folder.
-    EXPECT_EQ(CodeOf(libraries.Load("C:\\Eudora\\EUMAPI32.DLL")), ErrorCode::kNotFound);
+    EXPECT_EQ(CodeOf(libraries->Load("C:\\Eudora\\EUMAPI32.DLL")), ErrorCode::kNotFound);
     std::filesystem::copy_file(KV_TEST_LIBRARY, own / "libEUMAPI32.so");
     for (const char* path : {"C:\\Eudora\\eumapi32.dll", "Q:\\x\\EuMapi32.Dll", KV_TEST_LIBRARY}) {
-        auto library = libraries.Load(path);
+        auto library = libraries->Load(path);
         ASSERT_TRUE(library) << path;
         const auto answer = reinterpret_cast<int (*)()>((*library)->Symbol("Answer"));
         ASSERT_NE(answer, nullptr);
@@ -107,7 +106,7 @@ TEST(PrefixLibraries, AreFoundInTheOwnFolderAndOnTheDrive) {
          {std::pair{"C:\\bundles\\kvleudjp.dll", ErrorCode::kNotSupported},
           {"C:\\Eudora\\none.dll", ErrorCode::kNotFound},
           {"libnone-of-that-name.so", ErrorCode::kNotFound}}) {
-        EXPECT_EQ(CodeOf(libraries.Load(path)), code) << path;
+        EXPECT_EQ(CodeOf(libraries->Load(path)), code) << path;
     }
 }
 

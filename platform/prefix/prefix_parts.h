@@ -1,0 +1,30 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/os/system.h"
+#include "platform/prefix/path_mapper.h"
+
+namespace platform::prefix {
+
+// The parts of PrefixSystem that have a file of their own. What they are given outlives them.
+
+// The drives of a Wine prefix under Windows paths in the prefix's code page. Failures name the
+// Windows path. Files whose names Windows could not hold are not listed; a character that the
+// code page lacks is listed as "?". The registry says where the user's temporary folder is.
+std::unique_ptr<Files> MakeFiles(const PathMapper& mapper, Registry& registry);
+
+// The registry of a Wine prefix, in its files system.reg and user.reg, as a 32-bit program sees
+// it: in a prefix of 64 bits the machine's Software keys are looked for under Wow6432Node first,
+// and written there; Software\Classes is common to both. A file that somebody changed is read
+// again. While Wine itself runs, it keeps its own copy and overwrites the files when it ends.
+std::unique_ptr<Registry> MakeRegistry(const std::string& prefix, Files& native, unsigned codePage);
+
+// Libraries for a native process that works on a Wine prefix. Load takes Windows paths, and native
+// ones that begin with a slash; it loads shared objects, and answers whatever path ends in
+// EUMAPI32.DLL with the stand-in libEUMAPI32.so of `ownFolder`, where the companions of this code
+// lie. A library of Windows code gives kNotSupported.
+std::unique_ptr<Libraries> MakeLibraries(const PathMapper& mapper, std::string ownFolder);
+
+}  // namespace platform::prefix
