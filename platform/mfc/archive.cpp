@@ -1,5 +1,7 @@
 #include "platform/mfc/archive.h"
 
+#include <bit>
+
 #include "platform/os/little_endian.h"
 
 namespace {
@@ -26,43 +28,38 @@ void CArchive::Number(std::int32_t& value) {
 
 void CArchive::Number(std::uint32_t& value) {
     if (m_loading) {
-        value = platform::ByteReader(Take(4)).U32();
+        value = static_cast<std::uint32_t>(platform::LittleEndian(Take(4)));
     } else {
-        platform::ByteWriter(*m_out).U32(value);
+        *m_out += platform::LittleEndianBytes(value, 4);
     }
 }
 
 void CArchive::Double(double& value) {
     if (m_loading) {
-        value = platform::ByteReader(Take(8)).Double();
+        value = std::bit_cast<double>(platform::LittleEndian(Take(8)));
     } else {
-        platform::ByteWriter(*m_out).Double(value);
+        *m_out += platform::LittleEndianBytes(std::bit_cast<std::uint64_t>(value), 8);
     }
 }
 
 void CArchive::Text(CString& value) {
     if (m_loading) {
-        std::size_t length = platform::ByteReader(Take(1)).U8();
+        std::uint64_t length = platform::LittleEndian(Take(1));
         if (length == kByteLengths) {
-            length = platform::ByteReader(Take(2)).U16();
+            length = platform::LittleEndian(Take(2));
             if (length == kWideEscape) throw ArchiveError("a text of 16-bit characters");
-            if (length == kWordEscape) length = platform::ByteReader(Take(4)).U32();
+            if (length == kWordEscape) length = platform::LittleEndian(Take(4));
         }
-        value = CString(Take(length));
+        value = CString(Take(static_cast<std::size_t>(length)));
         return;
     }
     const std::string& text = value.Str();
-    platform::ByteWriter out(*m_out);
     if (text.size() < kByteLengths) {
-        out.U8(static_cast<std::uint8_t>(text.size()));
+        *m_out += platform::LittleEndianBytes(text.size(), 1);
+    } else if (text.size() < kWordLengths) {
+        *m_out += '\xFF' + platform::LittleEndianBytes(text.size(), 2);
     } else {
-        out.U8(0xFF);
-        if (text.size() < kWordLengths) {
-            out.U16(static_cast<std::uint16_t>(text.size()));
-        } else {
-            out.U16(kWordEscape);
-            out.U32(static_cast<std::uint32_t>(text.size()));
-        }
+        *m_out += "\xFF\xFF\xFF" + platform::LittleEndianBytes(text.size(), 4);
     }
-    out.Bytes(text);
+    *m_out += text;
 }

@@ -87,10 +87,7 @@ class PrefixRegistry : public Registry {
 
     Status WriteNumber(RegistryRoot root, std::string_view key, std::string_view value,
                        std::uint32_t number) override {
-        std::string data;
-        for (int shift = 0; shift < 32; shift += 8)
-            data += static_cast<char>(number >> shift & 0xFF);
-        return Store(root, key, value, RegistryValue::kNumber, std::move(data));
+        return Store(root, key, value, RegistryValue::kNumber, LittleEndianBytes(number, 4));
     }
 
   private:

@@ -82,18 +82,11 @@ HexEnd AppendHexLine(std::string_view rest, std::string& bytes) {
     return rest.front() == '\\' ? HexEnd::kGoesOn : HexEnd::kDamaged;
 }
 
-std::string BytesFromNumber(std::uint32_t number) {
-    std::string bytes;
-    for (int shift = 0; shift < 32; shift += 8) bytes += static_cast<char>(number >> shift & 0xFF);
-    return bytes;
-}
-
 // Data that stand on one line. What follows them there means nothing.
 std::optional<RegistryValue> ParseData(std::string_view rest) {
     if (Skip(rest, "dword:")) {
         SkipBlanks(rest);
-        return RegistryValue{RegistryValue::kNumber,
-                             BytesFromNumber(static_cast<std::uint32_t>(TakeHex(rest)))};
+        return RegistryValue{RegistryValue::kNumber, LittleEndianBytes(TakeHex(rest), 4)};
     }
     constexpr std::pair<std::string_view, unsigned> kTexts[] = {
         {"\"", RegistryValue::kText},

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/testing/memory_node.h"
+#include "text/ascii.h"
 #include "text/double_byte.h"
 
 namespace platform::testing {
@@ -64,23 +64,23 @@ FakeLibraries::~FakeLibraries() {
 }
 
 void FakeLibraries::AddLibrary(std::string_view path, std::map<std::string, void*> symbols) {
-    m_libraries[Folded(path)] = std::move(symbols);
+    m_libraries[text::Lowered(path)] = std::move(symbols);
 }
 
 void FakeLibraries::AddResources(std::string_view path, Strings strings) {
-    m_resources[Folded(path)] = std::move(strings);
+    m_resources[text::Lowered(path)] = std::move(strings);
 }
 
 Result<std::unique_ptr<Library>> FakeLibraries::Load(std::string_view path) {
     m_tries.emplace_back(path);
-    const auto found = m_libraries.find(Folded(path));
+    const auto found = m_libraries.find(text::Lowered(path));
     if (found == m_libraries.end()) return Failure{ErrorCode::kNotFound, std::string(path)};
     return std::unique_ptr<Library>(std::make_unique<FakeLibrary>(found->second, m_loaded, m_live));
 }
 
 Result<std::unique_ptr<StringResources>> FakeLibraries::LoadResources(std::string_view path) {
     m_tries.emplace_back(path);
-    const auto found = m_resources.find(Folded(path));
+    const auto found = m_resources.find(text::Lowered(path));
     if (found == m_resources.end()) return Failure{ErrorCode::kNotFound, std::string(path)};
     return std::unique_ptr<StringResources>(
         std::make_unique<FakeResources>(found->second, codePage, m_loaded));

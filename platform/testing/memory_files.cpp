@@ -1,16 +1,66 @@
 #include "platform/testing/memory_files.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <numeric>
 
 #include "platform/os/code_page.h"
 #include "platform/os/name_pattern.h"
-#include "platform/testing/memory_file.h"
-#include "platform/testing/memory_node.h"
+#include "text/ascii.h"
 #include "text/double_byte.h"
 #include "text/path.h"
 
 namespace platform::testing {
+
+// What an open file does, and what it leaves to others.
+struct MemoryAccess {
+    bool write = false;
+    bool denyRead = false;
+    bool denyWrite = false;
+
+    bool Excludes(const MemoryAccess& other) const {
+        return denyRead || other.denyRead || (denyWrite && other.write) ||
+               (other.denyWrite && write);
+    }
+};
+
+struct MemoryNode {
+    std::string name, shortName;
+    bool isFolder = false;
+    bool isReadOnly = false;
+    std::string content, durable;
+    std::uint64_t badFrom = ~std::uint64_t{0};  // what lies behind cannot be read
+    std::chrono::system_clock::time_point modified;
+    std::vector<std::shared_ptr<MemoryNode>> children;
+    std::vector<MemoryAccess> opens;
+
+    bool IsFree(const MemoryAccess& access) const {
+        return std::none_of(opens.begin(), opens.end(),
+                            [&](const MemoryAccess& open) { return open.Excludes(access); });
+    }
+};
+
+class MemoryFile : public File {
+  public:
+    MemoryFile(MemoryFiles& files, std::shared_ptr<MemoryNode> node, std::string path,
+               MemoryAccess access);
+    ~MemoryFile() override;
+
+    Result<std::size_t> Read(std::span<char> buffer) override;
+    Status Write(std::string_view bytes) override;
+    Result<std::uint64_t> Seek(std::int64_t offset, SeekFrom from) override;
+    Result<std::uint64_t> Size() override;
+    Status Truncate(std::uint64_t size) override;
+    Status Flush() override;
+    Status Close() override;
+
+  private:
+    MemoryFiles& m_files;
+    std::shared_ptr<MemoryNode> m_node;  // null when closed
+    std::string m_path;
+    MemoryAccess m_access;
+    std::uint64_t m_position = 0;
+};
 
 namespace {
 
@@ -50,8 +100,8 @@ std::vector<std::string> Components(std::string_view path, unsigned codePage) {
 
 NodePointer Child(const MemoryNode& folder, std::string_view name) {
     for (const auto& child : folder.children) {
-        if (SameName(child->name, name) ||
-            (!child->shortName.empty() && SameName(child->shortName, name))) {
+        if (text::EqualNoCase(child->name, name) ||
+            (!child->shortName.empty() && text::EqualNoCase(child->shortName, name))) {
             return child;
         }
     }
@@ -248,7 +298,7 @@ Result<std::vector<FolderEntry>> MemoryFiles::List(std::string_view folder,
                                                    std::string_view pattern) {
     const Place place = Find(folder);
     if (!place.node || !place.node->isFolder) return Fail(ErrorCode::kNotFound, folder);
-    const auto isSame = [](char a, char b) { return Lower(a) == Lower(b); };
+    const auto isSame = [](char a, char b) { return text::Lower(a) == text::Lower(b); };
     std::vector<FolderEntry> entries;
     for (const auto& child : place.node->children) {
         if (MatchesPattern(std::string_view(child->name), pattern, isSame)) {
@@ -365,6 +415,93 @@ Result<std::string> MemoryFiles::CreateTempFile(std::string_view folder, std::st
         if (file) return path;
         if (file.Error().code != ErrorCode::kAlreadyExists) return file.Error();
     }
+}
+
+MemoryFile::MemoryFile(MemoryFiles& files, std::shared_ptr<MemoryNode> node, std::string path,
+                       MemoryAccess access)
+    : m_files(files), m_node(std::move(node)), m_path(std::move(path)), m_access(access) {
+    m_node->opens.push_back(m_access);
+    ++m_files.m_openCount;
+}
+
+MemoryFile::~MemoryFile() {
+    if (m_node) (void)Close();
+}
+
+Result<std::size_t> MemoryFile::Read(std::span<char> buffer) {
+    if (!m_node) return Failure{ErrorCode::kInvalidArgument, m_path};
+    const std::string& content = m_node->content;
+    if (m_position >= content.size()) return std::size_t{0};
+    const auto start = static_cast<std::size_t>(m_position);
+    const std::size_t count = std::min(buffer.size(), content.size() - start);
+    if (m_position + count > m_node->badFrom) return Failure{ErrorCode::kIo, m_path};
+    content.copy(buffer.data(), count, start);
+    m_position += count;
+    return count;
+}
+
+Status MemoryFile::Write(std::string_view bytes) {
+    if (!m_node) return Failure{ErrorCode::kInvalidArgument, m_path};
+    if (!m_access.write) return Failure{ErrorCode::kAccessDenied, m_path};
+    if (bytes.empty()) return {};
+    std::string& content = m_node->content;
+    const auto end = m_position + bytes.size();
+    Status status = m_files.Grow(*m_node, std::max<std::uint64_t>(end, content.size()));
+    const auto start = static_cast<std::size_t>(m_position);
+    if (start < content.size()) {
+        const auto count = std::min(bytes.size(), content.size() - start);
+        content.replace(start, count, bytes.substr(0, count));
+        m_position += count;
+    }
+    m_files.Touch(*m_node);
+    if (!status) return Failure{status.Error().code, m_path};
+    return {};
+}
+
+Result<std::uint64_t> MemoryFile::Seek(std::int64_t offset, SeekFrom from) {
+    if (!m_node) return Failure{ErrorCode::kInvalidArgument, m_path};
+    std::int64_t base = 0;
+    if (from == SeekFrom::kCurrent) base = static_cast<std::int64_t>(m_position);
+    if (from == SeekFrom::kEnd) base = static_cast<std::int64_t>(m_node->content.size());
+    if (offset < -base) return Failure{ErrorCode::kInvalidArgument, m_path};
+    m_position = static_cast<std::uint64_t>(base + offset);
+    return m_position;
+}
+
+Result<std::uint64_t> MemoryFile::Size() {
+    if (!m_node) return Failure{ErrorCode::kInvalidArgument, m_path};
+    return std::uint64_t{m_node->content.size()};
+}
+
+Status MemoryFile::Truncate(std::uint64_t size) {
+    if (!m_node) return Failure{ErrorCode::kInvalidArgument, m_path};
+    if (!m_access.write) return Failure{ErrorCode::kAccessDenied, m_path};
+    if (size > m_node->content.size()) {
+        if (auto status = m_files.Grow(*m_node, size); !status) return status;
+    } else {
+        m_node->content.resize(static_cast<std::size_t>(size));
+    }
+    m_files.Touch(*m_node);
+    return {};
+}
+
+Status MemoryFile::Flush() {
+    if (!m_node) return Failure{ErrorCode::kInvalidArgument, m_path};
+    m_node->durable = m_node->content;
+    return {};
+}
+
+Status MemoryFile::Close() {
+    if (!m_node) return Failure{ErrorCode::kInvalidArgument, m_path};
+    auto& opens = m_node->opens;
+    const auto mine = std::find_if(opens.begin(), opens.end(), [&](const MemoryAccess& open) {
+        return open.write == m_access.write && open.denyRead == m_access.denyRead &&
+               open.denyWrite == m_access.denyWrite;
+    });
+    opens.erase(mine);
+    m_node.reset();
+    --m_files.m_openCount;
+    return {};
 }
 
 }  // namespace platform::testing

@@ -1,12 +1,12 @@
 #include "platform/testing/memory_registry.h"
 
-#include "platform/testing/memory_node.h"
+#include "text/ascii.h"
 
 namespace platform::testing {
 
 MemoryRegistry::Name MemoryRegistry::MakeName(RegistryRoot root, std::string_view key,
                                               std::string_view value) {
-    return {root, Folded(key), Folded(value)};
+    return {root, text::Lowered(key), text::Lowered(value)};
 }
 
 Result<std::string> MemoryRegistry::ReadText(RegistryRoot root, std::string_view key,

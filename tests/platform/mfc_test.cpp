@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <bit>
-
 #include "platform/mfc/archive.h"
 #include "platform/mfc/ole_date_time.h"
 #include "platform/os/little_endian.h"
@@ -37,32 +35,6 @@ TEST(ArchiveTest, TextLengthsHaveTheirThreeForms) {
                               "\xFF\xFE\xFF\x01z"s}) {
         CString text;
         EXPECT_THROW(CArchive(std::string_view(bytes)).Text(text), ArchiveError);
-    }
-}
-
-TEST(LittleEndianTest, AStreamFeelsItsEnd) {
-    std::string bytes;
-    platform::ByteWriter out(bytes);
-    out.U8(0x12);
-    out.U16(0xABCD);
-    out.I32(-2);
-    out.Double(-0.1);
-    out.Zeros(2);
-    out.Bytes("xy");
-    EXPECT_EQ(bytes.substr(0, 7), std::string("\x12\xCD\xAB\xFE\xFF\xFF\xFF"));
-    for (std::size_t length = 0; length <= bytes.size(); ++length) {
-        SCOPED_TRACE(length);
-        platform::ByteReader in(std::string_view(bytes).substr(0, length));
-        EXPECT_EQ(in.U8(), length >= 1 ? 0x12 : 0);
-        EXPECT_EQ(in.U16(), length >= 3 ? 0xABCD : 0);
-        EXPECT_EQ(in.I32(), length >= 7 ? -2 : 0);
-        EXPECT_EQ(std::bit_cast<std::uint64_t>(in.Double()),
-                  std::bit_cast<std::uint64_t>(length >= 15 ? -0.1 : 0.0));
-        in.Skip(2);
-        EXPECT_EQ(in.Bytes(2), length == bytes.size() ? "xy" : "");
-        EXPECT_EQ(in.Failed(), length != bytes.size());
-        EXPECT_EQ(in.U8(), 0);
-        EXPECT_TRUE(in.Failed()) << "and stays so";
     }
 }
 
