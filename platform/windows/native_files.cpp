@@ -116,6 +116,15 @@ bool IsDots(std::wstring_view name) {
     return name == L"." || name == L"..";
 }
 
+// What the system writes into a buffer of the size that it asks for first; empty if it fails.
+template <class Ask>
+std::wstring Told(const Ask& ask) {
+    std::wstring text(ask(nullptr, 0), L'\0');
+    const DWORD length = ask(text.data(), static_cast<DWORD>(text.size()));
+    text.resize(length < text.size() ? length : 0);
+    return text;
+}
+
 // The system's search alone will not do: it also answers with files whose short name matches,
 // "c.txtx" for "*.txt".
 bool IsMatch(std::wstring_view name, std::wstring_view pattern) {
@@ -210,24 +219,21 @@ class WindowsFiles : public Files {
                                         nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS,
                                         nullptr));
         if (!handle) return FromLastError(path);
-        std::wstring real(GetFinalPathNameByHandleW(handle.Get(), nullptr, 0, 0), L'\0');
-        const DWORD length = GetFinalPathNameByHandleW(handle.Get(), real.data(),
-                                                       static_cast<DWORD>(real.size()), 0);
-        if (length == 0 || length >= real.size()) return FromLastError(path);
-        real.resize(length);
+        auto real = Told([&](wchar_t* buffer, DWORD size) {
+            return GetFinalPathNameByHandleW(handle.Get(), buffer, size, 0);
+        });
+        if (real.empty()) return FromLastError(path);
         std::replace(real.begin(), real.end(), L'\\', L'/');
         return Narrow(real, CP_UTF8);
     }
 
     Result<std::string> ShortPath(std::string_view path) override {
         const std::wstring name = Name(path);
-        std::wstring result(GetShortPathNameW(name.c_str(), nullptr, 0), L'\0');
-        if (result.empty()) return FromLastError(path);
-        const DWORD length =
-            GetShortPathNameW(name.c_str(), result.data(), static_cast<DWORD>(result.size()));
-        if (length == 0 || length >= result.size()) return FromLastError(path);
-        result.resize(length);
-        return Narrow(result, m_codePage);
+        const auto shorter = Told([&](wchar_t* buffer, DWORD size) {
+            return GetShortPathNameW(name.c_str(), buffer, size);
+        });
+        if (shorter.empty()) return FromLastError(path);
+        return Narrow(shorter, m_codePage);
     }
 
     Result<std::string> TempFolder() override {
