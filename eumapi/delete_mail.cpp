@@ -11,12 +11,13 @@ namespace {
 constexpr std::uint64_t kLargestToc = 1u << 26;
 
 Code PutIntoTrash(const platform::System& system, const std::string& eudoraFolder,
-                  std::string_view text, std::string_view block) {
+                  std::string_view text, const std::string& block) {
     Mailbox trash(system);
-    if (const Code code = trash.Open(eudoraFolder, kTrash); code != mapi::kSuccess) return code;
+    const Code code = trash.Open(eudoraFolder, mailbox::kTrash);
+    if (code != mapi::kSuccess) return code;
     const auto isThere = trash.Contains(mailbox::MailPlace::Decode(block).dwMsgId, text);
     if (!isThere) return CodeOf(isThere.Error());
-    return *isThere ? mapi::kSuccess : trash.Append(text, std::string(block));
+    return *isThere ? mapi::kSuccess : trash.Append(text, block);
 }
 
 // The file's bytes without one block. What is counted stays counted, also a block that is cut
@@ -33,13 +34,12 @@ std::string WithoutBlock(std::string toc, std::uint32_t block) {
 
 Code DeleteMail(const platform::System& system, const std::string& eudoraFolder,
                 const MailIndex& index, MailReader& reader, const IndexedMail& mail) {
-    const auto path = PathsOf(eudoraFolder, "In").toc;
-    auto toc = platform::ReadWhole(system.files, path, kLargestToc);
+    auto toc = platform::ReadWhole(system.files, index.Path(), kLargestToc);
     if (!toc) return CodeOf(toc.Error());
     const auto at = static_cast<std::size_t>(mailbox::BlockOffset(mail.block));
     if (toc->size() < at + mailbox::kMsgBlockSize) return mapi::kFailure;
     const auto block = toc->substr(at, mailbox::kMsgBlockSize);
-    if (mailbox::MailPlace::Decode(block).dwMsgId != mail.id) return mapi::kFailure;
+    if (mailbox::MailPlace::Decode(block).dwMsgId != mail.dwMsgId) return mapi::kFailure;
     const auto text = reader.ReadBytes(index, mail);
     if (!text) return CodeOf(text.Error());
     if (const Code code = PutIntoTrash(system, eudoraFolder, *text, block);
@@ -47,8 +47,8 @@ Code DeleteMail(const platform::System& system, const std::string& eudoraFolder,
         return code;
     }
     reader.LetGo();
-    return CodeOf(
-        platform::WriteWhole(system.files, path, WithoutBlock(*std::move(toc), mail.block)));
+    return CodeOf(platform::WriteWhole(system.files, index.Path(),
+                                       WithoutBlock(*std::move(toc), mail.block)));
 }
 
 }  // namespace eumapi

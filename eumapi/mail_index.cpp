@@ -4,9 +4,7 @@
 #include <new>
 #include <unordered_set>
 
-#include "eumapi/eudora_folder.h"
-#include "mailbox/toc_records.h"
-#include "platform/os/little_endian.h"
+#include "mailbox/toc_file.h"
 
 namespace eumapi {
 
@@ -16,36 +14,19 @@ using platform::File;
 using platform::OpenMode;
 using platform::Share;
 
-constexpr std::size_t kBlocksAtOnce = 1024;
 // File systems tell times in steps: two changes within one of them look like one.
 constexpr std::chrono::milliseconds kTimeStep(50);
 
-IndexedMail DecodeMail(std::string_view bytes, std::uint32_t block) {
-    const auto place = mailbox::MailPlace::Decode(bytes);
-    return {block, place.dwOffset, place.dwLength, place.dwMsgId,
-            platform::ReadU16(bytes, mailbox::kStatusOffset).value_or(0)};
-}
-
-platform::Result<std::vector<IndexedMail>> ReadMails(File& toc) {
-    std::string bytes(mailbox::kTocHeaderSize, '\0');
-    auto read = toc.Read(bytes);
-    if (!read) return read.Error();
-    bytes.resize(*read);
-    if (IsMacintoshToc(bytes)) return platform::Failure{platform::ErrorCode::kNotSupported, {}};
-    const std::uint32_t count = mailbox::TocHeader::Decode(bytes).wNumberOfMsgs;
+platform::Result<std::vector<IndexedMail>> ReadMails(File& file) {
+    const auto toc = mailbox::ReadToc(file);
+    if (!toc) return toc.Error();
     std::vector<IndexedMail> mails;
-    mails.reserve(count);
+    mails.reserve(toc->mails.size());
     std::unordered_set<std::uint32_t> seen;
-    for (std::uint32_t block = 0; block < count;) {
-        bytes.resize(mailbox::kMsgBlockSize * std::min<std::size_t>(kBlocksAtOnce, count - block));
-        read = toc.Read(bytes);
-        if (!read) return read.Error();
-        const std::string_view whole(bytes.data(), *read - *read % mailbox::kMsgBlockSize);
-        for (std::size_t at = 0; at < whole.size(); at += mailbox::kMsgBlockSize, ++block) {
-            const auto mail = DecodeMail(whole.substr(at, mailbox::kMsgBlockSize), block);
-            if (seen.insert(mail.id).second) mails.push_back(mail);
-        }
-        if (*read < bytes.size()) break;
+    std::uint32_t block = 0;
+    for (const auto& mail : toc->mails) {
+        if (seen.insert(mail.dwMsgId).second) mails.push_back({mail, block});
+        ++block;
     }
     return mails;
 }
@@ -54,7 +35,7 @@ platform::Result<std::string> ReadBlockOf(File& toc, const IndexedMail& mail) {
     std::string bytes(mailbox::kMsgBlockSize, '\0');
     const auto read = toc.ReadAt(mailbox::BlockOffset(mail.block), bytes);
     if (!read) return read.Error();
-    if (*read < bytes.size() || mailbox::MailPlace::Decode(bytes).dwMsgId != mail.id) {
+    if (*read < bytes.size() || mailbox::MailPlace::Decode(bytes).dwMsgId != mail.dwMsgId) {
         return platform::Failure{platform::ErrorCode::kCorrupt, {}};
     }
     return bytes;
@@ -99,17 +80,17 @@ Code MailIndex::Load() {
 void MailIndex::Take(std::vector<IndexedMail> mails) {
     std::unordered_map<std::uint32_t, std::size_t> positions;
     positions.reserve(mails.size());
-    for (std::size_t i = 0; i < mails.size(); ++i) positions.emplace(mails[i].id, i);
+    for (std::size_t i = 0; i < mails.size(); ++i) positions.emplace(mails[i].dwMsgId, i);
     std::optional<std::uint32_t> before;
     for (const auto& mail : m_mails) {
-        if (positions.contains(mail.id)) {
-            before = mail.id;
+        if (positions.contains(mail.dwMsgId)) {
+            before = mail.dwMsgId;
         } else {
-            m_gone[mail.id] = before;
+            m_gone[mail.dwMsgId] = before;
         }
     }
     if (!m_gone.empty()) {
-        for (const auto& mail : mails) m_gone.erase(mail.id);
+        for (const auto& mail : mails) m_gone.erase(mail.dwMsgId);
     }
     ++m_version;
     m_mails = std::move(mails);
@@ -141,22 +122,21 @@ platform::Result<std::string> MailIndex::ReadBlock(const IndexedMail& mail) cons
 
 Code MailIndex::MarkRead(const IndexedMail& mail) {
     constexpr auto kUnread = static_cast<std::uint16_t>(mailbox::MailState::kUnread);
-    if (mail.state != kUnread) return mapi::kSuccess;
+    if (mail.wStatus != kUnread) return mapi::kSuccess;
     {
         const auto toc = m_system.files.Open(m_path, OpenMode::kReadWrite, Share::kRead);
         if (!toc) return CodeOf(toc.Error());
         const auto block = ReadBlockOf(**toc, mail);
         if (!block) return CodeOf(block.Error());
-        const auto at = mailbox::BlockOffset(mail.block) + mailbox::kStatusOffset;
-        const auto sought = (*toc)->Seek(static_cast<std::int64_t>(at), platform::SeekFrom::kBegin);
-        if (!sought) return CodeOf(sought.Error());
-        if (platform::ReadU16(*block, mailbox::kStatusOffset) == kUnread) {
-            const auto written = (*toc)->Write(std::string_view("\x01\x00", 2));
-            if (!written) return CodeOf(written.Error());
+        platform::Status written;
+        if (mailbox::MailPlace::Decode(*block).wStatus == kUnread) {
+            const auto at = mailbox::BlockOffset(mail.block) + mailbox::kStatusOffset;
+            written = mailbox::WriteAt(**toc, at, std::string_view("\x01\x00", 2));
         }
-        if (const auto closed = (*toc)->Close(); !closed) return CodeOf(closed.Error());
+        if (written) written = (*toc)->Close();
+        if (!written) return CodeOf(written);
     }
-    m_mails[m_positions.at(mail.id)].state = 1;
+    m_mails[m_positions.at(mail.dwMsgId)].wStatus = 1;
     // Our own change is no reason to read the file again, unless memory runs out.
     try {
         Code code;

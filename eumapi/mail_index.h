@@ -8,17 +8,14 @@
 #include <vector>
 
 #include "eumapi/result_code.h"
+#include "mailbox/toc_records.h"
 #include "platform/os/system.h"
 
 namespace eumapi {
 
 // One mail as its block in a .toc file has it.
-struct IndexedMail {
+struct IndexedMail : mailbox::MailPlace {
     std::uint32_t block = 0;  // its place in the file, counted from 0
-    std::uint32_t offset = 0;
-    std::uint32_t length = 0;  // bytes; what the block claims
-    std::uint32_t id = 0;
-    std::uint16_t state = 0;
 };
 
 // The mails of one .toc file in the file's order, found by id at a cost that does not depend on
@@ -35,6 +32,7 @@ class MailIndex {
     // failure the mails are those of before.
     Code Refresh();
 
+    const std::string& Path() const { return m_path; }
     const std::vector<IndexedMail>& Mails() const { return m_mails; }
     // Another number after each time that the file was read.
     unsigned Version() const { return m_version; }

@@ -77,13 +77,13 @@ platform::Result<std::uint64_t> MailReader::LengthOf(const MailIndex& index,
     }
     const auto size = m_mbx->Size();
     if (!size) return size.Error();
-    if (mail.offset >= *size) return std::uint64_t{0};
-    if (mail.length <= *size - mail.offset) return std::uint64_t{mail.length};
+    if (mail.dwOffset >= *size) return std::uint64_t{0};
+    if (mail.dwLength <= *size - mail.dwOffset) return std::uint64_t{mail.dwLength};
     std::uint64_t end = *size;
     for (const auto& other : index.Mails()) {
-        if (other.offset > mail.offset) end = std::min<std::uint64_t>(end, other.offset);
+        if (other.dwOffset > mail.dwOffset) end = std::min<std::uint64_t>(end, other.dwOffset);
     }
-    return end - mail.offset;
+    return end - mail.dwOffset;
 }
 
 platform::Result<std::string> MailReader::ReadBytes(const MailIndex& index, const IndexedMail& mail,
@@ -92,7 +92,7 @@ platform::Result<std::string> MailReader::ReadBytes(const MailIndex& index, cons
     if (!length) return length.Error();
     if (*length > kLargestMail) return platform::Failure{platform::ErrorCode::kTooLarge, m_path};
     std::string bytes(static_cast<std::size_t>(std::min(*length, most)), '\0');
-    const auto read = m_mbx->ReadAt(mail.offset, bytes);
+    const auto read = m_mbx->ReadAt(mail.dwOffset, bytes);
     if (!read) return read.Error();
     bytes.resize(*read);
     return bytes;
@@ -186,7 +186,7 @@ Code MailReader::Read(const MailIndex& index, const IndexedMail& mail, std::uint
     // A zero byte would hide what follows it from every reader of a C text.
     std::replace(bytes->begin(), bytes->end(), '\0', ' ');
     const MailText text(*bytes);
-    record.flags = FlagsOf(mail.state);
+    record.flags = FlagsOf(mail.wStatus);
     TakeHeader(text, index, mail, record);
     return isEnvelope ? mapi::kSuccess : TakeBody(text, flags, copies, record);
 }

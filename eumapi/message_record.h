@@ -1,10 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "eumapi/attachment_copies.h"
@@ -27,15 +27,19 @@ struct MessageRecord {
     std::vector<AttachmentCopy> files;
 };
 
-// The messages that callers hold. Each is one block of memory with everything that it points to.
+// The messages that callers hold, with everything that they point to.
 class MessageBuffers {
   public:
-    MapiMessage* Make(const MessageRecord& record);
+    MessageBuffers();
+    ~MessageBuffers();
+    MapiMessage* Make(MessageRecord record);
     // False for memory that is none of these messages.
     bool Free(void* message);
 
   private:
-    std::unordered_map<void*, std::unique_ptr<unsigned char[]>> m_blocks;
+    struct Held;
+
+    std::map<void*, std::unique_ptr<Held>> m_held;
 };
 
 }  // namespace eumapi

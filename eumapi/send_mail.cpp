@@ -3,13 +3,10 @@
 #include "eumapi/mailbox.h"
 #include "eumapi/outgoing_files.h"
 #include "eumapi/outgoing_text.h"
-#include "text/double_byte.h"
 
 namespace eumapi {
 
 namespace {
-
-constexpr std::size_t kLongestListText = 63;
 
 Code CheckRecipients(const MapiMessage& message) {
     if (message.nRecipCount == 0 || message.lpRecips == nullptr) return mapi::kInvalidRecipients;
@@ -36,10 +33,6 @@ Code CopyAttachments(const MapiMessage& message, OutgoingFiles& files) {
     return mapi::kSuccess;
 }
 
-std::string Cut(const std::string& text, unsigned codePage) {
-    return text.substr(0, text::WholeCharacterPrefix(text, kLongestListText, codePage));
-}
-
 }  // namespace
 
 Code SendMail(const platform::System& system, const std::string& eudoraFolder,
@@ -50,20 +43,17 @@ Code SendMail(const platform::System& system, const std::string& eudoraFolder,
         return code;
     }
     Mailbox out(system);
-    if (const Code code = out.Open(eudoraFolder, kOutBox); code != mapi::kSuccess) return code;
-    const unsigned codePage = system.codePage;
+    if (const Code code = out.Open(eudoraFolder, mailbox::kOutBox); code != mapi::kSuccess)
+        return code;
     const auto now = system.clock.Now();
-    mailbox::MsgBlock block;
+    // The out-box lists whom a mail goes to.
+    auto block =
+        mailbox::NewMsgBlock(AddressOf(message.lpRecips[0]), HeaderText(message.lpszSubject),
+                             !attachments.Paths().empty(), system.codePage);
     block.dwSeconds =
         static_cast<std::uint32_t>(std::chrono::system_clock::to_time_t(now) & 0xFFFFFFFF);
     block.wStatus = static_cast<std::uint16_t>(mailbox::MailState::kQueued);
-    const bool hasFiles = !attachments.Paths().empty();
-    block.bMarkLow = hasFiles ? 0x00 : 0xBE;
-    block.bMarkHigh = hasFiles ? 0x80 : 0x01;
     block.szDate = ListDate(now, system.clock);
-    // The out-box lists whom a mail goes to.
-    block.szFrom = Cut(AddressOf(message.lpRecips[0]), codePage);
-    block.szSubject = Cut(HeaderText(message.lpszSubject), codePage);
     block.dwMsgId = out.FreeId();
     const Code code =
         out.Append(OutgoingText(message, attachments.Paths(), now, system.clock), block.Encode());

@@ -4,15 +4,14 @@
 #include <string_view>
 
 #include "eumapi/delete_mail.h"
-#include "eumapi/eudora_folder.h"
 #include "eumapi/send_mail.h"
+#include "integration/locate/locate.h"
 #include "mailbox/toc_records.h"
 
 namespace eumapi {
 
 namespace {
 
-constexpr std::string_view kInBox = "In";
 constexpr std::uint32_t kDialog = 0x8;  // of MAPISendMail
 
 // Mails between people are all that there is here; every kind of them begins with IPM.
@@ -21,19 +20,23 @@ bool IsMailClass(const char* messageType) {
     return type.empty() || type == "IPM" || type.starts_with("IPM.");
 }
 
-// Nothing for a text that names no mail.
-std::optional<std::uint32_t> IdOf(std::string_view messageId) {
-    const auto id = mailbox::MsgIdOf(messageId);
-    if (mailbox::IndexIdOf(id) != messageId) return std::nullopt;
-    return id;
+// Eudora's folder on this machine, as the registry names it, ending in a backslash. Nothing if the
+// registry names none or there is no such folder.
+std::optional<std::string> FindEudoraFolder(const platform::System& system) {
+    auto folder = system.registry.ReadText(platform::RegistryRoot::kLocalMachine,
+                                           locate::kAppPathsKey, locate::kAppPathsFolder);
+    if (!folder || folder->empty()) return std::nullopt;
+    const auto info = system.files.Stat(*folder);
+    if (!info || !info->isFolder) return std::nullopt;
+    return *folder + '\\';
 }
 
 }  // namespace
 
 SimpleMapi::InBox::InBox(const platform::System& system, std::string eudoraFolder)
     : folder(std::move(eudoraFolder)),
-      index(system, PathsOf(folder, kInBox).toc),
-      reader(system, folder, PathsOf(folder, kInBox).mbx) {}
+      index(system, folder + "In.toc"),
+      reader(system, folder, folder + "In.mbx") {}
 
 SimpleMapi::InBox* SimpleMapi::Find(mapi::Session session) {
     const auto found = m_sessions.find(session);
@@ -68,25 +71,25 @@ Code SimpleMapi::FindNext(mapi::Session session, const char* messageType, const 
     if (const Code code = inBox->index.Refresh(); code != mapi::kSuccess) return code;
     std::size_t at = 0;
     if (seed != nullptr && *seed != '\0') {
-        const auto id = IdOf(seed);
+        const auto id = mailbox::ExactMsgIdOf(seed);
         const auto behind = id ? inBox->index.Behind(*id) : std::nullopt;
         if (!behind) return mapi::kInvalidMessage;
         at = *behind;
     }
     const auto& mails = inBox->index.Mails();
     const bool unreadOnly = (flags & mapi::kUnreadOnly) != 0;
-    while (unreadOnly && at < mails.size() && mails[at].state != 0) ++at;
+    while (unreadOnly && at < mails.size() && mails[at].wStatus != 0) ++at;
     if (at == mails.size()) {
         inBox->reader.LetGo();
         return mapi::kNoMessages;
     }
-    const auto name = mailbox::IndexIdOf(mails[at].id);
+    const auto name = mailbox::IndexIdOf(mails[at].dwMsgId);
     messageId[name.copy(messageId, name.size())] = '\0';
     return mapi::kSuccess;
 }
 
 const IndexedMail* SimpleMapi::FindMail(InBox& inBox, const char* messageId, Code& code) {
-    const auto id = messageId == nullptr ? std::nullopt : IdOf(messageId);
+    const auto id = messageId == nullptr ? std::nullopt : mailbox::ExactMsgIdOf(messageId);
     code = id ? inBox.index.Refresh() : mapi::kInvalidMessage;
     if (code != mapi::kSuccess) return nullptr;
     const IndexedMail* mail = inBox.index.Find(*id);
@@ -109,7 +112,7 @@ Code SimpleMapi::ReadMail(mapi::Session session, const char* messageId, std::uin
     code = inBox->reader.Read(inBox->index, *mail, flags, copies, record);
     if (code != mapi::kSuccess) return code;
     // A mail turns read only when nothing stands between it and the caller.
-    MapiMessage* const made = m_buffers.Make(record);
+    MapiMessage* const made = m_buffers.Make(std::move(record));
     if ((flags & mapi::kPeek) == 0) code = inBox->index.MarkRead(*mail);
     if (code != mapi::kSuccess) {
         m_buffers.Free(made);

@@ -62,6 +62,26 @@ Result<TocHeader> ReadTocHeaderToChange(File& toc) {
     return header;
 }
 
+Result<Toc> ReadToc(File& toc) {
+    auto header = ReadTocHeader(toc);
+    if (!header) return header.Error();
+    if (header->IsMacintosh()) return Failure{ErrorCode::kNotSupported, {}};
+    const auto size = toc.Size();
+    if (!size) return size.Error();
+    const std::uint64_t blocks =
+        (std::max<std::uint64_t>(*size, kTocHeaderSize) - kTocHeaderSize) / kMsgBlockSize;
+    const auto count = std::min<std::uint64_t>(header->wNumberOfMsgs, blocks);
+    header->wNumberOfMsgs = static_cast<std::uint16_t>(count);
+    Toc table{*std::move(header), {}};
+    table.mails.reserve(static_cast<std::size_t>(count));
+    const Status read =
+        ForEachBlock(toc, static_cast<std::uint32_t>(count), [&](const MailPlace& place) -> Status {
+            table.mails.push_back(place);
+            return {};
+        });
+    return read ? Result<Toc>(std::move(table)) : read.Error();
+}
+
 Result<std::size_t> CountMails(platform::Files& files, std::string_view tocPath) {
     const auto toc = files.Open(tocPath, platform::OpenMode::kRead, platform::Share::kReadWrite);
     if (!toc && toc.Error().code == ErrorCode::kNotFound) return std::size_t{0};
@@ -96,6 +116,11 @@ Status ForEachBlock(File& toc, std::uint32_t count, const VisitBlock& visit) {
         if (Status status = visit(MailPlace::Decode(*bytes)); !status) return status;
     }
     return {};
+}
+
+Status WriteAt(File& file, std::uint64_t position, std::string_view bytes) {
+    const auto moved = file.Seek(static_cast<std::int64_t>(position), platform::SeekFrom::kBegin);
+    return moved ? file.Write(bytes) : Status(moved.Error());
 }
 
 }  // namespace mailbox

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <string_view>
+#include <vector>
 
 #include "mailbox/toc_records.h"
 #include "platform/os/files.h"
@@ -26,9 +27,21 @@ platform::Result<std::size_t> CountMails(platform::Files& files, std::string_vie
 platform::Result<bool> BelongTogether(platform::File& mbx, platform::File& toc,
                                       std::string_view separator);
 
+// A table of contents as a whole. The count of its header is that of its mails.
+struct Toc {
+    TocHeader header;
+    std::vector<MailPlace> mails;
+};
+// Reads a whole .toc file; a block that the file cuts short is none. kNotSupported for a file of
+// Eudora for Macintosh.
+platform::Result<Toc> ReadToc(platform::File& toc);
+
 // Visits `count` blocks, the first ones of a .toc file; a block that the file lacks is all zero.
 // Ends with the first failure.
 using VisitBlock = std::function<platform::Status(const MailPlace& place)>;
 platform::Status ForEachBlock(platform::File& toc, std::uint32_t count, const VisitBlock& visit);
+
+// Writes bytes at a position, counted from the beginning of the file.
+platform::Status WriteAt(platform::File& file, std::uint64_t position, std::string_view bytes);
 
 }  // namespace mailbox

@@ -5,6 +5,7 @@
 
 #include "platform/os/little_endian.h"
 #include "text/ascii.h"
+#include "text/double_byte.h"
 
 namespace mailbox {
 
@@ -121,6 +122,19 @@ std::string MsgBlock::Encode() const {
     PutText(bytes, kSubjectAt, kSubjectWidth, szSubject);
     platform::WriteU32(bytes, kMsgIdAt, dwMsgId);
     return bytes;
+}
+
+MsgBlock NewMsgBlock(std::string_view from, std::string_view subject, bool hasAttachments,
+                     unsigned codePage) {
+    const auto shown = [&](std::string_view text, std::size_t width) {
+        return std::string(text.substr(0, text::WholeCharacterPrefix(text, width - 1, codePage)));
+    };
+    MsgBlock block;
+    block.bMarkLow = hasAttachments ? 0x00 : 0xBE;
+    block.bMarkHigh = hasAttachments ? 0x80 : 0x01;
+    block.szFrom = shown(from, kFromWidth);
+    block.szSubject = shown(subject, kSubjectWidth);
+    return block;
 }
 
 MailPlace MailPlace::Decode(std::string_view bytes) {

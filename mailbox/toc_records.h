@@ -76,6 +76,11 @@ struct MsgBlock {
     std::string Encode() const;
 };
 
+// The block of a mail that we add ourselves but for its place, state, date and id. The texts are
+// cut at whole characters of the code page.
+MsgBlock NewMsgBlock(std::string_view from, std::string_view subject, bool hasAttachments,
+                     unsigned codePage);
+
 // What an index of the mails needs of a block, for reading many.
 struct MailPlace {
     std::uint32_t dwOffset = 0;

@@ -144,7 +144,7 @@ class CREudoraMail : public CREudoraTransBase {
     std::string MessageIdOf(const MapiMessage& record) const;
     void ReleaseStored(std::size_t count) noexcept;
     RRETURNCODE DropNewMails();
-    RRETURNCODE ReportUnwritten(const mailstore::Appended& appended);
+    RRETURNCODE ReportUnwritten(const mailbox::Appended& appended);
     void ReportFile(const platform::Failure& failure, const CString& path);
     RRETURNCODE DropBeyondFull();
     void ReportNamed(frame::StringId id, const CString& name);

@@ -7,10 +7,17 @@
 #include "mailstore/mail_status.h"
 
 using frame::Guarded;
-using frame::StringId;
 using platform::ErrorCode;
 using platform::OpenMode;
 using platform::Share;
+
+namespace {
+
+constexpr long kStrFrom = 41, kStrAttachment = 77;
+constexpr unsigned kMsgNoMemory = 20;
+constexpr long kMsgCannotOpen = 1, kMsgFull = 85, kMsgKeptFile = 86, kMsgForeignToc = 87;
+
+}  // namespace
 
 RRETURNCODE CREudoraMail::WriteNewMails() {
     return Guarded("WriteNewMails", [&] {
@@ -27,15 +34,15 @@ RRETURNCODE CREudoraMail::WriteNewMails() {
         for (const MapiMessage* record : m_lstNewMails) {
             mails.push_back({record, MessageIdOf(*record)});
         }
-        const mailstore::AppendPlace place{*mbx,
-                                           *toc,
-                                           Util().system.clock,
-                                           {Util().GetString(StringId::kMailFrom).Str(),
-                                            Util().GetString(StringId::kAttachmentMark).Str()},
-                                           Util().system.codePage,
-                                           Util().csLanguage == "JP",
-                                           m_dwNextIndexID};
-        const mailstore::Appended appended = mailstore::AppendMails(place, mails, m_uncertain);
+        const mailstore::NewMailPlace place{
+            *mbx,
+            *toc,
+            Util().system.clock,
+            {Util().GetString(kStrFrom).Str(), Util().GetString(kStrAttachment).Str()},
+            Util().system.processes.CodePage(),
+            Util().csLanguage == "JP",
+            m_dwNextIndexID};
+        const mailbox::Appended appended = mailstore::AppendNewMails(place, mails, m_uncertain);
         m_uncertain = appended.uncertain;
         ReleaseStored(appended.written);
         if (appended.failure) return ReportUnwritten(appended);
@@ -59,10 +66,10 @@ void CREudoraMail::ReleaseStored(std::size_t count) noexcept {
     }
 }
 
-RRETURNCODE CREudoraMail::ReportUnwritten(const mailstore::Appended& appended) {
+RRETURNCODE CREudoraMail::ReportUnwritten(const mailbox::Appended& appended) {
     if (appended.isOutOfMemory) {
         KV_LOG(1, "Out of memory in CREudoraMail::WriteNewMails()\n");
-        Util().AddError(StringId::kNoMemory);
+        Util().AddError(kMsgNoMemory);
         return RRC_FAILED;
     }
     KV_LOG(1, "%s in CREudoraMail::WriteNewMails()\n", appended.failure->Message().c_str());
@@ -71,13 +78,13 @@ RRETURNCODE CREudoraMail::ReportUnwritten(const mailstore::Appended& appended) {
 }
 
 void CREudoraMail::ReportFile(const platform::Failure& failure, const CString& path) {
-    if (failure.code == ErrorCode::kCorrupt) return ReportNamed(StringId::kForeignTable, path);
-    Util().AddErrorText(Util().FormatString(StringId::kCannotOpenFile, path));
+    if (failure.code == ErrorCode::kCorrupt) return ReportNamed(kMsgForeignToc, path);
+    Util().AddErrorText(Util().FormatString(kMsgCannotOpen, path));
     Util().AddCause(failure);
 }
 
 // A bundle without the text still names the thing.
-void CREudoraMail::ReportNamed(StringId id, const CString& name) {
+void CREudoraMail::ReportNamed(long id, const CString& name) {
     const CString text = Util().FormatString(id, name);
     Util().AddErrorText(text.IsEmpty() ? name : text);
 }
@@ -95,7 +102,7 @@ RRETURNCODE CREudoraMail::DropBeyondFull() {
     for (const MapiMessage* record : m_lstNewMails) {
         std::string name(record->lpszConversationID);
         if (record->lpszSubject != nullptr) name += " \"" + std::string(record->lpszSubject) + '"';
-        ReportNamed(StringId::kMailboxFull, name);
+        ReportNamed(kMsgFull, name);
     }
     NameOnlyCopies(m_lstNewMails);
     for (const MapiMessage* record : m_lstNewMails) {
@@ -114,7 +121,7 @@ void CREudoraMail::NameOnlyCopies(const std::list<MapiMessage*>& records) {
     for (const MapiMessage* record : records) {
         for (std::uint32_t i = 0; i < record->nFileCount; ++i) {
             const MapiFileDesc& file = record->lpFiles[i];
-            if (IsOnlyCopy(file)) ReportNamed(StringId::kAttachmentKept, file.lpszPathName);
+            if (IsOnlyCopy(file)) ReportNamed(kMsgKeptFile, file.lpszPathName);
         }
     }
 }

@@ -1,7 +1,7 @@
 #include "mailstore/new_mail_text.h"
 
 #include "mailstore/mail_status.h"
-#include "text/double_byte.h"
+#include "mailstore/record_text.h"
 
 namespace mailstore {
 
@@ -10,14 +10,10 @@ namespace {
 constexpr std::string_view kLineEnd = "\r\n";
 constexpr std::string_view kSeparatorMiddle = " ???@??? ";
 constexpr std::string_view kOpeners[] = {"To: ", "Cc: ", "Bcc: "};  // by recipient class from 1 on
-constexpr std::size_t kShortText = 63;                              // bytes of a block's text
-
-std::string_view View(const char* text) {
-    return text != nullptr ? std::string_view(text) : std::string_view();
-}
 
 std::string_view Sender(const MapiMessage& mail) {
-    return mail.lpOriginator != nullptr ? View(mail.lpOriginator->lpszAddress) : std::string_view();
+    return mail.lpOriginator != nullptr ? ViewOf(mail.lpOriginator->lpszAddress)
+                                        : std::string_view();
 }
 
 template <class... Texts>
@@ -30,7 +26,7 @@ void AppendRecipients(std::string& out, const MapiMessage& mail) {
     for (std::uint32_t i = 0; mail.lpRecips != nullptr && i < mail.nRecipCount; ++i) {
         const MapiRecipDesc& recipient = mail.lpRecips[i];
         if (recipient.ulRecipClass < mapi::kTo || recipient.ulRecipClass > mapi::kBcc) continue;
-        Line(out, kOpeners[recipient.ulRecipClass - mapi::kTo], View(recipient.lpszAddress));
+        Line(out, kOpeners[recipient.ulRecipClass - mapi::kTo], ViewOf(recipient.lpszAddress));
     }
 }
 
@@ -38,13 +34,9 @@ void AppendAttachments(std::string& out, const MapiMessage& mail, const MailLabe
     if (mail.nFileCount == 0 || mail.lpFiles == nullptr) return;
     for (std::uint32_t i = 0; i < mail.nFileCount; ++i) {
         out.append(kLineEnd).append(kLineEnd).append(labels.attachment).append(" \"");
-        out.append(View(mail.lpFiles[i].lpszPathName)) += '"';
+        out.append(ViewOf(mail.lpFiles[i].lpszPathName)) += '"';
     }
     out += kLineEnd;
-}
-
-std::string Short(std::string_view text, unsigned codePage) {
-    return std::string(text.substr(0, text::WholeCharacterPrefix(text, kShortText, codePage)));
 }
 
 }  // namespace
@@ -56,24 +48,20 @@ void AppendMailText(std::string& out, const MapiMessage& mail, std::string_view 
     Line(out, date.line);
     AppendRecipients(out, mail);
     Line(out, labels.from, std::string_view(": "), Sender(mail));
-    Line(out, std::string_view("Subject: "), View(mail.lpszSubject));
+    Line(out, std::string_view("Subject: "), ViewOf(mail.lpszSubject));
     Line(out);
-    Line(out, View(mail.lpszNoteText));
+    Line(out, ViewOf(mail.lpszNoteText));
     AppendAttachments(out, mail, labels);
 }
 
 mailbox::MsgBlock MakeMsgBlock(const MapiMessage& mail, const MailDate& date, unsigned codePage) {
-    const bool hasFiles = mail.nFileCount != 0;
-    mailbox::MsgBlock block;
+    auto block = mailbox::NewMsgBlock(Sender(mail), ViewOf(mail.lpszSubject), mail.nFileCount != 0,
+                                      codePage);
     block.dwSeconds = date.dwSeconds;
     // The status that the host gave follows; this stands until then.
     block.wStatus = (mail.flFlags & kReadBit) == 0 ? 1 : 0;
-    block.bMarkLow = hasFiles ? 0x00 : 0xBE;
-    block.bMarkHigh = hasFiles ? 0x80 : 0x01;
     block.szDate = date.szDate;
-    block.szFrom = Short(Sender(mail), codePage);
-    block.szSubject = Short(View(mail.lpszSubject), codePage);
-    block.dwMsgId = mailbox::MsgIdOf(View(mail.lpszConversationID));
+    block.dwMsgId = mailbox::MsgIdOf(ViewOf(mail.lpszConversationID));
     return block;
 }
 

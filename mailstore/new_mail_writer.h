@@ -1,12 +1,11 @@
 #pragma once
 
-#include <optional>
 #include <span>
 #include <string>
 
+#include "mailbox/append.h"
 #include "mailstore/new_mail_text.h"
 #include "platform/os/clock.h"
-#include "platform/os/files.h"
 
 namespace mailstore {
 
@@ -15,7 +14,8 @@ struct NewMail {
     std::string messageId;
 };
 
-struct AppendPlace {
+// The in-box, and how mails are written into it.
+struct NewMailPlace {
     platform::File& mbx;  // open for reading and writing
     platform::File& toc;
     platform::Clock& clock;
@@ -25,23 +25,10 @@ struct AppendPlace {
     std::uint32_t highestMsgId = 0;  // its low half goes into the header
 };
 
-// What became of the mails, in their order: the first `written` are stored, then come those of
-// which nobody can tell, then the others.
-struct Appended {
-    std::size_t written = 0;
-    std::size_t uncertain = 0;
-    std::size_t refused = 0;  // for which a mailbox has no room: the last ones
-    // kCorrupt: the .toc file is no table that we may change. Both files are as they were.
-    std::optional<platform::Failure> failure;
-    bool isOfToc = false;  // the failure, not the .mbx file's
-    bool isOutOfMemory = false;
-};
-
-// Appends mails to a mailbox: their texts, then their blocks behind the last one that the header
-// counts, and the header last, each on the disk before the next. Whatever fails, the header counts
-// whole mails only; then the files are cut back behind the last mail that it counts. Of the first
-// `uncertain` mails an earlier call could not tell whether they are stored: they are looked for.
-Appended AppendMails(const AppendPlace& place, std::span<const NewMail> mails,
-                     std::size_t uncertain = 0);
+// Appends the mails. Of the first `uncertain` ones an earlier call could not tell whether they are
+// stored: they are looked for. kCorrupt, with both files as they were, if the .toc file is no table
+// that we may change.
+mailbox::Appended AppendNewMails(const NewMailPlace& place, std::span<const NewMail> mails,
+                                 std::size_t uncertain = 0);
 
 }  // namespace mailstore

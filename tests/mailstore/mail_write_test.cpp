@@ -261,7 +261,7 @@ TEST_F(MailWriteTest, NoMailReachesBeyondFourGigabytes) {
     const std::vector<mailstore::NewMail> mails(3, {&record, "x"});
     FarFile probe(*toc, 0);
     const auto append = [&](FarFile& mbx) {
-        return mailstore::AppendMails(
+        return mailstore::AppendNewMails(
             {mbx, *toc, machine.clock, {"From", "Attachment Converted:"}, 1252, false, 9}, mails);
     };
     ASSERT_EQ(append(probe).written, 3U);
