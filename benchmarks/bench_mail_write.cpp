@@ -53,13 +53,15 @@ class Bench : private CREudoraMail {
             CString id, info;
             Check(UpdateRecord(id, info) == RRC_OK, "storing");
         }
-        m_mapMailStatus.clear();
+        m_queues.m_mapMailStatus.clear();
     }
-    void Note(const std::vector<std::uint32_t>& ids, const char* status) {
-        for (const auto id : ids) m_mapMailStatus[mailbox::IndexIdOf(id)] = status;
+    void Note(const std::vector<std::uint32_t>& ids, std::uint32_t status) {
+        for (const auto id : ids) m_queues.m_mapMailStatus[id] = status;
     }
-    void Write() { Check(WriteNewMails() == RRC_OK, "writing mails"); }
-    void StoreStates() { Check(UpdateMailStatus() == RRC_OK, "storing states"); }
+    void Write() {
+        Check(m_queues.WriteNewMails(m_util, m_ids, m_attach) == RRC_OK, "writing mails");
+    }
+    void StoreStates() { Check(m_queues.UpdateMailStatus(m_util) == RRC_OK, "storing states"); }
 
   private:
     void Set(const char* field, std::string text) {
@@ -201,7 +203,7 @@ void BM_StatesAgainstPlainLoop(benchmark::State& state) {
     std::vector<double> loops, stores;
     Bench bench(folder);
     for (int round = 0; round <= kRounds; ++round) {
-        bench.Note(ids, round % 2 == 0 ? "131073" : "1");
+        bench.Note(ids, round % 2 == 0 ? 131073 : 1);
         const double store = Seconds([&] { bench.StoreStates(); });
         const double loop =
             Seconds([&] { PlainLoop(folder + "\\In.toc", ids, round % 2 == 0 ? 1 : 0); });

@@ -6,7 +6,6 @@
 
 #include "mailbox/mailbox_index.h"
 #include "mailbox/toc_file.h"
-#include "mailstore/id_map.h"
 #include "platform/testing/memory_files.h"
 
 namespace {
@@ -48,12 +47,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto blocks = static_cast<std::uint32_t>(toc.size() / mailbox::kMsgBlockSize);
     const std::uint32_t count =
         std::min<std::uint32_t>(mailbox::ReadTocHeader(*tocFile)->wNumberOfMsgs, blocks + 4);
-    mailstore::IdMap ids;
-    std::map<std::string, std::string> plain;
+    std::map<std::uint32_t, std::string> ids, plain;
     const auto last =
         mailbox::ReadIndex(*mbxFile, *tocFile, count,
                            [&](std::uint32_t id, std::optional<std::string_view> messageId) {
-                               if (messageId) ids.Set(mailbox::IndexIdOf(id), *messageId);
+                               if (messageId) ids[id] = *messageId;
                            });
     std::uint32_t lastId = 0;
     for (std::uint32_t i = 0; i < count; ++i) {
@@ -63,11 +61,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         lastId = block.dwMsgId;
         if (block.dwOffset >= mbx.size()) continue;
         const auto id = PlainId(std::string(mbx.substr(block.dwOffset, block.dwLength)));
-        if (id != "(no place)") plain[mailbox::IndexIdOf(block.dwMsgId)] = id;
+        if (id != "(no place)") plain[block.dwMsgId] = id;
     }
-    if (!last || *last != lastId || ids.Size() != plain.size()) std::abort();
-    for (const auto& [indexId, id] : plain) {
-        if (ids.Find(indexId) != id) std::abort();
-    }
+    if (!last || *last != lastId || ids != plain) std::abort();
     return 0;
 }

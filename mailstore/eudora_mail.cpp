@@ -1,9 +1,20 @@
 #include "mailstore/eudora_mail.h"
 
-#include <utility>
+#include <algorithm>
+#include <cmath>
+#include <new>
 
 #include "frame/guard.h"
+#include "frame/interface/field_ids.h"
 #include "integration/dialogs/eudora_options_dlg.h"
+#include "mailbox/toc_records.h"
+#include "mailstore/attachments_out.h"
+#include "mailstore/in_box.h"
+#include "mailstore/mail_fields.h"
+#include "mailstore/mail_fields_date.h"
+#include "mailstore/messages.h"
+#include "mailstore/record_text.h"
+#include "mailstore/start_eudora.h"
 #include "text/ascii.h"
 
 using frame::Guarded;
@@ -11,12 +22,9 @@ using frame::StringId;
 
 namespace {
 
-constexpr std::uint32_t kLastMapiCode = 25, kNoMapiCode = 7;
-
-StringId TextOfMapiCode(std::uint32_t code) {
-    if (code == 0 || code > kLastMapiCode || code == kNoMapiCode) return StringId::kOtherMapiError;
-    return static_cast<StringId>(static_cast<std::uint32_t>(StringId::kFirstOfMapi) + code - 1);
-}
+constexpr int kModeAfterEmpty = 3;        // of Open, after an empty mailbox
+constexpr std::int32_t kReceived = 1;     // a status with this bit is a received mail's
+constexpr std::uint32_t kOutBoxMask = 6;  // statuses of mails that do not stay here
 
 // Settings and dialog name the seven options alike.
 template <class From, class To>
@@ -33,71 +41,85 @@ void CopyOptions(const From& from, To& to) {
 }  // namespace
 
 CREudoraMail::~CREudoraMail() {
-    m_bAppReady = false;
-    FreeNewMessage();
-    FreeRecords(m_lstOutBoxMails);
-    FreeNewMails();
+    m_draft.Drop(Util().mapi);
+    m_queues.FreeAll(Util().mapi, m_attach);
 }
 
-CMapi& CREudoraMail::Mapi() {
-    return m_pMapi != nullptr ? *m_pMapi : Util().mapi;
-}
-
-void CREudoraMail::FreeNewMessage() {
-    Mapi().FreeMessage(std::exchange(m_lpNewMessage, nullptr));
-}
-
-// Their files go with them, but for those that are all that is left of what the host handed over.
-void CREudoraMail::FreeRecords(std::list<MapiMessage*>& records) {
-    for (; !records.empty(); records.pop_front()) {
-        MapiMessage& record = *records.front();
-        for (std::uint32_t i = 0; i < record.nFileCount; ++i) {
-            if (!IsOnlyCopy(record.lpFiles[i])) continue;
-            delete[] std::exchange(record.lpFiles[i].lpszPathName, nullptr);
+RRETURNCODE CREudoraMail::GetAppInfo(BOOL bConfigure, CRHostContext* pHost, CString& csSelection,
+                                     RWORD word, CString& csSummary, RWORD) {
+    return Guarded("GetAppInfo", [&] {
+        if (!m_bAppReady) {
+            if (!mailstore::BringUp(TransUtil())) return RRC_FAILED;
+            m_attach.Find(TransUtil());
+            m_bAppReady = true;
         }
-        Mapi().FreeMessage(&record);
-    }
-}
-
-// The files of a mail that may be stored stay in any case.
-void CREudoraMail::FreeNewMails() {
-    ReleaseStored(std::exchange(m_uncertain, 0));
-    FreeRecords(m_lstNewMails);
-}
-
-bool CREudoraMail::IsOnlyCopy(const MapiFileDesc& file) const {
-    return file.lpszPathName != nullptr && m_onlyCopies.contains(file.lpszPathName);
-}
-
-RRETURNCODE CREudoraMail::InitLocalVars() {
-    return Guarded("InitLocalVars", [&] {
-        KV_LOG(1, "- Enter - CREudoraMail::InitLocalVars()\n");
-        m_pszTo.clear();
-        m_pszCc.clear();
-        m_pszBcc.clear();
-        KV_LOG(1, "          m_bOutBox = %d, m_bAddNewRecord = %d\n", m_bOutBox ? 1 : 0,
-               m_bAddNewRecord);
-        if (!m_bOutBox && m_bAddNewRecord == 0) FreeNewMessage();
-        m_bOutBox = false;
-        KV_LOG(1, "- Exit - CREudoraMail::InitLocalVars()\n");
-        return RRC_OK;
+        return GetAppInfo(bConfigure, pHost, csSelection, word, csSummary);
     });
 }
 
-RRETURNCODE CREudoraMail::ResetRecordState() {
-    return InitLocalVars();
+RRETURNCODE CREudoraMail::Open(int nMode, RWORD value2, RWORD value3, RWORD value4, RWORD word,
+                               RWORD word2, RWORD value5, RWORD value6, RWORD value7,
+                               CEudoraTransUtil* pUtil) {
+    return Guarded("Open", [&] {
+        KV_LOG(5, "CREudoraMail::Open - Flag =  %d Mode = %d\n", m_bBoxFileOpenFlag, nMode);
+        if (pUtil != nullptr) m_pUtil = pUtil;
+        SetBoxFileOpenFlagRegistry(0);
+        if (m_bBoxFileOpenFlag != 0 && nMode == kModeAfterEmpty) SetBoxFileOpenFlagRegistry(1);
+        m_isOpen = true;
+        if (m_ids.m_dwNextIndexID != 0) {
+            m_bBoxFileOpenFlag = 0;
+        } else if (const RRETURNCODE code = IndexMailbox(); code != RRC_OK) {
+            return code;
+        }
+        return CREudoraTransBase::Open(nMode, value2, value3, value4, word, word2, value5, value6,
+                                       value7, pUtil);
+    });
 }
 
-RRETURNCODE CREudoraMail::PrepareForAdd() {
-    return InitLocalVars();
+RRETURNCODE CREudoraMail::IndexMailbox() {
+    using platform::OpenMode;
+    using platform::Share;
+    m_ids.Distrust();
+    // What it cannot make does not open either.
+    (void)mailstore::MakeInBox(Util());
+    const auto mbx =
+        mailstore::OpenInBoxFile(Util(), ".mbx", OpenMode::kRead, Share::kRead, "WriteNewMails");
+    if (mbx == nullptr) return RRC_FAILED;
+    const auto toc =
+        mailstore::OpenInBoxFile(Util(), ".toc", OpenMode::kRead, Share::kNone, "Open");
+    if (toc == nullptr) return RRC_FAILED;
+    try {
+        const auto count = m_ids.Read(*mbx, *toc);
+        if (!count) {
+            const std::string message = count.Error().Message();
+            KV_LOG(1, "%s in CREudoraMail::Open\n", message.c_str());
+            Util().AddErrorText(message.c_str());
+            return RRC_FAILED;
+        }
+        if (*count > 0) KV_LOG(4, "@@@@@@@@ wNumberOfMsgs = %d\n", static_cast<int>(*count));
+        m_bBoxFileOpenFlag = *count == 0 ? 1 : 0;
+        return RRC_OK;
+    } catch (const std::bad_alloc&) {
+        KV_LOG(1, "Memory Allcation failed in CREudoraMail::Open\n");
+        Util().AddError(StringId::kNoMemory);
+        return RRC_FAILED;
+    }
 }
 
-RRETURNCODE CREudoraMail::PrepareForEdit() {
-    return InitLocalVars();
-}
-
-RRETURNCODE CREudoraMail::InitDefaultSettings() {
-    return BuildFieldList();
+RRETURNCODE CREudoraMail::Close(int) {
+    return Guarded("Close", [&] {
+        KV_LOG(5, "Enter - CREudoraMail::Close");
+        const RRETURNCODE sent = Guarded("Close", [&] { return m_queues.Send(Util(), m_attach); });
+        if (m_isOpen) Util().mapi.DeleteCurrentAttachments();
+        m_isOpen = false;
+        const RRETURNCODE written = Guarded(
+            "WriteNewMails", [&] { return m_queues.WriteNewMails(Util(), m_ids, m_attach); });
+        const RRETURNCODE stored = m_queues.UpdateMailStatus(Util());
+        mailstore::DeleteAttachFile(Util().system);
+        if (m_queues.m_lstNewMails.empty()) m_attach.ForgetOnlyCopies();
+        const bool isDone = sent == RRC_OK && written == RRC_OK && stored == RRC_OK;
+        return isDone ? RRC_OK : RRC_FAILED;
+    });
 }
 
 int CREudoraMail::ShowOptions() {
@@ -126,6 +148,344 @@ RRETURNCODE CREudoraMail::SaveSettings(RWORD, tagRAPPINFO* pAppInfo, RWORD) {
     });
 }
 
-void CREudoraMail::ReportMapiError() {
-    Util().AddError(TextOfMapiCode(Mapi().LastError()));
+RRETURNCODE CREudoraMail::InitDefaultSettings() {
+    return BuildFieldList();
+}
+
+RRETURNCODE CREudoraMail::BuildFieldList() {
+    return Guarded("BuildFieldList", [&] {
+        mailstore::BuildFieldList(m_appInfo.m_fields);
+        return RRC_OK;
+    });
+}
+
+// The walk. The current record is CMapi's current message.
+
+RRETURNCODE CREudoraMail::CheckMove(int result) {
+    if (result == 0) return RRC_EOF;
+    if (result > 0) return RRC_OK;
+    mailstore::ReportMapiError(Util());
+    return RRC_FAILED;
+}
+
+RRETURNCODE CREudoraMail::MoveFirst() {
+    return Guarded("MoveFirst", [&] {
+        KV_LOG(5, "Enter - RRETURNCODE CREudoraMail::MoveFirst\n");
+        m_passedOver = false;
+        RRETURNCODE code = CheckMove(Util().mapi.MoveFirst());
+        if (code == RRC_OK) code = CREudoraTransBase::MoveFirst();
+        if (code == RRC_OK && m_passedOver) Util().mapi.ConfirmSeek();
+        return code;
+    });
+}
+
+// While filtered mails are passed over, the seek point moves along with the walk; it becomes valid
+// when a mail passes.
+RRETURNCODE CREudoraMail::MoveNext() {
+    return Guarded("MoveNext", [&] {
+        KV_LOG(5, "Enter - RRETURNCODE CREudoraMail::MoveNext\n");
+        m_passedOver = true;
+        Util().mapi.NoteSeek();
+        RRETURNCODE code = CheckMove(Util().mapi.MoveNext());
+        if (code == RRC_OK) code = CREudoraTransBase::MoveNext();
+        if (code == RRC_OK && !IsFiltering()) Util().mapi.ConfirmSeek();
+        return code;
+    });
+}
+
+RRETURNCODE CREudoraMail::GoToRecord(LPCTSTR pszRecId) {
+    return Guarded("GoToRecord", [&] {
+        const CString id(pszRecId);
+        KV_LOG(1, "- Enter - CREudoraMail::GoToRecord(%s)\n", id.Str().c_str());
+        if (pszRecId == nullptr) {
+            Util().AddError(StringId::kInvalidRecord);
+            return RRC_FAILED;
+        }
+        m_bOutBoxRecord = id.IsEmpty();
+        if (m_bOutBoxRecord) {
+            KV_LOG(5, "CREudoraMail::GoToRecord IsOutBox - m_bOutBox = %d\n", m_bOutBox ? 1 : 0);
+            return RRC_OK;
+        }
+        if (Util().mapi.GoToEmail(pszRecId) == 1) return RRC_OK;
+        mailstore::ReportMapiError(Util());
+        KV_LOG(1, "Error Occured in CREudoraMail::GoToRecord\n");
+        return RRC_FAILED;
+    });
+}
+
+RRETURNCODE CREudoraMail::GetRecordID(CString& csRecordId) {
+    return Guarded("GetRecordID", [&] {
+        KV_LOG(5, "CREudoraMail::GetRecordID\n");
+        csRecordId.Empty();
+        if (m_bOutBox || m_bOutBoxRecord) {
+            KV_LOG(5, "CREudoraMail::GetRecordID IsOutBox\n");
+            return RRC_OK;
+        }
+        csRecordId = Util().mapi.MsgID();
+        KV_LOG(5, "CREudoraMail::GetRecordID Success GetRecordId = %s\n", csRecordId.Str().c_str());
+        return RRC_OK;
+    });
+}
+
+RRETURNCODE CREudoraMail::GetModifiedInfo(CString& csModifiedInfo) {
+    return Guarded("GetModifiedInfo", [&] {
+        KV_LOG(5, "Enter - CREudoraMail::GetModifiedInfo\n");
+        csModifiedInfo.Empty();
+        if (m_bOutBox || m_bOutBoxRecord) return RRC_OK;
+        std::int32_t status = 0;
+        unsigned long type = kFieldInteger;
+        if (const auto code = GetField(FieldId(MailField::kStatus).c_str(), &type, &status);
+            code != RRC_OK) {
+            KV_LOG(1, "Error while reading the field [%d]\n", static_cast<int>(MailField::kStatus));
+            Util().AddError(StringId::kNoStatus);
+            return code;
+        }
+        csModifiedInfo = std::to_string(status);
+        KV_LOG(5, "                      GetField(EMAIL_STATUS)->%d(0x%x)\n", status, status);
+        return RRC_OK;
+    });
+}
+
+// What cannot be read passes: a mail is not kept from the host because of a fault in it.
+int CREudoraMail::PassesFilters() {
+    return IsTooLarge() || IsTooOld() ? 0 : 1;
+}
+
+bool CREudoraMail::IsTooLarge() {
+    if (m_appInfo.m_bLimitMailSize == 0) return false;
+    std::int32_t size = 0;
+    unsigned long type = kFieldInteger;
+    if (GetField(FieldId(MailField::kSize).c_str(), &type, &size) != RRC_OK) return false;
+    return size > std::int64_t{m_appInfo.m_nMailLimitKB} * 1024;
+}
+
+bool CREudoraMail::IsTooOld() {
+    if (m_appInfo.m_bLimitMailAge == 0) return false;
+    double date = kNoDate;
+    unsigned long type = kFieldDateLast;
+    const auto code = GetField(FieldId(MailField::kDate).c_str(), &type, &date);
+    if (code != RRC_OK || date == kNoDate) return false;
+    return std::trunc(date) < mailstore::LocalNow(Util().system.clock) - m_appInfo.m_nMailAgeDays;
+}
+
+// Fields of the current record.
+
+RRETURNCODE CREudoraMail::GetField(LPCTSTR pszFieldId, unsigned long*, void* pCell) {
+    return Guarded("GetField", [&]() -> RRETURNCODE {
+        KV_LOG(5, "Enter : CREudoraMail::GetField , Field Name = [%s]\n",
+               std::string(mailstore::ViewOf(pszFieldId)).c_str());
+        const auto field = FieldOfId<MailField>(pszFieldId);
+        if (field < MailField::kFrom || field > MailField::kMessageId) return RRC_OK;
+        if (field == MailField::kMessageId) return GiveMessageId(*static_cast<char**>(pCell));
+        if (field == MailField::kAttachment) return GiveAttachments(*static_cast<char**>(pCell));
+        MapiMessage* message = nullptr;
+        if (Util().mapi.GetCurrentMessage(message) != 1) return mailstore::InvalidMessage(Util());
+        return mailstore::GiveField(Util(), field, *message, pCell);
+    });
+}
+
+RRETURNCODE CREudoraMail::GiveAttachments(char*& cell) {
+    CString list;
+    if (m_appInfo.m_bAttachments != 0) {
+        MapiMessage* message = nullptr;
+        if (Util().mapi.GetCurrentMessage(message) != 1) {
+            KV_LOG(1, "Invalid Message Pointer in CREudoraMail::GetAttachments\n");
+            Util().AddError(StringId::kNoMessage);
+            return RRC_FAILED;
+        }
+        const auto code = mailstore::GetAttachments(Util(), m_appInfo, *message, list);
+        if (code != RRC_OK) return code;
+    }
+    return mailstore::GiveText(Util(), list, cell);
+}
+
+RRETURNCODE CREudoraMail::GiveMessageId(char*& cell) {
+    const char* const indexId = Util().mapi.MsgID();
+    KV_LOG(1, "pData = %s\n", indexId);
+    if (const auto messageId = m_ids.MessageIdOf(indexId)) {
+        KV_LOG(1, "*** GetField(EMAIL_MESSAGEID): pData = %s, csMsgID = %s\n", indexId,
+               messageId->c_str());
+        return mailstore::GiveText(Util(), messageId->c_str(), cell);
+    }
+    m_ids.LogAll();
+    KV_LOG(1, "Invalid Index Id in  CREudoraMail::GetField\n");
+    Util().AddError(StringId::kInvalidRecord);
+    return RRC_FAILED;
+}
+
+RRETURNCODE CREudoraMail::SetField(LPCTSTR pszFieldId, unsigned long*, void* pCell) {
+    return Guarded("SetField", [&] {
+        const auto field = FieldOfId<MailField>(pszFieldId);
+        KV_LOG(5, "CREudoraMail::SetField-%s\n", pszFieldId != nullptr ? pszFieldId : "");
+        if (pCell == nullptr) return RRC_OK;
+        const bool isNew = m_bAddNewRecord == 1;
+        if (field == MailField::kStatus) {
+            SetStatus(static_cast<std::uint32_t>(*static_cast<std::int32_t*>(pCell)));
+        } else if (!isNew || !m_draft.Exists()) {
+            return RRC_OK;
+        } else if (field == MailField::kMessageId) {
+            GiveId(mailstore::TextOf(pCell));
+        } else if (field == MailField::kAttachment) {
+            // A failure leaves the mail without the files behind the failed one.
+            (void)Guarded("NewAttachments", [&] {
+                return m_attach.NewAttachments(Util(), *static_cast<char**>(pCell),
+                                               *m_draft.m_lpNewMessage);
+            });
+        } else {
+            m_draft.Set(field, pCell);
+        }
+        return RRC_OK;
+    });
+}
+
+void CREudoraMail::SetStatus(std::uint32_t status) {
+    if (m_bAddNewRecord == 1) {
+        if (!m_draft.Exists()) return;
+        m_draft.m_lpNewMessage->flFlags = status;
+        m_bOutBox = (status & kOutBoxMask) != 0;
+        KV_LOG(5, "CREudoraMail::SetField New MailStatus = %x\n", status);
+        return;
+    }
+    KV_LOG(5, "CREudoraMail::SetField MailStatus = %x\n", status);
+    // Behind a mail that waits to be sent, what happens to be current is another mail.
+    if (Util().mapi.NamesCurrent()) Util().mapi.SetMailStatus(status);
+}
+
+void CREudoraMail::GiveId(std::string_view messageId) {
+    KV_LOG(5, "              m_bAddNewRecord = %d\n", m_bAddNewRecord);
+    KV_LOG(5, "CREudoraMail::SetField NewRecord's MessageIdField\n");
+    const std::string indexId = m_ids.Give(messageId);
+    Util().mapi.SetMsgID(indexId.c_str());
+    if (messageId.empty()) {
+        KV_LOG(5, "*** SetField(EMAIL_MESSAGEID): csIndexID = %s\n", indexId.c_str());
+    } else {
+        KV_LOG(5, "*** SetField(EMAIL_MESSAGEID): fldData.pszFld = %s\n",
+               std::string(messageId).c_str());
+    }
+}
+
+// Records on their way to Eudora.
+
+RRETURNCODE CREudoraMail::InitLocalVars() {
+    return Guarded("InitLocalVars", [&] {
+        KV_LOG(1, "- Enter - CREudoraMail::InitLocalVars()\n");
+        m_draft.ForgetRecipients();
+        KV_LOG(1, "          m_bOutBox = %d, m_bAddNewRecord = %d\n", m_bOutBox ? 1 : 0,
+               m_bAddNewRecord);
+        if (!m_bOutBox && m_bAddNewRecord == 0) m_draft.Drop(Util().mapi);
+        m_bOutBox = false;
+        KV_LOG(1, "- Exit - CREudoraMail::InitLocalVars()\n");
+        return RRC_OK;
+    });
+}
+
+RRETURNCODE CREudoraMail::IsOkToSetRecord(RWORD, RFIELDCALLBACK pfnGetValue, void* pContext,
+                                          BOOL* pbOk) {
+    return Guarded("IsOkToSetRecord", [&]() -> RRETURNCODE {
+        *pbOk = 0;
+        void* cell = nullptr;
+        BOOL hasField = 0;
+        const auto ask = [&](MailField field, unsigned long type) {
+            cell = nullptr;
+            hasField = 0;
+            return pfnGetValue(pContext, FieldId(field).c_str(), &cell, &type, &hasField);
+        };
+        if (const auto code = ask(MailField::kStatus, kFieldInteger); code != RRC_OK) return code;
+        const auto* status = static_cast<const std::int32_t*>(cell);
+        if (status != nullptr && (*status & kReceived) != 0) {
+            const auto code = ask(MailField::kFrom, kFieldText);
+            if (hasField == 1 && mailstore::TextOf(cell).empty()) {
+                KV_LOG(1, "From Address is Empty in CREudoraMail::IsOkToSetRecord\n");
+                Util().AddError(StringId::kNoSender);
+                return RRC_FAILED;
+            }
+            if (code != RRC_OK) return code;
+        }
+        *pbOk = 1;
+        return RRC_OK;
+    });
+}
+
+RRETURNCODE CREudoraMail::AddNewRecord(RWORD) {
+    return Guarded("AddNewRecord", [&] {
+        m_bAddNewRecord = 1;
+        (void)PrepareForAdd();
+        // One that was begun and left is gone; a queued one is its queue's.
+        m_draft.Drop(Util().mapi);
+        Util().mapi.ClearMsgID();
+        if (!m_ids.CanGive()) {
+            mailstore::ReportNamed(Util(), StringId::kMailboxUnread,
+                                   mailstore::InBoxPath(Util(), ".mbx"));
+            return RRC_FAILED;
+        }
+        if (m_draft.Begin()) return RRC_OK;
+        KV_LOG(1, "Failed to Allocate the memory in CREudoraMail::AddNewRecord\n");
+        Util().AddError(StringId::kNoMemory);
+        return RRC_FAILED;
+    });
+}
+
+RRETURNCODE CREudoraMail::EditRecord() {
+    return Guarded("EditRecord", [&] {
+        KV_LOG(5, "Enter CREudoraMail::EditRecord\n");
+        m_bAddNewRecord = 0;
+        Util().mapi.BeginEdit();
+        return PrepareForEdit();
+    });
+}
+
+RRETURNCODE CREudoraMail::PrepareForUpdate() {
+    return Guarded("PrepareForUpdate", [&] {
+        KV_LOG(5, "- Enter - CREudoraMail::PrepareForUpdate m_bOutBox = %d\n", m_bOutBox ? 1 : 0);
+        if (m_bAddNewRecord != 1) {
+            m_queues.NoteStatus(Util().mapi);
+        } else if (m_draft.Exists()) {
+            m_bOutBox ? m_draft.Queue(m_queues.m_lstOutBoxMails, true) : QueueForMailbox();
+        }
+        return RRC_OK;
+    });
+}
+
+void CREudoraMail::QueueForMailbox() {
+    CMapi& mapi = Util().mapi;
+    MapiMessage& record = *m_draft.m_lpNewMessage;
+    if (*mapi.MsgID() == '\0') GiveId("");
+    const std::string indexId = mapi.MsgID();
+    const std::uint32_t status = record.flFlags;
+    KV_LOG(5, "CREudoraMail::PrepareForUpdate csIndexID = %s, MailStatus = %d(%d)\n",
+           indexId.c_str(), static_cast<int>(status), static_cast<int>(status));
+    mailstore::Assign(record.lpszConversationID, indexId);
+    mailstore::States noted{{mailbox::MsgIdOf(indexId), status}};
+    m_queues.m_mapMailStatus.reserve(m_queues.m_mapMailStatus.size() + 1);
+    m_draft.Queue(m_queues.m_lstNewMails, false);
+    m_queues.m_mapMailStatus.merge(noted);
+    (void)mapi.UpdateMail(&record);
+}
+
+RRETURNCODE CREudoraMail::DeleteRecord() {
+    return Guarded("DeleteRecord", [&] {
+        KV_LOG(5, "Enter - CREudoraMail::DeleteRecord\n");
+        const std::string indexId = Util().mapi.MsgID();
+        if (Util().mapi.DeleteMail() != 1) {
+            mailstore::ReportMapiError(Util());
+            KV_LOG(1, "Error in CREudoraMail::DeleteRecord\n");
+            return RRC_FAILED;
+        }
+        m_ids.Forget(indexId);
+        m_queues.m_mapMailStatus.erase(mailbox::MsgIdOf(indexId));
+        return RRC_OK;
+    });
+}
+
+// Mails that the limits hide are still there, with their ids: the mailbox is read anew then.
+RRETURNCODE CREudoraMail::DeleteAllRecords() {
+    return Guarded("DeleteAllRecords", [&] {
+        m_ids.m_dwNextIndexID = 0;
+        if (const auto code = CREudoraTransBase::DeleteAllRecords(); code != RRC_OK) return code;
+        m_ids.ForgetAllBut(m_queues.m_lstNewMails);
+        if (!m_passedOver) return RRC_OK;
+        if (const auto code = IndexMailbox(); code != RRC_OK) return code;
+        m_ids.GoOnBehindAll();
+        return RRC_OK;
+    });
 }

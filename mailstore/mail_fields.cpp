@@ -1,20 +1,19 @@
-// The eleven fields of a mail, and what the host receives for each.
-#include <cstring>
+#include "mailstore/mail_fields.h"
+
 #include <new>
 #include <optional>
 
-#include "frame/guard.h"
-#include "frame/interface/field_ids.h"
-#include "mailstore/eudora_mail.h"
 #include "mailstore/mail_body.h"
 #include "mailstore/mail_fields_date.h"
 #include "mailstore/mail_status.h"
+#include "mailstore/record_text.h"
+#include "platform/kvutil/kvutil.h"
 
-using frame::Guarded;
-using frame::StringId;
-using namespace mailstore;
+namespace mailstore {
 
 namespace {
+
+using frame::StringId;
 
 struct FieldRow {
     MailField id;
@@ -38,153 +37,98 @@ constexpr FieldRow kFields[] = {
     {MailField::kAttachment, {}, "Attachment", kFieldText, 0x0800001F},
 };
 
-// A field of the current message, as CMapi hands it out; gives back what is ours to give back.
-class RawField {
-  public:
-    RawField(CMapi& mapi, MailField field) : m_isOwned(IsOwned(field)) {
-        mapi.GetMailField(field, m_data);
-    }
-    ~RawField() {
-        if (m_isOwned) delete[] Text();
-    }
-    RawField(const RawField&) = delete;
-    RawField& operator=(const RawField&) = delete;
-
-    char* Text() const { return static_cast<char*>(m_data); }
-
-  private:
-    static bool IsOwned(MailField field) {
-        return field >= MailField::kTo && field <= MailField::kBcc;
-    }
-
-    void* m_data = nullptr;
-    bool m_isOwned;
-};
-
-std::size_t LengthOf(const char* text) {
-    return text != nullptr ? std::strlen(text) : 0;
-}
-
-RRETURNCODE GiveNumber(std::size_t number, void* pCell) {
-    *static_cast<std::int32_t*>(pCell) = static_cast<std::int32_t>(number);
+// Numbers need no memory: an update whose record is queued must not fail for want of it.
+RRETURNCODE GiveNumber(std::size_t number, void* cell) {
+    *static_cast<std::int32_t*>(cell) = static_cast<std::int32_t>(number);
     return RRC_OK;
 }
 
-void LogIds(const mailstore::IdMap& messageIds) {
-    messageIds.ForEach([](std::string_view indexId, std::string_view messageId) {
-        KV_LOG(1, "- csMessageID = %s, csIndexID = %s\n", std::string(messageId).c_str(),
-               std::string(indexId).c_str());
-    });
+RRETURNCODE GiveRecipients(CEudoraTransUtil& util, MailField field, char*& cell) {
+    char* list = nullptr;
+    util.mapi.GetRecipientList(field, list);
+    const TextBlock owned(list);
+    return GiveText(util, list, cell);
 }
 
-}  // namespace
-
-RRETURNCODE CREudoraMail::BuildFieldList() {
-    return Guarded("BuildFieldList", [&] {
-        m_appInfo.m_fields.RemoveAll();
-        for (const FieldRow& row : kFields) {
-            CREudoraField field;
-            const auto stringId = row.shown ? static_cast<std::int32_t>(*row.shown) : 0;
-            field.Set(FieldId(row.id).c_str(), static_cast<std::int32_t>(row.id), stringId,
-                      row.name, row.type, row.tag, false);
-            m_appInfo.m_fields.Add(field);
-        }
-        return RRC_OK;
-    });
-}
-
-RRETURNCODE CREudoraMail::GetField(LPCTSTR pszFieldId, unsigned long*, void* pCell) {
-    return Guarded("GetField", [&]() -> RRETURNCODE {
-        const CString name(pszFieldId);
-        KV_LOG(5, "Enter : CREudoraMail::GetField , Field Name = [%s]\n", name.Str().c_str());
-        const auto field = FieldOfId<MailField>(pszFieldId);
-        if (field < MailField::kFrom || field > MailField::kMessageId) return RRC_OK;
-        if (field == MailField::kMessageId) return GiveMessageId(*static_cast<char**>(pCell));
-        if (field == MailField::kAttachment) return GiveAttachments(*static_cast<char**>(pCell));
-        MapiMessage* message = nullptr;
-        if (Mapi().GetCurrentMessage(message) != 1) return InvalidMessage();
-        return GiveField(field, *message, pCell);
-    });
-}
-
-RRETURNCODE CREudoraMail::GiveField(MailField field, const MapiMessage& message, void* pCell) {
-    switch (field) {
-        case MailField::kBody:
-            return GiveBody(message, *static_cast<char**>(pCell));
-        case MailField::kDate:
-            return GiveDate(message.lpszDateReceived, *static_cast<double*>(pCell));
-        // Numbers need no memory: an update whose record is queued must not fail for want of it.
-        case MailField::kSize:
-            return GiveNumber(LengthOf(message.lpszNoteText), pCell);
-        case MailField::kStatus:
-            return GiveNumber(StatusOfFlags(message.flFlags), pCell);
-        default:
-            return GiveText(RawField(Mapi(), field).Text(), *static_cast<char**>(pCell));
-    }
-}
-
-RRETURNCODE CREudoraMail::GiveText(const char* text, char*& cell) {
-    cell = nullptr;
-    if (text == nullptr || AllocVornString(cell, text) == RRC_OK) return RRC_OK;
-    KV_LOG(1, "CREudoraMail::GetField : Insufficient memory\n");
-    Util().AddError(StringId::kNoMemory);
-    return RRC_FAILED;
-}
-
-RRETURNCODE CREudoraMail::GiveDate(const char* text, double& cell) {
+RRETURNCODE GiveDate(CEudoraTransUtil& util, const char* text, double& cell) {
     cell = kNoDate;
     if (text == nullptr) return RRC_OK;
-    if (const auto date = mailstore::ParseDate(text)) {
+    if (const auto date = ParseDate(text)) {
         cell = *date;
         return RRC_OK;
     }
     KV_LOG(1, "Invalid Date time in CREudoraMail::GetField\n");
-    Util().AddError(StringId::kInvalidDate);
+    util.AddError(StringId::kInvalidDate);
     return RRC_FAILED;
 }
 
-RRETURNCODE CREudoraMail::GiveBody(const MapiMessage& message, char*& cell) {
+// An empty body leaves the cell as it is.
+RRETURNCODE GiveBody(CEudoraTransUtil& util, const MapiMessage& message, char*& cell) {
     if (message.lpszNoteText == nullptr) {
         cell = nullptr;
         return RRC_OK;
     }
     try {
-        std::string body =
-            mailstore::ExpandLineEnds(mailstore::StripFlowedMarks(message.lpszNoteText));
+        std::string body = ExpandLineEnds(StripFlowedMarks(message.lpszNoteText));
         if (body.empty()) return RRC_OK;
         if (message.nFileCount != 0) {
-            const CString marker = Util().GetString(StringId::kAttachmentMark);
-            body.resize(mailstore::LengthWithoutTrailers(body, message.nFileCount, marker.Str()));
+            const CString mark = util.GetString(StringId::kAttachmentMark);
+            body.resize(LengthWithoutTrailers(body, message.nFileCount, mark.Str()));
         }
-        return AllocVornString(cell, body.c_str()) == RRC_OK ? RRC_OK : InvalidMessage();
+        if (AllocVornString(cell, body.c_str()) == RRC_OK) return RRC_OK;
     } catch (const std::bad_alloc&) {
-        return InvalidMessage();
+        // As below.
+    }
+    return InvalidMessage(util);
+}
+
+}  // namespace
+
+void BuildFieldList(CREudoraFieldArray& fields) {
+    fields.RemoveAll();
+    for (const FieldRow& row : kFields) {
+        CREudoraField field;
+        const auto stringId = row.shown ? static_cast<std::int32_t>(*row.shown) : 0;
+        field.Set(FieldId(row.id).c_str(), static_cast<std::int32_t>(row.id), stringId, row.name,
+                  row.type, row.tag, false);
+        fields.Add(field);
     }
 }
 
-RRETURNCODE CREudoraMail::GiveAttachments(char*& cell) {
-    CString list;
-    const RRETURNCODE code = GetAttachments(list);
-    return code == RRC_OK ? GiveText(list, cell) : code;
+RRETURNCODE GiveField(CEudoraTransUtil& util, MailField field, const MapiMessage& message,
+                      void* cell) {
+    void* text = nullptr;
+    switch (field) {
+        case MailField::kTo:
+        case MailField::kCc:
+        case MailField::kBcc:
+            return GiveRecipients(util, field, *static_cast<char**>(cell));
+        case MailField::kDate:
+            return GiveDate(util, message.lpszDateReceived, *static_cast<double*>(cell));
+        case MailField::kBody:
+            return GiveBody(util, message, *static_cast<char**>(cell));
+        case MailField::kSize:
+            return GiveNumber(ViewOf(message.lpszNoteText).size(), cell);
+        case MailField::kStatus:
+            return GiveNumber(StatusOfFlags(message.flFlags), cell);
+        default:
+            util.mapi.GetMailField(field, text);
+            return GiveText(util, static_cast<char*>(text), *static_cast<char**>(cell));
+    }
 }
 
-RRETURNCODE CREudoraMail::GiveMessageId(char*& cell) {
-    const std::string indexId = Mapi().MsgID();
-    KV_LOG(1, "pData = %s\n", indexId.c_str());
-    if (const auto found = m_mapIndexIDToMessageID.Find(indexId)) {
-        const std::string messageId(*found);
-        KV_LOG(1, "*** GetField(EMAIL_MESSAGEID): pData = %s, csMsgID = %s\n", indexId.c_str(),
-               messageId.c_str());
-        return GiveText(messageId.c_str(), cell);
-    }
-    if (g_bEnableLog != 0) LogIds(m_mapIndexIDToMessageID);
-    KV_LOG(1, "Invalid Index Id in  CREudoraMail::GetField\n");
-    Util().AddError(StringId::kInvalidRecord);
+RRETURNCODE GiveText(CEudoraTransUtil& util, const char* text, char*& cell) {
+    cell = nullptr;
+    if (text == nullptr || AllocVornString(cell, text) == RRC_OK) return RRC_OK;
+    KV_LOG(1, "CREudoraMail::GetField : Insufficient memory\n");
+    util.AddError(StringId::kNoMemory);
     return RRC_FAILED;
 }
 
-RRETURNCODE CREudoraMail::InvalidMessage() {
+RRETURNCODE InvalidMessage(CEudoraTransUtil& util) {
     KV_LOG(1, "Invalid Message Pointer in CREudoraMail::GetField\n");
-    Util().AddError(StringId::kInvalidRecord);
+    util.AddError(StringId::kInvalidRecord);
     return RRC_FAILED;
 }
+
+}  // namespace mailstore

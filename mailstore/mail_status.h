@@ -1,8 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
-#include <string>
+#include <unordered_map>
 
 #include "platform/os/files.h"
 
@@ -17,10 +16,13 @@ inline constexpr std::uint32_t kStatusSent = 4;
 // The status that the flags of a message tell.
 std::uint32_t StatusOfFlags(std::uint32_t flags);
 
+// Statuses by the numbers of mails.
+using States = std::unordered_map<std::uint32_t, std::uint32_t>;
+
 // Stores read states in a .toc file that is open for reading and writing: one pass over its
-// blocks, of which only those are written whose id, as a number, is a key of `states`. The values
-// are status numbers in decimal. A block that the end of the file cuts short is left alone, and so
-// is, with kCorrupt, a file that is no table of contents of Eudora for Windows.
-platform::Status StoreStates(platform::File& toc, const std::map<std::string, std::string>& states);
+// blocks, of which only those are written that have a state here. A block that the end of the file
+// cuts short is left alone, and so is, with kCorrupt, a file that is no table of contents of Eudora
+// for Windows.
+platform::Status StoreStates(platform::File& toc, const States& states);
 
 }  // namespace mailstore

@@ -2,6 +2,7 @@
 #include <set>
 #include <sstream>
 
+#include "mailstore/attachments_out.h"
 #include "tests/mailstore/reading_fixture.h"
 #include "text/plain_name.h"
 
@@ -78,7 +79,7 @@ TEST_F(AttachmentsOutTest, CopiesOfReadOnlyFilesAreWritable) {
     ShowFiles({1});
     machine.files.SetReadOnly("C:\\lib\\a");
     EXPECT_EQ(Listed(), "a.txt 1|");
-    mail.DeleteAttachFile();
+    mailstore::DeleteAttachFile(machine.system);
     EXPECT_EQ(machine.files.AllFiles(), Texts{"C:\\lib\\a"});
     machine.files.SetReadOnly("C:\\lib\\a", false);
 }
@@ -116,7 +117,7 @@ TEST_F(AttachmentsOutTest, FaultsLeaveNothingButTemporaryFiles) {
             const auto errors = DrainErrors();
             if (code != RRC_OK) failures[fault].insert(errors);
             EXPECT_EQ(machine.files.OpenCount(), 0);
-            mail.DeleteAttachFile();
+            mailstore::DeleteAttachFile(machine.system);
             EXPECT_EQ(machine.files.AllFiles(), (Texts{"C:\\lib\\a", "C:\\lib\\b"}));
         }
     }
@@ -137,24 +138,28 @@ class AttachmentsInTest : public ReadingTest {
     // Starts a new record.
     void Renew() {
         Drop();
-        EXPECT_NE(CMapi::AllocMessage(mail.m_lpNewMessage), 0);
+        EXPECT_NE(CMapi::AllocMessage(mail.m_draft.m_lpNewMessage), 0);
     }
     void Drop() {
-        if (mail.m_lpNewMessage != nullptr) util.mapi.FreeMessage(mail.m_lpNewMessage, true);
-        mail.m_lpNewMessage = nullptr;
+        if (mail.m_draft.m_lpNewMessage != nullptr)
+            util.mapi.FreeMessage(mail.m_draft.m_lpNewMessage, true);
+        mail.m_draft.m_lpNewMessage = nullptr;
     }
     RRETURNCODE Add(const std::vector<CRAttachmentInfo>& items) {
         CArray<CRAttachmentInfo> list;
         for (const auto& item : items) list.Add(item);
         CString text;
         EXPECT_EQ(AttachmentInfoToStr(list, text), RRC_OK);
-        return mail.NewAttachments(text);
+        return New(text);
+    }
+    RRETURNCODE New(const char* list) {
+        return mail.m_attach.NewAttachments(util, list, *mail.m_draft.m_lpNewMessage);
     }
     RRETURNCODE AddUnder(const std::string& name) {
         return Add({{0, 0, "d", name.c_str(), "C:\\src\\one"}});
     }
     std::string Entries() const {
-        const MapiMessage& record = *mail.m_lpNewMessage;
+        const MapiMessage& record = *mail.m_draft.m_lpNewMessage;
         EXPECT_EQ(record.nFileCount == 0, record.lpFiles == nullptr);
         std::string all;
         for (std::uint32_t i = 0; i < record.nFileCount; ++i) {
@@ -197,14 +202,11 @@ TEST_F(AttachmentsInTest, ManyFilesOfOneNameCostLittle) {
     EXPECT_EQ(Content(name + ".txt"), "1");
 }
 
-TEST_F(AttachmentsInTest, EmptyListsAndNoRecordDoNothing) {
+TEST_F(AttachmentsInTest, EmptyListsDoNothing) {
     for (const char* list : {"", static_cast<const char*>(nullptr), "no list\n"}) {
-        EXPECT_EQ(mail.NewAttachments(list), RRC_OK);
+        EXPECT_EQ(New(list), RRC_OK);
         EXPECT_EQ(Entries(), "");
     }
-    Drop();
-    EXPECT_EQ(Add({{0, 1, "a", "a", "C:\\src\\one"}}), RRC_OK);
-    EXPECT_TRUE(machine.files.Get("C:\\src\\one"));
 }
 
 TEST_F(AttachmentsInTest, ASecondListReplacesTheFirst) {
@@ -269,7 +271,7 @@ TEST_F(AttachmentsInTest, FaultsLoseNoFile) {
         const auto code = Add({{0, 1, "d", "a", "C:\\src\\one"}, {0, 1, "d", "a", "C:\\src\\two"}});
         fired = machine.faults.Fired();
         machine.faults.Disarm();
-        const MapiMessage& record = *mail.m_lpNewMessage;
+        const MapiMessage& record = *mail.m_draft.m_lpNewMessage;
         EXPECT_EQ(code == RRC_OK, record.nFileCount == 2);
         for (std::uint32_t i = 0; i < 2; ++i) {
             const bool isEntered = i < record.nFileCount;

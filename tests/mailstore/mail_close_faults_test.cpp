@@ -56,7 +56,7 @@ class MailCloseFaultsTest : public WritingTest {
     }
     std::string Queued() const {
         std::string queued;
-        for (const MapiMessage* record : mail->m_lstNewMails) {
+        for (const MapiMessage* record : mail->m_queues.m_lstNewMails) {
             queued += mail->ToMessageId().at(record->lpszConversationID).substr(3);
         }
         return queued;
@@ -106,7 +106,7 @@ TEST_F(MailCloseFaultsTest, OneOperationFails) {
                 EXPECT_THAT(errors, ::testing::Contains(::testing::StartsWith("no <C:\\E")));
                 EXPECT_TRUE(fault == Fault::kKill ||
                             machine.files.List("C:\\E\\Attach", "*")->empty());
-                EXPECT_TRUE(mail->m_mapMailStatus.empty());
+                EXPECT_TRUE(mail->m_queues.m_mapMailStatus.empty());
                 continue;
             }
             if (fault == Fault::kKill && n % 2 == 0) {

@@ -1,4 +1,5 @@
-#include "tests/frame/log_capture.h"
+#include "mailstore/attachments_out.h"
+#include "mailstore/messages.h"
 #include "tests/mailstore/mail_fixture.h"
 #include "tests/mapi/scripted_library.h"
 
@@ -31,9 +32,9 @@ TEST_F(MailCloseTest, SendsUntilTheFirstFailure) {
         const bool fails = failAt > 0;
         OpenedMail mail;
         ASSERT_EQ(mail.OpenMailbox(util), RRC_OK);
-        mail.m_lpNewMessage = Record("abandoned");
+        mail.m_draft.m_lpNewMessage = Record("abandoned");
         for (const char* subject : {"a", "b", "c"}) {
-            mail.m_lstOutBoxMails.push_back(Record(subject));
+            mail.m_queues.m_lstOutBoxMails.push_back(Record(subject));
         }
         machine.files.Put(temp + "Qzv1.tmp", "x");
         library.calls.clear();
@@ -44,9 +45,7 @@ TEST_F(MailCloseTest, SendsUntilTheFirstFailure) {
         EXPECT_EQ(mail.Close(0), fails ? RRC_FAILED : RRC_OK);
         EXPECT_EQ(library.calls, Texts(all.begin(), fails ? all.begin() + failAt : all.end()));
         EXPECT_EQ(DrainErrors(), fails ? Texts{"m26"} : Texts{});
-        EXPECT_TRUE(mail.m_lstOutBoxMails.empty());
-        EXPECT_EQ(mail.m_lpNewMessage, nullptr);
-        EXPECT_EQ(mail.m_pMapi, nullptr);
+        EXPECT_TRUE(mail.m_queues.m_lstOutBoxMails.empty());
         EXPECT_FALSE(machine.files.Exists(temp + "Qzv1.tmp")) << "whatever happened before";
         MapiMessage* current = nullptr;
         EXPECT_EQ(util.mapi.GetCurrentMessage(current), 0) << "the records are gone";
@@ -56,10 +55,11 @@ TEST_F(MailCloseTest, SendsUntilTheFirstFailure) {
 // Under AddressSanitizer: records in the queues go with the object, once each.
 TEST_F(MailCloseTest, RecordsGoWithTheObject) {
     OpenedMail mail;
-    mail.m_lpNewMessage = Record("in hand");
-    mail.m_lstOutBoxMails = {Record("a"), Record("b")};
-    mail.m_lstNewMails = {Record("c")};
-    EXPECT_EQ(util.mapi.UpdateMail(mail.m_lstNewMails.front()), 1) << "the session's message too";
+    mail.m_draft.m_lpNewMessage = Record("in hand");
+    mail.m_queues.m_lstOutBoxMails = {Record("a"), Record("b")};
+    mail.m_queues.m_lstNewMails = {Record("c")};
+    EXPECT_EQ(util.mapi.UpdateMail(mail.m_queues.m_lstNewMails.front()), 1)
+        << "the session's message too";
 }
 
 TEST_F(MailCloseTest, DeletesItsOwnTemporaryFilesAlone) {
@@ -75,7 +75,7 @@ TEST_F(MailCloseTest, DeletesItsOwnTemporaryFilesAlone) {
     machine.files.SetReadOnly(readOnly);
     const auto held = *machine.files.Open(inUse, platform::OpenMode::kRead, platform::Share::kNone);
     machine.clock.sleeps = 0;
-    mail.DeleteAttachFile();
+    mailstore::DeleteAttachFile(machine.system);
     for (const auto& path : gone) EXPECT_FALSE(machine.files.Exists(path)) << path;
     for (const auto& path : kept) EXPECT_TRUE(machine.files.Exists(path)) << path;
     EXPECT_EQ(machine.clock.sleeps, 5) << "one for each match";
@@ -95,7 +95,7 @@ TEST_F(MailCloseTest, MapiErrorsHaveTexts) {
                                      {0xFFFFFFFFU, "m40"}}) {
         library.results[Entry::kDeleteMail] = {code};
         (void)util.mapi.DeleteMail();
-        mail.ReportMapiError();
+        mailstore::ReportMapiError(util);
         EXPECT_EQ(DrainErrors(), Texts{text}) << code;
     }
 }

@@ -77,7 +77,7 @@ TEST_F(ReadingTest, WithoutAMailNothingIsRead) {
 
 TEST_F(ReadingTest, MessageIdsAreKnownFromOpening) {
     Show({});
-    mail.m_mapIndexIDToMessageID.Set("0x00000001", "one@x");
+    EXPECT_EQ(mail.m_ids.Give("one@x"), "0x00000001");
     EXPECT_EQ(Text("11"), "one@x");
     AddMail();
     ASSERT_EQ(mail.MoveNext(), RRC_OK);

@@ -8,6 +8,7 @@
 
 #include "mailstore/eudora_mail.h"
 #include "tests/frame/frame_fixture.h"
+#include "tests/frame/log_capture.h"
 #include "tests/mailstore/mailbox_builder.h"
 
 using Texts = std::vector<std::string>;
@@ -20,28 +21,30 @@ class OpenedMail : public CREudoraMail {
     RRETURNCODE OpenMailbox(CEudoraTransUtil& util, int mode = 1) {
         return Open(mode, 0, 0, 0, 0, 0, 0, 0, 0, &util);
     }
-    static IdTexts Copy(const mailstore::IdMap& map) {
+    // The Message-IDs that are known, by index id. The log tells them all.
+    IdTexts ToMessageId() const {
+        const LogCapture log;
+        m_ids.LogAll();
         IdTexts texts;
-        map.ForEach([&](std::string_view key, std::string_view value) {
-            texts[std::string(key)] = std::string(value);
-        });
+        for (const std::string& line : LogCapture::Lines()) {
+            const auto end = line.rfind(", csIndexID = ");
+            texts[line.substr(end + 14, 10)] = line.substr(18, end - 18);
+        }
         return texts;
     }
-    IdTexts ToIndexId() const { return Copy(m_mapMessageIDToIndexID); }
-    IdTexts ToMessageId() const { return Copy(m_mapIndexIDToMessageID); }
+    // The noted statuses, by number.
+    std::map<std::uint32_t, std::uint32_t> Noted() const {
+        return {m_queues.m_mapMailStatus.begin(), m_queues.m_mapMailStatus.end()};
+    }
 
     using CREudoraMail::m_appInfo;
+    using CREudoraMail::m_attach;
     using CREudoraMail::m_bAppReady;
     using CREudoraMail::m_bBoxFileOpenFlag;
     using CREudoraMail::m_bOutBox;
-    using CREudoraMail::m_csAttachDir;
-    using CREudoraMail::m_dwNextIndexID;
-    using CREudoraMail::m_lpNewMessage;
-    using CREudoraMail::m_lstNewMails;
-    using CREudoraMail::m_lstOutBoxMails;
-    using CREudoraMail::m_mapIndexIDToMessageID;
-    using CREudoraMail::m_mapMailStatus;
-    using CREudoraMail::m_pMapi;
+    using CREudoraMail::m_draft;
+    using CREudoraMail::m_ids;
+    using CREudoraMail::m_queues;
 };
 
 // A machine in memory with Eudora's folder C:\E; every string of the bundle is "m" and its number,

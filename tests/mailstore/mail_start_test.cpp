@@ -1,6 +1,7 @@
 #include <functional>
 
 #include "integration/locate/locate.h"
+#include "mailstore/start_eudora.h"
 #include "tests/frame/numbered_host.h"
 #include "tests/mailstore/mail_fixture.h"
 #include "tests/mapi/scripted_library.h"
@@ -64,7 +65,6 @@ TEST_F(MailStartTest, Checks) {
 }
 
 TEST_F(MailStartTest, EudoraIsStartedOnceAndGivenTime) {
-    OpenedMail mail;
     util.csEudoraDir = "C:\\E";
     auto& processes = machine.processes;
     machine.windows.classes.clear();
@@ -73,18 +73,18 @@ TEST_F(MailStartTest, EudoraIsStartedOnceAndGivenTime) {
         waited = timeout;
         return false;
     };
-    EXPECT_EQ(mail.RunEudoraPro(), 0);
+    EXPECT_EQ(mailstore::RunEudoraPro(util), 0);
     EXPECT_EQ(processes.started, std::vector<std::string>{"C:\\E\\Eudora.exe"});
     EXPECT_EQ(waited.count(), 5000);
     EXPECT_EQ(machine.clock.now - std::chrono::system_clock::from_time_t(0),
               std::chrono::milliseconds(4500));
     machine.windows.classes.insert("EudoraMainWindow");
-    EXPECT_EQ(mail.RunEudoraPro(), 0);
+    EXPECT_EQ(mailstore::RunEudoraPro(util), 0);
     EXPECT_EQ(processes.started.size(), 1U);
     EXPECT_EQ(machine.clock.sleeps, 1);
     machine.windows.classes.clear();
     processes.refuseStart = true;
-    EXPECT_EQ(mail.RunEudoraPro(), 1);
+    EXPECT_EQ(mailstore::RunEudoraPro(util), 1);
     EXPECT_EQ(machine.clock.sleeps, 1) << "nothing to wait for";
 }
 
@@ -96,7 +96,7 @@ TEST_F(MailStartTest, AttachFolder) {
         library.Install(path);
         OpenedMail mail;
         EXPECT_EQ(Start(mail), RRC_OK) << path;
-        EXPECT_EQ(mail.m_csAttachDir, std::string(folder) + '\\');
+        EXPECT_EQ(mail.m_attach.m_csAttachDir, std::string(folder) + '\\');
         EXPECT_EQ(machine.files.Exists(folder), exists) << path;
         util.mapi.MapiLogoff();
     }
@@ -107,8 +107,10 @@ TEST_F(MailStartTest, AttachFolder) {
     const LogCapture log;
     EXPECT_EQ(Start(mail), RRC_OK);
     EXPECT_TRUE(log.Has("1 Unable to Create Directory in CREudoraMail::GetAppInfo\n"));
-    ASSERT_NE(CMapi::AllocMessage(mail.m_lpNewMessage), 0);
-    EXPECT_EQ(mail.NewAttachments("1\t0\ta\ta\tC:\\\\E\\\\Eudora.exe\n"), RRC_FAILED);
+    ASSERT_NE(CMapi::AllocMessage(mail.m_draft.m_lpNewMessage), 0);
+    EXPECT_EQ(mail.m_attach.NewAttachments(util, "1\t0\ta\ta\tC:\\\\E\\\\Eudora.exe\n",
+                                           *mail.m_draft.m_lpNewMessage),
+              RRC_FAILED);
     EXPECT_EQ(DrainErrors(), Texts{"no <C:\\E\\Attach\\>"});
     EXPECT_EQ(machine.files.Get("C:\\E\\Attach"), "no folder");
 }

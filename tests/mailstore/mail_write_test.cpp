@@ -153,8 +153,8 @@ TEST_F(MailWriteTest, ABoxTakes65535Mails) {
     EXPECT_TRUE(machine.files.Get("C:\\E\\Attach\\doc.txt"));
     EXPECT_FALSE(machine.files.Get("C:\\E\\Attach\\doc1.txt")) << "of a mail that is not stored";
     EXPECT_TRUE(machine.files.Get("C:\\E\\Attach\\doc11.txt")) << "all that is left of its source";
-    EXPECT_EQ(mail->ToMessageId().size() + mail->ToIndexId().size(), 2U) << "of the last mail";
-    EXPECT_TRUE(mail->m_lstNewMails.empty());
+    EXPECT_EQ(mail->ToMessageId().size(), 1U) << "of the last mail";
+    EXPECT_TRUE(mail->m_queues.m_lstNewMails.empty());
     EXPECT_EQ(mail->Close(0), RRC_OK) << "refused once";
 }
 
@@ -205,7 +205,7 @@ TEST_F(MailWriteTest, OnlyItsOwnLeftoversGiveWay) {
         machine.files.Put("C:\\src\\1", "one");
         Restart();
         ASSERT_EQ(Open(), RRC_OK);
-        mail->m_mapMailStatus["0x65656565"] = "131073";
+        mail->m_queues.m_mapMailStatus[0x65656565] = 131073;
         EXPECT_EQ(mail->AddNewRecord(0), RRC_OK);
         mail->Fill({});
         mail->Set("8", mail->Files({"C:\\src\\1"}, true));
@@ -287,36 +287,36 @@ TEST_F(MailWriteTest, StatesChangeTwoBytesAlone) {
     MailboxBuilder box;
     for (const std::uint32_t id : {9U, 3U, 0xFFFFFFFFU, 5U}) box.Mail(id, MailText({}), 0x0107);
     const std::string tail(217, 'y');  // one byte too short for a block
-    const auto stored = [&](std::map<std::string, std::string> states) {
+    const auto stored = [&](mailstore::States states) {
         machine.files.Put("C:\\E\\In.toc", box.Toc() + tail);
         ASSERT_EQ(Open(), RRC_OK);
-        mail->m_mapMailStatus = std::move(states);
+        mail->m_queues.m_mapMailStatus = std::move(states);
         EXPECT_EQ(mail->Close(0), RRC_OK);
-        EXPECT_TRUE(mail->m_mapMailStatus.empty());
+        EXPECT_TRUE(mail->m_queues.m_mapMailStatus.empty());
     };
     machine.files.Put("C:\\E\\In.mbx", box.mbx);
-    const std::string id = "0x79797979";  // what the tail would have
-    stored({{"0x00000009", "131073"}, {"0xFFFFFFFF", "1"}, {"0x5", "0x20001"}, {id, "131073"}});
+    const std::uint32_t id = 0x79797979;  // what the tail would have
+    stored({{9, 131073}, {0xFFFFFFFF, 1}, {5, 4}, {id, 131073}});
     auto wanted = box;
     wanted.blocks[0].wStatus = 1;
     wanted.blocks[2].wStatus = 0;
     wanted.blocks[3].wStatus = 0;
     EXPECT_EQ(Toc(), wanted.Toc() + tail);
-    for (const auto& [text, state] : {std::pair{"131073", 1},
-                                      {"1", 0},
-                                      {"0", 0},
-                                      {"131072", 1},
-                                      {"-1", 1},
-                                      {"4", 0},
-                                      {"393217", 0 + 1}}) {
-        stored({{"0x00000003", text}});
+    for (const auto& [text, state] : {std::pair{131073U, 1},
+                                      {1U, 0},
+                                      {0U, 0},
+                                      {131072U, 1},
+                                      {0xFFFFFFFFU, 1},
+                                      {4U, 0},
+                                      {393217U, 1}}) {
+        stored({{3, text}});
         EXPECT_EQ(Toc()[104 + 218 + 12], state) << text;
         EXPECT_EQ(Toc().substr(104 + 218 + 13),
                   box.Toc().substr(104 + 218 + 13).replace(0, 1, 1, '\0') + tail);
     }
     machine.dialogs.waitsBegun = machine.dialogs.waitsEnded = 0;
     machine.faults.Arm(platform::testing::Fault::kNone, 0);
-    EXPECT_EQ(mail->UpdateMailStatus(), RRC_OK);
+    EXPECT_EQ(mail->m_queues.UpdateMailStatus(util), RRC_OK);
     EXPECT_EQ(machine.faults.Operations(), 0) << "nothing noted: not opened";
     EXPECT_EQ(machine.dialogs.waitsBegun + machine.dialogs.waitsEnded, 2);
 }

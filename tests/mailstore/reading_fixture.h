@@ -9,7 +9,7 @@ class ReadingTest : public MailFixture {
     ReadingTest() {
         EXPECT_EQ(util.mapi.LoadMapiLibrary("C:\\E"), 1);
         EXPECT_EQ(util.mapi.MapiLogon(), 1);
-        mail.m_csAttachDir = "C:\\E\\Attach\\";
+        mail.m_attach.m_csAttachDir = "C:\\E\\Attach\\";
         mail.m_appInfo.m_bLimitMailAge = mail.m_appInfo.m_bLimitMailSize = 0;
     }
     ~ReadingTest() override {

@@ -106,7 +106,7 @@ class WritingTest : public MailFixture {
         EXPECT_EQ(util.mapi.MapiLogon(), 1);
         (void)util.mapi.MoveFirst();  // what an earlier session passed is no place to walk from
         mail = std::make_unique<WritingMail>();
-        mail->m_csAttachDir = "C:\\E\\Attach\\";
+        mail->m_attach.m_csAttachDir = "C:\\E\\Attach\\";
         mail->m_appInfo.m_bLimitMailAge = mail->m_appInfo.m_bLimitMailSize = 0;
     }
     void End() {

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <list>
+#include <string>
+#include <string_view>
+
+#include "frame/interface/field_ids.h"
+#include "mapi/mapi.h"
+
+namespace mailstore {
+
+// The record that the host has begun, with the recipients as it gave them, until it is queued.
+class Draft {
+  public:
+    // Makes an empty record; there is none in hand. False without memory.
+    bool Begin() { return CMapi::AllocMessage(m_lpNewMessage) != 0; }
+    // The record goes, and so do the files that it names.
+    void Drop(CMapi& mapi);
+    void ForgetRecipients();
+    bool Exists() const { return m_lpNewMessage != nullptr; }
+
+    // Takes the value of a field that the record itself holds: sender, recipients, subject, date or
+    // body. `cell` points to the text or the number.
+    void Set(MailField field, const void* cell);
+
+    // Gives the record its recipients, To first, then cc, then bcc, and puts it at the end of the
+    // queue, which owns it from then on. To be sent it gets a recipient for each address between
+    // semicolons and commas, for the mailbox one for each class that has a text, with the addresses
+    // between semicolons joined by ", ". When memory runs out nothing has changed.
+    void Queue(std::list<MapiMessage*>& queue, bool isToBeSent);
+
+    MapiMessage* m_lpNewMessage = nullptr;
+
+  private:
+    std::string m_pszTo, m_pszCc, m_pszBcc;
+};
+
+// A text cell of the host's; empty for a null one.
+std::string_view TextOf(const void* cell);
+
+}  // namespace mailstore

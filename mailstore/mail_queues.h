@@ -1,0 +1,51 @@
+#pragma once
+
+#include <list>
+
+#include "frame/trans_util.h"
+#include "mailbox/append.h"
+#include "mailstore/attach_folder.h"
+#include "mailstore/mail_ids.h"
+#include "mailstore/mail_status.h"
+
+namespace mailstore {
+
+// What the host has changed and Close carries out: mails for the out-box and for the in-box, which
+// the queues own, and read states. Results are RRC_OK or RRC_FAILED with a message.
+class MailQueues {
+  public:
+    // Hands the mails for the out-box to the library, up to the first that it refuses; that one and
+    // those behind it are dropped.
+    RRETURNCODE Send(CEudoraTransUtil& util, const AttachFolder& attach);
+
+    // Appends the mails for the in-box to its files. What cannot be written stays queued; what the
+    // mailbox cannot take at all is dropped with its id and state, and messages name it.
+    RRETURNCODE WriteNewMails(CEudoraTransUtil& util, MailIds& ids, const AttachFolder& attach);
+
+    // Stores the noted read states in the .toc file; those of mails that stay queued stay noted,
+    // the others are forgotten.
+    RRETURNCODE UpdateMailStatus(CEudoraTransUtil& util);
+
+    // Notes the state of the current message after an edit: the one that the host set, else, unless
+    // an earlier edit noted one, whether the mail is read.
+    void NoteStatus(CMapi& mapi);
+
+    void FreeAll(CMapi& mapi, const AttachFolder& attach);
+
+    std::list<MapiMessage*> m_lstOutBoxMails, m_lstNewMails;
+    States m_mapMailStatus;
+
+  private:
+    RRETURNCODE Append(CEudoraTransUtil& util, MailIds& ids, const AttachFolder& attach);
+    void ReleaseStored(CMapi& mapi, std::size_t count);
+    void FreeNewMails(CMapi& mapi, const AttachFolder& attach);
+    RRETURNCODE ReportUnwritten(CEudoraTransUtil& util, const mailbox::Appended& appended,
+                                const AttachFolder& attach);
+    RRETURNCODE DropNewMails(CEudoraTransUtil& util, const AttachFolder& attach);
+    RRETURNCODE DropBeyondFull(CEudoraTransUtil& util, MailIds& ids, const AttachFolder& attach);
+    RRETURNCODE StoreMailStatus(CEudoraTransUtil& util);
+
+    std::size_t m_uncertain = 0;  // the first of m_lstNewMails, which may be stored already
+};
+
+}  // namespace mailstore
