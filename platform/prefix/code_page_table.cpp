@@ -1,6 +1,5 @@
 #include "platform/prefix/code_page_table.h"
 
-#include <iconv.h>
 #include <cstdint>
 #include <cstring>
 
@@ -10,6 +9,7 @@
 
 #include "platform/os/code_page.h"
 #include "platform/posix/character_case.h"
+#include "platform/prefix/converter.h"
 #include "text/double_byte.h"
 #include "text/utf.h"
 
@@ -19,36 +19,16 @@ namespace {
 
 constexpr unsigned kUtf8 = 65001;
 
-class Converter {
-  public:
-    Converter(const std::string& to, const std::string& from)
-        : m_handle(iconv_open(to.c_str(), from.c_str())) {}
-    Converter(const Converter&) = delete;
-    Converter& operator=(const Converter&) = delete;
-    ~Converter() {
-        if (IsOpen()) iconv_close(m_handle);
-    }
-
-    bool IsOpen() const { return m_handle != reinterpret_cast<iconv_t>(-1); }
-
-    // The conversion of the whole of `text`; empty if it cannot be converted.
-    std::string Convert(std::string text) const {
-        char buffer[16];
-        char* in = text.data();
-        char* out = buffer;
-        std::size_t inLeft = text.size(), outLeft = sizeof buffer;
-        iconv(m_handle, nullptr, nullptr, nullptr, nullptr);
-        const auto result = iconv(m_handle, &in, &inLeft, &out, &outLeft);
-        if (result == static_cast<std::size_t>(-1) || inLeft != 0) return {};
-        return {buffer, out};
-    }
-
-  private:
-    iconv_t m_handle;
-};
+// The conversion of a whole text; empty if there is none.
+std::string Converted(const Converter& converter, std::string_view text) {
+    std::string result, closing;
+    const bool isWhole = converter.Convert(text, result) == 0;
+    converter.Finish(closing);
+    return isWhole ? result : std::string();
+}
 
 char32_t Decode(const Converter& toUtf8, const std::string& bytes) {
-    const std::string utf8 = toUtf8.Convert(bytes);
+    const std::string utf8 = Converted(toUtf8, bytes);
     std::string_view rest = utf8;
     if (rest.empty()) return text::kNoCharacter;
     const char32_t character = text::TakeUtf8(rest);
@@ -108,7 +88,7 @@ CodePageTable::CodePageTable(unsigned codePage) : m_codePage(codePage) {
         // Some characters have several codes; the converter knows which of them counts.
         std::string utf8;
         text::AppendUtf8(character, utf8);
-        if (fromUtf8.Convert(utf8) == BytesOf(pair)) m_bytes[character] = pair;
+        if (Converted(fromUtf8, utf8) == BytesOf(pair)) m_bytes[character] = pair;
     }
 }
 

@@ -1,8 +1,9 @@
 #include <fcntl.h>
 #include <sys/file.h>
 
-#include <array>
+#include <algorithm>
 #include <cerrno>
+#include <map>
 
 #include "platform/os/little_endian.h"
 #include "platform/os/safe_write.h"
@@ -19,18 +20,18 @@ namespace {
 
 constexpr std::uint64_t kLargestFile = 1u << 28;
 
-// The key under which a 32-bit program finds a Software key of the machine in a 64-bit prefix;
-// empty if it is the same.
-std::u16string NodeKey(RegistryRoot root, std::u16string_view key) {
-    constexpr std::u16string_view kSoftware = u"Software\\";
-    if (root != RegistryRoot::kLocalMachine ||
+// The key under which a 32-bit program finds one: in a prefix of 64 bits the machine's Software
+// keys lie elsewhere.
+std::u16string NodeKey(std::string_view text, RegistryRoot root, const std::u16string& key) {
+    constexpr std::u16string_view kSoftware = u"Software\\", kNode = u"Wow6432Node";
+    if (root != RegistryRoot::kLocalMachine || !Is64Bit(text) ||
         !EqualFolded(key.substr(0, kSoftware.size()), kSoftware)) {
-        return {};
+        return key;
     }
-    const std::u16string_view rest = key.substr(kSoftware.size());
-    const std::u16string_view first = rest.substr(0, rest.find(u'\\'));
-    if (EqualFolded(first, u"Classes") || EqualFolded(first, u"Wow6432Node")) return {};
-    return std::u16string(kSoftware) + u"Wow6432Node\\" + std::u16string(rest);
+    const std::u16string rest = key.substr(kSoftware.size());
+    const std::u16string first = rest.substr(0, rest.find(u'\\'));
+    if (EqualFolded(first, u"Classes") || EqualFolded(first, kNode)) return key;
+    return std::u16string(kSoftware).append(kNode).append(u"\\").append(rest);
 }
 
 std::string FullName(RegistryRoot root, std::string_view key) {
@@ -57,26 +58,19 @@ class PrefixRegistry : public Registry {
 
     Result<std::string> ReadText(RegistryRoot root, std::string_view key,
                                  std::string_view value) override {
-        const auto found = Find(root, key, value);
-        if (!found) return found.Error();
-        const RegistryValue& content = *found;
-        if (content.type != RegistryValue::kText && content.type != RegistryValue::kExpandText) {
-            return Failure{ErrorCode::kNotFound, FullName(root, key)};
-        }
-        const std::u16string text = text::Utf16FromBytes(content.data);
+        const auto data =
+            Find(root, key, value, {RegistryValue::kText, RegistryValue::kExpandText});
+        if (!data) return data.Error();
+        const std::u16string text = text::Utf16FromBytes(*data);
         return FromUtf16(std::u16string_view(text).substr(0, text.find(u'\0')), m_codePage);
     }
 
     Result<std::uint32_t> ReadNumber(RegistryRoot root, std::string_view key,
                                      std::string_view value) override {
-        const auto found = Find(root, key, value);
-        if (!found) return found.Error();
-        const RegistryValue& content = *found;
-        const auto number = ReadU32(content.data, 0);
-        if (content.type != RegistryValue::kNumber || content.data.size() != 4 || !number) {
-            return Failure{ErrorCode::kNotFound, FullName(root, key)};
-        }
-        return *number;
+        const auto data = Find(root, key, value, {RegistryValue::kNumber});
+        if (!data) return data.Error();
+        if (data->size() != 4) return Failure{ErrorCode::kNotFound, FullName(root, key)};
+        return static_cast<std::uint32_t>(LittleEndian(*data));
     }
 
     Status WriteText(RegistryRoot root, std::string_view key, std::string_view value,
@@ -102,7 +96,7 @@ class PrefixRegistry : public Registry {
     }
 
     Result<Content*> Load(RegistryRoot root) {
-        Content& content = m_contents[root == RegistryRoot::kLocalMachine ? 0 : 1];
+        Content& content = m_contents[root];
         const std::string path = PathOf(root);
         const auto info = m_native.Stat(path);
         if (!info) return info.Error();
@@ -116,17 +110,20 @@ class PrefixRegistry : public Registry {
         return &content;
     }
 
-    Result<RegistryValue> Find(RegistryRoot root, std::string_view key, std::string_view value) {
+    // The bytes of a value of one of those types.
+    Result<std::string> Find(RegistryRoot root, std::string_view key, std::string_view value,
+                             std::initializer_list<unsigned> types) {
         const auto content = Load(root);
         if (!content) return content.Error();
         const std::string_view text = (*content)->text;
         const std::u16string wideKey = ToUtf16(key, m_codePage), name = ToUtf16(value, m_codePage);
-        const std::u16string node = Is64Bit(text) ? NodeKey(root, wideKey) : std::u16string();
-        std::optional<RegistryValue> found;
-        if (!node.empty()) found = FindValue(text, node, name);
-        if (!found) found = FindValue(text, wideKey, name);
-        if (!found) return Failure{ErrorCode::kNotFound, FullName(root, key)};
-        return *std::move(found);
+        const std::u16string node = NodeKey(text, root, wideKey);
+        auto found = FindValue(text, node, name);
+        if (!found && node != wideKey) found = FindValue(text, wideKey, name);
+        if (!found || std::find(types.begin(), types.end(), found->type) == types.end()) {
+            return Failure{ErrorCode::kNotFound, FullName(root, key)};
+        }
+        return std::move(found->data);
     }
 
     Status Store(RegistryRoot root, std::string_view key, std::string_view value, unsigned type,
@@ -144,20 +141,18 @@ class PrefixRegistry : public Registry {
         } else {
             return content.Error();
         }
-        const std::u16string wideKey = ToUtf16(key, m_codePage);
-        const std::u16string node = Is64Bit(text) ? NodeKey(root, wideKey) : std::u16string();
-        const std::string changed =
-            WithValue(text, node.empty() ? wideKey : node, ToUtf16(value, m_codePage),
-                      {type, std::move(data)}, std::chrono::system_clock::now());
+        const std::string changed = WithValue(text, NodeKey(text, root, ToUtf16(key, m_codePage)),
+                                              ToUtf16(value, m_codePage), {type, std::move(data)},
+                                              std::chrono::system_clock::now());
         if (content && changed == text) return {};
-        m_contents[root == RegistryRoot::kLocalMachine ? 0 : 1].isRead = false;
+        m_contents[root].isRead = false;
         return WriteWhole(m_native, PathOf(root), changed);
     }
 
     const std::string m_prefix;
     Files& m_native;
     const unsigned m_codePage;
-    std::array<Content, 2> m_contents;
+    std::map<RegistryRoot, Content> m_contents;
 };
 
 }  // namespace
