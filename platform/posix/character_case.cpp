@@ -32,6 +32,17 @@ std::u32string Folded(std::string_view text) {
     return folded;
 }
 
+// Stops at the first difference: a folder may hold very many names.
+bool EqualFolded(std::string_view a, std::string_view b) {
+    while (!a.empty() && !b.empty()) {
+        const char firstA = a.front(), firstB = b.front();
+        const char32_t characterA = text::TakeUtf8(a), characterB = text::TakeUtf8(b);
+        if (FoldCase(characterA) != FoldCase(characterB)) return false;
+        if (characterA == text::kNoCharacter && firstA != firstB) return false;
+    }
+    return a.empty() && b.empty();
+}
+
 }  // namespace
 
 char32_t FoldCase(char32_t character) {
@@ -52,6 +63,7 @@ char32_t RaiseCase(char32_t character) {
 
 bool MatchesPattern(std::string_view name, std::string_view pattern) {
     if (pattern == "*") return true;
+    if (pattern.find_first_of("*?") == std::string_view::npos) return EqualFolded(name, pattern);
     return platform::MatchesPattern<std::u32string_view>(Folded(name), Folded(pattern),
                                                          std::equal_to<>());
 }
