@@ -38,18 +38,13 @@ std::string HeaderOf(const Mail& mail, std::chrono::seconds offset) {
     return header.Str();
 }
 
+// In the order of TextPiece::Kind.
+constexpr std::string_view kTypes[] = {
+    "text/plain; charset=UTF-8", "text/plain; charset=UTF-8; format=flowed",
+    "text/html; charset=UTF-8; x-eudora=html", "text/enriched; charset=UTF-8; x-eudora=rich"};
+
 std::string_view TypeOf(TextPiece::Kind kind) {
-    switch (kind) {
-        case TextPiece::Kind::kPlain:
-            return "text/plain; charset=UTF-8";
-        case TextPiece::Kind::kFlowed:
-            return "text/plain; charset=UTF-8; format=flowed";
-        case TextPiece::Kind::kHtml:
-            return "text/html; charset=UTF-8; x-eudora=html";
-        case TextPiece::Kind::kEnriched:
-            break;
-    }
-    return "text/enriched; charset=UTF-8; x-eudora=rich";
+    return kTypes[static_cast<std::size_t>(kind)];
 }
 
 void AppendText(std::string& out, const EncodedPiece& text, std::string_view type) {

@@ -93,14 +93,6 @@ bool IsStuffedRight(std::string_view line) {
            line.starts_with("From ");
 }
 
-// Most texts have none: looking at line ends alone is the quick way to know.
-bool HasLineEndingInBlank(std::string_view text) {
-    for (auto at = text.find('\n'); at != kNone; at = text.find('\n', at + 1)) {
-        if (at > 0 && text[at - 1] == ' ') return true;
-    }
-    return false;
-}
-
 bool IsWrapped(std::string_view line, std::string_view next) {
     const std::size_t depth = QuoteDepth(line);
     if (line.size() > kWidestWrap || depth != QuoteDepth(next)) return false;
@@ -128,7 +120,6 @@ std::vector<TextPiece> SplitText(std::string_view text) {
 }
 
 bool LooksFlowed(std::string_view text) {
-    if (!HasLineEndingInBlank(text)) return false;
     bool isFlowed = false;
     while (!text.empty()) {
         const std::string_view line = TakeLine(text);

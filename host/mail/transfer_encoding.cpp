@@ -1,9 +1,6 @@
 #include "host/mail/transfer_encoding.h"
 
 #include <algorithm>
-#include <bit>
-#include <cstdint>
-#include <cstring>
 
 #include "text/encoded_words.h"
 
@@ -14,27 +11,6 @@ namespace {
 constexpr std::size_t kLongestLine = 998;
 constexpr std::size_t kQuotedWidth = 76;
 constexpr std::string_view kSeparator = "From ";
-
-// Eight bytes at a time: every text is counted.
-std::size_t CountNonAscii(std::string_view text) {
-    std::size_t count = 0;
-    while (!text.empty()) {
-        std::uint64_t word = 0;
-        const std::size_t bytes = std::min(text.size(), sizeof word);
-        std::memcpy(&word, text.data(), bytes);
-        count += static_cast<std::size_t>(std::popcount(word & 0x8080808080808080));
-        text.remove_prefix(bytes);
-    }
-    return count;
-}
-
-// Mostly there is none, which is found out fast.
-std::size_t CountOf(std::string_view text, char letter) {
-    const std::size_t first = text.find(letter);
-    if (first == std::string_view::npos) return 0;
-    return static_cast<std::size_t>(
-        std::count(text.begin() + static_cast<std::ptrdiff_t>(first), text.end(), letter));
-}
 
 bool LinesFit(std::string_view text) {
     while (!text.empty()) {
@@ -90,23 +66,17 @@ void AppendQuoted(std::string& out, std::string_view text) {
 }  // namespace
 
 std::string_view NameOf(TransferEncoding encoding) {
-    switch (encoding) {
-        case TransferEncoding::k7Bit:
-            return "7bit";
-        case TransferEncoding::kQuotedPrintable:
-            return "quoted-printable";
-        case TransferEncoding::kBase64:
-            break;
-    }
-    return "base64";
+    constexpr std::string_view kNames[] = {"7bit", "quoted-printable", "base64"};
+    return kNames[static_cast<std::size_t>(encoding)];
 }
 
 TransferEncoding ChooseEncoding(std::string_view text) {
-    const std::size_t high = CountNonAscii(text);
-    const std::size_t odd = CountOf(text, '\0') + CountOf(text, '\r');
-    if (high == 0 && odd == 0 && LinesFit(text)) return TransferEncoding::k7Bit;
+    const auto odd = static_cast<std::size_t>(std::ranges::count_if(text, [](char letter) {
+        return (letter & 0x80) != 0 || letter == '\0' || letter == '\r';
+    }));
+    if (odd == 0 && LinesFit(text)) return TransferEncoding::k7Bit;
     // An escape takes three bytes for one, base64 four for three.
-    const bool isMostlyText = (high + odd) * 6 <= text.size();
+    const bool isMostlyText = odd * 6 <= text.size();
     return isMostlyText ? TransferEncoding::kQuotedPrintable : TransferEncoding::kBase64;
 }
 
