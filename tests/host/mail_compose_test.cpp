@@ -76,7 +76,7 @@ TEST_F(ComposeTest, AMailOfAllSortsIsAllOfThem) {
         "<x-rich>\xE6\x97\xA5\xE6\x9C\xAC</x-rich>";
     Attach("report.pdf", std::string(60, '\xFF'));
     Attach("caf\xC3\xA9 1.JPG", "");
-    Attach("..\\..\\a \"b\"\n", "MZ");
+    Attach("..\\..\\" + std::string(66, 'a') + " \"b\"\n", "MZ");
     Attach(std::string(90, 'n') + "\xE5\x86\x99.txt", "x");
     mail.attachments.push_back({"gone.txt", "C:\\T\\gone"});
     mail.notes = {"no file"};
@@ -135,7 +135,8 @@ Content-Disposition: attachment; filename*=UTF-8''caf%C3%A9%201.JPG
 --=_4403fe94b7f443c3
 Content-Type: application/octet-stream
 Content-Transfer-Encoding: base64
-Content-Disposition: attachment; filename="a \"b\"_"
+Content-Disposition: attachment;
+	filename="aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa \"b\"_"
 
 TVo=
 

@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include "host/mail/content_type.h"
 #include "host/mail/mail_date.h"
 #include "host/mail/message_id.h"
 #include "tests/host/one_of.h"
@@ -82,20 +81,6 @@ TEST(MailText, NothingVisibleIsLost) {
         for (const char letter : {'a', 'b'}) {
             EXPECT_EQ(std::ranges::count(joined, letter), std::ranges::count(text, letter)) << text;
         }
-    }
-}
-
-TEST(ContentType, GoesByTheLastExtensionInAnyCase) {
-    const std::pair<std::string_view, std::string_view> rows[] = {{"A.JPG", "image/jpeg"},
-                                                                  {"a.tar.gz", "application/gzip"},
-                                                                  {"a.pdf.exe", ""},
-                                                                  {"x.avi", "video/x-msvideo"},
-                                                                  {"pdf", ""},
-                                                                  {"a.", ""},
-                                                                  {"mail.eml", ""}};
-    for (const auto& [name, type] : rows) {
-        EXPECT_EQ(mail::ContentTypeOf(name), type.empty() ? "application/octet-stream" : type)
-            << name;
     }
 }
 
