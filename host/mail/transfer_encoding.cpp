@@ -91,18 +91,24 @@ void AppendEncoded(std::string& out, std::string_view text, TransferEncoding enc
 }
 
 void AppendBase64(std::string& out, std::string_view bytes) {
-    for (; !bytes.empty(); bytes.remove_prefix(std::min<std::size_t>(3, bytes.size()))) {
-        const auto byte = [&](std::size_t i) {
-            return i < bytes.size() ? static_cast<unsigned char>(bytes[i]) : 0u;
-        };
-        const unsigned bits = byte(0) << 16 | byte(1) << 8 | byte(2);
-        out += {text::kBase64Digits[bits >> 18], text::kBase64Digits[bits >> 12 & 63],
-                bytes.size() > 1 ? text::kBase64Digits[bits >> 6 & 63] : '=',
-                bytes.size() > 2 ? text::kBase64Digits[bits & 63] : '='};
+    const std::size_t begin = out.size();
+    out.resize(begin + (bytes.size() + 2) / 3 * 4, '=');
+    char* at = out.data() + begin;
+    const auto byte = [&](std::size_t i) { return unsigned{static_cast<unsigned char>(bytes[i])}; };
+    const auto put = [&](unsigned bits, unsigned digits) {
+        for (unsigned i = 0; i < digits; ++i)
+            at[i] = text::kBase64Digits[bits >> (18 - 6 * i) & 63];
+        at += 4;
+    };
+    for (; bytes.size() >= 3; bytes.remove_prefix(3)) {
+        put(byte(0) << 16 | byte(1) << 8 | byte(2), 4);
     }
+    if (bytes.size() == 2) put(byte(0) << 16 | byte(1) << 8, 3);
+    if (bytes.size() == 1) put(byte(0) << 16, 2);
 }
 
 void AppendBase64Lines(std::string& out, std::string_view bytes) {
+    out.reserve(out.size() + (bytes.size() / kBase64LineBytes + 1) * 77);
     while (!bytes.empty()) {
         const auto line = bytes.substr(0, kBase64LineBytes);
         AppendBase64(out, line);
