@@ -1,5 +1,7 @@
 #include "host/base/report.h"
 
+#include <nlohmann/json.hpp>
+
 #include "host/base/json_text.h"
 
 namespace host::base {

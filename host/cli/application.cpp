@@ -10,7 +10,7 @@
 #include "host/cli/commands.h"
 #include "host/cli/configure_mail.h"
 #include "host/cli/version.h"
-#include "host/shell/kinds.h"
+#include "host/shell/console.h"
 #include "host/shell/shell.h"
 #include "host/sync/rules.h"
 #include "host/translator/module_messages.h"

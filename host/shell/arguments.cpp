@@ -1,8 +1,11 @@
 #include "host/shell/arguments.h"
 
 #include <charconv>
+#include <optional>
 
-#include "host/shell/byte_text.h"
+#include <nlohmann/json.hpp>
+
+#include "text/utf.h"
 
 namespace host::shell {
 
@@ -14,6 +17,17 @@ bool IsBlank(char letter) {
 
 bool IsJson(const std::string& word) {
     return !word.empty() && (word[0] == '"' || word[0] == '[' || word[0] == '{');
+}
+
+// Nothing if the text holds a character above U+00FF or is no UTF-8.
+std::optional<std::string> FromUtf8(std::string_view utf8) {
+    std::string bytes;
+    while (!utf8.empty()) {
+        const char32_t character = text::TakeUtf8(utf8);
+        if (character > 0xFF) return std::nullopt;
+        bytes += static_cast<char>(character);
+    }
+    return bytes;
 }
 
 }  // namespace
@@ -55,23 +69,20 @@ std::size_t Arguments::WordEnd(std::size_t start) const {
     return m_rest.size();
 }
 
-std::string Arguments::Text(std::size_t index, std::string_view otherwise) {
-    if (!Has(index)) return std::string(otherwise);
-    const std::string& word = m_words[index];
-    if (IsJson(word)) return BytesOf(Value(index), *this);
-    const auto bytes = BytesFromJsonText(word);
+std::string Arguments::Bytes(const std::string& word) {
+    const auto bytes = FromUtf8(word);
     if (!bytes) Complain("a text holds a character above U+00FF: " + word);
     return bytes.value_or("");
 }
 
+std::string Arguments::Text(std::size_t index, std::string_view otherwise) {
+    if (!Has(index)) return std::string(otherwise);
+    return IsJson(m_words[index]) ? BytesOf(Value(index), *this) : Bytes(m_words[index]);
+}
+
 std::string Arguments::WholeText() {
-    if (Has(0) && m_words[0][0] == '"') {
-        ExpectAtMost(1);
-        return Text(0);
-    }
-    const auto bytes = BytesFromJsonText(m_rest);
-    if (!bytes) Complain("a text holds a character above U+00FF: " + m_rest);
-    return bytes.value_or("");
+    if (!Has(0) || m_words[0][0] != '"') return Bytes(m_rest);
+    return EndAt(1) ? Text(0) : std::string();
 }
 
 long Arguments::Number(std::size_t index, long otherwise) {
@@ -90,19 +101,24 @@ Json Arguments::Value(std::size_t index) {
     // Deeper values go: they would need as deep a stack.
     const auto isShallow = [](int depth, Json::parse_event_t, const Json&) { return depth < 64; };
     Json value = Json::parse(m_words[index], isShallow, false);
-    if (value.is_discarded()) {
-        Complain("not a JSON value: " + m_words[index]);
-        return nullptr;
-    }
-    return value;
+    if (!value.is_discarded()) return value;
+    Complain("not a JSON value: " + m_words[index]);
+    return nullptr;
 }
 
-void Arguments::ExpectAtMost(std::size_t count) {
+bool Arguments::EndAt(std::size_t count) {
     if (Has(count)) Complain("too many words: " + m_words[count]);
+    return !Failed();
 }
 
 void Arguments::Complain(std::string text) {
     if (m_complaint.empty()) m_complaint = std::move(text);
+}
+
+Json JsonOf(std::string_view bytes) {
+    std::string utf8;
+    for (const char byte : bytes) text::AppendUtf8(static_cast<unsigned char>(byte), utf8);
+    return utf8;
 }
 
 std::string BytesOf(const Json& value, Arguments& arguments) {
@@ -110,7 +126,7 @@ std::string BytesOf(const Json& value, Arguments& arguments) {
         arguments.Complain("not a text: " + value.dump());
         return {};
     }
-    const auto bytes = BytesFromJsonText(value.get_ref<const std::string&>());
+    const auto bytes = FromUtf8(value.get_ref<const std::string&>());
     if (!bytes) arguments.Complain("a text holds a character above U+00FF: " + value.dump());
     return bytes.value_or("");
 }

@@ -1,20 +1,18 @@
 #pragma once
 
 #include <cstddef>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 namespace host::shell {
 
 using Json = nlohmann::ordered_json;
 
 // The words of one line behind the operation: JSON texts, arrays and objects, and bare words that
-// end at a blank. Each getter that meets something unusable keeps the first complaint; the
-// operation asks Failed() before it calls anything.
+// end at a blank. The first complaint about them is kept, and nothing may be called after one.
 class Arguments {
   public:
     explicit Arguments(std::string_view rest);
@@ -27,8 +25,9 @@ class Arguments {
     long Number(std::size_t index, long otherwise);
     // Any JSON value; null if it is missing.
     Json Value(std::size_t index);
-    // Complains about words from `count` on.
-    void ExpectAtMost(std::size_t count);
+
+    // Whether no word stands behind the first `count` and there is no complaint.
+    bool EndAt(std::size_t count);
 
     void Complain(std::string text);
     bool Failed() const { return !m_complaint.empty(); }
@@ -36,12 +35,16 @@ class Arguments {
 
   private:
     std::size_t WordEnd(std::size_t start) const;
+    std::string Bytes(const std::string& word);
 
     std::string m_rest;
     std::vector<std::string> m_words;
     std::string m_complaint;
 };
 
+// Bytes of the translator interface as a JSON text: the characters U+0000 to U+00FF stand for the
+// bytes 0 to 255.
+Json JsonOf(std::string_view bytes);
 // The bytes of a JSON text; complains if it is none or holds a character above U+00FF.
 std::string BytesOf(const Json& value, Arguments& arguments);
 

@@ -1,9 +1,12 @@
 #include "host/shell/cell.h"
 
+#include <cstdlib>
 #include <limits>
 
+#include <nlohmann/json.hpp>
+
 #include "frame/interface/host_records.h"
-#include "host/shell/byte_text.h"
+#include "host/translator/translator_session.h"
 #include "platform/kvutil/kvutil.h"
 
 namespace host::shell {
@@ -20,6 +23,16 @@ bool FitsNumber(const Json& value) {
 }
 
 }  // namespace
+
+std::optional<unsigned long> FieldType(unsigned long kind, const std::string& id) {
+    constexpr int kDate = 6, kSize = 9, kStatus = 10;
+    if (kind == translator::kContactsKind) return kTextCell;
+    if (kind != translator::kMailKind) return std::nullopt;
+    // The translator reads an id just so, whatever stands behind the number.
+    const int field = std::atoi(id.c_str());
+    if (field == kDate) return kDateCell;
+    return field == kSize || field == kStatus ? kNumberCell : kTextCell;
+}
 
 Cell::Cell(unsigned long type) : m_type(type) {
     if (IsDate()) m_date = kNoDate;
@@ -49,7 +62,7 @@ void* Cell::Address() {
 Json Cell::Take() {
     if (m_type == kTextCell) {
         if (m_text == nullptr) return nullptr;
-        Json value = JsonTextFromBytes(m_text);
+        Json value = JsonOf(m_text);
         if (m_text != m_bytes.data()) FreeVornString(m_text);
         m_text = nullptr;
         return value;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "host/shell/arguments.h"
@@ -8,6 +9,10 @@
 namespace host::shell {
 
 inline constexpr unsigned long kNumberCell = 1, kTextCell = 4, kDateCell = 7;
+
+// The type of a field of that data kind: it is promised by the interface, while a settings file may
+// list another one. Nothing for a kind that has no fields of its own.
+std::optional<unsigned long> FieldType(unsigned long kind, const std::string& id);
 
 // A value cell of the translator interface, of any field type. It cannot be moved while the module
 // knows its address.

@@ -1,13 +1,17 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <string_view>
 
 #include "host/base/failure.h"
-#include "host/shell/arguments.h"
 #include "host/translator/host_context.h"
 #include "host/translator/translator_host.h"
 
 namespace host::shell {
+
+// "contacts", "mail", "other" (a kind that the module does not know) or a number.
+std::optional<unsigned long> ParseKind(std::string_view text);
 
 // What the operations of the shell work on: the loaded module and the one translator in hand.
 class Console {

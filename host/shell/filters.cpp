@@ -2,6 +2,8 @@
 
 #include <new>
 
+#include <nlohmann/json.hpp>
+
 #include "platform/kvutil/kvutil.h"
 
 namespace host::shell {

@@ -1,76 +1,340 @@
 #include "host/shell/operations.h"
 
-#include "host/shell/record_operations.h"
-#include "host/shell/selection_operations.h"
+#include <limits>
+#include <list>
+
+#include <nlohmann/json.hpp>
+
+#include "host/shell/cell.h"
+#include "host/shell/filters.h"
+#include "host/shell/reserved_operations.h"
+#include "host/translator/batch_sink.h"
 
 namespace host::shell {
 
 namespace {
 
-using namespace operations;
+using T = CRRecordTranslator;
+
+// An out argument that the module may leave alone, and then shows as null, begins with `untouched`.
+template <class Number>
+Json NumberOrNull(Number value, Number untouched) {
+    return value == untouched ? Json(nullptr) : Json(value);
+}
+
+// Of the module; no argument, a code alone.
+template <auto operation>
+void OfModule(Call& call) {
+    if (call.arguments.EndAt(0)) call.answer["code"] = (call.console.Module().*operation)();
+}
+
+// Of the translator; no argument, a code alone.
+template <auto operation>
+void Plain(Call& call) {
+    if (call.arguments.EndAt(0)) call.answer["code"] = (call.Translator().*operation)();
+}
+
+template <auto operation>
+void GivesText(Call& call) {
+    if (!call.arguments.EndAt(0)) return;
+    CString text;
+    call.answer["code"] = (call.Translator().*operation)(text);
+    call.answer["value"] = JsonOf(text.Str());
+}
+
+template <auto operation>
+void GivesCount(Call& call) {
+    if (!call.arguments.EndAt(0)) return;
+    constexpr long kUntouched = std::numeric_limits<long>::min();
+    long count = kUntouched;
+    call.answer["code"] = (call.Translator().*operation)(&count);
+    call.answer["value"] = NumberOrNull(count, kUntouched);
+}
+
+template <auto first, auto next>
+void Empties(Call& call) {
+    if (!call.arguments.EndAt(0)) return;
+    Json messages = Json::array();
+    CString message;
+    RRETURNCODE code = (call.Translator().*first)(message);
+    for (; code == RRC_OK; code = (call.Translator().*next)(message)) {
+        messages.push_back(JsonOf(message.Str()));
+    }
+    call.answer["messages"] = messages;
+}
+
+// With an id, or without one of the current record.
+template <RRETURNCODE (T::*current)(), RRETURNCODE (T::*named)(LPCTSTR)>
+void OfRecord(Call& call) {
+    const std::string id = call.arguments.WholeText();
+    if (call.arguments.Failed()) return;
+    call.answer["code"] = call.arguments.Has(0) ? (call.Translator().*named)(id.c_str())
+                                                : (call.Translator().*current)();
+}
+
+template <auto set>
+void Filters(Call& call) {
+    const Json list = call.arguments.Value(0);
+    if (!call.arguments.EndAt(1)) return;
+    const RRETURNCODE code = set(call.Translator(), list, call.arguments);
+    if (!call.arguments.Failed()) call.answer["code"] = code;
+}
+
+void Init(Call& call) {
+    const std::string language = call.arguments.Text(0);
+    if (!call.arguments.EndAt(1)) return;
+    std::string message;
+    call.answer["code"] =
+        call.console.Module().Init(call.arguments.Has(0) ? language.c_str() : nullptr, message);
+    call.answer["message"] = JsonOf(message);
+}
+
+void New(Call& call) {
+    const auto kind = ParseKind(call.arguments.Text(0));
+    if (!kind) {
+        call.arguments.Complain("contacts, mail, other or the number of a data kind is needed");
+    }
+    if (call.arguments.EndAt(1)) call.answer["code"] = call.console.Renew(*kind);
+}
+
+void Properties(Call& call) {
+    if (!call.arguments.EndAt(0)) return;
+    constexpr unsigned long kUntouched = 0x5A5AA5A5;
+    unsigned long properties = kUntouched;
+    call.answer["code"] = call.Translator().GetAppProperties(&properties);
+    call.answer["value"] = NumberOrNull(properties, kUntouched);
+}
+
+void GetAppInfo(Call& call) {
+    const auto configure = static_cast<BOOL>(call.arguments.Number(0, 0));
+    CString selection(call.arguments.Text(1)), summary;
+    if (!call.arguments.EndAt(2)) return;
+    call.answer["code"] =
+        call.Translator().GetAppInfo(configure, &call.console.Context(), selection, 0, summary, 0);
+    call.answer["selection"] = JsonOf(selection.Str());
+    call.answer["summary"] = JsonOf(summary.Str());
+}
+
+void SaveSettings(Call& call) {
+    const std::string selection = call.arguments.Text(0);
+    if (!call.arguments.EndAt(1)) return;
+    tagRAPPINFO info{0, selection.c_str()};
+    call.answer["code"] = call.Translator().SaveSettings(0, &info, 0);
+}
+
+void Open(Call& call) {
+    const int mode = static_cast<int>(call.arguments.Number(0, 0));
+    if (!call.arguments.EndAt(1)) return;
+    call.answer["code"] = call.Translator().Open(mode, 0, 0, 0, &call.console.Context(), 0);
+}
+
+void Close(Call& call) {
+    const int mode = static_cast<int>(call.arguments.Number(0, 0));
+    if (call.arguments.EndAt(1)) call.answer["code"] = call.Translator().Close(mode);
+}
+
+void Fields(Call& call) {
+    if (!call.arguments.EndAt(0)) return;
+    Json fields = Json::array();
+    CString id, name;
+    unsigned long type = 0, tag = 0;
+    unsigned short ordinal = 0;
+    RRETURNCODE code = call.Translator().GetFirstFieldInfo(id, name, &type, &tag, &ordinal);
+    while (code == RRC_OK) {
+        fields.push_back({{"id", JsonOf(id.Str())},
+                          {"name", JsonOf(name.Str())},
+                          {"type", type},
+                          {"tag", tag},
+                          {"ordinal", ordinal}});
+        code = call.Translator().GetNextFieldInfo(id, name, &type, &tag, &ordinal);
+    }
+    call.answer["code"] = code == RRC_NONE ? RRC_OK : code;
+    call.answer["fields"] = fields;
+}
+
+void GoTo(Call& call) {
+    const std::string id = call.arguments.WholeText();
+    if (!call.arguments.Has(0)) call.arguments.Complain("the id of a record is needed");
+    if (!call.arguments.Failed()) call.answer["code"] = call.Translator().GoToRecord(id.c_str());
+}
+
+// The type to give for a field: the field's own, and where the kind has no fields the one on the
+// line, else text. A translator takes it on trust that the cell is one of the field's own type.
+unsigned long CellType(Call& call, const std::string& id, std::size_t index) {
+    const auto own = FieldType(call.console.Kind(), id);
+    if (!call.arguments.Has(index)) return own.value_or(kTextCell);
+    const auto given = static_cast<unsigned long>(call.arguments.Number(index, 0));
+    if (own && given != *own) {
+        call.arguments.Complain("field " + id + " is of type " + std::to_string(*own));
+    }
+    return given;
+}
+
+void GetField(Call& call) {
+    const std::string id = call.arguments.Text(0);
+    if (!call.arguments.Has(0)) call.arguments.Complain("the id of a field is needed");
+    unsigned long type = CellType(call, id, 1);
+    if (!call.arguments.EndAt(2)) return;
+    Cell cell(type);
+    call.answer["code"] = call.Translator().GetField(id.c_str(), &type, cell.Address());
+    call.answer["type"] = type;
+    call.answer["value"] = cell.Take();
+}
+
+void SetField(Call& call) {
+    const std::string id = call.arguments.Text(0);
+    if (!call.arguments.Has(1)) {
+        call.arguments.Complain("the id of a field and a JSON value are needed");
+    }
+    const Json value = call.arguments.Value(1);
+    unsigned long type = CellType(call, id, 2);
+    if (!call.arguments.EndAt(3)) return;
+    Cell cell(type, value, call.arguments);
+    if (call.arguments.Failed()) return;
+    call.answer["code"] = call.Translator().SetField(id.c_str(), &type, cell.Address());
+}
+
+struct ShownCell {
+    std::string field;
+    Cell cell;
+    ShownCell(const std::string& id, unsigned long type, const Json& value, Arguments& arguments)
+        : field(id), cell(type, value, arguments) {}
+};
+
+RRETURNCODE Show(void* context, const char* fieldId, void** cell, unsigned long* type,
+                 BOOL* hasField) {
+    *hasField = 0;
+    for (ShownCell& shown : *static_cast<std::list<ShownCell>*>(context)) {
+        if (shown.field != fieldId) continue;
+        *cell = shown.cell.Address();
+        *type = shown.cell.Type();
+        *hasField = 1;
+    }
+    return RRC_OK;
+}
+
+void IsOk(Call& call) {
+    const Json values = call.arguments.Value(0);
+    if (!values.is_object()) {
+        call.arguments.Complain("a JSON object of field ids and values is needed");
+    }
+    if (!call.arguments.EndAt(1)) return;
+    std::list<ShownCell> shown;
+    for (const auto& [id, value] : values.items()) {
+        const unsigned long type = FieldType(call.console.Kind(), id).value_or(kTextCell);
+        shown.emplace_back(id, type, value, call.arguments);
+    }
+    if (call.arguments.Failed()) return;
+    BOOL ok = 0;
+    call.answer["code"] = call.Translator().IsOkToSetRecord(0, &Show, &shown, &ok);
+    call.answer["ok"] = ok != 0;
+}
+
+void IsOkToProceed(Call& call) {
+    if (!call.arguments.EndAt(0)) return;
+    BOOL ok = 0;
+    call.answer["code"] = call.Translator().IsOkToProceed(0, 0, &ok);
+    call.answer["ok"] = ok != 0;
+}
+
+void Add(Call& call) {
+    const auto word = static_cast<RWORD>(call.arguments.Number(0, 0));
+    if (call.arguments.EndAt(1)) call.answer["code"] = call.Translator().AddNewRecord(word);
+}
+
+void Update(Call& call) {
+    if (!call.arguments.EndAt(0)) return;
+    CString id, modifiedInfo;
+    call.answer["code"] = call.Translator().UpdateRecord(id, modifiedInfo);
+    call.answer["id"] = JsonOf(id.Str());
+    call.answer["modifiedInfo"] = JsonOf(modifiedInfo.Str());
+}
+
+void BatchUpdate(Call& call) {
+    if (!call.arguments.EndAt(0)) return;
+    translator::CollectingSink sink;
+    call.answer["code"] = call.Translator().BatchUpdate(&sink);
+    call.answer["stored"] = Json::array();
+    for (const auto& [id, modifiedInfo] : sink.report.stored) {
+        call.answer["stored"].push_back(
+            {{"id", JsonOf(id)}, {"modifiedInfo", JsonOf(modifiedInfo)}});
+    }
+    call.answer["deleted"] = Json::array();
+    for (const auto& id : sink.report.deleted) call.answer["deleted"].push_back(JsonOf(id));
+}
+
+void Reserved(Call& call) {
+    const long number = call.arguments.Number(0, 0);
+    std::array<RWORD, kMostReservedWords> words{};
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        words[i] = static_cast<RWORD>(call.arguments.Number(i + 1, 0));
+    }
+    (void)call.arguments.EndAt(1 + words.size());
+    if (number < 1 || number > static_cast<long>(kReservedOperations)) {
+        call.arguments.Complain("a number from 1 to " + std::to_string(kReservedOperations) +
+                                " is needed");
+    }
+    if (call.arguments.Failed()) return;
+    call.answer["code"] = CallReserved(call.Translator(), static_cast<std::size_t>(number), words);
+}
+
+using translator::TranslatorHost;
 
 constexpr Operation kOperations[] = {
-    {"Init", "[LANGUAGE]", "InitTranslatorEx; without a language the last one stays",
-     &operations::Init, false},
-    {"New", "KIND", "release the translator and make one: contacts, mail, other or a number",
-     &operations::New, false},
-    {"Properties", "", "GetAppProperties", &operations::Properties},
+    {"Init", "[LANGUAGE]", "InitTranslatorEx; without a language the last one stays", &Init, false},
+    {"New", "KIND", "release the translator and make one: contacts, mail, other or a number", &New,
+     false},
+    {"Properties", "", "GetAppProperties", &Properties},
     {"GetAppInfo", "[CONFIGURE [SELECTION]]",
-     "choose the store; CONFIGURE 1 shows the dialog, on Linux in a terminal",
-     &operations::GetAppInfo},
-    {"SaveSettings", "PATH", "SaveSettings", &operations::SaveSettings},
-    {"Open", "[MODE]", "Open", &operations::Open},
-    {"Fields", "", "GetFirstFieldInfo and GetNextFieldInfo to the end", &operations::Fields},
-    {"FieldCount", "", "GetFieldCount; null if the translator gives none", &operations::FieldCount},
+     "choose the store; CONFIGURE 1 shows the dialog, on Linux in a terminal", &GetAppInfo},
+    {"SaveSettings", "PATH", "SaveSettings", &SaveSettings},
+    {"Open", "[MODE]", "Open", &Open},
+    {"Fields", "", "GetFirstFieldInfo and GetNextFieldInfo to the end", &Fields},
+    {"FieldCount", "", "GetFieldCount; null if the translator gives none",
+     &GivesCount<&T::GetFieldCount>},
     {"RecordCount", "", "GetRecordCount; null if the translator gives none",
-     &operations::RecordCount},
+     &GivesCount<&T::GetRecordCount>},
     {"TextFilter", "[{\"field\":ID,\"text\":TEXT,\"substring\":BOOL}, ...]", "SetTextFilter",
-     &operations::TextFilter},
+     &Filters<&SetTextFilters>},
     {"DateFilter", "[{\"field\":ID,\"start\":DATE,\"end\":DATE,\"skip\":BOOL}, ...]",
-     "SetDateFilter; dates are OLE numbers, null for none", &operations::DateFilter},
+     "SetDateFilter; dates are OLE numbers, null for none", &Filters<&SetDateFilters>},
     {"BoolFilter", "[{\"field\":ID,\"value\":BOOL}, ...]", "SetBoolFilter",
-     &operations::BoolFilter},
-    {"MoveFirst", "", "MoveFirst", &operations::MoveFirst},
-    {"MoveNext", "", "MoveNext", &operations::MoveNext},
-    {"GoTo", "ID", "GoToRecord", &operations::GoTo},
-    {"GetRecordID", "", "GetRecordID", &operations::GetRecordID},
-    {"GetModifiedInfo", "", "GetModifiedInfo", &operations::GetModifiedInfo},
+     &Filters<&SetBoolFilters>},
+    {"MoveFirst", "", "MoveFirst", &Plain<&T::MoveFirst>},
+    {"MoveNext", "", "MoveNext", &Plain<&T::MoveNext>},
+    {"GoTo", "ID", "GoToRecord", &GoTo},
+    {"GetRecordID", "", "GetRecordID", &GivesText<&T::GetRecordID>},
+    {"GetModifiedInfo", "", "GetModifiedInfo", &GivesText<&T::GetModifiedInfo>},
     {"GetField", "FIELD [TYPE]",
-     "GetField; null for a field without value. TYPE is for kinds that have no fields",
-     &operations::GetField},
+     "GetField; null for a field without value. TYPE is for kinds that have no fields", &GetField},
     {"IsOk", "{\"FIELD\":VALUE, ...}", "IsOkToSetRecord with these values shown to the callback",
-     &operations::IsOk},
-    {"IsOkToProceed", "", "IsOkToProceed", &operations::IsOkToProceed},
-    {"Add", "[WORD]", "AddNewRecord", &operations::Add},
+     &IsOk},
+    {"IsOkToProceed", "", "IsOkToProceed", &IsOkToProceed},
+    {"Add", "[WORD]", "AddNewRecord", &Add},
     {"Edit", "[ID]", "EditRecord, of the current record or of the one with that id",
-     &operations::Edit},
-    {"SetField", "FIELD VALUE [TYPE]", "SetField", &operations::SetField},
-    {"Update", "", "UpdateRecord", &operations::Update},
+     &OfRecord<&T::EditRecord, &T::EditRecord>},
+    {"SetField", "FIELD VALUE [TYPE]", "SetField", &SetField},
+    {"Update", "", "UpdateRecord", &Update},
     {"Delete", "[ID]", "DeleteRecord, of the current record or of the one with that id",
-     &operations::Delete},
-    {"DeleteAll", "", "DeleteAllRecords", &operations::DeleteAll},
-    {"BatchUpdate", "", "BatchUpdate; shows what its sink was told", &operations::BatchUpdate},
-    {"Errors", "", "empty the error queue", &operations::Errors},
-    {"Warnings", "", "empty the warning queue", &operations::Warnings},
-    {"Close", "[MODE]", "Close", &operations::Close},
-    {"Uninit", "", "UninitTranslator", &operations::Uninit, false},
-    {"RemoveTranslator", "", "RemoveTranslator", &operations::RemoveTranslator, false},
-    {"SelfDiagnose", "", "SelfDiagnose", &operations::SelfDiagnose, false},
-    {"Reserved", "NUMBER [WORD ...]", "the reserved operation of that number",
-     &operations::Reserved},
+     &OfRecord<&T::DeleteRecord, &T::DeleteRecord>},
+    {"DeleteAll", "", "DeleteAllRecords", &Plain<&T::DeleteAllRecords>},
+    {"BatchUpdate", "", "BatchUpdate; shows what its sink was told", &BatchUpdate},
+    {"Errors", "", "empty the error queue",
+     &Empties<&T::GetFirstErrorMessage, &T::GetNextErrorMessage>},
+    {"Warnings", "", "empty the warning queue",
+     &Empties<&T::GetFirstWarningMessage, &T::GetNextWarningMessage>},
+    {"Close", "[MODE]", "Close", &Close},
+    {"Uninit", "", "UninitTranslator", &OfModule<&TranslatorHost::Uninit>, false},
+    {"RemoveTranslator", "", "RemoveTranslator", &OfModule<&TranslatorHost::RemoveTranslator>,
+     false},
+    {"SelfDiagnose", "", "SelfDiagnose", &OfModule<&TranslatorHost::SelfDiagnose>, false},
+    {"Reserved", "NUMBER [WORD ...]", "the reserved operation of that number", &Reserved},
 };
 
 }  // namespace
 
 std::span<const Operation> Operations() {
     return kOperations;
-}
-
-const Operation* FindOperation(std::string_view name) {
-    for (const Operation& operation : kOperations) {
-        if (name == operation.name) return &operation;
-    }
-    return nullptr;
 }
 
 }  // namespace host::shell

@@ -40,9 +40,7 @@ constexpr std::array<Caller, kReservedOperations> kCallers = {
 
 }  // namespace
 
-std::optional<RRETURNCODE> CallReserved(CRRecordTranslator& translator, std::size_t number,
-                                        const Words& words) {
-    if (number < 1 || number > kCallers.size()) return std::nullopt;
+RRETURNCODE CallReserved(CRRecordTranslator& translator, std::size_t number, const Words& words) {
     return kCallers[number - 1](translator, words);
 }
 

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstddef>
-#include <optional>
 
 #include "frame/interface/translators.h"
 
@@ -11,9 +10,9 @@ namespace host::shell {
 inline constexpr std::size_t kReservedOperations = 33;
 inline constexpr std::size_t kMostReservedWords = 5;
 
-// Calls the reserved operation of that number, from 1 on, with as many of the words as it takes;
-// nothing if there is no such operation.
-std::optional<RRETURNCODE> CallReserved(CRRecordTranslator& translator, std::size_t number,
-                                        const std::array<RWORD, kMostReservedWords>& words);
+// Calls the reserved operation of that number, from 1 to kReservedOperations, with as many of the
+// words as it takes.
+RRETURNCODE CallReserved(CRRecordTranslator& translator, std::size_t number,
+                         const std::array<RWORD, kMostReservedWords>& words);
 
 }  // namespace host::shell

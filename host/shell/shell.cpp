@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <nlohmann/json.hpp>
+
 #include "host/base/json_text.h"
 #include "host/base/output.h"
 #include "host/shell/operations.h"
@@ -14,16 +16,15 @@ std::string Complaint(const std::string& operation, const std::string& text) {
     return base::JsonText(Json{{"op", operation}, {"error", text}});
 }
 
-}  // namespace
-
+// The answer to one line, without a line end; empty if the line asks for nothing.
 std::string AnswerLine(Console& console, std::string line) {
     while (!line.empty() && (line.back() == '\r' || line.back() == ' ')) line.pop_back();
     const auto start = line.find_first_not_of(" \t");
     if (start == std::string::npos || line[start] == '#') return {};
     const auto end = std::min(line.find_first_of(" \t", start), line.size());
     const std::string name = line.substr(start, end - start);
-    const Operation* const operation = FindOperation(name);
-    if (operation == nullptr) {
+    const auto operation = std::ranges::find(Operations(), name, &Operation::name);
+    if (operation == Operations().end()) {
         return Complaint(name, "unknown operation; kvsync shell --help lists them");
     }
     if (operation->needsTranslator && console.Translator() == nullptr) {
@@ -31,9 +32,12 @@ std::string AnswerLine(Console& console, std::string line) {
     }
     Arguments arguments(std::string_view(line).substr(end));
     Json answer = {{"op", name}};
-    operation->run(console, arguments, answer);
+    Call call{console, arguments, answer};
+    operation->run(call);
     return arguments.Failed() ? Complaint(name, arguments.Complaint()) : base::JsonText(answer);
 }
+
+}  // namespace
 
 void RunShell(Console& console, std::istream& in) {
     for (std::string line; std::getline(in, line);) {

@@ -12,9 +12,6 @@ namespace host::shell {
 // that cannot be used gives {"op":...,"error":...} and the next one is read.
 void RunShell(Console& console, std::istream& in);
 
-// The answer to one line, without a line end; empty if the line asks for nothing.
-std::string AnswerLine(Console& console, std::string line);
-
 // The list of operations for the help text.
 std::string ShellHelp();
 
