@@ -8,7 +8,7 @@
 
 #include "host/base/output.h"
 #include "host/cli/commands.h"
-#include "host/cli/configure_mail.h"
+#include "host/cli/configure.h"
 #include "host/cli/version.h"
 #include "host/shell/console.h"
 #include "host/shell/shell.h"
@@ -29,7 +29,7 @@ constexpr const char* kFooter =
 
 constexpr const char* kEmpty = "is empty where a path is needed";
 
-using Action = std::function<base::ExitCode(const Options&)>;
+using Action = std::function<Ending(const Options&)>;
 
 // What the command line asks for.
 struct Request {
@@ -134,7 +134,7 @@ base::ExitCode Misuse(const std::string& text) {
     return base::ExitCode::kUsage;
 }
 
-base::ExitCode Configure(const Options& options, const Request& request) {
+Ending Configure(const Options& options, const Request& request) {
     if (request.what == "mail") return ConfigureMail(options, request.limits);
     if (request.limits.IsEmpty()) return ConfigureContacts(options);
     return Misuse("--age, --size, --attachments and --attachment-size belong to configure mail");
@@ -243,7 +243,10 @@ base::ExitCode RunApplication(std::vector<std::string> arguments) {
     }
     const translator::ModuleMessages messages;
     if (request.options.verbose) g_bEnableLog = 1;
-    return request.action(request.options);
+    const Ending ending = request.action(request.options);
+    if (ending) return *ending;
+    base::PrintError(ending.Error().Message());
+    return ending.Error().exit;
 }
 
 }  // namespace host::cli

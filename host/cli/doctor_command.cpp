@@ -63,7 +63,7 @@ void PrintJson(const std::vector<doctor::Finding>& findings) {
 
 }  // namespace
 
-base::ExitCode Doctor(const Options& options) {
+Ending Doctor(const Options& options) {
     auto findings = doctor::Examine(options.setup, options.contacts);
     findings.push_back(MaildirFinding(options));
     if (options.json) {

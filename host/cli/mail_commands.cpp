@@ -18,6 +18,12 @@ std::string WithoutBrackets(const std::string& id) {
     return isBracketed ? id.substr(1, id.size() - 2) : id;
 }
 
+// Of a mail that is passed over; the walk goes on.
+base::ExitCode Tell(const base::Failure& failure) {
+    base::PrintError(failure.Message());
+    return failure.exit;
+}
+
 // Walks in search of a Message-ID: the one of the mail, or the one that kvsync gives it outside
 // Eudora.
 base::Result<bool> FindMessage(mail::EudoraMails& mails, const std::string& messageId) {
@@ -26,7 +32,7 @@ base::Result<bool> FindMessage(mail::EudoraMails& mails, const std::string& mess
         mails.Walk(mail::Reach::kWithinLimits, [&](const mail::MailHead&) -> base::Result<bool> {
             const auto mail = mails.Read(mail::MailParts::kHeader);
             if (!mail) {
-                (void)Fail(mail.Error());
+                (void)Tell(mail.Error());
                 return true;
             }
             isFound = mail->messageId == messageId || mail::MessageIdOf(*mail) == messageId;
@@ -42,9 +48,8 @@ base::Result<bool> Find(mail::EudoraMails& mails, const std::string& id) {
 }
 
 base::Failure NoSuchMail(const std::string& id) {
-    return base::Refused("there is no mail " + id +
-                         " among those that the limits let pass: kvsync list " +
-                         "mail shows the ids, and with its id any mail can be shown");
+    return base::Refused("there is no mail " + id + " among those that the limits let pass",
+                         "kvsync list mail shows the ids, and with its id any mail can be shown");
 }
 
 unsigned CodePage() {
@@ -53,11 +58,11 @@ unsigned CodePage() {
 
 }  // namespace
 
-base::ExitCode ListMail(const Options& options) {
-    auto place = Workplace::EnterForMail(options);
-    if (!place) return Fail(place.Error());
-    auto session = place->OpenMail();
-    if (!session) return Fail(session.Error());
+Ending ListMail(const Options& options) {
+    auto workplace = Workplace::EnterForMail(options);
+    if (!workplace) return workplace.Error();
+    auto session = workplace->OpenMail();
+    if (!session) return session.Error();
     mail::EudoraMails mails(*session, CodePage());
     const mail::MailParts parts =
         options.json ? mail::MailParts::kWithoutBody : mail::MailParts::kHeader;
@@ -66,30 +71,27 @@ base::ExitCode ListMail(const Options& options) {
         mails.Walk(mail::Reach::kWithinLimits, [&](const mail::MailHead&) -> base::Result<bool> {
             const auto mail = mails.Read(parts);
             if (!mail) {
-                code = Fail(mail.Error());
+                code = Tell(mail.Error());
                 return true;
             }
             return base::PrintLine(options.json ? MailJson(*mail, false) : MailLine(*mail));
         });
-    return walked ? code : Fail(walked.Error());
+    if (!walked) return walked.Error();
+    return code;
 }
 
-base::ExitCode ShowMail(const Options& options, const std::string& id) {
-    auto place = Workplace::EnterForMail(options);
-    if (!place) return Fail(place.Error());
-    auto session = place->OpenMail();
-    if (!session) return Fail(session.Error());
+Ending ShowMail(const Options& options, const std::string& id) {
+    auto workplace = Workplace::EnterForMail(options);
+    if (!workplace) return workplace.Error();
+    auto session = workplace->OpenMail();
+    if (!session) return session.Error();
     mail::EudoraMails mails(*session, CodePage());
     const auto found = Find(mails, id);
-    if (!found) return Fail(found.Error());
-    if (!*found) return Fail(NoSuchMail(id));
+    if (!found) return found.Error();
+    if (!*found) return NoSuchMail(id);
     const auto mail = mails.Read(mail::MailParts::kAll);
-    if (!mail) return Fail(mail.Error());
-    if (options.json) {
-        base::PrintLine(MailJson(*mail, true));
-    } else {
-        base::PrintText(MailText(*mail));
-    }
+    if (!mail) return mail.Error();
+    base::PrintText(options.json ? MailJson(*mail, true) : MailText(*mail));
     return base::ExitCode::kNothingToDo;
 }
 

@@ -3,7 +3,6 @@
 #include "host/base/output.h"
 #include "host/base/progress.h"
 #include "host/cli/commands.h"
-#include "host/cli/run_place.h"
 #include "host/cli/workplace.h"
 #include "host/mail/compose.h"
 #include "host/mail/eudora_mails.h"
@@ -30,7 +29,7 @@ class MailExport {
         const auto there = m_maildir.List();
         if (!there) return there.Error();
         if (!there->empty()) {
-            return base::Refused(folder + " holds mails already: name a new folder with --to");
+            return base::Refused(folder + " holds mails already", "name a new folder with --to");
         }
         return m_maildir.Create();
     }
@@ -83,8 +82,8 @@ class MailExport {
     bool m_hasLeftOut = false;
 };
 
-base::Status Export(Workplace& place, MailExport& target, const std::string& folder) {
-    auto session = place.OpenMail();
+base::Status Export(Workplace& workplace, MailExport& target, const std::string& folder) {
+    auto session = workplace.OpenMail();
     if (!session) return session.Error();
     if (auto begun = target.Begin(folder); !begun) return begun;
     mail::EudoraMails mails(*session, platform::NativeSystem().codePage);
@@ -96,17 +95,17 @@ base::Status Export(Workplace& place, MailExport& target, const std::string& fol
 
 }  // namespace
 
-base::ExitCode ExportMail(const Options& options, const std::string& toFolder) {
-    auto place = Workplace::EnterForMail(options);
-    if (!place) return Fail(place.Error());
+Ending ExportMail(const Options& options, const std::string& toFolder) {
+    auto workplace = Workplace::EnterForMail(options);
+    if (!workplace) return workplace.Error();
     ProgressLine progress(!options.quiet);
     const auto command = PlaceOf(options, progress);
-    if (!command) return Fail(command.Error());
+    if (!command) return command.Error();
     MailExport target(*command, toFolder);
-    const auto done = Export(*place, target, toFolder);
+    const auto done = Export(*workplace, target, toFolder);
     progress.Show({});
     for (const std::string& note : target.Notes()) base::PrintError(note);
-    if (!done) return Fail(done.Error());
+    if (!done) return done.Error();
     if (!options.quiet) {
         base::PrintLine(std::to_string(target.Count()) + " mails exported to " + toFolder);
     }

@@ -6,6 +6,7 @@
 
 #include "host/base/json_text.h"
 #include "host/base/native_path.h"
+#include "host/base/terminal_text.h"
 #include "host/mail/encoded_words.h"
 #include "host/mail/mail_date.h"
 #include "host/mail/mail_text.h"

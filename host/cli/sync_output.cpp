@@ -1,5 +1,7 @@
 #include "host/cli/sync_output.h"
 
+#include <algorithm>
+
 #include <nlohmann/json.hpp>
 
 namespace host::cli {
@@ -7,6 +9,7 @@ namespace host::cli {
 namespace {
 
 using nlohmann::json;
+using Json = nlohmann::ordered_json;
 using sync::Side;
 using sync::Verb;
 using Lines = std::vector<std::string>;
@@ -184,25 +187,37 @@ json MailsJson(const sync::Report& report) {
             {"notes", report.notes}};
 }
 
+base::ExitCode Worse(base::ExitCode a, base::ExitCode b) {
+    constexpr base::ExitCode kOrder[] = {base::ExitCode::kFailed, base::ExitCode::kRefused,
+                                         base::ExitCode::kConflictsLeft,
+                                         base::ExitCode::kChangesMade};
+    for (const base::ExitCode code : kOrder) {
+        if (a == code || b == code) return code;
+    }
+    return base::ExitCode::kNothingToDo;
+}
+
+Json JsonOf(const Output& output) {
+    return output.json ? *output.json : Json::object();
+}
+
+void Append(std::vector<std::string>& lines, const std::vector<std::string>& more) {
+    lines.insert(lines.end(), more.begin(), more.end());
+}
+
 }  // namespace
 
-base::Report SyncOutput(const base::Result<sync::Report>& report, Subject subject,
-                        bool countsOnly) {
-    if (!report) return base::RefusalReport(report.Error());
-    base::Report output;
-    output.code = report->Code();
-    output.lines = Describe(*report, subject, countsOnly);
-    output.lines.insert(output.lines.end(), report->notes.begin(), report->notes.end());
-    output.errors = report->errors;
-    base::FinishReport(output,
-                       subject == Subject::kContacts ? ContactsJson(*report) : MailsJson(*report));
+Output SyncOutput(const sync::Report& report, Subject subject, bool countsOnly) {
+    Output output{report.Code(), Describe(report, subject, countsOnly), report.errors, nullptr};
+    Append(output.lines, report.notes);
+    output.Finish(subject == Subject::kContacts ? ContactsJson(report) : MailsJson(report));
     return output;
 }
 
-base::Report StatusOutput(const sync::Preview& preview, std::vector<std::string> head,
-                          Subject subject, bool countsOnly) {
+Output StatusOutput(const sync::Preview& preview, std::vector<std::string> head, Subject subject,
+                    bool countsOnly) {
     const bool isMail = subject == Subject::kMails;
-    base::Report output;
+    Output output;
     output.lines = std::move(head);
     output.lines.push_back(
         (isMail ? "mails in Eudora: " : "contacts in Eudora: ") + std::to_string(preview.inEudora) +
@@ -219,11 +234,40 @@ base::Report StatusOutput(const sync::Preview& preview, std::vector<std::string>
         output.code = preview.ready.Error().exit;
         output.errors.push_back(preview.ready.Error().Message());
     }
-    base::FinishReport(output, {{"eudora", preview.inEudora},
-                                {"folder", preview.inFolder},
-                                {"remembered", preview.remembered},
-                                {"lines", output.lines}});
+    output.Finish({{"eudora", preview.inEudora},
+                   {"folder", preview.inFolder},
+                   {"remembered", preview.remembered},
+                   {"lines", output.lines}});
     return output;
+}
+
+Output Joined(const Output& contacts, const Output& mails) {
+    Output joined = contacts;
+    joined.code = Worse(contacts.code, mails.code);
+    Append(joined.lines, mails.lines);
+    Append(joined.errors, mails.errors);
+    joined.json =
+        std::make_shared<Json>(Json{{"contacts", JsonOf(contacts)}, {"mail", JsonOf(mails)}});
+    return joined;
+}
+
+void TellEudora(Output& status, const base::Status& free,
+                const std::vector<eudora::OutsideName>& outside, bool followLinks) {
+    Json json = JsonOf(status);
+    json["eudoraRuns"] = !free;
+    auto& paths = json["leaveTheFolder"] = Json::array();
+    if (!free) status.lines.push_back("locked: " + free.Error().Message());
+    for (const eudora::OutsideName& name : outside) {
+        const auto failure = eudora::LeadsOutside(name);
+        paths.push_back(name.path);
+        if (followLinks) {
+            status.lines.push_back(failure.Cause());
+        } else {
+            status.errors.push_back(failure.Message());
+            status.code = Worse(status.code, base::ExitCode::kRefused);
+        }
+    }
+    status.json = std::make_shared<Json>(std::move(json));
 }
 
 }  // namespace host::cli

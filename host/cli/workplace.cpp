@@ -2,8 +2,11 @@
 
 #include "host/base/failure.h"
 #include "host/base/native_path.h"
+#include "host/base/output.h"
 #include "host/eudora/nickname_file.h"
 #include "host/translator/in_box.h"
+#include "platform/os/program.h"
+#include "platform/os/system.h"
 
 namespace host::cli {
 
@@ -28,11 +31,11 @@ base::Result<Workplace> Workplace::EnterForMail(const Options& options) {
 base::Result<Workplace> Workplace::Start(const Options& options, eudora::Setup setup) {
     auto host = translator::TranslatorHost::Start(setup.init);
     if (!host) return host.Error();
-    Workplace place;
-    place.m_setup = std::move(setup);
-    place.m_options = options.setup;
-    place.m_host = *std::move(host);
-    return place;
+    Workplace workplace;
+    workplace.m_setup = std::move(setup);
+    workplace.m_options = options.setup;
+    workplace.m_host = *std::move(host);
+    return workplace;
 }
 
 base::Result<std::string> Workplace::NicknameFile(bool forWriting) {
@@ -52,6 +55,17 @@ base::Result<std::string> Workplace::NicknameFile(bool forWriting) {
     return *chosen;
 }
 
+base::Result<contactsync::EudoraPlace> Workplace::Contacts(bool forWriting) {
+    const auto file = NicknameFile(forWriting);
+    if (!file) return file.Error();
+    const auto native = platform::NativePathOf(*file);
+    if (!native) return base::Refused("no drive leads to " + base::ToUtf8(*file));
+    const auto open = [host = m_host.get(), file = *file] {
+        return translator::TranslatorSession::OpenContacts(*host, file);
+    };
+    return contactsync::EudoraPlace{open, *native, platform::NativeSystem().codePage};
+}
+
 base::Result<translator::TranslatorSession> Workplace::SelectInBox(std::string& selection) {
     return translator::SelectInBox(*m_host, m_setup, m_options.writesNothing, selection);
 }
@@ -62,6 +76,28 @@ base::Result<translator::TranslatorSession> Workplace::OpenMail() {
     if (!session) return session.Error();
     if (auto opened = session->Open(); !opened) return opened.Error();
     return session;
+}
+
+ProgressLine::ProgressLine(bool wanted)
+    : m_wanted(wanted && platform::IsTerminal(platform::Stream::kError)) {}
+
+void ProgressLine::Show(const std::string& line) {
+    if (!m_wanted || line == m_shown) return;
+    base::ShowProgress(line);
+    m_shown = line;
+}
+
+base::Result<sync::CommandPlace> PlaceOf(const Options& options, ProgressLine& progress) {
+    std::string state;
+    if (options.state) {
+        state = *options.state;
+    } else {
+        auto folder = eudora::StateFolder();
+        if (!folder) return folder.Error();
+        state = base::FromPath(base::ToPath(*folder) / "state.db");
+    }
+    return sync::CommandPlace{platform::NativeFiles(), platform::NativeSystem().clock, state,
+                              [&progress](const std::string& line) { progress.Show(line); }};
 }
 
 }  // namespace host::cli

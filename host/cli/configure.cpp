@@ -1,4 +1,4 @@
-#include "host/cli/configure_mail.h"
+#include "host/cli/configure.h"
 
 #include <charconv>
 #include <limits>
@@ -8,9 +8,9 @@
 #include "host/base/json_text.h"
 #include "host/base/native_path.h"
 #include "host/base/output.h"
-#include "host/cli/commands.h"
 #include "host/cli/workplace.h"
 #include "host/dialogs/terminal_dialogs.h"
+#include "host/eudora/nickname_file.h"
 #include "host/translator/mail_settings.h"
 
 namespace host::cli {
@@ -50,15 +50,15 @@ translator::MailLimitChanges ChangesOf(const MailLimitTexts& texts) {
     return changes;
 }
 
-// False if the person cancelled the dialog.
-base::Result<bool> Ask(translator::TranslatorSession& session, std::string selection) {
+// Lets a person choose in the translator's own dialog. False if the person cancelled it.
+base::Result<bool> Ask(translator::TranslatorSession& session, std::string& selection,
+                       const char* otherwise) {
     std::unique_ptr<platform::Dialogs> dialogs;
     if (!base::UsesWindowsPaths()) {
         dialogs = dialogs::MakeTerminalDialogs();
         if (dialogs == nullptr) {
-            return base::Refused(
-                "kvsync configure needs a terminal for its dialog: start it in one, or say what is "
-                "wanted with --age, --size, --attachments and --attachment-size");
+            return base::Refused("kvsync configure needs a terminal for its dialog",
+                                 std::string("start it in one, or ") + otherwise);
         }
     }
     const translator::DialogsShownBy shown(dialogs.get());
@@ -66,9 +66,29 @@ base::Result<bool> Ask(translator::TranslatorSession& session, std::string selec
     return session.Select(selection, summary, true);
 }
 
+// Gives the nickname file as a Windows path; nothing if the person cancelled the dialog.
+base::Result<std::optional<std::string>> ChooseContacts(Workplace& workplace,
+                                                        const Options& options) {
+    auto session =
+        translator::TranslatorSession::Create(workplace.Module(), translator::kContactsKind);
+    if (!session) return session.Error();
+    auto selection = eudora::ChooseNicknameFile(options.setup, workplace.Setup());
+    if (!selection) return selection.Error();
+    std::string summary;
+    const auto chosen = options.setup.nicknameFile
+                            ? session->Select(*selection, summary, false)
+                            : Ask(*session, *selection, "name the file with --nickname-file FILE");
+    if (!chosen) return chosen.Error();
+    return *chosen ? std::optional(*selection) : std::nullopt;
+}
+
 base::Result<bool> Change(translator::TranslatorSession& session, const std::string& selection,
                           const MailLimitTexts& texts) {
-    if (texts.IsEmpty()) return Ask(session, selection);
+    if (texts.IsEmpty()) {
+        std::string asked = selection;
+        return Ask(session, asked,
+                   "say what is wanted with --age, --size, --attachments and --attachment-size");
+    }
     if (auto changed = translator::ChangeMailLimits(session, selection, ChangesOf(texts));
         !changed) {
         return changed.Error();
@@ -94,11 +114,45 @@ void Print(const Options& options, const translator::MailLimits& limits, bool ch
     }
 }
 
-base::Result<base::ExitCode> Configure(Workplace& place, const Options& options,
-                                       const MailLimitTexts& texts) {
-    auto session = translator::TranslatorSession::Create(place.Module(), translator::kMailKind);
+}  // namespace
+
+std::string WrongDays(const std::string& text) {
+    return WrongNumber(text, kMostDays);
+}
+
+std::string WrongSize(const std::string& text) {
+    return WrongNumber(text, kMostKB);
+}
+
+Ending ConfigureContacts(const Options& options) {
+    auto workplace = Workplace::Enter(options);
+    if (!workplace) return workplace.Error();
+    const auto selection = ChooseContacts(*workplace, options);
+    if (!selection) return selection.Error();
+    if (!*selection) {
+        if (!options.quiet) base::PrintLine("nothing changed");
+        return base::ExitCode::kNothingToDo;
+    }
+    if (auto checked = eudora::CheckNicknameFile(**selection, false); !checked) {
+        return checked.Error();
+    }
+    const auto opened =
+        translator::TranslatorSession::OpenContacts(workplace->Module(), **selection);
+    if (!opened) return opened.Error();
+    if (auto kept = eudora::RememberNicknameFile(workplace->Setup(), **selection); !kept) {
+        return kept.Error();
+    }
+    if (!options.quiet) base::PrintLine("contacts are kept in " + base::ToUtf8(**selection));
+    return base::ExitCode::kChangesMade;
+}
+
+Ending ConfigureMail(const Options& options, const MailLimitTexts& texts) {
+    auto workplace = Workplace::EnterForMail(options);
+    if (!workplace) return workplace.Error();
+    auto session =
+        translator::TranslatorSession::Create(workplace->Module(), translator::kMailKind);
     if (!session) return session.Error();
-    const auto selection = translator::SelectMail(*session, place.Place(), false);
+    const auto selection = translator::SelectMail(*session, workplace->Setup(), false);
     if (!selection) return selection.Error();
     const auto before = translator::ReadMailLimits(*session, *selection);
     if (!before) return before.Error();
@@ -112,23 +166,6 @@ base::Result<base::ExitCode> Configure(Workplace& place, const Options& options,
     }
     Print(options, *after, changed);
     return changed ? base::ExitCode::kChangesMade : base::ExitCode::kNothingToDo;
-}
-
-}  // namespace
-
-std::string WrongDays(const std::string& text) {
-    return WrongNumber(text, kMostDays);
-}
-
-std::string WrongSize(const std::string& text) {
-    return WrongNumber(text, kMostKB);
-}
-
-base::ExitCode ConfigureMail(const Options& options, const MailLimitTexts& texts) {
-    auto place = Workplace::EnterForMail(options);
-    if (!place) return Fail(place.Error());
-    const auto code = Configure(*place, options, texts);
-    return code ? *code : Fail(code.Error());
 }
 
 }  // namespace host::cli

@@ -1,7 +1,6 @@
-#include "host/base/failure.h"
-#include "host/base/native_path.h"
+#include "host/cli/mail_sync_run.h"
+
 #include "host/cli/sync_output.h"
-#include "host/cli/sync_reports.h"
 #include "host/mail/eudora_mails.h"
 #include "host/mail/incoming_folder.h"
 #include "host/mail/parse.h"
@@ -13,11 +12,11 @@ namespace host::cli {
 
 namespace {
 
-base::Result<std::unique_ptr<mail::MailSource>> OpenSource(Workplace& place) {
+base::Result<std::unique_ptr<mail::MailSource>> OpenSource(Workplace& workplace) {
     std::string selection;
-    auto session = place.SelectInBox(selection);
+    auto session = workplace.SelectInBox(selection);
     if (!session) return session.Error();
-    if (auto pair = translator::CheckInBoxPair(place.Place()); !pair) return pair.Error();
+    if (auto pair = translator::CheckInBoxPair(workplace.Setup()); !pair) return pair.Error();
     return mail::EudoraMails::Open(*std::move(session), selection,
                                    platform::NativeSystem().codePage);
 }
@@ -77,49 +76,39 @@ std::vector<std::string> NicknameFiles(const eudora::Setup& setup) {
 
 }  // namespace
 
-base::Result<base::Report> ReportMail(Workplace& place, const Options& options,
-                                      const sync::CommandPlace& command, bool isStatus) {
+base::Result<Output> RunMail(Workplace& workplace, const Options& options,
+                             const sync::CommandPlace& command, bool isStatus) {
     // Before the translator is asked for mails, which takes files and on Windows Eudora's start.
     if (auto can = mail::CanParseMail(); !can) {
         if (!isStatus) return can.Error();
-        base::Report report;
-        report.lines.push_back("mails: " + can.Error().Message());
-        report.json = "{}";
-        return report;
+        return Output{
+            base::ExitCode::kNothingToDo, {"mails: " + can.Error().Message()}, {}, nullptr};
     }
-    if (!options.maildir) {
-        return base::Refused(
-            "no Maildir is named: give --maildir DIR, or maildir = \"DIR\" in the "
-            "configuration file");
-    }
-    if (auto here = eudora::RefuseMailsElsewhere(place.Place()); !here) return here.Error();
-    const auto inbox = platform::NativePathOf(place.Place().eudoraFolder + "\\In.mbx");
-    if (!inbox)
-        return base::Refused("no drive leads to the in-box in " + place.Place().eudoraShown);
+    const eudora::Setup& setup = workplace.Setup();
+    if (auto here = eudora::RefuseMailsElsewhere(setup); !here) return here.Error();
+    const auto inbox = platform::NativePathOf(setup.eudoraFolder + "\\In.mbx");
+    if (!inbox) return base::Refused("no drive leads to the in-box in " + setup.eudoraShown);
     mailsync::MailSyncOptions sync;
-    const bool writesNothing = options.setup.writesNothing;
-    sync.open = [&place] { return OpenSource(place); };
-    const auto reader = std::make_shared<IncomingReader>(place.Place());
-    sync.parse = [reader](std::string_view bytes, const std::string& name) {
+    sync.open = [&workplace] { return OpenSource(workplace); };
+    sync.parse = [reader = std::make_shared<IncomingReader>(setup)](std::string_view bytes,
+                                                                    const std::string& name) {
         return reader->Read(bytes, name);
     };
-    mail::AttachFolder attachments(platform::NativeSystem().files, platform::NativeFiles(),
-                                   place.Place().eudoraFolder + "\\Attach",
-                                   platform::NativeSystem().codePage);
+    const auto& system = platform::NativeSystem();
+    mail::AttachFolder attachments(system.files, platform::NativeFiles(),
+                                   setup.eudoraFolder + "\\Attach", system.codePage);
     sync.attachments = &attachments;
     sync.inbox = *inbox;
-    sync.outbox = platform::NativePathOf(place.Place().eudoraFolder + "\\Out.toc").value_or("");
-    sync.mailboxes = Mailboxes(place.Place());
+    sync.outbox = platform::NativePathOf(setup.eudoraFolder + "\\Out.toc").value_or("");
+    sync.mailboxes = Mailboxes(setup);
     sync.eudoraFiles = sync.mailboxes;
-    for (auto& file : NicknameFiles(place.Place())) sync.eudoraFiles.push_back(std::move(file));
+    for (auto& file : NicknameFiles(setup)) sync.eudoraFiles.push_back(std::move(file));
     sync.maildir = eudora::WithoutLinks(*options.maildir);
-    sync.dryRun = writesNothing;
-    // The command line and the configuration file have been checked.
-    if (options.prefer)
-        sync.prefer = sync::ParsePrefer(*options.prefer).value_or(sync::Prefer::kBoth);
-    if (options.maxDelete) sync.maxDelete = sync::ParseDeleteLimit(*options.maxDelete);
+    SetRules(options, sync);
     if (!isStatus) {
-        return SyncOutput(mailsync::RunMailSync(command, sync), Subject::kMails, options.quiet);
+        const auto report = mailsync::RunMailSync(command, sync);
+        if (!report) return RefusalOutput(report.Error());
+        return SyncOutput(*report, Subject::kMails, options.quiet);
     }
     return StatusOutput(mailsync::RunMailStatus(command, sync),
                         {"in-box: " + sync.inbox, "Maildir: " + sync.maildir}, Subject::kMails,

@@ -3,8 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "host/base/failure.h"
-#include "host/cli/options.h"
+#include "host/cli/commands.h"
 
 namespace host::cli {
 
@@ -18,7 +17,8 @@ struct MailLimitTexts {
 std::string WrongDays(const std::string& text);
 std::string WrongSize(const std::string& text);
 
+Ending ConfigureContacts(const Options& options);
 // Changes the limits as told, or else in the translator's own dialog, and says which hold then.
-base::ExitCode ConfigureMail(const Options& options, const MailLimitTexts& texts);
+Ending ConfigureMail(const Options& options, const MailLimitTexts& texts);
 
 }  // namespace host::cli
