@@ -49,17 +49,79 @@ std::string ToManifest(const Backup& backup) {
     return base::JsonText(manifest, 2) + '\n';
 }
 
+std::string Join(const platform::Files& files, const std::string& folder, const std::string& name) {
+    return folder + files.Separator() + name;
+}
+
+std::string NameOf(platform::Files& files, const std::string& path) {
+    const std::string folder = base::ParentFolder(files, path);
+    return folder.empty() ? path : path.substr(folder.size() + 1);
+}
+
+// The manifest goes first: what cannot be removed then does not count as a backup.
+void Discard(platform::Files& files, const std::string& folder) {
+    (void)files.Delete(Join(files, folder, kManifest));
+    if (auto entries = files.List(folder, "*")) {
+        for (const platform::FolderEntry& entry : *entries) {
+            (void)files.Delete(Join(files, folder, entry.name));
+        }
+    }
+    (void)files.RemoveFolder(folder);
+}
+
+base::Status CheckSpace(platform::Files& files, const std::string& folder,
+                        const std::vector<std::string>& origins) {
+    std::uint64_t needed = 0;
+    for (const std::string& origin : origins) {
+        if (const auto info = files.Stat(origin)) needed += info->copySize;
+    }
+    const auto free = files.FreeSpace(folder);
+    if (!free || needed <= *free) return {};
+    return base::Refused("a backup takes " + Megabytes(needed) + ", and " + folder +
+                             " has room for " + Megabytes(*free),
+                         "make room there");
+}
+
+// Whether a file can take that place, before any does.
+base::Status CheckPlace(platform::Files& files, const std::string& path) {
+    if (files.IsFree(path)) return {};
+    const auto info = files.Stat(path);
+    if (info && info->isReadOnly) return base::RefusedFor(path, "is read-only", "make it writable");
+    const auto file = files.Open(path, platform::OpenMode::kReadWrite, platform::Share::kNone);
+    if (file) return {};
+    const auto code = file.Error().code;
+    if (code == ErrorCode::kNotRegular || code == ErrorCode::kNotFound) {
+        return base::Refused(path + ": is no regular file", "move it away");
+    }
+    if (code == ErrorCode::kSharingViolation) {
+        return base::Refused(path + ": is in use by another program",
+                             "try again when it has ended");
+    }
+    return file.Error();
+}
+
 }  // namespace
 
-std::string Backups::Join(const std::string& folder, const std::string& name) const {
-    return folder + m_files.Separator() + name;
+base::Result<std::vector<std::string>> FilesOfBook(platform::Files& files,
+                                                   const std::string& nicknameFile) {
+    std::vector<std::string> paths = {nicknameFile};
+    const std::string folder = base::ParentFolder(files, nicknameFile);
+    const std::string name = NameOf(files, nicknameFile);
+    const std::string pattern = name.substr(0, name.rfind('.')) + ".toc";
+    const auto sideFiles = files.List(folder.empty() ? "." : folder, pattern);
+    if (!sideFiles) return sideFiles.Error();
+    for (const platform::FolderEntry& entry : *sideFiles) {
+        if (!entry.isFolder) paths.push_back(Join(files, folder, entry.name));
+    }
+    if (paths.size() == 1) paths.push_back(Join(files, folder, pattern));
+    return paths;
 }
 
 base::Result<std::string> Backups::NewFolder() {
     const std::string base = TimeName(m_clock.Now());
     for (int number = 1;; ++number) {
         const std::string id = number == 1 ? base : base + '-' + std::to_string(number);
-        auto status = m_files.CreateFolder(Join(m_folder, id));
+        auto status = m_files.CreateFolder(Join(m_files, m_folder, id));
         if (status) return id;
         if (status.Error().code != ErrorCode::kAlreadyExists) return status.Error();
     }
@@ -70,53 +132,27 @@ void Backups::RemoveLeftovers() {
     const auto entries = m_files.List(m_folder, "*");
     if (!entries) return;
     for (const platform::FolderEntry& entry : *entries) {
-        const std::string folder = Join(m_folder, entry.name);
+        const std::string folder = Join(m_files, m_folder, entry.name);
         // A link to another folder is no leftover.
         const bool isOurs = IsId(entry.name) && platform::LiesIn(m_files, folder, m_folder);
-        if (isOurs && m_files.IsFree(Join(folder, kManifest))) Discard(folder);
+        if (isOurs && m_files.IsFree(Join(m_files, folder, kManifest))) Discard(m_files, folder);
     }
-}
-
-base::Status Backups::CheckSpace(const std::vector<std::string>& origins) {
-    std::uint64_t needed = 0;
-    for (const std::string& origin : origins) {
-        if (const auto info = m_files.Stat(origin)) needed += info->copySize;
-    }
-    const auto free = m_files.FreeSpace(m_folder);
-    if (!free || needed <= *free) return {};
-    return base::Refused("a backup takes " + Megabytes(needed) + ", and " + m_folder +
-                             " has room for " + Megabytes(*free),
-                         "make room there");
-}
-
-base::Result<Backup> Backups::MakeOf(const std::string& nicknameFile, const std::string& reason) {
-    std::vector<std::string> origins = {nicknameFile};
-    const std::string folder = base::ParentFolder(m_files, nicknameFile);
-    const std::string name = folder.empty() ? nicknameFile : nicknameFile.substr(folder.size() + 1);
-    const std::string pattern = name.substr(0, name.rfind('.')) + ".toc";
-    auto sideFiles = m_files.List(folder.empty() ? "." : folder, pattern);
-    if (!sideFiles) return sideFiles.Error();
-    for (const platform::FolderEntry& entry : *sideFiles) {
-        if (!entry.isFolder) origins.push_back(Join(folder, entry.name));
-    }
-    if (origins.size() == 1) origins.push_back(Join(folder, pattern));
-    return Make(origins, reason);
 }
 
 base::Result<Backup> Backups::Make(const std::vector<std::string>& origins,
                                    const std::string& reason) {
     if (auto status = base::MakeFolders(m_files, m_folder); !status) return status.Error();
-    const auto lock = m_files.Open(Join(m_folder, "lock"), platform::OpenMode::kReadWriteOrCreate,
-                                   platform::Share::kNone);
+    const auto lock = m_files.Open(Join(m_files, m_folder, "lock"),
+                                   platform::OpenMode::kReadWriteOrCreate, platform::Share::kNone);
     if (!lock) return lock.Error();
     RemoveLeftovers();
-    if (auto enough = CheckSpace(origins); !enough) return enough.Error();
+    if (auto enough = CheckSpace(m_files, m_folder, origins); !enough) return enough.Error();
     auto id = NewFolder();
     if (!id) return id.Error();
     Backup backup{*id, reason, {}, {}, {}};
-    const std::string folder = Join(m_folder, *id);
+    const std::string folder = Join(m_files, m_folder, *id);
     if (auto status = Fill(backup, folder, origins); !status) {
-        Discard(folder);
+        Discard(m_files, folder);
         return status.Error();
     }
     return backup;
@@ -134,10 +170,10 @@ base::Status Backups::Fill(Backup& backup, const std::string& folder,
             (m_files.IsFree(origin) ? backup.absent : backup.passedOver).push_back(origin);
             continue;
         }
-        const std::string above = base::ParentFolder(m_files, origin);
-        std::string name = above.empty() ? origin : origin.substr(above.size() + 1);
-        if (m_files.Exists(Join(folder, name))) name.insert(0, std::to_string(backup.files.size()));
-        auto status = platform::CopyFlushed(m_files, origin, Join(folder, name));
+        std::string name = NameOf(m_files, origin);
+        if (m_files.Exists(Join(m_files, folder, name)))
+            name.insert(0, std::to_string(backup.files.size()));
+        auto status = platform::CopyFlushed(m_files, origin, Join(m_files, folder, name));
         if (status) {
             backup.files.push_back({name, origin});
         } else if (status.Error().code == ErrorCode::kNotRegular) {
@@ -147,22 +183,11 @@ base::Status Backups::Fill(Backup& backup, const std::string& folder,
         }
     }
     // The manifest comes last: with it the backup counts.
-    return platform::WriteWhole(m_files, Join(folder, kManifest), ToManifest(backup));
-}
-
-// The manifest goes first: what cannot be removed then does not count as a backup.
-void Backups::Discard(const std::string& folder) {
-    (void)m_files.Delete(Join(folder, kManifest));
-    if (auto entries = m_files.List(folder, "*")) {
-        for (const platform::FolderEntry& entry : *entries) {
-            (void)m_files.Delete(Join(folder, entry.name));
-        }
-    }
-    (void)m_files.RemoveFolder(folder);
+    return platform::WriteWhole(m_files, Join(m_files, folder, kManifest), ToManifest(backup));
 }
 
 base::Result<Backup> Backups::ReadManifest(const std::string& id) {
-    const std::string path = Join(Join(m_folder, id), kManifest);
+    const std::string path = Join(m_files, Join(m_files, m_folder, id), kManifest);
     auto text = platform::ReadWhole(m_files, path, kLargestManifest);
     if (!text) return text.Error();
     try {
@@ -198,27 +223,9 @@ base::Status Backups::Prune() {
     if (!backups) return backups.Error();
     for (std::size_t i = 0; i + kNewest < backups->size(); ++i) {
         const std::string& id = (*backups)[i].id;
-        if (id < oldest) Discard(Join(m_folder, id));
+        if (id < oldest) Discard(m_files, Join(m_files, m_folder, id));
     }
     return {};
-}
-
-// Whether a file can take that place, before any does.
-base::Status Backups::CheckPlace(const std::string& path) {
-    if (m_files.IsFree(path)) return {};
-    const auto info = m_files.Stat(path);
-    if (info && info->isReadOnly) return base::RefusedFor(path, "is read-only", "make it writable");
-    const auto file = m_files.Open(path, platform::OpenMode::kReadWrite, platform::Share::kNone);
-    if (file) return {};
-    const auto code = file.Error().code;
-    if (code == ErrorCode::kNotRegular || code == ErrorCode::kNotFound) {
-        return base::Refused(path + ": is no regular file", "move it away");
-    }
-    if (code == ErrorCode::kSharingViolation) {
-        return base::Refused(path + ": is in use by another program",
-                             "try again when it has ended");
-    }
-    return file.Error();
 }
 
 base::Result<Backup> Backups::Restore(const std::string& id,
@@ -232,7 +239,7 @@ base::Result<Backup> Backups::Restore(const std::string& id,
     std::vector<std::string> origins = backup->absent;
     for (const BackupFile& file : backup->files) origins.push_back(file.origin);
     for (const std::string& path : origins) {
-        if (auto fits = CheckPlace(path); !fits) return fits.Error();
+        if (auto fits = CheckPlace(m_files, path); !fits) return fits.Error();
     }
     auto present = Make(origins, "before the restore of " + id);
     if (!present) return present.Error();
@@ -240,7 +247,7 @@ base::Result<Backup> Backups::Restore(const std::string& id,
     std::list<platform::SafeWrite> writes;
     for (const BackupFile& file : backup->files) {
         auto& write = writes.emplace_back(m_files, file.origin);
-        auto staged = write.BeginAsCopyOf(Join(Join(m_folder, id), file.name));
+        auto staged = write.BeginAsCopyOf(Join(m_files, Join(m_files, m_folder, id), file.name));
         if (!staged) return staged.Error();
     }
     if (auto begun = ready ? ready(*backup) : base::Status(); !begun) return begun.Error();

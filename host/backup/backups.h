@@ -23,6 +23,10 @@ struct Backup {
     std::vector<std::string> passedOver;  // just now, of a new one: what is no regular file
 };
 
+// A nickname file and its side file (.toc in any case), which need not exist. Native paths.
+base::Result<std::vector<std::string>> FilesOfBook(platform::Files& files,
+                                                   const std::string& nicknameFile);
+
 // Copies of Eudora's files in folders named by time. A backup counts from the moment when it is
 // complete; one that fails leaves nothing behind, and what a cut-off run left goes with the next.
 // kRefused if the disk has no room for all of it.
@@ -31,13 +35,8 @@ class Backups {
     Backups(platform::Files& files, std::string folder, platform::Clock& clock)
         : m_files(files), m_folder(std::move(folder)), m_clock(clock) {}
 
-    // Copies a nickname file and its side file (.toc in any case), which need not exist.
-    base::Result<Backup> MakeOf(const std::string& nicknameFile, const std::string& reason);
     // Copies files that need not exist. A restore puts them back in this order.
-    base::Result<Backup> MakeOfSet(const std::vector<std::string>& origins,
-                                   const std::string& reason) {
-        return Make(origins, reason);
-    }
+    base::Result<Backup> Make(const std::vector<std::string>& origins, const std::string& reason);
     // Removes backups that are older than 30 days and not among the newest 10.
     base::Status Prune();
     // Oldest first.
@@ -51,15 +50,10 @@ class Backups {
                                  const std::function<base::Status(const Backup&)>& ready = nullptr);
 
   private:
-    std::string Join(const std::string& folder, const std::string& name) const;
     base::Result<std::string> NewFolder();
     void RemoveLeftovers();
-    base::Status CheckSpace(const std::vector<std::string>& origins);
-    base::Status CheckPlace(const std::string& path);
-    base::Result<Backup> Make(const std::vector<std::string>& origins, const std::string& reason);
     base::Status Fill(Backup& backup, const std::string& folder,
                       const std::vector<std::string>& origins);
-    void Discard(const std::string& folder);
     base::Result<Backup> ReadManifest(const std::string& id);
 
     platform::Files& m_files;

@@ -26,9 +26,9 @@ class ContactStore {
 
     virtual base::Result<std::vector<base::StoreItem>> List() = 0;
     virtual base::Result<StoredContact> Read(const std::string& id) = 0;
-    // When the contact was last changed, as far as the store knows.
+    // When a contact that was listed so was last changed, as far as the store knows.
     virtual std::optional<std::chrono::system_clock::time_point> ChangedAt(
-        const std::string& id) = 0;
+        const base::StoreItem& item) const = 0;
 
     // What the store would hold of these values. Characters stand for characters: where the store
     // lacks one, another one stands.

@@ -23,7 +23,8 @@ class EudoraContacts : public ContactStore {
 
     base::Result<std::vector<base::StoreItem>> List() override;
     base::Result<StoredContact> Read(const std::string& id) override;
-    std::optional<std::chrono::system_clock::time_point> ChangedAt(const std::string&) override {
+    std::optional<std::chrono::system_clock::time_point> ChangedAt(
+        const base::StoreItem&) const override {
         return m_fileTime;
     }
     base::Contact Hold(const base::Contact& contact) const override;

@@ -1,10 +1,10 @@
 #include "host/contacts/vdir_contacts.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <random>
 
 #include "host/base/failure.h"
-#include "host/vcard/card.h"
 #include "host/vcard/card_fields.h"
 #include "platform/os/safe_write.h"
 
@@ -105,11 +105,14 @@ base::Result<StoredContact> VdirContacts::Read(const std::string& id) {
                          content.isPerson};
 }
 
+// The marker tells it.
 std::optional<std::chrono::system_clock::time_point> VdirContacts::ChangedAt(
-    const std::string& id) {
-    auto info = m_files.Stat(PathOf(id));
-    if (!info) return std::nullopt;
-    return info->modified;
+    const base::StoreItem& item) const {
+    const auto colon = item.marker.find(':');
+    if (colon == std::string::npos) return std::nullopt;
+    const std::chrono::nanoseconds time(std::strtoll(&item.marker[colon + 1], nullptr, 10));
+    return std::chrono::system_clock::time_point(
+        std::chrono::duration_cast<std::chrono::system_clock::duration>(time));
 }
 
 base::Contact VdirContacts::Hold(const base::Contact& contact) const {
@@ -128,15 +131,15 @@ base::Result<std::string> VdirContacts::ReadUnchanged(const base::StoreItem& kno
                         " changed during the run; the next run takes it as it is now");
 }
 
-void VdirContacts::RemoveLeftovers() {
-    for (const std::string& name : m_leftovers) (void)m_files.Delete(PathOf(name));
+base::Result<std::string> VdirContacts::Put(const std::string& name, vcard::Card card,
+                                            const base::Contact& values, base::FieldSet which) {
+    for (const std::string& leftover : m_leftovers) (void)m_files.Delete(PathOf(leftover));
     m_leftovers.clear();
-}
-
-base::Status VdirContacts::Write(const std::string& name, const std::string& content) {
-    RemoveLeftovers();
+    vcard::WriteFields(card, Hold(values), which, m_clock.Now());
     const std::string side = PathOf(std::string(kSidePrefix).append(name).append(kSideSuffix));
-    return platform::WriteWhole({m_files, PathOf(name), side}, content);
+    auto written = platform::WriteWhole({m_files, PathOf(name), side}, card.Serialise());
+    if (!written) return written.Error();
+    return name;
 }
 
 base::Result<std::string> VdirContacts::Add(const base::Contact& values, const std::string& like) {
@@ -151,10 +154,7 @@ base::Result<std::string> VdirContacts::Add(const base::Contact& values, const s
         if (card.Parse(*bytes)) return base::Failed(PathOf(like) + " changed during the run");
         vcard::SetUid(card, "urn:uuid:" + uid);
     }
-    vcard::WriteFields(card, Hold(values), base::FieldSet::All(), m_clock.Now());
-    const std::string name = uid + ".vcf";
-    if (auto status = Write(name, card.Serialise()); !status) return status.Error();
-    return name;
+    return Put(uid + ".vcf", std::move(card), values, base::FieldSet::All());
 }
 
 base::Result<std::string> VdirContacts::Change(const base::StoreItem& known,
@@ -163,9 +163,7 @@ base::Result<std::string> VdirContacts::Change(const base::StoreItem& known,
     if (!bytes) return bytes;
     vcard::Card card;
     if (card.Parse(*bytes)) return base::Failed(PathOf(known.id) + " changed during the run");
-    vcard::WriteFields(card, Hold(values), which, m_clock.Now());
-    if (auto status = Write(known.id, card.Serialise()); !status) return status.Error();
-    return known.id;
+    return Put(known.id, std::move(card), values, which);
 }
 
 base::Status VdirContacts::Remove(const base::StoreItem& known) {

@@ -4,6 +4,7 @@
 
 #include "host/base/failure.h"
 #include "host/contacts/contact_store.h"
+#include "host/vcard/card.h"
 #include "platform/os/clock.h"
 #include "platform/os/files.h"
 
@@ -27,7 +28,8 @@ class VdirContacts : public ContactStore {
     base::Result<std::vector<base::StoreItem>> List() override;
     // kRefused, with file and line, for what is no single vCard.
     base::Result<StoredContact> Read(const std::string& id) override;
-    std::optional<std::chrono::system_clock::time_point> ChangedAt(const std::string& id) override;
+    std::optional<std::chrono::system_clock::time_point> ChangedAt(
+        const base::StoreItem& item) const override;
     base::Contact Hold(const base::Contact& contact) const override;
     std::optional<std::string> Refusal(const base::Contact&, base::FieldSet) override {
         return std::nullopt;
@@ -43,8 +45,9 @@ class VdirContacts : public ContactStore {
     base::Result<std::string> Look(const std::string& name);
     base::Result<std::string> ReadCard(const std::string& name);
     base::Result<std::string> ReadUnchanged(const base::StoreItem& known);
-    base::Status Write(const std::string& name, const std::string& content);
-    void RemoveLeftovers();
+    // Writes a card with these fields; gives its name.
+    base::Result<std::string> Put(const std::string& name, vcard::Card card,
+                                  const base::Contact& values, base::FieldSet which);
 
     platform::Files& m_files;
     std::string m_folder;

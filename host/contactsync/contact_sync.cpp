@@ -72,8 +72,7 @@ base::Status Prepare(const sync::CommandPlace& place, const SyncOptions& options
     auto sides = LoadSides(run.Stores(), run.remembered, run.progress);
     if (!sides) return sides.Error();
     run.sides = *std::move(sides);
-    run.plan =
-        MakePlan(run.sides, run.remembered, run.Stores(), {options.prefer, options.maxDelete});
+    run.plan = MakePlan(run.sides, run.remembered, run.Stores(), options);
     if (run.plan.stop) return base::Refused(*run.plan.stop);
     std::vector<std::string> written;
     if (run.plan.report.Changes(sync::Side::kEudora)) written.push_back(options.eudora.file);
@@ -91,13 +90,14 @@ base::Result<sync::Report> RunSync(const sync::CommandPlace& place, const SyncOp
     sync::Report& report = run.plan.report;
     if (options.dryRun || run.plan.IsEmpty()) return std::move(report);
     const auto backup = [&]() -> base::Status {
-        auto backups = sync::BackupsOf(place);
-        const auto made = backups.MakeOf(options.eudora.file, "before a sync of contacts");
-        if (!made) return made.Error();
-        for (const std::string& path : made->passedOver) {
+        const auto files = backup::FilesOfBook(place.files, options.eudora.file);
+        if (!files) return files.Error();
+        std::vector<std::string> passedOver;
+        auto done = sync::BackUp(place, *files, "before a sync of contacts", passedOver);
+        for (const std::string& path : passedOver) {
             report.leftAlone.push_back(path + ": is no regular file");
         }
-        return backups.Prune();
+        return done;
     };
     report.errors = Execute(run.plan, run.Stores(), *run.memory, backup, run.progress);
     return std::move(report);

@@ -23,12 +23,9 @@ struct EudoraPlace {
     unsigned codePage = 1252;
 };
 
-struct SyncOptions {
+struct SyncOptions : sync::Options {
     EudoraPlace eudora;
     std::string contactsFolder;
-    sync::Prefer prefer = sync::Prefer::kBoth;
-    std::optional<sync::DeleteLimit> maxDelete;  // the larger of 10 and 25% if not given
-    bool dryRun = false;
 };
 
 // A failure: nothing was touched.

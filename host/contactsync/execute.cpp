@@ -11,6 +11,17 @@ using sync::Verb;
 // How many pairs are remembered in one transaction while the folder is written.
 constexpr std::size_t kBatch = 200;
 
+// Gives the id that the contact has then; none if it is removed.
+base::Result<std::string> Carry(const SideAction& action, contacts::ContactStore& store) {
+    if (action.verb == Verb::kAdd) return store.Add(action.values, action.like);
+    if (action.verb == Verb::kChange) {
+        return store.Change(action.known, action.values, action.fields);
+    }
+    auto removed = store.Remove(action.known);
+    if (!removed) return removed.Error();
+    return std::string();
+}
+
 class Execution {
   public:
     Execution(const Plan& plan, const contacts::Stores& stores, state::PairMemory& memory,
@@ -30,13 +41,16 @@ class Execution {
         contacts::StoredContact inFolder;  // after its act
     };
 
+    // Each gives false, with a line in the errors, after a failure that ends the run.
     bool Check(const base::Status& status, const std::string& what);
+    bool Remember(std::size_t index);
+    bool Flush();
+    bool FolderPhase();
+    bool EudoraPhase();
+
     void Fail(std::size_t index, const base::Failure& failure);
     void ChangeFolder(std::size_t index);
     bool ChangeEudora(std::size_t index);
-    base::Status EudoraPhase();
-    base::Status Remember(std::size_t index);
-    base::Status Flush();
 
     const Plan& m_plan;
     const contacts::Stores& m_stores;
@@ -48,79 +62,30 @@ class Execution {
 };
 
 bool Execution::Check(const base::Status& status, const std::string& what) {
-    if (status) return true;
-    m_errors.push_back(what + status.Error().Message());
-    return false;
+    if (!status) m_errors.push_back(what + ": " + status.Error().Message());
+    return status.HasValue();
 }
 
 void Execution::Fail(std::size_t index, const base::Failure& failure) {
     m_states[index].failed = true;
-    (void)Check(failure, m_plan.steps[index].name + ": ");
+    (void)Check(failure, m_plan.steps[index].name);
 }
 
-base::Status Execution::Flush() {
-    if (m_pending.put.empty() && m_pending.forget.empty() && !m_pending.intents) return {};
-    auto status = m_memory.Save(m_pending);
+bool Execution::Flush() {
+    if (m_pending.put.empty() && m_pending.forget.empty() && !m_pending.intents) return true;
+    const auto status = m_memory.Save(m_pending);
     m_pending = {};
-    return status;
-}
-
-void Execution::ChangeFolder(std::size_t index) {
-    const Step& step = m_plan.steps[index];
-    const SideAction& action = step.folder;
-    State& state = m_states[index];
-    if (action.verb == Verb::kRemove) {
-        if (auto status = m_stores.folder.Remove(action.known); !status)
-            Fail(index, status.Error());
-        return;
-    }
-    auto id = action.verb == Verb::kAdd
-                  ? m_stores.folder.Add(action.values, action.like)
-                  : m_stores.folder.Change(action.known, action.values, action.fields);
-    if (!id) return Fail(index, id.Error());
-    auto stored = ReadFolderContact(m_stores, *id);
-    if (!stored) return Fail(index, stored.Error());
-    state.inFolder = *std::move(stored);
-}
-
-// False if the step failed.
-bool Execution::ChangeEudora(std::size_t index) {
-    const SideAction& action = m_plan.steps[index].eudora;
-    if (action.verb == Verb::kRemove) {
-        auto status = m_stores.eudora.Remove(action.known);
-        if (!status) Fail(index, status.Error());
-        return status.HasValue();
-    }
-    auto id = action.verb == Verb::kAdd
-                  ? m_stores.eudora.Add(action.values, "")
-                  : m_stores.eudora.Change(action.known, action.values, action.fields);
-    if (!id) {
-        Fail(index, id.Error());
-        return false;
-    }
-    m_states[index].eudoraId = *std::move(id);
-    return true;
-}
-
-base::Status Execution::EudoraPhase() {
-    bool isChanged = false;
-    for (const Verb verb : {Verb::kChange, Verb::kAdd, Verb::kRemove}) {
-        for (std::size_t i = 0; i < m_plan.steps.size(); ++i) {
-            if (m_plan.steps[i].eudora.verb != verb || m_states[i].failed) continue;
-            isChanged = ChangeEudora(i) || isChanged;
-        }
-    }
-    return isChanged ? m_stores.eudora.Commit() : base::Status{};
+    return Check(status, "state");
 }
 
 // Notes the pair as both sides hold it now.
-base::Status Execution::Remember(std::size_t index) {
+bool Execution::Remember(std::size_t index) {
     const Step& step = m_plan.steps[index];
     const State& state = m_states[index];
-    if (state.failed) return {};
+    if (state.failed) return true;
     if (step.forget) {
         m_pending.forget.push_back(step.key);
-        return {};
+        return true;
     }
     state::RememberedPair pair{step.key,
                                {step.eudora.known, step.eudora.values},
@@ -134,47 +99,77 @@ base::Status Execution::Remember(std::size_t index) {
         pair.beyond = stored.beyond;
     }
     if (step.eudora.verb != Verb::kNone) {
-        auto stored = m_stores.eudora.Read(state.eudoraId);
-        if (!stored) return stored.Error();
+        const auto stored = m_stores.eudora.Read(state.eudoraId);
+        if (!stored) return Check(stored.Error(), "Eudora");
         pair.eudora = {stored->item, stored->contact};
     }
     m_pending.put.push_back(std::move(pair));
-    return {};
+    return true;
 }
 
-std::vector<std::string> Execution::Run(const std::function<base::Status()>& backup) {
-    if (m_plan.report.Changes(sync::Side::kEudora)) {
-        if (!Check(backup(), "backup: ")) return std::move(m_errors);
-    }
-    if (!m_plan.intents.empty()) {
-        m_pending.intents = m_plan.intents;
-        if (!Check(Flush(), "state: ")) return std::move(m_errors);
-    }
+void Execution::ChangeFolder(std::size_t index) {
+    const SideAction& action = m_plan.steps[index].folder;
+    const auto id = Carry(action, m_stores.folder);
+    if (!id) return Fail(index, id.Error());
+    if (action.verb == Verb::kRemove) return;
+    auto stored = ReadFolderContact(m_stores, *id);
+    if (!stored) return Fail(index, stored.Error());
+    m_states[index].inFolder = *std::move(stored);
+}
+
+bool Execution::FolderPhase() {
     std::size_t done = 0;
     for (const Verb verb : {Verb::kAdd, Verb::kNone, Verb::kChange, Verb::kRemove}) {
         for (std::size_t i = 0; i < m_plan.steps.size(); ++i) {
             const Step& step = m_plan.steps[i];
             if (step.folder.verb != verb) continue;
             m_progress.Step("writing", done++, m_plan.steps.size());
-            if (verb == Verb::kAdd || !step.needs || !m_states[*step.needs].failed) {
-                if (verb != Verb::kNone) ChangeFolder(i);
-            } else {
+            if (verb != Verb::kAdd && step.needs && m_states[*step.needs].failed) {
                 m_states[i].failed = true;
+            } else if (verb != Verb::kNone) {
+                ChangeFolder(i);
             }
             if (step.eudora.verb != Verb::kNone) continue;
-            if (!Check(Remember(i), "state: ")) return std::move(m_errors);
-            if (m_pending.put.size() + m_pending.forget.size() < kBatch) continue;
-            if (!Check(Flush(), "state: ")) return std::move(m_errors);
+            if (!Remember(i)) return false;
+            if (m_pending.put.size() + m_pending.forget.size() >= kBatch && !Flush()) return false;
         }
     }
-    if (!Check(Flush(), "state: ")) return std::move(m_errors);
-    if (!Check(EudoraPhase(), "Eudora: ")) return std::move(m_errors);
-    for (std::size_t i = 0; i < m_plan.steps.size(); ++i) {
-        if (m_plan.steps[i].eudora.verb == Verb::kNone) continue;
-        if (!Check(Remember(i), "Eudora: ")) return std::move(m_errors);
+    return Flush();
+}
+
+// False if the step failed.
+bool Execution::ChangeEudora(std::size_t index) {
+    auto id = Carry(m_plan.steps[index].eudora, m_stores.eudora);
+    if (!id) {
+        Fail(index, id.Error());
+        return false;
     }
+    m_states[index].eudoraId = *std::move(id);
+    return true;
+}
+
+bool Execution::EudoraPhase() {
+    bool isChanged = false;
+    for (const Verb verb : {Verb::kChange, Verb::kAdd, Verb::kRemove}) {
+        for (std::size_t i = 0; i < m_plan.steps.size(); ++i) {
+            if (m_plan.steps[i].eudora.verb != verb || m_states[i].failed) continue;
+            isChanged = ChangeEudora(i) || isChanged;
+        }
+    }
+    if (isChanged && !Check(m_stores.eudora.Commit(), "Eudora")) return false;
+    for (std::size_t i = 0; i < m_plan.steps.size(); ++i) {
+        if (m_plan.steps[i].eudora.verb != Verb::kNone && !Remember(i)) return false;
+    }
+    return true;
+}
+
+std::vector<std::string> Execution::Run(const std::function<base::Status()>& backup) {
+    const bool changesEudora = m_plan.report.Changes(sync::Side::kEudora);
+    bool isWhole = !changesEudora || Check(backup(), "backup");
+    if (!m_plan.intents.empty()) m_pending.intents = m_plan.intents;
+    isWhole = isWhole && Flush() && FolderPhase() && EudoraPhase();
     if (!m_plan.intents.empty() || m_plan.dropIntents) m_pending.intents.emplace();
-    (void)Check(Flush(), "state: ");
+    if (isWhole) (void)Flush();
     return std::move(m_errors);
 }
 

@@ -52,8 +52,10 @@ base::Result<std::vector<contacts::StoredContact>> LoadSide(
     }
     if (!firstFailure) return contacts;
     if (failures > 1) {
-        auto& [exit, code, thing, what, advice, number] = *firstFailure;
-        std::string& last = code ? thing : advice.empty() ? what : advice;
+        base::Failure& first = *firstFailure;
+        std::string& last = first.code             ? first.thing
+                            : first.advice.empty() ? first.what
+                                                   : first.advice;
         last += " (and " + std::to_string(failures - 1) + " more like it)";
     }
     return *firstFailure;

@@ -31,7 +31,7 @@ sync::Change::OnSide Told(const SideAction& action, const Step& step) {
 class Planner {
   public:
     Planner(const Sides& sides, const state::Remembered& remembered, const contacts::Stores& stores,
-            const PlanOptions& options)
+            const sync::Options& options)
         : m_sides(sides), m_remembered(remembered), m_stores(stores), m_options(options) {
         for (const contacts::StoredContact& stored : sides.eudora) m_taken.insert(stored.item.id);
     }
@@ -53,13 +53,13 @@ class Planner {
     bool FinishEudora(SideAction& action, const std::string& name);
     std::string FreeNickname(const std::string& base);
     bool AlreadyKept(const base::Contact& copy);
-    bool FolderIsNewer(const std::string& eudoraId, const std::string& folderId);
+    bool FolderIsNewer(const base::StoreItem& eudora, const base::StoreItem& folder) const;
     void CheckLimits();
 
     const Sides& m_sides;
     const state::Remembered& m_remembered;
     const contacts::Stores& m_stores;
-    const PlanOptions& m_options;
+    const sync::Options& m_options;
     Pairing m_pairing;
     std::unordered_set<std::string> m_taken;            // nicknames in Eudora, now or by this plan
     std::unordered_map<std::string, int> m_nextNumber;  // by the nickname with the first number
@@ -195,9 +195,9 @@ bool Planner::KeepOlder(const contacts::StoredContact& older, bool folderIsOlder
     return true;
 }
 
-bool Planner::FolderIsNewer(const std::string& eudoraId, const std::string& folderId) {
-    const auto inEudora = m_stores.eudora.ChangedAt(eudoraId);
-    const auto inFolder = m_stores.folder.ChangedAt(folderId);
+bool Planner::FolderIsNewer(const base::StoreItem& eudora, const base::StoreItem& folder) const {
+    const auto inEudora = m_stores.eudora.ChangedAt(eudora);
+    const auto inFolder = m_stores.folder.ChangedAt(folder);
     return inEudora && inFolder && *inFolder > *inEudora;
 }
 
@@ -212,7 +212,7 @@ bool Planner::Resolve(Merge& merge, const contacts::StoredContact& eudora,
     }
     bool folderWins = m_options.prefer == sync::Prefer::kFolder;
     if (m_options.prefer == sync::Prefer::kBoth || m_options.prefer == sync::Prefer::kNewer) {
-        folderWins = FolderIsNewer(eudora.item.id, folder.item.id);
+        folderWins = FolderIsNewer(eudora.item, folder.item);
     }
     if (m_options.prefer == sync::Prefer::kBoth) {
         const bool isKept =
@@ -320,7 +320,7 @@ Plan Planner::Make() {
 }  // namespace
 
 Plan MakePlan(const Sides& sides, const state::Remembered& remembered,
-              const contacts::Stores& stores, const PlanOptions& options) {
+              const contacts::Stores& stores, const sync::Options& options) {
     return Planner(sides, remembered, stores, options).Make();
 }
 

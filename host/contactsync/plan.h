@@ -48,14 +48,9 @@ struct Sides {
     std::vector<std::string> passedOver;  // what is no regular file, in words
 };
 
-struct PlanOptions {
-    sync::Prefer prefer = sync::Prefer::kBoth;
-    std::optional<sync::DeleteLimit> maxDelete;
-};
-
 // What brings both sides into step, from what they hold and what they held when they last were. The
 // stores are only asked what they could hold.
 Plan MakePlan(const Sides& sides, const state::Remembered& remembered,
-              const contacts::Stores& stores, const PlanOptions& options);
+              const contacts::Stores& stores, const sync::Options& options);
 
 }  // namespace host::contactsync

@@ -6,7 +6,7 @@
 #include <random>
 #include <unordered_map>
 
-#include "host/maildir/maildir_name.h"
+#include "host/base/folders.h"
 #include "host/maildir/message_header.h"
 #include "platform/os/program.h"
 
@@ -24,13 +24,41 @@ std::string OwnSuffix() {
     return "P" + std::to_string(platform::ProcessNumber()) + hex.data() + ".kvsync";
 }
 
-base::Status MakeFolder(platform::Files& files, const std::string& path) {
-    auto made = files.CreateFolder(path);
-    if (made || made.Error().code == ErrorCode::kAlreadyExists) return {};
-    return made;
+// Where the info part begins: at the colon, or at an exclamation mark that introduces flags (a
+// unique name may hold others).
+std::size_t InfoStart(std::string_view name) {
+    const auto colon = name.find(':');
+    return colon != std::string_view::npos ? colon : name.rfind("!2,");
 }
 
 }  // namespace
+
+MaildirName ParseMaildirName(std::string_view name) {
+    const auto start = InfoStart(name);
+    MaildirName result{std::string(name.substr(0, start)), {}};
+    if (start == std::string_view::npos) return result;
+    const auto info = name.substr(start + 1);
+    if (info.starts_with("2,")) result.flags = SortedFlags(info.substr(2));
+    return result;
+}
+
+std::string SortedFlags(std::string_view flags) {
+    std::string sorted(flags);
+    std::ranges::sort(sorted);
+    sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
+    return sorted;
+}
+
+bool HasFlag(std::string_view flags, char flag) {
+    return flags.find(flag) != std::string_view::npos;
+}
+
+std::string WithFlag(std::string_view flags, char flag, bool isSet) {
+    std::string result(flags);
+    std::erase(result, flag);
+    if (isSet) result += flag;
+    return SortedFlags(result);
+}
 
 Maildir::Maildir(platform::Files& files, platform::Clock& clock, std::string folder)
     : m_files(files),
@@ -53,16 +81,8 @@ std::string Maildir::PathOf(const MaildirEntry& entry) const {
 }
 
 base::Status Maildir::Create() {
-    // The folders above are made as far as they are missing. A slash separates on every system.
-    const std::string separators{m_files.Separator(), '/'};
-    for (std::size_t at = 1; at <= m_folder.size(); ++at) {
-        if (at < m_folder.size() && separators.find(m_folder[at]) == std::string::npos) continue;
-        const std::string part = m_folder.substr(0, at);
-        if (m_files.Exists(part)) continue;
-        if (auto made = MakeFolder(m_files, part); !made) return made;
-    }
     for (const char* folder : {"tmp", "new", "cur"}) {
-        if (auto made = MakeFolder(m_files, Path(folder, {})); !made) return made;
+        if (auto made = base::MakeFolders(m_files, Path(folder, {})); !made) return made;
     }
     return {};
 }

@@ -5,7 +5,6 @@
 
 #include "host/base/out_of_memory.h"
 #include "host/mail/parse.h"
-#include "host/maildir/maildir_name.h"
 
 namespace host::mailsync {
 
@@ -43,6 +42,12 @@ struct Addition {
     state::RememberedMail row;
 };
 
+// A read state on its way.
+struct Marking {
+    const MailStep* step;
+    state::RememberedMail row;
+};
+
 class EudoraExecution {
   public:
     EudoraExecution(const MailPlan& plan, const MailWork& work, Ledger& ledger)
@@ -71,8 +76,7 @@ class EudoraExecution {
     Ledger& m_ledger;
     std::vector<Addition> m_batch;
     std::size_t m_batchBytes = 0;
-    std::vector<state::RememberedMail> m_marked;  // since the last Finish
-    std::vector<const MailStep*> m_markedSteps;
+    std::vector<Marking> m_marked;  // since the last Finish
     bool m_hasSent = false;
 };
 
@@ -141,8 +145,7 @@ void EudoraExecution::Mark(const MailStep& step) {
     const std::uint32_t status = StatusOf(row.flags);
     if (!m_ledger.Check(m_work.source.SetStatus(row.id, status), row.name)) return;
     row.marker = std::to_string(status);
-    m_marked.push_back(std::move(row));
-    m_markedSteps.push_back(&step);
+    m_marked.push_back({&step, std::move(row)});
 }
 
 // Under which id is only known later; by its Message-ID the next run finds it as well.
@@ -194,11 +197,12 @@ bool EudoraExecution::StoreBatch() {
     for (Addition& addition : m_batch) Add(addition);
     const bool isFinished = m_ledger.Check(m_work.source.Finish(), "Eudora");
     if (isFinished) {
-        m_ledger.change.put = std::move(m_marked);
-        for (const MailStep* step : m_markedSteps) m_ledger.Did(*step);
+        for (Marking& marking : m_marked) {
+            m_ledger.change.put.push_back(std::move(marking.row));
+            m_ledger.Did(*marking.step);
+        }
     }
     m_marked.clear();
-    m_markedSteps.clear();
     RememberAdded();
     return m_ledger.Save() && isFinished;
 }

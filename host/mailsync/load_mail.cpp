@@ -6,7 +6,6 @@
 #include "host/mail/encoded_words.h"
 #include "host/mail/message_id.h"
 #include "host/mail/parse.h"
-#include "host/maildir/maildir_name.h"
 #include "host/maildir/message_header.h"
 #include "host/mailsync/mail_content.h"
 #include "host/mailsync/mail_matching.h"
@@ -38,38 +37,34 @@ class MailLoader {
   public:
     MailLoader(mail::MailSource& source, MailFolders& folders,
                const std::vector<state::RememberedMail>& remembered, base::Progress& progress)
-        : m_source(source),
-          m_maildir(folders.mails),
-          m_outbox(folders.outbox),
-          m_remembered(remembered),
-          m_progress(progress) {}
+        : m_source(source), m_folders(folders), m_progress(progress) {
+        for (const state::RememberedMail& row : remembered) {
+            const bool isSending = row.link == state::MailLink::kSending;
+            (isSending ? m_sides.sending : m_sides.remembered).push_back(row);
+        }
+    }
 
     base::Result<MailSides> Load();
 
   private:
     base::Status ListFolder();
     bool MissesFiles() const;
-    void FindForeign();
+    base::Status SortFiles();
     static base::Result<FolderHead> HeadOf(maildir::Maildir& maildir,
                                            const maildir::MaildirEntry& file);
     bool IsRead(const base::Result<FolderHead>& head, const maildir::MaildirEntry& file);
     void ReadForeign();
     base::Status ListOutgoing();
-    void FillFileIds();
-    base::Status FindTorn();
     base::Status WalkEudora(mail::Reach reach);
     void See(const mail::MailHead& head, std::optional<std::string> messageId, bool isWithinLimits);
     void PassOver(const std::string& name, const base::Failure& fault);
-    std::vector<const state::RememberedMail*> Unseen() const;
     base::Status FindHidden();
-    // True if all of them are still there.
-    bool SearchOneByOne(const std::vector<const state::RememberedMail*>& unseen);
+    bool FindAgain(const state::RememberedMail& row);
     void ReadUnidentified(const MailMatching& matching);
     base::Result<mail::Mail> ReadMail(const EudoraHead& head);
 
     mail::MailSource& m_source;
-    maildir::Maildir &m_maildir, &m_outbox;
-    const std::vector<state::RememberedMail>& m_remembered;
+    MailFolders& m_folders;
     base::Progress& m_progress;
     std::unordered_map<std::string, const state::RememberedMail*> m_byId;
     std::unordered_set<std::string> m_seen;
@@ -79,7 +74,7 @@ class MailLoader {
 
 bool MailLoader::MissesFiles() const {
     const auto present = UniqueNames(m_sides.folder);
-    return std::ranges::any_of(m_remembered, [&](const state::RememberedMail& row) {
+    return std::ranges::any_of(m_sides.remembered, [&](const state::RememberedMail& row) {
         return row.link != state::MailLink::kDropped && !present.contains(row.unique);
     });
 }
@@ -87,11 +82,11 @@ bool MailLoader::MissesFiles() const {
 // A file that another program renames while the folder is read can be missed: one that is missing
 // is looked for a second time.
 base::Status MailLoader::ListFolder() {
-    auto first = m_maildir.List();
+    auto first = m_folders.mails.List();
     if (!first) return first.Error();
     m_sides.folder = *std::move(first);
     if (!MissesFiles()) return {};
-    auto second = m_maildir.List();
+    auto second = m_folders.mails.List();
     if (!second) return second.Error();
     const auto present = UniqueNames(*second);
     for (maildir::MaildirEntry& file : m_sides.folder) {
@@ -101,27 +96,17 @@ base::Status MailLoader::ListFolder() {
     return {};
 }
 
-void MailLoader::FindForeign() {
-    std::unordered_set<std::string_view> remembered;
-    for (const state::RememberedMail& row : m_remembered) remembered.insert(row.unique);
+// Which files nobody remembers, and of which a cut-off run delivered a part only.
+base::Status MailLoader::SortFiles() {
+    std::unordered_map<std::string_view, const state::RememberedMail*> rows;
+    for (const state::RememberedMail& row : m_sides.remembered) rows.emplace(row.unique, &row);
     for (const maildir::MaildirEntry& file : m_sides.folder) {
-        if (!remembered.contains(file.unique)) m_foreign.push_back(&file);
-    }
-}
-
-base::Status MailLoader::FindTorn() {
-    std::unordered_map<std::string_view, const state::RememberedMail*> pending;
-    for (const state::RememberedMail& row : m_remembered) {
-        if (row.link == state::MailLink::kPending) pending.emplace(row.unique, &row);
-    }
-    if (pending.empty()) return {};
-    for (const maildir::MaildirEntry& file : m_sides.folder) {
-        const auto row = pending.find(file.unique);
-        if (row == pending.end()) continue;
-        auto size = m_maildir.SizeOf(file);
-        if (size && *size >= row->second->size) continue;
+        const auto row = rows.find(file.unique);
+        if (row == rows.end()) m_foreign.push_back(&file);
+        if (row == rows.end() || row->second->link != state::MailLink::kPending) continue;
+        const auto size = m_folders.mails.SizeOf(file);
         if (!size && size.Error().code != ErrorCode::kNotFound) return size.Error();
-        if (size) m_sides.torn.insert(file.unique);
+        if (size && *size < row->second->size) m_sides.torn.insert(file.unique);
     }
     return {};
 }
@@ -136,6 +121,7 @@ void MailLoader::See(const mail::MailHead& head, std::optional<std::string> mess
                      bool isWithinLimits) {
     if (!m_seen.insert(head.id).second) return;
     EudoraHead seen{head.id, head.marker, std::move(messageId), {}, isWithinLimits, {}, {}};
+    if (IsPlainId(seen.messageId.value_or(""))) seen.fileMessageId = *seen.messageId;
     const auto known = m_byId.find(head.id);
     const bool isKnown =
         known != m_byId.end() && (!seen.messageId || *seen.messageId == known->second->messageId);
@@ -157,34 +143,28 @@ base::Status MailLoader::WalkEudora(mail::Reach reach) {
     });
 }
 
-std::vector<const state::RememberedMail*> MailLoader::Unseen() const {
-    std::vector<const state::RememberedMail*> unseen;
-    for (const state::RememberedMail& row : m_remembered) {
-        // Of a kept one it is known that the mail is gone; should it be back, it shows itself.
-        if (row.link != state::MailLink::kKept && !m_seen.contains(row.id)) unseen.push_back(&row);
-    }
-    return unseen;
-}
-
-bool MailLoader::SearchOneByOne(const std::vector<const state::RememberedMail*>& unseen) {
-    for (const state::RememberedMail* row : unseen) {
-        // One that was being added: only its Message-ID is known.
-        if (row->id.empty()) return false;
-        const auto found = m_source.Find(row->id);
-        if (!found || !*found) return false;
-        See(**found, m_source.MessageId(), false);
-    }
+// Whether the mail is still there under its id; of one that was being added only the Message-ID is
+// known.
+bool MailLoader::FindAgain(const state::RememberedMail& row) {
+    if (row.id.empty()) return false;
+    const auto found = m_source.Find(row.id);
+    if (!found || !*found) return false;
+    See(**found, m_source.MessageId(), false);
     return true;
 }
 
-// A mail that is not where it was may have another id now: only a walk over all mails tells.
+// A mail that is not where it was may have another id now, and a new file may be a mail that the
+// limits hide: only a walk over all mails tells.
 base::Status MailLoader::FindHidden() {
     if (!m_source.HasLimits()) return {};
-    // A new file may be a mail that the limits hide.
-    if (!m_sides.foreign.empty()) return WalkEudora(mail::Reach::kAll);
-    const auto unseen = Unseen();
-    if (unseen.empty()) return {};
-    if (unseen.size() <= kMostSearches && SearchOneByOne(unseen)) return {};
+    std::vector<const state::RememberedMail*> unseen;
+    for (const state::RememberedMail& row : m_sides.remembered) {
+        // Of a kept one it is known that the mail is gone; should it be back, it shows itself.
+        if (row.link != state::MailLink::kKept && !m_seen.contains(row.id)) unseen.push_back(&row);
+    }
+    const bool areFew = m_sides.foreign.empty() && unseen.size() <= kMostSearches;
+    const auto findAgain = [&](const auto* row) { return FindAgain(*row); };
+    if (areFew && std::ranges::all_of(unseen, findAgain)) return {};
     return WalkEudora(mail::Reach::kAll);
 }
 
@@ -198,14 +178,13 @@ base::Result<mail::Mail> MailLoader::ReadMail(const EudoraHead& head) {
 // Mails without Message-ID that may be remembered ones under another id, or files that are there.
 void MailLoader::ReadUnidentified(const MailMatching& matching) {
     bool isWanted = !m_foreign.empty();
-    for (std::size_t i = 0; i < m_remembered.size() && !isWanted; ++i) {
-        isWanted = matching.isGone[i] && m_remembered[i].messageId.empty();
+    for (std::size_t i = 0; i < m_sides.remembered.size() && !isWanted; ++i) {
+        isWanted = matching.isGone[i] && m_sides.remembered[i].messageId.empty();
     }
     if (!isWanted) return;
     for (std::size_t i = 0; i < m_sides.eudora.size(); ++i) {
         EudoraHead& head = m_sides.eudora[i];
-        if (matching.rowOf[i] || head.marker.empty()) continue;
-        if (IsPlainId(head.messageId.value_or(""))) continue;
+        if (matching.rowOf[i] || head.marker.empty() || !head.fileMessageId.empty()) continue;
         auto mail = ReadMail(head);
         if (mail) {
             head.content = ContentOf(*mail);
@@ -249,7 +228,7 @@ void MailLoader::ReadForeign() {
         m_progress.Step("reading the Maildir:", i, m_foreign.size());
         const maildir::MaildirEntry& file = *m_foreign[i];
         if (maildir::HasFlag(file.flags, 'D') && !missesFiles) continue;
-        auto head = HeadOf(m_maildir, file);
+        auto head = HeadOf(m_folders.mails, file);
         if (IsRead(head, file)) m_sides.foreign.emplace(file.unique, *std::move(head));
     }
     // One of them may be a file that is missing, whose mail would be taken for a removed one.
@@ -257,39 +236,28 @@ void MailLoader::ReadForeign() {
 }
 
 base::Status MailLoader::ListOutgoing() {
-    auto files = m_outbox.List();
+    auto files = m_folders.outbox.List();
     if (!files) return files.Error();
     std::ranges::sort(*files, {}, &maildir::MaildirEntry::unique);
     for (maildir::MaildirEntry& file : *files) {
         if (IsTrashed(file)) continue;
-        auto head = HeadOf(m_outbox, file);
+        auto head = HeadOf(m_folders.outbox, file);
         if (IsRead(head, file))
             m_sides.outgoing.push_back({std::move(file), std::move(head->name)});
     }
     return {};
 }
 
-void MailLoader::FillFileIds() {
-    for (EudoraHead& head : m_sides.eudora) {
-        const std::string id = head.messageId.value_or("");
-        if (IsPlainId(id)) head.fileMessageId = id;
-    }
-}
-
 base::Result<MailSides> MailLoader::Load() {
-    for (const state::RememberedMail& row : m_remembered) m_byId.emplace(row.id, &row);
+    for (const state::RememberedMail& row : m_sides.remembered) m_byId.emplace(row.id, &row);
     if (auto status = ListFolder(); !status) return status.Error();
     std::erase_if(m_sides.folder, IsTrashed);
-    FindForeign();
+    if (auto status = SortFiles(); !status) return status.Error();
     ReadForeign();
     if (auto status = ListOutgoing(); !status) return status.Error();
-    if (auto status = FindTorn(); !status) return status.Error();
     if (auto status = WalkEudora(mail::Reach::kWithinLimits); !status) return status.Error();
     if (auto status = FindHidden(); !status) return status.Error();
-    const MailMatching matching =
-        MatchMails(m_sides.eudora, m_remembered, LostDeliveries(m_sides, m_remembered));
-    ReadUnidentified(matching);
-    FillFileIds();
+    ReadUnidentified(MatchMails(m_sides));
     return std::move(m_sides);
 }
 
@@ -303,13 +271,7 @@ MailFolders::MailFolders(platform::Files& files, platform::Clock& clock, const s
 base::Result<MailSides> LoadMailSides(mail::MailSource& source, MailFolders& folders,
                                       const std::vector<state::RememberedMail>& remembered,
                                       base::Progress& progress) {
-    std::vector<state::RememberedMail> mails, sending;
-    for (const state::RememberedMail& row : remembered) {
-        (row.link == state::MailLink::kSending ? sending : mails).push_back(row);
-    }
-    auto sides = MailLoader(source, folders, mails, progress).Load();
-    if (sides) sides->sending = std::move(sending);
-    return sides;
+    return MailLoader(source, folders, remembered, progress).Load();
 }
 
 }  // namespace host::mailsync

@@ -35,29 +35,29 @@ bool IsSame(const EudoraHead& head, const state::RememberedMail& row) {
     return *head.messageId == row.messageId;
 }
 
-}  // namespace
-
-std::vector<bool> LostDeliveries(const MailSides& sides,
-                                 const std::vector<state::RememberedMail>& remembered) {
+std::vector<bool> LostDeliveries(const MailSides& sides) {
     std::unordered_set<std::string_view> present;
     for (const maildir::MaildirEntry& file : sides.folder) present.insert(file.unique);
-    std::vector<bool> lost(remembered.size(), false);
-    for (std::size_t i = 0; i < remembered.size(); ++i) {
-        const state::RememberedMail& row = remembered[i];
-        lost[i] = row.link == state::MailLink::kPending &&
-                  (!present.contains(row.unique) || sides.torn.contains(row.unique));
+    std::vector<bool> lost;
+    for (const state::RememberedMail& row : sides.remembered) {
+        lost.push_back(row.link == state::MailLink::kPending &&
+                       (!present.contains(row.unique) || sides.torn.contains(row.unique)));
     }
     return lost;
 }
 
-MailMatching MatchMails(const std::vector<EudoraHead>& eudora,
-                        const std::vector<state::RememberedMail>& remembered,
-                        const std::vector<bool>& lost) {
-    MailMatching matching{std::vector<std::optional<std::size_t>>(eudora.size()),
-                          std::vector<bool>(remembered.size(), false)};
+}  // namespace
+
+MailMatching MatchMails(const MailSides& sides) {
+    const std::vector<EudoraHead>& eudora = sides.eudora;
+    const std::vector<state::RememberedMail>& remembered = sides.remembered;
+    MailMatching matching{
+        std::vector<std::optional<std::size_t>>(eudora.size()), LostDeliveries(sides), {}};
+    const std::vector<bool>& lost = matching.isLost;
+    matching.isGone = lost;
+    matching.isGone.flip();
     std::unordered_map<std::string_view, std::size_t> byId;
     for (std::size_t i = 0; i < remembered.size(); ++i) {
-        matching.isGone[i] = !lost[i];
         if (!lost[i]) byId.emplace(remembered[i].id, i);
     }
     for (std::size_t i = 0; i < eudora.size(); ++i) {

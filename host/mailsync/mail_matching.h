@@ -11,16 +11,11 @@ namespace host::mailsync {
 // Which remembered mail each mail of Eudora's is.
 struct MailMatching {
     std::vector<std::optional<std::size_t>> rowOf;  // by position in sides.eudora
-    std::vector<bool> isGone;                       // by position in the remembered ones
+    // By position in sides.remembered. Lost: the delivery of a cut-off run left no file, or a
+    // part of one; such a row is no mail's.
+    std::vector<bool> isLost, isGone;
 };
 
-// Which remembered deliveries of a cut-off run left no file, or a part of one.
-std::vector<bool> LostDeliveries(const MailSides& sides,
-                                 const std::vector<state::RememberedMail>& remembered);
-
-// Rows of deliveries that are lost match nothing.
-MailMatching MatchMails(const std::vector<EudoraHead>& eudora,
-                        const std::vector<state::RememberedMail>& remembered,
-                        const std::vector<bool>& lost);
+MailMatching MatchMails(const MailSides& sides);
 
 }  // namespace host::mailsync

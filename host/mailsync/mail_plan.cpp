@@ -1,10 +1,8 @@
 #include "host/mailsync/mail_plan.h"
 
 #include <algorithm>
-#include <iterator>
 
 #include "host/mail/mail.h"
-#include "host/maildir/maildir_name.h"
 #include "host/mailsync/mail_matching.h"
 
 namespace host::mailsync {
@@ -27,21 +25,38 @@ bool WasSeen(const state::RememberedMail& row, bool isSeenNow) {
     return IsSeen(row.marker) || (row.link == state::MailLink::kAdding && isSeenNow);
 }
 
+std::string FlagsOf(const std::string& marker) {
+    return IsSeen(marker) ? std::string(1, kSeenFlag) : std::string();
+}
+
+// What Eudora tells of a mail that nobody remembers yet.
+state::RememberedMail RowOf(const EudoraHead& head, state::MailLink link) {
+    state::RememberedMail row;
+    row.link = link;
+    row.id = head.id;
+    row.marker = head.marker;
+    row.messageId = head.messageId.value_or("");
+    row.flags = FlagsOf(head.marker);
+    row.name = head.name;
+    row.fileId = head.fileMessageId;
+    return row;
+}
+
 class MailPlanner {
   public:
-    MailPlanner(const MailSides& sides, const std::vector<state::RememberedMail>& remembered,
-                const MailPlanOptions& options)
-        : m_sides(sides), m_remembered(remembered), m_options(options) {}
+    MailPlanner(const MailSides& sides, const sync::Options& options)
+        : m_sides(sides), m_remembered(sides.remembered), m_options(options) {}
 
     MailPlan Make();
 
   private:
     void FindFiles();
-    void FindRenamed(const std::vector<bool>& lost);
-    void CountFiles(const std::vector<bool>& lost);
+    void FollowFiles(const std::vector<bool>& lost);
     void PlanKnown(const EudoraHead& head, const state::RememberedMail& row);
     void PlanFlags(const EudoraHead& head, state::RememberedMail row,
                    const maildir::MaildirEntry& file);
+    void Settle(state::RememberedMail row, const maildir::MaildirEntry& file, bool now,
+                bool eudoraWins);
     void PlanNew(const EudoraHead& head);
     void PlanPair(const EudoraHead& head, const maildir::MaildirEntry& file);
     void PlanRemovedFile(const EudoraHead& head, state::RememberedMail row, bool hasNewId);
@@ -60,7 +75,7 @@ class MailPlanner {
 
     const MailSides& m_sides;
     const std::vector<state::RememberedMail>& m_remembered;
-    const MailPlanOptions& m_options;
+    const sync::Options& m_options;
     std::unordered_map<std::string_view, const maildir::MaildirEntry*> m_files;
     std::unordered_map<std::string, std::vector<const maildir::MaildirEntry*>> m_foreign;
     std::unordered_set<std::string_view> m_taken;  // unique names of files that have a mail
@@ -94,49 +109,46 @@ void MailPlanner::FindFiles() {
     }
 }
 
-// A program that changes what stands in front of the flags has renamed the file, not removed it.
-void MailPlanner::FindRenamed(const std::vector<bool>& lost) {
+// What became of the files of the remembered mails. A program that changes what stands in front of
+// the flags has renamed the file, not removed it.
+void MailPlanner::FollowFiles(const std::vector<bool>& lost) {
     for (std::size_t i = 0; i < m_remembered.size(); ++i) {
         const state::RememberedMail& row = m_remembered[i];
-        if (lost[i] || m_files.contains(row.unique)) continue;
-        const auto* file = TakeForeign(row.fileId.empty() ? row.messageId : row.fileId, row.name);
-        if (file != nullptr) m_renamed.emplace(row.key, file);
+        if (lost[i]) {
+            Add(kMemory, kRedo, row, FileOf(row));
+            continue;
+        }
+        if (!m_files.contains(row.unique)) {
+            m_renamed[row.key] =
+                TakeForeign(row.fileId.empty() ? row.messageId : row.fileId, row.name);
+        }
+        if (row.link != state::MailLink::kInStep && row.link != state::MailLink::kPending) continue;
+        ++m_inStep;
+        m_inFolder += FileOf(row) != nullptr;
     }
 }
 
-void MailPlanner::CountFiles(const std::vector<bool>& lost) {
-    for (std::size_t i = 0; i < m_remembered.size(); ++i) {
-        const state::RememberedMail& row = m_remembered[i];
-        const maildir::MaildirEntry* const file = FileOf(row);
-        if (lost[i]) Add(kMemory, kRedo, row, file);
-        if (row.link != state::MailLink::kInStep && row.link != state::MailLink::kPending) continue;
-        if (lost[i]) continue;
-        ++m_inStep;
-        m_inFolder += file != nullptr;
-    }
+// Both sides show the mail as `row` has it, with the read state of one of them.
+void MailPlanner::Settle(state::RememberedMail row, const maildir::MaildirEntry& file, bool now,
+                         bool eudoraWins) {
+    const bool differs = maildir::HasFlag(file.flags, kSeenFlag) != now;
+    row.flags = differs && eudoraWins ? maildir::WithFlag(file.flags, kSeenFlag, now) : file.flags;
+    Add(!differs ? kMemory : eudoraWins ? kFolder : kEudora, kChange, std::move(row), &file);
 }
 
 // The row is as it was in memory, but for Eudora's id.
 void MailPlanner::PlanFlags(const EudoraHead& head, state::RememberedMail row,
                             const maildir::MaildirEntry& file) {
     const bool now = IsSeen(head.marker), before = WasSeen(row, now);
-    const bool inFolder = maildir::HasFlag(file.flags, kSeenFlag);
     const bool hasNews = row.link != state::MailLink::kInStep || row.marker != head.marker ||
-                         row.unique != file.unique;
+                         row.unique != file.unique ||
+                         maildir::HasFlag(file.flags, kSeenFlag) != now;
+    if (!hasNews) return;
     if (row.link == state::MailLink::kAdding) row.content.clear();
     row.unique = file.unique;
     row.link = state::MailLink::kInStep;
     row.marker = head.marker;
-    if (inFolder == now) {
-        row.flags = file.flags;
-        return hasNews ? Add(kMemory, kChange, std::move(row)) : void();
-    }
-    if (now != before) {
-        row.flags = maildir::WithFlag(file.flags, kSeenFlag, now);
-        return Add(kFolder, kChange, std::move(row), &file);
-    }
-    row.flags = file.flags;
-    Add(kEudora, kChange, std::move(row), &file);
+    Settle(std::move(row), file, now, now != before);
 }
 
 void MailPlanner::PlanKnown(const EudoraHead& head, const state::RememberedMail& known) {
@@ -171,7 +183,7 @@ void MailPlanner::PlanRemovedFile(const EudoraHead& head, state::RememberedMail 
     }
     row.link = state::MailLink::kPending;
     row.marker = head.marker;
-    row.flags = now ? std::string(1, kSeenFlag) : std::string();
+    row.flags = FlagsOf(head.marker);
     Add(kFolder, kAdd, std::move(row));
 }
 
@@ -202,29 +214,18 @@ const maildir::MaildirEntry* MailPlanner::TakeForeign(const std::string& message
     return file;
 }
 
-// Both were there before anything was remembered: nobody knows who changed the read state.
+// Both were there before anything was remembered: nobody knows who changed the read state. Without
+// a preference a mail that was read anywhere is read.
 void MailPlanner::PlanPair(const EudoraHead& head, const maildir::MaildirEntry& file) {
     const bool now = IsSeen(head.marker);
-    state::RememberedMail row{0,
-                              state::MailLink::kInStep,
-                              head.id,
-                              head.marker,
-                              head.messageId.value_or(""),
-                              file.unique,
-                              maildir::WithFlag(file.flags, kSeenFlag, now),
-                              0,
-                              head.content,
-                              head.name.empty() ? m_sides.foreign.at(file.unique).name : head.name,
-                              head.fileMessageId};
-    const bool eudoraWins = m_options.prefer == sync::Prefer::kEudora;
-    const bool folderWins = m_options.prefer == sync::Prefer::kFolder;
-    const bool differs = maildir::HasFlag(file.flags, kSeenFlag) != now;
-    // Without a preference a mail that was read anywhere is read.
-    if (differs && (eudoraWins || (!folderWins && now))) {
-        return Add(kFolder, kChange, std::move(row), &file);
-    }
-    row.flags = file.flags;
-    Add(differs ? kEudora : kMemory, kChange, std::move(row), &file);
+    state::RememberedMail row = RowOf(head, state::MailLink::kInStep);
+    row.unique = file.unique;
+    row.content = head.content;
+    if (row.name.empty()) row.name = m_sides.foreign.at(file.unique).name;
+    const bool hasPreference =
+        m_options.prefer == sync::Prefer::kEudora || m_options.prefer == sync::Prefer::kFolder;
+    Settle(std::move(row), file, now,
+           hasPreference ? m_options.prefer == sync::Prefer::kEudora : now);
 }
 
 void MailPlanner::PlanNew(const EudoraHead& head) {
@@ -235,15 +236,7 @@ void MailPlanner::PlanNew(const EudoraHead& head) {
     }
     if (file != nullptr) return PlanPair(head, *file);
     if (!head.isWithinLimits) return;
-    state::RememberedMail row;
-    row.link = state::MailLink::kPending;
-    row.id = head.id;
-    row.marker = head.marker;
-    row.messageId = head.messageId.value_or("");
-    row.flags = IsSeen(head.marker) ? std::string(1, kSeenFlag) : std::string();
-    row.name = head.name;
-    row.fileId = head.fileMessageId;
-    Add(kFolder, kAdd, std::move(row));
+    Add(kFolder, kAdd, RowOf(head, state::MailLink::kPending));
 }
 
 void MailPlanner::PlanGone(const state::RememberedMail& row) {
@@ -349,10 +342,8 @@ void MailPlanner::CheckLimits() {
 
 MailPlan MailPlanner::Make() {
     FindFiles();
-    const std::vector<bool> lost = LostDeliveries(m_sides, m_remembered);
-    FindRenamed(lost);
-    CountFiles(lost);
-    const MailMatching matching = MatchMails(m_sides.eudora, m_remembered, lost);
+    const MailMatching matching = MatchMails(m_sides);
+    FollowFiles(matching.isLost);
     for (std::size_t i = 0; i < m_sides.eudora.size(); ++i) {
         const auto row = matching.rowOf[i];
         row ? PlanKnown(m_sides.eudora[i], m_remembered[*row]) : PlanNew(m_sides.eudora[i]);
@@ -381,13 +372,8 @@ std::optional<sync::Change> Told(const MailStep& step) {
     return change;
 }
 
-MailPlan PlanMail(const MailSides& sides, const std::vector<state::RememberedMail>& remembered,
-                  const MailPlanOptions& options) {
-    std::vector<state::RememberedMail> mails;
-    std::ranges::copy_if(
-        remembered, std::back_inserter(mails),
-        [](const state::RememberedMail& row) { return row.link != state::MailLink::kSending; });
-    return MailPlanner(sides, mails, options).Make();
+MailPlan PlanMail(const MailSides& sides, const sync::Options& options) {
+    return MailPlanner(sides, options).Make();
 }
 
 bool IsSeen(const std::string& marker) {

@@ -35,10 +35,12 @@ struct OutgoingFile {
     std::string name;
 };
 
-// What both sides hold now. A file with the flag T is on its way out: it counts as removed.
+// What both sides hold now, and held when they were last in step. A file with the flag T is on its
+// way out: it counts as removed.
 struct MailSides {
     std::vector<EudoraHead> eudora;  // in the mailbox's order; each id once
     std::vector<maildir::MaildirEntry> folder;
+    std::vector<state::RememberedMail> remembered;
     // What the files are that nobody remembers, by unique name; drafts only where they may matter.
     std::unordered_map<std::string, FolderHead> foreign;
     // Files of which a cut-off run delivered a part only, by unique name.
@@ -79,13 +81,7 @@ struct MailPlan {
 // What a report tells of a step; nothing of one that changes only the memory.
 std::optional<sync::Change> Told(const MailStep& step);
 
-struct MailPlanOptions {
-    sync::Prefer prefer = sync::Prefer::kBoth;
-    std::optional<sync::DeleteLimit> maxDelete;
-};
-
-// What brings the Maildir and Eudora's in-box into step, from what both hold and what they held
-// when they last were. A pure function.
+// What brings the Maildir and Eudora's in-box into step. A pure function.
 //
 // A mail is known again by its record id, unless its Message-ID says that the id was given to
 // another mail; a mail whose id changed by its Message-ID, or by its content where it has none; a
@@ -95,8 +91,7 @@ struct MailPlanOptions {
 // preference decides; without one a mail that was read anywhere is read. A mail that was removed
 // on one side and whose read state changed on the other waits for a preference. While something
 // cannot be read that may be what is missing, nothing counts as removed.
-MailPlan PlanMail(const MailSides& sides, const std::vector<state::RememberedMail>& remembered,
-                  const MailPlanOptions& options);
+MailPlan PlanMail(const MailSides& sides, const sync::Options& options);
 
 // Whether a change marker is that of a read mail.
 bool IsSeen(const std::string& marker);

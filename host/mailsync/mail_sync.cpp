@@ -67,19 +67,11 @@ base::Status Prepare(const sync::CommandPlace& place, const MailSyncOptions& opt
         if (!queued) return queued.Error();
         run.sides.queued = *queued;
     }
-    run.plan = PlanMail(run.sides, run.remembered, {options.prefer, options.maxDelete});
+    run.plan = PlanMail(run.sides, options);
     run.plan.report.limits = run.source->Limits();
     if (run.plan.stop) return base::Refused(*run.plan.stop);
     if (!run.plan.report.Changes(sync::Side::kEudora)) return {};
     return sync::CheckRights(place.files, options.mailboxes);
-}
-
-base::Status BackUp(const sync::CommandPlace& place, const MailSyncOptions& options, MailRun& run) {
-    auto backups = sync::BackupsOf(place);
-    auto made = backups.MakeOfSet(options.eudoraFiles, "before a sync of mail");
-    if (!made) return made.Error();
-    run.passedOver = std::move(made->passedOver);
-    return backups.Prune();
 }
 
 MailWork WorkOf(const sync::CommandPlace& place, const MailSyncOptions& options, MailRun& run) {
@@ -92,7 +84,10 @@ MailWork WorkOf(const sync::CommandPlace& place, const MailSyncOptions& options,
             run.progress,
             options.parse,
             [&] { return mailbox::CountMails(place.files, options.outbox); },
-            [&] { return BackUp(place, options, run); }};
+            [&] {
+                return sync::BackUp(place, options.eudoraFiles, "before a sync of mail",
+                                    run.passedOver);
+            }};
 }
 
 }  // namespace

@@ -13,7 +13,7 @@
 
 namespace host::mailsync {
 
-struct MailSyncOptions {
+struct MailSyncOptions : sync::Options {
     // Makes the in-box ready for reading; called once everything else is known to be in order.
     std::function<base::Result<std::unique_ptr<mail::MailSource>>()> open;
     // Reads a file for Eudora.
@@ -24,9 +24,6 @@ struct MailSyncOptions {
     std::vector<std::string> mailboxes;    // the files that change with Eudora's mails, native
     std::vector<std::string> eudoraFiles;  // what a backup holds, native, in the order of a restore
     std::string maildir;                   // native, without links
-    sync::Prefer prefer = sync::Prefer::kBoth;
-    std::optional<sync::DeleteLimit> maxDelete;
-    bool dryRun = false;
 };
 
 // A failure: nothing was touched.

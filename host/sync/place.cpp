@@ -12,6 +12,15 @@ backup::Backups BackupsOf(const CommandPlace& place) {
         place.files, folder.empty() ? name : folder + place.files.Separator() + name, place.clock);
 }
 
+base::Status BackUp(const CommandPlace& place, const std::vector<std::string>& origins,
+                    const std::string& reason, std::vector<std::string>& passedOver) {
+    auto backups = BackupsOf(place);
+    auto made = backups.Make(origins, reason);
+    if (!made) return made.Error();
+    passedOver = std::move(made->passedOver);
+    return backups.Prune();
+}
+
 base::Result<backup::Backup> Restore(const CommandPlace& place, const std::string& id) {
     const bool hasState = place.files.Exists(place.stateFile);
     auto lock = state::StateLock::Take(place.files, place.stateFile, hasState);

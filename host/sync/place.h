@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "host/backup/backups.h"
 #include "host/base/failure.h"
@@ -21,6 +22,11 @@ struct CommandPlace {
 
 // The backups beside the state file.
 backup::Backups BackupsOf(const CommandPlace& place);
+
+// Backs these native paths up and lets old backups go. Adds what is no regular file to
+// `passedOver`.
+base::Status BackUp(const CommandPlace& place, const std::vector<std::string>& origins,
+                    const std::string& reason, std::vector<std::string>& passedOver);
 
 // Puts a backup's files back, as backup::Backups has it; gives the backup of what was there before.
 // What was in step with an in-box that is put back is forgotten.

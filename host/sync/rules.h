@@ -23,6 +23,13 @@ struct DeleteLimit {
 // "25" or "25%", up to 100%.
 std::optional<DeleteLimit> ParseDeleteLimit(std::string_view text);
 
+// What a person wants of a run.
+struct Options {
+    Prefer prefer = Prefer::kBoth;
+    std::optional<DeleteLimit> maxDelete;  // the larger of 10 and 25% if not given
+    bool dryRun = false;
+};
+
 // How many of `total` remembered ones may be deleted; the larger of 10 and 25% if no limit is
 // given.
 unsigned long DeletionsAllowed(unsigned long total, const std::optional<DeleteLimit>& limit);

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "host/vcard/card_text.h"
-#include "host/vcard/content_line.h"
 #include "text/ascii.h"
 
 namespace host::vcard {
@@ -16,31 +15,6 @@ bool IsMark(const Property& property, std::string_view name) {
 }
 
 }  // namespace
-
-const Parameter* Property::Find(std::string_view parameterName) const {
-    for (const Parameter& parameter : parameters) {
-        if (parameter.name == parameterName) return &parameter;
-    }
-    return nullptr;
-}
-
-bool Property::HasType(std::string_view type) const {
-    for (const Parameter& parameter : parameters) {
-        if (!parameter.name.empty() && parameter.name != "TYPE") continue;
-        for (const std::string& list : parameter.values) {
-            // A quoted list, TYPE="work,voice", counts as a list.
-            for (const std::string& piece : SplitEscaped(list, ',')) {
-                if (text::EqualNoCase(piece, type)) return true;
-            }
-        }
-    }
-    return false;
-}
-
-void Property::RemoveParameter(std::string_view parameterName) {
-    std::erase_if(parameters,
-                  [&](const Parameter& parameter) { return parameter.name == parameterName; });
-}
 
 Card Card::Create(std::string_view uid) {
     Card card;

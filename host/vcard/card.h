@@ -5,25 +5,9 @@
 #include <string_view>
 #include <vector>
 
+#include "host/vcard/content_line.h"
+
 namespace host::vcard {
-
-struct Parameter {
-    std::string name;                 // upper case; empty for a bare value such as TEL;HOME
-    std::vector<std::string> values;  // decoded
-};
-
-// One logical line of a vCard, as it was read, and taken apart.
-struct Property {
-    std::string raw;          // its bytes in the file, folds and line end included
-    std::string group, name;  // name in upper case; empty for a blank line
-    std::vector<Parameter> parameters;
-    std::string value;  // unfolded, still escaped
-
-    const Parameter* Find(std::string_view parameterName) const;
-    // Whether a TYPE (or a bare parameter) says so, without regard to case.
-    bool HasType(std::string_view type) const;
-    void RemoveParameter(std::string_view parameterName);
-};
 
 // Where and why a vCard cannot be read.
 struct CardError {

@@ -17,50 +17,33 @@ namespace {
 
 constexpr unsigned kLatin = 1252;
 
-bool IsFax(const Property& property) {
-    return property.HasType("fax");
-}
+// By field.
+constexpr std::array<std::string_view, base::kFieldCount> kNames = {
+    "NICKNAME", "FN", "ADR", "TEL", "TEL", "EMAIL", "NOTE"};
 
-bool Holds(const Property& property, base::Field field) {
-    switch (field) {
-        case base::Field::kNickname:
-            return property.name == "NICKNAME";
-        case base::Field::kName:
-            return property.name == "FN";
-        case base::Field::kAddress:
-            return property.name == "ADR";
-        case base::Field::kPhone:
-            return property.name == "TEL" && !IsFax(property);
-        case base::Field::kFax:
-            return property.name == "TEL" && IsFax(property);
-        case base::Field::kEmail:
-            return property.name == "EMAIL";
-        case base::Field::kNote:
-            return property.name == "NOTE";
-    }
-    return false;
+template <class Test>
+std::optional<std::size_t> Find(const Card& card, const Test& test) {
+    const auto& properties = card.Properties();
+    const auto found = std::ranges::find_if(properties, test);
+    if (found == properties.end()) return std::nullopt;
+    return static_cast<std::size_t>(found - properties.begin());
 }
 
 std::optional<std::size_t> FindField(const Card& card, base::Field field) {
-    const auto& properties = card.Properties();
-    for (std::size_t i = 0; i < properties.size(); ++i) {
-        if (Holds(properties[i], field)) return i;
-    }
-    return std::nullopt;
+    return Find(card, [&](const Property& property) {
+        return property.name == kNames[static_cast<std::size_t>(field)] &&
+               (property.name != "TEL" || property.HasType("fax") == (field == base::Field::kFax));
+    });
 }
 
 std::optional<std::size_t> FindName(const Card& card, std::string_view name) {
-    const auto& properties = card.Properties();
-    for (std::size_t i = 0; i < properties.size(); ++i) {
-        if (properties[i].name == name) return i;
-    }
-    return std::nullopt;
+    return Find(card, [&](const Property& property) { return property.name == name; });
 }
 
 // The value in UTF-8 with the transfer forms of older writers undone; still escaped.
 std::string PlainValue(const Property& property) {
     std::string value = property.value;
-    if (std::any_of(property.parameters.begin(), property.parameters.end(), IsQuotedPrintable)) {
+    if (std::ranges::any_of(property.parameters, &Parameter::IsQuotedPrintable)) {
         std::string decoded;
         // A decoded line end is text: as such it stands escaped. No text holds a zero byte.
         for (const char byte : DecodeQuotedPrintable(value)) {
@@ -135,8 +118,6 @@ std::string TimeStamp(std::chrono::system_clock::time_point now) {
 
 Property NewProperty(base::Field field) {
     Property property;
-    constexpr std::array<std::string_view, base::kFieldCount> kNames = {
-        "NICKNAME", "FN", "ADR", "TEL", "TEL", "EMAIL", "NOTE"};
     property.name = kNames[static_cast<std::size_t>(field)];
     if (field == base::Field::kPhone) property.parameters = {{"TYPE", {"work", "voice"}}};
     if (field == base::Field::kFax) property.parameters = {{"TYPE", {"fax"}}};
@@ -160,20 +141,24 @@ std::string NewValue(const Property& old, base::Field field, const std::string& 
     return value;
 }
 
-void SetProperty(Card& card, std::string_view name, const std::string& value) {
-    Property property;
-    property.name = name;
-    const auto index = FindName(card, name);
-    if (index) property = card.Properties()[*index];
+// Writes a property with a plain value, in place of the one at `index` if there is one.
+void Put(Card& card, std::optional<std::size_t> index, Property property) {
     for (const auto* parameter : {"ENCODING", "CHARSET", "VALUE"}) {
         property.RemoveParameter(parameter);
     }
-    property.value = value;
     if (index) {
         card.Rewrite(*index, std::move(property));
     } else {
         card.Append(std::move(property));
     }
+}
+
+void SetProperty(Card& card, std::string_view name, const std::string& value) {
+    const auto index = FindName(card, name);
+    Property property = index ? card.Properties()[*index] : Property();
+    property.name = name;
+    property.value = value;
+    Put(card, index, std::move(property));
 }
 
 void SetField(Card& card, base::Field field, const std::string& text) {
@@ -186,19 +171,12 @@ void SetField(Card& card, base::Field field, const std::string& text) {
         return;
     }
     property.value = NewValue(property, field, text);
-    std::erase_if(property.parameters, IsQuotedPrintable);
-    for (const auto* parameter : {"ENCODING", "CHARSET", "VALUE"}) {
-        property.RemoveParameter(parameter);
-    }
+    std::erase_if(property.parameters, std::mem_fn(&Parameter::IsQuotedPrintable));
     if (property.Find("LABEL") != nullptr) {
         property.RemoveParameter("LABEL");
         property.parameters.push_back({"LABEL", {EscapeBackslashes(text)}});
     }
-    if (index) {
-        card.Rewrite(*index, std::move(property));
-    } else {
-        card.Append(std::move(property));
-    }
+    Put(card, index, std::move(property));
 }
 
 void SetName(Card& card, const base::Contact& values) {
@@ -210,10 +188,9 @@ void SetName(Card& card, const base::Contact& values) {
 }
 
 bool IsBookkeeping(const Property& property) {
-    for (const auto* name : {"", "BEGIN", "END", "VERSION", "UID", "REV", "PRODID", "N", "KIND"}) {
-        if (property.name == name) return true;
-    }
-    return false;
+    constexpr std::string_view kOwn[] = {"",    "BEGIN",  "END", "VERSION", "UID",
+                                         "REV", "PRODID", "N",   "KIND"};
+    return std::ranges::find(kOwn, property.name) != std::end(kOwn);
 }
 
 }  // namespace
@@ -251,11 +228,7 @@ void WriteFields(Card& card, const base::Contact& values, base::FieldSet which,
                  std::chrono::system_clock::time_point now) {
     for (base::Field field : base::kAllFields) {
         if (!which.Has(field)) continue;
-        if (field == base::Field::kName) {
-            SetName(card, values);
-        } else {
-            SetField(card, field, values[field]);
-        }
+        field == base::Field::kName ? SetName(card, values) : SetField(card, field, values[field]);
     }
     SetProperty(card, "REV", TimeStamp(now));
 }

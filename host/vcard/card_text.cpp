@@ -1,5 +1,8 @@
 #include "host/vcard/card_text.h"
 
+#include <algorithm>
+#include <span>
+
 #include "text/ascii.h"
 
 namespace host::vcard {
@@ -10,36 +13,41 @@ bool IsContinuationByte(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
 }
 
+struct Escape {
+    char plain, letter;  // the letter stands behind the mark
+};
+
+// Those that are written, and two that older writers have.
+constexpr Escape kTextEscapes[] = {{'\\', '\\'}, {',', ','},  {';', ';'},
+                                   {'\n', 'n'},  {'\n', 'N'}, {':', ':'}};
+constexpr std::size_t kWritten = 4;
+
+std::string Escaped(std::string_view text, char mark, std::span<const Escape> escapes) {
+    std::string escaped;
+    for (const char byte : text) {
+        const auto escape = std::ranges::find(escapes, byte, &Escape::plain);
+        if (escape != escapes.end()) escaped += mark;
+        escaped += escape != escapes.end() ? escape->letter : byte;
+    }
+    return escaped;
+}
+
 }  // namespace
 
 std::string EscapeText(std::string_view text) {
-    std::string escaped;
-    for (const char byte : text) {
-        if (byte == '\n') {
-            escaped += "\\n";
-        } else {
-            if (byte == '\\' || byte == ',' || byte == ';') escaped += '\\';
-            escaped += byte;
-        }
-    }
-    return escaped;
+    return Escaped(text, '\\', std::span(kTextEscapes).first(kWritten));
 }
 
 std::string UnescapeText(std::string_view text) {
     std::string plain;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        const char next = i + 1 < text.size() ? text[i + 1] : '\0';
-        if (text[i] != '\\') {
-            plain += text[i];
-        } else if (next == 'n' || next == 'N') {
-            plain += '\n';
-            ++i;
-        } else if (next == '\\' || next == ',' || next == ';' || next == ':') {
-            plain += next;
-            ++i;
-        } else {
-            plain += '\\';
+        const auto* escape = std::end(kTextEscapes);
+        if (text[i] == '\\' && i + 1 < text.size()) {
+            escape = std::ranges::find(kTextEscapes, text[i + 1], &Escape::letter);
         }
+        const bool isEscape = escape != std::end(kTextEscapes);
+        plain += isEscape ? escape->plain : text[i];
+        i += isEscape;
     }
     return plain;
 }
@@ -60,18 +68,8 @@ std::vector<std::string> SplitEscaped(std::string_view text, char separator) {
 }
 
 std::string EncodeParameter(std::string_view text) {
-    std::string encoded;
-    for (const char byte : text) {
-        if (byte == '\n') {
-            encoded += "^n";
-        } else if (byte == '^') {
-            encoded += "^^";
-        } else if (byte == '"') {
-            encoded += "^'";
-        } else {
-            encoded += byte;
-        }
-    }
+    constexpr Escape kEscapes[] = {{'\n', 'n'}, {'^', '^'}, {'"', '\''}};
+    const std::string encoded = Escaped(text, '^', kEscapes);
     const bool needsQuotes = encoded.find_first_of(",;:") != std::string::npos;
     return needsQuotes ? '"' + encoded + '"' : encoded;
 }

@@ -71,9 +71,33 @@ std::string WithoutReturns(std::string_view value) {
 
 }  // namespace
 
-bool IsQuotedPrintable(const Parameter& parameter) {
-    return (parameter.name == "ENCODING" || parameter.name.empty()) &&
-           text::EqualNoCase(parameter.values[0], "QUOTED-PRINTABLE");
+bool Parameter::IsQuotedPrintable() const {
+    return (name == "ENCODING" || name.empty()) && text::EqualNoCase(values[0], "QUOTED-PRINTABLE");
+}
+
+const Parameter* Property::Find(std::string_view parameterName) const {
+    for (const Parameter& parameter : parameters) {
+        if (parameter.name == parameterName) return &parameter;
+    }
+    return nullptr;
+}
+
+bool Property::HasType(std::string_view type) const {
+    for (const Parameter& parameter : parameters) {
+        if (!parameter.name.empty() && parameter.name != "TYPE") continue;
+        for (const std::string& list : parameter.values) {
+            // A quoted list, TYPE="work,voice", counts as a list.
+            for (const std::string& piece : SplitEscaped(list, ',')) {
+                if (text::EqualNoCase(piece, type)) return true;
+            }
+        }
+    }
+    return false;
+}
+
+void Property::RemoveParameter(std::string_view parameterName) {
+    std::erase_if(parameters,
+                  [&](const Parameter& parameter) { return parameter.name == parameterName; });
 }
 
 LineReader::LineReader(std::string_view bytes) : m_rest(bytes) {
@@ -98,7 +122,7 @@ bool LineReader::Next(std::string& raw, std::string& text) {
     Property property;
     const bool hasSoftBreaks =
         !ParseContentLine(text, property) &&
-        std::any_of(property.parameters.begin(), property.parameters.end(), IsQuotedPrintable);
+        std::ranges::any_of(property.parameters, &Parameter::IsQuotedPrintable);
     while (!m_rest.empty()) {
         if (m_rest[0] == ' ' || m_rest[0] == '\t') {
             line = TakePhysicalLine();

@@ -3,10 +3,31 @@
 #include <optional>
 #include <string>
 #include <string_view>
-
-#include "host/vcard/card.h"
+#include <vector>
 
 namespace host::vcard {
+
+struct Parameter {
+    std::string name;                 // upper case; empty for a bare value such as TEL;HOME
+    std::vector<std::string> values;  // decoded; at least one
+
+    // Whether it says that the value is quoted-printable: ENCODING, or as older writers have it,
+    // the word alone.
+    bool IsQuotedPrintable() const;
+};
+
+// One logical line of a vCard, as it was read, and taken apart.
+struct Property {
+    std::string raw;          // its bytes in the file, folds and line end included
+    std::string group, name;  // name in upper case; empty for a blank line
+    std::vector<Parameter> parameters;
+    std::string value;  // unfolded, still escaped
+
+    const Parameter* Find(std::string_view parameterName) const;
+    // Whether a TYPE (or a bare parameter) says so, without regard to case.
+    bool HasType(std::string_view type) const;
+    void RemoveParameter(std::string_view parameterName);
+};
 
 // Cuts the bytes of a file into logical lines: continuations joined, and quoted-printable soft
 // line breaks too.
@@ -30,10 +51,6 @@ class LineReader {
 // Takes a logical line apart into `property` (all but its raw bytes); what is wrong with it if it
 // is no property.
 std::optional<std::string> ParseContentLine(std::string_view line, Property& property);
-
-// Whether a parameter says that the value is quoted-printable: ENCODING, or as older writers have
-// it, the word alone.
-bool IsQuotedPrintable(const Parameter& parameter);
 
 // The logical line of a property.
 std::string FormatContentLine(const Property& property);

@@ -5,19 +5,16 @@
 #include <algorithm>
 #include <set>
 
-#include "host/maildir/maildir_name.h"
 #include "host/maildir/message_header.h"
 #include "platform/os/safe_write.h"
 #include "platform/os/system.h"
-#include "platform/testing/faulty_files.h"
 #include "platform/testing/fixed_clock.h"
 #include "platform/testing/memory_files.h"
+#include "tests/host/fault_sweep.h"
 #include "tests/platform/temp_folder.h"
 
 namespace host {
 namespace {
-
-using platform::testing::Fault;
 
 // What is in new and cur: names without the part that differs from run to run.
 std::multiset<std::string> Names(maildir::Maildir& maildir) {
@@ -119,29 +116,26 @@ TEST(Maildir, NamesDifferBetweenProgramsThatShareClockAndCount) {
 
 // The n-th operation of a delivery, a renaming and a removal fails, is torn or is the last.
 TEST(Maildir, LeavesAMailWholeOrNotThereAfterAnyFault) {
-    for (const Fault fault : {Fault::kFail, Fault::kTornWrite, Fault::kKill}) {
-        for (int n = 1;; ++n) {
-            platform::testing::MemoryFiles disk;
-            platform::testing::FaultyFiles files(disk);
-            platform::testing::FixedClock clock;
-            maildir::Maildir maildir(files, clock, "C:\\M");
-            ASSERT_TRUE(maildir.Create());
-            files.Arm(fault, n);
-            const auto delivered = Deliver(maildir, "a message", "");
-            if (delivered) (void)maildir.SetFlags(maildir.EntryOf(*delivered, ""), "S");
-            const bool fired = files.Fired();
-            files.Disarm();
-            const auto listed = *maildir.List();
-            EXPECT_EQ(listed.size(), delivered ? 1u : 0u) << n;
-            for (const maildir::MaildirEntry& entry : listed)
-                EXPECT_EQ(*maildir.SizeOf(entry), 9u) << n;
-            if (fault != Fault::kKill) {
-                EXPECT_EQ(disk.AllFiles().size(), listed.size()) << n;
-            }
-            EXPECT_EQ(disk.OpenCount(), 0);
-            if (!fired) break;
+    testing::ForEveryFault([](testing::Fault fault, int n) {
+        platform::testing::MemoryFiles disk;
+        platform::testing::FaultyFiles files(disk);
+        platform::testing::FixedClock clock;
+        maildir::Maildir maildir(files, clock, "C:\\M");
+        EXPECT_TRUE(maildir.Create());
+        files.Arm(fault, n);
+        const auto delivered = Deliver(maildir, "a message", "");
+        if (delivered) (void)maildir.SetFlags(maildir.EntryOf(*delivered, ""), "S");
+        const bool fired = files.Fired();
+        files.Disarm();
+        const auto listed = *maildir.List();
+        EXPECT_EQ(listed.size(), delivered ? 1u : 0u);
+        for (const maildir::MaildirEntry& entry : listed) EXPECT_EQ(*maildir.SizeOf(entry), 9u);
+        if (fault != testing::Fault::kKill) {
+            EXPECT_EQ(disk.AllFiles().size(), listed.size());
         }
-    }
+        EXPECT_EQ(disk.OpenCount(), 0);
+        return fired;
+    });
 }
 
 TEST(MaildirName, TakesEveryNameApart) {

@@ -118,18 +118,6 @@ TEST(MailSync, SendsWhatLiesInTheOutbox) {
     }
 }
 
-TEST(MailSync, WhatEudoraHasNoRoomForStaysAndIsTriedAgain) {
-    MailWorld world;
-    world.eudora.room = 2;
-    for (const char* subject : {"a", "b", "c"}) world.Deliver(subject);
-    (void)world.Sync();
-    EXPECT_EQ(world.InBox(), "a b");
-    EXPECT_EQ(world.Folder(), "a b c");
-    world.eudora.room = 3;
-    SyncTwice(world);
-    EXPECT_EQ(world.InBox(), "a b c");
-}
-
 // What memory could hold once is not copied to be remembered: the whole run would end there.
 TEST(MailSync, RemembersALargeMailWithoutACopyOfIt) {
     mail::Mail mail;

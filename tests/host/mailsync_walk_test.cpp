@@ -7,8 +7,6 @@
 namespace host::testing {
 namespace {
 
-using platform::testing::Fault;
-
 // What is to be true of a mail, however it came about: a model of one mail on two sides.
 struct Expectation {
     bool inEudora = false, inFolder = false;
@@ -178,29 +176,25 @@ TEST(MailSyncWalk, KeepsBothSidesAsTheyAreExpectedThroughAnyChanges) {
 // of power, in a run with much to do. What a failure left for later comes with the next run but one
 // at the latest.
 TEST(MailSyncWalk, NoFaultLosesOrDoublesAnything) {
-    for (const Fault fault : {Fault::kFail, Fault::kTornWrite, Fault::kKill}) {
-        for (unsigned seed = 0; seed < 8; ++seed) {
-            bool fired = true;
-            for (int n = 1; fired; ++n) {
-                SCOPED_TRACE(std::to_string(static_cast<int>(fault)) + " at " + std::to_string(n) +
-                             " of " + std::to_string(seed));
-                Walk walk(seed);
-                walk.Edit(20);
-                walk.Sync();
-                walk.Edit(30);
-                walk.world.files.Arm(fault, n);
-                (void)walk.world.Sync();
-                fired = walk.world.files.Fired();
-                walk.world.files.Disarm();
-                if (seed % 2 != 0) walk.world.disk.Crash();
-                for (const sync::Change& change : walk.world.Sync().report.changes) {
-                    EXPECT_NE(change.name, "");
-                }
-                (void)walk.world.Sync();
-                walk.Check();
-                if (HasFailure()) return;
+    for (unsigned seed = 0; seed < 8; ++seed) {
+        ForEveryFault([&](Fault fault, int n) {
+            SCOPED_TRACE(seed);
+            Walk walk(seed);
+            walk.Edit(20);
+            walk.Sync();
+            walk.Edit(30);
+            walk.world.files.Arm(fault, n);
+            (void)walk.world.Sync();
+            const bool fired = walk.world.files.Fired();
+            walk.world.files.Disarm();
+            if (seed % 2 != 0) walk.world.disk.Crash();
+            for (const sync::Change& change : walk.world.Sync().report.changes) {
+                EXPECT_NE(change.name, "");
             }
-        }
+            (void)walk.world.Sync();
+            walk.Check();
+            return fired;
+        });
     }
 }
 

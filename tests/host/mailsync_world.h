@@ -10,12 +10,11 @@
 #include "host/base/failure.h"
 #include "host/mail/mail.h"
 #include "host/mail/parse.h"
-#include "host/maildir/maildir_name.h"
 #include "host/mailsync/execute_mail.h"
 #include "host/mailsync/load_mail.h"
-#include "platform/testing/faulty_files.h"
 #include "platform/testing/fixed_clock.h"
 #include "platform/testing/memory_files.h"
+#include "tests/host/fault_sweep.h"
 
 namespace host::testing {
 
@@ -33,7 +32,6 @@ class MemoryMails : public mail::MailSource {
     std::set<std::string> hidden;      // ids
     std::set<std::string> unreadable;  // the same
     int reads = 0, walks = 0, searches = 0, changes = 0;
-    std::size_t room = 100000;
 
     std::string NextId() {
         char id[11];
@@ -84,9 +82,7 @@ class MemoryMails : public mail::MailSource {
         added.status = mail::kStatusRead;
         added.marker = std::to_string(mail::kStatusRead);
         if (auto copied = CopyAttachments(mail, added); !copied) return copied.Error();
-        m_waiting.push_back([this, added] {
-            if (mails.size() < room) mails.push_back(added);
-        });
+        m_waiting.push_back([this, added] { mails.push_back(added); });
         (void)SetStatus(added.id, status);
         return mail::MailHead{added.id, std::to_string(status)};
     }
@@ -170,37 +166,20 @@ class MemoryMails : public mail::MailSource {
     const mail::Mail* m_current = nullptr;
 };
 
-// Saves count as operations of the file system that faults are injected into.
-class MemoryMailMemory : public state::MailMemory {
+class MemoryMailMemory : public state::MailMemory, public MemoryRows<state::RememberedMail> {
   public:
-    explicit MemoryMailMemory(platform::testing::FaultyFiles& files) : m_files(files) {}
-
-    std::vector<state::RememberedMail> rows;
-    int saves = 0;
+    using MemoryRows::MemoryRows;
 
     host::base::Result<std::vector<state::RememberedMail>> Load() override { return rows; }
     using state::MailMemory::Save;
     host::base::Status Save(state::MailMemoryChange& change) override {
-        if (m_files.Strikes()) return m_files.Injected("state");
-        ++saves;
-        for (const std::int64_t key : change.forget) {
-            std::erase_if(rows, [&](const auto& row) { return row.key == key; });
-        }
-        for (state::RememberedMail& row : change.put) {
-            std::erase_if(rows, [&](const auto& old) { return old.key == row.key; });
-            if (row.key == 0) row.key = ++m_keys;
-            rows.push_back(row);
-        }
+        if (auto saved = MemoryRows::Save(change.put, change.forget); !saved) return saved;
         for (state::RememberedMail& row : rows) {
             if (change.settle && row.link == state::MailLink::kPending)
                 row.link = state::MailLink::kInStep;
         }
         return {};
     }
-
-  private:
-    platform::testing::FaultyFiles& m_files;
-    std::int64_t m_keys = 0;
 };
 
 // An in-box, a Maildir on a disk in memory, the memory, and the runs between them. Mails are known
@@ -216,7 +195,7 @@ struct MailWorld {
     std::optional<mail::AttachFolder> attachments;
     std::string tooLarge;  // memory runs out when the file of this subject is read for Eudora
     int backups = 0;
-    mailsync::MailPlanOptions options{sync::Prefer::kBoth, sync::DeleteLimit{100, true}};
+    sync::Options options{sync::Prefer::kBoth, sync::DeleteLimit{100, true}};
     MailWorld() {
         (void)maildir.Create();
         (void)folders.outbox.Create();
@@ -330,7 +309,7 @@ struct MailWorld {
             return plan;
         }
         sides->queued = eudora.queued.size();
-        return mailsync::PlanMail(*sides, memory.rows, options);
+        return mailsync::PlanMail(*sides, options);
     }
     mailsync::MailWork Work(base::Progress& progress) {
         attachments.emplace(files, files, "C:\\Attach", 1252);

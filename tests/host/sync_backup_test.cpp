@@ -2,14 +2,12 @@
 #include <gtest/gtest.h>
 
 #include "host/backup/backups.h"
-#include "platform/testing/faulty_files.h"
 #include "platform/testing/fixed_clock.h"
 #include "platform/testing/memory_files.h"
+#include "tests/host/fault_sweep.h"
 
 namespace host {
 namespace {
-
-using platform::testing::Fault;
 
 constexpr const char* kBook = "C:\\eudora\\nndbase.txt";
 constexpr const char* kToc = "C:\\eudora\\NNDBASE.TOC";
@@ -24,11 +22,16 @@ struct Machine {
         disk.Put(kBook, "alias old a");
         disk.Put(kToc, "toc");
     }
+    base::Result<backup::Backup> Make() {
+        const auto paths = backup::FilesOfBook(files, kBook);
+        if (!paths) return paths.Error();
+        return backups.Make(*paths, "test");
+    }
 };
 
 TEST(Backups, PutsEverythingBackAndKeepsWhatWasThere) {
     Machine machine;
-    const auto made = *machine.backups.MakeOf(kBook, "test");
+    const auto made = *machine.Make();
     EXPECT_EQ(made.id, "19700101-000000");
     machine.disk.Put(kBook, "alias new b");
     ASSERT_TRUE(machine.disk.Delete(kToc));
@@ -48,30 +51,27 @@ TEST(Backups, PutsEverythingBackAndKeepsWhatWasThere) {
 }
 
 TEST(Backups, AFaultNeverListsAHalfBackup) {
-    for (const Fault fault : {Fault::kFail, Fault::kTornWrite, Fault::kKill}) {
-        bool fired = true;
-        for (int n = 1; fired; ++n) {
-            SCOPED_TRACE("operation " + std::to_string(n));
-            Machine machine;
-            machine.files.Arm(fault, n);
-            const bool isMade = machine.backups.MakeOf(kBook, "test").HasValue();
-            fired = machine.files.Fired();
-            machine.files.Disarm();
-            const auto listed = *machine.backups.List();
-            EXPECT_TRUE(!isMade || listed.size() == 1);
-            if (!isMade && fault != Fault::kKill) {
-                const auto left = machine.disk.List("C:\\state\\backups", "1*");
-                EXPECT_TRUE(!left || left->empty()) << left->front().name;
-            }
-            for (const backup::Backup& backup : listed) {
-                const std::string folder = "C:\\state\\backups\\" + backup.id + "\\";
-                EXPECT_EQ(*machine.disk.Get(folder + "nndbase.txt"), "alias old a");
-                EXPECT_EQ(*machine.disk.Get(folder + "NNDBASE.TOC"), "toc");
-            }
-            EXPECT_EQ(machine.disk.OpenCount(), 0);
-            EXPECT_TRUE(machine.backups.MakeOf(kBook, "again"));
+    testing::ForEveryFault([](testing::Fault fault, int n) {
+        Machine machine;
+        machine.files.Arm(fault, n);
+        const bool isMade = machine.Make().HasValue();
+        const bool fired = machine.files.Fired();
+        machine.files.Disarm();
+        const auto listed = *machine.backups.List();
+        EXPECT_TRUE(!isMade || listed.size() == 1);
+        if (!isMade && fault != testing::Fault::kKill) {
+            const auto left = machine.disk.List("C:\\state\\backups", "1*");
+            EXPECT_TRUE(!left || left->empty()) << left->front().name;
         }
-    }
+        for (const backup::Backup& backup : listed) {
+            const std::string folder = "C:\\state\\backups\\" + backup.id + "\\";
+            EXPECT_EQ(*machine.disk.Get(folder + "nndbase.txt"), "alias old a");
+            EXPECT_EQ(*machine.disk.Get(folder + "NNDBASE.TOC"), "toc");
+        }
+        EXPECT_EQ(machine.disk.OpenCount(), 0);
+        EXPECT_TRUE(machine.Make());
+        return fired;
+    });
 }
 
 // The in-box and the Trash of a run that moves a mail from the one to the other, and files of one
@@ -81,35 +81,31 @@ TEST(Backups, ASetComesBackWholeAndInItsOrder) {
                                           "C:\\e\\Trash.toc",   "C:\\e\\Trash.mbx",
                                           "C:\\e\\nndbase.txt", "C:\\e\\N\\nndbase.txt"};
     const std::vector<std::string> before = {"old toc", "old mbx", "", "", "book", "other book"};
-    for (const Fault fault : {Fault::kNone, Fault::kFail, Fault::kTornWrite, Fault::kKill}) {
-        bool fired = true;
-        for (int n = 1; fired; ++n) {
-            SCOPED_TRACE("operation " + std::to_string(n));
-            Machine machine;
-            const auto contentOf = [&](auto i) { return machine.disk.Get(set[i]).value_or(""); };
-            for (std::size_t i = 0; i < set.size(); ++i) {
-                if (!before[i].empty()) machine.disk.Put(set[i], before[i]);
-            }
-            const std::string id = (*machine.backups.MakeOfSet(set, "test")).id;
-            for (const std::string& path : set) machine.disk.Put(path, "new " + path);
-            machine.files.Arm(fault, n);
-            (void)machine.backups.Restore(id);
-            fired = machine.files.Fired();
-            machine.files.Disarm();
-            for (std::size_t i = 0; i < set.size(); ++i) {
-                const std::string now = contentOf(i);
-                EXPECT_TRUE(now == before[i] || now == "new " + set[i]) << set[i] << now;
-            }
-            // A mail that was moved is in both boxes rather than in none.
-            if (contentOf(2).empty()) {
-                EXPECT_EQ(contentOf(0) + contentOf(1), before[0] + before[1]);
-            }
-            ASSERT_TRUE(machine.backups.Restore(id));
-            for (std::size_t i = 0; i < set.size(); ++i)
-                EXPECT_EQ(contentOf(i), before[i]) << set[i];
-            EXPECT_FALSE(machine.disk.Get("C:\\e\\In.toc.kvnew"));
+    testing::ForEveryFault([&](testing::Fault fault, int n) {
+        Machine machine;
+        const auto contentOf = [&](auto i) { return machine.disk.Get(set[i]).value_or(""); };
+        for (std::size_t i = 0; i < set.size(); ++i) {
+            if (!before[i].empty()) machine.disk.Put(set[i], before[i]);
         }
-    }
+        const std::string id = (*machine.backups.Make(set, "test")).id;
+        for (const std::string& path : set) machine.disk.Put(path, "new " + path);
+        machine.files.Arm(fault, n);
+        (void)machine.backups.Restore(id);
+        const bool fired = machine.files.Fired();
+        machine.files.Disarm();
+        for (std::size_t i = 0; i < set.size(); ++i) {
+            const std::string now = contentOf(i);
+            EXPECT_TRUE(now == before[i] || now == "new " + set[i]) << set[i] << now;
+        }
+        // A mail that was moved is in both boxes rather than in none.
+        if (contentOf(2).empty()) {
+            EXPECT_EQ(contentOf(0) + contentOf(1), before[0] + before[1]);
+        }
+        EXPECT_TRUE(machine.backups.Restore(id));
+        for (std::size_t i = 0; i < set.size(); ++i) EXPECT_EQ(contentOf(i), before[i]) << set[i];
+        EXPECT_FALSE(machine.disk.Get("C:\\e\\In.toc.kvnew"));
+        return fired;
+    });
 }
 
 // As from a CD: read-only files are copied, and nothing is put back or forgotten while one stays so
@@ -117,7 +113,7 @@ TEST(Backups, ASetComesBackWholeAndInItsOrder) {
 TEST(Backups, ReadOnlyFilesAreCopiedAndRefuseARestore) {
     Machine machine;
     machine.disk.SetReadOnly(kToc);
-    const auto made = machine.backups.MakeOf(kBook, "test");
+    const auto made = machine.Make();
     ASSERT_TRUE(made);
     machine.disk.Put(kBook, "alias new b");
     const auto expectRefused = [&](const char* why) {
@@ -146,16 +142,16 @@ TEST(Backups, LeftoversGoAndAFullDiskIsSeenFirst) {
     const std::string folder = "C:\\state\\backups\\";
     machine.disk.Put(folder + "19691231-235959-2\\In.mbx", "half");
     machine.disk.Put(folder + "notes\\mine", "mine");
-    ASSERT_TRUE(machine.backups.MakeOf(kBook, "test"));
+    ASSERT_TRUE(machine.Make());
     EXPECT_FALSE(machine.disk.Stat(folder + "19691231-235959-2"));
     EXPECT_EQ(*machine.disk.Get(folder + "notes\\mine"), "mine");
     constexpr std::uint64_t kLarge = 1 << 20;
     machine.disk.LimitDisk(kLarge);
     const auto before = machine.disk.AllFiles();
     machine.disk.LimitDisk(kLarge - *machine.disk.FreeSpace("C:") + 13);
-    const auto refused = machine.backups.MakeOf(kBook, "test");
+    const auto refused = machine.Make();
     ASSERT_FALSE(refused);
-    EXPECT_THAT(refused.Error().Message(), testing::HasSubstr("make room there"));
+    EXPECT_THAT(refused.Error().Message(), ::testing::HasSubstr("make room there"));
     EXPECT_EQ(machine.disk.AllFiles(), before);
 }
 
@@ -163,7 +159,7 @@ TEST(Backups, OldOnesGoButTheNewestTenStay) {
     Machine machine;
     const auto leftAfter = [&](int days, int made) {
         machine.clock.now += std::chrono::days(days);
-        for (int i = 0; i < made; ++i) (void)machine.backups.MakeOf(kBook, "test");
+        for (int i = 0; i < made; ++i) (void)machine.Make();
         EXPECT_TRUE(machine.backups.Prune());
         return machine.backups.List()->size();
     };

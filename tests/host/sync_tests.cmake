@@ -3,7 +3,7 @@ kv_test(sync_engine_test
     SOURCES sync_engine_test.cpp sync_walk_test.cpp
     DEPENDS host_contactsync platform_testing)
 kv_test(sync_store_test
-    SOURCES state_test.cpp sync_backup_test.cpp sync_vdir_test.cpp
+    SOURCES state_test.cpp sync_backup_test.cpp
     DEPENDS host_contactsync host_state platform_native platform_testing)
 # Both stores on the real disk, Eudora's through the built library beside the test.
 if(NOT WIN32 AND TARGET kvtEUD)
