@@ -46,10 +46,10 @@ std::string Mailbox(const MapiRecipDesc& recipient) {
 std::string RecipientLine(const char* label, const MapiMessage& message,
                           std::uint32_t recipientClass) {
     std::string list;
-    for (std::uint32_t i = 0; i < message.nRecipCount; ++i) {
-        if (message.lpRecips[i].ulRecipClass != recipientClass) continue;
+    for (const auto& recipient : mapi::Recipients(message)) {
+        if (recipient.ulRecipClass != recipientClass) continue;
         if (!list.empty()) list += ", ";
-        list += Mailbox(message.lpRecips[i]);
+        list += Mailbox(recipient);
     }
     return list.empty() ? "" : label + list + kEnd;
 }

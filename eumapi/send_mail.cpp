@@ -9,9 +9,8 @@ namespace eumapi {
 namespace {
 
 Code CheckRecipients(const MapiMessage& message) {
-    if (message.nRecipCount == 0 || message.lpRecips == nullptr) return mapi::kInvalidRecipients;
-    for (std::uint32_t i = 0; i < message.nRecipCount; ++i) {
-        const auto& recipient = message.lpRecips[i];
+    if (mapi::Recipients(message).empty()) return mapi::kInvalidRecipients;
+    for (const auto& recipient : mapi::Recipients(message)) {
         if (recipient.ulRecipClass < mapi::kTo || recipient.ulRecipClass > mapi::kBcc) {
             return mapi::kBadRecipientType;
         }
@@ -23,9 +22,7 @@ Code CheckRecipients(const MapiMessage& message) {
 }
 
 Code CopyAttachments(const MapiMessage& message, OutgoingFiles& files) {
-    if (message.lpFiles == nullptr) return mapi::kSuccess;
-    for (std::uint32_t i = 0; i < message.nFileCount; ++i) {
-        const auto& file = message.lpFiles[i];
+    for (const auto& file : mapi::Files(message)) {
         // An entry without a file stands for an attachment that never had one.
         if (file.lpszPathName == nullptr || *file.lpszPathName == '\0') continue;
         if (const Code code = files.Add(file); code != mapi::kSuccess) return code;

@@ -94,25 +94,20 @@ std::string NewTocHeader(const MailboxKind& kind) {
 MsgBlock MsgBlock::Decode(std::string_view bytes) {
     std::string padded;
     if (bytes.size() < kMsgBlockSize) bytes = padded = Padded(bytes, kMsgBlockSize);
-    MsgBlock block;
-    block.dwOffset = *platform::ReadU32(bytes, kOffsetAt);
-    block.dwLength = *platform::ReadU32(bytes, kLengthAt);
+    MsgBlock block{MailPlace::Decode(bytes)};
     block.dwSeconds = *platform::ReadU32(bytes, kSecondsAt);
-    block.wStatus = *platform::ReadU16(bytes, kStatusOffset);
     block.bMarkLow = static_cast<std::uint8_t>(bytes[kMarkLowAt]);
     block.bMarkHigh = static_cast<std::uint8_t>(bytes[kMarkHighAt]);
     block.szDate = TextAt(bytes, kDateAt, kDateWidth);
     block.szFrom = TextAt(bytes, kFromAt, kFromWidth);
     block.szSubject = TextAt(bytes, kSubjectAt, kSubjectWidth);
-    block.dwMsgId = *platform::ReadU32(bytes, kMsgIdAt);
     return block;
 }
 
 std::string MsgBlock::Encode() const {
     std::string bytes(kMsgBlockSize, '\0');
     for (const OwnWord& word : kOwnWords) platform::WriteU16(bytes, word.at, word.value);
-    platform::WriteU32(bytes, kOffsetAt, dwOffset);
-    platform::WriteU32(bytes, kLengthAt, dwLength);
+    PutInto(bytes);
     platform::WriteU32(bytes, kSecondsAt, dwSeconds);
     platform::WriteU16(bytes, kStatusOffset, wStatus);
     bytes[kMarkLowAt] = static_cast<char>(bMarkLow);

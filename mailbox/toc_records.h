@@ -58,17 +58,28 @@ enum class MailState : std::uint16_t {
     kUnsent = 9
 };
 
-struct MsgBlock {
-    std::uint32_t dwOffset = 0;   // of the mail's separator line in the .mbx file
-    std::uint32_t dwLength = 0;   // bytes of the mail, separator line and last line end included
-    std::uint32_t dwSeconds = 0;  // seconds since 1970-01-01 00:00 UTC
+// What an index of the mails needs of a block, for reading many.
+struct MailPlace {
+    std::uint32_t dwOffset = 0;  // of the mail's separator line in the .mbx file
+    std::uint32_t dwLength = 0;  // bytes of the mail, separator line and last line end included
+    std::uint32_t dwMsgId = 0;
     std::uint16_t wStatus = 0;
+
+    // Bytes that are missing at the end count as zero.
+    static MailPlace Decode(std::string_view bytes);
+    // Where the mail's bytes end in the .mbx file.
+    std::uint64_t End() const { return std::uint64_t{dwOffset} + dwLength; }
+    // Writes offset and length, and nothing else, into the bytes of a whole block.
+    void PutInto(std::string& block) const;
+};
+
+struct MsgBlock : MailPlace {
+    std::uint32_t dwSeconds = 0;  // seconds since 1970-01-01 00:00 UTC
     std::uint8_t bMarkLow = 0;
     std::uint8_t bMarkHigh = 0;  // 0x80: has attachments
     std::string szDate;          // at most 31 bytes
     std::string szFrom;          // at most 63 bytes
     std::string szSubject;       // at most 63 bytes
-    std::uint32_t dwMsgId = 0;
 
     // Bytes that are missing at the end count as zero.
     static MsgBlock Decode(std::string_view bytes);
@@ -80,21 +91,6 @@ struct MsgBlock {
 // cut at whole characters of the code page.
 MsgBlock NewMsgBlock(std::string_view from, std::string_view subject, bool hasAttachments,
                      unsigned codePage);
-
-// What an index of the mails needs of a block, for reading many.
-struct MailPlace {
-    std::uint32_t dwOffset = 0;
-    std::uint32_t dwLength = 0;
-    std::uint32_t dwMsgId = 0;
-    std::uint16_t wStatus = 0;
-
-    // Bytes that are missing at the end count as zero.
-    static MailPlace Decode(std::string_view bytes);
-    // Where the mail's bytes end in the .mbx file.
-    std::uint64_t End() const { return std::uint64_t{dwOffset} + dwLength; }
-    // Writes offset and length, and nothing else, into the bytes of a whole block.
-    void PutInto(std::string& block) const;
-};
 
 // "0x" and eight upper-case hexadecimal digits: how a mail is named outside its file.
 std::string IndexIdOf(std::uint32_t msgId);

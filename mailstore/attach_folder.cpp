@@ -2,8 +2,8 @@
 
 #include <utility>
 
+#include "mailstore/built_record.h"
 #include "mailstore/messages.h"
-#include "mailstore/record_text.h"
 #include "platform/os/code_page.h"
 #include "text/path.h"
 #include "text/plain_name.h"
@@ -14,32 +14,6 @@ namespace {
 
 // A file, and neither of the two OLE kinds.
 constexpr std::uint32_t kFileFlags = ~(mapi::kOle | mapi::kOleStatic);
-
-// The files of a record, taken out of it. Going away, they leave neither blocks nor copies.
-class TakenFiles {
-  public:
-    TakenFiles(MapiMessage& record, platform::Files& files)
-        : m_files(files),
-          m_count(std::exchange(record.nFileCount, 0)),
-          m_entries(std::exchange(record.lpFiles, nullptr)) {}
-    ~TakenFiles() {
-        for (std::uint32_t i = 0; m_entries != nullptr && i < m_count; ++i) {
-            if (m_entries[i].lpszPathName != nullptr) {
-                (void)m_files.Delete(m_entries[i].lpszPathName);
-            }
-            delete[] m_entries[i].lpszPathName;
-            delete[] m_entries[i].lpszFileName;
-        }
-        delete[] m_entries;
-    }
-    TakenFiles(const TakenFiles&) = delete;
-    TakenFiles& operator=(const TakenFiles&) = delete;
-
-  private:
-    platform::Files& m_files;
-    std::uint32_t m_count;
-    MapiFileDesc* m_entries;
-};
 
 bool IsFolder(platform::Files& files, std::string_view path) {
     const auto info = files.Stat(path);
@@ -90,8 +64,10 @@ RRETURNCODE AttachFolder::NewAttachments(CEudoraTransUtil& util, LPCTSTR listTex
     if (StrToAttachmentInfo(listText, list) != RRC_OK) {
         KV_LOG(1, "Not all of the attachment list makes sense in CREudoraMail::NewAttachments");
     }
-    // Kept to the end: the list may name one of them as a source.
-    const TakenFiles replaced(record, util.system.files);
+    // Kept to the end: the list may name a file that the record had as a source.
+    const BuiltRecord replaced(new MapiMessage{}, FreeRecord{&util.mapi});
+    std::swap(replaced->nFileCount, record.nFileCount);
+    std::swap(replaced->lpFiles, record.lpFiles);
     if (list.IsEmpty()) return RRC_OK;
     const auto count = static_cast<std::uint32_t>(list.GetSize());
     auto entries = std::make_unique<MapiFileDesc[]>(count);
@@ -151,20 +127,17 @@ bool AttachFolder::IsOnlyCopy(const MapiFileDesc& file) const {
 
 void AttachFolder::FreeRecords(CMapi& mapi, std::list<MapiMessage*>& records) const {
     for (; !records.empty(); records.pop_front()) {
-        MapiMessage& record = *records.front();
-        for (std::uint32_t i = 0; i < record.nFileCount; ++i) {
-            if (!IsOnlyCopy(record.lpFiles[i])) continue;
-            delete[] std::exchange(record.lpFiles[i].lpszPathName, nullptr);
+        for (MapiFileDesc& file : mapi::Files(*records.front())) {
+            if (IsOnlyCopy(file)) delete[] std::exchange(file.lpszPathName, nullptr);
         }
-        mapi.FreeMessage(&record);
+        mapi.FreeMessage(records.front());
     }
 }
 
 void AttachFolder::NameOnlyCopies(CEudoraTransUtil& util,
                                   const std::list<MapiMessage*>& records) const {
     for (const MapiMessage* record : records) {
-        for (std::uint32_t i = 0; i < record->nFileCount; ++i) {
-            const MapiFileDesc& file = record->lpFiles[i];
+        for (const MapiFileDesc& file : mapi::Files(*record)) {
             if (!IsOnlyCopy(file)) continue;
             ReportNamed(util, frame::StringId::kAttachmentKept, file.lpszPathName);
         }

@@ -65,9 +65,8 @@ bool AddAttachment(CEudoraTransUtil& util, const CEudoraAppInfo& settings, const
 RRETURNCODE GetAttachments(CEudoraTransUtil& util, const CEudoraAppInfo& settings,
                            const MapiMessage& message, CString& csOut) {
     CArray<CRAttachmentInfo> list;
-    const std::uint32_t count = message.lpFiles != nullptr ? message.nFileCount : 0;
-    for (std::uint32_t i = 0; i < count; ++i) {
-        if (!AddAttachment(util, settings, message.lpFiles[i], list)) return RRC_FAILED;
+    for (const MapiFileDesc& file : mapi::Files(message)) {
+        if (!AddAttachment(util, settings, file, list)) return RRC_FAILED;
     }
     (void)AttachmentInfoToStr(list, csOut);
     return RRC_OK;

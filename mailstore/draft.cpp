@@ -5,8 +5,7 @@
 #include <memory>
 #include <utility>
 #include <vector>
-
-#include "mailstore/record_text.h"
+#include "mailstore/built_record.h"
 
 namespace mailstore {
 

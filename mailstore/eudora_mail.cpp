@@ -9,11 +9,11 @@
 #include "integration/dialogs/eudora_options_dlg.h"
 #include "mailbox/toc_records.h"
 #include "mailstore/attachments_out.h"
+#include "mailstore/built_record.h"
 #include "mailstore/in_box.h"
 #include "mailstore/mail_fields.h"
 #include "mailstore/mail_fields_date.h"
 #include "mailstore/messages.h"
-#include "mailstore/record_text.h"
 #include "mailstore/start_eudora.h"
 #include "text/ascii.h"
 

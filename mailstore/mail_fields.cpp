@@ -3,10 +3,10 @@
 #include <new>
 #include <optional>
 
+#include "mailstore/built_record.h"
 #include "mailstore/mail_body.h"
 #include "mailstore/mail_fields_date.h"
 #include "mailstore/mail_status.h"
-#include "mailstore/record_text.h"
 #include "platform/kvutil/kvutil.h"
 
 namespace mailstore {

@@ -1,15 +1,14 @@
 #include "mailstore/mail_queues.h"
 
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "frame/guard.h"
+#include "mailstore/built_record.h"
 #include "mailstore/in_box.h"
 #include "mailstore/messages.h"
 #include "mailstore/new_mail_writer.h"
-#include "mailstore/record_text.h"
 
 namespace mailstore {
 
@@ -20,8 +19,7 @@ using platform::Share;
 
 RRETURNCODE MailQueues::Send(CEudoraTransUtil& util, const AttachFolder& attach) {
     while (!m_lstOutBoxMails.empty()) {
-        const auto free = [&](MapiMessage* record) { util.mapi.FreeMessage(record); };
-        const std::unique_ptr<MapiMessage, decltype(free)> record(m_lstOutBoxMails.front(), free);
+        const BuiltRecord record(m_lstOutBoxMails.front(), FreeRecord{&util.mapi});
         m_lstOutBoxMails.pop_front();
         if (util.mapi.UpdateMail(record.get()) == 1) continue;
         ReportMapiError(util);

@@ -1,7 +1,7 @@
 #include "mailstore/new_mail_text.h"
 
+#include "mailstore/built_record.h"
 #include "mailstore/mail_status.h"
-#include "mailstore/record_text.h"
 
 namespace mailstore {
 
@@ -23,20 +23,18 @@ void Line(std::string& out, const Texts&... texts) {
 }
 
 void AppendRecipients(std::string& out, const MapiMessage& mail) {
-    for (std::uint32_t i = 0; mail.lpRecips != nullptr && i < mail.nRecipCount; ++i) {
-        const MapiRecipDesc& recipient = mail.lpRecips[i];
+    for (const MapiRecipDesc& recipient : mapi::Recipients(mail)) {
         if (recipient.ulRecipClass < mapi::kTo || recipient.ulRecipClass > mapi::kBcc) continue;
         Line(out, kOpeners[recipient.ulRecipClass - mapi::kTo], ViewOf(recipient.lpszAddress));
     }
 }
 
 void AppendAttachments(std::string& out, const MapiMessage& mail, const MailLabels& labels) {
-    if (mail.nFileCount == 0 || mail.lpFiles == nullptr) return;
-    for (std::uint32_t i = 0; i < mail.nFileCount; ++i) {
+    for (const MapiFileDesc& file : mapi::Files(mail)) {
         out.append(kLineEnd).append(kLineEnd).append(labels.attachment).append(" \"");
-        out.append(ViewOf(mail.lpFiles[i].lpszPathName)) += '"';
+        out.append(ViewOf(file.lpszPathName)) += '"';
     }
-    out += kLineEnd;
+    if (!mapi::Files(mail).empty()) out += kLineEnd;
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 #include <unordered_set>
 
 #include "mailbox/toc_file.h"
-#include "mailstore/record_text.h"
+#include "mailstore/built_record.h"
 
 namespace mailstore {
 

@@ -1,6 +1,5 @@
 #include <cstdio>
 #include <cstring>
-#include <span>
 #include <string>
 
 #include "frame/interface/field_ids.h"
@@ -26,11 +25,6 @@ char* NewNumber(std::int32_t number) {
 
 std::int32_t LengthOf(const char* text) {
     return text != nullptr ? static_cast<std::int32_t>(std::strlen(text)) : 0;
-}
-
-std::span<const MapiRecipDesc> Recipients(const MapiMessage& message) {
-    if (message.lpRecips == nullptr) return {};
-    return {message.lpRecips, message.nRecipCount};
 }
 
 std::uint32_t ClassOf(MailField field) {
@@ -93,7 +87,7 @@ void CMapi::GetRecipientList(MailField field, char*& text) {
     if (m_lpMessage.Get() == nullptr) return;
     std::string list;
     bool found = false;
-    for (const MapiRecipDesc& recipient : Recipients(*m_lpMessage.Get())) {
+    for (const MapiRecipDesc& recipient : mapi::Recipients(*m_lpMessage.Get())) {
         if (recipient.ulRecipClass != ClassOf(field) || recipient.lpszAddress == nullptr) continue;
         if (found) list += kSeparator;
         list += mapi::WithoutTransport(recipient.lpszAddress);

@@ -1,5 +1,4 @@
 #include <new>
-#include <span>
 
 #include "mapi/mapi.h"
 #include "platform/kvutil/kvutil.h"
@@ -10,12 +9,6 @@ void FreeTexts(const MapiRecipDesc& recipient) {
     delete[] recipient.lpszName;
     delete[] recipient.lpszAddress;
     delete[] static_cast<char*>(recipient.lpEntryID);
-}
-
-// The elements that an array with its own count has.
-template <class Element>
-std::span<Element> Elements(Element* array, std::uint32_t count) {
-    return array != nullptr ? std::span<Element>(array, count) : std::span<Element>();
 }
 
 }  // namespace
@@ -34,11 +27,11 @@ int CMapi::FreeMessage(MapiMessage* record, bool keepFiles) {
     }
     if (record->lpOriginator != nullptr) FreeTexts(*record->lpOriginator);
     delete record->lpOriginator;
-    for (const MapiRecipDesc& recipient : Elements(record->lpRecips, record->nRecipCount)) {
+    for (const MapiRecipDesc& recipient : mapi::Recipients(*record)) {
         FreeTexts(recipient);
     }
     delete[] record->lpRecips;
-    for (const MapiFileDesc& file : Elements(record->lpFiles, record->nFileCount)) {
+    for (const MapiFileDesc& file : mapi::Files(*record)) {
         if (!keepFiles) DeleteFileOf(file);
         delete[] file.lpszPathName;
         delete[] file.lpszFileName;
@@ -63,7 +56,7 @@ bool CMapi::DeleteFileOf(const MapiFileDesc& file) noexcept {
 void CMapi::_DeleteAttachments(const MapiMessage* record) {
     KV_LOG(5, "- Enter - CMapi:: _DeleteAttachments\n");
     if (record == nullptr) return;
-    for (const MapiFileDesc& file : Elements(record->lpFiles, record->nFileCount)) {
+    for (const MapiFileDesc& file : mapi::Files(*record)) {
         if (DeleteFileOf(file)) KV_LOG(5, "          - %s\n", file.lpszPathName);
         Yield();
     }

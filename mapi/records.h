@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 // The records and codes of Simple MAPI as its published header has them. Texts are zero-ended, in
 // the system code page; a null pointer stands for a missing one.
@@ -40,6 +41,14 @@ struct MapiMessage {
 };
 
 namespace mapi {
+
+// What a message counts; nothing where there is no array, whatever the count says.
+inline std::span<MapiRecipDesc> Recipients(const MapiMessage& message) {
+    return {message.lpRecips, message.lpRecips != nullptr ? message.nRecipCount : 0};
+}
+inline std::span<MapiFileDesc> Files(const MapiMessage& message) {
+    return {message.lpFiles, message.lpFiles != nullptr ? message.nFileCount : 0};
+}
 
 using Session = std::uintptr_t;
 

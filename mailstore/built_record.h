@@ -3,9 +3,11 @@
 #include <memory>
 #include <string_view>
 
+#include "mapi/mapi.h"
+
+// Records that the module builds. Every text of one is a zero-ended block of its own.
 namespace mailstore {
 
-// A text of a record that the module builds: a zero-ended block of its own.
 using TextBlock = std::unique_ptr<char[]>;
 
 // A text of a record; a null one is empty.
@@ -21,9 +23,14 @@ inline TextBlock CopyOf(std::string_view text) {
 
 // Lets `slot` hold a copy of the text instead of what it held.
 inline void Assign(char*& slot, std::string_view text) {
-    auto copy = CopyOf(text);
-    delete[] slot;
-    slot = copy.release();
+    delete[] std::exchange(slot, CopyOf(text).release());
 }
+
+// Owns a record: frees it, with the files that it names.
+struct FreeRecord {
+    CMapi* mapi;
+    void operator()(MapiMessage* record) const { mapi->FreeMessage(record); }
+};
+using BuiltRecord = std::unique_ptr<MapiMessage, FreeRecord>;
 
 }  // namespace mailstore
