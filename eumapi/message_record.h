@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "eumapi/attachment_copies.h"
+#include "eumapi/temporary_files.h"
 #include "mapi/records.h"
 
 namespace eumapi {

@@ -17,8 +17,4 @@ Code CodeOf(const platform::Failure& failure) {
     }
 }
 
-Code CodeOf(const platform::Status& status) {
-    return status ? mapi::kSuccess : CodeOf(status.Error());
-}
-
 }  // namespace eumapi

@@ -94,7 +94,8 @@ std::string NewTocHeader(const MailboxKind& kind) {
 MsgBlock MsgBlock::Decode(std::string_view bytes) {
     std::string padded;
     if (bytes.size() < kMsgBlockSize) bytes = padded = Padded(bytes, kMsgBlockSize);
-    MsgBlock block{MailPlace::Decode(bytes)};
+    MsgBlock block;
+    static_cast<MailPlace&>(block) = MailPlace::Decode(bytes);
     block.dwSeconds = *platform::ReadU32(bytes, kSecondsAt);
     block.bMarkLow = static_cast<std::uint8_t>(bytes[kMarkLowAt]);
     block.bMarkHigh = static_cast<std::uint8_t>(bytes[kMarkHighAt]);

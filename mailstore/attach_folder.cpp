@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "mailstore/built_record.h"
-#include "mailstore/messages.h"
+#include "mailstore/in_box.h"
 #include "platform/os/code_page.h"
 #include "text/path.h"
 #include "text/plain_name.h"

@@ -54,8 +54,7 @@ bool AddAttachment(CEudoraTransUtil& util, const CEudoraAppInfo& settings, const
         return false;
     }
     const std::string path = file.lpszFileName != nullptr ? file.lpszFileName : source.Str();
-    const CString name =
-        path.substr(text::LastSeparator(path, util.system.codePage) + 1);
+    const CString name = path.substr(text::LastSeparator(path, util.system.codePage) + 1);
     list.Add({1, 1, name, name, *target});
     return true;
 }

@@ -13,7 +13,6 @@
 #include "mailstore/in_box.h"
 #include "mailstore/mail_fields.h"
 #include "mailstore/mail_fields_date.h"
-#include "mailstore/messages.h"
 #include "mailstore/start_eudora.h"
 #include "text/ascii.h"
 

@@ -5,8 +5,8 @@
 #include "frame/trans_util.h"
 #include "platform/os/files.h"
 
-// The two files of Eudora's in-box. They lie in Eudora's folder; the bundle has their name. Paths
-// are Windows paths in the system code page.
+// The two files of Eudora's in-box, and the messages about mails. The files lie in Eudora's folder;
+// the bundle has their name. Paths are Windows paths in the system code page.
 namespace mailstore {
 
 // `extension` is ".mbx" or ".toc". The folder, which does not open as a file, if the bundle has no
@@ -21,5 +21,13 @@ bool MakeInBox(CEudoraTransUtil& util);
 std::unique_ptr<platform::File> OpenInBoxFile(CEudoraTransUtil& util, const char* extension,
                                               platform::OpenMode mode, platform::Share share,
                                               const char* operation);
+
+// Queues the message for a file of the in-box that could not be changed.
+void ReportInBoxFile(CEudoraTransUtil& util, const platform::Failure& failure,
+                     const char* extension);
+// Queues a message with the name of a thing; a bundle without that text still names the thing.
+void ReportNamed(CEudoraTransUtil& util, frame::StringId id, const CString& name);
+// Queues the text for the last error of the MAPI library.
+void ReportMapiError(CEudoraTransUtil& util);
 
 }  // namespace mailstore

@@ -7,7 +7,6 @@
 #include "frame/guard.h"
 #include "mailstore/built_record.h"
 #include "mailstore/in_box.h"
-#include "mailstore/messages.h"
 #include "mailstore/new_mail_writer.h"
 
 namespace mailstore {

@@ -4,10 +4,16 @@
 #include <string>
 
 #include "mailbox/append.h"
-#include "mailstore/new_mail_text.h"
+#include "mapi/records.h"
 #include "platform/os/clock.h"
 
 namespace mailstore {
+
+// Words of the language bundle that stand in a mailbox.
+struct MailLabels {
+    std::string from;        // opens the separator line and the sender's line
+    std::string attachment;  // opens an attachment line
+};
 
 struct NewMail {
     const MapiMessage* record = nullptr;

@@ -5,6 +5,10 @@ namespace {
 
 using platform::testing::Fault;
 
+char* Text(const char* text) {
+    return const_cast<char*>(text);
+}
+
 // A message as a caller builds one; the texts outlive it.
 struct Outgoing {
     std::vector<MapiRecipDesc> recipients;
@@ -13,18 +17,11 @@ struct Outgoing {
     MapiMessage message{};
 
     Outgoing& To(std::uint32_t recipientClass, const char* name, const char* address) {
-        MapiRecipDesc one{};
-        one.ulRecipClass = recipientClass;
-        one.lpszName = const_cast<char*>(name);
-        one.lpszAddress = const_cast<char*>(address);
-        recipients.push_back(one);
+        recipients.push_back({0, recipientClass, Text(name), Text(address), 0, nullptr});
         return *this;
     }
     Outgoing& File(const char* path, const char* name) {
-        MapiFileDesc one{};
-        one.lpszPathName = const_cast<char*>(path);
-        one.lpszFileName = const_cast<char*>(name);
-        files.push_back(one);
+        files.push_back({0, 0, 0, Text(path), Text(name), nullptr});
         return *this;
     }
     const MapiMessage* Get() {
@@ -39,8 +36,8 @@ struct Outgoing {
 Outgoing Simple() {
     Outgoing mail;
     mail.To(mapi::kTo, "b@c.d", "SMTP:b@c.d");
-    mail.message.lpszSubject = const_cast<char*>("hello");
-    mail.message.lpszNoteText = const_cast<char*>("one\ntwo\r\nthree");
+    mail.message.lpszSubject = Text("hello");
+    mail.message.lpszNoteText = Text("one\ntwo\r\nthree");
     return mail;
 }
 
@@ -58,8 +55,8 @@ TEST_F(StandInSendTest, QueuesInTheOutBox) {
     mail.To(mapi::kCc, "E, F", "e@f.g")
         .To(mapi::kTo, "H", "h@i.j")
         .To(mapi::kBcc, "k@l.m", nullptr);
-    mail.sender.lpszName = const_cast<char*>("Me");
-    mail.sender.lpszAddress = const_cast<char*>("me@b.c");
+    mail.sender.lpszName = Text("Me");
+    mail.sender.lpszAddress = Text("me@b.c");
     mail.message.lpOriginator = &mail.sender;
     mail.File("C:\\up\\a.txt", "a.txt").File(nullptr, nullptr);
     for (const char* name : {"b.txt", "a;b.txt", "b.txt", "a.txt"})
@@ -92,19 +89,16 @@ TEST_F(StandInSendTest, QueuesInTheOutBox) {
 }
 
 TEST_F(StandInSendTest, NumbersAboveTheHighest) {
-    const struct {
-        std::vector<std::uint32_t> ids;
-        std::uint32_t next;
-    } cases[] = {{{70000, 3}, 70001}, {{0xFFFFFFFF, 1, 2, 4}, 3}};
-    for (const auto& one : cases) {
-        std::vector<std::string> blocks;
-        for (const auto id : one.ids) blocks.push_back(Block(0, 0, id));
+    for (const auto& [ids, next] :
+         {std::pair{std::vector<std::uint32_t>{70000, 3}, 70001u}, {{~0U, 1, 2, 4}, 3u}}) {
+        MailboxBuilder box;
+        for (const auto id : ids) box.Block(id, 0, 0);
         machine.files.Put("C:\\Eudora\\Out.mbx", Mail("first"));
-        machine.files.Put("C:\\Eudora\\Out.toc", Toc(blocks));
+        machine.files.Put("C:\\Eudora\\Out.toc", box.Toc());
         auto mail = Simple();
         ASSERT_EQ(Send(mail), mapi::kSuccess);
-        const auto last = FileText("C:\\Eudora\\Out.toc").substr(104 + 218 * one.ids.size());
-        EXPECT_EQ(mailbox::MsgBlock::Decode(last).dwMsgId, one.next);
+        const auto last = FileText("C:\\Eudora\\Out.toc").substr(104 + 218 * ids.size());
+        EXPECT_EQ(mailbox::MsgBlock::Decode(last).dwMsgId, next);
     }
 }
 
@@ -138,7 +132,7 @@ TEST_F(StandInSendTest, LetsNoTextBeginALineOrLeaveTheFolder) {
     machine.files.Put("C:\\up\\x.txt", "content");
     Outgoing mail;
     mail.To(mapi::kTo, "a\r\nBcc: x@y.z", "SMTP:a@b.c\nCc: x@y.z");
-    mail.message.lpszSubject = const_cast<char*>("s\r\n\r\nbody");
+    mail.message.lpszSubject = Text("s\r\n\r\nbody");
     mail.File("C:\\up\\x.txt", "..\\..\\evil.txt").File("C:\\up\\x.txt", "..");
     ASSERT_EQ(Send(mail), mapi::kSuccess);
     const std::string out = Contents("Out");

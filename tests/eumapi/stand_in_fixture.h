@@ -6,11 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "eumapi/mailbox.h"
 #include "eumapi/simple_mapi.h"
 #include "integration/locate/locate.h"
 #include "mailbox/toc_records.h"
 #include "platform/testing/test_system.h"
+#include "tests/mailstore/mailbox_builder.h"
+#include "tests/tools/mailbox_check.h"
 
 inline constexpr const char* kInToc = "C:\\Eudora\\In.toc";
 inline constexpr const char* kInMbx = "C:\\Eudora\\In.mbx";
@@ -52,23 +53,17 @@ class StandInTest : public ::testing::Test {
     }
 
     // An in-box of mails with the ids 1, 2, ... and one state for all.
-    void PutMails(const std::vector<std::string>& mails, unsigned state = 0) {
-        std::string mbx;
-        std::vector<std::string> blocks;
+    void PutMails(const std::vector<std::string>& mails, std::uint16_t state = 0) {
+        MailboxBuilder box;
         for (const auto& mail : mails) {
-            blocks.push_back(Block(static_cast<std::uint32_t>(mbx.size()),
-                                   static_cast<std::uint32_t>(mail.size()),
-                                   static_cast<std::uint32_t>(blocks.size() + 1), state));
-            mbx += mail;
+            box.Mail(static_cast<std::uint32_t>(box.blocks.size() + 1), mail, state);
         }
-        machine.files.Put(kInMbx, mbx);
-        machine.files.Put(kInToc, Toc(blocks));
+        box.Put(machine.files, "C:\\Eudora");
     }
     void PutIds(const std::vector<std::uint32_t>& ids) {
-        std::vector<std::string> blocks;
-        for (const auto id : ids) blocks.push_back(Block(0, 0, id));
-        machine.files.Put(kInMbx, "");
-        machine.files.Put(kInToc, Toc(blocks));
+        MailboxBuilder box;
+        for (const auto id : ids) box.Block(id, 0, 0);
+        box.Put(machine.files, "C:\\Eudora");
     }
 
     // The id behind that one, or "=" and the code.
@@ -107,20 +102,14 @@ class StandInTest : public ::testing::Test {
         return names;
     }
     std::vector<std::string> TempFiles() const { return FilesIn("C:\\temp\\"); }
-    // The texts of the mails of a mailbox, each with "|" behind it, as its files have them.
+    // The texts of the mails of a mailbox, each with "|" behind it, as the independent reader has
+    // them.
     std::string Contents(const std::string& mailbox) const {
         const auto toc = machine.files.Get("C:\\Eudora\\" + mailbox + ".toc");
         if (!toc) return "none";
-        const auto mbx = FileText("C:\\Eudora\\" + mailbox + ".mbx");
         std::string texts;
-        const auto count = mailbox::TocHeader::Decode(*toc).wNumberOfMsgs;
-        for (std::uint32_t i = 0; i < count; ++i) {
-            const auto at = static_cast<std::size_t>(mailbox::BlockOffset(i));
-            if (toc->size() < at + mailbox::kMsgBlockSize) return "short";
-            const auto place = mailbox::MailPlace::Decode(std::string_view(*toc).substr(at));
-            if (place.dwOffset + std::uint64_t{place.dwLength} > mbx.size()) return "beyond";
-            texts += mbx.substr(place.dwOffset, place.dwLength) + '|';
-        }
+        const auto mbx = FileText("C:\\Eudora\\" + mailbox + ".mbx");
+        for (const auto& mail : mailbox_check::Check(mbx, *toc, {}).mails) texts += mail.text + '|';
         return texts;
     }
 

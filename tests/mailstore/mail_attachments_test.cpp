@@ -64,14 +64,8 @@ TEST_F(AttachmentsOutTest, SettingsChooseWhatIsCopied) {
         ShowFiles({5120, 5121, 0, 3});
         EXPECT_EQ(Listed(), row.listed) << row.limitKB;
     }
-}
-
-TEST_F(AttachmentsOutTest, TooLargeFilesAndOleObjectsCostNoCopy) {
     Show({.files = {{"C:\\nowhere", "x", mapi::kOle}, {"C:\\nowhere", "y", mapi::kOleStatic | 8}}});
-    EXPECT_EQ(Listed(), "");
-    ShowFiles({6000});
-    EXPECT_EQ(Listed(), "");
-    EXPECT_EQ(machine.files.AllFiles(), Texts{"C:\\lib\\a"});
+    EXPECT_EQ(Listed(), "") << "no files";
 }
 
 // The next Close must be able to delete them.
@@ -200,13 +194,6 @@ TEST_F(AttachmentsInTest, ManyFilesOfOneNameCostLittle) {
     EXPECT_EQ(AddUnder("r.txt"), RRC_OK);
     EXPECT_LE(machine.faults.Operations(), 10);
     EXPECT_EQ(Content(name + ".txt"), "1");
-}
-
-TEST_F(AttachmentsInTest, EmptyListsDoNothing) {
-    for (const char* list : {"", static_cast<const char*>(nullptr), "no list\n"}) {
-        EXPECT_EQ(New(list), RRC_OK);
-        EXPECT_EQ(Entries(), "");
-    }
 }
 
 TEST_F(AttachmentsInTest, ASecondListReplacesTheFirst) {

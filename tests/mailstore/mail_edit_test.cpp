@@ -78,17 +78,6 @@ TEST_F(MailEditTest, ThreePlacesForRecords) {
     EXPECT_EQ(mailbox::TocHeader::Decode(out).wNumberOfMsgs, 1) << "status 4 sends nothing";
 }
 
-TEST_F(MailEditTest, OnlyTheStateOfAStoredMailChanges) {
-    MailboxBuilder().Mail(1, MailText({}), 0).Put(machine.files, "C:\\E");
-    const auto before = Toc() + Mbx();
-    ASSERT_EQ(Open(), RRC_OK);
-    ASSERT_EQ(mail->EditRecord("0x00000001"), RRC_OK);
-    mail->Fill({.status = 1});
-    EXPECT_EQ(mail->Update(), "0x00000001/1");
-    EXPECT_EQ(mail->Close(0), RRC_OK);
-    EXPECT_EQ(Toc() + Mbx(), before);
-}
-
 // What one edit has set reaches its own mail, and that one only by an update.
 TEST_F(MailEditTest, AStatusBelongsToOneEdit) {
     using Step = std::function<void(WritingMail&)>;
@@ -226,16 +215,6 @@ TEST_F(MailEditTest, NothingIsAddedToAMailboxThatWasNotRead) {
     EXPECT_EQ(DrainErrors(), Texts{"m88 <C:\\E\\In.mbx>"});
     ASSERT_EQ(Open(), RRC_OK);
     EXPECT_EQ(mail->Add({}), "0x00000002/1") << "neither 0 nor a number that is taken";
-}
-
-TEST_F(MailEditTest, AMailThatIsNotSentIsReported) {
-    library.failSends = 4;
-    ASSERT_EQ(Open(), RRC_OK);
-    mail->Add({.status = 2});
-    mail->Add({.id = "stored"});
-    EXPECT_EQ(mail->Close(0), RRC_FAILED);
-    EXPECT_EQ(DrainErrors(), Texts{"m19"});
-    EXPECT_EQ(Read().size(), 1U) << "the other steps run";
 }
 
 }  // namespace

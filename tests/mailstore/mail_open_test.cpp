@@ -75,9 +75,7 @@ TEST_F(MailOpenTest, CounterAndDamagedTocFiles) {
     const Row rows[] = {
         {"last id below the count", with(40), 100, 100},
         {"last id above the count", with(500), 500, 100},
-        {"highest id of all", with(0xFFFFFFFF), 0xFFFFFFFF, 100},
         {"no byte", "", 1, 0},
-        {"50 bytes", three.substr(0, 50), 1, 0},
         {"half the count", three.substr(0, 103), 3, 0},
         {"the header alone", three.substr(0, 104), 3, 0},
         {"a block without its id", three.substr(0, 104 + 218 * 2 + 192), 3, 3},
@@ -119,25 +117,6 @@ TEST_F(MailOpenTest, ASecondOpenKeepsTheMaps) {
     EXPECT_EQ(full.OpenMailbox(util), RRC_OK);
     EXPECT_EQ(Mbx(), "(none)") << "not even looked at";
     EXPECT_EQ(full.ToMessageId().at("0x00000001"), "a");
-}
-
-TEST_F(MailOpenTest, FilesThatCannotBeOpened) {
-    MailboxBuilder().Mail(1, MailText({})).Put(machine.files, "C:\\E");
-    OpenedMail mail;
-    for (const std::string path : {"C:\\E\\In.mbx", "C:\\E\\In.toc"}) {
-        const auto held =
-            *machine.files.Open(path, platform::OpenMode::kRead, platform::Share::kNone);
-        EXPECT_EQ(mail.OpenMailbox(util), RRC_FAILED);
-        EXPECT_EQ(DrainErrors(), Texts{"no <" + path + '>'});
-        EXPECT_EQ(machine.files.OpenCount(), 1) << "only ours";
-        EXPECT_EQ(mail.m_ids.m_dwNextIndexID, 0U);
-    }
-    EXPECT_EQ(mail.OpenMailbox(util), RRC_OK);
-    // Without a name both paths are Eudora's folder, which does not open.
-    LoadStrings({{1, "no <%s>"}, {79, ""}});
-    OpenedMail nameless;
-    EXPECT_EQ(nameless.OpenMailbox(util), RRC_FAILED);
-    EXPECT_EQ(DrainErrors(), Texts{"no <C:\\E>"});
 }
 
 TEST_F(MailOpenTest, EveryFileOperationMayFail) {

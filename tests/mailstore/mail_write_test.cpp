@@ -103,36 +103,6 @@ TEST_F(MailWriteTest, TextsOfManyKinds) {
     }
 }
 
-TEST_F(MailWriteTest, ShortTextsEndWithAWholeCharacter) {
-    util.system.codePage = 932;
-    const std::string kanji = "\x8A\xBF";
-    const auto as = [](std::size_t count) { return std::string(count, 'a'); };
-    const std::string halves(60, '\xB1');  // characters of one byte
-    const std::pair<std::string, std::string> rows[] = {
-        {as(62), as(62)},
-        {as(63), as(63)},
-        {as(64), as(63)},
-        {as(60) + kanji, as(60) + kanji},
-        {as(61) + kanji, as(61) + kanji},
-        {as(62) + kanji, as(62)},
-        {as(62) + kanji + "b", as(62)},
-        {as(63) + kanji, as(63)},
-        {"a" + kanji + halves + "\xB1", "a" + kanji + halves}};
-    for (const auto& [text, held] : rows) {
-        const auto whole = Written({.from = text, .subject = text});
-        EXPECT_NE(whole.find("From: " + text + "\r\nSubject: " + text + "\r\n"), whole.npos);
-        const auto block = mailbox::MsgBlock::Decode(Toc().substr(104));
-        EXPECT_EQ(block.szFrom, held) << text.size();
-        EXPECT_EQ(block.szSubject, held) << text.size();
-    }
-}
-
-TEST_F(MailWriteTest, JapaneseHasItsOwnDateInTheBlock) {
-    util.csLanguage = "JP";
-    Written({});
-    EXPECT_EQ(Read().at(0).date, "05:05: 9 2/1/103 +0900");
-}
-
 TEST_F(MailWriteTest, ABoxTakes65535Mails) {
     MailboxBuilder box;
     for (std::uint32_t id = 1; id <= 65534; ++id) box.Block(id, 0, 0);

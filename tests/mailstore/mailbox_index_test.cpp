@@ -132,21 +132,4 @@ TEST(MailboxIndex, OneReadForAMail) {
     }
 }
 
-// Mails of random sizes over short pieces of a file: places that lie right across its end too.
-TEST(MailboxIndex, MailsEndWhereTheirBlocksAndTheFileEnd) {
-    const std::string mail = "Message-ID: <i>\r\nTo: ";
-    for (std::size_t cut = 0; cut <= mail.size(); ++cut) {
-        for (const bool byFile : {false, true}) {
-            MailboxBuilder box;
-            box.mbx = "before";
-            box.Mail(9, byFile ? mail.substr(0, cut) : mail);
-            box.blocks[0].dwLength = static_cast<std::uint32_t>(byFile ? mail.size() : cut);
-            auto file = FileOf(box.mbx);
-            const auto index = Read(file, box);
-            EXPECT_EQ(index.mails.size(), cut == mail.size() ? 1U : 0U) << cut << byFile;
-            EXPECT_EQ(index.last, 9U);
-        }
-    }
-}
-
 }  // namespace

@@ -62,10 +62,18 @@ TEST(TocRecords, DamagedBlocksDecodeAsIfFilledWithZeros) {
     EXPECT_EQ(full.szDate.size() + full.szFrom.size() + full.szSubject.size(), 32U + 64U + 64U);
 }
 
-TEST(TocRecords, TextsOfABlockEndWithinTheirRoom) {
-    mailbox::MsgBlock block;
-    block.szFrom = std::string(63, 'f') + "cut";
-    EXPECT_EQ(mailbox::MsgBlock::Decode(block.Encode()).szFrom, std::string(63, 'f'));
+TEST(TocRecords, ShownTextsEndWithAWholeCharacter) {
+    const std::string kanji = "\x8A\xBF", a62(62, 'a'), a61(61, 'a'), halves(60, '\xB1');
+    for (const auto& [text, held] : {std::pair{a62, a62},
+                                     {a62 + "aa", a62 + "a"},
+                                     {a61 + kanji, a61 + kanji},
+                                     {a62 + kanji + "b", a62},
+                                     {"a" + kanji + halves + "\xB1", "a" + kanji + halves}}) {
+        const auto block =
+            mailbox::MsgBlock::Decode(mailbox::NewMsgBlock(text, text, false, 932).Encode());
+        EXPECT_EQ(block.szFrom, held);
+        EXPECT_EQ(block.szSubject, held);
+    }
 }
 
 TEST(TocRecords, IdsAsTexts) {
