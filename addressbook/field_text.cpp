@@ -47,9 +47,7 @@ void CopyFieldText(std::string& target, std::string_view source, CopyMode mode) 
 std::string_view CutNickname(std::string_view text, unsigned codePage) {
     std::size_t end = 0;
     for (int count = 0; count < kNicknameLimit && end < text.size(); ++count) {
-        const bool pair = text::IsLeadByte(static_cast<unsigned char>(text[end]), codePage) &&
-                          end + 1 < text.size();
-        const auto next = end + (pair ? 2 : 1);
+        const auto next = end + text::CharacterLength(text.substr(end), codePage);
         if (next > kMaxNickname) break;
         end = next;
     }

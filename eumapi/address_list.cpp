@@ -43,8 +43,7 @@ class AddressScan {
   private:
     // Whether a double-byte character stands there, whose second byte may look like a mark.
     bool IsPair(std::size_t at) const {
-        return at + 1 < m_list.size() &&
-               text::IsLeadByte(static_cast<unsigned char>(m_list[at]), m_codePage);
+        return text::CharacterLength(m_list.substr(at), m_codePage) == 2;
     }
 
     void Step(char letter) {

@@ -5,9 +5,7 @@
 #include "platform/os/code_page.h"
 #include "platform/os/profile.h"
 #include "text/ascii.h"
-#include "text/double_byte.h"
 #include "text/path.h"
-#include "text/plain_name.h"
 
 namespace eumapi {
 
@@ -25,9 +23,7 @@ bool IsOnDrive(std::string_view path) {
 
 // The same for all names that the system takes for one.
 std::string Key(std::string_view name, unsigned codePage) {
-    std::string key = platform::UpperCase(name, codePage);
-    key.erase(key.find_last_not_of(". ") + 1);
-    return key;
+    return std::string(text::TrimmedBack(platform::UpperCase(name, codePage), ". "));
 }
 
 }  // namespace
@@ -46,8 +42,7 @@ void AttachmentSearch::AddRoot(std::string path) {
     auto real = m_system.files.RealPath(path);
     const auto info = m_system.files.Stat(path);
     if (!real || !info || !info->isFolder) return;
-    const auto last = text::LastSeparator(path, m_codePage);
-    if (last == path.npos || last + 1 != path.size()) path += '\\';
+    path = text::WithSeparator(std::move(path), m_codePage);
     if (!real->ends_with('/')) *real += '/';
     m_roots.push_back({std::move(path), std::nullopt});
     m_realRoots.push_back(*std::move(real));

@@ -7,7 +7,7 @@
 #include "eumapi/encoded_word.h"
 #include "eumapi/mail_date.h"
 #include "mailbox/toc_records.h"
-#include "text/plain_name.h"
+#include "text/path.h"
 
 namespace eumapi {
 

@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "text/plain_name.h"
+#include "text/path.h"
 
 namespace eumapi {
 

@@ -4,7 +4,7 @@
 
 #include "mailstore/mail_body.h"
 #include "mailstore/mail_fields_date.h"
-#include "text/plain_name.h"
+#include "text/path.h"
 
 namespace {
 

@@ -24,9 +24,8 @@ char32_t TakeUtf8(std::string_view& rest) {
     if (lead < 0xC2 || lead > 0xF4 || rest.size() < length) return fail();
     char32_t character = lead & (0xFFu >> (length + 1));
     for (std::size_t i = 1; i < length; ++i) {
-        const auto byte = static_cast<unsigned char>(rest[i]);
-        if ((byte & 0xC0) != 0x80) return fail();
-        character = character << 6 | (byte & 0x3F);
+        if (!IsContinuation(rest[i])) return fail();
+        character = character << 6 | (rest[i] & 0x3F);
     }
     constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
     const bool isForbidden = character < kLeast[length] || character > 0x10FFFF ||
@@ -44,21 +43,15 @@ bool IsUtf8(std::string_view text) {
 }
 
 void AppendUtf8(char32_t character, std::string& out) {
-    const auto byte = [&](char32_t bits) { out += static_cast<char>(bits); };
     if (character < 0x80) {
-        byte(character);
-    } else if (character < 0x800) {
-        byte(0xC0 | character >> 6);
-        byte(0x80 | (character & 0x3F));
-    } else if (character < 0x10000) {
-        byte(0xE0 | character >> 12);
-        byte(0x80 | (character >> 6 & 0x3F));
-        byte(0x80 | (character & 0x3F));
-    } else {
-        byte(0xF0 | character >> 18);
-        byte(0x80 | (character >> 12 & 0x3F));
-        byte(0x80 | (character >> 6 & 0x3F));
-        byte(0x80 | (character & 0x3F));
+        out += static_cast<char>(character);
+        return;
+    }
+    int shift = character < 0x800 ? 6 : character < 0x10000 ? 12 : 18;
+    constexpr char32_t kMarks[] = {0xC0, 0xE0, 0xF0};
+    out += static_cast<char>(kMarks[shift / 6 - 1] | character >> shift);
+    for (shift -= 6; shift >= 0; shift -= 6) {
+        out += static_cast<char>(0x80 | (character >> shift & 0x3F));
     }
 }
 

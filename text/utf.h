@@ -5,7 +5,14 @@
 
 namespace text {
 
-constexpr char32_t kNoCharacter = 0xFFFFFFFF;
+inline constexpr unsigned kUtf8 = 65001;  // as a code page
+inline constexpr char32_t kNoCharacter = 0xFFFFFFFF;
+
+// Whether the byte is none that begins a character of UTF-8.
+constexpr bool IsContinuation(char byte) {
+    return (byte & 0xC0) == 0x80;
+}
+bool IsUtf8(std::string_view text);
 
 // Takes the first character off `rest`. kNoCharacter, and one byte taken, if the text does not
 // begin with a well-formed character.

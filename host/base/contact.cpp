@@ -2,12 +2,12 @@
 
 #include "platform/os/code_page.h"
 #include "text/ascii.h"
+#include "text/utf.h"
 
 namespace host::base {
 
 namespace {
 
-constexpr unsigned kUtf8 = 65001;
 constexpr std::string_view kBlanks = " \t\v\f";
 
 }  // namespace
@@ -20,7 +20,7 @@ std::string_view FieldName(Field field) {
 
 std::string Canonical(std::string_view text) {
     const std::string valid =
-        text::IsAscii(text) ? std::string(text) : platform::ToUtf8(text, kUtf8);
+        text::IsAscii(text) ? std::string(text) : platform::ToUtf8(text, text::kUtf8);
     std::string result;
     std::size_t start = 0;
     while (start <= valid.size()) {

@@ -4,12 +4,11 @@
 #include <cstdio>
 
 #include "platform/os/code_page.h"
+#include "text/utf.h"
 
 namespace host::base {
 
 namespace {
-
-constexpr unsigned kUtf8 = 65001;
 
 // Control characters, line ends and tabs among them, the marks for the direction of text, and the
 // line ends of no system.
@@ -31,7 +30,7 @@ std::string Replaced(std::string_view text, std::string_view kept, Append append
     replaced.reserve(text.size());
     while (!text.empty()) {
         const std::string_view before = text;
-        const char32_t character = TakeCharacter(text);
+        const char32_t character = text::TakeUtf8(text);
         if (IsOdd(character) && kept.find(before[0]) == std::string_view::npos) {
             append(replaced, character);
         } else {
@@ -58,31 +57,20 @@ void AppendEscape(std::string& out, char32_t character) {
 }
 
 std::size_t CharacterWidth(char lead) {
+    if (text::IsContinuation(lead)) return 0;
     const auto byte = static_cast<unsigned char>(lead);
-    if ((byte & 0xC0) == 0x80) return 0;
     // U+3000 to U+DFFF
     return byte >= 0xE3 && byte <= 0xED ? 2 : 1;
 }
 
 }  // namespace
 
-char32_t TakeCharacter(std::string_view& rest) {
-    const auto lead = static_cast<unsigned char>(rest[0]);
-    const std::size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-    char32_t value = lead < 0x80 ? lead : lead & (0x7Fu >> length);
-    for (const char byte : rest.substr(1, length - 1)) {
-        value = value << 6 | (static_cast<unsigned char>(byte) & 0x3Fu);
-    }
-    rest.remove_prefix(std::min(length, rest.size()));
-    return value;
-}
-
 std::string Visible(std::string_view text) {
-    return Replaced(platform::ToUtf8(text, kUtf8), "\n\t", AppendShown);
+    return Replaced(platform::ToUtf8(text, text::kUtf8), "\n\t", AppendShown);
 }
 
 std::string OneLine(std::string_view text) {
-    return Replaced(platform::ToUtf8(text, kUtf8), {}, AppendShown);
+    return Replaced(platform::ToUtf8(text, text::kUtf8), {}, AppendShown);
 }
 
 std::string EscapedJson(std::string_view json) {

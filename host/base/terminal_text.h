@@ -6,9 +6,6 @@
 
 namespace host::base {
 
-// The first character of well-formed UTF-8, taken off `rest`.
-char32_t TakeCharacter(std::string_view& rest);
-
 // The text with each character that would drive the terminal or turn the order of text around, and
 // each byte that is no UTF-8, replaced by one that can be seen; line ends and tabs stay.
 std::string Visible(std::string_view text);

@@ -6,6 +6,7 @@
 #include <cwchar>
 
 #include "host/base/terminal_text.h"
+#include "text/utf.h"
 
 namespace host::dialogs {
 
@@ -15,7 +16,7 @@ std::string ForScreen(std::string_view utf8) {
     for (std::string_view rest = shown; !rest.empty();) {
         std::array<char, MB_LEN_MAX> bytes{};
         std::mbstate_t state{};
-        const auto letter = static_cast<wchar_t>(base::TakeCharacter(rest));
+        const auto letter = static_cast<wchar_t>(text::TakeUtf8(rest));
         const std::size_t length = std::wcrtomb(bytes.data(), letter, &state);
         text += length <= bytes.size() ? std::string(bytes.data(), length) : "?";
     }

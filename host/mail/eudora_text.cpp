@@ -79,25 +79,12 @@ std::string WithSpoiltMarks(std::string_view text) {
 }
 
 constexpr std::size_t kLongestName = 100, kLongestExtension = 20;  // bytes of the code page
-constexpr std::string_view kForbidden = "\\/:*?\"<>|";
-constexpr std::string_view kDevices[] = {"CON", "PRN", "AUX", "NUL", "CONIN$", "CONOUT$", "CLOCK$"};
-
-bool IsDevice(std::string_view name) {
-    std::string_view stem = name.substr(0, name.find('.'));
-    stem = text::TrimmedBack(stem, " ");
-    const bool isNumbered = stem.size() >= 4 && (text::StartsWithNoCase(stem, "COM") ||
-                                                 text::StartsWithNoCase(stem, "LPT"));
-    return (isNumbered && stem.size() <= 5) || std::ranges::any_of(kDevices, [&](auto device) {
-               return text::EqualNoCase(stem, device);
-           });
-}
 
 // Of the UTF-8 name, where every forbidden letter is itself.
 std::string WithoutForbidden(std::string_view name) {
     std::string plain(name.substr(name.find_last_of("/\\") + 1));
     for (char& letter : plain) {
-        if (text::IsControl(letter) || kForbidden.find(letter) != std::string_view::npos)
-            letter = '_';
+        if (text::IsForbiddenInNames(letter) || letter == 0x7F) letter = '_';
     }
     return plain;
 }
@@ -158,7 +145,7 @@ std::string PlainAttachmentName(const std::string& name, const std::string& fall
     std::ranges::replace(plain, '?', '_');
     plain = Shortened(plain, codePage);
     if (plain.find_first_not_of("_ .") == std::string::npos) plain = fallback;
-    return IsDevice(plain) ? '_' + plain : plain;
+    return text::IsDevice(plain) ? '_' + plain : plain;
 }
 
 }  // namespace host::mail

@@ -4,6 +4,8 @@
 #include <charconv>
 #include <optional>
 
+#include "text/utf.h"
+
 namespace host::mail {
 
 namespace {
@@ -62,27 +64,6 @@ std::optional<char32_t> Numbered(std::string_view digits) {
     return isHalf ? std::nullopt : std::optional<char32_t>(number);
 }
 
-void AppendUtf8(std::string& text, char32_t letter) {
-    const auto tail = [&](int shift) {
-        text += static_cast<char>(0x80 | ((letter >> shift) & 0x3F));
-    };
-    if (letter < 0x80) {
-        text += static_cast<char>(letter);
-    } else if (letter < 0x800) {
-        text += static_cast<char>(0xC0 | (letter >> 6));
-        tail(0);
-    } else if (letter < 0x10000) {
-        text += static_cast<char>(0xE0 | (letter >> 12));
-        tail(6);
-        tail(0);
-    } else {
-        text += static_cast<char>(0xF0 | (letter >> 18));
-        tail(12);
-        tail(6);
-        tail(0);
-    }
-}
-
 }  // namespace
 
 std::string DecodedEntities(std::string_view html) {
@@ -98,7 +79,7 @@ std::string DecodedEntities(std::string_view html) {
             letter = name.front() == '#' ? Numbered(name.substr(1)) : Named(name);
         }
         if (letter) {
-            AppendUtf8(text, *letter);
+            text::AppendUtf8(*letter, text);
             html.remove_prefix(end + 1);
         } else if (!html.empty()) {
             text += '&';

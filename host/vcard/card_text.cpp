@@ -4,14 +4,11 @@
 #include <span>
 
 #include "text/ascii.h"
+#include "text/utf.h"
 
 namespace host::vcard {
 
 namespace {
-
-bool IsContinuationByte(char byte) {
-    return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
-}
 
 struct Escape {
     char plain, letter;  // the letter stands behind the mark
@@ -110,7 +107,7 @@ std::string Fold(std::string_view line, std::string_view lineEnd) {
     std::size_t width = kWidth;
     while (line.size() > width) {
         std::size_t cut = width;
-        while (cut > 1 && IsContinuationByte(line[cut])) --cut;
+        while (cut > 1 && text::IsContinuation(line[cut])) --cut;
         folded.append(line.substr(0, cut)).append(lineEnd).append(" ");
         line.remove_prefix(cut);
         width = kWidth - 1;

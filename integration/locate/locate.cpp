@@ -32,18 +32,6 @@ std::string ShortPath(platform::Files& files, std::string_view path) {
     return shortPath.size() < kTextSize ? shortPath : std::string();
 }
 
-std::size_t LastBackslash(std::string_view path, unsigned codePage) {
-    auto last = std::string_view::npos;
-    for (std::size_t i = 0; i < path.size(); ++i) {
-        if (text::IsLeadByte(static_cast<unsigned char>(path[i]), codePage)) {
-            ++i;
-        } else if (path[i] == '\\') {
-            last = i;
-        }
-    }
-    return last;
-}
-
 }  // namespace
 
 bool FindEudora(platform::Registry& registry, platform::Files& files, CString& folder,
@@ -57,7 +45,7 @@ bool FindEudora(platform::Registry& registry, platform::Files& files, CString& f
 
 CString FindNicknameFile(platform::Files& files, const CString& program, unsigned codePage) {
     const std::string_view path = program.Str();
-    const auto slash = LastBackslash(path, codePage);
+    const auto slash = text::FindLastOf(path, "\\", codePage);
     const auto folder = std::string(path.substr(0, slash == path.npos ? 0 : slash));
     const std::string nickNames = folder + "\\NickName";
     const auto listed = files.List(nickNames, "*.txt");

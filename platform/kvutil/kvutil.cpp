@@ -162,9 +162,7 @@ RRETURNCODE StripChars(const char* source, char* target, const char* characters)
 
 RRETURNCODE GetFilename(const char* path, CString& out) {
     return Shielded([&] {
-        const std::string_view whole = OrEmpty(path);
-        const auto last = text::LastSeparator(whole, CodePage());
-        out = CString(last == std::string_view::npos ? whole : whole.substr(last + 1));
+        out = CString(text::NameIn(OrEmpty(path), CodePage()));
         return true;
     });
 }

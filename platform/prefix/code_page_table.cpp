@@ -17,8 +17,6 @@ namespace platform::prefix {
 
 namespace {
 
-constexpr unsigned kUtf8 = 65001;
-
 // The conversion of a whole text; empty if there is none.
 std::string Converted(const Converter& converter, std::string_view text) {
     std::string result, closing;
@@ -69,7 +67,7 @@ const CodePageTable& CodePageTable::Of(unsigned codePage) {
 
 CodePageTable::CodePageTable(unsigned codePage) : m_codePage(codePage) {
     m_single.fill(text::kNoCharacter);
-    if (codePage == kUtf8) return;
+    if (codePage == text::kUtf8) return;
     const std::string name = IconvName(codePage);
     const Converter toUtf8("UTF-8", name), fromUtf8(name, "UTF-8");
     for (unsigned byte = 0; byte < 0x100; ++byte) {
@@ -93,7 +91,7 @@ CodePageTable::CodePageTable(unsigned codePage) : m_codePage(codePage) {
 }
 
 char32_t CodePageTable::Take(std::string_view& rest) const {
-    if (m_codePage == kUtf8) return text::TakeUtf8(rest);
+    if (m_codePage == text::kUtf8) return text::TakeUtf8(rest);
     const auto first = static_cast<unsigned char>(rest[0]);
     rest.remove_prefix(1);
     if (!text::IsLeadByte(first, m_codePage)) return m_single[first];
@@ -106,7 +104,7 @@ char32_t CodePageTable::Take(std::string_view& rest) const {
 }
 
 bool CodePageTable::Append(char32_t character, std::string& out) const {
-    if (m_codePage == kUtf8) {
+    if (m_codePage == text::kUtf8) {
         text::AppendUtf8(character, out);
         return true;
     }

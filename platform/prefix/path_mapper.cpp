@@ -7,7 +7,7 @@
 #include "platform/os/code_page.h"
 #include "platform/os/system.h"
 #include "platform/posix/character_case.h"
-#include "text/double_byte.h"
+#include "text/ascii.h"
 #include "text/path.h"
 
 namespace platform::prefix {
@@ -20,33 +20,9 @@ bool IsSeparator(char letter) {
     return letter == '\\' || letter == '/';
 }
 
-// The names of a path behind its drive, with "." and ".." resolved by the text alone.
-std::vector<std::string> NamesOf(std::string_view path, unsigned codePage) {
-    std::vector<std::string> names;
-    const auto add = [&](std::string_view name) {
-        if (name == "..") {
-            if (!names.empty()) names.pop_back();
-        } else if (!name.empty() && name != ".") {
-            names.emplace_back(name);
-        }
-    };
-    std::size_t start = 0;
-    for (std::size_t i = 0; i < path.size(); ++i) {
-        if (text::IsLeadByte(static_cast<unsigned char>(path[i]), codePage)) {
-            ++i;
-        } else if (IsSeparator(path[i])) {
-            add(path.substr(start, i - start));
-            start = i + 1;
-        }
-    }
-    if (start < path.size()) add(path.substr(start));
-    return names;
-}
-
 // Windows knows no name that ends in a dot or a blank: it drops them.
-std::string WithoutTail(std::string name) {
-    name.erase(name.find_last_not_of(". ") + 1);
-    return name;
+std::string WithoutTail(std::string_view name) {
+    return std::string(text::TrimmedBack(name, ". "));
 }
 
 bool Exists(const std::string& path) {
@@ -64,10 +40,7 @@ std::string WithoutLinks(const std::string& path) {
 }  // namespace
 
 bool IsWindowsName(std::string_view name) {
-    return std::none_of(name.begin(), name.end(), [](char letter) {
-        return static_cast<unsigned char>(letter) < 0x20 ||
-               std::string_view("<>:\"/\\|?*").find(letter) != std::string_view::npos;
-    });
+    return std::ranges::none_of(name, text::IsForbiddenInNames);
 }
 
 Result<MappedPath> PathMapper::Map(std::string_view windowsPath) const {
@@ -77,13 +50,12 @@ Result<MappedPath> PathMapper::Map(std::string_view windowsPath) const {
     if (path.empty() || isOffDrives) return notFound;
     char drive = 'c';
     if (path.size() >= 2 && path[1] == ':') {
-        drive = static_cast<char>(posix::FoldCase(static_cast<unsigned char>(path[0])));
-        if (drive < 'a' || drive > 'z')
-            return Failure{ErrorCode::kInvalidArgument, notFound.context};
+        drive = text::Lower(path[0]);
+        if (!text::IsLetter(drive)) return Failure{ErrorCode::kInvalidArgument, notFound.context};
         path.remove_prefix(2);
     }
     const std::string root = m_prefix + "/dosdevices/" + drive + ":";
-    auto names = NamesOf(path, m_codePage);
+    auto names = text::NamesIn(path, m_codePage);
     std::string asSpelt = root;
     bool areNames = true;
     for (auto& name : names) {

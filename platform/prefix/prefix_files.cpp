@@ -115,9 +115,7 @@ class PrefixFiles : public Files {
             if (!folder || folder->empty()) continue;
             const auto info = Stat(*folder);
             if (!info || !info->isFolder) continue;
-            const bool isClosed =
-                text::LastSeparator(*folder, m_mapper.CodePage()) + 1 == folder->size();
-            return isClosed ? *folder : *folder + '\\';
+            return text::WithSeparator(*folder, m_mapper.CodePage());
         }
         const std::string windows = "C:\\windows", folder = windows + "\\temp";
         for (const auto& path : {windows, folder}) {
@@ -128,9 +126,7 @@ class PrefixFiles : public Files {
     }
 
     Result<std::string> CreateTempFile(std::string_view folder, std::string_view prefix) override {
-        std::string base(folder);
-        const auto last = text::LastSeparator(base, m_mapper.CodePage());
-        if (last == std::string::npos || last + 1 != base.size()) base += '\\';
+        std::string base = text::WithSeparator(std::string(folder), m_mapper.CodePage());
         base += prefix.substr(0, text::WholeCharacterPrefix(prefix, 3, m_mapper.CodePage()));
         return posix::CreateNumberedFile(*this, base);
     }

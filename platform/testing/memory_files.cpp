@@ -7,7 +7,6 @@
 #include "platform/os/code_page.h"
 #include "platform/os/name_pattern.h"
 #include "text/ascii.h"
-#include "text/double_byte.h"
 #include "text/path.h"
 
 namespace platform::testing {
@@ -66,35 +65,11 @@ namespace {
 
 using NodePointer = std::shared_ptr<MemoryNode>;
 
-constexpr std::string_view kForbidden = "<>:\"|?*";
-
-// The components of a path behind its drive, and the drive as the first of them.
+// The names in a path, with its drive as the first of them.
 std::vector<std::string> Components(std::string_view path, unsigned codePage) {
-    std::vector<std::string> components{"C:"};
-    if (path.size() >= 2 && path[1] == ':') {
-        components[0] = path.substr(0, 2);
-        path.remove_prefix(2);
-    }
-    std::string current;
-    const auto finish = [&] {
-        if (current == "..") {
-            if (components.size() > 1) components.pop_back();
-        } else if (!current.empty() && current != ".") {
-            components.push_back(current);
-        }
-        current.clear();
-    };
-    for (std::size_t i = 0; i < path.size(); ++i) {
-        if (text::IsLeadByte(static_cast<unsigned char>(path[i]), codePage) &&
-            i + 1 < path.size()) {
-            current += path.substr(i++, 2);
-        } else if (path[i] == '\\' || path[i] == '/') {
-            finish();
-        } else {
-            current += path[i];
-        }
-    }
-    finish();
+    const bool hasDrive = path.size() >= 2 && path[1] == ':';
+    auto components = text::NamesIn(hasDrive ? path.substr(2) : path, codePage);
+    components.emplace(components.begin(), hasDrive ? path.substr(0, 2) : "C:");
     return components;
 }
 
@@ -154,7 +129,7 @@ struct MemoryFiles::Place {
     NodePointer folder, node;
     std::string name;
 
-    bool IsUsableName() const { return name.find_first_of(kForbidden) == std::string::npos; }
+    bool IsUsableName() const { return std::ranges::none_of(name, text::IsForbiddenInNames); }
 };
 
 MemoryFiles::MemoryFiles(unsigned codePage)
@@ -188,8 +163,7 @@ void MemoryFiles::MakeFolders(std::string_view path) {
 }
 
 void MemoryFiles::Put(std::string_view path, std::string_view content) {
-    const auto last = text::LastSeparator(path, m_codePage);
-    MakeFolders(path.substr(0, last == std::string_view::npos ? 0 : last + 1));
+    MakeFolders(path.substr(0, text::LastSeparator(path, m_codePage) + 1));
     Place place = Find(path);
     if (!place.node) place.node = AddChild(*place.folder, place.name, false);
     place.node->content = place.node->durable = content;
@@ -394,8 +368,7 @@ Result<std::string> MemoryFiles::ShortPath(std::string_view path) {
     const Place place = Find(path);
     if (!place.node) return Fail(ErrorCode::kNotFound, path);
     if (place.node->shortName.empty()) return std::string(path);
-    const auto last = text::LastSeparator(path, m_codePage);
-    const auto folder = last == std::string_view::npos ? "" : path.substr(0, last + 1);
+    const auto folder = path.substr(0, text::LastSeparator(path, m_codePage) + 1);
     return std::string(folder) + place.node->shortName;
 }
 
@@ -405,8 +378,7 @@ Result<std::string> MemoryFiles::TempFolder() {
 }
 
 Result<std::string> MemoryFiles::CreateTempFile(std::string_view folder, std::string_view prefix) {
-    std::string base(folder);
-    if (base.empty() || text::LastSeparator(base, m_codePage) + 1 != base.size()) base += '\\';
+    const std::string base = text::WithSeparator(std::string(folder), m_codePage);
     for (;;) {
         char number[16];
         std::snprintf(number, sizeof number, "%X", m_nextTempNumber++);

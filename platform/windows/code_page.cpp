@@ -55,7 +55,7 @@ std::string ToUtf8(std::string_view text, unsigned codePage) {
     codePage = KnownCodePage(codePage);
     const auto otherwise = [&](unsigned char byte) {
         const bool isControl = codePage != CP_UTF8 && byte >= 0x80 && byte <= 0x9F &&
-                               !text::IsLeadByte(byte, codePage);
+                               !text::IsLeadByte(static_cast<char>(byte), codePage);
         return std::wstring(1, isControl ? static_cast<wchar_t>(byte) : kReplacement);
     };
     return windows::Narrow(Decode(text, codePage, otherwise), CP_UTF8);

@@ -5,7 +5,6 @@
 #include <tuple>
 
 #include "text/double_byte.h"
-#include "text/path.h"
 
 namespace test {
 
@@ -18,7 +17,7 @@ TEST(CodePage, WhatItHasComesBack) {
         bool lossy = true;
         EXPECT_EQ(FromUtf8(ToUtf8(text, 1252), 1252, &lossy), text);
         EXPECT_FALSE(lossy);
-        if (!text::IsLeadByte(static_cast<unsigned char>(text[0]), 932)) continue;
+        if (!text::IsLeadByte(text[0], 932)) continue;
         const std::string utf8 = ToUtf8(text, 932);
         if (utf8.find("\uFFFD") != std::string::npos) continue;
         const std::string back = FromUtf8(utf8, 932, &lossy);
@@ -62,27 +61,6 @@ TEST(CodePage, RaisesTheLettersThatItHas) {
           Row{932, "a\x83\x61z\x82\x81\x84\x70\xE9", "A\x83\x61Z\x82\x60\x84\x40\xE9"},
           Row{65001, "\xC3\xA9\xFFz", "\xC3\x89\xFFZ"}}) {
         EXPECT_EQ(platform::UpperCase(text, codePage), upper) << codePage;
-    }
-}
-
-TEST(Path, Splits) {
-    using Row = std::tuple<const char*, const char*, unsigned>;
-    for (const auto& [path, expected, codePage] :
-         {Row{"C:\\a\\b.c\\d.e.txt", "C:|\\a\\b.c\\|d.e|.txt", 1252}, Row{"C:d", "C:||d|", 1252},
-          Row{"\\a/b.", "|\\a/|b|.", 1252}, Row{".txt", "|||.txt", 1252},
-          Row{"C:\\a.b\\", "C:|\\a.b\\||", 1252}, Row{"\x95\\a", "|\x95\\|a|", 1252},
-          Row{"\x95\\a.t", "||\x95\\a|.t", 932}, Row{"x\\\x95\\\\b", "|x\\\x95\\\\|b|", 932}}) {
-        const auto parts = text::SplitPath(path, codePage);
-        EXPECT_EQ(parts.drive + '|' + parts.folder + '|' + parts.name + '|' + parts.extension,
-                  expected);
-        EXPECT_EQ(text::JoinPath(parts), path);
-    }
-}
-
-TEST(Path, CutsBetweenCharacters) {
-    const std::size_t expected[] = {0, 1, 1, 3, 4, 5, 5, 5};
-    for (std::size_t limit = 0; limit < 8; ++limit) {
-        EXPECT_EQ(text::WholeCharacterPrefix("a\x95\\b\x95", limit, 932), expected[limit]);
     }
 }
 
