@@ -1,11 +1,10 @@
 #include "eumapi/outgoing_text.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <string_view>
 
 #include "eumapi/mail_date.h"
+#include "text/calendar.h"
 
 namespace eumapi {
 
@@ -13,23 +12,7 @@ namespace {
 
 using TimePoint = std::chrono::system_clock::time_point;
 
-constexpr const char* kDays[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
-constexpr const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                   "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 constexpr const char* kEnd = "\r\n";
-
-template <class... Values>
-std::string Formatted(const char* format, Values... values) {
-    char text[128];
-    std::snprintf(text, sizeof text, format, values...);
-    return text;
-}
-
-std::string ZoneText(TimePoint now, platform::Clock& clock) {
-    const auto minutes = static_cast<int>(clock.UtcOffset(now).count() / 60);
-    return Formatted("%c%02d%02d", minutes < 0 ? '-' : '+', std::abs(minutes) / 60,
-                     std::abs(minutes) % 60);
-}
 
 // "Name <address>", the name in quotes if it has anything but letters that need none.
 std::string Mailbox(const MapiRecipDesc& recipient) {
@@ -101,14 +84,13 @@ std::string AddressOf(const MapiRecipDesc& recipient) {
 
 std::string OutgoingText(const MapiMessage& message, const std::vector<std::string>& attachments,
                          TimePoint now, platform::Clock& clock) {
-    const auto at = SplitLocal(now, clock);
-    std::string text = Formatted(
+    const auto local = LocalTime(now, clock);
+    std::string text = text::Format(
         "From ???@??"
-        "? %s %s %02d %02d:%02d:%02d %04d\r\n",
-        kDays[at.weekday], kMonths[at.month - 1], at.day, at.hour, at.minute, at.second, at.year);
-    text += Formatted("Date: %s, %02d %s %04d %02d:%02d:%02d ", kDays[at.weekday], at.day,
-                      kMonths[at.month - 1], at.year, at.hour, at.minute, at.second) +
-            ZoneText(now, clock) + kEnd;
+        "? %a %b %d %H:%M:%S %Y\r\n",
+        local);
+    text += text::Format("Date: %a, %d %b %Y %H:%M:%S ", local);
+    text += text::ZoneText(clock.UtcOffset(now)) + kEnd;
     text += RecipientLine("To: ", message, mapi::kTo);
     text += RecipientLine("Cc: ", message, mapi::kCc);
     text += RecipientLine("Bcc: ", message, mapi::kBcc);
@@ -122,10 +104,11 @@ std::string OutgoingText(const MapiMessage& message, const std::vector<std::stri
 }
 
 std::string ListDate(TimePoint now, platform::Clock& clock) {
-    const auto at = SplitLocal(now, clock);
-    return Formatted("%02d:%02d %s %d/%d/%d ", at.hour > 12 ? at.hour - 12 : at.hour, at.minute,
-                     at.hour >= 12 ? "PM" : "AM", at.month, at.day, at.year) +
-           ZoneText(now, clock);
+    const auto local = LocalTime(now, clock);
+    const bool isLate =
+        local - std::chrono::floor<std::chrono::days>(local) >= std::chrono::hours(12);
+    return text::Format(isLate ? "%I:%M PM %-m/%-d/%Y " : "%I:%M AM %-m/%-d/%Y ", local) +
+           text::ZoneText(clock.UtcOffset(now));
 }
 
 }  // namespace eumapi

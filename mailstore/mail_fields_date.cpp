@@ -5,12 +5,11 @@
 #include <cstdlib>
 #include <string>
 
+#include "text/calendar.h"
+
 namespace {
 
 using namespace std::chrono;
-
-constexpr sys_days kDayZero{year{1899} / December / 30};
-constexpr long kMinutesPerDay = 24 * 60;
 
 // The text up to the delimiter, behind the delimiters that it begins with; takes both off `rest`.
 // Nothing if only delimiters are left.
@@ -32,14 +31,6 @@ bool IsWithin(long value, long lowest, long highest) {
     return value >= lowest && value <= highest;
 }
 
-std::optional<sys_days> DayOf(long y, long m, long d) {
-    if (!IsWithin(y, 100, 9999) || !IsWithin(m, 1, 12) || !IsWithin(d, 1, 31)) return std::nullopt;
-    const year_month_day date{year{static_cast<int>(y)}, month{static_cast<unsigned>(m)},
-                              day{static_cast<unsigned>(d)}};
-    if (!date.ok()) return std::nullopt;
-    return sys_days{date};
-}
-
 }  // namespace
 
 namespace mailstore {
@@ -52,18 +43,18 @@ std::optional<double> ParseDate(std::string_view text) {
         if (!piece) return std::nullopt;
         number = NumberOf(*piece);
     }
-    const auto date = DayOf(pieces[0], pieces[1], pieces[2]);
-    if (!date || !IsWithin(pieces[3], 0, 23) || !IsWithin(pieces[4], 0, 59)) return std::nullopt;
-    const auto days = static_cast<double>((*date - kDayZero).count());
-    const double time = static_cast<double>(pieces[3] * 60 + pieces[4]) / kMinutesPerDay;
-    // Before day zero, too, the fraction counts forward from midnight.
-    return days < 0 ? days - time : days + time;
+    const auto [y, m, d, h, minute] = pieces;
+    const bool isTime = IsWithin(h, 0, 23) && IsWithin(minute, 0, 59);
+    if (!isTime || !IsWithin(m, 1, 12) || !IsWithin(d, 1, 31)) return std::nullopt;
+    const year_month_day date{year{static_cast<int>(y)}, month{static_cast<unsigned>(m)},
+                              day{static_cast<unsigned>(d)}};
+    if (!date.ok()) return std::nullopt;
+    return text::ToOleDate(local_days{date} + hours(h) + minutes(minute));
 }
 
 double LocalNow(platform::Clock& clock) {
     const auto now = clock.Now();
-    const auto local = floor<seconds>(now) + clock.UtcOffset(now);
-    return static_cast<double>((local - kDayZero).count()) / (kMinutesPerDay * 60);
+    return text::ToOleDate(text::CivilTime(now, clock.UtcOffset(now))).value_or(0);
 }
 
 }  // namespace mailstore

@@ -12,7 +12,7 @@ cd "${1:-$(dirname "$0")/..}"
 read -r -d '' layers << 'END' || true
 text                 -
 platform/os          text
-platform/mfc         platform/os
+platform/mfc         platform/os text
 platform/kvutil      platform/os platform/mfc text frame/interface/result_codes.h
 platform/posix       platform/os text
 platform/prefix      platform/os platform/posix text
@@ -34,7 +34,7 @@ host/translator      platform/os platform/kvutil frame/interface host/base host/
 host/vcard           platform/os host/base text
 host/maildir         platform/os host/base text
 host/state           platform/os host/base
-host/backup          platform/os host/base
+host/backup          platform/os host/base text
 host/mail            platform/os platform/kvutil frame/interface host/base host/eudora host/translator host/maildir text
 host/contacts        platform/os frame/interface host/base host/translator host/vcard text
 host/sync            platform/os host/base host/state host/backup

@@ -1,7 +1,6 @@
 #include "host/backup/backups.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <list>
 #include <nlohmann/json.hpp>
 
@@ -9,6 +8,7 @@
 #include "host/base/folders.h"
 #include "host/base/json_text.h"
 #include "platform/os/safe_write.h"
+#include "text/calendar.h"
 
 namespace host::backup {
 
@@ -20,15 +20,7 @@ constexpr const char* kManifest = "backup.json";
 constexpr std::uint64_t kLargestManifest = 1u << 20;
 
 std::string TimeName(std::chrono::system_clock::time_point now) {
-    const auto day = std::chrono::floor<std::chrono::days>(now);
-    const std::chrono::year_month_day date(day);
-    const std::chrono::hh_mm_ss time(std::chrono::floor<std::chrono::seconds>(now - day));
-    char text[32];
-    std::snprintf(text, sizeof text, "%04d%02u%02u-%02d%02d%02d", static_cast<int>(date.year()),
-                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
-                  static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
-                  static_cast<int>(time.seconds().count()));
-    return text;
+    return text::Format("%Y%m%d-%H%M%S", text::CivilTime(now));
 }
 
 bool IsId(std::string_view name) {

@@ -8,9 +8,9 @@
 #include "host/base/native_path.h"
 #include "host/base/terminal_text.h"
 #include "host/mail/encoded_words.h"
-#include "host/mail/mail_date.h"
 #include "host/mail/mail_text.h"
 #include "text/ascii.h"
+#include "text/calendar.h"
 
 namespace host::cli {
 
@@ -30,8 +30,8 @@ std::string Header(const Text& text) {
 }
 
 Text DateOf(const mail::Mail& mail) {
-    const auto date = mail.date ? mail::FromOleDate(*mail.date) : std::nullopt;
-    return date ? mail::IsoDate(*date) : Text();
+    const auto date = mail.date ? text::FromOleDate(*mail.date) : std::nullopt;
+    return date ? text::IsoText(*date) : Text();
 }
 
 bool IsSent(const mail::Mail& mail) {

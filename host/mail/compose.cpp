@@ -5,11 +5,11 @@
 #include "host/base/out_of_memory.h"
 #include "host/mail/attachment_part.h"
 #include "host/mail/header_block.h"
-#include "host/mail/mail_date.h"
 #include "host/mail/mail_text.h"
 #include "host/mail/message_id.h"
 #include "host/mail/transfer_encoding.h"
 #include "text/ascii.h"
+#include "text/calendar.h"
 
 namespace host::mail {
 
@@ -31,8 +31,11 @@ std::string HeaderOf(const Mail& mail, std::chrono::seconds offset) {
     header.AddAddresses("Cc", mail.cc);
     header.AddAddresses("Bcc", mail.bcc);
     header.AddText("Subject", mail.subject);
-    const auto date = mail.date ? FromOleDate(*mail.date) : std::nullopt;
-    if (date) header.AddToken("Date", MessageDate(*date, offset));
+    const auto date = mail.date ? text::FromOleDate(*mail.date) : std::nullopt;
+    if (date) {
+        header.AddToken("Date",
+                        text::Format("%a, %-d %b %Y %H:%M:%S ", *date) + text::ZoneText(offset));
+    }
     header.AddToken("Message-ID", '<' + MessageIdOf(mail) + '>');
     header.AddToken("MIME-Version", "1.0");
     return header.Str();
@@ -134,7 +137,7 @@ base::Status AppendParts(std::string& out, const MessageSink& sink, platform::Fi
 
 // Local time's difference to UTC at the mail's date.
 std::chrono::seconds OffsetAt(platform::Clock& clock, const Mail& mail) {
-    const auto local = mail.date ? FromOleDate(*mail.date) : std::nullopt;
+    const auto local = mail.date ? text::FromOleDate(*mail.date) : std::nullopt;
     if (!local) return clock.UtcOffset(clock.Now());
     // The offset at an instant is asked for with the local time first, then with what that gives:
     // right but for the hours around a change.

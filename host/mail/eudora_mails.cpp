@@ -6,10 +6,10 @@
 #include "host/base/failure.h"
 #include "host/base/native_path.h"
 #include "host/base/out_of_memory.h"
-#include "host/mail/mail_date.h"
 #include "platform/kvutil/kvutil.h"
 #include "platform/os/code_page.h"
 #include "platform/os/system.h"
+#include "text/calendar.h"
 
 namespace host::mail {
 
@@ -250,9 +250,9 @@ std::string EudoraMails::CurrentName() {
     std::string name = "mail " + base::ToUtf8(m_session.RecordId().ValueOr(""));
     const auto subject = Text(MailField::kSubject, ignored);
     const auto date = OrNote(m_session.Date(FieldId(MailField::kDate)), ignored);
-    const auto local = date && *date ? FromOleDate(**date) : std::nullopt;
+    const auto local = date && *date ? text::FromOleDate(**date) : std::nullopt;
     if (subject) name += ", " + *subject;
-    if (local) name += ", " + IsoDate(*local);
+    if (local) name += ", " + text::IsoText(*local);
     return name;
 }
 

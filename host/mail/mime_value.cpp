@@ -7,9 +7,9 @@
 #include <gmime/gmime.h>
 
 #include "host/mail/encoded_words.h"
-#include "host/mail/mail_date.h"
 #include "platform/os/code_page.h"
 #include "text/ascii.h"
+#include "text/calendar.h"
 #include "text/encoded_words.h"
 #include "text/utf.h"
 
@@ -164,7 +164,7 @@ std::optional<double> DecodedDate(const std::string& value, platform::Clock& clo
     // A clock counts finer than seconds, and so not as far.
     constexpr std::chrono::seconds kFarthest = std::chrono::days(365 * 280);
     const std::chrono::sys_seconds near(std::clamp(instant, -kFarthest, kFarthest));
-    return ToOleDate(LocalSeconds(instant + clock.UtcOffset(near)));
+    return text::ToOleDate(std::chrono::local_seconds(instant + clock.UtcOffset(near)));
 }
 
 base::Status DecodeBody(std::string_view body, const std::string& encoding,

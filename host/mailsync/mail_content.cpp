@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "host/mail/mail_date.h"
 #include "host/mail/message_id.h"
+#include "text/calendar.h"
 
 namespace host::mailsync {
 
@@ -17,7 +17,7 @@ std::string ContentOf(const mail::Mail& mail) {
     }
     std::string date;
     if (mail.date) {
-        if (const auto local = mail::FromOleDate(*mail.date)) date = mail::IsoDate(*local);
+        if (const auto local = text::FromOleDate(*mail.date)) date = text::IsoText(*local);
     }
     pieces.push_back(date);
     return mail::Fingerprint(pieces);

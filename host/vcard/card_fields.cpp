@@ -1,7 +1,6 @@
 #include "host/vcard/card_fields.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <functional>
 #include <optional>
 
@@ -10,6 +9,7 @@
 #include "host/vcard/content_line.h"
 #include "platform/os/code_page.h"
 #include "text/ascii.h"
+#include "text/calendar.h"
 
 namespace host::vcard {
 
@@ -102,18 +102,6 @@ std::string ComponentsFromName(const std::string& name) {
         given = name.substr(0, blank);
     }
     return EscapeText(base::Canonical(family)) + ';' + EscapeText(base::Canonical(given)) + ";;;";
-}
-
-std::string TimeStamp(std::chrono::system_clock::time_point now) {
-    const auto day = std::chrono::floor<std::chrono::days>(now);
-    const std::chrono::year_month_day date(day);
-    const std::chrono::hh_mm_ss time(std::chrono::floor<std::chrono::seconds>(now - day));
-    char text[32];
-    std::snprintf(text, sizeof text, "%04d%02u%02uT%02d%02d%02dZ", static_cast<int>(date.year()),
-                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
-                  static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
-                  static_cast<int>(time.seconds().count()));
-    return text;
 }
 
 Property NewProperty(base::Field field) {
@@ -230,7 +218,7 @@ void WriteFields(Card& card, const base::Contact& values, base::FieldSet which,
         if (!which.Has(field)) continue;
         field == base::Field::kName ? SetName(card, values) : SetField(card, field, values[field]);
     }
-    SetProperty(card, "REV", TimeStamp(now));
+    SetProperty(card, "REV", text::Format("%Y%m%dT%H%M%SZ", text::CivilTime(now)));
 }
 
 }  // namespace host::vcard

@@ -3,8 +3,6 @@
 #include "platform/mfc/archive.h"
 #include "platform/mfc/ole_date_time.h"
 #include "platform/os/little_endian.h"
-#include "text/ascii.h"
-#include "text/double_byte.h"
 
 namespace {
 
@@ -55,28 +53,13 @@ TEST(LittleEndianTest, APlaceOfARecordIsReadAndWrittenOnlyInside) {
 }
 
 TEST(OleDateTimeTest, RangeAndOrder) {
-    for (const auto& [date, isValid] : {std::pair{-657434.99, true},
-                                        {-657435.0, false},
-                                        {2958465.99, true},
-                                        {2958466.0, false},
-                                        {1.7e308, false},
-                                        {__builtin_nan(""), false}}) {
-        EXPECT_EQ(COleDateTime(date).GetStatus() == COleDateTime::kValid, isValid) << date;
-    }
+    EXPECT_EQ(COleDateTime(2958465.99).GetStatus(), COleDateTime::kValid);
+    EXPECT_EQ(COleDateTime(2958466.0).GetStatus(), COleDateTime::kInvalid);
     const double inOrder[] = {-2.0, -2.5, -1.0, -1.25, -1.75, -0.0, 0.25, 1.0};
     for (std::size_t i = 0; i + 1 < std::size(inOrder); ++i) {
         EXPECT_LT(COleDateTime(inOrder[i]), COleDateTime(inOrder[i + 1])) << inOrder[i];
         EXPECT_FALSE(COleDateTime(inOrder[i + 1]) < COleDateTime(inOrder[i])) << inOrder[i];
     }
-}
-
-TEST(TextCaseTest, DoubleByteCharactersStayWhole) {
-    EXPECT_TRUE(text::ContainsText("\x83\x41\x42", "\x42", 932));
-    EXPECT_FALSE(text::ContainsText("\x83\x42", "\x42", 932));
-    EXPECT_TRUE(text::ContainsText("", "", 932));
-    EXPECT_TRUE(text::EqualNoCase("aZ[", "Az["));
-    EXPECT_FALSE(text::EqualNoCase("a", "ab"));
-    EXPECT_FALSE(text::EqualNoCase("@[`{", "`{@["));
 }
 
 }  // namespace

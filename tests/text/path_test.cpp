@@ -40,6 +40,8 @@ TEST(Path, CharactersOfTwoBytesStayWhole) {
         EXPECT_EQ(text::WholeCharacterPrefix("a\x95\\b\x95", limit, 932), expected[limit]);
     }
     EXPECT_EQ(text::FindLastOf("\\\x95\\", "\\", 932), 0u);
+    EXPECT_TRUE(text::ContainsText("\x83\x41\x42", "\x42", 932));
+    EXPECT_FALSE(text::ContainsText("\x83\x42", "\x42", 932));
     EXPECT_TRUE(text::ContainsText("a\x95\\b", "b", 932));
     EXPECT_FALSE(text::ContainsText("a\x95\\b", "\\", 932));
     EXPECT_TRUE(text::ContainsText("", "", 932));
