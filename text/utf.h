@@ -17,7 +17,6 @@ bool IsUtf8(std::string_view text);
 // Takes the first character off `rest`. kNoCharacter, and one byte taken, if the text does not
 // begin with a well-formed character.
 char32_t TakeUtf8(std::string_view& rest);
-bool IsUtf8(std::string_view text);
 void AppendUtf8(char32_t character, std::string& out);
 
 // An unpaired surrogate is taken as it stands.

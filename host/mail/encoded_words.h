@@ -3,6 +3,8 @@
 #include <string>
 #include <string_view>
 
+#include "text/utf.h"
+
 namespace host::mail {
 
 // Whether a header can hold the text only in encoded words: it is not ASCII, holds control
@@ -18,7 +20,7 @@ std::string DecodedText(std::string_view bytes, std::string_view charset, unsign
 
 // A text of UTF-8 with its encoded words decoded. Words in a charset that is not known count as of
 // the code page.
-std::string DecodeWords(std::string_view text, unsigned codePage = 65001);
+std::string DecodeWords(std::string_view text, unsigned codePage = text::kUtf8);
 
 // The same with blanks for control characters and none at the ends.
 std::string HeaderText(std::string_view text);
