@@ -6,7 +6,6 @@
 #include "mailstore/in_box.h"
 #include "platform/os/code_page.h"
 #include "text/path.h"
-#include "text/plain_name.h"
 
 namespace mailstore {
 
