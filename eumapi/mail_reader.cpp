@@ -7,6 +7,7 @@
 #include "eumapi/encoded_word.h"
 #include "eumapi/mail_date.h"
 #include "mailbox/toc_records.h"
+#include "text/ascii.h"
 #include "text/path.h"
 
 namespace eumapi {
@@ -30,7 +31,8 @@ std::string DisplayName(std::string name, const std::string& address) {
 
 class HeaderTexts {
   public:
-    HeaderTexts(const MailText& text, unsigned codePage) : m_text(text), m_codePage(codePage) {}
+    HeaderTexts(const text::MailView& text, unsigned codePage)
+        : m_text(text), m_codePage(codePage) {}
 
     std::optional<std::string> Subject() const {
         auto subject = m_text.Field("Subject");
@@ -59,7 +61,7 @@ class HeaderTexts {
     }
 
   private:
-    const MailText& m_text;
+    const text::MailView& m_text;
     unsigned m_codePage;
 };
 
@@ -103,12 +105,12 @@ platform::Result<std::string> MailReader::ReadHeader(const MailIndex& index,
                                                      const IndexedMail& mail) {
     for (std::uint64_t most = kHeaderGuess;; most *= 4) {
         auto bytes = ReadBytes(index, mail, most);
-        if (!bytes || bytes->size() < most || MailText(*bytes).HasBody()) return bytes;
+        if (!bytes || bytes->size() < most || text::MailView(*bytes).HasBody()) return bytes;
     }
 }
 
-void MailReader::TakeHeader(const MailText& text, const MailIndex& index, const IndexedMail& mail,
-                            MessageRecord& record) const {
+void MailReader::TakeHeader(const text::MailView& text, const MailIndex& index,
+                            const IndexedMail& mail, MessageRecord& record) const {
     const unsigned codePage = m_system.codePage;
     const HeaderTexts header(text, codePage);
     auto subject = header.Subject();
@@ -155,9 +157,9 @@ Code MailReader::CopyAttachments(std::vector<AttachmentLine>& lines,
     return mapi::kSuccess;
 }
 
-Code MailReader::TakeBody(const MailText& text, std::uint32_t flags, AttachmentCopies& copies,
+Code MailReader::TakeBody(const text::MailView& text, std::uint32_t flags, AttachmentCopies& copies,
                           MessageRecord& record) const {
-    std::string note = text.Body();
+    std::string note = text::WithLineFeeds(text.Body());
     // The text comes first among the files, and is complete only after the attachments.
     const bool isFile = (flags & mapi::kBodyAsFile) != 0;
     Code code = isFile ? copies.AddEmpty("Message.txt") : mapi::kSuccess;
@@ -185,7 +187,7 @@ Code MailReader::Read(const MailIndex& index, const IndexedMail& mail, std::uint
     if (!bytes) return CodeOf(bytes.Error());
     // A zero byte would hide what follows it from every reader of a C text.
     std::replace(bytes->begin(), bytes->end(), '\0', ' ');
-    const MailText text(*bytes);
+    const text::MailView text(*bytes);
     record.flags = FlagsOf(mail.wStatus);
     TakeHeader(text, index, mail, record);
     return isEnvelope ? mapi::kSuccess : TakeBody(text, flags, copies, record);

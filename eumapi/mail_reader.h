@@ -5,8 +5,8 @@
 
 #include "eumapi/attachment_lines.h"
 #include "eumapi/mail_index.h"
-#include "eumapi/mail_text.h"
 #include "eumapi/message_record.h"
+#include "text/mail_view.h"
 
 namespace eumapi {
 
@@ -33,10 +33,10 @@ class MailReader {
   private:
     platform::Result<std::uint64_t> LengthOf(const MailIndex& index, const IndexedMail& mail);
     platform::Result<std::string> ReadHeader(const MailIndex& index, const IndexedMail& mail);
-    void TakeHeader(const MailText& text, const MailIndex& index, const IndexedMail& mail,
+    void TakeHeader(const text::MailView& text, const MailIndex& index, const IndexedMail& mail,
                     MessageRecord& record) const;
     Code CopyAttachments(std::vector<AttachmentLine>& lines, AttachmentCopies& copies) const;
-    Code TakeBody(const MailText& text, std::uint32_t flags, AttachmentCopies& copies,
+    Code TakeBody(const text::MailView& text, std::uint32_t flags, AttachmentCopies& copies,
                   MessageRecord& record) const;
 
     platform::System m_system;

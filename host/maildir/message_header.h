@@ -16,10 +16,6 @@ inline constexpr std::size_t kLargestHeader = 64 * 1024;
 // the header does not matter. Of a header that is cut off only whole fields count.
 std::string MessageIdInHeader(std::string_view message);
 
-// The text of the first field of that name (in lower case), unfolded and trimmed; empty if there is
-// none.
-std::string FieldInHeader(std::string_view message, std::string_view name);
-
 // The beginning of a file: its header, as far as kLargestHeader, and the rest of a block.
 base::Result<std::string> ReadHeader(platform::Files& files, const std::string& path);
 

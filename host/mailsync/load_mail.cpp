@@ -9,6 +9,7 @@
 #include "host/maildir/message_header.h"
 #include "host/mailsync/mail_content.h"
 #include "host/mailsync/mail_matching.h"
+#include "text/mail_view.h"
 
 namespace host::mailsync {
 
@@ -201,9 +202,10 @@ base::Result<FolderHead> MailLoader::HeadOf(maildir::Maildir& maildir,
     return base::OrOutOfMemory([&]() -> base::Result<FolderHead> {
         auto text = maildir.ReadHeader(file);
         if (!text) return text.Error();
+        const text::MailView header(*text);
         FolderHead head{maildir::MessageIdInHeader(*text),
-                        mail::MailName(mail::DecodeWords(maildir::FieldInHeader(*text, "subject")),
-                                       mail::DecodeWords(maildir::FieldInHeader(*text, "from")))};
+                        mail::MailName(mail::DecodeWords(header.Field("Subject").value_or("")),
+                                       mail::DecodeWords(header.Field("From").value_or("")))};
         if (mail::CanBeMessageId(head.messageId) && !mail::IsIndexId(head.messageId)) return head;
         text = maildir.Read(file, mail::kLargestMessage);
         if (!text) return text.Error();

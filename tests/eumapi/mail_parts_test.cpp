@@ -4,7 +4,6 @@
 #include "eumapi/attachment_lines.h"
 #include "eumapi/encoded_word.h"
 #include "eumapi/mail_date.h"
-#include "eumapi/mail_text.h"
 #include "platform/os/charset.h"
 #include "platform/testing/fixed_clock.h"
 
@@ -94,24 +93,6 @@ TEST(StandInEncodedWords, Table) {
         if (std::string_view(one.text).starts_with("=?iso-2022-jp") && !knowsJis) continue;
         EXPECT_EQ(DecodeHeader(one.text, one.codePage), one.expected) << one.text;
     }
-}
-
-TEST(StandInMailText, TakesHeaderApart) {
-    const MailText text(
-        "From ???@??"
-        "? Wed Jan 02 02:03:55 1980\r\n"
-        " stray\r\nto: a@b.c,\r\n\td@e.f\r\nno field here\r\n still none\r\nTO : g@h.i\r\n"
-        "Subject:  one\r\n  two \r\n\r\nFrom: in the body\r\r\n\nlast");
-    EXPECT_EQ(text.Separator(),
-              "From ???@??"
-              "? Wed Jan 02 02:03:55 1980");
-    EXPECT_EQ(text.AllFields("To"), "a@b.c, d@e.f, g@h.i");
-    EXPECT_EQ(text.Field("Subject"), "one two");
-    EXPECT_EQ(text.Field("From"), std::nullopt);
-    EXPECT_EQ(text.Body(), "From: in the body\n\nlast");
-    EXPECT_FALSE(MailText("Subject: x\r\n").HasBody());
-    EXPECT_EQ(MailText("\r\nbody").Body(), "body");
-    EXPECT_EQ(MailText("").Body(), "");
 }
 
 // What a reader leaves who takes off one line with a blank line above it for each file.

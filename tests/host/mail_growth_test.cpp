@@ -7,6 +7,7 @@
 #include "host/mail/mime_entity.h"
 #include "host/maildir/message_header.h"
 #include "text/ascii.h"
+#include "text/mail_view.h"
 
 // The readers are compiled so that each branch they take comes by here.
 static std::size_t branches = 0;
@@ -23,7 +24,7 @@ std::size_t WorkFor(const std::string& text) {
     (void)mail::TextOfEnriched(text);
     (void)mail::SplitText(text::WithLineFeeds(text));
     (void)maildir::MessageIdInHeader(text);
-    (void)maildir::FieldInHeader(text, "subject");
+    (void)text::MailView(text).AllFields("Subject");
     const mail::Entity entity = mail::SplitEntity(text);
     (void)mail::FieldValue(entity, "Subject");
     (void)mail::FieldValues(entity, "To");

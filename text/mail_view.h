@@ -1,0 +1,32 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace text {
+
+// The bytes of a mail taken apart: separator line of a mailbox file, header, body. Anything is
+// accepted; a mail without an empty line is all header. Points into the bytes, which outlive it.
+class MailView {
+  public:
+    explicit MailView(std::string_view bytes);
+
+    // The line "From ???@??? ..." without its line end; empty if the mail does not begin with it.
+    std::string_view Separator() const { return m_separator; }
+    // The value of the first field of that name, in any case, trimmed; a line break in it and the
+    // blanks behind it are one blank.
+    std::optional<std::string> Field(std::string_view name) const;
+    // The values of all fields of that name, with ", " between them.
+    std::string AllFields(std::string_view name) const;
+    // The bytes behind the empty line.
+    std::string_view Body() const { return m_body; }
+    // Whether the header's end is in the bytes.
+    bool HasBody() const { return m_hasBody; }
+
+  private:
+    std::string_view m_separator, m_header, m_body;
+    bool m_hasBody = false;
+};
+
+}  // namespace text
