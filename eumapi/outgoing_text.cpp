@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "eumapi/mail_date.h"
+#include "text/ascii.h"
 #include "text/calendar.h"
 
 namespace eumapi {
@@ -37,20 +38,11 @@ std::string RecipientLine(const char* label, const MapiMessage& message,
     return list.empty() ? "" : label + list + kEnd;
 }
 
-// Every kind of line end becomes CR LF, and the last line has one.
-std::string WithLineEnds(std::string_view text) {
-    std::string out;
-    out.reserve(text.size() + text.size() / 32);
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] != '\r' && text[i] != '\n') {
-            out += text[i];
-            continue;
-        }
-        if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') ++i;
-        out += kEnd;
-    }
-    if (!out.empty() && out.back() != '\n') out += kEnd;
-    return out;
+// Each line has an end, the last one too.
+std::string WithLineEnds(const char* text) {
+    std::string lines = text::WithCrLf(text == nullptr ? "" : text);
+    if (!lines.empty() && !lines.ends_with('\n')) lines += kEnd;
+    return lines;
 }
 
 // A semicolon ends an entry; a path that has one stands in quotes, which no path can have.
@@ -100,7 +92,7 @@ std::string OutgoingText(const MapiMessage& message, const std::vector<std::stri
     text += "Subject: " + HeaderText(message.lpszSubject) + kEnd;
     text += AttachmentsLine(attachments);
     text += kEnd;
-    return text + WithLineEnds(message.lpszNoteText == nullptr ? "" : message.lpszNoteText);
+    return text + WithLineEnds(message.lpszNoteText);
 }
 
 std::string ListDate(TimePoint now, platform::Clock& clock) {

@@ -5,22 +5,12 @@
 #include <cstdlib>
 #include <string>
 
+#include "text/ascii.h"
 #include "text/calendar.h"
 
 namespace {
 
 using namespace std::chrono;
-
-// The text up to the delimiter, behind the delimiters that it begins with; takes both off `rest`.
-// Nothing if only delimiters are left.
-std::optional<std::string> NextPiece(std::string_view& rest, char delimiter) {
-    const auto begin = rest.find_first_not_of(delimiter);
-    if (begin == std::string_view::npos) return std::nullopt;
-    const auto end = std::min(rest.find(delimiter, begin), rest.size());
-    std::string piece(rest.substr(begin, end - begin));
-    rest.remove_prefix(std::min(end + 1, rest.size()));
-    return piece;
-}
 
 // The digits that the text begins with; 0 without any. No larger than what no date piece has.
 long NumberOf(const std::string& text) {
@@ -37,11 +27,12 @@ namespace mailstore {
 
 std::optional<double> ParseDate(std::string_view text) {
     long pieces[5];
-    const char* delimiter = "// ::";
+    std::string_view delimiters = "// ::";
     for (long& number : pieces) {
-        const auto piece = NextPiece(text, *delimiter++);
+        const auto piece = text::TakeToken(text, delimiters.substr(0, 1));
         if (!piece) return std::nullopt;
-        number = NumberOf(*piece);
+        number = NumberOf(std::string(*piece));
+        delimiters.remove_prefix(1);
     }
     const auto [y, m, d, h, minute] = pieces;
     const bool isTime = IsWithin(h, 0, 23) && IsWithin(minute, 0, 59);

@@ -4,6 +4,16 @@
 
 namespace text {
 
+std::string Hex(std::string_view bytes) {
+    constexpr std::string_view kDigits = "0123456789ABCDEF";
+    std::string digits;
+    for (const char byte : bytes) {
+        const auto value = static_cast<unsigned char>(byte);
+        digits += {kDigits[value >> 4], kDigits[value & 0xF]};
+    }
+    return digits;
+}
+
 bool IsAscii(std::string_view text) {
     return std::ranges::all_of(text, [](char letter) { return (letter & 0x80) == 0; });
 }
@@ -53,9 +63,26 @@ std::string_view TakeLine(std::string_view& rest) {
     return line;
 }
 
-std::string_view WithoutLineEnd(std::string_view line) {
-    if (!line.ends_with('\n')) return line;
-    return line.substr(0, line.size() - (line.ends_with("\r\n") ? 2 : 1));
+std::optional<std::string_view> TakeToken(std::string_view& rest, std::string_view delimiters) {
+    rest = TrimmedFront(rest, delimiters);
+    if (rest.empty()) return std::nullopt;
+    const auto token = rest.substr(0, rest.find_first_of(delimiters));
+    rest.remove_prefix(std::min(token.size() + 1, rest.size()));
+    return token;
+}
+
+std::string WithCrLf(std::string_view text) {
+    std::string lines;
+    lines.reserve(text.size() + text.size() / 16);
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text.substr(i).starts_with("\r\n")) ++i;
+        if (text[i] == '\r' || text[i] == '\n') {
+            lines += "\r\n";
+        } else {
+            lines += text[i];
+        }
+    }
+    return lines;
 }
 
 std::string WithLineFeeds(std::string_view text) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -30,6 +31,8 @@ constexpr int HexValue(char letter) {
     return Lower(letter) >= 'a' && Lower(letter) <= 'f' ? Lower(letter) - 'a' + 10 : -1;
 }
 
+// Two digits for each byte, in capitals.
+std::string Hex(std::string_view bytes);
 bool IsAscii(std::string_view text);
 std::string Lowered(std::string_view text);
 std::string Raised(std::string_view text);
@@ -45,8 +48,11 @@ std::string_view Trimmed(std::string_view text, std::string_view blanks = kBlank
 
 // Takes the first line off `rest`, its line feed included; a last line may have none.
 std::string_view TakeLine(std::string_view& rest);
-// The line without its end, LF or CR LF; a CR alone stays.
-std::string_view WithoutLineEnd(std::string_view line);
+// Takes the text up to one of the delimiters and that delimiter off `rest`, with the delimiters in
+// front, as strtok does. Nothing if there are only delimiters.
+std::optional<std::string_view> TakeToken(std::string_view& rest, std::string_view delimiters);
+// The text with CR LF in the place of each LF, CR LF and CR.
+std::string WithCrLf(std::string_view text);
 // The text with LF as the end of each line, however many CRs stood in front of it; other CRs stay.
 std::string WithLineFeeds(std::string_view text);
 

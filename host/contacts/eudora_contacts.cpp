@@ -6,6 +6,7 @@
 #include "frame/interface/field_ids.h"
 #include "host/base/failure.h"
 #include "platform/os/code_page.h"
+#include "text/ascii.h"
 
 namespace host::contacts {
 
@@ -19,20 +20,10 @@ std::string FieldId(base::Field field) {
     return ::FieldId(static_cast<ContactField>(static_cast<int>(field) + 1));
 }
 
-std::string ToHex(std::string_view bytes) {
-    constexpr std::string_view kDigits = "0123456789abcdef";
-    std::string hex;
-    for (const char byte : bytes) {
-        const auto value = static_cast<unsigned char>(byte);
-        hex += {kDigits[value >> 4], kDigits[value & 15]};
-    }
-    return hex;
-}
-
 std::string FromHex(std::string_view hex) {
     std::string bytes;
     for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
-        bytes += static_cast<char>(std::stoi(std::string(hex.substr(i, 2)), nullptr, 16));
+        bytes += static_cast<char>(text::HexValue(hex[i]) << 4 | text::HexValue(hex[i + 1]));
     }
     return bytes;
 }
@@ -57,7 +48,9 @@ base::Status EudoraContacts::Reopen() {
 std::string EudoraContacts::IdOf(const std::string& bytes) const {
     std::string id = platform::ToUtf8(bytes, m_codePage);
     const bool isFaithful = platform::FromUtf8(id, m_codePage) == bytes;
-    return isFaithful && !id.starts_with(kRawId) ? id : std::string(kRawId) + ToHex(bytes);
+    return isFaithful && !id.starts_with(kRawId)
+               ? id
+               : std::string(kRawId) + text::Lowered(text::Hex(bytes));
 }
 
 std::string EudoraContacts::BytesOf(const std::string& id) const {

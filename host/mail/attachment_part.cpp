@@ -23,15 +23,9 @@ bool IsPlainLetter(char letter) {
 }
 
 std::string Escaped(std::string_view name) {
-    constexpr std::string_view kDigits = "0123456789ABCDEF";
     std::string escaped;
-    for (const char letter : name) {
-        const auto byte = static_cast<unsigned char>(letter);
-        if (IsPlainLetter(letter)) {
-            escaped += letter;
-        } else {
-            escaped += {'%', kDigits[byte >> 4], kDigits[byte & 0xF]};
-        }
+    for (const char& letter : name) {
+        escaped += IsPlainLetter(letter) ? std::string(1, letter) : '%' + text::Hex({&letter, 1});
     }
     return escaped;
 }

@@ -40,17 +40,8 @@ bool BeginsWithAny(std::string_view text, const std::string_view (&marks)[kCount
 
 // Every kind of line end as CR LF, zero bytes as blanks.
 std::string WithLineEnds(std::string_view text) {
-    std::string lines;
-    lines.reserve(text.size() + text.size() / 16);
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const bool isPair = text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n';
-        if (isPair) ++i;
-        if (text[i] == '\r' || text[i] == '\n') {
-            lines += "\r\n";
-        } else {
-            lines += text[i] == '\0' ? ' ' : text[i];
-        }
-    }
+    std::string lines = text::WithCrLf(text);
+    std::ranges::replace(lines, '\0', ' ');
     return lines;
 }
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "text/ascii.h"
+
 #include "text/encoded_words.h"
 
 namespace host::mail {
@@ -31,9 +33,7 @@ void AppendQuoted(std::string& out, std::string_view text) {
     const bool endsInEscape = !text.empty() && kEscapedAtEnd.find(text.back()) != text.npos;
     std::size_t column = 0;
     const auto escape = [&](char letter) {
-        constexpr std::string_view kDigits = "0123456789ABCDEF";
-        const auto byte = static_cast<unsigned char>(letter);
-        out += {'=', kDigits[byte >> 4], kDigits[byte & 0xF]};
+        out += '=' + text::Hex({&letter, 1});
         column += 3;
     };
     for (; !text.empty(); text.remove_prefix(1)) {

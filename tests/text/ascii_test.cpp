@@ -19,6 +19,7 @@ TEST(Ascii, LettersAreThoseOfTheCLocale) {
         EXPECT_EQ(text::IsAscii("a"s + letter), byte < 0x80);
         const int value = std::isxdigit(byte) ? std::stoi(std::string(1, letter), nullptr, 16) : -1;
         EXPECT_EQ(text::HexValue(letter), value);
+        EXPECT_EQ(std::stoi(text::Hex({&letter, 1}), nullptr, 16), byte);
     }
 }
 
@@ -41,6 +42,11 @@ TEST(Ascii, TrimsAndTakesLines) {
     EXPECT_EQ(text::WithoutControls("\x7F\n a\tb\r\n"), "a b");
     std::string_view rest = "a\r\n\nb";
     for (const char* line : {"a\r\n", "\n", "b", ""}) EXPECT_EQ(text::TakeLine(rest), line);
+    EXPECT_EQ(text::WithCrLf("a\r\n\n\r\r\nb\rc"), "a\r\n\r\n\r\n\r\nb\r\nc");
+    rest = ";,a,;b;";
+    EXPECT_EQ(text::TakeToken(rest, ",;"), "a");
+    EXPECT_EQ(text::TakeToken(rest, ","), ";b;");
+    EXPECT_EQ(text::TakeToken(rest, ","), std::nullopt);
     EXPECT_EQ(text::WithLineFeeds("\r\na\r\r\nb\n\r\n\r\r\r\nc\rd\0\r\n\r"sv),
               "\na\nb\n\n\nc\rd\0\n\r"sv);
 }
