@@ -19,7 +19,7 @@ platform/prefix      platform/os platform/posix text
 platform/windows     platform/os text
 platform/testing     platform/os text
 mailbox              platform/os text
-mapi                 platform/os platform/kvutil frame/interface/field_ids.h
+mapi                 platform/os platform/kvutil frame/interface/field_ids.h text
 integration/locate   platform/os platform/mfc platform/kvutil text
 frame/interface      platform/mfc
 frame                platform/os platform/mfc platform/kvutil integration/locate mapi text
