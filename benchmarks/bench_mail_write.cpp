@@ -58,9 +58,7 @@ class Bench : private CREudoraMail {
     void Note(const std::vector<std::uint32_t>& ids, std::uint32_t status) {
         for (const auto id : ids) m_queues.m_mapMailStatus[id] = status;
     }
-    void Write() {
-        Check(m_queues.WriteNewMails(m_util, m_ids, m_attach) == RRC_OK, "writing mails");
-    }
+    void Write() { Check(m_queues.WriteNewMails(m_util, m_ids) == RRC_OK, "writing mails"); }
     void StoreStates() { Check(m_queues.UpdateMailStatus(m_util) == RRC_OK, "storing states"); }
 
   private:

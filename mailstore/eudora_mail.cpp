@@ -41,7 +41,7 @@ void CopyOptions(const From& from, To& to) {
 
 CREudoraMail::~CREudoraMail() {
     m_draft.Drop(Util().mapi);
-    m_queues.FreeAll(Util().mapi, m_attach);
+    m_queues.FreeAll(Util().mapi);
 }
 
 RRETURNCODE CREudoraMail::GetAppInfo(BOOL bConfigure, CRHostContext* pHost, CString& csSelection,
@@ -108,11 +108,11 @@ RRETURNCODE CREudoraMail::IndexMailbox() {
 RRETURNCODE CREudoraMail::Close(int) {
     return Guarded("Close", [&] {
         KV_LOG(5, "Enter - CREudoraMail::Close");
-        const RRETURNCODE sent = Guarded("Close", [&] { return m_queues.Send(Util(), m_attach); });
+        const RRETURNCODE sent = Guarded("Close", [&] { return m_queues.Send(Util()); });
         if (m_isOpen) Util().mapi.DeleteCurrentAttachments();
         m_isOpen = false;
-        const RRETURNCODE written = Guarded(
-            "WriteNewMails", [&] { return m_queues.WriteNewMails(Util(), m_ids, m_attach); });
+        const RRETURNCODE written =
+            Guarded("WriteNewMails", [&] { return m_queues.WriteNewMails(Util(), m_ids); });
         const RRETURNCODE stored = m_queues.UpdateMailStatus(Util());
         mailstore::DeleteAttachFile(Util().system);
         if (m_queues.m_lstNewMails.empty()) m_attach.ForgetOnlyCopies();

@@ -56,8 +56,8 @@ class CREudoraMail : public CREudoraTransBase {
   protected:
     mailstore::MailIds m_ids;
     mailstore::Draft m_draft;
-    mailstore::MailQueues m_queues;
     mailstore::AttachFolder m_attach;
+    mailstore::MailQueues m_queues{m_attach};
     bool m_bAppReady = false;
     bool m_bOutBox = false;        // the record in hand goes to the out-box
     bool m_bOutBoxRecord = false;  // so did the one that the host addresses

@@ -16,29 +16,28 @@ using mailbox::Appended;
 using platform::OpenMode;
 using platform::Share;
 
-RRETURNCODE MailQueues::Send(CEudoraTransUtil& util, const AttachFolder& attach) {
+RRETURNCODE MailQueues::Send(CEudoraTransUtil& util) {
     while (!m_lstOutBoxMails.empty()) {
         const BuiltRecord record(m_lstOutBoxMails.front(), FreeRecord{&util.mapi});
         m_lstOutBoxMails.pop_front();
         if (util.mapi.UpdateMail(record.get()) == 1) continue;
         ReportMapiError(util);
         KV_LOG(1, "Updatation failed in CREudoraMail::Close()\n");
-        attach.NameOnlyCopies(util, m_lstOutBoxMails);
-        attach.FreeRecords(util.mapi, m_lstOutBoxMails);
+        m_attach.NameOnlyCopies(util, m_lstOutBoxMails);
+        m_attach.FreeRecords(util.mapi, m_lstOutBoxMails);
         return RRC_FAILED;
     }
     return RRC_OK;
 }
 
-RRETURNCODE MailQueues::WriteNewMails(CEudoraTransUtil& util, MailIds& ids,
-                                      const AttachFolder& attach) {
+RRETURNCODE MailQueues::WriteNewMails(CEudoraTransUtil& util, MailIds& ids) {
     if (m_lstNewMails.empty()) return RRC_OK;
     const auto open = [&](const char* extension) {
         return OpenInBoxFile(util, extension, OpenMode::kReadWrite, Share::kRead, "WriteNewMails");
     };
     const auto mbx = open(".mbx");
     const auto toc = mbx != nullptr ? open(".toc") : nullptr;
-    if (toc == nullptr) return DropNewMails(util, attach);
+    if (toc == nullptr) return DropNewMails(util);
     std::vector<NewMail> mails;
     for (const MapiMessage* record : m_lstNewMails) {
         const std::string_view indexId = ViewOf(record->lpszConversationID);
@@ -56,8 +55,8 @@ RRETURNCODE MailQueues::WriteNewMails(CEudoraTransUtil& util, MailIds& ids,
     const Appended appended = AppendNewMails(place, mails, m_uncertain);
     m_uncertain = appended.uncertain;
     ReleaseStored(util.mapi, appended.written);
-    if (appended.failure) return ReportUnwritten(util, appended, attach);
-    return appended.refused == 0 ? RRC_OK : DropBeyondFull(util, ids, attach);
+    if (appended.failure) return ReportUnwritten(util, appended);
+    return appended.refused == 0 ? RRC_OK : DropBeyondFull(util, ids);
 }
 
 // The stored mails name their files in the Attach folder, which stay.
@@ -69,18 +68,17 @@ void MailQueues::ReleaseStored(CMapi& mapi, std::size_t count) {
 }
 
 // The files of a mail that may be stored stay in any case.
-void MailQueues::FreeNewMails(CMapi& mapi, const AttachFolder& attach) {
+void MailQueues::FreeNewMails(CMapi& mapi) {
     ReleaseStored(mapi, std::exchange(m_uncertain, 0));
-    attach.FreeRecords(mapi, m_lstNewMails);
+    m_attach.FreeRecords(mapi, m_lstNewMails);
 }
 
-void MailQueues::FreeAll(CMapi& mapi, const AttachFolder& attach) {
-    attach.FreeRecords(mapi, m_lstOutBoxMails);
-    FreeNewMails(mapi, attach);
+void MailQueues::FreeAll(CMapi& mapi) {
+    m_attach.FreeRecords(mapi, m_lstOutBoxMails);
+    FreeNewMails(mapi);
 }
 
-RRETURNCODE MailQueues::ReportUnwritten(CEudoraTransUtil& util, const Appended& appended,
-                                        const AttachFolder& attach) {
+RRETURNCODE MailQueues::ReportUnwritten(CEudoraTransUtil& util, const Appended& appended) {
     if (appended.isOutOfMemory) {
         KV_LOG(1, "Out of memory in CREudoraMail::WriteNewMails()\n");
         util.AddError(StringId::kNoMemory);
@@ -89,18 +87,17 @@ RRETURNCODE MailQueues::ReportUnwritten(CEudoraTransUtil& util, const Appended& 
     const platform::Failure& failure = *appended.failure;
     KV_LOG(1, "%s in CREudoraMail::WriteNewMails()\n", failure.Message().c_str());
     ReportInBoxFile(util, failure, appended.isOfToc ? ".toc" : ".mbx");
-    return failure.code == platform::ErrorCode::kCorrupt ? DropNewMails(util, attach) : RRC_FAILED;
+    return failure.code == platform::ErrorCode::kCorrupt ? DropNewMails(util) : RRC_FAILED;
 }
 
 // Mails that are not going to be stored, with all that is known of them.
-RRETURNCODE MailQueues::DropNewMails(CEudoraTransUtil& util, const AttachFolder& attach) {
-    attach.NameOnlyCopies(util, m_lstNewMails);
-    FreeNewMails(util.mapi, attach);
+RRETURNCODE MailQueues::DropNewMails(CEudoraTransUtil& util) {
+    m_attach.NameOnlyCopies(util, m_lstNewMails);
+    FreeNewMails(util.mapi);
     return RRC_FAILED;
 }
 
-RRETURNCODE MailQueues::DropBeyondFull(CEudoraTransUtil& util, MailIds& ids,
-                                       const AttachFolder& attach) {
+RRETURNCODE MailQueues::DropBeyondFull(CEudoraTransUtil& util, MailIds& ids) {
     KV_LOG(1, "No room for %d mails in CREudoraMail::WriteNewMails()\n",
            static_cast<int>(m_lstNewMails.size()));
     for (const MapiMessage* record : m_lstNewMails) {
@@ -111,7 +108,7 @@ RRETURNCODE MailQueues::DropBeyondFull(CEudoraTransUtil& util, MailIds& ids,
         ids.Forget(indexId);
         m_mapMailStatus.erase(mailbox::MsgIdOf(indexId));
     }
-    return DropNewMails(util, attach);
+    return DropNewMails(util);
 }
 
 // Behind a mail that waits to be sent, what happens to be current is another mail.

@@ -14,13 +14,16 @@ namespace mailstore {
 // the queues own, and read states. Results are RRC_OK or RRC_FAILED with a message.
 class MailQueues {
   public:
+    // The folder outlives this object.
+    explicit MailQueues(AttachFolder& attach) : m_attach(attach) {}
+
     // Hands the mails for the out-box to the library, up to the first that it refuses; that one and
     // those behind it are dropped.
-    RRETURNCODE Send(CEudoraTransUtil& util, const AttachFolder& attach);
+    RRETURNCODE Send(CEudoraTransUtil& util);
 
     // Appends the mails for the in-box to its files. What cannot be written stays queued; what the
     // mailbox cannot take at all is dropped with its id and state, and messages name it.
-    RRETURNCODE WriteNewMails(CEudoraTransUtil& util, MailIds& ids, const AttachFolder& attach);
+    RRETURNCODE WriteNewMails(CEudoraTransUtil& util, MailIds& ids);
 
     // Stores the noted read states in the .toc file; those of mails that stay queued stay noted,
     // the others are forgotten.
@@ -30,21 +33,20 @@ class MailQueues {
     // an earlier edit noted one, whether the mail is read.
     void NoteStatus(CMapi& mapi);
 
-    void FreeAll(CMapi& mapi, const AttachFolder& attach);
+    void FreeAll(CMapi& mapi);
 
     std::list<MapiMessage*> m_lstOutBoxMails, m_lstNewMails;
     States m_mapMailStatus;
 
   private:
-    RRETURNCODE Append(CEudoraTransUtil& util, MailIds& ids, const AttachFolder& attach);
     void ReleaseStored(CMapi& mapi, std::size_t count);
-    void FreeNewMails(CMapi& mapi, const AttachFolder& attach);
-    RRETURNCODE ReportUnwritten(CEudoraTransUtil& util, const mailbox::Appended& appended,
-                                const AttachFolder& attach);
-    RRETURNCODE DropNewMails(CEudoraTransUtil& util, const AttachFolder& attach);
-    RRETURNCODE DropBeyondFull(CEudoraTransUtil& util, MailIds& ids, const AttachFolder& attach);
+    void FreeNewMails(CMapi& mapi);
+    RRETURNCODE ReportUnwritten(CEudoraTransUtil& util, const mailbox::Appended& appended);
+    RRETURNCODE DropNewMails(CEudoraTransUtil& util);
+    RRETURNCODE DropBeyondFull(CEudoraTransUtil& util, MailIds& ids);
     RRETURNCODE StoreMailStatus(CEudoraTransUtil& util);
 
+    AttachFolder& m_attach;
     std::size_t m_uncertain = 0;  // the first of m_lstNewMails, which may be stored already
 };
 

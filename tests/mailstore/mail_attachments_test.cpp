@@ -67,16 +67,6 @@ TEST_F(AttachmentsOutTest, SettingsChooseWhatIsCopied) {
     EXPECT_EQ(Listed(), "") << "no files";
 }
 
-// The next Close must be able to delete them.
-TEST_F(AttachmentsOutTest, CopiesOfReadOnlyFilesAreWritable) {
-    ShowFiles({1});
-    machine.files.SetReadOnly("C:\\lib\\a");
-    EXPECT_EQ(Listed(), "a.txt 1|");
-    mailstore::DeleteAttachFile(machine.system);
-    EXPECT_EQ(machine.files.AllFiles(), Texts{"C:\\lib\\a"});
-    machine.files.SetReadOnly("C:\\lib\\a", false);
-}
-
 TEST_F(AttachmentsOutTest, NamesAreNamePartsOnly) {
     const std::pair<ScriptedMail::Text, const char*> rows[] = {
         {"..\\..\\evil.exe", "evil.exe"}, {"a/b/c.txt", "c.txt"}, {"D:x.txt", "x.txt"},

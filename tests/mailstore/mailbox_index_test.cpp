@@ -1,4 +1,5 @@
 #include "mailbox/mailbox_index.h"
+#include "mailbox/append.h"
 #include "mailbox/toc_file.h"
 
 #include <gtest/gtest.h>
@@ -129,6 +130,40 @@ TEST(MailboxIndex, OneReadForAMail) {
         EXPECT_EQ(index.mails.back().second, "1999");
         EXPECT_LE(file.reads, 2000U + 100) << head;
         EXPECT_LE(file.total, 2000 * (2 * head + 1024) + (1U << 20)) << head;
+    }
+}
+
+// A file that is as long as it says and takes everything.
+class FarFile : public MadeFile {
+  public:
+    explicit FarFile(std::uint64_t size) : MadeFile(size, [](auto, auto) {}) {}
+    Status Write(std::string_view bytes) override {
+        written += bytes;
+        return {};
+    }
+    Status Truncate(std::uint64_t) override { return {}; }
+
+    std::string written;
+};
+
+TEST(Append, NoMailReachesBeyondFourGigabytes) {
+    constexpr std::uint64_t kLimit = 0xFFFFFFFF;
+    for (const auto& [size, stored] : {std::pair{kLimit - 30, 3U},
+                                       {kLimit - 29, 2U},
+                                       {kLimit - 10, 1U},
+                                       {kLimit, 0U},
+                                       {kLimit + 1000, 0U}}) {
+        FarFile mbx(size), toc(0);
+        const auto header = mailbox::TocHeader::Decode(mailbox::NewTocHeader());
+        const auto result =
+            mailbox::AppendMails({mbx, toc, header, size}, 3, [](std::size_t, std::string& out) {
+                out += "ten bytes\n";
+                return mailbox::MsgBlock().Encode();
+            });
+        EXPECT_EQ(result.written, stored) << size;
+        EXPECT_EQ(result.refused, 3 - stored) << size;
+        EXPECT_FALSE(result.failure);
+        EXPECT_EQ(mbx.written.size(), stored * 10);
     }
 }
 
