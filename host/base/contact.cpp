@@ -33,6 +33,14 @@ std::string Canonical(std::string_view text) {
     return std::string(text::Trimmed(result, "\n"));
 }
 
+FieldSet NonEmpty(const Contact& contact) {
+    FieldSet set;
+    for (const Field field : kAllFields) {
+        if (!contact[field].empty()) set.Add(field);
+    }
+    return set;
+}
+
 std::string DisplayName(const Contact& contact, std::string_view otherwise) {
     for (Field field : {Field::kNickname, Field::kName, Field::kEmail}) {
         if (!contact[field].empty()) return contact[field];

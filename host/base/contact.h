@@ -62,6 +62,9 @@ struct StoreItem {
 // line and of the whole goes, and what is no UTF-8 becomes U+FFFD.
 std::string Canonical(std::string_view text);
 
+// The fields that have a value.
+FieldSet NonEmpty(const Contact& contact);
+
 // How a report calls a contact: its nickname, else its name, else its address, else `otherwise`.
 std::string DisplayName(const Contact& contact, std::string_view otherwise);
 

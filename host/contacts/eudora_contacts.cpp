@@ -136,11 +136,7 @@ base::Result<std::string> EudoraContacts::StoreFields(const base::Contact& value
 
 base::Result<std::string> EudoraContacts::Add(const base::Contact& values, const std::string&) {
     if (auto status = m_session->BeginAdd(); !status) return status.Error();
-    base::FieldSet which;
-    for (base::Field field : base::kAllFields) {
-        if (!values[field].empty()) which.Add(field);
-    }
-    return StoreFields(values, which);
+    return StoreFields(values, base::NonEmpty(values));
 }
 
 base::Result<std::string> EudoraContacts::Change(const base::StoreItem& known,

@@ -1,21 +1,12 @@
 #include "host/contacts/eudora_limits.h"
 
 #include "platform/os/code_page.h"
+#include "text/ascii.h"
 #include "text/double_byte.h"
 
 namespace host::contacts {
 
 namespace {
-
-constexpr std::string_view kGroup = "group";
-
-bool LooksLikeGroup(std::string_view nickname) {
-    if (nickname.size() < kGroup.size()) return false;
-    for (std::size_t i = 0; i < kGroup.size(); ++i) {
-        if ((nickname[i] | 0x20) != kGroup[i]) return false;
-    }
-    return true;
-}
 
 char Replacement(char byte, base::Field field) {
     const bool isControl = static_cast<unsigned char>(byte) < 0x20 && byte != '\t';
@@ -45,7 +36,7 @@ base::Contact HoldInEudora(const base::Contact& contact, unsigned codePage) {
             base::Canonical(platform::ToUtf8(platform::FromUtf8(text, codePage), codePage));
     }
     std::string& nickname = held[base::Field::kNickname];
-    if (LooksLikeGroup(nickname)) nickname.insert(0, "_");
+    if (text::StartsWithNoCase(nickname, "group")) nickname.insert(0, "_");
     nickname = CutNickname(nickname, kNicknameLimit, codePage);
     return held;
 }

@@ -14,14 +14,6 @@ namespace {
 
 using sync::Verb;
 
-base::FieldSet NonEmpty(const base::Contact& contact) {
-    base::FieldSet set;
-    for (base::Field field : base::kAllFields) {
-        if (!contact[field].empty()) set.Add(field);
-    }
-    return set;
-}
-
 sync::Change::OnSide Told(const SideAction& action, const Step& step) {
     const bool isNew = action.verb == Verb::kAdd;
     return {action.verb, isNew ? base::DisplayName(action.values, step.name) : step.name,
@@ -85,7 +77,7 @@ std::string Planner::FreeNickname(const std::string& base) {
 // False, with a notice, if Eudora's rules refuse the action.
 bool Planner::FinishEudora(SideAction& action, const std::string& name) {
     const base::FieldSet shown =
-        action.verb == Verb::kAdd ? NonEmpty(action.values) : action.fields;
+        action.verb == Verb::kAdd ? base::NonEmpty(action.values) : action.fields;
     const auto reason = m_stores.eudora.Refusal(action.values, shown);
     if (reason) m_plan.report.refused.push_back({name, *reason});
     return !reason;
@@ -125,21 +117,18 @@ void Planner::PlanVanished(const contacts::StoredContact* eudora,
                            const contacts::StoredContact* folder,
                            const state::RememberedPair& pair) {
     const bool inFolder = folder != nullptr;
+    const contacts::StoredContact* const left = inFolder ? folder : eudora;
     Step step;
     step.key = pair.key;
     step.forget = true;
     step.name = base::DisplayName(pair.eudora.contact, pair.eudora.item.id);
-    if (eudora == nullptr && folder == nullptr) {
-        m_plan.steps.push_back(std::move(step));
-        return;
-    }
-    const base::Contact& now = inFolder ? folder->contact : eudora->contact;
-    const bool changed = now != (inFolder ? pair.folder : pair.eudora).contact;
+    const bool isChanged =
+        left != nullptr && left->contact != (inFolder ? pair.folder : pair.eudora).contact;
     const bool deletionWins =
         m_options.prefer == (inFolder ? sync::Prefer::kEudora : sync::Prefer::kFolder);
-    if (!changed || deletionWins) {
+    if (!isChanged || deletionWins) {
         SideAction& action = inFolder ? step.folder : step.eudora;
-        action = {Verb::kRemove, (inFolder ? folder : eudora)->item, now, {}, {}};
+        if (left != nullptr) action = {Verb::kRemove, left->item, left->contact, {}, {}};
         m_plan.steps.push_back(std::move(step));
         return;
     }

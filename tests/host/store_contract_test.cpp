@@ -34,14 +34,6 @@ const base::Contact kContacts[] = {
     Make("J\xC3\xBCrgen", "\xC3\x89mile", "Stra\xC3\x9F 1", "", "j@x", "\xE2\x82\xAC 5"),
     Make("bare", "", "", "", "", "")};
 
-base::FieldSet NonEmpty(const base::Contact& contact) {
-    base::FieldSet set;
-    for (const base::Field field : base::kAllFields) {
-        if (!contact[field].empty()) set.Add(field);
-    }
-    return set;
-}
-
 class StoreContract : public ::testing::TestWithParam<bool> {
   protected:
     using Contacts = std::map<std::string, contacts::StoredContact>;
@@ -53,7 +45,7 @@ class StoreContract : public ::testing::TestWithParam<bool> {
         m_store = Fresh();
         ASSERT_TRUE(m_store->List());
         for (const base::Contact& contact : kContacts) {
-            ASSERT_EQ(m_store->Refusal(contact, NonEmpty(contact)), std::nullopt);
+            ASSERT_EQ(m_store->Refusal(contact, base::NonEmpty(contact)), std::nullopt);
             m_added[*m_store->Add(contact, "")] = m_store->Hold(contact);
         }
         ASSERT_TRUE(m_store->Commit());
