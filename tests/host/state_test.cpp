@@ -277,7 +277,10 @@ TEST_F(StateTest, TheLockKeepsASecondRunOut) {
             EXPECT_THAT(second.Error().Message(), HasSubstr(Path()));
         }
     }
-    EXPECT_TRUE(state::StateLock::Take(files, Path(), true));
+    const auto run = Open(true);
+    ASSERT_TRUE(run);
+    EXPECT_FALSE(Open(true, "t"));
+    EXPECT_FALSE(Mails(false));
 }
 
 }  // namespace

@@ -225,6 +225,7 @@ TEST(Engine, StopsBeforeAMassDeletion) {
         world.options.maxDelete = limit;
         EXPECT_EQ(world.MakePlan().stop.has_value(), stops);
     }
+    EXPECT_EQ(sync::DeletionsAllowed(200, {}), 50u);
     world.options.maxDelete = sync::DeleteLimit{100, true};
     edit(11, 40, "n", ">");
     const std::string before = world.Trace();
