@@ -5,7 +5,6 @@
 #include "platform/os/code_page.h"
 #include "platform/os/system.h"
 #include "platform/posix/shared_object.h"
-#include "platform/prefix/code_page_table.h"
 #include "platform/prefix/pe_strings.h"
 #include "platform/prefix/prefix_parts.h"
 #include "text/ascii.h"

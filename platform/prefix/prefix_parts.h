@@ -27,4 +27,8 @@ std::unique_ptr<Registry> MakeRegistry(const std::string& prefix, Files& native,
 // lie. A library of Windows code gives kNotSupported.
 std::unique_ptr<Libraries> MakeLibraries(const PathMapper& mapper, std::string ownFolder);
 
+// Text of a code page as UTF-16 and back; what is no character becomes U+FFFD there, and "?" here.
+std::u16string ToUtf16(std::string_view text, unsigned codePage);
+std::string FromUtf16(std::u16string_view text, unsigned codePage);
+
 }  // namespace platform::prefix

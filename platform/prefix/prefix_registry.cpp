@@ -8,7 +8,6 @@
 #include "platform/os/little_endian.h"
 #include "platform/os/safe_write.h"
 #include "platform/posix/system_call.h"
-#include "platform/prefix/code_page_table.h"
 #include "platform/prefix/prefix_parts.h"
 #include "platform/prefix/registry_line.h"
 #include "platform/prefix/registry_text.h"

@@ -1,15 +1,16 @@
-#include "platform/prefix/code_page_table.h"
+#include "platform/os/code_page.h"
 
+#include <array>
 #include <cstdint>
 #include <cstring>
-
 #include <map>
 #include <memory>
 #include <mutex>
+#include <unordered_map>
 
-#include "platform/os/code_page.h"
 #include "platform/posix/character_case.h"
 #include "platform/prefix/converter.h"
+#include "platform/prefix/prefix_parts.h"
 #include "text/double_byte.h"
 #include "text/utf.h"
 
@@ -54,65 +55,78 @@ char32_t FreeByte(unsigned byte, unsigned codePage) {
     return text::kNoCharacter;
 }
 
-}  // namespace
-
-const CodePageTable& CodePageTable::Of(unsigned codePage) {
-    static std::mutex mutex;
-    static std::map<unsigned, std::unique_ptr<CodePageTable>> tables;
-    const std::lock_guard guard(mutex);
-    auto& table = tables[codePage];
-    if (!table) table.reset(new CodePageTable(codePage));
-    return *table;
-}
-
-CodePageTable::CodePageTable(unsigned codePage) : m_codePage(codePage) {
-    m_single.fill(text::kNoCharacter);
-    if (codePage == text::kUtf8) return;
-    const std::string name = IconvName(codePage);
-    const Converter toUtf8("UTF-8", name), fromUtf8(name, "UTF-8");
-    for (unsigned byte = 0; byte < 0x100; ++byte) {
-        if (text::IsLeadByte(static_cast<unsigned char>(byte), codePage)) continue;
-        char32_t character = byte < 0x80 ? byte : Decode(toUtf8, BytesOf(byte));
-        if (character == text::kNoCharacter) character = FreeByte(byte, codePage);
-        m_single[byte] = character;
-        if (character != text::kNoCharacter) m_bytes.emplace(character, byte);
+// One system code page as a table, built once from the C library's converter. Lookups are pure, so
+// any number of threads may use one.
+class CodePageTable {
+  public:
+    // Lives until the process ends.
+    static const CodePageTable& Of(unsigned codePage) {
+        static std::mutex mutex;
+        static std::map<unsigned, std::unique_ptr<CodePageTable>> tables;
+        const std::lock_guard guard(mutex);
+        auto& table = tables[codePage];
+        if (!table) table = std::make_unique<CodePageTable>(codePage);
+        return *table;
     }
-    for (unsigned pair = 0x8140; pair < 0xFFFF; ++pair) {
-        if (!text::IsLeadByte(static_cast<unsigned char>(pair >> 8), codePage)) continue;
-        const char32_t character = Decode(toUtf8, BytesOf(pair));
-        if (character == text::kNoCharacter) continue;
-        m_pairs.emplace(pair, character);
-        if (m_bytes.emplace(character, pair).second) continue;
-        // Some characters have several codes; the converter knows which of them counts.
-        std::string utf8;
-        text::AppendUtf8(character, utf8);
-        if (Converted(fromUtf8, utf8) == BytesOf(pair)) m_bytes[character] = pair;
+
+    explicit CodePageTable(unsigned codePage) : m_codePage(codePage) {
+        m_single.fill(text::kNoCharacter);
+        if (codePage == text::kUtf8) return;
+        const std::string name = IconvName(codePage);
+        const Converter toUtf8("UTF-8", name), fromUtf8(name, "UTF-8");
+        for (unsigned number = 0; number < 0xFFFF; ++number) {
+            const bool isPair = number > 0xFF;
+            if (text::IsLeadByte(static_cast<unsigned char>(isPair ? number >> 8 : number),
+                                 codePage) != isPair) {
+                continue;
+            }
+            char32_t character = number < 0x80 ? number : Decode(toUtf8, BytesOf(number));
+            if (character == text::kNoCharacter && !isPair) character = FreeByte(number, codePage);
+            if (character == text::kNoCharacter) continue;
+            if (!isPair) m_single[number] = character;
+            if (isPair) m_pairs.emplace(number, character);
+            if (m_bytes.emplace(character, number).second || !isPair) continue;
+            // Some characters have several codes; the converter knows which of them counts.
+            std::string utf8;
+            text::AppendUtf8(character, utf8);
+            if (Converted(fromUtf8, utf8) == BytesOf(number)) m_bytes[character] = number;
+        }
     }
-}
 
-char32_t CodePageTable::Take(std::string_view& rest) const {
-    if (m_codePage == text::kUtf8) return text::TakeUtf8(rest);
-    const auto first = static_cast<unsigned char>(rest[0]);
-    rest.remove_prefix(1);
-    if (!text::IsLeadByte(first, m_codePage)) return m_single[first];
-    if (rest.empty()) return text::kNoCharacter;
-    const auto second = static_cast<unsigned char>(rest[0]);
-    const auto found = m_pairs.find(static_cast<unsigned>(first << 8 | second));
-    // A control character or a digit is no trail byte: only the lead byte is spoilt then.
-    if (second >= 0x40) rest.remove_prefix(1);
-    return found == m_pairs.end() ? text::kNoCharacter : found->second;
-}
+    // Takes the first character off `rest`, which is not empty. kNoCharacter if it is none.
+    char32_t Take(std::string_view& rest) const {
+        if (m_codePage == text::kUtf8) return text::TakeUtf8(rest);
+        const auto first = static_cast<unsigned char>(rest[0]);
+        rest.remove_prefix(1);
+        if (!text::IsLeadByte(first, m_codePage)) return m_single[first];
+        if (rest.empty()) return text::kNoCharacter;
+        const auto second = static_cast<unsigned char>(rest[0]);
+        const auto found = m_pairs.find(static_cast<unsigned>(first << 8 | second));
+        // A control character or a digit is no trail byte: only the lead byte is spoilt then.
+        if (second >= 0x40) rest.remove_prefix(1);
+        return found == m_pairs.end() ? text::kNoCharacter : found->second;
+    }
 
-bool CodePageTable::Append(char32_t character, std::string& out) const {
-    if (m_codePage == text::kUtf8) {
-        text::AppendUtf8(character, out);
+    // False, and nothing appended, if the code page lacks the character.
+    bool Append(char32_t character, std::string& out) const {
+        if (m_codePage == text::kUtf8) {
+            text::AppendUtf8(character, out);
+            return true;
+        }
+        const auto found = m_bytes.find(character);
+        if (found == m_bytes.end()) return false;
+        out += BytesOf(found->second);
         return true;
     }
-    const auto found = m_bytes.find(character);
-    if (found == m_bytes.end()) return false;
-    out += BytesOf(found->second);
-    return true;
-}
+
+  private:
+    unsigned m_codePage;
+    std::array<char32_t, 256> m_single;
+    std::unordered_map<unsigned, char32_t> m_pairs;
+    std::unordered_map<char32_t, unsigned> m_bytes;
+};
+
+}  // namespace
 
 std::u16string ToUtf16(std::string_view text, unsigned codePage) {
     const auto& table = CodePageTable::Of(codePage);
