@@ -24,7 +24,12 @@ class FaultyFiles : public Files {
 
     // Starts to count anew; operation number `number`, counted from 1, meets the fault.
     void Arm(Fault fault, int number, ErrorCode code = ErrorCode::kIo);
-    void Disarm() { Arm(Fault::kNone, 0); }
+    // Ends the fault; gives whether it was met.
+    bool Disarm() {
+        const bool fired = Fired();
+        Arm(Fault::kNone, 0);
+        return fired;
+    }
     int Operations() const { return m_count; }
     bool Fired() const { return m_fault != Fault::kNone && m_count >= m_number; }
 

@@ -1,5 +1,6 @@
 #include "platform/os/little_endian.h"
 #include "tests/eumapi/stand_in_fixture.h"
+#include "tests/support/fault_sweep.h"
 
 namespace {
 
@@ -85,43 +86,36 @@ TEST_F(StandInDeleteTest, BeginsALineBehindWhatWasLeftUnfinished) {
 TEST_F(StandInDeleteTest, LosesNothingWhateverFails) {
     const std::string a = Mail("a") + "|", b = Mail("b") + "|", old = Mail("old") + "|";
     for (const bool hasTrash : {false, true}) {
-        for (const Fault fault : {Fault::kFail, Fault::kTornWrite, Fault::kKill}) {
-            bool hasSucceeded = false;
-            for (int n = 1; !hasSucceeded; ++n) {
-                SCOPED_TRACE(std::to_string(hasTrash) + " " + std::to_string(int(fault)) + " " +
-                             std::to_string(n));
-                for (const auto& path : machine.files.AllFiles()) (void)machine.files.Delete(path);
-                PutMails({Mail("a"), Mail("b")});
-                if (hasTrash) {
-                    machine.files.Put("C:\\Eudora\\Trash.mbx", Mail("old"));
-                    machine.files.Put(
-                        "C:\\Eudora\\Trash.toc",
-                        Toc({Block(0, static_cast<std::uint32_t>(Mail("old").size()), 9)}));
-                }
-                const std::string before = hasTrash ? old : "";
-                machine.faults.Arm(fault, n);
-                const auto result = Delete(1);
-                hasSucceeded = !machine.faults.Fired();
-                if (fault == Fault::kKill && !hasSucceeded) {
-                    EXPECT_EQ(library.Logoff(session), mapi::kSuccess);
-                    machine.files.Crash();
-                }
-                machine.faults.Disarm();
-                const std::string in = Contents("In"), trash = Contents("Trash");
-                const bool isInTrash = trash == before + a;
-                EXPECT_TRUE(isInTrash || trash == before || (trash == "none" && !hasTrash))
-                    << trash;
-                EXPECT_TRUE(in == a + b || (in == b && isInTrash)) << in;
-                EXPECT_TRUE(result == mapi::kSuccess || fault != Fault::kFail || in == a + b);
-                if (fault == Fault::kKill && !hasSucceeded) {
-                    ASSERT_EQ(library.Logon(&session), mapi::kSuccess);
-                }
-                EXPECT_TRUE(in == b || Delete(1) == mapi::kSuccess);
-                EXPECT_EQ(Contents("In"), b);
-                EXPECT_EQ(Contents("Trash"), before + a);
-                ASSERT_LT(n, 100);
+        SCOPED_TRACE(hasTrash);
+        test::ForEveryFault([&](Fault fault, int n) {
+            for (const auto& path : machine.files.AllFiles()) (void)machine.files.Delete(path);
+            PutMails({Mail("a"), Mail("b")});
+            if (hasTrash) {
+                machine.files.Put("C:\\Eudora\\Trash.mbx", Mail("old"));
+                machine.files.Put(
+                    "C:\\Eudora\\Trash.toc",
+                    Toc({Block(0, static_cast<std::uint32_t>(Mail("old").size()), 9)}));
             }
-        }
+            const std::string before = hasTrash ? old : "";
+            machine.faults.Arm(fault, n);
+            const auto result = Delete(1);
+            const bool isKilled = fault == Fault::kKill && machine.faults.Fired();
+            if (isKilled) {
+                EXPECT_EQ(library.Logoff(session), mapi::kSuccess);
+                machine.files.Crash();
+            }
+            const bool fired = machine.faults.Disarm();
+            const std::string in = Contents("In"), trash = Contents("Trash");
+            const bool isInTrash = trash == before + a;
+            EXPECT_TRUE(isInTrash || trash == before || (trash == "none" && !hasTrash)) << trash;
+            EXPECT_TRUE(in == a + b || (in == b && isInTrash)) << in;
+            EXPECT_TRUE(result == mapi::kSuccess || fault != Fault::kFail || in == a + b);
+            EXPECT_TRUE(!isKilled || library.Logon(&session) == mapi::kSuccess);
+            EXPECT_TRUE(in == b || Delete(1) == mapi::kSuccess);
+            EXPECT_EQ(Contents("In"), b);
+            EXPECT_EQ(Contents("Trash"), before + a);
+            return fired;
+        });
     }
 }
 

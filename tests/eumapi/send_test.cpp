@@ -1,5 +1,6 @@
 #include "platform/os/little_endian.h"
 #include "tests/eumapi/stand_in_fixture.h"
+#include "tests/support/fault_sweep.h"
 
 namespace {
 
@@ -145,36 +146,31 @@ TEST_F(StandInSendTest, LetsNoTextBeginALineOrLeaveTheFolder) {
 
 // A mail that was not sent is nowhere, and the next one is none the worse for it.
 TEST_F(StandInSendTest, SendsInFullOrNotAtAll) {
-    for (const Fault fault : {Fault::kFail, Fault::kTornWrite, Fault::kKill}) {
-        bool hasSucceeded = false;
-        for (int n = 1; !hasSucceeded; ++n) {
-            SCOPED_TRACE(std::to_string(int(fault)) + " " + std::to_string(n));
-            for (const auto& path : FilesIn("")) (void)machine.files.Delete(path);
-            machine.files.Put("C:\\up\\a.txt", "content");
-            auto first = Simple();
-            ASSERT_EQ(Send(first), mapi::kSuccess);
-            const std::string one = Contents("Out");
-            auto mail = Simple();
-            mail.File("C:\\up\\a.txt", "a.txt");
-            machine.faults.Arm(fault, n);
-            const auto result = Send(mail);
-            hasSucceeded = !machine.faults.Fired();
-            if (fault == Fault::kKill && !hasSucceeded) machine.files.Crash();
-            machine.faults.Disarm();
-            const std::string out = Contents("Out");
-            const bool isQueued = out.size() > one.size();
-            EXPECT_TRUE(out.starts_with(one)) << out;
-            EXPECT_TRUE(fault == Fault::kKill || isQueued == (result == mapi::kSuccess));
-            if (fault == Fault::kFail && !isQueued) {
-                EXPECT_EQ(out, one);
-                EXPECT_EQ(FileText("C:\\Eudora\\Attach\\a.txt"), "no file");
-            }
-            EXPECT_TRUE(!isQueued || FileText("C:\\Eudora\\Attach\\a.txt") == "content");
-            ASSERT_EQ(Send(first), mapi::kSuccess);
-            EXPECT_EQ(Contents("Out"), out + one);
-            ASSERT_LT(n, 100);
+    test::ForEveryFault([&](Fault fault, int n) {
+        for (const auto& path : FilesIn("")) (void)machine.files.Delete(path);
+        machine.files.Put("C:\\up\\a.txt", "content");
+        auto first = Simple();
+        EXPECT_EQ(Send(first), mapi::kSuccess);
+        const std::string one = Contents("Out");
+        auto mail = Simple();
+        mail.File("C:\\up\\a.txt", "a.txt");
+        machine.faults.Arm(fault, n);
+        const auto result = Send(mail);
+        if (fault == Fault::kKill && machine.faults.Fired()) machine.files.Crash();
+        const bool fired = machine.faults.Disarm();
+        const std::string out = Contents("Out");
+        const bool isQueued = out.size() > one.size();
+        EXPECT_TRUE(out.starts_with(one)) << out;
+        EXPECT_TRUE(fault == Fault::kKill || isQueued == (result == mapi::kSuccess));
+        if (fault == Fault::kFail && !isQueued) {
+            EXPECT_EQ(out, one);
+            EXPECT_EQ(FileText("C:\\Eudora\\Attach\\a.txt"), "no file");
         }
-    }
+        EXPECT_TRUE(!isQueued || FileText("C:\\Eudora\\Attach\\a.txt") == "content");
+        EXPECT_EQ(Send(first), mapi::kSuccess);
+        EXPECT_EQ(Contents("Out"), out + one);
+        return fired;
+    });
     EXPECT_EQ(library.Logoff(session), mapi::kSuccess);
     EXPECT_EQ(machine.files.OpenCount(), 0);
 }

@@ -1,31 +1,14 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <string>
 #include <vector>
 
 #include "host/state/memory.h"
-#include "platform/testing/faulty_files.h"
+#include "tests/support/fault_sweep.h"
 
 namespace host::testing {
 
-using platform::testing::Fault;
-
-// Plays a run again and again, in which the n-th operation on files or memory fails, is torn, or is
-// the last one before a kill, until no operation is left that has not met its fault. `play` gives
-// whether its files met it.
-template <class Play>
-void ForEveryFault(const Play& play) {
-    for (const Fault fault : {Fault::kFail, Fault::kTornWrite, Fault::kKill}) {
-        bool fired = true;
-        for (int n = 1; fired && !::testing::Test::HasFatalFailure(); ++n) {
-            SCOPED_TRACE("fault " + std::to_string(static_cast<int>(fault)) + " at operation " +
-                         std::to_string(n));
-            fired = play(fault, n);
-        }
-    }
-}
+using test::Fault;
+using test::ForEveryFault;
 
 // What is remembered, in memory. Saves count as operations of the files that meet faults.
 template <class Row>

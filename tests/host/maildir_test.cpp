@@ -125,8 +125,7 @@ TEST(Maildir, LeavesAMailWholeOrNotThereAfterAnyFault) {
         files.Arm(fault, n);
         const auto delivered = Deliver(maildir, "a message", "");
         if (delivered) (void)maildir.SetFlags(maildir.EntryOf(*delivered, ""), "S");
-        const bool fired = files.Fired();
-        files.Disarm();
+        const bool fired = files.Disarm();
         const auto listed = *maildir.List();
         EXPECT_EQ(listed.size(), delivered ? 1u : 0u);
         for (const maildir::MaildirEntry& entry : listed) EXPECT_EQ(*maildir.SizeOf(entry), 9u);

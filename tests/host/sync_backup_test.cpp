@@ -55,8 +55,7 @@ TEST(Backups, AFaultNeverListsAHalfBackup) {
         Machine machine;
         machine.files.Arm(fault, n);
         const bool isMade = machine.Make().HasValue();
-        const bool fired = machine.files.Fired();
-        machine.files.Disarm();
+        const bool fired = machine.files.Disarm();
         const auto listed = *machine.backups.List();
         EXPECT_TRUE(!isMade || listed.size() == 1);
         if (!isMade && fault != testing::Fault::kKill) {
@@ -91,8 +90,7 @@ TEST(Backups, ASetComesBackWholeAndInItsOrder) {
         for (const std::string& path : set) machine.disk.Put(path, "new " + path);
         machine.files.Arm(fault, n);
         (void)machine.backups.Restore(id);
-        const bool fired = machine.files.Fired();
-        machine.files.Disarm();
+        const bool fired = machine.files.Disarm();
         for (std::size_t i = 0; i < set.size(); ++i) {
             const std::string now = contentOf(i);
             EXPECT_TRUE(now == before[i] || now == "new " + set[i]) << set[i] << now;

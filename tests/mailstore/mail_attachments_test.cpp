@@ -4,6 +4,7 @@
 
 #include "mailstore/attachments_out.h"
 #include "tests/mailstore/reading_fixture.h"
+#include "tests/support/fault_sweep.h"
 
 namespace {
 
@@ -84,26 +85,23 @@ TEST_F(AttachmentsOutTest, NamesAreNamePartsOnly) {
 // and what was made is found by the pattern of the clean-up.
 TEST_F(AttachmentsOutTest, FaultsLeaveNothingButTemporaryFiles) {
     std::map<Fault, std::set<Texts>> failures;
-    for (const Fault fault : {Fault::kTornWrite, Fault::kKill}) {
-        bool fired = true;
-        for (int number = 1; fired; ++number) {
-            SCOPED_TRACE(number);
-            ShowFiles({10, 20});
-            machine.faults.Arm(fault, number);
-            char* cell = nullptr;
-            const auto code = mail.GetField("8", nullptr, &cell);
-            fired = machine.faults.Fired();
-            machine.faults.Disarm();
-            EXPECT_EQ(code == RRC_OK ? ListOf(cell).GetSize() : 2, 2);
-            EXPECT_TRUE(code == RRC_OK || cell == nullptr);
-            FreeVornString(cell);
-            const auto errors = DrainErrors();
-            if (code != RRC_OK) failures[fault].insert(errors);
-            EXPECT_EQ(machine.files.OpenCount(), 0);
-            mailstore::DeleteAttachFile(machine.system);
-            EXPECT_EQ(machine.files.AllFiles(), (Texts{"C:\\lib\\a", "C:\\lib\\b"}));
-        }
-    }
+    const auto play = [&](Fault fault, int number) {
+        ShowFiles({10, 20});
+        machine.faults.Arm(fault, number);
+        char* cell = nullptr;
+        const auto code = mail.GetField("8", nullptr, &cell);
+        const bool fired = machine.faults.Disarm();
+        EXPECT_EQ(code == RRC_OK ? ListOf(cell).GetSize() : 2, 2);
+        EXPECT_TRUE(code == RRC_OK || cell == nullptr);
+        FreeVornString(cell);
+        const auto errors = DrainErrors();
+        if (code != RRC_OK) failures[fault].insert(errors);
+        EXPECT_EQ(machine.files.OpenCount(), 0);
+        mailstore::DeleteAttachFile(machine.system);
+        EXPECT_EQ(machine.files.AllFiles(), (Texts{"C:\\lib\\a", "C:\\lib\\b"}));
+        return fired;
+    };
+    test::ForEveryFault(play, 1, {Fault::kTornWrite, Fault::kKill});
     // A size is asked for twice; a failed copy is in the log alone.
     EXPECT_EQ(failures[Fault::kTornWrite], (std::set{Texts{}, Texts{"m62"}}));
     EXPECT_EQ(failures[Fault::kKill], (std::set{Texts{}, Texts{"m62"}, Texts{"m63"}}));
@@ -235,16 +233,13 @@ TEST_F(AttachmentsInTest, SecondHalvesOfCharactersAreNoSeparators) {
 // else is left behind.
 TEST_F(AttachmentsInTest, FaultsLoseNoFile) {
     const Texts sources{"C:\\src\\one", "C:\\src\\two"}, contents{"1111", "2222"};
-    int number = 1;
-    for (bool fired = true; fired; ++number) {
-        SCOPED_TRACE(number);
+    const auto play = [&](Fault fault, int number) {
         Renew();
         machine.files.Put("C:\\E\\Attach\\a", "old");
         for (int i : {0, 1}) machine.files.Put(sources[i], contents[i]);
-        machine.faults.Arm(Fault::kTornWrite, number);
+        machine.faults.Arm(fault, number);
         const auto code = Add({{0, 1, "d", "a", "C:\\src\\one"}, {0, 1, "d", "a", "C:\\src\\two"}});
-        fired = machine.faults.Fired();
-        machine.faults.Disarm();
+        const bool fired = machine.faults.Disarm();
         const MapiMessage& record = *mail.m_draft.m_lpNewMessage;
         EXPECT_EQ(code == RRC_OK, record.nFileCount == 2);
         for (std::uint32_t i = 0; i < 2; ++i) {
@@ -255,8 +250,9 @@ TEST_F(AttachmentsInTest, FaultsLoseNoFile) {
         }
         EXPECT_EQ(Content("a"), "old");
         EXPECT_EQ(machine.files.List("C:\\E\\Attach", "*")->size(), 1U);
-    }
-    EXPECT_GT(number, 5);
+        return fired;
+    };
+    test::ForEveryFault(play, 5, {Fault::kTornWrite});
 }
 
 }  // namespace

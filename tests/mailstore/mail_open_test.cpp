@@ -1,4 +1,5 @@
 #include "tests/mailstore/mail_fixture.h"
+#include "tests/support/fault_sweep.h"
 
 using platform::testing::Fault;
 
@@ -124,17 +125,14 @@ TEST_F(MailOpenTest, EveryFileOperationMayFail) {
     box.Mail(1, MailText({"Message-ID: <a>"})).Mail(2, MailText({})).Mail(3, "none");
     for (const bool isNew : {false, true}) {
         int failures = 0;
-        bool fired = true;
-        for (int n = 1; fired; ++n) {
-            SCOPED_TRACE(n);
+        const auto play = [&](Fault fault, int n) {
             (void)machine.files.Delete("C:\\E\\In.mbx");
             (void)machine.files.Delete("C:\\E\\In.toc");
             if (!isNew) box.Put(machine.files, "C:\\E");
             OpenedMail mail;
-            machine.faults.Arm(Fault::kTornWrite, n);
+            machine.faults.Arm(fault, n);
             const bool isOpen = mail.OpenMailbox(util) == RRC_OK;
-            fired = machine.faults.Fired();
-            machine.faults.Disarm();
+            const bool fired = machine.faults.Disarm();
             failures += !isOpen;
             EXPECT_EQ(machine.files.OpenCount(), 0);
             EXPECT_EQ(DrainErrors().size(), isOpen ? 0U : 1U);
@@ -142,7 +140,9 @@ TEST_F(MailOpenTest, EveryFileOperationMayFail) {
             EXPECT_EQ(mail.OpenMailbox(util), RRC_OK);
             EXPECT_EQ(mail.ToMessageId().size(), isNew ? 0U : 2U);
             EXPECT_EQ(Toc(), isNew ? mailbox::NewTocHeader() : box.Toc());
-        }
+            return fired;
+        };
+        test::ForEveryFault(play, 1, {Fault::kTornWrite});
         EXPECT_GE(failures, 5) << isNew;
     }
 }

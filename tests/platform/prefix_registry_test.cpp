@@ -3,9 +3,9 @@
 #include <gmock/gmock.h>
 
 #include "platform/os/system.h"
-#include "platform/testing/faulty_files.h"
 #include "tests/platform/files_contract.h"
 #include "tests/platform/prefix_folder.h"
+#include "tests/support/fault_sweep.h"
 
 namespace test {
 
@@ -106,27 +106,22 @@ TEST(PrefixRegistry, MakesAMissingFileAndReadsAChangedOneAgain) {
 }
 
 TEST(PrefixRegistry, AFaultLeavesTheOldFileOrTheNewOne) {
-    using platform::testing::Fault;
-    for (const auto fault : {Fault::kFail, Fault::kTornWrite, Fault::kKill}) {
-        for (int number = 1;; ++number) {
-            SCOPED_TRACE(number);
-            const PrefixFolder prefix;
-            const std::string old = std::string(kHead) + "[K] 1\n\"n\"=dword:00000001\n;tail";
-            prefix.PutRegistry(old);
-            platform::testing::FaultyFiles faulty(NativeFiles());
-            const auto registry = MakeRegistry(prefix.Path(), faulty, 1252);
-            faulty.Arm(fault, number);
-            const auto status = registry->WriteNumber(kMachine, "K", "n", 2);
-            const bool fired = faulty.Fired();
-            faulty.Disarm();
-            std::string expected = old;
-            if (status) expected.replace(expected.find("0001\n"), 4, "0002");
-            EXPECT_EQ(ReadDisk(prefix.Path() + "/system.reg"), expected);
-            ASSERT_TRUE(registry->WriteNumber(kMachine, "K", "n", 2));
-            EXPECT_EQ(*registry->ReadNumber(kMachine, "K", "n"), 2u);
-            if (!fired) break;
-        }
-    }
+    ForEveryFault([](Fault fault, int number) {
+        const PrefixFolder prefix;
+        const std::string old = std::string(kHead) + "[K] 1\n\"n\"=dword:00000001\n;tail";
+        prefix.PutRegistry(old);
+        platform::testing::FaultyFiles faulty(NativeFiles());
+        const auto registry = MakeRegistry(prefix.Path(), faulty, 1252);
+        faulty.Arm(fault, number);
+        const auto status = registry->WriteNumber(kMachine, "K", "n", 2);
+        const bool fired = faulty.Disarm();
+        std::string expected = old;
+        if (status) expected.replace(expected.find("0001\n"), 4, "0002");
+        EXPECT_EQ(ReadDisk(prefix.Path() + "/system.reg"), expected);
+        EXPECT_TRUE(registry->WriteNumber(kMachine, "K", "n", 2));
+        EXPECT_EQ(*registry->ReadNumber(kMachine, "K", "n"), 2u);
+        return fired;
+    });
 }
 
 }  // namespace test

@@ -1,11 +1,9 @@
 #include <gmock/gmock.h>
 
-#include <array>
-
 #include "platform/os/safe_write.h"
-#include "platform/testing/faulty_files.h"
 #include "platform/testing/memory_files.h"
 #include "tests/platform/files_contract.h"
+#include "tests/support/fault_sweep.h"
 
 namespace test {
 
@@ -13,7 +11,6 @@ using platform::ErrorCode;
 using platform::Share;
 using platform::Status;
 using platform::WriteWhole;
-using platform::testing::Fault;
 using platform::testing::FaultyFiles;
 using platform::testing::MemoryFiles;
 using ::testing::ElementsAre;
@@ -40,27 +37,25 @@ TEST_P(FilesContract, ASafeWriteSurvivesEveryFault) {
         return isCopy ? CopyWhole(faulty, At("f"), At("from")) : WriteWhole(faulty, At("f"), kNew);
     };
     Put("from", kNew);
-    for (int round = 0; round < 12; ++round) {
-        const auto fault = std::array{Fault::kFail, Fault::kTornWrite, Fault::kKill}[round / 4];
-        const bool existed = round % 2 == 0, isCopy = round % 4 < 2;
-        int number = 0;
-        for (bool fired = true; fired;) {
-            SCOPED_TRACE(::testing::Message() << "round " << round << " at " << ++number);
+    for (int round = 0; round < 4; ++round) {
+        const bool existed = round % 2 == 0, isCopy = round < 2;
+        const auto play = [&](Fault fault, int number) {
             (void)m_files.Delete(At("f"));
             if (existed) Put("f", kOld);
             faulty.Arm(fault, number);
             const auto status = write(isCopy);
-            fired = faulty.Fired();
-            faulty.Disarm();
+            const bool fired = faulty.Disarm();
             EXPECT_EQ(m_files.Exists(At("f")), status || existed);
             if (status || existed) {
                 EXPECT_EQ(Content("f"), status ? kNew : kOld);
             }
-            ASSERT_TRUE(write(isCopy)) << "no second try";
+            EXPECT_TRUE(write(isCopy)) << "no second try";
             EXPECT_EQ(Content("f"), kNew);
             EXPECT_THAT(Names(), ElementsAre("f", "from")) << "a side file is left";
-        }
-        EXPECT_GT(number, 4);
+            return fired;
+        };
+        SCOPED_TRACE(round);
+        ForEveryFault(play, 4);
     }
 }
 
