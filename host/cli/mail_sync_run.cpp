@@ -32,7 +32,7 @@ class IncomingReader {
             if (!folder) return folder.Error();
             m_folder = *std::move(folder);
         }
-        const mail::ParsePlace place{platform::NativeFiles(), m_folder->Path(),
+        const mail::ParsePlace place{platform::NativeSystem().files, m_folder->Path(),
                                      platform::NativeSystem().codePage,
                                      platform::NativeSystem().clock};
         return mail::ParseMail(bytes, place, name);
@@ -95,8 +95,7 @@ base::Result<Output> RunMail(Workplace& workplace, const Options& options,
         return reader->Read(bytes, name);
     };
     const auto& system = platform::NativeSystem();
-    mail::AttachFolder attachments(system.files, platform::NativeFiles(),
-                                   setup.eudoraFolder + "\\Attach", system.codePage);
+    mail::AttachFolder attachments(system.files, setup.eudoraFolder + "\\Attach", system.codePage);
     sync.attachments = &attachments;
     sync.inbox = *inbox;
     sync.outbox = platform::NativePathOf(setup.eudoraFolder + "\\Out.toc").value_or("");

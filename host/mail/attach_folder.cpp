@@ -20,9 +20,8 @@ bool IsOursOrZero(char copied, char ours) {
 
 }  // namespace
 
-AttachFolder::AttachFolder(platform::Files& files, platform::Files& native, std::string folder,
-                           unsigned codePage)
-    : m_files(files), m_native(native), m_folder(std::move(folder) + '\\'), m_codePage(codePage) {}
+AttachFolder::AttachFolder(platform::Files& files, std::string folder, unsigned codePage)
+    : m_files(files), m_folder(std::move(folder) + '\\'), m_codePage(codePage) {}
 
 // Other letters may be one to the system that are two here, so it is asked as well.
 bool AttachFolder::Take(const std::string& name) {
@@ -55,7 +54,7 @@ void AttachFolder::ChooseNames(std::vector<NewAttachment>& attachments) {
 
 bool AttachFolder::IsPartOf(const std::string& copy, const std::string& whole) {
     auto copied = m_files.Open(copy, OpenMode::kRead, Share::kRead);
-    auto ours = m_native.Open(whole, OpenMode::kRead, Share::kRead);
+    auto ours = m_files.Open(whole, OpenMode::kRead, Share::kRead);
     if (!copied || !ours) return false;
     std::array<char, 16384> left{}, right{};
     for (;;) {
@@ -74,6 +73,7 @@ void AttachFolder::TakeBack(const std::vector<std::string>& names,
         const std::string copy = m_folder + names[i];
         if (IsPartOf(copy, attachments[i].path)) (void)m_files.Delete(copy);
     }
+    for (const NewAttachment& attachment : attachments) (void)m_files.Delete(attachment.path);
 }
 
 }  // namespace host::mail

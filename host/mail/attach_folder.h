@@ -15,10 +15,9 @@ namespace host::mail {
 // are free.
 class AttachFolder {
   public:
-    // `folder` is a Windows path in that code page, which `files` takes, and need not exist; the
-    // attachments on their way are files of `native`. Both outlive this.
-    AttachFolder(platform::Files& files, platform::Files& native, std::string folder,
-                 unsigned codePage);
+    // `folder` is a Windows path in that code page, which `files` takes like those of attachments,
+    // and need not exist. `files` outlives this.
+    AttachFolder(platform::Files& files, std::string folder, unsigned codePage);
 
     // Names the copies of a mail's attachments: as the attachment is named where that is free,
     // else with the first free number behind ("image001-2.png"). No name is given out twice. The
@@ -26,7 +25,7 @@ class AttachFolder {
     void ChooseNames(std::vector<NewAttachment>& attachments);
 
     // Removes the copies that a run which was cut off made, as far as it got, of these attachments
-    // under these names. A file that holds anything else stays.
+    // under these names, and the attachments themselves. A copy that holds anything else stays.
     void TakeBack(const std::vector<std::string>& names,
                   const std::vector<NewAttachment>& attachments);
 
@@ -36,7 +35,6 @@ class AttachFolder {
     bool IsPartOf(const std::string& copy, const std::string& whole);
 
     platform::Files& m_files;
-    platform::Files& m_native;
     std::string m_folder;  // ends in a separator
     unsigned m_codePage;
     bool m_isListed = false;

@@ -39,14 +39,12 @@ constexpr const char* kNobodyNamed = "undisclosed-recipients";
 base::Result<std::string> AttachmentList(const std::vector<NewAttachment>& attachments) {
     CArray<CRAttachmentInfo> list;
     for (const NewAttachment& attachment : attachments) {
-        const auto path = platform::WindowsPathOf(attachment.path);
-        if (!path) return base::Failed("no drive leads to the file " + attachment.path);
         CRAttachmentInfo info;
         info.dwInfoFlag = 1;
         info.bDeleteSource = 1;
         info.csDisplayName = attachment.name;
         info.csFileName = attachment.copyName;
-        info.csFilePath = *path;
+        info.csFilePath = attachment.path;
         list.Add(info);
     }
     CString text;
@@ -315,7 +313,7 @@ base::Status EudoraMails::SetAttachments(const NewMail& mail) {
     if (!list) return list.Error();
     if (auto set = m_session.SetText(FieldId(MailField::kAttachment), *list); !set) return set;
     for (const NewAttachment& attachment : mail.attachments) {
-        if (!platform::NativeFiles().Exists(attachment.path)) continue;
+        if (!platform::NativeSystem().files.Exists(attachment.path)) continue;
         return base::Failed("the attachment " + base::ToUtf8(attachment.name) +
                             " cannot be stored");
     }

@@ -1,7 +1,6 @@
 #include "host/mail/incoming_folder.h"
 
 #include "host/base/failure.h"
-#include "host/base/native_path.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
 
@@ -20,7 +19,8 @@ void RemoveWithFiles(platform::Files& files, const std::string& path) {
 }
 
 // Anybody may put something of that name into a temporary folder.
-void RemoveLeftovers(platform::Files& files, std::string folder, const std::string& prefix) {
+void RemoveLeftovers(std::string folder, const std::string& prefix) {
+    auto& files = platform::NativeFiles();
     if (!folder.ends_with(files.Separator())) folder += files.Separator();
     const auto entries = files.List(folder, prefix + "*");
     for (const auto& entry : entries ? *entries : std::vector<platform::FolderEntry>()) {
@@ -32,24 +32,20 @@ void RemoveLeftovers(platform::Files& files, std::string folder, const std::stri
 }  // namespace
 
 base::Result<std::unique_ptr<IncomingFolder>> IncomingFolder::Create(const std::string& key) {
-    auto temp = platform::NativeSystem().files.TempFolder();
+    platform::Files& files = platform::NativeSystem().files;
+    const auto temp = files.TempFolder();
     if (!temp) return temp.Error();
-    const auto native = platform::NativePathOf(*temp);
-    if (!native)
-        return base::Failed("no drive leads to the temporary folder " + base::ToUtf8(*temp));
-    platform::Files& files = platform::NativeFiles();
     const std::string prefix = "kvsync-" + key + '-';
-    RemoveLeftovers(files, *native, prefix);
-    auto path = files.CreateTempFolder(*native, prefix);
+    if (const auto native = platform::NativePathOf(*temp)) RemoveLeftovers(*native, prefix);
+    auto path = files.CreateTempFolder(*temp, prefix);
     if (!path) return path.Error();
-    return std::unique_ptr<IncomingFolder>(new IncomingFolder(files, *std::move(path)));
+    return std::unique_ptr<IncomingFolder>(new IncomingFolder(*std::move(path)));
 }
 
-IncomingFolder::IncomingFolder(platform::Files& files, std::string path)
-    : m_files(files), m_path(std::move(path)) {}
+IncomingFolder::IncomingFolder(std::string path) : m_path(std::move(path)) {}
 
 IncomingFolder::~IncomingFolder() {
-    RemoveWithFiles(m_files, m_path);
+    RemoveWithFiles(platform::NativeSystem().files, m_path);
 }
 
 }  // namespace host::mail

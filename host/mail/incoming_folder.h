@@ -19,12 +19,11 @@ class IncomingFolder {
     IncomingFolder(const IncomingFolder&) = delete;
     IncomingFolder& operator=(const IncomingFolder&) = delete;
 
-    const std::string& Path() const { return m_path; }  // native, UTF-8
+    const std::string& Path() const { return m_path; }  // a Windows path, as the module takes it
 
   private:
-    IncomingFolder(platform::Files& files, std::string path);
+    explicit IncomingFolder(std::string path);
 
-    platform::Files& m_files;
     std::string m_path;
 };
 

@@ -14,7 +14,7 @@ struct Recipient {
 
 struct NewAttachment {
     std::string name;             // a plain file name, system code page
-    std::string path;             // native, UTF-8; a file of ours, which goes when it is stored
+    std::string path;             // as the module takes it; a file of ours, gone when stored
     std::string copyName = name;  // of the copy in Eudora's folder, where it is free
 };
 

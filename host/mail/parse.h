@@ -14,7 +14,7 @@ namespace host::mail {
 inline constexpr std::uint64_t kLargestMessage = std::uint64_t{256} << 20;  // bytes
 
 struct ParsePlace {
-    platform::Files& files;  // native paths
+    platform::Files& files;  // takes `folder`; the mail's own are the module's
     std::string folder;      // exists; the attachments become files in it
     unsigned codePage;       // of the texts
     platform::Clock& clock;  // of the local time

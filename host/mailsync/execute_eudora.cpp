@@ -122,7 +122,6 @@ void EudoraExecution::TakeBackCopies() {
         const auto mail = ReadNew(step);
         if (!mail) continue;
         m_work.attachments.TakeBack(NamesIn(step.row.content), mail->attachments);
-        for (const auto& file : mail->attachments) (void)m_work.files.Delete(file.path);
     }
     m_batchBytes = 0;
 }

@@ -4,6 +4,8 @@
 #include "host/mail/eudora_mails.h"
 #include "host/mail/incoming_folder.h"
 #include "host/translator/mail_settings.h"
+#include "platform/os/safe_write.h"
+#include "platform/os/system.h"
 #include "tests/host/built_module.h"
 
 // Eudora's mails through the built translator library, in an in-box on the disk.
@@ -12,6 +14,10 @@ namespace {
 
 namespace fs = std::filesystem;
 using ::testing::HasSubstr;
+
+fs::path Native(const mail::IncomingFolder& folder) {
+    return *platform::NativePathOf(folder.Path());
+}
 
 class MailWriter : public ::testing::Test {
   protected:
@@ -39,8 +45,8 @@ class MailWriter : public ::testing::Test {
     }
 
     mail::NewAttachment File(const std::string& name, const std::string& content) {
-        const std::string path = incoming->Path() + "/" + std::to_string(++m_files) + ".tmp";
-        test::WriteDisk(path, content);
+        const std::string path = incoming->Path() + "\\" + std::to_string(++m_files) + ".tmp";
+        EXPECT_TRUE(platform::WriteWhole(platform::NativeSystem().files, path, content));
         return {name, path};
     }
     static mail::NewMail Letter(const std::string& id) {
@@ -76,7 +82,7 @@ TEST_F(MailWriter, StoresAWholeMailThatReadsBackAsItWas) {
     letter.attachments = {File("same.txt", "1"), File("same.txt", "two"), File("caf\xE9.bin", "")};
     const auto stored = mails->Add(letter, mail::kStatusRead);
     ASSERT_TRUE(stored) << stored.Error().Message();
-    EXPECT_TRUE(fs::is_empty(incoming->Path()));
+    EXPECT_TRUE(fs::is_empty(Native(*incoming)));
     Finish();
 
     const mail::Mail mail = Read(stored->id);
@@ -97,7 +103,7 @@ TEST_F(MailWriter, StoresAWholeMailThatReadsBackAsItWas) {
 }
 
 TEST_F(MailWriter, SweepsLeftoverFoldersAndFollowsNoLink) {
-    const fs::path temp = fs::path(incoming->Path()).parent_path(), home = temp / "home";
+    const fs::path temp = Native(*incoming).parent_path(), home = temp / "home";
     for (const fs::path& folder : {home, temp / "kvsync-test-left"}) {
         fs::create_directory(folder);
         test::WriteDisk(folder / "letter", "x");
@@ -110,7 +116,7 @@ TEST_F(MailWriter, SweepsLeftoverFoldersAndFollowsNoLink) {
     ASSERT_TRUE(made) << made.Error().Message();
     EXPECT_TRUE(fs::exists(home / "letter"));
     EXPECT_FALSE(fs::exists(temp / "kvsync-test-left"));
-    EXPECT_EQ(fs::status((*made)->Path()).permissions(), fs::perms::owner_all);
+    EXPECT_EQ(fs::status(Native(**made)).permissions(), fs::perms::owner_all);
     for (const char* name : {"home", "kvsync-test", "kvsync-test-planted"}) {
         fs::remove_all(temp / name);
     }

@@ -312,7 +312,7 @@ struct MailWorld {
         return mailsync::PlanMail(*sides, options);
     }
     mailsync::MailWork Work(base::Progress& progress) {
-        attachments.emplace(files, files, "C:\\Attach", 1252);
+        attachments.emplace(files, "C:\\Attach", 1252);
         return {eudora,
                 folders,
                 memory,
