@@ -10,7 +10,7 @@
 #include "host/mail/eudora_text.h"
 #include "host/mail/mail_reader.h"
 #include "host/mail/message_id.h"
-#include "host/maildir/message_header.h"
+#include "host/maildir/maildir.h"
 #include "platform/os/code_page.h"
 
 namespace host::mail {

@@ -1,6 +1,6 @@
 #include "host/base/failure.h"
 #include "host/mail/parse.h"
-#include "host/maildir/message_header.h"
+#include "host/maildir/maildir.h"
 
 namespace host::mail {
 

@@ -26,6 +26,14 @@ bool HasFlag(std::string_view flags, char flag);
 // The flags with one of them set or not.
 std::string WithFlag(std::string_view flags, char flag, bool isSet);
 
+// The most of a file that is read in search of its header's end.
+inline constexpr std::size_t kLargestHeader = 64 * 1024;
+
+// The Message-ID in the header of a message, without its angle brackets; empty if it has none.
+// Line ends may be LF or CR LF, the field may be folded, its name in any case; what stands behind
+// the header does not matter. Of a header that is cut off only whole fields count.
+std::string MessageIdInHeader(std::string_view message);
+
 struct MaildirEntry {
     std::string unique;  // the file's name without its info part: what it is remembered by
     std::string name;    // the whole file name
@@ -62,8 +70,9 @@ class Maildir {
     // Moves a mail into cur of another Maildir on the same file system, which is there, with these
     // flags. Durable after Settle.
     base::Status MoveInto(Maildir& other, const MaildirEntry& entry, std::string_view flags);
-    // The whole mail; its header, as ReadHeader has it.
+    // The whole mail.
     base::Result<std::string> Read(const MaildirEntry& entry, std::uint64_t limit);
+    // The beginning of a mail: its header, as far as kLargestHeader, and the rest of a block.
     base::Result<std::string> ReadHeader(const MaildirEntry& entry);
     // Returns when all of the above is on the disk. `delivered` names the deliveries since the
     // last call.

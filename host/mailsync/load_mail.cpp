@@ -6,7 +6,6 @@
 #include "host/mail/encoded_words.h"
 #include "host/mail/message_id.h"
 #include "host/mail/parse.h"
-#include "host/maildir/message_header.h"
 #include "host/mailsync/mail_content.h"
 #include "host/mailsync/mail_matching.h"
 #include "text/mail_view.h"

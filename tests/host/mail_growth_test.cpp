@@ -5,7 +5,7 @@
 #include "host/mail/html_text.h"
 #include "host/mail/mail_text.h"
 #include "host/mail/mime_entity.h"
-#include "host/maildir/message_header.h"
+#include "host/maildir/maildir.h"
 #include "text/ascii.h"
 #include "text/mail_view.h"
 

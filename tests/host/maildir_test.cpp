@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <set>
 
-#include "host/maildir/message_header.h"
 #include "platform/os/safe_write.h"
 #include "platform/os/system.h"
 #include "platform/testing/fixed_clock.h"
@@ -186,18 +185,21 @@ TEST(MessageHeader, FindsTheMessageIdWhereverItStands) {
 // The header ends at, before and behind the borders of the blocks that are read.
 TEST(MessageHeader, IsReadWhateverBlocksItSpans) {
     platform::testing::MemoryFiles files;
+    platform::testing::FixedClock clock;
+    maildir::Maildir maildir(files, clock, "C:\\M");
+    const auto idIn = [&](const std::string& message) {
+        files.Put("C:\\M\\new\\m", message);
+        return maildir::MessageIdInHeader(*maildir.ReadHeader(Only(maildir)));
+    };
     for (const std::size_t length : {10u, 4070u, 4079u, 4080u, 4090u, 4096u, 60000u}) {
         const std::string header = "X: " + std::string(length, 'x') + "\nMessage-ID: <a@b>\n";
         for (const char* rest : {"", "\n", "\nbody", "\r\n\r\n"}) {
-            files.Put("C:\\m", header + rest);
-            EXPECT_EQ(maildir::MessageIdInHeader(*maildir::ReadHeader(files, "C:\\m")), "a@b")
-                << length << rest;
+            EXPECT_EQ(idIn(header + rest), "a@b") << length << rest;
         }
     }
-    files.Put("C:\\m",
-              "X: " + std::string(maildir::kLargestHeader + 9000, 'x') + "\nMessage-ID: <a@b>\n\n");
-    EXPECT_EQ(maildir::MessageIdInHeader(*maildir::ReadHeader(files, "C:\\m")), "");
-    EXPECT_FALSE(maildir::ReadHeader(files, "C:\\none"));
+    const std::string tooLong(maildir::kLargestHeader + 9000, 'x');
+    EXPECT_EQ(idIn("X: " + tooLong + "\nMessage-ID: <a@b>\n\n"), "");
+    EXPECT_FALSE(maildir.ReadHeader({"none", "none", "", true}));
 }
 
 }  // namespace
