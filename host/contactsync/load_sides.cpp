@@ -11,10 +11,6 @@ namespace {
 using Known = std::unordered_map<std::string, const state::RememberedPair*>;
 using Reader = std::function<base::Result<contacts::StoredContact>(const std::string&)>;
 
-bool IsUnchanged(const state::RememberedSide& side, const base::StoreItem& item) {
-    return side.item.marker == item.marker;
-}
-
 base::Result<std::vector<contacts::StoredContact>> LoadSide(
     contacts::ContactStore& store, const Known& known,
     state::RememberedSide state::RememberedPair::*side, const Reader& read, const char* what,
@@ -34,7 +30,7 @@ base::Result<std::vector<contacts::StoredContact>> LoadSide(
             const state::RememberedSide& kept = pair->*side;
             contacts.push_back({kept.item, kept.contact, pair->uid, pair->beyond, true});
         };
-        if (pair != nullptr && IsUnchanged(pair->*side, item)) {
+        if (pair != nullptr && (pair->*side).item.marker == item.marker) {
             keep();
             continue;
         }
