@@ -12,6 +12,7 @@
 #include "host/dialogs/terminal_dialogs.h"
 #include "host/eudora/nickname_file.h"
 #include "host/translator/mail_settings.h"
+#include "host/translator/module_messages.h"
 
 namespace host::cli {
 

@@ -7,7 +7,7 @@
 #include "host/dialogs/terminal_dialogs.h"
 #include "host/eudora/outside_names.h"
 #include "host/shell/shell.h"
-#include "host/translator/mail_settings.h"
+#include "host/translator/module_messages.h"
 #include "platform/kvutil/kvutil.h"
 
 namespace host::cli {

@@ -129,9 +129,9 @@ base::Result<std::string> EudoraContacts::StoreFields(const base::Contact& value
         auto status = m_session->SetText(FieldId(field), ToBytes(field, values[field]));
         if (!status) return status.Error();
     }
-    auto id = m_session->Store();
-    if (!id) return id;
-    return IdOf(*id);
+    auto stored = m_session->Store();
+    if (!stored) return stored.Error();
+    return IdOf(stored->id);
 }
 
 base::Result<std::string> EudoraContacts::Add(const base::Contact& values, const std::string&) {

@@ -7,7 +7,7 @@
 
 #include "host/base/native_path.h"
 #include "host/base/terminal_text.h"
-#include "host/dialogs/newt_screen.h"
+#include "host/dialogs/screen.h"
 #include "platform/os/system.h"
 #include "text/path.h"
 
@@ -51,6 +51,23 @@ std::vector<std::string> FilesNear(const std::string& path, const std::string& p
         }
     }
     return paths;
+}
+
+// What a typed name stands for: beside the initial file if it names no drive, with the default
+// extension if it has none.
+std::string CompletePath(const std::string& typed, const platform::OpenFileRequest& request) {
+    const unsigned codePage = platform::NativeSystem().codePage;
+    auto parts = text::SplitPath(typed, codePage);
+    const auto initial = text::SplitPath(request.initialPath, codePage);
+    if (parts.drive.empty()) {
+        parts.drive = initial.drive;
+        const bool isRooted = !parts.folder.empty() && parts.folder[0] == '\\';
+        if (!isRooted) parts.folder = initial.folder + parts.folder;
+    }
+    if (parts.extension.empty() && !parts.name.empty() && !request.defaultExtension.empty()) {
+        parts.extension = "." + request.defaultExtension;
+    }
+    return text::JoinPath(parts);
 }
 
 class FileForm {

@@ -11,8 +11,4 @@ namespace host::dialogs {
 // folder that the request begins in and of its subfolders. Texts are in the system code page.
 std::optional<std::string> RunFileForm(const platform::OpenFileRequest& request);
 
-// What a typed name stands for: beside the initial file if it names no drive, with the default
-// extension if it has none.
-std::string CompletePath(const std::string& typed, const platform::OpenFileRequest& request);
-
 }  // namespace host::dialogs

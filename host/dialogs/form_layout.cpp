@@ -17,6 +17,7 @@ constexpr int kUnitsBetween = 6;  // centres of controls of one row are closer t
 constexpr int kShortestEdit = 6;  // cells
 constexpr int kBox = 4;           // cells of "[*] "
 constexpr int kButtonFrame = 4;   // cells of "< OK >" round the text
+constexpr int kLongestUnit = 6;   // cells of what follows an edit and should stay on its line
 constexpr int kDeepIndent = 35;   // units from which on a control hangs below the one above
 
 // Twice the height of the middle; a group box counts by its title.
@@ -75,7 +76,7 @@ class Placer {
         const int wanted = control.kind == ControlKind::kGroupBox ? 0 : Wanted(control);
         int left = std::max(wanted, m_next);
         const bool breaks = !m_wide && control.kind == ControlKind::kEdit && m_next > 0 &&
-                            left + width + m_longestUnit > m_columns;
+                            left + width + kLongestUnit > m_columns;
         if (breaks) {
             ++m_top;
             left = kBox + 2;
@@ -93,7 +94,6 @@ class Placer {
     const std::map<int, int>& m_widths;
     int m_columns;
     bool m_wide;
-    int m_longestUnit = 6;  // what follows an edit should stay on its line
     int m_top = 0, m_next = 0;
     FormLayout m_layout;
 };

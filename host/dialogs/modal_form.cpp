@@ -1,11 +1,15 @@
 #include "host/dialogs/modal_form.h"
 
+#include <newt.h>
+
 #include <algorithm>
 #include <charconv>
+#include <map>
+#include <string>
 
 #include "host/base/native_path.h"
-#include "host/dialogs/newt_screen.h"
-#include "host/dialogs/screen_text.h"
+#include "host/dialogs/form_layout.h"
+#include "host/dialogs/screen.h"
 
 namespace host::dialogs {
 
@@ -19,204 +23,234 @@ bool IsButton(ControlKind kind) {
     return kind == ControlKind::kButton || kind == ControlKind::kDefaultButton;
 }
 
+// Before the form is on the screen the logic fills a model; afterwards it works on the components.
+class ModalForm : public platform::DialogView {
+  public:
+    ModalForm(const platform::DialogTemplate& dialog, platform::DialogLogic& logic)
+        : m_dialog(dialog), m_logic(logic) {}
+
+    int Run() {
+        const NewtScreen screen;
+        for (const auto& control : m_dialog.controls) {
+            Part& part = m_parts[control.id];
+            part.kind = control.kind;
+            part.id = control.id;
+            part.form = this;
+        }
+        m_logic.OnInit(*this);
+        if (m_ended) return m_result;
+        Show();
+        Converse();
+        newtFormDestroy(m_form);
+        newtPopWindow();
+        return m_result;
+    }
+
+    void SetTitle(std::string_view text) override { m_title = ForScreen(base::ToUtf8(text)); }
+
+    void SetText(int control, std::string_view text) override {
+        Part& part = m_parts[control];
+        part.text = ForScreen(base::ToUtf8(text));
+        // "&" marks the key of a control on Windows.
+        if (part.kind != ControlKind::kEdit) std::erase(part.text, '&');
+        if (part.component == nullptr) return;
+        if (part.kind == ControlKind::kEdit) {
+            newtEntrySet(part.component, part.text.c_str(), 1);
+        } else if (part.kind == ControlKind::kLabel) {
+            newtLabelSetText(part.component, part.text.c_str());
+        }
+    }
+
+    std::string Text(int control) override {
+        Part& part = m_parts[control];
+        if (part.component != nullptr && part.kind == ControlKind::kEdit) {
+            part.text = newtEntryGetValue(part.component);
+        }
+        return base::FromUtf8(part.text);
+    }
+
+    void SetChecked(int control, bool checked) override {
+        Part& part = m_parts[control];
+        part.checked = checked;
+        if (part.component != nullptr) newtCheckboxSetValue(part.component, checked ? '*' : ' ');
+    }
+
+    bool IsChecked(int control) override { return m_parts[control].checked; }
+
+    void Enable(int control, bool enabled) override {
+        m_parts[control].enabled = enabled;
+        ShowEnabled(m_parts[control]);
+    }
+
+    void SetRange(int spin, int lowest, int highest) override {
+        Part* edit = nullptr;
+        for (const auto& control : m_dialog.controls) {
+            if (control.kind == ControlKind::kEdit) edit = &m_parts[control.id];
+            if (control.id != spin || edit == nullptr) continue;
+            edit->lowest = lowest;
+            edit->highest = highest;
+        }
+    }
+
+    void Focus(int control) override {
+        const Part& part = m_parts[control];
+        if (part.component != nullptr && part.enabled) newtFormSetCurrent(m_form, part.component);
+    }
+
+    void End(int result) override {
+        m_ended = true;
+        m_result = result;
+    }
+
+  private:
+    struct Part {
+        platform::ControlKind kind = platform::ControlKind::kLabel;
+        std::string text;  // as the screen shows it; the typed text of an edit
+        bool checked = false, enabled = true;
+        int lowest = 0, highest = -1;  // of the spin of an edit
+        newtComponent component = nullptr;
+        ModalForm* form = nullptr;
+        int id = 0;
+    };
+
+    void Show() {
+        constexpr int kAround = 6,
+                      kAboveAndBelow = 5;  // borders, shadow, margins, the line of help
+        int columns = 0, rows = 0;
+        newtGetScreenSize(&columns, &rows);
+        std::map<int, int> widths;
+        for (const auto& [id, part] : m_parts) widths[id] = CellsOf(part.text);
+        const FormLayout layout = LayOut(m_dialog, widths, columns - kAround);
+        const int height = std::max(std::min(layout.height, rows - kAboveAndBelow), 1);
+        const int width =
+            std::min(std::max(layout.width, CellsOf(m_title) + 2), columns - kAround) + 2;
+        newtCenteredWindow(static_cast<unsigned>(width), static_cast<unsigned>(height),
+                           m_title.c_str());
+        const bool scrolls = height < layout.height;
+        m_form =
+            newtForm(scrolls ? newtVerticalScrollbar(width - 1, 0, height, NEWT_COLORSET_WINDOW,
+                                                     NEWT_COLORSET_ACTCHECKBOX)
+                             : nullptr,
+                     nullptr, 0);
+        if (scrolls) newtFormSetHeight(m_form, height);
+        Build(layout, 1);
+        if (scrolls) newtFormSetWidth(m_form, width);
+        newtFormAddHotKey(m_form, NEWT_KEY_ESCAPE);
+        newtFormAddHotKey(m_form, NEWT_KEY_ENTER);
+    }
+
+    void Converse() {
+        while (!m_ended) {
+            newtExitStruct reason{};
+            newtFormRun(m_form, &reason);
+            if (reason.reason == newtExitStruct::NEWT_EXIT_ERROR) break;
+            m_logic.OnCommand(*this, CommandOf(reason));
+        }
+        // What the form held outlives it.
+        for (auto& [id, part] : m_parts) {
+            (void)Text(id);
+            part.component = nullptr;
+        }
+    }
+
+    int CommandOf(const newtExitStruct& reason) {
+        const bool isKey = reason.reason == newtExitStruct::NEWT_EXIT_HOTKEY;
+        if (isKey && reason.u.key != NEWT_KEY_ENTER) return kCancel;
+        const newtComponent pressed = isKey ? newtFormGetCurrent(m_form) : reason.u.co;
+        int chosen = kOk;
+        for (const auto& [id, part] : m_parts) {
+            if (part.kind == ControlKind::kDefaultButton) chosen = id;
+        }
+        for (const auto& [id, part] : m_parts) {
+            if (part.component == pressed && IsButton(part.kind)) chosen = id;
+        }
+        return chosen;
+    }
+
+    void Build(const FormLayout& layout, int left) {
+        for (const auto& control : m_dialog.controls) {
+            const auto cell = layout.cells.find(control.id);
+            if (cell == layout.cells.end()) continue;
+            Part& part = m_parts[control.id];
+            part.component = Make(part, cell->second, left);
+            ShowEnabled(part);
+            newtFormAddComponent(m_form, part.component);
+        }
+    }
+
+    newtComponent Make(Part& part, const Cell& cell, int left) {
+        const int column = left + cell.left;
+        newtComponent made = nullptr;
+        switch (part.kind) {
+            case ControlKind::kEdit:
+                made = newtEntry(column, cell.top, part.text.c_str(), cell.width, nullptr,
+                                 NEWT_FLAG_SCROLL);
+                newtEntrySetFilter(made, &ModalForm::OnKey, &part);
+                return made;
+            case ControlKind::kCheckBox:
+                made = newtCheckbox(column, cell.top, part.text.c_str(), part.checked ? '*' : ' ',
+                                    " *", nullptr);
+                newtComponentAddCallback(made, &ModalForm::OnSwitched, &part);
+                return made;
+            case ControlKind::kDefaultButton:
+            case ControlKind::kButton:
+                return newtCompactButton(column, cell.top, part.text.c_str());
+            default:
+                return newtLabel(column, cell.top, part.text.c_str());
+        }
+    }
+
+    static void OnSwitched(newtComponent component, void* data) {
+        Part& part = *static_cast<Part*>(data);
+        const bool checked = newtCheckboxGetValue(component) == '*';
+        if (checked == part.checked) return;
+        part.checked = checked;
+        part.form->m_logic.OnCommand(*part.form, part.id);
+    }
+
+    // Sees each key that goes to an edit. The end key in its place leaves the cursor behind the
+    // number.
+    static int OnKey(newtComponent, void* data, int key, int) {
+        Part& part = *static_cast<Part*>(data);
+        if ((key != NEWT_KEY_UP && key != NEWT_KEY_DOWN) || part.lowest > part.highest) return key;
+        part.form->Turn(part, key == NEWT_KEY_UP ? 1 : -1);
+        return NEWT_KEY_END;
+    }
+
+    void Turn(Part& edit, int step) {
+        const std::string text = Text(edit.id);
+        int number = edit.lowest - step;
+        std::from_chars(text.data(), text.data() + text.size(), number);
+        number = std::clamp(number, edit.lowest - 1, edit.highest + 1);
+        SetText(edit.id, std::to_string(std::clamp(number + step, edit.lowest, edit.highest)));
+    }
+
+    void ShowEnabled(const Part& part) {
+        const newtFlagsSense sense = part.enabled ? NEWT_FLAGS_RESET : NEWT_FLAGS_SET;
+        if (part.component == nullptr) return;
+        if (part.kind == ControlKind::kEdit) {
+            newtEntrySetFlags(part.component, NEWT_FLAG_DISABLED, sense);
+        } else if (part.kind == ControlKind::kCheckBox) {
+            newtCheckboxSetFlags(part.component, NEWT_FLAG_DISABLED, sense);
+        } else if (part.kind == ControlKind::kLabel) {
+            newtLabelSetColors(part.component,
+                               part.enabled ? NEWT_COLORSET_LABEL : NEWT_COLORSET_DISENTRY);
+        }
+    }
+
+    const platform::DialogTemplate& m_dialog;
+    platform::DialogLogic& m_logic;
+    std::string m_title;
+    std::map<int, Part> m_parts;
+    newtComponent m_form = nullptr;
+    bool m_ended = false;
+    int m_result = 2;
+};
+
 }  // namespace
 
-int ModalForm::Run() {
-    const NewtScreen screen;
-    for (const auto& control : m_dialog.controls) {
-        Part& part = m_parts[control.id];
-        part.kind = control.kind;
-        part.id = control.id;
-        part.form = this;
-    }
-    m_logic.OnInit(*this);
-    if (m_ended) return m_result;
-    Show();
-    Converse();
-    newtFormDestroy(m_form);
-    newtPopWindow();
-    return m_result;
-}
-
-void ModalForm::Show() {
-    constexpr int kAround = 6, kAboveAndBelow = 5;  // borders, shadow, margins, the line of help
-    int columns = 0, rows = 0;
-    newtGetScreenSize(&columns, &rows);
-    std::map<int, int> widths;
-    for (const auto& [id, part] : m_parts) widths[id] = CellsOf(part.text);
-    const FormLayout layout = LayOut(m_dialog, widths, columns - kAround);
-    const int height = std::max(std::min(layout.height, rows - kAboveAndBelow), 1);
-    const int width = std::min(std::max(layout.width, CellsOf(m_title) + 2), columns - kAround) + 2;
-    newtCenteredWindow(static_cast<unsigned>(width), static_cast<unsigned>(height),
-                       m_title.c_str());
-    const bool scrolls = height < layout.height;
-    m_form = newtForm(scrolls ? newtVerticalScrollbar(width - 1, 0, height, NEWT_COLORSET_WINDOW,
-                                                      NEWT_COLORSET_ACTCHECKBOX)
-                              : nullptr,
-                      nullptr, 0);
-    if (scrolls) newtFormSetHeight(m_form, height);
-    Build(layout, 1);
-    if (scrolls) newtFormSetWidth(m_form, width);
-    newtFormAddHotKey(m_form, NEWT_KEY_ESCAPE);
-    newtFormAddHotKey(m_form, NEWT_KEY_ENTER);
-}
-
-void ModalForm::Converse() {
-    while (!m_ended) {
-        newtExitStruct reason{};
-        newtFormRun(m_form, &reason);
-        if (reason.reason == newtExitStruct::NEWT_EXIT_ERROR) break;
-        m_logic.OnCommand(*this, CommandOf(reason));
-    }
-    // What the form held outlives it.
-    for (auto& [id, part] : m_parts) {
-        (void)Text(id);
-        part.component = nullptr;
-    }
-}
-
-int ModalForm::CommandOf(const newtExitStruct& reason) {
-    const bool isKey = reason.reason == newtExitStruct::NEWT_EXIT_HOTKEY;
-    if (isKey && reason.u.key != NEWT_KEY_ENTER) return kCancel;
-    const newtComponent pressed = isKey ? newtFormGetCurrent(m_form) : reason.u.co;
-    int chosen = kOk;
-    for (const auto& [id, part] : m_parts) {
-        if (part.kind == ControlKind::kDefaultButton) chosen = id;
-    }
-    for (const auto& [id, part] : m_parts) {
-        if (part.component == pressed && IsButton(part.kind)) chosen = id;
-    }
-    return chosen;
-}
-
-void ModalForm::Build(const FormLayout& layout, int left) {
-    for (const auto& control : m_dialog.controls) {
-        const auto cell = layout.cells.find(control.id);
-        if (cell == layout.cells.end()) continue;
-        Part& part = m_parts[control.id];
-        part.component = Make(part, cell->second, left);
-        ShowEnabled(part);
-        newtFormAddComponent(m_form, part.component);
-    }
-}
-
-newtComponent ModalForm::Make(Part& part, const Cell& cell, int left) {
-    const int column = left + cell.left;
-    newtComponent made = nullptr;
-    switch (part.kind) {
-        case ControlKind::kEdit:
-            made = newtEntry(column, cell.top, part.text.c_str(), cell.width, nullptr,
-                             NEWT_FLAG_SCROLL);
-            newtEntrySetFilter(made, &ModalForm::OnKey, &part);
-            return made;
-        case ControlKind::kCheckBox:
-            made = newtCheckbox(column, cell.top, part.text.c_str(), part.checked ? '*' : ' ', " *",
-                                nullptr);
-            newtComponentAddCallback(made, &ModalForm::OnSwitched, &part);
-            return made;
-        case ControlKind::kDefaultButton:
-        case ControlKind::kButton:
-            return newtCompactButton(column, cell.top, part.text.c_str());
-        default:
-            return newtLabel(column, cell.top, part.text.c_str());
-    }
-}
-
-void ModalForm::OnSwitched(newtComponent component, void* data) {
-    Part& part = *static_cast<Part*>(data);
-    const bool checked = newtCheckboxGetValue(component) == '*';
-    if (checked == part.checked) return;
-    part.checked = checked;
-    part.form->m_logic.OnCommand(*part.form, part.id);
-}
-
-// Sees each key that goes to an edit. The end key in its place leaves the cursor behind the number.
-int ModalForm::OnKey(newtComponent, void* data, int key, int) {
-    Part& part = *static_cast<Part*>(data);
-    if ((key != NEWT_KEY_UP && key != NEWT_KEY_DOWN) || part.lowest > part.highest) return key;
-    part.form->Turn(part, key == NEWT_KEY_UP ? 1 : -1);
-    return NEWT_KEY_END;
-}
-
-void ModalForm::Turn(Part& edit, int step) {
-    const std::string text = Text(edit.id);
-    int number = edit.lowest - step;
-    std::from_chars(text.data(), text.data() + text.size(), number);
-    number = std::clamp(number, edit.lowest - 1, edit.highest + 1);
-    SetText(edit.id, std::to_string(std::clamp(number + step, edit.lowest, edit.highest)));
-}
-
-void ModalForm::ShowEnabled(const Part& part) {
-    const newtFlagsSense sense = part.enabled ? NEWT_FLAGS_RESET : NEWT_FLAGS_SET;
-    if (part.component == nullptr) return;
-    if (part.kind == ControlKind::kEdit) {
-        newtEntrySetFlags(part.component, NEWT_FLAG_DISABLED, sense);
-    } else if (part.kind == ControlKind::kCheckBox) {
-        newtCheckboxSetFlags(part.component, NEWT_FLAG_DISABLED, sense);
-    } else if (part.kind == ControlKind::kLabel) {
-        newtLabelSetColors(part.component,
-                           part.enabled ? NEWT_COLORSET_LABEL : NEWT_COLORSET_DISENTRY);
-    }
-}
-
-void ModalForm::SetTitle(std::string_view text) {
-    m_title = ForScreen(base::ToUtf8(text));
-}
-
-void ModalForm::SetText(int control, std::string_view text) {
-    Part& part = m_parts[control];
-    part.text = ForScreen(base::ToUtf8(text));
-    // "&" marks the key of a control on Windows.
-    if (part.kind != ControlKind::kEdit) std::erase(part.text, '&');
-    if (part.component == nullptr) return;
-    if (part.kind == ControlKind::kEdit) {
-        newtEntrySet(part.component, part.text.c_str(), 1);
-    } else if (part.kind == ControlKind::kLabel) {
-        newtLabelSetText(part.component, part.text.c_str());
-    }
-}
-
-std::string ModalForm::Text(int control) {
-    Part& part = m_parts[control];
-    if (part.component != nullptr && part.kind == ControlKind::kEdit) {
-        part.text = newtEntryGetValue(part.component);
-    }
-    return base::FromUtf8(part.text);
-}
-
-void ModalForm::SetChecked(int control, bool checked) {
-    Part& part = m_parts[control];
-    part.checked = checked;
-    if (part.component != nullptr) newtCheckboxSetValue(part.component, checked ? '*' : ' ');
-}
-
-bool ModalForm::IsChecked(int control) {
-    return m_parts[control].checked;
-}
-
-void ModalForm::Enable(int control, bool enabled) {
-    m_parts[control].enabled = enabled;
-    ShowEnabled(m_parts[control]);
-}
-
-void ModalForm::SetRange(int spin, int lowest, int highest) {
-    Part* edit = nullptr;
-    for (const auto& control : m_dialog.controls) {
-        if (control.kind == ControlKind::kEdit) edit = &m_parts[control.id];
-        if (control.id != spin || edit == nullptr) continue;
-        edit->lowest = lowest;
-        edit->highest = highest;
-    }
-}
-
-void ModalForm::Focus(int control) {
-    const Part& part = m_parts[control];
-    if (part.component != nullptr && part.enabled) newtFormSetCurrent(m_form, part.component);
-}
-
-void ModalForm::End(int result) {
-    m_ended = true;
-    m_result = result;
+int RunModalForm(const platform::DialogTemplate& dialog, platform::DialogLogic& logic) {
+    return ModalForm(dialog, logic).Run();
 }
 
 }  // namespace host::dialogs

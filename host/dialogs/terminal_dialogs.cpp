@@ -6,7 +6,7 @@
 #include "host/base/terminal_text.h"
 #include "host/dialogs/file_form.h"
 #include "host/dialogs/modal_form.h"
-#include "host/dialogs/newt_screen.h"
+#include "host/dialogs/screen.h"
 #include "platform/os/program.h"
 
 namespace host::dialogs {
@@ -28,7 +28,7 @@ class TerminalDialogs : public platform::Dialogs {
     }
 
     int RunModal(const platform::DialogTemplate& dialog, platform::DialogLogic& logic) override {
-        return ModalForm(dialog, logic).Run();
+        return RunModalForm(dialog, logic);
     }
 };
 

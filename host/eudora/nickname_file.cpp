@@ -3,11 +3,8 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "host/base/failure.h"
-#include "host/base/folders.h"
 #include "host/base/native_path.h"
-#include "host/eudora/setup.h"
-#include "platform/os/safe_write.h"
+#include "host/eudora/choice.h"
 #include "platform/os/system.h"
 #include "text/path.h"
 
@@ -17,11 +14,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
+constexpr const char* kChoice = "nickname-file";
 constexpr const char* kChoose = "choose one with --nickname-file or kvsync configure contacts";
-
-std::string ChoiceFile(const Setup& setup) {
-    return base::FromPath(base::ToPath(setup.memoryFolder) / "nickname-file");
-}
 
 // The part of `path` below `folder`; nothing if it is not inside.
 std::optional<std::string> Below(const fs::path& folder, const fs::path& path) {
@@ -34,52 +28,41 @@ bool IsWindowsPath(const std::string& path) {
     return path.size() > 2 && path[1] == ':' && (path[2] == '\\' || path[2] == '/');
 }
 
+// The Windows path of a file that is named by it or by a native path.
+base::Result<std::string> NamedFile(const std::string& named, const Setup& setup) {
+    if (IsWindowsPath(named)) return base::FromUtf8(named);
+    if (!platform::NativeFiles().Exists(named)) {
+        return base::Refused("the nickname file " + named + " does not exist", "check the path");
+    }
+    const std::string path = WithoutLinks(named);
+    if (!base::UsesWindowsPaths() && !setup.prefix.Path().empty()) {
+        // Inside the bare folder the drive's own link leads to it.
+        auto rest = Below(base::ToPath(setup.eudoraShown), base::ToPath(path)).value_or("");
+        std::ranges::replace(rest, '/', '\\');
+        if (!rest.empty()) return setup.eudoraFolder + "\\" + base::FromUtf8(rest);
+    }
+    if (auto windows = platform::WindowsPathOf(path)) return *windows;
+    return base::Refused("the nickname file " + named + " lies outside the Eudora in use",
+                         "name one inside");
+}
+
 }  // namespace
 
 base::Result<std::string> ChooseNicknameFile(const SetupOptions& options, const Setup& setup) {
     if (options.nicknameFile) {
-        const std::string& named = *options.nicknameFile;
-        std::string chosen;
-        if (!IsWindowsPath(named) && !platform::NativeFiles().Exists(named)) {
-            return base::Refused("the nickname file " + named + " does not exist",
-                                 "check the path");
-        }
-        if (IsWindowsPath(named)) {
-            chosen = base::FromUtf8(named);
-        } else if (!base::UsesWindowsPaths() && !setup.prefix.Path().empty()) {
-            // Inside the bare folder the drive's own link leads to it.
-            const auto rest =
-                Below(base::ToPath(setup.eudoraShown), base::ToPath(WithoutLinks(named)));
-            if (rest) {
-                chosen = base::FromUtf8(*rest);
-                for (char& letter : chosen) {
-                    if (letter == '/') letter = '\\';
-                }
-                chosen = setup.eudoraFolder + "\\" + chosen;
-            }
-        }
-        if (chosen.empty()) {
-            const auto windows = platform::WindowsPathOf(WithoutLinks(named));
-            if (!windows) {
-                return base::Refused(
-                    "the nickname file " + named + " lies outside the Eudora in use",
-                    "name one inside");
-            }
-            chosen = *windows;
-        }
-        if (auto checked = CheckNicknameFile(chosen, false); !checked) return checked.Error();
-        return chosen;
+        auto named = NamedFile(*options.nicknameFile, setup);
+        if (!named) return named;
+        if (auto checked = CheckNicknameFile(*named, false); !checked) return checked.Error();
+        return named;
     }
-    auto& files = platform::NativeSystem().files;
-    const auto kept = platform::ReadWhole(platform::NativeFiles(), ChoiceFile(setup), 4096);
-    if (kept && files.Exists(*kept)) return *kept;
+    auto kept = Chosen(setup, kChoice).ValueOr("");
+    if (!kept.empty()) return kept;
     const std::string main = setup.eudoraFolder + "\\nndbase.txt";
-    return files.Exists(main) ? main : std::string();
+    return platform::NativeSystem().files.Exists(main) ? main : std::string();
 }
 
 base::Status RememberNicknameFile(const Setup& setup, const std::string& windowsPath) {
-    if (auto made = base::MakeOwnFolders(setup.memoryFolder); !made) return made;
-    return platform::WriteWhole(platform::NativeFiles(), ChoiceFile(setup), windowsPath);
+    return Choose(setup, kChoice, windowsPath);
 }
 
 base::Status CheckNicknameFile(const std::string& windowsPath, bool forWriting) {

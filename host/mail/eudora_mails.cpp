@@ -340,7 +340,7 @@ base::Result<MailHead> EudoraMails::Add(const NewMail& mail, std::uint32_t statu
         if (!set) return set.Error();
     }
     if (auto set = SetAttachments(mail); !set) return set.Error();
-    auto stored = m_session.StoreWithMarker();
+    auto stored = m_session.Store();
     if (!stored) return stored.Error();
     return MailHead{std::move(stored->id), std::move(stored->modifiedInfo)};
 }
@@ -360,7 +360,7 @@ base::Status EudoraMails::SetStatus(const std::string& id, std::uint32_t status)
     if (auto begun = m_session.BeginEdit(id); !begun) return begun;
     auto set = m_session.SetNumber(FieldId(MailField::kStatus), static_cast<std::int32_t>(status));
     if (!set) return set;
-    const auto stored = m_session.StoreWithMarker();
+    const auto stored = m_session.Store();
     return stored ? base::Status() : base::Status(stored.Error());
 }
 

@@ -1,22 +1,120 @@
 #include "host/translator/mail_settings.h"
 
+#include <charconv>
+#include <map>
+
 #include "host/base/failure.h"
-#include "host/base/folders.h"
-#include "host/base/native_path.h"
-#include "host/translator/mail_limits_dialog.h"
+#include "host/eudora/choice.h"
+#include "host/translator/module_messages.h"
 #include "platform/kvutil/kvutil.h"
-#include "platform/os/safe_write.h"
-#include "platform/os/system.h"
 
 namespace host::translator {
 
 namespace {
 
-constexpr std::uint64_t kLongestPath = 4096;
+constexpr const char* kChoice = "mail-settings";
 
-std::string ChoiceFile(const eudora::Setup& setup) {
-    return base::FromPath(base::ToPath(setup.memoryFolder) / "mail-settings");
+constexpr int kOptionsDialog = 129;
+constexpr int kOk = 1, kCancel = 2;
+
+// The controls of the dialog.
+constexpr int kLimitsAge = 1000, kLimitsSize = 1001, kAttachments = 1002, kLimitsAttachments = 1003;
+constexpr int kAgeDays = 1004, kSizeKB = 1005, kAttachmentKB = 1006;
+
+class UnseenView : public platform::DialogView {
+  public:
+    void SetTitle(std::string_view) override {}
+    void SetText(int control, std::string_view text) override { m_texts[control] = text; }
+    std::string Text(int control) override { return m_texts[control]; }
+    void SetChecked(int control, bool checked) override { m_checked[control] = checked; }
+    bool IsChecked(int control) override { return m_checked[control]; }
+    void Enable(int, bool) override {}
+    void SetRange(int, int, int) override {}
+    void End(int result) override { m_result = result; }
+
+    std::int32_t Number(int control) {
+        const std::string& text = m_texts[control];
+        std::int32_t number = 0;
+        std::from_chars(text.data(), text.data() + text.size(), number);
+        return number;
+    }
+    int Result() const { return m_result; }
+
+  private:
+    std::map<int, std::string> m_texts;
+    std::map<int, bool> m_checked;
+    int m_result = kCancel;
+};
+
+MailLimits Read(UnseenView& view) {
+    return {view.IsChecked(kLimitsAge),   view.Number(kAgeDays),
+            view.IsChecked(kLimitsSize),  view.Number(kSizeKB),
+            view.IsChecked(kAttachments), view.IsChecked(kLimitsAttachments),
+            view.Number(kAttachmentKB)};
 }
+
+struct Switch {
+    int control;
+    std::optional<bool> MailLimitChanges::*value;
+};
+
+struct NumberBox {
+    int control;
+    std::optional<std::int32_t> MailLimitChanges::*value;
+};
+
+// The box above the attachments' limit before the one of the limit, which it switches off.
+constexpr Switch kSwitches[] = {{kLimitsAge, &MailLimitChanges::limitsAge},
+                                {kLimitsSize, &MailLimitChanges::limitsSize},
+                                {kAttachments, &MailLimitChanges::attachments},
+                                {kLimitsAttachments, &MailLimitChanges::limitsAttachments}};
+constexpr NumberBox kNumbers[] = {{kAgeDays, &MailLimitChanges::ageDays},
+                                  {kSizeKB, &MailLimitChanges::sizeKB},
+                                  {kAttachmentKB, &MailLimitChanges::attachmentKB}};
+
+void Make(const MailLimitChanges& changes, UnseenView& view, platform::DialogLogic& logic) {
+    for (const Switch& one : kSwitches) {
+        const auto wanted = changes.*one.value;
+        if (!wanted || view.IsChecked(one.control) == *wanted) continue;
+        view.SetChecked(one.control, *wanted);
+        logic.OnCommand(view, one.control);
+    }
+    for (const NumberBox& one : kNumbers) {
+        if (const auto wanted = changes.*one.value) {
+            view.SetText(one.control, std::to_string(*wanted));
+        }
+    }
+}
+
+// Stands in for the person before the dialog of the mail options: reads what it shows and, if there
+// are changes, makes them and presses OK; else, and before any other dialog, presses Cancel.
+// Messages go unread.
+class MailLimitsDialog : public platform::Dialogs {
+  public:
+    explicit MailLimitsDialog(const std::optional<MailLimitChanges>& changes)
+        : m_changes(changes) {}
+
+    // What the dialog showed at first, if there was one.
+    const std::optional<MailLimits>& Shown() const { return m_shown; }
+
+    void ShowMessage(const std::string&, const std::string&, platform::MessageIcon) override {}
+    std::optional<std::string> OpenFile(const platform::OpenFileRequest&) override {
+        return std::nullopt;
+    }
+    int RunModal(const platform::DialogTemplate& dialog, platform::DialogLogic& logic) override {
+        if (dialog.id != kOptionsDialog) return kCancel;
+        UnseenView view;
+        logic.OnInit(view);
+        m_shown = Read(view);
+        if (m_changes) Make(*m_changes, view, logic);
+        logic.OnCommand(view, m_changes ? kOk : kCancel);
+        return view.Result();
+    }
+
+  private:
+    std::optional<MailLimitChanges> m_changes;
+    std::optional<MailLimits> m_shown;
+};
 
 std::string UpTo(bool limited, std::int32_t kilobytes) {
     return limited ? "up to " + std::to_string(kilobytes) + " KB" : "of any size";
@@ -24,30 +122,9 @@ std::string UpTo(bool limited, std::int32_t kilobytes) {
 
 }  // namespace
 
-DialogsShownBy::DialogsShownBy(platform::Dialogs* dialogs) : m_before(DialogProvider()) {
-    SetDialogProvider(dialogs);
-}
-
-DialogsShownBy::~DialogsShownBy() {
-    SetDialogProvider(m_before);
-}
-
-base::Result<std::string> MailSelection(const eudora::Setup& setup) {
-    const std::string choice = ChoiceFile(setup);
-    if (!platform::NativeFiles().Exists(choice)) return std::string();
-    auto kept = platform::ReadWhole(platform::NativeFiles(), choice, kLongestPath);
-    if (!kept) return kept.Error();
-    return platform::NativeSystem().files.Exists(*kept) ? *kept : std::string();
-}
-
-base::Status RememberMailSelection(const eudora::Setup& setup, const std::string& windowsPath) {
-    if (auto made = base::MakeOwnFolders(setup.memoryFolder); !made) return made;
-    return platform::WriteWhole(platform::NativeFiles(), ChoiceFile(setup), windowsPath);
-}
-
 base::Result<std::string> SelectMail(TranslatorSession& session, const eudora::Setup& setup,
                                      bool writesNothing) {
-    auto kept = MailSelection(setup);
+    auto kept = eudora::Chosen(setup, kChoice);
     if (!kept) return kept.Error();
     std::string selection = *kept, summary;
     // A file that does not exist stands for the usual settings, and the translator says so.
@@ -58,7 +135,7 @@ base::Result<std::string> SelectMail(TranslatorSession& session, const eudora::S
     auto selected = session.Select(selection, summary, false);
     if (!selected) return selected.Error();
     if (!kept->empty() || writesNothing) return selection;
-    if (auto remembered = RememberMailSelection(setup, selection); !remembered) {
+    if (auto remembered = eudora::Choose(setup, kChoice, selection); !remembered) {
         return remembered.Error();
     }
     return selection;

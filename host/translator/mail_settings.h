@@ -7,7 +7,6 @@
 #include "host/base/failure.h"
 #include "host/eudora/setup.h"
 #include "host/translator/translator_session.h"
-#include "platform/os/dialogs.h"
 
 namespace host::translator {
 
@@ -29,12 +28,6 @@ struct MailLimitChanges {
     std::optional<std::int32_t> ageDays, sizeKB, attachmentKB;
 };
 
-// The settings file of the mails of this Eudora: a Windows path, "" if none was made yet or it is
-// gone.
-base::Result<std::string> MailSelection(const eudora::Setup& setup);
-// Keeps the choice for the next runs on this Eudora.
-base::Status RememberMailSelection(const eudora::Setup& setup, const std::string& windowsPath);
-
 // Selects the settings of a session of kMailKind, which can be opened then. The first run on an
 // Eudora makes the settings file; with `writesNothing` it works on the usual settings instead.
 // Gives the selection, which SaveSettings wants.
@@ -49,17 +42,5 @@ base::Status ChangeMailLimits(TranslatorSession& session, const std::string& sel
 
 // "mails of the last 7 days, up to 32 KB, without attachments".
 std::string DescribeLimits(const MailLimits& limits);
-
-// The dialogs of the module appear here as long as this lives. Null is the system's own way.
-class DialogsShownBy {
-  public:
-    explicit DialogsShownBy(platform::Dialogs* dialogs);
-    ~DialogsShownBy();
-    DialogsShownBy(const DialogsShownBy&) = delete;
-    DialogsShownBy& operator=(const DialogsShownBy&) = delete;
-
-  private:
-    platform::Dialogs* m_before;
-};
 
 }  // namespace host::translator

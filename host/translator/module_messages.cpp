@@ -26,6 +26,14 @@ void Log(int, const char* format, ...) {
 
 }  // namespace
 
+DialogsShownBy::DialogsShownBy(platform::Dialogs* dialogs) : m_before(DialogProvider()) {
+    SetDialogProvider(dialogs);
+}
+
+DialogsShownBy::~DialogsShownBy() {
+    SetDialogProvider(m_before);
+}
+
 ModuleMessages::ModuleMessages() {
     g_pfnLog = Log;
 }

@@ -1,9 +1,23 @@
 #pragma once
 
-#include "host/translator/mail_settings.h"
+#include <optional>
+#include <string>
+
 #include "platform/os/dialogs.h"
 
 namespace host::translator {
+
+// The dialogs of the module appear here as long as this lives. Null is the system's own way.
+class DialogsShownBy {
+  public:
+    explicit DialogsShownBy(platform::Dialogs* dialogs);
+    ~DialogsShownBy();
+    DialogsShownBy(const DialogsShownBy&) = delete;
+    DialogsShownBy& operator=(const DialogsShownBy&) = delete;
+
+  private:
+    platform::Dialogs* m_before;
+};
 
 // What the module says by itself, its log and its message boxes, goes to standard error as long as
 // this lives. Every other dialog counts as cancelled, until a command shows one.

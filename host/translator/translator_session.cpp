@@ -1,6 +1,7 @@
 #include "host/translator/translator_session.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "frame/interface/host_records.h"
 #include "host/base/failure.h"
@@ -50,6 +51,19 @@ struct ShownValues {
     std::vector<const char*> cells;
 };
 
+// Empties one of the module's queues; UTF-8.
+std::vector<std::string> Taken(CRRecordTranslator& translator,
+                               RRETURNCODE (CRRecordTranslator::*first)(CString&),
+                               RRETURNCODE (CRRecordTranslator::*next)(CString&)) {
+    std::vector<std::string> messages;
+    CString message;
+    for (RRETURNCODE code = (translator.*first)(message); code == RRC_OK;
+         code = (translator.*next)(message)) {
+        messages.push_back(base::ToUtf8(message.Str()));
+    }
+    return messages;
+}
+
 base::Failure Unsuccessful(std::string what, const std::vector<std::string>& reasons) {
     what += " failed";
     const char* separator = ": ";
@@ -93,12 +107,6 @@ base::Result<TranslatorSession> TranslatorSession::OpenContacts(TranslatorHost& 
     return session;
 }
 
-unsigned long TranslatorSession::Properties() {
-    unsigned long properties = 0;
-    m_translator->GetAppProperties(&properties);
-    return properties;
-}
-
 base::Result<bool> TranslatorSession::Select(std::string& selection, std::string& summary,
                                              bool configure) {
     CString chosen(selection), text;
@@ -133,22 +141,6 @@ base::Status TranslatorSession::Close() {
     return StatusOf(m_translator->Close(0), "closing");
 }
 
-base::Result<std::vector<FieldInfo>> TranslatorSession::Fields() {
-    std::vector<FieldInfo> fields;
-    CString id, name;
-    FieldInfo field;
-    RRETURNCODE code =
-        m_translator->GetFirstFieldInfo(id, name, &field.type, &field.tag, &field.ordinal);
-    while (code == RRC_OK) {
-        field.id = id.Str();
-        field.name = name.Str();
-        fields.push_back(field);
-        code = m_translator->GetNextFieldInfo(id, name, &field.type, &field.tag, &field.ordinal);
-    }
-    if (code != RRC_NONE) return Explain("reading the field list");
-    return fields;
-}
-
 base::Result<bool> TranslatorSession::MoveFirst() {
     return Found(m_translator->MoveFirst(), RRC_EOF, "going to the first record");
 }
@@ -173,32 +165,37 @@ base::Result<std::string> TranslatorSession::ModifiedInfo() {
     return info.Str();
 }
 
+base::Status TranslatorSession::GetCell(const std::string& fieldId, unsigned long type,
+                                        void* cell) {
+    if (m_translator->GetField(fieldId.c_str(), &type, cell) == RRC_OK) return {};
+    return Explain("reading field " + fieldId);
+}
+
+base::Status TranslatorSession::SetCell(const std::string& fieldId, unsigned long type,
+                                        void* cell) {
+    return StatusOf(m_translator->SetField(fieldId.c_str(), &type, cell),
+                    "setting field " + fieldId);
+}
+
 base::Result<std::optional<std::string>> TranslatorSession::Text(const std::string& fieldId) {
     char* cell = nullptr;
-    unsigned long type = kTextType;
-    const RRETURNCODE code = m_translator->GetField(fieldId.c_str(), &type, &cell);
+    const auto got = GetCell(fieldId, kTextType, &cell);
     std::optional<std::string> text;
     if (cell != nullptr) text = cell;
     FreeVornString(cell);
-    if (code != RRC_OK) return Explain("reading field " + fieldId);
+    if (!got) return got.Error();
     return text;
 }
 
 base::Result<std::int32_t> TranslatorSession::Number(const std::string& fieldId) {
     std::int32_t cell = 0;
-    unsigned long type = kNumberType;
-    if (m_translator->GetField(fieldId.c_str(), &type, &cell) != RRC_OK) {
-        return Explain("reading field " + fieldId);
-    }
+    if (auto got = GetCell(fieldId, kNumberType, &cell); !got) return got.Error();
     return cell;
 }
 
 base::Result<std::optional<double>> TranslatorSession::Date(const std::string& fieldId) {
     double cell = kNoDate;
-    unsigned long type = kDateType;
-    if (m_translator->GetField(fieldId.c_str(), &type, &cell) != RRC_OK) {
-        return Explain("reading field " + fieldId);
-    }
+    if (auto got = GetCell(fieldId, kDateType, &cell); !got) return got.Error();
     return cell == kNoDate ? std::optional<double>() : cell;
 }
 
@@ -210,7 +207,9 @@ base::Result<Verdict> TranslatorSession::Check(const std::vector<TextValue>& val
     const RRETURNCODE code = m_translator->IsOkToSetRecord(0, &ShownValues::Show, &shown, &ok);
     verdict.ok = code == RRC_OK || code == RRC_WARNING;
     verdict.messages = TakeErrors();
-    for (std::string& warning : TakeWarnings()) verdict.messages.push_back(std::move(warning));
+    auto warnings = Taken(*m_translator, &CRRecordTranslator::GetFirstWarningMessage,
+                          &CRRecordTranslator::GetNextWarningMessage);
+    std::ranges::move(warnings, std::back_inserter(verdict.messages));
     return verdict;
 }
 
@@ -224,30 +223,18 @@ base::Status TranslatorSession::BeginEdit(const std::string& id) {
 
 base::Status TranslatorSession::SetText(const std::string& fieldId, const std::string& text) {
     const char* cell = text.c_str();
-    unsigned long type = kTextType;
-    return StatusOf(m_translator->SetField(fieldId.c_str(), &type, &cell),
-                    "setting field " + fieldId);
+    return SetCell(fieldId, kTextType, &cell);
 }
 
 base::Status TranslatorSession::SetNumber(const std::string& fieldId, std::int32_t number) {
-    unsigned long type = kNumberType;
-    return StatusOf(m_translator->SetField(fieldId.c_str(), &type, &number),
-                    "setting field " + fieldId);
+    return SetCell(fieldId, kNumberType, &number);
 }
 
 base::Status TranslatorSession::SetDate(const std::string& fieldId, double date) {
-    unsigned long type = kDateType;
-    return StatusOf(m_translator->SetField(fieldId.c_str(), &type, &date),
-                    "setting field " + fieldId);
+    return SetCell(fieldId, kDateType, &date);
 }
 
-base::Result<std::string> TranslatorSession::Store() {
-    auto stored = StoreWithMarker();
-    if (!stored) return stored.Error();
-    return std::move(stored->id);
-}
-
-base::Result<BatchReport::Stored> TranslatorSession::StoreWithMarker() {
+base::Result<BatchReport::Stored> TranslatorSession::Store() {
     CString id, info;
     if (m_translator->UpdateRecord(id, info) != RRC_OK) return Explain("storing a record");
     return BatchReport::Stored{id.Str(), info.Str()};
@@ -264,23 +251,8 @@ base::Result<BatchReport> TranslatorSession::BatchUpdate() {
 }
 
 std::vector<std::string> TranslatorSession::TakeErrors() {
-    std::vector<std::string> messages;
-    CString message;
-    for (RRETURNCODE code = m_translator->GetFirstErrorMessage(message); code == RRC_OK;
-         code = m_translator->GetNextErrorMessage(message)) {
-        messages.push_back(base::ToUtf8(message.Str()));
-    }
-    return messages;
-}
-
-std::vector<std::string> TranslatorSession::TakeWarnings() {
-    std::vector<std::string> messages;
-    CString message;
-    for (RRETURNCODE code = m_translator->GetFirstWarningMessage(message); code == RRC_OK;
-         code = m_translator->GetNextWarningMessage(message)) {
-        messages.push_back(base::ToUtf8(message.Str()));
-    }
-    return messages;
+    return Taken(*m_translator, &CRRecordTranslator::GetFirstErrorMessage,
+                 &CRRecordTranslator::GetNextErrorMessage);
 }
 
 base::Failure TranslatorSession::Explain(std::string_view what) {

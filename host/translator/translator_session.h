@@ -17,14 +17,6 @@ namespace host::translator {
 inline constexpr unsigned long kContactsKind = 1;
 inline constexpr unsigned long kMailKind = 20;
 
-struct FieldInfo {
-    std::string id;
-    std::string name;
-    unsigned long type = 0;  // 1 integer, 3 bool, 4 text, 5 to 7 date
-    unsigned long tag = 0;
-    unsigned short ordinal = 0;
-};
-
 // What BatchUpdate told its sink, in the order in which it was told.
 struct BatchReport {
     struct Stored {
@@ -66,7 +58,6 @@ class TranslatorSession {
     TranslatorSession& operator=(TranslatorSession&&) = delete;
     ~TranslatorSession();
 
-    unsigned long Properties();
     // Chooses the store: `selection` is empty for the default, and comes back as what was chosen.
     // With `configure` the module shows its dialog. False if the user cancelled it.
     base::Result<bool> Select(std::string& selection, std::string& summary, bool configure);
@@ -75,8 +66,6 @@ class TranslatorSession {
     // be seen is not all that the store holds.
     base::Status Open();
     base::Status Close();
-
-    base::Result<std::vector<FieldInfo>> Fields();
 
     // Walking: true on a record, false behind the last one.
     base::Result<bool> MoveFirst();
@@ -100,23 +89,22 @@ class TranslatorSession {
     base::Status SetText(const std::string& fieldId, const std::string& text);
     base::Status SetNumber(const std::string& fieldId, std::int32_t number);
     base::Status SetDate(const std::string& fieldId, double date);  // OLE automation date
-    // The id that the stored record has; it can differ from what the values say.
-    base::Result<std::string> Store();
-    base::Result<BatchReport::Stored> StoreWithMarker();
+    // The id can differ from what the values say.
+    base::Result<BatchReport::Stored> Store();
     base::Status Delete(const std::string& id);
     // Writes the collected changes into Eudora's files.
     base::Result<BatchReport> BatchUpdate();
 
-    // Empties the module's queues; UTF-8.
-    std::vector<std::string> TakeErrors();
-    std::vector<std::string> TakeWarnings();
-
   private:
     TranslatorSession(std::unique_ptr<CRRecordTranslator> translator, CEudoraTransUtil* util,
                       unsigned long kind);
+    // Empties the module's queue of errors; UTF-8.
+    std::vector<std::string> TakeErrors();
     base::Failure Explain(std::string_view what);
     base::Status StatusOf(RRETURNCODE code, std::string_view what);
     base::Result<bool> Found(RRETURNCODE code, RRETURNCODE none, std::string_view what);
+    base::Status GetCell(const std::string& fieldId, unsigned long type, void* cell);
+    base::Status SetCell(const std::string& fieldId, unsigned long type, void* cell);
 
     std::unique_ptr<HostContext> m_context;
     std::unique_ptr<CRRecordTranslator> m_translator;

@@ -1,14 +1,37 @@
-#include "host/dialogs/screen_text.h"
+#include "host/dialogs/screen.h"
+
+#include <newt.h>
 
 #include <algorithm>
 #include <array>
 #include <climits>
+#include <clocale>
 #include <cwchar>
 
 #include "host/base/terminal_text.h"
 #include "text/utf.h"
 
 namespace host::dialogs {
+
+namespace {
+
+int g_depth = 0;
+
+}  // namespace
+
+NewtScreen::NewtScreen() {
+    if (g_depth++ > 0) return;
+    std::setlocale(LC_CTYPE, "");
+    newtInit();
+    newtCls();
+    newtPushHelpLine("Tab moves, Enter chooses, F12 or Esc leaves");
+}
+
+NewtScreen::~NewtScreen() {
+    if (--g_depth > 0) return;
+    newtPopHelpLine();
+    newtFinished();
+}
 
 std::string ForScreen(std::string_view utf8) {
     const std::string shown = base::OneLine(utf8);

@@ -5,6 +5,16 @@
 
 namespace host::dialogs {
 
+// The terminal in newt's hands. Screens nest: the outermost one takes the terminal and gives it
+// back.
+class NewtScreen {
+  public:
+    NewtScreen();
+    ~NewtScreen();
+    NewtScreen(const NewtScreen&) = delete;
+    NewtScreen& operator=(const NewtScreen&) = delete;
+};
+
 // UTF-8 in the locale's encoding, with "?" for a character that it lacks.
 std::string ForScreen(std::string_view utf8);
 
