@@ -42,12 +42,11 @@ std::string Replaced(std::string_view text, std::string_view kept, Append append
 
 // An ASCII control character has a picture: U+2400 and its number, U+2421 for the last one.
 void AppendShown(std::string& out, char32_t character) {
-    if (character > 0x7F) {
-        out += "\xEF\xBF\xBD";  // U+FFFD
-    } else {
-        out += "\xE2\x90";
-        out += static_cast<char>(character == 0x7F ? 0xA1 : 0x80 + character);
-    }
+    constexpr char32_t kUnknown = 0xFFFD, kPictures = 0x2400, kLastPicture = 0x2421;
+    text::AppendUtf8(character > 0x7F    ? kUnknown
+                     : character == 0x7F ? kLastPicture
+                                         : kPictures + character,
+                     out);
 }
 
 void AppendEscape(std::string& out, char32_t character) {

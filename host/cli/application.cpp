@@ -39,28 +39,23 @@ struct Request {
     MailLimitTexts limits;
 };
 
+template <class Wanted>
+void AddTextOptions(CLI::App& app, Options& options, const Wanted& wanted) {
+    for (const TextOption& one : TextOptions(options)) {
+        if (wanted(one.kind)) app.add_option("--" + one.name, one.value, one.help);
+    }
+}
+
 void AddCommonOptions(CLI::App& app, Options& options) {
     // A leading slash begins a path, on Windows too.
     app.allow_windows_style_options(false);
-    auto& setup = options.setup;
-    auto* const eudora = app.add_option("--eudora", setup.eudora, "a bare Eudora folder");
-    app.add_option("--wine-prefix", setup.winePrefix,
-                   "the Wine prefix that Eudora is installed in (else WINEPREFIX, else ~/.wine)")
-        ->excludes(eudora);
-    app.add_option("--contacts", options.contacts, "the folder of vCards");
-    app.add_option("--maildir", options.maildir, "the Maildir");
-    app.add_option("--nickname-file", setup.nicknameFile,
-                   "the nickname file to work on (else the one chosen with configure)");
-    app.add_option("--state", options.state, "the file that remembers the last run");
-    app.add_option("--config", options.config,
-                   "the configuration file (else ~/.config/kvsync/config.toml)");
-    app.add_option("--settings", setup.settings, "the folder of the translators' settings files");
-    app.add_option("--language", setup.language,
-                   "language of the translator: EN DE FR ES IT PT JP");
-    app.add_option("--code-page", setup.codePage,
+    AddTextOptions(app, options,
+                   [](TextOption::Kind kind) { return kind != TextOption::kWordOfSync; });
+    app.get_option("--wine-prefix")->excludes(app.get_option("--eudora"));
+    app.add_option("--code-page", options.setup.codePage,
                    "code page of a bare Eudora folder: 1252 (the default), 932, ...")
         ->check(CLI::Range(1, 65535));
-    app.add_flag("--follow-links", setup.followLinks,
+    app.add_flag("--follow-links", options.setup.followLinks,
                  "write where links in the Eudora folder lead, also out of it");
     app.add_flag("--json", options.json, "print JSON");
     app.add_flag("--quiet", options.quiet, "print no more than has to be said");
@@ -90,13 +85,9 @@ void AddSync(CLI::App& app, Request& request) {
     AddWhat(sync, request, false);
     sync->add_flag("--dry-run", request.options.setup.writesNothing,
                    "print the plan and write nothing anywhere");
-    sync->add_option("--prefer", request.options.prefer,
-                     "who wins where both sides changed: eudora, folder, newer, both (the default "
-                     "keeps both; of mails: what was read on one side is read)")
-        ->check(CLI::IsMember({"eudora", "folder", "newer", "both"}));
-    sync->add_option("--max-delete", request.options.maxDelete,
-                     "stop before the first change if more would be deleted: N or N% (default: "
-                     "the larger of 10 and 25%)");
+    AddTextOptions(*sync, request.options,
+                   [](TextOption::Kind kind) { return kind == TextOption::kWordOfSync; });
+    sync->get_option("--prefer")->check(CLI::IsMember({"eudora", "folder", "newer", "both"}));
 }
 
 void AddReading(CLI::App& app, Request& request) {
@@ -185,19 +176,11 @@ void AddRest(CLI::App& app, Request& request) {
 }
 
 // What the values of the command line and of the configuration file have in common.
-std::string CheckValues(const Options& options) {
+std::string CheckValues(Options& options) {
     // An empty path would stand for the current folder.
-    const std::pair<const char*, const std::optional<std::string>*> paths[] = {
-        {"eudora", &options.setup.eudora},
-        {"wine-prefix", &options.setup.winePrefix},
-        {"contacts", &options.contacts},
-        {"maildir", &options.maildir},
-        {"state", &options.state},
-        {"config", &options.config},
-        {"settings", &options.setup.settings},
-        {"nickname-file", &options.setup.nicknameFile}};
-    for (const auto& [name, path] : paths) {
-        if (*path && (*path)->empty()) return std::string(name) + ' ' + kEmpty;
+    for (const auto& [name, kind, value, help] : TextOptions(options)) {
+        const bool isPath = kind == TextOption::kPath || kind == TextOption::kPathOfCommandLine;
+        if (isPath && value && value->empty()) return name + ' ' + kEmpty;
     }
     if (options.prefer && !sync::ParsePrefer(*options.prefer)) {
         return "prefer is eudora, folder, newer or both, not " + *options.prefer;

@@ -16,11 +16,6 @@ namespace {
 
 constexpr std::uint64_t kLargestConfiguration = 1 << 20;
 
-struct TextKey {
-    std::string_view name;
-    std::optional<std::string>& target;
-};
-
 std::string DefaultPath() {
     if (auto folder = platform::Environment("XDG_CONFIG_HOME")) {
         return *folder + "/kvsync/config.toml";
@@ -34,6 +29,12 @@ std::string DefaultPath() {
 std::string Expanded(const std::string& path) {
     const auto home = platform::Environment("HOME");
     return home && path.starts_with("~/") ? *home + path.substr(1) : path;
+}
+
+std::string KeyOf(const TextOption& option) {
+    std::string key = option.name;
+    std::ranges::replace(key, '-', '_');
+    return key;
 }
 
 base::Failure Unusable(const std::string& path, const std::string& why) {
@@ -50,31 +51,23 @@ base::Status ReadCodePage(const std::string& path, const toml::node& node, Optio
 }
 
 base::Status Apply(const std::string& path, const toml::table& table, Options& options) {
-    auto& setup = options.setup;
     // What the command line says about the place replaces both keys.
-    const bool hasPlace = setup.eudora || setup.winePrefix;
-    std::optional<std::string> eudora, winePrefix;
-    const TextKey keys[] = {{"eudora", hasPlace ? eudora : setup.eudora},
-                            {"wine_prefix", hasPlace ? winePrefix : setup.winePrefix},
-                            {"contacts", options.contacts},
-                            {"maildir", options.maildir},
-                            {"state", options.state},
-                            {"nickname_file", setup.nicknameFile},
-                            {"settings", setup.settings},
-                            {"language", setup.language},
-                            {"prefer", options.prefer},
-                            {"max_delete", options.maxDelete}};
+    const bool hasPlace = options.setup.eudora || options.setup.winePrefix;
+    auto known = TextOptions(options);
     for (const auto& [key, node] : table) {
-        const std::string name(key.str());
+        std::string name(key.str());
         if (name == "code_page") {
             if (auto read = ReadCodePage(path, node, options); !read) return read;
             continue;
         }
-        const auto* known = std::ranges::find(keys, name, &TextKey::name);
-        if (known == std::end(keys)) return Unusable(path, "unknown key " + name);
+        const auto option = std::ranges::find(known, name, &KeyOf);
+        if (option == known.end() || option->kind == TextOption::kPathOfCommandLine) {
+            return Unusable(path, "unknown key " + name);
+        }
         const auto text = node.value_exact<std::string>();
         if (!text) return Unusable(path, name + " must be a text in quotes");
-        if (!known->target) known->target = Expanded(*text);
+        const bool isPlace = name == "eudora" || name == "wine_prefix";
+        if (!option->value && !(isPlace && hasPlace)) option->value = Expanded(*text);
     }
     return {};
 }
@@ -96,6 +89,29 @@ base::Status ReadFile(Options& options) {
 }
 
 }  // namespace
+
+std::vector<TextOption> TextOptions(Options& options) {
+    using enum TextOption::Kind;
+    auto& setup = options.setup;
+    return {{"eudora", kPath, setup.eudora, "a bare Eudora folder"},
+            {"wine-prefix", kPath, setup.winePrefix,
+             "the Wine prefix that Eudora is installed in (else WINEPREFIX, else ~/.wine)"},
+            {"contacts", kPath, options.contacts, "the folder of vCards"},
+            {"maildir", kPath, options.maildir, "the Maildir"},
+            {"nickname-file", kPath, setup.nicknameFile,
+             "the nickname file to work on (else the one chosen with configure)"},
+            {"state", kPath, options.state, "the file that remembers the last run"},
+            {"config", kPathOfCommandLine, options.config,
+             "the configuration file (else ~/.config/kvsync/config.toml)"},
+            {"settings", kPath, setup.settings, "the folder of the translators' settings files"},
+            {"language", kWord, setup.language, "language of the translator: EN DE FR ES IT PT JP"},
+            {"prefer", kWordOfSync, options.prefer,
+             "who wins where both sides changed: eudora, folder, newer, both (the default "
+             "keeps both; of mails: what was read on one side is read)"},
+            {"max-delete", kWordOfSync, options.maxDelete,
+             "stop before the first change if more would be deleted: N or N% (default: "
+             "the larger of 10 and 25%)"}};
+}
 
 base::Status ReadConfiguration(Options& options) {
     if (auto read = ReadFile(options); !read) return read;

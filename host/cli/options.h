@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "host/base/failure.h"
 #include "host/eudora/setup.h"
@@ -21,6 +22,19 @@ struct Options {
     bool quiet = false;
     bool verbose = false;
 };
+
+// One of the options that are texts: --name on the command line, and in the configuration file the
+// key of that name with _ for -.
+struct TextOption {
+    // A path; one that stands in no file; a word; one that `sync` alone takes.
+    enum Kind { kPath, kPathOfCommandLine, kWord, kWordOfSync };
+
+    std::string name;
+    Kind kind;
+    std::optional<std::string>& value;
+    const char* help;
+};
+std::vector<TextOption> TextOptions(Options& options);
 
 // Fills what the command line left open from the configuration file: the one that --config names,
 // which must exist, else kvsync/config.toml in $XDG_CONFIG_HOME, %APPDATA% or ~/.config if there

@@ -37,9 +37,10 @@ base::Result<std::string> NamedFile(const std::string& named, const Setup& setup
     const std::string path = WithoutLinks(named);
     if (!base::UsesWindowsPaths() && !setup.prefix.Path().empty()) {
         // Inside the bare folder the drive's own link leads to it.
-        auto rest = Below(base::ToPath(setup.eudoraShown), base::ToPath(path)).value_or("");
-        std::ranges::replace(rest, '/', '\\');
-        if (!rest.empty()) return setup.eudoraFolder + "\\" + base::FromUtf8(rest);
+        if (auto rest = Below(base::ToPath(setup.eudoraShown), base::ToPath(path))) {
+            std::ranges::replace(*rest, '/', '\\');
+            return setup.eudoraFolder + "\\" + base::FromUtf8(*rest);
+        }
     }
     if (auto windows = platform::WindowsPathOf(path)) return *windows;
     return base::Refused("the nickname file " + named + " lies outside the Eudora in use",
