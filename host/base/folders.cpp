@@ -24,4 +24,18 @@ base::Status MakeOwnFolders(const std::string& folder) {
     return Refused(folder + " cannot be made: " + made.Error().Message(), kMakeWritable);
 }
 
+base::Status CheckFolder(const std::string& folder, const std::string& what) {
+    const auto info = platform::NativeFiles().Stat(folder);
+    if (!info) {
+        return Refused(what + " " + folder + " does not exist or cannot be reached",
+                       "check the path");
+    }
+    if (!info->isFolder) return Refused(what + " " + folder + " is no folder", "check the path");
+    if (!platform::NativeFiles().List(folder, "*")) {
+        return Refused(what + " " + folder + " cannot be read",
+                       "give yourself read permission (chmod u+rx)");
+    }
+    return {};
+}
+
 }  // namespace host::base

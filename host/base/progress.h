@@ -14,17 +14,12 @@ class Progress {
     Progress(platform::Clock& clock, std::function<void(const std::string&)> show)
         : m_clock(clock), m_show(std::move(show)), m_next(clock.Now() + std::chrono::seconds(1)) {}
 
-    void Step(const char* what, std::size_t done, std::size_t total) {
+    // `total` is 0 where nobody knows how many there are.
+    void Step(const char* what, std::size_t done, std::size_t total = 0) {
         if (!m_show || m_clock.Now() < m_next) return;
         m_next = m_clock.Now() + std::chrono::milliseconds(200);
-        m_show(std::string(what) + ' ' + std::to_string(done) + " of " + std::to_string(total));
-    }
-
-    // Where nobody knows how many there are.
-    void Step(const char* what, std::size_t done) {
-        if (!m_show || m_clock.Now() < m_next) return;
-        m_next = m_clock.Now() + std::chrono::milliseconds(200);
-        m_show(std::string(what) + ' ' + std::to_string(done));
+        const std::string of = total > 0 ? " of " + std::to_string(total) : "";
+        m_show(std::string(what) + ' ' + std::to_string(done) + of);
     }
 
   private:

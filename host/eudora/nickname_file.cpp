@@ -35,7 +35,7 @@ base::Result<std::string> NamedFile(const std::string& named, const Setup& setup
         return base::Refused("the nickname file " + named + " does not exist", "check the path");
     }
     const std::string path = WithoutLinks(named);
-    if (!base::UsesWindowsPaths() && !setup.prefix.Path().empty()) {
+    if (!setup.machine.privatePrefix.empty()) {
         // Inside the bare folder the drive's own link leads to it.
         if (auto rest = Below(base::ToPath(setup.eudoraShown), base::ToPath(path))) {
             std::ranges::replace(*rest, '/', '\\');

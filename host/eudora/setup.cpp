@@ -1,16 +1,10 @@
 #include "host/eudora/setup.h"
 
-#include <array>
-#include <cstdint>
-#include <cstdio>
 #include <filesystem>
-#include <sstream>
-#include <vector>
 
 #include "host/base/failure.h"
 #include "host/base/folders.h"
 #include "host/base/native_path.h"
-#include "host/eudora/shadow_folder.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
 #include "text/path.h"
@@ -20,93 +14,6 @@ namespace host::eudora {
 namespace fs = std::filesystem;
 
 namespace {
-
-// FNV-1a: a short name for a folder, the same in every run.
-std::string KeyOf(const std::string& text) {
-    std::uint64_t sum = 0xcbf29ce484222325u;
-    for (const char letter : text) {
-        sum = (sum ^ static_cast<unsigned char>(letter)) * 0x100000001b3u;
-    }
-    std::array<char, 17> hex{};
-    std::snprintf(hex.data(), hex.size(), "%016llx", static_cast<unsigned long long>(sum));
-    return hex.data();
-}
-
-base::Status CheckFolder(const std::string& folder, const std::string& what) {
-    const auto info = platform::NativeFiles().Stat(folder);
-    if (!info) {
-        return base::Refused(what + " " + folder + " does not exist or cannot be reached",
-                             "check the path");
-    }
-    if (!info->isFolder)
-        return base::Refused(what + " " + folder + " is no folder", "check the path");
-    if (!platform::NativeFiles().List(folder, "*")) {
-        return base::Refused(what + " " + folder + " cannot be read",
-                             "give yourself read permission (chmod u+rx)");
-    }
-    return {};
-}
-
-// A new one for each run, since what exists already may be anybody's.
-base::Result<std::string> TemporaryPrefix() {
-    const auto folder = platform::NativeFiles().TempFolder();
-    if (!folder) return folder.Error();
-    return platform::NativeFiles().CreateTempFolder(*folder, "kvsync-");
-}
-
-base::Status UseBareFolder(const SetupOptions& options, Setup& setup) {
-    if (auto checked = CheckFolder(*options.eudora, "the Eudora folder"); !checked) return checked;
-    const std::string folder = WithoutLinks(*options.eudora);
-    setup.memoryKey = KeyOf(folder);
-    setup.eudoraShown = folder;
-    const std::string kept = base::FromPath(base::ToPath(setup.stateFolder) / "prefixes" /
-                                            base::ToPath(setup.memoryKey));
-    const auto place = options.writesNothing ? TemporaryPrefix() : kept;
-    if (!place) return place.Error();
-    auto prefix = PrivatePrefix::Make(*place, folder, options.codePage.value_or(kUsualCodePage),
-                                      options.writesNothing);
-    if (!prefix) return prefix.Error();
-    if (options.writesNothing) {
-        // It is to see what the next real run will see.
-        std::error_code ignored;
-        fs::copy(base::ToPath(kept) / "drive_c" / "kvsync",
-                 base::ToPath(prefix->Path()) / "drive_c" / "kvsync",
-                 fs::copy_options::recursive | fs::copy_options::overwrite_existing, ignored);
-        const fs::path folderLink = base::ToPath(prefix->Path()) / "drive_c" / "Eudora";
-        if (auto made = ShadowFolder(base::FromPath(folderLink), {}); !made) return made;
-    }
-    setup.prefix = std::move(*prefix);
-    setup.init.settingsDir = PrivatePrefix::kSettingsFolder;
-    return platform::SetEnvironment("WINEPREFIX", setup.prefix.Path());
-}
-
-base::Status UsePrefix(const SetupOptions& options, Setup& setup) {
-    std::string prefix;
-    if (options.winePrefix) {
-        prefix = WithoutLinks(*options.winePrefix);
-    } else if (auto set = platform::Environment("WINEPREFIX")) {
-        prefix = *set;
-    } else {
-        prefix = platform::Environment("HOME").value_or("") + "/.wine";
-    }
-    const fs::path root = base::ToPath(prefix);
-    std::error_code ignored;
-    if (!fs::is_regular_file(root / "system.reg", ignored) ||
-        !fs::is_directory(root / "dosdevices", ignored)) {
-        return base::Refused(
-            prefix + " is no Wine prefix",
-            "name one with --wine-prefix DIR, or Eudora's own folder with --eudora DIR");
-    }
-    setup.memoryKey = KeyOf(prefix);
-    setup.eudoraShown = "the Wine prefix " + prefix;
-    if (!options.writesNothing) return platform::SetEnvironment("WINEPREFIX", prefix);
-    const auto place = TemporaryPrefix();
-    if (!place) return place.Error();
-    auto shadow = PrivatePrefix::Shadow(*place, WithoutLinks(prefix));
-    if (!shadow) return shadow.Error();
-    setup.prefix = *std::move(shadow);
-    return platform::SetEnvironment("WINEPREFIX", setup.prefix.Path());
-}
 
 // Where the registry says that Eudora is. A folder named by hand must be that one.
 base::Status FindFolder(const SetupOptions& options, Setup& setup) {
@@ -150,26 +57,14 @@ base::Status FindFolder(const SetupOptions& options, Setup& setup) {
     return {};
 }
 
-// The translator makes what is missing in Eudora's folder: beside it, when nothing may be written.
-base::Status ShadowEudora(const Setup& setup) {
-    const std::string folder = base::ToUtf8(setup.eudoraFolder);
-    if (folder.size() < 3 || folder[1] != ':') return {};
-    const char letter = static_cast<char>(folder[0] | 0x20);
-    std::vector<std::string> names;
-    std::istringstream rest(folder.substr(3));
-    for (std::string name; std::getline(rest, name, '\\');) {
-        if (!name.empty()) names.push_back(name);
-    }
-    return ShadowFolder(setup.prefix.Path() + "/dosdevices/" + letter + ":", names);
-}
-
 base::Status ChooseSettingsFolder(const SetupOptions& options, Setup& setup) {
     if (!options.settings && !setup.init.settingsDir.empty()) return {};
     const std::string folder = options.settings
                                    ? WithoutLinks(*options.settings)
                                    : base::FromPath(base::ToPath(setup.memoryFolder) / "settings");
     if (options.settings) {
-        if (auto checked = CheckFolder(folder, "the settings folder"); !checked) return checked;
+        if (auto checked = base::CheckFolder(folder, "the settings folder"); !checked)
+            return checked;
     } else if (!options.writesNothing) {
         if (auto made = base::MakeOwnFolders(folder); !made) return made;
     }
@@ -217,18 +112,21 @@ base::Result<Setup> Prepare(const SetupOptions& options) {
         fs::permissions(base::ToPath(*state), fs::perms::owner_all, none);
     }
     setup.init.language = options.language.value_or("EN");
-    if (!base::UsesWindowsPaths()) {
-        const auto used =
-            options.eudora ? UseBareFolder(options, setup) : UsePrefix(options, setup);
-        if (!used) return used.Error();
-    } else if (options.eudora) {
-        if (auto checked = CheckFolder(*options.eudora, "the Eudora folder"); !checked) {
+    auto machine = UseMachine(options, *state);
+    if (!machine) return machine.Error();
+    if (base::UsesWindowsPaths() && options.eudora) {
+        if (auto checked = base::CheckFolder(*options.eudora, "the Eudora folder"); !checked) {
             return checked.Error();
         }
     }
+    setup.machine = *std::move(machine);
+    setup.eudoraShown = setup.machine.shown;
+    setup.memoryKey = setup.machine.key;
+    setup.init.settingsDir = setup.machine.settingsDir;
     if (auto found = FindFolder(options, setup); !found) return found.Error();
     if (options.writesNothing && !base::UsesWindowsPaths() && !options.eudora) {
-        if (auto made = ShadowEudora(setup); !made) return made.Error();
+        const auto made = ShadowEudora(setup.machine, base::ToUtf8(setup.eudoraFolder));
+        if (!made) return made.Error();
     }
     setup.memoryFolder =
         base::FromPath(base::ToPath(setup.stateFolder) / "eudora" / base::ToPath(setup.memoryKey));

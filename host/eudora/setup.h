@@ -4,7 +4,7 @@
 #include <string>
 
 #include "host/base/failure.h"
-#include "host/eudora/private_prefix.h"
+#include "host/eudora/machine.h"
 
 namespace host::eudora {
 
@@ -42,7 +42,7 @@ struct Setup {
     std::string stateFolder;   // native; kvsync's own folder
     std::string memoryKey;     // the same for each run on this Eudora, different for another
     std::string memoryFolder;  // native; what kvsync remembers of this Eudora alone
-    PrivatePrefix prefix;      // empty unless the folder is a bare one
+    Machine machine;
 };
 
 // Finds Eudora, points this process at its machine (at the first call; NativeSystem must not have

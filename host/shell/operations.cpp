@@ -1,13 +1,15 @@
 #include "host/shell/operations.h"
 
+#include <array>
+#include <iterator>
 #include <limits>
 #include <list>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 
 #include "host/shell/cell.h"
 #include "host/shell/filters.h"
-#include "host/shell/reserved_operations.h"
 #include "host/translator/batch_sink.h"
 
 namespace host::shell {
@@ -263,19 +265,52 @@ void BatchUpdate(Call& call) {
     for (const auto& id : sink.report.deleted) call.answer["deleted"].push_back(JsonOf(id));
 }
 
+constexpr std::size_t kMostWords = 5;
+using Words = std::array<RWORD, kMostWords>;
+
+template <class Owner, class... Word, std::size_t... index>
+RRETURNCODE Apply(T& translator, RRETURNCODE (Owner::*operation)(Word...), const Words& words,
+                  std::index_sequence<index...>) {
+    return (translator.*operation)(words[index]...);
+}
+
+template <class Owner, class... Word>
+RRETURNCODE Apply(T& translator, RRETURNCODE (Owner::*operation)(Word...), const Words& words) {
+    return Apply(translator, operation, words, std::index_sequence_for<Word...>{});
+}
+
+template <auto operation>
+RRETURNCODE Pass(T& translator, const Words& words) {
+    return Apply(translator, operation, words);
+}
+
+using Caller = RRETURNCODE (*)(T&, const Words&);
+
+// The reserved operations, from number 1 on; each takes as many of the words as it has.
+constexpr Caller kReserved[] = {
+    Pass<&T::ReservedOp1>,  Pass<&T::ReservedOp2>,  Pass<&T::ReservedOp3>,  Pass<&T::ReservedOp4>,
+    Pass<&T::ReservedOp5>,  Pass<&T::ReservedOp6>,  Pass<&T::ReservedOp7>,  Pass<&T::ReservedOp8>,
+    Pass<&T::ReservedOp9>,  Pass<&T::ReservedOp10>, Pass<&T::ReservedOp11>, Pass<&T::ReservedOp12>,
+    Pass<&T::ReservedOp13>, Pass<&T::ReservedOp14>, Pass<&T::ReservedOp15>, Pass<&T::ReservedOp16>,
+    Pass<&T::ReservedOp17>, Pass<&T::ReservedOp18>, Pass<&T::ReservedOp19>, Pass<&T::ReservedOp20>,
+    Pass<&T::ReservedOp21>, Pass<&T::ReservedOp22>, Pass<&T::ReservedOp23>, Pass<&T::ReservedOp24>,
+    Pass<&T::ReservedOp25>, Pass<&T::ReservedOp26>, Pass<&T::ReservedOp27>, Pass<&T::ReservedOp28>,
+    Pass<&T::ReservedOp29>, Pass<&T::ReservedOp30>, Pass<&T::ReservedOp31>, Pass<&T::ReservedOp32>,
+    Pass<&T::ReservedOp33>};
+
 void Reserved(Call& call) {
     const long number = call.arguments.Number(0, 0);
-    std::array<RWORD, kMostReservedWords> words{};
+    Words words{};
     for (std::size_t i = 0; i < words.size(); ++i) {
         words[i] = static_cast<RWORD>(call.arguments.Number(i + 1, 0));
     }
     (void)call.arguments.EndAt(1 + words.size());
-    if (number < 1 || number > static_cast<long>(kReservedOperations)) {
-        call.arguments.Complain("a number from 1 to " + std::to_string(kReservedOperations) +
-                                " is needed");
+    constexpr long kLast = std::size(kReserved);
+    if (number < 1 || number > kLast) {
+        call.arguments.Complain("a number from 1 to " + std::to_string(kLast) + " is needed");
     }
     if (call.arguments.Failed()) return;
-    call.answer["code"] = CallReserved(call.Translator(), static_cast<std::size_t>(number), words);
+    call.answer["code"] = kReserved[number - 1](call.Translator(), words);
 }
 
 using translator::TranslatorHost;
