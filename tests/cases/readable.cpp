@@ -4,6 +4,7 @@
 #include <array>
 #include <cctype>
 #include <cstdio>
+#include <ctime>
 #include <regex>
 
 #include <nlohmann/json.hpp>
@@ -87,12 +88,20 @@ std::vector<std::string> Words(std::string_view line) {
 }
 
 std::string WithMarks(const std::string& line) {
+    static const std::regex kToday = [] {
+        const std::time_t now = std::time(nullptr);
+        std::array<char, 100> text{};
+        std::strftime(text.data(), text.size(),
+                      "(%a %b %d [0-9:]{8} %Y)|(%a, %d %b %Y [0-9:]{8})|(%Y-%m-%d [0-9:]{5})",
+                      std::gmtime(&now));
+        return std::regex(text.data());
+    }();
     static const std::pair<std::regex, const char*> kMarks[] = {
         {std::regex("[0-9]+\\.[A-Z0-9]*P[0-9]+R[0-9a-f]{16}[A-Z0-9]*\\.kvsync"), "<mail>"},
         {std::regex("[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}"), "<id>"},
-        {std::regex("/kvsync-[0-9a-f]{16}"), "/kvsync-<id>"},
+        {std::regex("(/kvsync-|=_|x[0-9A-F]{8}\\.)[0-9a-f]{16}"), "$1<id>"},
         {std::regex("[0-9]{8}[T-][0-9]{6}(Z|-[0-9]+)?"), "<time>"}};
-    std::string text = line;
+    std::string text = std::regex_replace(line, kToday, "<now>");
     for (const auto& [pattern, mark] : kMarks) text = std::regex_replace(text, pattern, mark);
     return text;
 }

@@ -6,6 +6,7 @@
 #include <regex>
 #include <stdexcept>
 
+#include "mailbox/toc_records.h"
 #include "platform/os/program.h"
 #include "tests/cases/readable.h"
 #include "tests/cases/terminal.h"
@@ -75,6 +76,28 @@ void ShowDifference(const std::string& before, const std::string& after,
     }
 }
 
+// Appends a mail of these lines, which its separator line comes in front of, to a mailbox; none
+// make an empty one.
+void AddMail(const std::string& name, const std::string& state,
+             const std::vector<std::string>& lines) {
+    std::string mbx = test::ReadDisk(name + ".mbx"), toc = test::ReadDisk(name + ".toc");
+    if (toc.empty()) toc = mailbox::NewTocHeader();
+    auto header = mailbox::TocHeader::Decode(toc);
+    if (lines.empty()) {
+        test::WriteDisk(fs::absolute(name + ".mbx"), mbx);
+        return test::WriteDisk(fs::absolute(name + ".toc"), toc);
+    }
+    mailbox::MsgBlock block;
+    block.dwMsgId = ++header.wNumberOfMsgs;
+    block.wStatus = static_cast<std::uint16_t>(state.empty() ? 0 : std::stoul(state));
+    block.dwOffset = static_cast<std::uint32_t>(mbx.size());
+    mbx += "From ???@??? Wed Jan 02 02:03:55 1980\r\n" + BytesOf(Joined(lines, "\r\n"));
+    block.dwLength = static_cast<std::uint32_t>(mbx.size()) - block.dwOffset;
+    test::WriteDisk(fs::absolute(name + ".mbx"), mbx);
+    test::WriteDisk(fs::absolute(name + ".toc"),
+                    header.Encode() + toc.substr(mailbox::kTocHeaderSize) + block.Encode());
+}
+
 // A mailbox by a reader that shares nothing with kvsync: "mailbox E/In"; the
 // mails from number `ours` on must be as the translator writes them.
 void ShowMailbox(const std::string& name, std::uint32_t ours, std::vector<std::string>& told) {
@@ -83,8 +106,9 @@ void ShowMailbox(const std::string& name, std::uint32_t ours, std::vector<std::s
     const auto report =
         mailbox_check::Check(test::ReadDisk(name + ".mbx"), test::ReadDisk(name + ".toc"), rules);
     for (const auto& mail : report.mails) {
-        told.push_back(std::to_string(mail.id) + " state " + std::to_string(mail.state) + " | " +
-                       Readable(mail.from) + " | " + Readable(mail.subject));
+        std::string line = std::to_string(mail.id) + " state " + std::to_string(mail.state);
+        if (!mail.subject.empty()) line += ": " + mail.subject + " from " + mail.from;
+        told.push_back(Readable(line));
         for (const auto& path : mail.attachments) told.push_back("  with " + Readable(path));
     }
     for (const auto& fault : report.faults) told.push_back("fault: " + fault);
@@ -198,6 +222,25 @@ bool World::DoWithFiles(const std::vector<std::string>& words,
              for (auto& line : told) line = Told(line);
          }},
         {"diff", [&] { ShowDifference(test::ReadDisk(name(1)), test::ReadDisk(name(2)), told); }},
+        {"damage",
+         [&] {
+             m_variables = "KV_GOOD=300 KV_BAD_FILE='" + (m_folder / word(1)).string() +
+                           "' LD_PRELOAD=" + (BuildFolder() / "libbad_disk.so").string() +
+                           " ASAN_OPTIONS=verify_asan_link_order=0 ";
+         }},
+        {"shared",
+         [&] {
+             for (const auto& entry : fs::recursive_directory_iterator(word(1))) {
+                 const auto others = entry.symlink_status().permissions() & ~fs::perms::owner_all;
+                 if (entry.is_symlink() || others == fs::perms::none) continue;
+                 told.push_back(WithMarks(entry.path().generic_string()));
+             }
+         }},
+        {"mail", [&] { AddMail(word(1), word(2), input); }},
+        {"pipe",
+         [&] {
+             if (std::system(("mkfifo " + word(1)).c_str()) != 0) throw std::runtime_error("no");
+         }},
         {"mailbox",
          [&] { ShowMailbox(word(1), word(2).empty() ? ~0U : std::stoul(word(2)), told); }}};
     const auto found = commands.find(word(0));
@@ -222,17 +265,21 @@ void World::Run(const std::vector<std::string>& words, const std::vector<std::st
     auto word = words.begin();
     const bool hasTerminal = *word == "terminal";
     if (hasTerminal) ++word;
-    std::string line;
+    std::string line = m_variables;
     for (; word->find('=') != word->npos; ++word) {
         line += word->substr(0, word->find('=') + 1) + quoted(word->substr(word->find('=') + 1));
     }
-    line += quoted((BuildFolder() / *word++).string());
+    const fs::path program = BuildFolder() / *word;
+    line += quoted(*word == "python3" ? *word : program.string());
+    ++word;
     std::string output = "state/out";
-    for (; word != words.end(); ++word) {
-        if (word->starts_with('>'))
+    const auto bar = std::find(word, words.end(), "|");
+    for (; word != bar; ++word) {
+        if (word->starts_with('>')) {
             output = word->substr(1);
-        else
+        } else {
             line += quoted(*word);
+        }
     }
     int code = 0;
     if (hasTerminal) {
@@ -244,18 +291,22 @@ void World::Run(const std::vector<std::string>& words, const std::vector<std::st
         if (code >= 256) code >>= 8;
         TellOutput(isShell ? input : std::vector<std::string>(), told);
     }
+    if (words.back() == "sorted") std::ranges::sort(told);
+    if (words.end() - bar == 3) {
+        std::erase_if(told, [&](const auto& one) { return one.starts_with(words.back()); });
+    }
     if (code != 0) told.push_back("[" + std::to_string(code) + "]");
 }
 
 void World::TellOutput(const std::vector<std::string>& operations, std::vector<std::string>& told) {
     auto answers = Lines(test::ReadDisk("state/out"));
     for (std::size_t i = 0; i < answers.size(); ++i) {
-        std::string answer = Told(answers[i]);
+        std::string answer = Readable(Told(answers[i]));
         if (i < operations.size()) {
             answer = "> " + operations[i].substr(0, operations[i].find(" => ")) + " => " +
                      ShortAnswer(answer);
         }
-        told.push_back(Readable(answer));
+        told.push_back(answer);
     }
     for (const auto& error : Lines(test::ReadDisk("state/err"))) {
         told.push_back("! " + Readable(Told(error)));
@@ -289,12 +340,15 @@ std::string World::Told(std::string line) {
     }
     Replace(line, m_folder.generic_string(), "<here>");
     Replace(line, BuildFolder().generic_string(), "<build>");
+    Replace(line, KV_TESTS, "<tests>");
     return WithMarks(line);
 }
 
 std::string World::Meant(std::string line) const {
     Replace(line, "<time>", m_backup);
     Replace(line, "<here>", m_folder.generic_string());
+    Replace(line, "<build>", BuildFolder().generic_string());
+    Replace(line, "<tests>", KV_TESTS);
     if (kIsWindows) {
         std::string folder = (m_folder / "E").string() + '\\';
         Replace(folder, "\\", "\\\\");

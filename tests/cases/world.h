@@ -45,7 +45,8 @@ class World {
     static void TellNews(const Files& before, const Files& after, std::vector<std::string>& told);
 
     std::filesystem::path m_home, m_folder;
-    std::string m_backup;  // the id of a backup that was told last
+    std::string m_variables;  // in front of each command, as for a shell
+    std::string m_backup;     // the id of a backup that was told last
 };
 
 }  // namespace cases

@@ -47,38 +47,26 @@ Bench::~Bench() {
 }
 
 Outcome Bench::Kvsync(const std::string& arguments, const std::string& input) const {
-    return Run(Quoted(KV_PROGRAM) + " " + arguments, Path("no-prefix"), input);
+    return Run(Quoted(KV_PROGRAM) + " " + arguments, input);
 }
 
 Outcome Bench::KvsyncWith(const std::string& variables, const std::string& arguments) const {
-    return Run(variables + " " + Quoted(KV_PROGRAM) + " " + arguments, Path("no-prefix"), {});
+    return Run(variables + " " + Quoted(KV_PROGRAM) + " " + arguments, {});
 }
 
 Outcome Bench::KvsyncKilled(double seconds, const std::string& arguments) const {
     // In the foreground, so that the killed run is gone when its exit code is there.
     return Run("ulimit -f 1000000; timeout --foreground -s KILL " + std::to_string(seconds) + " " +
                    Quoted(KV_PROGRAM) + " " + arguments,
-               Path("no-prefix"), {});
+               {});
 }
 
-Outcome Bench::OnPrefix(const std::string& command) const {
-    std::string prefix;
-    for (const auto& entry : fs::directory_iterator(m_folder / "state/kvsync/prefixes")) {
-        prefix = entry.path().string();
-    }
-    return Run(command, prefix, {});
-}
-
-Outcome Bench::Python(const std::string& command) const {
-    return Run("python3 " + command, {}, {});
-}
-
-Outcome Bench::Run(std::string command, const std::string& prefix, const std::string& input) const {
+Outcome Bench::Run(std::string command, const std::string& input) const {
     Write("input", input);
     const std::pair<const char*, std::string> variables[] = {{"XDG_STATE_HOME", Path("state")},
                                                              {"XDG_CONFIG_HOME", Path("config")},
                                                              {"HOME", Path("home")},
-                                                             {"WINEPREFIX", prefix}};
+                                                             {"WINEPREFIX", Path("no-prefix")}};
     for (const auto& [name, value] : variables) (void)platform::SetEnvironment(name, value);
     command = WithFolder(std::move(command), Path("")) + " < " + Quoted(Path("input")) + " > " +
               Quoted(Path("out")) + " 2> " + Quoted(Path("err"));
@@ -115,18 +103,6 @@ std::map<std::string, std::string> Bench::Tree(const std::string& name) const {
             isFile ? test::ReadDisk(entry.path()) : std::string();
     }
     return tree;
-}
-
-std::map<std::string, std::string> Bench::Times() const {
-    std::map<std::string, std::string> all;
-    for (const auto& entry : fs::recursive_directory_iterator(m_folder)) {
-        const std::string name = fs::relative(entry.path(), m_folder).string();
-        if (name == "out" || name == "err" || name == "input") continue;
-        if (name.find("/temp") != std::string::npos) continue;
-        std::error_code dangling;
-        all[name] = std::to_string(fs::last_write_time(entry, dangling).time_since_epoch().count());
-    }
-    return all;
 }
 
 int CountOf(const std::string& part, const std::string& all) {

@@ -31,22 +31,15 @@ class Bench {
     // The same, killed after some seconds if it takes that long: then the code is 137. It can write
     // no file of more than 500 MB.
     Outcome KvsyncKilled(double seconds, const std::string& arguments) const;
-    // Runs another program of the build with the prefix that kvsync made for E.
-    Outcome OnPrefix(const std::string& command) const;
-    // A script with its arguments.
-    Outcome Python(const std::string& command) const;
     // What `kvsync shell KIND --eudora E` answers to the lines.
     std::vector<nlohmann::json> Shell(const std::string& kind, const std::string& script) const;
     void Write(const std::string& name, const std::string& content) const;
     std::string Read(const std::string& name) const;
     // Every file and folder below a folder, with contents.
     std::map<std::string, std::string> Tree(const std::string& name) const;
-    // When every file and folder was changed, but for the input and output of the programs and
-    // their temporary files.
-    std::map<std::string, std::string> Times() const;
 
   private:
-    Outcome Run(std::string command, const std::string& prefix, const std::string& input) const;
+    Outcome Run(std::string command, const std::string& input) const;
 
     std::filesystem::path m_folder;
 };
