@@ -230,11 +230,14 @@ bool World::DoWithFiles(const std::vector<std::string>& words,
          }},
         {"shared",
          [&] {
-             for (const auto& entry : fs::recursive_directory_iterator(word(1))) {
-                 const auto others = entry.symlink_status().permissions() & ~fs::perms::owner_all;
-                 if (entry.is_symlink() || others == fs::perms::none) continue;
-                 told.push_back(WithMarks(entry.path().generic_string()));
-             }
+             const auto tell = [&](const fs::path& path) {
+                 const auto status = fs::symlink_status(path);
+                 const auto others = status.permissions() & ~fs::perms::owner_all;
+                 if (fs::is_symlink(status) || others == fs::perms::none) return;
+                 told.push_back(WithMarks(path.generic_string()));
+             };
+             tell(word(1));
+             for (const auto& entry : fs::recursive_directory_iterator(word(1))) tell(entry);
          }},
         {"mail", [&] { AddMail(word(1), word(2), input); }},
         {"pipe",
