@@ -1,11 +1,16 @@
+#include <random>
 #include <sstream>
 
 #include <gtest/gtest.h>
 
+#include "host/mail/message_id.h"
 #include "tests/host/mail_world.h"
+#include "tests/host/one_of.h"
 
 namespace host {
 namespace {
+
+using testing::OneOf;
 
 // Composing needs no library: the bytes are the same on every system.
 class ComposeTest : public ::testing::Test {
@@ -158,6 +163,33 @@ ZWFkOiBubyBmaWxlXQo=
 
 --=_4403fe94b7f443c3--
 )");
+}
+
+// Whatever a mail holds: a file that is composed again must be the file that is there.
+TEST_F(ComposeTest, BytesAreThoseOfEarlierVersions) {
+    std::mt19937 random(20261125);
+    const auto text = [&](unsigned most, std::string_view pieces) {
+        std::string joined;
+        for (unsigned i = random() % most; i > 0; --i) joined += OneOf(random, pieces);
+        return joined;
+    };
+    std::string all;
+    for (int round = 0; round < 500; ++round) {
+        mail.subject =
+            text(30, "Tea |K\xC3\xB6ln|\xE6\x97\xA5|\xF0\x9F\x98\x80|=?|\t|a longer word |\xFF|?=");
+        mail.to = text(
+            9, "a@b.c; |Ann Bee <ann@example.org>; |\"B; A\" <a@b>;|nick;|\xC3\xA9 <e@f>;|<>;|x@");
+        mail.body = text(
+            60,
+            "\r\n|\r| | \n|\t\n|From |\nFrom x\n|From \n|=|=\n|--|\xC3\xA9|\xE6\x97\xA5|\xFF|word|"
+            "a run of some words, |<x-html>|</x-html>|<x-rich>|> |\x1B|"
+            "a flowed line that has about as many words as a line should have \n");
+        mail.attachments.clear();
+        const auto name = text(40, "a|.b| |\"|\\|%|\xC3\xA9|\xE6\x97\xA5|nnnnn|(|'");
+        if (round % 2 == 0) Attach(name, text(200, "xyz|\xFF\n"));
+        all += world.Compose(mail);
+    }
+    EXPECT_EQ(mail::Fingerprint(all), "a03c4547460b8e66");
 }
 
 TEST_F(ComposeTest, AddressesStayApartAndInTheirField) {
