@@ -19,16 +19,6 @@ std::string Unfolded(std::string_view value) {
     return text;
 }
 
-// Takes a field off the header, with the lines that go on with it. A line without a colon is none,
-// and neither is what goes on below it.
-std::string_view TakeField(std::string_view& header) {
-    const std::string_view all = header;
-    do {
-        TakeLine(header);
-    } while (header.starts_with(' ') || header.starts_with('\t'));
-    return all.substr(0, all.size() - header.size());
-}
-
 // The value of the next field of that name, as it stands.
 std::optional<std::string_view> TakeValue(std::string_view& header, std::string_view name) {
     while (!header.empty()) {
@@ -42,6 +32,14 @@ std::optional<std::string_view> TakeValue(std::string_view& header, std::string_
 }
 
 }  // namespace
+
+std::string_view TakeField(std::string_view& header) {
+    const std::string_view all = header;
+    do {
+        TakeLine(header);
+    } while (header.starts_with(' ') || header.starts_with('\t'));
+    return all.substr(0, all.size() - header.size());
+}
 
 MailView::MailView(std::string_view bytes) {
     if (bytes.starts_with("From ")) m_separator = Trimmed(TakeLine(bytes));

@@ -6,6 +6,10 @@
 
 namespace text {
 
+// Takes the first field off a header, with the lines that go on with it. A line without a colon is
+// none, and neither is what goes on below it.
+std::string_view TakeField(std::string_view& header);
+
 // The bytes of a mail taken apart: separator line of a mailbox file, header, body. Anything is
 // accepted; a mail without an empty line is all header. Points into the bytes, which outlive it.
 class MailView {

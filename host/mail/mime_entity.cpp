@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "text/ascii.h"
+#include "text/mail_view.h"
 
 namespace host::mail {
 
@@ -15,15 +16,6 @@ bool IsBlank(char letter) {
     return letter == ' ' || letter == '\t';
 }
 
-// Its line end included.
-std::string_view FirstLine(std::string_view text) {
-    return text.substr(0, text.find('\n') == kNone ? kNone : text.find('\n') + 1);
-}
-
-bool IsEmptyLine(std::string_view line) {
-    return line == "\n" || line == "\r\n";
-}
-
 // "Name:", with nothing in the name that no name has.
 bool IsFieldLine(std::string_view line) {
     const auto colon = line.find(':');
@@ -32,17 +24,6 @@ bool IsFieldLine(std::string_view line) {
     return !name.empty() && std::ranges::all_of(name, [](char letter) {
         return static_cast<unsigned char>(letter) > ' ' && letter != 0x7F;
     });
-}
-
-// Takes the first field of a header off, its continuation lines included.
-std::string_view TakeField(std::string_view& header) {
-    std::size_t length = FirstLine(header).size();
-    while (length < header.size() && IsBlank(header[length])) {
-        length += FirstLine(header.substr(length)).size();
-    }
-    const auto field = header.substr(0, length);
-    header.remove_prefix(length);
-    return field;
 }
 
 std::string Unfolded(std::string_view value) {
@@ -56,7 +37,7 @@ std::string Unfolded(std::string_view value) {
 template <class Take>
 void ForEachField(const Entity& entity, std::string_view name, Take take) {
     for (std::string_view rest = entity.header; !rest.empty();) {
-        const std::string_view field = TakeField(rest);
+        const std::string_view field = text::TakeField(rest);
         const auto colon = field.find(':');
         if (colon == kNone || !text::EqualNoCase(text::Trimmed(field.substr(0, colon)), name))
             continue;
@@ -107,15 +88,17 @@ class DelimiterScan {
 }  // namespace
 
 Entity SplitEntity(std::string_view bytes) {
-    std::size_t end = 0;
-    while (end < bytes.size()) {
-        const std::string_view line = FirstLine(bytes.substr(end));
-        if (IsEmptyLine(line)) return {bytes.substr(0, end), bytes.substr(end + line.size())};
-        const bool goesOn = end > 0 && IsBlank(line.front());
+    std::string_view body = bytes;
+    const auto header = [&] { return bytes.substr(0, bytes.size() - body.size()); };
+    while (!body.empty()) {
+        std::string_view rest = body;
+        const std::string_view line = text::TakeLine(rest);
+        if (line == "\n" || line == "\r\n") return {header(), rest};
+        const bool goesOn = body.size() < bytes.size() && IsBlank(line.front());
         if (!goesOn && !IsFieldLine(line)) break;
-        end += line.size();
+        body = rest;
     }
-    return {bytes.substr(0, end), bytes.substr(end)};
+    return {header(), body};
 }
 
 std::string FieldValue(const Entity& entity, std::string_view name) {

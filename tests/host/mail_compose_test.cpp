@@ -185,11 +185,13 @@ TEST_F(ComposeTest, BytesAreThoseOfEarlierVersions) {
             "a run of some words, |<x-html>|</x-html>|<x-rich>|> |\x1B|"
             "a flowed line that has about as many words as a line should have \n");
         mail.attachments.clear();
-        const auto name = text(40, "a|.b| |\"|\\|%|\xC3\xA9|\xE6\x97\xA5|nnnnn|(|'");
+        const std::string name = random() % 2 == 0
+                                     ? text(40, "a|.b| |\"|\\|%|\xC3\xA9|\xE6\x97\xA5|nnnnn|(|'")
+                                     : text(40, "n|nnn|nnnnn|(");
         if (round % 2 == 0) Attach(name, text(200, "xyz|\xFF\n"));
         all += world.Compose(mail);
     }
-    EXPECT_EQ(mail::Fingerprint(all), "a03c4547460b8e66");
+    EXPECT_EQ(mail::Fingerprint(all), "f82e2fdff0cd4fc5");
 }
 
 TEST_F(ComposeTest, AddressesStayApartAndInTheirField) {
