@@ -1,17 +1,25 @@
 #include "addressbook/eudora4.h"
 
-#include <array>
-#include <cstdlib>
+#include <algorithm>
+#include <cstring>
+#include <utility>
 
+#include "addressbook/field_text.h"
+#include "addressbook/token_scan.h"
 #include "frame/guard.h"
-#include "frame/interface/field_ids.h"
 #include "integration/dialogs/eudora_file_dlg.h"
 #include "platform/kvutil/kvutil.h"
+#include "platform/os/code_page.h"
+#include "text/double_byte.h"
 
+using addressbook::ValueFault;
+using frame::Entered;
 using frame::Guarded;
 using frame::StringId;
 
 namespace {
+
+constexpr const char* kEnter = "Enter - CREudora4::";
 
 struct FieldRow {
     ContactField id;
@@ -20,20 +28,26 @@ struct FieldRow {
 };
 
 constexpr std::uint32_t kAddressBookTag = 0x40000000;
-constexpr std::array<FieldRow, 7> kFields = {
-    {{ContactField::kNickname, StringId::kContactNickname, 348},
-     {ContactField::kName, StringId::kContactName, 0x80000130},
-     {ContactField::kAddress, StringId::kContactAddress, 318},
-     {ContactField::kPhone, StringId::kContactPhone, 319},
-     {ContactField::kFax, StringId::kContactFax, 321},
-     {ContactField::kEmail, StringId::kContactEmail, 323},
-     {ContactField::kNote, StringId::kContactNote, 21}}};
+constexpr FieldRow kFields[] = {{ContactField::kNickname, StringId::kContactNickname, 348},
+                                {ContactField::kName, StringId::kContactName, 0x80000130},
+                                {ContactField::kAddress, StringId::kContactAddress, 318},
+                                {ContactField::kPhone, StringId::kContactPhone, 319},
+                                {ContactField::kFax, StringId::kContactFax, 321},
+                                {ContactField::kEmail, StringId::kContactEmail, 323},
+                                {ContactField::kNote, StringId::kContactNote, 21}};
+
+StringId TextOf(ValueFault fault) {
+    switch (fault) {
+        case ValueFault::kNoLetter:
+            return StringId::kNoLetterOrDigit;
+        case ValueFault::kComma:
+            return StringId::kInvalidNickname;
+        default:
+            return StringId::kAngleBracket;
+    }
+}
 
 }  // namespace
-
-CEudoraTransUtil& CREudora4::Util() const {
-    return m_pUtil != nullptr ? *m_pUtil : TransUtil();
-}
 
 RRETURNCODE CREudora4::GetAppProperties(unsigned long* pProperties) {
     return Guarded("GetAppProperties", [&] {
@@ -75,8 +89,7 @@ RRETURNCODE CREudora4::ChooseFile(CString& csSelection) {
 
 RRETURNCODE CREudora4::Open(int, RWORD, RWORD, RWORD, RWORD, RWORD, RWORD, RWORD, RWORD,
                             CEudoraTransUtil*) {
-    return Guarded("Open", [&] {
-        KV_LOG(5, "Enter CREudora4::Open\n");
+    return Entered("Enter CREudora4::", "Open", [&] {
         Util().ClearErrors();
         auto result = m_AddressBook.Open(m_csNicknameFile);
         if (result == RRC_OK) {
@@ -85,7 +98,6 @@ RRETURNCODE CREudora4::Open(int, RWORD, RWORD, RWORD, RWORD, RWORD, RWORD, RWORD
             const auto text = Util().FormatString(StringId::kCannotOpenFile, m_csNicknameFile);
             KV_LOG(1, "%s", text.Str().c_str());
             Util().AddErrorText(text);
-            result = RRC_FAILED;
         }
         KV_LOG(5, "Exit CREudora4::Open\n");
         return result;
@@ -93,8 +105,7 @@ RRETURNCODE CREudora4::Open(int, RWORD, RWORD, RWORD, RWORD, RWORD, RWORD, RWORD
 }
 
 RRETURNCODE CREudora4::BuildFieldList() {
-    return Guarded("BuildFieldList", [&] {
-        KV_LOG(5, "Enter - CREudora4::BuildFieldList\n");
+    return Entered(kEnter, "BuildFieldList", [&] {
         CREudoraFieldArray fields;
         for (const auto& row : kFields) {
             CREudoraField field;
@@ -113,15 +124,49 @@ RRETURNCODE CREudora4::Close(int) {
 }
 
 RRETURNCODE CREudora4::GetRecordCount(long*) {
-    KV_LOG(5, "Enter - CREudora4::GetRecordCount\n");
-    return RRC_NOT_SUPPORTED;
+    return Entered(kEnter, "GetRecordCount", [] { return RRC_NOT_SUPPORTED; });
+}
+
+RRETURNCODE CREudora4::MoveFirst() {
+    return Guarded("MoveFirst", [&] {
+        KV_LOG(5, "Enter - CREudora4::IsEof\n");
+        return SkipFilteredOut(m_AddressBook.FirstRecord());
+    });
+}
+
+RRETURNCODE CREudora4::MoveNext() {
+    return Entered(kEnter, "MoveNext", [&] { return SkipFilteredOut(m_AddressBook.NextRecord()); });
+}
+
+RRETURNCODE CREudora4::SkipFilteredOut(RRETURNCODE result) {
+    while (result == RRC_OK && IsFilteredOut()) result = m_AddressBook.NextRecord();
+    return result;
+}
+
+bool CREudora4::IsFilteredOut() {
+    const auto codePage = Util().system.codePage;
+    return std::ranges::any_of(m_textFilters, [&](const tagRTEXTFILTER& filter) {
+        unsigned long type = kFieldText;
+        char* cell = nullptr;
+        if (GetField(filter.pszFieldId, &type, &cell) != RRC_OK) return false;
+        const CString value(cell);
+        FreeVornString(cell);
+        const CString text(filter.pszText);
+        const auto wanted = platform::UpperCase(addressbook::Trimmed(text.Str()), codePage);
+        return !text::ContainsText(platform::UpperCase(value.Str(), codePage), wanted, codePage);
+    });
+}
+
+RRETURNCODE CREudora4::GoToRecord(LPCTSTR pszRecId) {
+    return Entered(kEnter, "GoToRecord", [&] {
+        const auto result = m_AddressBook.FindRecord(CString(pszRecId).Str());
+        if (result != RRC_OK) KV_LOG(1, "CREudora4::GoToRecord() API failed\n");
+        return result;
+    });
 }
 
 RRETURNCODE CREudora4::AddNewRecord(RWORD) {
-    return Guarded("AddNewRecord", [&] {
-        KV_LOG(5, "Enter - CREudora4::AddNewRecord\n");
-        return m_AddressBook.NewRecord();
-    });
+    return Entered(kEnter, "AddNewRecord", [&] { return m_AddressBook.NewRecord(); });
 }
 
 RRETURNCODE CREudora4::EditRecord() {
@@ -130,19 +175,15 @@ RRETURNCODE CREudora4::EditRecord() {
 }
 
 RRETURNCODE CREudora4::EditRecord(LPCTSTR pszRecId) {
-    return Guarded("EditRecord", [&] {
-        KV_LOG(5, "Enter - CREudora4::EditRecord\n");
-        if (GoToRecord(pszRecId) != RRC_OK) {
-            KV_LOG(1, "Error in CREudora4::EditRecord(LPCTSTR pszRecId)");
-            return RRC_FAILED;
-        }
-        return EditRecord();
+    return Entered(kEnter, "EditRecord", [&] {
+        if (GoToRecord(pszRecId) == RRC_OK) return EditRecord();
+        KV_LOG(1, "Error in CREudora4::EditRecord(LPCTSTR pszRecId)");
+        return RRC_FAILED;
     });
 }
 
 RRETURNCODE CREudora4::UpdateRecord(CString& csRecordId, CString& csModifiedInfo) {
-    return Guarded("UpdateRecord", [&] {
-        KV_LOG(5, "Enter - CREudora4::UpdateRecord\n");
+    return Entered(kEnter, "UpdateRecord", [&] {
         csModifiedInfo.Empty();
         // Room first: nothing may fail between storing a record and noting it for the host.
         CString noted;
@@ -157,16 +198,11 @@ RRETURNCODE CREudora4::UpdateRecord(CString& csRecordId, CString& csModifiedInfo
 }
 
 RRETURNCODE CREudora4::DeleteRecord() {
-    return Guarded("DeleteRecord", [&] {
-        KV_LOG(5, "Enter - CREudora4::DeleteRecord\n");
-        m_AddressBook.RemoveRecord();
-        return RRC_OK;
-    });
+    return Entered(kEnter, "DeleteRecord", [&] { return m_AddressBook.RemoveRecord(); });
 }
 
 RRETURNCODE CREudora4::DeleteRecord(LPCTSTR pszRecId) {
-    return Guarded("DeleteRecord", [&] {
-        KV_LOG(5, "Enter - CREudora4::DeleteRecord\n");
+    return Entered(kEnter, "DeleteRecord", [&] {
         CString id(pszRecId);
         m_arrDeletedIDs.MakeRoom();
         if (m_AddressBook.RemoveRecord(id.Str()) == RRC_OK) m_arrDeletedIDs.Add(std::move(id));
@@ -175,8 +211,7 @@ RRETURNCODE CREudora4::DeleteRecord(LPCTSTR pszRecId) {
 }
 
 RRETURNCODE CREudora4::DeleteAllRecords() {
-    return Guarded("DeleteAllRecords", [&] {
-        KV_LOG(5, "Enter - CREudora4::DeleteAllRecords\n");
+    return Entered(kEnter, "DeleteAllRecords", [&] {
         m_AddressBook.ClearRecords();
         // The records are gone, whatever becomes of the file: the next save writes it.
         (void)Guarded("DeleteAllRecords", [&] { return m_AddressBook.SaveRecords(); });
@@ -205,4 +240,87 @@ RRETURNCODE CREudora4::BatchUpdate(CRBatchSink* pSink) {
         m_arrDeletedIDs.RemoveAll();
         return RRC_OK;
     });
+}
+
+RRETURNCODE CREudora4::GetRecordID(CString& csRecordId) {
+    return Guarded("GetRecordID", [&] {
+        csRecordId = m_AddressBook.CurrentKey();
+        return RRC_OK;
+    });
+}
+
+RRETURNCODE CREudora4::GetModifiedInfo(CString& csModifiedInfo) {
+    return Entered(kEnter, "GetModifiedInfo",
+                   [&] { return m_AddressBook.GetRecordChecksum(csModifiedInfo); });
+}
+
+// A field of lines without a value has no block at all.
+RRETURNCODE CREudora4::GetField(LPCTSTR pszFieldId, unsigned long*, void* pCell) {
+    return Entered(kEnter, "GetField", [&] {
+        Util().ClearErrors();
+        const auto field = FieldOfId<ContactField>(pszFieldId);
+        CString value;
+        const auto result = m_AddressBook.GetRecordField(field, value);
+        if (result != RRC_OK || !IsContactField(field)) return result;
+        auto& cell = *static_cast<char**>(pCell);
+        cell = nullptr;
+        if (!HasLines(field)) {
+            KV_LOG(4, "%s = %s\n", pszFieldId, value.Str().c_str());
+        } else if (value.IsEmpty()) {
+            return RRC_OK;
+        } else {
+            value = addressbook::ExpandLineBreaks(value.Str());
+        }
+        if (AllocVornString(cell, value.Str().c_str()) == RRC_OK) return RRC_OK;
+        KV_LOG(5, "Fail to allcate Memory for filed [%s] in CREudora4::GetField\n", pszFieldId);
+        Util().AddError(StringId::kNoMemoryForField);
+        return RRC_FAILED;
+    });
+}
+
+RRETURNCODE CREudora4::SetField(LPCTSTR pszFieldId, unsigned long*, void* pCell) {
+    return Guarded("SetField", [&] {
+        Util().ClearErrors();
+        const CString value(*static_cast<char**>(pCell));
+        return m_AddressBook.SetRecordField(FieldOfId<ContactField>(pszFieldId), value.Str());
+    });
+}
+
+RRETURNCODE CREudora4::IsOkToSetRecord(RWORD, RFIELDCALLBACK pfnGetValue, void* pContext,
+                                       BOOL* pbOk) {
+    return Guarded("IsOkToSetRecord", [&] {
+        RRETURNCODE result = RRC_OK;
+        unsigned long type = kFieldText;
+        for (int i = 0; i < m_appInfo.m_fields.GetCount(); ++i) {
+            const auto field = m_appInfo.m_fields.GetAt(i);
+            void* cell = nullptr;
+            BOOL hasField = 0;
+            pfnGetValue(pContext, field.m_csFieldId, &cell, &type, &hasField);
+            if (hasField != 1) continue;
+            const char* text = cell != nullptr ? *static_cast<char**>(cell) : nullptr;
+            const auto checked = CheckField(field, text != nullptr ? text : "");
+            if (checked != RRC_OK) result = checked;
+            if (checked == RRC_FAILED) break;
+        }
+        *pbOk = result == RRC_OK ? 1 : 0;
+        return result;
+    });
+}
+
+// RRC_OK, RRC_WARNING or RRC_FAILED, with the message queued.
+RRETURNCODE CREudora4::CheckField(const CREudoraField& field, LPCTSTR text) {
+    const auto fault = addressbook::FaultOf(FieldOfId<ContactField>(field.m_csFieldId), text);
+    if (fault == ValueFault::kNone) return RRC_OK;
+    const auto name = Util().GetString(field.NameId());
+    if (fault == ValueFault::kTooLong) {
+        const auto warning =
+            Util().FormatString(StringId::kNicknameTooLong, name, addressbook::kNicknameLimit);
+        KV_LOG(3, "%s", warning.Str().c_str());
+        Util().AddWarningText(warning);
+        return RRC_WARNING;
+    }
+    const auto error = Util().FormatString(TextOf(fault), name);
+    KV_LOG(1, "%s", error.Str().c_str());
+    Util().AddErrorText(error);
+    return RRC_FAILED;
 }

@@ -5,7 +5,8 @@
 
 // The address-book translator: the contacts of one nickname file, selected by GetAppInfo, as
 // records of seven text fields. The nickname is a field and the record id. Changes stay in memory
-// until BatchUpdate writes the file and tells the host the change markers.
+// until BatchUpdate writes the file and tells the host the change markers. Of the filters only
+// those of texts hide records, each wherever in its field it occurs, in any case.
 class CREudora4 : public CREudoraTransBase {
   public:
     RRETURNCODE GetAppProperties(unsigned long* pProperties) override;
@@ -35,18 +36,13 @@ class CREudora4 : public CREudoraTransBase {
     RRETURNCODE SetField(LPCTSTR pszFieldId, unsigned long* pType, void* pCell) override;
     RRETURNCODE IsOkToSetRecord(RWORD word, RFIELDCALLBACK pfnGetValue, void* pContext,
                                 BOOL* pbOk) override;
-    RRETURNCODE BuildFieldList() override;
 
   private:
-    CEudoraTransUtil& Util() const;
     RRETURNCODE ChooseFile(CString& csSelection);
+    RRETURNCODE BuildFieldList();
     RRETURNCODE SkipFilteredOut(RRETURNCODE result);
     bool IsFilteredOut();
-    RRETURNCODE GiveText(LPCTSTR fieldId, const CString& text, char*& cell);
-    RRETURNCODE GiveLines(LPCTSTR fieldId, const CString& text, char*& cell);
-    RRETURNCODE OutOfMemory(LPCTSTR fieldId);
     RRETURNCODE CheckField(const CREudoraField& field, LPCTSTR text);
-    RRETURNCODE RefuseField(frame::StringId message, const CREudoraField& field);
 
     CString m_csNicknameFile;
     CEudoraAB m_AddressBook;

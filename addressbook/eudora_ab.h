@@ -9,7 +9,6 @@
 #include "frame/interface/field_ids.h"
 #include "frame/interface/host_records.h"
 #include "platform/mfc/collections.h"
-#include "platform/os/files.h"
 
 class CEudoraTransUtil;
 
@@ -19,8 +18,6 @@ class CEudoraTransUtil;
 // memory, has changed nothing.
 class CEudoraAB {
   public:
-    virtual ~CEudoraAB() = default;
-
     // The module state to report to and to take the system from; the global object until then.
     void UseUtil(CEudoraTransUtil* util) { m_util = util; }
 
@@ -30,24 +27,22 @@ class CEudoraAB {
     // records before it are there, each Open queues the error, and SaveRecords refuses, for it
     // would lose the others.
     RRETURNCODE Open(LPCTSTR path);
-    // Writes all records and what else the file held. The file has its old content or the new one,
-    // whatever happens; the table of contents beside it is deleted before it could be wrong. On
-    // failure messages with the file that failed are queued and the result is RRC_FAILED.
+    // Writes all records and what else the file held, as SaveNicknames does. On failure messages
+    // with the file that failed are queued and the result is RRC_FAILED.
     RRETURNCODE SaveRecords();
 
     RRETURNCODE FindRecord(std::string_view nickname);  // RRC_NONE if there is none
     RRETURNCODE FirstRecord();                          // RRC_EOF if there is none
     RRETURNCODE NextRecord();                           // RRC_EOF at the end
-    bool IsAtEnd() const { return m_itCurrent.IsEnd(); }
     // The id at the position; after StoreRecord, of the record stored.
     const CString& CurrentKey() const { return m_csCurrentKey; }
 
     // The e-mail address is the first. Without a current record both give RRC_FAILED; what is no
     // field does nothing.
-    RRETURNCODE GetRecordField(ContactField field, CString& out);
+    RRETURNCODE GetRecordField(ContactField field, CString& out) const;
     RRETURNCODE SetRecordField(ContactField field, std::string_view value);
-    // The change marker: a check sum over all texts. `out` is left alone without a current record.
-    RRETURNCODE GetRecordChecksum(CString& out);
+    // The change marker. `out` is left alone without a current record, and by an empty one.
+    RRETURNCODE GetRecordChecksum(CString& out) const;
 
     RRETURNCODE NewRecord();
     RRETURNCODE BeginEdit();
@@ -61,18 +56,9 @@ class CEudoraAB {
   private:
     CEudoraTransUtil& Util() const;
     unsigned CodePage() const;
-    template <class Operation>
-    platform::Status WithFile(std::string_view path, Operation operation);
-    platform::Result<addressbook::FileBytes> OpenFile(LPCTSTR path);
-    void ReadAllRecords(CString path, addressbook::FileBytes bytes);
-    platform::Status WriteFile();
-    void DeleteTableOfContents();
-
     bool IsNew() const { return m_nRecordMode == kNew && m_pCurrent == m_new.get(); }
     RRETURNCODE MakeCurrent(const addressbook::RecordMap::Position& place);
-    void SetNickname(std::string_view nickname);
     void MakeChangeable();
-    std::string NicknameFromName() const;
     bool MakeUnique(std::string& nickname) const;
 
     static constexpr int kNew = 1;
@@ -80,7 +66,6 @@ class CEudoraAB {
 
     CEudoraTransUtil* m_util = nullptr;
     int m_nRecordMode = kEdited;
-    std::unique_ptr<platform::File> m_File;  // while it is read or written
     CString m_csFilePath;
     bool m_incomplete = false;  // a read error cut the load short
     addressbook::RecordMap m_mapRecords;

@@ -1,7 +1,9 @@
 #include "addressbook/field_text.h"
 
+#include <algorithm>
+
 #include "addressbook/nickname_record.h"
-#include "platform/kvutil/kvutil.h"
+#include "addressbook/token_scan.h"
 #include "text/double_byte.h"
 
 namespace addressbook {
@@ -9,6 +11,7 @@ namespace addressbook {
 namespace {
 
 constexpr char kLineBreak = 0x03;
+constexpr std::string_view kPunctuation = " .,;-()'\r\n\t~!@#$%^&*_+=<>?/";
 
 bool IsLineEnd(char byte) {
     return byte == '\r' || byte == '\n';
@@ -20,38 +23,21 @@ std::string_view FirstLine(std::string_view text) {
     return end == std::string_view::npos ? text : text.substr(0, end + 1);
 }
 
-bool IsPunctuation(std::string_view text) {
-    std::string left(text.size() + 1, '\0');
-    StripChars(std::string(text).c_str(), left.data(), " .,;-()'\r\n\t~!@#$%^&*_+=<>?/");
-    return left[0] == '\0';
-}
-
 }  // namespace
 
-void CopyFieldText(std::string& target, std::string_view source, CopyMode mode) {
-    if (source.empty()) return;
-    const auto span = mode == CopyMode::kFirstLine ? FirstLine(source) : source;
-    std::string copy;
-    for (std::size_t i = 0; i < span.size(); ++i) {
-        const char byte = span[i];
+std::string FieldText(std::string_view value, CopyMode mode) {
+    if (mode == CopyMode::kFirstLine) value = FirstLine(value);
+    std::string text;
+    for (std::size_t i = 0; i < value.size(); ++i) {
+        const char byte = value[i];
         if (IsLineEnd(byte)) {
-            copy += kLineBreak;
-            if (i + 1 < span.size() && IsLineEnd(span[i + 1])) ++i;
+            text += kLineBreak;
+            if (i + 1 < value.size() && IsLineEnd(value[i + 1])) ++i;
         } else {
-            copy += byte == '<' || byte == '>' ? ' ' : byte;
+            text += byte == '<' || byte == '>' ? ' ' : byte;
         }
     }
-    target = std::move(copy);
-}
-
-std::string_view CutNickname(std::string_view text, unsigned codePage) {
-    std::size_t end = 0;
-    for (int count = 0; count < kNicknameLimit && end < text.size(); ++count) {
-        const auto next = end + text::CharacterLength(text.substr(end), codePage);
-        if (next > kMaxNickname) break;
-        end = next;
-    }
-    return text.substr(0, end);
+    return text;
 }
 
 std::string ExpandLineBreaks(std::string_view text) {
@@ -67,22 +53,32 @@ std::string ExpandLineBreaks(std::string_view text) {
     return expanded;
 }
 
-int CheckFieldValue(std::string_view text, CheckMode mode) {
-    if (text.empty()) return mode == CheckMode::kName ? kNoName : kEmptyValue;
-    int bits = 0;
-    for (const char byte : text) {
-        if (byte == '>') bits |= kHasGreater;
-        if (byte == '<') bits |= kHasLess;
-        if (byte == ',') bits |= kHasComma;
-        if (byte == '\r') bits |= kHasCr;
-        if (byte == '\n') bits |= kHasLf;
+std::string_view CutNickname(std::string_view text, unsigned codePage) {
+    std::size_t end = 0;
+    for (int count = 0; count < kNicknameLimit && end < text.size(); ++count) {
+        const auto next = end + text::CharacterLength(text.substr(end), codePage);
+        if (next > kMaxNickname) break;
+        end = next;
     }
-    if (mode == CheckMode::kNickname) {
-        if ((bits & kHasComma) != 0) return kHasComma;
-        if (text.size() > kNicknameLimit) return kTooLong;
+    return text.substr(0, end);
+}
+
+std::string NicknameOfName(std::string name, unsigned codePage) {
+    std::replace(name.begin(), name.end(), ',', ' ');
+    const auto trimmed = Trimmed(name);
+    const auto size = text::WholeCharacterPrefix(trimmed, kMaxNickname, codePage);
+    return std::string(trimmed.substr(0, std::min(size, trimmed.find('\0'))));
+}
+
+ValueFault FaultOf(ContactField field, std::string_view value) {
+    if (field == ContactField::kName && value.find_first_not_of(kPunctuation) == value.npos) {
+        return ValueFault::kNoLetter;
     }
-    if (mode == CheckMode::kName && IsPunctuation(text)) return kNoName;
-    return bits;
+    if (field == ContactField::kNickname) {
+        if (value.find(',') != value.npos) return ValueFault::kComma;
+        if (value.size() > kNicknameLimit) return ValueFault::kTooLong;
+    }
+    return value.find_first_of("<>") == value.npos ? ValueFault::kNone : ValueFault::kAngleBracket;
 }
 
 }  // namespace addressbook

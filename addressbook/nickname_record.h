@@ -1,9 +1,12 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
+#include "frame/interface/field_ids.h"
 #include "platform/mfc/collections.h"
 
 // One contact of a nickname file. Texts are bytes in the system code page; byte 0x03 inside them
@@ -16,6 +19,9 @@ struct NicknameRecord {
     CString csPhone;
     CString csFax;
     CString csNote;
+
+    // A zero byte ends the nickname, which must fit.
+    void SetNickname(std::string_view nickname);
 };
 
 namespace addressbook {
@@ -35,5 +41,12 @@ struct RecordText {
 
 void CopyText(const RecordText& text, NicknameRecord& record);
 void ShowText(const NicknameRecord& record, RecordText& text);
+
+// Null for the nickname, the e-mail addresses and what is no field.
+CString NicknameRecord::*TextOf(ContactField field);
+
+// The decimal text of a check sum over all texts and the length of the nickname; nothing for a
+// record without any.
+std::optional<std::string> ChangeMarker(const NicknameRecord& record);
 
 }  // namespace addressbook

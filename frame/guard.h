@@ -24,4 +24,13 @@ RRETURNCODE Guarded(const char* name, Operation&& operation) noexcept {
     return RRC_FAILED;
 }
 
+// The same, with a first line in the log: where the operation belongs, and its name.
+template <class Operation>
+RRETURNCODE Entered(const char* where, const char* name, Operation&& operation) noexcept {
+    return Guarded(name, [&]() -> RRETURNCODE {
+        KV_LOG(5, "%s%s\n", where, name);
+        return operation();
+    });
+}
+
 }  // namespace frame

@@ -35,7 +35,7 @@ RRETURNCODE Initialize(CEudoraTransUtil& util, const tagRENVSETTINGS* env) {
     util.csEnvText = env != nullptr ? env->pszEnvText : nullptr;
     if (!LoadBundle(util)) return RRC_FAILED;
     CString program;
-    if (util.FindEudora(program) == 0) {
+    if (!util.FindEudora(program)) {
         KV_LOG(1, "Eudora Pro doesn't installed in your machine");
         util.AddError(StringId::kEudoraMissing);
         return RRC_FAILED;

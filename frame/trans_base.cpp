@@ -1,21 +1,95 @@
 #include "frame/trans_base.h"
 
+#include <utility>
+
 #include "frame/guard.h"
 
+using frame::Entered;
 using frame::Guarded;
+using frame::StringId;
 
-CREudoraTransBase::~CREudoraTransBase() {
-    FreeDateFilters();
-    FreeTextFilters();
-    FreeBoolFilters();
-}
+namespace {
+
+constexpr const char* kEnter = "Enter CREudoraTransBase::";
+
+}  // namespace
 
 RRETURNCODE CREudoraTransBase::GetAppProperties(unsigned long* pProperties) {
-    return Guarded("GetAppProperties", [&] {
-        KV_LOG(5, "Enter CREudoraTransBase::GetAppProperties\n");
+    return Entered(kEnter, "GetAppProperties", [&] {
         *pProperties = 0x80070000;
         return RRC_OK;
     });
+}
+
+RRETURNCODE CREudoraTransBase::GetAppInfo(BOOL bConfigure, CRHostContext* pHost,
+                                          CString& csSelection, RWORD word, CString& csSummary,
+                                          RWORD) {
+    return Guarded("GetAppInfo",
+                   [&] { return GetAppInfo(bConfigure, pHost, csSelection, word, csSummary); });
+}
+
+RRETURNCODE CREudoraTransBase::GetAppInfo(BOOL bConfigure, CRHostContext* pHost,
+                                          CString& csSelection, RWORD word, CString& csSummary) {
+    return Guarded("GetAppInfo", [&] {
+        if (pHost == nullptr) return RRC_FAILED;
+        RWORD value1 = 0, value2 = 0, value3 = 0, util = 0;
+        pHost->GetContextValue2(&value2);
+        pHost->GetContextValue3(&value3);
+        pHost->GetUtil(&util);
+        pHost->GetContextValue1(&value1);
+        return GetAppInfo(bConfigure, value1, value2, value3, csSelection, word, csSummary,
+                          reinterpret_cast<CEudoraTransUtil*>(util));
+    });
+}
+
+RRETURNCODE CREudoraTransBase::GetAppInfo(BOOL bConfigure, RWORD, RWORD value2, RWORD,
+                                          CString& csSelection, RWORD, CString& csSummary,
+                                          CEudoraTransUtil* pUtil) {
+    return Entered(kEnter, "GetAppInfo", [&] {
+        m_pUtil = pUtil;
+        m_dwHostValue = value2;
+        Util().ClearMessages();
+        bool isNew = false;
+        if (m_appInfo.IsLoaded() == 0) {
+            const RRETURNCODE code = LoadOrMakeSettings(csSelection, isNew);
+            if (code != RRC_OK) return code;
+            m_appInfo.SetLoaded(1);
+        }
+        const RRETURNCODE code = Guarded("GetAppInfo", [&] {
+            if (bConfigure != 0 && ShowOptions() != 0) return RRC_CANCELLED;
+            CString selection(csSelection), summary(m_appInfo.GetSummaryText());
+            std::swap(m_csSelection, selection);
+            std::swap(csSummary, summary);
+            return RRC_OK;
+        });
+        // Whatever the reason, the host is not told of the new file.
+        if (code != RRC_OK && isNew) {
+            m_appInfo.SetLoaded(0);
+            (void)Util().system.files.Delete(csSelection.Str());
+        }
+        if (code == RRC_OK) KV_LOG(5, "Exit CREudoraTransBase::GetAppInfo\n");
+        return code;
+    });
+}
+
+RRETURNCODE CREudoraTransBase::LoadOrMakeSettings(CString& csSelection, bool& isNew) {
+    CEudoraTransUtil& util = Util();
+    if (!csSelection.IsEmpty()) {
+        if (!util.LoadSettings(csSelection, m_appInfo)) {
+            util.system.dialogs.ShowMessage(
+                "Unable to read the config file.  Loading default settings.", "Eudora",
+                platform::MessageIcon::kWarning);
+            InitDefaultSettings();
+        }
+        return RRC_OK;
+    }
+    InitDefaultSettings();
+    util.NextSettingsPath(csSelection);
+    isNew = true;
+    if (util.StoreSettings(m_appInfo, csSelection)) return RRC_OK;
+    KV_LOG(1, "Unable to store AppInfo to file\n");
+    util.AddError(StringId::kCannotStoreSettings);
+    return RRC_FAILED;
 }
 
 RRETURNCODE CREudoraTransBase::Open(int nMode, RWORD, RWORD word2, RWORD word3,
@@ -51,105 +125,168 @@ RRETURNCODE CREudoraTransBase::Open(int nMode, RWORD value2, RWORD, RWORD, RWORD
     });
 }
 
-RRETURNCODE CREudoraTransBase::Close(int nMode) {
-    return Guarded("Close", [&] {
-        KV_LOG(5, "Enter CREudoraTransBase::Close - Input : Mode - %d\n", nMode);
-        return RRC_OK;
-    });
-}
-
-// The queues are the module's own, whatever the host handed in: messages can be fetched from an
-// object that was never opened.
 RRETURNCODE CREudoraTransBase::GetFirstErrorMessage(CString& csMessage) {
-    return Guarded("GetFirstErrorMessage", [&] {
-        KV_LOG(5, "Enter CREudoraTransBase::GetFirstErrorMessage\n");
-        return GetNextErrorMessage(csMessage);
-    });
+    return Entered(kEnter, "GetFirstErrorMessage", [&] { return GetNextErrorMessage(csMessage); });
 }
 
 RRETURNCODE CREudoraTransBase::GetNextErrorMessage(CString& csMessage) {
-    return Guarded("GetNextErrorMessage", [&] {
-        KV_LOG(5, "Enter CREudoraTransBase::GetNextErrorMessage\n");
-        return TransUtil().GetNextError(csMessage);
-    });
+    return Entered(kEnter, "GetNextErrorMessage",
+                   [&] { return TransUtil().GetNextError(csMessage); });
 }
 
 RRETURNCODE CREudoraTransBase::GetFirstWarningMessage(CString& csMessage) {
-    return Guarded("GetFirstWarningMessage", [&] {
-        KV_LOG(5, "Enter CREudoraTransBase::GetFirstWarningMessage\n");
-        return GetNextWarningMessage(csMessage);
-    });
+    return Entered(kEnter, "GetFirstWarningMessage",
+                   [&] { return GetNextWarningMessage(csMessage); });
 }
 
 RRETURNCODE CREudoraTransBase::GetNextWarningMessage(CString& csMessage) {
-    return Guarded("GetNextWarningMessage", [&] {
-        KV_LOG(5, "Enter CREudoraTransBase::GetNextWarningMessage\n");
-        return TransUtil().GetNextWarning(csMessage);
+    return Entered(kEnter, "GetNextWarningMessage",
+                   [&] { return TransUtil().GetNextWarning(csMessage); });
+}
+
+RRETURNCODE CREudoraTransBase::SetDateFilter(tagRDATEFILTER* pFilters, int nCount) {
+    return Entered(kEnter, "SetDateFilter", [&] {
+        m_dateFilters.TakeOver(pFilters, nCount);
+        KV_LOG(5, "Exit CREudoraTransBase::SetDateFilter\n");
+        return RRC_OK;
     });
 }
 
-RRETURNCODE CREudoraTransBase::IsOkToSetRecord(RWORD, RFIELDCALLBACK, void*, BOOL* pbOk) {
-    return Guarded("IsOkToSetRecord", [&] {
-        KV_LOG(5, "Enter CREudoraTransBase::IsOkToSetRecord\n");
-        *pbOk = 1;
+RRETURNCODE CREudoraTransBase::SetTextFilter(tagRTEXTFILTER* pFilters, int nCount) {
+    return Entered(kEnter, "SetTextFilter", [&] {
+        m_textFilters.TakeOver(pFilters, nCount);
+        KV_LOG(5, "Exit CREudoraTransBase::SetTextFilter\n");
         return RRC_OK;
     });
+}
+
+RRETURNCODE CREudoraTransBase::SetBoolFilter(tagRBOOLFILTER* pFilters, int nCount) {
+    return Entered(kEnter, "SetBoolFilter", [&] {
+        m_boolFilters.TakeOver(pFilters, nCount);
+        KV_LOG(5, "Exit CREudoraTransBase::SetBoolFilter\n");
+        return RRC_OK;
+    });
+}
+
+RRETURNCODE CREudoraTransBase::GetFirstFieldInfo(CString& csFieldId, CString& csFieldName,
+                                                 unsigned long* pType, unsigned long* pTag,
+                                                 unsigned short* pOrdinal) {
+    return Entered(kEnter, "GetFirstFieldInfo", [&] {
+        m_nFieldCursor = 0;
+        return GetNextFieldInfo(csFieldId, csFieldName, pType, pTag, pOrdinal);
+    });
+}
+
+RRETURNCODE CREudoraTransBase::GetNextFieldInfo(CString& csFieldId, CString& csFieldName,
+                                                unsigned long* pType, unsigned long* pTag,
+                                                unsigned short* pOrdinal) {
+    return Entered(kEnter, "GetNextFieldInfo", [&] {
+        if (m_nFieldCursor >= m_appInfo.m_fields.GetCount()) return RRC_NONE;
+        const CREudoraField field = m_appInfo.m_fields.GetAt(m_nFieldCursor);
+        csFieldId = field.m_csFieldId;
+        csFieldName.Empty();
+        if (field.m_nStringId > 0) csFieldName = Util().GetString(field.NameId());
+        if (csFieldName.IsEmpty()) csFieldName = field.m_csDefaultName;
+        *pType = static_cast<unsigned long>(field.m_nType);
+        *pTag = field.m_dwTag;
+        *pOrdinal = static_cast<unsigned short>(++m_nFieldCursor);
+        return RRC_OK;
+    });
+}
+
+RRETURNCODE CREudoraTransBase::GetFieldCount(long* pCount) {
+    return Entered(kEnter, "GetFieldCount", [&] {
+        *pCount = m_appInfo.m_fields.GetCount();
+        return RRC_OK;
+    });
+}
+
+RRETURNCODE CREudoraTransBase::GetRecordCount(long* pCount) {
+    return Entered(kEnter, "GetRecordCount", [&] {
+        *pCount = -1;
+        return RRC_NONE;
+    });
+}
+
+RRETURNCODE CREudoraTransBase::MoveFirst() {
+    return Entered(kEnter, "MoveFirst", [&] { return FilterStep(); });
+}
+
+RRETURNCODE CREudoraTransBase::MoveNext() {
+    return Entered(kEnter, "MoveNext", [&] { return FilterStep(); });
+}
+
+// Called again from the MoveNext that it calls, it only notes that a record was reached and leaves
+// the judgement to the outer call: the depth is two, however many records fail.
+RRETURNCODE CREudoraTransBase::FilterStep() {
+    if (m_filtering) {
+        m_reached = true;
+        return RRC_OK;
+    }
+    struct Scope {
+        explicit Scope(bool& theFlag) : flag(theFlag) { flag = true; }
+        ~Scope() { flag = false; }
+        bool& flag;
+    } scope(m_filtering);
+    while (PassesFilters() == 0) {
+        m_reached = false;
+        const RRETURNCODE code = MoveNext();
+        if (code != RRC_OK || !m_reached) return code;
+    }
+    return RRC_OK;
+}
+
+RRETURNCODE CREudoraTransBase::EditRecord(LPCTSTR pszRecId) {
+    return Guarded("EditRecord", [&] {
+        KV_LOG(5, "Enter CREudoraTransBase::EditRecord: %s\n", pszRecId);
+        const RRETURNCODE code = GoToRecord(pszRecId);
+        return code != RRC_OK ? code : EditRecord();
+    });
+}
+
+RRETURNCODE CREudoraTransBase::UpdateRecord(CString& csRecordId, CString& csModifiedInfo) {
+    return Entered(kEnter, "UpdateRecord", [&] {
+        RRETURNCODE code = PrepareForUpdate();
+        if (code == RRC_OK) code = GetRecordID(csRecordId);
+        return code == RRC_OK ? GetModifiedInfo(csModifiedInfo) : code;
+    });
+}
+
+RRETURNCODE CREudoraTransBase::DeleteRecord(LPCTSTR pszRecId) {
+    return Guarded("DeleteRecord", [&] {
+        KV_LOG(5, "Enter CREudoraTransBase::DeleteRecord: %s\n", pszRecId);
+        const RRETURNCODE code = GoToRecord(pszRecId);
+        return code != RRC_OK ? code : DeleteRecord();
+    });
+}
+
+RRETURNCODE CREudoraTransBase::DeleteAllRecords() {
+    return Entered(kEnter, "DeleteAllRecords", [&] {
+        if (DeleteUntilEnd() != RRC_EOF) {
+            KV_LOG(1, "Error while deleting the reocrd\n");
+            Util().AddError(StringId::kCannotDelete);
+            return RRC_FAILED;
+        }
+        SetBoxFileOpenFlagRegistry(1);
+        return RRC_OK;
+    });
+}
+
+// Back to the start after each deletion: what was deleted is no longer met there. Any result but
+// success ends the loop, which a translator that keeps answering the same would never leave.
+RRETURNCODE CREudoraTransBase::DeleteUntilEnd() {
+    for (;;) {
+        RRETURNCODE code = MoveFirst();
+        if (code == RRC_OK) code = DeleteRecord();
+        if (code != RRC_OK) return code;
+    }
 }
 
 RRETURNCODE CREudoraTransBase::IsOkToProceed(RWORD, RWORD, BOOL* pbOk) {
-    return Guarded("IsOkToProceed", [&] {
-        KV_LOG(5, "Enter CREudoraTransBase::IsOkToProceed\n");
+    return Entered(kEnter, "IsOkToProceed", [&] {
         *pbOk = 1;
         return RRC_OK;
     });
-}
-
-RRETURNCODE CREudoraTransBase::IsAppModified(BOOL* pbModified) {
-    KV_LOG(5, "Enter CREudoraTransBase::IsAppModified");
-    *pbModified = 1;
-    return RRC_NONE;
-}
-
-int CREudoraTransBase::ShowOptions() {
-    return 0;
-}
-
-RRETURNCODE CREudoraTransBase::InitDefaultSettings() {
-    return RRC_OK;
-}
-
-RRETURNCODE CREudoraTransBase::BuildFieldList() {
-    return RRC_OK;
-}
-
-RRETURNCODE CREudoraTransBase::ResetRecordState() {
-    return RRC_OK;
-}
-
-RRETURNCODE CREudoraTransBase::GetSpecialField(CREudoraField&, void*, BOOL* pbHandled) {
-    *pbHandled = 0;
-    return RRC_OK;
-}
-
-RRETURNCODE CREudoraTransBase::SetSpecialField(CREudoraField&, void*, BOOL* pbHandled) {
-    *pbHandled = 0;
-    return RRC_OK;
-}
-
-RRETURNCODE CREudoraTransBase::PrepareForAdd() {
-    return RRC_OK;
-}
-
-RRETURNCODE CREudoraTransBase::PrepareForEdit() {
-    return RRC_OK;
-}
-
-RRETURNCODE CREudoraTransBase::PrepareForUpdate() {
-    return RRC_OK;
-}
-
-RRETURNCODE CREudoraTransBase::FinishUpdate() {
-    return RRC_OK;
 }
 
 void CREudoraTransBase::SetBoxFileOpenFlagRegistry(unsigned long value) {

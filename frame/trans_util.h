@@ -23,29 +23,28 @@ class CEudoraTransUtil {
 
     // The message queues, oldest first.
     void AddError(frame::StringId id);
-    void AddErrorText(LPCTSTR text);
+    void AddErrorText(LPCTSTR text) { saErrors.Add(text); }
     // Says that the file of the failure could not be opened, then AddCause.
     void AddFileError(const platform::Failure& failure);
     // Says why, where the bundle has words for it: the disk is full, there is not enough memory.
     void AddCause(const platform::Failure& failure);
-    void AddWarningText(LPCTSTR text);
+    void AddWarningText(LPCTSTR text) { saWarnings.Add(text); }
     void ClearErrors() { saErrors.RemoveAll(); }
-    void ClearWarnings() { saWarnings.RemoveAll(); }
     void ClearMessages();
     RRETURNCODE GetNextError(CString& out);  // RRC_NONE, and `out` untouched, if there is none
     RRETURNCODE GetNextWarning(CString& out);
 
     // Settings files: csSettingsDir\EudoraAppInfoNNNN.cfg with numbers 0001 to FFFE in hexadecimal.
-    // All but DeleteAllSettings give 1 on success and 0 otherwise.
-    int MakeSettingsPath(CString& out, int number);
-    int NextSettingsPath(CString& out);  // the first free path; `out` untouched if there is none
-    int LoadSettings(LPCTSTR path, CEudoraAppInfo& info);
-    // The file has its old content or the new one, whatever fails.
-    int StoreSettings(CEudoraAppInfo& info, LPCTSTR path);
-    int DeleteAllSettings();  // up to the first number that is free
+    CString SettingsPath(int number) const;
+    bool NextSettingsPath(CString& out) const;  // the first free path; `out` untouched without one
+    // False, and logged, if the file is damaged or cannot be read; what was read by then stays.
+    bool LoadSettings(LPCTSTR path, CEudoraAppInfo& info) const;
+    // False, and logged, if the file keeps its old content.
+    bool StoreSettings(CEudoraAppInfo& info, LPCTSTR path);
+    void DeleteAllSettings() const;  // up to the first number that is free
 
     // Finding Eudora through the registry.
-    int FindEudora(CString& csProgram);
+    bool FindEudora(CString& csProgram);
     void FindNicknameFile(CString csProgram);
     int CheckDefaultClient();  // 0 default client, 1 not installed, 2 another client
 

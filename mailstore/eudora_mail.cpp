@@ -140,7 +140,7 @@ RRETURNCODE CREudoraMail::SaveSettings(RWORD, tagRAPPINFO* pAppInfo, RWORD) {
                    selection.Str().c_str(), m_csSelection.Str().c_str());
             return RRC_FAILED;
         }
-        if (Util().StoreSettings(m_appInfo, m_csSelection) != 0) return RRC_OK;
+        if (Util().StoreSettings(m_appInfo, m_csSelection)) return RRC_OK;
         KV_LOG(1, "Unable to store AppInfo to file\n");
         Util().AddError(StringId::kCannotStoreSettings);
         return RRC_FAILED;
@@ -148,10 +148,6 @@ RRETURNCODE CREudoraMail::SaveSettings(RWORD, tagRAPPINFO* pAppInfo, RWORD) {
 }
 
 RRETURNCODE CREudoraMail::InitDefaultSettings() {
-    return BuildFieldList();
-}
-
-RRETURNCODE CREudoraMail::BuildFieldList() {
     return Guarded("BuildFieldList", [&] {
         mailstore::BuildFieldList(m_appInfo.m_fields);
         return RRC_OK;
@@ -408,7 +404,7 @@ RRETURNCODE CREudoraMail::IsOkToSetRecord(RWORD, RFIELDCALLBACK pfnGetValue, voi
 RRETURNCODE CREudoraMail::AddNewRecord(RWORD) {
     return Guarded("AddNewRecord", [&] {
         m_bAddNewRecord = 1;
-        (void)PrepareForAdd();
+        (void)InitLocalVars();
         // One that was begun and left is gone; a queued one is its queue's.
         m_draft.Drop(Util().mapi);
         Util().mapi.ClearMsgID();
@@ -429,7 +425,7 @@ RRETURNCODE CREudoraMail::EditRecord() {
         KV_LOG(5, "Enter CREudoraMail::EditRecord\n");
         m_bAddNewRecord = 0;
         Util().mapi.BeginEdit();
-        return PrepareForEdit();
+        return InitLocalVars();
     });
 }
 

@@ -45,13 +45,9 @@ class CREudoraMail : public CREudoraTransBase {
     int ShowOptions() override;
     RRETURNCODE InitDefaultSettings() override;
     int PassesFilters() override;
-    RRETURNCODE BuildFieldList() override;
-    RRETURNCODE ResetRecordState() override { return InitLocalVars(); }
-    RRETURNCODE PrepareForAdd() override { return InitLocalVars(); }
-    RRETURNCODE PrepareForEdit() override { return InitLocalVars(); }
     // Puts a finished record where it goes: to the out-box, into the mailbox, among the states.
     RRETURNCODE PrepareForUpdate() override;
-    virtual RRETURNCODE InitLocalVars();
+    RRETURNCODE InitLocalVars();
 
   protected:
     mailstore::MailIds m_ids;

@@ -6,7 +6,7 @@
 #include "addressbook/eudora4.h"
 #include "frame/guard.h"
 #include "frame/initialization.h"
-#include "frame/trans_base.h"
+#include "frame/plain_translator.h"
 #include "mailstore/eudora_mail.h"
 #include "platform/os/system.h"
 
@@ -27,7 +27,7 @@ constexpr unsigned long kAddressBook = 1, kMail = 20;  // data kinds
 std::unique_ptr<CREudoraTransBase> MakeTranslator(unsigned long kind) {
     if (kind == kAddressBook) return std::make_unique<CREudora4>();
     if (kind == kMail) return std::make_unique<CREudoraMail>();
-    return std::make_unique<CREudoraTransBase>();
+    return std::make_unique<frame::PlainTranslator>();
 }
 
 // What both forms of the initialisation hand out, whatever becomes of it.

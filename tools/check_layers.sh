@@ -22,7 +22,7 @@ mailbox              platform/os text
 mapi                 platform/os platform/kvutil frame/interface/field_ids.h text
 integration/locate   platform/os platform/mfc platform/kvutil text
 frame/interface      platform/mfc
-frame                platform/os platform/mfc platform/kvutil integration/locate mapi text
+frame                platform/os platform/mfc platform/kvutil integration/locate mapi
 integration/dialogs  platform/os platform/mfc frame text
 addressbook          platform/os platform/mfc platform/kvutil frame integration/dialogs text
 mailstore            platform/os platform/mfc platform/kvutil frame integration mailbox mapi text

@@ -1,4 +1,3 @@
-#include "frame/format_text.h"
 #include "frame/initialization.h"
 #include "tests/frame/frame_fixture.h"
 
@@ -60,15 +59,20 @@ TEST_F(BundleTest, LongAndMissingStrings) {
     EXPECT_EQ(LogCapture::Lines().size(), 2U);
 }
 
-TEST(FormatTextTest, OnlyExactConversionsAreUsed) {
-    EXPECT_EQ(frame::FormatText("<%s>", "%n%s%d", {}), "<%n%s%d>") << "the text is no format";
-    EXPECT_EQ(frame::FormatText("100%% of %s", "T", {}), "100% of T");
-    EXPECT_EQ(frame::FormatText("%s and %d", "T", 27), "T and 27");
-    EXPECT_EQ(frame::FormatText("%s and %d", "T", {}), "%s and %d");
-    for (const char* odd : {"%s", "%d and %s", "%n", "%s%s", "%s%d%d", "%s %", "%s%n", "%ls %lld",
-                            "%5s", "%s %5d", ""}) {
-        EXPECT_EQ(frame::FormatText(odd, "T", 27), odd);
-        EXPECT_EQ(frame::FormatText(odd, "T", {}), odd == std::string("%s") ? "T" : odd);
+TEST_F(BundleTest, OnlyExactConversionsAreUsed) {
+    const auto format = [&](const std::string& text, std::optional<int> number) {
+        LoadStrings({{1, text}});
+        constexpr auto kId = frame::StringId::kCannotOpenFile;
+        return (number ? util.FormatString(kId, "T%n", *number) : util.FormatString(kId, "T%n"))
+            .Str();
+    };
+    EXPECT_EQ(format("<%s>", {}), "<T%n>") << "the text is no format";
+    EXPECT_EQ(format("100%% of %s", {}), "100% of T%n");
+    EXPECT_EQ(format("%s and %d", 27), "T%n and 27");
+    for (const std::string odd :
+         {"%s", "%d and %s", "%n", "%s%s", "%s%d%d", "%s %", "%s%n", "%ls %lld", "%5s", "%s %5d"}) {
+        EXPECT_EQ(format(odd, 27), odd);
+        EXPECT_EQ(format(odd, {}), odd == "%s" ? "T%n" : odd);
     }
 }
 

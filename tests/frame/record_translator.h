@@ -1,26 +1,21 @@
 #pragma once
 
-#include <map>
 #include <string>
-#include <variant>
 #include <vector>
 
 #include "tests/frame/frame_fixture.h"
 
-// A translator over records that a test makes up. A record is what GetField gives by field id; a
-// missing id makes it fail.
+// A translator over records that a test makes up. A record is its id, and the filters hide it if
+// that begins with '-'.
 class RecordTranslator : public CREudoraTransBase {
   public:
-    using Value = std::variant<std::int32_t, double, std::string>;
-    using Record = std::map<std::string, Value>;
-
-    void AddField(const char* id, std::int32_t type, bool special = false,
-                  std::int32_t stringId = 0) {
+    void AddField(const char* id, std::int32_t type, std::int32_t stringId) {
         CREudoraField field;
-        field.Set(id, 0, stringId, (std::string("name ") + id).c_str(), type, 0xC0000000U, special);
+        field.Set(id, 0, stringId, (std::string("name ") + id).c_str(), type, 0xC0000000U, false);
         m_appInfo.m_fields.Add(field);
     }
 
+    RRETURNCODE Close(int) override { return RRC_OK; }
     RRETURNCODE MoveFirst() override {
         position = 0;
         return position == records.size() ? RRC_EOF : CREudoraTransBase::MoveFirst();
@@ -29,26 +24,35 @@ class RecordTranslator : public CREudoraTransBase {
         if (position < records.size()) ++position;
         return position == records.size() ? RRC_EOF : CREudoraTransBase::MoveNext();
     }
+    RRETURNCODE GoToRecord(LPCTSTR) override { return Step("G"); }
+    RRETURNCODE AddNewRecord(RWORD) override { return RRC_NOT_SUPPORTED; }
+    using CREudoraTransBase::EditRecord;
+    RRETURNCODE EditRecord() override { return Step("E"); }
+    using CREudoraTransBase::DeleteRecord;
     RRETURNCODE DeleteRecord() override {
-        if (deleteCode == RRC_OK) {
+        const auto code = Step("D");
+        if (code == RRC_OK && position < records.size()) {
             records.erase(records.begin() + static_cast<std::ptrdiff_t>(position));
         }
-        return deleteCode;
+        return code;
     }
-    RRETURNCODE GetField(LPCTSTR pszFieldId, unsigned long*, void* pCell) override {
-        const auto found = records[position].find(pszFieldId);
-        if (found == records[position].end()) return RRC_FAILED;
-        if (const auto* text = std::get_if<std::string>(&found->second)) {
-            *static_cast<char**>(pCell) = Block(text->c_str());
-        } else if (const auto* date = std::get_if<double>(&found->second)) {
-            *static_cast<double*>(pCell) = *date;
-        } else {
-            *static_cast<std::int32_t*>(pCell) = std::get<std::int32_t>(found->second);
-        }
-        return RRC_OK;
+    RRETURNCODE GetRecordID(CString&) override { return Step("I"); }
+    RRETURNCODE GetModifiedInfo(CString&) override { return Step("M"); }
+    RRETURNCODE GetField(LPCTSTR, unsigned long*, void*) override { return RRC_FAILED; }
+    RRETURNCODE SetField(LPCTSTR, unsigned long*, void*) override { return RRC_FAILED; }
+    int PassesFilters() override {
+        if (throws) throw std::runtime_error("boom");
+        return records[position].starts_with('-') ? 0 : 1;
+    }
+    RRETURNCODE PrepareForUpdate() override { return Step("U"); }
+
+    RRETURNCODE Step(const char* name) {
+        ran += name;
+        return failing == name ? RRC_CANCELLED : RRC_OK;
     }
 
-    std::vector<Record> records;
+    std::vector<std::string> records;
     std::size_t position = 0;
-    RRETURNCODE deleteCode = RRC_OK;
+    std::string failing, ran;  // steps by their letters
+    bool throws = false;
 };

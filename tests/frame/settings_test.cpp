@@ -77,13 +77,13 @@ TEST_F(SettingsTest, FileHasTheToldBytes) {
     info.SetLoaded(1);
     machine.files.Put(kPath, "old");
     machine.files.LimitDisk(200);
-    EXPECT_EQ(util.StoreSettings(info, kPath.c_str()), 0);
+    EXPECT_FALSE(util.StoreSettings(info, kPath.c_str()));
     machine.files.LimitDisk({});
     machine.files.SetReadOnly(kPath);
-    EXPECT_EQ(util.StoreSettings(info, kPath.c_str()), 0);
+    EXPECT_FALSE(util.StoreSettings(info, kPath.c_str()));
     EXPECT_EQ(machine.files.Get(kPath), "old");
     machine.files.SetReadOnly(kPath, false);
-    ASSERT_EQ(util.StoreSettings(info, kPath.c_str()), 1);
+    ASSERT_TRUE(util.StoreSettings(info, kPath.c_str()));
     EXPECT_EQ(machine.files.Get(kPath), MailFile());
     EXPECT_EQ(MailFile().size(), 359U);
     EXPECT_EQ(info.IsLoaded(), 1);
@@ -101,14 +101,14 @@ TEST_F(SettingsTest, EveryMemberComesBack) {
     info.m_nAttachLimitKB = 0x7FFFFFFF;
     info.m_bLimitMailAge = 2;
     info.m_nMailAgeDays = -7;
-    ASSERT_EQ(util.StoreSettings(info, kPath.c_str()), 1);
+    ASSERT_TRUE(util.StoreSettings(info, kPath.c_str()));
     // Any word but zero makes a field special, and trailing bytes are nobody's business.
     std::string bytes = *machine.files.Get(kPath) + "tail";
     const auto later = bytes.find("later") + 5 + 4 + 4;
     bytes[later + 3] = '\x40';
     machine.files.Put(kPath, bytes);
     CEudoraAppInfo loaded = MailInfo();
-    ASSERT_EQ(util.LoadSettings(kPath.c_str(), loaded), 1);
+    ASSERT_TRUE(util.LoadSettings(kPath.c_str(), loaded));
     EXPECT_TRUE(loaded.m_fields.GetAt(0).m_bSpecial);
     EXPECT_TRUE(loaded.m_fields.GetAt(1).m_bSpecial);
     std::string expected = Bytes(info);
@@ -129,7 +129,7 @@ TEST_F(SettingsTest, AFileCutShortKeepsWhatWasRead) {
         machine.files.Put(kPath, whole.substr(0, length));
         LogCapture log;
         CEudoraAppInfo info;
-        EXPECT_EQ(util.LoadSettings(kPath.c_str(), info), 0);
+        EXPECT_FALSE(util.LoadSettings(kPath.c_str(), info));
         EXPECT_TRUE(LogCapture::Has("1 Unable to load app info file " + kPath + "\n"));
         EXPECT_EQ(info.m_nMailAgeDays, length < 355 ? 7 : 70);
         EXPECT_EQ(info.m_nMailLimitKB, 32);
@@ -138,9 +138,9 @@ TEST_F(SettingsTest, AFileCutShortKeepsWhatWasRead) {
     LogCapture log;
     CEudoraAppInfo info;
     machine.files.Put(kPath, MailFile(71) + std::string(16 << 20, 'x'));
-    EXPECT_EQ(util.LoadSettings(kPath.c_str(), info), 1) << "the front of a large file";
+    EXPECT_TRUE(util.LoadSettings(kPath.c_str(), info)) << "the front of a large file";
     EXPECT_EQ(info.m_nMailAgeDays, 71);
-    EXPECT_EQ(util.LoadSettings("C:\\set\\none.cfg", info), 0);
+    EXPECT_FALSE(util.LoadSettings("C:\\set\\none.cfg", info));
     EXPECT_TRUE(LogCapture::Lines().empty()) << "a missing file is no failure";
 }
 
@@ -156,18 +156,18 @@ TEST_F(SettingsTest, AFailingStoreLeavesOldOrNew) {
                 if (old) machine.files.Put(kPath, *old);
                 LogCapture log;
                 machine.faults.Arm(fault, n);
-                const int stored = util.StoreSettings(info, kPath.c_str());
+                const bool stored = util.StoreSettings(info, kPath.c_str());
                 fired = machine.faults.Fired();
                 machine.faults.Disarm();
                 const auto content = machine.files.Get(kPath);
-                EXPECT_TRUE(content == MailFile() || (stored == 0 && content == old));
-                EXPECT_EQ(stored == 0,
+                EXPECT_TRUE(content == MailFile() || (!stored && content == old));
+                EXPECT_EQ(!stored,
                           LogCapture::Has("1 Unable to store app info file " + kPath + "\n"));
                 EXPECT_EQ(machine.files.OpenCount(), 0);
                 if (fault != Fault::kKill) {
                     EXPECT_EQ(machine.files.AllFiles().size(), content ? 1U : 0U);
                 }
-                EXPECT_EQ(util.StoreSettings(info, kPath.c_str()), 1) << "retry";
+                EXPECT_TRUE(util.StoreSettings(info, kPath.c_str())) << "retry";
                 EXPECT_EQ(machine.files.Get(kPath), MailFile());
                 EXPECT_EQ(machine.files.AllFiles().size(), 1U);
             }
@@ -176,11 +176,7 @@ TEST_F(SettingsTest, AFailingStoreLeavesOldOrNew) {
 }
 
 TEST_F(SettingsTest, NumbersFillTheFirstGapAndDeletionStopsThere) {
-    const auto path = [&](int number) {
-        CString out;
-        EXPECT_EQ(util.MakeSettingsPath(out, number), 1);
-        return out.Str();
-    };
+    const auto path = [&](int number) { return util.SettingsPath(number).Str(); };
     EXPECT_EQ(path(0xABCD), "C:\\set\\EudoraAppInfoABCD.cfg");
     using Numbers = std::vector<int>;
     // What is there, the next number, and what DeleteAllSettings leaves.
@@ -189,9 +185,9 @@ TEST_F(SettingsTest, NumbersFillTheFirstGapAndDeletionStopsThere) {
                                               {{1, 2, 3, 4, 5, 6, 7, 8, 9}, 10, {}}}) {
         for (int number : present) machine.files.Put(path(number), "x");
         CString found;
-        EXPECT_EQ(util.NextSettingsPath(found), 1);
+        EXPECT_TRUE(util.NextSettingsPath(found));
         EXPECT_EQ(found.Str(), path(next));
-        EXPECT_EQ(util.DeleteAllSettings(), 0);
+        util.DeleteAllSettings();
         std::vector<std::string> paths;
         for (int number : left) paths.push_back(path(number));
         EXPECT_EQ(machine.files.AllFiles(), paths);
@@ -204,7 +200,7 @@ TEST_F(SettingsTest, NumbersFillTheFirstGapAndDeletionStopsThere) {
     } full;
     CEudoraTransUtil other(machine.Over(full));
     CString kept("as it was");
-    EXPECT_EQ(other.NextSettingsPath(kept), 0);
+    EXPECT_FALSE(other.NextSettingsPath(kept));
     EXPECT_EQ(kept.Str(), "as it was");
 }
 

@@ -8,8 +8,8 @@
 namespace {
 
 TEST_F(ReadingTest, TheHostLearnsElevenFieldsInOrder) {
-    ASSERT_EQ(mail.BuildFieldList(), RRC_OK);
-    ASSERT_EQ(mail.BuildFieldList(), RRC_OK) << "replaces the list";
+    ASSERT_EQ(mail.InitDefaultSettings(), RRC_OK);
+    ASSERT_EQ(mail.InitDefaultSettings(), RRC_OK) << "replaces the list";
     std::string all;
     CString id, name;
     unsigned long type = 0, tag = 0;

@@ -153,7 +153,7 @@ TEST_F(MailStartTest, OptionsAreTakenFromAnAcceptedDialog) {
     tagRAPPINFO info{0, "C:\\SET\\eudoraappinfo0001.CFG"};
     const auto storedDays = [&] {
         CEudoraAppInfo onDisk;
-        EXPECT_EQ(util.LoadSettings(selection, onDisk), 1);
+        EXPECT_TRUE(util.LoadSettings(selection, onDisk));
         return onDisk.m_nMailAgeDays;
     };
     OpenedMail other;

@@ -1,42 +1,78 @@
-#include <algorithm>
-#include <cstdio>
-#include <cstring>
+#include "addressbook/eudora_ab.h"
+
 #include <new>
-#include <string>
 #include <utility>
 
-#include "addressbook/eudora_ab.h"
 #include "addressbook/field_text.h"
-#include "addressbook/token_scan.h"
+#include "addressbook/nickname_file.h"
 #include "frame/trans_util.h"
 #include "platform/kvutil/kvutil.h"
 #include "text/double_byte.h"
 
-using addressbook::CopyFieldText;
 using addressbook::CopyMode;
 using addressbook::RecordMap;
+using frame::StringId;
 
 namespace {
 
-// Null for the nickname, the e-mail addresses and what is no field.
-CString NicknameRecord::*TextOf(ContactField field) {
-    switch (field) {
-        case ContactField::kName:
-            return &NicknameRecord::csName;
-        case ContactField::kAddress:
-            return &NicknameRecord::csAddress;
-        case ContactField::kPhone:
-            return &NicknameRecord::csPhone;
-        case ContactField::kFax:
-            return &NicknameRecord::csFax;
-        case ContactField::kNote:
-            return &NicknameRecord::csNote;
-        default:
-            return nullptr;
-    }
+void LogFailure(const CString& path, const platform::Failure& failure) {
+    KV_LOG(1, "Eudora File [%s] Could not opend in CREudora4::OpenEudoraFile\n",
+           path.Str().c_str());
+    KV_LOG(1, "%s", failure.Message().c_str());
 }
 
 }  // namespace
+
+CEudoraTransUtil& CEudoraAB::Util() const {
+    return m_util != nullptr ? *m_util : TransUtil();
+}
+
+unsigned CEudoraAB::CodePage() const {
+    return Util().system.codePage;
+}
+
+RRETURNCODE CEudoraAB::Open(LPCTSTR path) {
+    KV_LOG(5, "Enter - CEudoraAB::Open");
+    if (m_csFilePath == path) {
+        // What is half there must not pass for whole the second time.
+        if (m_incomplete) Util().AddError(StringId::kNicknameFileUnread);
+        return RRC_OK;
+    }
+    CString opened(path);
+    auto file = addressbook::LoadNicknames(Util().system, opened.Str());
+    if (!file) {
+        LogFailure(opened, file.Error());
+        return RRC_FAILED;
+    }
+    if (file->readError) {
+        KV_LOG(1, "Error While Reading Records in CEudoraAB::GetRecord\n");
+        KV_LOG(1, "%s", file->readError->Message().c_str());
+        Util().AddError(StringId::kNicknameFileUnread);
+    }
+    // Nothing can fail any more.
+    ClearRecords();
+    m_mapRecords = std::move(file->records);
+    std::swap(m_csFilePath, opened);
+    m_incomplete = file->readError.has_value();
+    return RRC_OK;
+}
+
+RRETURNCODE CEudoraAB::SaveRecords() {
+    KV_LOG(5, "Enter - CREudora4::SaveRecords\n");
+    platform::Status status;
+    if (m_csFilePath.IsEmpty() || m_incomplete) {
+        const auto code =
+            m_incomplete ? platform::ErrorCode::kIo : platform::ErrorCode::kInvalidArgument;
+        status = platform::Failure{code, m_csFilePath.Str()};
+    } else {
+        status = addressbook::SaveNicknames(Util().system, m_csFilePath.Str(), m_mapRecords);
+    }
+    if (status) return RRC_OK;
+    LogFailure(m_csFilePath, status.Error());
+    Util().AddFileError(status.Error());
+    if (m_incomplete) Util().AddError(StringId::kNicknameFileUnread);
+    return RRC_FAILED;
+}
 
 RRETURNCODE CEudoraAB::NewRecord() {
     m_pCurrent = nullptr;
@@ -53,12 +89,6 @@ RRETURNCODE CEudoraAB::BeginEdit() {
     return RRC_OK;
 }
 
-void CEudoraAB::SetNickname(std::string_view nickname) {
-    std::memset(m_pCurrent->szNickname, 0, sizeof(m_pCurrent->szNickname));
-    nickname = nickname.substr(0, nickname.find('\0'));
-    std::memcpy(m_pCurrent->szNickname, nickname.data(), nickname.size());
-}
-
 void CEudoraAB::MakeChangeable() {
     if (IsNew()) return;
     const bool isAtPosition = m_itCurrent == m_home;
@@ -70,12 +100,12 @@ void CEudoraAB::MakeChangeable() {
 RRETURNCODE CEudoraAB::SetRecordField(ContactField field, std::string_view value) {
     if (m_pCurrent == nullptr) return RRC_FAILED;
     if (!IsContactField(field)) return RRC_OK;
-    std::string text;
-    CopyFieldText(text, value, HasLines(field) ? CopyMode::kWhole : CopyMode::kFirstLine);
+    std::string text =
+        addressbook::FieldText(value, HasLines(field) ? CopyMode::kWhole : CopyMode::kFirstLine);
     MakeChangeable();
     auto& mails = m_pCurrent->arrEmail;
     if (field == ContactField::kNickname) {
-        SetNickname(addressbook::CutNickname(text, CodePage()));
+        m_pCurrent->SetNickname(addressbook::CutNickname(text, CodePage()));
     } else if (field == ContactField::kEmail && !mails.IsEmpty()) {
         mails.SetAt(0, std::move(text));
     } else if (text.empty()) {
@@ -83,40 +113,26 @@ RRETURNCODE CEudoraAB::SetRecordField(ContactField field, std::string_view value
     } else if (field == ContactField::kEmail) {
         mails.Add(std::move(text));
     } else {
-        m_pCurrent->*TextOf(field) = std::move(text);
+        m_pCurrent->*addressbook::TextOf(field) = std::move(text);
     }
     return RRC_OK;
 }
 
-RRETURNCODE CEudoraAB::GetRecordField(ContactField field, CString& out) {
+RRETURNCODE CEudoraAB::GetRecordField(ContactField field, CString& out) const {
     if (m_pCurrent == nullptr) return RRC_FAILED;
     if (field == ContactField::kNickname) {
         out = m_pCurrent->szNickname;
     } else if (field == ContactField::kEmail) {
         if (!m_pCurrent->arrEmail.IsEmpty()) out = m_pCurrent->arrEmail.GetAt(0);
-    } else if (const auto text = TextOf(field)) {
+    } else if (const auto text = addressbook::TextOf(field)) {
         out = m_pCurrent->*text;
     }
     return RRC_OK;
 }
 
-RRETURNCODE CEudoraAB::GetRecordChecksum(CString& out) {
+RRETURNCODE CEudoraAB::GetRecordChecksum(CString& out) const {
     if (m_pCurrent == nullptr) return RRC_OK;
-    const auto& record = *m_pCurrent;
-    const auto nicknameSize = std::strlen(record.szNickname);
-    std::string text = record.csName.Str() + record.csAddress.Str() + record.csPhone.Str() +
-                       record.csFax.Str() + record.csNote.Str();
-    // Hosts have stored markers with this byte in them.
-    const auto markAt = text.size();
-    for (const auto& address : record.arrEmail) text += address.Str();
-    if (text.empty() && nicknameSize == 0) return RRC_OK;
-    text.insert(markAt, 1, static_cast<char>(nicknameSize));
-    unsigned int sum = 0;
-    ComputeCheckSum(reinterpret_cast<unsigned char*>(text.data()), static_cast<int>(text.size()),
-                    sum, 1);
-    char digits[16];
-    std::snprintf(digits, sizeof(digits), "%d", static_cast<int>(sum));
-    out = digits;
+    if (auto marker = addressbook::ChangeMarker(*m_pCurrent)) out = *std::move(marker);
     return RRC_OK;
 }
 
@@ -124,7 +140,9 @@ RRETURNCODE CEudoraAB::GetRecordChecksum(CString& out) {
 RRETURNCODE CEudoraAB::StoreRecord() {
     if (m_pCurrent == nullptr) return RRC_FAILED;
     std::string nickname = m_pCurrent->szNickname;
-    if (nickname.empty()) nickname = NicknameFromName();
+    if (nickname.empty()) {
+        nickname = addressbook::NicknameOfName(m_pCurrent->csName.Str(), CodePage());
+    }
     if (IsNew() && !MakeUnique(nickname)) {
         m_pCurrent = nullptr;
         m_new.reset();
@@ -138,18 +156,10 @@ RRETURNCODE CEudoraAB::StoreRecord() {
     } else if (found.IsEnd()) {
         m_home = m_mapRecords.Rename(m_home, nickname);
     }
-    SetNickname(nickname);
+    m_pCurrent->SetNickname(nickname);
     m_itCurrent = found;
     std::swap(m_csCurrentKey, key);
     return RRC_OK;
-}
-
-std::string CEudoraAB::NicknameFromName() const {
-    std::string name = m_pCurrent->csName.Str();
-    std::replace(name.begin(), name.end(), ',', ' ');
-    const auto trimmed = addressbook::Trimmed(name);
-    const auto size = text::WholeCharacterPrefix(trimmed, addressbook::kMaxNickname, CodePage());
-    return std::string(trimmed.substr(0, std::min(size, trimmed.find('\0'))));
 }
 
 // Puts a number behind a nickname that is taken; false if none is free.
