@@ -106,8 +106,8 @@ Status SaveNicknames(const platform::System& system, const std::string& path,
         platform::SafeWrite write(system.files, path);
         auto status = write.Begin();
         if (status) {
-            status = WriteNicknames(records,
-                                    [&](std::string_view bytes) { return write.Write(bytes); });
+            status =
+                WriteNicknames(records, [&](std::string_view bytes) { return write.Write(bytes); });
         }
         if (status) status = write.Finish();
         if (!status) return status;

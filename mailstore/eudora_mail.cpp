@@ -291,7 +291,7 @@ RRETURNCODE CREudoraMail::GiveAttachments(char*& cell) {
         const auto code = mailstore::GetAttachments(Util(), m_appInfo, *message, list);
         if (code != RRC_OK) return code;
     }
-    return mailstore::GiveText(Util(), list, cell);
+    return mailstore::GiveText(Util(), list.Str(), cell);
 }
 
 RRETURNCODE CREudoraMail::GiveMessageId(char*& cell) {
@@ -300,7 +300,7 @@ RRETURNCODE CREudoraMail::GiveMessageId(char*& cell) {
     if (const auto messageId = m_ids.MessageIdOf(indexId)) {
         KV_LOG(1, "*** GetField(EMAIL_MESSAGEID): pData = %s, csMsgID = %s\n", indexId,
                messageId->c_str());
-        return mailstore::GiveText(Util(), messageId->c_str(), cell);
+        return mailstore::GiveText(Util(), messageId, cell);
     }
     m_ids.LogAll();
     KV_LOG(1, "Invalid Index Id in  CREudoraMail::GetField\n");

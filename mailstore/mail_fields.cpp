@@ -43,13 +43,6 @@ RRETURNCODE GiveNumber(std::size_t number, void* cell) {
     return RRC_OK;
 }
 
-RRETURNCODE GiveRecipients(CEudoraTransUtil& util, MailField field, char*& cell) {
-    char* list = nullptr;
-    util.mapi.GetRecipientList(field, list);
-    const TextBlock owned(list);
-    return GiveText(util, list, cell);
-}
-
 RRETURNCODE GiveDate(CEudoraTransUtil& util, const char* text, double& cell) {
     cell = kNoDate;
     if (text == nullptr) return RRC_OK;
@@ -97,12 +90,7 @@ void BuildFieldList(CREudoraFieldArray& fields) {
 
 RRETURNCODE GiveField(CEudoraTransUtil& util, MailField field, const MapiMessage& message,
                       void* cell) {
-    void* text = nullptr;
     switch (field) {
-        case MailField::kTo:
-        case MailField::kCc:
-        case MailField::kBcc:
-            return GiveRecipients(util, field, *static_cast<char**>(cell));
         case MailField::kDate:
             return GiveDate(util, message.lpszDateReceived, *static_cast<double*>(cell));
         case MailField::kBody:
@@ -112,14 +100,13 @@ RRETURNCODE GiveField(CEudoraTransUtil& util, MailField field, const MapiMessage
         case MailField::kStatus:
             return GiveNumber(StatusOfFlags(message.flFlags), cell);
         default:
-            util.mapi.GetMailField(field, text);
-            return GiveText(util, static_cast<char*>(text), *static_cast<char**>(cell));
+            return GiveText(util, util.mapi.MailText(field), *static_cast<char**>(cell));
     }
 }
 
-RRETURNCODE GiveText(CEudoraTransUtil& util, const char* text, char*& cell) {
+RRETURNCODE GiveText(CEudoraTransUtil& util, const std::optional<std::string>& text, char*& cell) {
     cell = nullptr;
-    if (text == nullptr || AllocVornString(cell, text) == RRC_OK) return RRC_OK;
+    if (!text || AllocVornString(cell, text->c_str()) == RRC_OK) return RRC_OK;
     KV_LOG(1, "CREudoraMail::GetField : Insufficient memory\n");
     util.AddError(StringId::kNoMemory);
     return RRC_FAILED;

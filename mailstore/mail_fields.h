@@ -1,5 +1,8 @@
 #pragma once
 
+#include <optional>
+#include <string>
+
 #include "frame/interface/field_ids.h"
 #include "frame/trans_util.h"
 
@@ -15,7 +18,7 @@ void BuildFieldList(CREudoraFieldArray& fields);
 RRETURNCODE GiveField(CEudoraTransUtil& util, MailField field, const MapiMessage& message,
                       void* cell);
 // The same for any text.
-RRETURNCODE GiveText(CEudoraTransUtil& util, const char* text, char*& cell);
+RRETURNCODE GiveText(CEudoraTransUtil& util, const std::optional<std::string>& text, char*& cell);
 
 // Says that there is no such mail.
 RRETURNCODE InvalidMessage(CEudoraTransUtil& util);

@@ -4,12 +4,6 @@
 
 namespace mapi {
 
-namespace {
-
-constexpr std::string_view kTransport = "SMTP:";
-
-}  // namespace
-
 std::optional<std::string> AddressOfName(std::string_view name) {
     auto outside = text::TakeToken(name, "<");
     if (!outside) return std::nullopt;
@@ -20,8 +14,8 @@ std::optional<std::string> AddressOfName(std::string_view name) {
 }
 
 std::string_view WithoutTransport(std::string_view address) {
-    if (address.starts_with(kTransport)) address.remove_prefix(kTransport.size());
-    return address;
+    constexpr std::string_view kTransport = "SMTP:";
+    return address.starts_with(kTransport) ? address.substr(kTransport.size()) : address;
 }
 
 }  // namespace mapi

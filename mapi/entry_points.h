@@ -57,7 +57,13 @@ inline constexpr std::size_t kEntryCount = std::size(kEntryNames);
 class EntryPoints {
   public:
     // False at the first name that the library does not export; those before it are found.
-    bool Find(platform::Library& library);
+    bool Find(platform::Library& library) {
+        for (std::size_t i = 0; i < kEntryCount; ++i) {
+            m_addresses[i] = library.Symbol(kEntryNames[i]);
+            if (m_addresses[i] == nullptr) return false;
+        }
+        return true;
+    }
 
     template <class Function>
     Function Get(Entry entry) const {

@@ -7,8 +7,6 @@
 
 #include "frame/interface/field_ids.h"
 #include "mapi/entry_points.h"
-#include "mapi/message_id.h"
-#include "mapi/message_slot.h"
 #include "mapi/records.h"
 #include "platform/os/system.h"
 
@@ -27,10 +25,9 @@ class CMapi {
     CMapi(const CMapi&) = delete;
     CMapi& operator=(const CMapi&) = delete;
 
-    // Not 0 if this system has Simple MAPI.
-    int IsMapiAvailable();
-    // Loads EUMAPI32.DLL of Eudora's folder: 1 if it is loaded and has all entry points, else 0.
-    // With an entry point missing it stays loaded.
+    // Loads EUMAPI32.DLL of Eudora's folder (a Windows path in the system code page): 1 if this
+    // system has Simple MAPI and the library is loaded and has all entry points, else 0. With an
+    // entry point missing it stays loaded.
     int LoadMapiLibrary(const char* folder);
     // Opens a session: 1 on success, else 0, also if there is a session, which goes on. Needs a
     // library that LoadMapiLibrary gave 1 for.
@@ -50,40 +47,28 @@ class CMapi {
     // Goes to a message by walking: from the seek point, and from the first message if the end came
     // before the target.
     int GoToEmail(const char* target);
-    int GoToEmailFromStart(const char* target);
-    // Finds the message behind `seed`, or the first one for null, and names it in MsgID.
-    int FindNextMail(const char* seed);
+    // Finds the message behind `seed`, or the first one for none, and names it in MsgID.
+    int FindNextMail(const std::optional<std::string>& seed);
     // Reads the message that MsgID names; before the first try the current message is gone.
     int ReadCurrentMail();
     // 1 and the current message, which stays this object's; else 0 and null.
     int GetCurrentMessage(MapiMessage*& message);
 
-    const char* MsgID() const { return m_szMsgID; }
-    int ClearMsgID();
-    // Names a new mail; the id is cut to the room there is.
-    void SetMsgID(const char* id) {
-        mapi::CopyMessageId(m_szMsgID, id);
-        m_isNamed = false;
-    }
-    bool SeekValid() const { return m_bSeekValid != 0; }
+    const char* MsgID() const { return m_szMsgID.c_str(); }
+    void ClearMsgID() { SetMsgID(nullptr); }
+    // Names a new mail; the id is cut to the room that a library has for one.
+    void SetMsgID(const char* id);
     // What a walk in order does: the message that MsgID names becomes the seek point if there is
     // none yet; ConfirmSeek makes it valid.
     void NoteSeek();
-    void ConfirmSeek() { m_bSeekValid = 1; }
+    void ConfirmSeek() { m_bSeekValid = true; }
 
-    // Raw field access to the current message, null for what is no field. The result is always
-    // 1. kTo, kCc, kBcc, kSize and kStatus hand out a block that the caller deletes with
-    // `delete[]`, kFrom a text that is valid until it is asked for again, the others something of
-    // the message's own.
-    int GetMailField(MailField field, void*& data);
-    // The recipients of the class kTo, kCc or kBcc, joined by "; "; null if there are none. The
-    // caller deletes the text with `delete[]`.
-    void GetRecipientList(MailField field, char*& text);
+    // A text of the current message: the address of kFrom, the addresses of kTo, kCc or kBcc joined
+    // by "; ", kSubject. Nothing for other fields, without a message, and where it has none.
+    std::optional<std::string> MailText(MailField field) const;
 
-    // The flags of the current message, as they stand: 1 and set, or 0 if no message is current;
-    // -1 if no message is current.
-    int SetMailStatus(unsigned long status);
-    long GetMailStatus();
+    // Sets the flags of the current message, if there is one, as they stand.
+    void SetMailStatus(std::uint32_t status);
     // One edit of the current message; another message ends it. FinishEdit gives the status that
     // SetMailStatus has stored since BeginEdit, if it has: from then on the message counts as
     // having it.
@@ -94,7 +79,7 @@ class CMapi {
     std::uint32_t MailFlags() const { return m_flags; }
     // Whether MsgID names the current message, and not one that a walk has stopped at, a record
     // that is under construction or waits to be sent, or a mail that is deleted.
-    bool NamesCurrent() const { return m_isNamed && m_lpMessage.Get() != nullptr; }
+    bool NamesCurrent() const { return m_isNamed && m_lpMessage != nullptr; }
 
     // Makes a built record the current message, and sends it first if its status says so. 1, or -1
     // with LastError. The record stays its owner's: the slot borrows it until the next read or
@@ -119,39 +104,45 @@ class CMapi {
     void DeleteCurrentAttachments();
 
   private:
+    enum class Owner { kLibrary, kQueue };
+
     // Calls the library; kNotLoaded if it is not there.
     template <class Function, class... Arguments>
     std::uint32_t Call(mapi::Entry entry, Arguments... arguments) {
         const auto function = m_hMapiLib ? m_entries.Get<Function>(entry) : nullptr;
         return function != nullptr ? function(arguments...) : kNotLoaded;
     }
+    bool IsMapiAvailable();
     void PeekQueue();
     void Yield();
     // Logs the error of the last call, if there is one.
     bool WorthAnotherTry();
-    int FindAndRead(const char* seed);
-    int ReadTarget();
+    int FindAndRead(const std::optional<std::string>& seed);
+    // Goes to a message from the seek point, or from the first one without it. Nothing if the walk
+    // came to the end.
+    std::optional<int> Seek(const std::string& target);
     // Walks from `seed` on until MsgID is the target or the library finds no message. A walk that
     // comes round to where it was counts as ended.
-    void WalkTo(const std::string& target, const char* seed);
-    // Empties the slot; a message of the library's is given back, its files are deleted.
+    void WalkTo(const std::string& target, std::string seed);
+    // A message becomes the current one, in the place of one that is released.
+    void Arrive(MapiMessage* message, Owner owner);
+    // A message of the library's is given back, its files are deleted.
     void ReleaseCurrent();
-    void Arrive(const MapiMessage& message);
-    char* Originator(const MapiMessage& message);
     void Send(MapiMessage& record);
     bool DeleteFileOf(const MapiFileDesc& file) noexcept;  // true if there was one
 
     platform::System m_system;
     std::uint32_t m_ulLastError = 0;
-    mapi::MessageIdText m_szMsgID = {};
     std::unique_ptr<platform::Library> m_hMapiLib;
+    mapi::EntryPoints m_entries;
     mapi::Session m_lhSession = 0;
-    mapi::MessageSlot m_lpMessage;
+    std::string m_szMsgID;
     bool m_isNamed = false;
+    // The current message: the library's, which has to be given back, or a queue's.
+    MapiMessage* m_lpMessage = nullptr;
+    Owner m_owner = Owner::kQueue;
     std::uint32_t m_flags = 0;
     std::optional<std::uint32_t> m_editStatus;
-    std::int32_t m_bSeekValid = 0;
-    mapi::MessageIdText m_szSeekFirst = {};
-    mapi::EntryPoints m_entries;
-    std::string m_address;  // of the originator, as handed out last
+    bool m_bSeekValid = false;
+    std::string m_szSeekFirst;
 };

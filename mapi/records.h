@@ -57,15 +57,11 @@ inline constexpr std::size_t kMessageIdSize = 520;
 
 // Result codes.
 inline constexpr std::uint32_t kSuccess = 0;
-inline constexpr std::uint32_t kUserAbort = 1;
 inline constexpr std::uint32_t kFailure = 2;
 inline constexpr std::uint32_t kLoginFailure = 3;
 inline constexpr std::uint32_t kDiskFull = 4;
 inline constexpr std::uint32_t kInsufficientMemory = 5;
 inline constexpr std::uint32_t kAccessDenied = 6;
-inline constexpr std::uint32_t kTooManySessions = 8;
-inline constexpr std::uint32_t kTooManyFiles = 9;
-inline constexpr std::uint32_t kTooManyRecipients = 10;
 inline constexpr std::uint32_t kAttachmentNotFound = 11;
 inline constexpr std::uint32_t kAttachmentOpenFailure = 12;
 inline constexpr std::uint32_t kAttachmentWriteFailure = 13;
@@ -75,11 +71,6 @@ inline constexpr std::uint32_t kNoMessages = 16;
 inline constexpr std::uint32_t kInvalidMessage = 17;
 inline constexpr std::uint32_t kTextTooLarge = 18;
 inline constexpr std::uint32_t kInvalidSession = 19;
-inline constexpr std::uint32_t kTypeNotSupported = 20;
-inline constexpr std::uint32_t kAmbiguousRecipient = 21;
-inline constexpr std::uint32_t kMessageInUse = 22;
-inline constexpr std::uint32_t kNetworkFailure = 23;
-inline constexpr std::uint32_t kInvalidEditFields = 24;
 inline constexpr std::uint32_t kInvalidRecipients = 25;
 inline constexpr std::uint32_t kNotSupported = 26;
 
@@ -97,7 +88,6 @@ inline constexpr std::uint32_t kBodyAsFile = 0x200;
 inline constexpr std::uint32_t kSuppressAttach = 0x800;
 // Flags of a message.
 inline constexpr std::uint32_t kUnread = 0x1;
-inline constexpr std::uint32_t kReceiptRequested = 0x2;
 inline constexpr std::uint32_t kSent = 0x4;
 // Flags of an attachment.
 inline constexpr std::uint32_t kOle = 0x1;

@@ -26,13 +26,13 @@ TEST_F(MapiCursorTest, FindAndReadAreTriedTenTimes) {
         SCOPED_TRACE(failures);
         const bool fails = failures >= 10;
         const int retries = std::min(failures, 10), peeks = 1 + retries;
-        for (const char* seed : {static_cast<const char*>(nullptr), "A"}) {
+        for (const std::optional<std::string>& seed : {std::optional<std::string>(), {"A"}}) {
             library.calls.clear();
             machine.windows.peeks = machine.clock.sleeps = 0;
             FailWith(Entry::kFindNext, failures, 2);
             EXPECT_EQ(mapi.FindNextMail(seed), fails ? -1 : 1);
             EXPECT_EQ(mapi.LastError(), fails ? 2U : 0U);
-            EXPECT_EQ(Seeds(), Lines(fails ? 10U : failures + 1U, seed != nullptr ? "A" : "-"));
+            EXPECT_EQ(Seeds(), Lines(fails ? 10U : failures + 1U, seed.value_or("-")));
             EXPECT_EQ(machine.windows.peeks, peeks);
             EXPECT_EQ(machine.clock.sleeps, 0);
         }
@@ -130,7 +130,6 @@ TEST_F(MapiCursorTest, SeekingCallsTheLibraryAsOftenAsAgreed) {
 TEST_F(MapiCursorTest, AWalkInOrderSetsTheSeekPoint) {
     ASSERT_EQ(mapi.MoveFirst(), 1);
     mapi.NoteSeek();  // A
-    EXPECT_FALSE(mapi.SeekValid());
     ASSERT_EQ(mapi.MoveNext(), 1);
     mapi.NoteSeek();  // B, since A was not confirmed
     mapi.ConfirmSeek();
@@ -140,28 +139,24 @@ TEST_F(MapiCursorTest, AWalkInOrderSetsTheSeekPoint) {
     EXPECT_EQ(mapi.GoToEmail("C"), 1);
     EXPECT_EQ(library.calls, (Lines{"find -", "find B", "free C", "read C"}));
     EXPECT_EQ(mapi.MoveFirst(), 1);
-    EXPECT_FALSE(mapi.SeekValid());
-    EXPECT_EQ(mapi.GoToEmailFromStart("B"), 1);
-    EXPECT_TRUE(mapi.SeekValid());
-    EXPECT_EQ(mapi.GoToEmailFromStart("A"), 1);
-    EXPECT_FALSE(mapi.SeekValid());
+    library.calls.clear();
+    EXPECT_EQ(mapi.GoToEmail("B"), 1);
+    EXPECT_EQ(Seeds(), (Lines{"-", "A"})) << "the first mail clears the seek point";
 }
 
 TEST_F(MapiCursorTest, ASeekFailsWhereTheLibraryFails) {
     FailWith(Entry::kReadMail, 10, 2);
     EXPECT_EQ(mapi.GoToEmail("B"), -1);
     EXPECT_EQ(Current(), "-");
-    for (const bool fromStart : {false, true}) {
-        for (int good = 0; good < 3; ++good) {
-            ASSERT_EQ(mapi.MoveFirst(), 1);
-            FailWith(Entry::kFindNext, good, 0);
-            library.results[Entry::kFindNext].push_back(19);
-            library.calls.clear();
-            EXPECT_EQ(fromStart ? mapi.GoToEmailFromStart("D") : mapi.GoToEmail("D"), -1);
-            EXPECT_EQ(mapi.LastError(), 19U);
-            EXPECT_EQ(library.calls.size(), good + 1U) << "no retry from the start";
-            EXPECT_EQ(Current(), "A");
-        }
+    for (int good = 0; good < 9; ++good) {  // the walk to the end, and the one from the start
+        ASSERT_EQ(mapi.MoveFirst(), 1);
+        FailWith(Entry::kFindNext, good, 0);
+        library.results[Entry::kFindNext].push_back(19);
+        library.calls.clear();
+        EXPECT_EQ(mapi.GoToEmail("Z"), -1);
+        EXPECT_EQ(mapi.LastError(), 19U);
+        EXPECT_EQ(library.calls.size(), good + 1U) << "no further try";
+        EXPECT_EQ(Current(), "A");
     }
     // A seek point whose message is gone is an error of the library's, not an end.
     EXPECT_EQ(mapi.GoToEmail("C"), 1);
@@ -194,10 +189,7 @@ TEST_F(MapiCursorTest, ASeekEndsInAMailboxThatHoldsAnIdTwice) {
 TEST_F(MapiCursorTest, TheOwnIdMayBeSeedAndTarget) {
     ASSERT_EQ(mapi.GoToEmail("C"), 1);
     EXPECT_EQ(mapi.FindNextMail(mapi.MsgID()), 1);
-    EXPECT_EQ(library.calls.back(), "find C");
     EXPECT_EQ(mapi.GoToEmail(mapi.MsgID()), 1);
-    EXPECT_EQ(Current(), "D");
-    EXPECT_EQ(mapi.GoToEmailFromStart(mapi.MsgID()), 1);
     EXPECT_EQ(Current(), "D");
 }
 
@@ -211,9 +203,6 @@ TEST_F(MapiCursorTest, IdsOfAnyLengthDoNoHarm) {
     EXPECT_EQ(mapi.GoToEmail((longest + "x").c_str()), 0) << "the whole target counts";
     mapi.SetMsgID((longest + "yy").c_str());
     EXPECT_EQ(mapi.MsgID(), longest) << "cut";
-    mapi.SetMsgID("0x00000001");
-    EXPECT_EQ(std::string(mapi.MsgID(), mapi::kMessageIdSize),
-              "0x00000001" + std::string(mapi::kMessageIdSize - 10, '\0'));
 }
 
 }  // namespace

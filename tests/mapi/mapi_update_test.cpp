@@ -32,7 +32,7 @@ TEST_F(MapiUpdateTest, TheStatusDecidesWhatIsStoredAndSent) {
             EXPECT_TRUE(machine.files.Get(kFile));
         };
         EXPECT_EQ(mapi.UpdateMail(record), 1);
-        EXPECT_EQ(mapi.GetMailStatus(), static_cast<long>(row.flags));
+        EXPECT_EQ(record->flFlags, row.flags);
         EXPECT_EQ(library.calls, row.sends ? Lines{"send new"} : Lines{});
         EXPECT_STREQ(mapi.MsgID(), row.sends ? "" : "0x00000007");
         EXPECT_EQ(machine.files.Get(kFile).has_value(), !row.sends);
