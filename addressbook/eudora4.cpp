@@ -7,7 +7,7 @@
 #include "addressbook/field_text.h"
 #include "addressbook/token_scan.h"
 #include "frame/guard.h"
-#include "integration/dialogs/eudora_file_dlg.h"
+#include "integration/dialogs/nickname_file_dialog.h"
 #include "platform/kvutil/kvutil.h"
 #include "platform/os/code_page.h"
 #include "text/double_byte.h"
@@ -80,10 +80,9 @@ RRETURNCODE CREudora4::GetAppInfo(BOOL bConfigure, RWORD, RWORD, RWORD, CString&
 }
 
 RRETURNCODE CREudora4::ChooseFile(CString& csSelection) {
-    CEudoraFileDlg dialog(Util().system, csSelection);
-    if (dialog.DoModal() != CEudoraFileDlg::kOk) return RRC_CANCELLED;
-    csSelection = dialog.m_csPathName;
-    m_csNicknameFile = csSelection;
+    const auto path = dialogs::AskForNicknameFile(Util().system, csSelection.Str());
+    if (!path) return RRC_CANCELLED;
+    m_csNicknameFile = csSelection = *path;
     return RRC_OK;
 }
 

@@ -1,5 +1,13 @@
 #include "integration/dialogs/eudora_options_dlg.h"
 
+#include <algorithm>
+#include <cstdlib>
+#include <iterator>
+#include <limits>
+#include <optional>
+#include <span>
+#include <string>
+
 #include "frame/trans_util.h"
 
 using frame::StringId;
@@ -63,12 +71,53 @@ constexpr ControlText kTexts[] = {
     {CEudoraOptionsDlg::kCancel, StringId::kCancel},
 };
 
+using Value = std::int32_t CEudoraOptionsDlg::*;
+
+// A box and what obeys it.
+struct Box {
+    int control;
+    Value value;
+    std::span<const int> part;
+};
+
 constexpr int kDaysPart[] = {kDays, kDaysSpin, kDaysUnit};
 constexpr int kSizePart[] = {kSize, kSizeSpin, kSizeUnit};
 constexpr int kAttachmentsPart[] = {kAttachLimit, kAttachSize, kAttachSpin, kAttachUnit};
 constexpr int kAttachLimitPart[] = {kAttachSize, kAttachSpin, kAttachUnit};
+constexpr Box kBoxes[] = {
+    {kAttachments, &CEudoraOptionsDlg::m_bAttachments, kAttachmentsPart},
+    {kAttachLimit, &CEudoraOptionsDlg::m_bLimitAttachSize, kAttachLimitPart},
+    {kSizeLimit, &CEudoraOptionsDlg::m_bLimitMailSize, kSizePart},
+    {kDaysLimit, &CEudoraOptionsDlg::m_bLimitMailAge, kDaysPart},
+};
 
-constexpr int kHighest = 9999;  // of the spins
+struct Number {
+    int control;
+    Value value;
+};
+
+constexpr Number kNumbers[] = {
+    {kAttachSize, &CEudoraOptionsDlg::m_nAttachLimitKB},
+    {kSize, &CEudoraOptionsDlg::m_nMailLimitKB},
+    {kDays, &CEudoraOptionsDlg::m_nMailAgeDays},
+};
+
+constexpr std::size_t kLongestNumber = 31;  // bytes of an edit that are looked at
+
+// "-0" counts as no number, since a result of 0 must come from a text that begins with 0.
+std::optional<std::int32_t> ParseInteger(const std::string& text) {
+    using Limits = std::numeric_limits<std::int32_t>;
+    const auto start = text.find_first_not_of(" \t");
+    if (start == std::string::npos) return std::nullopt;
+    char* end = nullptr;
+    const long long number = std::strtoll(text.c_str() + start, &end, 10);
+    if (number == 0 && text[start] != '0') return std::nullopt;
+    if (text.find_first_not_of(" \t", static_cast<std::size_t>(end - text.c_str())) !=
+        std::string::npos) {
+        return std::nullopt;
+    }
+    return static_cast<std::int32_t>(std::clamp<long long>(number, Limits::min(), Limits::max()));
+}
 
 }  // namespace
 
@@ -77,91 +126,49 @@ int CEudoraOptionsDlg::DoModal() {
 }
 
 void CEudoraOptionsDlg::OnInit(platform::DialogView& view) {
-    m_view = &view;
-    OnInitDialog();
+    constexpr int kHighest = 9999;
+    view.SetTitle(m_pUtil->GetString(StringId::kOptionsTitle).Str());
+    for (const auto& text : kTexts) view.SetText(text.control, m_pUtil->GetString(text.id).Str());
+    for (const int spin : {kDaysSpin, kSizeSpin, kAttachSpin}) view.SetRange(spin, 0, kHighest);
+    ShowValues(view);
+    for (const int box : {kDaysLimit, kSizeLimit, kAttachments}) EnableParts(view, box);
 }
 
 void CEudoraOptionsDlg::OnCommand(platform::DialogView& view, int control) {
-    m_view = &view;
-    switch (control) {
-        case kDaysLimit:
-            return OnDaysLimitClicked();
-        case kSizeLimit:
-            return OnSizeLimitClicked();
-        case kAttachments:
-            return OnAttachmentsClicked();
-        case kAttachLimit:
-            return OnAttachLimitClicked();
-        case kOk:
-            return OnOK();
-        case kCancel:
-            return view.End(kCancel);
-        default:
-            return;
+    if (EnableParts(view, control)) return;
+    if (control == kCancel || (control == kOk && TakeValues(view))) view.End(control);
+}
+
+// False if that is no box. It takes effect whether or not a number was refused.
+bool CEudoraOptionsDlg::EnableParts(platform::DialogView& view, int box) {
+    const auto* const clicked = std::ranges::find(kBoxes, box, &Box::control);
+    if (clicked == std::end(kBoxes)) return false;
+    (void)TakeValues(view);
+    for (const int control : clicked->part) view.Enable(control, this->*clicked->value != 0);
+    return true;
+}
+
+void CEudoraOptionsDlg::ShowValues(platform::DialogView& view) const {
+    for (const Box& box : kBoxes) {
+        // 2 is the third state, which a box of two states shows as checked.
+        view.SetChecked(box.control, this->*box.value == 1 || this->*box.value == 2);
+    }
+    for (const Number& number : kNumbers) {
+        view.SetText(number.control, std::to_string(this->*number.value));
     }
 }
 
-void CEudoraOptionsDlg::DoDataExchange(CDataExchange& exchange) {
-    exchange.Control(kDaysSpin, m_spinDays);
-    exchange.Control(kSizeSpin, m_spinSize);
-    exchange.Control(kAttachSpin, m_spinAttach);
-    exchange.Check(kAttachments, m_bAttachments);
-    exchange.Check(kAttachLimit, m_bLimitAttachSize);
-    exchange.Check(kSizeLimit, m_bLimitMailSize);
-    exchange.Check(kDaysLimit, m_bLimitMailAge);
-    exchange.Integer(kAttachSize, m_nAttachLimitKB);
-    exchange.Integer(kSize, m_nMailLimitKB);
-    exchange.Integer(kDays, m_nMailAgeDays);
-}
-
-int CEudoraOptionsDlg::OnInitDialog() {
-    constexpr int kFocusIsOpen = 1;
-    UpdateData(false);  // ties the spins to their controls
-    m_view->SetTitle(m_pUtil->GetString(StringId::kOptionsTitle).Str());
-    for (const auto& text : kTexts) {
-        m_view->SetText(text.control, m_pUtil->GetString(text.id).Str());
+bool CEudoraOptionsDlg::TakeValues(platform::DialogView& view) {
+    for (const Box& box : kBoxes) this->*box.value = view.IsChecked(box.control) ? 1 : 0;
+    for (const Number& number : kNumbers) {
+        const auto typed = ParseInteger(view.Text(number.control).substr(0, kLongestNumber));
+        if (!typed) {
+            m_pUtil->system.dialogs.ShowMessage("Please enter an integer.", "Eudora",
+                                                platform::MessageIcon::kWarning);
+            view.Focus(number.control);
+            return false;
+        }
+        this->*number.value = *typed;
     }
-    for (CSpinButtonCtrl* spin : {&m_spinDays, &m_spinSize, &m_spinAttach}) {
-        spin->SetRange(0, kHighest);
-    }
-    UpdateData(false);
-    OnDaysLimitClicked();
-    OnSizeLimitClicked();
-    OnAttachmentsClicked();
-    return kFocusIsOpen;
-}
-
-void CEudoraOptionsDlg::OnOK() {
-    if (UpdateData(true)) m_view->End(kOk);
-}
-
-// Each takes effect whether or not a number was refused: the boxes come first in the exchange.
-void CEudoraOptionsDlg::OnDaysLimitClicked() {
-    UpdateData(true);
-    EnableBy(m_bLimitMailAge != 0, kDaysPart);
-}
-
-void CEudoraOptionsDlg::OnSizeLimitClicked() {
-    UpdateData(true);
-    EnableBy(m_bLimitMailSize != 0, kSizePart);
-}
-
-void CEudoraOptionsDlg::OnAttachmentsClicked() {
-    UpdateData(true);
-    EnableBy(m_bAttachments != 0, kAttachmentsPart);
-}
-
-void CEudoraOptionsDlg::OnAttachLimitClicked() {
-    UpdateData(true);
-    EnableBy(m_bLimitAttachSize != 0, kAttachLimitPart);
-}
-
-bool CEudoraOptionsDlg::UpdateData(bool save) {
-    CDataExchange exchange(*m_view, m_pUtil->system.dialogs, save);
-    DoDataExchange(exchange);
-    return !exchange.HasFailed();
-}
-
-void CEudoraOptionsDlg::EnableBy(bool enabled, std::span<const int> controls) {
-    for (const int control : controls) m_view->Enable(control, enabled);
+    return true;
 }

@@ -4,9 +4,6 @@
 #include "platform/kvutil/kvutil.h"
 #include "tests/addressbook/book_fixture.h"
 
-using addressbook::CopyMode;
-using addressbook::FieldText;
-
 namespace {
 
 class StoreTest : public BookTest {};
@@ -17,35 +14,6 @@ Texts Keys(CEudoraAB& book) {
         keys.push_back(book.CurrentKey().Str());
     }
     return keys;
-}
-
-TEST_F(StoreTest, WalksAndFinds) {
-    CEudoraAB book;
-    EXPECT_EQ(book.FirstRecord(), RRC_EOF);
-    EXPECT_EQ(book.RemoveRecord(), RRC_OK);
-    Load(book, "alias b 2\nalias Bob 1\n");
-    EXPECT_EQ(Keys(book), (Texts{"Bob", "b"}));
-    EXPECT_EQ(book.NextRecord(), RRC_EOF);
-    EXPECT_EQ(book.FindRecord("bob"), RRC_NONE);
-    EXPECT_EQ(book.FindRecord("Bob"), RRC_OK);
-    // A look-up that fails leaves the current record, but no id.
-    EXPECT_EQ(book.FindRecord("x"), RRC_NONE);
-    EXPECT_EQ(Field(book, 6), "1");
-    EXPECT_EQ(book.CurrentKey(), "");
-    EXPECT_EQ(book.RemoveRecord(), RRC_OK);
-    EXPECT_EQ(Keys(book).size(), 2U);
-}
-
-TEST_F(StoreTest, NewNicknamesAreUnique) {
-    CEudoraAB book;
-    Load(book, "alias sam a\nalias sam1 b\n");
-    Add(book, "sam", "c");
-    EXPECT_EQ(book.CurrentKey(), "sam2");
-    Add(book, "", "d");
-    EXPECT_EQ(book.FindRecord("sam2"), RRC_OK);
-    EXPECT_EQ(Field(book, 6), "c");
-    EXPECT_EQ(book.FindRecord("sam"), RRC_OK);
-    EXPECT_EQ(Field(book, 6), "a");
 }
 
 TEST_F(StoreTest, WithoutAFreeNumberTheRecordIsDropped) {
@@ -79,23 +47,6 @@ TEST_F(StoreTest, NicknameComesFromTheName) {
     book.SetRecordField(ContactField::kNickname, "");
     EXPECT_EQ(book.StoreRecord(), RRC_OK);
     EXPECT_EQ(Keys(book).front(), "Jo");
-}
-
-TEST_F(StoreTest, EditsStayKeyedByTheNickname) {
-    CEudoraAB book;
-    Load(book, "alias a 1\nalias b 2\nalias c 3\n");
-    Edit(book, "a", ContactField::kName, "Ann");
-    Edit(book, "a", ContactField::kNickname, "z");
-    EXPECT_EQ(Keys(book), (Texts{"b", "c", "z"}));
-    // A nickname that another record has: both stay, under their keys.
-    Edit(book, "b", ContactField::kNickname, "c");
-    EXPECT_EQ(book.CurrentKey(), "c");
-    EXPECT_EQ(Keys(book), (Texts{"b", "c", "z"}));
-    EXPECT_EQ(book.FindRecord("b"), RRC_OK);
-    EXPECT_EQ(Field(book, 1), "c");
-    EXPECT_EQ(Field(book, 6), "2");
-    book.SaveRecords();
-    EXPECT_EQ(Saved(), "alias b 2\r\nalias c 3\r\nalias z 1\r\nnote z <name:Ann>");
 }
 
 TEST_F(StoreTest, RemovingMovesToTheEntryBehind) {
@@ -153,19 +104,6 @@ TEST_F(StoreTest, MarkerCoversAllTextsAndTheNicknamesLength) {
     EXPECT_EQ(marker("alias ab \n"), marker("alias xy \n"));
     EXPECT_NE(marker("alias ab \n"), marker("alias abc \n"));
     EXPECT_NE(marker("alias ab 1\n"), marker("alias ab 1,1\n"));
-}
-
-TEST(FieldText, Copies) {
-    struct {
-        std::string source, firstLine, whole;
-    } const cases[] = {{"Ann\r\nLee", "Ann\x03", "Ann\x03Lee"},
-                       {"A\rL\nM", "A\x03L\x03", "A\x03L\x03M"},
-                       {"x\n\r\n\ny", "x\x03", "x\x03\x03y"},
-                       {"<a>", " a ", " a "}};
-    for (const auto& each : cases) {
-        EXPECT_EQ(FieldText(each.source, CopyMode::kFirstLine), each.firstLine) << each.source;
-        EXPECT_EQ(FieldText(each.source, CopyMode::kWhole), each.whole) << each.source;
-    }
 }
 
 TEST(FieldText, CutsNicknamesAtWholeCharacters) {

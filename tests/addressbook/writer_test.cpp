@@ -24,20 +24,6 @@ TEST_P(WriterFormTest, WritesTheNormalFormOnceAndForAll) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Records, WriterFormTest,
-    ::testing::Values(
-        Case{"", ""}, Case{"\r\n\r\n", ""},
-        Case{"alias bob\nalias \"Ann Lee\" addr1 , ,addr2\n"
-             "note \"Ann Lee\" <name:Ann><fax:1><phone:3><fax:><address:2>text\n",
-             "alias \"Ann Lee\" addr1,addr2\r\n"
-             "note \"Ann Lee\" <fax:1><address:2><phone:3><name:Ann>text\r\nalias bob "},
-        Case{"ALIAS bob a", "alias bob a"}, Case{"alias \"bob\" a", "alias bob a"},
-        Case{"alias x Ann Lee <addr>\r\n", "alias x Ann Lee <addr>"},
-        Case{"alias b 1\nnote b x\nalias a 2\n", "alias a 2\r\nalias b 1\r\nnote b x"},
-        Case{"alias b 1\r\nnote b \r\n", "alias b 1"},
-        Case{"note zed who, where\r\n", "alias zed who,where"}));
-
-INSTANTIATE_TEST_SUITE_P(
     Carried, WriterFormTest,
     ::testing::Values(
         Case{"alias \"group s\" a,b\nnote \"group s\" <x>\nalias a 1\n",
@@ -78,36 +64,6 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"alias a<name:b 1\nnote a <fax:2>c\n", "alias a<name:b 1\r\nnote a <fax:2>c"}));
 
 class WriterTest : public BookTest {};
-
-TEST_F(WriterTest, WhatBelongsToARecordGoesWithIt) {
-    const std::string content =
-        "alias bob a\nnote bob x<fax:1>\nalias bob later\nnote bob <title:t>\n"
-        "alias \"group x\" bob\n";
-    EXPECT_EQ(
-        SavedAfter(content,
-                   [](CEudoraAB& book) { Edit(book, "bob", ContactField::kNickname, "Bob Lee"); }),
-        "alias \"Bob Lee\" a\r\nnote \"Bob Lee\" <fax:1>\r\n"
-        "alias \"Bob Lee\" \r\nnote \"Bob Lee\" <x>\r\n"
-        "alias \"Bob Lee\" later\r\nnote \"Bob Lee\" <title:t>\r\nalias \"group x\" bob");
-    EXPECT_EQ(SavedAfter(content, [](CEudoraAB& book) { book.RemoveRecord("bob"); }),
-              "alias \"group x\" bob");
-    EXPECT_EQ(SavedAfter(content,
-                         [](CEudoraAB& book) {
-                             book.RemoveRecord("bob");
-                             Add(book, "bob", "new");
-                         }),
-              "alias bob new\r\nalias \"group x\" bob");
-    EXPECT_EQ(SavedAfter(content, [](CEudoraAB& book) { book.ClearRecords(); }),
-              "alias \"group x\" bob");
-    // A stray note keeps its first word where the new nickname lets it be read.
-    const std::string stray = "alias a 1\nnote a 2\nnote a stray\n";
-    EXPECT_EQ(
-        SavedAfter(stray, [](CEudoraAB& book) { Edit(book, "a", ContactField::kNickname, "b"); }),
-        "alias b 1\r\nnote b 2\r\nnote b stray");
-    EXPECT_EQ(
-        SavedAfter(stray, [](CEudoraAB& book) { Edit(book, "a", ContactField::kNickname, "b c"); }),
-        "alias \"b c\" 1\r\nnote \"b c\" 2\r\nalias \"b c\" stray");
-}
 
 TEST_F(WriterTest, DeletesTheTableOfContentsOfTheFile) {
     machine.files.Put("C:\\Eudora\\NNDBASE.toc", "old");

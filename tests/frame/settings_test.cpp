@@ -2,8 +2,6 @@
 
 namespace {
 
-using platform::testing::Fault;
-
 const std::string kPath = "C:\\set\\EudoraAppInfo0001.cfg";
 
 struct FieldRow {
@@ -142,37 +140,6 @@ TEST_F(SettingsTest, AFileCutShortKeepsWhatWasRead) {
     EXPECT_EQ(info.m_nMailAgeDays, 71);
     EXPECT_FALSE(util.LoadSettings("C:\\set\\none.cfg", info));
     EXPECT_TRUE(LogCapture::Lines().empty()) << "a missing file is no failure";
-}
-
-// Old is the content before the store, or nothing for a file that was not there.
-TEST_F(SettingsTest, AFailingStoreLeavesOldOrNew) {
-    CEudoraAppInfo info = MailInfo();
-    for (const std::optional<std::string>& old : {std::optional<std::string>("old"), {}}) {
-        for (const Fault fault : {Fault::kFail, Fault::kTornWrite, Fault::kKill}) {
-            bool fired = true;
-            for (int n = 1; fired; ++n) {
-                SCOPED_TRACE(testing::Message() << "fault " << int(fault) << " at " << n);
-                (void)machine.files.Delete(kPath);
-                if (old) machine.files.Put(kPath, *old);
-                LogCapture log;
-                machine.faults.Arm(fault, n);
-                const bool stored = util.StoreSettings(info, kPath.c_str());
-                fired = machine.faults.Fired();
-                machine.faults.Disarm();
-                const auto content = machine.files.Get(kPath);
-                EXPECT_TRUE(content == MailFile() || (!stored && content == old));
-                EXPECT_EQ(!stored,
-                          LogCapture::Has("1 Unable to store app info file " + kPath + "\n"));
-                EXPECT_EQ(machine.files.OpenCount(), 0);
-                if (fault != Fault::kKill) {
-                    EXPECT_EQ(machine.files.AllFiles().size(), content ? 1U : 0U);
-                }
-                EXPECT_TRUE(util.StoreSettings(info, kPath.c_str())) << "retry";
-                EXPECT_EQ(machine.files.Get(kPath), MailFile());
-                EXPECT_EQ(machine.files.AllFiles().size(), 1U);
-            }
-        }
-    }
 }
 
 TEST_F(SettingsTest, NumbersFillTheFirstGapAndDeletionStopsThere) {
