@@ -4,6 +4,7 @@
 
 #include "addressbook/nickname_record.h"
 #include "addressbook/token_scan.h"
+#include "text/ascii.h"
 #include "text/double_byte.h"
 
 namespace addressbook {
@@ -41,16 +42,7 @@ std::string FieldText(std::string_view value, CopyMode mode) {
 }
 
 std::string ExpandLineBreaks(std::string_view text) {
-    std::string expanded;
-    expanded.reserve(text.size());
-    for (const char byte : text) {
-        if (byte == kLineBreak) {
-            expanded += "\r\n";
-        } else {
-            expanded += byte;
-        }
-    }
-    return expanded;
+    return text::Replaced(text, std::string_view(&kLineBreak, 1), "\r\n");
 }
 
 std::string_view CutNickname(std::string_view text, unsigned codePage) {

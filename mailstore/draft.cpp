@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 #include "mailstore/built_record.h"
+#include "text/ascii.h"
 
 namespace mailstore {
 
@@ -15,14 +16,8 @@ constexpr std::uint32_t kSenderClass = 0xFFFFFFFF;
 
 // A text with bare line feeds gets the system's line ends; one with a return anywhere has its own.
 std::string NormalizeLineEnds(std::string_view text) {
-    if (text.find('\r') != std::string_view::npos) return std::string(text);
-    std::string lines;
-    lines.reserve(text.size() + text.size() / 16);
-    for (const char letter : text) {
-        if (letter == '\n') lines += '\r';
-        lines += letter;
-    }
-    return lines;
+    const bool hasReturn = text.find('\r') != std::string_view::npos;
+    return hasReturn ? std::string(text) : text::Replaced(text, "\n", "\r\n");
 }
 
 // Six decimals and a point, whatever the host's locale writes.
@@ -36,21 +31,8 @@ std::string DateText(double date) {
 // The pieces between separators that are not empty.
 std::vector<std::string> Pieces(std::string_view text, std::string_view separators) {
     std::vector<std::string> pieces;
-    for (std::size_t end = 0;;) {
-        const std::size_t start = text.find_first_not_of(separators, end);
-        if (start == std::string_view::npos) return pieces;
-        end = std::min(text.find_first_of(separators, start), text.size());
-        pieces.emplace_back(text.substr(start, end - start));
-    }
-}
-
-std::string Joined(const std::vector<std::string>& pieces) {
-    std::string joined;
-    for (const std::string& piece : pieces) {
-        if (!joined.empty()) joined += ", ";
-        joined += piece;
-    }
-    return joined;
+    while (const auto piece = text::TakeToken(text, separators)) pieces.emplace_back(*piece);
+    return pieces;
 }
 
 }  // namespace
@@ -105,7 +87,7 @@ void Draft::Queue(std::list<MapiMessage*>& queue, bool isToBeSent) {
          {std::pair{mapi::kTo, &m_pszTo}, {mapi::kCc, &m_pszCc}, {mapi::kBcc, &m_pszBcc}}) {
         if (text->empty()) continue;
         auto addresses = Pieces(*text, isToBeSent ? ";," : ";");
-        if (!isToBeSent) addresses = {Joined(addresses)};
+        if (!isToBeSent) addresses = {text::Joined(addresses, ", ")};
         for (const std::string& address : addresses) {
             recipients.emplace_back(recipientClass, CopyOf(address));
             names.push_back(isToBeSent ? CopyOf(address) : nullptr);

@@ -29,17 +29,6 @@ std::string StripFlowedMarks(std::string_view note) {
     return text;
 }
 
-std::string ExpandLineEnds(std::string_view text) {
-    const auto lines = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
-    std::string expanded;
-    expanded.reserve(text.size() + lines);
-    for (const char letter : text) {
-        if (letter == '\n') expanded += '\r';
-        expanded += letter;
-    }
-    return expanded;
-}
-
 std::size_t LengthWithoutTrailers(std::string_view text, std::size_t count,
                                   std::string_view marker) {
     if (marker.empty()) return text.size();

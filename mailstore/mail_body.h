@@ -10,9 +10,6 @@ namespace mailstore {
 // The text without "<x-flowed>" and "</x-flowed>".
 std::string StripFlowedMarks(std::string_view note);
 
-// The text with a CR put before every LF, also before one that has a CR already.
-std::string ExpandLineEnds(std::string_view text);
-
 // The length of `text` without its last `count` attachment trailers: lines that begin with
 // `marker` behind an empty line. What follows a trailer goes with it, and so does the empty line.
 // Without a marker there are no trailers.

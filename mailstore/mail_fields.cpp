@@ -8,6 +8,7 @@
 #include "mailstore/mail_fields_date.h"
 #include "mailstore/mail_status.h"
 #include "platform/kvutil/kvutil.h"
+#include "text/ascii.h"
 
 namespace mailstore {
 
@@ -62,7 +63,7 @@ RRETURNCODE GiveBody(CEudoraTransUtil& util, const MapiMessage& message, char*& 
         return RRC_OK;
     }
     try {
-        std::string body = ExpandLineEnds(StripFlowedMarks(message.lpszNoteText));
+        std::string body = text::Replaced(StripFlowedMarks(message.lpszNoteText), "\n", "\r\n");
         if (body.empty()) return RRC_OK;
         if (message.nFileCount != 0) {
             const CString mark = util.GetString(StringId::kAttachmentMark);

@@ -71,6 +71,28 @@ std::optional<std::string_view> TakeToken(std::string_view& rest, std::string_vi
     return token;
 }
 
+std::string Joined(const std::vector<std::string>& pieces, std::string_view between) {
+    std::string joined;
+    for (const std::string& piece : pieces) joined.append(joined.empty() ? "" : between) += piece;
+    return joined;
+}
+
+std::string Replaced(std::string_view text, std::string_view part, std::string_view by) {
+    std::size_t size = text.size();
+    for (auto at = text.find(part); at != text.npos; at = text.find(part, at + part.size())) {
+        size += by.size() - part.size();
+    }
+    std::string replaced;
+    replaced.reserve(size);
+    for (;;) {
+        const auto at = text.find(part);
+        replaced += text.substr(0, at);
+        if (at == text.npos) return replaced;
+        replaced += by;
+        text.remove_prefix(at + part.size());
+    }
+}
+
 std::string WithCrLf(std::string_view text) {
     std::string lines;
     lines.reserve(text.size() + text.size() / 16);

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <charconv>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // ASCII as the C locale has it, whatever the locale of the process: bytes from 0x80 on are neither
 // letters nor digits nor blanks, and stay as they are.
@@ -31,6 +33,14 @@ constexpr int HexValue(char letter) {
     return Lower(letter) >= 'a' && Lower(letter) <= 'f' ? Lower(letter) - 'a' + 10 : -1;
 }
 
+// The number that is the whole text; nothing if it is none, or none that a Number holds.
+template <class Number>
+std::optional<Number> NumberIn(std::string_view text, int base = 10) {
+    Number number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number, base);
+    return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
+}
 // Two digits for each byte, in capitals.
 std::string Hex(std::string_view bytes);
 bool IsAscii(std::string_view text);
@@ -51,6 +61,9 @@ std::string_view TakeLine(std::string_view& rest);
 // Takes the text up to one of the delimiters and that delimiter off `rest`, with the delimiters in
 // front, as strtok does. Nothing if there are only delimiters.
 std::optional<std::string_view> TakeToken(std::string_view& rest, std::string_view delimiters);
+std::string Joined(const std::vector<std::string>& pieces, std::string_view between);
+// The text with each `part`, which is not empty, replaced.
+std::string Replaced(std::string_view text, std::string_view part, std::string_view by);
 // The text with CR LF in the place of each LF, CR LF and CR.
 std::string WithCrLf(std::string_view text);
 // The text with LF as the end of each line, however many CRs stood in front of it; other CRs stay.

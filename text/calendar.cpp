@@ -85,8 +85,8 @@ std::vector<std::string> Words(std::string_view text) {
 
 // A number of up to four digits that is the whole text.
 std::optional<int> Number(std::string_view text) {
-    if (text.empty() || text.size() > 4 || !std::ranges::all_of(text, IsDigit)) return {};
-    return std::stoi(std::string(text));
+    return text.size() <= 4 && std::ranges::all_of(text, IsDigit) ? NumberIn<int>(text)
+                                                                  : std::nullopt;
 }
 
 std::optional<unsigned> Month(std::string_view word) {

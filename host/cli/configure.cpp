@@ -1,6 +1,5 @@
 #include "host/cli/configure.h"
 
-#include <charconv>
 #include <limits>
 
 #include <nlohmann/json.hpp>
@@ -13,6 +12,7 @@
 #include "host/eudora/nickname_file.h"
 #include "host/translator/mail_settings.h"
 #include "host/translator/module_messages.h"
+#include "text/ascii.h"
 
 namespace host::cli {
 
@@ -22,11 +22,8 @@ constexpr std::int32_t kMostDays = 99999;  // so many days ago there was a calen
 constexpr std::int32_t kMostKB = std::numeric_limits<std::int32_t>::max() / 1024;
 
 std::optional<std::int32_t> ParseNumber(const std::string& text, std::int32_t most) {
-    std::int32_t number = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number);
-    const bool isWhole = error == std::errc() && stop == end;
-    return isWhole && number >= 0 && number <= most ? std::optional(number) : std::nullopt;
+    const auto number = text::NumberIn<std::int32_t>(text);
+    return number && *number >= 0 && *number <= most ? number : std::nullopt;
 }
 
 std::string WrongNumber(const std::string& text, std::int32_t most) {

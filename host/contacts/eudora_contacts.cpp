@@ -28,12 +28,6 @@ std::string FromHex(std::string_view hex) {
     return bytes;
 }
 
-std::string Join(const std::vector<std::string>& messages) {
-    std::string text;
-    for (const std::string& message : messages) text += (text.empty() ? "" : "; ") + message;
-    return text;
-}
-
 }  // namespace
 
 base::Status EudoraContacts::Reopen() {
@@ -119,7 +113,7 @@ std::optional<std::string> EudoraContacts::Refusal(const base::Contact& values,
     auto verdict = m_session->Check(shown);
     if (!verdict) return verdict.Error().Message();
     if (verdict->ok) return std::nullopt;
-    return verdict->messages.empty() ? "no reason given" : Join(verdict->messages);
+    return verdict->messages.empty() ? "no reason given" : text::Joined(verdict->messages, "; ");
 }
 
 base::Result<std::string> EudoraContacts::StoreFields(const base::Contact& values,

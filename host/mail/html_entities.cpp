@@ -1,9 +1,9 @@
 #include "host/mail/html_entities.h"
 
 #include <algorithm>
-#include <charconv>
 #include <optional>
 
+#include "text/ascii.h"
 #include "text/utf.h"
 
 namespace host::mail {
@@ -54,14 +54,10 @@ std::optional<char32_t> Named(std::string_view name) {
 std::optional<char32_t> Numbered(std::string_view digits) {
     const bool isHex = digits.starts_with('x') || digits.starts_with('X');
     if (isHex) digits.remove_prefix(1);
-    std::uint32_t number = 0;
-    const char* const end = digits.data() + digits.size();
-    const auto [stop, error] = std::from_chars(digits.data(), end, number, isHex ? 16 : 10);
-    if (error != std::errc() || stop != end || number == 0 || number > 0x10FFFF) {
-        return std::nullopt;
-    }
-    const bool isHalf = number >= 0xD800 && number < 0xE000;
-    return isHalf ? std::nullopt : std::optional<char32_t>(number);
+    const auto number = text::NumberIn<std::uint32_t>(digits, isHex ? 16 : 10);
+    if (!number || *number == 0 || *number > 0x10FFFF) return std::nullopt;
+    const bool isHalf = *number >= 0xD800 && *number < 0xE000;
+    return isHalf ? std::nullopt : std::optional<char32_t>(*number);
 }
 
 }  // namespace

@@ -1,10 +1,10 @@
 #include "host/shell/arguments.h"
 
-#include <charconv>
 #include <optional>
 
 #include <nlohmann/json.hpp>
 
+#include "text/ascii.h"
 #include "text/utf.h"
 
 namespace host::shell {
@@ -87,13 +87,9 @@ std::string Arguments::WholeText() {
 
 long Arguments::Number(std::size_t index, long otherwise) {
     if (!Has(index)) return otherwise;
-    const std::string& word = m_words[index];
-    long number = 0;
-    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
-    if (error != std::errc() || end != word.data() + word.size()) {
-        Complain("not a number: " + word);
-    }
-    return number;
+    const auto number = text::NumberIn<long>(m_words[index]);
+    if (!number) Complain("not a number: " + m_words[index]);
+    return number.value_or(0);
 }
 
 Json Arguments::Value(std::size_t index) {

@@ -1,8 +1,7 @@
 #include "host/shell/console.h"
 
-#include <charconv>
-
 #include "host/translator/translator_session.h"
+#include "text/ascii.h"
 
 namespace host::shell {
 
@@ -10,10 +9,7 @@ std::optional<unsigned long> ParseKind(std::string_view text) {
     if (text == "contacts") return translator::kContactsKind;
     if (text == "mail") return translator::kMailKind;
     if (text == "other") return 2;
-    unsigned long kind = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), kind);
-    const bool isWhole = error == std::errc() && end == text.data() + text.size();
-    return isWhole ? std::optional(kind) : std::nullopt;
+    return text::NumberIn<unsigned long>(text);
 }
 
 base::Result<Console> Console::Create(translator::TranslatorHost& host, unsigned long kind) {

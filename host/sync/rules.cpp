@@ -1,9 +1,9 @@
 #include "host/sync/rules.h"
 
 #include <algorithm>
-#include <charconv>
 
 #include "host/base/failure.h"
+#include "text/ascii.h"
 
 namespace host::sync {
 
@@ -19,9 +19,9 @@ std::optional<DeleteLimit> ParseDeleteLimit(std::string_view text) {
     DeleteLimit limit;
     limit.isPercent = text.ends_with('%');
     if (limit.isPercent) text.remove_suffix(1);
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), limit.number);
-    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-    if (limit.isPercent && limit.number > 100) return std::nullopt;
+    const auto number = text::NumberIn<decltype(limit.number)>(text);
+    if (!number || (limit.isPercent && *number > 100)) return std::nullopt;
+    limit.number = *number;
     return limit;
 }
 

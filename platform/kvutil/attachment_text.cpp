@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <optional>
+
+#include "text/ascii.h"
 
 namespace kvutil {
 
@@ -46,14 +47,6 @@ bool HasControlCharacter(std::string_view path) {
                        [](char byte) { return static_cast<unsigned char>(byte) < ' '; });
 }
 
-std::optional<std::uint32_t> Number(std::string_view text) {
-    std::uint32_t value = 0;
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
-    if (error != std::errc() || stop != end) return std::nullopt;
-    return value;
-}
-
 bool DecodeLine(std::string_view line, CRAttachmentInfo& info) {
     std::array<std::string_view, kFieldCount> fields;
     for (std::size_t i = 0; i < kFieldCount; ++i) {
@@ -62,8 +55,8 @@ bool DecodeLine(std::string_view line, CRAttachmentInfo& info) {
         fields[i] = line.substr(0, tab);
         if (tab != std::string_view::npos) line.remove_prefix(tab + 1);
     }
-    const auto flag = Number(fields[0]);
-    const auto deleteSource = Number(fields[1]);
+    const auto flag = text::NumberIn<std::uint32_t>(fields[0]);
+    const auto deleteSource = text::NumberIn<std::uint32_t>(fields[1]);
     const auto displayName = Unescaped(fields[2]), fileName = Unescaped(fields[3]),
                filePath = Unescaped(fields[4]);
     if (!flag || !deleteSource || !displayName || !fileName || !filePath) return false;

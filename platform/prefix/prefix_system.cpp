@@ -13,6 +13,7 @@
 #include "platform/os/profile.h"
 #include "platform/os/program.h"
 #include "platform/prefix/prefix_parts.h"
+#include "text/ascii.h"
 
 namespace platform {
 
@@ -57,12 +58,11 @@ class PrefixProcesses : public Processes {
         if (majorNumber && minorNumber) return SystemVersion{*majorNumber, *minorNumber};
         const auto text = m_registry.ReadText(root, key, "CurrentVersion");
         if (!text) return kDefault;
-        SystemVersion version;
-        const char* end = text->data() + text->size();
-        const auto [dot, majorError] = std::from_chars(text->data(), end, version.major);
-        if (majorError != std::errc() || dot == end || *dot != '.') return kDefault;
-        const auto [stop, minorError] = std::from_chars(dot + 1, end, version.minor);
-        return minorError == std::errc() && stop == end ? version : kDefault;
+        const auto dot = text->find('.');
+        if (dot == text->npos) return kDefault;
+        const auto major = text::NumberIn<unsigned>(text->substr(0, dot));
+        const auto minor = text::NumberIn<unsigned>(text->substr(dot + 1));
+        return major && minor ? SystemVersion{*major, *minor} : kDefault;
     }
 
     int ProfileNumber(std::string_view section, std::string_view key, int otherwise) override {
@@ -121,11 +121,8 @@ unsigned CodePageOf(const std::string& prefix) {
     const auto text = MakeRegistry(prefix, NativeFiles(), kDefault)
                           ->ReadText(RegistryRoot::kLocalMachine,
                                      "System\\CurrentControlSet\\Control\\Nls\\CodePage", "ACP");
-    unsigned number = 0;
-    if (!text) return kDefault;
-    const auto [end, error] = std::from_chars(text->data(), text->data() + text->size(), number);
-    const bool isWhole = error == std::errc() && end == text->data() + text->size();
-    return isWhole && number != 0 ? number : kDefault;
+    const unsigned number = text ? text::NumberIn<unsigned>(*text).value_or(0) : 0;
+    return number != 0 ? number : kDefault;
 }
 
 // The folder of the library or program that this code is linked into.

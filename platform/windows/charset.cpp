@@ -31,10 +31,8 @@ unsigned CodePageOf(const std::string& name) {
     if (named != std::end(kNamed)) return named->codePage;
     for (const auto& row : kNumbered) {
         if (!name.starts_with(row.prefix)) continue;
-        unsigned number = 0;
-        const char* const end = name.data() + name.size();
-        const auto read = std::from_chars(name.data() + row.prefix.size(), end, number);
-        if (read.ec == std::errc() && read.ptr == end) return row.first + number;
+        const auto number = text::NumberIn<unsigned>(name.substr(row.prefix.size()));
+        if (number) return row.first + *number;
     }
     return 0;
 }

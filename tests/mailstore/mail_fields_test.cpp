@@ -4,6 +4,7 @@
 #include "mailstore/mail_body.h"
 #include "mailstore/mail_fields_date.h"
 #include "tests/mailstore/reading_fixture.h"
+#include "text/ascii.h"
 
 namespace {
 
@@ -133,7 +134,7 @@ TEST(MailBodyTest, TrailersAreCutAsByAScan) {
         return text;
     };
     for (int round = 0; round < 20'000; ++round) {
-        const std::string text = mailstore::ExpandLineEnds(draw("\n\n\nAB\r", 24));
+        const std::string text = text::Replaced(draw("\n\n\nAB\r", 24), "\n", "\r\n");
         const std::string marker = 'A' + draw("AB\r\n", 4);
         const std::size_t count = random() % 4;
         ASSERT_EQ(mailstore::LengthWithoutTrailers(text, count, marker),
@@ -146,7 +147,7 @@ TEST(MailBodyTest, TrailersAreCutAsByAScan) {
 // What takes more than time in proportion would not end here.
 TEST(MailBodyTest, LongBodiesTakeTimeInProportion) {
     const std::string lines(10'000'000, '\n');
-    const std::string body = mailstore::ExpandLineEnds(mailstore::StripFlowedMarks(lines));
+    const std::string body = text::Replaced(mailstore::StripFlowedMarks(lines), "\n", "\r\n");
     EXPECT_EQ(body.size(), 2 * lines.size());
     EXPECT_EQ(mailstore::LengthWithoutTrailers(body, 1'000'000, "\r\nx"), body.size());
     std::string marks, trailers;

@@ -33,6 +33,14 @@ TEST(Ascii, ComparesWithoutCase) {
     EXPECT_EQ(text::Raised("a`{Z\xE4"), "A`{Z\xE4");
 }
 
+TEST(Ascii, NumbersAreWholeTexts) {
+    EXPECT_EQ(text::NumberIn<int>("-12"), -12);
+    EXPECT_EQ(text::NumberIn<unsigned>("fF", 16), 255u);
+    for (const auto* none : {"", " 1", "1 ", "+1", "0x1", "99999999999"}) {
+        EXPECT_FALSE(text::NumberIn<int>(none)) << none;
+    }
+}
+
 TEST(Ascii, TrimsAndTakesLines) {
     EXPECT_EQ(text::Trimmed(" \r\n\ta b\v\t "), "a b\v");
     EXPECT_EQ(text::Trimmed(". a. ", " ."), "a");
@@ -42,6 +50,9 @@ TEST(Ascii, TrimsAndTakesLines) {
     EXPECT_EQ(text::WithoutControls("\x7F\n a\tb\r\n"), "a b");
     std::string_view rest = "a\r\n\nb";
     for (const char* line : {"a\r\n", "\n", "b", ""}) EXPECT_EQ(text::TakeLine(rest), line);
+    EXPECT_EQ(text::Joined({"a", "", "b"}, ", "), "a, , b");
+    EXPECT_EQ(text::Replaced("aabaa", "aa", "xyz"), "xyzbxyz");
+    EXPECT_EQ(text::Replaced("\n\n", "\n", ""), "");
     EXPECT_EQ(text::WithCrLf("a\r\n\n\r\r\nb\rc"), "a\r\n\r\n\r\n\r\nb\r\nc");
     rest = ";,a,;b;";
     EXPECT_EQ(text::TakeToken(rest, ",;"), "a");
