@@ -451,7 +451,6 @@ void CREudoraMail::QueueForMailbox() {
            indexId.c_str(), static_cast<int>(status), static_cast<int>(status));
     mailstore::Assign(record.lpszConversationID, indexId);
     mailstore::States noted{{mailbox::MsgIdOf(indexId), status}};
-    m_queues.m_mapMailStatus.reserve(m_queues.m_mapMailStatus.size() + 1);
     m_draft.Queue(m_queues.m_lstNewMails, false);
     m_queues.m_mapMailStatus.merge(noted);
     (void)mapi.UpdateMail(&record);

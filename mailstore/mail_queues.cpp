@@ -130,15 +130,11 @@ RRETURNCODE MailQueues::UpdateMailStatus(CEudoraTransUtil& util) {
     });
     // A mail that still waits needs its state when it is written.
     States waiting;
-    const RRETURNCODE kept = frame::Guarded("UpdateMailStatus", [&] {
-        waiting.reserve(m_lstNewMails.size());
-        for (const MapiMessage* record : m_lstNewMails) {
-            waiting.insert(m_mapMailStatus.extract(mailbox::MsgIdOf(record->lpszConversationID)));
-        }
-        return RRC_OK;
-    });
+    for (const MapiMessage* record : m_lstNewMails) {
+        waiting.insert(m_mapMailStatus.extract(mailbox::MsgIdOf(record->lpszConversationID)));
+    }
     m_mapMailStatus = std::move(waiting);
-    return result == RRC_OK ? kept : result;
+    return result;
 }
 
 RRETURNCODE MailQueues::StoreMailStatus(CEudoraTransUtil& util) {

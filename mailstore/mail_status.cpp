@@ -1,6 +1,8 @@
 #include "mailstore/mail_status.h"
 
+#include <algorithm>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "mailbox/toc_file.h"
@@ -15,12 +17,16 @@ using platform::Status;
 
 constexpr std::size_t kBlocksOfPiece = 4096;  // blocks read with one call
 
-bool ApplyState(char* block, const States& states) {
+// The states again, in a form that a block without one costs little.
+using SortedStates = std::vector<std::pair<std::uint32_t, std::uint32_t>>;
+
+bool ApplyState(char* block, const SortedStates& states) {
     const std::string_view bytes(block, mailbox::kMsgBlockSize);
     const std::uint32_t msgId = mailbox::MailPlace::Decode(bytes).dwMsgId;
     KV_LOG(5, "              MsgBlock.dwMsgId = %d(0x%08x)\n", static_cast<int>(msgId), msgId);
-    const auto state = states.find(msgId);
-    if (state == states.end()) return false;
+    const auto state =
+        std::ranges::lower_bound(states, msgId, {}, &SortedStates::value_type::first);
+    if (state == states.end() || state->first != msgId) return false;
     KV_LOG(5, "              - UpDate MailID(%s) Status = %d\n", mailbox::IndexIdOf(msgId).c_str(),
            static_cast<int>(state->second));
     block[mailbox::kStatusOffset] = (state->second & kReadBit) != 0 ? 1 : 0;
@@ -30,7 +36,7 @@ bool ApplyState(char* block, const States& states) {
 
 // Writes each run of changed blocks with one call. The last block may be cut short.
 Status StorePiece(platform::File& toc, std::uint64_t at, std::span<char> piece,
-                  const States& states) {
+                  const SortedStates& states) {
     std::size_t begin = 0, end = 0;  // of the run in hand
     const auto writeRun = [&]() -> Status {
         if (begin == end) return {};
@@ -62,12 +68,13 @@ Status StoreStates(platform::File& toc, const States& states) {
                mailbox::IndexIdOf(msgId).c_str(), static_cast<int>(status));
     }
     KV_LOG(5, "CREudoraMail::UpdateMailStatus  quick sort\n");
+    const SortedStates sorted(states.begin(), states.end());
     std::vector<char> piece(kBlocksOfPiece * mailbox::kMsgBlockSize);
     for (std::uint64_t at = mailbox::kTocHeaderSize;; at += piece.size()) {
         const auto count = toc.ReadAt(at, piece);
         if (!count) return count.Error();
         const auto read = std::span(piece).first(*count);
-        if (Status stored = StorePiece(toc, at, read, states); !stored) return stored;
+        if (Status stored = StorePiece(toc, at, read, sorted); !stored) return stored;
         if (*count < piece.size()) return toc.Flush();
     }
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <unordered_map>
+#include <map>
 
 #include "platform/os/files.h"
 
@@ -17,7 +17,7 @@ inline constexpr std::uint32_t kStatusSent = 4;
 std::uint32_t StatusOfFlags(std::uint32_t flags);
 
 // Statuses by the numbers of mails.
-using States = std::unordered_map<std::uint32_t, std::uint32_t>;
+using States = std::map<std::uint32_t, std::uint32_t>;
 
 // Stores read states in a .toc file that is open for reading and writing: one pass over its
 // blocks, of which only those are written that have a state here. A block that the end of the file

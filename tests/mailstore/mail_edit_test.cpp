@@ -70,8 +70,8 @@ TEST_F(MailEditTest, ThreePlacesForRecords) {
     EXPECT_EQ(mail->Edit("0x00000001", std::nullopt), "0x00000001/131073");
     EXPECT_EQ(mail->GoToRecord("0x00000001"), RRC_OK);
     EXPECT_EQ(mail->Edit("", 1), "/") << "the current mail, whose id is kept back";
-    EXPECT_EQ(mail->Noted(), (std::map<std::uint32_t, std::uint32_t>{
-                                 {1, 1}, {2, 131073}, {3, 1}, {4, 131073}, {7, 0}}));
+    EXPECT_EQ(mail->m_queues.m_mapMailStatus,
+              (mailstore::States{{1, 1}, {2, 131073}, {3, 1}, {4, 131073}, {7, 0}}));
     EXPECT_EQ(mail->Close(0), RRC_OK);
     EXPECT_EQ(States(2), "01010");
     const auto out = machine.files.Get("C:\\E\\Out.toc").value_or("");

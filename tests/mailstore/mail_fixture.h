@@ -32,10 +32,6 @@ class OpenedMail : public CREudoraMail {
         }
         return texts;
     }
-    // The noted statuses, by number.
-    std::map<std::uint32_t, std::uint32_t> Noted() const {
-        return {m_queues.m_mapMailStatus.begin(), m_queues.m_mapMailStatus.end()};
-    }
 
     using CREudoraMail::m_appInfo;
     using CREudoraMail::m_attach;
