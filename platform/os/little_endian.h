@@ -37,9 +37,10 @@ inline std::string LittleEndianBytes(std::uint64_t value, std::size_t width) {
     return bytes;
 }
 
-// The number at `offset`; nothing if it does not lie inside.
+// The number at `offset`; nothing if it does not lie inside. Tables of mails are read with it, a
+// number at a time, so it is to be part of the loops around it.
 template <class Number>
-std::optional<Number> ReadNumber(std::string_view bytes, std::uint64_t offset) {
+inline std::optional<Number> ReadNumber(std::string_view bytes, std::uint64_t offset) {
     const auto number = ReadBytes(bytes, offset, sizeof(Number));
     if (!number) return std::nullopt;
     return static_cast<Number>(LittleEndian(*number));
