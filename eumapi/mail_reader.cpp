@@ -2,10 +2,8 @@
 
 #include <algorithm>
 
-#include "eumapi/address_list.h"
 #include "eumapi/attachment_search.h"
-#include "eumapi/encoded_word.h"
-#include "eumapi/mail_date.h"
+#include "eumapi/mail_header.h"
 #include "mailbox/toc_records.h"
 #include "text/ascii.h"
 #include "text/path.h"
@@ -22,48 +20,6 @@ std::uint32_t FlagsOf(std::uint16_t state) {
     if (state == static_cast<std::uint16_t>(MailState::kUnread)) return mapi::kUnread;
     return state == static_cast<std::uint16_t>(MailState::kSent) ? mapi::kSent : 0;
 }
-
-// Callers take the address out of the brackets, so the name must have none.
-std::string DisplayName(std::string name, const std::string& address) {
-    std::erase_if(name, [](char letter) { return letter == '<' || letter == '>'; });
-    return name.empty() ? address : name + " <" + address + ">";
-}
-
-class HeaderTexts {
-  public:
-    HeaderTexts(const text::MailView& text, unsigned codePage)
-        : m_text(text), m_codePage(codePage) {}
-
-    std::optional<std::string> Subject() const {
-        auto subject = m_text.Field("Subject");
-        if (subject) subject = DecodeHeader(*subject, m_codePage);
-        return subject;
-    }
-
-    std::vector<Recipient> List(const char* field, std::uint32_t recipientClass) const {
-        std::vector<Recipient> recipients;
-        for (auto& one : ParseAddresses(m_text.AllFields(field), m_codePage)) {
-            const auto address = DecodeHeader(one.address, m_codePage);
-            auto name = DecodeHeader(one.name, m_codePage);
-            if (name.empty()) name = address;
-            recipients.push_back({recipientClass, std::move(name), "SMTP:" + address});
-        }
-        return recipients;
-    }
-
-    std::optional<Recipient> From() const {
-        const auto senders = ParseAddresses(m_text.AllFields("From"), m_codePage);
-        if (senders.empty()) return std::nullopt;
-        const auto address = DecodeHeader(senders[0].address, m_codePage);
-        return Recipient{mapi::kOriginator,
-                         DisplayName(DecodeHeader(senders[0].name, m_codePage), address),
-                         "SMTP:" + address};
-    }
-
-  private:
-    const text::MailView& m_text;
-    unsigned m_codePage;
-};
 
 }  // namespace
 
@@ -107,40 +63,6 @@ platform::Result<std::string> MailReader::ReadHeader(const MailIndex& index,
         auto bytes = ReadBytes(index, mail, most);
         if (!bytes || bytes->size() < most || text::MailView(*bytes).HasBody()) return bytes;
     }
-}
-
-void MailReader::TakeHeader(const text::MailView& text, const MailIndex& index,
-                            const IndexedMail& mail, MessageRecord& record) const {
-    const unsigned codePage = m_system.codePage;
-    const HeaderTexts header(text, codePage);
-    auto subject = header.Subject();
-    record.originator = header.From();
-    for (const auto& [field, recipientClass] :
-         {std::pair{"To", mapi::kTo}, {"Cc", mapi::kCc}, {"Bcc", mapi::kBcc}}) {
-        auto list = header.List(field, recipientClass);
-        std::move(list.begin(), list.end(), std::back_inserter(record.recipients));
-    }
-    auto moment = ParseMailDate(text.Field("Date").value_or(""), m_system.clock);
-    if (!subject || !record.originator || !moment) {
-        // What the list of mails in Eudora shows.
-        mailbox::MsgBlock block;
-        if (const auto bytes = index.ReadBlock(mail)) block = mailbox::MsgBlock::Decode(*bytes);
-        if (!subject) subject = DecodeHeader(block.szSubject, codePage);
-        if (!record.originator && !block.szFrom.empty()) {
-            const auto from = DecodeHeader(block.szFrom, codePage);
-            record.originator = Recipient{mapi::kOriginator, from, "SMTP:" + from};
-        }
-        if (!moment && block.dwSeconds != 0) {
-            moment = std::chrono::system_clock::from_time_t(block.dwSeconds);
-        }
-        constexpr std::string_view kMark = "???@???";
-        const auto at = text.Separator().find(kMark);
-        if (!moment && at != std::string_view::npos) {
-            moment = ParseMailDate(text.Separator().substr(at + kMark.size()), m_system.clock);
-        }
-    }
-    record.subject = *std::move(subject);
-    if (moment) record.date = MapiDate(*moment, m_system.clock);
 }
 
 Code MailReader::CopyAttachments(std::vector<AttachmentLine>& lines,
@@ -189,7 +111,7 @@ Code MailReader::Read(const MailIndex& index, const IndexedMail& mail, std::uint
     std::replace(bytes->begin(), bytes->end(), '\0', ' ');
     const text::MailView text(*bytes);
     record.flags = FlagsOf(mail.wStatus);
-    TakeHeader(text, index, mail, record);
+    TakeHeader(text, m_system, index, mail, record);
     return isEnvelope ? mapi::kSuccess : TakeBody(text, flags, copies, record);
 }
 

@@ -33,8 +33,6 @@ class MailReader {
   private:
     platform::Result<std::uint64_t> LengthOf(const MailIndex& index, const IndexedMail& mail);
     platform::Result<std::string> ReadHeader(const MailIndex& index, const IndexedMail& mail);
-    void TakeHeader(const text::MailView& text, const MailIndex& index, const IndexedMail& mail,
-                    MessageRecord& record) const;
     Code CopyAttachments(std::vector<AttachmentLine>& lines, AttachmentCopies& copies) const;
     Code TakeBody(const text::MailView& text, std::uint32_t flags, AttachmentCopies& copies,
                   MessageRecord& record) const;

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <string_view>
 
-#include "eumapi/mail_date.h"
 #include "text/ascii.h"
 #include "text/calendar.h"
 
@@ -76,7 +75,7 @@ std::string AddressOf(const MapiRecipDesc& recipient) {
 
 std::string OutgoingText(const MapiMessage& message, const std::vector<std::string>& attachments,
                          TimePoint now, platform::Clock& clock) {
-    const auto local = LocalTime(now, clock);
+    const auto local = text::CivilTime(now, clock.UtcOffset(now));
     std::string text = text::Format(
         "From ???@??"
         "? %a %b %d %H:%M:%S %Y\r\n",
@@ -96,7 +95,7 @@ std::string OutgoingText(const MapiMessage& message, const std::vector<std::stri
 }
 
 std::string ListDate(TimePoint now, platform::Clock& clock) {
-    const auto local = LocalTime(now, clock);
+    const auto local = text::CivilTime(now, clock.UtcOffset(now));
     const bool isLate =
         local - std::chrono::floor<std::chrono::days>(local) >= std::chrono::hours(12);
     return text::Format(isLate ? "%I:%M PM %-m/%-d/%Y " : "%I:%M AM %-m/%-d/%Y ", local) +

@@ -2,10 +2,8 @@
 
 #include "eumapi/address_list.h"
 #include "eumapi/attachment_lines.h"
-#include "eumapi/encoded_word.h"
-#include "eumapi/mail_date.h"
+#include "eumapi/mail_header.h"
 #include "platform/os/charset.h"
-#include "platform/testing/fixed_clock.h"
 
 namespace {
 
@@ -45,23 +43,6 @@ TEST(StandInAddresses, Table) {
     const auto japanese = ParseAddresses("\"\x95\x5C\" <a@b.c>, d@e.f", 932);
     ASSERT_EQ(japanese.size(), 2u);
     EXPECT_EQ(japanese[0].name, "\x95\x5C");
-}
-
-TEST(StandInDates, Table) {
-    platform::testing::FixedClock clock;
-    clock.offset = std::chrono::hours(9);
-    const struct {
-        const char *text, *local;
-    } cases[] = {
-        {"2 Jan 1980 02:03 +0000", "1980/01/02 11:03"},
-        {"Fri, 31 Dec 1999 23:59:60 -0330", "2000/01/01 12:29"},
-        {"Wed Jan 02 02:03:55 1980", "1980/01/02 02:03"},
-        {"Wed, 02 Jan 1980", ""},
-    };
-    for (const auto& one : cases) {
-        const auto moment = ParseMailDate(one.text, clock);
-        EXPECT_EQ(moment ? MapiDate(*moment, clock) : "", one.local) << one.text;
-    }
 }
 
 TEST(StandInEncodedWords, Table) {

@@ -62,6 +62,16 @@ TEST_F(StandInReadTest, NamesTheSenderSoThatTheAddressIsFound) {
     }
 }
 
+TEST_F(StandInReadTest, TellsLocalTime) {
+    machine.clock.offset = std::chrono::hours(9);
+    for (const auto& [text, local] : {std::pair{"2 Jan 1980 02:03 +0000", "1980/01/02 11:03"},
+                                      {"Fri, 31 Dec 1999 23:59:60 -0330", "2000/01/01 12:29"},
+                                      {"Wed Jan 02 02:03:55 1980", "1980/01/02 02:03"}}) {
+        const auto* mail = ReadOnly("Date: "s + text + "\r\n\r\n");
+        EXPECT_STREQ(mail->lpszDateReceived, local) << text;
+    }
+}
+
 TEST_F(StandInReadTest, FallsBackToWhatTheListShows) {
     mailbox::MsgBlock block;
     block.dwMsgId = 1;
