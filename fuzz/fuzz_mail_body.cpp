@@ -3,7 +3,7 @@
 #include <cstdlib>
 
 #include "mailstore/mail_body.h"
-#include "mailstore/mail_fields_date.h"
+#include "mailstore/mail_date.h"
 #include "text/ascii.h"
 #include "text/path.h"
 

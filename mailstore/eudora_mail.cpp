@@ -11,8 +11,8 @@
 #include "mailstore/attachments_out.h"
 #include "mailstore/built_record.h"
 #include "mailstore/in_box.h"
+#include "mailstore/mail_date.h"
 #include "mailstore/mail_fields.h"
-#include "mailstore/mail_fields_date.h"
 #include "mailstore/start_eudora.h"
 #include "text/ascii.h"
 

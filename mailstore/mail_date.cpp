@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdlib>
 #include <limits>
 #include <string_view>
 
+#include "text/ascii.h"
 #include "text/calendar.h"
 
 namespace mailstore {
@@ -30,6 +32,15 @@ local_seconds LocalTime(const char* text, platform::Clock& clock) {
     const auto now = clock.Now();
     const auto time = text::FromOleDate(number);
     return time ? *time : text::CivilTime(now, clock.UtcOffset(now));
+}
+
+// The digits that the text begins with; 0 without any. No larger than what no date piece has.
+long NumberOf(const std::string& text) {
+    return std::clamp(std::strtol(text.c_str(), nullptr, 10), -1L, 10'000L);
+}
+
+bool IsWithin(long value, long lowest, long highest) {
+    return value >= lowest && value <= highest;
 }
 
 std::string BlockDate(local_seconds time, const std::string& zone, bool isJapanese) {
@@ -63,6 +74,30 @@ MailDate ConvertMailDate(const char* text, platform::Clock& clock, bool isJapane
     constexpr long long kMost = std::numeric_limits<std::uint32_t>::max();
     date.dwSeconds = static_cast<std::uint32_t>(std::clamp<long long>(number.count(), 0, kMost));
     return date;
+}
+
+std::optional<double> ParseDate(std::string_view text) {
+    long pieces[5];
+    std::string_view delimiters = "// ::";
+    for (long& number : pieces) {
+        const auto piece = text::TakeToken(text, delimiters.substr(0, 1));
+        if (!piece) return std::nullopt;
+        number = NumberOf(std::string(*piece));
+        delimiters.remove_prefix(1);
+    }
+    const auto [y, m, d, h, minute] = pieces;
+    const bool isTime = IsWithin(h, 0, 23) && IsWithin(minute, 0, 59);
+    if (!isTime || !IsWithin(m, 1, 12) || !IsWithin(d, 1, 31)) return std::nullopt;
+    using namespace std::chrono;
+    const year_month_day date{year{static_cast<int>(y)}, month{static_cast<unsigned>(m)},
+                              day{static_cast<unsigned>(d)}};
+    if (!date.ok()) return std::nullopt;
+    return text::ToOleDate(local_days{date} + hours(h) + minutes(minute));
+}
+
+double LocalNow(platform::Clock& clock) {
+    const auto now = clock.Now();
+    return text::ToOleDate(text::CivilTime(now, clock.UtcOffset(now))).value_or(0);
 }
 
 }  // namespace mailstore

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "platform/os/clock.h"
 
@@ -19,5 +21,13 @@ struct MailDate {
 // one, counts as the present time; one before 1970 has 0 seconds. Daylight saving takes no part in
 // the difference to UTC. The block's text has a 24-hour clock in Japanese.
 MailDate ConvertMailDate(const char* text, platform::Clock& clock, bool isJapanese);
+
+// The date of a text of the form "YYYY/MM/DD HH:MM", in days since 1899-12-30 with the time as
+// fraction (an OLE date). Nothing if it has fewer pieces, or if they
+// are no date from the year 100 to 9999.
+std::optional<double> ParseDate(std::string_view text);
+
+// The local time in whole seconds, in the same form.
+double LocalNow(platform::Clock& clock);
 
 }  // namespace mailstore

@@ -5,7 +5,7 @@
 
 #include "mailstore/built_record.h"
 #include "mailstore/mail_body.h"
-#include "mailstore/mail_fields_date.h"
+#include "mailstore/mail_date.h"
 #include "mailstore/mail_status.h"
 #include "platform/kvutil/kvutil.h"
 #include "text/ascii.h"

@@ -2,7 +2,7 @@
 #include <random>
 
 #include "mailstore/mail_body.h"
-#include "mailstore/mail_fields_date.h"
+#include "mailstore/mail_date.h"
 #include "tests/mailstore/reading_fixture.h"
 #include "text/ascii.h"
 
