@@ -1,12 +1,113 @@
 #include "eumapi/send_mail.h"
 
+#include <algorithm>
+#include <chrono>
+#include <string_view>
+#include <vector>
+
 #include "eumapi/mailbox.h"
 #include "eumapi/outgoing_files.h"
-#include "eumapi/outgoing_text.h"
+#include "text/ascii.h"
+#include "text/calendar.h"
 
 namespace eumapi {
 
 namespace {
+
+using TimePoint = std::chrono::system_clock::time_point;
+
+constexpr const char* kEnd = "\r\n";
+
+// Text of a caller for one header line: null is empty, and no byte of it begins a line of its own.
+std::string HeaderText(const char* text) {
+    std::string line = text == nullptr ? "" : text;
+    std::ranges::replace_if(
+        line, [](char letter) { return static_cast<unsigned char>(letter) < ' '; }, ' ');
+    return line;
+}
+
+// The address of a recipient or sender without "SMTP:"; the name if it has none; empty if there is
+// neither.
+std::string AddressOf(const MapiRecipDesc& recipient) {
+    std::string address = HeaderText(recipient.lpszAddress);
+    if (address.empty()) address = HeaderText(recipient.lpszName);
+    constexpr std::string_view kKind = "SMTP:";
+    if (address.starts_with(kKind)) address.erase(0, kKind.size());
+    return address;
+}
+
+// "Name <address>", the name in quotes if it has anything but letters that need none.
+std::string NamedAddress(const MapiRecipDesc& recipient) {
+    std::string address = AddressOf(recipient);
+    std::string name = HeaderText(recipient.lpszName);
+    if (name.empty() || name == address || name == "SMTP:" + address) return address;
+    if (name.find_first_of("\"(),.:;<>@[\\]") != std::string::npos) {
+        std::erase_if(name, [](char letter) { return letter == '"' || letter == '\\'; });
+        name = '"' + name + '"';
+    }
+    return name + " <" + address + ">";
+}
+
+std::string RecipientLine(const char* label, const MapiMessage& message,
+                          std::uint32_t recipientClass) {
+    std::string list;
+    for (const auto& recipient : mapi::Recipients(message)) {
+        if (recipient.ulRecipClass != recipientClass) continue;
+        if (!list.empty()) list += ", ";
+        list += NamedAddress(recipient);
+    }
+    return list.empty() ? "" : label + list + kEnd;
+}
+
+// Each line has an end, the last one too.
+std::string WithLineEnds(const char* text) {
+    std::string lines = text::WithCrLf(text == nullptr ? "" : text);
+    if (!lines.empty() && !lines.ends_with('\n')) lines += kEnd;
+    return lines;
+}
+
+// A semicolon ends an entry; a path that has one stands in quotes, which no path can have.
+std::string AttachmentsLine(const std::vector<std::string>& attachments) {
+    if (attachments.empty()) return {};
+    std::string line = "X-Attachments: ";
+    for (const auto& path : attachments) {
+        const bool isPlain = path.find(';') == path.npos;
+        line += (isPlain ? path : '"' + path + '"') + ';';
+    }
+    return line + kEnd;
+}
+
+// A mail as Eudora's out-box holds it, every line ended by CR LF: separator line, header, empty
+// line, text. Eudora attaches the files that the line X-Attachments names when it sends the mail.
+std::string OutgoingText(const MapiMessage& message, const std::vector<std::string>& attachments,
+                         TimePoint now, platform::Clock& clock) {
+    const auto local = text::CivilTime(now, clock.UtcOffset(now));
+    std::string text = text::Format(
+        "From ???@??"
+        "? %a %b %d %H:%M:%S %Y\r\n",
+        local);
+    text += text::Format("Date: %a, %d %b %Y %H:%M:%S ", local);
+    text += text::ZoneText(clock.UtcOffset(now)) + kEnd;
+    text += RecipientLine("To: ", message, mapi::kTo);
+    text += RecipientLine("Cc: ", message, mapi::kCc);
+    text += RecipientLine("Bcc: ", message, mapi::kBcc);
+    if (message.lpOriginator != nullptr && !AddressOf(*message.lpOriginator).empty()) {
+        text += "From: " + NamedAddress(*message.lpOriginator) + kEnd;
+    }
+    text += "Subject: " + HeaderText(message.lpszSubject) + kEnd;
+    text += AttachmentsLine(attachments);
+    text += kEnd;
+    return text + WithLineEnds(message.lpszNoteText);
+}
+
+// The date that Eudora's list of mails shows.
+std::string ListDate(TimePoint now, platform::Clock& clock) {
+    const auto local = text::CivilTime(now, clock.UtcOffset(now));
+    const bool isLate =
+        local - std::chrono::floor<std::chrono::days>(local) >= std::chrono::hours(12);
+    return text::Format(isLate ? "%I:%M PM %-m/%-d/%Y " : "%I:%M AM %-m/%-d/%Y ", local) +
+           text::ZoneText(clock.UtcOffset(now));
+}
 
 Code CheckRecipients(const MapiMessage& message) {
     if (mapi::Recipients(message).empty()) return mapi::kInvalidRecipients;
@@ -34,14 +135,12 @@ Code CopyAttachments(const MapiMessage& message, OutgoingFiles& files) {
 
 Code SendMail(const platform::System& system, const std::string& eudoraFolder,
               const MapiMessage& message) {
-    if (const Code code = CheckRecipients(message); code != mapi::kSuccess) return code;
     OutgoingFiles attachments(system, eudoraFolder);
-    if (const Code code = CopyAttachments(message, attachments); code != mapi::kSuccess) {
-        return code;
-    }
     Mailbox out(system);
-    if (const Code code = out.Open(eudoraFolder, mailbox::kOutBox); code != mapi::kSuccess)
-        return code;
+    Code code = CheckRecipients(message);
+    if (code == mapi::kSuccess) code = CopyAttachments(message, attachments);
+    if (code == mapi::kSuccess) code = out.Open(eudoraFolder, mailbox::kOutBox);
+    if (code != mapi::kSuccess) return code;
     const auto now = system.clock.Now();
     // The out-box lists whom a mail goes to.
     auto block =
@@ -52,7 +151,7 @@ Code SendMail(const platform::System& system, const std::string& eudoraFolder,
     block.wStatus = static_cast<std::uint16_t>(mailbox::MailState::kQueued);
     block.szDate = ListDate(now, system.clock);
     block.dwMsgId = out.FreeId();
-    const Code code =
+    code =
         out.Append(OutgoingText(message, attachments.Paths(), now, system.clock), block.Encode());
     if (code == mapi::kSuccess) attachments.Keep();
     return code;
