@@ -111,18 +111,4 @@ TEST_F(StandInTest, WalksTheLargestMailbox) {
     EXPECT_LT(machine.faults.Operations(), static_cast<int>(count) + 200);
 }
 
-TEST_F(StandInTest, ReportsFailuresOfTheDisk) {
-    PutMails({Mail("a")});
-    for (int n = 1;; ++n) {
-        machine.files.SetModified(kInToc, machine.clock.now + std::chrono::hours(n));
-        machine.faults.Arm(platform::testing::Fault::kFail, n);
-        const std::string first = Next("");
-        machine.faults.Disarm();
-        if (first == "0x00000001") break;
-        EXPECT_EQ(first, "=2") << n;
-        EXPECT_EQ(Next(""), "0x00000001") << n;
-        ASSERT_LT(n, 20);
-    }
-}
-
 }  // namespace

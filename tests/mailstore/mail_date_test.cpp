@@ -70,6 +70,20 @@ TEST(MailDate, NoDateIsTheTimeOfWriting) {
     }
 }
 
+// A zone that has left out the time.
+class LeapingClock : public platform::testing::FixedClock {
+  public:
+    std::optional<std::chrono::seconds> StandardOffset(std::chrono::sys_seconds) override {
+        return std::nullopt;
+    }
+};
+
+TEST(MailDate, ATimeThatIsNoneHasWhatHoldsThen) {
+    LeapingClock clock;
+    clock.offset = minutes(-600);
+    EXPECT_EQ(ConvertMailDate("29129", clock, false).line, "Date: Mon, 01 Oct 1979 00:00:00 -1000");
+}
+
 TEST(MailDate, TheEndsOfWhatADateCanBe) {
     platform::testing::FixedClock clock;
     for (const auto& [text, separator] : {std::pair{"2958465.999999", "Sat Jan 01 00:00:00 10000"},
