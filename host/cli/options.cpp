@@ -116,7 +116,7 @@ std::vector<TextOption> TextOptions(Options& options) {
 base::Status ReadConfiguration(Options& options) {
     if (auto read = ReadFile(options); !read) return read;
     if (options.setup.eudora && options.setup.winePrefix) {
-        return base::Failed("--eudora and --wine-prefix exclude each other: give one");
+        return base::Failed("--eudora and --wine-prefix exclude each other", "give one");
     }
     return {};
 }

@@ -6,9 +6,8 @@ namespace host::mail {
 
 base::Status CanParseMail() {
     return base::Refused(
-        "this build of kvsync has no MIME library, so it reads no mail of other programs: list "
-        "mail, "
-        "show mail, export mail, configure mail and shell mail work");
+        "this build of kvsync has no MIME library, so it reads no mail of other programs",
+        "list mail, show mail, export mail, configure mail and shell mail work");
 }
 
 base::Result<NewMail> ParseMail(std::string_view /*bytes*/, const ParsePlace& /*place*/,

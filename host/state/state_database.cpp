@@ -54,10 +54,9 @@ void Upgrade(SQLite::Database& database, int version) {
 }
 
 base::Failure Damaged(const std::string& path, const std::string& why) {
-    return base::Refused(
-        path + ": the state file is damaged (" + why +
-        "); move it away: the next run pairs contacts and mails by what they hold and "
-        "loses nothing");
+    return base::RefusedFor(
+        path, "the state file is damaged (" + why + ")",
+        "move it away: the next run pairs contacts and mails by what they hold and loses nothing");
 }
 
 // Whether nothing was ever stored in it, as after a first run on a full disk.
