@@ -10,11 +10,13 @@
 #include "mailstore/eudora_mail.h"
 #include "platform/os/system.h"
 
+using frame::Entered;
 using frame::Guarded;
 
 namespace {
 
 constexpr unsigned long kAddressBook = 1, kMail = 20;  // data kinds
+constexpr const char* kEnter = "Enter - kvtEudora : ";
 
 // Made while the library is loaded: the global object must be there before the first call, and the
 // dialogs must know where the host's provider is found.
@@ -49,8 +51,7 @@ extern "C" RRETURNCODE InitTranslator(tagRENVSETTINGS* pEnv, RWORD* pWord,
 extern "C" RRETURNCODE InitTranslatorEx(tagRENVSETTINGS* pEnv, tagRTRANSSETTINGS* pSettings,
                                         const char* pszLanguage, RWORD* pWord,
                                         CEudoraTransUtil** ppUtil, char* pszMessage, int nLength) {
-    return Guarded("InitTranslatorEx", [&] {
-        KV_LOG(5, "Enter - kvtEudora : InitTranslatorEx\n");
+    return Entered(kEnter, "InitTranslatorEx", [&] {
         HandOut(pWord, ppUtil);
         return frame::InitializeWith(TransUtil(), pEnv, pSettings, pszLanguage, pszMessage,
                                      nLength);
@@ -58,8 +59,7 @@ extern "C" RRETURNCODE InitTranslatorEx(tagRENVSETTINGS* pEnv, tagRTRANSSETTINGS
 }
 
 extern "C" RRETURNCODE UninitTranslator() {
-    return Guarded("UninitTranslator", [] {
-        KV_LOG(5, "Enter - kvtEudora : UninitTranslator\n");
+    return Entered(kEnter, "UninitTranslator", [] {
         TransUtil().mapi.MapiLogoff();
         TransUtil().mapi.UnloadMapiLibrary();
         return RRC_OK;
@@ -68,8 +68,7 @@ extern "C" RRETURNCODE UninitTranslator() {
 
 extern "C" RRETURNCODE GetTranslatorObject(unsigned long nKind, RWORD,
                                            CRRecordTranslator** ppTranslator) {
-    return Guarded("GetTranslatorObject", [&] {
-        KV_LOG(5, "Enter - kvtEudora : GetTranslatorObject\n");
+    return Entered(kEnter, "GetTranslatorObject", [&] {
         try {
             *ppTranslator = MakeTranslator(nKind).release();
         } catch (const std::bad_alloc&) {
@@ -84,8 +83,7 @@ extern "C" RRETURNCODE GetTranslatorObject(unsigned long nKind, RWORD,
 
 // Both are found by the compiler's names for them.
 RRETURNCODE RemoveTranslator(tagRENVSETTINGS&, tagRTRANSSETTINGS& settings, char*, int) {
-    return Guarded("RemoveTranslator", [&] {
-        KV_LOG(5, "Enter - kvtEudora : RemoveTranslator\n");
+    return Entered(kEnter, "RemoveTranslator", [&] {
         CEudoraTransUtil& util = TransUtil();
         if (settings.pszSettingsDir != nullptr) util.csSettingsDir = settings.pszSettingsDir;
         util.DeleteAllSettings();
