@@ -3,6 +3,7 @@
 
 #include "tests/addressbook/book_fixture.h"
 #include "tests/platform/temp_folder.h"
+#include "tests/support/fault_sweep.h"
 
 using platform::testing::Fault;
 
@@ -92,32 +93,27 @@ TEST_F(WriterTest, NeedsAFileThatCanBeWrittenOrNone) {
 TEST_F(WriterTest, AnyFailureLeavesTheOldFileOrTheNewOne) {
     const std::string oldText = "alias a 1\r\nalias \"group\" b\r\n";
     const std::string newText = "alias a 2\r\nalias \"group\" b";
-    for (const auto fault : {Fault::kFail, Fault::kTornWrite, Fault::kKill}) {
-        int n = 1;
-        for (bool fired = true; fired; ++n) {
-            SCOPED_TRACE(n);
-            CEudoraAB book;
-            Load(book, oldText);
-            machine.files.Put(kToc, "t");
-            Edit(book, "a", ContactField::kEmail, "2");
-            machine.faults.Arm(fault, n, platform::ErrorCode::kNoSpace);
-            const bool isSaved = book.SaveRecords() == RRC_OK;
-            fired = machine.faults.Fired();
-            machine.faults.Disarm();
-            EXPECT_EQ(machine.files.OpenCount(), 0);
-            if (fault == Fault::kKill) machine.files.Crash();
-            EXPECT_EQ(Saved(), isSaved ? newText : oldText);
-            EXPECT_EQ(DrainErrors().size(), isSaved ? 0U : 2U);
-            const bool isKilled = fault == Fault::kKill;
-            EXPECT_TRUE(isKilled || !machine.files.Get(kSide)) << "a side file is left";
-            EXPECT_FALSE(isKilled && Saved() == newText && machine.files.Get(kToc))
-                << "a wrong table";
-            EXPECT_EQ(book.SaveRecords(), RRC_OK);
-            EXPECT_EQ(Saved(), newText);
-            EXPECT_EQ(machine.files.AllFiles(), Texts{kBookPath});
-        }
-        EXPECT_GT(n, 6);
-    }
+    const auto play = [&](Fault fault, int n) {
+        CEudoraAB book;
+        Load(book, oldText);
+        machine.files.Put(kToc, "t");
+        Edit(book, "a", ContactField::kEmail, "2");
+        machine.faults.Arm(fault, n, platform::ErrorCode::kNoSpace);
+        const bool isSaved = book.SaveRecords() == RRC_OK;
+        const bool fired = machine.faults.Disarm();
+        EXPECT_EQ(machine.files.OpenCount(), 0);
+        if (fault == Fault::kKill) machine.files.Crash();
+        EXPECT_EQ(Saved(), isSaved ? newText : oldText);
+        EXPECT_EQ(DrainErrors().size(), isSaved ? 0U : 2U);
+        const bool isKilled = fault == Fault::kKill;
+        EXPECT_TRUE(isKilled || !machine.files.Get(kSide)) << "a side file is left";
+        EXPECT_FALSE(isKilled && Saved() == newText && machine.files.Get(kToc)) << "a wrong table";
+        EXPECT_EQ(book.SaveRecords(), RRC_OK);
+        EXPECT_EQ(Saved(), newText);
+        EXPECT_EQ(machine.files.AllFiles(), Texts{kBookPath});
+        return fired;
+    };
+    test::ForEveryFault(play, 6);
 }
 
 // The message names the file that failed, and the cause.
@@ -162,20 +158,19 @@ TEST_F(WriterTest, AFileIsReadUpToItsBadPlaceAndNeverWrittenBack) {
 
 // Any operation of an opening that fails: a result, or a part of the records and a message.
 TEST_F(WriterTest, AnyFailureOfAnOpeningIsTold) {
-    int n = 1;
-    for (bool fired = true; fired; ++n) {
+    const auto play = [&](Fault fault, int n) {
         CEudoraAB book;
         book.UseUtil(&util);
         machine.files.Put(kBookPath, std::string(300000, '\n'));
-        machine.faults.Arm(Fault::kFail, n);
+        machine.faults.Arm(fault, n);
         const auto result = book.Open(kBookPath);
-        fired = machine.faults.Fired();
-        machine.faults.Disarm();
-        EXPECT_EQ(result != RRC_OK || !DrainErrors().empty(), fired) << n;
-        EXPECT_EQ(book.SaveRecords() != RRC_OK, fired) << n;
+        const bool fired = machine.faults.Disarm();
+        EXPECT_EQ(result != RRC_OK || !DrainErrors().empty(), fired);
+        EXPECT_EQ(book.SaveRecords() != RRC_OK, fired);
         DrainErrors();
-    }
-    EXPECT_GT(n, 4);
+        return fired;
+    };
+    test::ForEveryFault(play, 4, {Fault::kFail});
 }
 
 // Where the system makes links: one planted beforehand is neither followed nor taken over.

@@ -173,8 +173,7 @@ TEST(Engine, ACutOffRunOrAFailedStepLosesAndDoublesNothing) {
             world.files.Arm(fault, n);
             Texts errors;
             const bool isStopped = world.Sync(&errors).stop.has_value();
-            const bool fired = world.files.Fired();
-            world.files.Disarm();
+            const bool fired = world.files.Disarm();
             EXPECT_EQ(world.disk.OpenCount(), 0);
             EXPECT_TRUE(isStopped || !errors.empty() || IsInStep(world, test));
             world.Sync();
