@@ -396,8 +396,15 @@ void World::TellNews(const Files& before, const Files& after, std::vector<std::s
         else if (now->second.time != entry.time)
             tell("= ", name);
     }
+    // A folder in a new one is not worth a line of its own.
+    const auto isIn = [&](const std::string& name) {
+        const auto end = name.rfind('/', name.size() - 2);
+        const std::string folder = name.substr(0, end + 1);
+        return name.ends_with('/') && end != name.npos && after.contains(folder) &&
+               !before.contains(folder);
+    };
     for (const auto& [name, entry] : after) {
-        if (!before.contains(name)) tell("+ ", name);
+        if (!before.contains(name) && !isIn(name)) tell("+ ", name);
     }
     for (const auto& [line, count] : news) {
         told.push_back(count == 1 ? line : line + " (" + std::to_string(count) + ")");
