@@ -14,9 +14,9 @@ namespace mailstore {
 
 // The names of the in-box's mails and of those that wait for it. Host and library know a mail by
 // its index id, "0x" and eight hexadecimal digits of its number in the .toc file; other programs by
-// its Message-ID, and one without goes by its index id there too. Opening a
-// mailbox of 65,000 mails took 55 ms with this map and 63 ms with a hash table over one block of
-// texts in each direction (bench_inbox).
+// its Message-ID, and one without goes by its index id there too. Opening a mailbox of 65,000 mails
+// takes 55 ms with this map, and took 63 ms with a hash table over one block of texts for each
+// direction (bench_inbox).
 class MailIds {
   public:
     // Reads the mailbox and gives how many mails its header counts. The names of waiting mails

@@ -148,18 +148,19 @@ class FarFile : public MadeFile {
 
 TEST(Append, NoMailReachesBeyondFourGigabytes) {
     constexpr std::uint64_t kLimit = 0xFFFFFFFF;
-    for (const auto& [size, stored] : {std::pair{kLimit - 30, 3U},
-                                       {kLimit - 29, 2U},
-                                       {kLimit - 10, 1U},
-                                       {kLimit, 0U},
-                                       {kLimit + 1000, 0U}}) {
+    for (const auto& [size, tells, stored] : {std::tuple{kLimit - 30, false, 3U},
+                                              {kLimit - 30, true, 2U},
+                                              {kLimit - 29, false, 2U},
+                                              {kLimit - 10, false, 1U},
+                                              {kLimit, false, 0U},
+                                              {kLimit + 1000, true, 0U}}) {
         FarFile mbx(size), toc(0);
         const auto header = mailbox::TocHeader::Decode(mailbox::NewTocHeader());
-        const auto result =
-            mailbox::AppendMails({mbx, toc, header, size}, 3, [](std::size_t, std::string& out) {
-                out += "ten bytes\n";
-                return mailbox::MsgBlock().Encode();
-            });
+        const auto result = mailbox::AppendMails({mbx, toc, header, size, "", 0, tells}, 3,
+                                                 [](std::size_t, std::string& out) {
+                                                     out += "ten bytes\n";
+                                                     return mailbox::MsgBlock().Encode();
+                                                 });
         EXPECT_EQ(result.written, stored) << size;
         EXPECT_EQ(result.refused, 3 - stored) << size;
         EXPECT_FALSE(result.failure);
