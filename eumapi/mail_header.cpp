@@ -28,14 +28,12 @@ std::string DisplayName(std::string name, const std::string& address) {
     return name.empty() ? address : name + " <" + address + ">";
 }
 
-// Without a zone the text is local time. The clock tells its distance only for a moment; asked
-// twice, it answers for the right one but within the hour that a change of summer time skips or
-// repeats.
+// Without a zone the text is local time.
 std::optional<TimePoint> ReadDate(std::string_view text, platform::Clock& clock) {
     const auto date = text::ReadMailDate(text);
     if (!date) return std::nullopt;
-    const TimePoint asUtc(date->time.time_since_epoch());
-    return asUtc - (date->zone ? *date->zone : clock.UtcOffset(asUtc - clock.UtcOffset(asUtc)));
+    const auto offset = date->zone.value_or(clock.UtcOffset(date->time));
+    return TimePoint(date->time.time_since_epoch() - offset);
 }
 
 std::optional<TimePoint> SeparatorDate(std::string_view line, platform::Clock& clock) {

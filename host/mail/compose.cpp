@@ -138,11 +138,7 @@ base::Status AppendParts(std::string& out, const MessageSink& sink, platform::Fi
 // Local time's difference to UTC at the mail's date.
 std::chrono::seconds OffsetAt(platform::Clock& clock, const Mail& mail) {
     const auto local = mail.date ? text::FromOleDate(*mail.date) : std::nullopt;
-    if (!local) return clock.UtcOffset(clock.Now());
-    // The offset at an instant is asked for with the local time first, then with what that gives:
-    // right but for the hours around a change.
-    const std::chrono::system_clock::time_point asUtc(local->time_since_epoch());
-    return clock.UtcOffset(asUtc - clock.UtcOffset(asUtc));
+    return local ? clock.UtcOffset(*local) : clock.UtcOffset(clock.Now());
 }
 
 }  // namespace

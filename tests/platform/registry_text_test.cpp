@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "platform/prefix/registry_escape.h"
+#include "text/ascii.h"
 #include "text/utf.h"
 
 namespace test {
@@ -79,12 +80,8 @@ TEST(RegistryText, Finds) {
     for (const Case& c : cases) {
         SCOPED_TRACE(platform::prefix::Escape(c.key + u"|" + c.name, false));
         EXPECT_EQ(platform::prefix::FindValue(kSample, c.key, c.name), c.expected);
-        std::string carriageReturns;
-        for (const char letter : kSample) {
-            carriageReturns += letter == '\n' ? "\r\n" : std::string(1, letter);
-        }
-        EXPECT_EQ(platform::prefix::FindValue(carriageReturns, c.key, c.name), c.expected)
-            << "with CR LF";
+        const auto withCrLf = text::WithCrLf(kSample);
+        EXPECT_EQ(platform::prefix::FindValue(withCrLf, c.key, c.name), c.expected);
     }
 }
 
