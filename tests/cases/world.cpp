@@ -311,7 +311,8 @@ void World::TellOutput(const std::vector<std::string>& operations, std::vector<s
         }
         told.push_back(answer);
     }
-    for (const auto& error : Lines(test::ReadDisk("state/err"))) {
+    for (std::string error : Lines(test::ReadDisk("state/err"))) {
+        if (kIsWindows && error.ends_with('\r')) error.pop_back();
         told.push_back("! " + Readable(Told(error)));
     }
     for (const char* name : {"state/out", "state/err"}) fs::remove(name);
