@@ -31,4 +31,9 @@ if [ ! -e "$prefix/ready" ]; then
         fi
     ) 9>"$prefix.lock"
 fi
+# Else the server would start with the first program, and keep that one's output open for as long as
+# another program runs.
+for server in /usr/lib/wine/wineserver wineserver; do
+    command -v "$server" > /dev/null && { "$server" -p30 > /dev/null 2>&1 < /dev/null || true; break; }
+done
 exec "$wine" "$@"

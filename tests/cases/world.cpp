@@ -1,6 +1,7 @@
 #include "tests/cases/world.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <functional>
 #include <regex>
@@ -8,6 +9,7 @@
 
 #include "mailbox/toc_records.h"
 #include "platform/os/program.h"
+#include "platform/os/system.h"
 #include "tests/cases/readable.h"
 #include "tests/cases/terminal.h"
 #include "tests/platform/temp_folder.h"
@@ -32,6 +34,27 @@ std::string Joined(const std::vector<std::string>& lines, const std::string& end
     std::string text;
     for (const auto& line : lines) text += line + end;
     return text;
+}
+
+// Makes the folder the Eudora of this machine, as kvsync for Windows wants it. Only in a Wine
+// prefix of the build: nobody's own registration is touched.
+void Register(const std::string& folder) {
+    if (!platform::Environment("WINEPREFIX") || !fs::is_directory(folder)) return;
+    // The program only has to be there and to lie in the folder: the folder itself will do.
+    const std::string path = fs::absolute(folder).make_preferred().string();
+    const std::string program = path + "\\.";
+    const std::array<std::array<std::string, 3>, 4> values = {{
+        {"Classes\\mailto\\shell\\open\\command", "", program + " /M %1"},
+        {"Microsoft\\Windows\\CurrentVersion\\App Paths\\Eudora.exe", "", program},
+        {"Microsoft\\Windows\\CurrentVersion\\App Paths\\Eudora.exe", "Path", path},
+        {"Microsoft\\Windows Messaging Subsystem", "MAPI", "1"},
+    }};
+    for (const auto& [key, value, text] : values) {
+        if (!platform::NativeSystem().registry.WriteText(platform::RegistryRoot::kLocalMachine,
+                                                         "SOFTWARE\\" + key, value, text)) {
+            throw std::runtime_error("the registry refuses " + key);
+        }
+    }
 }
 
 fs::path BuildFolder() {
@@ -275,6 +298,8 @@ void World::Run(const std::vector<std::string>& words, const std::vector<std::st
     const fs::path program = BuildFolder() / *word;
     line += quoted(*word == "python3" ? *word : program.string());
     ++word;
+    const auto folder = std::ranges::find(words, "--eudora");
+    if (kIsWindows && words.end() - folder > 1) Register(*std::next(folder));
     std::string output = "state/out";
     const auto bar = std::find(word, words.end(), "|");
     for (; word != bar; ++word) {
@@ -304,14 +329,14 @@ void World::Run(const std::vector<std::string>& words, const std::vector<std::st
 void World::TellOutput(const std::vector<std::string>& operations, std::vector<std::string>& told) {
     auto answers = Lines(test::ReadDisk("state/out"));
     for (std::size_t i = 0; i < answers.size(); ++i) {
-        std::string answer = Readable(Told(answers[i]));
+        std::string answer = Readable(Told(answers[i], !operations.empty()));
         if (i < operations.size()) {
             answer = "> " + operations[i].substr(0, operations[i].find(" => ")) + " => " +
                      ShortAnswer(answer);
         }
         told.push_back(answer);
     }
-    for (std::string error : Lines(test::ReadDisk("state/err"))) {
+    for (auto& error : Lines(test::ReadDisk("state/err"))) {
         if (kIsWindows && error.ends_with('\r')) error.pop_back();
         told.push_back("! " + Readable(Told(error)));
     }
@@ -332,14 +357,15 @@ std::string World::Named(const std::string& name) const {
     return found;
 }
 
-std::string World::Told(std::string line) {
+std::string World::Told(std::string line, bool isShell) {
     static const std::regex kBackup("^[0-9]{8}-[0-9]{6}(-[0-9]+)?");
     if (std::smatch id; std::regex_search(line, id, kBackup)) m_backup = id[0];
     const std::string folder = m_folder.string();
     if (kIsWindows) {
         std::string escaped = folder;
         Replace(escaped, "\\", "\\\\");
-        Replace(line, escaped + R"(\\E\\)", kBareFolder);
+        if (isShell) Replace(line, escaped + R"(\\E\\)", kBareFolder);
+        if (line.find(escaped) != line.npos) Replace(line, "\\\\", "/");
         if (line.find(folder) != line.npos) std::ranges::replace(line, '\\', '/');
     }
     Replace(line, m_folder.generic_string(), "<here>");

@@ -38,7 +38,7 @@ class World {
     // The one file that a name stands for: "C/[Ann]" is the file of C that holds "Ann".
     std::string Named(const std::string& name) const;
     // A line with this folder and what differs from run to run as marks, and back.
-    std::string Told(std::string line);
+    std::string Told(std::string line, bool isShell = false);
     std::string Meant(std::string line) const;
 
     static Files AllFiles();
