@@ -12,7 +12,8 @@ namespace platform {
 
 std::optional<std::string> CharsetToUtf8(std::string_view bytes, std::string_view charset) {
     const std::string name = text::CharsetMeant(charset);
-    if (name == "utf-8") return text::IsUtf8(bytes) ? std::string(bytes) : ToUtf8(bytes, text::kUtf8);
+    if (name == "utf-8")
+        return text::IsUtf8(bytes) ? std::string(bytes) : ToUtf8(bytes, text::kUtf8);
     if (name == "us-ascii" && text::IsAscii(bytes)) return std::string(bytes);
     if (name == "windows-1252") return ToUtf8(bytes, 1252);
     if (name.empty() || name == "us-ascii") return std::nullopt;
