@@ -11,8 +11,14 @@ failures=0
 # "NAME; at FILE:LINE" for each type of our own; what stands in an unnamed namespace belongs to its
 # file alone.
 types() {
-    gdb -batch -nx -ex 'info types -q .' "$1" 2> /dev/null | awk '
-        /^File / { file = substr($2, 1, length($2) - 1); ours = file !~ /^\/(usr|build)/ }
+    gdb -batch -nx -ex 'info types -q .' "$1" 2> /dev/null | awk -v root="$PWD/" '
+        # A compiler cache writes some paths relative to the build folder.
+        /^File / {
+            file = substr($2, 1, length($2) - 1)
+            ours = file !~ /^\/(usr|build)/
+            if (index(file, root) == 1) file = substr(file, length(root) + 1)
+            sub(/^(\.\.\/)+/, "", file)
+        }
         ours && /^[0-9]+:[ \t]+[A-Za-z_0-9:]+;$/ {
             at = $1
             sub(/:$/, "", at)
