@@ -215,11 +215,10 @@ Status CheckLeftovers(File& toc, const TocHeader& header, std::uint64_t mbxSize)
     const auto read = toc.ReadAt(begin, tail);
     if (!read) return read.Error();
     std::uint64_t lastEnd = 0;
-    const Status counted =
-        ForEachBlock(toc, header.wNumberOfMsgs, [&](const MailPlace& place) -> Status {
-            if (place.End() <= mbxSize) lastEnd = std::max(lastEnd, place.End());
-            return {};
-        });
+    Status counted = ForEachBlock(toc, header.wNumberOfMsgs, [&](const MailPlace& place) -> Status {
+        if (place.End() <= mbxSize) lastEnd = std::max(lastEnd, place.End());
+        return {};
+    });
     if (!counted) return counted;
     tail.resize(tail.find_last_not_of('\0') + 1);
     for (std::string_view rest = tail; !rest.empty();

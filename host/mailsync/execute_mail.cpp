@@ -183,7 +183,8 @@ bool Ledger::Check(const base::Status& status, const std::string& what) {
 }
 
 void Ledger::Note(const std::string& name, const std::vector<std::string>& notes) {
-    for (const std::string& note : notes) m_report.notes.push_back(name + ": " + note);
+    const std::string prefix = name + ": ";
+    for (const std::string& note : notes) m_report.notes.push_back(prefix + note);
 }
 
 bool Ledger::Save(state::MailMemoryChange& saved) {

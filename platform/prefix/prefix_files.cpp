@@ -151,7 +151,7 @@ class PrefixFiles : public Files {
         if (!source) return source.Error();
         const auto target = m_mapper.Map(to);
         if (!target) return target.Error();
-        const Status status = operation(*source, *target);
+        Status status = operation(*source, *target);
         if (status) return status;
         const auto& named = status.Error().context;
         const bool isTarget =
