@@ -133,6 +133,8 @@ Status CopyFile(const std::string& from, const std::string& to) {
     if (!source) return source.Error();
     struct stat info;
     if (fstat(source->Get(), &info) != 0) return FromErrno(errno, from);
+    // A folder opens like a file, and looks like one hole.
+    if (S_ISDIR(info.st_mode)) return FromErrno(EISDIR, from);
     auto target = OpenClaimed(to, OpenMode::kCreateNew, Share::kNone);
     if (!target) return target.Error();
     // Nobody reads a copy who could not read the original.

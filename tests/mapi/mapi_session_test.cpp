@@ -31,7 +31,9 @@ TEST_F(MapiSessionTest, AvailabilityIsToldByProfileOrRegistry) {
         const auto tries = machine.libraries.Tries().size();
         EXPECT_EQ(mapi.LoadMapiLibrary("C:\\Eudora"), row.available)
             << row.major << '.' << row.minor << ' ' << row.flag;
-        if (row.available == 0) EXPECT_EQ(mapi.LastError(), CMapi::kNotAvailable);
+        if (row.available == 0) {
+            EXPECT_EQ(mapi.LastError(), CMapi::kNotAvailable);
+        }
         EXPECT_EQ(machine.libraries.Tries().size() - tries, row.available == 0 ? 0U : 1U);
         mapi.UnloadMapiLibrary();
     }

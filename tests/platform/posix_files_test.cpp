@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -191,13 +192,24 @@ TEST(PosixFiles, WhatIsPlantedAtANameHarmsNobody) {
 
 TEST(PosixFiles, ACopyThatFailsNamesTheFileAndLeavesNothing) {
     const TempFolder folder;
-    // It opens, has a size, and gives an error when it is read.
-    const std::string unreadable = "/sys/class/net/lo/speed";
-    if (!std::filesystem::exists(unreadable)) GTEST_SKIP() << "no such file on this machine";
-    const auto copied = NativeFiles().Copy(unreadable, folder / "copy");
-    ASSERT_FALSE(copied);
-    EXPECT_EQ(copied.Error().context, unreadable);
-    EXPECT_TRUE(NativeFiles().IsFree(folder / "copy"));
+    WriteDisk(folder / "large", std::string(5000, 'x'));
+    std::filesystem::create_directories(folder / "folder/inside");
+    // Files longer than this cannot be written.
+    rlimit old = {};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &old), 0);
+    const auto oldHandler = signal(SIGXFSZ, SIG_IGN);
+    const rlimit small = {4096, old.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    for (const auto& [from, named] : {std::pair("large", "copy"), std::pair("folder", "folder")}) {
+        const auto copied = NativeFiles().Copy(folder / from, folder / "copy");
+        EXPECT_FALSE(copied) << from;
+        if (!copied) {
+            EXPECT_EQ(copied.Error().context, folder / named);
+        }
+        EXPECT_TRUE(NativeFiles().IsFree(folder / "copy")) << from;
+    }
+    setrlimit(RLIMIT_FSIZE, &old);
+    signal(SIGXFSZ, oldHandler);
 }
 
 TEST(PosixFiles, CopyKeepsTimeAndPermissionsAndHoles) {
