@@ -1,13 +1,16 @@
 #include <benchmark/benchmark.h>
 
-#include <cstdlib>
+#include <array>
+#include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
 #include "benchmarks/bench_support.h"
 #include "benchmarks/inbox_generator.h"
 #include "frame/trans_util.h"
+#include "mailbox/toc_records.h"
 #include "mailstore/eudora_mail.h"
 #include "platform/testing/test_system.h"
 
@@ -52,9 +55,26 @@ double OpenTime(const std::string& folder) {
     return Seconds([&] { Check(bench.Open() == RRC_OK, "opening"); });
 }
 
-double CatTime(const std::string& folder) {
-    const auto command = "cat '" + folder + "\\In.mbx' > /dev/null";
-    return Seconds([&] { Check(std::system(command.c_str()) == 0, "cat"); });
+// What opening reads at the least: the table of contents, and the first bytes of each mail at the
+// place that its block tells.
+double LoopTime(const std::string& folder) {
+    constexpr std::size_t kHead = 2048;
+    return Seconds([&] {
+        const auto path = folder + "\\In.toc";
+        std::string table(std::filesystem::file_size(path), '\0');
+        Check(bool{std::ifstream(path, std::ios::binary).read(table.data(), std::ssize(table))},
+              "reading");
+        const auto mbx = platform::NativeFiles().Open(
+            folder + "\\In.mbx", platform::OpenMode::kRead, platform::Share::kRead);
+        Check(bool{mbx}, "opening");
+        std::array<char, kHead> head{};
+        for (std::size_t at = mailbox::kTocHeaderSize; at < table.size();
+             at += mailbox::kMsgBlockSize) {
+            std::uint32_t offset = 0;
+            std::memcpy(&offset, table.data() + at, sizeof offset);
+            Check(bool{(*mbx)->ReadAt(offset, head)}, "reading");
+        }
+    });
 }
 
 void OpenOnce(const std::string& folder) {
@@ -62,26 +82,27 @@ void OpenOnce(const std::string& folder) {
     Check(bench.Open() == RRC_OK, "opening");
 }
 
-// cat and Open take turns on one in-box; the counters are medians. The time shown is that of Open.
-void BM_OpenAgainstCat(benchmark::State& state) {
+// The loop and Open take turns on one in-box; the counters are medians. The time shown is that of
+// Open.
+void BM_OpenAgainstLoop(benchmark::State& state) {
     const auto mails = static_cast<std::uint32_t>(state.range(0));
     const auto folder = InboxOf(mails);
-    CatTime(folder);
-    std::vector<double> cats, opens;
+    LoopTime(folder);
+    std::vector<double> loops, opens;
     for (auto _ : state) {
-        cats.push_back(CatTime(folder));
+        loops.push_back(LoopTime(folder));
         opens.push_back(OpenTime(folder));
         state.SetIterationTime(opens.back());
     }
     state.counters["MB"] =
         static_cast<double>(std::filesystem::file_size(folder + "\\In.mbx")) / 1e6;
-    state.counters["cat_ms"] = Median(cats) * 1e3;
+    state.counters["loop_ms"] = Median(loops) * 1e3;
     state.counters["open_ms"] = Median(opens) * 1e3;
-    state.counters["open/cat"] = Median(opens) / Median(cats);
+    state.counters["open/loop"] = Median(opens) / Median(loops);
     state.counters["us/mail"] = Median(opens) * 1e6 / mails;
     state.counters["peak_MB"] = benchmarks::PeakKilobytes(folder) / 1024;
 }
-BENCHMARK(BM_OpenAgainstCat)
+BENCHMARK(BM_OpenAgainstLoop)
     ->ArgName("mails")
     ->Arg(10000)
     ->Arg(65000)
