@@ -8,14 +8,15 @@ namespace host::contactsync {
 
 namespace {
 
-// The beginnings of the characters of a UTF-8 text, and its end.
-std::vector<std::size_t> CharacterStarts(const std::string& text) {
-    std::vector<std::size_t> starts;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (!text::IsContinuation(text[i])) starts.push_back(i);
+// The characters of a UTF-8 text.
+std::vector<std::string_view> Characters(const std::string& text) {
+    std::vector<std::string_view> characters;
+    for (std::size_t start = 0, end = 0; start < text.size(); start = end) {
+        do ++end;
+        while (end < text.size() && text::IsContinuation(text[end]));
+        characters.emplace_back(&text[start], end - start);
     }
-    starts.push_back(text.size());
-    return starts;
+    return characters;
 }
 
 // Carries an edit of what a store could hold of a text over to the text itself: `before`, which
@@ -23,102 +24,80 @@ std::vector<std::size_t> CharacterStarts(const std::string& text) {
 // is in `rich`.
 std::string CarryEdit(const std::string& before, const std::string& after,
                       const std::string& rich) {
-    const auto old = CharacterStarts(before), now = CharacterStarts(after),
-               full = CharacterStarts(rich);
+    const auto old = Characters(before), now = Characters(after), full = Characters(rich);
     if (before == rich || old.size() != full.size()) return after;
-    const auto same = [&](std::size_t i, std::size_t j) {
-        return before.compare(old[i], old[i + 1] - old[i], after, now[j], now[j + 1] - now[j]) == 0;
-    };
-    const std::size_t oldCount = old.size() - 1, newCount = now.size() - 1;
-    const std::size_t shared = std::min(oldCount, newCount);
-    std::size_t front = 0, back = 0;
-    while (front < shared && same(front, front)) ++front;
-    while (back < shared - front && same(oldCount - 1 - back, newCount - 1 - back)) ++back;
-    return rich.substr(0, full[front]) +
-           after.substr(now[front], now[newCount - back] - now[front]) +
-           rich.substr(full[oldCount - back]);
+    const auto front = std::ranges::mismatch(old, now).in1 - old.begin();
+    const auto back =
+        std::mismatch(old.rbegin(), old.rend() - front, now.rbegin(), now.rend() - front).first -
+        old.rbegin();
+    std::string carried;
+    for (auto at = full.begin(); at != full.begin() + front; ++at) carried += *at;
+    for (auto at = now.begin() + front; at != now.end() - back; ++at) carried += *at;
+    for (auto at = full.end() - back; at != full.end(); ++at) carried += *at;
+    return carried;
 }
 
-// One comparison; the held forms are made once for all fields.
-struct Comparison {
-    const base::Contact &eudora, &folder;
-    base::Contact folderInEudora, eudoraInFolder;
-
-    bool Agree(base::Field field) const {
-        return eudora[field] == folder[field] || folderInEudora[field] == eudora[field] ||
-               eudoraInFolder[field] == folder[field];
-    }
-    // Eudora's contacts always have a nickname, and its rules let no name be emptied.
-    bool CanGoToEudora(base::Field field) const {
-        const bool mayBeEmpty = field != base::Field::kNickname && field != base::Field::kName;
-        return mayBeEmpty || !folderInEudora[field].empty();
-    }
-};
-
-void ToEudora(Merge& merge, base::Field field, const Comparison& sides) {
-    if (!sides.CanGoToEudora(field)) return;
-    merge.eudora[field] = sides.folderInEudora[field];
-    if (merge.eudora[field] != sides.eudora[field]) merge.toEudora.Add(field);
+// Whether both have the same, as far as one of them can hold what the other has.
+bool Agree(const TwoSides& sides, base::Field field) {
+    return sides.eudora[field] == sides.folder[field] ||
+           sides.folderInEudora[field] == sides.eudora[field] ||
+           sides.eudoraInFolder[field] == sides.folder[field];
 }
 
-void ToFolder(Merge& merge, base::Field field, const Comparison& sides, const std::string& before) {
-    merge.folder[field] = CarryEdit(before, sides.eudoraInFolder[field], sides.folder[field]);
-    if (merge.folder[field] != sides.folder[field]) merge.toFolder.Add(field);
+// Eudora's contacts always have a nickname, and its rules let no name be emptied.
+bool CanGoToEudora(const TwoSides& sides, base::Field field) {
+    const bool mayBeEmpty = field != base::Field::kNickname && field != base::Field::kName;
+    return mayBeEmpty || !sides.folderInEudora[field].empty();
 }
 
 }  // namespace
 
-Merge MergeFields(const base::Contact& eudora, const base::Contact& folder,
-                  const state::RememberedPair* base, bool keepNicknames,
-                  const contacts::Stores& stores) {
-    const Comparison sides{eudora, folder, stores.eudora.Hold(folder), stores.folder.Hold(eudora)};
-    base::Contact oldEudora, oldFolder, oldFolderInEudora, oldEudoraInFolder;
-    if (base != nullptr) {
-        oldEudora = base->eudora.contact;
-        oldFolder = base->folder.contact;
-        oldFolderInEudora = stores.eudora.Hold(oldFolder);
-        oldEudoraInFolder = stores.folder.Hold(oldEudora);
-    }
-    Merge merge;
-    merge.eudora = eudora;
-    merge.folder = folder;
-    for (base::Field field : base::kAllFields) {
-        const bool eudoraChanged = eudora[field] != oldEudora[field];
-        const bool folderChanged = folder[field] != oldFolder[field];
-        if ((!eudoraChanged && !folderChanged) || sides.Agree(field)) continue;
+void Merge::ToEudora(base::Field field) {
+    if (!CanGoToEudora(now, field)) return;
+    eudora[field] = now.folderInEudora[field];
+    if (eudora[field] != now.eudora[field]) toEudora.Add(field);
+}
+
+void Merge::ToFolder(base::Field field, const std::string& before) {
+    folder[field] = CarryEdit(before, now.eudoraInFolder[field], now.folder[field]);
+    if (folder[field] != now.folder[field]) toFolder.Add(field);
+}
+
+Merge::Merge(const base::Contact& inEudora, const base::Contact& inFolder,
+             const state::RememberedPair* base, bool keepNicknames, const contacts::Stores& stores)
+    : now(inEudora, inFolder, stores), eudora(inEudora), folder(inFolder) {
+    const TwoSides old(base != nullptr ? base->eudora.contact : base::Contact(),
+                       base != nullptr ? base->folder.contact : base::Contact(), stores);
+    for (const base::Field field : base::kAllFields) {
+        const bool eudoraChanged = now.eudora[field] != old.eudora[field];
+        const bool folderChanged = now.folder[field] != old.folder[field];
+        if ((!eudoraChanged && !folderChanged) || Agree(now, field)) continue;
         // Two nicknames of what is plainly the same contact may stay two.
         const bool hasTwo = base == nullptr && !eudora[field].empty() && !folder[field].empty();
         if (field == base::Field::kNickname && (hasTwo || keepNicknames)) continue;
         // A change that the other side could not hold anyway is none for it.
-        const bool eudoraShows = sides.eudoraInFolder[field] != oldEudoraInFolder[field];
-        const bool folderShows = sides.folderInEudora[field] != oldFolderInEudora[field];
+        const bool eudoraShows = now.eudoraInFolder[field] != old.eudoraInFolder[field];
+        const bool folderShows = now.folderInEudora[field] != old.folderInEudora[field];
         if (eudoraChanged && (!folderChanged || !folderShows)) {
-            if (eudoraShows) ToFolder(merge, field, sides, oldEudora[field]);
+            if (eudoraShows) ToFolder(field, old.eudora[field]);
         } else if (folderChanged && (!eudoraChanged || !eudoraShows)) {
-            if (folderShows) ToEudora(merge, field, sides);
-        } else if (sides.CanGoToEudora(field)) {
-            merge.conflicts.Add(field);
+            if (folderShows) ToEudora(field);
+        } else if (CanGoToEudora(now, field)) {
+            conflicts.Add(field);
         } else {
-            ToFolder(merge, field, sides, oldEudora[field]);
+            ToFolder(field, old.eudora[field]);
         }
     }
-    return merge;
 }
 
-void SettleConflicts(Merge& merge, bool folderWins, const contacts::Stores& stores) {
-    const base::Contact folderInEudora = stores.eudora.Hold(merge.folder);
-    const base::Contact eudoraInFolder = stores.folder.Hold(merge.eudora);
-    for (base::Field field : base::kAllFields) {
-        if (!merge.conflicts.Has(field)) continue;
-        if (folderWins) {
-            merge.eudora[field] = folderInEudora[field];
-            merge.toEudora.Add(field);
-        } else {
-            merge.folder[field] = eudoraInFolder[field];
-            merge.toFolder.Add(field);
-        }
+void Merge::Settle(bool folderWins) {
+    for (const base::Field field : base::kAllFields) {
+        if (!conflicts.Has(field)) continue;
+        (folderWins ? toEudora : toFolder).Add(field);
+        (folderWins ? eudora : folder)[field] =
+            (folderWins ? now.folderInEudora : now.eudoraInFolder)[field];
     }
-    merge.conflicts = {};
+    conflicts = {};
 }
 
 }  // namespace host::contactsync

@@ -14,22 +14,22 @@ namespace host::contactsync {
 // What is to be done to one side of a pair.
 struct SideAction {
     sync::Verb verb = sync::Verb::kNone;
-    base::StoreItem known;  // the contact as the plan found it; no id if there is none
-    base::Contact values;   // the side's values after the step
-    base::FieldSet fields;  // of a change
-    std::string like;       // of an addition: the contact that it is a copy of
+    base::StoreItem known;       // the contact as the plan found it; no id if there is none
+    base::Contact values;        // the side's values after the step
+    base::FieldSet fields = {};  // of a change
+    std::string like = {};       // of an addition: the contact that it is a copy of
 };
 
 // One pair brought into step. If neither side changes only the memory does.
 struct Step {
-    std::int64_t key = 0;  // of the remembered pair; 0 if it is new
-    bool forget = false;   // the pair is gone on both sides
-    SideAction eudora, folder;
-    std::string uid;
+    state::Key key = 0;  // of the remembered pair; 0 if it is new
+    std::string name;    // what the report calls it
+    SideAction eudora = {}, folder = {};
+    std::string uid = {};  // of the vCard as it is
     int beyond = 0;
-    std::optional<std::size_t> needs;  // a step without which this one must not happen
-    std::string name;                  // what the report calls it
-    std::string renamedTo;             // the new nickname, when the step is a rename
+    bool forget = false;                    // the pair is gone on both sides
+    std::optional<std::size_t> needs = {};  // a step without which this one must not happen
+    std::string renamedTo = {};             // the new nickname, when the step is a rename
 };
 
 struct Plan {
