@@ -6,7 +6,7 @@
 #include "host/base/output.h"
 #include "host/cli/commands.h"
 #include "host/doctor/doctor.h"
-#include "host/mailsync/check_maildir.h"
+#include "host/mailsync/mail_sync.h"
 #include "platform/os/system.h"
 
 namespace host::cli {

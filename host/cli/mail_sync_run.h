@@ -2,7 +2,7 @@
 
 #include "host/cli/output.h"
 #include "host/cli/workplace.h"
-#include "host/sync/place.h"
+#include "host/sync/rules.h"
 
 namespace host::cli {
 

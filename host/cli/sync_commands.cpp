@@ -6,7 +6,7 @@
 #include "host/contactsync/contact_sync.h"
 #include "host/eudora/outside_names.h"
 #include "host/state/state_file.h"
-#include "host/sync/place.h"
+#include "host/sync/rules.h"
 #include "platform/os/system.h"
 
 namespace host::cli {

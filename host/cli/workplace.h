@@ -7,7 +7,6 @@
 #include "host/cli/options.h"
 #include "host/contactsync/contact_sync.h"
 #include "host/eudora/setup.h"
-#include "host/sync/place.h"
 #include "host/sync/rules.h"
 #include "host/translator/translator_host.h"
 #include "host/translator/translator_session.h"

@@ -1,15 +1,27 @@
 #pragma once
 
 #include <functional>
-#include <map>
 #include <memory>
+#include <string>
 
+#include "host/base/contact.h"
 #include "host/base/failure.h"
 #include "host/contacts/contact_store.h"
-#include "host/contacts/eudora_limits.h"
 #include "host/translator/translator_session.h"
 
 namespace host::contacts {
+
+// The most bytes that a nickname may have in the system code page.
+inline constexpr std::size_t kNicknameLimit = 27;
+
+// The part of a contact that Eudora's address book can hold: one line where it has one line, only
+// characters of the code page, no angle brackets, no comma in nickname and address, no nickname
+// that Eudora takes for a group. Character for character, but for what is cut.
+base::Contact HoldInEudora(const base::Contact& contact, unsigned codePage);
+
+// A nickname made of `base` and `suffix`, cut so that both fit.
+std::string NicknameWithSuffix(const std::string& base, const std::string& suffix,
+                               unsigned codePage);
 
 // Eudora's address book through the translator. Ids are nicknames in UTF-8. Changes are collected
 // until Commit, which has the file rewritten as a whole and opens it anew, so that what is read

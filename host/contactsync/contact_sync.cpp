@@ -7,7 +7,6 @@
 #include "host/contacts/eudora_contacts.h"
 #include "host/contacts/vdir_contacts.h"
 #include "host/contactsync/execute.h"
-#include "host/contactsync/load_sides.h"
 #include "host/state/state_file.h"
 
 namespace host::contactsync {
@@ -56,22 +55,18 @@ base::Status CheckFolder(platform::Files& files, const std::string& folder, bool
 base::Status Prepare(const sync::CommandPlace& place, const SyncOptions& options, bool mayWrite,
                      Run& run) {
     const std::string scope = options.eudora.file + '\n' + options.contactsFolder;
-    auto memory = state::OpenPairs(place.files, place.stateFile, scope, mayWrite);
-    if (!memory) return memory.Error();
-    run.memory = *std::move(memory);
-    auto remembered = run.memory->Load();
-    if (!remembered) return remembered.Error();
-    run.remembered = *std::move(remembered);
-    const bool isKnown = !run.remembered.pairs.empty();
-    if (auto status = CheckFolder(place.files, options.contactsFolder, isKnown); !status) {
-        return status;
+    auto status =
+        sync::Take(state::OpenPairs(place.files, place.stateFile, scope, mayWrite), run.memory);
+    if (status) status = sync::Take(run.memory->Load(), run.remembered);
+    if (status) {
+        status = CheckFolder(place.files, options.contactsFolder, !run.remembered.pairs.empty());
     }
+    if (!status) return status;
     auto stores = OpenStores(place, options.eudora, options.contactsFolder);
     if (!stores) return stores.Error();
     run.stores.emplace(*std::move(stores));
-    auto sides = LoadSides(run.Stores(), run.remembered, run.progress);
-    if (!sides) return sides.Error();
-    run.sides = *std::move(sides);
+    status = sync::Take(LoadSides(run.Stores(), run.remembered, run.progress), run.sides);
+    if (!status) return status;
     run.plan = MakePlan(run.sides, run.remembered, run.Stores(), options);
     if (run.plan.stop) return base::Refused(*run.plan.stop);
     std::vector<std::string> written;

@@ -6,7 +6,6 @@
 #include <string>
 
 #include "host/base/failure.h"
-#include "host/sync/place.h"
 #include "host/sync/report.h"
 #include "host/sync/rules.h"
 #include "host/translator/translator_session.h"

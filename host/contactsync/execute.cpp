@@ -1,6 +1,8 @@
 #include "host/contactsync/execute.h"
 
-#include "host/contactsync/load_sides.h"
+#include <functional>
+#include <optional>
+#include <unordered_map>
 
 namespace host::contactsync {
 
@@ -32,25 +34,126 @@ class Execution {
           m_progress(progress),
           m_states(plan.steps.size()) {}
 
-    std::vector<std::string> Run(const std::function<base::Status()>& backup);
+    std::vector<std::string> Run(const std::function<base::Status()>& backup) {
+        const bool changesEudora = m_plan.report.Changes(sync::Side::kEudora);
+        bool isWhole = !changesEudora || Check(backup(), "backup");
+        if (!m_plan.intents.empty()) m_pending.intents = m_plan.intents;
+        isWhole = isWhole && Flush() && FolderPhase() && EudoraPhase();
+        if (!m_plan.intents.empty() || m_plan.dropIntents) m_pending.intents.emplace();
+        if (isWhole) (void)Flush();
+        return std::move(m_errors);
+    }
 
   private:
+    // Each gives false, with a line in the errors, after a failure that ends the run.
+    bool Check(const base::Status& status, const std::string& what) {
+        if (!status) m_errors.push_back(what + ": " + status.Error().Message());
+        return status.HasValue();
+    }
+
+    void Fail(std::size_t index, const base::Failure& failure) {
+        m_states[index].failed = true;
+        (void)Check(failure, m_plan.steps[index].name);
+    }
+
+    bool Flush() {
+        if (m_pending.put.empty() && m_pending.forget.empty() && !m_pending.intents) return true;
+        const auto status = m_memory.Save(m_pending);
+        m_pending = {};
+        return Check(status, "state");
+    }
+
+    // Notes the pair as both sides hold it now.
+    bool Remember(std::size_t index) {
+        const Step& step = m_plan.steps[index];
+        const State& state = m_states[index];
+        if (state.failed) return true;
+        if (step.forget) {
+            m_pending.forget.push_back(step.key);
+            return true;
+        }
+        state::RememberedPair pair{step.key,
+                                   {step.eudora.known, step.eudora.values},
+                                   {step.folder.known, step.folder.values},
+                                   step.uid,
+                                   step.beyond};
+        if (step.folder.verb != Verb::kNone) {
+            const contacts::StoredContact& stored = state.inFolder;
+            pair.folder = {stored.item, stored.contact};
+            pair.uid = stored.uid;
+            pair.beyond = stored.beyond;
+        }
+        if (step.eudora.verb != Verb::kNone) {
+            const auto stored = m_stores.eudora.Read(state.eudoraId);
+            if (!stored) return Check(stored.Error(), "Eudora");
+            pair.eudora = {stored->item, stored->contact};
+        }
+        m_pending.put.push_back(std::move(pair));
+        return true;
+    }
+
+    void ChangeFolder(std::size_t index) {
+        const SideAction& action = m_plan.steps[index].folder;
+        const auto id = Carry(action, m_stores.folder);
+        if (!id) return Fail(index, id.Error());
+        if (action.verb == Verb::kRemove) return;
+        auto stored = ReadFolderContact(m_stores, *id);
+        if (!stored) return Fail(index, stored.Error());
+        m_states[index].inFolder = *std::move(stored);
+    }
+
+    bool FolderPhase() {
+        std::size_t done = 0;
+        for (const Verb verb : {Verb::kAdd, Verb::kNone, Verb::kChange, Verb::kRemove}) {
+            for (std::size_t i = 0; i < m_plan.steps.size(); ++i) {
+                const Step& step = m_plan.steps[i];
+                if (step.folder.verb != verb) continue;
+                m_progress.Step("writing", done++, m_plan.steps.size());
+                if (verb != Verb::kAdd && step.needs && m_states[*step.needs].failed) {
+                    m_states[i].failed = true;
+                } else if (verb != Verb::kNone) {
+                    ChangeFolder(i);
+                }
+                if (step.eudora.verb != Verb::kNone) continue;
+                if (!Remember(i)) return false;
+                if (m_pending.put.size() + m_pending.forget.size() >= kBatch && !Flush())
+                    return false;
+            }
+        }
+        return Flush();
+    }
+
+    // False if the step failed.
+    bool ChangeEudora(std::size_t index) {
+        auto id = Carry(m_plan.steps[index].eudora, m_stores.eudora);
+        if (!id) {
+            Fail(index, id.Error());
+            return false;
+        }
+        m_states[index].eudoraId = *std::move(id);
+        return true;
+    }
+
+    bool EudoraPhase() {
+        bool isChanged = false;
+        for (const Verb verb : {Verb::kChange, Verb::kAdd, Verb::kRemove}) {
+            for (std::size_t i = 0; i < m_plan.steps.size(); ++i) {
+                if (m_plan.steps[i].eudora.verb != verb || m_states[i].failed) continue;
+                isChanged = ChangeEudora(i) || isChanged;
+            }
+        }
+        if (isChanged && !Check(m_stores.eudora.Commit(), "Eudora")) return false;
+        for (std::size_t i = 0; i < m_plan.steps.size(); ++i) {
+            if (m_plan.steps[i].eudora.verb != Verb::kNone && !Remember(i)) return false;
+        }
+        return true;
+    }
+
     struct State {
         bool failed = false;
         std::string eudoraId;              // after its act
         contacts::StoredContact inFolder;  // after its act
     };
-
-    // Each gives false, with a line in the errors, after a failure that ends the run.
-    bool Check(const base::Status& status, const std::string& what);
-    bool Remember(std::size_t index);
-    bool Flush();
-    bool FolderPhase();
-    bool EudoraPhase();
-
-    void Fail(std::size_t index, const base::Failure& failure);
-    void ChangeFolder(std::size_t index);
-    bool ChangeEudora(std::size_t index);
 
     const Plan& m_plan;
     const contacts::Stores& m_stores;
@@ -61,116 +164,53 @@ class Execution {
     std::vector<std::string> m_errors;
 };
 
-bool Execution::Check(const base::Status& status, const std::string& what) {
-    if (!status) m_errors.push_back(what + ": " + status.Error().Message());
-    return status.HasValue();
-}
+using Known = std::unordered_map<std::string, const state::RememberedPair*>;
+using Reader = std::function<base::Result<contacts::StoredContact>(const std::string&)>;
 
-void Execution::Fail(std::size_t index, const base::Failure& failure) {
-    m_states[index].failed = true;
-    (void)Check(failure, m_plan.steps[index].name);
-}
-
-bool Execution::Flush() {
-    if (m_pending.put.empty() && m_pending.forget.empty() && !m_pending.intents) return true;
-    const auto status = m_memory.Save(m_pending);
-    m_pending = {};
-    return Check(status, "state");
-}
-
-// Notes the pair as both sides hold it now.
-bool Execution::Remember(std::size_t index) {
-    const Step& step = m_plan.steps[index];
-    const State& state = m_states[index];
-    if (state.failed) return true;
-    if (step.forget) {
-        m_pending.forget.push_back(step.key);
-        return true;
-    }
-    state::RememberedPair pair{step.key,
-                               {step.eudora.known, step.eudora.values},
-                               {step.folder.known, step.folder.values},
-                               step.uid,
-                               step.beyond};
-    if (step.folder.verb != Verb::kNone) {
-        const contacts::StoredContact& stored = state.inFolder;
-        pair.folder = {stored.item, stored.contact};
-        pair.uid = stored.uid;
-        pair.beyond = stored.beyond;
-    }
-    if (step.eudora.verb != Verb::kNone) {
-        const auto stored = m_stores.eudora.Read(state.eudoraId);
-        if (!stored) return Check(stored.Error(), "Eudora");
-        pair.eudora = {stored->item, stored->contact};
-    }
-    m_pending.put.push_back(std::move(pair));
-    return true;
-}
-
-void Execution::ChangeFolder(std::size_t index) {
-    const SideAction& action = m_plan.steps[index].folder;
-    const auto id = Carry(action, m_stores.folder);
-    if (!id) return Fail(index, id.Error());
-    if (action.verb == Verb::kRemove) return;
-    auto stored = ReadFolderContact(m_stores, *id);
-    if (!stored) return Fail(index, stored.Error());
-    m_states[index].inFolder = *std::move(stored);
-}
-
-bool Execution::FolderPhase() {
-    std::size_t done = 0;
-    for (const Verb verb : {Verb::kAdd, Verb::kNone, Verb::kChange, Verb::kRemove}) {
-        for (std::size_t i = 0; i < m_plan.steps.size(); ++i) {
-            const Step& step = m_plan.steps[i];
-            if (step.folder.verb != verb) continue;
-            m_progress.Step("writing", done++, m_plan.steps.size());
-            if (verb != Verb::kAdd && step.needs && m_states[*step.needs].failed) {
-                m_states[i].failed = true;
-            } else if (verb != Verb::kNone) {
-                ChangeFolder(i);
-            }
-            if (step.eudora.verb != Verb::kNone) continue;
-            if (!Remember(i)) return false;
-            if (m_pending.put.size() + m_pending.forget.size() >= kBatch && !Flush()) return false;
+base::Result<std::vector<contacts::StoredContact>> LoadSide(
+    contacts::ContactStore& store, const Known& known,
+    state::RememberedSide state::RememberedPair::*side, const Reader& read, const char* what,
+    std::vector<std::string>& passedOver, base::Progress& progress) {
+    auto items = store.List();
+    if (!items) return items.Error();
+    std::vector<contacts::StoredContact> contacts;
+    contacts.reserve(items->size());
+    std::optional<base::Failure> firstFailure;
+    std::size_t failures = 0;
+    for (std::size_t i = 0; i < items->size(); ++i) {
+        progress.Step(what, i, items->size());
+        base::StoreItem& item = (*items)[i];
+        const auto found = known.find(item.id);
+        const state::RememberedPair* const pair = found != known.end() ? found->second : nullptr;
+        const auto keep = [&] {
+            const state::RememberedSide& kept = pair->*side;
+            contacts.push_back({kept.item, kept.contact, pair->uid, pair->beyond, true});
+        };
+        if (pair != nullptr && (pair->*side).item.marker == item.marker) {
+            keep();
+            continue;
+        }
+        auto stored = read(item.id);
+        if (!stored && stored.Error().code == platform::ErrorCode::kNotRegular) {
+            passedOver.push_back(stored.Error().Message());
+            // What cannot be read is not gone.
+            if (pair != nullptr) keep();
+        } else if (!stored) {
+            if (!firstFailure) firstFailure = stored.Error();
+            ++failures;
+        } else if (stored->isPerson) {
+            contacts.push_back(*std::move(stored));
         }
     }
-    return Flush();
-}
-
-// False if the step failed.
-bool Execution::ChangeEudora(std::size_t index) {
-    auto id = Carry(m_plan.steps[index].eudora, m_stores.eudora);
-    if (!id) {
-        Fail(index, id.Error());
-        return false;
+    if (!firstFailure) return contacts;
+    if (failures > 1) {
+        base::Failure& first = *firstFailure;
+        std::string& last = first.code             ? first.thing
+                            : first.advice.empty() ? first.what
+                                                   : first.advice;
+        last += " (and " + std::to_string(failures - 1) + " more like it)";
     }
-    m_states[index].eudoraId = *std::move(id);
-    return true;
-}
-
-bool Execution::EudoraPhase() {
-    bool isChanged = false;
-    for (const Verb verb : {Verb::kChange, Verb::kAdd, Verb::kRemove}) {
-        for (std::size_t i = 0; i < m_plan.steps.size(); ++i) {
-            if (m_plan.steps[i].eudora.verb != verb || m_states[i].failed) continue;
-            isChanged = ChangeEudora(i) || isChanged;
-        }
-    }
-    if (isChanged && !Check(m_stores.eudora.Commit(), "Eudora")) return false;
-    for (std::size_t i = 0; i < m_plan.steps.size(); ++i) {
-        if (m_plan.steps[i].eudora.verb != Verb::kNone && !Remember(i)) return false;
-    }
-    return true;
-}
-
-std::vector<std::string> Execution::Run(const std::function<base::Status()>& backup) {
-    const bool changesEudora = m_plan.report.Changes(sync::Side::kEudora);
-    bool isWhole = !changesEudora || Check(backup(), "backup");
-    if (!m_plan.intents.empty()) m_pending.intents = m_plan.intents;
-    isWhole = isWhole && Flush() && FolderPhase() && EudoraPhase();
-    if (!m_plan.intents.empty() || m_plan.dropIntents) m_pending.intents.emplace();
-    if (isWhole) (void)Flush();
-    return std::move(m_errors);
+    return *firstFailure;
 }
 
 }  // namespace
@@ -180,6 +220,36 @@ std::vector<std::string> Execute(const Plan& plan, const contacts::Stores& store
                                  const std::function<base::Status()>& backup,
                                  base::Progress& progress) {
     return Execution(plan, stores, memory, progress).Run(backup);
+}
+
+base::Result<contacts::StoredContact> ReadFolderContact(const contacts::Stores& stores,
+                                                        const std::string& id) {
+    auto stored = stores.folder.Read(id);
+    if (stored) stored->beyond += stores.eudora.Hold(stored->contact) != stored->contact;
+    return stored;
+}
+
+base::Result<Sides> LoadSides(const contacts::Stores& stores, const state::Remembered& remembered,
+                              base::Progress& progress) {
+    Known knownEudora, knownFolder;
+    for (const state::RememberedPair& pair : remembered.pairs) {
+        knownEudora[pair.eudora.item.id] = &pair;
+        knownFolder[pair.folder.item.id] = &pair;
+    }
+    Sides sides;
+    auto left = LoadSide(
+        stores.eudora, knownEudora, &state::RememberedPair::eudora,
+        [&](const std::string& id) { return stores.eudora.Read(id); }, "reading Eudora's contacts",
+        sides.passedOver, progress);
+    if (!left) return left.Error();
+    auto right = LoadSide(
+        stores.folder, knownFolder, &state::RememberedPair::folder,
+        [&](const std::string& id) { return ReadFolderContact(stores, id); }, "reading the vCards",
+        sides.passedOver, progress);
+    if (!right) return right.Error();
+    sides.eudora = *std::move(left);
+    sides.folder = *std::move(right);
+    return sides;
 }
 
 }  // namespace host::contactsync

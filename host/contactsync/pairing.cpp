@@ -8,6 +8,9 @@ namespace host::contactsync {
 
 namespace {
 
+using base::Contact;
+using base::Field;
+using contacts::StoredContact;
 using Index = std::size_t;
 using Key = std::string;  // an empty one is like no other
 using KeyOf = std::function<Key(Index)>;
@@ -15,24 +18,23 @@ using Groups = std::unordered_map<Key, std::vector<Index>>;
 
 constexpr char kPart = '\x1F';
 
-Key NameAndAddress(const base::Contact& contact) {
-    if (contact[base::Field::kName].empty() || contact[base::Field::kEmail].empty()) return {};
-    return contact[base::Field::kName] + kPart + contact[base::Field::kEmail];
+Key NameAndAddress(const Contact& contact) {
+    if (contact[Field::kName].empty() || contact[Field::kEmail].empty()) return {};
+    return contact[Field::kName] + kPart + contact[Field::kEmail];
 }
 
-Key Nickname(const base::Contact& contact) {
-    return contact[base::Field::kNickname];
+Key Nickname(const Contact& contact) {
+    return contact[Field::kNickname];
 }
 
-Key Everything(const base::Contact& contact) {
-    return contact[base::Field::kNickname] + kPart + base::BeyondNickname(contact);
+Key Everything(const Contact& contact) {
+    return contact[Field::kNickname] + kPart + base::BeyondNickname(contact);
 }
 
 // The contacts of one side that belong to nobody yet.
 class Pool {
   public:
-    explicit Pool(const std::vector<contacts::StoredContact>& contacts)
-        : m_used(contacts.size(), false) {
+    explicit Pool(const std::vector<StoredContact>& contacts) : m_used(contacts.size(), false) {
         for (Index i = 0; i < contacts.size(); ++i) m_byId[contacts[i].item.id] = i;
     }
 
@@ -94,24 +96,109 @@ class Matchmaker {
           m_eudora(sides.eudora),
           m_folder(sides.folder) {}
 
-    Pairing Make();
+    Pairing Make() {
+        for (const state::RememberedPair& pair : m_remembered.pairs) {
+            m_pairing.known.push_back(
+                {m_eudora.TakeId(pair.eudora.item.id), m_folder.TakeId(pair.folder.item.id)});
+        }
+        UseIntents();
+        FindRenames();
+        FindRewritten();
+        FindTwins();
+        m_pairing.onlyEudora = m_eudora.Rest();
+        m_pairing.onlyFolder = m_folder.Rest();
+        // The groups come in no order; the report's is the sides'.
+        std::ranges::sort(m_pairing.found, {}, &Pairing::Found::eudora);
+        return std::move(m_pairing);
+    }
 
   private:
-    void UseIntents();
-    void FindRenames();
-    void FindRewritten();
-    void FindTwins();
+    // Gives each pair whose contact of one side vanished one that appeared under the same key.
     void MatchVanished(std::optional<Index> Pairing::Known::*side, const KeyOf& keyOfPair,
-                       const KeyOf& keyOfContact, bool unique);
+                       const KeyOf& keyOfContact, bool unique) {
+        Pool& pool = side == &Pairing::Known::eudora ? m_eudora : m_folder;
+        auto& known = m_pairing.known;
+        std::vector<Index> vanished;
+        for (Index i = 0; i < known.size(); ++i) {
+            if (!(known[i].*side)) vanished.push_back(i);
+        }
+        Match(vanished, keyOfPair, pool.Rest(), keyOfContact, unique,
+              [&](Index pair, Index contact) {
+                  known[pair].*side = contact;
+                  pool.Take(contact);
+              });
+    }
+
+    void UseIntents() {
+        if (m_remembered.intents.empty()) return;
+        std::unordered_map<std::string, Pairing::Known*> vanished;  // from Eudora, by the vCard
+        for (Index i = 0; i < m_pairing.known.size(); ++i) {
+            Pairing::Known& known = m_pairing.known[i];
+            if (!known.eudora) vanished[m_remembered.pairs[i].folder.item.id] = &known;
+        }
+        for (const state::Intent& intent : m_remembered.intents) {
+            if (const auto pair = vanished.find(intent.folderId); pair != vanished.end()) {
+                Pairing::Known& known = *pair->second;
+                if (!known.eudora) known.eudora = m_eudora.TakeId(intent.newId);
+                known.isIntended = known.eudora.has_value();
+                continue;
+            }
+            const auto folder = m_folder.TakeId(intent.folderId);
+            const auto eudora = folder ? m_eudora.TakeId(intent.newId) : std::nullopt;
+            if (eudora) {
+                m_pairing.found.push_back({*eudora, *folder, true});
+            } else if (folder) {
+                m_folder.Release(*folder);
+            }
+        }
+    }
+
+    void FindRenames() {
+        const auto& pairs = m_remembered.pairs;
+        using Known = Pairing::Known;
+        MatchVanished(
+            &Known::folder, [&](Index i) { return pairs[i].uid; },
+            [&](Index i) { return m_sides.folder[i].uid; }, true);
+        for (const bool unique : {false, true}) {
+            const auto key = unique ? NameAndAddress : base::BeyondNickname;
+            MatchVanished(
+                &Known::eudora, [&](Index i) { return key(pairs[i].eudora.contact); },
+                [&](Index i) { return key(m_sides.eudora[i].contact); }, unique);
+            MatchVanished(
+                &Known::folder, [&](Index i) { return key(pairs[i].folder.contact); },
+                [&](Index i) { return key(m_sides.folder[i].contact); }, unique);
+        }
+    }
+
+    // A vCard that a cut-off run wrote anew for a contact whose old one was gone.
+    void FindRewritten() {
+        const auto keyOfPair = [&](Index i) {
+            const auto eudora = m_pairing.known[i].eudora;
+            return eudora ? InEudora(Everything)(*eudora) : Key();
+        };
+        MatchVanished(&Pairing::Known::folder, keyOfPair, InFolder(Everything), false);
+    }
+
+    // What is plainly the same contact on both sides.
+    void FindTwins() {
+        for (const auto key : {Everything, Nickname, base::BeyondNickname, NameAndAddress}) {
+            Match(m_eudora.Rest(), InEudora(key), m_folder.Rest(), InFolder(key),
+                  key == NameAndAddress, [&](Index eudora, Index folder) {
+                      m_pairing.found.push_back({eudora, folder});
+                      m_eudora.Take(eudora);
+                      m_folder.Take(folder);
+                  });
+        }
+    }
 
     // Of a contact in the form that both sides can hold: what each has of it is equal in that.
-    KeyOf InEudora(Key (*key)(const base::Contact&)) const {
+    KeyOf InEudora(Key (*key)(const Contact&)) const {
         return [this, key](Index i) {
-            const base::Contact& contact = m_sides.eudora[i].contact;
+            const Contact& contact = m_sides.eudora[i].contact;
             return key(m_stores.eudora.Hold(m_stores.folder.Hold(contact)));
         };
     }
-    KeyOf InFolder(Key (*key)(const base::Contact&)) const {
+    KeyOf InFolder(Key (*key)(const Contact&)) const {
         return
             [this, key](Index i) { return key(m_stores.eudora.Hold(m_sides.folder[i].contact)); };
     }
@@ -122,99 +209,6 @@ class Matchmaker {
     Pool m_eudora, m_folder;
     Pairing m_pairing;
 };
-
-// Gives each pair whose contact of one side vanished one that appeared under the same key.
-void Matchmaker::MatchVanished(std::optional<Index> Pairing::Known::*side, const KeyOf& keyOfPair,
-                               const KeyOf& keyOfContact, bool unique) {
-    Pool& pool = side == &Pairing::Known::eudora ? m_eudora : m_folder;
-    auto& known = m_pairing.known;
-    std::vector<Index> vanished;
-    for (Index i = 0; i < known.size(); ++i) {
-        if (!(known[i].*side)) vanished.push_back(i);
-    }
-    Match(vanished, keyOfPair, pool.Rest(), keyOfContact, unique, [&](Index pair, Index contact) {
-        known[pair].*side = contact;
-        pool.Take(contact);
-    });
-}
-
-void Matchmaker::UseIntents() {
-    if (m_remembered.intents.empty()) return;
-    std::unordered_map<std::string, Pairing::Known*> vanished;  // from Eudora, by the vCard
-    for (Index i = 0; i < m_pairing.known.size(); ++i) {
-        Pairing::Known& known = m_pairing.known[i];
-        if (!known.eudora) vanished[m_remembered.pairs[i].folder.item.id] = &known;
-    }
-    for (const state::Intent& intent : m_remembered.intents) {
-        if (const auto pair = vanished.find(intent.folderId); pair != vanished.end()) {
-            Pairing::Known& known = *pair->second;
-            if (!known.eudora) known.eudora = m_eudora.TakeId(intent.newId);
-            known.isIntended = known.eudora.has_value();
-            continue;
-        }
-        const auto folder = m_folder.TakeId(intent.folderId);
-        const auto eudora = folder ? m_eudora.TakeId(intent.newId) : std::nullopt;
-        if (eudora) {
-            m_pairing.found.push_back({*eudora, *folder, true});
-        } else if (folder) {
-            m_folder.Release(*folder);
-        }
-    }
-}
-
-void Matchmaker::FindRenames() {
-    const auto& pairs = m_remembered.pairs;
-    using Known = Pairing::Known;
-    MatchVanished(
-        &Known::folder, [&](Index i) { return pairs[i].uid; },
-        [&](Index i) { return m_sides.folder[i].uid; }, true);
-    for (const bool unique : {false, true}) {
-        const auto key = unique ? NameAndAddress : base::BeyondNickname;
-        MatchVanished(
-            &Known::eudora, [&](Index i) { return key(pairs[i].eudora.contact); },
-            [&](Index i) { return key(m_sides.eudora[i].contact); }, unique);
-        MatchVanished(
-            &Known::folder, [&](Index i) { return key(pairs[i].folder.contact); },
-            [&](Index i) { return key(m_sides.folder[i].contact); }, unique);
-    }
-}
-
-// A vCard that a cut-off run wrote anew for a contact whose old one was gone.
-void Matchmaker::FindRewritten() {
-    const auto keyOfPair = [&](Index i) {
-        const auto eudora = m_pairing.known[i].eudora;
-        return eudora ? InEudora(Everything)(*eudora) : Key();
-    };
-    MatchVanished(&Pairing::Known::folder, keyOfPair, InFolder(Everything), false);
-}
-
-// What is plainly the same contact on both sides.
-void Matchmaker::FindTwins() {
-    for (const auto key : {Everything, Nickname, base::BeyondNickname, NameAndAddress}) {
-        Match(m_eudora.Rest(), InEudora(key), m_folder.Rest(), InFolder(key), key == NameAndAddress,
-              [&](Index eudora, Index folder) {
-                  m_pairing.found.push_back({eudora, folder});
-                  m_eudora.Take(eudora);
-                  m_folder.Take(folder);
-              });
-    }
-}
-
-Pairing Matchmaker::Make() {
-    for (const state::RememberedPair& pair : m_remembered.pairs) {
-        m_pairing.known.push_back(
-            {m_eudora.TakeId(pair.eudora.item.id), m_folder.TakeId(pair.folder.item.id)});
-    }
-    UseIntents();
-    FindRenames();
-    FindRewritten();
-    FindTwins();
-    m_pairing.onlyEudora = m_eudora.Rest();
-    m_pairing.onlyFolder = m_folder.Rest();
-    // The groups come in no order; the report's is the sides'.
-    std::ranges::sort(m_pairing.found, {}, &Pairing::Found::eudora);
-    return std::move(m_pairing);
-}
 
 }  // namespace
 

@@ -10,6 +10,8 @@ namespace host::mailsync {
 
 namespace {
 
+using state::MailLink;
+using state::RememberedMail;
 using enum sync::Side;
 using enum sync::Verb;
 using platform::ErrorCode;
@@ -39,13 +41,13 @@ std::vector<std::string> NamesIn(const std::string& lines) {
 struct Addition {
     const MailStep* step;
     mail::NewMail mail;
-    state::RememberedMail row;
+    RememberedMail row;
 };
 
 // A read state on its way.
 struct Marking {
     const MailStep* step;
-    state::RememberedMail row;
+    RememberedMail row;
 };
 
 class EudoraExecution {
@@ -53,23 +55,207 @@ class EudoraExecution {
     EudoraExecution(const MailPlan& plan, const MailWork& work, Ledger& ledger)
         : m_plan(plan), m_work(work), m_ledger(ledger) {}
 
-    void Run();
+    void Run() {
+        TakeBackCopies();
+        for (const MailStep& step : m_plan.steps) {
+            if (step.act == sync::Act{kEudora, kRemove}) Erase(step);
+            if (step.act == sync::Act{kEudora, kChange}) Mark(step);
+        }
+        if (AddAll()) (void)SendAll();
+    }
 
   private:
-    base::Result<mail::NewMail> ReadNew(const MailStep& step);
-    std::optional<mail::NewMail> ReadNamed(const MailStep& step);
-    void Note(const std::string& name, mail::NewMail& mail);
-    void TakeBackCopies();
-    void Erase(const MailStep& step);
-    void Mark(const MailStep& step);
-    bool AddAll();
-    void Prepare(const MailStep& step);
-    bool StoreBatch();
-    void Add(Addition& addition);
-    void RememberAdded();
-    bool SendAll();
-    bool Send(const MailStep& step);
-    void File(const MailStep& step, std::int64_t key);
+    base::Result<mail::NewMail> ReadNew(const MailStep& step) {
+        const bool isForInBox = step.act.verb == kAdd;
+        maildir::Maildir& maildir = isForInBox ? m_work.folders.mails : m_work.folders.outbox;
+        return base::OrOutOfMemory([&]() -> base::Result<mail::NewMail> {
+            auto text = maildir.Read(step.file, mail::kLargestMessage);
+            if (!text) return text.Error();
+            m_batchBytes += text->size();
+            return m_work.parse(*text, step.row.name);
+        });
+    }
+
+    // With names for the copies of its attachments. Nothing for one that cannot go, which is told;
+    // a file that is gone meanwhile, or has another name, is the next run's affair.
+    std::optional<mail::NewMail> ReadNamed(const MailStep& step) {
+        auto mail = ReadNew(step);
+        if (!mail && mail.Error().code == ErrorCode::kNotFound) return std::nullopt;
+        if (!mail) {
+            (void)m_ledger.Check(mail.Error(), step.row.name);
+            return std::nullopt;
+        }
+        m_work.attachments.ChooseNames(mail->attachments);
+        return *std::move(mail);
+    }
+
+    void Note(const std::string& name, mail::NewMail& mail) {
+        if (mail.lostCharacters > 0) {
+            mail.notes.push_back(std::to_string(mail.lostCharacters) +
+                                 " characters that Eudora's code page lacks are ? there");
+        }
+        m_ledger.Note(name, mail.notes);
+    }
+
+    // The translator copies a mail's attachments before the mail is in its mailbox: a run that was
+    // cut off in between left them behind, under the names that it remembered first.
+    void TakeBackCopies() {
+        for (const MailStep& step : m_plan.steps) {
+            const bool isOnItsWay = step.act == sync::Act{kEudora, kAdd} ||
+                                    step.act.verb == kQueue || step.act.verb == kFile;
+            if (!isOnItsWay || step.row.content.empty()) continue;
+            const auto mail = ReadNew(step);
+            if (!mail) continue;
+            m_work.attachments.TakeBack(NamesIn(step.row.content), mail->attachments);
+        }
+        m_batchBytes = 0;
+    }
+
+    // After each removal the translator looks for the next mail from the in-box's beginning, so
+    // nothing else is asked about it unless it fails.
+    void Erase(const MailStep& step) {
+        auto removed = m_work.source.Remove(step.row.id);
+        if (!removed) {
+            const auto found = m_work.source.Find(step.row.id);
+            if (found && !*found) removed = {};
+        }
+        if (!m_ledger.Check(removed, step.row.name)) return;
+        m_ledger.change.forget.push_back(step.row.key);
+        m_ledger.Did(step);
+    }
+
+    void Mark(const MailStep& step) {
+        RememberedMail row = step.row;
+        const std::uint32_t status = StatusOf(row.flags);
+        if (!m_ledger.Check(m_work.source.SetStatus(row.id, status), row.name)) return;
+        row.marker = std::to_string(status);
+        m_marked.push_back({&step, std::move(row)});
+    }
+
+    // Under which id is only known later; by its Message-ID the next run finds it as well.
+    void Prepare(const MailStep& step) {
+        auto mail = ReadNamed(step);
+        if (!mail) return;
+        RememberedMail row = step.row;
+        row.link = MailLink::kAdding;
+        row.id.clear();
+        row.marker = std::to_string(StatusOf(step.file.flags));
+        row.messageId = mail->messageId;
+        row.unique = step.file.unique;
+        row.flags = step.file.flags;
+        row.fileId = mail->messageId;
+        row.content = Lines(mail->attachments);
+        m_batch.push_back({&step, *std::move(mail), std::move(row)});
+    }
+
+    void Add(Addition& addition) {
+        const RememberedMail& row = addition.row;
+        auto head = m_work.source.Add(addition.mail, StatusOf(row.flags));
+        if (!head) return (void)m_ledger.Check(head.Error(), row.name);
+        addition.row.id = std::move(head->id);
+        Note(row.name, addition.mail);
+    }
+
+    // As Eudora tells them from now on. What is not there was not stored, and is added by the next
+    // run, which takes the copies of its attachments back.
+    void RememberAdded() {
+        for (Addition& addition : m_batch) {
+            RememberedMail& row = addition.row;
+            if (row.id.empty()) continue;
+            const auto head = m_work.source.Find(row.id);
+            const auto messageId = head && *head ? m_work.source.MessageId() : std::nullopt;
+            if (!messageId || *messageId != row.messageId) continue;
+            row.link = MailLink::kInStep;
+            row.marker = (*head)->marker;
+            row.content.clear();
+            m_ledger.change.put.push_back(std::move(row));
+            m_ledger.Did(*addition.step);
+        }
+        m_batch.clear();
+        m_batchBytes = 0;
+    }
+
+    // False if storing failed: what stopped one stops the others too.
+    bool StoreBatch() {
+        if (!m_ledger.Save(m_batch)) return false;
+        for (Addition& addition : m_batch) Add(addition);
+        const bool isFinished = m_ledger.Check(m_work.source.Finish(), "Eudora");
+        if (isFinished) {
+            for (Marking& marking : m_marked) {
+                m_ledger.change.put.push_back(std::move(marking.row));
+                m_ledger.Did(*marking.step);
+            }
+        }
+        m_marked.clear();
+        RememberAdded();
+        return m_ledger.Save() && isFinished;
+    }
+
+    bool AddAll() {
+        const std::size_t total = m_plan.report.Count(kEudora, kAdd);
+        std::size_t done = 0;
+        for (const MailStep& step : m_plan.steps) {
+            if (step.act != sync::Act{kEudora, kAdd}) continue;
+            m_work.progress.Step("mail for Eudora", ++done, total);
+            Prepare(step);
+            const bool isFull = m_batch.size() >= kBatchMails || m_batchBytes >= kBatchBytes;
+            if (isFull && !StoreBatch()) return false;
+        }
+        if (m_batch.empty() && m_marked.empty()) return m_ledger.Save();
+        return StoreBatch();
+    }
+
+    // The file goes where mail programs keep what was sent; that it is gone from .Outbox is
+    // remembered by nothing else.
+    void File(const MailStep& step, std::int64_t key) {
+        if (!m_ledger.Check(m_work.folders.sent.Create(), ".Sent")) return;
+        const auto moved = m_work.folders.outbox.MoveInto(
+            m_work.folders.sent, step.file, maildir::WithFlag(step.file.flags, 'S', true));
+        if (!moved && moved.Error().code != ErrorCode::kNotFound) {
+            (void)m_ledger.Check(moved, step.row.name);
+            return;
+        }
+        m_hasSent = true;
+        m_ledger.change.forget.push_back(key);
+        m_ledger.Did(step);
+    }
+
+    // False if it was not handed over.
+    bool Send(const MailStep& step) {
+        auto mail = ReadNamed(step);
+        if (!mail) return false;
+        auto before = m_work.queued();
+        if (!before) return m_ledger.Check(before.Error(), step.row.name);
+        state::MailMemoryChange intent{{step.row}, {}, false};
+        intent.put[0].size = *before;
+        intent.put[0].content = Lines(mail->attachments);
+        if (!m_ledger.Check(m_work.memory.Save(intent), "state")) return false;
+        const std::int64_t key = intent.put[0].key;
+        auto status = m_work.source.AddOutgoing(*mail);
+        if (status) status = m_work.source.Finish();
+        const auto after = m_work.queued();
+        // What is in the out-box is queued, whatever was told.
+        if (after && *after > *before) status = {};
+        if (!m_ledger.Check(status, step.row.name)) {
+            if (after && *after == *before) m_ledger.change.forget.push_back(key);
+            return false;
+        }
+        m_ledger.Did(step);
+        Note(step.row.name, *mail);
+        File(step, key);
+        return true;
+    }
+
+    bool SendAll() {
+        bool isAll = true;
+        for (const MailStep& step : m_plan.steps) {
+            if (step.act.verb == kFile) File(step, step.row.key);
+            if (step.act.verb != kQueue) continue;
+            isAll = Send(step) && isAll;
+        }
+        if (m_hasSent) isAll = m_ledger.Check(m_work.folders.sent.Settle({}), ".Sent") && isAll;
+        return m_ledger.Save() && isAll;
+    }
 
     const MailPlan& m_plan;
     const MailWork& m_work;
@@ -79,207 +265,6 @@ class EudoraExecution {
     std::vector<Marking> m_marked;  // since the last Finish
     bool m_hasSent = false;
 };
-
-base::Result<mail::NewMail> EudoraExecution::ReadNew(const MailStep& step) {
-    const bool isForInBox = step.act.verb == kAdd;
-    maildir::Maildir& maildir = isForInBox ? m_work.folders.mails : m_work.folders.outbox;
-    return base::OrOutOfMemory([&]() -> base::Result<mail::NewMail> {
-        auto text = maildir.Read(step.file, mail::kLargestMessage);
-        if (!text) return text.Error();
-        m_batchBytes += text->size();
-        return m_work.parse(*text, step.row.name);
-    });
-}
-
-// With names for the copies of its attachments. Nothing for one that cannot go, which is told; a
-// file that is gone meanwhile, or has another name, is the next run's affair.
-std::optional<mail::NewMail> EudoraExecution::ReadNamed(const MailStep& step) {
-    auto mail = ReadNew(step);
-    if (!mail && mail.Error().code == ErrorCode::kNotFound) return std::nullopt;
-    if (!mail) {
-        (void)m_ledger.Check(mail.Error(), step.row.name);
-        return std::nullopt;
-    }
-    m_work.attachments.ChooseNames(mail->attachments);
-    return *std::move(mail);
-}
-
-void EudoraExecution::Note(const std::string& name, mail::NewMail& mail) {
-    if (mail.lostCharacters > 0) {
-        mail.notes.push_back(std::to_string(mail.lostCharacters) +
-                             " characters that Eudora's code page lacks are ? there");
-    }
-    m_ledger.Note(name, mail.notes);
-}
-
-// The translator copies a mail's attachments before the mail is in its mailbox: a run that was cut
-// off in between left them behind, under the names that it remembered first.
-void EudoraExecution::TakeBackCopies() {
-    for (const MailStep& step : m_plan.steps) {
-        const bool isOnItsWay = step.act == sync::Act{kEudora, kAdd} || step.act.verb == kQueue ||
-                                step.act.verb == kFile;
-        if (!isOnItsWay || step.row.content.empty()) continue;
-        const auto mail = ReadNew(step);
-        if (!mail) continue;
-        m_work.attachments.TakeBack(NamesIn(step.row.content), mail->attachments);
-    }
-    m_batchBytes = 0;
-}
-
-// After each removal the translator looks for the next mail from the in-box's beginning, so nothing
-// else is asked about it unless it fails.
-void EudoraExecution::Erase(const MailStep& step) {
-    auto removed = m_work.source.Remove(step.row.id);
-    if (!removed) {
-        const auto found = m_work.source.Find(step.row.id);
-        if (found && !*found) removed = {};
-    }
-    if (!m_ledger.Check(removed, step.row.name)) return;
-    m_ledger.change.forget.push_back(step.row.key);
-    m_ledger.Did(step);
-}
-
-void EudoraExecution::Mark(const MailStep& step) {
-    state::RememberedMail row = step.row;
-    const std::uint32_t status = StatusOf(row.flags);
-    if (!m_ledger.Check(m_work.source.SetStatus(row.id, status), row.name)) return;
-    row.marker = std::to_string(status);
-    m_marked.push_back({&step, std::move(row)});
-}
-
-// Under which id is only known later; by its Message-ID the next run finds it as well.
-void EudoraExecution::Prepare(const MailStep& step) {
-    auto mail = ReadNamed(step);
-    if (!mail) return;
-    state::RememberedMail row = step.row;
-    row.link = state::MailLink::kAdding;
-    row.id.clear();
-    row.marker = std::to_string(StatusOf(step.file.flags));
-    row.messageId = mail->messageId;
-    row.unique = step.file.unique;
-    row.flags = step.file.flags;
-    row.fileId = mail->messageId;
-    row.content = Lines(mail->attachments);
-    m_batch.push_back({&step, *std::move(mail), std::move(row)});
-}
-
-void EudoraExecution::Add(Addition& addition) {
-    const state::RememberedMail& row = addition.row;
-    auto head = m_work.source.Add(addition.mail, StatusOf(row.flags));
-    if (!head) return (void)m_ledger.Check(head.Error(), row.name);
-    addition.row.id = std::move(head->id);
-    Note(row.name, addition.mail);
-}
-
-// As Eudora tells them from now on. What is not there was not stored, and is added by the next run,
-// which takes the copies of its attachments back.
-void EudoraExecution::RememberAdded() {
-    for (Addition& addition : m_batch) {
-        state::RememberedMail& row = addition.row;
-        if (row.id.empty()) continue;
-        const auto head = m_work.source.Find(row.id);
-        const auto messageId = head && *head ? m_work.source.MessageId() : std::nullopt;
-        if (!messageId || *messageId != row.messageId) continue;
-        row.link = state::MailLink::kInStep;
-        row.marker = (*head)->marker;
-        row.content.clear();
-        m_ledger.change.put.push_back(std::move(row));
-        m_ledger.Did(*addition.step);
-    }
-    m_batch.clear();
-    m_batchBytes = 0;
-}
-
-// False if storing failed: what stopped one stops the others too.
-bool EudoraExecution::StoreBatch() {
-    if (!m_ledger.Save(m_batch)) return false;
-    for (Addition& addition : m_batch) Add(addition);
-    const bool isFinished = m_ledger.Check(m_work.source.Finish(), "Eudora");
-    if (isFinished) {
-        for (Marking& marking : m_marked) {
-            m_ledger.change.put.push_back(std::move(marking.row));
-            m_ledger.Did(*marking.step);
-        }
-    }
-    m_marked.clear();
-    RememberAdded();
-    return m_ledger.Save() && isFinished;
-}
-
-bool EudoraExecution::AddAll() {
-    const std::size_t total = m_plan.report.Count(kEudora, kAdd);
-    std::size_t done = 0;
-    for (const MailStep& step : m_plan.steps) {
-        if (step.act != sync::Act{kEudora, kAdd}) continue;
-        m_work.progress.Step("mail for Eudora", ++done, total);
-        Prepare(step);
-        const bool isFull = m_batch.size() >= kBatchMails || m_batchBytes >= kBatchBytes;
-        if (isFull && !StoreBatch()) return false;
-    }
-    if (m_batch.empty() && m_marked.empty()) return m_ledger.Save();
-    return StoreBatch();
-}
-
-// The file goes where mail programs keep what was sent; that it is gone from .Outbox is remembered
-// by nothing else.
-void EudoraExecution::File(const MailStep& step, std::int64_t key) {
-    if (!m_ledger.Check(m_work.folders.sent.Create(), ".Sent")) return;
-    const auto moved = m_work.folders.outbox.MoveInto(
-        m_work.folders.sent, step.file, maildir::WithFlag(step.file.flags, 'S', true));
-    if (!moved && moved.Error().code != ErrorCode::kNotFound) {
-        (void)m_ledger.Check(moved, step.row.name);
-        return;
-    }
-    m_hasSent = true;
-    m_ledger.change.forget.push_back(key);
-    m_ledger.Did(step);
-}
-
-// False if it was not handed over.
-bool EudoraExecution::Send(const MailStep& step) {
-    auto mail = ReadNamed(step);
-    if (!mail) return false;
-    auto before = m_work.queued();
-    if (!before) return m_ledger.Check(before.Error(), step.row.name);
-    state::MailMemoryChange intent{{step.row}, {}, false};
-    intent.put[0].size = *before;
-    intent.put[0].content = Lines(mail->attachments);
-    if (!m_ledger.Check(m_work.memory.Save(intent), "state")) return false;
-    const std::int64_t key = intent.put[0].key;
-    auto status = m_work.source.AddOutgoing(*mail);
-    if (status) status = m_work.source.Finish();
-    const auto after = m_work.queued();
-    // What is in the out-box is queued, whatever was told.
-    if (after && *after > *before) status = {};
-    if (!m_ledger.Check(status, step.row.name)) {
-        if (after && *after == *before) m_ledger.change.forget.push_back(key);
-        return false;
-    }
-    m_ledger.Did(step);
-    Note(step.row.name, *mail);
-    File(step, key);
-    return true;
-}
-
-bool EudoraExecution::SendAll() {
-    bool isAll = true;
-    for (const MailStep& step : m_plan.steps) {
-        if (step.act.verb == kFile) File(step, step.row.key);
-        if (step.act.verb != kQueue) continue;
-        isAll = Send(step) && isAll;
-    }
-    if (m_hasSent) isAll = m_ledger.Check(m_work.folders.sent.Settle({}), ".Sent") && isAll;
-    return m_ledger.Save() && isAll;
-}
-
-void EudoraExecution::Run() {
-    TakeBackCopies();
-    for (const MailStep& step : m_plan.steps) {
-        if (step.act == sync::Act{kEudora, kRemove}) Erase(step);
-        if (step.act == sync::Act{kEudora, kChange}) Mark(step);
-    }
-    if (AddAll()) (void)SendAll();
-}
 
 }  // namespace
 

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <string>
+
 #include "host/base/failure.h"
 #include "host/base/progress.h"
+#include "host/mail/mail.h"
 #include "host/mail/mail_source.h"
 #include "host/mailsync/mail_plan.h"
 
@@ -24,5 +27,9 @@ struct MailFolders {
 base::Result<MailSides> LoadMailSides(mail::MailSource& source, MailFolders& folders,
                                       const std::vector<state::RememberedMail>& remembered,
                                       base::Progress& progress);
+
+// A fingerprint of what Eudora tells of a mail, but for its id, its read state and its attachment
+// files: the same mail has the same one after its mailbox was built anew.
+std::string ContentOf(const mail::Mail& mail);
 
 }  // namespace host::mailsync

@@ -6,11 +6,10 @@
 #include "host/base/failure.h"
 #include "host/base/folders.h"
 #include "host/base/progress.h"
-#include "host/mailsync/check_maildir.h"
 #include "host/mailsync/execute_mail.h"
 #include "host/mailsync/load_mail.h"
 #include "host/state/state_file.h"
-#include "host/sync/place.h"
+#include "host/sync/rules.h"
 #include "mailbox/toc_file.h"
 
 namespace host::mailsync {
@@ -48,25 +47,21 @@ base::Status CheckPlace(const sync::CommandPlace& place, const MailSyncOptions& 
 
 base::Status Prepare(const sync::CommandPlace& place, const MailSyncOptions& options, bool mayWrite,
                      MailRun& run) {
-    auto memory = state::OpenMails(place.files, place.stateFile,
-                                   options.inbox + '\n' + options.maildir, mayWrite);
-    if (!memory) return memory.Error();
-    run.memory = *std::move(memory);
-    auto remembered = run.memory->Load();
-    if (!remembered) return remembered.Error();
-    run.remembered = *std::move(remembered);
-    if (auto checked = CheckPlace(place, options, run); !checked) return checked;
-    auto source = options.open();
-    if (!source) return source.Error();
-    run.source = *std::move(source);
-    auto sides = LoadMailSides(*run.source, run.folders, run.remembered, run.progress);
-    if (!sides) return sides.Error();
-    run.sides = *std::move(sides);
-    if (!run.sides.outgoing.empty()) {
-        auto queued = mailbox::CountMails(place.files, options.outbox);
+    const std::string scope = options.inbox + '\n' + options.maildir;
+    auto status =
+        sync::Take(state::OpenMails(place.files, place.stateFile, scope, mayWrite), run.memory);
+    if (status) status = sync::Take(run.memory->Load(), run.remembered);
+    if (status) status = CheckPlace(place, options, run);
+    if (status) status = sync::Take(options.open(), run.source);
+    if (!status) return status;
+    status = sync::Take(LoadMailSides(*run.source, run.folders, run.remembered, run.progress),
+                        run.sides);
+    if (status && !run.sides.outgoing.empty()) {
+        const auto queued = mailbox::CountMails(place.files, options.outbox);
         if (!queued) return queued.Error();
         run.sides.queued = *queued;
     }
+    if (!status) return status;
     run.plan = PlanMail(run.sides, options);
     run.plan.report.limits = run.source->Limits();
     if (run.plan.stop) return base::Refused(*run.plan.stop);
@@ -90,6 +85,30 @@ MailWork WorkOf(const sync::CommandPlace& place, const MailSyncOptions& options,
             }};
 }
 
+bool LiesIn(platform::Files& files, const std::string& path, std::string folder) {
+    if (folder.empty()) return false;
+    if (path == folder) return true;
+    if (folder.back() != files.Separator()) folder += files.Separator();
+    return path.starts_with(folder);
+}
+
+// A Maildir has cur and new; an empty folder, or one with hidden files only, becomes one.
+base::Status CheckContent(platform::Files& files, const std::string& maildir) {
+    auto entries = files.List(maildir, "*");
+    if (!entries) return base::Refused(entries.Error().Message(), "give yourself read permission");
+    const auto has = [&](const char* name) {
+        return std::ranges::any_of(
+            *entries, [&](const auto& entry) { return entry.isFolder && entry.name == name; });
+    };
+    const bool isEmpty = std::ranges::all_of(
+        *entries, [](const auto& entry) { return entry.name.starts_with('.'); });
+    // Of a run that was cut off while it made them one or two may be there.
+    const bool isMaildir = has("cur") || has("new") || has("tmp");
+    if (isEmpty || isMaildir) return {};
+    return base::Refused(maildir + " is no Maildir, but holds other things",
+                         "name an empty folder");
+}
+
 }  // namespace
 
 base::Result<sync::Report> RunMailSync(const sync::CommandPlace& place,
@@ -111,6 +130,37 @@ sync::Preview RunMailStatus(const sync::CommandPlace& place, const MailSyncOptio
     auto ready = Prepare(place, options, false, run);
     return {run.sides.eudora.size(), run.sides.folder.size(), run.remembered.size(),
             std::move(ready), std::move(run.plan.report)};
+}
+
+base::Status CheckMaildir(platform::Files& files, const std::string& maildir,
+                          const std::string& eudoraFolder) {
+    if (LiesIn(files, maildir, eudoraFolder)) {
+        return base::Refused(maildir + " lies in Eudora's own folder", "name one outside of it");
+    }
+    auto info = files.Stat(maildir);
+    if (!info && info.Error().code == platform::ErrorCode::kNotFound) {
+        // A name below a file is not found either.
+        const auto end = maildir.find_last_of(files.Separator());
+        const auto above =
+            end == std::string::npos || end == 0 ? info : files.Stat(maildir.substr(0, end));
+        if (above && !above->isFolder) {
+            return base::Refused(maildir + " lies below a file", "name a folder");
+        }
+        return {};
+    }
+    if (!info) return base::Refused(info.Error().Message(), "give yourself permission");
+    if (!info->isFolder) return base::Refused(maildir + " is no folder", "name a folder");
+    if (auto content = CheckContent(files, maildir); !content) return content;
+    for (const char* part : {"", "cur", "new", "tmp"}) {
+        const std::string path = *part ? maildir + files.Separator() + part : maildir;
+        const auto inside = files.Stat(path);
+        if (inside && inside->isFolder && inside->isReadOnly) {
+            return base::Refused(path + " is read-only", "make it writable");
+        }
+        if (inside && !inside->isFolder)
+            return base::Refused(path + " is no folder", "move it away");
+    }
+    return {};
 }
 
 }  // namespace host::mailsync

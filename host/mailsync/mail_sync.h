@@ -7,9 +7,9 @@
 #include "host/base/failure.h"
 #include "host/mail/attach_folder.h"
 #include "host/mail/mail_source.h"
-#include "host/sync/place.h"
 #include "host/sync/report.h"
 #include "host/sync/rules.h"
+#include "platform/os/files.h"
 
 namespace host::mailsync {
 
@@ -31,5 +31,11 @@ base::Result<sync::Report> RunMailSync(const sync::CommandPlace& place,
                                        const MailSyncOptions& options);
 // What a sync would find and do, without touching anything.
 sync::Preview RunMailStatus(const sync::CommandPlace& place, const MailSyncOptions& options);
+
+// kRefused, with the way out, if the folder cannot be a Maildir: it is a file, may not be written,
+// holds other things, or lies in Eudora's folder. One that does not exist is in order. Paths are
+// native, without links.
+base::Status CheckMaildir(platform::Files& files, const std::string& maildir,
+                          const std::string& eudoraFolder);
 
 }  // namespace host::mailsync

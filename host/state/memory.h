@@ -45,14 +45,6 @@ struct MemoryChange {
     std::optional<std::vector<Intent>> intents;  // replaces all, if given
 };
 
-class PairMemory {
-  public:
-    virtual ~PairMemory() = default;
-    virtual base::Result<Remembered> Load() = 0;
-    // All of it or nothing; durable when this returns.
-    virtual base::Status Save(const MemoryChange& change) = 0;
-};
-
 // What a remembered mail is to the two sides.
 enum class MailLink {
     kInStep = 0,
@@ -88,14 +80,18 @@ struct MailMemoryChange {
     bool settle = false;  // all that are pending are in step
 };
 
-class MailMemory {
+// What is remembered of one address book with one folder, or of one in-box with one Maildir.
+template <class Content, class Change>
+class Memory {
   public:
-    virtual ~MailMemory() = default;
-    // In the order in which they were added.
-    virtual base::Result<std::vector<RememberedMail>> Load() = 0;
+    virtual ~Memory() = default;
+    // In the order in which it was added.
+    virtual base::Result<Content> Load() = 0;
     // All of it or nothing; durable when this returns. What was added gets its key.
-    virtual base::Status Save(MailMemoryChange& change) = 0;
-    base::Status Save(MailMemoryChange&& change) { return Save(change); }
+    virtual base::Status Save(Change& change) = 0;
+    base::Status Save(Change&& change) { return Save(change); }
 };
+using PairMemory = Memory<Remembered, MemoryChange>;
+using MailMemory = Memory<std::vector<RememberedMail>, MailMemoryChange>;
 
 }  // namespace host::state

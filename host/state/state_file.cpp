@@ -1,5 +1,6 @@
 #include "host/state/state_file.h"
 
+#include <algorithm>
 #include <tuple>
 
 #include <nlohmann/json.hpp>
@@ -97,136 +98,104 @@ std::vector<typename Table::Row> LoadRows(SQLite::Database& database, const std:
     return rows;
 }
 
-// Adds rows, or replaces those of the same key.
-template <class Table>
-class Putting {
-  public:
-    Putting(SQLite::Database& database, const std::string& scope)
-        : m_scope(scope),
-          m_put(database, std::string("INSERT OR REPLACE INTO ") + Table::kName + "(scope, " +
-                              Table::kColumns + ") VALUES(?" + Marks() + ")") {}
-
-    void Put(const typename Table::Row& row) {
-        m_put.reset();
-        Bind(m_put, 1, m_scope);
+// Adds rows, or replaces those of the same key; what was added gets its key.
+template <class Row, class Table>
+void PutRows(SQLite::Database& database, const std::string& scope, std::vector<Row>& rows, Table) {
+    const std::string columns = Table::kColumns;
+    std::string marks = "?, ?";
+    for (auto more = std::ranges::count(columns, ','); more > 0; --more) marks += ", ?";
+    SQLite::Statement put(database, std::string("INSERT OR REPLACE INTO ") + Table::kName +
+                                        "(scope, " + columns + ") VALUES(" + marks + ")");
+    for (Row& row : rows) {
+        put.reset();
+        Bind(put, 1, scope);
         int at = 2;
-        std::apply([&](const auto&... members) { (Bind(m_put, at++, members), ...); },
+        std::apply([&](const auto&... members) { (Bind(put, at++, members), ...); },
                    Table::Members(row));
-        m_put.exec();
+        put.exec();
+        if constexpr (requires { row.key; }) row.key = database.getLastInsertRowid();
     }
+}
 
-  private:
-    static std::string Marks() {
-        typename Table::Row row;
-        std::string marks;
-        for (auto i = std::tuple_size_v<decltype(Table::Members(row))>; i > 0; --i) marks += ",?";
-        return marks;
-    }
+template <class... Values>
+void Run(SQLite::Database& database, const char* sql, const Values&... values) {
+    SQLite::Statement statement(database, sql);
+    int at = 1;
+    (Bind(statement, at++, values), ...);
+    statement.exec();
+}
 
-    const std::string& m_scope;
-    SQLite::Statement m_put;
-};
+void Load(SQLite::Database& database, const std::string& scope, Remembered& remembered) {
+    remembered = {LoadRows<PairTable>(database, scope), LoadRows<IntentTable>(database, scope)};
+}
 
-void ForgetRows(SQLite::Database& database, const char* table, const std::vector<Key>& keys) {
-    SQLite::Statement forget(database, std::string("DELETE FROM ") + table + " WHERE key = ?");
-    for (const Key key : keys) {
-        forget.reset();
-        Bind(forget, 1, key);
-        forget.exec();
-    }
+void Load(SQLite::Database& database, const std::string& scope,
+          std::vector<RememberedMail>& mails) {
+    // A file of the first version, which is only read, has no mails yet.
+    if (!database.tableExists("mail")) return;
+    const bool isOld = VersionOf(database) < 3;
+    mails =
+        LoadRows<MailTable>(database, scope, isOld ? MailTable::kOldColumns : MailTable::kColumns);
+}
+
+void Save(SQLite::Database& database, const std::string& scope, MemoryChange& change) {
+    PutRows(database, scope, change.put, PairTable());
+    for (const Key key : change.forget) Run(database, "DELETE FROM pair WHERE key = ?", key);
+    if (!change.intents) return;
+    Run(database, "DELETE FROM intent WHERE scope = ?", scope);
+    PutRows(database, scope, *change.intents, IntentTable());
+}
+
+void Save(SQLite::Database& database, const std::string& scope, MailMemoryChange& change) {
+    for (const Key key : change.forget) Run(database, "DELETE FROM mail WHERE key = ?", key);
+    PutRows(database, scope, change.put, MailTable());
+    if (!change.settle) return;
+    Run(database, "UPDATE mail SET link = ? WHERE scope = ? AND link = ?", MailLink::kInStep, scope,
+        MailLink::kPending);
 }
 
 // One scope of the file. Without a database there is no file and nothing remembered.
-struct Scope {
-    StateLock lock;
-    std::unique_ptr<SQLite::Database> database;
-    std::string path, name;
-};
-
-class Pairs : public PairMemory {
+template <class Content, class Change>
+class Scope : public Memory<Content, Change> {
   public:
-    explicit Pairs(Scope scope) : m_scope(std::move(scope)) {}
+    using Opened = base::Result<std::unique_ptr<Memory<Content, Change>>>;
 
-    base::Result<Remembered> Load() override {
-        return ExplainingFaults(m_scope.path, [&]() -> base::Result<Remembered> {
-            if (m_scope.database == nullptr) return Remembered{};
-            return Remembered{LoadRows<PairTable>(*m_scope.database, m_scope.name),
-                              LoadRows<IntentTable>(*m_scope.database, m_scope.name)};
+    static Opened Open(platform::Files& files, const std::string& path, const std::string& name,
+                       bool mayWrite) {
+        if (mayWrite) {
+            auto made = base::MakeFolders(files, base::ParentFolder(files, path));
+            if (!made) return made.Error();
+        }
+        auto lock = StateLock::Take(files, path, mayWrite);
+        if (!lock) return lock.Error();
+        auto database = OpenStateDatabase(files, path, mayWrite);
+        if (!database) return database.Error();
+        auto scope = std::make_unique<Scope>(*std::move(lock), path, name);
+        scope->m_database = *std::move(database);
+        return Opened(std::move(scope));
+    }
+    Scope(StateLock lock, std::string path, std::string name)
+        : m_lock(std::move(lock)), m_path(std::move(path)), m_name(std::move(name)) {}
+
+    base::Result<Content> Load() override {
+        return ExplainingFaults(m_path, [&]() -> base::Result<Content> {
+            Content content;
+            if (m_database != nullptr) state::Load(*m_database, m_name, content);
+            return content;
         });
     }
-
-    base::Status Save(const MemoryChange& change) override {
-        return InTransaction(m_scope.database.get(), m_scope.path, [&](SQLite::Database& database) {
-            Putting<PairTable> pairs(database, m_scope.name);
-            for (const RememberedPair& pair : change.put) pairs.Put(pair);
-            ForgetRows(database, PairTable::kName, change.forget);
-            if (!change.intents) return;
-            SQLite::Statement clear(database, "DELETE FROM intent WHERE scope = ?");
-            Bind(clear, 1, m_scope.name);
-            clear.exec();
-            Putting<IntentTable> intents(database, m_scope.name);
-            for (const Intent& intent : *change.intents) intents.Put(intent);
+    using Memory<Content, Change>::Save;
+    base::Status Save(Change& change) override {
+        return InTransaction(m_database.get(), m_path, [&](SQLite::Database& database) {
+            state::Save(database, m_name, change);
         });
     }
 
   private:
-    Scope m_scope;
+    StateLock m_lock;
+    std::unique_ptr<SQLite::Database> m_database;
+    std::string m_path, m_name;
 };
-
-class Mails : public MailMemory {
-  public:
-    explicit Mails(Scope scope) : m_scope(std::move(scope)) {}
-
-    base::Result<std::vector<RememberedMail>> Load() override {
-        using Rows = std::vector<RememberedMail>;
-        return ExplainingFaults(m_scope.path, [&]() -> base::Result<Rows> {
-            // A file of the first version, which is only read, has no mails yet.
-            if (m_scope.database == nullptr || !m_scope.database->tableExists("mail")) {
-                return Rows{};
-            }
-            return LoadRows<MailTable>(
-                *m_scope.database, m_scope.name,
-                VersionOf(*m_scope.database) < 3 ? MailTable::kOldColumns : MailTable::kColumns);
-        });
-    }
-
-    base::Status Save(MailMemoryChange& change) override {
-        return InTransaction(m_scope.database.get(), m_scope.path, [&](SQLite::Database& database) {
-            ForgetRows(database, MailTable::kName, change.forget);
-            Putting<MailTable> mails(database, m_scope.name);
-            for (RememberedMail& mail : change.put) {
-                mails.Put(mail);
-                if (mail.key == 0) mail.key = database.getLastInsertRowid();
-            }
-            if (!change.settle) return;
-            SQLite::Statement settle(database,
-                                     "UPDATE mail SET link = ? WHERE scope = ? AND link = ?");
-            Bind(settle, 1, MailLink::kInStep);
-            Bind(settle, 2, m_scope.name);
-            Bind(settle, 3, MailLink::kPending);
-            settle.exec();
-        });
-    }
-    using MailMemory::Save;
-
-  private:
-    Scope m_scope;
-};
-
-template <class Memory, class Interface>
-base::Result<std::unique_ptr<Interface>> OpenScope(platform::Files& files, const std::string& path,
-                                                   const std::string& scope, bool mayWrite) {
-    if (mayWrite) {
-        auto made = base::MakeFolders(files, base::ParentFolder(files, path));
-        if (!made) return made.Error();
-    }
-    auto lock = StateLock::Take(files, path, mayWrite);
-    if (!lock) return lock.Error();
-    auto database = OpenStateDatabase(files, path, mayWrite);
-    if (!database) return database.Error();
-    return std::unique_ptr<Interface>(
-        std::make_unique<Memory>(Scope{*std::move(lock), *std::move(database), path, scope}));
-}
 
 }  // namespace
 
@@ -246,12 +215,12 @@ base::Result<StateLock> StateLock::Take(platform::Files& files, const std::strin
 
 base::Result<std::unique_ptr<PairMemory>> OpenPairs(platform::Files& files, const std::string& path,
                                                     const std::string& scope, bool mayWrite) {
-    return OpenScope<Pairs, PairMemory>(files, path, scope, mayWrite);
+    return Scope<Remembered, MemoryChange>::Open(files, path, scope, mayWrite);
 }
 
 base::Result<std::unique_ptr<MailMemory>> OpenMails(platform::Files& files, const std::string& path,
                                                     const std::string& scope, bool mayWrite) {
-    return OpenScope<Mails, MailMemory>(files, path, scope, mayWrite);
+    return Scope<std::vector<RememberedMail>, MailMemoryChange>::Open(files, path, scope, mayWrite);
 }
 
 base::Status ForgetInBox(platform::Files& files, const std::string& path,
@@ -260,11 +229,7 @@ base::Status ForgetInBox(platform::Files& files, const std::string& path,
     auto database = OpenStateDatabase(files, path, true);
     if (!database) return database.Error();
     return InTransaction(database->get(), path, [&](SQLite::Database& opened) {
-        SQLite::Statement forget(opened,
-                                 "DELETE FROM mail WHERE substr(scope, 1, length(?1)) = ?1");
-        const std::string start = inbox + '\n';
-        Bind(forget, 1, start);
-        forget.exec();
+        Run(opened, "DELETE FROM mail WHERE substr(scope, 1, length(?1)) = ?1", inbox + '\n');
     });
 }
 

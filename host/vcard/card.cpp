@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "host/vcard/card_text.h"
+#include "host/vcard/content_line.h"
 #include "text/ascii.h"
 
 namespace host::vcard {

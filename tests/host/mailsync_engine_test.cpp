@@ -4,7 +4,7 @@
 #include <sstream>
 
 #include "host/cli/sync_output.h"
-#include "host/mailsync/mail_content.h"
+#include "host/mailsync/load_mail.h"
 #include "tests/host/mailsync_world.h"
 #include "tests/support/failing_allocation.h"
 

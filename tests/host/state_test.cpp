@@ -149,7 +149,7 @@ TEST_F(StateTest, ReadingMakesNoFileAndChangesNone) {
 }
 
 TEST_F(StateTest, ReadsThePairsOfBeforeACutOffChangeAndTouchesNothing) {
-    const state::MemoryChange change = ManyPairs();
+    state::MemoryChange change = ManyPairs();
     ASSERT_TRUE((*Open(true))->Save(change));
     const std::string whole = Bytes();
     CutOff("UPDATE pair SET eudora_fields = 'torn'");

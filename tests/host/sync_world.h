@@ -3,10 +3,9 @@
 #include <map>
 #include <string>
 
-#include "host/contacts/eudora_limits.h"
+#include "host/contacts/eudora_contacts.h"
 #include "host/contacts/vdir_contacts.h"
 #include "host/contactsync/execute.h"
-#include "host/contactsync/load_sides.h"
 #include "platform/testing/fixed_clock.h"
 #include "platform/testing/memory_files.h"
 #include "tests/host/fault_sweep.h"
@@ -23,9 +22,8 @@ class MemoryPairs : public state::PairMemory {
     base::Result<state::Remembered> Load() override {
         return state::Remembered{pairs.rows, intents};
     }
-    base::Status Save(const state::MemoryChange& change) override {
-        auto put = change.put;
-        auto saved = pairs.Save(put, change.forget);
+    base::Status Save(state::MemoryChange& change) override {
+        auto saved = pairs.Save(change.put, change.forget);
         if (saved && change.intents) intents = *change.intents;
         return saved;
     }

@@ -6,7 +6,7 @@
 
 #include "host/vcard/card.h"
 #include "host/vcard/card_fields.h"
-#include "host/vcard/card_text.h"
+#include "host/vcard/content_line.h"
 #include "tests/host/one_of.h"
 #include "tests/support/failing_allocation.h"
 

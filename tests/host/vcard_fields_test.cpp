@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "host/vcard/address_lines.h"
 #include "host/vcard/card.h"
 #include "host/vcard/card_fields.h"
 
