@@ -2,8 +2,8 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "mailstore/mail_body.h"
 #include "mailstore/mail_date.h"
+#include "mailstore/mail_fields.h"
 #include "text/ascii.h"
 #include "text/path.h"
 
@@ -23,8 +23,7 @@ void Require(bool holds) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::size_t count = size > 0 ? data[0] % 8 : 0;
     const std::string_view text(reinterpret_cast<const char*>(data), size);
-    const std::string stripped = mailstore::StripFlowedMarks(text);
-    const std::string body = text::Replaced(stripped, "\n", "\r\n");
+    const std::string body = mailstore::BodyOf(text);
     Require(body.size() <= 2 * size);
     const auto length = mailstore::LengthWithoutTrailers(body, count, "A:");
     std::string_view rest = body;

@@ -214,12 +214,12 @@ Status CheckLeftovers(File& toc, const TocHeader& header, std::uint64_t mbxSize)
     std::string tail(static_cast<std::size_t>(*tocSize - begin), '\0');
     const auto read = toc.ReadAt(begin, tail);
     if (!read) return read.Error();
+    const auto counted = ReadPlaces(toc, header.wNumberOfMsgs);
+    if (!counted) return counted.Error();
     std::uint64_t lastEnd = 0;
-    Status counted = ForEachBlock(toc, header.wNumberOfMsgs, [&](const MailPlace& place) -> Status {
+    for (const MailPlace& place : *counted) {
         if (place.End() <= mbxSize) lastEnd = std::max(lastEnd, place.End());
-        return {};
-    });
-    if (!counted) return counted;
+    }
     tail.resize(tail.find_last_not_of('\0') + 1);
     for (std::string_view rest = tail; !rest.empty();
          rest.remove_prefix(std::min(rest.size(), kMsgBlockSize))) {

@@ -13,33 +13,8 @@ namespace mailbox {
 
 namespace {
 
-constexpr std::size_t kBlocksAtOnce = 1024;
+constexpr std::uint32_t kBlocksAtOnce = 1024;
 constexpr std::uint16_t kHighestVersion = 0xFF;
-
-// The blocks of a .toc file one after the other, read many at once.
-class BlockReader {
-  public:
-    BlockReader(File& file, std::size_t count)
-        : m_file(file), m_buffer(std::min(count, kBlocksAtOnce) * kMsgBlockSize) {}
-
-    // Valid until the next call; shorter than a block at the end of the file.
-    Result<std::string_view> Next() {
-        if (m_at == m_filled) {
-            const auto count = m_file.Read(m_buffer);
-            if (!count) return count.Error();
-            m_filled = *count;
-            m_at = 0;
-        }
-        const std::size_t size = std::min(kMsgBlockSize, m_filled - m_at);
-        m_at += size;
-        return std::string_view(m_buffer.data() + m_at - size, size);
-    }
-
-  private:
-    File& m_file;
-    std::vector<char> m_buffer;
-    std::size_t m_at = 0, m_filled = 0;
-};
 
 }  // namespace
 
@@ -70,16 +45,11 @@ Result<Toc> ReadToc(File& toc) {
     if (!size) return size.Error();
     const std::uint64_t blocks =
         (std::max<std::uint64_t>(*size, kTocHeaderSize) - kTocHeaderSize) / kMsgBlockSize;
-    const auto count = std::min<std::uint64_t>(header->wNumberOfMsgs, blocks);
-    header->wNumberOfMsgs = static_cast<std::uint16_t>(count);
-    Toc table{*std::move(header), {}};
-    table.mails.reserve(static_cast<std::size_t>(count));
-    const Status read =
-        ForEachBlock(toc, static_cast<std::uint32_t>(count), [&](const MailPlace& place) -> Status {
-            table.mails.push_back(place);
-            return {};
-        });
-    return read ? Result<Toc>(std::move(table)) : read.Error();
+    header->wNumberOfMsgs =
+        static_cast<std::uint16_t>(std::min<std::uint64_t>(header->wNumberOfMsgs, blocks));
+    auto mails = ReadPlaces(toc, header->wNumberOfMsgs);
+    if (!mails) return mails.Error();
+    return Toc{*std::move(header), *std::move(mails)};
 }
 
 Result<std::size_t> CountMails(platform::Files& files, std::string_view tocPath) {
@@ -106,16 +76,20 @@ Result<bool> BelongTogether(File& mbx, File& toc, std::string_view separator) {
     return begin == separator;
 }
 
-Status ForEachBlock(File& toc, std::uint32_t count, const VisitBlock& visit) {
-    const auto at = toc.Seek(kTocHeaderSize, platform::SeekFrom::kBegin);
-    if (!at) return at.Error();
-    BlockReader blocks(toc, count);
-    for (std::uint32_t i = 0; i < count; ++i) {
-        const auto bytes = blocks.Next();
-        if (!bytes) return bytes.Error();
-        if (Status status = visit(MailPlace::Decode(*bytes)); !status) return status;
+// What the file lacks stays as the buffer is cleared.
+Result<std::vector<MailPlace>> ReadPlaces(File& toc, std::uint32_t count) {
+    std::vector<MailPlace> places;
+    places.reserve(count);
+    std::vector<char> buffer;
+    while (places.size() < count) {
+        const auto done = static_cast<std::uint32_t>(places.size());
+        buffer.assign(std::min(count - done, kBlocksAtOnce) * kMsgBlockSize, '\0');
+        if (const auto read = toc.ReadAt(BlockOffset(done), buffer); !read) return read.Error();
+        for (std::size_t at = 0; at < buffer.size(); at += kMsgBlockSize) {
+            places.push_back(MailPlace::Decode({buffer.data() + at, kMsgBlockSize}));
+        }
     }
-    return {};
+    return places;
 }
 
 Status WriteAt(File& file, std::uint64_t position, std::string_view bytes) {

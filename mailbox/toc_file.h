@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <string_view>
 #include <vector>
 
@@ -36,10 +35,8 @@ struct Toc {
 // Eudora for Macintosh.
 platform::Result<Toc> ReadToc(platform::File& toc);
 
-// Visits `count` blocks, the first ones of a .toc file; a block that the file lacks is all zero.
-// Ends with the first failure.
-using VisitBlock = std::function<platform::Status(const MailPlace& place)>;
-platform::Status ForEachBlock(platform::File& toc, std::uint32_t count, const VisitBlock& visit);
+// The first `count` blocks of a .toc file; a block that the file lacks is all zero.
+platform::Result<std::vector<MailPlace>> ReadPlaces(platform::File& toc, std::uint32_t count);
 
 // Writes bytes at a position, counted from the beginning of the file.
 platform::Status WriteAt(platform::File& file, std::uint64_t position, std::string_view bytes);

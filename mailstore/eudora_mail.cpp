@@ -2,22 +2,22 @@
 
 #include <algorithm>
 #include <cmath>
-#include <new>
 
 #include "frame/guard.h"
 #include "frame/interface/field_ids.h"
 #include "integration/dialogs/eudora_options_dlg.h"
 #include "mailbox/toc_records.h"
-#include "mailstore/attachments_out.h"
 #include "mailstore/built_record.h"
-#include "mailstore/in_box.h"
+#include "mailstore/eudora_access.h"
 #include "mailstore/mail_date.h"
 #include "mailstore/mail_fields.h"
-#include "mailstore/start_eudora.h"
 #include "text/ascii.h"
 
+using frame::Entered;
 using frame::Guarded;
 using frame::StringId;
+using mailstore::Fail;
+using mailstore::FailOfMapi;
 
 namespace {
 
@@ -48,7 +48,8 @@ RRETURNCODE CREudoraMail::GetAppInfo(BOOL bConfigure, CRHostContext* pHost, CStr
                                      RWORD word, CString& csSummary, RWORD) {
     return Guarded("GetAppInfo", [&] {
         if (!m_bAppReady) {
-            if (!mailstore::BringUp(TransUtil())) return RRC_FAILED;
+            const RRETURNCODE code = mailstore::BringUp(TransUtil());
+            if (code != RRC_OK) return code;
             m_attach.Find(TransUtil());
             m_bAppReady = true;
         }
@@ -76,33 +77,10 @@ RRETURNCODE CREudoraMail::Open(int nMode, RWORD value2, RWORD value3, RWORD valu
 }
 
 RRETURNCODE CREudoraMail::IndexMailbox() {
-    using platform::OpenMode;
-    using platform::Share;
-    m_ids.Distrust();
-    // What it cannot make does not open either.
-    (void)mailstore::MakeInBox(Util());
-    const auto mbx =
-        mailstore::OpenInBoxFile(Util(), ".mbx", OpenMode::kRead, Share::kRead, "WriteNewMails");
-    if (mbx == nullptr) return RRC_FAILED;
-    const auto toc =
-        mailstore::OpenInBoxFile(Util(), ".toc", OpenMode::kRead, Share::kNone, "Open");
-    if (toc == nullptr) return RRC_FAILED;
-    try {
-        const auto count = m_ids.Read(*mbx, *toc);
-        if (!count) {
-            const std::string message = count.Error().Message();
-            KV_LOG(1, "%s in CREudoraMail::Open\n", message.c_str());
-            Util().AddErrorText(message.c_str());
-            return RRC_FAILED;
-        }
-        if (*count > 0) KV_LOG(4, "@@@@@@@@ wNumberOfMsgs = %d\n", static_cast<int>(*count));
-        m_bBoxFileOpenFlag = *count == 0 ? 1 : 0;
-        return RRC_OK;
-    } catch (const std::bad_alloc&) {
-        KV_LOG(1, "Memory Allcation failed in CREudoraMail::Open\n");
-        Util().AddError(StringId::kNoMemory);
-        return RRC_FAILED;
-    }
+    const auto count = m_ids.Read(Util());
+    if (!count) return RRC_FAILED;
+    m_bBoxFileOpenFlag = *count == 0 ? 1 : 0;
+    return RRC_OK;
 }
 
 RRETURNCODE CREudoraMail::Close(int) {
@@ -130,8 +108,7 @@ int CREudoraMail::ShowOptions() {
 }
 
 RRETURNCODE CREudoraMail::SaveSettings(RWORD, tagRAPPINFO* pAppInfo, RWORD) {
-    return Guarded("SaveSettings", [&] {
-        KV_LOG(5, "Enter CREudoraTransBase::SaveSettings\n");
+    return Entered("Enter CREudoraTransBase::", "SaveSettings", [&] {
         const CString selection(pAppInfo != nullptr ? pAppInfo->pszSelection : nullptr);
         if (!text::EqualNoCase(selection.Str(), m_csSelection.Str())) {
             KV_LOG(1,
@@ -141,9 +118,7 @@ RRETURNCODE CREudoraMail::SaveSettings(RWORD, tagRAPPINFO* pAppInfo, RWORD) {
             return RRC_FAILED;
         }
         if (Util().StoreSettings(m_appInfo, m_csSelection)) return RRC_OK;
-        KV_LOG(1, "Unable to store AppInfo to file\n");
-        Util().AddError(StringId::kCannotStoreSettings);
-        return RRC_FAILED;
+        return Fail(Util(), StringId::kCannotStoreSettings, "Unable to store AppInfo to file\n");
     });
 }
 
@@ -159,13 +134,11 @@ RRETURNCODE CREudoraMail::InitDefaultSettings() {
 RRETURNCODE CREudoraMail::CheckMove(int result) {
     if (result == 0) return RRC_EOF;
     if (result > 0) return RRC_OK;
-    mailstore::ReportMapiError(Util());
-    return RRC_FAILED;
+    return FailOfMapi(Util(), nullptr);
 }
 
 RRETURNCODE CREudoraMail::MoveFirst() {
-    return Guarded("MoveFirst", [&] {
-        KV_LOG(5, "Enter - RRETURNCODE CREudoraMail::MoveFirst\n");
+    return Entered("Enter - RRETURNCODE CREudoraMail::", "MoveFirst", [&] {
         m_passedOver = false;
         RRETURNCODE code = CheckMove(Util().mapi.MoveFirst());
         if (code == RRC_OK) code = CREudoraTransBase::MoveFirst();
@@ -177,8 +150,7 @@ RRETURNCODE CREudoraMail::MoveFirst() {
 // While filtered mails are passed over, the seek point moves along with the walk; it becomes valid
 // when a mail passes.
 RRETURNCODE CREudoraMail::MoveNext() {
-    return Guarded("MoveNext", [&] {
-        KV_LOG(5, "Enter - RRETURNCODE CREudoraMail::MoveNext\n");
+    return Entered("Enter - RRETURNCODE CREudoraMail::", "MoveNext", [&] {
         m_passedOver = true;
         Util().mapi.NoteSeek();
         RRETURNCODE code = CheckMove(Util().mapi.MoveNext());
@@ -202,15 +174,12 @@ RRETURNCODE CREudoraMail::GoToRecord(LPCTSTR pszRecId) {
             return RRC_OK;
         }
         if (Util().mapi.GoToEmail(pszRecId) == 1) return RRC_OK;
-        mailstore::ReportMapiError(Util());
-        KV_LOG(1, "Error Occured in CREudoraMail::GoToRecord\n");
-        return RRC_FAILED;
+        return FailOfMapi(Util(), "Error Occured in CREudoraMail::GoToRecord\n");
     });
 }
 
 RRETURNCODE CREudoraMail::GetRecordID(CString& csRecordId) {
-    return Guarded("GetRecordID", [&] {
-        KV_LOG(5, "CREudoraMail::GetRecordID\n");
+    return Entered("CREudoraMail::", "GetRecordID", [&] {
         csRecordId.Empty();
         if (m_bOutBox || m_bOutBoxRecord) {
             KV_LOG(5, "CREudoraMail::GetRecordID IsOutBox\n");
@@ -223,8 +192,7 @@ RRETURNCODE CREudoraMail::GetRecordID(CString& csRecordId) {
 }
 
 RRETURNCODE CREudoraMail::GetModifiedInfo(CString& csModifiedInfo) {
-    return Guarded("GetModifiedInfo", [&] {
-        KV_LOG(5, "Enter - CREudoraMail::GetModifiedInfo\n");
+    return Entered("Enter - CREudoraMail::", "GetModifiedInfo", [&] {
         csModifiedInfo.Empty();
         if (m_bOutBox || m_bOutBoxRecord) return RRC_OK;
         std::int32_t status = 0;
@@ -274,7 +242,7 @@ RRETURNCODE CREudoraMail::GetField(LPCTSTR pszFieldId, unsigned long*, void* pCe
         if (field == MailField::kMessageId) return GiveMessageId(*static_cast<char**>(pCell));
         if (field == MailField::kAttachment) return GiveAttachments(*static_cast<char**>(pCell));
         MapiMessage* message = nullptr;
-        if (Util().mapi.GetCurrentMessage(message) != 1) return mailstore::InvalidMessage(Util());
+        if (Util().mapi.GetCurrentMessage(message) != 1) return mailstore::FailOfNoMail(Util());
         return mailstore::GiveField(Util(), field, *message, pCell);
     });
 }
@@ -303,9 +271,7 @@ RRETURNCODE CREudoraMail::GiveMessageId(char*& cell) {
         return mailstore::GiveText(Util(), messageId, cell);
     }
     m_ids.LogAll();
-    KV_LOG(1, "Invalid Index Id in  CREudoraMail::GetField\n");
-    Util().AddError(StringId::kInvalidRecord);
-    return RRC_FAILED;
+    return Fail(Util(), StringId::kInvalidRecord, "Invalid Index Id in  CREudoraMail::GetField\n");
 }
 
 RRETURNCODE CREudoraMail::SetField(LPCTSTR pszFieldId, unsigned long*, void* pCell) {
@@ -390,9 +356,8 @@ RRETURNCODE CREudoraMail::IsOkToSetRecord(RWORD, RFIELDCALLBACK pfnGetValue, voi
         if (status != nullptr && (*status & kReceived) != 0) {
             const auto code = ask(MailField::kFrom, kFieldText);
             if (hasField == 1 && mailstore::TextOf(cell).empty()) {
-                KV_LOG(1, "From Address is Empty in CREudoraMail::IsOkToSetRecord\n");
-                Util().AddError(StringId::kNoSender);
-                return RRC_FAILED;
+                return Fail(Util(), StringId::kNoSender,
+                            "From Address is Empty in CREudoraMail::IsOkToSetRecord\n");
             }
             if (code != RRC_OK) return code;
         }
@@ -414,15 +379,13 @@ RRETURNCODE CREudoraMail::AddNewRecord(RWORD) {
             return RRC_FAILED;
         }
         if (m_draft.Begin()) return RRC_OK;
-        KV_LOG(1, "Failed to Allocate the memory in CREudoraMail::AddNewRecord\n");
-        Util().AddError(StringId::kNoMemory);
-        return RRC_FAILED;
+        return Fail(Util(), StringId::kNoMemory,
+                    "Failed to Allocate the memory in CREudoraMail::AddNewRecord\n");
     });
 }
 
 RRETURNCODE CREudoraMail::EditRecord() {
-    return Guarded("EditRecord", [&] {
-        KV_LOG(5, "Enter CREudoraMail::EditRecord\n");
+    return Entered("Enter CREudoraMail::", "EditRecord", [&] {
         m_bAddNewRecord = 0;
         Util().mapi.BeginEdit();
         return InitLocalVars();
@@ -457,13 +420,10 @@ void CREudoraMail::QueueForMailbox() {
 }
 
 RRETURNCODE CREudoraMail::DeleteRecord() {
-    return Guarded("DeleteRecord", [&] {
-        KV_LOG(5, "Enter - CREudoraMail::DeleteRecord\n");
+    return Entered("Enter - CREudoraMail::", "DeleteRecord", [&] {
         const std::string indexId = Util().mapi.MsgID();
         if (Util().mapi.DeleteMail() != 1) {
-            mailstore::ReportMapiError(Util());
-            KV_LOG(1, "Error in CREudoraMail::DeleteRecord\n");
-            return RRC_FAILED;
+            return FailOfMapi(Util(), "Error in CREudoraMail::DeleteRecord\n");
         }
         m_ids.Forget(indexId);
         m_queues.m_mapMailStatus.erase(mailbox::MsgIdOf(indexId));

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "frame/trans_base.h"
-#include "mailstore/attach_folder.h"
+#include "mailstore/attachments.h"
 #include "mailstore/draft.h"
 #include "mailstore/mail_ids.h"
 #include "mailstore/mail_queues.h"

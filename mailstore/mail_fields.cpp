@@ -4,9 +4,8 @@
 #include <optional>
 
 #include "mailstore/built_record.h"
-#include "mailstore/mail_body.h"
+#include "mailstore/eudora_access.h"
 #include "mailstore/mail_date.h"
-#include "mailstore/mail_status.h"
 #include "platform/kvutil/kvutil.h"
 #include "text/ascii.h"
 
@@ -51,9 +50,7 @@ RRETURNCODE GiveDate(CEudoraTransUtil& util, const char* text, double& cell) {
         cell = *date;
         return RRC_OK;
     }
-    KV_LOG(1, "Invalid Date time in CREudoraMail::GetField\n");
-    util.AddError(StringId::kInvalidDate);
-    return RRC_FAILED;
+    return Fail(util, StringId::kInvalidDate, "Invalid Date time in CREudoraMail::GetField\n");
 }
 
 // An empty body leaves the cell as it is.
@@ -63,7 +60,7 @@ RRETURNCODE GiveBody(CEudoraTransUtil& util, const MapiMessage& message, char*& 
         return RRC_OK;
     }
     try {
-        std::string body = text::Replaced(StripFlowedMarks(message.lpszNoteText), "\n", "\r\n");
+        std::string body = BodyOf(message.lpszNoteText);
         if (body.empty()) return RRC_OK;
         if (message.nFileCount != 0) {
             const CString mark = util.GetString(StringId::kAttachmentMark);
@@ -73,7 +70,7 @@ RRETURNCODE GiveBody(CEudoraTransUtil& util, const MapiMessage& message, char*& 
     } catch (const std::bad_alloc&) {
         // As below.
     }
-    return InvalidMessage(util);
+    return FailOfNoMail(util);
 }
 
 }  // namespace
@@ -87,6 +84,32 @@ void BuildFieldList(CREudoraFieldArray& fields) {
                   row.type, row.tag, false);
         fields.Add(field);
     }
+}
+
+std::uint32_t StatusOfFlags(std::uint32_t flags) {
+    if ((flags & mapi::kSent) != 0) return kStatusSent;
+    return (flags & mapi::kUnread) != 0 ? kStatusUnread : kStatusRead;
+}
+
+std::string BodyOf(std::string_view note) {
+    const std::string text = text::Replaced(note, "<x-flowed>", "");
+    return text::Replaced(text::Replaced(text, "</x-flowed>", ""), "\n", "\r\n");
+}
+
+std::size_t LengthWithoutTrailers(std::string_view text, std::size_t count,
+                                  std::string_view marker) {
+    constexpr std::string_view kBlankLine = "\r\n\r\n";
+    if (marker.empty()) return text.size();
+    for (; count > 0; --count) {
+        auto found = text.size();
+        do {
+            if (found == 0) return text.size();
+            found = text.rfind(kBlankLine, found - 1);
+            if (found == std::string_view::npos) return text.size();
+        } while (!text.substr(found + kBlankLine.size()).starts_with(marker));
+        text = text.substr(0, found);
+    }
+    return text.size();
 }
 
 RRETURNCODE GiveField(CEudoraTransUtil& util, MailField field, const MapiMessage& message,
@@ -108,15 +131,7 @@ RRETURNCODE GiveField(CEudoraTransUtil& util, MailField field, const MapiMessage
 RRETURNCODE GiveText(CEudoraTransUtil& util, const std::optional<std::string>& text, char*& cell) {
     cell = nullptr;
     if (!text || AllocVornString(cell, text->c_str()) == RRC_OK) return RRC_OK;
-    KV_LOG(1, "CREudoraMail::GetField : Insufficient memory\n");
-    util.AddError(StringId::kNoMemory);
-    return RRC_FAILED;
-}
-
-RRETURNCODE InvalidMessage(CEudoraTransUtil& util) {
-    KV_LOG(1, "Invalid Message Pointer in CREudoraMail::GetField\n");
-    util.AddError(StringId::kInvalidRecord);
-    return RRC_FAILED;
+    return Fail(util, StringId::kNoMemory, "CREudoraMail::GetField : Insufficient memory\n");
 }
 
 }  // namespace mailstore

@@ -1,15 +1,43 @@
 #include "mailstore/mail_ids.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include "mailbox/mailbox_index.h"
 #include "mailbox/toc_file.h"
+#include "mailstore/eudora_access.h"
 #include "platform/kvutil/kvutil.h"
 
 namespace mailstore {
 
-platform::Result<std::uint32_t> MailIds::Read(platform::File& mbx, platform::File& toc) {
+std::optional<std::uint32_t> MailIds::Read(CEudoraTransUtil& util) {
+    using platform::OpenMode;
+    using platform::Share;
+    m_canGive = false;
+    // What it cannot make does not open either.
+    (void)MakeInBox(util);
+    const auto mbx = OpenInBoxFile(util, ".mbx", OpenMode::kRead, Share::kRead, "WriteNewMails");
+    if (mbx == nullptr) return std::nullopt;
+    const auto toc = OpenInBoxFile(util, ".toc", OpenMode::kRead, Share::kNone, "Open");
+    if (toc == nullptr) return std::nullopt;
+    try {
+        const auto count = ReadFiles(*mbx, *toc);
+        if (count) {
+            m_canGive = true;
+            if (*count > 0) KV_LOG(4, "@@@@@@@@ wNumberOfMsgs = %d\n", static_cast<int>(*count));
+            return *count;
+        }
+        const std::string message = count.Error().Message();
+        KV_LOG(1, "%s in CREudoraMail::Open\n", message.c_str());
+        util.AddErrorText(message.c_str());
+    } catch (const std::bad_alloc&) {
+        Fail(util, frame::StringId::kNoMemory, "Memory Allcation failed in CREudoraMail::Open\n");
+    }
+    return std::nullopt;
+}
+
+platform::Result<std::uint32_t> MailIds::ReadFiles(platform::File& mbx, platform::File& toc) {
     const auto header = mailbox::ReadTocHeader(toc);
     if (!header) return header.Error();
     const std::uint32_t count = header->wNumberOfMsgs;
@@ -28,7 +56,6 @@ platform::Result<std::uint32_t> MailIds::Read(platform::File& mbx, platform::Fil
     m_mapIndexIDToMessageID = std::move(names);
     m_highest = highest;
     m_dwNextIndexID = std::max({1U, count, *lastId});
-    m_canGive = true;
     return count;
 }
 

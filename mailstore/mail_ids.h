@@ -7,7 +7,7 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "mapi/records.h"
+#include "frame/trans_util.h"
 #include "platform/os/files.h"
 
 namespace mailstore {
@@ -19,11 +19,11 @@ namespace mailstore {
 // direction (bench_inbox).
 class MailIds {
   public:
-    // Reads the mailbox and gives how many mails its header counts. The names of waiting mails
-    // stay. After a failure all is as before.
-    platform::Result<std::uint32_t> Read(platform::File& mbx, platform::File& toc);
-    // Until the next Read, new mails get no ids: a number could be that of a mail that is there.
-    void Distrust() { m_canGive = false; }
+    // Reads the mailbox, whose files are made if they are missing, and gives how many mails its
+    // header counts. The names of waiting mails stay. After a failure, which is told in a message,
+    // the names are as before, but new mails get no ids until the next Read: a number could be that
+    // of a mail that is there.
+    std::optional<std::uint32_t> Read(CEudoraTransUtil& util);
     bool CanGive() const { return m_canGive; }
 
     // Names a new mail by the next number that none has. Gives its index id.
@@ -45,6 +45,7 @@ class MailIds {
     // Empty: the mail goes by its index id. Nothing: no name, but the number is taken.
     using Name = std::optional<std::string>;
 
+    platform::Result<std::uint32_t> ReadFiles(platform::File& mbx, platform::File& toc);
     const Name* Find(std::string_view indexId) const;
 
     std::unordered_map<std::uint32_t, Name> m_mapIndexIDToMessageID;

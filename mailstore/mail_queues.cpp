@@ -6,8 +6,8 @@
 
 #include "frame/guard.h"
 #include "mailstore/built_record.h"
-#include "mailstore/in_box.h"
-#include "mailstore/new_mail_writer.h"
+#include "mailstore/eudora_access.h"
+#include "mailstore/mail_fields.h"
 
 namespace mailstore {
 
@@ -21,8 +21,7 @@ RRETURNCODE MailQueues::Send(CEudoraTransUtil& util) {
         const BuiltRecord record(m_lstOutBoxMails.front(), FreeRecord{&util.mapi});
         m_lstOutBoxMails.pop_front();
         if (util.mapi.UpdateMail(record.get()) == 1) continue;
-        ReportMapiError(util);
-        KV_LOG(1, "Updatation failed in CREudoraMail::Close()\n");
+        FailOfMapi(util, "Updatation failed in CREudoraMail::Close()\n");
         m_attach.NameOnlyCopies(util, m_lstOutBoxMails);
         m_attach.FreeRecords(util.mapi, m_lstOutBoxMails);
         return RRC_FAILED;
@@ -44,15 +43,8 @@ RRETURNCODE MailQueues::WriteNewMails(CEudoraTransUtil& util, MailIds& ids) {
         mails.push_back({record, ids.MessageIdOf(indexId).value_or(std::string(indexId))});
         KV_LOG(1, "********* Write Message-ID = %s\n", mails.back().messageId.c_str());
     }
-    const NewMailPlace place{*mbx,
-                             *toc,
-                             util.system.clock,
-                             {util.GetString(StringId::kMailFrom).Str(),
-                              util.GetString(StringId::kAttachmentMark).Str()},
-                             util.system.codePage,
-                             util.csLanguage == "JP",
-                             ids.m_dwNextIndexID};
-    const Appended appended = AppendNewMails(place, mails, m_uncertain);
+    const Appended appended =
+        AppendNewMails(util, *mbx, *toc, mails, ids.m_dwNextIndexID, m_uncertain);
     m_uncertain = appended.uncertain;
     ReleaseStored(util.mapi, appended.written);
     if (appended.failure) return ReportUnwritten(util, appended);
@@ -80,9 +72,7 @@ void MailQueues::FreeAll(CMapi& mapi) {
 
 RRETURNCODE MailQueues::ReportUnwritten(CEudoraTransUtil& util, const Appended& appended) {
     if (appended.isOutOfMemory) {
-        KV_LOG(1, "Out of memory in CREudoraMail::WriteNewMails()\n");
-        util.AddError(StringId::kNoMemory);
-        return RRC_FAILED;
+        return Fail(util, StringId::kNoMemory, "Out of memory in CREudoraMail::WriteNewMails()\n");
     }
     const platform::Failure& failure = *appended.failure;
     KV_LOG(1, "%s in CREudoraMail::WriteNewMails()\n", failure.Message().c_str());

@@ -3,10 +3,9 @@
 #include <list>
 
 #include "frame/trans_util.h"
-#include "mailbox/append.h"
-#include "mailstore/attach_folder.h"
+#include "mailstore/attachments.h"
+#include "mailstore/in_box_writer.h"
 #include "mailstore/mail_ids.h"
-#include "mailstore/mail_status.h"
 
 namespace mailstore {
 

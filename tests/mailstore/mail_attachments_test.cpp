@@ -1,7 +1,7 @@
 #include <cstring>
 #include <set>
 
-#include "mailstore/attachments_out.h"
+#include "mailstore/attachments.h"
 #include "tests/mailstore/reading_fixture.h"
 #include "tests/support/fault_sweep.h"
 

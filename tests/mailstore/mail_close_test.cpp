@@ -1,5 +1,5 @@
-#include "mailstore/attachments_out.h"
-#include "mailstore/in_box.h"
+#include "mailstore/attachments.h"
+#include "mailstore/eudora_access.h"
 #include "tests/mailstore/mail_fixture.h"
 #include "tests/mapi/scripted_library.h"
 
@@ -92,7 +92,7 @@ TEST_F(MailCloseTest, MapiErrorsHaveTexts) {
                                      {26U, "m40"}}) {
         library.results[Entry::kDeleteMail] = {code};
         (void)util.mapi.DeleteMail();
-        mailstore::ReportMapiError(util);
+        (void)mailstore::FailOfMapi(util, nullptr);
         EXPECT_EQ(DrainErrors(), Texts{text}) << code;
     }
 }

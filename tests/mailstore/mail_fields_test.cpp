@@ -1,8 +1,8 @@
 #include <cstring>
 #include <random>
 
-#include "mailstore/mail_body.h"
 #include "mailstore/mail_date.h"
+#include "mailstore/mail_fields.h"
 #include "tests/mailstore/reading_fixture.h"
 #include "text/ascii.h"
 
@@ -147,7 +147,7 @@ TEST(MailBodyTest, TrailersAreCutAsByAScan) {
 // What takes more than time in proportion would not end here.
 TEST(MailBodyTest, LongBodiesTakeTimeInProportion) {
     const std::string lines(10'000'000, '\n');
-    const std::string body = text::Replaced(mailstore::StripFlowedMarks(lines), "\n", "\r\n");
+    const std::string body = mailstore::BodyOf(lines);
     EXPECT_EQ(body.size(), 2 * lines.size());
     EXPECT_EQ(mailstore::LengthWithoutTrailers(body, 1'000'000, "\r\nx"), body.size());
     std::string marks, trailers;
@@ -155,7 +155,7 @@ TEST(MailBodyTest, LongBodiesTakeTimeInProportion) {
         marks += "<x-flowed>a";
         trailers += "\r\n\r\nx";
     }
-    EXPECT_EQ(mailstore::StripFlowedMarks(marks).size(), 500'000U);
+    EXPECT_EQ(mailstore::BodyOf(marks).size(), 500'000U);
     EXPECT_EQ(mailstore::LengthWithoutTrailers(trailers, 500'000, "x"), 0U);
 }
 

@@ -1,7 +1,6 @@
 #include <functional>
 
 #include "integration/locate/locate.h"
-#include "mailstore/start_eudora.h"
 #include "tests/frame/numbered_host.h"
 #include "tests/mailstore/mail_fixture.h"
 #include "tests/mapi/scripted_library.h"
@@ -65,7 +64,6 @@ TEST_F(MailStartTest, Checks) {
 }
 
 TEST_F(MailStartTest, EudoraIsStartedOnceAndGivenTime) {
-    util.csEudoraDir = "C:\\E";
     auto& processes = machine.processes;
     machine.windows.classes.clear();
     std::chrono::milliseconds waited{0};
@@ -73,18 +71,15 @@ TEST_F(MailStartTest, EudoraIsStartedOnceAndGivenTime) {
         waited = timeout;
         return false;
     };
-    EXPECT_EQ(mailstore::RunEudoraPro(util), 0);
-    EXPECT_EQ(processes.started, std::vector<std::string>{"C:\\E\\Eudora.exe"});
+    OpenedMail mails[2];
+    EXPECT_EQ(Start(mails[0]), RRC_OK);
+    EXPECT_EQ(processes.started, Texts{"C:\\E\\Eudora.exe"});
     EXPECT_EQ(waited.count(), 5000);
     EXPECT_EQ(machine.clock.now - std::chrono::system_clock::from_time_t(0),
               std::chrono::milliseconds(4500));
-    machine.windows.classes.insert("EudoraMainWindow");
-    EXPECT_EQ(mailstore::RunEudoraPro(util), 0);
-    EXPECT_EQ(processes.started.size(), 1U);
-    EXPECT_EQ(machine.clock.sleeps, 1);
-    machine.windows.classes.clear();
+    TearDown();
     processes.refuseStart = true;
-    EXPECT_EQ(mailstore::RunEudoraPro(util), 1);
+    EXPECT_EQ(Start(mails[1]), RRC_OK);
     EXPECT_EQ(machine.clock.sleeps, 1) << "nothing to wait for";
 }
 

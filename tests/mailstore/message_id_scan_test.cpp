@@ -1,4 +1,4 @@
-#include "mailbox/message_id_scan.h"
+#include "mailbox/mailbox_index.h"
 
 #include <gtest/gtest.h>
 

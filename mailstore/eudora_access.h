@@ -5,9 +5,13 @@
 #include "frame/trans_util.h"
 #include "platform/os/files.h"
 
-// The two files of Eudora's in-box, and the messages about mails. The files lie in Eudora's folder;
-// the bundle has their name. Paths are Windows paths in the system code page.
+// What mails need of Eudora: the program, the two files of its in-box, and messages about both. The
+// files lie in Eudora's folder; the bundle has their name. Paths are Windows paths in the system
+// code page. Results are RRC_OK or RRC_FAILED with a message.
 namespace mailstore {
+
+// Brings up Eudora, its MAPI library and a session.
+RRETURNCODE BringUp(CEudoraTransUtil& util);
 
 // `extension` is ".mbx" or ".toc". The folder, which does not open as a file, if the bundle has no
 // name for the in-box.
@@ -25,9 +29,13 @@ std::unique_ptr<platform::File> OpenInBoxFile(CEudoraTransUtil& util, const char
 // Queues the message for a file of the in-box that could not be changed.
 void ReportInBoxFile(CEudoraTransUtil& util, const platform::Failure& failure,
                      const char* extension);
+// Logs a line and queues a message; gives RRC_FAILED.
+RRETURNCODE Fail(CEudoraTransUtil& util, frame::StringId message, const char* log);
 // Queues a message with the name of a thing; a bundle without that text still names the thing.
 void ReportNamed(CEudoraTransUtil& util, frame::StringId id, const CString& name);
-// Queues the text for the last error of the MAPI library.
-void ReportMapiError(CEudoraTransUtil& util);
+// The same with the text for the last error of the MAPI library, and without a log line for null.
+RRETURNCODE FailOfMapi(CEudoraTransUtil& util, const char* log);
+// Says that there is no such mail.
+RRETURNCODE FailOfNoMail(CEudoraTransUtil& util);
 
 }  // namespace mailstore
