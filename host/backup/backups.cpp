@@ -5,8 +5,8 @@
 #include <nlohmann/json.hpp>
 
 #include "host/base/failure.h"
-#include "host/base/folders.h"
-#include "host/base/json_text.h"
+#include "host/base/output.h"
+#include "host/base/paths.h"
 #include "platform/os/safe_write.h"
 #include "text/calendar.h"
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <new>
 #include <optional>
 #include <string>
 
@@ -54,6 +55,16 @@ inline Failure RefusedFor(std::string thing, std::string what, std::string advic
 // The work began and did not succeed.
 inline Failure Failed(std::string what, std::string advice = {}) {
     return {ExitCode::kFailed, std::move(what), std::move(advice)};
+}
+
+// Does a piece of work that can take much memory: where memory runs out, that is its failure.
+template <class Work>
+auto OrOutOfMemory(const Work& work) -> decltype(work()) {
+    try {
+        return work();
+    } catch (const std::bad_alloc&) {
+        return Failed("memory ran out");
+    }
 }
 
 }  // namespace host::base

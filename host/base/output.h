@@ -1,6 +1,10 @@
 #pragma once
 
+#include <cstddef>
+#include <string>
 #include <string_view>
+
+#include <nlohmann/json_fwd.hpp>
 
 namespace host::base {
 
@@ -20,5 +24,21 @@ void PrintError(std::string_view text);
 void PrintLog(std::string_view text);
 // The line on standard error that the next one replaces; an empty one takes it away.
 void ShowProgress(std::string_view text);
+
+// The text with each character that would drive the terminal or turn the order of text around, and
+// each byte that is no UTF-8, replaced by one that can be seen; line ends and tabs stay.
+std::string Visible(std::string_view text);
+// The same, with line ends and tabs replaced too.
+std::string OneLine(std::string_view text);
+// JSON on one line, or indented, of texts that may hold anything: bytes that are no UTF-8 become
+// U+FFFD, and what would drive a terminal stands as an escape.
+std::string JsonText(const nlohmann::ordered_json& json, int indent = -1);
+
+// In columns of the terminal; East Asian characters take two.
+std::size_t Width(const std::string& text);
+// With blanks up to that width.
+std::string Padded(std::string text, std::size_t width);
+// Cut at a whole character to that width at most, then padded.
+std::string Column(const std::string& text, std::size_t width);
 
 }  // namespace host::base

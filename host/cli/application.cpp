@@ -36,7 +36,7 @@ struct Request {
     Options options;
     Action action;
     std::string what, name, script, toFolder, kind;
-    MailLimitTexts limits;
+    translator::MailLimitChanges limits;
 };
 
 template <class Wanted>

@@ -4,13 +4,11 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/base/json_text.h"
-#include "host/base/native_path.h"
 #include "host/base/output.h"
+#include "host/base/paths.h"
 #include "host/cli/workplace.h"
 #include "host/dialogs/terminal_dialogs.h"
 #include "host/eudora/nickname_file.h"
-#include "host/translator/mail_settings.h"
 #include "host/translator/module_messages.h"
 #include "text/ascii.h"
 
@@ -31,23 +29,6 @@ std::string WrongNumber(const std::string& text, std::int32_t most) {
     return "must be off or a number from 0 to " + std::to_string(most) + ", not " + text;
 }
 
-// "off", or "on" with a number behind it.
-void Read(const std::optional<std::string>& text, std::optional<bool>& limits,
-          std::optional<std::int32_t>& number) {
-    if (!text) return;
-    limits = *text != "off";
-    number = ParseNumber(*text, std::numeric_limits<std::int32_t>::max());
-}
-
-translator::MailLimitChanges ChangesOf(const MailLimitTexts& texts) {
-    translator::MailLimitChanges changes;
-    Read(texts.age, changes.limitsAge, changes.ageDays);
-    Read(texts.size, changes.limitsSize, changes.sizeKB);
-    Read(texts.attachmentSize, changes.limitsAttachments, changes.attachmentKB);
-    if (texts.attachments) changes.attachments = *texts.attachments == "on";
-    return changes;
-}
-
 // Lets a person choose in the translator's own dialog. False if the person cancelled it.
 base::Result<bool> Ask(translator::TranslatorSession& session, std::string& selection,
                        const char* otherwise) {
@@ -60,8 +41,7 @@ base::Result<bool> Ask(translator::TranslatorSession& session, std::string& sele
         }
     }
     const translator::DialogsShownBy shown(dialogs.get());
-    std::string summary;
-    return session.Select(selection, summary, true);
+    return session.Select(selection, true);
 }
 
 // Gives the nickname file as a Windows path; nothing if the person cancelled the dialog.
@@ -72,23 +52,21 @@ base::Result<std::optional<std::string>> ChooseContacts(Workplace& workplace,
     if (!session) return session.Error();
     auto selection = eudora::ChooseNicknameFile(options.setup, workplace.Setup());
     if (!selection) return selection.Error();
-    std::string summary;
     const auto chosen = options.setup.nicknameFile
-                            ? session->Select(*selection, summary, false)
+                            ? session->Select(*selection)
                             : Ask(*session, *selection, "name the file with --nickname-file FILE");
     if (!chosen) return chosen.Error();
     return *chosen ? std::optional(*selection) : std::nullopt;
 }
 
 base::Result<bool> Change(translator::TranslatorSession& session, const std::string& selection,
-                          const MailLimitTexts& texts) {
-    if (texts.IsEmpty()) {
+                          const translator::MailLimitChanges& changes) {
+    if (changes.IsEmpty()) {
         std::string asked = selection;
         return Ask(session, asked,
                    "say what is wanted with --age, --size, --attachments and --attachment-size");
     }
-    if (auto changed = translator::ChangeMailLimits(session, selection, ChangesOf(texts));
-        !changed) {
+    if (auto changed = translator::ChangeMailLimits(session, selection, changes); !changed) {
         return changed.Error();
     }
     return true;
@@ -144,7 +122,7 @@ Ending ConfigureContacts(const Options& options) {
     return base::ExitCode::kChangesMade;
 }
 
-Ending ConfigureMail(const Options& options, const MailLimitTexts& texts) {
+Ending ConfigureMail(const Options& options, const translator::MailLimitChanges& changes) {
     auto workplace = Workplace::EnterForMail(options);
     if (!workplace) return workplace.Error();
     auto session =
@@ -154,7 +132,7 @@ Ending ConfigureMail(const Options& options, const MailLimitTexts& texts) {
     if (!selection) return selection.Error();
     const auto before = translator::ReadMailLimits(*session, *selection);
     if (!before) return before.Error();
-    const auto accepted = Change(*session, *selection, texts);
+    const auto accepted = Change(*session, *selection, changes);
     if (!accepted) return accepted.Error();
     const auto after = translator::ReadMailLimits(*session, *selection);
     if (!after) return after.Error();

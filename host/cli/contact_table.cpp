@@ -4,9 +4,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/base/json_text.h"
-#include "host/base/native_path.h"
-#include "host/base/terminal_text.h"
+#include "host/base/output.h"
+#include "host/base/paths.h"
 
 namespace host::cli {
 

@@ -1,6 +1,6 @@
 #include "host/base/failure.h"
-#include "host/base/native_path.h"
 #include "host/base/output.h"
+#include "host/base/paths.h"
 #include "host/cli/commands.h"
 #include "host/cli/mail_table.h"
 #include "host/cli/workplace.h"

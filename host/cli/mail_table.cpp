@@ -4,9 +4,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/base/json_text.h"
-#include "host/base/native_path.h"
-#include "host/base/terminal_text.h"
+#include "host/base/output.h"
+#include "host/base/paths.h"
 #include "host/mail/encoded_words.h"
 #include "host/mail/mail_text.h"
 #include "text/ascii.h"

@@ -5,8 +5,7 @@
 #define TOML_EXCEPTIONS 0
 #include <toml++/toml.h>
 
-#include "host/base/failure.h"
-#include "host/base/native_path.h"
+#include "host/base/paths.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
 

@@ -2,7 +2,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/base/json_text.h"
 #include "host/base/output.h"
 
 namespace host::cli {

@@ -1,7 +1,7 @@
 #include <fstream>
 #include <iostream>
 
-#include "host/base/native_path.h"
+#include "host/base/paths.h"
 #include "host/cli/commands.h"
 #include "host/cli/workplace.h"
 #include "host/dialogs/terminal_dialogs.h"

@@ -1,4 +1,4 @@
-#include "host/base/native_path.h"
+#include "host/base/paths.h"
 #include "host/cli/commands.h"
 #include "host/cli/mail_sync_run.h"
 #include "host/cli/sync_output.h"

@@ -1,8 +1,7 @@
 #include "host/cli/workplace.h"
 
-#include "host/base/failure.h"
-#include "host/base/native_path.h"
 #include "host/base/output.h"
+#include "host/base/paths.h"
 #include "host/eudora/nickname_file.h"
 #include "host/translator/in_box.h"
 #include "platform/os/program.h"
@@ -44,9 +43,8 @@ base::Result<std::string> Workplace::NicknameFile(bool forWriting) {
     if (chosen->empty()) {
         auto session = translator::TranslatorSession::Create(*m_host, translator::kContactsKind);
         if (!session) return session.Error();
-        std::string summary;
         // A missing default file is told below, in the words of all other missing files.
-        if (auto selected = session->Select(*chosen, summary, false); !selected) {
+        if (auto selected = session->Select(*chosen); !selected) {
             *chosen = m_setup.eudoraFolder + "\\nndbase.txt";
         }
     }

@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <vector>
 
-#include "host/base/native_path.h"
-#include "host/base/terminal_text.h"
+#include "host/base/output.h"
+#include "host/base/paths.h"
 #include "host/dialogs/screen.h"
 #include "platform/os/system.h"
 #include "text/path.h"

@@ -7,7 +7,7 @@
 #include <map>
 #include <string>
 
-#include "host/base/native_path.h"
+#include "host/base/paths.h"
 #include "host/dialogs/form_layout.h"
 #include "host/dialogs/screen.h"
 

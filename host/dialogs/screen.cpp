@@ -8,7 +8,7 @@
 #include <clocale>
 #include <cwchar>
 
-#include "host/base/terminal_text.h"
+#include "host/base/output.h"
 #include "text/utf.h"
 
 namespace host::dialogs {

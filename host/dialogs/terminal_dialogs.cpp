@@ -2,8 +2,8 @@
 
 #include <newt.h>
 
-#include "host/base/native_path.h"
-#include "host/base/terminal_text.h"
+#include "host/base/output.h"
+#include "host/base/paths.h"
 #include "host/dialogs/file_form.h"
 #include "host/dialogs/modal_form.h"
 #include "host/dialogs/screen.h"

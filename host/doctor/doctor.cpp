@@ -2,10 +2,9 @@
 
 #include <filesystem>
 
-#include "host/base/folders.h"
-#include "host/base/native_path.h"
+#include "host/base/paths.h"
 #include "host/doctor/eudora_findings.h"
-#include "host/translator/module_library.h"
+#include "host/translator/translator_host.h"
 #include "platform/os/system.h"
 
 namespace host::doctor {
@@ -31,10 +30,10 @@ Finding StateFinding() {
 }
 
 Finding LibraryFinding(std::string& folder) {
-    auto path = translator::ModuleLibrary::Find();
+    auto path = translator::TranslatorHost::FindLibrary();
     if (!path) return FaultOf("translator library", path.Error());
     folder = base::FromPath(base::ToPath(*path).parent_path());
-    if (auto loaded = translator::ModuleLibrary::Load(*path); !loaded) {
+    if (auto loaded = translator::TranslatorHost::Load(*path, {}); !loaded) {
         return FaultOf("translator library", loaded.Error());
     }
     return {Health::kGood, "translator library", *path, {}};

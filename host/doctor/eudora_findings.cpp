@@ -1,6 +1,6 @@
 #include "host/doctor/eudora_findings.h"
 
-#include "host/base/native_path.h"
+#include "host/base/paths.h"
 #include "host/eudora/nickname_file.h"
 #include "host/eudora/outside_names.h"
 #include "host/translator/in_box.h"

@@ -7,13 +7,11 @@
 #include <sstream>
 #include <vector>
 
-#include "host/base/folders.h"
-#include "host/base/native_path.h"
-#include "host/eudora/setup.h"
-#include "host/eudora/shadow_folder.h"
+#include "host/base/paths.h"
 #include "platform/os/program.h"
 #include "platform/os/safe_write.h"
 #include "platform/os/system.h"
+#include "text/ascii.h"
 
 namespace host::eudora {
 
@@ -91,14 +89,85 @@ base::Status MakePrefix(const std::string& path, const std::string& eudora, unsi
     return Write(basis, registry);
 }
 
+base::Status StatusOf(const std::error_code& error, const fs::path& path) {
+    if (!error) return {};
+    return base::Refused(base::FromPath(path) + " cannot be made: " + error.message(),
+                         "check the temporary folder");
+}
+
+// A link to a folder becomes a folder of links to what that one holds.
+base::Status Unfold(const fs::path& path) {
+    std::error_code error;
+    if (!fs::is_symlink(path, error)) return {};
+    const fs::path real = fs::canonical(path, error);
+    if (error) return StatusOf(error, path);
+    fs::remove(path, error);
+    fs::create_directory(path, error);
+    if (error) return StatusOf(error, path);
+    for (const auto& entry : fs::directory_iterator(real, error)) {
+        fs::create_symlink(entry.path(), path / entry.path().filename(), error);
+        if (error) return StatusOf(error, path);
+    }
+    return StatusOf(error, path);
+}
+
+// The name that `folder` has for it; as it is spelt if there is none.
+fs::path Spelt(const fs::path& folder, const std::string& name) {
+    std::error_code ignored;
+    if (fs::exists(fs::symlink_status(folder / base::ToPath(name), ignored)))
+        return base::ToPath(name);
+    for (const auto& entry : fs::directory_iterator(folder, ignored)) {
+        if (text::EqualNoCase(base::FromPath(entry.path().filename()), name))
+            return entry.path().filename();
+    }
+    return base::ToPath(name);
+}
+
+// The folder `root`, a link or a folder of links already, becomes a folder of links with the
+// folders below it that `names` lead to: what is read through them is there as it is, and what is
+// made in them is made beside it, not in it. Links on the way are followed, names are matched
+// without regard to case, and what does not exist is made.
+base::Status ShadowFolder(const std::string& root, const std::vector<std::string>& names) {
+    fs::path path = base::ToPath(root);
+    if (auto unfolded = Unfold(path); !unfolded) return unfolded;
+    for (const std::string& name : names) {
+        path /= Spelt(path, name);
+        if (auto unfolded = Unfold(path); !unfolded) return unfolded;
+        std::error_code error;
+        fs::create_directory(path, error);
+        if (error) return StatusOf(error, path);
+    }
+    return {};
+}
+
+// The Wine prefix `shadow` becomes one whose drives lead where those of `prefix` do, with a copy of
+// the machine's registry.
+base::Status ShadowPrefix(const std::string& prefix, const std::string& shadow) {
+    const fs::path from = base::ToPath(prefix), to = base::ToPath(shadow);
+    std::error_code error;
+    fs::create_directories(to / "dosdevices", error);
+    if (error) return StatusOf(error, to);
+    for (const auto& entry : fs::directory_iterator(from / "dosdevices", error)) {
+        std::error_code broken;
+        const fs::path real = fs::canonical(entry.path(), broken);
+        if (broken) continue;
+        fs::create_symlink(real, to / "dosdevices" / entry.path().filename(), error);
+        if (error) return StatusOf(error, to);
+    }
+    if (error) return StatusOf(error, from);
+    // Without the person's registry the temporary folder is that of the drive.
+    fs::copy_file(from / "system.reg", to / "system.reg", error);
+    return StatusOf(error, to);
+}
+
 // A new one for each run, since what exists already may be anybody's.
-base::Status TakeTemporaryPrefix(Machine& machine) {
+base::Status TakeTemporaryPrefix(Setup& setup) {
     const auto folder = platform::NativeFiles().TempFolder();
     if (!folder) return folder.Error();
     const auto made = platform::NativeFiles().CreateTempFolder(*folder, "kvsync-");
     if (!made) return made.Error();
-    machine.privatePrefix = *made;
-    machine.temporary = std::shared_ptr<const void>(nullptr, [path = *made](const void*) {
+    setup.privatePrefix = *made;
+    setup.temporary = std::shared_ptr<const void>(nullptr, [path = *made](const void*) {
         std::error_code ignored;
         fs::remove_all(base::ToPath(path), ignored);
     });
@@ -106,30 +175,29 @@ base::Status TakeTemporaryPrefix(Machine& machine) {
 }
 
 base::Status UseBareFolder(const SetupOptions& options, const std::string& stateFolder,
-                           Machine& machine) {
-    constexpr const char* kSettingsFolder = "C:\\kvsync";
+                           Setup& setup) {
     if (auto checked = base::CheckFolder(*options.eudora, "the Eudora folder"); !checked) {
         return checked;
     }
     const std::string folder = WithoutLinks(*options.eudora);
     const unsigned codePage = options.codePage.value_or(kUsualCodePage);
-    machine.key = KeyOf(folder);
-    machine.shown = folder;
-    machine.settingsDir = kSettingsFolder;
-    const fs::path kept = base::ToPath(stateFolder) / "prefixes" / base::ToPath(machine.key);
-    machine.privatePrefix = base::FromPath(kept);
-    if (!options.writesNothing) return MakePrefix(machine.privatePrefix, folder, codePage);
-    if (auto taken = TakeTemporaryPrefix(machine); !taken) return taken;
-    if (auto made = MakePrefix(machine.privatePrefix, folder, codePage); !made) return made;
+    setup.memoryKey = KeyOf(folder);
+    setup.eudoraShown = folder;
+    setup.init.settingsDir = "C:\\kvsync";
+    const fs::path kept = base::ToPath(stateFolder) / "prefixes" / setup.memoryKey;
+    setup.privatePrefix = base::FromPath(kept);
+    if (!options.writesNothing) return MakePrefix(setup.privatePrefix, folder, codePage);
+    if (auto taken = TakeTemporaryPrefix(setup); !taken) return taken;
+    if (auto made = MakePrefix(setup.privatePrefix, folder, codePage); !made) return made;
     // It is to see what the next real run will see.
-    const fs::path drive = base::ToPath(machine.privatePrefix) / "drive_c";
+    const fs::path drive = base::ToPath(setup.privatePrefix) / "drive_c";
     std::error_code ignored;
     fs::copy(kept / "drive_c" / "kvsync", drive / "kvsync",
              fs::copy_options::recursive | fs::copy_options::overwrite_existing, ignored);
     return ShadowFolder(base::FromPath(drive / "Eudora"), {});
 }
 
-base::Status UsePrefix(const SetupOptions& options, Machine& machine) {
+base::Status UsePrefix(const SetupOptions& options, Setup& setup) {
     std::string prefix;
     if (options.winePrefix) {
         prefix = WithoutLinks(*options.winePrefix);
@@ -146,31 +214,26 @@ base::Status UsePrefix(const SetupOptions& options, Machine& machine) {
             prefix + " is no Wine prefix",
             "name one with --wine-prefix DIR, or Eudora's own folder with --eudora DIR");
     }
-    machine.key = KeyOf(prefix);
-    machine.shown = "the Wine prefix " + prefix;
+    setup.memoryKey = KeyOf(prefix);
+    setup.eudoraShown = "the Wine prefix " + prefix;
     if (!options.writesNothing) return platform::SetEnvironment("WINEPREFIX", prefix);
-    if (auto taken = TakeTemporaryPrefix(machine); !taken) return taken;
-    const std::string& path = machine.privatePrefix;
-    if (auto made = ShadowPrefix(WithoutLinks(prefix), path); !made) return made;
-    return ShadowFolder(path + "/dosdevices/c:", {"windows", "temp"});
+    if (auto taken = TakeTemporaryPrefix(setup); !taken) return taken;
+    if (auto made = ShadowPrefix(WithoutLinks(prefix), setup.privatePrefix); !made) return made;
+    return ShadowFolder(setup.privatePrefix + "/dosdevices/c:", {"windows", "temp"});
 }
 
 }  // namespace
 
-base::Result<Machine> UseMachine(const SetupOptions& options, const std::string& stateFolder) {
-    Machine machine;
-    if (base::UsesWindowsPaths()) return machine;
+base::Status UseMachine(const SetupOptions& options, const std::string& stateFolder, Setup& setup) {
+    if (base::UsesWindowsPaths()) return {};
     const auto used =
-        options.eudora ? UseBareFolder(options, stateFolder, machine) : UsePrefix(options, machine);
-    if (!used) return used.Error();
-    if (machine.privatePrefix.empty()) return machine;
-    if (auto set = platform::SetEnvironment("WINEPREFIX", machine.privatePrefix); !set) {
-        return set.Error();
-    }
-    return machine;
+        options.eudora ? UseBareFolder(options, stateFolder, setup) : UsePrefix(options, setup);
+    if (!used || setup.privatePrefix.empty()) return used;
+    return platform::SetEnvironment("WINEPREFIX", setup.privatePrefix);
 }
 
-base::Status ShadowEudora(const Machine& machine, const std::string& folder) {
+base::Status ShadowEudora(const Setup& setup) {
+    const std::string folder = base::ToUtf8(setup.eudoraFolder);
     if (folder.size() < 3 || folder[1] != ':') return {};
     const char letter = static_cast<char>(folder[0] | 0x20);
     std::vector<std::string> names;
@@ -178,7 +241,7 @@ base::Status ShadowEudora(const Machine& machine, const std::string& folder) {
     for (std::string name; std::getline(rest, name, '\\');) {
         if (!name.empty()) names.push_back(name);
     }
-    return ShadowFolder(machine.privatePrefix + "/dosdevices/" + letter + ":", names);
+    return ShadowFolder(setup.privatePrefix + "/dosdevices/" + letter + ":", names);
 }
 
 std::string KeyOf(const std::string& text) {

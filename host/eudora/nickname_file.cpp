@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "host/base/native_path.h"
-#include "host/eudora/choice.h"
+#include "host/base/paths.h"
 #include "platform/os/system.h"
 #include "text/path.h"
 
@@ -15,6 +14,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* kChoice = "nickname-file";
+constexpr std::uint64_t kLargestFile = std::uint64_t{1} << 30;
 constexpr const char* kChoose = "choose one with --nickname-file or kvsync configure contacts";
 
 // The part of `path` below `folder`; nothing if it is not inside.
@@ -35,7 +35,7 @@ base::Result<std::string> NamedFile(const std::string& named, const Setup& setup
         return base::Refused("the nickname file " + named + " does not exist", "check the path");
     }
     const std::string path = WithoutLinks(named);
-    if (!setup.machine.privatePrefix.empty()) {
+    if (!setup.privatePrefix.empty()) {
         // Inside the bare folder the drive's own link leads to it.
         if (auto rest = Below(base::ToPath(setup.eudoraShown), base::ToPath(path))) {
             std::ranges::replace(*rest, '/', '\\');
@@ -75,7 +75,7 @@ base::Status CheckNicknameFile(const std::string& windowsPath, bool forWriting) 
         return base::Refused("the nickname file " + shown + " does not exist", kChoose);
     }
     if (info->isFolder) return base::Refused(shown + " is a folder, not a nickname file", kChoose);
-    if (info->size > kLargestNicknameFile) {
+    if (info->size > kLargestFile) {
         return base::Refused(
             shown + " has " + std::to_string(info->size) + " bytes, more than any nickname file",
             kChoose);

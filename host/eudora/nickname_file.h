@@ -1,14 +1,10 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 
-#include "host/base/failure.h"
+#include "host/eudora/setup.h"
 
 namespace host::eudora {
-
-struct Setup;
-struct SetupOptions;
 
 // Which nickname file to work on, as a Windows path: the one that the options name, else the one
 // that `configure` chose, else nndbase.txt of Eudora's folder if there is one, else none ("": the
@@ -21,7 +17,5 @@ base::Status RememberNicknameFile(const Setup& setup, const std::string& windows
 // kRefused, with the way out, if there is no such file, it cannot be read (or written, if that is
 // wanted), or is too large for a nickname file.
 base::Status CheckNicknameFile(const std::string& windowsPath, bool forWriting);
-
-inline constexpr std::uint64_t kLargestNicknameFile = std::uint64_t{1} << 30;
 
 }  // namespace host::eudora

@@ -1,7 +1,6 @@
 #include "host/eudora/outside_names.h"
 
-#include "host/base/failure.h"
-#include "host/base/native_path.h"
+#include "host/base/paths.h"
 #include "platform/os/system.h"
 
 namespace host::eudora {

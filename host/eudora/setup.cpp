@@ -2,10 +2,10 @@
 
 #include <filesystem>
 
-#include "host/base/failure.h"
-#include "host/base/folders.h"
-#include "host/base/native_path.h"
+#include "host/base/paths.h"
+#include "host/eudora/machine.h"
 #include "platform/os/program.h"
+#include "platform/os/safe_write.h"
 #include "platform/os/system.h"
 #include "text/path.h"
 
@@ -14,6 +14,10 @@ namespace host::eudora {
 namespace fs = std::filesystem;
 
 namespace {
+
+std::string InMemory(const Setup& setup, const char* what) {
+    return base::FromPath(base::ToPath(setup.memoryFolder) / what);
+}
 
 // Where the registry says that Eudora is. A folder named by hand must be that one.
 base::Status FindFolder(const SetupOptions& options, Setup& setup) {
@@ -59,9 +63,8 @@ base::Status FindFolder(const SetupOptions& options, Setup& setup) {
 
 base::Status ChooseSettingsFolder(const SetupOptions& options, Setup& setup) {
     if (!options.settings && !setup.init.settingsDir.empty()) return {};
-    const std::string folder = options.settings
-                                   ? WithoutLinks(*options.settings)
-                                   : base::FromPath(base::ToPath(setup.memoryFolder) / "settings");
+    const std::string folder =
+        options.settings ? WithoutLinks(*options.settings) : InMemory(setup, "settings");
     if (options.settings) {
         if (auto checked = base::CheckFolder(folder, "the settings folder"); !checked)
             return checked;
@@ -102,36 +105,43 @@ base::Result<std::string> StateFolder() {
 }
 
 base::Result<Setup> Prepare(const SetupOptions& options) {
+    const bool isWindows = base::UsesWindowsPaths();
     Setup setup;
-    auto state = StateFolder();
+    const auto state = StateFolder();
     if (!state) return state.Error();
-    setup.stateFolder = *state;
-    if (!options.writesNothing && !base::UsesWindowsPaths()) {
+    if (!options.writesNothing && !isWindows) {
         // One of an earlier version may be open to others.
         std::error_code none;
         fs::permissions(base::ToPath(*state), fs::perms::owner_all, none);
     }
     setup.init.language = options.language.value_or("EN");
-    auto machine = UseMachine(options, *state);
-    if (!machine) return machine.Error();
-    if (base::UsesWindowsPaths() && options.eudora) {
+    if (auto used = UseMachine(options, *state, setup); !used) return used.Error();
+    if (isWindows && options.eudora) {
         if (auto checked = base::CheckFolder(*options.eudora, "the Eudora folder"); !checked) {
             return checked.Error();
         }
     }
-    setup.machine = *std::move(machine);
-    setup.eudoraShown = setup.machine.shown;
-    setup.memoryKey = setup.machine.key;
-    setup.init.settingsDir = setup.machine.settingsDir;
     if (auto found = FindFolder(options, setup); !found) return found.Error();
-    if (options.writesNothing && !base::UsesWindowsPaths() && !options.eudora) {
-        const auto made = ShadowEudora(setup.machine, base::ToUtf8(setup.eudoraFolder));
-        if (!made) return made.Error();
+    if (options.writesNothing && !isWindows && !options.eudora) {
+        if (auto made = ShadowEudora(setup); !made) return made.Error();
     }
-    setup.memoryFolder =
-        base::FromPath(base::ToPath(setup.stateFolder) / "eudora" / base::ToPath(setup.memoryKey));
+    setup.memoryFolder = base::FromPath(base::ToPath(*state) / "eudora" / setup.memoryKey);
     if (auto chosen = ChooseSettingsFolder(options, setup); !chosen) return chosen.Error();
     return setup;
+}
+
+base::Result<std::string> Chosen(const Setup& setup, const char* what) {
+    constexpr std::uint64_t kLongestPath = 4096;
+    const std::string file = InMemory(setup, what);
+    if (!platform::NativeFiles().Exists(file)) return std::string();
+    auto path = platform::ReadWhole(platform::NativeFiles(), file, kLongestPath);
+    if (!path) return path.Error();
+    return platform::NativeSystem().files.Exists(*path) ? *path : std::string();
+}
+
+base::Status Choose(const Setup& setup, const char* what, const std::string& windowsPath) {
+    if (auto made = base::MakeOwnFolders(setup.memoryFolder); !made) return made;
+    return platform::WriteWhole(platform::NativeFiles(), InMemory(setup, what), windowsPath);
 }
 
 base::Status RefuseMailsElsewhere(const Setup& setup) {

@@ -1,10 +1,10 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 
 #include "host/base/failure.h"
-#include "host/eudora/machine.h"
 
 namespace host::eudora {
 
@@ -13,9 +13,7 @@ inline constexpr unsigned kUsualCodePage = 1252;
 // What InitTranslatorEx is told; texts in the system code page, paths Windows paths.
 struct InitTexts {
     std::string settingsDir;  // settings files, and first choice for the language bundles
-    std::string envDir;       // second choice for the language bundles
     std::string language;     // EN, DE, FR, ES, IT, PT, JP
-    std::string altLanguage;
 };
 
 // Which Eudora to work on, as the person says it. Paths are native, in UTF-8.
@@ -31,18 +29,19 @@ struct SetupOptions {
     bool writesNothing = false;  // a dry run: what has to be made is made in the temporary folder
 };
 
-// One Eudora, found and ready for the module. The module works on it as long as this lives.
+// One Eudora, found and ready for the module. The module works on it as long as this lives. Texts
+// are UTF-8 but where it is said.
 struct Setup {
     InitTexts init;
     std::string eudoraFolder;  // Windows path, system code page
-    std::string eudoraShown;   // the folder as a person knows it, UTF-8
+    std::string eudoraShown;   // the folder as a person knows it
     // Where Eudora is installed, if that is another folder: then that one's mails are all that
     // Windows gives.
     std::string mailsElsewhere;
-    std::string stateFolder;   // native; kvsync's own folder
-    std::string memoryKey;     // the same for each run on this Eudora, different for another
-    std::string memoryFolder;  // native; what kvsync remembers of this Eudora alone
-    Machine machine;
+    std::string memoryKey;      // the same for each run on this Eudora, different for another
+    std::string memoryFolder;   // native; what kvsync remembers of this Eudora alone
+    std::string privatePrefix;  // native; a prefix of our own, if the module works on one
+    std::shared_ptr<const void> temporary;  // removes a prefix that was made for this run alone
 };
 
 // Finds Eudora, points this process at its machine (at the first call; NativeSystem must not have
@@ -55,6 +54,11 @@ base::Status RefuseRunningEudora(const Setup& setup);
 
 // kRefused if the mails that the module would give are those of another folder.
 base::Status RefuseMailsElsewhere(const Setup& setup);
+
+// A file that a person chose for this Eudora, for all runs on it, as a Windows path; "" if nothing
+// was chosen, or the file is gone. `what` names the choice in kvsync's own folder.
+base::Result<std::string> Chosen(const Setup& setup, const char* what);
+base::Status Choose(const Setup& setup, const char* what, const std::string& windowsPath);
 
 // The key of the local machine in which Eudora's set-up leaves its place.
 inline constexpr const char* kAppPaths =

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "host/base/out_of_memory.h"
+#include "host/base/failure.h"
 #include "host/mail/attachment_part.h"
 #include "host/mail/header_block.h"
 #include "host/mail/mail_text.h"

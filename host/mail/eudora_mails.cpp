@@ -4,8 +4,7 @@
 #include <utility>
 
 #include "host/base/failure.h"
-#include "host/base/native_path.h"
-#include "host/base/out_of_memory.h"
+#include "host/base/paths.h"
 #include "platform/kvutil/kvutil.h"
 #include "platform/os/code_page.h"
 #include "platform/os/system.h"
@@ -117,8 +116,7 @@ base::Result<std::unique_ptr<MailSource>> EudoraMails::Open(translator::Translat
 // The same translator keeps its index of the mailbox when it is closed and opened again.
 base::Status EudoraMails::LiftLimits() {
     if (auto closed = m_session.Close(); !closed) return closed;
-    translator::MailLimitChanges changes;
-    changes.limitsAge = changes.limitsSize = false;
+    const translator::MailLimitChanges changes{"off", "off", {}, {}};
     if (auto lifted = translator::ChangeMailLimits(m_session, m_selection, changes); !lifted)
         return lifted;
     if (auto opened = m_session.Open(); !opened) return opened;

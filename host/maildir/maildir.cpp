@@ -6,7 +6,7 @@
 #include <random>
 #include <unordered_map>
 
-#include "host/base/folders.h"
+#include "host/base/paths.h"
 #include "platform/os/program.h"
 #include "text/ascii.h"
 #include "text/mail_view.h"

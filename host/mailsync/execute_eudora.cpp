@@ -3,7 +3,7 @@
 #include <sstream>
 #include <utility>
 
-#include "host/base/out_of_memory.h"
+#include "host/base/failure.h"
 #include "host/mail/parse.h"
 
 namespace host::mailsync {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "host/base/out_of_memory.h"
+#include "host/base/failure.h"
 #include "host/mail/encoded_words.h"
 #include "host/mail/message_id.h"
 #include "host/mail/parse.h"

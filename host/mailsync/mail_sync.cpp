@@ -4,7 +4,7 @@
 
 #include "host/backup/backups.h"
 #include "host/base/failure.h"
-#include "host/base/folders.h"
+#include "host/base/paths.h"
 #include "host/base/progress.h"
 #include "host/mailsync/execute_mail.h"
 #include "host/mailsync/load_mail.h"

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "host/base/failure.h"
-#include "host/translator/host_context.h"
+#include "host/translator/translator_session.h"
 #include "host/translator/translator_host.h"
 
 namespace host::shell {

@@ -10,7 +10,7 @@
 
 #include "host/shell/cell.h"
 #include "host/shell/filters.h"
-#include "host/translator/batch_sink.h"
+#include "host/translator/translator_session.h"
 
 namespace host::shell {
 

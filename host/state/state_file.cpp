@@ -6,7 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/base/failure.h"
-#include "host/base/folders.h"
+#include "host/base/paths.h"
 #include "host/state/state_database.h"
 
 namespace host::state {

@@ -2,7 +2,6 @@
 
 #include <string_view>
 
-#include "host/base/failure.h"
 #include "host/translator/mail_settings.h"
 #include "mailbox/toc_file.h"
 #include "platform/os/system.h"

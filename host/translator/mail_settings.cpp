@@ -3,8 +3,7 @@
 #include <charconv>
 #include <map>
 
-#include "host/base/failure.h"
-#include "host/eudora/choice.h"
+#include "host/eudora/setup.h"
 #include "host/translator/module_messages.h"
 #include "platform/kvutil/kvutil.h"
 
@@ -53,36 +52,29 @@ MailLimits Read(UnseenView& view) {
             view.Number(kAttachmentKB)};
 }
 
-struct Switch {
-    int control;
-    std::optional<bool> MailLimitChanges::*value;
-};
-
-struct NumberBox {
-    int control;
-    std::optional<std::int32_t> MailLimitChanges::*value;
+// A change of the limits and its controls; one without number has 0 there.
+struct Limit {
+    std::optional<std::string> MailLimitChanges::*change;
+    int box, number;
 };
 
 // The box above the attachments' limit before the one of the limit, which it switches off.
-constexpr Switch kSwitches[] = {{kLimitsAge, &MailLimitChanges::limitsAge},
-                                {kLimitsSize, &MailLimitChanges::limitsSize},
-                                {kAttachments, &MailLimitChanges::attachments},
-                                {kLimitsAttachments, &MailLimitChanges::limitsAttachments}};
-constexpr NumberBox kNumbers[] = {{kAgeDays, &MailLimitChanges::ageDays},
-                                  {kSizeKB, &MailLimitChanges::sizeKB},
-                                  {kAttachmentKB, &MailLimitChanges::attachmentKB}};
+constexpr Limit kLimits[] = {
+    {&MailLimitChanges::age, kLimitsAge, kAgeDays},
+    {&MailLimitChanges::size, kLimitsSize, kSizeKB},
+    {&MailLimitChanges::attachments, kAttachments, 0},
+    {&MailLimitChanges::attachmentSize, kLimitsAttachments, kAttachmentKB}};
 
 void Make(const MailLimitChanges& changes, UnseenView& view, platform::DialogLogic& logic) {
-    for (const Switch& one : kSwitches) {
-        const auto wanted = changes.*one.value;
-        if (!wanted || view.IsChecked(one.control) == *wanted) continue;
-        view.SetChecked(one.control, *wanted);
-        logic.OnCommand(view, one.control);
-    }
-    for (const NumberBox& one : kNumbers) {
-        if (const auto wanted = changes.*one.value) {
-            view.SetText(one.control, std::to_string(*wanted));
+    for (const Limit& limit : kLimits) {
+        const auto& wanted = changes.*limit.change;
+        if (!wanted) continue;
+        const bool isOn = *wanted != "off";
+        if (view.IsChecked(limit.box) != isOn) {
+            view.SetChecked(limit.box, isOn);
+            logic.OnCommand(view, limit.box);
         }
+        if (isOn && limit.number != 0) view.SetText(limit.number, *wanted);
     }
 }
 
@@ -126,13 +118,13 @@ base::Result<std::string> SelectMail(TranslatorSession& session, const eudora::S
                                      bool writesNothing) {
     auto kept = eudora::Chosen(setup, kChoice);
     if (!kept) return kept.Error();
-    std::string selection = *kept, summary;
+    std::string selection = *kept;
     // A file that does not exist stands for the usual settings, and the translator says so.
     MailLimitsDialog silent(std::nullopt);
     const bool pretends = kept->empty() && writesNothing;
     if (pretends) selection = setup.init.settingsDir + "\\EudoraAppInfo.none";
     const DialogsShownBy shown(pretends ? &silent : DialogProvider());
-    auto selected = session.Select(selection, summary, false);
+    auto selected = session.Select(selection);
     if (!selected) return selected.Error();
     if (!kept->empty() || writesNothing) return selection;
     if (auto remembered = eudora::Choose(setup, kChoice, selection); !remembered) {
@@ -144,8 +136,8 @@ base::Result<std::string> SelectMail(TranslatorSession& session, const eudora::S
 base::Result<MailLimits> ReadMailLimits(TranslatorSession& session, const std::string& selection) {
     MailLimitsDialog reader(std::nullopt);
     const DialogsShownBy shown(&reader);
-    std::string chosen = selection, summary;
-    auto selected = session.Select(chosen, summary, true);
+    std::string chosen = selection;
+    const auto selected = session.Select(chosen, true);
     if (!selected) return selected.Error();
     if (!reader.Shown()) return base::Failed("the translator shows no dialog of mail options");
     return *reader.Shown();
@@ -155,8 +147,8 @@ base::Status ChangeMailLimits(TranslatorSession& session, const std::string& sel
                               const MailLimitChanges& changes) {
     MailLimitsDialog answer(changes);
     const DialogsShownBy shown(&answer);
-    std::string chosen = selection, summary;
-    auto selected = session.Select(chosen, summary, true);
+    std::string chosen = selection;
+    const auto selected = session.Select(chosen, true);
     if (!selected) return selected.Error();
     if (!*selected) return base::Failed("the translator does not take these limits");
     return {};

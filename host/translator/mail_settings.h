@@ -22,10 +22,11 @@ struct MailLimits {
     bool operator==(const MailLimits&) const = default;
 };
 
-// A change of the limits; what has no value stays. A switch that is set may come with a number.
+// A change of the limits, each "on", "off" or a number, which switches the limit on; what has no
+// value stays. `attachments` has no number.
 struct MailLimitChanges {
-    std::optional<bool> limitsAge, limitsSize, attachments, limitsAttachments;
-    std::optional<std::int32_t> ageDays, sizeKB, attachmentKB;
+    std::optional<std::string> age, size, attachments, attachmentSize;
+    bool IsEmpty() const { return !age && !size && !attachments && !attachmentSize; }
 };
 
 // Selects the settings of a session of kMailKind, which can be opened then. The first run on an

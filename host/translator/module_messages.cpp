@@ -4,8 +4,8 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "host/base/native_path.h"
 #include "host/base/output.h"
+#include "host/base/paths.h"
 #include "platform/kvutil/kvutil.h"
 
 namespace host::translator {

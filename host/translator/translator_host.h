@@ -3,22 +3,27 @@
 #include <memory>
 #include <string>
 
+#include "frame/interface/exports.h"
 #include "frame/interface/translators.h"
 #include "host/base/failure.h"
 #include "host/eudora/setup.h"
-#include "host/translator/module_library.h"
+#include "platform/os/libraries.h"
 
 namespace host::translator {
 
-// The translator module, loaded and initialised; one at a time in a process. Translators and
-// sessions made from it must be gone before it is.
+// The translator library, loaded and, after Init, initialised; one at a time in a process. It is
+// unloaded by the destructor: translators and sessions made from it must be gone by then.
 class TranslatorHost {
   public:
-    // Loads the library of this program and initialises it. kRefused, with the module's own reason,
-    // if Eudora or a language bundle is missing.
+    // The native path of the library: beside this program, or in ../lib/kvsync. kRefused if there
+    // is none.
+    static base::Result<std::string> FindLibrary();
+    // Loads it. kRefused if that fails or an export is missing.
+    static base::Result<std::unique_ptr<TranslatorHost>> Load(const std::string& path,
+                                                              eudora::InitTexts texts);
+    // Finds, loads and initialises it. kRefused, with the module's own reason, if Eudora or a
+    // language bundle is missing.
     static base::Result<std::unique_ptr<TranslatorHost>> Start(const eudora::InitTexts& texts);
-    // Only loads it.
-    static base::Result<std::unique_ptr<TranslatorHost>> Load(const eudora::InitTexts& texts);
     ~TranslatorHost();
     TranslatorHost(const TranslatorHost&) = delete;
     TranslatorHost& operator=(const TranslatorHost&) = delete;
@@ -35,12 +40,19 @@ class TranslatorHost {
     CEudoraTransUtil* Util() const { return m_util; }
 
   private:
-    TranslatorHost(std::unique_ptr<ModuleLibrary> library, eudora::InitTexts texts)
-        : m_library(std::move(library)), m_texts(std::move(texts)) {}
+    explicit TranslatorHost(eudora::InitTexts texts) : m_texts(std::move(texts)) {}
+    bool BindExports();
+    tagRTRANSSETTINGS Settings() const;
 
-    std::unique_ptr<ModuleLibrary> m_library;
     eudora::InitTexts m_texts;
+    std::unique_ptr<platform::Library> m_library;
+    exports::InitTranslatorExFn m_init = nullptr;
+    exports::UninitTranslatorFn m_uninit = nullptr;
+    exports::GetTranslatorObjectFn m_getObject = nullptr;
+    exports::RemoveTranslatorFn m_remove = nullptr;
+    exports::SelfDiagnoseFn m_selfDiagnose = nullptr;
     CEudoraTransUtil* m_util = nullptr;
+    bool m_isInitialised = false;
 };
 
 }  // namespace host::translator

@@ -3,10 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "frame/interface/host_records.h"
-#include "host/base/failure.h"
-#include "host/base/native_path.h"
-#include "host/translator/batch_sink.h"
+#include "host/base/paths.h"
 #include "platform/kvutil/kvutil.h"
 #include "platform/os/system.h"
 
@@ -14,41 +11,26 @@ namespace host::translator {
 
 namespace {
 
-constexpr unsigned long kNumberType = 1, kTextType = 4, kDateType = 7;
-
 // Shows the values of a record to IsOkToSetRecord. The cell of a text is a pointer to it.
 struct ShownValues {
-    ShownValues(const std::vector<TextValue>& shown, const std::vector<NumberValue>& shownNumbers)
-        : values(shown), numbers(shownNumbers) {
-        for (const TextValue& value : values) cells.push_back(value.text.c_str());
-    }
+    struct Value {
+        std::string_view fieldId;
+        unsigned long type;
+        const char* text;
+        std::int32_t number;
+    };
+    std::vector<Value> values;
 
     static RRETURNCODE Show(void* context, const char* fieldId, void** cell, unsigned long* type,
                             BOOL* hasField) {
-        auto& self = *static_cast<ShownValues*>(context);
-        *hasField = self.ShowText(fieldId, *cell, *type) || self.ShowNumber(fieldId, *cell, *type);
+        auto& values = static_cast<ShownValues*>(context)->values;
+        const auto found = std::ranges::find(values, fieldId, &Value::fieldId);
+        *hasField = found != values.end();
+        if (!*hasField) return RRC_OK;
+        *type = found->type;
+        *cell = found->type == kTextType ? static_cast<void*>(&found->text) : &found->number;
         return RRC_OK;
     }
-
-    bool ShowText(const char* fieldId, void*& cell, unsigned long& type) {
-        const auto found = std::ranges::find(values, fieldId, &TextValue::fieldId);
-        if (found == values.end()) return false;
-        type = kTextType;
-        cell = &cells[static_cast<std::size_t>(found - values.begin())];
-        return true;
-    }
-
-    bool ShowNumber(const char* fieldId, void*& cell, unsigned long& type) {
-        const auto found = std::ranges::find(numbers, fieldId, &NumberValue::fieldId);
-        if (found == numbers.end()) return false;
-        type = kNumberType;
-        cell = &found->number;
-        return true;
-    }
-
-    const std::vector<TextValue>& values;
-    std::vector<NumberValue> numbers;
-    std::vector<const char*> cells;
 };
 
 // Empties one of the module's queues; UTF-8.
@@ -62,6 +44,11 @@ std::vector<std::string> Taken(CRRecordTranslator& translator,
         messages.push_back(base::ToUtf8(message.Str()));
     }
     return messages;
+}
+
+std::vector<std::string> ErrorsOf(CRRecordTranslator& translator) {
+    return Taken(translator, &CRRecordTranslator::GetFirstErrorMessage,
+                 &CRRecordTranslator::GetNextErrorMessage);
 }
 
 base::Failure Unsuccessful(std::string what, const std::vector<std::string>& reasons) {
@@ -100,22 +87,18 @@ base::Result<TranslatorSession> TranslatorSession::OpenContacts(TranslatorHost& 
                                                                 std::string nicknameFile) {
     auto session = Create(host, kContactsKind);
     if (!session) return session;
-    std::string summary;
-    auto selected = session->Select(nicknameFile, summary, false);
-    if (!selected) return selected.Error();
+    if (auto selected = session->Select(nicknameFile); !selected) return selected.Error();
     if (auto opened = session->Open(); !opened) return opened.Error();
     return session;
 }
 
-base::Result<bool> TranslatorSession::Select(std::string& selection, std::string& summary,
-                                             bool configure) {
+base::Result<bool> TranslatorSession::Select(std::string& selection, bool configure) {
     CString chosen(selection), text;
     const RRETURNCODE code =
         m_translator->GetAppInfo(configure ? 1 : 0, m_context.get(), chosen, 0, text, 0);
     if (code == RRC_CANCELLED) return false;
     if (code != RRC_OK) return Explain("selecting " + base::ToUtf8(chosen.Str()));
     selection = chosen.Str();
-    summary = text.Str();
     if (m_kind == kContactsKind) {
         m_store = platform::NativePathOf(selection).value_or(base::ToUtf8(selection));
     }
@@ -128,10 +111,10 @@ base::Status TranslatorSession::SaveSettings(const std::string& selection) {
 }
 
 base::Status TranslatorSession::Open() {
-    (void)TakeErrors();  // of something else
+    (void)ErrorsOf(*m_translator);  // of something else
     const RRETURNCODE code = m_translator->Open(0, 0, 0, 0, m_context.get(), 0);
     m_open = m_open || code == RRC_OK;
-    const auto errors = TakeErrors();
+    const auto errors = ErrorsOf(*m_translator);
     if (code == RRC_OK && errors.empty()) return {};
     return Unsuccessful("reading " + m_store, errors);
 }
@@ -201,12 +184,18 @@ base::Result<std::optional<double>> TranslatorSession::Date(const std::string& f
 
 base::Result<Verdict> TranslatorSession::Check(const std::vector<TextValue>& values,
                                                const std::vector<NumberValue>& numbers) {
-    ShownValues shown(values, numbers);
+    ShownValues shown;
+    for (const auto& [id, text] : values) {
+        shown.values.push_back({id, kTextType, text.c_str(), 0});
+    }
+    for (const auto& [id, number] : numbers) {
+        shown.values.push_back({id, kNumberType, nullptr, number});
+    }
     BOOL ok = 0;
     Verdict verdict;
     const RRETURNCODE code = m_translator->IsOkToSetRecord(0, &ShownValues::Show, &shown, &ok);
     verdict.ok = code == RRC_OK || code == RRC_WARNING;
-    verdict.messages = TakeErrors();
+    verdict.messages = ErrorsOf(*m_translator);
     auto warnings = Taken(*m_translator, &CRRecordTranslator::GetFirstWarningMessage,
                           &CRRecordTranslator::GetNextWarningMessage);
     std::ranges::move(warnings, std::back_inserter(verdict.messages));
@@ -250,13 +239,8 @@ base::Result<BatchReport> TranslatorSession::BatchUpdate() {
     return std::move(sink.report);
 }
 
-std::vector<std::string> TranslatorSession::TakeErrors() {
-    return Taken(*m_translator, &CRRecordTranslator::GetFirstErrorMessage,
-                 &CRRecordTranslator::GetNextErrorMessage);
-}
-
 base::Failure TranslatorSession::Explain(std::string_view what) {
-    return Unsuccessful(std::string(what), TakeErrors());
+    return Unsuccessful(std::string(what), ErrorsOf(*m_translator));
 }
 
 base::Status TranslatorSession::StatusOf(RRETURNCODE code, std::string_view what) {

@@ -7,15 +7,37 @@
 #include <string_view>
 #include <vector>
 
+#include "frame/interface/host_records.h"
 #include "frame/interface/translators.h"
 #include "host/base/failure.h"
-#include "host/translator/host_context.h"
 #include "host/translator/translator_host.h"
 
 namespace host::translator {
 
 inline constexpr unsigned long kContactsKind = 1;
 inline constexpr unsigned long kMailKind = 20;
+
+// Types of fields, as the interface numbers them.
+inline constexpr unsigned long kNumberType = 1, kTextType = 4, kDateType = 7;
+
+// What the module asks its host for. Only the module's own object has a meaning here; the other
+// values are the host's affair, and this host has none.
+class HostContext final : public CRHostContext {
+  public:
+    explicit HostContext(CEudoraTransUtil* util) : m_util(util) {}
+
+    void GetContextValue1(RWORD* value) override { *value = 0; }
+    void GetContextValue2(RWORD* value) override { *value = 0; }
+    void GetContextValue3(RWORD* value) override { *value = 0; }
+    void GetContextValue4(RWORD* value) override { *value = 0; }
+    void GetUtil(RWORD* value) override { *value = reinterpret_cast<RWORD>(m_util); }
+    void GetContextValue5(RWORD* value) override { *value = 0; }
+    void GetContextValue6(RWORD* value) override { *value = 0; }
+    void GetContextValue7(RWORD* value) override { *value = 0; }
+
+  private:
+    CEudoraTransUtil* m_util;
+};
 
 // What BatchUpdate told its sink, in the order in which it was told.
 struct BatchReport {
@@ -25,6 +47,18 @@ struct BatchReport {
     };
     std::vector<Stored> stored;
     std::vector<std::string> deleted;
+};
+
+// Keeps what BatchUpdate tells.
+class CollectingSink final : public CRBatchSink {
+  public:
+    void Reserved() override {}
+    void RecordStored(const char* id, const char* /*sameId*/, const char* modifiedInfo) override {
+        report.stored.push_back({id, modifiedInfo});
+    }
+    void RecordDeleted(const char* id) override { report.deleted.emplace_back(id); }
+
+    BatchReport report;
 };
 
 // What IsOkToSetRecord said about the values of a record.
@@ -60,7 +94,7 @@ class TranslatorSession {
 
     // Chooses the store: `selection` is empty for the default, and comes back as what was chosen.
     // With `configure` the module shows its dialog. False if the user cancelled it.
-    base::Result<bool> Select(std::string& selection, std::string& summary, bool configure);
+    base::Result<bool> Select(std::string& selection, bool configure = false);
     base::Status SaveSettings(const std::string& selection);
     // Fails too when the module opened the store and has something to say about it: then what can
     // be seen is not all that the store holds.
@@ -98,8 +132,6 @@ class TranslatorSession {
   private:
     TranslatorSession(std::unique_ptr<CRRecordTranslator> translator, CEudoraTransUtil* util,
                       unsigned long kind);
-    // Empties the module's queue of errors; UTF-8.
-    std::vector<std::string> TakeErrors();
     base::Failure Explain(std::string_view what);
     base::Status StatusOf(RRETURNCODE code, std::string_view what);
     base::Result<bool> Found(RRETURNCODE code, RRETURNCODE none, std::string_view what);

@@ -9,7 +9,7 @@
 #include <optional>
 #include <thread>
 
-#include "host/base/native_path.h"
+#include "host/base/paths.h"
 #include "host/eudora/setup.h"
 #include "host/mail/eudora_mails.h"
 #include "host/translator/mail_settings.h"
@@ -103,9 +103,7 @@ class ModuleMail : public ::testing::Test {
     static void LetAllPass() {
         const auto selection = host::translator::SelectMail(*session, *s_setup, false);
         ASSERT_TRUE(selection) << selection.Error().Message();
-        host::translator::MailLimitChanges all;
-        all.limitsAge = all.limitsSize = all.limitsAttachments = false;
-        all.attachments = true;
+        const host::translator::MailLimitChanges all{"off", "off", "on", "off"};
         const auto changed = host::translator::ChangeMailLimits(*session, *selection, all);
         ASSERT_TRUE(changed) << changed.Error().Message();
     }

@@ -31,9 +31,7 @@ class MailWriter : public ::testing::Test {
             *translator::TranslatorSession::Create(*TheModule().host, translator::kMailKind);
         auto selection = translator::SelectMail(session, TheModule().setup, false);
         ASSERT_TRUE(selection) << selection.Error().Message();
-        translator::MailLimitChanges changes;
-        changes.limitsAge = changes.limitsSize = changes.limitsAttachments = false;
-        changes.attachments = true;
+        const translator::MailLimitChanges changes{"off", "off", "on", "off"};
         ASSERT_TRUE(translator::ChangeMailLimits(session, *selection, changes));
         mails = *mail::EudoraMails::Open(std::move(session), *selection, 1252);
         incoming = *mail::IncomingFolder::Create("test");

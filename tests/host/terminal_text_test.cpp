@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "host/base/terminal_text.h"
+#include "host/base/output.h"
 
 namespace host {
 namespace {

@@ -1,9 +1,30 @@
-#include "host/base/folders.h"
+#include "host/base/paths.h"
 
-#include "host/base/failure.h"
+#include "platform/os/code_page.h"
 #include "platform/os/system.h"
 
 namespace host::base {
+
+std::filesystem::path ToPath(const std::string& utf8) {
+    return std::u8string(utf8.begin(), utf8.end());
+}
+
+std::string FromPath(const std::filesystem::path& path) {
+    const std::u8string utf8 = path.u8string();
+    return {utf8.begin(), utf8.end()};
+}
+
+bool UsesWindowsPaths() {
+    return platform::NativeFiles().Separator() == '\\';
+}
+
+std::string ToUtf8(std::string_view text) {
+    return platform::ToUtf8(text, platform::NativeSystem().codePage);
+}
+
+std::string FromUtf8(std::string_view text, bool* lossy) {
+    return platform::FromUtf8(text, platform::NativeSystem().codePage, lossy);
+}
 
 std::string ParentFolder(platform::Files& files, const std::string& path) {
     const auto last = path.find_last_of(files.Separator() == '/' ? "/" : "/\\");
