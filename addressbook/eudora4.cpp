@@ -6,7 +6,6 @@
 
 #include "addressbook/field_text.h"
 #include "addressbook/token_scan.h"
-#include "frame/guard.h"
 #include "integration/dialogs/nickname_file_dialog.h"
 #include "platform/kvutil/kvutil.h"
 #include "platform/os/code_page.h"
@@ -107,11 +106,9 @@ RRETURNCODE CREudora4::BuildFieldList() {
     return Entered(kEnter, "BuildFieldList", [&] {
         CREudoraFieldArray fields;
         for (const auto& row : kFields) {
-            CREudoraField field;
             const auto stringId = static_cast<std::int32_t>(row.name);
-            field.Set(FieldId(row.id).c_str(), stringId, stringId, Util().GetString(row.name),
-                      kFieldText, row.tag | kAddressBookTag, false);
-            fields.Add(field);
+            fields.Add({FieldId(row.id), stringId, stringId, Util().GetString(row.name), kFieldText,
+                        row.tag | kAddressBookTag});
         }
         m_appInfo.m_fields = std::move(fields);
         return RRC_OK;
@@ -290,8 +287,7 @@ RRETURNCODE CREudora4::IsOkToSetRecord(RWORD, RFIELDCALLBACK pfnGetValue, void* 
     return Guarded("IsOkToSetRecord", [&] {
         RRETURNCODE result = RRC_OK;
         unsigned long type = kFieldText;
-        for (int i = 0; i < m_appInfo.m_fields.GetCount(); ++i) {
-            const auto field = m_appInfo.m_fields.GetAt(i);
+        for (const CREudoraField& field : m_appInfo.m_fields) {
             void* cell = nullptr;
             BOOL hasField = 0;
             pfnGetValue(pContext, field.m_csFieldId, &cell, &type, &hasField);

@@ -1,6 +1,7 @@
 #include "frame/language_bundle.h"
 
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -12,36 +13,26 @@ constexpr std::size_t kTextLimit = 1023;  // bytes of a string that come through
 bool CRLanguageBundle::Load(const char* base, const char* path, const char* language,
                             const char* altLanguage, bool noFallback) {
     m_hBundle.reset();
+    m_csCurrent.Empty();
     if (base == nullptr || path == nullptr || language == nullptr || altLanguage == nullptr) {
         return false;
     }
-    m_csBase = base;
-    m_csPath = path;
-    m_csRequested = language;
-    m_csCurrent = language;
-    if (TryLoad()) return true;
-    m_csCurrent = altLanguage;
-    if (TryLoad()) return true;
-    if (!noFallback) {
-        for (const char* known : kKnownLanguages) {
-            m_csCurrent = known;
-            if (TryLoad()) return true;
-        }
+    const std::string front = *path != '\0' ? std::string(path) + '\\' + base : base;
+    std::vector<std::string> codes{language, altLanguage};
+    if (!noFallback)
+        codes.insert(codes.end(), std::begin(kKnownLanguages), std::end(kKnownLanguages));
+    for (const std::string& code : codes) {
+        if (code.empty()) continue;
+        auto bundle = m_libraries.LoadResources(front + code + ".dll");
+        if (!bundle) continue;
+        m_hBundle = std::move(*bundle);
+        m_csCurrent = code;
+        return true;
     }
-    m_csCurrent.Empty();
     return false;
 }
 
 bool CRLanguageBundle::LoadString(unsigned id, CString& out) const {
     out = m_hBundle ? CString(m_hBundle->Text(id, kTextLimit)) : CString();
     return !out.IsEmpty();
-}
-
-bool CRLanguageBundle::TryLoad() {
-    if (m_csCurrent.IsEmpty()) return false;
-    std::string file = m_csBase.Str() + m_csCurrent.Str() + ".dll";
-    if (!m_csPath.IsEmpty()) file = m_csPath.Str() + '\\' + file;
-    auto bundle = m_libraries.LoadResources(file);
-    if (bundle) m_hBundle = std::move(*bundle);
-    return bundle.HasValue();
 }

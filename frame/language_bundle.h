@@ -5,11 +5,11 @@
 #include "platform/mfc/collections.h"
 #include "platform/os/libraries.h"
 
-// The DLL of string resources that holds the module's texts in one language.
+// The DLL of string resources that holds the module's texts in one language, in the system code
+// page.
 class CRLanguageBundle {
   public:
     explicit CRLanguageBundle(platform::Libraries& libraries) : m_libraries(libraries) {}
-    virtual ~CRLanguageBundle() = default;
 
     // Frees a loaded bundle, then tries path\base + code + .dll (base + code + .dll where the
     // system looks, if the path is empty) for `language`, `altLanguage` and, unless `noFallback`,
@@ -22,12 +22,7 @@ class CRLanguageBundle {
     const CString& Current() const { return m_csCurrent; }  // code in use, empty if none
 
   private:
-    bool TryLoad();
-
     platform::Libraries& m_libraries;
     std::unique_ptr<platform::StringResources> m_hBundle;
     CString m_csCurrent;
-    CString m_csPath;
-    CString m_csRequested;
-    CString m_csBase;
 };

@@ -1,24 +1,65 @@
 #include "frame/trans_base.h"
 
+#include <string>
 #include <utility>
 
-#include "frame/guard.h"
-
-using frame::Entered;
 using frame::Guarded;
 using frame::StringId;
 
 namespace {
 
-constexpr const char* kEnter = "Enter CREudoraTransBase::";
+template <class Operation>
+RRETURNCODE Entered(const char* name, Operation&& operation) {
+    return frame::Entered("Enter CREudoraTransBase::", name, operation);
+}
+
+// An operation that only answers.
+RRETURNCODE Answer(const char* name, RRETURNCODE code) {
+    return Entered(name, [&] { return code; });
+}
+
+// An operation that only gives a value.
+template <class Value>
+RRETURNCODE Give(const char* name, Value* cell, Value value, RRETURNCODE code = RRC_OK) {
+    return Entered(name, [&] {
+        *cell = value;
+        return code;
+    });
+}
+
+template <class Record>
+RRETURNCODE TakeOver(const char* name, frame::FilterList<Record>& list, Record* records,
+                     int count) {
+    return Entered(name, [&] {
+        list.TakeOver(records, count);
+        KV_LOG(5, "Exit CREudoraTransBase::%s\n", name);
+        return RRC_OK;
+    });
+}
+
+RRETURNCODE GiveEmptyValue(LPCTSTR fieldId, unsigned long type, void* cell) {
+    std::string shown;
+    if (type == kFieldText) {
+        if (AllocVornString(*static_cast<char**>(cell), "") == RRC_OK) return RRC_OK;
+        KV_LOG(1, "CREudoraTransBase::GetField : Insufficient memory\n");
+        return RRC_FAILED;
+    }
+    if (type == kFieldInteger) {
+        shown = std::to_string(*static_cast<std::int32_t*>(cell));
+    } else if (type == kFieldBool) {
+        shown = *static_cast<std::int32_t*>(cell) != 0 ? "TRUE" : "FALSE";
+    } else if (type < kFieldDateFirst || type > kFieldDateLast) {
+        KV_LOG(1, "CREudoraTransBase::GetField - Unsupported field type\n");
+        return RRC_FAILED;
+    }
+    KV_LOG(4, "CREudoraTransBase::GetField Id: %s, Data: %s", fieldId, shown.c_str());
+    return RRC_OK;
+}
 
 }  // namespace
 
 RRETURNCODE CREudoraTransBase::GetAppProperties(unsigned long* pProperties) {
-    return Entered(kEnter, "GetAppProperties", [&] {
-        *pProperties = 0x80070000;
-        return RRC_OK;
-    });
+    return Give("GetAppProperties", pProperties, 0x80070000UL);
 }
 
 RRETURNCODE CREudoraTransBase::GetAppInfo(BOOL bConfigure, CRHostContext* pHost,
@@ -45,15 +86,15 @@ RRETURNCODE CREudoraTransBase::GetAppInfo(BOOL bConfigure, CRHostContext* pHost,
 RRETURNCODE CREudoraTransBase::GetAppInfo(BOOL bConfigure, RWORD, RWORD value2, RWORD,
                                           CString& csSelection, RWORD, CString& csSummary,
                                           CEudoraTransUtil* pUtil) {
-    return Entered(kEnter, "GetAppInfo", [&] {
+    return Entered("GetAppInfo", [&] {
         m_pUtil = pUtil;
         m_dwHostValue = value2;
         Util().ClearMessages();
         bool isNew = false;
-        if (m_appInfo.IsLoaded() == 0) {
+        if (!m_appInfo.m_isLoaded) {
             const RRETURNCODE code = LoadOrMakeSettings(csSelection, isNew);
             if (code != RRC_OK) return code;
-            m_appInfo.SetLoaded(1);
+            m_appInfo.m_isLoaded = true;
         }
         const RRETURNCODE code = Guarded("GetAppInfo", [&] {
             if (bConfigure != 0 && ShowOptions() != 0) return RRC_CANCELLED;
@@ -64,7 +105,7 @@ RRETURNCODE CREudoraTransBase::GetAppInfo(BOOL bConfigure, RWORD, RWORD value2, 
         });
         // Whatever the reason, the host is not told of the new file.
         if (code != RRC_OK && isNew) {
-            m_appInfo.SetLoaded(0);
+            m_appInfo.m_isLoaded = false;
             (void)Util().system.files.Delete(csSelection.Str());
         }
         if (code == RRC_OK) KV_LOG(5, "Exit CREudoraTransBase::GetAppInfo\n");
@@ -125,53 +166,43 @@ RRETURNCODE CREudoraTransBase::Open(int nMode, RWORD value2, RWORD, RWORD, RWORD
     });
 }
 
+RRETURNCODE CREudoraTransBase::Close(int nMode) {
+    KV_LOG(5, "Enter CREudoraTransBase::Close - Input : Mode - %d\n", nMode);
+    return RRC_OK;
+}
+
 RRETURNCODE CREudoraTransBase::GetFirstErrorMessage(CString& csMessage) {
-    return Entered(kEnter, "GetFirstErrorMessage", [&] { return GetNextErrorMessage(csMessage); });
+    return Entered("GetFirstErrorMessage", [&] { return GetNextErrorMessage(csMessage); });
 }
 
 RRETURNCODE CREudoraTransBase::GetNextErrorMessage(CString& csMessage) {
-    return Entered(kEnter, "GetNextErrorMessage",
-                   [&] { return TransUtil().GetNextError(csMessage); });
+    return Entered("GetNextErrorMessage", [&] { return TransUtil().GetNextError(csMessage); });
 }
 
 RRETURNCODE CREudoraTransBase::GetFirstWarningMessage(CString& csMessage) {
-    return Entered(kEnter, "GetFirstWarningMessage",
-                   [&] { return GetNextWarningMessage(csMessage); });
+    return Entered("GetFirstWarningMessage", [&] { return GetNextWarningMessage(csMessage); });
 }
 
 RRETURNCODE CREudoraTransBase::GetNextWarningMessage(CString& csMessage) {
-    return Entered(kEnter, "GetNextWarningMessage",
-                   [&] { return TransUtil().GetNextWarning(csMessage); });
+    return Entered("GetNextWarningMessage", [&] { return TransUtil().GetNextWarning(csMessage); });
 }
 
 RRETURNCODE CREudoraTransBase::SetDateFilter(tagRDATEFILTER* pFilters, int nCount) {
-    return Entered(kEnter, "SetDateFilter", [&] {
-        m_dateFilters.TakeOver(pFilters, nCount);
-        KV_LOG(5, "Exit CREudoraTransBase::SetDateFilter\n");
-        return RRC_OK;
-    });
+    return TakeOver("SetDateFilter", m_dateFilters, pFilters, nCount);
 }
 
 RRETURNCODE CREudoraTransBase::SetTextFilter(tagRTEXTFILTER* pFilters, int nCount) {
-    return Entered(kEnter, "SetTextFilter", [&] {
-        m_textFilters.TakeOver(pFilters, nCount);
-        KV_LOG(5, "Exit CREudoraTransBase::SetTextFilter\n");
-        return RRC_OK;
-    });
+    return TakeOver("SetTextFilter", m_textFilters, pFilters, nCount);
 }
 
 RRETURNCODE CREudoraTransBase::SetBoolFilter(tagRBOOLFILTER* pFilters, int nCount) {
-    return Entered(kEnter, "SetBoolFilter", [&] {
-        m_boolFilters.TakeOver(pFilters, nCount);
-        KV_LOG(5, "Exit CREudoraTransBase::SetBoolFilter\n");
-        return RRC_OK;
-    });
+    return TakeOver("SetBoolFilter", m_boolFilters, pFilters, nCount);
 }
 
 RRETURNCODE CREudoraTransBase::GetFirstFieldInfo(CString& csFieldId, CString& csFieldName,
                                                  unsigned long* pType, unsigned long* pTag,
                                                  unsigned short* pOrdinal) {
-    return Entered(kEnter, "GetFirstFieldInfo", [&] {
+    return Entered("GetFirstFieldInfo", [&] {
         m_nFieldCursor = 0;
         return GetNextFieldInfo(csFieldId, csFieldName, pType, pTag, pOrdinal);
     });
@@ -180,8 +211,8 @@ RRETURNCODE CREudoraTransBase::GetFirstFieldInfo(CString& csFieldId, CString& cs
 RRETURNCODE CREudoraTransBase::GetNextFieldInfo(CString& csFieldId, CString& csFieldName,
                                                 unsigned long* pType, unsigned long* pTag,
                                                 unsigned short* pOrdinal) {
-    return Entered(kEnter, "GetNextFieldInfo", [&] {
-        if (m_nFieldCursor >= m_appInfo.m_fields.GetCount()) return RRC_NONE;
+    return Entered("GetNextFieldInfo", [&] {
+        if (m_nFieldCursor >= m_appInfo.m_fields.GetSize()) return RRC_NONE;
         const CREudoraField field = m_appInfo.m_fields.GetAt(m_nFieldCursor);
         csFieldId = field.m_csFieldId;
         csFieldName.Empty();
@@ -195,45 +226,57 @@ RRETURNCODE CREudoraTransBase::GetNextFieldInfo(CString& csFieldId, CString& csF
 }
 
 RRETURNCODE CREudoraTransBase::GetFieldCount(long* pCount) {
-    return Entered(kEnter, "GetFieldCount", [&] {
-        *pCount = m_appInfo.m_fields.GetCount();
-        return RRC_OK;
-    });
+    return Give("GetFieldCount", pCount, long{m_appInfo.m_fields.GetSize()});
 }
 
 RRETURNCODE CREudoraTransBase::GetRecordCount(long* pCount) {
-    return Entered(kEnter, "GetRecordCount", [&] {
-        *pCount = -1;
-        return RRC_NONE;
-    });
+    return Give("GetRecordCount", pCount, -1L, RRC_NONE);
 }
 
 RRETURNCODE CREudoraTransBase::MoveFirst() {
-    return Entered(kEnter, "MoveFirst", [&] { return FilterStep(); });
+    return Answer("MoveFirst", RRC_EOF);
 }
 
 RRETURNCODE CREudoraTransBase::MoveNext() {
-    return Entered(kEnter, "MoveNext", [&] { return FilterStep(); });
+    return Answer("MoveNext", RRC_EOF);
 }
 
 // Called again from the MoveNext that it calls, it only notes that a record was reached and leaves
 // the judgement to the outer call: the depth is two, however many records fail.
-RRETURNCODE CREudoraTransBase::FilterStep() {
-    if (m_filtering) {
-        m_reached = true;
+RRETURNCODE CREudoraTransBase::EndMove(const char* operation) {
+    return Entered(operation, [&] {
+        if (m_filtering) {
+            m_reached = true;
+            return RRC_OK;
+        }
+        struct Scope {
+            explicit Scope(bool& theFlag) : flag(theFlag) { flag = true; }
+            ~Scope() { flag = false; }
+            bool& flag;
+        } scope(m_filtering);
+        while (PassesFilters() == 0) {
+            m_reached = false;
+            const RRETURNCODE code = MoveNext();
+            if (code != RRC_OK || !m_reached) return code;
+        }
         return RRC_OK;
-    }
-    struct Scope {
-        explicit Scope(bool& theFlag) : flag(theFlag) { flag = true; }
-        ~Scope() { flag = false; }
-        bool& flag;
-    } scope(m_filtering);
-    while (PassesFilters() == 0) {
-        m_reached = false;
-        const RRETURNCODE code = MoveNext();
-        if (code != RRC_OK || !m_reached) return code;
-    }
+    });
+}
+
+RRETURNCODE CREudoraTransBase::GoToRecord(LPCTSTR pszRecId) {
+    KV_LOG(5, "Enter CREudoraTransBase::GoToRecord: %s\n", pszRecId);
     return RRC_OK;
+}
+
+RRETURNCODE CREudoraTransBase::AddNewRecord(RWORD) {
+    return Answer("AddNewRecord", RRC_FAILED);
+}
+
+RRETURNCODE CREudoraTransBase::EditRecord() {
+    return Entered("EditRecord", [] {
+        KV_LOG(5, "Exit CREudoraTransBase::EditRecord\n");
+        return RRC_OK;
+    });
 }
 
 RRETURNCODE CREudoraTransBase::EditRecord(LPCTSTR pszRecId) {
@@ -245,11 +288,15 @@ RRETURNCODE CREudoraTransBase::EditRecord(LPCTSTR pszRecId) {
 }
 
 RRETURNCODE CREudoraTransBase::UpdateRecord(CString& csRecordId, CString& csModifiedInfo) {
-    return Entered(kEnter, "UpdateRecord", [&] {
+    return Entered("UpdateRecord", [&] {
         RRETURNCODE code = PrepareForUpdate();
         if (code == RRC_OK) code = GetRecordID(csRecordId);
         return code == RRC_OK ? GetModifiedInfo(csModifiedInfo) : code;
     });
+}
+
+RRETURNCODE CREudoraTransBase::DeleteRecord() {
+    return Answer("DeleteRecord", RRC_OK);
 }
 
 RRETURNCODE CREudoraTransBase::DeleteRecord(LPCTSTR pszRecId) {
@@ -261,7 +308,7 @@ RRETURNCODE CREudoraTransBase::DeleteRecord(LPCTSTR pszRecId) {
 }
 
 RRETURNCODE CREudoraTransBase::DeleteAllRecords() {
-    return Entered(kEnter, "DeleteAllRecords", [&] {
+    return Entered("DeleteAllRecords", [&] {
         if (DeleteUntilEnd() != RRC_EOF) {
             KV_LOG(1, "Error while deleting the reocrd\n");
             Util().AddError(StringId::kCannotDelete);
@@ -282,11 +329,49 @@ RRETURNCODE CREudoraTransBase::DeleteUntilEnd() {
     }
 }
 
-RRETURNCODE CREudoraTransBase::IsOkToProceed(RWORD, RWORD, BOOL* pbOk) {
-    return Entered(kEnter, "IsOkToProceed", [&] {
-        *pbOk = 1;
-        return RRC_OK;
+RRETURNCODE CREudoraTransBase::GetRecordID(CString& csRecordId) {
+    return Give("GetRecordID", &csRecordId, CString());
+}
+
+RRETURNCODE CREudoraTransBase::GetModifiedInfo(CString&) {
+    return Answer("GetModifiedInfo", RRC_FAILED);
+}
+
+RRETURNCODE CREudoraTransBase::GetField(LPCTSTR pszFieldId, unsigned long* pType, void* pCell) {
+    return Guarded("GetField", [&] {
+        KV_LOG(5, "Enter CREudoraTransBase::GetField : Input - Field Id : %s\n", pszFieldId);
+        if (!HasField(pszFieldId)) return RRC_FAILED;
+        const RRETURNCODE code = GiveEmptyValue(pszFieldId, *pType, pCell);
+        if (code == RRC_OK) KV_LOG(5, "Exit CREudoraTransBase::GetField\n");
+        return code;
     });
+}
+
+RRETURNCODE CREudoraTransBase::SetField(LPCTSTR pszFieldId, unsigned long*, void*) {
+    return Guarded("SetField", [&] {
+        KV_LOG(5, "Enter CREudoraTransBase::SetField : Input - Field Id : %s\n", pszFieldId);
+        if (HasField(pszFieldId)) {
+            KV_LOG(1, "CREudoraTransBase::SetField - Unsupported field type\n");
+        }
+        return RRC_FAILED;
+    });
+}
+
+// The same line for both operations, which names the one.
+bool CREudoraTransBase::HasField(LPCTSTR fieldId) const {
+    const bool isThere = m_appInfo.m_fields.Lookup(fieldId) >= 0;
+    if (!isThere) {
+        KV_LOG(1, "CREudoraTransBase::SetField Field Id '%s' is not found in the list", fieldId);
+    }
+    return isThere;
+}
+
+RRETURNCODE CREudoraTransBase::IsOkToSetRecord(RWORD, RFIELDCALLBACK, void*, BOOL* pbOk) {
+    return Give("IsOkToSetRecord", pbOk, BOOL{1});
+}
+
+RRETURNCODE CREudoraTransBase::IsOkToProceed(RWORD, RWORD, BOOL* pbOk) {
+    return Give("IsOkToProceed", pbOk, BOOL{1});
 }
 
 void CREudoraTransBase::SetBoxFileOpenFlagRegistry(unsigned long value) {

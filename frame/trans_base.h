@@ -1,62 +1,102 @@
 #pragma once
 
 #include <cstdint>
+#include <new>
+#include <span>
 
 #include "frame/app_info.h"
-#include "frame/filter_list.h"
 #include "frame/interface/translators.h"
 #include "frame/trans_util.h"
 
+namespace frame {
+
+// The filter records that the host has handed over. They are freed with their texts when others
+// come or this object goes.
+template <class Record>
+class FilterList {
+  public:
+    FilterList() = default;
+    ~FilterList() { TakeOver(nullptr, 0); }
+    FilterList(const FilterList&) = delete;
+    FilterList& operator=(const FilterList&) = delete;
+
+    // A list without entries is not ours to free: hosts hand in a pointer of their own with
+    // count 0.
+    void TakeOver(Record* records, int count) {
+        for (Record& record : m_records) {
+            ::operator delete(record.pszFieldId);
+            if constexpr (requires { record.pszText; }) ::operator delete(record.pszText);
+        }
+        if (!m_records.empty()) ::operator delete(m_records.data());
+        m_records = {};
+        if (records != nullptr && count > 0) {
+            m_records = std::span(records, static_cast<std::size_t>(count));
+        }
+    }
+
+    auto begin() const { return m_records.begin(); }
+    auto end() const { return m_records.end(); }
+
+  private:
+    std::span<Record> m_records;
+};
+
+}  // namespace frame
+
 // What the translators share: the settings record with the field list and its life cycle, the
-// filter lists, field enumeration, messages, and editing and deleting by id.
+// filter lists, field enumeration, messages, and editing and deleting by id. Names and meanings of
+// the arguments stand in frame/interface/translators.h.
 //
-// A derived MoveFirst or MoveNext goes to its record, gives RRC_EOF at the end, and otherwise ends
-// with a call of the base's operation, whose result it returns: the base passes over records for
-// which PassesFilters gives 0 by calling MoveNext through the table, in a loop, however many they
-// are.
+// By itself it is the object of a data kind without records: its settings can be made and kept,
+// its fields are empty, and a walk is at its end at once.
 class CREudoraTransBase : public CRRecordTranslator {
   public:
     CREudoraTransBase() = default;
     CREudoraTransBase(const CREudoraTransBase&) = delete;
     CREudoraTransBase& operator=(const CREudoraTransBase&) = delete;
 
-    RRETURNCODE GetAppProperties(unsigned long* pProperties) override;
-    RRETURNCODE GetAppInfo(BOOL bConfigure, CRHostContext* pHost, CString& csSelection, RWORD word,
-                           CString& csSummary, RWORD word2) override;
-    RRETURNCODE GetAppInfo(BOOL bConfigure, CRHostContext* pHost, CString& csSelection, RWORD word,
-                           CString& csSummary) override;
-    RRETURNCODE GetAppInfo(BOOL bConfigure, RWORD value1, RWORD value2, RWORD value3,
-                           CString& csSelection, RWORD word, CString& csSummary,
-                           CEudoraTransUtil* pUtil) override;
-    RRETURNCODE Open(int nMode, RWORD word, RWORD word2, RWORD word3, CRHostContext* pHost,
-                     RWORD word4) override;
-    RRETURNCODE Open(int nMode, RWORD word, RWORD word2, CRHostContext* pHost) override;
-    RRETURNCODE Open(int nMode, RWORD value2, RWORD value3, RWORD value4, RWORD word, RWORD word2,
-                     RWORD value5, RWORD value6, RWORD value7, CEudoraTransUtil* pUtil) override;
+    RRETURNCODE GetAppProperties(unsigned long*) override;
+    RRETURNCODE GetAppInfo(BOOL, CRHostContext*, CString&, RWORD, CString&, RWORD) override;
+    RRETURNCODE GetAppInfo(BOOL, CRHostContext*, CString&, RWORD, CString&) override;
+    RRETURNCODE GetAppInfo(BOOL, RWORD, RWORD, RWORD, CString&, RWORD, CString&,
+                           CEudoraTransUtil*) override;
+    RRETURNCODE Open(int, RWORD, RWORD, RWORD, CRHostContext*, RWORD) override;
+    RRETURNCODE Open(int, RWORD, RWORD, CRHostContext*) override;
+    RRETURNCODE Open(int, RWORD, RWORD, RWORD, RWORD, RWORD, RWORD, RWORD, RWORD,
+                     CEudoraTransUtil*) override;
+    RRETURNCODE Close(int) override;
     // The queues are the module's own, whatever the host handed in: messages can be fetched from
     // an object that was never opened.
-    RRETURNCODE GetFirstErrorMessage(CString& csMessage) override;
-    RRETURNCODE GetNextErrorMessage(CString& csMessage) override;
-    RRETURNCODE GetFirstWarningMessage(CString& csMessage) override;
-    RRETURNCODE GetNextWarningMessage(CString& csMessage) override;
-    RRETURNCODE SetDateFilter(tagRDATEFILTER* pFilters, int nCount) override;
-    RRETURNCODE SetTextFilter(tagRTEXTFILTER* pFilters, int nCount) override;
-    RRETURNCODE SetBoolFilter(tagRBOOLFILTER* pFilters, int nCount) override;
-    RRETURNCODE GetFirstFieldInfo(CString& csFieldId, CString& csFieldName, unsigned long* pType,
-                                  unsigned long* pTag, unsigned short* pOrdinal) override;
-    RRETURNCODE GetNextFieldInfo(CString& csFieldId, CString& csFieldName, unsigned long* pType,
-                                 unsigned long* pTag, unsigned short* pOrdinal) override;
-    RRETURNCODE GetFieldCount(long* pCount) override;
-    RRETURNCODE GetRecordCount(long* pCount) override;
+    RRETURNCODE GetFirstErrorMessage(CString&) override;
+    RRETURNCODE GetNextErrorMessage(CString&) override;
+    RRETURNCODE GetFirstWarningMessage(CString&) override;
+    RRETURNCODE GetNextWarningMessage(CString&) override;
+    RRETURNCODE SetDateFilter(tagRDATEFILTER*, int) override;
+    RRETURNCODE SetTextFilter(tagRTEXTFILTER*, int) override;
+    RRETURNCODE SetBoolFilter(tagRBOOLFILTER*, int) override;
+    RRETURNCODE GetFirstFieldInfo(CString&, CString&, unsigned long*, unsigned long*,
+                                  unsigned short*) override;
+    RRETURNCODE GetNextFieldInfo(CString&, CString&, unsigned long*, unsigned long*,
+                                 unsigned short*) override;
+    RRETURNCODE GetFieldCount(long*) override;
+    RRETURNCODE GetRecordCount(long*) override;
     RRETURNCODE MoveFirst() override;
     RRETURNCODE MoveNext() override;
-    using CRRecordTranslator::EditRecord;
-    RRETURNCODE EditRecord(LPCTSTR pszRecId) override;
-    RRETURNCODE UpdateRecord(CString& csRecordId, CString& csModifiedInfo) override;
-    using CRRecordTranslator::DeleteRecord;
-    RRETURNCODE DeleteRecord(LPCTSTR pszRecId) override;
+    RRETURNCODE GoToRecord(LPCTSTR) override;
+    RRETURNCODE AddNewRecord(RWORD) override;
+    RRETURNCODE EditRecord() override;
+    RRETURNCODE EditRecord(LPCTSTR) override;
+    RRETURNCODE UpdateRecord(CString&, CString&) override;
+    RRETURNCODE DeleteRecord() override;
+    RRETURNCODE DeleteRecord(LPCTSTR) override;
     RRETURNCODE DeleteAllRecords() override;
-    RRETURNCODE IsOkToProceed(RWORD word, RWORD word2, BOOL* pbOk) override;
+    RRETURNCODE GetRecordID(CString&) override;
+    RRETURNCODE GetModifiedInfo(CString&) override;
+    // Numbers and dates stay as the caller preset them; a text is the empty one.
+    RRETURNCODE GetField(LPCTSTR, unsigned long*, void*) override;
+    RRETURNCODE SetField(LPCTSTR, unsigned long*, void*) override;
+    RRETURNCODE IsOkToSetRecord(RWORD, RFIELDCALLBACK, void*, BOOL*) override;
+    RRETURNCODE IsOkToProceed(RWORD, RWORD, BOOL*) override;
 
     // Writes the number RecCntFlag for the host into the registry; reports nothing.
     void SetBoxFileOpenFlagRegistry(unsigned long value);
@@ -67,6 +107,11 @@ class CREudoraTransBase : public CRRecordTranslator {
     virtual RRETURNCODE InitDefaultSettings() { return RRC_OK; }
     virtual int PassesFilters() { return 1; }
     virtual RRETURNCODE PrepareForUpdate() { return RRC_OK; }
+
+    // The end of a derived MoveFirst or MoveNext that reached a record, under its name: passes over
+    // records for which PassesFilters gives 0 by calling MoveNext through the table, in a loop,
+    // however many they are.
+    RRETURNCODE EndMove(const char* operation);
 
     // The one that the host handed in; the module's own before it did.
     CEudoraTransUtil& Util() const { return m_pUtil != nullptr ? *m_pUtil : TransUtil(); }
@@ -84,11 +129,11 @@ class CREudoraTransBase : public CRRecordTranslator {
     std::int32_t m_bBoxFileOpenFlag = 0;
 
   private:
-    RRETURNCODE FilterStep();
     RRETURNCODE LoadOrMakeSettings(CString& csSelection, bool& isNew);
     RRETURNCODE DeleteUntilEnd();
+    bool HasField(LPCTSTR fieldId) const;
 
     std::int32_t m_nFieldCursor = 0;
-    bool m_filtering = false;  // a FilterStep runs and judges the records that MoveNext reaches
+    bool m_filtering = false;  // an EndMove runs and judges the records that MoveNext reaches
     bool m_reached = false;    // the MoveNext that it called has reached a record
 };

@@ -1,13 +1,12 @@
 #include "frame/trans_util.h"
 
 #include <cstdio>
-#include <optional>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "integration/locate/locate.h"
-#include "platform/kvutil/kvutil.h"
 #include "platform/os/safe_write.h"
 
 using frame::StringId;
@@ -19,6 +18,7 @@ CEudoraTransUtil*& Replacement() {
     return util;
 }
 
+constexpr const char* kBundleBase = "kvlEUD";
 constexpr int kLastNumber = 0xFFFE;                     // of a settings file
 constexpr std::uint64_t kMostBytes = 16 * 1024 * 1024;  // of one that are read
 
@@ -29,29 +29,8 @@ RRETURNCODE TakeOldest(CStringArray& queue, CString& out) {
     return RRC_OK;
 }
 
-// Replaces the conversions of `format`, which must be exactly one "%s" and, where `number` is
-// given, one "%d" behind it; "%%" gives a percent sign. A format with any other conversion is not
-// ours to interpret: it stands as it is.
-std::string FormatText(std::string_view format, std::string_view text, std::optional<int> number) {
-    const std::string_view expected = number ? "sd" : "s";
-    std::size_t done = 0;
-    std::string result;
-    for (std::size_t i = 0; i < format.size(); ++i) {
-        if (format[i] != '%') {
-            result += format[i];
-            continue;
-        }
-        if (++i == format.size()) return std::string(format);
-        if (format[i] == '%') {
-            result += '%';
-        } else if (done < expected.size() && format[i] == expected[done]) {
-            result += expected[done] == 's' ? std::string(text) : std::to_string(*number);
-            ++done;
-        } else {
-            return std::string(format);
-        }
-    }
-    return done == expected.size() ? result : std::string(format);
+void SetIfGiven(CString& target, const char* text) {
+    if (text != nullptr) target = text;
 }
 
 }  // namespace
@@ -65,8 +44,50 @@ void UseTransUtil(CEudoraTransUtil* util) {
     Replacement() = util;
 }
 
-CEudoraTransUtil::CEudoraTransUtil(const platform::System& theSystem)
-    : system(theSystem), bundle(system.libraries), mapi(system) {}
+RRETURNCODE CEudoraTransUtil::InitTranslator(const tagRENVSETTINGS* env) {
+    KV_LOG(5, "Enter - kvtEudora : InitTranslator\n");
+    hModule = platform::OwnInstance();
+    csEnvDir = env != nullptr ? env->pszEnvDir : nullptr;
+    csEnvText = env != nullptr ? env->pszEnvText : nullptr;
+    if (!LoadBundle()) return RRC_FAILED;
+    CString program;
+    if (!locate::FindEudora(system.registry, system.files, csEudoraDir, program)) {
+        KV_LOG(1, "Eudora Pro doesn't installed in your machine");
+        AddError(StringId::kEudoraMissing);
+        return RRC_FAILED;
+    }
+    csNicknamePath = locate::FindNicknameFile(system.files, program, system.codePage);
+    return RRC_OK;
+}
+
+RRETURNCODE CEudoraTransUtil::InitTranslatorEx(const tagRENVSETTINGS* env,
+                                               const tagRTRANSSETTINGS* settings,
+                                               const char* language, char* message, int length) {
+    if (settings != nullptr) {
+        SetIfGiven(csSettingsDir, settings->pszSettingsDir);
+        SetIfGiven(csTransText, settings->pszTransText);
+        SetIfGiven(csAltLanguage, settings->pszAltLanguage);
+    }
+    SetIfGiven(csLanguage, language);
+    const RRETURNCODE code = InitTranslator(env);
+    if (code != RRC_OK && message != nullptr && length > 0) {
+        CString oldest;
+        GetNextError(oldest);
+        std::strncpy(message, oldest, static_cast<std::size_t>(length));
+    }
+    return code;
+}
+
+bool CEudoraTransUtil::LoadBundle() {
+    const CString& folder = csSettingsDir.IsEmpty() ? csEnvDir : csSettingsDir;
+    for (const char* path : {folder.Str().c_str(), ""}) {
+        if (bundle.Load(kBundleBase, path, csLanguage, csAltLanguage, false)) return true;
+    }
+    KV_LOG(1, "ERROR: Language bundle load failed Base=%s, Path=%s, LangId=%s\n", kBundleBase,
+           folder.Str().c_str(), csLanguage.Str().c_str());
+    SetLastVornErrorString("Unable to locate any resource DLL.");
+    return false;
+}
 
 CString CEudoraTransUtil::GetString(StringId id) {
     const auto number = static_cast<std::uint32_t>(id);
@@ -77,16 +98,26 @@ CString CEudoraTransUtil::GetString(StringId id) {
     return text;
 }
 
-CString CEudoraTransUtil::FormatString(StringId id, const CString& text) {
-    return FormatText(GetString(id).Str(), text.Str(), std::nullopt);
-}
-
-CString CEudoraTransUtil::FormatString(StringId id, const CString& text, int number) {
-    return FormatText(GetString(id).Str(), text.Str(), number);
-}
-
-void CEudoraTransUtil::AddError(StringId id) {
-    saErrors.Add(GetString(id));
+// "%%" gives a percent sign.
+CString CEudoraTransUtil::FormatString(StringId id, const CString& text,
+                                       std::optional<int> number) {
+    const CString format = GetString(id);
+    const std::string_view expected = number ? "sd" : "s";
+    std::size_t done = 0;
+    std::string result;
+    for (const char* at = format; *at != '\0'; ++at) {
+        if (*at != '%') {
+            result += *at;
+        } else if (*++at == '%') {
+            result += '%';
+        } else if (done < expected.size() && *at == expected[done]) {
+            result += *at == 's' ? text.Str() : std::to_string(*number);
+            ++done;
+        } else {
+            return format;
+        }
+    }
+    return done == expected.size() ? CString(result) : format;
 }
 
 void CEudoraTransUtil::AddFileError(const platform::Failure& failure) {
@@ -167,16 +198,17 @@ void CEudoraTransUtil::DeleteAllSettings() const {
     }
 }
 
-bool CEudoraTransUtil::FindEudora(CString& csProgram) {
-    return locate::FindEudora(system.registry, system.files, csEudoraDir, csProgram);
-}
-
-void CEudoraTransUtil::FindNicknameFile(CString csProgram) {
-    csNicknamePath = locate::FindNicknameFile(system.files, csProgram, system.codePage);
-}
-
 int CEudoraTransUtil::CheckDefaultClient() {
     CString program;
-    if (!FindEudora(program)) return 1;
+    if (!locate::FindEudora(system.registry, system.files, csEudoraDir, program)) return 1;
     return locate::IsDefaultClient(system.registry, system.files, program) ? 0 : 2;
+}
+
+void frame::ReportException(const char* operation, const char* what) noexcept {
+    try {
+        KV_LOG(1, "ERROR: %s, %s\n", operation, what);
+        TransUtil().AddErrorText((std::string(operation) + ": " + what).c_str());
+    } catch (...) {
+        // Out of memory: the result code has to do.
+    }
 }

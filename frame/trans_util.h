@@ -1,28 +1,39 @@
 #pragma once
 
+#include <exception>
+#include <optional>
+
 #include "frame/app_info.h"
 #include "frame/interface/host_records.h"
 #include "frame/language_bundle.h"
 #include "frame/string_id.h"
 #include "mapi/mapi.h"
+#include "platform/kvutil/kvutil.h"
 #include "platform/mfc/collections.h"
 #include "platform/os/system.h"
 
 // The module's whole global state, shared by all translators: one object from load to unload.
+// Paths are Windows paths; they and all texts are in the system code page.
 class CEudoraTransUtil {
   public:
-    explicit CEudoraTransUtil(const platform::System& theSystem);
-    virtual ~CEudoraTransUtil() = default;
+    explicit CEudoraTransUtil(const platform::System& theSystem)
+        : system(theSystem), bundle(system.libraries), mapi(system) {}
+
+    // What the exported functions of these names do, as exports.h tells. A null record counts as
+    // one of empty texts; a null buffer or a length below 1 receives nothing.
+    RRETURNCODE InitTranslator(const tagRENVSETTINGS* env);
+    RRETURNCODE InitTranslatorEx(const tagRENVSETTINGS* env, const tagRTRANSSETTINGS* settings,
+                                 const char* language, char* message, int length);
 
     // Strings of the bundle; a missing one is logged and gives the empty text.
     CString GetString(frame::StringId id);
-    // The string as a format for one text, or for a text and a number: used as a format only if
+    // The string as a format for a text, and a number if one is given: used as a format only if
     // its conversions are exactly "%s", or "%s" and "%d" in this order; else it stands as it is.
-    CString FormatString(frame::StringId id, const CString& text);
-    CString FormatString(frame::StringId id, const CString& text, int number);
+    CString FormatString(frame::StringId id, const CString& text,
+                         std::optional<int> number = std::nullopt);
 
     // The message queues, oldest first.
-    void AddError(frame::StringId id);
+    void AddError(frame::StringId id) { saErrors.Add(GetString(id)); }
     void AddErrorText(LPCTSTR text) { saErrors.Add(text); }
     // Says that the file of the failure could not be opened, then AddCause.
     void AddFileError(const platform::Failure& failure);
@@ -43,10 +54,7 @@ class CEudoraTransUtil {
     bool StoreSettings(CEudoraAppInfo& info, LPCTSTR path);
     void DeleteAllSettings() const;  // up to the first number that is free
 
-    // Finding Eudora through the registry.
-    bool FindEudora(CString& csProgram);
-    void FindNicknameFile(CString csProgram);
-    int CheckDefaultClient();  // 0 default client, 1 not installed, 2 another client
+    int CheckDefaultClient();  // 0 Eudora is it, 1 Eudora is not installed, 2 another client
 
     platform::System system;
     CString csNicknamePath;  // default address-book file
@@ -59,9 +67,42 @@ class CEudoraTransUtil {
     CString csSettingsDir, csTransText;
     CStringArray saErrors, saWarnings;
     CMapi mapi;
+
+  private:
+    bool LoadBundle();
 };
 
 // The module's global object. Made over the native system when the library is loaded; a test puts
 // an object of its own in its place (null puts the module's own back).
 CEudoraTransUtil& TransUtil();
 void UseTransUtil(CEudoraTransUtil* util);
+
+namespace frame {
+
+// Queues `what` as an error message for the host.
+void ReportException(const char* operation, const char* what) noexcept;
+
+// The border of the module: runs an operation and turns an exception into RRC_FAILED and a queued
+// message, so that nothing is thrown at the host.
+template <class Operation>
+RRETURNCODE Guarded(const char* name, Operation&& operation) noexcept {
+    try {
+        return operation();
+    } catch (const std::exception& exception) {
+        ReportException(name, exception.what());
+    } catch (...) {
+        ReportException(name, "unknown exception");
+    }
+    return RRC_FAILED;
+}
+
+// The same, with a first line in the log: where the operation belongs, and its name.
+template <class Operation>
+RRETURNCODE Entered(const char* where, const char* name, Operation&& operation) noexcept {
+    return Guarded(name, [&]() -> RRETURNCODE {
+        KV_LOG(5, "%s%s\n", where, name);
+        return operation();
+    });
+}
+
+}  // namespace frame

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "frame/guard.h"
 #include "frame/interface/field_ids.h"
 #include "integration/dialogs/eudora_options_dlg.h"
 #include "mailbox/toc_records.h"
@@ -141,7 +140,7 @@ RRETURNCODE CREudoraMail::MoveFirst() {
     return Entered("Enter - RRETURNCODE CREudoraMail::", "MoveFirst", [&] {
         m_passedOver = false;
         RRETURNCODE code = CheckMove(Util().mapi.MoveFirst());
-        if (code == RRC_OK) code = CREudoraTransBase::MoveFirst();
+        if (code == RRC_OK) code = EndMove("MoveFirst");
         if (code == RRC_OK && m_passedOver) Util().mapi.ConfirmSeek();
         return code;
     });
@@ -154,7 +153,7 @@ RRETURNCODE CREudoraMail::MoveNext() {
         m_passedOver = true;
         Util().mapi.NoteSeek();
         RRETURNCODE code = CheckMove(Util().mapi.MoveNext());
-        if (code == RRC_OK) code = CREudoraTransBase::MoveNext();
+        if (code == RRC_OK) code = EndMove("MoveNext");
         if (code == RRC_OK && !IsFiltering()) Util().mapi.ConfirmSeek();
         return code;
     });

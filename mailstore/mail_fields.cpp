@@ -78,11 +78,9 @@ RRETURNCODE GiveBody(CEudoraTransUtil& util, const MapiMessage& message, char*& 
 void BuildFieldList(CREudoraFieldArray& fields) {
     fields.RemoveAll();
     for (const FieldRow& row : kFields) {
-        CREudoraField field;
         const auto stringId = row.shown ? static_cast<std::int32_t>(*row.shown) : 0;
-        field.Set(FieldId(row.id).c_str(), static_cast<std::int32_t>(row.id), stringId, row.name,
-                  row.type, row.tag, false);
-        fields.Add(field);
+        fields.Add({FieldId(row.id), static_cast<std::int32_t>(row.id), stringId, row.name,
+                    row.type, row.tag});
     }
 }
 

@@ -4,7 +4,6 @@
 #include <utility>
 #include <vector>
 
-#include "frame/guard.h"
 #include "mailstore/built_record.h"
 #include "mailstore/eudora_access.h"
 #include "mailstore/mail_fields.h"

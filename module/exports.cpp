@@ -4,9 +4,8 @@
 #include <new>
 
 #include "addressbook/eudora4.h"
-#include "frame/guard.h"
-#include "frame/initialization.h"
-#include "frame/plain_translator.h"
+#include "frame/trans_base.h"
+#include "frame/trans_util.h"
 #include "mailstore/eudora_mail.h"
 #include "platform/os/system.h"
 
@@ -29,7 +28,7 @@ constexpr const char* kEnter = "Enter - kvtEudora : ";
 std::unique_ptr<CREudoraTransBase> MakeTranslator(unsigned long kind) {
     if (kind == kAddressBook) return std::make_unique<CREudora4>();
     if (kind == kMail) return std::make_unique<CREudoraMail>();
-    return std::make_unique<frame::PlainTranslator>();
+    return std::make_unique<CREudoraTransBase>();
 }
 
 // What both forms of the initialisation hand out, whatever becomes of it.
@@ -44,7 +43,7 @@ extern "C" RRETURNCODE InitTranslator(tagRENVSETTINGS* pEnv, RWORD* pWord,
                                       CEudoraTransUtil** ppUtil) {
     return Guarded("InitTranslator", [&] {
         HandOut(pWord, ppUtil);
-        return frame::Initialize(TransUtil(), pEnv);
+        return TransUtil().InitTranslator(pEnv);
     });
 }
 
@@ -53,8 +52,7 @@ extern "C" RRETURNCODE InitTranslatorEx(tagRENVSETTINGS* pEnv, tagRTRANSSETTINGS
                                         CEudoraTransUtil** ppUtil, char* pszMessage, int nLength) {
     return Entered(kEnter, "InitTranslatorEx", [&] {
         HandOut(pWord, ppUtil);
-        return frame::InitializeWith(TransUtil(), pEnv, pSettings, pszLanguage, pszMessage,
-                                     nLength);
+        return TransUtil().InitTranslatorEx(pEnv, pSettings, pszLanguage, pszMessage, nLength);
     });
 }
 

@@ -20,27 +20,16 @@ class CRAppTranslator {
   public:
     virtual ~CRAppTranslator() = default;
     virtual RRETURNCODE GetAppProperties(unsigned long* pProperties) = 0;
-    virtual RRETURNCODE GetAppInfo(BOOL /*bConfigure*/, CRHostContext* /*pHost*/,
-                                   CString& /*csSelection*/, RWORD /*word*/, CString& /*csSummary*/,
-                                   RWORD /*word2*/) {
-        return RRC_NOT_SUPPORTED;
-    }
-    virtual RRETURNCODE GetAppInfo(BOOL /*bConfigure*/, CRHostContext* /*pHost*/,
-                                   CString& /*csSelection*/, RWORD /*word*/,
-                                   CString& /*csSummary*/) {
-        return RRC_NOT_SUPPORTED;
-    }
+    virtual RRETURNCODE GetAppInfo(BOOL bConfigure, CRHostContext* pHost, CString& csSelection,
+                                   RWORD word, CString& csSummary, RWORD word2) = 0;
+    virtual RRETURNCODE GetAppInfo(BOOL bConfigure, CRHostContext* pHost, CString& csSelection,
+                                   RWORD word, CString& csSummary) = 0;
     virtual RRETURNCODE GetAppInfo(BOOL bConfigure, RWORD value1, RWORD value2, RWORD value3,
                                    CString& csSelection, RWORD word, CString& csSummary,
                                    CEudoraTransUtil* pUtil) = 0;
-    virtual RRETURNCODE Open(int /*nMode*/, RWORD /*word*/, RWORD /*word2*/, RWORD /*word3*/,
-                             CRHostContext* /*pHost*/, RWORD /*word4*/) {
-        return RRC_NOT_SUPPORTED;
-    }
-    virtual RRETURNCODE Open(int /*nMode*/, RWORD /*word*/, RWORD /*word2*/,
-                             CRHostContext* /*pHost*/) {
-        return RRC_NOT_SUPPORTED;
-    }
+    virtual RRETURNCODE Open(int nMode, RWORD word, RWORD word2, RWORD word3, CRHostContext* pHost,
+                             RWORD word4) = 0;
+    virtual RRETURNCODE Open(int nMode, RWORD word, RWORD word2, CRHostContext* pHost) = 0;
     virtual RRETURNCODE Open(int nMode, RWORD value2, RWORD value3, RWORD value4, RWORD word,
                              RWORD word2, RWORD value5, RWORD value6, RWORD value7,
                              CEudoraTransUtil* pUtil) = 0;
@@ -66,15 +55,9 @@ class CRRecordTranslator : public CRAppTranslator {
     virtual RRETURNCODE ReservedOp7(RWORD) { return RRC_NOT_SUPPORTED; }
     virtual RRETURNCODE ReservedOp8(RWORD) { return RRC_NOT_SUPPORTED; }
     virtual RRETURNCODE ReservedOp9(RWORD) { return RRC_NOT_SUPPORTED; }
-    virtual RRETURNCODE SetDateFilter(tagRDATEFILTER* /*pFilters*/, int /*nCount*/) {
-        return RRC_NOT_SUPPORTED;
-    }
-    virtual RRETURNCODE SetTextFilter(tagRTEXTFILTER* /*pFilters*/, int /*nCount*/) {
-        return RRC_NOT_SUPPORTED;
-    }
-    virtual RRETURNCODE SetBoolFilter(tagRBOOLFILTER* /*pFilters*/, int /*nCount*/) {
-        return RRC_NOT_SUPPORTED;
-    }
+    virtual RRETURNCODE SetDateFilter(tagRDATEFILTER* pFilters, int nCount) = 0;
+    virtual RRETURNCODE SetTextFilter(tagRTEXTFILTER* pFilters, int nCount) = 0;
+    virtual RRETURNCODE SetBoolFilter(tagRBOOLFILTER* pFilters, int nCount) = 0;
     virtual RRETURNCODE ReservedOp10(RWORD, RWORD, RWORD, RWORD) { return RRC_NOT_SUPPORTED; }
     virtual RRETURNCODE GetFirstFieldInfo(CString& csFieldId, CString& csFieldName,
                                           unsigned long* pType, unsigned long* pTag,
@@ -85,8 +68,8 @@ class CRRecordTranslator : public CRAppTranslator {
     virtual RRETURNCODE ReservedOp11(RWORD) { return RRC_NOT_SUPPORTED; }
     virtual RRETURNCODE ReservedOp12(RWORD) { return RRC_NOT_SUPPORTED; }
     virtual RRETURNCODE ReservedOp13(RWORD) { return RRC_NOT_SUPPORTED; }
-    virtual RRETURNCODE GetRecordCount(long* /*pCount*/) { return RRC_NOT_SUPPORTED; }
-    virtual RRETURNCODE GetFieldCount(long* /*pCount*/) { return RRC_NOT_SUPPORTED; }
+    virtual RRETURNCODE GetRecordCount(long* pCount) = 0;
+    virtual RRETURNCODE GetFieldCount(long* pCount) = 0;
     virtual RRETURNCODE ReservedOp14(RWORD) { return RRC_NOT_SUPPORTED; }
     virtual RRETURNCODE ReservedOp15(RWORD) { return RRC_NOT_SUPPORTED; }
     virtual RRETURNCODE MoveFirst() = 0;
@@ -96,24 +79,22 @@ class CRRecordTranslator : public CRAppTranslator {
     virtual RRETURNCODE GoToRecord(LPCTSTR pszRecId) = 0;
     virtual RRETURNCODE ReservedOp18(RWORD) { return RRC_NOT_SUPPORTED; }
     virtual RRETURNCODE AddNewRecord(RWORD word) = 0;
-    virtual RRETURNCODE EditRecord() { return RRC_NOT_SUPPORTED; }
+    virtual RRETURNCODE EditRecord() = 0;
     virtual RRETURNCODE EditRecord(LPCTSTR pszRecId) = 0;
     virtual RRETURNCODE UpdateRecord(CString& csRecordId, CString& csModifiedInfo) = 0;
-    virtual RRETURNCODE DeleteRecord() { return RRC_NOT_SUPPORTED; }
+    virtual RRETURNCODE DeleteRecord() = 0;
     virtual RRETURNCODE DeleteRecord(LPCTSTR pszRecId) = 0;
     virtual RRETURNCODE DeleteAllRecords() = 0;
     virtual RRETURNCODE BatchUpdate(CRBatchSink* /*pSink*/) { return RRC_NOT_SUPPORTED; }
     virtual RRETURNCODE ReservedOp19(RWORD) { return RRC_NOT_SUPPORTED; }
     virtual RRETURNCODE ReservedOp20(RWORD) { return RRC_NOT_SUPPORTED; }
     virtual RRETURNCODE ReservedOp21(RWORD) { return RRC_NOT_SUPPORTED; }
-    virtual RRETURNCODE GetRecordID(CString& /*csRecordId*/) { return RRC_NOT_SUPPORTED; }
-    virtual RRETURNCODE GetModifiedInfo(CString& /*csModifiedInfo*/) { return RRC_NOT_SUPPORTED; }
+    virtual RRETURNCODE GetRecordID(CString& csRecordId) = 0;
+    virtual RRETURNCODE GetModifiedInfo(CString& csModifiedInfo) = 0;
     virtual RRETURNCODE GetField(LPCTSTR pszFieldId, unsigned long* pType, void* pCell) = 0;
     virtual RRETURNCODE SetField(LPCTSTR pszFieldId, unsigned long* pType, void* pCell) = 0;
-    virtual RRETURNCODE IsOkToSetRecord(RWORD /*word*/, RFIELDCALLBACK /*pfnGetValue*/,
-                                        void* /*pContext*/, BOOL* /*pbOk*/) {
-        return RRC_NOT_SUPPORTED;
-    }
+    virtual RRETURNCODE IsOkToSetRecord(RWORD word, RFIELDCALLBACK pfnGetValue, void* pContext,
+                                        BOOL* pbOk) = 0;
     virtual RRETURNCODE IsOkToProceed(RWORD word, RWORD word2, BOOL* pbOk) = 0;
     virtual RRETURNCODE ReservedOp22(RWORD, RWORD, RWORD, RWORD, RWORD) {
         return RRC_NOT_SUPPORTED;

@@ -67,7 +67,7 @@ class ModuleTest : public ::testing::Test {
     inline static std::unique_ptr<platform::Library> s_library;
 };
 
-TEST_F(ModuleTest, ReservedOperationsAnswerNotSupported) {
+TEST_F(ModuleTest, ReservedOperationsAnswerNotSupportedAndTheKindDecidesTheProperties) {
     // By the number of words that they take.
     const std::vector<std::size_t> rows[] = {
         {11, 20, 39, 40},
@@ -77,8 +77,11 @@ TEST_F(ModuleTest, ReservedOperationsAnswerNotSupported) {
         {27},
         {60}};
     constexpr RWORD w = ~RWORD{0};
-    for (const unsigned long kind : {1UL, 2UL, 20UL}) {
+    for (const unsigned long kind : {1UL, 2UL, 20UL, 0UL, ~0UL}) {
         const auto object = Make(kind);
+        unsigned long properties = 0;
+        EXPECT_EQ(CallAt(*object, 2, &properties), RRC_OK);
+        EXPECT_EQ(properties, kind == 1 ? 0x80070004UL : 0x80070000UL) << kind;
         for (std::size_t words = 0; words < std::size(rows); ++words) {
             for (const std::size_t at : rows[words]) {
                 const RRETURNCODE code = words == 0   ? CallAt(*object, at)
@@ -121,58 +124,52 @@ TEST_F(ModuleTest, EveryOperationStandsAtItsPosition) {
     const auto value = with(id, &word, static_cast<void*>(&cell));
     constexpr RWORD w = 5;
     const Row rows[] = {
-        {2, RRC_OK, "GetAppProperties", with(&word)},
+        {2, RRC_OK, "GetAppProperties\n", with(&word)},
         {8, RRC_OK, "Open - Input : Mode - 8",
          with(8, w, w, w, w, w, w, w, w, static_cast<CEudoraTransUtil*>(nullptr))},
         {9, RRC_OK, "Close - Input : Mode - 5", with(5)},
         {10, RRC_NOT_SUPPORTED, nullptr, with(w, static_cast<tagRAPPINFO*>(nullptr), w)},
-        {12, RRC_NONE, "GetFirstErrorMessage", message},
-        {13, RRC_NONE, "GetNextErrorMessage", message},
-        {14, RRC_NONE, "GetFirstWarningMessage", message},
-        {15, RRC_NONE, "GetNextWarningMessage", message},
-        {24, RRC_OK, "SetDateFilter", with(static_cast<tagRDATEFILTER*>(nullptr), 0)},
-        {25, RRC_OK, "SetTextFilter", with(static_cast<tagRTEXTFILTER*>(nullptr), 0)},
-        {26, RRC_OK, "SetBoolFilter", with(static_cast<tagRBOOLFILTER*>(nullptr), 0)},
-        {28, RRC_NONE, "GetFirstFieldInfo", field},
-        {29, RRC_NONE, "GetNextFieldInfo", field},
-        {33, RRC_NONE, "GetRecordCount", with(&count)},
-        {34, RRC_OK, "GetFieldCount", with(&count)},
-        {37, RRC_EOF, "MoveFirst", with()},
-        {38, RRC_EOF, "MoveNext", with()},
+        {12, RRC_NONE, "GetFirstErrorMessage\n", message},
+        {13, RRC_NONE, "GetNextErrorMessage\n", message},
+        {14, RRC_NONE, "GetFirstWarningMessage\n", message},
+        {15, RRC_NONE, "GetNextWarningMessage\n", message},
+        {24, RRC_OK, "SetDateFilter\n", with(static_cast<tagRDATEFILTER*>(nullptr), 0)},
+        {25, RRC_OK, "SetTextFilter\n", with(static_cast<tagRTEXTFILTER*>(nullptr), 0)},
+        {26, RRC_OK, "SetBoolFilter\n", with(static_cast<tagRBOOLFILTER*>(nullptr), 0)},
+        {28, RRC_NONE, "GetFirstFieldInfo\n", field},
+        {29, RRC_NONE, "GetNextFieldInfo\n", field},
+        {33, RRC_NONE, "GetRecordCount\n", with(&count)},
+        {34, RRC_OK, "GetFieldCount\n", with(&count)},
+        {37, RRC_EOF, "MoveFirst\n", with()},
+        {38, RRC_EOF, "MoveNext\n", with()},
         {41, RRC_OK, "GoToRecord", with(id)},
-        {43, RRC_FAILED, "AddNewRecord", with(w)},
+        {43, RRC_FAILED, "AddNewRecord\n", with(w)},
         {44, RRC_OK, "EditRecord\n", with()},
         {45, RRC_OK, "EditRecord: no such\n", with(id)},
-        {46, RRC_FAILED, "UpdateRecord", update},
+        {46, RRC_FAILED, "UpdateRecord\n", update},
         {47, RRC_OK, "DeleteRecord\n", with()},
         {48, RRC_OK, "DeleteRecord: no such\n", with(id)},
-        {49, RRC_OK, "DeleteAllRecords", with()},
+        {49, RRC_OK, "DeleteAllRecords\n", with()},
         {50, RRC_NOT_SUPPORTED, nullptr, with(static_cast<CRBatchSink*>(nullptr))},
-        {54, RRC_OK, "GetRecordID", message},
-        {55, RRC_FAILED, "GetModifiedInfo", message},
+        {54, RRC_OK, "GetRecordID\n", message},
+        {55, RRC_FAILED, "GetModifiedInfo\n", message},
         {56, RRC_FAILED, "GetField : Input - Field Id : no such\n", value},
         {57, RRC_FAILED, "SetField : Input - Field Id : no such\n", value},
-        {58, RRC_OK, "IsOkToSetRecord",
+        {58, RRC_OK, "IsOkToSetRecord\n",
          with(w, static_cast<RFIELDCALLBACK>(nullptr), static_cast<void*>(nullptr), &flag)},
-        {59, RRC_OK, "IsOkToProceed", with(w, w, &flag)},
+        {59, RRC_OK, "IsOkToProceed\n", with(w, w, &flag)},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.at);
         LogCapture log;
         EXPECT_EQ(row.call(row.at), row.code);
-        auto& lines = LogCapture::Lines();
-        lines.resize(1);  // an empty one if there is none
-        const std::string start =
-            row.line != nullptr ? std::string("5 Enter CREudoraTransBase::") + row.line : "";
-        EXPECT_TRUE(lines[0].starts_with(start)) << lines[0];
+        LogCapture::Lines().resize(1);  // an empty one if there is none
         // The name ends there: "EditRecord" must not pass for "EditRecord: id".
-        EXPECT_NE(std::string("\n: ").find(lines[0].substr(start.size(), 1)), std::string::npos);
-        if (row.at == 33) {
-            EXPECT_EQ(count, -1);
-        }
-        if (row.at >= 58) {
-            EXPECT_EQ(std::exchange(flag, 77), 1);
-        }
+        const std::string line = LogCapture::Lines()[0] + '\n';
+        const std::string start = row.line != nullptr ? "5 Enter CREudoraTransBase::" : "";
+        EXPECT_TRUE(line.starts_with(start + (row.line != nullptr ? row.line : "\n"))) << line;
+        EXPECT_TRUE(row.at != 33 || count == -1);
+        EXPECT_TRUE(row.at < 58 || std::exchange(flag, 77) == 1);
     }
     EXPECT_EQ(count, 0) << "no fields";
     EXPECT_EQ(word, 0x80070000UL);
@@ -191,15 +188,12 @@ TEST_F(ModuleTest, SettingsLiveFromFirstCallToRemoval) {
     RWORD word = 9;
     CEudoraTransUtil* util = nullptr;
     std::string buffer(200, 'x');
-    const auto code = Find<exports::InitTranslatorExFn>(exports::kInitTranslatorEx)(
+    (void)Find<exports::InitTranslatorExFn>(exports::kInitTranslatorEx)(
         &env, &settings, "EN", &word, &util, buffer.data(), 200);
-    EXPECT_EQ(word, 0U);
     ASSERT_NE(util, nullptr);
+    EXPECT_EQ(word, 0U);
     EXPECT_NE(util->hModule, nullptr);
     EXPECT_NE(util->hModule, platform::OwnInstance()) << "the module's, not this program's";
-    if (code != RRC_OK) {
-        EXPECT_STREQ(buffer.c_str(), "Eudora is not installed on this computer.");
-    }
     NumberedHost host(util);
     CString selection, summary;
     constexpr RWORD w = 1;
@@ -246,14 +240,6 @@ TEST_F(ModuleTest, TheHostsDialogsAreAsked) {
     SetDialogProvider(nullptr);
     ASSERT_EQ(dialogs.messages.size(), 1U);
     EXPECT_TRUE(dialogs.messages[0].text.starts_with("Unable to read the config file."));
-}
-
-TEST_F(ModuleTest, TheDataKindDecides) {
-    for (const unsigned long kind : {1UL, 2UL, 20UL, 0UL, ~0UL}) {
-        unsigned long properties = 0;
-        EXPECT_EQ(CallAt(*Make(kind), 2, &properties), RRC_OK);
-        EXPECT_EQ(properties, kind == 1 ? 0x80070004UL : 0x80070000UL) << kind;
-    }
 }
 
 TEST_F(ModuleTest, InsidesAreNotExported) {

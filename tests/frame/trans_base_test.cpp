@@ -1,61 +1,90 @@
-#include "frame/plain_translator.h"
+#include <functional>
+
+#include "tests/frame/frame_fixture.h"
 #include "tests/frame/numbered_host.h"
-#include "tests/frame/record_translator.h"
 #include "tests/support/failing_allocation.h"
 
 using test::ForEachFailingAllocation, test::Shortage;
 
 namespace {
 
+using Texts = std::vector<std::string>;
 const std::string kFirst = "C:\\set\\EudoraAppInfo0001.cfg";
 
-class OptionTranslator : public frame::PlainTranslator {
+// A translator over records that a test makes up: a record is its id, and the filters hide it if
+// that begins with '-'. It notes the steps that ran by their letters; one of them may fail.
+class RecordTranslator : public CREudoraTransBase {
   public:
-    static constexpr int kThrows = -1;
-    int answer = 0, shown = 0, defaults = 0;
-    std::vector<RWORD> words;
-
-    CEudoraAppInfo& Info() { return m_appInfo; }
-    const CString& Selection() const { return m_csSelection; }
-
+    using CREudoraTransBase::DeleteRecord;
+    using CREudoraTransBase::EditRecord;
+    using CREudoraTransBase::m_appInfo;
+    using CREudoraTransBase::m_csSelection;
+    RRETURNCODE MoveFirst() override {
+        position = 0;
+        return position == records.size() ? RRC_EOF : EndMove("MoveFirst");
+    }
+    RRETURNCODE MoveNext() override {
+        if (failing == "N") return RRC_FAILED;
+        if (position < records.size()) ++position;
+        return position == records.size() ? RRC_EOF : EndMove("MoveNext");
+    }
+    RRETURNCODE GoToRecord(LPCTSTR) override { return Step("G"); }
+    RRETURNCODE EditRecord() override { return Step("E"); }
+    RRETURNCODE DeleteRecord() override {
+        const auto code = Step("D");
+        if (code == RRC_OK && position < records.size()) {
+            records.erase(records.begin() + static_cast<std::ptrdiff_t>(position));
+        }
+        return code;
+    }
+    RRETURNCODE GetRecordID(CString&) override { return Step("I"); }
+    RRETURNCODE GetModifiedInfo(CString&) override { return Step("M"); }
+    RRETURNCODE PrepareForUpdate() override { return Step("U"); }
+    int PassesFilters() override {
+        if (failing == "P") throw std::runtime_error("boom");
+        return records[position].starts_with('-') ? 0 : 1;
+    }
     int ShowOptions() override {
-        ++shown;
         m_appInfo.m_nMailAgeDays = 99;
-        if (answer == kThrows) throw std::runtime_error("torn");
-        return answer;
+        if (failing == "S") throw std::runtime_error("torn");
+        return failing == "C" ? 4 : 0;
     }
-    RRETURNCODE InitDefaultSettings() override {
-        ++defaults;
-        return RRC_FAILED;  // nobody looks
-    }
-    using CREudoraTransBase::GetAppInfo;
-    using CREudoraTransBase::Open;
-    RRETURNCODE GetAppInfo(BOOL bConfigure, RWORD value1, RWORD value2, RWORD value3,
-                           CString& csSelection, RWORD word, CString& csSummary,
-                           CEudoraTransUtil* pUtil) override {
-        words = {static_cast<RWORD>(bConfigure), value1, value2, value3, word};
-        return CREudoraTransBase::GetAppInfo(bConfigure, value1, value2, value3, csSelection, word,
-                                             csSummary, pUtil);
+    using CREudoraTransBase::GetAppInfo, CREudoraTransBase::Open;
+    RRETURNCODE GetAppInfo(BOOL bConfigure, RWORD a, RWORD b, RWORD c, CString& csSelection,
+                           RWORD word, CString& csSummary, CEudoraTransUtil* pUtil) override {
+        words = {static_cast<RWORD>(bConfigure), a, b, c, word};
+        return CREudoraTransBase::GetAppInfo(bConfigure, a, b, c, csSelection, word, csSummary,
+                                             pUtil);
     }
     RRETURNCODE Open(int nMode, RWORD a, RWORD b, RWORD c, RWORD d, RWORD e, RWORD f, RWORD g,
                      RWORD h, CEudoraTransUtil* pUtil) override {
         words = {static_cast<RWORD>(nMode), a, b, c, d, e, f, g, h};
         return CREudoraTransBase::Open(nMode, a, b, c, d, e, f, g, h, pUtil);
     }
+
+    RRETURNCODE Step(const char* name) {
+        ran += name;
+        return failing == name ? RRC_CANCELLED : RRC_OK;
+    }
+
+    Texts records;
+    std::size_t position = 0;
+    std::string failing, ran;
+    std::vector<RWORD> words;
 };
 
 class TransBaseTest : public FrameTest {
   protected:
-    RRETURNCODE Configure(BOOL configure) {
-        return translator.GetAppInfo(configure, 0, 0, 0, selection, 0, summary, &util);
+    RRETURNCODE Configure(CREudoraTransBase& object, BOOL configure) {
+        return object.GetAppInfo(configure, 0, 0, 0, selection, 0, summary, &util);
     }
 
-    NumberedHost host{&util};
-    OptionTranslator translator;
+    RecordTranslator translator;
     CString selection, summary;
 };
 
 TEST_F(TransBaseTest, ShortFormsCarryTheWordsToTheLongOnes) {
+    NumberedHost host{&util};
     EXPECT_EQ(translator.GetAppInfo(1, &host, selection, 55, summary, 66), RRC_OK);
     EXPECT_EQ(translator.words, (std::vector<RWORD>{1, 1, 2, 3, 55}));
     EXPECT_EQ(translator.Open(9, 71, 72, 73, &host, 74), RRC_OK);
@@ -65,44 +94,39 @@ TEST_F(TransBaseTest, ShortFormsCarryTheWordsToTheLongOnes) {
     EXPECT_EQ(translator.GetAppInfo(0, nullptr, selection, 1, summary), RRC_FAILED);
 }
 
-TEST_F(TransBaseTest, AnEmptySelectionMakesANewFile) {
-    util.AddErrorText("old");
-    util.AddWarningText("old");
-    EXPECT_EQ(Configure(0), RRC_OK);
-    EXPECT_EQ(selection.Str(), kFirst);
-    EXPECT_EQ(translator.Selection(), selection);
-    EXPECT_EQ(machine.files.Get(kFirst)->size(), 45U) << "no fields, default options";
-    EXPECT_EQ(summary, translator.Info().GetSummaryText());
-    EXPECT_EQ(util.GetNextError(summary), RRC_NONE);
-    EXPECT_EQ(util.GetNextWarning(summary), RRC_NONE);
-    // A second call reads nothing, whatever the selection says.
-    selection = "C:\\set\\other.cfg";
-    EXPECT_EQ(Configure(0), RRC_OK);
-    EXPECT_EQ(translator.Selection().Str(), "C:\\set\\other.cfg");
-    EXPECT_EQ(translator.defaults, 1);
-    EXPECT_EQ(translator.shown, 0);
-    EXPECT_TRUE(machine.dialogs.messages.empty());
-}
-
-TEST_F(TransBaseTest, ADialogThatIsCancelledOrFailsTakesANewFileBack) {
-    for (const auto& [answer, code] :
-         {std::pair{4, RRC_CANCELLED}, {translator.kThrows, RRC_FAILED}}) {
+TEST_F(TransBaseTest, ANewFileStaysOnlyIfTheHostHearsOfIt) {
+    LoadStrings({{66, "cannot write"}});
+    for (const auto& [failing, code] :
+         {std::pair{"", RRC_OK}, {"C", RRC_CANCELLED}, {"S", RRC_FAILED}}) {
         util.DeleteAllSettings();
-        translator.Info().SetLoaded(0);
+        util.AddWarningText("old");
+        RecordTranslator fresh;
         selection.Empty();
-        translator.answer = answer;
-        EXPECT_EQ(Configure(1), code);
+        fresh.failing = failing;
+        EXPECT_EQ(Configure(fresh, 1), code);
+        EXPECT_EQ(util.GetNextWarning(summary), RRC_NONE);
         EXPECT_EQ(selection.Str(), kFirst) << "the path stays";
-        EXPECT_EQ(machine.files.Get(kFirst), std::nullopt);
-        EXPECT_EQ(translator.Info().IsLoaded(), 0);
+        EXPECT_EQ(machine.files.Get(kFirst).has_value(), code == RRC_OK);
+        EXPECT_EQ(fresh.m_appInfo.m_isLoaded, code == RRC_OK);
         selection.Empty();
-        translator.answer = 0;
-        EXPECT_EQ(Configure(0), RRC_OK);
-        translator.answer = answer;
-        EXPECT_EQ(Configure(1), code);
-        EXPECT_TRUE(machine.files.Get(kFirst)) << "an older file stays";
-        EXPECT_EQ(translator.Info().IsLoaded(), 1);
+        fresh.failing = "";
+        EXPECT_TRUE(code == RRC_OK || Configure(fresh, 0) == RRC_OK);
+        // Once loaded nothing is read, whatever the selection says, and the file stays.
+        selection = "C:\\set\\other.cfg";
+        EXPECT_EQ(Configure(fresh, 0), RRC_OK);
+        EXPECT_EQ(fresh.m_csSelection, selection);
+        fresh.failing = failing;
+        EXPECT_EQ(Configure(fresh, 1), code);
+        EXPECT_EQ(machine.files.Get(kFirst)->size(), 45U) << "no fields, default options";
+        EXPECT_TRUE(fresh.m_appInfo.m_isLoaded);
+        (void)DrainErrors();
     }
+    selection.Empty();
+    util.csSettingsDir = "C:\\nowhere";
+    EXPECT_EQ(Configure(translator, 1), RRC_FAILED);
+    EXPECT_EQ(DrainErrors(), Texts{"cannot write"});
+    EXPECT_FALSE(translator.m_appInfo.m_isLoaded);
+    EXPECT_TRUE(machine.dialogs.messages.empty());
 }
 
 TEST_F(TransBaseTest, AnExistingFileIsReadAndNotRewritten) {
@@ -111,28 +135,16 @@ TEST_F(TransBaseTest, AnExistingFileIsReadAndNotRewritten) {
     ASSERT_TRUE(util.StoreSettings(stored, kFirst.c_str()));
     const auto good = *machine.files.Get(kFirst);
     for (const auto& content : {good, std::string("damaged")}) {
-        OptionTranslator fresh;
+        RecordTranslator fresh;
         machine.files.Put(kFirst, content);
         selection = CString(kFirst);
-        EXPECT_EQ(fresh.GetAppInfo(0, 0, 0, 0, selection, 0, summary, &util), RRC_OK);
-        EXPECT_EQ(fresh.defaults, content == good ? 0 : 1);
+        EXPECT_EQ(Configure(fresh, 0), RRC_OK);
         EXPECT_EQ(machine.dialogs.messages.size(), content == good ? 0U : 1U);
-        EXPECT_EQ(fresh.Info().m_nMailAgeDays, content == good ? 31 : 7);
-        EXPECT_EQ(fresh.GetAppInfo(1, 0, 0, 0, selection, 0, summary, &util), RRC_OK);
-        EXPECT_EQ(fresh.Info().m_nMailAgeDays, 99);
+        EXPECT_EQ(fresh.m_appInfo.m_nMailAgeDays, content == good ? 31 : 7);
+        EXPECT_EQ(Configure(fresh, 1), RRC_OK);
+        EXPECT_EQ(fresh.m_appInfo.m_nMailAgeDays, 99);
         EXPECT_EQ(machine.files.Get(kFirst), content);
     }
-    EXPECT_EQ(machine.dialogs.messages[0].text,
-              "Unable to read the config file.  Loading default settings.");
-}
-
-TEST_F(TransBaseTest, AFileThatCannotBeMadeIsAnError) {
-    LoadStrings({{66, "cannot write"}});
-    util.csSettingsDir = "C:\\nowhere";
-    EXPECT_EQ(Configure(1), RRC_FAILED);
-    EXPECT_EQ(DrainErrors(), std::vector<std::string>{"cannot write"});
-    EXPECT_EQ(translator.shown, 0);
-    EXPECT_EQ(translator.Info().IsLoaded(), 0);
 }
 
 TEST_F(TransBaseTest, MemoryThatRunsOutIsAResultAndTheNextCallWorks) {
@@ -140,109 +152,127 @@ TEST_F(TransBaseTest, MemoryThatRunsOutIsAResultAndTheNextCallWorks) {
         ForEachFailingAllocation(
             [&](auto run) {
                 util.DeleteAllSettings();
-                frame::PlainTranslator fresh;
-                CString path;
-                const auto configure = [&] {
-                    path.Empty();
-                    return fresh.GetAppInfo(1, 0, 0, 0, path, 0, summary, &util);
-                };
+                CREudoraTransBase fresh;
                 RRETURNCODE code = RRC_EOF;
-                EXPECT_TRUE(run([&] { code = configure(); })) << "thrown at the host";
+                selection.Empty();
+                EXPECT_TRUE(run([&] { code = Configure(fresh, 1); })) << "thrown at the host";
                 EXPECT_TRUE(code == RRC_OK || code == RRC_FAILED) << code;
                 EXPECT_TRUE(code == RRC_OK || shortage == Shortage::kLasting ||
                             !machine.files.Get(kFirst))
                     << "the host knows nothing of a file";
-                EXPECT_EQ(configure(), RRC_OK);
+                selection.Empty();
+                EXPECT_EQ(Configure(fresh, 1), RRC_OK);
             },
             shortage);
     }
 }
 
 TEST_F(TransBaseTest, MessagesComeOnceAndInOrder) {
-    frame::PlainTranslator fresh;  // saw neither GetAppInfo nor Open
     util.AddErrorText("first");
     util.AddErrorText("second");
     CString text("untouched");
-    EXPECT_EQ(fresh.GetNextWarningMessage(text), RRC_NONE);
-    EXPECT_EQ(text.Str(), "untouched");
-    EXPECT_EQ(fresh.GetFirstErrorMessage(text), RRC_OK);
-    EXPECT_EQ(text.Str(), "first");
-    EXPECT_EQ(fresh.GetNextErrorMessage(text), RRC_OK);
-    EXPECT_EQ(fresh.GetNextErrorMessage(text), RRC_NONE);
-    EXPECT_EQ(text.Str(), "second");
+    EXPECT_EQ(translator.GetNextWarningMessage(text), RRC_NONE);
+    EXPECT_EQ(text, "untouched");
+    EXPECT_EQ(translator.GetFirstErrorMessage(text), RRC_OK);
+    EXPECT_EQ(text, "first");
+    EXPECT_EQ(translator.GetNextErrorMessage(text), RRC_OK);
+    EXPECT_EQ(translator.GetNextErrorMessage(text), RRC_NONE);
+    EXPECT_EQ(text, "second");
     util.AddErrorText("error");
     util.AddWarningText("warning");
     EXPECT_EQ(translator.Open(3, 0, 0, 0, 0, 0, 0, 0, 0, &util), RRC_OK);
     EXPECT_EQ(translator.GetFirstErrorMessage(text), RRC_NONE) << "opening clears the errors only";
     EXPECT_EQ(translator.GetFirstWarningMessage(text), RRC_OK);
-    EXPECT_EQ(text.Str(), "warning");
+    EXPECT_EQ(text, "warning");
 }
 
-TEST_F(TransBaseTest, FieldNamesComeFromTheBundleOrTheDescriptor) {
+TEST_F(TransBaseTest, FieldsWithoutRecordsHaveNamesAndEmptyValues) {
     LoadStrings({{41, "From"}});
-    RecordTranslator fields;
-    fields.AddField("1", 4, 41);
-    fields.AddField("2", 7, 42);  // not in the bundle
-    fields.AddField("3", 1, -5);
+    for (const auto& [id, name] : {std::pair{"1", 41}, {"2", 42}, {"3", -5}}) {
+        translator.m_appInfo.m_fields.Add({id, 0, name, "own", kFieldText, 0xC0000000U});
+    }
     CString id, name("old");
     unsigned long type = 0, tag = 0;
     unsigned short ordinal = 0;
     std::string seen;
-    RRETURNCODE code = fields.GetFirstFieldInfo(id, name, &type, &tag, &ordinal);
-    for (; code == RRC_OK; code = fields.GetNextFieldInfo(id, name, &type, &tag, &ordinal)) {
-        seen += id.Str() + '=' + name.Str() + '/' + std::to_string(type) + '/' +
-                std::to_string(ordinal) + ' ';
+    auto code = translator.GetFirstFieldInfo(id, name, &type, &tag, &ordinal);
+    for (; code == RRC_OK; code = translator.GetNextFieldInfo(id, name, &type, &tag, &ordinal)) {
+        seen += id.Str() + name.Str() + std::to_string(type) + std::to_string(ordinal) + ' ';
         EXPECT_EQ(tag, 0xC0000000UL);
     }
-    EXPECT_EQ(seen, "1=From/4/1 2=name 2/7/2 3=name 3/1/3 ");
-    EXPECT_EQ(id.Str() + name.Str(), "3name 3") << "the end leaves the arguments alone";
-    EXPECT_EQ(fields.GetNextFieldInfo(id, name, &type, &tag, &ordinal), RRC_NONE);
-}
+    EXPECT_EQ(code, RRC_NONE);
+    EXPECT_EQ(seen + id.Str() + name.Str(), "1From41 2own42 3own43 3own");
 
-TEST_F(TransBaseTest, FieldsWithoutRecordsGiveEmptyValues) {
-    struct Plain : frame::PlainTranslator {
-        Plain() {
-            CREudoraField field;
-            field.Set("1", 0, 0, "", kFieldText, 0, false);
-            m_appInfo.m_fields.Add(field);
-        }
-    } plain;
     std::int32_t number = 17;
     double date = 1.5;
     char* text = nullptr;
-    const auto get = [&](unsigned long type, void* cell, const char* id = "1") {
-        return plain.GetField(id, &type, cell);
+    const auto get = [&](unsigned long fieldType, void* cell, const char* field = "1") {
+        return translator.GetField(field, &fieldType, cell);
     };
-    EXPECT_EQ(get(1, &number), RRC_OK);
-    EXPECT_EQ(get(3, &number), RRC_OK);
-    EXPECT_EQ(number, 17);
-    for (unsigned long type : {5UL, 6UL, 7UL}) EXPECT_EQ(get(type, &date), RRC_OK);
-    EXPECT_EQ(date, 1.5);
+    for (unsigned long good : {1UL, 3UL}) EXPECT_EQ(get(good, &number), RRC_OK);
+    for (unsigned long good : {5UL, 6UL, 7UL}) EXPECT_EQ(get(good, &date), RRC_OK);
+    EXPECT_EQ(number + date, 18.5);
     EXPECT_EQ(get(4, &text), RRC_OK);
     EXPECT_STREQ(text, "");
     FreeVornString(text);
     for (unsigned long bad : {0UL, 2UL, 8UL, 0xFFFFFFFFUL}) EXPECT_EQ(get(bad, &date), RRC_FAILED);
     EXPECT_EQ(get(1, &number, "9"), RRC_FAILED);
-    unsigned long type = 1;
-    for (const char* id : {"1", "9"}) EXPECT_EQ(plain.SetField(id, &type, &number), RRC_FAILED);
+    for (const char* any : {"1", "9"}) {
+        EXPECT_EQ(translator.SetField(any, &type, &number), RRC_FAILED);
+    }
 }
 
 // Each step may end the operation with its own result; none behind it runs then.
 TEST_F(TransBaseTest, OperationsStopAtTheFirstResultThatIsNotZero) {
-    RecordTranslator steps;
     CString a, b;
     const std::pair<std::function<RRETURNCODE()>, std::string> rows[] = {
-        {[&] { return steps.EditRecord("id"); }, "GE"},
-        {[&] { return steps.UpdateRecord(a, b); }, "UIM"},
-        {[&] { return steps.DeleteRecord("id"); }, "GD"}};
+        {[&] { return translator.EditRecord("id"); }, "GE"},
+        {[&] { return translator.UpdateRecord(a, b); }, "UIM"},
+        {[&] { return translator.DeleteRecord("id"); }, "GD"}};
     for (const auto& [run, all] : rows) {
         for (std::size_t i = 0; i <= all.size(); ++i) {
-            steps.failing = all.substr(i, 1);
-            steps.ran.clear();
+            translator.failing = all.substr(i, 1);
+            translator.ran.clear();
             EXPECT_EQ(run(), i < all.size() ? RRC_CANCELLED : RRC_OK);
-            EXPECT_EQ(steps.ran, all.substr(0, i + 1));
+            EXPECT_EQ(translator.ran, all.substr(0, i + 1));
         }
     }
+}
+
+TEST_F(TransBaseTest, AMillionFilteredRecordsNeedNoStackAndAFailureEndsTheWalk) {
+    translator.records.assign(1'000'000, "-");
+    EXPECT_EQ(translator.MoveFirst(), RRC_EOF);
+    translator.records.back() = "+";
+    EXPECT_EQ(translator.MoveFirst(), RRC_OK);
+    EXPECT_EQ(translator.position, 999'999U);
+    EXPECT_EQ(translator.MoveNext(), RRC_EOF);
+    translator.failing = "N";
+    EXPECT_EQ(translator.MoveFirst(), RRC_FAILED);
+    translator.failing = "P";
+    EXPECT_EQ(translator.MoveFirst(), RRC_FAILED);
+    EXPECT_EQ(DrainErrors(), Texts{"MoveFirst: boom"});
+    translator.failing = "";
+    EXPECT_EQ(translator.MoveFirst(), RRC_OK) << "the step is as new";
+}
+
+TEST_F(TransBaseTest, DeleteAllPassesOverWhatTheFiltersHide) {
+    LoadStrings({{60, "cannot delete"}});
+    const auto flag = [&] {
+        return machine.registry.ReadNumber(platform::RegistryRoot::kLocalMachine,
+                                           "SOFTWARE\\Vorn Software\\Orlix\\3.0\\Keld",
+                                           "RecCntFlag");
+    };
+    translator.records = {"-1", "2", "3", "-4"};
+    translator.failing = "D";
+    EXPECT_EQ(translator.DeleteAllRecords(), RRC_FAILED);
+    EXPECT_EQ(DrainErrors(), Texts{"cannot delete"});
+    EXPECT_FALSE(flag());
+    translator.failing = "";
+    EXPECT_EQ(translator.DeleteAllRecords(), RRC_OK);
+    EXPECT_EQ(translator.records, (Texts{"-1", "-4"}));
+    EXPECT_EQ(*flag(), 1U);
+    machine.registry.refuseWrites = true;
+    EXPECT_EQ(translator.DeleteAllRecords(), RRC_OK) << "the registry's failure is not told";
 }
 
 }  // namespace
