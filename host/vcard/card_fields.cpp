@@ -215,15 +215,18 @@ std::string PlaceLine(const Components& components) {
     return line;
 }
 
-// Takes `lines` off the front or the back of `text`, a line end with them.
+// Takes `lines` off the front or the back of `text`, a line end with them; but not from beside a
+// blank line, which would be lost at the edge of what is left.
 bool TakeFront(std::string_view& text, const std::string& lines) {
-    if (lines.empty() || !text.starts_with(lines + '\n')) return false;
+    if (lines.empty() || !text.starts_with(lines + '\n') || text.starts_with(lines + "\n\n"))
+        return false;
     text.remove_prefix(lines.size() + 1);
     return true;
 }
 
 bool TakeBack(std::string_view& text, const std::string& lines) {
-    if (lines.empty() || !text.ends_with('\n' + lines)) return false;
+    if (lines.empty() || !text.ends_with('\n' + lines) || text.ends_with("\n\n" + lines))
+        return false;
     text.remove_suffix(lines.size() + 1);
     return true;
 }

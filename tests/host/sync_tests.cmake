@@ -1,4 +1,4 @@
-kv_test(vcard_test SOURCES vcard_card_test.cpp vcard_fields_test.cpp DEPENDS host_vcard failing_allocation)
+kv_test(vcard_test SOURCES vcard_test.cpp DEPENDS host_vcard failing_allocation)
 kv_test(sync_engine_test
     SOURCES sync_engine_test.cpp sync_walk_test.cpp
     DEPENDS host_contactsync platform_testing)
