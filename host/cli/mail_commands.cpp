@@ -5,8 +5,6 @@
 #include "host/cli/mail_table.h"
 #include "host/cli/workplace.h"
 #include "host/mail/eudora_mails.h"
-#include "host/mail/message_id.h"
-#include "platform/os/system.h"
 
 namespace host::cli {
 
@@ -52,10 +50,6 @@ base::Failure NoSuchMail(const std::string& id) {
                          "kvsync list mail shows the ids, and with its id any mail can be shown");
 }
 
-unsigned CodePage() {
-    return platform::NativeSystem().codePage;
-}
-
 }  // namespace
 
 Ending ListMail(const Options& options) {
@@ -63,7 +57,7 @@ Ending ListMail(const Options& options) {
     if (!workplace) return workplace.Error();
     auto session = workplace->OpenMail();
     if (!session) return session.Error();
-    mail::EudoraMails mails(*session, CodePage());
+    mail::EudoraMails mails(*session);
     const mail::MailParts parts =
         options.json ? mail::MailParts::kWithoutBody : mail::MailParts::kHeader;
     base::ExitCode code = base::ExitCode::kNothingToDo;
@@ -85,7 +79,7 @@ Ending ShowMail(const Options& options, const std::string& id) {
     if (!workplace) return workplace.Error();
     auto session = workplace->OpenMail();
     if (!session) return session.Error();
-    mail::EudoraMails mails(*session, CodePage());
+    mail::EudoraMails mails(*session);
     const auto found = Find(mails, id);
     if (!found) return found.Error();
     if (!*found) return NoSuchMail(id);

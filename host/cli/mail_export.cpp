@@ -7,7 +7,6 @@
 #include "host/mail/compose.h"
 #include "host/mail/eudora_mails.h"
 #include "host/maildir/maildir.h"
-#include "platform/os/system.h"
 
 namespace host::cli {
 
@@ -86,7 +85,7 @@ base::Status Export(Workplace& workplace, MailExport& target, const std::string&
     auto session = workplace.OpenMail();
     if (!session) return session.Error();
     if (auto begun = target.Begin(folder); !begun) return begun;
-    mail::EudoraMails mails(*session, platform::NativeSystem().codePage);
+    mail::EudoraMails mails(*session);
     auto walked = mails.Walk(mail::Reach::kWithinLimits,
                              [&](const mail::MailHead&) { return target.Add(mails); });
     auto settled = target.Settle();

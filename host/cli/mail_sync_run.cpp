@@ -1,8 +1,8 @@
 #include "host/cli/mail_sync_run.h"
 
 #include "host/cli/sync_output.h"
+#include "host/mail/attach_folder.h"
 #include "host/mail/eudora_mails.h"
-#include "host/mail/incoming_folder.h"
 #include "host/mail/parse.h"
 #include "host/mailsync/mail_sync.h"
 #include "host/translator/in_box.h"
@@ -17,8 +17,7 @@ base::Result<std::unique_ptr<mail::MailSource>> OpenSource(Workplace& workplace)
     auto session = workplace.SelectInBox(selection);
     if (!session) return session.Error();
     if (auto pair = translator::CheckInBoxPair(workplace.Setup()); !pair) return pair.Error();
-    return mail::EudoraMails::Open(*std::move(session), selection,
-                                   platform::NativeSystem().codePage);
+    return mail::EudoraMails::Open(*std::move(session), selection);
 }
 
 // Reads files of the Maildir for Eudora; the folder for their attachments is made with the first.

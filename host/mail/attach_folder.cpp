@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "platform/os/program.h"
+#include "platform/os/system.h"
 #include "text/ascii.h"
 #include "text/path.h"
 
@@ -16,6 +18,27 @@ using platform::Share;
 // A copy that was cut off may have its size before its bytes.
 bool IsOursOrZero(char copied, char ours) {
     return copied == ours || copied == '\0';
+}
+
+// Files only: no folder of ours has folders.
+void RemoveWithFiles(platform::Files& files, const std::string& path) {
+    if (const auto entries = files.List(path, "*")) {
+        for (const auto& entry : *entries) {
+            if (!entry.isFolder) (void)files.Delete(path + files.Separator() + entry.name);
+        }
+    }
+    (void)files.RemoveFolder(path);
+}
+
+// Anybody may put something of that name into a temporary folder.
+void RemoveLeftovers(std::string folder, const std::string& prefix) {
+    auto& files = platform::NativeFiles();
+    if (!folder.ends_with(files.Separator())) folder += files.Separator();
+    const auto entries = files.List(folder, prefix + "*");
+    for (const auto& entry : entries ? *entries : std::vector<platform::FolderEntry>()) {
+        const std::string path = folder + entry.name;
+        if (platform::IsOwnFolder(path)) RemoveWithFiles(files, path);
+    }
 }
 
 }  // namespace
@@ -74,6 +97,23 @@ void AttachFolder::TakeBack(const std::vector<std::string>& names,
         if (IsPartOf(copy, attachments[i].path)) (void)m_files.Delete(copy);
     }
     for (const NewAttachment& attachment : attachments) (void)m_files.Delete(attachment.path);
+}
+
+base::Result<std::unique_ptr<IncomingFolder>> IncomingFolder::Create(const std::string& key) {
+    platform::Files& files = platform::NativeSystem().files;
+    const auto temp = files.TempFolder();
+    if (!temp) return temp.Error();
+    const std::string prefix = "kvsync-" + key + '-';
+    if (const auto native = platform::NativePathOf(*temp)) RemoveLeftovers(*native, prefix);
+    auto path = files.CreateTempFolder(*temp, prefix);
+    if (!path) return path.Error();
+    return std::unique_ptr<IncomingFolder>(new IncomingFolder(*std::move(path)));
+}
+
+IncomingFolder::IncomingFolder(std::string path) : m_path(std::move(path)) {}
+
+IncomingFolder::~IncomingFolder() {
+    RemoveWithFiles(platform::NativeSystem().files, m_path);
 }
 
 }  // namespace host::mail

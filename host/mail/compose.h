@@ -2,16 +2,20 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <string>
+#include <string_view>
 
 #include "host/base/failure.h"
-#include "host/mail/attachment_part.h"
 #include "host/mail/mail.h"
 #include "host/maildir/maildir.h"
 #include "platform/os/clock.h"
 #include "platform/os/files.h"
 
 namespace host::mail {
+
+// Takes a message piece by piece; its failure ends the making of it.
+using MessageSink = std::function<base::Status(std::string_view)>;
 
 // The mail as an Internet message (RFC 5322 with MIME, LF line ends) that shows all that a person
 // could see in Eudora: header fields in UTF-8 as encoded words, the text as text/plain, flowed or

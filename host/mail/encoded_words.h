@@ -7,13 +7,6 @@
 
 namespace host::mail {
 
-// Whether a header can hold the text only in encoded words: it is not ASCII, holds control
-// characters, would be taken for an encoded word, or has a word too long for a line.
-bool NeedsEncoding(std::string_view text);
-
-// The text as encoded words of UTF-8 (RFC 2047), a line for each.
-std::string EncodeWords(std::string_view text);
-
 // Text of a charset as UTF-8; what is none becomes U+FFFD. A charset that is missing or not known
 // counts as UTF-8 if the text is valid in it, else as the code page.
 std::string DecodedText(std::string_view bytes, std::string_view charset, unsigned codePage);

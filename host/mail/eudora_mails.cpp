@@ -3,11 +3,10 @@
 #include <algorithm>
 #include <utility>
 
-#include "host/base/failure.h"
 #include "host/base/paths.h"
 #include "platform/kvutil/kvutil.h"
-#include "platform/os/code_page.h"
 #include "platform/os/system.h"
+#include "text/ascii.h"
 #include "text/calendar.h"
 
 namespace host::mail {
@@ -25,11 +24,11 @@ bool HasAttachments(MailParts parts) {
     return parts == MailParts::kAll || parts == MailParts::kWithoutBody;
 }
 
-// The value, or nothing and the failure among the notes.
+// The value, or nothing and the failure among the notes, if they are wanted.
 template <class T>
-std::optional<T> OrNote(base::Result<T> value, std::vector<std::string>& notes) {
+std::optional<T> OrNote(base::Result<T> value, std::vector<std::string>* notes) {
     if (value) return *std::move(value);
-    notes.push_back(value.Error().Message());
+    if (notes != nullptr) notes->push_back(value.Error().Message());
     return std::nullopt;
 }
 
@@ -60,57 +59,45 @@ bool HasComma(const std::vector<Recipient>& recipients) {
     });
 }
 
-// What the limits leave out, in one line, and the command that changes it.
-std::string DescribeLeftOut(const translator::MailLimits& limits) {
-    std::string out, how;
-    const auto add = [](std::string& text, const char* between, const std::string& part) {
-        text += (text.empty() ? "" : between) + part;
-    };
-    if (limits.limitsAge) {
-        add(out, " or ", "older than " + std::to_string(limits.ageDays) + " days");
-        how += " --age off";
-    }
-    if (limits.limitsSize) {
-        add(out, " or ", "larger than " + std::to_string(limits.sizeKB) + " KB");
-        how += " --size off";
-    }
-    if (!out.empty()) out = "new mails " + out;
-    if (!limits.attachments) {
-        add(out, ", and ", "attachments");
-        how += " --attachments on";
-    } else if (limits.limitsAttachments) {
-        add(out, ", and ",
-            "attachments larger than " + std::to_string(limits.attachmentKB) + " KB");
-        how += " --attachment-size off";
-    }
-    if (out.empty()) return out;
-    return "left out: " + out + " (kvsync configure mail" + how + ")";
-}
-
 }  // namespace
 
-EudoraMails::EudoraMails(translator::TranslatorSession& session, unsigned codePage)
-    : m_session(session), m_codePage(codePage) {}
-
 EudoraMails::EudoraMails(std::unique_ptr<translator::TranslatorSession> session,
-                         std::string selection, const translator::MailLimits& limits,
-                         unsigned codePage)
+                         std::string selection, const translator::MailLimits& limits)
     : m_owned(std::move(session)),
       m_session(*m_owned),
-      m_codePage(codePage),
       m_selection(std::move(selection)),
-      m_limits(limits),
-      m_limitsLine(DescribeLeftOut(limits)) {}
+      m_limits(limits) {}
 
 base::Result<std::unique_ptr<MailSource>> EudoraMails::Open(translator::TranslatorSession session,
-                                                            const std::string& selection,
-                                                            unsigned codePage) {
+                                                            const std::string& selection) {
     auto limits = translator::ReadMailLimits(session, selection);
     if (!limits) return limits.Error();
     if (auto opened = session.Open(); !opened) return opened.Error();
     auto owned = std::make_unique<translator::TranslatorSession>(std::move(session));
-    return std::unique_ptr<MailSource>(
-        new EudoraMails(std::move(owned), selection, *limits, codePage));
+    return std::unique_ptr<MailSource>(new EudoraMails(std::move(owned), selection, *limits));
+}
+
+std::string EudoraMails::Limits() const {
+    std::vector<std::string> mails, all;
+    std::string how;
+    if (m_limits.limitsAge) {
+        mails.push_back("older than " + std::to_string(m_limits.ageDays) + " days");
+        how += " --age off";
+    }
+    if (m_limits.limitsSize) {
+        mails.push_back("larger than " + std::to_string(m_limits.sizeKB) + " KB");
+        how += " --size off";
+    }
+    if (!mails.empty()) all.push_back("new mails " + text::Joined(mails, " or "));
+    if (!m_limits.attachments) {
+        all.emplace_back("attachments");
+        how += " --attachments on";
+    } else if (m_limits.limitsAttachments) {
+        all.push_back("attachments larger than " + std::to_string(m_limits.attachmentKB) + " KB");
+        how += " --attachment-size off";
+    }
+    if (all.empty()) return {};
+    return "left out: " + text::Joined(all, ", and ") + " (kvsync configure mail" + how + ")";
 }
 
 // The same translator keeps its index of the mailbox when it is closed and opened again.
@@ -120,7 +107,7 @@ base::Status EudoraMails::LiftLimits() {
     if (auto lifted = translator::ChangeMailLimits(m_session, m_selection, changes); !lifted)
         return lifted;
     if (auto opened = m_session.Open(); !opened) return opened;
-    m_limits.limitsAge = m_limits.limitsSize = false;
+    m_areLifted = true;
     return {};
 }
 
@@ -199,10 +186,10 @@ base::Result<MailHead> EudoraMails::CurrentHead() {
     return MailHead{*std::move(id), *std::move(marker)};
 }
 
-std::optional<std::string> EudoraMails::Text(MailField field, std::vector<std::string>& notes) {
+std::optional<std::string> EudoraMails::Text(MailField field, std::vector<std::string>* notes) {
     auto text = OrNote(m_session.Text(FieldId(field)), notes);
     if (!text || !*text) return std::nullopt;
-    return platform::ToUtf8(**text, m_codePage);
+    return base::ToUtf8(**text);
 }
 
 // A mail without one has its record id in its place. One that the index of ids leaves out, as it
@@ -216,13 +203,11 @@ std::optional<std::string> EudoraMails::MessageId() {
 }
 
 std::string EudoraMails::Name() {
-    std::vector<std::string> ignored;
-    return MailName(Text(MailField::kSubject, ignored).value_or(""),
-                    Text(MailField::kFrom, ignored).value_or(""));
+    return MailName(Text(MailField::kSubject).value_or(""), Text(MailField::kFrom).value_or(""));
 }
 
 void EudoraMails::ReadAttachments(Mail& mail) {
-    const auto text = OrNote(m_session.Text(FieldId(MailField::kAttachment)), mail.notes);
+    const auto text = OrNote(m_session.Text(FieldId(MailField::kAttachment)), &mail.notes);
     if (!text || !*text) return;
     CArray<CRAttachmentInfo> list;
     if (StrToAttachmentInfo((*text)->c_str(), list) != RRC_OK) {
@@ -230,7 +215,7 @@ void EudoraMails::ReadAttachments(Mail& mail) {
     }
     for (int i = 0; i < list.GetSize(); ++i) {
         const CRAttachmentInfo info = list.GetAt(i);
-        const std::string name = platform::ToUtf8(info.csDisplayName.Str(), m_codePage);
+        const std::string name = base::ToUtf8(info.csDisplayName.Str());
         const auto path = platform::NativePathOf(info.csFilePath.Str());
         if (path) {
             mail.attachments.push_back({name, *path});
@@ -242,11 +227,10 @@ void EudoraMails::ReadAttachments(Mail& mail) {
 
 // By what can be read of it.
 std::string EudoraMails::CurrentName() {
-    std::vector<std::string> ignored;
     std::string name = "mail " + base::ToUtf8(m_session.RecordId().ValueOr(""));
-    const auto subject = Text(MailField::kSubject, ignored);
-    const auto date = OrNote(m_session.Date(FieldId(MailField::kDate)), ignored);
-    const auto local = date && *date ? text::FromOleDate(**date) : std::nullopt;
+    const auto subject = Text(MailField::kSubject);
+    const auto date = m_session.Date(FieldId(MailField::kDate)).ValueOr(std::nullopt);
+    const auto local = date ? text::FromOleDate(*date) : std::nullopt;
     if (subject) name += ", " + *subject;
     if (local) name += ", " + text::IsoText(*local);
     return name;
@@ -265,28 +249,29 @@ base::Result<Mail> EudoraMails::ReadCurrent(MailParts parts) {
     Mail mail;
     mail.id = std::move(head->id);
     mail.marker = std::move(head->marker);
-    mail.from = Text(MailField::kFrom, mail.notes);
-    mail.to = Text(MailField::kTo, mail.notes);
-    mail.cc = Text(MailField::kCc, mail.notes);
-    mail.bcc = Text(MailField::kBcc, mail.notes);
-    mail.subject = Text(MailField::kSubject, mail.notes);
-    mail.date =
-        OrNote(m_session.Date(FieldId(MailField::kDate)), mail.notes).value_or(std::nullopt);
-    if (HasBody(parts)) mail.body = Text(MailField::kBody, mail.notes);
-    const auto size = OrNote(m_session.Number(FieldId(MailField::kSize)), mail.notes);
+    auto* const notes = &mail.notes;
+    mail.from = Text(MailField::kFrom, notes);
+    mail.to = Text(MailField::kTo, notes);
+    mail.cc = Text(MailField::kCc, notes);
+    mail.bcc = Text(MailField::kBcc, notes);
+    mail.subject = Text(MailField::kSubject, notes);
+    mail.date = OrNote(m_session.Date(FieldId(MailField::kDate)), notes).value_or(std::nullopt);
+    if (HasBody(parts)) mail.body = Text(MailField::kBody, notes);
+    const auto size = OrNote(m_session.Number(FieldId(MailField::kSize)), notes);
     mail.size = static_cast<std::uint32_t>(size.value_or(0));
-    if (const auto status = OrNote(m_session.Number(FieldId(MailField::kStatus)), mail.notes)) {
+    if (const auto status = OrNote(m_session.Number(FieldId(MailField::kStatus)), notes)) {
         mail.status = static_cast<std::uint32_t>(*status);
     }
     // Whether it has none or that cannot be told is the same to a person.
     if (const auto id = MessageId(); id && !id->empty()) {
-        mail.messageId = platform::ToUtf8(*id, m_codePage);
+        mail.messageId = base::ToUtf8(*id);
     }
     if (HasAttachments(parts)) ReadAttachments(mail);
     return mail;
 }
 
-base::Status EudoraMails::SetTexts(const NewMail& mail, bool isOutgoing) {
+base::Status EudoraMails::SetFields(const NewMail& mail, std::uint32_t status) {
+    const bool isOutgoing = status == kStatusToSend;
     const auto recipients = isOutgoing ? OutgoingRecipients : StoredRecipients;
     const std::string to = recipients(mail.to);
     const std::pair<MailField, std::string> texts[] = {
@@ -297,11 +282,13 @@ base::Status EudoraMails::SetTexts(const NewMail& mail, bool isOutgoing) {
         {MailField::kSubject, mail.subject},
         {MailField::kBody, mail.body},
         {MailField::kMessageId, mail.messageId}};
+    const auto number = static_cast<std::int32_t>(status);
+    auto set = m_session.SetNumber(FieldId(MailField::kStatus), number);
     for (const auto& [field, text] : texts) {
-        if (text.empty()) continue;
-        if (auto set = m_session.SetText(FieldId(field), text); !set) return set;
+        if (set && !text.empty()) set = m_session.SetText(FieldId(field), text);
     }
-    return {};
+    if (set && mail.date) set = m_session.SetDate(FieldId(MailField::kDate), *mail.date);
+    return set ? SetAttachments(mail) : set;
 }
 
 // The translator takes each file away that it could copy, and tells of no other.
@@ -321,9 +308,8 @@ base::Status EudoraMails::SetAttachments(const NewMail& mail) {
 base::Result<MailHead> EudoraMails::Add(const NewMail& mail, std::uint32_t status) {
     std::vector<translator::TextValue> shown;
     if (!mail.from.empty()) shown.push_back({FieldId(MailField::kFrom), mail.from});
-    const std::string statusField = FieldId(MailField::kStatus);
     const auto number = static_cast<std::int32_t>(status);
-    const auto verdict = m_session.Check(shown, {{statusField, number}});
+    const auto verdict = m_session.Check(shown, {{FieldId(MailField::kStatus), number}});
     if (!verdict) return verdict.Error();
     if (!verdict->ok) {
         std::string why = "Eudora's translator refuses the mail";
@@ -331,13 +317,7 @@ base::Result<MailHead> EudoraMails::Add(const NewMail& mail, std::uint32_t statu
         return base::Failed(why);
     }
     if (auto begun = m_session.BeginAdd(); !begun) return begun.Error();
-    if (auto set = m_session.SetNumber(statusField, number); !set) return set.Error();
-    if (auto set = SetTexts(mail, status == kStatusToSend); !set) return set.Error();
-    if (mail.date) {
-        auto set = m_session.SetDate(FieldId(MailField::kDate), *mail.date);
-        if (!set) return set.Error();
-    }
-    if (auto set = SetAttachments(mail); !set) return set.Error();
+    if (auto set = SetFields(mail, status); !set) return set.Error();
     auto stored = m_session.Store();
     if (!stored) return stored.Error();
     return MailHead{std::move(stored->id), std::move(stored->modifiedInfo)};

@@ -17,15 +17,16 @@ namespace host::mail {
 class EudoraMails : public MailSource {
   public:
     // The session outlives this. Walks see what its limits let pass; they are not lifted.
-    EudoraMails(translator::TranslatorSession& session, unsigned codePage);
+    explicit EudoraMails(translator::TranslatorSession& session) : m_session(session) {}
     // Opens the session, for which `selection` was selected. The limits are read from it; no
     // settings are saved.
     static base::Result<std::unique_ptr<MailSource>> Open(translator::TranslatorSession session,
-                                                          const std::string& selection,
-                                                          unsigned codePage);
+                                                          const std::string& selection);
 
-    bool HasLimits() const override { return m_limits.limitsAge || m_limits.limitsSize; }
-    std::string Limits() const override { return m_limitsLine; }
+    bool HasLimits() const override {
+        return !m_areLifted && (m_limits.limitsAge || m_limits.limitsSize);
+    }
+    std::string Limits() const override;
     base::Status Walk(Reach reach, const Visit& visit) override;
     // Makes a mail the current one; false if it is gone. The translator tells a mail that is gone
     // from a fault by its message alone: the one that it gives for an id that no mail can have,
@@ -44,7 +45,7 @@ class EudoraMails : public MailSource {
 
   private:
     EudoraMails(std::unique_ptr<translator::TranslatorSession> session, std::string selection,
-                const translator::MailLimits& limits, unsigned codePage);
+                const translator::MailLimits& limits);
 
     base::Status LiftLimits();
     base::Status WalkShown(const Visit& visit);
@@ -53,20 +54,19 @@ class EudoraMails : public MailSource {
     base::Status ReachAny();
     base::Result<bool> IsGoneBy(const std::string& message);
 
-    std::optional<std::string> Text(MailField field, std::vector<std::string>& notes);
+    std::optional<std::string> Text(MailField field, std::vector<std::string>* notes = nullptr);
     base::Result<Mail> ReadCurrent(MailParts parts);
     void ReadAttachments(Mail& mail);
     std::string CurrentName();
 
-    base::Status SetTexts(const NewMail& mail, bool isOutgoing);
+    base::Status SetFields(const NewMail& mail, std::uint32_t status);
     base::Status SetAttachments(const NewMail& mail);
 
     std::unique_ptr<translator::TranslatorSession> m_owned;  // null if it is another's
     translator::TranslatorSession& m_session;
-    unsigned m_codePage;
     std::string m_selection;
-    translator::MailLimits m_limits;
-    std::string m_limitsLine;
+    translator::MailLimits m_limits;  // those that were set when it was opened
+    bool m_areLifted = false;
     std::string m_goneMessage;
     std::optional<base::Failure> m_fault;  // of the current mail
 };

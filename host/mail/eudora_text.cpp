@@ -38,32 +38,17 @@ bool BeginsWithAny(std::string_view text, const std::string_view (&marks)[kCount
         marks, [text](std::string_view mark) { return text::StartsWithNoCase(text, mark); });
 }
 
-// Every kind of line end as CR LF, zero bytes as blanks.
-std::string WithLineEnds(std::string_view text) {
-    std::string lines = text::WithCrLf(text);
-    std::ranges::replace(lines, '\0', ' ');
-    return lines;
-}
-
-std::string WithSpoiltLines(std::string_view text) {
+// With a blank in front of each line that begins like one of Eudora's, and in a plain text behind
+// the "<" of what reads like a mark of Eudora's.
+std::string Spoilt(std::string_view text, bool isPlain) {
     std::string spoilt;
     spoilt.reserve(text.size());
-    while (!text.empty()) {
-        const auto length = std::min(text.find('\n'), text.size() - 1) + 1;
-        if (BeginsWithAny(text, kLineMarks)) spoilt += ' ';
+    for (bool beginsLine = true; !text.empty();) {
+        if (beginsLine && BeginsWithAny(text, kLineMarks)) spoilt += ' ';
+        const auto length = std::min(text.find_first_of("\n<"), text.size() - 1) + 1;
         spoilt += text.substr(0, length);
-        text.remove_prefix(length);
-    }
-    return spoilt;
-}
-
-std::string WithSpoiltMarks(std::string_view text) {
-    std::string spoilt;
-    spoilt.reserve(text.size());
-    while (!text.empty()) {
-        const auto length = std::min(text.find('<'), text.size() - 1) + 1;
-        spoilt += text.substr(0, length);
-        if (BeginsWithAny(text.substr(length - 1), kTextMarks)) spoilt += ' ';
+        beginsLine = text[length - 1] == '\n';
+        if (isPlain && BeginsWithAny(text.substr(length - 1), kTextMarks)) spoilt += ' ';
         text.remove_prefix(length);
     }
     return spoilt;
@@ -115,10 +100,14 @@ std::string EudoraText::Line(const std::string& text) {
 }
 
 std::string EudoraText::Body(const TextPiece& piece) {
-    const std::string text = WithSpoiltLines(WithLineEnds(Convert(piece.text)));
-    if (piece.kind == TextPiece::Kind::kHtml) return "<x-html>" + text + "</x-html>";
-    if (piece.kind == TextPiece::Kind::kEnriched) return "<x-rich>" + text + "</x-rich>";
-    return WithSpoiltMarks(text);
+    using enum TextPiece::Kind;
+    std::string lines = text::WithCrLf(Convert(piece.text));
+    std::ranges::replace(lines, '\0', ' ');
+    const char* const mark = piece.kind == kHtml       ? "x-html>"
+                             : piece.kind == kEnriched ? "x-rich>"
+                                                       : nullptr;
+    if (mark == nullptr) return Spoilt(lines, true);
+    return std::string("<") + mark + Spoilt(lines, false) + "</" + mark;
 }
 
 std::string_view CutText(std::string_view text, std::size_t limit, unsigned codePage) {

@@ -4,11 +4,52 @@
 #include <vector>
 
 #include "host/mail/encoded_words.h"
+#include "host/mail/transfer_encoding.h"
 #include "text/ascii.h"
+#include "text/utf.h"
 
 namespace host::mail {
 
 namespace {
+
+constexpr std::size_t kLongestWord = 900;  // bytes; a line holds 998
+// "=?UTF-8?B?" and "?=" and base64 of this many bytes make 72 characters of the 75 allowed.
+constexpr std::size_t kBytesInWord = 45;
+
+std::size_t WordBytes(std::string_view text) {
+    if (text.size() <= kBytesInWord) return text.size();
+    std::size_t bytes = kBytesInWord;
+    // A character is cut nowhere; what is no UTF-8 is cut anywhere.
+    while (bytes > kBytesInWord - 4 && text::IsContinuation(text[bytes])) {
+        --bytes;
+    }
+    return bytes;
+}
+
+// Whether a header can hold the text only in encoded words: it is not ASCII, holds control
+// characters, would be taken for an encoded word, or has a word too long for a line.
+bool NeedsEncoding(std::string_view text) {
+    std::size_t word = 0;
+    for (const char letter : text) {
+        if (static_cast<unsigned char>(letter) >= 0x80 || text::IsControl(letter)) return true;
+        word = letter == ' ' ? 0 : word + 1;
+        if (word > kLongestWord) return true;
+    }
+    return text.find("=?") != std::string_view::npos;
+}
+
+// The text as encoded words of UTF-8 (RFC 2047), a line for each.
+std::string EncodeWords(std::string_view text) {
+    std::string words;
+    while (!text.empty()) {
+        const std::string_view part = text.substr(0, WordBytes(text));
+        words += words.empty() ? "=?UTF-8?B?" : "\n =?UTF-8?B?";
+        AppendBase64(words, part);
+        words += "?=";
+        text.remove_prefix(part.size());
+    }
+    return words;
+}
 
 constexpr std::size_t kLineWidth = 76;
 constexpr std::size_t kLongestAddress = 900;
@@ -51,8 +92,7 @@ std::string Phrase(const std::string& name) {
     if (NeedsEncoding(name)) return EncodeWords(name);
     const bool isPlain = std::ranges::all_of(
         name, [](char letter) { return (IsAtomLetter(letter) && letter != '.') || letter == ' '; });
-    if (isPlain) return name;
-    return Quoted(name);
+    return isPlain ? name : Quoted(name);
 }
 
 std::string Unquoted(std::string_view name) {
@@ -118,25 +158,23 @@ std::string Quoted(std::string_view text) {
     return quoted + '"';
 }
 
-void HeaderBlock::AddToken(std::string_view name, std::string_view value) {
-    m_block += name;
-    m_block += ": ";
-    m_block += value;
-    m_block += '\n';
+void AppendField(std::string& header, std::string_view name, std::string_view value) {
+    header.append(name).append(": ").append(value).append("\n");
 }
 
-void HeaderBlock::AddText(std::string_view name, const std::optional<std::string>& text) {
-    if (!text) return;
-    const std::string value = HeaderText(*text);
+void AppendText(std::string& header, std::string_view name,
+                const std::optional<std::string>& text) {
+    const std::string value = HeaderText(text.value_or(""));
     if (value.empty()) return;
-    AddToken(name, NeedsEncoding(value) ? EncodeWords(value) : Folded(value, name.size() + 2));
+    const bool isPlain = !NeedsEncoding(value);
+    AppendField(header, name, isPlain ? Folded(value, name.size() + 2) : EncodeWords(value));
 }
 
-void HeaderBlock::AddAddresses(std::string_view name, const std::optional<std::string>& text) {
-    if (!text) return;
+void AppendAddresses(std::string& header, std::string_view name,
+                     const std::optional<std::string>& text) {
     std::string value;
     std::size_t column = name.size() + 2;
-    for (const std::string& address : HeaderAddresses(*text)) {
+    for (const std::string& address : HeaderAddresses(text.value_or(""))) {
         if (!value.empty()) {
             const bool fits = column + 2 + address.size() <= kLineWidth;
             value += fits ? ", " : ",\n ";
@@ -145,7 +183,7 @@ void HeaderBlock::AddAddresses(std::string_view name, const std::optional<std::s
         value += address;
         column += address.size();
     }
-    if (!value.empty()) AddToken(name, value);
+    if (!value.empty()) AppendField(header, name, value);
 }
 
 }  // namespace host::mail

@@ -1,11 +1,12 @@
 #include "host/mail/html_text.h"
 
 #include <algorithm>
-#include <array>
+#include <iterator>
+#include <optional>
 #include <vector>
 
-#include "host/mail/html_entities.h"
 #include "text/ascii.h"
+#include "text/utf.h"
 
 namespace host::mail {
 
@@ -18,20 +19,93 @@ bool IsSpace(char letter) {
     return kSpace.find(letter) != kNone;
 }
 
-template <std::size_t kCount>
-bool IsOneOf(const std::array<std::string_view, kCount>& names, std::string_view name) {
-    return std::ranges::find(names, name) != names.end();
+// Whether a list of names with blanks between them holds one.
+bool IsOneOf(std::string_view names, std::string_view name) {
+    while (const auto one = text::TakeToken(names, " ")) {
+        if (*one == name) return true;
+    }
+    return false;
 }
 
 // Elements whose content nobody reads.
-constexpr std::array<std::string_view, 7> kHidden = {"script", "style",  "head",  "title",
-                                                     "object", "applet", "iframe"};
-constexpr std::array<std::string_view, 24> kBlocks = {
-    "address", "article",  "aside",  "blockquote", "center", "dd", "div", "dl",
-    "dt",      "fieldset", "footer", "form",       "header", "hr", "li",  "main",
-    "nav",     "ol",       "pre",    "section",    "table",  "tr", "ul",  "body"};
-constexpr std::array<std::string_view, 7> kParagraphs = {"p", "h1", "h2", "h3", "h4", "h5", "h6"};
-constexpr std::array<std::string_view, 4> kShownLinks = {"http:", "https:", "mailto:", "ftp:"};
+constexpr std::string_view kHidden = "script style head title object applet iframe";
+constexpr std::string_view kBlocks =
+    "address article aside blockquote center dd div dl dt fieldset footer form header hr li main "
+    "nav ol pre section table tr ul body";
+constexpr std::string_view kParagraphs = "p h1 h2 h3 h4 h5 h6";
+constexpr std::string_view kShownLinks[] = {"http:", "https:", "mailto:", "ftp:"};
+
+constexpr std::size_t kLongestReference = 12;
+
+// From U+00A0 on, one after the other.
+constexpr std::string_view kLatin1 =
+    "nbsp iexcl cent pound curren yen brvbar sect uml copy ordf laquo not shy reg macr deg "
+    "plusmn sup2 sup3 acute micro para middot cedil sup1 ordm raquo frac14 frac12 frac34 iquest "
+    "Agrave Aacute Acirc Atilde Auml Aring AElig Ccedil Egrave Eacute Ecirc Euml Igrave Iacute "
+    "Icirc Iuml ETH Ntilde Ograve Oacute Ocirc Otilde Ouml times Oslash Ugrave Uacute Ucirc "
+    "Uuml Yacute THORN szlig agrave aacute acirc atilde auml aring aelig ccedil egrave eacute "
+    "ecirc euml igrave iacute icirc iuml eth ntilde ograve oacute ocirc otilde ouml divide "
+    "oslash ugrave uacute ucirc uuml yacute thorn yuml";
+
+struct Entity {
+    std::string_view name;
+    char32_t letter;
+};
+constexpr Entity kOthers[] = {
+    {"amp", '&'},      {"lt", '<'},        {"gt", '>'},        {"quot", '"'},
+    {"apos", '\''},    {"hellip", 0x2026}, {"mdash", 0x2014},  {"ndash", 0x2013},
+    {"lsquo", 0x2018}, {"rsquo", 0x2019},  {"sbquo", 0x201A},  {"ldquo", 0x201C},
+    {"rdquo", 0x201D}, {"bdquo", 0x201E},  {"lsaquo", 0x2039}, {"rsaquo", 0x203A},
+    {"bull", 0x2022},  {"euro", 0x20AC},   {"trade", 0x2122},  {"OElig", 0x152},
+    {"oelig", 0x153},  {"Scaron", 0x160},  {"scaron", 0x161},  {"Yuml", 0x178},
+    {"fnof", 0x192},   {"dagger", 0x2020}, {"Dagger", 0x2021}, {"permil", 0x2030},
+    {"larr", 0x2190},  {"uarr", 0x2191},   {"rarr", 0x2192},   {"darr", 0x2193},
+    {"minus", 0x2212}, {"ne", 0x2260},     {"le", 0x2264},     {"ge", 0x2265},
+    {"zwnj", 0x200C},  {"zwj", 0x200D},    {"ensp", ' '},      {"emsp", ' '},
+    {"thinsp", ' '}};
+
+std::optional<char32_t> Named(std::string_view name) {
+    char32_t letter = 0xA0;
+    for (std::string_view rest = kLatin1; const auto known = text::TakeToken(rest, " "); ++letter) {
+        if (*known == name) return letter;
+    }
+    const auto* const row = std::ranges::find(kOthers, name, &Entity::name);
+    return row != std::end(kOthers) ? std::optional(row->letter) : std::nullopt;
+}
+
+std::optional<char32_t> Numbered(std::string_view digits) {
+    const bool isHex = digits.starts_with('x') || digits.starts_with('X');
+    if (isHex) digits.remove_prefix(1);
+    const auto number = text::NumberIn<std::uint32_t>(digits, isHex ? 16 : 10);
+    if (!number || *number == 0 || *number > 0x10FFFF) return std::nullopt;
+    const bool isHalf = *number >= 0xD800 && *number < 0xE000;
+    return isHalf ? std::nullopt : std::optional<char32_t>(*number);
+}
+
+// The text with its character references (&eacute; &#233; &#xE9;) replaced. One that is not known
+// stays as it stands.
+std::string DecodedEntities(std::string_view html) {
+    std::string text;
+    while (!html.empty()) {
+        const auto at = std::min(html.find('&'), html.size());
+        text += html.substr(0, at);
+        html.remove_prefix(at);
+        const auto end = html.substr(0, kLongestReference).find(';');
+        std::optional<char32_t> letter;
+        if (end != std::string_view::npos && end > 1) {
+            const auto name = html.substr(1, end - 1);
+            letter = name.front() == '#' ? Numbered(name.substr(1)) : Named(name);
+        }
+        if (letter) {
+            text::AppendUtf8(*letter, text);
+            html.remove_prefix(end + 1);
+        } else if (!html.empty()) {
+            text += '&';
+            html.remove_prefix(1);
+        }
+    }
+    return text;
+}
 
 struct Tag {
     std::string name;  // lower case
@@ -155,23 +229,9 @@ class HtmlReader {
 
   private:
     void AddText(std::string_view text) {
-        m_lines.Add(WithPlainBlanks(DecodedEntities(text)), m_preDepth > 0);
-    }
-
-    // Blanks that do not break are for the eye alone.
-    static std::string WithPlainBlanks(const std::string& text) {
-        std::string plain;
-        for (std::size_t i = 0; i < text.size(); ++i) {
-            const bool isBlank = text.compare(i, 2, "\xC2\xA0") == 0;
-            const bool isNothing = text.compare(i, 2, "\xC2\xAD") == 0;
-            if (isBlank) plain += ' ';
-            if (isBlank || isNothing) {
-                ++i;
-            } else {
-                plain += text[i];
-            }
-        }
-        return plain;
+        // Blanks that do not break, and hyphens that show at a break alone, are for the eye.
+        const auto plain = text::Replaced(DecodedEntities(text), "\xC2\xA0", " ");
+        m_lines.Add(text::Replaced(plain, "\xC2\xAD", ""), m_preDepth > 0);
     }
 
     void TakeMarkup() {

@@ -7,7 +7,6 @@
 
 #include "host/base/failure.h"
 #include "host/mail/mail.h"
-#include "host/mail/new_mail.h"
 
 namespace host::mail {
 

@@ -1,7 +1,7 @@
 #include "host/mail/mail_text.h"
 
 #include <algorithm>
-#include <optional>
+#include <iterator>
 
 #include "text/ascii.h"
 
@@ -28,45 +28,6 @@ std::size_t Find(std::string_view text, std::string_view mark, std::size_t from)
         if (text::StartsWithNoCase(text.substr(at), mark)) return at;
     }
     return kNone;
-}
-
-struct MarkedRange {
-    const Mark* mark;
-    std::size_t begin, textBegin, textEnd, end;
-};
-
-// Where the next ends of the marks lie, so that many beginnings without an end cost one search.
-class EndFinder {
-  public:
-    explicit EndFinder(std::string_view text) : m_text(text) {}
-    std::size_t Next(const Mark& mark, std::size_t from) {
-        auto& known = m_known[&mark - kMarks];
-        if (!known || (*known != kNone && *known < from)) known = Find(m_text, mark.end, from);
-        return *known;
-    }
-
-  private:
-    std::string_view m_text;
-    std::optional<std::size_t> m_known[std::size(kMarks)];
-};
-
-std::optional<MarkedRange> RangeAt(std::string_view text, std::size_t at, EndFinder& ends) {
-    for (const Mark& mark : kMarks) {
-        if (!text::StartsWithNoCase(text.substr(at), mark.begin)) continue;
-        const std::size_t textBegin = at + mark.begin.size();
-        const std::size_t end = ends.Next(mark, textBegin);
-        if (end != kNone) return MarkedRange{&mark, at, textBegin, end, end + mark.end.size()};
-        const bool beginsLine = at == 0 || text[at - 1] == '\n';
-        if (beginsLine) return MarkedRange{&mark, at, textBegin, text.size(), text.size()};
-    }
-    return std::nullopt;
-}
-
-std::optional<MarkedRange> NextRange(std::string_view text, std::size_t from, EndFinder& ends) {
-    for (auto at = text.find('<', from); at != kNone; at = text.find('<', at + 1)) {
-        if (auto range = RangeAt(text, at, ends)) return range;
-    }
-    return std::nullopt;
 }
 
 void AddPlain(std::vector<TextPiece>& pieces, std::string_view text) {
@@ -105,14 +66,23 @@ bool IsWrapped(std::string_view line, std::string_view next) {
 
 std::vector<TextPiece> SplitText(std::string_view text) {
     std::vector<TextPiece> pieces;
-    EndFinder ends(text);
+    // Where the next end of each mark lies: many beginnings without an end cost one search.
+    std::size_t ends[std::size(kMarks)] = {};
     std::size_t done = 0;
-    while (const auto range = NextRange(text, done, ends)) {
-        AddPlain(pieces, text.substr(done, range->begin - done));
-        pieces.push_back(
-            {range->mark->kind,
-             std::string(text.substr(range->textBegin, range->textEnd - range->textBegin))});
-        done = range->end;
+    for (auto at = text.find('<'); at != kNone; at = text.find('<', at + 1)) {
+        const auto* const mark = std::ranges::find_if(kMarks, [&](const Mark& one) {
+            return text::StartsWithNoCase(text.substr(at), one.begin);
+        });
+        if (mark == std::end(kMarks)) continue;
+        const std::size_t begin = at + mark->begin.size();
+        std::size_t& end = ends[mark - kMarks];
+        if (end < begin) end = Find(text, mark->end, begin);
+        const bool beginsLine = at == 0 || text[at - 1] == '\n';
+        if (end == kNone && !beginsLine) continue;
+        AddPlain(pieces, text.substr(done, at - done));
+        pieces.push_back({mark->kind, std::string(text.substr(begin, end - begin))});
+        done = end == kNone ? text.size() : end + mark->end.size();
+        at = done - 1;
     }
     AddPlain(pieces, text.substr(done));
     if (pieces.empty()) pieces.push_back({TextPiece::Kind::kPlain, std::string(text)});

@@ -1,17 +1,20 @@
 #include "host/mail/parse.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <utility>
 
 #include <gmime/gmime.h>
 
 #include "host/base/failure.h"
 #include "host/mail/content_type.h"
+#include "host/mail/encoded_words.h"
 #include "host/mail/eudora_text.h"
 #include "host/mail/mail_reader.h"
-#include "host/mail/message_id.h"
 #include "host/maildir/maildir.h"
-#include "platform/os/code_page.h"
+#include "text/ascii.h"
+#include "text/calendar.h"
+#include "text/encoded_words.h"
 
 namespace host::mail {
 
@@ -19,6 +22,100 @@ namespace {
 
 constexpr std::size_t kLongestText = 16u << 20;  // bytes of a body in Eudora
 constexpr std::size_t kLongestSubject = 2000, kLongestList = 30000;
+
+constexpr std::ptrdiff_t kMostGroups = 100;  // the address parser calls itself for each
+
+// Encoded words as atoms, so that nothing inside them can be taken for a mark of the list.
+class HiddenWords {
+  public:
+    explicit HiddenWords(std::string_view text) {
+        while (const auto word = text::FindEncodedWord(text, text::Damage::kPassedOver)) {
+            m_text.append(word->before).append(kBegin) += std::to_string(m_words.size()) + '=';
+            m_words.emplace_back(word->word);
+            text = word->behind;
+        }
+        m_text += text;
+    }
+
+    const std::string& Text() const { return m_text; }
+    std::string Shown(std::string_view text) const {
+        std::string shown;
+        for (auto at = text.find(kBegin); at != std::string_view::npos; at = text.find(kBegin)) {
+            shown += text.substr(0, at);
+            text.remove_prefix(at + kBegin.size());
+            const auto end = std::min(text.find('='), text.size());
+            const auto number = std::strtoul(std::string(text.substr(0, end)).c_str(), nullptr, 10);
+            if (number < m_words.size()) shown += m_words[number];
+            text.remove_prefix(std::min(end + 1, text.size()));
+        }
+        return shown.append(text);
+    }
+
+  private:
+    static constexpr std::string_view kBegin = "=kvword";
+    std::string m_text;
+    std::vector<std::string> m_words;
+};
+
+std::string OrEmpty(const char* text) {
+    return text != nullptr ? text : "";
+}
+
+void AddMailboxes(InternetAddressList* list, std::vector<Recipient>& found) {
+    const int count = list != nullptr ? internet_address_list_length(list) : 0;
+    for (int i = 0; i < count; ++i) {
+        InternetAddress* const address = internet_address_list_get_address(list, i);
+        Recipient one{OrEmpty(internet_address_get_name(address)), ""};
+        if (INTERNET_ADDRESS_IS_GROUP(address)) {
+            const std::size_t before = found.size();
+            AddMailboxes(internet_address_group_get_members(INTERNET_ADDRESS_GROUP(address)),
+                         found);
+            if (found.size() != before) continue;
+        } else {
+            one.address =
+                OrEmpty(internet_address_mailbox_get_addr(INTERNET_ADDRESS_MAILBOX(address)));
+        }
+        if (one.address.empty()) one.address.swap(one.name);
+        if (!one.address.empty()) found.push_back(std::move(one));
+    }
+}
+
+// A text field in UTF-8; its bare 8-bit text is UTF-8 or of the code page.
+std::string DecodedHeader(const std::string& value, unsigned codePage) {
+    return DecodeWords(DecodedText(value, "", codePage), codePage);
+}
+
+// The mailboxes of address fields; names and addresses in UTF-8. A group without members is one
+// whose address is its name, and so is a text without an address.
+std::vector<Recipient> DecodedAddresses(const std::string& value, unsigned codePage) {
+    std::string text = DecodedText(value, "", codePage);
+    if (std::ranges::count(text, ':') > kMostGroups) std::ranges::replace(text, ':', ' ');
+    std::vector<Recipient> found;
+    const HiddenWords hidden(text);
+    auto* const list = internet_address_list_parse(nullptr, hidden.Text().c_str());
+    AddMailboxes(list, found);
+    if (list != nullptr) g_object_unref(list);
+    for (Recipient& one : found) {
+        one.name = DecodeWords(hidden.Shown(one.name), codePage);
+        one.address = DecodeWords(hidden.Shown(one.address), codePage);
+    }
+    if (found.empty() && text.find_first_not_of(" ,;:<>\"") != std::string::npos) {
+        found.push_back({"", DecodedHeader(text, codePage)});
+    }
+    return found;
+}
+
+// OLE automation date in local time.
+std::optional<double> DecodedDate(const std::string& value, platform::Clock& clock) {
+    GDateTime* const date = g_mime_utils_header_decode_date(value.c_str());
+    if (date == nullptr) return std::nullopt;
+    const std::chrono::seconds instant(g_date_time_to_unix(date));
+    g_date_time_unref(date);
+    // A clock counts finer than seconds, and so not as far.
+    constexpr std::chrono::seconds kFarthest = std::chrono::days(365 * 280);
+    const std::chrono::sys_seconds near(std::clamp(instant, -kFarthest, kFarthest));
+    return text::ToOleDate(std::chrono::local_seconds(instant + clock.UtcOffset(near)));
+}
 
 // A message without what a mailbox file puts above it, and with line ends that can be told.
 class Message {
@@ -48,51 +145,13 @@ class Message {
 
 std::string MessageIdOf(const Message& message) {
     std::string own = maildir::MessageIdInHeader(message.Bytes());
-    if (CanBeMessageId(own) && !IsIndexId(own)) return own;
+    if (CanKeepMessageId(own)) return own;
     return Fingerprint(message.Bytes()) + ".maildir@localhost";
 }
 
-// Files of one mail, made while it is read.
-class FileMaker {
-  public:
-    FileMaker(const ParsePlace& place, NewMail& mail) : m_place(place), m_mail(mail) {}
-
-    base::Status Add(const FilePart& part) {
-        auto path = m_place.files.CreateTempFile(m_place.folder, "kvm");
-        if (!path) return path.Error();
-        m_mail.attachments.push_back({NameOf(part), *path});
-        auto file =
-            m_place.files.Open(*path, platform::OpenMode::kReadWrite, platform::Share::kNone);
-        if (!file) return file.Error();
-        auto written = DecodeBody(part.body, part.encoding,
-                                  [&](std::string_view piece) { return (*file)->Write(piece); });
-        return written ? (*file)->Close() : written;
-    }
-
-    void RemoveAll() {
-        for (const NewAttachment& made : m_mail.attachments) (void)m_place.files.Delete(made.path);
-        m_mail.attachments.clear();
-    }
-
-  private:
-    std::string NameOf(const FilePart& part) const {
-        const bool isMail = part.contentType == "message/rfc822";
-        std::string extension(isMail ? "eml" : ExtensionOf(part.contentType));
-        if (extension.empty()) extension = "dat";
-        std::string name = part.name;
-        if (isMail && name.empty()) {
-            name = DecodedHeader(FieldValue(SplitEntity(part.body), "Subject"), m_place.codePage);
-            std::ranges::replace_if(
-                name, [](char c) { return c == '/' || c == '\\'; }, '_');
-            if (!name.empty()) name += ".eml";
-        }
-        const auto number = std::to_string(m_mail.attachments.size() + 1);
-        return PlainAttachmentName(name, "attachment" + number + '.' + extension, m_place.codePage);
-    }
-
-    const ParsePlace& m_place;
-    NewMail& m_mail;
-};
+bool IsSlash(char letter) {
+    return letter == '/' || letter == '\\';
+}
 
 class MailMaker {
   public:
@@ -101,9 +160,8 @@ class MailMaker {
 
     base::Result<NewMail> Run() {
         ReadHeader();
-        FileMaker files(m_place, m_mail);
-        if (auto made = MakeContent(files); !made) {
-            files.RemoveAll();
+        if (auto made = MakeContent(); !made) {
+            for (const auto& file : m_mail.attachments) (void)m_place.files.Delete(file.path);
             return made.Error();
         }
         m_mail.lostCharacters = m_text.LostCharacters();
@@ -178,7 +236,7 @@ class MailMaker {
         return kept;
     }
 
-    base::Status MakeContent(FileMaker& files) {
+    base::Status MakeContent() {
         ReadParts parts = ReadMailParts(m_message.Parts(), m_place.codePage);
         if (parts.isTooComplex) {
             m_mail.notes.push_back(
@@ -188,16 +246,42 @@ class MailMaker {
         for (const TextPiece& piece : parts.texts) m_mail.body += m_text.Body(piece);
         if (m_mail.body.ends_with("\r\n")) m_mail.body.resize(m_mail.body.size() - 2);
         for (const FilePart& part : parts.files) {
-            if (auto added = files.Add(part); !added) return added;
+            if (auto added = AddFile(part); !added) return added;
         }
-        return m_mail.body.size() > kLongestText ? CutBody(files) : base::Status();
+        return m_mail.body.size() > kLongestText ? CutBody() : base::Status();
     }
 
-    base::Status CutBody(FileMaker& files) {
+    base::Status CutBody() {
         const std::string whole = std::exchange(m_mail.body, {});
         m_mail.body = CutText(whole, kLongestText, m_place.codePage);
         m_mail.notes.push_back("the text was cut: the whole of it is the attachment text.txt");
-        return files.Add({"text.txt", "text/plain", "", whole});
+        return AddFile({"text.txt", "text/plain", "", whole});
+    }
+
+    base::Status AddFile(const FilePart& part) {
+        auto path = m_place.files.CreateTempFile(m_place.folder, "kvm");
+        if (!path) return path.Error();
+        m_mail.attachments.push_back({NameOf(part), *path});
+        auto file =
+            m_place.files.Open(*path, platform::OpenMode::kReadWrite, platform::Share::kNone);
+        if (!file) return file.Error();
+        auto written = DecodeBody(part.body, part.encoding,
+                                  [&](std::string_view piece) { return (*file)->Write(piece); });
+        return written ? (*file)->Close() : written;
+    }
+
+    std::string NameOf(const FilePart& part) const {
+        const bool isMail = part.contentType == "message/rfc822";
+        std::string extension(isMail ? "eml" : ExtensionOf(part.contentType));
+        if (extension.empty()) extension = "dat";
+        std::string name = part.name;
+        if (isMail && name.empty()) {
+            name = DecodedHeader(FieldValue(SplitEntity(part.body), "Subject"), m_place.codePage);
+            std::ranges::replace_if(name, IsSlash, '_');
+            if (!name.empty()) name += ".eml";
+        }
+        const auto number = std::to_string(m_mail.attachments.size() + 1);
+        return PlainAttachmentName(name, "attachment" + number + '.' + extension, m_place.codePage);
     }
 
     const Message& m_message;

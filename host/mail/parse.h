@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "host/base/failure.h"
-#include "host/mail/new_mail.h"
+#include "host/mail/mail.h"
 #include "platform/os/clock.h"
 #include "platform/os/files.h"
 

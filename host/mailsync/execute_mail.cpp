@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "host/mail/compose.h"
-#include "host/mail/message_id.h"
+#include "host/mail/mail.h"
 #include "host/mailsync/execute_eudora.h"
 #include "host/mailsync/load_mail.h"
 

@@ -5,7 +5,7 @@
 
 #include "host/base/failure.h"
 #include "host/mail/encoded_words.h"
-#include "host/mail/message_id.h"
+#include "host/mail/mail.h"
 #include "host/mail/parse.h"
 #include "host/mailsync/mail_plan.h"
 #include "text/calendar.h"
@@ -19,13 +19,6 @@ using maildir::MaildirEntry;
 using platform::ErrorCode;
 using state::MailLink;
 using state::RememberedMail;
-
-// Whether a file in the Maildir has this Message-ID as it is.
-bool IsPlainId(const std::string& id) {
-    mail::Mail mail;
-    mail.messageId = id;
-    return !id.empty() && mail::MessageIdOf(mail) == id;
-}
 
 bool IsTrashed(const MaildirEntry& file) {
     return maildir::HasFlag(file.flags, 'T');
@@ -112,7 +105,8 @@ class MailLoader {
              bool isWithinLimits) {
         if (!m_seen.insert(head.id).second) return;
         EudoraHead seen{head.id, head.marker, std::move(messageId), {}, isWithinLimits, {}, {}};
-        if (IsPlainId(seen.messageId.value_or(""))) seen.fileMessageId = *seen.messageId;
+        if (mail::CanKeepMessageId(seen.messageId.value_or("")))
+            seen.fileMessageId = *seen.messageId;
         const auto known = m_byId.find(head.id);
         const bool isKnown = known != m_byId.end() &&
                              (!seen.messageId || *seen.messageId == known->second->messageId);
@@ -196,8 +190,7 @@ class MailLoader {
             FolderHead head{maildir::MessageIdInHeader(*text),
                             mail::MailName(mail::DecodeWords(header.Field("Subject").value_or("")),
                                            mail::DecodeWords(header.Field("From").value_or("")))};
-            if (mail::CanBeMessageId(head.messageId) && !mail::IsIndexId(head.messageId))
-                return head;
+            if (mail::CanKeepMessageId(head.messageId)) return head;
             text = maildir.Read(file, mail::kLargestMessage);
             if (!text) return text.Error();
             head.messageId = mail::MessageIdForEudora(*text);

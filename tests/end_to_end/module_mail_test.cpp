@@ -110,7 +110,7 @@ class ModuleMail : public ::testing::Test {
 
     void SetUp() override { ASSERT_TRUE(s_isReady); }
     Mail MailOf(const std::string& id) {
-        EudoraMails mails(*session, platform::NativeSystem().codePage);
+        EudoraMails mails(*session);
         const auto found = mails.GoTo(id);
         EXPECT_TRUE(found && *found) << id;
         auto mail = mails.Read(host::mail::MailParts::kAll);
@@ -194,7 +194,7 @@ TEST_F(ModuleMail, WhoseFolderHasMails) {
 
 TEST_F(ModuleMail, WalksAllMailsInTheirOrder) {
     ASSERT_TRUE(session->Open());
-    EudoraMails mails(*session, platform::NativeSystem().codePage);
+    EudoraMails mails(*session);
     const std::map<std::uint32_t, char> letters{{host::mail::kStatusUnread, 'N'},
                                                 {host::mail::kStatusRead, 'R'},
                                                 {host::mail::kStatusSent, 'S'}};

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "host/mail/message_id.h"
+#include "host/mail/mail.h"
 #include "tests/host/mail_world.h"
 #include "tests/host/one_of.h"
 

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "host/mail/mail_reader.h"
 #include "host/mail/mail_text.h"
-#include "host/mail/mime_value.h"
 #include "host/mail/transfer_encoding.h"
 #include "platform/os/code_page.h"
 #include "tests/host/mail_world.h"

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "host/mail/eudora_mails.h"
-#include "host/mail/incoming_folder.h"
+#include "host/mail/attach_folder.h"
 #include "host/translator/mail_settings.h"
 #include "platform/os/safe_write.h"
 #include "platform/os/system.h"
@@ -33,7 +33,7 @@ class MailWriter : public ::testing::Test {
         ASSERT_TRUE(selection) << selection.Error().Message();
         const translator::MailLimitChanges changes{"off", "off", "on", "off"};
         ASSERT_TRUE(translator::ChangeMailLimits(session, *selection, changes));
-        mails = *mail::EudoraMails::Open(std::move(session), *selection, 1252);
+        mails = *mail::EudoraMails::Open(std::move(session), *selection);
         incoming = *mail::IncomingFolder::Create("test");
     }
     void TearDown() override {
