@@ -20,13 +20,13 @@ bool IsAscii(std::string_view text) {
 
 std::string Lowered(std::string_view text) {
     std::string lowered(text);
-    std::ranges::transform(lowered, lowered.begin(), Lower);
+    for (char& letter : lowered) letter = Lower(letter);
     return lowered;
 }
 
 std::string Raised(std::string_view text) {
     std::string raised(text);
-    std::ranges::transform(raised, raised.begin(), Upper);
+    for (char& letter : raised) letter = Upper(letter);
     return raised;
 }
 
@@ -78,12 +78,8 @@ std::string Joined(const std::vector<std::string>& pieces, std::string_view betw
 }
 
 std::string Replaced(std::string_view text, std::string_view part, std::string_view by) {
-    std::size_t size = text.size();
-    for (auto at = text.find(part); at != text.npos; at = text.find(part, at + part.size())) {
-        size += by.size() - part.size();
-    }
     std::string replaced;
-    replaced.reserve(size);
+    replaced.reserve(text.size() + text.size() / 16);
     for (;;) {
         const auto at = text.find(part);
         replaced += text.substr(0, at);

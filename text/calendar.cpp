@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <utility>
 #include <vector>
 
 #include "text/ascii.h"
@@ -26,34 +27,6 @@ constexpr double kSecondsOfDay = 86400;
 constexpr const char* kDays[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
 constexpr const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                    "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-
-// `pad` stands for missing digits; none if it is '-'.
-void AppendNumber(std::string& out, long number, std::size_t width, char pad) {
-    const std::string digits = std::to_string(number);
-    if (pad != '-' && digits.size() < width) out.append(width - digits.size(), pad);
-    out += digits;
-}
-
-// Of the parts that are numbers.
-long PartOf(char letter, const year_month_day& date, const std::chrono::hh_mm_ss<seconds>& ofDay) {
-    const long hour = ofDay.hours().count();
-    switch (letter) {
-        case 'Y':
-            return static_cast<int>(date.year());
-        case 'm':
-            return static_cast<unsigned>(date.month());
-        case 'd':
-            return static_cast<unsigned>(date.day());
-        case 'H':
-            return hour;
-        case 'I':
-            return hour > 12 ? hour - 12 : hour;
-        case 'M':
-            return ofDay.minutes().count();
-        default:
-            return static_cast<long>(ofDay.seconds().count());
-    }
-}
 
 struct Zone {
     std::string_view name;
@@ -145,6 +118,14 @@ std::string Format(std::string_view pattern, local_seconds time) {
     const auto day = floor<days>(time);
     const year_month_day date(day);
     const std::chrono::hh_mm_ss<seconds> ofDay(time - day);
+    const long hour = ofDay.hours().count();
+    const std::pair<char, long> numbers[] = {{'Y', static_cast<int>(date.year())},
+                                             {'m', static_cast<unsigned>(date.month())},
+                                             {'d', static_cast<unsigned>(date.day())},
+                                             {'H', hour},
+                                             {'I', hour > 12 ? hour - 12 : hour},
+                                             {'M', ofDay.minutes().count()},
+                                             {'S', static_cast<long>(ofDay.seconds().count())}};
     std::string out;
     for (std::size_t at = 0; at < pattern.size(); ++at) {
         if (pattern[at] != '%') {
@@ -153,7 +134,7 @@ std::string Format(std::string_view pattern, local_seconds time) {
         }
         char letter = pattern[++at], pad = '0';
         if (letter == '-' || letter == '_') {
-            pad = letter == '_' ? ' ' : letter;
+            pad = letter == '_' ? ' ' : '-';
             letter = pattern[++at];
         }
         if (letter == 'a') {
@@ -161,7 +142,10 @@ std::string Format(std::string_view pattern, local_seconds time) {
         } else if (letter == 'b') {
             out += kMonths[static_cast<unsigned>(date.month()) - 1];
         } else {
-            AppendNumber(out, PartOf(letter, date, ofDay), letter == 'Y' ? 4 : 2, pad);
+            const auto part = std::ranges::find(numbers, letter, &std::pair<char, long>::first);
+            const std::string digits = std::to_string(part->second);
+            const std::size_t width = pad == '-' ? 0 : letter == 'Y' ? 4 : 2;
+            out.append(std::max(width, digits.size()) - digits.size(), pad) += digits;
         }
     }
     return out;

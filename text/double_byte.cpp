@@ -1,23 +1,20 @@
 #include "text/double_byte.h"
 
+#include <algorithm>
+
 namespace text {
 
 bool IsLeadByte(char byte, unsigned codePage) {
-    const auto lies = [value = static_cast<unsigned char>(byte)](int first, int last) {
-        return value >= first && value <= last;
-    };
-    switch (codePage) {
-        case 932:
-            return lies(0x81, 0x9F) || lies(0xE0, 0xFC);
-        case 936:
-        case 949:
-        case 950:
-            return lies(0x81, 0xFE);
-        case 1361:
-            return lies(0x84, 0xD3) || lies(0xD8, 0xDE) || lies(0xE0, 0xF9);
-        default:
-            return false;
-    }
+    static constexpr struct {
+        unsigned codePage;
+        int first, last;
+    } kLeadBytes[] = {{932, 0x81, 0x9F},  {932, 0xE0, 0xFC}, {936, 0x81, 0xFE},
+                      {949, 0x81, 0xFE},  {950, 0x81, 0xFE}, {1361, 0x84, 0xD3},
+                      {1361, 0xD8, 0xDE}, {1361, 0xE0, 0xF9}};
+    const int value = static_cast<unsigned char>(byte);
+    return value > 0x80 && std::ranges::any_of(kLeadBytes, [&](const auto& row) {
+               return row.codePage == codePage && value >= row.first && value <= row.last;
+           });
 }
 
 std::size_t CharacterLength(std::string_view text, unsigned codePage) {
@@ -31,13 +28,12 @@ std::string_view TakeCharacter(std::string_view& rest, unsigned codePage) {
 }
 
 std::size_t WholeCharacterPrefix(std::string_view text, std::size_t limit, unsigned codePage) {
-    std::size_t end = 0;
-    while (end < text.size()) {
-        const auto next = end + CharacterLength(text.substr(end), codePage);
-        if (next > limit) break;
-        end = next;
+    std::string_view rest = text;
+    while (!rest.empty()) {
+        const std::size_t whole = text.size() - rest.size();
+        if (whole + TakeCharacter(rest, codePage).size() > limit) return whole;
     }
-    return end;
+    return text.size();
 }
 
 bool ContainsText(std::string_view text, std::string_view part, unsigned codePage) {
@@ -49,10 +45,10 @@ bool ContainsText(std::string_view text, std::string_view part, unsigned codePag
 
 std::size_t FindLastOf(std::string_view text, std::string_view letters, unsigned codePage) {
     auto last = std::string_view::npos;
-    for (std::size_t at = 0; at < text.size();) {
-        const auto length = CharacterLength(text.substr(at), codePage);
-        if (length == 1 && letters.find(text[at]) != letters.npos) last = at;
-        at += length;
+    for (std::string_view rest = text; !rest.empty();) {
+        const auto at = text.size() - rest.size();
+        const auto character = TakeCharacter(rest, codePage);
+        if (character.size() == 1 && letters.find(character[0]) != letters.npos) last = at;
     }
     return last;
 }

@@ -1,6 +1,7 @@
 #include "text/encoded_words.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "text/ascii.h"
 
@@ -20,11 +21,10 @@ std::optional<std::string> FromQ(std::string_view payload, Damage damage) {
             bytes += payload[i] == '_' ? ' ' : payload[i];
             continue;
         }
-        const bool isWhole = i + 2 < payload.size();
-        const int high = isWhole ? HexValue(payload[i + 1]) : -1;
-        const int low = isWhole ? HexValue(payload[i + 2]) : -1;
-        if (high >= 0 && low >= 0) {
-            bytes += static_cast<char>(high << 4 | low);
+        const auto digits = payload.substr(i + 1, 2);
+        const auto value = digits.size() == 2 ? NumberIn<unsigned char>(digits, 16) : std::nullopt;
+        if (value) {
+            bytes += static_cast<char>(*value);
             i += 2;
         } else if (damage == Damage::kRefused) {
             return std::nullopt;
@@ -110,26 +110,25 @@ std::string DecodeWords(std::string_view text, Damage damage, const FromCharset&
 }
 
 std::string CharsetMeant(std::string_view name) {
-    static constexpr struct {
-        std::string_view name, meant;
-    } kMeant[] = {{"iso-8859-1", "windows-1252"},
-                  {"latin1", "windows-1252"},
-                  {"cp1252", "windows-1252"},
-                  {"utf8", "utf-8"},
-                  {"ascii", "us-ascii"},
-                  {"unknown-8bit", ""},
-                  {"shift_jis", "cp932"},
-                  {"shift-jis", "cp932"},
-                  {"x-sjis", "cp932"},
-                  {"windows-31j", "cp932"},
-                  {"gb2312", "gb18030"},
-                  {"gbk", "gb18030"},
-                  {"ks_c_5601-1987", "cp949"},
-                  {"euc-kr", "cp949"},
-                  {"iso-8859-8-i", "iso-8859-8"}};
+    static constexpr std::pair<std::string_view, std::string_view> kMeant[] = {
+        {"iso-8859-1", "windows-1252"},
+        {"latin1", "windows-1252"},
+        {"cp1252", "windows-1252"},
+        {"utf8", "utf-8"},
+        {"ascii", "us-ascii"},
+        {"unknown-8bit", ""},
+        {"shift_jis", "cp932"},
+        {"shift-jis", "cp932"},
+        {"x-sjis", "cp932"},
+        {"windows-31j", "cp932"},
+        {"gb2312", "gb18030"},
+        {"gbk", "gb18030"},
+        {"ks_c_5601-1987", "cp949"},
+        {"euc-kr", "cp949"},
+        {"iso-8859-8-i", "iso-8859-8"}};
     const std::string lower = Lowered(name);
-    for (const auto& row : kMeant) {
-        if (lower == row.name) return std::string(row.meant);
+    for (const auto& [known, meant] : kMeant) {
+        if (lower == known) return std::string(meant);
     }
     const bool isName =
         lower.size() <= kLongestCharset && std::ranges::all_of(lower, [](char c) {

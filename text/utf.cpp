@@ -2,37 +2,20 @@
 
 namespace text {
 
-namespace {
-
-constexpr bool IsSurrogate(char32_t character, char32_t first) {
-    return character >= first && character < first + 0x400;
-}
-
-}  // namespace
-
 char32_t TakeUtf8(std::string_view& rest) {
+    constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
     const auto lead = static_cast<unsigned char>(rest.front());
-    const auto fail = [&] {
-        rest.remove_prefix(1);
-        return kNoCharacter;
-    };
-    if (lead < 0x80) {
-        rest.remove_prefix(1);
-        return lead;
-    }
-    const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-    if (lead < 0xC2 || lead > 0xF4 || rest.size() < length) return fail();
-    char32_t character = lead & (0xFFu >> (length + 1));
-    for (std::size_t i = 1; i < length; ++i) {
-        if (!IsContinuation(rest[i])) return fail();
+    const std::size_t length = lead < 0x80 ? 1 : lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+    char32_t character = length == 1 ? lead : lead & (0xFFu >> (length + 1));
+    bool isWhole = length == 1 || (lead >= 0xC2 && lead <= 0xF4 && rest.size() >= length);
+    for (std::size_t i = 1; isWhole && i < length; ++i) {
+        isWhole = IsContinuation(rest[i]);
         character = character << 6 | (rest[i] & 0x3F);
     }
-    constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
-    const bool isForbidden = character < kLeast[length] || character > 0x10FFFF ||
-                             (character >= 0xD800 && character < 0xE000);
-    if (isForbidden) return fail();
-    rest.remove_prefix(length);
-    return character;
+    isWhole = isWhole && character >= kLeast[length] && character <= 0x10FFFF &&
+              (character < 0xD800 || character > 0xDFFF);
+    rest.remove_prefix(isWhole ? length : 1);
+    return isWhole ? character : kNoCharacter;
 }
 
 bool IsUtf8(std::string_view text) {
@@ -58,9 +41,9 @@ void AppendUtf8(char32_t character, std::string& out) {
 char32_t TakeUtf16(std::u16string_view& rest) {
     const char32_t first = rest.front();
     rest.remove_prefix(1);
-    if (!IsSurrogate(first, 0xD800) || rest.empty() || !IsSurrogate(rest.front(), 0xDC00)) {
-        return first;
-    }
+    const bool isPair =
+        (first & 0xFC00) == 0xD800 && !rest.empty() && (rest.front() & 0xFC00) == 0xDC00;
+    if (!isPair) return first;
     const char32_t second = rest.front();
     rest.remove_prefix(1);
     return 0x10000 + ((first & 0x3FF) << 10 | (second & 0x3FF));

@@ -1,0 +1,201 @@
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <tuple>
+
+#include "text/ascii.h"
+#include "text/calendar.h"
+#include "text/double_byte.h"
+#include "text/mail_view.h"
+#include "text/path.h"
+#include "text/utf.h"
+
+namespace test {
+
+using namespace std::literals;
+using ::testing::ElementsAre;
+
+// Against the C library's "C" locale, where the bytes from 0x80 on are nothing.
+TEST(Ascii, LettersAreThoseOfTheCLocale) {
+    for (int byte = 0; byte < 256; ++byte) {
+        SCOPED_TRACE(byte);
+        const char letter = static_cast<char>(byte);
+        EXPECT_EQ(text::Lowered({&letter, 1})[0], static_cast<char>(std::tolower(byte)));
+        EXPECT_EQ(text::Raised({&letter, 1})[0], static_cast<char>(std::toupper(byte)));
+        EXPECT_EQ(text::IsLetter(letter), std::isalpha(byte) != 0);
+        EXPECT_EQ(text::IsControl(letter), std::iscntrl(byte) != 0);
+        EXPECT_EQ(text::IsAscii("a"s + letter), byte < 0x80);
+        const int value = std::isxdigit(byte) ? std::stoi(std::string(1, letter), nullptr, 16) : -1;
+        EXPECT_EQ(text::HexValue(letter), value);
+        EXPECT_EQ(std::stoi(text::Hex({&letter, 1}), nullptr, 16), byte);
+    }
+    EXPECT_TRUE(text::EqualNoCase("X-Html\xC4", "x-hTML\xC4"));
+    EXPECT_FALSE(text::EqualNoCase("\xC4", "\xE4") || text::EqualNoCase("ab", "abc"));
+    EXPECT_TRUE(text::StartsWithNoCase("MailTo:a", "mailto:"));
+    EXPECT_FALSE(text::StartsWithNoCase("mail", "mailto:"));
+    EXPECT_EQ(text::NumberIn<unsigned>("fF", 16), 255u);
+    for (const auto* none : {"", " 1", "1 ", "+1", "0x1", "99999999999"}) {
+        EXPECT_FALSE(text::NumberIn<int>(none)) << none;
+    }
+}
+
+TEST(Ascii, TrimsAndTakesLines) {
+    EXPECT_EQ(text::Trimmed(" \r\n\ta b\v\t "), "a b\v");
+    EXPECT_EQ(text::Trimmed(" \t"), "");
+    EXPECT_EQ(text::WithoutControls("\x7F\n a\tb\r\n"), "a b");
+    EXPECT_EQ(text::Joined({"a", "", "b"}, ", "), "a, , b");
+    EXPECT_EQ(text::Replaced("aabaa", "aa", "xyz"), "xyzbxyz");
+    EXPECT_EQ(text::WithCrLf("a\r\n\n\r\r\nb\rc"), "a\r\n\r\n\r\n\r\nb\r\nc");
+    EXPECT_EQ(text::WithLineFeeds("\r\na\r\r\nb\n\r\n\r\r\r\nc\rd\0\r\n\r"sv),
+              "\na\nb\n\n\nc\rd\0\n\r"sv);
+    std::string_view rest = "a\r\n\nb";
+    for (const char* line : {"a\r\n", "\n", "b", ""}) EXPECT_EQ(text::TakeLine(rest), line);
+    rest = ";,a,;b;";
+    EXPECT_EQ(text::TakeToken(rest, ",;"), "a");
+    EXPECT_EQ(text::TakeToken(rest, ","), ";b;");
+    EXPECT_EQ(text::TakeToken(rest, ","), std::nullopt);
+}
+
+TEST(Utf, EveryCharacterComesBack) {
+    for (char32_t character = 0; character < 0x110000; character += character < 0x900 ? 1 : 61) {
+        if (character >= 0xD800 && character < 0xE000) continue;
+        std::string utf8;
+        std::u16string utf16;
+        text::AppendUtf8(character, utf8);
+        text::AppendUtf16(character, utf16);
+        std::string_view rest8 = utf8;
+        std::u16string_view rest16 = utf16;
+        EXPECT_TRUE(text::TakeUtf8(rest8) == character);
+        EXPECT_TRUE(text::TakeUtf16(rest16) == character);
+        EXPECT_TRUE(rest8.empty() && rest16.empty()) << static_cast<unsigned>(character);
+        EXPECT_EQ(text::Utf16FromBytes(text::BytesFromUtf16(utf16)), utf16);
+    }
+}
+
+TEST(Utf, OneByteIsTakenOfWhatIsNoCharacter) {
+    for (std::string_view text :
+         {"\x80", "\xC0\x80", "\xC1\xBF", "\xE0\x9F\xBF", "\xED\xA0\x80", "\xF0\x8F\xBF\xBF",
+          "\xF4\x90\x80\x80", "\xF8\x90\x80\x80", "\xC3", "\xC3(", "\xE2\x82", "\xBF\x80"}) {
+        EXPECT_FALSE(text::IsUtf8(text)) << text;
+        const auto size = text.size();
+        EXPECT_TRUE(text::TakeUtf8(text) == text::kNoCharacter);
+        EXPECT_EQ(text.size(), size - 1);
+    }
+    std::u16string_view lone = u"\xDC00\xD800";
+    EXPECT_TRUE(text::TakeUtf16(lone) == 0xDC00);
+    EXPECT_TRUE(text::TakeUtf16(lone) == 0xD800);
+}
+
+TEST(Calendar, OleDatesAreMoments) {
+    const std::pair<double, const char*> rows[] = {
+        {29222.0856943287, "1980-01-02T02:03:24"},
+        {36526.9999999, "2000-01-02T00:00:00"},  // not a second 60
+        {-1.25, "1899-12-29T06:00:00"},          // the fraction still counts forward
+        {-657434.99, "0100-01-01T23:45:36"},
+        {2958465.5, "9999-12-31T12:00:00"}};
+    for (const auto& [ole, expected] : rows) {
+        const auto time = text::FromOleDate(ole);
+        ASSERT_TRUE(time) << ole;
+        EXPECT_EQ(text::IsoText(*time), expected);
+        EXPECT_EQ(text::FromOleDate(text::ToOleDate(*time).value_or(0)), *time);
+    }
+    for (const double ole : {1.7e308, 2958466.0, -657435.0, std::nan("")}) {
+        EXPECT_FALSE(text::FromOleDate(ole)) << ole;
+    }
+    EXPECT_FALSE(text::ToOleDate(std::chrono::local_days{std::chrono::year{10000} / 1 / 1}));
+}
+
+TEST(Calendar, TimesHaveTexts) {
+    const auto night = text::CivilTime(std::chrono::system_clock::from_time_t(5), -1h);
+    EXPECT_EQ(text::Format("%a, %-d %b %Y %I:%M [%_m/%d] %H%S", night),
+              "Wed, 31 Dec 1969 11:00 [12/31] 2305");
+    EXPECT_EQ(text::Format("%-d/%-m %_d/%_m %I %a", night + 1h), "1/1  1/ 1 00 Thu");
+    EXPECT_EQ(text::Format("%I", night - 11h), "12");
+    EXPECT_EQ(text::ZoneText(-12600s) + text::ZoneText(45900s), "-0330+1245");
+}
+
+TEST(Calendar, ReadsDatesOfMails) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"2 Jan 1980 02:03 +0000", "1980-01-02T02:03:00+0000"},
+        {"Fri, 31 Dec 1999 23:59:60 -0330", "1999-12-31T23:59:59-0330"},
+        {"Sat, 29 Feb 2020 12:00:00 ut", "2020-02-29T12:00:00+0000"},
+        {"Mon, 5 Jul 99 08:00:00 EDT", "1999-07-05T08:00:00-0400"},
+        {"Mon, 5 Jul 49 08:00:00 Z", "2049-07-05T08:00:00+0000"},
+        {"Mon, 5 Jul 104 08:00:00 PST", "2004-07-05T08:00:00-0800"},
+        {"Mon (a, (comment) 7), 5 (x) July 2004 08:00:00 +0900 (JST)", "2004-07-05T08:00:00+0900"},
+        {"Wed Jan 02 02:03:55 1980", "1980-01-02T02:03:55"},
+        {"Wed, 02 Jan 1980", ""},
+        {"Thu, 30 Feb 2020 12:00:00 +0000", ""},
+        {"1 Jan 2020 24:00:00 +0000", ""},
+        {"1 Jan 1066 12:00 +0000", ""}};
+    for (const auto& [mail, expected] : rows) {
+        const auto date = text::ReadMailDate(mail);
+        const auto zone = date && date->zone ? text::ZoneText(*date->zone) : "";
+        EXPECT_EQ(date ? text::IsoText(date->time) + zone : "", expected) << mail;
+    }
+}
+
+TEST(Path, Splits) {
+    using Row = std::tuple<const char*, const char*, unsigned>;
+    for (const auto& [path, expected, codePage] :
+         {Row{"C:\\a\\b.c\\d.e.txt", "C:|\\a\\b.c\\|d.e|.txt", 1252}, Row{"C:d", "C:||d|", 1252},
+          Row{"\\a/b.", "|\\a/|b|.", 1252}, Row{"C:\\a.b\\", "C:|\\a.b\\||", 1252},
+          Row{"\x95\\a", "|\x95\\|a|", 1252}, Row{"x\\\x95\\\\b", "|x\\\x95\\\\|b|", 932}}) {
+        const auto parts = text::SplitPath(path, codePage);
+        EXPECT_EQ(parts.drive + '|' + parts.folder + '|' + parts.name + '|' + parts.extension,
+                  expected);
+        EXPECT_EQ(text::JoinPath(parts), path);
+        EXPECT_EQ(text::NameIn(path, codePage), parts.name + parts.extension);
+        const auto closed = text::WithSeparator(parts.folder + "\x95", codePage);
+        EXPECT_EQ(closed, parts.folder + "\x95\\");
+        EXPECT_EQ(text::WithSeparator(closed, 1252), closed);
+    }
+    EXPECT_EQ(text::LastSeparator("a:b:c", 1252), 1u);
+    EXPECT_THAT(text::NamesIn("\\..\\a/.\\\x95\\b\\x\\..\\\\c", 932),
+                ElementsAre("a", "\x95\\b", "c"));
+    EXPECT_THAT(text::NamesIn("", 1252), ElementsAre());
+}
+
+TEST(Path, CharactersOfTwoBytesStayWhole) {
+    const std::size_t expected[] = {0, 1, 1, 3, 4, 5, 5, 5};
+    for (std::size_t limit = 0; limit < 8; ++limit) {
+        EXPECT_EQ(text::WholeCharacterPrefix("a\x95\\b\x95", limit, 932), expected[limit]);
+    }
+    EXPECT_EQ(text::FindLastOf("\\\x95\\", "\\", 932), 0u);
+    EXPECT_FALSE(text::ContainsText("\x83\x42", "\x42", 932));
+    EXPECT_TRUE(text::ContainsText("a\x95\\b", "b", 932) && text::ContainsText("", "", 932));
+}
+
+TEST(Path, PlainNamesLeadNowhere) {
+    for (const auto* name : {"..\\x", "../x", "..", "...", "", "C:x", "a:stream", "con", "lpt9.z",
+                             "Aux .x.y", "CONIN$", "COM\xB2.txt", "com\xC2\xB9", "a\nb", "what?"}) {
+        EXPECT_FALSE(text::IsPlainFileName(name, 1252)) << name;
+        EXPECT_EQ(text::PlainNameIn(name, 1252).find_first_of("/\\:"), std::string::npos) << name;
+    }
+    for (const auto* name :
+         {"..a", ".profile", "CONS", "COM", "COM0", "COM10.x", "\xE9t\xE9.txt"}) {
+        EXPECT_EQ(text::PlainNameIn("D:\\a/"s + name, 1252), name);
+    }
+    // The second byte of a character is no bar, but no character has a slash as its second byte.
+    EXPECT_TRUE(text::IsPlainFileName("\x83\x7C.txt", 932));
+    EXPECT_FALSE(text::IsPlainFileName("\x83\x7C.txt", 1252));
+    EXPECT_FALSE(text::IsPlainFileName("\x81/..\\x", 932));
+}
+
+TEST(MailView, TakesHeaderApart) {
+    const std::string separator = "From ?\?\?@?\?? Wed Jan 02 02:03:55 1980";
+    const std::string bytes = separator +
+                              "\r\n stray\r\nto: a@b.c,\r\n\td@e.f\r\nno field here\r\n still: none"
+                              "\r\nTO : g@h.i\r\nFrom\n : x\nSubject:  one\r\n  two \r\n\r\nFrom: "
+                              "in the body\r\r\n\nlast";
+    const text::MailView mail(bytes);
+    EXPECT_EQ(mail.Separator(), separator);
+    EXPECT_EQ(mail.AllFields("To"), "a@b.c, d@e.f, g@h.i");
+    EXPECT_EQ(mail.Field("Subject"), "one two");
+    EXPECT_EQ(mail.Field("From"), std::nullopt);
+    EXPECT_EQ(mail.Body(), "From: in the body\r\r\n\nlast");
+    EXPECT_FALSE(text::MailView("Subject: x\r\n").HasBody());
+    EXPECT_EQ(text::MailView("\r\nbody").Body(), "body");
+}
+
+}  // namespace test
