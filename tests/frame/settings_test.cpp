@@ -2,66 +2,35 @@
 
 namespace {
 
+using namespace std::literals;
+
 const std::string kPath = "C:\\set\\EudoraAppInfo0001.cfg";
 
-struct FieldRow {
-    int id, stringId;
-    const char* name;
-    int type;
-    unsigned tag;
-};
+// The file of a field and other limits than those of new settings, in the bytes that
+// docs/formats/settings.md tells.
+const std::string kFile =
+    "\0\0\0\0\0\0\0\0\0\0\0\0"  // no stamp
+    "\001\0\0\0\00211\013\0\0\0\051\0\0\0\002Id\004\0\0\0\307\002\0\200\001\0\0\0"
+    "\001\0\0\0\0\0\0\0\006\0\0\0\0\0\0\0\0\002\0\0\0\106\0\0\0\100\001\0\0"s;
 
-constexpr FieldRow kMailFields[] = {{1, 41, "From", 4, 0x2BD},
-                                    {2, 42, "To", 4, 0x800002BE},
-                                    {3, 43, "cc", 4, 0x2BF},
-                                    {4, 44, "bcc", 4, 0x2C0},
-                                    {5, 45, "Subject", 4, 0x14},
-                                    {6, 46, "Date", 7, 0x800002C2},
-                                    {7, 47, "Body", 4, 0x15},
-                                    {10, 0, "MailStatus", 1, 0x080002C6},
-                                    {11, 0, "MessageId", 4, 0x080002C7},
-                                    {9, 0, "Size", 1, 0x080002C3},
-                                    {8, 0, "Attachment", 4, 0x0800001F}};
-
-CEudoraAppInfo MailInfo() {
+CEudoraAppInfo Info() {
     CEudoraAppInfo info;
-    for (const auto& [id, stringId, name, type, tag] : kMailFields) {
-        info.m_fields.Add({std::to_string(id), id, stringId, name, type, tag});
-    }
+    info.m_fields.Add({"11", 11, 41, "Id", kFieldText, 0x800002C7, true});
+    info.m_bAttachments = 1;
+    info.m_bLimitAttachSize = info.m_bLimitMailSize = 0;
+    info.m_nAttachLimitKB = 6;
+    info.m_bLimitMailAge = 2;
+    info.m_nMailAgeDays = 70;
+    info.m_nMailLimitKB = 320;
     return info;
-}
-
-// The file of the mail fields and these options, put together by hand.
-std::string MailFile(unsigned days = 7, unsigned kilobytes = 32) {
-    std::string bytes;
-    const auto number = [&](std::uint64_t value, int width = 4) {
-        for (int i = 0; i < width; ++i) bytes += static_cast<char>(value >> (8 * i) & 0xFF);
-    };
-    const auto text = [&](const std::string& value) {
-        bytes += static_cast<char>(value.size()) + value;
-    };
-    number(0);
-    number(0, 8);
-    number(std::size(kMailFields));
-    for (const FieldRow& row : kMailFields) {
-        text(std::to_string(row.id));
-        number(static_cast<unsigned>(row.id));
-        number(static_cast<unsigned>(row.stringId));
-        text(row.name);
-        for (unsigned value : {static_cast<unsigned>(row.type), row.tag, 0U}) number(value);
-    }
-    for (unsigned value : {0U, 1U, 5U}) number(value);
-    text("");
-    for (unsigned value : {1U, 1U, days, kilobytes}) number(value);
-    return bytes;
 }
 
 using SettingsTest = FrameTest;
 
 TEST_F(SettingsTest, FileHasTheToldBytesOrTheOldOnes) {
-    CEudoraAppInfo info = MailInfo();
+    CEudoraAppInfo info = Info();
     machine.files.Put(kPath, "old");
-    machine.files.LimitDisk(200);
+    machine.files.LimitDisk(50);
     EXPECT_FALSE(util.StoreSettings(info, kPath.c_str()));
     machine.files.LimitDisk({});
     machine.files.SetReadOnly(kPath);
@@ -69,13 +38,13 @@ TEST_F(SettingsTest, FileHasTheToldBytesOrTheOldOnes) {
     EXPECT_EQ(machine.files.Get(kPath), "old");
     machine.files.SetReadOnly(kPath, false);
     ASSERT_TRUE(util.StoreSettings(info, kPath.c_str()));
-    EXPECT_EQ(machine.files.Get(kPath), MailFile());
+    EXPECT_EQ(machine.files.Get(kPath), kFile);
     EXPECT_EQ(machine.files.AllFiles(), std::vector<std::string>{kPath});
 }
 
 // The replay of fuzz/corpus/settings holds that all else comes back.
 TEST_F(SettingsTest, FieldsComeBackInTheirOrder) {
-    CEudoraAppInfo info, loaded = MailInfo();
+    CEudoraAppInfo info, loaded = Info();
     info.m_fields.Add({"7", -1, -1, "\x83\x5C", 6, 0xFFFFFFFF, true});
     info.m_fields.Add({"7", 2, 2, "later", 3, 4, true});
     info.m_nMailAgeDays = -7;
@@ -95,22 +64,21 @@ TEST_F(SettingsTest, FieldsComeBackInTheirOrder) {
 }
 
 TEST_F(SettingsTest, AFileCutShortKeepsWhatWasRead) {
-    const std::string whole = MailFile(70, 320);
     CEudoraAppInfo large;
-    for (std::size_t length = 0; length < whole.size(); ++length) {
+    for (std::size_t length = 0; length < kFile.size(); ++length) {
         SCOPED_TRACE(length);
-        machine.files.Put(kPath, whole.substr(0, length));
+        machine.files.Put(kPath, kFile.substr(0, length));
         LogCapture log;
         CEudoraAppInfo info;
         EXPECT_FALSE(util.LoadSettings(kPath.c_str(), info));
         EXPECT_TRUE(LogCapture::Has("1 Unable to load app info file " + kPath + "\n"));
-        EXPECT_EQ(info.m_nMailAgeDays, length < 355 ? 7 : 70);
-        EXPECT_EQ(info.m_fields.GetSize() == 11, length >= 359 - 29);
+        EXPECT_EQ(info.m_nMailAgeDays, length + 4 < kFile.size() ? 7 : 70);
+        EXPECT_EQ(info.m_fields.GetSize() == 1, length >= kFile.size() - 29);
     }
     LogCapture log;
-    machine.files.Put(kPath, MailFile(71) + std::string(16 << 20, 'x'));
+    machine.files.Put(kPath, kFile + std::string(16 << 20, 'x'));
     EXPECT_TRUE(util.LoadSettings(kPath.c_str(), large)) << "the front of a large file";
-    EXPECT_EQ(large.m_nMailAgeDays, 71);
+    EXPECT_EQ(large.m_nMailLimitKB, 320);
     EXPECT_FALSE(util.LoadSettings("C:\\set\\none.cfg", large));
     EXPECT_TRUE(LogCapture::Lines().empty()) << "a missing file is no failure";
 }
