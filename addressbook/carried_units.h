@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <deque>
 #include <functional>
 #include <map>
@@ -8,16 +8,15 @@
 #include <string_view>
 #include <vector>
 
-#include "addressbook/note_line.h"
+#include "addressbook/record_text.h"
 
 namespace addressbook {
 
 // One or two lines of a nickname file that hold no record and are carried along: a group, a later
 // duplicate, an entry with an over-long nickname, a line without a nickname, a leftover.
 struct CarriedUnit {
-    std::uint64_t place = 0;  // in the file; gives the order
-    std::string_view line, note;
-    bool hasNote = false;
+    std::size_t place = 0;        // in the file; gives the order
+    std::string_view line, note;  // an empty note: there is none
 };
 
 // All of them. A unit without an owner stays for ever; one that belongs to a record follows that
@@ -25,19 +24,19 @@ struct CarriedUnit {
 // outlive this object, or are kept here. What throws, for want of memory, has changed nothing.
 class CarriedUnits {
   public:
-    void Add(CarriedUnit unit) { m_free.push_back(unit); }
-    void AddOwned(CarriedUnit unit, std::string_view owner) {
+    void Add(const CarriedUnit& unit) { m_free.push_back(unit); }
+    void AddOwned(const CarriedUnit& unit, std::string_view owner) {
         m_owned.emplace(std::string(owner), unit);
     }
+    // An entry of the owner's nickname that says what the record could not hold, if anything.
+    void AddLeftover(std::size_t place, std::string_view owner, const Leftover& leftover);
     // Nothing belongs to `newOwner` yet.
     void Rename(std::string_view owner, std::string_view newOwner);
     void DropOwned(std::string_view owner) noexcept;
     void DropAllOwned() noexcept { m_owned.clear(); }
 
     // Text that is not part of the file.
-    std::string_view Keep(std::string text);
-    // An entry of the owner's nickname that says what the record could not hold.
-    CarriedUnit LeftoverUnit(std::uint64_t place, std::string_view owner, const Leftover& leftover);
+    std::string_view Keep(std::string text) { return m_kept.emplace_back(std::move(text)); }
 
     // In no order.
     std::vector<CarriedUnit> Units() const;

@@ -5,10 +5,10 @@
 #include <utility>
 
 #include "addressbook/field_text.h"
-#include "addressbook/token_scan.h"
 #include "integration/dialogs/nickname_file_dialog.h"
 #include "platform/kvutil/kvutil.h"
 #include "platform/os/code_page.h"
+#include "text/ascii.h"
 #include "text/double_byte.h"
 
 using addressbook::ValueFault;
@@ -148,7 +148,8 @@ bool CREudora4::IsFilteredOut() {
         const CString value(cell);
         FreeVornString(cell);
         const CString text(filter.pszText);
-        const auto wanted = platform::UpperCase(addressbook::Trimmed(text.Str()), codePage);
+        const auto wanted =
+            platform::UpperCase(text::Trimmed(text.Str(), addressbook::kSpaces), codePage);
         return !text::ContainsText(platform::UpperCase(value.Str(), codePage), wanted, codePage);
     });
 }
@@ -167,7 +168,7 @@ RRETURNCODE CREudora4::AddNewRecord(RWORD) {
 
 RRETURNCODE CREudora4::EditRecord() {
     KV_LOG(5, "Enter - CREudora4::EditRecord()");
-    return m_AddressBook.BeginEdit();
+    return RRC_OK;
 }
 
 RRETURNCODE CREudora4::EditRecord(LPCTSTR pszRecId) {

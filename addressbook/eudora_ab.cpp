@@ -9,7 +9,6 @@
 #include "platform/kvutil/kvutil.h"
 #include "text/double_byte.h"
 
-using addressbook::CopyMode;
 using addressbook::RecordMap;
 using frame::StringId;
 
@@ -79,13 +78,6 @@ RRETURNCODE CEudoraAB::NewRecord() {
     m_new.reset(new (std::nothrow) NicknameRecord);
     if (m_new == nullptr) return RRC_FAILED;
     m_pCurrent = m_new.get();
-    m_nRecordMode = kNew;
-    return RRC_OK;
-}
-
-// A new record that is not stored yet stays a new one.
-RRETURNCODE CEudoraAB::BeginEdit() {
-    if (!IsNew()) m_nRecordMode = kEdited;
     return RRC_OK;
 }
 
@@ -100,8 +92,7 @@ void CEudoraAB::MakeChangeable() {
 RRETURNCODE CEudoraAB::SetRecordField(ContactField field, std::string_view value) {
     if (m_pCurrent == nullptr) return RRC_FAILED;
     if (!IsContactField(field)) return RRC_OK;
-    std::string text =
-        addressbook::FieldText(value, HasLines(field) ? CopyMode::kWhole : CopyMode::kFirstLine);
+    auto text = addressbook::FieldText(field, value);
     MakeChangeable();
     auto& mails = m_pCurrent->arrEmail;
     if (field == ContactField::kNickname) {
@@ -152,7 +143,6 @@ RRETURNCODE CEudoraAB::StoreRecord() {
     CString key(nickname);
     if (IsNew()) {
         m_home = m_mapRecords.Insert(nickname, std::move(m_new));
-        m_nRecordMode = kEdited;
     } else if (found.IsEnd()) {
         m_home = m_mapRecords.Rename(m_home, nickname);
     }

@@ -44,8 +44,8 @@ class CEudoraAB {
     // The change marker. `out` is left alone without a current record, and by an empty one.
     RRETURNCODE GetRecordChecksum(CString& out) const;
 
+    // An empty record becomes the current one.
     RRETURNCODE NewRecord();
-    RRETURNCODE BeginEdit();
     // Puts the current record into its place. A new one gets a number behind a nickname that is
     // taken; with none free up to 998 it is dropped and the result is RRC_FAILED.
     RRETURNCODE StoreRecord();
@@ -56,16 +56,12 @@ class CEudoraAB {
   private:
     CEudoraTransUtil& Util() const;
     unsigned CodePage() const;
-    bool IsNew() const { return m_nRecordMode == kNew && m_pCurrent == m_new.get(); }
+    bool IsNew() const { return m_new != nullptr; }
     RRETURNCODE MakeCurrent(const addressbook::RecordMap::Position& place);
     void MakeChangeable();
     bool MakeUnique(std::string& nickname) const;
 
-    static constexpr int kNew = 1;
-    static constexpr int kEdited = 0;
-
     CEudoraTransUtil* m_util = nullptr;
-    int m_nRecordMode = kEdited;
     CString m_csFilePath;
     bool m_incomplete = false;  // a read error cut the load short
     addressbook::RecordMap m_mapRecords;
@@ -73,5 +69,5 @@ class CEudoraAB {
     NicknameRecord* m_pCurrent = nullptr;
     addressbook::RecordMap::Position m_home;  // of m_pCurrent, unless it is new
     CString m_csCurrentKey;
-    std::unique_ptr<NicknameRecord> m_new;  // not in the map yet
+    std::unique_ptr<NicknameRecord> m_new;  // the current record while it is not in the map
 };

@@ -2,8 +2,7 @@
 
 #include <algorithm>
 
-#include "addressbook/nickname_record.h"
-#include "addressbook/token_scan.h"
+#include "addressbook/nickname_lines.h"
 #include "text/ascii.h"
 #include "text/double_byte.h"
 
@@ -26,8 +25,8 @@ std::string_view FirstLine(std::string_view text) {
 
 }  // namespace
 
-std::string FieldText(std::string_view value, CopyMode mode) {
-    if (mode == CopyMode::kFirstLine) value = FirstLine(value);
+std::string FieldText(ContactField field, std::string_view value) {
+    if (!HasLines(field)) value = FirstLine(value);
     std::string text;
     for (std::size_t i = 0; i < value.size(); ++i) {
         const char byte = value[i];
@@ -57,7 +56,7 @@ std::string_view CutNickname(std::string_view text, unsigned codePage) {
 
 std::string NicknameOfName(std::string name, unsigned codePage) {
     std::replace(name.begin(), name.end(), ',', ' ');
-    const auto trimmed = Trimmed(name);
+    const auto trimmed = text::Trimmed(name, kSpaces);
     const auto size = text::WholeCharacterPrefix(trimmed, kMaxNickname, codePage);
     return std::string(trimmed.substr(0, std::min(size, trimmed.find('\0'))));
 }

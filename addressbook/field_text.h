@@ -11,12 +11,10 @@ namespace addressbook {
 
 inline constexpr int kNicknameLimit = 27;  // bytes to be stored without a warning
 
-enum class CopyMode { kFirstLine, kWhole };
-
 // A value as the file can hold it: each line end (CR, LF or a pair of them) becomes one byte 0x03,
-// "<" and ">" become blanks. With kFirstLine the text ends behind the first LF, or behind the first
-// CR of a value without LF.
-std::string FieldText(std::string_view value, CopyMode mode);
+// "<" and ">" become blanks. That of a field of one line ends behind the first LF, or behind the
+// first CR of a value without LF.
+std::string FieldText(ContactField field, std::string_view value);
 // Each byte 0x03 becomes CR LF.
 std::string ExpandLineBreaks(std::string_view text);
 

@@ -5,15 +5,14 @@
 #include <cstring>
 #include <utility>
 
-#include "addressbook/nickname_record.h"
-
 namespace addressbook {
 
 namespace {
 
 constexpr std::size_t kKeyBytes = 8;
 
-std::uint64_t KeyBytes(std::string_view name) {
+// The first bytes of the nickname, which has no zero byte, as a number.
+std::uint64_t KeyOf(std::string_view name) {
     char bytes[kKeyBytes] = {};
     std::memcpy(bytes, name.data(), std::min(name.size(), kKeyBytes));
     std::uint64_t key = 0;
@@ -21,25 +20,21 @@ std::uint64_t KeyBytes(std::string_view name) {
     return key;
 }
 
-CarriedUnit UnitOf(std::string_view text, const Entry& entry) {
-    const auto place = static_cast<std::uint64_t>(entry.line.bytes.data() - text.data());
-    CarriedUnit unit{.place = place, .line = entry.line.Text(), .note = {}};
-    unit.hasNote = entry.hasNote;
-    if (entry.hasNote) unit.note = entry.note.Text();
-    return unit;
+bool NameEndsLine(const Entry& entry) {
+    const auto &name = entry.head.nickname, &line = entry.line.bytes;
+    return name.data() + name.size() == line.data() + line.size();
 }
 
-bool NameEndsLine(const Entry& entry) {
-    const auto& name = entry.head.nickname;
-    return name.data() + name.size() == entry.line.bytes.data() + entry.line.bytes.size();
+CarriedUnit UnitOf(const Entry& entry) {
+    return {entry.at, entry.line.Text(), entry.note.Text()};
 }
 
 // An entry line that must go on naming nobody. Without its CR the nickname could become short
 // enough to be held.
-CarriedUnit UnheldUnit(std::string_view text, const Entry& entry) {
-    auto unit = UnitOf(text, entry);
-    const auto cut = entry.line.bytes.size() - unit.line.size();
+CarriedUnit UnheldUnit(const Entry& entry) {
+    auto unit = UnitOf(entry);
     const auto& name = entry.head.nickname;
+    const auto cut = entry.line.bytes.size() - unit.line.size();
     if (cut > 0 && NameEndsLine(entry) && FitsRecord(name.substr(0, name.size() - cut))) {
         unit.line = entry.line.bytes;
     }
@@ -48,12 +43,86 @@ CarriedUnit UnheldUnit(std::string_view text, const Entry& entry) {
 
 }  // namespace
 
+std::string_view FileRecords::NormalLines(std::size_t index) const {
+    const auto& slot = m_slots[index];
+    if ((slot.name & kFlag) == 0) return {};
+    return Text().substr(LineOf(slot), slot.name & ~kFlag);
+}
+
+// At most `most` bytes of the nickname behind the first `from`, which it has.
+std::string_view FileRecords::NameOf(const Slot& slot, std::size_t from, std::size_t most) const {
+    constexpr std::size_t kNormalPlace = 6;
+    const bool quoted = (slot.line & kFlag) != 0;
+    const std::size_t begin =
+        (slot.name & kFlag) == 0 ? slot.name : LineOf(slot) + kNormalPlace + (quoted ? 1 : 0);
+    const auto text = Text().substr(begin + from, most);
+    const char end = quoted ? '"' : ' ';
+    std::size_t size = 0;
+    while (size < text.size() && text[size] != end && text[size] != '\n') ++size;
+    return text.substr(0, size);
+}
+
+void FileRecords::Prefetch(std::size_t index) const {
+    if (index >= m_slots.size()) return;
+    const char* line = m_bytes.data.get() + LineOf(m_slots[index]);
+    for (const int ahead : {0, 64, 128}) __builtin_prefetch(line + ahead);
+}
+
+void FileRecords::Load(FileBytes bytes, CarriedUnits& carried) {
+    m_slots = {};
+    m_bytes = std::move(bytes);
+    if (Scan(carried)) return;
+    Sort(m_slots, 0);
+    CarryDuplicates(carried);
+}
+
+// Gives whether the records stand in order, each nickname once.
+bool FileRecords::Scan(CarriedUnits& carried) {
+    const auto text = Text();
+    bool isSorted = true;
+    std::string_view last;
+    for (std::size_t at = 0; at < text.size();) {
+        const auto entry = EntryAt(text, at);
+        const auto& name = entry.head.nickname;
+        if (name.empty()) {
+            const auto unit = UnitOf(entry);
+            if (unit.line.find_first_not_of('\r') != unit.line.npos) carried.Add(unit);
+        } else if (IsGroupName(name)) {
+            carried.Add(UnitOf(entry));
+        } else if (!FitsRecord(name)) {
+            carried.Add(UnheldUnit(entry));
+        } else {
+            isSorted = isSorted && last < name;
+            last = name;
+            AddSlot(entry);
+        }
+        at = entry.next;
+    }
+    return isSorted;
+}
+
+void FileRecords::AddSlot(const Entry& entry) {
+    const auto size = m_slots.size();
+    if (size == m_slots.capacity()) {
+        // Room for all, if the rest is like what lies before, saves moving them as they grow; but
+        // the rest may be one long line.
+        constexpr std::size_t kFirst = 64, kFactor = 8;
+        m_slots.reserve(size < kFirst ? kFirst
+                                      : size * std::min(kFactor, m_bytes.size / entry.at + 1));
+    }
+    const auto& head = entry.head;
+    const auto normal = NormalSize(entry);
+    const auto name = static_cast<std::size_t>(head.nickname.data() - m_bytes.data.get());
+    m_slots.push_back({KeyOf(head.nickname),
+                       static_cast<std::uint32_t>(entry.at) | (head.quoted ? kFlag : 0),
+                       static_cast<std::uint32_t>(normal == 0 ? name : normal | kFlag)});
+}
+
 void FileRecords::SortByKey(std::span<Slot> slots) {
     constexpr std::size_t kWorthRadix = 512;
     if (slots.size() < kWorthRadix) {
-        std::sort(slots.begin(), slots.end(), [](const Slot& a, const Slot& b) {
-            return a.key != b.key ? a.key < b.key : (a.line & ~kFlag) < (b.line & ~kFlag);
-        });
+        std::ranges::sort(slots, {},
+                          [](const Slot& slot) { return std::pair(slot.key, LineOf(slot)); });
         return;
     }
     std::array<std::array<std::uint32_t, 256>, kKeyBytes> counts{};
@@ -70,96 +139,7 @@ void FileRecords::SortByKey(std::span<Slot> slots) {
         for (const auto& slot : from) to[places[slot.key >> 8 * i & 0xFF]++] = slot;
         std::swap(from, to);
     }
-    if (from.data() != slots.data()) std::copy(from.begin(), from.end(), slots.begin());
-}
-
-FileBytes FileBytes::CopyOf(std::string_view text) {
-    FileBytes bytes{platform::AllocateBlock(text.size()), text.size()};
-    std::copy(text.begin(), text.end(), bytes.data.get());
-    return bytes;
-}
-
-std::string_view FileRecords::NameOf(const Slot& slot) const {
-    const auto text = Text().substr(slot.name & ~kFlag, kMaxNickname);
-    const char end = (slot.line & kFlag) != 0 ? '"' : ' ';
-    std::size_t size = 0;
-    while (size < text.size() && text[size] != end && text[size] != '\n') ++size;
-    return text.substr(0, size);
-}
-
-// The eight bytes of the nickname behind the first `depth`, which it has.
-std::uint64_t FileRecords::KeyOf(const Slot& slot, std::size_t depth) const {
-    const auto text = Text().substr((slot.name & ~kFlag) + depth, kMaxNickname - depth);
-    const char end = (slot.line & kFlag) != 0 ? '"' : ' ';
-    std::uint64_t key = 0;
-    std::size_t size = 0;
-    for (; size < kKeyBytes && size < text.size(); ++size) {
-        const char byte = text[size];
-        if (byte == end || byte == '\n') break;
-        key = key << 8 | static_cast<unsigned char>(byte);
-    }
-    return size == 0 ? 0 : key << 8 * (kKeyBytes - size);
-}
-
-void FileRecords::Prefetch(std::size_t index) const {
-    if (index >= m_slots.size()) return;
-    const char* line = m_bytes.data.get() + LineOf(m_slots[index]);
-    __builtin_prefetch(line);
-    __builtin_prefetch(line + 64);
-    __builtin_prefetch(line + 128);
-}
-
-bool FileRecords::MayFollow(std::size_t index, std::string_view nickname) const {
-    return m_slots[index].key >= KeyBytes(nickname);
-}
-
-void FileRecords::Load(FileBytes bytes, CarriedUnits& carried) {
-    m_slots = {};
-    m_bytes = std::move(bytes);
-    if (Scan(carried)) return;
-    Sort(m_slots, 0);
-    CarryDuplicates(carried);
-}
-
-// Gives whether the records stand in order, each nickname once.
-bool FileRecords::Scan(CarriedUnits& carried) {
-    const auto text = Text();
-    bool sorted = true;
-    std::string_view last;
-    std::uint64_t lastKey = 0;
-    for (std::size_t at = 0; at < text.size();) {
-        const auto entry = EntryAt(text, at);
-        const auto& name = entry.head.nickname;
-        if (name.empty()) {
-            const auto line = entry.line.Text();
-            if (line.find_first_not_of('\r') != std::string_view::npos) {
-                carried.Add(UnitOf(text, entry));
-            }
-        } else if (IsGroupName(name)) {
-            carried.Add(UnitOf(text, entry));
-        } else if (!FitsRecord(name)) {
-            carried.Add(UnheldUnit(text, entry));
-        } else {
-            const auto key = KeyBytes(name);
-            if (key < lastKey || (key == lastKey && name <= last)) sorted = false;
-            lastKey = key;
-            last = name;
-            if (m_slots.size() == m_slots.capacity()) MakeRoom(at);
-            const auto line = static_cast<std::uint32_t>(at);
-            const auto begin = static_cast<std::uint32_t>(name.data() - text.data());
-            m_slots.push_back({key, entry.head.quoted ? line | kFlag : line, begin});
-        }
-        at = entry.Next();
-    }
-    return sorted;
-}
-
-// Room for all, if the rest is like what lies before `at`, saves moving them as they grow; but the
-// rest may be one long line.
-void FileRecords::MakeRoom(std::size_t at) {
-    constexpr std::size_t kFirst = 64, kFactor = 8;
-    const auto size = m_slots.size();
-    m_slots.reserve(size < kFirst ? kFirst : size * std::min(kFactor, m_bytes.size / at + 1));
+    if (from.data() != slots.data()) std::ranges::copy(from, slots.begin());
 }
 
 // Sorts records that agree in the first `depth` bytes of their nicknames, whose next eight are in
@@ -175,15 +155,15 @@ void FileRecords::Sort(std::span<Slot> slots, std::size_t depth) {
         begin = end;
         if (run.size() == 1) continue;
         if ((key & 0xFF) == 0) {  // a nickname holds no zero byte: all have ended, they are equal
-            for (auto& later : run.subspan(1)) later.name |= kFlag;
+            for (auto& later : run.subspan(1)) later.name = kDuplicate;
             continue;
         }
         constexpr std::size_t kAhead = 16;
         for (std::size_t i = 0; i < run.size(); ++i) {
             if (i + kAhead < run.size()) {
-                __builtin_prefetch(m_bytes.data.get() + (run[i + kAhead].name & ~kFlag) + depth);
+                __builtin_prefetch(m_bytes.data.get() + LineOf(run[i + kAhead]) + depth);
             }
-            run[i].key = KeyOf(run[i], depth + kKeyBytes);
+            run[i].key = KeyOf(NameOf(run[i], depth + kKeyBytes, kKeyBytes));
         }
         Sort(run, depth + kKeyBytes);
         for (auto& slot : run) slot.key = key;
@@ -192,14 +172,13 @@ void FileRecords::Sort(std::span<Slot> slots, std::size_t depth) {
 
 void FileRecords::CarryDuplicates(CarriedUnits& carried) {
     std::erase_if(m_slots, [&](const Slot& slot) {
-        if ((slot.name & kFlag) == 0) return false;
+        if (slot.name != kDuplicate) return false;
         const auto entry = EntryAt(Text(), LineOf(slot));
-        auto unit = UnitOf(Text(), entry);
+        auto unit = UnitOf(entry);
         if (NameEndsLine(entry)) {
             // The line end that it will get could be taken for a part of the nickname.
-            std::string line(entry.line.bytes);
-            line += entry.head.quoted ? '"' : ' ';
-            unit.line = carried.Keep(std::move(line));
+            unit.line =
+                carried.Keep(std::string(entry.line.bytes) + (entry.head.quoted ? '"' : ' '));
         }
         carried.AddOwned(unit, entry.head.nickname);
         return true;
@@ -207,11 +186,11 @@ void FileRecords::CarryDuplicates(CarriedUnits& carried) {
 }
 
 std::size_t FileRecords::LowerBound(std::string_view nickname) const {
-    const auto key = KeyBytes(nickname);
-    const auto found = std::partition_point(m_slots.begin(), m_slots.end(), [&](const Slot& slot) {
+    const auto isBefore = [&, key = KeyOf(nickname)](const Slot& slot) {
         return slot.key != key ? slot.key < key : NameOf(slot) < nickname;
-    });
-    return static_cast<std::size_t>(found - m_slots.begin());
+    };
+    return static_cast<std::size_t>(std::ranges::partition_point(m_slots, isBefore) -
+                                    m_slots.begin());
 }
 
 }  // namespace addressbook

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
@@ -17,7 +18,6 @@ struct FileBytes {
     std::size_t size = 0;
 
     std::string_view View() const { return {data.get(), size}; }
-    static FileBytes CopyOf(std::string_view text);
 };
 
 // Larger files are refused: a place in the file takes 31 bits.
@@ -35,31 +35,30 @@ class FileRecords {
 
     std::size_t Size() const { return m_slots.size(); }
     std::string_view NameAt(std::size_t index) const { return NameOf(m_slots[index]); }
-    // Whether the record at `index` may stand behind `nickname`, told by their first bytes alone:
-    // false means that it surely stands before.
-    bool MayFollow(std::size_t index, std::string_view nickname) const;
     Entry EntryOf(std::size_t index) const { return EntryAt(Text(), LineOf(m_slots[index])); }
-    std::uint64_t PlaceOf(std::size_t index) const { return LineOf(m_slots[index]); }
+    // The record's lines without the last line end, if a save writes them like this; else empty.
+    std::string_view NormalLines(std::size_t index) const;
     // The first record whose nickname is not less; Size() if there is none.
     std::size_t LowerBound(std::string_view nickname) const;
-    std::string_view Text() const { return m_bytes.View(); }
     // Asks the processor for the record's lines ahead of their use.
     void Prefetch(std::size_t index) const;
 
   private:
     static constexpr std::uint32_t kFlag = 0x80000000;
+    static constexpr std::uint32_t kDuplicate = 0;  // as a name: no nickname begins there
 
     struct Slot {
         std::uint64_t key;   // eight bytes of the nickname as a number, the first highest
         std::uint32_t line;  // where the entry begins; flag: the quoted form
-        std::uint32_t name;  // where the nickname begins; flag: a later duplicate
+        std::uint32_t name;  // where the nickname begins; flag: the size of normal lines instead
     };
 
+    std::string_view Text() const { return m_bytes.View(); }
     static std::size_t LineOf(const Slot& slot) { return slot.line & ~kFlag; }
-    std::string_view NameOf(const Slot& slot) const;
-    std::uint64_t KeyOf(const Slot& slot, std::size_t depth) const;
+    std::string_view NameOf(const Slot& slot) const { return NameOf(slot, 0, kMaxNickname); }
+    std::string_view NameOf(const Slot& slot, std::size_t from, std::size_t most) const;
     bool Scan(CarriedUnits& carried);
-    void MakeRoom(std::size_t at);
+    void AddSlot(const Entry& entry);
     static void SortByKey(std::span<Slot> slots);
     void Sort(std::span<Slot> slots, std::size_t depth);
     void CarryDuplicates(CarriedUnits& carried);

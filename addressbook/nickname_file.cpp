@@ -5,7 +5,6 @@
 #include <span>
 #include <utility>
 
-#include "addressbook/nickname_writer.h"
 #include "platform/os/safe_write.h"
 #include "text/ascii.h"
 #include "text/path.h"
@@ -106,8 +105,7 @@ Status SaveNicknames(const platform::System& system, const std::string& path,
         platform::SafeWrite write(system.files, path);
         auto status = write.Begin();
         if (status) {
-            status =
-                WriteNicknames(records, [&](std::string_view bytes) { return write.Write(bytes); });
+            status = records.Write([&](std::string_view bytes) { return write.Write(bytes); });
         }
         if (status) status = write.Finish();
         if (!status) return status;

@@ -1,24 +1,30 @@
 #include "addressbook/nickname_lines.h"
 
-#include <algorithm>
-#include <cstring>
-
-#include "addressbook/nickname_record.h"
-#include "addressbook/token_scan.h"
+#include "text/ascii.h"
 
 namespace addressbook {
 
-std::string_view Line::Text() const {
-    const bool hasCr = ended && !bytes.empty() && bytes.back() == '\r';
-    return bytes.substr(0, bytes.size() - (hasCr ? 1 : 0));
-}
+namespace {
+
+constexpr ByteSet kFirstWordSet(" \""), kPlainNameSet(" "), kQuotedNameSet("\"");
 
 Line LineAt(std::string_view text, std::size_t at) {
-    const char* begin = text.data() + at;
-    const auto* end = static_cast<const char*>(std::memchr(begin, '\n', text.size() - at));
-    if (end == nullptr) return {text.substr(at), false, text.size()};
-    const auto size = static_cast<std::size_t>(end - begin);
-    return {std::string_view(begin, size), true, at + size + 1};
+    const auto end = text.find('\n', at);
+    return {text.substr(at, end - at), end != std::string_view::npos};
+}
+
+std::size_t Behind(std::size_t at, const Line& line) {
+    return at + line.bytes.size() + (line.ended ? 1 : 0);
+}
+
+}  // namespace
+
+std::string_view Line::Text() const {
+    return bytes.substr(0, bytes.size() - (ended && bytes.ends_with('\r') ? 1 : 0));
+}
+
+bool EntryHead::TakesNote() const {
+    return !nickname.empty() && (quoted || !IsGroupName(nickname));
 }
 
 EntryHead ScanEntryHead(std::string_view line) {
@@ -27,17 +33,29 @@ EntryHead ScanEntryHead(std::string_view line) {
     TokenScan scan(line);
     scan.Next(kFirstWordSet);
     head.nickname = scan.Next(head.quoted ? kQuotedNameSet : kPlainNameSet);
-    head.rest = line.size() - scan.Rest().size();
-    if (!head.nickname.empty() && head.nickname.front() == '\r' &&
+    head.rest = scan.Rest();
+    if (head.nickname.starts_with('\r') &&
         head.nickname.find_first_not_of('\r') == std::string_view::npos) {
         head.nickname = {};
     }
     return head;
 }
 
+Entry EntryAt(std::string_view text, std::size_t at) {
+    Entry entry;
+    entry.at = at;
+    entry.line = LineAt(text, at);
+    entry.next = Behind(at, entry.line);
+    entry.head = ScanEntryHead(entry.line.bytes);
+    if (IsNoteLine(text.substr(entry.next)) && entry.head.TakesNote()) {
+        entry.note = LineAt(text, entry.next);
+        entry.next = Behind(entry.next, entry.note);
+    }
+    return entry;
+}
+
 bool IsGroupName(std::string_view nickname) {
-    constexpr std::string_view kGroup = "group";
-    return text::StartsWithNoCase(nickname, kGroup);
+    return text::StartsWithNoCase(nickname, "group");
 }
 
 bool FitsRecord(std::string_view nickname) {
@@ -48,22 +66,9 @@ bool IsNoteLine(std::string_view line) {
     return line.starts_with("note");
 }
 
-Entry EntryAt(std::string_view text, std::size_t at) {
-    Entry entry;
-    entry.line = LineAt(text, at);
-    entry.head = ScanEntryHead(entry.line.bytes);
-    const auto& head = entry.head;
-    const bool takesNote = !head.nickname.empty() && (head.quoted || !IsGroupName(head.nickname));
-    entry.hasNote = takesNote && IsNoteLine(text.substr(entry.line.next));
-    if (entry.hasNote) entry.note = LineAt(text, entry.line.next);
-    return entry;
-}
-
-void AppendNickname(std::string& out, std::string_view nickname) {
-    const bool quoted = nickname.find(' ') != std::string_view::npos;
-    if (quoted) out += '"';
-    out += nickname;
-    if (quoted) out += '"';
+void AppendHead(std::string& out, std::string_view word, std::string_view nickname) {
+    const std::string_view quote = nickname.find(' ') != std::string_view::npos ? "\"" : "";
+    out.append(word).append(" ").append(quote).append(nickname).append(quote).append(" ");
 }
 
 }  // namespace addressbook

@@ -4,30 +4,79 @@
 #include <string>
 #include <string_view>
 
+// The lines of a nickname file: bytes in the system code page, views into the file's text.
 namespace addressbook {
+
+inline constexpr std::size_t kMaxNickname = 39;  // bytes that a record holds
+inline constexpr std::string_view kSpaces = " \t\r\n\v\f";
+
+// A set of bytes that end a token.
+class ByteSet {
+  public:
+    constexpr explicit ByteSet(std::string_view bytes) {
+        for (const char byte : bytes) m_has[static_cast<unsigned char>(byte)] = true;
+    }
+    constexpr bool Has(char byte) const { return m_has[static_cast<unsigned char>(byte)]; }
+
+  private:
+    bool m_has[256] = {};
+};
+
+// A cursor over one line. Every scan may use another set; the byte that ended a token is consumed
+// by the scan that found it.
+class TokenScan {
+  public:
+    explicit TokenScan(std::string_view line) : m_line(line) {}
+
+    // Skips bytes of the set and takes those up to the next one. Empty: the line ended first.
+    std::string_view Next(const ByteSet& set) {
+        while (m_at < m_line.size() && set.Has(m_line[m_at])) ++m_at;
+        const std::size_t begin = m_at;
+        while (m_at < m_line.size() && !set.Has(m_line[m_at])) ++m_at;
+        const auto token = m_line.substr(begin, m_at - begin);
+        if (m_at < m_line.size()) ++m_at;
+        return token;
+    }
+    // What is behind the cursor.
+    std::string_view Rest() const { return m_line.substr(m_at); }
+
+  private:
+    std::string_view m_line;
+    std::size_t m_at = 0;
+};
 
 // One line of a nickname file.
 struct Line {
     std::string_view bytes;  // up to the LF, which is not in it; a CR before it is
     bool ended = false;      // by an LF; the last line may lack it
-    std::size_t next = 0;    // where the next line begins
 
     // The bytes without the line end, to which one CR directly before the LF belongs.
     std::string_view Text() const;
 };
 
-// The line that begins at `at`, which must be inside `text`.
-Line LineAt(std::string_view text, std::size_t at);
-
-// What the first two tokens of a record line say.
+// What the first two tokens of an entry line say. Any first word serves as "alias".
 struct EntryHead {
-    std::string_view nickname;  // empty: the line names no record
-    std::size_t rest = 0;       // where the address list is scanned from
+    std::string_view nickname;  // empty: the line names no record; one of CRs alone is empty too
+    std::string_view rest;      // where the address list is scanned from
     bool quoted = false;        // the byte at index 6 is a double quote
+
+    bool TakesNote() const;
+};
+EntryHead ScanEntryHead(std::string_view line);
+
+// An entry line and the note line directly behind it, if it has one.
+struct Entry {
+    std::size_t at = 0;    // where the entry begins in the text
+    std::size_t next = 0;  // where the next one begins
+    Line line, note;
+    EntryHead head;
+
+    bool HasNote() const { return !note.bytes.empty(); }
 };
 
-// Any first word serves as "alias". A nickname of CRs alone is a mere line end and names nothing.
-EntryHead ScanEntryHead(std::string_view line);
+// The entry whose line begins at `at`, inside the text. A note line belongs to the entry above,
+// whichever nickname it has; only a group without quotes and a line without a nickname take none.
+Entry EntryAt(std::string_view text, std::size_t at);
 
 // Entries whose nickname begins with "group", in any case, are lists of recipients.
 bool IsGroupName(std::string_view nickname);
@@ -35,21 +84,8 @@ bool IsGroupName(std::string_view nickname);
 bool FitsRecord(std::string_view nickname);
 bool IsNoteLine(std::string_view line);
 
-// An entry line and the note line directly behind it, if it has one.
-struct Entry {
-    Line line;
-    EntryHead head;
-    bool hasNote = false;
-    Line note;
-
-    std::size_t Next() const { return hasNote ? note.next : line.next; }
-};
-
-// The entry whose line begins at `at`. A note line belongs to the entry above, whichever nickname
-// it has; only a group without quotes and a line without a nickname take none.
-Entry EntryAt(std::string_view text, std::size_t at);
-
-// The nickname as both lines of a record have it: in double quotes if and only if it has a blank.
-void AppendNickname(std::string& out, std::string_view nickname);
+// Writes a nickname as both lines of a record have it, and a blank: in double quotes if and only if
+// it has a blank itself. `word` is the line's first.
+void AppendHead(std::string& out, std::string_view word, std::string_view nickname);
 
 }  // namespace addressbook

@@ -15,51 +15,45 @@ namespace addressbook {
 
 namespace {
 
-struct TextMember {
+struct TextRow {
     ContactField field;
     CString NicknameRecord::*text;
-    std::string_view RecordText::*shown;
+    Part part;
 };
 
-constexpr TextMember kTexts[] = {
-    {ContactField::kName, &NicknameRecord::csName, &RecordText::name},
-    {ContactField::kAddress, &NicknameRecord::csAddress, &RecordText::address},
-    {ContactField::kPhone, &NicknameRecord::csPhone, &RecordText::phone},
-    {ContactField::kFax, &NicknameRecord::csFax, &RecordText::fax},
-    {ContactField::kNote, &NicknameRecord::csNote, &RecordText::note},
-};
+// In the order in which the change marker takes them.
+constexpr TextRow kTexts[] = {{ContactField::kName, &NicknameRecord::csName, kName},
+                              {ContactField::kAddress, &NicknameRecord::csAddress, kAddress},
+                              {ContactField::kPhone, &NicknameRecord::csPhone, kPhone},
+                              {ContactField::kFax, &NicknameRecord::csFax, kFax},
+                              {ContactField::kNote, &NicknameRecord::csNote, kNote}};
 
 }  // namespace
 
-void RecordText::Clear() {
-    for (const auto& member : kTexts) this->*member.shown = {};
-    mails.clear();
-}
-
-bool RecordText::HasNoteContent() const {
-    return std::ranges::any_of(kTexts,
-                               [&](const auto& member) { return !(this->*member.shown).empty(); });
-}
-
-void CopyText(const RecordText& text, NicknameRecord& record) {
-    for (const auto& member : kTexts) record.*member.text = text.*member.shown;
+NicknameRecord ReadRecord(const Entry& entry, Leftover& leftover) {
+    RecordText text;
+    ParseRecord(entry, text, leftover);
+    NicknameRecord record;
+    record.SetNickname(entry.head.nickname);
+    for (const auto& row : kTexts) record.*row.text = text.parts[row.part];
     for (const auto mail : text.mails) record.arrEmail.Add(mail);
+    return record;
 }
 
 void ShowText(const NicknameRecord& record, RecordText& text) {
-    for (const auto& member : kTexts) text.*member.shown = (record.*member.text).Str();
+    for (const auto& row : kTexts) text.parts[row.part] = (record.*row.text).Str();
     text.mails.clear();
     for (const auto& mail : record.arrEmail) text.mails.push_back(mail.Str());
 }
 
 CString NicknameRecord::*TextOf(ContactField field) {
-    const auto* const found = std::ranges::find(kTexts, field, &TextMember::field);
+    const auto* const found = std::ranges::find(kTexts, field, &TextRow::field);
     return found != std::end(kTexts) ? found->text : nullptr;
 }
 
 std::optional<std::string> ChangeMarker(const NicknameRecord& record) {
     std::string text;
-    for (const auto& member : kTexts) text += (record.*member.text).Str();
+    for (const auto& row : kTexts) text += (record.*row.text).Str();
     const auto nicknameSize = std::strlen(record.szNickname);
     // Hosts have stored markers with this byte in them.
     const auto markAt = text.size();

@@ -1,18 +1,17 @@
 #pragma once
 
-#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
+#include "addressbook/record_text.h"
 #include "frame/interface/field_ids.h"
 #include "platform/mfc/collections.h"
 
 // One contact of a nickname file. Texts are bytes in the system code page; byte 0x03 inside them
 // stands for a line break.
 struct NicknameRecord {
-    char szNickname[40] = {};  // at most 39 bytes and the closing zero
+    char szNickname[addressbook::kMaxNickname + 1] = {};  // with the closing zero
     CString csName;
     CString csAddress;
     CStringArray arrEmail;  // in the order of the alias line; the host sees the first
@@ -26,20 +25,7 @@ struct NicknameRecord {
 
 namespace addressbook {
 
-inline constexpr std::size_t kMaxNickname = sizeof(NicknameRecord::szNickname) - 1;  // bytes
-
-// The texts of a record where they lie, in the file or in a NicknameRecord. Meant to be used again
-// for one record after the other, so that taking one apart allocates nothing.
-struct RecordText {
-    std::string_view name, address, phone, fax, note;
-    std::vector<std::string_view> mails;
-    std::vector<std::string_view> tokens;  // room for the scan of a note line
-
-    void Clear();
-    bool HasNoteContent() const;
-};
-
-void CopyText(const RecordText& text, NicknameRecord& record);
+NicknameRecord ReadRecord(const Entry& entry, Leftover& leftover);
 void ShowText(const NicknameRecord& record, RecordText& text);
 
 // Null for the nickname, the e-mail addresses and what is no field.

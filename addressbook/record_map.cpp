@@ -1,8 +1,81 @@
 #include "addressbook/record_map.h"
 
-#include "addressbook/record_lines.h"
+#include <algorithm>
 
 namespace addressbook {
+
+namespace {
+
+// A nickname file on its way to a sink, unit by unit. After a failure nothing more is written.
+class Writer {
+  public:
+    explicit Writer(const ByteSink& sink) : m_sink(sink) { m_buffer.reserve(kChunk + kChunk / 4); }
+
+    bool IsGood() const { return static_cast<bool>(m_status); }
+
+    void CopyRecord(std::string_view lines) {
+        Begin();
+        m_buffer += lines;
+        m_takesNote = lines.find('\n') == std::string_view::npos;
+        Drain(kChunk);
+    }
+    void RewriteRecord(const Entry& entry) {
+        Leftover leftover;
+        ParseRecord(entry, m_text, leftover);
+        m_leftovers.AddLeftover(entry.at, entry.head.nickname, leftover);
+        AppendText(entry.head.nickname);
+    }
+    void WriteRecord(std::string_view nickname, const NicknameRecord& record) {
+        ShowText(record, m_text);
+        AppendText(nickname);
+    }
+    platform::Status Finish(std::vector<CarriedUnit> units) {
+        const auto leftovers = m_leftovers.Units();
+        units.insert(units.end(), leftovers.begin(), leftovers.end());
+        std::ranges::sort(units, {}, &CarriedUnit::place);
+        for (const auto& unit : units) WriteUnit(unit);
+        Drain(1);
+        return m_status;
+    }
+
+  private:
+    static constexpr std::size_t kChunk = 1 << 20;  // bytes handed to the sink at once
+
+    void Begin() {
+        if (m_begun) m_buffer += "\r\n";
+        m_begun = true;
+    }
+    void AppendText(std::string_view nickname) {
+        Begin();
+        AppendRecord(m_buffer, nickname, m_text);
+        m_takesNote = !m_text.HasNoteContent();
+        Drain(kChunk);
+    }
+    void WriteUnit(const CarriedUnit& unit) {
+        Begin();
+        // The empty line keeps the line above from taking this one as its note line.
+        if (m_takesNote && IsNoteLine(unit.line)) m_buffer += "\r\n";
+        m_buffer += unit.line;
+        if (!unit.note.empty()) m_buffer.append("\r\n").append(unit.note);
+        m_takesNote = unit.note.empty() && ScanEntryHead(unit.line).TakesNote();
+        Drain(kChunk);
+    }
+    void Drain(std::size_t least) {
+        if (m_buffer.size() < least) return;
+        if (m_status) m_status = m_sink(m_buffer);
+        m_buffer.clear();
+    }
+
+    const ByteSink& m_sink;
+    std::string m_buffer;
+    platform::Status m_status;
+    RecordText m_text;
+    CarriedUnits m_leftovers;
+    bool m_begun = false;
+    bool m_takesNote = false;  // the line above would take a note line
+};
+
+}  // namespace
 
 void RecordMap::Load(FileBytes bytes) {
     CarriedUnits carried;
@@ -22,74 +95,67 @@ void RecordMap::Clear() noexcept {
     m_carried.DropAllOwned();
 }
 
+RecordMap::Position RecordMap::At(std::size_t index) {
+    Position position;
+    position.m_at = index;
+    return position;
+}
+
 RecordMap::Position RecordMap::At(Own::const_iterator own) {
     Position position;
-    position.m_kind = Position::Kind::kOwn;
-    position.m_own = own;
+    position.m_at = own;
     return position;
 }
 
 RecordMap::Position RecordMap::FirstOf(std::size_t index, Own::const_iterator own) const {
     while (index < m_file.Size() && m_gone[index]) ++index;
     const bool hasOwn = own != m_own.end();
-    if (index < m_file.Size() && (!hasOwn || m_file.NameAt(index) < own->first)) {
-        Position position;
-        position.m_kind = Position::Kind::kFile;
-        position.m_index = index;
-        return position;
-    }
+    if (index < m_file.Size() && (!hasOwn || m_file.NameAt(index) < own->first)) return At(index);
     return hasOwn ? At(own) : Position();
 }
 
 RecordMap::Position RecordMap::Find(std::string_view nickname) const {
     if (const auto own = m_own.find(nickname); own != m_own.end()) return At(own);
     const auto index = m_file.LowerBound(nickname);
-    if (index == m_file.Size() || m_gone[index] || m_file.NameAt(index) != nickname) return {};
-    Position position;
-    position.m_kind = Position::Kind::kFile;
-    position.m_index = index;
-    return position;
+    const bool isThere =
+        index < m_file.Size() && !m_gone[index] && m_file.NameAt(index) == nickname;
+    return isThere ? At(index) : Position();
 }
 
 RecordMap::Position RecordMap::Next(const Position& position) const {
-    if (position.m_kind == Position::Kind::kEnd) return position;
-    if (position.m_kind == Position::Kind::kOwn) {
-        const auto& key = position.m_own->first;
-        return FirstOf(m_file.LowerBound(key), std::next(position.m_own));
+    if (position.IsEnd()) return position;
+    if (const auto* own = std::get_if<Own::const_iterator>(&position.m_at)) {
+        return FirstOf(m_file.LowerBound((*own)->first), std::next(*own));
     }
-    const auto own =
-        m_own.empty() ? m_own.end() : m_own.upper_bound(m_file.NameAt(position.m_index));
-    return FirstOf(position.m_index + 1, own);
+    const auto index = std::get<std::size_t>(position.m_at);
+    return FirstOf(index + 1, m_own.empty() ? m_own.end() : m_own.upper_bound(KeyAt(position)));
 }
 
 std::string_view RecordMap::KeyAt(const Position& position) const {
-    if (position.m_kind == Position::Kind::kOwn) return position.m_own->first;
-    return m_file.NameAt(position.m_index);
+    if (const auto* index = std::get_if<std::size_t>(&position.m_at)) return m_file.NameAt(*index);
+    return std::get<Own::const_iterator>(position.m_at)->first;
 }
 
 NicknameRecord* RecordMap::RecordAt(const Position& position) {
-    if (position.m_kind == Position::Kind::kOwn) return position.m_own->second.get();
-    NicknameRecord record;
+    const auto* index = std::get_if<std::size_t>(&position.m_at);
+    if (index == nullptr) return std::get<Own::const_iterator>(position.m_at)->second.get();
     Leftover leftover;
-    ReadRecord(m_file.EntryOf(position.m_index), record, leftover);
-    m_read = std::move(record);
+    m_read = ReadRecord(m_file.EntryOf(*index), leftover);
     return &m_read;
 }
 
 RecordMap::Position RecordMap::MakeChangeable(const Position& position) {
-    if (position.m_kind != Position::Kind::kFile) return position;
-    const auto entry = m_file.EntryOf(position.m_index);
-    const auto name = m_file.NameAt(position.m_index);
-    Own own;
-    const auto made = own.emplace(std::string(name), std::make_unique<NicknameRecord>()).first;
+    const auto* index = std::get_if<std::size_t>(&position.m_at);
+    if (index == nullptr) return position;
+    const auto entry = m_file.EntryOf(*index);
+    const auto& name = entry.head.nickname;
     Leftover leftover;
-    ReadRecord(entry, *made->second, leftover);
-    if (leftover.Any()) {
-        const auto place = m_file.PlaceOf(position.m_index);
-        m_carried.AddOwned(m_carried.LeftoverUnit(place, name, leftover), name);
-    }
-    m_gone[position.m_index] = true;
-    return At(m_own.insert(own.extract(made)).position);
+    Own own;
+    const auto made = own.emplace(std::string(name),
+                                  std::make_unique<NicknameRecord>(ReadRecord(entry, leftover)));
+    m_carried.AddLeftover(entry.at, name, leftover);
+    m_gone[*index] = true;
+    return At(m_own.insert(own.extract(made.first)).position);
 }
 
 RecordMap::Position RecordMap::Insert(std::string_view nickname,
@@ -98,9 +164,10 @@ RecordMap::Position RecordMap::Insert(std::string_view nickname,
 }
 
 RecordMap::Position RecordMap::Rename(const Position& position, std::string_view nickname) {
+    const auto own = std::get<Own::const_iterator>(position.m_at);
     std::string key(nickname);
-    m_carried.Rename(position.m_own->first, nickname);
-    auto node = m_own.extract(position.m_own);
+    m_carried.Rename(own->first, nickname);
+    auto node = m_own.extract(own);
     node.key() = std::move(key);
     return At(m_own.insert(std::move(node)).position);
 }
@@ -108,31 +175,35 @@ RecordMap::Position RecordMap::Rename(const Position& position, std::string_view
 RecordMap::Position RecordMap::Erase(const Position& position) noexcept {
     const auto next = Next(position);
     m_carried.DropOwned(KeyAt(position));
-    if (position.m_kind == Position::Kind::kFile) {
-        m_gone[position.m_index] = true;
-    } else if (position.m_kind == Position::Kind::kOwn) {
-        m_own.erase(position.m_own);
+    if (const auto* index = std::get_if<std::size_t>(&position.m_at)) {
+        m_gone[*index] = true;
+    } else {
+        m_own.erase(std::get<Own::const_iterator>(position.m_at));
     }
     return next;
 }
 
-void RecordMap::Visit(Visitor& visitor) const {
+platform::Status RecordMap::Write(const ByteSink& sink) const {
     constexpr std::size_t kAhead = 8;
-    auto own = m_own.begin();
-    for (std::size_t index = 0; index < m_file.Size(); ++index) {
-        m_file.Prefetch(index + kAhead);
-        if (m_gone[index]) continue;
-        if (own != m_own.end() && m_file.MayFollow(index, own->first)) {
-            const auto name = m_file.NameAt(index);
-            for (; own != m_own.end() && own->first < name; ++own) {
-                if (!visitor.OnRecord(own->first, *own->second)) return;
+    Writer writer(sink);
+    std::size_t at = 0;
+    const auto writeUpTo = [&](std::size_t end) {
+        for (; at < end && writer.IsGood(); ++at) {
+            m_file.Prefetch(at + kAhead);
+            if (m_gone[at]) continue;
+            if (const auto lines = m_file.NormalLines(at); !lines.empty()) {
+                writer.CopyRecord(lines);
+            } else {
+                writer.RewriteRecord(m_file.EntryOf(at));
             }
         }
-        if (!visitor.OnFileRecord(m_file.EntryOf(index), m_file.PlaceOf(index))) return;
+    };
+    for (const auto& [nickname, record] : m_own) {
+        writeUpTo(m_file.LowerBound(nickname));
+        writer.WriteRecord(nickname, *record);
     }
-    for (; own != m_own.end(); ++own) {
-        if (!visitor.OnRecord(own->first, *own->second)) return;
-    }
+    writeUpTo(m_file.Size());
+    return writer.Finish(m_carried.Units());
 }
 
 }  // namespace addressbook

@@ -1,16 +1,23 @@
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <variant>
 #include <vector>
 
 #include "addressbook/carried_units.h"
 #include "addressbook/file_records.h"
 #include "addressbook/nickname_record.h"
+#include "platform/os/result.h"
 
 namespace addressbook {
+
+// Takes the next bytes of a file.
+using ByteSink = std::function<platform::Status(std::string_view)>;
 
 // All records of a nickname file: an ordered map, by the byte values of the nickname. Records of
 // the file stay as they were read until they are changed; those and new ones lie in a second,
@@ -25,17 +32,13 @@ class RecordMap {
     // changeable, or the map is loaded or cleared.
     class Position {
       public:
-        bool IsEnd() const { return m_kind == Kind::kEnd; }
-        friend bool operator==(const Position& a, const Position& b) {
-            return a.m_kind == b.m_kind && a.m_index == b.m_index && a.m_own == b.m_own;
-        }
+        bool IsEnd() const { return m_at.index() == 0; }
+        bool operator==(const Position&) const = default;
 
       private:
         friend class RecordMap;
-        enum class Kind { kEnd, kFile, kOwn };
-        Kind m_kind = Kind::kEnd;
-        std::size_t m_index = 0;
-        Own::const_iterator m_own{};
+        // The end, the index of a record of the file, or an entry of the second map.
+        std::variant<std::monostate, std::size_t, Own::const_iterator> m_at;
     };
 
     // Replaces everything by the content of a file.
@@ -59,20 +62,15 @@ class RecordMap {
     // Gives the entry behind the erased one.
     Position Erase(const Position& position) noexcept;
 
-    // Sees every entry in order; stops when a call gives false.
-    class Visitor {
-      public:
-        virtual ~Visitor() = default;
-        virtual bool OnFileRecord(const Entry& entry, std::uint64_t place) = 0;
-        virtual bool OnRecord(std::string_view nickname, const NicknameRecord& record) = 0;
-    };
-    void Visit(Visitor& visitor) const;
-    std::string_view FileText() const { return m_file.Text(); }
-    const CarriedUnits& Carried() const { return m_carried; }
+    // Writes a nickname file: the records in their order and normal form, then what is carried
+    // along, so that reading it gives the same map again and writing that gives the same bytes.
+    // Stops at the first failure of the sink, and gives it.
+    platform::Status Write(const ByteSink& sink) const;
 
   private:
-    Position FirstOf(std::size_t index, Own::const_iterator own) const;
+    static Position At(std::size_t index);
     static Position At(Own::const_iterator own);
+    Position FirstOf(std::size_t index, Own::const_iterator own) const;
 
     FileRecords m_file;
     std::vector<bool> m_gone;  // by place among the file's records

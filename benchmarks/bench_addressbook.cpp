@@ -74,7 +74,6 @@ double SaveTime(const std::string& path, const std::vector<std::string>& keys) {
         Load(bench, copy);
         for (const auto& key : keys) {
             Check(bench.book.FindRecord(key) == RRC_OK, "finding");
-            bench.book.BeginEdit();
             bench.book.SetRecordField(ContactField::kPhone, "+1 555 0100");
             bench.book.StoreRecord();
         }
@@ -143,7 +142,6 @@ void BM_FindAndEdit(benchmark::State& state) {
     for (auto _ : state) {
         bench.book.FindRecord(keys[at++ % keys.size()]);
         if (!edits) continue;
-        bench.book.BeginEdit();
         bench.book.SetRecordField(ContactField::kPhone, "+1 555 0100");
         bench.book.StoreRecord();
     }

@@ -2,17 +2,21 @@
 #include <cstdlib>
 #include <string>
 
-#include "addressbook/nickname_writer.h"
 #include "addressbook/record_map.h"
 
-using addressbook::FileBytes;
 using addressbook::RecordMap;
 
 namespace {
 
+void Load(RecordMap& map, std::string_view text) {
+    auto block = platform::AllocateBlock(text.size());
+    text.copy(block.get(), text.size());
+    map.Load({std::move(block), text.size()});
+}
+
 std::string Write(const RecordMap& map) {
     std::string out;
-    const auto status = addressbook::WriteNicknames(map, [&](std::string_view bytes) {
+    const auto status = map.Write([&](std::string_view bytes) {
         out += bytes;
         return platform::Status();
     });
@@ -49,10 +53,10 @@ bool IsCarriable(const NicknameRecord& record) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
     RecordMap map;
-    map.Load(FileBytes::CopyOf(text));
+    Load(map, text);
     const auto saved = Write(map);
     RecordMap again;
-    again.Load(FileBytes::CopyOf(saved));
+    Load(again, saved);
     bool carriable = true;
     for (auto at = map.First(); !at.IsEnd(); at = map.Next(at)) {
         carriable = carriable && IsCarriable(*map.RecordAt(at));

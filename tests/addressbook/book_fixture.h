@@ -58,7 +58,6 @@ class BookTest : public FrameTest {
 
 inline void Edit(CEudoraAB& book, const char* id, ContactField field, const char* value) {
     ASSERT_EQ(book.FindRecord(id), RRC_OK) << id;
-    book.BeginEdit();
     book.SetRecordField(field, value);
     EXPECT_EQ(book.StoreRecord(), RRC_OK);
 }

@@ -10,6 +10,12 @@ using addressbook::RecordMap;
 
 namespace {
 
+FileBytes BytesOf(std::string_view text) {
+    FileBytes bytes{platform::AllocateBlock(text.size()), text.size()};
+    text.copy(bytes.data.get(), text.size());
+    return bytes;
+}
+
 // Records that agree in their first eight, sixteen and more bytes, in every order.
 TEST(ParserOrder, SortsLongCommonBeginnings) {
     std::string content, records;
@@ -19,7 +25,7 @@ TEST(ParserOrder, SortsLongCommonBeginnings) {
         content += "alias " + std::string(static_cast<std::size_t>(i % 39 + 1), 'p') + " x\n";
     }
     RecordMap map;
-    map.Load(FileBytes::CopyOf(content));
+    map.Load(BytesOf(content));
     std::string last;
     int count = 0;
     for (auto at = map.First(); !at.IsEnd(); at = map.Next(at), ++count) {
@@ -37,7 +43,7 @@ TEST(ParserOrder, TakesMemoryByTheRecords) {
     std::string content;
     for (int i = 1000; i < 5200; ++i) content += "alias b" + std::to_string(i) + " \n";
     content += "alias z " + std::string(1 << 23, 'x');
-    auto bytes = FileBytes::CopyOf(content);
+    auto bytes = BytesOf(content);
     const auto before = test::BytesRequested();
     RecordMap().Load(std::move(bytes));
     EXPECT_LT(test::BytesRequested() - before, 1U << 20);

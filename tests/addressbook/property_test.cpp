@@ -136,7 +136,6 @@ class PropertyTest : public BookTest {
             std::erase_if(m_model.pieces, [&](const auto& piece) { return piece.owner == key; });
             return;
         }
-        book.BeginEdit();
         auto& record = at->second;
         const auto value = generator.Token();
         const int field = generator.Below(6);

@@ -42,7 +42,6 @@ TEST_F(StoreTest, NicknameComesFromTheName) {
         EXPECT_EQ(book.CurrentKey().Str(), nickname);
     }
     EXPECT_EQ(book.FindRecord("Smith  John"), RRC_OK);
-    book.BeginEdit();
     book.SetRecordField(ContactField::kName, "Jo");
     book.SetRecordField(ContactField::kNickname, "");
     EXPECT_EQ(book.StoreRecord(), RRC_OK);
