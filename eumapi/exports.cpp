@@ -1,3 +1,4 @@
+#include <functional>
 #include <new>
 
 #include "eumapi/simple_mapi.h"
@@ -5,27 +6,21 @@
 
 // The twelve functions that a Simple MAPI library exports. Nothing is thrown across them.
 
-#if defined(_WIN32)
-#define EUMAPI_EXPORT extern "C"
-#else
-#define EUMAPI_EXPORT extern "C" __attribute__((visibility("default")))
-#endif
-
 namespace {
 
-using eumapi::Code;
-using mapi::Session;
+using eumapi::SimpleMapi;
+using mapi::Code, mapi::Flags, mapi::Reserved, mapi::Session, mapi::Window;
 
 // Made at the first call, when the environment names the machine's prefix.
-eumapi::SimpleMapi& Library() {
-    static eumapi::SimpleMapi library(platform::NativeSystem());
+SimpleMapi& Library() {
+    static SimpleMapi library(platform::NativeSystem());
     return library;
 }
 
-template <class Operation>
-Code Guarded(Operation&& operation) noexcept {
+template <class Operation, class... Arguments>
+Code Guarded(Operation operation, Arguments... arguments) noexcept {
     try {
-        return operation(Library());
+        return std::invoke(operation, Library(), arguments...);
     } catch (const std::bad_alloc&) {
         return mapi::kInsufficientMemory;
     } catch (...) {
@@ -35,70 +30,60 @@ Code Guarded(Operation&& operation) noexcept {
 
 }  // namespace
 
-EUMAPI_EXPORT Code KV_LIBRARY_CALL MAPILogon(std::uintptr_t, const char*, const char*,
-                                             std::uint32_t, std::uint32_t, Session* session) {
-    return Guarded([&](auto& library) { return library.Logon(session); });
+extern "C" {
+
+Code KV_LIBRARY_CALL MAPILogon(Window, const char*, const char*, Flags, Reserved,
+                               Session* session) {
+    return Guarded(&SimpleMapi::Logon, session);
 }
 
-EUMAPI_EXPORT Code KV_LIBRARY_CALL MAPILogoff(Session session, std::uintptr_t, std::uint32_t,
-                                              std::uint32_t) {
-    return Guarded([&](auto& library) { return library.Logoff(session); });
+Code KV_LIBRARY_CALL MAPILogoff(Session session, Window, Flags, Reserved) {
+    return Guarded(&SimpleMapi::Logoff, session);
 }
 
-EUMAPI_EXPORT Code KV_LIBRARY_CALL MAPIFindNext(Session session, std::uintptr_t,
-                                                const char* messageType, const char* seed,
-                                                std::uint32_t flags, std::uint32_t,
-                                                char* messageId) {
-    return Guarded([&](auto& library) {
-        return library.FindNext(session, messageType, seed, flags, messageId);
-    });
+Code KV_LIBRARY_CALL MAPIFindNext(Session session, Window, const char* messageType,
+                                  const char* seed, Flags flags, Reserved, char* messageId) {
+    return Guarded(&SimpleMapi::FindNext, session, messageType, seed, flags, messageId);
 }
 
-EUMAPI_EXPORT Code KV_LIBRARY_CALL MAPIReadMail(Session session, std::uintptr_t,
-                                                const char* messageId, std::uint32_t flags,
-                                                std::uint32_t, MapiMessage** message) {
-    return Guarded(
-        [&](auto& library) { return library.ReadMail(session, messageId, flags, message); });
+Code KV_LIBRARY_CALL MAPIReadMail(Session session, Window, const char* messageId, Flags flags,
+                                  Reserved, MapiMessage** message) {
+    return Guarded(&SimpleMapi::ReadMail, session, messageId, flags, message);
 }
 
-EUMAPI_EXPORT Code KV_LIBRARY_CALL MAPIFreeBuffer(void* buffer) {
-    return Guarded([&](auto& library) { return library.FreeBuffer(buffer); });
+Code KV_LIBRARY_CALL MAPIFreeBuffer(void* buffer) {
+    return Guarded(&SimpleMapi::FreeBuffer, buffer);
 }
 
-EUMAPI_EXPORT Code KV_LIBRARY_CALL MAPIDeleteMail(Session session, std::uintptr_t,
-                                                  const char* messageId, std::uint32_t,
-                                                  std::uint32_t) {
-    return Guarded([&](auto& library) { return library.DeleteMail(session, messageId); });
+Code KV_LIBRARY_CALL MAPIDeleteMail(Session session, Window, const char* messageId, Flags,
+                                    Reserved) {
+    return Guarded(&SimpleMapi::DeleteMail, session, messageId);
 }
 
-EUMAPI_EXPORT Code KV_LIBRARY_CALL MAPISendMail(Session session, std::uintptr_t,
-                                                MapiMessage* message, std::uint32_t flags,
-                                                std::uint32_t) {
-    return Guarded([&](auto& library) { return library.SendMail(session, message, flags); });
+Code KV_LIBRARY_CALL MAPISendMail(Session session, Window, MapiMessage* message, Flags flags,
+                                  Reserved) {
+    return Guarded(&SimpleMapi::SendMail, session, message, flags);
 }
 
-EUMAPI_EXPORT Code KV_LIBRARY_CALL MAPISendDocuments(std::uintptr_t, char*, char*, char*,
-                                                     std::uint32_t) {
+Code KV_LIBRARY_CALL MAPISendDocuments(Window, char*, char*, char*, Reserved) {
     return mapi::kNotSupported;
 }
 
-EUMAPI_EXPORT Code KV_LIBRARY_CALL MAPISaveMail(Session, std::uintptr_t, MapiMessage*,
-                                                std::uint32_t, std::uint32_t, char*) {
+Code KV_LIBRARY_CALL MAPISaveMail(Session, Window, MapiMessage*, Flags, Reserved, char*) {
     return mapi::kNotSupported;
 }
 
-EUMAPI_EXPORT Code KV_LIBRARY_CALL MAPIAddress(Session, std::uintptr_t, char*, std::uint32_t, char*,
-                                               std::uint32_t, MapiRecipDesc*, std::uint32_t,
-                                               std::uint32_t, std::uint32_t*, MapiRecipDesc**) {
+Code KV_LIBRARY_CALL MAPIAddress(Session, Window, char*, std::uint32_t, char*, std::uint32_t,
+                                 MapiRecipDesc*, Flags, Reserved, std::uint32_t*, MapiRecipDesc**) {
     return mapi::kNotSupported;
 }
 
-EUMAPI_EXPORT Code KV_LIBRARY_CALL MAPIDetails(Session, std::uintptr_t, MapiRecipDesc*,
-                                               std::uint32_t, std::uint32_t) {
+Code KV_LIBRARY_CALL MAPIDetails(Session, Window, MapiRecipDesc*, Flags, Reserved) {
     return mapi::kNotSupported;
 }
 
-EUMAPI_EXPORT Code KV_LIBRARY_CALL MAPIResolveName(Session, std::uintptr_t, char*, std::uint32_t,
-                                                   std::uint32_t, MapiRecipDesc**) {
+Code KV_LIBRARY_CALL MAPIResolveName(Session, Window, char*, Flags, Reserved, MapiRecipDesc**) {
     return mapi::kNotSupported;
 }
+
+}  // extern "C"

@@ -1,118 +1,299 @@
 #include "eumapi/mail_reader.h"
 
 #include <algorithm>
+#include <chrono>
+#include <optional>
+#include <vector>
 
-#include "eumapi/attachment_search.h"
-#include "eumapi/mail_header.h"
-#include "mailbox/toc_records.h"
+#include "eumapi/attachments.h"
+#include "platform/os/charset.h"
+#include "platform/os/code_page.h"
 #include "text/ascii.h"
-#include "text/path.h"
+#include "text/calendar.h"
+#include "text/double_byte.h"
+#include "text/encoded_words.h"
+#include "text/mail_view.h"
 
 namespace eumapi {
 
 namespace {
 
-using mailbox::MailState;
-
-constexpr std::uint64_t kHeaderGuess = 16384;  // most headers are shorter
-
-std::uint32_t FlagsOf(std::uint16_t state) {
-    if (state == static_cast<std::uint16_t>(MailState::kUnread)) return mapi::kUnread;
-    return state == static_cast<std::uint16_t>(MailState::kSent) ? mapi::kSent : 0;
+bool IsBlank(char letter) {
+    return static_cast<unsigned char>(letter) <= ' ';
 }
 
-}  // namespace
-
-platform::Result<std::uint64_t> MailReader::LengthOf(const MailIndex& index,
-                                                     const IndexedMail& mail) {
-    if (m_version != index.Version()) LetGo();
-    if (!m_mbx) {
-        auto file =
-            m_system.files.Open(m_path, platform::OpenMode::kRead, platform::Share::kReadWrite);
-        if (!file) return file.Error();
-        m_mbx = *std::move(file);
-        m_version = index.Version();
+// Without blanks at both ends, and with single ones inside.
+std::string Squeezed(std::string_view text) {
+    std::string out;
+    for (const char letter : text) {
+        if (!IsBlank(letter)) out += letter;
+        if (IsBlank(letter) && !out.empty() && out.back() != ' ') out += ' ';
     }
-    const auto size = m_mbx->Size();
-    if (!size) return size.Error();
-    if (mail.dwOffset >= *size) return std::uint64_t{0};
-    if (mail.dwLength <= *size - mail.dwOffset) return std::uint64_t{mail.dwLength};
-    std::uint64_t end = *size;
-    for (const auto& other : index.Mails()) {
-        if (other.dwOffset > mail.dwOffset) end = std::min<std::uint64_t>(end, other.dwOffset);
-    }
-    return end - mail.dwOffset;
+    if (out.ends_with(' ')) out.pop_back();
+    return out;
 }
 
-platform::Result<std::string> MailReader::ReadBytes(const MailIndex& index, const IndexedMail& mail,
-                                                    std::uint64_t most) {
-    const auto length = LengthOf(index, mail);
-    if (!length) return length.Error();
-    if (*length > kLargestMail) return platform::Failure{platform::ErrorCode::kTooLarge, m_path};
-    std::string bytes(static_cast<std::size_t>(std::min(*length, most)), '\0');
-    const auto read = m_mbx->ReadAt(mail.dwOffset, bytes);
-    if (!read) return read.Error();
-    bytes.resize(*read);
-    return bytes;
+// The addresses of an unfolded To, Cc, Bcc or From field in that code page, in order. Takes them as
+// people and programs write them: names in quotes or not, comments, groups (whose members count),
+// empty places, semicolons for commas, quotes and brackets that nobody closes. An address is any
+// text that is not empty.
+class AddressScan {
+  public:
+    struct Address {
+        std::string name;     // without quotes; empty if there is none
+        std::string address;  // without angle brackets
+    };
+
+    AddressScan(std::string_view list, unsigned codePage) : m_list(list), m_codePage(codePage) {}
+
+    std::vector<Address> Run() {
+        while (m_at < m_list.size()) {
+            const auto character = CharacterAt(m_at);
+            if (character.size() > 1 || !TakeMark(character[0])) AddToPhrase(character);
+            m_at += character.size();
+        }
+        Finish();
+        return std::move(m_found);
+    }
+
+  private:
+    struct Parts {
+        std::string phrase, comment, address;
+        bool hasAt = false;  // the phrase
+    };
+
+    // Of two bytes the second may look like a mark.
+    std::string_view CharacterAt(std::size_t at) const {
+        auto rest = m_list.substr(at);
+        return text::TakeCharacter(rest, m_codePage);
+    }
+
+    void AddToPhrase(std::string_view text) {
+        m_parts.phrase += text;
+        m_parts.hasAt = m_parts.hasAt || text.find('@') != text.npos;
+    }
+
+    // Takes what begins with a mark; the position is then at its end. False if it is text.
+    bool TakeMark(char letter) {
+        switch (letter) {
+            case ',':
+            case ';':
+                Finish();
+                return true;
+            case ':':
+                // Behind the name of a group; a route or a literal has its colon in brackets.
+                if (!m_parts.hasAt) m_parts = {};
+                return m_parts.phrase.empty();
+            case '"':
+                if (const auto quoted = Enclosed('"', '"', m_quoteOpen)) {
+                    AddToPhrase(*quoted);
+                    return true;
+                }
+                return false;
+            case '(':
+                if (const auto comment = Enclosed('(', ')', m_commentOpen)) {
+                    m_parts.comment += *comment;
+                    return true;
+                }
+                return false;
+            default:
+                return letter == '<' && Bracketed();
+        }
+    }
+
+    // What a pair of marks encloses, without the backslashes that protect its characters. Nothing
+    // if nothing closes it, here and from here on.
+    std::optional<std::string> Enclosed(char open, char close, bool& isNeverClosed) {
+        std::string text;
+        int depth = 1;
+        for (auto i = m_at + 1; i < m_list.size() && !isNeverClosed; ++i) {
+            auto character = CharacterAt(i);
+            const bool isEscaped = character == "\\" && i + 1 < m_list.size();
+            if (isEscaped) character = m_list.substr(++i, 1);
+            const char mark = isEscaped || character.size() > 1 ? '\0' : character[0];
+            if (mark == close && --depth == 0) {
+                m_at = i;
+                return text;
+            }
+            if (mark == open) ++depth;
+            text += character;
+            i += character.size() - 1;
+        }
+        isNeverClosed = true;
+        return std::nullopt;
+    }
+
+    bool Bracketed() {
+        const auto end = m_bracketOpen ? m_list.npos : m_list.find('>', m_at);
+        m_bracketOpen = end == m_list.npos;
+        if (m_bracketOpen) return false;
+        std::string_view inside = m_list.substr(m_at + 1, end - m_at - 1);
+        // A route of relays before the address.
+        if (inside.starts_with('@')) inside.remove_prefix(inside.rfind(':') + 1);
+        m_parts.address = Squeezed(inside);
+        m_at = end;
+        return true;
+    }
+
+    void Finish() {
+        Address one{Squeezed(m_parts.phrase), m_parts.address};
+        if (one.address.empty()) one.address.swap(one.name);
+        if (one.name.empty()) one.name = Squeezed(m_parts.comment);
+        if (!one.address.empty()) m_found.push_back(std::move(one));
+        m_parts = {};
+    }
+
+    std::string_view m_list;
+    unsigned m_codePage;
+    std::size_t m_at = 0;
+    Parts m_parts;  // of the address in hand
+    // Whether nothing closes such a mark from here on.
+    bool m_quoteOpen = false, m_commentOpen = false, m_bracketOpen = false;
+    std::vector<Address> m_found;
+};
+
+using TimePoint = std::chrono::system_clock::time_point;
+
+bool IsWhole(std::string_view utf8) {
+    constexpr std::string_view kNoCharacter = "\xEF\xBF\xBD";
+    constexpr char kEscape = '\x1B';  // that switched no set
+    return utf8.find(kNoCharacter) == utf8.npos && utf8.find(kEscape) == utf8.npos;
+}
+
+// Callers take the address out of the brackets, so the name must have none.
+std::string DisplayName(std::string name, const std::string& address) {
+    std::erase_if(name, [](char letter) { return letter == '<' || letter == '>'; });
+    return name.empty() ? address : name + " <" + address + ">";
+}
+
+// Without a zone the text is local time.
+std::optional<TimePoint> ReadDate(std::string_view text, platform::Clock& clock) {
+    const auto date = text::ReadMailDate(text);
+    if (!date) return std::nullopt;
+    const auto offset = date->zone.value_or(clock.UtcOffset(date->time));
+    return TimePoint(date->time.time_since_epoch() - offset);
+}
+
+std::optional<TimePoint> SeparatorDate(std::string_view line, platform::Clock& clock) {
+    constexpr std::string_view kMark = "???@???";
+    const auto at = line.find(kMark);
+    if (at == line.npos) return std::nullopt;
+    return ReadDate(line.substr(at + kMark.size()), clock);
+}
+
+// Header text with its encoded words ("=?charset?B?...?=") turned into text of the code page. A run
+// of them that is damaged, has an unknown character set or a character that the code page lacks
+// stays as it stands. Bytes below a blank become blanks.
+std::string DecodeHeader(std::string_view text, unsigned codePage) {
+    const auto convert = [=](std::string_view bytes,
+                             std::string_view charset) -> std::optional<std::string> {
+        const auto utf8 = platform::CharsetToUtf8(bytes, charset);
+        if (!utf8 || !IsWhole(*utf8)) return std::nullopt;
+        bool isLossy = false;
+        auto converted = platform::FromUtf8(*utf8, codePage, &isLossy);
+        if (isLossy) return std::nullopt;
+        return converted;
+    };
+    std::string out = text::DecodeWords(text, text::Damage::kRefused, convert);
+    std::ranges::replace_if(
+        out, [](char letter) { return static_cast<unsigned char>(letter) < ' '; }, ' ');
+    return out;
+}
+
+std::vector<Recipient> Recipients(const text::MailView& text, const char* field,
+                                  std::uint32_t recipientClass, unsigned codePage) {
+    std::vector<Recipient> recipients;
+    for (const auto& one : AddressScan(text.AllFields(field), codePage).Run()) {
+        recipients.push_back({recipientClass, DecodeHeader(one.name, codePage),
+                              DecodeHeader(one.address, codePage)});
+    }
+    return recipients;
+}
+
+// Gives the record what the header of a mail says: subject, sender, recipients, date. Where it says
+// nothing, what the list of mails in Eudora shows stands in, and for the date the separator line.
+void TakeHeader(const text::MailView& text, const platform::System& system, const InBox& inBox,
+                const IndexedMail& mail, MessageRecord& record) {
+    const unsigned codePage = system.codePage;
+    for (const auto& [field, recipientClass] :
+         {std::pair{"To", mapi::kTo}, {"Cc", mapi::kCc}, {"Bcc", mapi::kBcc}}) {
+        for (auto& one : Recipients(text, field, recipientClass, codePage)) {
+            if (one.name.empty()) one.name = one.address;
+            one.address.insert(0, mapi::kTransport);
+            record.recipients.push_back(std::move(one));
+        }
+    }
+    auto senders = Recipients(text, "From", mapi::kOriginator, codePage);
+    auto subject = text.Field("Subject");
+    auto moment = ReadDate(text.Field("Date").value_or(""), system.clock);
+    if (!subject || senders.empty() || !moment) {
+        mailbox::MsgBlock block;
+        if (const auto bytes = inBox.ReadBlock(mail)) block = mailbox::MsgBlock::Decode(*bytes);
+        if (!subject) subject = block.szSubject;
+        if (senders.empty() && !block.szFrom.empty()) {
+            senders.push_back({mapi::kOriginator, "", DecodeHeader(block.szFrom, codePage)});
+        }
+        if (!moment && block.dwSeconds != 0) {
+            moment = std::chrono::system_clock::from_time_t(block.dwSeconds);
+        }
+        if (!moment) moment = SeparatorDate(text.Separator(), system.clock);
+    }
+    record.subject = DecodeHeader(*subject, codePage);
+    if (!senders.empty()) {
+        const auto& [originator, name, address] = senders.front();
+        record.originator = {originator, DisplayName(name, address),
+                             std::string(mapi::kTransport) + address};
+    }
+    if (moment) {
+        const auto local = text::CivilTime(*moment, system.clock.UtcOffset(*moment));
+        record.date = text::Format("%Y/%m/%d %H:%M", local);
+    }
 }
 
 // Reads on until the header's end is in the bytes.
-platform::Result<std::string> MailReader::ReadHeader(const MailIndex& index,
-                                                     const IndexedMail& mail) {
-    for (std::uint64_t most = kHeaderGuess;; most *= 4) {
-        auto bytes = ReadBytes(index, mail, most);
+platform::Result<std::string> ReadHeader(InBox& inBox, const IndexedMail& mail) {
+    constexpr std::uint64_t kFirstGuess = 16384;  // most headers are shorter
+    for (std::uint64_t most = kFirstGuess;; most *= 4) {
+        auto bytes = inBox.ReadBytes(mail, most);
         if (!bytes || bytes->size() < most || text::MailView(*bytes).HasBody()) return bytes;
     }
 }
 
-Code MailReader::CopyAttachments(std::vector<AttachmentLine>& lines,
-                                 AttachmentCopies& copies) const {
-    if (lines.empty()) return mapi::kSuccess;
-    AttachmentSearch search(m_system, m_folder);
-    for (auto& line : lines) {
-        const std::string source = search.Find(line.path);
-        if (source.empty()) continue;
-        auto name = text::PlainNameIn(source, m_system.codePage);
-        const Code code = copies.Add(source, std::move(name), line.isPresent);
-        if (code != mapi::kSuccess) return code;
-    }
-    return mapi::kSuccess;
-}
-
-Code MailReader::TakeBody(const text::MailView& text, std::uint32_t flags, AttachmentCopies& copies,
-                          MessageRecord& record) const {
+Code TakeBody(const text::MailView& text, const platform::System& system,
+              const std::string& eudoraFolder, mapi::Flags flags, MessageRecord& record) {
     std::string note = text::WithLineFeeds(text.Body());
     // The text comes first among the files, and is complete only after the attachments.
     const bool isFile = (flags & mapi::kBodyAsFile) != 0;
-    Code code = isFile ? copies.AddEmpty("Message.txt") : mapi::kSuccess;
-    if (code != mapi::kSuccess) return code;
-    if ((flags & mapi::kSuppressAttach) == 0) {
-        auto lines = FindAttachmentLines(note);
-        code = CopyAttachments(lines, copies);
-        if (code != mapi::kSuccess) return code;
-        note = ArrangedText(note, lines);
+    Code code = isFile ? record.files.AddEmpty("Message.txt") : mapi::kSuccess;
+    if (code == mapi::kSuccess && (flags & mapi::kSuppressAttach) == 0) {
+        code = CopyAttachments(system, eudoraFolder, note, record.files);
     }
-    if (isFile) {
-        code = copies.WriteTo(0, note);
-        if (code != mapi::kSuccess) return code;
+    if (code == mapi::kSuccess && isFile) {
+        code = record.files.WriteTo(0, note);
         note.clear();
     }
     record.note = std::move(note);
-    record.files = copies.Files();
-    return mapi::kSuccess;
+    return code;
 }
 
-Code MailReader::Read(const MailIndex& index, const IndexedMail& mail, std::uint32_t flags,
-                      AttachmentCopies& copies, MessageRecord& record) {
+mapi::Flags FlagsOf(std::uint16_t state) {
+    if (state == static_cast<std::uint16_t>(mailbox::MailState::kUnread)) return mapi::kUnread;
+    return state == static_cast<std::uint16_t>(mailbox::MailState::kSent) ? mapi::kSent : 0;
+}
+
+}  // namespace
+
+Code ReadMail(const platform::System& system, InBox& inBox, const IndexedMail& mail,
+              mapi::Flags flags, MessageRecord& record) {
     const bool isEnvelope = (flags & mapi::kEnvelopeOnly) != 0;
-    auto bytes = isEnvelope ? ReadHeader(index, mail) : ReadBytes(index, mail);
+    auto bytes = isEnvelope ? ReadHeader(inBox, mail) : inBox.ReadBytes(mail);
     if (!bytes) return CodeOf(bytes.Error());
     // A zero byte would hide what follows it from every reader of a C text.
-    std::replace(bytes->begin(), bytes->end(), '\0', ' ');
+    std::ranges::replace(*bytes, '\0', ' ');
     const text::MailView text(*bytes);
     record.flags = FlagsOf(mail.wStatus);
-    TakeHeader(text, m_system, index, mail, record);
-    return isEnvelope ? mapi::kSuccess : TakeBody(text, flags, copies, record);
+    TakeHeader(text, system, inBox, mail, record);
+    return isEnvelope ? mapi::kSuccess : TakeBody(text, system, inBox.Folder(), flags, record);
 }
 
 }  // namespace eumapi

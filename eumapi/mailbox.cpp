@@ -1,7 +1,6 @@
 #include "eumapi/mailbox.h"
 
 #include <algorithm>
-#include <limits>
 #include <new>
 #include <set>
 
@@ -74,12 +73,8 @@ Code Mailbox::ReadTable() {
 std::uint32_t Mailbox::FreeId() const {
     std::set<std::uint32_t> ids{0};
     for (const auto& mail : m_mails) ids.insert(mail.dwMsgId);
-    if (*ids.rbegin() != std::numeric_limits<std::uint32_t>::max()) return *ids.rbegin() + 1;
-    std::uint32_t free = 0;
-    for (const std::uint32_t id : ids) {
-        if (id != free) break;
-        ++free;
-    }
+    std::uint32_t free = *ids.rbegin() + 1;  // 0 behind the highest number of all
+    while (ids.contains(free)) ++free;
     return free;
 }
 

@@ -1,12 +1,10 @@
 #include "eumapi/message_record.h"
 
-#include <utility>
-
 namespace eumapi {
 
 namespace {
 
-MapiRecipDesc Describe(Recipient& recipient) {
+MapiRecipDesc Described(Recipient& recipient) {
     MapiRecipDesc out{};
     out.ulRecipClass = recipient.recipientClass;
     out.lpszName = recipient.name.data();
@@ -14,7 +12,7 @@ MapiRecipDesc Describe(Recipient& recipient) {
     return out;
 }
 
-MapiFileDesc Describe(AttachmentCopy& file) {
+MapiFileDesc Described(AttachmentCopy& file) {
     MapiFileDesc out{};
     out.nPosition = 0xFFFFFFFF;
     out.lpszPathName = file.path.data();
@@ -22,52 +20,29 @@ MapiFileDesc Describe(AttachmentCopy& file) {
     return out;
 }
 
-// What describes the parts; null for none, as callers expect.
+// Tells what describes the parts; null for none, as callers expect.
 template <class Description, class Part>
-Description* DescribeAll(std::vector<Part>& parts, std::vector<Description>& out) {
-    out.reserve(parts.size());
-    for (Part& part : parts) out.push_back(Describe(part));
-    return out.empty() ? nullptr : out.data();
+void DescribeAll(std::vector<Part>& parts, std::vector<Description>& descriptions,
+                 std::uint32_t& count, Description*& first) {
+    for (Part& part : parts) descriptions.push_back(Described(part));
+    count = static_cast<std::uint32_t>(descriptions.size());
+    first = descriptions.empty() ? nullptr : descriptions.data();
 }
 
 }  // namespace
 
-// The texts are the record's own.
-struct MessageBuffers::Held {
-    explicit Held(MessageRecord given) : record(std::move(given)) {
-        message.lpszSubject = record.subject.data();
-        if (record.note) message.lpszNoteText = record.note->data();
-        if (record.date) message.lpszDateReceived = record.date->data();
-        message.flFlags = record.flags;
-        if (record.originator) {
-            originator = Describe(*record.originator);
-            message.lpOriginator = &originator;
-        }
-        message.nRecipCount = static_cast<std::uint32_t>(record.recipients.size());
-        message.lpRecips = DescribeAll(record.recipients, recipients);
-        message.nFileCount = static_cast<std::uint32_t>(record.files.size());
-        message.lpFiles = DescribeAll(record.files, files);
+MapiMessage* MessageRecord::Describe() {
+    m_message.lpszSubject = subject.data();
+    if (note) m_message.lpszNoteText = note->data();
+    if (date) m_message.lpszDateReceived = date->data();
+    m_message.flFlags = flags;
+    if (originator) {
+        m_originator = Described(*originator);
+        m_message.lpOriginator = &m_originator;
     }
-
-    MapiMessage message{};
-    MessageRecord record;
-    MapiRecipDesc originator{};
-    std::vector<MapiRecipDesc> recipients;
-    std::vector<MapiFileDesc> files;
-};
-
-MessageBuffers::MessageBuffers() = default;
-MessageBuffers::~MessageBuffers() = default;
-
-MapiMessage* MessageBuffers::Make(MessageRecord record) {
-    auto held = std::make_unique<Held>(std::move(record));
-    MapiMessage* const message = &held->message;
-    m_held.emplace(message, std::move(held));
-    return message;
-}
-
-bool MessageBuffers::Free(void* message) {
-    return m_held.erase(message) == 1;
+    DescribeAll(recipients, m_recipients, m_message.nRecipCount, m_message.lpRecips);
+    DescribeAll(files.Files(), m_files, m_message.nFileCount, m_message.lpFiles);
+    return &m_message;
 }
 
 }  // namespace eumapi

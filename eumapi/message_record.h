@@ -1,8 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,29 +15,26 @@ struct Recipient {
     std::string name, address;
 };
 
-// A mail on its way to a caller of MAPIReadMail. A text that is not there becomes a null pointer.
+// A mail for a caller of MAPIReadMail, in the system code page. A text that is not there becomes a
+// null pointer. Stays where it was made: the message points into it.
 struct MessageRecord {
+    explicit MessageRecord(const platform::System& system) : files(system) {}
+
     std::string subject;
     std::optional<std::string> note, date;
     std::uint32_t flags = 0;
     std::optional<Recipient> originator;
     std::vector<Recipient> recipients;
-    std::vector<AttachmentCopy> files;
-};
+    AttachmentCopies files;
 
-// The messages that callers hold, with everything that they point to.
-class MessageBuffers {
-  public:
-    MessageBuffers();
-    ~MessageBuffers();
-    MapiMessage* Make(MessageRecord record);
-    // False for memory that is none of these messages.
-    bool Free(void* message);
+    // What the caller gets when all members have their values.
+    MapiMessage* Describe();
 
   private:
-    struct Held;
-
-    std::map<void*, std::unique_ptr<Held>> m_held;
+    MapiMessage m_message{};
+    MapiRecipDesc m_originator{};
+    std::vector<MapiRecipDesc> m_recipients;
+    std::vector<MapiFileDesc> m_files;
 };
 
 }  // namespace eumapi

@@ -1,14 +1,11 @@
 #pragma once
 
-#include <cstdint>
-
 #include "mapi/records.h"
 #include "platform/os/result.h"
 
 namespace eumapi {
 
-// A result code of Simple MAPI; mapi::kSuccess is 0.
-using Code = std::uint32_t;
+using mapi::Code;
 
 // What a failure of the file system is to a caller of the library. A file that somebody else holds
 // is the general failure, which callers are used to trying again.

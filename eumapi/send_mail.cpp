@@ -2,18 +2,22 @@
 
 #include <algorithm>
 #include <chrono>
+#include <new>
 #include <string_view>
 #include <vector>
 
 #include "eumapi/mailbox.h"
-#include "eumapi/outgoing_files.h"
 #include "text/ascii.h"
 #include "text/calendar.h"
+#include "text/path.h"
 
 namespace eumapi {
 
 namespace {
 
+using platform::ErrorCode;
+using platform::Failure;
+using platform::Status;
 using TimePoint = std::chrono::system_clock::time_point;
 
 constexpr const char* kEnd = "\r\n";
@@ -31,16 +35,14 @@ std::string HeaderText(const char* text) {
 std::string AddressOf(const MapiRecipDesc& recipient) {
     std::string address = HeaderText(recipient.lpszAddress);
     if (address.empty()) address = HeaderText(recipient.lpszName);
-    constexpr std::string_view kKind = "SMTP:";
-    if (address.starts_with(kKind)) address.erase(0, kKind.size());
-    return address;
+    return std::string(mapi::WithoutTransport(address));
 }
 
 // "Name <address>", the name in quotes if it has anything but letters that need none.
 std::string NamedAddress(const MapiRecipDesc& recipient) {
     std::string address = AddressOf(recipient);
     std::string name = HeaderText(recipient.lpszName);
-    if (name.empty() || name == address || name == "SMTP:" + address) return address;
+    if (name.empty() || name == address || mapi::WithoutTransport(name) == address) return address;
     if (name.find_first_of("\"(),.:;<>@[\\]") != std::string::npos) {
         std::erase_if(name, [](char letter) { return letter == '"' || letter == '\\'; });
         name = '"' + name + '"';
@@ -122,13 +124,95 @@ Code CheckRecipients(const MapiMessage& message) {
     return mapi::kSuccess;
 }
 
-Code CopyAttachments(const MapiMessage& message, OutgoingFiles& files) {
-    for (const auto& file : mapi::Files(message)) {
-        // An entry without a file stands for an attachment that never had one.
-        if (file.lpszPathName == nullptr || *file.lpszPathName == '\0') continue;
-        if (const Code code = files.Add(file); code != mapi::kSuccess) return code;
+bool IsTaken(const Status& status) {
+    return !status && status.Error().code == ErrorCode::kAlreadyExists;
+}
+
+// The attachments of one mail for the out-box: copies in Eudora's folder Attach under the names
+// that recipients are to see. A name that is taken there gets a folder of its own below. The
+// destructor deletes them again unless they are kept.
+class OutgoingFiles {
+  public:
+    OutgoingFiles(const platform::System& system, const std::string& eudoraFolder)
+        : m_system(system), m_attach(eudoraFolder + "Attach\\") {}
+    OutgoingFiles(const OutgoingFiles&) = delete;
+    OutgoingFiles& operator=(const OutgoingFiles&) = delete;
+    ~OutgoingFiles();
+
+    Code Add(const MapiFileDesc& file);
+    const std::vector<std::string>& Paths() const { return m_paths; }
+    void Keep() { m_isKept = true; }
+
+  private:
+    platform::Status MakeFile(const std::string& name);
+    platform::Status MakeFileIn(const std::string& folder, const std::string& name);
+    platform::Status MakeOwnFolder();
+
+    platform::System m_system;
+    std::string m_attach;
+    std::vector<std::string> m_ownFolders, m_paths;
+    bool m_isKept = false;
+};
+
+OutgoingFiles::~OutgoingFiles() {
+    if (m_isKept) return;
+    try {
+        for (const auto& path : m_paths) (void)m_system.files.Delete(path);
+        for (const auto& folder : m_ownFolders) (void)m_system.files.RemoveFolder(folder);
+    } catch (const std::bad_alloc&) {
+        // As good as files that cannot be deleted.
     }
-    return mapi::kSuccess;
+}
+
+Code OutgoingFiles::Add(const MapiFileDesc& file) {
+    // An entry without a file stands for an attachment that never had one.
+    if (file.lpszPathName == nullptr || *file.lpszPathName == '\0') return mapi::kSuccess;
+    const std::string source = file.lpszPathName;
+    const auto info = m_system.files.Stat(source);
+    if (!info || info->isFolder) return mapi::kAttachmentNotFound;
+    const unsigned codePage = m_system.codePage;
+    const char* wanted = file.lpszFileName == nullptr ? "" : file.lpszFileName;
+    auto name = text::PlainNameIn(wanted, codePage);
+    if (name.empty()) name = text::PlainNameIn(source, codePage);
+    if (name.empty() || !MakeFile(name)) return mapi::kAttachmentWriteFailure;
+    const auto status = platform::CopyInto(m_system.files, source, m_paths.back());
+    if (status) return mapi::kSuccess;
+    return status.Error().context == source ? mapi::kAttachmentOpenFailure
+                                            : mapi::kAttachmentWriteFailure;
+}
+
+Status OutgoingFiles::MakeFile(const std::string& name) {
+    (void)m_system.files.CreateFolder(m_attach);
+    Status status = MakeFileIn(m_attach, name);
+    for (std::size_t i = 0; IsTaken(status); ++i) {
+        if (i == m_ownFolders.size()) status = MakeOwnFolder();
+        if (i < m_ownFolders.size()) status = MakeFileIn(m_ownFolders[i], name);
+    }
+    return status;
+}
+
+// What is made must be remembered even if memory runs out, and what others made must not be.
+Status OutgoingFiles::MakeFileIn(const std::string& folder, const std::string& name) {
+    std::string path = folder + name;
+    if (path.size() > text::kLongestPath) return Failure{ErrorCode::kTooLarge, path};
+    m_paths.reserve(m_paths.size() + 1);
+    const auto file =
+        m_system.files.Open(path, platform::OpenMode::kCreateNew, platform::Share::kNone);
+    if (!file) return file.Error();
+    m_paths.push_back(std::move(path));
+    return {};
+}
+
+// A number that no other mail's folder is likely to have.
+Status OutgoingFiles::MakeOwnFolder() {
+    m_ownFolders.reserve(m_ownFolders.size() + 1);
+    for (auto number = std::chrono::system_clock::to_time_t(m_system.clock.Now());; ++number) {
+        std::string folder = m_attach + std::to_string(number) + '\\';
+        Status status = m_system.files.CreateFolder(folder);
+        if (IsTaken(status)) continue;
+        if (status) m_ownFolders.push_back(std::move(folder));
+        return status;
+    }
 }
 
 }  // namespace
@@ -138,7 +222,9 @@ Code SendMail(const platform::System& system, const std::string& eudoraFolder,
     OutgoingFiles attachments(system, eudoraFolder);
     Mailbox out(system);
     Code code = CheckRecipients(message);
-    if (code == mapi::kSuccess) code = CopyAttachments(message, attachments);
+    for (const auto& file : mapi::Files(message)) {
+        if (code == mapi::kSuccess) code = attachments.Add(file);
+    }
     if (code == mapi::kSuccess) code = out.Open(eudoraFolder, mailbox::kOutBox);
     if (code != mapi::kSuccess) return code;
     const auto now = system.clock.Now();

@@ -1,11 +1,11 @@
 #pragma once
 
+#include <map>
 #include <memory>
 #include <mutex>
 #include <unordered_map>
 
-#include "eumapi/mail_index.h"
-#include "eumapi/mail_reader.h"
+#include "eumapi/in_box.h"
 #include "eumapi/message_record.h"
 #include "eumapi/temporary_files.h"
 #include "mapi/records.h"
@@ -21,34 +21,24 @@ class SimpleMapi {
     Code Logon(mapi::Session* session);
     Code Logoff(mapi::Session session);
     Code FindNext(mapi::Session session, const char* messageType, const char* seed,
-                  std::uint32_t flags, char* messageId);
-    Code ReadMail(mapi::Session session, const char* messageId, std::uint32_t flags,
+                  mapi::Flags flags, char* messageId);
+    Code ReadMail(mapi::Session session, const char* messageId, mapi::Flags flags,
                   MapiMessage** message);
     Code FreeBuffer(void* buffer);
     Code DeleteMail(mapi::Session session, const char* messageId);
     // Session 0 stands for one that lasts as long as the call. There is no window to ask in:
     // kNotSupported for flags that want one.
-    Code SendMail(mapi::Session session, const MapiMessage* message, std::uint32_t flags);
+    Code SendMail(mapi::Session session, const MapiMessage* message, mapi::Flags flags);
 
   private:
-    struct InBox {
-        InBox(const platform::System& system, std::string eudoraFolder);
-
-        std::string folder;
-        MailIndex index;
-        MailReader reader;
-    };
-
     InBox* Find(mapi::Session session);
-    // The mail of that id as the file has it now; null, and why.
-    const IndexedMail* FindMail(InBox& inBox, const char* messageId, Code& code);
 
     platform::System m_system;
     std::mutex m_mutex;
     mapi::Session m_lastSession = 0;
-    std::unordered_map<mapi::Session, std::unique_ptr<InBox>> m_sessions;
-    std::unique_ptr<RunMark> m_run;  // as long as there is a session
-    MessageBuffers m_buffers;
+    std::unordered_map<mapi::Session, InBox> m_sessions;
+    std::unique_ptr<RunMark> m_run;                              // as long as there is a session
+    std::map<void*, std::unique_ptr<MessageRecord>> m_messages;  // that callers hold
 };
 
 }  // namespace eumapi

@@ -30,7 +30,7 @@ class AttachmentCopies {
     Code AddEmpty(std::string name);
     Code WriteTo(std::size_t file, std::string_view content);
 
-    const std::vector<AttachmentCopy>& Files() const { return m_copies; }
+    std::vector<AttachmentCopy>& Files() { return m_copies; }
     void HandOver() { m_isHandedOver = true; }
 
   private:

@@ -11,25 +11,17 @@
 // to count as one; those that are called have their types here.
 namespace mapi {
 
-using LogonFn = std::uint32_t(KV_LIBRARY_CALL*)(std::uintptr_t window, const char* profile,
-                                                const char* password, std::uint32_t flags,
-                                                std::uint32_t reserved, Session* session);
-using LogoffFn = std::uint32_t(KV_LIBRARY_CALL*)(Session session, std::uintptr_t window,
-                                                 std::uint32_t flags, std::uint32_t reserved);
-using SendMailFn = std::uint32_t(KV_LIBRARY_CALL*)(Session session, std::uintptr_t window,
-                                                   MapiMessage* message, std::uint32_t flags,
-                                                   std::uint32_t reserved);
-using FindNextFn = std::uint32_t(KV_LIBRARY_CALL*)(Session session, std::uintptr_t window,
-                                                   const char* messageType, const char* seed,
-                                                   std::uint32_t flags, std::uint32_t reserved,
-                                                   char* messageId);
-using ReadMailFn = std::uint32_t(KV_LIBRARY_CALL*)(Session session, std::uintptr_t window,
-                                                   const char* messageId, std::uint32_t flags,
-                                                   std::uint32_t reserved, MapiMessage** message);
-using DeleteMailFn = std::uint32_t(KV_LIBRARY_CALL*)(Session session, std::uintptr_t window,
-                                                     const char* messageId, std::uint32_t flags,
-                                                     std::uint32_t reserved);
-using FreeBufferFn = std::uint32_t(KV_LIBRARY_CALL*)(void* buffer);
+using LogonFn = Code(KV_LIBRARY_CALL*)(Window, const char* profile, const char* password, Flags,
+                                       Reserved, Session*);
+using LogoffFn = Code(KV_LIBRARY_CALL*)(Session, Window, Flags, Reserved);
+using SendMailFn = Code(KV_LIBRARY_CALL*)(Session, Window, MapiMessage*, Flags, Reserved);
+using FindNextFn = Code(KV_LIBRARY_CALL*)(Session, Window, const char* messageType,
+                                          const char* seed, Flags, Reserved, char* messageId);
+using ReadMailFn = Code(KV_LIBRARY_CALL*)(Session, Window, const char* messageId, Flags, Reserved,
+                                          MapiMessage**);
+using DeleteMailFn = Code(KV_LIBRARY_CALL*)(Session, Window, const char* messageId, Flags,
+                                            Reserved);
+using FreeBufferFn = Code(KV_LIBRARY_CALL*)(void* buffer);
 
 // The order in which the entry points are looked up.
 enum class Entry {
@@ -51,14 +43,13 @@ inline constexpr const char* kEntryNames[] = {
     "MAPILogon",      "MAPILogoff",   "MAPISendMail", "MAPISendDocuments",
     "MAPIFindNext",   "MAPIReadMail", "MAPISaveMail", "MAPIDeleteMail",
     "MAPIFreeBuffer", "MAPIAddress",  "MAPIDetails",  "MAPIResolveName"};
-inline constexpr std::size_t kEntryCount = std::size(kEntryNames);
 
 // The addresses of the entry points; valid while the library is loaded.
 class EntryPoints {
   public:
     // False at the first name that the library does not export; those before it are found.
     bool Find(platform::Library& library) {
-        for (std::size_t i = 0; i < kEntryCount; ++i) {
+        for (std::size_t i = 0; i < std::size(kEntryNames); ++i) {
             m_addresses[i] = library.Symbol(kEntryNames[i]);
             if (m_addresses[i] == nullptr) return false;
         }
@@ -70,12 +61,8 @@ class EntryPoints {
         return reinterpret_cast<Function>(m_addresses[static_cast<std::size_t>(entry)]);
     }
 
-    bool SameAddress(const EntryPoints& other, Entry entry) const {
-        return Get<void*>(entry) == other.Get<void*>(entry);
-    }
-
   private:
-    void* m_addresses[kEntryCount] = {};
+    void* m_addresses[std::size(kEntryNames)] = {};
 };
 
 }  // namespace mapi

@@ -6,9 +6,9 @@
 #include <new>
 #include <utility>
 
-#include "mapi/address_text.h"
 #include "platform/kvutil/kvutil.h"
 #include "platform/kvutil/kvutil_core.h"
+#include "text/ascii.h"
 
 namespace {
 
@@ -57,10 +57,20 @@ void FreeTexts(const MapiRecipDesc& recipient) {
     delete[] static_cast<char*>(recipient.lpEntryID);
 }
 
+std::optional<std::string> TextOf(const char* text) {
+    return text != nullptr ? std::optional<std::string>(text) : std::nullopt;
+}
+
+// What stands between "<" and ">" in the originator's name, without brackets the whole name, as for
+// strtok: brackets in a row count as one.
 std::optional<std::string> OriginatorOf(const MapiMessage& message) {
     const MapiRecipDesc* const originator = message.lpOriginator;
-    if (originator == nullptr || originator->lpszName == nullptr) return std::nullopt;
-    return mapi::AddressOfName(originator->lpszName);
+    auto name = ViewOf(originator != nullptr ? originator->lpszName : nullptr);
+    auto outside = text::TakeToken(name, "<");
+    if (!outside) return std::nullopt;
+    auto address = text::TakeToken(name, ">");
+    if (!address) address = text::TakeToken(*outside, ">");
+    return address ? std::optional<std::string>(*address) : std::nullopt;
 }
 
 std::optional<std::string> RecipientsOf(const MapiMessage& message, std::uint32_t recipientClass) {
@@ -122,7 +132,8 @@ int CMapi::LoadMapiLibrary(const char* folder) {
     const bool complete = found.Find(**library);
     // A second translator loads the same library again: session and current message live on in it.
     // Another library cannot free what this one has made.
-    if (!m_entries.SameAddress(found, mapi::Entry::kFreeBuffer)) ReleaseCurrent();
+    constexpr auto kFree = mapi::Entry::kFreeBuffer;
+    if (m_entries.Get<void*>(kFree) != found.Get<void*>(kFree)) ReleaseCurrent();
     m_entries = found;
     m_hMapiLib = std::move(*library);
     return complete ? 1 : 0;
@@ -292,8 +303,7 @@ std::optional<std::string> CMapi::MailText(MailField field) const {
         case MailField::kBcc:
             return RecipientsOf(*m_lpMessage, mapi::kBcc);
         case MailField::kSubject:
-            if (m_lpMessage->lpszSubject != nullptr) return m_lpMessage->lpszSubject;
-            return std::nullopt;
+            return TextOf(m_lpMessage->lpszSubject);
         default:
             return std::nullopt;
     }

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string_view>
 
 // The records and codes of Simple MAPI as its published header has them. Texts are zero-ended, in
 // the system code page; a null pointer stands for a missing one.
@@ -51,51 +52,41 @@ inline std::span<MapiFileDesc> Files(const MapiMessage& message) {
 }
 
 using Session = std::uintptr_t;
+using Window = std::uintptr_t;  // of the caller; 0 for none
+using Flags = std::uint32_t;
+using Reserved = std::uint32_t;
+using Code = std::uint32_t;  // the result of a call
 
 // Room for a message id, its closing zero included.
 inline constexpr std::size_t kMessageIdSize = 520;
 
-// Result codes.
-inline constexpr std::uint32_t kSuccess = 0;
-inline constexpr std::uint32_t kFailure = 2;
-inline constexpr std::uint32_t kLoginFailure = 3;
-inline constexpr std::uint32_t kDiskFull = 4;
-inline constexpr std::uint32_t kInsufficientMemory = 5;
-inline constexpr std::uint32_t kAccessDenied = 6;
-inline constexpr std::uint32_t kAttachmentNotFound = 11;
-inline constexpr std::uint32_t kAttachmentOpenFailure = 12;
-inline constexpr std::uint32_t kAttachmentWriteFailure = 13;
-inline constexpr std::uint32_t kUnknownRecipient = 14;
-inline constexpr std::uint32_t kBadRecipientType = 15;
-inline constexpr std::uint32_t kNoMessages = 16;
-inline constexpr std::uint32_t kInvalidMessage = 17;
-inline constexpr std::uint32_t kTextTooLarge = 18;
-inline constexpr std::uint32_t kInvalidSession = 19;
-inline constexpr std::uint32_t kInvalidRecipients = 25;
-inline constexpr std::uint32_t kNotSupported = 26;
-
+// Codes.
+inline constexpr Code kSuccess = 0, kFailure = 2, kLoginFailure = 3, kDiskFull = 4,
+                      kInsufficientMemory = 5, kAccessDenied = 6, kAttachmentNotFound = 11,
+                      kAttachmentOpenFailure = 12, kAttachmentWriteFailure = 13,
+                      kUnknownRecipient = 14, kBadRecipientType = 15, kNoMessages = 16,
+                      kInvalidMessage = 17, kTextTooLarge = 18, kInvalidSession = 19,
+                      kInvalidRecipients = 25, kNotSupported = 26;
 // Flags of MAPILogon.
-inline constexpr std::uint32_t kLogonUi = 0x1;
-inline constexpr std::uint32_t kNewSession = 0x2;
+inline constexpr Flags kLogonUi = 0x1, kNewSession = 0x2;
 // Flags of MAPIFindNext.
-inline constexpr std::uint32_t kUnreadOnly = 0x20;
-inline constexpr std::uint32_t kGuaranteeFifo = 0x100;
-inline constexpr std::uint32_t kLongMessageId = 0x4000;
+inline constexpr Flags kUnreadOnly = 0x20, kGuaranteeFifo = 0x100, kLongMessageId = 0x4000;
 // Flags of MAPIReadMail.
-inline constexpr std::uint32_t kEnvelopeOnly = 0x40;
-inline constexpr std::uint32_t kPeek = 0x80;
-inline constexpr std::uint32_t kBodyAsFile = 0x200;
-inline constexpr std::uint32_t kSuppressAttach = 0x800;
+inline constexpr Flags kEnvelopeOnly = 0x40, kPeek = 0x80, kBodyAsFile = 0x200,
+                       kSuppressAttach = 0x800;
+// Flags of MAPISendMail.
+inline constexpr Flags kDialog = 0x8;
 // Flags of a message.
-inline constexpr std::uint32_t kUnread = 0x1;
-inline constexpr std::uint32_t kSent = 0x4;
+inline constexpr Flags kUnread = 0x1, kSent = 0x4;
 // Flags of an attachment.
-inline constexpr std::uint32_t kOle = 0x1;
-inline constexpr std::uint32_t kOleStatic = 0x2;
+inline constexpr Flags kOle = 0x1, kOleStatic = 0x2;
 // Recipient classes.
-inline constexpr std::uint32_t kOriginator = 0;
-inline constexpr std::uint32_t kTo = 1;
-inline constexpr std::uint32_t kCc = 2;
-inline constexpr std::uint32_t kBcc = 3;
+inline constexpr std::uint32_t kOriginator = 0, kTo = 1, kCc = 2, kBcc = 3;
+
+// What may stand in front of an address.
+inline constexpr std::string_view kTransport = "SMTP:";
+inline std::string_view WithoutTransport(std::string_view address) {
+    return address.starts_with(kTransport) ? address.substr(kTransport.size()) : address;
+}
 
 }  // namespace mapi

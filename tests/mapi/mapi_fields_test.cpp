@@ -1,4 +1,3 @@
-#include "mapi/address_text.h"
 #include "tests/mapi/mapi_fixture.h"
 
 namespace {

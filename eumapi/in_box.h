@@ -1,0 +1,86 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "eumapi/result_code.h"
+#include "mailbox/toc_records.h"
+#include "platform/os/system.h"
+
+namespace eumapi {
+
+// One mail as its block in the .toc file has it.
+struct IndexedMail : mailbox::MailPlace {
+    std::uint32_t block = 0;  // its place in the file, counted from 0
+};
+
+// A mail of more bytes is refused with kTextTooLarge.
+inline constexpr std::uint64_t kLargestMail = 256u << 20;
+
+// The in-box of one Eudora: its mails in the order of In.toc, found by id at a cost that does not
+// depend on their number. Of several blocks with one id the first counts: an id names one mail. A
+// block that the file's count leaves out or that the file cuts short is none. In.mbx stays open
+// between calls as long as the mails are the same.
+class InBox {
+  public:
+    // The folder is a Windows path that ends in a separator.
+    InBox(const platform::System& system, std::string eudoraFolder)
+        : m_system(system),
+          m_folder(std::move(eudoraFolder)),
+          m_tocPath(m_folder + "In.toc"),
+          m_mbxPath(m_folder + "In.mbx") {}
+
+    // Reads In.toc if it changed since the last call, which one look at its size and time tells. A
+    // missing file has no mails. kNotSupported for a file of Eudora for Macintosh; after a failure
+    // the mails are those of before.
+    Code Refresh();
+
+    const std::string& Folder() const { return m_folder; }
+    const std::vector<IndexedMail>& Mails() const { return m_mails; }
+    const IndexedMail* Find(std::uint32_t id) const;
+    // The position in Mails of what stands behind that mail. For a mail that was there at an
+    // earlier time, of what stood behind it; nothing for an id that was never seen.
+    std::optional<std::size_t> Behind(std::uint32_t id) const;
+
+    // The block of a mail as it stands in the file; kCorrupt if that place has another mail now.
+    platform::Result<std::string> ReadBlock(const IndexedMail& mail) const;
+    // The bytes of a mail: no more than its block claims and the file has. A block that claims more
+    // than the file has ends at the latest where another mail begins.
+    platform::Result<std::string> ReadBytes(const IndexedMail& mail,
+                                            std::uint64_t most = kLargestMail);
+    // Closes In.mbx until it is needed again.
+    void LetGo() { m_mbx.reset(); }
+
+    // Changes the state of a mail, in the file too, from unread to read.
+    Code MarkRead(const IndexedMail& mail);
+    // The mail is in the Trash, in full and on the disk, before In.toc loses its block; In.mbx
+    // keeps its bytes. After a failure the mail is in the in-box, and a second try does not put it
+    // into the Trash twice.
+    Code MoveToTrash(const IndexedMail& mail);
+
+  private:
+    // Size in bytes, and time of the last change.
+    using Stamp = std::pair<std::uint64_t, std::chrono::system_clock::time_point>;
+
+    void Take(std::vector<IndexedMail> mails);
+    platform::Result<std::uint64_t> LengthOf(const IndexedMail& mail);
+    Code PutIntoTrash(std::string_view text, const std::string& block) const;
+
+    platform::System m_system;
+    const std::string m_folder, m_tocPath, m_mbxPath;
+    std::optional<Stamp> m_stamp;
+    bool m_isSettled = false;
+    std::vector<IndexedMail> m_mails;
+    std::unordered_map<std::uint32_t, std::size_t> m_positions;
+    // A mail that is gone -> the mail that stood before it then; nothing: it was the first.
+    std::unordered_map<std::uint32_t, std::optional<std::uint32_t>> m_gone;
+    std::unique_ptr<platform::File> m_mbx;
+};
+
+}  // namespace eumapi
