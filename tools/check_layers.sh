@@ -94,7 +94,7 @@ function check(    folder, best, count, i, allowed, header, ok) {
     native = file ~ /(^|\/)(posix|prefix|windows)(\/|[_.])/ || file ~ /_(posix|windows)[_.]/ ||
              file ~ /^tests\/platform\/prefix_/
     # Where a library says what it exports and how it is called, the compiler must be asked.
-    exporting = file == "platform/kvutil/kvutil.h" || file == "platform/os/libraries.h" || file ~ /^(module|eumapi)\/exports[_.]/
+    exporting = file == "platform/kvutil/kvutil.h" || file == "platform/os/libraries.h" || file ~ /^module\/exports[_.]/
     count = split(layer[best], allowed, " ")
     number = 0
     while ((getline line < file) > 0) {

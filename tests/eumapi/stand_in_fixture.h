@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -17,28 +16,17 @@ inline constexpr const char* kInToc = "C:\\Eudora\\In.toc";
 inline constexpr const char* kInMbx = "C:\\Eudora\\In.mbx";
 inline constexpr std::uint32_t kFindFlags = mapi::kGuaranteeFifo | mapi::kLongMessageId;
 
-inline std::string Block(std::uint32_t offset, std::uint32_t length, std::uint32_t id,
-                         unsigned state = 0) {
-    mailbox::MsgBlock block;
-    block.dwOffset = offset;
-    block.dwLength = length;
-    block.dwMsgId = id;
-    block.wStatus = static_cast<std::uint16_t>(state);
-    return block.Encode();
-}
-
-inline std::string Toc(const std::vector<std::string>& blocks) {
-    std::string bytes = mailbox::NewTocHeader();
-    bytes[102] = static_cast<char>(blocks.size() & 0xFF);
-    bytes[103] = static_cast<char>(blocks.size() >> 8);
-    for (const auto& block : blocks) bytes += block;
-    return bytes;
-}
-
 inline std::string Mail(const std::string& subject, const std::string& body = "text\r\n") {
     return "From ???@??"
            "? Wed Jan 02 02:03:55 1980\r\nTo: b@c.d\r\nFrom: a@b.c\r\nSubject: " +
            subject + "\r\n\r\n" + body;
+}
+
+// Blocks of mails that lie nowhere.
+inline MailboxBuilder Ids(const std::vector<std::uint32_t>& ids) {
+    MailboxBuilder box;
+    for (const auto id : ids) box.Block(id, 0, 0);
+    return box;
 }
 
 // A machine in memory with Eudora's folder and a session on its in-box.
@@ -60,12 +48,6 @@ class StandInTest : public ::testing::Test {
         }
         box.Put(machine.files, "C:\\Eudora");
     }
-    void PutIds(const std::vector<std::uint32_t>& ids) {
-        MailboxBuilder box;
-        for (const auto id : ids) box.Block(id, 0, 0);
-        box.Put(machine.files, "C:\\Eudora");
-    }
-
     // The id behind that one, or "=" and the code.
     std::string Next(const std::string& seed, std::uint32_t flags = kFindFlags) {
         char id[mapi::kMessageIdSize] = {};
@@ -85,6 +67,9 @@ class StandInTest : public ::testing::Test {
         code = library.ReadMail(session, mailbox::IndexIdOf(id).c_str(), flags, &message);
         return message;
     }
+    std::uint32_t Delete(std::uint32_t id) {
+        return library.DeleteMail(session, mailbox::IndexIdOf(id).c_str());
+    }
     MapiMessage* ReadOnly(const std::string& mail, std::uint32_t flags = mapi::kPeek) {
         PutMails({mail});
         return Read(1, flags);
@@ -102,11 +87,10 @@ class StandInTest : public ::testing::Test {
         return names;
     }
     std::vector<std::string> TempFiles() const { return FilesIn("C:\\temp\\"); }
-    // The texts of the mails of a mailbox, each with "|" behind it, as the independent reader has
-    // them.
+    // The texts of a mailbox's mails, each with "|" behind it, as the independent reader has them.
     std::string Contents(const std::string& mailbox) const {
         const auto toc = machine.files.Get("C:\\Eudora\\" + mailbox + ".toc");
-        if (!toc) return "none";
+        if (!toc) return {};
         std::string texts;
         const auto mbx = FileText("C:\\Eudora\\" + mailbox + ".mbx");
         for (const auto& mail : mailbox_check::Check(mbx, *toc, {}).mails) texts += mail.text + '|';
