@@ -2,14 +2,14 @@
 
 #include "eumapi/simple_mapi.h"
 #include "integration/locate/locate.h"
-#include "tests/mapi/library_double.h"
+#include "tests/mapi/scripted_library.h"
 
 // Our Simple MAPI library over the files of a machine in memory, as EUMAPI32.DLL of the folder
 // C:\E.
-class StandInLibrary : public LibraryDouble {
+class StandInLibrary : public ScriptedLibrary {
   public:
     explicit StandInLibrary(platform::testing::TestSystem& machine)
-        : LibraryDouble(machine, "C:\\E"), m_mapi(machine.system) {
+        : ScriptedLibrary(machine, "C:\\E"), m_mapi(machine.system) {
         (void)machine.registry.WriteText(platform::RegistryRoot::kLocalMachine,
                                          locate::kAppPathsKey, "Path", "C:\\E");
     }

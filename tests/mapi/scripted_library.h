@@ -5,10 +5,13 @@
 #include <list>
 #include <map>
 #include <optional>
+#include <string>
 #include <unordered_map>
 #include <vector>
 
-#include "tests/mapi/library_double.h"
+#include "mapi/entry_points.h"
+#include "mapi/records.h"
+#include "platform/testing/test_system.h"
 
 // A mail as a test says it. What has no value is a null pointer in the record.
 struct ScriptedMail {
@@ -29,18 +32,26 @@ struct ScriptedMail {
     int tempFiles = 0;  // each read makes that many new temporary files
 };
 
-// A Simple MAPI library that does what a test says: it walks and reads a mailbox, counts what it is
-// asked and told, and fails where it is told to.
-class ScriptedLibrary : public LibraryDouble {
+// A Simple MAPI library of a machine in memory, as the EUMAPI32.DLL of a folder. It does what a
+// test says: it walks and reads a mailbox, counts what it is asked and told, and fails where it is
+// told to; a derived class may answer otherwise. One at a time, since its functions are plain ones.
+class ScriptedLibrary {
   public:
     static constexpr mapi::Session kSession = 42;
+    static constexpr mapi::Flags kFindFlags = 0x4100, kReadFlags = 0x80;
 
-    using LibraryDouble::LibraryDouble;
+    ScriptedLibrary(platform::testing::TestSystem& machine, const std::string& folder);
+    virtual ~ScriptedLibrary();
+    ScriptedLibrary(const ScriptedLibrary&) = delete;
+    ScriptedLibrary& operator=(const ScriptedLibrary&) = delete;
+
+    // Puts the library into a folder, in place of one that is there: all its functions but one.
+    void Install(const std::string& folder, const char* missing = nullptr);
 
     std::vector<ScriptedMail> mailbox;
     // What the coming calls of an entry point give, in order; 0 is a call that works, as do all
     // calls after the last one.
-    std::map<mapi::Entry, std::deque<std::uint32_t>> results;
+    std::map<mapi::Entry, std::deque<mapi::Code>> results;
     bool endsIds = true;  // else it fills the whole room of an id with "x"
     std::function<void(const MapiMessage&)> onSend;
 
@@ -52,13 +63,15 @@ class ScriptedLibrary : public LibraryDouble {
     // The records that were read and not freed; what else is freed counts as a bad call.
     std::size_t LiveRecords() const { return m_records.size(); }
 
-    std::uint32_t Logon(mapi::Session* session) override;
-    std::uint32_t Logoff(mapi::Session session) override;
-    std::uint32_t FindNext(mapi::Session session, const char* seed, char* id) override;
-    std::uint32_t ReadMail(mapi::Session session, const char* id, MapiMessage** message) override;
-    std::uint32_t SendMail(mapi::Session session, MapiMessage* message) override;
-    std::uint32_t DeleteMail(mapi::Session session, const char* id) override;
-    std::uint32_t FreeBuffer(void* buffer) override;
+    virtual mapi::Code Logon(mapi::Session* session);
+    virtual mapi::Code Logoff(mapi::Session session);
+    virtual mapi::Code FindNext(mapi::Session session, const char* seed, char* id);
+    virtual mapi::Code ReadMail(mapi::Session session, const char* id, MapiMessage** message);
+    virtual mapi::Code SendMail(mapi::Session session, MapiMessage* message);
+    virtual mapi::Code DeleteMail(mapi::Session session, const char* id);
+    virtual mapi::Code FreeBuffer(void* buffer);
+
+    int badCalls = 0;  // calls with another argument than the agreed one where there is only one
 
   private:
     struct Record {
@@ -68,11 +81,12 @@ class ScriptedLibrary : public LibraryDouble {
         std::vector<MapiFileDesc> files;
         MapiMessage message{};
     };
-    std::uint32_t Note(mapi::Session session, mapi::Entry entry, const std::string& word);
-    std::size_t IndexOf(
-        const std::string& id);  // of the first; the mailbox's size if there is none
+    mapi::Code Note(mapi::Session session, mapi::Entry entry, const std::string& word);
+    // Of the first; the mailbox's size if there is none.
+    std::size_t IndexOf(const std::string& id);
     void Fill(Record& record);
 
+    platform::testing::TestSystem& m_machine;
     std::list<Record> m_records;
     std::unordered_map<std::string, std::size_t> m_places;  // by id, as they once were
     int m_filesMade = 0;

@@ -6,20 +6,141 @@ namespace {
 
 using mapi::Entry;
 
-constexpr const char* kFile = "C:\\Attach\\a.txt";
+class MapiSessionTest : public MapiFixture {
+  protected:
+    MapiSessionTest() {
+        mapi.MapiLogoff();
+        mapi.UnloadMapiLibrary();
+        library.calls.clear();
+    }
+};
 
-class MapiUpdateTest : public MapiFixture {};
+TEST_F(MapiSessionTest, AvailabilityIsToldByProfileOrRegistry) {
+    struct Row {
+        unsigned major, minor;
+        int profile;
+        const char* flag;
+        int available;
+    };
+    const Row rows[] = {{3, 51, 1, "0", 1}, {3, 51, 0, "1", 0}, {2, 99, 5, "0", 1},
+                        {3, 52, 1, "0", 0}, {4, 0, 0, "1", 1},  {6, 1, 1, "11", 0}};
+    for (const Row& row : rows) {
+        machine.processes.version = {row.major, row.minor};
+        machine.processes.profile[{"Mail", "MAPI"}] = row.profile;
+        (void)machine.registry.WriteText(platform::RegistryRoot::kLocalMachine,
+                                         "SOFTWARE\\Microsoft\\Windows Messaging Subsystem", "MAPI",
+                                         row.flag);
+        const auto tries = machine.libraries.Tries().size();
+        EXPECT_EQ(mapi.LoadMapiLibrary("C:\\Eudora"), row.available)
+            << row.major << '.' << row.minor << ' ' << row.flag;
+        if (row.available == 0) {
+            EXPECT_EQ(mapi.LastError(), CMapi::kNotAvailable);
+        }
+        EXPECT_EQ(machine.libraries.Tries().size() - tries, row.available == 0 ? 0U : 1U);
+        mapi.UnloadMapiLibrary();
+    }
+}
 
-TEST_F(MapiUpdateTest, TheStatusDecidesWhatIsStoredAndSent) {
+TEST_F(MapiSessionTest, EveryEntryPointIsNeeded) {
+    for (const char* missing : mapi::kEntryNames) {
+        library.Install("C:\\Eudora", missing);
+        EXPECT_EQ(mapi.LoadMapiLibrary("C:\\Eudora"), 0) << missing;
+        EXPECT_EQ(machine.libraries.LoadedCount(), 1) << "it stays until it is unloaded";
+    }
+    mapi.UnloadMapiLibrary();
+    EXPECT_EQ(machine.libraries.LoadedCount(), 0);
+    EXPECT_EQ(mapi.LoadMapiLibrary("C:\\Eudora\\"), 0) << "the backslash is always added";
+    EXPECT_EQ(mapi.LastError(), CMapi::kNotLoaded);
+}
+
+TEST_F(MapiSessionTest, OneSessionAtATime) {
+    ASSERT_EQ(mapi.LoadMapiLibrary("C:\\Eudora"), 1);
+    library.results[mapi::Entry::kLogon] = {3};
+    EXPECT_EQ(mapi.MapiLogon(), 0);
+    EXPECT_EQ(mapi.LastError(), 3U);
+    mapi.MapiLogoff();
+    EXPECT_EQ(mapi.MapiLogon(), 1);
+    ASSERT_EQ(mapi.LoadMapiLibrary("C:\\Eudora"), 1) << "as a second translator does";
+    EXPECT_EQ(mapi.MapiLogon(), 0);
+    EXPECT_EQ(library.calls, (Lines{"logon", "logon"}));
+    mapi.MapiLogoff();
+    mapi.MapiLogoff();
+    EXPECT_EQ(library.calls, (Lines{"logon", "logon", "logoff"}));
+}
+
+class MapiRecordTest : public MapiFixture {
+  protected:
+    void Read(const ScriptedMail& mail) {
+        library.mailbox = {mail};
+        ASSERT_EQ(mapi.MoveFirst(), 1);
+    }
+    std::string Text(MailField field) { return mapi.MailText(field).value_or("(null)"); }
+
+    static constexpr const char* kFile = "C:\\Attach\\a.txt";
+};
+
+// Against strtok itself, over all texts of up to five of these characters.
+TEST_F(MapiRecordTest, CutsEveryTextAsStrtokCuts) {
+    const auto cut = [](std::string text) -> std::optional<std::string> {
+        const char* const outside = std::strtok(text.data(), "<");
+        if (outside == nullptr) return std::nullopt;
+        if (const char* const address = std::strtok(nullptr, ">")) return address;
+        std::string whole = outside;
+        const char* const address = std::strtok(whole.data(), ">");
+        return address != nullptr ? std::optional<std::string>(address) : std::nullopt;
+    };
+    for (int length = 0, texts = 1; length <= 5; ++length, texts *= 4) {
+        for (int number = 0; number < texts; ++number) {
+            std::string text;
+            for (int i = 0, rest = number; i < length; ++i, rest /= 4) text += "<>ab"[rest % 4];
+            Read({.id = "A", .originator = text});
+            ASSERT_EQ(mapi.MailText(MailField::kFrom), cut(text)) << text;
+        }
+    }
+}
+
+TEST_F(MapiRecordTest, JoinsTheRecipientsOfAClass) {
+    struct Row {
+        std::vector<ScriptedMail::Recipient> recipients;
+        const char *to, *cc, *bcc;
+    };
+    const Row rows[] = {
+        {{{1, "a@b"}, {2, "c@d"}, {1, "SMTP:e@f"}}, "a@b; e@f", "c@d", "(null)"},
+        {{{3, "xSMTP:a"}, {3, "smtp:b"}, {3, "SMTP:SMTP:c"}},
+         "(null)",
+         "(null)",
+         "xSMTP:a; smtp:b; SMTP:c"},
+        {{{1, "SMTP:"}, {1, "a"}}, "; a", "(null)", "(null)"},
+        {{{1, {}}, {1, "a"}, {1, {}}}, "a", "(null)", "(null)"},
+        {{{0, "a"}, {4, "b"}}, "(null)", "(null)", "(null)"},
+    };
+    for (const Row& row : rows) {
+        Read({.id = "A", .recipients = row.recipients});
+        EXPECT_EQ(Text(MailField::kTo), row.to);
+        EXPECT_EQ(Text(MailField::kCc), row.cc);
+        EXPECT_EQ(Text(MailField::kBcc), row.bcc);
+    }
+}
+
+TEST_F(MapiRecordTest, WhatIsNotThereIsNothing) {
+    for (const bool hasMessage : {false, true}) {
+        if (hasMessage) Read({.id = "A"});
+        for (int field = -1; field <= 12; ++field) {
+            EXPECT_EQ(Text(static_cast<MailField>(field)), "(null)") << field;
+        }
+    }
+    Read({.id = "A", .subject = ""});
+    EXPECT_EQ(Text(MailField::kSubject), "");
+}
+
+TEST_F(MapiRecordTest, TheStatusDecidesWhatIsStoredAndSent) {
     struct Row {
         std::uint32_t status, flags;
         bool sends;
     };
-    const Row rows[] = {{0x20001, 0, false},    {1, 1, false}, {4, 4, false},
-                        {0x20004, 4, false},    {0, 0, false}, {0x20000, 0x20000, false},
-                        {3, 3, false},          {5, 5, false}, {0x10001, 1, false},
-                        {0x30001, 0, false},    {2, 0, true},  {0x20002, 0, true},
-                        {0x8002, 0x8002, false}};
+    const Row rows[] = {{1, 1, false},      {0x20001, 0, false},    {0x20004, 4, false},
+                        {0, 0, false},      {3, 3, false},          {2, 0, true},
+                        {0x20002, 0, true}, {0x8002, 0x8002, false}};
     for (const Row& row : rows) {
         SCOPED_TRACE(row.status);
         library.calls.clear();
@@ -44,7 +165,7 @@ TEST_F(MapiUpdateTest, TheStatusDecidesWhatIsStoredAndSent) {
     }
 }
 
-TEST_F(MapiUpdateTest, AMailThatCannotBeSentChangesNothingButItsFiles) {
+TEST_F(MapiRecordTest, AMailThatCannotBeSentChangesNothingButItsFiles) {
     library.mailbox[0].tempFiles = 1;
     ASSERT_EQ(mapi.MoveFirst(), 1);
     MapiMessage* const record = NewRecord("out", 2, kFile);
@@ -67,7 +188,7 @@ TEST_F(MapiUpdateTest, AMailThatCannotBeSentChangesNothingButItsFiles) {
 
 // Whatever comes in whatever order: what the library made goes back to it once, with its files, and
 // what a queue owns is left alone.
-TEST_F(MapiUpdateTest, EveryRecordIsFreedOnceByItsOwner) {
+TEST_F(MapiRecordTest, EveryRecordIsFreedOnceByItsOwner) {
     for (ScriptedMail& mail : library.mailbox) mail.tempFiles = 2;
     std::mt19937 random(11);
     std::vector<MapiMessage*> queue;
@@ -144,7 +265,7 @@ TEST_F(MapiUpdateTest, EveryRecordIsFreedOnceByItsOwner) {
     EXPECT_TRUE(machine.files.AllFiles().empty());
 }
 
-TEST_F(MapiUpdateTest, TheCurrentMessageGoesBeforeSessionAndLibrary) {
+TEST_F(MapiRecordTest, TheCurrentMessageGoesBeforeSessionAndLibrary) {
     ASSERT_EQ(mapi.MoveFirst(), 1);
     EXPECT_EQ(mapi.LoadMapiLibrary("C:\\Eudora"), 1) << "as a second translator does";
     EXPECT_EQ(Current(), "A");
@@ -168,7 +289,7 @@ TEST_F(MapiUpdateTest, TheCurrentMessageGoesBeforeSessionAndLibrary) {
     EXPECT_TRUE(library.calls.empty()) << "destruction calls no library";
 }
 
-TEST_F(MapiUpdateTest, WithoutALibraryEverythingFails) {
+TEST_F(MapiRecordTest, WithoutALibraryEverythingFails) {
     CMapi none(machine.system);
     MapiMessage* const record = NewRecord("out", 2);
     int (CMapi::*const operations[])() = {&CMapi::MoveFirst, &CMapi::MoveNext,
@@ -181,7 +302,7 @@ TEST_F(MapiUpdateTest, WithoutALibraryEverythingFails) {
     EXPECT_EQ(none.FreeMessage(record), 1);
 }
 
-TEST_F(MapiUpdateTest, DeletingLeavesIdAndMessage) {
+TEST_F(MapiRecordTest, DeletingLeavesIdAndMessage) {
     ASSERT_EQ(mapi.GoToEmail("B"), 1);
     for (const std::uint32_t code : {0U, 2U, 6U}) {
         library.results[Entry::kDeleteMail] = {code};
@@ -194,7 +315,7 @@ TEST_F(MapiUpdateTest, DeletingLeavesIdAndMessage) {
     }
 }
 
-TEST_F(MapiUpdateTest, FreesWhatABuiltRecordHolds) {
+TEST_F(MapiRecordTest, FreesWhatABuiltRecordHolds) {
     MapiMessage* const record = NewRecord("s", 1, kFile);
     for (char** text : {&record->lpszNoteText, &record->lpszMessageType, &record->lpszDateReceived,
                         &record->lpszConversationID}) {
