@@ -8,7 +8,7 @@
 
 #include "addressbook/carried_units.h"
 #include "addressbook/nickname_lines.h"
-#include "platform/os/large_block.h"
+#include "platform/os/program.h"
 
 namespace addressbook {
 

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "eumapi/attachments.h"
-#include "platform/os/charset.h"
 #include "platform/os/code_page.h"
 #include "text/ascii.h"
 #include "text/calendar.h"

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "platform/posix/character_case.h"
-#include "platform/prefix/registry_escape.h"
+#include "platform/prefix/registry_line.h"
 #include "platform/prefix/registry_text.h"
 #include "text/utf.h"
 

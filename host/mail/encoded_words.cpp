@@ -1,6 +1,5 @@
 #include "host/mail/encoded_words.h"
 
-#include "platform/os/charset.h"
 #include "platform/os/code_page.h"
 #include "text/ascii.h"
 #include "text/encoded_words.h"

@@ -3,7 +3,36 @@
 #include <algorithm>
 #include <random>
 
+#include "platform/os/little_endian.h"
+#include "text/ascii.h"
+
 namespace platform {
+
+namespace {
+
+// The path of a name in a folder.
+std::string Inside(const Files& files, std::string_view folder, std::string_view name) {
+    std::string path(folder);
+    if (!path.ends_with(files.Separator())) path += files.Separator();
+    return path.append(name);
+}
+
+// The first `most` bytes, or all if there are fewer. With `isWhole`, kTooLarge if there are more.
+Result<std::string> ReadUpTo(Files& files, std::string_view path, std::uint64_t most, Share share,
+                             bool isWhole) {
+    const auto file = files.Open(path, OpenMode::kRead, share);
+    if (!file) return file.Error();
+    const auto size = (*file)->Size();
+    if (!size) return size.Error();
+    if (isWhole && *size > most) return Failure{ErrorCode::kTooLarge, std::string(path)};
+    std::string content(static_cast<std::size_t>(std::min(*size, most)), '\0');
+    const auto count = (*file)->Read(content);
+    if (!count) return count.Error();
+    content.resize(*count);
+    return content;
+}
+
+}  // namespace
 
 Result<std::size_t> File::ReadAt(std::uint64_t offset, std::span<char> buffer) {
     const auto at = Seek(static_cast<std::int64_t>(offset), SeekFrom::kBegin);
@@ -21,14 +50,25 @@ bool Files::IsFree(std::string_view path) {
     return !info && info.Error().code == ErrorCode::kNotFound;
 }
 
+Result<std::string> Files::CreateTempFile(std::string_view folder, std::string_view prefix) {
+    constexpr unsigned kNumbers = 0x10000;
+    const std::string base = Inside(*this, folder, prefix.substr(0, 3));
+    const unsigned first = std::random_device()();
+    for (unsigned i = 0;; ++i) {
+        std::string path = base + text::Hex(LittleEndianBytes(first + i, 2)) + ".tmp";
+        const auto file = Open(path, OpenMode::kCreateNew, Share::kNone);
+        if (file) return path;
+        if (file.Error().code != ErrorCode::kAlreadyExists || i == kNumbers) return file.Error();
+    }
+}
+
 Result<std::string> Files::CreateTempFolder(std::string_view folder, std::string_view prefix) {
     std::random_device random;
     for (;;) {
-        std::string path(folder);
-        if (!path.ends_with(Separator())) path += Separator();
-        path += prefix;
-        for (int i = 0; i < 16; ++i) path += "0123456789abcdef"[random() % 16];
-        auto status = CreatePrivateFolder(path);
+        const auto number = std::uint64_t{random()} << 32 | random();
+        std::string path = Inside(*this, folder, prefix);
+        path += text::Lowered(text::Hex(LittleEndianBytes(number, 8)));
+        const auto status = CreatePrivateFolder(path);
         if (status) return path;
         if (status.Error().code != ErrorCode::kAlreadyExists) return status.Error();
     }
@@ -42,39 +82,13 @@ bool LiesIn(Files& files, std::string_view path, std::string_view folder) {
     return real->size() > root->size() && real->starts_with(*root);
 }
 
-namespace {
-
-Result<std::string> ReadOpened(File& file, std::uint64_t size) {
-    std::string content(static_cast<std::size_t>(size), '\0');
-    std::size_t filled = 0;
-    while (filled < content.size()) {
-        auto count = file.Read(std::span(content).subspan(filled));
-        if (!count) return count.Error();
-        if (*count == 0) break;
-        filled += *count;
-    }
-    content.resize(filled);
-    return content;
-}
-
-}  // namespace
-
 Result<std::string> ReadWhole(Files& files, std::string_view path, std::uint64_t limit,
                               Share share) {
-    auto file = files.Open(path, OpenMode::kRead, share);
-    if (!file) return file.Error();
-    auto size = (*file)->Size();
-    if (!size) return size.Error();
-    if (*size > limit) return Failure{ErrorCode::kTooLarge, std::string(path)};
-    return ReadOpened(**file, *size);
+    return ReadUpTo(files, path, limit, share, true);
 }
 
 Result<std::string> ReadFront(Files& files, std::string_view path, std::uint64_t most) {
-    auto file = files.Open(path, OpenMode::kRead, Share::kRead);
-    if (!file) return file.Error();
-    auto size = (*file)->Size();
-    if (!size) return size.Error();
-    return ReadOpened(**file, std::min(*size, most));
+    return ReadUpTo(files, path, most, Share::kRead, false);
 }
 
 Status CopyInto(Files& files, std::string_view from, std::string_view to) {

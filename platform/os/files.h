@@ -110,10 +110,6 @@ class Files {
     virtual Result<std::string> ShortPath(std::string_view path);
     // The system's folder for temporary files, ending in a separator.
     virtual Result<std::string> TempFolder() = 0;
-    // Makes an empty file with a new name in `folder`: the first three letters of `prefix`, hex
-    // digits, ".tmp". Gives its path.
-    virtual Result<std::string> CreateTempFile(std::string_view folder,
-                                               std::string_view prefix) = 0;
     // How many bytes the user may still write where `folder` lies. kNotSupported if nobody tells.
     virtual Result<std::uint64_t> FreeSpace(std::string_view folder) {
         return Failure{ErrorCode::kNotSupported, std::string(folder)};
@@ -124,8 +120,11 @@ class Files {
     bool Exists(std::string_view path) { return static_cast<bool>(Stat(path)); }
     // Whether nothing has that name, not even a link that leads nowhere. False when in doubt.
     virtual bool IsFree(std::string_view path);
-    // Makes a private folder with a new name that nobody can guess: the prefix and random letters.
-    // Gives its path.
+    // Both give the path of something new in `folder`, which ends in a separator if its last
+    // character has a second byte; prefixes are ASCII.
+    // An empty file: the first three letters of `prefix`, four hex digits, ".tmp".
+    Result<std::string> CreateTempFile(std::string_view folder, std::string_view prefix);
+    // A private folder with a name that nobody can guess: the prefix and random letters.
     Result<std::string> CreateTempFolder(std::string_view folder, std::string_view prefix);
 };
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,7 +13,7 @@
 
 namespace platform {
 
-// What a program asks of the system about itself, on either side of NativeSystem: paths are native
+// What a program asks of the system for itself, on either side of NativeSystem: paths are native
 // ones, and all texts are UTF-8.
 
 // Loads a code library of the machine itself, without the prefix.
@@ -38,5 +40,16 @@ bool IsOwnFolder(const std::string& path);
 
 // A number of this process that no other running process has.
 unsigned long ProcessNumber();
+
+struct FreeBlock {
+    void operator()(char* block) const { std::free(block); }
+};
+
+// Memory for the content of a large file, not filled. The first touch of a page costs about as
+// much as reading a file into it, so where the system has larger pages it is asked for them.
+using LargeBlock = std::unique_ptr<char[], FreeBlock>;
+
+// Throws std::bad_alloc. `size` may be 0.
+LargeBlock AllocateBlock(std::size_t size);
 
 }  // namespace platform

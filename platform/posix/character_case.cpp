@@ -8,7 +8,9 @@
 #include <string>
 #include <type_traits>
 
+#include "platform/os/code_page.h"
 #include "platform/os/name_pattern.h"
+#include "text/ascii.h"
 #include "text/utf.h"
 
 namespace platform::posix {
@@ -24,6 +26,11 @@ locale_t Unicode() {
     static const std::unique_ptr<std::remove_pointer_t<locale_t>, FreeLocale> unicode(
         newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr));
     return unicode.get();
+}
+
+char32_t Mapped(char32_t character, wint_t (*map)(wint_t, locale_t)) {
+    if (Unicode() == nullptr || character == text::kNoCharacter) return character;
+    return static_cast<char32_t>(map(static_cast<wint_t>(character), Unicode()));
 }
 
 std::u32string Folded(std::string_view text) {
@@ -46,19 +53,8 @@ bool EqualFolded(std::string_view a, std::string_view b) {
 }  // namespace
 
 char32_t FoldCase(char32_t character) {
-    if (character < 0x80) {
-        return character >= 'A' && character <= 'Z' ? character - 'A' + 'a' : character;
-    }
-    if (Unicode() == nullptr || character == text::kNoCharacter) return character;
-    return static_cast<char32_t>(towlower_l(static_cast<wint_t>(character), Unicode()));
-}
-
-char32_t RaiseCase(char32_t character) {
-    if (character < 0x80) {
-        return character >= 'a' && character <= 'z' ? character - 'a' + 'A' : character;
-    }
-    if (Unicode() == nullptr || character == text::kNoCharacter) return character;
-    return static_cast<char32_t>(towupper_l(static_cast<wint_t>(character), Unicode()));
+    return character < 0x80 ? static_cast<char32_t>(text::Lower(static_cast<char>(character)))
+                            : Mapped(character, towlower_l);
 }
 
 bool MatchesPattern(std::string_view name, std::string_view pattern) {
@@ -69,3 +65,12 @@ bool MatchesPattern(std::string_view name, std::string_view pattern) {
 }
 
 }  // namespace platform::posix
+
+namespace platform {
+
+char32_t RaiseCase(char32_t character) {
+    return character < 0x80 ? static_cast<char32_t>(text::Upper(static_cast<char>(character)))
+                            : posix::Mapped(character, towupper_l);
+}
+
+}  // namespace platform

@@ -1,85 +1,131 @@
-#include "platform/posix/native_files.h"
-
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <sys/xattr.h>
 
-#include <atomic>
+#include <algorithm>
 #include <climits>
-#include <cstdio>
 #include <cstdlib>
+#include <vector>
 
 #include "platform/os/system.h"
 #include "platform/posix/character_case.h"
-#include "platform/posix/claimed_file.h"
-#include "platform/posix/placement.h"
+#include "platform/posix/open_file.h"
 
 namespace platform::posix {
 
 namespace {
 
-class NativeFile : public File {
-  public:
-    NativeFile(std::string_view path, OpenMode mode) : m_path(path), m_mode(mode) {}
+std::string FolderOf(const std::string& path) {
+    const auto slash = path.rfind('/');
+    if (slash == std::string::npos) return ".";
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
 
-    void Take(FileHandle handle) { m_handle = std::move(handle); }
+// A rename is on the disk only when the folder is.
+Status FlushFolder(const std::string& folder) {
+    const FileHandle handle(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    // Some file systems cannot flush a folder, and need not.
+    if (handle && (fsync(handle.Get()) == 0 || errno == EINVAL)) return {};
+    return FromErrno(errno, folder);
+}
 
-    Result<std::size_t> Read(std::span<char> buffer) override {
-        return MoveBytes(buffer.size(), m_path, [&](std::size_t done, std::size_t left) {
-            return read(m_handle.Get(), buffer.data() + done, left);
+// A copy under way: both files, and the names for failures.
+struct Copying {
+    int from, to;
+    const std::string &fromPath, &toPath;
+};
+
+// Copies what lies between two places by reading and writing.
+Status CopyByHand(const Copying& copy, off_t begin, off_t end) {
+    std::vector<char> buffer(1 << 16);
+    while (begin < end) {
+        const auto piece = static_cast<std::size_t>(std::min<off_t>(end - begin, off_t{1} << 16));
+        const auto count = MoveBytes(piece, copy.fromPath, [&](std::size_t done, std::size_t left) {
+            return pread(copy.from, buffer.data() + done, left, begin + static_cast<off_t>(done));
         });
-    }
-
-    Result<std::size_t> ReadAt(std::uint64_t offset, std::span<char> buffer) override {
-        return MoveBytes(buffer.size(), m_path, [&](std::size_t done, std::size_t left) {
-            return pread(m_handle.Get(), buffer.data() + done, left,
-                         static_cast<off_t>(offset + done));
-        });
-    }
-
-    Status Write(std::string_view bytes) override {
-        if (m_mode == OpenMode::kRead) return FromErrno(EACCES, m_path);
+        if (!count) return count.Error();
+        // Somebody cut the file meanwhile.
+        if (*count == 0) return Checked(ftruncate(copy.to, begin), copy.toPath);
         const auto written =
-            MoveBytes(bytes.size(), m_path, [&](std::size_t done, std::size_t left) {
-                return write(m_handle.Get(), bytes.data() + done, left);
+            MoveBytes(*count, copy.toPath, [&](std::size_t done, std::size_t left) {
+                return pwrite(copy.to, buffer.data() + done, left,
+                              begin + static_cast<off_t>(done));
             });
         if (!written) return written.Error();
-        return *written == bytes.size() ? Status() : FromErrno(ENOSPC, m_path);
+        begin += static_cast<off_t>(*written);
     }
+    return {};
+}
 
-    Result<std::uint64_t> Seek(std::int64_t offset, SeekFrom from) override {
-        const int whence = from == SeekFrom::kBegin     ? SEEK_SET
-                           : from == SeekFrom::kCurrent ? SEEK_CUR
-                                                        : SEEK_END;
-        const auto position = lseek(m_handle.Get(), offset, whence);
-        if (position < 0) return FromErrno(errno, m_path);
-        return static_cast<std::uint64_t>(position);
+// Lets the kernel copy as far as it can. Where it stops, reading and writing tell which of the two
+// files is in the way, if any is.
+Status CopyRange(const Copying& copy, off_t begin, off_t end) {
+    off_t from = begin, to = begin;
+    while (from < end) {
+        const auto count = copy_file_range(copy.from, &from, copy.to, &to,
+                                           static_cast<std::size_t>(end - from), 0);
+        if (count == 0 || (count < 0 && errno != EINTR)) return CopyByHand(copy, from, end);
     }
+    return {};
+}
 
-    Result<std::uint64_t> Size() override {
-        struct stat info;
-        if (fstat(m_handle.Get(), &info) != 0) return FromErrno(errno, m_path);
-        return static_cast<std::uint64_t>(info.st_size);
+// Copies the `size` bytes that the file had when it was opened. Holes stay holes where the file
+// system tells them; where it does not, all is one piece.
+Status CopyContent(const Copying& copy, off_t size) {
+    if (ioctl(copy.to, FICLONE, copy.from) == 0) return {};
+    if (ftruncate(copy.to, size) != 0) return FromErrno(errno, copy.toPath);
+    for (off_t at = 0; at < size;) {
+        const off_t data = lseek(copy.from, at, SEEK_DATA);
+        if (data < 0 && errno == ENXIO) return {};
+        const off_t begin = data < 0 ? at : data, hole = lseek(copy.from, begin, SEEK_HOLE);
+        const off_t end = hole < 0 ? size : std::min(hole, size);
+        if (auto status = CopyRange(copy, begin, end); !status) return status;
+        at = end;
     }
+    return {};
+}
 
-    Status Truncate(std::uint64_t size) override {
-        if (m_mode == OpenMode::kRead) return FromErrno(EACCES, m_path);
-        return Checked(ftruncate(m_handle.Get(), static_cast<off_t>(size)), m_path);
+// Access lists and the like; what the file system or the user may not set stays away.
+void CopyAttributes(int from, int to) {
+    std::vector<char> names(65536), value(65536);
+    const auto length = flistxattr(from, names.data(), names.size());
+    for (ssize_t i = 0; i < length;) {
+        const std::string name = &names[static_cast<std::size_t>(i)];
+        const auto size = fgetxattr(from, name.c_str(), value.data(), value.size());
+        if (size >= 0) {
+            (void)fsetxattr(to, name.c_str(), value.data(), static_cast<std::size_t>(size), 0);
+        }
+        i += static_cast<ssize_t>(name.size()) + 1;
     }
+}
 
-    Status Flush() override { return Checked(fsync(m_handle.Get()), m_path); }
-
-    Status Close() override {
-        const int result = close(m_handle.Release());
-        return Checked(errno == EINTR ? 0 : result, m_path);
+// The permissions of `info` for an open file. Changing the owner can clear bits and is not
+// everybody's right, so it comes first and may fail.
+Status SetPermissions(int file, const struct stat& info, const std::string& path) {
+    if (fchown(file, info.st_uid, info.st_gid) != 0 &&
+        fchown(file, static_cast<uid_t>(-1), info.st_gid) != 0 && errno != EPERM) {
+        return FromErrno(errno, path);
     }
+    return Checked(fchmod(file, info.st_mode & 07777), path);
+}
 
-  private:
-    FileHandle m_handle;
-    std::string m_path;
-    OpenMode m_mode;
-};
+// A name that leads to a file through links stands for that file: the links stay.
+std::string Resolved(const std::string& path) {
+    char buffer[PATH_MAX];
+    return realpath(path.c_str(), buffer) != nullptr ? buffer : path;
+}
+
+Status RenameFile(const std::string& from, const std::string& to) {
+    if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return {};
+    if (errno != EINVAL && errno != ENOSYS) return FromErrno(errno, errno == EEXIST ? to : from);
+    // Without that flag a second link refuses an existing name just as well.
+    if (link(from.c_str(), to.c_str()) != 0) return FromErrno(errno, to);
+    return Checked(unlink(from.c_str()), from);
+}
 
 struct FolderCloser {
     void operator()(DIR* folder) const { closedir(folder); }
@@ -89,12 +135,6 @@ bool IsFolder(DIR* folder, const dirent& entry) {
     if (entry.d_type != DT_UNKNOWN && entry.d_type != DT_LNK) return entry.d_type == DT_DIR;
     struct stat info;
     return fstatat(dirfd(folder), entry.d_name, &info, 0) == 0 && S_ISDIR(info.st_mode);
-}
-
-std::string WithSeparator(std::string_view folder) {
-    std::string path(folder);
-    if (path.empty() || path.back() != '/') path += '/';
-    return path;
 }
 
 // The machine's file system under UTF-8 paths. Names that are no UTF-8 are listed as they are.
@@ -146,17 +186,61 @@ class NativePosixFiles : public Files {
         return Checked(unlink(name.c_str()), path);
     }
 
-    Status Copy(std::string_view from, std::string_view to) override {
-        return CopyFile(std::string(from), std::string(to));
+    Status Copy(std::string_view fromPath, std::string_view toPath) override {
+        const std::string from(fromPath), to(toPath);
+        auto source = OpenClaimed(from, OpenMode::kRead, Share::kReadWrite);
+        if (!source) return source.Error();
+        struct stat info;
+        if (fstat(source->Get(), &info) != 0) return FromErrno(errno, from);
+        // A folder opens like a file, and looks like one hole.
+        if (S_ISDIR(info.st_mode)) return FromErrno(EISDIR, from);
+        auto target = OpenClaimed(to, OpenMode::kCreateNew, Share::kNone);
+        if (!target) return target.Error();
+        // Nobody reads a copy who could not read the original.
+        (void)fchmod(target->Get(), 0600);
+        Status status = CopyContent({source->Get(), target->Get(), from, to}, info.st_size);
+        if (!status) {
+            (void)unlink(to.c_str());
+            return status;
+        }
+        const struct timespec times[] = {info.st_atim, info.st_mtim};
+        (void)fchmod(target->Get(), NewMode(info.st_mode & 0777));
+        (void)futimens(target->Get(), times);
+        return {};
     }
-    Status Move(std::string_view from, std::string_view to) override {
-        return MoveFile(std::string(from), std::string(to));
+
+    Status Move(std::string_view fromPath, std::string_view toPath) override {
+        const std::string from(fromPath), to(toPath);
+        FileHandle claim;
+        if (auto status = ClaimForRemoval(from, claim); !status) return status;
+        if (auto status = RenameFile(from, to); !status) return status;
+        if (auto status = FlushFolder(FolderOf(to)); !status) return status;
+        if (FolderOf(from) == FolderOf(to)) return {};
+        return FlushFolder(FolderOf(from));
     }
+
     Status MoveLazily(std::string_view from, std::string_view to) override {
         return RenameFile(std::string(from), std::string(to));
     }
-    Status Replace(std::string_view from, std::string_view to) override {
-        return ReplaceFile(std::string(from), std::string(to));
+    Status Replace(std::string_view fromPath, std::string_view toPath) override {
+        const std::string from(fromPath), to(toPath);
+        const auto target = OpenClaimed(to, OpenMode::kReadWrite, Share::kNone);
+        if (!target) return target.Error();
+        const auto source = OpenClaimed(from, OpenMode::kRead, Share::kNone);
+        if (!source) return source.Error();
+        struct stat oldInfo, newInfo;
+        if (fstat(target->Get(), &oldInfo) != 0) return FromErrno(errno, to);
+        if (fstat(source->Get(), &newInfo) != 0) return FromErrno(errno, from);
+        const std::string resolved = Resolved(to);
+        CopyAttributes(target->Get(), source->Get());
+        Status status = SetPermissions(source->Get(), oldInfo, from);
+        if (status) status = Checked(fsync(source->Get()), from);
+        if (status) status = Checked(rename(from.c_str(), resolved.c_str()), to);
+        if (!status) {
+            (void)SetPermissions(source->Get(), newInfo, from);
+            return status;
+        }
+        return FlushFolder(FolderOf(resolved));
     }
 
     Status Settle(std::string_view folder) override {
@@ -195,43 +279,14 @@ class NativePosixFiles : public Files {
 
     Result<std::string> TempFolder() override {
         const char* folder = std::getenv("TMPDIR");
-        return WithSeparator(folder != nullptr && folder[0] != '\0' ? folder : "/tmp");
-    }
-
-    Result<std::string> CreateTempFile(std::string_view folder, std::string_view prefix) override {
-        return CreateNumberedFile(*this, WithSeparator(folder) + std::string(prefix.substr(0, 3)));
+        std::string path = folder != nullptr && folder[0] != '\0' ? folder : "/tmp";
+        return path.ends_with('/') ? path : path + '/';
     }
 
     char Separator() const override { return '/'; }
 };
 
 }  // namespace
-
-// Memory comes first: a file that was made must not stay behind for want of it.
-Result<std::unique_ptr<File>> OpenNativeFile(const std::string& path, std::string_view name,
-                                             OpenMode mode, Share share) {
-    auto file = std::make_unique<NativeFile>(name, mode);
-    auto handle = OpenClaimed(path, mode, share);
-    if (!handle) return handle.Error();
-    file->Take(*std::move(handle));
-    return std::unique_ptr<File>(std::move(file));
-}
-
-Result<std::string> CreateNumberedFile(Files& files, const std::string& base) {
-    static std::atomic<unsigned> next(
-        static_cast<unsigned>(getpid()) * 257u +
-        static_cast<unsigned>(std::chrono::system_clock::now().time_since_epoch().count() >> 20));
-    constexpr int kNumbers = 0x10000;
-    for (int i = 0; i < kNumbers; ++i) {
-        char number[16];
-        std::snprintf(number, sizeof number, "%04X.tmp", next++ & 0xFFFFu);
-        std::string path = base + number;
-        auto file = files.Open(path, OpenMode::kCreateNew, Share::kNone);
-        if (file) return path;
-        if (file.Error().code != ErrorCode::kAlreadyExists) return file.Error();
-    }
-    return Failure{ErrorCode::kAlreadyExists, base};
-}
 
 }  // namespace platform::posix
 

@@ -1,14 +1,16 @@
 #include "platform/os/program.h"
 
 #include <dlfcn.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <new>
 
-#include "platform/posix/shared_object.h"
+#include "platform/posix/system_call.h"
 
 namespace platform {
 
@@ -79,6 +81,17 @@ bool IsOwnFolder(const std::string& path) {
 
 unsigned long ProcessNumber() {
     return static_cast<unsigned long>(getpid());
+}
+
+LargeBlock AllocateBlock(std::size_t size) {
+    constexpr std::size_t kLargePage = 2 << 20;  // bytes
+    const bool isLarge = size >= 2 * kLargePage;
+    const std::size_t whole = isLarge ? (size + kLargePage - 1) & ~(kLargePage - 1) : size;
+    void* const block = isLarge ? std::aligned_alloc(kLargePage, whole) : std::malloc(whole | 1);
+    if (block == nullptr) throw std::bad_alloc();
+    // Advice: without larger pages the block is as good, and slower.
+    if (isLarge) (void)madvise(block, whole, MADV_HUGEPAGE);
+    return LargeBlock(static_cast<char*>(block));
 }
 
 }  // namespace platform

@@ -3,9 +3,11 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <memory>
 #include <string_view>
 #include <utility>
 
+#include "platform/os/libraries.h"
 #include "platform/os/result.h"
 
 namespace platform::posix {
@@ -53,5 +55,8 @@ Result<std::size_t> MoveBytes(std::size_t size, std::string_view context, const 
     }
     return done;
 }
+
+// Null if it cannot be loaded; dlerror tells why.
+std::unique_ptr<Library> LoadSharedObject(const std::string& file);
 
 }  // namespace platform::posix

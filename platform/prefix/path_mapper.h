@@ -32,7 +32,6 @@ class PathMapper {
     std::optional<std::string> WindowsPath(const std::string& nativePath) const;
 
     unsigned CodePage() const { return m_codePage; }
-    const std::string& Prefix() const { return m_prefix; }
 
   private:
     std::string m_prefix;

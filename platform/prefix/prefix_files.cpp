@@ -1,9 +1,9 @@
 #include <filesystem>
+#include <functional>
 
 #include "platform/os/code_page.h"
-#include "platform/posix/native_files.h"
-#include "platform/prefix/prefix_parts.h"
-#include "text/double_byte.h"
+#include "platform/posix/open_file.h"
+#include "platform/prefix/prefix_system.h"
 #include "text/path.h"
 
 namespace platform::prefix {
@@ -21,19 +21,17 @@ class PrefixFiles : public Files {
         : m_mapper(mapper), m_registry(registry) {}
 
     Result<std::unique_ptr<File>> Open(std::string_view path, OpenMode mode, Share share) override {
-        return At(path, [&](std::string_view native) {
+        return At(path, [&](Files&, std::string_view native) {
             return posix::OpenNativeFile(std::string(native), path, mode, share);
         });
     }
 
-    Result<FileInfo> Stat(std::string_view path) override {
-        return At(path, [&](std::string_view native) { return NativeFiles().Stat(native); });
-    }
+    Result<FileInfo> Stat(std::string_view path) override { return At(path, &Files::Stat); }
 
     Result<std::vector<FolderEntry>> List(std::string_view folder,
                                           std::string_view pattern) override {
-        auto entries = At(folder, [&](std::string_view native) {
-            return NativeFiles().List(native, ToUtf8(pattern, m_mapper.CodePage()));
+        auto entries = At(folder, [&](Files& files, std::string_view native) {
+            return files.List(native, ToUtf8(pattern, m_mapper.CodePage()));
         });
         if (!entries) return entries;
         std::erase_if(*entries,
@@ -43,22 +41,20 @@ class PrefixFiles : public Files {
     }
 
     Status Delete(std::string_view path) override {
-        return At(path, [&](std::string_view native) -> Status {
+        return At(path, [](Files& files, std::string_view native) -> Status {
             // A file with the read-only attribute cannot be deleted on Windows. A link can,
             // wherever it leads.
             std::error_code ignored;
-            const auto info = NativeFiles().Stat(native);
+            const auto info = files.Stat(native);
             if (info && (info->isFolder || info->isReadOnly) &&
                 !std::filesystem::is_symlink(native, ignored)) {
                 return Failure{ErrorCode::kAccessDenied, {}};
             }
-            return NativeFiles().Delete(native);
+            return files.Delete(native);
         });
     }
 
-    Status DeleteEvenReadOnly(std::string_view path) override {
-        return At(path, [&](std::string_view native) { return NativeFiles().Delete(native); });
-    }
+    Status DeleteEvenReadOnly(std::string_view path) override { return At(path, &Files::Delete); }
 
     Status Copy(std::string_view from, std::string_view to) override {
         return Between(from, to, [&](const MappedPath& source, const MappedPath& target) {
@@ -82,24 +78,13 @@ class PrefixFiles : public Files {
         });
     }
 
-    Status CreateFolder(std::string_view path) override {
-        return At(path,
-                  [&](std::string_view native) { return NativeFiles().CreateFolder(native); });
-    }
-
+    Status CreateFolder(std::string_view path) override { return At(path, &Files::CreateFolder); }
     Status CreatePrivateFolder(std::string_view path) override {
-        return At(path, [&](std::string_view native) {
-            return NativeFiles().CreatePrivateFolder(native);
-        });
+        return At(path, &Files::CreatePrivateFolder);
     }
-
-    Status RemoveFolder(std::string_view path) override {
-        return At(path,
-                  [&](std::string_view native) { return NativeFiles().RemoveFolder(native); });
-    }
-
+    Status RemoveFolder(std::string_view path) override { return At(path, &Files::RemoveFolder); }
     Result<std::string> RealPath(std::string_view path) override {
-        return At(path, [&](std::string_view native) { return NativeFiles().RealPath(native); });
+        return At(path, &Files::RealPath);
     }
 
     bool IsFree(std::string_view path) override {
@@ -125,21 +110,16 @@ class PrefixFiles : public Files {
         return folder + '\\';
     }
 
-    Result<std::string> CreateTempFile(std::string_view folder, std::string_view prefix) override {
-        std::string base = text::WithSeparator(std::string(folder), m_mapper.CodePage());
-        base += prefix.substr(0, text::WholeCharacterPrefix(prefix, 3, m_mapper.CodePage()));
-        return posix::CreateNumberedFile(*this, base);
-    }
-
     char Separator() const override { return '\\'; }
 
   private:
     // Does an operation at the place of a Windows path, which a failure names.
     template <class Operation>
-    auto At(std::string_view path, const Operation& operation) const -> decltype(operation(path)) {
+    auto At(std::string_view path, const Operation& operation) const
+        -> decltype(std::invoke(operation, NativeFiles(), path)) {
         const auto mapped = m_mapper.Map(path);
         if (!mapped) return mapped.Error();
-        auto result = operation(mapped->path);
+        auto result = std::invoke(operation, NativeFiles(), mapped->path);
         if (!result) return Named(result.Error(), path);
         return result;
     }

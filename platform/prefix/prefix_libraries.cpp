@@ -4,9 +4,9 @@
 
 #include "platform/os/code_page.h"
 #include "platform/os/system.h"
-#include "platform/posix/shared_object.h"
+#include "platform/posix/system_call.h"
 #include "platform/prefix/pe_strings.h"
-#include "platform/prefix/prefix_parts.h"
+#include "platform/prefix/prefix_system.h"
 #include "text/ascii.h"
 #include "text/double_byte.h"
 #include "text/path.h"

@@ -1,14 +1,14 @@
 #include <fcntl.h>
 #include <sys/file.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <map>
 
+#include "platform/os/code_page.h"
 #include "platform/os/little_endian.h"
 #include "platform/os/safe_write.h"
 #include "platform/posix/system_call.h"
-#include "platform/prefix/prefix_parts.h"
+#include "platform/prefix/prefix_system.h"
 #include "platform/prefix/registry_line.h"
 #include "platform/prefix/registry_text.h"
 #include "text/utf.h"
@@ -33,12 +33,6 @@ std::u16string NodeKey(std::string_view text, RegistryRoot root, const std::u16s
     return std::u16string(kSoftware).append(kNode).append(u"\\").append(rest);
 }
 
-std::string FullName(RegistryRoot root, std::string_view key) {
-    const bool isMachine = root == RegistryRoot::kLocalMachine;
-    return std::string(isMachine ? "HKEY_LOCAL_MACHINE\\" : "HKEY_CURRENT_USER\\") +
-           std::string(key);
-}
-
 // Held while a file is read, changed and put in place, so that no change of another program of
 // ours gets lost. The lock is on the folder: the files themselves are exchanged.
 Result<posix::FileHandle> LockFolder(const std::string& folder) {
@@ -55,32 +49,50 @@ class PrefixRegistry : public Registry {
     PrefixRegistry(std::string prefix, Files& native, unsigned codePage)
         : m_prefix(std::move(prefix)), m_native(native), m_codePage(codePage) {}
 
-    Result<std::string> ReadText(RegistryRoot root, std::string_view key,
-                                 std::string_view value) override {
-        const auto data =
-            Find(root, key, value, {RegistryValue::kText, RegistryValue::kExpandText});
-        if (!data) return data.Error();
-        const std::u16string text = text::Utf16FromBytes(*data);
-        return FromUtf16(std::u16string_view(text).substr(0, text.find(u'\0')), m_codePage);
+    Result<RegistryData> Read(RegistryRoot root, std::string_view key,
+                              std::string_view value) override {
+        const auto content = Load(root);
+        if (!content) return content.Error();
+        const std::string_view text = (*content)->text;
+        const std::u16string wideKey = ToUtf16(key, m_codePage);
+        const std::u16string wideName = ToUtf16(value, m_codePage);
+        const std::u16string node = NodeKey(text, root, wideKey);
+        auto found = FindValue(text, node, wideName);
+        if (!found && node != wideKey) found = FindValue(text, wideKey, wideName);
+        const auto [type, data] = found.value_or(RegistryValue());
+        if (type == RegistryValue::kText || type == RegistryValue::kExpandText) {
+            const std::u16string wide = text::Utf16FromBytes(data);
+            return RegistryData(FromUtf16(wide.substr(0, wide.find(u'\0')), m_codePage));
+        }
+        if (type == RegistryValue::kNumber && data.size() == 4) {
+            return RegistryData(static_cast<std::uint32_t>(LittleEndian(data)));
+        }
+        const bool isMachine = root == RegistryRoot::kLocalMachine;
+        std::string name = isMachine ? "HKEY_LOCAL_MACHINE\\" : "HKEY_CURRENT_USER\\";
+        return Failure{ErrorCode::kNotFound, name.append(key)};
     }
 
-    Result<std::uint32_t> ReadNumber(RegistryRoot root, std::string_view key,
-                                     std::string_view value) override {
-        const auto data = Find(root, key, value, {RegistryValue::kNumber});
-        if (!data) return data.Error();
-        if (data->size() != 4) return Failure{ErrorCode::kNotFound, FullName(root, key)};
-        return static_cast<std::uint32_t>(LittleEndian(*data));
-    }
-
-    Status WriteText(RegistryRoot root, std::string_view key, std::string_view value,
-                     std::string_view text) override {
-        return Store(root, key, value, RegistryValue::kText,
-                     text::BytesFromUtf16(ToUtf16(text, m_codePage)));
-    }
-
-    Status WriteNumber(RegistryRoot root, std::string_view key, std::string_view value,
-                       std::uint32_t number) override {
-        return Store(root, key, value, RegistryValue::kNumber, LittleEndianBytes(number, 4));
+    Status Write(RegistryRoot root, std::string_view key, std::string_view value,
+                 const RegistryData& data) override {
+        const auto lock = LockFolder(m_prefix);
+        if (!lock) return lock.Error();
+        const auto content = Load(root);
+        std::string text;
+        if (content) {
+            text = (*content)->text;
+        } else if (content.Error().code == ErrorCode::kNotFound) {
+            const auto machine = Load(RegistryRoot::kLocalMachine);
+            text = EmptyRegistry(root == RegistryRoot::kLocalMachine,
+                                 machine && Is64Bit((*machine)->text));
+        } else {
+            return content.Error();
+        }
+        const std::string changed =
+            WithValue(text, NodeKey(text, root, ToUtf16(key, m_codePage)),
+                      ToUtf16(value, m_codePage), ValueOf(data), std::chrono::system_clock::now());
+        if (content && changed == text) return {};
+        m_contents[root].isRead = false;
+        return WriteWhole(m_native, PathOf(root), changed);
     }
 
   private:
@@ -109,43 +121,11 @@ class PrefixRegistry : public Registry {
         return &content;
     }
 
-    // The bytes of a value of one of those types.
-    Result<std::string> Find(RegistryRoot root, std::string_view key, std::string_view value,
-                             std::initializer_list<unsigned> types) {
-        const auto content = Load(root);
-        if (!content) return content.Error();
-        const std::string_view text = (*content)->text;
-        const std::u16string wideKey = ToUtf16(key, m_codePage), name = ToUtf16(value, m_codePage);
-        const std::u16string node = NodeKey(text, root, wideKey);
-        auto found = FindValue(text, node, name);
-        if (!found && node != wideKey) found = FindValue(text, wideKey, name);
-        if (!found || std::find(types.begin(), types.end(), found->type) == types.end()) {
-            return Failure{ErrorCode::kNotFound, FullName(root, key)};
+    RegistryValue ValueOf(const RegistryData& data) const {
+        if (const auto* text = std::get_if<std::string>(&data)) {
+            return {RegistryValue::kText, text::BytesFromUtf16(ToUtf16(*text, m_codePage))};
         }
-        return std::move(found->data);
-    }
-
-    Status Store(RegistryRoot root, std::string_view key, std::string_view value, unsigned type,
-                 std::string data) {
-        const auto lock = LockFolder(m_prefix);
-        if (!lock) return lock.Error();
-        const auto content = Load(root);
-        std::string text;
-        if (content) {
-            text = (*content)->text;
-        } else if (content.Error().code == ErrorCode::kNotFound) {
-            const auto machine = Load(RegistryRoot::kLocalMachine);
-            text = EmptyRegistry(root == RegistryRoot::kLocalMachine,
-                                 machine && Is64Bit((*machine)->text));
-        } else {
-            return content.Error();
-        }
-        const std::string changed = WithValue(text, NodeKey(text, root, ToUtf16(key, m_codePage)),
-                                              ToUtf16(value, m_codePage), {type, std::move(data)},
-                                              std::chrono::system_clock::now());
-        if (content && changed == text) return {};
-        m_contents[root].isRead = false;
-        return WriteWhole(m_native, PathOf(root), changed);
+        return {RegistryValue::kNumber, LittleEndianBytes(std::get<std::uint32_t>(data), 4)};
     }
 
     const std::string m_prefix;

@@ -12,7 +12,6 @@
 #include "platform/os/code_page.h"
 #include "platform/os/profile.h"
 #include "platform/os/program.h"
-#include "platform/prefix/prefix_parts.h"
 #include "text/ascii.h"
 
 namespace platform {
@@ -56,12 +55,10 @@ class PrefixProcesses : public Processes {
         const auto majorNumber = m_registry.ReadNumber(root, key, "CurrentMajorVersionNumber");
         const auto minorNumber = m_registry.ReadNumber(root, key, "CurrentMinorVersionNumber");
         if (majorNumber && minorNumber) return SystemVersion{*majorNumber, *minorNumber};
-        const auto text = m_registry.ReadText(root, key, "CurrentVersion");
-        if (!text) return kDefault;
-        const auto dot = text->find('.');
-        if (dot == text->npos) return kDefault;
-        const auto major = text::NumberIn<unsigned>(text->substr(0, dot));
-        const auto minor = text::NumberIn<unsigned>(text->substr(dot + 1));
+        const std::string text = m_registry.ReadText(root, key, "CurrentVersion").ValueOr("");
+        std::string_view rest = text;
+        const auto major = text::NumberIn<unsigned>(text::TakeToken(rest, ".").value_or(""));
+        const auto minor = text::NumberIn<unsigned>(rest);
         return major && minor ? SystemVersion{*major, *minor} : kDefault;
     }
 
@@ -138,32 +135,16 @@ std::string OwnFolder() {
 
 }  // namespace
 
-struct PrefixSystem::Parts {
-    explicit Parts(const std::string& prefix) : mapper(prefix, CodePageOf(prefix)) {}
-
-    const PathMapper mapper;
-    const std::unique_ptr<Registry> registry =
-        MakeRegistry(mapper.Prefix(), NativeFiles(), mapper.CodePage());
-    const std::unique_ptr<Files> files = MakeFiles(mapper, *registry);
-    const std::unique_ptr<Libraries> libraries = MakeLibraries(mapper, OwnFolder());
-    PrefixProcesses processes{*files, *registry};
-    NoWindows windows;
-    HostedDialogs dialogs{mapper.CodePage()};
-    const System system{*files,     *registry, processes,     windows,
-                        *libraries, dialogs,   NativeClock(), mapper.CodePage()};
-};
-
-PrefixSystem::PrefixSystem(const std::string& prefix) : m_parts(std::make_unique<Parts>(prefix)) {}
-
-PrefixSystem::~PrefixSystem() = default;
-
-const System& PrefixSystem::Get() const {
-    return m_parts->system;
-}
-
-const PathMapper& PrefixSystem::Paths() const {
-    return m_parts->mapper;
-}
+PrefixSystem::PrefixSystem(const std::string& prefix)
+    : paths(prefix, CodePageOf(prefix)),
+      m_registry(MakeRegistry(prefix, NativeFiles(), paths.CodePage())),
+      m_files(MakeFiles(paths, *m_registry)),
+      m_libraries(MakeLibraries(paths, OwnFolder())),
+      m_processes(std::make_unique<PrefixProcesses>(*m_files, *m_registry)),
+      m_windows(std::make_unique<NoWindows>()),
+      m_dialogs(std::make_unique<HostedDialogs>(paths.CodePage())),
+      system{*m_files,     *m_registry, *m_processes,  *m_windows,
+             *m_libraries, *m_dialogs,  NativeClock(), paths.CodePage()} {}
 
 }  // namespace prefix
 
@@ -189,15 +170,15 @@ const prefix::PrefixSystem& Native() {
 }  // namespace
 
 const System& NativeSystem() {
-    return Native().Get();
+    return Native().system;
 }
 
 std::optional<std::string> NativePathOf(std::string_view windowsPath) {
-    return Native().Paths().NativePath(windowsPath);
+    return Native().paths.NativePath(windowsPath);
 }
 
 std::optional<std::string> WindowsPathOf(std::string_view nativePath) {
-    return Native().Paths().WindowsPath(std::string(nativePath));
+    return Native().paths.WindowsPath(std::string(nativePath));
 }
 
 }  // namespace platform

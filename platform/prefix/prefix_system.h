@@ -8,6 +8,25 @@
 
 namespace platform::prefix {
 
+// The parts of PrefixSystem that have a file of their own. What they are given outlives them.
+
+// The drives of a Wine prefix under Windows paths in the prefix's code page. Failures name the
+// Windows path. Files whose names Windows could not hold are not listed; a character that the
+// code page lacks is listed as "?". The registry says where the user's temporary folder is.
+std::unique_ptr<Files> MakeFiles(const PathMapper& mapper, Registry& registry);
+
+// The registry of a Wine prefix, in its files system.reg and user.reg, as a 32-bit program sees
+// it: in a prefix of 64 bits the machine's Software keys are looked for under Wow6432Node first,
+// and written there; Software\Classes is common to both. A file that somebody changed is read
+// again. While Wine itself runs, it keeps its own copy and overwrites the files when it ends.
+std::unique_ptr<Registry> MakeRegistry(const std::string& prefix, Files& native, unsigned codePage);
+
+// Libraries for a native process that works on a Wine prefix. Load takes Windows paths, and native
+// ones that begin with a slash; it loads shared objects, and answers whatever path ends in
+// EUMAPI32.DLL with the stand-in libEUMAPI32.so of `ownFolder`, where the companions of this code
+// lie. A library of Windows code gives kNotSupported.
+std::unique_ptr<Libraries> MakeLibraries(const PathMapper& mapper, std::string ownFolder);
+
 // Everything that the module needs, for the Wine prefix in one folder (UTF-8, absolute). Programs
 // of the prefix are never started and their windows not seen. Dialogs are the host's (see
 // SetDialogSource); without it a message goes to standard error and every dialog counts as
@@ -15,14 +34,19 @@ namespace platform::prefix {
 class PrefixSystem {
   public:
     explicit PrefixSystem(const std::string& prefix);
-    ~PrefixSystem();
 
-    const System& Get() const;
-    const PathMapper& Paths() const;
+    const PathMapper paths;
 
   private:
-    struct Parts;
-    std::unique_ptr<Parts> m_parts;
+    const std::unique_ptr<Registry> m_registry;
+    const std::unique_ptr<Files> m_files;
+    const std::unique_ptr<Libraries> m_libraries;
+    const std::unique_ptr<Processes> m_processes;
+    const std::unique_ptr<Windows> m_windows;
+    const std::unique_ptr<Dialogs> m_dialogs;
+
+  public:
+    const System system;
 };
 
 }  // namespace platform::prefix

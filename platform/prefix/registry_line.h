@@ -35,6 +35,12 @@ struct ValueLine {
 // The value that begins at `line`. Data in hex that end in a backslash go on in the next line,
 // whatever that holds. Nothing if the line names no value.
 std::optional<ValueLine> ReadValueLine(std::string_view text, RegistryLine line);
+// Takes a text and the `end` character behind it off `rest`, which begins with the text. Bytes that
+// are not ASCII are read as UTF-8; where they are none they are dropped. Nothing without an end.
+std::optional<std::u16string> TakeEscaped(std::string_view& rest, char end);
+// Writes a value's text, or, with `isKey`, that of a key line: ASCII, with \\, \", \n and the like,
+// and \xNNNN for the UTF-16 units of everything else.
+std::string Escape(std::u16string_view text, bool isKey);
 // The data of a text or a number.
 std::string FormatData(const RegistryValue& value);
 

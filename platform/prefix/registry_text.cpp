@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "platform/prefix/registry_escape.h"
 #include "platform/prefix/registry_line.h"
 
 namespace platform::prefix {

@@ -9,21 +9,10 @@ namespace platform::testing {
 
 namespace {
 
-class LoadCount {
-  public:
-    explicit LoadCount(int& count) : m_count(count) { ++m_count; }
-    LoadCount(const LoadCount&) = delete;
-    LoadCount& operator=(const LoadCount&) = delete;
-    ~LoadCount() { --m_count; }
-
-  private:
-    int& m_count;
-};
-
 class FakeLibrary : public Library {
   public:
-    FakeLibrary(std::map<std::string, void*> symbols, int& count, std::set<Library*>& live)
-        : m_symbols(std::move(symbols)), m_count(count), m_live(live) {
+    FakeLibrary(std::map<std::string, void*> symbols, std::set<Library*>& live)
+        : m_symbols(std::move(symbols)), m_live(live) {
         m_live.insert(this);
     }
     FakeLibrary(const FakeLibrary&) = delete;
@@ -36,14 +25,13 @@ class FakeLibrary : public Library {
 
   private:
     std::map<std::string, void*> m_symbols;
-    LoadCount m_count;
     std::set<Library*>& m_live;
 };
 
 class FakeResources : public StringResources {
   public:
-    FakeResources(FakeLibraries::Strings strings, unsigned codePage, int& count)
-        : m_strings(std::move(strings)), m_codePage(codePage), m_count(count) {}
+    FakeResources(FakeLibraries::Strings strings, unsigned codePage, std::shared_ptr<int> token)
+        : m_strings(std::move(strings)), m_codePage(codePage), m_token(std::move(token)) {}
     std::string Text(unsigned id, std::size_t limit) override {
         const auto found = m_strings.find(id);
         if (found == m_strings.end()) return {};
@@ -54,7 +42,7 @@ class FakeResources : public StringResources {
   private:
     FakeLibraries::Strings m_strings;
     unsigned m_codePage;
-    LoadCount m_count;
+    std::shared_ptr<int> m_token;
 };
 
 }  // namespace
@@ -75,7 +63,7 @@ Result<std::unique_ptr<Library>> FakeLibraries::Load(std::string_view path) {
     m_tries.emplace_back(path);
     const auto found = m_libraries.find(text::Lowered(path));
     if (found == m_libraries.end()) return Failure{ErrorCode::kNotFound, std::string(path)};
-    return std::unique_ptr<Library>(std::make_unique<FakeLibrary>(found->second, m_loaded, m_live));
+    return std::unique_ptr<Library>(std::make_unique<FakeLibrary>(found->second, m_live));
 }
 
 Result<std::unique_ptr<StringResources>> FakeLibraries::LoadResources(std::string_view path) {
@@ -83,7 +71,7 @@ Result<std::unique_ptr<StringResources>> FakeLibraries::LoadResources(std::strin
     const auto found = m_resources.find(text::Lowered(path));
     if (found == m_resources.end()) return Failure{ErrorCode::kNotFound, std::string(path)};
     return std::unique_ptr<StringResources>(
-        std::make_unique<FakeResources>(found->second, codePage, m_loaded));
+        std::make_unique<FakeResources>(found->second, codePage, m_resourceToken));
 }
 
 }  // namespace platform::testing

@@ -23,7 +23,9 @@ class FakeLibraries : public Libraries {
     void AddLibrary(std::string_view path, std::map<std::string, void*> symbols);
     void AddResources(std::string_view path, Strings strings);
     // How many are loaded now, and which paths were tried, in order.
-    int LoadedCount() const { return m_loaded; }
+    long LoadedCount() const {
+        return static_cast<long>(m_live.size()) + m_resourceToken.use_count() - 1;
+    }
     const std::vector<std::string>& Tries() const { return m_tries; }
 
     Result<std::unique_ptr<Library>> Load(std::string_view path) override;
@@ -35,7 +37,7 @@ class FakeLibraries : public Libraries {
     std::map<std::string, std::map<std::string, void*>> m_libraries;
     std::map<std::string, Strings> m_resources;
     std::vector<std::string> m_tries;
-    int m_loaded = 0;
+    const std::shared_ptr<int> m_resourceToken = std::make_shared<int>();  // each open one has it
     std::set<Library*> m_live;
 };
 

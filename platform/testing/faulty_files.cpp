@@ -10,36 +10,29 @@ class FaultyFile : public File {
 
     void Take(std::unique_ptr<File> inner) { m_inner = std::move(inner); }
 
-    Result<std::size_t> Read(std::span<char> buffer) override {
-        return Guard([&] { return m_inner->Read(buffer); });
-    }
+    Result<std::size_t> Read(std::span<char> buffer) override { return Guard(&File::Read, buffer); }
     Status Write(std::string_view bytes) override {
         if (!m_files.Strikes()) return m_inner->Write(bytes);
         if (m_files.Tears()) (void)m_inner->Write(bytes.substr(0, bytes.size() / 2));
         return m_files.Injected(m_path);
     }
     Result<std::uint64_t> Seek(std::int64_t offset, SeekFrom from) override {
-        return Guard([&] { return m_inner->Seek(offset, from); });
+        return Guard(&File::Seek, offset, from);
     }
-    Result<std::uint64_t> Size() override {
-        return Guard([&] { return m_inner->Size(); });
-    }
-    Status Truncate(std::uint64_t size) override {
-        return Guard([&] { return m_inner->Truncate(size); });
-    }
-    Status Flush() override {
-        return Guard([&] { return m_inner->Flush(); });
-    }
+    Result<std::uint64_t> Size() override { return Guard(&File::Size); }
+    Status Truncate(std::uint64_t size) override { return Guard(&File::Truncate, size); }
+    Status Flush() override { return Guard(&File::Flush); }
     // A close that fails has closed the file all the same.
     Status Close() override {
         Status status = m_inner->Close();
-        return Guard([&] { return status; });
+        return m_files.Strikes() ? m_files.Injected(m_path) : status;
     }
 
   private:
-    template <class Operation>
-    auto Guard(const Operation& operation) -> decltype(operation()) {
-        return m_files.Guard(m_path, operation);
+    template <class Result, class... Arguments>
+    Result Guard(Result (File::*operation)(Arguments...), Arguments... arguments) {
+        if (m_files.Strikes()) return m_files.Injected(m_path);
+        return ((*m_inner).*operation)(arguments...);
     }
 
     FaultyFiles& m_files;
@@ -64,7 +57,7 @@ bool FaultyFiles::Strikes() {
 
 Result<std::unique_ptr<File>> FaultyFiles::Open(std::string_view path, OpenMode mode, Share share) {
     auto faulty = std::make_unique<FaultyFile>(*this, std::string(path));
-    auto file = Guard(path, [&] { return m_inner.Open(path, mode, share); });
+    auto file = Guard(path, &Files::Open, path, mode, share);
     if (!file) return file;
     faulty->Take(*std::move(file));
     return std::unique_ptr<File>(std::move(faulty));

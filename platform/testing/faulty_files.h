@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -19,6 +20,8 @@ enum class Fault {
 // A file system that counts the operations on it and on its open files (but for destructors) and
 // lets one of them fail. The usual sweep: for n = 1, 2, ... until Fired() stays false.
 class FaultyFiles : public Files {
+    Files& m_inner;
+
   public:
     explicit FaultyFiles(Files& inner) : m_inner(inner) {}
 
@@ -34,57 +37,52 @@ class FaultyFiles : public Files {
     bool Fired() const { return m_fault != Fault::kNone && m_count >= m_number; }
 
     Result<std::unique_ptr<File>> Open(std::string_view path, OpenMode mode, Share share) override;
-    Result<FileInfo> Stat(std::string_view path) override {
-        return Guard(path, [&] { return m_inner.Stat(path); });
-    }
     Result<std::vector<FolderEntry>> List(std::string_view folder,
                                           std::string_view pattern) override {
-        return Guard(folder, [&] { return m_inner.List(folder, pattern); });
+        return Guard(folder, &Files::List, folder, pattern);
     }
-    Status Delete(std::string_view path) override {
-        return Guard(path, [&] { return m_inner.Delete(path); });
+    Result<FileInfo> Stat(std::string_view path) override {
+        return Guard(path, &Files::Stat, path);
     }
+    Status Delete(std::string_view path) override { return Guard(path, &Files::Delete, path); }
     Status DeleteEvenReadOnly(std::string_view path) override {
-        return Guard(path, [&] { return m_inner.DeleteEvenReadOnly(path); });
-    }
-    Status Copy(std::string_view from, std::string_view to) override {
-        return Guard(from, [&] { return m_inner.Copy(from, to); });
-    }
-    Status Move(std::string_view from, std::string_view to) override {
-        return Guard(from, [&] { return m_inner.Move(from, to); });
-    }
-    Status MoveLazily(std::string_view from, std::string_view to) override {
-        return Guard(from, [&] { return m_inner.MoveLazily(from, to); });
+        return Guard(path, &Files::DeleteEvenReadOnly, path);
     }
     Status Settle(std::string_view folder) override {
-        return Guard(folder, [&] { return m_inner.Settle(folder); });
-    }
-    Status Replace(std::string_view from, std::string_view to) override {
-        return Guard(to, [&] { return m_inner.Replace(from, to); });
+        return Guard(folder, &Files::Settle, folder);
     }
     Status CreateFolder(std::string_view path) override {
-        return Guard(path, [&] { return m_inner.CreateFolder(path); });
+        return Guard(path, &Files::CreateFolder, path);
     }
     Status CreatePrivateFolder(std::string_view path) override {
-        return Guard(path, [&] { return m_inner.CreatePrivateFolder(path); });
+        return Guard(path, &Files::CreatePrivateFolder, path);
     }
     Status RemoveFolder(std::string_view path) override {
-        return Guard(path, [&] { return m_inner.RemoveFolder(path); });
+        return Guard(path, &Files::RemoveFolder, path);
     }
     Result<std::string> RealPath(std::string_view path) override {
-        return Guard(path, [&] { return m_inner.RealPath(path); });
+        return Guard(path, &Files::RealPath, path);
     }
     Result<std::string> ShortPath(std::string_view path) override {
-        return Guard(path, [&] { return m_inner.ShortPath(path); });
-    }
-    Result<std::string> TempFolder() override {
-        return Guard("temporary folder", [&] { return m_inner.TempFolder(); });
-    }
-    Result<std::string> CreateTempFile(std::string_view folder, std::string_view prefix) override {
-        return Guard(folder, [&] { return m_inner.CreateTempFile(folder, prefix); });
+        return Guard(path, &Files::ShortPath, path);
     }
     Result<std::uint64_t> FreeSpace(std::string_view folder) override {
-        return Guard(folder, [&] { return m_inner.FreeSpace(folder); });
+        return Guard(folder, &Files::FreeSpace, folder);
+    }
+    Status Copy(std::string_view from, std::string_view to) override {
+        return Guard(from, &Files::Copy, from, to);
+    }
+    Status Move(std::string_view from, std::string_view to) override {
+        return Guard(from, &Files::Move, from, to);
+    }
+    Status MoveLazily(std::string_view from, std::string_view to) override {
+        return Guard(from, &Files::MoveLazily, from, to);
+    }
+    Status Replace(std::string_view from, std::string_view to) override {
+        return Guard(to, &Files::Replace, from, to);
+    }
+    Result<std::string> TempFolder() override {
+        return Guard("temporary folder", &Files::TempFolder);
     }
     char Separator() const override { return m_inner.Separator(); }
     bool IsFree(std::string_view path) override { return !Strikes() && m_inner.IsFree(path); }
@@ -93,15 +91,15 @@ class FaultyFiles : public Files {
     bool Strikes();
     bool Tears() const { return m_count == m_number && m_fault != Fault::kFail; }
     Failure Injected(std::string_view path) const { return {m_code, std::string(path)}; }
-    // Does the operation unless it must fail.
-    template <class Operation>
-    auto Guard(std::string_view path, const Operation& operation) -> decltype(operation()) {
+    // Does an operation of the files below unless it must fail.
+    template <class Operation, class... Arguments>
+    auto Guard(std::string_view path, const Operation& operation, Arguments... arguments)
+        -> decltype(std::invoke(operation, m_inner, arguments...)) {
         if (Strikes()) return Injected(path);
-        return operation();
+        return std::invoke(operation, m_inner, arguments...);
     }
 
   private:
-    Files& m_inner;
     Fault m_fault = Fault::kNone;
     int m_number = 0;
     int m_count = 0;

@@ -1,7 +1,6 @@
 #include "platform/testing/memory_files.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <numeric>
 
 #include "platform/os/code_page.h"
@@ -16,6 +15,7 @@ struct MemoryAccess {
     bool write = false;
     bool denyRead = false;
     bool denyWrite = false;
+    bool operator==(const MemoryAccess&) const = default;
 
     bool Excludes(const MemoryAccess& other) const {
         return denyRead || other.denyRead || (denyWrite && other.write) ||
@@ -119,7 +119,7 @@ void Detach(MemoryNode& folder, const NodePointer& node) {
 }
 
 Failure Fail(ErrorCode code, std::string_view path) {
-    return Failure{code, std::string(path)};
+    return {code, std::string(path)};
 }
 
 }  // namespace
@@ -377,18 +377,6 @@ Result<std::string> MemoryFiles::TempFolder() {
     return std::string("C:\\temp\\");
 }
 
-Result<std::string> MemoryFiles::CreateTempFile(std::string_view folder, std::string_view prefix) {
-    const std::string base = text::WithSeparator(std::string(folder), m_codePage);
-    for (;;) {
-        char number[16];
-        std::snprintf(number, sizeof number, "%X", m_nextTempNumber++);
-        std::string path = base + std::string(prefix.substr(0, 3)) + number + ".tmp";
-        auto file = Open(path, OpenMode::kCreateNew, Share::kNone);
-        if (file) return path;
-        if (file.Error().code != ErrorCode::kAlreadyExists) return file.Error();
-    }
-}
-
 MemoryFile::MemoryFile(MemoryFiles& files, std::shared_ptr<MemoryNode> node, std::string path,
                        MemoryAccess access)
     : m_files(files), m_node(std::move(node)), m_path(std::move(path)), m_access(access) {
@@ -401,7 +389,6 @@ MemoryFile::~MemoryFile() {
 }
 
 Result<std::size_t> MemoryFile::Read(std::span<char> buffer) {
-    if (!m_node) return Failure{ErrorCode::kInvalidArgument, m_path};
     const std::string& content = m_node->content;
     if (m_position >= content.size()) return std::size_t{0};
     const auto start = static_cast<std::size_t>(m_position);
@@ -413,7 +400,6 @@ Result<std::size_t> MemoryFile::Read(std::span<char> buffer) {
 }
 
 Status MemoryFile::Write(std::string_view bytes) {
-    if (!m_node) return Failure{ErrorCode::kInvalidArgument, m_path};
     if (!m_access.write) return Failure{ErrorCode::kAccessDenied, m_path};
     if (bytes.empty()) return {};
     std::string& content = m_node->content;
@@ -431,7 +417,6 @@ Status MemoryFile::Write(std::string_view bytes) {
 }
 
 Result<std::uint64_t> MemoryFile::Seek(std::int64_t offset, SeekFrom from) {
-    if (!m_node) return Failure{ErrorCode::kInvalidArgument, m_path};
     std::int64_t base = 0;
     if (from == SeekFrom::kCurrent) base = static_cast<std::int64_t>(m_position);
     if (from == SeekFrom::kEnd) base = static_cast<std::int64_t>(m_node->content.size());
@@ -441,12 +426,10 @@ Result<std::uint64_t> MemoryFile::Seek(std::int64_t offset, SeekFrom from) {
 }
 
 Result<std::uint64_t> MemoryFile::Size() {
-    if (!m_node) return Failure{ErrorCode::kInvalidArgument, m_path};
     return std::uint64_t{m_node->content.size()};
 }
 
 Status MemoryFile::Truncate(std::uint64_t size) {
-    if (!m_node) return Failure{ErrorCode::kInvalidArgument, m_path};
     if (!m_access.write) return Failure{ErrorCode::kAccessDenied, m_path};
     if (size > m_node->content.size()) {
         if (auto status = m_files.Grow(*m_node, size); !status) return status;
@@ -458,19 +441,13 @@ Status MemoryFile::Truncate(std::uint64_t size) {
 }
 
 Status MemoryFile::Flush() {
-    if (!m_node) return Failure{ErrorCode::kInvalidArgument, m_path};
     m_node->durable = m_node->content;
     return {};
 }
 
 Status MemoryFile::Close() {
-    if (!m_node) return Failure{ErrorCode::kInvalidArgument, m_path};
     auto& opens = m_node->opens;
-    const auto mine = std::find_if(opens.begin(), opens.end(), [&](const MemoryAccess& open) {
-        return open.write == m_access.write && open.denyRead == m_access.denyRead &&
-               open.denyWrite == m_access.denyWrite;
-    });
-    opens.erase(mine);
+    opens.erase(std::ranges::find(opens, m_access));
     m_node.reset();
     --m_files.m_openCount;
     return {};

@@ -60,7 +60,6 @@ class MemoryFiles : public Files {
     Result<std::string> TempFolder() override;
     // What LimitDisk leaves.
     Result<std::uint64_t> FreeSpace(std::string_view folder) override;
-    Result<std::string> CreateTempFile(std::string_view folder, std::string_view prefix) override;
     char Separator() const override { return '\\'; }
 
   private:
@@ -76,7 +75,6 @@ class MemoryFiles : public Files {
     std::shared_ptr<MemoryNode> m_root;
     std::optional<std::uint64_t> m_limit;
     std::chrono::system_clock::time_point m_time;
-    unsigned m_nextTempNumber = 1;
     int m_openCount = 0;
 };
 

@@ -1,35 +1,33 @@
 #pragma once
 
 #include <map>
-#include <string>
 #include <tuple>
-#include <variant>
 
 #include "platform/os/registry.h"
+#include "text/ascii.h"
 
 namespace platform::testing {
 
 // A registry in memory; keys and names without regard to case (of ASCII letters).
 class MemoryRegistry : public Registry {
   public:
-    Result<std::string> ReadText(RegistryRoot root, std::string_view key,
-                                 std::string_view value) override;
-    Result<std::uint32_t> ReadNumber(RegistryRoot root, std::string_view key,
-                                     std::string_view value) override;
-    Status WriteText(RegistryRoot root, std::string_view key, std::string_view value,
-                     std::string_view text) override;
-    Status WriteNumber(RegistryRoot root, std::string_view key, std::string_view value,
-                       std::uint32_t number) override;
+    Result<RegistryData> Read(RegistryRoot root, std::string_view key,
+                              std::string_view value) override {
+        const auto found = m_values.find({root, text::Lowered(key), text::Lowered(value)});
+        if (found == m_values.end()) return Failure{ErrorCode::kNotFound, std::string(key)};
+        return found->second;
+    }
+    Status Write(RegistryRoot root, std::string_view key, std::string_view value,
+                 const RegistryData& data) override {
+        if (refuseWrites) return Failure{ErrorCode::kAccessDenied, std::string(key)};
+        m_values[{root, text::Lowered(key), text::Lowered(value)}] = data;
+        return {};
+    }
 
     bool refuseWrites = false;  // every write fails with kAccessDenied
 
   private:
-    using Name = std::tuple<RegistryRoot, std::string, std::string>;
-    static Name MakeName(RegistryRoot root, std::string_view key, std::string_view value);
-    Status Store(RegistryRoot root, std::string_view key, std::string_view value,
-                 std::variant<std::string, std::uint32_t> content);
-
-    std::map<Name, std::variant<std::string, std::uint32_t>> m_values;
+    std::map<std::tuple<RegistryRoot, std::string, std::string>, RegistryData> m_values;
 };
 
 }  // namespace platform::testing

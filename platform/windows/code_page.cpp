@@ -4,92 +4,79 @@
 
 #include "platform/windows/wide_text.h"
 #include "platform/windows/windows_api.h"
-#include "text/double_byte.h"
+#include "text/ascii.h"
+#include "text/encoded_words.h"
+#include "text/utf.h"
 
 namespace platform {
 
 namespace {
 
-constexpr wchar_t kReplacement = 0xFFFD;
+// 0 for a name that is not known.
+unsigned CodePageOf(const std::string& name) {
+    static constexpr struct {
+        std::string_view name;
+        unsigned codePage;
+    } kNamed[] = {{"big5", 950},          {"euc-jp", 20932},      {"gb18030", 54936},
+                  {"iso-2022-jp", 50220}, {"iso-2022-kr", 50225}, {"koi8-r", 20866},
+                  {"koi8-u", 21866},      {"macintosh", 10000},   {"utf-7", 65000},
+                  {"utf-8", CP_UTF8}};
+    // Those of a family end in a number.
+    static constexpr struct {
+        std::string_view prefix;
+        unsigned first;
+    } kNumbered[] = {{"windows-", 0}, {"cp", 0}, {"ibm", 0}, {"iso-8859-", 28590}};
+    const auto named = std::ranges::find(kNamed, name, [](const auto& row) { return row.name; });
+    if (named != std::end(kNamed)) return named->codePage;
+    for (const auto& row : kNumbered) {
+        if (!name.starts_with(row.prefix)) continue;
+        const auto number = text::NumberIn<unsigned>(name.substr(row.prefix.size()));
+        if (number) return row.first + *number;
+    }
+    return 0;
+}
 
 // 0 to 3 name whatever the machine has, which is not what a number of a text's own can mean.
 unsigned KnownCodePage(unsigned codePage) {
     CPINFO info;
-    const bool isKnown =
-        codePage == CP_UTF8 ||
-        (codePage > CP_THREAD_ACP && GetCPInfo(codePage, &info) && info.MaxCharSize <= 2);
-    return isKnown ? codePage : 1252;
-}
-
-std::size_t Utf8Length(unsigned char lead) {
-    if (lead < 0xC2) return 1;
-    if (lead < 0xE0) return 2;
-    return lead < 0xF0 ? 3 : 4;
-}
-
-std::size_t CharacterLength(std::string_view text, unsigned codePage) {
-    const auto lead = static_cast<unsigned char>(text[0]);
-    if (codePage == CP_UTF8) return std::min(Utf8Length(lead), text.size());
-    return IsDBCSLeadByteEx(codePage, lead) && text.size() > 1 ? 2 : 1;
-}
-
-// Decodes character by character, and hands each byte that begins none to `otherwise`.
-template <class Otherwise>
-std::wstring Decode(std::string_view text, unsigned codePage, Otherwise otherwise) {
-    std::wstring wide = windows::WideName(text, codePage);
-    if (!wide.empty() || text.empty()) return wide;
-    while (!text.empty()) {
-        auto length = CharacterLength(text, codePage);
-        const auto one = text[0] == '\0' ? std::wstring(1, L'\0')
-                                         : windows::WideName(text.substr(0, length), codePage);
-        if (one.empty()) length = 1;
-        wide += one.empty() ? otherwise(static_cast<unsigned char>(text[0])) : one;
-        text.remove_prefix(length);
-    }
-    return wide;
+    return codePage > CP_THREAD_ACP && GetCPInfo(codePage, &info) && info.MaxCharSize <= 2
+               ? codePage
+               : 1252;
 }
 
 }  // namespace
 
-std::string ToUtf8(std::string_view text, unsigned codePage) {
-    codePage = KnownCodePage(codePage);
-    const auto otherwise = [&](unsigned char byte) {
-        const bool isControl = codePage != CP_UTF8 && byte >= 0x80 && byte <= 0x9F &&
-                               !text::IsLeadByte(static_cast<char>(byte), codePage);
-        return std::wstring(1, isControl ? static_cast<wchar_t>(byte) : kReplacement);
+CharacterCodes CodesOf(unsigned codePage) {
+    const unsigned known = KnownCodePage(codePage);
+    const auto decode = [known](const std::string& bytes) {
+        const std::string utf8 = windows::Narrow(windows::WideName(bytes, known), CP_UTF8);
+        std::string_view rest = utf8;
+        const char32_t character = rest.empty() ? text::kNoCharacter : text::TakeUtf8(rest);
+        return rest.empty() ? character : text::kNoCharacter;
     };
-    return windows::Narrow(Decode(text, codePage, otherwise), CP_UTF8);
+    const auto encode = [known](char32_t character) {
+        std::string utf8;
+        text::AppendUtf8(character, utf8);
+        return windows::NarrowExactly(windows::Wide(utf8, CP_UTF8), known);
+    };
+    return {decode, encode};
 }
 
-std::string FromUtf8(std::string_view text, unsigned codePage, bool* lossy) {
-    codePage = KnownCodePage(codePage);
-    bool isBroken = false;
-    const auto otherwise = [&](unsigned char) {
-        isBroken = true;
-        return std::wstring(1, L'?');
-    };
-    bool isLossy = false;
-    std::string result =
-        windows::NarrowStrict(Decode(text, CP_UTF8, otherwise), codePage, &isLossy);
-    if (lossy != nullptr) *lossy = isLossy || isBroken;
-    return result;
+char32_t RaiseCase(char32_t character) {
+    if (character > 0xFFFF) return character;
+    auto unit = static_cast<wchar_t>(character);
+    CharUpperBuffW(&unit, 1);
+    return unit;
 }
 
-std::string UpperCase(std::string_view text, unsigned codePage) {
-    codePage = KnownCodePage(codePage);
-    std::string upper;
-    while (!text.empty()) {
-        auto bytes = text.substr(0, CharacterLength(text, codePage));
-        std::wstring wide = windows::WideName(bytes, codePage);
-        // What begins no character is one byte; the next may begin one.
-        if (wide.empty()) bytes = bytes.substr(0, 1);
-        text.remove_prefix(bytes.size());
-        CharUpperBuffW(wide.data(), static_cast<DWORD>(wide.size()));
-        bool isLossy = false;
-        const auto raised = windows::NarrowStrict(wide, codePage, &isLossy);
-        upper += wide.empty() || isLossy ? std::string(bytes) : raised;
-    }
-    return upper;
+std::optional<std::string> CharsetToUtf8(std::string_view bytes, std::string_view charset) {
+    const std::string name = text::CharsetMeant(charset);
+    if (name == "us-ascii" && text::IsAscii(bytes)) return std::string(bytes);
+    const unsigned codePage = CodePageOf(name);
+    if (codePage == CP_UTF8 || codePage == 1252) return ToUtf8(bytes, codePage);
+    // 0 to 3 name whatever the machine has.
+    if (codePage <= CP_THREAD_ACP || IsValidCodePage(codePage) == FALSE) return std::nullopt;
+    return windows::Narrow(windows::Wide(bytes, codePage), CP_UTF8);
 }
 
 }  // namespace platform

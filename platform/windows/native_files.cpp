@@ -2,104 +2,40 @@
 
 #include "platform/os/name_pattern.h"
 #include "platform/os/system.h"
-#include "platform/windows/claimed_file.h"
 #include "platform/windows/file_time.h"
 #include "platform/windows/native_parts.h"
-#include "platform/windows/placement.h"
+#include "platform/windows/open_file.h"
 #include "platform/windows/wide_text.h"
-#include "platform/windows/windows_error.h"
 
 namespace platform::windows {
 
 namespace {
 
-Status Checked(BOOL success, std::string_view path) {
-    if (!success) return FromLastError(path);
-    return {};
+using SecurityDescriptor = std::vector<unsigned char>;
+
+// Who may do what with the file; empty if the file system keeps no such thing.
+SecurityDescriptor SecurityOf(const std::wstring& name) {
+    DWORD size = 0;
+    GetFileSecurityW(name.c_str(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
+    SecurityDescriptor security(size);
+    if (!GetFileSecurityW(name.c_str(), DACL_SECURITY_INFORMATION, security.data(), size, &size)) {
+        security.clear();
+    }
+    return security;
 }
 
-DWORD PieceOf(std::size_t size) {
-    constexpr std::size_t kLargest = std::size_t{1} << 30;
-    return static_cast<DWORD>(std::min(size, kLargest));
+void SetSecurity(const std::wstring& name, SecurityDescriptor& security) {
+    if (security.empty()) return;
+    SetFileSecurityW(name.c_str(), DACL_SECURITY_INFORMATION, security.data());
 }
 
-class NativeFile : public File {
-  public:
-    explicit NativeFile(std::string_view path) : m_path(path) {}
-
-    void Take(Handle handle) { m_handle = std::move(handle); }
-
-    Result<std::size_t> Read(std::span<char> buffer) override {
-        std::size_t filled = 0;
-        while (filled < buffer.size()) {
-            DWORD count = 0;
-            if (!ReadFile(m_handle.Get(), buffer.data() + filled, PieceOf(buffer.size() - filled),
-                          &count, nullptr)) {
-                return FromLastError(m_path);
-            }
-            if (count == 0) break;
-            filled += count;
-        }
-        return filled;
-    }
-
-    Status Write(std::string_view bytes) override {
-        while (!bytes.empty()) {
-            DWORD count = 0;
-            if (!WriteFile(m_handle.Get(), bytes.data(), PieceOf(bytes.size()), &count, nullptr)) {
-                return FromLastError(m_path);
-            }
-            if (count == 0) return FromError(ERROR_DISK_FULL, m_path);
-            bytes.remove_prefix(count);
-        }
-        return {};
-    }
-
-    Result<std::uint64_t> Seek(std::int64_t offset, SeekFrom from) override {
-        const DWORD method = from == SeekFrom::kBegin     ? FILE_BEGIN
-                             : from == SeekFrom::kCurrent ? FILE_CURRENT
-                                                          : FILE_END;
-        LARGE_INTEGER distance, position;
-        distance.QuadPart = offset;
-        // The system takes a distance from the beginning as a number without sign.
-        if (from == SeekFrom::kBegin && offset < 0) return FromError(ERROR_NEGATIVE_SEEK, m_path);
-        if (!SetFilePointerEx(m_handle.Get(), distance, &position, method)) {
-            return FromLastError(m_path);
-        }
-        return static_cast<std::uint64_t>(position.QuadPart);
-    }
-
-    Result<std::uint64_t> Size() override {
-        LARGE_INTEGER size;
-        if (!GetFileSizeEx(m_handle.Get(), &size)) return FromLastError(m_path);
-        return static_cast<std::uint64_t>(size.QuadPart);
-    }
-
-    Status Truncate(std::uint64_t size) override {
-        FILE_END_OF_FILE_INFO info;
-        info.EndOfFile.QuadPart = static_cast<LONGLONG>(size);
-        return Checked(
-            SetFileInformationByHandle(m_handle.Get(), FileEndOfFileInfo, &info, sizeof info),
-            m_path);
-    }
-
-    Status Flush() override { return Checked(FlushFileBuffers(m_handle.Get()), m_path); }
-
-    Status Close() override { return Checked(CloseHandle(m_handle.Release()), m_path); }
-
-  private:
-    Handle m_handle;
-    std::string m_path;
-};
-
-// Memory comes first: a file that was made must not stay behind for want of it.
-Result<std::unique_ptr<File>> OpenNativeFile(const std::wstring& name, std::string_view path,
-                                             OpenMode mode, Share share) {
-    auto file = std::make_unique<NativeFile>(path);
-    auto handle = OpenClaimed(name, path, mode, share);
-    if (!handle) return handle.Error();
-    file->Take(*std::move(handle));
-    return std::unique_ptr<File>(std::move(file));
+// The attributes that a user sets; the system alone sets the others.
+DWORD SettableAttributes(const std::wstring& name) {
+    constexpr DWORD kSettable = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN |
+                                FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_ARCHIVE |
+                                FILE_ATTRIBUTE_NOT_CONTENT_INDEXED;
+    const DWORD attributes = GetFileAttributesW(name.c_str()) & kSettable;
+    return attributes != 0 ? attributes : FILE_ATTRIBUTE_NORMAL;
 }
 
 struct SearchCloser {
@@ -194,16 +130,50 @@ class WindowsFiles : public Files {
         return Delete(path);
     }
 
-    Status Copy(std::string_view from, std::string_view to) override {
-        return CopyFile(Name(from), Name(to), from, to);
+    Status Copy(std::string_view fromPath, std::string_view toPath) override {
+        const std::wstring from = Name(fromPath), to = Name(toPath);
+        // The system does not tell which of the two files it is about.
+        if (const auto source = OpenClaimed(from, fromPath, OpenMode::kRead, Share::kReadWrite);
+            !source) {
+            return source.Error();
+        }
+        if (CopyFileW(from.c_str(), to.c_str(), TRUE)) return {};
+        return FromLastError(toPath);
     }
 
-    Status Move(std::string_view from, std::string_view to) override {
-        return MoveFile(Name(from), Name(to), from, to);
+    Status Move(std::string_view fromPath, std::string_view toPath) override {
+        const std::wstring from = Name(fromPath), to = Name(toPath);
+        if (MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_WRITE_THROUGH)) return {};
+        const auto failure = FromLastError(fromPath);
+        if (failure.code != ErrorCode::kAlreadyExists) return failure;
+        return FromError(static_cast<DWORD>(failure.systemError), toPath);
     }
 
-    Status Replace(std::string_view from, std::string_view to) override {
-        return ReplaceFile(Name(from), Name(to), from, to);
+    // The system's own ReplaceFile is no choice: it is not durable when it returns, and it can fail
+    // with the old file gone.
+    Status Replace(std::string_view fromPath, std::string_view toPath) override {
+        const std::wstring from = Name(fromPath), to = Name(toPath);
+        // A read-only file, or one that somebody has open, stays as it is.
+        if (auto target = OpenClaimed(to, toPath, OpenMode::kReadWrite, Share::kNone); !target) {
+            return target.Error();
+        }
+        if (auto source = OpenClaimed(from, fromPath, OpenMode::kRead, Share::kNone); !source) {
+            return source.Error();
+        }
+        const DWORD attributes = SettableAttributes(from);
+        auto security = SecurityOf(from);
+        auto wanted = SecurityOf(to);
+        SetSecurity(from, wanted);
+        if (!SetFileAttributesW(from.c_str(), SettableAttributes(to)))
+            return FromLastError(fromPath);
+        if (MoveFileExW(from.c_str(), to.c_str(),
+                        MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+            return {};
+        }
+        const auto failure = FromLastError(toPath);
+        SetFileAttributesW(from.c_str(), attributes);
+        SetSecurity(from, security);
+        return failure;
     }
 
     Status CreateFolder(std::string_view path) override {
@@ -249,15 +219,6 @@ class WindowsFiles : public Files {
             return FromLastError(folder);
         }
         return available.QuadPart;
-    }
-
-    Result<std::string> CreateTempFile(std::string_view folder, std::string_view prefix) override {
-        std::wstring path(MAX_PATH, L'\0');
-        if (GetTempFileNameW(Name(folder).c_str(), Wide(prefix, m_codePage).c_str(), 0,
-                             path.data()) == 0) {
-            return FromLastError(folder);
-        }
-        return Narrow(path.c_str(), m_codePage);
     }
 
     char Separator() const override { return '\\'; }

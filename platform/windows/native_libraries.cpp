@@ -1,7 +1,7 @@
-#include "platform/windows/handle.h"
+#include "platform/os/code_page.h"
 #include "platform/windows/native_parts.h"
+#include "platform/windows/system_call.h"
 #include "platform/windows/wide_text.h"
-#include "platform/windows/windows_error.h"
 #include "text/double_byte.h"
 
 namespace platform::windows {
@@ -31,7 +31,8 @@ class WindowsResources : public StringResources {
             id > kHighestId ? 0
                             : LoadStringW(m_module.get(), id, reinterpret_cast<wchar_t*>(&text), 0);
         if (length <= 0 || text == nullptr) return {};
-        std::string result = NarrowStrict({text, static_cast<std::size_t>(length)}, GetACP());
+        const std::string utf8 = Narrow({text, static_cast<std::size_t>(length)}, CP_UTF8);
+        std::string result = FromUtf8(utf8, GetACP());
         result.resize(text::WholeCharacterPrefix(result, limit, GetACP()));
         return result;
     }

@@ -13,8 +13,7 @@ Dialogs& NativeDialogs();
 // Loads a code library by a path in that code page; what lies beside it is found for it too.
 Result<std::unique_ptr<Library>> LoadCode(std::string_view path, unsigned codePage);
 
-// The windows of two dialogs, without a parent.
-std::optional<std::string> ShowOpenFile(const OpenFileRequest& request);
+// The window of a dialog, without a parent.
 int ShowModal(const DialogTemplate& dialog, DialogLogic& logic);
 
 }  // namespace platform::windows

@@ -1,5 +1,6 @@
+#include "platform/os/little_endian.h"
 #include "platform/windows/native_parts.h"
-#include "platform/windows/windows_error.h"
+#include "platform/windows/system_call.h"
 
 namespace platform::windows {
 
@@ -40,72 +41,51 @@ Failure FailureOf(LSTATUS error, std::string_view key, std::string_view value) {
     return failure;
 }
 
-LSTATUS OpenForReading(RegistryRoot root, std::string_view key, Key& result) {
-    return RegOpenKeyExA(RootOf(root), std::string(key).c_str(), 0, KEY_READ | KEY_WOW64_32KEY,
-                         result.Out());
-}
-
-Status Write(RegistryRoot root, std::string_view key, std::string_view value, DWORD type,
-             const void* data, std::size_t size) {
-    Key open;
-    LSTATUS error = RegCreateKeyExA(RootOf(root), std::string(key).c_str(), 0, nullptr, 0,
-                                    KEY_SET_VALUE | KEY_WOW64_32KEY, nullptr, open.Out(), nullptr);
-    if (error == ERROR_SUCCESS) {
-        error = RegSetValueExA(open.Get(), std::string(value).c_str(), 0, type,
-                               static_cast<const BYTE*>(data), static_cast<DWORD>(size));
-    }
-    if (error != ERROR_SUCCESS) return FailureOf(error, key, value);
-    return {};
-}
-
 // The machine's registry in the view of a 32-bit program, whatever this one is.
 class WindowsRegistry : public Registry {
   public:
-    Result<std::string> ReadText(RegistryRoot root, std::string_view key,
-                                 std::string_view value) override {
-        constexpr DWORD kTexts = RRF_RT_REG_SZ | RRF_RT_REG_EXPAND_SZ | RRF_NOEXPAND;
+    Result<RegistryData> Read(RegistryRoot root, std::string_view key,
+                              std::string_view value) override {
+        constexpr DWORD kTypes =
+            RRF_RT_REG_SZ | RRF_RT_REG_EXPAND_SZ | RRF_RT_REG_DWORD | RRF_NOEXPAND;
         const std::string name(value);
         Key open;
-        LSTATUS error = OpenForReading(root, key, open);
-        std::string text;
-        DWORD size = 256;
+        LSTATUS error = RegOpenKeyExA(RootOf(root), std::string(key).c_str(), 0,
+                                      KEY_READ | KEY_WOW64_32KEY, open.Out());
+        std::string data;
+        DWORD size = 256, type = REG_NONE;
         if (error == ERROR_SUCCESS) error = ERROR_MORE_DATA;
         // A value that grows meanwhile is asked for again.
         while (error == ERROR_MORE_DATA) {
-            text.resize(size);
-            error = RegGetValueA(open.Get(), nullptr, name.c_str(), kTexts, nullptr, text.data(),
-                                 &size);
+            data.resize(size);
+            error =
+                RegGetValueA(open.Get(), nullptr, name.c_str(), kTypes, &type, data.data(), &size);
         }
+        if (error == ERROR_SUCCESS && type == REG_DWORD && size != 4) error = ERROR_INVALID_DATA;
         if (error != ERROR_SUCCESS) return FailureOf(error, key, value);
+        data.resize(size);
+        if (type == REG_DWORD) return RegistryData(static_cast<std::uint32_t>(LittleEndian(data)));
         // The size counts the closing zero.
-        text.resize(size > 0 ? size - 1 : 0);
-        return text;
+        if (!data.empty()) data.pop_back();
+        return RegistryData(std::move(data));
     }
 
-    Result<std::uint32_t> ReadNumber(RegistryRoot root, std::string_view key,
-                                     std::string_view value) override {
+    Status Write(RegistryRoot root, std::string_view key, std::string_view value,
+                 const RegistryData& data) override {
+        const auto* const text = std::get_if<std::string>(&data);
+        const std::string bytes =
+            text != nullptr ? *text + '\0' : LittleEndianBytes(std::get<std::uint32_t>(data), 4);
         Key open;
-        LSTATUS error = OpenForReading(root, key, open);
-        DWORD number = 0;
-        DWORD size = sizeof number;
+        LSTATUS error =
+            RegCreateKeyExA(RootOf(root), std::string(key).c_str(), 0, nullptr, 0,
+                            KEY_SET_VALUE | KEY_WOW64_32KEY, nullptr, open.Out(), nullptr);
         if (error == ERROR_SUCCESS) {
-            error = RegGetValueA(open.Get(), nullptr, std::string(value).c_str(), RRF_RT_REG_DWORD,
-                                 nullptr, &number, &size);
+            error = RegSetValueExA(
+                open.Get(), std::string(value).c_str(), 0, text != nullptr ? REG_SZ : REG_DWORD,
+                reinterpret_cast<const BYTE*>(bytes.data()), static_cast<DWORD>(bytes.size()));
         }
-        if (error == ERROR_SUCCESS && size != sizeof number) error = ERROR_INVALID_DATA;
         if (error != ERROR_SUCCESS) return FailureOf(error, key, value);
-        return std::uint32_t{number};
-    }
-
-    Status WriteText(RegistryRoot root, std::string_view key, std::string_view value,
-                     std::string_view text) override {
-        const std::string zeroEnded(text);
-        return Write(root, key, value, REG_SZ, zeroEnded.c_str(), zeroEnded.size() + 1);
-    }
-
-    Status WriteNumber(RegistryRoot root, std::string_view key, std::string_view value,
-                       std::uint32_t number) override {
-        return Write(root, key, value, REG_DWORD, &number, sizeof number);
+        return {};
     }
 };
 

@@ -4,10 +4,9 @@
 #include <filesystem>
 
 #include "platform/os/code_page.h"
-#include "platform/windows/handle.h"
 #include "platform/windows/native_parts.h"
+#include "platform/windows/system_call.h"
 #include "platform/windows/wide_text.h"
-#include "platform/windows/windows_error.h"
 
 namespace platform {
 

@@ -4,11 +4,11 @@
 #include <io.h>
 
 #include <cstdio>
+#include <new>
 
 #include "platform/windows/native_parts.h"
+#include "platform/windows/system_call.h"
 #include "platform/windows/wide_text.h"
-#include "platform/windows/windows_api.h"
-#include "platform/windows/windows_error.h"
 // After the basic header, which it builds on.
 #include <shellapi.h>
 
@@ -71,6 +71,13 @@ bool IsOwnFolder(const std::string& path) {
 
 unsigned long ProcessNumber() {
     return GetCurrentProcessId();
+}
+
+// Larger pages take a privilege there that people do not have.
+LargeBlock AllocateBlock(std::size_t size) {
+    void* const block = std::malloc(size | 1);
+    if (block == nullptr) throw std::bad_alloc();
+    return LargeBlock(static_cast<char*>(block));
 }
 
 }  // namespace platform

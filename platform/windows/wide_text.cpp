@@ -24,11 +24,6 @@ std::string Convert(std::wstring_view wide, unsigned codePage, DWORD flags, BOOL
     return text;
 }
 
-std::size_t UnitsOfCharacter(std::wstring_view wide) {
-    const bool isPair = wide.size() > 1 && IS_HIGH_SURROGATE(wide[0]) && IS_LOW_SURROGATE(wide[1]);
-    return isPair ? 2 : 1;
-}
-
 }  // namespace
 
 std::wstring Wide(std::string_view text, unsigned codePage) {
@@ -39,23 +34,10 @@ std::string Narrow(std::wstring_view wide, unsigned codePage) {
     return Convert(wide, codePage, 0, nullptr);
 }
 
-std::string NarrowStrict(std::wstring_view wide, unsigned codePage, bool* lossy) {
-    if (lossy != nullptr) *lossy = false;
-    if (codePage == CP_UTF8) return Narrow(wide, codePage);
+std::string NarrowExactly(std::wstring_view wide, unsigned codePage) {
     BOOL isReplaced = FALSE;
-    std::string text = Convert(wide, codePage, WC_NO_BEST_FIT_CHARS, &isReplaced);
-    if (!isReplaced) return text;
-    if (lossy != nullptr) *lossy = true;
-    // The system writes one "?" for each unit, which is two for a character beyond U+FFFF.
-    text.clear();
-    while (!wide.empty()) {
-        const auto units = UnitsOfCharacter(wide);
-        const std::string one =
-            Convert(wide.substr(0, units), codePage, WC_NO_BEST_FIT_CHARS, &isReplaced);
-        text += isReplaced ? "?" : one;
-        wide.remove_prefix(units);
-    }
-    return text;
+    const std::string text = Convert(wide, codePage, WC_NO_BEST_FIT_CHARS, &isReplaced);
+    return isReplaced ? std::string() : text;
 }
 
 std::wstring WideName(std::string_view text, unsigned codePage) {

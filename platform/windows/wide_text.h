@@ -10,9 +10,8 @@ namespace platform::windows {
 std::wstring Wide(std::string_view text, unsigned codePage);
 std::string Narrow(std::wstring_view wide, unsigned codePage);
 
-// The same, but a character that the code page lacks becomes exactly one "?", never one that
-// looks alike; `lossy`, if given, says whether there was one.
-std::string NarrowStrict(std::wstring_view wide, unsigned codePage, bool* lossy = nullptr);
+// The same without replacement: empty if the code page lacks one of the characters.
+std::string NarrowExactly(std::wstring_view wide, unsigned codePage);
 
 // A name that the system takes as it stands: nothing is lost or cut on the way to UTF-16. Empty if
 // the text holds a zero byte or what is no character.

@@ -118,8 +118,8 @@ TEST(PrefixFiles, NamesCrossInTheCodePage) {
         "WINE REGISTRY Version 2\n\n#arch=win32\n\n"
         "[System\\\\CurrentControlSet\\\\Control\\\\Nls\\\\CodePage] 1\n\"ACP\"=\"932\"\n");
     const platform::prefix::PrefixSystem owner(prefix.Path());
-    auto& files = owner.Get().files;
-    EXPECT_EQ(owner.Get().codePage, 932u);
+    auto& files = owner.system.files;
+    EXPECT_EQ(owner.system.codePage, 932u);
     ASSERT_TRUE(platform::WriteWhole(files, "C:\\\x95\\\x8E\xA6.txt", "1"));
     EXPECT_EQ(ReadDisk(prefix.DriveC() / "\u8868\u793A.txt"), "1");
     WriteDisk(prefix.DriveC() / "caf\u00E9", "");
@@ -136,7 +136,7 @@ TEST(PrefixFiles, NamesCrossInTheCodePage) {
 TEST(PrefixFiles, TemporaryFilesLieInThePrefix) {
     const PrefixFolder prefix;
     const platform::prefix::PrefixSystem owner(prefix.Path());
-    auto& files = owner.Get().files;
+    auto& files = owner.system.files;
     EXPECT_EQ(*files.TempFolder(), "C:\\windows\\temp\\");
     EXPECT_TRUE(std::filesystem::is_directory(prefix.DriveC() / "windows/temp"));
     WriteDisk(prefix.Path() + "/user.reg", "\n[Environment] 1\n\"TMP\"=\"C:\\\\Users\\\\me\"\n");

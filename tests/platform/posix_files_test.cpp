@@ -160,7 +160,7 @@ TEST(PosixFiles, WhatIsPlantedAtANameHarmsNobody) {
         {"a socket", [](const char* at) { return mknod(at, S_IFSOCK | 0600, 0); },
          ErrorCode::kNotRegular},
     };
-    for (auto* files : {&NativeFiles(), &system.Get().files}) {
+    for (auto* files : {&NativeFiles(), &system.system.files}) {
         const bool isPrefix = files != &NativeFiles();
         const std::string at = isPrefix ? "C:\\name" : root / "name";
         const std::string from = isPrefix ? "C:\\own" : own;

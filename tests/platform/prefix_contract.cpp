@@ -11,7 +11,7 @@ class PrefixStore : public FilesStore {
     PrefixStore() : m_system(m_prefix.Path()) {
         std::filesystem::create_directory(m_prefix.DriveC() / "Work");
     }
-    platform::Files& Get() override { return m_system.Get().files; }
+    platform::Files& Get() override { return m_system.system.files; }
     std::string Root() override { return "c:\\work\\"; }
     void MakeReadOnly(const std::string& path) override {
         ProtectOnDisk(m_prefix.DriveC() / "Work" / path.substr(Root().size()));

@@ -1,4 +1,4 @@
-#include "platform/prefix/prefix_parts.h"
+#include "platform/prefix/prefix_system.h"
 
 #include <gmock/gmock.h>
 

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "platform/prefix/prefix_parts.h"
+#include "platform/prefix/prefix_system.h"
 #include "platform/testing/scripted_dialogs.h"
 #include "tests/platform/files_contract.h"
 #include "tests/platform/prefix_folder.h"
@@ -35,21 +35,21 @@ TEST(PrefixProcesses, SaysWhatThePrefixSays) {
             c.values +
             "[System\\\\CurrentControlSet\\\\Control\\\\Nls\\\\Codepage] 1\n\"ACP\"=\"x\"\n");
         const PrefixSystem owner(prefix.Path());
-        auto& processes = owner.Get().processes;
+        auto& processes = owner.system.processes;
         const auto version = processes.Version();
         ASSERT_TRUE(version);
         EXPECT_EQ(version->major, c.major);
         EXPECT_EQ(version->minor, c.minor);
-        EXPECT_EQ(owner.Get().codePage, 1252u);
+        EXPECT_EQ(owner.system.codePage, 1252u);
         EXPECT_EQ(CodeOf(processes.Start("C:\\Eudora.exe")), ErrorCode::kNotSupported);
-        EXPECT_FALSE(owner.Get().windows.Exists("EudoraMainWindow"));
+        EXPECT_FALSE(owner.system.windows.Exists("EudoraMainWindow"));
     }
 }
 
 TEST(PrefixProcesses, ReadsTheProfile) {
     const PrefixFolder prefix;
     const PrefixSystem owner(prefix.Path());
-    auto& processes = owner.Get().processes;
+    auto& processes = owner.system.processes;
     EXPECT_EQ(processes.ProfileNumber("Mail", "MAPI", 5), 5);
     WriteDisk(prefix.DriveC() / "windows/WIN.INI",
               "MAPI=9\r\n[other]\r\nMAPI=8\r\n[MAIL]\r\n; MAPI=7\r\n mapi = 1 \r\nText=yes\r\n"
@@ -128,7 +128,7 @@ class NoLogic : public platform::DialogLogic {
 TEST(HostedDialogs, AskTheProviderAtEachUse) {
     const PrefixFolder prefix;
     const PrefixSystem owner(prefix.Path());
-    platform::Dialogs& dialogs = owner.Get().dialogs;
+    platform::Dialogs& dialogs = owner.system.dialogs;
     platform::testing::ScriptedDialogs provider;
     NoLogic logic;
     const auto showAll = [&] {

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "platform/prefix/registry_escape.h"
+#include "platform/prefix/registry_line.h"
 #include "text/ascii.h"
 #include "text/utf.h"
 

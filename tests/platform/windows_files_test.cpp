@@ -6,7 +6,7 @@
 #include "platform/os/code_page.h"
 #include "platform/os/safe_write.h"
 #include "platform/os/system.h"
-#include "platform/windows/handle.h"
+#include "platform/windows/system_call.h"
 #include "platform/windows/windows_api.h"
 #include "tests/platform/temp_folder.h"
 

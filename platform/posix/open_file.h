@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <memory>
 #include <string>
 
 #include "platform/os/files.h"
@@ -20,6 +21,9 @@ namespace platform::posix {
 // Opens a regular file under a UTF-8 path and claims it in its sharing mode. A file whose
 // permissions let nobody write is read-only for the superuser too, as it is on Windows.
 Result<FileHandle> OpenClaimed(const std::string& path, OpenMode mode, Share share);
+// The same as an object; failures of the open file speak of it as `name`.
+Result<std::unique_ptr<File>> OpenNativeFile(const std::string& path, std::string_view name,
+                                             OpenMode mode, Share share);
 
 // Fails with kSharingViolation if a program of ours has the file open. Keeps others from opening
 // it as long as `claim` lives. What cannot be opened at all is left to the removal to judge.

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <memory>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 
+#include "platform/os/result.h"
 #include "platform/windows/windows_api.h"
 
 namespace platform::windows {
@@ -36,5 +38,14 @@ struct ModuleCloser {
 };
 // Owns a loaded module.
 using Module = std::unique_ptr<std::remove_pointer_t<HMODULE>, ModuleCloser>;
+
+// The failure of a system call on the thing named `context`, from its error number.
+Failure FromError(DWORD number, std::string_view context);
+// The same with GetLastError().
+Failure FromLastError(std::string_view context);
+// What a system call gives that is not 0 when it succeeds.
+inline Status Checked(BOOL success, std::string_view context) {
+    return success ? Status() : FromLastError(context);
+}
 
 }  // namespace platform::windows

@@ -1,9 +1,10 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "platform/os/files.h"
-#include "platform/windows/handle.h"
+#include "platform/windows/system_call.h"
 
 namespace platform::windows {
 
@@ -16,5 +17,8 @@ bool IsReadOnly(const std::wstring& name);
 // Opens with that mode and claim; `path` names the file in failures.
 Result<Handle> OpenClaimed(const std::wstring& name, std::string_view path, OpenMode mode,
                            Share share);
+// The same as an object.
+Result<std::unique_ptr<File>> OpenNativeFile(const std::wstring& name, std::string_view path,
+                                             OpenMode mode, Share share);
 
 }  // namespace platform::windows

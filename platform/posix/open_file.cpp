@@ -1,4 +1,4 @@
-#include "platform/posix/claimed_file.h"
+#include "platform/posix/open_file.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -96,6 +96,68 @@ bool StillNamed(const std::string& path, const struct stat& opened) {
            named.st_ino == opened.st_ino;
 }
 
+class NativeFile : public File {
+  public:
+    NativeFile(std::string_view path, OpenMode mode) : m_path(path), m_mode(mode) {}
+
+    void Take(FileHandle handle) { m_handle = std::move(handle); }
+
+    Result<std::size_t> Read(std::span<char> buffer) override {
+        return MoveBytes(buffer.size(), m_path, [&](std::size_t done, std::size_t left) {
+            return read(m_handle.Get(), buffer.data() + done, left);
+        });
+    }
+
+    Result<std::size_t> ReadAt(std::uint64_t offset, std::span<char> buffer) override {
+        return MoveBytes(buffer.size(), m_path, [&](std::size_t done, std::size_t left) {
+            return pread(m_handle.Get(), buffer.data() + done, left,
+                         static_cast<off_t>(offset + done));
+        });
+    }
+
+    Status Write(std::string_view bytes) override {
+        if (m_mode == OpenMode::kRead) return FromErrno(EACCES, m_path);
+        const auto written =
+            MoveBytes(bytes.size(), m_path, [&](std::size_t done, std::size_t left) {
+                return write(m_handle.Get(), bytes.data() + done, left);
+            });
+        if (!written) return written.Error();
+        return *written == bytes.size() ? Status() : FromErrno(ENOSPC, m_path);
+    }
+
+    Result<std::uint64_t> Seek(std::int64_t offset, SeekFrom from) override {
+        const int whence = from == SeekFrom::kBegin     ? SEEK_SET
+                           : from == SeekFrom::kCurrent ? SEEK_CUR
+                                                        : SEEK_END;
+        const auto position = lseek(m_handle.Get(), offset, whence);
+        if (position < 0) return FromErrno(errno, m_path);
+        return static_cast<std::uint64_t>(position);
+    }
+
+    Result<std::uint64_t> Size() override {
+        struct stat info;
+        if (fstat(m_handle.Get(), &info) != 0) return FromErrno(errno, m_path);
+        return static_cast<std::uint64_t>(info.st_size);
+    }
+
+    Status Truncate(std::uint64_t size) override {
+        if (m_mode == OpenMode::kRead) return FromErrno(EACCES, m_path);
+        return Checked(ftruncate(m_handle.Get(), static_cast<off_t>(size)), m_path);
+    }
+
+    Status Flush() override { return Checked(fsync(m_handle.Get()), m_path); }
+
+    Status Close() override {
+        const int result = close(m_handle.Release());
+        return Checked(errno == EINTR ? 0 : result, m_path);
+    }
+
+  private:
+    FileHandle m_handle;
+    std::string m_path;
+    OpenMode m_mode;
+};
+
 }  // namespace
 
 Result<FileHandle> OpenClaimed(const std::string& path, OpenMode mode, Share share) {
@@ -118,6 +180,16 @@ Result<FileHandle> OpenClaimed(const std::string& path, OpenMode mode, Share sha
         if (!isClaimed) return FromErrno(EAGAIN, path);
         return handle;
     }
+}
+
+// Memory comes first: a file that was made must not stay behind for want of it.
+Result<std::unique_ptr<File>> OpenNativeFile(const std::string& path, std::string_view name,
+                                             OpenMode mode, Share share) {
+    auto file = std::make_unique<NativeFile>(name, mode);
+    auto handle = OpenClaimed(path, mode, share);
+    if (!handle) return handle.Error();
+    file->Take(*std::move(handle));
+    return std::unique_ptr<File>(std::move(file));
 }
 
 Status ClaimForRemoval(const std::string& path, FileHandle& claim) {
