@@ -1,21 +1,15 @@
-#include <cstdint>
-#include <cstdlib>
-
+#include "fuzz/fuzz.h"
 #include "host/mail/parse.h"
 #include "platform/testing/fixed_clock.h"
 #include "platform/testing/memory_files.h"
 
 namespace {
 
-void Require(bool holds) {
-    if (!holds) std::abort();
-}
-
 bool IsLine(const std::string& text) {
     return text.find_first_of(std::string("\r\n\0", 3)) == std::string::npos;
 }
 
-void Check(const host::mail::NewMail& mail, bool isSingleByte) {
+void CheckMail(const host::mail::NewMail& mail, bool isSingleByte) {
     Require(IsLine(mail.from) && IsLine(mail.subject) && IsLine(mail.messageId));
     Require(!mail.messageId.empty());
     for (const auto* list : {&mail.to, &mail.cc, &mail.bcc}) {
@@ -38,17 +32,15 @@ void Check(const host::mail::NewMail& mail, bool isSingleByte) {
 
 // Whatever a mail holds, what it becomes keeps to the rules of Eudora's fields, in a code page of
 // single bytes and in one of double bytes.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+void Check(std::string_view bytes) {
     for (const unsigned codePage : {1252u, 932u}) {
         platform::testing::MemoryFiles files;
         platform::testing::FixedClock clock;
         (void)files.CreateFolder("C:\\in");
         const auto mail = host::mail::ParseMail(bytes, {files, "C:\\in", codePage, clock}, "mail");
         Require(mail.HasValue());
-        Check(*mail, codePage == 1252);
+        CheckMail(*mail, codePage == 1252);
         Require(host::mail::MessageIdForEudora(bytes) == mail->messageId);
         Require(files.List("C:\\in", "*")->size() == mail->attachments.size());
     }
-    return 0;
 }

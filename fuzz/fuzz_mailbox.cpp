@@ -1,11 +1,10 @@
 #include <algorithm>
-#include <cstdint>
-#include <cstdlib>
 #include <map>
-#include <string>
 
+#include "fuzz/fuzz.h"
 #include "mailbox/mailbox_index.h"
 #include "mailbox/toc_file.h"
+#include "platform/os/little_endian.h"
 #include "platform/testing/memory_files.h"
 
 namespace {
@@ -32,10 +31,9 @@ std::string PlainId(std::string text) {
 
 // Two bytes of length, a .toc file of that length, and a .mbx file: the index must be what a plain
 // reading of each mail gives.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view input(reinterpret_cast<const char*>(data), size);
-    if (size < 2) return 0;
-    const std::size_t tocSize = data[0] | data[1] << 8;
+void Check(std::string_view input) {
+    if (input.size() < 2) return;
+    const std::size_t tocSize = platform::LittleEndian(input.substr(0, 2));
     const auto toc = input.substr(2, tocSize);
     const auto mbx = input.substr(2 + toc.size());
     platform::testing::MemoryFiles files;
@@ -63,6 +61,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const auto id = PlainId(std::string(mbx.substr(block.dwOffset, block.dwLength)));
         if (id != "(no place)") plain[block.dwMsgId] = id;
     }
-    if (!last || *last != lastId || ids != plain) std::abort();
-    return 0;
+    Require(last && *last == lastId && ids == plain);
 }

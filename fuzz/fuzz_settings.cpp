@@ -1,7 +1,5 @@
-#include <cstdint>
-#include <cstdlib>
-
 #include "frame/app_info.h"
+#include "fuzz/fuzz.h"
 
 namespace {
 
@@ -15,10 +13,10 @@ std::string Bytes(CEudoraAppInfo& info) {
 }  // namespace
 
 // Whatever loads must come back the same from what it is stored as.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void Check(std::string_view input) {
     CEudoraAppInfo info;
     try {
-        CArchive archive{std::string_view(reinterpret_cast<const char*>(data), size)};
+        CArchive archive{input};
         info.Serialize(archive);
     } catch (const ArchiveError&) {
     }
@@ -27,6 +25,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     CEudoraAppInfo again;
     CArchive archive{std::string_view(stored)};
     again.Serialize(archive);
-    if (Bytes(again) != stored) std::abort();
-    return 0;
+    Require(Bytes(again) == stored);
 }

@@ -1,10 +1,9 @@
 #include <algorithm>
 #include <cctype>
-#include <cstdint>
-#include <cstdlib>
 #include <map>
 #include <vector>
 
+#include "fuzz/fuzz.h"
 #include "platform/posix/character_case.h"
 #include "platform/prefix/registry_line.h"
 #include "platform/prefix/registry_text.h"
@@ -17,10 +16,6 @@ namespace {
 using Place = std::pair<std::u16string, std::u16string>;  // key and name, in lower case
 // For each value where the data of the line that counts begin and end.
 using Registry = std::map<Place, std::pair<std::size_t, std::size_t>>;
-
-void Require(bool isTrue) {
-    if (!isTrue) std::abort();
-}
 
 const char* BehindBlanks(const char* at) {
     while (std::isspace(static_cast<unsigned char>(*at)) != 0) ++at;
@@ -138,15 +133,13 @@ void CheckWriting(std::string_view text, const Registry& before, const Place& pl
 
 // Whatever the text holds: values are read from the lines that count, and one of them (the length
 // says which) can be set, as can one that is not there.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view text(reinterpret_cast<const char*>(data), size);
+void Check(std::string_view text) {
     const Registry registry = Read(text);
     const platform::prefix::RegistryValue number{platform::prefix::RegistryValue::kNumber, "1234"};
     CheckWriting(text, registry, {u"\\new\\key", u"path"}, number);
-    if (registry.empty()) return 0;
-    const Place place = std::next(registry.begin(), size % registry.size())->first;
+    if (registry.empty()) return;
+    const Place place = std::next(registry.begin(), text.size() % registry.size())->first;
     CheckWriting(text, registry, place,
                  {platform::prefix::RegistryValue::kText, std::string("v\0\"\0\x42\x30", 6)});
     CheckWriting(text, registry, {place.first, u"no name"}, number);
-    return 0;
 }

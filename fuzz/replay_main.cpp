@@ -1,12 +1,10 @@
-#include <cstddef>
-#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+#include "fuzz/fuzz.h"
 
 // Runs a fuzz target over every file of the folders named on the command line, without a fuzzer,
 // so that the ordinary test run meets each input that once mattered. Fails if there is none.
@@ -19,8 +17,7 @@ int main(int count, char** arguments) {
             // The name stands before the run: a crash then says which input it was.
             std::printf("%s\n", entry.path().string().c_str());
             std::fflush(stdout);
-            LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()),
-                                   bytes.size());
+            Check(bytes);
             ++inputs;
         }
     }
