@@ -42,6 +42,12 @@ bool IsRemark(const std::string& line) {
     return line.empty() || line.starts_with('#');
 }
 
+// "$ kvsync ..." or, with the exit code that it ends with, "$4 kvsync ...".
+bool IsCommand(const std::string& line) {
+    const auto end = std::min(line.find_first_not_of("0123456789", 1), line.size() - 1);
+    return line.starts_with('$') && line[end] == ' ';
+}
+
 // The told lines, but the expected ones where those match with their "...".
 Strings Kept(const Strings& told, const Strings& expected) {
     Strings kept;
@@ -69,10 +75,10 @@ Strings Kept(const Strings& told, const Strings& expected) {
 // An output line that a case file would take for something else gets an escape.
 std::string Unmistakable(const std::string& line) {
     if (line.empty()) return "\\x0A";
-    const bool isMistaken =
-        std::ranges::any_of(std::array{"#", "$ ", "> ", "== "},
-                            [&](const char* mark) { return line.starts_with(mark); });
-    if (!isMistaken) return line;
+    if (!IsCommand(line) && !line.starts_with('#') && !line.starts_with("> ") &&
+        !line.starts_with("== ")) {
+        return line;
+    }
     std::array<char, 5> escape{};
     std::snprintf(escape.data(), escape.size(), "\\x%02X", static_cast<unsigned>(line[0]));
     return escape.data() + line.substr(1);
@@ -86,21 +92,25 @@ Strings Play(const Strings& lines, World& world) {
         const std::string& command = *line++;
         played.push_back(command);
         if (IsRemark(command)) continue;
-        if (!command.starts_with("$ ")) {
+        if (!IsCommand(command)) {
             played.back() += " (is no command)";
             continue;
         }
         Strings input, expected;
-        const bool isShell = command.starts_with("$ kvsync shell ") && line != lines.end() &&
-                             line->starts_with("> ");
+        const std::string words = command.substr(command.find(' ') + 1);
+        const bool isShell =
+            words.starts_with("kvsync shell ") && line != lines.end() && line->starts_with("> ");
+        const auto commandAt = played.size() - 1;
         for (; line != lines.end() && line->starts_with("> "); ++line) {
             input.push_back(line->substr(2));
             (isShell ? expected : played).push_back(*line);
         }
-        for (; line != lines.end() && !IsRemark(*line) && !line->starts_with("$ "); ++line) {
+        for (; line != lines.end() && !IsRemark(*line) && !IsCommand(*line); ++line) {
             expected.push_back(*line);
         }
-        Strings told = world.Do(command.substr(2), input);
+        int code = 0;
+        Strings told = world.Do(words, input, code);
+        played[commandAt] = '$' + (code != 0 ? std::to_string(code) : "") + ' ' + words;
         if (!isShell) std::ranges::transform(told, told.begin(), Unmistakable);
         told = Kept(told, expected);
         played.insert(played.end(), told.begin(), told.end());
@@ -114,8 +124,8 @@ void PrintDifference(const Case& expected, const Strings& played) {
         std::mismatch(expected.lines.rbegin(), std::make_reverse_iterator(from), played.rbegin(),
                       std::make_reverse_iterator(until));
     std::printf("%s\n", expected.title.c_str());
-    const auto command = std::find_if(std::make_reverse_iterator(from), expected.lines.rend(),
-                                      [](const auto& line) { return line.starts_with("$ "); });
+    const auto command =
+        std::find_if(std::make_reverse_iterator(from), expected.lines.rend(), IsCommand);
     if (command != expected.lines.rend()) std::printf("  %s\n", command->c_str());
     for (auto line = from; line != left.base(); ++line) std::printf("- %s\n", line->c_str());
     for (auto line = until; line != right.base(); ++line) std::printf("+ %s\n", line->c_str());

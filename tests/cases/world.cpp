@@ -100,9 +100,9 @@ void ShowDifference(const std::string& before, const std::string& after,
 }
 
 // Appends a mail of these lines, which its separator line comes in front of, to a mailbox; none
-// make an empty one.
-void AddMail(const std::string& name, const std::string& state,
-             const std::vector<std::string>& lines) {
+// make an empty one. With a subject and a sender they are the text below a header.
+void AddMail(const std::string& name, const std::string& state, const std::string& subject,
+             const std::string& sender, const std::vector<std::string>& lines) {
     std::string mbx = test::ReadDisk(name + ".mbx"), toc = test::ReadDisk(name + ".toc");
     if (toc.empty()) toc = mailbox::NewTocHeader();
     auto header = mailbox::TocHeader::Decode(toc);
@@ -114,7 +114,13 @@ void AddMail(const std::string& name, const std::string& state,
     block.dwMsgId = ++header.wNumberOfMsgs;
     block.wStatus = static_cast<std::uint16_t>(state.empty() ? 0 : std::stoul(state));
     block.dwOffset = static_cast<std::uint32_t>(mbx.size());
-    mbx += "From ???@??? Wed Jan 02 02:03:55 1980\r\n" + BytesOf(Joined(lines, "\r\n"));
+    mbx += "From ???@??? Wed Jan 02 02:03:55 1980\r\n";
+    if (!subject.empty()) {
+        mbx += "Message-ID: <" + subject +
+               "@x>\r\nDate: Wed, 02 Sep 2026 07:05:00 +0000\r\nFrom: " + sender +
+               "\r\nTo: ann@example.org\r\nSubject: " + subject + "\r\n\r\n";
+    }
+    mbx += BytesOf(Joined(lines, "\r\n"));
     block.dwLength = static_cast<std::uint32_t>(mbx.size()) - block.dwOffset;
     test::WriteDisk(fs::absolute(name + ".mbx"), mbx);
     test::WriteDisk(fs::absolute(name + ".toc"),
@@ -174,13 +180,13 @@ World::~World() {
 }
 
 std::vector<std::string> World::Do(const std::string& command,
-                                   const std::vector<std::string>& input) {
+                                   const std::vector<std::string>& input, int& code) {
     std::vector<std::string> told;
     try {
         const auto words = Words(Meant(command));
         if (DoWithFiles(words, input, told)) return told;
         const Files before = AllFiles();
-        Run(words, input, told);
+        code = Run(words, input, told);
         TellNews(before, AllFiles(), told);
     } catch (const std::exception& fault) {
         told.push_back(std::string("(cannot be done: ") + fault.what() + ')');
@@ -262,7 +268,7 @@ bool World::DoWithFiles(const std::vector<std::string>& words,
              tell(word(1));
              for (const auto& entry : fs::recursive_directory_iterator(word(1))) tell(entry);
          }},
-        {"mail", [&] { AddMail(word(1), word(2), input); }},
+        {"mail", [&] { AddMail(word(1), word(2), word(3), word(4), input); }},
         {"pipe",
          [&] {
              if (std::system(("mkfifo " + word(1)).c_str()) != 0) throw std::runtime_error("no");
@@ -274,8 +280,8 @@ bool World::DoWithFiles(const std::vector<std::string>& words,
     return found != commands.end();
 }
 
-void World::Run(const std::vector<std::string>& words, const std::vector<std::string>& input,
-                std::vector<std::string>& told) {
+int World::Run(const std::vector<std::string>& words, const std::vector<std::string>& input,
+               std::vector<std::string>& told) {
     const bool isShell = std::ranges::find(words, "shell") != words.end() && !input.empty();
     std::string script;
     for (const auto& line : input) {
@@ -323,7 +329,7 @@ void World::Run(const std::vector<std::string>& words, const std::vector<std::st
     if (words.end() - bar == 3) {
         std::erase_if(told, [&](const auto& one) { return one.starts_with(words.back()); });
     }
-    if (code != 0) told.push_back("[" + std::to_string(code) + "]");
+    return code;
 }
 
 void World::TellOutput(const std::vector<std::string>& operations, std::vector<std::string>& told) {

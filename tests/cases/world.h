@@ -17,9 +17,10 @@ class World {
     World& operator=(const World&) = delete;
 
     // Carries out the command with its input, and tells in lines what came of it: the output,
-    // errors behind "! ", an exit code other than 0 in brackets, and the files that are new (+),
-    // gone (-), changed (~) or written anew with the same bytes (=).
-    std::vector<std::string> Do(const std::string& command, const std::vector<std::string>& input);
+    // errors behind "! ", and the files that are new (+), gone (-), changed (~) or written anew
+    // with the same bytes (=). `code` becomes the exit code of a program.
+    std::vector<std::string> Do(const std::string& command, const std::vector<std::string>& input,
+                                int& code);
 
   private:
     struct Entry {
@@ -31,8 +32,8 @@ class World {
     // A command of this runner: it makes or shows files. README.md lists them.
     bool DoWithFiles(const std::vector<std::string>& words, const std::vector<std::string>& input,
                      std::vector<std::string>& told);
-    void Run(const std::vector<std::string>& words, const std::vector<std::string>& input,
-             std::vector<std::string>& told);
+    int Run(const std::vector<std::string>& words, const std::vector<std::string>& input,
+            std::vector<std::string>& told);
     // What a program wrote; the first lines answer operations of the shell.
     void TellOutput(const std::vector<std::string>& operations, std::vector<std::string>& told);
     // The one file that a name stands for: "C/[Ann]" is the file of C that holds "Ann".
