@@ -22,10 +22,8 @@ bool IsOursOrZero(char copied, char ours) {
 
 // Files only: no folder of ours has folders.
 void RemoveWithFiles(platform::Files& files, const std::string& path) {
-    if (const auto entries = files.List(path, "*")) {
-        for (const auto& entry : *entries) {
-            if (!entry.isFolder) (void)files.Delete(path + files.Separator() + entry.name);
-        }
+    for (const auto& entry : files.List(path, "*").ValueOr({})) {
+        if (!entry.isFolder) (void)files.Delete(path + files.Separator() + entry.name);
     }
     (void)files.RemoveFolder(path);
 }
@@ -34,8 +32,7 @@ void RemoveWithFiles(platform::Files& files, const std::string& path) {
 void RemoveLeftovers(std::string folder, const std::string& prefix) {
     auto& files = platform::NativeFiles();
     if (!folder.ends_with(files.Separator())) folder += files.Separator();
-    const auto entries = files.List(folder, prefix + "*");
-    for (const auto& entry : entries ? *entries : std::vector<platform::FolderEntry>()) {
+    for (const auto& entry : files.List(folder, prefix + "*").ValueOr({})) {
         const std::string path = folder + entry.name;
         if (platform::IsOwnFolder(path)) RemoveWithFiles(files, path);
     }
@@ -66,8 +63,7 @@ std::string AttachFolder::FreeName(const std::string& name) {
 
 void AttachFolder::ChooseNames(std::vector<NewAttachment>& attachments) {
     if (!m_isListed && !attachments.empty()) {
-        const auto entries = m_files.List(m_folder, "*");
-        for (const auto& entry : entries ? *entries : std::vector<platform::FolderEntry>()) {
+        for (const auto& entry : m_files.List(m_folder, "*").ValueOr({})) {
             m_taken.insert(text::Lowered(entry.name));
         }
         m_isListed = true;
@@ -109,8 +105,6 @@ base::Result<std::unique_ptr<IncomingFolder>> IncomingFolder::Create(const std::
     if (!path) return path.Error();
     return std::unique_ptr<IncomingFolder>(new IncomingFolder(*std::move(path)));
 }
-
-IncomingFolder::IncomingFolder(std::string path) : m_path(std::move(path)) {}
 
 IncomingFolder::~IncomingFolder() {
     RemoveWithFiles(platform::NativeSystem().files, m_path);

@@ -58,7 +58,7 @@ class IncomingFolder {
     const std::string& Path() const { return m_path; }  // a Windows path, as the module takes it
 
   private:
-    explicit IncomingFolder(std::string path);
+    explicit IncomingFolder(std::string path) : m_path(std::move(path)) {}
 
     std::string m_path;
 };

@@ -116,9 +116,9 @@ class Composer {
     }
 
   private:
-    void AppendTextPart(std::string_view text, std::string_view type, TransferEncoding encoding) {
+    void AppendTextPart(std::string_view text, std::string_view type, std::string_view encoding) {
         AppendField(m_out, "Content-Type", type);
-        AppendField(m_out, "Content-Transfer-Encoding", NameOf(encoding));
+        AppendField(m_out, "Content-Transfer-Encoding", encoding);
         m_out += '\n';
         AppendEncoded(m_out, text, encoding);
     }
@@ -168,7 +168,7 @@ class Composer {
         if (!remarks.empty()) {
             m_out += delimiter + '\n';
             // Base64, so that no name can hold a boundary.
-            AppendTextPart(remarks, kRemarkType, TransferEncoding::kBase64);
+            AppendTextPart(remarks, kRemarkType, kBase64);
         }
         m_out += delimiter + "--\n";
         return {};

@@ -16,14 +16,6 @@ namespace {
 // No mail's id: those begin with "0x".
 const std::string kNoMail = "none";
 
-bool HasBody(MailParts parts) {
-    return parts == MailParts::kAll || parts == MailParts::kWithoutAttachments;
-}
-
-bool HasAttachments(MailParts parts) {
-    return parts == MailParts::kAll || parts == MailParts::kWithoutBody;
-}
-
 // The value, or nothing and the failure among the notes, if they are wanted.
 template <class T>
 std::optional<T> OrNote(base::Result<T> value, std::vector<std::string>* notes) {
@@ -33,24 +25,6 @@ std::optional<T> OrNote(base::Result<T> value, std::vector<std::string>* notes) 
 }
 
 constexpr const char* kNobodyNamed = "undisclosed-recipients";
-
-base::Result<std::string> AttachmentList(const std::vector<NewAttachment>& attachments) {
-    CArray<CRAttachmentInfo> list;
-    for (const NewAttachment& attachment : attachments) {
-        CRAttachmentInfo info;
-        info.dwInfoFlag = 1;
-        info.bDeleteSource = 1;
-        info.csDisplayName = attachment.name;
-        info.csFileName = attachment.copyName;
-        info.csFilePath = attachment.path;
-        list.Add(info);
-    }
-    CString text;
-    if (AttachmentInfoToStr(list, text) != RRC_OK) {
-        return base::Failed("the list of attachments cannot be told");
-    }
-    return text.Str();
-}
 
 // A comma separates, so an address that holds one would become two.
 bool HasComma(const std::vector<Recipient>& recipients) {
@@ -256,7 +230,8 @@ base::Result<Mail> EudoraMails::ReadCurrent(MailParts parts) {
     mail.bcc = Text(MailField::kBcc, notes);
     mail.subject = Text(MailField::kSubject, notes);
     mail.date = OrNote(m_session.Date(FieldId(MailField::kDate)), notes).value_or(std::nullopt);
-    if (HasBody(parts)) mail.body = Text(MailField::kBody, notes);
+    using enum MailParts;
+    if (parts == kAll || parts == kWithoutAttachments) mail.body = Text(MailField::kBody, notes);
     const auto size = OrNote(m_session.Number(FieldId(MailField::kSize)), notes);
     mail.size = static_cast<std::uint32_t>(size.value_or(0));
     if (const auto status = OrNote(m_session.Number(FieldId(MailField::kStatus)), notes)) {
@@ -266,7 +241,7 @@ base::Result<Mail> EudoraMails::ReadCurrent(MailParts parts) {
     if (const auto id = MessageId(); id && !id->empty()) {
         mail.messageId = base::ToUtf8(*id);
     }
-    if (HasAttachments(parts)) ReadAttachments(mail);
+    if (parts == kAll || parts == kWithoutBody) ReadAttachments(mail);
     return mail;
 }
 
@@ -294,9 +269,21 @@ base::Status EudoraMails::SetFields(const NewMail& mail, std::uint32_t status) {
 // The translator takes each file away that it could copy, and tells of no other.
 base::Status EudoraMails::SetAttachments(const NewMail& mail) {
     if (mail.attachments.empty()) return {};
-    const auto list = AttachmentList(mail.attachments);
-    if (!list) return list.Error();
-    if (auto set = m_session.SetText(FieldId(MailField::kAttachment), *list); !set) return set;
+    CArray<CRAttachmentInfo> list;
+    for (const NewAttachment& attachment : mail.attachments) {
+        CRAttachmentInfo info;
+        info.dwInfoFlag = info.bDeleteSource = 1;
+        info.csDisplayName = attachment.name;
+        info.csFileName = attachment.copyName;
+        info.csFilePath = attachment.path;
+        list.Add(info);
+    }
+    CString text;
+    if (AttachmentInfoToStr(list, text) != RRC_OK) {
+        return base::Failed("the list of attachments cannot be told");
+    }
+    auto set = m_session.SetText(FieldId(MailField::kAttachment), text.Str());
+    if (!set) return set;
     for (const NewAttachment& attachment : mail.attachments) {
         if (!platform::NativeSystem().files.Exists(attachment.path)) continue;
         return base::Failed("the attachment " + base::ToUtf8(attachment.name) +

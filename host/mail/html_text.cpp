@@ -1,7 +1,6 @@
 #include "host/mail/html_text.h"
 
 #include <algorithm>
-#include <iterator>
 #include <optional>
 #include <vector>
 
@@ -19,58 +18,47 @@ bool IsSpace(char letter) {
     return kSpace.find(letter) != kNone;
 }
 
-// Whether a list of names with blanks between them holds one.
-bool IsOneOf(std::string_view names, std::string_view name) {
-    while (const auto one = text::TakeToken(names, " ")) {
-        if (*one == name) return true;
-    }
-    return false;
+// Elements whose content nobody reads, and those that begin a line. A blank stands around each
+// name.
+constexpr std::string_view kHidden = " script style head title object applet iframe ";
+constexpr std::string_view kBlocks =
+    " address article aside blockquote center dd div dl dt fieldset footer form header hr li main "
+    "nav ol pre section table tr ul body ";
+constexpr std::string_view kParagraphs = " p h1 h2 h3 h4 h5 h6 ";
+
+bool IsOneOf(std::string_view names, const std::string& name) {
+    return names.find(' ' + name + ' ') != kNone;
 }
 
-// Elements whose content nobody reads.
-constexpr std::string_view kHidden = "script style head title object applet iframe";
-constexpr std::string_view kBlocks =
-    "address article aside blockquote center dd div dl dt fieldset footer form header hr li main "
-    "nav ol pre section table tr ul body";
-constexpr std::string_view kParagraphs = "p h1 h2 h3 h4 h5 h6";
 constexpr std::string_view kShownLinks[] = {"http:", "https:", "mailto:", "ftp:"};
 
 constexpr std::size_t kLongestReference = 12;
 
-// From U+00A0 on, one after the other.
-constexpr std::string_view kLatin1 =
-    "nbsp iexcl cent pound curren yen brvbar sect uml copy ordf laquo not shy reg macr deg "
-    "plusmn sup2 sup3 acute micro para middot cedil sup1 ordm raquo frac14 frac12 frac34 iquest "
-    "Agrave Aacute Acirc Atilde Auml Aring AElig Ccedil Egrave Eacute Ecirc Euml Igrave Iacute "
-    "Icirc Iuml ETH Ntilde Ograve Oacute Ocirc Otilde Ouml times Oslash Ugrave Uacute Ucirc "
-    "Uuml Yacute THORN szlig agrave aacute acirc atilde auml aring aelig ccedil egrave eacute "
-    "ecirc euml igrave iacute icirc iuml eth ntilde ograve oacute ocirc otilde ouml divide "
-    "oslash ugrave uacute ucirc uuml yacute thorn yuml";
-
-struct Entity {
-    std::string_view name;
-    char32_t letter;
-};
-constexpr Entity kOthers[] = {
-    {"amp", '&'},      {"lt", '<'},        {"gt", '>'},        {"quot", '"'},
-    {"apos", '\''},    {"hellip", 0x2026}, {"mdash", 0x2014},  {"ndash", 0x2013},
-    {"lsquo", 0x2018}, {"rsquo", 0x2019},  {"sbquo", 0x201A},  {"ldquo", 0x201C},
-    {"rdquo", 0x201D}, {"bdquo", 0x201E},  {"lsaquo", 0x2039}, {"rsaquo", 0x203A},
-    {"bull", 0x2022},  {"euro", 0x20AC},   {"trade", 0x2122},  {"OElig", 0x152},
-    {"oelig", 0x153},  {"Scaron", 0x160},  {"scaron", 0x161},  {"Yuml", 0x178},
-    {"fnof", 0x192},   {"dagger", 0x2020}, {"Dagger", 0x2021}, {"permil", 0x2030},
-    {"larr", 0x2190},  {"uarr", 0x2191},   {"rarr", 0x2192},   {"darr", 0x2193},
-    {"minus", 0x2212}, {"ne", 0x2260},     {"le", 0x2264},     {"ge", 0x2265},
-    {"zwnj", 0x200C},  {"zwj", 0x200D},    {"ensp", ' '},      {"emsp", ' '},
-    {"thinsp", ' '}};
+// The names of references with a blank around each: those of the letters below, then those of
+// U+00A0 and the letters behind it.
+constexpr std::string_view kNames =
+    " "
+    "amp lt gt quot apos hellip mdash ndash lsquo rsquo sbquo ldquo rdquo bdquo lsaquo rsaquo "
+    "bull euro trade OElig oelig Scaron scaron Yuml fnof dagger Dagger permil larr uarr rarr "
+    "darr minus ne le ge zwnj zwj ensp emsp thinsp nbsp iexcl cent pound curren yen brvbar "
+    "sect uml copy ordf laquo not shy reg macr deg plusmn sup2 sup3 acute micro para middot "
+    "cedil sup1 ordm raquo frac14 frac12 frac34 iquest Agrave Aacute Acirc Atilde Auml Aring "
+    "AElig Ccedil Egrave Eacute Ecirc Euml Igrave Iacute Icirc Iuml ETH Ntilde Ograve Oacute "
+    "Ocirc Otilde Ouml times Oslash Ugrave Uacute Ucirc Uuml Yacute THORN szlig agrave aacute "
+    "acirc atilde auml aring aelig ccedil egrave eacute ecirc euml igrave iacute icirc iuml "
+    "eth ntilde ograve oacute ocirc otilde ouml divide oslash ugrave uacute ucirc uuml yacute "
+    "thorn yuml ";
+constexpr std::u32string_view kLetters =
+    U"&<>\"'\u2026\u2014\u2013\u2018\u2019\u201A\u201C\u201D\u201E\u2039\u203A\u2022\u20AC\u2122"
+    U"\u0152\u0153\u0160\u0161\u0178\u0192\u2020\u2021\u2030\u2190\u2191\u2192\u2193\u2212\u2260"
+    U"\u2264\u2265\u200C\u200D   ";
 
 std::optional<char32_t> Named(std::string_view name) {
-    char32_t letter = 0xA0;
-    for (std::string_view rest = kLatin1; const auto known = text::TakeToken(rest, " "); ++letter) {
-        if (*known == name) return letter;
-    }
-    const auto* const row = std::ranges::find(kOthers, name, &Entity::name);
-    return row != std::end(kOthers) ? std::optional(row->letter) : std::nullopt;
+    const auto at = kNames.find(' ' + std::string(name) + ' ');
+    if (at == kNone || name.find(' ') != kNone) return std::nullopt;
+    const auto number = static_cast<std::size_t>(std::ranges::count(kNames.substr(0, at), ' '));
+    if (number < kLetters.size()) return kLetters[number];
+    return 0xA0 + static_cast<char32_t>(number - kLetters.size());
 }
 
 std::optional<char32_t> Numbered(std::string_view digits) {
@@ -348,21 +336,16 @@ std::string TextOfHtml(std::string_view html) {
 
 std::string TextOfEnriched(std::string_view enriched) {
     std::string text;
-    while (!enriched.empty()) {
+    for (;;) {
         const auto at = std::min(enriched.find('<'), enriched.size());
         text += enriched.substr(0, at);
         enriched.remove_prefix(at);
-        if (enriched.empty()) break;
         const bool isLetter = enriched.starts_with("<<");
         const auto end = isLetter ? 1 : enriched.find('>');
-        if (isLetter || end == kNone) text += '<';
-        enriched.remove_prefix(end == kNone ? 1 : end + 1);
-        if (end == kNone) {
-            text += enriched;
-            break;
-        }
+        if (end == kNone) return text.append(enriched);
+        if (isLetter) text += '<';
+        enriched.remove_prefix(end + 1);
     }
-    return text;
 }
 
 }  // namespace host::mail

@@ -9,14 +9,79 @@
 #include "host/mail/encoded_words.h"
 #include "host/mail/html_text.h"
 #include "text/ascii.h"
+#include "text/mail_view.h"
 
 namespace host::mail {
 
 namespace {
 
+constexpr auto kNone = std::string_view::npos;
+constexpr std::size_t kLongestValue = 64 * 1024;
 constexpr int kDeepest = 30;
 constexpr std::size_t kMostParts = 500;
 constexpr std::size_t kPiece = 64 * 1024;
+
+// "Name:", with nothing in the name that no name has.
+bool IsFieldLine(std::string_view line) {
+    const auto colon = line.find(':');
+    if (colon == kNone || colon == 0) return false;
+    const auto name = text::Trimmed(line.substr(0, colon));
+    return !name.empty() && std::ranges::all_of(name, [](char letter) {
+        return static_cast<unsigned char>(letter) > ' ' && letter != 0x7F;
+    });
+}
+
+std::string Unfolded(std::string_view value) {
+    std::string text;
+    for (const char letter : text::Trimmed(value).substr(0, kLongestValue)) {
+        if (letter != '\r' && letter != '\n') text += letter == '\0' ? ' ' : letter;
+    }
+    return text;
+}
+
+// The values of the fields of that name with ", " between them, or that of the first one.
+std::string Values(const Entity& entity, std::string_view name, bool isFirstEnough) {
+    std::string values;
+    for (std::string_view rest = entity.header; !rest.empty() && values.size() < kLongestValue;) {
+        const std::string_view field = text::TakeField(rest);
+        const auto colon = field.find(':');
+        if (colon == kNone || !text::EqualNoCase(text::Trimmed(field.substr(0, colon)), name))
+            continue;
+        if (!values.empty()) values += ", ";
+        values += Unfolded(field.substr(colon + 1));
+        if (isFirstEnough) break;
+    }
+    return values.substr(0, kLongestValue);
+}
+
+// The parts of a multipart body, at most `most`. A missing last delimiter is taken as standing at
+// the end; without any delimiter there are no parts.
+std::vector<std::string_view> SplitParts(std::string_view body, const std::string& boundary,
+                                         std::size_t most) {
+    std::vector<std::string_view> parts;
+    const std::string mark = "--" + boundary;
+    std::size_t begin = kNone;  // of the part that is open
+    for (std::string_view rest = body; !boundary.empty() && parts.size() < most;) {
+        const std::size_t at = body.size() - rest.size();
+        if (rest.empty() && begin != kNone) parts.push_back(body.substr(begin));
+        if (rest.empty()) break;
+        std::string_view line = text::TakeLine(rest);
+        if (!line.starts_with(mark)) continue;
+        line.remove_prefix(mark.size());
+        const bool isLast = line.starts_with("--");
+        if (!text::Trimmed(line.substr(isLast ? 2 : 0)).empty()) continue;
+        // The line end in front is the delimiter's.
+        if (begin != kNone) {
+            auto part = body.substr(begin, at - begin);
+            if (part.ends_with('\n')) part.remove_suffix(1);
+            if (part.ends_with('\r')) part.remove_suffix(1);
+            parts.push_back(part);
+        }
+        if (isLast) break;
+        begin = body.size() - rest.size();
+    }
+    return parts;
+}
 
 // What the header of a part says of its body. Texts are UTF-8.
 struct PartType {
@@ -86,6 +151,8 @@ PartType TypeOf(const Entity& entity, bool isInDigest, unsigned codePage) {
     return part;
 }
 
+enum class TextRank { kBlank, kEnriched, kHtml, kPlain };
+
 // How the text of a part is shown.
 struct TextForm {
     std::string_view subtype;
@@ -109,24 +176,25 @@ const TextForm* FormOf(const PartType& type) {
     return type.type == "text" && form != std::end(kTextForms) ? form : nullptr;
 }
 
-bool IsBlank(const std::string& text) {
-    return text.find_first_not_of(" \t\r\n") == std::string::npos;
-}
-
 bool IsMarked(const TextPiece& piece) {
     return piece.kind == TextPiece::Kind::kHtml || piece.kind == TextPiece::Kind::kEnriched;
 }
 
+// The text of a part, and how much it is worth among alternatives.
+struct RankedText {
+    std::vector<TextPiece> pieces;
+    TextRank rank = TextRank::kBlank;
+};
+
 // Texts of other parts begin lines of their own; those that were one text are one again.
-void Append(ReadParts& whole, ReadParts part) {
-    if (!whole.texts.empty() && !part.texts.empty()) {
-        std::string& above = whole.texts.back().text;
-        const bool wasOne = IsMarked(whole.texts.back()) || IsMarked(part.texts.front());
+void Append(RankedText& whole, RankedText text) {
+    if (!whole.pieces.empty() && !text.pieces.empty()) {
+        std::string& above = whole.pieces.back().text;
+        const bool wasOne = IsMarked(whole.pieces.back()) || IsMarked(text.pieces.front());
         if (!wasOne && !above.empty() && !above.ends_with('\n')) above += '\n';
     }
-    std::ranges::move(part.texts, std::back_inserter(whole.texts));
-    std::ranges::move(part.files, std::back_inserter(whole.files));
-    whole.rank = std::max(whole.rank, part.rank);
+    std::ranges::move(text.pieces, std::back_inserter(whole.pieces));
+    whole.rank = std::max(whole.rank, text.rank);
 }
 
 // What is encoded: uuencoded bytes have a line of their own above them.
@@ -143,10 +211,16 @@ class PartReader {
   public:
     explicit PartReader(unsigned codePage) : m_codePage(codePage) {}
 
-    ReadParts Read(const Entity& entity, bool isInDigest, int depth) {
+    ReadParts Run(const Entity& message) {
+        m_found.texts = Read(message, false, 0).pieces;
+        return std::move(m_found);
+    }
+
+  private:
+    RankedText Read(const Entity& entity, bool isInDigest, int depth) {
         const PartType type = TypeOf(entity, isInDigest, m_codePage);
         if (++m_count > kMostParts || depth > kDeepest) {
-            m_isTooComplex = true;
+            m_found.isTooComplex = true;
             return {};
         }
         if (type.ownPiece == "remark") return {};
@@ -155,35 +229,29 @@ class PartReader {
             if (!parts.empty()) return ReadMultipart(type, parts, depth);
         }
         const std::string_view content = Content(type, entity.body);
-        if (const auto* form = FormOf(type)) return Text(*form, type, content);
-        return File(type, content);
+        if (const auto* form = FormOf(type)) return ReadText(*form, type, content);
+        m_found.files.push_back(
+            {type.fileName, type.type + '/' + type.subtype, type.encoding, content});
+        return {};
     }
 
-    bool IsTooComplex() const { return m_isTooComplex; }
-
-  private:
-    ReadParts ReadMultipart(const PartType& type, const std::vector<std::string_view>& parts,
-                            int depth) {
-        ReadParts whole;
+    // Of alternatives the best text stays.
+    RankedText ReadMultipart(const PartType& type, const std::vector<std::string_view>& parts,
+                             int depth) {
+        RankedText whole;
         const bool isDigest = type.subtype == "digest", isChoice = type.subtype == "alternative";
         for (const std::string_view bytes : parts) {
-            ReadParts part = Read(SplitEntity(bytes), isDigest, depth + 1);
-            isChoice ? Choose(whole, std::move(part)) : Append(whole, std::move(part));
-            if (m_isTooComplex) break;
+            RankedText text = Read(SplitEntity(bytes), isDigest, depth + 1);
+            if (!isChoice)
+                Append(whole, std::move(text));
+            else if (text.rank > whole.rank)
+                whole = std::move(text);
+            if (m_found.isTooComplex) break;
         }
         return whole;
     }
 
-    // The better text stays, and all files.
-    static void Choose(ReadParts& best, ReadParts part) {
-        if (part.rank > best.rank) {
-            best.texts = std::move(part.texts);
-            best.rank = part.rank;
-        }
-        std::ranges::move(part.files, std::back_inserter(best.files));
-    }
-
-    ReadParts Text(const TextForm& form, const PartType& type, std::string_view body) const {
+    RankedText ReadText(const TextForm& form, const PartType& type, std::string_view body) const {
         std::string bytes;
         (void)DecodeBody(body, type.encoding, [&](std::string_view decoded) -> base::Status {
             bytes += decoded;
@@ -195,30 +263,42 @@ class PartReader {
         } else if (form.toPlain != nullptr) {
             piece.text = form.toPlain(piece.text);
         }
-        ReadParts part;
-        part.rank = IsBlank(piece.text) ? TextRank::kNone : form.rank;
-        part.texts.push_back(std::move(piece));
-        return part;
-    }
-
-    static ReadParts File(const PartType& type, std::string_view body) {
-        ReadParts part;
-        part.files.push_back({type.fileName, type.type + '/' + type.subtype, type.encoding, body});
-        return part;
+        const bool isBlank = text::Trimmed(piece.text).empty();
+        return {{std::move(piece)}, isBlank ? TextRank::kBlank : form.rank};
     }
 
     unsigned m_codePage;
     std::size_t m_count = 0;
-    bool m_isTooComplex = false;
+    ReadParts m_found;
 };
 
 }  // namespace
 
+Entity SplitEntity(std::string_view bytes) {
+    std::string_view body = bytes;
+    const auto header = [&] { return bytes.substr(0, bytes.size() - body.size()); };
+    while (!body.empty()) {
+        std::string_view rest = body;
+        const std::string_view line = text::TakeLine(rest);
+        if (line == "\n" || line == "\r\n") return {header(), rest};
+        const bool goesOn =
+            body.size() < bytes.size() && (line.front() == ' ' || line.front() == '\t');
+        if (!goesOn && !IsFieldLine(line)) break;
+        body = rest;
+    }
+    return {header(), body};
+}
+
+std::string FieldValue(const Entity& entity, std::string_view name) {
+    return Values(entity, name, true);
+}
+
+std::string FieldValues(const Entity& entity, std::string_view name) {
+    return Values(entity, name, false);
+}
+
 ReadParts ReadMailParts(const Entity& message, unsigned codePage) {
-    PartReader reader(codePage);
-    ReadParts whole = reader.Read(message, false, 0);
-    whole.isTooComplex = reader.IsTooComplex();
-    return whole;
+    return PartReader(codePage).Run(message);
 }
 
 base::Status DecodeBody(std::string_view body, const std::string& encoding,

@@ -7,9 +7,25 @@
 
 #include "host/base/failure.h"
 #include "host/mail/mail_text.h"
-#include "host/mail/mime_entity.h"
 
 namespace host::mail {
+
+// A message or a part of one, as it stands: the lines of its header and what comes below. These are
+// found here and not by GMime's parser, which drops what stands in a header and is no field, parts
+// without a header among it, gives attached mails back rewritten, and whose need of memory and of
+// stack a hostile header decides (docs/architecture.md).
+struct Entity {
+    std::string_view header, body;
+};
+
+// The header ends at an empty line, or in front of a line that belongs to none.
+Entity SplitEntity(std::string_view bytes);
+
+// The value of the first field of that name, its lines joined, blanks at both ends gone; empty if
+// there is none. A value longer than a sane one is cut.
+std::string FieldValue(const Entity& entity, std::string_view name);
+// The values of all fields of that name, ", " between them.
+std::string FieldValues(const Entity& entity, std::string_view name);
 
 // A part that becomes a file. Points into the message.
 struct FilePart {
@@ -19,15 +35,11 @@ struct FilePart {
     std::string_view body;
 };
 
-// How much a text is worth among alternatives.
-enum class TextRank { kNone, kEnriched, kHtml, kPlain };
-
 // What a message consists of, for a reader of plain text.
 struct ReadParts {
     std::vector<TextPiece> texts;  // one after the other, UTF-8
     std::vector<FilePart> files;
-    TextRank rank = TextRank::kNone;  // the best of the texts
-    bool isTooComplex = false;        // parts without number or depth: not all of it is here
+    bool isTooComplex = false;  // parts without number or depth: not all of it is here
 };
 
 // `codePage` is that of texts without a charset.

@@ -9,12 +9,15 @@
 #include "host/base/failure.h"
 #include "host/mail/content_type.h"
 #include "host/mail/encoded_words.h"
-#include "host/mail/eudora_text.h"
 #include "host/mail/mail_reader.h"
 #include "host/maildir/maildir.h"
+#include "platform/os/code_page.h"
 #include "text/ascii.h"
 #include "text/calendar.h"
+#include "text/double_byte.h"
 #include "text/encoded_words.h"
+#include "text/path.h"
+#include "text/utf.h"
 
 namespace host::mail {
 
@@ -117,6 +120,96 @@ std::optional<double> DecodedDate(const std::string& value, platform::Clock& clo
     return text::ToOleDate(std::chrono::local_seconds(instant + clock.UtcOffset(near)));
 }
 
+constexpr auto kNone = std::string_view::npos;
+constexpr std::size_t kLongestToCompose = 4096;
+
+// Eudora makes a file of ours out of the first, and a mail of its own out of the second.
+constexpr std::string_view kLineMarks[] = {"Attachment Converted:", "From ???@???"};
+constexpr std::string_view kTextMarks[] = {"<x-html>",  "</x-html>",  "<x-rich>",
+                                           "</x-rich>", "<x-flowed>", "</x-flowed>"};
+
+// Decomposed characters composed, where that is cheap.
+std::string Composed(const std::string& text) {
+    if (text.size() > kLongestToCompose || !text::IsUtf8(text)) return text;
+    char* const composed = g_utf8_normalize(text.c_str(), static_cast<gssize>(text.size()),
+                                            G_NORMALIZE_DEFAULT_COMPOSE);
+    std::string result = composed != nullptr ? composed : text;
+    g_free(composed);
+    return result;
+}
+
+template <std::size_t kCount>
+bool BeginsWithAny(std::string_view text, const std::string_view (&marks)[kCount]) {
+    return std::ranges::any_of(
+        marks, [text](std::string_view mark) { return text::StartsWithNoCase(text, mark); });
+}
+
+// With a blank in front of each line that begins like one of Eudora's, and in a plain text behind
+// the "<" of what reads like a mark of Eudora's.
+std::string Spoilt(std::string_view text, bool isPlain) {
+    std::string spoilt;
+    spoilt.reserve(text.size());
+    for (bool beginsLine = true; !text.empty();) {
+        if (beginsLine && BeginsWithAny(text, kLineMarks)) spoilt += ' ';
+        const auto length = std::min(text.find_first_of("\n<"), text.size() - 1) + 1;
+        spoilt += text.substr(0, length);
+        beginsLine = text[length - 1] == '\n';
+        if (isPlain && BeginsWithAny(text.substr(length - 1), kTextMarks)) spoilt += ' ';
+        text.remove_prefix(length);
+    }
+    return spoilt;
+}
+
+constexpr std::size_t kLongestName = 100, kLongestExtension = 20;  // bytes of the code page
+
+// Of the UTF-8 name, where every forbidden letter is itself.
+std::string WithoutForbidden(std::string_view name) {
+    std::string plain(name.substr(name.find_last_of("/\\") + 1));
+    for (char& letter : plain) {
+        if (text::IsForbiddenInNames(letter) || letter == 0x7F) letter = '_';
+    }
+    return plain;
+}
+
+// Windows drops them at an end, and at the front they hide a file.
+std::string_view Trimmed(std::string_view name) {
+    return text::Trimmed(name, " .");
+}
+
+std::string Shortened(const std::string& name, unsigned codePage) {
+    if (name.size() <= kLongestName) return name;
+    auto parts = text::SplitPath(name, codePage);
+    if (parts.extension.size() > kLongestExtension) {
+        parts.name += parts.extension;
+        parts.extension.clear();
+    }
+    const auto room = kLongestName - parts.extension.size();
+    parts.name.resize(text::WholeCharacterPrefix(parts.name, room, codePage));
+    return std::string(Trimmed(parts.name + parts.extension));
+}
+
+// Cuts a text behind the last whole line of at most `limit` bytes, or the last whole character.
+std::string_view CutText(std::string_view text, std::size_t limit, unsigned codePage) {
+    if (text.size() <= limit) return text;
+    const auto lineEnd = text.rfind("\r\n", limit);
+    if (lineEnd != kNone && lineEnd > limit / 2) return text.substr(0, lineEnd);
+    return text.substr(0, text::WholeCharacterPrefix(text, limit, codePage));
+}
+
+// A name (UTF-8) made into one that a file can have on Windows in that code page: no folder, no
+// character that file names or the code page lack, no device, not too long; its extension is kept.
+// `fallback` stands for a name of which nothing is left.
+std::string PlainAttachmentName(const std::string& name, const std::string& fallback,
+                                unsigned codePage) {
+    std::string plain = WithoutForbidden(Composed(name));
+    plain = platform::FromUtf8(Trimmed(plain), codePage);
+    // What the code page lacks.
+    std::ranges::replace(plain, '?', '_');
+    plain = Shortened(plain, codePage);
+    if (plain.find_first_not_of("_ .") == std::string::npos) plain = fallback;
+    return text::IsDevice(plain) ? '_' + plain : plain;
+}
+
 // A message without what a mailbox file puts above it, and with line ends that can be told.
 class Message {
   public:
@@ -156,7 +249,7 @@ bool IsSlash(char letter) {
 class MailMaker {
   public:
     MailMaker(const Message& message, const ParsePlace& place)
-        : m_message(message), m_place(place), m_text(place.codePage) {}
+        : m_message(message), m_place(place) {}
 
     base::Result<NewMail> Run() {
         ReadHeader();
@@ -164,11 +257,40 @@ class MailMaker {
             for (const auto& file : m_mail.attachments) (void)m_place.files.Delete(file.path);
             return made.Error();
         }
-        m_mail.lostCharacters = m_text.LostCharacters();
         return std::move(m_mail);
     }
 
   private:
+    // A text of UTF-8 in the code page, "?" for each character that it lacks.
+    std::string Convert(const std::string& text) {
+        bool isLossy = false;
+        std::string converted = platform::FromUtf8(text, m_place.codePage, &isLossy);
+        if (!isLossy) return converted;
+        const std::string composed = Composed(text);
+        if (composed != text) converted = platform::FromUtf8(composed, m_place.codePage);
+        const auto asked = std::ranges::count(converted, '?'),
+                   before = std::ranges::count(text, '?');
+        m_mail.lostCharacters +=
+            static_cast<std::size_t>(std::max<std::ptrdiff_t>(asked - before, 0));
+        return converted;
+    }
+
+    // The same of a header's text: one line without control characters or blanks at its ends.
+    std::string Line(const std::string& text) { return text::WithoutControls(Convert(text)); }
+
+    // The same of a stretch of a body: CR LF line ends, Eudora's marks around it if it has a kind
+    // of its own. What else looks like one of Eudora's marks gets a blank that spoils it.
+    std::string Body(const TextPiece& piece) {
+        using enum TextPiece::Kind;
+        std::string lines = text::WithCrLf(Convert(piece.text));
+        std::ranges::replace(lines, '\0', ' ');
+        const char* const mark = piece.kind == kHtml       ? "x-html>"
+                                 : piece.kind == kEnriched ? "x-rich>"
+                                                           : nullptr;
+        if (mark == nullptr) return Spoilt(lines, true);
+        return std::string("<") + mark + Spoilt(lines, false) + "</" + mark;
+    }
+
     std::string Field(const char* name) const { return FieldValue(m_message.Parts(), name); }
 
     void ReadHeader() {
@@ -178,7 +300,7 @@ class MailMaker {
         m_mail.to = Recipients("To");
         m_mail.cc = Recipients("Cc");
         m_mail.bcc = Recipients("Bcc");
-        m_mail.subject = Cut(m_text.Line(DecodedHeader(Field("Subject"), m_place.codePage)),
+        m_mail.subject = Cut(Line(DecodedHeader(Field("Subject"), m_place.codePage)),
                              kLongestSubject, "the subject");
         m_mail.date = DecodedDate(Field("Date"), m_place.clock);
         if (!m_mail.date) {
@@ -206,7 +328,7 @@ class MailMaker {
                 if (letter == '<' || letter == '>') letter = ' ';
                 if (!isAddress && (letter == ',' || letter == ';')) letter = ' ';
             }
-            one = {m_text.Line(one.name), m_text.Line(one.address)};
+            one = {Line(one.name), Line(one.address)};
             if (one.name == one.address) one.name.clear();
             if (!one.address.empty()) clean.push_back(std::move(one));
         }
@@ -243,7 +365,7 @@ class MailMaker {
                 "the mail has too many parts: as a whole it is the attachment message.eml");
             parts.files = {{"message.eml", "message/rfc822", "", m_message.Bytes()}};
         }
-        for (const TextPiece& piece : parts.texts) m_mail.body += m_text.Body(piece);
+        for (const TextPiece& piece : parts.texts) m_mail.body += Body(piece);
         if (m_mail.body.ends_with("\r\n")) m_mail.body.resize(m_mail.body.size() - 2);
         for (const FilePart& part : parts.files) {
             if (auto added = AddFile(part); !added) return added;
@@ -286,7 +408,6 @@ class MailMaker {
 
     const Message& m_message;
     const ParsePlace& m_place;
-    EudoraText m_text;
     NewMail m_mail;
 };
 

@@ -65,25 +65,20 @@ void AppendQuoted(std::string& out, std::string_view text) {
 
 }  // namespace
 
-std::string_view NameOf(TransferEncoding encoding) {
-    constexpr std::string_view kNames[] = {"7bit", "quoted-printable", "base64"};
-    return kNames[static_cast<std::size_t>(encoding)];
-}
-
-TransferEncoding ChooseEncoding(std::string_view text) {
+std::string_view ChooseEncoding(std::string_view text) {
     const auto odd = static_cast<std::size_t>(std::ranges::count_if(text, [](char letter) {
         return (letter & 0x80) != 0 || letter == '\0' || letter == '\r';
     }));
-    if (odd == 0 && LinesFit(text)) return TransferEncoding::k7Bit;
+    if (odd == 0 && LinesFit(text)) return k7Bit;
     // An escape takes three bytes for one, base64 four for three.
     const bool isMostlyText = odd * 6 <= text.size();
-    return isMostlyText ? TransferEncoding::kQuotedPrintable : TransferEncoding::kBase64;
+    return isMostlyText ? kQuotedPrintable : kBase64;
 }
 
-void AppendEncoded(std::string& out, std::string_view text, TransferEncoding encoding) {
-    if (encoding == TransferEncoding::k7Bit) {
+void AppendEncoded(std::string& out, std::string_view text, std::string_view encoding) {
+    if (encoding == k7Bit) {
         out += text;
-    } else if (encoding == TransferEncoding::kQuotedPrintable) {
+    } else if (encoding == kQuotedPrintable) {
         AppendQuoted(out, text);
     } else {
         AppendBase64Lines(out, text);

@@ -5,16 +5,16 @@
 
 namespace host::mail {
 
-enum class TransferEncoding { k7Bit, kQuotedPrintable, kBase64 };
-
-std::string_view NameOf(TransferEncoding encoding);
+// The names of transfer encodings.
+inline constexpr std::string_view k7Bit = "7bit", kQuotedPrintable = "quoted-printable",
+                                  kBase64 = "base64";
 
 // The first of the three that brings a text with LF line ends over whole: 7 bit for lines of ASCII
 // that fit and that no mailbox file would take for a separator, base64 where most of it would be
 // escapes.
-TransferEncoding ChooseEncoding(std::string_view text);
+std::string_view ChooseEncoding(std::string_view text);
 
-void AppendEncoded(std::string& out, std::string_view text, TransferEncoding encoding);
+void AppendEncoded(std::string& out, std::string_view text, std::string_view encoding);
 
 // Base64 without line ends.
 void AppendBase64(std::string& out, std::string_view bytes);

@@ -3,9 +3,10 @@
 #include <gtest/gtest.h>
 
 #include "host/mail/html_text.h"
+#include "host/mail/mail_reader.h"
 #include "host/mail/mail_text.h"
-#include "host/mail/mime_entity.h"
 #include "host/maildir/maildir.h"
+#include "tests/host/mail_world.h"
 #include "text/ascii.h"
 #include "text/mail_view.h"
 
@@ -28,7 +29,9 @@ std::size_t WorkFor(const std::string& text) {
     const mail::Entity entity = mail::SplitEntity(text);
     (void)mail::FieldValue(entity, "Subject");
     (void)mail::FieldValues(entity, "To");
-    (void)mail::SplitParts(text, "b", 1000);
+    MailFiles world;
+    (void)world.Parse("Content-Type: multipart/mixed; boundary=b\n\n" + text);
+    (void)world.Parse(text);
     return branches - before;
 }
 

@@ -154,7 +154,7 @@ TEST(MailProperty, AnyTextComesBackInAnyEncoding) {
             if (random() % 30 == 0) text += std::string(1100, 'l');
         }
         text = text::WithLineFeeds(text);
-        const mail::TransferEncoding encoding = mail::ChooseEncoding(text);
+        const std::string_view encoding = mail::ChooseEncoding(text);
         std::string encoded, decoded;
         mail::AppendEncoded(encoded, text, encoding);
         EXPECT_EQ(encoded.find_first_of("\r\0"sv), std::string::npos) << encoded;
@@ -164,7 +164,7 @@ TEST(MailProperty, AnyTextComesBackInAnyEncoding) {
             EXPECT_LE(end, 998u);
             rest.remove_prefix(std::min(end + 1, rest.size()));
         }
-        (void)mail::DecodeBody(encoded, std::string(mail::NameOf(encoding)),
+        (void)mail::DecodeBody(encoded, std::string(encoding),
                                [&](std::string_view piece) -> host::base::Status {
                                    decoded += piece;
                                    return {};

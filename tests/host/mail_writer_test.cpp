@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "host/mail/eudora_mails.h"
 #include "host/mail/attach_folder.h"
+#include "host/mail/eudora_mails.h"
 #include "host/translator/mail_settings.h"
 #include "platform/os/safe_write.h"
 #include "platform/os/system.h"
