@@ -1,4 +1,4 @@
-#include "tests/mailstore/writing_fixture.h"
+#include "tests/mailstore/mail_world.h"
 #include "tests/support/failing_allocation.h"
 #include "tests/support/fault_sweep.h"
 
@@ -127,10 +127,12 @@ TEST_F(MailCloseFaultsTest, OneOperationFails) {
 // Memory that runs out at any point of a session is told, and a host that does once more what was
 // refused comes to the same end.
 TEST_F(MailCloseFaultsTest, OneAllocationFails) {
-    const std::string sources[] = {"C:\\src\\1", "C:\\src\\2"};
     HostMail hosts[] = {New(0), New(2)};
+    for (int i : {0, 1}) {
+        hosts[i].files = {"C:\\src\\" + std::to_string(i + 1)};
+        hosts[i].moves = true;
+    }
     hosts[1].status = 0x20001;
-    const std::string lists[] = {mail->Files({sources[0]}, true), mail->Files({sources[1]}, true)};
     test::ForEachFailingAllocation([&](auto run) {
         PutBox();
         int refusals = 0;
@@ -146,11 +148,10 @@ TEST_F(MailCloseFaultsTest, OneAllocationFails) {
         };
         (void)run([&] {
             twice([&] { return Open() == RRC_OK; });
-            for (int i : {0, 1}) {
+            for (const HostMail& host : hosts) {
                 twice([&] {
-                    machine.files.Put(sources[i], "one");
-                    return mail->TryAdd(hosts[i], lists[i].c_str(),
-                                        [&] { return !machine.files.Get(sources[i]); });
+                    machine.files.Put(host.files[0], "one");
+                    return mail->TryAdd(host);
                 });
             }
             twice([&] { return mail->TryEdit("0x00000002", 0x20001); });
@@ -213,14 +214,12 @@ TEST_F(MailCloseFaultsTest, TheMachineDies) {
 
 // The disk fills at any byte: what fits is stored, the rest waits for room.
 TEST_F(MailCloseFaultsTest, TheDiskIsFull) {
-    Load();
-    const std::uint64_t used = UsedBytes();
     std::size_t most = 0;
     int partly = 0;
     for (std::uint64_t room = 0; most < kNew; room += room < 4000 ? 97 : 50021) {
         SCOPED_TRACE(room);
         Load();
-        machine.files.LimitDisk(used + room);
+        machine.files.LimitDisk(UsedBytes() + room);
         const auto code = mail->Close(0);
         machine.files.LimitDisk(std::nullopt);
         const Texts errors = DrainErrors();

@@ -1,6 +1,6 @@
 #include <random>
 
-#include "tests/mailstore/writing_fixture.h"
+#include "tests/mailstore/mail_world.h"
 
 namespace {
 
@@ -43,8 +43,10 @@ class RandomWalkTest : public WritingTest {
                                           : HostMail::Text("m" + std::to_string(++m_made) + "@x")};
         if (Below(8) == 0) host.status = 2;
         host.body = std::string(Below(3000), 'x') + '\n';
-        if (Below(4) == 0) {
-            host.files = {"C:\\src\\1"};
+        if (Below(4) == 0) host.files = {"C:\\src\\1"};
+        if (Below(8) == 0) {  // begun and left
+            EXPECT_TRUE(mail->AddNewRecord(0) == RRC_OK && mail->Fill(host));
+            if (Below(2) == 0) (void)mail->EditRecord();
         }
         const std::string result = mail->Add(host);
         if (host.status == 2) {
@@ -62,10 +64,10 @@ class RandomWalkTest : public WritingTest {
         const std::string id = AnyStored();
         const bool isRead = Below(2) == 0;
         if (Below(3) == 0) {
-            mail->Edit(id, std::nullopt);  // changes nothing that is stored or noted
+            mail->Edit(id.c_str(), std::nullopt);  // changes nothing that is stored or noted
             model.noted.try_emplace(id, model.stored[id].isRead);
         } else {
-            mail->Edit(id, isRead ? 0x20001 : 1);
+            mail->Edit(id.c_str(), isRead ? 0x20001 : 1);
             model.noted[id] = isRead;
         }
     }

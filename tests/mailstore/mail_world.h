@@ -1,0 +1,258 @@
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "eumapi/simple_mapi.h"
+#include "integration/locate/locate.h"
+#include "mailstore/eudora_mail.h"
+#include "tests/frame/frame_fixture.h"
+#include "tests/mailstore/mailbox_builder.h"
+#include "tests/mapi/scripted_library.h"
+#include "tests/tools/mailbox_check.h"
+
+using Texts = std::vector<std::string>;
+
+// What a host sets in a new record; what has no value is not set.
+struct HostMail {
+    using Text = std::optional<std::string>;
+
+    Text from = "me@x.example", to = "you@y.example", cc = {}, bcc = {};
+    Text subject = "Hi", body = "Text";
+    double date = 37653.586910;  // 2003-02-01 14:05:09
+    std::int32_t status = 1;
+    Text id = "a@b";
+    Texts files = {};    // sources, each attached under the name "doc.txt"
+    bool moves = false;  // the sources go
+};
+
+// The mail translator with its members in sight, and what hosts do with it.
+class TestMail : public CREudoraMail {
+  public:
+    using IdTexts = std::map<std::string, std::string>;
+
+    RRETURNCODE OpenMailbox(CEudoraTransUtil& util, int mode = 1) {
+        return Open(mode, 0, 0, 0, 0, 0, 0, 0, 0, &util);
+    }
+    // The Message-IDs that are known, by index id. The log tells them all.
+    IdTexts ToMessageId() const {
+        const LogCapture log;
+        m_ids.LogAll();
+        IdTexts texts;
+        for (const std::string& line : LogCapture::Lines()) {
+            const auto end = line.rfind(", csIndexID = ");
+            texts[line.substr(end + 14, 10)] = line.substr(18, end - 18);
+        }
+        return texts;
+    }
+    template <class Cell>
+    bool Set(const char* field, Cell cell) {
+        return SetField(field, nullptr, &cell) == RRC_OK;
+    }
+    // False if a field or a file was refused.
+    bool Fill(const HostMail& host) {
+        const std::string files = host.files.empty() ? "" : List(host);
+        const std::pair<const char*, const HostMail::Text*> texts[] = {
+            {"1", &host.from},    {"2", &host.to},   {"3", &host.cc}, {"4", &host.bcc},
+            {"5", &host.subject}, {"7", &host.body}, {"11", &host.id}};
+        bool isDone = Set("6", host.date) && Set("10", host.status);
+        if (!files.empty()) isDone = isDone && Set("8", files.c_str());
+        for (const auto& path : host.files) isDone = isDone && !(host.moves && IsThere(path));
+        for (const auto& [field, text] : texts) {
+            if (*text) isDone = isDone && Set(field, (*text)->c_str());
+        }
+        return isDone;
+    }
+    bool TryAdd(const HostMail& host) {
+        return AddNewRecord(0) == RRC_OK && Fill(host) && TryUpdate();
+    }
+    bool TryEdit(const char* id, std::optional<std::int32_t> status) {
+        return EditRecord(id) == RRC_OK && (!status || Set("10", *status)) && TryUpdate();
+    }
+    // Needs no memory once the record is stored.
+    bool TryUpdate() { return UpdateRecord(m_id, m_info) == RRC_OK; }
+    // The record id and the modified info that come back, with "/" between.
+    std::string Add(const HostMail& host) {
+        EXPECT_TRUE(TryAdd(host));
+        return m_id.Str() + '/' + m_info.Str();
+    }
+    std::string Edit(const char* id, std::optional<std::int32_t> status) {
+        EXPECT_TRUE(TryEdit(id, status));
+        return m_id.Str() + '/' + m_info.Str();
+    }
+
+    using CREudoraMail::m_appInfo;
+    using CREudoraMail::m_attach;
+    using CREudoraMail::m_bBoxFileOpenFlag;
+    using CREudoraMail::m_draft;
+    using CREudoraMail::m_ids;
+    using CREudoraMail::m_queues;
+
+  private:
+    bool IsThere(const std::string& path) const { return Util().system.files.Exists(path); }
+    static std::string List(const HostMail& host) {
+        CArray<CRAttachmentInfo> list;
+        for (const auto& path : host.files) {
+            list.Add({0, host.moves, "doc.txt", "doc.txt", path.c_str()});
+        }
+        CString text;
+        (void)AttachmentInfoToStr(list, text);
+        return text.Str();
+    }
+
+    CString m_id, m_info;
+};
+
+// A machine in memory with Eudora's folder C:\E; every string of the bundle is "m" and its number,
+// but for those that are read as something else.
+class MailTest : public FrameTest {
+  protected:
+    MailTest() {
+        platform::testing::FakeLibraries::Strings strings;
+        for (unsigned id = 2; id < 90; ++id) strings[id] = "m" + std::to_string(id);
+        strings[1] = "no <%s>";
+        for (unsigned id = 85; id <= 88; ++id) strings[id] = "m" + std::to_string(id) + " <%s>";
+        strings[41] = "From";
+        strings[77] = "Attachment Converted:";
+        strings[79] = "In";
+        LoadStrings(strings);
+        machine.files.MakeFolders("C:\\E\\Attach");
+        util.csEudoraDir = "C:\\E";
+    }
+    void TearDown() override { LogOff(); }
+
+    void LogOff() {
+        util.mapi.MapiLogoff();
+        util.mapi.UnloadMapiLibrary();
+    }
+    void LogOn(TestMail& mail) {
+        EXPECT_EQ(util.mapi.LoadMapiLibrary("C:\\E"), 1);
+        EXPECT_EQ(util.mapi.MapiLogon(), 1);
+        mail.m_attach.m_csAttachDir = "C:\\E\\Attach\\";
+        mail.m_appInfo.m_bLimitMailAge = mail.m_appInfo.m_bLimitMailSize = 0;
+    }
+    std::string Mbx() { return machine.files.Get("C:\\E\\In.mbx").value_or("(none)"); }
+    std::string Toc() { return machine.files.Get("C:\\E\\In.toc").value_or("(none)"); }
+};
+
+// A translator that is logged on to a library whose mails a test says.
+class ReadingTest : public MailTest {
+  protected:
+    ReadingTest() { LogOn(mail); }
+    ~ReadingTest() override {
+        EXPECT_EQ(library.LiveRecords(), 0U);
+        EXPECT_EQ(library.badCalls, 0);
+    }
+
+    ScriptedMail& AddMail() {
+        const auto number = static_cast<std::uint32_t>(library.mailbox.size() + 1);
+        return library.mailbox.emplace_back(ScriptedMail{.id = mailbox::IndexIdOf(number)});
+    }
+    // Makes the mail the only one, and current.
+    void Show(ScriptedMail only) {
+        library.mailbox.clear();
+        only.id = "0x00000001";
+        library.mailbox.push_back(std::move(only));
+        EXPECT_EQ(mail.MoveFirst(), RRC_OK);
+    }
+    std::string Id() {
+        CString id;
+        EXPECT_EQ(mail.GetRecordID(id), RRC_OK);
+        return id.Str();
+    }
+    // The text cell of a field; "(null)" and "(untouched)" for cells without a text.
+    std::string Text(const char* field) {
+        char untouched = 'x';
+        char* cell = &untouched;
+        EXPECT_EQ(mail.GetField(field, nullptr, &cell), RRC_OK) << field;
+        if (cell == &untouched) return "(untouched)";
+        const std::string text = cell != nullptr ? cell : "(null)";
+        FreeVornString(cell);
+        return text;
+    }
+
+    ScriptedLibrary library{machine, "C:\\E"};
+    TestMail mail;
+};
+
+// Our Simple MAPI library over the files of a machine in memory, as EUMAPI32.DLL of the folder
+// C:\E.
+class StandInLibrary : public ScriptedLibrary {
+  public:
+    explicit StandInLibrary(platform::testing::TestSystem& machine)
+        : ScriptedLibrary(machine, "C:\\E"), m_mapi(machine.system) {
+        (void)machine.registry.WriteText(platform::RegistryRoot::kLocalMachine,
+                                         locate::kAppPathsKey, "Path", "C:\\E");
+    }
+
+    mapi::Code Logon(mapi::Session* session) override { return m_mapi.Logon(session); }
+    mapi::Code Logoff(mapi::Session session) override { return m_mapi.Logoff(session); }
+    mapi::Code FindNext(mapi::Session session, const char* seed, char* id) override {
+        return m_mapi.FindNext(session, nullptr, seed, kFindFlags, id);
+    }
+    mapi::Code ReadMail(mapi::Session session, const char* id, MapiMessage** message) override {
+        return m_mapi.ReadMail(session, id, kReadFlags, message);
+    }
+    mapi::Code SendMail(mapi::Session session, MapiMessage* message) override {
+        return m_mapi.SendMail(session, message, 0);
+    }
+    mapi::Code DeleteMail(mapi::Session session, const char* id) override {
+        return m_mapi.DeleteMail(session, id);
+    }
+    mapi::Code FreeBuffer(void* buffer) override { return m_mapi.FreeBuffer(buffer); }
+
+  private:
+    eumapi::SimpleMapi m_mapi;
+};
+
+// A translator that is logged on to our Simple MAPI library.
+class WritingTest : public MailTest {
+  protected:
+    WritingTest() {
+        machine.clock.offset = std::chrono::hours(9);
+        machine.files.MakeFolders("C:\\temp");
+        machine.files.Put("C:\\src\\1", "one");
+        Restart();
+    }
+    ~WritingTest() override {
+        mail.reset();
+        LogOff();
+        EXPECT_EQ(machine.files.OpenCount(), 0);
+    }
+
+    // What a program does that begins anew.
+    void Restart() {
+        mail.reset();
+        LogOff();
+        mail = std::make_unique<TestMail>();
+        LogOn(*mail);
+        (void)util.mapi.MoveFirst();  // what an earlier session passed is no place to walk from
+    }
+    RRETURNCODE Open() { return mail->OpenMailbox(util); }
+    // The in-box as the independent reader sees it, which finds no fault. From the mail `ours` on
+    // it is as the translator writes it.
+    std::vector<mailbox_check::Mail> Read(std::uint32_t ours = 0, bool mayHaveLeftovers = false) {
+        const mailbox_check::Rules rules{ours, mayHaveLeftovers, [&](const std::string& path) {
+                                             return machine.files.Get(path).has_value();
+                                         }};
+        auto report = mailbox_check::Check(Mbx(), Toc(), rules);
+        EXPECT_EQ(report.faults, Texts{});
+        return std::move(report.mails);
+    }
+    // The states of the stored mails, a digit each.
+    std::string States(std::uint32_t ours, bool mayHaveLeftovers = false) {
+        std::string states;
+        for (const auto& stored : Read(ours, mayHaveLeftovers)) {
+            states += std::to_string(stored.state);
+        }
+        return states;
+    }
+
+    StandInLibrary library{machine};
+    std::unique_ptr<TestMail> mail;
+};

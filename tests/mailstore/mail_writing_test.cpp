@@ -1,0 +1,393 @@
+#include <cstring>
+#include <functional>
+#include <tuple>
+
+#include "tests/mailstore/mail_world.h"
+#include "tests/support/fault_sweep.h"
+
+namespace {
+
+using platform::testing::Fault;
+
+const std::string kSeparator = "From ???@??\? Sat Feb 01 14:05:09 2003\r\n";
+
+class MailWriteTest : public WritingTest {
+  protected:
+    void Put(const MailboxBuilder& box) { box.Put(machine.files, "C:\\E"); }
+};
+
+TEST_F(MailWriteTest, VetsTheSenderOfReceivedMails) {
+    struct Host {
+        std::int32_t status = 1;
+        RRETURNCODE statusCode = RRC_OK, fromCode = RRC_OK;
+        const char* from = "a@b";
+        BOOL hasFrom = 1;
+        RRETURNCODE wanted = RRC_OK;
+    } hosts[] = {{},
+                 {.from = "", .wanted = RRC_FAILED},
+                 {.from = nullptr, .wanted = RRC_FAILED},
+                 {.from = "", .hasFrom = 0},
+                 {.status = 2, .fromCode = RRC_EOF, .from = ""},
+                 {.statusCode = RRC_EOF, .wanted = RRC_EOF},
+                 {.fromCode = RRC_EOF, .wanted = RRC_EOF}};
+    const auto give = [](void* context, const char* field, void** cell, unsigned long*,
+                         BOOL* hasField) {
+        auto& host = *static_cast<Host*>(context);
+        const bool isStatus = std::string(field) == "10";
+        *cell = isStatus ? static_cast<void*>(&host.status) : &host.from;
+        *hasField = isStatus ? 1 : host.hasFrom;
+        return isStatus ? host.statusCode : host.fromCode;
+    };
+    for (Host& host : hosts) {
+        BOOL isOk = 7;
+        EXPECT_EQ(mail->IsOkToSetRecord(0, give, &host, &isOk), host.wanted);
+        EXPECT_EQ(isOk, host.wanted == RRC_OK ? 1 : 0);
+        EXPECT_EQ(DrainErrors(), host.wanted == RRC_FAILED ? Texts{"m80"} : Texts{});
+    }
+}
+
+TEST_F(MailWriteTest, ThreePlacesForRecords) {
+    Put(MailboxBuilder().Mail(1, MailText({}), 1).Mail(2, MailText({}), 0));
+    ASSERT_EQ(Open(), RRC_OK);
+    EXPECT_EQ(mail->Add({}), "0x00000003/1");
+    EXPECT_EQ(mail->Add({.to = ";;a; b,,c", .cc = "d", .bcc = ",", .status = 2}), "/")
+        << "no id in the out-box, but it takes a number";
+    std::string sent;
+    for (const auto& one : mapi::Recipients(*mail->m_queues.m_lstOutBoxMails.front())) {
+        EXPECT_STREQ(one.lpszName, one.lpszAddress);
+        sent += std::to_string(one.ulRecipClass) + one.lpszName + ' ';
+    }
+    EXPECT_EQ(sent, "1a 1 b 1c 2d ");
+    EXPECT_EQ(mail->Add({.status = 4}), "/");
+    EXPECT_EQ(mail->Add({.status = 0, .id = std::nullopt}), "0x00000006/131073");
+    EXPECT_EQ(mail->Edit("0x00000002", std::nullopt), "0x00000002/1") << "as it is stored";
+    EXPECT_EQ(mail->GoToRecord("0x00000001"), RRC_OK);
+    EXPECT_EQ(mail->Edit("", 1), "/") << "the current mail, whose id is kept back";
+    EXPECT_EQ(mail->Close(0), RRC_OK);
+    EXPECT_EQ(States(2), "0000");
+    const auto out = machine.files.Get("C:\\E\\Out.toc").value_or("");
+    EXPECT_EQ(mailbox::TocHeader::Decode(out).wNumberOfMsgs, 1) << "status 4 sends nothing";
+}
+
+// What one edit has set reaches its own mail, and that one only by an update.
+TEST_F(MailWriteTest, AStatusBelongsToOneEdit) {
+    const char *unread = "0x00000001", *read = "0x00000002";
+    const auto set = [&](std::int32_t status) { EXPECT_TRUE(mail->Set("10", status)); };
+    const auto again = [&] { (void)mail->EditRecord(); };
+    const std::tuple<const char*, std::function<void()>, const char*> rows[] = {
+        {"another mail", [&] { mail->EditRecord(unread), set(1), mail->GoToRecord(read); }, "01"},
+        {"given up", [&] { mail->EditRecord(unread), set(0x20001), again(); }, "01"},
+        {"once more", [&] { mail->Edit(unread, 0x20001), mail->Close(0), again(); }, "11"},
+        {"no such mail",
+         [&] { mail->EditRecord(unread), mail->GoToRecord("0x9"), again(), set(0x20001); }, "01"},
+        {"one in the out-box",
+         [&] { mail->GoToRecord(read), mail->Add({.status = 2}), again(), set(1); }, "01"},
+    };
+    for (const auto& [name, steps, states] : rows) {
+        SCOPED_TRACE(name);
+        Put(MailboxBuilder().Mail(1, MailText({}), 0).Mail(2, MailText({}), 1));
+        Restart();
+        ASSERT_EQ(Open(), RRC_OK);
+        steps();
+        (void)mail->TryUpdate();
+        EXPECT_EQ(mail->Close(0), RRC_OK);
+        EXPECT_EQ(States(2), states);
+        (void)DrainErrors();
+    }
+}
+
+TEST_F(MailWriteTest, DeletionsAreAtOnceAndOfTheRightMail) {
+    Put(MailboxBuilder().Mail(1, MailText({})).Mail(2, MailText({"Message-ID: <b>"})));
+    ASSERT_EQ(Open(), RRC_OK);
+    mail->Edit("0x00000001", 0x20001);
+    EXPECT_EQ(mail->DeleteRecord("0x00000001"), RRC_OK);
+    EXPECT_EQ(mail->ToMessageId(), (TestMail::IdTexts{{"0x00000002", "b"}}));
+    EXPECT_TRUE(mail->m_queues.m_mapMailStatus.empty());
+    EXPECT_EQ(mail->GoToRecord("0x00000002"), RRC_OK);
+    mail->Add({.status = 2});
+    EXPECT_EQ(mail->DeleteRecord(), RRC_FAILED) << "an out-box record is not the mail before it";
+    EXPECT_EQ(DrainErrors().size(), 1U);
+    EXPECT_EQ(Read(9).size(), 1U);
+}
+
+// A mail that the limits hide outlives the deletion, and keeps its id and state for itself; so does
+// one that waits.
+TEST_F(MailWriteTest, AfterDeletingAllButHiddenMails) {
+    const std::string big = std::string(3000, 'b') + "\r\n";
+    Put(MailboxBuilder()
+            .Mail(7, MailText({}), 0)
+            .Mail(0xFFFFFFFD, MailText({"Message-ID: <big>"}, big), 0)
+            .Mail(1, "From ???@??\? no recipient, so in no index\r\n\r\n" + big, 0));
+    mail->m_appInfo.m_bLimitMailSize = 1;
+    mail->m_appInfo.m_nMailLimitKB = 2;
+    ASSERT_EQ(Open(), RRC_OK);
+    EXPECT_EQ(mail->Add({.id = "waits"}), "0x00000004/1");
+    EXPECT_EQ(mail->DeleteAllRecords(), RRC_OK);
+    EXPECT_EQ(mail->ToMessageId(),
+              (TestMail::IdTexts{{"0x00000004", "waits"}, {"0xFFFFFFFD", "big"}}));
+    for (const char* id : {"0xFFFFFFFE", "0xFFFFFFFF", "0x00000002"}) {
+        EXPECT_EQ(mail->Add({.status = 0x20001}), std::string(id) + "/131073");
+    }
+    EXPECT_EQ(mail->Close(0), RRC_OK);
+    EXPECT_EQ(States(9), "000111");
+    mail->m_appInfo.m_bLimitMailSize = 0;
+    EXPECT_EQ(mail->DeleteAllRecords(), RRC_OK);
+    EXPECT_EQ(mail->Add({}), "0x00000001/1") << "numbers begin anew";
+}
+
+// Without an index a new number could be that of a mail that is there.
+TEST_F(MailWriteTest, NothingIsAddedToAMailboxThatWasNotRead) {
+    Put(MailboxBuilder().Mail(1, MailText({})).Mail(0xFFFFFFFF, MailText({})));
+    machine.faults.Arm(Fault::kKill, 1);
+    EXPECT_EQ(Open(), RRC_FAILED);
+    machine.faults.Disarm();
+    (void)DrainErrors();
+    EXPECT_EQ(mail->AddNewRecord(0), RRC_FAILED);
+    EXPECT_EQ(DrainErrors(), Texts{"m88 <C:\\E\\In.mbx>"});
+    ASSERT_EQ(Open(), RRC_OK);
+    EXPECT_EQ(mail->Add({}), "0x00000002/1") << "neither 0 nor a number that is taken";
+}
+
+TEST_F(MailWriteTest, TextsOfManyKinds) {
+    const std::string to = "To: you@y.example\r\n", from = "From: me@x.example\r\n",
+                      end = from + "Subject: Hi\r\n\r\nText\r\n",
+                      attached = "\r\n\r\nAttachment Converted: \"C:\\E\\Attach\\doc";
+    machine.files.Put("C:\\src\\2", "two");
+    const auto body = [&](const std::string& stored) {
+        return to + from + "Subject: Hi\r\n\r\n" + stored + "\r\n";
+    };
+    const std::tuple<const char*, HostMail, std::string> rows[] = {
+        {"no recipient", {.to = std::nullopt}, end},
+        {"all classes",
+         {.to = "a;b,c", .cc = "d", .bcc = "e;"},
+         "To: a, b,c\r\nCc: d\r\nBcc: e\r\n" + end},
+        {"nothing but separators", {.to = ";;"}, "To: \r\n" + end},
+        {"no From", {.from = std::nullopt}, to + "From: \r\nSubject: Hi\r\n\r\nText\r\n"},
+        {"no subject", {.subject = std::nullopt}, to + from + "Subject: \r\n\r\nText\r\n"},
+        {"no body", {.body = std::nullopt}, body("")},
+        {"own line ends", {.body = "a\r\nb\nc\r"}, body("a\r\nb\nc\r")},
+        {"bare line feeds", {.body = "\na\n\n"}, body("\r\na\r\n\r\n")},
+        {"a separator in the body", {.body = kSeparator + "To: x"}, body(kSeparator + "To: x")},
+        {"empty id", {.id = ""}, to + end},
+        {"two files of one name",
+         {.files = {"C:\\src\\1", "C:\\src\\2"}},
+         to + end + attached + ".txt\"" + attached + "1.txt\"\r\n"},
+        {"an entry without source",
+         {.files = {""}},
+         to + end + "\r\n\r\nAttachment Converted: \"\"\r\n"},
+        {"a source that is missing",
+         {.files = {"C:\\src\\1", "C:\\none"}},
+         to + end + attached + ".txt\"\r\n"},
+    };
+    for (const auto& [name, host, text] : rows) {
+        SCOPED_TRACE(name);
+        Put({});
+        Restart();
+        ASSERT_EQ(Open(), RRC_OK);
+        mail->Add(host);
+        ASSERT_EQ(mail->Close(0), RRC_OK);
+        (void)Read();
+        const std::string id = host.id->empty() ? "0x00000002" : "a@b";
+        EXPECT_EQ(Mbx(), kSeparator + "Message-ID: <" + id +
+                             ">\r\nDate: Sat, 01 Feb 2003 14:05:09 +0900\r\n" + text);
+        for (const char* copy : {"C:\\E\\Attach\\doc.txt", "C:\\E\\Attach\\doc1.txt"}) {
+            const bool isNamed = text.find(copy) != std::string::npos;
+            EXPECT_EQ(machine.files.Delete(copy).HasValue(), isNamed) << "kept as long as named";
+        }
+    }
+}
+
+TEST_F(MailWriteTest, ABoxTakes65535Mails) {
+    MailboxBuilder box;
+    for (std::uint32_t id = 1; id <= 65534; ++id) box.Block(id, 0, 0);
+    Put(box);
+    ASSERT_EQ(Open(), RRC_OK);
+    mail->Add({.id = "last", .files = {"C:\\src\\1"}});
+    mail->Add({.id = "beyond", .files = {"C:\\src\\1"}});
+    mail->Add({.subject = std::nullopt, .files = {"C:\\src\\1"}, .moves = true});
+    EXPECT_EQ(mail->Close(0), RRC_FAILED);
+    EXPECT_EQ(DrainErrors(), (Texts{"m85 <0x00010000 \"Hi\">", "m85 <0x00010001>",
+                                    "m86 <C:\\E\\Attach\\doc11.txt>"}));
+    EXPECT_EQ(Toc().size(), mailbox::BlockOffset(65535));
+    EXPECT_NE(Mbx().find("<last>"), std::string::npos);
+    EXPECT_EQ(Mbx().find("beyond"), std::string::npos);
+    EXPECT_TRUE(machine.files.Get("C:\\E\\Attach\\doc.txt"));
+    EXPECT_FALSE(machine.files.Get("C:\\E\\Attach\\doc1.txt")) << "of a mail that is not stored";
+    EXPECT_TRUE(machine.files.Get("C:\\E\\Attach\\doc11.txt")) << "all that is left of its source";
+    EXPECT_EQ(mail->ToMessageId().size(), 1U) << "of the last mail";
+    EXPECT_EQ(mail->Close(0), RRC_OK) << "refused once";
+}
+
+// What stands in an In.toc that is no table of ours, or behind the mails that it counts, is never
+// cut or changed; what a run of ours left behind is.
+TEST_F(MailWriteTest, OnlyItsOwnLeftoversGiveWay) {
+    MailboxBuilder box;
+    box.Mail(1, MailText({})).Mail(2, MailText({}));
+    const auto block = [](std::uint32_t offset, std::uint32_t length) {
+        return MailboxBuilder().Block(9, offset, length).Toc().substr(104);
+    };
+    const auto end = static_cast<std::uint32_t>(box.mbx.size());
+    const std::string toc = box.Toc(), mbx = box.mbx + "left by a run", left = block(end, 4),
+                      second = block(end + 4, 9),
+                      turned = toc.substr(0, 104) + toc.substr(322) + toc.substr(104, 218);
+    std::vector<std::tuple<std::string, std::string, bool>> rows = {
+        {"a Macintosh file", std::string("\0\1", 2) + std::string(276, '\0'), false},
+        {"a text", std::string(5000, 't'), false},
+        {"bytes behind the blocks", toc + "more", false},
+        {"a mail that is not counted", toc + block(0, 20), false},
+        {"one in the last, which stands first", turned + block(end - 1, 5), false},
+        {"one that is not in the file", toc + block(end, 200), false},
+        {"one after leftovers", toc + left + block(0, 20), false},
+        {"leftovers behind a box in another order", turned + left + second, true},
+        {"leftovers, not written out", toc + left + std::string(300, '\0'), true},
+        {"leftovers behind a block that leads nowhere",
+         MailboxBuilder(box).Block(3, 4'194'304, 218).Toc() + left, true},
+        {"an unknown version, nothing behind it", std::string(toc).replace(1, 1, "\x7F"), true},
+        {"no byte", "", true},
+        {"half a block", toc.substr(0, 400), true},
+    };
+    for (std::size_t size = 1; size < second.size(); ++size) {
+        rows.emplace_back("leftovers, cut short", toc + left + second.substr(0, size), true);
+    }
+    for (const auto& [name, bytes, isOurs] : rows) {
+        SCOPED_TRACE(name);
+        machine.files.Put("C:\\E\\In.mbx", mbx);
+        machine.files.Put("C:\\E\\In.toc", bytes);
+        machine.files.Put("C:\\src\\1", "one");
+        Restart();
+        ASSERT_EQ(Open(), RRC_OK);
+        mail->m_queues.m_mapMailStatus[0x74747474] = 131073;  // the id in the text
+        mail->Add({.files = {"C:\\src\\1"}, .moves = true});
+        EXPECT_EQ(mail->Close(0), isOurs ? RRC_OK : RRC_FAILED);
+        const Texts errors = DrainErrors();
+        EXPECT_TRUE(machine.files.Delete("C:\\E\\Attach\\doc.txt")) << "the only copy is kept";
+        EXPECT_EQ(Mbx().substr(0, mbx.size()), mbx);
+        if (isOurs) {
+            EXPECT_EQ(Toc().size(),
+                      mailbox::BlockOffset(mailbox::TocHeader::Decode(Toc()).wNumberOfMsgs));
+            continue;
+        }
+        EXPECT_EQ(Mbx() + Toc(), mbx + bytes);
+        EXPECT_EQ(errors.front(), "m87 <C:\\E\\In.toc>");
+        EXPECT_EQ(errors.at(1), "m86 <C:\\E\\Attach\\doc.txt>");
+    }
+}
+
+TEST_F(MailWriteTest, StatesChangeTwoBytesAlone) {
+    MailboxBuilder box;
+    for (const std::uint32_t id : {9U, 3U, 0xFFFFFFFFU, 5U}) box.Mail(id, MailText({}), 0x0107);
+    const std::string tail(217, 'y');  // one byte too short for a block
+    machine.files.Put("C:\\E\\In.mbx", box.mbx);
+    machine.files.Put("C:\\E\\In.toc", box.Toc() + tail);
+    ASSERT_EQ(Open(), RRC_OK);
+    mail->m_queues.m_mapMailStatus = {{9, 131073}, {0xFFFFFFFF, 1}, {5, 4}, {0x79797979, 131073}};
+    EXPECT_EQ(mail->Close(0), RRC_OK);
+    EXPECT_TRUE(mail->m_queues.m_mapMailStatus.empty());
+    for (const auto& [at, state] : {std::pair{0, 1}, {2, 0}, {3, 0}}) {
+        box.blocks[static_cast<std::size_t>(at)].wStatus = static_cast<std::uint16_t>(state);
+    }
+    EXPECT_EQ(Toc(), box.Toc() + tail);
+    machine.faults.Arm(Fault::kNone, 0);
+    EXPECT_EQ(mail->m_queues.UpdateMailStatus(util), RRC_OK);
+    EXPECT_EQ(machine.faults.Operations(), 0) << "nothing noted: not opened";
+}
+
+// Attachments on their way into Eudora.
+class AttachTest : public MailTest {
+  protected:
+    AttachTest() {
+        machine.files.Put("C:\\src\\one", "1");
+        machine.files.Put("C:\\src\\two", "2");
+        m_attach.m_csAttachDir = "C:\\E\\Attach\\";
+    }
+
+    // The entries that a new record gets, and whether all of the list came in.
+    std::string Add(const std::vector<CRAttachmentInfo>& items) {
+        CArray<CRAttachmentInfo> list;
+        for (const auto& item : items) list.Add(item);
+        CString text;
+        EXPECT_EQ(AttachmentInfoToStr(list, text), RRC_OK);
+        MapiMessage* record = nullptr;
+        EXPECT_EQ(CMapi::AllocMessage(record), 1);
+        std::string entries =
+            m_attach.NewAttachments(util, text, *record) == RRC_OK ? "" : "failed:";
+        m_copies.clear();
+        for (const auto& file : mapi::Files(*record)) {
+            const bool isEmpty = file.lpszPathName == nullptr;
+            EXPECT_EQ(file.flFlags, isEmpty ? 0 : 0xFFFFFFFC);
+            m_copies.push_back(isEmpty ? "" : file.lpszPathName);
+            if (!isEmpty) entries += std::string(file.lpszPathName + 12) + '=' + file.lpszFileName;
+            entries += '|';
+        }
+        util.mapi.FreeMessage(record, true);
+        return entries;
+    }
+    std::string AddUnder(const std::string& name) {
+        return Add({{0, 0, "d", name.c_str(), "C:\\src\\one"}});
+    }
+    std::string Content(const std::string& name) const {
+        return machine.files.Get("C:\\E\\Attach\\" + name).value_or("(none)");
+    }
+
+    mailstore::AttachFolder m_attach;
+    Texts m_copies;  // paths
+};
+
+TEST_F(AttachTest, CopiesAreEnteredInOrder) {
+    EXPECT_EQ(Add({{0, 0, "Shown", "r.txt", "C:\\src\\one"},
+                   {0, 1, "No file", "x", ""},
+                   {0, 1, "", "R.TXT", "C:\\src\\two"},
+                   {0, 0, "%s", "r.txt", "C:\\src\\one"}}),
+              "r.txt=Shown||R1.TXT=|r11.txt=%s|");
+    EXPECT_EQ(Content("r.txt") + Content("r1.txt") + Content("r11.txt"), "121");
+    EXPECT_TRUE(machine.files.Get("C:\\src\\one")) << "stays without the flag";
+    EXPECT_FALSE(machine.files.Get("C:\\src\\two"));
+    std::string name = "m";
+    for (int i = 0; i < 200; ++i, name += '1') {
+        machine.files.Put("C:\\E\\Attach\\" + name + ".TXT", "");
+    }
+    machine.faults.Arm(Fault::kNone, 0);
+    EXPECT_EQ(AddUnder("m.txt"), name + ".txt=d|");
+    EXPECT_LE(machine.faults.Operations(), 10) << "many files of one name cost little";
+}
+
+TEST_F(AttachTest, NamesNeverLeadOutOfTheFolder) {
+    const std::string room(259 - std::strlen("C:\\E\\Attach\\"), 'n');
+    const auto before = machine.files.AllFiles();
+    for (const auto& name : Texts{room + 'n', "..\\x", "..", "", "C:x", "a:stream", "NUL.txt"}) {
+        EXPECT_EQ(AddUnder(name), "failed:") << name;
+        EXPECT_EQ(machine.files.AllFiles(), before) << name;
+    }
+    for (const auto& name : Texts{"..a", room}) EXPECT_EQ(AddUnder(name), name + "=d|");
+    EXPECT_EQ(AddUnder(room), "failed:") << "no room for a 1";
+    util.system.codePage = 932;
+    const std::string name = "\x95\x5C\x8E\xA6";  // the second byte equals a backslash
+    machine.files.Put("C:\\E\\Attach\\" + name + ".txt", "old");
+    EXPECT_EQ(AddUnder(name + ".txt"), name + "1.txt=d|");
+}
+
+// At every failure the entries are those whose copies are whole, no source is lost, and nothing
+// else is left behind.
+TEST_F(AttachTest, FaultsLoseNoFile) {
+    const std::string sources[] = {"C:\\src\\one", "C:\\src\\two"};
+    const auto play = [&](Fault fault, int number) {
+        machine.files.Put("C:\\E\\Attach\\a", "old");
+        for (const auto& source : sources) machine.files.Put(source, source);
+        machine.faults.Arm(fault, number);
+        const auto entries =
+            Add({{0, 1, "d", "a", sources[0].c_str()}, {0, 1, "d", "a", sources[1].c_str()}});
+        const bool fired = machine.faults.Disarm();
+        EXPECT_EQ(entries.starts_with("failed"), m_copies.size() < 2);
+        for (std::size_t i = 0; i < 2; ++i) {
+            const bool isEntered = i < m_copies.size();
+            EXPECT_EQ(machine.files.Get(isEntered ? m_copies[i] : sources[i]), sources[i]);
+            if (isEntered) (void)machine.files.Delete(m_copies[i]);
+        }
+        EXPECT_EQ(Content("a"), "old");
+        EXPECT_EQ(machine.files.List("C:\\E\\Attach", "*")->size(), 1U);
+        return fired;
+    };
+    test::ForEveryFault(play, 5, {Fault::kTornWrite});
+}
+
+}  // namespace
