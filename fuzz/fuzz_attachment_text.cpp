@@ -1,5 +1,5 @@
 #include "fuzz/fuzz.h"
-#include "platform/kvutil/attachment_text.h"
+#include "platform/kvutil/kvutil_core.h"
 
 // What is read of a text, written and read again, is the same text from then on.
 void Check(std::string_view input) {

@@ -6,7 +6,6 @@
 #include <cstring>
 #include <new>
 
-#include "platform/kvutil/attachment_text.h"
 #include "platform/kvutil/kvutil_core.h"
 #include "platform/os/system.h"
 #include "text/path.h"
@@ -74,13 +73,10 @@ RRETURNCODE AllocVornString(char*& out, int size) {
 }
 
 RRETURNCODE AllocVornString(char*& out, const char* text) {
-    out = nullptr;
-    if (text == nullptr) return RRC_FAILED;
-    const std::size_t size = std::strlen(text) + 1;
-    out = static_cast<char*>(::operator new(size, std::nothrow));
-    if (out == nullptr) return RRC_FAILED;
-    std::memcpy(out, text, size);
-    return RRC_OK;
+    const int size = text != nullptr ? static_cast<int>(std::strlen(text)) + 1 : -1;
+    const RRETURNCODE code = AllocVornString(out, size);
+    if (code == RRC_OK) std::strcpy(out, text);
+    return code;
 }
 
 RRETURNCODE FreeVornString(char*& text) {

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/os/registry.h"
+#include "platform/kvutil/kvutil.h"
 
 // What kvUtil does, over the registry and the code page that it is given.
 namespace kvutil {
@@ -21,5 +21,12 @@ std::string_view LastBytes(std::string_view text, std::size_t count, unsigned co
 // The path whole if it has at most `limit` bytes, else its beginning, "..." and its end, cut at
 // whole characters, with at most `limit` bytes together. A limit below 3 leaves that many dots.
 std::string ShortenPath(std::string_view path, std::size_t limit, unsigned codePage);
+
+// The text form of an attachment list, as kvutil.h tells it.
+std::string EncodeAttachments(const CArray<CRAttachmentInfo>& list);
+// Adds the elements to `list`. False at a line without five fields, with a number field that is no
+// 32-bit number, an unknown escape or a control character in the path; the elements of the lines
+// before it are in the list.
+bool DecodeAttachments(std::string_view text, CArray<CRAttachmentInfo>& list);
 
 }  // namespace kvutil

@@ -4,16 +4,6 @@
 
 namespace platform {
 
-namespace {
-
-std::string_view WithoutQuotes(std::string_view value) {
-    const bool isQuoted =
-        value.size() >= 2 && (value[0] == '"' || value[0] == '\'') && value.back() == value[0];
-    return isQuoted ? value.substr(1, value.size() - 2) : value;
-}
-
-}  // namespace
-
 std::optional<std::string_view> ProfileValue(std::string_view text, std::string_view section,
                                              std::string_view key) {
     bool isInSection = false;
@@ -26,7 +16,11 @@ std::optional<std::string_view> ProfileValue(std::string_view text, std::string_
         const auto equals = line.find('=');
         if (!isInSection || equals == std::string_view::npos) continue;
         if (text::EqualNoCase(text::Trimmed(line.substr(0, equals)), key)) {
-            return WithoutQuotes(text::Trimmed(line.substr(equals + 1)));
+            const std::string_view value = text::Trimmed(line.substr(equals + 1));
+            const char first = value.empty() ? '\0' : value.front();
+            const bool isQuoted = value.size() >= 2 && value.back() == first;
+            return isQuoted && (first == '"' || first == '\'') ? value.substr(1, value.size() - 2)
+                                                               : value;
         }
     }
     return std::nullopt;

@@ -102,18 +102,12 @@ std::optional<std::string_view> PeStrings::AtAddress(std::uint32_t address,
     return std::nullopt;
 }
 
-std::string_view PeStrings::Resources() const {
-    if (m_resourceAddress == 0) return {};
-    return AtAddress(m_resourceAddress, m_resourceSize).value_or(std::string_view());
-}
-
 std::u16string PeStrings::Text(unsigned id) const {
-    const std::string_view resources = Resources();
+    if (m_resourceAddress == 0) return {};
+    const auto resources = AtAddress(m_resourceAddress, m_resourceSize).value_or("");
     const auto type = FindFolder(resources, 0, kStringTable);
-    if (!type) return {};
-    const auto block = FindFolder(resources, *type, id / kStringsPerBlock + 1);
-    if (!block) return {};
-    const auto leaf = FindEntry(resources, *block, 0, true);
+    const auto block = type ? FindFolder(resources, *type, id / kStringsPerBlock + 1) : type;
+    const auto leaf = block ? FindEntry(resources, *block, 0, true) : block;
     if (!leaf || (*leaf & kSubfolder) != 0) return {};
     const auto address = ReadU32(resources, *leaf);
     const auto size = ReadU32(resources, *leaf + 4ull);

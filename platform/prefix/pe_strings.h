@@ -29,7 +29,6 @@ class PeStrings {
 
     PeStrings() = default;
     std::optional<std::string_view> AtAddress(std::uint32_t address, std::uint32_t size) const;
-    std::string_view Resources() const;
 
     std::string m_file;
     std::vector<Section> m_sections;

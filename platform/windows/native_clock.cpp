@@ -1,7 +1,7 @@
 #include <algorithm>
 
 #include "platform/os/clock.h"
-#include "platform/windows/file_time.h"
+#include "platform/windows/system_call.h"
 
 namespace platform {
 

@@ -2,7 +2,6 @@
 
 #include "platform/os/name_pattern.h"
 #include "platform/os/system.h"
-#include "platform/windows/file_time.h"
 #include "platform/windows/native_parts.h"
 #include "platform/windows/open_file.h"
 #include "platform/windows/wide_text.h"

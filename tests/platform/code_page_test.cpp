@@ -36,8 +36,7 @@ TEST(CodePage, Conversions) {
               "\u6700\u8FD1\u306E%d\u65E5\u9593"},
           Row{932, "\x83\x5C\x95\x5C|~\\\xB1\xDE", "\u30BD\u8868|~\\\uFF71\uFF9E"},
           Row{932, "\x81\x60\x87\x40\xFA\x5C\x81\xE6", "\uFF5E\u2460\u7E8A\u2235"},
-          Row{1251, "\xCF\xF0\xE8", "\u041F\u0440\u0438"}, Row{65001, "\xE3\x81\x82", "\u3042"},
-          Row{4711, "\x80", "\u20AC"}}) {
+          Row{65001, "\xE3\x81\x82", "\u3042"}, Row{4711, "\x80", "\u20AC"}}) {
         EXPECT_EQ(ToUtf8(bytes, codePage), utf8);
         EXPECT_EQ(FromUtf8(utf8, codePage), bytes);
     }

@@ -2,21 +2,30 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 #include <optional>
 #include <ostream>
 #include <set>
 #include <string>
 
-#include "platform/os/files.h"
+#include "platform/os/system.h"
 #include "tests/platform/temp_folder.h"
+
+namespace platform {
+
+inline void PrintTo(ErrorCode code, std::ostream* out) {
+    *out << Failure{code, {}}.Message();
+}
+
+}  // namespace platform
 
 namespace test {
 
-inline void ProtectOnDisk(const std::filesystem::path& path) {
-    using std::filesystem::perms;
-    std::filesystem::permissions(path, perms::owner_read | perms::group_read);
+// What a test expects of a result or a status: nothing, or a code.
+template <class Result>
+std::optional<platform::ErrorCode> CodeOf(const Result& result) {
+    if (result) return std::nullopt;
+    return result.Error().code;
 }
 
 // One file system under test with an empty folder to work in. Names are matched without regard to
@@ -26,32 +35,10 @@ class FilesStore {
     virtual ~FilesStore() = default;
     virtual platform::Files& Get() = 0;
     virtual std::string Root() = 0;  // ends in a separator
-    virtual void MakeReadOnly(const std::string& path) { ProtectOnDisk(path); }
+    virtual void MakeReadOnly(const std::string& path) {
+        std::filesystem::permissions(path, std::filesystem::perms::owner_read);
+    }
 };
-
-// Files whose paths are the machine's own.
-template <platform::Files& (*kFiles)()>
-class DiskStore : public FilesStore {
-  public:
-    platform::Files& Get() override { return kFiles(); }
-    std::string Root() override { return m_folder.Path().string() + kFiles().Separator(); }
-
-  private:
-    TempFolder m_folder;
-};
-
-struct StoreKind {
-    const char* name;
-    std::function<std::unique_ptr<FilesStore>()> make;
-};
-
-inline void PrintTo(const StoreKind& kind, std::ostream* out) {
-    *out << kind.name;
-}
-
-inline std::string NameOf(const ::testing::TestParamInfo<StoreKind>& tested) {
-    return tested.param.name;
-}
 
 template <class Store>
 std::unique_ptr<FilesStore> MakeStore() {
@@ -59,17 +46,15 @@ std::unique_ptr<FilesStore> MakeStore() {
 }
 
 // The promises of platform::Files, the same for every implementation.
-class FilesContract : public ::testing::TestWithParam<StoreKind> {
+class FilesContract : public ::testing::TestWithParam<std::unique_ptr<FilesStore> (*)()> {
   protected:
-    FilesContract() : m_store(GetParam().make()), m_files(m_store->Get()) {}
+    FilesContract() : m_store(GetParam()()), m_files(m_store->Get()) {}
 
-    std::string At(std::string_view name) const { return m_store->Root() + std::string(name); }
+    std::string At(std::string_view name) const { return m_store->Root().append(name); }
     void Put(std::string_view name, std::string_view content) {
         (void)m_files.Delete(At(name));
         auto file = m_files.Open(At(name), platform::OpenMode::kCreateNew, platform::Share::kNone);
-        ASSERT_TRUE(file) << file.Error().Message();
-        ASSERT_TRUE((*file)->Write(content));
-        ASSERT_TRUE((*file)->Close());
+        ASSERT_TRUE(file && (*file)->Write(content) && (*file)->Close());
     }
     // The text of the failure if the file cannot be read.
     std::string Content(std::string_view name) {
@@ -82,19 +67,4 @@ class FilesContract : public ::testing::TestWithParam<StoreKind> {
     platform::Files& m_files;
 };
 
-// What a test expects of a result or a status: nothing, or a code.
-template <class Result>
-std::optional<platform::ErrorCode> CodeOf(const Result& result) {
-    if (result) return std::nullopt;
-    return result.Error().code;
-}
-
 }  // namespace test
-
-namespace platform {
-
-inline void PrintTo(ErrorCode code, std::ostream* out) {
-    *out << Failure{code, {}}.Message();
-}
-
-}  // namespace platform

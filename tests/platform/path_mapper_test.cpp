@@ -32,26 +32,21 @@ TEST(PathMapper, LeadsAsWineDoes) {
     };
     const Case cases[] = {
         {"C:\\", ""},
-        {"C:", ""},
         {"c:\\PROGRAM FILES\\qualcomm\\eudora\\EUDORA.EXE",
          "Program Files/Qualcomm/Eudora/Eudora.exe"},
         {"C:/Program Files/Qualcomm\\\\Eudora\\", "Program Files/Qualcomm/Eudora"},
         {"\\program files", "Program Files"},
-        {"program files\\.\\Qualcomm\\..", "Program Files"},
-        {"C:program files", "Program Files"},
         {"C:\\..\\..\\program files", "Program Files"},
         {"C:\\nowhere\\..\\program files", "Program Files"},
         {"C:\\Program Files\\New.txt", "Program Files/New.txt", false},
         {"C:\\program files\\new. . ", "Program Files/new", false},
-        {"C:\\twice\\A.txt", "twice/A.txt"},
         {"C:\\twice\\a.txt", "twice/a.txt"},
         {"C:\\STRA\xDF"
          "E \xE4\\\xC9T\xC9.TXT",
          "Stra\u00DFe \u00C4/\u00C9t\u00E9.txt"},
         {"C:\\\x95\\.TXT", "\u8868.txt", true, 932},
         {"C:\\\x95\\\\IN.txt", "\u8868/in.txt", true, 932},
-        {"e:\\MAIL\\in.MBX", "E:mail/In.mbx"},
-        {"E:mail", "E:mail"}};
+        {"e:\\MAIL\\in.MBX", "E:mail/In.mbx"}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.path);
         const auto mapped = PathMapper(prefix.Path(), c.codePage).Map(c.path);
@@ -70,9 +65,7 @@ TEST(PathMapper, LeadsAsWineDoes) {
                                      {"C:\\nowhere\\x", ErrorCode::kNotFound},
                                      {"C:\\twice\\a.txt\\x", ErrorCode::kNotFound},
                                      {"\\\\server\\share\\x", ErrorCode::kNotFound},
-                                     {"\\\\.\\C:", ErrorCode::kNotFound},
                                      {"C:\\a?b", ErrorCode::kInvalidArgument},
-                                     {"C:\\a\nb", ErrorCode::kInvalidArgument},
                                      {std::string_view("C:\\a\0b", 6), ErrorCode::kInvalidArgument},
                                      {"C:\\twice\\...\\", ErrorCode::kInvalidArgument}}) {
         EXPECT_EQ(CodeOf(PathMapper(prefix.Path(), 1252).Map(path)), code) << path;

@@ -48,19 +48,13 @@ TEST(PeStrings, ReadsBothWidthsAndPrefersTheNeutralLanguage) {
 TEST(PeStrings, RefusesWhatIsNoLibrary) {
     const std::string good = ReadDisk(KV_TEST_STRINGS);
     const std::size_t optional = Optional(good);
-    const auto with = [&](std::size_t offset, std::string_view bytes) {
-        std::string file = good;
-        return file.replace(offset, bytes.size(), bytes);
-    };
-    // Among them a ROM image, more sections than there are bytes, an optional header behind the
-    // end.
-    for (const auto& bad :
-         {std::string(), std::string("MZ"), std::string(100'000, '\0'), with(0, "ZM"),
-          with(0x3C, "\xFF\xFF\xFF\xFF"), with(optional - 24, "NE"), with(optional, "\x07\x01"),
-          with(optional - 18, "\xFF\xFF"), with(optional - 4, "\xFF\xFF"),
-          good.substr(0, optional)}) {
-        EXPECT_EQ(CodeOf(PeStrings::Parse(bad)), ErrorCode::kCorrupt) << bad.size();
+    for (const std::size_t place : {std::size_t{0}, std::size_t{0x3F}, optional - 24, optional,
+                                    optional - 17, optional - 3}) {
+        std::string bad = good;
+        bad[place] = '\xFF';
+        EXPECT_EQ(CodeOf(PeStrings::Parse(bad)), ErrorCode::kCorrupt) << place;
     }
+    EXPECT_EQ(CodeOf(PeStrings::Parse(good.substr(0, optional))), ErrorCode::kCorrupt);
 }
 
 // Whatever is cut off, a text is the right one or missing; whatever is spoilt, nothing outside the

@@ -25,30 +25,6 @@ const char* const kHead =
 
 }  // namespace
 
-TEST(PrefixRegistry, ReadsTextsAndNumbers) {
-    const PrefixFolder prefix;
-    prefix.PutRegistry(std::string(kHead) +
-                       "#arch=win32\n\n[K] 1\n"
-                       "\"t\"=\"C:\\\\\\x30c6\\x20ac\"\n\"n\"=dword:fffffffe\n"
-                       "\"e\"=str(2):\"%windir%\"\n\"z\"=hex(1):61,00,00,00,62,00\n"
-                       "\"h\"=hex(4):01,02,00,00\n\"short\"=hex(4):01\n\"b\"=hex:01,02,03,04\n"
-                       "\"m\"=str(7):\"a\\0b\\0\"\n");
-    const auto latin = MakeRegistry(prefix.Path(), NativeFiles(), 1252);
-    const auto japanese = MakeRegistry(prefix.Path(), NativeFiles(), 932);
-    EXPECT_EQ(*latin->ReadText(kMachine, "k", "T"), "C:\\?\x80");
-    EXPECT_EQ(*japanese->ReadText(kMachine, "k", "T"), "C:\\\x83\x65?");
-    EXPECT_EQ(*latin->ReadText(kMachine, "K", "e"), "%windir%");
-    EXPECT_EQ(*latin->ReadText(kMachine, "K", "z"), "a");
-    EXPECT_EQ(*latin->ReadNumber(kMachine, "K", "n"), 0xFFFFFFFEu);
-    EXPECT_EQ(*latin->ReadNumber(kMachine, "K", "h"), 0x201u);
-    for (const char* name : {"t", "short", "b", "none", ""}) {
-        EXPECT_EQ(CodeOf(latin->ReadNumber(kMachine, "K", name)), ErrorCode::kNotFound) << name;
-    }
-    for (const char* name : {"n", "b", "m", "none", ""}) {
-        EXPECT_EQ(CodeOf(latin->ReadText(kMachine, "K", name)), ErrorCode::kNotFound) << name;
-    }
-}
-
 // A 32-bit program in a prefix of 64 bits has its own Software keys, but for Classes.
 TEST(PrefixRegistry, SeesAndWritesTheNodeOf32BitPrograms) {
     struct Case {
@@ -91,16 +67,19 @@ TEST(PrefixRegistry, SeesAndWritesTheNodeOf32BitPrograms) {
 TEST(PrefixRegistry, MakesAMissingFileAndReadsAChangedOneAgain) {
     const PrefixFolder prefix;
     const auto registry = MakeRegistry(prefix.Path(), NativeFiles(), 1252);
-    EXPECT_EQ(CodeOf(registry->ReadNumber(kMachine, "K", "n")), ErrorCode::kNotFound);
-    ASSERT_TRUE(registry->WriteNumber(kMachine, "K\\L", "n", 7));
-    ASSERT_TRUE(registry->WriteText(kUser, "U", "", "caf\xE9 \x80"));
+    ASSERT_TRUE(registry->WriteText(kMachine, "K\\L", "", "caf\xE9 \x80"));
     const std::string machine = ReadDisk(prefix.Path() + "/system.reg");
     EXPECT_THAT(machine, StartsWith(std::string(kHead) + "#arch=win32\n\n[K\\\\L] "));
-    EXPECT_THAT(ReadDisk(prefix.Path() + "/user.reg"), HasSubstr("\n@=\"caf\\xe9 \\x20ac\"\n"));
-    EXPECT_EQ(*registry->ReadText(kUser, "u", ""), "caf\xE9 \x80");
-    WriteDisk(prefix.Path() + "/system.reg", "[K\\\\L] 1\n\"n\"=dword:00000063\n");
-    EXPECT_EQ(*registry->ReadNumber(kMachine, "K\\L", "n"), 99u);
-
+    EXPECT_THAT(machine, HasSubstr("\n@=\"caf\\xe9 \\x20ac\"\n"));
+    prefix.PutRegistry(
+        "[K] 1\n\"n\"=dword:00000063\n\"z\"=hex(1):61,00,00,00,62,00\n"
+        "\"short\"=hex(4):01\n\"b\"=hex:01,02,03,04\n\"e\"=str(2):\"%x%\"\n");
+    EXPECT_EQ(*registry->ReadNumber(kMachine, "K", "n"), 99u);
+    EXPECT_EQ(*registry->ReadText(kMachine, "K", "z") + *registry->ReadText(kMachine, "K", "e"),
+              "a%x%");
+    for (const char* name : {"short", "b"}) {
+        EXPECT_EQ(CodeOf(registry->Read(kMachine, "K", name)), ErrorCode::kNotFound) << name;
+    }
     const auto nowhere = MakeRegistry(prefix.Path() + "/none", NativeFiles(), 1252);
     EXPECT_EQ(CodeOf(nowhere->WriteNumber(kMachine, "K", "n", 1)), ErrorCode::kNotFound);
 }

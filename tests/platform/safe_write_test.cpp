@@ -2,13 +2,13 @@
 
 #include "platform/os/safe_write.h"
 #include "platform/testing/memory_files.h"
-#include "tests/platform/files_contract.h"
+#include "platform/testing/memory_registry.h"
+#include "tests/platform/registry_contract.h"
 #include "tests/support/fault_sweep.h"
 
 namespace test {
 
 using platform::ErrorCode;
-using platform::Share;
 using platform::Status;
 using platform::WriteWhole;
 using platform::testing::FaultyFiles;
@@ -102,14 +102,17 @@ TEST(SafeWrite, LeavesAloneWhatAnotherProgramDidMeanwhile) {
     }
 }
 
-TEST(ReadWhole, RefusesWhatIsTooLargeAndWhatIsInUse) {
+TEST(ReadWhole, RefusesWhatIsTooLarge) {
     MemoryFiles memory;
     memory.Put("C:\\f", "12345");
     EXPECT_EQ(CodeOf(platform::ReadWhole(memory, "C:\\f", 4)), ErrorCode::kTooLarge);
-    EXPECT_EQ(*platform::ReadWhole(memory, "C:\\f", 5), "12345");
-    auto writer = memory.Open("C:\\f", platform::OpenMode::kReadWrite, Share::kReadWrite);
-    EXPECT_EQ(CodeOf(platform::ReadWhole(memory, "C:\\f", 5)), ErrorCode::kSharingViolation);
-    EXPECT_TRUE(platform::ReadWhole(memory, "C:\\f", 5, Share::kReadWrite));
+    EXPECT_EQ(*platform::ReadWhole(memory, "C:\\f", 5) + *platform::ReadFront(memory, "C:\\f", 2),
+              "1234512");
+}
+
+TEST(RegistryContract, Memory) {
+    platform::testing::MemoryRegistry registry;
+    KeepsWhatIsWritten(registry, platform::RegistryRoot::kLocalMachine);
 }
 
 }  // namespace test

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "platform/os/code_page.h"
 #include "platform/os/system.h"
 
 // Runs once for each zone of CMakeLists.txt, which also says what is expected there.
@@ -39,10 +40,32 @@ TEST(ClockContract, DaylightSavingHasNoPartInStandardTime) {
 
 TEST(ClockContract, AnyInstantHasAnOffset) {
     platform::Clock& clock = platform::NativeSystem().clock;
-    for (const sys_seconds instant :
-         {sys_days(100y / January / 1), sys_days(1900y / March / 1), sys_days(2500y / July / 1),
-          sys_days(9999y / December / 31)}) {
+    for (const auto year : {100y, 2500y, 9999y}) {
+        const sys_seconds instant = sys_days(year / March / 1);
         EXPECT_LE(abs(clock.UtcOffset(instant)), 26h);
         EXPECT_LE(abs(clock.StandardOffset(instant).value_or(27h)), 26h);
+    }
+}
+
+// The resource library beside the test program is one for 32-bit machines, whatever this one is.
+TEST(LibrariesContract, StringsAreReadInTheSystemCodePage) {
+    const platform::System& system = platform::NativeSystem();
+    const unsigned codePage = system.codePage;
+    const auto resources = system.libraries.LoadResources("kv_test_strings.dll");
+    ASSERT_TRUE(resources) << resources.Error().Message();
+    struct Case {
+        unsigned id;
+        std::size_t limit;
+        const char* text;
+    };
+    for (const Case& c : {Case{1, 1023, "plain"},
+                          {1, 3, "pla"},
+                          {16, 1023, "Nachname ge\u00E4ndert: M\u00FCller"},
+                          {17, 1023, "\u65E5\u672C\U0001F600x"},
+                          {6000, 1023, "far away"},
+                          {15, 1023, ""},
+                          {0x10001, 1023, ""},  // not string 1, though it has the same low word
+                          {0xFFFFFFFF, 1023, ""}}) {
+        EXPECT_EQ((*resources)->Text(c.id, c.limit), platform::FromUtf8(c.text, codePage)) << c.id;
     }
 }

@@ -1,0 +1,216 @@
+#include <filesystem>
+
+#include "platform/os/code_page.h"
+#include "platform/os/safe_write.h"
+#include "platform/testing/scripted_dialogs.h"
+#include "platform/windows/system_call.h"
+#include "tests/platform/registry_contract.h"
+
+namespace test {
+
+namespace {
+
+using namespace std::chrono_literals;
+using platform::ErrorCode;
+using platform::NativeFiles;
+using platform::NativeSystem;
+using platform::OpenMode;
+using platform::RegistryRoot;
+using platform::Share;
+using platform::windows::Handle;
+
+// Bytes for bytes: the C++ library would convert the name.
+std::string In(const TempFolder& folder, const std::string& name) {
+    return folder.Path().string() + "\\" + name;
+}
+
+// An opening as any other Windows program makes it.
+Handle Foreign(const std::string& path, DWORD access, DWORD share) {
+    return Handle(CreateFileA(path.c_str(), access, share, nullptr, OPEN_EXISTING, 0, nullptr));
+}
+
+std::filesystem::path BesideProgram(const char* name) {
+    char path[MAX_PATH];
+    GetModuleFileNameA(nullptr, path, sizeof path);
+    return std::filesystem::path(path).replace_filename(name);
+}
+
+platform::testing::ScriptedDialogs* provider = nullptr;
+platform::Dialogs* Provider() {
+    return provider;
+}
+
+}  // namespace
+
+TEST(WindowsFiles, KeepToTheSharingOfOtherPrograms) {
+    const TempFolder folder;
+    const std::string path = folder / "f";
+    constexpr DWORD kAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    struct Case {
+        DWORD access, share;
+        OpenMode mode;
+        Share ours;
+        bool isGranted;
+    };
+    WriteDisk(path, "content");
+    for (const Case& c :
+         {Case{GENERIC_READ, FILE_SHARE_READ, OpenMode::kRead, Share::kRead, true},
+          {GENERIC_READ, FILE_SHARE_READ, OpenMode::kReadWrite, Share::kReadWrite, false},
+          {GENERIC_READ, kAll, OpenMode::kReadWrite, Share::kNone, false},
+          {GENERIC_WRITE, kAll, OpenMode::kRead, Share::kRead, false},
+          {GENERIC_WRITE, kAll, OpenMode::kReadWriteOrCreate, Share::kReadWrite, true}}) {
+        SCOPED_TRACE(::testing::Message() << c.access << " " << c.share << " " << int(c.mode));
+        {
+            const Handle other = Foreign(path, c.access, c.share);
+            EXPECT_EQ(CodeOf(NativeFiles().Open(path, c.mode, c.ours)),
+                      c.isGranted ? std::nullopt : std::optional(ErrorCode::kSharingViolation));
+        }
+        const auto ours = NativeFiles().Open(path, c.mode, c.ours);
+        ASSERT_TRUE(ours);
+        EXPECT_EQ(static_cast<bool>(Foreign(path, c.access, c.share)), c.isGranted);
+    }
+    EXPECT_EQ(ReadDisk(path), "content");
+}
+
+TEST(WindowsFiles, ReplaceKeepsAttributes) {
+    const TempFolder folder;
+    const std::string oldPath = folder / "old", newPath = folder / "new";
+    for (const DWORD attributes :
+         {FILE_ATTRIBUTE_ARCHIVE, FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM,
+          FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN}) {
+        SCOPED_TRACE(attributes);
+        SetFileAttributesA(oldPath.c_str(), FILE_ATTRIBUTE_NORMAL);
+        WriteDisk(oldPath, "old content");
+        WriteDisk(newPath, "new content");
+        ASSERT_TRUE(SetFileAttributesA(oldPath.c_str(), attributes));
+        const DWORD before = GetFileAttributesA(newPath.c_str());
+        const DWORD wanted = GetFileAttributesA(oldPath.c_str());
+        const bool isRefused = (attributes & FILE_ATTRIBUTE_READONLY) != 0;
+        EXPECT_EQ(NativeFiles().Replace(newPath, oldPath).HasValue(), !isRefused);
+        EXPECT_EQ(ReadDisk(oldPath), isRefused ? "old content" : "new content");
+        EXPECT_EQ(GetFileAttributesA(oldPath.c_str()), wanted);
+        EXPECT_EQ(GetFileAttributesA(newPath.c_str()),
+                  isRefused ? before : INVALID_FILE_ATTRIBUTES);
+    }
+}
+
+// The two file systems are one disk, seen through two encodings. A name that the code page cannot
+// carry is listed, and harms nothing; every code page lacks one of these.
+TEST(WindowsFiles, NamesInTheTwoEncodingsMeet) {
+    auto& module = NativeSystem().files;
+    for (const std::string name : {"M\u00FCller \u20AC.txt", "\u65E5\u8868.txt", "\u041F.txt"}) {
+        const TempFolder folder;
+        bool isLossy = false;
+        const auto bytes = platform::FromUtf8(name, GetACP(), &isLossy);
+        auto& writer = isLossy ? NativeFiles() : module;
+        ASSERT_TRUE(platform::WriteWhole(writer, In(folder, isLossy ? name : bytes), "x"));
+        EXPECT_EQ(*platform::ReadWhole(NativeFiles(), In(folder, name), 10), "x");
+        EXPECT_EQ(NativeFiles().List(folder.Path().string(), "*.TXT")->at(0).name, name);
+        const auto listed = module.List(folder.Path().string(), "*.TXT");
+        EXPECT_EQ(listed->size(), 1u);
+        if (isLossy) continue;
+        EXPECT_EQ(listed->at(0).name, bytes);
+        EXPECT_TRUE(module.Exists(module.ShortPath(In(folder, bytes)).ValueOr("none")));
+    }
+}
+
+TEST(WindowsFiles, NamesThatCannotBeAreNotCutToNamesThatAre) {
+    const TempFolder folder;
+    WriteDisk(folder / "f", "content");
+    for (const auto& path : {In(folder, std::string("f\0x", 3)), In(folder, "f\xFF"),
+                             In(folder, "f|"), std::string(40'000, 'a')}) {
+        EXPECT_FALSE(NativeFiles().Exists(path));
+        EXPECT_FALSE(NativeFiles().Open(path, OpenMode::kReadWriteOrCreate, Share::kNone));
+        EXPECT_FALSE(NativeFiles().Delete(path) || NativeFiles().Copy(folder / "f", path));
+    }
+    EXPECT_EQ(ReadDisk(folder / "f"), "content");
+}
+
+TEST(WindowsLibraries, RefuseWhatIsNoLibrary) {
+    const TempFolder folder;
+    auto& libraries = NativeSystem().libraries;
+    const std::string strings = BesideProgram("kv_test_strings.dll").string();
+    EXPECT_TRUE(libraries.LoadResources(strings));
+    WriteDisk(folder / "header.dll", ReadDisk(strings).substr(0, 0x40));
+    for (const auto& [path, code] : {std::pair{folder / "header.dll", ErrorCode::kCorrupt},
+                                     {folder / "none.dll", ErrorCode::kNotFound},
+                                     {"kv_no_such_library.dll", ErrorCode::kNotFound}}) {
+        EXPECT_EQ(CodeOf(libraries.LoadResources(path)), code) << path;
+        EXPECT_TRUE(CodeOf(libraries.Load(path))) << path;
+    }
+    const auto library = libraries.Load("kernel32.dll");
+    ASSERT_TRUE(library);
+    EXPECT_NE((*library)->Symbol("GetCurrentProcessId"), nullptr);
+    EXPECT_EQ((*library)->Symbol("NoSuchExport"), nullptr);
+}
+
+// Other programs leave other types; a module of either kind and the 32-bit programs beside it must
+// mean the same values.
+TEST(RegistryContract, Windows) {
+    for (const HKEY root : {HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER}) {
+        const auto ours =
+            root == HKEY_LOCAL_MACHINE ? RegistryRoot::kLocalMachine : RegistryRoot::kCurrentUser;
+        auto& registry = NativeSystem().registry;
+        HKEY software = nullptr, key = nullptr, wide = nullptr;
+        RegOpenKeyExA(root, "SOFTWARE", 0, KEY_ALL_ACCESS | KEY_WOW64_32KEY, &software);
+        RegDeleteTreeA(software, "Kv Test");
+        KeepsWhatIsWritten(registry, ours);
+        RegOpenKeyExA(root, kTestKey, 0, KEY_ALL_ACCESS | KEY_WOW64_32KEY, &key);
+        EXPECT_NE(key, nullptr);
+        RegOpenKeyExA(root, kTestKey, 0, KEY_READ | KEY_WOW64_64KEY, &wide);
+        EXPECT_EQ(wide != nullptr, root == HKEY_CURRENT_USER) << "shared by both views";
+        struct Case {
+            DWORD type;
+            std::string bytes;
+            const char* text;
+        };
+        for (const Case& c : {Case{REG_EXPAND_SZ, {"%WINDIR%\\x", 11}, "%WINDIR%\\x"},
+                              {REG_SZ, "abc", "abc"},
+                              {REG_SZ, "", ""},
+                              {REG_BINARY, "abcd", "none"},
+                              {REG_DWORD, "ab", "none"}}) {
+            RegSetValueExA(key, "n", 0, c.type, reinterpret_cast<const BYTE*>(c.bytes.data()),
+                           static_cast<DWORD>(c.bytes.size()));
+            EXPECT_EQ(registry.ReadText(ours, kTestKey, "n").ValueOr("none"), c.text) << c.bytes;
+            EXPECT_EQ(CodeOf(registry.ReadNumber(ours, kTestKey, "n")), ErrorCode::kNotFound);
+        }
+        RegDeleteTreeA(software, "Kv Test");
+        for (const HKEY open : {software, key, wide}) RegCloseKey(open);
+    }
+}
+
+TEST(WindowsSystem, StartsAndWaitsForProcesses) {
+    auto& processes = NativeSystem().processes;
+    EXPECT_EQ(CodeOf(processes.Start("C:\\none\\no_such_program.exe /M")), ErrorCode::kNotFound);
+    const Handle signal(CreateEventA(nullptr, TRUE, FALSE, "kv_test_signal"));
+    auto process = processes.Start("\"" + BesideProgram("kv_test_waiter.exe").string() + "\" /x");
+    ASSERT_TRUE(process) << process.Error().Message();
+    EXPECT_FALSE((*process)->Wait(50ms));
+    SetEvent(signal.Get());
+    EXPECT_TRUE((*process)->Wait(60s));
+
+    WriteProfileStringA("KvTest", "Number", "42");
+    EXPECT_EQ(processes.ProfileNumber("kvtest", "number", 7), 42);
+    WriteProfileStringA("KvTest", nullptr, nullptr);
+    EXPECT_EQ(processes.ProfileNumber("KvTest", "Number", 7), 7);
+    EXPECT_GE(processes.Version()->major, 5u);
+    EXPECT_FALSE(NativeSystem().windows.Exists("KvNoSuchWindowClass"));
+    // Looking must leave a message where it is.
+    ASSERT_TRUE(PostThreadMessageA(GetCurrentThreadId(), WM_APP, 5, 6));
+    NativeSystem().windows.PeekMessages();
+    MSG message{};
+    EXPECT_TRUE(PeekMessageA(&message, nullptr, WM_APP, WM_APP, PM_REMOVE));
+}
+
+TEST(WindowsSystem, DialogsGoWhereTheSourceSays) {
+    platform::testing::ScriptedDialogs scripted;
+    provider = &scripted;
+    platform::SetDialogSource(Provider);
+    scripted.fileAnswers = {"C:\\x.txt"};
+    NativeSystem().dialogs.ShowMessage("text", "title", platform::MessageIcon::kError);
+    EXPECT_EQ(NativeSystem().dialogs.OpenFile({}), "C:\\x.txt");
+    EXPECT_EQ(scripted.messages.size(), 1u);
+    platform::SetDialogSource(nullptr);
+}
+
+}  // namespace test
