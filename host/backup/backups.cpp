@@ -4,7 +4,6 @@
 #include <list>
 #include <nlohmann/json.hpp>
 
-#include "host/base/failure.h"
 #include "host/base/output.h"
 #include "host/base/paths.h"
 #include "platform/os/safe_write.h"
@@ -48,17 +47,6 @@ std::string Join(const platform::Files& files, const std::string& folder, const 
 std::string NameOf(platform::Files& files, const std::string& path) {
     const std::string folder = base::ParentFolder(files, path);
     return folder.empty() ? path : path.substr(folder.size() + 1);
-}
-
-// The manifest goes first: what cannot be removed then does not count as a backup.
-void Discard(platform::Files& files, const std::string& folder) {
-    (void)files.Delete(Join(files, folder, kManifest));
-    if (auto entries = files.List(folder, "*")) {
-        for (const platform::FolderEntry& entry : *entries) {
-            (void)files.Delete(Join(files, folder, entry.name));
-        }
-    }
-    (void)files.RemoveFolder(folder);
 }
 
 base::Status CheckSpace(platform::Files& files, const std::string& folder,
@@ -109,11 +97,25 @@ base::Result<std::vector<std::string>> FilesOfBook(platform::Files& files,
     return paths;
 }
 
+std::string Backups::PathOf(const std::string& id, const std::string& name) const {
+    const std::string folder = Join(m_files, m_folder, id);
+    return name.empty() ? folder : Join(m_files, folder, name);
+}
+
+// The manifest goes first: what cannot be removed then does not count as a backup.
+void Backups::Discard(const std::string& id) {
+    (void)m_files.Delete(PathOf(id, kManifest));
+    if (auto entries = m_files.List(PathOf(id), "*")) {
+        for (const auto& entry : *entries) (void)m_files.Delete(PathOf(id, entry.name));
+    }
+    (void)m_files.RemoveFolder(PathOf(id));
+}
+
 base::Result<std::string> Backups::NewFolder() {
     const std::string base = TimeName(m_clock.Now());
     for (int number = 1;; ++number) {
         const std::string id = number == 1 ? base : base + '-' + std::to_string(number);
-        auto status = m_files.CreateFolder(Join(m_files, m_folder, id));
+        auto status = m_files.CreateFolder(PathOf(id));
         if (status) return id;
         if (status.Error().code != ErrorCode::kAlreadyExists) return status.Error();
     }
@@ -124,34 +126,32 @@ void Backups::RemoveLeftovers() {
     const auto entries = m_files.List(m_folder, "*");
     if (!entries) return;
     for (const platform::FolderEntry& entry : *entries) {
-        const std::string folder = Join(m_files, m_folder, entry.name);
         // A link to another folder is no leftover.
-        const bool isOurs = IsId(entry.name) && platform::LiesIn(m_files, folder, m_folder);
-        if (isOurs && m_files.IsFree(Join(m_files, folder, kManifest))) Discard(m_files, folder);
+        const bool isOurs =
+            IsId(entry.name) && platform::LiesIn(m_files, PathOf(entry.name), m_folder);
+        if (isOurs && m_files.IsFree(PathOf(entry.name, kManifest))) Discard(entry.name);
     }
 }
 
 base::Result<Backup> Backups::Make(const std::vector<std::string>& origins,
                                    const std::string& reason) {
     if (auto status = base::MakeFolders(m_files, m_folder); !status) return status.Error();
-    const auto lock = m_files.Open(Join(m_files, m_folder, "lock"),
-                                   platform::OpenMode::kReadWriteOrCreate, platform::Share::kNone);
+    const auto lock = m_files.Open(PathOf("lock"), platform::OpenMode::kReadWriteOrCreate,
+                                   platform::Share::kNone);
     if (!lock) return lock.Error();
     RemoveLeftovers();
     if (auto enough = CheckSpace(m_files, m_folder, origins); !enough) return enough.Error();
     auto id = NewFolder();
     if (!id) return id.Error();
     Backup backup{*id, reason, {}, {}, {}};
-    const std::string folder = Join(m_files, m_folder, *id);
-    if (auto status = Fill(backup, folder, origins); !status) {
-        Discard(m_files, folder);
+    if (auto status = Fill(backup, origins); !status) {
+        Discard(*id);
         return status.Error();
     }
     return backup;
 }
 
-base::Status Backups::Fill(Backup& backup, const std::string& folder,
-                           const std::vector<std::string>& origins) {
+base::Status Backups::Fill(Backup& backup, const std::vector<std::string>& origins) {
     for (const std::string& origin : origins) {
         auto info = m_files.Stat(origin);
         const auto missing = info ? ErrorCode::kNotFound : info.Error().code;
@@ -163,9 +163,9 @@ base::Status Backups::Fill(Backup& backup, const std::string& folder,
             continue;
         }
         std::string name = NameOf(m_files, origin);
-        if (m_files.Exists(Join(m_files, folder, name)))
+        if (m_files.Exists(PathOf(backup.id, name)))
             name.insert(0, std::to_string(backup.files.size()));
-        auto status = platform::CopyFlushed(m_files, origin, Join(m_files, folder, name));
+        auto status = platform::CopyFlushed(m_files, origin, PathOf(backup.id, name));
         if (status) {
             backup.files.push_back({name, origin});
         } else if (status.Error().code == ErrorCode::kNotRegular) {
@@ -175,11 +175,11 @@ base::Status Backups::Fill(Backup& backup, const std::string& folder,
         }
     }
     // The manifest comes last: with it the backup counts.
-    return platform::WriteWhole(m_files, Join(m_files, folder, kManifest), ToManifest(backup));
+    return platform::WriteWhole(m_files, PathOf(backup.id, kManifest), ToManifest(backup));
 }
 
 base::Result<Backup> Backups::ReadManifest(const std::string& id) {
-    const std::string path = Join(m_files, Join(m_files, m_folder, id), kManifest);
+    const std::string path = PathOf(id, kManifest);
     auto text = platform::ReadWhole(m_files, path, kLargestManifest);
     if (!text) return text.Error();
     try {
@@ -203,8 +203,7 @@ base::Result<std::vector<Backup>> Backups::List() {
         auto backup = ReadManifest(entry.name);
         if (backup) backups.push_back(*std::move(backup));
     }
-    std::sort(backups.begin(), backups.end(),
-              [](const Backup& a, const Backup& b) { return a.id < b.id; });
+    std::ranges::sort(backups, {}, &Backup::id);
     return backups;
 }
 
@@ -215,7 +214,7 @@ base::Status Backups::Prune() {
     if (!backups) return backups.Error();
     for (std::size_t i = 0; i + kNewest < backups->size(); ++i) {
         const std::string& id = (*backups)[i].id;
-        if (id < oldest) Discard(m_files, Join(m_files, m_folder, id));
+        if (id < oldest) Discard(id);
     }
     return {};
 }
@@ -239,7 +238,7 @@ base::Result<Backup> Backups::Restore(const std::string& id,
     std::list<platform::SafeWrite> writes;
     for (const BackupFile& file : backup->files) {
         auto& write = writes.emplace_back(m_files, file.origin);
-        auto staged = write.BeginAsCopyOf(Join(m_files, Join(m_files, m_folder, id), file.name));
+        auto staged = write.BeginAsCopyOf(PathOf(id, file.name));
         if (!staged) return staged.Error();
     }
     if (auto begun = ready ? ready(*backup) : base::Status(); !begun) return begun.Error();

@@ -50,10 +50,12 @@ class Backups {
                                  const std::function<base::Status(const Backup&)>& ready = nullptr);
 
   private:
+    // A folder of a backup, or a file in it.
+    std::string PathOf(const std::string& id, const std::string& name = {}) const;
     base::Result<std::string> NewFolder();
     void RemoveLeftovers();
-    base::Status Fill(Backup& backup, const std::string& folder,
-                      const std::vector<std::string>& origins);
+    void Discard(const std::string& id);
+    base::Status Fill(Backup& backup, const std::vector<std::string>& origins);
     base::Result<Backup> ReadManifest(const std::string& id);
 
     platform::Files& m_files;

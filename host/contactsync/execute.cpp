@@ -1,6 +1,5 @@
 #include "host/contactsync/execute.h"
 
-#include <functional>
 #include <optional>
 #include <unordered_map>
 
@@ -164,24 +163,27 @@ class Execution {
     std::vector<std::string> m_errors;
 };
 
-using Known = std::unordered_map<std::string, const state::RememberedPair*>;
-using Reader = std::function<base::Result<contacts::StoredContact>(const std::string&)>;
+using contacts::StoredContact;
+using state::RememberedPair;
 
-base::Result<std::vector<contacts::StoredContact>> LoadSide(
-    contacts::ContactStore& store, const Known& known,
-    state::RememberedSide state::RememberedPair::*side, const Reader& read, const char* what,
-    std::vector<std::string>& passedOver, base::Progress& progress) {
-    auto items = store.List();
+// One side as it is now, added to `contacts`.
+base::Status LoadSide(const contacts::Stores& stores, state::RememberedSide RememberedPair::*side,
+                      const state::Remembered& remembered, base::Progress& progress,
+                      std::vector<StoredContact>& contacts, std::vector<std::string>& passedOver) {
+    const bool isFolder = side == &RememberedPair::folder;
+    std::unordered_map<std::string_view, const RememberedPair*> known;
+    for (const RememberedPair& pair : remembered.pairs) known[(pair.*side).item.id] = &pair;
+    auto items = (isFolder ? stores.folder : stores.eudora).List();
     if (!items) return items.Error();
-    std::vector<contacts::StoredContact> contacts;
     contacts.reserve(items->size());
     std::optional<base::Failure> firstFailure;
     std::size_t failures = 0;
     for (std::size_t i = 0; i < items->size(); ++i) {
-        progress.Step(what, i, items->size());
+        progress.Step(isFolder ? "reading the vCards" : "reading Eudora's contacts", i,
+                      items->size());
         base::StoreItem& item = (*items)[i];
         const auto found = known.find(item.id);
-        const state::RememberedPair* const pair = found != known.end() ? found->second : nullptr;
+        const RememberedPair* const pair = found != known.end() ? found->second : nullptr;
         const auto keep = [&] {
             const state::RememberedSide& kept = pair->*side;
             contacts.push_back({kept.item, kept.contact, pair->uid, pair->beyond, true});
@@ -190,7 +192,7 @@ base::Result<std::vector<contacts::StoredContact>> LoadSide(
             keep();
             continue;
         }
-        auto stored = read(item.id);
+        auto stored = isFolder ? ReadFolderContact(stores, item.id) : stores.eudora.Read(item.id);
         if (!stored && stored.Error().code == platform::ErrorCode::kNotRegular) {
             passedOver.push_back(stored.Error().Message());
             // What cannot be read is not gone.
@@ -202,7 +204,7 @@ base::Result<std::vector<contacts::StoredContact>> LoadSide(
             contacts.push_back(*std::move(stored));
         }
     }
-    if (!firstFailure) return contacts;
+    if (!firstFailure) return {};
     if (failures > 1) {
         base::Failure& first = *firstFailure;
         std::string& last = first.code             ? first.thing
@@ -231,24 +233,14 @@ base::Result<contacts::StoredContact> ReadFolderContact(const contacts::Stores& 
 
 base::Result<Sides> LoadSides(const contacts::Stores& stores, const state::Remembered& remembered,
                               base::Progress& progress) {
-    Known knownEudora, knownFolder;
-    for (const state::RememberedPair& pair : remembered.pairs) {
-        knownEudora[pair.eudora.item.id] = &pair;
-        knownFolder[pair.folder.item.id] = &pair;
-    }
     Sides sides;
-    auto left = LoadSide(
-        stores.eudora, knownEudora, &state::RememberedPair::eudora,
-        [&](const std::string& id) { return stores.eudora.Read(id); }, "reading Eudora's contacts",
-        sides.passedOver, progress);
-    if (!left) return left.Error();
-    auto right = LoadSide(
-        stores.folder, knownFolder, &state::RememberedPair::folder,
-        [&](const std::string& id) { return ReadFolderContact(stores, id); }, "reading the vCards",
-        sides.passedOver, progress);
-    if (!right) return right.Error();
-    sides.eudora = *std::move(left);
-    sides.folder = *std::move(right);
+    auto status = LoadSide(stores, &RememberedPair::eudora, remembered, progress, sides.eudora,
+                           sides.passedOver);
+    if (status) {
+        status = LoadSide(stores, &RememberedPair::folder, remembered, progress, sides.folder,
+                          sides.passedOver);
+    }
+    if (!status) return status.Error();
     return sides;
 }
 

@@ -76,8 +76,8 @@ class MailExecution {
         if (!mail && mail.Error().code == ErrorCode::kNotFound) return true;
         if (!mail) return !m_ledger.Check(mail.Error(), row.name);
         bool isMailAtFault = false;
-        const auto size = mail::ComposeInto(m_work.folders.mails, row.unique, m_work.files,
-                                            m_work.clock, *mail, isMailAtFault);
+        const auto size = mail::ComposeInto(m_work.folders.mails, row.unique, m_work.place.files,
+                                            m_work.place.clock, *mail, isMailAtFault);
         if (!size) {
             (void)m_ledger.Check(size.Error(), row.name);
             return isMailAtFault;

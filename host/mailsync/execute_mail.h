@@ -5,25 +5,20 @@
 #include <string_view>
 #include <vector>
 
-#include "host/base/failure.h"
-#include "host/base/progress.h"
 #include "host/mail/attach_folder.h"
 #include "host/mail/mail_source.h"
 #include "host/mailsync/load_mail.h"
 #include "host/mailsync/mail_plan.h"
-#include "platform/os/clock.h"
-#include "platform/os/files.h"
 
 namespace host::mailsync {
 
 // What a plan is carried out on. The objects outlive the call.
 struct MailWork {
+    const sync::CommandPlace& place;
     mail::MailSource& source;
     MailFolders& folders;
     state::MailMemory& memory;
-    platform::Files& files;           // for attachments
     mail::AttachFolder& attachments;  // of Eudora
-    platform::Clock& clock;
     base::Progress& progress;
     // Reads a file for Eudora; the name is what a refusal calls it.
     std::function<base::Result<mail::NewMail>(std::string_view, const std::string&)> parse;

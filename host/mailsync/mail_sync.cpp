@@ -25,7 +25,6 @@ struct MailRun {
     std::vector<state::RememberedMail> remembered;
     MailSides sides;
     MailPlan plan;
-    std::vector<std::string> passedOver;  // by the backup
 
     MailRun(const sync::CommandPlace& place, const MailSyncOptions& options)
         : folders(place.files, place.clock, options.maildir),
@@ -69,27 +68,11 @@ base::Status Prepare(const sync::CommandPlace& place, const MailSyncOptions& opt
     return sync::CheckRights(place.files, options.mailboxes);
 }
 
-MailWork WorkOf(const sync::CommandPlace& place, const MailSyncOptions& options, MailRun& run) {
-    return {*run.source,
-            run.folders,
-            *run.memory,
-            place.files,
-            *options.attachments,
-            place.clock,
-            run.progress,
-            options.parse,
-            [&] { return mailbox::CountMails(place.files, options.outbox); },
-            [&] {
-                return sync::BackUp(place, options.eudoraFiles, "before a sync of mail",
-                                    run.passedOver);
-            }};
-}
-
-bool LiesIn(platform::Files& files, const std::string& path, std::string folder) {
+// By its name: a Maildir need not exist.
+bool IsBelow(const platform::Files& files, const std::string& path, std::string folder) {
     if (folder.empty()) return false;
-    if (path == folder) return true;
     if (folder.back() != files.Separator()) folder += files.Separator();
-    return path.starts_with(folder);
+    return (path + files.Separator()).starts_with(folder);
 }
 
 // A Maildir has cur and new; an empty folder, or one with hidden files only, becomes one.
@@ -118,8 +101,15 @@ base::Result<sync::Report> RunMailSync(const sync::CommandPlace& place,
         return status.Error();
     }
     if (options.dryRun || run.plan.steps.empty()) return std::move(run.plan.report);
-    sync::Report report = ExecuteMail(run.plan, WorkOf(place, options, run));
-    for (const std::string& path : run.passedOver) {
+    std::vector<std::string> passedOver;
+    const auto queued = [&] { return mailbox::CountMails(place.files, options.outbox); };
+    const auto backup = [&] {
+        return sync::BackUp(place, options.eudoraFiles, "before a sync of mail", passedOver);
+    };
+    const MailWork work{place,        *run.source,   run.folders, *run.memory, *options.attachments,
+                        run.progress, options.parse, queued,      backup};
+    sync::Report report = ExecuteMail(run.plan, work);
+    for (const std::string& path : passedOver) {
         report.notes.push_back("left alone: " + path + ": is no regular file");
     }
     return report;
@@ -134,15 +124,14 @@ sync::Preview RunMailStatus(const sync::CommandPlace& place, const MailSyncOptio
 
 base::Status CheckMaildir(platform::Files& files, const std::string& maildir,
                           const std::string& eudoraFolder) {
-    if (LiesIn(files, maildir, eudoraFolder)) {
+    if (IsBelow(files, maildir, eudoraFolder)) {
         return base::Refused(maildir + " lies in Eudora's own folder", "name one outside of it");
     }
     auto info = files.Stat(maildir);
     if (!info && info.Error().code == platform::ErrorCode::kNotFound) {
         // A name below a file is not found either.
-        const auto end = maildir.find_last_of(files.Separator());
-        const auto above =
-            end == std::string::npos || end == 0 ? info : files.Stat(maildir.substr(0, end));
+        const std::string parent = base::ParentFolder(files, maildir);
+        const auto above = parent.empty() ? info : files.Stat(parent);
         if (above && !above->isFolder) {
             return base::Refused(maildir + " lies below a file", "name a folder");
         }

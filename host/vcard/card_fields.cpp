@@ -62,6 +62,81 @@ std::string PlainValue(const Property& property) {
     return value;
 }
 
+// The texts that are not empty, with a separator between them.
+template <class Texts>
+std::string JoinedTexts(const Texts& texts, char separator) {
+    std::string joined;
+    for (const std::string& text : texts) {
+        if (!joined.empty() && !text.empty()) joined += separator;
+        joined += text;
+    }
+    return joined;
+}
+
+// The parts of an ADR value, still escaped.
+enum Component { kBox, kExtension, kStreet, kPlace, kRegion, kCode, kCountry, kComponents };
+
+std::vector<std::string> ComponentsOf(std::string_view value) {
+    std::vector<std::string> components = SplitEscaped(value, ';');
+    components.resize(kComponents);
+    return components;
+}
+
+std::string Lines(const std::string& component) {
+    std::vector<std::string> lines = SplitEscaped(component, ',');
+    for (std::string& line : lines) line = base::Canonical(UnescapeText(line));
+    return JoinedTexts(lines, '\n');
+}
+
+std::string PlaceLine(const std::vector<std::string>& components) {
+    return JoinedTexts(
+        std::array{Lines(components[kPlace]), Lines(components[kRegion]), Lines(components[kCode])},
+        ' ');
+}
+
+// Takes `lines` off the front or the back of `text`, a line end with them; but not from beside a
+// blank line, which would be lost at the edge of what is left.
+bool TakeFront(std::string_view& text, const std::string& lines) {
+    if (lines.empty() || !text.starts_with(lines + '\n') || text.starts_with(lines + "\n\n"))
+        return false;
+    text.remove_prefix(lines.size() + 1);
+    return true;
+}
+
+bool TakeBack(std::string_view& text, const std::string& lines) {
+    if (lines.empty() || !text.ends_with('\n' + lines) || text.ends_with("\n\n" + lines))
+        return false;
+    text.remove_suffix(lines.size() + 1);
+    return true;
+}
+
+// The lines of text that the value of an ADR property stands for: post-office box, extension,
+// street, then place, region and code on one line, then country.
+std::string AddressLines(std::string_view value) {
+    const std::vector<std::string> components = ComponentsOf(value);
+    return JoinedTexts(
+        std::array{Lines(components[kBox]), Lines(components[kExtension]),
+                   Lines(components[kStreet]), PlaceLine(components), Lines(components[kCountry])},
+        '\n');
+}
+
+// The ADR value for new lines. A component whose line is still where it was stays a component; all
+// else becomes the street. AddressLines of the result gives `lines` again.
+std::string ChangeAddress(std::string_view oldValue, std::string_view lines) {
+    std::vector<std::string> components = ComponentsOf(oldValue);
+    if (!TakeBack(lines, Lines(components[kCountry]))) components[kCountry].clear();
+    if (!TakeBack(lines, PlaceLine(components))) {
+        for (const Component part : {kPlace, kRegion, kCode}) components[part].clear();
+    }
+    for (const Component part : {kBox, kExtension}) {
+        if (!TakeFront(lines, Lines(components[part]))) components[part].clear();
+    }
+    components[kStreet] = EscapeText(lines);
+    std::string value = components[0];
+    for (std::size_t i = 1; i < components.size(); ++i) value += ';' + components[i];
+    return value;
+}
+
 // The list value's first piece in front of the others.
 std::string FieldText(const Property& property, base::Field field) {
     std::string value = PlainValue(property);
@@ -83,12 +158,9 @@ std::string FieldText(const Property& property, base::Field field) {
 std::string NameFromComponents(const Property& property) {
     std::vector<std::string> parts = SplitEscaped(PlainValue(property), ';');
     parts.resize(5);
-    std::string name;
-    for (const int part : {3, 1, 2, 0, 4}) {
-        const std::string text = UnescapeText(parts[static_cast<std::size_t>(part)]);
-        if (!text.empty()) name += (name.empty() ? "" : " ") + text;
-    }
-    return base::Canonical(name);
+    for (std::string& part : parts) part = UnescapeText(part);
+    return base::Canonical(
+        JoinedTexts(std::array{parts[3], parts[1], parts[2], parts[0], parts[4]}, ' '));
 }
 
 std::string ComponentsFromName(const std::string& name) {
@@ -182,55 +254,6 @@ bool IsBookkeeping(const Property& property) {
     return std::ranges::find(kOwn, property.name) != std::end(kOwn);
 }
 
-enum Component { kBox, kExtension, kStreet, kPlace, kRegion, kCode, kCountry, kComponents };
-using Components = std::array<std::string, kComponents>;  // still escaped
-
-Components Split(std::string_view value) {
-    Components components;
-    std::size_t i = 0;
-    for (std::string& piece : SplitEscaped(value, ';')) {
-        if (i < kComponents) components[i++] = std::move(piece);
-    }
-    return components;
-}
-
-std::string Lines(const std::string& component) {
-    std::string lines;
-    for (const std::string& piece : SplitEscaped(component, ',')) {
-        const std::string line = base::Canonical(UnescapeText(piece));
-        if (line.empty()) continue;
-        if (!lines.empty()) lines += '\n';
-        lines += line;
-    }
-    return lines;
-}
-
-std::string PlaceLine(const Components& components) {
-    std::string line;
-    for (const int part : {kPlace, kRegion, kCode}) {
-        const std::string text = Lines(components[static_cast<std::size_t>(part)]);
-        if (!line.empty() && !text.empty()) line += ' ';
-        line += text;
-    }
-    return line;
-}
-
-// Takes `lines` off the front or the back of `text`, a line end with them; but not from beside a
-// blank line, which would be lost at the edge of what is left.
-bool TakeFront(std::string_view& text, const std::string& lines) {
-    if (lines.empty() || !text.starts_with(lines + '\n') || text.starts_with(lines + "\n\n"))
-        return false;
-    text.remove_prefix(lines.size() + 1);
-    return true;
-}
-
-bool TakeBack(std::string_view& text, const std::string& lines) {
-    if (lines.empty() || !text.ends_with('\n' + lines) || text.ends_with("\n\n" + lines))
-        return false;
-    text.remove_suffix(lines.size() + 1);
-    return true;
-}
-
 }  // namespace
 
 CardContent ReadFields(const Card& card) {
@@ -269,36 +292,6 @@ void WriteFields(Card& card, const base::Contact& values, base::FieldSet which,
         field == base::Field::kName ? SetName(card, values) : SetField(card, field, values[field]);
     }
     SetProperty(card, "REV", text::Format("%Y%m%dT%H%M%SZ", text::CivilTime(now)));
-}
-
-std::string AddressLines(std::string_view value) {
-    const Components components = Split(value);
-    std::string text;
-    for (const std::string& lines :
-         {Lines(components[kBox]), Lines(components[kExtension]), Lines(components[kStreet]),
-          PlaceLine(components), Lines(components[kCountry])}) {
-        if (!text.empty() && !lines.empty()) text += '\n';
-        text += lines;
-    }
-    return text;
-}
-
-std::string ChangeAddress(std::string_view oldValue, std::string_view lines) {
-    Components components = Split(oldValue);
-    std::string_view street = lines;
-    if (!TakeBack(street, Lines(components[kCountry]))) components[kCountry].clear();
-    if (!TakeBack(street, PlaceLine(components))) {
-        components[kPlace].clear();
-        components[kRegion].clear();
-        components[kCode].clear();
-    }
-    for (const Component part : {kBox, kExtension}) {
-        if (!TakeFront(street, Lines(components[part]))) components[part].clear();
-    }
-    components[kStreet] = EscapeText(street);
-    std::string value = components[0];
-    for (std::size_t i = 1; i < components.size(); ++i) value += ';' + components[i];
-    return value;
 }
 
 }  // namespace host::vcard

@@ -109,40 +109,33 @@ TEST(MailSync, BringsBothSidesIntoStep) {
 
 TEST(MailSync, SendsWhatLiesInTheOutbox) {
     MailWorld world;
-    world.Add("a");
-    SyncTwice(world);
     world.Deliver("first", "", true, ".Outbox\\");
-    world.Deliver("second", "S", false, ".Outbox\\");
     world.Deliver("unfinished", "D", true, ".Outbox\\");
     world.Deliver("withdrawn", "T", true, ".Outbox\\");
-    const mailsync::MailPlan plan = SyncTwice(world);
-    EXPECT_EQ(plan.report.drafts, 1u);
-    EXPECT_EQ(world.eudora.queued, (std::vector<std::string>{"first", "second"}));
-    EXPECT_EQ(world.folders.outbox.List()->size(), 2u);
-    const auto sent = *world.folders.sent.List();
-    ASSERT_EQ(sent.size(), 2u);
-    EXPECT_EQ(sent[0].flags, "S");
-    EXPECT_EQ(world.memory.rows.size(), 1u);
     // One that cannot go stays and keeps no other.
     world.disk.Put("C:\\M\\.Outbox\\new\\1.0", "Subject: to nobody\n\nx\n");
-    world.Deliver("third", "", true, ".Outbox\\");
+    world.Deliver("second", "", true, ".Outbox\\");
     sync::Report report;
-    (void)world.Sync(&report);
+    EXPECT_EQ(world.Sync(&report).report.drafts, 1u);
     ASSERT_EQ(report.errors.size(), 1u);
     EXPECT_THAT(report.errors[0], HasSubstr("to nobody"));
-    EXPECT_EQ(world.eudora.queued.size(), 3u);
+    EXPECT_EQ(std::set(world.eudora.queued.begin(), world.eudora.queued.end()),
+              (std::set<std::string>{"first", "second"}));
+    EXPECT_EQ(world.folders.outbox.List()->size(), 3u);
+    EXPECT_EQ(world.folders.sent.List()->front().flags, "S");
+    EXPECT_TRUE(world.memory.rows.empty());
     // After a run that was cut off the out-box tells what was done; if Eudora ran in between,
     // nobody.
     state::RememberedMail row;
     row.link = state::MailLink::kSending;
     row.unique = "1.0";
-    for (const std::size_t before : {3, 2, 9}) {
+    for (const std::size_t before : {2, 1, 9}) {
         row.size = before;
         world.memory.rows.push_back(row);
         const mailsync::MailPlan next = world.MakePlan();
         EXPECT_EQ(next.report.Count(sync::Side::kEudora, sync::Verb::kQueue),
-                  before == 3 ? 1u : 0u);
-        EXPECT_EQ(next.report.Count(sync::Side::kFolder, sync::Verb::kFile), before == 2 ? 1u : 0u);
+                  before == 2 ? 1u : 0u);
+        EXPECT_EQ(next.report.Count(sync::Side::kFolder, sync::Verb::kFile), before == 1 ? 1u : 0u);
         EXPECT_EQ(next.report.conflicts.size(), before == 9 ? 1u : 0u);
         world.memory.rows.pop_back();
     }
@@ -275,18 +268,16 @@ TEST(MailSync, WhatTheLimitsHideIsNoDeletion) {
 }
 
 TEST(MailSync, StopsBeforeALargeLoss) {
-    struct Loss {
+    const struct {
         int deleted, removed;
         std::optional<sync::DeleteLimit> limit;
         const char* stop;  // empty: goes on
-    };
-    const Loss cases[] = {
+    } cases[] = {
+        {12, 0, {}, "12 mails would be removed from the Maildir, more than the 10 allowed"},
         {0, 12, {}, "12 mails would be removed from Eudora"},
-        {12, 0, sync::DeleteLimit{12, false}, ""},
-        {21, 0, sync::DeleteLimit{50, true}, "more than the 20 allowed"},
+        {8, 8, {}, ""},
         {40, 0, {}, "Eudora's in-box is empty"},
         {0, 40, {}, "the Maildir holds none of them"},
-        {8, 8, {}, ""},
         {0, 40, sync::DeleteLimit{100, true}, ""},
     };
     for (const auto& [deleted, removed, limit, stop] : cases) {
@@ -298,9 +289,9 @@ TEST(MailSync, StopsBeforeALargeLoss) {
             (void)world.maildir.Remove(world.File("m" + std::to_string(39 - i)));
         }
         world.options.maxDelete = limit;
-        const mailsync::MailPlan plan = world.MakePlan();
-        EXPECT_EQ(plan.stop.has_value(), *stop != '\0') << deleted << ", " << removed;
-        EXPECT_THAT(plan.stop.value_or(""), HasSubstr(stop));
+        const auto stopped = world.MakePlan().stop;
+        EXPECT_EQ(stopped.has_value(), *stop != '\0') << deleted << ", " << removed;
+        EXPECT_THAT(stopped.value_or(""), HasSubstr(stop));
     }
 }
 

@@ -190,6 +190,7 @@ struct MailWorld {
     platform::testing::FixedClock clock;
     MemoryMails eudora{files};
     MemoryMailMemory memory{files};
+    sync::CommandPlace place{files, clock, {}, {}};
     mailsync::MailFolders folders{files, clock, "C:\\M"};
     maildir::Maildir& maildir = folders.mails;
     std::optional<mail::AttachFolder> attachments;
@@ -313,12 +314,11 @@ struct MailWorld {
     }
     mailsync::MailWork Work(base::Progress& progress) {
         attachments.emplace(files, "C:\\Attach", 1252);
-        return {eudora,
+        return {place,
+                eudora,
                 folders,
                 memory,
-                files,
                 *attachments,
-                clock,
                 progress,
                 [this](std::string_view bytes, const std::string& name) {
                     if (!tooLarge.empty() && name.starts_with(tooLarge)) throw std::bad_alloc();
