@@ -79,6 +79,9 @@ class Walk {
         // Eudora; nothing is left to do.
         EXPECT_EQ(world.FilesBelow("C:\\M\\").size(), folder.size() + m_sent.size());
         EXPECT_EQ(world.FilesBelow("C:\\Attach\\"), world.eudora.AttachmentPaths());
+        for (const state::RememberedMail& row : world.memory.rows) {
+            EXPECT_EQ(row.content.find('\n'), std::string::npos) << "names of copies";
+        }
         const int saves = world.memory.saves, changes = world.eudora.changes;
         ASSERT_TRUE(world.Sync().steps.empty());
         EXPECT_EQ(world.memory.saves, saves);

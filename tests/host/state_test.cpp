@@ -101,12 +101,12 @@ TEST_F(StateTest, RemembersThePairsOfEachScope) {
     EXPECT_EQ(Tied(remembered.pairs[0]), Tied(Pair("a")));
     state::RememberedPair changed = Pair("z");
     changed.key = remembered.pairs[0].key;
-    ASSERT_TRUE((*Open(true))->Save({{changed}, {remembered.pairs[1].key}, {}}));
+    ASSERT_TRUE((*Open(true))->Save({{changed}, {remembered.pairs[1].key}, {{{"", "n", "g"}}}}));
     remembered = Load();
     ASSERT_EQ(remembered.pairs.size(), 1u);
     EXPECT_EQ(Tied(remembered.pairs[0]), Tied(changed));
     ASSERT_EQ(remembered.intents.size(), 1u);
-    EXPECT_EQ(remembered.intents[0].folderId, "f");
+    EXPECT_EQ(remembered.intents[0].folderId, "g") << "all are replaced";
     EXPECT_EQ(Load("t").pairs.size(), 1u);
 }
 

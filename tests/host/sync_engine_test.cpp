@@ -90,6 +90,11 @@ const Case kCases[] = {
     {"conflict: the older one of the folder marked", "a|A|1", "a>a|A|2", "a>a|A|3",
      "a (older)|A (older)|3; a|A|2", "=", sync::Prefer::kBoth, false, 1},
     {"for the newer", "a|A|1", "a>a|A|2", "a>a|A|3", "a|A|2", "=", sync::Prefer::kNewer, false},
+    {"a long nickname makes room for the mark", "123456789012345678901234567|A|1",
+     "123456789012345678901234567>123456789012345678901234567|A|2",
+     "123456789012345678901234567>123456789012345678901234567|A|3",
+     "1234567890123456789 (older)|A (older)|2; 123456789012345678901234567|A|3", "=",
+     sync::Prefer::kBoth, true, 1},
     {"deleted here, changed there: kept", "a|A|1; b|B|1", "a>; b>b|B|2", "a>a|A|2; b>",
      "a|A|2; b|B|2", "=", sync::Prefer::kBoth, true, 2},
     {"the preferred side's deletion", "a|A|1; b|B|1", "a>", "a>a|A|2", "b|B|1", "=",
@@ -98,6 +103,8 @@ const Case kCases[] = {
      "g|G\xC3\xBC ?", "g|G\xC3\xBC \xE5\xB1\xB1"},
     {"and survive a change beside them", "g|G \xE5\xB1\xB1 x|1", "g>g|G ? yz|1", "", "g|G ? yz|1",
      "g|G \xE5\xB1\xB1 yz|1"},
+    {"an edit beside two of them", "g|\xE5\xB1\xB1\xE6\x9C\xA8|1", "g>g|???|1", "", "g|???|1",
+     "g|\xE5\xB1\xB1\xE6\x9C\xA8?|1"},
     {"a change that Eudora cannot see", "g|G|1||\xE5\xB1\xB1", "", "g>g|G|1||\xE6\x9C\xA8",
      "g|G|1||?", "g|G|1||\xE6\x9C\xA8"},
     {"a line break in a one-line field", "", "", ">n|No~Name|1", "n|No Name|1", "n|No~Name|1"},
@@ -127,6 +134,10 @@ bool IsInStep(ContactWorld& world, const Case& test) {
 void ExpectInStep(ContactWorld& world, const Case& test) {
     EXPECT_EQ(Lines(world, kEudora), Split(test.eudoraAfter));
     EXPECT_EQ(Lines(world, kFolder), Split(test.Folder()));
+    EXPECT_THAT(world.memory.intents, IsEmpty());
+    for (const state::RememberedPair& pair : world.memory.pairs.rows) {
+        EXPECT_EQ(pair.beyond, world.eudora.Hold(pair.folder.contact) != pair.folder.contact);
+    }
     const std::string before = world.Trace();
     const sync::Report again = world.Sync().report;
     EXPECT_THAT(again.changes, IsEmpty());

@@ -148,6 +148,7 @@ TEST(CardFields, ChangesOneLineAndKeepsItsShape) {
         {"ADR;TYPE=home:;;S 1;T;R;9;L\n", base::Field::kAddress, "S 2\nT R 9\nL",
          "ADR;TYPE=home:;;S 2;T;R;9;L\n"},
         {"ADR:;;S 1;T;;;L\n", base::Field::kAddress, "S 1\nU\nL", "ADR:;;S 1\\nU;;;;L\n"},
+        {"ADR:a;;s;;;;L\n", base::Field::kAddress, "a\n\ns\n\nL", "ADR:;;a\\n\\ns\\n\\nL;;;;\n"},
         {"ADR;LABEL=x:;;x;;;;\n", base::Field::kAddress, "a, b\nc",
          "ADR;LABEL=\"a, b^nc\":;;a\\, b\\nc;;;;\n"},
     };
