@@ -34,8 +34,7 @@ class ContactStore {
     // lacks one, another one stands.
     virtual base::Contact Hold(const base::Contact& contact) const = 0;
     // Why the store would refuse these values (only the fields `which`), if it would.
-    virtual std::optional<std::string> Refusal(const base::Contact& values,
-                                               base::FieldSet which) = 0;
+    virtual std::optional<std::string> Refusal(const base::Contact&, base::FieldSet) { return {}; }
 
     // A nickname made of both, cut so that the store can hold it.
     virtual std::string Nickname(const std::string& base, const std::string& suffix) const {
@@ -52,7 +51,7 @@ class ContactStore {
     virtual base::Status Remove(const base::StoreItem& known) = 0;
     // Makes the changes since the last Commit durable, all or none, in a store that collects them;
     // other stores have done so at each change.
-    virtual base::Status Commit() = 0;
+    virtual base::Status Commit() { return {}; }
 };
 
 // The two sides of a synchronisation.

@@ -4,7 +4,6 @@
 #include <array>
 
 #include "frame/interface/field_ids.h"
-#include "host/base/failure.h"
 #include "platform/os/code_page.h"
 #include "text/ascii.h"
 #include "text/double_byte.h"

@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <random>
 
-#include "host/base/failure.h"
 #include "host/vcard/card_fields.h"
 #include "platform/os/safe_write.h"
 

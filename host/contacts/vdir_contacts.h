@@ -31,14 +31,10 @@ class VdirContacts : public ContactStore {
     std::optional<std::chrono::system_clock::time_point> ChangedAt(
         const base::StoreItem& item) const override;
     base::Contact Hold(const base::Contact& contact) const override;
-    std::optional<std::string> Refusal(const base::Contact&, base::FieldSet) override {
-        return std::nullopt;
-    }
     base::Result<std::string> Add(const base::Contact& values, const std::string& like) override;
     base::Result<std::string> Change(const base::StoreItem& known, const base::Contact& values,
                                      base::FieldSet which) override;
     base::Status Remove(const base::StoreItem& known) override;
-    base::Status Commit() override { return {}; }
 
   private:
     std::string PathOf(const std::string& name) const;

@@ -3,7 +3,6 @@
 #include <memory>
 
 #include "host/backup/backups.h"
-#include "host/base/failure.h"
 #include "host/contacts/eudora_contacts.h"
 #include "host/contacts/vdir_contacts.h"
 #include "host/contactsync/execute.h"

@@ -1,11 +1,8 @@
 #include "host/mailsync/execute_mail.h"
 
-#include <utility>
-
 #include "host/mail/compose.h"
 #include "host/mail/mail.h"
 #include "host/mailsync/execute_eudora.h"
-#include "host/mailsync/load_mail.h"
 
 namespace host::mailsync {
 
@@ -180,15 +177,10 @@ void Ledger::Note(const std::string& name, const std::vector<std::string>& notes
     for (const std::string& note : notes) m_report.notes.push_back(prefix + note);
 }
 
-bool Ledger::Save(state::MailMemoryChange& saved) {
-    saved = std::exchange(change, {});
-    const bool isEmpty = saved.put.empty() && saved.forget.empty() && !saved.settle;
-    return isEmpty || Check(m_memory.Save(saved), "state");
-}
-
-bool Ledger::Save() {
-    state::MailMemoryChange saved;
-    return Save(saved);
+std::optional<state::MailMemoryChange> Ledger::Keep(state::MailMemoryChange pending) {
+    const bool isEmpty = pending.put.empty() && pending.forget.empty() && !pending.settle;
+    if (!isEmpty && !Check(m_memory.Save(pending), "state")) return std::nullopt;
+    return pending;
 }
 
 sync::Report Ledger::TakeReport() {

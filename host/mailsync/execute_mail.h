@@ -3,6 +3,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "host/mail/attach_folder.h"
@@ -42,21 +43,22 @@ class Ledger {
     void Note(const std::string& name, const std::vector<std::string>& notes);
     void Did(const MailStep& step) { m_done[m_plan.IndexOf(step)] = true; }
     bool HasFailed() const { return m_report.errors.size() > m_plan.report.errors.size(); }
-    bool Save();
+    bool Save() { return Keep(std::exchange(change, {})).has_value(); }
     // Saves the `row` of each too; new ones get their keys.
     template <class Batch>
     bool Save(Batch& batch) {
         for (const auto& one : batch) change.put.push_back(one.row);
-        state::MailMemoryChange saved;
-        if (!Save(saved)) return false;
-        for (auto at = saved.put.end() - std::ssize(batch); auto& one : batch) one.row = *at++;
+        auto saved = Keep(std::exchange(change, {}));
+        if (!saved) return false;
+        for (auto at = saved->put.end() - std::ssize(batch); auto& one : batch) one.row = *at++;
         return true;
     }
     // Tells of the steps that were done.
     sync::Report TakeReport();
 
   private:
-    bool Save(state::MailMemoryChange& saved);
+    // What was saved, with its keys; nothing, with a line in the report, if that failed.
+    std::optional<state::MailMemoryChange> Keep(state::MailMemoryChange pending);
 
     const MailPlan& m_plan;
     state::MailMemory& m_memory;

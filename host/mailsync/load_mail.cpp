@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <vector>
 
-#include "host/base/failure.h"
 #include "host/mail/encoded_words.h"
 #include "host/mail/mail.h"
 #include "host/mail/parse.h"
-#include "host/mailsync/mail_plan.h"
 #include "text/calendar.h"
 #include "text/mail_view.h"
 

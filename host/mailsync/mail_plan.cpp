@@ -1,8 +1,6 @@
 #include "host/mailsync/mail_plan.h"
 
 #include <algorithm>
-#include <string>
-#include <unordered_map>
 
 #include "host/mail/mail.h"
 

@@ -2,14 +2,10 @@
 
 #include <algorithm>
 
-#include "host/backup/backups.h"
-#include "host/base/failure.h"
 #include "host/base/paths.h"
-#include "host/base/progress.h"
 #include "host/mailsync/execute_mail.h"
 #include "host/mailsync/load_mail.h"
 #include "host/state/state_file.h"
-#include "host/sync/rules.h"
 #include "mailbox/toc_file.h"
 
 namespace host::mailsync {

@@ -5,8 +5,6 @@
 
 #include <array>
 
-#include "host/base/failure.h"
-
 namespace host::state {
 
 using platform::ErrorCode;

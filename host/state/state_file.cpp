@@ -5,7 +5,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/base/failure.h"
 #include "host/base/paths.h"
 #include "host/state/state_database.h"
 

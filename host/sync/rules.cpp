@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "host/base/failure.h"
 #include "host/base/paths.h"
 #include "host/state/state_file.h"
 #include "text/ascii.h"

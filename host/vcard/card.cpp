@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "host/vcard/content_line.h"
 #include "text/ascii.h"
 
 namespace host::vcard {

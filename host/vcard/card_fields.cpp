@@ -6,7 +6,6 @@
 #include <optional>
 #include <vector>
 
-#include "host/base/contact.h"
 #include "host/vcard/content_line.h"
 #include "platform/os/code_page.h"
 #include "text/ascii.h"
