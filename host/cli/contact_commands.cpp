@@ -1,58 +1,148 @@
+#include "host/cli/contact_commands.h"
+
+#include <algorithm>
+
+#include <nlohmann/json.hpp>
+
+#include "host/base/contact.h"
 #include "host/base/output.h"
-#include "host/cli/commands.h"
-#include "host/cli/contact_table.h"
+#include "host/base/paths.h"
 #include "host/cli/output.h"
 #include "host/cli/workplace.h"
+#include "host/eudora/nickname_file.h"
 
 namespace host::cli {
 
 namespace {
 
-base::Result<translator::TranslatorSession> OpenContacts(Workplace& workplace) {
-    auto file = workplace.NicknameFile(false);
-    if (!file) return file.Error();
-    return translator::TranslatorSession::OpenContacts(workplace.Module(), *file);
+using base::Contact;
+using base::Field;
+
+// In the order of the fields.
+constexpr const char* kKeys[base::kFieldCount] = {"nickname", "name",  "address", "phone",
+                                                  "fax",      "email", "note"};
+
+// As Eudora has it, but with LF between lines.
+Contact Read(translator::TranslatorSession& session) {
+    Contact contact;
+    for (std::size_t i = 0; i < base::kFieldCount; ++i) {
+        const auto text = OrEnd(session.Text(std::to_string(i + 1)));
+        contact.values[i] = base::ToUtf8(text.value_or(""));
+        std::erase(contact.values[i], '\r');
+        std::ranges::replace(contact.values[i], '\x03', '\n');
+    }
+    return contact;
+}
+
+nlohmann::ordered_json ToJson(const Contact& contact) {
+    nlohmann::ordered_json json;
+    for (std::size_t i = 0; i < base::kFieldCount; ++i) json[kKeys[i]] = contact.values[i];
+    return json;
+}
+
+// What a column of these fields needs.
+std::size_t WidthOf(const std::vector<Contact>& contacts, Field field) {
+    constexpr std::size_t kWidest = 32;
+    std::size_t width = 0;
+    for (const Contact& contact : contacts) {
+        width = std::max(width, base::Width(base::OneLine(contact[field])));
+    }
+    return std::min(width, kWidest);
+}
+
+// A line for each: nickname, name and address of mail, in columns.
+std::string ContactTable(const std::vector<Contact>& contacts) {
+    const std::size_t nicknameWidth = WidthOf(contacts, Field::kNickname);
+    const std::size_t nameWidth = WidthOf(contacts, Field::kName);
+    std::string table;
+    for (const Contact& contact : contacts) {
+        table += base::Padded(base::OneLine(contact[Field::kNickname]), nicknameWidth) + "  " +
+                 base::Padded(base::OneLine(contact[Field::kName]), nameWidth) + "  " +
+                 base::OneLine(contact[Field::kEmail]);
+        table.erase(table.find_last_not_of(' ') + 1);
+        table += '\n';
+    }
+    return table;
+}
+
+// All fields that hold something, a line for each; further lines of a value are indented.
+std::string ContactCard(const Contact& contact) {
+    std::string card;
+    for (std::size_t i = 0; i < base::kFieldCount; ++i) {
+        const std::string& value = contact.values[i];
+        if (value.empty()) continue;
+        std::string label = base::Padded(std::string(kKeys[i]) + ":", 10);
+        for (std::size_t start = 0; start <= value.size();) {
+            const std::size_t end = std::min(value.find('\n', start), value.size());
+            card += label + value.substr(start, end - start) + '\n';
+            label.assign(10, ' ');
+            start = end + 1;
+        }
+    }
+    return card;
 }
 
 }  // namespace
 
-Ending ListContacts(const Options& options) {
-    auto workplace = Workplace::Enter(options);
-    if (!workplace) return workplace.Error();
-    auto session = OpenContacts(*workplace);
-    if (!session) return session.Error();
-    const auto contacts = ReadContacts(*session);
-    if (!contacts) return contacts.Error();
-    base::PrintText(options.json ? ContactsJson(*contacts) : ContactTable(*contacts));
-    return base::ExitCode::kNothingToDo;
-}
-
-Ending ShowContact(const Options& options, const std::string& nickname) {
-    auto workplace = Workplace::Enter(options);
-    if (!workplace) return workplace.Error();
-    auto session = OpenContacts(*workplace);
-    if (!session) return session.Error();
-    const auto contact = ReadContact(*session, nickname);
-    if (!contact) return contact.Error();
-    if (!*contact) {
-        return base::Refused("there is no contact " + nickname,
-                             "kvsync list contacts shows the nicknames");
+base::ExitCode ListContacts(const Options& options) {
+    Workplace workplace(options);
+    auto session = workplace.OpenContacts();
+    std::vector<Contact> contacts;
+    for (bool found = OrEnd(session.MoveFirst()); found; found = OrEnd(session.MoveNext())) {
+        contacts.push_back(Read(session));
     }
-    base::PrintText(options.json ? ContactJson(**contact) : ContactCard(**contact));
+    auto list = nlohmann::ordered_json::array();
+    for (const Contact& contact : contacts) list.push_back(ToJson(contact));
+    base::PrintText(options.json ? base::JsonText(list, 2) : ContactTable(contacts));
     return base::ExitCode::kNothingToDo;
 }
 
-Ending ExportContacts(const Options& options, const std::string& toFolder) {
-    auto workplace = Workplace::Enter(options);
-    if (!workplace) return workplace.Error();
-    auto eudora = workplace->Contacts(false);
-    if (!eudora) return eudora.Error();
+base::ExitCode ShowContact(const Options& options) {
+    Workplace workplace(options);
+    auto session = workplace.OpenContacts();
+    bool lossy = false;
+    const std::string id = base::FromUtf8(options.record, &lossy);
+    if (lossy || !OrEnd(session.GoTo(id))) {
+        throw Ended(base::Refused("there is no contact " + options.record,
+                                  "kvsync list contacts shows the nicknames"));
+    }
+    const Contact contact = Read(session);
+    base::PrintText(options.json ? base::JsonText(ToJson(contact), 2) : ContactCard(contact));
+    return base::ExitCode::kNothingToDo;
+}
+
+base::ExitCode ExportContacts(const Options& options) {
+    Workplace workplace(options);
+    const auto eudora = workplace.Contacts(false);
     ProgressLine progress(!options.quiet);
-    auto command = PlaceOf(options, progress);
-    if (!command) return command.Error();
-    const auto count = contactsync::ExportContacts(*command, *eudora, toFolder);
+    const auto count =
+        contactsync::ExportContacts(PlaceOf(options, progress), eudora, options.toFolder);
     progress.Show({});
-    return Say(count ? ExportOutput(*count, toFolder) : RefusalOutput(count.Error()), options);
+    return Say(count ? ExportOutput(*count, options.toFolder) : RefusalOutput(count.Error()),
+               options);
+}
+
+base::ExitCode ConfigureContacts(const Options& options) {
+    if (!options.limits.IsEmpty()) {
+        throw Misuse("--age, --size, --attachments and --attachment-size belong to configure mail");
+    }
+    Workplace workplace(options);
+    auto session =
+        OrEnd(translator::TranslatorSession::Create(workplace.Module(), translator::kContactsKind));
+    auto file = OrEnd(eudora::ChooseNicknameFile(options.setup, workplace.Setup()));
+    const bool isChosen =
+        options.setup.nicknameFile
+            ? OrEnd(session.Select(file))
+            : SelectInDialog(session, file, "name the file with --nickname-file FILE");
+    if (!isChosen) {
+        if (!options.quiet) base::PrintLine("nothing changed");
+        return base::ExitCode::kNothingToDo;
+    }
+    OrEnd(eudora::CheckNicknameFile(file, false));
+    OrEnd(translator::TranslatorSession::OpenContacts(workplace.Module(), file));
+    OrEnd(eudora::RememberNicknameFile(workplace.Setup(), file));
+    if (!options.quiet) base::PrintLine("contacts are kept in " + base::ToUtf8(file));
+    return base::ExitCode::kChangesMade;
 }
 
 }  // namespace host::cli

@@ -6,11 +6,13 @@
 
 #include "host/base/failure.h"
 #include "host/eudora/setup.h"
+#include "host/translator/mail_settings.h"
 
 namespace host::cli {
 
-// What every command can be told, on the command line or in the configuration file.
+// What kvsync is told. Texts are UTF-8, paths native.
 struct Options {
+    // By options, which any command takes, or the configuration file.
     eudora::SetupOptions setup;
     std::optional<std::string> contacts;  // the folder of vCards
     std::optional<std::string> maildir;
@@ -21,6 +23,13 @@ struct Options {
     bool json = false;
     bool quiet = false;
     bool verbose = false;
+
+    // By the words and options of one command.
+    std::string what;    // "contacts", "mail", or empty; of the shell "other" too
+    std::string record;  // a nickname, an id or Message-ID of a mail, or the id of a backup
+    std::string toFolder;
+    std::string script;  // empty for standard input
+    translator::MailLimitChanges limits;
 };
 
 // One of the options that are texts: --name on the command line, and in the configuration file the

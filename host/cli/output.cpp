@@ -1,7 +1,5 @@
 #include "host/cli/output.h"
 
-#include <nlohmann/json.hpp>
-
 #include "host/base/output.h"
 
 namespace host::cli {
@@ -28,11 +26,11 @@ const char* ResultWord(base::ExitCode code) {
 void Output::Finish(nlohmann::json body) {
     body["result"] = ResultWord(code);
     body["errors"] = errors;
-    json = std::make_shared<nlohmann::ordered_json>(std::move(body));
+    json = std::move(body);
 }
 
 Output RefusalOutput(const base::Failure& failure) {
-    Output output{failure.exit, {}, {failure.Message()}, nullptr};
+    Output output{failure.exit, {}, {failure.Message()}};
     output.Finish(nlohmann::json::object());
     return output;
 }
@@ -58,9 +56,7 @@ Output BackupsOutput(const std::vector<backup::Backup>& backups) {
 Output RestoreOutput(const std::string& id, const backup::Backup& before) {
     Output output{
         base::ExitCode::kChangesMade,
-        {"backup " + id + " is back in place", "what was there before is backup " + before.id},
-        {},
-        nullptr};
+        {"backup " + id + " is back in place", "what was there before is backup " + before.id}};
     output.Finish({{"restored", id}, {"before", before.id}});
     return output;
 }
@@ -75,7 +71,7 @@ Output ExportOutput(std::size_t contacts, const std::string& toFolder) {
 
 base::ExitCode Say(const Output& output, const Options& options) {
     if (options.json) {
-        base::PrintLine(output.json ? base::JsonText(*output.json) : "{}");
+        base::PrintLine(base::JsonText(output.json));
     } else {
         for (const std::string& line : output.lines) base::PrintLine(line);
     }

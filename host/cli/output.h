@@ -1,11 +1,10 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
 #include <string>
 #include <vector>
 
-#include <nlohmann/json_fwd.hpp>
+#include <nlohmann/json.hpp>
 
 #include "host/backup/backups.h"
 #include "host/base/failure.h"
@@ -17,9 +16,9 @@ namespace host::cli {
 // the same as one object.
 struct Output {
     base::ExitCode code = base::ExitCode::kNothingToDo;
-    std::vector<std::string> lines;
-    std::vector<std::string> errors;
-    std::shared_ptr<nlohmann::ordered_json> json;  // null: an empty object
+    std::vector<std::string> lines = {};
+    std::vector<std::string> errors = {};
+    nlohmann::ordered_json json = nlohmann::ordered_json::object();
 
     // Fills `json` from the code, the errors and `body`.
     void Finish(nlohmann::json body);

@@ -1,12 +1,16 @@
+#include "host/cli/sync_commands.h"
+
 #include "host/base/paths.h"
-#include "host/cli/commands.h"
-#include "host/cli/mail_sync_run.h"
 #include "host/cli/sync_output.h"
 #include "host/cli/workplace.h"
 #include "host/contactsync/contact_sync.h"
 #include "host/eudora/outside_names.h"
+#include "host/mail/attach_folder.h"
+#include "host/mail/eudora_mails.h"
+#include "host/mail/parse.h"
+#include "host/mailsync/mail_sync.h"
 #include "host/state/state_file.h"
-#include "host/sync/rules.h"
+#include "host/translator/in_box.h"
 #include "platform/os/system.h"
 
 namespace host::cli {
@@ -15,38 +19,35 @@ namespace {
 
 // What a run is about: what its words name, else everything that has a folder.
 struct Subjects {
-    bool contacts = false, mail = false;
+    bool contacts, mail;
 
-    Subjects(const Options& options, const std::string& what)
-        : contacts(what.empty() ? options.contacts || !options.maildir : what == "contacts"),
-          mail(what.empty() ? options.maildir.has_value() : what == "mail") {}
+    explicit Subjects(const Options& options) {
+        const std::string& what = options.what;
+        contacts = what.empty() ? options.contacts || !options.maildir : what == "contacts";
+        mail = what.empty() ? options.maildir.has_value() : what == "mail";
+        if (contacts && !options.contacts) {
+            throw Ended(base::Refused("no contacts folder is named",
+                                      "give --contacts DIR, or contacts = \"DIR\" in the "
+                                      "configuration file"));
+        }
+        if (mail && !options.maildir) {
+            throw Ended(base::Refused(
+                "no Maildir is named",
+                "give --maildir DIR, or maildir = \"DIR\" in the configuration file"));
+        }
+    }
 };
 
-base::Status CheckFolders(const Subjects& subjects, const Options& options) {
-    if (subjects.contacts && !options.contacts) {
-        return base::Refused("no contacts folder is named",
-                             "give --contacts DIR, or contacts = \"DIR\" in the configuration "
-                             "file");
-    }
-    if (subjects.mail && !options.maildir) {
-        return base::Refused("no Maildir is named",
-                             "give --maildir DIR, or maildir = \"DIR\" in the configuration file");
-    }
-    return {};
-}
-
-base::Result<Output> RunContacts(Workplace& workplace, const Options& options,
-                                 const sync::CommandPlace& command, bool isStatus) {
-    auto eudora = workplace.Contacts(!isStatus);
-    if (!eudora) return eudora.Error();
+Output RunContacts(Workplace& workplace, const Options& options, const sync::CommandPlace& command,
+                   bool isStatus) {
     contactsync::SyncOptions sync;
-    sync.eudora = *std::move(eudora);
+    sync.eudora = workplace.Contacts(!isStatus);
     sync.contactsFolder = *options.contacts;
     SetRules(options, sync);
     if (!isStatus) {
         const auto report = contactsync::RunSync(command, sync);
-        if (!report) return RefusalOutput(report.Error());
-        return SyncOutput(*report, Subject::kContacts, options.quiet);
+        return report ? SyncOutput(*report, Subject::kContacts, options.quiet)
+                      : RefusalOutput(report.Error());
     }
     const auto lock = state::StateLock::Take(command.files, command.stateFile, false);
     std::vector<std::string> head = {
@@ -57,101 +58,178 @@ base::Result<Output> RunContacts(Workplace& workplace, const Options& options,
                         options.quiet);
 }
 
+base::Result<std::unique_ptr<mail::MailSource>> OpenSource(Workplace& workplace) {
+    std::string selection;
+    auto session = workplace.SelectInBox(selection);
+    if (!session) return session.Error();
+    if (auto pair = translator::CheckInBoxPair(workplace.Setup()); !pair) return pair.Error();
+    return mail::EudoraMails::Open(*std::move(session), selection);
+}
+
+// Reads files of the Maildir for Eudora; the folder for their attachments is made with the first.
+class IncomingReader {
+  public:
+    explicit IncomingReader(const eudora::Setup& setup) : m_key(setup.memoryKey) {}
+
+    base::Result<mail::NewMail> Read(std::string_view bytes, const std::string& name) {
+        if (m_folder == nullptr) {
+            auto folder = mail::IncomingFolder::Create(m_key);
+            if (!folder) return folder.Error();
+            m_folder = *std::move(folder);
+        }
+        const mail::ParsePlace place{platform::NativeSystem().files, m_folder->Path(),
+                                     platform::NativeSystem().codePage,
+                                     platform::NativeSystem().clock};
+        return mail::ParseMail(bytes, place, name);
+    }
+
+  private:
+    std::string m_key;
+    std::unique_ptr<mail::IncomingFolder> m_folder;
+};
+
+std::vector<std::string> NativePaths(const std::vector<std::string>& paths) {
+    std::vector<std::string> natives;
+    for (const std::string& path : paths) {
+        if (auto native = platform::NativePathOf(path)) natives.push_back(*std::move(native));
+    }
+    return natives;
+}
+
+// In the order of a safe restore: a table of contents before its mailbox, which mostly grows at its
+// end; the in-box before the Trash, so that a mail is in both rather than in none.
+std::vector<std::string> Mailboxes(const eudora::Setup& setup) {
+    std::vector<std::string> files;
+    for (const char* box : {"In", "Trash", "Out"}) {
+        for (const char* end : {".toc", ".mbx"}) {
+            files.push_back(setup.eudoraFolder + '\\' + box + end);
+        }
+    }
+    return NativePaths(files);
+}
+
+std::vector<std::string> NicknameFiles(const eudora::Setup& setup) {
+    std::vector<std::string> files{setup.eudoraFolder + "\\nndbase.txt",
+                                   setup.eudoraFolder + "\\nndbase.toc"};
+    const std::string folder = setup.eudoraFolder + "\\NickName";
+    const auto entries = platform::NativeSystem().files.List(folder, "*");
+    for (const auto& entry : entries ? *entries : std::vector<platform::FolderEntry>()) {
+        if (!entry.isFolder) files.push_back(folder + '\\' + entry.name);
+    }
+    return NativePaths(files);
+}
+
+Output RunMail(Workplace& workplace, const Options& options, const sync::CommandPlace& command,
+               bool isStatus) {
+    // Before the translator is asked for mails, which takes files and on Windows Eudora's start.
+    const auto can = mail::CanParseMail();
+    if (!can && isStatus) return {{}, {"mails: " + can.Error().Message()}};
+    OrEnd(can);
+    const eudora::Setup& setup = workplace.Setup();
+    OrEnd(eudora::RefuseMailsElsewhere(setup));
+    const auto inbox = platform::NativePathOf(setup.eudoraFolder + "\\In.mbx");
+    if (!inbox) {
+        throw Ended(base::Refused("no drive leads to the in-box in " + setup.eudoraShown));
+    }
+    IncomingReader reader(setup);
+    mailsync::MailSyncOptions sync;
+    sync.open = [&workplace] { return OpenSource(workplace); };
+    sync.parse = [&reader](std::string_view bytes, const std::string& name) {
+        return reader.Read(bytes, name);
+    };
+    const auto& system = platform::NativeSystem();
+    mail::AttachFolder attachments(system.files, setup.eudoraFolder + "\\Attach", system.codePage);
+    sync.attachments = &attachments;
+    sync.inbox = *inbox;
+    sync.outbox = platform::NativePathOf(setup.eudoraFolder + "\\Out.toc").value_or("");
+    sync.mailboxes = Mailboxes(setup);
+    sync.eudoraFiles = sync.mailboxes;
+    for (auto& file : NicknameFiles(setup)) sync.eudoraFiles.push_back(std::move(file));
+    sync.maildir = eudora::WithoutLinks(*options.maildir);
+    SetRules(options, sync);
+    if (!isStatus) {
+        const auto report = mailsync::RunMailSync(command, sync);
+        return report ? SyncOutput(*report, Subject::kMails, options.quiet)
+                      : RefusalOutput(report.Error());
+    }
+    return StatusOutput(mailsync::RunMailStatus(command, sync),
+                        {"in-box: " + sync.inbox, "Maildir: " + sync.maildir}, Subject::kMails,
+                        options.quiet);
+}
+
 // Contacts and then mails; a refusal of one does not keep the other.
-base::Result<Output> Run(const Subjects& subjects, Workplace& workplace, const Options& options,
-                         bool isStatus) {
+Output Run(const Subjects& subjects, Workplace& workplace, const Options& options, bool isStatus) {
     ProgressLine progress(!options.quiet);
-    auto command = PlaceOf(options, progress);
-    if (!command) return command.Error();
-    if (!subjects.mail) return RunContacts(workplace, options, *command, isStatus);
-    if (!subjects.contacts) return RunMail(workplace, options, *command, isStatus);
-    const auto contacts = RunContacts(workplace, options, *command, isStatus);
-    const auto mail = RunMail(workplace, options, *command, isStatus);
-    return Joined(contacts ? *contacts : RefusalOutput(contacts.Error()),
-                  mail ? *mail : RefusalOutput(mail.Error()));
+    const auto command = PlaceOf(options, progress);
+    if (!subjects.mail) return RunContacts(workplace, options, command, isStatus);
+    if (!subjects.contacts) return RunMail(workplace, options, command, isStatus);
+    const auto orRefusal = [&](const auto& run) {
+        try {
+            return run(workplace, options, command, isStatus);
+        } catch (const Ended& ended) {
+            return RefusalOutput(ended.failure);
+        }
+    };
+    const Output contacts = orRefusal(RunContacts);
+    return Joined(contacts, orRefusal(RunMail));
 }
 
 // Eudora's lock file lies in the folder of nndbase.txt, above that of the other nickname files.
-base::Status RefuseLocked(const std::string& nicknameFile) {
+void RefuseLocked(const std::string& nicknameFile) {
     const auto folder = base::ToPath(nicknameFile).parent_path();
     for (const auto& place : {folder, folder.parent_path()}) {
         const auto locks = platform::NativeFiles().List(base::FromPath(place), "owner.lok");
         if (locks && !locks->empty()) {
-            return base::Refused(
+            throw Ended(base::Refused(
                 "Eudora is running in " + base::FromPath(place) + " (its OWNER.LOK is there)",
-                "close it and try again");
+                "close it and try again"));
         }
     }
-    return {};
-}
-
-// The files of a backup must not be in the hands of a running Eudora, whichever it is.
-base::Status RefuseLockedBackup(const sync::CommandPlace& place, const std::string& id) {
-    const auto backups = sync::BackupsOf(place).List();
-    for (const backup::Backup& backup : backups ? *backups : std::vector<backup::Backup>()) {
-        if (backup.id != id) continue;
-        for (const backup::BackupFile& file : backup.files) {
-            if (auto free = RefuseLocked(file.origin); !free) return free;
-        }
-    }
-    return {};
 }
 
 }  // namespace
 
-Ending Sync(const Options& options, const std::string& what) {
-    const Subjects subjects(options, what);
-    if (auto named = CheckFolders(subjects, options); !named) return named.Error();
-    if (auto inside = eudora::RefuseNamesLeadingOutside(options.setup); !inside) {
-        return inside.Error();
-    }
-    auto workplace =
-        subjects.contacts ? Workplace::Enter(options) : Workplace::EnterForMail(options);
-    if (!workplace) return workplace.Error();
-    const auto output = Run(subjects, *workplace, options, false);
-    if (!output) return output.Error();
-    return Say(*output, options);
+base::ExitCode Sync(const Options& options) {
+    const Subjects subjects(options);
+    OrEnd(eudora::RefuseNamesLeadingOutside(options.setup));
+    Workplace workplace(options, subjects.contacts ? Workplace::For::kWork : Workplace::For::kMail);
+    return Say(Run(subjects, workplace, options, false), options);
 }
 
-Ending Status(const Options& options) {
-    const Subjects subjects(options, "");
-    if (auto named = CheckFolders(subjects, options); !named) return named.Error();
+base::ExitCode Status(const Options& options) {
+    const Subjects subjects(options);
     Options reading = options;
     reading.setup.writesNothing = true;
-    auto workplace = Workplace::Enter(reading, true);
-    if (!workplace) return workplace.Error();
-    auto output = Run(subjects, *workplace, reading, true);
-    if (!output) return output.Error();
-    TellEudora(*output, eudora::RefuseRunningEudora(workplace->Setup()),
+    Workplace workplace(reading, Workplace::For::kLook);
+    Output output = Run(subjects, workplace, reading, true);
+    TellEudora(output, eudora::RefuseRunningEudora(workplace.Setup()),
                eudora::NamesLeadingOutside(options.setup), options.setup.followLinks);
-    return Say(*output, options);
+    return Say(output, options);
 }
 
-Ending ListBackups(const Options& options) {
+base::ExitCode ListBackups(const Options& options) {
     ProgressLine progress(false);
-    auto command = PlaceOf(options, progress);
-    if (!command) return command.Error();
-    const auto backups = sync::BackupsOf(*command).List();
+    const auto backups = sync::BackupsOf(PlaceOf(options, progress)).List();
     return Say(backups ? BackupsOutput(*backups) : RefusalOutput(backups.Error()), options);
 }
 
-Ending Restore(const Options& options, const std::string& id) {
-    if (auto inside = eudora::RefuseNamesLeadingOutside(options.setup); !inside) {
-        return inside.Error();
-    }
+base::ExitCode Restore(const Options& options) {
+    OrEnd(eudora::RefuseNamesLeadingOutside(options.setup));
     // Where an Eudora is known it must not run; a backup can be put back without one.
     const auto setup = eudora::Prepare(options.setup);
-    const bool isNamed = options.setup.eudora || options.setup.winePrefix;
-    if (!setup && isNamed) return setup.Error();
-    if (setup) {
-        if (auto stopped = eudora::RefuseRunningEudora(*setup); !stopped) return stopped.Error();
-    }
+    if (options.setup.eudora || options.setup.winePrefix) OrEnd(setup);
+    if (setup) OrEnd(eudora::RefuseRunningEudora(*setup));
     ProgressLine progress(false);
-    auto command = PlaceOf(options, progress);
-    if (!command) return command.Error();
-    if (auto free = RefuseLockedBackup(*command, id); !free) return free.Error();
-    const auto before = sync::Restore(*command, id);
-    return Say(before ? RestoreOutput(id, *before) : RefusalOutput(before.Error()), options);
+    const auto command = PlaceOf(options, progress);
+    // The files of a backup must not be in the hands of a running Eudora, whichever it is.
+    const auto backups = sync::BackupsOf(command).List();
+    for (const auto& backup : backups ? *backups : std::vector<backup::Backup>()) {
+        if (backup.id != options.record) continue;
+        for (const backup::BackupFile& file : backup.files) RefuseLocked(file.origin);
+    }
+    const auto before = sync::Restore(command, options.record);
+    return Say(before ? RestoreOutput(options.record, *before) : RefusalOutput(before.Error()),
+               options);
 }
 
 }  // namespace host::cli

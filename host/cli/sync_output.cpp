@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include <nlohmann/json.hpp>
-
 namespace host::cli {
 
 namespace {
@@ -197,10 +195,6 @@ base::ExitCode Worse(base::ExitCode a, base::ExitCode b) {
     return base::ExitCode::kNothingToDo;
 }
 
-Json JsonOf(const Output& output) {
-    return output.json ? *output.json : Json::object();
-}
-
 void Append(std::vector<std::string>& lines, const std::vector<std::string>& more) {
     lines.insert(lines.end(), more.begin(), more.end());
 }
@@ -208,7 +202,7 @@ void Append(std::vector<std::string>& lines, const std::vector<std::string>& mor
 }  // namespace
 
 Output SyncOutput(const sync::Report& report, Subject subject, bool countsOnly) {
-    Output output{report.Code(), Describe(report, subject, countsOnly), report.errors, nullptr};
+    Output output{report.Code(), Describe(report, subject, countsOnly), report.errors};
     Append(output.lines, report.notes);
     output.Finish(subject == Subject::kContacts ? ContactsJson(report) : MailsJson(report));
     return output;
@@ -246,16 +240,14 @@ Output Joined(const Output& contacts, const Output& mails) {
     joined.code = Worse(contacts.code, mails.code);
     Append(joined.lines, mails.lines);
     Append(joined.errors, mails.errors);
-    joined.json =
-        std::make_shared<Json>(Json{{"contacts", JsonOf(contacts)}, {"mail", JsonOf(mails)}});
+    joined.json = {{"contacts", contacts.json}, {"mail", mails.json}};
     return joined;
 }
 
 void TellEudora(Output& status, const base::Status& free,
                 const std::vector<eudora::OutsideName>& outside, bool followLinks) {
-    Json json = JsonOf(status);
-    json["eudoraRuns"] = !free;
-    auto& paths = json["leaveTheFolder"] = Json::array();
+    status.json["eudoraRuns"] = !free;
+    auto& paths = status.json["leaveTheFolder"] = Json::array();
     if (!free) status.lines.push_back("locked: " + free.Error().Message());
     for (const eudora::OutsideName& name : outside) {
         const auto failure = eudora::LeadsOutside(name);
@@ -267,7 +259,6 @@ void TellEudora(Output& status, const base::Status& free,
             status.code = Worse(status.code, base::ExitCode::kRefused);
         }
     }
-    status.json = std::make_shared<Json>(std::move(json));
 }
 
 }  // namespace host::cli

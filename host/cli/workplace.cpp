@@ -2,78 +2,71 @@
 
 #include "host/base/output.h"
 #include "host/base/paths.h"
+#include "host/dialogs/terminal_dialogs.h"
 #include "host/eudora/nickname_file.h"
 #include "host/translator/in_box.h"
+#include "host/translator/module_messages.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
 
 namespace host::cli {
 
-base::Result<Workplace> Workplace::Enter(const Options& options, bool mayRun) {
-    auto setup = eudora::Prepare(options.setup);
-    if (!setup) return setup.Error();
-    if (!mayRun) {
-        if (auto stopped = eudora::RefuseRunningEudora(*setup); !stopped) return stopped.Error();
+Workplace::Workplace(const Options& options, For use)
+    : m_options(options.setup), m_setup(OrEnd(eudora::Prepare(options.setup))) {
+    if (use == For::kMail && base::UsesWindowsPaths()) {
+        OrEnd(eudora::RefuseMailsElsewhere(m_setup));
+    } else if (use != For::kLook) {
+        OrEnd(eudora::RefuseRunningEudora(m_setup));
     }
-    return Start(options, *std::move(setup));
+    m_host = OrEnd(translator::TranslatorHost::Start(m_setup.init));
 }
 
-base::Result<Workplace> Workplace::EnterForMail(const Options& options) {
-    auto setup = eudora::Prepare(options.setup);
-    if (!setup) return setup.Error();
-    auto ready = base::UsesWindowsPaths() ? eudora::RefuseMailsElsewhere(*setup)
-                                          : eudora::RefuseRunningEudora(*setup);
-    if (!ready) return ready.Error();
-    return Start(options, *std::move(setup));
-}
-
-base::Result<Workplace> Workplace::Start(const Options& options, eudora::Setup setup) {
-    auto host = translator::TranslatorHost::Start(setup.init);
-    if (!host) return host.Error();
-    Workplace workplace;
-    workplace.m_setup = std::move(setup);
-    workplace.m_options = options.setup;
-    workplace.m_host = *std::move(host);
-    return workplace;
-}
-
-base::Result<std::string> Workplace::NicknameFile(bool forWriting) {
-    auto chosen = eudora::ChooseNicknameFile(m_options, m_setup);
-    if (!chosen) return chosen.Error();
-    if (chosen->empty()) {
-        auto session = translator::TranslatorSession::Create(*m_host, translator::kContactsKind);
-        if (!session) return session.Error();
+std::string Workplace::NicknameFile(bool forWriting) {
+    auto chosen = OrEnd(eudora::ChooseNicknameFile(m_options, m_setup));
+    if (chosen.empty()) {
+        auto session =
+            OrEnd(translator::TranslatorSession::Create(*m_host, translator::kContactsKind));
         // A missing default file is told below, in the words of all other missing files.
-        if (auto selected = session->Select(*chosen); !selected) {
-            *chosen = m_setup.eudoraFolder + "\\nndbase.txt";
-        }
+        if (!session.Select(chosen)) chosen = m_setup.eudoraFolder + "\\nndbase.txt";
     }
-    if (auto checked = eudora::CheckNicknameFile(*chosen, forWriting); !checked)
-        return checked.Error();
-    return *chosen;
+    OrEnd(eudora::CheckNicknameFile(chosen, forWriting));
+    return chosen;
 }
 
-base::Result<contactsync::EudoraPlace> Workplace::Contacts(bool forWriting) {
-    const auto file = NicknameFile(forWriting);
-    if (!file) return file.Error();
-    const auto native = platform::NativePathOf(*file);
-    if (!native) return base::Refused("no drive leads to " + base::ToUtf8(*file));
-    const auto open = [host = m_host.get(), file = *file] {
+translator::TranslatorSession Workplace::OpenContacts() {
+    return OrEnd(translator::TranslatorSession::OpenContacts(*m_host, NicknameFile(false)));
+}
+
+contactsync::EudoraPlace Workplace::Contacts(bool forWriting) {
+    const std::string file = NicknameFile(forWriting);
+    const auto native = platform::NativePathOf(file);
+    if (!native) throw Ended(base::Refused("no drive leads to " + base::ToUtf8(file)));
+    const auto open = [host = m_host.get(), file] {
         return translator::TranslatorSession::OpenContacts(*host, file);
     };
-    return contactsync::EudoraPlace{open, *native, platform::NativeSystem().codePage};
+    return {open, *native, platform::NativeSystem().codePage};
 }
 
 base::Result<translator::TranslatorSession> Workplace::SelectInBox(std::string& selection) {
     return translator::SelectInBox(*m_host, m_setup, m_options.writesNothing, selection);
 }
 
-base::Result<translator::TranslatorSession> Workplace::OpenMail() {
+translator::TranslatorSession Workplace::OpenMail() {
     std::string selection;
-    auto session = SelectInBox(selection);
-    if (!session) return session.Error();
-    if (auto opened = session->Open(); !opened) return opened.Error();
+    auto session = OrEnd(SelectInBox(selection));
+    OrEnd(session.Open());
     return session;
+}
+
+bool SelectInDialog(translator::TranslatorSession& session, std::string& selection,
+                    const std::string& otherwise) {
+    const auto dialogs = dialogs::MakeTerminalDialogs();
+    if (dialogs == nullptr && !base::UsesWindowsPaths()) {
+        throw Ended(base::Refused("kvsync configure needs a terminal for its dialog",
+                                  "start it in one, or " + otherwise));
+    }
+    const translator::DialogsShownBy shown(dialogs.get());
+    return OrEnd(session.Select(selection, true));
 }
 
 ProgressLine::ProgressLine(bool wanted)
@@ -85,17 +78,12 @@ void ProgressLine::Show(const std::string& line) {
     m_shown = line;
 }
 
-base::Result<sync::CommandPlace> PlaceOf(const Options& options, ProgressLine& progress) {
-    std::string state;
-    if (options.state) {
-        state = *options.state;
-    } else {
-        auto folder = eudora::StateFolder();
-        if (!folder) return folder.Error();
-        state = base::FromPath(base::ToPath(*folder) / "state.db");
-    }
-    return sync::CommandPlace{platform::NativeFiles(), platform::NativeSystem().clock, state,
-                              [&progress](const std::string& line) { progress.Show(line); }};
+sync::CommandPlace PlaceOf(const Options& options, ProgressLine& progress) {
+    const std::string state =
+        options.state ? *options.state
+                      : base::FromPath(base::ToPath(OrEnd(eudora::StateFolder())) / "state.db");
+    return {platform::NativeFiles(), platform::NativeSystem().clock, state,
+            [&progress](const std::string& line) { progress.Show(line); }};
 }
 
 }  // namespace host::cli

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <memory>
 #include <string>
 
@@ -13,36 +14,57 @@
 
 namespace host::cli {
 
-// An Eudora with the module at work on it. Sessions end before it does.
+// Ends the command that is at work: RunApplication tells the failure, which gives the exit code.
+struct Ended : std::exception {
+    explicit Ended(base::Failure why) : failure(std::move(why)) {}
+    base::Failure failure;
+};
+
+inline Ended Misuse(std::string what) {
+    return Ended({base::ExitCode::kUsage, std::move(what)});
+}
+
+// The value of a step without which a command cannot go on: its failure ends the command.
+template <class T, class F>
+T OrEnd(platform::Result<T, F> result) {
+    if (!result) throw Ended(result.Error());
+    if constexpr (!std::is_void_v<T>) return *std::move(result);
+}
+
+// An Eudora with the module at work on it. Sessions end before it does. Failures end the command.
 class Workplace {
   public:
-    // kRefused if there is no Eudora to work on, or it runs and `mayRun` is not set.
-    static base::Result<Workplace> Enter(const Options& options, bool mayRun = false);
-    // For work on mails alone. On Windows Eudora itself serves them, those of its own folder only:
-    // it may run, and the translator starts it if it does not.
-    static base::Result<Workplace> EnterForMail(const Options& options);
+    // What may run meanwhile: nothing; Eudora, for a look; for mails alone on Windows Eudora, which
+    // serves those of its own folder only and is started by the translator.
+    enum class For { kWork, kLook, kMail };
+    explicit Workplace(const Options& options, For use = For::kWork);
 
     translator::TranslatorHost& Module() { return *m_host; }
     const eudora::Setup& Setup() const { return m_setup; }
 
     // Selects the nickname file that the options and earlier choices name and gives its Windows
     // path, in the system code page, once it is known to be usable.
-    base::Result<std::string> NicknameFile(bool forWriting);
-    // The same as Eudora's side of a sync, which this outlives.
-    base::Result<contactsync::EudoraPlace> Contacts(bool forWriting);
+    std::string NicknameFile(bool forWriting);
+    // A session with it opened.
+    translator::TranslatorSession OpenContacts();
+    // The same file as Eudora's side of a sync, which this outlives.
+    contactsync::EudoraPlace Contacts(bool forWriting);
     // A session with the settings of the mails selected, not opened yet. kRefused, with nothing
     // made, if there is no in-box or another program has it.
     base::Result<translator::TranslatorSession> SelectInBox(std::string& selection);
-    // A session with the in-box opened. kRefused, with nothing made, if there is no in-box.
-    base::Result<translator::TranslatorSession> OpenMail();
+    // A session with the in-box opened.
+    translator::TranslatorSession OpenMail();
 
   private:
-    static base::Result<Workplace> Start(const Options& options, eudora::Setup setup);
-
+    const eudora::SetupOptions& m_options;
     eudora::Setup m_setup;
-    eudora::SetupOptions m_options;
     std::unique_ptr<translator::TranslatorHost> m_host;
 };
+
+// Lets a person choose in the translator's own dialog. False if the person cancelled it; without a
+// terminal the command ends, with `otherwise` as the advice.
+bool SelectInDialog(translator::TranslatorSession& session, std::string& selection,
+                    const std::string& otherwise);
 
 // A line on the terminal that the next one replaces and that goes when the run is done.
 class ProgressLine {
@@ -60,7 +82,7 @@ class ProgressLine {
 };
 
 // What the commands of the syncs stand on; `progress` outlives it.
-base::Result<sync::CommandPlace> PlaceOf(const Options& options, ProgressLine& progress);
+sync::CommandPlace PlaceOf(const Options& options, ProgressLine& progress);
 
 // What the options say about any sync. Their texts have been checked.
 template <class SyncOptions>

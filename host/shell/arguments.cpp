@@ -1,9 +1,5 @@
 #include "host/shell/arguments.h"
 
-#include <optional>
-
-#include <nlohmann/json.hpp>
-
 #include "text/ascii.h"
 #include "text/utf.h"
 
@@ -19,12 +15,14 @@ bool IsJson(const std::string& word) {
     return !word.empty() && (word[0] == '"' || word[0] == '[' || word[0] == '{');
 }
 
-// Nothing if the text holds a character above U+00FF or is no UTF-8.
-std::optional<std::string> FromUtf8(std::string_view utf8) {
+// `shown` is what a complaint calls it.
+std::string FromUtf8(std::string_view utf8, const std::string& shown) {
     std::string bytes;
     while (!utf8.empty()) {
         const char32_t character = text::TakeUtf8(utf8);
-        if (character > 0xFF) return std::nullopt;
+        if (character > 0xFF) {
+            throw Complaint("a text holds a character above U+00FF: " + shown);
+        }
         bytes += static_cast<char>(character);
     }
     return bytes;
@@ -69,46 +67,36 @@ std::size_t Arguments::WordEnd(std::size_t start) const {
     return m_rest.size();
 }
 
-std::string Arguments::Bytes(const std::string& word) {
-    const auto bytes = FromUtf8(word);
-    if (!bytes) Complain("a text holds a character above U+00FF: " + word);
-    return bytes.value_or("");
+std::string Arguments::Text(std::size_t index) const {
+    if (!Has(index)) return {};
+    const std::string& word = m_words[index];
+    return IsJson(word) ? BytesOf(Value(index)) : FromUtf8(word, word);
 }
 
-std::string Arguments::Text(std::size_t index, std::string_view otherwise) {
-    if (!Has(index)) return std::string(otherwise);
-    return IsJson(m_words[index]) ? BytesOf(Value(index), *this) : Bytes(m_words[index]);
+std::string Arguments::WholeText() const {
+    if (!Has(0) || m_words[0][0] != '"') return FromUtf8(m_rest, m_rest);
+    EndAt(1);
+    return Text(0);
 }
 
-std::string Arguments::WholeText() {
-    if (!Has(0) || m_words[0][0] != '"') return Bytes(m_rest);
-    return EndAt(1) ? Text(0) : std::string();
-}
-
-long Arguments::Number(std::size_t index, long otherwise) {
-    if (!Has(index)) return otherwise;
+long Arguments::Number(std::size_t index) const {
+    if (!Has(index)) return 0;
     const auto number = text::NumberIn<long>(m_words[index]);
-    if (!number) Complain("not a number: " + m_words[index]);
-    return number.value_or(0);
+    if (!number) throw Complaint("not a number: " + m_words[index]);
+    return *number;
 }
 
-Json Arguments::Value(std::size_t index) {
+Json Arguments::Value(std::size_t index) const {
     if (!Has(index)) return nullptr;
     // Deeper values go: they would need as deep a stack.
     const auto isShallow = [](int depth, Json::parse_event_t, const Json&) { return depth < 64; };
     Json value = Json::parse(m_words[index], isShallow, false);
-    if (!value.is_discarded()) return value;
-    Complain("not a JSON value: " + m_words[index]);
-    return nullptr;
+    if (value.is_discarded()) throw Complaint("not a JSON value: " + m_words[index]);
+    return value;
 }
 
-bool Arguments::EndAt(std::size_t count) {
-    if (Has(count)) Complain("too many words: " + m_words[count]);
-    return !Failed();
-}
-
-void Arguments::Complain(std::string text) {
-    if (m_complaint.empty()) m_complaint = std::move(text);
+void Arguments::EndAt(std::size_t count) const {
+    if (Has(count)) throw Complaint("too many words: " + m_words[count]);
 }
 
 Json JsonOf(std::string_view bytes) {
@@ -117,14 +105,9 @@ Json JsonOf(std::string_view bytes) {
     return utf8;
 }
 
-std::string BytesOf(const Json& value, Arguments& arguments) {
-    if (!value.is_string()) {
-        arguments.Complain("not a text: " + value.dump());
-        return {};
-    }
-    const auto bytes = FromUtf8(value.get_ref<const std::string&>());
-    if (!bytes) arguments.Complain("a text holds a character above U+00FF: " + value.dump());
-    return bytes.value_or("");
+std::string BytesOf(const Json& value) {
+    if (!value.is_string()) throw Complaint("not a text: " + value.dump());
+    return FromUtf8(value.get_ref<const std::string&>(), value.dump());
 }
 
 }  // namespace host::shell

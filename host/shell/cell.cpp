@@ -3,8 +3,6 @@
 #include <cstdlib>
 #include <limits>
 
-#include <nlohmann/json.hpp>
-
 #include "frame/interface/host_records.h"
 #include "host/translator/translator_session.h"
 #include "platform/kvutil/kvutil.h"
@@ -26,22 +24,22 @@ bool FitsNumber(const Json& value) {
 
 std::optional<unsigned long> FieldType(unsigned long kind, const std::string& id) {
     constexpr int kDate = 6, kSize = 9, kStatus = 10;
-    if (kind == translator::kContactsKind) return kTextCell;
+    if (kind == translator::kContactsKind) return translator::kTextType;
     if (kind != translator::kMailKind) return std::nullopt;
     // The translator reads an id just so, whatever stands behind the number.
     const int field = std::atoi(id.c_str());
-    if (field == kDate) return kDateCell;
-    return field == kSize || field == kStatus ? kNumberCell : kTextCell;
+    if (field == kDate) return translator::kDateType;
+    return field == kSize || field == kStatus ? translator::kNumberType : translator::kTextType;
 }
 
 Cell::Cell(unsigned long type) : m_type(type) {
     if (IsDate()) m_date = kNoDate;
 }
 
-Cell::Cell(unsigned long type, const Json& value, Arguments& arguments) : Cell(type) {
+Cell::Cell(unsigned long type, const Json& value) : Cell(type) {
     if (value.is_null()) return;
-    if (m_type == kTextCell) {
-        m_bytes = BytesOf(value, arguments);
+    if (m_type == translator::kTextType) {
+        m_bytes = BytesOf(value);
         m_text = m_bytes.data();
     } else if (IsDate() && value.is_number()) {
         m_date = value.get<double>();
@@ -50,8 +48,7 @@ Cell::Cell(unsigned long type, const Json& value, Arguments& arguments) : Cell(t
     } else if (!IsDate() && FitsNumber(value)) {
         m_number = value.get<std::int32_t>();
     } else {
-        arguments.Complain("not a value of field type " + std::to_string(type) + ": " +
-                           value.dump());
+        throw Complaint("not a value of field type " + std::to_string(type) + ": " + value.dump());
     }
 }
 
@@ -60,7 +57,7 @@ void* Cell::Address() {
 }
 
 Json Cell::Take() {
-    if (m_type == kTextCell) {
+    if (m_type == translator::kTextType) {
         if (m_text == nullptr) return nullptr;
         Json value = JsonOf(m_text);
         if (m_text != m_bytes.data()) FreeVornString(m_text);

@@ -8,8 +8,6 @@
 
 namespace host::shell {
 
-inline constexpr unsigned long kNumberCell = 1, kTextCell = 4, kDateCell = 7;
-
 // The type of a field of that data kind: it is promised by the interface, while a settings file may
 // list another one. Nothing for a kind that has no fields of its own.
 std::optional<unsigned long> FieldType(unsigned long kind, const std::string& id);
@@ -22,7 +20,7 @@ class Cell {
     explicit Cell(unsigned long type);
     // Filled from JSON: a text, a number, true or false, or null for no value. Complains if the
     // value does not fit the type.
-    Cell(unsigned long type, const Json& value, Arguments& arguments);
+    Cell(unsigned long type, const Json& value);
     Cell(const Cell&) = delete;
     Cell& operator=(const Cell&) = delete;
 

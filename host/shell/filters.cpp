@@ -2,105 +2,99 @@
 
 #include <new>
 
-#include <nlohmann/json.hpp>
-
 #include "platform/kvutil/kvutil.h"
 
 namespace host::shell {
 
 namespace {
 
-// A member of a filter entry; complains if it is missing and has no default.
-Json Member(const Json& entry, const char* name, const Json& otherwise, Arguments& arguments) {
+// A member of a filter entry that must be there, and one that need not.
+Json Member(const Json& entry, const char* name) {
     if (entry.is_object() && entry.contains(name)) return entry[name];
-    if (otherwise.is_discarded())
-        arguments.Complain(std::string("a filter lacks \"") + name + "\"");
-    return otherwise.is_discarded() ? Json() : otherwise;
+    throw Complaint(std::string("a filter lacks \"") + name + "\"");
+}
+Json MemberOr(const Json& entry, const char* name, const Json& otherwise) {
+    return entry.is_object() && entry.contains(name) ? entry[name] : otherwise;
 }
 
-char* Block(const Json& text, Arguments& arguments) {
+char* Block(const Json& text) {
     char* block = nullptr;
-    AllocVornString(block, BytesOf(text, arguments).c_str());
+    AllocVornString(block, BytesOf(text).c_str());
     return block;
 }
 
-double Date(const Json& value, Arguments& arguments) {
+double Date(const Json& value) {
     if (value.is_number()) return value.get<double>();
-    if (!value.is_null()) arguments.Complain("not a date number: " + value.dump());
+    if (!value.is_null()) throw Complaint("not a date number: " + value.dump());
     return kNoDate;
 }
 
-BOOL Flag(const Json& value, Arguments& arguments) {
+BOOL Flag(const Json& value) {
     if (value.is_boolean()) return value.get<bool>() ? 1 : 0;
     if (value.is_number_integer()) return value.get<BOOL>();
-    arguments.Complain("not a number, true or false: " + value.dump());
-    return 0;
+    throw Complaint("not a number, true or false: " + value.dump());
 }
 
-const Json kRequired(Json::value_t::discarded);
-
-void Fill(tagRTEXTFILTER& filter, const Json& entry, Arguments& arguments) {
-    filter.pszFieldId = Block(Member(entry, "field", kRequired, arguments), arguments);
-    const Json text = Member(entry, "text", kRequired, arguments);
-    filter.pszText = text.is_null() ? nullptr : Block(text, arguments);
-    filter.bSubstring = Flag(Member(entry, "substring", false, arguments), arguments);
+void Fill(tagRTEXTFILTER& filter, const Json& entry) {
+    const Json text = Member(entry, "text");
+    filter.pszText = text.is_null() ? nullptr : Block(text);
+    filter.bSubstring = Flag(MemberOr(entry, "substring", false));
 }
 
-void Fill(tagRDATEFILTER& filter, const Json& entry, Arguments& arguments) {
-    filter.pszFieldId = Block(Member(entry, "field", kRequired, arguments), arguments);
-    filter.dtStart = Date(Member(entry, "start", nullptr, arguments), arguments);
-    filter.dtEnd = Date(Member(entry, "end", nullptr, arguments), arguments);
-    filter.bSkip = Flag(Member(entry, "skip", false, arguments), arguments);
+void Fill(tagRDATEFILTER& filter, const Json& entry) {
+    filter.dtStart = Date(MemberOr(entry, "start", nullptr));
+    filter.dtEnd = Date(MemberOr(entry, "end", nullptr));
+    filter.bSkip = Flag(MemberOr(entry, "skip", false));
 }
 
-void Fill(tagRBOOLFILTER& filter, const Json& entry, Arguments& arguments) {
-    filter.pszFieldId = Block(Member(entry, "field", kRequired, arguments), arguments);
-    filter.bValue = Flag(Member(entry, "value", kRequired, arguments), arguments);
+void Fill(tagRBOOLFILTER& filter, const Json& entry) {
+    filter.bValue = Flag(Member(entry, "value"));
 }
 
-void Free(tagRTEXTFILTER& filter) {
-    FreeVornString(filter.pszFieldId);
-    FreeVornString(filter.pszText);
-}
-void Free(tagRDATEFILTER& filter) {
-    char* field = filter.pszFieldId;
-    FreeVornString(field);
-}
-void Free(tagRBOOLFILTER& filter) {
-    FreeVornString(filter.pszFieldId);
+// The translator owns filters that it was given; these never got to it.
+template <class Filter>
+void Free(Filter* filters, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        char* field = filters[i].pszFieldId;  // of a packed record
+        FreeVornString(field);
+        if constexpr (requires { filters->pszText; }) FreeVornString(filters[i].pszText);
+    }
+    ::operator delete(filters);
 }
 
 template <class Filter>
-RRETURNCODE Set(CRRecordTranslator& translator, const Json& list, Arguments& arguments,
+RRETURNCODE Set(CRRecordTranslator& translator, const Json& list,
                 RRETURNCODE (CRRecordTranslator::*set)(Filter*, int)) {
-    if (!list.is_array()) {
-        arguments.Complain("a JSON array of filters is needed");
-        return RRC_FAILED;
-    }
+    if (!list.is_array()) throw Complaint("a JSON array of filters is needed");
     if (list.empty()) return (translator.*set)(nullptr, 0);
     auto* const filters = static_cast<Filter*>(::operator new(list.size() * sizeof(Filter)));
-    for (std::size_t i = 0; i < list.size(); ++i) {
-        new (filters + i) Filter{};
-        Fill(filters[i], list[i], arguments);
+    std::size_t count = 0;
+    try {
+        while (count < list.size()) {
+            const Json& entry = list[count];
+            Filter& filter = *new (filters + count++) Filter{};
+            filter.pszFieldId = Block(Member(entry, "field"));
+            Fill(filter, entry);
+        }
+    } catch (const Complaint&) {
+        Free(filters, count);
+        throw;
     }
-    if (!arguments.Failed()) return (translator.*set)(filters, static_cast<int>(list.size()));
-    for (std::size_t i = 0; i < list.size(); ++i) Free(filters[i]);
-    ::operator delete(filters);
-    return RRC_FAILED;
+    return (translator.*set)(filters, static_cast<int>(count));
 }
 
 }  // namespace
 
-RRETURNCODE SetTextFilters(CRRecordTranslator& translator, const Json& list, Arguments& arguments) {
-    return Set(translator, list, arguments, &CRRecordTranslator::SetTextFilter);
+RRETURNCODE SetTextFilters(CRRecordTranslator& translator, const Json& list) {
+    return Set(translator, list, &CRRecordTranslator::SetTextFilter);
 }
 
-RRETURNCODE SetDateFilters(CRRecordTranslator& translator, const Json& list, Arguments& arguments) {
-    return Set(translator, list, arguments, &CRRecordTranslator::SetDateFilter);
+RRETURNCODE SetDateFilters(CRRecordTranslator& translator, const Json& list) {
+    return Set(translator, list, &CRRecordTranslator::SetDateFilter);
 }
 
-RRETURNCODE SetBoolFilters(CRRecordTranslator& translator, const Json& list, Arguments& arguments) {
-    return Set(translator, list, arguments, &CRRecordTranslator::SetBoolFilter);
+RRETURNCODE SetBoolFilters(CRRecordTranslator& translator, const Json& list) {
+    return Set(translator, list, &CRRecordTranslator::SetBoolFilter);
 }
 
 }  // namespace host::shell

@@ -4,13 +4,10 @@
 #include <iterator>
 #include <limits>
 #include <list>
-#include <utility>
-
-#include <nlohmann/json.hpp>
 
 #include "host/shell/cell.h"
 #include "host/shell/filters.h"
-#include "host/translator/translator_session.h"
+#include "host/shell/shell.h"
 
 namespace host::shell {
 
@@ -27,128 +24,123 @@ Json NumberOrNull(Number value, Number untouched) {
 // Of the module; no argument, a code alone.
 template <auto operation>
 void OfModule(Call& call) {
-    if (call.arguments.EndAt(0)) call.answer["code"] = (call.console.Module().*operation)();
+    call.arguments.EndAt(0);
+    call.answer["code"] = (call.module.*operation)();
 }
 
 // Of the translator; no argument, a code alone.
 template <auto operation>
 void Plain(Call& call) {
-    if (call.arguments.EndAt(0)) call.answer["code"] = (call.Translator().*operation)();
+    call.arguments.EndAt(0);
+    call.answer["code"] = (*call.translator.*operation)();
+}
+
+// The same with a number, 0 if none is given.
+template <class Number, auto operation>
+void WithNumber(Call& call) {
+    const auto number = static_cast<Number>(call.arguments.Number(0));
+    call.arguments.EndAt(1);
+    call.answer["code"] = (*call.translator.*operation)(number);
 }
 
 template <auto operation>
 void GivesText(Call& call) {
-    if (!call.arguments.EndAt(0)) return;
+    call.arguments.EndAt(0);
     CString text;
-    call.answer["code"] = (call.Translator().*operation)(text);
+    call.answer["code"] = (*call.translator.*operation)(text);
     call.answer["value"] = JsonOf(text.Str());
 }
 
-template <auto operation>
-void GivesCount(Call& call) {
-    if (!call.arguments.EndAt(0)) return;
-    constexpr long kUntouched = std::numeric_limits<long>::min();
-    long count = kUntouched;
-    call.answer["code"] = (call.Translator().*operation)(&count);
-    call.answer["value"] = NumberOrNull(count, kUntouched);
+template <class Number, auto operation, Number untouched>
+void GivesNumber(Call& call) {
+    call.arguments.EndAt(0);
+    Number number = untouched;
+    call.answer["code"] = (*call.translator.*operation)(&number);
+    call.answer["value"] = NumberOrNull(number, untouched);
 }
+
+constexpr long kNoCount = std::numeric_limits<long>::min();
+constexpr unsigned long kNoProperties = 0x5A5AA5A5;
 
 template <auto first, auto next>
 void Empties(Call& call) {
-    if (!call.arguments.EndAt(0)) return;
-    Json messages = Json::array();
+    call.arguments.EndAt(0);
+    auto& messages = call.answer["messages"] = Json::array();
     CString message;
-    RRETURNCODE code = (call.Translator().*first)(message);
-    for (; code == RRC_OK; code = (call.Translator().*next)(message)) {
+    RRETURNCODE code = (*call.translator.*first)(message);
+    for (; code == RRC_OK; code = (*call.translator.*next)(message)) {
         messages.push_back(JsonOf(message.Str()));
     }
-    call.answer["messages"] = messages;
 }
 
 // With an id, or without one of the current record.
 template <RRETURNCODE (T::*current)(), RRETURNCODE (T::*named)(LPCTSTR)>
 void OfRecord(Call& call) {
     const std::string id = call.arguments.WholeText();
-    if (call.arguments.Failed()) return;
-    call.answer["code"] = call.arguments.Has(0) ? (call.Translator().*named)(id.c_str())
-                                                : (call.Translator().*current)();
+    call.answer["code"] = call.arguments.Has(0) ? (*call.translator.*named)(id.c_str())
+                                                : (*call.translator.*current)();
 }
 
 template <auto set>
 void Filters(Call& call) {
     const Json list = call.arguments.Value(0);
-    if (!call.arguments.EndAt(1)) return;
-    const RRETURNCODE code = set(call.Translator(), list, call.arguments);
-    if (!call.arguments.Failed()) call.answer["code"] = code;
+    call.arguments.EndAt(1);
+    call.answer["code"] = set(*call.translator, list);
 }
 
 void Init(Call& call) {
     const std::string language = call.arguments.Text(0);
-    if (!call.arguments.EndAt(1)) return;
+    call.arguments.EndAt(1);
     std::string message;
     call.answer["code"] =
-        call.console.Module().Init(call.arguments.Has(0) ? language.c_str() : nullptr, message);
+        call.module.Init(call.arguments.Has(0) ? language.c_str() : nullptr, message);
     call.answer["message"] = JsonOf(message);
 }
 
 void New(Call& call) {
     const auto kind = ParseKind(call.arguments.Text(0));
-    if (!kind) {
-        call.arguments.Complain("contacts, mail, other or the number of a data kind is needed");
-    }
-    if (call.arguments.EndAt(1)) call.answer["code"] = call.console.Renew(*kind);
-}
-
-void Properties(Call& call) {
-    if (!call.arguments.EndAt(0)) return;
-    constexpr unsigned long kUntouched = 0x5A5AA5A5;
-    unsigned long properties = kUntouched;
-    call.answer["code"] = call.Translator().GetAppProperties(&properties);
-    call.answer["value"] = NumberOrNull(properties, kUntouched);
+    if (!kind) throw Complaint("contacts, mail, other or the number of a data kind is needed");
+    call.arguments.EndAt(1);
+    call.answer["code"] = call.Renew(*kind);
 }
 
 void GetAppInfo(Call& call) {
-    const auto configure = static_cast<BOOL>(call.arguments.Number(0, 0));
+    const auto configure = static_cast<BOOL>(call.arguments.Number(0));
     CString selection(call.arguments.Text(1)), summary;
-    if (!call.arguments.EndAt(2)) return;
+    call.arguments.EndAt(2);
     call.answer["code"] =
-        call.Translator().GetAppInfo(configure, &call.console.Context(), selection, 0, summary, 0);
+        call.translator->GetAppInfo(configure, &call.Context(), selection, 0, summary, 0);
     call.answer["selection"] = JsonOf(selection.Str());
     call.answer["summary"] = JsonOf(summary.Str());
 }
 
 void SaveSettings(Call& call) {
     const std::string selection = call.arguments.Text(0);
-    if (!call.arguments.EndAt(1)) return;
+    call.arguments.EndAt(1);
     tagRAPPINFO info{0, selection.c_str()};
-    call.answer["code"] = call.Translator().SaveSettings(0, &info, 0);
+    call.answer["code"] = call.translator->SaveSettings(0, &info, 0);
 }
 
 void Open(Call& call) {
-    const int mode = static_cast<int>(call.arguments.Number(0, 0));
-    if (!call.arguments.EndAt(1)) return;
-    call.answer["code"] = call.Translator().Open(mode, 0, 0, 0, &call.console.Context(), 0);
-}
-
-void Close(Call& call) {
-    const int mode = static_cast<int>(call.arguments.Number(0, 0));
-    if (call.arguments.EndAt(1)) call.answer["code"] = call.Translator().Close(mode);
+    const int mode = static_cast<int>(call.arguments.Number(0));
+    call.arguments.EndAt(1);
+    call.answer["code"] = call.translator->Open(mode, 0, 0, 0, &call.Context(), 0);
 }
 
 void Fields(Call& call) {
-    if (!call.arguments.EndAt(0)) return;
+    call.arguments.EndAt(0);
     Json fields = Json::array();
     CString id, name;
     unsigned long type = 0, tag = 0;
     unsigned short ordinal = 0;
-    RRETURNCODE code = call.Translator().GetFirstFieldInfo(id, name, &type, &tag, &ordinal);
+    RRETURNCODE code = call.translator->GetFirstFieldInfo(id, name, &type, &tag, &ordinal);
     while (code == RRC_OK) {
         fields.push_back({{"id", JsonOf(id.Str())},
                           {"name", JsonOf(name.Str())},
                           {"type", type},
                           {"tag", tag},
                           {"ordinal", ordinal}});
-        code = call.Translator().GetNextFieldInfo(id, name, &type, &tag, &ordinal);
+        code = call.translator->GetNextFieldInfo(id, name, &type, &tag, &ordinal);
     }
     call.answer["code"] = code == RRC_NONE ? RRC_OK : code;
     call.answer["fields"] = fields;
@@ -156,51 +148,48 @@ void Fields(Call& call) {
 
 void GoTo(Call& call) {
     const std::string id = call.arguments.WholeText();
-    if (!call.arguments.Has(0)) call.arguments.Complain("the id of a record is needed");
-    if (!call.arguments.Failed()) call.answer["code"] = call.Translator().GoToRecord(id.c_str());
+    if (!call.arguments.Has(0)) throw Complaint("the id of a record is needed");
+    call.answer["code"] = call.translator->GoToRecord(id.c_str());
 }
 
 // The type to give for a field: the field's own, and where the kind has no fields the one on the
 // line, else text. A translator takes it on trust that the cell is one of the field's own type.
 unsigned long CellType(Call& call, const std::string& id, std::size_t index) {
-    const auto own = FieldType(call.console.Kind(), id);
-    if (!call.arguments.Has(index)) return own.value_or(kTextCell);
-    const auto given = static_cast<unsigned long>(call.arguments.Number(index, 0));
+    const auto own = FieldType(call.kind, id);
+    if (!call.arguments.Has(index)) return own.value_or(translator::kTextType);
+    const auto given = static_cast<unsigned long>(call.arguments.Number(index));
     if (own && given != *own) {
-        call.arguments.Complain("field " + id + " is of type " + std::to_string(*own));
+        throw Complaint("field " + id + " is of type " + std::to_string(*own));
     }
     return given;
 }
 
 void GetField(Call& call) {
     const std::string id = call.arguments.Text(0);
-    if (!call.arguments.Has(0)) call.arguments.Complain("the id of a field is needed");
+    if (!call.arguments.Has(0)) throw Complaint("the id of a field is needed");
     unsigned long type = CellType(call, id, 1);
-    if (!call.arguments.EndAt(2)) return;
+    call.arguments.EndAt(2);
     Cell cell(type);
-    call.answer["code"] = call.Translator().GetField(id.c_str(), &type, cell.Address());
+    call.answer["code"] = call.translator->GetField(id.c_str(), &type, cell.Address());
     call.answer["type"] = type;
     call.answer["value"] = cell.Take();
 }
 
 void SetField(Call& call) {
     const std::string id = call.arguments.Text(0);
-    if (!call.arguments.Has(1)) {
-        call.arguments.Complain("the id of a field and a JSON value are needed");
-    }
+    if (!call.arguments.Has(1)) throw Complaint("the id of a field and a JSON value are needed");
     const Json value = call.arguments.Value(1);
     unsigned long type = CellType(call, id, 2);
-    if (!call.arguments.EndAt(3)) return;
-    Cell cell(type, value, call.arguments);
-    if (call.arguments.Failed()) return;
-    call.answer["code"] = call.Translator().SetField(id.c_str(), &type, cell.Address());
+    call.arguments.EndAt(3);
+    Cell cell(type, value);
+    call.answer["code"] = call.translator->SetField(id.c_str(), &type, cell.Address());
 }
 
 struct ShownCell {
     std::string field;
     Cell cell;
-    ShownCell(const std::string& id, unsigned long type, const Json& value, Arguments& arguments)
-        : field(id), cell(type, value, arguments) {}
+    ShownCell(const std::string& id, unsigned long type, const Json& value)
+        : field(id), cell(type, value) {}
 };
 
 RRETURNCODE Show(void* context, const char* fieldId, void** cell, unsigned long* type,
@@ -217,74 +206,61 @@ RRETURNCODE Show(void* context, const char* fieldId, void** cell, unsigned long*
 
 void IsOk(Call& call) {
     const Json values = call.arguments.Value(0);
-    if (!values.is_object()) {
-        call.arguments.Complain("a JSON object of field ids and values is needed");
-    }
-    if (!call.arguments.EndAt(1)) return;
+    if (!values.is_object()) throw Complaint("a JSON object of field ids and values is needed");
+    call.arguments.EndAt(1);
     std::list<ShownCell> shown;
     for (const auto& [id, value] : values.items()) {
-        const unsigned long type = FieldType(call.console.Kind(), id).value_or(kTextCell);
-        shown.emplace_back(id, type, value, call.arguments);
+        shown.emplace_back(id, FieldType(call.kind, id).value_or(translator::kTextType), value);
     }
-    if (call.arguments.Failed()) return;
     BOOL ok = 0;
-    call.answer["code"] = call.Translator().IsOkToSetRecord(0, &Show, &shown, &ok);
+    call.answer["code"] = call.translator->IsOkToSetRecord(0, &Show, &shown, &ok);
     call.answer["ok"] = ok != 0;
 }
 
 void IsOkToProceed(Call& call) {
-    if (!call.arguments.EndAt(0)) return;
+    call.arguments.EndAt(0);
     BOOL ok = 0;
-    call.answer["code"] = call.Translator().IsOkToProceed(0, 0, &ok);
+    call.answer["code"] = call.translator->IsOkToProceed(0, 0, &ok);
     call.answer["ok"] = ok != 0;
 }
 
-void Add(Call& call) {
-    const auto word = static_cast<RWORD>(call.arguments.Number(0, 0));
-    if (call.arguments.EndAt(1)) call.answer["code"] = call.Translator().AddNewRecord(word);
-}
-
 void Update(Call& call) {
-    if (!call.arguments.EndAt(0)) return;
+    call.arguments.EndAt(0);
     CString id, modifiedInfo;
-    call.answer["code"] = call.Translator().UpdateRecord(id, modifiedInfo);
+    call.answer["code"] = call.translator->UpdateRecord(id, modifiedInfo);
     call.answer["id"] = JsonOf(id.Str());
     call.answer["modifiedInfo"] = JsonOf(modifiedInfo.Str());
 }
 
 void BatchUpdate(Call& call) {
-    if (!call.arguments.EndAt(0)) return;
+    call.arguments.EndAt(0);
     translator::CollectingSink sink;
-    call.answer["code"] = call.Translator().BatchUpdate(&sink);
-    call.answer["stored"] = Json::array();
+    call.answer["code"] = call.translator->BatchUpdate(&sink);
+    auto& stored = call.answer["stored"] = Json::array();
     for (const auto& [id, modifiedInfo] : sink.report.stored) {
-        call.answer["stored"].push_back(
-            {{"id", JsonOf(id)}, {"modifiedInfo", JsonOf(modifiedInfo)}});
+        stored.push_back({{"id", JsonOf(id)}, {"modifiedInfo", JsonOf(modifiedInfo)}});
     }
-    call.answer["deleted"] = Json::array();
-    for (const auto& id : sink.report.deleted) call.answer["deleted"].push_back(JsonOf(id));
+    auto& deleted = call.answer["deleted"] = Json::array();
+    for (const auto& id : sink.report.deleted) deleted.push_back(JsonOf(id));
 }
 
-constexpr std::size_t kMostWords = 5;
-using Words = std::array<RWORD, kMostWords>;
+using Words = std::array<RWORD, 5>;
+using Caller = RRETURNCODE (*)(T&, const Words&);
 
-template <class Owner, class... Word, std::size_t... index>
-RRETURNCODE Apply(T& translator, RRETURNCODE (Owner::*operation)(Word...), const Words& words,
-                  std::index_sequence<index...>) {
-    return (translator.*operation)(words[index]...);
-}
-
-template <class Owner, class... Word>
-RRETURNCODE Apply(T& translator, RRETURNCODE (Owner::*operation)(Word...), const Words& words) {
-    return Apply(translator, operation, words, std::index_sequence_for<Word...>{});
+// Calls an operation with as many of the words as it takes.
+template <auto operation, class... Word>
+RRETURNCODE Take(T& translator, const RWORD* next, Word... taken) {
+    if constexpr (std::is_invocable_v<decltype(operation), T&, Word...>) {
+        return (translator.*operation)(taken...);
+    } else {
+        return Take<operation>(translator, next + 1, taken..., *next);
+    }
 }
 
 template <auto operation>
 RRETURNCODE Pass(T& translator, const Words& words) {
-    return Apply(translator, operation, words);
+    return Take<operation>(translator, words.data());
 }
-
-using Caller = RRETURNCODE (*)(T&, const Words&);
 
 // The reserved operations, from number 1 on; each takes as many of the words as it has.
 constexpr Caller kReserved[] = {
@@ -299,18 +275,17 @@ constexpr Caller kReserved[] = {
     Pass<&T::ReservedOp33>};
 
 void Reserved(Call& call) {
-    const long number = call.arguments.Number(0, 0);
+    const long number = call.arguments.Number(0);
     Words words{};
     for (std::size_t i = 0; i < words.size(); ++i) {
-        words[i] = static_cast<RWORD>(call.arguments.Number(i + 1, 0));
+        words[i] = static_cast<RWORD>(call.arguments.Number(i + 1));
     }
-    (void)call.arguments.EndAt(1 + words.size());
+    call.arguments.EndAt(1 + words.size());
     constexpr long kLast = std::size(kReserved);
     if (number < 1 || number > kLast) {
-        call.arguments.Complain("a number from 1 to " + std::to_string(kLast) + " is needed");
+        throw Complaint("a number from 1 to " + std::to_string(kLast) + " is needed");
     }
-    if (call.arguments.Failed()) return;
-    call.answer["code"] = kReserved[number - 1](call.Translator(), words);
+    call.answer["code"] = kReserved[number - 1](*call.translator, words);
 }
 
 using translator::TranslatorHost;
@@ -319,16 +294,17 @@ constexpr Operation kOperations[] = {
     {"Init", "[LANGUAGE]", "InitTranslatorEx; without a language the last one stays", &Init, false},
     {"New", "KIND", "release the translator and make one: contacts, mail, other or a number", &New,
      false},
-    {"Properties", "", "GetAppProperties", &Properties},
+    {"Properties", "", "GetAppProperties",
+     &GivesNumber<unsigned long, &T::GetAppProperties, kNoProperties>},
     {"GetAppInfo", "[CONFIGURE [SELECTION]]",
      "choose the store; CONFIGURE 1 shows the dialog, on Linux in a terminal", &GetAppInfo},
     {"SaveSettings", "PATH", "SaveSettings", &SaveSettings},
     {"Open", "[MODE]", "Open", &Open},
     {"Fields", "", "GetFirstFieldInfo and GetNextFieldInfo to the end", &Fields},
     {"FieldCount", "", "GetFieldCount; null if the translator gives none",
-     &GivesCount<&T::GetFieldCount>},
+     &GivesNumber<long, &T::GetFieldCount, kNoCount>},
     {"RecordCount", "", "GetRecordCount; null if the translator gives none",
-     &GivesCount<&T::GetRecordCount>},
+     &GivesNumber<long, &T::GetRecordCount, kNoCount>},
     {"TextFilter", "[{\"field\":ID,\"text\":TEXT,\"substring\":BOOL}, ...]", "SetTextFilter",
      &Filters<&SetTextFilters>},
     {"DateFilter", "[{\"field\":ID,\"start\":DATE,\"end\":DATE,\"skip\":BOOL}, ...]",
@@ -345,7 +321,7 @@ constexpr Operation kOperations[] = {
     {"IsOk", "{\"FIELD\":VALUE, ...}", "IsOkToSetRecord with these values shown to the callback",
      &IsOk},
     {"IsOkToProceed", "", "IsOkToProceed", &IsOkToProceed},
-    {"Add", "[WORD]", "AddNewRecord", &Add},
+    {"Add", "[WORD]", "AddNewRecord", &WithNumber<RWORD, &T::AddNewRecord>},
     {"Edit", "[ID]", "EditRecord, of the current record or of the one with that id",
      &OfRecord<&T::EditRecord, &T::EditRecord>},
     {"SetField", "FIELD VALUE [TYPE]", "SetField", &SetField},
@@ -358,7 +334,7 @@ constexpr Operation kOperations[] = {
      &Empties<&T::GetFirstErrorMessage, &T::GetNextErrorMessage>},
     {"Warnings", "", "empty the warning queue",
      &Empties<&T::GetFirstWarningMessage, &T::GetNextWarningMessage>},
-    {"Close", "[MODE]", "Close", &Close},
+    {"Close", "[MODE]", "Close", &WithNumber<int, &T::Close>},
     {"Uninit", "", "UninitTranslator", &OfModule<&TranslatorHost::Uninit>, false},
     {"RemoveTranslator", "", "RemoveTranslator", &OfModule<&TranslatorHost::RemoveTranslator>,
      false},
@@ -367,6 +343,17 @@ constexpr Operation kOperations[] = {
 };
 
 }  // namespace
+
+RRETURNCODE Call::Renew(unsigned long newKind) {
+    translator.reset();
+    kind = newKind;
+    return module.NewTranslator(kind, translator);
+}
+
+CRHostContext& Call::Context() {
+    context = std::make_unique<translator::HostContext>(module.Util());
+    return *context;
+}
 
 std::span<const Operation> Operations() {
     return kOperations;

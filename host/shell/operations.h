@@ -1,23 +1,32 @@
 #pragma once
 
+#include <memory>
 #include <span>
 
 #include "host/shell/arguments.h"
-#include "host/shell/console.h"
+#include "host/translator/translator_session.h"
 
 namespace host::shell {
 
-// One line at work: what its operation stands on, its arguments, and the answer that it fills.
+// What the operations work on: the loaded module and the one translator in hand, and of the line at
+// work the arguments and the answer that it gets.
 struct Call {
-    Console& console;
-    Arguments& arguments;
-    Json& answer;
+    translator::TranslatorHost& module;
+    // Of the kind that was made last; null after a failure.
+    std::unique_ptr<CRRecordTranslator> translator = nullptr;
+    unsigned long kind = 0;
+    // Made anew after each Init: it serves back the object that Init gave.
+    std::unique_ptr<translator::HostContext> context = nullptr;
+    Arguments arguments{""};
+    Json answer = {};
 
-    CRRecordTranslator& Translator() { return *console.Translator(); }
+    // Releases the translator and makes one of the kind.
+    RRETURNCODE Renew(unsigned long newKind);
+    CRHostContext& Context();
 };
 
 // One operation of the shell. It reads its arguments, calls the module and adds what came back to
-// the answer; after a complaint of the arguments it has called nothing.
+// the answer. A Complaint about the arguments comes before any call.
 struct Operation {
     const char* name;
     const char* usage;  // the arguments

@@ -2,47 +2,58 @@
 
 #include <algorithm>
 
-#include <nlohmann/json.hpp>
-
 #include "host/base/output.h"
 #include "host/shell/operations.h"
+#include "text/ascii.h"
 
 namespace host::shell {
 
 namespace {
 
-std::string Complaint(const std::string& operation, const std::string& text) {
-    return base::JsonText(Json{{"op", operation}, {"error", text}});
-}
-
-// The answer to one line, without a line end; empty if the line asks for nothing.
-std::string AnswerLine(Console& console, std::string line) {
+// Works on the line and gives its answer, without a line end; empty if the line asks for nothing.
+std::string AnswerLine(Call& call, std::string line) {
     while (!line.empty() && (line.back() == '\r' || line.back() == ' ')) line.pop_back();
     const auto start = line.find_first_not_of(" \t");
     if (start == std::string::npos || line[start] == '#') return {};
     const auto end = std::min(line.find_first_of(" \t", start), line.size());
     const std::string name = line.substr(start, end - start);
-    const auto operation = std::ranges::find(Operations(), name, &Operation::name);
-    if (operation == Operations().end()) {
-        return Complaint(name, "unknown operation; kvsync shell --help lists them");
+    call.answer = {{"op", name}};
+    try {
+        const auto operation = std::ranges::find(Operations(), name, &Operation::name);
+        if (operation == Operations().end()) {
+            throw Complaint("unknown operation; kvsync shell --help lists them");
+        }
+        if (operation->needsTranslator && call.translator == nullptr) {
+            throw Complaint("there is no translator; New makes one");
+        }
+        call.arguments = Arguments(std::string_view(line).substr(end));
+        operation->run(call);
+    } catch (const Complaint& complaint) {
+        call.answer["error"] = complaint.what();
     }
-    if (operation->needsTranslator && console.Translator() == nullptr) {
-        return Complaint(name, "there is no translator; New makes one");
-    }
-    Arguments arguments(std::string_view(line).substr(end));
-    Json answer = {{"op", name}};
-    Call call{console, arguments, answer};
-    operation->run(call);
-    return arguments.Failed() ? Complaint(name, arguments.Complaint()) : base::JsonText(answer);
+    return base::JsonText(call.answer);
 }
 
 }  // namespace
 
-void RunShell(Console& console, std::istream& in) {
+std::optional<unsigned long> ParseKind(std::string_view text) {
+    if (text == "contacts") return translator::kContactsKind;
+    if (text == "mail") return translator::kMailKind;
+    if (text == "other") return 2;
+    return text::NumberIn<unsigned long>(text);
+}
+
+base::Status RunShell(translator::TranslatorHost& module, unsigned long kind, std::istream& in) {
+    Call call{module};
+    if (call.Renew(kind) != RRC_OK) {
+        return base::Failed("the translator library gives no translator for data kind " +
+                            std::to_string(kind));
+    }
     for (std::string line; std::getline(in, line);) {
-        const std::string answer = AnswerLine(console, line);
+        const std::string answer = AnswerLine(call, line);
         if (!answer.empty()) base::PrintLine(answer);
     }
+    return {};
 }
 
 std::string ShellHelp() {

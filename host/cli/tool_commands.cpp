@@ -1,11 +1,21 @@
+#include "host/cli/tool_commands.h"
+
 #include <algorithm>
+#include <fstream>
+#include <iostream>
 
 #include <nlohmann/json.hpp>
 
 #include "host/base/output.h"
-#include "host/cli/commands.h"
+#include "host/base/paths.h"
+#include "host/cli/workplace.h"
+#include "host/dialogs/terminal_dialogs.h"
 #include "host/doctor/doctor.h"
+#include "host/eudora/outside_names.h"
 #include "host/mailsync/mail_sync.h"
+#include "host/shell/shell.h"
+#include "host/translator/module_messages.h"
+#include "platform/kvutil/kvutil.h"
 #include "platform/os/system.h"
 
 namespace host::cli {
@@ -62,7 +72,28 @@ void PrintJson(const std::vector<doctor::Finding>& findings) {
 
 }  // namespace
 
-Ending Doctor(const Options& options) {
+base::ExitCode Shell(const Options& options) {
+    const auto kind = *shell::ParseKind(options.what);
+    std::ifstream file;
+    if (!options.script.empty()) {
+        const auto path = base::ToPath(options.script);
+        file.open(path, std::ios::binary);
+        std::error_code ignored;
+        if (!file || std::filesystem::is_directory(path, ignored)) {
+            throw Ended(base::Refused("the script " + options.script + " cannot be read",
+                                      "check the path"));
+        }
+    }
+    OrEnd(eudora::RefuseNamesLeadingOutside(options.setup));
+    const bool isMail = kind == translator::kMailKind;
+    Workplace workplace(options, isMail ? Workplace::For::kMail : Workplace::For::kWork);
+    const auto dialogs = dialogs::MakeTerminalDialogs();
+    const translator::DialogsShownBy shown(dialogs != nullptr ? dialogs.get() : DialogProvider());
+    OrEnd(shell::RunShell(workplace.Module(), kind, options.script.empty() ? std::cin : file));
+    return base::ExitCode::kNothingToDo;
+}
+
+base::ExitCode Doctor(const Options& options) {
     auto findings = doctor::Examine(options.setup, options.contacts);
     findings.push_back(MaildirFinding(options));
     if (options.json) {

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+
+#include "host/cli/options.h"
+
+namespace host::cli {
+
+// What kvsync does with mails alone.
+base::ExitCode ListMail(const Options& options);
+// The record is an id ("0x" and eight digits) or a Message-ID.
+base::ExitCode ShowMail(const Options& options);
+base::ExitCode ExportMail(const Options& options);
+// Changes the limits as told, or else in the translator's own dialog, and says which hold then.
+base::ExitCode ConfigureMail(const Options& options);
+
+// "off" or a number in bounds: "" if it is that, else what it has to be.
+std::string WrongDays(const std::string& text);
+std::string WrongSize(const std::string& text);
+
+}  // namespace host::cli
