@@ -1,10 +1,12 @@
 #include <functional>
+#include <mutex>
 #include <new>
 
 #include "eumapi/simple_mapi.h"
 #include "mapi/entry_points.h"
 
-// The twelve functions that a Simple MAPI library exports. Nothing is thrown across them.
+// The twelve functions that a Simple MAPI library exports. Any thread may call; calls wait for one
+// another. Nothing is thrown across them.
 
 namespace {
 
@@ -17,9 +19,12 @@ SimpleMapi& Library() {
     return library;
 }
 
+std::mutex g_oneAtATime;
+
 template <class Operation, class... Arguments>
 Code Guarded(Operation operation, Arguments... arguments) noexcept {
     try {
+        const std::lock_guard guard(g_oneAtATime);
         return std::invoke(operation, Library(), arguments...);
     } catch (const std::bad_alloc&) {
         return mapi::kInsufficientMemory;

@@ -29,15 +29,6 @@ std::optional<std::string> FindEudoraFolder(const platform::System& system) {
     return *folder + '\\';
 }
 
-// The mail of that id as the file has it now; null, and why.
-const IndexedMail* FindMail(InBox& inBox, const char* messageId, Code& code) {
-    const auto id = messageId == nullptr ? std::nullopt : mailbox::ExactMsgIdOf(messageId);
-    code = id ? inBox.Refresh() : mapi::kInvalidMessage;
-    const IndexedMail* const mail = code == mapi::kSuccess ? inBox.Find(*id) : nullptr;
-    if (code == mapi::kSuccess && mail == nullptr) code = mapi::kInvalidMessage;
-    return mail;
-}
-
 }  // namespace
 
 InBox* SimpleMapi::Find(mapi::Session session) {
@@ -46,7 +37,6 @@ InBox* SimpleMapi::Find(mapi::Session session) {
 }
 
 Code SimpleMapi::Logon(mapi::Session* session) {
-    const std::lock_guard guard(m_mutex);
     if (session == nullptr) return mapi::kFailure;
     auto folder = FindEudoraFolder(m_system);
     if (!folder) return mapi::kLoginFailure;
@@ -57,7 +47,6 @@ Code SimpleMapi::Logon(mapi::Session* session) {
 }
 
 Code SimpleMapi::Logoff(mapi::Session session) {
-    const std::lock_guard guard(m_mutex);
     if (m_sessions.erase(session) == 0) return mapi::kInvalidSession;
     if (m_sessions.empty()) m_run.reset();
     return mapi::kSuccess;
@@ -65,7 +54,6 @@ Code SimpleMapi::Logoff(mapi::Session session) {
 
 Code SimpleMapi::FindNext(mapi::Session session, const char* messageType, const char* seed,
                           mapi::Flags flags, char* messageId) {
-    const std::lock_guard guard(m_mutex);
     InBox* inBox = Find(session);
     if (inBox == nullptr) return mapi::kInvalidSession;
     if (messageId == nullptr) return mapi::kFailure;
@@ -90,16 +78,25 @@ Code SimpleMapi::FindNext(mapi::Session session, const char* messageType, const 
     return mapi::kSuccess;
 }
 
+Code SimpleMapi::FindMail(mapi::Session session, const char* messageId, InBox*& inBox,
+                          const IndexedMail*& mail) {
+    inBox = Find(session);
+    if (inBox == nullptr) return mapi::kInvalidSession;
+    const auto id = messageId == nullptr ? std::nullopt : mailbox::ExactMsgIdOf(messageId);
+    if (!id) return mapi::kInvalidMessage;
+    const Code code = inBox->Refresh();
+    mail = code == mapi::kSuccess ? inBox->Find(*id) : nullptr;
+    return code != mapi::kSuccess || mail != nullptr ? code : mapi::kInvalidMessage;
+}
+
 Code SimpleMapi::ReadMail(mapi::Session session, const char* messageId, mapi::Flags flags,
                           MapiMessage** message) {
-    const std::lock_guard guard(m_mutex);
-    InBox* inBox = Find(session);
-    if (inBox == nullptr) return mapi::kInvalidSession;
-    if (message == nullptr) return mapi::kFailure;
+    InBox* inBox = nullptr;
+    const IndexedMail* mail = nullptr;
+    if (message == nullptr) return Find(session) ? mapi::kFailure : mapi::kInvalidSession;
     *message = nullptr;
-    Code code;
-    const IndexedMail* mail = FindMail(*inBox, messageId, code);
-    if (mail == nullptr) return code;
+    Code code = FindMail(session, messageId, inBox, mail);
+    if (code != mapi::kSuccess) return code;
     auto record = std::make_unique<MessageRecord>(m_system);
     code = eumapi::ReadMail(m_system, *inBox, *mail, flags, *record);
     if (code != mapi::kSuccess) return code;
@@ -116,22 +113,17 @@ Code SimpleMapi::ReadMail(mapi::Session session, const char* messageId, mapi::Fl
 }
 
 Code SimpleMapi::FreeBuffer(void* buffer) {
-    const std::lock_guard guard(m_mutex);
     return buffer == nullptr || m_messages.erase(buffer) == 1 ? mapi::kSuccess : mapi::kFailure;
 }
 
 Code SimpleMapi::DeleteMail(mapi::Session session, const char* messageId) {
-    const std::lock_guard guard(m_mutex);
-    InBox* inBox = Find(session);
-    if (inBox == nullptr) return mapi::kInvalidSession;
-    Code code;
-    const IndexedMail* mail = FindMail(*inBox, messageId, code);
-    if (mail == nullptr) return code;
-    return inBox->MoveToTrash(*mail);
+    InBox* inBox = nullptr;
+    const IndexedMail* mail = nullptr;
+    const Code code = FindMail(session, messageId, inBox, mail);
+    return code == mapi::kSuccess ? inBox->MoveToTrash(*mail) : code;
 }
 
 Code SimpleMapi::SendMail(mapi::Session session, const MapiMessage* message, mapi::Flags flags) {
-    const std::lock_guard guard(m_mutex);
     const InBox* inBox = Find(session);
     if (inBox == nullptr && session != 0) return mapi::kInvalidSession;
     const auto folder =

@@ -2,7 +2,6 @@
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <unordered_map>
 
 #include "eumapi/in_box.h"
@@ -12,8 +11,8 @@
 
 namespace eumapi {
 
-// The published Simple MAPI contract over the in-box of the Eudora that the registry names. Any
-// thread may call; calls wait for one another. May throw std::bad_alloc.
+// The published Simple MAPI contract over the in-box of the Eudora that the registry names. One
+// call at a time; may throw std::bad_alloc.
 class SimpleMapi {
   public:
     explicit SimpleMapi(const platform::System& system) : m_system(system) {}
@@ -32,9 +31,11 @@ class SimpleMapi {
 
   private:
     InBox* Find(mapi::Session session);
+    // The mail of that id as the file has it now; nothing to use after a failure.
+    Code FindMail(mapi::Session session, const char* messageId, InBox*& inBox,
+                  const IndexedMail*& mail);
 
     platform::System m_system;
-    std::mutex m_mutex;
     mapi::Session m_lastSession = 0;
     std::unordered_map<mapi::Session, InBox> m_sessions;
     std::unique_ptr<RunMark> m_run;                              // as long as there is a session

@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <functional>
 #include <random>
 
 #include "tests/mapi/mapi_fixture.h"
@@ -192,77 +194,60 @@ TEST_F(MapiRecordTest, EveryRecordIsFreedOnceByItsOwner) {
     for (ScriptedMail& mail : library.mailbox) mail.tempFiles = 2;
     std::mt19937 random(11);
     std::vector<MapiMessage*> queue;
-    for (int round = 0; round < 5000; ++round) {
-        const std::string target(1, "ABCDEZ"[random() % 6]);
+    MapiMessage* current = nullptr;
+    std::ptrdiff_t stored = 0;  // of these, mails that keep their files
+    const auto add = [&](std::uint32_t status, const std::string& path) {
+        stored += status != 2;
+        queue.push_back(NewRecord("new", status, path.c_str()));
+        mapi.UpdateMail(queue.back());
+    };
+    int round = 0;
+    const std::function<void()> acts[] = {
+        [&] { mapi.MoveFirst(); },
+        [&] { mapi.MoveNext(); },
+        [&] { mapi.GoToEmail(std::string(1, "ABCDEZ"[random() % 6]).c_str()); },
+        [&] { add(random() % 3 == 0 ? 4 : 1, "C:\\Attach\\" + std::to_string(round)); },
+        [&] { add(2, "C:\\Attach\\" + std::to_string(round)); },
+        [&] { mapi.DeleteCurrentAttachments(); },
+        [&] { mapi.DeleteMail(); },
+        [&] {
+            if (!queue.empty()) mapi.UpdateMail(queue[random() % queue.size()]);
+        },
+        [&] {  // shown again it stays its owner's
+            EXPECT_EQ(mapi.UpdateMail(current), current != nullptr ? 1 : -1);
+        },
+        [&] {
+            if (queue.empty() || queue[0] == current) return;
+            mapi.ReleaseBorrowed(queue[0]);
+            EXPECT_EQ(mapi.GetCurrentMessage(current), current == nullptr ? 0 : 1);
+        },
+        [&] {
+            for (MapiMessage* record : queue) mapi.FreeMessage(record);
+            queue.clear();
+            stored = 0;
+        }};
+    for (; round < 5000; ++round) {
         if (random() % 5 == 0) library.results[Entry::kReadMail] = {2, 2, 5};
         if (random() % 5 == 0) library.results[Entry::kFindNext] = {0, 2, 23};
         if (random() % 5 == 0) library.results[Entry::kSendMail] = {2};
-        switch (random() % 11) {
-            case 0:
-                mapi.MoveFirst();
-                break;
-            case 1:
-            case 2:
-                mapi.MoveNext();
-                break;
-            case 3:
-                mapi.GoToEmail(target.c_str());
-                break;
-            case 4: {
-                const std::string path = "C:\\Attach\\" + std::to_string(round);
-                queue.push_back(NewRecord("new", random() % 3 == 0 ? 4 : 1, path.c_str()));
-                mapi.UpdateMail(queue.back());
-                break;
-            }
-            case 5: {
-                MapiMessage* const record = NewRecord("out", 2);
-                mapi.UpdateMail(record);
-                mapi.FreeMessage(record);
-                break;
-            }
-            case 6:
-                mapi.DeleteCurrentAttachments();
-                break;
-            case 7:
-                mapi.DeleteMail();
-                break;
-            case 8:
-                if (!queue.empty()) mapi.UpdateMail(queue[random() % queue.size()]);
-                break;
-            case 9: {
-                MapiMessage *before = nullptr, *after = nullptr;
-                if (mapi.GetCurrentMessage(before) != 1) break;
-                EXPECT_EQ(mapi.UpdateMail(before), 1) << "shown again it stays its owner's";
-                MapiMessage* const other = queue.empty() ? before : queue[random() % queue.size()];
-                mapi.ReleaseBorrowed(other);
-                if (other != before) {
-                    mapi.GetCurrentMessage(after);
-                    EXPECT_EQ(after, before);
-                }
-                break;
-            }
-            default:
-                for (MapiMessage* record : queue) mapi.FreeMessage(record, true);
-                queue.clear();
-                for (const std::string& path : machine.files.AllFiles()) {
-                    if (path.starts_with("C:\\Attach\\")) (void)machine.files.Delete(path);
-                }
-        }
-        library.results.clear();
-        MapiMessage* current = nullptr;
         mapi.GetCurrentMessage(current);
-        const bool borrowed =
-            std::find(queue.begin(), queue.end(), current) != queue.end() || current == nullptr;
-        ASSERT_EQ(library.LiveRecords(), borrowed ? 0U : 1U) << round;
+        acts[random() % std::size(acts)]();
+        library.results.clear();
+        mapi.GetCurrentMessage(current);
+        const bool isBorrowed = current == nullptr || std::ranges::count(queue, current) == 1;
+        ASSERT_EQ(library.LiveRecords(), isBorrowed ? 0U : 1U) << round;
         ASSERT_EQ(library.badCalls, 0) << round;
+        const auto left = std::ranges::count_if(queue, [&](const MapiMessage* record) {
+            return machine.files.Exists(record->lpFiles[0].lpszPathName);
+        });
+        ASSERT_EQ(left, stored) << round;
+        ASSERT_LE(machine.files.AllFiles().size() - static_cast<std::size_t>(left),
+                  isBorrowed ? 0U : 2U);
     }
-    mapi.MapiLogoff();
     mapi.UnloadMapiLibrary();
     EXPECT_EQ(library.LiveRecords(), 0U);
-    EXPECT_EQ(machine.libraries.LoadedCount(), 0);
-    EXPECT_EQ(machine.files.AllFiles().size(), queue.size()) << "one each, and no temporary one";
-    for (MapiMessage* record : queue) mapi.FreeMessage(record);
-    EXPECT_TRUE(machine.files.AllFiles().empty());
+    for (MapiMessage* record : queue) mapi.FreeMessage(record, true);
+    EXPECT_LE(machine.files.AllFiles().size(), queue.size()) << "kept, and no temporary one";
 }
 
 TEST_F(MapiRecordTest, TheCurrentMessageGoesBeforeSessionAndLibrary) {
@@ -304,7 +289,7 @@ TEST_F(MapiRecordTest, WithoutALibraryEverythingFails) {
 
 TEST_F(MapiRecordTest, DeletingLeavesIdAndMessage) {
     ASSERT_EQ(mapi.GoToEmail("B"), 1);
-    for (const std::uint32_t code : {0U, 2U, 6U}) {
+    for (const mapi::Code code : {0U, 2U}) {
         library.results[Entry::kDeleteMail] = {code};
         library.calls.clear();
         EXPECT_EQ(mapi.DeleteMail(), code == 0 ? 1 : -1);
