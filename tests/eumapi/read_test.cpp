@@ -254,6 +254,10 @@ TEST_F(StandInReadTest, HonoursFlags) {
     EXPECT_STREQ(mail->lpszNoteText, "");
     EXPECT_TRUE(FileText(mail->lpFiles[0].lpszPathName).starts_with("see there\n"));
     EXPECT_EQ(FileText(mail->lpFiles[1].lpszPathName), "content of a.txt");
+    machine.files.LimitDisk(0);
+    EXPECT_EQ(Read(1), nullptr) << "not as if there were no such file";
+    EXPECT_EQ(code, mapi::kAttachmentWriteFailure);
+    machine.files.LimitDisk({});
     mail = ReadOnly("X: " + std::string(100000, 'x') + "\r\nSubject: far\r\n\r\nbody",
                     mapi::kPeek | mapi::kEnvelopeOnly);
     EXPECT_STREQ(mail->lpszSubject, "far");
@@ -286,6 +290,8 @@ TEST_F(StandInReadTest, SweepsWhatAKilledRunLeft) {
     const std::string copy = ReadOnly(WithAttachments({"a.txt"}))->lpFiles[0].lpszPathName;
     eumapi::SimpleMapi second(machine.system);
     mapi::Session its = 0;
+    ASSERT_EQ(library.Logon(&its), mapi::kSuccess);
+    ASSERT_EQ(library.Logoff(its), mapi::kSuccess) << "its other session goes on";
     ASSERT_EQ(second.Logon(&its), mapi::kSuccess);
     EXPECT_EQ(FileText(copy), "content of a.txt");
     ASSERT_EQ(second.Logoff(its), mapi::kSuccess);
@@ -297,11 +303,13 @@ TEST_F(StandInReadTest, SweepsWhatAKilledRunLeft) {
 }
 
 TEST_F(StandInReadTest, FreesEachMessageOnce) {
-    auto* mail = ReadOnly(Mail("a"));
+    PutFile("a.txt");
+    auto* mail = ReadOnly(WithAttachments({"a.txt"}));
     EXPECT_EQ(library.FreeBuffer(mail->lpOriginator), mapi::kFailure) << "a part of it";
     EXPECT_EQ(library.FreeBuffer(mail), mapi::kSuccess);
     EXPECT_EQ(library.FreeBuffer(mail), mapi::kFailure);
     EXPECT_EQ(library.FreeBuffer(nullptr), mapi::kSuccess);
+    EXPECT_EQ(TempFiles().size(), 1U) << "the copies are the caller's";
 }
 
 }  // namespace

@@ -108,10 +108,7 @@ TEST_F(MapiRecordTest, JoinsTheRecipientsOfAClass) {
     };
     const Row rows[] = {
         {{{1, "a@b"}, {2, "c@d"}, {1, "SMTP:e@f"}}, "a@b; e@f", "c@d", "(null)"},
-        {{{3, "xSMTP:a"}, {3, "smtp:b"}, {3, "SMTP:SMTP:c"}},
-         "(null)",
-         "(null)",
-         "xSMTP:a; smtp:b; SMTP:c"},
+        {{{3, "xSMTP:a"}, {3, "smtp:b"}}, "(null)", "(null)", "xSMTP:a; smtp:b"},
         {{{1, "SMTP:"}, {1, "a"}}, "; a", "(null)", "(null)"},
         {{{1, {}}, {1, "a"}, {1, {}}}, "a", "(null)", "(null)"},
         {{{0, "a"}, {4, "b"}}, "(null)", "(null)", "(null)"},
@@ -285,6 +282,17 @@ TEST_F(MapiRecordTest, WithoutALibraryEverythingFails) {
     EXPECT_EQ(none.LastError(), CMapi::kNotLoaded);
     EXPECT_EQ(none.MapiLogon(), 0);
     EXPECT_EQ(none.FreeMessage(record), 1);
+}
+
+TEST_F(MapiRecordTest, AnEditEndsWithItsMessage) {
+    ASSERT_EQ(mapi.MoveFirst(), 1);
+    mapi.SetMailStatus(0x20001);
+    EXPECT_EQ(mapi.FinishEdit(), 0x20001U);
+    EXPECT_EQ(mapi.MailFlags(), 0U);
+    EXPECT_EQ(mapi.FinishEdit(), std::nullopt);
+    mapi.SetMailStatus(1);
+    ASSERT_EQ(mapi.MoveNext(), 1);
+    EXPECT_EQ(mapi.FinishEdit(), std::nullopt);
 }
 
 TEST_F(MapiRecordTest, DeletingLeavesIdAndMessage) {
