@@ -54,14 +54,12 @@ struct MailSides {
     bool mayMiss = false;
 };
 
-// What happens to one mail and its file:
-//   in the folder  a new file is added; its flags become those of `row`; it is removed, and the
-//   memory
-//                  of it; a file of .Outbox that was queued before is filed in .Sent
-//   in Eudora      the file becomes a mail of the in-box; that gets the read state of `row`; it
-//   goes
-//                  into the Trash, and the memory of it; the file in .Outbox is queued, then filed
-//   in the memory  the row is put, removed, or removed to be delivered anew (kRedo)
+// What happens to one mail and its file.
+//   In the folder: a new file is added; its flags become those of `row`; it is removed, and the
+//   memory of it; a file of .Outbox that was queued before is filed in .Sent.
+//   In Eudora: the file becomes a mail of the in-box; the mail gets the read state of `row`; it
+//   goes into the Trash, and the memory of it; the file in .Outbox is queued, then filed. In the
+//   memory: the row is put, removed, or removed to be delivered anew (kRedo).
 struct MailStep {
     sync::Act act;
     state::RememberedMail row;   // as it is remembered afterwards
