@@ -62,11 +62,6 @@ class MailWriter : public ::testing::Test {
         const auto finished = mails->Finish();
         ASSERT_TRUE(finished) << finished.Error().Message();
     }
-    bool Has(const std::string& id) { return mails->Find(id)->has_value(); }
-    mail::Mail Read(const std::string& id) {
-        EXPECT_TRUE(Has(id)) << id;
-        return *mails->Read(mail::MailParts::kAll);
-    }
 
     std::unique_ptr<mail::MailSource> mails;
     std::unique_ptr<mail::IncomingFolder> incoming;
@@ -75,29 +70,34 @@ class MailWriter : public ::testing::Test {
     int m_files = 0;
 };
 
-TEST_F(MailWriter, StoresAWholeMailThatReadsBackAsItWas) {
+TEST_F(MailWriter, StoresAWholeMailThatReadsBackAsItWasAndChangesIt) {
     mail::NewMail letter = Letter("first@x");
     letter.attachments = {File("same.txt", "1"), File("same.txt", "two"), File("caf\xE9.bin", "")};
     const auto stored = mails->Add(letter, mail::kStatusRead);
     ASSERT_TRUE(stored) << stored.Error().Message();
     EXPECT_TRUE(fs::is_empty(Native(*incoming)));
+    const std::string other = mails->Add(Letter("b@x"), mail::kStatusUnread)->id;
     Finish();
-
-    const mail::Mail mail = Read(stored->id);
+    EXPECT_TRUE(mails->Find(stored->id)->has_value());
+    const mail::Mail mail = *mails->Read(mail::MailParts::kAll);
     EXPECT_EQ(mail.marker, stored->marker);
     EXPECT_THAT(mail.from.value_or(""), HasSubstr("ann@b.c"));
-    EXPECT_EQ(mail.to, "jo@d.e; f@g.h");
-    EXPECT_EQ(mail.cc, "c@c");
+    EXPECT_EQ(mail.to.value_or("") + '|' + mail.cc.value_or(""), "jo@d.e; f@g.h|c@c");
     EXPECT_EQ(mail.subject, "caf\xC3\xA9 first@x");
     EXPECT_EQ(mail.messageId, "first@x");
     EXPECT_NEAR(mail.date.value_or(0), 46350.5, 1e-6);
     EXPECT_EQ(mail.status, mail::kStatusRead);
     EXPECT_THAT(mail.body.value_or(""), HasSubstr("one\r\n\r\ntwo"));
     EXPECT_TRUE(mail.notes.empty());
-    ASSERT_EQ(mail.attachments.size(), 3u);
-    EXPECT_EQ(mail.attachments[0].name, "same.txt");
-    EXPECT_EQ(mail.attachments[2].name, "caf\xC3\xA9.bin");
+    EXPECT_EQ(mail.attachments.at(2).name, "caf\xC3\xA9.bin");
     EXPECT_EQ(fs::file_size(mail.attachments[1].path), 3u);
+
+    EXPECT_TRUE(mails->SetStatus(stored->id, mail::kStatusUnread));
+    EXPECT_TRUE(mails->Remove(other));
+    Finish();
+    EXPECT_EQ(mails->Find(stored->id)->value().marker, std::to_string(mail::kStatusUnread));
+    EXPECT_FALSE(mails->Find(other)->has_value());
+    EXPECT_FALSE(mails->Remove(other));
 }
 
 TEST_F(MailWriter, SweepsLeftoverFoldersAndFollowsNoLink) {
@@ -120,24 +120,6 @@ TEST_F(MailWriter, SweepsLeftoverFoldersAndFollowsNoLink) {
     }
 }
 
-TEST_F(MailWriter, ChangesStatesAndRemoves) {
-    std::vector<std::string> ids;
-    for (const char* name : {"a@x", "b@x", "c@x"}) {
-        ids.push_back(mails->Add(Letter(name), mail::kStatusUnread)->id);
-    }
-    Finish();
-    EXPECT_TRUE(mails->Remove(ids[1]));
-    for (const auto status : {mail::kStatusRead, mail::kStatusUnread}) {
-        EXPECT_TRUE(mails->SetStatus(ids[0], status));
-        Finish();
-        EXPECT_EQ(Read(ids[0]).marker, std::to_string(status));
-        EXPECT_EQ(Read(ids[2]).marker, std::to_string(mail::kStatusUnread));
-    }
-    EXPECT_FALSE(Has(ids[1]));
-    EXPECT_FALSE(mails->Remove(ids[1]));
-    EXPECT_FALSE(mails->SetStatus(ids[1], mail::kStatusRead));
-}
-
 TEST_F(MailWriter, StoresNothingOfAMailWhoseAttachmentFails) {
     const auto attached = [] {
         const fs::directory_iterator files(TheModule().eudora / "Attach");
@@ -154,7 +136,7 @@ TEST_F(MailWriter, StoresNothingOfAMailWhoseAttachmentFails) {
     ASSERT_TRUE(next);
     Finish();
     EXPECT_EQ(attached(), before);
-    EXPECT_TRUE(Has(next->id));
+    EXPECT_TRUE(mails->Find(next->id)->has_value());
     EXPECT_EQ(test::ReadDisk(TheModule().eudora / "In.mbx").find("x@x"), std::string::npos);
 }
 
@@ -174,10 +156,7 @@ TEST_F(MailWriter, QueuesAMailForSendingAndRefusesWhatCannotBeSent) {
     EXPECT_THAT(text, HasSubstr("To: Doe  Jo <jo@d.e>, f@g.h\r\n"));
     EXPECT_THAT(text, HasSubstr("Subject: caf\xE9 o@x\r\n"));
     EXPECT_THAT(text, HasSubstr("\\out.txt;\r\n")) << "the name, whatever the folder";
-    EXPECT_TRUE(mails->Walk(mail::Reach::kAll, [](const mail::MailHead& head) -> bool {
-        ADD_FAILURE() << head.id;
-        return true;
-    }));
+    EXPECT_EQ(fs::file_size(TheModule().eudora / "In.mbx"), 0u);
 }
 
 }  // namespace

@@ -136,50 +136,37 @@ TEST(Maildir, LeavesAMailWholeOrNotThereAfterAnyFault) {
     });
 }
 
-TEST(MaildirName, TakesEveryNameApart) {
-    struct Case {
-        const char *name, *unique, *flags;
-    };
-    for (const auto& [name, unique, flags] : {Case{"1.a.h", "1.a.h", ""},
-                                              {"1.a.h:2,S", "1.a.h", "S"},
-                                              {"1.a.h:2,SRF", "1.a.h", "FRS"},
-                                              {"1.a.h:2,SSab", "1.a.h", "Sab"},
-                                              {"1.a.h:", "1.a.h", ""},
-                                              {"1.a.h!2,ST", "1.a.h", "ST"},
-                                              {"1.a!b.h", "1.a!b.h", ""},
-                                              {"1.a!2,b:2,F", "1.a!2,b", "F"},
-                                              {"1.a.h,S=12,W=13:2,S", "1.a.h,S=12,W=13", "S"},
-                                              {":2,S", "", "S"},
-                                              {"1.a.h:1,S", "1.a.h", ""}}) {
-        const maildir::MaildirName parsed = maildir::ParseMaildirName(name);
-        EXPECT_EQ(parsed.unique, unique) << name;
-        EXPECT_EQ(parsed.flags, flags) << name;
+TEST(Maildir, TakesEveryNameApart) {
+    platform::testing::MemoryFiles files;
+    platform::testing::FixedClock clock;
+    maildir::Maildir maildir(files, clock, "C:\\M");
+    const std::tuple<std::string, const char*, const char*> rows[] = {
+        {"1.a.h", "1.a.h", ""},     {"1.a.h:2,SRFS", "1.a.h", "FRS"}, {"1.a.h:", "1.a.h", ""},
+        {"1.a!b.h", "1.a!b.h", ""}, {"1.a.h!2,ST", "1.a.h", "ST"},    {":2,S", "", "S"},
+        {"1.a.h:1,S", "1.a.h", ""}, {"1.a!2,b:2,F", "1.a!2,b", "F"}};
+    for (const auto& [name, unique, flags] : rows) {
+        files.Put("C:\\M\\cur\\" + name, "");
+        const maildir::MaildirEntry entry = Only(maildir);
+        EXPECT_EQ(entry.unique, unique) << name;
+        EXPECT_EQ(entry.flags, flags) << name;
+        EXPECT_TRUE(maildir.Remove(entry)) << name;
     }
     EXPECT_EQ(maildir::WithFlag("RF", 'S', true), "FRS");
     EXPECT_EQ(maildir::WithFlag("FRS", 'S', false), "FR");
-    EXPECT_EQ(maildir::WithFlag("S", 'S', true), "S");
 }
 
 TEST(MessageHeader, FindsTheMessageIdWhereverItStands) {
-    struct Case {
-        const char *message, *id;
-    };
-    const Case cases[] = {
-        {"Message-ID: <a@b>\n\nbody", "a@b"},
+    const std::pair<const char*, const char*> rows[] = {
         {"Subject: x\r\nMESSAGE-id:<a@b>\r\n\r\nbody", "a@b"},
-        {"To: c\nMessage-ID:\n <a@b>\nX: y\n\n", "a@b"},
-        {"To: c\nMessage-ID:\r\n\t< a@b >\r\n\r\n", "a@b"},
+        {"To: c\nMessage-ID:\n\t< a@b >\nX: y\n\n", "a@b"},
         {"Message-ID : <a@b> (comment)\n\n", "a@b"},
         {"X: 1\n Message-ID: <not@this>\nMessage-ID: <a@b>\n\n", "a@b"},
-        {"X-Message-ID: <not@this>\n\n", ""},
         {"\nMessage-ID: <body@b>\n\n", ""},
         {"Message-ID: <cut", ""},
-        {"Message-ID: <a@b>\n", "a@b"},
-        {"no field\nMessage-ID: <a@b>\n\n", "a@b"},
-        {"", ""},
-    };
-    for (const auto& [message, id] : cases)
+        {"no field\nMessage-ID: a@b\n", "a@b"}};
+    for (const auto& [message, id] : rows) {
         EXPECT_EQ(maildir::MessageIdInHeader(message), id) << message;
+    }
 }
 
 // The header ends at, before and behind the borders of the blocks that are read.
@@ -191,15 +178,14 @@ TEST(MessageHeader, IsReadWhateverBlocksItSpans) {
         files.Put("C:\\M\\new\\m", message);
         return maildir::MessageIdInHeader(*maildir.ReadHeader(Only(maildir)));
     };
-    for (const std::size_t length : {10u, 4070u, 4079u, 4080u, 4090u, 4096u, 60000u}) {
+    for (const std::size_t length : {4070u, 4079u, 4096u, 60000u}) {
         const std::string header = "X: " + std::string(length, 'x') + "\nMessage-ID: <a@b>\n";
-        for (const char* rest : {"", "\n", "\nbody", "\r\n\r\n"}) {
+        for (const char* rest : {"", "\nbody", "\r\n\r\n"}) {
             EXPECT_EQ(idIn(header + rest), "a@b") << length << rest;
         }
     }
     const std::string tooLong(maildir::kLargestHeader + 9000, 'x');
     EXPECT_EQ(idIn("X: " + tooLong + "\nMessage-ID: <a@b>\n\n"), "");
-    EXPECT_FALSE(maildir.ReadHeader({"none", "none", "", true}));
 }
 
 }  // namespace
