@@ -26,13 +26,6 @@ std::optional<T> OrNote(base::Result<T> value, std::vector<std::string>* notes) 
 
 constexpr const char* kNobodyNamed = "undisclosed-recipients";
 
-// A comma separates, so an address that holds one would become two.
-bool HasComma(const std::vector<Recipient>& recipients) {
-    return std::ranges::any_of(recipients, [](const Recipient& one) {
-        return one.address.find(',') != std::string::npos;
-    });
-}
-
 }  // namespace
 
 EudoraMails::EudoraMails(std::unique_ptr<translator::TranslatorSession> session,
@@ -311,12 +304,16 @@ base::Result<MailHead> EudoraMails::Add(const NewMail& mail, std::uint32_t statu
 }
 
 base::Status EudoraMails::AddOutgoing(const NewMail& mail) {
-    if (mail.to.empty() && mail.cc.empty() && mail.bcc.empty()) {
-        return base::Failed("the mail names no recipient");
+    bool isForSomebody = false;
+    for (const auto* list : {&mail.to, &mail.cc, &mail.bcc}) {
+        for (const Recipient& one : *list) {
+            isForSomebody = true;
+            // A comma separates, so the address would become two.
+            if (one.address.find(',') == std::string::npos) continue;
+            return base::Failed("the mail has a recipient with a comma in the address");
+        }
     }
-    if (HasComma(mail.to) || HasComma(mail.cc) || HasComma(mail.bcc)) {
-        return base::Failed("the mail has a recipient with a comma in the address");
-    }
+    if (!isForSomebody) return base::Failed("the mail names no recipient");
     const auto stored = Add(mail, kStatusToSend);
     return stored ? base::Status() : base::Status(stored.Error());
 }

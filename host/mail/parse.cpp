@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <span>
 #include <utility>
 
 #include <gmime/gmime.h>
@@ -138,8 +139,7 @@ std::string Composed(const std::string& text) {
     return result;
 }
 
-template <std::size_t kCount>
-bool BeginsWithAny(std::string_view text, const std::string_view (&marks)[kCount]) {
+bool BeginsWithAny(std::string_view text, std::span<const std::string_view> marks) {
     return std::ranges::any_of(
         marks, [text](std::string_view mark) { return text::StartsWithNoCase(text, mark); });
 }
@@ -160,21 +160,9 @@ std::string Spoilt(std::string_view text, bool isPlain) {
     return spoilt;
 }
 
-constexpr std::size_t kLongestName = 100, kLongestExtension = 20;  // bytes of the code page
-
-// Of the UTF-8 name, where every forbidden letter is itself.
-std::string WithoutForbidden(std::string_view name) {
-    std::string plain(name.substr(name.find_last_of("/\\") + 1));
-    for (char& letter : plain) {
-        if (text::IsForbiddenInNames(letter) || letter == 0x7F) letter = '_';
-    }
-    return plain;
-}
-
 // Windows drops them at an end, and at the front they hide a file.
-std::string_view Trimmed(std::string_view name) {
-    return text::Trimmed(name, " .");
-}
+constexpr std::string_view kAtNoEnd = " .";
+constexpr std::size_t kLongestName = 100, kLongestExtension = 20;  // bytes of the code page
 
 std::string Shortened(const std::string& name, unsigned codePage) {
     if (name.size() <= kLongestName) return name;
@@ -185,7 +173,7 @@ std::string Shortened(const std::string& name, unsigned codePage) {
     }
     const auto room = kLongestName - parts.extension.size();
     parts.name.resize(text::WholeCharacterPrefix(parts.name, room, codePage));
-    return std::string(Trimmed(parts.name + parts.extension));
+    return std::string(text::Trimmed(parts.name + parts.extension, kAtNoEnd));
 }
 
 // Cuts a text behind the last whole line of at most `limit` bytes, or the last whole character.
@@ -201,9 +189,13 @@ std::string_view CutText(std::string_view text, std::size_t limit, unsigned code
 // `fallback` stands for a name of which nothing is left.
 std::string PlainAttachmentName(const std::string& name, const std::string& fallback,
                                 unsigned codePage) {
-    std::string plain = WithoutForbidden(Composed(name));
-    plain = platform::FromUtf8(Trimmed(plain), codePage);
-    // What the code page lacks.
+    std::string plain = Composed(name);
+    plain.erase(0, plain.find_last_of("/\\") + 1);
+    // Of UTF-8, where every forbidden letter is itself; what the code page lacks is "?" then.
+    for (char& letter : plain) {
+        if (text::IsForbiddenInNames(letter) || letter == 0x7F) letter = '_';
+    }
+    plain = platform::FromUtf8(text::Trimmed(plain, kAtNoEnd), codePage);
     std::ranges::replace(plain, '?', '_');
     plain = Shortened(plain, codePage);
     if (plain.find_first_not_of("_ .") == std::string::npos) plain = fallback;
@@ -211,45 +203,32 @@ std::string PlainAttachmentName(const std::string& name, const std::string& fall
 }
 
 // A message without what a mailbox file puts above it, and with line ends that can be told.
-class Message {
-  public:
-    explicit Message(std::string_view bytes) : m_bytes(bytes) {
-        if (bytes.find('\n') == std::string_view::npos) {
-            m_copy = bytes;
-            std::ranges::replace(m_copy, '\r', '\n');
-            m_bytes = m_copy;
+struct Message {
+    explicit Message(std::string_view given) : bytes(given) {
+        if (given.find('\n') == kNone) {
+            copy = given;
+            std::ranges::replace(copy, '\r', '\n');
+            bytes = copy;
         }
-        if (m_bytes.starts_with("From ") || m_bytes.starts_with(">From ")) {
-            m_bytes.remove_prefix(std::min(m_bytes.find('\n'), m_bytes.size() - 1) + 1);
-        }
-        m_entity = SplitEntity(m_bytes);
+        if (bytes.starts_with("From ") || bytes.starts_with(">From ")) text::TakeLine(bytes);
     }
     Message(const Message&) = delete;
     Message& operator=(const Message&) = delete;
 
-    std::string_view Bytes() const { return m_bytes; }
-    const Entity& Parts() const { return m_entity; }
-
-  private:
-    std::string m_copy;
-    std::string_view m_bytes;
-    Entity m_entity;
+    std::string copy;        // of one with other line ends
+    std::string_view bytes;  // of the message
 };
 
 std::string MessageIdOf(const Message& message) {
-    std::string own = maildir::MessageIdInHeader(message.Bytes());
+    std::string own = maildir::MessageIdInHeader(message.bytes);
     if (CanKeepMessageId(own)) return own;
-    return Fingerprint(message.Bytes()) + ".maildir@localhost";
-}
-
-bool IsSlash(char letter) {
-    return letter == '/' || letter == '\\';
+    return Fingerprint(message.bytes) + ".maildir@localhost";
 }
 
 class MailMaker {
   public:
     MailMaker(const Message& message, const ParsePlace& place)
-        : m_message(message), m_place(place) {}
+        : m_message(message), m_entity(SplitEntity(message.bytes)), m_place(place) {}
 
     base::Result<NewMail> Run() {
         ReadHeader();
@@ -284,14 +263,12 @@ class MailMaker {
         using enum TextPiece::Kind;
         std::string lines = text::WithCrLf(Convert(piece.text));
         std::ranges::replace(lines, '\0', ' ');
-        const char* const mark = piece.kind == kHtml       ? "x-html>"
-                                 : piece.kind == kEnriched ? "x-rich>"
-                                                           : nullptr;
-        if (mark == nullptr) return Spoilt(lines, true);
-        return std::string("<") + mark + Spoilt(lines, false) + "</" + mark;
+        if (piece.kind == kHtml) return "<x-html>" + Spoilt(lines, false) + "</x-html>";
+        if (piece.kind == kEnriched) return "<x-rich>" + Spoilt(lines, false) + "</x-rich>";
+        return Spoilt(lines, true);
     }
 
-    std::string Field(const char* name) const { return FieldValue(m_message.Parts(), name); }
+    std::string Field(const char* name) const { return FieldValue(m_entity, name); }
 
     void ReadHeader() {
         m_mail.messageId = MessageIdOf(m_message);
@@ -344,7 +321,7 @@ class MailMaker {
     std::vector<Recipient> Recipients(const char* name) {
         std::vector<Recipient> kept;
         std::size_t length = 0, left = 0;
-        for (Recipient& one : Clean(FieldValues(m_message.Parts(), name))) {
+        for (Recipient& one : Clean(FieldValues(m_entity, name))) {
             length += one.name.size() + one.address.size() + 6;
             const bool canBeKept =
                 length <= kLongestList && one.address.find(';') == std::string::npos;
@@ -359,11 +336,11 @@ class MailMaker {
     }
 
     base::Status MakeContent() {
-        ReadParts parts = ReadMailParts(m_message.Parts(), m_place.codePage);
+        ReadParts parts = ReadMailParts(m_entity, m_place.codePage);
         if (parts.isTooComplex) {
             m_mail.notes.push_back(
                 "the mail has too many parts: as a whole it is the attachment message.eml");
-            parts.files = {{"message.eml", "message/rfc822", "", m_message.Bytes()}};
+            parts.files = {{"message.eml", "message/rfc822", "", m_message.bytes}};
         }
         for (const TextPiece& piece : parts.texts) m_mail.body += Body(piece);
         if (m_mail.body.ends_with("\r\n")) m_mail.body.resize(m_mail.body.size() - 2);
@@ -399,7 +376,9 @@ class MailMaker {
         std::string name = part.name;
         if (isMail && name.empty()) {
             name = DecodedHeader(FieldValue(SplitEntity(part.body), "Subject"), m_place.codePage);
-            std::ranges::replace_if(name, IsSlash, '_');
+            for (char& letter : name) {
+                if (letter == '/' || letter == '\\') letter = '_';
+            }
             if (!name.empty()) name += ".eml";
         }
         const auto number = std::to_string(m_mail.attachments.size() + 1);
@@ -407,6 +386,7 @@ class MailMaker {
     }
 
     const Message& m_message;
+    const Entity m_entity;
     const ParsePlace& m_place;
     NewMail m_mail;
 };

@@ -25,11 +25,23 @@ std::string OwnSuffix() {
     return "P" + std::to_string(platform::ProcessNumber()) + hex.data() + ".kvsync";
 }
 
-// Where the info part begins: at the colon, or at an exclamation mark that introduces flags (a
-// unique name may hold others).
-std::size_t InfoStart(std::string_view name) {
+std::string SortedFlags(std::string_view flags) {
+    std::string sorted(flags);
+    std::ranges::sort(sorted);
+    sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
+    return sorted;
+}
+
+MaildirEntry EntryNamed(std::string name, bool isNew) {
+    // The info part begins at the colon, or at an exclamation mark that introduces flags (a unique
+    // name may hold others).
     const auto colon = name.find(':');
-    return colon != std::string_view::npos ? colon : name.rfind("!2,");
+    const auto start = colon != name.npos ? colon : name.rfind("!2,");
+    std::string unique = name.substr(0, start), flags;
+    if (start != name.npos && name.compare(start + 1, 2, "2,") == 0) {
+        flags = SortedFlags(name.substr(start + 3));
+    }
+    return {std::move(unique), std::move(name), std::move(flags), isNew};
 }
 
 std::string IdOf(std::string_view value) {
@@ -46,26 +58,6 @@ std::string MessageIdInHeader(std::string_view message) {
     // A line without an end may lack a part of its value.
     if (!mail.HasBody()) mail = text::MailView(message.substr(0, message.rfind('\n') + 1));
     return IdOf(mail.Field("Message-ID").value_or(""));
-}
-
-MaildirName ParseMaildirName(std::string_view name) {
-    const auto start = InfoStart(name);
-    MaildirName result{std::string(name.substr(0, start)), {}};
-    if (start == std::string_view::npos) return result;
-    const auto info = name.substr(start + 1);
-    if (info.starts_with("2,")) result.flags = SortedFlags(info.substr(2));
-    return result;
-}
-
-std::string SortedFlags(std::string_view flags) {
-    std::string sorted(flags);
-    std::ranges::sort(sorted);
-    sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
-    return sorted;
-}
-
-bool HasFlag(std::string_view flags, char flag) {
-    return flags.find(flag) != std::string_view::npos;
 }
 
 std::string WithFlag(std::string_view flags, char flag, bool isSet) {
@@ -113,11 +105,10 @@ base::Result<std::vector<MaildirEntry>> Maildir::List() {
         if (!listed) return listed.Error();
         for (auto& [name, isFolder] : *listed) {
             if (isFolder || name.starts_with('.')) continue;
-            auto [unique, flags] = ParseMaildirName(name);
-            const auto [at, isFirst] = known.emplace(unique, entries.size());
+            MaildirEntry entry = EntryNamed(std::move(name), folder[0] == 'n');
+            const auto [at, isFirst] = known.emplace(entry.unique, entries.size());
             if (isFirst) entries.emplace_back();
-            entries[at->second] = {std::move(unique), std::move(name), std::move(flags),
-                                   folder[0] == 'n'};
+            entries[at->second] = std::move(entry);
         }
     }
     return entries;
@@ -191,7 +182,9 @@ base::Result<std::string> Maildir::Read(const MaildirEntry& entry, std::uint64_t
     return platform::ReadWhole(m_files, PathOf(entry), limit, platform::Share::kReadWrite);
 }
 
-base::Status Maildir::FlushOneByOne(const std::vector<MaildirEntry>& delivered) {
+base::Status Maildir::Settle(const std::vector<MaildirEntry>& delivered) {
+    auto settled = m_files.Settle(m_folder);
+    if (settled || settled.Error().code != ErrorCode::kNotSupported) return settled;
     for (const MaildirEntry& entry : delivered) {
         auto file = m_files.Open(PathOf(entry), platform::OpenMode::kReadWrite,
                                  platform::Share::kReadWrite);
@@ -201,12 +194,6 @@ base::Status Maildir::FlushOneByOne(const std::vector<MaildirEntry>& delivered) 
         if (auto flushed = (*file)->Flush(); !flushed) return flushed;
     }
     return {};
-}
-
-base::Status Maildir::Settle(const std::vector<MaildirEntry>& delivered) {
-    auto settled = m_files.Settle(m_folder);
-    if (settled || settled.Error().code != ErrorCode::kNotSupported) return settled;
-    return FlushOneByOne(delivered);
 }
 
 void Maildir::Discard(const std::string& unique) {

@@ -12,18 +12,10 @@
 
 namespace host::maildir {
 
-// The name of a file in a Maildir, taken apart: "UNIQUE:2,FLAGS", with "!2," on systems whose names
-// take no colon. A name with another info part has no flags.
-struct MaildirName {
-    std::string unique;
-    std::string flags;  // in ASCII order, each once
-};
-MaildirName ParseMaildirName(std::string_view name);
-
-// The flags in ASCII order, each once.
-std::string SortedFlags(std::string_view flags);
-bool HasFlag(std::string_view flags, char flag);
-// The flags with one of them set or not.
+inline bool HasFlag(std::string_view flags, char flag) {
+    return flags.find(flag) != flags.npos;
+}
+// The flags with one of them set or not, in ASCII order, each once.
 std::string WithFlag(std::string_view flags, char flag, bool isSet);
 
 // The most of a file that is read in search of its header's end.
@@ -34,6 +26,8 @@ inline constexpr std::size_t kLargestHeader = 64 * 1024;
 // the header does not matter. Of a header that is cut off only whole fields count.
 std::string MessageIdInHeader(std::string_view message);
 
+// A file in a Maildir, by its name: "UNIQUE:2,FLAGS", with "!2," on systems whose names take no
+// colon. A name with another info part has no flags.
 struct MaildirEntry {
     std::string unique;  // the file's name without its info part: what it is remembered by
     std::string name;    // the whole file name
@@ -87,7 +81,6 @@ class Maildir {
     std::string Path(const char* folder, std::string_view name) const;
     std::string PathOf(const MaildirEntry& entry) const;
     base::Status MoveTo(const std::string& from, const std::string& unique, std::string_view flags);
-    base::Status FlushOneByOne(const std::vector<MaildirEntry>& delivered);
 
     platform::Files& m_files;
     platform::Clock& m_clock;
