@@ -18,7 +18,9 @@ constexpr std::array<std::string_view, kParts> kTags = {"fax:", "address:", "pho
 
 std::size_t PartOf(std::string_view token) {
     std::size_t part = 0;
-    while (!token.starts_with(kTags[part])) ++part;
+    while (part < kNote &&
+           (token.empty() || token[0] != kTags[part][0] || !token.starts_with(kTags[part])))
+        ++part;
     return part;
 }
 

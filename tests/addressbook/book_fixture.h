@@ -15,22 +15,8 @@ class BookTest : public FrameTest {
   protected:
     BookTest() {
         machine.files.MakeFolders("C:\\Eudora");
-        LoadStrings({{1, "cannot open %s"},
-                     {5, "no file"},
-                     {6, "Nickname"},
-                     {7, "Name"},
-                     {8, "Address"},
-                     {9, "Phone"},
-                     {10, "Fax"},
-                     {11, "E-mail"},
-                     {12, "Note"},
-                     {13, "read error"},
-                     {19, "disk full"},
-                     {20, "no memory"},
-                     {81, "bracket in %s"},
-                     {82, "comma in %s"},
-                     {83, "%s is longer than %d"},
-                     {84, "no %s"}});
+        LoadStrings(
+            {{1, "cannot open %s"}, {13, "read error"}, {19, "disk full"}, {20, "no memory"}});
         util.csNicknamePath = kBookPath;
     }
 
@@ -42,17 +28,11 @@ class BookTest : public FrameTest {
         book.UseUtil(&util);
         ASSERT_EQ(book.Open(kBookPath), RRC_OK);
     }
-    // What a save makes of a file after some changes.
-    template <class Change>
-    std::string SavedAfter(std::string_view content, Change change) {
+    std::string Resaved(std::string_view content) {
         CEudoraAB book;
         Load(book, content);
-        change(book);
         EXPECT_EQ(book.SaveRecords(), RRC_OK);
         return Saved();
-    }
-    std::string Resaved(std::string_view content) {
-        return SavedAfter(content, [](CEudoraAB&) {});
     }
 };
 
@@ -67,10 +47,4 @@ inline void Add(CEudoraAB& book, const char* nickname, const char* address) {
     book.SetRecordField(ContactField::kNickname, nickname);
     book.SetRecordField(ContactField::kEmail, address);
     EXPECT_EQ(book.StoreRecord(), RRC_OK);
-}
-
-inline std::string Field(CEudoraAB& book, int number) {
-    CString text;
-    EXPECT_EQ(book.GetRecordField(static_cast<ContactField>(number), text), RRC_OK);
-    return text.Str();
 }

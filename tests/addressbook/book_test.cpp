@@ -1,0 +1,205 @@
+#include <algorithm>
+
+#include "addressbook/field_text.h"
+#include "tests/addressbook/book_fixture.h"
+#include "tests/support/failing_allocation.h"
+#include "tests/support/fault_sweep.h"
+
+using platform::testing::Fault;
+
+namespace {
+
+const std::string kName39(39, 'n');
+const std::string kToc = "C:\\Eudora\\nndbase.toc", kSide = std::string(kBookPath) + ".kvnew";
+
+Texts Keys(CEudoraAB& book) {
+    Texts keys;
+    for (auto r = book.FirstRecord(); r == RRC_OK; r = book.NextRecord()) {
+        keys.push_back(book.CurrentKey().Str());
+    }
+    return keys;
+}
+
+// What stands where a random file seldom leads, and how each save writes it.
+TEST_F(BookTest, WritesTheNormalFormOnceAndForAll) {
+    const std::pair<std::string, std::string> forms[] = {
+        // A record without a note line would take the stray one, a group without quotes not.
+        {"alias a 1\nlone\nnote a stray\n", "alias a 1\r\nlone\r\nnote a stray"},
+        {"alias a 1\nnote a 2\nalias group b\nnote a stray\n",
+         "alias a 1\r\nnote a 2\r\nalias group b\r\nnote a stray"},
+        {"alias \"group\" b\n\nnote a 1\n\nnote a 2\n",
+         "alias a 1\r\nalias \"group\" b\r\n\r\nnote a 2"},
+        // A line end that it did not have must not become part of a nickname, and a CR that made
+        // a nickname too long must stay.
+        {"alias bob a\nalias bob\nalias bob b\n", "alias bob a\r\nalias bob \r\nalias bob b"},
+        {"alias \"a b\" 1\nalias \"a b\nlone\n", "alias \"a b\" 1\r\nalias \"a b\"\r\nlone"},
+        {"alias " + kName39 + "\r\n", "alias " + kName39 + "\r"},
+        {"alias a 1\r2\r\n", "alias a 1\r\nalias a \r2"},
+        // A nickname with a delimiter stands in full where that reads back.
+        {"alias a<b 1\nnote a<b free<fax:2><phone:3>text\n",
+         "alias a<b 1\r\nnote a<b <fax:2><phone:3>text\r\nalias a<b \r\nnote a<b <free>"},
+        {"alias <x 1\nnote <x <fax:2>\n", "alias <x 1\r\nnote <x <fax:2>"},
+        {"alias bob\r\nnote bob <fax:2>text", "alias bob\r \r\nnote bob\r <fax:2>text"},
+        {"alias a<name:b 1\nnote a <fax:2>c\n", "alias a<name:b 1\r\nnote a <fax:2>c"}};
+    for (const auto& [content, saved] : forms) {
+        EXPECT_EQ(Resaved(content), saved) << content;
+        EXPECT_EQ(Resaved(saved), saved);
+    }
+}
+
+// Records that agree in their first eight, sixteen and more bytes, in every order.
+TEST_F(BookTest, SortsLongCommonBeginnings) {
+    std::string content;
+    for (int i = 999; i >= 0; --i) {
+        content += "alias person-with-a-long-name-" + std::to_string(i * 7 % 1000) + " x\n";
+        content += "alias " + std::string(static_cast<std::size_t>(i % 39 + 1), 'p') + " x\n";
+    }
+    CEudoraAB book;
+    Load(book, content);
+    const auto keys = Keys(book);
+    EXPECT_EQ(keys.size(), 1000U + 39U);
+    EXPECT_TRUE(std::ranges::is_sorted(keys));
+    for (const auto& key : keys) ASSERT_EQ(book.FindRecord(key), RRC_OK) << key;
+    EXPECT_EQ(book.FindRecord("person-w"), RRC_NONE);
+}
+
+// The room is made for the records that are there, not for as many as a long tail could hold.
+TEST_F(BookTest, TakesMemoryByTheRecords) {
+    std::string content;
+    for (int i = 1000; i < 5200; ++i) content += "alias b" + std::to_string(i) + " \n";
+    content += "alias z " + std::string(1 << 23, 'x');
+    CEudoraAB book;
+    book.UseUtil(&util);
+    machine.files.Put(kBookPath, content);
+    const auto before = test::BytesRequested();
+    ASSERT_EQ(book.Open(kBookPath), RRC_OK);
+    EXPECT_LT(test::BytesRequested() - before, 1U << 20);
+}
+
+TEST_F(BookTest, WithoutAFreeNumberTheRecordIsDropped) {
+    std::string content = "alias s x\nalias " + kName39 + " x\n";
+    for (int i = 1; i <= 997; ++i) content += "alias s" + std::to_string(i) + " x\n";
+    CEudoraAB book;
+    Load(book, content);
+    Add(book, "s", "last");
+    EXPECT_EQ(book.CurrentKey(), "s998");
+    book.NewRecord();
+    book.SetRecordField(ContactField::kNickname, "s");
+    EXPECT_EQ(book.StoreRecord(), RRC_FAILED);
+    book.NewRecord();
+    book.SetRecordField(ContactField::kName, kName39 + "n");
+    EXPECT_EQ(book.StoreRecord(), RRC_OK);
+    EXPECT_EQ(book.CurrentKey().Str(), std::string(38, 'n') + "1");
+    EXPECT_EQ(Keys(book).size(), 1001U);
+}
+
+TEST_F(BookTest, RemovingMovesToTheEntryBehind) {
+    CEudoraAB book;
+    Load(book, "alias a 1\nalias b 2\nalias c 3\nalias d 4\n");
+    Edit(book, "b", ContactField::kName, "changed");
+    EXPECT_EQ(book.RemoveRecord("a"), RRC_OK);
+    EXPECT_EQ(book.CurrentKey(), "a");
+    EXPECT_EQ(book.RemoveRecord(), RRC_OK);
+    EXPECT_EQ(book.NextRecord(), RRC_OK);
+    EXPECT_EQ(book.CurrentKey(), "c");
+    EXPECT_EQ(book.RemoveRecord("a"), RRC_FAILED);
+    EXPECT_EQ(book.RemoveRecord("b"), RRC_OK);
+    book.NewRecord();
+    EXPECT_EQ(book.RemoveRecord(), RRC_OK);
+    EXPECT_EQ(Keys(book), (Texts{"c", "d"}));
+    // Removing what was just stored, while the position is at the end.
+    Add(book, "n", "x");
+    EXPECT_EQ(book.RemoveRecord(), RRC_OK);
+    EXPECT_EQ(Keys(book), (Texts{"c", "d"}));
+}
+
+TEST_F(BookTest, CutsNicknamesAtWholeCharacters) {
+    using addressbook::CutNickname;
+    std::string pairs;
+    for (int i = 0; i < 30; ++i) pairs += "\x83\x5c";
+    EXPECT_EQ(CutNickname(pairs, 932).size(), 38U);  // 39 would cut the twentieth in half
+    EXPECT_EQ(CutNickname(pairs, 1252).size(), 27U);
+    EXPECT_EQ(CutNickname("a" + pairs, 932).size(), 39U);
+    EXPECT_EQ(CutNickname(std::string(26, 'x') + pairs, 932).size(), 28U);
+}
+
+// Every file operation of a save fails once, alone, with a torn write, and for good.
+TEST_F(BookTest, AnyFailureLeavesTheOldFileOrTheNewOne) {
+    const std::string oldText = "alias a 1\r\nalias \"group\" b\r\n";
+    const std::string newText = "alias a 2\r\nalias \"group\" b";
+    const auto play = [&](Fault fault, int n) {
+        CEudoraAB book;
+        Load(book, oldText);
+        machine.files.Put(kToc, "t");
+        Edit(book, "a", ContactField::kEmail, "2");
+        machine.faults.Arm(fault, n, platform::ErrorCode::kNoSpace);
+        const bool isSaved = book.SaveRecords() == RRC_OK;
+        const bool fired = machine.faults.Disarm();
+        EXPECT_EQ(machine.files.OpenCount(), 0);
+        if (fault == Fault::kKill) machine.files.Crash();
+        EXPECT_EQ(Saved(), isSaved ? newText : oldText);
+        EXPECT_EQ(DrainErrors().size(), isSaved ? 0U : 2U);
+        const bool isKilled = fault == Fault::kKill;
+        EXPECT_TRUE(isKilled || !machine.files.Get(kSide)) << "a side file is left";
+        EXPECT_FALSE(isKilled && Saved() == newText && machine.files.Get(kToc)) << "a wrong table";
+        EXPECT_EQ(book.SaveRecords(), RRC_OK);
+        EXPECT_EQ(Saved(), newText);
+        EXPECT_EQ(machine.files.AllFiles(), Texts{kBookPath});
+        return fired;
+    };
+    test::ForEveryFault(play, 6);
+}
+
+// The message names the file that failed, and the cause.
+TEST_F(BookTest, SaysWhichFileFailedAndThatTheDiskIsFull) {
+    CEudoraAB book;
+    Load(book, "alias a 1\n");
+    machine.files.Put(kToc, "t");
+    machine.files.LimitDisk(16);
+    EXPECT_EQ(book.SaveRecords(), RRC_FAILED);
+    EXPECT_EQ(DrainErrors(), (Texts{"cannot open " + kSide, "disk full"}));
+    EXPECT_TRUE(machine.files.Get(kToc)) << "it still fits the file that stays";
+}
+
+// Of a file with a bad place the records before it are there, but never written over the whole.
+TEST_F(BookTest, AFileIsReadUpToItsBadPlaceAndNeverWrittenBack) {
+    std::string content;
+    while (content.size() < 600000)
+        content += "alias n" + std::to_string(content.size()) + " x\r\n";
+    for (const std::size_t place : {0U, 512U, 5000U, 262144U, 599999U}) {
+        SCOPED_TRACE(place);
+        CEudoraAB book;
+        book.UseUtil(&util);
+        machine.files.Put(kBookPath, content);
+        machine.files.SetBadFrom(kBookPath, place);
+        for (int opening = 0; opening < 2; ++opening) {
+            EXPECT_EQ(book.Open(kBookPath), RRC_OK);
+            EXPECT_EQ(DrainErrors(), Texts{"read error"});
+        }
+        const auto read = static_cast<std::ptrdiff_t>(place / 512 * 512);
+        EXPECT_EQ(std::ssize(Keys(book)),
+                  std::count(content.begin(), content.begin() + read, '\n'));
+        EXPECT_EQ(book.SaveRecords(), RRC_FAILED);
+        EXPECT_EQ(DrainErrors(), (Texts{std::string("cannot open ") + kBookPath, "read error"}));
+        EXPECT_EQ(Saved(), content);
+    }
+}
+
+// Any operation of an opening that fails: a result, or a part of the records and a message.
+TEST_F(BookTest, AnyFailureOfAnOpeningIsTold) {
+    const auto play = [&](Fault fault, int n) {
+        CEudoraAB book;
+        book.UseUtil(&util);
+        machine.files.Put(kBookPath, std::string(300000, '\n'));
+        machine.faults.Arm(fault, n);
+        const auto result = book.Open(kBookPath);
+        const bool fired = machine.faults.Disarm();
+        EXPECT_EQ(result != RRC_OK || !DrainErrors().empty(), fired);
+        EXPECT_EQ(book.SaveRecords() != RRC_OK, fired);
+        DrainErrors();
+        return fired;
+    };
+    test::ForEveryFault(play, 4, {Fault::kFail});
+}
+
+}  // namespace
