@@ -3,7 +3,7 @@
 #include <optional>
 #include <utility>
 
-#include "mailstore/built_record.h"
+#include "mailstore/draft.h"
 #include "mailstore/eudora_access.h"
 #include "platform/os/code_page.h"
 #include "text/path.h"

@@ -5,7 +5,6 @@
 #include <memory>
 #include <utility>
 #include <vector>
-#include "mailstore/built_record.h"
 #include "text/ascii.h"
 
 namespace mailstore {
@@ -81,29 +80,29 @@ void Draft::Set(MailField field, const void* cell) {
 // What needs memory comes before anything changes hands.
 void Draft::Queue(std::list<MapiMessage*>& queue, bool isToBeSent) {
     std::list<MapiMessage*> queued{m_lpNewMessage};
-    std::vector<std::pair<std::uint32_t, TextBlock>> recipients;
-    std::vector<TextBlock> names;
+    struct Recipient {
+        std::uint32_t recipientClass;
+        TextBlock address, name;
+    };
+    std::vector<Recipient> recipients;
     for (const auto& [recipientClass, text] :
          {std::pair{mapi::kTo, &m_pszTo}, {mapi::kCc, &m_pszCc}, {mapi::kBcc, &m_pszBcc}}) {
         if (text->empty()) continue;
         auto addresses = Pieces(*text, isToBeSent ? ";," : ";");
         if (!isToBeSent) addresses = {text::Joined(addresses, ", ")};
         for (const std::string& address : addresses) {
-            recipients.emplace_back(recipientClass, CopyOf(address));
-            names.push_back(isToBeSent ? CopyOf(address) : nullptr);
+            recipients.push_back(
+                {recipientClass, CopyOf(address), isToBeSent ? CopyOf(address) : nullptr});
         }
     }
     MapiMessage& record = *m_lpNewMessage;
     if (!recipients.empty()) record.lpRecips = new MapiRecipDesc[recipients.size()]{};
-    for (auto& [recipientClass, address] : recipients) {
-        MapiRecipDesc& entry = record.lpRecips[record.nRecipCount];
-        entry.ulRecipClass = recipientClass;
-        entry.lpszAddress = address.release();
-        entry.lpszName = names[record.nRecipCount++].release();
+    for (auto& [recipientClass, address, name] : recipients) {
+        record.lpRecips[record.nRecipCount++] = {
+            0, recipientClass, name.release(), address.release(), 0, nullptr};
     }
     m_lpNewMessage = nullptr;
     queue.splice(queue.end(), queued);
-    ForgetRecipients();
 }
 
 }  // namespace mailstore

@@ -6,7 +6,6 @@
 #include "frame/interface/field_ids.h"
 #include "integration/dialogs/eudora_options_dlg.h"
 #include "mailbox/toc_records.h"
-#include "mailstore/built_record.h"
 #include "mailstore/eudora_access.h"
 #include "mailstore/mail_date.h"
 #include "mailstore/mail_fields.h"
@@ -195,8 +194,7 @@ RRETURNCODE CREudoraMail::GetModifiedInfo(CString& csModifiedInfo) {
         csModifiedInfo.Empty();
         if (m_bOutBox || m_bOutBoxRecord) return RRC_OK;
         std::int32_t status = 0;
-        unsigned long type = kFieldInteger;
-        if (const auto code = GetField(FieldId(MailField::kStatus).c_str(), &type, &status);
+        if (const auto code = GetField(FieldId(MailField::kStatus).c_str(), nullptr, &status);
             code != RRC_OK) {
             KV_LOG(1, "Error while reading the field [%d]\n", static_cast<int>(MailField::kStatus));
             Util().AddError(StringId::kNoStatus);
@@ -216,16 +214,14 @@ int CREudoraMail::PassesFilters() {
 bool CREudoraMail::IsTooLarge() {
     if (m_appInfo.m_bLimitMailSize == 0) return false;
     std::int32_t size = 0;
-    unsigned long type = kFieldInteger;
-    if (GetField(FieldId(MailField::kSize).c_str(), &type, &size) != RRC_OK) return false;
+    if (GetField(FieldId(MailField::kSize).c_str(), nullptr, &size) != RRC_OK) return false;
     return size > std::int64_t{m_appInfo.m_nMailLimitKB} * 1024;
 }
 
 bool CREudoraMail::IsTooOld() {
     if (m_appInfo.m_bLimitMailAge == 0) return false;
     double date = kNoDate;
-    unsigned long type = kFieldDateLast;
-    const auto code = GetField(FieldId(MailField::kDate).c_str(), &type, &date);
+    const auto code = GetField(FieldId(MailField::kDate).c_str(), nullptr, &date);
     if (code != RRC_OK || date == kNoDate) return false;
     return std::trunc(date) < mailstore::LocalNow(Util().system.clock) - m_appInfo.m_nMailAgeDays;
 }

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "mailbox/toc_file.h"
-#include "mailstore/built_record.h"
+#include "mailstore/draft.h"
 #include "mailstore/mail_date.h"
 #include "mailstore/mail_fields.h"
 #include "platform/kvutil/kvutil.h"
@@ -100,30 +100,23 @@ Result<bool> AreStored(platform::File& toc, const mailbox::TocHeader& header,
     return areStored;
 }
 
-Appended Failed(const platform::Failure& failure, bool isOfToc) {
-    Appended failed;
-    failed.failure = failure;
-    failed.isOfToc = isOfToc;
-    return failed;
-}
-
 // `stored` is how many of the first mails an earlier call has stored; meanwhile `uncertain` of them
 // may be.
 Appended Append(CEudoraTransUtil& util, platform::File& mbx, platform::File& toc,
                 std::span<const NewMail> mails, std::uint32_t highestId, std::size_t& uncertain,
                 std::size_t& stored) {
     const auto header = mailbox::ReadTocHeaderToChange(toc);
-    if (!header) return Failed(header.Error(), true);
+    if (!header) return {.failure = header.Error(), .isOfToc = true};
     const auto size = mbx.Size();
-    if (!size) return Failed(size.Error(), false);
+    if (!size) return {.failure = size.Error(), .isOfToc = false};
     if (uncertain > 0) {
         const auto areStored = AreStored(toc, *header, mails.first(uncertain));
-        if (!areStored) return Failed(areStored.Error(), true);
+        if (!areStored) return {.failure = areStored.Error(), .isOfToc = true};
         if (*areStored) stored = uncertain;
         uncertain = 0;
     }
     const Status leftovers = mailbox::CheckLeftovers(toc, *header, *size);
-    if (!leftovers) return Failed(leftovers.Error(), true);
+    if (!leftovers) return {.failure = leftovers.Error(), .isOfToc = true};
     const Labels labels{util.GetString(StringId::kMailFrom).Str(),
                         util.GetString(StringId::kAttachmentMark).Str()};
     const auto added = mails.subspan(stored);

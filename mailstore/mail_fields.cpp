@@ -3,7 +3,7 @@
 #include <new>
 #include <optional>
 
-#include "mailstore/built_record.h"
+#include "mailstore/draft.h"
 #include "mailstore/eudora_access.h"
 #include "mailstore/mail_date.h"
 #include "platform/kvutil/kvutil.h"

@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "mailstore/built_record.h"
+#include "mailstore/draft.h"
 #include "mailstore/eudora_access.h"
 #include "mailstore/mail_fields.h"
 

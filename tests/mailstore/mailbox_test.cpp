@@ -43,16 +43,26 @@ class FarFile : public platform::File {
     }
     Result<std::uint64_t> Size() override { return m_size; }
     Status Write(std::string_view bytes) override {
+        if (writesLeft == 0) return platform::Failure{};
+        --writesLeft;
         written += bytes;
+        calls += 'w';
         return {};
     }
-    Status Truncate(std::uint64_t) override { return {}; }
-    Status Flush() override { return {}; }
+    Status Truncate(std::uint64_t) override {
+        calls += 't';
+        return {};
+    }
+    Status Flush() override {
+        calls += 'f';
+        return {};
+    }
     Status Close() override { return {}; }
 
     std::size_t largest = 0;
     std::uint64_t total = 0;
-    std::string written;
+    std::string written, calls;
+    int writesLeft = 1000;  // then all fail
 
   private:
     std::uint64_t m_size, m_position = 0;
@@ -114,6 +124,32 @@ TEST(Append, NoMailReachesBeyondFourGigabytes) {
         EXPECT_EQ(result.refused, 3 - stored) << size;
         EXPECT_EQ(mbx.written.size(), stored * 10);
     }
+}
+
+// Nobody knows whether a header stands that could neither be written nor put back.
+TEST(Append, EachStepIsOnTheDiskBeforeTheNext) {
+    for (const bool fails : {false, true}) {
+        FarFile mbx(0), toc(0);
+        if (fails) toc.writesLeft = 1;
+        const auto header = mailbox::TocHeader::Decode(mailbox::NewTocHeader());
+        const auto result = mailbox::AppendMails(
+            {mbx, toc, header, 0, "", 0, false}, 1,
+            [](std::size_t, std::string&) { return mailbox::MsgBlock().Encode(); });
+        EXPECT_EQ(mbx.calls, "wf");
+        EXPECT_EQ(toc.calls, fails ? "twf" : "twfwf") << "blocks, flush, header, flush";
+        EXPECT_EQ(fails ? result.uncertain : result.written, 1U);
+    }
+}
+
+TEST(TocFile, BlocksThatItLacksAreZero) {
+    MailboxBuilder box;
+    for (std::uint32_t i = 1; i <= 1030; ++i) box.Block(i, 1, 1);
+    const auto bytes = box.Toc();
+    FarFile toc(bytes.size(), {{0, bytes}});
+    const auto places = *mailbox::ReadPlaces(toc, 3000);
+    EXPECT_EQ(places.size(), 3000U);
+    EXPECT_EQ(places[1029].dwMsgId, 1030U);
+    for (const std::size_t at : {1030U, 2500U}) EXPECT_EQ(places[at].End(), 0U) << at;
 }
 
 // What a scan gives, the plain way: nothing without "To: ", else the id.
