@@ -359,11 +359,9 @@ RRETURNCODE CREudoraTransBase::SetField(LPCTSTR pszFieldId, unsigned long*, void
 
 // The same line for both operations, which names the one.
 bool CREudoraTransBase::HasField(LPCTSTR fieldId) const {
-    const bool isThere = m_appInfo.m_fields.Lookup(fieldId) >= 0;
-    if (!isThere) {
-        KV_LOG(1, "CREudoraTransBase::SetField Field Id '%s' is not found in the list", fieldId);
-    }
-    return isThere;
+    if (m_appInfo.m_fields.Lookup(fieldId) >= 0) return true;
+    KV_LOG(1, "CREudoraTransBase::SetField Field Id '%s' is not found in the list", fieldId);
+    return false;
 }
 
 RRETURNCODE CREudoraTransBase::IsOkToSetRecord(RWORD, RFIELDCALLBACK, void*, BOOL* pbOk) {

@@ -7,6 +7,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 
 #include "frame/trans_util.h"
 
@@ -15,22 +16,11 @@ using platform::ControlKind;
 
 namespace {
 
-enum Control {
-    kDaysLimit = 1000,
-    kSizeLimit = 1001,
-    kAttachments = 1002,
-    kAttachLimit = 1003,
-    kDays = 1004,
-    kSize = 1005,
-    kAttachSize = 1006,
-    kDaysSpin = 1007,
-    kSizeSpin = 1008,
-    kAttachSpin = 1009,
-    kFrame = 1010,
-    kDaysUnit = 1011,
-    kSizeUnit = 1012,
-    kAttachUnit = 1013,
-};
+// Numbers of the controls.
+constexpr int kDaysLimit = 1000, kSizeLimit = 1001, kAttachments = 1002, kAttachLimit = 1003;
+constexpr int kDays = 1004, kSize = 1005, kAttachSize = 1006;
+constexpr int kDaysSpin = 1007, kSizeSpin = 1008, kAttachSpin = 1009, kFrame = 1010;
+constexpr int kDaysUnit = 1011, kSizeUnit = 1012, kAttachUnit = 1013;
 
 constexpr platform::DialogControl kControls[] = {
     {kFrame, ControlKind::kGroupBox, 7, 7, 238, 82},
@@ -52,13 +42,8 @@ constexpr platform::DialogControl kControls[] = {
 };
 constexpr platform::DialogTemplate kTemplate{129, 252, 115, kControls};
 
-// The string of the bundle that a control shows.
-struct ControlText {
-    int control;
-    StringId id;
-};
-
-constexpr ControlText kTexts[] = {
+// The strings of the bundle that controls show.
+constexpr std::pair<int, StringId> kTexts[] = {
     {kFrame, StringId::kOptionsFrame},
     {kDaysLimit, StringId::kOptionsAge},
     {kSizeLimit, StringId::kOptionsSize},
@@ -91,12 +76,7 @@ constexpr Box kBoxes[] = {
     {kDaysLimit, &CEudoraOptionsDlg::m_bLimitMailAge, kDaysPart},
 };
 
-struct Number {
-    int control;
-    Value value;
-};
-
-constexpr Number kNumbers[] = {
+constexpr std::pair<int, Value> kNumbers[] = {
     {kAttachSize, &CEudoraOptionsDlg::m_nAttachLimitKB},
     {kSize, &CEudoraOptionsDlg::m_nMailLimitKB},
     {kDays, &CEudoraOptionsDlg::m_nMailAgeDays},
@@ -128,7 +108,7 @@ int CEudoraOptionsDlg::DoModal() {
 void CEudoraOptionsDlg::OnInit(platform::DialogView& view) {
     constexpr int kHighest = 9999;
     view.SetTitle(m_pUtil->GetString(StringId::kOptionsTitle).Str());
-    for (const auto& text : kTexts) view.SetText(text.control, m_pUtil->GetString(text.id).Str());
+    for (const auto& [control, id] : kTexts) view.SetText(control, m_pUtil->GetString(id).Str());
     for (const int spin : {kDaysSpin, kSizeSpin, kAttachSpin}) view.SetRange(spin, 0, kHighest);
     ShowValues(view);
     for (const int box : {kDaysLimit, kSizeLimit, kAttachments}) EnableParts(view, box);
@@ -153,22 +133,22 @@ void CEudoraOptionsDlg::ShowValues(platform::DialogView& view) const {
         // 2 is the third state, which a box of two states shows as checked.
         view.SetChecked(box.control, this->*box.value == 1 || this->*box.value == 2);
     }
-    for (const Number& number : kNumbers) {
-        view.SetText(number.control, std::to_string(this->*number.value));
+    for (const auto& [control, value] : kNumbers) {
+        view.SetText(control, std::to_string(this->*value));
     }
 }
 
 bool CEudoraOptionsDlg::TakeValues(platform::DialogView& view) {
     for (const Box& box : kBoxes) this->*box.value = view.IsChecked(box.control) ? 1 : 0;
-    for (const Number& number : kNumbers) {
-        const auto typed = ParseInteger(view.Text(number.control).substr(0, kLongestNumber));
+    for (const auto& [control, value] : kNumbers) {
+        const auto typed = ParseInteger(view.Text(control).substr(0, kLongestNumber));
         if (!typed) {
             m_pUtil->system.dialogs.ShowMessage("Please enter an integer.", "Eudora",
                                                 platform::MessageIcon::kWarning);
-            view.Focus(number.control);
+            view.Focus(control);
             return false;
         }
-        this->*number.value = *typed;
+        this->*value = *typed;
     }
     return true;
 }

@@ -107,6 +107,7 @@ TEST_F(InitializationTest, AFailureFillsTheBuffer) {
         CEudoraTransUtil(bare.system).InitTranslatorEx(&env, nullptr, "JP", message.data(), 12),
         RRC_FAILED);
     EXPECT_EQ(message, std::string(12, '\0'));
+    EXPECT_EQ(bare.libraries.Tries().size(), 16U) << "no alternative, so eight codes twice";
     EXPECT_STREQ(LastVornErrorString(), "Unable to locate any resource DLL.");
     EXPECT_TRUE(LogCapture::Has(
         "1 ERROR: Language bundle load failed Base=kvlEUD, Path=C:\\env, LangId=JP\n"));

@@ -189,7 +189,8 @@ TEST_F(TransBaseTest, MessagesComeOnceAndInOrder) {
 TEST_F(TransBaseTest, FieldsWithoutRecordsHaveNamesAndEmptyValues) {
     LoadStrings({{41, "From"}});
     for (const auto& [id, name] : {std::pair{"1", 41}, {"2", 42}, {"3", -5}}) {
-        translator.m_appInfo.m_fields.Add({id, 0, name, "own", kFieldText, 0xC0000000U});
+        translator.m_appInfo.m_fields.Add(
+            {id, 0, name, std::string("own") + id, kFieldText, 0xC0000000U});
     }
     CString id, name("old");
     unsigned long type = 0, tag = 0;
@@ -201,7 +202,7 @@ TEST_F(TransBaseTest, FieldsWithoutRecordsHaveNamesAndEmptyValues) {
         EXPECT_EQ(tag, 0xC0000000UL);
     }
     EXPECT_EQ(code, RRC_NONE);
-    EXPECT_EQ(seen + id.Str() + name.Str(), "1From41 2own42 3own43 3own");
+    EXPECT_EQ(seen + id.Str() + name.Str(), "1From41 2own242 3own343 3own3");
 
     std::int32_t number = 17;
     double date = 1.5;

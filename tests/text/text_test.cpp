@@ -153,7 +153,7 @@ TEST(Path, Splits) {
     EXPECT_EQ(text::LastSeparator("a:b:c", 1252), 1u);
     EXPECT_THAT(text::NamesIn("\\..\\a/.\\\x95\\b\\x\\..\\\\c", 932),
                 ElementsAre("a", "\x95\\b", "c"));
-    EXPECT_THAT(text::NamesIn("", 1252), ElementsAre());
+    EXPECT_THAT(text::NamesIn("a\\..\\..\\b\\", 1252), ElementsAre("b"));
 }
 
 TEST(Path, CharactersOfTwoBytesStayWhole) {
