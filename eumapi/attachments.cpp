@@ -118,13 +118,30 @@ std::string Key(std::string_view name, unsigned codePage) {
 // in its own folder, and the one that Eudora.ini names.
 class AttachmentSearch {
   public:
-    AttachmentSearch(const platform::System& system, const std::string& eudoraFolder);
+    AttachmentSearch(const platform::System& system, const std::string& eudoraFolder)
+        : m_system(system) {
+        AddRoot(eudoraFolder + "Attach");
+        const auto ini = platform::ReadWhole(m_system.files, eudoraFolder + "Eudora.ini",
+                                             kLargestIni, platform::Share::kReadWrite);
+        if (!ini) return;
+        const auto folder = platform::ProfileValue(*ini, "Settings", "AutoReceiveDirectory");
+        if (folder && !folder->empty()) AddRoot(std::string(*folder));
+    }
 
     // The file at that path if it lies in one of the folders, at any depth, else the one of that
     // name directly in them, for a Eudora that was moved. Empty if there is none, or if an earlier
     // line led to it. The cost grows with the number of calls and with that of files in the
     // folders, not with their product.
-    std::string Find(std::string_view linePath);
+    std::string Find(std::string_view linePath) {
+        const auto name = text::PlainNameIn(linePath, m_system.codePage);
+        if (name.empty()) return {};
+        std::string path;
+        if (Folder* folder = FolderOf(linePath)) path = FindIn(*folder, name);
+        for (auto root = m_roots.begin(); path.empty() && root != m_roots.end(); ++root) {
+            path = FindIn(*root, name);
+        }
+        return path;
+    }
 
   private:
     struct Folder {
@@ -133,12 +150,71 @@ class AttachmentSearch {
         std::optional<std::multimap<std::string, std::string>> names;
     };
 
-    void AddRoot(std::string path);
-    bool LiesInRoot(const std::string& realPath) const;
-    Folder* FolderOf(std::string_view linePath);
-    std::string FindIn(Folder& folder, const std::string& name);
-    void ListNames(Folder& folder) const;
-    bool IsNew(const std::string& realPath);
+    void AddRoot(std::string path) {
+        auto real = m_system.files.RealPath(path);
+        const auto info = m_system.files.Stat(path);
+        if (!real || !info || !info->isFolder) return;
+        path = text::WithSeparator(std::move(path), m_system.codePage);
+        if (!real->ends_with('/')) *real += '/';
+        m_roots.push_back({std::move(path), std::nullopt});
+        m_realRoots.push_back(*std::move(real));
+    }
+
+    bool LiesInRoot(const std::string& realPath) const {
+        return std::ranges::any_of(m_realRoots,
+                                   [&](const auto& root) { return realPath.starts_with(root); });
+    }
+
+    // Null if attachments do not lie in the folder of that path.
+    Folder* FolderOf(std::string_view linePath) {
+        if (!IsOnDrive(linePath)) return nullptr;
+        std::string path(linePath.substr(0, text::LastSeparator(linePath, m_system.codePage) + 1));
+        const auto known = m_folders.find(path);
+        if (known != m_folders.end()) return known->second.path.empty() ? nullptr : &known->second;
+        if (m_folders.size() == kMostFolders) return nullptr;
+        auto& folder = m_folders[path];
+        const auto real = m_system.files.RealPath(path);
+        if (!real || !LiesInRoot(*real + '/')) return nullptr;
+        folder.path = std::move(path);
+        return &folder;
+    }
+
+    // A name that is not there just so costs the system a look at every name. It is asked once;
+    // what else the lines name is looked for among the names that it told, each of which counts
+    // once.
+    std::string FindIn(Folder& folder, const std::string& name) {
+        std::string path = folder.path + name;
+        if (!folder.names) {
+            const auto real = m_system.files.RealPath(path);
+            const bool isSpeltSo =
+                real && real->ends_with('/' + platform::ToUtf8(name, m_system.codePage));
+            if (isSpeltSo && IsNew(*real)) return path;
+            ListNames(folder);
+        }
+        const auto [first, last] = folder.names->equal_range(Key(name, m_system.codePage));
+        if (first == last) return {};
+        auto spelt =
+            std::find_if(first, last, [&](const auto& entry) { return entry.second == name; });
+        if (spelt == last) spelt = first;
+        path = folder.path + spelt->second;
+        folder.names->erase(spelt);
+        const auto real = m_system.files.RealPath(path);
+        return real && IsNew(*real) ? path : std::string();
+    }
+
+    void ListNames(Folder& folder) const {
+        folder.names.emplace();
+        const auto entries = m_system.files.List(folder.path, "*");
+        if (!entries) return;
+        for (const auto& entry : *entries) {
+            if (!entry.isFolder)
+                folder.names->emplace(Key(entry.name, m_system.codePage), entry.name);
+        }
+    }
+
+    bool IsNew(const std::string& realPath) {
+        return LiesInRoot(realPath) && m_found.insert(realPath).second;
+    }
 
     platform::System m_system;
     std::vector<Folder> m_roots;
@@ -146,90 +222,6 @@ class AttachmentSearch {
     std::map<std::string, Folder> m_folders;  // by the text of the lines
     std::set<std::string> m_found;            // real paths
 };
-
-AttachmentSearch::AttachmentSearch(const platform::System& system, const std::string& eudoraFolder)
-    : m_system(system) {
-    AddRoot(eudoraFolder + "Attach");
-    const auto ini = platform::ReadWhole(m_system.files, eudoraFolder + "Eudora.ini", kLargestIni,
-                                         platform::Share::kReadWrite);
-    if (!ini) return;
-    const auto folder = platform::ProfileValue(*ini, "Settings", "AutoReceiveDirectory");
-    if (folder && !folder->empty()) AddRoot(std::string(*folder));
-}
-
-void AttachmentSearch::AddRoot(std::string path) {
-    auto real = m_system.files.RealPath(path);
-    const auto info = m_system.files.Stat(path);
-    if (!real || !info || !info->isFolder) return;
-    path = text::WithSeparator(std::move(path), m_system.codePage);
-    if (!real->ends_with('/')) *real += '/';
-    m_roots.push_back({std::move(path), std::nullopt});
-    m_realRoots.push_back(*std::move(real));
-}
-
-bool AttachmentSearch::LiesInRoot(const std::string& realPath) const {
-    return std::ranges::any_of(m_realRoots,
-                               [&](const auto& root) { return realPath.starts_with(root); });
-}
-
-// Null if attachments do not lie in the folder of that path.
-AttachmentSearch::Folder* AttachmentSearch::FolderOf(std::string_view linePath) {
-    if (!IsOnDrive(linePath)) return nullptr;
-    std::string path(linePath.substr(0, text::LastSeparator(linePath, m_system.codePage) + 1));
-    const auto known = m_folders.find(path);
-    if (known != m_folders.end()) return known->second.path.empty() ? nullptr : &known->second;
-    if (m_folders.size() == kMostFolders) return nullptr;
-    auto& folder = m_folders[path];
-    const auto real = m_system.files.RealPath(path);
-    if (!real || !LiesInRoot(*real + '/')) return nullptr;
-    folder.path = std::move(path);
-    return &folder;
-}
-
-bool AttachmentSearch::IsNew(const std::string& realPath) {
-    return LiesInRoot(realPath) && m_found.insert(realPath).second;
-}
-
-// A name that is not there just so costs the system a look at every name. It is asked once; what
-// else the lines name is looked for among the names that it told, each of which counts once.
-std::string AttachmentSearch::FindIn(Folder& folder, const std::string& name) {
-    std::string path = folder.path + name;
-    if (!folder.names) {
-        const auto real = m_system.files.RealPath(path);
-        const bool isSpeltSo =
-            real && real->ends_with('/' + platform::ToUtf8(name, m_system.codePage));
-        if (isSpeltSo && IsNew(*real)) return path;
-        ListNames(folder);
-    }
-    const auto [first, last] = folder.names->equal_range(Key(name, m_system.codePage));
-    if (first == last) return {};
-    auto spelt = std::find_if(first, last, [&](const auto& entry) { return entry.second == name; });
-    if (spelt == last) spelt = first;
-    path = folder.path + spelt->second;
-    folder.names->erase(spelt);
-    const auto real = m_system.files.RealPath(path);
-    return real && IsNew(*real) ? path : std::string();
-}
-
-void AttachmentSearch::ListNames(Folder& folder) const {
-    folder.names.emplace();
-    const auto entries = m_system.files.List(folder.path, "*");
-    if (!entries) return;
-    for (const auto& entry : *entries) {
-        if (!entry.isFolder) folder.names->emplace(Key(entry.name, m_system.codePage), entry.name);
-    }
-}
-
-std::string AttachmentSearch::Find(std::string_view linePath) {
-    const auto name = text::PlainNameIn(linePath, m_system.codePage);
-    if (name.empty()) return {};
-    std::string path;
-    if (Folder* folder = FolderOf(linePath)) path = FindIn(*folder, name);
-    for (auto root = m_roots.begin(); path.empty() && root != m_roots.end(); ++root) {
-        path = FindIn(*root, name);
-    }
-    return path;
-}
 
 }  // namespace
 

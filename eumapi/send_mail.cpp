@@ -137,83 +137,76 @@ class OutgoingFiles {
         : m_system(system), m_attach(eudoraFolder + "Attach\\") {}
     OutgoingFiles(const OutgoingFiles&) = delete;
     OutgoingFiles& operator=(const OutgoingFiles&) = delete;
-    ~OutgoingFiles();
+    ~OutgoingFiles() {
+        if (m_isKept) return;
+        try {
+            for (const auto& path : m_paths) (void)m_system.files.Delete(path);
+            for (const auto& folder : m_ownFolders) (void)m_system.files.RemoveFolder(folder);
+        } catch (const std::bad_alloc&) {
+            // As good as files that cannot be deleted.
+        }
+    }
 
-    Code Add(const MapiFileDesc& file);
+    Code Add(const MapiFileDesc& file) {
+        // An entry without a file stands for an attachment that never had one.
+        if (file.lpszPathName == nullptr || *file.lpszPathName == '\0') return mapi::kSuccess;
+        const std::string source = file.lpszPathName;
+        const auto info = m_system.files.Stat(source);
+        if (!info || info->isFolder) return mapi::kAttachmentNotFound;
+        const unsigned codePage = m_system.codePage;
+        const char* wanted = file.lpszFileName == nullptr ? "" : file.lpszFileName;
+        auto name = text::PlainNameIn(wanted, codePage);
+        if (name.empty()) name = text::PlainNameIn(source, codePage);
+        if (name.empty() || !MakeFile(name)) return mapi::kAttachmentWriteFailure;
+        const auto status = platform::CopyInto(m_system.files, source, m_paths.back());
+        if (status) return mapi::kSuccess;
+        return status.Error().context == source ? mapi::kAttachmentOpenFailure
+                                                : mapi::kAttachmentWriteFailure;
+    }
+
     const std::vector<std::string>& Paths() const { return m_paths; }
     void Keep() { m_isKept = true; }
 
   private:
-    platform::Status MakeFile(const std::string& name);
-    platform::Status MakeFileIn(const std::string& folder, const std::string& name);
-    platform::Status MakeOwnFolder();
+    Status MakeFile(const std::string& name) {
+        (void)m_system.files.CreateFolder(m_attach);
+        Status status = MakeFileIn(m_attach, name);
+        for (std::size_t i = 0; IsTaken(status); ++i) {
+            if (i == m_ownFolders.size()) status = MakeOwnFolder();
+            if (i < m_ownFolders.size()) status = MakeFileIn(m_ownFolders[i], name);
+        }
+        return status;
+    }
+
+    // What is made must be remembered even if memory runs out, and what others made must not be.
+    Status MakeFileIn(const std::string& folder, const std::string& name) {
+        std::string path = folder + name;
+        if (path.size() > text::kLongestPath) return Failure{ErrorCode::kTooLarge, path};
+        m_paths.reserve(m_paths.size() + 1);
+        const auto file =
+            m_system.files.Open(path, platform::OpenMode::kCreateNew, platform::Share::kNone);
+        if (!file) return file.Error();
+        m_paths.push_back(std::move(path));
+        return {};
+    }
+
+    // A number that no other mail's folder is likely to have.
+    Status MakeOwnFolder() {
+        m_ownFolders.reserve(m_ownFolders.size() + 1);
+        for (auto number = std::chrono::system_clock::to_time_t(m_system.clock.Now());; ++number) {
+            std::string folder = m_attach + std::to_string(number) + '\\';
+            Status status = m_system.files.CreateFolder(folder);
+            if (IsTaken(status)) continue;
+            if (status) m_ownFolders.push_back(std::move(folder));
+            return status;
+        }
+    }
 
     platform::System m_system;
     std::string m_attach;
     std::vector<std::string> m_ownFolders, m_paths;
     bool m_isKept = false;
 };
-
-OutgoingFiles::~OutgoingFiles() {
-    if (m_isKept) return;
-    try {
-        for (const auto& path : m_paths) (void)m_system.files.Delete(path);
-        for (const auto& folder : m_ownFolders) (void)m_system.files.RemoveFolder(folder);
-    } catch (const std::bad_alloc&) {
-        // As good as files that cannot be deleted.
-    }
-}
-
-Code OutgoingFiles::Add(const MapiFileDesc& file) {
-    // An entry without a file stands for an attachment that never had one.
-    if (file.lpszPathName == nullptr || *file.lpszPathName == '\0') return mapi::kSuccess;
-    const std::string source = file.lpszPathName;
-    const auto info = m_system.files.Stat(source);
-    if (!info || info->isFolder) return mapi::kAttachmentNotFound;
-    const unsigned codePage = m_system.codePage;
-    const char* wanted = file.lpszFileName == nullptr ? "" : file.lpszFileName;
-    auto name = text::PlainNameIn(wanted, codePage);
-    if (name.empty()) name = text::PlainNameIn(source, codePage);
-    if (name.empty() || !MakeFile(name)) return mapi::kAttachmentWriteFailure;
-    const auto status = platform::CopyInto(m_system.files, source, m_paths.back());
-    if (status) return mapi::kSuccess;
-    return status.Error().context == source ? mapi::kAttachmentOpenFailure
-                                            : mapi::kAttachmentWriteFailure;
-}
-
-Status OutgoingFiles::MakeFile(const std::string& name) {
-    (void)m_system.files.CreateFolder(m_attach);
-    Status status = MakeFileIn(m_attach, name);
-    for (std::size_t i = 0; IsTaken(status); ++i) {
-        if (i == m_ownFolders.size()) status = MakeOwnFolder();
-        if (i < m_ownFolders.size()) status = MakeFileIn(m_ownFolders[i], name);
-    }
-    return status;
-}
-
-// What is made must be remembered even if memory runs out, and what others made must not be.
-Status OutgoingFiles::MakeFileIn(const std::string& folder, const std::string& name) {
-    std::string path = folder + name;
-    if (path.size() > text::kLongestPath) return Failure{ErrorCode::kTooLarge, path};
-    m_paths.reserve(m_paths.size() + 1);
-    const auto file =
-        m_system.files.Open(path, platform::OpenMode::kCreateNew, platform::Share::kNone);
-    if (!file) return file.Error();
-    m_paths.push_back(std::move(path));
-    return {};
-}
-
-// A number that no other mail's folder is likely to have.
-Status OutgoingFiles::MakeOwnFolder() {
-    m_ownFolders.reserve(m_ownFolders.size() + 1);
-    for (auto number = std::chrono::system_clock::to_time_t(m_system.clock.Now());; ++number) {
-        std::string folder = m_attach + std::to_string(number) + '\\';
-        Status status = m_system.files.CreateFolder(folder);
-        if (IsTaken(status)) continue;
-        if (status) m_ownFolders.push_back(std::move(folder));
-        return status;
-    }
-}
 
 }  // namespace
 
