@@ -10,7 +10,6 @@
 #include "frame/trans_util.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
-#include "platform/testing/scripted_dialogs.h"
 #include "tests/frame/log_capture.h"
 #include "tests/frame/numbered_host.h"
 
@@ -56,12 +55,6 @@ class ModuleTest : public ::testing::Test {
             Find<exports::GetTranslatorObjectFn>(exports::kGetTranslatorObject)(kind, 0, &object),
             RRC_OK);
         return std::unique_ptr<CRRecordTranslator>(object);
-    }
-
-    static RRETURNCODE Configure(CRRecordTranslator& object, CString& selection, CString& summary,
-                                 CEudoraTransUtil* util) {
-        return CallAt<BOOL, RWORD, RWORD, RWORD, CString&, RWORD, CString&, CEudoraTransUtil*>(
-            object, 5, 0, 1, 2, 3, selection, 1, summary, util);
     }
 
     inline static std::unique_ptr<platform::Library> s_library;
@@ -208,7 +201,10 @@ TEST_F(ModuleTest, SettingsLiveFromFirstCallToRemoval) {
             return CallAt<BOOL, CRHostContext*, CString&, RWORD, CString&>(*object, 4, 0, &host,
                                                                            selection, w, summary);
         },
-        [&] { return Configure(*object, selection, summary, util); }};
+        [&] {
+            return CallAt<BOOL, RWORD, RWORD, RWORD, CString&, RWORD, CString&, CEudoraTransUtil*>(
+                *object, 5, 0, 1, 2, 3, selection, 1, summary, util);
+        }};
     for (const auto& form : forms) {
         summary.Empty();
         EXPECT_EQ(form(), RRC_OK);
@@ -230,16 +226,6 @@ TEST_F(ModuleTest, SettingsLiveFromFirstCallToRemoval) {
     EXPECT_EQ(Find<exports::SelfDiagnoseFn>(exports::kSelfDiagnose)(nullptr, nullptr, 0), 1);
     EXPECT_EQ(Find<exports::UninitTranslatorFn>(exports::kUninitTranslator)(), RRC_OK);
     EXPECT_TRUE(files.RemoveFolder(folder)) << "something was left behind";
-}
-
-TEST_F(ModuleTest, TheHostsDialogsAreAsked) {
-    platform::testing::ScriptedDialogs dialogs;
-    SetDialogProvider(&dialogs);
-    CString selection("C:\\no such folder\\x.cfg"), summary;
-    EXPECT_EQ(Configure(*Make(2), selection, summary, nullptr), RRC_OK);
-    SetDialogProvider(nullptr);
-    ASSERT_EQ(dialogs.messages.size(), 1U);
-    EXPECT_TRUE(dialogs.messages[0].text.starts_with("Unable to read the config file."));
 }
 
 TEST_F(ModuleTest, InsidesAreNotExported) {

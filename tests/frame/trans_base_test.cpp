@@ -167,21 +167,17 @@ TEST_F(TransBaseTest, MemoryThatRunsOutIsAResultAndTheNextCallWorks) {
     }
 }
 
-TEST_F(TransBaseTest, MessagesComeOnceAndInOrder) {
-    util.AddErrorText("first");
-    util.AddErrorText("second");
-    CString text("untouched");
-    EXPECT_EQ(translator.GetNextWarningMessage(text), RRC_NONE);
-    EXPECT_EQ(text, "untouched");
+TEST_F(TransBaseTest, MessagesComeInOrderAndOpeningClearsErrorsOnly) {
+    for (const char* text : {"first", "second", "third"}) util.AddErrorText(text);
+    util.AddWarningText("warning");
+    CString text;
     EXPECT_EQ(translator.GetFirstErrorMessage(text), RRC_OK);
     EXPECT_EQ(text, "first");
     EXPECT_EQ(translator.GetNextErrorMessage(text), RRC_OK);
-    EXPECT_EQ(translator.GetNextErrorMessage(text), RRC_NONE);
     EXPECT_EQ(text, "second");
-    util.AddErrorText("error");
-    util.AddWarningText("warning");
     EXPECT_EQ(translator.Open(3, 0, 0, 0, 0, 0, 0, 0, 0, &util), RRC_OK);
-    EXPECT_EQ(translator.GetFirstErrorMessage(text), RRC_NONE) << "opening clears the errors only";
+    EXPECT_EQ(translator.GetFirstErrorMessage(text), RRC_NONE);
+    EXPECT_EQ(text, "second") << "untouched";
     EXPECT_EQ(translator.GetFirstWarningMessage(text), RRC_OK);
     EXPECT_EQ(text, "warning");
 }
