@@ -45,18 +45,9 @@ inline constexpr MailboxKind kInBox{"In", 0}, kOutBox{"Out", 1}, kTrash{"Trash",
 // The 104 bytes of a new mailbox without mails.
 std::string NewTocHeader(const MailboxKind& kind = kInBox);
 
-// What the states at kStatusOffset mean in files of Eudora 7.
-enum class MailState : std::uint16_t {
-    kUnread = 0,
-    kRead = 1,
-    kReplied = 2,
-    kForwarded = 3,
-    kRedirected = 4,
-    kSendable = 6,
-    kQueued = 7,
-    kSent = 8,
-    kUnsent = 9
-};
+// States at kStatusOffset that we ask for or write, in files of Eudora 7; docs/formats/toc.md has
+// all.
+enum class MailState : std::uint16_t { kUnread = 0, kQueued = 7, kSent = 8 };
 
 // What an index of the mails needs of a block, for reading many.
 struct MailPlace {
