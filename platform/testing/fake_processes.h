@@ -21,9 +21,26 @@ class FakeProcesses : public Processes {
     SystemVersion version{6, 1};
     std::map<std::pair<std::string, std::string>, int> profile;  // by section and key
 
-    Result<std::unique_ptr<Process>> Start(std::string_view commandLine) override;
+    Result<std::unique_ptr<Process>> Start(std::string_view commandLine) override {
+        if (refuseStart) return Failure{ErrorCode::kNotSupported, std::string(commandLine)};
+        started.emplace_back(commandLine);
+        if (onStart) onStart();
+        return std::unique_ptr<Process>(std::make_unique<FakeProcess>(*this));
+    }
     Result<SystemVersion> Version() override { return version; }
-    int ProfileNumber(std::string_view section, std::string_view key, int otherwise) override;
+    int ProfileNumber(std::string_view section, std::string_view key, int otherwise) override {
+        const auto found = profile.find({std::string(section), std::string(key)});
+        return found == profile.end() ? otherwise : found->second;
+    }
+
+  private:
+    struct FakeProcess : Process {
+        explicit FakeProcess(const FakeProcesses& processes) : owner(processes) {}
+        bool Wait(std::chrono::milliseconds timeout) override {
+            return owner.onWait && owner.onWait(timeout);
+        }
+        const FakeProcesses& owner;
+    };
 };
 
 class FakeWindows : public Windows {
