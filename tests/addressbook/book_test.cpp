@@ -35,6 +35,7 @@ TEST_F(BookTest, WritesTheNormalFormOnceAndForAll) {
         {"alias \"a b\" 1\nalias \"a b\nlone\n", "alias \"a b\" 1\r\nalias \"a b\"\r\nlone"},
         {"alias " + kName39 + "\r\n", "alias " + kName39 + "\r"},
         {"alias a 1\r2\r\n", "alias a 1\r\nalias a \r2"},
+        {"alias a 1\r\nnote a <name:n><fax:f>", "alias a 1\r\nnote a <fax:f><name:n>"},
         // A nickname with a delimiter stands in full where that reads back.
         {"alias a<b 1\nnote a<b free<fax:2><phone:3>text\n",
          "alias a<b 1\r\nnote a<b <fax:2><phone:3>text\r\nalias a<b \r\nnote a<b <free>"},
@@ -96,7 +97,10 @@ TEST_F(BookTest, WithoutAFreeNumberTheRecordIsDropped) {
 TEST_F(BookTest, RemovingMovesToTheEntryBehind) {
     CEudoraAB book;
     Load(book, "alias a 1\nalias b 2\nalias c 3\nalias d 4\n");
-    Edit(book, "b", ContactField::kName, "changed");
+    EXPECT_EQ(book.FindRecord("b"), RRC_OK);
+    book.SetRecordField(ContactField::kName, "changed");
+    EXPECT_EQ(book.NextRecord(), RRC_OK);
+    EXPECT_EQ(book.CurrentKey(), "c");
     EXPECT_EQ(book.RemoveRecord("a"), RRC_OK);
     EXPECT_EQ(book.CurrentKey(), "a");
     EXPECT_EQ(book.RemoveRecord(), RRC_OK);
@@ -107,10 +111,24 @@ TEST_F(BookTest, RemovingMovesToTheEntryBehind) {
     book.NewRecord();
     EXPECT_EQ(book.RemoveRecord(), RRC_OK);
     EXPECT_EQ(Keys(book), (Texts{"c", "d"}));
-    // Removing what was just stored, while the position is at the end.
+    // Removing what was just stored, which has no position.
+    book.FirstRecord();
     Add(book, "n", "x");
     EXPECT_EQ(book.RemoveRecord(), RRC_OK);
     EXPECT_EQ(Keys(book), (Texts{"c", "d"}));
+    EXPECT_EQ(book.FindRecord("d"), RRC_OK);
+    book.SetRecordField(ContactField::kName, "changed");
+    EXPECT_EQ(book.RemoveRecord(), RRC_OK);
+    EXPECT_EQ(Keys(book), Texts{"c"});
+}
+
+// The note line of a later duplicate may be about somebody else.
+TEST_F(BookTest, RenamesNoOtherNickname) {
+    CEudoraAB book;
+    Load(book, "alias bo 1\nalias bo 2\nnote bobby x\n");
+    Edit(book, "bo", ContactField::kNickname, "al");
+    EXPECT_EQ(book.SaveRecords(), RRC_OK);
+    EXPECT_EQ(Saved(), "alias al 1\r\nalias al 2\r\nnote bobby x");
 }
 
 TEST_F(BookTest, CutsNicknamesAtWholeCharacters) {
