@@ -11,9 +11,7 @@
 #include "host/cli/sync_commands.h"
 #include "host/cli/tool_commands.h"
 #include "host/cli/version.h"
-#include "host/cli/workplace.h"
 #include "host/shell/shell.h"
-#include "host/sync/rules.h"
 #include "host/translator/module_messages.h"
 #include "platform/kvutil/kvutil.h"
 
@@ -27,8 +25,6 @@ constexpr const char* kFooter =
     "was touched, 4 done with changes, 5 done but conflicts wait for a decision.\n\n"
     "Keys of the configuration file: eudora, wine_prefix, contacts, maildir, state,\n"
     "nickname_file, settings, language, prefer, max_delete (texts) and code_page (a number).";
-
-constexpr const char* kEmpty = "is empty where a path is needed";
 
 template <class Wanted>
 void AddTextOptions(CLI::App& app, Options& options, const Wanted& wanted) {
@@ -84,7 +80,7 @@ void AddToFolder(CLI::App& command, Options& options) {
     AddRequiredSubject(command, options);
     command.add_option("--to", options.toFolder, "the folder")
         ->required()
-        ->check([](const std::string& folder) { return folder.empty() ? kEmpty : ""; });
+        ->check([](const std::string& folder) { return folder.empty() ? kEmptyPath : ""; });
 }
 
 void AddLimits(CLI::App& command, Options& options) {
@@ -143,22 +139,6 @@ constexpr Command kCommands[] = {
     {"restore", "put a backup back in its place", AddBackup, Restore},
     {"doctor", "check the set-up and say what to do about each fault", AddNothing, Doctor}};
 
-// What the values of the command line and of the configuration file have in common.
-void CheckValues(Options& options) {
-    // An empty path would stand for the current folder.
-    for (const auto& [name, kind, value, help] : TextOptions(options)) {
-        const bool isPath = kind == TextOption::kPath || kind == TextOption::kPathOfCommandLine;
-        if (isPath && value && value->empty()) throw Misuse(name + ' ' + kEmpty);
-    }
-    if (options.prefer && !sync::ParsePrefer(*options.prefer)) {
-        throw Misuse("prefer is eudora, folder, newer or both, not " + *options.prefer);
-    }
-    if (options.maxDelete && !sync::ParseDeleteLimit(*options.maxDelete)) {
-        throw Misuse("max-delete is a number or a percentage such as 25%, not " +
-                     *options.maxDelete);
-    }
-}
-
 base::ExitCode Act(CLI::App& app, std::vector<std::string> arguments, Options& options) {
     const Command* asked = nullptr;
     for (const Command& command : kCommands) {
@@ -169,8 +149,7 @@ base::ExitCode Act(CLI::App& app, std::vector<std::string> arguments, Options& o
     std::ranges::reverse(arguments);
     app.parse(std::move(arguments));
     if (asked == nullptr) throw Misuse("no command is given");
-    if (auto read = ReadConfiguration(options); !read) throw Misuse(read.Error().Message());
-    CheckValues(options);
+    ReadConfiguration(options);
     const translator::ModuleMessages messages;
     if (options.verbose) g_bEnableLog = 1;
     const bool isMail = asked->runMail != nullptr && options.what == "mail";

@@ -40,6 +40,12 @@ nlohmann::ordered_json ToJson(const Contact& contact) {
     return json;
 }
 
+std::string JsonList(const std::vector<Contact>& contacts) {
+    auto list = nlohmann::ordered_json::array();
+    for (const Contact& contact : contacts) list.push_back(ToJson(contact));
+    return base::JsonText(list, 2);
+}
+
 // What a column of these fields needs.
 std::size_t WidthOf(const std::vector<Contact>& contacts, Field field) {
     constexpr std::size_t kWidest = 32;
@@ -91,9 +97,7 @@ base::ExitCode ListContacts(const Options& options) {
     for (bool found = OrEnd(session.MoveFirst()); found; found = OrEnd(session.MoveNext())) {
         contacts.push_back(Read(session));
     }
-    auto list = nlohmann::ordered_json::array();
-    for (const Contact& contact : contacts) list.push_back(ToJson(contact));
-    base::PrintText(options.json ? base::JsonText(list, 2) : ContactTable(contacts));
+    base::PrintText(options.json ? JsonList(contacts) : ContactTable(contacts));
     return base::ExitCode::kNothingToDo;
 }
 

@@ -5,7 +5,7 @@
 #define TOML_EXCEPTIONS 0
 #include <toml++/toml.h>
 
-#include "host/base/paths.h"
+#include "host/sync/rules.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
 
@@ -36,55 +36,53 @@ std::string KeyOf(const TextOption& option) {
     return key;
 }
 
-base::Failure Unusable(const std::string& path, const std::string& why) {
-    return base::Failed("the configuration file " + path + ": " + why);
+Ended Unusable(const std::string& path, const std::string& why) {
+    return Misuse("the configuration file " + path + ": " + why);
 }
 
-base::Status ReadCodePage(const std::string& path, const toml::node& node, Options& options) {
+void ReadCodePage(const std::string& path, const toml::node& node, Options& options) {
     const auto number = node.value_exact<std::int64_t>();
     if (!number || *number < 1 || *number > 65535) {
-        return Unusable(path, "code_page must be a number from 1 to 65535");
+        throw Unusable(path, "code_page must be a number from 1 to 65535");
     }
     if (!options.setup.codePage) options.setup.codePage = static_cast<unsigned>(*number);
-    return {};
 }
 
-base::Status Apply(const std::string& path, const toml::table& table, Options& options) {
+void Apply(const std::string& path, const toml::table& table, Options& options) {
     // What the command line says about the place replaces both keys.
     const bool hasPlace = options.setup.eudora || options.setup.winePrefix;
     auto known = TextOptions(options);
     for (const auto& [key, node] : table) {
-        std::string name(key.str());
+        const std::string name(key.str());
         if (name == "code_page") {
-            if (auto read = ReadCodePage(path, node, options); !read) return read;
+            ReadCodePage(path, node, options);
             continue;
         }
         const auto option = std::ranges::find(known, name, &KeyOf);
         if (option == known.end() || option->kind == TextOption::kPathOfCommandLine) {
-            return Unusable(path, "unknown key " + name);
+            throw Unusable(path, "unknown key " + name);
         }
         const auto text = node.value_exact<std::string>();
-        if (!text) return Unusable(path, name + " must be a text in quotes");
+        if (!text) throw Unusable(path, name + " must be a text in quotes");
         const bool isPlace = name == "eudora" || name == "wine_prefix";
         if (!option->value && !(isPlace && hasPlace)) option->value = Expanded(*text);
     }
-    return {};
 }
 
-base::Status ReadFile(Options& options) {
+void ReadFile(Options& options) {
     const std::string path = options.config ? *options.config : DefaultPath();
     auto& files = platform::NativeFiles();
-    if (path.empty() || (!options.config && !files.Exists(path))) return {};
+    if (path.empty() || (!options.config && !files.Exists(path))) return;
     const auto text = platform::ReadWhole(files, path, kLargestConfiguration);
-    if (!text)
-        return base::Failed("the configuration file cannot be read: " + text.Error().Message());
+    if (!text) {
+        throw Misuse("the configuration file cannot be read: " + text.Error().Message());
+    }
     const toml::parse_result parsed = toml::parse(*text);
     if (!parsed) {
-        const auto where = parsed.error().source().begin;
-        return Unusable(path, "line " + std::to_string(where.line) + ": " +
-                                  std::string(parsed.error().description()));
+        throw Unusable(path, "line " + std::to_string(parsed.error().source().begin.line) + ": " +
+                                 std::string(parsed.error().description()));
     }
-    return Apply(path, parsed.table(), options);
+    Apply(path, parsed.table(), options);
 }
 
 }  // namespace
@@ -112,12 +110,23 @@ std::vector<TextOption> TextOptions(Options& options) {
              "the larger of 10 and 25%)"}};
 }
 
-base::Status ReadConfiguration(Options& options) {
-    if (auto read = ReadFile(options); !read) return read;
+void ReadConfiguration(Options& options) {
+    ReadFile(options);
     if (options.setup.eudora && options.setup.winePrefix) {
-        return base::Failed("--eudora and --wine-prefix exclude each other", "give one");
+        throw Misuse("--eudora and --wine-prefix exclude each other: give one");
     }
-    return {};
+    // An empty path would stand for the current folder.
+    for (const auto& [name, kind, value, help] : TextOptions(options)) {
+        const bool isPath = kind == TextOption::kPath || kind == TextOption::kPathOfCommandLine;
+        if (isPath && value && value->empty()) throw Misuse(name + ' ' + kEmptyPath);
+    }
+    if (options.prefer && !sync::ParsePrefer(*options.prefer)) {
+        throw Misuse("prefer is eudora, folder, newer or both, not " + *options.prefer);
+    }
+    if (options.maxDelete && !sync::ParseDeleteLimit(*options.maxDelete)) {
+        throw Misuse("max-delete is a number or a percentage such as 25%, not " +
+                     *options.maxDelete);
+    }
 }
 
 }  // namespace host::cli

@@ -1,12 +1,13 @@
 #pragma once
 
+#include <exception>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "host/base/failure.h"
 #include "host/eudora/setup.h"
-#include "host/translator/mail_settings.h"
+#include "host/translator/in_box.h"
 
 namespace host::cli {
 
@@ -47,8 +48,27 @@ std::vector<TextOption> TextOptions(Options& options);
 
 // Fills what the command line left open from the configuration file: the one that --config names,
 // which must exist, else kvsync/config.toml in $XDG_CONFIG_HOME, %APPDATA% or ~/.config if there
-// is one. kFailed with one line if it cannot be read, is no TOML, or holds an unknown key or a
-// value of the wrong kind.
-base::Status ReadConfiguration(Options& options);
+// is one; then checks the values of both. A Misuse if the file cannot be read, is no TOML, holds an
+// unknown key or a value of the wrong kind, or a value makes no sense.
+void ReadConfiguration(Options& options);
+
+inline constexpr const char* kEmptyPath = "is empty where a path is needed";
+
+// Ends the command that is at work: RunApplication tells the failure, which gives the exit code.
+struct Ended : std::exception {
+    explicit Ended(base::Failure why) : failure(std::move(why)) {}
+    base::Failure failure;
+};
+
+inline Ended Misuse(std::string what) {
+    return Ended({base::ExitCode::kUsage, std::move(what)});
+}
+
+// The value of a step without which a command cannot go on: its failure ends the command.
+template <class T, class F>
+T OrEnd(platform::Result<T, F> result) {
+    if (!result) throw Ended(result.Error());
+    if constexpr (!std::is_void_v<T>) return *std::move(result);
+}
 
 }  // namespace host::cli

@@ -6,6 +6,12 @@ namespace host::cli {
 
 namespace {
 
+using nlohmann::json;
+using Json = nlohmann::ordered_json;
+using sync::Side;
+using sync::Verb;
+using Lines = std::vector<std::string>;
+
 const char* ResultWord(base::ExitCode code) {
     switch (code) {
         case base::ExitCode::kNothingToDo:
@@ -19,6 +25,193 @@ const char* ResultWord(base::ExitCode code) {
         default:
             return "failed";
     }
+}
+
+// "1 mail", "2 mails".
+std::string Counted(std::size_t count, const char* what) {
+    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
+}
+
+const char* Word(const sync::Change& change, Side side, Subject subject) {
+    switch (change.On(side).verb) {
+        case Verb::kAdd:
+            return "add";
+        case Verb::kChange:
+            if (subject == Subject::kContacts) return "change";
+            return change.isRead ? "mark read" : "mark unread";
+        case Verb::kRemove:
+            return "remove";
+        case Verb::kQueue:
+            return "queue";
+        case Verb::kFile:
+            return "move";
+        default:
+            return "none";
+    }
+}
+
+std::string Place(Verb verb, Side side, Subject subject) {
+    if (verb == Verb::kQueue) return "in Eudora's Out";
+    if (verb == Verb::kFile) return "to .Sent, queued before";
+    const char* const way = verb == Verb::kAdd ? "to " : verb == Verb::kChange ? "in " : "from ";
+    const char* const folder = subject == Subject::kContacts ? "the folder" : "the Maildir";
+    return std::string(way) + (side == Side::kEudora ? "Eudora" : folder);
+}
+
+Lines FieldNames(base::FieldSet fields) {
+    Lines names;
+    for (base::Field field : base::kAllFields) {
+        if (fields.Has(field)) names.emplace_back(base::FieldName(field));
+    }
+    return names;
+}
+
+void Describe(const sync::Change& change, Side side, Subject subject, Lines& lines) {
+    const sync::Change::OnSide& there = change.On(side);
+    if (there.verb == Verb::kNone) return;
+    std::string line = std::string(Word(change, side, subject)) + ' ' +
+                       Place(there.verb, side, subject) + ": " + there.name;
+    const char* before = " (";
+    for (const std::string& field : FieldNames(there.fields)) {
+        line += before + field;
+        before = ", ";
+    }
+    if (!there.fields.IsEmpty()) line += ')';
+    if (there.fields.Has(base::Field::kNickname) && !change.renamedTo.empty()) {
+        line += " -> " + change.renamedTo;
+    }
+    lines.push_back(std::move(line));
+}
+
+std::string CountsOf(const sync::Report& report, Side side) {
+    const auto count = [&](Verb verb) { return std::to_string(report.Count(side, verb)); };
+    return count(Verb::kAdd) + " added, " + count(Verb::kChange) + " changed, " +
+           count(Verb::kRemove) + " removed";
+}
+
+void AddCounts(const sync::Report& report, Subject subject, Lines& lines) {
+    const bool isMail = subject == Subject::kMails;
+    std::string line = isMail ? "mails: " : "contacts: ";
+    if (report.changes.empty()) {
+        line += report.undone > 0 ? "nothing done" : "nothing to do";
+    } else {
+        line += "in Eudora " + CountsOf(report, Side::kEudora) +
+                (isMail ? "; in the Maildir " : "; in the folder ") +
+                CountsOf(report, Side::kFolder);
+        const std::size_t queued = report.Count(Side::kEudora, Verb::kQueue);
+        if (queued > 0) line += "; " + std::to_string(queued) + " queued to be sent";
+    }
+    lines.push_back(std::move(line));
+}
+
+void AddNotices(const std::vector<sync::Notice>& notices, const char* what, Lines& lines) {
+    for (const sync::Notice& notice : notices) {
+        lines.push_back(std::string(what) + ": " + notice.name + ": " + notice.text);
+    }
+}
+
+void DescribeContacts(const sync::Report& report, Lines& lines) {
+    AddNotices(report.conflicts, "conflict", lines);
+    AddNotices(report.refused, "refused by Eudora", lines);
+    for (const std::string& one : report.leftAlone) lines.push_back("left alone: " + one);
+    AddCounts(report, Subject::kContacts, lines);
+    if (report.richer > 0) {
+        lines.push_back(std::to_string(report.richer) +
+                        " vCards hold more than Eudora can; it stays in them");
+    }
+}
+
+void DescribeMails(const sync::Report& report, Lines& lines) {
+    AddCounts(report, Subject::kMails, lines);
+    const auto left = [&](std::size_t count, const char* what, const char* text) {
+        if (count > 0) lines.push_back(Counted(count, what) + ' ' + text);
+    };
+    left(report.undone, "mail", "left to the next run");
+    AddNotices(report.conflicts, "conflict, left as it is (--prefer decides)", lines);
+    left(report.dropped, "mail",
+         "of Eudora's removed in the Maildir by earlier versions: kept in Eudora");
+    left(report.kept, "file", "flagged or draft in the Maildir, gone from Eudora: left there");
+    left(report.drafts, "file", "in the Maildir drafts: left alone");
+    left(report.held, "mail", "missing on one side: left on the other until all can be read");
+    if (!report.limits.empty()) lines.push_back(report.limits);
+}
+
+Lines Describe(const sync::Report& report, Subject subject, bool countsOnly) {
+    Lines lines;
+    for (const sync::Change& change : report.changes) {
+        if (countsOnly) break;
+        Describe(change, Side::kEudora, subject, lines);
+        Describe(change, Side::kFolder, subject, lines);
+    }
+    subject == Subject::kContacts ? DescribeContacts(report, lines) : DescribeMails(report, lines);
+    return lines;
+}
+
+json ContactJson(const sync::Change& change) {
+    json result = {{"name", change.name}};
+    for (const Side side : {Side::kEudora, Side::kFolder}) {
+        const sync::Change::OnSide& there = change.On(side);
+        if (there.verb == Verb::kNone) continue;
+        json& told = result[side == Side::kEudora ? "eudora" : "folder"];
+        told["action"] = Word(change, side, Subject::kContacts);
+        if (!there.fields.IsEmpty()) told["fields"] = FieldNames(there.fields);
+    }
+    if (!change.renamedTo.empty()) result["renamedTo"] = change.renamedTo;
+    return result;
+}
+
+json MailJson(const sync::Change& change) {
+    const Side side = change.eudora.verb != Verb::kNone ? Side::kEudora : Side::kFolder;
+    return {{"name", change.name},
+            {"id", change.id},
+            {"messageId", change.messageId},
+            {"side", side == Side::kEudora ? "eudora" : "maildir"},
+            {"action", Word(change, side, Subject::kMails)}};
+}
+
+template <class Item, class ToJson>
+json ListJson(const std::vector<Item>& items, const ToJson& toJson) {
+    json list = json::array();
+    for (const Item& item : items) list.push_back(toJson(item));
+    return list;
+}
+
+json ContactsJson(const sync::Report& report) {
+    const auto notice = [](const sync::Notice& one) {
+        return json{{"name", one.name}, {"text", one.text}};
+    };
+    return {{"changes", ListJson(report.changes, ContactJson)},
+            {"conflicts", ListJson(report.conflicts, notice)},
+            {"refused", ListJson(report.refused, notice)},
+            {"leftAlone", report.leftAlone},
+            {"kept", report.richer}};
+}
+
+json MailsJson(const sync::Report& report) {
+    const auto notice = [](const sync::Notice& one) { return one.name + ": " + one.text; };
+    return {{"changes", ListJson(report.changes, MailJson)},
+            {"notCarriedOut", report.undone},
+            {"conflicts", ListJson(report.conflicts, notice)},
+            {"removedInMaildir", report.dropped},
+            {"keptInMaildir", report.kept},
+            {"draftsInMaildir", report.drafts},
+            {"waitingToBeRemoved", report.held},
+            {"limits", report.limits},
+            {"notes", report.notes}};
+}
+
+base::ExitCode Worse(base::ExitCode a, base::ExitCode b) {
+    constexpr base::ExitCode kOrder[] = {base::ExitCode::kFailed, base::ExitCode::kRefused,
+                                         base::ExitCode::kConflictsLeft,
+                                         base::ExitCode::kChangesMade};
+    for (const base::ExitCode code : kOrder) {
+        if (a == code || b == code) return code;
+    }
+    return base::ExitCode::kNothingToDo;
+}
+
+void Append(std::vector<std::string>& lines, const std::vector<std::string>& more) {
+    lines.insert(lines.end(), more.begin(), more.end());
 }
 
 }  // namespace
@@ -77,6 +270,66 @@ base::ExitCode Say(const Output& output, const Options& options) {
     }
     for (const std::string& line : output.errors) base::PrintError(line);
     return output.code;
+}
+
+Output SyncOutput(const sync::Report& report, Subject subject, bool countsOnly) {
+    Output output{report.Code(), Describe(report, subject, countsOnly), report.errors};
+    Append(output.lines, report.notes);
+    output.Finish(subject == Subject::kContacts ? ContactsJson(report) : MailsJson(report));
+    return output;
+}
+
+Output StatusOutput(const sync::Preview& preview, std::vector<std::string> head, Subject subject,
+                    bool countsOnly) {
+    const bool isMail = subject == Subject::kMails;
+    Output output;
+    output.lines = std::move(head);
+    output.lines.push_back(
+        (isMail ? "mails in Eudora: " : "contacts in Eudora: ") + std::to_string(preview.inEudora) +
+        (isMail ? ", in the Maildir: " : ", in the folder: ") + std::to_string(preview.inFolder) +
+        ", remembered: " + std::to_string(preview.remembered));
+    if (preview.ready) {
+        output.errors = preview.report.errors;
+        if (!output.errors.empty()) output.code = base::ExitCode::kFailed;
+        output.lines.emplace_back(isMail ? "a sync of mail now:" : "a sync now:");
+        for (const std::string& line : Describe(preview.report, subject, countsOnly)) {
+            output.lines.push_back("  " + line);
+        }
+    } else {
+        output.code = preview.ready.Error().exit;
+        output.errors.push_back(preview.ready.Error().Message());
+    }
+    output.Finish({{"eudora", preview.inEudora},
+                   {"folder", preview.inFolder},
+                   {"remembered", preview.remembered},
+                   {"lines", output.lines}});
+    return output;
+}
+
+Output Joined(const Output& contacts, const Output& mails) {
+    Output joined = contacts;
+    joined.code = Worse(contacts.code, mails.code);
+    Append(joined.lines, mails.lines);
+    Append(joined.errors, mails.errors);
+    joined.json = {{"contacts", contacts.json}, {"mail", mails.json}};
+    return joined;
+}
+
+void TellEudora(Output& status, const base::Status& free,
+                const std::vector<eudora::OutsideName>& outside, bool followLinks) {
+    status.json["eudoraRuns"] = !free;
+    auto& paths = status.json["leaveTheFolder"] = Json::array();
+    if (!free) status.lines.push_back("locked: " + free.Error().Message());
+    for (const eudora::OutsideName& name : outside) {
+        const auto failure = eudora::LeadsOutside(name);
+        paths.push_back(name.path);
+        if (followLinks) {
+            status.lines.push_back(failure.Cause());
+        } else {
+            status.errors.push_back(failure.Message());
+            status.code = Worse(status.code, base::ExitCode::kRefused);
+        }
+    }
 }
 
 }  // namespace host::cli

@@ -9,6 +9,8 @@
 #include "host/backup/backups.h"
 #include "host/base/failure.h"
 #include "host/cli/options.h"
+#include "host/eudora/outside_names.h"
+#include "host/sync/report.h"
 
 namespace host::cli {
 
@@ -30,6 +32,22 @@ Output BackupsOutput(const std::vector<backup::Backup>& backups);
 // `before` is the backup of what was in the place of the one with that id.
 Output RestoreOutput(const std::string& id, const backup::Backup& before);
 Output ExportOutput(std::size_t contacts, const std::string& toFolder);
+
+// Which sync a report is of.
+enum class Subject { kContacts, kMails };
+
+// With `countsOnly` no line for each contact or mail.
+Output SyncOutput(const sync::Report& report, Subject subject, bool countsOnly);
+// `head` stands in front: what the sync is between.
+Output StatusOutput(const sync::Preview& preview, std::vector<std::string> head, Subject subject,
+                    bool countsOnly);
+// Both in one; the code is the one that a person has to know first.
+Output Joined(const Output& contacts, const Output& mails);
+
+// Adds to the status that Eudora runs, if `free` is a failure, and which names lead out of its
+// folder; these are errors unless links are followed.
+void TellEudora(Output& status, const base::Status& free,
+                const std::vector<eudora::OutsideName>& outside, bool followLinks);
 
 // Prints it as the options want it and gives its code.
 base::ExitCode Say(const Output& output, const Options& options);

@@ -1,7 +1,7 @@
 #include "host/cli/sync_commands.h"
 
 #include "host/base/paths.h"
-#include "host/cli/sync_output.h"
+#include "host/cli/output.h"
 #include "host/cli/workplace.h"
 #include "host/contactsync/contact_sync.h"
 #include "host/eudora/outside_names.h"

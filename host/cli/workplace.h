@@ -1,6 +1,5 @@
 #pragma once
 
-#include <exception>
 #include <memory>
 #include <string>
 
@@ -13,23 +12,6 @@
 #include "host/translator/translator_session.h"
 
 namespace host::cli {
-
-// Ends the command that is at work: RunApplication tells the failure, which gives the exit code.
-struct Ended : std::exception {
-    explicit Ended(base::Failure why) : failure(std::move(why)) {}
-    base::Failure failure;
-};
-
-inline Ended Misuse(std::string what) {
-    return Ended({base::ExitCode::kUsage, std::move(what)});
-}
-
-// The value of a step without which a command cannot go on: its failure ends the command.
-template <class T, class F>
-T OrEnd(platform::Result<T, F> result) {
-    if (!result) throw Ended(result.Error());
-    if constexpr (!std::is_void_v<T>) return *std::move(result);
-}
 
 // An Eudora with the module at work on it. Sessions end before it does. Failures end the command.
 class Workplace {

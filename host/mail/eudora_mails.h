@@ -8,7 +8,7 @@
 #include "frame/interface/field_ids.h"
 #include "host/base/failure.h"
 #include "host/mail/mail_source.h"
-#include "host/translator/mail_settings.h"
+#include "host/translator/in_box.h"
 #include "host/translator/translator_session.h"
 
 namespace host::mail {

@@ -302,7 +302,9 @@ int World::Run(const std::vector<std::string>& words, const std::vector<std::str
         line += word->substr(0, word->find('=') + 1) + quoted(word->substr(word->find('=') + 1));
     }
     const fs::path program = BuildFolder() / *word;
-    line += quoted(*word == "python3" ? *word : program.string());
+    const std::array systems = {"python3", "bash", "timeout"};
+    const bool isOurs = std::ranges::find(systems, *word) == systems.end();
+    line += quoted(isOurs ? program.string() : *word);
     ++word;
     const auto folder = std::ranges::find(words, "--eudora");
     if (kIsWindows && words.end() - folder > 1) Register(*std::next(folder));

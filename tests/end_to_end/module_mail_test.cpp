@@ -12,7 +12,7 @@
 #include "host/base/paths.h"
 #include "host/eudora/setup.h"
 #include "host/mail/eudora_mails.h"
-#include "host/translator/mail_settings.h"
+#include "host/translator/in_box.h"
 #include "host/translator/translator_host.h"
 #include "host/translator/translator_session.h"
 #include "integration/locate/locate.h"

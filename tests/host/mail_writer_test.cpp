@@ -3,7 +3,7 @@
 
 #include "host/mail/attach_folder.h"
 #include "host/mail/eudora_mails.h"
-#include "host/translator/mail_settings.h"
+#include "host/translator/in_box.h"
 #include "platform/os/safe_write.h"
 #include "platform/os/system.h"
 #include "tests/host/built_module.h"
