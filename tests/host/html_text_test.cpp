@@ -26,6 +26,7 @@ TEST(TextOfHtml, SaysWhatAPersonWouldRead) {
         {"<a href='http://x'>http://x</a>", "http://x"},
         {"<a href=mailto:a@b>Ann</a> <a href=mailto:a@b>a@b</a>", "Ann <a@b> a@b"},
         {"<a href=\"java\nscript:x\">x</a> <a href=\"ht\ntp:y\">y</a>", "x y <http:y>"},
+        {"<a href=http:hx>http:hhx</a>", "http:hhx <http:hx>"},
         {"<a name=\"x\">x</a> <a>y</a></a>", "x y"},
         {"<img alt=\"a cat\" src=\"http://track\"><img src=x><img alt=\" \">", "[a cat]"},
         {"a<script>if (a<b) \"</div>\"</script>b", "ab"},

@@ -23,7 +23,7 @@ std::size_t WorkFor(const std::string& text) {
     const auto before = branches;
     (void)mail::TextOfHtml(text);
     (void)mail::TextOfEnriched(text);
-    (void)mail::SplitText(text::WithLineFeeds(text));
+    (void)mail::SplitText('x' + text::WithLineFeeds(text));
     (void)maildir::MessageIdInHeader(text);
     (void)text::MailView(text).AllFields("Subject");
     const mail::Entity entity = mail::SplitEntity(text);

@@ -118,7 +118,8 @@ TEST(ParseMail, ChoosesTheTextAndMakesFilesOfTheRest) {
         "Content-Type: text/html\n\n<i>rich</i>\n--r\n"
         "Content-Type: image/gif; name=i.gif\n\nGIF\n--r--\n";
     const std::string choice = "Content-Type: multipart/alternative; boundary=b\n\n";
-    Hold({{choice + html + plain + "--b--", "{body}plain"},
+    Hold({{choice + html + plain + Part("X: y", "later") + "--b--", "{body}plain"},
+          {kMixed + "--b\r\nContent-Type: x/y\r\n\r\nx\r\n--b--", "{attachment1.dat}x."},
           {choice + Part("Content-Type: text/plain", " ") + html, "{body}rich"},
           {choice + plain + related + "--b--", "{body}plain{i.gif}GIF."},
           {choice + Part("Content-Type: text/enriched", "<b>r</b> <<") + "--b--", "{body}r <"},
@@ -160,8 +161,14 @@ TEST(ParseMail, SurvivesHostileMails) {
         for (; count > 0; --count) all += text;
         return all;
     };
+    std::string nested;
+    for (int i = 0; i < 20000; ++i) {
+        const std::string mark = 'x' + std::to_string(i);
+        nested += "Content-Type: multipart/mixed; boundary=" + mark + "\n\n--" + mark + '\n';
+    }
     for (const std::string& message :
-         {kMixed + repeat("--b\n\na\n", 100000), kMixed + repeat("--b\n" + kMixed, 50000),
+         {kMixed + "--b\n" + nested, kMixed + repeat("--b\n\na\n", 100000),
+          kMixed + repeat("--b\n" + kMixed, 50000),
           "To: " + repeat("<", 200000) + repeat("g:", 200000) + "\n\nx",
           "Content-Type: a/b" + repeat("; n*1*=x", 100000) + "\n\nx",
           '\n' + repeat("\xCC\x81\xCC\xA3", 300000)}) {
