@@ -43,20 +43,10 @@ CarriedUnit UnheldUnit(const Entry& entry) {
 
 }  // namespace
 
-std::string_view FileRecords::NormalLines(std::size_t index) const {
-    const auto& slot = m_slots[index];
-    if ((slot.name & kFlag) == 0) return {};
-    return Text().substr(LineOf(slot), slot.name & ~kFlag);
-}
-
 // At most `most` bytes of the nickname behind the first `from`, which it has.
 std::string_view FileRecords::NameOf(const Slot& slot, std::size_t from, std::size_t most) const {
-    constexpr std::size_t kNormalPlace = 6;
-    const bool quoted = (slot.line & kFlag) != 0;
-    const std::size_t begin =
-        (slot.name & kFlag) == 0 ? slot.name : LineOf(slot) + kNormalPlace + (quoted ? 1 : 0);
-    const auto text = Text().substr(begin + from, most);
-    const char end = quoted ? '"' : ' ';
+    const auto text = Text().substr(slot.name + from, most);
+    const char end = (slot.line & kFlag) != 0 ? '"' : ' ';
     std::size_t size = 0;
     while (size < text.size() && text[size] != end && text[size] != '\n') ++size;
     return text.substr(0, size);
@@ -111,11 +101,10 @@ void FileRecords::AddSlot(const Entry& entry) {
                                       : size * std::min(kFactor, m_bytes.size / entry.at + 1));
     }
     const auto& head = entry.head;
-    const auto normal = NormalSize(entry);
     const auto name = static_cast<std::size_t>(head.nickname.data() - m_bytes.data.get());
     m_slots.push_back({KeyOf(head.nickname),
                        static_cast<std::uint32_t>(entry.at) | (head.quoted ? kFlag : 0),
-                       static_cast<std::uint32_t>(normal == 0 ? name : normal | kFlag)});
+                       static_cast<std::uint32_t>(name)});
 }
 
 void FileRecords::SortByKey(std::span<Slot> slots) {

@@ -36,8 +36,6 @@ class FileRecords {
     std::size_t Size() const { return m_slots.size(); }
     std::string_view NameAt(std::size_t index) const { return NameOf(m_slots[index]); }
     Entry EntryOf(std::size_t index) const { return EntryAt(Text(), LineOf(m_slots[index])); }
-    // The record's lines without the last line end, if a save writes them like this; else empty.
-    std::string_view NormalLines(std::size_t index) const;
     // The first record whose nickname is not less; Size() if there is none.
     std::size_t LowerBound(std::string_view nickname) const;
     // Asks the processor for the record's lines ahead of their use.
@@ -50,7 +48,7 @@ class FileRecords {
     struct Slot {
         std::uint64_t key;   // eight bytes of the nickname as a number, the first highest
         std::uint32_t line;  // where the entry begins; flag: the quoted form
-        std::uint32_t name;  // where the nickname begins; flag: the size of normal lines instead
+        std::uint32_t name;  // where the nickname begins, or kDuplicate
     };
 
     std::string_view Text() const { return m_bytes.View(); }

@@ -191,10 +191,11 @@ platform::Status RecordMap::Write(const ByteSink& sink) const {
         for (; at < end && writer.IsGood(); ++at) {
             m_file.Prefetch(at + kAhead);
             if (m_gone[at]) continue;
-            if (const auto lines = m_file.NormalLines(at); !lines.empty()) {
-                writer.CopyRecord(lines);
+            const auto entry = m_file.EntryOf(at);
+            if (const auto size = NormalSize(entry); size > 0) {
+                writer.CopyRecord({entry.line.bytes.data(), size});
             } else {
-                writer.RewriteRecord(m_file.EntryOf(at));
+                writer.RewriteRecord(entry);
             }
         }
     };
