@@ -1,0 +1,188 @@
+#include <gtest/gtest.h>
+
+#include <array>
+#include <random>
+
+#include "frame/trans_util.h"
+#include "integration/dialogs/eudora_options_dlg.h"
+#include "integration/dialogs/nickname_file_dialog.h"
+#include "integration/locate/locate.h"
+#include "platform/testing/test_system.h"
+
+using platform::testing::ScriptedView;
+using platform::testing::TestSystem;
+using Message = platform::testing::ScriptedDialogs::Message;
+
+namespace {
+
+TEST(LocateTest, EudoraNeedsBothValuesAndItsProgramAndIsTheClientByItsExactCommand) {
+    constexpr const char* kMailto = "SOFTWARE\\Classes\\mailto\\shell\\open\\command";
+    const std::string exe = "C:\\Eudora 7\\Eudora.exe";
+    TestSystem machine;
+    CString folder("old"), program("old");
+    const auto set = [&](const char* key, const char* value, const std::string& text) {
+        (void)machine.registry.WriteText(platform::RegistryRoot::kLocalMachine, key, value, text);
+    };
+    const auto find = [&] {
+        const bool found = locate::FindEudora(machine.registry, machine.files, folder, program);
+        return (found ? "" : "not ") + folder.Str() + ", " + program.Str();
+    };
+    EXPECT_EQ(find(), "not old, old");
+    set(locate::kAppPathsKey, "path", "C:\\Eudora 7");
+    EXPECT_EQ(find(), "not C:\\Eudora 7, old");
+    set(locate::kAppPathsKey, "", exe);
+    EXPECT_EQ(find(), "not C:\\Eudora 7, " + exe);
+    machine.files.Put(exe, "MZ");
+    EXPECT_EQ(find(), "C:\\Eudora 7, " + exe);
+    set(locate::kAppPathsKey, "path", std::string(260, 'x'));  // has no room
+    EXPECT_EQ(find(), "not C:\\Eudora 7, " + exe);
+
+    machine.files.SetShortName(exe, "EUDORA~1.EXE");
+    const std::pair<const char*, bool> rows[] = {{"", false},
+                                                 {"C:\\Eudora 7\\Eudora.exe /M %1", false},
+                                                 {"C:\\Eudora 7\\EUDORA~1.EXE /M %1 /x", false},
+                                                 {"c:\\EUDORA 7\\eudora~1.exe /m %1", true}};
+    for (const auto& [command, isDefault] : rows) {
+        set(kMailto, "", command);
+        EXPECT_EQ(locate::IsDefaultClient(machine.registry, machine.files, exe), isDefault);
+    }
+}
+
+TEST(LocateTest, NicknameFileIsTheFirstListedIfItCanBeReached) {
+    const std::string e = "C:\\E\\", deep = "C:\\" + std::string(240, 'd') + "\\";
+    const struct {
+        std::string program;
+        std::vector<std::string> present;
+        std::string found;
+        int failing = 0;  // the file operation: 1 lists, 2 shortens the path, 3 tests it
+    } rows[] = {{e + "Eudora.exe", {e + "NickName\\x.doc"}, e + "nndbase.txt"},
+                {e + "Eudora.exe",
+                 {e + "nndbase.txt", e + "Nickname\\zoo list.TXT", e + "NickName\\a.txt"},
+                 e + "NickName\\zoo list.TXT"},
+                {e + "Eudora.exe", {e + "NickName\\a.txt"}, "", 2},
+                {e + "Eudora.exe", {e + "NickName\\a.txt"}, "", 3},
+                {deep + "E.exe", {deep + "NickName\\name.txt"}, ""},  // the path has no room
+                {"Eudora.exe", {"C:\\NickName\\root.txt"}, "\\NickName\\root.txt"},
+                {"C:\\a\x83\x5C", {}, "C:\\nndbase.txt"}};
+    for (const auto& [program, present, found, failing] : rows) {
+        TestSystem machine;
+        for (const auto& file : present) machine.files.Put(file, "x");
+        if (failing > 0) machine.faults.Arm(platform::testing::Fault::kFail, failing);
+        EXPECT_EQ(locate::FindNicknameFile(machine.faults, program, 932).Str(), found);
+    }
+}
+
+TEST(FileDialogTest, ShowsAWholePathAndEndsOnlyWithWhatExists) {
+    TestSystem machine(932);
+    machine.files.MakeFolders("C:\\e.d");
+    machine.dialogs.fileAnswers = {"C:\\e\\none", "C:\\e.d"};
+    const std::string fits(258, 'x');
+    EXPECT_EQ(dialogs::AskForNicknameFile(machine.system, fits + "\x83\x5c"), "C:\\e.d");
+    EXPECT_EQ(machine.dialogs.messages.at(0).text, "Invalid File Name");
+    EXPECT_EQ(machine.dialogs.fileRequests.at(0).initialPath, fits);
+    EXPECT_EQ(machine.dialogs.fileRequests.at(0).defaultExtension, "txt");
+}
+
+// What may be typed into an edit, and the number that it is, if it is one.
+const std::pair<std::string, std::optional<std::int32_t>> kTyped[] = {
+    {"10000", 10000},
+    {"007", 7},
+    {" \t+12 ", 12},
+    {"-99999999999999999999", -2147483647 - 1},
+    {"1                             x", {}},
+    {"1                              x", 1},
+    {"", {}},
+    {"-0", {}},
+    {"- 5", {}},
+    {"0x10", {}}};
+
+// The plain rules of the dialog. Its controls have numbers from 1000 on: four boxes, three edits.
+struct OptionsModel {
+    // The boxes for days, size, attachments and their limit, and whether that limit is open: it
+    // obeys whichever of its two boxes was clicked last, the upper one at first.
+    std::array<bool, 5> on;
+    std::array<std::optional<std::int32_t>, 3> typed;
+    std::array<std::int32_t, 7> values;  // of boxes and edits, as taken
+    int focus = 0;
+    std::size_t refusals = 0;
+
+    bool IsEnabled(int control) const {
+        constexpr std::string_view kObeys = "---2014014-014";
+        const char obeyed = control < 1000 ? '-' : kObeys[static_cast<std::size_t>(control) - 1000];
+        return obeyed == '-' || on[static_cast<std::size_t>(obeyed - '0')];
+    }
+    // The exchange ends at a refused text: the numbers before it are taken, those behind it wait.
+    bool Take() {
+        std::copy_n(on.begin(), 4, values.begin());
+        for (std::size_t i = 3; i-- > 0; values[i + 4] = *typed[i]) {
+            if (typed[i]) continue;
+            focus = 1004 + static_cast<int>(i);
+            ++refusals;
+            return false;
+        }
+        return true;
+    }
+};
+
+TEST(OptionsDialogTest, RandomUsersMeetThePlainRules) {
+    std::mt19937 random(1);
+    TestSystem machine;
+    CEudoraTransUtil util{machine.system};
+    for (int run = 0; run < 10000 && !HasFailure(); ++run) {
+        CEudoraOptionsDlg d{&util};
+        const std::array members{&d.m_bLimitMailAge,    &d.m_bLimitMailSize, &d.m_bAttachments,
+                                 &d.m_bLimitAttachSize, &d.m_nMailAgeDays,   &d.m_nMailLimitKB,
+                                 &d.m_nAttachLimitKB};
+        OptionsModel model{};
+        for (std::size_t i = 0; i < members.size(); ++i) {
+            *members[i] = static_cast<std::int32_t>(random() % 4);  // a file can hold any number
+            if (i >= 4) model.typed[i - 4] = *members[i];
+            // 2 is the third state, which looks like 1.
+            else
+                model.on[i] = *members[i] == 1 || *members[i] == 2;
+        }
+        model.on[4] = model.on[2];
+        model.Take();
+        machine.dialogs.messages.clear();
+        std::optional<int> result;
+        const auto step = [&](ScriptedView& view) {
+            const std::size_t act = random() % 9;
+            const int control = act < 7 ? 1000 + static_cast<int>(act) : static_cast<int>(act) - 6;
+            const bool isEnabled = model.IsEnabled(control);
+            const auto& [text, number] = kTyped[random() % std::size(kTyped)];
+            if (act >= 4 && act < 7) {
+                view.Type(control, text);
+                if (isEnabled) model.typed[act - 4] = number;
+                return;
+            }
+            view.Click(control);
+            if (act >= 7) {
+                if (control == 2 || model.Take()) result = control;
+            } else if (isEnabled) {
+                model.on[act] = !model.on[act];
+                if (act >= 2) model.on[4] = model.on[act];
+                model.Take();
+            }
+        };
+        machine.dialogs.modalScripts.push_back([&](ScriptedView& view) {
+            for (int steps = 0; steps < 12 && !result; ++steps) {
+                step(view);
+                for (const auto& [id, control] : view.controls) {
+                    EXPECT_EQ(control.enabled, model.IsEnabled(id)) << id;
+                    EXPECT_EQ(control.highest, id >= 1007 && id <= 1009 ? 9999 : 0) << id;
+                    EXPECT_EQ(control.checked, id >= 1000 && id < 1004 && model.on[id - 1000]);
+                }
+                for (std::size_t i = 0; i < 7; ++i) EXPECT_EQ(*members[i], model.values[i]) << i;
+                EXPECT_EQ(view.focus, model.focus);
+                EXPECT_EQ(view.result, result);
+            }
+        });
+        const int ended = d.DoModal();
+        EXPECT_EQ(ended, result.value_or(2)) << "a closed dialog is cancelled; run " << run;
+        EXPECT_EQ(machine.dialogs.messages,
+                  std::vector<Message>(model.refusals, {"Please enter an integer.", "Eudora",
+                                                        platform::MessageIcon::kWarning}));
+    }
+}
+
+}  // namespace
