@@ -1,7 +1,6 @@
 #include <functional>
 
 #include "mailstore/eudora_access.h"
-#include "tests/frame/numbered_host.h"
 #include "tests/mailstore/mail_world.h"
 #include "tests/support/fault_sweep.h"
 

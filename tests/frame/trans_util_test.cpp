@@ -1,0 +1,165 @@
+#include "tests/frame/frame_fixture.h"
+
+namespace {
+
+using namespace std::literals;
+using Texts = std::vector<std::string>;
+
+const std::string kPath = "C:\\set\\EudoraAppInfo0001.cfg";
+
+// The file of a field and other limits than those of new settings, in the bytes that
+// docs/formats/settings.md tells.
+const std::string kFile =
+    "\0\0\0\0\0\0\0\0\0\0\0\0"  // no stamp
+    "\001\0\0\0\00211\013\0\0\0\051\0\0\0\002Id\004\0\0\0\307\002\0\200\001\0\0\0"
+    "\001\0\0\0\0\0\0\0\006\0\0\0\0\0\0\0\0\002\0\0\0\106\0\0\0\100\001\0\0"s;
+
+using TransUtilTest = FrameTest;
+
+TEST_F(TransUtilTest, SettingsFileHasTheToldBytesOrTheOldOnes) {
+    CEudoraAppInfo info;
+    info.m_fields.Add({"11", 11, 41, "Id", kFieldText, 0x800002C7, true});
+    info.m_bAttachments = 1;
+    info.m_bLimitAttachSize = info.m_bLimitMailSize = 0;
+    info.m_nAttachLimitKB = 6;
+    info.m_bLimitMailAge = 2;
+    info.m_nMailAgeDays = 70;
+    info.m_nMailLimitKB = 320;
+    machine.files.Put(kPath, "old");
+    machine.files.LimitDisk(50);
+    EXPECT_FALSE(util.StoreSettings(info, kPath.c_str()));
+    machine.files.LimitDisk({});
+    EXPECT_EQ(machine.files.Get(kPath), "old");
+    ASSERT_TRUE(util.StoreSettings(info, kPath.c_str()));
+    EXPECT_EQ(machine.files.Get(kPath), kFile);
+    EXPECT_EQ(machine.files.AllFiles(), Texts{kPath});
+
+    // Fields come back in their order; the latest of an id counts.
+    info.m_fields.Add({"11", -1, -1, "\x83\x5C", 6, 0xFFFFFFFF, true});
+    ASSERT_TRUE(util.StoreSettings(info, kPath.c_str()));
+    CEudoraAppInfo loaded;
+    ASSERT_TRUE(util.LoadSettings(kPath.c_str(), loaded));
+    EXPECT_EQ(loaded.m_fields.GetSize(), 2);
+    EXPECT_EQ(loaded.m_fields.Lookup("11"), 1);
+    EXPECT_EQ(loaded.m_fields.GetAt(0).m_csDefaultName, "Id");
+    for (const char* unknown : {"1", "011", "", "11 ", static_cast<const char*>(nullptr)}) {
+        EXPECT_EQ(loaded.m_fields.Lookup(unknown), -1);
+    }
+}
+
+TEST_F(TransUtilTest, AFileCutShortKeepsWhatWasRead) {
+    for (std::size_t length = 0; length <= kFile.size(); ++length) {
+        SCOPED_TRACE(length);
+        machine.files.Put(kPath, kFile.substr(0, length));
+        const LogCapture log;
+        CEudoraAppInfo info;
+        const bool isWhole = length == kFile.size();
+        EXPECT_EQ(util.LoadSettings(kPath.c_str(), info), isWhole);
+        EXPECT_EQ(LogCapture::Lines(),
+                  isWhole ? Texts() : Texts{"1 Unable to load app info file " + kPath + "\n"});
+        EXPECT_EQ(info.m_nMailAgeDays, length + 4 < kFile.size() ? 7 : 70);
+        EXPECT_EQ(info.m_fields.GetSize() == 1, length >= kFile.size() - 29);
+    }
+    CEudoraAppInfo large;
+    machine.files.Put(kPath, kFile + std::string(16 << 20, 'x'));
+    EXPECT_TRUE(util.LoadSettings(kPath.c_str(), large)) << "the front of a large file";
+    EXPECT_EQ(large.m_nMailLimitKB, 320);
+}
+
+TEST_F(TransUtilTest, NumbersFillTheFirstGapAndDeletionStopsThere) {
+    for (int number : {1, 2, 3, 4, 5, 6, 7, 8, 9, 0xABCD}) {
+        machine.files.Put(util.SettingsPath(number).Str(), "x");
+    }
+    CString found;
+    EXPECT_TRUE(util.NextSettingsPath(found));
+    EXPECT_EQ(found, "C:\\set\\EudoraAppInfo000A.cfg");
+    util.DeleteAllSettings();
+    EXPECT_EQ(machine.files.AllFiles(), Texts{"C:\\set\\EudoraAppInfoABCD.cfg"});
+    struct FullFolder : platform::testing::MemoryFiles {
+        platform::Result<platform::FileInfo> Stat(std::string_view) override {
+            return platform::FileInfo{};
+        }
+    } full;
+    EXPECT_FALSE(CEudoraTransUtil(machine.Over(full)).NextSettingsPath(found));
+}
+
+TEST_F(TransUtilTest, SummaryTellsTheLimitsInShiftJis) {
+    for (int limits = 0; limits < 16; ++limits) {
+        CEudoraAppInfo info;
+        info.m_bLimitMailAge = limits & 1;
+        info.m_bLimitMailSize = limits & 2;
+        info.m_bAttachments = limits & 4;
+        info.m_bLimitAttachSize = limits & 8;
+        std::string expected;
+        if ((limits & 1) != 0) expected += "\x8D\xC5\x8B\xDF\x82\xCC\x37\x93\xFA\x8A\xD4, ";
+        if ((limits & 2) != 0) expected += "\x8D\xC5\x91\xE5: 32KB, ";
+        expected += "\x93\x59\x95\x74: "s + (limits < 4 || (limits & 4) == 0 ? "No"
+                                             : (limits & 8) == 0             ? "Yes"
+                                                                             : "5KB");
+        EXPECT_EQ(info.GetSummaryText().Str(), expected);
+    }
+}
+
+TEST_F(TransUtilTest, OnlyExactConversionsAreUsed) {
+    const auto format = [&](const std::string& text, std::optional<int> number) {
+        LoadStrings({{1, text}});
+        constexpr auto kId = frame::StringId::kCannotOpenFile;
+        return (number ? util.FormatString(kId, "T%n", *number) : util.FormatString(kId, "T%n"))
+            .Str();
+    };
+    EXPECT_EQ(format("<%s>", {}), "<T%n>") << "the text is no format";
+    EXPECT_EQ(format("100%% of %s", {}), "100% of T%n");
+    EXPECT_EQ(format("%s and %d", 27), "T%n and 27");
+    EXPECT_EQ(format(std::string(1500, 'x'), {}).size(), 1023U);
+    for (const std::string odd : {"%s", "%d and %s", "%n", "%s%s", "%s%d%d", "%s %", "%5s"}) {
+        EXPECT_EQ(format(odd, 27), odd);
+        EXPECT_EQ(format(odd, {}), odd == "%s" ? "T%n" : odd);
+    }
+}
+
+// The bundle is looked for in the first folder, then by the system's search, under the language,
+// the alternative, and the known ones; null keeps what an earlier call gave.
+TEST_F(TransUtilTest, InitialisationFindsABundleAndThenEudora) {
+    const tagRENVSETTINGS env{"C:\\env", "text"};
+    const tagRTRANSSETTINGS settings{0, "C:\\set", "t", "IT"};
+    std::string message(12, 'x');
+    util.csSettingsDir.Empty();
+    machine.libraries.AddResources("C:\\env\\kvlEUDEN.dll", {{71, "no Eudora"}});
+    machine.libraries.AddResources("kvlEUDFR.dll", {{71, "pas d'Eudora"}});
+    for (const auto& [length, filled] :
+         {std::pair{0, "xxxxxxxxxxxx"}, {4, "no Exxxxxxxx"}, {12, "no Eudora\0\0"}}) {
+        EXPECT_EQ(util.InitTranslatorEx(&env, nullptr, "EN", message.data(), length), RRC_FAILED);
+        EXPECT_EQ(message, std::string(filled, 12));
+        EXPECT_EQ(DrainErrors().size(), length > 0 ? 0U : 1U);
+    }
+    const char* key = "SOFTWARE\\Microsoft\\windows\\CurrentVersion\\App Paths\\Eudora.exe";
+    for (const auto& [value, text] : {std::pair{"Path", "C:\\E"}, {"", "C:\\E\\Eudora.exe"}}) {
+        (void)machine.registry.WriteText(platform::RegistryRoot::kLocalMachine, key, value, text);
+    }
+    machine.files.Put("C:\\E\\Eudora.exe", "MZ");
+    const auto before = machine.libraries.Tries().size();
+    EXPECT_EQ(util.InitTranslatorEx(&env, &settings, "JP", message.data(), 12), RRC_OK);
+    EXPECT_EQ(message, "no Eudora\0\0\0"s) << "a success leaves the buffer alone";
+    std::string tries;
+    for (std::size_t i = before; i < machine.libraries.Tries().size(); ++i) {
+        const std::string& path = machine.libraries.Tries()[i];
+        EXPECT_EQ(path.substr(0, path.size() - 6), i - before < 9 ? "C:\\set\\kvlEUD" : "kvlEUD");
+        tries += path.substr(path.size() - 6, 2);
+    }
+    EXPECT_EQ(tries, "JPITENDEFRESITPTJPJPITENDEFR") << "C:\\env is no choice beside C:\\set";
+    EXPECT_EQ(util.InitTranslatorEx(nullptr, nullptr, nullptr, nullptr, 0), RRC_OK);
+    EXPECT_EQ(util.bundle.Current().Str() + util.csLanguage.Str(), "FRJP");
+    EXPECT_EQ(util.csSettingsDir.Str() + util.csTransText.Str(), "C:\\sett");
+    EXPECT_EQ(util.csNicknamePath, "C:\\E\\nndbase.txt");
+    EXPECT_EQ(machine.libraries.LoadedCount(), 1);
+
+    platform::testing::TestSystem bare;
+    EXPECT_EQ(
+        CEudoraTransUtil(bare.system).InitTranslatorEx(&env, nullptr, "JP", message.data(), 12),
+        RRC_FAILED);
+    EXPECT_EQ(message, std::string(12, '\0'));
+    EXPECT_EQ(bare.libraries.Tries().size(), 16U) << "no alternative, so eight codes twice";
+    EXPECT_STREQ(LastVornErrorString(), "Unable to locate any resource DLL.");
+}
+
+}  // namespace
