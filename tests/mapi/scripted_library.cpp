@@ -3,59 +3,29 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <tuple>
 
-using mapi::Code, mapi::Entry, mapi::Flags, mapi::Reserved, mapi::Session, mapi::Window;
+using mapi::Code, mapi::Entry, mapi::Session;
 
 namespace {
 
 ScriptedLibrary* g_library = nullptr;
 
-ScriptedLibrary& Told(bool isAsAgreed) {
-    if (!isAsAgreed) ++g_library->badCalls;
-    return *g_library;
-}
+// What a caller of the library calls: passes those arguments on. The others are agreed to be null
+// and zero, but for the flags.
+template <auto Operation, mapi::Flags kFlags, class Published, std::size_t... kPassed>
+struct Plain;
 
-Code KV_LIBRARY_CALL Logon(Window window, const char* profile, const char* password, Flags flags,
-                           Reserved reserved, Session* session) {
-    return Told((window | reserved) == 0 && profile == password && profile == nullptr && flags == 3)
-        .Logon(session);
-}
-
-Code KV_LIBRARY_CALL Logoff(Session session, Window window, Flags flags, Reserved reserved) {
-    return Told((window | flags | reserved) == 0).Logoff(session);
-}
-
-Code KV_LIBRARY_CALL SendMail(Session session, Window window, MapiMessage* message, Flags flags,
-                              Reserved reserved) {
-    return Told((window | flags | reserved) == 0).SendMail(session, message);
-}
-
-Code KV_LIBRARY_CALL FindNext(Session session, Window window, const char* type, const char* seed,
-                              Flags flags, Reserved reserved, char* id) {
-    return Told((window | reserved) == 0 && type == nullptr && id != seed &&
-                flags == ScriptedLibrary::kFindFlags)
-        .FindNext(session, seed, id);
-}
-
-Code KV_LIBRARY_CALL ReadMail(Session session, Window window, const char* id, Flags flags,
-                              Reserved reserved, MapiMessage** message) {
-    return Told((window | reserved) == 0 && flags == ScriptedLibrary::kReadFlags)
-        .ReadMail(session, id, message);
-}
-
-Code KV_LIBRARY_CALL DeleteMail(Session session, Window window, const char* id, Flags flags,
-                                Reserved reserved) {
-    return Told((window | flags | reserved) == 0).DeleteMail(session, id);
-}
-
-Code KV_LIBRARY_CALL FreeBuffer(void* buffer) {
-    return g_library->FreeBuffer(buffer);
-}
-
-// Stands for the entry points that nobody may call.
-void NeverCalled() {
-    std::abort();
-}
+template <auto Operation, mapi::Flags kFlags, class... Arguments, std::size_t... kPassed>
+struct Plain<Operation, kFlags, Code(KV_LIBRARY_CALL*)(Arguments...), kPassed...> {
+    static Code KV_LIBRARY_CALL Function(Arguments... arguments) {
+        const std::tuple all(arguments...);
+        const auto sum = [](auto... each) { return (std::uintptr_t(each) + ...); };
+        if (sum(arguments...) - sum(std::get<kPassed>(all)...) != kFlags) ++g_library->badCalls;
+        return (g_library->*Operation)(std::get<kPassed>(all)...);
+    }
+    static void* Address() { return reinterpret_cast<void*>(&Function); }
+};
 
 }  // namespace
 
@@ -68,30 +38,28 @@ ScriptedLibrary::ScriptedLibrary(platform::testing::TestSystem& machine, const s
                                      "1");
 }
 
-ScriptedLibrary::~ScriptedLibrary() {
-    g_library = nullptr;
-}
-
 void ScriptedLibrary::Install(const std::string& folder, const char* missing) {
-    std::map<std::string, void*> symbols;
+    using Self = ScriptedLibrary;
+    std::map<std::string, void*> symbols{
+        {"MAPILogon", Plain<&Self::Logon, 3, mapi::LogonFn, 5>::Address()},
+        {"MAPILogoff", Plain<&Self::Logoff, 0, mapi::LogoffFn, 0>::Address()},
+        {"MAPISendMail", Plain<&Self::SendMail, 0, mapi::SendMailFn, 0, 2>::Address()},
+        {"MAPIFindNext", Plain<&Self::FindNext, kFindFlags, mapi::FindNextFn, 0, 3, 6>::Address()},
+        {"MAPIReadMail", Plain<&Self::ReadMail, kReadFlags, mapi::ReadMailFn, 0, 2, 5>::Address()},
+        {"MAPIDeleteMail", Plain<&Self::DeleteMail, 0, mapi::DeleteMailFn, 0, 2>::Address()},
+        {"MAPIFreeBuffer", Plain<&Self::FreeBuffer, 0, mapi::FreeBufferFn, 0>::Address()}};
+    // The others are there, and nobody may call them.
+    void (*const never)() = [] { std::abort(); };
     for (const char* name : mapi::kEntryNames) {
-        symbols[name] = reinterpret_cast<void*>(&NeverCalled);
+        symbols.try_emplace(name, reinterpret_cast<void*>(never));
     }
-    symbols["MAPILogon"] = reinterpret_cast<void*>(&::Logon);
-    symbols["MAPILogoff"] = reinterpret_cast<void*>(&::Logoff);
-    symbols["MAPISendMail"] = reinterpret_cast<void*>(&::SendMail);
-    symbols["MAPIFindNext"] = reinterpret_cast<void*>(&::FindNext);
-    symbols["MAPIReadMail"] = reinterpret_cast<void*>(&::ReadMail);
-    symbols["MAPIDeleteMail"] = reinterpret_cast<void*>(&::DeleteMail);
-    symbols["MAPIFreeBuffer"] = reinterpret_cast<void*>(&::FreeBuffer);
     if (missing != nullptr) symbols.erase(missing);
     m_machine.libraries.AddLibrary(folder + "\\EUMAPI32.DLL", symbols);
 }
 
 std::size_t ScriptedLibrary::Count(const std::string& word) const {
     return static_cast<std::size_t>(
-        std::count_if(calls.begin(), calls.end(),
-                      [&](const std::string& call) { return call.starts_with(word); }));
+        std::ranges::count_if(calls, [&](auto& call) { return call.starts_with(word); }));
 }
 
 Code ScriptedLibrary::Note(Session session, Entry entry, const std::string& word) {
@@ -114,11 +82,9 @@ Code ScriptedLibrary::Logoff(Session session) {
 }
 
 Code ScriptedLibrary::SendMail(Session session, MapiMessage* message) {
-    const char* subject = message->lpszSubject;
-    const auto result =
-        Note(session, Entry::kSendMail, std::string("send ") + (subject != nullptr ? subject : ""));
-    if (onSend) onSend(*message);
-    return result;
+    const std::string subject = message->lpszSubject != nullptr ? message->lpszSubject : "";
+    onSend(*message);
+    return Note(session, Entry::kSendMail, "send " + subject);
 }
 
 Code ScriptedLibrary::DeleteMail(Session session, const char* id) {
@@ -126,81 +92,70 @@ Code ScriptedLibrary::DeleteMail(Session session, const char* id) {
 }
 
 std::size_t ScriptedLibrary::IndexOf(const std::string& id) {
-    const auto find = [&] {
-        const auto at = m_places.find(id);
-        const bool isThere =
-            at != m_places.end() && at->second < mailbox.size() && mailbox[at->second].id == id;
-        return isThere ? at->second : mailbox.size();
-    };
-    if (find() == mailbox.size()) {
+    auto at = m_places.find(id);
+    if (at == m_places.end() || at->second >= mailbox.size() || mailbox[at->second].id != id) {
         m_places.clear();
         for (std::size_t i = 0; i < mailbox.size(); ++i) m_places.emplace(mailbox[i].id, i);
+        at = m_places.find(id);
     }
-    return find();
+    return at != m_places.end() ? at->second : mailbox.size();
 }
 
 Code ScriptedLibrary::FindNext(Session session, const char* seed, char* id) {
+    if (seed == id) ++badCalls;
     const std::string word = std::string("find ") + (seed != nullptr ? seed : "-");
     if (const auto result = Note(session, Entry::kFindNext, word)) return result;
-    if (!endsIds) {
-        std::memset(id, 'x', mapi::kMessageIdSize);
-        return mapi::kSuccess;
-    }
-    std::size_t index = 0;
-    if (seed != nullptr) {
-        index = IndexOf(seed);
-        if (index == mailbox.size()) return mapi::kInvalidMessage;
-        ++index;
-    }
-    if (index >= mailbox.size()) return mapi::kNoMessages;
-    std::strcpy(id, mailbox[index].id.c_str());
+    const std::size_t index = seed != nullptr ? IndexOf(seed) + 1 : 0;
+    if (index > mailbox.size()) return mapi::kInvalidMessage;
+    if (index == mailbox.size()) return mapi::kNoMessages;
+    // One that is longer than the room for it fills that.
+    const auto& found = mailbox[index].id;
+    if (found.copy(id, mapi::kMessageIdSize) < mapi::kMessageIdSize) id[found.size()] = '\0';
     return mapi::kSuccess;
 }
 
 Code ScriptedLibrary::ReadMail(Session session, const char* id, MapiMessage** message) {
+    // What the library leaves here after a failure means nothing.
+    *message = reinterpret_cast<MapiMessage*>(this);
     if (const auto result = Note(session, Entry::kReadMail, std::string("read ") + id)) {
-        // What the library leaves here after a failure means nothing.
-        *message = reinterpret_cast<MapiMessage*>(this);
         return result;
     }
     const std::size_t index = IndexOf(id);
     if (index == mailbox.size()) return mapi::kInvalidMessage;
-    m_records.emplace_back().mail = mailbox[index];
-    Fill(m_records.back());
-    *message = &m_records.back().message;
-    return mapi::kSuccess;
-}
-
-void ScriptedLibrary::Fill(Record& record) {
-    const auto text = [](ScriptedMail::Text& from) { return from ? from->data() : nullptr; };
-    ScriptedMail& mail = record.mail;
+    Record& record = m_records.emplace_back();
+    ScriptedMail& mail = record.mail = mailbox[index];
     for (int i = 0; i < mail.tempFiles; ++i) {
         mail.files.push_back({"C:\\temp\\" + std::to_string(++m_filesMade) + ".tmp", {}});
         m_machine.files.Put(*mail.files.back().path, "x");
     }
-    MapiMessage& message = record.message;
-    message.lpszSubject = text(mail.subject);
-    message.lpszDateReceived = text(mail.date);
-    message.lpszNoteText = text(mail.note);
-    message.flFlags = mail.flags;
+    const auto text = [](ScriptedMail::Text& from) { return from ? from->data() : nullptr; };
     record.originator.lpszName = text(mail.originator);
-    message.lpOriginator = &record.originator;
     for (auto& one : mail.recipients) {
         record.recipients.push_back({0, one.kind, nullptr, text(one.address), 0, nullptr});
     }
     for (auto& one : mail.files) {
         record.files.push_back({0, one.flags, 0, text(one.path), text(one.name), nullptr});
     }
-    message.lpRecips = record.recipients.data();
-    message.nRecipCount = static_cast<std::uint32_t>(record.recipients.size());
-    message.lpFiles = record.files.data();
-    message.nFileCount = static_cast<std::uint32_t>(record.files.size());
+    const auto count = [](const auto& all) { return static_cast<std::uint32_t>(all.size()); };
+    record.message = {0,
+                      text(mail.subject),
+                      text(mail.note),
+                      nullptr,
+                      text(mail.date),
+                      nullptr,
+                      mail.flags,
+                      &record.originator,
+                      count(record.recipients),
+                      record.recipients.data(),
+                      count(record.files),
+                      record.files.data()};
+    *message = &record.message;
+    return mapi::kSuccess;
 }
 
 Code ScriptedLibrary::FreeBuffer(void* buffer) {
-    const auto found = std::find_if(m_records.begin(), m_records.end(), [&](const Record& record) {
-        return &record.message == buffer;
-    });
+    const auto found = std::ranges::find(m_records, buffer,
+                                         [](Record& record) -> void* { return &record.message; });
     if (found == m_records.end()) {
         ++badCalls;
         return mapi::kFailure;

@@ -41,7 +41,7 @@ class ScriptedLibrary {
     static constexpr mapi::Flags kFindFlags = 0x4100, kReadFlags = 0x80;
 
     ScriptedLibrary(platform::testing::TestSystem& machine, const std::string& folder);
-    virtual ~ScriptedLibrary();
+    virtual ~ScriptedLibrary() = default;
     ScriptedLibrary(const ScriptedLibrary&) = delete;
     ScriptedLibrary& operator=(const ScriptedLibrary&) = delete;
 
@@ -52,13 +52,14 @@ class ScriptedLibrary {
     // What the coming calls of an entry point give, in order; 0 is a call that works, as do all
     // calls after the last one.
     std::map<mapi::Entry, std::deque<mapi::Code>> results;
-    bool endsIds = true;  // else it fills the whole room of an id with "x"
-    std::function<void(const MapiMessage&)> onSend;
+    std::function<void(const MapiMessage&)> onSend = [](auto&) {};
 
     // The calls as words: "logon", "find -" (the first), "find ID", "read ID", "send SUBJECT",
-    // "delete ID", "free ID", "logoff"; calls without the session count as bad ones.
+    // "delete ID", "free ID", "logoff".
     std::vector<std::string> calls;
     std::size_t Count(const std::string& word) const;  // of the calls that begin with it
+    // The calls with another argument than the agreed one where there is only one.
+    int badCalls = 0;
 
     // The records that were read and not freed; what else is freed counts as a bad call.
     std::size_t LiveRecords() const { return m_records.size(); }
@@ -71,8 +72,6 @@ class ScriptedLibrary {
     virtual mapi::Code DeleteMail(mapi::Session session, const char* id);
     virtual mapi::Code FreeBuffer(void* buffer);
 
-    int badCalls = 0;  // calls with another argument than the agreed one where there is only one
-
   private:
     struct Record {
         ScriptedMail mail;
@@ -82,9 +81,7 @@ class ScriptedLibrary {
         MapiMessage message{};
     };
     mapi::Code Note(mapi::Session session, mapi::Entry entry, const std::string& word);
-    // Of the first; the mailbox's size if there is none.
-    std::size_t IndexOf(const std::string& id);
-    void Fill(Record& record);
+    std::size_t IndexOf(const std::string& id);  // of the first; the mailbox's size for none
 
     platform::testing::TestSystem& m_machine;
     std::list<Record> m_records;
