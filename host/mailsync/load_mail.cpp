@@ -108,7 +108,10 @@ class MailLoader {
         const auto known = m_byId.find(head.id);
         const bool isKnown = known != m_byId.end() &&
                              (!seen.messageId || *seen.messageId == known->second->messageId);
-        if (isKnown) seen.name = known->second->name;
+        if (isKnown) {
+            seen.name = known->second->name;
+            m_knownAgain.insert(head.id);
+        }
         if (head.marker.empty()) {
             PassOver(seen.name, m_source.Read(mail::MailParts::kHeader).Error());
         } else if (!isKnown && isWithinLimits) {
@@ -133,7 +136,7 @@ class MailLoader {
         const auto found = m_source.Find(row.id);
         if (!found || !*found) return false;
         See(**found, m_source.MessageId(), false);
-        return true;
+        return m_knownAgain.contains(row.id);
     }
 
     // A mail that is not where it was may have another id now, and a new file may be a mail that
@@ -143,7 +146,8 @@ class MailLoader {
         std::vector<const RememberedMail*> unseen;
         for (const RememberedMail& row : m_sides.remembered) {
             // Of a kept one it is known that the mail is gone; should it be back, it shows itself.
-            if (row.link != MailLink::kKept && !m_seen.contains(row.id)) unseen.push_back(&row);
+            if (row.link != MailLink::kKept && !m_knownAgain.contains(row.id))
+                unseen.push_back(&row);
         }
         const bool areFew = m_sides.foreign.empty() && unseen.size() <= kMostSearches;
         const auto findAgain = [&](const auto* row) { return FindAgain(*row); };
@@ -236,7 +240,8 @@ class MailLoader {
     MailFolders& m_folders;
     base::Progress& m_progress;
     std::unordered_map<std::string, const RememberedMail*> m_byId;
-    std::unordered_set<std::string> m_seen;
+    std::unordered_set<std::string> m_seen;        // ids
+    std::unordered_set<std::string> m_knownAgain;  // those under which a remembered mail is there
     MailSides m_sides;
     std::vector<const MaildirEntry*> m_foreign;  // nobody remembers them
 };

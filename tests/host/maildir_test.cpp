@@ -9,7 +9,7 @@
 #include "platform/os/system.h"
 #include "platform/testing/fixed_clock.h"
 #include "platform/testing/memory_files.h"
-#include "tests/host/fault_sweep.h"
+#include "tests/support/fault_sweep.h"
 #include "tests/platform/temp_folder.h"
 
 namespace host {
@@ -115,7 +115,7 @@ TEST(Maildir, NamesDifferBetweenProgramsThatShareClockAndCount) {
 
 // The n-th operation of a delivery, a renaming and a removal fails, is torn or is the last.
 TEST(Maildir, LeavesAMailWholeOrNotThereAfterAnyFault) {
-    testing::ForEveryFault([](testing::Fault fault, int n) {
+    test::ForEveryFault([](test::Fault fault, int n) {
         platform::testing::MemoryFiles disk;
         platform::testing::FaultyFiles files(disk);
         platform::testing::FixedClock clock;
@@ -128,7 +128,7 @@ TEST(Maildir, LeavesAMailWholeOrNotThereAfterAnyFault) {
         const auto listed = *maildir.List();
         EXPECT_EQ(listed.size(), delivered ? 1u : 0u);
         for (const maildir::MaildirEntry& entry : listed) EXPECT_EQ(*maildir.SizeOf(entry), 9u);
-        if (fault != testing::Fault::kKill) {
+        if (fault != test::Fault::kKill) {
             EXPECT_EQ(disk.AllFiles().size(), listed.size());
         }
         EXPECT_EQ(disk.OpenCount(), 0);

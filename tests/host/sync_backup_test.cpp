@@ -4,7 +4,7 @@
 #include "host/backup/backups.h"
 #include "platform/testing/fixed_clock.h"
 #include "platform/testing/memory_files.h"
-#include "tests/host/fault_sweep.h"
+#include "tests/support/fault_sweep.h"
 
 namespace host {
 namespace {
@@ -42,14 +42,14 @@ TEST(Backups, TheSecondOfOneMomentGetsANumberAndAnUnknownOneIsRefused) {
 }
 
 TEST(Backups, AFaultNeverListsAHalfBackup) {
-    testing::ForEveryFault([](testing::Fault fault, int n) {
+    test::ForEveryFault([](test::Fault fault, int n) {
         Machine machine;
         machine.files.Arm(fault, n);
         const bool isMade = machine.Make().HasValue();
         const bool fired = machine.files.Disarm();
         const auto listed = *machine.backups.List();
         EXPECT_TRUE(!isMade || listed.size() == 1);
-        if (!isMade && fault != testing::Fault::kKill) {
+        if (!isMade && fault != test::Fault::kKill) {
             const auto left = machine.disk.List("C:\\state\\backups", "1*");
             EXPECT_TRUE(!left || left->empty()) << left->front().name;
         }
@@ -71,7 +71,7 @@ TEST(Backups, ASetComesBackWholeAndInItsOrder) {
                                           "C:\\e\\Trash.toc",   "C:\\e\\Trash.mbx",
                                           "C:\\e\\nndbase.txt", "C:\\e\\N\\nndbase.txt"};
     const std::vector<std::string> before = {"old toc", "old mbx", "", "", "book", "other book"};
-    testing::ForEveryFault([&](testing::Fault fault, int n) {
+    test::ForEveryFault([&](test::Fault fault, int n) {
         Machine machine;
         const auto contentOf = [&](auto i) { return machine.disk.Get(set[i]).value_or(""); };
         for (std::size_t i = 0; i < set.size(); ++i) {

@@ -1,7 +1,5 @@
 kv_test(vcard_test SOURCES vcard_test.cpp DEPENDS host_vcard failing_allocation)
-kv_test(sync_engine_test
-    SOURCES sync_engine_test.cpp sync_walk_test.cpp
-    DEPENDS host_contactsync platform_testing)
+kv_test(contactsync_test SOURCES contactsync_test.cpp DEPENDS host_contactsync platform_testing)
 kv_test(sync_store_test
     SOURCES state_test.cpp sync_backup_test.cpp
     DEPENDS host_contactsync host_state platform_native platform_testing)

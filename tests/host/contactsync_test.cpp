@@ -1,0 +1,419 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+#include <set>
+#include <sstream>
+
+#include "host/contacts/eudora_contacts.h"
+#include "host/contacts/vdir_contacts.h"
+#include "host/contactsync/execute.h"
+#include "tests/host/sync_world.h"
+
+namespace host::testing {
+namespace {
+
+using enum sync::Side;
+using base::Field;
+using ::test::Fault;
+using ::testing::IsEmpty;
+using Texts = std::vector<std::string>;
+using Contents = std::map<std::string, base::Contact>;  // by id
+
+struct MemoryOfPairs : state::PairMemory, MemoryRows<state::RememberedPair> {
+    using MemoryRows::MemoryRows;
+    std::vector<state::Intent> intents;
+
+    base::Result<state::Remembered> Load() override { return state::Remembered{rows, intents}; }
+    base::Status Save(state::MemoryChange& change) override {
+        auto saved = Keep(change.put, change.forget);
+        if (saved && change.intents) intents = *change.intents;
+        return saved;
+    }
+};
+
+// An address book in memory, with nicknames as ids and the limits of Eudora's file in code page
+// 1252. It changes only at Commit.
+class MemoryBook : public contacts::ContactStore {
+  public:
+    explicit MemoryBook(SyncWorld& world) : m_world(world) {}
+
+    Contents entries;
+    mutable int asked = 0;  // what it could hold
+    std::chrono::system_clock::time_point changedAt{};
+
+    base::Result<std::vector<base::StoreItem>> List() override {
+        m_collected = entries;
+        std::vector<base::StoreItem> items;
+        for (const auto& [id, contact] : entries) items.push_back(Read(id)->item);
+        return items;
+    }
+    base::Result<contacts::StoredContact> Read(const std::string& id) override {
+        const base::Contact& contact = entries.at(id);
+        return contacts::StoredContact{{id, base::BeyondNickname(contact)}, contact, {}, 0, true};
+    }
+    std::optional<std::chrono::system_clock::time_point> ChangedAt(
+        const base::StoreItem&) const override {
+        return changedAt;
+    }
+    base::Contact Hold(const base::Contact& contact) const override {
+        ++asked;
+        return contacts::HoldInEudora(contact, 1252);
+    }
+    std::string Nickname(const std::string& base, const std::string& suffix) const override {
+        ++asked;
+        return contacts::NicknameWithSuffix(base, suffix, 1252);
+    }
+    std::optional<std::string> Refusal(const base::Contact& values, base::FieldSet which) override {
+        const bool isBad = which.Has(Field::kName) && values[Field::kName] == "...";
+        return isBad ? std::optional<std::string>("the name is no name") : std::nullopt;
+    }
+    base::Result<std::string> Add(const base::Contact& values, const std::string&) override {
+        return Change({}, values, base::FieldSet::All());
+    }
+    base::Result<std::string> Change(const base::StoreItem& known, const base::Contact& values,
+                                     base::FieldSet which) override {
+        if (auto struck = m_world.Strike(known.id); !struck) return struck.Error();
+        EXPECT_TRUE(known.id.empty() || m_collected.contains(known.id)) << known.id;
+        base::Contact contact = m_collected[known.id];
+        m_collected.erase(known.id);
+        for (Field field : base::kAllFields) {
+            if (which.Has(field)) contact[field] = values[field];
+        }
+        const std::string now = contact[Field::kNickname];
+        EXPECT_TRUE(m_collected.emplace(now, contact).second) << now << " is taken";
+        return now;
+    }
+    base::Status Remove(const base::StoreItem& known) override {
+        if (auto struck = m_world.Strike(known.id); !struck) return struck;
+        m_collected.erase(known.id);
+        return {};
+    }
+    base::Status Commit() override {
+        if (auto struck = m_world.Strike("book"); !struck) return struck;
+        entries = m_collected;
+        return {};
+    }
+
+  private:
+    SyncWorld& m_world;
+    Contents m_collected;
+};
+
+// With an address book and a folder of vCards.
+struct ContactWorld : SyncWorld {
+    MemoryBook eudora{*this};
+    int uids = 0;
+    std::function<std::string()> newUid = [this] { return "uid" + std::to_string(++uids); };
+    contacts::VdirContacts folder{files, "C:\\cards", clock, newUid};
+    contacts::VdirContacts person{disk, "C:\\cards", clock, newUid};  // in the same folder
+    contacts::Stores stores{eudora, folder};
+    MemoryOfPairs memory{*this};
+
+    Contents Of(sync::Side side) {
+        if (side == kEudora) return eudora.entries;
+        Contents contents;
+        const auto items = *person.List();
+        for (const base::StoreItem& item : items) {
+            const auto card = person.Read(item.id);
+            EXPECT_TRUE(card) << *disk.Get("C:\\cards\\" + item.id);
+            if (card) contents[item.id] = card->contact;
+        }
+        return contents;
+    }
+    // Changes by a person; without an id the contact is a new one.
+    void Put(sync::Side side, const std::string& id, const base::Contact& contact) {
+        if (side == kEudora) {
+            eudora.entries.erase(id);
+            eudora.entries[contact[Field::kNickname]] = contact;
+        } else if (id.empty()) {
+            EXPECT_TRUE(person.Add(contact, ""));
+        } else {
+            EXPECT_TRUE(person.Change(person.Read(id)->item, contact, base::FieldSet::All()));
+        }
+    }
+    void Remove(sync::Side side, const std::string& id) {
+        side == kEudora ? void(eudora.entries.erase(id)) : void(disk.Delete("C:\\cards\\" + id));
+    }
+
+    contactsync::Plan MakePlan() {
+        const state::Remembered remembered = *memory.Load();
+        auto sides = contactsync::LoadSides(stores, remembered, progress);
+        if (sides) return contactsync::MakePlan(*sides, remembered, stores, options);
+        contactsync::Plan plan;
+        plan.stop = sides.Error().Message();
+        return plan;
+    }
+    // With what failed, or the reason to stop, as the report's errors.
+    sync::Report Sync() {
+        contactsync::Plan plan = MakePlan();
+        if (plan.stop) {
+            plan.report.errors = {*plan.stop};
+        } else if (!plan.IsEmpty()) {
+            plan.report.errors = contactsync::Execute(
+                plan, stores, memory, [&] { return Strike("backup"); }, progress);
+        }
+        return plan.report;
+    }
+};
+
+constexpr Field kOrder[] = {Field::kNickname, Field::kName, Field::kPhone, Field::kEmail,
+                            Field::kNote};
+
+// A contact in one line: "nickname|name|phone|e-mail|note", "~" for a line break.
+base::Contact C(const std::string& line) {
+    base::Contact contact;
+    std::istringstream parts(line);
+    for (Field field : kOrder) {
+        std::getline(parts, contact[field], '|');
+        std::ranges::replace(contact[field], '~', '\n');
+    }
+    return contact;
+}
+
+Texts Lines(ContactWorld& world, sync::Side side) {
+    Texts lines;
+    for (const auto& [id, contact] : world.Of(side)) {
+        std::string line;
+        for (Field field : kOrder) line += contact[field] + '|';
+        std::ranges::replace(line, '\n', '~');
+        lines.push_back(line.substr(0, line.find_last_not_of('|') + 1));
+    }
+    std::ranges::sort(lines);
+    return lines;
+}
+
+// "a; b" taken apart.
+Texts Split(const std::string& all) {
+    Texts parts;
+    for (std::size_t at = 0, end = 0; end != std::string::npos && !all.empty(); at = end + 2) {
+        end = all.find("; ", at);
+        parts.push_back(all.substr(at, end - at));
+    }
+    return parts;
+}
+
+// One case: what is in step at first, how the sides are edited, what both hold afterwards ("=": the
+// folder holds the same as Eudora). An edit is "old nickname>new contact"; "nick>" deletes,
+// ">contact" adds.
+struct Case {
+    const char *what, *before, *eudoraEdits, *folderEdits, *eudoraAfter, *folderAfter;
+    sync::Prefer prefer = sync::Prefer::kBoth;
+    bool folderIsNewer = true;
+    std::size_t conflicts = 0, refused = 0;
+    const char* Folder() const { return *folderAfter == '=' ? eudoraAfter : folderAfter; }
+};
+
+void Edit(ContactWorld& world, sync::Side side, const std::string& edit) {
+    const auto arrow = edit.find('>');
+    const std::string old = edit.substr(0, arrow), now = edit.substr(arrow + 1);
+    std::string id;
+    for (const auto& [key, contact] : world.Of(side)) {
+        if (!old.empty() && contact[Field::kNickname] == old) id = key;
+    }
+    now.empty() ? world.Remove(side, id) : world.Put(side, id, C(now));
+}
+
+const Case kCases[] = {
+    {"one nickname pairs and joins", "", ">ann|Ann|1", ">ann|Ann||a@x", "ann|Ann|1|a@x", "="},
+    {"name and first address pair under two nicknames", "", ">ann|Ann Lee||a@x",
+     ">al|Ann Lee|7|a@x", "ann|Ann Lee|7|a@x", "al|Ann Lee|7|a@x"},
+    {"a nickname from the address", "", "", ">|||x@y", "x@y|||x@y", "|||x@y"},
+    {"changes of two fields", "a|A|1|x@y", "a>a|A|2|x@y", "a>a|A|1|z@y", "a|A|2|z@y", "="},
+    {"a field cleared in the folder too", "a|A|1||n", "", "a>a|A|||n", "a|A|||n", "="},
+    {"an emptied name stays in Eudora", "a|A|1", "", "a>a||1", "a|A|1", "a||1"},
+    {"deletions", "a|A; b|B; c|C; d|D", "a>; d>", "b>; d>", "c|C", "="},
+    {"rename with another change", "a|Ann|1|a@x; b|B", "a>z|Ann|2|a@x", "", "b|B; z|Ann|2|a@x",
+     "="},
+    {"rename in the folder to a nickname that is taken", "a|Ann|1; b|Bob|2", "", "a>b|Ann|1",
+     "b1|Ann|1; b|Bob|2", "b|Ann|1; b|Bob|2"},
+    {"conflict: the older one of Eudora marked", "a|A|1", "a>a|A|2", "a>a|A|3",
+     "a (older)|A (older)|2; a|A|3", "=", sync::Prefer::kBoth, true, 1},
+    {"for the newer", "a|A|1", "a>a|A|2", "a>a|A|3", "a|A|2", "=", sync::Prefer::kNewer, false},
+    {"a long nickname makes room for the mark", "123456789012345678901234567|A|1",
+     "123456789012345678901234567>123456789012345678901234567|A|2",
+     "123456789012345678901234567>123456789012345678901234567|A|3",
+     "1234567890123456789 (older)|A (older)|2; 123456789012345678901234567|A|3", "=",
+     sync::Prefer::kBoth, true, 1},
+    {"deleted here, changed there: kept", "a|A|1; b|B|1", "a>; b>b|B|2", "a>a|A|2; b>",
+     "a|A|2; b|B|2", "=", sync::Prefer::kBoth, true, 2},
+    {"the preferred side's deletion", "a|A|1; b|B|1", "a>", "a>a|A|2", "b|B|1", "=",
+     sync::Prefer::kEudora},
+    {"characters outside the code page stay in the folder", "", "", ">g|G\xC3\xBC \xE5\xB1\xB1",
+     "g|G\xC3\xBC ?", "g|G\xC3\xBC \xE5\xB1\xB1"},
+    {"and survive a change beside them", "g|G \xE5\xB1\xB1 x|1", "g>g|G ? yz|1", "", "g|G ? yz|1",
+     "g|G \xE5\xB1\xB1 yz|1"},
+    {"an edit beside two of them", "g|\xE5\xB1\xB1\xE6\x9C\xA8|1", "g>g|???|1", "", "g|???|1",
+     "g|\xE5\xB1\xB1\xE6\x9C\xA8?|1"},
+    {"a change that Eudora cannot see", "g|G|1||\xE5\xB1\xB1", "", "g>g|G|1||\xE6\x9C\xA8",
+     "g|G|1||?", "g|G|1||\xE6\x9C\xA8"},
+    {"a line break in a one-line field", "", "", ">n|No~Name|1", "n|No Name|1", "n|No~Name|1"},
+    {"angle brackets, commas and length of a nickname", "", "",
+     ">a<b,c|A; >12345678901234567890123456789|B; >Group x|C",
+     "123456789012345678901234567|B; _Group x|C; a b c|A",
+     "12345678901234567890123456789|B; Group x|C; a<b,c|A"},
+    {"a name that Eudora refuses holds nothing else up", "a|A|1", "", "a>a|...|1; >b|B",
+     "a|A|1; b|B", "a|...|1; b|B", sync::Prefer::kBoth, true, 0, 1},
+};
+
+bool IsInStep(ContactWorld& world, const Case& test) {
+    return Lines(world, kEudora) == Split(test.eudoraAfter) &&
+           Lines(world, kFolder) == Split(test.Folder());
+}
+
+// Every case, and again cut off at its n-th operation or with a failure there, for every n: the
+// next run ends where the whole run would have ended and leaves a third one nothing to do, no card
+// is ever a half one, and what a failure kept from being done is told.
+TEST(ContactSync, BringsBothSidesIntoStepWhateverFails) {
+    for (const Case& test : kCases) {
+        SCOPED_TRACE(test.what);
+        test::ForEveryFault([&](Fault fault, int n) {
+            ContactWorld world;
+            for (const std::string& contact : Split(test.before))
+                Edit(world, kFolder, '>' + contact);
+            world.Sync();
+            world.options.prefer = test.prefer;
+            if (!test.folderIsNewer) world.eudora.changedAt = world.eudora.changedAt.max();
+            for (const std::string& edit : Split(test.eudoraEdits)) Edit(world, kEudora, edit);
+            for (const std::string& edit : Split(test.folderEdits)) Edit(world, kFolder, edit);
+            world.files.Arm(fault, n);
+            const sync::Report report = world.Sync();
+            const bool fired = world.files.Disarm();
+            EXPECT_EQ(world.disk.OpenCount(), 0);
+            if (report.errors.empty()) {
+                EXPECT_EQ(Lines(world, kEudora), Split(test.eudoraAfter));
+                EXPECT_EQ(Lines(world, kFolder), Split(test.Folder()));
+                EXPECT_EQ(report.conflicts.size(), test.conflicts);
+                EXPECT_EQ(report.refused.size(), test.refused);
+            }
+            EXPECT_TRUE(fired || report.errors.empty());
+            world.Sync();
+            EXPECT_TRUE(IsInStep(world, test));
+            EXPECT_THAT(world.memory.intents, IsEmpty());
+            EXPECT_EQ(world.disk.AllFiles().size(), world.Of(kFolder).size()) << "side files";
+            for (const state::RememberedPair& pair : world.memory.rows) {
+                EXPECT_EQ(pair.beyond,
+                          world.eudora.Hold(pair.folder.contact) != pair.folder.contact);
+            }
+            const contactsync::Plan again = world.MakePlan();
+            EXPECT_TRUE(again.IsEmpty() && !again.stop);
+            EXPECT_EQ(again.report.refused.size(), test.refused);
+            // A lost memory doubles nothing.
+            world.memory.rows.clear();
+            world.Sync();
+            EXPECT_EQ(world.Of(kEudora).size(), Split(test.eudoraAfter).size());
+            EXPECT_EQ(world.Of(kFolder).size(), Split(test.Folder()).size());
+            return fired;
+        });
+    }
+}
+
+// Two people who edit both sides at random between runs, some of which are cut off.
+TEST(ContactSync, RandomEditsNeverLoseAContactAndConverge) {
+    for (unsigned seed = 1; seed <= 300 && !HasFailure(); ++seed) {
+        SCOPED_TRACE(seed);
+        ContactWorld world;
+        std::mt19937 random(seed);
+        const auto pick = [&](std::size_t count) { return random() % count; };
+        const auto number = [&](std::size_t count) { return std::to_string(pick(count)); };
+        int count = 0;
+        std::set<std::string> notes;  // of the contacts that nobody deleted; never edited
+        for (int edit = 0; edit < 36; ++edit) {
+            const sync::Side side = pick(2) == 0 ? kEudora : kFolder;
+            const Contents contents = world.Of(side);
+            if (contents.empty() || pick(4) == 0) {
+                const std::string nickname = "n" + number(20);
+                const std::string note = "t" + std::to_string(++count);
+                if (contents.contains(nickname)) continue;
+                notes.insert(note);
+                world.Put(side, "", C(nickname + "|Name " + number(5) + "|||" + note));
+            } else {
+                auto [id, contact] = *std::next(contents.begin(), long(pick(contents.size())));
+                const std::string fresh =
+                    side == kFolder ? "common" : "r" + std::to_string(++count);
+                switch (pick(5)) {
+                    case 0:
+                        // The content may live on in a copy or on a changed other side.
+                        notes.erase(contact[Field::kNote]);
+                        world.Remove(side, id);
+                        continue;
+                    case 1:
+                        contact[Field::kNickname] = fresh;
+                        break;
+                    case 2:
+                        contact[Field::kName] = pick(2) == 0 ? "Name \xE5\xB1\xB1" : "Name";
+                        break;
+                    default:
+                        contact[Field::kPhone] = number(1000);
+                }
+                world.Put(side, id, contact);
+            }
+            if (pick(3) != 0) continue;
+            world.eudora.changedAt = {};
+            if (pick(2) == 0) world.eudora.changedAt = world.eudora.changedAt.max();
+            if (pick(3) == 0) world.files.Arm(Fault::kKill, 1 + int(pick(40)));
+            world.Sync();
+            world.files.Disarm();
+        }
+        world.Sync();
+        const contactsync::Plan again = world.MakePlan();
+        if (again.stop) continue;  // a side that is empty stops every run on purpose
+        EXPECT_TRUE(again.IsEmpty());
+        std::multiset<std::string> eudora, folder;
+        for (const auto& [id, contact] : world.Of(kEudora)) {
+            eudora.insert(base::BeyondNickname(world.eudora.Hold(contact)));
+            notes.erase(contact[Field::kNote]);
+        }
+        for (const auto& [id, contact] : world.Of(kFolder)) {
+            folder.insert(base::BeyondNickname(world.eudora.Hold(contact)));
+        }
+        EXPECT_EQ(eudora, folder);
+        EXPECT_THAT(notes, IsEmpty()) << "what is lost";
+    }
+}
+
+// Twice the contacts of one nickname, and the conflicts beside older ones, twice the work.
+TEST(ContactSync, PlansInProportionToTheContacts) {
+    const auto work = [](int contacts) {
+        ContactWorld world;
+        for (const char* round : {">p#|P#|1", "", "p#>p#|P#|2", ">o# (older)|O#", ">bob|B#"}) {
+            if (*round == '\0') world.Sync();
+            for (int i = 0; i < contacts && *round != '\0'; ++i) {
+                std::string edit = round;
+                for (std::size_t at; (at = edit.find('#')) != std::string::npos;)
+                    edit.replace(at, 1, std::to_string(i));
+                Edit(world, kFolder, edit);
+                if (edit[0] == 'p') Edit(world, kEudora, edit + "3");
+            }
+        }
+        world.eudora.asked = 0;
+        const contactsync::Plan plan = world.MakePlan();
+        EXPECT_EQ(plan.report.conflicts.size(), static_cast<std::size_t>(contacts));
+        return world.eudora.asked;
+    };
+    EXPECT_LT(work(120), 2.2 * work(60));
+}
+
+TEST(VdirContacts, SeesCardsOnlyAndLeavesOtherFilesAlone) {
+    ContactWorld world;
+    EXPECT_THAT(*world.folder.List(), IsEmpty());
+    for (const char* name : {".hidden.vcf", "a.vcf.kvnew", "color", "sub\\c.vcf"}) {
+        world.disk.Put(std::string("C:\\cards\\") + name, "?");
+    }
+    const auto others = world.disk.AllFiles();
+    world.disk.Put("C:\\cards\\.kvsync-a.vcf.tmp", "half");
+    world.Put(kFolder, "", C("a|A|1"));
+    const auto items = *world.folder.List();
+    ASSERT_EQ(items.size(), 1u);
+    ASSERT_TRUE(world.folder.Change(items[0], C("a|A|2"), base::FieldSet::All()));
+    // By now somebody else changed it once more.
+    EXPECT_THAT(world.folder.Change(items[0], C("a|A|3"), base::FieldSet::All()).Error().Message(),
+                ::testing::HasSubstr("changed during the run"));
+    EXPECT_FALSE(world.folder.Remove(items[0]));
+    ASSERT_TRUE(world.folder.Remove((*world.folder.List())[0]));
+    EXPECT_EQ(world.disk.AllFiles(), others) << "the leftover of a run went with the first change";
+}
+
+}  // namespace
+}  // namespace host::testing
