@@ -12,20 +12,9 @@ using sync::Side;
 using sync::Verb;
 using Lines = std::vector<std::string>;
 
-const char* ResultWord(base::ExitCode code) {
-    switch (code) {
-        case base::ExitCode::kNothingToDo:
-            return "nothing to do";
-        case base::ExitCode::kChangesMade:
-            return "changes made";
-        case base::ExitCode::kConflictsLeft:
-            return "conflicts left";
-        case base::ExitCode::kRefused:
-            return "refused";
-        default:
-            return "failed";
-    }
-}
+// By exit code.
+constexpr const char* kResults[] = {"nothing to do", "failed",       "failed",
+                                    "refused",       "changes made", "conflicts left"};
 
 // "1 mail", "2 mails".
 std::string Counted(std::size_t count, const char* what) {
@@ -33,21 +22,13 @@ std::string Counted(std::size_t count, const char* what) {
 }
 
 const char* Word(const sync::Change& change, Side side, Subject subject) {
-    switch (change.On(side).verb) {
-        case Verb::kAdd:
-            return "add";
-        case Verb::kChange:
-            if (subject == Subject::kContacts) return "change";
-            return change.isRead ? "mark read" : "mark unread";
-        case Verb::kRemove:
-            return "remove";
-        case Verb::kQueue:
-            return "queue";
-        case Verb::kFile:
-            return "move";
-        default:
-            return "none";
+    // By verb.
+    constexpr const char* kWords[] = {"none", "add", "change", "remove", "queue", "move", "none"};
+    const Verb verb = change.On(side).verb;
+    if (verb != Verb::kChange || subject == Subject::kContacts) {
+        return kWords[static_cast<int>(verb)];
     }
+    return change.isRead ? "mark read" : "mark unread";
 }
 
 std::string Place(Verb verb, Side side, Subject subject) {
@@ -217,7 +198,7 @@ void Append(std::vector<std::string>& lines, const std::vector<std::string>& mor
 }  // namespace
 
 void Output::Finish(nlohmann::json body) {
-    body["result"] = ResultWord(code);
+    body["result"] = kResults[static_cast<int>(code)];
     body["errors"] = errors;
     json = std::move(body);
 }

@@ -22,26 +22,9 @@ namespace host::cli {
 
 namespace {
 
-const char* Word(doctor::Health health) {
-    switch (health) {
-        case doctor::Health::kGood:
-            return "good";
-        case doctor::Health::kNote:
-            return "note";
-        case doctor::Health::kFault:
-        case doctor::Health::kBroken:
-            break;
-    }
-    return "FAULT";
-}
-
-base::ExitCode CodeOf(const std::vector<doctor::Finding>& findings) {
-    const auto has = [&](doctor::Health health) {
-        return std::ranges::find(findings, health, &doctor::Finding::health) != findings.end();
-    };
-    if (has(doctor::Health::kBroken)) return base::ExitCode::kFailed;
-    return has(doctor::Health::kFault) ? base::ExitCode::kRefused : base::ExitCode::kNothingToDo;
-}
+// By health.
+constexpr const char* kWords[] = {"good", "note", "FAULT", "FAULT"};
+constexpr const char* kKeys[] = {"good", "note", "fault", "fault"};
 
 doctor::Finding MaildirFinding(const Options& options) {
     if (!options.maildir) {
@@ -61,11 +44,10 @@ doctor::Finding MaildirFinding(const Options& options) {
 void PrintJson(const std::vector<doctor::Finding>& findings) {
     auto list = nlohmann::ordered_json::array();
     for (const doctor::Finding& finding : findings) {
-        list.push_back(
-            {{"health", finding.health >= doctor::Health::kFault ? "fault" : Word(finding.health)},
-             {"what", finding.what},
-             {"state", finding.state},
-             {"advice", finding.advice}});
+        list.push_back({{"health", kKeys[static_cast<int>(finding.health)]},
+                        {"what", finding.what},
+                        {"state", finding.state},
+                        {"advice", finding.advice}});
     }
     base::PrintText(base::JsonText(list, 2));
 }
@@ -101,12 +83,19 @@ base::ExitCode Doctor(const Options& options) {
     } else {
         for (const doctor::Finding& finding : findings) {
             if (options.quiet && finding.health == doctor::Health::kGood) continue;
-            base::PrintLine(std::string(Word(finding.health)) + "  " + finding.what + ": " +
-                            finding.state);
+            base::PrintLine(std::string(kWords[static_cast<int>(finding.health)]) + "  " +
+                            finding.what + ": " + finding.state);
             if (!finding.advice.empty()) base::PrintLine("       -> " + finding.advice);
         }
     }
-    return CodeOf(findings);
+    switch (std::ranges::max(findings, {}, &doctor::Finding::health).health) {
+        case doctor::Health::kBroken:
+            return base::ExitCode::kFailed;
+        case doctor::Health::kFault:
+            return base::ExitCode::kRefused;
+        default:
+            return base::ExitCode::kNothingToDo;
+    }
 }
 
 }  // namespace host::cli

@@ -113,15 +113,126 @@ class Examination {
         m_findings.push_back(std::move(finding));
         return m_findings.back().health < Health::kFault;
     }
-    Finding FolderFinding() const;
-    Finding LockFinding() const;
-    Finding MapiFinding();
-    Finding BookFinding(const std::string& path, bool isInUse);
-    void TellLinks();
-    void Start();
-    void TellInBox();
-    void TellNicknameFiles();
-    base::Status ReadInBox();
+    Finding FolderFinding() const {
+        const auto info = m_system.files.Stat(m_setup.eudoraFolder);
+        if (!info || !info->isFolder) {
+            return {Health::kFault, "Eudora's folder", m_setup.eudoraShown + " does not exist",
+                    "name another with --eudora DIR"};
+        }
+        if (info->isReadOnly && !base::UsesWindowsPaths()) {
+            return {Health::kFault, "Eudora's folder",
+                    m_setup.eudoraShown + " cannot be written, only read",
+                    "give yourself write permission there (chmod u+w)"};
+        }
+        return {Health::kGood, "Eudora's folder", m_setup.eudoraShown, {}};
+    }
+
+    Finding LockFinding() const {
+        const auto stopped = eudora::RefuseRunningEudora(m_setup);
+        if (!stopped) return FaultOf("locks", stopped.Error());
+        return {Health::kGood, "locks", "Eudora does not run", {}};
+    }
+
+    void TellLinks() {
+        for (const eudora::OutsideName& name : eudora::NamesLeadingOutside(m_options)) {
+            const auto failure = eudora::LeadsOutside(name);
+            Tell({m_options.followLinks ? Health::kNote : Health::kFault, "link", failure.Cause(),
+                  m_options.followLinks ? "" : failure.advice});
+        }
+    }
+
+    void Start() {
+        auto module = translator::TranslatorHost::Start(m_setup.init);
+        if (module) {
+            m_module = *std::move(module);
+            Tell({Health::kGood, "translator", "starts", {}});
+            return;
+        }
+        Tell({Health::kFault, "translator", module.Error().Cause(),
+              "check in regedit that Path and the default value of " +
+                  eudora::ShownKey(eudora::kAppPaths) + " name Eudora's folder and its program"});
+    }
+
+    // The mail translator asks the registry whether Simple MAPI is there before it loads the
+    // library.
+    Finding MapiFinding() {
+        const auto mark =
+            m_system.registry.ReadText(platform::RegistryRoot::kLocalMachine, kMapi, "MAPI");
+        m_hasMapi = mark && *mark == "1";
+        if (m_hasMapi) return {Health::kGood, "mail", "Simple MAPI is registered", {}};
+        return {Health::kNote, "mail",
+                "Simple MAPI is not registered for " + m_setup.eudoraShown +
+                    ", so that its mails cannot be reached; contacts need no MAPI",
+                "set MAPI to the text 1 in " + eudora::ShownKey(kMapi) + " with regedit"};
+    }
+
+    // As a run reads it.
+    base::Status ReadInBox() {
+        if (auto ready = translator::CheckInBox(m_setup); !ready) return ready;
+        if (auto pair = translator::CheckInBoxPair(m_setup); !pair) return pair;
+        // On Windows that would start Eudora.
+        if (!m_module || !m_hasMapi || base::UsesWindowsPaths()) return {};
+        std::string selection;
+        auto session = translator::SelectInBox(*m_module, m_setup, true, selection);
+        return session ? session->Open() : base::Status(session.Error());
+    }
+
+    void TellInBox() {
+        if (!m_isFree) return;
+        if (const auto here = eudora::RefuseMailsElsewhere(m_setup); !here) {
+            Tell({Health::kNote, "in-box", here.Error().Cause(), here.Error().advice});
+            return;
+        }
+        const auto read = ReadInBox();
+        if (read) {
+            Tell({Health::kGood, "in-box", "In.mbx and In.toc", {}});
+            return;
+        }
+        Finding finding = FaultOf("in-box", read.Error());
+        if (finding.health == Health::kBroken) finding.advice = kUnreadable;
+        // A folder with contacts alone is one that can be worked on.
+        const std::string inBox = m_setup.eudoraFolder + "\\In.";
+        const bool isThere =
+            m_system.files.Exists(inBox + "mbx") || m_system.files.Exists(inBox + "toc");
+        if (!isThere) finding.health = Health::kNote;
+        Tell(std::move(finding));
+    }
+
+    // The file that a run works on is read to its end.
+    Finding BookFinding(const std::string& path, bool isInUse) {
+        const char* const what = isInUse ? "nickname file in use" : "nickname file";
+        if (const auto checked = eudora::CheckNicknameFile(path, m_canWrite); !checked) {
+            Finding finding = FaultOf(what, checked.Error());
+            if (!isInUse) finding.health = Health::kNote;
+            return finding;
+        }
+        if (isInUse && m_module) {
+            const auto opened = translator::TranslatorSession::OpenContacts(*m_module, path);
+            if (!opened) return {Health::kBroken, what, opened.Error().Cause(), kUnreadable};
+        }
+        return {Health::kGood, what, base::ToUtf8(path), {}};
+    }
+
+    void TellNicknameFiles() {
+        std::vector<std::string> paths{m_setup.eudoraFolder + "\\nndbase.txt"};
+        const std::string folder = m_setup.eudoraFolder + "\\NickName";
+        if (const auto entries = m_system.files.List(folder, "*.txt")) {
+            for (const auto& entry : *entries) {
+                if (!entry.isFolder) paths.push_back(folder + "\\" + entry.name);
+            }
+        }
+        const auto chosen = eudora::ChooseNicknameFile(m_options, m_setup);
+        if (!chosen) Tell(FaultOf("nickname file", chosen.Error()));
+        bool any = false;
+        for (const std::string& path : paths) {
+            if (!m_system.files.Exists(path)) continue;
+            any = true;
+            Tell(BookFinding(path, chosen && *chosen == path));
+        }
+        if (any || !chosen) return;
+        Tell({Health::kFault, "nickname file", "none in " + m_setup.eudoraShown,
+              "start Eudora once, or check that this is its folder"});
+    }
 
     const eudora::SetupOptions& m_options;
     const eudora::Setup& m_setup;
@@ -130,126 +241,6 @@ class Examination {
     bool m_canWrite = false, m_isFree = false, m_hasMapi = false;
     std::vector<Finding> m_findings;
 };
-
-Finding Examination::FolderFinding() const {
-    const auto info = m_system.files.Stat(m_setup.eudoraFolder);
-    if (!info || !info->isFolder) {
-        return {Health::kFault, "Eudora's folder", m_setup.eudoraShown + " does not exist",
-                "name another with --eudora DIR"};
-    }
-    if (info->isReadOnly && !base::UsesWindowsPaths()) {
-        return {Health::kFault, "Eudora's folder",
-                m_setup.eudoraShown + " cannot be written, only read",
-                "give yourself write permission there (chmod u+w)"};
-    }
-    return {Health::kGood, "Eudora's folder", m_setup.eudoraShown, {}};
-}
-
-Finding Examination::LockFinding() const {
-    const auto stopped = eudora::RefuseRunningEudora(m_setup);
-    if (!stopped) return FaultOf("locks", stopped.Error());
-    return {Health::kGood, "locks", "Eudora does not run", {}};
-}
-
-void Examination::TellLinks() {
-    for (const eudora::OutsideName& name : eudora::NamesLeadingOutside(m_options)) {
-        const auto failure = eudora::LeadsOutside(name);
-        Tell({m_options.followLinks ? Health::kNote : Health::kFault, "link", failure.Cause(),
-              m_options.followLinks ? "" : failure.advice});
-    }
-}
-
-void Examination::Start() {
-    auto module = translator::TranslatorHost::Start(m_setup.init);
-    if (module) {
-        m_module = *std::move(module);
-        Tell({Health::kGood, "translator", "starts", {}});
-        return;
-    }
-    Tell({Health::kFault, "translator", module.Error().Cause(),
-          "check in regedit that Path and the default value of " +
-              eudora::ShownKey(eudora::kAppPaths) + " name Eudora's folder and its program"});
-}
-
-// The mail translator asks the registry whether Simple MAPI is there before it loads the library.
-Finding Examination::MapiFinding() {
-    const auto mark =
-        m_system.registry.ReadText(platform::RegistryRoot::kLocalMachine, kMapi, "MAPI");
-    m_hasMapi = mark && *mark == "1";
-    if (m_hasMapi) return {Health::kGood, "mail", "Simple MAPI is registered", {}};
-    return {Health::kNote, "mail",
-            "Simple MAPI is not registered for " + m_setup.eudoraShown +
-                ", so that its mails cannot be reached; contacts need no MAPI",
-            "set MAPI to the text 1 in " + eudora::ShownKey(kMapi) + " with regedit"};
-}
-
-// As a run reads it.
-base::Status Examination::ReadInBox() {
-    if (auto ready = translator::CheckInBox(m_setup); !ready) return ready;
-    if (auto pair = translator::CheckInBoxPair(m_setup); !pair) return pair;
-    // On Windows that would start Eudora.
-    if (!m_module || !m_hasMapi || base::UsesWindowsPaths()) return {};
-    std::string selection;
-    auto session = translator::SelectInBox(*m_module, m_setup, true, selection);
-    return session ? session->Open() : base::Status(session.Error());
-}
-
-void Examination::TellInBox() {
-    if (!m_isFree) return;
-    if (const auto here = eudora::RefuseMailsElsewhere(m_setup); !here) {
-        Tell({Health::kNote, "in-box", here.Error().Cause(), here.Error().advice});
-        return;
-    }
-    const auto read = ReadInBox();
-    if (read) {
-        Tell({Health::kGood, "in-box", "In.mbx and In.toc", {}});
-        return;
-    }
-    Finding finding = FaultOf("in-box", read.Error());
-    if (finding.health == Health::kBroken) finding.advice = kUnreadable;
-    // A folder with contacts alone is one that can be worked on.
-    const std::string inBox = m_setup.eudoraFolder + "\\In.";
-    const bool isThere =
-        m_system.files.Exists(inBox + "mbx") || m_system.files.Exists(inBox + "toc");
-    if (!isThere) finding.health = Health::kNote;
-    Tell(std::move(finding));
-}
-
-// The file that a run works on is read to its end.
-Finding Examination::BookFinding(const std::string& path, bool isInUse) {
-    const char* const what = isInUse ? "nickname file in use" : "nickname file";
-    if (const auto checked = eudora::CheckNicknameFile(path, m_canWrite); !checked) {
-        Finding finding = FaultOf(what, checked.Error());
-        if (!isInUse) finding.health = Health::kNote;
-        return finding;
-    }
-    if (isInUse && m_module) {
-        const auto opened = translator::TranslatorSession::OpenContacts(*m_module, path);
-        if (!opened) return {Health::kBroken, what, opened.Error().Cause(), kUnreadable};
-    }
-    return {Health::kGood, what, base::ToUtf8(path), {}};
-}
-
-void Examination::TellNicknameFiles() {
-    std::vector<std::string> paths{m_setup.eudoraFolder + "\\nndbase.txt"};
-    const std::string folder = m_setup.eudoraFolder + "\\NickName";
-    if (const auto entries = m_system.files.List(folder, "*.txt")) {
-        for (const auto& entry : *entries) {
-            if (!entry.isFolder) paths.push_back(folder + "\\" + entry.name);
-        }
-    }
-    const auto chosen = eudora::ChooseNicknameFile(m_options, m_setup);
-    if (!chosen) Tell(FaultOf("nickname file", chosen.Error()));
-    bool any = false;
-    for (const std::string& path : paths) {
-        if (!m_system.files.Exists(path)) continue;
-        any = true;
-        Tell(BookFinding(path, chosen && *chosen == path));
-    }
-    if (any || !chosen) return;
-    Tell({Health::kFault, "nickname file", "none in " + m_setup.eudoraShown,
-          "start Eudora once, or check that this is its folder"});
-}
 
 }  // namespace
 

@@ -37,17 +37,12 @@ base::Status Link(const fs::path& link, const fs::path& target) {
                          base::kMakeWritable);
 }
 
-// A text file that only changes when its content does.
 base::Status Write(const fs::path& path, const std::string& content) {
-    auto& files = platform::NativeFiles();
-    const std::string name = base::FromPath(path);
-    const auto old = platform::ReadWhole(files, name, 1 << 20);
-    if (old && *old == content) return {};
-    if (auto status = platform::WriteWhole(files, name, content); !status) {
-        return base::Refused("kvsync's own folder cannot be written: " + status.Error().Message(),
-                             base::kMakeWritable);
-    }
-    return {};
+    const auto status =
+        platform::WriteWhole(platform::NativeFiles(), base::FromPath(path), content);
+    if (status) return {};
+    return base::Refused("kvsync's own folder cannot be written: " + status.Error().Message(),
+                         base::kMakeWritable);
 }
 
 // The text of system.reg. A folder without Eudora.exe gets itself ("C:\\Eudora\\.") named as the

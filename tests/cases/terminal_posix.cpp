@@ -11,7 +11,7 @@
 #include <stdexcept>
 
 #include "tests/cases/readable.h"
-#include "tests/cases/terminal.h"
+#include "tests/cases/world.h"
 #include "text/utf.h"
 
 namespace cases {

@@ -1,6 +1,6 @@
 #include <stdexcept>
 
-#include "tests/cases/terminal.h"
+#include "tests/cases/world.h"
 
 namespace cases {
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
-#include <functional>
 #include <regex>
 #include <stdexcept>
 
@@ -11,7 +10,6 @@
 #include "platform/os/program.h"
 #include "platform/os/system.h"
 #include "tests/cases/readable.h"
-#include "tests/cases/terminal.h"
 #include "tests/platform/temp_folder.h"
 #include "tests/tools/mailbox_check.h"
 
@@ -74,29 +72,6 @@ void Show(const std::string& text, std::vector<std::string>& told) {
     }
     if (isDos) told.emplace_back("(CR LF)");
     if (!text.empty() && !text.ends_with('\n')) told.emplace_back("(no line end)");
-}
-
-// The lines that only one of two texts has, in order: the longest common part
-// is left out.
-void ShowDifference(const std::string& before, const std::string& after,
-                    std::vector<std::string>& told) {
-    const auto a = Lines(before), b = Lines(after);
-    std::vector<std::vector<int>> common(a.size() + 1, std::vector<int>(b.size() + 1));
-    for (std::size_t i = a.size(); i-- > 0;) {
-        for (std::size_t k = b.size(); k-- > 0;) {
-            common[i][k] = a[i] == b[k] ? common[i + 1][k + 1] + 1
-                                        : std::max(common[i + 1][k], common[i][k + 1]);
-        }
-    }
-    for (std::size_t i = 0, k = 0; i < a.size() || k < b.size();) {
-        if (i < a.size() && k < b.size() && a[i] == b[k]) {
-            ++i, ++k;
-        } else if (k == b.size() || (i < a.size() && common[i + 1][k] >= common[i][k + 1])) {
-            told.push_back("- " + Readable(a[i++]));
-        } else {
-            told.push_back("+ " + Readable(b[k++]));
-        }
-    }
 }
 
 // Appends a mail of these lines, which its separator line comes in front of, to a mailbox; none
@@ -196,88 +171,77 @@ std::vector<std::string> World::Do(const std::string& command,
 
 bool World::DoWithFiles(const std::vector<std::string>& words,
                         const std::vector<std::string>& input, std::vector<std::string>& told) {
+    const std::string& what = words.at(0);
     const auto word = [&](std::size_t i) { return i < words.size() ? words[i] : std::string(); };
     const auto name = [&](std::size_t i) { return Named(word(i)); };
-    const auto change = [&](const std::function<void(std::string&)>& edit) {
+    const auto change = [&](const auto& edit) {
         const std::string file = name(1);
         std::string content = test::ReadDisk(file);
         edit(content);
         test::WriteDisk(m_folder / file, content);
     };
-    const std::map<std::string, std::function<void()>> commands = {
-        {"samples", [&] { fs::copy(KV_SAMPLES, word(1), fs::copy_options::recursive); }},
-        {"folder", [&] { fs::create_directories(word(1)); }},
-        {"write",
-         [&] {
-             const std::string end = word(2) == "crlf" ? "\r\n" : "\n";
-             test::WriteDisk(m_folder / word(1), BytesOf(Meant(Joined(input, end))));
-         }},
-        {"replace",
-         [&] {
-             change([&](std::string& content) {
-                 const auto at = content.find(word(2));
-                 if (at == content.npos) throw std::runtime_error("no " + word(2));
-                 content.replace(at, word(2).size(), word(3));
-             });
-         }},
-        {"patch",
-         [&] {
-             change([&](std::string& content) {
-                 content.replace(std::stoul(word(2)), word(3).size(), word(3));
-             });
-         }},
-        {"resize", [&] { fs::resize_file(name(1), std::stoull(word(2))); }},
-        {"remove", [&] { fs::remove_all(name(1)); }},
-        {"copy",
-         [&] {
-             fs::create_directories((m_folder / word(2)).parent_path());
-             fs::copy(name(1), word(2), fs::copy_options::recursive);
-         }},
-        {"move",
-         [&] {
-             fs::create_directories((m_folder / word(2)).parent_path());
-             fs::rename(name(1), word(2));
-         }},
-        {"link", [&] { fs::create_symlink(word(1), word(2)); }},
-        {"readonly",
-         [&] {
-             fs::permissions(
-                 name(1), fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write,
-                 fs::perm_options::remove);
-         }},
-        {"cat",
-         [&] {
-             Show(test::ReadDisk(name(1)), told);
-             for (auto& line : told) line = Told(line);
-         }},
-        {"diff", [&] { ShowDifference(test::ReadDisk(name(1)), test::ReadDisk(name(2)), told); }},
-        {"damage",
-         [&] {
-             m_variables = "KV_GOOD=300 KV_BAD_FILE='" + (m_folder / word(1)).string() +
-                           "' LD_PRELOAD=" + (BuildFolder() / "libbad_disk.so").string() +
-                           " ASAN_OPTIONS=verify_asan_link_order=0 ";
-         }},
-        {"shared",
-         [&] {
-             const auto tell = [&](const fs::path& path) {
-                 const auto status = fs::symlink_status(path);
-                 const auto others = status.permissions() & ~fs::perms::owner_all;
-                 if (fs::is_symlink(status) || others == fs::perms::none) return;
-                 told.push_back(WithMarks(path.generic_string()));
-             };
-             tell(word(1));
-             for (const auto& entry : fs::recursive_directory_iterator(word(1))) tell(entry);
-         }},
-        {"mail", [&] { AddMail(word(1), word(2), word(3), word(4), input); }},
-        {"pipe",
-         [&] {
-             if (std::system(("mkfifo " + word(1)).c_str()) != 0) throw std::runtime_error("no");
-         }},
-        {"mailbox",
-         [&] { ShowMailbox(word(1), word(2).empty() ? ~0U : std::stoul(word(2)), told); }}};
-    const auto found = commands.find(word(0));
-    if (found != commands.end()) found->second();
-    return found != commands.end();
+    if (what == "copy" || what == "move") {
+        fs::create_directories((m_folder / word(2)).parent_path());
+    }
+    if (what == "samples") {
+        fs::copy(KV_SAMPLES, word(1), fs::copy_options::recursive);
+    } else if (what == "folder") {
+        fs::create_directories(word(1));
+    } else if (what == "write") {
+        const std::string end = word(2) == "crlf" ? "\r\n" : "\n";
+        test::WriteDisk(m_folder / word(1), BytesOf(Meant(Joined(input, end))));
+    } else if (what == "replace") {
+        change([&](std::string& content) {
+            const auto at = content.find(word(2));
+            if (at == content.npos) throw std::runtime_error("no " + word(2));
+            content.replace(at, word(2).size(), word(3));
+        });
+    } else if (what == "patch") {
+        change([&](std::string& content) {
+            content.replace(std::stoul(word(2)), word(3).size(), word(3));
+        });
+    } else if (what == "resize") {
+        fs::resize_file(name(1), std::stoull(word(2)));
+    } else if (what == "remove") {
+        fs::remove_all(name(1));
+    } else if (what == "copy") {
+        fs::copy(name(1), word(2), fs::copy_options::recursive);
+    } else if (what == "move") {
+        fs::rename(name(1), word(2));
+    } else if (what == "link") {
+        fs::create_symlink(word(1), word(2));
+    } else if (what == "readonly") {
+        const auto write =
+            fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write;
+        fs::permissions(name(1), write, fs::perm_options::remove);
+    } else if (what == "cat") {
+        Show(test::ReadDisk(name(1)), told);
+        for (auto& line : told) line = Told(line);
+    } else if (what == "same") {
+        if (test::ReadDisk(name(1)) != test::ReadDisk(name(2))) told.emplace_back("(differs)");
+    } else if (what == "damage") {
+        m_variables = "KV_GOOD=300 KV_BAD_FILE='" + (m_folder / word(1)).string() +
+                      "' LD_PRELOAD=" + (BuildFolder() / "libbad_disk.so").string() +
+                      " ASAN_OPTIONS=verify_asan_link_order=0 ";
+    } else if (what == "shared") {
+        const auto tell = [&](const fs::path& path) {
+            const auto status = fs::symlink_status(path);
+            const auto others = status.permissions() & ~fs::perms::owner_all;
+            if (fs::is_symlink(status) || others == fs::perms::none) return;
+            told.push_back(WithMarks(path.generic_string()));
+        };
+        tell(word(1));
+        for (const auto& entry : fs::recursive_directory_iterator(word(1))) tell(entry);
+    } else if (what == "mail") {
+        AddMail(word(1), word(2), word(3), word(4), input);
+    } else if (what == "pipe") {
+        if (std::system(("mkfifo " + word(1)).c_str()) != 0) throw std::runtime_error("no pipe");
+    } else if (what == "mailbox") {
+        ShowMailbox(word(1), word(2).empty() ? ~0U : std::stoul(word(2)), told);
+    } else {
+        return false;
+    }
+    return true;
 }
 
 int World::Run(const std::vector<std::string>& words, const std::vector<std::string>& input,
