@@ -6,12 +6,6 @@
 #include "text/ascii.h"
 #include "text/path.h"
 
-namespace {
-
-constexpr double kFirstDay = -657435.0, kEndOfDays = 2958466.0;
-
-}  // namespace
-
 // The first byte counts the attachments; the whole serves as note, date and file name alike.
 // Trailers cut one at a time or all at once leave the same, dates lie in the calendar, and no plain
 // name has a separator in a single-byte code page.
@@ -26,10 +20,9 @@ void Check(std::string_view text) {
     }
     Require(rest.size() == length);
     if (const auto date = mailstore::ParseDate(text)) {
-        Require(*date > kFirstDay && *date < kEndOfDays);
+        Require(*date > -657435 && *date < 2958466);
     }
-    if (text::IsPlainFileName(text, 1252)) {
-        Require(text.find_first_of("\\/:") == std::string_view::npos);
-    }
+    const bool isPlain = text::IsPlainFileName(text, 1252);
+    Require(!isPlain || text.find_first_of("\\/:") == text.npos);
     (void)text::IsPlainFileName(text, 932);
 }

@@ -9,9 +9,6 @@
 
 namespace {
 
-using platform::OpenMode;
-using platform::Share;
-
 // The id of a mail the plain way.
 std::string PlainId(std::string text) {
     text.resize(std::min(text.find('\0'), text.size()));
@@ -39,18 +36,19 @@ void Check(std::string_view input) {
     platform::testing::MemoryFiles files;
     files.Put("C:\\t", toc);
     files.Put("C:\\m", mbx);
-    const auto tocFile = *files.Open("C:\\t", OpenMode::kRead, Share::kNone);
-    const auto mbxFile = *files.Open("C:\\m", OpenMode::kRead, Share::kRead);
+    const auto open = [&](const char* path) {
+        return *files.Open(path, platform::OpenMode::kRead, platform::Share::kRead);
+    };
+    const auto tocFile = open("C:\\t"), mbxFile = open("C:\\m");
     // Blocks that the file lacks are all alike: a few of them are enough, tens of thousands slow.
     const auto blocks = static_cast<std::uint32_t>(toc.size() / mailbox::kMsgBlockSize);
     const std::uint32_t count =
         std::min<std::uint32_t>(mailbox::ReadTocHeader(*tocFile)->wNumberOfMsgs, blocks + 4);
     std::map<std::uint32_t, std::string> ids, plain;
-    const auto last =
-        mailbox::ReadIndex(*mbxFile, *tocFile, count,
-                           [&](std::uint32_t id, std::optional<std::string_view> messageId) {
-                               if (messageId) ids[id] = *messageId;
-                           });
+    const auto note = [&](std::uint32_t id, std::optional<std::string_view> messageId) {
+        if (messageId) ids[id] = *messageId;
+    };
+    const auto last = mailbox::ReadIndex(*mbxFile, *tocFile, count, note);
     std::uint32_t lastId = 0;
     for (std::uint32_t i = 0; i < count; ++i) {
         const auto at = mailbox::BlockOffset(i);
