@@ -1,7 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "platform/testing/faulty_files.h"
+#include "host/mail/html_text.h"
 #include "tests/host/mail_world.h"
+#include "tests/support/fault_sweep.h"
 
 namespace host {
 namespace {
@@ -77,9 +78,9 @@ TEST(ParseMail, BringsFieldsIntoTheCodePageAndIntoFormsThatSurviveEudora) {
 
 TEST(ParseMail, KeepsAMessageIdThatCanBeOneAndMakesAStableOneElse) {
     MailFiles world;
-    EXPECT_EQ(world.Parse("Message-Id: <x\n <a@b>\r\n\n").messageId.find_first_of(" \n"), -1UL);
     EXPECT_EQ(world.Parse("Message-Id:  <a@b>\r\n\n").messageId, "a@b");
     for (const std::string& id : {std::string(), std::string("Message-ID: <0x00000001>\n"),
+                                  std::string("Message-Id: <x\n <a@b>\r\n"),
                                   "Message-ID: <" + std::string(5000, 'x') + ">\n"}) {
         const std::string made = world.Parse(id + "\ntext").messageId;
         EXPECT_TRUE(made.ends_with(".maildir@localhost")) << made;
@@ -201,19 +202,57 @@ TEST(ParseMail, TellsWhatItHadToCut) {
 }
 
 TEST(ParseMail, LeavesNoFileBehindWhicheverOperationFails) {
-    using platform::testing::Fault;
-    bool fired = true;
-    for (int n = 1; fired; ++n) {
+    const auto parse = [](test::Fault fault, int n) {
         MailFiles world;
         platform::testing::FaultyFiles faulty(world.files);
-        faulty.Arm(n % 2 != 0 ? Fault::kFail : Fault::kTornWrite, n);
+        faulty.Arm(fault, n);
         const auto parsed = mail::ParseMail(
             kMixed + Part("Content-Type: a/b", "1") + Part("Content-Type: c/d", "2"),
             {faulty, "C:\\in", 1252, world.clock}, "m");
-        fired = faulty.Fired();
-        EXPECT_NE(parsed.HasValue(), fired) << n;
-        EXPECT_EQ(world.FileCount(), fired ? 0u : 2u) << n;
-    }
+        EXPECT_NE(parsed.HasValue(), faulty.Fired());
+        EXPECT_EQ(world.files.AllFiles().size(), faulty.Fired() ? 0u : 2u);
+        return faulty.Fired();
+    };
+    test::ForEveryFault(parse, 1, {test::Fault::kFail, test::Fault::kTornWrite});
+}
+
+TEST(TextOfHtml, SaysWhatAPersonWouldRead) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"  two \n\t words ", "two words"},
+        {"<html><head><title>t</title></head><body>b</body></html>", "b"},
+        {"<div>a</div><div>b</div>c", "a\nb\nc"},
+        {"a<br>b<br/><br />c", "a\nb\n\nc"},
+        {"<ul><li>a<li>b</ul>c", "- a\n- b\nc"},
+        {"<table><tr><td>a</td><td>b</td></tr><tr><td>c</table>", "a b\nc"},
+        {"<pre>a\n  b</pre>  c", "a\n  b\nc"},
+        {"a<hr>b", "a\n----------\nb"},
+        {"caf&eacute; &amp; &#233;&#xE9;&nbsp;x &lt;b&gt; &copy;",
+         "caf\xC3\xA9 & \xC3\xA9\xC3\xA9 "
+         "x <b> \xC2\xA9"},
+        {"&unknown; & &#0; &#xD800; &#x110000; &;", "&unknown; & &#0; &#xD800; &#x110000; &;"},
+        {"&#x1F600;&euro;", "\xF0\x9F\x98\x80\xE2\x82\xAC"},
+        {"<a href=\"http://x/?a=1&amp;b\">here</a>.", "here <http://x/?a=1&b>."},
+        {"<a href='http://x'>http://x</a>", "http://x"},
+        {"<a href=mailto:a@b>Ann</a> <a href=mailto:a@b>a@b</a>", "Ann <a@b> a@b"},
+        {"<a href=\"java\nscript:x\">x</a> <a href=\"ht\ntp:y\">y</a>", "x y <http:y>"},
+        {"<a href=http:hx>http:hhx</a>", "http:hhx <http:hx>"},
+        {"<a name=\"x\">x</a> <a>y</a></a>", "x y"},
+        {"<img alt=\"a cat\" src=\"http://track\"><img src=x><img alt=\" \">", "[a cat]"},
+        {"a<script>if (a<b) \"</div>\"</script>b", "ab"},
+        {"a<SCRIPT src=x>evil</ScRiPt >b", "ab"},
+        {"a<!-- <p> -- > --->b", "ab"},
+        {"a<script>open", "a"},
+        {"<head>no end<p>shown", "no end\n\nshown"},
+        {"1 < 2 <3 <", "1 < 2 <3 <"},
+        {"a<p title=\"x>y\">b", "a\n\nb"},
+        {"a<p title=\"x>b", "a\n\nb"},
+        {"a</p", "a</p"},
+    };
+    for (const auto& [html, text] : rows) EXPECT_EQ(mail::TextOfHtml(html), text) << html;
+    const std::pair<const char*, const char*> enriched[] = {
+        {"<bold>a</bold>b", "ab"}, {"a << b", "a < b"}, {"a <open", "a <open"},
+        {"<<<b>x", "<x"},          {"<", "<"},          {"a>b", "a>b"}};
+    for (const auto& [given, text] : enriched) EXPECT_EQ(mail::TextOfEnriched(given), text);
 }
 
 }  // namespace

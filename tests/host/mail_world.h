@@ -4,6 +4,8 @@
 #include <stdexcept>
 #include <string>
 
+#include <gtest/gtest.h>
+
 #include "host/base/failure.h"
 #include "host/mail/compose.h"
 #include "host/mail/parse.h"
@@ -19,11 +21,12 @@ class MailFiles {
         (void)files.CreateFolder("C:\\in");
     }
 
-    // The message in one text.
+    // The message in one text. No attachment is in memory as a whole.
     std::string Compose(const mail::Mail& mail) {
         std::string message;
         const auto take = [&](std::string_view piece) -> host::base::Status {
             message += piece;
+            EXPECT_LT(piece.size(), 200'000u);
             return {};
         };
         auto status = mail::ComposeMail(files, mail, clock.offset, take);
@@ -41,7 +44,6 @@ class MailFiles {
     std::string Content(const mail::NewAttachment& attachment) {
         return *platform::ReadWhole(files, attachment.path, 1u << 30);
     }
-    std::size_t FileCount() { return files.List("C:\\in", "*")->size(); }
 
     platform::testing::MemoryFiles files;
     platform::testing::FixedClock clock;
