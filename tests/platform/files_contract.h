@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <ostream>
@@ -30,41 +31,33 @@ std::optional<platform::ErrorCode> CodeOf(const Result& result) {
 
 // One file system under test with an empty folder to work in. Names are matched without regard to
 // case where paths are Windows paths, and only there.
-class FilesStore {
-  public:
-    virtual ~FilesStore() = default;
-    virtual platform::Files& Get() = 0;
-    virtual std::string Root() = 0;  // ends in a separator
-    virtual void MakeReadOnly(const std::string& path) {
-        std::filesystem::permissions(path, std::filesystem::perms::owner_read);
-    }
+struct FilesStore {
+    std::shared_ptr<void> owner;
+    platform::Files& files;
+    std::string root;  // ends in a separator
+    std::function<void(const std::string& name)> makeReadOnly;
 };
-
-template <class Store>
-std::unique_ptr<FilesStore> MakeStore() {
-    return std::make_unique<Store>();
-}
 
 // The promises of platform::Files, the same for every implementation.
-class FilesContract : public ::testing::TestWithParam<std::unique_ptr<FilesStore> (*)()> {
+class FilesContract : public ::testing::TestWithParam<FilesStore (*)()> {
   protected:
-    FilesContract() : m_store(GetParam()()), m_files(m_store->Get()) {}
-
-    std::string At(std::string_view name) const { return m_store->Root().append(name); }
-    void Put(std::string_view name, std::string_view content) {
-        (void)m_files.Delete(At(name));
-        auto file = m_files.Open(At(name), platform::OpenMode::kCreateNew, platform::Share::kNone);
-        ASSERT_TRUE(file && (*file)->Write(content) && (*file)->Close());
-    }
+    std::string At(std::string_view name) const { return m_store.root + std::string(name); }
+    void Put(std::string_view name, std::string_view content);
     // The text of the failure if the file cannot be read.
-    std::string Content(std::string_view name) {
-        auto content = platform::ReadWhole(m_files, At(name), 1 << 28);
-        return content ? *content : content.Error().Message();
-    }
+    std::string Content(std::string_view name);
     std::set<std::string> Names(std::string_view pattern = "*");
 
-    std::unique_ptr<FilesStore> m_store;
-    platform::Files& m_files;
+    FilesStore m_store = GetParam()();
+    platform::Files& m_files = m_store.files;
 };
+
+// Files in memory are the model of all others.
+class FilesWalk : public FilesContract {};
+
+inline constexpr char kTestKey[] = "SOFTWARE\\Kv Test\\Values";
+
+// The promises of platform::Registry: both kinds come back under names in any case, the later one
+// counts, and one kind is not taken for the other. The key is new.
+void KeepsWhatIsWritten(platform::Registry& registry, platform::RegistryRoot root);
 
 }  // namespace test

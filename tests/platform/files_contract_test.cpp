@@ -2,11 +2,13 @@
 
 #include <gmock/gmock.h>
 
+#include <map>
 #include <random>
-#include <vector>
 
 #include "platform/os/safe_write.h"
 #include "platform/testing/memory_files.h"
+#include "platform/testing/memory_registry.h"
+#include "tests/support/fault_sweep.h"
 
 namespace test {
 
@@ -14,38 +16,116 @@ using platform::ErrorCode;
 using platform::OpenMode;
 using platform::SeekFrom;
 using platform::Share;
+using platform::Status;
+using platform::WriteWhole;
+using platform::testing::FaultyFiles;
+using platform::testing::MemoryFiles;
 using ::testing::ElementsAre;
 
 namespace {
 
-class MemoryStore : public FilesStore {
-  public:
-    MemoryStore() { m_files.MakeFolders("C:\\work"); }
-    platform::Files& Get() override { return m_files; }
-    std::string Root() override { return "C:\\work\\"; }
-    void MakeReadOnly(const std::string& path) override { m_files.SetReadOnly(path); }
-
-  private:
-    platform::testing::MemoryFiles m_files;
-};
+FilesStore InMemory() {
+    const auto files = std::make_shared<MemoryFiles>();
+    files->MakeFolders("C:\\work");
+    const std::string root = "C:\\work\\";
+    return {files, *files, root, [=](const auto& name) { files->SetReadOnly(root + name); }};
+}
 
 // Files whose paths are the machine's own.
-class NativeStore : public FilesStore {
-  public:
-    platform::Files& Get() override { return platform::NativeFiles(); }
-    std::string Root() override { return m_folder.Path().string() + Get().Separator(); }
+FilesStore OnThisMachine() {
+    const auto folder = std::make_shared<TempFolder>();
+    return {folder, platform::NativeFiles(), *folder / "", [=](const auto& name) {
+                std::filesystem::permissions(*folder / name, std::filesystem::perms::owner_read);
+            }};
+}
 
-  private:
-    TempFolder m_folder;
+// One side of a walk: a file system, and files that are open there.
+struct Side {
+    FilesStore store;
+    std::unique_ptr<platform::File> open[3];
+
+    std::string At(std::size_t place) const {
+        constexpr const char* kNames[] = {"a", "b.txt", "c", "folder/in", "folder", "none/x"};
+        std::string name = kNames[place % 6];
+        std::ranges::replace(name, '/', store.files.Separator());
+        return store.root + name;
+    }
 };
+
+// An operation at random. What it gives.
+std::string Step(Side& side, std::mt19937 random) {
+    auto& files = side.store.files;
+    const std::size_t place = random() % 6;
+    const std::string a = side.At(place), b = side.At(place + 1 + random() % 5);
+    auto& file = side.open[random() % 3];
+    const std::uint64_t offset = random() % 500, size = random() % (offset < 50 ? 200'000 : 300);
+    std::string bytes(size, static_cast<char>(random()));
+    // Which failure it is when several things stand in the way is each system's own matter.
+    const auto told = [](const Status& status) { return status ? "done" : "refused"; };
+    const std::function<std::string()> onNames[] = {
+        [&] { return told(files.Delete(a)); },
+        [&] { return told(files.RemoveFolder(a)); },
+        [&] { return told(files.CreateFolder(a)); },
+        [&] { return files.List(a, "*") ? "" : told(files.Move(a, b)); },
+        [&] { return told(files.Copy(a, b)); },
+        [&] { return told(files.Replace(a, b)); },
+        [&] { return told(platform::CopyInto(files, a, b)); },
+        [&] { return side.open[0].reset(), side.open[1].reset(), side.open[2].reset(), ""; }};
+    const std::function<std::string()> onFile[] = {
+        [&] { return told(file->Write(bytes)) + std::to_string(*file->Size()); },
+        [&] { return file->Truncate(size) && file->Flush() ? "cut" : "not cut"; },
+        [&] { return bytes.substr(0, file->Read(bytes).ValueOr(0)); },
+        [&] {
+            const auto count = file->ReadAt(offset, bytes).ValueOr(0);
+            return std::to_string(*file->Seek(0, SeekFrom::kBegin)) + bytes.substr(0, count);
+        },
+        [&] {
+            const auto at = file->Seek(static_cast<std::int64_t>(offset) - 200,
+                                       static_cast<SeekFrom>(random() % 3));
+            return at ? std::to_string(*at) : "refused";
+        },
+        [&] { return told(std::exchange(file, {})->Close()); }};
+    const auto kind = random() % 12;
+    if (kind < std::size(onNames)) return onNames[kind]();
+    if (file) return onFile[random() % std::size(onFile)]();
+    auto opened = files.Open(a, OpenMode(random() % 4), Share(random() % 3));
+    if (!opened) return platform::Failure{opened.Error().code, {}}.Message();
+    file = *std::move(opened);
+    return "open";
+}
+
+// All that can be seen.
+std::string Look(const Side& side) {
+    std::string seen;
+    for (std::size_t place = 0; place < 6; ++place) {
+        const auto info = side.store.files.Stat(side.At(place));
+        seen += info ? std::to_string(info->size) + (info->isFolder ? " folder" : " file") : "none";
+        if (!info || info->isFolder) continue;
+        const auto content = platform::ReadWhole(side.store.files, side.At(place), 1 << 30);
+        seen += content ? *content : platform::Failure{content.Error().code, {}}.Message();
+    }
+    return seen;
+}
 
 }  // namespace
 
-INSTANTIATE_TEST_SUITE_P(Memory, FilesContract, ::testing::Values(&MakeStore<MemoryStore>));
-INSTANTIATE_TEST_SUITE_P(Native, FilesContract, ::testing::Values(&MakeStore<NativeStore>));
+INSTANTIATE_TEST_SUITE_P(Memory, FilesContract, ::testing::Values(&InMemory));
+INSTANTIATE_TEST_SUITE_P(Native, FilesContract, ::testing::Values(&OnThisMachine));
+INSTANTIATE_TEST_SUITE_P(Native, FilesWalk, ::testing::Values(&OnThisMachine));
+
+void FilesContract::Put(std::string_view name, std::string_view content) {
+    (void)m_files.Delete(At(name));
+    auto file = m_files.Open(At(name), OpenMode::kCreateNew, Share::kNone);
+    ASSERT_TRUE(file && (*file)->Write(content) && (*file)->Close());
+}
+
+std::string FilesContract::Content(std::string_view name) {
+    auto content = platform::ReadWhole(m_files, At(name), 1 << 28);
+    return content ? *content : content.Error().Message();
+}
 
 std::set<std::string> FilesContract::Names(std::string_view pattern) {
-    const auto entries = m_files.List(m_store->Root(), pattern);
+    const auto entries = m_files.List(m_store.root, pattern);
     EXPECT_TRUE(entries);
     std::set<std::string> names;
     for (const auto& entry : *entries) names.insert(entry.name + (entry.isFolder ? "/" : ""));
@@ -53,174 +133,63 @@ std::set<std::string> FilesContract::Names(std::string_view pattern) {
     return names;
 }
 
-TEST_P(FilesContract, OpenModes) {
-    const std::string deep = At("none") + m_files.Separator() + "f";
-    ASSERT_TRUE(m_files.CreateFolder(At("folder")));
-    for (const auto mode : {OpenMode::kRead, OpenMode::kReadWrite, OpenMode::kCreateNew,
-                            OpenMode::kReadWriteOrCreate}) {
-        for (const bool exists : {true, false}) {
-            SCOPED_TRACE(static_cast<int>(mode) * 10 + exists);
-            (void)m_files.Delete(At("f"));
-            if (exists) Put("f", "old");
-            const bool mayMake = mode >= OpenMode::kCreateNew;
-            const auto code = exists && mode == OpenMode::kCreateNew ? ErrorCode::kAlreadyExists
-                              : !exists && !mayMake                  ? ErrorCode::kNotFound
-                                                                     : std::optional<ErrorCode>();
-            auto file = m_files.Open(At("f"), mode, Share::kNone);
-            EXPECT_EQ(CodeOf(file), code);
-            if (file) {
-                EXPECT_EQ((*file)->Write("X").HasValue(), mode != OpenMode::kRead);
-                (*file).reset();
-            }
-            const char* const kept = code || mode == OpenMode::kRead ? "old" : "Xld";
-            EXPECT_EQ(m_files.Exists(At("f")) ? Content("f") : "", exists ? kept : code ? "" : "X");
-        }
-        EXPECT_EQ(CodeOf(m_files.Open(deep, mode, Share::kNone)), ErrorCode::kNotFound);
-        EXPECT_EQ(CodeOf(m_files.Open("", mode, Share::kNone)), ErrorCode::kNotFound);
-        if (mode == OpenMode::kCreateNew) continue;
-        EXPECT_EQ(CodeOf(m_files.Open(At("folder"), mode, Share::kNone)), ErrorCode::kNotRegular);
-    }
-}
-
-// Every pair of openings: the second is granted exactly if neither denies what the other does.
-TEST_P(FilesContract, SharingModes) {
-    struct Opening {
-        OpenMode mode;
-        Share share;
-        bool Denies(OpenMode other) const {
-            return share == Share::kNone || (share == Share::kRead && other != OpenMode::kRead);
-        }
-    };
-    std::vector<Opening> openings;
-    for (const auto mode : {OpenMode::kRead, OpenMode::kReadWrite, OpenMode::kReadWriteOrCreate}) {
-        for (const auto share : {Share::kNone, Share::kRead, Share::kReadWrite}) {
-            openings.push_back({mode, share});
-        }
-    }
-    Put("f", "kept");
-    Put("other", "x");
-    for (const Opening& a : openings) {
-        for (const Opening& b : openings) {
-            auto first = m_files.Open(At("f"), a.mode, a.share);
-            ASSERT_TRUE(first);
-            const bool excluded = a.Denies(b.mode) || b.Denies(a.mode);
-            EXPECT_EQ(CodeOf(m_files.Open(At("f"), b.mode, b.share)),
-                      excluded ? std::optional(ErrorCode::kSharingViolation) : std::nullopt);
-            for (const auto& status : {m_files.Delete(At("f")), m_files.Move(At("f"), At("new")),
-                                       m_files.Replace(At("other"), At("f"))}) {
-                EXPECT_EQ(CodeOf(status), ErrorCode::kSharingViolation);
-            }
-            (*first).reset();
-            EXPECT_TRUE(m_files.Open(At("f"), b.mode, b.share)) << "not free after closing";
-        }
-    }
-    EXPECT_EQ(Content("f"), "kept");
-}
-
-// Random operations on one file against a string.
-TEST_P(FilesContract, ContentFollowsAModel) {
+// Openings, what is done with the open files and with names, at random: every file system gives and
+// leaves what the one in memory does.
+TEST_P(FilesWalk, DoesWhatFilesInMemoryDo) {
+    Side tested{m_store, {}}, model{InMemory(), {}};
     std::mt19937 random(7);
-    auto opened = m_files.Open(At("f"), OpenMode::kCreateNew, Share::kNone);
-    ASSERT_TRUE(opened);
-    platform::File& file = **opened;
-    std::string model;
-    const auto seek = [&](std::size_t place, SeekFrom from, std::size_t base) {
-        const auto offset = static_cast<std::int64_t>(place) - static_cast<std::int64_t>(base);
-        EXPECT_EQ(*file.Seek(offset, from), place);
-        return place;
-    };
-    std::size_t position = 0;
-    for (int step = 0; step < 2000 && !HasFailure(); ++step) {
+    for (int step = 0; step < 3000 && !HasFailure(); ++step) {
         SCOPED_TRACE(step);
-        const std::size_t size = random() % 300, somewhere = random() % (model.size() + 50);
-        std::vector<char> buffer(size);
-        const auto expected = [&](std::size_t at) {
-            return at < model.size() ? model.substr(at, size) : "";
-        };
-        switch (random() % 6) {
-            case 0:
-                ASSERT_TRUE(file.Write(std::string(size, 'x')));
-                if (size > 0 && position > model.size()) model.resize(position);
-                model.replace(std::min(position, model.size()), size, std::string(size, 'x'));
-                position += size;
-                break;
-            case 1: {
-                const auto count = file.Read(buffer);
-                EXPECT_EQ(std::string(buffer.data(), *count), expected(position));
-                position += *count;
-                break;
-            }
-            case 2: {
-                const auto count = file.ReadAt(somewhere, buffer);
-                EXPECT_EQ(std::string(buffer.data(), *count), expected(somewhere));
-                [[fallthrough]];  // since the position is anywhere now
-            }
-            case 3:
-                position = seek(somewhere, SeekFrom::kBegin, 0);
-                break;
-            case 4:
-                position = seek(somewhere, SeekFrom::kEnd, model.size());
-                position = seek(position / 2, SeekFrom::kCurrent, position);
-                break;
-            default:
-                ASSERT_TRUE(file.Truncate(somewhere));
-                model.resize(somewhere, '\0');
-        }
-        EXPECT_EQ(*file.Size(), model.size());
+        random.discard(20);
+        EXPECT_EQ(Step(tested, random), Step(model, random));
+        EXPECT_EQ(Look(tested), Look(model));
     }
-    EXPECT_FALSE(file.Seek(-1, SeekFrom::kBegin));
-    char byte;
-    EXPECT_FALSE(file.ReadAt(~std::uint64_t{0}, {&byte, 1}).ValueOr(0)) << "far behind the end";
-    ASSERT_TRUE(file.Flush() && file.Close());
-    EXPECT_EQ(Content("f"), model);
+}
+
+TEST_P(FilesContract, SaysWhatIsInTheWay) {
+    for (const char* name : {"a", "b", "held"}) Put(name, name);
+    ASSERT_TRUE(m_files.CreateFolder(At("folder")));
+    const auto held = m_files.Open(At("held"), OpenMode::kRead, Share::kReadWrite);
+    const std::string deep = At("none") + m_files.Separator() + "c";
+    for (const auto& [status, code] :
+         {std::pair{m_files.Delete(At("held")), ErrorCode::kSharingViolation},
+          {m_files.Move(At("held"), At("new")), ErrorCode::kSharingViolation},
+          {m_files.Replace(At("a"), At("held")), ErrorCode::kSharingViolation},
+          {platform::CopyInto(m_files, At("a"), At("a")), ErrorCode::kSharingViolation},
+          {m_files.Move(At("a"), At("b")), ErrorCode::kAlreadyExists},
+          {m_files.Copy(At("a"), At("b")), ErrorCode::kAlreadyExists},
+          {m_files.CreateFolder(At("b")), ErrorCode::kAlreadyExists},
+          {m_files.CreateFolder(At("folder")), ErrorCode::kAlreadyExists},
+          {m_files.CreateFolder(deep), ErrorCode::kNotFound},
+          {m_files.Move(At("none"), At("c")), ErrorCode::kNotFound},
+          {m_files.Move(At("a"), deep), ErrorCode::kNotFound},
+          {m_files.Copy(At("none"), At("c")), ErrorCode::kNotFound},
+          {m_files.Replace(At("none"), At("b")), ErrorCode::kNotFound},
+          {m_files.Replace(At("a"), At("none")), ErrorCode::kNotFound},
+          {platform::CopyInto(m_files, At("none"), At("b")), ErrorCode::kNotFound},
+          {m_files.Replace(At("a"), At("folder")), ErrorCode::kNotRegular}}) {
+        EXPECT_EQ(CodeOf(status), code);
+    }
+    EXPECT_EQ(CodeOf(m_files.Open("", OpenMode::kRead, Share::kNone)), ErrorCode::kNotFound);
+    EXPECT_EQ(Content("a") + Content("b") + Content("held"), "abheld");
 }
 
 TEST_P(FilesContract, ReadOnlyFilesKeepTheirContent) {
     Put("fixed", "content");
     Put("new", "x");
-    m_store->MakeReadOnly(At("fixed"));
+    m_store.makeReadOnly("fixed");
     for (const auto mode : {OpenMode::kReadWrite, OpenMode::kReadWriteOrCreate}) {
         EXPECT_EQ(CodeOf(m_files.Open(At("fixed"), mode, Share::kNone)), ErrorCode::kAccessDenied);
     }
     for (const auto& status : {m_files.Replace(At("new"), At("fixed")),
                                platform::CopyInto(m_files, At("new"), At("fixed")),
-                               platform::WriteWhole(m_files, At("fixed"), "y")}) {
+                               WriteWhole(m_files, At("fixed"), "y")}) {
         EXPECT_EQ(CodeOf(status), ErrorCode::kAccessDenied);
     }
     EXPECT_EQ(Content("fixed") + Content("new"), "contentx");
     EXPECT_TRUE(m_files.Stat(At("fixed"))->isReadOnly && !m_files.Stat(At("new"))->isReadOnly);
     EXPECT_TRUE(m_files.DeleteEvenReadOnly(At("fixed")));
     EXPECT_THAT(Names(), ElementsAre("new"));
-}
-
-TEST_P(FilesContract, OnlyReplaceAndCopyIntoOverwrite) {
-    std::string large(3'000'000, '\0');
-    std::mt19937 random(3);
-    for (char& byte : large) byte = static_cast<char>(random());
-    Put("a", large);
-    Put("b", "2");
-    ASSERT_TRUE(m_files.CreateFolder(At("folder")));
-    const std::string deep = At("none") + m_files.Separator() + "c";
-    for (const auto& [status, code] :
-         {std::pair{m_files.Move(At("a"), At("b")), ErrorCode::kAlreadyExists},
-          {m_files.Copy(At("a"), At("b")), ErrorCode::kAlreadyExists},
-          {m_files.Move(At("none"), At("c")), ErrorCode::kNotFound},
-          {m_files.Copy(At("none"), At("c")), ErrorCode::kNotFound},
-          {m_files.Replace(At("none"), At("b")), ErrorCode::kNotFound},
-          {m_files.Replace(At("a"), At("none")), ErrorCode::kNotFound},
-          {m_files.Replace(At("a"), At("folder")), ErrorCode::kNotRegular},
-          {m_files.Move(At("a"), deep), ErrorCode::kNotFound},
-          {platform::CopyInto(m_files, At("none"), At("b")), ErrorCode::kNotFound},
-          {platform::CopyInto(m_files, At("a"), At("a")), ErrorCode::kSharingViolation}}) {
-        EXPECT_EQ(CodeOf(status), code);
-    }
-    EXPECT_TRUE(Content("a") == large && Content("b") == "2");
-    ASSERT_TRUE(m_files.Copy(At("a"), At("c")) && platform::CopyInto(m_files, At("a"), At("b")));
-    EXPECT_TRUE(Content("b") == large && Content("c") == large);
-    Put("b", "2");
-    ASSERT_TRUE(m_files.Replace(At("b"), At("c")) && m_files.Move(At("a"), At("d")));
-    EXPECT_TRUE(Content("c") == "2" && Content("d") == large);
-    EXPECT_THAT(Names(), ElementsAre("c", "d", "folder/"));
 }
 
 TEST_P(FilesContract, ListsByPattern) {
@@ -241,29 +210,18 @@ TEST_P(FilesContract, ListsByPattern) {
 }
 
 TEST_P(FilesContract, FoldersAndPlacesOfTheirOwn) {
-    EXPECT_EQ(CodeOf(m_files.CreateFolder(At("none") + m_files.Separator() + "x")),
-              ErrorCode::kNotFound);
-    const auto first = m_files.CreateTempFolder(m_store->Root(), "kv-");
-    const auto second = m_files.CreateTempFolder(m_store->Root(), "kv-");
-    ASSERT_TRUE(first && second);
+    const auto first = m_files.CreateTempFolder(m_store.root, "kv-");
+    const auto second = m_files.CreateTempFolder(m_store.root, "kv-");
+    const auto temp = m_files.TempFolder();
+    ASSERT_TRUE(first && second && temp);
     const std::string file = *first + m_files.Separator() + "f";
     EXPECT_TRUE(m_files.IsFree(file));
-    ASSERT_TRUE(platform::WriteWhole(m_files, file, "x"));
-    for (const auto& path : {*first, file}) {
-        EXPECT_EQ(CodeOf(m_files.CreateFolder(path)), ErrorCode::kAlreadyExists);
-        EXPECT_FALSE(m_files.IsFree(path));
-    }
+    ASSERT_TRUE(WriteWhole(m_files, file, "x"));
+    EXPECT_FALSE(m_files.IsFree(file) || m_files.IsFree(*first));
     EXPECT_TRUE(platform::LiesIn(m_files, file, *first));
     EXPECT_FALSE(platform::LiesIn(m_files, file, *second) ||
                  platform::LiesIn(m_files, *first, *first));
-    EXPECT_FALSE(m_files.RemoveFolder(*first) || m_files.Delete(*first));
     EXPECT_TRUE(m_files.Stat(*first)->isFolder && m_files.Stat(*first)->size == 0);
-    ASSERT_TRUE(m_files.Delete(file) && m_files.RemoveFolder(*first));
-    EXPECT_EQ(CodeOf(m_files.Stat(*first)), ErrorCode::kNotFound);
-    EXPECT_FALSE(m_files.CreateTempFolder(At("none"), "kv-"));
-
-    const auto temp = m_files.TempFolder();
-    ASSERT_TRUE(temp) << temp.Error().Message();
     EXPECT_EQ(temp->back(), m_files.Separator());
     std::set<std::string> paths;
     for (const std::string& folder : {*temp, *second, *second, *second}) {
@@ -275,7 +233,8 @@ TEST_P(FilesContract, FoldersAndPlacesOfTheirOwn) {
         EXPECT_EQ(m_files.Stat(*path)->size, 0u);
         EXPECT_TRUE(folder == *second || m_files.Delete(*path));
     }
-    EXPECT_FALSE(m_files.CreateTempFile(At("none"), "abc"));
+    EXPECT_FALSE(m_files.CreateTempFile(At("none"), "abc") ||
+                 m_files.CreateTempFolder(At("none"), "kv-"));
 }
 
 TEST_P(FilesContract, CaseOfNames) {
@@ -290,6 +249,126 @@ TEST_P(FilesContract, CaseOfNames) {
     EXPECT_EQ(Content("NNDBASE.txt"), "2");
     EXPECT_EQ(CodeOf(m_files.Open(At("a*b"), OpenMode::kCreateNew, Share::kNone)),
               ignoresCase ? std::optional(ErrorCode::kInvalidArgument) : std::nullopt);
+}
+
+namespace {
+
+const std::string kOld = "the old content";
+const std::string kNew = "the new content, which is longer";
+
+Status CopyWhole(platform::Files& files, const std::string& path, const std::string& from) {
+    platform::SafeWrite write(files, path);
+    auto status = write.BeginAsCopyOf(from);
+    return status ? write.Commit() : status;
+}
+
+}  // namespace
+
+// The n-th file operation fails, tears or is the last one: the file holds the old content or the
+// new one, whole; the result says which unless the program is dead; and nothing is in the way of
+// trying again.
+TEST_P(FilesContract, ASafeWriteSurvivesEveryFault) {
+    FaultyFiles faulty(m_files);
+    const auto write = [&](bool isCopy) {
+        return isCopy ? CopyWhole(faulty, At("f"), At("from")) : WriteWhole(faulty, At("f"), kNew);
+    };
+    Put("from", kNew);
+    for (int round = 0; round < 4; ++round) {
+        const bool existed = round % 2 == 0, isCopy = round < 2;
+        const auto play = [&](Fault fault, int number) {
+            (void)m_files.Delete(At("f"));
+            if (existed) Put("f", kOld);
+            faulty.Arm(fault, number);
+            const auto status = write(isCopy);
+            const bool fired = faulty.Disarm();
+            EXPECT_EQ(m_files.Exists(At("f")), status || existed);
+            if (status || existed) {
+                EXPECT_EQ(Content("f"), status ? kNew : kOld);
+            }
+            EXPECT_TRUE(write(isCopy)) << "no second try";
+            EXPECT_EQ(Content("f"), kNew);
+            EXPECT_THAT(Names(), ElementsAre("f", "from")) << "a side file is left";
+            return fired;
+        };
+        SCOPED_TRACE(round);
+        ForEveryFault(play, 4);
+    }
+}
+
+// A crash right after any operation keeps one of the two contents: the new one is on the disk
+// before it takes the old one's place. A full disk keeps the old one.
+TEST(SafeWrite, SurvivesACrashOfTheMachineAndAFullDisk) {
+    for (int number = 1; number <= static_cast<int>(kNew.size()); ++number) {
+        for (const bool isCopy : {true, false}) {
+            SCOPED_TRACE(::testing::Message() << number << " of a copy: " << isCopy);
+            MemoryFiles memory;
+            memory.Put("C:\\f", kOld);
+            memory.Put("C:\\from", kNew);
+            FaultyFiles faulty(memory);
+            faulty.Arm(Fault::kKill, number);
+            const auto status =
+                isCopy ? CopyWhole(faulty, "C:\\f", "C:\\from") : WriteWhole(faulty, "C:\\f", kNew);
+            memory.Crash();
+            EXPECT_TRUE(*memory.Get("C:\\f") == kNew || (!status && *memory.Get("C:\\f") == kOld));
+        }
+        MemoryFiles small;
+        small.Put("C:\\f", kOld);
+        small.LimitDisk(kOld.size() + static_cast<std::size_t>(number) - 1);
+        EXPECT_EQ(CodeOf(WriteWhole(small, "C:\\f", kNew)), ErrorCode::kNoSpace);
+        EXPECT_EQ(*small.Get("C:\\f"), kOld);
+        EXPECT_THAT(small.AllFiles(), ElementsAre("C:\\f"));
+        EXPECT_EQ(small.OpenCount(), 0);
+    }
+}
+
+// What comes or goes under the name between beginning and end is neither lost nor made again.
+TEST(SafeWrite, LeavesAloneWhatAnotherProgramDidMeanwhile) {
+    for (const bool existed : {true, false}) {
+        MemoryFiles memory;
+        if (existed) memory.Put("C:\\f", kOld);
+        {
+            platform::SafeWrite write(memory, "C:\\f");
+            ASSERT_TRUE(write.Begin() && write.Write(kNew));
+            existed ? (void)memory.Delete("C:\\f") : memory.Put("C:\\f", "theirs");
+            EXPECT_EQ(CodeOf(write.Commit()),
+                      existed ? ErrorCode::kNotFound : ErrorCode::kAlreadyExists);
+        }
+        EXPECT_EQ(memory.Get("C:\\f").value_or("gone"), existed ? "gone" : "theirs");
+        EXPECT_EQ(memory.AllFiles().size(), existed ? 0u : 1u);
+    }
+}
+
+TEST(ReadWhole, RefusesWhatIsTooLarge) {
+    MemoryFiles memory;
+    memory.Put("C:\\f", "12345");
+    EXPECT_EQ(CodeOf(platform::ReadWhole(memory, "C:\\f", 4)), ErrorCode::kTooLarge);
+    EXPECT_EQ(*platform::ReadWhole(memory, "C:\\f", 5) + *platform::ReadFront(memory, "C:\\f", 2),
+              "1234512");
+}
+
+TEST(RegistryContract, Memory) {
+    platform::testing::MemoryRegistry registry;
+    KeepsWhatIsWritten(registry, platform::RegistryRoot::kLocalMachine);
+}
+
+void KeepsWhatIsWritten(platform::Registry& registry, platform::RegistryRoot root) {
+    constexpr auto kMissing = platform::ErrorCode::kNotFound;
+    const char* const otherCase = "software\\KV TEST\\values";
+    EXPECT_EQ(CodeOf(registry.ReadText(root, kTestKey, "Name")), kMissing);
+    for (const std::string& text :
+         {std::string(), std::string("%PATH%"), std::string("C:\\\xC4rger \x80 \xFF\n\"q\""),
+          std::string(255, 'a'), std::string(256, 'b'), std::string(70'000, 'c')}) {
+        SCOPED_TRACE(text.size());
+        ASSERT_TRUE(registry.WriteText(root, kTestKey, "Name", text));
+        ASSERT_TRUE(registry.WriteText(root, kTestKey, "", "default"));
+        EXPECT_EQ(*registry.ReadText(root, otherCase, "nAME"), text);
+        EXPECT_EQ(*registry.ReadText(root, kTestKey, ""), "default");
+        EXPECT_EQ(CodeOf(registry.ReadNumber(root, kTestKey, "Name")), kMissing);
+    }
+    ASSERT_TRUE(registry.WriteNumber(root, kTestKey, "Name", 0xFFFFFFFE));
+    EXPECT_EQ(*registry.ReadNumber(root, otherCase, "nAME"), 0xFFFFFFFEu);
+    EXPECT_EQ(CodeOf(registry.ReadText(root, kTestKey, "Name")), kMissing);
+    EXPECT_EQ(CodeOf(registry.ReadNumber(root, kTestKey, "Missing")), kMissing);
 }
 
 }  // namespace test

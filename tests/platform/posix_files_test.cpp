@@ -11,7 +11,6 @@
 #include "platform/posix/system_call.h"
 #include "platform/prefix/prefix_system.h"
 #include "tests/platform/files_contract.h"
-#include "tests/platform/prefix_folder.h"
 
 namespace test {
 

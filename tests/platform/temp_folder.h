@@ -49,4 +49,24 @@ inline std::string ReadDisk(const std::filesystem::path& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+// A Wine prefix with a drive C and nothing in it.
+class PrefixFolder {
+  public:
+    PrefixFolder() {
+        std::filesystem::create_directory(DriveC());
+        LinkDrive("c:", "../drive_c");
+    }
+
+    std::string Path() const { return m_folder.Path().string(); }
+    std::filesystem::path DriveC() const { return m_folder.Path() / "drive_c"; }
+    void LinkDrive(const char* drive, const std::filesystem::path& folder) const {
+        std::filesystem::create_directory(m_folder / "dosdevices");
+        std::filesystem::create_directory_symlink(folder, m_folder.Path() / "dosdevices" / drive);
+    }
+    void PutRegistry(std::string_view text) const { WriteDisk(m_folder / "system.reg", text); }
+
+  private:
+    TempFolder m_folder;
+};
+
 }  // namespace test

@@ -4,7 +4,7 @@
 #include "platform/os/safe_write.h"
 #include "platform/testing/scripted_dialogs.h"
 #include "platform/windows/system_call.h"
-#include "tests/platform/registry_contract.h"
+#include "tests/platform/files_contract.h"
 
 namespace test {
 

@@ -1,0 +1,453 @@
+#include <gmock/gmock.h>
+
+#include <random>
+#include <tuple>
+
+#include "platform/os/little_endian.h"
+#include "platform/os/safe_write.h"
+#include "platform/prefix/path_mapper.h"
+#include "platform/prefix/pe_strings.h"
+#include "platform/prefix/prefix_system.h"
+#include "platform/prefix/registry_text.h"
+#include "platform/testing/scripted_dialogs.h"
+#include "tests/platform/files_contract.h"
+#include "tests/support/fault_sweep.h"
+#include "text/ascii.h"
+#include "text/utf.h"
+
+namespace test {
+
+using platform::ErrorCode;
+using platform::NativeFiles;
+using platform::RegistryRoot;
+using platform::prefix::MakeRegistry;
+using platform::prefix::PathMapper;
+using platform::prefix::PeStrings;
+using platform::prefix::PrefixSystem;
+using platform::prefix::RegistryValue;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+namespace {
+
+constexpr auto kMachine = RegistryRoot::kLocalMachine;
+constexpr auto kUser = RegistryRoot::kCurrentUser;
+
+FilesStore InPrefix() {
+    struct Owner {
+        PrefixFolder prefix;
+        PrefixSystem system{prefix.Path()};
+    };
+    const auto owner = std::make_shared<Owner>();
+    const auto folder = owner->prefix.DriveC() / "Work";
+    std::filesystem::create_directory(folder);
+    return {owner, owner->system.system.files, "c:\\work\\", [=](const auto& name) {
+                std::filesystem::permissions(folder / name, std::filesystem::perms::owner_read);
+            }};
+}
+
+RegistryValue Text(std::u16string_view text) {
+    return {RegistryValue::kText, text::BytesFromUtf16(text)};
+}
+
+RegistryValue Number(unsigned char lowest) {
+    return {RegistryValue::kNumber, {static_cast<char>(lowest), 0, 0, 0}};
+}
+
+}  // namespace
+
+INSTANTIATE_TEST_SUITE_P(Prefix, FilesContract, ::testing::Values(&InPrefix));
+INSTANTIATE_TEST_SUITE_P(Prefix, FilesWalk, ::testing::Values(&InPrefix));
+
+// Expected are paths below drive C, or behind "E:" below the folder that drive E leads to.
+TEST(PathMapper, LeadsAsWineDoes) {
+    const PrefixFolder prefix;
+    const TempFolder other;
+    prefix.LinkDrive("e:", other.Path());
+    for (const char* file : {"Program Files/Eudora/Eudora.exe", "twice/A.txt", "twice/a.txt",
+                             "Stra\u00DFe \u00C4/\u00C9t\u00E9.txt", "\u8868.txt", "\u8868/in"}) {
+        WriteDisk(prefix.DriveC() / file, "");
+    }
+    WriteDisk(other / "mail/In.mbx", "");
+    using Row = std::tuple<unsigned, std::string_view, std::string_view>;
+    for (const auto& [codePage, path, expected] :
+         {Row{1252, "C:\\", ""},
+          {1252, "c:\\PROGRAM FILES\\eudora\\EUDORA.EXE", "Program Files/Eudora/Eudora.exe"},
+          {1252, "C:/Program Files\\\\Eudora\\", "Program Files/Eudora"},
+          {1252, "\\program files", "Program Files"},
+          {1252, "C:\\..\\..\\program files", "Program Files"},
+          {1252, "C:\\nowhere\\..\\program files", "Program Files"},
+          {1252, "C:\\Program Files\\New.txt", "Program Files/New.txt"},
+          {1252, "C:\\program files\\new. . ", "Program Files/new"},
+          {1252, "C:\\twice\\a.txt", "twice/a.txt"},
+          {1252, "C:\\STRA\xDF\x45 \xE4\\\xC9T\xC9.TXT", "Stra\u00DFe \u00C4/\u00C9t\u00E9.txt"},
+          {932, "C:\\\x95\\.TXT", "\u8868.txt"},  // the trail byte of that character is '\'
+          {932, "C:\\\x95\\\\IN", "\u8868/in"},
+          {1252, "e:\\MAIL\\in.MBX", "E:mail/In.mbx"}}) {
+        SCOPED_TRACE(path);
+        const auto mapped = PathMapper(prefix.Path(), codePage).Map(path);
+        ASSERT_TRUE(mapped) << mapped.Error().Message();
+        const auto native = expected.starts_with("E:") ? other.Path() / expected.substr(2)
+                                                       : prefix.DriveC() / expected;
+        EXPECT_EQ(mapped->exists, std::filesystem::exists(native));
+        // Equal in letters too, also where the file system under test ignores case.
+        EXPECT_EQ(std::filesystem::weakly_canonical(mapped->path).string(),
+                  std::filesystem::weakly_canonical(native).string());
+    }
+    using namespace std::string_view_literals;
+    for (const auto& [path, code] : {std::pair{""sv, ErrorCode::kNotFound},
+                                     {"Q:\\x", ErrorCode::kNotFound},
+                                     {"C:\\nowhere\\x", ErrorCode::kNotFound},
+                                     {"C:\\twice\\a.txt\\x", ErrorCode::kNotFound},
+                                     {"\\\\server\\share\\x", ErrorCode::kNotFound},
+                                     {"1:\\x", ErrorCode::kInvalidArgument},
+                                     {"C:\\a?b", ErrorCode::kInvalidArgument},
+                                     {"C:\\a\0b"sv, ErrorCode::kInvalidArgument},
+                                     {"C:\\twice\\...\\", ErrorCode::kInvalidArgument}}) {
+        EXPECT_EQ(CodeOf(PathMapper(prefix.Path(), 1252).Map(path)), code) << path;
+    }
+}
+
+TEST(PathMapper, GoesBothWays) {
+    const PrefixFolder prefix;
+    const TempFolder other;
+    const std::string c = std::filesystem::canonical(prefix.DriveC()),
+                      e = std::filesystem::canonical(other.Path());
+    prefix.LinkDrive("e:", e);
+    std::filesystem::create_directory_symlink(e, c + "/link");
+    WriteDisk(c + "/Mail/\u00C4.mbx", "");
+    const PathMapper mapper(prefix.Path(), 1252);
+    for (const auto& [windows, native] : {std::pair{"C:\\", c},
+                                          {"C:\\Mail\\\xC4.mbx", c + "/Mail/\u00C4.mbx"},
+                                          {"C:\\no\\such\\file", c + "/no/such/file"},
+                                          {"E:\\new", e + "/new"}}) {
+        EXPECT_EQ(mapper.NativePath(windows), native);
+        EXPECT_EQ(mapper.WindowsPath(native), windows);
+    }
+    EXPECT_EQ(mapper.NativePath("c:/MAIL/\xE4.MBX"), c + "/Mail/\u00C4.mbx");
+    EXPECT_EQ(mapper.NativePath("C:\\link\\x"), e + "/x");
+    EXPECT_EQ(mapper.WindowsPath(c + "/link/x"), "E:\\x");
+    for (const char* none : {"", "x", "C:", "C:x", "Q:\\x", "\\\\server\\x"}) {
+        EXPECT_FALSE(mapper.NativePath(none)) << none;
+    }
+    EXPECT_FALSE(mapper.WindowsPath("/nowhere/x") || mapper.WindowsPath(c + "/\u65E5"));
+    // The shorter of two ways, and of two as short ones the first drive.
+    prefix.LinkDrive("m:", c + "/Mail");
+    prefix.LinkDrive("d:", e);
+    EXPECT_EQ(mapper.WindowsPath(c + "/Mail/x"), "M:\\x");
+    EXPECT_EQ(mapper.WindowsPath(e + "/x"), "D:\\x");
+}
+
+// The value is named "a". The odd lines, which Wine never writes itself, are read as Wine 8 does.
+TEST(RegistryText, Finds) {
+    const auto hex = [](std::string bytes) { return RegistryValue{3, std::move(bytes)}; };
+    using namespace std::string_literals;
+    const std::pair<std::string, std::optional<RegistryValue>> rows[] = {
+        {"#time=1\n\"b\"=\"y\"\n\"a\"=\"x\"\n", Text(u"x")},
+        {"\"A\"=\"C:\\\\M \\x3042\\xe9 \\\"q\\\"\\n\\0e\"\n",
+         Text(u"C:\\M \u3042\u00E9 \"q\"\n\0e"s)},
+        {"\"a\"=\"1\"\n\"A\"=\"last\"\n", Text(u"last")},
+        {"\"a\"=str(2):\"%x%\\\\y\"\n", RegistryValue{2, text::BytesFromUtf16(u"%x%\\y")}},
+        {"\"a\"=hex(1):43,00,3a,00,\\\n  5c,00,00,00\n", Text(u"C:\\\0"s)},
+        {"\"a\"=dword:0000002a\n", Number(42)},
+        {"\"a\"=\"hidden\"\n\"a\"=\"no end\n", {}},
+        {"[L] 1\n\"a\"=\"elsewhere\"\n", {}},
+        {"[Lost\n\"a\"=\"no key of its own\"\n", {}},
+        {"[L] 1\n\n[k\\\\l\\[b\\]\\x3042] 2\n\"a\"=\"late\"\n", Text(u"late")},
+        {"\"a\"=\"x\" junk\n", Text(u"x")},
+        {" \t\"a\" = \v\"x\"\r\r\n", Text(u"x")},
+        {"\"a\"=\"x\ry\"\n", Text(u"x\ry")},
+        {"\"a\"=\"x\"\0\"\n"s, Text(u"x")},
+        {"\"a\"=\"x\0y\"\n"s, {}},
+        {"\"a\"=\"x\xE9y\xC3\"\n", Text(u"xy")},
+        {"\"a\"=\"x\\\n\"b\"=\"y\"\n", {}},
+        {"\"a\"=\"1\"\n\"A\"=-\n", {}},
+        {"\"a\"=\"1\"\nrubbish\n\"a\"\n", Text(u"1")},
+        {"\"a\"=str(1):\"x\"\n", {}},
+        {"\"a\"=DWORD:1\n", {}},
+        {"\"a\"=dword: 0x07 junk\n", Number(7)},
+        {"\"a\"=dword:11112222333344445555\n", RegistryValue{4, "\xFF\xFF\xFF\xFF"}},
+        {"\"a\"=hex:012 , 0x3,\n", hex("\x12\x03")},
+        {"\"a\"=hex: 01\n", {}},
+        {"\"a\"=hex:0102\n", {}},
+        {"\"a\"=hex(1z):61,00\n", {}},
+        {"\"a\"=hex:\\\n01\\ junk\n 02\n", hex("\x01\x02")},
+        {"\"a\"=hex:01,\\\n\n02\n", hex("\x01")},
+        {"\"a\"=hex:01,\\\n[L] 1\n", {}},
+        {"\"b\"=hex:01,\\\n[L] 1\n\"a\"=\"x\"\n", Text(u"x")},
+        {"\"b\"=hex:01,\\\n\"a\"=\"x\"\n", {}},
+        {"[L\n\"b\"=hex:01,\\\n[K\\\\L\\[b\\]\\x3042] 1\n\"a\"=\"x\"\n", Text(u"x")},
+        {"[L] 1\n \t[\\K\\\\L\\[b\\]\\x3042\\\\]\n\"a\"=\"x\"\n", Text(u"x")},
+        {"[K\\\\L\\[b\\]\\x3042 ] 1\n\"a\"=\"x\"\n", {}}};
+    for (const auto& [lines, expected] : rows) {
+        SCOPED_TRACE(lines);
+        const std::string text = "WINE REGISTRY Version 2\n\n[K\\\\L\\[b\\]\\x3042] 1\n" + lines;
+        const std::u16string key = u"\\k\\\\L[b]\u3042\\";
+        EXPECT_EQ(platform::prefix::FindValue(text, key, u"a"), expected);
+        if (lines.find('\r') != std::string::npos) continue;
+        EXPECT_EQ(platform::prefix::FindValue(text::WithCrLf(text), key, u"a"), expected);
+    }
+}
+
+TEST(RegistryText, WritesInTheFormOfItsNeighbours) {
+    using Row = std::tuple<std::string, std::u16string, std::u16string, RegistryValue, std::string>;
+    for (const auto& [before, key, name, value, expected] :
+         {Row{"[K] 1\n\"a\"=\"old\"\n", u"k", u"A", Text(u"new"), "[K] 1\n\"a\"=\"new\"\n"},
+          {"[K] 1\n\"a\"=\"o\" \n;c\n", u"K", u"a", Number(7), "[K] 1\n\"a\"=dword:00000007\n;c\n"},
+          {"[K] 1\n\"a\"=hex:01,\\\n  02\n\n[L] 1\n", u"K", u"a", Text(u"x"),
+           "[K] 1\n\"a\"=\"x\"\n\n[L] 1\n"},
+          {"[K] 1\n#time=1\n\n[L] 1\n", u"K", u"", Text(u"d"),
+           "[K] 1\n#time=1\n@=\"d\"\n\n[L] 1\n"},
+          {"[K] 1\r\n\"a\"=\"1\"\r\n\r\n", u"K", u"b", Text(u"2"),
+           "[K] 1\r\n\"a\"=\"1\"\r\n\"b\"=\"2\"\r\n\r\n"},
+          {"[K] 1\n\"a\"=\"1\"", u"K", u"b", Text(u"2"), "[K] 1\n\"a\"=\"1\"\n\"b\"=\"2\"\n"},
+          {"#arch=win32\n", u"S\\[x]", u"n\"\\=[", Text(u"v\n\u00E9a\u0301"),
+           "#arch=win32\n\n[S\\\\\\[x\\]] 1700000000\n#time=1da1747c66d0000\n"
+           "\"n\\\"\\\\=[\"=\"v\\n\\x00e9a\\x301\"\n"},
+          {"[K] 1\n\"a\"=\"1\"\n\"A\"=\"no end\n", u"K", u"a", Text(u"v"),
+           "[K] 1\n\"a\"=\"1\"\n\"A\"=\"v\"\n"},
+          {"[K] 1\n\"a\"=\"1\"\r", u"K", u"b", Text(u"2"), "[K] 1\n\"a\"=\"1\"\r\n\"b\"=\"2\"\n"},
+          {"[K] 1\n\"a\"=hex:01,\\\n", u"K", u"b", Text(u"2"),
+           "[K] 1\n\"a\"=hex:01,\\\n;\n\"b\"=\"2\"\n"},
+          {"[K] 1\n\"a\"=\"\\x76\"\n", u"K", u"a", Text(u"v"), "[K] 1\n\"a\"=\"\\x76\"\n"}}) {
+        const auto now = std::chrono::system_clock::from_time_t(1'700'000'000);
+        const std::string after = platform::prefix::WithValue(before, key, name, value, now);
+        EXPECT_EQ(after, expected);
+        EXPECT_EQ(platform::prefix::FindValue(after, key, name), value);
+    }
+}
+
+// A 32-bit program in a prefix of 64 bits has its own Software keys, but for Classes.
+TEST(PrefixRegistry, SeesAndWritesTheNodeOf32BitPrograms) {
+    const std::string keys =
+        "\n[Software\\\\App] 1\n@=\"app\"\n\n[Software\\\\Plain] 1\n@=\"plain\"\n\n"
+        "[Software\\\\Wow6432Node\\\\App] 1\n@=\"node\"\n\n[Software\\\\Classes\\\\App] 1\n"
+        "@=\"class\"\n\n[Software\\\\Wow6432Node\\\\Classes\\\\App] 1\n@=\"wrong\"\n\n"
+        "[System\\\\App] 1\n@=\"system\"\n";
+    using Row = std::tuple<const char*, RegistryRoot, const char*, const char*, const char*>;
+    for (const auto& [arch, root, key, found, written] :
+         {Row{"win64", kMachine, "SOFTWARE\\App", "node", "Software\\\\Wow6432Node\\\\App"},
+          {"win64", kMachine, "Software\\Plain", "plain", "Software\\\\Wow6432Node\\\\Plain"},
+          {"win64", kMachine, "Software\\Classes\\App", "class", "Software\\\\Classes\\\\App"},
+          {"win64", kMachine, "Software\\Wow6432Node\\App", "node",
+           "Software\\\\Wow6432Node\\\\App"},
+          {"win64", kMachine, "System\\App", "system", "System\\\\App"},
+          {"win32", kMachine, "Software\\App", "app", "Software\\\\App"},
+          {"win64", kUser, "Software\\App", "app", "Software\\\\App"}}) {
+        SCOPED_TRACE(std::string(arch) + " " + key);
+        const PrefixFolder prefix;
+        const std::string file = prefix.Path() + (root == kUser ? "/user.reg" : "/system.reg");
+        WriteDisk(file, std::string("WINE REGISTRY Version 2\n\n#arch=") + arch + "\n" + keys);
+        const auto registry = MakeRegistry(prefix.Path(), NativeFiles(), 1252);
+        EXPECT_EQ(*registry->ReadText(root, key, ""), found);
+        ASSERT_TRUE(registry->WriteNumber(root, key, "Flag", 1));
+        EXPECT_EQ(*registry->ReadNumber(root, key, "FLAG"), 1u);
+        const std::string text = ReadDisk(file);
+        const std::string section = text.substr(0, text.find("\"Flag\"=dword:00000001\n"));
+        EXPECT_THAT(section.substr(section.rfind("\n[") + 2), StartsWith(written));
+    }
+}
+
+TEST(PrefixRegistry, MakesAMissingFileAndReadsAChangedOneAgain) {
+    const PrefixFolder prefix;
+    const auto registry = MakeRegistry(prefix.Path(), NativeFiles(), 1252);
+    KeepsWhatIsWritten(*registry, kMachine);
+    KeepsWhatIsWritten(*registry, kUser);
+    ASSERT_TRUE(registry->WriteText(kMachine, "K\\L", "", "caf\xE9 \x80"));
+    const std::string machine = ReadDisk(prefix.Path() + "/system.reg");
+    EXPECT_THAT(machine, StartsWith("WINE REGISTRY Version 2\n;; All keys relative to "
+                                    "REGISTRY\\\\Machine\n\n#arch=win32\n\n["));
+    EXPECT_THAT(machine, HasSubstr("\n@=\"caf\\xe9 \\x20ac\"\n"));
+    prefix.PutRegistry(
+        "[K] 1\n\"n\"=dword:00000063\n\"z\"=hex(1):61,00,00,00,62,00\n"
+        "\"short\"=hex(4):01\n\"b\"=hex:01,02,03,04\n\"e\"=str(2):\"%x%\"\n");
+    EXPECT_EQ(*registry->ReadNumber(kMachine, "K", "n"), 99u);
+    EXPECT_EQ(*registry->ReadText(kMachine, "K", "z") + *registry->ReadText(kMachine, "K", "e"),
+              "a%x%");
+    for (const char* name : {"short", "b"}) {
+        EXPECT_EQ(CodeOf(registry->Read(kMachine, "K", name)), ErrorCode::kNotFound) << name;
+    }
+    const auto nowhere = MakeRegistry(prefix.Path() + "/none", NativeFiles(), 1252);
+    EXPECT_EQ(CodeOf(nowhere->WriteNumber(kMachine, "K", "n", 1)), ErrorCode::kNotFound);
+}
+
+TEST(PrefixRegistry, AFaultLeavesTheOldFileOrTheNewOne) {
+    ForEveryFault([](Fault fault, int number) {
+        const PrefixFolder prefix;
+        prefix.PutRegistry("[K] 1\n\"n\"=dword:00000001\n;tail");
+        platform::testing::FaultyFiles faulty(NativeFiles());
+        const auto registry = MakeRegistry(prefix.Path(), faulty, 1252);
+        faulty.Arm(fault, number);
+        const auto status = registry->WriteNumber(kMachine, "K", "n", 2);
+        const bool fired = faulty.Disarm();
+        EXPECT_EQ(ReadDisk(prefix.Path() + "/system.reg"),
+                  std::string("[K] 1\n\"n\"=dword:0000000") + (status ? "2" : "1") + "\n;tail");
+        EXPECT_TRUE(registry->WriteNumber(kMachine, "K", "n", 2));
+        EXPECT_EQ(*registry->ReadNumber(kMachine, "K", "n"), 2u);
+        return fired;
+    });
+}
+
+TEST(PrefixSystem, SaysWhatThePrefixSays) {
+    using Row = std::tuple<const char*, unsigned, unsigned>;
+    for (const auto& [values, major, minor] :
+         {Row{"", 6, 1}, Row{"\"CurrentVersion\"=\"5.0\"\n", 5, 0},
+          Row{"\"CurrentVersion\"=\"4\"\n", 6, 1}, Row{"\"CurrentVersion\"=\"4.x\"\n", 6, 1},
+          Row{"\"CurrentVersion\"=\"6.3\"\n\"CurrentMajorVersionNumber\"=dword:0000000a\n"
+              "\"CurrentMinorVersionNumber\"=dword:00000000\n",
+              10, 0}}) {
+        SCOPED_TRACE(values);
+        const PrefixFolder prefix;
+        prefix.PutRegistry(
+            std::string("\n[Software\\\\Microsoft\\\\Windows NT\\\\CurrentVersion] 1\n") + values);
+        const PrefixSystem owner(prefix.Path());
+        const auto version = owner.system.processes.Version();
+        EXPECT_EQ(std::pair(version->major, version->minor), std::pair(major, minor));
+        EXPECT_EQ(owner.system.codePage, 1252u);
+        EXPECT_EQ(CodeOf(owner.system.processes.Start("C:\\x.exe")), ErrorCode::kNotSupported);
+    }
+    const PrefixFolder prefix;
+    prefix.PutRegistry(
+        "[System\\\\CurrentControlSet\\\\Control\\\\Nls\\\\CodePage] 1\n\"ACP\"=\"932\"\n");
+    const PrefixSystem owner(prefix.Path());
+    EXPECT_EQ(owner.system.codePage, 932u);
+    EXPECT_EQ(owner.system.processes.ProfileNumber("Mail", "MAPI", 5), 5);
+    WriteDisk(prefix.DriveC() / "windows/WIN.INI",
+              "MAPI=9\r\n[other]\r\nMAPI=8\r\n[MAIL]\r\n; MAPI=7\r\n mapi = 1 \r\nText=yes\r\n"
+              "Neg=-3x\r\nBig=99999999999\r\nLast=4");
+    for (const auto& [key, expected] :
+         {std::pair{"MAPI", 1}, {"text", 0}, {"neg", -3}, {"Big", 0}, {"last", 4}, {"none", 5}}) {
+        EXPECT_EQ(owner.system.processes.ProfileNumber("mail", key, 5), expected) << key;
+    }
+
+    auto& files = owner.system.files;
+    ASSERT_TRUE(platform::WriteWhole(files, "C:\\\x95\\\x8E\xA6.txt", "1"));
+    EXPECT_EQ(ReadDisk(prefix.DriveC() / "\u8868\u793A.txt"), "1");
+    WriteDisk(prefix.DriveC() / "caf\u00E9", "");
+    WriteDisk(prefix.DriveC() / "back\\slash", "");
+    std::set<std::string> names;
+    const auto entries = files.List("C:\\", "*");
+    for (const auto& entry : *entries) names.insert(entry.name);
+    EXPECT_THAT(names, ::testing::ElementsAre("caf?", "windows", "\x95\\\x8E\xA6.txt"));
+    EXPECT_EQ(files.Stat("C:\\none.txt").Error().context, "C:\\none.txt");
+
+    EXPECT_EQ(*files.TempFolder(), "C:\\windows\\temp\\");
+    EXPECT_TRUE(std::filesystem::is_directory(prefix.DriveC() / "windows/temp"));
+    WriteDisk(prefix.Path() + "/user.reg", "\n[Environment] 1\n\"TMP\"=\"C:\\\\Users\\\\me\"\n");
+    EXPECT_EQ(*files.TempFolder(), "C:\\windows\\temp\\") << "a folder that is not there";
+    std::filesystem::create_directories(prefix.DriveC() / "users/me");
+    EXPECT_EQ(*files.TempFolder(), "C:\\Users\\me\\");
+}
+
+TEST(PrefixLibraries, AreFoundInTheOwnFolderAndOnTheDrive) {
+    const PrefixFolder prefix;
+    const TempFolder own;
+    for (const char* path :
+         {"Bundles/KVLEUDJP.DLL", "windows/system32/kvlEUDFR.dll", "Eudora/EUMAPI32.DLL"}) {
+        WriteDisk(prefix.DriveC() / path, ReadDisk(KV_TEST_STRINGS));
+    }
+    WriteDisk(own / "kvlEUDEN.dll", ReadDisk(KV_TEST_STRINGS));
+    WriteDisk(prefix.DriveC() / "windows/system32/kvlEUDEN.dll", "hidden by the own one");
+    WriteDisk(prefix.DriveC() / "windows/text.dll", "no library");
+    std::filesystem::copy_file(KV_TEST_LIBRARY, own / "libEUMAPI32.so");
+    const PathMapper mapper(prefix.Path(), 932);
+    const auto libraries = platform::prefix::MakeLibraries(mapper, own.Path().string());
+
+    auto japanese = libraries->LoadResources("c:\\bundles\\kvlEUDJP.dll");
+    ASSERT_TRUE(japanese) << japanese.Error().Message();
+    EXPECT_EQ((*japanese)->Text(17, 3), "\x93\xFA") << "no half of a character";
+    EXPECT_EQ((*japanese)->Text(17, 100), "\x93\xFA\x96{?x");
+    EXPECT_TRUE(libraries->LoadResources("kvlEUDEN.dll"));
+    EXPECT_TRUE(libraries->LoadResources("kvleudfr.DLL"));
+    for (const auto& [path, code] : {std::pair{"text.dll", ErrorCode::kCorrupt},
+                                     {"none.dll", ErrorCode::kNotFound},
+                                     {"C:\\bundles\\none.dll", ErrorCode::kNotFound},
+                                     {"C:\\bundles", ErrorCode::kNotRegular}}) {
+        EXPECT_EQ(CodeOf(libraries->LoadResources(path)), code) << path;
+    }
+    // The mail library's place is taken by the stand-in of the own folder.
+    for (const char* path : {"C:\\Eudora\\eumapi32.dll", "Q:\\x\\EuMapi32.Dll", KV_TEST_LIBRARY}) {
+        auto library = libraries->Load(path);
+        ASSERT_TRUE(library) << path;
+        EXPECT_EQ(reinterpret_cast<int (*)()>((*library)->Symbol("Answer"))(), 42);
+        EXPECT_EQ((*library)->Symbol("NoSuchName"), nullptr);
+    }
+    std::filesystem::remove(own / "libEUMAPI32.so");
+    for (const auto& [path, code] : {std::pair{"C:\\Eudora\\EUMAPI32.DLL", ErrorCode::kNotFound},
+                                     {"C:\\bundles\\kvleudjp.dll", ErrorCode::kNotSupported},
+                                     {"libnone-of-that-name.so", ErrorCode::kNotFound}}) {
+        EXPECT_EQ(CodeOf(libraries->Load(path)), code) << path;
+    }
+}
+
+TEST(HostedDialogs, AskTheProviderAtEachUse) {
+    struct NoLogic : platform::DialogLogic {
+        void OnInit(platform::DialogView&) override {}
+        void OnCommand(platform::DialogView&, int) override {}
+    } logic;
+    static platform::testing::ScriptedDialogs provider;
+    const PrefixFolder prefix;
+    const PrefixSystem owner(prefix.Path());
+    for (const bool isProvided : {false, true, false}) {
+        platform::SetDialogSource(isProvided ? +[]() -> platform::Dialogs* { return &provider; }
+                                             : nullptr);
+        provider.fileAnswers = {"C:\\x"};
+        provider.modalScripts = {[](auto& view) { view.End(1); }};
+        auto& dialogs = owner.system.dialogs;
+        ::testing::internal::CaptureStderr();
+        dialogs.ShowMessage("caf\xE9", "Error", platform::MessageIcon::kError);
+        EXPECT_EQ(dialogs.OpenFile({}).has_value(), isProvided);
+        EXPECT_EQ(dialogs.RunModal({}, logic), isProvided ? 1 : 2);
+        EXPECT_EQ(::testing::internal::GetCapturedStderr(), isProvided ? "" : "Error: caf\u00E9\n");
+    }
+}
+
+// The second library is the same one for 64-bit machines: its header is 16 bytes longer, the gap
+// behind it shorter.
+TEST(PeStrings, ReadsBothWidthsAndRefusesWhatIsNoLibrary) {
+    const std::string good = ReadDisk(KV_TEST_STRINGS);
+    const std::size_t optional = *platform::ReadU32(good, 0x3C) + 24;
+    std::string wide = good;
+    platform::WriteU16(wide, optional, 0x20B);
+    wide[optional - 4] = static_cast<char>(wide[optional - 4] + 16);
+    wide.insert(optional + 92, 16, '\0');
+    wide.erase(*platform::ReadU32(wide, optional + 60), 16);
+    for (const auto& file : {good, wide}) {
+        const auto strings = PeStrings::Parse(file);
+        ASSERT_TRUE(strings);
+        EXPECT_TRUE(strings->Text(1) + strings->Text(32) == u"plainneutral");
+        EXPECT_TRUE(strings->Text(17) == u"\u65E5\u672C\U0001F600x");
+        for (const unsigned id : {0u, 2u, 33u, 5999u, 0xFFFFFFFFu}) {
+            EXPECT_TRUE(strings->Text(id).empty()) << id;
+        }
+    }
+    for (const std::size_t place : {std::size_t{0}, std::size_t{0x3F}, optional - 24, optional,
+                                    optional - 17, optional - 3}) {
+        std::string bad = good;
+        bad[place] = '\xFF';
+        EXPECT_EQ(CodeOf(PeStrings::Parse(bad)), ErrorCode::kCorrupt) << place;
+    }
+}
+
+// Whatever is cut off, a text is the right one or missing; whatever is spoilt, nothing outside the
+// file is read (the sanitizers watch), and a folder that leads to itself is not followed for ever.
+TEST(PeStrings, DamageGivesNoForeignText) {
+    const std::string good = ReadDisk(KV_TEST_STRINGS);
+    const auto whole = PeStrings::Parse(good);
+    std::mt19937 random(5);
+    for (std::size_t round = 0; round < good.size() + 10'000; ++round) {
+        std::string file = good.substr(0, round);
+        for (unsigned i = random() % 9 + 1; round >= good.size() && i > 0; --i) {
+            file[random() % file.size()] = static_cast<char>(random() % 2 * random());
+        }
+        const auto strings = PeStrings::Parse(file);
+        if (!strings) continue;
+        for (const unsigned id : {0u, 1u, 17u, 32u, 6000u}) {
+            const std::u16string found = strings->Text(id);
+            EXPECT_LE(found.size() * 2, file.size());
+            EXPECT_TRUE(round >= good.size() || found.empty() || found == whole->Text(id));
+        }
+    }
+}
+
+}  // namespace test
