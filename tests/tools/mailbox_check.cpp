@@ -1,18 +1,22 @@
 #include "tests/tools/mailbox_check.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <ctime>
+#include <iomanip>
 #include <optional>
 #include <set>
+#include <sstream>
 
 namespace mailbox_check {
 
 namespace {
 
+using namespace std::chrono;
+
 constexpr std::size_t kHeader = 104, kBlock = 218, kCountAt = 102, kHighestAt = 72;
-constexpr std::string_view kFrom = "From", kAttachment = "Attachment Converted: \"";
-constexpr std::string_view kWeekdays = "SunMonTueWedThuFriSat",
-                           kMonths = "JanFebMarAprMayJunJulAugSepOctNovDec";
+constexpr std::string_view kAttachment = "Attachment Converted: \"";
 // The bytes of a block of ours that are the same in each, from that offset on.
 struct Constant {
     std::size_t at;
@@ -37,43 +41,53 @@ std::string Text(std::string_view bytes, std::size_t at, std::size_t width) {
     return std::string(bytes.substr(0, bytes.find('\0')));
 }
 
-// "Wed Jan 02 02:03:55 1980" as seconds since 1970; false for any other form.
-bool ReadDate(const std::string& text, long long& seconds) {
-    using namespace std::chrono;
-    int day = 0, hour = 0, minute = 0, second = 0, year = 0;
-    const auto month = text.size() == 24 ? kMonths.find(text.substr(4, 3)) : kMonths.npos;
-    if (month % 3 != 0 || std::sscanf(text.c_str() + 7, " %2d %2d:%2d:%2d %4d", &day, &hour,
-                                      &minute, &second, &year) != 5) {
-        return false;
+// "Wed Jan 02 02:03:55 1980": its fields, and seconds since 1970.
+struct Date {
+    std::tm fields{};
+    std::time_t seconds = 0;
+    bool isOne = false;  // false for any other form
+};
+
+std::string Written(const std::tm& fields, const char* form) {
+    std::ostringstream text;
+    text << std::put_time(&fields, form);
+    return text.str();
+}
+
+Date ReadDate(const std::string& text) {
+    constexpr const char* kForm = "%a %b %d %H:%M:%S %Y";
+    Date date;
+    std::tm& tm = date.fields;
+    std::istringstream(text) >> std::get_time(&tm, kForm);
+    const year_month_day day(year(tm.tm_year + 1900), month(static_cast<unsigned>(tm.tm_mon + 1)),
+                             std::chrono::day(static_cast<unsigned>(tm.tm_mday)));
+    if (!day.ok()) return date;
+    tm.tm_wday = static_cast<int>(weekday(day).c_encoding());
+    date.seconds = sys_days(day).time_since_epoch().count() * std::time_t{86400} +
+                   tm.tm_hour * 3600 + tm.tm_min * 60 + tm.tm_sec;
+    date.isOne = Written(tm, kForm) == text;
+    return date;
+}
+
+// Whether a block tells that time. Daylight saving adds an hour to it.
+bool Shows(const std::string& shown, std::time_t utc, const std::string& zone) {
+    if (utc < 0) return true;
+    for (const std::time_t time : {utc, utc + 3600}) {
+        const std::tm& tm = *std::gmtime(&time);
+        const bool isLate = tm.tm_hour > 12;
+        char wanted[100];
+        std::snprintf(wanted, sizeof wanted, "%02d:%02d %cM %d/%d/%d %s",
+                      isLate ? tm.tm_hour - 12 : tm.tm_hour, tm.tm_min, isLate ? 'P' : 'A',
+                      tm.tm_mon + 1, tm.tm_mday, tm.tm_year, zone.c_str());
+        if (shown == wanted) return true;
     }
-    const year_month_day date{std::chrono::year(year), std::chrono::month(unsigned(month / 3 + 1)),
-                              std::chrono::day(static_cast<unsigned>(day))};
-    if (!date.ok() || hour > 23 || minute > 59 || second > 59) return false;
-    const sys_days days(date);
-    char again[64];
-    std::snprintf(again, sizeof again, "%.3s %.3s %02d %02d:%02d:%02d %04d",
-                  &kWeekdays[weekday(days).c_encoding() * 3], &kMonths[month], day, hour, minute,
-                  second, year);
-    seconds = days.time_since_epoch().count() * 86400LL + hour * 3600 + minute * 60 + second;
-    return again == text;
+    return false;
 }
 
-// "+0930" as seconds; false for any other form.
-bool ReadZone(const std::string& text, long long& seconds) {
-    int hours = 0, minutes = 0;
-    if (text.size() != 5 || (text[0] != '+' && text[0] != '-')) return false;
-    if (text.find_first_not_of("0123456789", 1) != std::string::npos) return false;
-    std::sscanf(text.c_str() + 1, "%2d%2d", &hours, &minutes);
-    seconds = (hours * 60 + minutes) * 60 * (text[0] == '-' ? -1 : 1);
-    return minutes < 60;
-}
-
-// Takes a line and its end off a text; nothing at the end of the text.
-std::optional<std::string> TakeLine(std::string_view& text) {
-    const auto end = text.find("\r\n");
-    if (end == text.npos) return std::nullopt;
-    const std::string line(text.substr(0, end));
-    text.remove_prefix(end + 2);
+// Takes a line and its end off a text.
+std::string TakeLine(std::string_view& text) {
+    const std::string line(text.substr(0, text.find("\r\n")));
+    text.remove_prefix(std::min(text.size(), line.size() + 2));
     return line;
 }
 
@@ -136,10 +150,9 @@ class Checker {
     void CheckPlace(const Mail& mail) {
         const std::uint64_t end = std::uint64_t{mail.offset} + mail.length;
         const auto next = m_places.lower_bound({mail.offset, 0});
-        if (next != m_places.end()) Require(next->first >= end, "lies over another mail");
-        if (next != m_places.begin()) {
-            Require(std::prev(next)->second <= mail.offset, "lies over another mail");
-        }
+        const bool isFree = next == m_places.end() || next->first >= end;
+        Require(isFree && (next == m_places.begin() || std::prev(next)->second <= mail.offset),
+                "lies over another mail");
         m_places.insert({mail.offset, end});
         if (m_index >= m_rules.ours && !m_rules.mayHaveLeftovers) {
             Require(!m_end || m_end == mail.offset, "does not begin where the mail before it ends");
@@ -148,15 +161,12 @@ class Checker {
     }
 
     void CheckText(Mail& mail) {
-        Require(mail.text.starts_with("From ???@??"
-                                      "? "),
-                "has no separator line");
+        Require(mail.text.starts_with("From ???@??\? "), "has no separator line");
         Require(mail.text.ends_with("\r\n"), "has no line end at its end");
         mail.attachments = Attachments(mail.text);
         for (const auto& path : mail.attachments) {
-            if (!path.empty() && m_rules.exists && !m_rules.exists(path)) {
-                Fault("no such attachment: " + path);
-            }
+            const bool isThere = path.empty() || !m_rules.exists || m_rules.exists(path);
+            Require(isThere, "names an attachment that does not exist");
         }
     }
 
@@ -181,58 +191,33 @@ class Checker {
                     "a constant of its block is another");
         }
         Require(mail.state <= 1, "is neither read nor unread");
-        Require(block[49] == 0 && block[113] == 0 && block[177] == 0, "a text has no end");
+        Require(block[49] + block[113] + block[177] == 0, "a text has no end");
         const std::uint32_t marks = Number(block, 14, 2);
         Require(marks == 0x8000 || marks == 0x01BE, "its marks are none");
         Require((marks == 0x8000) <= !mail.attachments.empty(), "is marked, without attachments");
-        CheckHead(mail);
-    }
-
-    void CheckHead(const Mail& mail) {
         std::string_view rest = mail.text;
-        const auto next = [&] { return TakeLine(rest).value_or(""); };
+        const auto next = [&] { return TakeLine(rest); };
         const std::string separator = next(), id = next(), dated = next();
-        const std::string date = separator.size() > 12 ? separator.substr(13) : "";
-        long long local = 0, zone = 0;
-        Require(ReadDate(date, local), "its separator has no date");
+        const Date date = ReadDate(separator.size() > 12 ? separator.substr(13) : "");
+        Require(date.isOne, "its separator has no date");
         Require(id.starts_with("Message-ID: <") && id.ends_with('>'), "has no Message-ID line");
-        CheckDateLine(dated, date, zone);
-        const long long seconds = local - 2 * zone;
-        Require(mail.seconds == (seconds < 0 ? 0 : seconds), "its time is another than its date");
-        CheckShownDate(mail.date, dated.size() >= 5 ? dated.substr(dated.size() - 5) : "");
+        const std::string zone = dated.size() < 5 ? "" : dated.substr(dated.size() - 5);
+        Require(dated == Written(date.fields, "Date: %a, %d %b %Y %H:%M:%S ") + zone,
+                "its Date line is another date than its separator");
+        int hours = 0, minutes = 0;
+        std::sscanf(zone.c_str(), "%3d%2d", &hours, &minutes);
+        const int offset = hours * 3600 + (zone.starts_with('-') ? -60 : 60) * minutes;
+        const std::time_t utc = date.seconds - offset;
+        Require(mail.seconds == std::max<std::time_t>(utc - offset, 0),
+                "its time is another than its date");
+        Require(Shows(mail.date, utc, zone), "its block has another date");
         // Recipients in the order of their classes, then sender, subject, and the empty line.
         std::string line = next();
-        for (const char* opener : {"To: ", "Cc: ", "Bcc: "}) {
-            if (line.starts_with(opener)) line = next();
-        }
-        CheckShort(mail.from, line, std::string(kFrom) + ": ", "sender");
+        for (const char* to : {"To: ", "Cc: ", "Bcc: "})
+            line = line.starts_with(to) ? next() : line;
+        CheckShort(mail.from, line, "From: ", "sender");
         CheckShort(mail.subject, next(), "Subject: ", "subject");
-        Require(TakeLine(rest) == "", "has no empty line behind its head");
-        Require(TakeLine(rest).has_value(), "has no body");
-    }
-
-    // The same date in the other order, and the zone.
-    void CheckDateLine(const std::string& line, const std::string& date, long long& zone) {
-        if (date.size() != 24 || line.size() < 5) return Fault("has no Date line");
-        const std::string wanted = "Date: " + date.substr(0, 3) + ", " + date.substr(8, 2) + ' ' +
-                                   date.substr(4, 3) + ' ' + date.substr(20) + ' ' +
-                                   date.substr(11, 8) + ' ' + line.substr(line.size() - 5);
-        Require(line == wanted, "its Date line is another date than its separator");
-        Require(ReadZone(line.substr(line.size() - 5), zone), "its Date line has no zone");
-    }
-
-    void CheckShownDate(const std::string& shown, const std::string& zone) {
-        int hour = 0, minute = 0, month = 0, day = 0, year = 0, end = 0;
-        char half = 'A';
-        if (std::sscanf(shown.c_str(), "%2d:%2d %cM %d/%d/%d %n", &hour, &minute, &half, &month,
-                        &day, &year, &end) != 6) {
-            std::sscanf(shown.c_str(), "%2d:%2d:%*2d %d/%d/%d %n", &hour, &minute, &month, &day,
-                        &year, &end);
-        }
-        Require(end > 0 && (half == 'A' || half == 'P'), "its block has no date");
-        Require(hour < 24 && minute < 60 && month >= 1 && month <= 12 && day >= 1 && day <= 31,
-                "its block has a date that is none");
-        Require(shown.substr(static_cast<std::size_t>(end)) == zone, "its block has another zone");
+        Require(next().empty() && !rest.empty(), "has no empty line behind its head, or no body");
     }
 
     void CheckShort(const std::string& held, const std::string& line, const std::string& opener,
