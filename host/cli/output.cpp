@@ -91,40 +91,34 @@ void AddNotices(const std::vector<sync::Notice>& notices, const char* what, Line
     }
 }
 
-void DescribeContacts(const sync::Report& report, Lines& lines) {
-    AddNotices(report.conflicts, "conflict", lines);
-    AddNotices(report.refused, "refused by Eudora", lines);
-    for (const std::string& one : report.leftAlone) lines.push_back("left alone: " + one);
-    AddCounts(report, Subject::kContacts, lines);
-    if (report.richer > 0) {
-        lines.push_back(std::to_string(report.richer) +
-                        " vCards hold more than Eudora can; it stays in them");
-    }
-}
-
-void DescribeMails(const sync::Report& report, Lines& lines) {
-    AddCounts(report, Subject::kMails, lines);
-    const auto left = [&](std::size_t count, const char* what, const char* text) {
-        if (count > 0) lines.push_back(Counted(count, what) + ' ' + text);
-    };
-    left(report.undone, "mail", "left to the next run");
-    AddNotices(report.conflicts, "conflict, left as it is (--prefer decides)", lines);
-    left(report.dropped, "mail",
-         "of Eudora's removed in the Maildir by earlier versions: kept in Eudora");
-    left(report.kept, "file", "flagged or draft in the Maildir, gone from Eudora: left there");
-    left(report.drafts, "file", "in the Maildir drafts: left alone");
-    left(report.held, "mail", "missing on one side: left on the other until all can be read");
-    if (!report.limits.empty()) lines.push_back(report.limits);
-}
-
+// What contacts have, mails lack, and the other way round.
 Lines Describe(const sync::Report& report, Subject subject, bool countsOnly) {
+    const bool isMail = subject == Subject::kMails;
     Lines lines;
     for (const sync::Change& change : report.changes) {
         if (countsOnly) break;
         Describe(change, Side::kEudora, subject, lines);
         Describe(change, Side::kFolder, subject, lines);
     }
-    subject == Subject::kContacts ? DescribeContacts(report, lines) : DescribeMails(report, lines);
+    if (!isMail) AddNotices(report.conflicts, "conflict", lines);
+    AddNotices(report.refused, "refused by Eudora", lines);
+    for (const std::string& one : report.leftAlone) lines.push_back("left alone: " + one);
+    AddCounts(report, subject, lines);
+    const auto left = [&](std::size_t count, const char* what, const char* text) {
+        if (count > 0) lines.push_back(Counted(count, what) + ' ' + text);
+    };
+    if (report.richer > 0) {
+        lines.push_back(std::to_string(report.richer) +
+                        " vCards hold more than Eudora can; it stays in them");
+    }
+    left(report.undone, "mail", "left to the next run");
+    if (isMail) AddNotices(report.conflicts, "conflict, left as it is (--prefer decides)", lines);
+    left(report.dropped, "mail",
+         "of Eudora's removed in the Maildir by earlier versions: kept in Eudora");
+    left(report.kept, "file", "flagged or draft in the Maildir, gone from Eudora: left there");
+    left(report.drafts, "file", "in the Maildir drafts: left alone");
+    left(report.held, "mail", "missing on one side: left on the other until all can be read");
+    if (!report.limits.empty()) lines.push_back(report.limits);
     return lines;
 }
 
