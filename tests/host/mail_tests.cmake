@@ -21,7 +21,7 @@ if(NOT WIN32)
              COMMAND ${KV_PYTHON} ${PROJECT_SOURCE_DIR}/tools/make_sample_inbox.py --check)
 endif()
 
-kv_test(host_output_test SOURCES terminal_text_test.cpp DEPENDS host_base)
+kv_test(host_output_test SOURCES output_test.cpp DEPENDS host_base)
 
 # On the real disk, through the built library beside the test.
 if(NOT WIN32 AND TARGET kvtEUD)
