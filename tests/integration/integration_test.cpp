@@ -59,6 +59,9 @@ TEST(LocateTest, NicknameFileIsTheFirstListedIfItCanBeReached) {
                 {e + "Eudora.exe",
                  {e + "nndbase.txt", e + "Nickname\\zoo list.TXT", e + "NickName\\a.txt"},
                  e + "NickName\\zoo list.TXT"},
+                {e + "Eudora.exe",
+                 {e + "NickName\\a.txt\\folder", e + "NickName\\b.txt"},
+                 e + "NickName\\b.txt"},
                 {e + "Eudora.exe", {e + "NickName\\a.txt"}, "", 2},
                 {e + "Eudora.exe", {e + "NickName\\a.txt"}, "", 3},
                 {deep + "E.exe", {deep + "NickName\\name.txt"}, ""},  // the path has no room
