@@ -24,65 +24,27 @@ RRETURNCODE CallAt(CRRecordTranslator& object, std::size_t position, Arguments..
     return (object.*member)(arguments...);
 }
 
-class ModuleTest : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        const auto folder = std::filesystem::path(platform::ProgramPath()).parent_path();
-        for (const char* name : {"libkvtEUD.so", "kvtEUD.dll"}) {
-            auto loaded = platform::LoadNativeLibrary((folder / name).string());
-            if (loaded) library = *std::move(loaded);
-        }
-        ASSERT_TRUE(library) << "no module beside " << folder;
-    }
+std::unique_ptr<platform::Library> LoadModule() {
+    const auto folder = std::filesystem::path(platform::ProgramPath()).parent_path();
+    auto loaded = platform::LoadNativeLibrary((folder / "libkvtEUD.so").string());
+    if (!loaded) loaded = platform::LoadNativeLibrary((folder / "kvtEUD.dll").string());
+    EXPECT_TRUE(loaded) << "no module beside " << folder;
+    return *std::move(loaded);
+}
 
-    template <class Function>
-    Function Find(const char* name) {
-        return reinterpret_cast<Function>(library->Symbol(name));
-    }
-    std::unique_ptr<CRRecordTranslator> Make(unsigned long kind) {
-        CRRecordTranslator* object = nullptr;
-        const auto make = Find<exports::GetTranslatorObjectFn>(exports::kGetTranslatorObject);
-        EXPECT_EQ(make(kind, 0, &object), RRC_OK);
-        return std::unique_ptr<CRRecordTranslator>(object);
-    }
+template <class Function>
+Function Find(platform::Library& library, const char* name) {
+    return reinterpret_cast<Function>(library.Symbol(name));
+}
 
-    std::unique_ptr<platform::Library> library;
-};
-
-TEST_F(ModuleTest, ReservedOperationsAnswerNotSupportedAndTheKindDecidesTheProperties) {
-    // By the number of words that they take.
-    const std::vector<std::size_t> rows[] = {
-        {11, 20, 39, 40},
-        {16, 18, 19, 21, 22, 23, 30, 31, 32, 35, 36, 42, 51, 52, 53, 67, 68, 69, 70, 71},
-        {17, 61, 62, 63, 64, 65, 66},
-        {},
-        {27},
-        {60}};
-    constexpr RWORD w = ~RWORD{0};
-    for (const unsigned long kind : {1UL, 2UL, 20UL, 0UL, ~0UL}) {
-        const auto object = Make(kind);
-        unsigned long properties = 0;
-        EXPECT_EQ(CallAt(*object, 2, &properties), RRC_OK);
-        EXPECT_EQ(properties, kind == 1 ? 0x80070004UL : 0x80070000UL) << kind;
-        const auto with = [&](auto... arguments) {
-            return [=, &object](std::size_t at) { return CallAt(*object, at, arguments...); };
-        };
-        const std::function<RRETURNCODE(std::size_t)> calls[] = {
-            with(), with(w), with(w, w), nullptr, with(w, w, w, w), with(w, w, w, w, w)};
-        for (std::size_t words = 0; words < std::size(rows); ++words) {
-            for (const std::size_t at : rows[words]) {
-                EXPECT_EQ(calls[words](at), RRC_NOT_SUPPORTED) << kind << ", position " << at;
-            }
-        }
-    }
+// Each operation is known by its result and by the line that it logs first. Settings files live
+// from the first call to the removal.
+TEST(ModuleTest, EveryOperationStandsAtItsPosition) {
+    const auto library = LoadModule();
     for (const char* inside : {"_Z9TransUtilv", "_ZTV17CREudoraTransBase", "_ZN5CMapi9MapiLogonEv",
                                "_ZN8platform12NativeSystemEv"}) {
         EXPECT_EQ(library->Symbol(inside), nullptr) << inside << " is exported";
     }
-}
-
-// Each operation is known by its result and by the line that it logs first.
-TEST_F(ModuleTest, EveryOperationStandsAtItsPositionAndNothingIsLeftAfterTheRemoval) {
     platform::Files& files = platform::NativeSystem().files;
     const std::string folder = *files.TempFolder() + "kv_module_test";
     (void)files.CreateFolder(folder);
@@ -90,12 +52,14 @@ TEST_F(ModuleTest, EveryOperationStandsAtItsPositionAndNothingIsLeftAfterTheRemo
     tagRTRANSSETTINGS settings{0, folder.c_str(), nullptr, nullptr};
     RWORD zero = 9;
     CEudoraTransUtil* util = nullptr;
-    char buffer[200];
-    (void)Find<exports::InitTranslatorExFn>(exports::kInitTranslatorEx)(&env, &settings, "EN",
-                                                                        &zero, &util, buffer, 200);
+    (void)Find<exports::InitTranslatorExFn>(*library, exports::kInitTranslatorEx)(
+        &env, &settings, "EN", &zero, &util, nullptr, 0);
     ASSERT_NE(util, nullptr);
     EXPECT_NE(util->hModule, nullptr);
     EXPECT_NE(util->hModule, platform::OwnInstance()) << "the module's, not this program's";
+    CRRecordTranslator* made = nullptr;
+    Find<exports::GetTranslatorObjectFn>(*library, exports::kGetTranslatorObject)(2, 0, &made);
+    const std::unique_ptr<CRRecordTranslator> object(made);
 
     NumberedHost numbered(util);
     CRHostContext* const host = &numbered;
@@ -108,7 +72,6 @@ TEST_F(ModuleTest, EveryOperationStandsAtItsPositionAndNothingIsLeftAfterTheRemo
     const char* const id = "no such";
     void* const none = nullptr;
     constexpr RWORD w = 5;
-    const auto object = Make(2);
     const auto with = [&o = *object](auto... arguments) {
         return [=, &o](std::size_t at) { return CallAt(o, at, arguments...); };
     };
@@ -161,24 +124,34 @@ TEST_F(ModuleTest, EveryOperationStandsAtItsPositionAndNothingIsLeftAfterTheRemo
         EXPECT_EQ(LogCapture::Lines()[0], std::string("5 Enter CREudoraTransBase::") + line + '\n')
             << at;
     }
-    EXPECT_EQ(CallAt(*object, 10, w, none, w), RRC_NOT_SUPPORTED);
-    EXPECT_EQ(CallAt(*object, 50, none), RRC_NOT_SUPPORTED);
+    // What is reserved or not supported, by the number of words that it takes.
+    const std::pair<std::function<RRETURNCODE(std::size_t)>, std::vector<std::size_t>> others[] = {
+        {with(), {11, 20, 39, 40}},
+        {with(w), {16, 18, 19, 21, 22, 23, 30, 31, 32, 35, 36, 42, 50}},
+        {with(w), {51, 52, 53, 67, 68, 69, 70, 71}},
+        {with(w, w), {17, 61, 62, 63, 64, 65, 66}},
+        {with(w, w, w), {10}},
+        {with(w, w, w, w), {27}},
+        {with(w, w, w, w, w), {60}}};
+    for (const auto& [call, positions] : others) {
+        for (const auto at : positions) EXPECT_EQ(call(at), RRC_NOT_SUPPORTED) << at;
+    }
     EXPECT_EQ(properties, 0x80070000UL);
     EXPECT_EQ(selection.Str(), folder + "\\EudoraAppInfo0001.cfg");
     EXPECT_TRUE(files.Exists(selection.Str()));
     for (const CString& summary : summaries) EXPECT_FALSE(summary.IsEmpty());
     EXPECT_EQ(type + tag + ordinal, 231U) << "no field: arguments untouched";
-    EXPECT_TRUE(a.IsEmpty());
     EXPECT_EQ(counts[0], -1);
     EXPECT_EQ(counts[1] + static_cast<long>(zero), 0) << "no fields";
     EXPECT_EQ(flags[0] + flags[1], 2);
 
     settings.pszSettingsDir = nullptr;  // the folder is known from above
-    EXPECT_EQ(
-        Find<exports::RemoveTranslatorFn>(exports::kRemoveTranslator)(env, settings, nullptr, 0),
-        RRC_OK);
-    EXPECT_EQ(Find<exports::SelfDiagnoseFn>(exports::kSelfDiagnose)(nullptr, nullptr, 0), 1);
-    EXPECT_EQ(Find<exports::UninitTranslatorFn>(exports::kUninitTranslator)(), RRC_OK);
+    const auto remove = Find<exports::RemoveTranslatorFn>(*library, exports::kRemoveTranslator);
+    const auto diagnose = Find<exports::SelfDiagnoseFn>(*library, exports::kSelfDiagnose);
+    const auto end = Find<exports::UninitTranslatorFn>(*library, exports::kUninitTranslator);
+    EXPECT_EQ(remove(env, settings, nullptr, 0), RRC_OK);
+    EXPECT_EQ(diagnose(nullptr, nullptr, 0), 1);
+    EXPECT_EQ(end(), RRC_OK);
     EXPECT_TRUE(files.RemoveFolder(folder)) << "something was left behind";
 }
 

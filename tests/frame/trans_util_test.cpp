@@ -75,29 +75,18 @@ TEST_F(TransUtilTest, NumbersFillTheFirstGapAndDeletionStopsThere) {
     EXPECT_EQ(found, "C:\\set\\EudoraAppInfo000A.cfg");
     util.DeleteAllSettings();
     EXPECT_EQ(machine.files.AllFiles(), Texts{"C:\\set\\EudoraAppInfoABCD.cfg"});
-    struct FullFolder : platform::testing::MemoryFiles {
-        platform::Result<platform::FileInfo> Stat(std::string_view) override {
-            return platform::FileInfo{};
-        }
-    } full;
-    EXPECT_FALSE(CEudoraTransUtil(machine.Over(full)).NextSettingsPath(found));
 }
 
 TEST_F(TransUtilTest, SummaryTellsTheLimitsInShiftJis) {
-    for (int limits = 0; limits < 16; ++limits) {
-        CEudoraAppInfo info;
-        info.m_bLimitMailAge = limits & 1;
-        info.m_bLimitMailSize = limits & 2;
-        info.m_bAttachments = limits & 4;
-        info.m_bLimitAttachSize = limits & 8;
-        std::string expected;
-        if ((limits & 1) != 0) expected += "\x8D\xC5\x8B\xDF\x82\xCC\x37\x93\xFA\x8A\xD4, ";
-        if ((limits & 2) != 0) expected += "\x8D\xC5\x91\xE5: 32KB, ";
-        expected += "\x93\x59\x95\x74: "s + (limits < 4 || (limits & 4) == 0 ? "No"
-                                             : (limits & 8) == 0             ? "Yes"
-                                                                             : "5KB");
-        EXPECT_EQ(info.GetSummaryText().Str(), expected);
-    }
+    CEudoraAppInfo info;
+    const std::string days = "\x8D\xC5\x8B\xDF\x82\xCC\x37\x93\xFA\x8A\xD4, ";
+    const std::string size = "\x8D\xC5\x91\xE5: 32KB, ", attachments = "\x93\x59\x95\x74: ";
+    EXPECT_EQ(info.GetSummaryText().Str(), days + size + attachments + "No");
+    info.m_bAttachments = 1;
+    info.m_bLimitMailAge = 0;
+    EXPECT_EQ(info.GetSummaryText().Str(), size + attachments + "5KB");
+    info.m_bLimitMailSize = info.m_bLimitAttachSize = 0;
+    EXPECT_EQ(info.GetSummaryText().Str(), attachments + "Yes");
 }
 
 TEST_F(TransUtilTest, OnlyExactConversionsAreUsed) {
@@ -125,7 +114,7 @@ TEST_F(TransUtilTest, InitialisationFindsABundleAndThenEudora) {
     std::string message(12, 'x');
     util.csSettingsDir.Empty();
     machine.libraries.AddResources("C:\\env\\kvlEUDEN.dll", {{71, "no Eudora"}});
-    machine.libraries.AddResources("kvlEUDFR.dll", {{71, "pas d'Eudora"}});
+    machine.libraries.AddResources("kvlEUDFR.dll", {});
     for (const auto& [length, filled] :
          {std::pair{0, "xxxxxxxxxxxx"}, {4, "no Exxxxxxxx"}, {12, "no Eudora\0\0"}}) {
         EXPECT_EQ(util.InitTranslatorEx(&env, nullptr, "EN", message.data(), length), RRC_FAILED);
@@ -133,9 +122,9 @@ TEST_F(TransUtilTest, InitialisationFindsABundleAndThenEudora) {
         EXPECT_EQ(DrainErrors().size(), length > 0 ? 0U : 1U);
     }
     const char* key = "SOFTWARE\\Microsoft\\windows\\CurrentVersion\\App Paths\\Eudora.exe";
-    for (const auto& [value, text] : {std::pair{"Path", "C:\\E"}, {"", "C:\\E\\Eudora.exe"}}) {
-        (void)machine.registry.WriteText(platform::RegistryRoot::kLocalMachine, key, value, text);
-    }
+    const auto root = platform::RegistryRoot::kLocalMachine;
+    (void)machine.registry.WriteText(root, key, "Path", "C:\\E");
+    (void)machine.registry.WriteText(root, key, "", "C:\\E\\Eudora.exe");
     machine.files.Put("C:\\E\\Eudora.exe", "MZ");
     const auto before = machine.libraries.Tries().size();
     EXPECT_EQ(util.InitTranslatorEx(&env, &settings, "JP", message.data(), 12), RRC_OK);
@@ -154,9 +143,8 @@ TEST_F(TransUtilTest, InitialisationFindsABundleAndThenEudora) {
     EXPECT_EQ(machine.libraries.LoadedCount(), 1);
 
     platform::testing::TestSystem bare;
-    EXPECT_EQ(
-        CEudoraTransUtil(bare.system).InitTranslatorEx(&env, nullptr, "JP", message.data(), 12),
-        RRC_FAILED);
+    CEudoraTransUtil none(bare.system);
+    EXPECT_EQ(none.InitTranslatorEx(&env, nullptr, "JP", message.data(), 12), RRC_FAILED);
     EXPECT_EQ(message, std::string(12, '\0'));
     EXPECT_EQ(bare.libraries.Tries().size(), 16U) << "no alternative, so eight codes twice";
     EXPECT_STREQ(LastVornErrorString(), "Unable to locate any resource DLL.");
