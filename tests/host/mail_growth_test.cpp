@@ -3,12 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "host/mail/html_text.h"
-#include "host/mail/mail_reader.h"
 #include "host/mail/mail_text.h"
-#include "host/maildir/maildir.h"
 #include "tests/host/mail_world.h"
 #include "text/ascii.h"
-#include "text/mail_view.h"
 
 // The readers are compiled so that each branch they take comes by here.
 static std::size_t branches = 0;
@@ -24,11 +21,6 @@ std::size_t WorkFor(const std::string& text) {
     (void)mail::TextOfHtml(text);
     (void)mail::TextOfEnriched(text);
     (void)mail::SplitText('x' + text::WithLineFeeds(text));
-    (void)maildir::MessageIdInHeader(text);
-    (void)text::MailView(text).AllFields("Subject");
-    const mail::Entity entity = mail::SplitEntity(text);
-    (void)mail::FieldValue(entity, "Subject");
-    (void)mail::FieldValues(entity, "To");
     MailFiles world;
     (void)world.Parse("Content-Type: multipart/mixed; boundary=b\n\n" + text);
     (void)world.Parse(text);

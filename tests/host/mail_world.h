@@ -33,11 +33,8 @@ class MailFiles {
         if (!status) throw std::runtime_error(status.Error().Message());
         return message;
     }
-    host::base::Result<mail::NewMail> Try(std::string_view message) {
-        return mail::ParseMail(message, {files, "C:\\in", m_codePage, clock}, "the mail");
-    }
     mail::NewMail Parse(std::string_view message) {
-        auto mail = Try(message);
+        auto mail = mail::ParseMail(message, {files, "C:\\in", m_codePage, clock}, "the mail");
         if (!mail) throw std::runtime_error(mail.Error().Message());
         return *std::move(mail);
     }
