@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <utility>
 
 namespace addressbook {
@@ -13,11 +12,10 @@ constexpr std::size_t kKeyBytes = 8;
 
 // The first bytes of the nickname, which has no zero byte, as a number.
 std::uint64_t KeyOf(std::string_view name) {
-    char bytes[kKeyBytes] = {};
-    std::memcpy(bytes, name.data(), std::min(name.size(), kKeyBytes));
     std::uint64_t key = 0;
-    for (const char byte : bytes) key = key << 8 | static_cast<unsigned char>(byte);
-    return key;
+    const auto size = std::min(name.size(), kKeyBytes);
+    for (std::size_t i = 0; i < size; ++i) key = key << 8 | static_cast<unsigned char>(name[i]);
+    return size == 0 ? 0 : key << 8 * (kKeyBytes - size);
 }
 
 bool NameEndsLine(const Entry& entry) {

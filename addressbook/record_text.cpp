@@ -24,9 +24,9 @@ std::size_t PartOf(std::string_view token) {
     return part;
 }
 
-// An empty one is nothing.
-bool IsTagAlone(std::string_view token) {
-    return token.size() == kTags[PartOf(token)].size();
+// A token of that part that says nothing behind its tag.
+bool IsTagAlone(std::string_view token, std::size_t part) {
+    return token.size() == kTags[part].size();
 }
 
 std::string_view Trimmed(std::string_view text) {
@@ -96,13 +96,14 @@ void ParseTokens(const char* nameEnd, RecordText& record, Leftover& leftover) {
     const auto& tokens = record.tokens;
     std::array<const std::string_view*, kParts> last{};
     for (const auto& token : tokens) {
-        if (!IsTagAlone(token)) last[PartOf(token)] = &token;
+        const auto part = PartOf(token);
+        if (!IsTagAlone(token, part)) last[part] = &token;
     }
     for (const auto& token : tokens) {
         const auto part = PartOf(token);
         if (last[part] == &token) {
             record.parts[part] = token.substr(kTags[part].size());
-        } else if (!IsTagAlone(token)) {
+        } else if (!IsTagAlone(token, part)) {
             leftover.AddToken(Besides(token, nameEnd));
         }
     }
@@ -165,14 +166,10 @@ void AppendNoteLine(std::string& out, std::string_view nickname, const RecordTex
 }
 
 // The length of first word, nickname and blank in the normal form; 0 if they are in another.
-std::size_t NormalHead(std::string_view line, const EntryHead& head) {
-    const auto& name = head.nickname;
+std::size_t NormalHead(std::string_view line, std::string_view name) {
     const bool hasBlank = name.find(' ') != std::string_view::npos;
     const std::size_t begin = hasBlank ? 7 : 6, end = begin + name.size();
-    if (!line.starts_with("alias ") || hasBlank != head.quoted ||
-        name.data() != line.data() + begin) {
-        return 0;
-    }
+    if (!line.starts_with("alias ") || name.data() != line.data() + begin) return 0;
     const std::string_view behind = hasBlank ? "\" " : " ";
     return From(line, end).starts_with(behind) ? end + behind.size() : 0;
 }
@@ -198,7 +195,7 @@ bool IsNormalContent(std::string_view content) {
         if (end == content.size() || content[end] != '>') return false;
         const auto token = content.substr(1, end - 1);
         const auto part = PartOf(token);
-        if (part < next || part == kNote || IsTagAlone(token)) return false;
+        if (part < next || part == kNote || IsTagAlone(token, part)) return false;
         next = part + 1;
         content.remove_prefix(end + 1);
     }
@@ -242,7 +239,7 @@ void AppendRecord(std::string& out, std::string_view nickname, const RecordText&
 
 std::size_t NormalSize(const Entry& entry) {
     const auto line = entry.line.Text();
-    const auto size = NormalHead(line, entry.head);
+    const auto size = NormalHead(line, entry.head.nickname);
     if (size == 0 || !IsNormalAddressList(line.substr(size))) return 0;
     if (!entry.HasNote()) return line.size();
     constexpr std::string_view kWord = "note ";
