@@ -12,21 +12,14 @@
 #include "tests/mailstore/mailbox_builder.h"
 #include "tests/tools/mailbox_check.h"
 
+inline constexpr const char* kEudora = "C:\\Eudora";
 inline constexpr const char* kInToc = "C:\\Eudora\\In.toc";
-inline constexpr const char* kInMbx = "C:\\Eudora\\In.mbx";
 inline constexpr std::uint32_t kFindFlags = mapi::kGuaranteeFifo | mapi::kLongMessageId;
 
 inline std::string Mail(const std::string& subject, const std::string& body = "text\r\n") {
     return "From ???@??"
            "? Wed Jan 02 02:03:55 1980\r\nTo: b@c.d\r\nFrom: a@b.c\r\nSubject: " +
            subject + "\r\n\r\n" + body;
-}
-
-// Blocks of mails that lie nowhere.
-inline MailboxBuilder Ids(const std::vector<std::uint32_t>& ids) {
-    MailboxBuilder box;
-    for (const auto id : ids) box.Block(id, 0, 0);
-    return box;
 }
 
 // A machine in memory with Eudora's folder and a session on its in-box.
@@ -36,23 +29,14 @@ class StandInTest : public ::testing::Test {
         machine.files.MakeFolders("C:\\Eudora\\Attach");
         machine.files.MakeFolders("C:\\temp");
         EXPECT_TRUE(machine.registry.WriteText(platform::RegistryRoot::kLocalMachine,
-                                               locate::kAppPathsKey, "Path", "C:\\Eudora"));
+                                               locate::kAppPathsKey, "Path", kEudora));
         EXPECT_EQ(library.Logon(&session), mapi::kSuccess);
     }
 
-    // An in-box of mails with the ids 1, 2, ... and one state for all.
-    void PutMails(const std::vector<std::string>& mails, std::uint16_t state = 0) {
-        MailboxBuilder box;
-        for (const auto& mail : mails) {
-            box.Mail(static_cast<std::uint32_t>(box.blocks.size() + 1), mail, state);
-        }
-        box.Put(machine.files, "C:\\Eudora");
-    }
     // The id behind that one, or "=" and the code.
     std::string Next(const std::string& seed, std::uint32_t flags = kFindFlags) {
         char id[mapi::kMessageIdSize] = {};
-        const auto result =
-            library.FindNext(session, nullptr, seed.empty() ? nullptr : seed.c_str(), flags, id);
+        const auto result = library.FindNext(session, "IPM.Note", seed.c_str(), flags, id);
         return result == 0 ? id : "=" + std::to_string(result);
     }
     std::string Walk(std::uint32_t flags = kFindFlags) {
@@ -60,19 +44,18 @@ class StandInTest : public ::testing::Test {
         while ((id = Next(id, flags))[0] != '=') all += std::to_string(mailbox::MsgIdOf(id)) + ' ';
         return all + id;
     }
-
     // Reads a mail; null with `code`. The message is freed with the fixture's library.
     MapiMessage* Read(std::uint32_t id, std::uint32_t flags = mapi::kPeek) {
         MapiMessage* message = nullptr;
         code = library.ReadMail(session, mailbox::IndexIdOf(id).c_str(), flags, &message);
         return message;
     }
+    MapiMessage* ReadOnly(const std::string& mail, std::uint32_t flags = mapi::kPeek) {
+        MailboxBuilder().Mail(1, mail).Put(machine.files, kEudora);
+        return Read(1, flags);
+    }
     std::uint32_t Delete(std::uint32_t id) {
         return library.DeleteMail(session, mailbox::IndexIdOf(id).c_str());
-    }
-    MapiMessage* ReadOnly(const std::string& mail, std::uint32_t flags = mapi::kPeek) {
-        PutMails({mail});
-        return Read(1, flags);
     }
 
     std::string FileText(const std::string& path) const {
@@ -80,20 +63,21 @@ class StandInTest : public ::testing::Test {
     }
     // But for the mark that a session holds.
     std::vector<std::string> FilesIn(const std::string& folder) const {
-        std::vector<std::string> names;
-        for (const auto& path : machine.files.AllFiles()) {
-            if (path.starts_with(folder) && !path.ends_with(".lock")) names.push_back(path);
-        }
+        auto names = machine.files.AllFiles();
+        std::erase_if(names, [&](auto& path) {
+            return !path.starts_with(folder) || path.ends_with(".lock");
+        });
         return names;
     }
-    std::vector<std::string> TempFiles() const { return FilesIn("C:\\temp\\"); }
     // The texts of a mailbox's mails, each with "|" behind it, as the independent reader has them.
     std::string Contents(const std::string& mailbox) const {
-        const auto toc = machine.files.Get("C:\\Eudora\\" + mailbox + ".toc");
+        const std::string base = std::string(kEudora) + '\\' + mailbox;
+        const auto toc = machine.files.Get(base + ".toc");
         if (!toc) return {};
         std::string texts;
-        const auto mbx = FileText("C:\\Eudora\\" + mailbox + ".mbx");
-        for (const auto& mail : mailbox_check::Check(mbx, *toc, {}).mails) texts += mail.text + '|';
+        for (const auto& mail : mailbox_check::Check(FileText(base + ".mbx"), *toc, {}).mails) {
+            texts += mail.text + '|';
+        }
         return texts;
     }
 
