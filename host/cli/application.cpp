@@ -26,6 +26,7 @@ constexpr const char* kFooter =
     "Keys of the configuration file: eudora, wine_prefix, contacts, maildir, state,\n"
     "nickname_file, settings, language, prefer, max_delete (texts) and code_page (a number).";
 
+// Adds the options of the kinds that `wanted` takes, under their names.
 template <class Wanted>
 void AddTextOptions(CLI::App& app, Options& options, const Wanted& wanted) {
     for (const TextOption& one : TextOptions(options)) {
@@ -50,6 +51,7 @@ void AddCommonOptions(CLI::App& app, Options& options) {
     app.set_version_flag("--version", std::string("kvsync ") + kVersion);
 }
 
+// The word "contacts" or "mail" behind a command.
 CLI::Option* AddSubject(CLI::App& command, Options& options) {
     return command.add_option("what", options.what, "contacts or mail")
         ->check(CLI::IsMember({"contacts", "mail"}));
@@ -83,6 +85,7 @@ void AddToFolder(CLI::App& command, Options& options) {
         ->check([](const std::string& folder) { return folder.empty() ? kEmptyPath : ""; });
 }
 
+// The limits of mails: each option changes its own.
 void AddLimits(CLI::App& command, Options& options) {
     AddRequiredSubject(command, options);
     auto& limits = options.limits;
@@ -139,6 +142,8 @@ constexpr Command kCommands[] = {
     {"restore", "put a backup back in its place", AddBackup, Restore},
     {"doctor", "check the set-up and say what to do about each fault", AddNothing, Doctor}};
 
+// Parses the arguments, completes them from the configuration file and runs the command. What is
+// wrong with them is thrown: by the parser as its own errors, else as a Misuse.
 base::ExitCode Act(CLI::App& app, std::vector<std::string> arguments, Options& options) {
     const Command* asked = nullptr;
     for (const Command& command : kCommands) {

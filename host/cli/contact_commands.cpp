@@ -34,6 +34,7 @@ Contact Read(translator::TranslatorSession& session) {
     return contact;
 }
 
+// All fields, also empty ones, in the order of Eudora's ids.
 nlohmann::ordered_json ToJson(const Contact& contact) {
     nlohmann::ordered_json json;
     for (std::size_t i = 0; i < base::kFieldCount; ++i) json[kKeys[i]] = contact.values[i];

@@ -84,6 +84,8 @@ class MailExport {
     bool HasLeftOut() const { return m_hasLeftOut; }
 
   private:
+    // Of the current mail. True: the walk goes on, also behind a mail that is left out; a failure
+    // of the disk ends it.
     base::Result<bool> Add(mail::EudoraMails& mails) {
         const auto mail = mails.Read(mail::MailParts::kAll);
         if (!mail) return LeaveOut(mail.Error().Message());
@@ -103,6 +105,7 @@ class MailExport {
         return true;
     }
 
+    // Brings what was delivered since the last call onto the disk.
     base::Status Settle() {
         auto settled = m_maildir.Settle(m_unsettled);
         m_unsettled.clear();
@@ -131,6 +134,7 @@ class MailExport {
 constexpr std::int32_t kMostDays = 99999;  // so many days ago there was a calendar
 constexpr std::int32_t kMostKB = std::numeric_limits<std::int32_t>::max() / 1024;
 
+// What is wrong with a limit that should be "off" or a number up to `most`; "" if nothing is.
 std::string WrongNumber(const std::string& text, std::int32_t most) {
     const auto number = text::NumberIn<std::int32_t>(text);
     if (text == "off" || (number && *number >= 0 && *number <= most)) return {};
@@ -141,6 +145,7 @@ nlohmann::ordered_json NumberOrNull(bool limits, std::int32_t number) {
     return limits ? nlohmann::ordered_json(number) : nlohmann::ordered_json();
 }
 
+// The limits that hold, in words or as JSON, in which a limit that is off is null.
 void Print(const Options& options, const translator::MailLimits& limits, bool changed) {
     if (options.json) {
         const nlohmann::ordered_json answer{

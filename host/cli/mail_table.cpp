@@ -28,6 +28,7 @@ std::string Header(const Text& text) {
     return base::OneLine(line);
 }
 
+// Local time as ISO 8601 tells it; nothing for a mail without date.
 Text DateOf(const mail::Mail& mail) {
     const auto date = mail.date ? text::FromOleDate(*mail.date) : std::nullopt;
     return date ? text::IsoText(*date) : Text();
@@ -45,6 +46,7 @@ Text StatusWord(const mail::Mail& mail) {
     return std::nullopt;
 }
 
+// A line with a label; "" for a field without value.
 std::string Field(const char* label, const Text& text) {
     const std::string line = Header(text);
     return line.empty() ? line : base::Padded(label, kLabelWidth) + line + '\n';

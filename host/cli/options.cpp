@@ -15,6 +15,7 @@ namespace {
 
 constexpr std::uint64_t kLargestConfiguration = 1 << 20;
 
+// Where the configuration file is if no option names it; "" if nothing tells a home.
 std::string DefaultPath() {
     if (auto folder = platform::Environment("XDG_CONFIG_HOME")) {
         return *folder + "/kvsync/config.toml";
@@ -30,6 +31,7 @@ std::string Expanded(const std::string& path) {
     return home && path.starts_with("~/") ? *home + path.substr(1) : path;
 }
 
+// The key that stands for an option in the file.
 std::string KeyOf(const TextOption& option) {
     std::string key = option.name;
     std::ranges::replace(key, '-', '_');
@@ -48,6 +50,7 @@ void ReadCodePage(const std::string& path, const toml::node& node, Options& opti
     if (!options.setup.codePage) options.setup.codePage = static_cast<unsigned>(*number);
 }
 
+// Takes the values of the file over where the command line has none.
 void Apply(const std::string& path, const toml::table& table, Options& options) {
     // What the command line says about the place replaces both keys.
     const bool hasPlace = options.setup.eudora || options.setup.winePrefix;

@@ -12,6 +12,7 @@ using sync::Side;
 using sync::Verb;
 using Lines = std::vector<std::string>;
 
+// The word for the end of a run in JSON, by exit code.
 // By exit code.
 constexpr const char* kResults[] = {"nothing to do", "failed",       "failed",
                                     "refused",       "changes made", "conflicts left"};
@@ -21,6 +22,7 @@ std::string Counted(std::size_t count, const char* what) {
     return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
 }
 
+// What is done to a contact or a mail on one side.
 const char* Word(const sync::Change& change, Side side, Subject subject) {
     // By verb.
     constexpr const char* kWords[] = {"none", "add", "change", "remove", "queue", "move", "none"};
@@ -31,6 +33,7 @@ const char* Word(const sync::Change& change, Side side, Subject subject) {
     return change.isRead ? "mark read" : "mark unread";
 }
 
+// Where it is done, behind the word for it.
 std::string Place(Verb verb, Side side, Subject subject) {
     if (verb == Verb::kQueue) return "in Eudora's Out";
     if (verb == Verb::kFile) return "to .Sent, queued before";
@@ -47,6 +50,7 @@ Lines FieldNames(base::FieldSet fields) {
     return names;
 }
 
+// The line for what a change does on one side; none if it does nothing there.
 void Describe(const sync::Change& change, Side side, Subject subject, Lines& lines) {
     const sync::Change::OnSide& there = change.On(side);
     if (there.verb == Verb::kNone) return;
@@ -64,12 +68,14 @@ void Describe(const sync::Change& change, Side side, Subject subject, Lines& lin
     lines.push_back(std::move(line));
 }
 
+// "1 added, 0 changed, 2 removed".
 std::string CountsOf(const sync::Report& report, Side side) {
     const auto count = [&](Verb verb) { return std::to_string(report.Count(side, verb)); };
     return count(Verb::kAdd) + " added, " + count(Verb::kChange) + " changed, " +
            count(Verb::kRemove) + " removed";
 }
 
+// The line that sums up, which also a quiet run prints.
 void AddCounts(const sync::Report& report, Subject subject, Lines& lines) {
     const bool isMail = subject == Subject::kMails;
     std::string line = isMail ? "mails: " : "contacts: ";
@@ -122,6 +128,7 @@ Lines Describe(const sync::Report& report, Subject subject, bool countsOnly) {
     return lines;
 }
 
+// A change of a contact, with an action for each side that it changes.
 json ContactJson(const sync::Change& change) {
     json result = {{"name", change.name}};
     for (const Side side : {Side::kEudora, Side::kFolder}) {
@@ -135,6 +142,7 @@ json ContactJson(const sync::Change& change) {
     return result;
 }
 
+// A change of a mail, which is on one side only.
 json MailJson(const sync::Change& change) {
     const Side side = change.eudora.verb != Verb::kNone ? Side::kEudora : Side::kFolder;
     return {{"name", change.name},
@@ -175,6 +183,7 @@ json MailsJson(const sync::Report& report) {
             {"notes", report.notes}};
 }
 
+// The code of two that a person has to know first.
 base::ExitCode Worse(base::ExitCode a, base::ExitCode b) {
     constexpr base::ExitCode kOrder[] = {base::ExitCode::kFailed, base::ExitCode::kRefused,
                                          base::ExitCode::kConflictsLeft,

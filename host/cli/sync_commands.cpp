@@ -38,6 +38,7 @@ struct Subjects {
     }
 };
 
+// A sync of contacts, or what it would do. What keeps it from beginning ends the command.
 Output RunContacts(Workplace& workplace, const Options& options, const sync::CommandPlace& command,
                    bool isStatus) {
     contactsync::SyncOptions sync;
@@ -58,6 +59,7 @@ Output RunContacts(Workplace& workplace, const Options& options, const sync::Com
                         options.quiet);
 }
 
+// Eudora's mails, once it is sure that the in-box and its table belong together.
 base::Result<std::unique_ptr<mail::MailSource>> OpenSource(Workplace& workplace) {
     std::string selection;
     auto session = workplace.SelectInBox(selection);
@@ -108,6 +110,7 @@ std::vector<std::string> Mailboxes(const eudora::Setup& setup) {
     return NativePaths(files);
 }
 
+// Native paths; a backup before a sync of mail holds them too.
 std::vector<std::string> NicknameFiles(const eudora::Setup& setup) {
     std::vector<std::string> files{setup.eudoraFolder + "\\nndbase.txt",
                                    setup.eudoraFolder + "\\nndbase.toc"};
@@ -119,6 +122,7 @@ std::vector<std::string> NicknameFiles(const eudora::Setup& setup) {
     return NativePaths(files);
 }
 
+// The same of mails; the options name a Maildir.
 Output RunMail(Workplace& workplace, const Options& options, const sync::CommandPlace& command,
                bool isStatus) {
     // Before the translator is asked for mails, which takes files and on Windows Eudora's start.

@@ -8,6 +8,7 @@ namespace host::cli {
 base::ExitCode Sync(const Options& options);
 base::ExitCode Status(const Options& options);
 base::ExitCode ListBackups(const Options& options);
+// Puts the backup of that id back; what was in its place becomes a backup too.
 base::ExitCode Restore(const Options& options);
 
 }  // namespace host::cli

@@ -26,6 +26,7 @@ namespace {
 constexpr const char* kWords[] = {"good", "note", "FAULT", "FAULT"};
 constexpr const char* kKeys[] = {"good", "note", "fault", "fault"};
 
+// Whether the Maildir could be synchronised; none is a note.
 doctor::Finding MaildirFinding(const Options& options) {
     if (!options.maildir) {
         return {doctor::Health::kNote, "Maildir", "none is named",
@@ -41,6 +42,7 @@ doctor::Finding MaildirFinding(const Options& options) {
         doctor::Health::kGood, "Maildir", exists ? path : path + " (made by the first sync)", {}};
 }
 
+// The findings as a list of objects.
 void PrintJson(const std::vector<doctor::Finding>& findings) {
     auto list = nlohmann::ordered_json::array();
     for (const doctor::Finding& finding : findings) {

@@ -67,6 +67,7 @@ std::vector<Row> RowsOf(const platform::DialogTemplate& dialog) {
     return rows;
 }
 
+// Places row after row, wide as in the template or close together.
 class Placer {
   public:
     Placer(const std::map<int, int>& widths, int columns, bool wide)
@@ -221,6 +222,7 @@ class ModalForm : public platform::DialogView {
         int id = 0;
     };
 
+    // Draws the form in the middle of the screen, with a scroll bar if it is higher.
     void Show() {
         constexpr int kAround = 6,
                       kAboveAndBelow = 5;  // borders, shadow, margins, the line of help
@@ -247,6 +249,7 @@ class ModalForm : public platform::DialogView {
         newtFormAddHotKey(m_form, NEWT_KEY_ENTER);
     }
 
+    // Lets the logic answer each key that ends a run of the form, until it ends the dialog.
     void Converse() {
         while (!m_ended) {
             newtExitStruct reason{};
@@ -261,6 +264,7 @@ class ModalForm : public platform::DialogView {
         }
     }
 
+    // The control that was chosen: by Enter the button with the focus, else the default one.
     int CommandOf(const newtExitStruct& reason) {
         const bool isKey = reason.reason == newtExitStruct::NEWT_EXIT_HOTKEY;
         if (isKey && reason.u.key != NEWT_KEY_ENTER) return kCancel;
@@ -286,6 +290,7 @@ class ModalForm : public platform::DialogView {
         }
     }
 
+    // The component of a control, in newt's hands until the form is destroyed.
     newtComponent Make(Part& part, const Cell& cell, int left) {
         const int column = left + cell.left;
         newtComponent made = nullptr;
@@ -325,6 +330,7 @@ class ModalForm : public platform::DialogView {
         return NEWT_KEY_END;
     }
 
+    // One step of the spin; a text that is no number counts as one below the lowest.
     void Turn(Part& edit, int step) {
         const std::string text = Text(edit.id);
         int number = edit.lowest - step;

@@ -15,6 +15,7 @@ namespace host::dialogs {
 
 namespace {
 
+// How many screens there are.
 int g_depth = 0;
 
 }  // namespace

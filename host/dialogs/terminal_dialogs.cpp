@@ -21,6 +21,7 @@ namespace {
 constexpr int kWidth = 66;
 constexpr int kListHeight = 8;
 
+// A text of the module as a line of the screen.
 std::string Shown(const std::string& text) {
     return base::OneLine(base::ToUtf8(text));
 }
@@ -76,6 +77,7 @@ std::string CompletePath(const std::string& typed, const platform::OpenFileReque
     return text::JoinPath(parts);
 }
 
+// The path to type, and below it the files to choose from.
 class FileForm {
   public:
     explicit FileForm(const platform::OpenFileRequest& request) {

@@ -18,6 +18,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// The nearest folder that exists must be one to write into.
 Finding StateFinding() {
     const auto folder = eudora::StateFolder();
     if (!folder) return FaultOf("kvsync's own folder", folder.Error());
@@ -34,6 +35,7 @@ Finding StateFinding() {
             base::kMakeWritable};
 }
 
+// `folder` becomes that of the library, in which its bundles lie.
 Finding LibraryFinding(std::string& folder) {
     auto path = translator::TranslatorHost::FindLibrary();
     if (!path) return FaultOf("translator library", path.Error());
@@ -44,6 +46,7 @@ Finding LibraryFinding(std::string& folder) {
     return {Health::kGood, "translator library", *path, {}};
 }
 
+// A language without bundle is a note: the module takes another one.
 Finding BundleFinding(const std::string& folder, const std::string& language) {
     std::string found;
     bool hasLanguage = false;
@@ -64,6 +67,7 @@ Finding BundleFinding(const std::string& folder, const std::string& language) {
     return {Health::kGood, "language bundles", found, {}};
 }
 
+// One that is missing is made by the first sync.
 Finding ContactsFinding(const std::optional<std::string>& folder) {
     if (!folder) {
         return {Health::kNote, "folder of vCards", "none is named",
@@ -177,6 +181,7 @@ class Examination {
         return session ? session->Open() : base::Status(session.Error());
     }
 
+    // Not while Eudora runs, which has it in its hands.
     void TellInBox() {
         if (!m_isFree) return;
         if (const auto here = eudora::RefuseMailsElsewhere(m_setup); !here) {
@@ -213,6 +218,7 @@ class Examination {
         return {Health::kGood, what, base::ToUtf8(path), {}};
     }
 
+    // Those of Eudora's folder, whichever is in use.
     void TellNicknameFiles() {
         std::vector<std::string> paths{m_setup.eudoraFolder + "\\nndbase.txt"};
         const std::string folder = m_setup.eudoraFolder + "\\NickName";

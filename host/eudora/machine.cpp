@@ -37,6 +37,7 @@ base::Status Link(const fs::path& link, const fs::path& target) {
                          base::kMakeWritable);
 }
 
+// A file of kvsync's own.
 base::Status Write(const fs::path& path, const std::string& content) {
     const auto status =
         platform::WriteWhole(platform::NativeFiles(), base::FromPath(path), content);

@@ -11,6 +11,7 @@ bool IsBlank(char letter) {
     return letter == ' ' || letter == '\t';
 }
 
+// Whether a word is a JSON text, array or object by its first character.
 bool IsJson(const std::string& word) {
     return !word.empty() && (word[0] == '"' || word[0] == '[' || word[0] == '{');
 }

@@ -11,6 +11,7 @@ namespace host::shell {
 
 namespace {
 
+// Whether a number cell, of 32 bits, can hold it.
 bool FitsNumber(const Json& value) {
     constexpr std::uint64_t kMost = std::numeric_limits<std::int32_t>::max();
     if (value.is_boolean()) return true;

@@ -17,6 +17,7 @@ Json MemberOr(const Json& entry, const char* name, const Json& otherwise) {
     return entry.is_object() && entry.contains(name) ? entry[name] : otherwise;
 }
 
+// A text in a block of the module's allocator, which frees it.
 char* Block(const Json& text) {
     char* block = nullptr;
     AllocVornString(block, BytesOf(text).c_str());
@@ -62,6 +63,7 @@ void Free(Filter* filters, std::size_t count) {
     ::operator delete(filters);
 }
 
+// Makes the records in the one block that the translator will free.
 template <class Filter>
 RRETURNCODE Set(CRRecordTranslator& translator, const Json& list,
                 RRETURNCODE (CRRecordTranslator::*set)(Filter*, int)) {

@@ -43,6 +43,7 @@ void WithNumber(Call& call) {
     call.answer["code"] = (*call.translator.*operation)(number);
 }
 
+// The translator fills a text; no argument.
 template <auto operation>
 void GivesText(Call& call) {
     call.arguments.EndAt(0);
@@ -51,6 +52,7 @@ void GivesText(Call& call) {
     call.answer["value"] = JsonOf(text.Str());
 }
 
+// The translator fills a number; no argument.
 template <class Number, auto operation, Number untouched>
 void GivesNumber(Call& call) {
     call.arguments.EndAt(0);
@@ -62,6 +64,7 @@ void GivesNumber(Call& call) {
 constexpr long kNoCount = std::numeric_limits<long>::min();
 constexpr unsigned long kNoProperties = 0x5A5AA5A5;
 
+// Empties a queue of messages; no argument.
 template <auto first, auto next>
 void Empties(Call& call) {
     call.arguments.EndAt(0);
@@ -81,6 +84,7 @@ void OfRecord(Call& call) {
                                                 : (*call.translator.*current)();
 }
 
+// Hands a JSON array of filters over.
 template <auto set>
 void Filters(Call& call) {
     const Json list = call.arguments.Value(0);
@@ -185,6 +189,7 @@ void SetField(Call& call) {
     call.answer["code"] = call.translator->SetField(id.c_str(), &type, cell.Address());
 }
 
+// A field that a host is about to store.
 struct ShownCell {
     std::string field;
     Cell cell;
@@ -192,6 +197,7 @@ struct ShownCell {
         : field(id), cell(type, value) {}
 };
 
+// The callback of IsOkToSetRecord over a list of such fields.
 RRETURNCODE Show(void* context, const char* fieldId, void** cell, unsigned long* type,
                  BOOL* hasField) {
     *hasField = 0;
@@ -274,6 +280,7 @@ constexpr Caller kReserved[] = {
     Pass<&T::ReservedOp29>, Pass<&T::ReservedOp30>, Pass<&T::ReservedOp31>, Pass<&T::ReservedOp32>,
     Pass<&T::ReservedOp33>};
 
+// A number and up to five words; what an operation does not take is left out.
 void Reserved(Call& call) {
     const long number = call.arguments.Number(0);
     Words words{};

@@ -22,6 +22,7 @@ constexpr int kOk = 1, kCancel = 2;
 constexpr int kLimitsAge = 1000, kLimitsSize = 1001, kAttachments = 1002, kLimitsAttachments = 1003;
 constexpr int kAgeDays = 1004, kSizeKB = 1005, kAttachmentKB = 1006;
 
+// A dialog without a screen: it holds what the logic shows and what a person would set.
 class UnseenView : public platform::DialogView {
   public:
     void SetTitle(std::string_view) override {}
@@ -47,6 +48,7 @@ class UnseenView : public platform::DialogView {
     int m_result = kCancel;
 };
 
+// The limits as the controls show them.
 MailLimits Read(UnseenView& view) {
     return {view.IsChecked(kLimitsAge),   view.Number(kAgeDays),
             view.IsChecked(kLimitsSize),  view.Number(kSizeKB),

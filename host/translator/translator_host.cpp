@@ -11,6 +11,7 @@ namespace host::translator {
 namespace {
 
 constexpr int kMessageSize = 512;
+// The language bundles lie beside the library, where the module looks by itself.
 constexpr tagRENVSETTINGS kEnvironment = {"", ""};
 
 }  // namespace

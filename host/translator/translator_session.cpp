@@ -51,6 +51,7 @@ std::vector<std::string> ErrorsOf(CRRecordTranslator& translator) {
                  &CRRecordTranslator::GetNextErrorMessage);
 }
 
+// "WHAT failed: REASON; REASON".
 base::Failure Unsuccessful(std::string what, const std::vector<std::string>& reasons) {
     what += " failed";
     const char* separator = ": ";
