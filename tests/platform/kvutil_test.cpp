@@ -3,16 +3,19 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
+#include <functional>
 #include <random>
 #include <tuple>
 
 #include "platform/kvutil/kvutil_core.h"
+#include "platform/mfc/archive.h"
+#include "platform/mfc/ole_date_time.h"
+#include "platform/os/little_endian.h"
 #include "platform/testing/memory_registry.h"
 
 namespace {
 
-using Attachments = CArray<CRAttachmentInfo>;
+using namespace std::string_literals;
 
 TEST(KvUtilTest, TextBlocksComeFromPlainNew) {
     char* block = nullptr;
@@ -21,28 +24,9 @@ TEST(KvUtilTest, TextBlocksComeFromPlainNew) {
     ::operator delete(block);
     block = static_cast<char*>(::operator new(3));
     EXPECT_EQ(FreeVornString(block), RRC_OK);
-    EXPECT_EQ(FreeVornString(block), RRC_OK) << "freed and null now";
-    for (const auto& fail :
-         {+[](char*& out) { return AllocVornString(out, -1); },
-          +[](char*& out) { return AllocVornString(out, static_cast<const char*>(nullptr)); }}) {
-        block = reinterpret_cast<char*>(&block);
-        EXPECT_EQ(fail(block), RRC_FAILED);
-        EXPECT_EQ(block, nullptr);
-    }
-}
-
-TEST(KvUtilTest, CheckSumIsCrc32AndContinues) {
-    const auto sumOf = [](std::string text, unsigned int sum = 0) {
-        auto* const data = reinterpret_cast<unsigned char*>(text.data());
-        EXPECT_EQ(ComputeCheckSum(data, static_cast<int>(text.size()), sum, 1), RRC_OK);
-        return sum;
-    };
-    EXPECT_EQ(sumOf("123456789"), 0xCBF43926U) << "the published check value";
-    EXPECT_EQ(sumOf("6789", sumOf("12345")), 0xCBF43926U);
-    unsigned int sum = 5;
-    EXPECT_EQ(ComputeCheckSum(nullptr, 4, sum, 1), RRC_FAILED);
-    EXPECT_EQ(ComputeCheckSum(nullptr, -1, sum, 1), RRC_FAILED);
-    EXPECT_EQ(sum, 5U);
+    EXPECT_EQ(block, nullptr);
+    EXPECT_EQ(AllocVornString(block, -1), RRC_FAILED);
+    EXPECT_EQ(AllocVornString(block, static_cast<const char*>(nullptr)), RRC_FAILED);
 }
 
 TEST(KvUtilTest, TextHelpers) {
@@ -62,6 +46,18 @@ TEST(KvUtilTest, TextHelpers) {
         EXPECT_EQ(FindReplace(text, find, replacement, count), RRC_OK);
         EXPECT_EQ(text, result);
     }
+    unsigned char digits[] = "123456789";
+    unsigned sum = 0;
+    EXPECT_EQ(ComputeCheckSum(digits, 5, sum, 1), RRC_OK);
+    EXPECT_EQ(ComputeCheckSum(digits + 5, 4, sum, 1), RRC_OK);
+    EXPECT_EQ(sum, 0xCBF43926U) << "the published check value of CRC-32";
+    EXPECT_EQ(ComputeCheckSum(nullptr, 4, sum, 1), RRC_FAILED);
+    EXPECT_EQ(ComputeCheckSum(digits, -1, sum, 1), RRC_FAILED);
+    platform::testing::MemoryRegistry registry;
+    const auto root = platform::RegistryRoot::kLocalMachine;
+    (void)registry.WriteText(root, "Key", "", std::string(259, 'x'));
+    EXPECT_TRUE(kvutil::ReadBoundedText(registry, root, "key", "", 260));
+    EXPECT_FALSE(kvutil::ReadBoundedText(registry, root, "key", "", 259)) << "no closing zero";
 }
 
 TEST(KvUtilTest, CharactersAreNotCut) {
@@ -73,36 +69,14 @@ TEST(KvUtilTest, CharactersAreNotCut) {
         EXPECT_LE(shown.size(), limit);
         EXPECT_TRUE(limit < path.size() || shown == path);
         EXPECT_TRUE(limit < 12 || shown.ends_with(".txt")) << shown;
-        const auto leads = std::count(shown.begin(), shown.end(), '\x83');
-        EXPECT_GE(std::count(shown.begin(), shown.end(), '\\'), leads) << shown;
+        EXPECT_GE(std::ranges::count(shown, '\\'), std::ranges::count(shown, '\x83')) << shown;
     }
 }
 
-TEST(KvUtilTest, ARegistryTextHasRoomForItsClosingZero) {
-    platform::testing::MemoryRegistry registry;
-    const auto root = platform::RegistryRoot::kLocalMachine;
-    (void)registry.WriteText(root, "Key", "", std::string(259, 'x'));
-    EXPECT_TRUE(kvutil::ReadBoundedText(registry, root, "key", "", 260));
-    EXPECT_FALSE(kvutil::ReadBoundedText(registry, root, "key", "", 259));
-}
-
-TEST(AttachmentTextTest, DamagedLinesEndTheList) {
-    Attachments back;
-    EXPECT_EQ(StrToAttachmentInfo("1\t0\tx\ty\tz", back), RRC_OK) << "a last line without LF";
-    for (const char* bad :
-         {"\n", "1\t0\tx\ty\n", "1\t0\tx\ty\tz\tmore\n", "x\t0\tx\ty\tz\n", "1\t-1\tx\ty\tz\n",
-          "4294967296\t0\tx\ty\tz\n", "1\t0\tx\ty\tC:\\temp\n", "1\t0\tx\ty\tz\r\n",
-          "1\t0\tx\ty\tz\\", "1\t0\tx\\q\ty\tz\n"}) {
-        EXPECT_EQ(StrToAttachmentInfo((std::string("7\t0\ta\tb\tc\n") + bad).c_str(), back),
-                  RRC_FAILED);
-        EXPECT_EQ(back.GetSize(), 1) << "what stood before it: " << bad;
-    }
-}
-
-TEST(AttachmentTextTest, AnyBytesComeBack) {
+TEST(AttachmentTextTest, AnyBytesComeBackAndDamagedLinesEndTheList) {
     std::mt19937 random(8);
-    constexpr std::string_view kNasty = "\\\t\r\nntr\x83\x5C \"<";
-    const auto text = [&](bool isPath = false) {
+    const auto text = [&](bool isPath) {
+        constexpr std::string_view kNasty = "\\\t\r\nntr\x83\x5C \"<";
         std::string bytes(random() % 12, ' ');
         for (char& byte : bytes) {
             byte = random() % 2 != 0 ? kNasty[random() % kNasty.size()]
@@ -111,20 +85,68 @@ TEST(AttachmentTextTest, AnyBytesComeBack) {
         }
         return CString(bytes);
     };
-    for (int round = 0; round < 500; ++round) {
-        const CRAttachmentInfo info{static_cast<std::uint32_t>(random()), 1, text(), text(),
-                                    text(true)};
-        Attachments list, back;
-        list.Add(info);
-        list.Add(info);
-        CString encoded;
-        ASSERT_EQ(AttachmentInfoToStr(list, encoded), RRC_OK);
-        ASSERT_EQ(StrToAttachmentInfo(encoded, back), RRC_OK) << encoded.Str();
-        ASSERT_EQ(back.GetSize(), 2);
-        const CRAttachmentInfo last = back.GetAt(1);
-        EXPECT_EQ(std::tie(last.dwInfoFlag, last.csDisplayName, last.csFileName, last.csFilePath),
-                  std::tie(info.dwInfoFlag, info.csDisplayName, info.csFileName, info.csFilePath));
+    CArray<CRAttachmentInfo> list, back;
+    for (std::uint32_t i = 0; i < 500; ++i) {
+        list.Add({i * 8'600'000, i % 2, text(false), text(false), text(true)});
     }
+    CString encoded;
+    ASSERT_EQ(AttachmentInfoToStr(list, encoded), RRC_OK);
+    ASSERT_EQ(StrToAttachmentInfo(encoded, back), RRC_OK);
+    const auto same = [](const CRAttachmentInfo& a, const CRAttachmentInfo& b) {
+        return std::tie(a.dwInfoFlag, a.bDeleteSource, a.csDisplayName, a.csFileName,
+                        a.csFilePath) ==
+               std::tie(b.dwInfoFlag, b.bDeleteSource, b.csDisplayName, b.csFileName, b.csFilePath);
+    };
+    EXPECT_TRUE(std::equal(list.begin(), list.end(), back.begin(), back.end(), same));
+
+    EXPECT_EQ(StrToAttachmentInfo("1\t0\tx\ty\tz", back), RRC_OK) << "a last line without LF";
+    for (const char* bad :
+         {"\n", "1\t0\tx\ty\n", "1\t0\tx\ty\tz\tmore\n", "x\t0\tx\ty\tz\n", "1\t-1\tx\ty\tz\n",
+          "4294967296\t0\tx\ty\tz\n", "1\t0\tx\ty\tC:\\temp\n", "1\t0\tx\ty\tz\r\n",
+          "1\t0\tx\ty\tz\\", "1\t0\tx\\q\ty\tz\n"}) {
+        EXPECT_EQ(StrToAttachmentInfo(("7\t0\ta\tb\tc\n"s + bad).c_str(), back), RRC_FAILED);
+        EXPECT_EQ(back.GetSize(), 1) << "what stood before it: " << bad;
+    }
+}
+
+TEST(ArchiveTest, TextLengthsHaveTheirThreeForms) {
+    using Row = std::pair<std::size_t, std::string>;
+    for (const auto& [length, head] :
+         {Row{0, "\0"s}, Row{254, "\xFE"}, Row{255, "\xFF\xFF\x00"s}, Row{65533, "\xFF\xFD\xFF"},
+          Row{65534, "\xFF\xFF\xFF\xFE\xFF\x00\x00"s}}) {
+        CString text(std::string(length, 'z')), back;
+        std::string bytes;
+        CArchive(bytes).Text(text);
+        EXPECT_EQ(bytes, head + text.Str());
+        CArchive(std::string_view(bytes)).Text(back);
+        EXPECT_EQ(back, text);
+        CArchive early(std::string_view(bytes).substr(0, bytes.size() - 1));
+        EXPECT_THROW(early.Text(back), ArchiveError);
+    }
+    // A huge length is no reason to allocate.
+    for (const auto& bytes : {"\xFF\xFF\xFF\xFF\xFF\xFF\xFFz"s, "\xFF\xFE\xFF\x01z"s}) {
+        CString text;
+        EXPECT_THROW(CArchive(std::string_view(bytes)).Text(text), ArchiveError);
+    }
+}
+
+TEST(LittleEndianTest, APlaceOfARecordIsReadAndWrittenOnlyInside) {
+    for (const std::uint64_t offset : {std::uint64_t{1}, std::uint64_t{2}, ~std::uint64_t{0}}) {
+        const bool isInside = offset == 1;
+        std::string bytes = "vwxyz";
+        EXPECT_EQ(platform::WriteU32(bytes, offset, 0xFE0302C1), isInside);
+        EXPECT_EQ(bytes, isInside ? "v\xC1\x02\x03\xFE" : "vwxyz");
+        EXPECT_EQ(platform::ReadU32(bytes, offset).value_or(0), isInside ? 0xFE0302C1 : 0);
+    }
+}
+
+TEST(OleDateTimeTest, RangeAndOrder) {
+    EXPECT_EQ(COleDateTime(2958465.99).GetStatus(), COleDateTime::kValid);
+    EXPECT_EQ(COleDateTime(2958466.0).GetStatus(), COleDateTime::kInvalid);
+    const double days[] = {-2.0, -2.5, -1.0, -1.25, -0.0, 0.25, 1.0};
+    EXPECT_EQ(std::ranges::adjacent_find(days, std::not_fn(std::less<>()),
+                                         [](double day) { return COleDateTime(day); }),
+              std::end(days));
 }
 
 }  // namespace
