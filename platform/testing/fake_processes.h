@@ -16,7 +16,6 @@ class FakeProcesses : public Processes {
   public:
     std::vector<std::string> started;  // command lines
     bool refuseStart = false;
-    std::function<void()> onStart;                          // after a start that succeeds
     std::function<bool(std::chrono::milliseconds)> onWait;  // whether the process has ended
     SystemVersion version{6, 1};
     std::map<std::pair<std::string, std::string>, int> profile;  // by section and key
@@ -24,7 +23,6 @@ class FakeProcesses : public Processes {
     Result<std::unique_ptr<Process>> Start(std::string_view commandLine) override {
         if (refuseStart) return Failure{ErrorCode::kNotSupported, std::string(commandLine)};
         started.emplace_back(commandLine);
-        if (onStart) onStart();
         return std::unique_ptr<Process>(std::make_unique<FakeProcess>(*this));
     }
     Result<SystemVersion> Version() override { return version; }

@@ -1,7 +1,6 @@
 #include "platform/testing/memory_files.h"
 
 #include <algorithm>
-#include <numeric>
 
 #include "platform/os/code_page.h"
 #include "platform/os/name_pattern.h"
@@ -39,28 +38,6 @@ struct MemoryNode {
     }
 };
 
-class MemoryFile : public File {
-  public:
-    MemoryFile(MemoryFiles& files, std::shared_ptr<MemoryNode> node, std::string path,
-               MemoryAccess access);
-    ~MemoryFile() override;
-
-    Result<std::size_t> Read(std::span<char> buffer) override;
-    Status Write(std::string_view bytes) override;
-    Result<std::uint64_t> Seek(std::int64_t offset, SeekFrom from) override;
-    Result<std::uint64_t> Size() override;
-    Status Truncate(std::uint64_t size) override;
-    Status Flush() override;
-    Status Close() override;
-
-  private:
-    MemoryFiles& m_files;
-    std::shared_ptr<MemoryNode> m_node;  // null when closed
-    std::string m_path;
-    MemoryAccess m_access;
-    std::uint64_t m_position = 0;
-};
-
 namespace {
 
 using NodePointer = std::shared_ptr<MemoryNode>;
@@ -83,23 +60,12 @@ NodePointer Child(const MemoryNode& folder, std::string_view name) {
     return nullptr;
 }
 
-NodePointer NewNode(std::string_view name, bool isFolder) {
+NodePointer AddChild(MemoryNode& folder, std::string_view name, bool isFolder) {
     auto node = std::make_shared<MemoryNode>();
     node->name = name;
     node->isFolder = isFolder;
-    return node;
-}
-
-NodePointer AddChild(MemoryNode& folder, std::string_view name, bool isFolder) {
-    auto node = NewNode(name, isFolder);
     folder.children.push_back(node);
     return node;
-}
-
-std::uint64_t BytesBelow(const MemoryNode& node) {
-    return std::accumulate(
-        node.children.begin(), node.children.end(), std::uint64_t{node.content.size()},
-        [](std::uint64_t sum, const NodePointer& child) { return sum + BytesBelow(*child); });
 }
 
 template <class Visit>
@@ -112,10 +78,6 @@ void ForEachFile(const MemoryNode& folder, const std::string& path, const Visit&
             visit(*child, childPath);
         }
     }
-}
-
-void Detach(MemoryNode& folder, const NodePointer& node) {
-    std::erase(folder.children, node);
 }
 
 Failure Fail(ErrorCode code, std::string_view path) {
@@ -211,7 +173,10 @@ std::vector<std::string> MemoryFiles::AllFiles() const {
 }
 
 std::uint64_t MemoryFiles::UsedBytes() const {
-    return BytesBelow(*m_root);
+    std::uint64_t bytes = 0;
+    ForEachFile(*m_root, "",
+                [&](const MemoryNode& file, const std::string&) { bytes += file.content.size(); });
+    return bytes;
 }
 
 // Brings a file to `size` bytes, as far as the disk reaches.
@@ -232,6 +197,90 @@ void MemoryFiles::Touch(MemoryNode& node) {
     node.modified = m_time;
 }
 
+class MemoryFile : public File {
+  public:
+    MemoryFile(MemoryFiles& files, std::shared_ptr<MemoryNode> node, std::string path,
+               MemoryAccess access)
+        : m_files(files), m_node(std::move(node)), m_path(std::move(path)), m_access(access) {
+        m_node->opens.push_back(m_access);
+        ++m_files.m_openCount;
+    }
+
+    ~MemoryFile() override {
+        if (m_node) (void)Close();
+    }
+
+    Result<std::size_t> Read(std::span<char> buffer) override {
+        const std::string& content = m_node->content;
+        if (m_position >= content.size()) return std::size_t{0};
+        const auto start = static_cast<std::size_t>(m_position);
+        const std::size_t count = std::min(buffer.size(), content.size() - start);
+        if (m_position + count > m_node->badFrom) return Failure{ErrorCode::kIo, m_path};
+        content.copy(buffer.data(), count, start);
+        m_position += count;
+        return count;
+    }
+
+    Status Write(std::string_view bytes) override {
+        if (!m_access.write) return Failure{ErrorCode::kAccessDenied, m_path};
+        if (bytes.empty()) return {};
+        std::string& content = m_node->content;
+        const auto end = m_position + bytes.size();
+        Status status = m_files.Grow(*m_node, std::max<std::uint64_t>(end, content.size()));
+        const auto start = static_cast<std::size_t>(m_position);
+        if (start < content.size()) {
+            const auto count = std::min(bytes.size(), content.size() - start);
+            content.replace(start, count, bytes.substr(0, count));
+            m_position += count;
+        }
+        m_files.Touch(*m_node);
+        if (!status) return Failure{status.Error().code, m_path};
+        return {};
+    }
+
+    Result<std::uint64_t> Seek(std::int64_t offset, SeekFrom from) override {
+        std::int64_t base = 0;
+        if (from == SeekFrom::kCurrent) base = static_cast<std::int64_t>(m_position);
+        if (from == SeekFrom::kEnd) base = static_cast<std::int64_t>(m_node->content.size());
+        if (offset < -base) return Failure{ErrorCode::kInvalidArgument, m_path};
+        m_position = static_cast<std::uint64_t>(base + offset);
+        return m_position;
+    }
+
+    Result<std::uint64_t> Size() override { return std::uint64_t{m_node->content.size()}; }
+
+    Status Truncate(std::uint64_t size) override {
+        if (!m_access.write) return Failure{ErrorCode::kAccessDenied, m_path};
+        if (size > m_node->content.size()) {
+            if (auto status = m_files.Grow(*m_node, size); !status) return status;
+        } else {
+            m_node->content.resize(static_cast<std::size_t>(size));
+        }
+        m_files.Touch(*m_node);
+        return {};
+    }
+
+    Status Flush() override {
+        m_node->durable = m_node->content;
+        return {};
+    }
+
+    Status Close() override {
+        auto& opens = m_node->opens;
+        opens.erase(std::ranges::find(opens, m_access));
+        m_node.reset();
+        --m_files.m_openCount;
+        return {};
+    }
+
+  private:
+    MemoryFiles& m_files;
+    NodePointer m_node;  // null when closed
+    std::string m_path;
+    MemoryAccess m_access;
+    std::uint64_t m_position = 0;
+};
+
 Result<std::unique_ptr<File>> MemoryFiles::Open(std::string_view path, OpenMode mode, Share share) {
     Place place = Find(path);
     if (!place.folder) return Fail(ErrorCode::kNotFound, path);
@@ -244,7 +293,8 @@ Result<std::unique_ptr<File>> MemoryFiles::Open(std::string_view path, OpenMode 
                               share != Share::kReadWrite};
     const bool isNew = !place.node;
     if (isNew) {
-        place.node = NewNode(place.name, false);
+        place.node = std::make_shared<MemoryNode>();
+        place.node->name = place.name;
         Touch(*place.node);
     } else {
         if (access.write && place.node->isReadOnly) return Fail(ErrorCode::kAccessDenied, path);
@@ -289,7 +339,7 @@ Status MemoryFiles::Delete(std::string_view path) {
         return Fail(ErrorCode::kAccessDenied, path);
     }
     if (!place.node->opens.empty()) return Fail(ErrorCode::kSharingViolation, path);
-    Detach(*place.folder, place.node);
+    std::erase(place.folder->children, place.node);
     return {};
 }
 
@@ -301,7 +351,7 @@ Status MemoryFiles::Copy(std::string_view from, std::string_view to) {
     auto written = (*target)->Write(Find(from).node->content);
     const Place made = Find(to);
     made.node->isReadOnly = Find(from).node->isReadOnly;
-    if (!written) Detach(*made.folder, made.node);
+    if (!written) std::erase(made.folder->children, made.node);
     return written;
 }
 
@@ -312,7 +362,7 @@ Status MemoryFiles::Move(std::string_view from, std::string_view to) {
     if (target.node && target.node != source.node) return Fail(ErrorCode::kAlreadyExists, to);
     if (!target.IsUsableName()) return Fail(ErrorCode::kInvalidArgument, to);
     if (!source.node->opens.empty()) return Fail(ErrorCode::kSharingViolation, from);
-    Detach(*source.folder, source.node);
+    std::erase(source.folder->children, source.node);
     source.node->name = target.name;
     target.folder->children.push_back(source.node);
     return {};
@@ -326,7 +376,7 @@ Status MemoryFiles::Replace(std::string_view from, std::string_view to) {
     if (target.node->isReadOnly) return Fail(ErrorCode::kAccessDenied, to);
     if (!target.node->opens.empty()) return Fail(ErrorCode::kSharingViolation, to);
     if (!source.node->opens.empty()) return Fail(ErrorCode::kSharingViolation, from);
-    Detach(*source.folder, source.node);
+    std::erase(source.folder->children, source.node);
     target.node->content = source.node->content;
     target.node->durable = source.node->durable;
     target.node->modified = source.node->modified;
@@ -348,7 +398,7 @@ Status MemoryFiles::RemoveFolder(std::string_view path) {
     if (!place.node->children.empty() || place.folder == m_root) {
         return Fail(ErrorCode::kAccessDenied, path);
     }
-    Detach(*place.folder, place.node);
+    std::erase(place.folder->children, place.node);
     return {};
 }
 
@@ -375,82 +425,6 @@ Result<std::string> MemoryFiles::ShortPath(std::string_view path) {
 Result<std::string> MemoryFiles::TempFolder() {
     MakeFolders("C:\\temp");
     return std::string("C:\\temp\\");
-}
-
-MemoryFile::MemoryFile(MemoryFiles& files, std::shared_ptr<MemoryNode> node, std::string path,
-                       MemoryAccess access)
-    : m_files(files), m_node(std::move(node)), m_path(std::move(path)), m_access(access) {
-    m_node->opens.push_back(m_access);
-    ++m_files.m_openCount;
-}
-
-MemoryFile::~MemoryFile() {
-    if (m_node) (void)Close();
-}
-
-Result<std::size_t> MemoryFile::Read(std::span<char> buffer) {
-    const std::string& content = m_node->content;
-    if (m_position >= content.size()) return std::size_t{0};
-    const auto start = static_cast<std::size_t>(m_position);
-    const std::size_t count = std::min(buffer.size(), content.size() - start);
-    if (m_position + count > m_node->badFrom) return Failure{ErrorCode::kIo, m_path};
-    content.copy(buffer.data(), count, start);
-    m_position += count;
-    return count;
-}
-
-Status MemoryFile::Write(std::string_view bytes) {
-    if (!m_access.write) return Failure{ErrorCode::kAccessDenied, m_path};
-    if (bytes.empty()) return {};
-    std::string& content = m_node->content;
-    const auto end = m_position + bytes.size();
-    Status status = m_files.Grow(*m_node, std::max<std::uint64_t>(end, content.size()));
-    const auto start = static_cast<std::size_t>(m_position);
-    if (start < content.size()) {
-        const auto count = std::min(bytes.size(), content.size() - start);
-        content.replace(start, count, bytes.substr(0, count));
-        m_position += count;
-    }
-    m_files.Touch(*m_node);
-    if (!status) return Failure{status.Error().code, m_path};
-    return {};
-}
-
-Result<std::uint64_t> MemoryFile::Seek(std::int64_t offset, SeekFrom from) {
-    std::int64_t base = 0;
-    if (from == SeekFrom::kCurrent) base = static_cast<std::int64_t>(m_position);
-    if (from == SeekFrom::kEnd) base = static_cast<std::int64_t>(m_node->content.size());
-    if (offset < -base) return Failure{ErrorCode::kInvalidArgument, m_path};
-    m_position = static_cast<std::uint64_t>(base + offset);
-    return m_position;
-}
-
-Result<std::uint64_t> MemoryFile::Size() {
-    return std::uint64_t{m_node->content.size()};
-}
-
-Status MemoryFile::Truncate(std::uint64_t size) {
-    if (!m_access.write) return Failure{ErrorCode::kAccessDenied, m_path};
-    if (size > m_node->content.size()) {
-        if (auto status = m_files.Grow(*m_node, size); !status) return status;
-    } else {
-        m_node->content.resize(static_cast<std::size_t>(size));
-    }
-    m_files.Touch(*m_node);
-    return {};
-}
-
-Status MemoryFile::Flush() {
-    m_node->durable = m_node->content;
-    return {};
-}
-
-Status MemoryFile::Close() {
-    auto& opens = m_node->opens;
-    opens.erase(std::ranges::find(opens, m_access));
-    m_node.reset();
-    --m_files.m_openCount;
-    return {};
 }
 
 }  // namespace platform::testing

@@ -23,13 +23,22 @@ class ScriptedView : public DialogView {
         int lowest = 0, highest = 0;
     };
 
-    ScriptedView(const DialogTemplate& dialog, DialogLogic& logic);
+    ScriptedView(const DialogTemplate& dialog, DialogLogic& logic) : m_logic(logic) {
+        for (const auto& control : dialog.controls) controls[control.id].kind = control.kind;
+    }
 
     // Presses a button, or switches a check box and tells the logic. A disabled control and an
     // ended dialog take no click.
-    void Click(int control);
+    void Click(int control) {
+        Control& clicked = controls[control];
+        if (!clicked.enabled || result) return;
+        if (clicked.kind == ControlKind::kCheckBox) clicked.checked = !clicked.checked;
+        m_logic.OnCommand(*this, control);
+    }
     // Types a text into an edit in place of the old one; a disabled edit takes none.
-    void Type(int control, std::string_view text);
+    void Type(int control, std::string_view text) {
+        if (controls[control].enabled && !result) controls[control].text = text;
+    }
 
     void SetTitle(std::string_view text) override { title = text; }
     void SetText(int control, std::string_view text) override { controls[control].text = text; }
@@ -37,7 +46,10 @@ class ScriptedView : public DialogView {
     void SetChecked(int control, bool checked) override { controls[control].checked = checked; }
     bool IsChecked(int control) override { return controls[control].checked; }
     void Enable(int control, bool enabled) override { controls[control].enabled = enabled; }
-    void SetRange(int spin, int lowest, int highest) override;
+    void SetRange(int spin, int lowest, int highest) override {
+        controls[spin].lowest = lowest;
+        controls[spin].highest = highest;
+    }
     void Focus(int control) override { focus = control; }
     void End(int value) override { result = value; }
 
@@ -69,9 +81,36 @@ class ScriptedDialogs : public Dialogs {
     std::vector<int> modalTemplates;
     int waitsBegun = 0, waitsEnded = 0;
 
-    void ShowMessage(const std::string& text, const std::string& title, MessageIcon icon) override;
-    std::optional<std::string> OpenFile(const OpenFileRequest& request) override;
-    int RunModal(const DialogTemplate& dialog, DialogLogic& logic) override;
+    void ShowMessage(const std::string& text, const std::string& title, MessageIcon icon) override {
+        messages.push_back({text, title, icon});
+    }
+    std::optional<std::string> OpenFile(const OpenFileRequest& request) override {
+        fileRequests.push_back(request);
+        while (!fileAnswers.empty()) {
+            const auto answer = fileAnswers.front();
+            fileAnswers.pop_front();
+            if (!answer) return std::nullopt;
+            std::string path = *answer;
+            const auto nameStart = path.find_last_of("\\/:") + 1;  // 0 if there is none
+            if (path.find('.', nameStart) == std::string::npos &&
+                !request.defaultExtension.empty()) {
+                path += "." + request.defaultExtension;
+            }
+            if (!request.accept || request.accept(path)) return path;
+        }
+        return std::nullopt;
+    }
+    int RunModal(const DialogTemplate& dialog, DialogLogic& logic) override {
+        modalTemplates.push_back(dialog.id);
+        ScriptedView view(dialog, logic);
+        logic.OnInit(view);
+        if (!modalScripts.empty()) {
+            const auto script = std::move(modalScripts.front());
+            modalScripts.pop_front();
+            script(view);
+        }
+        return view.result.value_or(2);
+    }
     void BeginWaitCursor() override { ++waitsBegun; }
     void EndWaitCursor() override { ++waitsEnded; }
 };
