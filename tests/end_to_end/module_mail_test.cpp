@@ -5,9 +5,10 @@
 #include <chrono>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
+#include <map>
 #include <optional>
 #include <thread>
+#include <tuple>
 
 #include "host/base/paths.h"
 #include "host/eudora/setup.h"
@@ -33,12 +34,9 @@ using host::mail::Mail;
 using host::translator::TranslatorSession;
 using platform::ErrorCode;
 using platform::RegistryRoot;
-using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
-fs::path Samples() {
-    return fs::path(KV_SAMPLES);
-}
+const fs::path kSamples(KV_SAMPLES);
 
 // Eudora's set-up on Windows: its registry values, its program and its library.
 void InstallOnWindows(const fs::path& folder) {
@@ -65,7 +63,7 @@ class ModuleMail : public ::testing::Test {
   protected:
     static void SetUpTestSuite() {
         s_folder = std::make_unique<test::TempFolder>();
-        fs::copy(Samples(), Eudora(), fs::copy_options::recursive);
+        fs::copy(kSamples, Eudora(), fs::copy_options::recursive);
         ASSERT_TRUE(platform::SetEnvironment("XDG_STATE_HOME", *s_folder / "state"));
         if (host::base::UsesWindowsPaths()) {
             ASSERT_NO_FATAL_FAILURE(InstallOnWindows(Eudora()));
@@ -104,18 +102,6 @@ class ModuleMail : public ::testing::Test {
     static fs::path Eudora() { return s_folder->Path() / "Eudora"; }
 
     void SetUp() override { ASSERT_TRUE(s_isReady); }
-    Mail MailOf(const std::string& id) {
-        EudoraMails mails(*session);
-        const auto found = mails.GoTo(id);
-        EXPECT_TRUE(found && *found) << id;
-        auto mail = mails.Read(host::mail::MailParts::kAll);
-        EXPECT_TRUE(mail) << mail.Error().Message();
-        return mail ? *std::move(mail) : Mail();
-    }
-    static std::string InEudora(const std::string& name) {
-        return s_setup->eudoraFolder + "\\" + name;
-    }
-
     inline static std::unique_ptr<test::TempFolder> s_folder;
     inline static std::optional<host::eudora::Setup> s_setup;
     inline static std::unique_ptr<host::translator::TranslatorHost> s_module;
@@ -123,25 +109,21 @@ class ModuleMail : public ::testing::Test {
     inline static bool s_isReady = false;
 };
 
-// "-" for a field without value.
-std::string Or(const std::optional<std::string>& text) {
-    return text.value_or("-");
-}
-
 // Nobody may have In.toc while the module reads it; In.mbx it shares with other readers. The first
 // test, since a session reads both once.
 TEST_F(ModuleMail, SharesTheMailboxAndNotItsTable) {
     auto& files = platform::NativeSystem().files;
+    const auto inEudora = [](const char* name) { return s_setup->eudoraFolder + "\\" + name; };
     if (host::base::UsesWindowsPaths()) {
         EXPECT_TRUE(fs::exists(Eudora() / test::kDoubleIsUp)) << "the module started no Eudora";
         const auto mbx =
-            files.Open(InEudora("In.mbx"), platform::OpenMode::kRead, platform::Share::kNone);
+            files.Open(inEudora("In.mbx"), platform::OpenMode::kRead, platform::Share::kNone);
         ASSERT_FALSE(mbx) << "nobody else holds the in-box";
         EXPECT_EQ(mbx.Error().code, ErrorCode::kSharingViolation) << mbx.Error().Message();
     }
     {
         const auto toc =
-            files.Open(InEudora("In.toc"), platform::OpenMode::kRead, platform::Share::kReadWrite);
+            files.Open(inEudora("In.toc"), platform::OpenMode::kRead, platform::Share::kReadWrite);
         ASSERT_TRUE(toc) << toc.Error().Message();
         const auto refused = session->Open();
         ASSERT_FALSE(refused);
@@ -149,7 +131,7 @@ TEST_F(ModuleMail, SharesTheMailboxAndNotItsTable) {
     }
     const auto opened = session->Open();
     EXPECT_TRUE(opened) << opened.Error().Message();
-    EXPECT_TRUE(files.Open(InEudora("In.toc"), platform::OpenMode::kRead, platform::Share::kNone))
+    EXPECT_TRUE(files.Open(inEudora("In.toc"), platform::OpenMode::kRead, platform::Share::kNone))
         << "it stayed open";
 }
 
@@ -174,100 +156,74 @@ TEST_F(ModuleMail, WhoseFolderHasMails) {
     }
 }
 
-TEST_F(ModuleMail, WalksAllMailsInTheirOrder) {
+TEST_F(ModuleMail, ReadsAllMailsAndLeavesEudorasFilesAlone) {
     ASSERT_TRUE(session->Open());
     EudoraMails mails(*session);
-    std::string walk;
-    const auto walked =
-        mails.Walk(host::mail::Reach::kWithinLimits,
-                   [&](const host::mail::MailHead& head) -> host::base::Result<bool> {
-                       const auto mail = mails.Read(host::mail::MailParts::kWithoutAttachments);
-                       if (!mail) return mail.Error();
-                       EXPECT_EQ(mail->marker, std::to_string(mail->status.value_or(0)));
-                       const bool isUnread = mail->status == host::mail::kStatusUnread;
-                       const bool isRead = mail->status == host::mail::kStatusRead;
-                       walk += head.id.substr(8) +
-                               (isUnread ? 'N'
-                                : isRead ? 'R'
-                                         : 'S') +
-                               std::to_string(mail->size) + ' ';
-                       return true;
-                   });
+    std::string walk, attached;
+    std::map<std::string, Mail> byId;
+    std::vector<fs::path> copies;
+    const auto walked = mails.Walk(
+        host::mail::Reach::kWithinLimits,
+        [&](const host::mail::MailHead& head) -> host::base::Result<bool> {
+            auto mail = mails.Read(host::mail::MailParts::kAll);
+            if (!mail) return mail.Error();
+            EXPECT_EQ(mail->marker, std::to_string(mail->status.value_or(0)));
+            EXPECT_TRUE(mail->notes.empty());
+            const bool isUnread = mail->status == host::mail::kStatusUnread;
+            const bool isRead = mail->status == host::mail::kStatusRead;
+            const std::string id = head.id.substr(8);
+            walk += id + (isUnread ? 'N' : isRead ? 'R' : 'S') + std::to_string(mail->size) + ' ';
+            for (const auto& [name, path] : mail->attachments) {
+                attached += id + ' ' + name + '|';
+                copies.push_back(host::base::ToPath(path));
+                const auto original =
+                    test::ReadDisk(kSamples / "Attach" / host::base::ToPath(name));
+                EXPECT_EQ(test::ReadDisk(copies.back()), original) << name;
+                EXPECT_FALSE(original.empty()) << name;
+            }
+            byId[id] = *std::move(mail);
+            return true;
+        });
     ASSERT_TRUE(walked) << walked.Error().Message();
     EXPECT_EQ(walk,
               "01R136 02R136 03N63 04R52 05R67 06R46 07R116 08R147 09N94 0AR69 0BR325 0CN231 "
               "0DR144 0ER100 0FN222 10R112 11R35394 12R79 13R54 14R36 15R61 16S52 17R56 18N1 "
               "19R153 1AR43 1BR35 1CN40 1DR36 1EN58 1FR27 20N117 21R0 ");
-}
-
-TEST_F(ModuleMail, ReadsAllFields) {
-    struct Row {
-        const char *id, *from, *to, *cc, *bcc, *subject, *messageId;
-        double date;  // UTC
+    EXPECT_EQ(
+        attached,
+        "08 Gr\u00F6\u00DFe XL.txt|0E tide-table.txt|0F sail.png|0F prices.csv|10 harbour.bmp|");
+    const std::tuple<const char*, double, std::string> rows[] = {
+        {"0C", 46273 + 6.5 / 24,
+         "fair@example.com|friends@example.com|-|ann.harper@example.org|Boat fair news|"
+         "fair.2026.1@example.com"},
+        {"0F", 46275 + 13. / 24,
+         "ines.ortega@example.com|ann.harper@example.org|bob.smith@example.com; "
+         "eve@example.org|-|The new sail|ines.sail@example.com"},
+        {"07", 46270 + 8.5 / 24,
+         "francois.lefevre@example.org|ann.harper@example.org|-|-|Ferm\u00E9 jusqu\u2019\u00E0 "
+         "mardi \u2013 tarif 20 \u20AC|lefevre.12@example.org"},
     };
-    const Row rows[] = {
-        {"0x0000000C", "fair@example.com", "friends@example.com", "-", "ann.harper@example.org",
-         "Boat fair news", "fair.2026.1@example.com", 46273 + 6.5 / 24},
-        {"0x0000000F", "ines.ortega@example.com", "ann.harper@example.org",
-         "bob.smith@example.com; eve@example.org", "-", "The new sail", "ines.sail@example.com",
-         46275 + 13. / 24},
-        {"0x00000007", "francois.lefevre@example.org", "ann.harper@example.org", "-", "-",
-         "Ferm\u00E9 jusqu\u2019\u00E0 mardi \u2013 tarif 20 \u20AC", "lefevre.12@example.org",
-         46270 + 8.5 / 24},
-    };
-    ASSERT_TRUE(session->Open());
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.id);
-        const Mail mail = MailOf(row.id);
-        EXPECT_THAT(mail.notes, ElementsAre());
-        EXPECT_EQ(Or(mail.from), row.from);
-        EXPECT_EQ(Or(mail.to), row.to);
-        EXPECT_EQ(Or(mail.cc), row.cc);
-        EXPECT_EQ(Or(mail.bcc), row.bcc);
-        EXPECT_EQ(Or(mail.subject), row.subject);
-        EXPECT_EQ(Or(mail.messageId), row.messageId);
+    for (const auto& [id, date, wanted] : rows) {
+        const Mail& mail = byId[id];
+        std::string fields;
+        for (const auto& field : {mail.from, mail.to, mail.cc, mail.bcc, mail.subject}) {
+            fields += field.value_or("-") + '|';
+        }
+        EXPECT_EQ(fields + mail.messageId.value_or("-"), wanted);
         // Local time, which is at most some 14 hours away.
-        EXPECT_NEAR(mail.date.value_or(0), row.date, 0.6);
-        EXPECT_NEAR(std::remainder((mail.date.value_or(0) - row.date) * 96, 1), 0, 1e-4);
+        EXPECT_NEAR(mail.date.value_or(0), date, 0.6);
+        EXPECT_NEAR(std::remainder((mail.date.value_or(0) - date) * 96, 1), 0, 1e-4);
     }
-    EXPECT_EQ(Or(MailOf("0x00000007").body),
+    EXPECT_EQ(byId["07"].body,
               "Ch\u00E8re Ann,\r\n\r\nle caf\u00E9 de la rue des \u0152illets est ferm\u00E9 "
               "jusqu\u2019\u00E0 mardi. Le menu co\u00FBte toujours 20 \u20AC.\r\n\r\n\u00C0 "
               "bient\u00F4t\r\nFran\u00E7ois\r\n");
-}
-
-TEST_F(ModuleMail, CopiesAttachmentsUntilItCloses) {
-    ASSERT_TRUE(session->Open());
-    const struct {
-        const char* id;
-        std::vector<std::string> names;
-    } rows[] = {{"0x00000008", {"Gr\u00F6\u00DFe XL.txt"}},
-                {"0x0000000F", {"sail.png", "prices.csv"}}};
-    std::vector<fs::path> copies;
-    for (const auto& row : rows) {
-        std::vector<std::string> names;
-        for (const auto& attachment : MailOf(row.id).attachments) {
-            names.push_back(attachment.name);
-            copies.push_back(host::base::ToPath(attachment.path));
-            const auto original = Samples() / "Attach" / host::base::ToPath(attachment.name);
-            EXPECT_EQ(test::ReadDisk(copies.back()), test::ReadDisk(original)) << attachment.name;
-            EXPECT_GT(fs::file_size(copies.back()), 0u) << attachment.name;
-        }
-        EXPECT_EQ(names, row.names);
-    }
-    EXPECT_THAT(Or(MailOf("0x0000000F").body), HasSubstr("sail-from-behind.jpg"))
+    EXPECT_THAT(byId["0F"].body.value_or(""), HasSubstr("sail-from-behind.jpg"))
         << "the one that is missing on the disk stays in the text";
     ASSERT_TRUE(session->Close());
     for (const auto& copy : copies) EXPECT_FALSE(fs::exists(copy)) << copy;
-}
-
-TEST_F(ModuleMail, ReadingLeavesEudorasFilesAlone) {
-    ASSERT_TRUE(session->Open());
-    EXPECT_EQ(MailOf("0x00000003").status, host::mail::kStatusUnread);
-    EXPECT_EQ(MailOf("0x00000003").status, host::mail::kStatusUnread);
-    ASSERT_TRUE(session->Close());
     for (const char* name : {"In.mbx", "In.toc"}) {
-        EXPECT_EQ(test::ReadDisk(Eudora() / name), test::ReadDisk(Samples() / name)) << name;
+        EXPECT_EQ(test::ReadDisk(Eudora() / name), test::ReadDisk(kSamples / name)) << name;
     }
     for (const char* name : {"Trash.mbx", "Out.mbx"}) EXPECT_FALSE(fs::exists(Eudora() / name));
 }

@@ -58,7 +58,7 @@ class MailCloseFaultsTest : public WritingTest {
     std::string Queued() const {
         std::string queued;
         for (const MapiMessage* record : mail->m_queues.m_lstNewMails) {
-            queued += mail->ToMessageId().at(record->lpszConversationID).substr(3);
+            queued += mail->Names({record->lpszConversationID}).at(3);
         }
         return queued;
     }

@@ -34,21 +34,14 @@ struct HostMail {
 // The mail translator with its members in sight, and what hosts do with it.
 class TestMail : public CREudoraMail {
   public:
-    using IdTexts = std::map<std::string, std::string>;
-
     RRETURNCODE OpenMailbox(CEudoraTransUtil& util, int mode = 1) {
         return Open(mode, 0, 0, 0, 0, 0, 0, 0, 0, &util);
     }
-    // The Message-IDs that are known, by index id. The log tells them all.
-    IdTexts ToMessageId() const {
-        const LogCapture log;
-        m_ids.LogAll();
-        IdTexts texts;
-        for (const std::string& line : LogCapture::Lines()) {
-            const auto end = line.rfind(", csIndexID = ");
-            texts[line.substr(end + 14, 10)] = line.substr(18, end - 18);
-        }
-        return texts;
+    // The Message-IDs of these mails, "-" for what has none.
+    std::string Names(const Texts& ids) const {
+        std::string names;
+        for (const auto& id : ids) names += m_ids.MessageIdOf(id).value_or("-") + ' ';
+        return names;
     }
     template <class Cell>
     bool Set(const char* field, Cell cell) {
@@ -89,7 +82,6 @@ class TestMail : public CREudoraMail {
     using CREudoraMail::m_appInfo;
     using CREudoraMail::m_attach;
     using CREudoraMail::m_bBoxFileOpenFlag;
-    using CREudoraMail::m_draft;
     using CREudoraMail::m_ids;
     using CREudoraMail::m_queues;
 
@@ -149,21 +141,12 @@ class ReadingTest : public MailTest {
         EXPECT_EQ(library.badCalls, 0);
     }
 
-    ScriptedMail& AddMail() {
-        const auto number = static_cast<std::uint32_t>(library.mailbox.size() + 1);
-        return library.mailbox.emplace_back(ScriptedMail{.id = mailbox::IndexIdOf(number)});
-    }
-    // Makes the mail the only one, and current.
-    void Show(ScriptedMail only) {
-        library.mailbox.clear();
-        only.id = "0x00000001";
-        library.mailbox.push_back(std::move(only));
-        EXPECT_EQ(mail.MoveFirst(), RRC_OK);
-    }
-    std::string Id() {
-        CString id;
-        EXPECT_EQ(mail.GetRecordID(id), RRC_OK);
-        return id.Str();
+    // Makes these the mails, and the first one current.
+    RRETURNCODE Show(std::vector<ScriptedMail> mails) {
+        std::uint32_t number = 0;
+        for (auto& one : mails) one.id = mailbox::IndexIdOf(++number);
+        library.mailbox = std::move(mails);
+        return mail.MoveFirst();
     }
     // The text cell of a field; "(null)" and "(untouched)" for cells without a text.
     std::string Text(const char* field) {
@@ -234,13 +217,15 @@ class WritingTest : public MailTest {
         (void)util.mapi.MoveFirst();  // what an earlier session passed is no place to walk from
     }
     RRETURNCODE Open() { return mail->OpenMailbox(util); }
-    // The in-box as the independent reader sees it, which finds no fault. From the mail `ours` on
-    // it is as the translator writes it.
+    // The in-box as the independent reader sees it. From the mail `ours` on it is as the translator
+    // writes it.
+    mailbox_check::Report Judge(std::uint32_t ours, bool mayHaveLeftovers = false) {
+        const auto exists = [&](const std::string& path) { return machine.files.Exists(path); };
+        return mailbox_check::Check(Mbx(), Toc(), {ours, mayHaveLeftovers, exists});
+    }
+    // The same, without a fault.
     std::vector<mailbox_check::Mail> Read(std::uint32_t ours = 0, bool mayHaveLeftovers = false) {
-        const mailbox_check::Rules rules{ours, mayHaveLeftovers, [&](const std::string& path) {
-                                             return machine.files.Get(path).has_value();
-                                         }};
-        auto report = mailbox_check::Check(Mbx(), Toc(), rules);
+        auto report = Judge(ours, mayHaveLeftovers);
         EXPECT_EQ(report.faults, Texts{});
         return std::move(report.mails);
     }

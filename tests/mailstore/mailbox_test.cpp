@@ -44,7 +44,7 @@ class FarFile : public platform::File {
     }
     Result<std::uint64_t> Size() override { return m_size; }
     Status Write(std::string_view bytes) override {
-        written += bytes;
+        written += bytes.size();
         return {};
     }
     Status Truncate(std::uint64_t) override { return {}; }
@@ -52,8 +52,7 @@ class FarFile : public platform::File {
     Status Close() override { return {}; }
 
     std::size_t largest = 0;
-    std::uint64_t total = 0;
-    std::string written;
+    std::uint64_t total = 0, written = 0;
 
   private:
     std::uint64_t m_size, m_position = 0;
@@ -104,15 +103,15 @@ TEST(Append, NoMailReachesBeyondFourGigabytes) {
                                               {kLimit - 29, false, 2U},
                                               {kLimit + 1000, true, 0U}}) {
         FarFile mbx(size), toc(0);
+        const auto make = [](std::size_t, std::string& out) {
+            out += "ten bytes\n";
+            return mailbox::MsgBlock().Encode();
+        };
         const auto header = mailbox::TocHeader::Decode(mailbox::NewTocHeader());
-        const auto result = mailbox::AppendMails({mbx, toc, header, size, "", 0, tells}, 3,
-                                                 [](std::size_t, std::string& out) {
-                                                     out += "ten bytes\n";
-                                                     return mailbox::MsgBlock().Encode();
-                                                 });
+        const auto result = mailbox::AppendMails({mbx, toc, header, size, "", 0, tells}, 3, make);
         EXPECT_EQ(result.written, stored) << size;
         EXPECT_EQ(result.refused, 3 - stored) << size;
-        EXPECT_EQ(mbx.written.size(), stored * 10);
+        EXPECT_EQ(mbx.written, stored * 10);
     }
 }
 
@@ -132,57 +131,57 @@ std::optional<std::string> AtOnce(std::string_view text) {
     return "";
 }
 
-// Texts out of fragments of what is looked for, cut anywhere.
+// Texts out of fragments of what is looked for, cut anywhere. What ends the search is rarer.
 TEST(MessageIdScan, PiecesMakeNoDifference) {
-    const std::string fragments[] = {
-        "Message-ID: <", "Message-Id: <", "Message-I", "D: <", "d: <",      "To: ",
-        "\0"s,           "To:",           "T",         "o: ",  ">",         "<",
-        "a@b",           "\r\n",          "\r",        "Mess", "age-ID: <", "yyyyyyyyy"};
+    const char* fragments[] = {"Message-ID: <",
+                               "Message-Id: <",
+                               "Message-I",
+                               "D: <",
+                               "d: <",
+                               "T",
+                               "To:",
+                               "o: ",
+                               ">",
+                               "<",
+                               "a@b",
+                               "\r\n",
+                               "\r",
+                               "Mess",
+                               "age-ID: <"};
     std::mt19937 random(7);
-    const auto below = [&](std::size_t limit) { return random() % limit; };
-    int answered = 0;
     for (int round = 0; round < 60000; ++round) {
         std::string text;
-        for (auto count = below(14); count > 0; --count) {
-            // What ends the search is to be rarer than the rest.
-            const auto pick = below(std::size(fragments));
-            text += (pick == 5 || pick == 6) && below(2) != 0 ? "a@b" : fragments[pick];
+        for (auto count = random() % 14; count > 0; --count) {
+            text += fragments[random() % std::size(fragments)];
+            if (random() % 16 == 0) text += random() % 2 == 0 ? "To: "s : "\0"s;
         }
-        if (below(3) != 0) text += "To: ";
-        const std::size_t pieces[] = {1 + below(6), 1 + below(20), 1 + below(3)};
+        if (random() % 3 != 0) text += "To: ";
+        const auto longest = 1 + random() % 20;
         mailbox::MessageIdScan scan;
-        std::size_t turn = 0;
         for (std::string_view rest = text; !rest.empty();) {
-            const auto size = std::min(pieces[turn++ % 3], rest.size());
+            const auto size = std::min<std::size_t>(1 + random() % longest, rest.size());
             if (scan.Feed(rest.substr(0, size))) break;
             rest.remove_prefix(size);
         }
         const auto wanted = AtOnce(text);
-        answered += wanted && !wanted->empty();
         ASSERT_EQ(scan.FoundTo(), wanted.has_value()) << text;
         ASSERT_TRUE(!wanted || scan.MessageId() == *wanted) << text;
     }
-    EXPECT_GT(answered, 10000) << "the texts have become dull";
 }
 
-TEST(TocRecords, HeaderCarriesWhatItDoesNotKnow) {
+TEST(TocRecords, CarryWhatTheyDoNotKnow) {
     EXPECT_EQ(mailbox::NewTocHeader(), "\x30\0\x91\0\x7C\x0A\0\0In"s + std::string(36, '\0') +
                                            "\x50\0\x50\0\x35\2\x9F\1"s + std::string(16, '\xFF') +
                                            '\2' + std::string(13, '\0') + '\x8C' +
                                            std::string(19, '\0'));
-    for (const std::size_t size : {0U, 73U, 103U, 104U, 300U}) {
+    for (const std::size_t size : {0U, 73U, 103U, 300U}) {
         std::string bytes(size, '\xA5');
         auto header = mailbox::TocHeader::Decode(bytes);
-        bytes.resize(mailbox::kTocHeaderSize, '\0');
-        EXPECT_EQ(header.Encode(), bytes) << size;
         header.wHighestMsgId = 0x1234;
         header.wNumberOfMsgs = 0xFEDC;
-        bytes.replace(72, 2, "\x34\x12").replace(102, 2, "\xDC\xFE");
-        EXPECT_EQ(header.Encode(), bytes) << size;
+        bytes.resize(mailbox::kTocHeaderSize, '\0');
+        EXPECT_EQ(header.Encode(), bytes.replace(72, 2, "\x34\x12").replace(102, 2, "\xDC\xFE"));
     }
-}
-
-TEST(TocRecords, TextsAndIdsTakeAnyForm) {
     const std::string kanji = "\x8A\xBF", a62(62, 'a'), a61(61, 'a');
     for (const auto& [text, held] :
          {std::pair{a62 + "aa", a62 + "a"}, {a61 + kanji, a61 + kanji}, {a62 + kanji + "b", a62}}) {
@@ -190,13 +189,8 @@ TEST(TocRecords, TextsAndIdsTakeAnyForm) {
         const auto block = mailbox::MsgBlock::Decode(bytes.substr(0, 190));
         EXPECT_EQ(block.szFrom + block.szSubject, held + held) << "ends with a whole character";
     }
-    for (const auto& [text, number] : {std::pair{"x12", 0U},
-                                       {"0Xff", 0xFFU},
-                                       {" \t12", 0x12U},
-                                       {"12g4", 0x12U},
-                                       {"0xdeadBEEF", 0xDEADBEEFU}}) {
-        EXPECT_EQ(mailbox::MsgIdOf(text), number) << text;
-    }
+    EXPECT_EQ(mailbox::MsgIdOf(" \t12g4"), 0x12U);
+    EXPECT_EQ(mailbox::MsgIdOf("0XdeadBEEF"), 0xDEADBEEFU);
 }
 
 // What a mailbox holds of a date in a zone, worked out by the steps of the C library: the local
@@ -252,20 +246,15 @@ TEST(MailDate, AllFormsInManyZones) {
 }
 
 TEST(MailDate, FivePiecesMakeADate) {
-    const std::pair<std::string, std::optional<double>> rows[] = {
-        {"2004/02/29 06:00", 38046.25},
-        {"1899/12/29 18:00", -1.75},
-        {"", {}},
-        {"///2000//1/ 1 : 12::0", 36526.5},
-        {"2000/01/01 12:", {}},
-        {"0099/12/31 00:00", {}},
-        {"1900/02/29 00:00", {}},
-        {"2000/01/01 24:00", {}},
-        {"2000/01/01 -1:00", {}},
-        // Would be dates if they were cut to 16 or 64 bits.
-        {"67536/01/01 00:00", {}},
-        {"2000/01/01 12:99999999999999999999", {}}};
-    for (const auto& [text, date] : rows) EXPECT_EQ(mailstore::ParseDate(text), date) << text;
+    EXPECT_EQ(mailstore::ParseDate("2004/02/29 06:00"), 38046.25);
+    EXPECT_EQ(mailstore::ParseDate("1899/12/29 18:00"), -1.75);
+    EXPECT_EQ(mailstore::ParseDate("///2000//1/ 1 : 12::0"), 36526.5);
+    // The last two would be dates if they were cut to 16 or 64 bits.
+    for (const char* text :
+         {"", "2000/01/01 12:", "0099/12/31 00:00", "1900/02/29 00:00", "2000/01/01 24:00",
+          "2000/01/01 -1:00", "67536/01/01 00:00", "2000/01/01 12:99999999999999999999"}) {
+        EXPECT_EQ(mailstore::ParseDate(text), std::nullopt) << text;
+    }
 }
 
 }  // namespace
