@@ -304,16 +304,16 @@ base::Result<MailHead> EudoraMails::Add(const NewMail& mail, std::uint32_t statu
 }
 
 base::Status EudoraMails::AddOutgoing(const NewMail& mail) {
-    bool isForSomebody = false;
+    if (mail.to.empty() && mail.cc.empty() && mail.bcc.empty()) {
+        return base::Failed("the mail names no recipient");
+    }
     for (const auto* list : {&mail.to, &mail.cc, &mail.bcc}) {
         for (const Recipient& one : *list) {
-            isForSomebody = true;
             // A comma separates, so the address would become two.
             if (one.address.find(',') == std::string::npos) continue;
             return base::Failed("the mail has a recipient with a comma in the address");
         }
     }
-    if (!isForSomebody) return base::Failed("the mail names no recipient");
     const auto stored = Add(mail, kStatusToSend);
     return stored ? base::Status() : base::Status(stored.Error());
 }

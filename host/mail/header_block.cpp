@@ -20,9 +20,7 @@ std::size_t WordBytes(std::string_view text) {
     if (text.size() <= kBytesInWord) return text.size();
     std::size_t bytes = kBytesInWord;
     // A character is cut nowhere; what is no UTF-8 is cut anywhere.
-    while (bytes > kBytesInWord - 4 && text::IsContinuation(text[bytes])) {
-        --bytes;
-    }
+    while (bytes > kBytesInWord - 4 && text::IsContinuation(text[bytes])) --bytes;
     return bytes;
 }
 

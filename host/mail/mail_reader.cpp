@@ -93,10 +93,6 @@ struct PartType {
     bool isAttachment = false;
 };
 
-std::string OrEmpty(const char* text) {
-    return text != nullptr ? text : "";
-}
-
 // Of a value that is parsed, which goes when its object does.
 template <class Object>
 std::string ParameterOf(Object* value, GMimeParamList* (*listOf)(Object*), const char* name) {
@@ -199,11 +195,9 @@ void Append(RankedText& whole, RankedText text) {
 
 // What is encoded: uuencoded bytes have a line of their own above them.
 std::string_view Content(const PartType& type, std::string_view body) {
-    const bool isUuencoded = text::EqualNoCase(type.encoding, "x-uuencode") ||
-                             text::EqualNoCase(type.encoding, "uuencode") ||
-                             text::EqualNoCase(type.encoding, "x-uue");
+    const auto encoding = g_mime_content_encoding_from_string(type.encoding.c_str());
     const auto begin = body.starts_with("begin ") ? 0 : body.find("\nbegin ");
-    if (!isUuencoded || begin == std::string_view::npos) return body;
+    if (encoding != GMIME_CONTENT_ENCODING_UUENCODE || begin == kNone) return body;
     return body.substr(std::min(body.find('\n', begin + 1), body.size() - 1) + 1);
 }
 

@@ -45,6 +45,10 @@ struct ReadParts {
 // `codePage` is that of texts without a charset.
 ReadParts ReadMailParts(const Entity& message, unsigned codePage);
 
+inline std::string OrEmpty(const char* text) {
+    return text != nullptr ? text : "";
+}
+
 // Undoes a transfer encoding and hands the bytes over piece by piece; a failure of `take` ends it.
 // An encoding that is not known is none.
 base::Status DecodeBody(std::string_view body, const std::string& encoding,

@@ -30,12 +30,6 @@ std::size_t Find(std::string_view text, std::string_view mark, std::size_t from)
     return kNone;
 }
 
-void AddPlain(std::vector<TextPiece>& pieces, std::string_view text) {
-    if (text.find_first_not_of(" \t\n") == kNone) return;
-    pieces.push_back({LooksFlowed(text) ? TextPiece::Kind::kFlowed : TextPiece::Kind::kPlain,
-                      std::string(text)});
-}
-
 std::string_view TakeLine(std::string_view& text) {
     const std::string_view line = text::TakeLine(text);
     return line.substr(0, line.find('\n'));
@@ -60,6 +54,30 @@ bool IsWrapped(std::string_view line, std::string_view next) {
     next = text::TrimmedFront(next.substr(depth), " ");
     const std::size_t word = std::min(next.find(' '), next.size());
     return word > 0 && line.size() + word > kNarrowestWrap;
+}
+
+// Whether a plain text reads as one of format=flowed (RFC 3676). The translator takes Eudora's mark
+// for it away, so the text itself must tell: each line that ends in a blank must be one that a
+// wrapping writer would have broken there, and a blank in front must be one that such a writer
+// puts there. For a text that only looks so, rejoining its lines changes nothing but their width.
+bool LooksFlowed(std::string_view text) {
+    bool isFlowed = false;
+    while (!text.empty()) {
+        const std::string_view line = TakeLine(text);
+        const std::string_view content = line.substr(QuoteDepth(line));
+        if (content == line && !IsStuffedRight(line)) return false;
+        if (!content.ends_with(' ') || content == "-- " || content == " ") continue;
+        std::string_view rest = text;
+        if (!IsWrapped(line, TakeLine(rest))) return false;
+        isFlowed = true;
+    }
+    return isFlowed;
+}
+
+void AddPlain(std::vector<TextPiece>& pieces, std::string_view text) {
+    if (text.find_first_not_of(" \t\n") == kNone) return;
+    pieces.push_back({LooksFlowed(text) ? TextPiece::Kind::kFlowed : TextPiece::Kind::kPlain,
+                      std::string(text)});
 }
 
 }  // namespace
@@ -87,20 +105,6 @@ std::vector<TextPiece> SplitText(std::string_view text) {
     AddPlain(pieces, text.substr(done));
     if (pieces.empty()) pieces.push_back({TextPiece::Kind::kPlain, std::string(text)});
     return pieces;
-}
-
-bool LooksFlowed(std::string_view text) {
-    bool isFlowed = false;
-    while (!text.empty()) {
-        const std::string_view line = TakeLine(text);
-        const std::string_view content = line.substr(QuoteDepth(line));
-        if (content == line && !IsStuffedRight(line)) return false;
-        if (!content.ends_with(' ') || content == "-- " || content == " ") continue;
-        std::string_view rest = text;
-        if (!IsWrapped(line, TakeLine(rest))) return false;
-        isFlowed = true;
-    }
-    return isFlowed;
 }
 
 }  // namespace host::mail

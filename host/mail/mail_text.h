@@ -19,10 +19,4 @@ struct TextPiece {
 // one piece.
 std::vector<TextPiece> SplitText(std::string_view text);
 
-// Whether a plain text reads as one of format=flowed (RFC 3676). The translator takes Eudora's mark
-// for it away, so the text itself must tell: each line that ends in a blank must be one that a
-// wrapping writer would have broken there, and a blank in front must be one that such a writer
-// puts there. For a text that only looks so, rejoining its lines changes nothing but their width.
-bool LooksFlowed(std::string_view text);
-
 }  // namespace host::mail

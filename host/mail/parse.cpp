@@ -61,10 +61,6 @@ class HiddenWords {
     std::vector<std::string> m_words;
 };
 
-std::string OrEmpty(const char* text) {
-    return text != nullptr ? text : "";
-}
-
 void AddMailboxes(InternetAddressList* list, std::vector<Recipient>& found) {
     const int count = list != nullptr ? internet_address_list_length(list) : 0;
     for (int i = 0; i < count; ++i) {
@@ -121,7 +117,6 @@ std::optional<double> DecodedDate(const std::string& value, platform::Clock& clo
     return text::ToOleDate(std::chrono::local_seconds(instant + clock.UtcOffset(near)));
 }
 
-constexpr auto kNone = std::string_view::npos;
 constexpr std::size_t kLongestToCompose = 4096;
 
 // Eudora makes a file of ours out of the first, and a mail of its own out of the second.
@@ -180,7 +175,7 @@ std::string Shortened(const std::string& name, unsigned codePage) {
 std::string_view CutText(std::string_view text, std::size_t limit, unsigned codePage) {
     if (text.size() <= limit) return text;
     const auto lineEnd = text.rfind("\r\n", limit);
-    if (lineEnd != kNone && lineEnd > limit / 2) return text.substr(0, lineEnd);
+    if (lineEnd != text.npos && lineEnd > limit / 2) return text.substr(0, lineEnd);
     return text.substr(0, text::WholeCharacterPrefix(text, limit, codePage));
 }
 
@@ -205,7 +200,7 @@ std::string PlainAttachmentName(const std::string& name, const std::string& fall
 // A message without what a mailbox file puts above it, and with line ends that can be told.
 struct Message {
     explicit Message(std::string_view given) : bytes(given) {
-        if (given.find('\n') == kNone) {
+        if (given.find('\n') == given.npos) {
             copy = given;
             std::ranges::replace(copy, '\r', '\n');
             bytes = copy;
