@@ -10,46 +10,47 @@ namespace host {
 namespace {
 
 namespace fs = std::filesystem;
+using state::MailLink;
+using state::RememberedMail;
+using state::RememberedPair;
 using ::testing::HasSubstr;
 
 class StateTest : public ::testing::Test {
   protected:
-    std::string Path() const { return m_folder / "state.db"; }
-    std::string Journal() const { return Path() + "-journal"; }
-    std::string Bytes() const { return test::ReadDisk(Path()); }
-    host::base::Result<std::unique_ptr<state::PairMemory>> Open(bool mayWrite,
-                                                                const char* scope = "s") {
-        return state::OpenPairs(platform::NativeFiles(), Path(), scope, mayWrite);
+    auto Pairs(bool mayWrite, const std::string& scope = "s") {
+        return state::OpenPairs(platform::NativeFiles(), m_path, scope, mayWrite);
     }
-    host::base::Result<std::unique_ptr<state::MailMemory>> Mails(bool mayWrite,
-                                                                 const char* scope = "s") {
-        return state::OpenMails(platform::NativeFiles(), Path(), scope, mayWrite);
+    auto Mails(bool mayWrite, const std::string& scope = "s") {
+        return state::OpenMails(platform::NativeFiles(), m_path, scope, mayWrite);
     }
-    state::Remembered Load(const char* scope = "s") { return *(*Open(false, scope))->Load(); }
-    std::vector<state::RememberedMail> LoadMails(const char* scope = "s") {
+    state::Remembered Load(const std::string& scope = "s") {
+        return *(*Pairs(false, scope))->Load();
+    }
+    std::vector<RememberedMail> LoadMails(const std::string& scope = "s") {
         return *(*Mails(false, scope))->Load();
     }
-    void Execute(const std::string& sql) const {
-        SQLite::Database(Path(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE).exec(sql);
-    }
-    // What a kill in the middle of this work leaves: half of it, and a journal that undoes it.
-    void CutOff(const std::string& sql) const {
+    std::string Bytes() const { return test::ReadDisk(m_path); }
+    // Carries that out, or leaves what a kill in the middle of it does: half of it, and a journal
+    // that undoes it.
+    void Execute(const std::string& sql, bool isCutOff = false) const {
         std::string torn, journal;
         {
-            SQLite::Database database(Path(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
-            database.exec("PRAGMA cache_size = 1; BEGIN; " + sql);
-            torn = Bytes(), journal = test::ReadDisk(Journal());
+            SQLite::Database database(m_path, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+            database.exec((isCutOff ? "PRAGMA cache_size = 1; BEGIN; " : "") + sql);
+            if (!isCutOff) return;
+            torn = Bytes(), journal = test::ReadDisk(m_journal);
             database.exec("ROLLBACK");
         }
-        test::WriteDisk(Path(), torn);
-        test::WriteDisk(Journal(), journal);
+        test::WriteDisk(m_path, torn);
+        test::WriteDisk(m_journal, journal);
     }
 
     test::TempFolder m_folder;
+    const std::string m_path = m_folder / "state.db", m_journal = m_path + "-journal";
 };
 
-state::RememberedPair Pair(const std::string& name) {
-    state::RememberedPair pair;
+RememberedPair Pair(const std::string& name) {
+    RememberedPair pair;
     pair.eudora.item = {name + std::string("\0\xFF", 2), "-5"};
     pair.folder.item = {name + ".vcf", "3:4"};
     for (base::Field field : base::kAllFields) {
@@ -67,143 +68,127 @@ state::MemoryChange ManyPairs() {
     return change;
 }
 
-auto Tied(const state::RememberedPair& pair) {
+auto Tied(const RememberedPair& pair) {
     const auto& [a, b] = std::tie(pair.eudora, pair.folder);
-    return std::tie(a.item.id, a.item.marker, a.contact, b.item.id, b.item.marker, b.contact,
-                    pair.uid, pair.beyond);
+    return std::tie(pair.key, a.item.id, a.item.marker, a.contact, b.item.id, b.item.marker,
+                    b.contact, pair.uid, pair.beyond);
 }
 
-state::RememberedMail Mail(const std::string& name, state::MailLink link) {
+RememberedMail Mail(const std::string& name, MailLink link) {
     const std::string bytes = name + std::string("\0\xFF\"\xC3\xBC", 5);
-    return {0,
-            link,
-            bytes,
-            "131073",
-            name + "@\xE9",
-            bytes + "M",
-            "FS",
-            std::uint64_t{1} << 40,
-            bytes + "C",
-            bytes + "N",
-            "<" + name + "@x>"};
+    return {0,    link,       bytes,       "131073",    name + "@\xE9",    bytes + "M",
+            "FS", 1ull << 40, bytes + "C", bytes + "N", "<" + name + "@x>"};
 }
 
-auto Tied(const state::RememberedMail& mail) {
-    return std::tie(mail.link, mail.id, mail.marker, mail.messageId, mail.unique, mail.flags,
-                    mail.size, mail.content, mail.name, mail.fileId);
+auto Tied(const RememberedMail& mail) {
+    return std::tie(mail.key, mail.link, mail.id, mail.marker, mail.messageId, mail.unique,
+                    mail.flags, mail.size, mail.content, mail.name, mail.fileId);
 }
 
-TEST_F(StateTest, RemembersThePairsOfEachScope) {
-    ASSERT_TRUE((*Open(true))->Save({{Pair("a"), Pair("b")}, {}, {{{"", "n", "f"}}}}));
-    ASSERT_TRUE((*Open(true, "t"))->Save({{Pair("c")}, {}, std::vector<state::Intent>{}}));
-    auto remembered = Load();
-    ASSERT_EQ(remembered.pairs.size(), 2u);
-    EXPECT_EQ(Tied(remembered.pairs[0]), Tied(Pair("a")));
-    state::RememberedPair changed = Pair("z");
-    changed.key = remembered.pairs[0].key;
-    ASSERT_TRUE((*Open(true))->Save({{changed}, {remembered.pairs[1].key}, {{{"", "n", "g"}}}}));
-    remembered = Load();
-    ASSERT_EQ(remembered.pairs.size(), 1u);
-    EXPECT_EQ(Tied(remembered.pairs[0]), Tied(changed));
-    ASSERT_EQ(remembered.intents.size(), 1u);
-    EXPECT_EQ(remembered.intents[0].folderId, "g") << "all are replaced";
+auto Tied(const state::Intent& intent) {
+    return std::tie(intent.oldId, intent.newId, intent.folderId);
+}
+
+template <class Row>
+void ExpectSame(const std::vector<Row>& loaded, const std::vector<Row>& expected) {
+    ASSERT_EQ(loaded.size(), expected.size());
+    for (std::size_t i = 0; i < loaded.size(); ++i) EXPECT_EQ(Tied(loaded[i]), Tied(expected[i]));
+}
+
+TEST_F(StateTest, RemembersWhatWasSavedInEachScope) {
+    state::MemoryChange pairs{{Pair("a"), Pair("b")}, {}, {{{"", "n", "f"}}}};
+    ASSERT_TRUE((*Pairs(true))->Save(pairs));
+    ASSERT_TRUE((*Pairs(true, "t"))->Save({{Pair("c")}, {}, std::vector<state::Intent>{}}));
+    RememberedPair changed = Pair("z");
+    changed.key = pairs.put[0].key;
+    ASSERT_TRUE((*Pairs(true))->Save({{changed}, {pairs.put[1].key}, {{{"", "n", "g"}}}}));
+    ExpectSame(Load().pairs, {changed});
+    ExpectSame(Load().intents, {{"", "n", "g"}});
     EXPECT_EQ(Load("t").pairs.size(), 1u);
-}
 
-TEST_F(StateTest, RemembersTheMailsOfEachScope) {
-    const std::vector<state::RememberedMail> mails = {Mail("a", state::MailLink::kInStep),
-                                                      Mail("b", state::MailLink::kPending),
-                                                      Mail("c", state::MailLink::kDropped),
-                                                      {}};
-    state::MailMemoryChange change{mails, {}, false};
-    ASSERT_TRUE((*Mails(true))->Save(change));
-    for (const char* scope : {"t\nx", "tt\nx"}) {
-        ASSERT_TRUE((*Mails(true, scope))->Save({{mails[1]}, {}, false}));
-    }
-    auto loaded = LoadMails();
-    ASSERT_EQ(loaded.size(), mails.size());
-    for (std::size_t i = 0; i < mails.size(); ++i) {
-        EXPECT_EQ(Tied(loaded[i]), Tied(mails[i])) << i;
-        EXPECT_EQ(loaded[i].key, change.put[i].key) << "told to who saved it";
-    }
-    loaded[0].marker = "1";
-    ASSERT_TRUE((*Mails(true))->Save({{loaded[0]}, {loaded[2].key, loaded[3].key}, true}));
-    const auto after = LoadMails();
-    ASSERT_EQ(after.size(), 2u);
-    EXPECT_EQ(after[0].marker, "1");
-    EXPECT_EQ(after[1].link, state::MailLink::kInStep) << "settled";
-    EXPECT_EQ(LoadMails("t\nx")[0].link, state::MailLink::kPending) << "another scope";
-    ASSERT_TRUE(state::ForgetInBox(platform::NativeFiles(), Path(), "t"));
+    state::MailMemoryChange mails{{Mail("a", MailLink::kInStep),
+                                   Mail("b", MailLink::kPending),
+                                   Mail("c", MailLink::kDropped),
+                                   {}},
+                                  {},
+                                  false};
+    ASSERT_TRUE((*Mails(true))->Save(mails));
+    ExpectSame(LoadMails(), mails.put);
+    for (const char* scope : {"t\nx", "tt\nx"})
+        ASSERT_TRUE((*Mails(true, scope))->Save({{Mail("b", MailLink::kPending)}, {}, false}));
+    auto& all = mails.put;
+    all[0].marker = "1";
+    ASSERT_TRUE((*Mails(true))->Save({{all[0]}, {all[2].key, all[3].key}, true}));
+    all[1].link = MailLink::kInStep;
+    ExpectSame(LoadMails(), {all[0], all[1]});
+    EXPECT_EQ(LoadMails("t\nx")[0].link, MailLink::kPending) << "another scope";
+    ASSERT_TRUE(state::ForgetInBox(platform::NativeFiles(), m_path, "t"));
     EXPECT_EQ(LoadMails().size() + LoadMails("t\nx").size() + LoadMails("tt\nx").size(), 3u);
 }
 
 TEST_F(StateTest, ReadingMakesNoFileAndChangesNone) {
     EXPECT_TRUE(Load().pairs.empty());
     EXPECT_TRUE(LoadMails().empty());
-    EXPECT_FALSE((*Open(false))->Save({{Pair("a")}, {}, {}}));
-    EXPECT_TRUE(state::StateLock::Take(platform::NativeFiles(), Path(), false));
+    EXPECT_FALSE((*Pairs(false))->Save({{Pair("a")}, {}, {}}));
     EXPECT_TRUE(fs::is_empty(m_folder.Path()));
-    ASSERT_TRUE((*Open(true))->Save({{Pair("a")}, {}, {}}));
+    ASSERT_TRUE((*Pairs(true))->Save({{Pair("a")}, {}, {}}));
     const std::string bytes = Bytes();
-    EXPECT_EQ(Load().pairs.size(), 1u);
-    EXPECT_EQ((*(*Open(true))->Load()).pairs.size(), 1u);
+    for (const bool mayWrite : {false, true})
+        EXPECT_EQ((*(*Pairs(mayWrite))->Load()).pairs.size(), 1u);
     EXPECT_EQ(Bytes(), bytes);
 }
 
 TEST_F(StateTest, ReadsThePairsOfBeforeACutOffChangeAndTouchesNothing) {
     state::MemoryChange change = ManyPairs();
-    ASSERT_TRUE((*Open(true))->Save(change));
+    ASSERT_TRUE((*Pairs(true))->Save(change));
     const std::string whole = Bytes();
-    CutOff("UPDATE pair SET eudora_fields = 'torn'");
+    Execute("UPDATE pair SET eudora_fields = 'torn'", true);
     const std::string torn = Bytes();
     ASSERT_NE(torn, whole);
     for (const bool mayWrite : {false, false, true}) {
-        const auto remembered = *(*Open(mayWrite))->Load();
-        ASSERT_EQ(remembered.pairs.size(), 200u);
-        for (int i = 0; i < 200; ++i) EXPECT_EQ(Tied(remembered.pairs[i]), Tied(change.put[i]));
-        EXPECT_EQ(fs::exists(Journal()), !mayWrite);
+        ExpectSame((*Pairs(mayWrite))->Load()->pairs, change.put);
+        EXPECT_EQ(fs::exists(m_journal), !mayWrite);
         EXPECT_EQ(Bytes(), mayWrite ? whole : torn);
     }
 }
 
-// The first change of all was cut off: nothing is remembered.
+// The first change of all was cut off: nothing is remembered. So it is with nothing but a header.
 TEST_F(StateTest, ACutOffBeginningCountsAsEmpty) {
-    CutOff(
+    Execute(
         "CREATE TABLE t(b); INSERT INTO t WITH RECURSIVE n(i) AS (SELECT 1 UNION SELECT i + 1 "
-        "FROM n LIMIT 99) SELECT zeroblob(4000) FROM n");
+        "FROM n LIMIT 99) SELECT zeroblob(4000) FROM n",
+        true);
     const std::string torn = Bytes();
     ASSERT_FALSE(torn.empty());
     EXPECT_TRUE(Load().pairs.empty());
     EXPECT_EQ(Bytes(), torn);
-    // So does a file with nothing but a header.
-    fs::remove(Journal());
-    fs::remove(Path());
+    fs::remove(m_journal);
+    fs::remove(m_path);
     Execute("PRAGMA user_version = 1; PRAGMA user_version = 0");
     ASSERT_FALSE(Bytes().empty());
     EXPECT_TRUE(Load().pairs.empty());
 }
 
 TEST_F(StateTest, RefusesADamagedFileAndLeavesItAsItIs) {
-    ASSERT_TRUE((*Open(true))->Save(ManyPairs()));
+    ASSERT_TRUE((*Pairs(true))->Save(ManyPairs()));
     const std::string whole = Bytes();
     const auto with = [&](std::size_t at, const std::string& bytes) {
         return std::string(whole).replace(at, bytes.size(), bytes);
     };
     const std::pair<std::string, const char*> cases[] = {
         {"no database at all, but long enough to look like one", "move it away"},
-        {with(0, "0123456789abcdef"), "move it away"},
         {with(8192, std::string(4096, '\xEE')), "move it away"},
         {whole.substr(0, whole.size() / 2), "move it away"},
         {with(68, "abcd"), "another program"},
         {with(60, std::string("\0\0\0\x09", 4)), "later version"}};
     for (const auto& [bytes, line] : cases) {
-        test::WriteDisk(Path(), bytes);
+        test::WriteDisk(m_path, bytes);
         for (const bool mayWrite : {false, true}) {
-            auto state = Open(mayWrite);
-            const auto failure = state ? (*state)->Load().Error() : state.Error();
-            EXPECT_EQ(failure.exit, host::base::ExitCode::kRefused);
+            const auto memory = Pairs(mayWrite);
+            const auto failure = memory ? (*memory)->Load().Error() : memory.Error();
+            EXPECT_EQ(failure.exit, base::ExitCode::kRefused);
             EXPECT_THAT(failure.Message(), HasSubstr(line));
-            EXPECT_THAT(failure.Message(), HasSubstr(Path()));
+            EXPECT_THAT(failure.Message(), HasSubstr(m_path));
             EXPECT_EQ(Bytes(), bytes);
         }
     }
@@ -238,46 +223,33 @@ constexpr const char* kVersion2 = R"(
 )";
 
 TEST_F(StateTest, AnUpgradeKeepsWhatEarlierVersionsRemembered) {
-    for (const std::size_t version : {1u, 2u}) {
-        fs::remove(Path());
-        Execute(std::string(kVersion1) + (version == 2 ? kVersion2 : ""));
+    for (const bool hasMails : {false, true}) {
+        fs::remove(m_path);
+        Execute(std::string(kVersion1) + (hasMails ? kVersion2 : ""));
         const std::string before = Bytes();
-        for (std::size_t saved = 0; saved < 3; ++saved) {
-            const auto remembered = Load();
-            ASSERT_EQ(remembered.pairs.size(), 1u);
-            EXPECT_EQ(remembered.pairs[0].key, 7);
-            EXPECT_EQ(remembered.pairs[0].folder.item.id, "a.vcf");
-            EXPECT_EQ(remembered.pairs[0].beyond, 2);
-            EXPECT_EQ(remembered.intents.size(), 1u);
-            const auto mails = LoadMails();
-            ASSERT_EQ(mails.size(), saved + version - 1);
-            if (version == 2) {
-                state::RememberedMail old{
-                    5, state::MailLink::kInStep, "a", "1", "b", "c", "S", 9, "d", "e", ""};
-                EXPECT_EQ(Tied(mails[0]), Tied(old));
-                EXPECT_EQ(mails[0].key, old.key);
-            }
-            if (saved == 0) {
-                EXPECT_EQ(Bytes(), before) << "reading upgrades nothing";
-            } else {
-                EXPECT_EQ(mails.back().fileId, "<new@x>");
-            }
-            ASSERT_TRUE((*Mails(true))->Save({{Mail("new", state::MailLink::kKept)}, {}, false}));
+        RememberedPair pair{7, {{"a", "-5"}, {{"a"}}}, {{"a.vcf", "3"}, {{"a"}}}, "u", 2};
+        std::vector<RememberedMail> mails;
+        if (hasMails) mails = {{5, MailLink::kInStep, "a", "1", "b", "c", "S", 9, "d", "e", ""}};
+        for (int saved = 0; saved < 3; ++saved) {
+            ExpectSame(Load().pairs, {pair});
+            ExpectSame(Load().intents, {{"a", "b", "c"}});
+            ExpectSame(LoadMails(), mails);
+            EXPECT_EQ(Bytes() == before, saved == 0) << "reading upgrades nothing";
+            state::MailMemoryChange change{{Mail("new", MailLink::kKept)}, {}, false};
+            ASSERT_TRUE((*Mails(true))->Save(change));
+            mails.push_back(change.put[0]);
         }
     }
 }
 
 TEST_F(StateTest, TheLockKeepsASecondRunOut) {
-    const auto run = Open(true);
-    ASSERT_TRUE(run);
+    const auto run = Pairs(true);
     for (const bool mayWrite : {true, false}) {
-        const auto second = state::StateLock::Take(platform::NativeFiles(), Path(), mayWrite);
+        const auto second = Mails(mayWrite, "t");
         ASSERT_FALSE(second);
-        EXPECT_EQ(second.Error().exit, host::base::ExitCode::kRefused);
-        EXPECT_THAT(second.Error().Message(), HasSubstr(Path()));
+        EXPECT_EQ(second.Error().exit, base::ExitCode::kRefused);
+        EXPECT_THAT(second.Error().Message(), HasSubstr(m_path));
     }
-    EXPECT_FALSE(Open(true, "t"));
-    EXPECT_FALSE(Mails(false));
 }
 
 }  // namespace
