@@ -106,7 +106,7 @@ std::string Backups::PathOf(const std::string& id, const std::string& name) cons
 void Backups::Discard(const std::string& id) {
     (void)m_files.Delete(PathOf(id, kManifest));
     if (auto entries = m_files.List(PathOf(id), "*")) {
-        for (const auto& entry : *entries) (void)m_files.Delete(PathOf(id, entry.name));
+        for (const auto& entry : *entries) (void)m_files.DeleteEvenReadOnly(PathOf(id, entry.name));
     }
     (void)m_files.RemoveFolder(PathOf(id));
 }

@@ -8,7 +8,7 @@ SafeWrite::SafeWrite(Files& files, std::string path, std::string side)
 SafeWrite::~SafeWrite() {
     m_file.reset();
     try {
-        if (m_hasSide) (void)m_files.Delete(m_side);
+        if (m_hasSide) (void)m_files.DeleteEvenReadOnly(m_side);
     } catch (...) {
         // Not even the memory for that: the next SafeWrite takes the name.
     }
@@ -22,7 +22,7 @@ Status SafeWrite::MakeRoom() {
         if (auto status = (*old)->Close(); !status) return status;
     }
     m_hasSide = true;
-    auto freed = m_files.Delete(m_side);
+    auto freed = m_files.DeleteEvenReadOnly(m_side);
     return freed || freed.Error().code == ErrorCode::kNotFound ? Status() : freed;
 }
 
