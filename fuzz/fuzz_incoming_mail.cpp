@@ -5,27 +5,21 @@
 
 namespace {
 
-bool IsLine(const std::string& text) {
-    return text.find_first_of(std::string("\r\n\0", 3)) == std::string::npos;
-}
-
 void CheckMail(const host::mail::NewMail& mail, bool isSingleByte) {
-    Require(IsLine(mail.from) && IsLine(mail.subject) && IsLine(mail.messageId));
-    Require(!mail.messageId.empty());
+    std::string lines = mail.from + mail.subject + mail.messageId;
     for (const auto* list : {&mail.to, &mail.cc, &mail.bcc}) {
-        Require(IsLine(host::mail::StoredRecipients(*list)) &&
-                IsLine(host::mail::OutgoingRecipients(*list)));
+        lines += host::mail::StoredRecipients(*list) + host::mail::OutgoingRecipients(*list);
         for (const auto& one : *list) Require(!one.address.empty());
     }
-    Require(mail.body.find('\0') == std::string::npos);
-    Require(("\n" + mail.body).find("\nAttachment Converted:") == std::string::npos);
-    Require(("\n" + mail.body).find("\nFrom ???@???") == std::string::npos);
     for (const auto& attachment : mail.attachments) {
-        Require(!attachment.name.empty() && IsLine(attachment.name));
-        if (isSingleByte) {
-            Require(attachment.name.find_first_of("\\/:*?\"<>|") == std::string::npos);
-        }
+        lines += attachment.name;
+        Require(!attachment.name.empty());
+        Require(!isSingleByte || attachment.name.find_first_of("\\/:*?\"<>|") == lines.npos);
     }
+    Require(lines.find_first_of(std::string("\r\n\0", 3)) == lines.npos);
+    Require(!mail.messageId.empty() && mail.body.find('\0') == lines.npos);
+    Require(("\n" + mail.body).find("\nAttachment Converted:") == lines.npos);
+    Require(("\n" + mail.body).find("\nFrom ???@???") == lines.npos);
 }
 
 }  // namespace

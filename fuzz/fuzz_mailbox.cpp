@@ -9,19 +9,17 @@
 
 namespace {
 
-// The id of a mail the plain way.
-std::string PlainId(std::string text) {
+// The id of a mail the plain way; nothing if the mail has no place for one.
+std::optional<std::string> PlainId(std::string text) {
     text.resize(std::min(text.find('\0'), text.size()));
     const auto to = text.find("To: ");
-    if (to == text.npos) return "(no place)";
+    if (to == text.npos) return std::nullopt;
     text.resize(to);
-    auto at = text.find("Message-ID: <");
-    if (at == text.npos) at = text.find("Message-Id: <");
-    if (at == text.npos) return "";
-    text.erase(0, at + std::string_view("Message-ID: <").size());
+    const auto at = std::min(text.find("Message-ID: <"), text.size());
+    text.erase(0, at < text.size() ? at : std::min(text.find("Message-Id: <"), text.size()));
+    text.erase(0, std::string_view("Message-ID: <").size());
     text.erase(0, text.find_first_not_of('>'));
-    text.resize(std::min(text.find('>'), text.size()));
-    return text;
+    return text.substr(0, text.find('>'));
 }
 
 }  // namespace
@@ -57,7 +55,7 @@ void Check(std::string_view input) {
         lastId = block.dwMsgId;
         if (block.dwOffset >= mbx.size()) continue;
         const auto id = PlainId(std::string(mbx.substr(block.dwOffset, block.dwLength)));
-        if (id != "(no place)") plain[block.dwMsgId] = id;
+        if (id) plain[block.dwMsgId] = *id;
     }
     Require(last && *last == lastId && ids == plain);
 }

@@ -44,7 +44,7 @@ TEST_F(TranslatorTest, TakesNullTextsAndKeepsCharactersWhole) {
     EXPECT_EQ(book.GoToRecord(nullptr), RRC_NONE);
     // Second bytes that equal a small letter or a backslash are parts of characters.
     for (const auto* text : {"\x83\x41", "\x83\x61"}) {
-        book.SetTextFilter(FilterList<tagRTEXTFILTER>({{Block("2"), Block(text), 0}}), 1);
+        book.SetTextFilter(new tagRTEXTFILTER{Block("2"), Block(text), 0}, 1);
         EXPECT_EQ(book.MoveFirst(), text[1] == 'A' ? RRC_EOF : RRC_OK);
     }
     machine.files.SetReadOnly(kBookPath);

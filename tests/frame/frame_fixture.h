@@ -93,10 +93,3 @@ inline char* Block(const char* text) {
     char* block = static_cast<char*>(::operator new(std::strlen(text) + 1));
     return std::strcpy(block, text);
 }
-
-template <class Filter>
-Filter* FilterList(const std::vector<Filter>& filters) {
-    auto* list = static_cast<Filter*>(::operator new(filters.size() * sizeof(Filter)));
-    std::memcpy(list, filters.data(), filters.size() * sizeof(Filter));
-    return list;
-}

@@ -80,7 +80,7 @@ TEST(Utf, OneByteIsTakenOfWhatIsNoCharacter) {
     EXPECT_TRUE(text::TakeUtf16(lone) == 0xDC00 && text::TakeUtf16(lone) == 0xD800);
 }
 
-TEST(Calendar, OleDatesAreMoments) {
+TEST(Calendar, OleDatesAreMomentsAndTimesHaveTexts) {
     const std::pair<double, const char*> rows[] = {
         {29222.0856943287, "1980-01-02T02:03:24"},
         {36526.9999999, "2000-01-02T00:00:00"},  // not a second 60
@@ -96,9 +96,6 @@ TEST(Calendar, OleDatesAreMoments) {
         EXPECT_TRUE(!time || text::FromOleDate(text::ToOleDate(*time).value_or(0)) == time) << ole;
     }
     EXPECT_FALSE(text::ToOleDate(std::chrono::local_days{std::chrono::year{10000} / 1 / 1}));
-}
-
-TEST(Calendar, TimesHaveTexts) {
     const auto night = text::CivilTime(std::chrono::system_clock::from_time_t(5), -1h);
     EXPECT_EQ(text::Format("%a, %-d %b %Y %I:%M [%_m/%d] %H%S", night),
               "Wed, 31 Dec 1969 11:00 [12/31] 2305");
@@ -137,11 +134,12 @@ TEST(Path, Splits) {
                   expected);
         EXPECT_EQ(text::JoinPath(parts), path);
         EXPECT_EQ(text::NameIn(path, codePage), parts.name + parts.extension);
-        EXPECT_EQ(text::WithSeparator(parts.folder + "\x95\\", 1252), parts.folder + "\x95\\");
     }
     EXPECT_THAT(text::NamesIn("\\..\\a/.\\\x95\\b\\x\\..\\\\c", 932),
                 ElementsAre("a", "\x95\\b", "c"));
     EXPECT_THAT(text::NamesIn("a\\..\\..\\b\\", 1252), ElementsAre("b"));
+    EXPECT_EQ(text::WithSeparator("a\x95\\", 1252), "a\x95\\");
+    EXPECT_EQ(text::WithSeparator("a\x95\\", 932), "a\x95\\\\");
     const std::size_t whole[] = {0, 1, 1, 3, 4, 5, 5, 5};
     for (std::size_t limit = 0; limit < 8; ++limit) {
         EXPECT_EQ(text::WholeCharacterPrefix("a\x95\\b\x95", limit, 932), whole[limit]);
