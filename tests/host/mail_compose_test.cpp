@@ -65,7 +65,8 @@ TEST(ComposeMail, BytesAreThoseOfEarlierVersionsAndComeBackAsTheMail) {
         const std::string letters = isWestern
                                         ? "|caf\xC3\xA9|\xE2\x82\xAC|\xC3\x9F|\xC2\xA0z"
                                         : "|\xE6\x97\xA5|\xE8\xA1\xA8|\xE3\x82\xBD|\xEF\xBD\xB1";
-        MailFiles world(isWestern ? 1252 : 932);
+        MailFiles world;
+        world.codePage = isWestern ? 1252 : 932;
         world.clock.offset = std::chrono::minutes(15 * static_cast<int>(random() % 104) - 720);
         mail::Mail mail;
         mail.from = "ann.harper@example.org";
@@ -114,7 +115,7 @@ TEST(ComposeMail, BytesAreThoseOfEarlierVersionsAndComeBackAsTheMail) {
         }
         if (!isOdd && mail::CanParseMail()) {
             const auto utf8 = [&](const std::string& one) {
-                return platform::ToUtf8(one, isWestern ? 1252 : 932);
+                return platform::ToUtf8(one, world.codePage);
             };
             const mail::NewMail read = world.Parse(message);
             EXPECT_EQ(read.lostCharacters + read.notes.size(), 0u) << message;

@@ -22,7 +22,8 @@ struct Row {
 void Hold(std::initializer_list<Row> rows, const std::string& begin = "") {
     for (const Row& row : rows) {
         const std::string message = begin + row.message;
-        MailFiles world(row.codePage);
+        MailFiles world;
+        world.codePage = row.codePage;
         world.clock.offset = std::chrono::minutes(90);
         const mail::NewMail mail = world.Parse(message);
         std::string shown;
@@ -196,6 +197,7 @@ TEST(ParseMail, TellsWhatItHadToCut) {
 TEST(ParseMail, LeavesNoFileBehindWhicheverOperationFails) {
     const auto parse = [](test::Fault fault, int n) {
         MailFiles world;
+        world.files.MakeFolders("C:\\in\\");
         platform::testing::FaultyFiles faulty(world.files);
         faulty.Arm(fault, n);
         const auto parsed = mail::ParseMail(

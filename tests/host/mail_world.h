@@ -15,11 +15,10 @@
 namespace host {
 
 // Files, a clock and a code page to compose and to read mails with.
-class MailFiles {
-  public:
-    explicit MailFiles(unsigned codePage = 1252) : m_codePage(codePage) {
-        (void)files.CreateFolder("C:\\in");
-    }
+struct MailFiles {
+    unsigned codePage = 1252;
+    platform::testing::MemoryFiles files;
+    platform::testing::FixedClock clock;
 
     // The message in one text. No attachment is in memory as a whole.
     std::string Compose(const mail::Mail& mail) {
@@ -34,19 +33,14 @@ class MailFiles {
         return message;
     }
     mail::NewMail Parse(std::string_view message) {
-        auto mail = mail::ParseMail(message, {files, "C:\\in", m_codePage, clock}, "the mail");
+        files.MakeFolders("C:\\in\\");
+        auto mail = mail::ParseMail(message, {files, "C:\\in", codePage, clock}, "the mail");
         if (!mail) throw std::runtime_error(mail.Error().Message());
         return *std::move(mail);
     }
     std::string Content(const mail::NewAttachment& attachment) {
         return *platform::ReadWhole(files, attachment.path, 1u << 30);
     }
-
-    platform::testing::MemoryFiles files;
-    platform::testing::FixedClock clock;
-
-  private:
-    unsigned m_codePage;
 };
 
 }  // namespace host
