@@ -1,7 +1,6 @@
 #include "host/mail/encoded_words.h"
 
 #include "platform/os/code_page.h"
-#include "text/ascii.h"
 #include "text/encoded_words.h"
 #include "text/utf.h"
 
@@ -17,10 +16,6 @@ std::string DecodeWords(std::string_view text, unsigned codePage) {
                              [=](std::string_view bytes, std::string_view charset) {
                                  return DecodedText(bytes, charset, codePage);
                              });
-}
-
-std::string HeaderText(std::string_view text) {
-    return text::WithoutControls(DecodeWords(text));
 }
 
 }  // namespace host::mail

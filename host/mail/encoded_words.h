@@ -15,7 +15,4 @@ std::string DecodedText(std::string_view bytes, std::string_view charset, unsign
 // the code page.
 std::string DecodeWords(std::string_view text, unsigned codePage = text::kUtf8);
 
-// The same with blanks for control characters and none at the ends.
-std::string HeaderText(std::string_view text);
-
 }  // namespace host::mail

@@ -12,6 +12,11 @@ namespace host::mail {
 
 namespace {
 
+// With blanks for control characters and none at the ends.
+std::string HeaderText(std::string_view text) {
+    return text::WithoutControls(DecodeWords(text));
+}
+
 constexpr std::size_t kLongestWord = 900;  // bytes; a line holds 998
 // "=?UTF-8?B?" and "?=" and base64 of this many bytes make 72 characters of the 75 allowed.
 constexpr std::size_t kBytesInWord = 45;

@@ -65,9 +65,9 @@ std::optional<char32_t> Numbered(std::string_view digits) {
     const bool isHex = digits.starts_with('x') || digits.starts_with('X');
     if (isHex) digits.remove_prefix(1);
     const auto number = text::NumberIn<std::uint32_t>(digits, isHex ? 16 : 10);
-    if (!number || *number == 0 || *number > 0x10FFFF) return std::nullopt;
-    const bool isHalf = *number >= 0xD800 && *number < 0xE000;
-    return isHalf ? std::nullopt : std::optional<char32_t>(*number);
+    const bool isLetter =
+        number && *number != 0 && *number <= 0x10FFFF && (*number < 0xD800 || *number >= 0xE000);
+    return isLetter ? std::optional<char32_t>(*number) : std::nullopt;
 }
 
 // The text with its character references (&eacute; &#233; &#xE9;) replaced. One that is not known
@@ -93,22 +93,6 @@ std::string DecodedEntities(std::string_view html) {
         }
     }
     return text;
-}
-
-struct Tag {
-    std::string name;  // lower case
-    std::string_view attributes;
-    bool isEnd = false;
-};
-
-Tag ParseTag(std::string_view inside) {
-    Tag tag;
-    tag.isEnd = inside.starts_with('/');
-    if (tag.isEnd) inside.remove_prefix(1);
-    const auto end = std::min(inside.find_first_of(" \t\r\n\f/"), inside.size());
-    tag.name = text::Lowered(inside.substr(0, end));
-    tag.attributes = inside.substr(end);
-    return tag;
 }
 
 std::string_view TakeValue(std::string_view& rest) {
@@ -219,7 +203,7 @@ class HtmlReader {
     void AddText(std::string_view text) {
         // Blanks that do not break, and hyphens that show at a break alone, are for the eye.
         const auto plain = text::Replaced(DecodedEntities(text), "\xC2\xA0", " ");
-        m_lines.Add(text::Replaced(plain, "\xC2\xAD", ""), m_preDepth > 0);
+        m_lines.Add(text::Replaced(plain, "\xC2\xAD", ""), m_isPreformatted);
     }
 
     void TakeMarkup() {
@@ -234,7 +218,7 @@ class HtmlReader {
             AddText("&lt;");
             return m_rest.remove_prefix(1);
         }
-        const Tag tag = ParseTag(m_rest.substr(1, end - 1));
+        const auto tag = m_rest.substr(1, end - 1);
         m_rest.remove_prefix(end + 1);
         Apply(tag);
     }
@@ -266,18 +250,24 @@ class HtmlReader {
         return kNone;
     }
 
-    void Apply(const Tag& tag) {
-        if (IsOneOf(kHidden, tag.name)) return tag.isEnd ? void() : SkipTo(tag.name);
-        if (IsOneOf(kParagraphs, tag.name)) return m_lines.BreakTo(2);
-        if (tag.name == "br") return m_lines.Break();
-        if (tag.name == "td" || tag.name == "th") return m_lines.Space();
-        if (tag.name == "a") return tag.isEnd ? EndLink() : BeginLink(tag);
-        if (tag.name == "img") return AddPicture(tag);
-        if (!IsOneOf(kBlocks, tag.name)) return;
+    // A tag, without its brackets.
+    void Apply(std::string_view tag) {
+        const bool isEnd = tag.starts_with('/');
+        if (isEnd) tag.remove_prefix(1);
+        const auto length = std::min(tag.find_first_of(" \t\r\n\f/"), tag.size());
+        const std::string name = text::Lowered(tag.substr(0, length));
+        tag.remove_prefix(length);
+        if (IsOneOf(kHidden, name)) return isEnd ? void() : SkipTo(name);
+        if (IsOneOf(kParagraphs, name)) return m_lines.BreakTo(2);
+        if (name == "br") return m_lines.Break();
+        if (name == "td" || name == "th") return m_lines.Space();
+        if (name == "a") return isEnd ? EndLink() : BeginLink(tag);
+        if (name == "img") return AddPicture(tag);
+        if (!IsOneOf(kBlocks, name)) return;
         m_lines.BreakTo(1);
-        if (tag.name == "li" && !tag.isEnd) m_lines.Add("- ", true);
-        if (tag.name == "hr") m_lines.Add("----------\n", true);
-        if (tag.name == "pre") m_preDepth = tag.isEnd ? 0 : 1;
+        if (name == "li" && !isEnd) m_lines.Add("- ", true);
+        if (name == "hr") m_lines.Add("----------\n", true);
+        if (name == "pre") m_isPreformatted = !isEnd;
     }
 
     // Passes over the content of an element, up to its end or that of the text.
@@ -293,9 +283,9 @@ class HtmlReader {
                                           : m_rest.remove_prefix(m_rest.size());
     }
 
-    void BeginLink(const Tag& tag) {
+    void BeginLink(std::string_view attributes) {
         EndLink();
-        std::string target = Attribute(tag.attributes, "href");
+        std::string target = Attribute(attributes, "href");
         std::erase_if(target, IsSpace);
         const bool isShown = std::ranges::any_of(kShownLinks, [&](std::string_view kind) {
             return text::StartsWithNoCase(target, kind);
@@ -314,8 +304,8 @@ class HtmlReader {
         m_link.clear();
     }
 
-    void AddPicture(const Tag& tag) {
-        const std::string text = Attribute(tag.attributes, "alt");
+    void AddPicture(std::string_view attributes) {
+        const std::string text = Attribute(attributes, "alt");
         if (text.find_first_not_of(kSpace) != kNone) m_lines.Add("[" + text + "]", false);
     }
 
@@ -324,8 +314,7 @@ class HtmlReader {
     std::vector<std::string> m_endless;  // elements of which no end follows
     std::string m_link;
     std::size_t m_linkStart = 0;
-    int m_preDepth = 0;
-    bool m_isQuoteOpen = false, m_isNeverClosed = false;
+    bool m_isPreformatted = false, m_isQuoteOpen = false, m_isNeverClosed = false;
 };
 
 }  // namespace
