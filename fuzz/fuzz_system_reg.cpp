@@ -10,10 +10,6 @@ namespace {
 
 using Place = std::pair<std::u16string, std::u16string>;  // key and name
 
-bool IsSame(const Place& a, const Place& b) {
-    return EqualFolded(a.first, b.first) && EqualFolded(a.second, b.second);
-}
-
 // Each key and name that some line of the text gives, be it the one that counts or not.
 std::vector<Place> PlacesIn(std::string_view text) {
     std::vector<Place> places;
@@ -42,7 +38,7 @@ void CheckWriting(std::string_view text, const std::vector<Place>& places, const
     Require(FindValue(text, key, name) != value || changed == text);
     bool isNew = true;
     for (const Place& other : places) {
-        const bool isOther = !IsSame(other, place);
+        const bool isOther = !EqualFolded(other.first, key) || !EqualFolded(other.second, name);
         isNew = isNew && isOther;
         Require(!isOther || FindValue(changed, other.first, other.second) ==
                                 FindValue(text, other.first, other.second));
