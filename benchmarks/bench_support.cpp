@@ -33,6 +33,14 @@ void Check(bool ok, const char* what) {
     std::exit(1);
 }
 
+void Run(const std::string& command) {
+    Check(std::system(command.c_str()) == 0, command.c_str());
+}
+
+const std::string& Program() {
+    return theProgram;
+}
+
 double Median(std::vector<double> values) {
     std::sort(values.begin(), values.end());
     return values[values.size() / 2];
@@ -44,8 +52,7 @@ const std::string& Folder() {
 
 double PeakKilobytes(const std::string& path) {
     const auto out = theFolder + "/peak";
-    const auto command = theProgram + " --peak '" + path + "' > " + out;
-    Check(std::system(command.c_str()) == 0, "measuring memory");
+    Run(theProgram + " --peak '" + path + "' > " + out);
     double kilobytes = 0;
     std::ifstream(out) >> kilobytes;
     return kilobytes;

@@ -18,6 +18,12 @@ double Seconds(Work work) {
 
 double Median(std::vector<double> values);
 
+// Lets a shell run the command, which must succeed.
+void Run(const std::string& command);
+
+// The path of this program.
+const std::string& Program();
+
 // The folder of RunAll: in memory, so that no disk blurs a comparison.
 const std::string& Folder();
 
