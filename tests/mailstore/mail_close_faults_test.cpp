@@ -67,8 +67,10 @@ class MailCloseFaultsTest : public WritingTest {
         for (const auto& path : machine.files.AllFiles()) used += machine.files.Get(path)->size();
         return used;
     }
+    // On the disk, whatever happens then.
     void ExpectRetryCompletes(bool hasStates = true, bool mayHaveLeftovers = false) {
         EXPECT_EQ(mail->Close(0), RRC_OK);
+        machine.files.Crash();
         EXPECT_EQ(Stored(mayHaveLeftovers) + Queued(), "0123");
         EXPECT_TRUE(!hasStates || States(kOld, mayHaveLeftovers) == "0100101");
     }
@@ -203,8 +205,9 @@ TEST_F(MailCloseFaultsTest, TheDiskIsFull) {
     needed = UsedBytes() - needed;
     int partly = 0;
     std::map<std::string, int> full;  // how often, by the file's message
-    for (std::uint64_t room = 0; room < needed + 200;
-         room += room < 4000 || room + 21000 > needed ? 97 : 20011) {
+    for (std::uint64_t room = 0, step = 97; room < needed + 200; room += step) {
+        if (room > 4000)
+            step = room + 1000 > needed ? 97 : std::min<std::uint64_t>(needed - room - 999, 50021);
         SCOPED_TRACE(room);
         Load();
         machine.files.LimitDisk(UsedBytes() + room);

@@ -198,7 +198,13 @@ TEST_F(MailWriteTest, AfterDeletingAllButHiddenMails) {
     EXPECT_EQ(States(9), "000111");
     mail->m_appInfo.m_bLimitMailSize = 0;
     EXPECT_EQ(mail->DeleteAllRecords(), RRC_OK);
-    EXPECT_EQ(mail->Add({}), "0x00000001/1") << "numbers begin anew";
+    for (const char* why : {"numbers begin anew", "without the state of what had it"}) {
+        EXPECT_EQ(mail->Add({}), "0x00000001/1") << why;
+        EXPECT_EQ(mail->Close(0), RRC_OK);
+        EXPECT_EQ(States(9), "0") << why;
+        mail->Edit("0x00000001", 0x20001);
+        EXPECT_EQ(mail->DeleteAllRecords(), RRC_OK);
+    }
 }
 
 // Without an index a new number could be that of a mail that is there.
