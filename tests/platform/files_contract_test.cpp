@@ -167,6 +167,12 @@ TEST_P(FilesContract, SaysWhatIsInTheWay) {
     }
     EXPECT_EQ(CodeOf(m_files.Open("", OpenMode::kRead, Share::kNone)), ErrorCode::kNotFound);
     EXPECT_EQ(Content("a") + Content("b") + Content("held"), "abheld");
+    const std::string large = std::string(200'000, 'x') + "end";
+    for (const auto& content : {large, std::string("short")}) {
+        Put("a", content);
+        ASSERT_TRUE(platform::CopyInto(m_files, At("a"), At("b")));
+        EXPECT_TRUE(Content("b") == content) << content.size();
+    }
 }
 
 TEST_P(FilesContract, ReadOnlyFilesKeepTheirContent) {
@@ -230,7 +236,9 @@ TEST_P(FilesContract, FoldersAndPlacesOfTheirOwn) {
         EXPECT_EQ(platform::LiesIn(m_files, *path, *second), folder == *second);
         EXPECT_TRUE(folder == *second || m_files.Delete(*path));
     }
-    EXPECT_FALSE(platform::LiesIn(m_files, *first, *first));
+    ASSERT_TRUE(m_files.CreateFolder(*first + "x"));
+    EXPECT_FALSE(platform::LiesIn(m_files, *first, *first) ||
+                 platform::LiesIn(m_files, *first + "x", *first));
     EXPECT_TRUE(m_files.IsFree(*first + m_files.Separator() + "f"));
     EXPECT_FALSE(m_files.IsFree(*first) || m_files.IsFree(*paths.rbegin()));
     EXPECT_FALSE(m_files.CreateTempFile(At("none"), "abc") ||
