@@ -10,30 +10,37 @@
 #include "host/sync/rules.h"
 #include "host/translator/translator_session.h"
 
+// Syncing, previewing and exporting contacts. Paths are native, in UTF-8.
 namespace host::contactsync {
 
 // Eudora's side. `open` makes a session with the address book selected and opened; it is called
 // again whenever the file must be read anew.
 struct EudoraPlace {
     std::function<base::Result<translator::TranslatorSession>()> open;
-    // The nickname file as a native path. With the folder it is the memory's key: to Eudora every
-    // bare folder is C:\Eudora.
+    // The nickname file. This path and that of the folder identify the memory: the Windows path
+    // would not, as every bare folder is C:\Eudora to the module.
     std::string file;
+    // Microsoft's number of the code page of the file's texts.
     unsigned codePage = 1252;
 };
 
+// The two sides of a sync and its rules. The folder of vCards need not exist unless contacts in it
+// are remembered.
 struct SyncOptions : sync::Options {
     EudoraPlace eudora;
     std::string contactsFolder;
 };
 
-// A failure: nothing was touched.
+// Brings both sides into step, after a backup if Eudora's file changes. A failure means that
+// neither side was changed; failures of single contacts are errors of the report. A dry run writes
+// nothing and reports what a run would do.
 base::Result<sync::Report> RunSync(const sync::CommandPlace& place, const SyncOptions& options);
 // What a sync would find and do, without touching anything.
 sync::Preview RunStatus(const sync::CommandPlace& place, const SyncOptions& options);
 
-// Writes all contacts into a native folder, which is made if there is none and must hold no .vcf
-// file. Gives their number.
+// Writes all contacts into a folder, one vCard each. The folder is made if it is missing, but not
+// those above it; kRefused if it holds a .vcf file. Gives the number of contacts. A failure leaves
+// the vCards written before it.
 base::Result<std::size_t> ExportContacts(const sync::CommandPlace& place, const EudoraPlace& from,
                                          const std::string& toFolder);
 

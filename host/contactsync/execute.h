@@ -8,27 +8,34 @@
 #include "host/base/progress.h"
 #include "host/contactsync/plan.h"
 
+// Reading both sides and carrying out a plan on them.
 namespace host::contactsync {
 
-// Carries out a plan; gives a line for each step that failed. `backup` is called before anything
-// else if Eudora's file will change; its failure ends the run before the first change.
+// Carries out a plan; gives a line in UTF-8 for each step that failed. `backup` is called first if
+// Eudora's file will change; its failure ends the run before the first change.
 //
-// The order makes a run that is cut off at any point harmless: what Eudora's file is about to get
-// is remembered first; then the folder changes, additions before changes before removals, contact
-// by contact; then Eudora's file in one step; each pair is remembered when both its sides are
-// done. The next run finds a half-done pair equal on both sides, or one-sided still.
+// The order makes an interrupted run harmless:
+// 1. the intents are remembered: the nicknames that Eudora's file is about to get;
+// 2. the folder changes contact by contact, additions before changes before removals;
+// 3. Eudora's file changes in one step.
+// A pair is remembered once both its sides are done. After an interruption the next run finds the
+// pair equal on both sides, or changed on one side only.
+//
+// A failed step of the folder leaves its contact as it was, and Eudora's side of the pair is passed
+// over. A failed Commit leaves Eudora's file as it was.
 std::vector<std::string> Execute(const Plan& plan, const contacts::Stores& stores,
                                  state::PairMemory& memory,
                                  const std::function<base::Status()>& backup,
                                  base::Progress& progress);
 
-// What the folder's contact holds beyond Eudora's limits, added to what no field shows.
+// A contact of the folder. Its `beyond` counts one more if Eudora cannot hold all of its values.
 base::Result<contacts::StoredContact> ReadFolderContact(const contacts::Stores& stores,
                                                         const std::string& id);
 
-// Both sides as they are now. A contact whose marker is the remembered one is not read: it is as
-// it is remembered, and so is one whose vCard is no regular file any more. kRefused if vCards
-// cannot be read: the first one is named, the others counted.
+// Both sides as they are now. An unchanged marker saves reading the contact: the remembered values
+// stand for it. The same goes for a remembered vCard whose file is no regular file any more. If
+// contacts cannot be read, the failure is the first one's with the number of the others; an
+// unreadable vCard is kRefused.
 base::Result<Sides> LoadSides(const contacts::Stores& stores, const state::Remembered& remembered,
                               base::Progress& progress);
 

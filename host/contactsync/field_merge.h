@@ -2,9 +2,10 @@
 
 #include "host/contactsync/plan.h"
 
+// A three-way merge of one pair: both sides now, and both as they were when last in step.
 namespace host::contactsync {
 
-// The two sides of a pair, and what each could hold of the other.
+// The two sides of a pair, and what each store can hold of the other side's values.
 struct TwoSides {
     TwoSides(const base::Contact& inEudora, const base::Contact& inFolder,
              const contacts::Stores& stores)
@@ -16,14 +17,16 @@ struct TwoSides {
     const base::Contact eudora, folder, folderInEudora, eudoraInFolder;
 };
 
-// The outcome of comparing the two sides of a pair, field by field.
+// The merge, field by field. A field changed on one side goes to the other; a change that the other
+// side cannot hold is none for it. A value that merely lost characters on its way into Eudora
+// counts as equal, and an edit of it in Eudora keeps the lost characters of the folder's value.
 struct Merge {
-    // With `base` null the pair was never in step: an empty field takes the other side's value.
-    // With `keepNicknames` the nicknames are as they shall be.
+    // `base` is what is remembered. Without it an empty field takes the other side's value, and two
+    // different nicknames both stay. `keepNicknames` keeps them in any case.
     Merge(const base::Contact& inEudora, const base::Contact& inFolder,
           const state::RememberedPair* base, bool keepNicknames, const contacts::Stores& stores);
 
-    // Settles the conflicts for one side.
+    // Gives the conflicting fields the values of the winning side; then there is no conflict.
     void Settle(bool folderWins);
 
     const TwoSides now;

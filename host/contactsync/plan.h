@@ -9,6 +9,7 @@
 #include "host/sync/report.h"
 #include "host/sync/rules.h"
 
+// Planning a sync of contacts: no file is read or written here. Texts are UTF-8.
 namespace host::contactsync {
 
 // What is to be done to one side of a pair.
@@ -20,7 +21,7 @@ struct SideAction {
     std::string like = {};       // of an addition: the contact that it is a copy of
 };
 
-// One pair brought into step. If neither side changes only the memory does.
+// One pair brought into step. Without a change of either side only the memory changes.
 struct Step {
     state::Key key = 0;  // of the remembered pair; 0 if it is new
     std::string name;    // what the report calls it
@@ -32,6 +33,7 @@ struct Step {
     std::string renamedTo = {};             // the new nickname, when the step is a rename
 };
 
+// Steps for both sides, and the report of a run in which all of them succeed.
 struct Plan {
     std::vector<Step> steps;  // in the order of the report
     std::vector<state::Intent> intents;
@@ -39,7 +41,8 @@ struct Plan {
     std::optional<std::string> stop;  // why nothing of this may be carried out
     sync::Report report;              // of a run that carries all of it out
 
-    bool IsEmpty() const { return steps.empty() && !dropIntents; }  // of changes of the memory too
+    // Neither a side nor the memory changes.
+    bool IsEmpty() const { return steps.empty() && !dropIntents; }
 };
 
 // What both sides hold now.
@@ -48,8 +51,16 @@ struct Sides {
     std::vector<std::string> passedOver;  // what is no regular file, in words
 };
 
-// What brings both sides into step, from what they hold and what they held when they last were. The
-// stores are only asked what they could hold.
+// The plan that brings both sides into step. The stores only tell what values they can hold or
+// refuse; the caller keeps them.
+// - A contact on one side only is added to the other; its nickname gets a number if it is taken.
+// - A contact deleted on one side is deleted on the other, unless it changed there: then the
+//   preference decides, and without one it is kept.
+// - A field changed on both sides follows the preference; kBoth keeps the older values in a copy of
+//   the contact marked "(older)".
+// - Values that Eudora refuses leave both sides as they are and are reported.
+// `stop` is set if one side is empty although pairs are remembered, or if more contacts would be
+// deleted than the limit allows.
 Plan MakePlan(const Sides& sides, const state::Remembered& remembered,
               const contacts::Stores& stores, const sync::Options& options);
 

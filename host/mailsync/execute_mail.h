@@ -11,6 +11,7 @@
 #include "host/mailsync/load_mail.h"
 #include "host/mailsync/mail_plan.h"
 
+// Carrying out a plan for mails.
 namespace host::mailsync {
 
 // What a plan is carried out on. The objects outlive the call.
@@ -21,7 +22,7 @@ struct MailWork {
     state::MailMemory& memory;
     mail::AttachFolder& attachments;  // of Eudora
     base::Progress& progress;
-    // Reads a file for Eudora; the name is what a refusal calls it.
+    // Turns the bytes of a message into a mail for Eudora; the second text names it in failures.
     std::function<base::Result<mail::NewMail>(std::string_view, const std::string&)> parse;
     // How many mails lie in Eudora's out-box.
     std::function<base::Result<std::size_t>()> queued;
@@ -29,7 +30,7 @@ struct MailWork {
     std::function<base::Status()> backup;
 };
 
-// What becomes of a plan while it is carried out.
+// The results of a plan's steps: what is remembered of them, and what is reported.
 class Ledger {
   public:
     Ledger(const MailPlan& plan, state::MailMemory& memory)
@@ -38,13 +39,17 @@ class Ledger {
     // What the next Save remembers.
     state::MailMemoryChange change;
 
-    // False, with a line in the report, if that failed.
+    // Whether it succeeded. A failure becomes an error of the report: "WHAT: MESSAGE".
     bool Check(const base::Status& status, const std::string& what);
+    // Adds notes on a mail to the report, each with the mail's name in front.
     void Note(const std::string& name, const std::vector<std::string>& notes);
+    // Marks a step of the plan as done; the report tells of those alone.
     void Did(const MailStep& step) { m_done[m_plan.IndexOf(step)] = true; }
     bool HasFailed() const { return m_report.errors.size() > m_plan.report.errors.size(); }
+    // Remembers `change`, durably, and empties it. False, with an error in the report, if that
+    // failed: then nothing of it is remembered.
     bool Save() { return Keep(std::exchange(change, {})).has_value(); }
-    // Saves the `row` of each too; new ones get their keys.
+    // The same with the `row` of each element of the batch; new rows get their keys.
     template <class Batch>
     bool Save(Batch& batch) {
         for (const auto& one : batch) change.put.push_back(one.row);
@@ -53,7 +58,7 @@ class Ledger {
         for (auto at = saved->put.end() - std::ssize(batch); auto& one : batch) one.row = *at++;
         return true;
     }
-    // Tells of the steps that were done.
+    // The report with the changes that were made; the others are counted as undone.
     sync::Report TakeReport();
 
   private:
@@ -66,12 +71,14 @@ class Ledger {
     std::vector<bool> m_done;
 };
 
-// Carries out a plan, the Maildir first. The order makes a run that is cut off at any point
-// harmless, by a kill or by the loss of power: before a batch of mails is composed it is remembered
-// under which names, and before it is delivered with which sizes; what the next run finds of it
-// whole is in step, what it does not is composed again. All other changes can be found half done
-// and are planned again or found to be equal. The memory of finished work is kept only when that
-// work is on the disk.
+// Carries out a plan, the Maildir first. A failed backup ends the run before the first change;
+// after a failure in the Maildir Eudora stays as it is. Failures are errors of the report.
+//
+// The order makes an interrupted run harmless, by a kill or a loss of power. A batch of mails is
+// remembered with its file names before it is composed, and with its sizes before it is delivered.
+// The next run takes a file of full size as delivered and composes any other mail again. All other
+// changes are compared anew by the next run. Finished work is remembered only once it is on the
+// disk.
 sync::Report ExecuteMail(const MailPlan& plan, const MailWork& work);
 
 }  // namespace host::mailsync

@@ -8,28 +8,31 @@
 #include "host/mail/mail_source.h"
 #include "host/mailsync/mail_plan.h"
 
+// Reading both sides of a sync of mails.
 namespace host::mailsync {
 
-// More remembered mails than this that the limits may hide are looked for by one walk instead of
-// one by one.
+// How many mails hidden by Eudora's limits are searched one by one; for more of them one walk over
+// the whole in-box is cheaper.
 inline constexpr std::size_t kMostSearches = 16;
 
-// The Maildir, and the folders of outgoing mails in it: a file in .Outbox is queued in Eudora and
-// goes to .Sent.
+// The Maildir, and its subfolders for outgoing mails: a file in .Outbox is queued in Eudora and
+// moves to .Sent. `maildir` is a native path in UTF-8; `files` and `clock` outlive the object.
 struct MailFolders {
     maildir::Maildir mails, outbox, sent;
 
     MailFolders(platform::Files& files, platform::Clock& clock, const std::string& maildir);
 };
 
-// Both sides as they are now. Mails that are remembered are found whatever the limits hide; of a
-// mail that is known again no more is read than its id, marker and Message-ID.
+// Both sides as they are now. Eudora's limits hide new mails only: remembered ones are searched
+// behind them too. Of a recognised mail only id, marker and Message-ID are read. Single mails and
+// files that cannot be read are listed in `unread`; a failure to list a folder, to walk the in-box,
+// or to look at a file whose delivery was interrupted ends the loading.
 base::Result<MailSides> LoadMailSides(mail::MailSource& source, MailFolders& folders,
                                       const std::vector<state::RememberedMail>& remembered,
                                       base::Progress& progress);
 
-// A fingerprint of what Eudora tells of a mail, but for its id, its read state and its attachment
-// files: the same mail has the same one after its mailbox was built anew.
+// A fingerprint of a mail's sender, recipients, subject, body and date. It does not depend on the
+// id, which changes when Eudora rebuilds its table of contents.
 std::string ContentOf(const mail::Mail& mail);
 
 }  // namespace host::mailsync

@@ -12,6 +12,8 @@
 #include "host/sync/report.h"
 #include "host/sync/rules.h"
 
+// Planning a sync of mails: no file is read or written here. Ids and markers are in the system code
+// page, names in UTF-8, Message-IDs without angle brackets.
 namespace host::mailsync {
 
 // A mail as Eudora has it now.
@@ -30,6 +32,7 @@ struct FolderHead {
     std::string name;
 };
 
+// A file in .Outbox with the name of its mail.
 struct OutgoingFile {
     maildir::MaildirEntry file;
     std::string name;
@@ -41,31 +44,39 @@ struct MailSides {
     std::vector<EudoraHead> eudora;  // in the mailbox's order; each id once
     std::vector<maildir::MaildirEntry> folder;
     std::vector<state::RememberedMail> remembered;
-    // What the files are that nobody remembers, by unique name; drafts only where they may matter.
+    // Files that are not remembered, by unique name. Drafts are among them only if a remembered
+    // file is missing, which a draft could be under a new name.
     std::unordered_map<std::string, FolderHead> foreign;
-    // Files of which a cut-off run delivered a part only, by unique name.
+    // Files that an interrupted run delivered in part, by unique name.
     std::unordered_set<std::string> torn;
     std::vector<OutgoingFile> outgoing;          // in .Outbox
     std::vector<state::RememberedMail> sending;  // what is remembered of those
     std::size_t queued = 0;                      // mails in Eudora's out-box
     // The mails and files that cannot be read, a line each.
     std::vector<std::string> unread;
-    // One of these may be what seems to be gone.
+    // Whether one of the unreadable ones may be a remembered mail or file that seems to be gone.
     bool mayMiss = false;
 };
 
-// What happens to one mail and its file.
-//   In the folder: a new file is added; its flags become those of `row`; it is removed, and the
-//   memory of it; a file of .Outbox that was queued before is filed in .Sent.
-//   In Eudora: the file becomes a mail of the in-box; the mail gets the read state of `row`; it
-//   goes into the Trash, and the memory of it; the file in .Outbox is queued, then filed. In the
-//   memory: the row is put, removed, or removed to be delivered anew (kRedo).
+// One change of a mail or its file, by the side and the verb of `act`:
+//   Folder, kAdd:     a new file is delivered.
+//   Folder, kChange:  the file gets the flags of `row`.
+//   Folder, kRemove:  the file is deleted, and its row.
+//   Folder, kFile:    a file of .Outbox that is queued already moves to .Sent.
+//   Eudora, kAdd:     the file becomes a mail of the in-box.
+//   Eudora, kChange:  the mail gets the read state of `row`.
+//   Eudora, kRemove:  the mail goes into the Trash, and its row is deleted.
+//   Eudora, kQueue:   the file of .Outbox is queued in Eudora's out-box and moves to .Sent.
+//   Memory, kChange:  the row is stored.
+//   Memory, kRemove:  the row is deleted.
+//   Memory, kRedo:    the row of a lost delivery is deleted, and what is left of its file.
 struct MailStep {
     sync::Act act;
     state::RememberedMail row;   // as it is remembered afterwards
     maildir::MaildirEntry file;  // where there is one
 };
 
+// Steps for both sides, and the report of a run in which all of them succeed.
 struct MailPlan {
     std::vector<MailStep> steps;      // mails that are added to the folder in the mailbox's order
     std::optional<std::string> stop;  // why nothing of this may be carried out
@@ -76,32 +87,35 @@ struct MailPlan {
     }
 };
 
-// What a report tells of a step; nothing of one that changes only the memory.
+// The line of a report for a step; nothing for a step that changes only the memory.
 std::optional<sync::Change> Told(const MailStep& step);
 
-// What brings the Maildir and Eudora's in-box into step. A pure function.
-//
-// A mail is known again by its record id, unless its Message-ID says that the id was given to
-// another mail; a mail whose id changed by its Message-ID, or by its content where it has none; a
-// file that is there already, or got another name, by its Message-ID. A mail that vanished from
-// one side vanishes from the other, but for files that are flagged or drafts. A read state has two
-// values: what changed on both sides changed alike, and only where nothing is remembered yet the
-// preference decides; without one a mail that was read anywhere is read. A mail that was removed
-// on one side and whose read state changed on the other waits for a preference. While something
-// cannot be read that may be what is missing, nothing counts as removed.
+// The plan that brings the Maildir and Eudora's in-box into step. A pure function.
+// - Mails are recognised as MatchMails does; a file that is not remembered is recognised by its
+//   Message-ID.
+// - A mail removed on one side is removed on the other, but for files with the flag F or D.
+// - A read state changed on one side goes to the other. For a pair that is not remembered yet the
+//   preference for a side decides; without one the mail is read if it is read anywhere.
+// - A mail removed on one side whose read state changed on the other is a conflict, unless a side
+//   is preferred.
+// - Nothing is removed while `mayMiss` is set; such removals are counted as held.
+// `stop` is set if one side holds none of the remembered mails, or if more would be removed on a
+// side than the limit allows; a limit that was given and suffices permits both.
 MailPlan PlanMail(const MailSides& sides, const sync::Options& options);
 
 // Whether a change marker is that of a read mail.
 bool IsSeen(const std::string& marker);
 
-// Which remembered mail each mail of Eudora's is.
+// The remembered mail of each mail in Eudora.
 struct MailMatching {
     std::vector<std::optional<std::size_t>> rowOf;  // by position in sides.eudora
-    // By position in sides.remembered. Lost: the delivery of a cut-off run left no file, or a
-    // part of one; such a row is no mail's.
+    // By position in sides.remembered. Lost: an interrupted delivery left no file or a part of one;
+    // such a row matches no mail. Gone: Eudora has the mail no more.
     std::vector<bool> isLost, isGone;
 };
 
+// Matches by record id, unless the Message-ID shows that another mail got the id; the rest by
+// Message-ID, or by content if there is none.
 MailMatching MatchMails(const MailSides& sides);
 
 }  // namespace host::mailsync

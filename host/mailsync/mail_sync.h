@@ -11,12 +11,14 @@
 #include "host/sync/rules.h"
 #include "platform/os/files.h"
 
+// Syncing and previewing mails. Paths are native, in UTF-8.
 namespace host::mailsync {
 
+// The two sides of a sync and its rules.
 struct MailSyncOptions : sync::Options {
-    // Makes the in-box ready for reading; called once everything else is known to be in order.
+    // Makes the in-box ready for reading; called once, after the checks of memory and Maildir.
     std::function<base::Result<std::unique_ptr<mail::MailSource>>()> open;
-    // Reads a file for Eudora.
+    // Turns the bytes of a message into a mail for Eudora; the second text names it in failures.
     std::function<base::Result<mail::NewMail>(std::string_view, const std::string&)> parse;
     mail::AttachFolder* attachments = nullptr;  // Eudora's; outlives the run
     std::string inbox;   // In.mbx as a native path: with the Maildir the memory's key
@@ -26,7 +28,9 @@ struct MailSyncOptions : sync::Options {
     std::string maildir;                   // native, without links
 };
 
-// A failure: nothing was touched.
+// Brings both sides into step, after a backup if Eudora's files change. A failure means that
+// neither side was changed; failures of single mails are errors of the report. A dry run writes
+// nothing and reports what a run would do.
 base::Result<sync::Report> RunMailSync(const sync::CommandPlace& place,
                                        const MailSyncOptions& options);
 // What a sync would find and do, without touching anything.

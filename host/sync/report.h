@@ -7,6 +7,8 @@
 #include "host/base/contact.h"
 #include "host/base/failure.h"
 
+// What a sync of contacts or of mails did. All texts are UTF-8 and may hold any characters: they
+// come from mails, vCards and file names.
 namespace host::sync {
 
 // What is done to a contact or a mail, and where. kMemory: only what is remembered changes.
@@ -26,7 +28,7 @@ struct Act {
     bool operator==(const Act&) const = default;
 };
 
-// One contact or mail that changed, or would. Texts are UTF-8; foreign ones hold any characters.
+// One contact or mail that changed, or would.
 struct Change {
     struct OnSide {
         Verb verb = Verb::kNone;
@@ -67,9 +69,12 @@ struct Report {
     std::string limits;       // what Eudora's limits leave out; empty if nothing
     std::vector<std::string> notes;  // what got lost in a mail on its way
 
+    // kFailed with an error, else kConflictsLeft with a conflict or a refusal, else kChangesMade
+    // with a change.
     base::ExitCode Code() const;
-    // Of the changes. `side` is Eudora's or the folder's.
+    // How many changes do `verb` to Eudora or to the folder.
     std::size_t Count(Side side, Verb verb) const;
+    // Whether anything is done to that side.
     bool Changes(Side side) const;
 };
 
