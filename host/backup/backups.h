@@ -8,44 +8,49 @@
 #include "platform/os/clock.h"
 #include "platform/os/files.h"
 
+// Backups of Eudora's files. Paths are native, in UTF-8.
 namespace host::backup {
 
+// One copy.
 struct BackupFile {
     std::string name;    // in the backup's folder
-    std::string origin;  // native path of the file that it is a copy of
+    std::string origin;  // path of the copied file
 };
 
+// One backup, as its manifest backup.json describes it.
 struct Backup {
     std::string id;  // the time it was made, UTC: 20261124-131900
     std::string reason;
     std::vector<BackupFile> files;
-    std::vector<std::string> absent;      // what did not exist then; a restore removes it
-    std::vector<std::string> passedOver;  // just now, of a new one: what is no regular file
+    std::vector<std::string> absent;      // files that did not exist; a restore removes them
+    std::vector<std::string> passedOver;  // what is no regular file; known only of a new backup
 };
 
-// A nickname file and its side file (.toc in any case), which need not exist. Native paths.
+// A nickname file and its table of contents (.toc in any case), which need not exist.
 base::Result<std::vector<std::string>> FilesOfBook(platform::Files& files,
                                                    const std::string& nicknameFile);
 
-// Copies of Eudora's files in folders named by time. A backup counts from the moment when it is
-// complete; one that fails leaves nothing behind, and what a cut-off run left goes with the next.
-// kRefused if the disk has no room for all of it.
+// Copies of files in folders named by time, below `folder`. A backup exists once it is complete: a
+// failed one is removed at once, one of an interrupted run by the next Make. `files` and `clock`
+// outlive the object.
 class Backups {
   public:
     Backups(platform::Files& files, std::string folder, platform::Clock& clock)
         : m_files(files), m_folder(std::move(folder)), m_clock(clock) {}
 
-    // Copies files that need not exist. A restore puts them back in this order.
+    // Copies files that need not exist; a restore puts them back in this order. The copies are on
+    // the disk when this returns. kRefused if the disk has no room for all of them.
     base::Result<Backup> Make(const std::vector<std::string>& origins, const std::string& reason);
     // Removes backups that are older than 30 days and not among the newest 10.
     base::Status Prune();
     // Oldest first.
     base::Result<std::vector<Backup>> List();
-    // Puts the files back, each in one step, after a backup of the present ones, which it gives.
-    // All are copied beside their places before the first takes its own, and what did not exist
-    // then goes last, so that a restore that was cut off is completed by another one.
-    // kRefused for an unknown id. `ready`, if given, is called with the backup when nothing more
-    // has to be checked or copied, before the first file changes; its failure ends the restore.
+    // Puts the files back and gives a backup of those that were in their places. All are copied
+    // beside their places first; then each takes its place in one step; files that did not exist
+    // are removed last. An interrupted restore is completed by another one.
+    // kRefused, with nothing changed, for an unknown id or a place that cannot be written. `ready`,
+    // if given, is called before the first file changes; its failure ends the restore. A failure
+    // after that leaves some files restored and the others as they were.
     base::Result<Backup> Restore(const std::string& id,
                                  const std::function<base::Status(const Backup&)>& ready = nullptr);
 

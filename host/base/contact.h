@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+// Contacts as both sides of a sync know them. Texts are UTF-8.
 namespace host::base {
 
 // The fields of a contact that both sides know, in the order of Eudora's field ids (1 to 7).
@@ -52,24 +53,24 @@ struct Contact {
     bool operator==(const Contact&) const = default;
 };
 
-// A contact in a store. The id is the store's own; the marker is a text that changes whenever the
-// contact does.
+// The identity and the state of a contact in a store. The id is the store's own; the marker changes
+// whenever the contact does.
 struct StoreItem {
     std::string id, marker;
 };
 
 // The form in which values are compared: CR LF and CR become LF, white space at both ends of each
-// line and of the whole goes, and what is no UTF-8 becomes U+FFFD.
+// line and of the whole goes, and bytes that are no UTF-8 become U+FFFD.
 std::string Canonical(std::string_view text);
 
 // The fields that have a value.
 FieldSet NonEmpty(const Contact& contact);
 
-// How a report calls a contact: its nickname, else its name, else its address, else `otherwise`.
+// A contact's name in reports: its nickname, else its name, else its e-mail address, else
+// `otherwise`.
 std::string DisplayName(const Contact& contact, std::string_view otherwise);
 
-// All fields but the nickname as one text, the same for two contacts if these fields are; empty for
-// a contact that has none of them.
+// All fields but the nickname as one text, for comparing contacts; empty if all of them are.
 std::string BeyondNickname(const Contact& contact);
 
 }  // namespace host::base

@@ -6,9 +6,10 @@
 
 #include "platform/os/result.h"
 
+// Failures of the host, and the exit codes that they lead to.
 namespace host::base {
 
-// What kvsync tells the shell that ran it. Commands that only read end with kNothingToDo.
+// kvsync's exit code. Commands that only read end with kNothingToDo.
 enum class ExitCode {
     kNothingToDo = 0,    // done; nothing had to be changed
     kFailed = 1,         // something broke on the way
@@ -18,11 +19,11 @@ enum class ExitCode {
     kConflictsLeft = 5,  // done, but records wait for a decision
 };
 
-// Why something was not done. Texts are UTF-8, for a person, without a line end.
+// Why something was not done. Texts are UTF-8, one line each, for a person.
 struct Failure {
     Failure(ExitCode end, std::string why, std::string help = {}, std::string name = {})
         : exit(end), thing(std::move(name)), what(std::move(why)), advice(std::move(help)) {}
-    // What a call of the system gave; a run that it stops has failed.
+    // A failure of the system; a run that it stops ends with kFailed.
     Failure(const platform::Failure& failure);
 
     ExitCode exit;                            // how a run ends that this stops
@@ -52,12 +53,13 @@ inline Failure RefusedFor(std::string thing, std::string what, std::string advic
     return {ExitCode::kRefused, std::move(what), std::move(advice), std::move(thing)};
 }
 
-// The work began and did not succeed.
+// A failure of work that had begun.
 inline Failure Failed(std::string what, std::string advice = {}) {
     return {ExitCode::kFailed, std::move(what), std::move(advice)};
 }
 
-// Does a piece of work that can take much memory: where memory runs out, that is its failure.
+// Runs work that can take much memory, and turns a lack of memory into a failure. `work` gives a
+// Result.
 template <class Work>
 auto OrOutOfMemory(const Work& work) -> decltype(work()) {
     try {

@@ -8,13 +8,13 @@
 
 namespace host::base {
 
-// The only way out of kvsync, which tools/check_layers.sh sees to. Texts are UTF-8 from anywhere:
-// file names, mails, vCards, the command line. A character that would drive the terminal or turn
-// the order of the text around is shown, and a line stays one line.
+// All output of kvsync goes through here; tools/check_layers.sh checks it. Texts are UTF-8 from any
+// source: file names, mails, vCards, the command line. Control characters and marks for the
+// direction of text are printed as visible characters, and a line stays one line.
 
-// One line on standard output, there when this returns. False once nobody takes it any more.
+// One line on standard output, flushed. False once output has failed, as on a closed pipe.
 bool PrintLine(std::string_view text);
-// Lines on standard output, whose line ends and tabs stay; the last one is ended if it is not.
+// Lines on standard output; line ends and tabs stay, and the last line gets an end if it has none.
 void PrintText(std::string_view text);
 // False once a part of the output has been lost, as on a full disk.
 bool OutputIsWhole();
@@ -22,23 +22,23 @@ bool OutputIsWhole();
 void PrintError(std::string_view text);
 // One line of the log on standard error.
 void PrintLog(std::string_view text);
-// The line on standard error that the next one replaces; an empty one takes it away.
+// A line on standard error that the next one replaces; an empty one removes it.
 void ShowProgress(std::string_view text);
 
-// The text with each character that would drive the terminal or turn the order of text around, and
-// each byte that is no UTF-8, replaced by one that can be seen; line ends and tabs stay.
+// The text with control characters, marks for the direction of text and bytes that are no UTF-8
+// replaced by visible characters; line ends and tabs stay.
 std::string Visible(std::string_view text);
 // The same, with line ends and tabs replaced too.
 std::string OneLine(std::string_view text);
-// JSON on one line, or indented, of texts that may hold anything: bytes that are no UTF-8 become
-// U+FFFD, and what would drive a terminal stands as an escape.
+// JSON on one line, or indented by so many blanks. Bytes that are no UTF-8 become U+FFFD; control
+// characters and marks for the direction of text are escapes.
 std::string JsonText(const nlohmann::ordered_json& json, int indent = -1);
 
-// In columns of the terminal; East Asian characters take two.
+// The width of a text in columns of the terminal; East Asian characters take two.
 std::size_t Width(const std::string& text);
-// With blanks up to that width.
+// The text with blanks up to that width.
 std::string Padded(std::string text, std::size_t width);
-// Cut at a whole character to that width at most, then padded.
+// The text cut at a whole character to that width, then padded.
 std::string Column(const std::string& text, std::size_t width);
 
 }  // namespace host::base

@@ -6,9 +6,10 @@
 #include "host/base/failure.h"
 #include "platform/os/files.h"
 
+// Native paths, in UTF-8, and texts of the module's code page.
 namespace host::base {
 
-// Native paths in UTF-8 and the standard library's path class.
+// Between native paths in UTF-8 and the standard library's path class.
 std::filesystem::path ToPath(const std::string& utf8);
 std::string FromPath(const std::filesystem::path& path);
 
@@ -20,17 +21,18 @@ std::string ToUtf8(std::string_view text);
 // `lossy`, if given, says whether the code page lacks a character.
 std::string FromUtf8(std::string_view text, bool* lossy = nullptr);
 
-// Makes the folder and those above it.
+// Makes the folder and those above it, in the path form of `files`. A failure leaves those that
+// were made before it.
 base::Status MakeFolders(platform::Files& files, const std::string& folder);
-// The same for a native folder of kvsync's own; kRefused with the way out.
+// The same for a native folder of kvsync's own; a failure is kRefused, with advice.
 base::Status MakeOwnFolders(const std::string& folder);
 inline constexpr const char* kMakeWritable =
     "give yourself write permission there, or set XDG_STATE_HOME to another folder";
 
-// kRefused, naming it as `what`, unless it is there and can be read.
+// kRefused unless the native folder exists and can be listed. `what` names it in the failure.
 base::Status CheckFolder(const std::string& folder, const std::string& what);
 
-// The path without its last name; empty if it has one name only.
+// The path without its last name and the separator; empty if there is no separator.
 std::string ParentFolder(platform::Files& files, const std::string& path);
 
 }  // namespace host::base

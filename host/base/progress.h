@@ -14,7 +14,7 @@ class Progress {
     Progress(platform::Clock& clock, std::function<void(const std::string&)> show)
         : m_clock(clock), m_show(std::move(show)), m_next(clock.Now() + std::chrono::seconds(1)) {}
 
-    // `total` is 0 where nobody knows how many there are.
+    // Shows "WHAT DONE of TOTAL"; a total of 0 is unknown and left out.
     void Step(const char* what, std::size_t done, std::size_t total = 0) {
         if (!m_show || m_clock.Now() < m_next) return;
         m_next = m_clock.Now() + std::chrono::milliseconds(200);

@@ -9,48 +9,53 @@
 #include "host/base/contact.h"
 #include "host/base/failure.h"
 
+// The interface of both sides of a contact sync. Texts are UTF-8.
 namespace host::contacts {
 
+// A contact as a store holds it.
 struct StoredContact {
     base::StoreItem item;
     base::Contact contact;
     std::string uid;       // of a vCard; empty where there is none
-    int beyond = 0;        // things in it that no field shows
-    bool isPerson = true;  // false for an entry that is no contact: it is left alone
+    int beyond = 0;        // how many things in it no field shows
+    bool isPerson = true;  // false for a group and the like, which a sync leaves alone
 };
 
-// One side of a synchronisation. Reading gives what the store held at the last List or Commit.
+// One side of a sync. Calls other than List, ChangedAt, Hold and Nickname need an earlier List. A
+// failed change leaves the contact as it was.
 class ContactStore {
   public:
     virtual ~ContactStore() = default;
 
+    // All contacts, in the store's order.
     virtual base::Result<std::vector<base::StoreItem>> List() = 0;
+    // One of them, with its present marker.
     virtual base::Result<StoredContact> Read(const std::string& id) = 0;
-    // When a contact that was listed so was last changed, as far as the store knows.
+    // The time of a contact's last change; nothing if the store does not know it.
     virtual std::optional<std::chrono::system_clock::time_point> ChangedAt(
         const base::StoreItem& item) const = 0;
 
-    // What the store would hold of these values. Characters stand for characters: where the store
-    // lacks one, another one stands.
+    // The values as the store can hold them. A character that it lacks becomes another one, so that
+    // positions in the text mostly stay.
     virtual base::Contact Hold(const base::Contact& contact) const = 0;
-    // Why the store would refuse these values (only the fields `which`), if it would.
+    // The reason to refuse these values (only the fields `which`); nothing if they are acceptable.
     virtual std::optional<std::string> Refusal(const base::Contact&, base::FieldSet) { return {}; }
 
-    // A nickname made of both, cut so that the store can hold it.
+    // `base` and `suffix` as one nickname; `base` is cut where the store's limit needs it.
     virtual std::string Nickname(const std::string& base, const std::string& suffix) const {
         return base + suffix;
     }
 
-    // Adds a contact with the non-empty values; as a copy of the contact `like` with other values
-    // if that is not empty. Gives its id.
+    // Adds a contact with these values and gives its id. `like`, if not empty, is the id of a
+    // contact whose other properties the new one gets, where the store has any.
     virtual base::Result<std::string> Add(const base::Contact& values, const std::string& like) = 0;
-    // Changes the fields `which`; fails if the contact is no longer as `known` says, where the
-    // store can tell. Gives the id, which may be a new one.
+    // Changes the fields `which` and gives the id, which may be a new one. Fails if the contact has
+    // changed since `known`, where the store can tell; so does Remove.
     virtual base::Result<std::string> Change(const base::StoreItem& known,
                                              const base::Contact& values, base::FieldSet which) = 0;
     virtual base::Status Remove(const base::StoreItem& known) = 0;
-    // Makes the changes since the last Commit durable, all or none, in a store that collects them;
-    // other stores have done so at each change.
+    // Writes the changes since the last Commit, all or none, in a store that collects them. Other
+    // stores make each change durable at once.
     virtual base::Status Commit() { return {}; }
 };
 

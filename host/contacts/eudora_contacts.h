@@ -9,6 +9,7 @@
 #include "host/contacts/contact_store.h"
 #include "host/translator/translator_session.h"
 
+// Eudora's side of a contact sync. Texts are UTF-8, code pages Microsoft's numbers.
 namespace host::contacts {
 
 // The most bytes that a nickname may have in the system code page.
@@ -23,12 +24,14 @@ base::Contact HoldInEudora(const base::Contact& contact, unsigned codePage);
 std::string NicknameWithSuffix(const std::string& base, const std::string& suffix,
                                unsigned codePage);
 
-// Eudora's address book through the translator. Ids are nicknames in UTF-8. Changes are collected
-// until Commit, which has the file rewritten as a whole and opens it anew, so that what is read
-// afterwards is what the file says.
+// Eudora's address book through the translator. An id is the nickname in UTF-8, or "bytes:" and
+// hexadecimal digits if the nickname is no text of the code page. The marker is the module's check
+// sum. Changes wait in the session until Commit, which rewrites the file as a whole and opens it
+// anew; without a Commit they are lost.
 class EudoraContacts : public ContactStore {
   public:
-    // `open` gives a session with the address book selected and opened.
+    // `open` gives a session with the address book selected and opened. `fileTime`, the time of the
+    // nickname file, is the time of change of every contact.
     EudoraContacts(std::function<base::Result<translator::TranslatorSession>()> open,
                    unsigned codePage, std::optional<std::chrono::system_clock::time_point> fileTime)
         : m_open(std::move(open)), m_codePage(codePage), m_fileTime(fileTime) {}

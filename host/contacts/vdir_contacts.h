@@ -8,14 +8,16 @@
 #include "platform/os/clock.h"
 #include "platform/os/files.h"
 
+// The folder's side of a contact sync. Paths are native, in UTF-8.
 namespace host::contacts {
 
-// A folder with one vCard in each file *.vcf; everything else in it is left alone. The id is the
-// file's name, the marker its size and time. Each change is made in a side file, whose name other
-// programs pass over, and takes effect in one step.
+// A folder with one vCard in each file *.vcf; hidden and other files are left alone. An id is the
+// file's name; a marker is its size in bytes and its time in nanoseconds. Each change is written to
+// a hidden side file and takes effect in one step; side files of interrupted runs are removed.
 class VdirContacts : public ContactStore {
   public:
-    // `newUid` gives a new unique name of letters, digits and hyphens at each call.
+    // `newUid` gives a new unique name of letters, digits and hyphens at each call. `files` and
+    // `clock` outlive the store.
     VdirContacts(platform::Files& files, std::string folder, platform::Clock& clock,
                  std::function<std::string()> newUid)
         : m_files(files),
@@ -23,10 +25,11 @@ class VdirContacts : public ContactStore {
           m_clock(clock),
           m_newUid(std::move(newUid)) {}
 
-    // A folder that is not there counts as empty; the first change makes it. What is no regular
-    // file is listed, but Read gives kNotRegular.
+    // A missing folder counts as empty; the first Add makes it. What is no regular file is listed,
+    // and Read gives kNotRegular for it.
     base::Result<std::vector<base::StoreItem>> List() override;
-    // kRefused, with file and line, for what is no single vCard.
+    // kRefused, with file and line, for a file that is not exactly one vCard of version 3.0 or 4.0;
+    // kTooLarge above 64 MB.
     base::Result<StoredContact> Read(const std::string& id) override;
     std::optional<std::chrono::system_clock::time_point> ChangedAt(
         const base::StoreItem& item) const override;

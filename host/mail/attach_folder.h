@@ -10,11 +10,12 @@
 #include "host/mail/mail.h"
 #include "platform/os/files.h"
 
+// The two folders through which attachments go into Eudora.
 namespace host::mail {
 
-// The folder in which Eudora keeps attachments. The translator gives a copy of a name that is taken
-// another one, which grows with each copy of that name until none fits; so it is handed names that
-// are free.
+// The folder in which Eudora keeps attachments. The translator lengthens a name that is taken with
+// each copy, until none fits; so this object chooses free names for the copies. Names are in the
+// system code page.
 class AttachFolder {
   public:
     // `folder` is a Windows path in that code page, which `files` takes like those of attachments,
@@ -26,8 +27,9 @@ class AttachFolder {
     // folder is listed once.
     void ChooseNames(std::vector<NewAttachment>& attachments);
 
-    // Removes the copies that a run which was cut off made, as far as it got, of these attachments
-    // under these names, and the attachments themselves. A copy that holds anything else stays.
+    // Removes the copies, whole or in part, that an interrupted run made of these attachments under
+    // these names, and the attachments' own files. A copy with other content stays. Failures are
+    // ignored.
     void TakeBack(const std::vector<std::string>& names,
                   const std::vector<NewAttachment>& attachments);
 
@@ -45,11 +47,11 @@ class AttachFolder {
 };
 
 // A private folder with a name that nobody can guess, in the temporary folder of the module's
-// machine, for files on their way into Eudora. It goes, with what is left in it, when this does.
+// machine, for files on their way into Eudora. The destructor removes it with its files.
 class IncomingFolder {
   public:
-    // `key` tells runs on different Eudoras apart; what an earlier run with the same key left is
-    // removed, so one run at a time may use it.
+    // `key` is a part of the name that is the same for each run on one Eudora. Folders of earlier
+    // runs with this key are removed, so only one run at a time may use it.
     static base::Result<std::unique_ptr<IncomingFolder>> Create(const std::string& key);
     ~IncomingFolder();
     IncomingFolder(const IncomingFolder&) = delete;

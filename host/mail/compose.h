@@ -12,23 +12,26 @@
 #include "platform/os/clock.h"
 #include "platform/os/files.h"
 
+// Composing mails of Eudora as Internet messages (RFC 5322, RFC 2045 to 2047, RFC 2231, RFC 3676).
 namespace host::mail {
 
-// Takes a message piece by piece; its failure ends the making of it.
+// Takes a message piece by piece; its failure ends the composing.
 using MessageSink = std::function<base::Status(std::string_view)>;
 
-// The mail as an Internet message (RFC 5322 with MIME, LF line ends) that shows all that a person
-// could see in Eudora: header fields in UTF-8 as encoded words, the text as text/plain, flowed or
-// HTML as it is marked, attachments with names and types. The same mail gives the same bytes, on
-// every system. `offset` is the local time's difference to UTC in seconds at the mail's date. A
-// missing attachment file, and each note of the mail, becomes a line in a text part of its own at
-// the end. No attachment is in memory as a whole.
+// Composes the mail as an Internet message with LF line ends. The same mail gives the same bytes on
+// every system.
+// - Header fields are UTF-8 in encoded words where they need it.
+// - The text is text/plain, flowed, HTML or enriched, as Eudora's marks say.
+// - Attachments are read from `files` in pieces and have names and types.
+// - A missing attachment file, and each note of the mail, is a line of a last text part.
+// `offset` is the local time's difference to UTC at the mail's date. After a failure the sink has
+// got a part of the message.
 base::Status ComposeMail(platform::Files& files, const Mail& mail, std::chrono::seconds offset,
                          const MessageSink& sink);
 
-// Composes a mail into the tmp folder of a Maildir, under a name of that Maildir's, and gives its
-// size. After a failure nothing is there; `isMailAtFault` tells one of the mail from one of the
-// Maildir, which other mails would meet, too.
+// Composes a mail into the tmp folder of a Maildir, under a name that the Maildir gave, and gives
+// its size in bytes. A failure leaves no file; `isMailAtFault` says that the mail caused it and not
+// the Maildir, so that other mails can still be composed.
 base::Result<std::uint64_t> ComposeInto(maildir::Maildir& maildir, const std::string& unique,
                                         platform::Files& files, platform::Clock& clock,
                                         const Mail& mail, bool& isMailAtFault);

@@ -5,6 +5,8 @@
 
 #include "text/utf.h"
 
+// Header texts of Internet messages (RFC 2047) in UTF-8. Charsets have their Internet names, code
+// pages Microsoft's numbers.
 namespace host::mail {
 
 // Text of a charset as UTF-8; what is none becomes U+FFFD. A charset that is missing or not known

@@ -11,14 +11,15 @@
 #include "host/translator/in_box.h"
 #include "host/translator/translator_session.h"
 
+// The mail source behind every command: Eudora's in-box through the translator.
 namespace host::mail {
 
 // Eudora's in-box through an opened translator session.
 class EudoraMails : public MailSource {
   public:
-    // The session outlives this. Walks see what its limits let pass; they are not lifted.
+    // The session outlives this object. Walks stay within its limits.
     explicit EudoraMails(translator::TranslatorSession& session) : m_session(session) {}
-    // Opens the session, for which `selection` was selected. The limits are read from it; no
+    // Takes over a session in which `selection` was selected, opens it and reads its limits. No
     // settings are saved.
     static base::Result<std::unique_ptr<MailSource>> Open(translator::TranslatorSession session,
                                                           const std::string& selection);
@@ -28,9 +29,8 @@ class EudoraMails : public MailSource {
     }
     std::string Limits() const override;
     base::Status Walk(Reach reach, const Visit& visit) override;
-    // Makes a mail the current one; false if it is gone. The translator tells a mail that is gone
-    // from a fault by its message alone: the one that it gives for an id that no mail can have,
-    // while the mailbox can be read.
+    // Makes a mail the current one; false if it is gone. The translator's result is the same for a
+    // missing mail and a fault; the message that it gives for an impossible id tells them apart.
     base::Result<bool> GoTo(const std::string& id);
     base::Result<std::optional<MailHead>> Find(const std::string& id) override;
     std::optional<std::string> MessageId() override;

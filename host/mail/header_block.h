@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-// Fields of a message's header, lines folded. Nothing in a text of UTF-8 can end its field, and a
-// field whose text is missing or empty is left out.
+// Writing the header of an Internet message (RFC 5322, RFC 2047): UTF-8 in, folded ASCII lines with
+// LF ends out. No text can end its field or begin another one. A field without text is left out.
 namespace host::mail {
 
 // A text of any characters.

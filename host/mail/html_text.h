@@ -3,15 +3,15 @@
 #include <string>
 #include <string_view>
 
+// Formatted mail texts as plain text. Both texts are UTF-8; the time is linear in their length.
 namespace host::mail {
 
-// What an HTML text (UTF-8) says, as plain text with LF line ends: paragraphs, list points and
-// table rows on lines of their own, links behind their texts as "<https://...>" unless the text is
-// the link, pictures by their alternative texts. Scripts, styles, comments and tags are dropped.
-// Takes time in proportion to the text, whatever it holds.
+// HTML as plain text with LF line ends. Paragraphs, list points and table rows have lines of their
+// own. A link stands behind its text as "<https://...>", unless the text shows it; a picture is its
+// alternative text. Scripts, styles, comments and tags are dropped.
 std::string TextOfHtml(std::string_view html);
 
-// The same of text/enriched (RFC 1896).
+// text/enriched (RFC 1896) without its commands.
 std::string TextOfEnriched(std::string_view enriched);
 
 }  // namespace host::mail

@@ -7,15 +7,16 @@
 #include <string_view>
 #include <vector>
 
-// Mails as they are told, in both directions. Texts are UTF-8 unless stated.
+// Mails on their way out of Eudora (Mail) and into it (NewMail). Texts are UTF-8 unless stated.
 namespace host::mail {
 
+// A file that came with a mail.
 struct MailAttachment {
     std::string name;  // as Eudora shows it
-    std::string path;  // native; a copy that is there until the session is closed
+    std::string path;  // native, UTF-8; a copy of the session's, there until it is closed
 };
 
-// What the translator told of one mail; nothing for a field without value.
+// One mail as the translator gives it; nothing for a field without value.
 struct Mail {
     std::string id;      // the record id, system code page
     std::string marker;  // changes with the read state alone
@@ -28,25 +29,27 @@ struct Mail {
     std::vector<std::string> notes;  // fields that could not be read, and why
 };
 
+// A mail's status, in the translator's numbers.
 inline constexpr std::uint32_t kStatusUnread = 1;
 inline constexpr std::uint32_t kStatusRead = 0x20001;
 inline constexpr std::uint32_t kStatusToSend = 2;
 inline constexpr std::uint32_t kStatusSent = 4;
 
-// Somebody who gets a mail. Without line ends and other control characters; the address is never
-// empty, the name often is.
+// A recipient of a mail. Neither text has control characters; the address is never empty, the name
+// often is.
 struct Recipient {
     std::string name, address;
 };
 
+// A file that goes into Eudora with a mail.
 struct NewAttachment {
     std::string name;             // a plain file name, system code page
-    std::string path;             // as the module takes it; a file of ours, gone when stored
-    std::string copyName = name;  // of the copy in Eudora's folder, where it is free
+    std::string path;             // Windows path of our own file; the module deletes it once stored
+    std::string copyName = name;  // of the copy in Eudora's folder, if it is free there
 };
 
 // A mail on its way into Eudora. Texts are in the system code page and fit the translator's fields:
-// no zero bytes, one line but for the body, whose line ends are CR LF without one at its end.
+// no zero bytes, and one line each. The body has CR LF line ends and none behind the last line.
 struct NewMail {
     std::string from;  // empty if the mail does not tell
     std::vector<Recipient> to, cc, bcc;
@@ -59,33 +62,31 @@ struct NewMail {
     std::vector<std::string> notes;  // what else was left out or cut, a line each; UTF-8
 };
 
-// What a report calls a mail: "SUBJECT from SENDER" in one line, without anything that moves a
-// terminal's cursor.
+// The name of a mail in reports: "SUBJECT from SENDER" in one line without control characters.
 std::string MailName(std::string subject, std::string from);
 
-// Recipients as a field text ("; " between them, names in quotes where they need them), for a mail
-// that is stored; a semicolon in a name becomes a blank, since each one separates.
+// Recipients as a field text for a mail that is stored: "; " between them, names in quotes where
+// they need them. A semicolon in a name becomes a blank, as it separates recipients.
 std::string StoredRecipients(const std::vector<Recipient>& recipients);
-// The same for a mail that is sent, where a comma separates as well and a blank stays.
+// The same for a mail that is sent: ";" between them, and a comma in a name becomes a blank too.
 std::string OutgoingRecipients(const std::vector<Recipient>& recipients);
 
-// The Message-ID that a mail has outside Eudora, without its angle brackets: its own where it has
-// one that a header can hold. A mail without one is known to Eudora by its place alone (its index
-// id, not the same mail in another mailbox), so it gets one made of that and of what is told of it:
-// the same at each run, another for another mail.
+// The Message-ID of a mail outside Eudora, without angle brackets. A mail keeps its own if a header
+// can hold it. Any other gets one made of its index id and a fingerprint of sender, recipients,
+// subject, date and size: the same at each run, and different for different mails.
 std::string MessageIdOf(const Mail& mail);
 
-// Whether a text is the id by which Eudora knows a mail: "0x" and eight upper-case hexadecimal
+// Whether a text is an index id, the id of a mail in Eudora: "0x" and eight upper-case hexadecimal
 // digits.
 bool IsIndexId(std::string_view id);
 
 // Whether a mail can keep its Message-ID on its way: a header can hold it, and it is no index id.
 bool CanKeepMessageId(std::string_view id);
 
-// 64 bits as 16 hexadecimal digits that differ for different texts, but not for a person's
-// purpose.
+// A hash of 64 bits (FNV-1a) as 16 hexadecimal digits. It tells texts apart, but an attacker can
+// find two texts with the same one.
 std::string Fingerprint(std::string_view text);
-// Of the pieces as one text.
+// The fingerprint of the pieces joined.
 std::string Fingerprint(std::span<const std::string_view> pieces);
 
 }  // namespace host::mail

@@ -8,12 +8,13 @@
 #include "host/base/failure.h"
 #include "host/mail/mail_text.h"
 
+// Taking foreign Internet messages apart (RFC 5322, RFC 2045 to 2047). All views point into the
+// message, which outlives them.
 namespace host::mail {
 
-// A message or a part of one, as it stands: the lines of its header and what comes below. These are
-// found here and not by GMime's parser, which drops what stands in a header and is no field, parts
-// without a header among it, gives attached mails back rewritten, and whose need of memory and of
-// stack a hostile header decides (docs/architecture.md).
+// The header lines of a message or part, and its body, as they stand. GMime's parser is not used
+// for this: it drops header lines that are no fields, rewrites attached mails, and lets a hostile
+// header decide how much memory and stack it takes (docs/architecture.md).
 struct Entity {
     std::string_view header, body;
 };
@@ -22,7 +23,7 @@ struct Entity {
 Entity SplitEntity(std::string_view bytes);
 
 // The value of the first field of that name, its lines joined, blanks at both ends gone; empty if
-// there is none. A value longer than a sane one is cut.
+// there is none. It is cut at 64 KB.
 std::string FieldValue(const Entity& entity, std::string_view name);
 // The values of all fields of that name, ", " between them.
 std::string FieldValues(const Entity& entity, std::string_view name);
@@ -39,7 +40,7 @@ struct FilePart {
 struct ReadParts {
     std::vector<TextPiece> texts;  // one after the other, UTF-8
     std::vector<FilePart> files;
-    bool isTooComplex = false;  // parts without number or depth: not all of it is here
+    bool isTooComplex = false;  // more than 500 parts, or 30 levels: the rest is missing
 };
 
 // `codePage` is that of texts without a charset.

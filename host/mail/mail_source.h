@@ -8,8 +8,10 @@
 #include "host/base/failure.h"
 #include "host/mail/mail.h"
 
+// The interface through which commands and syncs see Eudora's mails.
 namespace host::mail {
 
+// Identity and state of a mail.
 struct MailHead {
     std::string id;
     std::string marker;  // empty: the mail cannot be read, and Read tells why
@@ -18,6 +20,7 @@ struct MailHead {
 // Which parts of a mail are read: attachments cost a copy of each file.
 enum class MailParts { kAll, kWithoutAttachments, kWithoutBody, kHeader };
 
+// Which mails a walk visits: those within Eudora's limits of age and size, or all.
 enum class Reach { kWithinLimits, kAll };
 
 // Eudora's in-box: a walk, one current mail, and changes. Ids and markers are in the system code
@@ -49,7 +52,7 @@ class MailSource {
     // nothing can be read, the failure names the mail by what can.
     virtual base::Result<Mail> Read(MailParts parts) = 0;
 
-    // The changes below but Remove, which works at once, wait until Finish.
+    // Remove works at once; the other changes wait in memory until Finish.
 
     // Puts a mail into the in-box, unread or read (kStatusUnread, kStatusRead). Its attachment
     // files are gone afterwards. Gives the id and the marker that it will have. A mail that names

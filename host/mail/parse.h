@@ -9,13 +9,15 @@
 #include "platform/os/clock.h"
 #include "platform/os/files.h"
 
+// Turning foreign Internet messages into mails for Eudora (RFC 5322, RFC 2045 to 2047, RFC 2231).
 namespace host::mail {
 
 inline constexpr std::uint64_t kLargestMessage = std::uint64_t{256} << 20;  // bytes
 
+// What reading a message needs. The objects outlive the call.
 struct ParsePlace {
-    platform::Files& files;  // takes `folder`; the mail's own are the module's
-    std::string folder;      // exists; the attachments become files in it
+    platform::Files& files;  // takes Windows paths in the system code page, as the module does
+    std::string folder;      // of these files; exists; the attachments become files in it
     unsigned codePage;       // of the texts
     platform::Clock& clock;  // of the local time
 };
@@ -24,19 +26,19 @@ struct ParsePlace {
 // same.
 base::Status CanParseMail();
 
-// Reads an Internet message of any kind, also damaged, malicious or empty, in time and memory that
-// its size bounds. `name` is what a refusal calls it: kRefused for one above kLargestMessage; other
-// failures are those of the files. After a failure the folder holds no file of this mail.
+// Reads any Internet message, also a damaged, malicious or empty one; time and memory are bounded
+// by its size. kRefused, with `name`, above kLargestMessage; other failures are those of the files.
+// After a failure the folder holds no file of this mail; else the caller owns the files.
 //
-// The text is the plain text where there is one, flowed as it was, else what the HTML says. Files,
-// pictures and attached mails (as .eml) become attachments with plain names. Lines that Eudora
-// would take for its own marks (attachment lines, separators, <x-html>) are made harmless by a
-// blank; those that ComposeMail wrote come back as Eudora's marks. A text too long for Eudora is
-// cut, and its whole is an attachment.
+// The text is the plain text if there is one, else the HTML's. Files, pictures and attached mails
+// (as .eml) become attachments with plain names. A blank keeps Eudora from taking foreign lines for
+// its own marks (attachment lines, separators, <x-html>); parts that ComposeMail marked get
+// Eudora's marks back. A text above 16 MB is cut, and its whole is an attachment.
 base::Result<NewMail> ParseMail(std::string_view bytes, const ParsePlace& place,
                                 const std::string& name);
 
-// The Message-ID of a message by the same rule, without reading the rest.
+// The Message-ID that ParseMail would give a message, without angle brackets: its own, or one made
+// of a fingerprint of its bytes. A build without a MIME library gives its own or the empty text.
 std::string MessageIdForEudora(std::string_view bytes);
 
 }  // namespace host::mail

@@ -8,7 +8,8 @@
 #include "host/base/contact.h"
 #include "host/base/failure.h"
 
-// What lasts from one run to the next.
+// The memory of a sync: both sides as they were when last in step. Names and values are UTF-8. Ids
+// and markers are the stores' own bytes: of contacts UTF-8, of mails in the system code page.
 namespace host::state {
 
 using Key = std::int64_t;  // of a row in the memory; 0 of what is not remembered yet
@@ -24,28 +25,30 @@ struct RememberedPair {
     Key key = 0;
     RememberedSide eudora, folder;
     std::string uid;
-    int beyond = 0;  // what the vCard holds that no field shows
+    int beyond = 0;  // properties of the vCard that no field shows
 };
 
-// What a run is about to write into Eudora's file: that the vCard becomes the contact `newId`,
-// which was `oldId` before (empty: a new one). A run that follows one which was cut off tells by
-// it what belongs together.
+// A nickname that a run is about to write into Eudora's file: the contact of the vCard `folderId`
+// gets the id `newId` in place of `oldId` (empty for a new contact). After an interruption the next
+// run pairs the two by it.
 struct Intent {
     std::string oldId, newId, folderId;
 };
 
+// All that is remembered of one address book and one folder.
 struct Remembered {
     std::vector<RememberedPair> pairs;
     std::vector<Intent> intents;
 };
 
+// A change of the memory, made in one step.
 struct MemoryChange {
     std::vector<RememberedPair> put;  // key 0 adds, another key replaces
     std::vector<Key> forget;
     std::optional<std::vector<Intent>> intents;  // replaces all, if given
 };
 
-// What a remembered mail is to the two sides.
+// How far a remembered mail has come. The numbers stand in the state file.
 enum class MailLink {
     kInStep = 0,
     kPending = 1,  // its file was about to be delivered: whole, torn or not there
@@ -63,31 +66,33 @@ struct RememberedMail {
     std::string messageId;   // Eudora's, without angle brackets; empty for none
     std::string unique;      // the file's name without its flags
     std::string flags;       // the file's
-    // Of the file as it was delivered, 0 for one that was there before; of kSending the number of
-    // mails in Eudora's out-box before.
+    // Bytes of the delivered file; 0 for a file that was there before. With kSending: the number of
+    // mails in Eudora's out-box before the mail was queued.
     std::uint64_t size = 0;
-    // A fingerprint of what Eudora tells; empty if it was never read. Of kAdding and kSending the
-    // names of the copies of its attachments, with line ends between them.
+    // The mail's ContentOf; empty if it was never read. With kAdding and kSending: the names of the
+    // copies of its attachments, each ended by LF.
     std::string content;
     std::string name;  // what a report calls it
     // The Message-ID that its file has; empty in a memory of an earlier version.
     std::string fileId;
 };
 
+// A change of the memory of mails, made in one step.
 struct MailMemoryChange {
     std::vector<RememberedMail> put;  // key 0 adds, another key replaces
     std::vector<Key> forget;
     bool settle = false;  // all that are pending are in step
 };
 
-// What is remembered of one address book with one folder, or of one in-box with one Maildir.
+// The memory of one address book with one folder, or of one in-box with one Maildir.
 template <class Content, class Change>
 class Memory {
   public:
     virtual ~Memory() = default;
-    // In the order in which it was added.
+    // Everything, oldest first; empty if nothing was ever saved.
     virtual base::Result<Content> Load() = 0;
-    // All of it or nothing; durable when this returns. What was added gets its key.
+    // Makes the change as a whole or, after a failure, not at all; durable when this returns. Added
+    // rows get their keys.
     virtual base::Status Save(Change& change) = 0;
     base::Status Save(Change&& change) { return Save(change); }
 };

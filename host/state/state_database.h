@@ -9,22 +9,24 @@
 #include "host/base/failure.h"
 #include "platform/os/files.h"
 
+// The state file as a database, with its versions and faults. Paths are native, in UTF-8.
 namespace host::state {
 
-// The SQLite file that holds all memories. Without `mayWrite` nothing is written and a missing or
-// empty file gives null; with it the file is made and brought to the present version, and nobody
-// else gets at it as long as it is open. kRefused for a file that is damaged, in use, of another
-// program or of a later version: the line says the way out.
+// The SQLite file that holds all memories; the caller owns the open database. Without `mayWrite`
+// nothing is written and a missing or empty file gives null. With it the file is made and brought
+// to the present version, and no other program can use it while it is open. kRefused, with advice,
+// for a file that is damaged, in use, of another program or of a later version; such a file is left
+// as it is.
 base::Result<std::unique_ptr<SQLite::Database>> OpenStateDatabase(platform::Files& files,
                                                                   const std::string& path,
                                                                   bool mayWrite);
 
-// Which version of the format the file has.
+// The version of the file's format; 0 for an empty file.
 int VersionOf(SQLite::Database& database);
 
-// What SQLite's failure means for the person who runs this.
+// A failure of SQLite in kvsync's words: kRefused with advice if the file is damaged or in use.
 base::Failure ExplainState(const std::string& path, const SQLite::Exception& error);
-// To be thrown where the content makes no sense.
+// The exception for content that makes no sense; ExplainState calls it damaged.
 SQLite::Exception DamagedContent(const std::string& why);
 
 // Turns an exception of SQLite into a failure. `work` gives a Result.

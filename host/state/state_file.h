@@ -7,12 +7,13 @@
 #include "host/state/memory.h"
 #include "platform/os/files.h"
 
-// The SQLite file that holds all memories; its path is native. A `scope` is one address book with
-// one folder, or one in-box with one Maildir.
+// The memories in the state file, a SQLite database. Paths are native, in UTF-8. A `scope` names
+// one memory: the paths of an address book and a folder, or of an in-box and a Maildir, with LF
+// between them.
 namespace host::state {
 
-// Keeps a second run away from the state file for as long as it lives, also one on another
-// program's part; a killed run holds it no longer.
+// The lock of a run on the state file, held through the file PATH.lock as long as this lives. The
+// system releases the lock of a killed run.
 class StateLock {
   public:
     // kRefused, naming the file, if another run holds it. `mayWrite` false makes no file: then a
@@ -25,17 +26,17 @@ class StateLock {
     std::unique_ptr<platform::File> m_file;
 };
 
-// Each holds the lock on the state file as long as it lives. Without `mayWrite` nothing is written
-// and a missing file counts as an empty one; with it the file and its folder are made, and an
-// earlier version is brought to the present one. kRefused for a file that is damaged, in use, of
-// another program or of a later version: the line says the way out. Such a file is left as it is.
+// Each memory holds the lock as long as it lives. Without `mayWrite` nothing is written, Save
+// fails, and a missing file counts as an empty one. With it the file and its folder are made, and
+// an earlier version is brought to the present one. kRefused, with advice, for a file that is
+// damaged, in use, of another program or of a later version; such a file is left as it is.
 base::Result<std::unique_ptr<PairMemory>> OpenPairs(platform::Files& files, const std::string& path,
                                                     const std::string& scope, bool mayWrite);
 base::Result<std::unique_ptr<MailMemory>> OpenMails(platform::Files& files, const std::string& path,
                                                     const std::string& scope, bool mayWrite);
 
-// Forgets all mails of an in-box (a native path), with whatever Maildir: the next run pairs what
-// both sides hold. A state file that is not there has nothing to forget.
+// Forgets the mails of an in-box, given by the path of its In.mbx, with every Maildir: the next run
+// pairs both sides anew. The caller holds the lock. A missing state file is no failure.
 base::Status ForgetInBox(platform::Files& files, const std::string& path, const std::string& inbox);
 
 }  // namespace host::state

@@ -7,6 +7,8 @@
 
 #include "host/vcard/content_line.h"
 
+// vCards as RFC 6350 (4.0), RFC 2426 (3.0) and RFC 2425 have them. Texts are UTF-8 unless a CHARSET
+// parameter says otherwise.
 namespace host::vcard {
 
 // Where and why a vCard cannot be read.
@@ -15,23 +17,25 @@ struct CardError {
     std::string what;
 };
 
-// A vCard 3.0 or 4.0 that gives back every byte of what nobody changed.
+// A vCard of version 3.0 or 4.0. Unchanged properties keep every byte, also those that no reader
+// understands.
 class Card {
   public:
-    // An empty card of version 4.0.
+    // A card of version 4.0 with a UID alone and CR LF line ends.
     static Card Create(std::string_view uid);
-    // One vCard, with nothing but blank lines around it. On failure the card is left as it was.
+    // Reads one vCard with nothing but blank lines around it. After a failure the card is as it
+    // was.
     std::optional<CardError> Parse(std::string_view bytes);
     std::string Serialise() const;
 
     const std::vector<Property>& Properties() const { return m_properties; }
-    // The value of the first property of that name; empty if there is none.
+    // The value of the first property of that name, still escaped; empty if there is none.
     std::string_view Value(std::string_view name) const;
     bool IsVersion4() const { return Value("VERSION") == "4.0"; }
 
     // Writes a property of this card anew from its parts.
     void Rewrite(std::size_t index, Property property);
-    // Adds it behind the last one; gives its index.
+    // Adds it in front of END; gives its index.
     std::size_t Append(Property property);
     void Remove(std::size_t index);
 

@@ -6,22 +6,24 @@
 #include "host/base/contact.h"
 #include "host/vcard/card.h"
 
+// The seven fields of a contact in a vCard (RFC 6350, section 6).
 namespace host::vcard {
 
-// What a vCard says about the seven fields: the first NICKNAME, FN (or N), the first ADR, the
-// first TEL that is no fax, the first that is one, the first EMAIL and the first NOTE.
+// The fields of a vCard: the first NICKNAME, FN (or N), the first ADR, the first TEL that is no
+// fax, the first that is one, the first EMAIL and the first NOTE. Values are canonical.
 struct CardContent {
     base::Contact contact;
     std::string uid;
     int beyond = 0;        // properties that no field shows: a second phone, a picture, ...
-    bool isPerson = true;  // false for groups and the like, which Eudora's address book has not
+    bool isPerson = true;  // false if KIND is neither individual nor org
 };
 
+// Quoted-printable values, and those with CHARSET ISO-8859-1 or WINDOWS-1252, are decoded.
 CardContent ReadFields(const Card& card);
 
-// Gives the fields `which` the values of `values` and touches nothing else but N (with the name)
-// and REV. An empty value takes the property away; a vCard cannot be without FN, so that an empty
-// name shows what DisplayName gives, which ReadFields knows for no name.
+// Sets the fields `which`, and N with the name. REV becomes `now`; everything else stays. An empty
+// value removes the property. FN is mandatory: without a name it is DisplayName's text, which
+// ReadFields then takes for no name.
 void WriteFields(Card& card, const base::Contact& values, base::FieldSet which,
                  std::chrono::system_clock::time_point now);
 

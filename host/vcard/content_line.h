@@ -5,14 +5,16 @@
 #include <string_view>
 #include <vector>
 
+// The lines of a vCard: content lines of RFC 2425 and RFC 6350 (section 3), parameter values of RFC
+// 6868, and quoted-printable values as vCard 2.1 has them.
 namespace host::vcard {
 
 struct Parameter {
     std::string name;                 // upper case; empty for a bare value such as TEL;HOME
     std::vector<std::string> values;  // decoded; at least one
 
-    // Whether it says that the value is quoted-printable: ENCODING, or as older writers have it,
-    // the word alone.
+    // Whether it marks a quoted-printable value: ENCODING=QUOTED-PRINTABLE, or the bare word of
+    // older writers.
     bool IsQuotedPrintable() const;
 };
 
@@ -24,13 +26,13 @@ struct Property {
     std::string value;  // unfolded, still escaped
 
     const Parameter* Find(std::string_view parameterName) const;
-    // Whether a TYPE (or a bare parameter) says so, without regard to case.
+    // Whether a TYPE or a bare parameter has that value, in any case.
     bool HasType(std::string_view type) const;
     void RemoveParameter(std::string_view parameterName);
 };
 
-// Cuts the bytes of a file into logical lines: continuations joined, and quoted-printable soft
-// line breaks too.
+// Cuts the bytes of a file into logical lines: folded lines and quoted-printable soft line breaks
+// are joined. The bytes outlive the reader.
 class LineReader {
   public:
     explicit LineReader(std::string_view bytes);
@@ -48,8 +50,8 @@ class LineReader {
     std::size_t m_lineNumber = 0, m_linesTaken = 0;
 };
 
-// Takes a logical line apart into `property` (all but its raw bytes); what is wrong with it if it
-// is no property.
+// Takes a logical line apart into `property`, but for its raw bytes. Gives the reason if the line
+// is no property; then `property` may be half filled.
 std::optional<std::string> ParseContentLine(std::string_view line, Property& property);
 
 // The logical line of a property.
