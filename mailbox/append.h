@@ -22,29 +22,29 @@ struct AppendPlace {
     bool tellsMbxSize = false;    // so does the size of the .mbx file, as Eudora has it
 };
 
-// Appends the text of the n-th new mail, counted from 0, to `out` and gives the bytes of its block,
-// whose place is filled in here.
+// Appends the text of the n-th new mail, counted from 0, to `out` and gives the bytes of its block;
+// AppendMails fills in offset and length.
 using MakeMail = std::function<std::string(std::size_t n, std::string& out)>;
 
-// What became of the mails, in their order: the first `written` are stored, then come those of
-// which nobody can tell, then the others.
+// The result of an append. Of the mails in their order the first `written` are stored, the next
+// `uncertain` may be, the others are not.
 struct Appended {
     std::size_t written = 0;
     std::size_t uncertain = 0;
-    std::size_t refused = 0;  // for which a mailbox has no room: the last ones
+    std::size_t refused = 0;  // the last ones, for which the mailbox has no room
     std::optional<platform::Failure> failure;
-    bool isOfToc = false;  // the failure, not the .mbx file's
+    bool isOfToc = false;  // the failure is of the .toc file, not of the .mbx file
     bool isOutOfMemory = false;
 };
 
-// Appends `count` mails: their texts, then their blocks behind the last one that the header counts,
-// and the header last, each on the disk before the next. Whatever fails, the header counts whole
-// mails only; then the files are cut back behind the last mail that it counts.
+// Appends `count` mails: first the texts, then the blocks behind the counted ones, the header last,
+// each flushed before the next. So the header counts whole mails only, even after a crash. After a
+// failure the files are cut back behind the last counted mail.
 Appended AppendMails(const AppendPlace& place, std::size_t count, const MakeMail& make);
 
-// kCorrupt unless what stands behind the counted blocks of a .toc file was left there by an append
-// that did not come to its end: blocks of mails behind all counted ones that are in the .mbx file,
-// which may stand in any order, the last block perhaps cut short at any byte. Zeros are nothing.
+// Checks the bytes behind the counted blocks of a .toc file, which an append will overwrite.
+// kCorrupt unless an interrupted append left them: blocks, in any order, of mails that lie in the
+// .mbx file behind all counted ones; the last block may be cut short. Zero bytes are allowed.
 platform::Status CheckLeftovers(platform::File& toc, const TocHeader& header,
                                 std::uint64_t mbxSize);
 

@@ -10,16 +10,16 @@
 
 namespace mailbox {
 
-// Finds the Message-ID of a stored mail in its bytes, which come in pieces of any size. What counts
-// is the text before the first "To: ", wherever that stands; the text ends at a zero byte. In it
-// the first "Message-ID: <" is looked for, and if there is none the first "Message-Id: <"; the id
-// is what stands behind it, without leading ">", up to the next ">" or the "To: ". Holds a few
-// bytes and the id, however long the mail is.
+// Finds the Message-ID of a stored mail in its bytes, which come in pieces of any size. Only the
+// text before the first "To: ", wherever that stands, or before the first zero byte counts. The id
+// begins behind the first "Message-ID: <", else behind the first "Message-Id: <", without leading
+// ">", and ends at the next ">" or at the "To: ". Memory holds a few bytes and the id, however long
+// the mail is.
 class MessageIdScan {
   public:
     // True when no more bytes are needed.
     bool Feed(std::string_view bytes);
-    // Whether a "To: " was found. A mail without has no place in an index of ids.
+    // Whether a "To: " was found. A mail without one has no place in an index of ids.
     bool FoundTo() const { return m_foundTo; }
     // The id; empty if there is none.
     std::string_view MessageId() const;
@@ -45,18 +45,19 @@ class MessageIdScan {
     bool m_foundTo = false;
 };
 
-// Called for each block, in order. The Message-ID is empty if the mail has none, and there is
-// nothing for a mail that has no place in an index of ids. The text is valid during the call.
+// Called for each block, in order. The Message-ID is empty for a mail without one, and nothing for
+// a mail without "To: ", which has no place in the index. The text is valid during the call.
 using IndexedMail =
     std::function<void(std::uint32_t msgId, std::optional<std::string_view> messageId)>;
 
-// Reads `count` blocks of a .toc file, and of each mail in the .mbx file as much as its Message-ID
-// needs. Gives the id in the last block, 0 for no block.
+// Reads `count` blocks of a .toc file, and each mail in the .mbx file up to its Message-ID. Gives
+// the id in the last block, 0 without blocks. A failure ends the reading; mails found by then have
+// been handed over.
 //
-// Nothing in the files is trusted: a block that the .toc lacks is all zero, a mail ends where the
-// .mbx file does, and memory does not depend on what a block claims. Blocks that lie over one
-// another cannot make it read without end: a mail that would take the bytes read far beyond the
-// size of the .mbx file counts as one without "To: ".
+// Nothing in the files is trusted: a missing block is all zero, a mail ends at the end of the .mbx
+// file, and memory does not depend on a block's length. Overlapping blocks cannot make it read
+// without end: once far more bytes are read than the .mbx file has, a mail counts as one without
+// "To: ".
 platform::Result<std::uint32_t> ReadIndex(platform::File& mbx, platform::File& toc,
                                           std::uint32_t count, const IndexedMail& found);
 

@@ -5,11 +5,12 @@
 #include <string>
 #include <string_view>
 
-// The records of a Eudora mailbox's .toc file, as docs/formats/toc.md tells: one header, then a
-// block for each mail, all numbers little-endian, nothing aligned. Texts are bytes in the system
-// code page. The bytes that are Eudora's own are kept as they are.
+// The records of a .toc file, as docs/formats/toc.md describes them: one header, then a block for
+// each mail, all numbers little-endian, nothing aligned. Texts are bytes in the system code page.
+// Bytes without a meaning here are kept as they are.
 namespace mailbox {
 
+// Sizes and offsets in bytes, and the most mails that a file holds.
 inline constexpr std::size_t kTocHeaderSize = 104;
 inline constexpr std::size_t kMsgBlockSize = 218;
 inline constexpr std::size_t kStatusOffset = 12;  // in a block
@@ -78,17 +79,17 @@ struct MsgBlock : MailPlace {
     std::string Encode() const;
 };
 
-// The block of a mail that we add ourselves but for its place, state, date and id. The texts are
-// cut at whole characters of the code page.
+// The block of a new mail without place, state, date and id. Long texts are cut at whole characters
+// of the code page.
 MsgBlock NewMsgBlock(std::string_view from, std::string_view subject, bool hasAttachments,
                      unsigned codePage);
 
-// "0x" and eight upper-case hexadecimal digits: how a mail is named outside its file.
+// The index id, the name of a mail outside its file: "0x" and eight upper-case hexadecimal digits.
 std::string IndexIdOf(std::uint32_t msgId);
-// The number in such a name, scanned as "%X" does: an optional "0x", hexadecimal digits in any
-// case, whatever follows. 0 without digits.
+// The number of an index id, read as "%X" reads it: an optional "0x", hexadecimal digits in any
+// case, anything behind them. 0 without digits.
 std::uint32_t MsgIdOf(std::string_view indexId);
-// The same for a name that is spelt as IndexIdOf spells it; nothing for every other text.
+// The number of an index id in exactly the form of IndexIdOf; nothing for any other text.
 std::optional<std::uint32_t> ExactMsgIdOf(std::string_view indexId);
 
 }  // namespace mailbox

@@ -18,6 +18,7 @@ inline constexpr std::array<Field, kFieldCount> kAllFields = {
 
 // The word that reports use.
 std::string_view FieldName(Field field);
+// Whether its values may have several lines.
 constexpr bool HoldsLines(Field field) {
     return field == Field::kAddress || field == Field::kNote;
 }

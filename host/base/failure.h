@@ -43,7 +43,7 @@ template <class T>
 using Result = platform::Result<T, Failure>;
 using Status = Result<void>;
 
-// Nothing was touched.
+// A failure before anything was changed.
 inline Failure Refused(std::string what, std::string advice = {}) {
     return {ExitCode::kRefused, std::move(what), std::move(advice)};
 }

@@ -11,10 +11,10 @@ base::ExitCode ListMail(const Options& options);
 // The record is an id ("0x" and eight digits) or a Message-ID.
 base::ExitCode ShowMail(const Options& options);
 base::ExitCode ExportMail(const Options& options);
-// Changes the limits as told, or else in the translator's own dialog, and says which hold then.
+// Changes the limits by the options, or else in the translator's own dialog, and prints them.
 base::ExitCode ConfigureMail(const Options& options);
 
-// "off" or a number in bounds: "" if it is that, else what it has to be.
+// "" if the text is "off" or a number in bounds (days; KB of 1024 bytes), else why it is not.
 std::string WrongDays(const std::string& text);
 std::string WrongSize(const std::string& text);
 

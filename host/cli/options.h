@@ -9,9 +9,10 @@
 #include "host/eudora/setup.h"
 #include "host/translator/in_box.h"
 
+// The command line and the configuration file, and how they end a command.
 namespace host::cli {
 
-// What kvsync is told. Texts are UTF-8, paths native.
+// All options of kvsync. Texts are UTF-8, paths native.
 struct Options {
     // By options, which any command takes, or the configuration file.
     eudora::SetupOptions setup;
@@ -36,7 +37,7 @@ struct Options {
 // One of the options that are texts: --name on the command line, and in the configuration file the
 // key of that name with _ for -.
 struct TextOption {
-    // A path; one that stands in no file; a word; one that `sync` alone takes.
+    // A path; a path that the configuration file cannot hold; a word; a word of `sync` alone.
     enum Kind { kPath, kPathOfCommandLine, kWord, kWordOfSync };
 
     std::string name;
@@ -46,25 +47,26 @@ struct TextOption {
 };
 std::vector<TextOption> TextOptions(Options& options);
 
-// Fills what the command line left open from the configuration file: the one that --config names,
-// which must exist, else kvsync/config.toml in $XDG_CONFIG_HOME, %APPDATA% or ~/.config if there
-// is one; then checks the values of both. A Misuse if the file cannot be read, is no TOML, holds an
-// unknown key or a value of the wrong kind, or a value makes no sense.
+// Completes the options from the configuration file (TOML) and checks the values of both. The file
+// is that of --config, which must exist, else kvsync/config.toml in $XDG_CONFIG_HOME, %APPDATA% or
+// ~/.config if there is one. Throws a Misuse if the file cannot be read, is no TOML, holds an
+// unknown key or a value of the wrong kind, or if a value makes no sense.
 void ReadConfiguration(Options& options);
 
 inline constexpr const char* kEmptyPath = "is empty where a path is needed";
 
-// Ends the command that is at work: RunApplication tells the failure, which gives the exit code.
+// Thrown to end a command: RunApplication prints the failure and gives its exit code.
 struct Ended : std::exception {
     explicit Ended(base::Failure why) : failure(std::move(why)) {}
     base::Failure failure;
 };
 
+// A wrong command line or configuration file.
 inline Ended Misuse(std::string what) {
     return Ended({base::ExitCode::kUsage, std::move(what)});
 }
 
-// The value of a step without which a command cannot go on: its failure ends the command.
+// The value of a result; a failure is thrown and ends the command.
 template <class T, class F>
 T OrEnd(platform::Result<T, F> result) {
     if (!result) throw Ended(result.Error());

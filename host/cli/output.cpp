@@ -13,7 +13,6 @@ using sync::Verb;
 using Lines = std::vector<std::string>;
 
 // The word for the end of a run in JSON, by exit code.
-// By exit code.
 constexpr const char* kResults[] = {"nothing to do", "failed",       "failed",
                                     "refused",       "changes made", "conflicts left"};
 

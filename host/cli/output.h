@@ -14,8 +14,8 @@
 
 namespace host::cli {
 
-// What a command has to say: `lines` for standard output, `errors` for standard error, and `json`,
-// the same as one object.
+// The output of a command, in UTF-8: `lines` for standard output, `errors` for standard error, and
+// `json`, both as one object.
 struct Output {
     base::ExitCode code = base::ExitCode::kNothingToDo;
     std::vector<std::string> lines = {};
@@ -26,30 +26,30 @@ struct Output {
     void Finish(nlohmann::json body);
 };
 
-// Why nothing was done.
+// A failure that kept a command from its work.
 Output RefusalOutput(const base::Failure& failure);
 Output BackupsOutput(const std::vector<backup::Backup>& backups);
-// `before` is the backup of what was in the place of the one with that id.
+// `id` is the restored backup, `before` the one of the files that it replaced.
 Output RestoreOutput(const std::string& id, const backup::Backup& before);
 Output ExportOutput(std::size_t contacts, const std::string& toFolder);
 
 // Which sync a report is of.
 enum class Subject { kContacts, kMails };
 
-// With `countsOnly` no line for each contact or mail.
+// The result of a sync; `countsOnly` leaves out the lines for single contacts and mails.
 Output SyncOutput(const sync::Report& report, Subject subject, bool countsOnly);
-// `head` stands in front: what the sync is between.
+// The result of a status; `head` has the lines in front, which name both sides.
 Output StatusOutput(const sync::Preview& preview, std::vector<std::string> head, Subject subject,
                     bool countsOnly);
-// Both in one; the code is the one that a person has to know first.
+// Both in one, with the more important exit code: failed, refused, conflicts left, changes made.
 Output Joined(const Output& contacts, const Output& mails);
 
-// Adds to the status that Eudora runs, if `free` is a failure, and which names lead out of its
-// folder; these are errors unless links are followed.
+// Adds to a status whether Eudora runs, which it does if `free` is a failure, and the names that
+// lead out of its folder. These are errors unless links are followed.
 void TellEudora(Output& status, const base::Status& free,
                 const std::vector<eudora::OutsideName>& outside, bool followLinks);
 
-// Prints it as the options want it and gives its code.
+// Prints the output, as JSON or as lines, and gives its exit code.
 base::ExitCode Say(const Output& output, const Options& options);
 
 }  // namespace host::cli

@@ -4,10 +4,9 @@
 
 namespace host::cli {
 
-// A console on the translator interface, of the script or of standard input; it ends with the
-// input.
+// Runs the operations of the script, or of standard input, on the translator interface.
 base::ExitCode Shell(const Options& options);
-// What each run stands on, good or not, and what to do about each fault.
+// Prints the state of everything that a run needs, with advice for each fault.
 base::ExitCode Doctor(const Options& options);
 
 }  // namespace host::cli

@@ -11,25 +11,27 @@
 #include "host/translator/translator_host.h"
 #include "host/translator/translator_session.h"
 
+// What commands share: Eudora with the module, dialogs and progress.
 namespace host::cli {
 
-// An Eudora with the module at work on it. Sessions end before it does. Failures end the command.
+// An Eudora with the loaded module. Its sessions are destroyed before it. Failures are thrown as
+// Ended unless a Result is given.
 class Workplace {
   public:
-    // What may run meanwhile: nothing; Eudora, for a look; for mails alone on Windows Eudora, which
-    // serves those of its own folder only and is started by the translator.
+    // Whether Eudora may run at the same time. kWork: no. kLook: yes. kMail: on Windows yes, where
+    // Eudora itself serves the mails of its own folder; elsewhere no.
     enum class For { kWork, kLook, kMail };
     explicit Workplace(const Options& options, For use = For::kWork);
 
     translator::TranslatorHost& Module() { return *m_host; }
     const eudora::Setup& Setup() const { return m_setup; }
 
-    // Selects the nickname file that the options and earlier choices name and gives its Windows
-    // path, in the system code page, once it is known to be usable.
+    // The nickname file of the options or of an earlier choice, else the module's own: a Windows
+    // path in the system code page. The file is checked.
     std::string NicknameFile(bool forWriting);
     // A session with it opened.
     translator::TranslatorSession OpenContacts();
-    // The same file as Eudora's side of a sync, which this outlives.
+    // The same file as Eudora's side of a sync; the workplace outlives it.
     contactsync::EudoraPlace Contacts(bool forWriting);
     // A session with the settings of the mails selected, not opened yet. kRefused, with nothing
     // made, if there is no in-box or another program has it.
@@ -43,12 +45,12 @@ class Workplace {
     std::unique_ptr<translator::TranslatorHost> m_host;
 };
 
-// Lets a person choose in the translator's own dialog. False if the person cancelled it; without a
-// terminal the command ends, with `otherwise` as the advice.
+// Shows the translator's own dialog for a choice. False if the person cancelled it. Without a
+// terminal it throws a refusal with `otherwise` as the advice.
 bool SelectInDialog(translator::TranslatorSession& session, std::string& selection,
                     const std::string& otherwise);
 
-// A line on the terminal that the next one replaces and that goes when the run is done.
+// The progress line on the terminal. Each line replaces the one before; the destructor removes it.
 class ProgressLine {
   public:
     explicit ProgressLine(bool wanted);
@@ -63,10 +65,11 @@ class ProgressLine {
     std::string m_shown;
 };
 
-// What the commands of the syncs stand on; `progress` outlives it.
+// What sync commands need; `progress` outlives it. Throws a refusal if no folder for the state is
+// known.
 sync::CommandPlace PlaceOf(const Options& options, ProgressLine& progress);
 
-// What the options say about any sync. Their texts have been checked.
+// Copies the rules of both syncs from the options, whose texts ReadConfiguration has checked.
 template <class SyncOptions>
 void SetRules(const Options& options, SyncOptions& sync) {
     sync.dryRun = options.setup.writesNothing;

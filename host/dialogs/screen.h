@@ -5,8 +5,8 @@
 
 namespace host::dialogs {
 
-// The terminal in newt's hands. Screens nest: the outermost one takes the terminal and gives it
-// back.
+// The terminal under newt's control. Screens nest: the outermost one takes the terminal and gives
+// it back.
 class NewtScreen {
   public:
     NewtScreen();

@@ -6,8 +6,9 @@
 
 namespace host::dialogs {
 
-// The module's dialogs as forms in the terminal. Null if standard input or output is no terminal,
-// or this system shows dialogs of its own. Texts are in the system code page.
+// The module's dialogs as forms in the terminal, owned by the caller. Null if standard input or
+// output is no terminal, or on Windows, which shows dialogs of its own. Texts and paths, which are
+// Windows paths, are in the system code page.
 std::unique_ptr<platform::Dialogs> MakeTerminalDialogs();
 
 }  // namespace host::dialogs

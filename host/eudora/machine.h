@@ -4,24 +4,25 @@
 
 #include "host/eudora/setup.h"
 
+// The machine that the module works on: Windows, a Wine prefix, or a small prefix of our own around
+// a bare Eudora folder. Paths are native, in UTF-8, unless stated.
 namespace host::eudora {
 
-// Finds the machine that the module works on: Windows, the person's Wine prefix, or a small prefix
-// of our own around a bare Eudora folder. Points this process at it (at the first call;
-// NativeSystem must not have been used before) and notes in `setup` its prefix, its key, its
-// settings folder, and what a person calls it. kRefused if there is no such folder or prefix, or
-// rights are missing.
+// Finds the machine and points this process at it, through WINEPREFIX; NativeSystem must not have
+// been used before the first call. Notes in `setup` the private prefix, the memory key, the
+// settings folder and the name for a person. On Windows there is nothing to do. kRefused if there
+// is no such folder or prefix, or rights are missing.
 //
-// The prefix around a bare folder lies in `stateFolder` and has a link to it: nothing is written
-// into the folder. A run that writes nothing gets a prefix that goes with it, in which all that
-// leads to existing files is links.
+// The prefix around a bare folder lies in `stateFolder` and links to the folder, in which nothing
+// is written. A run with `writesNothing` gets a temporary prefix, whose folders are links to what
+// exists; it is removed with `setup.temporary`.
 base::Status UseMachine(const SetupOptions& options, const std::string& stateFolder, Setup& setup);
 
-// Lets what is made in Eudora's folder be made beside it: on a prefix for a run that writes
-// nothing, before the translator makes there what is missing.
+// Replaces Eudora's folder in the temporary prefix of a run that writes nothing by a folder of
+// links, so that files that the translator makes there do not reach the real folder.
 base::Status ShadowEudora(const Setup& setup);
 
-// A short name for what a text stands for, the same in every run.
+// A hash of a text (FNV-1a, 16 hexadecimal digits) as a file name, the same in every run.
 std::string KeyOf(const std::string& text);
 
 }  // namespace host::eudora

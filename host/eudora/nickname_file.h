@@ -4,18 +4,19 @@
 
 #include "host/eudora/setup.h"
 
+// The nickname file of a run. Paths are Windows paths in the system code page.
 namespace host::eudora {
 
-// Which nickname file to work on, as a Windows path: the one that the options name, else the one
-// that `configure` chose, else nndbase.txt of Eudora's folder if there is one, else none ("": the
-// module's own choice). kRefused if a named one cannot be a nickname file.
+// The nickname file to work on: the one in the options, else the one that `configure` chose, else
+// nndbase.txt of Eudora's folder if it exists, else "" for the module's own choice. kRefused if the
+// file in the options is missing, unusable, or outside the Eudora in use.
 base::Result<std::string> ChooseNicknameFile(const SetupOptions& options, const Setup& setup);
 
-// Keeps the choice for the next runs on this Eudora.
+// Keeps the choice for the next runs on this Eudora, in kvsync's own folder.
 base::Status RememberNicknameFile(const Setup& setup, const std::string& windowsPath);
 
-// kRefused, with the way out, if there is no such file, it cannot be read (or written, if that is
-// wanted), or is too large for a nickname file.
+// kRefused, with advice, if the file does not exist, cannot be read, has more than 1 GB, or, with
+// `forWriting`, if it or its folder cannot be written.
 base::Status CheckNicknameFile(const std::string& windowsPath, bool forWriting);
 
 }  // namespace host::eudora

@@ -6,21 +6,22 @@
 #include "host/base/failure.h"
 #include "host/eudora/setup.h"
 
+// Protection against links in a bare Eudora folder that lead out of it. Paths are native, in UTF-8.
 namespace host::eudora {
 
-// A name in a folder that was handed over, and where it leads: out of that folder. Native paths.
+// A name in a bare Eudora folder, and the place outside of it to which it leads.
 struct OutsideName {
     std::string path, target;
 };
 
-// Of the files and folders that runs write in a handed-over folder, those that a link takes out of
-// it; none for an Eudora that the options do not name by its folder.
+// The files and folders that runs write in the bare folder and that lead out of it through a link;
+// none without a bare folder.
 std::vector<OutsideName> NamesLeadingOutside(const SetupOptions& options);
 
-// Why nothing is written there, and what to do about it.
+// The refusal to write there, with advice.
 base::Failure LeadsOutside(const OutsideName& name);
 
-// kRefused, naming the first of them, unless the options follow links.
+// kRefused, with the first such name, unless the options follow links.
 base::Status RefuseNamesLeadingOutside(const SetupOptions& options);
 
 }  // namespace host::eudora

@@ -6,17 +6,19 @@
 
 #include "host/base/failure.h"
 
+// Finding the Eudora of a run and kvsync's own folder.
 namespace host::eudora {
 
-inline constexpr unsigned kUsualCodePage = 1252;
+inline constexpr unsigned kUsualCodePage = 1252;  // Microsoft's number of Windows Latin 1
 
-// What InitTranslatorEx is told; texts in the system code page, paths Windows paths.
+// The arguments of InitTranslatorEx. Texts are in the system code page, paths are Windows paths.
 struct InitTexts {
     std::string settingsDir;  // settings files, and first choice for the language bundles
     std::string language;     // EN, DE, FR, ES, IT, PT, JP
 };
 
-// Which Eudora to work on, as the person says it. Paths are native, in UTF-8.
+// The Eudora to work on, as the command line and the configuration file name it. Paths are native,
+// in UTF-8.
 struct SetupOptions {
     std::optional<std::string> eudora;        // a bare Eudora folder
     std::optional<std::string> winePrefix;    // else a Wine prefix; else WINEPREFIX, else ~/.wine
@@ -35,8 +37,8 @@ struct Setup {
     InitTexts init;
     std::string eudoraFolder;  // Windows path, system code page
     std::string eudoraShown;   // the folder as a person knows it
-    // Where Eudora is installed, if that is another folder: then that one's mails are all that
-    // Windows gives.
+    // On Windows: the folder of the installed Eudora, if it is not this one. Eudora serves the
+    // mails of that folder only.
     std::string mailsElsewhere;
     std::string memoryKey;      // the same for each run on this Eudora, different for another
     std::string memoryFolder;   // native; what kvsync remembers of this Eudora alone
@@ -44,33 +46,37 @@ struct Setup {
     std::shared_ptr<const void> temporary;  // removes a prefix that was made for this run alone
 };
 
-// Finds Eudora, points this process at its machine (at the first call; NativeSystem must not have
-// been used before) and makes what is missing in kvsync's own folder. kRefused, with nothing
-// changed, if there is no such folder or prefix, Eudora is not in it, or rights are missing.
+// Finds Eudora, points this process at its machine (NativeSystem must not have been used before the
+// first call) and makes what is missing in kvsync's own folder. kRefused, with advice, if there is
+// no such folder or prefix, Eudora is not in it, or rights are missing. Eudora's own files are
+// never changed.
 base::Result<Setup> Prepare(const SetupOptions& options);
 
-// kRefused if Eudora has its folder open.
+// kRefused if Eudora's window is open or its folder holds the lock file OWNER.LOK.
 base::Status RefuseRunningEudora(const Setup& setup);
 
-// kRefused if the mails that the module would give are those of another folder.
+// kRefused if the module would give the mails of another folder.
 base::Status RefuseMailsElsewhere(const Setup& setup);
 
-// A file that a person chose for this Eudora, for all runs on it, as a Windows path; "" if nothing
-// was chosen, or the file is gone. `what` names the choice in kvsync's own folder.
+// The file that a person chose for all runs on this Eudora, as a Windows path in the system code
+// page; "" if nothing was chosen or the file is gone. `what` is the name under which kvsync's own
+// folder keeps the choice.
 base::Result<std::string> Chosen(const Setup& setup, const char* what);
 base::Status Choose(const Setup& setup, const char* what, const std::string& windowsPath);
 
-// The key of the local machine in which Eudora's set-up leaves its place.
+// The registry key, below the local machine's root, in which Eudora's installer writes its folder.
 inline constexpr const char* kAppPaths =
     "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\Eudora.exe";
 
-// What regedit calls a key below SOFTWARE that the module reads: that of the 32-bit programs.
+// The name of such a key in regedit: the one for 32-bit programs, below Wow6432Node.
 std::string ShownKey(const std::string& key);
 
-// kvsync's own folder: $XDG_STATE_HOME/kvsync, %LOCALAPPDATA%\kvsync or ~/.local/state/kvsync.
+// kvsync's own folder, a native path in UTF-8: $XDG_STATE_HOME/kvsync, %LOCALAPPDATA%\kvsync or
+// ~/.local/state/kvsync. kRefused if none of the variables is set.
 base::Result<std::string> StateFolder();
 
-// Where a relative or absolute native path leads, without links; as it stands if that is unknown.
+// The absolute form of a native path in UTF-8 with all links followed; parts that do not exist
+// stay. The path itself if the system does not tell.
 std::string WithoutLinks(const std::string& path);
 
 }  // namespace host::eudora

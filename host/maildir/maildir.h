@@ -10,6 +10,7 @@
 #include "platform/os/clock.h"
 #include "platform/os/files.h"
 
+// Maildirs and the names of their files (https://cr.yp.to/proto/maildir.html).
 namespace host::maildir {
 
 inline bool HasFlag(std::string_view flags, char flag) {

@@ -12,7 +12,7 @@ namespace host::shell {
 
 using Json = nlohmann::ordered_json;
 
-// Why a line cannot be used; the module has not been called. UTF-8.
+// The reason, in UTF-8, why a line cannot be used; the module has not been called.
 struct Complaint : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -24,7 +24,7 @@ class Arguments {
     explicit Arguments(std::string_view rest);
 
     bool Has(std::size_t index) const { return index < m_words.size(); }
-    // Bytes; empty without that word. A bare word stands for itself.
+    // The bytes of a word; empty if it is missing. A bare word stands for itself.
     std::string Text(std::size_t index) const;
     // The whole rest of the line if it does not begin with a quote: ids may hold blanks.
     std::string WholeText() const;
@@ -33,7 +33,7 @@ class Arguments {
     // Any JSON value; null if it is missing.
     Json Value(std::size_t index) const;
 
-    // That no word stands behind the first `count`.
+    // Complains about a word behind the first `count`.
     void EndAt(std::size_t count) const;
 
   private:

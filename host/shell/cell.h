@@ -8,8 +8,8 @@
 
 namespace host::shell {
 
-// The type of a field of that data kind: it is promised by the interface, while a settings file may
-// list another one. Nothing for a kind that has no fields of its own.
+// The type that the interface promises for a field of that data kind, whatever a settings file
+// lists. Nothing for a kind without fields.
 std::optional<unsigned long> FieldType(unsigned long kind, const std::string& id);
 
 // A value cell of the translator interface, of any field type. It cannot be moved while the module

@@ -8,14 +8,14 @@
 
 namespace host::shell {
 
-// What the operations work on: the loaded module and the one translator in hand, and of the line at
-// work the arguments and the answer that it gets.
+// The state that operations work on: the loaded module, the current translator, and the arguments
+// and the answer of the current line.
 struct Call {
     translator::TranslatorHost& module;
-    // Of the kind that was made last; null after a failure.
+    // The current translator, of the kind made last; null after a failure.
     std::unique_ptr<CRRecordTranslator> translator = nullptr;
     unsigned long kind = 0;
-    // Made anew after each Init: it serves back the object that Init gave.
+    // Made anew for each use, with the object that the last Init gave.
     std::unique_ptr<translator::HostContext> context = nullptr;
     Arguments arguments{""};
     Json answer = {};

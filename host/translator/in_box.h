@@ -8,9 +8,11 @@
 #include "host/eudora/setup.h"
 #include "host/translator/translator_session.h"
 
+// Eudora's in-box and the translator's settings for mails.
 namespace host::translator {
 
-// What of Eudora's mail the translator lets pass, as its own dialog shows it.
+// The translator's limits for mails, as its dialog shows them. Ages are in days, sizes in KB of
+// 1024 bytes. A limit that is off keeps its number.
 struct MailLimits {
     bool limitsAge = false;
     std::int32_t ageDays = 0;
@@ -22,35 +24,35 @@ struct MailLimits {
     bool operator==(const MailLimits&) const = default;
 };
 
-// A change of the limits, each "on", "off" or a number, which switches the limit on; what has no
-// value stays. `attachments` has no number.
+// A change of the limits. Each value is "off" or a number, which switches the limit on;
+// `attachments` is "on" or "off". What has no value stays.
 struct MailLimitChanges {
     std::optional<std::string> age, size, attachments, attachmentSize;
     bool IsEmpty() const { return !age && !size && !attachments && !attachmentSize; }
 };
 
-// kRefused, with the way out, unless both files of the in-box are there, nobody is writing them,
-// and the table of contents is one that Eudora for Windows wrote. The translator would make what is
-// missing.
+// kRefused, with advice, unless In.mbx and In.toc exist, no other program writes them, and the
+// table of contents has a header that is not of Eudora for Macintosh. To be called before the
+// translator, which makes missing files.
 base::Status CheckInBox(const eudora::Setup& setup);
 
-// After CheckInBox: kRefused if the first mail of the table of contents is none in the mailbox, so
-// that the two belong to different boxes and nothing may be added to them.
+// kRefused, with advice, if the mailbox has no mail where the table of contents says that the first
+// one begins: the two files belong to different mailboxes. To be called after CheckInBox.
 base::Status CheckInBoxPair(const eudora::Setup& setup);
 
-// Selects the settings of a session of kMailKind, which can be opened then. The first run on an
-// Eudora makes the settings file; with `writesNothing` it works on the usual settings instead.
-// Gives the selection, which SaveSettings wants.
+// Selects the settings of a session of kMailKind, which can then be opened. Gives the selection, a
+// Windows path in the system code page, for SaveSettings. The first run on an Eudora makes the
+// settings file; with `writesNothing` it works with the default settings instead.
 base::Result<std::string> SelectMail(TranslatorSession& session, const eudora::Setup& setup,
                                      bool writesNothing);
 
-// A session, after CheckInBox, with the settings of the mails selected, not opened yet.
+// A session with the mail settings selected, not opened yet, after CheckInBox.
 base::Result<TranslatorSession> SelectInBox(TranslatorHost& host, const eudora::Setup& setup,
                                             bool writesNothing, std::string& selection);
 
-// The limits that hold in a session after SelectMail.
+// The limits of a session after SelectMail, read from the translator's dialog, which is cancelled.
 base::Result<MailLimits> ReadMailLimits(TranslatorSession& session, const std::string& selection);
-// Answers the translator's dialog in a person's place. Nothing is saved.
+// Changes them for this session by answering the dialog; SaveSettings keeps them.
 base::Status ChangeMailLimits(TranslatorSession& session, const std::string& selection,
                               const MailLimitChanges& changes);
 

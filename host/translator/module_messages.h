@@ -5,9 +5,11 @@
 
 #include "platform/os/dialogs.h"
 
+// Where the module's dialogs, messages and log lines go.
 namespace host::translator {
 
-// The dialogs of the module appear here as long as this lives. Null is the system's own way.
+// Shows the module's dialogs through `dialogs` as long as this lives; null stands for the system's
+// own dialogs. The destructor puts the former provider back.
 class DialogsShownBy {
   public:
     explicit DialogsShownBy(platform::Dialogs* dialogs);
@@ -19,8 +21,8 @@ class DialogsShownBy {
     platform::Dialogs* m_before;
 };
 
-// What the module says by itself, its log and its message boxes, goes to standard error as long as
-// this lives. Every other dialog counts as cancelled, until a command shows one.
+// Prints the module's log and message boxes on standard error as long as this lives. Every other
+// dialog counts as cancelled.
 class ModuleMessages : public platform::Dialogs {
   public:
     ModuleMessages();

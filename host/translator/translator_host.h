@@ -9,20 +9,21 @@
 #include "host/eudora/setup.h"
 #include "platform/os/libraries.h"
 
+// Loading the module and calling its exports (frame/interface/exports.h).
 namespace host::translator {
 
-// The translator library, loaded and, after Init, initialised; one at a time in a process. It is
-// unloaded by the destructor: translators and sessions made from it must be gone by then.
+// The translator library, loaded and, after Init, initialised; one at a time in a process. The
+// destructor unloads it: translators and sessions made from it must be destroyed before.
 class TranslatorHost {
   public:
-    // The native path of the library: beside this program, or in ../lib/kvsync. kRefused if there
-    // is none.
+    // The native path of the library, in UTF-8: beside this program, or in ../lib/kvsync. kRefused
+    // if there is none.
     static base::Result<std::string> FindLibrary();
     // Loads it. kRefused if that fails or an export is missing.
     static base::Result<std::unique_ptr<TranslatorHost>> Load(const std::string& path,
                                                               eudora::InitTexts texts);
-    // Finds, loads and initialises it. kRefused, with the module's own reason, if Eudora or a
-    // language bundle is missing.
+    // Finds, loads and initialises it. kRefused, with the module's reason, if the module finds no
+    // Eudora or no language bundle.
     static base::Result<std::unique_ptr<TranslatorHost>> Start(const eudora::InitTexts& texts);
     ~TranslatorHost();
     TranslatorHost(const TranslatorHost&) = delete;
@@ -34,9 +35,11 @@ class TranslatorHost {
     RRETURNCODE Uninit();
     RRETURNCODE RemoveTranslator();
     int SelfDiagnose();
-    // The object that the module makes for the data kind (1 address book, 20 mail).
+    // A new translator for the data kind (1 address book, 20 mail), owned by the caller; null after
+    // a failure.
     RRETURNCODE NewTranslator(unsigned long kind, std::unique_ptr<CRRecordTranslator>& translator);
 
+    // The module's global object, which the module owns; null before Init.
     CEudoraTransUtil* Util() const { return m_util; }
 
   private:

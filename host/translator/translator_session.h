@@ -12,16 +12,18 @@
 #include "host/base/failure.h"
 #include "host/translator/translator_host.h"
 
+// Working with one translator of the module (frame/interface/translators.h).
 namespace host::translator {
 
+// Data kinds.
 inline constexpr unsigned long kContactsKind = 1;
 inline constexpr unsigned long kMailKind = 20;
 
 // Types of fields, as the interface numbers them.
 inline constexpr unsigned long kNumberType = 1, kTextType = 4, kDateType = 7;
 
-// What the module asks its host for. Only the module's own object has a meaning here; the other
-// values are the host's affair, and this host has none.
+// The context that the module asks its host for values. This host gives the module's own object
+// back and 0 for all values that are the host's own.
 class HostContext final : public CRHostContext {
   public:
     explicit HostContext(CEudoraTransUtil* util) : m_util(util) {}
@@ -39,7 +41,7 @@ class HostContext final : public CRHostContext {
     CEudoraTransUtil* m_util;
 };
 
-// What BatchUpdate told its sink, in the order in which it was told.
+// The records that BatchUpdate stored and deleted, in its order. Texts are in the system code page.
 struct BatchReport {
     struct Stored {
         std::string id;
@@ -49,7 +51,7 @@ struct BatchReport {
     std::vector<std::string> deleted;
 };
 
-// Keeps what BatchUpdate tells.
+// The sink of BatchUpdate; it keeps the report.
 class CollectingSink final : public CRBatchSink {
   public:
     void Reserved() override {}
@@ -61,7 +63,7 @@ class CollectingSink final : public CRBatchSink {
     BatchReport report;
 };
 
-// What IsOkToSetRecord said about the values of a record.
+// The answer of IsOkToSetRecord about the values of a record.
 struct Verdict {
     bool ok = false;                    // may be stored, perhaps with a warning
     std::vector<std::string> messages;  // UTF-8: why not, or the warnings
@@ -78,9 +80,10 @@ struct NumberValue {
 };
 
 // One translator object in use, from selection to close. Ids, markers and field values are bytes in
-// the system code page, as the module gives them: host::ToUtf8 and host::FromUtf8 convert. A
-// failure is kFailed with what was tried and the texts of the module's error queue, in UTF-8.
-// Closes what is open when destroyed; changes without a BatchUpdate are lost.
+// the system code page, as the module gives them: base::ToUtf8 and base::FromUtf8 convert. A
+// failure is kFailed with what was tried and the texts of the module's error queue, in UTF-8. The
+// destructor closes an open store: changes of contacts are lost without a BatchUpdate, while
+// waiting mails and read states are carried out.
 class TranslatorSession {
   public:
     // `host` outlives the session.
@@ -92,12 +95,13 @@ class TranslatorSession {
     TranslatorSession& operator=(TranslatorSession&&) = delete;
     ~TranslatorSession();
 
-    // Chooses the store: `selection` is empty for the default, and comes back as what was chosen.
-    // With `configure` the module shows its dialog. False if the user cancelled it.
+    // Chooses the store by a Windows path: of contacts the nickname file, of mails the settings
+    // file. An empty `selection` is the default; it becomes the path that was chosen. With
+    // `configure` the module shows its dialog. False if the user cancelled it.
     base::Result<bool> Select(std::string& selection, bool configure = false);
     base::Status SaveSettings(const std::string& selection);
-    // Fails too when the module opened the store and has something to say about it: then what can
-    // be seen is not all that the store holds.
+    // Fails also if the module opened the store and queued an error: then a part of its content
+    // could not be read.
     base::Status Open();
     base::Status Close();
 
@@ -123,7 +127,7 @@ class TranslatorSession {
     base::Status SetText(const std::string& fieldId, const std::string& text);
     base::Status SetNumber(const std::string& fieldId, std::int32_t number);
     base::Status SetDate(const std::string& fieldId, double date);  // OLE automation date
-    // The id can differ from what the values say.
+    // Gives the id and the change marker; the id can differ from the values.
     base::Result<BatchReport::Stored> Store();
     base::Status Delete(const std::string& id);
     // Writes the collected changes into Eudora's files.

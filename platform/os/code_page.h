@@ -5,12 +5,13 @@
 #include <string>
 #include <string_view>
 
+// Conversion of text between code pages, charsets and Unicode. Code pages have Microsoft's numbers
+// (1252, 932, ...; 65001 is UTF-8), charsets their Internet names.
 namespace platform {
 
-// Text between a system code page (1252, 932, ...; 65001 is UTF-8 itself) and UTF-8, as Windows
-// maps it, but never by a character that merely looks alike. A byte 0x80 to 0x9F that stands for
-// nothing in its code page becomes the control character of the same number and comes back as that
-// byte, so every text of 1252 survives the way there and back. An unknown code page counts as
+// Conversion as Windows does it, but without best fits: no character is replaced by one that only
+// looks alike. A byte 0x80 to 0x9F without a character becomes the control character of the same
+// number and back, so every text of 1252 survives a round trip. An unknown code page counts as
 // 1252.
 
 // Bytes that are no character of the code page become U+FFFD.
@@ -20,21 +21,21 @@ std::string ToUtf8(std::string_view text, unsigned codePage);
 // given, says whether there was one.
 std::string FromUtf8(std::string_view text, unsigned codePage, bool* lossy = nullptr);
 
-// Each letter in upper case, in whatever language; one whose upper case the code page lacks stays,
-// and so does what is no character.
+// The text with each letter of any language in upper case. A letter stays if the code page lacks
+// its upper case, and so do bytes that are no character.
 std::string UpperCase(std::string_view text, unsigned codePage);
 
-// Text of a charset by its Internet name ("koi8-r", in any case), as mail programs mean it, as
-// UTF-8; what is no character becomes U+FFFD. Nothing if the name says nothing or the system does
-// not know it.
+// Text of a charset, named as in mails ("koi8-r", in any case), as UTF-8; bytes that are no
+// character become U+FFFD. Nothing if the system does not know the charset.
 std::optional<std::string> CharsetToUtf8(std::string_view bytes, std::string_view charset);
 
-// The same text in UTF-16; what is no character becomes U+FFFD there, and "?" here.
+// Between a code page and UTF-16; what is no character becomes U+FFFD in UTF-16 and "?" in the code
+// page.
 std::u16string ToUtf16(std::string_view text, unsigned codePage);
 std::string FromUtf16(std::u16string_view text, unsigned codePage);
 
-// How the system maps the characters of a code page but UTF-8, one at a time: what all of the
-// above is made of. An unknown code page counts as 1252.
+// The system's mapping of single characters of a code page other than UTF-8; each system implements
+// it, and the functions above use it. An unknown code page counts as 1252.
 struct CharacterCodes {
     // Of one or two bytes; text::kNoCharacter if they are none.
     std::function<char32_t(const std::string& bytes)> decode;

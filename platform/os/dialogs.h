@@ -35,7 +35,7 @@ struct DialogTemplate {
     std::span<const DialogControl> controls;
 };
 
-// What a running dialog lets its logic do. Valid only inside a call of DialogLogic.
+// The running dialog as its logic sees it. Valid only during a call of DialogLogic.
 class DialogView {
   public:
     virtual ~DialogView() = default;
@@ -52,6 +52,7 @@ class DialogView {
     virtual void End(int result) = 0;
 };
 
+// What a dialog does, without its window.
 class DialogLogic {
   public:
     virtual ~DialogLogic() = default;
@@ -60,6 +61,7 @@ class DialogLogic {
     virtual void OnCommand(DialogView& view, int control) = 0;
 };
 
+// How this system, or the host, shows dialogs. Each call returns when the dialog is closed.
 class Dialogs {
   public:
     virtual ~Dialogs() = default;
@@ -70,12 +72,12 @@ class Dialogs {
     virtual std::optional<std::string> OpenFile(const OpenFileRequest& request) = 0;
     // The result given to DialogView::End; 2 if the dialog was closed or cannot be shown.
     virtual int RunModal(const DialogTemplate& dialog, DialogLogic& logic) = 0;
-    // Shows that the user has to wait, and takes the sign away again; nothing without a screen.
+    // Shows and hides the wait cursor; calls nest. Nothing happens without a screen.
     virtual void BeginWaitCursor() {}
     virtual void EndWaitCursor() {}
 };
 
-// The sign stands as long as this lives.
+// Shows the wait cursor as long as this lives.
 class WaitCursor {
   public:
     explicit WaitCursor(Dialogs& dialogs) : m_dialogs(dialogs) { m_dialogs.BeginWaitCursor(); }

@@ -20,8 +20,8 @@ enum class OpenMode {
     kReadWriteOrCreate  // content kept; created empty if the name is free
 };
 
-// What others may do with the file while it is open here. Programs of ours keep to it on every
-// system; on Windows every program does.
+// What others may do with the file while it is open here. On Windows it binds all programs, on
+// other systems only our own.
 enum class Share { kNone, kRead, kReadWrite };
 
 enum class SeekFrom { kBegin, kCurrent, kEnd };
@@ -40,7 +40,7 @@ class File {
     // Reads as Read does, from `offset` on; the position is anywhere afterwards.
     virtual Result<std::size_t> ReadAt(std::uint64_t offset, std::span<char> buffer);
     virtual Result<std::uint64_t> Size() = 0;
-    // Cuts or extends (with zero bytes) to `size` bytes; the position is kept.
+    // Cuts the file or extends it with zero bytes to `size` bytes; the position is kept.
     virtual Status Truncate(std::uint64_t size) = 0;
     // Returns when the content is on the disk.
     virtual Status Flush() = 0;
@@ -60,15 +60,17 @@ struct FolderEntry {
     bool isFolder = false;
 };
 
-// A file system. A path is in the form and encoding that the implementation states: the module's
-// has Windows paths in the system code page, the host's has native paths in UTF-8. Links are
-// followed to what is there; nothing is ever made where a link leads.
+// A file system. The implementation states the form of its paths: the module's are Windows paths in
+// the system code page, the host's are native paths in UTF-8. Links are followed to existing files;
+// nothing is created through a link that leads nowhere. A failed operation changes nothing unless
+// stated otherwise, and its failure names the path.
 class Files {
   public:
     virtual ~Files() = default;
 
-    // At once kNotRegular for what is no file: a folder, a device, a pipe, a socket, or for writing
-    // a link that leads nowhere.
+    // kNotRegular, without waiting, for a folder, a device, a pipe, a socket, and, for writing, a
+    // link that leads nowhere. kSharingViolation if another claim on the file forbids it. The
+    // caller owns the open file.
     virtual Result<std::unique_ptr<File>> Open(std::string_view path, OpenMode mode,
                                                Share share) = 0;
     // kNotFound if there is nothing of that name.
@@ -77,9 +79,9 @@ class Files {
     // `pattern` is matched against the names without regard to case; it may hold * and ?.
     virtual Result<std::vector<FolderEntry>> List(std::string_view folder,
                                                   std::string_view pattern) = 0;
-    // Of a link the link itself.
+    // Deletes a file; of a link the link itself.
     virtual Status Delete(std::string_view path) = 0;
-    // As Delete, but where the system keeps read-only files from that, they go too.
+    // As Delete, also for read-only files where the system protects them.
     virtual Status DeleteEvenReadOnly(std::string_view path) { return Delete(path); }
     // kAlreadyExists unless `to` is free. Takes time and permissions along, shares the blocks where
     // the file system can, and leaves nothing behind when it fails. The failure names the file that
@@ -99,18 +101,18 @@ class Files {
     // writing; its permissions are kept. After a failure both files are as they were.
     virtual Status Replace(std::string_view from, std::string_view to) = 0;
     virtual Status CreateFolder(std::string_view path) = 0;  // kAlreadyExists unless it is free
-    // As CreateFolder, but for the user alone. On Windows the rules of the folder above hold.
+    // As CreateFolder, but only the user may enter it. On Windows it has the rights of its parent.
     virtual Status CreatePrivateFolder(std::string_view path) { return CreateFolder(path); }
     virtual Status RemoveFolder(std::string_view path) = 0;  // an empty one
-    // The absolute path of what is there, in UTF-8, every link followed and every part spelt as it
-    // is, the parts separated by slashes: for comparing, not for opening.
+    // The absolute path of an existing file in UTF-8: links followed, names spelt as on the disk,
+    // separated by slashes. For comparing, not for opening.
     virtual Result<std::string> RealPath(std::string_view path) = 0;
-    // Another name of the same file in 8.3 form if there is one, else the path itself.
+    // The file's short path in 8.3 form if it has one, else the path itself.
     // kNotFound if there is no such file.
     virtual Result<std::string> ShortPath(std::string_view path);
     // The system's folder for temporary files, ending in a separator.
     virtual Result<std::string> TempFolder() = 0;
-    // How many bytes the user may still write where `folder` lies. kNotSupported if nobody tells.
+    // The bytes that the user may still write on the disk of `folder`. kNotSupported if unknown.
     virtual Result<std::uint64_t> FreeSpace(std::string_view folder) {
         return Failure{ErrorCode::kNotSupported, std::string(folder)};
     }
@@ -120,25 +122,25 @@ class Files {
     bool Exists(std::string_view path) { return static_cast<bool>(Stat(path)); }
     // Whether nothing has that name, not even a link that leads nowhere. False when in doubt.
     virtual bool IsFree(std::string_view path);
-    // Both give the path of something new in `folder`, which ends in a separator if its last
-    // character has a second byte; prefixes are ASCII.
-    // An empty file: the first three letters of `prefix`, four hex digits, ".tmp".
+    // Creates an empty file in `folder` and gives its path: the first three letters of `prefix`,
+    // four hexadecimal digits, ".tmp". Prefixes are ASCII; a folder whose last character has two
+    // bytes ends in a separator.
     Result<std::string> CreateTempFile(std::string_view folder, std::string_view prefix);
-    // A private folder with a name that nobody can guess: the prefix and random letters.
+    // Creates a private folder with an unguessable name, the prefix and random letters.
     Result<std::string> CreateTempFolder(std::string_view folder, std::string_view prefix);
 };
 
-// Whether `path` leads to something that lies, when all links are followed, inside `folder`.
+// Whether `path`, with all links followed, leads to something inside `folder`.
 bool LiesIn(Files& files, std::string_view path, std::string_view folder);
 
-// The whole content. kTooLarge, without reading, if it has more than `limit` bytes.
+// The whole content of a file. kTooLarge, without reading, if it has more than `limit` bytes.
 Result<std::string> ReadWhole(Files& files, std::string_view path, std::uint64_t limit,
                               Share share = Share::kRead);
 // The first `most` bytes, or all if there are fewer.
 Result<std::string> ReadFront(Files& files, std::string_view path, std::uint64_t most);
 
-// Gives the existing file `to` the content of `from`; its permissions stay. The failure names the
-// file that it is about.
+// Overwrites the existing file `to` with the content of `from`; its permissions stay. A failure
+// names the file it is about and leaves `to` with a part of the content.
 Status CopyInto(Files& files, std::string_view from, std::string_view to);
 
 }  // namespace platform

@@ -14,6 +14,8 @@
 #define KV_LIBRARY_CALL
 #endif
 
+// Loading libraries at run time. Paths are in the form that the implementation states: the module's
+// are Windows paths in the system code page.
 namespace platform {
 
 // A loaded code library; unloaded by the destructor.

@@ -8,8 +8,8 @@
 
 namespace platform {
 
-// Little-endian numbers and runs of bytes in records. The bytes may be of doubtful origin: nothing
-// outside them is ever touched.
+// Little-endian numbers and runs of bytes in records. Offsets and lengths are bytes and may be any
+// numbers, as they come from files: nothing outside `bytes` is ever touched.
 
 // The `length` bytes at `offset`; nothing if they do not lie inside.
 inline std::optional<std::string_view> ReadBytes(std::string_view bytes, std::uint64_t offset,
@@ -37,8 +37,8 @@ inline std::string LittleEndianBytes(std::uint64_t value, std::size_t width) {
     return bytes;
 }
 
-// The number at `offset`; nothing if it does not lie inside. Tables of mails are read with it, a
-// number at a time, so it is to be part of the loops around it.
+// The number at `offset`; nothing if it does not lie inside. Inline, because tables of mails are
+// read with it number by number.
 template <class Number>
 inline std::optional<Number> ReadNumber(std::string_view bytes, std::uint64_t offset) {
     const auto number = ReadBytes(bytes, offset, sizeof(Number));

@@ -8,6 +8,7 @@
 
 #include "platform/os/result.h"
 
+// Other programs and their windows. Texts are in the system code page.
 namespace platform {
 
 // A started process. Destroying the object closes the handles and leaves the process alone.
@@ -23,16 +24,17 @@ struct SystemVersion {
     unsigned minor = 0;
 };
 
-// Other programs, and what the system says about itself to a program.
+// Starting programs, and the version and profile of the system.
 class Processes {
   public:
     virtual ~Processes() = default;
 
-    // Starts a program by its command line. The posix backend refuses with kNotSupported: it never
-    // runs Windows programs.
+    // Starts a program by its command line. kNotSupported in a Wine prefix, whose programs are
+    // never run.
     virtual Result<std::unique_ptr<Process>> Start(std::string_view commandLine) = 0;
+    // The version of Windows; in a Wine prefix the one that programs there are told.
     virtual Result<SystemVersion> Version() = 0;
-    // A number of the system's profile (win.ini); `otherwise` if it is not there.
+    // A number in the system's profile win.ini; `otherwise` if the key is missing.
     virtual int ProfileNumber(std::string_view section, std::string_view key, int otherwise) = 0;
 };
 
@@ -43,8 +45,8 @@ class Windows {
 
     // Whether there is a top-level window of that class.
     virtual bool Exists(std::string_view windowClass) = 0;
-    // Looks at the thread's message queue without removing anything, so that the system delivers
-    // what was sent to the thread. The number of the message that waits, if one does.
+    // Peeks at the thread's message queue, which lets the system deliver sent messages. Gives the
+    // number of the waiting message, if there is one; it stays in the queue.
     virtual std::optional<unsigned> PeekMessages() = 0;
 };
 

@@ -5,8 +5,9 @@
 
 namespace platform {
 
-// The value of a key in the text of an ini file, without blanks and a pair of quotes around it. The
-// first one counts; case does not. Nothing if the section or the key is not there.
+// The value of a key in the text of an ini file, without surrounding blanks and quotes; a part of
+// `text`. Names match in any case, and the first match counts. Nothing if section or key is
+// missing.
 std::optional<std::string_view> ProfileValue(std::string_view text, std::string_view section,
                                              std::string_view key);
 

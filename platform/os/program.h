@@ -13,16 +13,16 @@
 
 namespace platform {
 
-// What a program asks of the system for itself, on either side of NativeSystem: paths are native
-// ones, and all texts are UTF-8.
+// What a program asks the machine for, without the Wine prefix. Paths are native; all texts are
+// UTF-8.
 
-// Loads a code library of the machine itself, without the prefix.
+// Loads a code library of the machine. The caller owns it.
 Result<std::unique_ptr<Library>> LoadNativeLibrary(std::string_view path);
 
 // The full path of the running program; empty if the system does not tell.
 std::string ProgramPath();
 
-// The arguments without the program's name, whatever encoding the system hands them over in.
+// The arguments without the program's name, as UTF-8 whatever encoding the system uses.
 std::vector<std::string> ProgramArguments(int argc, char** argv);
 
 // A variable of the environment; nothing if it is not set or empty.
@@ -38,18 +38,18 @@ void UseBinaryStreams();
 // Whether the path is that of a folder of the user's own; a link to one is none.
 bool IsOwnFolder(const std::string& path);
 
-// A number of this process that no other running process has.
+// The number of this process; no other running process has it.
 unsigned long ProcessNumber();
 
 struct FreeBlock {
     void operator()(char* block) const { std::free(block); }
 };
 
-// Memory for the content of a large file, not filled. The first touch of a page costs about as
-// much as reading a file into it, so where the system has larger pages it is asked for them.
+// Uninitialised memory for the content of a large file. It has larger pages where the system offers
+// them, since the first touch of a page costs about as much as reading a file into it.
 using LargeBlock = std::unique_ptr<char[], FreeBlock>;
 
-// Throws std::bad_alloc. `size` may be 0.
+// Allocates `size` bytes, which may be 0. Throws std::bad_alloc.
 LargeBlock AllocateBlock(std::size_t size);
 
 }  // namespace platform

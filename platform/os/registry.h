@@ -11,12 +11,12 @@ namespace platform {
 
 enum class RegistryRoot { kLocalMachine, kCurrentUser };
 
-// What a value holds: a text in the system code page, without a closing zero, or a 32-bit number.
+// The data of a value: a text in the system code page, without a closing zero, or a 32-bit number.
 using RegistryData = std::variant<std::string, std::uint32_t>;
 
-// The registry, as seen by a 32-bit program. Keys are written with backslashes and without a root,
-// and keys and value names are matched without regard to case; an empty value name is the key's
-// default value.
+// The registry as 32-bit programs see it. Keys are separated by backslashes and have no root; keys
+// and value names are in the system code page and match in any case. An empty value name is the
+// key's default value.
 class Registry {
   public:
     virtual ~Registry() = default;
@@ -25,7 +25,7 @@ class Registry {
     // variables (REG_EXPAND_SZ) are handed out as they stand.
     virtual Result<RegistryData> Read(RegistryRoot root, std::string_view key,
                                       std::string_view value) = 0;
-    // Creates the key if needed, and changes nothing else.
+    // Stores a value and creates its key if needed. After a failure the old value stands.
     virtual Status Write(RegistryRoot root, std::string_view key, std::string_view value,
                          const RegistryData& data) = 0;
 

@@ -8,6 +8,7 @@
 
 namespace platform {
 
+// The kinds of failures that callers tell apart.
 enum class ErrorCode {
     kNotFound,
     kAccessDenied,
@@ -23,8 +24,8 @@ enum class ErrorCode {
     kIo,
 };
 
-// Why an operation failed: what kind of failure, of which thing (a path, a key: the name that a
-// person knows it by), and the system's own number (errno or GetLastError; 0 if none).
+// Why an operation failed: the kind, the thing (a path or a key, under the name that a person
+// knows), and the system's number (errno or GetLastError; 0 if there is none).
 struct Failure {
     ErrorCode code = ErrorCode::kIo;
     std::string context;
@@ -34,7 +35,7 @@ struct Failure {
     std::string Message() const;
 };
 
-// Failures of another kind, which F takes over: a layer above has a kind of its own.
+// Failures of a lower layer, which a layer above converts into its own kind F.
 template <class E, class F>
 concept FailureBelow = std::convertible_to<E, F> && !std::same_as<E, F>;
 

@@ -8,10 +8,10 @@
 
 namespace platform {
 
-// New content on its way into a file. It grows in a side file beside the file, is flushed, and
-// takes the file's place in one step, so that a crash or a failure at any moment leaves the old
-// content or the new one, in full. The side file goes with the object unless Commit succeeded.
-// The calls come in the order below; the first failure ends it.
+// Replaces the content of a file in one step: the new content is written to a side file, flushed,
+// and takes the file's place. A crash or a failure at any moment leaves the old content or the new
+// one, in full. Without a successful Commit the destructor deletes the side file. The calls come in
+// the order below, and none follows a failure.
 class SafeWrite {
   public:
     // Both paths lie in one folder. `files` outlives this object.
@@ -22,16 +22,15 @@ class SafeWrite {
     SafeWrite(const SafeWrite&) = delete;
     SafeWrite& operator=(const SafeWrite&) = delete;
 
-    // Makes an empty side file, or one with the content and time of the file `from`, in place of
-    // whatever had its name. The file itself need not exist; if it does, it must be openable for
-    // writing.
+    // Creates the side file, empty or with the content and time of the file `from`, in place of an
+    // old one. The target need not exist; if it does, it must be openable for writing.
     Status Begin();
     Status BeginAsCopyOf(std::string_view from);
     Status Write(std::string_view bytes);
-    // All that was written is on the disk when this returns.
+    // Returns when all of the side file is on the disk.
     Status Finish();
-    // Lets the side file take its place, after Finish if that was not called. What became or
-    // ceased to be a file under that name since the beginning is a failure.
+    // Puts the side file in the target's place, after a Finish if that was not called. Fails if the
+    // target was created or deleted since Begin.
     Status Commit();
 
   private:

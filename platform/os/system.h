@@ -9,7 +9,8 @@
 
 namespace platform {
 
-// Everything that the module asks of the system. The objects outlive every user of the struct.
+// The facades through which the module uses the system. They outlive every user of the struct.
+// Texts are in the system code page, paths are Windows paths.
 struct System {
     Files& files;  // Windows paths in the system code page
     Registry& registry;
@@ -21,38 +22,36 @@ struct System {
     unsigned codePage;  // the number of the system code page (1252, 932, ...)
 };
 
-// The real one. Where the host has set a dialog provider in kvUtil, the dialogs are the provider's;
-// else they are real windows on Windows, and on Linux messages go to standard error and every
-// dialog counts as cancelled. On Linux the rest works on the Wine prefix that the environment
-// variable WINEPREFIX names at the first call, else on ~/.wine. Lives as long as the library it is
-// linked into.
+// The machine's system; lives as long as the library it is linked into. On Linux it works on the
+// Wine prefix that the environment variable WINEPREFIX names at the first call, else on ~/.wine.
+// Dialogs go to the host's provider, if there is one; else they are windows on Windows, while on
+// Linux messages go to standard error and every dialog counts as cancelled.
 const System& NativeSystem();
 
 // The two forms of a path: the module's, a Windows path in the system code page, and the machine's
 // own, native and in UTF-8.
 
-// Where a path with a drive leads, without links. Names are matched without regard to case; one
-// that does not exist is taken as it is spelt. Nothing without such a drive.
+// The native path of a Windows path with a drive, links followed. Names match in any case; a
+// missing one is taken as it is spelt. Nothing if there is no such drive.
 std::optional<std::string> NativePathOf(std::string_view windowsPath);
-// The shortest path by a drive that leads there. Nothing if no drive does, or if the code page
-// cannot hold the name.
+// The shortest Windows path of a native path. Nothing if no drive leads there, or if the code page
+// cannot hold a name.
 std::optional<std::string> WindowsPathOf(std::string_view nativePath);
 
 // The system's handle of the library or program that this code is part of.
 void* OwnInstance();
 
-// Tells where NativeSystem's dialogs ask, at each use, for a provider; null, or a source that
-// gives null, leaves them the system's own. This library does not know kvUtil: the shared library
-// that both are part of connects the two when it is loaded.
+// Sets the function that NativeSystem asks at each dialog for the host's provider; without one, or
+// if it gives null, dialogs are the system's own. The module connects it to kvUtil when it is
+// loaded, as this library does not know kvUtil.
 void SetDialogSource(Dialogs* (*source)());
 
-// The machine's own file system, with native paths in UTF-8, for programs that work outside the
-// prefix too.
+// The machine's own file system, with native paths in UTF-8.
 Files& NativeFiles();
 
-// From now on what NativeFiles() makes is for the user alone: folders with 0700, files with 0600,
-// copies with what the user may do with the original. A file that is replaced keeps its
-// permissions. On Windows the rules of the folder hold, and nothing changes.
+// From now on NativeFiles() creates everything for the user alone: folders with 0700, files with
+// 0600, copies with the user's part of the original's permissions. A replaced file keeps its
+// permissions. Nothing changes on Windows, where the rights of the folder hold.
 void KeepNewFilesPrivate();
 
 }  // namespace platform
