@@ -13,6 +13,7 @@
 #include "mailbox/toc_records.h"
 #include "platform/os/system.h"
 
+// The in-box behind the Simple MAPI calls. Paths are Windows paths in the system code page.
 namespace eumapi {
 
 // One mail as its block in the .toc file has it.
@@ -23,45 +24,43 @@ struct IndexedMail : mailbox::MailPlace {
 // A mail of more bytes is refused with kTextTooLarge.
 inline constexpr std::uint64_t kLargestMail = 256u << 20;
 
-// The in-box of one Eudora: its mails in the order of In.toc, found by id at a cost that does not
-// depend on their number. Of several blocks with one id the first counts: an id names one mail. A
-// block that the file's count leaves out or that the file cuts short is none. In.mbx stays open
-// between calls as long as the mails are the same.
+// The in-box of one Eudora: its mails in the order of In.toc, found by id in constant time. Of
+// several blocks with one id only the first counts; uncounted and incomplete blocks do not. In.mbx
+// stays open between calls while the list of mails is the same.
 class InBox {
   public:
-    // The folder is a Windows path that ends in a separator.
+    // The folder is a path that ends in a separator.
     InBox(const platform::System& system, std::string eudoraFolder)
         : m_system(system),
           m_folder(std::move(eudoraFolder)),
           m_tocPath(m_folder + "In.toc"),
           m_mbxPath(m_folder + "In.mbx") {}
 
-    // Reads In.toc if it changed since the last call, which one look at its size and time tells. A
-    // missing file has no mails. kNotSupported for a file of Eudora for Macintosh; after a failure
-    // the mails are those of before.
+    // Reads In.toc if its size or time has changed since the last call. A missing file has no
+    // mails. kNotSupported for a file of Eudora for Macintosh. A failure leaves the list as it was.
     Code Refresh();
 
     const std::string& Folder() const { return m_folder; }
     const std::vector<IndexedMail>& Mails() const { return m_mails; }
     const IndexedMail* Find(std::uint32_t id) const;
-    // The position in Mails of what stands behind that mail. For a mail that was there at an
-    // earlier time, of what stood behind it; nothing for an id that was never seen.
+    // The position in Mails behind that mail, or behind the place where a mail that is gone stood.
+    // Nothing for an id that was never seen.
     std::optional<std::size_t> Behind(std::uint32_t id) const;
 
     // The block of a mail as it stands in the file; kCorrupt if that place has another mail now.
     platform::Result<std::string> ReadBlock(const IndexedMail& mail) const;
-    // The bytes of a mail: no more than its block claims and the file has. A block that claims more
-    // than the file has ends at the latest where another mail begins.
+    // The bytes of a mail, at most `most`. If its block claims more than the file has, the mail
+    // ends where the next one begins or the file ends.
     platform::Result<std::string> ReadBytes(const IndexedMail& mail,
                                             std::uint64_t most = kLargestMail);
     // Closes In.mbx until it is needed again.
     void LetGo() { m_mbx.reset(); }
 
-    // Changes the state of a mail, in the file too, from unread to read.
+    // Changes an unread mail to read, in In.toc and in the list; any other state stays.
     Code MarkRead(const IndexedMail& mail);
-    // The mail is in the Trash, in full and on the disk, before In.toc loses its block; In.mbx
-    // keeps its bytes. After a failure the mail is in the in-box, and a second try does not put it
-    // into the Trash twice.
+    // Copies the mail into the Trash, flushed, then removes its block from In.toc; In.mbx keeps its
+    // bytes. After a failure the mail is still in the in-box, and a second try does not put it into
+    // the Trash twice.
     Code MoveToTrash(const IndexedMail& mail);
 
   private:

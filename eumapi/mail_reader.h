@@ -5,8 +5,8 @@
 
 namespace eumapi {
 
-// Gives an empty record the mail as MAPIReadMail's flags ask for it. After a failure any part of it
-// may be there.
+// Fills an empty record with a mail, as MAPIReadMail's flags ask for it. After a failure the record
+// may be filled in part; it owns the copies of attachments.
 Code ReadMail(const platform::System& system, InBox& inBox, const IndexedMail& mail,
               mapi::Flags flags, MessageRecord& record);
 

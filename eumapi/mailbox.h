@@ -12,27 +12,26 @@
 
 namespace eumapi {
 
-// A mailbox of Eudora's own that is open for adding to its end, kept from other writers. What is in
-// it stays as it is: bytes of the .mbx file that no block names are left alone, blocks that the
-// count leaves out give way.
+// A mailbox of Eudora's, opened for one append and closed to other writers until destroyed. Its
+// content stays, also bytes of the .mbx file that belong to no block; uncounted blocks of the .toc
+// file are overwritten.
 class Mailbox {
   public:
     explicit Mailbox(const platform::System& system) : m_system(system) {}
 
-    // `folder` is Eudora's, ending in a backslash. Makes the files if they are missing. Refuses,
-    // and writes nothing: a .toc file of Eudora for Macintosh (kNotSupported), a file with content
-    // without its partner, and two that do not belong together since no mail begins where the first
-    // block says, which Eudora has to mend (kFailure).
+    // `folder` is Eudora's, a Windows path ending in a backslash. Makes missing files. Refuses,
+    // without writing, a .toc file of Eudora for Macintosh (kNotSupported), a file with content
+    // whose partner is missing, and files that do not belong together (kFailure).
     Code Open(const std::string& folder, const mailbox::MailboxKind& kind);
 
-    // A number that no mail here has: above the highest as long as there are such.
+    // A number that no mail here has: the next above the highest, as long as there is one.
     std::uint32_t FreeId() const;
     // Whether a mail of that id and with those bytes is here.
     platform::Result<bool> Contains(std::uint32_t id, std::string_view text);
 
-    // Adds the one mail that this object is for; the place in its block is filled in. The count
-    // changes last, after all else is on the disk. After a failure the mailbox is as it was, if the
-    // disk allows; in any case without the new mail or with it in full.
+    // Appends one mail; offset and length in its block are filled in. The count changes last, after
+    // all else is on the disk. After a failure the mailbox has the new mail in full or not at all;
+    // bytes behind it are removed if the disk allows.
     Code Append(std::string_view text, const std::string& block);
 
   private:

@@ -15,8 +15,8 @@ struct Recipient {
     std::string name, address;
 };
 
-// A mail for a caller of MAPIReadMail, in the system code page. A text that is not there becomes a
-// null pointer. Stays where it was made: the message points into it.
+// A mail for a caller of MAPIReadMail, in the system code page; a missing text becomes a null
+// pointer. It owns everything that the message points to and cannot be moved after Describe.
 struct MessageRecord {
     explicit MessageRecord(const platform::System& system) : files(system) {}
 
@@ -27,7 +27,7 @@ struct MessageRecord {
     std::vector<Recipient> recipients;
     AttachmentCopies files;
 
-    // What the caller gets when all members have their values.
+    // The message for the caller, to be made when all members have their values.
     MapiMessage* Describe();
 
   private:

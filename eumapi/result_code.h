@@ -7,8 +7,8 @@ namespace eumapi {
 
 using mapi::Code;
 
-// What a failure of the file system is to a caller of the library. A file that somebody else holds
-// is the general failure, which callers are used to trying again.
+// The published code for a failure of the file system. A file in use by another program is the
+// general failure, after which callers try again.
 Code CodeOf(const platform::Failure& failure);
 inline Code CodeOf(const platform::Status& status) {
     return status ? mapi::kSuccess : CodeOf(status.Error());

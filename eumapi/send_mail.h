@@ -7,9 +7,10 @@
 
 namespace eumapi {
 
-// Queues a mail at the end of Eudora's out-box, to be sent when Eudora next runs. Copies of its
-// attachments go into the folder Attach, so the caller may delete his files. The published codes
-// for a mail that cannot be sent, and then nothing is left behind.
+// Queues a mail at the end of Eudora's out-box; Eudora sends it when it next runs. Attachments are
+// copied into the folder Attach below `eudoraFolder`, a Windows path that ends in a backslash, so
+// the caller may delete its files. A mail that cannot be sent gives a published code and leaves
+// nothing behind.
 Code SendMail(const platform::System& system, const std::string& eudoraFolder,
               const MapiMessage& message);
 

@@ -11,8 +11,8 @@
 
 namespace eumapi {
 
-// The published Simple MAPI contract over the in-box of the Eudora that the registry names. One
-// call at a time; may throw std::bad_alloc.
+// The functions of Simple MAPI, as Microsoft publishes them, over the mailboxes of the Eudora that
+// the registry names. Message ids are index ids. One call at a time; may throw std::bad_alloc.
 class SimpleMapi {
   public:
     explicit SimpleMapi(const platform::System& system) : m_system(system) {}
@@ -25,8 +25,8 @@ class SimpleMapi {
                   MapiMessage** message);
     Code FreeBuffer(void* buffer);
     Code DeleteMail(mapi::Session session, const char* messageId);
-    // Session 0 stands for one that lasts as long as the call. There is no window to ask in:
-    // kNotSupported for flags that want one.
+    // Session 0 stands for a session of this call alone. kNotSupported for the flag that asks for a
+    // dialog, as this library has no window.
     Code SendMail(mapi::Session session, const MapiMessage* message, mapi::Flags flags);
 
   private:

@@ -8,6 +8,8 @@
 #include "eumapi/result_code.h"
 #include "platform/os/system.h"
 
+// Files for callers of MAPIReadMail in the system's temporary folder. Paths are Windows paths in
+// the system code page.
 namespace eumapi {
 
 struct AttachmentCopy {
@@ -15,8 +17,8 @@ struct AttachmentCopy {
     std::string name;  // that the attachment bears
 };
 
-// Copies of a mail's attachments in the system's temporary folder. Whoever gets the mail deletes
-// them; as long as nobody does, the destructor does.
+// Copies of a mail's attachments. The destructor deletes them; after HandOver they belong to the
+// caller of MAPIReadMail.
 class AttachmentCopies {
   public:
     explicit AttachmentCopies(const platform::System& system) : m_system(system) {}
@@ -24,7 +26,8 @@ class AttachmentCopies {
     AttachmentCopies& operator=(const AttachmentCopies&) = delete;
     ~AttachmentCopies();
 
-    // Copies a file. `isPresent` says whether it could be read: one that cannot is as good as none.
+    // Copies a file. An unreadable file counts as missing: `isPresent` is false and the code is
+    // success.
     Code Add(const std::string& source, std::string name, bool& isPresent);
     // Makes an empty file, which WriteTo fills.
     Code AddEmpty(std::string name);
@@ -41,10 +44,10 @@ class AttachmentCopies {
     bool m_isHandedOver = false;
 };
 
-// Stands for a run that lives: a file that every run holds open, and the last one deletes.
+// Marks a living run by a file that every run holds open and the last one deletes.
 class RunMark {
   public:
-    // Deletes what killed runs left of their copies, unless another run lives.
+    // Deletes the copies that killed runs left, unless another run lives.
     explicit RunMark(const platform::System& system);
     RunMark(const RunMark&) = delete;
     RunMark& operator=(const RunMark&) = delete;

@@ -44,6 +44,7 @@ class CREudoraFieldArray : public CArray<CREudoraField> {
     void Serialize(CArchive& archive);
 };
 
+// The settings record. Sizes are in KB of 1024 bytes, ages in days.
 class CEudoraAppInfo {
   public:
     // All members but m_isLoaded.

@@ -10,8 +10,8 @@
 
 namespace frame {
 
-// The filter records that the host has handed over. They are freed with their texts when others
-// come or this object goes.
+// Filter records of the host, which this object owns. They are freed with their texts when others
+// replace them or the object is destroyed.
 template <class Record>
 class FilterList {
   public:
@@ -20,8 +20,7 @@ class FilterList {
     FilterList(const FilterList&) = delete;
     FilterList& operator=(const FilterList&) = delete;
 
-    // A list without entries is not ours to free: hosts hand in a pointer of their own with
-    // count 0.
+    // Replaces the records. With count 0 the pointer stays the host's and is not freed.
     void TakeOver(Record* records, int count) {
         for (Record& record : m_records) {
             ::operator delete(record.pszFieldId);
@@ -47,8 +46,8 @@ class FilterList {
 // filter lists, field enumeration, messages, and editing and deleting by id. Names and meanings of
 // the arguments stand in frame/interface/translators.h.
 //
-// By itself it is the object of a data kind without records: its settings can be made and kept,
-// its fields are empty, and a walk is at its end at once.
+// By itself it serves data kinds without records: settings can be made and kept, fields are empty,
+// and a walk ends at once.
 class CREudoraTransBase : public CRRecordTranslator {
   public:
     CREudoraTransBase() = default;
@@ -108,12 +107,12 @@ class CREudoraTransBase : public CRRecordTranslator {
     virtual int PassesFilters() { return 1; }
     virtual RRETURNCODE PrepareForUpdate() { return RRC_OK; }
 
-    // The end of a derived MoveFirst or MoveNext that reached a record, under its name: passes over
-    // records for which PassesFilters gives 0 by calling MoveNext through the table, in a loop,
-    // however many they are.
+    // Ends a derived MoveFirst or MoveNext that has reached a record; `operation` is its name in
+    // the log. Records for which PassesFilters gives 0 are passed over by virtual calls of
+    // MoveNext, in a loop and not recursively.
     RRETURNCODE EndMove(const char* operation);
 
-    // The one that the host handed in; the module's own before it did.
+    // The object that the host handed in; until then the module's own.
     CEudoraTransUtil& Util() const { return m_pUtil != nullptr ? *m_pUtil : TransUtil(); }
     // Whether a MoveNext that runs now was called to pass over a record that fails the filters.
     bool IsFiltering() const { return m_filtering; }

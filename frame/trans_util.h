@@ -12,32 +12,32 @@
 #include "platform/mfc/collections.h"
 #include "platform/os/system.h"
 
-// The module's whole global state, shared by all translators: one object from load to unload.
-// Paths are Windows paths; they and all texts are in the system code page.
+// The module's global state, shared by all translators: one object from load to unload. Paths are
+// Windows paths; they and all texts are in the system code page. Not for several threads.
 class CEudoraTransUtil {
   public:
     explicit CEudoraTransUtil(const platform::System& theSystem)
         : system(theSystem), bundle(system.libraries), mapi(system) {}
 
-    // What the exported functions of these names do, as exports.h tells. A null record counts as
-    // one of empty texts; a null buffer or a length below 1 receives nothing.
+    // The exported functions of these names (frame/interface/exports.h). A null record counts as
+    // one of empty texts; a null buffer, or a length below 1 byte, receives nothing.
     RRETURNCODE InitTranslator(const tagRENVSETTINGS* env);
     RRETURNCODE InitTranslatorEx(const tagRENVSETTINGS* env, const tagRTRANSSETTINGS* settings,
                                  const char* language, char* message, int length);
 
     // Strings of the bundle; a missing one is logged and gives the empty text.
     CString GetString(frame::StringId id);
-    // The string as a format for a text, and a number if one is given: used as a format only if
-    // its conversions are exactly "%s", or "%s" and "%d" in this order; else it stands as it is.
+    // The string with `text`, and `number` if one is given, put in its place. A string whose
+    // conversions are not exactly "%s", or "%s" and then "%d", is given unchanged.
     CString FormatString(frame::StringId id, const CString& text,
                          std::optional<int> number = std::nullopt);
 
     // The message queues, oldest first.
     void AddError(frame::StringId id) { saErrors.Add(GetString(id)); }
     void AddErrorText(LPCTSTR text) { saErrors.Add(text); }
-    // Says that the file of the failure could not be opened, then AddCause.
+    // Queues the message that the file of the failure could not be opened, then AddCause.
     void AddFileError(const platform::Failure& failure);
-    // Says why, where the bundle has words for it: the disk is full, there is not enough memory.
+    // Queues the reason if the bundle has a text for it: a full disk, or too little memory.
     void AddCause(const platform::Failure& failure);
     void AddWarningText(LPCTSTR text) { saWarnings.Add(text); }
     void ClearErrors() { saErrors.RemoveAll(); }
@@ -82,8 +82,8 @@ namespace frame {
 // Queues `what` as an error message for the host.
 void ReportException(const char* operation, const char* what) noexcept;
 
-// The border of the module: runs an operation and turns an exception into RRC_FAILED and a queued
-// message, so that nothing is thrown at the host.
+// Runs an operation of the module and turns an exception into RRC_FAILED and a queued message, so
+// that nothing is thrown into the host.
 template <class Operation>
 RRETURNCODE Guarded(const char* name, Operation&& operation) noexcept {
     try {
@@ -96,7 +96,7 @@ RRETURNCODE Guarded(const char* name, Operation&& operation) noexcept {
     return RRC_FAILED;
 }
 
-// The same, with a first line in the log: where the operation belongs, and its name.
+// The same with a first log line of `where` and `name`.
 template <class Operation>
 RRETURNCODE Entered(const char* where, const char* name, Operation&& operation) noexcept {
     return Guarded(name, [&]() -> RRETURNCODE {

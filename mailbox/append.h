@@ -39,7 +39,8 @@ struct Appended {
 
 // Appends `count` mails: first the texts, then the blocks behind the counted ones, the header last,
 // each flushed before the next. So the header counts whole mails only, even after a crash. After a
-// failure the files are cut back behind the last counted mail.
+// failure the files are cut back behind the last counted mail, unless the header may count the
+// `uncertain` ones.
 Appended AppendMails(const AppendPlace& place, std::size_t count, const MakeMail& make);
 
 // Checks the bytes behind the counted blocks of a .toc file, which an append will overwrite.

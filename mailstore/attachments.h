@@ -9,19 +9,20 @@
 
 namespace mailstore {
 
-// Eudora's folder for attachments: what comes in with new records is copied into it. Paths are
-// Windows paths in the system code page.
+// Eudora's folder for attachments, into which those of new records are copied. Paths are Windows
+// paths in the system code page.
 class AttachFolder {
   public:
     // Finds the folder below Eudora's, and makes it if it is missing.
     void Find(CEudoraTransUtil& util);
 
-    // Copies the files that the list text names into the folder, and enters them in the record
-    // instead of what it had. RRC_FAILED if one cannot be stored; those before it are entered.
+    // Copies the files of a list text (platform/kvutil/kvutil.h) into the folder and makes the
+    // copies the record's files. RRC_FAILED if one cannot be stored; the record has those before
+    // it.
     RRETURNCODE NewAttachments(CEudoraTransUtil& util, LPCTSTR listText, MapiMessage& record);
 
-    // Empties a queue of records that will never be mails. Their files go with them, but for those
-    // that are all that is left of what the host handed over; NameOnlyCopies tells the host these.
+    // Frees a queue of records that will never be stored or sent, and deletes their copies. A copy
+    // whose source was deleted stays; NameOnlyCopies queues a message with its path.
     void FreeRecords(CMapi& mapi, std::list<MapiMessage*>& records) const;
     void NameOnlyCopies(CEudoraTransUtil& util, const std::list<MapiMessage*>& records) const;
     void ForgetOnlyCopies() { m_onlyCopies.clear(); }
@@ -38,13 +39,13 @@ class AttachFolder {
     std::set<std::string, std::less<>> m_onlyCopies;
 };
 
-// Copies the files of a message as the settings allow into the temporary folder, and lists them as
-// text; the host owns the copies and may leave them to DeleteAttachFile. RRC_FAILED as a whole if
-// one cannot be copied, without a list.
+// Copies the files of a message into the temporary folder, as far as the settings allow, and gives
+// them as a list text. The host owns the copies; DeleteAttachFile removes those that it leaves.
+// RRC_FAILED, without a list, if one cannot be copied.
 RRETURNCODE GetAttachments(CEudoraTransUtil& util, const CEudoraAppInfo& settings,
                            const MapiMessage& message, CString& csOut);
 
-// Removes the copies that GetAttachments made and nobody took, those of other runs too.
+// Deletes all copies of GetAttachments that are left in the temporary folder, also of other runs.
 void DeleteAttachFile(platform::System& system);
 
 }  // namespace mailstore

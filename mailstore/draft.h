@@ -38,12 +38,12 @@ struct FreeRecord {
 };
 using BuiltRecord = std::unique_ptr<MapiMessage, FreeRecord>;
 
-// The record that the host has begun, with the recipients as it gave them, until it is queued.
+// The record that the host is filling, with its recipients as texts, until it is queued.
 class Draft {
   public:
     // Makes an empty record; there is none in hand. False without memory.
     bool Begin() { return CMapi::AllocMessage(m_lpNewMessage) != 0; }
-    // The record goes, and so do the files that it names.
+    // Frees the record and deletes its files.
     void Drop(CMapi& mapi);
     void ForgetRecipients();
     bool Exists() const { return m_lpNewMessage != nullptr; }
@@ -52,10 +52,11 @@ class Draft {
     // body. `cell` points to the text or the number.
     void Set(MailField field, const void* cell);
 
-    // Gives the record its recipients, To first, then cc, then bcc, and puts it at the end of the
-    // queue, which owns it from then on. To be sent it gets a recipient for each address between
-    // semicolons and commas, for the mailbox one for each class that has a text, with the addresses
-    // between semicolons joined by ", ". When memory runs out nothing has changed.
+    // Gives the record its recipients, first To, then cc, then bcc, and moves it to the end of the
+    // queue, which owns it from then on. A record to be sent has a recipient for each address
+    // between semicolons and commas. One for the mailbox has one for each class with a text, whose
+    // addresses between semicolons are joined by ", ". A lack of memory is thrown and changes
+    // nothing.
     void Queue(std::list<MapiMessage*>& queue, bool isToBeSent);
 
     MapiMessage* m_lpNewMessage = nullptr;

@@ -5,23 +5,24 @@
 #include "frame/trans_util.h"
 #include "platform/os/files.h"
 
-// What mails need of Eudora: the program, the two files of its in-box, and messages about both. The
-// files lie in Eudora's folder; the bundle has their name. Paths are Windows paths in the system
-// code page. Results are RRC_OK or RRC_FAILED with a message.
+// Access to Eudora: its program, the two files of its in-box, and messages about both. The files
+// lie in Eudora's folder and have their name from the bundle. Paths are Windows paths in the system
+// code page. Results are RRC_OK, or RRC_FAILED with a queued message.
 namespace mailstore {
 
-// Brings up Eudora, its MAPI library and a session.
+// Starts Eudora unless it runs, loads its MAPI library and opens a session.
 RRETURNCODE BringUp(CEudoraTransUtil& util);
 
-// `extension` is ".mbx" or ".toc". The folder, which does not open as a file, if the bundle has no
-// name for the in-box.
+// The path of an in-box file; `extension` is ".mbx" or ".toc". Without a name in the bundle it is
+// Eudora's folder, which cannot be opened as a file.
 CString InBoxPath(CEudoraTransUtil& util, const char* extension);
 
-// Makes what is missing of the two files, never touching one that is there. False if one cannot be
-// made; why is among the messages if the bundle has words for it.
+// Creates missing in-box files and never writes to existing ones. False if one cannot be made; it
+// is deleted again, and the reason is queued if the bundle has a text for it.
 bool MakeInBox(CEudoraTransUtil& util);
 
-// Null, with a message, if the file does not open. `operation` names the caller in the log.
+// The open file, owned by the caller; null, with a message, if it does not open. `operation` names
+// the caller in the log.
 std::unique_ptr<platform::File> OpenInBoxFile(CEudoraTransUtil& util, const char* extension,
                                               platform::OpenMode mode, platform::Share share,
                                               const char* operation);
@@ -33,9 +34,9 @@ void ReportInBoxFile(CEudoraTransUtil& util, const platform::Failure& failure,
 RRETURNCODE Fail(CEudoraTransUtil& util, frame::StringId message, const char* log);
 // Queues a message with the name of a thing; a bundle without that text still names the thing.
 void ReportNamed(CEudoraTransUtil& util, frame::StringId id, const CString& name);
-// The same with the text for the last error of the MAPI library, and without a log line for null.
+// As Fail, with the text for the last error of the MAPI library; null for no log line.
 RRETURNCODE FailOfMapi(CEudoraTransUtil& util, const char* log);
-// Says that there is no such mail.
+// As Fail, with the message that there is no such mail.
 RRETURNCODE FailOfNoMail(CEudoraTransUtil& util);
 
 }  // namespace mailstore

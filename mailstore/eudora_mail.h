@@ -56,7 +56,7 @@ class CREudoraMail : public CREudoraTransBase {
     mailstore::MailQueues m_queues{m_attach};
     bool m_bAppReady = false;
     bool m_bOutBox = false;        // the record in hand goes to the out-box
-    bool m_bOutBoxRecord = false;  // so did the one that the host addresses
+    bool m_bOutBoxRecord = false;  // the record that the host addresses went there
 
   private:
     RRETURNCODE IndexMailbox();

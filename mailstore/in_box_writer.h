@@ -17,9 +17,9 @@ struct NewMail {
 };
 
 // Appends mails to the in-box, whose files are open for reading and writing; the low half of
-// `highestId` goes into the header. Of the first `uncertain` mails an earlier call could not tell
-// whether they are stored: they are looked for. kCorrupt, with both files as they were, if the .toc
-// file is no table that we may change.
+// `highestId` goes into the header. The first `uncertain` mails may be stored already, as an
+// earlier call reported; those that are found are not stored again. kCorrupt, with both files
+// unchanged, if the .toc file is no table of contents of Eudora for Windows.
 mailbox::Appended AppendNewMails(CEudoraTransUtil& util, platform::File& mbx, platform::File& toc,
                                  std::span<const NewMail> mails, std::uint32_t highestId,
                                  std::size_t uncertain);
@@ -27,10 +27,10 @@ mailbox::Appended AppendNewMails(CEudoraTransUtil& util, platform::File& mbx, pl
 // Statuses by the numbers of mails.
 using States = std::map<std::uint32_t, std::uint32_t>;
 
-// Stores read states in a .toc file that is open for reading and writing: one pass over its
-// blocks, of which only those are written that have a state here. A block that the end of the file
-// cuts short is left alone, and so is, with kCorrupt, a file that is no table of contents of Eudora
-// for Windows.
+// Stores read states in a .toc file that is open for reading and writing, in one pass that writes
+// only the blocks with a state here; an incomplete last block stays. kCorrupt, with nothing
+// written, for a file that is no table of contents of Eudora for Windows. After another failure any
+// part of the states may be stored.
 platform::Status StoreStates(platform::File& toc, const States& states);
 
 }  // namespace mailstore

@@ -17,17 +17,16 @@ struct MailDate {
     std::uint32_t dwSeconds = 0;
 };
 
-// `text` is an OLE automation date in local time as a decimal number. No date, or none that can be
-// one, counts as the present time; one before 1970 has 0 seconds. Daylight saving takes no part in
-// the difference to UTC. The block's text has a 24-hour clock in Japanese.
+// Converts an OLE automation date in local time, given as a decimal number. A missing or invalid
+// date counts as the present time; a date before 1970 has 0 seconds. The difference to UTC is that
+// of standard time. The block's text has a 24-hour clock in Japanese.
 MailDate ConvertMailDate(const char* text, platform::Clock& clock, bool isJapanese);
 
-// The date of a text of the form "YYYY/MM/DD HH:MM", in days since 1899-12-30 with the time as
-// fraction (an OLE date). Nothing if it has fewer pieces, or if they
-// are no date from the year 100 to 9999.
+// The OLE automation date of a text "YYYY/MM/DD HH:MM": days since 1899-12-30, the time as
+// fraction. Nothing if a part is missing, or for no date of the years 100 to 9999.
 std::optional<double> ParseDate(std::string_view text);
 
-// The local time in whole seconds, in the same form.
+// The present local time, in whole seconds, as an OLE automation date.
 double LocalNow(platform::Clock& clock);
 
 }  // namespace mailstore

@@ -19,22 +19,21 @@ namespace mailstore {
 // direction (bench_inbox).
 class MailIds {
   public:
-    // Reads the mailbox, whose files are made if they are missing, and gives how many mails its
-    // header counts. The names of waiting mails stay. After a failure, which is told in a message,
-    // the names are as before, but new mails get no ids until the next Read: a number could be that
-    // of a mail that is there.
+    // Reads the names from the mailbox, makes its missing files, and gives the number of mails in
+    // its header. Names of waiting mails stay. A failure queues a message and leaves the names as
+    // they were; new mails then get no ids until the next Read, as a number could be taken.
     std::optional<std::uint32_t> Read(CEudoraTransUtil& util);
     bool CanGive() const { return m_canGive; }
 
-    // Names a new mail by the next number that none has. Gives its index id.
+    // Names a new mail by the next free number and gives its index id.
     std::string Give(std::string_view messageId);
-    // Nothing for a mail that is unknown here, or has no "To: " and so no place in an index.
+    // Nothing for an unknown mail, and for one without "To: ", which has no place in the index.
     std::optional<std::string> MessageIdOf(std::string_view indexId) const;
-    // All index ids that have a Message-ID, and these, for the log.
+    // Logs each index id with its Message-ID.
     void LogAll() const;
 
     void Forget(std::string_view indexId);
-    // Forgets all but the records of a queue: their texts and the numbers after them need them.
+    // Forgets all names but those of a queue's records, which are still needed to store them.
     void ForgetAllBut(const std::list<MapiMessage*>& waiting);
     // Goes on behind the highest number of the mailbox.
     void GoOnBehindAll();

@@ -9,27 +9,29 @@
 
 namespace mailstore {
 
-// What the host has changed and Close carries out: mails for the out-box and for the in-box, which
-// the queues own, and read states. Results are RRC_OK or RRC_FAILED with a message.
+// The host's changes until Close carries them out: mails for the out-box and for the in-box, which
+// the queues own, and read states. Results are RRC_OK, or RRC_FAILED with a queued message.
 class MailQueues {
   public:
     // The folder outlives this object.
     explicit MailQueues(AttachFolder& attach) : m_attach(attach) {}
 
-    // Hands the mails for the out-box to the library, up to the first that it refuses; that one and
-    // those behind it are dropped.
+    // Hands the mails for the out-box to the library. At the first refusal that mail and those
+    // behind it are dropped.
     RRETURNCODE Send(CEudoraTransUtil& util);
 
-    // Appends the mails for the in-box to its files. What cannot be written stays queued; what the
-    // mailbox cannot take at all is dropped with its id and state, and messages name it.
+    // Appends the mails for the in-box to its files. After a failed write the unwritten mails stay
+    // queued. If the files do not open, or are no mailbox that we may change, the mails are
+    // dropped. Mails beyond a full mailbox are dropped with their ids and states, and messages name
+    // them.
     RRETURNCODE WriteNewMails(CEudoraTransUtil& util, MailIds& ids);
 
-    // Stores the noted read states in the .toc file; those of mails that stay queued stay noted,
-    // the others are forgotten.
+    // Stores the noted read states in the .toc file. States of mails that stay queued stay noted;
+    // all others are forgotten, also after a failure.
     RRETURNCODE UpdateMailStatus(CEudoraTransUtil& util);
 
-    // Notes the state of the current message after an edit: the one that the host set, else, unless
-    // an earlier edit noted one, whether the mail is read.
+    // Notes the state of the current message after an edit: the one that the host set, else the one
+    // of an earlier edit, else that of the message.
     void NoteStatus(CMapi& mapi);
 
     void FreeAll(CMapi& mapi);

@@ -7,8 +7,8 @@
 #include "mapi/records.h"
 #include "platform/os/libraries.h"
 
-// The functions of a Simple MAPI library, as published. All of them must be there for the library
-// to count as one; those that are called have their types here.
+// The functions of a Simple MAPI library, as Microsoft's header MAPI.h publishes them. A library
+// without one of them is no Simple MAPI library; the called ones have their types here.
 namespace mapi {
 
 using LogonFn = Code(KV_LIBRARY_CALL*)(Window, const char* profile, const char* password, Flags,

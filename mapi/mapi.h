@@ -10,8 +10,9 @@
 #include "mapi/records.h"
 #include "platform/os/system.h"
 
-// The module's one door to Eudora's Simple MAPI library EUMAPI32.DLL. Its operations report
-// nothing to the host; LastError tells the caller what went wrong.
+// The module's only access to Eudora's Simple MAPI library EUMAPI32.DLL. Its operations queue no
+// messages for the host; LastError has the reason of a failure. Texts and paths, which are Windows
+// paths, are in the system code page.
 class CMapi {
   public:
     // Values of LastError beside the library's own result codes.
@@ -19,8 +20,8 @@ class CMapi {
     static constexpr std::uint32_t kNotLoaded = 1001;
 
     explicit CMapi(const platform::System& system) : m_system(system) {}
-    // Neither logs off nor unloads, nor touches the current message: at process end the library
-    // may be gone already.
+    // Neither logs off nor unloads the library, nor frees the current message: at process end the
+    // library may be gone already.
     virtual ~CMapi() { (void)m_hMapiLib.release(); }
     CMapi(const CMapi&) = delete;
     CMapi& operator=(const CMapi&) = delete;
@@ -29,19 +30,19 @@ class CMapi {
     // system has Simple MAPI and the library is loaded and has all entry points, else 0. With an
     // entry point missing it stays loaded.
     int LoadMapiLibrary(const char* folder);
-    // Opens a session: 1 on success, else 0, also if there is a session, which goes on. Needs a
-    // library that LoadMapiLibrary gave 1 for.
+    // Opens a session: 1 on success, else 0. With an open session it gives 0 and the session stays.
+    // LoadMapiLibrary must have given 1.
     int MapiLogon();
-    // Ends the session, if there is one; a current message that is the library's goes first.
+    // Ends the session, if there is one, after freeing a current message of the library's.
     void MapiLogoff();
-    // Frees the library, if it is loaded; a current message that is the library's goes first.
+    // Unloads the library, if it is loaded, after freeing a current message of the library's.
     void UnloadMapiLibrary();
 
     std::uint32_t LastError() const { return m_ulLastError; }
 
     // The cursor over the mailbox. Results: 1 found (and read), 0 no such message or no more of
-    // them, -1 failed with LastError: kNotLoaded without a library. A call that fails with the
-    // general error is tried ten times, with every other error once.
+    // them, -1 failed; LastError is kNotLoaded without a library. A call is repeated up to ten
+    // times while it fails with the general error, and not after any other error.
     int MoveFirst();
     int MoveNext();
     // Goes to a message by walking: from the seek point, and from the first message if the end came
@@ -49,17 +50,18 @@ class CMapi {
     int GoToEmail(const char* target);
     // Finds the message behind `seed`, or the first one for none, and names it in MsgID.
     int FindNextMail(const std::optional<std::string>& seed);
-    // Reads the message that MsgID names; before the first try the current message is gone.
+    // Reads the message that MsgID names, without marking it as read. The former current message is
+    // released first.
     int ReadCurrentMail();
-    // 1 and the current message, which stays this object's; else 0 and null.
+    // 1 and the current message, which this object keeps; else 0 and null.
     int GetCurrentMessage(MapiMessage*& message);
 
     const char* MsgID() const { return m_szMsgID.c_str(); }
     void ClearMsgID() { SetMsgID(nullptr); }
     // Names a new mail; the id is cut to the room that a library has for one.
     void SetMsgID(const char* id);
-    // What a walk in order does: the message that MsgID names becomes the seek point if there is
-    // none yet; ConfirmSeek makes it valid.
+    // Sets the seek point, from which GoToEmail walks: the message that MsgID names, if there is
+    // none yet. ConfirmSeek makes it valid.
     void NoteSeek();
     void ConfirmSeek() { m_bSeekValid = true; }
 
@@ -77,21 +79,21 @@ class CMapi {
     // The flags that the current message came with or that a finished edit has given it, whatever
     // SetMailStatus has stored since.
     std::uint32_t MailFlags() const { return m_flags; }
-    // Whether MsgID names the current message, and not one that a walk has stopped at, a record
-    // that is under construction or waits to be sent, or a mail that is deleted.
+    // Whether MsgID names the current message. It may name instead a message that a walk stopped
+    // at, a record under construction or waiting to be sent, or a deleted mail.
     bool NamesCurrent() const { return m_isNamed && m_lpMessage != nullptr; }
 
     // Makes a built record the current message, and sends it first if its status says so. 1, or -1
-    // with LastError. The record stays its owner's: the slot borrows it until the next read or
-    // until ReleaseBorrowed.
+    // with LastError. The caller keeps the record, which is borrowed until the next read or until
+    // ReleaseBorrowed.
     int UpdateMail(MapiMessage* record);
-    // To be called before the owner of a borrowed record frees it.
+    // The owner of a borrowed record calls it before freeing the record.
     void ReleaseBorrowed(const MapiMessage* record);
     // Has the library delete the message that MsgID names. 1, or -1 with LastError.
     int DeleteMail();
 
-    // Records that the module builds: every text a block of its own from `new char[]`, recipients
-    // and files arrays from `new[]`.
+    // Makes an empty record for the module to fill, owned by the caller: 1, or 0 without memory.
+    // Each text of it is a block from `new char[]`; recipients and files are arrays from `new[]`.
     static int AllocMessage(MapiMessage*& record);
     // Frees a built record. The files that it names are deleted with it unless `keepFiles` says
     // that a stored mail points to them. If it is the current message, there is none afterwards.

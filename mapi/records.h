@@ -5,9 +5,11 @@
 #include <span>
 #include <string_view>
 
-// The records and codes of Simple MAPI as its published header has them. Texts are zero-ended, in
-// the system code page; a null pointer stands for a missing one.
+// The records and codes of Simple MAPI, with the layout and the values of Microsoft's header
+// MAPI.h. Texts are zero-ended, in the system code page; a null pointer stands for a missing one.
+// Paths are Windows paths.
 
+// An attachment.
 struct MapiFileDesc {
     std::uint32_t ulReserved;
     std::uint32_t flFlags;
@@ -17,6 +19,7 @@ struct MapiFileDesc {
     void* lpFileType;
 };
 
+// A sender or recipient.
 struct MapiRecipDesc {
     std::uint32_t ulReserved;
     std::uint32_t ulRecipClass;
@@ -43,7 +46,7 @@ struct MapiMessage {
 
 namespace mapi {
 
-// What a message counts; nothing where there is no array, whatever the count says.
+// The recipients and the files of a message; none without an array, whatever the count says.
 inline std::span<MapiRecipDesc> Recipients(const MapiMessage& message) {
     return {message.lpRecips, message.lpRecips != nullptr ? message.nRecipCount : 0};
 }
@@ -83,7 +86,7 @@ inline constexpr Flags kOle = 0x1, kOleStatic = 0x2;
 // Recipient classes.
 inline constexpr std::uint32_t kOriginator = 0, kTo = 1, kCc = 2, kBcc = 3;
 
-// What may stand in front of an address.
+// The optional prefix of an address.
 inline constexpr std::string_view kTransport = "SMTP:";
 inline std::string_view WithoutTransport(std::string_view address) {
     return address.starts_with(kTransport) ? address.substr(kTransport.size()) : address;

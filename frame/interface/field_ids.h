@@ -35,8 +35,8 @@ std::string FieldId(Field field) {
     return std::to_string(static_cast<int>(field));
 }
 
-// Digits at the beginning of the id count; without any, and for null, it is a field that no record
-// has. So may be any number.
+// The field of an id by its leading digits; 0 without digits and for null. The result may be a
+// number that is no field.
 template <class Field>
 Field FieldOfId(const char* id) {
     return static_cast<Field>(id != nullptr ? std::atoi(id) : 0);

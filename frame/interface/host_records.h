@@ -5,16 +5,18 @@
 #include "frame/interface/result_codes.h"
 #include "platform/mfc/collections.h"
 
-// What the host passes into the module. Texts are zero-ended, in the system code page. The records
-// belong to the host; the module keeps no pointer to them unless stated.
+// Records and objects that the host passes into the module. Texts are zero-ended, in the system
+// code page; paths are Windows paths. The host owns the records; the module keeps no pointer to
+// them unless stated.
 
 class CEudoraTransUtil;
 
-// A word whose meaning is no concern of the module: taken, kept or passed on. As wide as a pointer.
+// A word as wide as a pointer that the module takes, keeps or passes on without looking at it.
 using RWORD = std::uintptr_t;
 using BOOL = std::int32_t;
 using LPCTSTR = const char*;
 
+// The environment of the module.
 struct tagRENVSETTINGS {
     const char* pszEnvDir;   // second choice for the folder of the language bundles
     const char* pszEnvText;  // kept, not used
@@ -28,13 +30,14 @@ struct tagRTRANSSETTINGS {
     const char* pszAltLanguage;  // language code, tried after the main one
 };
 
+// The settings that SaveSettings stores.
 struct tagRAPPINFO {
     RWORD reserved;            // not read
     const char* pszSelection;  // path of the settings file
 };
 
-// The operations that the module calls on the host's context, each filling one word. The context
-// pointer's own table may go on behind them.
+// The operations that the module calls on the host's context, each filling one word. The host's
+// table may have more operations behind them.
 class CRHostContext {
   public:
     virtual void GetContextValue1(RWORD* value) = 0;
@@ -51,7 +54,7 @@ class CRHostContext {
     ~CRHostContext() = default;
 };
 
-// Told by BatchUpdate what became of the records. The texts are valid during the call only.
+// Receives the results of BatchUpdate. The texts are valid during the call only.
 class CRBatchSink {
   public:
     virtual void Reserved() = 0;  // never called
@@ -62,10 +65,10 @@ class CRBatchSink {
     ~CRBatchSink() = default;
 };
 
-// Shows IsOkToSetRecord the values that the host is about to store: makes *ppCell point at the
-// value cell of the field, may change *pType from what the caller presets, and sets *pbHasField to
-// 1 if the record to be stored has the field. The mail translator ends with a result that is not
-// RRC_OK and gives it back; the address book does not look at it.
+// Gives IsOkToSetRecord the values of a record to be stored: sets *ppCell to the value cell of the
+// field, and *pbHasField to 1 if the record has the field; it may change the preset *pType. The
+// mail translator ends with any result but RRC_OK and gives it back; the address book ignores the
+// result.
 using RFIELDCALLBACK = RRETURNCODE (*)(void* pContext, const char* pszFieldId, void** ppCell,
                                        unsigned long* pType, BOOL* pbHasField);
 

@@ -25,7 +25,7 @@ class Clock {
     // The difference without daylight saving at a local time, which is written as if it were UTC.
     // Nothing for a local time that the zone skips.
     virtual std::optional<std::chrono::seconds> StandardOffset(std::chrono::sys_seconds local) = 0;
-    // Returns after that time at the earliest; 0 gives other threads a turn.
+    // Returns after that time at the earliest.
     virtual void Sleep(std::chrono::milliseconds duration) = 0;
 };
 

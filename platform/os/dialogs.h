@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+// The dialogs of the module, independent of how they are shown. Texts and paths, which are Windows
+// paths, are in the system code page.
 namespace platform {
 
 enum class MessageIcon { kNone, kWarning, kError };
@@ -72,7 +74,7 @@ class Dialogs {
     virtual std::optional<std::string> OpenFile(const OpenFileRequest& request) = 0;
     // The result given to DialogView::End; 2 if the dialog was closed or cannot be shown.
     virtual int RunModal(const DialogTemplate& dialog, DialogLogic& logic) = 0;
-    // Shows and hides the wait cursor; calls nest. Nothing happens without a screen.
+    // Shows and hides the wait cursor, where there is a screen.
     virtual void BeginWaitCursor() {}
     virtual void EndWaitCursor() {}
 };

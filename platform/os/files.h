@@ -62,8 +62,7 @@ struct FolderEntry {
 
 // A file system. The implementation states the form of its paths: the module's are Windows paths in
 // the system code page, the host's are native paths in UTF-8. Links are followed to existing files;
-// nothing is created through a link that leads nowhere. A failed operation changes nothing unless
-// stated otherwise, and its failure names the path.
+// nothing is created through a link that leads nowhere. A failure names the path.
 class Files {
   public:
     virtual ~Files() = default;
