@@ -3,10 +3,10 @@
 #include "addressbook/eudora_ab.h"
 #include "frame/trans_base.h"
 
-// The address-book translator: the contacts of one nickname file, selected by GetAppInfo, as
-// records of seven text fields. The nickname is a field and the record id. Changes stay in memory
-// until BatchUpdate writes the file and tells the host the change markers. Of the filters only
-// those of texts hide records, each wherever in its field it occurs, in any case.
+// The address-book translator: the contacts of one nickname file as records of seven text fields.
+// GetAppInfo selects the file by a Windows path in the system code page. The nickname is a field
+// and the record id. Changes stay in memory until BatchUpdate writes the file and reports the
+// change markers. Only text filters hide records; each matches anywhere in its field, in any case.
 class CREudora4 : public CREudoraTransBase {
   public:
     RRETURNCODE GetAppProperties(unsigned long* pProperties) override;

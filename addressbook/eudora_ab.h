@@ -14,21 +14,20 @@ class CEudoraTransUtil;
 
 // The address book: all records of one nickname file in memory, with a current position and a
 // current record, which may be a new one that is not in the map yet. A record's id is its nickname.
-// Nothing reaches the file before SaveRecords. One traversal at a time. What throws, for want of
-// memory, has changed nothing.
+// Nothing is written before SaveRecords. One traversal at a time. A lack of memory is thrown and
+// changes nothing. Texts, and the path, a Windows path, are in the system code page.
 class CEudoraAB {
   public:
-    // The module state to report to and to take the system from; the global object until then.
+    // Sets the module state that gets messages and has the system; until then the global object.
     void UseUtil(CEudoraTransUtil* util) { m_util = util; }
 
-    // Reads the file. The path of the file in memory changes nothing: its records stand, unsaved
-    // changes included. RRC_FAILED if the file cannot be opened, is larger than 2 GiB or does not
-    // fit into memory; the file and the records that are there then stay. After a read error the
-    // records before it are there, each Open queues the error, and SaveRecords refuses, for it
-    // would lose the others.
+    // Reads the file. For the file already in memory it does nothing: unsaved changes stay.
+    // RRC_FAILED, with the former file and records unchanged, if the file cannot be opened, is
+    // larger than 2 GiB or does not fit into memory. After a read error the records before it are
+    // there, each Open queues the error, and SaveRecords refuses, as it would lose the others.
     RRETURNCODE Open(LPCTSTR path);
-    // Writes all records and what else the file held, as SaveNicknames does. On failure messages
-    // with the file that failed are queued and the result is RRC_FAILED.
+    // Writes all records and the carried lines, as SaveNicknames does. A failure is RRC_FAILED with
+    // messages that name the file; its content is the old one, and changes stay in memory.
     RRETURNCODE SaveRecords();
 
     RRETURNCODE FindRecord(std::string_view nickname);  // RRC_NONE if there is none
@@ -37,17 +36,17 @@ class CEudoraAB {
     // The id at the position; after StoreRecord, of the record stored.
     const CString& CurrentKey() const { return m_csCurrentKey; }
 
-    // The e-mail address is the first. Without a current record both give RRC_FAILED; what is no
-    // field does nothing.
+    // Fields of the current record; the e-mail field is its first address. RRC_FAILED without a
+    // current record; an unknown field does nothing.
     RRETURNCODE GetRecordField(ContactField field, CString& out) const;
     RRETURNCODE SetRecordField(ContactField field, std::string_view value);
-    // The change marker. `out` is left alone without a current record, and by an empty one.
+    // The change marker. `out` stays as it was without a current record, and for an empty record.
     RRETURNCODE GetRecordChecksum(CString& out) const;
 
-    // An empty record becomes the current one.
+    // Makes an empty record the current one.
     RRETURNCODE NewRecord();
-    // Puts the current record into its place. A new one gets a number behind a nickname that is
-    // taken; with none free up to 998 it is dropped and the result is RRC_FAILED.
+    // Puts the current record into the map. A new one whose nickname is taken gets a number up to
+    // 998 behind it; if none is free the record is dropped and the result is RRC_FAILED.
     RRETURNCODE StoreRecord();
     RRETURNCODE RemoveRecord(std::string_view nickname);  // RRC_FAILED if there is none
     RRETURNCODE RemoveRecord() noexcept;                  // the current one

@@ -10,6 +10,7 @@
 #include "addressbook/nickname_lines.h"
 #include "platform/os/program.h"
 
+// A nickname file in memory as it was read.
 namespace addressbook {
 
 // The bytes of a whole nickname file.
@@ -20,25 +21,26 @@ struct FileBytes {
     std::string_view View() const { return {data.get(), size}; }
 };
 
-// Larger files are refused: a place in the file takes 31 bits.
+// The largest file in bytes: an offset in it takes 31 bits.
 inline constexpr std::uint64_t kMaxFileBytes = 0x7FFFFFFF;
 
-// The records of a file as it was read, sorted by nickname, without taking them apart: 16 bytes
-// for each beside the file's own bytes. Of several with one nickname the first in the file counts.
-// They are sorted by the bytes of their nicknames, eight at a time, one pass for each: loading
-// 1,000,000 records in no order seven times takes 0.8 s of processor time, with std::sort 1.4 s.
+// An index of a file's records, sorted by nickname: 16 bytes for each beside the file's bytes.
+// Lines are taken apart only on request. Of several records with one nickname the first in the file
+// counts. They are sorted by eight bytes of the nicknames at a time, in many records by radix:
+// loading 1,000,000 unsorted records seven times takes 0.8 s of processor time, with std::sort 1.4
+// s.
 class FileRecords {
   public:
-    // Takes over the bytes; what holds no record goes to `carried`.
+    // Takes over the bytes; lines without a record go to `carried`.
     void Load(FileBytes bytes, CarriedUnits& carried);
     void Clear() noexcept { m_slots = {}; }
 
     std::size_t Size() const { return m_slots.size(); }
     std::string_view NameAt(std::size_t index) const { return NameOf(m_slots[index]); }
     Entry EntryOf(std::size_t index) const { return EntryAt(Text(), LineOf(m_slots[index])); }
-    // The first record whose nickname is not less; Size() if there is none.
+    // The index of the first record whose nickname is not less; Size() if there is none.
     std::size_t LowerBound(std::string_view nickname) const;
-    // Asks the processor for the record's lines ahead of their use.
+    // Prefetches the record's lines into the processor's cache.
     void Prefetch(std::size_t index) const;
 
   private:

@@ -6,10 +6,11 @@
 #include "addressbook/record_map.h"
 #include "platform/os/system.h"
 
+// Loading and saving nickname files (docs/formats/nickname.md). Paths are Windows paths in the
+// system code page.
 namespace addressbook {
 
-// Paths are Windows paths in the system code page.
-
+// A loaded file.
 struct NicknameFile {
     RecordMap records;
     std::optional<platform::Failure> readError;  // what is here ends with the last line before it
@@ -19,8 +20,9 @@ struct NicknameFile {
 platform::Result<NicknameFile> LoadNicknames(const platform::System& system,
                                              const std::string& path);
 
-// Writes a file that reads as these records. It has its old content or the new one, whatever
-// happens; the table of contents beside it is deleted before it could be wrong.
+// Saves the records in one step: after a failure or a crash the file has its old content or the new
+// one. The table of contents beside it is deleted before the new content takes its place, as it
+// would no longer fit; a failure after that leaves the old content without it.
 platform::Status SaveNicknames(const platform::System& system, const std::string& path,
                                const RecordMap& records);
 

@@ -4,7 +4,8 @@
 #include <string>
 #include <string_view>
 
-// The lines of a nickname file: bytes in the system code page, views into the file's text.
+// The lines of a nickname file (docs/formats/nickname.md): bytes in the system code page. All
+// results are views into the file's text, which outlives them.
 namespace addressbook {
 
 inline constexpr std::size_t kMaxNickname = 39;  // bytes that a record holds
@@ -22,8 +23,8 @@ class ByteSet {
     bool m_has[256] = {};
 };
 
-// A cursor over one line. Every scan may use another set; the byte that ended a token is consumed
-// by the scan that found it.
+// A cursor over one line that takes tokens as strtok does. Each scan may use another set; it
+// consumes the byte that ends its token.
 class TokenScan {
   public:
     explicit TokenScan(std::string_view line) : m_line(line) {}
@@ -54,12 +55,13 @@ struct Line {
     std::string_view Text() const;
 };
 
-// What the first two tokens of an entry line say. Any first word serves as "alias".
+// The first two tokens of an entry line. Any first word counts as "alias".
 struct EntryHead {
     std::string_view nickname;  // empty: the line names no record; one of CRs alone is empty too
     std::string_view rest;      // where the address list is scanned from
     bool quoted = false;        // the byte at index 6 is a double quote
 
+    // Whether a note line behind it belongs to it.
     bool TakesNote() const;
 };
 EntryHead ScanEntryHead(std::string_view line);
@@ -84,8 +86,8 @@ bool IsGroupName(std::string_view nickname);
 bool FitsRecord(std::string_view nickname);
 bool IsNoteLine(std::string_view line);
 
-// Writes a nickname as both lines of a record have it, and a blank: in double quotes if and only if
-// it has a blank itself. `word` is the line's first.
+// Appends the beginning of a record's line: `word`, the nickname, in double quotes if it has a
+// blank, and a blank.
 void AppendHead(std::string& out, std::string_view word, std::string_view nickname);
 
 }  // namespace addressbook

@@ -25,14 +25,16 @@ struct NicknameRecord {
 
 namespace addressbook {
 
+// The record of an entry; `leftover` gets what the record cannot hold.
 NicknameRecord ReadRecord(const Entry& entry, Leftover& leftover);
+// The texts of a record as views, valid until it changes.
 void ShowText(const NicknameRecord& record, RecordText& text);
 
-// Null for the nickname, the e-mail addresses and what is no field.
+// The member with the field's text; null for the nickname, the e-mail addresses and no field.
 CString NicknameRecord::*TextOf(ContactField field);
 
-// The decimal text of a check sum over all texts and the length of the nickname; nothing for a
-// record without any.
+// The decimal text of a check sum over all texts and the length of the nickname; nothing for an
+// empty record.
 std::optional<std::string> ChangeMarker(const NicknameRecord& record);
 
 }  // namespace addressbook

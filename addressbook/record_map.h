@@ -14,15 +14,15 @@
 #include "addressbook/nickname_record.h"
 #include "platform/os/result.h"
 
+// The records of a nickname file as an ordered map. Texts are in the system code page.
 namespace addressbook {
 
 // Takes the next bytes of a file.
 using ByteSink = std::function<platform::Status(std::string_view)>;
 
-// All records of a nickname file: an ordered map, by the byte values of the nickname. Records of
-// the file stay as they were read until they are changed; those and new ones lie in a second,
-// usually small map, and every operation sees both as one. What the file holds beside the records
-// is carried along. What throws, for want of memory, has changed nothing.
+// All records, ordered by the byte values of their nicknames. Unchanged records stay in the file's
+// bytes; changed and new ones lie in a second, usually small map, and every operation sees both as
+// one. Lines without a record are carried along. A lack of memory is thrown and changes nothing.
 class RecordMap {
   private:
     using Own = std::map<std::string, std::unique_ptr<NicknameRecord>, std::less<>>;
@@ -43,17 +43,18 @@ class RecordMap {
 
     // Replaces everything by the content of a file.
     void Load(FileBytes bytes);
-    // Erases all records with what belongs to them; the rest of the file stays.
+    // Erases all records and the carried lines that belong to them; other carried lines stay.
     void Clear() noexcept;
 
     Position Find(std::string_view nickname) const;
     Position First() const { return FirstOf(0, m_own.begin()); }
     Position Next(const Position& position) const;
     std::string_view KeyAt(const Position& position) const;
-    // A record of the file is valid until the next RecordAt, and may be read only.
+    // The record at a position, which the map owns. An unchanged one may only be read and is valid
+    // until the next RecordAt.
     NicknameRecord* RecordAt(const Position& position);
 
-    // Gives the entry a record of its own that may be changed and lives as long as the entry.
+    // Makes the record changeable, and valid as long as its entry.
     Position MakeChangeable(const Position& position);
     // Takes the record over under a nickname that is not in the map.
     Position Insert(std::string_view nickname, std::unique_ptr<NicknameRecord>&& record);
@@ -62,9 +63,9 @@ class RecordMap {
     // Gives the entry behind the erased one.
     Position Erase(const Position& position) noexcept;
 
-    // Writes a nickname file: the records in their order and normal form, then what is carried
-    // along, so that reading it gives the same map again and writing that gives the same bytes.
-    // Stops at the first failure of the sink, and gives it.
+    // Writes a nickname file: the records in their order and normal form, then the carried lines.
+    // Reading it gives the same map, and writing that map the same bytes. Ends with the first
+    // failure of the sink.
     platform::Status Write(const ByteSink& sink) const;
 
   private:

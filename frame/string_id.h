@@ -4,7 +4,8 @@
 
 namespace frame {
 
-// The strings of a language bundle. "%s" and "%d" stand where the text says so.
+// The numbers of the strings in a language bundle (docs/formats/bundle.md). The remarks give the
+// values for their "%s" and "%d".
 enum class StringId : std::uint32_t {
     kCannotOpenFile = 1,  // %s: the path
     kNoMemoryForField = 4,

@@ -15,7 +15,7 @@ namespace mailstore {
 
 using TextBlock = std::unique_ptr<char[]>;
 
-// A text of a record; a null one is empty.
+// A text of a record, which owns it; a null one is empty.
 inline std::string_view ViewOf(const char* text) {
     return text != nullptr ? std::string_view(text) : std::string_view();
 }

@@ -30,11 +30,12 @@ std::size_t LengthWithoutTrailers(std::string_view text, std::size_t count,
                                   std::string_view marker);
 
 // Stores the value of a field of the library's current message in the host's cell. A text is a
-// block that the host frees with FreeVornString; a missing one is null. RRC_FAILED, with a message
-// and the cell as it was, if the value makes no sense or memory runs out.
+// block that the host frees with FreeVornString; a missing one is null, and an empty body leaves
+// the cell as it is. RRC_FAILED, with a message, if a date makes no sense, and the cell then has no
+// date, or if memory runs out, and a text cell then holds no new block.
 RRETURNCODE GiveField(CEudoraTransUtil& util, MailField field, const MapiMessage& message,
                       void* cell);
-// The same for any text.
+// Stores any text in the same way.
 RRETURNCODE GiveText(CEudoraTransUtil& util, const std::optional<std::string>& text, char*& cell);
 
 }  // namespace mailstore

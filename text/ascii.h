@@ -33,7 +33,7 @@ constexpr int HexValue(char letter) {
     return Lower(letter) >= 'a' && Lower(letter) <= 'f' ? Lower(letter) - 'a' + 10 : -1;
 }
 
-// The number that is the whole text; nothing if it is none, or none that a Number holds.
+// The number that makes up the whole text; nothing for any other text, or if Number cannot hold it.
 template <class Number>
 std::optional<Number> NumberIn(std::string_view text, int base = 10) {
     Number number = 0;
@@ -41,9 +41,10 @@ std::optional<Number> NumberIn(std::string_view text, int base = 10) {
     const auto [stop, error] = std::from_chars(text.data(), end, number, base);
     return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
 }
-// Two digits for each byte, in capitals.
+// Two hexadecimal digits in upper case for each byte.
 std::string Hex(std::string_view bytes);
 bool IsAscii(std::string_view text);
+// The text with ASCII letters in lower or upper case.
 std::string Lowered(std::string_view text);
 std::string Raised(std::string_view text);
 // Control characters become blanks, blanks at both ends go.
@@ -58,9 +59,10 @@ std::string_view Trimmed(std::string_view text, std::string_view blanks = kBlank
 
 // Takes the first line off `rest`, its line feed included; a last line may have none.
 std::string_view TakeLine(std::string_view& rest);
-// Takes the text up to one of the delimiters and that delimiter off `rest`, with the delimiters in
-// front, as strtok does. Nothing if there are only delimiters.
+// Takes a token off `rest`, as strtok does: leading delimiters, the token, and one delimiter behind
+// it. Nothing if there are only delimiters.
 std::optional<std::string_view> TakeToken(std::string_view& rest, std::string_view delimiters);
+// The pieces with `between` between each two of them.
 std::string Joined(const std::vector<std::string>& pieces, std::string_view between);
 // The text with each `part`, which is not empty, replaced.
 std::string Replaced(std::string_view text, std::string_view part, std::string_view by);

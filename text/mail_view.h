@@ -6,12 +6,12 @@
 
 namespace text {
 
-// Takes the first field off a header, with the lines that go on with it. A line without a colon is
-// none, and neither is what goes on below it.
+// Takes the first field off a header, continuation lines included (RFC 5322, section 2.2.3). A line
+// without a colon is taken off in the same way and is no field.
 std::string_view TakeField(std::string_view& header);
 
-// The bytes of a mail taken apart: separator line of a mailbox file, header, body. Anything is
-// accepted; a mail without an empty line is all header. Points into the bytes, which outlive it.
+// The parts of a mail: separator line of a mailbox file, header, body. Any bytes are accepted; a
+// mail without an empty line is all header. It points into the bytes, which outlive it.
 class MailView {
   public:
     explicit MailView(std::string_view bytes);

@@ -28,12 +28,12 @@ std::vector<std::string> NamesIn(std::string_view path, unsigned codePage);
 // The longest path that the system's path functions hold, in bytes.
 inline constexpr std::size_t kLongestPath = 259;
 
-// Whether Windows allows the ASCII letter in no name: a separator, a wildcard, a control character.
+// Whether Windows forbids the ASCII letter in names: a separator, a wildcard, a control character.
 bool IsForbiddenInNames(char letter);
 // Whether Windows takes the name for a device: "NUL", "com1.txt", "LPT9 .tar.gz".
 bool IsDevice(std::string_view name);
-// Whether a name from outside, put behind a folder, names a file in that very folder on every
-// system: no folder, drive or stream, no way up, no device, nothing that Windows allows in no name.
+// Whether a foreign name, appended to a folder, names a file directly in that folder on every
+// system: it has no folder, drive, stream, "..", device or forbidden letter.
 bool IsPlainFileName(std::string_view name, unsigned codePage);
 // The last name of a path if it is a plain one, else the empty text.
 std::string PlainNameIn(std::string_view path, unsigned codePage);

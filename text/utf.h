@@ -3,23 +3,24 @@
 #include <string>
 #include <string_view>
 
+// UTF-8 and UTF-16, character by character.
 namespace text {
 
-inline constexpr unsigned kUtf8 = 65001;  // as a code page
+inline constexpr unsigned kUtf8 = 65001;  // Microsoft's code page number
 inline constexpr char32_t kNoCharacter = 0xFFFFFFFF;
 
-// Whether the byte is none that begins a character of UTF-8.
+// Whether the byte continues a character of UTF-8.
 constexpr bool IsContinuation(char byte) {
     return (byte & 0xC0) == 0x80;
 }
 bool IsUtf8(std::string_view text);
 
 // Takes the first character off `rest`. kNoCharacter, and one byte taken, if the text does not
-// begin with a well-formed character.
+// begin with a well-formed character (RFC 3629).
 char32_t TakeUtf8(std::string_view& rest);
 void AppendUtf8(char32_t character, std::string& out);
 
-// An unpaired surrogate is taken as it stands.
+// Takes the first character off `rest`, which is not empty. An unpaired surrogate is one.
 char32_t TakeUtf16(std::u16string_view& rest);
 void AppendUtf16(char32_t character, std::u16string& out);
 

@@ -6,7 +6,8 @@
 // The translator object: one table of virtual operations to which the host binds by position. The
 // order is the contract, the reserved operations included; host and module must be built with the
 // same compiler. An operation whose level offers nothing answers RRC_NOT_SUPPORTED and leaves its
-// arguments alone. Nothing throws. One thread at a time.
+// arguments alone. Nothing throws. One thread at a time. Texts are in the system code page; paths
+// are Windows paths.
 //
 // Value cells of GetField and SetField, by field type:
 //   1  integer  std::int32_t

@@ -7,7 +7,8 @@
 
 namespace host::cli {
 
-// kvsync from its arguments (UTF-8, without the program's name) to its exit code.
+// Runs kvsync with its arguments, in UTF-8 and without the program's name, and gives its exit code.
+// Throws nothing but a lack of memory; failures are printed on standard error.
 base::ExitCode RunApplication(std::vector<std::string> arguments);
 
 }  // namespace host::cli

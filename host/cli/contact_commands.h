@@ -4,7 +4,7 @@
 
 namespace host::cli {
 
-// What kvsync does with contacts alone.
+// The commands for contacts. Failures that end a command are thrown as Ended.
 base::ExitCode ListContacts(const Options& options);
 base::ExitCode ShowContact(const Options& options);
 base::ExitCode ExportContacts(const Options& options);

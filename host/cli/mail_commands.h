@@ -6,7 +6,8 @@
 
 namespace host::cli {
 
-// What kvsync does with mails alone.
+// The commands for mails. Failures that end a command are thrown as Ended; a single mail that
+// cannot be read is reported and left out.
 base::ExitCode ListMail(const Options& options);
 // The record is an id ("0x" and eight digits) or a Message-ID.
 base::ExitCode ShowMail(const Options& options);

@@ -6,10 +6,11 @@
 
 class CEudoraTransUtil;
 
-// The dialog of the mail options (template 129): limits for the age and the size of mails, and
-// attachments with a limit of their own. It works on a copy: take the seven values only after kOk.
-// Numbers are taken as they are typed, whatever the range of the spins: with a sign, leading zeros
-// and blanks round them; one that has no room becomes the nearest that has.
+// The dialog of the mail options (template 129): limits for the age (days) and the size (KB of 1024
+// bytes) of mails, and attachments with a size limit of their own. The seven values are valid only
+// after kOk. A typed number may have a sign, leading zeros and surrounding blanks, and may lie
+// outside the range of its spin; one beyond 32 bits becomes the nearest 32-bit number. "-0" and
+// "+0" are no numbers.
 class CEudoraOptionsDlg : public platform::DialogLogic {
   public:
     static constexpr int kOk = 1;
@@ -28,8 +29,8 @@ class CEudoraOptionsDlg : public platform::DialogLogic {
 
   private:
     void ShowValues(platform::DialogView& view) const;
-    // Takes the switches, then the numbers up to a text that is none: that is told to the user, who
-    // is led back to it, and the result is false.
+    // Takes the switches and the numbers. At the first text that is no number it shows a message,
+    // moves the focus there and gives false.
     bool TakeValues(platform::DialogView& view);
     bool EnableParts(platform::DialogView& view, int box);
 

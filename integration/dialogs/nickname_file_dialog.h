@@ -7,9 +7,9 @@
 
 namespace dialogs {
 
-// The open-file dialog in which the user picks a nickname file: the path of something that exists,
-// or nothing if it is cancelled. Paths are Windows paths in the system code page; that which is
-// shown at first is cut at 259 bytes.
+// Asks the user for a nickname file in an open-file dialog. Gives the path of an existing file, or
+// nothing if the user cancels. Paths are Windows paths in the system code page; `shownAtFirst` is
+// cut at 259 bytes.
 std::optional<std::string> AskForNicknameFile(const platform::System& system,
                                               const std::string& shownAtFirst);
 

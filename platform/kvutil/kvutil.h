@@ -41,8 +41,9 @@ struct CRAttachmentInfo {
     CString csFilePath;  // full path; empty means no file
 };
 
-// Text blocks that leave the module, on the heap of plain operator new. `out` is null after a
-// failure (2). FreeVornString takes null and blocks of operator new, and leaves null behind.
+// Text blocks that pass between module and host, on the heap of plain operator new; the receiver
+// owns them. After a failure (2) `out` is null. FreeVornString takes null and blocks of operator
+// new and sets the pointer to null.
 KVUTIL_API RRETURNCODE AllocVornString(char*& out, int size);
 KVUTIL_API RRETURNCODE AllocVornString(char*& out, const char* text);
 KVUTIL_API RRETURNCODE FreeVornString(char*& text);
@@ -52,8 +53,8 @@ KVUTIL_API RRETURNCODE FreeVornString(char*& text);
 KVUTIL_API RRETURNCODE SetLastVornErrorString(const char* text);
 KVUTIL_API const char* LastVornErrorString();
 
-// Registry values. 2 if the key or value is missing, of another type, or a text of more than
-// `size` bytes with its closing zero. An empty value name is the key's default value.
+// Registry values, read and stored as platform/os/registry.h describes. 2 if the key or value is
+// missing, of another type, or a text of more than `size` bytes with its closing zero.
 KVUTIL_API RRETURNCODE ReadStrFromRegistry(const char* key, const char* value, CString& out,
                                            unsigned long size, platform::RegistryRoot root);
 KVUTIL_API RRETURNCODE ReadDWordFromRegistry(const char* key, const char* value, unsigned long& out,
@@ -61,7 +62,8 @@ KVUTIL_API RRETURNCODE ReadDWordFromRegistry(const char* key, const char* value,
 KVUTIL_API RRETURNCODE StoreDWordInRegistry(const char* key, const char* value,
                                             unsigned long number, platform::RegistryRoot root);
 
-// The last `count` bytes of the text (not cutting a double-byte character when `flag` is not 0).
+// The last `count` bytes of the text; one fewer if they would begin with the second byte of a
+// character and `flag` is not 0.
 KVUTIL_API CString VornRight(const char* text, int count, int flag);
 // Replaces the first `count` occurrences of `find`, all of them if it is -1.
 KVUTIL_API RRETURNCODE FindReplace(CString& text, const char* find, const char* replacement,
@@ -77,17 +79,17 @@ KVUTIL_API RRETURNCODE FormatFilename(const char* path, int number, CString& out
 KVUTIL_API RRETURNCODE ComputeCheckSum(unsigned char* data, int length, unsigned int& sum,
                                        int flag);
 
-// The text form of an attachment list: one line per attachment, ended by LF; five fields in the
-// order of the record, separated by tabs, numbers in decimal; in texts a backslash, tab, CR and LF
-// are written as \\, \t, \r and \n. An empty list is the empty text. StrToAttachmentInfo empties
-// the list first, takes a last line without LF, and gives 2 for a line without five fields, with
-// another escape, or with a path that holds a control character (one that was not escaped may come
-// to that), with the elements before it in the list.
+// The text form of an attachment list: a line for each attachment, ended by LF, with five fields in
+// the order of the record, separated by tabs. Numbers are decimal; a backslash, tab, CR and LF in a
+// text is \\, \t, \r and \n. An empty list is the empty text. StrToAttachmentInfo replaces the list
+// and accepts a last line without LF. It gives 2 for a line without five fields, with another
+// escape, or with a control character in the path, as an unescaped backslash can produce; the list
+// then has the elements before that line.
 KVUTIL_API RRETURNCODE AttachmentInfoToStr(const CArray<CRAttachmentInfo>& list, CString& out);
 KVUTIL_API RRETURNCODE StrToAttachmentInfo(const char* text, CArray<CRAttachmentInfo>& list);
 
-// Lets the host show the module's dialogs in its own way (in a terminal, say). It serves every
-// library of the process that uses kvUtil, must outlive its use, and may be null to take it back.
-// DialogProvider gives it, null if none is set.
+// Sets the host's own way to show the module's dialogs, for instance in a terminal, for all
+// libraries of the process that use kvUtil. The host owns the provider and sets null before
+// destroying it. DialogProvider gives it, null if none is set.
 KVUTIL_API void SetDialogProvider(platform::Dialogs* dialogs);
 KVUTIL_API platform::Dialogs* DialogProvider();

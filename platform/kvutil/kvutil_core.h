@@ -6,7 +6,7 @@
 
 #include "platform/kvutil/kvutil.h"
 
-// What kvUtil does, over the registry and the code page that it is given.
+// The functions of kvUtil over a given registry and code page.
 namespace kvutil {
 
 // A text value of at most `size` bytes with its closing zero; kTooLarge if it has more.

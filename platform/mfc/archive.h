@@ -13,9 +13,9 @@ class ArchiveError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// A little-endian byte stream over a string in memory, for storing or for loading, in the form of
-// the Microsoft Foundation Classes: numbers of fixed width; a text as its length (one byte; 0xFF
-// and two bytes from 255 on; 0xFF FF FF and four bytes above 65533) and its bytes.
+// A little-endian byte stream over a string in memory, for storing or loading, in the archive
+// format of the Microsoft Foundation Classes: numbers of fixed width; a text as its length in bytes
+// (one byte; 0xFF and two bytes from 255 on; 0xFF FF FF and four bytes above 65533) and its bytes.
 class CArchive {
   public:
     // Loading from `bytes`, which outlives the archive; storing appends to `out`.

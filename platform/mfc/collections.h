@@ -38,7 +38,7 @@ class CArray {
         m_items.push_back(std::move(item));
         return GetSize() - 1;
     }
-    // Lets the next Add succeed, however little memory there is then.
+    // Reserves the memory for the next Add, so that it cannot fail.
     void MakeRoom() {
         if (m_items.size() == m_items.capacity()) m_items.reserve(2 * m_items.size() + 1);
     }

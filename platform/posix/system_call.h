@@ -36,7 +36,7 @@ class FileHandle {
 // The failure of a system call on the thing named `context`, from its errno.
 Failure FromErrno(int number, std::string_view context);
 
-// What a system call gives that is 0 when it succeeds.
+// The result of a system call that gives 0 on success.
 inline Status Checked(int result, std::string_view context) {
     return result == 0 ? Status() : FromErrno(errno, context);
 }
@@ -56,7 +56,7 @@ Result<std::size_t> MoveBytes(std::size_t size, std::string_view context, const 
     return done;
 }
 
-// Null if it cannot be loaded; dlerror tells why.
+// Loads a shared object by its native path; null on failure, with the reason in dlerror.
 std::unique_ptr<Library> LoadSharedObject(const std::string& file);
 
 }  // namespace platform::posix

@@ -10,8 +10,9 @@
 
 namespace platform::prefix {
 
-// The string table of a PE library (32 or 64 bit, any machine), read from the bytes of its file.
-// Whatever the file holds, nothing outside it is read.
+// The string table of a PE library (32 or 64 bit, any machine), read from the bytes of its file, in
+// the format that Microsoft publishes (PE Format). Damaged files are safe: nothing outside the
+// bytes is read.
 class PeStrings {
   public:
     // kCorrupt if the bytes are no PE library. A library without a string table has no texts.

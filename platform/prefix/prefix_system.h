@@ -8,7 +8,8 @@
 
 namespace platform::prefix {
 
-// The parts of PrefixSystem that have a file of their own. What they are given outlives them.
+// The parts of PrefixSystem that have a file of their own. Their arguments outlive them; the caller
+// owns them.
 
 // The drives of a Wine prefix under Windows paths in the prefix's code page. Failures name the
 // Windows path. Files whose names Windows could not hold are not listed; a character that the
@@ -22,9 +23,9 @@ std::unique_ptr<Files> MakeFiles(const PathMapper& mapper, Registry& registry);
 std::unique_ptr<Registry> MakeRegistry(const std::string& prefix, Files& native, unsigned codePage);
 
 // Libraries for a native process that works on a Wine prefix. Load takes Windows paths, and native
-// ones that begin with a slash; it loads shared objects, and answers whatever path ends in
-// EUMAPI32.DLL with the stand-in libEUMAPI32.so of `ownFolder`, where the companions of this code
-// lie. A library of Windows code gives kNotSupported.
+// paths that begin with a slash, and loads shared objects. For any path that ends in EUMAPI32.DLL
+// it loads the stand-in libEUMAPI32.so from `ownFolder`, the native folder of this library. A
+// library of Windows code gives kNotSupported.
 std::unique_ptr<Libraries> MakeLibraries(const PathMapper& mapper, std::string ownFolder);
 
 // Everything that the module needs, for the Wine prefix in one folder (UTF-8, absolute). Programs

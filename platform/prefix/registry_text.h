@@ -17,21 +17,20 @@ struct RegistryValue {
     bool operator==(const RegistryValue&) const = default;
 };
 
-// Registry files in Wine's text format, damaged ones included, as Wine 8 takes them: keys and
-// names are matched without regard to case, a key's lines may stand in several places, and of
-// several lines for one value the last counts, even if its data are damaged and give nothing. Each
-// call streams over the text. The empty name is the key's default value.
+// Finds a value in a registry file in Wine's text format, also in a damaged one, as Wine 8 reads
+// it. Keys and names match in any case; the empty name is the key's default value. The lines of a
+// key may stand in several places. Of several lines for one value the last counts; if its data are
+// damaged there is no value. Each call reads the text once.
 std::optional<RegistryValue> FindValue(std::string_view text, std::u16string_view key,
                                        std::u16string_view name);
 
-// The text with that value set (of type kText or kNumber). Every other byte stays as it is: the
-// data of the line that counts are exchanged, a new value is put behind the last line of its key,
-// and a new key, stamped with `now`, behind the end.
+// The text with a value of type kText or kNumber set. The data of the line that counts are
+// replaced; a new value goes behind the last line of its key, a new key, stamped with `now`, to the
+// end. Every other byte stays.
 std::string WithValue(std::string_view text, std::u16string_view key, std::u16string_view name,
                       const RegistryValue& value, std::chrono::system_clock::time_point now);
 
-// What a file without content begins with. `machine` tells the file of the machine from the
-// user's.
+// The text of a file without keys; `machine` for system.reg, else for user.reg.
 std::string EmptyRegistry(bool machine, bool is64Bit);
 
 // Whether the file belongs to a prefix of 64 bits, where 32-bit programs have a node of their own.

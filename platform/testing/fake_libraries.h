@@ -12,8 +12,8 @@
 
 namespace platform::testing {
 
-// Libraries made of what a test says, found by their paths without regard to case. What is still
-// loaded at the end goes with this object, as it goes with a process.
+// Libraries with the symbols and strings that a test gives them, found by their paths in any case.
+// The destructor unloads those that are still loaded, as the end of a process does.
 class FakeLibraries : public Libraries {
   public:
     using Symbols = std::map<std::string, void*>;
@@ -32,7 +32,7 @@ class FakeLibraries : public Libraries {
     void AddResources(std::string_view path, Strings strings) {
         m_resources[text::Lowered(path)] = std::move(strings);
     }
-    // How many are loaded now, and which paths were tried, in order.
+    // The number of loaded libraries, and the paths of all attempts in their order.
     long LoadedCount() const {
         return static_cast<long>(m_live.size()) + m_resourceToken.use_count() - 1;
     }

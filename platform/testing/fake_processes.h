@@ -11,7 +11,7 @@
 
 namespace platform::testing {
 
-// Processes that never run: a test says what a start brings.
+// Processes that never run; a test decides what Start gives.
 class FakeProcesses : public Processes {
   public:
     std::vector<std::string> started;  // command lines

@@ -17,8 +17,9 @@ enum class Fault {
     kKill        // as kTornWrite, and everything afterwards does nothing and fails too
 };
 
-// A file system that counts the operations on it and on its open files (but for destructors) and
-// lets one of them fail. The usual sweep: for n = 1, 2, ... until Fired() stays false.
+// A file system that counts the operations on it and on its open files, destructors left out, and
+// lets one of them fail. A sweep arms it for operation 1, 2, ... until Fired() stays false. The
+// files below outlive it.
 class FaultyFiles : public Files {
     Files& m_inner;
 

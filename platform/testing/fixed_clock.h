@@ -6,7 +6,7 @@
 
 namespace platform::testing {
 
-// A clock that stands still but for Sleep, which moves it and takes no time.
+// A clock that only Sleep moves, without waiting. Offsets are seconds east of UTC.
 class FixedClock : public Clock {
   public:
     std::chrono::system_clock::time_point now = std::chrono::system_clock::from_time_t(0);

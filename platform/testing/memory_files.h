@@ -13,16 +13,16 @@ namespace platform::testing {
 
 struct MemoryNode;
 
-// A file system in memory with Windows paths: names without regard to case (of ASCII letters),
-// sharing modes held, folders listed in the order in which things were made. The current folder
-// is C:\. Each change of a file is one second later than the one before. Every change of names is
-// durable at once; content only when it is flushed.
+// A file system in memory with Windows paths. Names match in any case of ASCII letters, sharing
+// modes hold, and folders list their files in the order of creation. The current folder is C:\.
+// Each change of a file is one second later than the one before. Changes of names are durable at
+// once, content only when it is flushed.
 class MemoryFiles : public Files {
   public:
     explicit MemoryFiles(unsigned codePage = 1252);
     ~MemoryFiles() override;
 
-    // Makes the file durable, with its folders and drive, or replaces its content.
+    // Creates a durable file with its folders and drive, or replaces its content.
     void Put(std::string_view path, std::string_view content);
     // Nothing if there is no such file.
     std::optional<std::string> Get(std::string_view path) const;
@@ -35,7 +35,8 @@ class MemoryFiles : public Files {
     void SetShortName(std::string_view path, std::string_view name);
     // A write that makes all contents together larger fails with kNoSpace after what fits.
     void LimitDisk(std::optional<std::uint64_t> bytes) { m_limit = bytes; }
-    // Unflushed content is lost; files that are open stay usable, but belong to nobody's disk.
+    // Drops unflushed content, as a power failure does. Open files stay usable, but their changes
+    // no longer reach the disk.
     void Crash();
     // The paths of all files, folder by folder, for seeing what was left behind.
     std::vector<std::string> AllFiles() const;

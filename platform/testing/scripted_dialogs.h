@@ -62,7 +62,8 @@ class ScriptedView : public DialogView {
     DialogLogic& m_logic;
 };
 
-// Dialogs answered by a script, in order; what is not answered is cancelled.
+// Dialogs that a script answers in order; a dialog without an answer is cancelled. Everything shown
+// is recorded.
 class ScriptedDialogs : public Dialogs {
   public:
     struct Message {

@@ -11,8 +11,8 @@
 
 namespace platform::testing {
 
-// A whole machine in memory. The system sees the memory files through the faulty ones, so that a
-// test sets faults at `faults` and looks at the disk in `files`.
+// A whole machine in memory. The system uses `files` through `faults`, so that a test arms faults
+// there and looks at the disk in `files`.
 class TestSystem {
   public:
     explicit TestSystem(unsigned codePage = 1252)

@@ -66,7 +66,7 @@ FILETIME FileTimeOf(std::chrono::sys_time<Duration> instant) {
 Failure FromError(DWORD number, std::string_view context);
 // The same with GetLastError().
 Failure FromLastError(std::string_view context);
-// What a system call gives that is not 0 when it succeeds.
+// The result of a system call that gives 0 on failure.
 inline Status Checked(BOOL success, std::string_view context) {
     return success ? Status() : FromLastError(context);
 }

@@ -13,8 +13,8 @@ std::string Narrow(std::wstring_view wide, unsigned codePage);
 // The same without replacement: empty if the code page lacks one of the characters.
 std::string NarrowExactly(std::wstring_view wide, unsigned codePage);
 
-// A name that the system takes as it stands: nothing is lost or cut on the way to UTF-16. Empty if
-// the text holds a zero byte or what is no character.
+// A name in UTF-16 for the system, converted without loss. Empty if the text holds a zero byte or
+// bytes that are no character.
 std::wstring WideName(std::string_view text, unsigned codePage);
 
 }  // namespace platform::windows

@@ -1,7 +1,7 @@
 #pragma once
 
-// The one way to the Windows headers: without the macros that would rename functions of ours.
-// Callers write the W or A form of a system function.
+// Includes the Windows headers without the macros that would rename our functions. Callers write
+// the W or A form of a system function.
 #include <windows.h>
 
 #undef CopyFile
