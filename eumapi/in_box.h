@@ -42,6 +42,7 @@ class InBox {
 
     const std::string& Folder() const { return m_folder; }
     const std::vector<IndexedMail>& Mails() const { return m_mails; }
+    // Null for an unknown id; valid until the list changes.
     const IndexedMail* Find(std::uint32_t id) const;
     // The position in Mails behind that mail, or behind the place where a mail that is gone stood.
     // Nothing for an id that was never seen.

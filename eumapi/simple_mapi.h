@@ -17,13 +17,21 @@ class SimpleMapi {
   public:
     explicit SimpleMapi(const platform::System& system) : m_system(system) {}
 
+    // Opens a session on the Eudora that the registry names; kLoginFailure without one.
     Code Logon(mapi::Session* session);
+    // Closes a session. Messages of ReadMail stay valid until FreeBuffer.
     Code Logoff(mapi::Session session);
+    // Writes the id of the mail behind `seed`, or of the first one without a seed, into
+    // `messageId`, a buffer of kMessageIdSize bytes. kNoMessages at the end.
     Code FindNext(mapi::Session session, const char* messageType, const char* seed,
                   mapi::Flags flags, char* messageId);
+    // Gives a mail, which this object owns until FreeBuffer. The caller owns the files of its
+    // attachments. Without kPeek the mail becomes read. After a failure the message is null.
     Code ReadMail(mapi::Session session, const char* messageId, mapi::Flags flags,
                   MapiMessage** message);
+    // Frees a message of ReadMail; the copies of its attachments are the caller's and stay.
     Code FreeBuffer(void* buffer);
+    // Moves a mail into the Trash.
     Code DeleteMail(mapi::Session session, const char* messageId);
     // Session 0 stands for a session of this call alone. kNotSupported for the flag that asks for a
     // dialog, as this library has no window.

@@ -34,6 +34,7 @@ class AttachmentCopies {
     Code WriteTo(std::size_t file, std::string_view content);
 
     std::vector<AttachmentCopy>& Files() { return m_copies; }
+    // From now on the copies belong to the caller of MAPIReadMail.
     void HandOver() { m_isHandedOver = true; }
 
   private:

@@ -41,6 +41,7 @@ class CEudoraTransUtil {
     void AddCause(const platform::Failure& failure);
     void AddWarningText(LPCTSTR text) { saWarnings.Add(text); }
     void ClearErrors() { saErrors.RemoveAll(); }
+    // Empties both queues.
     void ClearMessages();
     RRETURNCODE GetNextError(CString& out);  // RRC_NONE, and `out` untouched, if there is none
     RRETURNCODE GetNextWarning(CString& out);

@@ -15,7 +15,7 @@ namespace mailbox {
 struct AppendPlace {
     platform::File& mbx;  // both open for reading and writing
     platform::File& toc;
-    TocHeader header;             // as it stands; its count says where the new blocks go
+    TocHeader header;             // as it is in the file; its count gives the place of new blocks
     std::uint64_t mbxSize = 0;    // bytes; where the new texts go
     std::string lead = {};        // goes in front of the first text
     std::uint32_t highestId = 0;  // its low half goes into the header

@@ -19,10 +19,11 @@ class CREudoraMail : public CREudoraTransBase {
     RRETURNCODE GetAppInfo(BOOL bConfigure, CRHostContext* pHost, CString& csSelection, RWORD word,
                            CString& csSummary, RWORD word2) override;
     using CREudoraTransBase::Open;
-    // Reads the ids of the mailbox, unless they are known, and makes its files if they are missing.
+    // Reads the ids of the mailbox, unless they are known, and makes missing mailbox files.
     RRETURNCODE Open(int nMode, RWORD value2, RWORD value3, RWORD value4, RWORD word, RWORD word2,
                      RWORD value5, RWORD value6, RWORD value7, CEudoraTransUtil* pUtil) override;
-    // Carries out what waits: sends, then stores new mails, then states, whichever of them fails.
+    // Sends waiting mails, stores new ones, then stores read states; a failure of one step does not
+    // stop the others and makes the result RRC_FAILED.
     RRETURNCODE Close(int nMode) override;
     RRETURNCODE SaveSettings(RWORD word, tagRAPPINFO* pAppInfo, RWORD word2) override;
     RRETURNCODE MoveFirst() override;
@@ -45,7 +46,7 @@ class CREudoraMail : public CREudoraTransBase {
     int ShowOptions() override;
     RRETURNCODE InitDefaultSettings() override;
     int PassesFilters() override;
-    // Puts a finished record where it goes: to the out-box, into the mailbox, among the states.
+    // Queues a finished record for the out-box or the mailbox, or notes the read state of an edit.
     RRETURNCODE PrepareForUpdate() override;
     RRETURNCODE InitLocalVars();
 

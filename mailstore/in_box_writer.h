@@ -11,6 +11,7 @@
 // What goes into the files of the in-box: new mails and read states.
 namespace mailstore {
 
+// A record to be stored and the Message-ID that it gets. The record is the caller's.
 struct NewMail {
     const MapiMessage* record = nullptr;
     std::string messageId;

@@ -23,6 +23,7 @@ class MailIds {
     // its header. Names of waiting mails stay. A failure queues a message and leaves the names as
     // they were; new mails then get no ids until the next Read, as a number could be taken.
     std::optional<std::uint32_t> Read(CEudoraTransUtil& util);
+    // Whether Give may be called: the last Read succeeded.
     bool CanGive() const { return m_canGive; }
 
     // Names a new mail by the next free number and gives its index id.

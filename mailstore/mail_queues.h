@@ -34,6 +34,7 @@ class MailQueues {
     // of an earlier edit, else that of the message.
     void NoteStatus(CMapi& mapi);
 
+    // Drops all waiting mails; files of mails that may be stored already stay.
     void FreeAll(CMapi& mapi);
 
     std::list<MapiMessage*> m_lstOutBoxMails, m_lstNewMails;

@@ -13,6 +13,7 @@ struct PathParts {
     std::string drive, folder, name, extension;
 };
 
+// The parts joined are the path again. Parts need not be present.
 PathParts SplitPath(std::string_view path, unsigned codePage);
 std::string JoinPath(const PathParts& parts);
 

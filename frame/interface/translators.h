@@ -19,8 +19,12 @@
 // The application level: 16 operations, the destructor first.
 class CRAppTranslator {
   public:
+    // The host deletes the object through it.
     virtual ~CRAppTranslator() = default;
     virtual RRETURNCODE GetAppProperties(unsigned long* pProperties) = 0;
+    // Selects the store that csSelection names, the default one for an empty text, and gives it
+    // back with a summary for people. bConfigure not 0 shows the translator's dialog first;
+    // RRC_CANCELLED if the user dismisses it.
     virtual RRETURNCODE GetAppInfo(BOOL bConfigure, CRHostContext* pHost, CString& csSelection,
                                    RWORD word, CString& csSummary, RWORD word2) = 0;
     virtual RRETURNCODE GetAppInfo(BOOL bConfigure, CRHostContext* pHost, CString& csSelection,
@@ -34,11 +38,15 @@ class CRAppTranslator {
     virtual RRETURNCODE Open(int nMode, RWORD value2, RWORD value3, RWORD value4, RWORD word,
                              RWORD word2, RWORD value5, RWORD value6, RWORD value7,
                              CEudoraTransUtil* pUtil) = 0;
+    // Ends the work on the store. Waiting changes of mails are carried out; those of contacts wait
+    // for BatchUpdate.
     virtual RRETURNCODE Close(int nMode) = 0;
     virtual RRETURNCODE SaveSettings(RWORD /*word*/, tagRAPPINFO* /*pAppInfo*/, RWORD /*word2*/) {
         return RRC_NOT_SUPPORTED;
     }
     virtual RRETURNCODE ReservedOp1() { return RRC_NOT_SUPPORTED; }
+    // Each takes the oldest message off its queue. RRC_NONE, with the text as it was, for an empty
+    // queue.
     virtual RRETURNCODE GetFirstErrorMessage(CString& csMessage) = 0;
     virtual RRETURNCODE GetNextErrorMessage(CString& csMessage) = 0;
     virtual RRETURNCODE GetFirstWarningMessage(CString& csMessage) = 0;
@@ -60,6 +68,7 @@ class CRRecordTranslator : public CRAppTranslator {
     virtual RRETURNCODE SetTextFilter(tagRTEXTFILTER* pFilters, int nCount) = 0;
     virtual RRETURNCODE SetBoolFilter(tagRBOOLFILTER* pFilters, int nCount) = 0;
     virtual RRETURNCODE ReservedOp10(RWORD, RWORD, RWORD, RWORD) { return RRC_NOT_SUPPORTED; }
+    // Walk over the field list of the settings; RRC_NONE behind the last field.
     virtual RRETURNCODE GetFirstFieldInfo(CString& csFieldId, CString& csFieldName,
                                           unsigned long* pType, unsigned long* pTag,
                                           unsigned short* pOrdinal) = 0;
@@ -73,6 +82,7 @@ class CRRecordTranslator : public CRAppTranslator {
     virtual RRETURNCODE GetFieldCount(long* pCount) = 0;
     virtual RRETURNCODE ReservedOp14(RWORD) { return RRC_NOT_SUPPORTED; }
     virtual RRETURNCODE ReservedOp15(RWORD) { return RRC_NOT_SUPPORTED; }
+    // Walk over the records that pass the filters; RRC_EOF behind the last one.
     virtual RRETURNCODE MoveFirst() = 0;
     virtual RRETURNCODE MoveNext() = 0;
     virtual RRETURNCODE ReservedOp16() { return RRC_NOT_SUPPORTED; }
@@ -82,6 +92,7 @@ class CRRecordTranslator : public CRAppTranslator {
     virtual RRETURNCODE AddNewRecord(RWORD word) = 0;
     virtual RRETURNCODE EditRecord() = 0;
     virtual RRETURNCODE EditRecord(LPCTSTR pszRecId) = 0;
+    // Ends the record that AddNewRecord or EditRecord began; gives its id and change marker.
     virtual RRETURNCODE UpdateRecord(CString& csRecordId, CString& csModifiedInfo) = 0;
     virtual RRETURNCODE DeleteRecord() = 0;
     virtual RRETURNCODE DeleteRecord(LPCTSTR pszRecId) = 0;

@@ -8,7 +8,7 @@
 namespace host::cli {
 
 // Runs kvsync with its arguments, in UTF-8 and without the program's name, and gives its exit code.
-// Throws nothing but a lack of memory; failures are printed on standard error.
+// Failures are printed on standard error.
 base::ExitCode RunApplication(std::vector<std::string> arguments);
 
 }  // namespace host::cli

@@ -8,9 +8,11 @@ namespace host::cli {
 
 // The commands for mails. Failures that end a command are thrown as Ended; a single mail that
 // cannot be read is reported and left out.
+// Prints a line for each mail within the limits, or a JSON object for each.
 base::ExitCode ListMail(const Options& options);
 // The record is an id ("0x" and eight digits) or a Message-ID.
 base::ExitCode ShowMail(const Options& options);
+// Writes the mails within the limits into the Maildir `toFolder`, which must not hold any.
 base::ExitCode ExportMail(const Options& options);
 // Changes the limits by the options, or else in the translator's own dialog, and prints them.
 base::ExitCode ConfigureMail(const Options& options);

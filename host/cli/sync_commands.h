@@ -9,6 +9,7 @@ namespace host::cli {
 // folders are named.
 base::ExitCode Sync(const Options& options);
 base::ExitCode Status(const Options& options);
+// Prints a line for each backup, oldest first.
 base::ExitCode ListBackups(const Options& options);
 // Puts the backup with the id in `record` back; the files that it replaces become a backup.
 base::ExitCode Restore(const Options& options);

@@ -21,6 +21,7 @@ class Workplace {
     // Whether Eudora may run at the same time. kWork: no. kLook: yes. kMail: on Windows yes, where
     // Eudora itself serves the mails of its own folder; elsewhere no.
     enum class For { kWork, kLook, kMail };
+    // Finds Eudora and starts the module. `options` outlives the workplace.
     explicit Workplace(const Options& options, For use = For::kWork);
 
     translator::TranslatorHost& Module() { return *m_host; }

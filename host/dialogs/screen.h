@@ -15,7 +15,7 @@ class NewtScreen {
     NewtScreen& operator=(const NewtScreen&) = delete;
 };
 
-// UTF-8 in the locale's encoding, with "?" for a character that it lacks.
+// UTF-8 as one line in the locale's encoding, with "?" for a character that it lacks.
 std::string ForScreen(std::string_view utf8);
 
 // The number of cells that a text in the locale's encoding takes on the screen.

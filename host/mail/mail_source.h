@@ -62,7 +62,9 @@ class MailSource {
     // Hands a mail over for sending. It has no id, and a Finish that fails does not tell which of
     // several mails failed: finish after each.
     virtual base::Status AddOutgoing(const NewMail& mail) = 0;
+    // Changes the read state of a mail (kStatusUnread, kStatusRead).
     virtual base::Status SetStatus(const std::string& id, std::uint32_t status) = 0;
+    // Moves a mail into Eudora's Trash.
     virtual base::Status Remove(const std::string& id) = 0;
     // Carries out what waits. After a failure a part may have been carried out; the in-box can be
     // read again all the same.

@@ -32,6 +32,7 @@ class TranslatorHost {
     // Gives the module's code; `message` gets its text (system code page), empty if there is none.
     // A null language keeps the one of the last call.
     RRETURNCODE Init(const char* language, std::string& message);
+    // The exported functions of these names, with their codes.
     RRETURNCODE Uninit();
     RRETURNCODE RemoveTranslator();
     int SelfDiagnose();

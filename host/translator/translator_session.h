@@ -99,6 +99,7 @@ class TranslatorSession {
     // file. An empty `selection` is the default; it becomes the path that was chosen. With
     // `configure` the module shows its dialog. False if the user cancelled it.
     base::Result<bool> Select(std::string& selection, bool configure = false);
+    // Stores the settings in the file that was selected.
     base::Status SaveSettings(const std::string& selection);
     // Fails also if the module opened the store and queued an error: then a part of its content
     // could not be read.
@@ -110,6 +111,7 @@ class TranslatorSession {
     base::Result<bool> MoveNext();
     // False if there is no such record.
     base::Result<bool> GoTo(const std::string& id);
+    // Id and change marker of the current record.
     base::Result<std::string> RecordId();
     base::Result<std::string> ModifiedInfo();
     // A text field of the current record; nothing for a field without value.
@@ -124,11 +126,13 @@ class TranslatorSession {
     // Each begins a record, which Store ends. BeginEdit fails for an unknown id.
     base::Status BeginAdd();
     base::Status BeginEdit(const std::string& id);
+    // Set a field of the record that was begun; the types are those of the interface.
     base::Status SetText(const std::string& fieldId, const std::string& text);
     base::Status SetNumber(const std::string& fieldId, std::int32_t number);
     base::Status SetDate(const std::string& fieldId, double date);  // OLE automation date
     // Gives the id and the change marker; the id can differ from the values.
     base::Result<BatchReport::Stored> Store();
+    // Deletes a record: a contact at the next BatchUpdate, a mail at once.
     base::Status Delete(const std::string& id);
     // Writes the collected changes into Eudora's files.
     base::Result<BatchReport> BatchUpdate();

@@ -26,8 +26,10 @@ class Card {
     // Reads one vCard with nothing but blank lines around it. After a failure the card is as it
     // was.
     std::optional<CardError> Parse(std::string_view bytes);
+    // The bytes of the vCard's file.
     std::string Serialise() const;
 
+    // All lines in the order of the file, blank ones included; valid until the card changes.
     const std::vector<Property>& Properties() const { return m_properties; }
     // The value of the first property of that name, still escaped; empty if there is none.
     std::string_view Value(std::string_view name) const;

@@ -19,9 +19,9 @@ inline constexpr const char* kAppPathsFolder = "path";
 bool FindEudora(platform::Registry& registry, platform::Files& files, CString& folder,
                 CString& program);
 
-// The nickname file beside the program: the short path of the first *.txt file that the file system
-// lists in the folder NickName, else nndbase.txt, which need not exist. Empty if the listed file
-// has no short path.
+// The nickname file beside the program: the first *.txt file that the file system lists in the
+// folder NickName, else nndbase.txt, which need not exist. Empty if the listed file has no short
+// path below 260 bytes that leads to it.
 CString FindNicknameFile(platform::Files& files, const CString& program, unsigned codePage);
 
 // Whether the mailto command is exactly Eudora's own: its short path and " /M %1", in any case.

@@ -70,7 +70,7 @@ KVUTIL_API RRETURNCODE FindReplace(CString& text, const char* find, const char* 
                                    int count);
 // Copies `source` without the bytes listed in `characters`; `target` holds strlen(source) + 1.
 KVUTIL_API RRETURNCODE StripChars(const char* source, char* target, const char* characters);
-// The part of a Windows path behind the last separator.
+// The part of a Windows path behind the last separator, second bytes of characters left out.
 KVUTIL_API RRETURNCODE GetFilename(const char* path, CString& out);
 // A path for display: whole if it has at most `number` bytes or `number` is -1, else shortened in
 // the middle with "...".

@@ -6,6 +6,7 @@
 
 // The 8-bit text class that crosses the translator interface. It wraps one std::string and may
 // hold any bytes; the encoding is the system code page.
+// A null text counts as the empty one.
 class CString {
   public:
     CString() = default;

@@ -14,7 +14,7 @@ enum class MessageIcon { kNone, kWarning, kError };
 
 // An open-file dialog. Texts and paths are in the system code page.
 struct OpenFileRequest {
-    std::string initialPath;
+    std::string initialPath;       // of the file that is shown at first
     std::string defaultExtension;  // without a dot; added to a name typed without one
     std::string filter;  // "Label (*.ext)|*.ext||": pairs separated by "|", "||" at the end
     // Asked with the full path when the user confirms; false keeps the dialog open.

@@ -25,7 +25,8 @@ std::string ProgramPath();
 // The arguments without the program's name, as UTF-8 whatever encoding the system uses.
 std::vector<std::string> ProgramArguments(int argc, char** argv);
 
-// A variable of the environment; nothing if it is not set or empty.
+// A variable of the environment; nothing if it is not set or empty. SetEnvironment changes it for
+// this process.
 std::optional<std::string> Environment(const std::string& name);
 Status SetEnvironment(const std::string& name, const std::string& value);
 

@@ -17,7 +17,7 @@
 // file system without locks, every claim is granted.
 namespace platform::posix {
 
-// Opens a regular file under a UTF-8 path and claims it in its sharing mode. A file whose
+// Opens a regular file by its native path in UTF-8 and claims it in its sharing mode. A file whose
 // permissions let nobody write is read-only for the superuser too, as it is on Windows.
 Result<FileHandle> OpenClaimed(const std::string& path, OpenMode mode, Share share);
 // The same as an object; failures of the open file speak of it as `name`.
