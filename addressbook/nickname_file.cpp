@@ -67,7 +67,8 @@ Status ReadBytes(platform::File& file, FileBytes& bytes) {
     return {};
 }
 
-// Eudora keeps places inside the nickname file there, which are wrong now; it makes a new one.
+// Deletes Eudora's table of offsets into the nickname file, which no longer fit; Eudora makes a new
+// one.
 void DeleteTableOfContents(const platform::System& system, const std::string& path) {
     auto parts = text::SplitPath(path, system.codePage);
     if (text::EqualNoCase(parts.extension, ".toc")) return;

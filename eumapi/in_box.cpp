@@ -48,8 +48,7 @@ platform::Result<std::string> ReadBlockOf(File& toc, const IndexedMail& mail) {
     return bytes;
 }
 
-// The file's bytes without one block. What is counted stays counted, also a block that is cut
-// short.
+// The bytes of a .toc file without one block, with a count that is one less.
 std::string WithoutBlock(std::string toc, std::size_t blockAt) {
     auto header = mailbox::TocHeader::Decode(toc);
     --header.wNumberOfMsgs;

@@ -57,7 +57,7 @@ void AttachmentCopies::DropLast() {
 Code AttachmentCopies::AddEmpty(std::string name) {
     const auto folder = m_system.files.TempFolder();
     if (!folder) return mapi::kAttachmentWriteFailure;
-    // The place first: a file without one would stay behind.
+    // The entry comes first, so that a lack of memory leaves no file behind.
     m_copies.push_back({{}, std::move(name)});
     auto path = m_system.files.CreateTempFile(*folder, kTemporaryPrefix);
     if (!path) {
@@ -105,7 +105,7 @@ RunMark::~RunMark() {
     if (!m_path.empty()) DeleteQuietly(m_system.files, m_path);
 }
 
-// Another run may sweep just now, which takes a moment.
+// Waits while another run sweeps, which takes a moment.
 void RunMark::Hold() {
     for (int tries = 0; tries < kMostTries; ++tries) {
         auto file = m_system.files.Open(m_path, OpenMode::kReadWriteOrCreate, Share::kReadWrite);

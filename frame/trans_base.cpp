@@ -357,7 +357,7 @@ RRETURNCODE CREudoraTransBase::SetField(LPCTSTR pszFieldId, unsigned long*, void
     });
 }
 
-// The same line for both operations, which names the one.
+// Both operations log this line, which names only one of them.
 bool CREudoraTransBase::HasField(LPCTSTR fieldId) const {
     if (m_appInfo.m_fields.Lookup(fieldId) >= 0) return true;
     KV_LOG(1, "CREudoraTransBase::SetField Field Id '%s' is not found in the list", fieldId);

@@ -97,7 +97,7 @@ class Appender {
     bool m_isTocOpen = false;  // for blocks: its end is where they begin
 };
 
-// False if the mail would reach beyond what a block can tell.
+// False if the mail's end has no room in the 32 bits of a block.
 bool Appender::Add(std::size_t mail, std::string& piece) {
     const std::size_t before = piece.size();
     if (m_made == 0) piece += m_place.lead;
@@ -152,7 +152,7 @@ void Appender::WriteBlocks() {
     if (m_whole > 0 && !IsDone(m_toc, m_toc.Flush())) m_whole = 0;
 }
 
-// From the first byte of a new header on the mails may be stored, until it is known better.
+// Writes the header that counts the new mails. While it is being written they may be stored or not.
 void Appender::WriteHeader() {
     if (m_whole == 0) return;
     TocHeader header = m_place.header;

@@ -22,8 +22,7 @@ bool IsFolder(platform::Files& files, std::string_view path) {
     return info && info->isFolder;
 }
 
-// Measured on the open file, before anything is copied. Nothing, with a message, if it cannot be
-// measured.
+// Whether the file is within the limit. Nothing, with a message, if its size cannot be read.
 std::optional<bool> PassesSizeLimit(CEudoraTransUtil& util, const CEudoraAppInfo& settings,
                                     const std::string& path) {
     const auto fail = [&](const char* call, const platform::Failure& failure, StringId message) {
@@ -126,7 +125,8 @@ bool AttachFolder::Store(CEudoraTransUtil& util, const CRAttachmentInfo& item,
     return true;
 }
 
-// Noted first: without the note the copy would go with its mail.
+// Deletes the source of a copy. The copy is noted first, so that it is never deleted as the only
+// one.
 void AttachFolder::DeleteSource(platform::Files& files, const CString& source, const char* copy) {
     if (copy == nullptr) return;
     const auto noted = m_onlyCopies.insert(copy).first;

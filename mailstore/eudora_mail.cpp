@@ -303,7 +303,7 @@ void CREudoraMail::SetStatus(std::uint32_t status) {
         return;
     }
     KV_LOG(5, "CREudoraMail::SetField MailStatus = %x\n", status);
-    // Behind a mail that waits to be sent, what happens to be current is another mail.
+    // After a mail that waits to be sent the current message is another mail.
     if (Util().mapi.NamesCurrent()) Util().mapi.SetMailStatus(status);
 }
 
@@ -365,7 +365,7 @@ RRETURNCODE CREudoraMail::AddNewRecord(RWORD) {
     return Guarded("AddNewRecord", [&] {
         m_bAddNewRecord = 1;
         (void)InitLocalVars();
-        // One that was begun and left is gone; a queued one is its queue's.
+        // Frees an unfinished record; a queued one belongs to its queue.
         m_draft.Drop(Util().mapi);
         Util().mapi.ClearMsgID();
         if (!m_ids.CanGive()) {

@@ -18,13 +18,13 @@ using std::chrono::seconds;
 
 constexpr std::size_t kDateWidth = 31;
 
-// Where the zone has left that time out, what holds then counts.
+// The offset of standard time; for a local time that the zone skips the present rule.
 seconds StandardOffset(local_seconds local, platform::Clock& clock) {
     const std::chrono::sys_seconds time(local.time_since_epoch());
     return clock.StandardOffset(time).value_or(clock.UtcOffset(time));
 }
 
-// The local time that the text tells.
+// The local time of an OLE date in decimal; the present one for an invalid date.
 local_seconds LocalTime(const char* text, platform::Clock& clock) {
     const std::string_view digits(text != nullptr ? text : "");
     double number = std::numeric_limits<double>::infinity();

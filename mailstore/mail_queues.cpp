@@ -79,7 +79,7 @@ RRETURNCODE MailQueues::ReportUnwritten(CEudoraTransUtil& util, const Appended& 
     return failure.code == platform::ErrorCode::kCorrupt ? DropNewMails(util) : RRC_FAILED;
 }
 
-// Mails that are not going to be stored, with all that is known of them.
+// Drops the waiting mails; messages name the files that are only left as copies.
 RRETURNCODE MailQueues::DropNewMails(CEudoraTransUtil& util) {
     m_attach.NameOnlyCopies(util, m_lstNewMails);
     FreeNewMails(util.mapi);
@@ -100,7 +100,7 @@ RRETURNCODE MailQueues::DropBeyondFull(CEudoraTransUtil& util, MailIds& ids) {
     return DropNewMails(util);
 }
 
-// Behind a mail that waits to be sent, what happens to be current is another mail.
+// After a mail that waits to be sent the current message is another mail.
 void MailQueues::NoteStatus(CMapi& mapi) {
     if (!mapi.NamesCurrent()) return;
     const std::uint32_t flags = mapi.MailFlags();

@@ -61,8 +61,8 @@ std::optional<std::string> TextOf(const char* text) {
     return text != nullptr ? std::optional<std::string>(text) : std::nullopt;
 }
 
-// What stands between "<" and ">" in the originator's name, without brackets the whole name, as for
-// strtok: brackets in a row count as one.
+// The text between "<" and ">" in the originator's name, or the whole name without brackets. As for
+// strtok several brackets in a row count as one.
 std::optional<std::string> OriginatorOf(const MapiMessage& message) {
     const MapiRecipDesc* const originator = message.lpOriginator;
     auto name = ViewOf(originator != nullptr ? originator->lpszName : nullptr);
@@ -204,7 +204,7 @@ int CMapi::ReadCurrentMail() {
         MapiMessage* message = nullptr;
         m_ulLastError = Call<mapi::ReadMailFn>(mapi::Entry::kReadMail, m_lhSession, 0, MsgID(),
                                                mapi::kPeek, 0, &message);
-        // What a failed call left in the pointer is nobody's.
+        // A pointer that a failed call has set is not used.
         if (m_ulLastError == mapi::kSuccess && message != nullptr) {
             Arrive(message, Owner::kLibrary);
         }

@@ -31,7 +31,7 @@ std::unique_ptr<CREudoraTransBase> MakeTranslator(unsigned long kind) {
     return std::make_unique<CREudoraTransBase>();
 }
 
-// What both forms of the initialisation hand out, whatever becomes of it.
+// Fills the out arguments of both initialisations, also for one that fails.
 void HandOut(RWORD* pWord, CEudoraTransUtil** ppUtil) {
     if (pWord != nullptr) *pWord = 0;
     if (ppUtil != nullptr) *ppUtil = &TransUtil();

@@ -22,9 +22,9 @@ class CRAppTranslator {
     // The host deletes the object through it.
     virtual ~CRAppTranslator() = default;
     virtual RRETURNCODE GetAppProperties(unsigned long* pProperties) = 0;
-    // Selects the store that csSelection names, the default one for an empty text, and gives it
-    // back with a summary for people. bConfigure not 0 shows the translator's dialog first;
-    // RRC_CANCELLED if the user dismisses it.
+    // Selects the store that csSelection names, or the default one for an empty text, and gives its
+    // path back. bConfigure not 0 shows the translator's dialog; RRC_CANCELLED if the user
+    // dismisses it.
     virtual RRETURNCODE GetAppInfo(BOOL bConfigure, CRHostContext* pHost, CString& csSelection,
                                    RWORD word, CString& csSummary, RWORD word2) = 0;
     virtual RRETURNCODE GetAppInfo(BOOL bConfigure, CRHostContext* pHost, CString& csSelection,

@@ -22,7 +22,7 @@ using base::Field;
 constexpr const char* kKeys[base::kFieldCount] = {"nickname", "name",  "address", "phone",
                                                   "fax",      "email", "note"};
 
-// As Eudora has it, but with LF between lines.
+// The current contact with Eudora's values in UTF-8; LF stands between lines.
 Contact Read(translator::TranslatorSession& session) {
     Contact contact;
     for (std::size_t i = 0; i < base::kFieldCount; ++i) {
@@ -47,7 +47,7 @@ std::string JsonList(const std::vector<Contact>& contacts) {
     return base::JsonText(list, 2);
 }
 
-// What a column of these fields needs.
+// The width of a column for that field.
 std::size_t WidthOf(const std::vector<Contact>& contacts, Field field) {
     constexpr std::size_t kWidest = 32;
     std::size_t width = 0;

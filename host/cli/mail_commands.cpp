@@ -26,7 +26,7 @@ struct OpenMails {
     mail::EudoraMails mails{session};
 };
 
-// Of a mail that is passed over; the walk goes on.
+// Prints the failure of a mail that is passed over; gives the exit code.
 base::ExitCode Tell(const base::Failure& failure) {
     base::PrintError(failure.Message());
     return failure.exit;
@@ -51,7 +51,7 @@ bool Find(mail::EudoraMails& mails, const std::string& id) {
     return isFound;
 }
 
-constexpr std::size_t kBatch = 256;  // mails that are brought onto the disk together
+constexpr std::size_t kBatch = 256;  // mails that are flushed together
 
 // Writes mail after mail into a Maildir that had none. A mail that cannot be read or composed is
 // told and left out.
@@ -84,8 +84,8 @@ class MailExport {
     bool HasLeftOut() const { return m_hasLeftOut; }
 
   private:
-    // Of the current mail. True: the walk goes on, also behind a mail that is left out; a failure
-    // of the disk ends it.
+    // Exports the current mail, or leaves it out if it cannot be read or composed. True in both
+    // cases, so that the walk goes on; a failure of the disk ends it.
     base::Result<bool> Add(mail::EudoraMails& mails) {
         const auto mail = mails.Read(mail::MailParts::kAll);
         if (!mail) return LeaveOut(mail.Error().Message());
@@ -105,7 +105,7 @@ class MailExport {
         return true;
     }
 
-    // Brings what was delivered since the last call onto the disk.
+    // Flushes the deliveries since the last call.
     base::Status Settle() {
         auto settled = m_maildir.Settle(m_unsettled);
         m_unsettled.clear();

@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::uint64_t kLargestConfiguration = 1 << 20;
 
-// Where the configuration file is if no option names it; "" if nothing tells a home.
+// The configuration file without --config; "" without any of the environment variables.
 std::string DefaultPath() {
     if (auto folder = platform::Environment("XDG_CONFIG_HOME")) {
         return *folder + "/kvsync/config.toml";
@@ -52,7 +52,7 @@ void ReadCodePage(const std::string& path, const toml::node& node, Options& opti
 
 // Takes the values of the file over where the command line has none.
 void Apply(const std::string& path, const toml::table& table, Options& options) {
-    // What the command line says about the place replaces both keys.
+    // --eudora or --wine-prefix on the command line replaces both keys of the file.
     const bool hasPlace = options.setup.eudora || options.setup.winePrefix;
     auto known = TextOptions(options);
     for (const auto& [key, node] : table) {

@@ -21,7 +21,7 @@ std::string Counted(std::size_t count, const char* what) {
     return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
 }
 
-// What is done to a contact or a mail on one side.
+// The word for a change of a contact or a mail on one side.
 const char* Word(const sync::Change& change, Side side, Subject subject) {
     // By verb.
     constexpr const char* kWords[] = {"none", "add", "change", "remove", "queue", "move", "none"};
@@ -32,7 +32,7 @@ const char* Word(const sync::Change& change, Side side, Subject subject) {
     return change.isRead ? "mark read" : "mark unread";
 }
 
-// Where it is done, behind the word for it.
+// The place of a change, to stand behind its word: "to Eudora".
 std::string Place(Verb verb, Side side, Subject subject) {
     if (verb == Verb::kQueue) return "in Eudora's Out";
     if (verb == Verb::kFile) return "to .Sent, queued before";
@@ -96,7 +96,7 @@ void AddNotices(const std::vector<sync::Notice>& notices, const char* what, Line
     }
 }
 
-// What contacts have, mails lack, and the other way round.
+// The lines of a report. Counts that only contacts or only mails have are 0 for the others.
 Lines Describe(const sync::Report& report, Subject subject, bool countsOnly) {
     const bool isMail = subject == Subject::kMails;
     Lines lines;

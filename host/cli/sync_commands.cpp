@@ -17,7 +17,7 @@ namespace host::cli {
 
 namespace {
 
-// What a run is about: what its words name, else everything that has a folder.
+// The subjects of a run: the one that the command names, else all that have a folder.
 struct Subjects {
     bool contacts, mail;
 
@@ -98,8 +98,8 @@ std::vector<std::string> NativePaths(const std::vector<std::string>& paths) {
     return natives;
 }
 
-// In the order of a safe restore: a table of contents before its mailbox, which mostly grows at its
-// end; the in-box before the Trash, so that a mail is in both rather than in none.
+// Native paths in the order of a safe restore: a table of contents before its mailbox, which mostly
+// grows at its end; the in-box before the Trash, so that a mail is in both rather than in none.
 std::vector<std::string> Mailboxes(const eudora::Setup& setup) {
     std::vector<std::string> files;
     for (const char* box : {"In", "Trash", "Out"}) {
@@ -122,7 +122,7 @@ std::vector<std::string> NicknameFiles(const eudora::Setup& setup) {
     return NativePaths(files);
 }
 
-// The same of mails; the options name a Maildir.
+// A sync of mails, or what it would do; the options name a Maildir.
 Output RunMail(Workplace& workplace, const Options& options, const sync::CommandPlace& command,
                bool isStatus) {
     // Before the translator is asked for mails, which takes files and on Windows Eudora's start.
@@ -219,7 +219,7 @@ base::ExitCode ListBackups(const Options& options) {
 
 base::ExitCode Restore(const Options& options) {
     OrEnd(eudora::RefuseNamesLeadingOutside(options.setup));
-    // Where an Eudora is known it must not run; a backup can be put back without one.
+    // A known Eudora must not run; a backup can also be put back without an Eudora.
     const auto setup = eudora::Prepare(options.setup);
     if (options.setup.eudora || options.setup.winePrefix) OrEnd(setup);
     if (setup) OrEnd(eudora::RefuseRunningEudora(*setup));

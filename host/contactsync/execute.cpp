@@ -195,7 +195,7 @@ base::Status LoadSide(const contacts::Stores& stores, state::RememberedSide Reme
         auto stored = isFolder ? ReadFolderContact(stores, item.id) : stores.eudora.Read(item.id);
         if (!stored && stored.Error().code == platform::ErrorCode::kNotRegular) {
             passedOver.push_back(stored.Error().Message());
-            // What cannot be read is not gone.
+            // A remembered contact is not taken for deleted because its file is unreadable.
             if (pair != nullptr) keep();
         } else if (!stored) {
             if (!firstFailure) firstFailure = stored.Error();

@@ -179,7 +179,7 @@ class Matchmaker {
         MatchVanished(&Pairing::Known::folder, keyOfPair, InFolder(Everything), false);
     }
 
-    // What is plainly the same contact on both sides.
+    // Pairs contacts of both sides that are plainly the same.
     void FindTwins() {
         for (const auto key : {Everything, Nickname, base::BeyondNickname, NameAndAddress}) {
             Match(m_eudora.Rest(), InEudora(key), m_folder.Rest(), InFolder(key),
@@ -191,7 +191,7 @@ class Matchmaker {
         }
     }
 
-    // Of a contact in the form that both sides can hold: what each has of it is equal in that.
+    // The key of a contact in the form that both sides can hold, in which both have equal values.
     KeyOf InEudora(Key (*key)(const Contact&)) const {
         return [this, key](Index i) {
             const Contact& contact = m_sides.eudora[i].contact;

@@ -239,7 +239,7 @@ class Planner {
         // The older one is gone once the pair changes: its copy comes first.
         if (m_plan.steps.size() > stepsBefore) step.needs = stepsBefore;
         if (step.eudora.verb == Verb::kChange && !IsAccepted(step)) {
-            // What Eudora refuses stays as it is on both sides, without a copy.
+            // Values that Eudora refuses leave both sides as they are, without a copy.
             m_plan.steps.resize(stepsBefore);
             m_plan.report.conflicts.resize(conflictsBefore);
             return;

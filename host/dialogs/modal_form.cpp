@@ -24,7 +24,7 @@ bool IsButton(ControlKind kind) {
     return kind == ControlKind::kButton || kind == ControlKind::kDefaultButton;
 }
 
-// Where a control stands in a form, in character cells.
+// The place of a control in a form, in character cells.
 struct Cell {
     int left = 0, top = 0, width = 0;
 };
@@ -132,7 +132,7 @@ FormLayout LayOut(const platform::DialogTemplate& dialog, const std::map<int, in
     return Placer(widths, columns, false).Place(rows);
 }
 
-// Before the form is on the screen the logic fills a model; afterwards it works on the components.
+// The view of a dialog. Until the form is shown the logic fills a model, then the components.
 class ModalForm : public platform::DialogView {
   public:
     ModalForm(const platform::DialogTemplate& dialog, platform::DialogLogic& logic)
@@ -257,7 +257,7 @@ class ModalForm : public platform::DialogView {
             if (reason.reason == newtExitStruct::NEWT_EXIT_ERROR) break;
             m_logic.OnCommand(*this, CommandOf(reason));
         }
-        // What the form held outlives it.
+        // The texts are kept, as the components go with the form.
         for (auto& [id, part] : m_parts) {
             (void)Text(id);
             part.component = nullptr;

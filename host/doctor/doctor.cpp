@@ -67,7 +67,7 @@ Finding BundleFinding(const std::string& folder, const std::string& language) {
     return {Health::kGood, "language bundles", found, {}};
 }
 
-// One that is missing is made by the first sync.
+// A missing folder is only a note: the first sync makes it.
 Finding ContactsFinding(const std::optional<std::string>& folder) {
     if (!folder) {
         return {Health::kNote, "folder of vCards", "none is named",
@@ -170,7 +170,7 @@ class Examination {
                 "set MAPI to the text 1 in " + eudora::ShownKey(kMapi) + " with regedit"};
     }
 
-    // As a run reads it.
+    // Reads the in-box as a run does.
     base::Status ReadInBox() {
         if (auto ready = translator::CheckInBox(m_setup); !ready) return ready;
         if (auto pair = translator::CheckInBoxPair(m_setup); !pair) return pair;
@@ -181,7 +181,7 @@ class Examination {
         return session ? session->Open() : base::Status(session.Error());
     }
 
-    // Not while Eudora runs, which has it in its hands.
+    // Examines the in-box, unless Eudora runs and has it open.
     void TellInBox() {
         if (!m_isFree) return;
         if (const auto here = eudora::RefuseMailsElsewhere(m_setup); !here) {
@@ -218,7 +218,7 @@ class Examination {
         return {Health::kGood, what, base::ToUtf8(path), {}};
     }
 
-    // Those of Eudora's folder, whichever is in use.
+    // Examines all nickname files in Eudora's folder, the one in use to its end.
     void TellNicknameFiles() {
         std::vector<std::string> paths{m_setup.eudoraFolder + "\\nndbase.txt"};
         const std::string folder = m_setup.eudoraFolder + "\\NickName";
@@ -260,7 +260,7 @@ std::vector<Finding> Examine(const eudora::SetupOptions& options,
                              const std::optional<std::string>& contactsFolder) {
     std::vector<Finding> findings{StateFinding()};
     eudora::SetupOptions reading = options;
-    // Where kvsync cannot keep anything, the rest can be looked at as a dry run does.
+    // Without a folder of its own kvsync still examines the rest, as a dry run does.
     reading.writesNothing = findings.back().health != Health::kGood;
     std::string libraryFolder;
     findings.push_back(LibraryFinding(libraryFolder));

@@ -10,7 +10,7 @@ namespace {
 constexpr const char* kNames[] = {"nndbase.txt", "nndbase.toc", "In.mbx",    "In.toc",   "Out.mbx",
                                   "Out.toc",     "Trash.mbx",   "Trash.toc", "NickName", "Attach"};
 
-// Where the link says, of one that leads nowhere.
+// The target of a path with all links followed; of a broken link its own text.
 std::string TargetOf(const std::string& path) {
     if (auto real = platform::NativeFiles().RealPath(path)) return *real;
     std::error_code unknown;

@@ -19,7 +19,8 @@ std::string InMemory(const Setup& setup, const char* what) {
     return base::FromPath(base::ToPath(setup.memoryFolder) / what);
 }
 
-// Where the registry says that Eudora is. A folder named by hand must be that one.
+// Finds Eudora's folder in the registry. On Windows a folder in the options is used instead, and
+// the registered one is noted if it is another.
 base::Status FindFolder(const SetupOptions& options, Setup& setup) {
     auto& system = platform::NativeSystem();
     auto folder =
@@ -85,7 +86,7 @@ base::Status ChooseSettingsFolder(const SetupOptions& options, Setup& setup) {
 
 std::string WithoutLinks(const std::string& path) {
     std::error_code error;
-    // Of a relative path that does not exist yet the system would give no absolute one.
+    // absolute() first: weakly_canonical() keeps a relative path that does not exist relative.
     const fs::path canonical = fs::weakly_canonical(fs::absolute(base::ToPath(path), error), error);
     return error ? path : base::FromPath(canonical);
 }

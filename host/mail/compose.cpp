@@ -19,7 +19,7 @@ constexpr std::size_t kChunk = 1024 * kBase64LineBytes;
 constexpr std::size_t kLineWidth = 78;
 constexpr std::string_view kFileName = "filename";
 
-// What RFC 2231 leaves as it is.
+// Whether RFC 2231 writes the letter without an escape.
 bool IsPlainLetter(char letter) {
     constexpr std::string_view kMarks = "!#$&+-.^_`{|}~";
     return text::IsLetter(letter) || text::IsDigit(letter) || kMarks.find(letter) != kMarks.npos;
@@ -33,7 +33,7 @@ std::string Escaped(std::string_view name) {
     return escaped;
 }
 
-// In as many pieces as lines need; no escape is cut.
+// The file name as a parameter of RFC 2231, in as many pieces as its lines need; no escape is cut.
 std::string ExtendedParameter(std::string_view name) {
     const std::string label(kFileName), value = "UTF-8''" + Escaped(name);
     if (label.size() + value.size() <= kLineWidth - 2) return "; " + label + "*=" + value + '\n';
@@ -174,7 +174,7 @@ class Composer {
         return {};
     }
 
-    // What is composed goes into the sink as it grows.
+    // Appends a file as base64; full pieces go into the sink at once.
     base::Status AppendFile(const std::string& name, platform::File& file) {
         const std::string plain = PlainName(name);
         AppendField(m_out, "Content-Type", ContentTypeOf(plain));

@@ -67,7 +67,7 @@ std::string EudoraMails::Limits() const {
     return "left out: " + text::Joined(all, ", and ") + " (kvsync configure mail" + how + ")";
 }
 
-// The same translator keeps its index of the mailbox when it is closed and opened again.
+// Closing and opening the same translator keeps its index of the mailbox.
 base::Status EudoraMails::LiftLimits() {
     if (auto closed = m_session.Close(); !closed) return closed;
     const translator::MailLimitChanges changes{"off", "off", {}, {}};

@@ -223,7 +223,7 @@ class HtmlReader {
         Apply(tag);
     }
 
-    // Where the tag at the front ends. A quote without an end is no quote, there and further on.
+    // The end of the tag at the front. A quote without an end is no quote, nor is any later one.
     std::size_t TagEnd() {
         if (m_isNeverClosed) return kNone;
         if (!m_isQuoteOpen) {

@@ -83,7 +83,7 @@ std::vector<std::string_view> SplitParts(std::string_view body, const std::strin
     return parts;
 }
 
-// What the header of a part says of its body. Texts are UTF-8.
+// The MIME header of a part. Texts are UTF-8.
 struct PartType {
     std::string type, subtype;  // lower case
     std::string charset, boundary;
@@ -93,7 +93,7 @@ struct PartType {
     bool isAttachment = false;
 };
 
-// Of a value that is parsed, which goes when its object does.
+// A parameter of a parsed value, copied, as GMime's text goes with its object.
 template <class Object>
 std::string ParameterOf(Object* value, GMimeParamList* (*listOf)(Object*), const char* name) {
     GMimeParam* const parameter = g_mime_param_list_get_parameter(listOf(value), name);
@@ -193,7 +193,7 @@ void Append(RankedText& whole, RankedText text) {
     whole.rank = std::max(whole.rank, text.rank);
 }
 
-// What is encoded: uuencoded bytes have a line of their own above them.
+// The encoded bytes of a body: those of uuencode begin behind the line "begin".
 std::string_view Content(const PartType& type, std::string_view body) {
     const auto encoding = g_mime_content_encoding_from_string(type.encoding.c_str());
     const auto begin = body.starts_with("begin ") ? 0 : body.find("\nbegin ");
@@ -229,7 +229,7 @@ class PartReader {
         return {};
     }
 
-    // Of alternatives the best text stays.
+    // Joins the texts of the parts; of alternatives it keeps the best one.
     RankedText ReadMultipart(const PartType& type, const std::vector<std::string_view>& parts,
                              int depth) {
         RankedText whole;

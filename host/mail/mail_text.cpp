@@ -84,7 +84,7 @@ void AddPlain(std::vector<TextPiece>& pieces, std::string_view text) {
 
 std::vector<TextPiece> SplitText(std::string_view text) {
     std::vector<TextPiece> pieces;
-    // Where the next end of each mark lies: many beginnings without an end cost one search.
+    // The place of the next end of each mark: many beginnings without an end cost one search.
     std::size_t ends[std::size(kMarks)] = {};
     std::size_t done = 0;
     for (auto at = text.find('<'); at != kNone; at = text.find('<', at + 1)) {

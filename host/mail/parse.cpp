@@ -186,7 +186,8 @@ std::string PlainAttachmentName(const std::string& name, const std::string& fall
                                 unsigned codePage) {
     std::string plain = Composed(name);
     plain.erase(0, plain.find_last_of("/\\") + 1);
-    // Of UTF-8, where every forbidden letter is itself; what the code page lacks is "?" then.
+    // Letters are checked in UTF-8, where no second byte looks like one. Characters that the code
+    // page lacks become "?" and then "_".
     for (char& letter : plain) {
         if (text::IsForbiddenInNames(letter) || letter == 0x7F) letter = '_';
     }
@@ -249,7 +250,7 @@ class MailMaker {
         return converted;
     }
 
-    // The same of a header's text: one line without control characters or blanks at its ends.
+    // Converts a header's text: one line without control characters or blanks at its ends.
     std::string Line(const std::string& text) { return text::WithoutControls(Convert(text)); }
 
     // The same of a stretch of a body: CR LF line ends, Eudora's marks around it if it has a kind

@@ -76,8 +76,9 @@ class EudoraExecution {
         });
     }
 
-    // With names for the copies of its attachments. Nothing for one that cannot go, which is told;
-    // a file that is gone meanwhile, or has another name, is the next run's affair.
+    // Reads a file and names the copies of its attachments. Nothing, with an error in the report,
+    // if it cannot be read; nothing at all for a file that was moved or deleted meanwhile, which
+    // the next run sees.
     std::optional<mail::NewMail> ReadNamed(const MailStep& step) {
         auto mail = ReadNew(step);
         if (!mail && mail.Error().code == ErrorCode::kNotFound) return std::nullopt;
@@ -132,7 +133,8 @@ class EudoraExecution {
         m_marked.push_back({&step, std::move(row)});
     }
 
-    // Under which id is only known later; by its Message-ID the next run finds it as well.
+    // Reads a mail and its row into the batch. The row has no id until the mail is added; an
+    // interrupted run finds the mail by its Message-ID.
     void Prepare(const MailStep& step) {
         auto mail = ReadNamed(step);
         if (!mail) return;
@@ -156,8 +158,8 @@ class EudoraExecution {
         Note(row.name, addition.mail);
     }
 
-    // As Eudora tells them from now on. What is not there was not stored, and is added by the next
-    // run, which takes the copies of its attachments back.
+    // Remembers the added mails with Eudora's present values. A mail that is not found was not
+    // stored: the next run adds it again and takes back the copies of its attachments.
     void RememberAdded() {
         for (Addition& addition : m_batch) {
             RememberedMail& row = addition.row;
@@ -205,8 +207,8 @@ class EudoraExecution {
         return StoreBatch();
     }
 
-    // The file goes where mail programs keep what was sent; that it is gone from .Outbox is
-    // remembered by nothing else.
+    // Moves the file of a queued mail to .Sent and forgets its row: nothing else remembers that it
+    // was queued.
     void File(const MailStep& step, std::int64_t key) {
         if (!m_ledger.Check(m_work.folders.sent.Create(), ".Sent")) return;
         const auto moved = m_work.folders.outbox.MoveInto(
@@ -234,7 +236,7 @@ class EudoraExecution {
         auto status = m_work.source.AddOutgoing(*mail);
         if (status) status = m_work.source.Finish();
         const auto after = m_work.queued();
-        // What is in the out-box is queued, whatever was told.
+        // A mail that is in the out-box is queued, even if a failure was reported.
         if (after && *after > *before) status = {};
         if (!m_ledger.Check(status, step.row.name)) {
             if (after && *after == *before) m_ledger.change.forget.push_back(key);

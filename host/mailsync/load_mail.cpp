@@ -78,7 +78,7 @@ class MailLoader {
         return {};
     }
 
-    // Which files nobody remembers, and of which a cut-off run delivered a part only.
+    // Finds files that are not remembered, and those that an interrupted run delivered in part.
     base::Status SortFiles() {
         std::unordered_map<std::string_view, const RememberedMail*> rows;
         for (const RememberedMail& row : m_sides.remembered) rows.emplace(row.unique, &row);
@@ -145,7 +145,7 @@ class MailLoader {
         if (!m_source.HasLimits()) return {};
         std::vector<const RememberedMail*> unseen;
         for (const RememberedMail& row : m_sides.remembered) {
-            // Of a kept one it is known that the mail is gone; should it be back, it shows itself.
+            // The mail of a kept file is gone from Eudora; if it came back, the walk shows it.
             if (row.link != MailLink::kKept && !m_knownAgain.contains(row.id))
                 unseen.push_back(&row);
         }
@@ -200,7 +200,7 @@ class MailLoader {
         });
     }
 
-    // What vanished is passed over, and what cannot be read is told.
+    // Whether the file was read. A failure is reported, unless the file is gone.
     bool IsRead(const base::Result<FolderHead>& head, const MaildirEntry& file) {
         if (!head && head.Error().code != ErrorCode::kNotFound) {
             m_sides.unread.push_back("the file " + file.name +
@@ -209,7 +209,8 @@ class MailLoader {
         return head.HasValue();
     }
 
-    // Of drafts no more is wanted than whether one is a remembered file under another name.
+    // Reads files that are not remembered; drafts only if one may be a missing file under a new
+    // name.
     void ReadForeign() {
         const bool missesFiles = MissesFiles();
         for (std::size_t i = 0; i < m_foreign.size(); ++i) {

@@ -17,7 +17,7 @@ using enum sync::Verb;
 
 constexpr char kSeenFlag = 'S';
 
-// A file that the person marked so is no mere copy of Eudora's mail.
+// Whether the person marked the file, which then is more than a copy of Eudora's mail.
 bool IsMarked(const MaildirEntry& file) {
     return maildir::HasFlag(file.flags, 'F') || maildir::HasFlag(file.flags, 'D');
 }
@@ -32,7 +32,7 @@ std::string FlagsOf(const std::string& marker) {
     return IsSeen(marker) ? std::string(1, kSeenFlag) : std::string();
 }
 
-// What Eudora tells of a mail that nobody remembers yet.
+// A new row for a mail of Eudora's.
 RememberedMail RowOf(const EudoraHead& head, MailLink link) {
     RememberedMail row;
     row.link = link;
@@ -142,7 +142,7 @@ class MailPlanner {
         RememberedMail row = known;
         row.id = head.id;
         if (const MaildirEntry* const file = FileOf(row); file != nullptr) {
-            // What has another id now is remembered anew.
+            // A mail with a new id is remembered anew.
             if (row.link == MailLink::kInStep && row.id != known.id) row.link = MailLink::kPending;
             return PlanFlags(head, std::move(row), *file);
         }
@@ -152,7 +152,7 @@ class MailPlanner {
 
     void PlanRemovedFile(const EudoraHead& head, RememberedMail row, bool hasNewId) {
         if (row.link == MailLink::kDropped) {
-            // Removed when Eudora's side could not follow: nobody asks for that any more.
+            // An earlier version, which could not remove mails in Eudora, remembered it so.
             ++m_plan.report.dropped;
             if (hasNewId) Add(kMemory, kChange, std::move(row));
             return;
@@ -245,7 +245,7 @@ class MailPlanner {
         Add(kMemory, kChange, std::move(kept));
     }
 
-    // In the order in which they came, as far as their names tell.
+    // Adds new files to Eudora in the order of their names, which mostly begin with the time.
     void PlanNewFiles() {
         std::vector<const MaildirEntry*> files;
         for (const MaildirEntry& file : m_sides.folder) {

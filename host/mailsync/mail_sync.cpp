@@ -64,7 +64,7 @@ base::Status Prepare(const sync::CommandPlace& place, const MailSyncOptions& opt
     return sync::CheckRights(place.files, options.mailboxes);
 }
 
-// By its name: a Maildir need not exist.
+// Whether a path lies below a folder, by the names alone, as a Maildir need not exist.
 bool IsBelow(const platform::Files& files, const std::string& path, std::string folder) {
     if (folder.empty()) return false;
     if (folder.back() != files.Separator()) folder += files.Separator();
@@ -81,7 +81,7 @@ base::Status CheckContent(platform::Files& files, const std::string& maildir) {
     };
     const bool isEmpty = std::ranges::all_of(
         *entries, [](const auto& entry) { return entry.name.starts_with('.'); });
-    // Of a run that was cut off while it made them one or two may be there.
+    // An interrupted run may have made only one or two of the folders.
     const bool isMaildir = has("cur") || has("new") || has("tmp");
     if (isEmpty || isMaildir) return {};
     return base::Refused(maildir + " is no Maildir, but holds other things",

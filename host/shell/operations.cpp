@@ -21,21 +21,21 @@ Json NumberOrNull(Number value, Number untouched) {
     return value == untouched ? Json(nullptr) : Json(value);
 }
 
-// Of the module; no argument, a code alone.
+// An operation of the module without arguments; the answer is its code.
 template <auto operation>
 void OfModule(Call& call) {
     call.arguments.EndAt(0);
     call.answer["code"] = (call.module.*operation)();
 }
 
-// Of the translator; no argument, a code alone.
+// An operation of the translator without arguments; the answer is its code.
 template <auto operation>
 void Plain(Call& call) {
     call.arguments.EndAt(0);
     call.answer["code"] = (*call.translator.*operation)();
 }
 
-// The same with a number, 0 if none is given.
+// An operation with a number as its argument, 0 if none is given.
 template <class Number, auto operation>
 void WithNumber(Call& call) {
     const auto number = static_cast<Number>(call.arguments.Number(0));
@@ -76,7 +76,7 @@ void Empties(Call& call) {
     }
 }
 
-// With an id, or without one of the current record.
+// An operation on the record with that id, or on the current record without an id.
 template <RRETURNCODE (T::*current)(), RRETURNCODE (T::*named)(LPCTSTR)>
 void OfRecord(Call& call) {
     const std::string id = call.arguments.WholeText();

@@ -41,7 +41,7 @@ struct MailTable {
     static constexpr const char* kColumns =
         "key, link, eudora_id, eudora_marker, message_id, file, flags, size, content, name,"
         " file_id";
-    // Of a file of version 2 that is only read.
+    // The columns of a file of version 2, which is only read.
     static constexpr const char* kOldColumns =
         "key, link, eudora_id, eudora_marker, message_id, file, flags, size, content, name, x''";
     static auto Members(auto& mail) {

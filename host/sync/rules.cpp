@@ -72,8 +72,8 @@ base::Result<backup::Backup> Restore(const CommandPlace& place, const std::strin
     const bool hasState = place.files.Exists(place.stateFile);
     auto lock = state::StateLock::Take(place.files, place.stateFile, hasState);
     if (!lock) return lock.Error();
-    // With the in-box of another day what was in step tells nothing: the next run must not carry
-    // the difference into the Maildir as removals.
+    // The memory does not fit a restored in-box: the next run would take mails that are missing in
+    // it for removed ones.
     const auto forgetMails = [&](const backup::Backup& backup) -> base::Status {
         for (const backup::BackupFile& file : backup.files) {
             auto forgotten = state::ForgetInBox(place.files, place.stateFile, file.origin);

@@ -74,7 +74,7 @@ struct Escape {
     char plain, letter;  // the letter stands behind the mark
 };
 
-// Those that are written, and two that older writers have.
+// The first four are written and read; the other two come from older writers.
 constexpr Escape kTextEscapes[] = {{'\\', '\\'}, {',', ','},  {';', ';'},
                                    {'\n', 'n'},  {'\n', 'N'}, {':', ':'}};
 constexpr std::size_t kWritten = 4;

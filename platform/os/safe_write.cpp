@@ -10,7 +10,7 @@ SafeWrite::~SafeWrite() {
     try {
         if (m_hasSide) (void)m_files.DeleteEvenReadOnly(m_side);
     } catch (...) {
-        // Not even the memory for that: the next SafeWrite takes the name.
+        // Without memory for the call the side file stays; the next SafeWrite replaces it.
     }
 }
 

@@ -42,8 +42,7 @@ class PrefixFiles : public Files {
 
     Status Delete(std::string_view path) override {
         return At(path, [](Files& files, std::string_view native) -> Status {
-            // A file with the read-only attribute cannot be deleted on Windows. A link can,
-            // wherever it leads.
+            // As on Windows, a read-only file cannot be deleted, but any link can.
             std::error_code ignored;
             const auto info = files.Stat(native);
             if (info && (info->isFolder || info->isReadOnly) &&
