@@ -8,8 +8,8 @@ namespace {
 
 constexpr ByteSet kFirstWordSet(" \""), kNoteWordSet(" "), kNameEndSet(" \t\r\n\v\f<");
 
-// What is behind the nickname and its blank. A line of our own may hold a nickname with a quote
-// that a scan would misread.
+// The text behind the nickname and its blank. A line in our own form is compared first, as a scan
+// would misread a nickname with a quote in it.
 std::string_view BehindName(std::string_view line, std::string_view name) {
     std::string own;
     AppendHead(own, "alias", name);

@@ -15,7 +15,7 @@ namespace eumapi {
 
 namespace {
 
-// The same in Eudora of every language.
+// Eudora writes it in every language.
 constexpr std::string_view kMarker = "Attachment Converted:";
 constexpr std::string_view kBlanks = " \t\r";
 constexpr std::string_view kBlankLine = "\n\n";
@@ -108,7 +108,7 @@ bool IsOnDrive(std::string_view path) {
     return text::IsLetter(path[0]);
 }
 
-// The same for all names that the system takes for one.
+// A key that is equal for all spellings of one name in the file system.
 std::string Key(std::string_view name, unsigned codePage) {
     return std::string(text::TrimmedBack(platform::UpperCase(name, codePage), ". "));
 }

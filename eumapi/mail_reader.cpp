@@ -61,7 +61,7 @@ class AddressScan {
         bool hasAt = false;  // the phrase
     };
 
-    // Of two bytes the second may look like a mark.
+    // The character at a position; the second byte of one may look like a mark.
     std::string_view CharacterAt(std::size_t at) const {
         auto rest = m_list.substr(at);
         return text::TakeCharacter(rest, m_codePage);
@@ -80,7 +80,7 @@ class AddressScan {
                 Finish();
                 return true;
             case ':':
-                // Behind the name of a group; a route or a literal has its colon in brackets.
+                // It ends the name of a group; the colon of a route or a literal is in brackets.
                 if (!m_parts.hasAt) m_parts = {};
                 return m_parts.phrase.empty();
             case '"':
@@ -100,8 +100,8 @@ class AddressScan {
         }
     }
 
-    // What a pair of marks encloses, without the backslashes that protect its characters. Nothing
-    // if nothing closes it, here and from here on.
+    // The text between a pair of marks, without escaping backslashes. Nothing without a closing
+    // mark, and `isNeverClosed` then saves all later searches for it.
     std::optional<std::string> Enclosed(char open, char close, bool& isNeverClosed) {
         std::string text;
         int depth = 1;

@@ -178,7 +178,8 @@ class OutgoingFiles {
         return status;
     }
 
-    // What is made must be remembered even if memory runs out, and what others made must not be.
+    // Makes a file and notes it for removal. Room for the note comes first, so that a lack of
+    // memory leaves no file behind; a file that was there before is not noted.
     Status MakeFileIn(const std::string& folder, const std::string& name) {
         std::string path = folder + name;
         if (path.size() > text::kLongestPath) return Failure{ErrorCode::kTooLarge, path};

@@ -21,7 +21,7 @@ constexpr std::size_t kShortestPiece = 1024;
 constexpr std::size_t kFewMails = 16;  // enough to judge the first piece by
 constexpr std::size_t kLongestFirstPiece = 8 * 1024;
 constexpr std::size_t kLongestPiece = 128 * 1024;
-// What may be read of a .mbx file: sound blocks do not overlap and need its size once.
+// How often the .mbx file may be read over: sound blocks do not overlap and need its size once.
 constexpr std::uint64_t kReadsOfFile = 4;
 constexpr std::uint64_t kReadsOfMail = 64 * 1024;
 

@@ -76,7 +76,7 @@ Result<bool> BelongTogether(File& mbx, File& toc, std::string_view separator) {
     return begin == separator;
 }
 
-// What the file lacks stays as the buffer is cleared.
+// Missing bytes stay zero in the cleared buffer.
 Result<std::vector<MailPlace>> ReadPlaces(File& toc, std::uint32_t count) {
     std::vector<MailPlace> places;
     places.reserve(count);

@@ -11,10 +11,10 @@ namespace mailbox {
 
 namespace {
 
-// Where the fields of a header lie.
+// The offsets of a header's fields.
 constexpr std::size_t kNameAt = 8, kTypeAt = 40, kHighestMsgIdAt = 72, kMbxSizeAt = 96,
                       kNumberOfMsgsAt = 102;
-// Where the fields of a block lie.
+// The offsets and widths of a block's fields.
 constexpr std::size_t kOffsetAt = 0, kLengthAt = 4, kSecondsAt = 8, kMarkLowAt = 14,
                       kMarkHighAt = 15, kDateAt = 18, kFromAt = 50, kSubjectAt = 114,
                       kMsgIdAt = 192;

@@ -77,7 +77,7 @@ void Draft::Set(MailField field, const void* cell) {
     }
 }
 
-// What needs memory comes before anything changes hands.
+// All memory is allocated before the record or the queue changes.
 void Draft::Queue(std::list<MapiMessage*>& queue, bool isToBeSent) {
     std::list<MapiMessage*> queued{m_lpNewMessage};
     struct Recipient {

@@ -206,7 +206,7 @@ RRETURNCODE CREudoraMail::GetModifiedInfo(CString& csModifiedInfo) {
     });
 }
 
-// What cannot be read passes: a mail is not kept from the host because of a fault in it.
+// A mail whose size or date cannot be read passes, so that the host sees it.
 int CREudoraMail::PassesFilters() {
     return IsTooLarge() || IsTooOld() ? 0 : 1;
 }

@@ -15,7 +15,7 @@ std::optional<std::uint32_t> MailIds::Read(CEudoraTransUtil& util) {
     using platform::OpenMode;
     using platform::Share;
     m_canGive = false;
-    // What it cannot make does not open either.
+    // A file that cannot be made fails to open below, with a message.
     (void)MakeInBox(util);
     const auto mbx = OpenInBoxFile(util, ".mbx", OpenMode::kRead, Share::kRead, "WriteNewMails");
     if (mbx == nullptr) return std::nullopt;

@@ -135,7 +135,7 @@ RRETURNCODE FindReplace(CString& text, const char* find, const char* replacement
     return Shielded([&] {
         const std::string_view wanted = OrEmpty(find), by = OrEmpty(replacement);
         std::string& bytes = text.Str();
-        // What was put in is not searched again; the empty text occurs nowhere.
+        // Replacements are not searched again; an empty `find` replaces nothing.
         for (std::size_t at = 0; !wanted.empty() && count != 0; --count) {
             at = bytes.find(wanted, at);
             if (at == std::string::npos) break;

@@ -11,8 +11,7 @@ namespace platform::posix {
 
 namespace {
 
-// What may be true of an open file. A claimant holds one byte of the row of each that is true of
-// it.
+// The claims of an open file. For each of its claims it locks one byte in the row of that claim.
 enum Claim : off_t { kReads, kWrites, kDeniesReading, kDeniesWriting };
 
 constexpr off_t kBase = 0x7FFFFFFFFFFF0000;

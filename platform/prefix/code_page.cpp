@@ -50,7 +50,7 @@ class Converter {
     }
 
   private:
-    // As far as the buffer holds.
+    // Converts as much as the buffer holds; gives the errno of iconv, 0 at the end.
     int Step(char** in, std::size_t* left, std::string& out) const {
         char buffer[4096];
         char* to = buffer;
@@ -72,7 +72,7 @@ std::string IconvName(unsigned codePage) {
     return "CP1252";
 }
 
-// What Windows makes of bytes that the C library's code page leaves free.
+// Windows' character for a byte that the C library's code page leaves undefined.
 char32_t FreeByte(const std::string& bytes, unsigned codePage) {
     const auto byte = static_cast<unsigned char>(bytes[0]);
     if (codePage != 932 || bytes.size() > 1) return text::kNoCharacter;

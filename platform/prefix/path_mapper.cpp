@@ -108,7 +108,7 @@ std::optional<std::string> PathMapper::WindowsPath(const std::string& nativePath
         if (below.empty() || *below.begin() == "..") continue;
         std::string path{static_cast<char>(name[0] - 'a' + 'A'), ':', '\\'};
         if (below != ".") path += below;
-        // Of several as short ones that of the first drive.
+        // The shortest path; of equally short ones the one with the first drive letter.
         if (!best || std::pair(path.size(), path) < std::pair(best->size(), *best)) best = path;
     }
     if (!best) return std::nullopt;

@@ -123,7 +123,7 @@ class PrefixFiles : public Files {
         return result;
     }
 
-    // The same with two places; the failure names the one that the native operation speaks of.
+    // An operation on two paths; a failure names the one that the native failure is about.
     template <class Operation>
     Status Between(std::string_view from, std::string_view to, const Operation& operation) const {
         const auto source = m_mapper.Map(from);

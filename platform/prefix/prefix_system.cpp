@@ -38,7 +38,7 @@ int LeadingNumber(std::string_view text) {
     return number;
 }
 
-// What the prefix tells of its system.
+// The version and profile of a prefix; its programs are never started.
 class PrefixProcesses : public Processes {
   public:
     PrefixProcesses(Files& files, Registry& registry) : m_files(files), m_registry(registry) {}

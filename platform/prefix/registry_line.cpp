@@ -31,7 +31,7 @@ std::optional<char16_t> TakeNumber(std::string_view& rest, std::size_t most, int
     return static_cast<char16_t>(number);
 }
 
-// What stands behind a backslash.
+// The character of an escape, whose backslash has been taken off `rest`.
 char16_t TakeEscape(std::string_view& rest) {
     if (const auto octal = TakeNumber(rest, 3, 8)) return *octal;
     const char letter = rest.front();

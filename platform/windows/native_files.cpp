@@ -51,7 +51,7 @@ bool IsDots(std::wstring_view name) {
     return name == L"." || name == L"..";
 }
 
-// What the system writes into a buffer of the size that it asks for first; empty if it fails.
+// A text from a system function that first gives the size of the buffer; empty if it fails.
 template <class Ask>
 std::wstring Told(const Ask& ask) {
     std::wstring text(ask(nullptr, 0), L'\0');
