@@ -21,8 +21,8 @@ namespace host::contactsync {
 // A pair is remembered once both its sides are done. After an interruption the next run finds the
 // pair equal on both sides, or changed on one side only.
 //
-// A failed step of the folder leaves its contact as it was, and Eudora's side of the pair is passed
-// over. A failed Commit leaves Eudora's file as it was.
+// After a failed step of the folder Eudora's side of the pair is passed over. A failed Commit
+// leaves Eudora's file as it was.
 std::vector<std::string> Execute(const Plan& plan, const contacts::Stores& stores,
                                  state::PairMemory& memory,
                                  const std::function<base::Status()>& backup,
@@ -34,8 +34,8 @@ base::Result<contacts::StoredContact> ReadFolderContact(const contacts::Stores& 
 
 // Both sides as they are now. An unchanged marker saves reading the contact: the remembered values
 // stand for it. The same goes for a remembered vCard whose file is no regular file any more. If
-// contacts cannot be read, the failure is the first one's with the number of the others; an
-// unreadable vCard is kRefused.
+// contacts cannot be read, the failure is the first one's with the number of the others; for a file
+// that is no vCard it is kRefused.
 base::Result<Sides> LoadSides(const contacts::Stores& stores, const state::Remembered& remembered,
                               base::Progress& progress);
 
