@@ -12,7 +12,7 @@ namespace host::mail {
 
 namespace {
 
-// With blanks for control characters and none at the ends.
+// The decoded text with blanks for control characters and none at the ends.
 std::string HeaderText(std::string_view text) {
     return text::WithoutControls(DecodeWords(text));
 }

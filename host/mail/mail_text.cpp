@@ -56,10 +56,10 @@ bool IsWrapped(std::string_view line, std::string_view next) {
     return word > 0 && line.size() + word > kNarrowestWrap;
 }
 
-// Whether a plain text reads as one of format=flowed (RFC 3676). The translator takes Eudora's mark
-// for it away, so the text itself must tell: each line that ends in a blank must be one that a
-// wrapping writer would have broken there, and a blank in front must be one that such a writer
-// puts there. For a text that only looks so, rejoining its lines changes nothing but their width.
+// Whether a plain text has the form of format=flowed (RFC 3676). The translator removes Eudora's
+// mark for it, so the lines must tell: each one that ends in a blank is broken where a wrapping
+// writer breaks it, and a leading blank is one that such a writer adds. A wrong guess only changes
+// the width of lines.
 bool LooksFlowed(std::string_view text) {
     bool isFlowed = false;
     while (!text.empty()) {
