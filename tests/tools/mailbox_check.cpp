@@ -73,7 +73,9 @@ Date ReadDate(const std::string& text) {
 bool Shows(const std::string& shown, std::time_t utc, const std::string& zone) {
     if (utc < 0) return true;
     for (const std::time_t time : {utc, utc + 3600}) {
-        const std::tm& tm = *std::gmtime(&time);
+        const std::tm* const known = std::gmtime(&time);
+        if (known == nullptr) return false;  // a year that the system's calendar lacks
+        const std::tm& tm = *known;
         const bool isLate = tm.tm_hour > 12;
         char wanted[100];
         std::snprintf(wanted, sizeof wanted, "%02d:%02d %cM %d/%d/%d %s",
