@@ -101,7 +101,7 @@ CString CEudoraTransUtil::GetString(StringId id) {
 // "%%" gives a percent sign.
 CString CEudoraTransUtil::FormatString(StringId id, const CString& text,
                                        std::optional<int> number) {
-    const CString format = GetString(id);
+    CString format = GetString(id);
     const std::string_view expected = number ? "sd" : "s";
     std::size_t done = 0;
     std::string result;

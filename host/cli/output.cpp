@@ -202,7 +202,7 @@ void Append(std::vector<std::string>& lines, const std::vector<std::string>& mor
 void Output::Finish(nlohmann::json body) {
     body["result"] = kResults[static_cast<int>(code)];
     body["errors"] = errors;
-    json = std::move(body);
+    json = body;
 }
 
 Output RefusalOutput(const base::Failure& failure) {

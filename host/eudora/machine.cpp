@@ -222,7 +222,7 @@ base::Status UsePrefix(const SetupOptions& options, Setup& setup) {
 
 base::Status UseMachine(const SetupOptions& options, const std::string& stateFolder, Setup& setup) {
     if (base::UsesWindowsPaths()) return {};
-    const auto used =
+    auto used =
         options.eudora ? UseBareFolder(options, stateFolder, setup) : UsePrefix(options, setup);
     if (!used || setup.privatePrefix.empty()) return used;
     return platform::SetEnvironment("WINEPREFIX", setup.privatePrefix);

@@ -18,9 +18,10 @@ std::string Joined(const std::vector<Recipient>& recipients, std::string_view se
     for (auto [name, address] : recipients) {
         std::ranges::replace_if(
             name, [&](char c) { return separators.find(c) != separators.npos; }, ' ');
-        if (name.find_first_of("(),.:<>@[]") != name.npos) name = '"' + name + '"';
+        if (name.find_first_of("(),.:<>@[]") != name.npos) name.insert(0, 1, '"').append(1, '"');
+        if (!name.empty()) name.append(" <").append(address).append(1, '>');
         if (!text.empty()) text += between;
-        text += name.empty() ? address : name + " <" + address + '>';
+        text += name.empty() ? address : name;
     }
     return text;
 }
