@@ -2,9 +2,9 @@
 
 #include "host/cli/options.h"
 
+// The commands for contacts. Failures that end a command are thrown as Ended.
 namespace host::cli {
 
-// The commands for contacts. Failures that end a command are thrown as Ended.
 // Prints a line for each contact, or all of them as JSON.
 base::ExitCode ListContacts(const Options& options);
 // Prints the fields of the contact with the nickname `record`; kRefused if there is none.

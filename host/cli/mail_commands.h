@@ -4,10 +4,10 @@
 
 #include "host/cli/options.h"
 
-namespace host::cli {
-
 // The commands for mails. Failures that end a command are thrown as Ended; a single mail that
 // cannot be read is reported and left out.
+namespace host::cli {
+
 // Prints a line for each mail within the limits, or a JSON object for each.
 base::ExitCode ListMail(const Options& options);
 // The record is an id ("0x" and eight digits) or a Message-ID.

@@ -2,6 +2,7 @@
 
 #include "host/cli/options.h"
 
+// The commands about the set-up and the translator interface.
 namespace host::cli {
 
 // Runs the operations of the script, or of standard input, on the translator interface.
