@@ -33,6 +33,14 @@ std::string Canonical(std::string_view text) {
     return std::string(text::Trimmed(result, "\n"));
 }
 
+bool HasStrangeCharacters(std::string_view text) {
+    while (!text.empty()) {
+        const char32_t character = text::TakeUtf8(text);
+        if (character == 0xFFFD || (character >= 0x80 && character < 0xA0)) return true;
+    }
+    return false;
+}
+
 FieldSet NonEmpty(const Contact& contact) {
     FieldSet set;
     for (const Field field : kAllFields) {

@@ -64,6 +64,10 @@ struct StoreItem {
 // line and of the whole goes, and bytes that are no UTF-8 become U+FFFD.
 std::string Canonical(std::string_view text);
 
+// Whether a text holds U+FFFD or control characters above ASCII: what bytes of another code page
+// become.
+bool HasStrangeCharacters(std::string_view text);
+
 // The fields that have a value.
 FieldSet NonEmpty(const Contact& contact);
 

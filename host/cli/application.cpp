@@ -8,6 +8,7 @@
 #include "host/base/output.h"
 #include "host/cli/contact_commands.h"
 #include "host/cli/mail_commands.h"
+#include "host/cli/output.h"
 #include "host/cli/sync_commands.h"
 #include "host/cli/tool_commands.h"
 #include "host/cli/version.h"
@@ -24,7 +25,9 @@ constexpr const char* kFooter =
     "2 the command line or the configuration file makes no sense, 3 refused before anything\n"
     "was touched, 4 done with changes, 5 done but conflicts wait for a decision.\n\n"
     "Keys of the configuration file: eudora, wine_prefix, contacts, maildir, state,\n"
-    "nickname_file, settings, language, prefer, max_delete (texts) and code_page (a number).";
+    "nickname_file, settings, language, prefer, direction (texts), max_delete, max_add (numbers "
+    "or\n"
+    "texts), wait and code_page (numbers).";
 
 // Adds the options of the kinds that `wanted` takes, under their names.
 template <class Wanted>
@@ -69,7 +72,23 @@ void AddSyncOptions(CLI::App& command, Options& options) {
                      "print the plan and write nothing anywhere");
     AddTextOptions(command, options,
                    [](TextOption::Kind kind) { return kind == TextOption::kWordOfSync; });
-    command.get_option("--prefer")->check(CLI::IsMember({"eudora", "folder", "newer", "both"}));
+}
+
+void AddConflict(CLI::App& command, Options& options) {
+    command.add_option("name", options.record, "the conflict, as kvsync conflicts names it")
+        ->required();
+    command.add_option("--take", options.take, "the side that wins: eudora or folder")
+        ->required()
+        ->check(CLI::IsMember({"eudora", "folder"}));
+}
+
+void AddForget(CLI::App& command, Options& options) {
+    AddRequiredSubject(command, options);
+    command.add_flag("--yes", options.yes, "without a question");
+}
+
+void AddOptionalSubject(CLI::App& command, Options& options) {
+    AddSubject(command, options);
 }
 
 void AddRecord(CLI::App& command, Options& options) {
@@ -129,6 +148,11 @@ constexpr Command kCommands[] = {
      "folder",
      AddSyncOptions, Sync},
     {"status", "what is found, what a sync would do, what is locked", AddNothing, Status},
+    {"conflicts", "what both sides changed and waits for a decision, with both values",
+     AddOptionalSubject, Conflicts},
+    {"resolve", "settle one conflict for one side", AddConflict, Resolve},
+    {"forget", "forget what was in step: the next sync pairs both sides anew and removes nothing",
+     AddForget, Forget},
     {"list", "print all records, a line for each", AddRequiredSubject, ListContacts, ListMail},
     {"show", "print one record with all its fields", AddRecord, ShowContact, ShowMail},
     {"export", "write all records into a folder, without memory", AddToFolder, ExportContacts,
@@ -185,8 +209,7 @@ base::ExitCode RunApplication(std::vector<std::string> arguments) {
         misuse = error.what();
     } catch (const Ended& ended) {
         if (ended.failure.exit != base::ExitCode::kUsage) {
-            base::PrintError(ended.failure.Message());
-            return ended.failure.exit;
+            return Say(RefusalOutput(ended.failure), options);
         }
         misuse = ended.failure.Message();
     }

@@ -92,7 +92,7 @@ std::string ContactCard(const Contact& contact) {
 }  // namespace
 
 base::ExitCode ListContacts(const Options& options) {
-    Workplace workplace(options);
+    Workplace workplace(options, Workplace::For::kLook);
     auto session = workplace.OpenContacts();
     std::vector<Contact> contacts;
     for (bool found = OrEnd(session.MoveFirst()); found; found = OrEnd(session.MoveNext())) {
@@ -103,7 +103,7 @@ base::ExitCode ListContacts(const Options& options) {
 }
 
 base::ExitCode ShowContact(const Options& options) {
-    Workplace workplace(options);
+    Workplace workplace(options, Workplace::For::kLook);
     auto session = workplace.OpenContacts();
     bool lossy = false;
     const std::string id = base::FromUtf8(options.record, &lossy);
@@ -117,7 +117,7 @@ base::ExitCode ShowContact(const Options& options) {
 }
 
 base::ExitCode ExportContacts(const Options& options) {
-    Workplace workplace(options);
+    Workplace workplace(options, Workplace::For::kLook);
     const auto eudora = workplace.Contacts(false);
     ProgressLine progress(!options.quiet);
     const auto count =
@@ -131,7 +131,7 @@ base::ExitCode ConfigureContacts(const Options& options) {
     if (!options.limits.IsEmpty()) {
         throw Misuse("--age, --size, --attachments and --attachment-size belong to configure mail");
     }
-    Workplace workplace(options);
+    Workplace workplace(options, Workplace::For::kWork);
     auto session =
         OrEnd(translator::TranslatorSession::Create(workplace.Module(), translator::kContactsKind));
     auto file = OrEnd(eudora::ChooseNicknameFile(options.setup, workplace.Setup()));
@@ -143,7 +143,7 @@ base::ExitCode ConfigureContacts(const Options& options) {
         if (!options.quiet) base::PrintLine("nothing changed");
         return base::ExitCode::kNothingToDo;
     }
-    OrEnd(eudora::CheckNicknameFile(file, false));
+    OrEnd(eudora::CheckNicknameFile(workplace.Setup(), file, false));
     OrEnd(translator::TranslatorSession::OpenContacts(workplace.Module(), file));
     OrEnd(eudora::RememberNicknameFile(workplace.Setup(), file));
     if (!options.quiet) base::PrintLine("contacts are kept in " + base::ToUtf8(file));

@@ -20,7 +20,7 @@ namespace {
 
 // Eudora's mails for commands that read them.
 struct OpenMails {
-    explicit OpenMails(const Options& options) : workplace(options, Workplace::For::kMail) {}
+    explicit OpenMails(const Options& options) : workplace(options, Workplace::For::kLook) {}
     Workplace workplace;
     translator::TranslatorSession session = workplace.OpenMail();
     mail::EudoraMails mails{session};
@@ -191,7 +191,7 @@ base::ExitCode ShowMail(const Options& options) {
 }
 
 base::ExitCode ExportMail(const Options& options) {
-    Workplace workplace(options, Workplace::For::kMail);
+    Workplace workplace(options, Workplace::For::kLook);
     ProgressLine progress(!options.quiet);
     MailExport target(PlaceOf(options, progress), options.toFolder);
     const auto done = target.Run(workplace);

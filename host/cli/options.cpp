@@ -5,9 +5,9 @@
 #define TOML_EXCEPTIONS 0
 #include <toml++/toml.h>
 
-#include "host/sync/rules.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
+#include "text/ascii.h"
 
 namespace host::cli {
 
@@ -65,7 +65,10 @@ void Apply(const std::string& path, const toml::table& table, Options& options) 
         if (option == known.end() || option->kind == TextOption::kPathOfCommandLine) {
             throw Unusable(path, "unknown key " + name);
         }
-        const auto text = node.value_exact<std::string>();
+        auto text = node.value_exact<std::string>();
+        if (const auto number = node.value_exact<std::int64_t>(); option->isNumber && number) {
+            text = std::to_string(*number);
+        }
         if (!text) throw Unusable(path, name + " must be a text in quotes");
         const bool isPlace = name == "eudora" || name == "wine_prefix";
         if (!option->value && !(isPlace && hasPlace)) option->value = Expanded(*text);
@@ -88,6 +91,28 @@ void ReadFile(Options& options) {
     Apply(path, parsed.table(), options);
 }
 
+std::optional<std::chrono::seconds> ParseSeconds(std::string_view text) {
+    const auto number = text::NumberIn<unsigned>(text);
+    if (!number || *number > 86400) return std::nullopt;
+    return std::chrono::seconds(*number);
+}
+
+std::optional<std::string> KnownLanguage(std::string_view text) {
+    constexpr std::string_view kLanguages[] = {"EN", "DE", "FR", "ES", "IT", "PT", "JP"};
+    const auto known = std::ranges::find(kLanguages, text);
+    return known != std::end(kLanguages) ? std::optional(std::string(text)) : std::nullopt;
+}
+
+// The value that a text stands for, if there is one.
+template <class Parser, class Value>
+void Parse(const char* name, const std::optional<std::string>& text, const char* rule,
+           const Parser& parser, Value& value) {
+    if (!text) return;
+    const auto parsed = parser(*text);
+    if (!parsed) throw Misuse(std::string(name) + ' ' + rule + ", not " + *text);
+    value = *parsed;
+}
+
 }  // namespace
 
 std::vector<TextOption> TextOptions(Options& options) {
@@ -106,11 +131,20 @@ std::vector<TextOption> TextOptions(Options& options) {
             {"settings", kPath, setup.settings, "the folder of the translators' settings files"},
             {"language", kWord, setup.language, "language of the translator: EN DE FR ES IT PT JP"},
             {"prefer", kWordOfSync, options.prefer,
-             "who wins where both sides changed: eudora, folder, newer, both (the default "
-             "keeps both; of mails: what was read on one side is read)"},
+             "who wins where both sides changed: eudora, folder, newer, both (contacts: the newer, "
+             "with a copy of the older); without it such conflicts wait"},
+            {"direction", kWordOfSync, options.direction,
+             "which way changes go: both, pull (from Eudora alone), push (into Eudora alone)"},
             {"max-delete", kWordOfSync, options.maxDelete,
              "stop before the first change if more would be deleted: N or N% (default: "
-             "the larger of 10 and 25%)"}};
+             "the larger of 10 and 25%)",
+             true},
+            {"max-add", kWordOfSync, options.maxAdd,
+             "stop before the first change if more would be added to Eudora: N or N% (default: "
+             "100 on a first run, then any number)",
+             true},
+            {"wait", kWordOfSync, options.wait,
+             "so many seconds another run may take to end (default: 0)", true}};
 }
 
 void ReadConfiguration(Options& options) {
@@ -119,17 +153,25 @@ void ReadConfiguration(Options& options) {
         throw Misuse("--eudora and --wine-prefix exclude each other: give one");
     }
     // An empty path would stand for the current folder.
-    for (const auto& [name, kind, value, help] : TextOptions(options)) {
-        const bool isPath = kind == TextOption::kPath || kind == TextOption::kPathOfCommandLine;
-        if (isPath && value && value->empty()) throw Misuse(name + ' ' + kEmptyPath);
+    for (const TextOption& option : TextOptions(options)) {
+        const bool isPath =
+            option.kind == TextOption::kPath || option.kind == TextOption::kPathOfCommandLine;
+        if (isPath && option.value && option.value->empty()) {
+            throw Misuse(option.name + ' ' + kEmptyPath);
+        }
     }
-    if (options.prefer && !sync::ParsePrefer(*options.prefer)) {
-        throw Misuse("prefer is eudora, folder, newer or both, not " + *options.prefer);
-    }
-    if (options.maxDelete && !sync::ParseDeleteLimit(*options.maxDelete)) {
-        throw Misuse("max-delete is a number or a percentage such as 25%, not " +
-                     *options.maxDelete);
-    }
+    Parse("language", options.setup.language, "is one of EN DE FR ES IT PT JP", KnownLanguage,
+          options.setup.language);
+    sync::Options& rules = options.rules;
+    rules.dryRun = options.setup.writesNothing;
+    constexpr const char* kNumber = "is a number or a percentage such as 25%";
+    Parse("prefer", options.prefer, "is eudora, folder, newer or both", sync::ParsePrefer,
+          rules.prefer);
+    Parse("direction", options.direction, "is both, pull or push", sync::ParseDirection,
+          rules.direction);
+    Parse("max-delete", options.maxDelete, kNumber, sync::ParseLimit, rules.maxDelete);
+    Parse("max-add", options.maxAdd, kNumber, sync::ParseLimit, rules.maxAdd);
+    Parse("wait", options.wait, "is a number of seconds up to 86400", ParseSeconds, rules.wait);
 }
 
 }  // namespace host::cli

@@ -7,6 +7,7 @@
 
 #include "host/base/failure.h"
 #include "host/eudora/setup.h"
+#include "host/sync/rules.h"
 #include "host/translator/in_box.h"
 
 // The command line and the configuration file, and how they end a command.
@@ -20,17 +21,20 @@ struct Options {
     std::optional<std::string> maildir;
     std::optional<std::string> state;  // the memory's file
     std::optional<std::string> config;
-    std::optional<std::string> prefer;
-    std::optional<std::string> maxDelete;
+    std::optional<std::string> prefer, direction, maxDelete, maxAdd, wait;
+    sync::Options rules;  // what these five say, and the dry run; ReadConfiguration fills it
     bool json = false;
     bool quiet = false;
     bool verbose = false;
 
     // By the words and options of one command.
     std::string what;    // "contacts", "mail", or empty; of the shell "other" too
-    std::string record;  // a nickname, an id or Message-ID of a mail, or the id of a backup
+    std::string record;  // a nickname, an id or Message-ID of a mail, the id of a backup, or the
+                         // name of a conflict
     std::string toFolder;
     std::string script;  // empty for standard input
+    std::string take;    // "eudora" or "folder"
+    bool yes = false;
     translator::MailLimitChanges limits;
 };
 
@@ -44,6 +48,7 @@ struct TextOption {
     Kind kind;
     std::optional<std::string>& value;
     const char* help;
+    bool isNumber = false;  // the file may have it as a number
 };
 std::vector<TextOption> TextOptions(Options& options);
 

@@ -1,5 +1,7 @@
 #include "host/cli/output.h"
 
+#include <algorithm>
+
 #include "host/base/output.h"
 
 namespace host::cli {
@@ -127,6 +129,26 @@ Lines Describe(const sync::Report& report, Subject subject, bool countsOnly) {
     return lines;
 }
 
+// Why nothing was done, and the first changes that there would have been too much of.
+void TellStop(const sync::Report& report, Subject subject, Lines& errors) {
+    constexpr std::size_t kMost = 20;
+    errors.push_back(report.stop->why.Message());
+    Lines stopped;
+    for (const sync::Change& change : report.changes) {
+        for (const Side side : {Side::kEudora, Side::kFolder}) {
+            const bool isIt = change.On(side).verb == report.stop->verb;
+            if (isIt && report.stop->verb != Verb::kNone) Describe(change, side, subject, stopped);
+        }
+    }
+    for (std::size_t i = 0; i < std::min(stopped.size(), kMost); ++i) {
+        errors.push_back("stopped: " + stopped[i]);
+    }
+    if (stopped.size() > kMost) {
+        errors.push_back("stopped: " + std::to_string(stopped.size() - kMost) +
+                         " more; a dry run with that option lists all");
+    }
+}
+
 // A change of a contact, with an action for each side that it changes.
 json ContactJson(const sync::Change& change) {
     json result = {{"name", change.name}};
@@ -158,22 +180,23 @@ json ListJson(const std::vector<Item>& items, const ToJson& toJson) {
     return list;
 }
 
+json NoticeJson(const sync::Notice& notice) {
+    return {{"name", notice.name}, {"text", notice.text}};
+}
+
 json ContactsJson(const sync::Report& report) {
-    const auto notice = [](const sync::Notice& one) {
-        return json{{"name", one.name}, {"text", one.text}};
-    };
     return {{"changes", ListJson(report.changes, ContactJson)},
-            {"conflicts", ListJson(report.conflicts, notice)},
-            {"refused", ListJson(report.refused, notice)},
+            {"conflicts", ListJson(report.conflicts, NoticeJson)},
+            {"refused", ListJson(report.refused, NoticeJson)},
             {"leftAlone", report.leftAlone},
+            {"notes", report.notes},
             {"kept", report.richer}};
 }
 
 json MailsJson(const sync::Report& report) {
-    const auto notice = [](const sync::Notice& one) { return one.name + ": " + one.text; };
     return {{"changes", ListJson(report.changes, MailJson)},
             {"notCarriedOut", report.undone},
-            {"conflicts", ListJson(report.conflicts, notice)},
+            {"conflicts", ListJson(report.conflicts, NoticeJson)},
             {"removedInMaildir", report.dropped},
             {"keptInMaildir", report.kept},
             {"draftsInMaildir", report.drafts},
@@ -182,8 +205,16 @@ json MailsJson(const sync::Report& report) {
             {"notes", report.notes}};
 }
 
-// The code of two that a person has to know first.
+// The code of two that a person has to know first. A refusal beside a change is a failure: then
+// something was touched.
 base::ExitCode Worse(base::ExitCode a, base::ExitCode b) {
+    const auto hasChanged = [](base::ExitCode code) {
+        return code == base::ExitCode::kChangesMade || code == base::ExitCode::kConflictsLeft;
+    };
+    if ((a == base::ExitCode::kRefused && hasChanged(b)) ||
+        (b == base::ExitCode::kRefused && hasChanged(a))) {
+        return base::ExitCode::kFailed;
+    }
     constexpr base::ExitCode kOrder[] = {base::ExitCode::kFailed, base::ExitCode::kRefused,
                                          base::ExitCode::kConflictsLeft,
                                          base::ExitCode::kChangesMade};
@@ -256,7 +287,12 @@ base::ExitCode Say(const Output& output, const Options& options) {
 }
 
 Output SyncOutput(const sync::Report& report, Subject subject, bool countsOnly) {
-    Output output{report.Code(), Describe(report, subject, countsOnly), report.errors};
+    Output output{report.Code(), {}, report.errors};
+    if (report.stop) {
+        TellStop(report, subject, output.errors);
+    } else if (!countsOnly || report.HasNews()) {
+        output.lines = Describe(report, subject, countsOnly);
+    }
     Append(output.lines, report.notes);
     output.Finish(subject == Subject::kContacts ? ContactsJson(report) : MailsJson(report));
     return output;
@@ -271,7 +307,10 @@ Output StatusOutput(const sync::Preview& preview, std::vector<std::string> head,
         (isMail ? "mails in Eudora: " : "contacts in Eudora: ") + std::to_string(preview.inEudora) +
         (isMail ? ", in the Maildir: " : ", in the folder: ") + std::to_string(preview.inFolder) +
         ", remembered: " + std::to_string(preview.remembered));
-    if (preview.ready) {
+    if (preview.ready && preview.report.stop) {
+        output.code = preview.report.Code();
+        TellStop(preview.report, subject, output.errors);
+    } else if (preview.ready) {
         output.errors = preview.report.errors;
         if (!output.errors.empty()) output.code = base::ExitCode::kFailed;
         output.lines.emplace_back(isMail ? "a sync of mail now:" : "a sync now:");
@@ -286,6 +325,16 @@ Output StatusOutput(const sync::Preview& preview, std::vector<std::string> head,
                    {"folder", preview.inFolder},
                    {"remembered", preview.remembered},
                    {"lines", output.lines}});
+    return output;
+}
+
+Output ConflictsOutput(const sync::Preview& preview, Subject subject) {
+    if (!preview.ready) return RefusalOutput(preview.ready.Error());
+    Output output{{}, {}, preview.report.errors};
+    AddNotices(preview.report.conflicts, subject == Subject::kContacts ? "contact" : "mail",
+               output.lines);
+    if (!preview.report.conflicts.empty()) output.code = base::ExitCode::kConflictsLeft;
+    output.Finish({{"conflicts", ListJson(preview.report.conflicts, NoticeJson)}});
     return output;
 }
 

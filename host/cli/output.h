@@ -41,6 +41,8 @@ Output SyncOutput(const sync::Report& report, Subject subject, bool countsOnly);
 // The result of a status; `head` has the lines in front, which name both sides.
 Output StatusOutput(const sync::Preview& preview, std::vector<std::string> head, Subject subject,
                     bool countsOnly);
+// What waits for a decision; kConflictsLeft if anything does.
+Output ConflictsOutput(const sync::Preview& preview, Subject subject);
 // Both in one, with the more important exit code: failed, refused, conflicts left, changes made.
 Output Joined(const Output& contacts, const Output& mails);
 

@@ -1,5 +1,8 @@
 #include "host/cli/sync_commands.h"
 
+#include <iostream>
+
+#include "host/base/output.h"
 #include "host/base/paths.h"
 #include "host/cli/output.h"
 #include "host/cli/workplace.h"
@@ -11,6 +14,7 @@
 #include "host/mailsync/mail_sync.h"
 #include "host/state/state_file.h"
 #include "host/translator/in_box.h"
+#include "platform/os/program.h"
 #include "platform/os/system.h"
 
 namespace host::cli {
@@ -38,25 +42,74 @@ struct Subjects {
     }
 };
 
-// A sync of contacts, or what it would do. What keeps it from beginning ends the command.
+// What is done with the two sides.
+enum class Task { kSync, kStatus, kConflicts, kForget };
+
+// Whether a person agrees; asked on the terminal unless --yes is given. Refused where nobody can
+// answer.
+bool Agrees(const std::string& question, const Options& options) {
+    if (options.yes) return true;
+    if (!platform::IsTerminal(platform::Stream::kInput)) {
+        throw Ended(base::Refused(question + " Nobody can answer here", "say it with --yes"));
+    }
+    base::PrintText(question + " [y/N]");
+    std::string answer;
+    std::getline(std::cin, answer);
+    return answer == "y" || answer == "Y" || answer == "yes";
+}
+
+// Forgets what is remembered of the two sides.
+template <class Opened>
+Output ForgetMemory(Opened opened, const state::Sides& sides, Subject subject,
+                    const Options& options) {
+    const auto memory = OrEnd(std::move(opened));
+    const auto remembered = OrEnd(memory->Load());
+    std::size_t count = 0;
+    if constexpr (requires { remembered.pairs; }) {
+        count = remembered.pairs.size();
+    } else {
+        count = remembered.size();
+    }
+    const std::string what = std::to_string(count) +
+                             (subject == Subject::kContacts ? " contacts" : " mails") +
+                             " between " + sides.eudora + " and " + sides.folder;
+    if (count == 0 || !Agrees("Forget what is remembered of " + what +
+                                  "? The next sync pairs both sides anew and removes nothing.",
+                              options)) {
+        return {{}, {"nothing is forgotten of " + what}};
+    }
+    OrEnd(memory->Forget());
+    Output output{base::ExitCode::kChangesMade, {"forgotten: " + what}};
+    output.Finish({{"forgotten", count}});
+    return output;
+}
+
+// The contacts, as the task wants it. What keeps it from beginning ends the command.
 Output RunContacts(Workplace& workplace, const Options& options, const sync::CommandPlace& command,
-                   bool isStatus) {
+                   Task task) {
     contactsync::SyncOptions sync;
-    sync.eudora = workplace.Contacts(!isStatus);
-    sync.contactsFolder = *options.contacts;
-    SetRules(options, sync);
-    if (!isStatus) {
+    static_cast<sync::Options&>(sync) = options.rules;
+    sync.eudora = workplace.Contacts(false);
+    sync.folder = eudora::WithoutLinks(*options.contacts);
+    sync.folderAsNamed = *options.contacts;
+    OrEnd(eudora::RefuseInsideEudora(workplace.Setup(), sync.folder));
+    if (task == Task::kForget) {
+        const auto sides = contactsync::SidesOf(command, sync);
+        return ForgetMemory(state::OpenPairs(command.files, command.stateFile, sides, true), sides,
+                            Subject::kContacts, options);
+    }
+    if (task == Task::kSync) {
         const auto report = contactsync::RunSync(command, sync);
         return report ? SyncOutput(*report, Subject::kContacts, options.quiet)
                       : RefusalOutput(report.Error());
     }
-    const auto lock = state::StateLock::Take(command.files, command.stateFile, false);
+    const auto preview = contactsync::RunStatus(command, sync);
+    if (task == Task::kConflicts) return ConflictsOutput(preview, Subject::kContacts);
+    const auto lock = state::LockState(command.files, command.stateFile, false);
     std::vector<std::string> head = {
-        "address book: " + sync.eudora.file + " (" + sync.eudora.file + ")",
-        "contacts folder: " + sync.contactsFolder, "state: " + command.stateFile,
-        "locked: " + (lock ? "no" : lock.Error().Message())};
-    return StatusOutput(contactsync::RunStatus(command, sync), std::move(head), Subject::kContacts,
-                        options.quiet);
+        "address book: " + sync.eudora.file, "contacts folder: " + sync.folder,
+        "state: " + command.stateFile, "locked: " + (lock ? "no" : lock.Error().Message())};
+    return StatusOutput(preview, std::move(head), Subject::kContacts, options.quiet);
 }
 
 // Eudora's mails, once it is sure that the in-box and its table belong together.
@@ -122,12 +175,12 @@ std::vector<std::string> NicknameFiles(const eudora::Setup& setup) {
     return NativePaths(files);
 }
 
-// A sync of mails, or what it would do; the options name a Maildir.
+// The mails, as the task wants it; the options name a Maildir.
 Output RunMail(Workplace& workplace, const Options& options, const sync::CommandPlace& command,
-               bool isStatus) {
+               Task task) {
     // Before the translator is asked for mails, which takes files and on Windows Eudora's start.
     const auto can = mail::CanParseMail();
-    if (!can && isStatus) return {{}, {"mails: " + can.Error().Message()}};
+    if (!can && task != Task::kSync) return {{}, {"mails: " + can.Error().Message()}};
     OrEnd(can);
     const eudora::Setup& setup = workplace.Setup();
     OrEnd(eudora::RefuseMailsElsewhere(setup));
@@ -137,6 +190,7 @@ Output RunMail(Workplace& workplace, const Options& options, const sync::Command
     }
     IncomingReader reader(setup);
     mailsync::MailSyncOptions sync;
+    static_cast<sync::Options&>(sync) = options.rules;
     sync.open = [&workplace] { return OpenSource(workplace); };
     sync.parse = [&reader](std::string_view bytes, const std::string& name) {
         return reader.Read(bytes, name);
@@ -150,32 +204,60 @@ Output RunMail(Workplace& workplace, const Options& options, const sync::Command
     sync.eudoraFiles = sync.mailboxes;
     for (auto& file : NicknameFiles(setup)) sync.eudoraFiles.push_back(std::move(file));
     sync.maildir = eudora::WithoutLinks(*options.maildir);
-    SetRules(options, sync);
-    if (!isStatus) {
+    sync.codePage = system.codePage;
+    if (task == Task::kForget) {
+        const auto sides = mailsync::SidesOf(command, sync);
+        return ForgetMemory(state::OpenMails(command.files, command.stateFile, sides, true), sides,
+                            Subject::kMails, options);
+    }
+    if (task == Task::kSync) {
         const auto report = mailsync::RunMailSync(command, sync);
         return report ? SyncOutput(*report, Subject::kMails, options.quiet)
                       : RefusalOutput(report.Error());
     }
-    return StatusOutput(mailsync::RunMailStatus(command, sync),
-                        {"in-box: " + sync.inbox, "Maildir: " + sync.maildir}, Subject::kMails,
-                        options.quiet);
+    const auto preview = mailsync::RunMailStatus(command, sync);
+    if (task == Task::kConflicts) return ConflictsOutput(preview, Subject::kMails);
+    return StatusOutput(preview, {"in-box: " + sync.inbox, "Maildir: " + sync.maildir},
+                        Subject::kMails, options.quiet);
 }
 
-// Contacts and then mails; a refusal of one does not keep the other.
-Output Run(const Subjects& subjects, Workplace& workplace, const Options& options, bool isStatus) {
+// A refusal of one half keeps nothing from the other; wrong calls end the command.
+template <class Half>
+Output OrRefusal(const Half& half) {
+    try {
+        return half();
+    } catch (const Ended& ended) {
+        if (ended.failure.exit == base::ExitCode::kUsage) throw;
+        return RefusalOutput(ended.failure);
+    }
+}
+
+// Contacts and then mails. Of both, one that Eudora does not have is left out.
+Output Run(const Subjects& subjects, Workplace& workplace, const Options& options, Task task) {
     ProgressLine progress(!options.quiet);
-    const auto command = PlaceOf(options, progress);
-    if (!subjects.mail) return RunContacts(workplace, options, command, isStatus);
-    if (!subjects.contacts) return RunMail(workplace, options, command, isStatus);
-    const auto orRefusal = [&](const auto& run) {
-        try {
-            return run(workplace, options, command, isStatus);
-        } catch (const Ended& ended) {
-            return RefusalOutput(ended.failure);
-        }
+    auto command = PlaceOf(options, progress);
+    command.eudoraLock = base::FromPath(base::ToPath(workplace.Setup().memoryFolder) / "lock");
+    const auto contacts = [&] {
+        return OrRefusal([&] { return RunContacts(workplace, options, command, task); });
     };
-    const Output contacts = orRefusal(RunContacts);
-    return Joined(contacts, orRefusal(RunMail));
+    const auto mail = [&] {
+        return OrRefusal([&] { return RunMail(workplace, options, command, task); });
+    };
+    if (!subjects.mail) return contacts();
+    if (!subjects.contacts) return mail();
+    const bool hasBook = workplace.HasNicknameFile(), hasInBox = workplace.HasInBox();
+    const auto without = [&](const char* what, Output other) {
+        if (!options.quiet) {
+            other.lines.insert(other.lines.begin(), "left out: there is no " + std::string(what) +
+                                                        " in " + workplace.Setup().eudoraShown);
+        }
+        return other;
+    };
+    if (!hasBook && hasInBox) return without("nickname file", mail());
+    if (hasBook && !hasInBox) return without("in-box", contacts());
+    const Output first = contacts();
+    const bool isResolved = options.rules.resolve && first.code != base::ExitCode::kRefused;
+    return isResolved ? first : options.rules.resolve ? mail() : Joined(first, mail());
 }
 
 // Eudora's lock file lies in the folder of nndbase.txt, above that of the other nickname files.
@@ -196,16 +278,34 @@ void RefuseLocked(const std::string& nicknameFile) {
 base::ExitCode Sync(const Options& options) {
     const Subjects subjects(options);
     OrEnd(eudora::RefuseNamesLeadingOutside(options.setup));
-    Workplace workplace(options, subjects.contacts ? Workplace::For::kWork : Workplace::For::kMail);
-    return Say(Run(subjects, workplace, options, false), options);
+    using enum Workplace::For;
+    Workplace workplace(options, options.rules.dryRun ? kLook : subjects.contacts ? kWork : kMail);
+    return Say(Run(subjects, workplace, options, Task::kSync), options);
+}
+
+base::ExitCode Resolve(const Options& options) {
+    Options one = options;
+    const sync::Side winner = options.take == "eudora" ? sync::Side::kEudora : sync::Side::kFolder;
+    one.rules.resolve = {options.record, winner};
+    return Sync(one);
+}
+
+base::ExitCode Forget(const Options& options) {
+    const Subjects subjects(options);
+    Workplace workplace(options, Workplace::For::kLook);
+    return Say(Run(subjects, workplace, options, Task::kForget), options);
+}
+
+base::ExitCode Conflicts(const Options& options) {
+    const Subjects subjects(options);
+    Workplace workplace(options, Workplace::For::kLook);
+    return Say(Run(subjects, workplace, options, Task::kConflicts), options);
 }
 
 base::ExitCode Status(const Options& options) {
     const Subjects subjects(options);
-    Options reading = options;
-    reading.setup.writesNothing = true;
-    Workplace workplace(reading, Workplace::For::kLook);
-    Output output = Run(subjects, workplace, reading, true);
+    Workplace workplace(options, Workplace::For::kLook);
+    Output output = Run(subjects, workplace, options, Task::kStatus);
     TellEudora(output, eudora::RefuseRunningEudora(workplace.Setup()),
                eudora::NamesLeadingOutside(options.setup), options.setup.followLinks);
     return Say(output, options);

@@ -5,10 +5,16 @@
 // The commands about syncs and their backups.
 namespace host::cli {
 
-// Both work on the subject that the options name, else on contacts and mails as far as their
-// folders are named.
+// The first five work on the subject that the options name, else on contacts and mails as far as
+// their folders are named.
 base::ExitCode Sync(const Options& options);
 base::ExitCode Status(const Options& options);
+// Prints what waits for a decision, with both values.
+base::ExitCode Conflicts(const Options& options);
+// Settles the conflict with the name in `record` for the side in `take`, and does nothing else.
+base::ExitCode Resolve(const Options& options);
+// Forgets what is remembered of both sides, once a person agreed.
+base::ExitCode Forget(const Options& options);
 // Prints a line for each backup, oldest first.
 base::ExitCode ListBackups(const Options& options);
 // Puts the backup with the id in `record` back; the files that it replaces become a backup.

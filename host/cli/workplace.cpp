@@ -11,8 +11,17 @@
 
 namespace host::cli {
 
+namespace {
+
+eudora::SetupOptions OptionsFor(Workplace::For use, eudora::SetupOptions options) {
+    options.writesNothing = options.writesNothing || use == Workplace::For::kLook;
+    return options;
+}
+
+}  // namespace
+
 Workplace::Workplace(const Options& options, For use)
-    : m_options(options.setup), m_setup(OrEnd(eudora::Prepare(options.setup))) {
+    : m_options(OptionsFor(use, options.setup)), m_setup(OrEnd(eudora::Prepare(m_options))) {
     if (use == For::kMail && base::UsesWindowsPaths()) {
         OrEnd(eudora::RefuseMailsElsewhere(m_setup));
     } else if (use != For::kLook) {
@@ -21,15 +30,28 @@ Workplace::Workplace(const Options& options, For use)
     m_host = OrEnd(translator::TranslatorHost::Start(m_setup.init));
 }
 
-std::string Workplace::NicknameFile(bool forWriting) {
+// The one that the options name or that was chosen before, else the module's own choice.
+std::string Workplace::ChosenNicknameFile() {
     auto chosen = OrEnd(eudora::ChooseNicknameFile(m_options, m_setup));
-    if (chosen.empty()) {
-        auto session =
-            OrEnd(translator::TranslatorSession::Create(*m_host, translator::kContactsKind));
-        // A missing default file is told below, in the words of all other missing files.
-        if (!session.Select(chosen)) chosen = m_setup.eudoraFolder + "\\nndbase.txt";
-    }
-    OrEnd(eudora::CheckNicknameFile(chosen, forWriting));
+    if (!chosen.empty()) return chosen;
+    auto session = OrEnd(translator::TranslatorSession::Create(*m_host, translator::kContactsKind));
+    const bool isFound = session.Select(chosen).HasValue();
+    return isFound ? chosen : m_setup.eudoraFolder + "\\nndbase.txt";
+}
+
+bool Workplace::HasNicknameFile() {
+    return m_options.nicknameFile || platform::NativeSystem().files.Exists(ChosenNicknameFile());
+}
+
+bool Workplace::HasInBox() const {
+    const std::string inBox = m_setup.eudoraFolder + "\\In.";
+    auto& files = platform::NativeSystem().files;
+    return files.Exists(inBox + "mbx") || files.Exists(inBox + "toc");
+}
+
+std::string Workplace::NicknameFile(bool forWriting) {
+    auto chosen = ChosenNicknameFile();
+    OrEnd(eudora::CheckNicknameFile(m_setup, chosen, forWriting));
     return chosen;
 }
 
@@ -44,7 +66,8 @@ contactsync::EudoraPlace Workplace::Contacts(bool forWriting) {
     const auto open = [host = m_host.get(), file] {
         return translator::TranslatorSession::OpenContacts(*host, file);
     };
-    return {open, *native, platform::NativeSystem().codePage};
+    const bool isSaid = m_options.codePage || !m_options.eudora || base::UsesWindowsPaths();
+    return {open, *native, platform::NativeSystem().codePage, isSaid};
 }
 
 base::Result<translator::TranslatorSession> Workplace::SelectInBox(std::string& selection) {
@@ -52,6 +75,7 @@ base::Result<translator::TranslatorSession> Workplace::SelectInBox(std::string& 
 }
 
 translator::TranslatorSession Workplace::OpenMail() {
+    OrEnd(eudora::RefuseMailsElsewhere(m_setup));
     std::string selection;
     auto session = OrEnd(SelectInBox(selection));
     OrEnd(session.Open());
@@ -82,7 +106,10 @@ sync::CommandPlace PlaceOf(const Options& options, ProgressLine& progress) {
     const std::string state =
         options.state ? *options.state
                       : base::FromPath(base::ToPath(OrEnd(eudora::StateFolder())) / "state.db");
-    return {platform::NativeFiles(), platform::NativeSystem().clock, state,
+    return {platform::NativeFiles(),
+            platform::NativeSystem().clock,
+            state,
+            {},
             [&progress](const std::string& line) { progress.Show(line); }};
 }
 

@@ -18,15 +18,19 @@ namespace host::cli {
 // Ended unless a Result is given.
 class Workplace {
   public:
-    // Whether Eudora may run at the same time. kWork: no. kLook: yes. kMail: on Windows yes, where
-    // Eudora itself serves the mails of its own folder; elsewhere no.
+    // Whether Eudora may run at the same time. kWork: no. kLook: yes, and nothing is written
+    // anywhere. kMail: on Windows yes, where Eudora itself serves the mails of its own folder;
+    // elsewhere no.
     enum class For { kWork, kLook, kMail };
-    // Finds Eudora and starts the module. `options` outlives the workplace.
-    explicit Workplace(const Options& options, For use = For::kWork);
+    // Finds Eudora and starts the module.
+    Workplace(const Options& options, For use);
 
     translator::TranslatorHost& Module() { return *m_host; }
     const eudora::Setup& Setup() const { return m_setup; }
 
+    // Whether there is a nickname file to work on, or an in-box.
+    bool HasNicknameFile();
+    bool HasInBox() const;
     // The nickname file of the options or of an earlier choice, else the module's own: a Windows
     // path in the system code page. The file is checked.
     std::string NicknameFile(bool forWriting);
@@ -41,7 +45,9 @@ class Workplace {
     translator::TranslatorSession OpenMail();
 
   private:
-    const eudora::SetupOptions& m_options;
+    std::string ChosenNicknameFile();
+
+    const eudora::SetupOptions m_options;
     eudora::Setup m_setup;
     std::unique_ptr<translator::TranslatorHost> m_host;
 };
@@ -69,13 +75,5 @@ class ProgressLine {
 // What sync commands need; `progress` outlives it. Throws a refusal if no folder for the state is
 // known.
 sync::CommandPlace PlaceOf(const Options& options, ProgressLine& progress);
-
-// Copies the rules of both syncs from the options, whose texts ReadConfiguration has checked.
-template <class SyncOptions>
-void SetRules(const Options& options, SyncOptions& sync) {
-    sync.dryRun = options.setup.writesNothing;
-    if (options.prefer) sync.prefer = *sync::ParsePrefer(*options.prefer);
-    if (options.maxDelete) sync.maxDelete = sync::ParseDeleteLimit(*options.maxDelete);
-}
 
 }  // namespace host::cli

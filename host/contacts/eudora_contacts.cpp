@@ -47,26 +47,25 @@ std::string CutNickname(const std::string& nickname, std::size_t limit, unsigned
 
 }  // namespace
 
+std::string IdOf(const std::string& bytes, unsigned codePage) {
+    std::string id = platform::ToUtf8(bytes, codePage);
+    const bool isFaithful = platform::FromUtf8(id, codePage) == bytes;
+    return isFaithful && !id.starts_with(kRawId)
+               ? id
+               : std::string(kRawId) + text::Lowered(text::Hex(bytes));
+}
+
+std::string BytesOf(const std::string& id, unsigned codePage) {
+    if (id.starts_with(kRawId)) return FromHex(std::string_view(id).substr(kRawId.size()));
+    return platform::FromUtf8(id, codePage);
+}
+
 base::Status EudoraContacts::Reopen() {
     m_session.reset();
     auto session = m_open();
     if (!session) return session.Error();
     m_session = std::make_unique<translator::TranslatorSession>(*std::move(session));
     return {};
-}
-
-// A nickname whose bytes are no text of the code page is known by its bytes.
-std::string EudoraContacts::IdOf(const std::string& bytes) const {
-    std::string id = platform::ToUtf8(bytes, m_codePage);
-    const bool isFaithful = platform::FromUtf8(id, m_codePage) == bytes;
-    return isFaithful && !id.starts_with(kRawId)
-               ? id
-               : std::string(kRawId) + text::Lowered(text::Hex(bytes));
-}
-
-std::string EudoraContacts::BytesOf(const std::string& id) const {
-    if (id.starts_with(kRawId)) return FromHex(std::string_view(id).substr(kRawId.size()));
-    return platform::FromUtf8(id, m_codePage);
 }
 
 base::Result<std::vector<base::StoreItem>> EudoraContacts::List() {
@@ -78,7 +77,7 @@ base::Result<std::vector<base::StoreItem>> EudoraContacts::List() {
         if (!id) return id.Error();
         auto marker = m_session->ModifiedInfo();
         if (!marker) return marker.Error();
-        items.push_back({IdOf(*id), *std::move(marker)});
+        items.push_back({IdOf(*id, m_codePage), *std::move(marker)});
         found = m_session->MoveNext();
     }
     if (!found) return found.Error();
@@ -86,7 +85,7 @@ base::Result<std::vector<base::StoreItem>> EudoraContacts::List() {
 }
 
 base::Result<StoredContact> EudoraContacts::Read(const std::string& id) {
-    auto found = m_session->GoTo(BytesOf(id));
+    auto found = m_session->GoTo(BytesOf(id, m_codePage));
     if (!found) return found.Error();
     if (!*found) return base::Failed("Eudora has no contact " + id + " any more");
     StoredContact stored;
@@ -142,7 +141,7 @@ base::Result<std::string> EudoraContacts::StoreFields(const base::Contact& value
     }
     auto stored = m_session->Store();
     if (!stored) return stored.Error();
-    return IdOf(stored->id);
+    return IdOf(stored->id, m_codePage);
 }
 
 base::Result<std::string> EudoraContacts::Add(const base::Contact& values, const std::string&) {
@@ -153,12 +152,13 @@ base::Result<std::string> EudoraContacts::Add(const base::Contact& values, const
 base::Result<std::string> EudoraContacts::Change(const base::StoreItem& known,
                                                  const base::Contact& values,
                                                  base::FieldSet which) {
-    if (auto status = m_session->BeginEdit(BytesOf(known.id)); !status) return status.Error();
+    if (auto status = m_session->BeginEdit(BytesOf(known.id, m_codePage)); !status)
+        return status.Error();
     return StoreFields(values, which);
 }
 
 base::Status EudoraContacts::Remove(const base::StoreItem& known) {
-    return m_session->Delete(BytesOf(known.id));
+    return m_session->Delete(BytesOf(known.id, m_codePage));
 }
 
 base::Status EudoraContacts::Commit() {

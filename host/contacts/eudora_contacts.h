@@ -24,8 +24,12 @@ base::Contact HoldInEudora(const base::Contact& contact, unsigned codePage);
 std::string NicknameWithSuffix(const std::string& base, const std::string& suffix,
                                unsigned codePage);
 
-// Eudora's address book through the translator. An id is the nickname in UTF-8, or "bytes:" and
-// hexadecimal digits if the nickname is no text of the code page. The marker is the module's check
+// The id of the contact with a nickname of these bytes, and the bytes of an id: the nickname in
+// UTF-8, or "bytes:" and hexadecimal digits if it is no text of the code page.
+std::string IdOf(const std::string& bytes, unsigned codePage);
+std::string BytesOf(const std::string& id, unsigned codePage);
+
+// Eudora's address book through the translator. The marker is the module's check
 // sum. Changes wait in the session until Commit, which rewrites the file as a whole and opens it
 // anew; without a Commit they are lost.
 class EudoraContacts : public ContactStore {
@@ -56,8 +60,6 @@ class EudoraContacts : public ContactStore {
   private:
     base::Status Reopen();
     base::Result<std::string> StoreFields(const base::Contact& values, base::FieldSet which);
-    std::string IdOf(const std::string& bytes) const;
-    std::string BytesOf(const std::string& id) const;
     std::string ToBytes(base::Field field, const std::string& text) const;
 
     std::function<base::Result<translator::TranslatorSession>()> m_open;

@@ -1,8 +1,6 @@
 #include "host/contacts/vdir_contacts.h"
 
-#include <cstdio>
 #include <cstdlib>
-#include <random>
 
 #include "host/vcard/card_fields.h"
 #include "platform/os/safe_write.h"
@@ -32,14 +30,6 @@ std::string BareAddress(const std::string& text) {
 }
 
 }  // namespace
-
-std::string NewUuid() {
-    std::random_device device;
-    char text[40];
-    std::snprintf(text, sizeof text, "%08x-%04x-4%03x-%04x-%04x%08x", device(), device() & 0xFFFF,
-                  device() & 0xFFF, (device() & 0x3FFF) | 0x8000, device() & 0xFFFF, device());
-    return text;
-}
 
 std::string VdirContacts::PathOf(const std::string& name) const {
     const bool hasEnd = !m_folder.empty() && m_folder.back() == m_files.Separator();

@@ -55,7 +55,4 @@ class VdirContacts : public ContactStore {
     std::vector<std::string> m_leftovers;  // side files of runs that were cut off
 };
 
-// A random name in the form of a UUID.
-std::string NewUuid();
-
 }  // namespace host::contacts

@@ -1,12 +1,16 @@
 #include "host/contactsync/contact_sync.h"
 
+#include <algorithm>
 #include <memory>
 
 #include "host/backup/backups.h"
+#include "host/base/paths.h"
+#include "host/base/uuid.h"
 #include "host/contacts/eudora_contacts.h"
 #include "host/contacts/vdir_contacts.h"
 #include "host/contactsync/execute.h"
 #include "host/state/state_file.h"
+#include "text/ascii.h"
 
 namespace host::contactsync {
 
@@ -24,7 +28,7 @@ base::Result<OwnStores> OpenStores(const sync::CommandPlace& place, const Eudora
     const auto info = place.files.Stat(eudora.file);
     if (!info) return info.Error();
     return OwnStores{{eudora.open, eudora.codePage, info->modified},
-                     {place.files, folder, place.clock, contacts::NewUuid}};
+                     {place.files, folder, place.clock, base::NewUuid}};
 }
 
 // Both sides, the memory and the plan between them.
@@ -51,30 +55,104 @@ base::Status CheckFolder(platform::Files& files, const std::string& folder, bool
     return info.Error();
 }
 
+// Eudora's texts were read in another code page: its contacts keep their bytes, which mean other
+// ids and values now, and both sides are read anew.
+void ReadAnew(state::Remembered& remembered, unsigned before, unsigned now) {
+    const auto mean = [&](std::string& id) {
+        if (!id.empty()) id = contacts::IdOf(contacts::BytesOf(id, before), now);
+    };
+    for (state::RememberedPair& pair : remembered.pairs) {
+        mean(pair.eudora.item.id);
+        pair.eudora.item.marker.clear();
+        pair.folder.item.marker.clear();
+    }
+    for (state::Intent& intent : remembered.intents) {
+        mean(intent.oldId);
+        mean(intent.newId);
+    }
+}
+
+// Tells of another code page than in the run before, and of texts that are none of the code page:
+// a first run that only supposes the code page is stopped by them.
+void CheckTexts(const EudoraPlace& eudora, unsigned before, Run& run) {
+    sync::Report& report = run.plan.report;
+    const std::string page = "code page " + std::to_string(eudora.codePage);
+    if (before != 0 && before != eudora.codePage) {
+        report.notes.push_back(page + " now, " + std::to_string(before) +
+                               " in the run before: all of Eudora's texts are read anew");
+    }
+    const auto count = [&](const auto& holds) {
+        return std::ranges::count_if(run.sides.eudora, [&](const contacts::StoredContact& stored) {
+            return std::ranges::any_of(stored.contact.values, holds);
+        });
+    };
+    const auto strange = count(base::HasStrangeCharacters);
+    if (strange == 0 || !run.remembered.pairs.empty()) return;
+    // A few stray bytes stand in texts of any code page.
+    const auto foreign = count([](const std::string& text) { return !text::IsAscii(text); });
+    const bool isDoubtful = !eudora.isCodePageSaid && strange > 1 && 4 * strange > foreign;
+    std::string what =
+        std::to_string(strange) + " of Eudora's contacts hold what is no text of " + page;
+    const std::string help =
+        "name the right one with --code-page (932 is Japanese, 1250 and 1251 "
+        "are of Eastern Europe); if it is right, say --code-page " +
+        std::to_string(eudora.codePage);
+    if (!isDoubtful) {
+        report.notes.push_back(what + "; " + help);
+    } else if (!report.stop) {
+        report.stop = {base::Refused(std::move(what), help)};
+    }
+}
+
 base::Status Prepare(const sync::CommandPlace& place, const SyncOptions& options, bool mayWrite,
                      Run& run) {
-    const std::string scope = options.eudora.file + '\n' + options.contactsFolder;
-    auto status =
-        sync::Take(state::OpenPairs(place.files, place.stateFile, scope, mayWrite), run.memory);
+    auto status = sync::Take(
+        state::OpenPairs(place.files, place.stateFile, SidesOf(place, options), mayWrite),
+        run.memory);
     if (status) status = sync::Take(run.memory->Load(), run.remembered);
     if (status) {
-        status = CheckFolder(place.files, options.contactsFolder, !run.remembered.pairs.empty());
+        status = CheckFolder(place.files, options.folder, !run.remembered.pairs.empty());
     }
     if (!status) return status;
-    auto stores = OpenStores(place, options.eudora, options.contactsFolder);
+    auto stores = OpenStores(place, options.eudora, options.folder);
     if (!stores) return stores.Error();
     run.stores.emplace(*std::move(stores));
+    const unsigned before = run.memory->CodePage(), now = options.eudora.codePage;
+    if (before != 0 && before != now) ReadAnew(run.remembered, before, now);
     status = sync::Take(LoadSides(run.Stores(), run.remembered, run.progress), run.sides);
     if (!status) return status;
     run.plan = MakePlan(run.sides, run.remembered, run.Stores(), options);
-    if (run.plan.stop) return base::Refused(*run.plan.stop);
+    CheckTexts(options.eudora, before, run);
+    if (run.plan.report.stop) return {};
     std::vector<std::string> written;
-    if (run.plan.report.Changes(sync::Side::kEudora)) written.push_back(options.eudora.file);
-    if (run.plan.report.Changes(sync::Side::kFolder)) written.push_back(options.contactsFolder);
+    if (run.plan.report.Changes(sync::Side::kEudora)) {
+        written.push_back(options.eudora.file);
+        // On Windows the mark means nothing on a folder.
+        if (!base::UsesWindowsPaths()) {
+            written.push_back(base::ParentFolder(place.files, options.eudora.file));
+        }
+    }
+    if (run.plan.report.Changes(sync::Side::kFolder)) written.push_back(options.folder);
     return sync::CheckRights(place.files, written);
 }
 
+// The folder of vCards and what is remembered of both sides, before the first change.
+base::Status Begin(const sync::CommandPlace& place, const SyncOptions& options, Run& run) {
+    if (auto made = base::MakeFolders(place.files, options.folder); !made) {
+        return base::Refused(options.folder + " cannot be made: " + made.Error().Message(),
+                             "name another folder with --contacts");
+    }
+    const unsigned before = run.memory->CodePage();
+    if (before == 0 || before == options.eudora.codePage) return run.memory->Begin({});
+    return run.memory->Begin({run.remembered.pairs, {}, run.remembered.intents});
+}
+
 }  // namespace
+
+state::Sides SidesOf(const sync::CommandPlace& place, const SyncOptions& options) {
+    return {options.eudora.file,     options.folder,   options.folderAsNamed,
+            options.eudora.codePage, place.eudoraLock, options.wait};
+}
 
 base::Result<sync::Report> RunSync(const sync::CommandPlace& place, const SyncOptions& options) {
     Run run(place);
@@ -82,7 +160,10 @@ base::Result<sync::Report> RunSync(const sync::CommandPlace& place, const SyncOp
         return status.Error();
     }
     sync::Report& report = run.plan.report;
-    if (options.dryRun || run.plan.IsEmpty()) return std::move(report);
+    const bool isSettled =
+        run.plan.IsEmpty() && (run.memory->IsCurrent() || run.remembered.pairs.empty());
+    if (options.dryRun || report.stop || isSettled) return std::move(report);
+    if (auto begun = Begin(place, options, run); !begun) return begun.Error();
     const auto backup = [&]() -> base::Status {
         const auto files = backup::FilesOfBook(place.files, options.eudora.file);
         if (!files) return files.Error();

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "host/base/failure.h"
+#include "host/state/memory.h"
 #include "host/sync/report.h"
 #include "host/sync/rules.h"
 #include "host/translator/translator_session.h"
@@ -17,19 +18,25 @@ namespace host::contactsync {
 // again whenever the file must be read anew.
 struct EudoraPlace {
     std::function<base::Result<translator::TranslatorSession>()> open;
-    // The nickname file. This path and that of the folder identify the memory: the Windows path
-    // would not, as every bare folder is C:\Eudora to the module.
+    // The nickname file, by which its memory is known: the Windows path would not do, as every bare
+    // folder is C:\Eudora to the module.
     std::string file;
-    // Microsoft's number of the code page of the file's texts.
+    // Microsoft's number of the code page of the file's texts, and whether a person or the machine
+    // says so; else it is the usual one.
     unsigned codePage = 1252;
+    bool isCodePageSaid = true;
 };
 
 // The two sides of a sync and its rules. The folder of vCards need not exist unless contacts in it
 // are remembered.
 struct SyncOptions : sync::Options {
     EudoraPlace eudora;
-    std::string contactsFolder;
+    std::string folder;         // absolute, links followed
+    std::string folderAsNamed;  // on the command line
 };
+
+// The two sides whose memory a sync keeps.
+state::Sides SidesOf(const sync::CommandPlace& place, const SyncOptions& options);
 
 // Brings both sides into step, after a backup if Eudora's file changes. A failure means that
 // neither side was changed; failures of single contacts are errors of the report. A dry run writes

@@ -257,18 +257,25 @@ class Planner {
     void CheckLimits() {
         const unsigned long total = m_remembered.pairs.size();
         if (total > 0 && (m_sides.eudora.empty() || m_sides.folder.empty())) {
-            m_plan.stop =
-                (m_sides.eudora.empty() ? "Eudora's address book" : "the contacts folder") +
-                (" is empty, but " + std::to_string(total)) +
-                " contacts are remembered: check the paths; to begin anew, move the state file "
-                "away, and what the other side holds is copied";
+            const char* const side =
+                m_sides.eudora.empty() ? "Eudora's address book" : "the contacts folder";
+            m_plan.report.stop = {base::Refused(
+                std::string(side) + " is empty, but " + std::to_string(total) +
+                    " contacts are remembered",
+                "check the paths; to begin anew, kvsync forget contacts, and what the other side "
+                "holds is copied")};
             return;
         }
         // No step deletes on both sides.
-        const std::size_t deletions = m_plan.report.Count(sync::Side::kEudora, Verb::kRemove) +
-                                      m_plan.report.Count(sync::Side::kFolder, Verb::kRemove);
-        m_plan.stop = sync::TooManyDeletions(deletions, "contacts would be deleted", total,
+        auto& report = m_plan.report;
+        const std::size_t deletions = report.Count(sync::Side::kEudora, Verb::kRemove) +
+                                      report.Count(sync::Side::kFolder, Verb::kRemove);
+        report.stop = sync::TooManyDeletions(deletions, "contacts would be deleted", total,
                                              m_options.maxDelete);
+        if (report.stop) return;
+        report.stop =
+            sync::TooManyAdditions(report.Count(sync::Side::kEudora, Verb::kAdd),
+                                   "contacts would be added to Eudora", total, m_options.maxAdd);
     }
 
     const Sides& m_sides;

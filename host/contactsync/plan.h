@@ -37,9 +37,8 @@ struct Step {
 struct Plan {
     std::vector<Step> steps;  // in the order of the report
     std::vector<state::Intent> intents;
-    bool dropIntents = false;         // old intents are settled
-    std::optional<std::string> stop;  // why nothing of this may be carried out
-    sync::Report report;              // of a run that carries all of it out
+    bool dropIntents = false;  // old intents are settled
+    sync::Report report;       // of a run that carries all of it out; its `stop` forbids that
 
     // Neither a side nor the memory changes.
     bool IsEmpty() const { return steps.empty() && !dropIntents; }
@@ -59,8 +58,8 @@ struct Sides {
 // - A field changed on both sides follows the preference; kBoth keeps the older values in a copy of
 //   the contact marked "(older)".
 // - Values that Eudora refuses leave both sides as they are and are reported.
-// `stop` is set if one side is empty although pairs are remembered, or if more contacts would be
-// deleted than the limit allows.
+// The report's `stop` is set if one side is empty although pairs are remembered, or if more
+// contacts would be deleted or added than the limits allow.
 Plan MakePlan(const Sides& sides, const state::Remembered& remembered,
               const contacts::Stores& stores, const sync::Options& options);
 

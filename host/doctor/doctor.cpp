@@ -206,7 +206,7 @@ class Examination {
     // The file that a run works on is read to its end.
     Finding BookFinding(const std::string& path, bool isInUse) {
         const char* const what = isInUse ? "nickname file in use" : "nickname file";
-        if (const auto checked = eudora::CheckNicknameFile(path, m_canWrite); !checked) {
+        if (const auto checked = eudora::CheckNicknameFile(m_setup, path, m_canWrite); !checked) {
             Finding finding = FaultOf(what, checked.Error());
             if (!isInUse) finding.health = Health::kNote;
             return finding;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/base/paths.h"
+#include "platform/os/code_page.h"
 #include "platform/os/program.h"
 #include "platform/os/safe_write.h"
 #include "platform/os/system.h"
@@ -177,6 +178,10 @@ base::Status UseBareFolder(const SetupOptions& options, const std::string& state
     }
     const std::string folder = WithoutLinks(*options.eudora);
     const unsigned codePage = options.codePage.value_or(kUsualCodePage);
+    if (!platform::IsKnownCodePage(codePage)) {
+        return base::Refused("code page " + std::to_string(codePage) + " is not known here",
+                             "name that of Eudora's texts with --code-page, such as 1252 or 932");
+    }
     setup.memoryKey = KeyOf(folder);
     setup.eudoraShown = folder;
     setup.init.settingsDir = "C:\\kvsync";

@@ -53,7 +53,8 @@ base::Result<std::string> ChooseNicknameFile(const SetupOptions& options, const 
     if (options.nicknameFile) {
         auto named = NamedFile(*options.nicknameFile, setup);
         if (!named) return named;
-        if (auto checked = CheckNicknameFile(*named, false); !checked) return checked.Error();
+        if (auto checked = CheckNicknameFile(setup, *named, false); !checked)
+            return checked.Error();
         return named;
     }
     auto kept = Chosen(setup, kChoice).ValueOr("");
@@ -66,9 +67,9 @@ base::Status RememberNicknameFile(const Setup& setup, const std::string& windows
     return Choose(setup, kChoice, windowsPath);
 }
 
-base::Status CheckNicknameFile(const std::string& windowsPath, bool forWriting) {
-    const std::string shown =
-        platform::NativePathOf(windowsPath).value_or(base::ToUtf8(windowsPath));
+base::Status CheckNicknameFile(const Setup& setup, const std::string& windowsPath,
+                               bool forWriting) {
+    const std::string shown = ShownPath(setup, windowsPath);
     auto& files = platform::NativeSystem().files;
     const auto info = files.Stat(windowsPath);
     if (!info) {

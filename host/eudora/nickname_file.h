@@ -17,6 +17,6 @@ base::Status RememberNicknameFile(const Setup& setup, const std::string& windows
 
 // kRefused, with advice, if the file does not exist, cannot be read, has more than 1 GB, or, with
 // `forWriting`, if it or its folder cannot be written.
-base::Status CheckNicknameFile(const std::string& windowsPath, bool forWriting);
+base::Status CheckNicknameFile(const Setup& setup, const std::string& windowsPath, bool forWriting);
 
 }  // namespace host::eudora

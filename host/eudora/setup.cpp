@@ -1,5 +1,6 @@
 #include "host/eudora/setup.h"
 
+#include <algorithm>
 #include <filesystem>
 
 #include "host/base/paths.h"
@@ -150,6 +151,24 @@ base::Status RefuseMailsElsewhere(const Setup& setup) {
     return base::Refused("on Windows the mails come from Eudora itself, which is installed in " +
                              setup.mailsElsewhere + ", not in " + setup.eudoraShown,
                          "leave --eudora out, or ask for contacts alone");
+}
+
+std::string ShownPath(const Setup& setup, const std::string& windowsPath) {
+    const bool isBare = !setup.privatePrefix.empty() && setup.eudoraFolder == "C:\\Eudora";
+    if (isBare && windowsPath.starts_with(setup.eudoraFolder + '\\')) {
+        std::string rest = base::ToUtf8(windowsPath.substr(setup.eudoraFolder.size()));
+        std::ranges::replace(rest, '\\', '/');
+        return setup.eudoraShown + rest;
+    }
+    return platform::NativePathOf(windowsPath).value_or(base::ToUtf8(windowsPath));
+}
+
+base::Status RefuseInsideEudora(const Setup& setup, const std::string& folder) {
+    const auto eudora = platform::NativePathOf(setup.eudoraFolder);
+    if (!eudora) return {};
+    const fs::path rest = base::ToPath(folder).lexically_relative(base::ToPath(*eudora));
+    if (rest.empty() || *rest.begin() == "..") return {};
+    return base::Refused(folder + " lies in Eudora's own folder", "name one outside of it");
 }
 
 base::Status RefuseRunningEudora(const Setup& setup) {

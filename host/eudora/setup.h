@@ -64,6 +64,13 @@ base::Status RefuseMailsElsewhere(const Setup& setup);
 base::Result<std::string> Chosen(const Setup& setup, const char* what);
 base::Status Choose(const Setup& setup, const char* what, const std::string& windowsPath);
 
+// A Windows path of the module's as a person knows it: native, in UTF-8, below a bare folder as
+// that was named.
+std::string ShownPath(const Setup& setup, const std::string& windowsPath);
+
+// kRefused if a folder for vCards or mails (native, links followed) lies in Eudora's own.
+base::Status RefuseInsideEudora(const Setup& setup, const std::string& folder);
+
 // The registry key, below the local machine's root, in which Eudora's installer writes its folder.
 inline constexpr const char* kAppPaths =
     "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\Eudora.exe";

@@ -304,25 +304,32 @@ class MailPlanner {
     }
 
     void CheckLimit(sync::Side side, const char* what) {
-        if (m_plan.stop) return;
-        m_plan.stop = sync::TooManyDeletions(m_plan.report.Count(side, kRemove), what, m_inStep,
+        sync::Report& report = m_plan.report;
+        if (report.stop) return;
+        report.stop = sync::TooManyDeletions(report.Count(side, kRemove), what, m_inStep,
                                              m_options.maxDelete);
     }
 
     void CheckLimits() {
+        sync::Report& report = m_plan.report;
         const auto removals = static_cast<unsigned long>(
-            std::max(m_plan.report.Count(kFolder, kRemove), m_plan.report.Count(kEudora, kRemove)));
+            std::max(report.Count(kFolder, kRemove), report.Count(kEudora, kRemove)));
         const bool isAllowed = m_options.maxDelete &&
                                removals <= sync::DeletionsAllowed(m_inStep, m_options.maxDelete);
         if (m_inStep > 0 && (m_sides.eudora.empty() || m_inFolder == 0) && !isAllowed) {
             const char* side = m_sides.eudora.empty() ? "Eudora's in-box is empty"
                                                       : "the Maildir holds none of them";
-            m_plan.stop = std::to_string(m_inStep) + " mails are remembered, but " + side +
-                          ": check the paths; if that is meant, say so with --max-delete " +
-                          std::to_string(std::max<unsigned long>(removals, 1));
+            report.stop = {
+                base::Refused(std::to_string(m_inStep) + " mails are remembered, but " + side,
+                              "check the paths; if that is meant, say so with --max-delete " +
+                                  std::to_string(std::max<unsigned long>(removals, 1)))};
         }
         CheckLimit(kFolder, "mails would be removed from the Maildir");
         CheckLimit(kEudora, "mails would be removed from Eudora");
+        if (report.stop) return;
+        report.stop =
+            sync::TooManyAdditions(report.Count(kEudora, kAdd), "mails would be added to Eudora",
+                                   m_remembered.size(), m_options.maxAdd);
     }
 
     const MailSides& m_sides;

@@ -78,9 +78,8 @@ struct MailStep {
 
 // Steps for both sides, and the report of a run in which all of them succeed.
 struct MailPlan {
-    std::vector<MailStep> steps;      // mails that are added to the folder in the mailbox's order
-    std::optional<std::string> stop;  // why nothing of this may be carried out
-    sync::Report report;              // of a run that carries all of it out
+    std::vector<MailStep> steps;  // mails that are added to the folder in the mailbox's order
+    sync::Report report;          // of a run that carries all of it out; its `stop` forbids that
 
     std::size_t IndexOf(const MailStep& step) const {
         return static_cast<std::size_t>(&step - steps.data());
@@ -99,8 +98,9 @@ std::optional<sync::Change> Told(const MailStep& step);
 // - A mail removed on one side whose read state changed on the other is a conflict, unless a side
 //   is preferred.
 // - Nothing is removed while `mayMiss` is set; such removals are counted as held.
-// `stop` is set if one side holds none of the remembered mails, or if more would be removed on a
-// side than the limit allows; a limit that was given and suffices permits both.
+// The report's `stop` is set if one side holds none of the remembered mails, or if more would be
+// removed on a side than the limit allows (one that was given and suffices permits both), or more
+// added to Eudora.
 MailPlan PlanMail(const MailSides& sides, const sync::Options& options);
 
 // Whether a change marker is that of a read mail.

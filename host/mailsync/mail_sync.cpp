@@ -42,9 +42,9 @@ base::Status CheckPlace(const sync::CommandPlace& place, const MailSyncOptions& 
 
 base::Status Prepare(const sync::CommandPlace& place, const MailSyncOptions& options, bool mayWrite,
                      MailRun& run) {
-    const std::string scope = options.inbox + '\n' + options.maildir;
-    auto status =
-        sync::Take(state::OpenMails(place.files, place.stateFile, scope, mayWrite), run.memory);
+    auto status = sync::Take(
+        state::OpenMails(place.files, place.stateFile, SidesOf(place, options), mayWrite),
+        run.memory);
     if (status) status = sync::Take(run.memory->Load(), run.remembered);
     if (status) status = CheckPlace(place, options, run);
     if (status) status = sync::Take(options.open(), run.source);
@@ -59,7 +59,7 @@ base::Status Prepare(const sync::CommandPlace& place, const MailSyncOptions& opt
     if (!status) return status;
     run.plan = PlanMail(run.sides, options);
     run.plan.report.limits = run.source->Limits();
-    if (run.plan.stop) return base::Refused(*run.plan.stop);
+    if (run.plan.report.stop) return {};
     if (!run.plan.report.Changes(sync::Side::kEudora)) return {};
     return sync::CheckRights(place.files, options.mailboxes);
 }
@@ -90,13 +90,25 @@ base::Status CheckContent(platform::Files& files, const std::string& maildir) {
 
 }  // namespace
 
+state::Sides SidesOf(const sync::CommandPlace& place, const MailSyncOptions& options) {
+    return {options.inbox,    options.maildir,  options.maildir,
+            options.codePage, place.eudoraLock, options.wait};
+}
+
 base::Result<sync::Report> RunMailSync(const sync::CommandPlace& place,
                                        const MailSyncOptions& options) {
     MailRun run(place, options);
     if (auto status = Prepare(place, options, !options.dryRun, run); !status) {
         return status.Error();
     }
-    if (options.dryRun || run.plan.steps.empty()) return std::move(run.plan.report);
+    const bool isSettled =
+        run.plan.steps.empty() && (run.memory->IsCurrent() || run.remembered.empty());
+    if (options.dryRun || run.plan.report.stop || isSettled) return std::move(run.plan.report);
+    if (auto made = base::MakeFolders(place.files, options.maildir); !made) {
+        return base::Refused(options.maildir + " cannot be made: " + made.Error().Message(),
+                             "name another folder with --maildir");
+    }
+    if (auto begun = run.memory->Begin({}); !begun) return begun.Error();
     std::vector<std::string> passedOver;
     const auto queued = [&] { return mailbox::CountMails(place.files, options.outbox); };
     const auto backup = [&] {

@@ -7,6 +7,7 @@
 #include "host/base/failure.h"
 #include "host/mail/attach_folder.h"
 #include "host/mail/mail_source.h"
+#include "host/state/memory.h"
 #include "host/sync/report.h"
 #include "host/sync/rules.h"
 #include "platform/os/files.h"
@@ -26,7 +27,11 @@ struct MailSyncOptions : sync::Options {
     std::vector<std::string> mailboxes;    // the files that change with Eudora's mails, native
     std::vector<std::string> eudoraFiles;  // what a backup holds, native, in the order of a restore
     std::string maildir;                   // native, without links
+    unsigned codePage = 0;                 // Microsoft's number of that of Eudora's texts
 };
+
+// The two sides whose memory a sync keeps.
+state::Sides SidesOf(const sync::CommandPlace& place, const MailSyncOptions& options);
 
 // Brings both sides into step, after a backup if Eudora's files change. A failure means that
 // neither side was changed; failures of single mails are errors of the report. A dry run writes

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -58,6 +59,13 @@ enum class MailLink {
     kSending = 5,  // its file in the out-box was about to be handed to Eudora
 };
 
+// What the file of a mail lacks of what Eudora has. The numbers stand in the state file.
+enum class MailLack {
+    kNothing = 0,
+    kAttachments = 1,  // the limits left some out
+    kTexts = 2,        // it was composed with another code page than the present one
+};
+
 // A mail of Eudora's and its file in the Maildir, as they were when they were last in step.
 struct RememberedMail {
     Key key = 0;
@@ -75,6 +83,7 @@ struct RememberedMail {
     std::string name;  // what a report calls it
     // The Message-ID that its file has; empty in a memory of an earlier version.
     std::string fileId;
+    MailLack lack = MailLack::kNothing;
 };
 
 // A change of the memory of mails, made in one step.
@@ -84,7 +93,20 @@ struct MailMemoryChange {
     bool settle = false;  // all that are pending are in step
 };
 
-// The memory of one address book with one folder, or of one in-box with one Maildir.
+// The two sides that a memory is of. Paths are native, in UTF-8.
+struct Sides {
+    std::string eudora;  // the nickname file, or In.mbx
+    std::string folder;  // of vCards, or the Maildir: absolute, links followed
+    // The folder as the command line names it: memories of earlier versions go by that.
+    std::string folderAsNamed = folder;
+    unsigned codePage = 0;  // Microsoft's number of that of Eudora's texts
+    std::string
+        eudoraLock{};  // a file of kvsync's own that a run on this Eudora holds; may be empty
+    // How long another run on one of the sides may take to end before this one is refused.
+    std::chrono::seconds wait{0};
+};
+
+// The memory of the two sides of a sync.
 template <class Content, class Change>
 class Memory {
   public:
@@ -95,6 +117,18 @@ class Memory {
     // rows get their keys.
     virtual base::Status Save(Change& change) = 0;
     base::Status Save(Change&& change) { return Save(change); }
+
+    // Microsoft's number of the code page in which the remembered texts of Eudora were read; 0 if
+    // nobody knows.
+    virtual unsigned CodePage() const { return 0; }
+    // Whether the folder has its mark, and where it lies and the code page are remembered as they
+    // are now.
+    virtual bool IsCurrent() const { return true; }
+    // Makes that so, and the change in the same step. To be called before the first Save; the
+    // folder must exist. kRefused if another run marked it meanwhile.
+    virtual base::Status Begin(Change change) { return Save(std::move(change)); }
+    // Forgets all of it, the folder too, whose mark stays.
+    virtual base::Status Forget() { return {}; }
 };
 using PairMemory = Memory<Remembered, MemoryChange>;
 using MailMemory = Memory<std::vector<RememberedMail>, MailMemoryChange>;

@@ -13,7 +13,7 @@ namespace {
 
 // "kvsy": tells a state file from any other database.
 constexpr int kApplicationId = 0x6B767379;
-constexpr int kVersion = 3;
+constexpr int kVersion = 4;
 
 // What each version added; the first makes an empty file one of version 1.
 constexpr std::array<const char*, kVersion> kSteps = {R"(
@@ -37,6 +37,13 @@ constexpr std::array<const char*, kVersion> kSteps = {R"(
 )",
                                                       R"(
     ALTER TABLE mail ADD COLUMN file_id BLOB NOT NULL DEFAULT x'';
+)",
+                                                      R"(
+    ALTER TABLE mail ADD COLUMN lack INTEGER NOT NULL DEFAULT 0;
+    CREATE TABLE folder(
+        key INTEGER PRIMARY KEY AUTOINCREMENT, scope BLOB NOT NULL, memory BLOB NOT NULL,
+        path BLOB NOT NULL, mark BLOB NOT NULL, code_page INTEGER NOT NULL);
+    CREATE INDEX folder_scope ON folder(scope);
 )"};
 
 int Number(SQLite::Database& database, const char* pragma) {

@@ -5,6 +5,7 @@
 namespace host::sync {
 
 base::ExitCode Report::Code() const {
+    if (stop) return stop->why.exit;
     if (!errors.empty()) return base::ExitCode::kFailed;
     if (!conflicts.empty() || !refused.empty()) return base::ExitCode::kConflictsLeft;
     return changes.empty() ? base::ExitCode::kNothingToDo : base::ExitCode::kChangesMade;
@@ -17,6 +18,10 @@ std::size_t Report::Count(Side side, Verb verb) const {
 
 bool Report::Changes(Side side) const {
     return Count(side, Verb::kNone) < changes.size();
+}
+
+bool Report::HasNews() const {
+    return Code() != base::ExitCode::kNothingToDo || undone > 0 || held > 0;
 }
 
 }  // namespace host::sync

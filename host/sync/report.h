@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -49,11 +50,18 @@ struct Notice {
     std::string name, text;
 };
 
+// Why nothing of a plan was done: a limit, or a side that is suddenly empty.
+struct Stop {
+    base::Failure why;
+    Verb verb = Verb::kNone;  // what there would have been too much of
+};
+
 // What a sync did, or would do. All counts are of contacts or mails.
 struct Report {
     std::vector<Change> changes;  // in the order in which a person reads them
     std::vector<Notice> conflicts;
     std::vector<std::string> errors;  // a line each: what failed, and mails that cannot be read
+    std::optional<Stop> stop;         // then `changes` are those that were stopped
 
     // Of contacts.
     std::vector<Notice> refused;         // by Eudora's own rules
@@ -69,13 +77,15 @@ struct Report {
     std::string limits;       // what Eudora's limits leave out; empty if nothing
     std::vector<std::string> notes;  // what got lost in a mail on its way
 
-    // kFailed with an error, else kConflictsLeft with a conflict or a refusal, else kChangesMade
-    // with a change.
+    // That of the stop, kFailed with an error, else kConflictsLeft with a conflict or a refusal,
+    // else kChangesMade with a change.
     base::ExitCode Code() const;
     // How many changes do `verb` to Eudora or to the folder.
     std::size_t Count(Side side, Verb verb) const;
     // Whether anything is done to that side.
     bool Changes(Side side) const;
+    // Whether there is anything that a person who wants to read little must know.
+    bool HasNews() const;
 };
 
 // What a sync would find and do.

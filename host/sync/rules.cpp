@@ -16,8 +16,15 @@ std::optional<Prefer> ParsePrefer(std::string_view text) {
     return std::nullopt;
 }
 
-std::optional<DeleteLimit> ParseDeleteLimit(std::string_view text) {
-    DeleteLimit limit;
+std::optional<Direction> ParseDirection(std::string_view text) {
+    if (text == "both") return Direction::kBoth;
+    if (text == "pull") return Direction::kPull;
+    if (text == "push") return Direction::kPush;
+    return std::nullopt;
+}
+
+std::optional<Limit> ParseLimit(std::string_view text) {
+    Limit limit;
     limit.isPercent = text.ends_with('%');
     if (limit.isPercent) text.remove_suffix(1);
     const auto number = text::NumberIn<decltype(limit.number)>(text);
@@ -26,20 +33,43 @@ std::optional<DeleteLimit> ParseDeleteLimit(std::string_view text) {
     return limit;
 }
 
-unsigned long DeletionsAllowed(unsigned long total, const std::optional<DeleteLimit>& limit) {
-    constexpr unsigned long kDefaultDeletions = 10, kDefaultPercent = 25;
-    if (!limit) return std::max(kDefaultDeletions, total * kDefaultPercent / 100);
-    return limit->isPercent ? total * limit->number / 100 : limit->number;
+namespace {
+
+unsigned long Allowed(unsigned long total, const Limit& limit) {
+    return limit.isPercent ? total * limit.number / 100 : limit.number;
 }
 
-std::optional<std::string> TooManyDeletions(unsigned long count, const char* what,
-                                            unsigned long total,
-                                            const std::optional<DeleteLimit>& limit) {
+Stop TooMany(Verb verb, unsigned long count, const char* what, unsigned long allowed,
+             const char* option) {
+    const std::string number = std::to_string(count);
+    return {base::Refused(
+                number + ' ' + what + ", more than the " + std::to_string(allowed) + " allowed",
+                std::string("check both sides, then allow it with ") + option + ' ' + number),
+            verb};
+}
+
+}  // namespace
+
+unsigned long DeletionsAllowed(unsigned long total, const std::optional<Limit>& limit) {
+    constexpr unsigned long kDefaultDeletions = 10, kDefaultPercent = 25;
+    return limit ? Allowed(total, *limit)
+                 : std::max(kDefaultDeletions, total * kDefaultPercent / 100);
+}
+
+std::optional<Stop> TooManyDeletions(unsigned long count, const char* what, unsigned long total,
+                                     const std::optional<Limit>& limit) {
     const unsigned long allowed = DeletionsAllowed(total, limit);
     if (count <= allowed) return std::nullopt;
-    const std::string number = std::to_string(count);
-    return number + ' ' + what + ", more than the " + std::to_string(allowed) +
-           " allowed: check both sides, then allow it with --max-delete " + number;
+    return TooMany(Verb::kRemove, count, what, allowed, "--max-delete");
+}
+
+std::optional<Stop> TooManyAdditions(unsigned long count, const char* what, unsigned long total,
+                                     const std::optional<Limit>& limit) {
+    constexpr unsigned long kFirstAdditions = 100;
+    if (!limit && total > 0) return std::nullopt;
+    const unsigned long allowed = limit ? Allowed(total, *limit) : kFirstAdditions;
+    if (count <= allowed) return std::nullopt;
+    return TooMany(Verb::kAdd, count, what, allowed, "--max-add");
 }
 
 base::Status CheckRights(platform::Files& files, const std::vector<std::string>& paths) {
@@ -70,18 +100,18 @@ base::Status BackUp(const CommandPlace& place, const std::vector<std::string>& o
 
 base::Result<backup::Backup> Restore(const CommandPlace& place, const std::string& id) {
     const bool hasState = place.files.Exists(place.stateFile);
-    auto lock = state::StateLock::Take(place.files, place.stateFile, hasState);
+    auto lock = state::LockState(place.files, place.stateFile, hasState);
     if (!lock) return lock.Error();
-    // The memory does not fit a restored in-box: the next run would take mails that are missing in
-    // it for removed ones.
-    const auto forgetMails = [&](const backup::Backup& backup) -> base::Status {
+    // The memory does not fit restored files: the next run would take what is missing in them for
+    // removed.
+    const auto forget = [&](const backup::Backup& backup) -> base::Status {
         for (const backup::BackupFile& file : backup.files) {
-            auto forgotten = state::ForgetInBox(place.files, place.stateFile, file.origin);
+            auto forgotten = state::ForgetEudora(place.files, place.stateFile, file.origin);
             if (!forgotten) return forgotten;
         }
         return {};
     };
-    return BackupsOf(place).Restore(id, forgetMails);
+    return BackupsOf(place).Restore(id, forget);
 }
 
 }  // namespace host::sync

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -8,41 +9,63 @@
 
 #include "host/backup/backups.h"
 #include "host/base/failure.h"
+#include "host/sync/report.h"
 #include "platform/os/clock.h"
 #include "platform/os/files.h"
 
 // The rules of both syncs: which side wins, how much may be deleted, what must be writable.
 namespace host::sync {
 
-// Which side wins when both changed a field. kNewer: the side changed last. kBoth: the same, and a
-// contact's older values are kept in a copy. For mails these two prefer no side.
-enum class Prefer { kEudora, kFolder, kNewer, kBoth };
+// Which side wins when both changed a field. kNone: neither, the conflict waits. kNewer: the side
+// changed last. kBoth: the same, and a contact's older values are kept in a copy. For mails these
+// two prefer no side.
+enum class Prefer { kNone, kEudora, kFolder, kNewer, kBoth };
 // The word of --prefer: "eudora", "folder", "newer" or "both".
 std::optional<Prefer> ParsePrefer(std::string_view text);
 
-// How many contacts or mails one run may delete: a number, or a percentage of the remembered ones.
-struct DeleteLimit {
+// Which way changes go: kPull from Eudora alone, kPush into Eudora alone. What would go the other
+// way stays as it is on both sides and is found again by the next run.
+enum class Direction { kBoth, kPull, kPush };
+// The word of --direction: "both", "pull" or "push".
+std::optional<Direction> ParseDirection(std::string_view text);
+
+// How many contacts or mails one run may delete or add: a number, or a percentage of the remembered
+// ones.
+struct Limit {
     unsigned long number = 0;
     bool isPercent = false;
 };
 // "25" or "25%", up to 100%.
-std::optional<DeleteLimit> ParseDeleteLimit(std::string_view text);
+std::optional<Limit> ParseLimit(std::string_view text);
+
+// One conflict to be settled, by its name in reports, and the side that wins it.
+struct Resolution {
+    std::string name;
+    Side winner = Side::kEudora;
+};
 
 // What a person wants of a run.
 struct Options {
-    Prefer prefer = Prefer::kBoth;
-    std::optional<DeleteLimit> maxDelete;  // the larger of 10 and 25% if not given
+    Prefer prefer = Prefer::kNone;
+    Direction direction = Direction::kBoth;
+    std::optional<Limit> maxDelete;  // the larger of 10 and 25% if not given
+    std::optional<Limit> maxAdd;     // into Eudora; 100 on a first run if not given, else any
     bool dryRun = false;
+    std::chrono::seconds wait{0};  // for another run to end
+    // Only this is done, and kRefused if there is no such conflict.
+    std::optional<Resolution> resolve;
 };
 
 // How many of `total` remembered contacts or mails may be deleted; the larger of 10 and 25% if no
 // limit is given.
-unsigned long DeletionsAllowed(unsigned long total, const std::optional<DeleteLimit>& limit);
-// The reason to refuse `count` deletions; nothing if the limit allows them. `what` goes on behind
-// the number: "contacts would be deleted".
-std::optional<std::string> TooManyDeletions(unsigned long count, const char* what,
-                                            unsigned long total,
-                                            const std::optional<DeleteLimit>& limit);
+unsigned long DeletionsAllowed(unsigned long total, const std::optional<Limit>& limit);
+// The reason to stop a run that would delete `count` of them; nothing if the limit allows it.
+// `what` goes on behind the number: "contacts would be deleted".
+std::optional<Stop> TooManyDeletions(unsigned long count, const char* what, unsigned long total,
+                                     const std::optional<Limit>& limit);
+// The same for what would be added to Eudora.
+std::optional<Stop> TooManyAdditions(unsigned long count, const char* what, unsigned long total,
+                                     const std::optional<Limit>& limit);
 
 // kRefused for the first of these paths that exists and is read-only. Native paths in UTF-8.
 base::Status CheckRights(platform::Files& files, const std::vector<std::string>& paths);
@@ -51,7 +74,8 @@ base::Status CheckRights(platform::Files& files, const std::vector<std::string>&
 struct CommandPlace {
     platform::Files& files;
     platform::Clock& clock;
-    std::string stateFile;  // its folder holds the backups too; made when it is needed
+    std::string stateFile;   // its folder holds the backups too; made when it is needed
+    std::string eudoraLock;  // see state::Sides
     // Takes a line for the terminal, at most five a second and none in the first; may be empty.
     std::function<void(const std::string&)> progress;
 };
@@ -65,8 +89,8 @@ base::Status BackUp(const CommandPlace& place, const std::vector<std::string>& o
                     const std::string& reason, std::vector<std::string>& passedOver);
 
 // Puts a backup's files back, as Backups::Restore does; gives the backup of the files that were
-// there before. All memory of a restored in-box is dropped, so that the next run pairs its mails
-// anew and removes none. kRefused while another run holds the state file.
+// there before. All memory of a restored nickname file or in-box is dropped, so that the next run
+// pairs both sides anew and removes nothing. kRefused while another run holds the state file.
 base::Result<backup::Backup> Restore(const CommandPlace& place, const std::string& id);
 
 // Moves the value of a step into `place`; a failure leaves `place` as it was.

@@ -14,6 +14,9 @@ namespace platform {
 // number and back, so every text of 1252 survives a round trip. An unknown code page counts as
 // 1252.
 
+// Whether the system has the code page.
+bool IsKnownCodePage(unsigned codePage);
+
 // Bytes that are no character of the code page become U+FFFD.
 std::string ToUtf8(std::string_view text, unsigned codePage);
 

@@ -64,12 +64,19 @@ class Converter {
     iconv_t m_handle;
 };
 
-std::string IconvName(unsigned codePage) {
-    for (const char* prefix : {"CP", "MSCP"}) {
-        std::string name = prefix + std::to_string(codePage);
+// The C library's name of a code page; nothing if it has none.
+std::optional<std::string> IconvName(unsigned codePage) {
+    if (codePage == text::kUtf8) return "UTF-8";
+    if (codePage == 20866) return "KOI8-R";
+    if (codePage == 21866) return "KOI8-U";
+    const bool isIso = codePage > 28590 && codePage < 28607;
+    const auto number = std::to_string(isIso ? codePage - 28590 : codePage);
+    for (const char* prefix : {"CP", "MSCP", "ISO-8859-"}) {
+        if (isIso != (*prefix == 'I')) continue;
+        std::string name = prefix + number;
         if (Converter("UTF-8", name).IsOpen()) return name;
     }
-    return "CP1252";
+    return std::nullopt;
 }
 
 // Windows' character for a byte that the C library's code page leaves undefined.
@@ -82,8 +89,12 @@ char32_t FreeByte(const std::string& bytes, unsigned codePage) {
 
 }  // namespace
 
+bool IsKnownCodePage(unsigned codePage) {
+    return IconvName(codePage).has_value();
+}
+
 CharacterCodes CodesOf(unsigned codePage) {
-    const std::string name = IconvName(codePage);
+    const std::string name = IconvName(codePage).value_or("CP1252");
     const auto toUtf8 = std::make_shared<Converter>("UTF-8", name);
     const auto fromUtf8 = std::make_shared<Converter>(name, "UTF-8");
     const auto decode = [=](const std::string& bytes) {

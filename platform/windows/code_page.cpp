@@ -46,6 +46,10 @@ unsigned KnownCodePage(unsigned codePage) {
 
 }  // namespace
 
+bool IsKnownCodePage(unsigned codePage) {
+    return IsValidCodePage(codePage) != FALSE;
+}
+
 CharacterCodes CodesOf(unsigned codePage) {
     const unsigned known = KnownCodePage(codePage);
     const auto decode = [known](const std::string& bytes) {

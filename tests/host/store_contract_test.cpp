@@ -30,7 +30,7 @@ class StoreContract : public ::testing::TestWithParam<bool> {
     std::unique_ptr<contacts::ContactStore> Fresh() {
         if (!GetParam())
             return std::make_unique<contacts::VdirContacts>(
-                platform::NativeFiles(), m_folder.Path().string(), m_clock, contacts::NewUuid);
+                platform::NativeFiles(), m_folder.Path().string(), m_clock, base::NewUuid);
         const auto open = [] {
             return translator::TranslatorSession::OpenContacts(
                 *TheModule().host, TheModule().setup.eudoraFolder + "\\nndbase.txt");
