@@ -118,7 +118,7 @@ base::ExitCode ShowContact(const Options& options) {
 
 base::ExitCode ExportContacts(const Options& options) {
     Workplace workplace(options, Workplace::For::kLook);
-    const auto eudora = workplace.Contacts(false);
+    const auto eudora = workplace.Contacts(workplace.NicknameFile());
     ProgressLine progress(!options.quiet);
     const auto count =
         contactsync::ExportContacts(PlaceOf(options, progress), eudora, options.toFolder);

@@ -65,6 +65,14 @@ void Apply(const std::string& path, const toml::table& table, Options& options) 
         if (option == known.end() || option->kind == TextOption::kPathOfCommandLine) {
             throw Unusable(path, "unknown key " + name);
         }
+        if (const auto* list = node.as_array(); list != nullptr && name == "nickname_file") {
+            for (const auto& one : *list) {
+                const auto file = one.value_exact<std::string>();
+                if (!file) throw Unusable(path, name + " must be a list of texts in quotes");
+                if (!option->value) options.nicknameFiles.push_back(Expanded(*file));
+            }
+            continue;
+        }
         auto text = node.value_exact<std::string>();
         if (const auto number = node.value_exact<std::int64_t>(); option->isNumber && number) {
             text = std::to_string(*number);
@@ -124,7 +132,8 @@ std::vector<TextOption> TextOptions(Options& options) {
             {"contacts", kPath, options.contacts, "the folder of vCards"},
             {"maildir", kPath, options.maildir, "the Maildir"},
             {"nickname-file", kPath, setup.nicknameFile,
-             "the nickname file to work on (else the one chosen with configure)"},
+             "the nickname file to work on, also by its name in Eudora's folder (else the one chosen "
+             "with configure); all: each becomes a folder of its own below that of the vCards"},
             {"state", kPath, options.state, "the file that remembers the last run"},
             {"config", kPathOfCommandLine, options.config,
              "the configuration file (else ~/.config/kvsync/config.toml)"},

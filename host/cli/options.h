@@ -18,6 +18,7 @@ struct Options {
     // By options, which any command takes, or the configuration file.
     eudora::SetupOptions setup;
     std::optional<std::string> contacts;  // the folder of vCards
+    std::vector<std::string> nicknameFiles;  // of the configuration file, in place of one
     std::optional<std::string> maildir;
     std::optional<std::string> state;  // the memory's file
     std::optional<std::string> config;

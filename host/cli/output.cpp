@@ -338,6 +338,17 @@ Output ConflictsOutput(const sync::Preview& preview, Subject subject) {
     return output;
 }
 
+Output Collected(const std::vector<std::pair<std::string, Output>>& books) {
+    Output all;
+    for (const auto& [name, book] : books) {
+        all.code = Worse(all.code, book.code);
+        for (const std::string& line : book.lines) all.lines.push_back(name + ": " + line);
+        for (const std::string& line : book.errors) all.errors.push_back(name + ": " + line);
+        all.json[name] = book.json;
+    }
+    return all;
+}
+
 Output Joined(const Output& contacts, const Output& mails) {
     Output joined = contacts;
     joined.code = Worse(contacts.code, mails.code);

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -43,6 +44,8 @@ Output StatusOutput(const sync::Preview& preview, std::vector<std::string> head,
                     bool countsOnly);
 // What waits for a decision; kConflictsLeft if anything does.
 Output ConflictsOutput(const sync::Preview& preview, Subject subject);
+// Several address books in one, each below its name.
+Output Collected(const std::vector<std::pair<std::string, Output>>& books);
 // Both in one, with the more important exit code: failed, refused, conflicts left, changes made.
 Output Joined(const Output& contacts, const Output& mails);
 

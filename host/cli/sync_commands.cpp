@@ -16,6 +16,7 @@
 #include "host/translator/in_box.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
+#include "text/path.h"
 
 namespace host::cli {
 
@@ -41,6 +42,17 @@ struct Subjects {
         }
     }
 };
+
+// A refusal of one half keeps nothing from the other; wrong calls end the command.
+template <class Half>
+Output OrRefusal(const Half& half) {
+    try {
+        return half();
+    } catch (const Ended& ended) {
+        if (ended.failure.exit == base::ExitCode::kUsage) throw;
+        return RefusalOutput(ended.failure);
+    }
+}
 
 // What is done with the two sides.
 enum class Task { kSync, kStatus, kConflicts, kForget };
@@ -84,14 +96,15 @@ Output ForgetMemory(Opened opened, const state::Sides& sides, Subject subject,
     return output;
 }
 
-// The contacts, as the task wants it. What keeps it from beginning ends the command.
-Output RunContacts(Workplace& workplace, const Options& options, const sync::CommandPlace& command,
-                   Task task) {
+// One nickname file and the folder of its vCards, as the task wants it. What keeps it from beginning
+// ends the command.
+Output RunBook(Workplace& workplace, const Options& options, const sync::CommandPlace& command,
+               Task task, const std::string& nicknameFile, const std::string& folder) {
     contactsync::SyncOptions sync;
     static_cast<sync::Options&>(sync) = options.rules;
-    sync.eudora = workplace.Contacts(false);
-    sync.folder = eudora::WithoutLinks(*options.contacts);
-    sync.folderAsNamed = *options.contacts;
+    sync.eudora = workplace.Contacts(nicknameFile);
+    sync.folder = eudora::WithoutLinks(folder);
+    sync.folderAsNamed = folder;
     OrEnd(eudora::RefuseInsideEudora(workplace.Setup(), sync.folder));
     if (task == Task::kForget) {
         const auto sides = contactsync::SidesOf(command, sync);
@@ -110,6 +123,24 @@ Output RunContacts(Workplace& workplace, const Options& options, const sync::Com
         "address book: " + sync.eudora.file, "contacts folder: " + sync.folder,
         "state: " + command.stateFile, "locked: " + (lock ? "no" : lock.Error().Message())};
     return StatusOutput(preview, std::move(head), Subject::kContacts, options.quiet);
+}
+
+// The contacts, as the task wants it: of several nickname files each has a folder of its own name.
+Output RunContacts(Workplace& workplace, const Options& options, const sync::CommandPlace& command,
+                   Task task) {
+    const auto files = workplace.NicknameFiles();
+    const bool areSeveral = options.setup.nicknameFile == "all" || !options.nicknameFiles.empty();
+    if (!areSeveral) return RunBook(workplace, options, command, task, files[0], *options.contacts);
+    std::vector<std::pair<std::string, Output>> books;
+    for (const std::string& file : files) {
+        const std::string name = base::ToUtf8(text::SplitPath(file, platform::NativeSystem().codePage).name);
+        const std::string folder =
+            base::FromPath(base::ToPath(*options.contacts) / base::ToPath(name));
+        books.emplace_back(name, OrRefusal([&] {
+            return RunBook(workplace, options, command, task, file, folder);
+        }));
+    }
+    return Collected(books);
 }
 
 // Eudora's mails, once it is sure that the in-box and its table belong together.
@@ -219,17 +250,6 @@ Output RunMail(Workplace& workplace, const Options& options, const sync::Command
     if (task == Task::kConflicts) return ConflictsOutput(preview, Subject::kMails);
     return StatusOutput(preview, {"in-box: " + sync.inbox, "Maildir: " + sync.maildir},
                         Subject::kMails, options.quiet);
-}
-
-// A refusal of one half keeps nothing from the other; wrong calls end the command.
-template <class Half>
-Output OrRefusal(const Half& half) {
-    try {
-        return half();
-    } catch (const Ended& ended) {
-        if (ended.failure.exit == base::ExitCode::kUsage) throw;
-        return RefusalOutput(ended.failure);
-    }
 }
 
 // Contacts and then mails. Of both, one that Eudora does not have is left out.

@@ -21,7 +21,9 @@ eudora::SetupOptions OptionsFor(Workplace::For use, eudora::SetupOptions options
 }  // namespace
 
 Workplace::Workplace(const Options& options, For use)
-    : m_options(OptionsFor(use, options.setup)), m_setup(OrEnd(eudora::Prepare(m_options))) {
+    : m_options(OptionsFor(use, options.setup)),
+      m_nicknameFiles(options.nicknameFiles),
+      m_setup(OrEnd(eudora::Prepare(m_options))) {
     if (use == For::kMail && base::UsesWindowsPaths()) {
         OrEnd(eudora::RefuseMailsElsewhere(m_setup));
     } else if (use != For::kLook) {
@@ -40,7 +42,7 @@ std::string Workplace::ChosenNicknameFile() {
 }
 
 bool Workplace::HasNicknameFile() {
-    return m_options.nicknameFile || platform::NativeSystem().files.Exists(ChosenNicknameFile());
+    return !m_nicknameFiles.empty() || m_options.nicknameFile || platform::NativeSystem().files.Exists(ChosenNicknameFile());
 }
 
 bool Workplace::HasInBox() const {
@@ -49,18 +51,28 @@ bool Workplace::HasInBox() const {
     return files.Exists(inBox + "mbx") || files.Exists(inBox + "toc");
 }
 
-std::string Workplace::NicknameFile(bool forWriting) {
+std::string Workplace::NicknameFile() {
     auto chosen = ChosenNicknameFile();
-    OrEnd(eudora::CheckNicknameFile(m_setup, chosen, forWriting));
+    OrEnd(eudora::CheckNicknameFile(m_setup, chosen, false));
     return chosen;
 }
 
-translator::TranslatorSession Workplace::OpenContacts() {
-    return OrEnd(translator::TranslatorSession::OpenContacts(*m_host, NicknameFile(false)));
+std::vector<std::string> Workplace::NicknameFiles() {
+    if (m_options.nicknameFile == "all") return eudora::AllNicknameFiles(m_setup);
+    if (m_nicknameFiles.empty()) return {NicknameFile()};
+    std::vector<std::string> files;
+    for (const std::string& name : m_nicknameFiles) {
+        files.push_back(OrEnd(eudora::NamedNicknameFile(m_setup, name)));
+    }
+    return files;
 }
 
-contactsync::EudoraPlace Workplace::Contacts(bool forWriting) {
-    const std::string file = NicknameFile(forWriting);
+translator::TranslatorSession Workplace::OpenContacts() {
+    return OrEnd(translator::TranslatorSession::OpenContacts(*m_host, NicknameFile()));
+}
+
+contactsync::EudoraPlace Workplace::Contacts(const std::string& file) {
+    OrEnd(eudora::CheckNicknameFile(m_setup, file, false));
     const auto native = platform::NativePathOf(file);
     if (!native) throw Ended(base::Refused("no drive leads to " + base::ToUtf8(file)));
     const auto open = [host = m_host.get(), file] {

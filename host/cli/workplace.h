@@ -33,11 +33,14 @@ class Workplace {
     bool HasInBox() const;
     // The nickname file of the options or of an earlier choice, else the module's own: a Windows
     // path in the system code page. The file is checked.
-    std::string NicknameFile(bool forWriting);
+    std::string NicknameFile();
     // A session with it opened.
     translator::TranslatorSession OpenContacts();
-    // The same file as Eudora's side of a sync; the workplace outlives it.
-    contactsync::EudoraPlace Contacts(bool forWriting);
+    // The nickname files that a sync works on, in the same form: that one, those of the list in the
+    // options, or all.
+    std::vector<std::string> NicknameFiles();
+    // One of them as Eudora's side of a sync; the workplace outlives it.
+    contactsync::EudoraPlace Contacts(const std::string& nicknameFile);
     // A session with the settings of the mails selected, not opened yet. kRefused, with nothing
     // made, if there is no in-box or another program has it.
     base::Result<translator::TranslatorSession> SelectInBox(std::string& selection);
@@ -48,6 +51,7 @@ class Workplace {
     std::string ChosenNicknameFile();
 
     const eudora::SetupOptions m_options;
+    const std::vector<std::string> m_nicknameFiles;
     eudora::Setup m_setup;
     std::unique_ptr<translator::TranslatorHost> m_host;
 };

@@ -220,22 +220,11 @@ class Examination {
 
     // Examines all nickname files in Eudora's folder, the one in use to its end.
     void TellNicknameFiles() {
-        std::vector<std::string> paths{m_setup.eudoraFolder + "\\nndbase.txt"};
-        const std::string folder = m_setup.eudoraFolder + "\\NickName";
-        if (const auto entries = m_system.files.List(folder, "*.txt")) {
-            for (const auto& entry : *entries) {
-                if (!entry.isFolder) paths.push_back(folder + "\\" + entry.name);
-            }
-        }
         const auto chosen = eudora::ChooseNicknameFile(m_options, m_setup);
         if (!chosen) Tell(FaultOf("nickname file", chosen.Error()));
-        bool any = false;
-        for (const std::string& path : paths) {
-            if (!m_system.files.Exists(path)) continue;
-            any = true;
-            Tell(BookFinding(path, chosen && *chosen == path));
-        }
-        if (any || !chosen) return;
+        const auto paths = eudora::AllNicknameFiles(m_setup);
+        for (const std::string& path : paths) Tell(BookFinding(path, chosen && *chosen == path));
+        if (!paths.empty() || !chosen) return;
         Tell({Health::kFault, "nickname file", "none in " + m_setup.eudoraShown,
               "start Eudora once, or check that this is its folder"});
     }

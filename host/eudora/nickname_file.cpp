@@ -28,10 +28,28 @@ bool IsWindowsPath(const std::string& path) {
     return path.size() > 2 && path[1] == ':' && (path[2] == '\\' || path[2] == '/');
 }
 
-// The Windows path of a file that is named by it or by a native path.
-base::Result<std::string> NamedFile(const std::string& named, const Setup& setup) {
+// The file of that name in Eudora's folder, or in the folder NickName.
+std::optional<std::string> FileInEudora(const Setup& setup, const std::string& named) {
+    std::string name = base::FromUtf8(named);
+    std::ranges::replace(name, '/', '\\');
+    for (const char* folder : {"\\", "\\NickName\\"}) {
+        for (const char* end : {"", ".txt"}) {
+            std::string path = setup.eudoraFolder + folder + name + end;
+            const auto info = platform::NativeSystem().files.Stat(path);
+            if (info && !info->isFolder) return path;
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+base::Result<std::string> NamedNicknameFile(const Setup& setup, const std::string& named) {
     if (IsWindowsPath(named)) return base::FromUtf8(named);
     if (!platform::NativeFiles().Exists(named)) {
+        if (base::ToPath(named).is_relative()) {
+            if (auto path = FileInEudora(setup, named)) return *path;
+        }
         return base::Refused("the nickname file " + named + " does not exist", "check the path");
     }
     const std::string path = WithoutLinks(named);
@@ -47,11 +65,24 @@ base::Result<std::string> NamedFile(const std::string& named, const Setup& setup
                          "name one inside");
 }
 
-}  // namespace
+std::vector<std::string> AllNicknameFiles(const Setup& setup) {
+    auto& files = platform::NativeSystem().files;
+    std::vector<std::string> paths;
+    const std::string folder = setup.eudoraFolder + "\\NickName\\";
+    if (const auto entries = files.List(folder, "*.txt")) {
+        for (const auto& entry : *entries) {
+            if (!entry.isFolder) paths.push_back(folder + entry.name);
+        }
+    }
+    std::ranges::sort(paths);
+    const std::string main = setup.eudoraFolder + "\\nndbase.txt";
+    if (files.Exists(main)) paths.insert(paths.begin(), main);
+    return paths;
+}
 
 base::Result<std::string> ChooseNicknameFile(const SetupOptions& options, const Setup& setup) {
     if (options.nicknameFile) {
-        auto named = NamedFile(*options.nicknameFile, setup);
+        auto named = NamedNicknameFile(setup, *options.nicknameFile);
         if (!named) return named;
         if (auto checked = CheckNicknameFile(setup, *named, false); !checked)
             return checked.Error();
