@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include "host/base/output.h"
+#include "host/cli/completion.h"
 #include "host/cli/contact_commands.h"
 #include "host/cli/mail_commands.h"
 #include "host/cli/output.h"
@@ -33,25 +34,34 @@ constexpr const char* kFooter =
 template <class Wanted>
 void AddTextOptions(CLI::App& app, Options& options, const Wanted& wanted) {
     for (const TextOption& one : TextOptions(options)) {
-        if (wanted(one.kind)) app.add_option("--" + one.name, one.value, one.help);
+        if (!wanted(one.kind)) continue;
+        const bool isPath = one.kind != TextOption::kWord && one.kind != TextOption::kWordOfSync;
+        app.add_option("--" + one.name, one.value, one.help)->type_name(isPath ? "PATH" : "TEXT");
     }
 }
 
-void AddCommonOptions(CLI::App& app, Options& options) {
+// What a command works on, besides Eudora: its help shows the options that say it.
+enum class On { kEudora, kBook, kFolders };
+
+// The options that every command takes, in front of it or behind it.
+void AddCommonOptions(CLI::App& app, Options& options, On on) {
     // A leading slash begins a path, on Windows too.
     app.allow_windows_style_options(false);
-    AddTextOptions(app, options,
-                   [](TextOption::Kind kind) { return kind != TextOption::kWordOfSync; });
-    app.get_option("--wine-prefix")->excludes(app.get_option("--eudora"));
+    AddTextOptions(app, options, [on](TextOption::Kind kind) {
+        if (kind == TextOption::kBook) return on != On::kEudora;
+        if (kind == TextOption::kFolder) return on == On::kFolders;
+        return kind != TextOption::kWordOfSync;
+    });
     app.add_option("--code-page", options.setup.codePage,
                    "code page of a bare Eudora folder: 1252 (the default), 932, ...")
-        ->check(CLI::Range(1, 65535));
+        ->type_name("N")
+        ->check(CLI::Range(1, 65535).description(""));
     app.add_flag("--follow-links", options.setup.followLinks,
                  "write where links in the Eudora folder lead, also out of it");
     app.add_flag("--json", options.json, "print JSON");
     app.add_flag("--quiet", options.quiet, "print no more than has to be said");
-    app.add_flag("-v,--verbose", options.verbose, "the translator's log on standard error");
-    app.set_version_flag("--version", std::string("kvsync ") + kVersion);
+    app.add_flag("-v,--verbose", options.verbose,
+                 "tell more, and the translator's log on standard error");
 }
 
 // The word "contacts" or "mail" behind a command.
@@ -93,7 +103,9 @@ void AddOptionalSubject(CLI::App& command, Options& options) {
 
 void AddRecord(CLI::App& command, Options& options) {
     AddRequiredSubject(command, options);
-    command.add_option("record", options.record, "the nickname, or the id or Message-ID of a mail")
+    command
+        .add_option("record", options.record,
+                    "the nickname, name or address of a contact, or the id or Message-ID of a mail")
         ->required();
 }
 
@@ -132,12 +144,19 @@ void AddBackup(CLI::App& command, Options& options) {
     command.add_option("id", options.record, "the backup, as kvsync backups lists it")->required();
 }
 
+void AddShell(CLI::App& command, Options& options) {
+    command.add_option("shell", options.what, "bash, zsh or fish")
+        ->required()
+        ->check(CLI::IsMember({"bash", "zsh", "fish"}));
+}
+
 using Run = base::ExitCode (*)(const Options&);
 
 // A command, the words and options that it alone takes, and what it does: `runMail` if it is about
 // mails and differs.
 struct Command {
     const char *name, *help;
+    On on;
     void (*addOptions)(CLI::App& command, Options& options);
     Run run, runMail = nullptr;
 };
@@ -146,25 +165,31 @@ constexpr Command kCommands[] = {
     {"sync",
      "keep Eudora, the folder of vCards and the Maildir in step; without a word all that have a "
      "folder",
-     AddSyncOptions, Sync},
-    {"status", "what is found, what a sync would do, what is locked", AddNothing, Status},
+     On::kFolders, AddSyncOptions, Sync},
+    {"status", "what is found, what a sync would do, what is locked", On::kFolders, AddNothing,
+     Status},
     {"conflicts", "what both sides changed and waits for a decision, with both values",
-     AddOptionalSubject, Conflicts},
-    {"resolve", "settle one conflict for one side", AddConflict, Resolve},
+     On::kFolders, AddOptionalSubject, Conflicts},
+    {"resolve", "settle one conflict for one side", On::kFolders, AddConflict, Resolve},
     {"forget", "forget what was in step: the next sync pairs both sides anew and removes nothing",
-     AddForget, Forget},
-    {"list", "print all records, a line for each", AddRequiredSubject, ListContacts, ListMail},
-    {"show", "print one record with all its fields", AddRecord, ShowContact, ShowMail},
-    {"export", "write all records into a folder, without memory", AddToFolder, ExportContacts,
-     ExportMail},
+     On::kFolders, AddForget, Forget},
+    {"list", "print all records, a line for each", On::kBook, AddRequiredSubject, ListContacts,
+     ListMail},
+    {"show", "print one record with all its fields", On::kBook, AddRecord, ShowContact, ShowMail},
+    {"export", "write all records into a folder, without memory", On::kBook, AddToFolder,
+     ExportContacts, ExportMail},
     {"configure",
      "choose the nickname file (contacts) or limit the mails (mail) in the translator's own "
      "dialog, or without one by --nickname-file or the options below",
-     AddLimits, ConfigureContacts, ConfigureMail},
-    {"shell", "a console on the translator interface", AddScript, Shell},
-    {"backups", "list the copies made before Eudora's files were changed", AddNothing, ListBackups},
-    {"restore", "put a backup back in its place", AddBackup, Restore},
-    {"doctor", "check the set-up and say what to do about each fault", AddNothing, Doctor}};
+     On::kBook, AddLimits, ConfigureContacts, ConfigureMail},
+    {"shell", "a console on the translator interface", On::kBook, AddScript, Shell},
+    {"backups", "list the copies made before Eudora's files were changed", On::kEudora, AddNothing,
+     ListBackups},
+    {"restore", "put a backup back in its place", On::kEudora, AddBackup, Restore},
+    {"doctor", "check the set-up and say what to do about each fault", On::kFolders, AddNothing,
+     Doctor},
+    {"completion", "print the completion of this command line for a shell: bash, zsh or fish",
+     On::kEudora, AddShell, nullptr}};
 
 // Parses the arguments, completes them from the configuration file and runs the command. What is
 // wrong with them is thrown: by the parser as its own errors, else as a Misuse.
@@ -173,11 +198,13 @@ base::ExitCode Act(CLI::App& app, std::vector<std::string> arguments, Options& o
     for (const Command& command : kCommands) {
         CLI::App* const added = app.add_subcommand(command.name, command.help);
         command.addOptions(*added, options);
+        AddCommonOptions(*added, options, command.on);
         added->callback([&asked, &command] { asked = &command; });
     }
     std::ranges::reverse(arguments);
     app.parse(std::move(arguments));
     if (asked == nullptr) throw Misuse("no command is given");
+    if (asked->run == nullptr) return PrintCompletion(app, options.what);
     ReadConfiguration(options);
     const translator::ModuleMessages messages;
     if (options.verbose) g_bEnableLog = 1;
@@ -196,7 +223,8 @@ base::ExitCode RunApplication(std::vector<std::string> arguments) {
     app.require_subcommand(0, 1);
     app.fallthrough();
     app.footer(kFooter);
-    AddCommonOptions(app, options);
+    AddCommonOptions(app, options, On::kFolders);
+    app.set_version_flag("--version", std::string("kvsync ") + kVersion);
     std::string misuse;
     try {
         return Act(app, std::move(arguments), options);

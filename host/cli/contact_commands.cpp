@@ -10,6 +10,7 @@
 #include "host/cli/output.h"
 #include "host/cli/workplace.h"
 #include "host/eudora/nickname_file.h"
+#include "text/ascii.h"
 
 namespace host::cli {
 
@@ -89,6 +90,23 @@ std::string ContactCard(const Contact& contact) {
     return card;
 }
 
+// The contact with that nickname, else all with that name or e-mail address, in any case.
+std::vector<Contact> Find(translator::TranslatorSession& session, const std::string& wanted) {
+    bool lossy = false;
+    const std::string id = base::FromUtf8(wanted, &lossy);
+    if (!lossy && OrEnd(session.GoTo(id))) return {Read(session)};
+    std::vector<Contact> found;
+    for (bool more = OrEnd(session.MoveFirst()); more; more = OrEnd(session.MoveNext())) {
+        Contact contact = Read(session);
+        for (const Field field : {Field::kNickname, Field::kName, Field::kEmail}) {
+            if (!text::EqualNoCase(contact[field], wanted)) continue;
+            found.push_back(std::move(contact));
+            break;
+        }
+    }
+    return found;
+}
+
 }  // namespace
 
 base::ExitCode ListContacts(const Options& options) {
@@ -105,13 +123,19 @@ base::ExitCode ListContacts(const Options& options) {
 base::ExitCode ShowContact(const Options& options) {
     Workplace workplace(options, Workplace::For::kLook);
     auto session = workplace.OpenContacts();
-    bool lossy = false;
-    const std::string id = base::FromUtf8(options.record, &lossy);
-    if (lossy || !OrEnd(session.GoTo(id))) {
+    const auto found = Find(session, options.record);
+    if (found.empty()) {
         throw Ended(base::Refused("there is no contact " + options.record,
                                   "kvsync list contacts shows the nicknames"));
     }
-    const Contact contact = Read(session);
+    if (found.size() > 1) {
+        std::vector<std::string> names;
+        for (const Contact& contact : found) names.push_back(contact[Field::kNickname]);
+        throw Ended(
+            base::Refused(std::to_string(found.size()) + " contacts are called " + options.record,
+                          "name one by its nickname: " + text::Joined(names, ", ")));
+    }
+    const Contact& contact = found[0];
     base::PrintText(options.json ? base::JsonText(ToJson(contact), 2) : ContactCard(contact));
     return base::ExitCode::kNothingToDo;
 }

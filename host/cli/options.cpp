@@ -126,34 +126,35 @@ void Parse(const char* name, const std::optional<std::string>& text, const char*
 std::vector<TextOption> TextOptions(Options& options) {
     using enum TextOption::Kind;
     auto& setup = options.setup;
-    return {{"eudora", kPath, setup.eudora, "a bare Eudora folder"},
-            {"wine-prefix", kPath, setup.winePrefix,
-             "the Wine prefix that Eudora is installed in (else WINEPREFIX, else ~/.wine)"},
-            {"contacts", kPath, options.contacts, "the folder of vCards"},
-            {"maildir", kPath, options.maildir, "the Maildir"},
-            {"nickname-file", kPath, setup.nicknameFile,
-             "the nickname file to work on, also by its name in Eudora's folder (else the one chosen "
-             "with configure); all: each becomes a folder of its own below that of the vCards"},
-            {"state", kPath, options.state, "the file that remembers the last run"},
-            {"config", kPathOfCommandLine, options.config,
-             "the configuration file (else ~/.config/kvsync/config.toml)"},
-            {"settings", kPath, setup.settings, "the folder of the translators' settings files"},
-            {"language", kWord, setup.language, "language of the translator: EN DE FR ES IT PT JP"},
-            {"prefer", kWordOfSync, options.prefer,
-             "who wins where both sides changed: eudora, folder, newer, both (contacts: the newer, "
-             "with a copy of the older); without it such conflicts wait"},
-            {"direction", kWordOfSync, options.direction,
-             "which way changes go: both, pull (from Eudora alone), push (into Eudora alone)"},
-            {"max-delete", kWordOfSync, options.maxDelete,
-             "stop before the first change if more would be deleted: N or N% (default: "
-             "the larger of 10 and 25%)",
-             true},
-            {"max-add", kWordOfSync, options.maxAdd,
-             "stop before the first change if more would be added to Eudora: N or N% (default: "
-             "100 on a first run, then any number)",
-             true},
-            {"wait", kWordOfSync, options.wait,
-             "so many seconds another run may take to end (default: 0)", true}};
+    return {
+        {"eudora", kPath, setup.eudora, "a bare Eudora folder"},
+        {"wine-prefix", kPath, setup.winePrefix,
+         "the Wine prefix that Eudora is installed in (else WINEPREFIX, else ~/.wine)"},
+        {"contacts", kFolder, options.contacts, "the folder of vCards"},
+        {"maildir", kFolder, options.maildir, "the Maildir"},
+        {"nickname-file", kBook, setup.nicknameFile,
+         "the nickname file to work on, also by its name in Eudora's folder (else the one chosen "
+         "with configure); all: each becomes a folder of its own below that of the vCards"},
+        {"state", kPath, options.state, "the file that remembers the last run"},
+        {"config", kPathOfCommandLine, options.config,
+         "the configuration file (else ~/.config/kvsync/config.toml)"},
+        {"settings", kPath, setup.settings, "the folder of the translators' settings files"},
+        {"language", kWord, setup.language, "language of the translator: EN DE FR ES IT PT JP"},
+        {"prefer", kWordOfSync, options.prefer,
+         "who wins where both sides changed: eudora, folder, newer, both (contacts: the newer, "
+         "with a copy of the older); without it such conflicts wait"},
+        {"direction", kWordOfSync, options.direction,
+         "which way changes go: both, pull (from Eudora alone), push (into Eudora alone)"},
+        {"max-delete", kWordOfSync, options.maxDelete,
+         "stop before the first change if more would be deleted: N or N% (default: "
+         "the larger of 10 and 25%)",
+         true},
+        {"max-add", kWordOfSync, options.maxAdd,
+         "stop before the first change if more would be added to Eudora: N or N% (default: "
+         "100 on a first run, then any number)",
+         true},
+        {"wait", kWordOfSync, options.wait,
+         "so many seconds another run may take to end (default: 0)", true}};
 }
 
 void ReadConfiguration(Options& options) {
@@ -164,7 +165,7 @@ void ReadConfiguration(Options& options) {
     // An empty path would stand for the current folder.
     for (const TextOption& option : TextOptions(options)) {
         const bool isPath =
-            option.kind == TextOption::kPath || option.kind == TextOption::kPathOfCommandLine;
+            option.kind != TextOption::kWord && option.kind != TextOption::kWordOfSync;
         if (isPath && option.value && option.value->empty()) {
             throw Misuse(option.name + ' ' + kEmptyPath);
         }

@@ -17,7 +17,7 @@ namespace host::cli {
 struct Options {
     // By options, which any command takes, or the configuration file.
     eudora::SetupOptions setup;
-    std::optional<std::string> contacts;  // the folder of vCards
+    std::optional<std::string> contacts;     // the folder of vCards
     std::vector<std::string> nicknameFiles;  // of the configuration file, in place of one
     std::optional<std::string> maildir;
     std::optional<std::string> state;  // the memory's file
@@ -42,8 +42,9 @@ struct Options {
 // One of the options that are texts: --name on the command line, and in the configuration file the
 // key of that name with _ for -.
 struct TextOption {
-    // A path; a path that the configuration file cannot hold; a word; a word of `sync` alone.
-    enum Kind { kPath, kPathOfCommandLine, kWord, kWordOfSync };
+    // The paths: of Eudora and of kvsync's own files; of a nickname file; of the folders that are
+    // kept in step; the one that the configuration file cannot hold. A word; one of `sync`.
+    enum Kind { kPath, kBook, kFolder, kPathOfCommandLine, kWord, kWordOfSync };
 
     std::string name;
     Kind kind;

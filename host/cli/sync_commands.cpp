@@ -57,14 +57,16 @@ Output OrRefusal(const Half& half) {
 // What is done with the two sides.
 enum class Task { kSync, kStatus, kConflicts, kForget };
 
-// Whether a person agrees; asked on the terminal unless --yes is given. Refused where nobody can
-// answer.
-bool Agrees(const std::string& question, const Options& options) {
+// Whether a person agrees to forget `what`; asked on the terminal unless --yes is given. Refused
+// where nobody can answer.
+bool Agrees(const std::string& what, const Options& options) {
     if (options.yes) return true;
     if (!platform::IsTerminal(platform::Stream::kInput)) {
-        throw Ended(base::Refused(question + " Nobody can answer here", "say it with --yes"));
+        throw Ended(
+            base::Refused("nobody can be asked whether to forget " + what, "say it with --yes"));
     }
-    base::PrintText(question + " [y/N]");
+    base::PrintText("Forget what is remembered of " + what +
+                    "? The next sync pairs both sides anew and removes nothing. [y/N]");
     std::string answer;
     std::getline(std::cin, answer);
     return answer == "y" || answer == "Y" || answer == "yes";
@@ -85,9 +87,7 @@ Output ForgetMemory(Opened opened, const state::Sides& sides, Subject subject,
     const std::string what = std::to_string(count) +
                              (subject == Subject::kContacts ? " contacts" : " mails") +
                              " between " + sides.eudora + " and " + sides.folder;
-    if (count == 0 || !Agrees("Forget what is remembered of " + what +
-                                  "? The next sync pairs both sides anew and removes nothing.",
-                              options)) {
+    if (count == 0 || !Agrees(what, options)) {
         return {{}, {"nothing is forgotten of " + what}};
     }
     OrEnd(memory->Forget());
@@ -96,8 +96,8 @@ Output ForgetMemory(Opened opened, const state::Sides& sides, Subject subject,
     return output;
 }
 
-// One nickname file and the folder of its vCards, as the task wants it. What keeps it from beginning
-// ends the command.
+// One nickname file and the folder of its vCards, as the task wants it. What keeps it from
+// beginning ends the command.
 Output RunBook(Workplace& workplace, const Options& options, const sync::CommandPlace& command,
                Task task, const std::string& nicknameFile, const std::string& folder) {
     contactsync::SyncOptions sync;
@@ -133,12 +133,13 @@ Output RunContacts(Workplace& workplace, const Options& options, const sync::Com
     if (!areSeveral) return RunBook(workplace, options, command, task, files[0], *options.contacts);
     std::vector<std::pair<std::string, Output>> books;
     for (const std::string& file : files) {
-        const std::string name = base::ToUtf8(text::SplitPath(file, platform::NativeSystem().codePage).name);
+        const std::string name =
+            base::ToUtf8(text::SplitPath(file, platform::NativeSystem().codePage).name);
         const std::string folder =
             base::FromPath(base::ToPath(*options.contacts) / base::ToPath(name));
         books.emplace_back(name, OrRefusal([&] {
-            return RunBook(workplace, options, command, task, file, folder);
-        }));
+                               return RunBook(workplace, options, command, task, file, folder);
+                           }));
     }
     return Collected(books);
 }

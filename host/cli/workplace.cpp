@@ -42,7 +42,8 @@ std::string Workplace::ChosenNicknameFile() {
 }
 
 bool Workplace::HasNicknameFile() {
-    return !m_nicknameFiles.empty() || m_options.nicknameFile || platform::NativeSystem().files.Exists(ChosenNicknameFile());
+    return !m_nicknameFiles.empty() || m_options.nicknameFile ||
+           platform::NativeSystem().files.Exists(ChosenNicknameFile());
 }
 
 bool Workplace::HasInBox() const {
