@@ -7,7 +7,7 @@ namespace {
 using platform::testing::Fault;
 
 // Close with mails to send, mails to store and states to note, on a disk that fails at one point.
-class MailCloseFaultsTest : public WritingTest {
+class MailCloseFaultsTest : public MailTest {
   protected:
     static constexpr std::uint32_t kOld = 3, kNew = 4;
 
