@@ -25,7 +25,8 @@ struct HostMail {
     double date = 37653.586910;  // 2003-02-01 14:05:09
     std::int32_t status = 1;
     Text id = "a@b";
-    Texts files = {};    // sources, each attached under the name "doc.txt"
+    Texts files = {};  // sources, each attached under this name
+    std::string fileName = "doc.txt";
     bool moves = false;  // the sources go
 };
 
@@ -88,7 +89,7 @@ class TestMail : public CREudoraMail {
     static std::string List(const HostMail& host) {
         CArray<CRAttachmentInfo> list;
         for (const auto& path : host.files) {
-            list.Add({0, host.moves, "doc.txt", "doc.txt", path.c_str()});
+            list.Add({0, host.moves, "d", host.fileName, path.c_str()});
         }
         CString text;
         (void)AttachmentInfoToStr(list, text);

@@ -326,29 +326,23 @@ TEST_F(MailTest, OnlyItsOwnLeftoversGiveWay) {
 // entered, or "failed:" and those that are.
 class AttachTest : public MailTest {
   protected:
+    AttachTest() { EXPECT_EQ(Open(), RRC_OK); }
+
     std::string Add(const Texts& sources, const std::string& name, bool moves = false) {
-        m_attach.m_csAttachDir = "C:\\E\\Attach\\";
-        CArray<CRAttachmentInfo> list;
-        for (const auto& path : sources) list.Add({0, moves, "d", name.c_str(), path.c_str()});
-        CString text;
-        EXPECT_EQ(AttachmentInfoToStr(list, text), RRC_OK);
-        MapiMessage record{};
-        std::string entries =
-            m_attach.NewAttachments(util, text, record) == RRC_OK ? "" : "failed:";
+        EXPECT_EQ(mail->AddNewRecord(0), RRC_OK);
+        (void)mail->Fill({.files = sources, .fileName = name, .moves = moves});
+        EXPECT_TRUE(mail->TryUpdate());
+        const auto files = mapi::Files(*mail->m_queues.m_lstNewMails.back());
+        std::string entries = files.size() == sources.size() ? "" : "failed:";
         m_copies.clear();
-        for (const auto& file : mapi::Files(record)) {
+        for (const auto& file : files) {
             EXPECT_EQ(file.flFlags, 0xFFFFFFFC);
             m_copies.push_back(file.lpszPathName);
             entries += m_copies.back().substr(12) + '=' + file.lpszFileName + '|';
         }
-        MapiMessage* built = nullptr;
-        EXPECT_EQ(CMapi::AllocMessage(built), 1);
-        std::swap(*built, record);
-        util.mapi.FreeMessage(built, true);
         return entries;
     }
 
-    mailstore::AttachFolder m_attach;
     Texts m_copies;  // paths
 };
 
