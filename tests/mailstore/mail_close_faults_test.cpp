@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "tests/mailstore/mail_world.h"
 #include "tests/support/failing_allocation.h"
 #include "tests/support/fault_sweep.h"
@@ -10,6 +12,7 @@ using platform::testing::Fault;
 class MailCloseFaultsTest : public MailTest {
   protected:
     static constexpr std::uint32_t kOld = 3, kNew = 4;
+    static constexpr const char* kMoved = "C:\\src\\moved";  // the first new mail's, which goes
 
     void PutBox() {
         for (const auto& path : machine.files.AllFiles()) {
@@ -27,6 +30,7 @@ class MailCloseFaultsTest : public MailTest {
         PutBox();
         ASSERT_EQ(Open(), RRC_OK);
         mail->Add({.body = "out", .status = 2});
+        machine.files.Put(kMoved, "moved");
         for (std::uint32_t i = 0; i < kNew; ++i) mail->Add(New(i));
         mail->Edit("0x00000002", 0x20001);
     }
@@ -34,7 +38,8 @@ class MailCloseFaultsTest : public MailTest {
         HostMail host{.status = i % 2 == 0 ? 1 : 0x20001, .id = "new" + std::to_string(i)};
         // The first two mails are more than what is written with one call.
         host.body = std::string(i == 1 ? 1'050'000 : 0, 'b') + std::to_string(i);
-        if (i != 1) host.files = {"C:\\src\\1"};
+        host.moves = i == 0;
+        if (i != 1) host.files = {host.moves ? kMoved : "C:\\src\\1"};
         return host;
     }
     // Which new mails are in the mailbox, in order; every mail is whole and once there.
@@ -62,6 +67,11 @@ class MailCloseFaultsTest : public MailTest {
         }
         return queued;
     }
+    bool IsMovedFileThere() {
+        return std::ranges::any_of(machine.files.AllFiles(), [&](const std::string& path) {
+            return machine.files.Get(path) == "moved";
+        });
+    }
     std::uint64_t UsedBytes() {
         std::uint64_t used = 0;
         for (const auto& path : machine.files.AllFiles()) used += machine.files.Get(path)->size();
@@ -81,7 +91,7 @@ class MailCloseFaultsTest : public MailTest {
             EXPECT_TRUE(mail->m_queues.m_mapMailStatus.empty()) << "dropped";
             if (!canTell) return;
             EXPECT_THAT(errors, ::testing::Contains(::testing::StartsWith("no <C:\\E")));
-            EXPECT_TRUE(!isSure || machine.files.List("C:\\E\\Attach", "*")->empty());
+            EXPECT_TRUE(!isSure || machine.files.List("C:\\E\\Attach", "*")->size() == 1);
             return;
         }
         EXPECT_TRUE(!isSure || stored + queued == "0123") << stored << queued;
@@ -183,13 +193,14 @@ TEST_F(MailCloseFaultsTest, ThePowerGoes) {
             if (end == End::kOfTheProgram) machine.faults.Disarm();
             mail.reset();
             machine.faults.Disarm();
+            EXPECT_TRUE(IsMovedFileThere());
             if (end == End::kWithLosses) machine.files.Crash();
             (void)DrainErrors();
             const std::string stored = Stored(true);
             EXPECT_TRUE(stored.empty() || stored == "0123") << "the count changes once";
             Restart();
             EXPECT_EQ(Open(), RRC_OK);
-            machine.files.Put("C:\\src\\1", "one");
+            machine.files.Put(kMoved, "moved");
             for (auto i = std::uint32_t(stored.size()); i < kNew; ++i) mail->Add(New(i));
             EXPECT_EQ(mail->Close(0), RRC_OK);
             EXPECT_EQ(Stored(true), "0123");

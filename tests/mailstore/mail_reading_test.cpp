@@ -175,18 +175,24 @@ TEST_F(ReadingTest, CloseSendsUntilTheFirstFailure) {
             to += std::to_string(one.ulRecipClass) + one.lpszName + '=' + one.lpszAddress + '|';
         }
     };
+    const std::string copy = "C:\\E\\Attach\\doc.txt", kept = "m86 <" + copy + '>';
     const std::pair<std::deque<mapi::Code>, Texts> rows[] = {
-        {{}, {}}, {{1}, {"m16"}}, {{0, 24}, {"m39"}}, {{0, 0, 7}, {"m40"}}};
+        {{}, {}}, {{1}, {"m16", kept}}, {{0, 24}, {"m39", kept}}, {{0, 0, 7}, {"m40"}}};
     for (const auto& [codes, errors] : rows) {
         ASSERT_EQ(mail->OpenMailbox(util), RRC_OK);
         for (int i = 0; i < 3; ++i) {
-            mail->Add({.to = ";;a; b,,c", .cc = "d", .bcc = ",", .status = 2});
+            HostMail host{.to = ";;a; b,,c", .cc = "d", .bcc = ",", .status = 2};
+            host.moves = i == 2;
+            if (host.moves) host.files = {"C:\\src\\1"};
+            machine.files.Put("C:\\src\\1", "one");
+            mail->Add(host);
         }
         library.calls.clear();
         library.results[Entry::kSendMail] = codes;
         EXPECT_EQ(mail->Close(0), errors.empty() ? RRC_OK : RRC_FAILED);
         EXPECT_EQ(library.calls, Texts(errors.empty() ? 3 : codes.size(), "send Hi"));
         EXPECT_EQ(DrainErrors(), errors);
+        EXPECT_EQ(machine.files.Delete(copy).HasValue(), errors.size() == 2) << "the only one";
         EXPECT_TRUE(mail->m_queues.m_lstOutBoxMails.empty());
     }
     EXPECT_TRUE(to.starts_with("1a=a|1 b= b|1c=c|2d=d|1a=a|")) << to;
