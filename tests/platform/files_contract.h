@@ -6,7 +6,6 @@
 #include <memory>
 #include <optional>
 #include <ostream>
-#include <set>
 #include <string>
 
 #include "platform/os/system.h"
@@ -29,6 +28,12 @@ std::optional<platform::ErrorCode> CodeOf(const Result& result) {
     return result.Error().code;
 }
 
+// Why it failed, without names and numbers; empty if it did not.
+template <class Result>
+std::string Reason(const Result& result) {
+    return result ? "" : platform::Failure{result.Error().code, {}}.Message();
+}
+
 // One file system under test with an empty folder to work in. Names are matched without regard to
 // case where paths are Windows paths, and only there.
 struct FilesStore {
@@ -45,7 +50,8 @@ class FilesContract : public ::testing::TestWithParam<FilesStore (*)()> {
     void Put(std::string_view name, std::string_view content);
     // The text of the failure if the file cannot be read.
     std::string Content(std::string_view name);
-    std::set<std::string> Names(std::string_view pattern = "*");
+    // In the order of their bytes; folders end in a slash.
+    std::string Names(std::string_view pattern = "*");
 
     FilesStore m_store = GetParam()();
     platform::Files& m_files = m_store.files;
