@@ -41,12 +41,19 @@ struct FilesStore {
     platform::Files& files;
     std::string root;  // ends in a separator
     std::function<void(const std::string& name)> makeReadOnly;
+
+    // The path of a name, whose folders end in slashes.
+    std::string At(std::string_view name) const {
+        std::string path = root;
+        for (const char byte : name) path += byte == '/' ? files.Separator() : byte;
+        return path;
+    }
 };
 
 // The promises of platform::Files, the same for every implementation.
 class FilesContract : public ::testing::TestWithParam<FilesStore (*)()> {
   protected:
-    std::string At(std::string_view name) const { return m_store.root + std::string(name); }
+    std::string At(std::string_view name) const { return m_store.At(name); }
     void Put(std::string_view name, std::string_view content);
     // The text of the failure if the file cannot be read.
     std::string Content(std::string_view name);

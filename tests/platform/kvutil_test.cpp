@@ -12,6 +12,7 @@
 #include "platform/mfc/ole_date_time.h"
 #include "platform/os/little_endian.h"
 #include "platform/testing/memory_registry.h"
+#include "tests/support/table.h"
 
 namespace {
 
@@ -110,10 +111,8 @@ TEST(AttachmentTextTest, AnyBytesComeBackAndDamagedLinesEndTheList) {
 }
 
 TEST(ArchiveTest, TextLengthsHaveTheirThreeForms) {
-    using Row = std::pair<std::size_t, std::string>;
     for (const auto& [length, head] :
-         {Row{0, "\0"s}, Row{254, "\xFE"}, Row{255, "\xFF\xFF\x00"s}, Row{65533, "\xFF\xFD\xFF"},
-          Row{65534, "\xFF\xFF\xFF\xFE\xFF\x00\x00"s}}) {
+         test::Table<std::size_t, std::string>("lengths in archives")) {
         CString text(std::string(length, 'z')), back;
         std::string bytes;
         CArchive(bytes).Text(text);
