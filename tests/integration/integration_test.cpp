@@ -23,23 +23,15 @@ TEST(LocateTest, EudoraNeedsBothValuesAndItsProgramAndIsTheClientByItsExactComma
     const std::string exe = "C:\\Eudora 7\\Eudora.exe";
     TestSystem machine;
     CString folder("old"), program("old");
-    const auto set = [&](const char* key, const char* value, const std::string& text) {
+    const auto set = [&](const char* key, const std::string& value, const std::string& text) {
         (void)machine.registry.WriteText(platform::RegistryRoot::kLocalMachine, key, value, text);
     };
-    const auto find = [&] {
-        const bool found = locate::FindEudora(machine.registry, machine.files, folder, program);
-        return (found ? "" : "not ") + folder.Str() + ", " + program.Str();
-    };
-    EXPECT_EQ(find(), "not old, old");
-    set(locate::kAppPathsKey, "path", "C:\\Eudora 7");
-    EXPECT_EQ(find(), "not C:\\Eudora 7, old");
-    set(locate::kAppPathsKey, "", exe);
-    EXPECT_EQ(find(), "not C:\\Eudora 7, " + exe);
-    machine.files.Put(exe, "MZ");
-    EXPECT_EQ(find(), "C:\\Eudora 7, " + exe);
-    set(locate::kAppPathsKey, "path", std::string(260, 'x'));  // has no room
-    EXPECT_EQ(find(), "not C:\\Eudora 7, " + exe);
-
+    for (const auto& [value, text, found] :
+         Table<std::string, std::string, std::string>("steps to an installed Eudora")) {
+        value == "file" ? machine.files.Put(text, "MZ") : set(locate::kAppPathsKey, value, text);
+        const bool isFound = locate::FindEudora(machine.registry, machine.files, folder, program);
+        EXPECT_EQ((isFound ? "" : "not ") + folder.Str() + ", " + program.Str(), found);
+    }
     machine.files.SetShortName(exe, "EUDORA~1.EXE");
     for (const auto& [command, isDefault] : Table<std::string, bool>("commands of mailto")) {
         set(kMailto, "", command);

@@ -172,12 +172,6 @@ TEST_P(FilesContract, SaysWhatIsInTheWay) {
     EXPECT_TRUE(m_files.Stat(At("fixed"))->isReadOnly && !m_files.Stat(At("a"))->isReadOnly);
     EXPECT_TRUE(m_files.DeleteEvenReadOnly(At("fixed")));
     EXPECT_EQ(Names(), "a b folder/ held");
-    const std::string large = std::string(200'000, 'x') + "end";
-    for (const auto& content : {large, std::string("short")}) {
-        Put("a", content);
-        ASSERT_TRUE(platform::CopyInto(m_files, At("a"), At("b")));
-        EXPECT_TRUE(Content("b") == content) << content.size();
-    }
 }
 
 TEST_P(FilesContract, NamesHavePatternsAndOnWindowsNoCase) {
