@@ -28,7 +28,9 @@ TEST_F(TransUtilTest, SettingsFileHasTheToldBytesOrTheOldOnes) {
     info.m_nMailLimitKB = 320;
     machine.files.Put(kPath, "old");
     machine.files.LimitDisk(50);
+    LoadStrings({{static_cast<unsigned>(frame::StringId::kDiskFull), "full"}});
     EXPECT_FALSE(util.StoreSettings(info, kPath.c_str()));
+    EXPECT_EQ(DrainErrors(), Texts{"full"});
     machine.files.LimitDisk({});
     EXPECT_EQ(machine.files.Get(kPath), "old");
     ASSERT_TRUE(util.StoreSettings(info, kPath.c_str()));

@@ -123,6 +123,7 @@ TEST(PosixFiles, WhatIsPlantedAtANameHarmsNobody) {
 TEST(PosixFiles, ACopyThatFailsNamesTheFileAndLeavesNothing) {
     const TempFolder folder;
     WriteDisk(folder / "large", std::string(5000, 'x'));
+    EXPECT_TRUE(NativeFiles().IsFree(folder / "large/x"));
     std::filesystem::create_directories(folder / "folder/inside");
     // Files longer than this cannot be written.
     rlimit old = {};

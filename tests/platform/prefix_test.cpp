@@ -237,7 +237,10 @@ TEST(PrefixSystem, SaysWhatThePrefixSays) {
     const auto entries = files.List("C:\\", "*");
     for (const auto& entry : *entries) names.insert(entry.name);
     EXPECT_THAT(names, ::testing::ElementsAre("caf?", "windows", "\x95\\\x8E\xA6.txt"));
-    EXPECT_EQ(files.Stat("C:\\none.txt").Error().context, "C:\\none.txt");
+    for (const auto& [from, to, named] :
+         Table<std::string, std::string, std::string>("files that a failed move names")) {
+        EXPECT_EQ(files.Move(from, to).Error().context, named) << from << " " << to;
+    }
 
     EXPECT_EQ(*files.TempFolder(), "C:\\windows\\temp\\");
     EXPECT_TRUE(std::filesystem::is_directory(prefix.DriveC() / "windows/temp"));
