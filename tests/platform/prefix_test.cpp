@@ -222,9 +222,14 @@ TEST(PrefixSystem, SaysWhatThePrefixSays) {
     EXPECT_EQ(owner.system.processes.ProfileNumber("Mail", "MAPI", 5), 5);
     WriteDisk(prefix.DriveC() / "windows/WIN.INI",
               "MAPI=9\r\n[other]\r\nMAPI=8\r\n[MAIL]\r\n; MAPI=7\r\n mapi = 1 \r\nText=yes\r\n"
-              "Neg=-3x\r\nBig=99999999999\r\nLast=4");
-    for (const auto& [key, expected] :
-         {std::pair{"MAPI", 1}, {"text", 0}, {"neg", -3}, {"Big", 0}, {"last", 4}, {"none", 5}}) {
+              "Neg=-3x\r\nPlus=+2\r\nBig=99999999999\r\nLast=4");
+    for (const auto& [key, expected] : {std::pair{"MAPI", 1},
+                                        {"text", 0},
+                                        {"neg", -3},
+                                        {"plus", 2},
+                                        {"Big", 0},
+                                        {"last", 4},
+                                        {"none", 5}}) {
         EXPECT_EQ(owner.system.processes.ProfileNumber("mail", key, 5), expected) << key;
     }
 
