@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <map>
 #include <set>
 #include <string>
@@ -11,19 +10,16 @@
 
 namespace platform::testing {
 
-// Processes that never run; a test decides what Start gives.
+// Processes that are started and never end.
 class FakeProcesses : public Processes {
   public:
     std::vector<std::string> started;  // command lines
-    bool refuseStart = false;
-    std::function<bool(std::chrono::milliseconds)> onWait;  // whether the process has ended
     SystemVersion version{6, 1};
     std::map<std::pair<std::string, std::string>, int> profile;  // by section and key
 
     Result<std::unique_ptr<Process>> Start(std::string_view commandLine) override {
-        if (refuseStart) return Failure{ErrorCode::kNotSupported, std::string(commandLine)};
         started.emplace_back(commandLine);
-        return std::unique_ptr<Process>(std::make_unique<FakeProcess>(*this));
+        return std::unique_ptr<Process>(std::make_unique<FakeProcess>());
     }
     Result<SystemVersion> Version() override { return version; }
     int ProfileNumber(std::string_view section, std::string_view key, int otherwise) override {
@@ -33,11 +29,7 @@ class FakeProcesses : public Processes {
 
   private:
     struct FakeProcess : Process {
-        explicit FakeProcess(const FakeProcesses& processes) : owner(processes) {}
-        bool Wait(std::chrono::milliseconds timeout) override {
-            return owner.onWait && owner.onWait(timeout);
-        }
-        const FakeProcesses& owner;
+        bool Wait(std::chrono::milliseconds) override { return false; }
     };
 };
 

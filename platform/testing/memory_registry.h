@@ -19,12 +19,9 @@ class MemoryRegistry : public Registry {
     }
     Status Write(RegistryRoot root, std::string_view key, std::string_view value,
                  const RegistryData& data) override {
-        if (refuseWrites) return Failure{ErrorCode::kAccessDenied, std::string(key)};
         m_values[{root, text::Lowered(key), text::Lowered(value)}] = data;
         return {};
     }
-
-    bool refuseWrites = false;  // every write fails with kAccessDenied
 
   private:
     std::map<std::tuple<RegistryRoot, std::string, std::string>, RegistryData> m_values;

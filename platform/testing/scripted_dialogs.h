@@ -79,7 +79,6 @@ class ScriptedDialogs : public Dialogs {
 
     std::vector<Message> messages;
     std::vector<OpenFileRequest> fileRequests;
-    std::vector<int> modalTemplates;
     int waitsBegun = 0, waitsEnded = 0;
 
     void ShowMessage(const std::string& text, const std::string& title, MessageIcon icon) override {
@@ -102,7 +101,6 @@ class ScriptedDialogs : public Dialogs {
         return std::nullopt;
     }
     int RunModal(const DialogTemplate& dialog, DialogLogic& logic) override {
-        modalTemplates.push_back(dialog.id);
         ScriptedView view(dialog, logic);
         logic.OnInit(view);
         if (!modalScripts.empty()) {

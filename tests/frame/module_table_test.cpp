@@ -1,11 +1,13 @@
 #include <cstring>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <memory>
 
 #include "frame/interface/exports.h"
 #include "platform/os/program.h"
 #include "tests/frame/frame_fixture.h"
+#include "tests/support/table.h"
 
 // The built module, called by nothing but its exported names and the positions in the table.
 
@@ -75,67 +77,47 @@ TEST(ModuleTest, EveryOperationStandsAtItsPosition) {
     const auto with = [&o = *object](auto... arguments) {
         return [=, &o](std::size_t at) { return CallAt(o, at, arguments...); };
     };
-    const struct {
-        std::size_t at;
-        RRETURNCODE code;
-        const char* line;
-        std::function<RRETURNCODE(std::size_t)> call;
-    } rows[] = {
-        {2, RRC_OK, "GetAppProperties", with(&properties)},
-        {3, RRC_OK, "GetAppInfo", with(0, host, &selection, w, &summaries[0], w)},
-        {4, RRC_OK, "GetAppInfo", with(0, host, &selection, w, &summaries[1])},
-        {5, RRC_OK, "GetAppInfo", with(0, w, w, w, &selection, w, &summaries[2], util)},
-        {6, RRC_OK, "Open - Input : Mode - 61", with(61, w, w, w, host, w)},
-        {7, RRC_OK, "Open - Input : Mode - 71", with(71, w, w, host)},
-        {8, RRC_OK, "Open - Input : Mode - 8", with(8, w, w, w, w, w, w, w, w, util)},
-        {9, RRC_OK, "Close - Input : Mode - 5", with(5)},
-        {12, RRC_NONE, "GetFirstErrorMessage", with(&a)},
-        {13, RRC_NONE, "GetNextErrorMessage", with(&a)},
-        {14, RRC_NONE, "GetFirstWarningMessage", with(&a)},
-        {15, RRC_NONE, "GetNextWarningMessage", with(&a)},
-        {24, RRC_OK, "SetDateFilter", with(none, 0)},
-        {25, RRC_OK, "SetTextFilter", with(none, 0)},
-        {26, RRC_OK, "SetBoolFilter", with(none, 0)},
-        {28, RRC_NONE, "GetFirstFieldInfo", with(&a, &b, &type, &tag, &ordinal)},
-        {29, RRC_NONE, "GetNextFieldInfo", with(&a, &b, &type, &tag, &ordinal)},
-        {33, RRC_NONE, "GetRecordCount", with(&counts[0])},
-        {34, RRC_OK, "GetFieldCount", with(&counts[1])},
-        {37, RRC_EOF, "MoveFirst", with()},
-        {38, RRC_EOF, "MoveNext", with()},
-        {41, RRC_OK, "GoToRecord: no such", with(id)},
-        {43, RRC_FAILED, "AddNewRecord", with(w)},
-        {44, RRC_OK, "EditRecord", with()},
-        {45, RRC_OK, "EditRecord: no such", with(id)},
-        {46, RRC_FAILED, "UpdateRecord", with(&a, &b)},
-        {47, RRC_OK, "DeleteRecord", with()},
-        {48, RRC_OK, "DeleteRecord: no such", with(id)},
-        {49, RRC_OK, "DeleteAllRecords", with()},
-        {54, RRC_OK, "GetRecordID", with(&a)},
-        {55, RRC_FAILED, "GetModifiedInfo", with(&a)},
-        {56, RRC_FAILED, "GetField : Input - Field Id : no such", with(id, &type, &cell)},
-        {57, RRC_FAILED, "SetField : Input - Field Id : no such", with(id, &type, &cell)},
-        {58, RRC_OK, "IsOkToSetRecord", with(w, none, none, &flags[0])},
-        {59, RRC_OK, "IsOkToProceed", with(w, w, &flags[1])},
+    const std::map<std::string, std::function<RRETURNCODE(std::size_t)>> calls = {
+        {"properties", with(&properties)},
+        {"ask for information", with(0, host, &selection, w, &summaries[0], w)},
+        {"ask shortly", with(0, host, &selection, w, &summaries[1])},
+        {"ask at length", with(0, w, w, w, &selection, w, &summaries[2], util)},
+        {"open", with(61, w, w, w, host, w)},
+        {"open shortly", with(71, w, w, host)},
+        {"open at length", with(8, w, w, w, w, w, w, w, w, util)},
+        {"mode", with(5)},
+        {"text", with(&a)},
+        {"filters", with(none, 0)},
+        {"field", with(&a, &b, &type, &tag, &ordinal)},
+        {"records", with(&counts[0])},
+        {"fields", with(&counts[1])},
+        {"nothing", with()},
+        {"id", with(id)},
+        {"word", with(w)},
+        {"texts", with(&a, &b)},
+        {"cell", with(id, &type, &cell)},
+        {"may set", with(w, none, none, &flags[0])},
+        {"may proceed", with(w, w, &flags[1])},
+        {"2 words", with(w, w)},
+        {"3 words", with(w, w, w)},
+        {"4 words", with(w, w, w, w)},
+        {"5 words", with(w, w, w, w, w)},
     };
-    for (const auto& [at, code, line, call] : rows) {
+    const std::map<std::string, RRETURNCODE> codes = {{"OK", RRC_OK},
+                                                      {"NONE", RRC_NONE},
+                                                      {"EOF", RRC_EOF},
+                                                      {"FAILED", RRC_FAILED},
+                                                      {"NOT_SUPPORTED", RRC_NOT_SUPPORTED}};
+    std::size_t next = 2;
+    for (const auto& [at, code, call, line] :
+         test::Table<std::size_t, std::string, std::string, std::string>("operations")) {
         const LogCapture log;
-        EXPECT_EQ(call(at), code) << at;
-        ASSERT_FALSE(LogCapture::Lines().empty()) << at;
-        EXPECT_EQ(LogCapture::Lines()[0], std::string("5 Enter CREudoraTransBase::") + line + '\n')
-            << at;
+        EXPECT_EQ(at, next++) << "each position has its row";
+        EXPECT_EQ(calls.at(call)(at), codes.at(code)) << at;
+        const std::string first = log.Lines().empty() ? "" : log.Lines()[0];
+        EXPECT_EQ(first, line.empty() ? "" : "5 Enter CREudoraTransBase::" + line + '\n') << at;
     }
-    // What is reserved or not supported, by the number of words that it takes.
-    const std::pair<std::function<RRETURNCODE(std::size_t)>, std::vector<std::size_t>> others[] = {
-        {with(), {11, 20, 39, 40}},
-        {with(w), {16, 18, 19, 21, 22, 23, 30, 31, 32, 35, 36, 42, 50}},
-        {with(w), {51, 52, 53, 67, 68, 69, 70, 71}},
-        {with(w, w), {17, 61, 62, 63, 64, 65, 66}},
-        {with(w, w, w), {10}},
-        {with(w, w, w, w), {27}},
-        {with(w, w, w, w, w), {60}}};
-    for (const auto& [call, positions] : others) {
-        for (const auto at : positions) EXPECT_EQ(call(at), RRC_NOT_SUPPORTED) << at;
-    }
+    EXPECT_EQ(next, 72U);
     EXPECT_EQ(properties, 0x80070000UL);
     EXPECT_EQ(selection.Str(), folder + "\\EudoraAppInfo0001.cfg");
     EXPECT_TRUE(files.Exists(selection.Str()));

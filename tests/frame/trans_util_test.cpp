@@ -1,4 +1,5 @@
 #include "tests/frame/frame_fixture.h"
+#include "tests/support/table.h"
 
 namespace {
 
@@ -27,7 +28,9 @@ TEST_F(TransUtilTest, SettingsFileHasTheToldBytesOrTheOldOnes) {
     info.m_nMailLimitKB = 320;
     machine.files.Put(kPath, "old");
     machine.files.LimitDisk(50);
+    LoadStrings({{static_cast<unsigned>(frame::StringId::kDiskFull), "full"}});
     EXPECT_FALSE(util.StoreSettings(info, kPath.c_str()));
+    EXPECT_EQ(DrainErrors(), Texts{"full"});
     machine.files.LimitDisk({});
     EXPECT_EQ(machine.files.Get(kPath), "old");
     ASSERT_TRUE(util.StoreSettings(info, kPath.c_str()));
@@ -71,32 +74,27 @@ TEST_F(TransUtilTest, NumbersFillTheFirstGapAndDeletionStopsThere) {
 }
 
 TEST_F(TransUtilTest, SummaryTellsTheLimitsInShiftJis) {
-    CEudoraAppInfo info;
-    const std::string days = "\x8D\xC5\x8B\xDF\x82\xCC\x37\x93\xFA\x8A\xD4, ";
-    const std::string size = "\x8D\xC5\x91\xE5: 32KB, ", attachments = "\x93\x59\x95\x74: ";
-    EXPECT_EQ(info.GetSummaryText().Str(), days + size + attachments + "No");
-    info.m_bAttachments = 1;
-    info.m_bLimitMailAge = 0;
-    EXPECT_EQ(info.GetSummaryText().Str(), size + attachments + "5KB");
-    info.m_bLimitMailSize = info.m_bLimitAttachSize = 0;
-    EXPECT_EQ(info.GetSummaryText().Str(), attachments + "Yes");
+    for (const auto& [age, size, attachments, attachmentSize, summary] :
+         test::Table<int, int, int, int, std::string>("summaries")) {
+        CEudoraAppInfo info;
+        info.m_bLimitMailAge = age;
+        info.m_bLimitMailSize = size;
+        info.m_bAttachments = attachments;
+        info.m_bLimitAttachSize = attachmentSize;
+        EXPECT_EQ(info.GetSummaryText().Str(), summary);
+    }
 }
 
 TEST_F(TransUtilTest, OnlyExactConversionsAreUsed) {
-    const auto format = [&](const std::string& text, std::optional<int> number) {
+    constexpr auto kId = frame::StringId::kCannotOpenFile;
+    for (const auto& [text, alone, numbered] :
+         test::Table<std::string, std::string, std::string>("formats")) {
         LoadStrings({{1, text}});
-        constexpr auto kId = frame::StringId::kCannotOpenFile;
-        return (number ? util.FormatString(kId, "T%n", *number) : util.FormatString(kId, "T%n"))
-            .Str();
-    };
-    EXPECT_EQ(format("<%s>", {}), "<T%n>") << "the text is no format";
-    EXPECT_EQ(format("100%% of %s", {}), "100% of T%n");
-    EXPECT_EQ(format("%s and %d", 27), "T%n and 27");
-    EXPECT_EQ(format(std::string(1500, 'x'), {}).size(), 1023U);
-    for (const std::string odd : {"%s", "%d and %s", "%n", "%s%s", "%s%d%d", "%s %", "%5s"}) {
-        EXPECT_EQ(format(odd, 27), odd);
-        EXPECT_EQ(format(odd, {}), odd == "%s" ? "T%n" : odd);
+        EXPECT_EQ(util.FormatString(kId, "T%n").Str(), alone) << text;
+        EXPECT_EQ(util.FormatString(kId, "T%n", 27).Str(), numbered) << text;
     }
+    LoadStrings({{1, std::string(1500, 'x')}});
+    EXPECT_EQ(util.FormatString(kId, "T%n").GetLength(), 1023);
 }
 
 // The bundle is looked for in the first folder, then by the system's search, under the language,

@@ -8,9 +8,12 @@
 #include "integration/dialogs/nickname_file_dialog.h"
 #include "integration/locate/locate.h"
 #include "platform/testing/test_system.h"
+#include "tests/support/table.h"
+#include "text/ascii.h"
 
 using platform::testing::ScriptedView;
 using platform::testing::TestSystem;
+using test::Table;
 using Message = platform::testing::ScriptedDialogs::Message;
 
 namespace {
@@ -20,56 +23,28 @@ TEST(LocateTest, EudoraNeedsBothValuesAndItsProgramAndIsTheClientByItsExactComma
     const std::string exe = "C:\\Eudora 7\\Eudora.exe";
     TestSystem machine;
     CString folder("old"), program("old");
-    const auto set = [&](const char* key, const char* value, const std::string& text) {
+    const auto set = [&](const char* key, const std::string& value, const std::string& text) {
         (void)machine.registry.WriteText(platform::RegistryRoot::kLocalMachine, key, value, text);
     };
-    const auto find = [&] {
-        const bool found = locate::FindEudora(machine.registry, machine.files, folder, program);
-        return (found ? "" : "not ") + folder.Str() + ", " + program.Str();
-    };
-    EXPECT_EQ(find(), "not old, old");
-    set(locate::kAppPathsKey, "path", "C:\\Eudora 7");
-    EXPECT_EQ(find(), "not C:\\Eudora 7, old");
-    set(locate::kAppPathsKey, "", exe);
-    EXPECT_EQ(find(), "not C:\\Eudora 7, " + exe);
-    machine.files.Put(exe, "MZ");
-    EXPECT_EQ(find(), "C:\\Eudora 7, " + exe);
-    set(locate::kAppPathsKey, "path", std::string(260, 'x'));  // has no room
-    EXPECT_EQ(find(), "not C:\\Eudora 7, " + exe);
-
+    for (const auto& [value, text, found] :
+         Table<std::string, std::string, std::string>("steps to an installed Eudora")) {
+        value == "file" ? machine.files.Put(text, "MZ") : set(locate::kAppPathsKey, value, text);
+        const bool isFound = locate::FindEudora(machine.registry, machine.files, folder, program);
+        EXPECT_EQ((isFound ? "" : "not ") + folder.Str() + ", " + program.Str(), found);
+    }
     machine.files.SetShortName(exe, "EUDORA~1.EXE");
-    const std::pair<const char*, bool> rows[] = {{"", false},
-                                                 {"C:\\Eudora 7\\Eudora.exe /M %1", false},
-                                                 {"C:\\Eudora 7\\EUDORA~1.EXE /M %1 /x", false},
-                                                 {"c:\\EUDORA 7\\eudora~1.exe /m %1", true}};
-    for (const auto& [command, isDefault] : rows) {
+    for (const auto& [command, isDefault] : Table<std::string, bool>("commands of mailto")) {
         set(kMailto, "", command);
         EXPECT_EQ(locate::IsDefaultClient(machine.registry, machine.files, exe), isDefault);
     }
 }
 
 TEST(LocateTest, NicknameFileIsTheFirstListedIfItCanBeReached) {
-    const std::string e = "C:\\E\\", deep = "C:\\" + std::string(240, 'd') + "\\";
-    const struct {
-        std::string program;
-        std::vector<std::string> present;
-        std::string found;
-        int failing = 0;  // the file operation: 1 lists, 2 shortens the path, 3 tests it
-    } rows[] = {{e + "Eudora.exe", {e + "NickName\\x.doc"}, e + "nndbase.txt"},
-                {e + "Eudora.exe",
-                 {e + "nndbase.txt", e + "Nickname\\zoo list.TXT", e + "NickName\\a.txt"},
-                 e + "NickName\\zoo list.TXT"},
-                {e + "Eudora.exe",
-                 {e + "NickName\\a.txt\\folder", e + "NickName\\b.txt"},
-                 e + "NickName\\b.txt"},
-                {e + "Eudora.exe", {e + "NickName\\a.txt"}, "", 2},
-                {e + "Eudora.exe", {e + "NickName\\a.txt"}, "", 3},
-                {deep + "E.exe", {deep + "NickName\\name.txt"}, ""},  // the path has no room
-                {"Eudora.exe", {"C:\\NickName\\root.txt"}, "\\NickName\\root.txt"},
-                {"C:\\a\x83\x5C", {}, "C:\\nndbase.txt"}};
-    for (const auto& [program, present, found, failing] : rows) {
+    for (const auto& [program, present, failing, found] :
+         Table<std::string, std::string, int, std::string>("nickname files")) {
         TestSystem machine;
-        for (const auto& file : present) machine.files.Put(file, "x");
+        std::string_view rest = present;
+        while (const auto file = text::TakeToken(rest, ",")) machine.files.Put(*file, "x");
         if (failing > 0) machine.faults.Arm(platform::testing::Fault::kFail, failing);
         EXPECT_EQ(locate::FindNicknameFile(machine.faults, program, 932).Str(), found);
     }
@@ -85,19 +60,6 @@ TEST(FileDialogTest, ShowsAWholePathAndEndsOnlyWithWhatExists) {
     EXPECT_EQ(machine.dialogs.fileRequests.at(0).initialPath, fits);
     EXPECT_EQ(machine.dialogs.fileRequests.at(0).defaultExtension, "txt");
 }
-
-// What may be typed into an edit, and the number that it is, if it is one.
-const std::pair<std::string, std::optional<std::int32_t>> kTyped[] = {
-    {"10000", 10000},
-    {"007", 7},
-    {" \t+12 ", 12},
-    {"-99999999999999999999", -2147483647 - 1},
-    {"1                             x", {}},
-    {"1                              x", 1},
-    {"", {}},
-    {"-0", {}},
-    {"- 5", {}},
-    {"0x10", {}}};
 
 // The plain rules of the dialog. Its controls have numbers from 1000 on: four boxes, three edits.
 struct OptionsModel {
@@ -128,6 +90,7 @@ struct OptionsModel {
 };
 
 TEST(OptionsDialogTest, RandomUsersMeetThePlainRules) {
+    const auto typed = Table<std::string, std::string>("numbers typed");
     std::mt19937 random(1);
     TestSystem machine;
     CEudoraTransUtil util{machine.system};
@@ -152,10 +115,12 @@ TEST(OptionsDialogTest, RandomUsersMeetThePlainRules) {
             const std::size_t act = random() % 9;
             const int control = act < 7 ? 1000 + static_cast<int>(act) : static_cast<int>(act) - 6;
             const bool isEnabled = model.IsEnabled(control);
-            const auto& [text, number] = kTyped[random() % std::size(kTyped)];
+            const auto& [text, number] = typed[random() % typed.size()];
             if (act >= 4 && act < 7) {
                 view.Type(control, text);
-                if (isEnabled) model.typed[act - 4] = number;
+                if (!isEnabled) return;
+                model.typed[act - 4].reset();
+                if (!number.empty()) model.typed[act - 4] = std::stoi(number);
                 return;
             }
             view.Click(control);

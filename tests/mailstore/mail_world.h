@@ -8,12 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "eumapi/simple_mapi.h"
-#include "integration/locate/locate.h"
 #include "mailstore/eudora_mail.h"
 #include "tests/frame/frame_fixture.h"
 #include "tests/mailstore/mailbox_builder.h"
-#include "tests/mapi/scripted_library.h"
+#include "tests/mapi/library_double.h"
 #include "tests/tools/mailbox_check.h"
 
 using Texts = std::vector<std::string>;
@@ -27,7 +25,8 @@ struct HostMail {
     double date = 37653.586910;  // 2003-02-01 14:05:09
     std::int32_t status = 1;
     Text id = "a@b";
-    Texts files = {};    // sources, each attached under the name "doc.txt"
+    Texts files = {};  // sources, each attached under this name
+    std::string fileName = "doc.txt";
     bool moves = false;  // the sources go
 };
 
@@ -90,7 +89,7 @@ class TestMail : public CREudoraMail {
     static std::string List(const HostMail& host) {
         CArray<CRAttachmentInfo> list;
         for (const auto& path : host.files) {
-            list.Add({0, host.moves, "doc.txt", "doc.txt", path.c_str()});
+            list.Add({0, host.moves, "d", host.fileName, path.c_str()});
         }
         CString text;
         (void)AttachmentInfoToStr(list, text);
@@ -100,8 +99,9 @@ class TestMail : public CREudoraMail {
     CString m_id, m_info;
 };
 
-// A machine in memory with Eudora's folder C:\E; every string of the bundle is "m" and its number,
-// but for those that are read as something else.
+// A machine in memory with Eudora's folder C:\E, a library over its files, and a translator that is
+// logged on to it. Every string of the bundle is "m" and its number, but for those that are read as
+// something else.
 class MailTest : public FrameTest {
   protected:
     MailTest() {
@@ -113,110 +113,40 @@ class MailTest : public FrameTest {
         strings[77] = "Attachment Converted:";
         strings[79] = "In";
         LoadStrings(strings);
-        machine.files.MakeFolders("C:\\E\\Attach");
         util.csEudoraDir = "C:\\E";
-    }
-    void TearDown() override { LogOff(); }
-
-    void LogOff() {
-        util.mapi.MapiLogoff();
-        util.mapi.UnloadMapiLibrary();
-    }
-    void LogOn(TestMail& mail) {
-        EXPECT_EQ(util.mapi.LoadMapiLibrary("C:\\E"), 1);
-        EXPECT_EQ(util.mapi.MapiLogon(), 1);
-        mail.m_attach.m_csAttachDir = "C:\\E\\Attach\\";
-        mail.m_appInfo.m_bLimitMailAge = mail.m_appInfo.m_bLimitMailSize = 0;
-    }
-    std::string Mbx() { return machine.files.Get("C:\\E\\In.mbx").value_or("(none)"); }
-    std::string Toc() { return machine.files.Get("C:\\E\\In.toc").value_or("(none)"); }
-};
-
-// A translator that is logged on to a library whose mails a test says.
-class ReadingTest : public MailTest {
-  protected:
-    ReadingTest() { LogOn(mail); }
-    ~ReadingTest() override {
-        EXPECT_EQ(library.LiveRecords(), 0U);
-        EXPECT_EQ(library.badCalls, 0);
-    }
-
-    // Makes these the mails, and the first one current.
-    RRETURNCODE Show(std::vector<ScriptedMail> mails) {
-        std::uint32_t number = 0;
-        for (auto& one : mails) one.id = mailbox::IndexIdOf(++number);
-        library.mailbox = std::move(mails);
-        return mail.MoveFirst();
-    }
-    // The text cell of a field; "(null)" and "(untouched)" for cells without a text.
-    std::string Text(const char* field) {
-        char untouched = 'x';
-        char* cell = &untouched;
-        EXPECT_EQ(mail.GetField(field, nullptr, &cell), RRC_OK) << field;
-        if (cell == &untouched) return "(untouched)";
-        const std::string text = cell != nullptr ? cell : "(null)";
-        FreeVornString(cell);
-        return text;
-    }
-
-    ScriptedLibrary library{machine, "C:\\E"};
-    TestMail mail;
-};
-
-// Our Simple MAPI library over the files of a machine in memory, as EUMAPI32.DLL of the folder
-// C:\E.
-class StandInLibrary : public ScriptedLibrary {
-  public:
-    explicit StandInLibrary(platform::testing::TestSystem& machine)
-        : ScriptedLibrary(machine, "C:\\E"), m_mapi(machine.system) {
-        (void)machine.registry.WriteText(platform::RegistryRoot::kLocalMachine,
-                                         locate::kAppPathsKey, "Path", "C:\\E");
-    }
-
-    mapi::Code Logon(mapi::Session* session) override { return m_mapi.Logon(session); }
-    mapi::Code Logoff(mapi::Session session) override { return m_mapi.Logoff(session); }
-    mapi::Code FindNext(mapi::Session session, const char* seed, char* id) override {
-        return m_mapi.FindNext(session, nullptr, seed, kFindFlags, id);
-    }
-    mapi::Code ReadMail(mapi::Session session, const char* id, MapiMessage** message) override {
-        return m_mapi.ReadMail(session, id, kReadFlags, message);
-    }
-    mapi::Code SendMail(mapi::Session session, MapiMessage* message) override {
-        return m_mapi.SendMail(session, message, 0);
-    }
-    mapi::Code DeleteMail(mapi::Session session, const char* id) override {
-        return m_mapi.DeleteMail(session, id);
-    }
-    mapi::Code FreeBuffer(void* buffer) override { return m_mapi.FreeBuffer(buffer); }
-
-  private:
-    eumapi::SimpleMapi m_mapi;
-};
-
-// A translator that is logged on to our Simple MAPI library.
-class WritingTest : public MailTest {
-  protected:
-    WritingTest() {
         machine.clock.offset = std::chrono::hours(9);
-        machine.files.MakeFolders("C:\\temp");
         machine.files.Put("C:\\src\\1", "one");
         Restart();
     }
-    ~WritingTest() override {
+    void TearDown() override {
         mail.reset();
         LogOff();
         EXPECT_EQ(machine.files.OpenCount(), 0);
     }
 
+    void LogOff() {
+        util.mapi.MapiLogoff();
+        util.mapi.UnloadMapiLibrary();
+    }
     // What a program does that begins anew.
     void Restart() {
         mail.reset();
         LogOff();
         mail = std::make_unique<TestMail>();
-        LogOn(*mail);
+        EXPECT_EQ(util.mapi.LoadMapiLibrary("C:\\E"), 1);
+        EXPECT_EQ(util.mapi.MapiLogon(), 1);
+        mail->m_attach.m_csAttachDir = "C:\\E\\Attach\\";
+        mail->m_appInfo.m_bLimitMailAge = mail->m_appInfo.m_bLimitMailSize = 0;
         (void)util.mapi.MoveFirst();  // what an earlier session passed is no place to walk from
     }
+    void Put(const MailboxBuilder& box) {
+        box.Put(machine.files, "C:\\E");
+        Restart();
+    }
     RRETURNCODE Open() { return mail->OpenMailbox(util); }
+    std::string Mbx() { return machine.files.Get("C:\\E\\In.mbx").value_or("(none)"); }
+    std::string Toc() { return machine.files.Get("C:\\E\\In.toc").value_or("(none)"); }
+
     // The in-box as the independent reader sees it. From the mail `ours` on it is as the translator
     // writes it.
     mailbox_check::Report Judge(std::uint32_t ours, bool mayHaveLeftovers = false) {
@@ -238,6 +168,6 @@ class WritingTest : public MailTest {
         return states;
     }
 
-    StandInLibrary library{machine};
+    LibraryDouble library{machine, "C:\\E"};
     std::unique_ptr<TestMail> mail;
 };

@@ -44,26 +44,17 @@ class FarFile : public platform::File {
     }
     Result<std::uint64_t> Size() override { return m_size; }
     Status Write(std::string_view bytes) override {
-        if (writesLeft == 0) return platform::Failure{};
-        --writesLeft;
         written += bytes.size();
-        calls += 'w';
         return {};
     }
-    Status Truncate(std::uint64_t) override { return Note('t'); }
-    Status Flush() override { return Note('f'); }
+    Status Truncate(std::uint64_t) override { return {}; }
+    Status Flush() override { return {}; }
     Status Close() override { return {}; }
 
     std::size_t largest = 0;
     std::uint64_t total = 0, written = 0;
-    std::string calls;
-    int writesLeft = 9;  // then all fail
 
   private:
-    Status Note(char call) {
-        calls += call;
-        return {};
-    }
     std::uint64_t m_size, m_position = 0;
     std::vector<std::pair<std::uint64_t, std::string>> m_texts;
 };
@@ -105,24 +96,19 @@ TEST(MailboxIndex, LongMailsAndBlocksThatLieOverOneAnotherCostLittle) {
     }
 }
 
-// No mail reaches beyond four gigabytes. Each step is on the disk before the next: texts, blocks,
-// header. Nobody knows whether a header stands that could neither be written nor put back.
-TEST(Append, TakesWhatABlockCanTellStepByStep) {
+// No mail reaches beyond four gigabytes.
+TEST(Append, TakesWhatABlockCanTell) {
     constexpr std::uint64_t kLimit = 0xFFFFFFFF;
     const struct {
         std::uint64_t size;
         bool tells;
-        int tocWrites;  // then they fail
-        std::size_t stored, uncertain;
-        const char* calls;
-    } rows[] = {{kLimit - 30, false, 9, 3, 0, "wf/twfwf"},
-                {kLimit - 30, true, 9, 2, 0, "wf/twfwf"},
-                {kLimit - 29, false, 9, 2, 0, "wf/twfwf"},
-                {kLimit + 1000, true, 9, 0, 0, "w/"},
-                {0, false, 1, 0, 3, "wf/twf"}};
-    for (const auto& [size, tells, tocWrites, stored, uncertain, calls] : rows) {
+        std::size_t stored;
+    } rows[] = {{kLimit - 30, false, 3},
+                {kLimit - 30, true, 2},
+                {kLimit - 29, false, 2},
+                {kLimit + 1000, true, 0}};
+    for (const auto& [size, tells, stored] : rows) {
         FarFile mbx(size), toc(0);
-        toc.writesLeft = tocWrites;
         const auto make = [](std::size_t, std::string& out) {
             out += "ten bytes\n";
             return mailbox::MsgBlock().Encode();
@@ -130,10 +116,8 @@ TEST(Append, TakesWhatABlockCanTellStepByStep) {
         const auto header = mailbox::TocHeader::Decode(mailbox::NewTocHeader());
         const auto result = mailbox::AppendMails({mbx, toc, header, size, "", 0, tells}, 3, make);
         EXPECT_EQ(result.written, stored) << size;
-        EXPECT_EQ(result.uncertain, uncertain) << size;
-        EXPECT_EQ(result.refused, 3 - stored - uncertain) << size;
-        EXPECT_EQ(mbx.written, (stored + uncertain) * 10);
-        EXPECT_EQ(mbx.calls + '/' + toc.calls, calls);
+        EXPECT_EQ(result.refused, 3 - stored) << size;
+        EXPECT_EQ(mbx.written, stored * 10);
     }
 }
 
@@ -153,28 +137,16 @@ std::optional<std::string> AtOnce(std::string_view text) {
     return "";
 }
 
-// Texts out of fragments of what is looked for, cut anywhere. What ends the search is rarer.
+// Texts out of pieces of what is looked for, cut anywhere. What ends the search is rarer.
 TEST(MessageIdScan, PiecesMakeNoDifference) {
-    const char* fragments[] = {"Message-ID: <",
-                               "Message-Id: <",
-                               "Message-I",
-                               "D: <",
-                               "d: <",
-                               "T",
-                               "To:",
-                               "o: ",
-                               ">",
-                               "<",
-                               "a@b",
-                               "\r\n",
-                               "\r",
-                               "Mess",
-                               "age-ID: <"};
+    const std::string_view whole = "Message-ID: <a@b>\r\nMessage-Id: <To:o: ";
     std::mt19937 random(7);
     for (int round = 0; round < 60000; ++round) {
         std::string text;
         for (auto count = random() % 14; count > 0; --count) {
-            text += fragments[random() % std::size(fragments)];
+            const bool isMarker = random() % 2 == 0;
+            if (isMarker) text += whole.substr(random() % 2 * 19, 13);
+            if (!isMarker) text += whole.substr(random() % whole.size(), 1 + random() % 5);
             if (random() % 16 == 0) text += random() % 2 == 0 ? "To: "s : "\0"s;
         }
         if (random() % 3 != 0) text += "To: ";

@@ -7,7 +7,8 @@
 #include <set>
 #include <tuple>
 
-#include "tests/mapi/scripted_library.h"
+#include "tests/mailstore/mailbox_builder.h"
+#include "tests/mapi/library_double.h"
 
 namespace {
 
@@ -16,7 +17,7 @@ using Lines = std::vector<std::string>;
 
 constexpr const char* kFolder = "C:\\Eudora";
 
-// A session with a scripted library.
+// A session with a library double.
 class MapiTest : public ::testing::Test {
   protected:
     MapiTest() {
@@ -24,17 +25,19 @@ class MapiTest : public ::testing::Test {
         EXPECT_EQ(mapi.MapiLogon(), 1);
         library.calls.clear();
     }
-    void TearDown() override {
-        mapi.UnloadMapiLibrary();
-        EXPECT_EQ(library.badCalls, 0);
-        EXPECT_EQ(library.LiveRecords(), 0U);
-    }
+    void TearDown() override { mapi.UnloadMapiLibrary(); }
 
-    void SetMails(std::string_view ids) {
-        library.mailbox.clear();
-        for (const char id : ids) {
-            const std::string text(1, id);
-            library.mailbox.push_back({.id = text, .subject = text, .flags = 7, .tempFiles = 2});
+    // Unread mails with the ids 1, 2, ..., whose subjects are their ids, each with two files.
+    void SetMails(std::uint32_t count) {
+        MailboxBuilder box;
+        for (std::uint32_t id = 1; id <= count; ++id) {
+            box.Mail(id, MailText({"Subject: " + mailbox::IndexIdOf(id)},
+                                  "\r\nAttachment Converted: \"a\"\r\n"
+                                  "\r\nAttachment Converted: \"b\"\r\n"));
+        }
+        box.Put(machine.files, kFolder);
+        for (const char* name : {"a", "b"}) {
+            machine.files.Put(std::string(kFolder) + "\\Attach\\" + name, "x");
         }
     }
     MapiMessage* Current() {
@@ -44,14 +47,14 @@ class MapiTest : public ::testing::Test {
         return message;
     }
     platform::testing::TestSystem machine;
-    ScriptedLibrary library{machine, kFolder};
+    LibraryDouble library{machine, kFolder};
     CMapi mapi{machine.system};
 };
 
-// The agreed conversation with a library whose mailbox has the mails A to F, each with two files,
+// The agreed conversation with a library whose mailbox has the mails 1 to 6, each with two files,
 // and what is then known of the mail in hand.
 struct Model {
-    static constexpr std::string_view kMails = "ABCDEF";
+    static constexpr std::uint32_t kMails = 6;
 
     int Result() const { return error == 0 ? 1 : error == mapi::kNoMessages ? 0 : -1; }
     int Call(Entry entry, const std::string& word) {
@@ -91,13 +94,14 @@ struct Model {
         isLibrarys = false;
     }
     bool Find(const std::string& seed) {
-        const auto at = seed == "-" ? 0 : seed.size() == 1 ? kMails.find(seed) + 1 : 99;
+        const bool isFirst = seed == "-" || seed.empty();
+        const auto last = isFirst ? 0 : mailbox::ExactMsgIdOf(seed).value_or(99);
         Try([&] {
-            if (Call(Entry::kFindNext, "find " + seed) == 1 && at >= kMails.size()) {
-                error = at == kMails.size() ? mapi::kNoMessages : mapi::kInvalidMessage;
+            if (Call(Entry::kFindNext, "find " + seed) == 1 && last >= kMails) {
+                error = last == kMails ? mapi::kNoMessages : mapi::kInvalidMessage;
             }
         });
-        if (error == 0) Name(std::string(1, kMails[at]));
+        if (error == 0) Name(mailbox::IndexIdOf(last + 1));
         return error == 0;
     }
     int Read() {
@@ -108,7 +112,7 @@ struct Model {
         });
         ++sleeps;
         if (error != 0) return -1;
-        Show(id, 7);
+        Show(id, 1);
         isLibrarys = true;
         temporary = 2;
         return 1;
@@ -163,13 +167,18 @@ TEST_F(MapiTest, SpeaksWithTheLibraryAsAgreed) {
     const std::pair<std::uint32_t, std::uint32_t> statuses[] = {
         {1, 1}, {0x20001, 0}, {0x20004, 4}, {0, 0}, {3, 3}, {0x8002, 0x8002}, {2, 0}, {0x20002, 0}};
     SetMails(Model::kMails);
+    library.isWriting = false;
     Model model;
     std::vector<MapiMessage*> queue;
     std::mt19937 random(7);
     auto [status, flags] = statuses[0];
     int step = 0;
     const auto hasFiles = [&] {
-        return machine.files.AllFiles().size() == model.stored.size() + model.temporary;
+        auto files = machine.files.AllFiles();
+        std::erase_if(files, [](const std::string& path) {
+            return path.starts_with(kFolder) || path.ends_with(".lock");
+        });
+        return files.size() == model.stored.size() + model.temporary;
     };
     library.onSend = [&](const MapiMessage& message) {
         EXPECT_TRUE(message.flFlags == 0 && *mapi.MsgID() == '\0' && hasFiles());
@@ -200,7 +209,7 @@ TEST_F(MapiTest, SpeaksWithTheLibraryAsAgreed) {
         [&] { EXPECT_EQ(mapi.MoveFirst(), model.First()); },
         [&] { EXPECT_EQ(mapi.MoveNext(), model.Next()); },
         [&] {
-            const std::string own = model.id, other(1, "ABCDEFZ"[random() % 7]);
+            const std::string own = model.id, other = mailbox::IndexIdOf(1 + random() % 7);
             const int result = mapi.GoToEmail(status == 2 ? mapi.MsgID() : other.c_str());
             EXPECT_EQ(result, model.GoTo(status == 2 ? own : other));
         },
@@ -325,27 +334,33 @@ TEST_F(MapiTest, WithoutAWholeLibraryEverythingFails) {
     EXPECT_EQ(none.MapiLogon(), 0);
     EXPECT_EQ(none.LastError(), 3U);
     none.MapiLogoff();
-    SetMails("A");
+    SetMails(1);
     ASSERT_EQ(mapi.MoveFirst(), 1);
     library.Install(kFolder, "MAPILogon");
     EXPECT_EQ(mapi.LoadMapiLibrary(kFolder), 0);
-    EXPECT_EQ(library.calls, (Lines{"logon", "find -", "read A", "free A"}));
+    EXPECT_EQ(library.calls, (Lines{"logon", "find -", "read 0x00000001", "free 0x00000001"}));
 }
 
 // The library finds the first of two equal ids as the seed, so what lies behind the second one is
 // out of reach.
 TEST_F(MapiTest, ASeekEndsWhateverTheIdsAre) {
-    for (const char* ids : {"AACDEFG", "ABADEFG", "ABCDEAG", "ABCDDFG", "ABCCEFG", "ABCDBFG"}) {
-        SetMails(ids);
+    SetMails(7);
+    for (const std::string ids :
+         {"1134567", "1214567", "1234517", "1234467", "1233567", "1234267"}) {
+        library.idBehind = [&](const std::string& seed) {
+            const auto at = seed.empty() ? 0 : ids.find(seed.back()) + 1;
+            return at < ids.size() ? "0x0000000" + ids.substr(at, 1) : "";
+        };
         ASSERT_EQ(mapi.MoveFirst(), 1);
-        for (const std::string target : {"G", "A", "AB", "G"}) {
+        for (const std::string target : {"7", "1", "12", "7"}) {
             library.calls.clear();
-            EXPECT_EQ(mapi.GoToEmail(target.c_str()), target == "A" ? 1 : 0) << ids << target;
+            EXPECT_EQ(mapi.GoToEmail(("0x0000000" + target).c_str()), target == "1" ? 1 : 0)
+                << ids << target;
             EXPECT_LE(library.Count("find"), 40U);
         }
     }
     const std::string longest(mapi::kMessageIdSize - 1, 'x');
-    library.mailbox = {{.id = longest + 'x'}};
+    library.idBehind = [&](auto&) { return longest + 'x'; };
     EXPECT_EQ(mapi.MoveFirst(), -1) << "there is no such mail";
     EXPECT_EQ(mapi.MsgID(), longest);
     mapi.SetMsgID((longest + "yy").c_str());
@@ -353,26 +368,32 @@ TEST_F(MapiTest, ASeekEndsWhateverTheIdsAre) {
 }
 
 TEST_F(MapiTest, GivesTheTextsThatAreThere) {
-    using Text = ScriptedMail::Text;
     const struct {
-        Text originator, subject;
-        std::vector<ScriptedMail::Recipient> recipients;
+        const char *originator, *subject;
+        std::vector<std::pair<std::uint32_t, const char*>> recipients;
         const char* texts;
     } rows[] = {
         {"A <b@c>", "s", {{1, "a@b"}, {2, "c@d"}, {1, "SMTP:e@f"}}, "b@c|a@b; e@f|c@d|-|s|"},
         {"a", "", {{3, "xSMTP:a"}, {3, "smtp:b"}}, "a|-|-|xSMTP:a; smtp:b||"},
-        {"<<b>a", {}, {{1, "SMTP:"}, {1, "a"}}, "b|; a|-|-|-|"},
-        {"a<>>b>c", {}, {{1, {}}, {1, "a"}, {1, {}}}, "b|a|-|-|-|"},
-        {"a>b<", {}, {{0, "a"}, {4, "b"}}, "a|-|-|-|-|"},
-        {"<>", {}, {}, "-|-|-|-|-|"},
-        {{}, {}, {}, "-|-|-|-|-|"}};
+        {"<<b>a", nullptr, {{1, "SMTP:"}, {1, "a"}}, "b|; a|-|-|-|"},
+        {"a<>>b>c", nullptr, {{1, nullptr}, {1, "a"}, {1, nullptr}}, "b|a|-|-|-|"},
+        {"a>b<", nullptr, {{0, "a"}, {4, "b"}}, "a|-|-|-|-|"},
+        {"<>", nullptr, {}, "-|-|-|-|-|"},
+        {nullptr, nullptr, {}, "-|-|-|-|-|"}};
     EXPECT_EQ(mapi.MailText(MailField::kSubject), std::nullopt);
     for (const auto& row : rows) {
-        library.mailbox = {{.id = "A",
-                            .originator = row.originator,
-                            .subject = row.subject,
-                            .recipients = row.recipients}};
-        ASSERT_EQ(mapi.MoveFirst(), 1);
+        const auto text = [](const char* from) { return const_cast<char*>(from); };
+        MapiRecipDesc originator{0, 0, text(row.originator), nullptr, 0, nullptr};
+        std::vector<MapiRecipDesc> recipients;
+        for (const auto& [kind, address] : row.recipients) {
+            recipients.push_back({0, kind, nullptr, text(address), 0, nullptr});
+        }
+        MapiMessage message{};
+        message.lpszSubject = text(row.subject);
+        message.lpOriginator = &originator;
+        message.nRecipCount = static_cast<std::uint32_t>(recipients.size());
+        message.lpRecips = recipients.data();
+        ASSERT_EQ(mapi.UpdateMail(&message), 1);
         std::string texts;
         for (const auto field : {MailField::kFrom, MailField::kTo, MailField::kCc, MailField::kBcc,
                                  MailField::kSubject}) {

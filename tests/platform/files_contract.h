@@ -6,7 +6,6 @@
 #include <memory>
 #include <optional>
 #include <ostream>
-#include <set>
 #include <string>
 
 #include "platform/os/system.h"
@@ -29,6 +28,12 @@ std::optional<platform::ErrorCode> CodeOf(const Result& result) {
     return result.Error().code;
 }
 
+// Why it failed, without names and numbers; empty if it did not.
+template <class Result>
+std::string Reason(const Result& result) {
+    return result ? "" : platform::Failure{result.Error().code, {}}.Message();
+}
+
 // One file system under test with an empty folder to work in. Names are matched without regard to
 // case where paths are Windows paths, and only there.
 struct FilesStore {
@@ -36,16 +41,24 @@ struct FilesStore {
     platform::Files& files;
     std::string root;  // ends in a separator
     std::function<void(const std::string& name)> makeReadOnly;
+
+    // The path of a name, whose folders end in slashes.
+    std::string At(std::string_view name) const {
+        std::string path = root;
+        for (const char byte : name) path += byte == '/' ? files.Separator() : byte;
+        return path;
+    }
 };
 
 // The promises of platform::Files, the same for every implementation.
 class FilesContract : public ::testing::TestWithParam<FilesStore (*)()> {
   protected:
-    std::string At(std::string_view name) const { return m_store.root + std::string(name); }
+    std::string At(std::string_view name) const { return m_store.At(name); }
     void Put(std::string_view name, std::string_view content);
     // The text of the failure if the file cannot be read.
     std::string Content(std::string_view name);
-    std::set<std::string> Names(std::string_view pattern = "*");
+    // In the order of their bytes; folders end in a slash.
+    std::string Names(std::string_view pattern = "*");
 
     FilesStore m_store = GetParam()();
     platform::Files& m_files = m_store.files;

@@ -12,10 +12,12 @@
 #include "platform/mfc/ole_date_time.h"
 #include "platform/os/little_endian.h"
 #include "platform/testing/memory_registry.h"
+#include "tests/support/table.h"
 
 namespace {
 
 using namespace std::string_literals;
+using test::Table;
 
 TEST(KvUtilTest, TextBlocksComeFromPlainNew) {
     char* block = nullptr;
@@ -37,15 +39,14 @@ TEST(KvUtilTest, TextHelpers) {
     CString out;
     EXPECT_EQ(GetFilename("C:\\a\\b.txt", out), RRC_OK);
     EXPECT_EQ(out, "b.txt");
-    using Row = std::tuple<const char*, const char*, const char*, int, const char*>;
     for (const auto& [before, find, replacement, count, result] :
-         {Row{"a.b.c", ".", "..", -1, "a..b..c"}, Row{"a.b.c", ".", "", 1, "ab.c"},
-          Row{"abc", "", "x", -1, "abc"}, Row{"abc", "b", nullptr, -1, "ac"},
-          Row{"abc", "b", "x", 0, "abc"}}) {
+         Table<std::string, std::string, std::string, int, std::string>("texts replaced")) {
         CString text(before);
-        EXPECT_EQ(FindReplace(text, find, replacement, count), RRC_OK);
-        EXPECT_EQ(text, result);
+        EXPECT_EQ(FindReplace(text, find.c_str(), replacement.c_str(), count), RRC_OK);
+        EXPECT_EQ(text.Str(), result);
     }
+    EXPECT_EQ(FindReplace(out, "b", nullptr, -1), RRC_OK);
+    EXPECT_EQ(out, ".txt");
     unsigned char digits[] = "123456789";
     unsigned sum = 0;
     EXPECT_EQ(ComputeCheckSum(digits, 5, sum, 1), RRC_OK);
@@ -100,20 +101,16 @@ TEST(AttachmentTextTest, AnyBytesComeBackAndDamagedLinesEndTheList) {
     EXPECT_TRUE(std::equal(list.begin(), list.end(), back.begin(), back.end(), same));
 
     EXPECT_EQ(StrToAttachmentInfo("1\t0\tx\ty\tz", back), RRC_OK) << "a last line without LF";
-    for (const char* bad :
-         {"\n", "1\t0\tx\ty\n", "1\t0\tx\ty\tz\tmore\n", "x\t0\tx\ty\tz\n", "1\t-1\tx\ty\tz\n",
-          "4294967296\t0\tx\ty\tz\n", "1\t0\tx\ty\tC:\\temp\n", "1\t0\tx\ty\tz\r\n",
-          "1\t0\tx\ty\tz\\", "1\t0\tx\\q\ty\tz\n"}) {
-        EXPECT_EQ(StrToAttachmentInfo(("7\t0\ta\tb\tc\n"s + bad).c_str(), back), RRC_FAILED);
+    for (const auto& [line, end] :
+         Table<std::string, std::string>("lines that are no attachments")) {
+        const std::string bad = line + end;
+        EXPECT_EQ(StrToAttachmentInfo(("7\t0\ta\tb\tc\n" + bad).c_str(), back), RRC_FAILED);
         EXPECT_EQ(back.GetSize(), 1) << "what stood before it: " << bad;
     }
 }
 
 TEST(ArchiveTest, TextLengthsHaveTheirThreeForms) {
-    using Row = std::pair<std::size_t, std::string>;
-    for (const auto& [length, head] :
-         {Row{0, "\0"s}, Row{254, "\xFE"}, Row{255, "\xFF\xFF\x00"s}, Row{65533, "\xFF\xFD\xFF"},
-          Row{65534, "\xFF\xFF\xFF\xFE\xFF\x00\x00"s}}) {
+    for (const auto& [length, head] : Table<std::size_t, std::string>("lengths in archives")) {
         CString text(std::string(length, 'z')), back;
         std::string bytes;
         CArchive(bytes).Text(text);

@@ -1,10 +1,8 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <signal.h>
-#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "platform/os/safe_write.h"
@@ -23,34 +21,31 @@ TEST(PosixFiles, SharingHoldsBetweenProcessesAndEndsWithThem) {
     const TempFolder folder;
     const std::string path = folder / "f";
     WriteDisk(path, "content");
-    int ready[2];
-    ASSERT_EQ(pipe(ready), 0);
-    const pid_t child = fork();
-    if (child == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        const auto file = NativeFiles().Open(path, OpenMode::kReadWrite, Share::kRead);
-        if (file && write(ready[1], "y", 1) == 1) pause();
-        _exit(0);
-    }
-    close(ready[1]);
-    char word = 0;
-    EXPECT_EQ(read(ready[0], &word, 1), 1);
-    close(ready[0]);
-    EXPECT_TRUE(NativeFiles().Open(path, OpenMode::kRead, Share::kReadWrite));
-    const auto refused = NativeFiles().Open(path, OpenMode::kRead, Share::kRead);
-    EXPECT_EQ(CodeOf(refused), ErrorCode::kSharingViolation);
-    EXPECT_TRUE(!refused && refused.Error().systemError != 0) << "no cause for the log";
-    EXPECT_EQ(CodeOf(platform::WriteWhole(NativeFiles(), path, "x")), ErrorCode::kSharingViolation);
+    auto& files = NativeFiles();
+    auto ours = files.Open(path, OpenMode::kReadWrite, Share::kRead);
+    const auto openBesideUs = [&] {
+        const auto refused = files.Open(path, OpenMode::kRead, Share::kRead);
+        const bool hasCause = !refused && refused.Error().systemError != 0;  // for the log
+        const bool isKept = files.Open(path, OpenMode::kRead, Share::kReadWrite) && hasCause &&
+                            CodeOf(refused) == ErrorCode::kSharingViolation &&
+                            CodeOf(platform::WriteWhole(files, path, "x")) == CodeOf(refused);
+        _exit(isKept ? 0 : 1);
+    };
+    EXPECT_EXIT(openBesideUs(), ::testing::ExitedWithCode(0), "");
     EXPECT_EQ(ReadDisk(path), "content");
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
-    EXPECT_TRUE(platform::WriteWhole(NativeFiles(), path, "x"));
+    ASSERT_TRUE((*ours)->Close());
+    const auto dieWithIt = [&] {
+        const auto theirs = files.Open(path, OpenMode::kReadWrite, Share::kNone);
+        raise(theirs ? SIGKILL : SIGABRT);
+    };
+    EXPECT_EXIT(dieWithIt(), ::testing::KilledBySignal(SIGKILL), "");
+    EXPECT_TRUE(platform::WriteWhole(files, path, "x"));
     // Another user's lock on all of the file, as anybody can hold it who may only read it.
     const platform::posix::FileHandle reader(open(path.c_str(), O_RDONLY));
     struct flock lock = {};
     lock.l_type = F_RDLCK;
     ASSERT_EQ(fcntl(reader.Get(), F_OFD_SETLK, &lock), 0);
-    EXPECT_TRUE(NativeFiles().Open(path, OpenMode::kReadWrite, Share::kNone));
+    EXPECT_TRUE(files.Open(path, OpenMode::kReadWrite, Share::kNone));
 }
 
 TEST(PosixFiles, PermissionsOfNewAndOldFiles) {
@@ -128,6 +123,7 @@ TEST(PosixFiles, WhatIsPlantedAtANameHarmsNobody) {
 TEST(PosixFiles, ACopyThatFailsNamesTheFileAndLeavesNothing) {
     const TempFolder folder;
     WriteDisk(folder / "large", std::string(5000, 'x'));
+    EXPECT_TRUE(NativeFiles().IsFree(folder / "large/x"));
     std::filesystem::create_directories(folder / "folder/inside");
     // Files longer than this cannot be written.
     rlimit old = {};

@@ -1,8 +1,6 @@
 #include <gmock/gmock.h>
 
-#include <cmath>
-#include <tuple>
-
+#include "tests/support/table.h"
 #include "text/ascii.h"
 #include "text/calendar.h"
 #include "text/double_byte.h"
@@ -81,16 +79,7 @@ TEST(Utf, OneByteIsTakenOfWhatIsNoCharacter) {
 }
 
 TEST(Calendar, OleDatesAreMomentsAndTimesHaveTexts) {
-    const std::pair<double, const char*> rows[] = {
-        {29222.0856943287, "1980-01-02T02:03:24"},
-        {36526.9999999, "2000-01-02T00:00:00"},  // not a second 60
-        {-1.25, "1899-12-29T06:00:00"},          // the fraction still counts forward
-        {-657434.99, "0100-01-01T23:45:36"},
-        {2958465.5, "9999-12-31T12:00:00"},
-        {2958466.0, ""},
-        {-657435.0, ""},
-        {std::nan(""), ""}};
-    for (const auto& [ole, expected] : rows) {
+    for (const auto& [ole, expected] : Table<double, std::string>("OLE dates")) {
         const auto time = text::FromOleDate(ole);
         EXPECT_EQ(time ? text::IsoText(*time) : "", expected);
         EXPECT_TRUE(!time || text::FromOleDate(text::ToOleDate(*time).value_or(0)) == time) << ole;
@@ -105,18 +94,7 @@ TEST(Calendar, OleDatesAreMomentsAndTimesHaveTexts) {
 }
 
 TEST(Calendar, ReadsDatesOfMails) {
-    const std::pair<const char*, const char*> rows[] = {
-        {"2 Jan 1980 02:03 +0000", "1980-01-02T02:03:00+0000"},
-        {"Fri, 31 Dec 1999 23:59:60 -0330", "1999-12-31T23:59:59-0330"},
-        {"Mon, 5 Jul 99 08:00:00 EDT", "1999-07-05T08:00:00-0400"},
-        {"Mon, 5 Jul 49 08:00:00 Z", "2049-07-05T08:00:00+0000"},
-        {"Mon, 5 Jul 104 08:00:00 PST", "2004-07-05T08:00:00-0800"},
-        {"Mon (a, (comment) 7), 5 (x) July 2004 08:00:00 +0900 (JST)", "2004-07-05T08:00:00+0900"},
-        {"Wed Jan 02 02:03:55 1980", "1980-01-02T02:03:55"},
-        {"Thu, 30 Feb 2020 12:00:00 +0000", ""},
-        {"1 Jan 2020 24:00:00 +0000", ""},
-        {"1 Jan 1066 12:00 +0000", ""}};
-    for (const auto& [mail, expected] : rows) {
+    for (const auto& [mail, expected] : Table<std::string, std::string>("dates of mails")) {
         const auto date = text::ReadMailDate(mail);
         const auto zone = date && date->zone ? text::ZoneText(*date->zone) : "";
         EXPECT_EQ(date ? text::IsoText(date->time) + zone : "", expected) << mail;
@@ -124,14 +102,13 @@ TEST(Calendar, ReadsDatesOfMails) {
 }
 
 TEST(Path, Splits) {
-    using Row = std::tuple<const char*, const char*, unsigned>;
-    for (const auto& [path, expected, codePage] :
-         {Row{"C:\\a\\b.c\\d.e.txt", "C:|\\a\\b.c\\|d.e|.txt", 1252}, Row{"C:d", "C:||d|", 1252},
-          Row{"\\a/b.", "|\\a/|b|.", 1252}, Row{"C:\\a.b\\", "C:|\\a.b\\||", 1252},
-          Row{"\x95\\a", "|\x95\\|a|", 1252}, Row{"x\\\x95\\\\b", "|x\\\x95\\\\|b|", 932}}) {
+    using Parts = std::array<std::string, 4>;
+    for (const auto& [codePage, path, drive, folder, name, extension] :
+         Table<unsigned, std::string, std::string, std::string, std::string, std::string>(
+             "parts of paths")) {
         const auto parts = text::SplitPath(path, codePage);
-        EXPECT_EQ(parts.drive + '|' + parts.folder + '|' + parts.name + '|' + parts.extension,
-                  expected);
+        EXPECT_EQ((Parts{parts.drive, parts.folder, parts.name, parts.extension}),
+                  (Parts{drive, folder, name, extension}));
         EXPECT_EQ(text::JoinPath(parts), path);
         EXPECT_EQ(text::NameIn(path, codePage), parts.name + parts.extension);
     }
@@ -149,19 +126,13 @@ TEST(Path, Splits) {
 }
 
 TEST(Path, PlainNamesLeadNowhere) {
-    for (const auto* name : {"..\\x", "../x", "..", "...", "", "C:x", "a:stream", "con", "lpt9.z",
-                             "Aux .x.y", "CONIN$", "COM\xB2.txt", "com\xC2\xB9", "a\nb", "what?"}) {
-        EXPECT_FALSE(text::IsPlainFileName(name, 1252)) << name;
-        EXPECT_EQ(text::PlainNameIn(name, 1252).find_first_of("/\\:"), std::string::npos) << name;
+    for (const auto& [codePage, name, isPlain] :
+         Table<unsigned, std::string, bool>("names of files")) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(text::IsPlainFileName(name, codePage), isPlain);
+        const auto last = text::PlainNameIn("D:\\a/" + name, codePage);
+        EXPECT_TRUE(isPlain ? last == name : last.find_first_of("/\\:") == last.npos) << last;
     }
-    for (const auto* name :
-         {"..a", ".profile", "CONS", "COM", "COM0", "COM10.x", "\xE9t\xE9.txt"}) {
-        EXPECT_EQ(text::PlainNameIn("D:\\a/"s + name, 1252), name);
-    }
-    // The second byte of a character is no bar, but no character has a slash as its second byte.
-    EXPECT_TRUE(text::IsPlainFileName("\x83\x7C.txt", 932));
-    EXPECT_FALSE(text::IsPlainFileName("\x83\x7C.txt", 1252));
-    EXPECT_FALSE(text::IsPlainFileName("\x81/..\\x", 932));
 }
 
 TEST(MailView, TakesHeaderApart) {
