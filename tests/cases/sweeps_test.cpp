@@ -254,27 +254,6 @@ TEST(PlantedNames, HarmNobody) {
     }
 }
 
-// The cost is bounded by the number of lines, not by what they name.
-TEST(AttachmentLines, ThousandsAreReadAtOnce) {
-    Bench bench;
-    Strings text;
-    for (int i = 0; i < 20000; ++i) {
-        const std::string name = std::to_string(i) + ".txt";
-        text.push_back(R"(Attachment Converted: "C:\Eudora\Attach\)" + name + '"');
-        if (i % 100 == 0) bench.Run("write E/Attach/" + name, {"x"});
-    }
-    bench.Run("mail E/In 0 s a@b.c", text);
-    ASSERT_EQ(bench.Kvsync(kAllMails), 4);
-    ASSERT_EQ(bench.Run("timeout 60 <build>/kvsync " + kMail), 4);
-    const auto mail = Lines(test::ReadDisk(fs::directory_iterator("M/new")->path()));
-    const auto count = [&](const char* part) {
-        return std::ranges::count_if(mail,
-                                     [&](const auto& line) { return line.starts_with(part); });
-    };
-    EXPECT_EQ(count("Content-Disposition: attachment"), 10) << "of the last thousand";
-    EXPECT_EQ(count("Attachment Converted:"), 19990);
-}
-
 TEST(AttachmentLines, LeaveNoCopiesBehind) {
     Bench bench;
     bench.Run("write E/Attach/table.txt", {"high"});
