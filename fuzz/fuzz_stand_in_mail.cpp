@@ -1,8 +1,8 @@
 #include "eumapi/simple_mapi.h"
 #include "fuzz/fuzz.h"
 #include "integration/locate/locate.h"
-#include "mailbox/toc_records.h"
 #include "platform/testing/test_system.h"
+#include "tests/mailstore/mailbox_builder.h"
 
 namespace {
 
@@ -18,13 +18,7 @@ std::size_t Length(const char* text) {
 void Check(std::string_view mail) {
     platform::testing::TestSystem machine(mail.size() % 2 == 0 ? 1252 : 932);
     machine.files.Put("C:\\Eudora\\Attach\\a.txt", "content");
-    machine.files.Put("C:\\Eudora\\In.mbx", mail);
-    mailbox::MsgBlock block;
-    block.dwLength = static_cast<std::uint32_t>(mail.size());
-    block.dwMsgId = 1;
-    auto header = mailbox::TocHeader::Decode(mailbox::NewTocHeader());
-    header.wNumberOfMsgs = 1;
-    machine.files.Put("C:\\Eudora\\In.toc", header.Encode() + block.Encode());
+    MailboxBuilder().Mail(1, mail).Put(machine.files, "C:\\Eudora");
     (void)machine.registry.WriteText(platform::RegistryRoot::kLocalMachine, locate::kAppPathsKey,
                                      locate::kAppPathsFolder, "C:\\Eudora");
     eumapi::SimpleMapi library(machine.system);

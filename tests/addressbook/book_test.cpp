@@ -10,7 +10,6 @@ using platform::testing::Fault;
 namespace {
 
 const std::string kName39(39, 'n');
-const std::string kToc = "C:\\Eudora\\nndbase.toc", kSide = std::string(kBookPath) + ".kvnew";
 
 Texts Keys(CEudoraAB& book) {
     Texts keys;
@@ -110,36 +109,6 @@ TEST_F(BookTest, CutsNicknamesAtWholeCharacters) {
     EXPECT_EQ(CutNickname(pairs, 1252).size(), 27U);
     EXPECT_EQ(CutNickname("a" + pairs, 932).size(), 39U);
     EXPECT_EQ(CutNickname(std::string(26, 'x') + pairs, 932).size(), 28U);
-}
-
-// Every file operation of a save fails once, alone, with a torn write, and for good.
-TEST_F(BookTest, AnyFailureLeavesTheOldFileOrTheNewOne) {
-    const std::string oldText = "alias a 1\r\nalias \"group\" b\r\n";
-    const std::string newText = "alias a 2\r\nalias \"group\" b";
-    const auto play = [&](Fault fault, int n) {
-        CEudoraAB book;
-        Load(book, oldText);
-        machine.files.Put(kToc, "t");
-        Edit(book, "a", ContactField::kEmail, "2");
-        machine.faults.Arm(fault, n, platform::ErrorCode::kNoSpace);
-        const bool isSaved = book.SaveRecords() == RRC_OK;
-        const bool fired = machine.faults.Disarm();
-        EXPECT_EQ(machine.files.OpenCount(), 0);
-        if (fault == Fault::kKill) machine.files.Crash();
-        EXPECT_EQ(Saved(), isSaved ? newText : oldText);
-        const auto errors = DrainErrors();
-        EXPECT_EQ(errors.size(), isSaved ? 0U : 2U);
-        EXPECT_TRUE(isSaved || (errors[0].starts_with(std::string("cannot open ") + kBookPath) &&
-                                errors[1] == "disk full"));
-        const bool isKilled = fault == Fault::kKill;
-        EXPECT_TRUE(isKilled || !machine.files.Get(kSide)) << "a side file is left";
-        EXPECT_FALSE(isKilled && Saved() == newText && machine.files.Get(kToc)) << "a wrong table";
-        EXPECT_EQ(book.SaveRecords(), RRC_OK);
-        EXPECT_EQ(Saved(), newText);
-        EXPECT_EQ(machine.files.AllFiles(), Texts{kBookPath});
-        return fired;
-    };
-    test::ForEveryFault(play, 6);
 }
 
 // Of a file with a bad place the records before it are there, but never written over the whole.

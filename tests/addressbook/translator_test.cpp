@@ -2,8 +2,9 @@
 
 #include "tests/addressbook/book_fixture.h"
 #include "tests/support/failing_allocation.h"
+#include "tests/support/fault_sweep.h"
 
-using test::ForEachFailingAllocation, test::Shortage;
+using test::Fault, test::ForEachFailingAllocation, test::Shortage;
 
 namespace {
 
@@ -55,6 +56,7 @@ TEST_F(TranslatorTest, TakesNullTextsAndKeepsCharactersWhole) {
     EXPECT_EQ(Saved(), "");
 }
 
+const std::string kToc = "C:\\Eudora\\nndbase.toc", kSide = std::string(kBookPath) + ".kvnew";
 const char* const kOther = "C:\\Eudora\\other.txt";
 const std::string kCarla = "Carla-of-a-long-nickname", kLonger = "longer-than-15-bytes";
 
@@ -127,24 +129,21 @@ TEST(BookMemory, WhatFailsHasChangedNothingAndWorksTheNextTime) {
         {"new\nset 2 " + kLonger, "store"},
         {"", "delete " + kCarla},
         {"edit\nset 1 Dora-of-a-long-nickname\nstore\ndelete b", "save"}};
-    const auto sweep = [](const auto& operation, Shortage shortage, bool isRepeated) {
+    const auto sweep = [](const auto& operation, bool isRepeated) {
         const auto& [before, act] = operation;
         SCOPED_TRACE(before + "; " + act);
         Scene idle(before), good(before);
         EXPECT_EQ(good.Do(act), RRC_OK);
         const auto untouched = idle.State(act), done = good.State(act);
         EXPECT_NE(untouched, done);
-        const auto attempt = [&](auto run) {
-            Scene scene(before);
-            RRETURNCODE code = RRC_EOF;
-            EXPECT_TRUE(run([&] { code = scene.Do(act); })) << "thrown at the host";
+        const auto judge = [&](Scene& scene, RRETURNCODE code, const char* reason) {
             EXPECT_TRUE(code == RRC_OK || code == RRC_FAILED) << code;
             EXPECT_EQ(scene.machine.files.OpenCount(), 0);
-            EXPECT_TRUE(shortage == Shortage::kLasting ||
-                        scene.machine.files.AllFiles().size() == 2);
-            if (act == "save" && shortage == Shortage::kOne && scene.Saved() == untouched[0]) {
-                EXPECT_EQ(scene.DrainErrors(),
-                          (Texts{std::string("cannot open ") + kBookPath, "no memory"}));
+            if (act == "save" && reason != nullptr && scene.Saved() == untouched[0]) {
+                const auto errors = scene.DrainErrors();
+                EXPECT_TRUE(errors.size() == 2 && errors[1] == reason &&
+                            errors[0].starts_with(std::string("cannot open ") + kBookPath))
+                    << ::testing::PrintToString(errors);
             }
             if (code == RRC_FAILED && isRepeated) {
                 scene.sink.told.clear();
@@ -156,12 +155,38 @@ TEST(BookMemory, WhatFailsHasChangedNothingAndWorksTheNextTime) {
             EXPECT_TRUE(left == (code == RRC_OK ? done : untouched) || (isWhole && left == done))
                 << ::testing::PrintToString(left);
         };
-        ForEachFailingAllocation(attempt, shortage);
+        for (const auto shortage : {Shortage::kOne, Shortage::kLasting}) {
+            const bool isShort = shortage == Shortage::kOne;
+            const auto attempt = [&](auto run) {
+                Scene scene(before);
+                RRETURNCODE code = RRC_EOF;
+                EXPECT_TRUE(run([&] { code = scene.Do(act); })) << "thrown at the host";
+                EXPECT_TRUE(!isShort || scene.machine.files.AllFiles().size() == 2);
+                judge(scene, code, isShort ? "no memory" : nullptr);
+            };
+            ForEachFailingAllocation(attempt, shortage);
+        }
+        if (act != "save") return;
+        test::ForEveryFault(
+            [&](Fault fault, int n) {
+                Scene scene(before);
+                scene.machine.files.Put(kToc, "t");
+                scene.machine.faults.Arm(fault, n, platform::ErrorCode::kNoSpace);
+                const auto code = scene.Do(act);
+                const bool fired = scene.machine.faults.Disarm(), isKilled = fault == Fault::kKill;
+                if (isKilled) scene.machine.files.Crash();
+                const bool isOld = scene.Saved() == untouched[0];
+                EXPECT_EQ(isOld, code != RRC_OK);
+                EXPECT_FALSE(isKilled && !isOld && scene.machine.files.Get(kToc))
+                    << "a wrong table";
+                EXPECT_TRUE(isKilled || !scene.machine.files.Get(kSide)) << "a side file is left";
+                judge(scene, code, "disk full");
+                return fired;
+            },
+            6);
     };
     for (const auto& operation : operations) {
-        for (const auto shortage : {Shortage::kOne, Shortage::kLasting}) {
-            for (const bool isRepeated : {false, true}) sweep(operation, shortage, isRepeated);
-        }
+        for (const bool isRepeated : {false, true}) sweep(operation, isRepeated);
     }
 }
 

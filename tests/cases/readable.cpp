@@ -58,6 +58,12 @@ std::string BytesOf(std::string_view readable) {
     return bytes.append(at, text.end());
 }
 
+void Replace(std::string& line, const std::string& from, const std::string& to) {
+    for (std::size_t at = 0; (at = line.find(from, at)) != line.npos; at += to.size()) {
+        line.replace(at, from.size(), to);
+    }
+}
+
 std::vector<std::string> Lines(std::string_view text) {
     std::vector<std::string> lines;
     while (!text.empty()) {

@@ -12,6 +12,9 @@ namespace cases {
 std::string Readable(std::string_view bytes);
 std::string BytesOf(std::string_view readable);
 
+// Puts `to` in each place of `from`.
+void Replace(std::string& line, const std::string& from, const std::string& to);
+
 // The lines of a text, without their ends; what stands behind the last end is a line too.
 std::vector<std::string> Lines(std::string_view text);
 

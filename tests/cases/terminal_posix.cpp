@@ -20,9 +20,8 @@ namespace {
 
 constexpr std::size_t kRows = 25, kColumns = 80;
 
-// What a terminal shows after all that was written to it. Of the control
-// sequences it knows those that move and erase; colours and the like change no
-// character.
+// What a VT52 shows after all that was written to it. It has no colours, and each
+// of its control sequences is a letter, but for the one that goes to a place.
 class Screen {
   public:
     void Write(std::string_view bytes) {
@@ -46,7 +45,13 @@ class Screen {
   private:
     // False if the bytes end within a sequence.
     bool Take(std::string_view& rest) {
-        if (rest[0] == '\x1B') return TakeEscape(rest);
+        if (rest[0] == '\x1B') {
+            const std::size_t size = rest.substr(1, 1) == "Y" ? 4 : 2;
+            if (rest.size() < size) return false;
+            Obey(rest.substr(1, size - 1));
+            rest.remove_prefix(size);
+            return true;
+        }
         const char32_t character = text::TakeUtf8(rest);
         if (character == '\r') m_column = 0;
         if (character == '\b' && m_column > 0) --m_column;
@@ -56,35 +61,21 @@ class Screen {
         m_rows[m_row][m_column++] = character;
         return true;
     }
-    bool TakeEscape(std::string_view& rest) {
-        if (rest.size() < 3) return false;
-        const bool hasNumbers = rest[1] == '[';
-        const std::size_t end = hasNumbers ? rest.find_first_not_of("0123456789;?", 2)
-                                           : (rest[1] == '(' || rest[1] == ')' ? 2 : 1);
-        if (end == rest.npos) return false;
-        if (hasNumbers) Obey(rest[end], std::string(rest.substr(2, end - 2)));
-        rest.remove_prefix(end + 1);
-        return true;
-    }
-    void Obey(char what, const std::string& numbers) {
-        const auto semicolon = numbers.find(';');
-        const std::size_t first = std::strtoul(numbers.c_str(), nullptr, 10);
-        const std::size_t second =
-            semicolon == numbers.npos ? 1 : std::strtoul(&numbers[semicolon + 1], nullptr, 10);
-        const std::size_t count = std::max<std::size_t>(first, 1);
+    void Obey(std::string_view what) {
         auto& row = m_rows[m_row];
-        if (what == 'H' || what == 'd') m_row = std::min(count, kRows) - 1;
-        if (what == 'H') m_column = std::min(std::max<std::size_t>(second, 1), kColumns) - 1;
-        if (what == 'G') m_column = std::min(count, kColumns) - 1;
-        if (what == 'A') m_row -= std::min(count, m_row);
-        if (what == 'B') m_row = std::min(m_row + count, kRows - 1);
-        if (what == 'C') m_column = std::min(m_column + count, kColumns - 1);
-        if (what == 'D') m_column -= std::min(count, m_column);
-        if (what == 'K') std::fill(row.begin() + static_cast<long>(m_column), row.end(), U' ');
-        if (what == 'J') {
-            std::fill(row.begin() + static_cast<long>(m_column), row.end(), U' ');
-            for (std::size_t i = first == 2 ? 0 : m_row + 1; i < kRows; ++i) m_rows[i] = kEmpty;
+        if (what[0] == 'A' && m_row > 0) --m_row;
+        if (what[0] == 'B') m_row = std::min(m_row + 1, kRows - 1);
+        if (what[0] == 'C') m_column = std::min(m_column + 1, kColumns - 1);
+        if (what[0] == 'D' && m_column > 0) --m_column;
+        if (what[0] == 'H') m_row = m_column = 0;
+        if (what[0] == 'Y') {
+            m_row = std::min<std::size_t>(what[1] - ' ', kRows - 1);
+            m_column = std::min<std::size_t>(what[2] - ' ', kColumns - 1);
         }
+        if (what[0] != 'J' && what[0] != 'K') return;
+        std::fill(row.begin() + static_cast<long>(m_column), row.end(), U' ');
+        if (what[0] == 'J')
+            std::fill(m_rows.begin() + static_cast<long>(m_row) + 1, m_rows.end(), kEmpty);
     }
     void NextRow() {
         if (++m_row < kRows) return;
@@ -142,7 +133,7 @@ int RunInTerminal(const std::string& line, const std::vector<std::string>& input
     const pid_t program = forkpty(&terminal, nullptr, nullptr, &size);
     if (program < 0) throw std::runtime_error("no terminal");
     if (program == 0) {
-        const std::string command = "exec env TERM=xterm " + line;
+        const std::string command = "exec env TERM=vt52 " + line;
         execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
         _exit(127);
     }

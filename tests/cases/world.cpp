@@ -22,12 +22,6 @@ namespace {
 constexpr bool kIsWindows = fs::path::preferred_separator == L'\\';
 constexpr const char* kBareFolder = R"(C:\\Eudora\\)";  // as JSON tells it
 
-void Replace(std::string& line, const std::string& from, const std::string& to) {
-    for (std::size_t at = 0; (at = line.find(from, at)) != line.npos; at += to.size()) {
-        line.replace(at, from.size(), to);
-    }
-}
-
 std::string Joined(const std::vector<std::string>& lines, const std::string& end) {
     std::string text;
     for (const auto& line : lines) text += line + end;

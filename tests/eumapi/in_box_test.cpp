@@ -97,6 +97,17 @@ TEST_F(StandInTest, ReadsAsMuchOfTheListAsThereIs) {
     EXPECT_EQ(Walk(), "=16");
 }
 
+// Also one that shows in no time stamp.
+TEST_F(StandInTest, LeavesAStateThatEudoraWroteSinceTheListWasRead) {
+    for (const std::uint16_t state : {0, 2}) {
+        MailboxBuilder().Mail(1, Mail("a"), state).Put(machine.files, kEudora);
+        machine.files.SetModified(kInToc, machine.clock.now - std::chrono::hours(1));
+        EXPECT_EQ(Walk(), "1 =16");
+    }
+    ASSERT_NE(Read(1, 0), nullptr);
+    EXPECT_EQ(FileText(kInToc).at(104 + 12), 2);
+}
+
 TEST_F(StandInTest, RefusesWhatNamesNoMailOrSession) {
     MailboxBuilder().Block(0, 0, 0).Block(1, 0, 0).Put(machine.files, kEudora);
     MapiMessage* message = nullptr;

@@ -218,6 +218,10 @@ TEST_F(StandInReadTest, HonoursFlagsAndFreesOnce) {
     EXPECT_EQ(library.FreeBuffer(const_cast<MapiMessage*>(mail)), mapi::kFailure);
     EXPECT_EQ(library.FreeBuffer(nullptr), mapi::kSuccess);
     EXPECT_EQ(FilesIn("C:\\temp").size(), 2U) << "the copies are the caller's";
+    const auto held = machine.files.Open("C:\\Eudora\\Attach\\a.txt",
+                                         platform::OpenMode::kReadWrite, platform::Share::kNone);
+    EXPECT_EQ(Read(1)->nFileCount, 0U) << "another program has it";
+    EXPECT_TRUE((*held)->Close());
     machine.files.LimitDisk(0);
     EXPECT_EQ(Read(1), nullptr) << "not as if there were no such file";
     EXPECT_EQ(code, mapi::kAttachmentWriteFailure);

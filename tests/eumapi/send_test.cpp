@@ -72,11 +72,16 @@ TEST_F(StandInSendTest, QueuesInTheOutBox) {
     session = 0;  // one of its own
     ASSERT_EQ(Send({kSomebody}), mapi::kSuccess);
     EXPECT_EQ(platform::ReadU16(FileText("C:\\Eudora\\Out.toc"), 72), 2);
-    for (const auto& [highest, next] : {std::pair{70000u, 70001u}, {~0u, 3u}}) {
+    const std::tuple<std::uint32_t, std::uint32_t, std::time_t, const char*> rows[] = {
+        {70000, 70001, 315630000, "12:00 PM 1/2/1980 +0900"},
+        {~0U, 3, 315590400, "01:00 AM 1/2/1980 +0900"}};
+    for (const auto& [highest, next, now, date] : rows) {
         const auto out = MailboxBuilder().Block(1, 0, 0).Block(highest, 0, 0).Block(2, 0, 0).Toc();
         machine.files.Put("C:\\Eudora\\Out.toc", out);
+        machine.clock.now = std::chrono::system_clock::from_time_t(now);
         ASSERT_EQ(Send({kSomebody}), mapi::kSuccess);
         EXPECT_EQ(OutBlock(3).dwMsgId, next);
+        EXPECT_EQ(OutBlock(3).szDate, date);
     }
 }
 
