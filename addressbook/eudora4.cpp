@@ -11,7 +11,6 @@
 #include "text/ascii.h"
 #include "text/double_byte.h"
 
-using addressbook::ValueFault;
 using frame::Entered;
 using frame::Guarded;
 using frame::StringId;
@@ -34,17 +33,6 @@ constexpr FieldRow kFields[] = {{ContactField::kNickname, StringId::kContactNick
                                 {ContactField::kFax, StringId::kContactFax, 321},
                                 {ContactField::kEmail, StringId::kContactEmail, 323},
                                 {ContactField::kNote, StringId::kContactNote, 21}};
-
-StringId TextOf(ValueFault fault) {
-    switch (fault) {
-        case ValueFault::kNoLetter:
-            return StringId::kNoLetterOrDigit;
-        case ValueFault::kComma:
-            return StringId::kInvalidNickname;
-        default:
-            return StringId::kAngleBracket;
-    }
-}
 
 }  // namespace
 
@@ -306,16 +294,15 @@ RRETURNCODE CREudora4::IsOkToSetRecord(RWORD, RFIELDCALLBACK pfnGetValue, void* 
 // RRC_OK, RRC_WARNING or RRC_FAILED, with the message queued.
 RRETURNCODE CREudora4::CheckField(const CREudoraField& field, LPCTSTR text) {
     const auto fault = addressbook::FaultOf(FieldOfId<ContactField>(field.m_csFieldId), text);
-    if (fault == ValueFault::kNone) return RRC_OK;
+    if (!fault) return RRC_OK;
     const auto name = Util().GetString(field.NameId());
-    if (fault == ValueFault::kTooLong) {
-        const auto warning =
-            Util().FormatString(StringId::kNicknameTooLong, name, addressbook::kNicknameLimit);
+    if (*fault == StringId::kNicknameTooLong) {
+        const auto warning = Util().FormatString(*fault, name, addressbook::kNicknameLimit);
         KV_LOG(3, "%s", warning.Str().c_str());
         Util().AddWarningText(warning);
         return RRC_WARNING;
     }
-    const auto error = Util().FormatString(TextOf(fault), name);
+    const auto error = Util().FormatString(*fault, name);
     KV_LOG(1, "%s", error.Str().c_str());
     Util().AddErrorText(error);
     return RRC_FAILED;

@@ -10,6 +10,8 @@ namespace addressbook {
 
 namespace {
 
+using frame::StringId;
+
 constexpr char kLineBreak = 0x03;
 constexpr std::string_view kPunctuation = " .,;-()'\r\n\t~!@#$%^&*_+=<>?/";
 
@@ -61,15 +63,16 @@ std::string NicknameOfName(std::string name, unsigned codePage) {
     return std::string(trimmed.substr(0, std::min(size, trimmed.find('\0'))));
 }
 
-ValueFault FaultOf(ContactField field, std::string_view value) {
+std::optional<StringId> FaultOf(ContactField field, std::string_view value) {
     if (field == ContactField::kName && value.find_first_not_of(kPunctuation) == value.npos) {
-        return ValueFault::kNoLetter;
+        return StringId::kNoLetterOrDigit;
     }
     if (field == ContactField::kNickname) {
-        if (value.find(',') != value.npos) return ValueFault::kComma;
-        if (value.size() > kNicknameLimit) return ValueFault::kTooLong;
+        if (value.find(',') != value.npos) return StringId::kInvalidNickname;
+        if (value.size() > kNicknameLimit) return StringId::kNicknameTooLong;
     }
-    return value.find_first_of("<>") == value.npos ? ValueFault::kNone : ValueFault::kAngleBracket;
+    if (value.find_first_of("<>") != value.npos) return StringId::kAngleBracket;
+    return std::nullopt;
 }
 
 }  // namespace addressbook

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "frame/interface/field_ids.h"
+#include "frame/string_id.h"
 
 namespace addressbook {
 
@@ -24,14 +26,9 @@ std::string_view CutNickname(std::string_view text, unsigned codePage);
 // A nickname made of the name, for a record without one.
 std::string NicknameOfName(std::string name, unsigned codePage);
 
-// The first fault of a value for that field.
-enum class ValueFault {
-    kNone,
-    kNoLetter,  // of a name: empty, or punctuation alone
-    kComma,     // of a nickname
-    kTooLong,   // of a nickname
-    kAngleBracket
-};
-ValueFault FaultOf(ContactField field, std::string_view value);
+// The text that tells the first fault of a value for that field: kNoLetterOrDigit of a name that is
+// empty or punctuation alone, kInvalidNickname of a nickname with a comma, kNicknameTooLong of one
+// that will be cut, kAngleBracket. Nothing for a sound value.
+std::optional<frame::StringId> FaultOf(ContactField field, std::string_view value);
 
 }  // namespace addressbook

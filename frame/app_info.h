@@ -44,8 +44,20 @@ class CREudoraFieldArray : public CArray<CREudoraField> {
     void Serialize(CArchive& archive);
 };
 
-// The settings record. Sizes are in KB of 1024 bytes, ages in days.
-class CEudoraAppInfo {
+// The options of the mail translator, which its dialog changes. Sizes are in KB of 1024 bytes, ages
+// in days; a switch is 0 or not.
+struct MailOptions {
+    std::int32_t m_bAttachments = 0;  // attachments reach the host at all
+    std::int32_t m_bLimitAttachSize = 1;
+    std::int32_t m_nAttachLimitKB = 5;
+    std::int32_t m_bLimitMailSize = 1;
+    std::int32_t m_bLimitMailAge = 1;
+    std::int32_t m_nMailAgeDays = 7;
+    std::int32_t m_nMailLimitKB = 32;
+};
+
+// The settings record.
+class CEudoraAppInfo : public MailOptions {
   public:
     // All members but m_isLoaded.
     void Serialize(CArchive& archive);
@@ -54,13 +66,6 @@ class CEudoraAppInfo {
 
     COleDateTime m_dtStamp;  // stored and loaded, not used
     CREudoraFieldArray m_fields;
-    std::int32_t m_bAttachments = 0;  // attachments reach the host at all
-    std::int32_t m_bLimitAttachSize = 1;
-    std::int32_t m_nAttachLimitKB = 5;
     CString m_csReserved;  // stored and loaded, not used
-    std::int32_t m_bLimitMailSize = 1;
-    std::int32_t m_bLimitMailAge = 1;
-    std::int32_t m_nMailAgeDays = 7;
-    std::int32_t m_nMailLimitKB = 32;
     bool m_isLoaded = false;
 };

@@ -23,18 +23,6 @@ constexpr int kModeAfterEmpty = 3;        // of Open, after an empty mailbox
 constexpr std::int32_t kReceived = 1;     // a status with this bit is a received mail's
 constexpr std::uint32_t kOutBoxMask = 6;  // statuses of mails that do not stay here
 
-// Settings and dialog name the seven options alike.
-template <class From, class To>
-void CopyOptions(const From& from, To& to) {
-    to.m_bAttachments = from.m_bAttachments;
-    to.m_bLimitAttachSize = from.m_bLimitAttachSize;
-    to.m_nAttachLimitKB = from.m_nAttachLimitKB;
-    to.m_bLimitMailSize = from.m_bLimitMailSize;
-    to.m_bLimitMailAge = from.m_bLimitMailAge;
-    to.m_nMailAgeDays = from.m_nMailAgeDays;
-    to.m_nMailLimitKB = from.m_nMailLimitKB;
-}
-
 }  // namespace
 
 CREudoraMail::~CREudoraMail() {
@@ -99,9 +87,9 @@ RRETURNCODE CREudoraMail::Close(int) {
 
 int CREudoraMail::ShowOptions() {
     CEudoraOptionsDlg dialog(&Util());
-    CopyOptions(m_appInfo, dialog);
+    static_cast<MailOptions&>(dialog) = m_appInfo;
     if (dialog.DoModal() != CEudoraOptionsDlg::kOk) return RRC_CANCELLED;
-    CopyOptions(dialog, m_appInfo);
+    static_cast<MailOptions&>(m_appInfo) = dialog;
     return RRC_OK;
 }
 

@@ -56,7 +56,7 @@ constexpr std::pair<int, StringId> kTexts[] = {
     {CEudoraOptionsDlg::kCancel, StringId::kCancel},
 };
 
-using Value = std::int32_t CEudoraOptionsDlg::*;
+using Value = std::int32_t MailOptions::*;
 
 // A box and what obeys it.
 struct Box {
@@ -70,16 +70,16 @@ constexpr int kSizePart[] = {kSize, kSizeSpin, kSizeUnit};
 constexpr int kAttachmentsPart[] = {kAttachLimit, kAttachSize, kAttachSpin, kAttachUnit};
 constexpr int kAttachLimitPart[] = {kAttachSize, kAttachSpin, kAttachUnit};
 constexpr Box kBoxes[] = {
-    {kAttachments, &CEudoraOptionsDlg::m_bAttachments, kAttachmentsPart},
-    {kAttachLimit, &CEudoraOptionsDlg::m_bLimitAttachSize, kAttachLimitPart},
-    {kSizeLimit, &CEudoraOptionsDlg::m_bLimitMailSize, kSizePart},
-    {kDaysLimit, &CEudoraOptionsDlg::m_bLimitMailAge, kDaysPart},
+    {kAttachments, &MailOptions::m_bAttachments, kAttachmentsPart},
+    {kAttachLimit, &MailOptions::m_bLimitAttachSize, kAttachLimitPart},
+    {kSizeLimit, &MailOptions::m_bLimitMailSize, kSizePart},
+    {kDaysLimit, &MailOptions::m_bLimitMailAge, kDaysPart},
 };
 
 constexpr std::pair<int, Value> kNumbers[] = {
-    {kAttachSize, &CEudoraOptionsDlg::m_nAttachLimitKB},
-    {kSize, &CEudoraOptionsDlg::m_nMailLimitKB},
-    {kDays, &CEudoraOptionsDlg::m_nMailAgeDays},
+    {kAttachSize, &MailOptions::m_nAttachLimitKB},
+    {kSize, &MailOptions::m_nMailLimitKB},
+    {kDays, &MailOptions::m_nMailAgeDays},
 };
 
 constexpr std::size_t kLongestNumber = 31;  // bytes of an edit that are looked at

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <cstdint>
-
+#include "frame/app_info.h"
 #include "platform/os/dialogs.h"
 
 class CEudoraTransUtil;
@@ -11,7 +10,7 @@ class CEudoraTransUtil;
 // after kOk. A typed number may have a sign, leading zeros and surrounding blanks, and may lie
 // outside the range of its spin; one beyond 32 bits becomes the nearest 32-bit number. "-0" and
 // "+0" are no numbers.
-class CEudoraOptionsDlg : public platform::DialogLogic {
+class CEudoraOptionsDlg : public platform::DialogLogic, public MailOptions {
   public:
     static constexpr int kOk = 1;
     static constexpr int kCancel = 2;
@@ -22,10 +21,6 @@ class CEudoraOptionsDlg : public platform::DialogLogic {
 
     void OnInit(platform::DialogView& view) override;
     void OnCommand(platform::DialogView& view, int control) override;
-
-    std::int32_t m_bAttachments = 0, m_bLimitAttachSize = 0, m_bLimitMailSize = 0,
-                 m_bLimitMailAge = 0;
-    std::int32_t m_nAttachLimitKB = 0, m_nMailLimitKB = 0, m_nMailAgeDays = 0;
 
   private:
     void ShowValues(platform::DialogView& view) const;

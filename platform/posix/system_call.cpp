@@ -1,7 +1,5 @@
 #include "platform/posix/system_call.h"
 
-#include <algorithm>
-#include <iterator>
 #include <string>
 
 namespace platform::posix {
@@ -10,26 +8,21 @@ namespace {
 
 using enum ErrorCode;
 
-constexpr std::pair<int, ErrorCode> kCodes[] = {
-    {ENOENT, kNotFound},         {ENOTDIR, kNotFound},
-    {EISDIR, kNotRegular},       {ENODEV, kNotRegular},
-    {ENXIO, kNotRegular},        {ELOOP, kNotRegular},
-    {EACCES, kAccessDenied},     {EPERM, kAccessDenied},
-    {EROFS, kAccessDenied},      {EBADF, kAccessDenied},
-    {ENOTEMPTY, kAccessDenied},  {EAGAIN, kSharingViolation},
-    {EBUSY, kSharingViolation},  {ETXTBSY, kSharingViolation},
-    {EEXIST, kAlreadyExists},    {ENOSPC, kNoSpace},
-    {EDQUOT, kNoSpace},          {ENOMEM, kNoMemory},
-    {EFBIG, kTooLarge},          {EOVERFLOW, kTooLarge},
-    {EINVAL, kInvalidArgument},  {ENAMETOOLONG, kInvalidArgument},
-    {EILSEQ, kInvalidArgument},  {ENOSYS, kNotSupported},
-    {EOPNOTSUPP, kNotSupported}, {EXDEV, kNotSupported}};
+constexpr ErrorGroup kGroups[] = {{kNotFound, {ENOENT, ENOTDIR}},
+                                  {kNotRegular, {EISDIR, ENODEV, ENXIO, ELOOP}},
+                                  {kAccessDenied, {EACCES, EPERM, EROFS, EBADF, ENOTEMPTY}},
+                                  {kSharingViolation, {EAGAIN, EBUSY, ETXTBSY}},
+                                  {kAlreadyExists, {EEXIST}},
+                                  {kNoSpace, {ENOSPC, EDQUOT}},
+                                  {kNoMemory, {ENOMEM}},
+                                  {kTooLarge, {EFBIG, EOVERFLOW}},
+                                  {kInvalidArgument, {EINVAL, ENAMETOOLONG, EILSEQ}},
+                                  {kNotSupported, {ENOSYS, EOPNOTSUPP, EXDEV}}};
 
 }  // namespace
 
 Failure FromErrno(int number, std::string_view context) {
-    const auto found = std::ranges::find(kCodes, number, &std::pair<int, ErrorCode>::first);
-    return {found == std::end(kCodes) ? kIo : found->second, std::string(context), number};
+    return {CodeIn(kGroups, number), std::string(context), number};
 }
 
 }  // namespace platform::posix

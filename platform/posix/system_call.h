@@ -9,29 +9,17 @@
 
 #include "platform/os/libraries.h"
 #include "platform/os/result.h"
+#include "platform/os/system_call.h"
 
 namespace platform::posix {
 
-// Owns a file descriptor; -1 is none.
-class FileHandle {
-  public:
-    explicit FileHandle(int descriptor = -1) : m_descriptor(descriptor) {}
-    FileHandle(FileHandle&& other) noexcept : m_descriptor(other.Release()) {}
-    FileHandle& operator=(FileHandle&& other) noexcept {
-        std::swap(m_descriptor, other.m_descriptor);
-        return *this;
-    }
-    ~FileHandle() {
-        if (m_descriptor >= 0) close(m_descriptor);
-    }
-
-    explicit operator bool() const { return m_descriptor >= 0; }
-    int Get() const { return m_descriptor; }
-    int Release() { return std::exchange(m_descriptor, -1); }
-
-  private:
-    int m_descriptor;
+struct Descriptor {
+    using Value = int;
+    static constexpr int kNone = -1;
+    static bool IsHandle(int descriptor) { return descriptor >= 0; }
+    static void Close(int descriptor) { close(descriptor); }
 };
+using FileHandle = Owned<Descriptor>;
 
 // The failure of a system call on the thing named `context`, from its errno.
 Failure FromErrno(int number, std::string_view context);

@@ -6,21 +6,13 @@ namespace platform::windows {
 
 namespace {
 
-// Owns an open key; null if it could not be opened.
-class Key {
-  public:
-    Key() = default;
-    Key(const Key&) = delete;
-    Key& operator=(const Key&) = delete;
-    ~Key() {
-        if (m_key != nullptr) RegCloseKey(m_key);
-    }
-    HKEY Get() const { return m_key; }
-    HKEY* Out() { return &m_key; }
-
-  private:
-    HKEY m_key = nullptr;
+struct OpenKey {
+    using Value = HKEY;
+    static constexpr HKEY kNone = nullptr;
+    static bool IsHandle(HKEY key) { return key != nullptr; }
+    static void Close(HKEY key) { RegCloseKey(key); }
 };
+using Key = Owned<OpenKey>;
 
 HKEY RootOf(RegistryRoot root) {
     return root == RegistryRoot::kLocalMachine ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER;

@@ -1,7 +1,5 @@
 #include "platform/windows/system_call.h"
 
-#include <algorithm>
-#include <iterator>
 #include <string>
 
 namespace platform::windows {
@@ -10,52 +8,34 @@ namespace {
 
 using enum ErrorCode;
 
-constexpr std::pair<int, ErrorCode> kCodes[] = {{ERROR_FILE_NOT_FOUND, kNotFound},
-                                                {ERROR_PATH_NOT_FOUND, kNotFound},
-                                                {ERROR_MOD_NOT_FOUND, kNotFound},
-                                                {ERROR_INVALID_DRIVE, kNotFound},
-                                                {ERROR_BAD_NETPATH, kNotFound},
-                                                {ERROR_BAD_NET_NAME, kNotFound},
-                                                {ERROR_NOT_READY, kNotFound},
-                                                {ERROR_DIRECTORY, kNotFound},
-                                                {ERROR_ACCESS_DENIED, kAccessDenied},
-                                                {ERROR_WRITE_PROTECT, kAccessDenied},
-                                                {ERROR_DIR_NOT_EMPTY, kAccessDenied},
-                                                {ERROR_PRIVILEGE_NOT_HELD, kAccessDenied},
-                                                {ERROR_SHARING_VIOLATION, kSharingViolation},
-                                                {ERROR_LOCK_VIOLATION, kSharingViolation},
-                                                {ERROR_USER_MAPPED_FILE, kSharingViolation},
-                                                {ERROR_BUSY, kSharingViolation},
-                                                {ERROR_CURRENT_DIRECTORY, kSharingViolation},
-                                                {ERROR_ALREADY_EXISTS, kAlreadyExists},
-                                                {ERROR_FILE_EXISTS, kAlreadyExists},
-                                                {ERROR_DISK_FULL, kNoSpace},
-                                                {ERROR_HANDLE_DISK_FULL, kNoSpace},
-                                                {ERROR_NOT_ENOUGH_MEMORY, kNoMemory},
-                                                {ERROR_OUTOFMEMORY, kNoMemory},
-                                                {ERROR_FILE_TOO_LARGE, kTooLarge},
-                                                {ERROR_INVALID_NAME, kInvalidArgument},
-                                                {ERROR_BAD_PATHNAME, kInvalidArgument},
-                                                {ERROR_FILENAME_EXCED_RANGE, kInvalidArgument},
-                                                {ERROR_INVALID_PARAMETER, kInvalidArgument},
-                                                {ERROR_NEGATIVE_SEEK, kInvalidArgument},
-                                                {ERROR_NO_UNICODE_TRANSLATION, kInvalidArgument},
-                                                {ERROR_NOT_SUPPORTED, kNotSupported},
-                                                {ERROR_CALL_NOT_IMPLEMENTED, kNotSupported},
-                                                {ERROR_INVALID_FUNCTION, kNotSupported},
-                                                {ERROR_NOT_SAME_DEVICE, kNotSupported},
-                                                {ERROR_BAD_EXE_FORMAT, kCorrupt},
-                                                {ERROR_BAD_FORMAT, kCorrupt},
-                                                {ERROR_INVALID_EXE_SIGNATURE, kCorrupt},
-                                                {ERROR_EXE_MACHINE_TYPE_MISMATCH, kCorrupt},
-                                                {ERROR_FILE_CORRUPT, kCorrupt}};
+constexpr ErrorGroup kGroups[] = {
+    {kNotFound,
+     {ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ERROR_MOD_NOT_FOUND, ERROR_INVALID_DRIVE,
+      ERROR_BAD_NETPATH, ERROR_BAD_NET_NAME, ERROR_NOT_READY, ERROR_DIRECTORY}},
+    {kAccessDenied,
+     {ERROR_ACCESS_DENIED, ERROR_WRITE_PROTECT, ERROR_DIR_NOT_EMPTY, ERROR_PRIVILEGE_NOT_HELD}},
+    {kSharingViolation,
+     {ERROR_SHARING_VIOLATION, ERROR_LOCK_VIOLATION, ERROR_USER_MAPPED_FILE, ERROR_BUSY,
+      ERROR_CURRENT_DIRECTORY}},
+    {kAlreadyExists, {ERROR_ALREADY_EXISTS, ERROR_FILE_EXISTS}},
+    {kNoSpace, {ERROR_DISK_FULL, ERROR_HANDLE_DISK_FULL}},
+    {kNoMemory, {ERROR_NOT_ENOUGH_MEMORY, ERROR_OUTOFMEMORY}},
+    {kTooLarge, {ERROR_FILE_TOO_LARGE}},
+    {kInvalidArgument,
+     {ERROR_INVALID_NAME, ERROR_BAD_PATHNAME, ERROR_FILENAME_EXCED_RANGE, ERROR_INVALID_PARAMETER,
+      ERROR_NEGATIVE_SEEK, ERROR_NO_UNICODE_TRANSLATION}},
+    {kNotSupported,
+     {ERROR_NOT_SUPPORTED, ERROR_CALL_NOT_IMPLEMENTED, ERROR_INVALID_FUNCTION,
+      ERROR_NOT_SAME_DEVICE}},
+    {kCorrupt,
+     {ERROR_BAD_EXE_FORMAT, ERROR_BAD_FORMAT, ERROR_INVALID_EXE_SIGNATURE,
+      ERROR_EXE_MACHINE_TYPE_MISMATCH, ERROR_FILE_CORRUPT}}};
 
 }  // namespace
 
 Failure FromError(DWORD number, std::string_view context) {
     const int code = static_cast<int>(number);
-    const auto found = std::ranges::find(kCodes, code, &std::pair<int, ErrorCode>::first);
-    return {found == std::end(kCodes) ? kIo : found->second, std::string(context), code};
+    return {CodeIn(kGroups, code), std::string(context), code};
 }
 
 Failure FromLastError(std::string_view context) {

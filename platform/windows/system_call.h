@@ -7,32 +7,21 @@
 #include <utility>
 
 #include "platform/os/result.h"
+#include "platform/os/system_call.h"
 #include "platform/windows/windows_api.h"
 
 namespace platform::windows {
 
-// Owns a kernel handle; null and INVALID_HANDLE_VALUE are none.
-class Handle {
-  public:
-    explicit Handle(HANDLE handle = nullptr) : m_handle(handle) {}
-    Handle(Handle&& other) noexcept : m_handle(other.Release()) {}
-    Handle& operator=(Handle&& other) noexcept {
-        std::swap(m_handle, other.m_handle);
-        return *this;
+// A kernel object. Some calls give null for none, others INVALID_HANDLE_VALUE.
+struct KernelObject {
+    using Value = HANDLE;
+    static constexpr HANDLE kNone = nullptr;
+    static bool IsHandle(HANDLE handle) {
+        return handle != nullptr && handle != INVALID_HANDLE_VALUE;
     }
-    ~Handle() {
-        if (*this) CloseHandle(m_handle);
-    }
-
-    explicit operator bool() const {
-        return m_handle != nullptr && m_handle != INVALID_HANDLE_VALUE;
-    }
-    HANDLE Get() const { return m_handle; }
-    HANDLE Release() { return std::exchange(m_handle, nullptr); }
-
-  private:
-    HANDLE m_handle;
+    static void Close(HANDLE handle) { CloseHandle(handle); }
 };
+using Handle = Owned<KernelObject>;
 
 struct ModuleCloser {
     void operator()(HMODULE module) const { FreeLibrary(module); }
