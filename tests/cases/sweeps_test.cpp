@@ -168,6 +168,11 @@ fs::path Prefix() {
     return fs::directory_iterator("state/kvsync/prefixes")->path();
 }
 
+// The folder of that prefix that a run which was killed left with the attachments of a mail.
+std::string Incoming() {
+    return Prefix() / "drive_c/windows/temp" / ("kvsync-" + Prefix().filename().string() + "-left");
+}
+
 // All that runs read and write, to be put back.
 void Copy(const fs::path& from, const fs::path& to) {
     for (const char* part : {"E", "C", "M", "state", "config", "outside"}) {
@@ -184,6 +189,10 @@ const std::pair<const char*, std::function<void(Bench&, const std::string&)>> kK
      [](Bench&, const std::string& at) { fs::create_symlink(fs::absolute("outside/file"), at); }},
     {"a link to nothing",
      [](Bench&, const std::string& at) { fs::create_symlink(fs::absolute("outside/new"), at); }},
+    {"a link to a folder",
+     [](Bench&, const std::string& at) {
+         fs::create_directory_symlink(fs::absolute("outside"), at);
+     }},
     {"a link to a device",
      [](Bench&, const std::string& at) { fs::create_symlink("/dev/zero", at); }},
     {"a pipe", [](Bench& bench, const std::string& at) { bench.Run("pipe " + at); }}};
@@ -251,11 +260,15 @@ TEST(PlantedNames, HarmNobody) {
          "E/In.mbx E/In.toc E/In.toc.kvnew E/Out.mbx E/Out.toc E/Trash.mbx E/Trash.toc "
          "E/Eudora.ini E/OWNER.LOK E/Attach E/Attach/doc.dat M/new/still M/new/later "
          "M/.Outbox/new/sent " +
-             prefix + "/drive_c/windows/temp/eua.lock"},
+             prefix + "/drive_c/windows/temp/eua.lock " + Incoming()},
         {"restore <time> --eudora E", "E/In.toc.kvnew E/nndbase.toc"}};
     for (const auto& [command, names] : opened) {
         for (const auto& name : Words(names)) {
-            for (const auto& [what, plant] : kKinds) PlantAndRun(bench, command, name, what, plant);
+            for (const auto& [what, plant] : kKinds) {
+                // A folder in the place of a mail is none.
+                if (name.starts_with("M/") && std::string(what).ends_with("a folder")) continue;
+                PlantAndRun(bench, command, name, what, plant);
+            }
         }
     }
 }
@@ -285,10 +298,11 @@ TEST(AttachmentLines, LeaveNoCopiesBehind) {
     Bench bench;
     bench.Run("write E/Attach/table.txt", {"high"});
     bench.Run("mail E/In 0 s a@b.c", {R"(Attachment Converted: "C:\Eudora\Attach\table.txt")"});
+    bench.Run("write M/new/x", {"Subject: x", "", "x"});
     ASSERT_EQ(bench.Kvsync(kAllMails), 4);
     const auto temp = Prefix() / "drive_c/windows/temp";
-    for (const auto& path :
-         {fs::path("E/Attach/table.txt"), temp / "eua1A.tmp", temp / "Qzv1A.tmp"}) {
+    for (const auto& path : {fs::path("E/Attach/table.txt"), temp / "eua1A.tmp", temp / "Qzv1A.tmp",
+                             fs::path(Incoming()) / "letter"}) {
         if (!fs::exists(path)) test::WriteDisk(path, "of a run that was killed");
         fs::permissions(path, fs::perms::owner_read);
     }

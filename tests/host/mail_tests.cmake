@@ -22,9 +22,3 @@ if(NOT WIN32)
 endif()
 
 kv_test(host_output_test SOURCES output_test.cpp DEPENDS host_base)
-
-# On the real disk, through the built library beside the test.
-if(NOT WIN32 AND TARGET kvtEUD)
-    kv_test(mail_writer_test SOURCES mail_writer_test.cpp DEPENDS host_mail)
-    add_dependencies(mail_writer_test kvtEUD EUMAPI32 bundles)
-endif()
