@@ -9,7 +9,6 @@
 #include "host/vcard/card_fields.h"
 #include "host/vcard/content_line.h"
 #include "tests/host/one_of.h"
-#include "tests/support/failing_allocation.h"
 
 namespace host::testing {
 namespace {
@@ -46,35 +45,6 @@ TEST(Card, SaysWhereDamageIsAndKeepsWhatItHad) {
         EXPECT_EQ(error->line, line);
         EXPECT_THAT(error->what, ::testing::HasSubstr(what));
         EXPECT_EQ(card.Serialise(), whole);
-    }
-}
-
-// Twice the size, twice the work, whatever a card is made of.
-TEST(Card, HostileShapesCostInProportionToTheirSize) {
-    const struct {
-        const char *head, *part, *tail;
-    } shapes[] = {{"TEL", ";A=b", ":1"},
-                  {"TEL;TYPE=", "a,", "fax:1"},
-                  {"NOTE:", "\r", "x"},
-                  {"", "TEL;TYPE=fax:1\n", ""},
-                  {"ADR:;;", "a\\n", ";b;c;d"},
-                  {"N:", "a ;", ""},
-                  {"ADR;LABEL=\"", "^n", "\":;;;"},
-                  {"NOTE;CHARSET=ISO-8859-1;ENCODING=QUOTED-PRINTABLE:", "=E9=0A", ""},
-                  {"", "UID:a\n", ""}};
-    for (const auto& shape : shapes) {
-        const auto work = [&](int count) {
-            std::string bytes = std::string("BEGIN:VCARD\nVERSION:4.0\n") + shape.head;
-            for (int i = 0; i < count; ++i) bytes += shape.part;
-            bytes += std::string(shape.tail) + "\nEND:VCARD\n";
-            const auto before = test::BytesRequested();
-            vcard::Card card;
-            EXPECT_FALSE(card.Parse(bytes)) << bytes.substr(0, 80);
-            vcard::WriteFields(card, vcard::ReadFields(card).contact, base::FieldSet::All(), {});
-            EXPECT_FALSE(card.Serialise().empty());
-            return test::BytesRequested() - before;
-        };
-        EXPECT_LT(work(8000), 3 * work(4000)) << shape.head << shape.part;
     }
 }
 
