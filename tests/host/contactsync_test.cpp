@@ -33,6 +33,13 @@ struct MemoryOfPairs : state::PairMemory, MemoryRows<state::RememberedPair> {
     }
 };
 
+// One address book for all.
+BuiltModule& TheModule() {
+    static BuiltModule module(
+        [](const auto& folder) { test::WriteDisk(folder / "nndbase.txt", ""); });
+    return module;
+}
+
 base::Result<translator::TranslatorSession> OpenBook() {
     return translator::TranslatorSession::OpenContacts(
         *TheModule().host, TheModule().setup.eudoraFolder + "\\nndbase.txt");
