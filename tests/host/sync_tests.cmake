@@ -1,4 +1,4 @@
-kv_test(vcard_test SOURCES vcard_test.cpp DEPENDS host_vcard)
+kv_test(vcard_test SOURCES vcard_test.cpp ${PROJECT_SOURCE_DIR}/fuzz/fuzz_vcard.cpp DEPENDS host_vcard)
 kv_test(sync_store_test
     SOURCES state_test.cpp sync_backup_test.cpp
     DEPENDS host_contactsync host_state platform_native platform_testing)
