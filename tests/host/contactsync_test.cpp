@@ -11,6 +11,7 @@
 #include "host/contactsync/execute.h"
 #include "tests/host/built_module.h"
 #include "tests/host/sync_world.h"
+#include "tests/support/failing_allocation.h"
 
 namespace host::testing {
 namespace {
@@ -20,18 +21,6 @@ using base::Field;
 using ::test::Fault;
 using ::testing::IsEmpty;
 using Contents = std::map<std::string, base::Contact>;  // by id
-
-struct MemoryOfPairs : state::PairMemory, MemoryRows<state::RememberedPair> {
-    using MemoryRows::MemoryRows;
-    std::vector<state::Intent> intents;
-
-    base::Result<state::Remembered> Load() override { return state::Remembered{rows, intents}; }
-    base::Status Save(state::MemoryChange& change) override {
-        auto saved = Keep(change.put, change.forget);
-        if (saved && change.intents) intents = *change.intents;
-        return saved;
-    }
-};
 
 // One address book for all.
 BuiltModule& TheModule() {
@@ -51,20 +40,11 @@ struct FaultyBook : contacts::EudoraContacts {
     explicit FaultyBook(SyncWorld& world)
         : EudoraContacts(OpenBook, 1252, std::nullopt), m_world(world) {}
 
-    mutable int asked = 0;  // what it could hold
     std::chrono::system_clock::time_point changedAt{};
 
     std::optional<std::chrono::system_clock::time_point> ChangedAt(
         const base::StoreItem&) const override {
         return changedAt;
-    }
-    base::Contact Hold(const base::Contact& contact) const override {
-        ++asked;
-        return EudoraContacts::Hold(contact);
-    }
-    std::string Nickname(const std::string& base, const std::string& suffix) const override {
-        ++asked;
-        return EudoraContacts::Nickname(base, suffix);
     }
     base::Result<std::string> Add(const base::Contact& values, const std::string& like) override {
         if (auto struck = m_world.Strike("add"); !struck) return struck.Error();
@@ -98,7 +78,7 @@ struct ContactWorld : SyncWorld {
     contacts::EudoraContacts ownBook{OpenBook, 1252, std::nullopt};
     contacts::VdirContacts ownFolder{disk, "C:\\cards", clock, newUid};
     contacts::Stores stores{eudora, folder};
-    MemoryOfPairs memory{*this};
+    MemoryOf<state::Remembered, state::MemoryChange> memory{*this};
 
     ContactWorld() { test::WriteDisk(TheModule().eudora / "nndbase.txt", ""); }
 
@@ -383,10 +363,21 @@ TEST(ContactSync, PlansInProportionToTheContacts) {
     const auto work = [](int contacts) {
         ContactWorld world;
         for (int i = 0; i < contacts; ++i) world.Put(kFolder, "", C("bob|B" + std::to_string(i)));
+        const auto before = test::BytesRequested();
         EXPECT_EQ(world.MakePlan().steps.size(), static_cast<std::size_t>(contacts));
-        return world.eudora.asked;
+        return test::BytesRequested() - before;
     };
     EXPECT_LT(work(200), 3 * work(100));
+}
+
+TEST(Deletions, HaveALimit) {
+    const std::tuple<unsigned long, const char*, unsigned long> rows[] = {
+        {12, "", 10},  {40, "", 10}, {48, "", 12},    {48, "28%", 13},
+        {48, "0%", 0}, {48, "5", 5}, {48, "100%", 48}};
+    for (const auto& [total, limit, allowed] : rows) {
+        EXPECT_EQ(sync::DeletionsAllowed(total, sync::ParseDeleteLimit(limit)), allowed)
+            << total << ", " << limit;
+    }
 }
 
 TEST(VdirContacts, LeavesWhatSomebodyElseChangedMeanwhile) {

@@ -44,7 +44,8 @@ TEST(Growth, HostileShapesCostInProportionToTheirSize) {
         "href=http:x>|<a href=http:x>y</a>|<<|<x-html>|</x-html>|<x-rich>| | \n|> \n|a "
         "\nb\n|\r|\r\r\n|>|From \n|\n|To: a\n|To:\n b\n| f\n|Subject|x: y\n|:|--b\n|--b--\n|\n--|"
         ";A=b~TEL~:1|a,~TEL;TYPE=~fax:1|\r~NOTE:~x|TEL;TYPE=fax:1\n|a\\n~ADR:;;~;b;c;d|a ;~N:|"
-        "^n~ADR;LABEL=\"~\":;;;|=E9=0A~NOTE;CHARSET=ISO-8859-1;ENCODING=QUOTED-PRINTABLE:|UID:a\n");
+        "^n~ADR;LABEL=\"~\":;;;|=E9=0A~NOTE;CHARSET=ISO-8859-1;ENCODING=QUOTED-PRINTABLE:|UID:a\n|<"
+        "~To: |g:~Cc: |; n*1*=x~Content-Type: a/b|\xCC\x81\xCC\xA3~\n");
     for (std::string shape; std::getline(shapes, shape, '|');) {
         std::istringstream pieces(shape);
         std::string part, head, tail;

@@ -146,31 +146,19 @@ TEST(ParseMail, GivesAttachmentsPlainNames) {
          "Content-Type: a/b\nContent-Disposition: attachment; filename");
 }
 
-// Each would cost hours or the stack if it were followed to its end.
-TEST(ParseMail, SurvivesHostileMails) {
-    const auto repeat = [](const std::string& text, std::size_t count) {
-        std::string all;
-        for (; count > 0; --count) all += text;
-        return all;
-    };
-    std::string nested;
+// Parts in parts and parts without end would cost the stack or hours if they were all followed.
+TEST(ParseMail, KeepsAMailThatIsTooComplexAsAFile) {
+    std::string nested = kMixed + "--b\n", many = kMixed, empty = kMixed;
     for (int i = 0; i < 40; ++i) {
         const std::string mark = 'x' + std::to_string(i);
         nested += "Content-Type: multipart/mixed; boundary=" + mark + "\n\n--" + mark + '\n';
     }
-    for (const std::string& message :
-         {kMixed + "--b\n" + nested, kMixed + repeat("--b\n\na\n", 100000),
-          kMixed + repeat("--b\n" + kMixed, 50000),
-          "To: " + repeat("<", 99999) + "\nCc: " + repeat("g:", 99999) + "\n\nx",
-          "Content-Type: text/html\n\n" + repeat("<a ", 2000000),
-          "Content-Type: a/b" + repeat("; n*1*=x", 100000) + "\n\nx",
-          '\n' + repeat("\xCC\x81\xCC\xA3", 300000)}) {
+    for (int i = 0; i < 100000; ++i) many += "--b\n\na\n";
+    for (int i = 0; i < 50000; ++i) empty += "--b\n" + kMixed;
+    for (const std::string& message : {nested, many, empty}) {
         MailFiles world;
         const mail::NewMail mail = world.Parse(message);
-        EXPECT_LT(mail::StoredRecipients(mail.to).size(), 70000u);
-        const bool isTooComplex = message.starts_with(kMixed);
-        EXPECT_EQ(mail.notes.empty(), !isTooComplex && !message.starts_with("To"));
-        if (!isTooComplex) continue;
+        EXPECT_FALSE(mail.notes.empty());
         EXPECT_EQ(mail.attachments.at(0).name, "message.eml");
         EXPECT_EQ(world.Content(mail.attachments[0]), message);
     }

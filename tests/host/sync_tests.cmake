@@ -4,7 +4,8 @@ kv_test(sync_store_test
     DEPENDS host_contactsync host_state platform_native platform_testing)
 # Eudora's side is its file on the disk, through the built library beside the test.
 if(NOT WIN32 AND TARGET kvtEUD)
-    kv_test(contactsync_test SOURCES contactsync_test.cpp DEPENDS host_contactsync platform_testing)
+    kv_test(contactsync_test SOURCES contactsync_test.cpp
+            DEPENDS host_contactsync failing_allocation platform_testing)
     add_dependencies(contactsync_test kvtEUD bundles)
     # Thousands of its saves, each flushed.
     if(EXISTS /dev/shm)
