@@ -1,4 +1,5 @@
 kv_test(vcard_test SOURCES vcard_test.cpp ${PROJECT_SOURCE_DIR}/fuzz/fuzz_vcard.cpp DEPENDS host_vcard)
+target_compile_definitions(vcard_test PRIVATE KV_CARDS="${PROJECT_SOURCE_DIR}/fuzz/corpus/vcard")
 kv_test(sync_store_test
     SOURCES state_test.cpp sync_backup_test.cpp
     DEPENDS host_contactsync host_state platform_native platform_testing)
