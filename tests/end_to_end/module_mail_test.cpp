@@ -173,9 +173,6 @@ TEST(ModuleMail, ReadsAllMailsAndLeavesEudorasFilesAlone) {
         attached,
         "08 Gr\u00F6\u00DFe XL.txt|0E tide-table.txt|0F sail.png|0F prices.csv|10 harbour.bmp|");
     const std::tuple<const char*, double, std::string> rows[] = {
-        {"0C", 46273 + 6.5 / 24,
-         "fair@example.com|friends@example.com|-|ann.harper@example.org|Boat fair news|"
-         "fair.2026.1@example.com"},
         {"0F", 46275 + 13. / 24,
          "ines.ortega@example.com|ann.harper@example.org|bob.smith@example.com; "
          "eve@example.org|-|The new sail|ines.sail@example.com"},

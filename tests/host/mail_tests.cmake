@@ -2,7 +2,8 @@ kv_test(host_mail_test
     SOURCES mail_compose_test.cpp
     DEPENDS host_mail platform_testing)
 if(TARGET kv_gmime)
-    target_sources(host_mail_test PRIVATE mail_parse_test.cpp)
+    target_sources(host_mail_test PRIVATE mail_parse_test.cpp
+                   ${PROJECT_SOURCE_DIR}/fuzz/fuzz_incoming_mail.cpp)
 endif()
 
 # The readers again, compiled so that their branches are counted.

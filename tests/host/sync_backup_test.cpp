@@ -113,6 +113,9 @@ TEST(Backups, LeftoversGoAndAFullDiskIsSeenFirst) {
 
 TEST(Backups, OldOnesGoButTheNewestTenStay) {
     Machine machine;
+    machine.disk.Put("C:\\e\\NNDBASE.TOC", "");
+    EXPECT_THAT(*backup::FilesOfBook(machine.files, kSet[4]),
+                ::testing::ElementsAre(kSet[4], "C:\\e\\NNDBASE.TOC"));
     const auto leftAfter = [&](int days, int made) {
         machine.clock.now += std::chrono::days(days);
         for (int i = 0; i < made; ++i) (void)machine.Make();
