@@ -110,17 +110,14 @@ TEST(CardFields, ChangesOneLineAndKeepsItsShape) {
         {"ADR;LABEL=x:;;x;;;;\n", kAddress, "a, b\nc", "ADR;LABEL=\"a, b^nc\":;;a\\, b\\nc;;;;\n"},
     };
     for (const auto& [before, field, value, after] : cases) {
-        vcard::Card card = Parse(std::string("X:1\n") + before + "REV:1\n");
+        vcard::Card card = Parse(std::string("REV:1\nX:1\n") + before);
         base::Contact contact;
         contact[field] = value;
         base::FieldSet which;
         which.Add(field);
         vcard::WriteFields(card, contact, which, {});
-        std::string body = card.Serialise();
-        const std::string revision = "REV:19700101T000000Z\n";
-        const auto at = body.find(revision);
-        ASSERT_NE(at, body.npos) << body;
-        EXPECT_EQ(body.erase(at, revision.size()), Parse(std::string("X:1\n") + after).Serialise());
+        EXPECT_EQ(card.Serialise(),
+                  Parse(std::string("REV:19700101T000000Z\nX:1\n") + after).Serialise());
     }
 }
 
