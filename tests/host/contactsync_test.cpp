@@ -199,8 +199,8 @@ const Case kCases[] = {
      "a|Z|3|z@y|m~m|t~t|4; b|Z|3|z@y|m~m|t~t|4; c|C", "="},
     {"texts that look like marks", "", "",
      "a|name:y|phone:z|x@y|name:in a note|a;b\\c|\"1\"; bob;|O'N;B \\n||b@x|a;b,c\\n \"d\" :e; "
-     "J\xC3\xBC n|\xC3\x89mile|||\xE2\x82\xAC 5|Stra\xC3\x9F 1",
-     "J\xC3\xBC n|\xC3\x89mile|||\xE2\x82\xAC 5|Stra\xC3\x9F 1; a|name:y|phone:z|x@y|name:in a "
+     "J\xC3\xBC n|\xC3\x89mile|||fax:\xE2\x82\xAC 5|Stra\xC3\x9F 1",
+     "J\xC3\xBC n|\xC3\x89mile|||fax:\xE2\x82\xAC 5|Stra\xC3\x9F 1; a|name:y|phone:z|x@y|name:in a "
      "note|a;b\\c|\"1\"; bob;|O'N;B \\n||b@x|a;b,c\\n \"d\" :e",
      "="},
     {"a field cleared in the folder too", "a|A|1||n", "", "a>a|A|||n", "a|A|||n", "="},
@@ -230,6 +230,8 @@ const Case kCases[] = {
      "g|\xE5\xB1\xB1\xE6\x9C\xA8? x|1"},
     {"an edit on each side, of which Eudora cannot see the folder's", "g|G \xE5\xB1\xB1|1",
      "g>g|G ? x|1", "g>g|G \xE6\x9C\xA8|1", "g|G ? x|1", "g|G \xE6\x9C\xA8 x|1"},
+    {"an edit of a nickname that is longer in Eudora", "Group x|A", "_Group x>_Group yz|A", "",
+     "_Group yz|A", "="},
     {"a change that Eudora cannot see", "g|G|1||\xE5\xB1\xB1", "", "g>g|G|1||\xE6\x9C\xA8",
      "g|G|1||?", "g|G|1||\xE6\x9C\xA8"},
     {"a line break in a one-line field", "", "", "n|No~Name|1", "n|No Name|1", "n|No~Name|1"},
