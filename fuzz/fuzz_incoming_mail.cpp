@@ -1,5 +1,6 @@
 #include "fuzz/fuzz.h"
 #include "host/mail/parse.h"
+#include "platform/testing/faulty_files.h"
 #include "platform/testing/fixed_clock.h"
 #include "platform/testing/memory_files.h"
 
@@ -24,6 +25,23 @@ void CheckMail(const host::mail::NewMail& mail, bool isSingleByte) {
 
 }  // namespace
 
+// The first operations on files fail, one in each run: that is told, and leaves no file behind.
+void CheckFaults(std::string_view bytes) {
+    using platform::testing::Fault;
+    bool fired = true;
+    for (int n = 1; fired && n < 30; ++n) {
+        platform::testing::MemoryFiles files;
+        platform::testing::FaultyFiles faulty(files);
+        platform::testing::FixedClock clock;
+        (void)files.CreateFolder("C:\\in");
+        faulty.Arm(n % 2 == 0 ? Fault::kFail : Fault::kTornWrite, n);
+        const auto mail = host::mail::ParseMail(bytes, {faulty, "C:\\in", 1252, clock}, "mail");
+        fired = faulty.Disarm();
+        Require(mail.HasValue() != fired);
+        Require(!fired || files.AllFiles().empty());
+    }
+}
+
 // Whatever a mail holds, what it becomes keeps to the rules of Eudora's fields, in a code page of
 // single bytes and in one of double bytes.
 void Check(std::string_view bytes) {
@@ -37,4 +55,5 @@ void Check(std::string_view bytes) {
         Require(host::mail::MessageIdForEudora(bytes) == mail->messageId);
         Require(files.List("C:\\in", "*")->size() == mail->attachments.size());
     }
+    CheckFaults(bytes);
 }

@@ -159,6 +159,16 @@ const std::string kMail = "sync mail --eudora E --maildir M";
 const std::string kAllMails =
     "configure mail --age off --size off --attachments on --attachment-size off --eudora E";
 
+// The prefix that the runs before it made, in the world.
+fs::path Prefix() {
+    return fs::directory_iterator("state/kvsync/prefixes")->path();
+}
+
+// The folder of that prefix that a run which was killed left with the attachments of a mail.
+std::string Incoming() {
+    return Prefix() / "drive_c/windows/temp" / ("kvsync-" + Prefix().filename().string() + "-left");
+}
+
 // All that runs read and write, to be put back.
 void Copy(const fs::path& from, const fs::path& to) {
     for (const char* part : {"E", "C", "M", "state", "config", "outside"}) {
@@ -171,7 +181,7 @@ void Copy(const fs::path& from, const fs::path& to) {
 
 // Makes what somebody else may have made under a name that a run opens.
 constexpr const char* kPlants[] = {"link <here>/outside/file ", "link <here>/outside/new ",
-                                   "link /dev/zero ", "pipe "};
+                                   "link <here>/outside ", "link /dev/zero ", "pipe "};
 
 // A run ends, writes and makes nothing where a link leads, and takes nothing for removed.
 void PlantAndRun(Bench& bench, const std::string& command, const std::string& name,
@@ -225,8 +235,7 @@ TEST(PlantedNames, HarmNobody) {
     }
     bench.Kvsync("backups");
     Copy(".", "kept");
-    // The prefix that the runs before it made.
-    const std::string prefix = fs::directory_iterator("state/kvsync/prefixes")->path().string();
+    const std::string prefix = Prefix().string();
     const std::pair<std::string, std::string> opened[] = {
         {kContacts,
          "E/nndbase.txt E/nndbase.txt.kvnew E/nndbase.toc E/NickName/Friends.txt C/still.vcf "
@@ -238,11 +247,15 @@ TEST(PlantedNames, HarmNobody) {
          "E/In.mbx E/In.toc E/In.toc.kvnew E/Out.mbx E/Out.toc E/Trash.mbx E/Trash.toc "
          "E/Eudora.ini E/OWNER.LOK E/Attach E/Attach/doc.dat M/new/still M/new/later "
          "M/.Outbox/new/sent " +
-             prefix + "/drive_c/windows/temp/eua.lock"},
+             prefix + "/drive_c/windows/temp/eua.lock " + Incoming()},
         {"restore <time> --eudora E", "E/In.toc.kvnew E/nndbase.toc"}};
     for (const auto& [command, names] : opened) {
         for (const auto& name : Words(names)) {
-            for (const char* plant : kPlants) PlantAndRun(bench, command, name, plant);
+            for (const std::string plant : kPlants) {
+                // A folder in the place of a mail is none.
+                if (name.starts_with("M/") && plant.ends_with("outside ")) continue;
+                PlantAndRun(bench, command, name, plant);
+            }
         }
     }
 }

@@ -9,7 +9,9 @@
 #include "host/contacts/eudora_contacts.h"
 #include "host/contacts/vdir_contacts.h"
 #include "host/contactsync/execute.h"
+#include "tests/host/built_module.h"
 #include "tests/host/sync_world.h"
+#include "tests/support/failing_allocation.h"
 
 namespace host::testing {
 namespace {
@@ -20,120 +22,96 @@ using ::test::Fault;
 using ::testing::IsEmpty;
 using Contents = std::map<std::string, base::Contact>;  // by id
 
-struct MemoryOfPairs : state::PairMemory, MemoryRows<state::RememberedPair> {
-    using MemoryRows::MemoryRows;
-    std::vector<state::Intent> intents;
+// One address book for all.
+BuiltModule& TheModule() {
+    static BuiltModule module(
+        [](const auto& folder) { test::WriteDisk(folder / "nndbase.txt", ""); });
+    return module;
+}
 
-    base::Result<state::Remembered> Load() override { return state::Remembered{rows, intents}; }
-    base::Status Save(state::MemoryChange& change) override {
-        auto saved = Keep(change.put, change.forget);
-        if (saved && change.intents) intents = *change.intents;
-        return saved;
-    }
-};
+base::Result<translator::TranslatorSession> OpenBook() {
+    return translator::TranslatorSession::OpenContacts(
+        *TheModule().host, TheModule().setup.eudoraFolder + "\\nndbase.txt");
+}
 
-// An address book in memory, with nicknames as ids and the limits of Eudora's file in code page
-// 1252. It changes only at Commit.
-class MemoryBook : public contacts::ContactStore {
-  public:
-    explicit MemoryBook(SyncWorld& world) : m_world(world) {}
+// Eudora's address book through the built translator library. Its changes, too, count as operations
+// that meet faults.
+struct FaultyBook : contacts::EudoraContacts {
+    explicit FaultyBook(SyncWorld& world)
+        : EudoraContacts(OpenBook, 1252, std::nullopt), m_world(world) {}
 
-    Contents entries;
-    mutable int asked = 0;  // what it could hold
     std::chrono::system_clock::time_point changedAt{};
 
-    base::Result<std::vector<base::StoreItem>> List() override {
-        m_collected = entries;
-        std::vector<base::StoreItem> items;
-        for (const auto& [id, contact] : entries) items.push_back(Read(id)->item);
-        return items;
-    }
-    base::Result<contacts::StoredContact> Read(const std::string& id) override {
-        const base::Contact& contact = entries.at(id);
-        return contacts::StoredContact{{id, base::BeyondNickname(contact)}, contact, {}, 0, true};
-    }
     std::optional<std::chrono::system_clock::time_point> ChangedAt(
         const base::StoreItem&) const override {
         return changedAt;
     }
-    base::Contact Hold(const base::Contact& contact) const override {
-        ++asked;
-        return contacts::HoldInEudora(contact, 1252);
-    }
-    std::string Nickname(const std::string& base, const std::string& suffix) const override {
-        ++asked;
-        return contacts::NicknameWithSuffix(base, suffix, 1252);
-    }
-    std::optional<std::string> Refusal(const base::Contact& values, base::FieldSet which) override {
-        const bool isBad = which.Has(Field::kName) && values[Field::kName] == "...";
-        return isBad ? std::optional<std::string>("the name is no name") : std::nullopt;
-    }
-    base::Result<std::string> Add(const base::Contact& values, const std::string&) override {
-        return Change({}, values, base::FieldSet::All());
+    base::Result<std::string> Add(const base::Contact& values, const std::string& like) override {
+        if (auto struck = m_world.Strike("add"); !struck) return struck.Error();
+        return EudoraContacts::Add(values, like);
     }
     base::Result<std::string> Change(const base::StoreItem& known, const base::Contact& values,
                                      base::FieldSet which) override {
         if (auto struck = m_world.Strike(known.id); !struck) return struck.Error();
-        EXPECT_TRUE(known.id.empty() || m_collected.contains(known.id)) << known.id;
-        base::Contact contact = m_collected[known.id];
-        m_collected.erase(known.id);
-        for (Field field : base::kAllFields) {
-            if (which.Has(field)) contact[field] = values[field];
-        }
-        const std::string now = contact[Field::kNickname];
-        EXPECT_TRUE(m_collected.emplace(now, contact).second) << now << " is taken";
-        return now;
+        return EudoraContacts::Change(known, values, which);
     }
     base::Status Remove(const base::StoreItem& known) override {
-        if (auto struck = m_world.Strike(known.id); !struck) return struck;
-        m_collected.erase(known.id);
-        return {};
+        auto struck = m_world.Strike(known.id);
+        return struck ? EudoraContacts::Remove(known) : struck;
     }
     base::Status Commit() override {
-        if (auto struck = m_world.Strike("book"); !struck) return struck;
-        entries = m_collected;
-        return {};
+        auto struck = m_world.Strike("book");
+        return struck ? EudoraContacts::Commit() : struck;
     }
 
   private:
     SyncWorld& m_world;
-    Contents m_collected;
 };
 
-// With an address book and a folder of vCards.
+// With Eudora's address book on the disk and a folder of vCards in memory.
 struct ContactWorld : SyncWorld {
-    MemoryBook eudora{*this};
+    FaultyBook eudora{*this};
     int uids = 0;
     std::function<std::string()> newUid = [this] { return "uid" + std::to_string(++uids); };
     contacts::VdirContacts folder{files, "C:\\cards", clock, newUid};
-    contacts::VdirContacts person{disk, "C:\\cards", clock, newUid};  // in the same folder
+    // What a person uses to change the same book and folder: no fault meets it.
+    contacts::EudoraContacts ownBook{OpenBook, 1252, std::nullopt};
+    contacts::VdirContacts ownFolder{disk, "C:\\cards", clock, newUid};
     contacts::Stores stores{eudora, folder};
-    MemoryOfPairs memory{*this};
+    MemoryOf<state::Remembered, state::MemoryChange> memory{*this};
 
+    ContactWorld() { test::WriteDisk(TheModule().eudora / "nndbase.txt", ""); }
+
+    contacts::ContactStore& Own(sync::Side side) {
+        if (side == kEudora) return ownBook;
+        return ownFolder;
+    }
     Contents Of(sync::Side side) {
-        if (side == kEudora) return eudora.entries;
         Contents contents;
-        const auto items = *person.List();
+        const auto items = *Own(side).List();
         for (const base::StoreItem& item : items) {
-            const auto card = person.Read(item.id);
-            EXPECT_TRUE(card) << *disk.Get("C:\\cards\\" + item.id);
-            if (card) contents[item.id] = card->contact;
+            const auto stored = Own(side).Read(item.id);
+            EXPECT_TRUE(stored) << stored.Error().Message();
+            if (!stored) continue;
+            EXPECT_EQ(stored->item.marker, item.marker);
+            EXPECT_TRUE(contents.emplace(item.id, stored->contact).second) << item.id;
         }
         return contents;
     }
     // Changes by a person; without an id the contact is a new one.
     void Put(sync::Side side, const std::string& id, const base::Contact& contact) {
-        if (side == kEudora) {
-            eudora.entries.erase(id);
-            eudora.entries[contact[Field::kNickname]] = contact;
-        } else if (id.empty()) {
-            EXPECT_TRUE(person.Add(contact, ""));
-        } else {
-            EXPECT_TRUE(person.Change(person.Read(id)->item, contact, base::FieldSet::All()));
-        }
+        auto& store = Own(side);
+        (void)store.List();
+        EXPECT_TRUE(id.empty()
+                        ? store.Add(contact, "")
+                        : store.Change(store.Read(id)->item, contact, base::FieldSet::All()));
+        EXPECT_TRUE(store.Commit());
     }
     void Remove(sync::Side side, const std::string& id) {
-        side == kEudora ? void(eudora.entries.erase(id)) : void(disk.Delete("C:\\cards\\" + id));
+        auto& store = Own(side);
+        (void)store.List();
+        EXPECT_TRUE(store.Remove(store.Read(id)->item));
+        EXPECT_TRUE(store.Commit());
     }
 
     contactsync::Plan MakePlan() {
@@ -157,10 +135,10 @@ struct ContactWorld : SyncWorld {
     }
 };
 
-constexpr Field kOrder[] = {Field::kNickname, Field::kName, Field::kPhone, Field::kEmail,
-                            Field::kNote};
+constexpr Field kOrder[] = {Field::kNickname, Field::kName,    Field::kPhone, Field::kEmail,
+                            Field::kNote,     Field::kAddress, Field::kFax};
 
-// A contact in one line: "nickname|name|phone|e-mail|note", "~" for a line break.
+// A contact in one line: "nickname|name|phone|e-mail|note|address|fax", "~" for a line break.
 base::Contact C(const std::string& line) {
     base::Contact contact;
     std::istringstream parts(line);
@@ -216,6 +194,15 @@ const Case kCases[] = {
      "ann|Ann Lee|7|a@x", "al|Ann Lee|7|a@x"},
     {"a nickname from the address", "", "", "|||x@y", "x@y|||x@y", "|||x@y"},
     {"changes of two fields", "a|A|1|x@y", "a>a|A|2|x@y", "a>a|A|1|z@y", "a|A|2|z@y", "="},
+    {"every field of both sides", "a|A|1|x@y|n|s|2; b|B|1|x@y|n|s|2; c|C|1|x@y|n|s|2",
+     "a>a|Z|3|z@y|m~m|t~t|4; c>c|C", "b>b|Z|3|z@y|m~m|t~t|4",
+     "a|Z|3|z@y|m~m|t~t|4; b|Z|3|z@y|m~m|t~t|4; c|C", "="},
+    {"texts that look like marks", "", "",
+     "a|name:y|phone:z|x@y|name:in a note|a;b\\c|\"1\"; bob;|O'N;B \\n||b@x|a;b,c\\n \"d\" :e; "
+     "J\xC3\xBC n|\xC3\x89mile|||fax:\xE2\x82\xAC 5|Stra\xC3\x9F 1",
+     "J\xC3\xBC n|\xC3\x89mile|||fax:\xE2\x82\xAC 5|Stra\xC3\x9F 1; a|name:y|phone:z|x@y|name:in a "
+     "note|a;b\\c|\"1\"; bob;|O'N;B \\n||b@x|a;b,c\\n \"d\" :e",
+     "="},
     {"a field cleared in the folder too", "a|A|1||n", "", "a>a|A|||n", "a|A|||n", "="},
     {"an emptied name stays in Eudora", "a|A|1", "", "a>a||1", "a|A|1", "a||1"},
     {"deletions", "a|A; b|B; c|C; d|D", "a>; d>", "b>; d>", "c|C", "="},
@@ -239,8 +226,12 @@ const Case kCases[] = {
      "g|G\xC3\xBC ?", "g|G\xC3\xBC \xE5\xB1\xB1"},
     {"and survive a change beside them", "g|G \xE5\xB1\xB1 x|1", "g>g|G ? yz|1", "", "g|G ? yz|1",
      "g|G \xE5\xB1\xB1 yz|1"},
-    {"an edit beside two of them", "g|\xE5\xB1\xB1\xE6\x9C\xA8|1", "g>g|???|1", "", "g|???|1",
-     "g|\xE5\xB1\xB1\xE6\x9C\xA8?|1"},
+    {"an edit beside two of them", "g|\xE5\xB1\xB1\xE6\x9C\xA8 x|1", "g>g|??? x|1", "", "g|??? x|1",
+     "g|\xE5\xB1\xB1\xE6\x9C\xA8? x|1"},
+    {"an edit on each side, of which Eudora cannot see the folder's", "g|G \xE5\xB1\xB1|1",
+     "g>g|G ? x|1", "g>g|G \xE6\x9C\xA8|1", "g|G ? x|1", "g|G \xE6\x9C\xA8 x|1"},
+    {"an edit of a nickname that is longer in Eudora", "Group x|A", "_Group x>_Group yz|A", "",
+     "_Group yz|A", "="},
     {"a change that Eudora cannot see", "g|G|1||\xE5\xB1\xB1", "", "g>g|G|1||\xE6\x9C\xA8",
      "g|G|1||?", "g|G|1||\xE6\x9C\xA8"},
     {"a line break in a one-line field", "", "", "n|No~Name|1", "n|No Name|1", "n|No~Name|1"},
@@ -286,7 +277,7 @@ TEST(ContactSync, BringsBothSidesIntoStepWhateverFails) {
             world.Sync();
             expectInStep();
             EXPECT_THAT(world.memory.intents, IsEmpty());
-            const auto inEudora = world.eudora.entries.size(), inFolder = world.Of(kFolder).size();
+            const auto inEudora = world.Of(kEudora).size(), inFolder = world.Of(kFolder).size();
             EXPECT_EQ(world.disk.AllFiles().size(), inFolder + std::size(others)) << "side files";
             for (const state::RememberedPair& pair : world.memory.rows) {
                 EXPECT_EQ(pair.beyond,
@@ -298,7 +289,7 @@ TEST(ContactSync, BringsBothSidesIntoStepWhateverFails) {
             // A lost memory doubles nothing.
             world.memory.rows.clear();
             world.Sync();
-            EXPECT_EQ(world.eudora.entries.size(), inEudora);
+            EXPECT_EQ(world.Of(kEudora).size(), inEudora);
             EXPECT_EQ(world.Of(kFolder).size(), inFolder);
             return fired;
         });
@@ -356,15 +347,14 @@ TEST(ContactSync, RandomEditsNeverLoseAContactAndConverge) {
         const contactsync::Plan again = world.MakePlan();
         if (again.stop) continue;  // a side that is empty stops every run on purpose
         EXPECT_TRUE(again.IsEmpty());
-        std::multiset<std::string> eudora, folder;
-        for (const auto& [id, contact] : world.Of(kEudora)) {
-            eudora.insert(base::BeyondNickname(world.eudora.Hold(contact)));
-            notes.erase(contact[Field::kNote]);
+        std::multiset<std::string> held[2];
+        for (const sync::Side side : {kEudora, kFolder}) {
+            for (const auto& [id, contact] : world.Of(side)) {
+                held[side == kFolder].insert(base::BeyondNickname(world.eudora.Hold(contact)));
+                notes.erase(contact[Field::kNote]);
+            }
         }
-        for (const auto& [id, contact] : world.Of(kFolder)) {
-            folder.insert(base::BeyondNickname(world.eudora.Hold(contact)));
-        }
-        EXPECT_EQ(eudora, folder);
+        EXPECT_EQ(held[0], held[1]);
         EXPECT_THAT(notes, IsEmpty()) << "what is lost";
     }
 }
@@ -374,10 +364,21 @@ TEST(ContactSync, PlansInProportionToTheContacts) {
     const auto work = [](int contacts) {
         ContactWorld world;
         for (int i = 0; i < contacts; ++i) world.Put(kFolder, "", C("bob|B" + std::to_string(i)));
+        const auto before = test::BytesRequested();
         EXPECT_EQ(world.MakePlan().steps.size(), static_cast<std::size_t>(contacts));
-        return world.eudora.asked;
+        return test::BytesRequested() - before;
     };
     EXPECT_LT(work(200), 3 * work(100));
+}
+
+TEST(Deletions, HaveALimit) {
+    const std::tuple<unsigned long, const char*, unsigned long> rows[] = {
+        {12, "", 10},  {40, "", 10}, {48, "", 12},    {48, "28%", 13},
+        {48, "0%", 0}, {48, "5", 5}, {48, "100%", 48}};
+    for (const auto& [total, limit, allowed] : rows) {
+        EXPECT_EQ(sync::DeletionsAllowed(total, sync::ParseDeleteLimit(limit)), allowed)
+            << total << ", " << limit;
+    }
 }
 
 TEST(VdirContacts, LeavesWhatSomebodyElseChangedMeanwhile) {

@@ -62,6 +62,7 @@ TEST(ComposeMail, BytesAreThoseOfEarlierVersionsAndComeBackAsTheMail) {
             for (unsigned i = random() % most; i > 0; --i) joined += testing::OneOf(random, pieces);
             return joined;
         };
+        const auto odd = [&](const char* pieces) { return std::string(isOdd ? pieces : ""); };
         const std::string letters = isWestern
                                         ? "|caf\xC3\xA9|\xE2\x82\xAC|\xC3\x9F|\xC2\xA0z"
                                         : "|\xE6\x97\xA5|\xE8\xA1\xA8|\xE3\x82\xBD|\xEF\xBD\xB1";
@@ -70,27 +71,22 @@ TEST(ComposeMail, BytesAreThoseOfEarlierVersionsAndComeBackAsTheMail) {
         world.clock.offset = std::chrono::minutes(15 * static_cast<int>(random() % 104) - 720);
         mail::Mail mail;
         mail.from = "ann.harper@example.org";
-        mail.to = text(isOdd       ? 30
-                       : isWestern ? 4
-                                   : 1,
-                       isOdd ? "a@b.c; |Ann Bee <ann@example.org>; |\"B; A\" <a@b>;|nick;|"
-                               "\xC3\xA9 <e@f>;|<>;|x@|a@[1.2:3];|\"q q\"@d;|a.b <d@e>;|"
-                               "\r\nBcc: x;|\\|\"|=?iso-8859-1?Q?J=FC?= <j@e>;"
-                             : "a@b.c; |Ann Bee <ann@b.c>; |\"Bee, Ann\" <ann@b.c>; |nickname; |"
-                               "x+y=z@[127.0.0.1]; |J\xC2\xB6 <j@b.c>; |\"a.b (c)\" <d@e>; ");
+        mail.to = text(isWestern ? 9 : 1,
+                       "a@b.c; |Ann Bee <ann@b.c>; |\"Bee, Ann\" <ann@b.c>; |nickname; |"
+                       "x+y=z@[127.0.0.1]; |J\xC2\xB6 <j@b.c>; |\"a.b (c)\" <d@e>; " +
+                           odd("|\"B; A\" <a@b>;|nick;|<>;|x@|a@[1.2:3];|\"q q\"@d;|a.b <d@e>;|"
+                               "\r\nBcc: x;|\\|\"|=?iso-8859-1?Q?J=FC?= <j@e>;"));
         if (!isOdd) mail.to->resize(mail.to->find_last_not_of("; ") + 1);
         if (round % 2 == 0) mail.cc = " ; ";
-        mail.subject = text(
-            30, isOdd
-                    ? "Tea |K\xC3\xB6ln|\xE6\x97\xA5|\xF0\x9F\x98\x80|=?|\t|word |\xFF|?=| "
-                    : "a |Re: |long-er |=? |?= |= |x.y |(c) |\\ |\"q\" |@ |it's |#1 |--" + letters);
+        mail.subject = text(30, "a |Re: |long-er |=? |?= |= |x.y |(c) |\\ |\"q\" |@ |it's |#1 |--" +
+                                    letters + odd("|\xF0\x9F\x98\x80|=?|\t|\xFF|?=| "));
         if (!isOdd) mail.subject->resize(mail.subject->find_last_not_of(' ') + 1);
         mail.body =
             text(60,
                  "\r\n| |  \n|\t\n|From |\nFrom x\n|From \n|.\n|=|=20|=\n|--|=_|w|> |>From |"
                  "a run of some words, |\x1B[0m|\x7F|<x-html><p>a</p></x-html>|"
                  "a flowed line that has about as many words as a line should have \n" +
-                     std::string(isOdd ? "|\r|<x-html>|</x-html>|<x-rich>|\xFF|" : "|") + letters);
+                     letters + odd("|\r|<x-html>|</x-html>|<x-rich>|\xFF"));
         if (round % 20 == 0) *mail.body += std::string(900 + random() % 200, 'l');
         mail.messageId = "id" + std::to_string(round) + "@host";
         if (isOdd) mail.messageId = testing::OneOf(random, "0x00000012|a b@c||x\r\ny@z|<b>|@");
@@ -98,8 +94,7 @@ TEST(ComposeMail, BytesAreThoseOfEarlierVersionsAndComeBackAsTheMail) {
         const std::string bytes =
             text(200, "xyz|\xFF\n") + std::string(round == 8 ? 1 << 20 : 0, 'x');
         world.files.Put("C:\\file", bytes);
-        std::string name =
-            text(40, isOdd ? "a|.b| |\"|\\|%|\xC3\xA9|nnnnn|(|'|\n" : "n|nnn|nnnnn|(");
+        std::string name = text(40, "n|nnn|nnnnn|(" + odd("|.b| |\"|\\|%|\xC3\xA9|'|\n"));
         name += testing::OneOf(random, "|.PDF|.docx|.htm|.unknown");
         if (round % 4 == 0) mail.attachments.push_back({name, "C:\\file"});
         if (round % 7 == 0) mail.attachments.push_back({"gone", "C:\\gone"});
@@ -134,7 +129,7 @@ TEST(ComposeMail, BytesAreThoseOfEarlierVersionsAndComeBackAsTheMail) {
             EXPECT_NE(world.Compose(mail).substr(at, 30), message.substr(at, 30));
         }
     }
-    EXPECT_EQ(mail::Fingerprint(all), "4ca3d8ae3c405cd5");
+    EXPECT_EQ(mail::Fingerprint(all), "f5912e39d5657179");
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
+#include "fuzz/fuzz.h"
 #include "host/mail/html_text.h"
 #include "tests/host/mail_world.h"
-#include "tests/support/fault_sweep.h"
 
 namespace host {
 namespace {
@@ -42,8 +42,7 @@ void Hold(std::initializer_list<Row> rows, const std::string& begin = "") {
         for (const auto& file : mail.attachments) show(file.name, world.Content(file) + '.');
         show("lost", mail.lostCharacters > 0 ? std::to_string(mail.lostCharacters) : "");
         EXPECT_EQ(shown, row.shown) << message;
-        EXPECT_EQ(mail::MessageIdForEudora(message), mail.messageId) << message;
-        EXPECT_FALSE(mail.messageId.empty()) << message;
+        EXPECT_NO_THROW(Check(message)) << message;
     }
 }
 
@@ -146,31 +145,19 @@ TEST(ParseMail, GivesAttachmentsPlainNames) {
          "Content-Type: a/b\nContent-Disposition: attachment; filename");
 }
 
-// Each would cost hours or the stack if it were followed to its end.
-TEST(ParseMail, SurvivesHostileMails) {
-    const auto repeat = [](const std::string& text, std::size_t count) {
-        std::string all;
-        for (; count > 0; --count) all += text;
-        return all;
-    };
-    std::string nested;
+// Parts in parts and parts without end would cost the stack or hours if they were all followed.
+TEST(ParseMail, KeepsAMailThatIsTooComplexAsAFile) {
+    std::string nested = kMixed + "--b\n", many = kMixed, empty = kMixed;
     for (int i = 0; i < 40; ++i) {
         const std::string mark = 'x' + std::to_string(i);
         nested += "Content-Type: multipart/mixed; boundary=" + mark + "\n\n--" + mark + '\n';
     }
-    for (const std::string& message :
-         {kMixed + "--b\n" + nested, kMixed + repeat("--b\n\na\n", 100000),
-          kMixed + repeat("--b\n" + kMixed, 50000),
-          "To: " + repeat("<", 99999) + "\nCc: " + repeat("g:", 99999) + "\n\nx",
-          "Content-Type: text/html\n\n" + repeat("<a ", 2000000),
-          "Content-Type: a/b" + repeat("; n*1*=x", 100000) + "\n\nx",
-          '\n' + repeat("\xCC\x81\xCC\xA3", 300000)}) {
+    for (int i = 0; i < 100000; ++i) many += "--b\n\na\n";
+    for (int i = 0; i < 50000; ++i) empty += "--b\n" + kMixed;
+    for (const std::string& message : {nested, many, empty}) {
         MailFiles world;
         const mail::NewMail mail = world.Parse(message);
-        EXPECT_LT(mail::StoredRecipients(mail.to).size(), 70000u);
-        const bool isTooComplex = message.starts_with(kMixed);
-        EXPECT_EQ(mail.notes.empty(), !isTooComplex && !message.starts_with("To"));
-        if (!isTooComplex) continue;
+        EXPECT_FALSE(mail.notes.empty());
         EXPECT_EQ(mail.attachments.at(0).name, "message.eml");
         EXPECT_EQ(world.Content(mail.attachments[0]), message);
     }
@@ -192,22 +179,6 @@ TEST(ParseMail, TellsWhatItHadToCut) {
     const auto refused = mail::ParseMail(tooLong, {world.files, "C:\\in", 1252, world.clock}, "m");
     ASSERT_FALSE(refused);
     EXPECT_EQ(refused.Error().exit, host::base::ExitCode::kRefused);
-}
-
-TEST(ParseMail, LeavesNoFileBehindWhicheverOperationFails) {
-    const auto parse = [](test::Fault fault, int n) {
-        MailFiles world;
-        world.files.MakeFolders("C:\\in\\");
-        platform::testing::FaultyFiles faulty(world.files);
-        faulty.Arm(fault, n);
-        const auto parsed = mail::ParseMail(
-            kMixed + Part("Content-Type: a/b", "1") + Part("Content-Type: c/d", "2"),
-            {faulty, "C:\\in", 1252, world.clock}, "m");
-        EXPECT_NE(parsed.HasValue(), faulty.Fired());
-        EXPECT_EQ(world.files.AllFiles().size(), faulty.Fired() ? 0u : 2u);
-        return faulty.Fired();
-    };
-    test::ForEveryFault(parse, 1, {test::Fault::kFail, test::Fault::kTornWrite});
 }
 
 TEST(TextOfHtml, SaysWhatAPersonWouldRead) {

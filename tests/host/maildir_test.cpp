@@ -99,6 +99,8 @@ TEST_F(MaildirTest, HoldsAMailWholeOrNotAtAllAfterAnyFault) {
         files.Arm(fault, n);
         const auto write = [](platform::File& file) { return file.Write("a message"); };
         const bool isThere = maildir.Write("m", write) && maildir.Deliver("m", "");
+        EXPECT_NE(isThere, files.Fired())
+            << "what fails is told, as late as when the file is closed";
         if (isThere) (void)maildir.SetFlags(maildir.EntryOf("m", ""), "S");
         const bool fired = files.Disarm();
         const auto listed = *maildir.List();

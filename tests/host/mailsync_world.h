@@ -160,25 +160,11 @@ class MemoryMails : public mail::MailSource {
     const mail::Mail* m_current = nullptr;
 };
 
-struct MemoryOfMails : state::MailMemory, MemoryRows<state::RememberedMail> {
-    using MemoryRows::MemoryRows;
-    base::Result<std::vector<state::RememberedMail>> Load() override { return rows; }
-    using state::MailMemory::Save;
-    base::Status Save(state::MailMemoryChange& change) override {
-        if (auto saved = Keep(change.put, change.forget); !saved) return saved;
-        for (state::RememberedMail& row : rows) {
-            if (change.settle && row.link == state::MailLink::kPending)
-                row.link = state::MailLink::kInStep;
-        }
-        return {};
-    }
-};
-
 // With an in-box and a Maildir. Mails are known by their subjects, which are the first names of
 // their Message-IDs too.
 struct MailWorld : SyncWorld {
     MemoryMails eudora{*this};
-    MemoryOfMails memory{*this};
+    MemoryOf<std::vector<state::RememberedMail>, state::MailMemoryChange> memory{*this};
     mailsync::MailFolders folders{files, clock, "C:\\M"};
     std::string tooLarge;  // memory runs out when the file of this subject is read for Eudora
 

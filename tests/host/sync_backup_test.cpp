@@ -9,8 +9,12 @@
 namespace host {
 namespace {
 
-constexpr const char* kBook = "C:\\eudora\\nndbase.txt";
-constexpr const char* kToc = "C:\\eudora\\NNDBASE.TOC";
+// The in-box and the Trash of a run that moves a mail from the one to the other, and files of one
+// name in two folders; some do not exist.
+const std::vector<std::string> kSet = {"C:\\e\\In.toc",      "C:\\e\\In.mbx",
+                                       "C:\\e\\Trash.toc",   "C:\\e\\Trash.mbx",
+                                       "C:\\e\\nndbase.txt", "C:\\e\\N\\nndbase.txt"};
+const std::vector<std::string> kBefore = {"old toc", "old mbx", "", "", "book", "other book"};
 
 struct Machine {
     platform::testing::MemoryFiles disk;
@@ -19,55 +23,34 @@ struct Machine {
     backup::Backups backups{files, "C:\\state\\backups", clock};
 
     Machine() {
-        disk.Put(kBook, "alias old a");
-        disk.Put(kToc, "toc");
+        for (std::size_t i = 0; i < kSet.size(); ++i) {
+            if (!kBefore[i].empty()) disk.Put(kSet[i], kBefore[i]);
+        }
     }
-    base::Result<backup::Backup> Make() {
-        const auto paths = backup::FilesOfBook(files, kBook);
-        if (!paths) return paths.Error();
-        return backups.Make(*paths, "test");
-    }
+    base::Result<backup::Backup> Make() { return backups.Make(kSet, "test"); }
+    std::string Content(std::size_t i) { return disk.Get(kSet[i]).value_or(""); }
 };
 
-TEST(Backups, TheSecondOfOneMomentGetsANumberAndAnUnknownOneIsRefused) {
-    Machine machine;
-    const std::string id = machine.Make()->id;
-    EXPECT_EQ(id, "19700101-000000");
-    EXPECT_EQ(machine.backups.Restore(id)->id, id + "-2");
-    for (const char* unknown : {"none", "", "..", "..\\backups\\19700101-000000"})
-        EXPECT_EQ(machine.backups.Restore(unknown).Error().exit, base::ExitCode::kRefused);
-}
-
-// The in-box and the Trash of a run that moves a mail from the one to the other, and files of one
-// name in two folders: a fault never lists half a backup or leaves half a file, and another restore
-// completes the first.
+// A fault never lists half a backup or leaves half a file, and another restore completes the first.
 TEST(Backups, ASetComesBackWholeAndInItsOrder) {
-    const std::vector<std::string> set = {"C:\\e\\In.toc",      "C:\\e\\In.mbx",
-                                          "C:\\e\\Trash.toc",   "C:\\e\\Trash.mbx",
-                                          "C:\\e\\nndbase.txt", "C:\\e\\N\\nndbase.txt"};
-    const std::vector<std::string> before = {"old toc", "old mbx", "", "", "book", "other book"};
     test::ForEveryFault([&](test::Fault fault, int n) {
         Machine machine;
-        const auto contentOf = [&](auto i) { return machine.disk.Get(set[i]).value_or(""); };
-        for (std::size_t i = 0; i < set.size(); ++i) {
-            if (!before[i].empty()) machine.disk.Put(set[i], before[i]);
-        }
         machine.files.Arm(fault, n);
-        auto made = machine.backups.Make(set, "test");
+        auto made = machine.Make();
         if (!made && fault != test::Fault::kKill) {
             const auto left = machine.disk.List("C:\\state\\backups", "1*");
             EXPECT_TRUE(!left || left->empty()) << left->front().name;
         }
-        for (const std::string& path : set) machine.disk.Put(path, "new " + path);
+        for (const std::string& path : kSet) machine.disk.Put(path, "new " + path);
         if (made) (void)machine.backups.Restore(made->id);
         const bool fired = machine.files.Disarm();
-        for (std::size_t i = 0; i < set.size(); ++i) {
-            const std::string now = contentOf(i);
-            EXPECT_TRUE(now == before[i] || now == "new " + set[i]) << set[i] << now;
+        for (std::size_t i = 0; i < kSet.size(); ++i) {
+            const std::string now = machine.Content(i);
+            EXPECT_TRUE(now == kBefore[i] || now == "new " + kSet[i]) << kSet[i] << now;
         }
         // A mail that was moved is in both boxes rather than in none.
-        if (contentOf(2).empty()) {
-            EXPECT_EQ(contentOf(0) + contentOf(1), before[0] + before[1]);
+        if (machine.Content(2).empty()) {
+            EXPECT_EQ(machine.Content(0) + machine.Content(1), kBefore[0] + kBefore[1]);
         }
         if (made && !made->passedOver.empty()) return fired;  // which was told
         const auto listed = *machine.backups.List();
@@ -75,8 +58,8 @@ TEST(Backups, ASetComesBackWholeAndInItsOrder) {
         for (const backup::Backup& backup : listed) {
             const bool isFirst = backup.id == listed[0].id;
             EXPECT_TRUE(machine.backups.Restore(backup.id));
-            for (std::size_t i = 0; i < set.size(); ++i)
-                EXPECT_EQ(contentOf(i), isFirst ? before[i] : "new " + set[i]);
+            for (std::size_t i = 0; i < kSet.size(); ++i)
+                EXPECT_EQ(machine.Content(i), isFirst ? kBefore[i] : "new " + kSet[i]);
         }
         EXPECT_FALSE(machine.disk.Get("C:\\e\\In.toc.kvnew"));
         EXPECT_EQ(machine.disk.OpenCount(), 0);
@@ -85,27 +68,28 @@ TEST(Backups, ASetComesBackWholeAndInItsOrder) {
     });
 }
 
-// As from a CD: read-only files are copied, and nothing is put back or forgotten while one stays so
-// or is in use. What a restore that ended early staged is in no later one's way.
-TEST(Backups, ReadOnlyFilesAreCopiedAndRefuseARestore) {
+// Nothing is put back or forgotten while a file is read-only or in use, or a backup unknown. What a
+// restore that ended early staged is in no later one's way.
+TEST(Backups, ARestoreIsRefusedBeforeItChangesAnything) {
     Machine machine;
-    machine.disk.SetReadOnly(kToc);
-    const auto made = machine.Make();
-    ASSERT_TRUE(made);
-    machine.disk.Put(kBook, "alias new b");
-    const auto restore = [&] {
+    const std::string id = machine.Make()->id;
+    machine.disk.Put(kSet[4], "new book");
+    const auto restore = [&](const std::string& which) {
         const auto ready = [](const backup::Backup&) { return base::Failed("called ready"); };
-        return machine.backups.Restore(made->id, ready).Error().Message();
+        return machine.backups.Restore(which, ready).Error().Message();
     };
-    EXPECT_EQ(restore(), std::string(kToc) + ": is read-only; make it writable");
-    machine.disk.SetReadOnly(kToc, false);
-    auto user = machine.disk.Open(kToc, platform::OpenMode::kRead, platform::Share::kRead);
-    EXPECT_THAT(restore(), ::testing::HasSubstr("is in use by another program"));
+    for (const char* unknown : {"none", "", "..", "..\\backups\\19700101-000000"})
+        EXPECT_THAT(restore(unknown), ::testing::HasSubstr("there is no backup"));
+    machine.disk.SetReadOnly(kSet[0]);
+    EXPECT_EQ(restore(id), kSet[0] + ": is read-only; make it writable");
+    machine.disk.SetReadOnly(kSet[0], false);
+    auto user = machine.disk.Open(kSet[0], platform::OpenMode::kRead, platform::Share::kRead);
+    EXPECT_THAT(restore(id), ::testing::HasSubstr("is in use by another program"));
     user->reset();
-    EXPECT_EQ(restore(), "called ready");
-    EXPECT_EQ(*machine.disk.Get(kBook), "alias new b");
-    EXPECT_TRUE(machine.backups.Restore(made->id));
-    EXPECT_EQ(*machine.disk.Get(kBook), "alias old a");
+    EXPECT_EQ(restore(id), "called ready");
+    EXPECT_EQ(machine.Content(4), "new book");
+    EXPECT_EQ(machine.backups.Restore(id)->id, id + "-3");
+    EXPECT_EQ(machine.Content(4), kBefore[4]);
 }
 
 // What a killed run left goes with the next backup, and one without room for it is not begun.
@@ -129,13 +113,16 @@ TEST(Backups, LeftoversGoAndAFullDiskIsSeenFirst) {
 
 TEST(Backups, OldOnesGoButTheNewestTenStay) {
     Machine machine;
+    machine.disk.Put("C:\\e\\NNDBASE.TOC", "");
+    EXPECT_THAT(*backup::FilesOfBook(machine.files, kSet[4]),
+                ::testing::ElementsAre(kSet[4], "C:\\e\\NNDBASE.TOC"));
     const auto leftAfter = [&](int days, int made) {
         machine.clock.now += std::chrono::days(days);
         for (int i = 0; i < made; ++i) (void)machine.Make();
         EXPECT_TRUE(machine.backups.Prune());
         return machine.disk.List("C:\\state\\backups", "1*")->size();
     };
-    machine.disk.SetReadOnly(kToc);
+    machine.disk.SetReadOnly(kSet[0]);
     EXPECT_EQ(leftAfter(0, 14), 14u) << "none is old";
     EXPECT_EQ(leftAfter(31, 3), 10u);
     EXPECT_EQ(leftAfter(0, 9), 12u) << "only young ones";

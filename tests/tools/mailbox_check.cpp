@@ -1,7 +1,7 @@
 #include "tests/tools/mailbox_check.h"
 
 #include <algorithm>
-#include <chrono>
+#include <array>
 #include <cstdio>
 #include <ctime>
 #include <iomanip>
@@ -12,8 +12,6 @@
 namespace mailbox_check {
 
 namespace {
-
-using namespace std::chrono;
 
 constexpr std::size_t kHeader = 104, kBlock = 218, kCountAt = 102, kHighestAt = 72;
 constexpr std::string_view kAttachment = "Attachment Converted: \"";
@@ -41,56 +39,30 @@ std::string Text(std::string_view bytes, std::size_t at, std::size_t width) {
     return std::string(bytes.substr(0, bytes.find('\0')));
 }
 
-// "Wed Jan 02 02:03:55 1980": its fields, and seconds since 1970.
-struct Date {
-    std::tm fields{};
-    std::time_t seconds = 0;
-    bool isOne = false;  // false for any other form
-};
+// None of a time that the system's calendar lacks.
+std::tm Fields(std::time_t time) {
+    const std::tm* const known = std::gmtime(&time);
+    return known != nullptr ? *known : std::tm();
+}
 
-std::string Written(const std::tm& fields, const char* form) {
+std::string Written(std::time_t time, const char* form) {
     std::ostringstream text;
+    const std::tm fields = Fields(time);
     text << std::put_time(&fields, form);
     return text.str();
 }
 
-Date ReadDate(const std::string& text) {
-    constexpr const char* kForm = "%a %b %d %H:%M:%S %Y";
-    Date date;
-    std::tm& tm = date.fields;
-    std::istringstream(text) >> std::get_time(&tm, kForm);
-    const year_month_day day(year(tm.tm_year + 1900), month(static_cast<unsigned>(tm.tm_mon + 1)),
-                             std::chrono::day(static_cast<unsigned>(tm.tm_mday)));
-    if (!day.ok()) return date;
-    tm.tm_wday = static_cast<int>(weekday(day).c_encoding());
-    date.seconds = sys_days(day).time_since_epoch().count() * std::time_t{86400} +
-                   tm.tm_hour * 3600 + tm.tm_min * 60 + tm.tm_sec;
-    date.isOne = Written(tm, kForm) == text;
-    return date;
-}
-
 // Whether a block tells that time. Daylight saving adds an hour to it.
 bool Shows(const std::string& shown, std::time_t utc, const std::string& zone) {
-    if (utc < 0) return true;
-    for (const std::time_t time : {utc, utc + 3600}) {
-        const std::tm* const known = std::gmtime(&time);
-        if (known == nullptr) return false;  // a year that the system's calendar lacks
-        const std::tm& tm = *known;
+    return std::ranges::any_of(std::array{utc, utc + 3600}, [&](std::time_t time) {
+        const std::tm tm = Fields(time);
         const bool isLate = tm.tm_hour > 12;
         char wanted[100];
         std::snprintf(wanted, sizeof wanted, "%02d:%02d %cM %d/%d/%d %s",
                       isLate ? tm.tm_hour - 12 : tm.tm_hour, tm.tm_min, isLate ? 'P' : 'A',
                       tm.tm_mon + 1, tm.tm_mday, tm.tm_year, zone.c_str());
-        if (shown == wanted) return true;
-    }
-    return false;
-}
-
-// Takes a line and its end off a text.
-std::string TakeLine(std::string_view& text) {
-    const std::string line(text.substr(0, text.find("\r\n")));
-    text.remove_prefix(std::min(text.size(), line.size() + 2));
-    return line;
+        return shown == wanted;
+    });
 }
 
 class Checker {
@@ -198,21 +170,14 @@ class Checker {
         Require(marks == 0x8000 || marks == 0x01BE, "its marks are none");
         Require((marks == 0x8000) <= !mail.attachments.empty(), "is marked, without attachments");
         std::string_view rest = mail.text;
-        const auto next = [&] { return TakeLine(rest); };
+        const auto next = [&] {
+            const std::string line(rest.substr(0, rest.find("\r\n")));
+            rest.remove_prefix(std::min(rest.size(), line.size() + 2));
+            return line;
+        };
         const std::string separator = next(), id = next(), dated = next();
-        const Date date = ReadDate(separator.size() > 12 ? separator.substr(13) : "");
-        Require(date.isOne, "its separator has no date");
         Require(id.starts_with("Message-ID: <") && id.ends_with('>'), "has no Message-ID line");
-        const std::string zone = dated.size() < 5 ? "" : dated.substr(dated.size() - 5);
-        Require(dated == Written(date.fields, "Date: %a, %d %b %Y %H:%M:%S ") + zone,
-                "its Date line is another date than its separator");
-        int hours = 0, minutes = 0;
-        std::sscanf(zone.c_str(), "%3d%2d", &hours, &minutes);
-        const int offset = hours * 3600 + (zone.starts_with('-') ? -60 : 60) * minutes;
-        const std::time_t utc = date.seconds - offset;
-        Require(mail.seconds == std::max<std::time_t>(utc - offset, 0),
-                "its time is another than its date");
-        Require(Shows(mail.date, utc, zone), "its block has another date");
+        CheckDates(mail, separator, dated);
         // Recipients in the order of their classes, then sender, subject, and the empty line.
         std::string line = next();
         for (const char* to : {"To: ", "Cc: ", "Bcc: "})
@@ -220,6 +185,24 @@ class Checker {
         CheckShort(mail.from, line, "From: ", "sender");
         CheckShort(mail.subject, next(), "Subject: ", "subject");
         Require(next().empty() && !rest.empty(), "has no empty line behind its head, or no body");
+    }
+
+    // All tell the moment that the block has in seconds, which has none before 1970.
+    void CheckDates(const Mail& mail, const std::string& separator, const std::string& dated) {
+        const std::string zone = dated.size() < 5 ? "" : dated.substr(dated.size() - 5);
+        int hours = 0, minutes = 0;
+        std::sscanf(zone.c_str(), "%3d%2d", &hours, &minutes);
+        const int offset = hours * 3600 + (zone.starts_with('-') ? -60 : 60) * minutes;
+        const std::time_t utc = std::time_t{mail.seconds} + offset, local = utc + offset;
+        if (mail.seconds == 0) {
+            return Require(separator.size() > 4 && separator.substr(separator.size() - 4) <= "1970",
+                           "has no time");
+        }
+        Require(separator == Written(local, "From ???@?\?? %a %b %d %H:%M:%S %Y"),
+                "its separator has another date");
+        Require(dated == Written(local, "Date: %a, %d %b %Y %H:%M:%S ") + zone,
+                "its Date line has another date");
+        Require(Shows(mail.date, utc, zone), "its block has another date");
     }
 
     void CheckShort(const std::string& held, const std::string& line, const std::string& opener,
