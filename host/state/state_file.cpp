@@ -191,15 +191,19 @@ std::string Identity(platform::Files& files, const std::string& path) {
     return real ? *real : path;
 }
 
-// The scopes in a table whose first line names Eudora's side.
+// The scopes of rows whose first line names Eudora's side.
 std::vector<std::string> ScopesOf(platform::Files& files, SQLite::Database& database,
-                                  const char* table, const std::string& eudora) {
-    SQLite::Statement select(database, std::string("SELECT DISTINCT scope FROM ") + table);
+                                  const std::string& eudora) {
     std::vector<std::string> scopes;
-    while (select.executeStep()) {
-        std::string& scope = scopes.emplace_back();
-        Get(select.getColumn(0), scope);
-        if (Identity(files, scope.substr(0, scope.find('\n'))) != eudora) scopes.pop_back();
+    for (const char* table : {PairTable::kName, IntentTable::kName, MailTable::kName}) {
+        if (!database.tableExists(table)) continue;
+        SQLite::Statement select(database, std::string("SELECT DISTINCT scope FROM ") + table);
+        while (select.executeStep()) {
+            std::string scope;
+            Get(select.getColumn(0), scope);
+            const bool isIt = Identity(files, scope.substr(0, scope.find('\n'))) == eudora;
+            if (isIt) scopes.push_back(std::move(scope));
+        }
     }
     return scopes;
 }
@@ -251,7 +255,7 @@ base::Result<Locks> TakeLocks(platform::Files& files, const std::string& path, c
 }
 
 // The memory of two sides. Without a database there is no file and nothing remembered.
-template <class Content, class Change, class Table>
+template <class Content, class Change>
 class Scope : public Memory<Content, Change> {
   public:
     using Opened = base::Result<std::unique_ptr<Memory<Content, Change>>>;
@@ -387,8 +391,8 @@ class Scope : public Memory<Content, Change> {
     // A memory of an earlier version, which knew folders by the text on the command line, becomes
     // that of this folder.
     void Adopt(const std::vector<KnownFolder>& known) {
-        if (m_database == nullptr || !m_database->tableExists(Table::kName)) return;
-        for (std::string& scope : ScopesOf(m_files, *m_database, Table::kName, m_eudora)) {
+        if (m_database == nullptr) return;
+        for (std::string& scope : ScopesOf(m_files, *m_database, m_eudora)) {
             if (std::ranges::count(known, scope, &KnownFolder::memory) > 0) continue;
             const std::string named = scope.substr(scope.find('\n') + 1);
             const bool isRelative = base::ToPath(named).is_relative();
@@ -418,13 +422,12 @@ base::Result<Lock> LockState(platform::Files& files, const std::string& stateFil
 
 base::Result<std::unique_ptr<PairMemory>> OpenPairs(platform::Files& files, const std::string& path,
                                                     const Sides& sides, bool mayWrite) {
-    return Scope<Remembered, MemoryChange, PairTable>::Open(files, path, sides, mayWrite);
+    return Scope<Remembered, MemoryChange>::Open(files, path, sides, mayWrite);
 }
 
 base::Result<std::unique_ptr<MailMemory>> OpenMails(platform::Files& files, const std::string& path,
                                                     const Sides& sides, bool mayWrite) {
-    using Mails = std::vector<RememberedMail>;
-    return Scope<Mails, MailMemoryChange, MailTable>::Open(files, path, sides, mayWrite);
+    return Scope<std::vector<RememberedMail>, MailMemoryChange>::Open(files, path, sides, mayWrite);
 }
 
 base::Status ForgetEudora(platform::Files& files, const std::string& path,
@@ -433,10 +436,8 @@ base::Status ForgetEudora(platform::Files& files, const std::string& path,
     auto database = OpenStateDatabase(files, path, true);
     if (!database) return database.Error();
     return InTransaction(database->get(), path, [&](SQLite::Database& opened) {
-        for (const char* table : {PairTable::kName, IntentTable::kName, MailTable::kName}) {
-            for (const auto& scope : ScopesOf(files, opened, table, Identity(files, eudora))) {
-                ForgetRows(opened, scope);
-            }
+        for (const std::string& scope : ScopesOf(files, opened, Identity(files, eudora))) {
+            ForgetRows(opened, scope);
         }
     });
 }

@@ -119,14 +119,14 @@ struct ContactWorld : SyncWorld {
         auto sides = contactsync::LoadSides(stores, remembered, progress);
         if (sides) return contactsync::MakePlan(*sides, remembered, stores, options);
         contactsync::Plan plan;
-        plan.stop = sides.Error().Message();
+        plan.report.stop = {sides.Error()};
         return plan;
     }
     // With what failed, or the reason to stop, as the report's errors.
     sync::Report Sync() {
         contactsync::Plan plan = MakePlan();
-        if (plan.stop) {
-            plan.report.errors = {*plan.stop};
+        if (plan.report.stop) {
+            plan.report.errors = {plan.report.stop->why.Message()};
         } else if (!plan.IsEmpty()) {
             plan.report.errors = contactsync::Execute(
                 plan, stores, memory, [&] { return Strike("backup"); }, progress);
@@ -284,7 +284,7 @@ TEST(ContactSync, BringsBothSidesIntoStepWhateverFails) {
                           world.eudora.Hold(pair.folder.contact) != pair.folder.contact);
             }
             const contactsync::Plan again = world.MakePlan();
-            EXPECT_TRUE(again.IsEmpty() && !again.stop);
+            EXPECT_TRUE(again.IsEmpty() && !again.report.stop);
             EXPECT_EQ(again.report.refused.size(), test.refused);
             // A lost memory doubles nothing.
             world.memory.rows.clear();
@@ -345,7 +345,7 @@ TEST(ContactSync, RandomEditsNeverLoseAContactAndConverge) {
         }
         world.Sync();
         const contactsync::Plan again = world.MakePlan();
-        if (again.stop) continue;  // a side that is empty stops every run on purpose
+        if (again.report.stop) continue;  // a side that is empty stops every run on purpose
         EXPECT_TRUE(again.IsEmpty());
         std::multiset<std::string> held[2];
         for (const sync::Side side : {kEudora, kFolder}) {
@@ -376,7 +376,7 @@ TEST(Deletions, HaveALimit) {
         {12, "", 10},  {40, "", 10}, {48, "", 12},    {48, "28%", 13},
         {48, "0%", 0}, {48, "5", 5}, {48, "100%", 48}};
     for (const auto& [total, limit, allowed] : rows) {
-        EXPECT_EQ(sync::DeletionsAllowed(total, sync::ParseDeleteLimit(limit)), allowed)
+        EXPECT_EQ(sync::DeletionsAllowed(total, sync::ParseLimit(limit)), allowed)
             << total << ", " << limit;
     }
 }

@@ -238,7 +238,7 @@ struct MailWorld : SyncWorld {
         auto sides = mailsync::LoadMailSides(eudora, folders, memory.rows, progress);
         mailsync::MailPlan plan;
         if (!sides) {
-            plan.stop = sides.Error().Message();
+            plan.report.stop = {sides.Error()};
             return plan;
         }
         sides->queued = eudora.queued.size();
@@ -248,12 +248,12 @@ struct MailWorld : SyncWorld {
     sync::Report Sync() {
         eudora.Restart();
         const mailsync::MailPlan plan = MakePlan();
-        if (plan.stop) {
+        if (plan.report.stop) {
             sync::Report report;
-            report.errors = {*plan.stop};
+            report.errors = {plan.report.stop->why.Message()};
             return report;
         }
-        const sync::CommandPlace place{files, clock, {}, {}};
+        const sync::CommandPlace place{files, clock, {}, {}, {}};
         mail::AttachFolder attachments(files, "C:\\Attach", 1252);
         const auto parse = [&](std::string_view bytes, const std::string& name) {
             if (!tooLarge.empty() && name.starts_with(tooLarge)) throw std::bad_alloc();

@@ -17,11 +17,24 @@ using ::testing::HasSubstr;
 
 class StateTest : public ::testing::Test {
   protected:
-    auto Pairs(bool mayWrite, const std::string& scope = "s") {
-        return state::OpenPairs(platform::NativeFiles(), m_path, scope, mayWrite);
+    // A folder that is in step with `eudora`.
+    std::string Folder(const std::string& eudora) const { return m_folder / ("with-" + eudora); }
+    // Memories whose run has begun, if it may write.
+    auto Pairs(bool mayWrite, const std::string& eudora = "s") {
+        return Begun(mayWrite, state::OpenPairs(platform::NativeFiles(), m_path,
+                                                {eudora, Folder(eudora)}, mayWrite));
     }
-    auto Mails(bool mayWrite, const std::string& scope = "s") {
-        return state::OpenMails(platform::NativeFiles(), m_path, scope, mayWrite);
+    auto Mails(bool mayWrite, const std::string& eudora = "s") {
+        return Begun(mayWrite, state::OpenMails(platform::NativeFiles(), m_path,
+                                                {eudora, Folder(eudora)}, mayWrite));
+    }
+    template <class Memory>
+    Memory Begun(bool mayWrite, Memory memory) {
+        for (const char* eudora : {"s", "t", "tt"}) {
+            if (mayWrite) fs::create_directory(Folder(eudora));
+        }
+        if (memory && mayWrite && !(*memory)->IsCurrent()) EXPECT_TRUE((*memory)->Begin({}));
+        return memory;
     }
     state::Remembered Load(const std::string& scope = "s") {
         return *(*Pairs(false, scope))->Load();
@@ -76,13 +89,23 @@ auto Tied(const RememberedPair& pair) {
 
 RememberedMail Mail(const std::string& name, MailLink link) {
     const std::string bytes = name + std::string("\0\xFF\"\xC3\xBC", 5);
-    return {0,    link,       bytes,       "131073",    name + "@\xE9",    bytes + "M",
-            "FS", 1ull << 40, bytes + "C", bytes + "N", "<" + name + "@x>"};
+    return {0,
+            link,
+            bytes,
+            "131073",
+            name + "@\xE9",
+            bytes + "M",
+            "FS",
+            1ull << 40,
+            bytes + "C",
+            bytes + "N",
+            "<" + name + "@x>",
+            state::MailLack::kAttachments};
 }
 
 auto Tied(const RememberedMail& mail) {
     return std::tie(mail.key, mail.link, mail.id, mail.marker, mail.messageId, mail.unique,
-                    mail.flags, mail.size, mail.content, mail.name, mail.fileId);
+                    mail.flags, mail.size, mail.content, mail.name, mail.fileId, mail.lack);
 }
 
 auto Tied(const state::Intent& intent) {
@@ -114,16 +137,19 @@ TEST_F(StateTest, RemembersWhatWasSavedInEachScope) {
                                   false};
     ASSERT_TRUE((*Mails(true))->Save(mails));
     ExpectSame(LoadMails(), mails.put);
-    for (const char* scope : {"t\nx", "tt\nx"})
-        ASSERT_TRUE((*Mails(true, scope))->Save({{Mail("b", MailLink::kPending)}, {}, false}));
+    for (const char* eudora : {"t", "tt"})
+        ASSERT_TRUE((*Mails(true, eudora))->Save({{Mail("b", MailLink::kPending)}, {}, false}));
     auto& all = mails.put;
     all[0].marker = "1";
     ASSERT_TRUE((*Mails(true))->Save({{all[0]}, {all[2].key, all[3].key}, true}));
     all[1].link = MailLink::kInStep;
     ExpectSame(LoadMails(), {all[0], all[1]});
-    EXPECT_EQ(LoadMails("t\nx")[0].link, MailLink::kPending) << "another scope";
-    ASSERT_TRUE(state::ForgetInBox(platform::NativeFiles(), m_path, "t"));
-    EXPECT_EQ(LoadMails().size() + LoadMails("t\nx").size() + LoadMails("tt\nx").size(), 3u);
+    EXPECT_EQ(LoadMails("t")[0].link, MailLink::kPending) << "another scope";
+    ASSERT_TRUE(state::ForgetEudora(platform::NativeFiles(), m_path, "t"));
+    EXPECT_EQ(LoadMails().size() + LoadMails("t").size() + LoadMails("tt").size(), 3u);
+    EXPECT_TRUE(Load("t").pairs.empty());
+    ASSERT_TRUE((*Pairs(true))->Forget());
+    EXPECT_TRUE(Load().pairs.empty() && Load().intents.empty());
 }
 
 TEST_F(StateTest, ReadsThePairsOfBeforeACutOffChangeAndTouchesNothing) {
@@ -197,9 +223,9 @@ constexpr const char* kVersion1 = R"(
     CREATE TABLE intent(
         scope BLOB NOT NULL, old_id BLOB NOT NULL, new_id BLOB NOT NULL,
         folder_id BLOB NOT NULL);
-    INSERT INTO pair VALUES(7, x'73', x'61', x'2D35', '["a","","","","","",""]', x'612E766366',
+    INSERT INTO pair VALUES(7, SCOPE, x'61', x'2D35', '["a","","","","","",""]', x'612E766366',
         x'33', '["a","","","","","",""]', x'75', 2);
-    INSERT INTO intent VALUES(x'73', x'61', x'62', x'63');
+    INSERT INTO intent VALUES(SCOPE, x'61', x'62', x'63');
     PRAGMA application_id = 0x6B767379;
     PRAGMA user_version = 1;
 )";
@@ -210,18 +236,23 @@ constexpr const char* kVersion2 = R"(
         file BLOB NOT NULL, flags BLOB NOT NULL, size INTEGER NOT NULL, content BLOB NOT NULL,
         name BLOB NOT NULL);
     CREATE INDEX mail_scope ON mail(scope, link);
-    INSERT INTO mail VALUES(5, x'73', 0, x'61', x'31', x'62', x'63', x'53', 9, x'64', x'65');
+    INSERT INTO mail VALUES(5, SCOPE, 0, x'61', x'31', x'62', x'63', x'53', 9, x'64', x'65');
     PRAGMA user_version = 2;
 )";
 
 TEST_F(StateTest, AnUpgradeKeepsWhatEarlierVersionsRemembered) {
     for (const bool hasMails : {false, true}) {
         fs::remove(m_path);
-        Execute(std::string(kVersion1) + (hasMails ? kVersion2 : ""));
+        fs::remove_all(Folder("s"));
+        std::string sql = std::string(kVersion1) + (hasMails ? kVersion2 : "");
+        const std::string scope = "CAST('s' || char(10) || '" + Folder("s") + "' AS BLOB)";
+        for (std::size_t at; (at = sql.find("SCOPE,")) != sql.npos;) sql.replace(at, 5, scope);
+        Execute(sql);
         const std::string before = Bytes();
         RememberedPair pair{7, {{"a", "-5"}, {{"a"}}}, {{"a.vcf", "3"}, {{"a"}}}, "u", 2};
         std::vector<RememberedMail> mails;
-        if (hasMails) mails = {{5, MailLink::kInStep, "a", "1", "b", "c", "S", 9, "d", "e", ""}};
+        if (hasMails)
+            mails = {{5, MailLink::kInStep, "a", "1", "b", "c", "S", 9, "d", "e", "", {}}};
         for (int saved = 0; saved < 3; ++saved) {
             ExpectSame(Load().pairs, {pair});
             ExpectSame(Load().intents, {{"a", "b", "c"}});
@@ -240,6 +271,10 @@ TEST_F(StateTest, TheLockKeepsASecondRunOut) {
         const auto failure = Mails(mayWrite, "t").Error();
         EXPECT_EQ(failure.exit, base::ExitCode::kRefused);
         EXPECT_THAT(failure.Message(), HasSubstr(m_path));
+        const auto other =
+            state::OpenPairs(platform::NativeFiles(), m_path + "2", {"t", Folder("s")}, mayWrite);
+        EXPECT_EQ(other.Error().exit, base::ExitCode::kRefused);
+        EXPECT_THAT(other.Error().Message(), HasSubstr(Folder("s")));
     }
 }
 
