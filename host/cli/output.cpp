@@ -136,8 +136,10 @@ void TellStop(const sync::Report& report, Subject subject, Lines& errors) {
     Lines stopped;
     for (const sync::Change& change : report.changes) {
         for (const Side side : {Side::kEudora, Side::kFolder}) {
-            const bool isIt = change.On(side).verb == report.stop->verb;
-            if (isIt && report.stop->verb != Verb::kNone) Describe(change, side, subject, stopped);
+            const sync::Stop& stop = *report.stop;
+            const bool isIt = stop.verb != Verb::kNone && stop.side.value_or(side) == side &&
+                              change.On(side).verb == stop.verb;
+            if (isIt) Describe(change, side, subject, stopped);
         }
     }
     for (std::size_t i = 0; i < std::min(stopped.size(), kMost); ++i) {

@@ -308,6 +308,7 @@ class MailPlanner {
         if (report.stop) return;
         report.stop = sync::TooManyDeletions(report.Count(side, kRemove), what, m_inStep,
                                              m_options.maxDelete);
+        if (report.stop) report.stop->side = side;
     }
 
     void CheckLimits() {

@@ -53,7 +53,8 @@ struct Notice {
 // Why nothing of a plan was done: a limit, or a side that is suddenly empty.
 struct Stop {
     base::Failure why;
-    Verb verb = Verb::kNone;  // what there would have been too much of
+    Verb verb = Verb::kNone;        // what there would have been too much of
+    std::optional<Side> side = {};  // and where; nothing if on either
 };
 
 // What a sync did, or would do. All counts are of contacts or mails.

@@ -69,7 +69,9 @@ std::optional<Stop> TooManyAdditions(unsigned long count, const char* what, unsi
     if (!limit && total > 0) return std::nullopt;
     const unsigned long allowed = limit ? Allowed(total, *limit) : kFirstAdditions;
     if (count <= allowed) return std::nullopt;
-    return TooMany(Verb::kAdd, count, what, allowed, "--max-add");
+    Stop stop = TooMany(Verb::kAdd, count, what, allowed, "--max-add");
+    stop.side = Side::kEudora;
+    return stop;
 }
 
 base::Status CheckRights(platform::Files& files, const std::vector<std::string>& paths) {
