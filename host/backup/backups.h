@@ -1,6 +1,9 @@
 #pragma once
 
+#include <chrono>
+#include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -8,64 +11,144 @@
 #include "platform/os/clock.h"
 #include "platform/os/files.h"
 
-// Backups of Eudora's files. Paths are native, in UTF-8.
+// Backups of what runs change or remove. Paths are native, in UTF-8.
 namespace host::backup {
 
-// One copy.
-struct BackupFile {
-    std::string name;    // in the backup's folder
-    std::string origin;  // path of the copied file
+// What a file is, and what a backup holds of it. The numbers stand in the manifest.
+enum class Kind {
+    kEudora = 0,   // Eudora's: a copy of all of it
+    kGrowing = 1,  // Eudora's: the length alone, as only what is behind that changes
+    kCard = 2,     // a vCard: a copy
+    kMail = 3,     // a file of a Maildir, which programs rename: a copy
+};
+
+// A file that may be lost or changed.
+struct Origin {
+    Origin(std::string where, Kind what = Kind::kEudora) : path(std::move(where)), kind(what) {}
+    std::string path;
+    Kind kind;
+
+    bool IsEudoras() const { return kind == Kind::kEudora || kind == Kind::kGrowing; }
+};
+
+// What a backup has of one file.
+struct BackupFile : Origin {
+    std::string name = {};  // of the copy in the backup's folder; empty if the length is kept alone
+    std::string real = {};  // where the path led; empty in a backup of an earlier version
+    std::uint64_t size = 0;  // bytes, also of what is not copied
+    std::string print = {};  // a fingerprint of the last bytes of what is not copied
+};
+
+// The two sides of a run.
+struct Sides {
+    std::string eudoraFolder;  // empty in a backup of an earlier version, as are the others
+    std::string eudora;        // the nickname file, or In.mbx
+    std::string folder;        // of vCards, or the Maildir
 };
 
 // One backup, as its manifest backup.json describes it.
 struct Backup {
     std::string id;  // the time it was made, UTC: 20261124-131900
     std::string reason;
+    Sides sides;
     std::vector<BackupFile> files;
     std::vector<std::string> absent;      // files that did not exist; a restore removes them
     std::vector<std::string> passedOver;  // what is no regular file; known only of a new backup
+
+    std::uint64_t CopiedBytes() const;
 };
 
 // A nickname file and its table of contents (.toc in any case), which need not exist.
-base::Result<std::vector<std::string>> FilesOfBook(platform::Files& files,
-                                                   const std::string& nicknameFile);
+base::Result<std::vector<Origin>> FilesOfBook(platform::Files& files,
+                                              const std::string& nicknameFile);
 
-// Copies of files in folders named by time, below `folder`. A backup exists once it is complete: a
-// failed one is removed at once, one of an interrupted run by the next Make. `files` and `clock`
-// outlive the object.
+// The bytes that all backups may have together if nothing else is said.
+inline constexpr std::uint64_t kUsualSpace = 2'000'000'000;
+
+// What of a backup is to be put back, and how.
+struct Wanted {
+    std::string only;          // "contacts", "mail", or empty for both
+    std::string eudoraFolder;  // refuses a backup of another Eudora; may be empty
+    bool followLinks = false;  // that took the place of a file or its folder after the backup
+};
+
+// What a restore did: the files that it put back, and those that it removed.
+struct Restored {
+    std::string before;  // the id of the backup of what was in their places; empty without any
+    std::vector<BackupFile> placed;
+    std::vector<std::string> removed;
+
+    bool IsEmpty() const { return placed.empty() && removed.empty(); }
+};
+
+// Backups in folders named by time, below `folder`. One exists once it is complete: a failed one is
+// removed at once, one of an interrupted run by the next Make. `files` and `clock` outlive the
+// object.
 class Backups {
   public:
     Backups(platform::Files& files, std::string folder, platform::Clock& clock)
         : m_files(files), m_folder(std::move(folder)), m_clock(clock) {}
 
-    // Copies files that need not exist; a restore puts them back in this order. The copies are on
-    // the disk when this returns. kRefused if the disk has no room for all of them.
-    base::Result<Backup> Make(const std::vector<std::string>& origins, const std::string& reason);
-    // Removes backups that are older than 30 days and not among the newest 10.
-    base::Status Prune();
+    // Keeps files that need not exist; a restore puts them back in this order. All of it is on the
+    // disk when this returns. kRefused if the disk has no room for the copies.
+    base::Result<Backup> Make(const std::vector<Origin>& origins, const std::string& reason,
+                              const Sides& sides = {});
+    // Removes backups that are older than 30 days and not among the newest 10, and the oldest ones
+    // while all together have more than `space` bytes, but never the newest one nor those made
+    // since `began`. Gives the removed ones.
+    base::Result<std::vector<Backup>> Prune(
+        std::uint64_t space, std::optional<std::chrono::system_clock::time_point> began = {});
     // Oldest first.
     base::Result<std::vector<Backup>> List();
-    // Puts the files back and gives a backup of those that were in their places. All are copied
-    // beside their places first; then each takes its place in one step; files that did not exist
-    // are removed last. An interrupted restore is completed by another one.
-    // kRefused, with nothing changed, for an unknown id or a place that cannot be written. `ready`,
-    // if given, is called before the first file changes; its failure ends the restore. A failure
-    // after that leaves some files restored and the others as they were.
-    base::Result<Backup> Restore(const std::string& id,
-                                 const std::function<base::Status(const Backup&)>& ready = nullptr);
+    // kRefused for an unknown id.
+    base::Result<Backup> Find(const std::string& id);
+    // Puts the files back and makes a backup of those that were in their places. Of Eudora's files
+    // each becomes as it was, and those that did not exist go; of the other side a file comes back
+    // that is missing or was changed. A file whose length alone is kept is cut from what is there,
+    // or from a later copy. All are copied beside their places first; then each takes its place in
+    // one step; removals come last. An interrupted restore is completed by another one.
+    //
+    // kRefused, with nothing changed, for an unknown id, a backup that holds nothing of what is
+    // wanted, and a place that is gone, leads elsewhere now or cannot be written. `ready`, if
+    // given, is called with what is about to happen before the first file changes; its failure ends
+    // the restore. A failure after that leaves some files restored and the others as they were.
+    using Ready = std::function<base::Status(const Backup&, const Restored&)>;
+    base::Result<Restored> Restore(const std::string& id, const Wanted& wanted = {},
+                                   const Ready& ready = nullptr);
 
-  private:
+    // Whether the backup is of that Eudora.
+    bool IsOf(const Backup& backup, const std::string& eudoraFolder) const;
     // A folder of a backup, or a file in it.
     std::string PathOf(const std::string& id, const std::string& name = {}) const;
+
+  private:
+    struct Placing;
+
     base::Result<std::string> NewFolder();
     void RemoveLeftovers();
     void Discard(const std::string& id);
-    base::Status Fill(Backup& backup, const std::vector<std::string>& origins);
+    std::string FreeName(const Backup& backup, const std::string& origin) const;
+    base::Status Fill(Backup& backup, const std::vector<Origin>& origins);
+    base::Status Keep(Backup& backup, const Origin& origin, std::uint64_t size);
+    base::Status Flush(const Backup& backup);
     base::Result<Backup> ReadManifest(const std::string& id);
+
+    std::string RealOf(const std::string& path) const;
+    bool BeginsAs(const std::string& path, const BackupFile& file) const;
+    base::Status Choose(Backup& backup, const Wanted& wanted) const;
+    base::Status CheckPlacing(const Placing& placing, const Wanted& wanted) const;
+    base::Result<std::string> SourceOf(const Backup& backup, const BackupFile& file);
+    base::Result<std::vector<Placing>> PlanRestore(const Backup& backup);
 
     platform::Files& m_files;
     std::string m_folder;
     platform::Clock& m_clock;
 };
+
+// The name by which a memory knows a vCard or a file of a Maildir.
+std::string RememberedName(platform::Files& files, const BackupFile& file);
+
+// The Eudora folder of a backup; of one of an earlier version judged by its files.
+std::string EudoraFolderOf(platform::Files& files, const Backup& backup);
 
 }  // namespace host::backup

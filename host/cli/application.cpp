@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include "host/base/output.h"
+#include "host/cli/backup_commands.h"
 #include "host/cli/completion.h"
 #include "host/cli/contact_commands.h"
 #include "host/cli/mail_commands.h"
@@ -26,9 +27,8 @@ constexpr const char* kFooter =
     "2 the command line or the configuration file makes no sense, 3 refused before anything\n"
     "was touched, 4 done with changes, 5 done but conflicts wait for a decision.\n\n"
     "Keys of the configuration file: eudora, wine_prefix, contacts, maildir, state,\n"
-    "nickname_file, settings, language, prefer, direction (texts), max_delete, max_add (numbers "
-    "or\n"
-    "texts), wait and code_page (numbers).";
+    "nickname_file, settings, language, backup_space, prefer, direction (texts), max_delete,\n"
+    "max_add (numbers or texts), wait and code_page (numbers).";
 
 // Adds the options of the kinds that `wanted` takes, under their names.
 template <class Wanted>
@@ -140,8 +140,16 @@ void AddScript(CLI::App& command, Options& options) {
     command.footer(shell::ShellHelp());
 }
 
+void AddBackups(CLI::App& command, Options& options) {
+    auto* const show = command.add_option("--show", options.record, "the files of this backup");
+    command.add_flag("--prune", options.prune, "remove those that are too old or too much now")
+        ->excludes(show);
+}
+
 void AddBackup(CLI::App& command, Options& options) {
     command.add_option("id", options.record, "the backup, as kvsync backups lists it")->required();
+    command.add_option("--only", options.what, "put back its contacts or its mail alone")
+        ->check(CLI::IsMember({"contacts", "mail"}));
 }
 
 void AddShell(CLI::App& command, Options& options) {
@@ -183,8 +191,8 @@ constexpr Command kCommands[] = {
      "dialog, or without one by --nickname-file or the options below",
      On::kBook, AddLimits, ConfigureContacts, ConfigureMail},
     {"shell", "a console on the translator interface", On::kBook, AddScript, Shell},
-    {"backups", "list the copies made before Eudora's files were changed", On::kEudora, AddNothing,
-     ListBackups},
+    {"backups", "list the copies made before files were changed or removed", On::kEudora,
+     AddBackups, ListBackups},
     {"restore", "put a backup back in its place", On::kEudora, AddBackup, Restore},
     {"doctor", "check the set-up and say what to do about each fault", On::kFolders, AddNothing,
      Doctor},

@@ -105,6 +105,19 @@ std::optional<std::chrono::seconds> ParseSeconds(std::string_view text) {
     return std::chrono::seconds(*number);
 }
 
+// "500 MB", "2GB"
+std::optional<std::uint64_t> ParseSpace(std::string_view text) {
+    constexpr std::pair<std::string_view, std::uint64_t> kUnits[] = {
+        {"KB", 1'000}, {"MB", 1'000'000}, {"GB", 1'000'000'000}, {"TB", 1'000'000'000'000}};
+    for (const auto& [unit, bytes] : kUnits) {
+        if (!text.ends_with(unit)) continue;
+        text.remove_suffix(unit.size());
+        const auto number = text::NumberIn<std::uint32_t>(text::TrimmedBack(text, " "));
+        return number && *number <= 1'000'000 ? std::optional(*number * bytes) : std::nullopt;
+    }
+    return std::nullopt;
+}
+
 std::optional<std::string> KnownLanguage(std::string_view text) {
     constexpr std::string_view kLanguages[] = {"EN", "DE", "FR", "ES", "IT", "PT", "JP"};
     const auto known = std::ranges::find(kLanguages, text);
@@ -138,6 +151,8 @@ std::vector<TextOption> TextOptions(Options& options) {
         {"state", kPath, options.state, "the file that remembers the last run"},
         {"config", kPathOfCommandLine, options.config,
          "the configuration file (else ~/.config/kvsync/config.toml)"},
+        {"backup-space", kWord, options.backupSpace,
+         "how much all backups together may take (default: \"2 GB\"); the oldest go first"},
         {"settings", kPath, setup.settings, "the folder of the translators' settings files"},
         {"language", kWord, setup.language, "language of the translator: EN DE FR ES IT PT JP"},
         {"prefer", kWordOfSync, options.prefer,
@@ -172,6 +187,8 @@ void ReadConfiguration(Options& options) {
     }
     Parse("language", options.setup.language, "is one of EN DE FR ES IT PT JP", KnownLanguage,
           options.setup.language);
+    Parse("backup-space", options.backupSpace, "is a number of KB, MB, GB or TB such as \"2 GB\"",
+          ParseSpace, options.backupBytes);
     sync::Options& rules = options.rules;
     rules.dryRun = options.setup.writesNothing;
     constexpr const char* kNumber = "is a number or a percentage such as 25%";

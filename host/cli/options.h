@@ -23,7 +23,9 @@ struct Options {
     std::optional<std::string> state;  // the memory's file
     std::optional<std::string> config;
     std::optional<std::string> prefer, direction, maxDelete, maxAdd, wait;
-    sync::Options rules;  // what these five say, and the dry run; ReadConfiguration fills it
+    std::optional<std::string> backupSpace;
+    std::uint64_t backupBytes = backup::kUsualSpace;  // what that says; ReadConfiguration fills it
+    sync::Options rules;  // what the five say, and the dry run; ReadConfiguration fills it
     bool json = false;
     bool quiet = false;
     bool verbose = false;
@@ -36,6 +38,7 @@ struct Options {
     std::string script;  // empty for standard input
     std::string take;    // "eudora" or "folder"
     bool yes = false;
+    bool prune = false;  // backups
     translator::MailLimitChanges limits;
 };
 

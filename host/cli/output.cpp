@@ -244,32 +244,6 @@ Output RefusalOutput(const base::Failure& failure) {
     return output;
 }
 
-Output BackupsOutput(const std::vector<backup::Backup>& backups) {
-    Output output;
-    auto list = nlohmann::json::array();
-    for (const backup::Backup& backup : backups) {
-        std::string line = backup.id + "  " + backup.reason;
-        auto files = nlohmann::json::array();
-        for (const backup::BackupFile& file : backup.files) {
-            line += "  " + file.origin;
-            files.push_back(file.origin);
-        }
-        output.lines.push_back(std::move(line));
-        list.push_back({{"id", backup.id}, {"reason", backup.reason}, {"files", files}});
-    }
-    if (backups.empty()) output.lines.emplace_back("no backups yet");
-    output.Finish({{"backups", std::move(list)}});
-    return output;
-}
-
-Output RestoreOutput(const std::string& id, const backup::Backup& before) {
-    Output output{
-        base::ExitCode::kChangesMade,
-        {"backup " + id + " is back in place", "what was there before is backup " + before.id}};
-    output.Finish({{"restored", id}, {"before", before.id}});
-    return output;
-}
-
 Output ExportOutput(std::size_t contacts, const std::string& toFolder) {
     Output output;
     if (contacts > 0) output.code = base::ExitCode::kChangesMade;

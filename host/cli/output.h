@@ -7,7 +7,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/backup/backups.h"
 #include "host/base/failure.h"
 #include "host/cli/options.h"
 #include "host/eudora/outside_names.h"
@@ -29,9 +28,6 @@ struct Output {
 
 // A failure that kept a command from its work.
 Output RefusalOutput(const base::Failure& failure);
-Output BackupsOutput(const std::vector<backup::Backup>& backups);
-// `id` is the restored backup, `before` the one of the files that it replaced.
-Output RestoreOutput(const std::string& id, const backup::Backup& before);
 Output ExportOutput(std::size_t contacts, const std::string& toFolder);
 
 // Which sync a report is of.

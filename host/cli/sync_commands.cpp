@@ -175,36 +175,17 @@ class IncomingReader {
     std::unique_ptr<mail::IncomingFolder> m_folder;
 };
 
-std::vector<std::string> NativePaths(const std::vector<std::string>& paths) {
-    std::vector<std::string> natives;
-    for (const std::string& path : paths) {
-        if (auto native = platform::NativePathOf(path)) natives.push_back(*std::move(native));
-    }
-    return natives;
-}
-
 // Native paths in the order of a safe restore: a table of contents before its mailbox, which mostly
 // grows at its end; the in-box before the Trash, so that a mail is in both rather than in none.
 std::vector<std::string> Mailboxes(const eudora::Setup& setup) {
     std::vector<std::string> files;
     for (const char* box : {"In", "Trash", "Out"}) {
         for (const char* end : {".toc", ".mbx"}) {
-            files.push_back(setup.eudoraFolder + '\\' + box + end);
+            auto native = platform::NativePathOf(setup.eudoraFolder + '\\' + box + end);
+            if (native) files.push_back(*std::move(native));
         }
     }
-    return NativePaths(files);
-}
-
-// Native paths; a backup before a sync of mail holds them too.
-std::vector<std::string> NicknameFiles(const eudora::Setup& setup) {
-    std::vector<std::string> files{setup.eudoraFolder + "\\nndbase.txt",
-                                   setup.eudoraFolder + "\\nndbase.toc"};
-    const std::string folder = setup.eudoraFolder + "\\NickName";
-    const auto entries = platform::NativeSystem().files.List(folder, "*");
-    for (const auto& entry : entries ? *entries : std::vector<platform::FolderEntry>()) {
-        if (!entry.isFolder) files.push_back(folder + '\\' + entry.name);
-    }
-    return NativePaths(files);
+    return files;
 }
 
 // The mails, as the task wants it; the options name a Maildir.
@@ -233,8 +214,6 @@ Output RunMail(Workplace& workplace, const Options& options, const sync::Command
     sync.inbox = *inbox;
     sync.outbox = platform::NativePathOf(setup.eudoraFolder + "\\Out.toc").value_or("");
     sync.mailboxes = Mailboxes(setup);
-    sync.eudoraFiles = sync.mailboxes;
-    for (auto& file : NicknameFiles(setup)) sync.eudoraFiles.push_back(std::move(file));
     sync.maildir = eudora::WithoutLinks(*options.maildir);
     sync.codePage = system.codePage;
     if (task == Task::kForget) {
@@ -257,6 +236,8 @@ Output RunMail(Workplace& workplace, const Options& options, const sync::Command
 Output Run(const Subjects& subjects, Workplace& workplace, const Options& options, Task task) {
     ProgressLine progress(!options.quiet);
     auto command = PlaceOf(options, progress);
+    const std::string& folder = workplace.Setup().eudoraFolder;
+    command.eudoraFolder = platform::NativePathOf(folder).value_or("");
     command.eudoraLock = base::FromPath(base::ToPath(workplace.Setup().memoryFolder) / "lock");
     const auto contacts = [&] {
         return OrRefusal([&] { return RunContacts(workplace, options, command, task); });
@@ -279,19 +260,6 @@ Output Run(const Subjects& subjects, Workplace& workplace, const Options& option
     const Output first = contacts();
     const bool isResolved = options.rules.resolve && first.code != base::ExitCode::kRefused;
     return isResolved ? first : options.rules.resolve ? mail() : Joined(first, mail());
-}
-
-// Eudora's lock file lies in the folder of nndbase.txt, above that of the other nickname files.
-void RefuseLocked(const std::string& nicknameFile) {
-    const auto folder = base::ToPath(nicknameFile).parent_path();
-    for (const auto& place : {folder, folder.parent_path()}) {
-        const auto locks = platform::NativeFiles().List(base::FromPath(place), "owner.lok");
-        if (locks && !locks->empty()) {
-            throw Ended(base::Refused(
-                "Eudora is running in " + base::FromPath(place) + " (its OWNER.LOK is there)",
-                "close it and try again"));
-        }
-    }
 }
 
 }  // namespace
@@ -330,31 +298,6 @@ base::ExitCode Status(const Options& options) {
     TellEudora(output, eudora::RefuseRunningEudora(workplace.Setup()),
                eudora::NamesLeadingOutside(options.setup), options.setup.followLinks);
     return Say(output, options);
-}
-
-base::ExitCode ListBackups(const Options& options) {
-    ProgressLine progress(false);
-    const auto backups = sync::BackupsOf(PlaceOf(options, progress)).List();
-    return Say(backups ? BackupsOutput(*backups) : RefusalOutput(backups.Error()), options);
-}
-
-base::ExitCode Restore(const Options& options) {
-    OrEnd(eudora::RefuseNamesLeadingOutside(options.setup));
-    // A known Eudora must not run; a backup can also be put back without an Eudora.
-    const auto setup = eudora::Prepare(options.setup);
-    if (options.setup.eudora || options.setup.winePrefix) OrEnd(setup);
-    if (setup) OrEnd(eudora::RefuseRunningEudora(*setup));
-    ProgressLine progress(false);
-    const auto command = PlaceOf(options, progress);
-    // The files of a backup must not be in the hands of a running Eudora, whichever it is.
-    const auto backups = sync::BackupsOf(command).List();
-    for (const auto& backup : backups ? *backups : std::vector<backup::Backup>()) {
-        if (backup.id != options.record) continue;
-        for (const backup::BackupFile& file : backup.files) RefuseLocked(file.origin);
-    }
-    const auto before = sync::Restore(command, options.record);
-    return Say(before ? RestoreOutput(options.record, *before) : RefusalOutput(before.Error()),
-               options);
 }
 
 }  // namespace host::cli

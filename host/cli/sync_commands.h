@@ -2,10 +2,10 @@
 
 #include "host/cli/options.h"
 
-// The commands about syncs and their backups.
+// The commands about syncs.
 namespace host::cli {
 
-// The first five work on the subject that the options name, else on contacts and mails as far as
+// All work on the subject that the options name, else on contacts and mails as far as
 // their folders are named.
 base::ExitCode Sync(const Options& options);
 base::ExitCode Status(const Options& options);
@@ -15,9 +15,5 @@ base::ExitCode Conflicts(const Options& options);
 base::ExitCode Resolve(const Options& options);
 // Forgets what is remembered of both sides, once a person agreed.
 base::ExitCode Forget(const Options& options);
-// Prints a line for each backup, oldest first.
-base::ExitCode ListBackups(const Options& options);
-// Puts the backup with the id in `record` back; the files that it replaces become a backup.
-base::ExitCode Restore(const Options& options);
 
 }  // namespace host::cli

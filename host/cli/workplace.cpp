@@ -123,7 +123,10 @@ sync::CommandPlace PlaceOf(const Options& options, ProgressLine& progress) {
             platform::NativeSystem().clock,
             state,
             {},
-            [&progress](const std::string& line) { progress.Show(line); }};
+            [&progress](const std::string& line) { progress.Show(line); },
+            {},
+            options.backupBytes,
+            platform::NativeSystem().clock.Now()};
 }
 
 }  // namespace host::cli

@@ -147,6 +147,24 @@ base::Status Begin(const sync::CommandPlace& place, const SyncOptions& options, 
     return run.memory->Begin({run.remembered.pairs, {}, run.remembered.intents});
 }
 
+// What the plan changes or removes.
+base::Result<std::vector<backup::Origin>> FilesAtRisk(const sync::CommandPlace& place,
+                                                      const SyncOptions& options,
+                                                      const Plan& plan) {
+    base::Result<std::vector<backup::Origin>> files = std::vector<backup::Origin>();
+    if (plan.report.Changes(sync::Side::kEudora)) {
+        files = backup::FilesOfBook(place.files, options.eudora.file);
+        if (!files) return files;
+    }
+    for (const Step& step : plan.steps) {
+        const auto verb = step.folder.verb;
+        if (verb != sync::Verb::kChange && verb != sync::Verb::kRemove) continue;
+        files->emplace_back(options.folder + place.files.Separator() + step.folder.known.id,
+                            backup::Kind::kCard);
+    }
+    return files;
+}
+
 }  // namespace
 
 state::Sides SidesOf(const sync::CommandPlace& place, const SyncOptions& options) {
@@ -165,10 +183,11 @@ base::Result<sync::Report> RunSync(const sync::CommandPlace& place, const SyncOp
     if (options.dryRun || report.stop || isSettled) return std::move(report);
     if (auto begun = Begin(place, options, run); !begun) return begun.Error();
     const auto backup = [&]() -> base::Status {
-        const auto files = backup::FilesOfBook(place.files, options.eudora.file);
+        const auto files = FilesAtRisk(place, options, run.plan);
         if (!files) return files.Error();
         std::vector<std::string> passedOver;
-        auto done = sync::BackUp(place, *files, "before a sync of contacts", passedOver);
+        auto done = sync::BackUp(place, SidesOf(place, options), *files,
+                                 "before a sync of contacts", passedOver);
         for (const std::string& path : passedOver) {
             report.leftAlone.push_back(path + ": is no regular file");
         }

@@ -34,8 +34,7 @@ class Execution {
           m_states(plan.steps.size()) {}
 
     std::vector<std::string> Run(const std::function<base::Status()>& backup) {
-        const bool changesEudora = m_plan.report.Changes(sync::Side::kEudora);
-        bool isWhole = !changesEudora || Check(backup(), "backup");
+        bool isWhole = !EndangersFiles() || Check(backup(), "backup");
         if (!m_plan.intents.empty()) m_pending.intents = m_plan.intents;
         isWhole = isWhole && Flush() && FolderPhase() && EudoraPhase();
         if (!m_plan.intents.empty() || m_plan.dropIntents) m_pending.intents.emplace();
@@ -44,6 +43,14 @@ class Execution {
     }
 
   private:
+    // A vCard that is added endangers none.
+    bool EndangersFiles() const {
+        using sync::Side;
+        const sync::Report& report = m_plan.report;
+        return report.Changes(Side::kEudora) || report.Count(Side::kFolder, Verb::kChange) > 0 ||
+               report.Count(Side::kFolder, Verb::kRemove) > 0;
+    }
+
     // Each gives false, with a line in the errors, after a failure that ends the run.
     bool Check(const base::Status& status, const std::string& what) {
         if (!status) m_errors.push_back(what + ": " + status.Error().Message());

@@ -12,7 +12,7 @@
 namespace host::contactsync {
 
 // Carries out a plan; gives a line in UTF-8 for each step that failed. `backup` is called first if
-// Eudora's file will change; its failure ends the run before the first change.
+// Eudora's file or a vCard will change or go; its failure ends the run before the first change.
 //
 // The order makes an interrupted run harmless:
 // 1. the intents are remembered: the nicknames that Eudora's file is about to get;

@@ -1,7 +1,6 @@
 #include "host/mail/mail.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "text/ascii.h"
 
@@ -53,23 +52,6 @@ bool CanKeepMessageId(std::string_view id) {
            std::ranges::all_of(id, [](char letter) {
                return letter > ' ' && letter < 0x7F && letter != '<' && letter != '>';
            });
-}
-
-std::string Fingerprint(std::span<const std::string_view> pieces) {
-    std::uint64_t hash = 0xCBF29CE484222325;  // FNV-1a
-    for (const std::string_view piece : pieces) {
-        for (const char letter : piece) {
-            hash = (hash ^ static_cast<unsigned char>(letter)) * 0x100000001B3;
-        }
-    }
-    char digits[17];
-    std::snprintf(digits, sizeof digits, "%08x%08x", static_cast<unsigned>(hash >> 32),
-                  static_cast<unsigned>(hash));
-    return digits;
-}
-
-std::string Fingerprint(std::string_view text) {
-    return Fingerprint(std::span(&text, 1));
 }
 
 std::string MessageIdOf(const Mail& mail) {

@@ -2,10 +2,11 @@
 
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "text/fingerprint.h"
 
 // Mails on their way out of Eudora (Mail) and into it (NewMail). Texts are UTF-8 unless stated.
 namespace host::mail {
@@ -83,10 +84,6 @@ bool IsIndexId(std::string_view id);
 // Whether a mail can keep its Message-ID on its way: a header can hold it, and it is no index id.
 bool CanKeepMessageId(std::string_view id);
 
-// A hash of 64 bits (FNV-1a) as 16 hexadecimal digits. It tells texts apart, but an attacker can
-// find two texts with the same one.
-std::string Fingerprint(std::string_view text);
-// The fingerprint of the pieces joined.
-std::string Fingerprint(std::span<const std::string_view> pieces);
+using text::Fingerprint;
 
 }  // namespace host::mail

@@ -32,6 +32,15 @@ std::string SortedFlags(std::string_view flags) {
     return sorted;
 }
 
+std::string IdOf(std::string_view value) {
+    const auto open = value.find('<');
+    const auto close = open == std::string_view::npos ? open : value.find('>', open);
+    if (close == std::string_view::npos) return std::string(text::Trimmed(value));
+    return std::string(text::Trimmed(value.substr(open + 1, close - open - 1)));
+}
+
+}  // namespace
+
 MaildirEntry EntryNamed(std::string name, bool isNew) {
     // The info part begins at the colon, or at an exclamation mark that introduces flags (a unique
     // name may hold others).
@@ -43,15 +52,6 @@ MaildirEntry EntryNamed(std::string name, bool isNew) {
     }
     return {std::move(unique), std::move(name), std::move(flags), isNew};
 }
-
-std::string IdOf(std::string_view value) {
-    const auto open = value.find('<');
-    const auto close = open == std::string_view::npos ? open : value.find('>', open);
-    if (close == std::string_view::npos) return std::string(text::Trimmed(value));
-    return std::string(text::Trimmed(value.substr(open + 1, close - open - 1)));
-}
-
-}  // namespace
 
 std::string MessageIdInHeader(std::string_view message) {
     text::MailView mail(message);

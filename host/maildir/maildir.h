@@ -35,6 +35,7 @@ struct MaildirEntry {
     std::string flags;   // letters behind ":2,", in ASCII order
     bool isNew = false;  // lies in new/, not in cur/
 };
+MaildirEntry EntryNamed(std::string name, bool isNew);
 
 // A Maildir on which other programs work at the same time. Paths are native, in UTF-8; `files` and
 // `clock` outlive the object. The info part of new names begins with "!2," on Windows, and from the
@@ -78,10 +79,10 @@ class Maildir {
 
     // The entry under which Deliver puts a mail.
     MaildirEntry EntryOf(const std::string& unique, std::string_view flags) const;
+    std::string PathOf(const MaildirEntry& entry) const;
 
   private:
     std::string Path(const char* folder, std::string_view name) const;
-    std::string PathOf(const MaildirEntry& entry) const;
     base::Status MoveTo(const std::string& from, const std::string& unique, std::string_view flags);
 
     platform::Files& m_files;

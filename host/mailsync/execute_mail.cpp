@@ -30,7 +30,8 @@ class MailExecution {
 
     sync::Report Run() {
         const bool changesEudora = m_plan.report.Changes(kEudora);
-        if (changesEudora && !m_ledger.Check(m_work.backup(), "backup"))
+        const bool endangersFiles = changesEudora || m_plan.report.Count(kFolder, kRemove) > 0;
+        if (endangersFiles && !m_ledger.Check(m_work.backup(), "backup"))
             return m_ledger.TakeReport();
         for (const MailStep& step : m_plan.steps) {
             if (step.act.verb == kRedo) Redo(step);

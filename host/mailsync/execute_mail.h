@@ -26,7 +26,8 @@ struct MailWork {
     std::function<base::Result<mail::NewMail>(std::string_view, const std::string&)> parse;
     // How many mails lie in Eudora's out-box.
     std::function<base::Result<std::size_t>()> queued;
-    // Called once before the first change of Eudora's side; its failure ends the run there.
+    // Called once before the first change if Eudora's side changes or a file goes; its failure ends
+    // the run there.
     std::function<base::Status()> backup;
 };
 

@@ -7,6 +7,7 @@
 #include "host/mailsync/load_mail.h"
 #include "host/state/state_file.h"
 #include "mailbox/toc_file.h"
+#include "text/ascii.h"
 
 namespace host::mailsync {
 
@@ -88,6 +89,33 @@ base::Status CheckContent(platform::Files& files, const std::string& maildir) {
                          "name an empty folder");
 }
 
+// What the plan changes or removes. Nothing but a removal makes a mailbox smaller: Eudora itself
+// writes it anew some time after one.
+std::vector<backup::Origin> FilesAtRisk(const sync::CommandPlace& place,
+                                        const MailSyncOptions& options, const MailRun& run) {
+    const auto count = [&](sync::Verb verb) {
+        return run.plan.report.Count(sync::Side::kEudora, verb);
+    };
+    const bool removes = count(sync::Verb::kRemove) > 0;
+    const bool changesIn = removes || count(sync::Verb::kAdd) > 0 || count(sync::Verb::kChange) > 0;
+    std::vector<backup::Origin> files;
+    for (const std::string& path : options.mailboxes) {
+        const std::string folder = base::ParentFolder(place.files, path);
+        const std::string name = text::Lowered(path.substr(folder.size() + 1));
+        const bool isChanged = name.starts_with("in.")      ? changesIn
+                               : name.starts_with("trash.") ? removes
+                                                            : count(sync::Verb::kQueue) > 0;
+        const bool onlyGrows = name.ends_with(".mbx") && (!removes || name.starts_with("out."));
+        if (!isChanged) continue;
+        files.emplace_back(path, onlyGrows ? backup::Kind::kGrowing : backup::Kind::kEudora);
+    }
+    for (const MailStep& step : run.plan.steps) {
+        if (step.act != sync::Act{sync::Side::kFolder, sync::Verb::kRemove}) continue;
+        files.emplace_back(run.folders.mails.PathOf(step.file), backup::Kind::kMail);
+    }
+    return files;
+}
+
 }  // namespace
 
 state::Sides SidesOf(const sync::CommandPlace& place, const MailSyncOptions& options) {
@@ -112,7 +140,8 @@ base::Result<sync::Report> RunMailSync(const sync::CommandPlace& place,
     std::vector<std::string> passedOver;
     const auto queued = [&] { return mailbox::CountMails(place.files, options.outbox); };
     const auto backup = [&] {
-        return sync::BackUp(place, options.eudoraFiles, "before a sync of mail", passedOver);
+        return sync::BackUp(place, SidesOf(place, options), FilesAtRisk(place, options, run),
+                            "before a sync of mail", passedOver);
     };
     const MailWork work{place,        *run.source,   run.folders, *run.memory, *options.attachments,
                         run.progress, options.parse, queued,      backup};

@@ -24,10 +24,11 @@ struct MailSyncOptions : sync::Options {
     mail::AttachFolder* attachments = nullptr;  // Eudora's; outlives the run
     std::string inbox;   // In.mbx as a native path: with the Maildir the memory's key
     std::string outbox;  // Out.toc, the same
-    std::vector<std::string> mailboxes;    // the files that change with Eudora's mails, native
-    std::vector<std::string> eudoraFiles;  // what a backup holds, native, in the order of a restore
-    std::string maildir;                   // native, without links
-    unsigned codePage = 0;                 // Microsoft's number of that of Eudora's texts
+    // The files of In, Trash and Out that change with Eudora's mails, native, in the order of a
+    // restore.
+    std::vector<std::string> mailboxes;
+    std::string maildir;    // native, without links
+    unsigned codePage = 0;  // Microsoft's number of that of Eudora's texts
 };
 
 // The two sides whose memory a sync keeps.

@@ -414,6 +414,20 @@ class Scope : public Memory<Content, Change> {
     std::string m_mark;   // that the folder has or will get
 };
 
+// Changes, in one step, all that is remembered of Eudora's side. A missing file is no failure.
+template <class Work>
+base::Status ForEachScopeOf(platform::Files& files, const std::string& path,
+                            const std::string& eudora, const Work& work) {
+    if (!files.Exists(path)) return {};
+    auto database = OpenStateDatabase(files, path, true);
+    if (!database) return database.Error();
+    return InTransaction(database->get(), path, [&](SQLite::Database& opened) {
+        for (const auto& scope : ScopesOf(files, opened, Identity(files, eudora))) {
+            work(opened, scope);
+        }
+    });
+}
+
 }  // namespace
 
 base::Result<Lock> LockState(platform::Files& files, const std::string& stateFile, bool mayWrite) {
@@ -432,14 +446,20 @@ base::Result<std::unique_ptr<MailMemory>> OpenMails(platform::Files& files, cons
 
 base::Status ForgetEudora(platform::Files& files, const std::string& path,
                           const std::string& eudora) {
-    if (!files.Exists(path)) return {};
-    auto database = OpenStateDatabase(files, path, true);
-    if (!database) return database.Error();
-    return InTransaction(database->get(), path, [&](SQLite::Database& opened) {
-        for (const std::string& scope : ScopesOf(files, opened, Identity(files, eudora))) {
-            ForgetRows(opened, scope);
-        }
+    return ForEachScopeOf(files, path, eudora, [](SQLite::Database& database, const auto& scope) {
+        ForgetRows(database, scope);
     });
+}
+
+base::Status ForgetFiles(platform::Files& files, const std::string& path, const std::string& eudora,
+                         const std::vector<std::string>& names) {
+    return ForEachScopeOf(
+        files, path, eudora, [&](SQLite::Database& database, const std::string& scope) {
+            for (const std::string& name : names) {
+                Run(database, "DELETE FROM pair WHERE scope = ? AND folder_id = ?", scope, name);
+                Run(database, "DELETE FROM mail WHERE scope = ? AND file = ?", scope, name);
+            }
+        });
 }
 
 }  // namespace host::state

@@ -34,5 +34,9 @@ base::Result<std::unique_ptr<MailMemory>> OpenMails(platform::Files& files, cons
 // failure.
 base::Status ForgetEudora(platform::Files& files, const std::string& path,
                           const std::string& eudora);
+// Forgets of all that the rows of these vCards, by their names, or files of a Maildir, by the parts
+// of their names that stay.
+base::Status ForgetFiles(platform::Files& files, const std::string& path, const std::string& eudora,
+                         const std::vector<std::string>& names);
 
 }  // namespace host::state

@@ -91,29 +91,49 @@ backup::Backups BackupsOf(const CommandPlace& place) {
         place.files, folder.empty() ? name : folder + place.files.Separator() + name, place.clock);
 }
 
-base::Status BackUp(const CommandPlace& place, const std::vector<std::string>& origins,
-                    const std::string& reason, std::vector<std::string>& passedOver) {
+base::Status BackUp(const CommandPlace& place, const state::Sides& sides,
+                    const std::vector<backup::Origin>& origins, const std::string& reason,
+                    std::vector<std::string>& passedOver) {
+    if (origins.empty()) return {};
     auto backups = BackupsOf(place);
-    auto made = backups.Make(origins, reason);
+    auto made = backups.Make(origins, reason, {place.eudoraFolder, sides.eudora, sides.folder});
     if (!made) return made.Error();
     passedOver = std::move(made->passedOver);
-    return backups.Prune();
+    const auto pruned = backups.Prune(place.backupSpace, place.began);
+    return pruned ? base::Status() : pruned.Error();
 }
 
-base::Result<backup::Backup> Restore(const CommandPlace& place, const std::string& id) {
+base::Result<backup::Restored> Restore(const CommandPlace& place, const std::string& id,
+                                       const backup::Wanted& wanted) {
     const bool hasState = place.files.Exists(place.stateFile);
     auto lock = state::LockState(place.files, place.stateFile, hasState);
     if (!lock) return lock.Error();
     // The memory does not fit restored files: the next run would take what is missing in them for
     // removed.
-    const auto forget = [&](const backup::Backup& backup) -> base::Status {
-        for (const backup::BackupFile& file : backup.files) {
-            auto forgotten = state::ForgetEudora(place.files, place.stateFile, file.origin);
+    const auto forget = [&](const backup::Backup& backup,
+                            const backup::Restored& plan) -> base::Status {
+        std::vector<std::string> ofEudora = plan.removed, ofFolder;
+        for (const backup::BackupFile& file : plan.placed) {
+            if (file.IsEudoras()) {
+                ofEudora.push_back(file.path);
+            } else {
+                ofFolder.push_back(backup::RememberedName(place.files, file));
+            }
+        }
+        for (const std::string& path : ofEudora) {
+            auto forgotten = state::ForgetEudora(place.files, place.stateFile, path);
             if (!forgotten) return forgotten;
         }
-        return {};
+        return state::ForgetFiles(place.files, place.stateFile, backup.sides.eudora, ofFolder);
     };
-    return BackupsOf(place).Restore(id, forget);
+    return BackupsOf(place).Restore(id, wanted, forget);
+}
+
+base::Result<std::vector<backup::Backup>> PruneBackups(const CommandPlace& place) {
+    const bool hasState = place.files.Exists(place.stateFile);
+    auto lock = state::LockState(place.files, place.stateFile, hasState);
+    if (!lock) return lock.Error();
+    return BackupsOf(place).Prune(place.backupSpace);
 }
 
 }  // namespace host::sync

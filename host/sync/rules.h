@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -9,6 +10,7 @@
 
 #include "host/backup/backups.h"
 #include "host/base/failure.h"
+#include "host/state/memory.h"
 #include "host/sync/report.h"
 #include "platform/os/clock.h"
 #include "platform/os/files.h"
@@ -78,20 +80,29 @@ struct CommandPlace {
     std::string eudoraLock;  // see state::Sides
     // Takes a line for the terminal, at most five a second and none in the first; may be empty.
     std::function<void(const std::string&)> progress;
+    std::string eudoraFolder = {};                    // native, as backups note it
+    std::uint64_t backupSpace = backup::kUsualSpace;  // bytes of all backups together
+    // When the run began: its own backups stay.
+    std::optional<std::chrono::system_clock::time_point> began = {};
 };
 
 // The folder "backups" beside the state file.
 backup::Backups BackupsOf(const CommandPlace& place);
 
-// Backs these native paths up and removes old backups. `passedOver` becomes the list of what is no
-// regular file. After a failure of the backup there is none.
-base::Status BackUp(const CommandPlace& place, const std::vector<std::string>& origins,
-                    const std::string& reason, std::vector<std::string>& passedOver);
+// Backs these files of the two sides up, if there are any, and removes old backups. `passedOver`
+// becomes the list of what is no regular file. After a failure of the backup there is none.
+base::Status BackUp(const CommandPlace& place, const state::Sides& sides,
+                    const std::vector<backup::Origin>& origins, const std::string& reason,
+                    std::vector<std::string>& passedOver);
 
-// Puts a backup's files back, as Backups::Restore does; gives the backup of the files that were
-// there before. All memory of a restored nickname file or in-box is dropped, so that the next run
-// pairs both sides anew and removes nothing. kRefused while another run holds the state file.
-base::Result<backup::Backup> Restore(const CommandPlace& place, const std::string& id);
+// Puts a backup's files back, as Backups::Restore does. All memory of a restored nickname file or
+// in-box is dropped, and that of a restored vCard or mail of the other side, so that the next run
+// pairs them anew and removes nothing. kRefused while another run holds the state file.
+base::Result<backup::Restored> Restore(const CommandPlace& place, const std::string& id,
+                                       const backup::Wanted& wanted);
+
+// Removes the old backups now and gives them. kRefused while another run holds the state file.
+base::Result<std::vector<backup::Backup>> PruneBackups(const CommandPlace& place);
 
 // Moves the value of a step into `place`; a failure leaves `place` as it was.
 template <class Value>

@@ -34,9 +34,14 @@ Status SafeWrite::Begin() {
     return {};
 }
 
-Status SafeWrite::BeginAsCopyOf(std::string_view from) {
+Status SafeWrite::BeginAsCopyOf(std::string_view from, std::optional<std::uint64_t> length) {
     auto status = MakeRoom();
-    return status ? CopyFlushed(m_files, from, m_side) : status;
+    if (status) status = m_files.Copy(from, m_side);
+    if (status && length) {
+        const auto side = m_files.Open(m_side, OpenMode::kReadWrite, Share::kNone);
+        status = side ? (*side)->Truncate(*length) : side.Error();
+    }
+    return status ? FlushFile(m_files, m_side) : status;
 }
 
 Status SafeWrite::Write(std::string_view bytes) {
@@ -69,12 +74,16 @@ Status WriteWhole(SafeWrite&& write, std::string_view content) {
 }
 
 Status CopyFlushed(Files& files, std::string_view from, std::string_view to) {
-    if (auto status = files.Copy(from, to); !status) return status;
-    // The copy of a read-only file is one too. Windows flushes only what may be written.
-    const auto info = files.Stat(to);
+    auto status = files.Copy(from, to);
+    return status ? FlushFile(files, to) : status;
+}
+
+Status FlushFile(Files& files, std::string_view path) {
+    // Windows flushes only what may be written, and the copy of a read-only file is one too.
+    const auto info = files.Stat(path);
     const bool isReadOnly = info && info->isReadOnly;
     const auto file =
-        files.Open(to, isReadOnly ? OpenMode::kRead : OpenMode::kReadWrite, Share::kNone);
+        files.Open(path, isReadOnly ? OpenMode::kRead : OpenMode::kReadWrite, Share::kNone);
     if (!file) return file.Error();
     auto flushed = (*file)->Flush();
     if (!flushed && !(isReadOnly && flushed.Error().code == ErrorCode::kAccessDenied)) {

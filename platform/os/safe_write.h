@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -22,10 +24,11 @@ class SafeWrite {
     SafeWrite(const SafeWrite&) = delete;
     SafeWrite& operator=(const SafeWrite&) = delete;
 
-    // Creates the side file, empty or with the content and time of the file `from`, in place of an
-    // old one. The target need not exist; if it does, it must be openable for writing.
+    // Creates the side file, empty or with the content and time of the file `from`, or with its
+    // first `length` bytes, in place of an old one. The target need not exist; if it does, it must
+    // be openable for writing.
     Status Begin();
-    Status BeginAsCopyOf(std::string_view from);
+    Status BeginAsCopyOf(std::string_view from, std::optional<std::uint64_t> length = {});
     Status Write(std::string_view bytes);
     // Returns when all of the side file is on the disk.
     Status Finish();
@@ -47,6 +50,8 @@ class SafeWrite {
 Status WriteWhole(Files& files, std::string_view path, std::string_view content);
 Status WriteWhole(SafeWrite&& write, std::string_view content);
 
+// Returns when the content of a file that nobody has open is on the disk.
+Status FlushFile(Files& files, std::string_view path);
 // Copies as Files::Copy does; the copy is on the disk when this returns.
 Status CopyFlushed(Files& files, std::string_view from, std::string_view to);
 

@@ -1,0 +1,206 @@
+#include "host/cli/backup_commands.h"
+
+#include <algorithm>
+
+#include "host/base/output.h"
+#include "host/base/paths.h"
+#include "host/cli/output.h"
+#include "host/cli/workplace.h"
+#include "host/eudora/outside_names.h"
+#include "platform/os/system.h"
+#include "text/calendar.h"
+
+namespace host::cli {
+
+namespace {
+
+using backup::Backup;
+using backup::BackupFile;
+using backup::Kind;
+
+std::string SizeText(std::uint64_t bytes) {
+    constexpr std::uint64_t kKilo = 1000, kMega = kKilo * kKilo;
+    if (bytes < kKilo) return std::to_string(bytes) + " bytes";
+    const bool isLarge = bytes >= kMega;
+    const std::uint64_t unit = isLarge ? kMega : kKilo;
+    return std::to_string((bytes + unit - 1) / unit) + (isLarge ? " MB" : " KB");
+}
+
+// The local time that the id of a backup tells in UTC.
+std::string TimeText(const Backup& backup) {
+    const auto part = [&](std::size_t at, std::size_t count) {
+        return std::atoi(backup.id.substr(at, count).c_str());
+    };
+    using namespace std::chrono;
+    const sys_days day =
+        year(part(0, 4)) / static_cast<unsigned>(part(4, 2)) / static_cast<unsigned>(part(6, 2));
+    const sys_seconds time = day + hours(part(9, 2)) + minutes(part(11, 2)) + seconds(part(13, 2));
+    const auto offset = platform::NativeSystem().clock.UtcOffset(time);
+    return text::Format("%Y-%m-%d %H:%M:%S", text::CivilTime(time, offset));
+}
+
+std::string Counted(std::size_t count, const char* what) {
+    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
+}
+
+// What a backup is, in one line.
+std::string Headline(const Backup& backup) {
+    return backup.id + "  " + TimeText(backup) + "  " + backup.reason + "  " +
+           Counted(backup.files.size(), "file") + ", " + SizeText(backup.CopiedBytes()) + "  " +
+           EudoraFolderOf(platform::NativeFiles(), backup);
+}
+
+nlohmann::json ToJson(const Backup& backup) {
+    auto files = nlohmann::json::array();
+    for (const BackupFile& file : backup.files) files.push_back(file.path);
+    return {{"id", backup.id},
+            {"time", TimeText(backup)},
+            {"reason", backup.reason},
+            {"size", backup.CopiedBytes()},
+            {"eudora", EudoraFolderOf(platform::NativeFiles(), backup)},
+            {"files", files}};
+}
+
+Output ListOutput(const std::vector<Backup>& backups, const char* lead, const char* none) {
+    Output output;
+    auto list = nlohmann::json::array();
+    for (const Backup& backup : backups) {
+        output.lines.push_back(lead + Headline(backup));
+        list.push_back(ToJson(backup));
+    }
+    if (backups.empty()) output.lines.emplace_back(none);
+    output.Finish({{"backups", std::move(list)}});
+    return output;
+}
+
+Output ShowOutput(const Backup& backup) {
+    Output output{{}, {Headline(backup)}};
+    for (const BackupFile& file : backup.files) {
+        const bool isGrowing = file.kind == Kind::kGrowing;
+        output.lines.push_back(file.path + "  " + SizeText(file.size) +
+                               (isGrowing ? ", its length alone" : ""));
+    }
+    for (const std::string& path : backup.absent) output.lines.push_back(path + "  was not there");
+    output.Finish(ToJson(backup));
+    return output;
+}
+
+// A line for each file; for many of the other side their number, if not all are wanted.
+void Describe(const backup::Restored& restored, bool all, std::vector<std::string>& lines) {
+    constexpr std::size_t kMost = 10;
+    constexpr struct {
+        Kind kind;
+        const char* what;
+    } kOthers[] = {{Kind::kCard, "vCard"}, {Kind::kMail, "mail"}};
+    const auto isOf = [](Kind kind) {
+        return [kind](const BackupFile& file) { return file.kind == kind; };
+    };
+    const auto list = [&](Kind kind) {
+        for (const BackupFile& file : restored.placed) {
+            const bool isGrowing = kind == Kind::kGrowing;
+            if (file.kind != kind && !(file.IsEudoras() && isGrowing)) continue;
+            lines.push_back("put back: " + file.path);
+            if (file.kind != Kind::kGrowing) continue;
+            lines.back() += ", cut to " + SizeText(file.size);
+        }
+    };
+    list(Kind::kGrowing);
+    for (const auto& [kind, what] : kOthers) {
+        const auto count =
+            static_cast<std::size_t>(std::ranges::count_if(restored.placed, isOf(kind)));
+        if (count <= kMost || all) {
+            list(kind);
+        } else {
+            lines.push_back("put back: " + Counted(count, what) + " (-v lists them)");
+        }
+    }
+    for (const std::string& path : restored.removed) {
+        lines.push_back("removed, as it was not there: " + path);
+    }
+}
+
+Output RestoreOutput(const std::string& id, const backup::Restored& restored, bool all) {
+    Output output;
+    if (restored.IsEmpty()) {
+        output.lines.push_back("all of backup " + id + " is in place already");
+    } else {
+        output.code = base::ExitCode::kChangesMade;
+        Describe(restored, all, output.lines);
+        output.lines.push_back("backup " + id + " is back in place");
+    }
+    if (!restored.before.empty()) {
+        output.lines.push_back("what was there before is backup " + restored.before);
+    }
+    auto files = nlohmann::json::array();
+    for (const BackupFile& file : restored.placed) files.push_back(file.path);
+    output.Finish({{"restored", id},
+                   {"before", restored.before},
+                   {"files", std::move(files)},
+                   {"removed", restored.removed}});
+    return output;
+}
+
+// The folder of the Eudora that the options name; empty if they name none.
+std::string NamedEudora(const Options& options) {
+    if (options.setup.eudora) return eudora::WithoutLinks(*options.setup.eudora);
+    if (!options.setup.winePrefix) return {};
+    const auto setup = OrEnd(eudora::Prepare(options.setup));
+    return platform::NativePathOf(setup.eudoraFolder).value_or(setup.eudoraShown);
+}
+
+// Eudora's lock file lies in the folder of nndbase.txt, above that of the other nickname files.
+void RefuseLocked(const std::string& nicknameFile) {
+    const auto folder = base::ToPath(nicknameFile).parent_path();
+    for (const auto& place : {folder, folder.parent_path()}) {
+        const auto locks = platform::NativeFiles().List(base::FromPath(place), "owner.lok");
+        if (locks && !locks->empty()) {
+            throw Ended(base::Refused(
+                "Eudora is running in " + base::FromPath(place) + " (its OWNER.LOK is there)",
+                "close it and try again"));
+        }
+    }
+}
+
+}  // namespace
+
+base::ExitCode ListBackups(const Options& options) {
+    ProgressLine progress(false);
+    const auto command = PlaceOf(options, progress);
+    auto backups = sync::BackupsOf(command);
+    if (options.prune) {
+        auto output = ListOutput(OrEnd(sync::PruneBackups(command)),
+                                 "removed: ", "no backup is too old or too much");
+        const bool isNothing = output.json["backups"].empty();
+        if (!isNothing) output.code = base::ExitCode::kChangesMade;
+        return Say(output, options);
+    }
+    if (!options.record.empty()) {
+        return Say(ShowOutput(OrEnd(backups.Find(options.record))), options);
+    }
+    auto all = OrEnd(backups.List());
+    const std::string folder = NamedEudora(options);
+    std::erase_if(all, [&](const Backup& backup) {
+        return !folder.empty() && !backups.IsOf(backup, folder);
+    });
+    return Say(ListOutput(all, "", "no backups yet"), options);
+}
+
+base::ExitCode Restore(const Options& options) {
+    OrEnd(eudora::RefuseNamesLeadingOutside(options.setup));
+    // A known Eudora must not run; a backup can also be put back without an Eudora.
+    const auto setup = eudora::Prepare(options.setup);
+    if (options.setup.eudora || options.setup.winePrefix) OrEnd(setup);
+    if (setup) OrEnd(eudora::RefuseRunningEudora(*setup));
+    ProgressLine progress(false);
+    const auto command = PlaceOf(options, progress);
+    // The files of a backup must not be in the hands of a running Eudora, whichever it is.
+    const auto backup = OrEnd(sync::BackupsOf(command).Find(options.record));
+    for (const BackupFile& file : backup.files) {
+        if (file.IsEudoras()) RefuseLocked(file.path);
+    }
+    const backup::Wanted wanted{options.what, NamedEudora(options), options.setup.followLinks};
+    const auto restored = OrEnd(sync::Restore(command, options.record, wanted));
+    return Say(RestoreOutput(options.record, restored, options.verbose), options);
+}
+
+}  // namespace host::cli
