@@ -25,9 +25,8 @@ constexpr const char* kFooter =
     "2 the command line or the configuration file makes no sense, 3 refused before anything\n"
     "was touched, 4 done with changes, 5 done but conflicts wait for a decision.\n\n"
     "Keys of the configuration file: eudora, wine_prefix, contacts, maildir, state,\n"
-    "nickname_file, settings, language, prefer, direction (texts), max_delete, max_add (numbers "
-    "or\n"
-    "texts), wait and code_page (numbers).";
+    "nickname_file, settings, language, vcard_version, prefer, direction (texts), max_delete,\n"
+    "max_add (numbers or texts), wait and code_page (numbers).";
 
 // Adds the options of the kinds that `wanted` takes, under their names.
 template <class Wanted>
@@ -40,8 +39,9 @@ void AddTextOptions(CLI::App& app, Options& options, const Wanted& wanted) {
 void AddCommonOptions(CLI::App& app, Options& options) {
     // A leading slash begins a path, on Windows too.
     app.allow_windows_style_options(false);
-    AddTextOptions(app, options,
-                   [](TextOption::Kind kind) { return kind != TextOption::kWordOfSync; });
+    AddTextOptions(app, options, [](TextOption::Kind kind) {
+        return kind != TextOption::kWordOfSync && kind != TextOption::kWordOfFile;
+    });
     app.get_option("--wine-prefix")->excludes(app.get_option("--eudora"));
     app.add_option("--code-page", options.setup.codePage,
                    "code page of a bare Eudora folder: 1252 (the default), 932, ...")
@@ -50,7 +50,8 @@ void AddCommonOptions(CLI::App& app, Options& options) {
                  "write where links in the Eudora folder lead, also out of it");
     app.add_flag("--json", options.json, "print JSON");
     app.add_flag("--quiet", options.quiet, "print no more than has to be said");
-    app.add_flag("-v,--verbose", options.verbose, "the translator's log on standard error");
+    app.add_flag("-v,--verbose", options.verbose,
+                 "more details, and the translator's log on standard error");
     app.set_version_flag("--version", std::string("kvsync ") + kVersion);
 }
 

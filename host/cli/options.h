@@ -19,7 +19,8 @@ struct Options {
     eudora::SetupOptions setup;
     std::optional<std::string> contacts;  // the folder of vCards
     std::optional<std::string> maildir;
-    std::optional<std::string> state;  // the memory's file
+    std::optional<std::string> vcardVersion;  // of new vCards
+    std::optional<std::string> state;         // the memory's file
     std::optional<std::string> config;
     std::optional<std::string> prefer, direction, maxDelete, maxAdd, wait;
     sync::Options rules;  // what these five say, and the dry run; ReadConfiguration fills it
@@ -41,8 +42,9 @@ struct Options {
 // One of the options that are texts: --name on the command line, and in the configuration file the
 // key of that name with _ for -.
 struct TextOption {
-    // A path; a path that the configuration file cannot hold; a word; a word of `sync` alone.
-    enum Kind { kPath, kPathOfCommandLine, kWord, kWordOfSync };
+    // A path; a path that the configuration file cannot hold; a word; a word of `sync` alone; a
+    // word of the configuration file alone.
+    enum Kind { kPath, kPathOfCommandLine, kWord, kWordOfSync, kWordOfFile };
 
     std::string name;
     Kind kind;

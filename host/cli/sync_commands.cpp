@@ -92,6 +92,7 @@ Output RunContacts(Workplace& workplace, const Options& options, const sync::Com
     sync.eudora = workplace.Contacts(false);
     sync.folder = eudora::WithoutLinks(*options.contacts);
     sync.folderAsNamed = *options.contacts;
+    sync.cardVersion = options.vcardVersion.value_or("4.0");
     OrEnd(eudora::RefuseInsideEudora(workplace.Setup(), sync.folder));
     if (task == Task::kForget) {
         const auto sides = contactsync::SidesOf(command, sync);
@@ -100,7 +101,7 @@ Output RunContacts(Workplace& workplace, const Options& options, const sync::Com
     }
     if (task == Task::kSync) {
         const auto report = contactsync::RunSync(command, sync);
-        return report ? SyncOutput(*report, Subject::kContacts, options.quiet)
+        return report ? SyncOutput(*report, Subject::kContacts, options.quiet, options.verbose)
                       : RefusalOutput(report.Error());
     }
     const auto preview = contactsync::RunStatus(command, sync);
@@ -212,7 +213,7 @@ Output RunMail(Workplace& workplace, const Options& options, const sync::Command
     }
     if (task == Task::kSync) {
         const auto report = mailsync::RunMailSync(command, sync);
-        return report ? SyncOutput(*report, Subject::kMails, options.quiet)
+        return report ? SyncOutput(*report, Subject::kMails, options.quiet, options.verbose)
                       : RefusalOutput(report.Error());
     }
     const auto preview = mailsync::RunMailStatus(command, sync);
