@@ -42,9 +42,13 @@ bool HasStrangeCharacters(std::string_view text) {
 }
 
 FieldSet NonEmpty(const Contact& contact) {
+    return Differing(contact, {});
+}
+
+FieldSet Differing(const Contact& one, const Contact& other) {
     FieldSet set;
     for (const Field field : kAllFields) {
-        if (!contact[field].empty()) set.Add(field);
+        if (one[field] != other[field]) set.Add(field);
     }
     return set;
 }

@@ -30,6 +30,9 @@ class FieldSet {
     constexpr void Add(Field field) {
         m_bits |= static_cast<std::uint8_t>(1u << static_cast<int>(field));
     }
+    constexpr void Remove(Field field) {
+        m_bits &= static_cast<std::uint8_t>(~(1u << static_cast<int>(field)));
+    }
     constexpr bool IsEmpty() const { return m_bits == 0; }
     static constexpr FieldSet All() {
         FieldSet set;
@@ -58,6 +61,7 @@ struct Contact {
 // whenever the contact does.
 struct StoreItem {
     std::string id, marker;
+    bool operator==(const StoreItem&) const = default;
 };
 
 // The form in which values are compared: CR LF and CR become LF, white space at both ends of each
@@ -70,6 +74,11 @@ bool HasStrangeCharacters(std::string_view text);
 
 // The fields that have a value.
 FieldSet NonEmpty(const Contact& contact);
+// Those in which the two differ.
+FieldSet Differing(const Contact& one, const Contact& other);
+
+// What stands behind the name and the nickname of a copy that keeps the older values of a contact.
+inline constexpr std::string_view kOlderMark = " (older)";
 
 // A contact's name in reports: its nickname, else its name, else its e-mail address, else
 // `otherwise`.

@@ -27,16 +27,16 @@ constexpr const char* kFooter =
     "2 the command line or the configuration file makes no sense, 3 refused before anything\n"
     "was touched, 4 done with changes, 5 done but conflicts wait for a decision.\n\n"
     "Keys of the configuration file: eudora, wine_prefix, contacts, maildir, state,\n"
-    "nickname_file, settings, language, backup_space, prefer, direction (texts), max_delete,\n"
-    "max_add (numbers or texts), wait and code_page (numbers).";
+    "nickname_file, settings, language, vcard_version, backup_space, prefer, direction (texts),\n"
+    "max_delete, max_add (numbers or texts), wait and code_page (numbers).";
 
 // Adds the options of the kinds that `wanted` takes, under their names.
 template <class Wanted>
 void AddTextOptions(CLI::App& app, Options& options, const Wanted& wanted) {
     for (const TextOption& one : TextOptions(options)) {
         if (!wanted(one.kind)) continue;
-        const bool isPath = one.kind != TextOption::kWord && one.kind != TextOption::kWordOfSync;
-        app.add_option("--" + one.name, one.value, one.help)->type_name(isPath ? "PATH" : "TEXT");
+        app.add_option("--" + one.name, one.value, one.help)
+            ->type_name(one.IsPath() ? "PATH" : "TEXT");
     }
 }
 
@@ -50,7 +50,7 @@ void AddCommonOptions(CLI::App& app, Options& options, On on) {
     AddTextOptions(app, options, [on](TextOption::Kind kind) {
         if (kind == TextOption::kBook) return on != On::kEudora;
         if (kind == TextOption::kFolder) return on == On::kFolders;
-        return kind != TextOption::kWordOfSync;
+        return kind != TextOption::kWordOfSync && kind != TextOption::kWordOfFile;
     });
     app.add_option("--code-page", options.setup.codePage,
                    "code page of a bare Eudora folder: 1252 (the default), 932, ...")

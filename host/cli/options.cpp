@@ -124,6 +124,10 @@ std::optional<std::string> KnownLanguage(std::string_view text) {
     return known != std::end(kLanguages) ? std::optional(std::string(text)) : std::nullopt;
 }
 
+std::optional<std::string> KnownCardVersion(std::string_view text) {
+    return text == "3.0" || text == "4.0" ? std::optional(std::string(text)) : std::nullopt;
+}
+
 // The value that a text stands for, if there is one.
 template <class Parser, class Value>
 void Parse(const char* name, const std::optional<std::string>& text, const char* rule,
@@ -169,7 +173,8 @@ std::vector<TextOption> TextOptions(Options& options) {
          "100 on a first run, then any number)",
          true},
         {"wait", kWordOfSync, options.wait,
-         "so many seconds another run may take to end (default: 0)", true}};
+         "so many seconds another run may take to end (default: 0)", true},
+        {"vcard-version", kWordOfFile, options.vcardVersion, ""}};
 }
 
 void ReadConfiguration(Options& options) {
@@ -179,9 +184,7 @@ void ReadConfiguration(Options& options) {
     }
     // An empty path would stand for the current folder.
     for (const TextOption& option : TextOptions(options)) {
-        const bool isPath =
-            option.kind != TextOption::kWord && option.kind != TextOption::kWordOfSync;
-        if (isPath && option.value && option.value->empty()) {
+        if (option.IsPath() && option.value && option.value->empty()) {
             throw Misuse(option.name + ' ' + kEmptyPath);
         }
     }
@@ -189,6 +192,8 @@ void ReadConfiguration(Options& options) {
           options.setup.language);
     Parse("backup-space", options.backupSpace, "is a number of KB, MB, GB or TB such as \"2 GB\"",
           ParseSpace, options.backupBytes);
+    Parse("vcard_version", options.vcardVersion, "is 3.0 or 4.0, in quotes", KnownCardVersion,
+          options.vcardVersion);
     sync::Options& rules = options.rules;
     rules.dryRun = options.setup.writesNothing;
     constexpr const char* kNumber = "is a number or a percentage such as 25%";

@@ -20,7 +20,8 @@ struct Options {
     std::optional<std::string> contacts;     // the folder of vCards
     std::vector<std::string> nicknameFiles;  // of the configuration file, in place of one
     std::optional<std::string> maildir;
-    std::optional<std::string> state;  // the memory's file
+    std::optional<std::string> vcardVersion;  // of new vCards
+    std::optional<std::string> state;         // the memory's file
     std::optional<std::string> config;
     std::optional<std::string> prefer, direction, maxDelete, maxAdd, wait;
     std::optional<std::string> backupSpace;
@@ -46,14 +47,17 @@ struct Options {
 // key of that name with _ for -.
 struct TextOption {
     // The paths: of Eudora and of kvsync's own files; of a nickname file; of the folders that are
-    // kept in step; the one that the configuration file cannot hold. A word; one of `sync`.
-    enum Kind { kPath, kBook, kFolder, kPathOfCommandLine, kWord, kWordOfSync };
+    // kept in step; the one that the configuration file cannot hold. A word; one of `sync`; one of
+    // the configuration file alone.
+    enum Kind { kPath, kBook, kFolder, kPathOfCommandLine, kWord, kWordOfSync, kWordOfFile };
 
     std::string name;
     Kind kind;
     std::optional<std::string>& value;
     const char* help;
     bool isNumber = false;  // the file may have it as a number
+
+    bool IsPath() const { return kind <= kPathOfCommandLine; }
 };
 std::vector<TextOption> TextOptions(Options& options);
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/base/output.h"
+#include "text/ascii.h"
 
 namespace host::cli {
 
@@ -63,6 +64,10 @@ void Describe(const sync::Change& change, Side side, Subject subject, Lines& lin
         before = ", ";
     }
     if (!there.fields.IsEmpty()) line += ')';
+    if (!there.inPart.IsEmpty()) {
+        line +=
+            " [as far as Eudora can hold it: " + text::Joined(FieldNames(there.inPart), ", ") + ']';
+    }
     if (there.fields.Has(base::Field::kNickname) && !change.renamedTo.empty()) {
         line += " -> " + change.renamedTo;
     }
@@ -118,7 +123,7 @@ Lines Describe(const sync::Report& report, Subject subject, bool countsOnly) {
         lines.push_back(std::to_string(report.richer) +
                         " vCards hold more than Eudora can; it stays in them");
     }
-    left(report.undone, "mail", "left to the next run");
+    left(report.undone, isMail ? "mail" : "contact", "left to the next run");
     if (isMail) AddNotices(report.conflicts, "conflict, left as it is (--prefer decides)", lines);
     left(report.dropped, "mail",
          "of Eudora's removed in the Maildir by earlier versions: kept in Eudora");
@@ -160,6 +165,7 @@ json ContactJson(const sync::Change& change) {
         json& told = result[side == Side::kEudora ? "eudora" : "folder"];
         told["action"] = Word(change, side, Subject::kContacts);
         if (!there.fields.IsEmpty()) told["fields"] = FieldNames(there.fields);
+        if (!there.inPart.IsEmpty()) told["inPart"] = FieldNames(there.inPart);
     }
     if (!change.renamedTo.empty()) result["renamedTo"] = change.renamedTo;
     return result;
@@ -188,6 +194,7 @@ json NoticeJson(const sync::Notice& notice) {
 
 json ContactsJson(const sync::Report& report) {
     return {{"changes", ListJson(report.changes, ContactJson)},
+            {"notCarriedOut", report.undone},
             {"conflicts", ListJson(report.conflicts, NoticeJson)},
             {"refused", ListJson(report.refused, NoticeJson)},
             {"leftAlone", report.leftAlone},
@@ -262,13 +269,14 @@ base::ExitCode Say(const Output& output, const Options& options) {
     return output.code;
 }
 
-Output SyncOutput(const sync::Report& report, Subject subject, bool countsOnly) {
+Output SyncOutput(const sync::Report& report, Subject subject, bool countsOnly, bool withDetails) {
     Output output{report.Code(), {}, report.errors};
     if (report.stop) {
         TellStop(report, subject, output.errors);
     } else if (!countsOnly || report.HasNews()) {
         output.lines = Describe(report, subject, countsOnly);
     }
+    if (withDetails) Append(output.lines, report.details);
     Append(output.lines, report.notes);
     output.Finish(subject == Subject::kContacts ? ContactsJson(report) : MailsJson(report));
     return output;

@@ -33,8 +33,9 @@ Output ExportOutput(std::size_t contacts, const std::string& toFolder);
 // Which sync a report is of.
 enum class Subject { kContacts, kMails };
 
-// The result of a sync; `countsOnly` leaves out the lines for single contacts and mails.
-Output SyncOutput(const sync::Report& report, Subject subject, bool countsOnly);
+// The result of a sync; `countsOnly` leaves out the lines for single contacts and mails,
+// `withDetails` tells all.
+Output SyncOutput(const sync::Report& report, Subject subject, bool countsOnly, bool withDetails);
 // The result of a status; `head` has the lines in front, which name both sides.
 Output StatusOutput(const sync::Preview& preview, std::vector<std::string> head, Subject subject,
                     bool countsOnly);

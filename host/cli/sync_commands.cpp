@@ -105,6 +105,7 @@ Output RunBook(Workplace& workplace, const Options& options, const sync::Command
     sync.eudora = workplace.Contacts(nicknameFile);
     sync.folder = eudora::WithoutLinks(folder);
     sync.folderAsNamed = folder;
+    sync.cardVersion = options.vcardVersion.value_or("4.0");
     OrEnd(eudora::RefuseInsideEudora(workplace.Setup(), sync.folder));
     if (task == Task::kForget) {
         const auto sides = contactsync::SidesOf(command, sync);
@@ -113,7 +114,7 @@ Output RunBook(Workplace& workplace, const Options& options, const sync::Command
     }
     if (task == Task::kSync) {
         const auto report = contactsync::RunSync(command, sync);
-        return report ? SyncOutput(*report, Subject::kContacts, options.quiet)
+        return report ? SyncOutput(*report, Subject::kContacts, options.quiet, options.verbose)
                       : RefusalOutput(report.Error());
     }
     const auto preview = contactsync::RunStatus(command, sync);
@@ -223,7 +224,7 @@ Output RunMail(Workplace& workplace, const Options& options, const sync::Command
     }
     if (task == Task::kSync) {
         const auto report = mailsync::RunMailSync(command, sync);
-        return report ? SyncOutput(*report, Subject::kMails, options.quiet)
+        return report ? SyncOutput(*report, Subject::kMails, options.quiet, options.verbose)
                       : RefusalOutput(report.Error());
     }
     const auto preview = mailsync::RunMailStatus(command, sync);

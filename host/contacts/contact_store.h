@@ -19,6 +19,8 @@ struct StoredContact {
     std::string uid;       // of a vCard; empty where there is none
     int beyond = 0;        // how many things in it no field shows
     bool isPerson = true;  // false for a group and the like, which a sync leaves alone
+    // The remembered values stand for a contact that cannot be read now.
+    bool isStandIn = false;
 };
 
 // One side of a sync. Calls other than List, ChangedAt, Hold and Nickname need an earlier List. A
@@ -29,14 +31,18 @@ class ContactStore {
 
     // All contacts, in the store's order.
     virtual base::Result<std::vector<base::StoreItem>> List() = 0;
-    // One of them, with its present marker.
+    // One of them, with its present marker. kNotRegular if it is there but cannot be one contact.
     virtual base::Result<StoredContact> Read(const std::string& id) = 0;
     // The time of a contact's last change; nothing if the store does not know it.
     virtual std::optional<std::chrono::system_clock::time_point> ChangedAt(
         const base::StoreItem& item) const = 0;
 
-    // The values as the store can hold them. A character that it lacks becomes another one, so that
-    // positions in the text mostly stay.
+    // Tells what was last seen in a contact. Of several properties that could be a field's the one
+    // with that value is it.
+    virtual void Expect(const std::string&, const base::Contact&) {}
+
+    // The values as the store can hold them. A character that it lacks becomes others that look
+    // like it, mostly one, or a question mark.
     virtual base::Contact Hold(const base::Contact& contact) const = 0;
     // The reason to refuse these values (only the fields `which`); nothing if they are acceptable.
     virtual std::optional<std::string> Refusal(const base::Contact&, base::FieldSet) { return {}; }

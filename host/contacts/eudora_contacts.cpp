@@ -7,6 +7,8 @@
 #include "platform/os/code_page.h"
 #include "text/ascii.h"
 #include "text/double_byte.h"
+#include "text/latin.h"
+#include "text/utf.h"
 
 namespace host::contacts {
 
@@ -26,6 +28,26 @@ std::string FromHex(std::string_view hex) {
         bytes += static_cast<char>(text::HexValue(hex[i]) << 4 | text::HexValue(hex[i + 1]));
     }
     return bytes;
+}
+
+// The text in characters of the code page: what it lacks becomes what reads like it, else "?".
+std::string InCodePage(std::string_view text, unsigned codePage) {
+    bool isLossy = false;
+    const std::string bytes = platform::FromUtf8(text, codePage, &isLossy);
+    if (!isLossy) return platform::ToUtf8(bytes, codePage);
+    std::string all;
+    while (!text.empty()) {
+        std::string_view character = text;
+        const auto plain = text::PlainForm(text::TakeUtf8(text));
+        character.remove_suffix(text.size());
+        const std::string held = platform::FromUtf8(character, codePage, &isLossy);
+        if (isLossy && plain) {
+            all += *plain;
+        } else {
+            all += platform::ToUtf8(held, codePage);
+        }
+    }
+    return all;
 }
 
 char Replacement(char byte, base::Field field) {
@@ -169,10 +191,9 @@ base::Status EudoraContacts::Commit() {
 base::Contact HoldInEudora(const base::Contact& contact, unsigned codePage) {
     base::Contact held;
     for (base::Field field : base::kAllFields) {
-        std::string text = contact[field];
+        std::string text = InCodePage(contact[field], codePage);
         for (char& byte : text) byte = Replacement(byte, field);
-        held[field] =
-            base::Canonical(platform::ToUtf8(platform::FromUtf8(text, codePage), codePage));
+        held[field] = base::Canonical(text);
     }
     std::string& nickname = held[base::Field::kNickname];
     if (text::StartsWithNoCase(nickname, "group")) nickname.insert(0, "_");

@@ -16,8 +16,8 @@ namespace host::contacts {
 inline constexpr std::size_t kNicknameLimit = 27;
 
 // The part of a contact that Eudora's address book can hold: one line where it has one line, only
-// characters of the code page, no angle brackets, no comma in nickname and address, no nickname
-// that Eudora takes for a group. Character for character, but for what is cut.
+// characters of the code page or what reads like them, no angle brackets, no comma in nickname and
+// address, no nickname that Eudora takes for a group.
 base::Contact HoldInEudora(const base::Contact& contact, unsigned codePage);
 
 // A nickname made of `base` and `suffix`, cut so that both fit.

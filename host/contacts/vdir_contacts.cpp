@@ -4,6 +4,7 @@
 
 #include "host/vcard/card_fields.h"
 #include "platform/os/safe_write.h"
+#include "text/ascii.h"
 
 namespace host::contacts {
 
@@ -29,6 +30,11 @@ std::string BareAddress(const std::string& text) {
     return inner.empty() ? text : inner;
 }
 
+bool IsCardName(const std::string& name) {
+    return name.size() > 4 && name[0] != '.' &&
+           text::EqualNoCase(std::string_view(name).substr(name.size() - 4), ".vcf");
+}
+
 }  // namespace
 
 std::string VdirContacts::PathOf(const std::string& name) const {
@@ -50,7 +56,7 @@ base::Result<std::vector<base::StoreItem>> VdirContacts::List() {
             entry.name.ends_with(kSideSuffix)) {
             m_leftovers.push_back(entry.name);
         }
-        if (entry.name.starts_with('.') || !entry.name.ends_with(".vcf")) continue;
+        if (!IsCardName(entry.name)) continue;
         auto marker = Look(entry.name);
         if (marker) {
             items.push_back({entry.name, *std::move(marker)});
@@ -83,10 +89,17 @@ base::Result<StoredContact> VdirContacts::Read(const std::string& id) {
     if (!bytes) return bytes.Error();
     vcard::Card card;
     if (auto error = card.Parse(*bytes)) {
-        return base::RefusedFor(PathOf(id) + ", line " + std::to_string(error->line), error->what,
-                                "mend the file or move it out of the folder");
+        const bool isEmpty = text::Trimmed(*bytes, " \t\r\n").empty();
+        auto refusal = base::RefusedFor(
+            isEmpty ? PathOf(id) : PathOf(id) + ", line " + std::to_string(error->line),
+            isEmpty ? "an empty file" : error->what,
+            error->isSecondCard ? "give each vCard a file of its own"
+                                : "mend the file or move it out of the folder");
+        if (isEmpty || error->isSecondCard) refusal.code = ErrorCode::kNotRegular;
+        return refusal;
     }
-    vcard::CardContent content = vcard::ReadFields(card);
+    vcard::CardContent content = vcard::ReadFields(card, m_seen[id]);
+    m_seen[id] = content.contact;
     return StoredContact{{id, *std::move(marker)},
                          std::move(content.contact),
                          std::move(content.uid),
@@ -124,10 +137,13 @@ base::Result<std::string> VdirContacts::Put(const std::string& name, vcard::Card
                                             const base::Contact& values, base::FieldSet which) {
     for (const std::string& leftover : m_leftovers) (void)m_files.Delete(PathOf(leftover));
     m_leftovers.clear();
-    vcard::WriteFields(card, Hold(values), which, m_clock.Now());
+    vcard::WriteFields(card, Hold(values), which, m_seen[name], m_clock.Now());
     const std::string side = PathOf(std::string(kSidePrefix).append(name).append(kSideSuffix));
     auto written = platform::WriteWhole({m_files, PathOf(name), side}, card.Serialise());
     if (!written) return written.Error();
+    for (const base::Field field : base::kAllFields) {
+        if (which.Has(field)) m_seen[name][field] = Hold(values)[field];
+    }
     return name;
 }
 
@@ -136,12 +152,13 @@ base::Result<std::string> VdirContacts::Add(const base::Contact& values, const s
         if (auto status = m_files.CreateFolder(m_folder); !status) return status.Error();
     }
     const std::string uid = m_newUid();
-    vcard::Card card = vcard::Card::Create("urn:uuid:" + uid);
+    vcard::Card card = vcard::Card::Create("urn:uuid:" + uid, m_cardVersion);
     if (!like.empty()) {
         auto bytes = ReadCard(like);
         if (!bytes) return bytes.Error();
         if (card.Parse(*bytes)) return base::Failed(PathOf(like) + " changed during the run");
         vcard::SetUid(card, "urn:uuid:" + uid);
+        m_seen[uid + ".vcf"] = m_seen[like];
     }
     return Put(uid + ".vcf", std::move(card), values, base::FieldSet::All());
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <unordered_map>
 
 #include "host/base/failure.h"
 #include "host/contacts/contact_store.h"
@@ -11,28 +12,31 @@
 // The folder's side of a contact sync. Paths are native, in UTF-8.
 namespace host::contacts {
 
-// A folder with one vCard in each file *.vcf; hidden and other files are left alone. An id is the
-// file's name; a marker is its size in bytes and its time in nanoseconds. Each change is written to
-// a hidden side file and takes effect in one step; side files of interrupted runs are removed.
+// A folder with one vCard in each file *.vcf, in any case; hidden and other files are left alone.
+// An id is the file's name; a marker is its size in bytes and its time in nanoseconds. Each change
+// is written to a hidden side file and takes effect in one step; side files of interrupted runs are
+// removed.
 class VdirContacts : public ContactStore {
   public:
-    // `newUid` gives a new unique name of letters, digits and hyphens at each call. `files` and
-    // `clock` outlive the store.
+    // `newUid` gives a new unique name of letters, digits and hyphens at each call. New cards are
+    // of version "4.0" or "3.0". `files` and `clock` outlive the store.
     VdirContacts(platform::Files& files, std::string folder, platform::Clock& clock,
-                 std::function<std::string()> newUid)
+                 std::function<std::string()> newUid, std::string cardVersion = "4.0")
         : m_files(files),
           m_folder(std::move(folder)),
           m_clock(clock),
-          m_newUid(std::move(newUid)) {}
+          m_newUid(std::move(newUid)),
+          m_cardVersion(std::move(cardVersion)) {}
 
     // A missing folder counts as empty; the first Add makes it. What is no regular file is listed,
     // and Read gives kNotRegular for it.
     base::Result<std::vector<base::StoreItem>> List() override;
-    // kRefused, with file and line, for a file that is not exactly one vCard of version 3.0 or 4.0;
-    // kTooLarge above 64 MB.
+    // kRefused, with file and line, for a file that is no vCard of version 3.0 or 4.0; kNotRegular
+    // for an empty one and one with several; kTooLarge above 64 MB.
     base::Result<StoredContact> Read(const std::string& id) override;
     std::optional<std::chrono::system_clock::time_point> ChangedAt(
         const base::StoreItem& item) const override;
+    void Expect(const std::string& id, const base::Contact& seen) override { m_seen[id] = seen; }
     base::Contact Hold(const base::Contact& contact) const override;
     base::Result<std::string> Add(const base::Contact& values, const std::string& like) override;
     base::Result<std::string> Change(const base::StoreItem& known, const base::Contact& values,
@@ -52,7 +56,9 @@ class VdirContacts : public ContactStore {
     std::string m_folder;
     platform::Clock& m_clock;
     std::function<std::string()> m_newUid;
-    std::vector<std::string> m_leftovers;  // side files of runs that were cut off
+    std::string m_cardVersion;
+    std::unordered_map<std::string, base::Contact> m_seen;  // last, by name
+    std::vector<std::string> m_leftovers;                   // side files of runs that were cut off
 };
 
 }  // namespace host::contacts

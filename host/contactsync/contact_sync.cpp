@@ -24,11 +24,11 @@ struct OwnStores {
 };
 
 base::Result<OwnStores> OpenStores(const sync::CommandPlace& place, const EudoraPlace& eudora,
-                                   const std::string& folder) {
+                                   const std::string& folder, const std::string& cardVersion) {
     const auto info = place.files.Stat(eudora.file);
     if (!info) return info.Error();
     return OwnStores{{eudora.open, eudora.codePage, info->modified},
-                     {place.files, folder, place.clock, base::NewUuid}};
+                     {place.files, folder, place.clock, base::NewUuid, cardVersion}};
 }
 
 // Both sides, the memory and the plan between them.
@@ -114,7 +114,7 @@ base::Status Prepare(const sync::CommandPlace& place, const SyncOptions& options
         status = CheckFolder(place.files, options.folder, !run.remembered.pairs.empty());
     }
     if (!status) return status;
-    auto stores = OpenStores(place, options.eudora, options.folder);
+    auto stores = OpenStores(place, options.eudora, options.folder, options.cardVersion);
     if (!stores) return stores.Error();
     run.stores.emplace(*std::move(stores));
     const unsigned before = run.memory->CodePage(), now = options.eudora.codePage;
@@ -193,8 +193,7 @@ base::Result<sync::Report> RunSync(const sync::CommandPlace& place, const SyncOp
         }
         return done;
     };
-    report.errors = Execute(run.plan, run.Stores(), *run.memory, backup, run.progress);
-    return std::move(report);
+    return Execute(run.plan, run.Stores(), *run.memory, backup, run.progress);
 }
 
 sync::Preview RunStatus(const sync::CommandPlace& place, const SyncOptions& options) {
@@ -205,8 +204,9 @@ sync::Preview RunStatus(const sync::CommandPlace& place, const SyncOptions& opti
 }
 
 base::Result<std::size_t> ExportContacts(const sync::CommandPlace& place, const EudoraPlace& from,
-                                         const std::string& toFolder) {
-    auto stores = OpenStores(place, from, toFolder);
+                                         const std::string& toFolder,
+                                         const std::string& cardVersion) {
+    auto stores = OpenStores(place, from, toFolder, cardVersion);
     if (!stores) return stores.Error();
     auto& [eudora, folder] = *stores;
     auto present = folder.List();

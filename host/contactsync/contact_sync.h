@@ -31,8 +31,9 @@ struct EudoraPlace {
 // are remembered.
 struct SyncOptions : sync::Options {
     EudoraPlace eudora;
-    std::string folder;         // absolute, links followed
-    std::string folderAsNamed;  // on the command line
+    std::string folder;               // absolute, links followed
+    std::string folderAsNamed;        // on the command line
+    std::string cardVersion = "4.0";  // of new vCards; or "3.0"
 };
 
 // The two sides whose memory a sync keeps.
@@ -49,6 +50,7 @@ sync::Preview RunStatus(const sync::CommandPlace& place, const SyncOptions& opti
 // those above it; kRefused if it holds a .vcf file. Gives the number of contacts. A failure leaves
 // the vCards written before it.
 base::Result<std::size_t> ExportContacts(const sync::CommandPlace& place, const EudoraPlace& from,
-                                         const std::string& toFolder);
+                                         const std::string& toFolder,
+                                         const std::string& cardVersion);
 
 }  // namespace host::contactsync

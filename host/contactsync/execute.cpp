@@ -33,13 +33,16 @@ class Execution {
           m_progress(progress),
           m_states(plan.steps.size()) {}
 
-    std::vector<std::string> Run(const std::function<base::Status()>& backup) {
-        bool isWhole = !EndangersFiles() || Check(backup(), "backup");
+    sync::Report Run(const std::function<base::Status()>& backup) {
+        const base::Status ready = EndangersFiles() ? backup() : base::Status();
+        m_report = m_plan.report;
+        bool isWhole = Check(ready, "backup");
         if (!m_plan.intents.empty()) m_pending.intents = m_plan.intents;
         isWhole = isWhole && Flush() && FolderPhase() && EudoraPhase();
-        if (!m_plan.intents.empty() || m_plan.dropIntents) m_pending.intents.emplace();
+        if (!m_plan.intents.empty() || m_plan.dropIntents) m_pending.intents = m_plan.leftIntents;
         if (isWhole) (void)Flush();
-        return std::move(m_errors);
+        TellChanges();
+        return std::move(m_report);
     }
 
   private:
@@ -53,13 +56,25 @@ class Execution {
 
     // Each gives false, with a line in the errors, after a failure that ends the run.
     bool Check(const base::Status& status, const std::string& what) {
-        if (!status) m_errors.push_back(what + ": " + status.Error().Message());
+        if (!status) m_report.errors.push_back(what + ": " + status.Error().Message());
         return status.HasValue();
     }
 
-    void Fail(std::size_t index, const base::Failure& failure) {
+    // False if the side takes no more: then none of the other steps is tried.
+    bool Fail(std::size_t index, sync::Side side, const base::Failure& failure) {
         m_states[index].failed = true;
-        (void)Check(failure, m_plan.steps[index].name);
+        if (failure.code != platform::ErrorCode::kNoSpace) {
+            (void)Check(failure, m_plan.steps[index].name);
+            return true;
+        }
+        std::size_t planned = 0, done = 0;
+        for (std::size_t i = 0; i < m_plan.steps.size(); ++i) {
+            if (m_plan.steps[i].On(side).verb == Verb::kNone) continue;
+            ++planned;
+            done += m_states[i].On(side);
+        }
+        return Check(failure, std::to_string(done) + " of " + std::to_string(planned) +
+                                  " stored, " + std::to_string(planned - done) + " left");
     }
 
     bool Flush() {
@@ -67,6 +82,20 @@ class Execution {
         const auto status = m_memory.Save(m_pending);
         m_pending = {};
         return Check(status, "state");
+    }
+
+    // The report's changes become those that were made.
+    void TellChanges() {
+        m_report.changes.clear();
+        for (std::size_t i = 0; i < m_plan.steps.size(); ++i) {
+            const Step& step = m_plan.steps[i];
+            const State& state = m_states[i];
+            auto told = step.Told(state.isInEudora, state.isInFolder);
+            const bool isWhole = (step.eudora.verb == Verb::kNone || state.isInEudora) &&
+                                 (step.folder.verb == Verb::kNone || state.isInFolder);
+            m_report.undone += !isWhole;
+            if (told) m_report.changes.push_back(*std::move(told));
+        }
     }
 
     // Notes the pair as both sides hold it now.
@@ -78,34 +107,29 @@ class Execution {
             m_pending.forget.push_back(step.key);
             return true;
         }
-        state::RememberedPair pair{step.key,
-                                   {step.eudora.known, step.eudora.values},
-                                   {step.folder.known, step.folder.values},
-                                   step.uid,
-                                   step.beyond};
-        if (step.folder.verb != Verb::kNone) {
-            const contacts::StoredContact& stored = state.inFolder;
-            pair.folder = {stored.item, stored.contact};
-            pair.uid = stored.uid;
-            pair.beyond = stored.beyond;
-        }
+        contacts::StoredContact inEudora{step.eudora.known, step.eudora.values, {}},
+            inFolder{step.folder.known, step.folder.values, step.uid, step.beyond};
+        if (step.folder.verb != Verb::kNone) inFolder = state.inFolder;
         if (step.eudora.verb != Verb::kNone) {
-            const auto stored = m_stores.eudora.Read(state.eudoraId);
+            auto stored = m_stores.eudora.Read(state.eudoraId);
             if (!stored) return Check(stored.Error(), "Eudora");
-            pair.eudora = {stored->item, stored->contact};
+            inEudora = *std::move(stored);
         }
-        m_pending.put.push_back(std::move(pair));
+        m_pending.put.push_back(step.Remembered(inEudora, inFolder));
         return true;
     }
 
-    void ChangeFolder(std::size_t index) {
+    // False if the folder takes no more.
+    bool ChangeFolder(std::size_t index) {
         const SideAction& action = m_plan.steps[index].folder;
         const auto id = Carry(action, m_stores.folder);
-        if (!id) return Fail(index, id.Error());
-        if (action.verb == Verb::kRemove) return;
+        if (!id) return Fail(index, sync::Side::kFolder, id.Error());
+        m_states[index].isInFolder = true;
+        if (action.verb == Verb::kRemove) return true;
         auto stored = ReadFolderContact(m_stores, *id);
-        if (!stored) return Fail(index, stored.Error());
+        if (!stored) return Fail(index, sync::Side::kFolder, stored.Error());
         m_states[index].inFolder = *std::move(stored);
+        return true;
     }
 
     bool FolderPhase() {
@@ -117,8 +141,10 @@ class Execution {
                 m_progress.Step("writing", done++, m_plan.steps.size());
                 if (verb != Verb::kAdd && step.needs && m_states[*step.needs].failed) {
                     m_states[i].failed = true;
-                } else if (verb != Verb::kNone) {
-                    ChangeFolder(i);
+                } else if (verb != Verb::kNone && !ChangeFolder(i)) {
+                    // What was done is remembered if there is room for that.
+                    (void)m_memory.Save(m_pending);
+                    return false;
                 }
                 if (step.eudora.verb != Verb::kNone) continue;
                 if (!Remember(i)) return false;
@@ -133,7 +159,7 @@ class Execution {
     bool ChangeEudora(std::size_t index) {
         auto id = Carry(m_plan.steps[index].eudora, m_stores.eudora);
         if (!id) {
-            Fail(index, id.Error());
+            (void)Fail(index, sync::Side::kEudora, id.Error());
             return false;
         }
         m_states[index].eudoraId = *std::move(id);
@@ -141,7 +167,7 @@ class Execution {
     }
 
     bool EudoraPhase() {
-        bool isChanged = false;
+        bool isChanged = false, isWhole = true;
         for (const Verb verb : {Verb::kChange, Verb::kAdd, Verb::kRemove}) {
             for (std::size_t i = 0; i < m_plan.steps.size(); ++i) {
                 if (m_plan.steps[i].eudora.verb != verb || m_states[i].failed) continue;
@@ -150,24 +176,31 @@ class Execution {
         }
         if (isChanged && !Check(m_stores.eudora.Commit(), "Eudora")) return false;
         for (std::size_t i = 0; i < m_plan.steps.size(); ++i) {
-            if (m_plan.steps[i].eudora.verb != Verb::kNone && !Remember(i)) return false;
+            if (m_plan.steps[i].eudora.verb == Verb::kNone) continue;
+            m_states[i].isInEudora = !m_states[i].failed;
+            isWhole = isWhole && Remember(i);
         }
-        return true;
+        return isWhole;
     }
 
     struct State {
         bool failed = false;
-        std::string eudoraId;              // after its act
-        contacts::StoredContact inFolder;  // after its act
+        bool isInEudora = false, isInFolder = false;  // what was done to it there is
+        std::string eudoraId;                         // after its act
+        contacts::StoredContact inFolder;             // after its act
+
+        bool On(sync::Side side) const {
+            return side == sync::Side::kEudora ? isInEudora : isInFolder;
+        }
     };
 
     const Plan& m_plan;
     const contacts::Stores& m_stores;
     state::PairMemory& m_memory;
     base::Progress& m_progress;
+    sync::Report m_report;
     std::vector<State> m_states;
     state::MemoryChange m_pending;
-    std::vector<std::string> m_errors;
 };
 
 using contacts::StoredContact;
@@ -191,19 +224,20 @@ base::Status LoadSide(const contacts::Stores& stores, state::RememberedSide Reme
         base::StoreItem& item = (*items)[i];
         const auto found = known.find(item.id);
         const RememberedPair* const pair = found != known.end() ? found->second : nullptr;
-        const auto keep = [&] {
+        const auto keep = [&](bool isStandIn) {
             const state::RememberedSide& kept = pair->*side;
-            contacts.push_back({kept.item, kept.contact, pair->uid, pair->beyond, true});
+            contacts.push_back({kept.item, kept.contact, pair->uid, pair->beyond, true, isStandIn});
         };
-        if (pair != nullptr && (pair->*side).item.marker == item.marker) {
-            keep();
+        if (pair != nullptr && isFolder) stores.folder.Expect(item.id, pair->folder.contact);
+        if (pair != nullptr && !item.marker.empty() && (pair->*side).item.marker == item.marker) {
+            keep(false);
             continue;
         }
         auto stored = isFolder ? ReadFolderContact(stores, item.id) : stores.eudora.Read(item.id);
         if (!stored && stored.Error().code == platform::ErrorCode::kNotRegular) {
             passedOver.push_back(stored.Error().Message());
             // A remembered contact is not taken for deleted because its file is unreadable.
-            if (pair != nullptr) keep();
+            if (pair != nullptr) keep(true);
         } else if (!stored) {
             if (!firstFailure) firstFailure = stored.Error();
             ++failures;
@@ -224,10 +258,8 @@ base::Status LoadSide(const contacts::Stores& stores, state::RememberedSide Reme
 
 }  // namespace
 
-std::vector<std::string> Execute(const Plan& plan, const contacts::Stores& stores,
-                                 state::PairMemory& memory,
-                                 const std::function<base::Status()>& backup,
-                                 base::Progress& progress) {
+sync::Report Execute(const Plan& plan, const contacts::Stores& stores, state::PairMemory& memory,
+                     const std::function<base::Status()>& backup, base::Progress& progress) {
     return Execution(plan, stores, memory, progress).Run(backup);
 }
 

@@ -31,6 +31,13 @@ Key Everything(const Contact& contact) {
     return contact[Field::kNickname] + kPart + base::BeyondNickname(contact);
 }
 
+// What Eudora's contact of a pair held beside the nickname.
+Key BeyondNicknameInEudora(const state::RememberedPair& pair) {
+    const std::string_view marker = pair.eudora.item.marker;
+    return marker.starts_with(kWaits) ? Key(marker.substr(kWaits.size()))
+                                      : base::BeyondNickname(pair.eudora.contact);
+}
+
 // The contacts of one side that belong to nobody yet.
 class Pool {
   public:
@@ -162,7 +169,10 @@ class Matchmaker {
         for (const bool unique : {false, true}) {
             const auto key = unique ? NameAndAddress : base::BeyondNickname;
             MatchVanished(
-                &Known::eudora, [&](Index i) { return key(pairs[i].eudora.contact); },
+                &Known::eudora,
+                [&](Index i) {
+                    return unique ? key(pairs[i].eudora.contact) : BeyondNicknameInEudora(pairs[i]);
+                },
                 [&](Index i) { return key(m_sides.eudora[i].contact); }, unique);
             MatchVanished(
                 &Known::folder, [&](Index i) { return key(pairs[i].folder.contact); },

@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/contacts/contact_store.h"
@@ -12,6 +13,10 @@
 // Planning a sync of contacts: no file is read or written here. Texts are UTF-8.
 namespace host::contactsync {
 
+// Begins the markers of pairs in which something waits. Eudora's goes on with all that was there
+// beside the nickname: by that the contact is known again when it gets another one.
+inline constexpr std::string_view kWaits = "waits:";
+
 // What is to be done to one side of a pair.
 struct SideAction {
     sync::Verb verb = sync::Verb::kNone;
@@ -19,6 +24,7 @@ struct SideAction {
     base::Contact values;        // the side's values after the step
     base::FieldSet fields = {};  // of a change
     std::string like = {};       // of an addition: the contact that it is a copy of
+    base::Contact before = {};   // what is remembered of the fields that wait
 };
 
 // One pair brought into step. Without a change of either side only the memory changes.
@@ -31,14 +37,27 @@ struct Step {
     bool forget = false;                    // the pair is gone on both sides
     std::optional<std::size_t> needs = {};  // a step without which this one must not happen
     std::string renamedTo = {};             // the new nickname, when the step is a rename
+    base::FieldSet waiting = {};            // fields that stay as they are, to be found again
+    base::FieldSet inPart = {};             // fields that Eudora gets and cannot hold as they are
+
+    const SideAction& On(sync::Side side) const {
+        return side == sync::Side::kEudora ? eudora : folder;
+    }
+    // What the report says of it: what it does to these sides; nothing if that is nothing.
+    std::optional<sync::Change> Told(bool inEudora, bool inFolder) const;
+    // The pair as it is remembered when both sides are like that. What waits keeps its old values,
+    // and markers that no store gives make the next run read it again.
+    state::RememberedPair Remembered(const contacts::StoredContact& nowInEudora,
+                                     const contacts::StoredContact& nowInFolder) const;
 };
 
 // Steps for both sides, and the report of a run in which all of them succeed.
 struct Plan {
     std::vector<Step> steps;  // in the order of the report
     std::vector<state::Intent> intents;
-    bool dropIntents = false;  // old intents are settled
-    sync::Report report;       // of a run that carries all of it out; its `stop` forbids that
+    bool dropIntents = false;                // old intents are settled
+    std::vector<state::Intent> leftIntents;  // old ones that a run of this plan does not settle
+    sync::Report report;  // of a run that carries all of it out; its `stop` forbids that
 
     // Neither a side nor the memory changes.
     bool IsEmpty() const { return steps.empty() && !dropIntents; }
@@ -47,19 +66,21 @@ struct Plan {
 // What both sides hold now.
 struct Sides {
     std::vector<contacts::StoredContact> eudora, folder;
-    std::vector<std::string> passedOver;  // what is no regular file, in words
+    std::vector<std::string> passedOver;  // files that are not one vCard each, in words
 };
 
 // The plan that brings both sides into step. The stores only tell what values they can hold or
 // refuse; the caller keeps them.
 // - A contact on one side only is added to the other; its nickname gets a number if it is taken.
 // - A contact deleted on one side is deleted on the other, unless it changed there: then the
-//   preference decides, and without one it is kept.
+//   preference decides. kNewer and kBoth keep it.
 // - A field changed on both sides follows the preference; kBoth keeps the older values in a copy of
-//   the contact marked "(older)".
-// - Values that Eudora refuses leave both sides as they are and are reported.
-// The report's `stop` is set if one side is empty although pairs are remembered, or if more
-// contacts would be deleted or added than the limits allow.
+//   the contact marked "(older)", in a run in both directions.
+// - Without a preference both sides stay as they are and are found again by each run. So does what
+//   would go against the direction, and what Eudora refuses. The other fields of the pair go over.
+// - With a resolution there are the steps of that conflict alone.
+// The report's `stop` is set if one side is empty although pairs are remembered, if more contacts
+// would be deleted or added than the limits allow, or if there is no conflict to be resolved.
 Plan MakePlan(const Sides& sides, const state::Remembered& remembered,
               const contacts::Stores& stores, const sync::Options& options);
 

@@ -19,6 +19,7 @@ using Key = std::int64_t;  // of a row in the memory; 0 of what is not remembere
 struct RememberedSide {
     base::StoreItem item;
     base::Contact contact;
+    bool operator==(const RememberedSide&) const = default;
 };
 
 // A contact of Eudora's and a vCard that belong together.
@@ -27,6 +28,7 @@ struct RememberedPair {
     RememberedSide eudora, folder;
     std::string uid;
     int beyond = 0;  // properties of the vCard that no field shows
+    bool operator==(const RememberedPair&) const = default;
 };
 
 // A nickname that a run is about to write into Eudora's file: the contact of the vCard `folderId`

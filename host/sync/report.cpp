@@ -7,7 +7,7 @@ namespace host::sync {
 base::ExitCode Report::Code() const {
     if (stop) return stop->why.exit;
     if (!errors.empty()) return base::ExitCode::kFailed;
-    if (!conflicts.empty() || !refused.empty()) return base::ExitCode::kConflictsLeft;
+    if (!conflicts.empty()) return base::ExitCode::kConflictsLeft;
     return changes.empty() ? base::ExitCode::kNothingToDo : base::ExitCode::kChangesMade;
 }
 

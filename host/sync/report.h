@@ -35,6 +35,7 @@ struct Change {
         Verb verb = Verb::kNone;
         std::string name;       // what a person knows it by on that side
         base::FieldSet fields;  // of a contact that is changed
+        base::FieldSet inPart{};  // that the side cannot hold as they are
     };
     std::string name;
     OnSide eudora, folder;
@@ -66,11 +67,14 @@ struct Report {
 
     // Of contacts.
     std::vector<Notice> refused;         // by Eudora's own rules
-    std::vector<std::string> leftAlone;  // what is no regular file, in words
+    std::vector<std::string> leftAlone;  // files that are not one vCard each, in words
     std::size_t richer = 0;              // vCards that hold more than Eudora can
+    std::vector<std::string> details;    // for who wants to know all: which those are, and what a
+                                         // run in one direction leaves
+
+    std::size_t undone = 0;  // changes that are left to the next run
 
     // Of mails.
-    std::size_t undone = 0;   // changes that are left to the next run
     std::size_t dropped = 0;  // Eudora keeps them though their files were removed long ago
     std::size_t kept = 0;     // marked files of mails that are gone from Eudora
     std::size_t drafts = 0;   // files that are not finished, so that Eudora does not get them
@@ -78,8 +82,8 @@ struct Report {
     std::string limits;       // what Eudora's limits leave out; empty if nothing
     std::vector<std::string> notes;  // what got lost in a mail on its way
 
-    // That of the stop, kFailed with an error, else kConflictsLeft with a conflict or a refusal,
-    // else kChangesMade with a change.
+    // That of the stop, kFailed with an error, else kConflictsLeft with a conflict, else
+    // kChangesMade with a change.
     base::ExitCode Code() const;
     // How many changes do `verb` to Eudora or to the folder.
     std::size_t Count(Side side, Verb verb) const;

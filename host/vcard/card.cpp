@@ -15,11 +15,11 @@ bool IsMark(const Property& property, std::string_view name) {
 
 }  // namespace
 
-Card Card::Create(std::string_view uid) {
+Card Card::Create(std::string_view uid, std::string_view version) {
     Card card;
     for (const auto& [name, value] :
          {std::pair<std::string_view, std::string_view>{"BEGIN", "VCARD"},
-          {"VERSION", "4.0"},
+          {"VERSION", version},
           {"UID", uid},
           {"END", "VCARD"}}) {
         Property property;
@@ -49,8 +49,9 @@ std::optional<CardError> Card::Parse(std::string_view bytes) {
         if (auto what = ParseContentLine(text, property)) return error(std::move(*what));
         if (!hasBegun && !IsMark(property, "BEGIN")) return error("no BEGIN:VCARD");
         if (hasEnded) {
-            return error(IsMark(property, "BEGIN") ? "a second vCard in one file"
-                                                   : "something behind END:VCARD");
+            CardError second = error("a second vCard in one file");
+            second.isSecondCard = IsMark(property, "BEGIN");
+            return second.isSecondCard ? second : error("something behind END:VCARD");
         }
         if (hasBegun && property.name == "BEGIN") return error("a vCard inside the vCard");
         if (!hasBegun) card.m_lineEnd = property.raw.ends_with("\r\n") ? "\r\n" : "\n";

@@ -15,14 +15,15 @@ namespace host::vcard {
 struct CardError {
     std::size_t line = 0;  // from 1
     std::string what;
+    bool isSecondCard = false;  // behind one that is whole
 };
 
 // A vCard of version 3.0 or 4.0. Unchanged properties keep every byte, also those that no reader
 // understands.
 class Card {
   public:
-    // A card of version 4.0 with a UID alone and CR LF line ends.
-    static Card Create(std::string_view uid);
+    // A card of version "3.0" or "4.0" with a UID alone and CR LF line ends.
+    static Card Create(std::string_view uid, std::string_view version = "4.0");
     // Reads one vCard with nothing but blank lines around it. After a failure the card is as it
     // was.
     std::optional<CardError> Parse(std::string_view bytes);

@@ -29,13 +29,6 @@ std::optional<std::size_t> Find(const Card& card, const Test& test) {
     return static_cast<std::size_t>(found - properties.begin());
 }
 
-std::optional<std::size_t> FindField(const Card& card, base::Field field) {
-    return Find(card, [&](const Property& property) {
-        return property.name == kNames[static_cast<std::size_t>(field)] &&
-               (property.name != "TEL" || property.HasType("fax") == (field == base::Field::kFax));
-    });
-}
-
 std::optional<std::size_t> FindName(const Card& card, std::string_view name) {
     return Find(card, [&](const Property& property) { return property.name == name; });
 }
@@ -153,6 +146,34 @@ std::string FieldText(const Property& property, base::Field field) {
     return UnescapeText(value);
 }
 
+// How much a property is preferred to others of its kind: 1 is the most, 101 not at all.
+unsigned PreferenceOf(const Property& property) {
+    constexpr unsigned kLeast = 100;
+    const Parameter* const pref = property.Find("PREF");
+    const auto number = pref != nullptr ? text::NumberIn<unsigned>(pref->values[0]) : std::nullopt;
+    if (number) return std::clamp(*number, 1u, kLeast);
+    return property.HasType("pref") ? 1 : kLeast + 1;
+}
+
+// The property of a field, of which `seen` was the value when it was looked at last.
+std::optional<std::size_t> FindField(const Card& card, base::Field field, const std::string& seen) {
+    std::optional<std::size_t> found;
+    std::pair<unsigned, bool> best;
+    for (std::size_t i = 0; i < card.Properties().size(); ++i) {
+        const Property& property = card.Properties()[i];
+        const bool isIt =
+            property.name == kNames[static_cast<std::size_t>(field)] &&
+            (property.name != "TEL" || property.HasType("fax") == (field == base::Field::kFax));
+        if (!isIt) continue;
+        const bool isOther = base::Canonical(FieldText(property, field)) != seen;
+        const std::pair rank(PreferenceOf(property), isOther);
+        if (found && rank >= best) continue;
+        found = i;
+        best = rank;
+    }
+    return found;
+}
+
 // "Given Family" from the components of N: family, given, additional, prefixes, suffixes.
 std::string NameFromComponents(const Property& property) {
     std::vector<std::string> parts = SplitEscaped(PlainValue(property), ';');
@@ -221,8 +242,8 @@ void SetProperty(Card& card, std::string_view name, const std::string& value) {
     Put(card, index, std::move(property));
 }
 
-void SetField(Card& card, base::Field field, const std::string& text) {
-    const auto index = FindField(card, field);
+void SetField(Card& card, base::Field field, const std::string& text, const std::string& seen) {
+    const auto index = FindField(card, field, seen);
     Property property = index ? card.Properties()[*index] : NewProperty(field);
     const bool hasMore =
         field == base::Field::kNickname && index && SplitEscaped(property.value, ',').size() > 1;
@@ -239,11 +260,14 @@ void SetField(Card& card, base::Field field, const std::string& text) {
     Put(card, index, std::move(property));
 }
 
-void SetName(Card& card, const base::Contact& values) {
-    const std::string& name = values[base::Field::kName];
+void SetName(Card& card, const base::Contact& values, const std::string& seen) {
+    std::string name = values[base::Field::kName];
     const bool isNew = !FindName(card, "FN");
-    SetField(card, base::Field::kName, name.empty() ? base::DisplayName(values, "?") : name);
-    if (card.IsVersion4() && !isNew && !name.empty() && !FindName(card, "N")) return;
+    SetField(card, base::Field::kName, name.empty() ? base::DisplayName(values, "?") : name, seen);
+    if (name.ends_with(base::kOlderMark)) name.resize(name.size() - base::kOlderMark.size());
+    const auto n = FindName(card, "N");
+    if (card.IsVersion4() && !isNew && !name.empty() && !n) return;
+    if (n && !name.empty() && NameFromComponents(card.Properties()[*n]) == name) return;
     SetProperty(card, "N", name.empty() ? ";;;;" : ComponentsFromName(name));
 }
 
@@ -255,14 +279,14 @@ bool IsBookkeeping(const Property& property) {
 
 }  // namespace
 
-CardContent ReadFields(const Card& card) {
+CardContent ReadFields(const Card& card, const base::Contact& seen) {
     CardContent content;
     content.uid = card.Value("UID");
     const std::string kind = text::Raised(card.Value("KIND"));
     content.isPerson = kind.empty() || kind == "INDIVIDUAL" || kind == "ORG";
     int shown = 0;
     for (base::Field field : base::kAllFields) {
-        if (const auto index = FindField(card, field)) {
+        if (const auto index = FindField(card, field, seen[field])) {
             ++shown;
             content.contact[field] = base::Canonical(FieldText(card.Properties()[*index], field));
         }
@@ -285,10 +309,11 @@ void SetUid(Card& card, const std::string& uid) {
 }
 
 void WriteFields(Card& card, const base::Contact& values, base::FieldSet which,
-                 std::chrono::system_clock::time_point now) {
+                 const base::Contact& seen, std::chrono::system_clock::time_point now) {
     for (base::Field field : base::kAllFields) {
         if (!which.Has(field)) continue;
-        field == base::Field::kName ? SetName(card, values) : SetField(card, field, values[field]);
+        field == base::Field::kName ? SetName(card, values, seen[field])
+                                    : SetField(card, field, values[field], seen[field]);
     }
     SetProperty(card, "REV", text::Format("%Y%m%dT%H%M%SZ", text::CivilTime(now)));
 }
