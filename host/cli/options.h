@@ -22,6 +22,9 @@ struct Options {
     std::optional<std::string> state;  // the memory's file
     std::optional<std::string> config;
     std::optional<std::string> prefer, direction, maxDelete, maxAdd, wait;
+    // Of the configuration file: they hold in place of the saved ones where mails are synced or
+    // listed.
+    translator::MailLimitChanges mailLimits;
     sync::Options rules;  // what these five say, and the dry run; ReadConfiguration fills it
     bool json = false;
     bool quiet = false;
@@ -35,14 +38,17 @@ struct Options {
     std::string script;  // empty for standard input
     std::string take;    // "eudora" or "folder"
     bool yes = false;
+    bool all = false;   // of mails those behind the limits too
+    bool show = false;  // the limits, and change nothing
     translator::MailLimitChanges limits;
 };
 
 // One of the options that are texts: --name on the command line, and in the configuration file the
 // key of that name with _ for -.
 struct TextOption {
-    // A path; a path that the configuration file cannot hold; a word; a word of `sync` alone.
-    enum Kind { kPath, kPathOfCommandLine, kWord, kWordOfSync };
+    // A path; a path that the configuration file cannot hold; a word; a word of `sync` alone; a
+    // word that the command line does not take.
+    enum Kind { kPath, kPathOfCommandLine, kWord, kWordOfSync, kWordOfFile };
 
     std::string name;
     Kind kind;

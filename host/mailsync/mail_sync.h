@@ -28,6 +28,7 @@ struct MailSyncOptions : sync::Options {
     std::vector<std::string> eudoraFiles;  // what a backup holds, native, in the order of a restore
     std::string maildir;                   // native, without links
     unsigned codePage = 0;                 // Microsoft's number of that of Eudora's texts
+    bool isCodePageSaid = true;            // or else only supposed
 };
 
 // The two sides whose memory a sync keeps.

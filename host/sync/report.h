@@ -21,7 +21,9 @@ enum class Verb {
     kRemove,
     kQueue,  // a mail is queued in Eudora, to be sent
     kFile,   // a mail that was queued before goes to .Sent
-    kRedo,   // a delivery that came to nothing is forgotten, before the mail is delivered again
+    // Of a mail. In memory: a delivery that came to nothing is forgotten, before the mail is
+    // delivered again. In the folder: its file is composed again, as it lacks something.
+    kRedo,
 };
 struct Act {
     Side side = Side::kMemory;
@@ -53,7 +55,8 @@ struct Notice {
 // Why nothing of a plan was done: a limit, or a side that is suddenly empty.
 struct Stop {
     base::Failure why;
-    Verb verb = Verb::kNone;  // what there would have been too much of
+    Verb verb = Verb::kNone;        // what there would have been too much of
+    std::optional<Side> side = {};  // and where, if it is one side
 };
 
 // What a sync did, or would do. All counts are of contacts or mails.
