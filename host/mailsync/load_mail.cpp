@@ -174,7 +174,7 @@ class MailLoader {
         }
         if (head.marker.empty()) {
             PassOver(seen.name, m_source.Read(mail::MailParts::kHeader).Error());
-        } else if (!isKnown && isWithinLimits) {
+        } else if (!isKnown) {
             seen.name = m_source.Name();
         }
         m_sides.eudora.push_back(std::move(seen));
@@ -252,28 +252,33 @@ class MailLoader {
         });
     }
 
-    // Several mails of one Message-ID. A mail that is not where it was is a sign that the mailbox
-    // was numbered anew: then each of them may be any. Else they are read once, to be known by what
-    // they hold when that happens.
+    // Several mails of one Message-ID: a mail that is not where it was is a sign that the mailbox
+    // was numbered anew, and then each of them may be any.
     void ReadOfOneMessageId() {
-        std::unordered_map<std::string_view, std::pair<int, int>> counts;  // of rows, of mails
+        struct Group {
+            const RememberedMail* row = nullptr;
+            int rows = 0, mails = 0;
+        };
+        std::unordered_map<std::string_view, Group> groups;
         bool isNumberedAnew = false;
         for (const RememberedMail& row : m_sides.remembered) {
-            ++counts[row.messageId].first;
+            Group& group = groups[row.messageId];
+            group.row = &row;
+            ++group.rows;
             isNumberedAnew =
                 isNumberedAnew || (row.link != MailLink::kKept && !m_knownAgain.contains(row.id));
         }
-        for (const EudoraHead& head : m_sides.eudora) ++counts[head.messageId.value_or("")].second;
+        if (!isNumberedAnew) return;
+        for (const EudoraHead& head : m_sides.eudora) ++groups[head.messageId.value_or("")].mails;
         for (EudoraHead& head : m_sides.eudora) {
-            const auto known = m_byId.find(head.id);
-            const auto count = counts[head.messageId.value_or("")];
-            if (head.messageId.value_or("").empty() || std::max(count.first, count.second) < 2 ||
-                count.first == 0) {
-                continue;
+            const Group& group = groups[head.messageId.value_or("")];
+            if (head.messageId.value_or("").empty() || group.rows == 0) continue;
+            const bool areSeveral = std::max(group.rows, group.mails) > 1;
+            if (areSeveral) m_sides.doubtful.insert(*head.messageId);
+            const bool isKnown = m_knownAgain.contains(head.id);
+            if (areSeveral || (!isKnown && NameTrait(head.name) != NameTrait(group.row->name))) {
+                ReadTraits(head);
             }
-            const bool isRead = m_knownAgain.contains(head.id) && !known->second->content.empty();
-            if (isNumberedAnew) m_sides.doubtful.insert(*head.messageId);
-            if (isNumberedAnew || !isRead) ReadTraits(head);
         }
     }
 
@@ -284,6 +289,7 @@ class MailLoader {
             std::vector<EudoraHead*> heads;
             std::vector<const MaildirEntry*> files;
             std::size_t mails = 0;
+            std::string name;  // of the last mail
         };
         std::unordered_map<std::string, Group> groups;
         for (const MaildirEntry* file : m_foreign) {
@@ -294,10 +300,11 @@ class MailLoader {
         const auto isMissing = [&](const RememberedMail& row) {
             return !present.contains(row.unique);
         };
-        const auto add = [&](const std::string& id, EudoraHead* head) {
+        const auto add = [&](const std::string& id, const std::string& name, EudoraHead* head) {
             const auto group = groups.find(id);
             if (id.empty() || group == groups.end()) return;
             ++group->second.mails;
+            group->second.name = name;
             if (head != nullptr) group->second.heads.push_back(head);
         };
         std::vector<bool> isHere(m_sides.remembered.size());
@@ -305,16 +312,20 @@ class MailLoader {
             EudoraHead& head = m_sides.eudora[i];
             const auto at = matching.rowOf[i];
             if (at) isHere[*at] = true;
-            if (!at) add(head.fileMessageId, &head);
+            if (!at) add(head.fileMessageId, head.name, &head);
             if (at && isMissing(m_sides.remembered[*at]))
-                add(FileMessageIdOf(m_sides.remembered[*at]), &head);
+                add(FileMessageIdOf(m_sides.remembered[*at]), head.name, &head);
         }
         for (std::size_t i = 0; i < m_sides.remembered.size(); ++i) {
             const RememberedMail& row = m_sides.remembered[i];
-            if (!isHere[i] && isMissing(row)) add(FileMessageIdOf(row), nullptr);
+            if (!isHere[i] && isMissing(row)) add(FileMessageIdOf(row), row.name, nullptr);
         }
         for (auto& [id, group] : groups) {
-            if (group.mails == 0 || std::max(group.mails, group.files.size()) < 2) continue;
+            const bool isPair = group.mails == 1 && group.files.size() == 1;
+            const auto isAlike = [&](const MaildirEntry& file) {
+                return NameTrait(group.name) == NameTrait(m_sides.foreign.at(file.unique).name);
+            };
+            if (group.mails == 0 || (isPair && isAlike(*group.files[0]))) continue;
             for (EudoraHead* head : group.heads) ReadTraits(*head);
             for (const MaildirEntry* file : group.files) ReadTraits(*file);
         }

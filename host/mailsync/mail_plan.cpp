@@ -318,12 +318,7 @@ class MailPlanner {
         RememberedMail row = known;
         row.id = head.id;
         if (const MaildirEntry* const file = FileOf(row); file != nullptr) {
-            bool hasNews = row.id != known.id;
-            if (row.content.empty() && row.link == MailLink::kInStep && !head.content.empty()) {
-                row.content = head.content;
-                hasNews = true;
-            }
-            hasNews = PlanRenewal(row, *file) || hasNews;
+            const bool hasNews = PlanRenewal(row, *file) || row.id != known.id;
             return PlanFlags(head, std::move(row), *file, hasNews);
         }
         const bool hasNewId = row.id != known.id;

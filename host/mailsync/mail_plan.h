@@ -20,7 +20,7 @@ namespace host::mailsync {
 struct EudoraHead {
     std::string id, marker;                // no marker: the mail cannot be read
     std::optional<std::string> messageId;  // nothing: cannot be told
-    std::string name;                      // of remembered ones and of those within the limits
+    std::string name;
     bool isWithinLimits = true;
     // A fingerprint, where more than ids must tell which one it is.
     std::string content = {};

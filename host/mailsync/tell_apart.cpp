@@ -40,7 +40,7 @@ class Teller {
 
     Telling Tell() {
         if (m_left.size() == 1 && m_right.size() == 1) {
-            Pair(0, 0);
+            if (!AreDifferent(m_left[0], m_right[0])) Pair(0, 0);
         } else {
             PairTwins();
             PairUnique(kAlikeButForTexts);
@@ -65,6 +65,10 @@ class Teller {
   private:
     static bool MayBe(const Traits& a, const Traits& b) {
         return a.name == b.name || a.name.empty() || b.name.empty();
+    }
+
+    static bool AreDifferent(const Traits& a, const Traits& b) {
+        return !MayBe(a, b) && (a.text.empty() || a.text != b.text);
     }
 
     void Pair(std::size_t left, std::size_t right) {
@@ -123,6 +127,7 @@ class Teller {
 
 std::string NameTrait(const std::string& name) {
     constexpr std::string_view kFrom = " from ";
+    if (name.empty()) return {};
     const auto from = name.rfind(kFrom);
     if (from == name.npos) return Essence(name) + '\n';
     return Essence(name.substr(0, from)) + '\n' + PeopleTrait(name.substr(from + kFrom.size()));

@@ -37,9 +37,9 @@ struct Telling {
     std::vector<bool> isUnclearLeft, isUnclearRight;
 };
 
-// One on either side are the same. Of several those are that are alike in all, or, whatever their
-// texts, the only ones on both sides of that name and these people, or of that name. The others of
-// the same name are unclear.
+// One on either side are the same if their names or their texts are. Of several those are that
+// are alike in all, or, whatever their texts, the only ones on both sides of that name and these
+// people, or of that name. The others of the same name are unclear.
 Telling TellApart(const std::vector<Traits>& left, const std::vector<Traits>& right);
 
 }  // namespace host::mailsync

@@ -9,6 +9,7 @@
 
 #include "host/mail/parse.h"
 #include "host/mailsync/execute_mail.h"
+#include "host/mailsync/tell_apart.h"
 #include "tests/host/sync_world.h"
 
 namespace host::testing {
@@ -55,7 +56,10 @@ class MemoryMails : public mail::MailSource {
         isBackedUp = isTouched = false;
     }
 
+    std::uint64_t largest = MailSource::LargestAttachment();  // that the limits let pass
+
     bool HasLimits() const override { return !hidden.empty(); }
+    std::uint64_t LargestAttachment() const override { return largest; }
     base::Status Walk(mail::Reach reach, const Visit& visit) override {
         ++walks;
         for (const mail::Mail& mail : mails) {
@@ -70,7 +74,7 @@ class MemoryMails : public mail::MailSource {
         const auto found = At(id);
         if (found == mails.end()) return std::optional<mail::MailHead>();
         m_current = &*found;
-        searches += mail::CanKeepMessageId(*MessageId());
+        searches += mail::CanKeepMessageId(*MessageId()) && MessageId() != "shared@x";
         if (unreadable.contains(id)) return base::Failed(id + " cannot be read");
         return std::optional<mail::MailHead>({found->id, found->marker});
     }
@@ -79,13 +83,24 @@ class MemoryMails : public mail::MailSource {
     base::Result<mail::Mail> Read(mail::MailParts) override {
         if (unreadable.contains(m_current->id))
             return base::Failed(m_current->id + " cannot be read");
-        return *m_current;
+        mail::Mail mail = *m_current;
+        mail.attachments.clear();
+        for (const mail::MailAttachment& one : m_current->attachments) {
+            const std::uint64_t size = m_world.disk.Get(one.path)->size();
+            if (size <= largest) {
+                mail.attachments.push_back(one);
+            } else {
+                mail.leftOut = mail.leftOut == 0 ? size : std::min(mail.leftOut, size);
+            }
+        }
+        return mail;
     }
 
     base::Result<mail::MailHead> Add(const mail::NewMail& mail, std::uint32_t status) override {
         std::vector<mail::Mail> box;
-        const mail::Mail& added = Put(box, mail.subject, mail.body, mail.messageId, true);
-        if (auto copied = CopyAttachments(mail, &box[0]); !copied) return copied.Error();
+        mail::Mail& added = Put(box, mail.subject, mail.body, mail.messageId, true);
+        added.to = mail::StoredRecipients(mail.to);
+        if (auto copied = CopyAttachments(mail, &added); !copied) return copied.Error();
         m_waiting.push_back([this, added] { mails.push_back(added); });
         (void)SetStatus(added.id, status);
         return mail::MailHead{added.id, std::to_string(status)};
@@ -160,25 +175,11 @@ class MemoryMails : public mail::MailSource {
     const mail::Mail* m_current = nullptr;
 };
 
-struct MemoryOfMails : state::MailMemory, MemoryRows<state::RememberedMail> {
-    using MemoryRows::MemoryRows;
-    base::Result<std::vector<state::RememberedMail>> Load() override { return rows; }
-    using state::MailMemory::Save;
-    base::Status Save(state::MailMemoryChange& change) override {
-        if (auto saved = Keep(change.put, change.forget); !saved) return saved;
-        for (state::RememberedMail& row : rows) {
-            if (change.settle && row.link == state::MailLink::kPending)
-                row.link = state::MailLink::kInStep;
-        }
-        return {};
-    }
-};
-
 // With an in-box and a Maildir. Mails are known by their subjects, which are the first names of
 // their Message-IDs too.
 struct MailWorld : SyncWorld {
     MemoryMails eudora{*this};
-    MemoryOfMails memory{*this};
+    MemoryOf<std::vector<state::RememberedMail>, state::MailMemoryChange> memory{*this};
     mailsync::MailFolders folders{files, clock, "C:\\M"};
     std::string tooLarge;  // memory runs out when the file of this subject is read for Eudora
 
@@ -188,21 +189,28 @@ struct MailWorld : SyncWorld {
         disk.MakeFolders("C:\\Attach\\");
         disk.MakeFolders("C:\\in\\");
     }
-    // A mail that a person or a program puts into the Maildir.
-    void Deliver(const std::string& subject, const std::string& flags = "", bool hasId = true,
+    // A mail that a person or a program puts into the Maildir; `id` begins its Message-ID, if it
+    // has one.
+    void Deliver(const std::string& subject, const std::string& flags, const std::string& id,
                  const std::string& where = "") {
         const std::string name = "1." + std::to_string(++m_delivered) + ".host";
         disk.Put(
             "C:\\M\\" + where + (flags.empty() ? "new\\" + name : "cur\\" + name + "!2," + flags),
             "From: a@b\nTo: c@d\nSubject: " + subject + "\n" +
-                (hasId ? "Message-ID: <" + subject + "@x>\n" : "") +
+                (id.empty() ? "" : "Message-ID: <" + id + "@x>\n") +
                 "Content-Type: multipart/mixed; boundary=b\n\n--b\n\nthe text of " + subject +
                 "\n--b\nContent-Disposition: attachment; filename=a.txt\n\n" + subject +
                 "\n--b--\n");
     }
-    void Add(const std::string& subject, std::optional<std::string> messageId,
-             bool isRead = false) {
-        eudora.Put(eudora.mails, subject, "the text of " + subject, std::move(messageId), isRead);
+    mail::Mail& Add(const std::string& subject, std::optional<std::string> messageId,
+                    bool isRead = false) {
+        return eudora.Put(eudora.mails, subject, "the text of " + subject, std::move(messageId),
+                          isRead);
+    }
+    void Attach(mail::Mail& mail, std::size_t size) {
+        const std::string name = *mail.subject + ".dat";
+        disk.Put("C:\\Attach\\" + name, std::string(size, 'x'));
+        mail.attachments.push_back({name, "C:\\Attach\\" + name});
     }
     void AddMany(int count) {
         for (int i = 0; i < count; ++i) Add("m" + std::to_string(i), std::to_string(i) + "@x");
@@ -249,10 +257,10 @@ struct MailWorld : SyncWorld {
     }
 
     mailsync::MailPlan MakePlan() {
-        auto sides = mailsync::LoadMailSides(eudora, folders, memory.rows, progress);
+        auto sides = mailsync::LoadMailSides(eudora, folders, memory.rows, 1252, progress);
         mailsync::MailPlan plan;
         if (!sides) {
-            plan.stop = sides.Error().Message();
+            plan.report.stop = {sides.Error()};
             return plan;
         }
         sides->queued = eudora.queued.size();
@@ -262,12 +270,12 @@ struct MailWorld : SyncWorld {
     sync::Report Sync() {
         eudora.Restart();
         const mailsync::MailPlan plan = MakePlan();
-        if (plan.stop) {
+        if (plan.report.stop) {
             sync::Report report;
-            report.errors = {*plan.stop};
+            report.errors = {plan.report.stop->why.Message()};
             return report;
         }
-        const sync::CommandPlace place{files, clock, {}, {}};
+        const sync::CommandPlace place{files, clock, {}, {}, {}};
         mail::AttachFolder attachments(files, "C:\\Attach", 1252);
         const auto parse = [&](std::string_view bytes, const std::string& name) {
             if (!tooLarge.empty() && name.starts_with(tooLarge)) throw std::bad_alloc();

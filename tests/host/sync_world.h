@@ -18,35 +18,48 @@ struct SyncWorld {
     platform::testing::FaultyFiles files{disk};
     platform::testing::FixedClock clock;
     base::Progress progress{clock, nullptr};
-    sync::Options options{sync::Prefer::kBoth, sync::DeleteLimit{1000, false}};
+    sync::Options options{.prefer = sync::Prefer::kBoth, .maxDelete = sync::Limit{1000, false}};
 
     base::Status Strike(const std::string& what) {
         return files.Strikes() ? files.Injected(what) : base::Status();
     }
 };
 
-template <class Row>
-class MemoryRows {
+template <class Content, class Change>
+class MemoryOf : public state::Memory<Content, Change> {
   public:
-    explicit MemoryRows(SyncWorld& world) : m_world(world) {}
+    explicit MemoryOf(SyncWorld& world) : m_world(world) {}
 
-    std::vector<Row> rows;
+    decltype(Change::put) rows;
+    std::vector<state::Intent> intents;  // of contacts
 
-  protected:
-    base::Status Keep(std::vector<Row>& put, const std::vector<state::Key>& forget) {
+    base::Result<Content> Load() override {
+        if constexpr (kIsOfPairs) return Content{rows, intents};
+        if constexpr (!kIsOfPairs) return rows;
+    }
+    base::Status Save(Change& change) override {
         if (auto struck = m_world.Strike("state"); !struck) return struck;
-        for (const state::Key key : forget) Drop(key);
-        for (Row& row : put) {
+        for (const state::Key key : change.forget) Drop(key);
+        for (auto& row : change.put) {
             Drop(row.key);
             if (row.key == 0) row.key = ++m_keys;
             rows.push_back(row);
+        }
+        if constexpr (kIsOfPairs) {
+            intents = change.intents.value_or(intents);
+        } else if (change.settle) {
+            for (auto& row : rows) {
+                if (row.link == state::MailLink::kPending) row.link = state::MailLink::kInStep;
+            }
         }
         return {};
     }
 
   private:
+    static constexpr bool kIsOfPairs = std::is_same_v<Content, state::Remembered>;
+
     void Drop(state::Key key) {
-        std::erase_if(rows, [&](const Row& row) { return row.key == key; });
+        std::erase_if(rows, [&](const auto& row) { return row.key == key; });
     }
 
     SyncWorld& m_world;
