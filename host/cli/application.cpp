@@ -28,7 +28,9 @@ constexpr const char* kFooter =
     "was touched, 4 done with changes, 5 done but conflicts wait for a decision.\n\n"
     "Keys of the configuration file: eudora, wine_prefix, contacts, maildir, state,\n"
     "nickname_file, settings, language, vcard_version, backup_space, prefer, direction (texts),\n"
-    "max_delete, max_add (numbers or texts), wait and code_page (numbers).";
+    "max_delete, max_add (numbers or texts), wait and code_page (numbers), substitute (true or\n"
+    "false), and in place of the saved limits of mails: mail_age, mail_size, mail_attachment_size\n"
+    "(numbers or \"off\") and mail_attachments (\"on\" or \"off\").";
 
 // Adds the options of the kinds that `wanted` takes, under their names.
 template <class Wanted>
@@ -82,6 +84,9 @@ void AddSyncOptions(CLI::App& command, Options& options) {
                      "print the plan and write nothing anywhere");
     AddTextOptions(command, options,
                    [](TextOption::Kind kind) { return kind == TextOption::kWordOfSync; });
+    command.add_flag("--substitute", options.rules.substitute,
+                     "send a mail with ? for the characters that Eudora's code page lacks, instead "
+                     "of letting it wait");
 }
 
 void AddConflict(CLI::App& command, Options& options) {
@@ -109,27 +114,38 @@ void AddRecord(CLI::App& command, Options& options) {
         ->required();
 }
 
-void AddToFolder(CLI::App& command, Options& options) {
+void AddList(CLI::App& command, Options& options) {
     AddRequiredSubject(command, options);
-    command.add_option("--to", options.toFolder, "the folder")
-        ->required()
-        ->check([](const std::string& folder) { return folder.empty() ? kEmptyPath : ""; });
+    command.add_flag("--all", options.all, "of mails those too that the limits hide");
 }
 
 // The limits of mails: each option changes its own.
 void AddLimits(CLI::App& command, Options& options) {
-    AddRequiredSubject(command, options);
     auto& limits = options.limits;
     command.add_option("--age", limits.age, "mails of the last so many days, or off for all")
         ->check(WrongDays, "DAYS|off");
     command.add_option("--size", limits.size, "mails of up to so many KB, or off for all")
         ->check(WrongSize, "KB|off");
     command.add_option("--attachments", limits.attachments, "with attachments, or without")
-        ->check(CLI::IsMember({"on", "off"}));
+        ->check(WrongSwitch, "on|off");
     command
         .add_option("--attachment-size", limits.attachmentSize,
                     "attachments of up to so many KB, or off for all")
         ->check(WrongSize, "KB|off");
+}
+
+void AddConfigure(CLI::App& command, Options& options) {
+    AddRequiredSubject(command, options);
+    AddLimits(command, options);
+    command.add_flag("--show", options.show, "print the limits of mails and change nothing");
+}
+
+void AddExport(CLI::App& command, Options& options) {
+    AddRequiredSubject(command, options);
+    command.add_option("--to", options.toFolder, "the folder")
+        ->required()
+        ->check([](const std::string& folder) { return folder.empty() ? kEmptyPath : ""; });
+    AddLimits(command, options);
 }
 
 void AddScript(CLI::App& command, Options& options) {
@@ -181,15 +197,15 @@ constexpr Command kCommands[] = {
     {"resolve", "settle one conflict for one side", On::kFolders, AddConflict, Resolve},
     {"forget", "forget what was in step: the next sync pairs both sides anew and removes nothing",
      On::kFolders, AddForget, Forget},
-    {"list", "print all records, a line for each", On::kBook, AddRequiredSubject, ListContacts,
-     ListMail},
+    {"list", "print the records, a line for each", On::kBook, AddList, ListContacts, ListMail},
     {"show", "print one record with all its fields", On::kBook, AddRecord, ShowContact, ShowMail},
-    {"export", "write all records into a folder, without memory", On::kBook, AddToFolder,
-     ExportContacts, ExportMail},
+    {"export",
+     "write all records into a folder, without memory; of mails fewer with the limits below",
+     On::kBook, AddExport, ExportContacts, ExportMail},
     {"configure",
      "choose the nickname file (contacts) or limit the mails (mail) in the translator's own "
      "dialog, or without one by --nickname-file or the options below",
-     On::kBook, AddLimits, ConfigureContacts, ConfigureMail},
+     On::kBook, AddConfigure, ConfigureContacts, ConfigureMail},
     {"shell", "a console on the translator interface", On::kBook, AddScript, Shell},
     {"backups", "list the copies made before files were changed or removed", On::kEudora,
      AddBackups, ListBackups},

@@ -107,6 +107,11 @@ std::vector<Contact> Find(translator::TranslatorSession& session, const std::str
     return found;
 }
 
+void RefuseLimits(const Options& options) {
+    if (options.limits.IsEmpty() && !options.show) return;
+    throw Misuse("--age, --size, --attachments, --attachment-size and --show are for mail");
+}
+
 }  // namespace
 
 base::ExitCode ListContacts(const Options& options) {
@@ -141,6 +146,7 @@ base::ExitCode ShowContact(const Options& options) {
 }
 
 base::ExitCode ExportContacts(const Options& options) {
+    RefuseLimits(options);
     Workplace workplace(options, Workplace::For::kLook);
     const auto eudora = workplace.Contacts(workplace.NicknameFile());
     ProgressLine progress(!options.quiet);
@@ -152,9 +158,7 @@ base::ExitCode ExportContacts(const Options& options) {
 }
 
 base::ExitCode ConfigureContacts(const Options& options) {
-    if (!options.limits.IsEmpty()) {
-        throw Misuse("--age, --size, --attachments and --attachment-size belong to configure mail");
-    }
+    RefuseLimits(options);
     Workplace workplace(options, Workplace::For::kWork);
     auto session =
         OrEnd(translator::TranslatorSession::Create(workplace.Module(), translator::kContactsKind));

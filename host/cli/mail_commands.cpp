@@ -8,9 +8,9 @@
 #include "host/base/paths.h"
 #include "host/base/progress.h"
 #include "host/cli/mail_table.h"
+#include "host/cli/output.h"
 #include "host/cli/workplace.h"
 #include "host/mail/compose.h"
-#include "host/mail/eudora_mails.h"
 #include "host/maildir/maildir.h"
 #include "text/ascii.h"
 
@@ -18,28 +18,33 @@ namespace host::cli {
 
 namespace {
 
-// Eudora's mails for commands that read them.
-struct OpenMails {
-    explicit OpenMails(const Options& options) : workplace(options, Workplace::For::kLook) {}
-    Workplace workplace;
-    translator::TranslatorSession session = workplace.OpenMail();
-    mail::EudoraMails mails{session};
-};
-
 // Prints the failure of a mail that is passed over; gives the exit code.
 base::ExitCode Tell(const base::Failure& failure) {
     base::PrintError(failure.Message());
     return failure.exit;
 }
 
+// The id of a mail from its digits, with or without "0x" and zeros in front; empty for another
+// text.
+std::string IndexIdOf(std::string_view digits) {
+    if (digits.starts_with("0x") || digits.starts_with("0X")) digits.remove_prefix(2);
+    if (digits.empty() || digits.size() > 8) return {};
+    std::string id = "0x" + std::string(8 - digits.size(), '0');
+    for (const char letter : digits) {
+        id += letter >= 'a' && letter <= 'f' ? static_cast<char>(letter - 'a' + 'A') : letter;
+    }
+    return mail::IsIndexId(id) ? id : std::string();
+}
+
 // Makes the mail current. A Message-ID is searched: the one of the mail, or the one that kvsync
 // gives it outside Eudora; "<a@b>" and "a@b" are the same.
-bool Find(mail::EudoraMails& mails, const std::string& id) {
-    if (mail::IsIndexId(id)) return OrEnd(mails.GoTo(id));
+bool Find(mail::MailSource& mails, const std::string& id) {
+    const std::string indexId = IndexIdOf(id);
+    if (!indexId.empty() && OrEnd(mails.Find(indexId))) return true;
     const bool isBracketed = id.size() >= 2 && id.front() == '<' && id.back() == '>';
     const std::string wanted = isBracketed ? id.substr(1, id.size() - 2) : id;
     bool isFound = false;
-    OrEnd(mails.Walk(mail::Reach::kWithinLimits, [&](const mail::MailHead&) -> base::Result<bool> {
+    OrEnd(mails.Walk(mail::Reach::kAll, [&](const mail::MailHead&) -> base::Result<bool> {
         const auto mail = mails.Read(mail::MailParts::kHeader);
         if (!mail) {
             (void)Tell(mail.Error());
@@ -64,29 +69,39 @@ class MailExport {
           m_maildir(place.files, place.clock, folder),
           m_progress(place.clock, place.progress) {}
 
-    base::Status Run(Workplace& workplace) {
-        auto session = workplace.OpenMail();
+    base::Status Run(mail::MailSource& mails) {
         const auto there = m_maildir.List();
         if (!there) return there.Error();
         if (!there->empty()) {
             return base::Refused(m_folder + " holds mails already", "name a new folder with --to");
         }
         if (auto made = m_maildir.Create(); !made) return made;
-        mail::EudoraMails mails(session);
         auto walked = mails.Walk(mail::Reach::kWithinLimits,
                                  [&](const mail::MailHead&) { return Add(mails); });
         auto settled = Settle();
         return walked ? settled : walked;
     }
 
-    std::size_t Count() const { return m_count; }
-    const std::vector<std::string>& Notes() const { return m_notes; }
-    bool HasLeftOut() const { return m_hasLeftOut; }
+    Output Result() const {
+        Output output{base::ExitCode::kNothingToDo, {}, m_notes};
+        if (m_count > 0) output.code = base::ExitCode::kChangesMade;
+        if (m_hasLeftOut) output.code = base::ExitCode::kFailed;
+        std::string line = Counted(m_count, "mail") + " with " +
+                           Counted(m_attachments, "attachment") + " exported to " + m_folder;
+        if (m_missing > 0) {
+            line += "; " + Counted(m_missing, "attachment") + " missing in Eudora's folder";
+        }
+        output.lines.push_back(std::move(line));
+        output.Finish({{"exported", m_count},
+                       {"attachments", m_attachments},
+                       {"missingAttachments", m_missing}});
+        return output;
+    }
 
   private:
     // Exports the current mail, or leaves it out if it cannot be read or composed. True in both
     // cases, so that the walk goes on; a failure of the disk ends it.
-    base::Result<bool> Add(mail::EudoraMails& mails) {
+    base::Result<bool> Add(mail::MailSource& mails) {
         const auto mail = mails.Read(mail::MailParts::kAll);
         if (!mail) return LeaveOut(mail.Error().Message());
         const char* const flags = mail->status == mail::kStatusUnread ? "" : "S";
@@ -98,11 +113,26 @@ class MailExport {
         if (!size) return LeaveOut(NameOf(*mail) + size.Error().Message());
         if (auto delivered = m_maildir.Deliver(unique, flags); !delivered) return delivered.Error();
         for (const std::string& note : mail->notes) m_notes.push_back(NameOf(*mail) + note);
+        m_attachments += mail->attachments.size();
+        TellMissing(*mail);
         m_progress.Step("exporting mail", ++m_count);
         m_unsettled.push_back(m_maildir.EntryOf(unique, flags));
         if (m_unsettled.size() < kBatch) return true;
         if (auto settled = Settle(); !settled) return settled.Error();
         return true;
+    }
+
+    // Eudora's text names the attachments that are not where it left them.
+    void TellMissing(const mail::Mail& mail) {
+        constexpr std::string_view kMark = "Attachment Converted: ";
+        for (std::string_view rest = mail.body ? *mail.body : std::string_view(); !rest.empty();) {
+            const std::string_view line = text::TakeLine(rest);
+            if (!line.starts_with(kMark)) continue;
+            m_notes.push_back(NameOf(mail) + "the attachment " +
+                              std::string(text::Trimmed(line.substr(kMark.size()))) +
+                              " is missing");
+            ++m_missing;
+        }
     }
 
     // Flushes the deliveries since the last call.
@@ -127,7 +157,7 @@ class MailExport {
     base::Progress m_progress;
     std::vector<maildir::MaildirEntry> m_unsettled;
     std::vector<std::string> m_notes;
-    std::size_t m_count = 0;
+    std::size_t m_count = 0, m_attachments = 0, m_missing = 0;
     bool m_hasLeftOut = false;
 };
 
@@ -156,61 +186,85 @@ void Print(const Options& options, const translator::MailLimits& limits, bool ch
             {"attachmentSizeKB", NumberOrNull(limits.limitsAttachments, limits.attachmentKB)}};
         base::PrintLine(base::JsonText(answer));
     } else if (!options.quiet) {
-        base::PrintLine((changed ? "" : "nothing changed: ") + translator::DescribeLimits(limits));
+        base::PrintLine((changed || options.show ? "" : "nothing changed: ") +
+                        translator::DescribeLimits(limits));
     }
 }
 
 }  // namespace
 
 base::ExitCode ListMail(const Options& options) {
-    OpenMails open(options);
+    Workplace workplace(options, Workplace::For::kLook);
+    const auto mails = workplace.OpenMail(options.mailLimits);
     const auto parts = options.json ? mail::MailParts::kWithoutBody : mail::MailParts::kHeader;
     base::ExitCode code = base::ExitCode::kNothingToDo;
-    OrEnd(open.mails.Walk(
-        mail::Reach::kWithinLimits, [&](const mail::MailHead&) -> base::Result<bool> {
-            const auto mail = open.mails.Read(parts);
-            if (!mail) {
-                code = Tell(mail.Error());
-                return true;
-            }
-            return base::PrintLine(options.json ? MailJson(*mail, false) : MailLine(*mail));
-        }));
+    std::size_t shown = 0;
+    bool isWhole = true;
+    const auto reach = options.all ? mail::Reach::kAll : mail::Reach::kWithinLimits;
+    OrEnd(mails->Walk(reach, [&](const mail::MailHead&) -> base::Result<bool> {
+        ++shown;
+        const auto mail = mails->Read(parts);
+        if (!mail) {
+            code = Tell(mail.Error());
+            return true;
+        }
+        isWhole = base::PrintLine(options.json ? MailJson(*mail, false) : MailLine(*mail));
+        return isWhole;
+    }));
+    const auto all = translator::CountInBox(workplace.Setup());
+    if (isWhole && !options.quiet && mails->HasLimits() && all && *all > shown) {
+        base::PrintError("the limits hide " + Counted(*all - shown, "mail") +
+                         ": --all lists all, kvsync configure mail changes the limits");
+    }
     return code;
 }
 
 base::ExitCode ShowMail(const Options& options) {
-    OpenMails open(options);
-    if (!Find(open.mails, options.record)) {
-        throw Ended(base::Refused(
-            "there is no mail " + options.record + " among those that the limits let pass",
-            "kvsync list mail shows the ids, and with its id any mail can be shown"));
+    Workplace workplace(options, Workplace::For::kLook);
+    const auto mails = workplace.OpenMail(options.mailLimits);
+    if (!Find(*mails, options.record)) {
+        throw Ended(base::Refused("there is no mail " + options.record,
+                                  "kvsync list mail --all shows the ids of all"));
     }
-    const auto mail = OrEnd(open.mails.Read(mail::MailParts::kAll));
+    const auto mail = OrEnd(mails->Read(mail::MailParts::kAll));
     base::PrintText(options.json ? MailJson(mail, true) : MailText(mail));
     return base::ExitCode::kNothingToDo;
 }
 
 base::ExitCode ExportMail(const Options& options) {
     Workplace workplace(options, Workplace::For::kLook);
+    const auto& given = options.limits;
+    const auto mails = workplace.OpenMail({given.age.value_or("off"), given.size.value_or("off"),
+                                           given.attachments.value_or("on"),
+                                           given.attachmentSize.value_or("off")});
     ProgressLine progress(!options.quiet);
     MailExport target(PlaceOf(options, progress), options.toFolder);
-    const auto done = target.Run(workplace);
+    const auto done = target.Run(*mails);
     progress.Show({});
-    for (const std::string& note : target.Notes()) base::PrintError(note);
-    OrEnd(done);
-    if (!options.quiet) {
-        base::PrintLine(std::to_string(target.Count()) + " mails exported to " + options.toFolder);
+    Output output = target.Result();
+    if (!done) {
+        output.code = done.Error().exit;
+        output.errors.push_back(done.Error().Message());
+        output.lines.clear();
     }
-    if (target.HasLeftOut()) return base::ExitCode::kFailed;
-    return target.Count() > 0 ? base::ExitCode::kChangesMade : base::ExitCode::kNothingToDo;
+    if (options.quiet) output.lines.clear();
+    return Say(output, options);
 }
 
 base::ExitCode ConfigureMail(const Options& options) {
-    Workplace workplace(options, Workplace::For::kMail);
+    if (options.show && !options.limits.IsEmpty()) {
+        throw Misuse("--show changes nothing: give it without limits");
+    }
+    using enum Workplace::For;
+    Workplace workplace(options, options.show ? kLook : kMail);
     auto session =
         OrEnd(translator::TranslatorSession::Create(workplace.Module(), translator::kMailKind));
-    const auto selection = OrEnd(translator::SelectMail(session, workplace.Setup(), false));
+    const auto selection = OrEnd(translator::SelectMail(session, workplace.Setup(), options.show));
     const auto before = OrEnd(translator::ReadMailLimits(session, selection));
+    if (options.show) {
+        Print(options, before, false);
+        return base::ExitCode::kNothingToDo;
+    }
     if (options.limits.IsEmpty()) {
         std::string asked = selection;
         SelectInDialog(session, asked,
@@ -232,6 +286,10 @@ std::string WrongDays(const std::string& text) {
 
 std::string WrongSize(const std::string& text) {
     return WrongNumber(text, kMostKB);
+}
+
+std::string WrongSwitch(const std::string& text) {
+    return text == "on" || text == "off" ? "" : "must be on or off, not " + text;
 }
 
 }  // namespace host::cli

@@ -5,6 +5,7 @@
 #define TOML_EXCEPTIONS 0
 #include <toml++/toml.h>
 
+#include "host/cli/mail_commands.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
 #include "text/ascii.h"
@@ -59,6 +60,12 @@ void Apply(const std::string& path, const toml::table& table, Options& options) 
         const std::string name(key.str());
         if (name == "code_page") {
             ReadCodePage(path, node, options);
+            continue;
+        }
+        if (name == "substitute") {
+            const auto isAllowed = node.value_exact<bool>();
+            if (!isAllowed) throw Unusable(path, name + " must be true or false");
+            options.rules.substitute = options.rules.substitute || *isAllowed;
             continue;
         }
         const auto option = std::ranges::find(known, name, &KeyOf);
@@ -174,7 +181,11 @@ std::vector<TextOption> TextOptions(Options& options) {
          true},
         {"wait", kWordOfSync, options.wait,
          "so many seconds another run may take to end (default: 0)", true},
-        {"vcard-version", kWordOfFile, options.vcardVersion, ""}};
+        {"vcard-version", kWordOfFile, options.vcardVersion, ""},
+        {"mail-age", kWordOfFile, options.mailLimits.age, "", true},
+        {"mail-size", kWordOfFile, options.mailLimits.size, "", true},
+        {"mail-attachments", kWordOfFile, options.mailLimits.attachments, ""},
+        {"mail-attachment-size", kWordOfFile, options.mailLimits.attachmentSize, "", true}};
 }
 
 void ReadConfiguration(Options& options) {
@@ -203,6 +214,15 @@ void ReadConfiguration(Options& options) {
           rules.direction);
     Parse("max-delete", options.maxDelete, kNumber, sync::ParseLimit, rules.maxDelete);
     Parse("max-add", options.maxAdd, kNumber, sync::ParseLimit, rules.maxAdd);
+    const auto checkLimit = [](const char* name, const std::optional<std::string>& limit,
+                               std::string (*wrong)(const std::string&)) {
+        const std::string why = limit ? wrong(*limit) : std::string();
+        if (!why.empty()) throw Misuse(std::string(name) + ' ' + why);
+    };
+    checkLimit("mail_age", options.mailLimits.age, WrongDays);
+    checkLimit("mail_size", options.mailLimits.size, WrongSize);
+    checkLimit("mail_attachments", options.mailLimits.attachments, WrongSwitch);
+    checkLimit("mail_attachment_size", options.mailLimits.attachmentSize, WrongSize);
     Parse("wait", options.wait, "is a number of seconds up to 86400", ParseSeconds, rules.wait);
 }
 

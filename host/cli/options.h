@@ -26,6 +26,9 @@ struct Options {
     std::optional<std::string> prefer, direction, maxDelete, maxAdd, wait;
     std::optional<std::string> backupSpace;
     std::uint64_t backupBytes = backup::kUsualSpace;  // what that says; ReadConfiguration fills it
+    // Of the configuration file: they hold in place of the saved ones where mails are synced or
+    // listed.
+    translator::MailLimitChanges mailLimits;
     sync::Options rules;  // what the five say, and the dry run; ReadConfiguration fills it
     bool json = false;
     bool quiet = false;
@@ -40,6 +43,8 @@ struct Options {
     std::string take;    // "eudora" or "folder"
     bool yes = false;
     bool prune = false;  // backups
+    bool all = false;    // of mails those behind the limits too
+    bool show = false;   // the limits, and change nothing
     translator::MailLimitChanges limits;
 };
 

@@ -19,15 +19,11 @@ using Lines = std::vector<std::string>;
 constexpr const char* kResults[] = {"nothing to do", "failed",       "failed",
                                     "refused",       "changes made", "conflicts left"};
 
-// "1 mail", "2 mails".
-std::string Counted(std::size_t count, const char* what) {
-    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
-}
-
 // The word for a change of a contact or a mail on one side.
 const char* Word(const sync::Change& change, Side side, Subject subject) {
     // By verb.
-    constexpr const char* kWords[] = {"none", "add", "change", "remove", "queue", "move", "none"};
+    constexpr const char* kWords[] = {"none",  "add",  "change",       "remove",
+                                      "queue", "move", "compose again"};
     const Verb verb = change.On(side).verb;
     if (verb != Verb::kChange || subject == Subject::kContacts) {
         return kWords[static_cast<int>(verb)];
@@ -39,7 +35,7 @@ const char* Word(const sync::Change& change, Side side, Subject subject) {
 std::string Place(Verb verb, Side side, Subject subject) {
     if (verb == Verb::kQueue) return "in Eudora's Out";
     if (verb == Verb::kFile) return "to .Sent, queued before";
-    const char* const way = verb == Verb::kAdd ? "to " : verb == Verb::kChange ? "in " : "from ";
+    const char* const way = verb == Verb::kAdd ? "to " : verb == Verb::kRemove ? "from " : "in ";
     const char* const folder = subject == Subject::kContacts ? "the folder" : "the Maildir";
     return std::string(way) + (side == Side::kEudora ? "Eudora" : folder);
 }
@@ -93,6 +89,8 @@ void AddCounts(const sync::Report& report, Subject subject, Lines& lines) {
                 CountsOf(report, Side::kFolder);
         const std::size_t queued = report.Count(Side::kEudora, Verb::kQueue);
         if (queued > 0) line += "; " + std::to_string(queued) + " queued to be sent";
+        const std::size_t renewed = report.Count(Side::kFolder, Verb::kRedo);
+        if (renewed > 0) line += "; " + std::to_string(renewed) + " composed again";
     }
     lines.push_back(std::move(line));
 }
@@ -105,14 +103,13 @@ void AddNotices(const std::vector<sync::Notice>& notices, const char* what, Line
 
 // The lines of a report. Counts that only contacts or only mails have are 0 for the others.
 Lines Describe(const sync::Report& report, Subject subject, bool countsOnly) {
-    const bool isMail = subject == Subject::kMails;
     Lines lines;
     for (const sync::Change& change : report.changes) {
         if (countsOnly) break;
         Describe(change, Side::kEudora, subject, lines);
         Describe(change, Side::kFolder, subject, lines);
     }
-    if (!isMail) AddNotices(report.conflicts, "conflict", lines);
+    AddNotices(report.conflicts, "conflict", lines);
     AddNotices(report.refused, "refused by Eudora", lines);
     for (const std::string& one : report.leftAlone) lines.push_back("left alone: " + one);
     AddCounts(report, subject, lines);
@@ -123,8 +120,9 @@ Lines Describe(const sync::Report& report, Subject subject, bool countsOnly) {
         lines.push_back(std::to_string(report.richer) +
                         " vCards hold more than Eudora can; it stays in them");
     }
-    left(report.undone, isMail ? "mail" : "contact", "left to the next run");
-    if (isMail) AddNotices(report.conflicts, "conflict, left as it is (--prefer decides)", lines);
+    left(report.conflicts.size(), "conflict",
+         "left as it is: kvsync resolve NAME --take eudora|folder, or --prefer, decides");
+    left(report.undone, subject == Subject::kMails ? "mail" : "contact", "left to the next run");
     left(report.dropped, "mail",
          "of Eudora's removed in the Maildir by earlier versions: kept in Eudora");
     left(report.kept, "file", "flagged or draft in the Maildir, gone from Eudora: left there");
@@ -206,6 +204,7 @@ json MailsJson(const sync::Report& report) {
     return {{"changes", ListJson(report.changes, MailJson)},
             {"notCarriedOut", report.undone},
             {"conflicts", ListJson(report.conflicts, NoticeJson)},
+            {"leftAlone", report.leftAlone},
             {"removedInMaildir", report.dropped},
             {"keptInMaildir", report.kept},
             {"draftsInMaildir", report.drafts},
@@ -238,6 +237,10 @@ void Append(std::vector<std::string>& lines, const std::vector<std::string>& mor
 }
 
 }  // namespace
+
+std::string Counted(std::size_t count, const char* what) {
+    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
+}
 
 void Output::Finish(nlohmann::json body) {
     body["result"] = kResults[static_cast<int>(code)];

@@ -26,6 +26,8 @@ struct Output {
     void Finish(nlohmann::json body);
 };
 
+// "1 mail", "2 mails".
+std::string Counted(std::size_t count, const char* what);
 // A failure that kept a command from its work.
 Output RefusalOutput(const base::Failure& failure);
 Output ExportOutput(std::size_t contacts, const std::string& toFolder);

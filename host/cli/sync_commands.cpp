@@ -146,12 +146,13 @@ Output RunContacts(Workplace& workplace, const Options& options, const sync::Com
 }
 
 // Eudora's mails, once it is sure that the in-box and its table belong together.
-base::Result<std::unique_ptr<mail::MailSource>> OpenSource(Workplace& workplace) {
+base::Result<std::unique_ptr<mail::MailSource>> OpenSource(
+    Workplace& workplace, const translator::MailLimitChanges& limits) {
     std::string selection;
     auto session = workplace.SelectInBox(selection);
     if (!session) return session.Error();
     if (auto pair = translator::CheckInBoxPair(workplace.Setup()); !pair) return pair.Error();
-    return mail::EudoraMails::Open(*std::move(session), selection);
+    return mail::EudoraMails::Open(*std::move(session), selection, limits);
 }
 
 // Reads files of the Maildir for Eudora; the folder for their attachments is made with the first.
@@ -205,7 +206,7 @@ Output RunMail(Workplace& workplace, const Options& options, const sync::Command
     IncomingReader reader(setup);
     mailsync::MailSyncOptions sync;
     static_cast<sync::Options&>(sync) = options.rules;
-    sync.open = [&workplace] { return OpenSource(workplace); };
+    sync.open = [&] { return OpenSource(workplace, options.mailLimits); };
     sync.parse = [&reader](std::string_view bytes, const std::string& name) {
         return reader.Read(bytes, name);
     };
@@ -217,6 +218,8 @@ Output RunMail(Workplace& workplace, const Options& options, const sync::Command
     sync.mailboxes = Mailboxes(setup);
     sync.maildir = eudora::WithoutLinks(*options.maildir);
     sync.codePage = system.codePage;
+    sync.isCodePageSaid =
+        options.setup.codePage || !options.setup.eudora || base::UsesWindowsPaths();
     if (task == Task::kForget) {
         const auto sides = mailsync::SidesOf(command, sync);
         return ForgetMemory(state::OpenMails(command.files, command.stateFile, sides, true), sides,

@@ -4,6 +4,7 @@
 #include "host/base/paths.h"
 #include "host/dialogs/terminal_dialogs.h"
 #include "host/eudora/nickname_file.h"
+#include "host/mail/eudora_mails.h"
 #include "host/translator/in_box.h"
 #include "host/translator/module_messages.h"
 #include "platform/os/program.h"
@@ -87,12 +88,11 @@ base::Result<translator::TranslatorSession> Workplace::SelectInBox(std::string& 
     return translator::SelectInBox(*m_host, m_setup, m_options.writesNothing, selection);
 }
 
-translator::TranslatorSession Workplace::OpenMail() {
+std::unique_ptr<mail::MailSource> Workplace::OpenMail(const translator::MailLimitChanges& limits) {
     OrEnd(eudora::RefuseMailsElsewhere(m_setup));
     std::string selection;
     auto session = OrEnd(SelectInBox(selection));
-    OrEnd(session.Open());
-    return session;
+    return OrEnd(mail::EudoraMails::Open(std::move(session), selection, limits));
 }
 
 bool SelectInDialog(translator::TranslatorSession& session, std::string& selection,

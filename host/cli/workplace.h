@@ -7,6 +7,7 @@
 #include "host/cli/options.h"
 #include "host/contactsync/contact_sync.h"
 #include "host/eudora/setup.h"
+#include "host/mail/mail_source.h"
 #include "host/sync/rules.h"
 #include "host/translator/translator_host.h"
 #include "host/translator/translator_session.h"
@@ -44,8 +45,8 @@ class Workplace {
     // A session with the settings of the mails selected, not opened yet. kRefused, with nothing
     // made, if there is no in-box or another program has it.
     base::Result<translator::TranslatorSession> SelectInBox(std::string& selection);
-    // A session with the in-box opened.
-    translator::TranslatorSession OpenMail();
+    // The in-box, with these limits in place of the saved ones.
+    std::unique_ptr<mail::MailSource> OpenMail(const translator::MailLimitChanges& limits);
 
   private:
     std::string ChosenNicknameFile();

@@ -28,20 +28,29 @@ constexpr const char* kNobodyNamed = "undisclosed-recipients";
 
 }  // namespace
 
-EudoraMails::EudoraMails(std::unique_ptr<translator::TranslatorSession> session,
-                         std::string selection, const translator::MailLimits& limits)
-    : m_owned(std::move(session)),
-      m_session(*m_owned),
-      m_selection(std::move(selection)),
-      m_limits(limits) {}
-
-base::Result<std::unique_ptr<MailSource>> EudoraMails::Open(translator::TranslatorSession session,
-                                                            const std::string& selection) {
+base::Result<std::unique_ptr<MailSource>> EudoraMails::Open(
+    translator::TranslatorSession session, const std::string& selection,
+    const translator::MailLimitChanges& changes) {
+    const auto change = [&](const translator::MailLimitChanges& wanted) {
+        return translator::ChangeMailLimits(session, selection, wanted);
+    };
+    base::Status status;
+    if (!changes.IsEmpty()) status = change(changes);
+    if (!status) return status.Error();
     auto limits = translator::ReadMailLimits(session, selection);
     if (!limits) return limits.Error();
-    if (auto opened = session.Open(); !opened) return opened.Error();
-    auto owned = std::make_unique<translator::TranslatorSession>(std::move(session));
-    return std::unique_ptr<MailSource>(new EudoraMails(std::move(owned), selection, *limits));
+    // Too large attachments are left out here, where they are counted.
+    const bool leavesOut = limits->attachments && limits->limitsAttachments;
+    if (leavesOut) status = change({{}, {}, {}, "off"});
+    if (status) status = session.Open();
+    if (!status) return status.Error();
+    return std::unique_ptr<MailSource>(new EudoraMails(std::move(session), selection, *limits));
+}
+
+std::uint64_t EudoraMails::LargestAttachment() const {
+    if (!m_limits.attachments) return 0;
+    if (!m_limits.limitsAttachments) return MailSource::LargestAttachment();
+    return std::uint64_t{static_cast<std::uint32_t>(m_limits.attachmentKB)} * 1024;
 }
 
 std::string EudoraMails::Limits() const {
@@ -173,7 +182,23 @@ std::string EudoraMails::Name() {
     return MailName(Text(MailField::kSubject).value_or(""), Text(MailField::kFrom).value_or(""));
 }
 
+// Whether the mail has lines that name attachments, which are a part of its size but not of its
+// text, like the marks of a flowed text.
+bool EudoraMails::NamesAttachments(const Mail& mail) {
+    constexpr std::size_t kFlowedMarks = 21;
+    const auto text = m_session.Text(FieldId(MailField::kBody));
+    if (!text || !*text) return false;
+    const std::size_t shown =
+        (*text)->size() - static_cast<std::size_t>(std::ranges::count(**text, '\n'));
+    return mail.size > shown + kFlowedMarks;
+}
+
 void EudoraMails::ReadAttachments(Mail& mail) {
+    if (!m_limits.attachments) {
+        mail.leftOut = mail.body && NamesAttachments(mail) ? 1 : 0;
+        return;
+    }
+    auto& files = platform::NativeSystem().files;
     const auto text = OrNote(m_session.Text(FieldId(MailField::kAttachment)), &mail.notes);
     if (!text || !*text) return;
     CArray<CRAttachmentInfo> list;
@@ -183,6 +208,12 @@ void EudoraMails::ReadAttachments(Mail& mail) {
     for (int i = 0; i < list.GetSize(); ++i) {
         const CRAttachmentInfo info = list.GetAt(i);
         const std::string name = base::ToUtf8(info.csDisplayName.Str());
+        const auto copy = files.Stat(info.csFilePath.Str());
+        if (copy && copy->size > LargestAttachment()) {
+            mail.leftOut = mail.leftOut == 0 ? copy->size : std::min(mail.leftOut, copy->size);
+            (void)files.Delete(info.csFilePath.Str());
+            continue;
+        }
         const auto path = platform::NativePathOf(info.csFilePath.Str());
         if (path) {
             mail.attachments.push_back({name, *path});

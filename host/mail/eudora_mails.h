@@ -14,24 +14,21 @@
 // The mail source behind every command: Eudora's in-box through the translator.
 namespace host::mail {
 
-// Eudora's in-box through an opened translator session.
+// Eudora's in-box through a translator session.
 class EudoraMails : public MailSource {
   public:
-    // The session outlives this object. Walks stay within its limits.
-    explicit EudoraMails(translator::TranslatorSession& session) : m_session(session) {}
-    // Takes over a session in which `selection` was selected, opens it and reads its limits. No
-    // settings are saved.
-    static base::Result<std::unique_ptr<MailSource>> Open(translator::TranslatorSession session,
-                                                          const std::string& selection);
+    // Takes over a session in which `selection` was selected and opens it. Its limits with these
+    // changes hold as long as the object lives. No settings are saved.
+    static base::Result<std::unique_ptr<MailSource>> Open(
+        translator::TranslatorSession session, const std::string& selection,
+        const translator::MailLimitChanges& changes = {});
 
     bool HasLimits() const override {
         return !m_areLifted && (m_limits.limitsAge || m_limits.limitsSize);
     }
     std::string Limits() const override;
+    std::uint64_t LargestAttachment() const override;
     base::Status Walk(Reach reach, const Visit& visit) override;
-    // Makes a mail the current one; false if it is gone. The translator's result is the same for a
-    // missing mail and a fault; the message that it gives for an impossible id tells them apart.
-    base::Result<bool> GoTo(const std::string& id);
     base::Result<std::optional<MailHead>> Find(const std::string& id) override;
     std::optional<std::string> MessageId() override;
     std::string Name() override;
@@ -44,9 +41,13 @@ class EudoraMails : public MailSource {
     base::Status Finish() override;
 
   private:
-    EudoraMails(std::unique_ptr<translator::TranslatorSession> session, std::string selection,
-                const translator::MailLimits& limits);
+    EudoraMails(translator::TranslatorSession session, std::string selection,
+                const translator::MailLimits& limits)
+        : m_session(std::move(session)), m_selection(std::move(selection)), m_limits(limits) {}
 
+    // Makes a mail the current one; false if it is gone. The translator's result is the same for a
+    // missing mail and a fault; the message that it gives for an impossible id tells them apart.
+    base::Result<bool> GoTo(const std::string& id);
     base::Status LiftLimits();
     base::Status WalkShown(const Visit& visit);
     base::Result<MailHead> CurrentHead();
@@ -57,13 +58,13 @@ class EudoraMails : public MailSource {
     std::optional<std::string> Text(MailField field, std::vector<std::string>* notes = nullptr);
     base::Result<Mail> ReadCurrent(MailParts parts);
     void ReadAttachments(Mail& mail);
+    bool NamesAttachments(const Mail& mail);
     std::string CurrentName();
 
     base::Status SetFields(const NewMail& mail, std::uint32_t status);
     base::Status SetAttachments(const NewMail& mail);
 
-    std::unique_ptr<translator::TranslatorSession> m_owned;  // null if it is another's
-    translator::TranslatorSession& m_session;
+    translator::TranslatorSession m_session;
     std::string m_selection;
     translator::MailLimits m_limits;  // those that were set when it was opened
     bool m_areLifted = false;

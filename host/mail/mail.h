@@ -27,6 +27,8 @@ struct Mail {
     std::optional<std::string> messageId;
     std::uint32_t size = 0;  // bytes of the text as Eudora has it
     std::vector<MailAttachment> attachments;
+    // Bytes of the smallest attachment that the limits left out, 1 if that is unknown; 0 for none.
+    std::uint64_t leftOut = 0;
     std::vector<std::string> notes;  // fields that could not be read, and why
 };
 

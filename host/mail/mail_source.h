@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <optional>
 #include <string>
 
@@ -37,6 +38,10 @@ class MailSource {
     // One line on what the limits leave out and how that is changed; empty if they leave out
     // nothing.
     virtual std::string Limits() const { return {}; }
+    // How many bytes an attachment may have to pass the limits; 0 if none passes.
+    virtual std::uint64_t LargestAttachment() const {
+        return std::numeric_limits<std::uint64_t>::max();
+    }
     // Visits the mails in the mailbox's order, and those that cannot be read; each is the current
     // one while it is visited.
     virtual base::Status Walk(Reach reach, const Visit& visit) = 0;

@@ -354,6 +354,7 @@ class MailMaker {
     }
 
     base::Status AddFile(const FilePart& part) {
+        if (m_place.folder.empty()) return {};
         auto path = m_place.files.CreateTempFile(m_place.folder, "kvm");
         if (!path) return path.Error();
         m_mail.attachments.push_back({NameOf(part), *path});

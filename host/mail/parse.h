@@ -17,7 +17,8 @@ inline constexpr std::uint64_t kLargestMessage = std::uint64_t{256} << 20;  // b
 // What reading a message needs. The objects outlive the call.
 struct ParsePlace {
     platform::Files& files;  // takes Windows paths in the system code page, as the module does
-    std::string folder;      // of these files; exists; the attachments become files in it
+    std::string folder;      // of these files; exists; the attachments become files in it. Without
+                             // one they are left out.
     unsigned codePage;       // of the texts
     platform::Clock& clock;  // of the local time
 };

@@ -126,7 +126,9 @@ class EudoraExecution {
     }
 
     void Mark(const MailStep& step) {
-        RememberedMail row = step.row;
+        const auto now = m_ledger.Now(step);
+        if (!now) return;
+        RememberedMail row = now->row;
         const std::uint32_t status = StatusOf(row.flags);
         if (!m_ledger.Check(m_work.source.SetStatus(row.id, status), row.name)) return;
         row.marker = std::to_string(status);
@@ -167,9 +169,10 @@ class EudoraExecution {
             const auto head = m_work.source.Find(row.id);
             const auto messageId = head && *head ? m_work.source.MessageId() : std::nullopt;
             if (!messageId || *messageId != row.messageId) continue;
+            const auto mail = m_work.source.Read(mail::MailParts::kWithoutAttachments);
             row.link = MailLink::kInStep;
             row.marker = (*head)->marker;
-            row.content.clear();
+            row.content = mail ? ContentOf(*mail) : std::string();
             m_ledger.change.put.push_back(std::move(row));
             m_ledger.Did(*addition.step);
         }

@@ -21,6 +21,8 @@ struct Delivery {
     const MailStep* step;
     RememberedMail row;
     bool isComposed = false;
+
+    bool IsRenewal() const { return step->act.verb == kRedo; }
 };
 
 class MailExecution {
@@ -34,13 +36,24 @@ class MailExecution {
         if (endangersFiles && !m_ledger.Check(m_work.backup(), "backup"))
             return m_ledger.TakeReport();
         for (const MailStep& step : m_plan.steps) {
-            if (step.act.verb == kRedo) Redo(step);
+            if (step.act != sync::Act{kMemory, kRedo}) continue;
+            // The other one of two files may not be on the disk yet.
+            const auto settled = m_work.folders.mails.Settle({});
+            if (!m_ledger.Check(settled, "Maildir")) return m_ledger.TakeReport();
+            break;
         }
-        const bool allDelivered = ComposeAll();
+        for (const MailStep& step : m_plan.steps) {
+            if (step.act == sync::Act{kMemory, kRedo}) Redo(step);
+        }
+        const bool allDelivered = !m_areLeftoversLeft && ComposeAll();
+        RemoveReplaced();
+        if (m_areLeftoversLeft) return m_ledger.TakeReport();
         for (const MailStep& step : m_plan.steps) {
             if (step.act == sync::Act{kFolder, kChange}) SetFlags(step);
             if (step.act == sync::Act{kFolder, kRemove}) Remove(step);
-            if (step.act == sync::Act{kMemory, kChange}) m_ledger.change.put.push_back(step.row);
+            if (step.act == sync::Act{kMemory, kChange}) {
+                if (const auto now = m_ledger.Now(step)) m_ledger.change.put.push_back(now->row);
+            }
             if (step.act == sync::Act{kMemory, kRemove})
                 m_ledger.change.forget.push_back(step.row.key);
         }
@@ -51,11 +64,17 @@ class MailExecution {
     }
 
   private:
-    // Nothing of the delivery is left; the mail is a new one in the same plan.
+    // Nothing of the delivery is left; its mail is a new one in the same plan.
     void Redo(const MailStep& step) {
         m_work.folders.mails.Discard(step.row.unique);
-        if (!step.file.name.empty()) (void)m_work.folders.mails.Remove(step.file);
-        m_ledger.change.forget.push_back(step.row.key);
+        if (!step.file.name.empty()) {
+            const auto removed = m_work.folders.mails.Remove(step.file);
+            const bool isGone = removed || removed.Error().code == ErrorCode::kNotFound;
+            // Of two files with one mail the row goes on telling which one is left over.
+            if (!isGone && !m_ledger.Check(removed, step.file.name)) m_areLeftoversLeft = true;
+            m_isFolderChanged = true;
+        }
+        if (step.row.key != 0) m_ledger.change.forget.push_back(step.row.key);
     }
 
     base::Result<mail::Mail> ReadMail(const MailStep& step) {
@@ -83,7 +102,9 @@ class MailExecution {
         m_ledger.Note(row.name, mail->notes);
         row.size = *size;
         row.content = ContentOf(*mail);
+        if (delivery.IsRenewal()) row.content += '\n' + delivery.step->file.unique;
         row.fileId = mail::MessageIdOf(*mail);
+        row.lack = static_cast<state::MailLack>(mail->leftOut);
         delivery.isComposed = true;
         return true;
     }
@@ -93,8 +114,39 @@ class MailExecution {
         const auto status = m_work.folders.mails.Deliver(row.unique, row.flags);
         if (!m_ledger.Check(status, row.name)) return false;
         m_delivered.push_back(m_work.folders.mails.EntryOf(row.unique, row.flags));
-        m_ledger.Did(*delivery.step);
+        if (delivery.IsRenewal()) {
+            m_renewals.push_back(delivery);
+        } else {
+            m_ledger.Did(*delivery.step);
+        }
         return true;
+    }
+
+    // The mail is remembered as before.
+    void GiveUp(const Delivery& delivery) {
+        if (!delivery.IsRenewal()) return m_ledger.change.forget.push_back(delivery.row.key);
+        RememberedMail& before = m_ledger.change.put.emplace_back(delivery.step->row);
+        before.link = state::MailLink::kInStep;
+        m_ledger.DropRenewal(before.key);
+    }
+
+    // Removes the files whose successors are delivered, once those are on the disk. One that
+    // another program renamed meanwhile is still there: the next run knows it by its unique name.
+    void RemoveReplaced() {
+        if (m_renewals.empty()) return;
+        if (!m_ledger.Check(m_work.folders.mails.Settle(m_delivered), "Maildir")) return;
+        for (Delivery& delivery : m_renewals) {
+            const MailStep& step = *delivery.step;
+            const auto removed = m_work.folders.mails.Remove(step.file);
+            if (!removed && removed.Error().code == ErrorCode::kNotFound) continue;
+            if (!m_ledger.Check(removed, step.row.name)) continue;
+            RememberedMail& row = delivery.row;
+            row.link = state::MailLink::kInStep;
+            row.content.resize(row.content.rfind('\n'));
+            m_ledger.change.put.push_back(row);
+            m_ledger.Renewed(row, m_work.folders.mails.EntryOf(row.unique, row.flags));
+            m_ledger.Did(step);
+        }
     }
 
     // False if a delivery failed: what stopped one stops the others too.
@@ -105,7 +157,7 @@ class MailExecution {
         bool isWhole = true;
         for (Delivery& delivery : m_batch) isWhole = isWhole && Compose(delivery);
         std::erase_if(m_batch, [&](const Delivery& delivery) {
-            if (!delivery.isComposed) m_ledger.change.forget.push_back(delivery.row.key);
+            if (!delivery.isComposed) GiveUp(delivery);
             return !delivery.isComposed;
         });
         bool isDelivered = m_ledger.Save(m_batch);
@@ -118,13 +170,22 @@ class MailExecution {
     }
 
     bool ComposeAll() {
-        m_total = m_plan.report.Count(kFolder, kAdd);
+        m_total = m_plan.report.Count(kFolder, kAdd) + m_plan.report.Count(kFolder, kRedo);
         if (m_total == 0) return true;
         if (!m_ledger.Check(m_work.folders.mails.Create(), "Maildir")) return false;
         for (const MailStep& step : m_plan.steps) {
-            if (step.act != sync::Act{kFolder, kAdd}) continue;
-            m_batch.push_back({&step, step.row});
-            m_batch.back().row.unique = m_work.folders.mails.NewName();
+            if (step.act != sync::Act{kFolder, kAdd} && step.act != sync::Act{kFolder, kRedo}) {
+                continue;
+            }
+            Delivery& delivery = m_batch.emplace_back(Delivery{&step, step.row});
+            RememberedMail& row = delivery.row;
+            row.unique = m_work.folders.mails.NewName();
+            if (delivery.IsRenewal()) {
+                row.link = state::MailLink::kRenewing;
+                row.content += '\n' + step.file.unique;
+                row.flags = step.file.flags;
+                m_ledger.BeginRenewal(row.key);
+            }
             if (m_batch.size() >= kBatchMails && !DeliverBatch()) return false;
         }
         return m_batch.empty() || DeliverBatch();
@@ -132,11 +193,13 @@ class MailExecution {
 
     // A file that another program renamed or removed meanwhile is the next run's affair.
     void SetFlags(const MailStep& step) {
-        const auto status = m_work.folders.mails.SetFlags(step.file, step.row.flags);
+        const auto now = m_ledger.Now(step);
+        if (!now) return;
+        const auto status = m_work.folders.mails.SetFlags(now->file, now->row.flags);
         if (!status && status.Error().code == ErrorCode::kNotFound) return;
         if (!m_ledger.Check(status, step.row.name)) return;
         m_isFolderChanged = true;
-        m_ledger.change.put.push_back(step.row);
+        m_ledger.change.put.push_back(now->row);
         m_ledger.Did(step);
     }
 
@@ -162,8 +225,9 @@ class MailExecution {
     std::vector<Delivery> m_batch;
     std::size_t m_tried = 0, m_total = 0;
     std::vector<maildir::MaildirEntry> m_delivered;
+    std::vector<Delivery> m_renewals;  // delivered
     Ledger m_ledger;
-    bool m_isFolderChanged = false;
+    bool m_isFolderChanged = false, m_areLeftoversLeft = false;
 };
 
 }  // namespace
@@ -182,6 +246,21 @@ std::optional<state::MailMemoryChange> Ledger::Keep(state::MailMemoryChange pend
     const bool isEmpty = pending.put.empty() && pending.forget.empty() && !pending.settle;
     if (!isEmpty && !Check(m_memory.Save(pending), "state")) return std::nullopt;
     return pending;
+}
+
+std::optional<MailStep> Ledger::Now(const MailStep& step) const {
+    const auto found = m_renewals.find(step.row.key);
+    if (found == m_renewals.end()) return step;
+    if (!found->second) return std::nullopt;
+    MailStep now = step;
+    const RememberedMail& renewed = found->second->row;
+    now.file = found->second->file;
+    now.row.unique = renewed.unique;
+    now.row.size = renewed.size;
+    now.row.content = renewed.content;
+    now.row.fileId = renewed.fileId;
+    now.row.lack = renewed.lack;
+    return now;
 }
 
 sync::Report Ledger::TakeReport() {

@@ -44,6 +44,15 @@ class Ledger {
     bool Check(const base::Status& status, const std::string& what);
     // Adds notes on a mail to the report, each with the mail's name in front.
     void Note(const std::string& name, const std::vector<std::string>& notes);
+    // A mail's file is about to be replaced: nothing else is done about the mail until that is
+    // Renewed, or came to nothing.
+    void BeginRenewal(state::Key key) { m_renewals[key] = std::nullopt; }
+    void Renewed(const state::RememberedMail& row, maildir::MaildirEntry file) {
+        m_renewals[row.key] = MailStep{{}, row, std::move(file)};
+    }
+    void DropRenewal(state::Key key) { m_renewals.erase(key); }
+    // A step on the file and the row as they are now; nothing if it has to wait for the next run.
+    std::optional<MailStep> Now(const MailStep& step) const;
     // Marks a step of the plan as done; the report tells of those alone.
     void Did(const MailStep& step) { m_done[m_plan.IndexOf(step)] = true; }
     bool HasFailed() const { return m_report.errors.size() > m_plan.report.errors.size(); }
@@ -70,6 +79,7 @@ class Ledger {
     state::MailMemory& m_memory;
     sync::Report m_report;
     std::vector<bool> m_done;
+    std::unordered_map<state::Key, std::optional<MailStep>> m_renewals;
 };
 
 // Carries out a plan, the Maildir first. A failed backup ends the run before the first change;
@@ -77,9 +87,10 @@ class Ledger {
 //
 // The order makes an interrupted run harmless, by a kill or a loss of power. A batch of mails is
 // remembered with its file names before it is composed, and with its sizes before it is delivered.
-// The next run takes a file of full size as delivered and composes any other mail again. All other
-// changes are compared anew by the next run. Finished work is remembered only once it is on the
-// disk.
+// The next run takes a file of full size as delivered and composes any other mail again. A file
+// that another one replaces goes when that one is on the disk; until then both are remembered. All
+// other changes are compared anew by the next run. Finished work is remembered only once it is on
+// the disk.
 sync::Report ExecuteMail(const MailPlan& plan, const MailWork& work);
 
 }  // namespace host::mailsync

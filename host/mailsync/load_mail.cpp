@@ -6,6 +6,8 @@
 #include "host/mail/encoded_words.h"
 #include "host/mail/mail.h"
 #include "host/mail/parse.h"
+#include "host/mailsync/tell_apart.h"
+#include "platform/os/code_page.h"
 #include "text/calendar.h"
 #include "text/mail_view.h"
 
@@ -31,8 +33,10 @@ std::unordered_set<std::string> UniqueNames(const std::vector<MaildirEntry>& fil
 class MailLoader {
   public:
     MailLoader(mail::MailSource& source, MailFolders& folders,
-               const std::vector<RememberedMail>& remembered, base::Progress& progress)
-        : m_source(source), m_folders(folders), m_progress(progress) {
+               const std::vector<RememberedMail>& remembered, unsigned codePage,
+               base::Progress& progress)
+        : m_source(source), m_folders(folders), m_codePage(codePage), m_progress(progress) {
+        m_sides.largestAttachment = source.LargestAttachment();
         for (const RememberedMail& row : remembered) {
             const bool isSending = row.link == MailLink::kSending;
             (isSending ? m_sides.sending : m_sides.remembered).push_back(row);
@@ -42,6 +46,7 @@ class MailLoader {
     base::Result<MailSides> Load() {
         for (const RememberedMail& row : m_sides.remembered) m_byId.emplace(row.id, &row);
         auto status = ListFolder();
+        if (status) status = SettleRenewals();
         std::erase_if(m_sides.folder, IsTrashed);
         if (status) status = SortFiles();
         if (status) ReadForeign();
@@ -49,7 +54,10 @@ class MailLoader {
         if (status) status = WalkEudora(mail::Reach::kWithinLimits);
         if (status) status = FindHidden();
         if (!status) return status.Error();
-        ReadUnidentified(MatchMails(m_sides));
+        ReadOfOneMessageId();
+        const MailMatching matching = MatchMails(m_sides);
+        ReadUnidentified(matching);
+        ReadForFiles(matching);
         return std::move(m_sides);
     }
 
@@ -78,17 +86,69 @@ class MailLoader {
         return {};
     }
 
-    // Finds files that are not remembered, and those that an interrupted run delivered in part.
+    // The size of a file; 0 for one that is gone.
+    base::Result<std::uint64_t> SizeOf(const MaildirEntry& file) {
+        auto size = m_folders.mails.SizeOf(file);
+        if (!size && size.Error().code == ErrorCode::kNotFound) return std::uint64_t{0};
+        return size;
+    }
+
+    // Takes a file out of the folder's list, if it is there.
+    MaildirEntry TakeFile(const std::string& unique) {
+        const auto found = std::ranges::find(m_sides.folder, unique, &MaildirEntry::unique);
+        if (found == m_sides.folder.end()) return {};
+        MaildirEntry file = std::move(*found);
+        m_sides.folder.erase(found);
+        return file;
+    }
+
+    // A run that was cut off while it composed files again left the old one, the new one or both:
+    // the new one holds if it is whole.
+    base::Status SettleRenewals() {
+        for (RememberedMail& row : m_sides.remembered) {
+            if (row.link != MailLink::kRenewing) continue;
+            const auto end = std::min(row.content.rfind('\n'), row.content.size());
+            Leftover old, fresh;
+            old.unique = row.content.substr(std::min(end + 1, row.content.size()));
+            fresh.unique = row.unique;
+            row.content.resize(end);
+            old.file = TakeFile(old.unique);
+            fresh.file = TakeFile(fresh.unique);
+            const auto size = fresh.file.name.empty() ? std::uint64_t{0} : SizeOf(fresh.file);
+            if (!size) return size.Error();
+            const bool isWhole = *size > 0 && *size >= row.size;
+            if (!isWhole) {
+                std::swap(old, fresh);
+                row.unique = fresh.unique;
+                const auto before = fresh.file.name.empty() ? size : SizeOf(fresh.file);
+                if (!before) return before.Error();
+                row.size = std::max<std::uint64_t>(*before, 1);
+                row.lack = state::MailLack::kTexts;
+            }
+            if (!fresh.file.name.empty()) m_sides.folder.push_back(std::move(fresh.file));
+            m_sides.leftovers.push_back(std::move(old));
+        }
+        return {};
+    }
+
+    // Finds files that are not remembered, those that an interrupted run delivered in part, and
+    // among those to be composed again the ones that somebody edited.
     base::Status SortFiles() {
         std::unordered_map<std::string_view, const RememberedMail*> rows;
         for (const RememberedMail& row : m_sides.remembered) rows.emplace(row.unique, &row);
         for (const MaildirEntry& file : m_sides.folder) {
-            const auto row = rows.find(file.unique);
-            if (row == rows.end()) m_foreign.push_back(&file);
-            if (row == rows.end() || row->second->link != MailLink::kPending) continue;
-            const auto size = m_folders.mails.SizeOf(file);
-            if (!size && size.Error().code != ErrorCode::kNotFound) return size.Error();
-            if (size && *size < row->second->size) m_sides.torn.insert(file.unique);
+            const auto found = rows.find(file.unique);
+            if (found == rows.end()) {
+                m_foreign.push_back(&file);
+                continue;
+            }
+            const RememberedMail& row = *found->second;
+            const bool isPending = row.link == MailLink::kPending;
+            if (!isPending && row.lack == state::MailLack::kNothing) continue;
+            const auto size = SizeOf(file);
+            if (!size) return size.Error();
+            if (isPending && *size < row.size) m_sides.torn.insert(file.unique);
+            if (*size != row.size) m_sides.edited.insert(file.unique);
         }
         return {};
     }
@@ -102,7 +162,7 @@ class MailLoader {
     void See(const mail::MailHead& head, std::optional<std::string> messageId,
              bool isWithinLimits) {
         if (!m_seen.insert(head.id).second) return;
-        EudoraHead seen{head.id, head.marker, std::move(messageId), {}, isWithinLimits, {}, {}};
+        EudoraHead seen{head.id, head.marker, std::move(messageId), {}, isWithinLimits};
         if (mail::CanKeepMessageId(seen.messageId.value_or("")))
             seen.fileMessageId = *seen.messageId;
         const auto known = m_byId.find(head.id);
@@ -114,7 +174,7 @@ class MailLoader {
         }
         if (head.marker.empty()) {
             PassOver(seen.name, m_source.Read(mail::MailParts::kHeader).Error());
-        } else if (!isKnown && isWithinLimits) {
+        } else if (!isKnown) {
             seen.name = m_source.Name();
         }
         m_sides.eudora.push_back(std::move(seen));
@@ -162,6 +222,115 @@ class MailLoader {
         return m_source.Read(mail::MailParts::kWithoutAttachments);
     }
 
+    // Reads what tells a mail from others. What cannot be read stays unknown.
+    void ReadTraits(EudoraHead& head) {
+        if (!head.text.empty()) return;
+        const auto mail = ReadMail(head);
+        if (!mail) return;
+        head.name = mail::MailName(mail->subject.value_or(""), mail->from.value_or(""));
+        head.content = ContentOf(*mail);
+        head.people = PeopleTrait(mail->to.value_or("") + ' ' + mail->cc.value_or(""));
+        head.text = TextTrait(mail->body.value_or(""));
+    }
+
+    void ReadTraits(const MaildirEntry& file) {
+        FolderHead& head = m_sides.foreign.at(file.unique);
+        const auto mail = Parse(m_folders.mails, file, head.name);
+        if (!mail) return;
+        head.people =
+            PeopleTrait(mail::StoredRecipients(mail->to) + ' ' + mail::StoredRecipients(mail->cc));
+        head.text = TextTrait(platform::ToUtf8(mail->body, m_codePage));
+    }
+
+    // Without its attachments.
+    base::Result<mail::NewMail> Parse(maildir::Maildir& maildir, const MaildirEntry& file,
+                                      const std::string& name) {
+        return base::OrOutOfMemory([&]() -> base::Result<mail::NewMail> {
+            auto text = maildir.Read(file, mail::kLargestMessage);
+            if (!text) return text.Error();
+            return mail::ParseMail(*text, {m_folders.files, {}, m_codePage, m_folders.clock}, name);
+        });
+    }
+
+    // Several mails of one Message-ID: a mail that is not where it was is a sign that the mailbox
+    // was numbered anew, and then each of them may be any.
+    void ReadOfOneMessageId() {
+        struct Group {
+            const RememberedMail* row = nullptr;
+            int rows = 0, mails = 0;
+        };
+        std::unordered_map<std::string_view, Group> groups;
+        bool isNumberedAnew = false;
+        for (const RememberedMail& row : m_sides.remembered) {
+            Group& group = groups[row.messageId];
+            group.row = &row;
+            ++group.rows;
+            isNumberedAnew =
+                isNumberedAnew || (row.link != MailLink::kKept && !m_knownAgain.contains(row.id));
+        }
+        if (!isNumberedAnew) return;
+        for (const EudoraHead& head : m_sides.eudora) ++groups[head.messageId.value_or("")].mails;
+        for (EudoraHead& head : m_sides.eudora) {
+            const Group& group = groups[head.messageId.value_or("")];
+            if (head.messageId.value_or("").empty() || group.rows == 0) continue;
+            const bool areSeveral = std::max(group.rows, group.mails) > 1;
+            if (areSeveral) m_sides.doubtful.insert(*head.messageId);
+            const bool isKnown = m_knownAgain.contains(head.id);
+            if (areSeveral || (!isKnown && NameTrait(head.name) != NameTrait(group.row->name))) {
+                ReadTraits(head);
+            }
+        }
+    }
+
+    // Files and mails of one Message-ID whose counterparts are not known, if there are several of
+    // them on one side.
+    void ReadForFiles(const MailMatching& matching) {
+        struct Group {
+            std::vector<EudoraHead*> heads;
+            std::vector<const MaildirEntry*> files;
+            std::size_t mails = 0;
+            std::string name;  // of the last mail
+        };
+        std::unordered_map<std::string, Group> groups;
+        for (const MaildirEntry* file : m_foreign) {
+            const auto head = m_sides.foreign.find(file->unique);
+            if (head != m_sides.foreign.end()) groups[head->second.messageId].files.push_back(file);
+        }
+        const auto present = UniqueNames(m_sides.folder);
+        const auto isMissing = [&](const RememberedMail& row) {
+            return !present.contains(row.unique);
+        };
+        const auto add = [&](const std::string& id, const std::string& name, EudoraHead* head) {
+            const auto group = groups.find(id);
+            if (id.empty() || group == groups.end()) return;
+            ++group->second.mails;
+            group->second.name = name;
+            if (head != nullptr) group->second.heads.push_back(head);
+        };
+        std::vector<bool> isHere(m_sides.remembered.size());
+        for (std::size_t i = 0; i < m_sides.eudora.size(); ++i) {
+            EudoraHead& head = m_sides.eudora[i];
+            const auto at = matching.rowOf[i];
+            if (at) isHere[*at] = true;
+            if (!at) add(head.fileMessageId, head.name, &head);
+            if (at && isMissing(m_sides.remembered[*at]))
+                add(FileMessageIdOf(m_sides.remembered[*at]), head.name, &head);
+        }
+        for (std::size_t i = 0; i < m_sides.remembered.size(); ++i) {
+            const RememberedMail& row = m_sides.remembered[i];
+            if (!isHere[i] && isMissing(row)) add(FileMessageIdOf(row), row.name, nullptr);
+        }
+        for (auto& [id, group] : groups) {
+            const bool isPair = group.mails == 1 && group.files.size() == 1;
+            const auto isAlike = [&](const MaildirEntry& file) {
+                return NameTrait(group.name) == NameTrait(m_sides.foreign.at(file.unique).name);
+            };
+            if (group.mails == 0 || (isPair && isAlike(*group.files[0]))) continue;
+            for (EudoraHead* head : group.heads) ReadTraits(*head);
+            for (const MaildirEntry* file : group.files) ReadTraits(*file);
+        }
+    }
+
     // Mails without Message-ID that may be remembered ones under another id, or files that are
     // there.
     void ReadUnidentified(const MailMatching& matching) {
@@ -189,9 +358,12 @@ class MailLoader {
             auto text = maildir.ReadHeader(file);
             if (!text) return text.Error();
             const text::MailView header(*text);
+            const auto size = maildir.SizeOf(file);
+            if (!size) return size.Error();
             FolderHead head{maildir::MessageIdInHeader(*text),
                             mail::MailName(mail::DecodeWords(header.Field("Subject").value_or("")),
-                                           mail::DecodeWords(header.Field("From").value_or("")))};
+                                           mail::DecodeWords(header.Field("From").value_or(""))),
+                            *size};
             if (mail::CanKeepMessageId(head.messageId)) return head;
             text = maildir.Read(file, mail::kLargestMessage);
             if (!text) return text.Error();
@@ -209,6 +381,12 @@ class MailLoader {
         return head.HasValue();
     }
 
+    // What a full disk leaves of a mail is none.
+    bool IsEmpty(const FolderHead& head, const MaildirEntry& file) {
+        if (head.size == 0) m_sides.leftAlone.push_back(file.name + ": is empty");
+        return head.size == 0;
+    }
+
     // Reads files that are not remembered; drafts only if one may be a missing file under a new
     // name.
     void ReadForeign() {
@@ -218,7 +396,8 @@ class MailLoader {
             const MaildirEntry& file = *m_foreign[i];
             if (maildir::HasFlag(file.flags, 'D') && !missesFiles) continue;
             auto head = HeadOf(m_folders.mails, file);
-            if (IsRead(head, file)) m_sides.foreign.emplace(file.unique, *std::move(head));
+            if (!IsRead(head, file) || IsEmpty(*head, file)) continue;
+            m_sides.foreign.emplace(file.unique, *std::move(head));
         }
         // One of them may be a file that is missing, whose mail would be taken for a removed one.
         m_sides.mayMiss = missesFiles && !m_sides.unread.empty();
@@ -231,14 +410,17 @@ class MailLoader {
         for (MaildirEntry& file : *files) {
             if (IsTrashed(file)) continue;
             auto head = HeadOf(m_folders.outbox, file);
-            if (IsRead(head, file))
-                m_sides.outgoing.push_back({std::move(file), std::move(head->name)});
+            if (!IsRead(head, file) || IsEmpty(*head, file)) continue;
+            const auto mail = Parse(m_folders.outbox, file, head->name);
+            m_sides.outgoing.push_back({std::move(file), std::move(head->name),
+                                        mail ? mail->lostCharacters : std::size_t{0}});
         }
         return {};
     }
 
     mail::MailSource& m_source;
     MailFolders& m_folders;
+    unsigned m_codePage;
     base::Progress& m_progress;
     std::unordered_map<std::string, const RememberedMail*> m_byId;
     std::unordered_set<std::string> m_seen;        // ids
@@ -249,15 +431,17 @@ class MailLoader {
 
 }  // namespace
 
-MailFolders::MailFolders(platform::Files& files, platform::Clock& clock, const std::string& maildir)
-    : mails(files, clock, maildir),
-      outbox(files, clock, maildir + files.Separator() + ".Outbox"),
-      sent(files, clock, maildir + files.Separator() + ".Sent") {}
+MailFolders::MailFolders(platform::Files& at, platform::Clock& by, const std::string& maildir)
+    : files(at),
+      clock(by),
+      mails(at, by, maildir),
+      outbox(at, by, maildir + at.Separator() + ".Outbox"),
+      sent(at, by, maildir + at.Separator() + ".Sent") {}
 
 base::Result<MailSides> LoadMailSides(mail::MailSource& source, MailFolders& folders,
                                       const std::vector<RememberedMail>& remembered,
-                                      base::Progress& progress) {
-    return MailLoader(source, folders, remembered, progress).Load();
+                                      unsigned codePage, base::Progress& progress) {
+    return MailLoader(source, folders, remembered, codePage, progress).Load();
 }
 
 // Nothing is copied: a mail may be nearly as large as the memory that there is.

@@ -1,8 +1,10 @@
 #include "host/mailsync/mail_plan.h"
 
 #include <algorithm>
+#include <map>
 
 #include "host/mail/mail.h"
+#include "host/mailsync/tell_apart.h"
 
 namespace host::mailsync {
 
@@ -32,6 +34,10 @@ std::string FlagsOf(const std::string& marker) {
     return IsSeen(marker) ? std::string(1, kSeenFlag) : std::string();
 }
 
+std::string MarkerOf(bool isSeen) {
+    return std::to_string(isSeen ? mail::kStatusRead : mail::kStatusUnread);
+}
+
 // A new row for a mail of Eudora's.
 RememberedMail RowOf(const EudoraHead& head, MailLink link) {
     RememberedMail row;
@@ -53,29 +59,63 @@ class MailPlanner {
     MailPlan Make() {
         FindFiles();
         const MailMatching matching = MatchMails(m_sides);
+        TellFilesApart(matching);
         FollowFiles(matching.isLost);
         for (std::size_t i = 0; i < m_sides.eudora.size(); ++i) {
             const auto row = matching.rowOf[i];
-            row ? PlanKnown(m_sides.eudora[i], m_remembered[*row]) : PlanNew(m_sides.eudora[i]);
+            if (m_unclearHeads.contains(i) || (row && IsLeftAlone(*row))) continue;
+            row ? PlanKnown(m_sides.eudora[i], m_remembered[*row]) : PlanNew(i);
         }
         for (std::size_t i = 0; i < m_remembered.size(); ++i) {
-            if (matching.isGone[i]) PlanGone(m_remembered[i]);
+            if (matching.isGone[i] && !IsLeftAlone(i)) PlanGone(m_remembered[i]);
         }
         PlanNewFiles();
         PlanOutgoing();
+        for (const Leftover& leftover : m_sides.leftovers) {
+            RememberedMail row;
+            row.unique = leftover.unique;
+            Add(kMemory, kRedo, std::move(row), &leftover.file);
+        }
+        TellWhatIsLeftAlone();
         for (const MailStep& step : m_plan.steps) {
             if (auto change = Told(step)) m_plan.report.changes.push_back(*std::move(change));
         }
-        CheckLimits();
+        if (m_options.resolve) {
+            CheckResolved();
+        } else {
+            CheckLimits();
+        }
         m_plan.report.errors = m_sides.unread;
         return std::move(m_plan);
     }
 
   private:
+    // Whether the options let a step be done that settles no conflict. Leftovers lie in the folder.
+    bool MayDo(const sync::Act& act) const {
+        if (m_options.resolve) return false;
+        const bool isOnFolder = act.side == kFolder || act == sync::Act{kMemory, kRedo};
+        switch (m_options.direction) {
+            case sync::Direction::kPull:
+                return act.side != kEudora && act.verb != kFile;
+            case sync::Direction::kPush:
+                return !isOnFolder || act.verb == kFile;
+            default:
+                return true;
+        }
+    }
+
     void Add(sync::Side side, sync::Verb verb, RememberedMail row,
              const MaildirEntry* file = nullptr) {
+        if (!std::exchange(m_settlesConflict, false) && !MayDo({side, verb})) return;
         m_plan.steps.push_back(
             {{side, verb}, std::move(row), file != nullptr ? *file : MaildirEntry{}});
+    }
+
+    // Whether nothing is done about a remembered mail. Of a file that is half replaced all waits
+    // for a run that may change the folder.
+    bool IsLeftAlone(std::size_t row) const {
+        const bool isHalf = m_remembered[row].link == MailLink::kRenewing;
+        return m_unclearRows.contains(row) || (isHalf && !MayDo({kMemory, kRedo}));
     }
 
     const MaildirEntry* FileOf(const RememberedMail& row) const {
@@ -96,6 +136,99 @@ class MailPlanner {
         }
     }
 
+    // A remembered mail whose file is not there under its name, or a mail of Eudora's that is not
+    // remembered: a file that nobody remembers may be its own.
+    struct Fileless {
+        std::optional<std::size_t> row, head;
+    };
+
+    Traits TraitsOf(const Fileless& mail) const {
+        const EudoraHead* const head = mail.head ? &m_sides.eudora[*mail.head] : nullptr;
+        const RememberedMail* const row = mail.row ? &m_remembered[*mail.row] : nullptr;
+        const bool hasName = head != nullptr && !head->name.empty();
+        const std::string& marker = head != nullptr ? head->marker : row->marker;
+        return {NameTrait(hasName || row == nullptr ? head->name : row->name),
+                head != nullptr ? head->people : std::string(),
+                head != nullptr ? head->text : std::string(),
+                {FlagsOf(marker)}};
+    }
+    Traits TraitsOf(const MaildirEntry& file) const {
+        const FolderHead& head = m_sides.foreign.at(file.unique);
+        const bool isSeen = maildir::HasFlag(file.flags, kSeenFlag);
+        return {NameTrait(head.name), head.people, head.text, {FlagsOf(MarkerOf(isSeen))}};
+    }
+    template <class Items>
+    std::vector<Traits> AllTraits(const Items& items) const {
+        std::vector<Traits> all;
+        for (const auto& item : items) {
+            if constexpr (std::is_pointer_v<std::decay_t<decltype(item)>>) {
+                all.push_back(TraitsOf(*item));
+            } else {
+                all.push_back(TraitsOf(item));
+            }
+        }
+        return all;
+    }
+
+    // Finds the mail of each file that nobody remembers, among those of its Message-ID that lack a
+    // file.
+    void TellFilesApart(const MailMatching& matching) {
+        std::unordered_map<std::string, std::vector<Fileless>> byId;
+        const auto lacksFile = [&](std::size_t row) {
+            return !matching.isLost[row] && !m_files.contains(m_remembered[row].unique);
+        };
+        std::vector<std::optional<std::size_t>> headOf(m_remembered.size());
+        for (std::size_t i = 0; i < m_sides.eudora.size(); ++i) {
+            if (matching.rowOf[i]) headOf[*matching.rowOf[i]] = i;
+            if (matching.isUnclearHead[i]) LeaveAlone(m_unclearHeads, i, m_sides.eudora[i].name);
+        }
+        for (std::size_t i = 0; i < m_remembered.size(); ++i) {
+            if (matching.isUnclearRow[i]) m_unclearRows.insert(i);
+            if (lacksFile(i)) byId[FileMessageIdOf(m_remembered[i])].push_back({i, headOf[i]});
+        }
+        for (std::size_t i = 0; i < m_sides.eudora.size(); ++i) {
+            if (!matching.rowOf[i]) byId[m_sides.eudora[i].fileMessageId].push_back({{}, i});
+        }
+        for (const auto& [id, files] : m_foreign) {
+            const auto mails = byId.find(id);
+            if (mails != byId.end()) TellFilesApart(mails->second, files);
+        }
+    }
+    void TellFilesApart(const std::vector<Fileless>& mails,
+                        const std::vector<const MaildirEntry*>& files) {
+        const Telling telling = TellApart(AllTraits(mails), AllTraits(files));
+        for (std::size_t i = 0; i < mails.size(); ++i) {
+            const auto& [row, head] = mails[i];
+            if (telling.rightOf[i]) {
+                const MaildirEntry* const file = files[*telling.rightOf[i]];
+                m_taken.insert(file->unique);
+                (row ? m_fileOfRow[*row] : m_fileOfHead[*head]) = file;
+            } else if (telling.isUnclearLeft[i] && row) {
+                LeaveAlone(m_unclearRows, *row, m_remembered[*row].name);
+            } else if (telling.isUnclearLeft[i]) {
+                LeaveAlone(m_unclearHeads, *head, m_sides.eudora[*head].name);
+            }
+        }
+        for (std::size_t i = 0; i < files.size(); ++i) {
+            if (!telling.isUnclearRight[i]) continue;
+            m_taken.insert(files[i]->unique);
+            ++m_leftAlone[m_sides.foreign.at(files[i]->unique).name];
+        }
+    }
+    void LeaveAlone(std::unordered_set<std::size_t>& all, std::size_t one,
+                    const std::string& name) {
+        if (all.insert(one).second) ++m_leftAlone[name];
+    }
+    void TellWhatIsLeftAlone() {
+        m_plan.report.leftAlone = m_sides.leftAlone;
+        for (const auto& [name, count] : m_leftAlone) {
+            m_plan.report.leftAlone.push_back(
+                name + ": " + std::to_string(count) +
+                " mails and files of one Message-ID, of which nobody can tell which is which; "
+                "remove by hand what is too many");
+        }
+    }
+
     // What became of the files of the remembered mails. A program that changes what stands in front
     // of the flags has renamed the file, not removed it.
     void FollowFiles(const std::vector<bool>& lost) {
@@ -105,36 +238,79 @@ class MailPlanner {
                 Add(kMemory, kRedo, row, FileOf(row));
                 continue;
             }
-            if (!m_files.contains(row.unique)) {
-                m_renamed[row.key] =
-                    TakeForeign(row.fileId.empty() ? row.messageId : row.fileId, row.name);
+            if (const auto file = m_fileOfRow.find(i); file != m_fileOfRow.end()) {
+                m_renamed[row.key] = file->second;
             }
-            if (row.link != MailLink::kInStep && row.link != MailLink::kPending) continue;
+            if (row.link != MailLink::kInStep && row.link != MailLink::kPending &&
+                row.link != MailLink::kRenewing) {
+                continue;
+            }
             ++m_inStep;
             m_inFolder += FileOf(row) != nullptr;
         }
     }
 
-    // Both sides show the mail as `row` has it, with the read state of one of them.
-    void Settle(RememberedMail row, const MaildirEntry& file, bool now, bool eudoraWins) {
-        const bool differs = maildir::HasFlag(file.flags, kSeenFlag) != now;
-        row.flags =
-            differs && eudoraWins ? maildir::WithFlag(file.flags, kSeenFlag, now) : file.flags;
-        Add(!differs ? kMemory : eudoraWins ? kFolder : kEudora, kChange, std::move(row), &file);
+    // Both sides show the mail as `row` has it, with the read state of one of them. Where that may
+    // not be changed now, a row with other news (`isNew`) is remembered as if the state had been in
+    // step before it changed.
+    void Settle(RememberedMail row, const MaildirEntry& file, bool now, bool eudoraWins,
+                bool isNew) {
+        const bool isSeen = maildir::HasFlag(file.flags, kSeenFlag), differs = isSeen != now;
+        const sync::Act act{!differs ? kMemory : eudoraWins ? kFolder : kEudora, kChange};
+        row.flags = file.flags;
+        if (!MayDo(act)) {
+            row.marker = MarkerOf(eudoraWins ? isSeen : now);
+            if (isNew) Add(kMemory, kChange, std::move(row), &file);
+            return;
+        }
+        if (differs && eudoraWins) row.flags = maildir::WithFlag(file.flags, kSeenFlag, now);
+        Add(act.side, kChange, std::move(row), &file);
     }
 
-    // The row is as it was in memory, but for Eudora's id.
-    void PlanFlags(const EudoraHead& head, RememberedMail row, const MaildirEntry& file) {
+    // The row is as it was in memory, but for Eudora's id and what it lacks.
+    void PlanFlags(const EudoraHead& head, RememberedMail row, const MaildirEntry& file,
+                   bool hasNews) {
         const bool now = IsSeen(head.marker), before = WasSeen(row, now);
-        const bool hasNews = row.link != MailLink::kInStep || row.marker != head.marker ||
-                             row.unique != file.unique ||
-                             maildir::HasFlag(file.flags, kSeenFlag) != now;
-        if (!hasNews) return;
+        hasNews = hasNews || row.link != MailLink::kInStep || row.unique != file.unique;
+        if (!hasNews && row.marker == head.marker &&
+            maildir::HasFlag(file.flags, kSeenFlag) == now) {
+            return;
+        }
         if (row.link == MailLink::kAdding) row.content.clear();
         row.unique = file.unique;
         row.link = MailLink::kInStep;
         row.marker = head.marker;
-        Settle(std::move(row), file, now, now != before);
+        Settle(std::move(row), file, now, now != before, hasNews);
+    }
+
+    // Whether the file lacks what Eudora and its limits give now.
+    bool IsToBeRenewed(const RememberedMail& row) const {
+        using enum state::MailLack;
+        const bool isSettled = row.link == MailLink::kInStep || row.link == MailLink::kPending ||
+                               row.link == MailLink::kRenewing;
+        if (!isSettled || row.size == 0 || row.lack == kNothing) return false;
+        return row.lack == kTexts ||
+               static_cast<std::uint64_t>(row.lack) <= m_sides.largestAttachment;
+    }
+    // What a person or a program changed in the file would be lost.
+    bool IsEdited(const RememberedMail& row, const MaildirEntry& file) const {
+        const auto renamed = m_sides.foreign.find(file.unique);
+        return m_sides.edited.contains(file.unique) ||
+               (renamed != m_sides.foreign.end() && renamed->second.size != row.size);
+    }
+    // Gives whether the row changed.
+    bool PlanRenewal(RememberedMail& row, const MaildirEntry& file) {
+        if (!IsToBeRenewed(row) || !MayDo({kFolder, kRedo})) return false;
+        if (!IsEdited(row, file)) {
+            Add(kFolder, kRedo, row, &file);
+            return false;
+        }
+        m_plan.report.notes.push_back(
+            row.name +
+            ": its file was edited in the Maildir, so it is not composed again with all that "
+            "Eudora has of it");
+        row.lack = state::MailLack::kNothing;
+        return true;
     }
 
     void PlanKnown(const EudoraHead& head, const RememberedMail& known) {
@@ -142,9 +318,8 @@ class MailPlanner {
         RememberedMail row = known;
         row.id = head.id;
         if (const MaildirEntry* const file = FileOf(row); file != nullptr) {
-            // A mail with a new id is remembered anew.
-            if (row.link == MailLink::kInStep && row.id != known.id) row.link = MailLink::kPending;
-            return PlanFlags(head, std::move(row), *file);
+            const bool hasNews = PlanRenewal(row, *file) || row.id != known.id;
+            return PlanFlags(head, std::move(row), *file, hasNews);
         }
         const bool hasNewId = row.id != known.id;
         PlanRemovedFile(head, std::move(row), hasNewId);
@@ -159,11 +334,11 @@ class MailPlanner {
         }
         if (Holds()) return;
         const bool now = IsSeen(head.marker);
-        if (WasSeen(row, now) == now || m_options.prefer == Prefer::kFolder) {
-            return Add(kEudora, kRemove, std::move(row));
-        }
-        if (m_options.prefer != Prefer::kEudora) {
-            return Conflict(row.name, "removed in the Maildir, read state changed in Eudora");
+        if (WasSeen(row, now) == now) return Add(kEudora, kRemove, std::move(row));
+        const Prefer winner = WinnerOf(row.name);
+        if (winner == Prefer::kFolder) return Add(kEudora, kRemove, std::move(row));
+        if (winner != Prefer::kEudora) {
+            return Conflict(row.name, "removed in the Maildir, changed in Eudora: ", now);
         }
         row.link = MailLink::kPending;
         row.marker = head.marker;
@@ -177,24 +352,27 @@ class MailPlanner {
         return m_sides.mayMiss;
     }
 
-    void Conflict(const std::string& name, const char* what) {
-        m_plan.report.conflicts.push_back({name, what});
+    void Conflict(const std::string& name, std::string what) {
+        if (!m_options.resolve) m_plan.report.conflicts.push_back({name, std::move(what)});
     }
-
-    // A file of the same Message-ID that nobody remembers, of several one that is called alike;
-    // each is given out once.
-    const MaildirEntry* TakeForeign(const std::string& messageId, const std::string& name) {
-        const auto found = m_foreign.find(messageId);
-        if (found == m_foreign.end() || found->second.empty()) return nullptr;
-        auto& files = found->second;
-        auto taken = std::ranges::find_if(files, [&](const MaildirEntry* file) {
-            return m_sides.foreign.at(file->unique).name == name;
-        });
-        if (taken == files.end()) taken = files.begin();
-        const MaildirEntry* const file = *taken;
-        files.erase(taken);
-        m_taken.insert(file->unique);
-        return file;
+    void Conflict(const std::string& name, std::string what, bool isSeenNow) {
+        Conflict(name, std::move(what) +
+                           (isSeenNow ? "\"read\", was \"unread\"" : "\"unread\", was \"read\""));
+    }
+    // Who wins a conflict, whose next step settles it.
+    Prefer WinnerOf(const std::string& name) {
+        if (!m_options.resolve) return m_options.prefer;
+        if (!IsToBeResolved(name)) return Prefer::kNone;
+        return m_options.resolve->winner == kEudora ? Prefer::kEudora : Prefer::kFolder;
+    }
+    bool IsToBeResolved(const std::string& name) {
+        m_settlesConflict = m_options.resolve && m_options.resolve->name == name;
+        return m_settlesConflict;
+    }
+    void CheckResolved() {
+        if (!m_plan.steps.empty() || m_plan.report.stop) return;
+        m_plan.report.stop = {base::Refused("there is no conflict " + m_options.resolve->name,
+                                            "kvsync conflicts lists them")};
     }
 
     // Both were there before anything was remembered: nobody knows who changed the read state.
@@ -207,17 +385,18 @@ class MailPlanner {
         if (row.name.empty()) row.name = m_sides.foreign.at(file.unique).name;
         const bool hasPreference =
             m_options.prefer == Prefer::kEudora || m_options.prefer == Prefer::kFolder;
-        Settle(std::move(row), file, now,
-               hasPreference ? m_options.prefer == Prefer::kEudora : now);
+        Settle(std::move(row), file, now, hasPreference ? m_options.prefer == Prefer::kEudora : now,
+               true);
     }
 
-    void PlanNew(const EudoraHead& head) {
-        const auto* const file = TakeForeign(head.fileMessageId, head.name);
+    void PlanNew(std::size_t at) {
+        const EudoraHead& head = m_sides.eudora[at];
         if (head.marker.empty()) {
             m_hasUnknown = m_hasUnknown || head.fileMessageId.empty();
             return;
         }
-        if (file != nullptr) return PlanPair(head, *file);
+        const auto file = m_fileOfHead.find(at);
+        if (file != m_fileOfHead.end()) return PlanPair(head, *file->second);
         if (!head.isWithinLimits) return;
         Add(kFolder, kAdd, RowOf(head, MailLink::kPending));
     }
@@ -231,11 +410,12 @@ class MailPlanner {
         if (!IsMarked(*file)) {
             const bool isChanged = row.link != MailLink::kKept &&
                                    maildir::HasFlag(file->flags, kSeenFlag) != IsSeen(row.marker);
-            if (!isChanged || m_options.prefer == Prefer::kEudora) {
-                return Add(kFolder, kRemove, row, file);
-            }
-            if (m_options.prefer == Prefer::kFolder) return Add(kEudora, kAdd, row, file);
-            return Conflict(row.name, "removed in Eudora, read state changed in the Maildir");
+            if (!isChanged) return Add(kFolder, kRemove, row, file);
+            const Prefer winner = WinnerOf(row.name);
+            if (winner == Prefer::kEudora) return Add(kFolder, kRemove, row, file);
+            if (winner == Prefer::kFolder) return Add(kEudora, kAdd, row, file);
+            return Conflict(row.name,
+                            "removed in Eudora, changed in the Maildir: ", !IsSeen(row.marker));
         }
         ++m_plan.report.kept;
         if (row.link == MailLink::kKept) return;
@@ -280,17 +460,38 @@ class MailPlanner {
         row.link = MailLink::kSending;
         row.unique = outgoing.file.unique;
         row.name = outgoing.name;
-        if (known == nullptr || m_sides.queued == known->size) {
-            return Add(kEudora, kQueue, std::move(row), &outgoing.file);
+        const bool isQueued = known != nullptr && m_sides.queued > known->size;
+        const bool isDoubtful = known != nullptr && m_sides.queued < known->size;
+        const bool isLossy = !isQueued && outgoing.lostCharacters > 0 && !m_options.substitute;
+        // A preference for all conflicts sends nothing.
+        const bool waits = (isDoubtful || isLossy) && !IsToBeResolved(row.name);
+        if (waits && isDoubtful) {
+            return Conflict(row.name,
+                            "in .Outbox, perhaps queued by a run that was cut off: look into "
+                            "Eudora's Out, then remove the file, or move it out and in again to "
+                            "send it");
         }
-        if (m_sides.queued > known->size)
-            return Add(kFolder, kFile, std::move(row), &outgoing.file);
-        Conflict(row.name,
-                 "in .Outbox, perhaps queued by a run that was cut off: look into Eudora's "
-                 "Out, then remove the file, or move it out and in again to send it");
+        if (waits) {
+            return Conflict(row.name, "in .Outbox, not sent: ? would stand for " +
+                                          std::to_string(outgoing.lostCharacters) +
+                                          " characters that Eudora's code page lacks; "
+                                          "--substitute allows that, or write it without them");
+        }
+        if ((isDoubtful || isLossy) && m_options.resolve->winner == kEudora) {
+            // Eudora has it, or it stays where it is.
+            m_settlesConflict = isDoubtful;
+            if (isDoubtful) return Add(kFolder, kFile, std::move(row), &outgoing.file);
+            m_plan.report.stop = {base::Refused(
+                row.name + " is in .Outbox alone",
+                "remove the file there, or send it with ? by --take folder or --substitute")};
+            return;
+        }
+        isQueued ? Add(kFolder, kFile, std::move(row), &outgoing.file)
+                 : Add(kEudora, kQueue, std::move(row), &outgoing.file);
     }
 
     void PlanOutgoing() {
+        if (m_options.direction == sync::Direction::kPull && !m_options.resolve) return;
         std::unordered_map<std::string_view, const RememberedMail*> known;
         for (const RememberedMail& row : m_sides.sending) known.emplace(row.unique, &row);
         for (const OutgoingFile& outgoing : m_sides.outgoing) {
@@ -317,9 +518,11 @@ class MailPlanner {
             std::max(report.Count(kFolder, kRemove), report.Count(kEudora, kRemove)));
         const bool isAllowed = m_options.maxDelete &&
                                removals <= sync::DeletionsAllowed(m_inStep, m_options.maxDelete);
-        if (m_inStep > 0 && (m_sides.eudora.empty() || m_inFolder == 0) && !isAllowed) {
-            const char* side = m_sides.eudora.empty() ? "Eudora's in-box is empty"
-                                                      : "the Maildir holds none of them";
+        const bool isBoxEmpty = m_sides.eudora.empty() && MayDo({kFolder, kRemove});
+        const bool isFolderEmpty = m_inFolder == 0 && MayDo({kEudora, kRemove});
+        if (m_inStep > 0 && (isBoxEmpty || isFolderEmpty) && !isAllowed) {
+            const char* side =
+                isBoxEmpty ? "Eudora's in-box is empty" : "the Maildir holds none of them";
             report.stop = {
                 base::Refused(std::to_string(m_inStep) + " mails are remembered, but " + side,
                               "check the paths; if that is meant, say so with --max-delete " +
@@ -331,6 +534,7 @@ class MailPlanner {
         report.stop =
             sync::TooManyAdditions(report.Count(kEudora, kAdd), "mails would be added to Eudora",
                                    m_remembered.size(), m_options.maxAdd);
+        if (report.stop) report.stop->side = kEudora;
     }
 
     const MailSides& m_sides;
@@ -340,6 +544,11 @@ class MailPlanner {
     std::unordered_map<std::string, std::vector<const MaildirEntry*>> m_foreign;
     std::unordered_set<std::string_view> m_taken;  // unique names of files that have a mail
     std::unordered_map<std::int64_t, const MaildirEntry*> m_renamed;  // by the row's key
+    // Files that nobody remembers, of remembered mails and of others; by position.
+    std::unordered_map<std::size_t, const MaildirEntry*> m_fileOfRow, m_fileOfHead;
+    std::unordered_set<std::size_t> m_unclearRows, m_unclearHeads;  // the same
+    std::map<std::string, int> m_leftAlone;  // how many mails and files of a name are unclear
+    bool m_settlesConflict = false;          // the next step is that of the one to be resolved
     std::size_t m_inStep = 0, m_inFolder = 0;
     bool m_hasUnknown = false;  // a mail of Eudora's that may be any file
     MailPlan m_plan;
@@ -375,6 +584,33 @@ bool IsSame(const EudoraHead& head, const RememberedMail& row) {
     return *head.messageId == row.messageId;
 }
 
+// Remembered mails and mails in Eudora of one Message-ID that have no counterpart yet, by position.
+struct SameId {
+    std::vector<std::size_t> rows, heads;
+};
+
+void MatchGroup(const MailSides& sides, const SameId& group, MailMatching& matching) {
+    std::vector<Traits> rows, heads;
+    for (const std::size_t i : group.rows) {
+        const RememberedMail& row = sides.remembered[i];
+        rows.push_back({NameTrait(row.name), {}, row.content, {row.id, row.marker}});
+    }
+    for (const std::size_t i : group.heads) {
+        const EudoraHead& head = sides.eudora[i];
+        heads.push_back({NameTrait(head.name), {}, head.content, {head.id, head.marker}});
+    }
+    const Telling telling = TellApart(rows, heads);
+    for (std::size_t i = 0; i < group.rows.size(); ++i) {
+        const std::size_t row = group.rows[i];
+        if (telling.rightOf[i]) matching.rowOf[group.heads[*telling.rightOf[i]]] = row;
+        matching.isUnclearRow[row] = telling.isUnclearLeft[i];
+        matching.isGone[row] = !telling.rightOf[i] && !telling.isUnclearLeft[i];
+    }
+    for (std::size_t i = 0; i < group.heads.size(); ++i) {
+        matching.isUnclearHead[group.heads[i]] = telling.isUnclearRight[i];
+    }
+}
+
 std::vector<bool> LostDeliveries(const MailSides& sides) {
     std::unordered_set<std::string_view> present;
     for (const maildir::MaildirEntry& file : sides.folder) present.insert(file.unique);
@@ -401,6 +637,10 @@ MailPlan PlanMail(const MailSides& sides, const sync::Options& options) {
     return MailPlanner(sides, options).Make();
 }
 
+const std::string& FileMessageIdOf(const RememberedMail& row) {
+    return row.fileId.empty() ? row.messageId : row.fileId;
+}
+
 bool IsSeen(const std::string& marker) {
     return marker != std::to_string(mail::kStatusUnread);
 }
@@ -408,8 +648,9 @@ bool IsSeen(const std::string& marker) {
 MailMatching MatchMails(const MailSides& sides) {
     const std::vector<EudoraHead>& eudora = sides.eudora;
     const std::vector<RememberedMail>& remembered = sides.remembered;
-    MailMatching matching{
-        std::vector<std::optional<std::size_t>>(eudora.size()), LostDeliveries(sides), {}};
+    MailMatching matching;
+    matching.rowOf.resize(eudora.size());
+    matching.isLost = LostDeliveries(sides);
     const std::vector<bool>& lost = matching.isLost;
     matching.isGone = lost;
     matching.isGone.flip();
@@ -420,23 +661,34 @@ MailMatching MatchMails(const MailSides& sides) {
     for (std::size_t i = 0; i < eudora.size(); ++i) {
         const auto found = byId.find(eudora[i].id);
         if (found == byId.end() || !IsSame(eudora[i], remembered[found->second])) continue;
+        if (sides.doubtful.contains(remembered[found->second].messageId)) continue;
         matching.rowOf[i] = found->second;
         matching.isGone[found->second] = false;
     }
-    Pool byMessageId, byContent;
+    Pool byContent;
+    std::unordered_map<std::string, SameId> byMessageId;
     for (std::size_t i = 0; i < remembered.size(); ++i) {
         if (!matching.isGone[i]) continue;
         const RememberedMail& row = remembered[i];
-        row.messageId.empty() ? byContent.Add(row.content, i) : byMessageId.Add(row.messageId, i);
+        if (row.messageId.empty()) {
+            byContent.Add(row.content, i);
+        } else {
+            byMessageId[row.messageId].rows.push_back(i);
+        }
     }
     for (std::size_t i = 0; i < eudora.size(); ++i) {
         if (matching.rowOf[i]) continue;
         const std::string id = eudora[i].messageId.value_or("");
-        const auto row = id.empty() ? byContent.Take(eudora[i].content) : byMessageId.Take(id);
-        if (!row) continue;
-        matching.rowOf[i] = row;
-        matching.isGone[*row] = false;
+        if (const auto group = byMessageId.find(id); group != byMessageId.end()) {
+            group->second.heads.push_back(i);
+        } else if (id.empty()) {
+            matching.rowOf[i] = byContent.Take(eudora[i].content);
+            if (matching.rowOf[i]) matching.isGone[*matching.rowOf[i]] = false;
+        }
     }
+    matching.isUnclearRow.resize(remembered.size());
+    matching.isUnclearHead.resize(eudora.size());
+    for (const auto& [id, group] : byMessageId) MatchGroup(sides, group, matching);
     return matching;
 }
 

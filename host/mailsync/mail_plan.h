@@ -20,22 +20,34 @@ namespace host::mailsync {
 struct EudoraHead {
     std::string id, marker;                // no marker: the mail cannot be read
     std::optional<std::string> messageId;  // nothing: cannot be told
-    std::string name;                      // of remembered ones and of those within the limits
+    std::string name;
     bool isWithinLimits = true;
-    std::string content;        // a fingerprint, where a mail without Message-ID may be a known one
-    std::string fileMessageId;  // what its file in the Maildir would say
+    // A fingerprint, where more than ids must tell which one it is.
+    std::string content = {};
+    std::string fileMessageId = {};      // what its file in the Maildir would say
+    std::string people = {}, text = {};  // see Traits; where it must be told from others
 };
 
 // A file of the Maildir as it stands there.
 struct FolderHead {
     std::string messageId;  // the one that Eudora's mail would have
     std::string name;
+    std::uint64_t size = 0;              // in bytes
+    std::string people = {}, text = {};  // as of EudoraHead
 };
 
 // A file in .Outbox with the name of its mail.
 struct OutgoingFile {
     maildir::MaildirEntry file;
     std::string name;
+    std::size_t lostCharacters = 0;  // that Eudora's code page lacks
+};
+
+// What a run that was cut off left of a file: one of two that hold the same mail, a part of one, or
+// a name in tmp alone.
+struct Leftover {
+    std::string unique;
+    maildir::MaildirEntry file;  // without name if there is none
 };
 
 // What both sides hold now, and held when they were last in step. A file with the flag T is on its
@@ -49,6 +61,15 @@ struct MailSides {
     std::unordered_map<std::string, FolderHead> foreign;
     // Files that an interrupted run delivered in part, by unique name.
     std::unordered_set<std::string> torn;
+    std::vector<Leftover> leftovers;  // not in `folder`
+    // Remembered files that have other sizes than kvsync gave them, by unique name; looked for
+    // where one is to be composed again.
+    std::unordered_set<std::string> edited;
+    std::uint64_t largestAttachment = 0;  // in bytes, that passes Eudora's limits
+    // Message-IDs that several mails have, where the mailbox may have been numbered anew: ids are
+    // no sign then.
+    std::unordered_set<std::string> doubtful;
+    std::vector<std::string> leftAlone;          // files that hold nothing, a line each
     std::vector<OutgoingFile> outgoing;          // in .Outbox
     std::vector<state::RememberedMail> sending;  // what is remembered of those
     std::size_t queued = 0;                      // mails in Eudora's out-box
@@ -62,6 +83,7 @@ struct MailSides {
 //   Folder, kAdd:     a new file is delivered.
 //   Folder, kChange:  the file gets the flags of `row`.
 //   Folder, kRemove:  the file is deleted, and its row.
+//   Folder, kRedo:    the file is replaced by one that is composed anew, with the same flags.
 //   Folder, kFile:    a file of .Outbox that is queued already moves to .Sent.
 //   Eudora, kAdd:     the file becomes a mail of the in-box.
 //   Eudora, kChange:  the mail gets the read state of `row`.
@@ -69,7 +91,9 @@ struct MailSides {
 //   Eudora, kQueue:   the file of .Outbox is queued in Eudora's out-box and moves to .Sent.
 //   Memory, kChange:  the row is stored.
 //   Memory, kRemove:  the row is deleted.
-//   Memory, kRedo:    the row of a lost delivery is deleted, and what is left of its file.
+//   Memory, kRedo:    the row of a lost delivery is deleted, and what is left of its file. Without
+//   a
+//                     key: a leftover is deleted.
 struct MailStep {
     sync::Act act;
     state::RememberedMail row;   // as it is remembered afterwards
@@ -91,17 +115,23 @@ std::optional<sync::Change> Told(const MailStep& step);
 
 // The plan that brings the Maildir and Eudora's in-box into step. A pure function.
 // - Mails are recognised as MatchMails does; a file that is not remembered is recognised by its
-//   Message-ID.
+//   Message-ID, of several of one Message-ID as TellApart does. What stays unclear is left alone.
 // - A mail removed on one side is removed on the other, but for files with the flag F or D.
 // - A read state changed on one side goes to the other. For a pair that is not remembered yet the
 //   preference for a side decides; without one the mail is read if it is read anywhere.
 // - A mail removed on one side whose read state changed on the other is a conflict, unless a side
-//   is preferred.
+//   is preferred. A mail that would lose characters when it is sent is one, unless that is allowed.
+//   With a conflict to be resolved nothing else is done.
+// - A file that lacks something which could be had now is composed again, unless it was edited.
+// - What the direction forbids is left out: it is found again by a later run.
 // - Nothing is removed while `mayMiss` is set; such removals are counted as held.
 // The report's `stop` is set if one side holds none of the remembered mails, or if more would be
 // removed on a side than the limit allows (one that was given and suffices permits both), or more
 // added to Eudora.
 MailPlan PlanMail(const MailSides& sides, const sync::Options& options);
+
+// The Message-ID that the file of a remembered mail has.
+const std::string& FileMessageIdOf(const state::RememberedMail& row);
 
 // Whether a change marker is that of a read mail.
 bool IsSeen(const std::string& marker);
@@ -112,10 +142,12 @@ struct MailMatching {
     // By position in sides.remembered. Lost: an interrupted delivery left no file or a part of one;
     // such a row matches no mail. Gone: Eudora has the mail no more.
     std::vector<bool> isLost, isGone;
+    // Those of either side of which it cannot be told whether they are one mail.
+    std::vector<bool> isUnclearRow, isUnclearHead;
 };
 
-// Matches by record id, unless the Message-ID shows that another mail got the id; the rest by
-// Message-ID, or by content if there is none.
+// Matches by record id, unless the Message-ID shows that another mail got the id, or is doubtful;
+// the rest by Message-ID as TellApart does, or by content if there is none.
 MailMatching MatchMails(const MailSides& sides);
 
 }  // namespace host::mailsync

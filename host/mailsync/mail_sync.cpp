@@ -20,6 +20,7 @@ struct MailRun {
     MailFolders folders;
     base::Progress progress;
     std::vector<state::RememberedMail> remembered;
+    bool hasOtherTexts = false;  // than those that are remembered
     MailSides sides;
     MailPlan plan;
 
@@ -41,6 +42,53 @@ base::Status CheckPlace(const sync::CommandPlace& place, const MailSyncOptions& 
                             "bring it back or name its new place with --maildir");
 }
 
+// Eudora's texts were read in another code page: the files that kvsync composed of them are to be
+// composed again. Gives whether that is so.
+bool MeanOtherTexts(const state::MailMemory& memory, unsigned codePage,
+                    std::vector<state::RememberedMail>& remembered) {
+    if (memory.CodePage() == 0 || memory.CodePage() == codePage) return false;
+    for (state::RememberedMail& row : remembered) {
+        if (row.size > 0 && row.link != state::MailLink::kSending) {
+            row.lack = state::MailLack::kTexts;
+        }
+    }
+    return true;
+}
+
+// Tells of another code page than in the run before, and of texts that are none of the code page:
+// a first run that only supposes the code page is stopped by them.
+void CheckTexts(const MailSyncOptions& options, MailRun& run) {
+    sync::Report& report = run.plan.report;
+    const std::string page = "code page " + std::to_string(options.codePage);
+    const unsigned before = run.memory->CodePage();
+    if (before != 0 && before != options.codePage) {
+        report.notes.push_back(page + " now, " + std::to_string(before) +
+                               " in the run before: files made of Eudora's mails are composed "
+                               "again");
+    }
+    const auto count = [&](const auto& holds) {
+        return std::ranges::count_if(run.sides.eudora,
+                                     [&](const EudoraHead& head) { return holds(head.name); });
+    };
+    const auto strange = count(base::HasStrangeCharacters);
+    const bool isSupposed = !options.isCodePageSaid && run.remembered.empty();
+    if (strange == 0 || !isSupposed || report.stop) return;
+    // A few stray bytes stand in texts of any code page.
+    const auto foreign = count([](const std::string& text) { return !text::IsAscii(text); });
+    const bool isDoubtful = strange > 1 && 4 * strange > foreign;
+    std::string what = std::to_string(strange) +
+                       " of Eudora's mails have senders or subjects that are no text of " + page;
+    const std::string help =
+        "name the right one with --code-page (932 is Japanese, 1250 and 1251 are of Eastern "
+        "Europe); if it is right, say --code-page " +
+        std::to_string(options.codePage);
+    if (isDoubtful) {
+        report.stop = {base::Refused(std::move(what), help)};
+    } else {
+        report.notes.push_back(what + "; " + help);
+    }
+}
+
 base::Status Prepare(const sync::CommandPlace& place, const MailSyncOptions& options, bool mayWrite,
                      MailRun& run) {
     auto status = sync::Take(
@@ -50,8 +98,10 @@ base::Status Prepare(const sync::CommandPlace& place, const MailSyncOptions& opt
     if (status) status = CheckPlace(place, options, run);
     if (status) status = sync::Take(options.open(), run.source);
     if (!status) return status;
-    status = sync::Take(LoadMailSides(*run.source, run.folders, run.remembered, run.progress),
-                        run.sides);
+    run.hasOtherTexts = MeanOtherTexts(*run.memory, options.codePage, run.remembered);
+    status = sync::Take(
+        LoadMailSides(*run.source, run.folders, run.remembered, options.codePage, run.progress),
+        run.sides);
     if (status && !run.sides.outgoing.empty()) {
         const auto queued = mailbox::CountMails(place.files, options.outbox);
         if (!queued) return queued.Error();
@@ -60,6 +110,7 @@ base::Status Prepare(const sync::CommandPlace& place, const MailSyncOptions& opt
     if (!status) return status;
     run.plan = PlanMail(run.sides, options);
     run.plan.report.limits = run.source->Limits();
+    CheckTexts(options, run);
     if (run.plan.report.stop) return {};
     if (!run.plan.report.Changes(sync::Side::kEudora)) return {};
     return sync::CheckRights(place.files, options.mailboxes);
@@ -136,7 +187,9 @@ base::Result<sync::Report> RunMailSync(const sync::CommandPlace& place,
         return base::Refused(options.maildir + " cannot be made: " + made.Error().Message(),
                              "name another folder with --maildir");
     }
-    if (auto begun = run.memory->Begin({}); !begun) return begun.Error();
+    state::MailMemoryChange first;
+    if (run.hasOtherTexts) first.put = run.remembered;
+    if (auto begun = run.memory->Begin(std::move(first)); !begun) return begun.Error();
     std::vector<std::string> passedOver;
     const auto queued = [&] { return mailbox::CountMails(place.files, options.outbox); };
     const auto backup = [&] {

@@ -27,8 +27,9 @@ struct MailSyncOptions : sync::Options {
     // The files of In, Trash and Out that change with Eudora's mails, native, in the order of a
     // restore.
     std::vector<std::string> mailboxes;
-    std::string maildir;    // native, without links
-    unsigned codePage = 0;  // Microsoft's number of that of Eudora's texts
+    std::string maildir;         // native, without links
+    unsigned codePage = 0;       // Microsoft's number of that of Eudora's texts
+    bool isCodePageSaid = true;  // or else only supposed
 };
 
 // The two sides whose memory a sync keeps.

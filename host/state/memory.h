@@ -54,18 +54,21 @@ struct MemoryChange {
 // How far a remembered mail has come. The numbers stand in the state file.
 enum class MailLink {
     kInStep = 0,
-    kPending = 1,  // its file was about to be delivered: whole, torn or not there
-    kDropped = 2,  // its file was removed by the person: not delivered again
-    kKept = 3,     // gone from Eudora, its file kept
-    kAdding = 4,   // was about to be added to Eudora: there under its Message-ID, or not
-    kSending = 5,  // its file in the out-box was about to be handed to Eudora
+    kPending = 1,   // its file was about to be delivered: whole, torn or not there
+    kDropped = 2,   // its file was removed by the person: not delivered again
+    kKept = 3,      // gone from Eudora, its file kept
+    kAdding = 4,    // was about to be added to Eudora: there under its Message-ID, or not
+    kSending = 5,   // its file in the out-box was about to be handed to Eudora
+    kRenewing = 6,  // its file was about to be replaced by one of the name `unique`
 };
 
 // What the file of a mail lacks of what Eudora has. The numbers stand in the state file.
-enum class MailLack {
+enum class MailLack : std::int64_t {
+    kTexts = -1,  // it was composed with another code page than the present one
     kNothing = 0,
-    kAttachments = 1,  // the limits left some out
-    kTexts = 2,        // it was composed with another code page than the present one
+    // The limits left attachments out, the smallest of them of unknown size. Any larger number is
+    // that size in bytes.
+    kAttachments = 1,
 };
 
 // A mail of Eudora's and its file in the Maildir, as they were when they were last in step.
@@ -80,7 +83,8 @@ struct RememberedMail {
     // mails in Eudora's out-box before the mail was queued.
     std::uint64_t size = 0;
     // The mail's ContentOf; empty if it was never read. With kAdding and kSending: the names of the
-    // copies of its attachments, each ended by LF.
+    // copies of its attachments, each ended by LF. With kRenewing: ContentOf, LF, and the unique
+    // name of the file that is replaced.
     std::string content;
     std::string name;  // what a report calls it
     // The Message-ID that its file has; empty in a memory of an earlier version.

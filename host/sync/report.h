@@ -21,7 +21,9 @@ enum class Verb {
     kRemove,
     kQueue,  // a mail is queued in Eudora, to be sent
     kFile,   // a mail that was queued before goes to .Sent
-    kRedo,   // a delivery that came to nothing is forgotten, before the mail is delivered again
+    // Of a mail. In memory: a delivery that came to nothing is forgotten, before the mail is
+    // delivered again. In the folder: its file is composed again, as it lacks something.
+    kRedo,
 };
 struct Act {
     Side side = Side::kMemory;

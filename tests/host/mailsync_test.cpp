@@ -3,12 +3,14 @@
 #include <gmock/gmock.h>
 
 #include <random>
+#include <sstream>
 
 namespace host::testing {
 namespace {
 
 using maildir::HasFlag;
 using maildir::MaildirEntry;
+using sync::Direction;
 using sync::Prefer;
 using ::test::Fault;
 using ::test::ForEveryFault;
@@ -19,9 +21,12 @@ struct Expectation {
     bool inFolder = false;
     std::string flags;                                      // of the file
     bool isKnown = false, wasRead = false, isKept = false;  // when both sides were last in step
+    bool isEdited = false;                                  // the file
 
     // Gives whether it waits for a preference.
-    bool Sync(Prefer prefer) {
+    bool Sync(Prefer prefer, Direction direction) {
+        const bool toFolder = direction != Direction::kPush,
+                   toEudora = direction != Direction::kPull;
         const bool hasNews = isRead != wasRead, isSeen = HasFlag(flags, 'S');
         const bool now = inEudora ? isRead : isSeen;
         const Prefer mine = inEudora ? Prefer::kEudora : Prefer::kFolder;
@@ -29,15 +34,21 @@ struct Expectation {
         if (inEudora && inFolder) {
             const bool isPreferred =
                 prefer == Prefer::kEudora || (prefer != Prefer::kFolder && isRead);
-            Settle((isKnown ? hasNews : isPreferred) ? isRead : isSeen);
+            const bool eudoraWins = isKnown ? hasNews : isPreferred;
+            if (isRead == isSeen || (eudoraWins ? toFolder : toEudora)) {
+                Settle(eudoraWins ? isRead : isSeen);
+            } else if (!std::exchange(isKnown, true)) {
+                wasRead = eudoraWins ? isSeen : isRead;
+            }
         } else if (!isKnown) {
-            if (inFolder ? !HasFlag(flags, 'D') : inEudora && !isHidden) Settle(now);
+            const bool isNew = inFolder ? !HasFlag(flags, 'D') : inEudora && !isHidden;
+            if (isNew && (inFolder ? toEudora : toFolder)) Settle(now);
         } else if (inFolder && HasFlag(flags, 'F')) {
             isKept = true;
         } else if (now == wasRead || isKept || prefer == other || !(inEudora || inFolder)) {
-            *this = {};
+            if ((!inFolder || toFolder) && (!inEudora || toEudora)) *this = {};
         } else if (prefer == mine) {
-            Settle(now);
+            if (inFolder ? toEudora : toFolder) Settle(now);
         } else {
             return true;
         }
@@ -46,7 +57,7 @@ struct Expectation {
 
   private:
     void Settle(bool seen) {
-        if (!inFolder) flags.clear();
+        if (!inFolder) flags.clear(), isEdited = false;
         if (!inEudora) isHidden = false;
         inEudora = inFolder = isKnown = true;
         isRead = wasRead = seen;
@@ -68,22 +79,64 @@ class Walk : public MailWorld {
         if (Pick(12) == 0) {
             for (const mail::Mail& mail : eudora.mails) Hide(*mail.subject);
         }
+        eudora.largest = std::array<std::uint64_t, 3>{0, 20, 1000}[m_random() % 3];
+        options.direction = std::array{Direction::kBoth, Direction::kBoth, Direction::kPull,
+                                       Direction::kPush}[m_random() % 4];
     }
     void SyncAndCheck() {
-        Names inBox, folder, waiting;
+        const auto before = Contents();
         const sync::Report report = SyncWhole();
+        EXPECT_FALSE(options.direction == Direction::kPull && eudora.isTouched);
+        EXPECT_TRUE(options.direction != Direction::kPush || Contents() == before);
+        if (options.direction != Direction::kPull) m_sent.merge(m_toSend);
+        Names waiting;
         for (auto& [subject, mail] : m_expected) {
-            if (mail.Sync(options.prefer)) waiting.insert(subject + " from a@b");
+            if (mail.Sync(options.prefer, options.direction)) waiting.insert(subject + " from a@b");
+        }
+        Names conflicts;
+        for (const sync::Notice& notice : report.conflicts) conflicts.insert(notice.name);
+        EXPECT_EQ(conflicts, waiting);
+        Check();
+        if (!waiting.empty() && Pick(2) == 0) Resolve(*waiting.begin());
+    }
+
+  private:
+    int Pick(int count) { return static_cast<int>(m_random() % static_cast<unsigned>(count)); }
+
+    // One conflict is settled, and nothing else done.
+    void Resolve(const std::string& name) {
+        const auto winner = Pick(2) == 0 ? sync::Side::kEudora : sync::Side::kFolder;
+        options.resolve = {name, winner};
+        EXPECT_EQ(Sync().changes.size(), 1u);
+        EXPECT_EQ(MakePlan().report.stop->why.what, "there is no conflict " + name);
+        options.resolve.reset();
+        m_expected[name.substr(0, name.find(' '))].Sync(
+            winner == sync::Side::kEudora ? Prefer::kEudora : Prefer::kFolder, Direction::kBoth);
+        Check();
+    }
+    // Of the files that are no outgoing mails.
+    std::map<std::string, std::string> Contents() {
+        std::map<std::string, std::string> contents;
+        for (const std::string& path : disk.AllFiles()) {
+            if (path.starts_with("C:\\M\\") && path[5] != '.') contents[path] = *disk.Get(path);
+        }
+        return contents;
+    }
+    void Check() {
+        Names inBox, folder;
+        for (const auto& [subject, mail] : m_expected) {
             if (mail.inEudora) inBox.insert(subject + (mail.isRead ? ":S" : ":"));
             if (mail.inFolder) folder.insert(subject + ':' + mail.flags);
         }
         ASSERT_EQ(InBox(), inBox);
         ASSERT_EQ(Folder(), folder);
-        std::erase_if(m_expected,
-                      [](const auto& one) { return !one.second.inEudora && !one.second.inFolder; });
-        Names conflicts;
-        for (const sync::Notice& notice : report.conflicts) conflicts.insert(notice.name);
-        EXPECT_EQ(conflicts, waiting);
+        for (const auto& [subject, mail] : m_expected) {
+            EXPECT_TRUE(!mail.isEdited || !mail.inFolder || Text(File(subject)).ends_with("edited"))
+                << subject;
+        }
+        std::erase_if(m_expected, [](const auto& one) {
+            return !one.second.inEudora && !one.second.inFolder && !one.second.isKnown;
+        });
         EXPECT_EQ(eudora.queued, m_sent);
         EXPECT_EQ(folders.sent.List()->size(), m_sent.size());
         // Nothing but these mails lies in the Maildir, and nothing but their attachments beside
@@ -96,14 +149,30 @@ class Walk : public MailWorld {
             EXPECT_TRUE(!path.starts_with("C:\\Attach") || path.size() < 20) << "grows with each";
         }
         EXPECT_TRUE(copies.empty());
-        EXPECT_EQ(inMaildir, folder.size() + m_sent.size() + m_left);
+        EXPECT_EQ(inMaildir, folder.size() + m_sent.size() + m_toSend.size() + m_left);
         for (const state::RememberedMail& row : memory.rows) {
             EXPECT_EQ(row.content.find('\n'), std::string::npos) << "names of copies";
+            if (options.direction != Direction::kPush) CheckAttachments(row);
         }
     }
-
-  private:
-    int Pick(int count) { return static_cast<int>(m_random() % static_cast<unsigned>(count)); }
+    // A file that was made of Eudora's mail holds all that the limits ever let pass.
+    void CheckAttachments(const state::RememberedMail& row) {
+        const auto mail = eudora.At(row.id);
+        const auto present = *folders.mails.List();
+        const auto file = std::ranges::find(present, row.unique, &MaildirEntry::unique);
+        if (mail == eudora.mails.end() || file == present.end() || row.size == 0 ||
+            HasFlag(file->flags, 'T')) {
+            return;
+        }
+        // Another mail may have got the id of one that is gone.
+        if (row.name != *mail->subject + " from a@b" || m_expected[*mail->subject].isEdited) return;
+        EXPECT_EQ(Text(*file).size(), row.size);
+        for (const mail::MailAttachment& one : mail->attachments) {
+            const bool mustBeThere = disk.Get(one.path)->size() <= eudora.largest;
+            EXPECT_TRUE(!mustBeThere || Text(*file).find(one.name) != std::string::npos)
+                << one.name;
+        }
+    }
 
     // The mailbox is built anew: every mail has another id, or that of another one.
     void Renumber() {
@@ -153,9 +222,15 @@ class Walk : public MailWorld {
     }
     void ChangeInFolder(const MaildirEntry& file, Expectation& expected) {
         const std::string text = Text(file);
-        const int what = Pick(8);
-        const char flag = "TFRDSS"[std::max(what - 2, 0)];
-        if (what < 2) {
+        const int what = Pick(9);
+        const char flag = "TFRDSS"[std::clamp(what - 2, 0, 5)];
+        // Without Message-ID an edited file would be another one under another name.
+        if (what == 8) {
+            if (text.find("Message-ID") == std::string::npos) return;
+            disk.Put("C:\\M\\" + std::string(file.isNew ? "new\\" : "cur\\") + file.name,
+                     text + "edited");
+            expected.isEdited = true;
+        } else if (what < 2) {
             (void)folders.mails.Remove(file);
             // Another program gives it another name.
             if (what == 1)
@@ -173,19 +248,20 @@ class Walk : public MailWorld {
         const std::string subject = "m" + std::to_string(++m_count);
         const bool isRead = Pick(2) == 0;
         const std::optional<std::string> ids[] = {std::nullopt, subject + " is no id\r\n",
-                                                  subject + "@x", subject + "@x"};
+                                                  subject + "@x", "shared@x"};
         const auto& id = ids[Pick(4)];
         const std::string flags = isRead ? "S" : Pick(5) == 0 ? "D" : "";
         const int where = Pick(5);
         if (where == 0) {
-            Deliver(subject, flags, id.has_value(), ".Outbox\\");
-            flags == "D" ? void(++m_left) : void(m_sent.insert(subject));
+            Deliver(subject, flags, subject, ".Outbox\\");
+            flags == "D" ? void(++m_left) : void(m_toSend.insert(subject));
         } else if (where < 3) {
-            Add(subject, id, isRead);
+            mail::Mail& mail = Add(subject, id, isRead);
+            if (Pick(2) == 0) Attach(mail, Pick(2) == 0 ? 10 : 30);
             m_expected[subject].inEudora = true;
             m_expected[subject].isRead = isRead;
         } else {
-            Deliver(subject, flags, id.has_value());
+            Deliver(subject, flags, !id ? "" : *id == "shared@x" ? "shared" : subject);
             m_expected[subject].inFolder = true;
             m_expected[subject].flags = flags;
         }
@@ -195,7 +271,7 @@ class Walk : public MailWorld {
     // Or its mailbox is built anew: without both a mail with no Message-ID cannot be told again.
     bool m_losesMemory;
     std::map<std::string, Expectation> m_expected;
-    Names m_sent;
+    Names m_toSend, m_sent;
     std::size_t m_left = 0;  // drafts in the out-box, and files on their way out
     int m_count = 0;
 };
@@ -251,9 +327,9 @@ TEST(MailSync, GoesOnBehindWhatCannotBeReadAndRemovesNothing) {
     world.Delete("m0");
     (void)world.folders.mails.Remove(world.File("m2"));
     (void)world.folders.mails.SetFlags(world.File("m3"), "S");
-    for (const char* subject : {"huge", "other"}) world.Deliver(subject);
+    for (const char* subject : {"huge", "other"}) world.Deliver(subject, "", subject);
     world.disk.Put("C:\\M\\.Outbox\\new\\1.0", "Subject: to nobody\n\nx\n");
-    world.Deliver("sent", "", true, ".Outbox\\");
+    world.Deliver("sent", "", "sent", ".Outbox\\");
     world.tooLarge = "huge";
     const sync::Report report = world.Sync();
     EXPECT_EQ(world.InBox(), (Names{"m1:", "m2:", "m3:S", "new:", "other:"}));
@@ -273,7 +349,7 @@ TEST(MailSync, GoesOnBehindWhatCannotBeReadAndRemovesNothing) {
 // After a run that was cut off the out-box tells what was done; if Eudora ran in between, nobody.
 TEST(MailSync, SendsNothingTwice) {
     MailWorld world;
-    world.Deliver("first", "", true, ".Outbox\\");
+    world.Deliver("first", "", "first", ".Outbox\\");
     state::RememberedMail row;
     row.link = state::MailLink::kSending;
     row.unique = world.folders.outbox.List()->front().unique;
@@ -286,6 +362,74 @@ TEST(MailSync, SendsNothingTwice) {
         EXPECT_EQ(report.Count(sync::Side::kFolder, sync::Verb::kFile), before == 1);
         EXPECT_EQ(report.conflicts.size(), before == 9);
     }
+}
+
+// Mails of one Message-ID, each "name people text tie". Of the answer a letter is a mail: on the
+// left the number of its counterpart, - for none and ? for nobody knows; on the right ? or a point.
+TEST(MailSync, TellsMailsOfOneMessageIdApartByWhatTheyHold) {
+    const struct {
+        std::vector<std::string> left, right;
+        const char* answer;
+    } cases[] = {
+        {{"a p x"}, {"a q y"}, "0|."},  // the Message-ID is enough
+        {{"a p x"}, {"b p x"}, "0|."},
+        {{"a p x"}, {"b p y"}, "-|."},
+        {{"a"}, {"b p y"}, "-|."},
+        {{""}, {"b p y"}, "0|."},
+        {{"a p x", "b p x"}, {"b p x", "a p x"}, "10|.."},
+        {{"a p x", "a q x"}, {"a q x", "a p x"}, "10|.."},  // by the people
+        {{"a p x", "a p y"}, {"a p y"}, "-0|."},            // by the text
+        {{"a p x", "b p y"}, {"a p z"}, "0-|."},            // the only one of that name
+        {{"a p x S", "a p x N"}, {"a p x N", "a p x S"}, "10|.."},
+        {{"a p x S", "a p x S", "a p x N"}, {"a p x N", "a p x S"}, "1-0|.."},
+        {{"a p x", "a p y"}, {"a p z"}, "??|?"},
+        {{"a p x", "a p y"}, {"a p y", "a p z"}, "?0|.?"},
+        {{"a p x", "a p"}, {"a p x", "a p"}, "0?|.?"},
+        {{"a p x", "b p y"}, {"c p z", "b p y"}, "-1|.."},
+        {{"a p x", "a p x", "a p x"}, {}, "---|"},
+    };
+    const auto traits = [](const std::vector<std::string>& texts) {
+        std::vector<mailsync::Traits> all;
+        for (const std::string& text : texts) {
+            mailsync::Traits& one = all.emplace_back();
+            std::istringstream words(text);
+            words >> one.name >> one.people >> one.text >> one.ties.emplace_back();
+        }
+        return all;
+    };
+    for (const auto& [left, right, answer] : cases) {
+        const auto told = mailsync::TellApart(traits(left), traits(right));
+        std::string found;
+        for (std::size_t i = 0; i < left.size(); ++i) {
+            found += told.rightOf[i]         ? std::to_string(*told.rightOf[i])
+                     : told.isUnclearLeft[i] ? "?"
+                                             : "-";
+        }
+        found += '|';
+        for (const bool isUnclear : told.isUnclearRight) found += isUnclear ? '?' : '.';
+        EXPECT_EQ(found, answer) << ::testing::PrintToString(left)
+                                 << ::testing::PrintToString(right);
+    }
+}
+
+// With the same subject, sender and recipients, and other texts than the files: nothing is removed,
+// added or marked, with and without a memory, until somebody decides.
+TEST(MailSync, LeavesAloneWhatCannotBeToldApart) {
+    MailWorld world;
+    for (const char* text : {"x", "y"})
+        world.eudora.Put(world.eudora.mails, "s", text, "i@x", false);
+    world.Deliver("s", "S", "i");
+    const sync::Report report = world.SyncWhole();
+    EXPECT_TRUE(report.changes.empty());
+    EXPECT_EQ(report.leftAlone.size(), 1u);
+    (void)world.folders.mails.Remove(world.File("s"));
+    EXPECT_EQ(world.SyncWhole().Count(sync::Side::kFolder, sync::Verb::kAdd), 2u);
+    // Numbered anew while one of them went and the other changed.
+    world.Delete("s");
+    mail::Mail& other = world.eudora.Get("s");
+    other.id = world.eudora.NextId();
+    other.body = "edited";
+    EXPECT_TRUE(world.SyncWhole().changes.empty());
 }
 
 // A list's copy and the direct one have one Message-ID: with and without a memory each finds its

@@ -9,6 +9,7 @@
 
 #include "host/mail/parse.h"
 #include "host/mailsync/execute_mail.h"
+#include "host/mailsync/tell_apart.h"
 #include "tests/host/sync_world.h"
 
 namespace host::testing {
@@ -55,7 +56,10 @@ class MemoryMails : public mail::MailSource {
         isBackedUp = isTouched = false;
     }
 
+    std::uint64_t largest = MailSource::LargestAttachment();  // that the limits let pass
+
     bool HasLimits() const override { return !hidden.empty(); }
+    std::uint64_t LargestAttachment() const override { return largest; }
     base::Status Walk(mail::Reach reach, const Visit& visit) override {
         ++walks;
         for (const mail::Mail& mail : mails) {
@@ -70,7 +74,7 @@ class MemoryMails : public mail::MailSource {
         const auto found = At(id);
         if (found == mails.end()) return std::optional<mail::MailHead>();
         m_current = &*found;
-        searches += mail::CanKeepMessageId(*MessageId());
+        searches += mail::CanKeepMessageId(*MessageId()) && MessageId() != "shared@x";
         if (unreadable.contains(id)) return base::Failed(id + " cannot be read");
         return std::optional<mail::MailHead>({found->id, found->marker});
     }
@@ -79,13 +83,24 @@ class MemoryMails : public mail::MailSource {
     base::Result<mail::Mail> Read(mail::MailParts) override {
         if (unreadable.contains(m_current->id))
             return base::Failed(m_current->id + " cannot be read");
-        return *m_current;
+        mail::Mail mail = *m_current;
+        mail.attachments.clear();
+        for (const mail::MailAttachment& one : m_current->attachments) {
+            const std::uint64_t size = m_world.disk.Get(one.path)->size();
+            if (size <= largest) {
+                mail.attachments.push_back(one);
+            } else {
+                mail.leftOut = mail.leftOut == 0 ? size : std::min(mail.leftOut, size);
+            }
+        }
+        return mail;
     }
 
     base::Result<mail::MailHead> Add(const mail::NewMail& mail, std::uint32_t status) override {
         std::vector<mail::Mail> box;
-        const mail::Mail& added = Put(box, mail.subject, mail.body, mail.messageId, true);
-        if (auto copied = CopyAttachments(mail, &box[0]); !copied) return copied.Error();
+        mail::Mail& added = Put(box, mail.subject, mail.body, mail.messageId, true);
+        added.to = mail::StoredRecipients(mail.to);
+        if (auto copied = CopyAttachments(mail, &added); !copied) return copied.Error();
         m_waiting.push_back([this, added] { mails.push_back(added); });
         (void)SetStatus(added.id, status);
         return mail::MailHead{added.id, std::to_string(status)};
@@ -174,21 +189,28 @@ struct MailWorld : SyncWorld {
         disk.MakeFolders("C:\\Attach\\");
         disk.MakeFolders("C:\\in\\");
     }
-    // A mail that a person or a program puts into the Maildir.
-    void Deliver(const std::string& subject, const std::string& flags = "", bool hasId = true,
+    // A mail that a person or a program puts into the Maildir; `id` begins its Message-ID, if it
+    // has one.
+    void Deliver(const std::string& subject, const std::string& flags, const std::string& id,
                  const std::string& where = "") {
         const std::string name = "1." + std::to_string(++m_delivered) + ".host";
         disk.Put(
             "C:\\M\\" + where + (flags.empty() ? "new\\" + name : "cur\\" + name + "!2," + flags),
             "From: a@b\nTo: c@d\nSubject: " + subject + "\n" +
-                (hasId ? "Message-ID: <" + subject + "@x>\n" : "") +
+                (id.empty() ? "" : "Message-ID: <" + id + "@x>\n") +
                 "Content-Type: multipart/mixed; boundary=b\n\n--b\n\nthe text of " + subject +
                 "\n--b\nContent-Disposition: attachment; filename=a.txt\n\n" + subject +
                 "\n--b--\n");
     }
-    void Add(const std::string& subject, std::optional<std::string> messageId,
-             bool isRead = false) {
-        eudora.Put(eudora.mails, subject, "the text of " + subject, std::move(messageId), isRead);
+    mail::Mail& Add(const std::string& subject, std::optional<std::string> messageId,
+                    bool isRead = false) {
+        return eudora.Put(eudora.mails, subject, "the text of " + subject, std::move(messageId),
+                          isRead);
+    }
+    void Attach(mail::Mail& mail, std::size_t size) {
+        const std::string name = *mail.subject + ".dat";
+        disk.Put("C:\\Attach\\" + name, std::string(size, 'x'));
+        mail.attachments.push_back({name, "C:\\Attach\\" + name});
     }
     void AddMany(int count) {
         for (int i = 0; i < count; ++i) Add("m" + std::to_string(i), std::to_string(i) + "@x");
@@ -235,7 +257,7 @@ struct MailWorld : SyncWorld {
     }
 
     mailsync::MailPlan MakePlan() {
-        auto sides = mailsync::LoadMailSides(eudora, folders, memory.rows, progress);
+        auto sides = mailsync::LoadMailSides(eudora, folders, memory.rows, 1252, progress);
         mailsync::MailPlan plan;
         if (!sides) {
             plan.report.stop = {sides.Error()};
