@@ -26,23 +26,7 @@ namespace {
 constexpr const char* kWords[] = {"good", "note", "FAULT", "FAULT"};
 constexpr const char* kKeys[] = {"good", "note", "fault", "fault"};
 
-// Whether the Maildir could be synchronised; none is a note.
-doctor::Finding MaildirFinding(const Options& options) {
-    if (!options.maildir) {
-        return {doctor::Health::kNote, "Maildir", "none is named",
-                "name it with --maildir DIR or in the configuration file"};
-    }
-    const std::string eudora =
-        options.setup.eudora ? eudora::WithoutLinks(*options.setup.eudora) : "";
-    const std::string path = eudora::WithoutLinks(*options.maildir);
-    const auto checked = mailsync::CheckMaildir(platform::NativeFiles(), path, eudora);
-    if (!checked) return doctor::FaultOf("Maildir", checked.Error());
-    const bool exists = platform::NativeFiles().Exists(path);
-    return {
-        doctor::Health::kGood, "Maildir", exists ? path : path + " (made by the first sync)", {}};
-}
-
-// The findings as a list of objects.
+// The findings as one object.
 void PrintJson(const std::vector<doctor::Finding>& findings) {
     auto list = nlohmann::ordered_json::array();
     for (const doctor::Finding& finding : findings) {
@@ -51,7 +35,7 @@ void PrintJson(const std::vector<doctor::Finding>& findings) {
                         {"state", finding.state},
                         {"advice", finding.advice}});
     }
-    base::PrintText(base::JsonText(list, 2));
+    base::PrintText(base::JsonText({{"findings", std::move(list)}}, 2));
 }
 
 }  // namespace
@@ -78,8 +62,8 @@ base::ExitCode Shell(const Options& options) {
 }
 
 base::ExitCode Doctor(const Options& options) {
-    auto findings = doctor::Examine(options.setup, options.contacts);
-    findings.push_back(MaildirFinding(options));
+    const auto findings =
+        doctor::Examine(options.setup, {options.contacts, options.maildir, options.state});
     if (options.json) {
         PrintJson(findings);
     } else {
