@@ -8,6 +8,7 @@
 #include "host/base/paths.h"
 #include "host/base/progress.h"
 #include "host/cli/mail_table.h"
+#include "host/cli/output.h"
 #include "host/cli/workplace.h"
 #include "host/mail/compose.h"
 #include "host/mail/eudora_mails.h"
@@ -141,23 +142,23 @@ std::string WrongNumber(const std::string& text, std::int32_t most) {
     return "must be off or a number from 0 to " + std::to_string(most) + ", not " + text;
 }
 
-nlohmann::ordered_json NumberOrNull(bool limits, std::int32_t number) {
-    return limits ? nlohmann::ordered_json(number) : nlohmann::ordered_json();
+nlohmann::json NumberOrNull(bool limits, std::int32_t number) {
+    return limits ? nlohmann::json(number) : nlohmann::json();
 }
 
-// The limits that hold, in words or as JSON, in which a limit that is off is null.
-void Print(const Options& options, const translator::MailLimits& limits, bool changed) {
-    if (options.json) {
-        const nlohmann::ordered_json answer{
-            {"changed", changed},
-            {"ageDays", NumberOrNull(limits.limitsAge, limits.ageDays)},
-            {"sizeKB", NumberOrNull(limits.limitsSize, limits.sizeKB)},
-            {"attachments", limits.attachments},
-            {"attachmentSizeKB", NumberOrNull(limits.limitsAttachments, limits.attachmentKB)}};
-        base::PrintLine(base::JsonText(answer));
-    } else if (!options.quiet) {
-        base::PrintLine((changed ? "" : "nothing changed: ") + translator::DescribeLimits(limits));
-    }
+// The limits that hold, in words and as JSON, in which a limit that is off is null.
+Output LimitsOutput(const translator::MailLimits& limits, bool changed) {
+    Output output;
+    if (changed) output.code = base::ExitCode::kChangesMade;
+    output.lines.push_back((changed ? "" : "nothing changed: ") +
+                           translator::DescribeLimits(limits));
+    output.Finish(
+        {{"changed", changed},
+         {"ageDays", NumberOrNull(limits.limitsAge, limits.ageDays)},
+         {"sizeKB", NumberOrNull(limits.limitsSize, limits.sizeKB)},
+         {"attachments", limits.attachments},
+         {"attachmentSizeKB", NumberOrNull(limits.limitsAttachments, limits.attachmentKB)}});
+    return output;
 }
 
 }  // namespace
@@ -196,13 +197,17 @@ base::ExitCode ExportMail(const Options& options) {
     MailExport target(PlaceOf(options, progress), options.toFolder);
     const auto done = target.Run(workplace);
     progress.Show({});
-    for (const std::string& note : target.Notes()) base::PrintError(note);
-    OrEnd(done);
-    if (!options.quiet) {
-        base::PrintLine(std::to_string(target.Count()) + " mails exported to " + options.toFolder);
+    Output output = ExportOutput(target.Count(), Subject::kMails, options.toFolder);
+    if (options.quiet) output.lines.clear();
+    output.errors = target.Notes();
+    if (target.HasLeftOut()) output.code = base::ExitCode::kFailed;
+    if (!done) {
+        output.lines.clear();
+        output.code = done.Error().exit;
+        output.errors.push_back(done.Error().Message());
     }
-    if (target.HasLeftOut()) return base::ExitCode::kFailed;
-    return target.Count() > 0 ? base::ExitCode::kChangesMade : base::ExitCode::kNothingToDo;
+    output.Finish({{"exported", target.Count()}});
+    return Say(output, options);
 }
 
 base::ExitCode ConfigureMail(const Options& options) {
@@ -222,8 +227,9 @@ base::ExitCode ConfigureMail(const Options& options) {
     const auto after = OrEnd(translator::ReadMailLimits(session, selection));
     const bool changed = after != before;
     if (changed) OrEnd(session.SaveSettings(selection));
-    Print(options, after, changed);
-    return changed ? base::ExitCode::kChangesMade : base::ExitCode::kNothingToDo;
+    Output output = LimitsOutput(after, changed);
+    if (options.quiet) output.lines.clear();
+    return Say(output, options);
 }
 
 std::string WrongDays(const std::string& text) {

@@ -23,7 +23,7 @@ struct Output {
     std::vector<std::string> errors = {};
     nlohmann::ordered_json json = nlohmann::ordered_json::object();
 
-    // Fills `json` from the code, the errors and `body`.
+    // Fills `json` from the code, the errors and `body`; docs/json.md describes the result.
     void Finish(nlohmann::json body);
 };
 
@@ -32,10 +32,11 @@ Output RefusalOutput(const base::Failure& failure);
 Output BackupsOutput(const std::vector<backup::Backup>& backups);
 // `id` is the restored backup, `before` the one of the files that it replaced.
 Output RestoreOutput(const std::string& id, const backup::Backup& before);
-Output ExportOutput(std::size_t contacts, const std::string& toFolder);
 
-// Which sync a report is of.
+// Which records a report is of.
 enum class Subject { kContacts, kMails };
+
+Output ExportOutput(std::size_t count, Subject subject, const std::string& toFolder);
 
 // The result of a sync; `countsOnly` leaves out the lines for single contacts and mails.
 Output SyncOutput(const sync::Report& report, Subject subject, bool countsOnly);

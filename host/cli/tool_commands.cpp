@@ -8,6 +8,7 @@
 
 #include "host/base/output.h"
 #include "host/base/paths.h"
+#include "host/cli/output.h"
 #include "host/cli/workplace.h"
 #include "host/dialogs/terminal_dialogs.h"
 #include "host/doctor/doctor.h"
@@ -26,16 +27,16 @@ namespace {
 constexpr const char* kWords[] = {"good", "note", "FAULT", "FAULT"};
 constexpr const char* kKeys[] = {"good", "note", "fault", "fault"};
 
-// The findings as one object.
-void PrintJson(const std::vector<doctor::Finding>& findings) {
-    auto list = nlohmann::ordered_json::array();
+// The findings as a list of objects.
+nlohmann::json ToJson(const std::vector<doctor::Finding>& findings) {
+    auto list = nlohmann::json::array();
     for (const doctor::Finding& finding : findings) {
         list.push_back({{"health", kKeys[static_cast<int>(finding.health)]},
                         {"what", finding.what},
                         {"state", finding.state},
                         {"advice", finding.advice}});
     }
-    base::PrintText(base::JsonText({{"findings", std::move(list)}}, 2));
+    return list;
 }
 
 }  // namespace
@@ -64,24 +65,19 @@ base::ExitCode Shell(const Options& options) {
 base::ExitCode Doctor(const Options& options) {
     const auto findings =
         doctor::Examine(options.setup, {options.contacts, options.maildir, options.state});
-    if (options.json) {
-        PrintJson(findings);
-    } else {
-        for (const doctor::Finding& finding : findings) {
-            if (options.quiet && finding.health == doctor::Health::kGood) continue;
-            base::PrintLine(std::string(kWords[static_cast<int>(finding.health)]) + "  " +
-                            finding.what + ": " + finding.state);
-            if (!finding.advice.empty()) base::PrintLine("       -> " + finding.advice);
-        }
+    constexpr base::ExitCode kCodes[] = {base::ExitCode::kNothingToDo, base::ExitCode::kNothingToDo,
+                                         base::ExitCode::kRefused, base::ExitCode::kFailed};
+    Output output;
+    for (const doctor::Finding& finding : findings) {
+        if (options.quiet && finding.health == doctor::Health::kGood) continue;
+        output.lines.push_back(std::string(kWords[static_cast<int>(finding.health)]) + "  " +
+                               finding.what + ": " + finding.state);
+        if (!finding.advice.empty()) output.lines.push_back("       -> " + finding.advice);
     }
-    switch (std::ranges::max(findings, {}, &doctor::Finding::health).health) {
-        case doctor::Health::kBroken:
-            return base::ExitCode::kFailed;
-        case doctor::Health::kFault:
-            return base::ExitCode::kRefused;
-        default:
-            return base::ExitCode::kNothingToDo;
-    }
+    const auto worst = std::ranges::max(findings, {}, &doctor::Finding::health).health;
+    output.code = kCodes[static_cast<int>(worst)];
+    output.Finish({{"findings", ToJson(findings)}});
+    return Say(output, options);
 }
 
 }  // namespace host::cli

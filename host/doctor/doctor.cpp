@@ -368,10 +368,11 @@ Finding FaultOf(std::string what, const base::Failure& failure) {
 
 std::vector<Finding> Examine(const eudora::SetupOptions& options, const Places& places) {
     std::vector<Finding> findings{StateFinding()};
+    const bool hasFolder = findings.back().health == Health::kGood;
     eudora::SetupOptions reading = options;
     // Without a folder of its own kvsync still examines the rest, as a dry run does.
-    reading.writesNothing = findings.back().health != Health::kGood;
-    if (!reading.writesNothing || places.state) {
+    reading.writesNothing = !hasFolder;
+    if (hasFolder || places.state) {
         const fs::path state = places.state ? base::ToPath(*places.state).parent_path()
                                             : base::ToPath(*eudora::StateFolder());
         findings.push_back(BackupsFinding(base::FromPath(state / "backups")));
