@@ -43,7 +43,9 @@ have() {
 
 run 4 configure mail --age off --size off --attachments on
 run 4 sync
-run 0 sync
+# As cron and the timer call it.
+run 0 sync --quiet --wait 300
+[[ ! -s out ]] || fail "a run with nothing to do says: $(cat out)"
 
 if have khard; then
     mkdir -p config/khard
@@ -116,12 +118,12 @@ if have mu; then
 fi
 
 if have mutt; then
-    printf 'set folder=%s/M spoolfile=%s/M mbox_type=Maildir copy=no use_envelope_from=no from=a@example.org\nset sendmail="%s/kvsync-outbox.sh"\n' \
+    printf 'set folder=%s/M spoolfile=%s/M mbox_type=Maildir copy=no write_bcc=yes from=a@example.org\nset sendmail="%s/kvsync-outbox.sh"\n' \
         "$here" "$here" "$docs" >muttrc
-    echo "See you there." | mutt -F muttrc -s "By mutt" bob@example.org || fail "mutt"
+    echo "See you there." | mutt -F muttrc -s "By mutt" -b eve@example.org bob@example.org || fail "mutt"
     run 4 sync
     grep -q "^queue in Eudora's Out: By mutt" out || fail "mutt's mail: $(cat out)"
-    grep -q 'By mutt' E/Out.mbx || fail "Eudora's Out"
+    grep -q 'By mutt' E/Out.mbx && grep -q '^Bcc: eve@example.org' E/Out.mbx || fail "Eudora's Out"
     grep -rq 'By mutt' M/.Sent/cur || fail ".Sent"
     run 0 sync
 fi
