@@ -42,7 +42,7 @@ host/contactsync     host/base host/translator host/state host/backup host/conta
 host/mailsync        platform/os host/base host/maildir host/state host/backup host/mail host/sync mailbox text
 host/dialogs         platform/os host/base text
 host/shell           platform/os platform/kvutil frame/interface host/base host/translator text
-host/doctor          platform/os host/base host/eudora host/translator
+host/doctor          platform/os host/base host/eudora host/translator host/maildir host/state host/backup host/contacts host/mailsync mailbox
 host/cli             platform/os platform/kvutil host text
 host                 platform/os host/base host/cli
 docs                 platform/os platform/kvutil frame/interface

@@ -228,7 +228,7 @@ base::ExitCode Act(CLI::App& app, std::vector<std::string> arguments, Options& o
     std::ranges::reverse(arguments);
     app.parse(std::move(arguments));
     if (asked == nullptr) throw Misuse("no command is given");
-    if (asked->run == nullptr) return PrintCompletion(app, options.what);
+    if (asked->run == nullptr) return PrintCompletion(app, options);
     ReadConfiguration(options);
     const translator::ModuleMessages messages;
     if (options.verbose) g_bEnableLog = 1;
@@ -250,6 +250,8 @@ base::ExitCode RunApplication(std::vector<std::string> arguments) {
     AddCommonOptions(app, options, On::kFolders);
     app.set_version_flag("--version", std::string("kvsync ") + kVersion);
     std::string misuse;
+    // An option behind one that makes no sense is not parsed.
+    const bool asksForJson = std::ranges::find(arguments, "--json") != arguments.end();
     try {
         return Act(app, std::move(arguments), options);
     } catch (const CLI::Success& asked) {
@@ -265,8 +267,9 @@ base::ExitCode RunApplication(std::vector<std::string> arguments) {
         }
         misuse = ended.failure.Message();
     }
-    base::PrintError(misuse + " (kvsync --help shows the usage)");
-    return base::ExitCode::kUsage;
+    options.json = asksForJson;
+    return Say(RefusalOutput({base::ExitCode::kUsage, misuse + " (kvsync --help shows the usage)"}),
+               options);
 }
 
 }  // namespace host::cli

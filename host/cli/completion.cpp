@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include "host/base/output.h"
+#include "host/cli/output.h"
 
 namespace host::cli {
 
@@ -84,15 +85,16 @@ std::string Fish(const std::vector<const CLI::App*>& commands) {
 
 }  // namespace
 
-base::ExitCode PrintCompletion(const CLI::App& app, const std::string& shell) {
+base::ExitCode PrintCompletion(const CLI::App& app, const Options& options) {
+    const std::string& shell = options.what;
     const auto commands = app.get_subcommands([](const CLI::App*) { return true; });
-    if (shell == "fish") {
-        base::PrintText(Fish(commands));
-    } else {
-        const std::string start =
-            shell == "zsh" ? "#compdef kvsync\nautoload -U +X bashcompinit && bashcompinit\n" : "";
-        base::PrintText(start + Bash(commands));
-    }
+    const std::string start =
+        shell == "zsh" ? "#compdef kvsync\nautoload -U +X bashcompinit && bashcompinit\n" : "";
+    const std::string script = shell == "fish" ? Fish(commands) : start + Bash(commands);
+    Output output;
+    output.Finish({{"shell", shell}, {"script", script}});
+    if (options.json) return Say(output, options);
+    base::PrintText(script);
     return base::ExitCode::kNothingToDo;
 }
 

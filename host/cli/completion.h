@@ -1,8 +1,6 @@
 #pragma once
 
-#include <string>
-
-#include "host/base/failure.h"
+#include "host/cli/options.h"
 
 namespace CLI {
 class App;
@@ -10,7 +8,8 @@ class App;
 
 namespace host::cli {
 
-// Prints a script that completes the command line of `app` in a shell: "bash", "zsh" or "fish".
-base::ExitCode PrintCompletion(const CLI::App& app, const std::string& shell);
+// Prints a script that completes the command line of `app` in the shell that the options name:
+// "bash", "zsh" or "fish".
+base::ExitCode PrintCompletion(const CLI::App& app, const Options& options);
 
 }  // namespace host::cli

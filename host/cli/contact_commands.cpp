@@ -45,7 +45,7 @@ nlohmann::ordered_json ToJson(const Contact& contact) {
 std::string JsonList(const std::vector<Contact>& contacts) {
     auto list = nlohmann::ordered_json::array();
     for (const Contact& contact : contacts) list.push_back(ToJson(contact));
-    return base::JsonText(list, 2);
+    return base::JsonText({{"contacts", std::move(list)}}, 2);
 }
 
 // The width of a column for that field.
@@ -167,15 +167,19 @@ base::ExitCode ConfigureContacts(const Options& options) {
         options.setup.nicknameFile
             ? OrEnd(session.Select(file))
             : SelectInDialog(session, file, "name the file with --nickname-file FILE");
+    Output output;
     if (!isChosen) {
-        if (!options.quiet) base::PrintLine("nothing changed");
-        return base::ExitCode::kNothingToDo;
+        output.Finish({{"nicknameFile", nullptr}});
+        if (!options.quiet) output.lines.emplace_back("nothing changed");
+        return Say(output, options);
     }
     OrEnd(eudora::CheckNicknameFile(workplace.Setup(), file, false));
     OrEnd(translator::TranslatorSession::OpenContacts(workplace.Module(), file));
     OrEnd(eudora::RememberNicknameFile(workplace.Setup(), file));
-    if (!options.quiet) base::PrintLine("contacts are kept in " + base::ToUtf8(file));
-    return base::ExitCode::kChangesMade;
+    output.code = base::ExitCode::kChangesMade;
+    if (!options.quiet) output.lines.push_back("contacts are kept in " + base::ToUtf8(file));
+    output.Finish({{"nicknameFile", base::ToUtf8(file)}});
+    return Say(output, options);
 }
 
 }  // namespace host::cli

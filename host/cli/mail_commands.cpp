@@ -171,24 +171,24 @@ std::string WrongNumber(const std::string& text, std::int32_t most) {
     return "must be off or a number from 0 to " + std::to_string(most) + ", not " + text;
 }
 
-nlohmann::ordered_json NumberOrNull(bool limits, std::int32_t number) {
-    return limits ? nlohmann::ordered_json(number) : nlohmann::ordered_json();
+nlohmann::json NumberOrNull(bool limits, std::int32_t number) {
+    return limits ? nlohmann::json(number) : nlohmann::json();
 }
 
-// The limits that hold, in words or as JSON, in which a limit that is off is null.
-void Print(const Options& options, const translator::MailLimits& limits, bool changed) {
-    if (options.json) {
-        const nlohmann::ordered_json answer{
-            {"changed", changed},
-            {"ageDays", NumberOrNull(limits.limitsAge, limits.ageDays)},
-            {"sizeKB", NumberOrNull(limits.limitsSize, limits.sizeKB)},
-            {"attachments", limits.attachments},
-            {"attachmentSizeKB", NumberOrNull(limits.limitsAttachments, limits.attachmentKB)}};
-        base::PrintLine(base::JsonText(answer));
-    } else if (!options.quiet) {
-        base::PrintLine((changed || options.show ? "" : "nothing changed: ") +
-                        translator::DescribeLimits(limits));
-    }
+// The limits that hold, in words and as JSON, by a change or only asked for,, in which a limit that
+// is off is null.
+Output LimitsOutput(const translator::MailLimits& limits, bool changed, bool isAsked) {
+    Output output;
+    if (changed) output.code = base::ExitCode::kChangesMade;
+    output.lines.push_back((changed || isAsked ? "" : "nothing changed: ") +
+                           translator::DescribeLimits(limits));
+    output.Finish(
+        {{"changed", changed},
+         {"ageDays", NumberOrNull(limits.limitsAge, limits.ageDays)},
+         {"sizeKB", NumberOrNull(limits.limitsSize, limits.sizeKB)},
+         {"attachments", limits.attachments},
+         {"attachmentSizeKB", NumberOrNull(limits.limitsAttachments, limits.attachmentKB)}});
+    return output;
 }
 
 }  // namespace
@@ -261,10 +261,7 @@ base::ExitCode ConfigureMail(const Options& options) {
         OrEnd(translator::TranslatorSession::Create(workplace.Module(), translator::kMailKind));
     const auto selection = OrEnd(translator::SelectMail(session, workplace.Setup(), options.show));
     const auto before = OrEnd(translator::ReadMailLimits(session, selection));
-    if (options.show) {
-        Print(options, before, false);
-        return base::ExitCode::kNothingToDo;
-    }
+    if (options.show) return Say(LimitsOutput(before, false, true), options);
     if (options.limits.IsEmpty()) {
         std::string asked = selection;
         SelectInDialog(session, asked,
@@ -276,8 +273,9 @@ base::ExitCode ConfigureMail(const Options& options) {
     const auto after = OrEnd(translator::ReadMailLimits(session, selection));
     const bool changed = after != before;
     if (changed) OrEnd(session.SaveSettings(selection));
-    Print(options, after, changed);
-    return changed ? base::ExitCode::kChangesMade : base::ExitCode::kNothingToDo;
+    Output output = LimitsOutput(after, changed, false);
+    if (options.quiet) output.lines.clear();
+    return Say(output, options);
 }
 
 std::string WrongDays(const std::string& text) {

@@ -8,6 +8,7 @@
 #include "host/base/paths.h"
 #include "host/mail/encoded_words.h"
 #include "host/mail/mail_text.h"
+#include "platform/os/clock.h"
 #include "text/ascii.h"
 #include "text/calendar.h"
 
@@ -32,6 +33,14 @@ std::string Header(const Text& text) {
 Text DateOf(const mail::Mail& mail) {
     const auto date = mail.date ? text::FromOleDate(*mail.date) : std::nullopt;
     return date ? text::IsoText(*date) : Text();
+}
+
+// The same with the zone that held then: "2026-11-24T17:05:00+01:00".
+Json ZonedDate(const mail::Mail& mail) {
+    const auto date = mail.date ? text::FromOleDate(*mail.date) : std::nullopt;
+    if (!date) return nullptr;
+    const std::string zone = text::ZoneText(platform::NativeClock().UtcOffset(*date));
+    return text::IsoText(*date) + zone.substr(0, 3) + ':' + zone.substr(3);
 }
 
 bool IsSent(const mail::Mail& mail) {
@@ -97,7 +106,7 @@ std::string MailJson(const mail::Mail& mail, bool whole) {
     json["cc"] = Decoded(mail.cc);
     json["bcc"] = Decoded(mail.bcc);
     json["subject"] = Decoded(mail.subject);
-    json["date"] = Value(DateOf(mail));
+    json["date"] = ZonedDate(mail);
     json["status"] = Value(StatusWord(mail));
     json["messageId"] = Value(mail.messageId);
     json["size"] = mail.size;

@@ -257,14 +257,16 @@ Output RefusalOutput(const base::Failure& failure) {
 Output ExportOutput(std::size_t contacts, const std::string& toFolder) {
     Output output;
     if (contacts > 0) output.code = base::ExitCode::kChangesMade;
-    output.lines.push_back(std::to_string(contacts) + " contacts exported to " + toFolder);
+    output.lines.push_back(Counted(contacts, "contact") + " exported to " + toFolder);
     output.Finish({{"exported", contacts}});
     return output;
 }
 
 base::ExitCode Say(const Output& output, const Options& options) {
     if (options.json) {
-        base::PrintLine(base::JsonText(output.json));
+        auto json = output.json;
+        if (options.rules.dryRun) json["dryRun"] = true;
+        base::PrintLine(base::JsonText(json));
     } else {
         for (const std::string& line : output.lines) base::PrintLine(line);
     }
@@ -327,12 +329,14 @@ Output ConflictsOutput(const sync::Preview& preview, Subject subject) {
 
 Output Collected(const std::vector<std::pair<std::string, Output>>& books) {
     Output all;
+    json told = json::object();
     for (const auto& [name, book] : books) {
         all.code = Worse(all.code, book.code);
         for (const std::string& line : book.lines) all.lines.push_back(name + ": " + line);
         for (const std::string& line : book.errors) all.errors.push_back(name + ": " + line);
-        all.json[name] = book.json;
+        told[name] = book.json;
     }
+    all.Finish({{"books", std::move(told)}});
     return all;
 }
 
@@ -341,14 +345,13 @@ Output Joined(const Output& contacts, const Output& mails) {
     joined.code = Worse(contacts.code, mails.code);
     Append(joined.lines, mails.lines);
     Append(joined.errors, mails.errors);
-    joined.json = {{"contacts", contacts.json}, {"mail", mails.json}};
+    joined.Finish({{"contacts", contacts.json}, {"mail", mails.json}});
     return joined;
 }
 
 void TellEudora(Output& status, const base::Status& free,
                 const std::vector<eudora::OutsideName>& outside, bool followLinks) {
-    status.json["eudoraRuns"] = !free;
-    auto& paths = status.json["leaveTheFolder"] = Json::array();
+    auto paths = Json::array();
     if (!free) status.lines.push_back("locked: " + free.Error().Message());
     for (const eudora::OutsideName& name : outside) {
         const auto failure = eudora::LeadsOutside(name);
@@ -360,6 +363,9 @@ void TellEudora(Output& status, const base::Status& free,
             status.code = Worse(status.code, base::ExitCode::kRefused);
         }
     }
+    status.json["eudoraRuns"] = !free;
+    status.json["leaveTheFolder"] = std::move(paths);
+    status.Finish(status.json);
 }
 
 }  // namespace host::cli

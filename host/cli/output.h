@@ -22,7 +22,7 @@ struct Output {
     std::vector<std::string> errors = {};
     nlohmann::ordered_json json = nlohmann::ordered_json::object();
 
-    // Fills `json` from the code, the errors and `body`.
+    // Fills `json` from the code, the errors and `body`; docs/json.md describes the result.
     void Finish(nlohmann::json body);
 };
 
@@ -30,9 +30,10 @@ struct Output {
 std::string Counted(std::size_t count, const char* what);
 // A failure that kept a command from its work.
 Output RefusalOutput(const base::Failure& failure);
+
 Output ExportOutput(std::size_t contacts, const std::string& toFolder);
 
-// Which sync a report is of.
+// Which records a report is of.
 enum class Subject { kContacts, kMails };
 
 // The result of a sync; `countsOnly` leaves out the lines for single contacts and mails,

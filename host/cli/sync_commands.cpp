@@ -61,7 +61,7 @@ enum class Task { kSync, kStatus, kConflicts, kForget };
 // where nobody can answer.
 bool Agrees(const std::string& what, const Options& options) {
     if (options.yes) return true;
-    if (!platform::IsTerminal(platform::Stream::kInput)) {
+    if (options.json || !platform::IsTerminal(platform::Stream::kInput)) {
         throw Ended(
             base::Refused("nobody can be asked whether to forget " + what, "say it with --yes"));
     }
@@ -87,12 +87,12 @@ Output ForgetMemory(Opened opened, const state::Sides& sides, Subject subject,
     const std::string what = std::to_string(count) +
                              (subject == Subject::kContacts ? " contacts" : " mails") +
                              " between " + sides.eudora + " and " + sides.folder;
-    if (count == 0 || !Agrees(what, options)) {
-        return {{}, {"nothing is forgotten of " + what}};
-    }
-    OrEnd(memory->Forget());
-    Output output{base::ExitCode::kChangesMade, {"forgotten: " + what}};
-    output.Finish({{"forgotten", count}});
+    const bool forgets = count > 0 && Agrees(what, options);
+    if (forgets) OrEnd(memory->Forget());
+    Output output;
+    if (forgets) output.code = base::ExitCode::kChangesMade;
+    output.lines.push_back((forgets ? "forgotten: " : "nothing is forgotten of ") + what);
+    output.Finish({{"forgotten", forgets ? count : 0}});
     return output;
 }
 
@@ -195,7 +195,11 @@ Output RunMail(Workplace& workplace, const Options& options, const sync::Command
                Task task) {
     // Before the translator is asked for mails, which takes files and on Windows Eudora's start.
     const auto can = mail::CanParseMail();
-    if (!can && task != Task::kSync) return {{}, {"mails: " + can.Error().Message()}};
+    if (!can && task != Task::kSync) {
+        Output output{{}, {"mails: " + can.Error().Message()}};
+        output.Finish({{"lines", output.lines}});
+        return output;
+    }
     OrEnd(can);
     const eudora::Setup& setup = workplace.Setup();
     OrEnd(eudora::RefuseMailsElsewhere(setup));

@@ -8,6 +8,7 @@
 
 #include "host/base/output.h"
 #include "host/base/paths.h"
+#include "host/cli/output.h"
 #include "host/cli/workplace.h"
 #include "host/dialogs/terminal_dialogs.h"
 #include "host/doctor/doctor.h"
@@ -26,32 +27,16 @@ namespace {
 constexpr const char* kWords[] = {"good", "note", "FAULT", "FAULT"};
 constexpr const char* kKeys[] = {"good", "note", "fault", "fault"};
 
-// Whether the Maildir could be synchronised; none is a note.
-doctor::Finding MaildirFinding(const Options& options) {
-    if (!options.maildir) {
-        return {doctor::Health::kNote, "Maildir", "none is named",
-                "name it with --maildir DIR or in the configuration file"};
-    }
-    const std::string eudora =
-        options.setup.eudora ? eudora::WithoutLinks(*options.setup.eudora) : "";
-    const std::string path = eudora::WithoutLinks(*options.maildir);
-    const auto checked = mailsync::CheckMaildir(platform::NativeFiles(), path, eudora);
-    if (!checked) return doctor::FaultOf("Maildir", checked.Error());
-    const bool exists = platform::NativeFiles().Exists(path);
-    return {
-        doctor::Health::kGood, "Maildir", exists ? path : path + " (made by the first sync)", {}};
-}
-
 // The findings as a list of objects.
-void PrintJson(const std::vector<doctor::Finding>& findings) {
-    auto list = nlohmann::ordered_json::array();
+nlohmann::json ToJson(const std::vector<doctor::Finding>& findings) {
+    auto list = nlohmann::json::array();
     for (const doctor::Finding& finding : findings) {
         list.push_back({{"health", kKeys[static_cast<int>(finding.health)]},
                         {"what", finding.what},
                         {"state", finding.state},
                         {"advice", finding.advice}});
     }
-    base::PrintText(base::JsonText(list, 2));
+    return list;
 }
 
 }  // namespace
@@ -78,26 +63,21 @@ base::ExitCode Shell(const Options& options) {
 }
 
 base::ExitCode Doctor(const Options& options) {
-    auto findings = doctor::Examine(options.setup, options.contacts);
-    findings.push_back(MaildirFinding(options));
-    if (options.json) {
-        PrintJson(findings);
-    } else {
-        for (const doctor::Finding& finding : findings) {
-            if (options.quiet && finding.health == doctor::Health::kGood) continue;
-            base::PrintLine(std::string(kWords[static_cast<int>(finding.health)]) + "  " +
-                            finding.what + ": " + finding.state);
-            if (!finding.advice.empty()) base::PrintLine("       -> " + finding.advice);
-        }
+    const auto findings =
+        doctor::Examine(options.setup, {options.contacts, options.maildir, options.state});
+    constexpr base::ExitCode kCodes[] = {base::ExitCode::kNothingToDo, base::ExitCode::kNothingToDo,
+                                         base::ExitCode::kRefused, base::ExitCode::kFailed};
+    Output output;
+    for (const doctor::Finding& finding : findings) {
+        if (options.quiet && finding.health == doctor::Health::kGood) continue;
+        output.lines.push_back(std::string(kWords[static_cast<int>(finding.health)]) + "  " +
+                               finding.what + ": " + finding.state);
+        if (!finding.advice.empty()) output.lines.push_back("       -> " + finding.advice);
     }
-    switch (std::ranges::max(findings, {}, &doctor::Finding::health).health) {
-        case doctor::Health::kBroken:
-            return base::ExitCode::kFailed;
-        case doctor::Health::kFault:
-            return base::ExitCode::kRefused;
-        default:
-            return base::ExitCode::kNothingToDo;
-    }
+    const auto worst = std::ranges::max(findings, {}, &doctor::Finding::health).health;
+    output.code = kCodes[static_cast<int>(worst)];
+    output.Finish({{"findings", ToJson(findings)}});
+    return Say(output, options);
 }
 
 }  // namespace host::cli

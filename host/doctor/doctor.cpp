@@ -4,12 +4,17 @@
 #include <filesystem>
 #include <iterator>
 
+#include "host/base/contact.h"
 #include "host/base/paths.h"
+#include "host/doctor/folders.h"
+#include "host/doctor/mailbox_state.h"
+#include "host/doctor/text_check.h"
 #include "host/eudora/nickname_file.h"
 #include "host/eudora/outside_names.h"
 #include "host/translator/in_box.h"
 #include "host/translator/translator_host.h"
 #include "host/translator/translator_session.h"
+#include "mailbox/toc_file.h"
 #include "platform/os/system.h"
 
 namespace host::doctor {
@@ -18,15 +23,21 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// The folder, or the nearest one above it that exists.
+fs::path ExistingPart(const std::string& folder) {
+    std::error_code ignored;
+    fs::path existing = base::ToPath(folder);
+    while (!existing.empty() && !fs::exists(existing, ignored) && existing.has_relative_path()) {
+        existing = existing.parent_path();
+    }
+    return existing;
+}
+
 // The nearest folder that exists must be one to write into.
 Finding StateFinding() {
     const auto folder = eudora::StateFolder();
     if (!folder) return FaultOf("kvsync's own folder", folder.Error());
-    std::error_code ignored;
-    fs::path existing = base::ToPath(*folder);
-    while (!existing.empty() && !fs::exists(existing, ignored) && existing.has_relative_path()) {
-        existing = existing.parent_path();
-    }
+    const fs::path existing = ExistingPart(*folder);
     const auto info = platform::NativeFiles().Stat(base::FromPath(existing));
     if (info && info->isFolder && !info->isReadOnly) {
         return {Health::kGood, "kvsync's own folder", *folder, {}};
@@ -51,6 +62,7 @@ Finding BundleFinding(const std::string& folder, const std::string& language) {
     std::string found;
     bool hasLanguage = false;
     if (auto entries = platform::NativeFiles().List(folder, "kvlEUD*.dll")) {
+        std::ranges::sort(*entries, {}, &platform::FolderEntry::name);
         for (const auto& entry : *entries) {
             found += (found.empty() ? "" : ", ") + entry.name;
             hasLanguage = hasLanguage || entry.name == "kvlEUD" + language + ".dll";
@@ -67,28 +79,9 @@ Finding BundleFinding(const std::string& folder, const std::string& language) {
     return {Health::kGood, "language bundles", found, {}};
 }
 
-// A missing folder is only a note: the first sync makes it.
-Finding ContactsFinding(const std::optional<std::string>& folder) {
-    if (!folder) {
-        return {Health::kNote, "folder of vCards", "none is named",
-                "name it with --contacts DIR or in the configuration file"};
-    }
-    const auto info = platform::NativeFiles().Stat(*folder);
-    if (!info) {
-        return {Health::kNote, "folder of vCards", *folder + " does not exist yet",
-                "check the path; the first sync makes it"};
-    }
-    if (!info->isFolder) {
-        return {Health::kFault, "folder of vCards", *folder + " is no folder", "name a folder"};
-    }
-    if (info->isReadOnly) {
-        return {Health::kFault, "folder of vCards", *folder + " cannot be written",
-                "give yourself write permission there"};
-    }
-    return {Health::kGood, "folder of vCards", *folder, {}};
-}
-
 constexpr const char* kMapi = "SOFTWARE\\Microsoft\\Windows Messaging Subsystem";
+constexpr const char* kMendMailbox =
+    "bring back both files (kvsync backups), or let Eudora rebuild the table from the text";
 constexpr const char* kUnreadable =
     "copy the file to another disk, or put back a backup (kvsync backups)";
 
@@ -101,13 +94,18 @@ class Examination {
 
     std::vector<Finding> Run(bool canStart) {
         m_canWrite = Tell(FolderFinding());
-        Tell({Health::kGood, "code page", std::to_string(m_system.codePage), {}});
         m_isFree = Tell(LockFinding());
         TellLinks();
         if (canStart) Start();
         Tell(MapiFinding());
         TellInBox();
+        if (m_isFree) {
+            TellMailbox(mailbox::kOutBox, "out-box");
+            TellMailbox(mailbox::kTrash, "Trash");
+        }
         TellNicknameFiles();
+        Tell(CodePageFinding());
+        TellSpace();
         return std::move(m_findings);
     }
 
@@ -174,8 +172,9 @@ class Examination {
     base::Status ReadInBox() {
         if (auto ready = translator::CheckInBox(m_setup); !ready) return ready;
         if (auto pair = translator::CheckInBoxPair(m_setup); !pair) return pair;
-        // On Windows that would start Eudora.
-        if (!m_module || !m_hasMapi || base::UsesWindowsPaths()) return {};
+        // On Windows that would start Eudora, and it makes a folder Attach that is missing.
+        const bool hasAttach = m_system.files.Exists(m_setup.eudoraFolder + "\\Attach");
+        if (!m_module || !m_hasMapi || !hasAttach || base::UsesWindowsPaths()) return {};
         std::string selection;
         auto session = translator::SelectInBox(*m_module, m_setup, true, selection);
         return session ? session->Open() : base::Status(session.Error());
@@ -190,7 +189,7 @@ class Examination {
         }
         const auto read = ReadInBox();
         if (read) {
-            Tell({Health::kGood, "in-box", "In.mbx and In.toc", {}});
+            TellMailbox(mailbox::kInBox, "in-box");
             return;
         }
         Finding finding = FaultOf("in-box", read.Error());
@@ -203,7 +202,60 @@ class Examination {
         Tell(std::move(finding));
     }
 
-    // The file that a run works on is read to its end.
+    // Examines the two files of a mailbox. One that has neither is made when it is needed.
+    void TellMailbox(const mailbox::MailboxKind& kind, const char* what) {
+        const std::string name(kind.name);
+        const std::string stem = m_setup.eudoraFolder + '\\' + name;
+        const bool hasText = m_system.files.Exists(stem + ".mbx");
+        if (hasText != m_system.files.Exists(stem + ".toc")) {
+            const std::string missing = name + (hasText ? ".toc" : ".mbx");
+            Tell({Health::kFault, what, missing + " is missing", kMendMailbox});
+        } else if (hasText) {
+            Tell(MailboxFinding(stem, name, what));
+        }
+    }
+
+    Finding MailboxFinding(const std::string& stem, const std::string& name, const char* what) {
+        using platform::OpenMode;
+        using platform::Share;
+        const auto mbx = m_system.files.Open(stem + ".mbx", OpenMode::kRead, Share::kReadWrite);
+        if (!mbx) return FaultOf(what, mbx.Error());
+        const auto toc = m_system.files.Open(stem + ".toc", OpenMode::kRead, Share::kReadWrite);
+        if (!toc) return FaultOf(what, toc.Error());
+        const auto header = mailbox::ReadTocHeader(**toc);
+        if (header && header->IsMacintosh()) {
+            return {Health::kFault, what, name + ".toc was written by Eudora for Macintosh",
+                    "let Eudora for Windows import that mailbox first"};
+        }
+        const auto state = ExamineMailbox(
+            **mbx, **toc, [this](std::string_view text, bool isCut) { m_mails.Add(text, isCut); });
+        if (!state)
+            return {Health::kBroken, what, base::Failure(state.Error()).Cause(), kUnreadable};
+        std::string told = name + ".mbx and " + name + ".toc, " + Counted(state->inHeader, "mail") +
+                           " by the table's header, " + Counted(state->blocks, "block") + ", " +
+                           Counted(state->separators, "separator line") + " in the text";
+        if (state->AgreesInAll()) return {Health::kGood, what, std::move(told), {}};
+        if (state->misplaced > 0)
+            told += "; " + Counted(state->misplaced, "block") + " without a mail";
+        if (state->beyond > 0) {
+            told += "; " + Counted(state->beyond, "mail") + " longer than the text goes";
+        }
+        const bool isShort = state->inHeader > state->blocks;
+        if (isShort || state->misplaced > 0 || state->beyond > 0 || !state->takesMails) {
+            if (!state->takesMails)
+                told += "; what stands behind the counted blocks is none of ours";
+            return {Health::kFault, what, std::move(told), kMendMailbox};
+        }
+        if (state->separators == state->inHeader) {
+            return {
+                Health::kNote, what, told + "; the next run writes over the blocks too many", {}};
+        }
+        return {Health::kNote, what,
+                told + "; lines that no block names are removed mails, or text that looks like one",
+                "nothing has to be done; Special > Compact Mailboxes in Eudora removes such mails"};
+    }
+
+    // Each nickname file is read to its end.
     Finding BookFinding(const std::string& path, bool isInUse) {
         const char* const what = isInUse ? "nickname file in use" : "nickname file";
         if (const auto checked = eudora::CheckNicknameFile(m_setup, path, m_canWrite); !checked) {
@@ -211,22 +263,89 @@ class Examination {
             if (!isInUse) finding.health = Health::kNote;
             return finding;
         }
-        if (isInUse && m_module) {
-            const auto opened = translator::TranslatorSession::OpenContacts(*m_module, path);
-            if (!opened) return {Health::kBroken, what, opened.Error().Cause(), kUnreadable};
-        }
-        return {Health::kGood, what, base::ToUtf8(path), {}};
+        const std::string shown = base::ToUtf8(path);
+        if (!m_module) return {Health::kNote, what, shown + ", not read: see the translator", {}};
+        const auto count = CountContacts(path);
+        if (count) return {Health::kGood, what, shown + ", " + Counted(*count, "contact"), {}};
+        return {isInUse ? Health::kBroken : Health::kNote, what, count.Error().Cause(),
+                kUnreadable};
     }
 
-    // Examines all nickname files in Eudora's folder, the one in use to its end.
+    // The number of contacts; their texts are looked at.
+    base::Result<std::size_t> CountContacts(const std::string& path) {
+        auto session = translator::TranslatorSession::OpenContacts(*m_module, path);
+        if (!session) return session.Error();
+        std::size_t count = 0;
+        for (auto found = session->MoveFirst();; found = session->MoveNext(), ++count) {
+            if (!found) return found.Error();
+            if (!*found) return count;
+            for (std::size_t field = 1; field <= base::kFieldCount; ++field) {
+                auto text = session->Text(std::to_string(field));
+                if (!text) return text.Error();
+                std::string bytes = text->value_or("");
+                std::erase_if(bytes, [](char byte) { return byte == '\x03'; });
+                m_contacts.Add(bytes);
+            }
+        }
+    }
+
+    // Examines all nickname files in Eudora's folder.
     void TellNicknameFiles() {
         const auto chosen = eudora::ChooseNicknameFile(m_options, m_setup);
         if (!chosen) Tell(FaultOf("nickname file", chosen.Error()));
-        const auto paths = eudora::AllNicknameFiles(m_setup);
-        for (const std::string& path : paths) Tell(BookFinding(path, chosen && *chosen == path));
-        if (!paths.empty() || !chosen) return;
+        m_books = eudora::AllNicknameFiles(m_setup);
+        for (const std::string& path : m_books) Tell(BookFinding(path, chosen && *chosen == path));
+        if (!m_books.empty() || !chosen) return;
         Tell({Health::kFault, "nickname file", "none in " + m_setup.eudoraShown,
               "start Eudora once, or check that this is its folder"});
+    }
+
+    Finding CodePageFinding() const {
+        std::string told = std::to_string(m_system.codePage);
+        if (m_contacts.Texts() + m_mails.Texts() == 0) {
+            return {Health::kNote, "code page", told + ", and no text to hold it against", {}};
+        }
+        told += ", " + m_contacts.Share() + " texts of contacts and " + m_mails.Share() +
+                " senders and subjects of mails are none of it";
+        if (m_contacts.Strange() + m_mails.Strange() == 0) {
+            return {Health::kGood, "code page", std::move(told), {}};
+        }
+        return {Health::kNote, "code page", std::move(told),
+                "if most are in another one, name it: --code-page 932 for Japanese"};
+    }
+
+    // A backup needs room for all files that it may copy, a save for one that it writes anew.
+    void TellSpace() {
+        std::uint64_t all = 0, largest = 0;
+        for (const auto* kind : {&mailbox::kInBox, &mailbox::kOutBox, &mailbox::kTrash}) {
+            const std::string stem = m_setup.eudoraFolder + '\\' + std::string(kind->name);
+            for (const char* end : {".mbx", ".toc"}) all += SizeOf(stem + end);
+        }
+        for (const std::string& book : m_books) {
+            all += SizeOf(book);
+            largest = std::max(largest, SizeOf(book));
+        }
+        const auto state = eudora::StateFolder();
+        if (state) {
+            Tell(SpaceFinding("space for backups", base::FromPath(ExistingPart(*state)), all));
+        }
+        if (const auto native = platform::NativePathOf(m_setup.eudoraFolder)) {
+            Tell(SpaceFinding("space in Eudora's folder", *native, largest));
+        }
+    }
+
+    std::uint64_t SizeOf(const std::string& path) const {
+        const auto info = m_system.files.Stat(path);
+        return info ? info->copySize : 0;
+    }
+
+    // `folder` is a native path.
+    static Finding SpaceFinding(const char* what, const std::string& folder, std::uint64_t needed) {
+        const auto free = platform::NativeFiles().FreeSpace(folder);
+        if (!free) return {Health::kNote, what, "the system does not tell it", {}};
+        std::string told = Sized(*free) + " free, a run needs " + Sized(needed);
+        if (*free >= needed) return {Health::kGood, what, std::move(told), {}};
+        return {Health::kFault, what, std::move(told), "make room on that disk"};
     }
 
     const eudora::SetupOptions& m_options;
@@ -234,6 +353,8 @@ class Examination {
     const platform::System& m_system = platform::NativeSystem();
     std::unique_ptr<translator::TranslatorHost> m_module;
     bool m_canWrite = false, m_isFree = false, m_hasMapi = false;
+    std::vector<std::string> m_books;  // Windows paths
+    TextCheck m_contacts{m_system.codePage}, m_mails{m_system.codePage};
     std::vector<Finding> m_findings;
 };
 
@@ -245,12 +366,17 @@ Finding FaultOf(std::string what, const base::Failure& failure) {
             failure.advice};
 }
 
-std::vector<Finding> Examine(const eudora::SetupOptions& options,
-                             const std::optional<std::string>& contactsFolder) {
+std::vector<Finding> Examine(const eudora::SetupOptions& options, const Places& places) {
     std::vector<Finding> findings{StateFinding()};
+    const bool hasFolder = findings.back().health == Health::kGood;
     eudora::SetupOptions reading = options;
     // Without a folder of its own kvsync still examines the rest, as a dry run does.
-    reading.writesNothing = findings.back().health != Health::kGood;
+    reading.writesNothing = !hasFolder;
+    if (hasFolder || places.state) {
+        const fs::path state = places.state ? base::ToPath(*places.state).parent_path()
+                                            : base::ToPath(*eudora::StateFolder());
+        findings.push_back(BackupsFinding(base::FromPath(state / "backups")));
+    }
     std::string libraryFolder;
     findings.push_back(LibraryFinding(libraryFolder));
     bool canStart = findings.back().health == Health::kGood;
@@ -258,7 +384,8 @@ std::vector<Finding> Examine(const eudora::SetupOptions& options,
         findings.push_back(BundleFinding(libraryFolder, options.language.value_or("EN")));
         canStart = canStart && findings.back().health != Health::kFault;
     }
-    findings.push_back(ContactsFinding(contactsFolder));
+    findings.push_back(ContactsFinding(places.contacts));
+    findings.push_back(MaildirFinding(places.maildir, options.eudora));
     auto setup = eudora::Prepare(reading);
     if (!setup) {
         Finding fault = FaultOf("Eudora", setup.Error());

@@ -1,0 +1,76 @@
+#include "host/doctor/mailbox_state.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "mailbox/append.h"
+#include "mailbox/toc_file.h"
+
+namespace host::doctor {
+
+namespace {
+
+constexpr std::string_view kSeparator = "\nFrom ???@??? ";
+constexpr std::size_t kWidth = 63;  // of a sender or a subject in a block
+
+// Calls `found` with the offset of each separator line, in their order. The line end in front of
+// the first one is missing.
+platform::Status FindSeparators(platform::File& mbx, std::uint64_t size,
+                                const std::function<void(std::uint64_t)>& found) {
+    constexpr std::uint64_t kPiece = 1 << 20;
+    std::string piece;
+    for (std::uint64_t start = 0; start < size; start += kPiece) {
+        // A line that begins in this piece may end in the next one.
+        piece.resize(kPiece + kSeparator.size() - 1);
+        const auto count = mbx.ReadAt(start, piece);
+        if (!count) return count.Error();
+        piece.resize(*count);
+        if (start == 0 && piece.starts_with(kSeparator.substr(1))) found(0);
+        for (std::size_t at = 0; (at = piece.find(kSeparator, at)) != piece.npos; ++at) {
+            found(start + at + 1);
+        }
+    }
+    return {};
+}
+
+}  // namespace
+
+platform::Result<MailboxState> ExamineMailbox(
+    platform::File& mbx, platform::File& toc,
+    const std::function<void(std::string_view, bool)>& seen) {
+    const auto header = mailbox::ReadTocHeader(toc);
+    if (!header) return header.Error();
+    const auto tocSize = toc.Size(), mbxSize = mbx.Size();
+    if (!tocSize) return tocSize.Error();
+    if (!mbxSize) return mbxSize.Error();
+    MailboxState state;
+    state.inHeader = header->wNumberOfMsgs;
+    state.blocks =
+        (std::max<std::uint64_t>(*tocSize, mailbox::kTocHeaderSize) - mailbox::kTocHeaderSize) /
+        mailbox::kMsgBlockSize;
+    state.takesMails = mailbox::CheckLeftovers(toc, *header, *mbxSize).HasValue();
+    std::vector<std::uint64_t> starts;
+    std::string bytes(mailbox::kMsgBlockSize, '\0');
+    for (std::uint32_t i = 0; i < std::min(state.inHeader, state.blocks); ++i) {
+        const auto read = toc.ReadAt(mailbox::BlockOffset(i), bytes);
+        if (!read) return read.Error();
+        const auto block = mailbox::MsgBlock::Decode(bytes);
+        for (const std::string& text : {block.szFrom, block.szSubject}) {
+            seen(text, text.size() >= kWidth);
+        }
+        state.beyond += block.End() > *mbxSize ? 1 : 0;
+        starts.push_back(block.dwOffset);
+    }
+    std::ranges::sort(starts);
+    state.misplaced = starts.size();
+    auto next = starts.begin();
+    const auto found = FindSeparators(mbx, *mbxSize, [&](std::uint64_t offset) {
+        ++state.separators;
+        while (next != starts.end() && *next < offset) ++next;
+        for (; next != starts.end() && *next == offset; ++next) --state.misplaced;
+    });
+    if (!found) return found.Error();
+    return state;
+}
+
+}  // namespace host::doctor
