@@ -100,6 +100,10 @@ class Execution {
             m_pending.forget.push_back(step.key);
             return true;
         }
+        if (step.left) {
+            m_pending.put.push_back(*step.left);
+            return true;
+        }
         contacts::StoredContact inEudora{step.eudora.known, step.eudora.values, {}},
             inFolder{step.folder.known, step.folder.values, step.uid, step.beyond};
         if (step.folder.verb != Verb::kNone) inFolder = state.inFolder;

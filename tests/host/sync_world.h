@@ -18,7 +18,12 @@ struct SyncWorld {
     platform::testing::FaultyFiles files{disk};
     platform::testing::FixedClock clock;
     base::Progress progress{clock, nullptr};
-    sync::Options options{sync::Prefer::kBoth, sync::DeleteLimit{1000, false}};
+    sync::Options options;
+
+    SyncWorld() {
+        options.prefer = sync::Prefer::kBoth;
+        options.maxDelete = sync::Limit{1000, false};
+    }
 
     base::Status Strike(const std::string& what) {
         return files.Strikes() ? files.Injected(what) : base::Status();
