@@ -354,6 +354,7 @@ class Planner {
             if (nickname.empty()) nickname = DisplayName(held, "contact");
             nickname = m_stores.eudora.Nickname(nickname, std::string(base::kOlderMark));
             if (!IsAccepted(step, copy)) return false;
+            step.inPart.Remove(Field::kNickname);
             nickname = copy[Field::kNickname] = FreeNickname(nickname);
             step.folder = {Verb::kAdd, {}, copy, {}, folderIsOlder ? older.item.id : ""};
             m_plan.steps.push_back(std::move(step));
