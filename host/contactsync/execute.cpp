@@ -1,5 +1,6 @@
 #include "host/contactsync/execute.h"
 
+#include <algorithm>
 #include <optional>
 #include <unordered_map>
 
@@ -277,6 +278,7 @@ base::Result<Sides> LoadSides(const contacts::Stores& stores, const state::Remem
                           sides.passedOver);
     }
     if (!status) return status.Error();
+    std::ranges::sort(sides.passedOver);
     return sides;
 }
 
