@@ -282,9 +282,15 @@ TEST(ContactSync, BringsBothSidesIntoStepWhateverFails) {
                 EXPECT_EQ(Lines(world, kFolder),
                           *test.folderAfter == '=' ? test.eudoraAfter : test.folderAfter);
             };
+            const std::size_t before[] = {world.Of(kEudora).size(), world.Of(kFolder).size()};
             world.files.Arm(fault, n);
             const sync::Report report = world.Sync();
             const bool fired = world.files.Disarm();
+            for (const sync::Side side : {kEudora, kFolder}) {
+                EXPECT_EQ(world.Of(side).size() + report.Count(side, sync::Verb::kRemove),
+                          before[side == kFolder] + report.Count(side, sync::Verb::kAdd))
+                    << "what was done is told";
+            }
             EXPECT_EQ(world.disk.OpenCount(), 0);
             if (report.errors.empty()) {
                 expectInStep();
@@ -433,6 +439,20 @@ TEST(ContactSync, PlansInProportionToTheContacts) {
         return world.eudora.asked;
     };
     EXPECT_LT(work(200), 3 * work(100));
+}
+
+TEST(ContactSync, AFullDiskEndsTheRunWithOneLine) {
+    ContactWorld world;
+    for (const char* nickname : {"a", "b", "c", "d", "e"}) world.Put(kEudora, "", C(nickname));
+    world.disk.LimitDisk(500);
+    const sync::Report report = world.Sync();
+    const std::string stored = std::to_string(world.Of(kFolder).size());
+    EXPECT_EQ(report.Count(kFolder, sync::Verb::kAdd), world.Of(kFolder).size());
+    EXPECT_EQ(report.undone + report.changes.size(), 5u);
+    EXPECT_THAT(report.errors,
+                ::testing::ElementsAre(::testing::StartsWith(stored + " of 5 stored, ")));
+    world.disk.LimitDisk(std::nullopt);
+    EXPECT_EQ(world.Sync().changes.size() + report.changes.size(), 5u);
 }
 
 TEST(VdirContacts, LeavesWhatSomebodyElseChangedMeanwhile) {
