@@ -128,7 +128,7 @@ class Planner {
                 plan.report.stop = {
                     base::Refused("so to settle " + m_options.resolve->name +
                                       " changes the side that the direction leaves alone",
-                                  "allow it with --direction both")};
+                                  "take the other side, or change the configured direction")};
             }
             return plan;
         }
