@@ -137,7 +137,7 @@ base::Result<std::string> VdirContacts::Put(const std::string& name, vcard::Card
                                             const base::Contact& values, base::FieldSet which) {
     for (const std::string& leftover : m_leftovers) (void)m_files.Delete(PathOf(leftover));
     m_leftovers.clear();
-    vcard::WriteFields(card, Hold(values), which, m_seen[name], m_clock.Now());
+    vcard::WriteFields(card, Hold(values), which, m_clock.Now(), m_seen[name]);
     const std::string side = PathOf(std::string(kSidePrefix).append(name).append(kSideSuffix));
     auto written = platform::WriteWhole({m_files, PathOf(name), side}, card.Serialise());
     if (!written) return written.Error();

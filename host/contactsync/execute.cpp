@@ -1,5 +1,6 @@
 #include "host/contactsync/execute.h"
 
+#include <algorithm>
 #include <optional>
 #include <unordered_map>
 
@@ -105,6 +106,10 @@ class Execution {
         if (state.failed) return true;
         if (step.forget) {
             m_pending.forget.push_back(step.key);
+            return true;
+        }
+        if (step.left) {
+            m_pending.put.push_back(*step.left);
             return true;
         }
         contacts::StoredContact inEudora{step.eudora.known, step.eudora.values, {}},
@@ -280,6 +285,7 @@ base::Result<Sides> LoadSides(const contacts::Stores& stores, const state::Remem
                           sides.passedOver);
     }
     if (!status) return status.Error();
+    std::ranges::sort(sides.passedOver);
     return sides;
 }
 

@@ -64,7 +64,9 @@ std::string CarryEdit(const std::string& before, const std::string& after, const
     for (std::size_t i = last, size = 0; i > first && size + sizes[i - 1] <= back;) {
         size += sizes[--i];
         // A mark that Eudora drops belongs to the character in front of it.
-        if (sizes[i] > 0) last = i, inBack = size;
+        if (sizes[i] == 0) continue;
+        last = i;
+        inBack = size;
     }
     for (; last < full.size(); ++last) end += full[last];
     for (std::size_t i = inFront; i < now.size() - inBack; ++i) start += now[i];

@@ -128,7 +128,7 @@ class Planner {
                 plan.report.stop = {
                     base::Refused("so to settle " + m_options.resolve->name +
                                       " changes the side that the direction leaves alone",
-                                  "allow it with --direction both")};
+                                  "take the other side, or change the configured direction")};
             }
             return plan;
         }
@@ -181,18 +181,22 @@ class Planner {
 
     // What becomes of a contact that is gone from the other side.
     enum class Fate { kRemove, kBringBack, kWait };
-    Fate FateOf(const StoredContact& left, Side side, const RememberedPair& pair) {
+    Fate FateOf(const StoredContact& left, Side side, const RememberedPair& pair,
+                const std::string& name) {
         if (left.isStandIn) return Fate::kWait;
         if (left.contact == (side == Side::kFolder ? pair.folder : pair.eudora).contact) {
             return m_options.resolve ? Fate::kWait : Fate::kRemove;
         }
         if (HasNoFavourite()) return Fate::kBringBack;
-        const auto winner = Favourite(NameOfVanished(pair));
+        const auto winner = Favourite(name);
         if (!winner) return Fate::kWait;
         return *winner == side ? Fate::kBringBack : Fate::kRemove;
     }
+    // No other contact of Eudora's has it: where the nickname waits, what is remembered is an old
+    // one.
     static std::string NameOfVanished(const RememberedPair& pair) {
-        return DisplayName(pair.eudora.contact, pair.eudora.item.id);
+        const auto& [id, marker] = pair.eudora.item;
+        return marker.starts_with(kWaits) ? id : DisplayName(pair.eudora.contact, id);
     }
 
     // A contact that is gone from Eudora keeps its nickname as long as that waits: another one
@@ -202,7 +206,8 @@ class Planner {
             const auto& [eudora, folder, isIntended] = pairing.known[i];
             if (eudora || !folder) continue;
             const RememberedPair& pair = m_remembered.pairs[i];
-            const Fate fate = FateOf(m_sides.folder[*folder], Side::kFolder, pair);
+            const Fate fate =
+                FateOf(m_sides.folder[*folder], Side::kFolder, pair, NameOfVanished(pair));
             const bool isDone = fate == Fate::kRemove      ? MayChange(Side::kFolder)
                                 : fate == Fate::kBringBack ? MayChange(Side::kEudora)
                                                            : false;
@@ -277,14 +282,14 @@ class Planner {
                       const RememberedPair& pair) {
         const bool inFolder = folder != nullptr;
         const Side side = inFolder ? Side::kFolder : Side::kEudora;
-        Step step{pair.key, NameOfVanished(pair)};
+        Step step{pair.key, eudora != nullptr ? NameOf(*eudora) : NameOfVanished(pair)};
         step.forget = true;
         if (!inFolder && eudora == nullptr) {
             m_plan.steps.push_back(std::move(step));
             return;
         }
         const StoredContact& left = inFolder ? *folder : *eudora;
-        const Fate fate = FateOf(left, side, pair);
+        const Fate fate = FateOf(left, side, pair, step.name);
         const Contact& before = (inFolder ? pair.folder : pair.eudora).contact;
         const auto changed = base::Differing(left.contact, before);
         const std::string gone = inFolder ? "in Eudora" : "in the folder",
@@ -292,22 +297,31 @@ class Planner {
         if (m_options.resolve && m_options.resolve->name == step.name && !changed.IsEmpty()) {
             m_isResolved = true;
         }
-        if (fate == Fate::kWait && !left.isStandIn && !changed.IsEmpty()) {
-            m_plan.report.conflicts.push_back(
-                {step.name, "removed " + gone + ", changed " + there + ": " +
-                                ForEach(changed, "; ", [&](Field field) {
-                                    return ": " + Quoted(left.contact[field]) + ", was " +
-                                           Quoted(before[field]);
-                                })});
-        } else if (fate == Fate::kRemove && MayChange(side, step.name, "removed")) {
+        if (fate == Fate::kRemove && MayChange(side, step.name, "removed")) {
             (inFolder ? step.folder : step.eudora) = {Verb::kRemove, left.item, left.contact};
             m_plan.steps.push_back(std::move(step));
-        } else if (fate == Fate::kBringBack) {
+        } else if (fate == Fate::kBringBack &&
+                   MayChange(inFolder ? Side::kEudora : Side::kFolder, step.name, "kept")) {
             if (HasNoFavourite()) {
                 m_plan.report.conflicts.push_back(
                     {step.name, "deleted " + gone + " and changed " + there + ": kept"});
             }
             inFolder ? AddToEudora(*folder, pair.key) : AddToFolder(*eudora, pair.key);
+        } else if (!left.isStandIn && !changed.IsEmpty()) {
+            if (fate == Fate::kWait) {
+                const auto values = [&](Field field) {
+                    return ": " + Quoted(left.contact[field]) + ", was " + Quoted(before[field]);
+                };
+                m_plan.report.conflicts.push_back({step.name, "removed " + gone + ", changed " +
+                                                                  there + ": " +
+                                                                  ForEach(changed, "; ", values)});
+            }
+            // It is known again by what it is called and holds now, which may change once more.
+            step.forget = false;
+            step.left = pair;
+            (inFolder ? step.left->folder : step.left->eudora).item = {
+                left.item.id, std::string(kWaits).append(base::BeyondNickname(left.contact))};
+            if (*step.left != pair) m_plan.steps.push_back(std::move(step));
         }
     }
 
@@ -340,6 +354,7 @@ class Planner {
             if (nickname.empty()) nickname = DisplayName(held, "contact");
             nickname = m_stores.eudora.Nickname(nickname, std::string(base::kOlderMark));
             if (!IsAccepted(step, copy)) return false;
+            step.inPart.Remove(Field::kNickname);
             nickname = copy[Field::kNickname] = FreeNickname(nickname);
             step.folder = {Verb::kAdd, {}, copy, {}, folderIsOlder ? older.item.id : ""};
             m_plan.steps.push_back(std::move(step));

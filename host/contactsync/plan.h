@@ -38,7 +38,9 @@ struct Step {
     std::optional<std::size_t> needs = {};  // a step without which this one must not happen
     std::string renamedTo = {};             // the new nickname, when the step is a rename
     base::FieldSet waiting = {};            // fields that stay as they are, to be found again
-    base::FieldSet inPart = {};             // fields that Eudora gets and cannot hold as they are
+    // What is remembered of a pair of which one side is gone, and the other one stays.
+    std::optional<state::RememberedPair> left = {};
+    base::FieldSet inPart = {};  // fields that Eudora gets and cannot hold as they are
 
     const SideAction& On(sync::Side side) const {
         return side == sync::Side::kEudora ? eudora : folder;

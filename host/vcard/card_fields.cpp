@@ -165,7 +165,8 @@ std::optional<std::size_t> FindField(const Card& card, base::Field field, const 
             property.name == kNames[static_cast<std::size_t>(field)] &&
             (property.name != "TEL" || property.HasType("fax") == (field == base::Field::kFax));
         if (!isIt) continue;
-        const bool isOther = base::Canonical(FieldText(property, field)) != seen;
+        const bool isOther =
+            !seen.empty() && base::Canonical(FieldText(property, field)) != seen;
         const std::pair rank(PreferenceOf(property), isOther);
         if (found && rank >= best) continue;
         found = i;
@@ -309,7 +310,7 @@ void SetUid(Card& card, const std::string& uid) {
 }
 
 void WriteFields(Card& card, const base::Contact& values, base::FieldSet which,
-                 const base::Contact& seen, std::chrono::system_clock::time_point now) {
+                 std::chrono::system_clock::time_point now, const base::Contact& seen) {
     for (base::Field field : base::kAllFields) {
         if (!which.Has(field)) continue;
         field == base::Field::kName ? SetName(card, values, seen[field])

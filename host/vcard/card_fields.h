@@ -26,7 +26,7 @@ CardContent ReadFields(const Card& card, const base::Contact& seen = {});
 // everything else stays. An empty value removes the property. FN is mandatory: without a name it is
 // DisplayName's text, which ReadFields then takes for no name.
 void WriteFields(Card& card, const base::Contact& values, base::FieldSet which,
-                 const base::Contact& seen, std::chrono::system_clock::time_point now);
+                 std::chrono::system_clock::time_point now, const base::Contact& seen = {});
 
 // Gives the card another UID.
 void SetUid(Card& card, const std::string& uid);

@@ -125,13 +125,10 @@ struct ContactWorld : SyncWorld {
     // With what failed, or the reason to stop, as the report's errors.
     sync::Report Sync() {
         contactsync::Plan plan = MakePlan();
-        if (plan.report.stop) {
-            plan.report.errors = {plan.report.stop->why.Message()};
-        } else if (!plan.IsEmpty()) {
-            plan.report.errors = contactsync::Execute(
-                plan, stores, memory, [&] { return Strike("backup"); }, progress);
-        }
-        return plan.report;
+        if (plan.report.stop) plan.report.errors = {plan.report.stop->why.Message()};
+        if (plan.report.stop || plan.IsEmpty()) return plan.report;
+        return contactsync::Execute(
+            plan, stores, memory, [&] { return Strike("backup"); }, progress);
     }
 };
 
@@ -239,6 +236,19 @@ const Case kCases[] = {
      "a<b,c|A; 12345678901234567890123456789|B; Group x|C",
      "123456789012345678901234567|B; _Group x|C; a b c|A",
      "12345678901234567890123456789|B; Group x|C; a<b,c|A"},
+    {"letters that Eudora lacks, and no name of its making", "", "",
+     "|\xC5\x81ukasz \xC5\x8A\xEF\xAC\x81|1; |\xC5\x81ukasz \xC5\x8A\xEF\xAC\x81|2",
+     "Lukasz Nfi1|Lukasz Nfi|2; Lukasz Nfi|Lukasz Nfi|1",
+     "|\xC5\x81ukasz \xC5\x8A\xEF\xAC\x81|1; |\xC5\x81ukasz \xC5\x8A\xEF\xAC\x81|2"},
+    {"an edit beside such letters", "g|\xEF\xAC\x81 \xC5\x81 x|1", "g>g|fi L yz|1", "",
+     "g|fi L yz|1", "g|\xEF\xAC\x81 \xC5\x81 yz|1"},
+    {"and in front of them", "g|x\xC5\x81|1", "g>g|yL|1", "", "g|yL|1", "g|y\xC5\x81|1"},
+    {"a conflict waits, and what else changed goes over", "a|A|1||n", "a>a|A|2|x@y|n", "a>a|B|3||n",
+     "a|B|2|x@y|n", "a|B|3|x@y|n", sync::Prefer::kNone, true, 1},
+    {"and with a first pairing", "", "a|A|1", "a|A|2||n", "a|A|1||n", "a|A|2||n",
+     sync::Prefer::kNone, true, 1},
+    {"removed here, changed there: waits", "a|A|1; b|B|1", "a>; b>b|B|2", "a>a|A|2; b>", "b|B|2",
+     "a|A|2", sync::Prefer::kNone, true, 2},
     {"a name that Eudora refuses holds nothing else up", "a|A|1", "", "a>a|...|1; b|B",
      "a|A|1; b|B", "a|...|1; b|B", sync::Prefer::kBoth, true, 0, 1},
 };
@@ -264,9 +274,15 @@ TEST(ContactSync, BringsBothSidesIntoStepWhateverFails) {
                 EXPECT_EQ(Lines(world, kFolder),
                           *test.folderAfter == '=' ? test.eudoraAfter : test.folderAfter);
             };
+            const std::size_t before[] = {world.Of(kEudora).size(), world.Of(kFolder).size()};
             world.files.Arm(fault, n);
             const sync::Report report = world.Sync();
             const bool fired = world.files.Disarm();
+            for (const sync::Side side : {kEudora, kFolder}) {
+                EXPECT_EQ(world.Of(side).size() + report.Count(side, sync::Verb::kRemove),
+                          before[side == kFolder] + report.Count(side, sync::Verb::kAdd))
+                    << "what was done is told";
+            }
             EXPECT_EQ(world.disk.OpenCount(), 0);
             if (report.errors.empty()) {
                 expectInStep();
@@ -286,9 +302,14 @@ TEST(ContactSync, BringsBothSidesIntoStepWhateverFails) {
             const contactsync::Plan again = world.MakePlan();
             EXPECT_TRUE(again.IsEmpty() && !again.report.stop);
             EXPECT_EQ(again.report.refused.size(), test.refused);
+            const auto& waiting = again.report.conflicts;
+            EXPECT_EQ(waiting.size(), test.prefer == sync::Prefer::kNone ? test.conflicts : 0u);
+            if (!waiting.empty() && waiting[0].text.starts_with("removed")) return fired;
             // A lost memory doubles nothing.
+            const std::string lines = Lines(world, kFolder);
             world.memory.rows.clear();
             world.Sync();
+            EXPECT_TRUE(*test.before != 0 || Lines(world, kFolder) == lines);
             EXPECT_EQ(world.Of(kEudora).size(), inEudora);
             EXPECT_EQ(world.Of(kFolder).size(), inFolder);
             return fired;
@@ -304,8 +325,18 @@ TEST(ContactSync, RandomEditsNeverLoseAContactAndConverge) {
         std::mt19937 random(seed);
         const auto pick = [&](std::size_t count) { return random() % count; };
         const auto number = [&](std::size_t count) { return std::to_string(pick(count)); };
+        const bool waits = seed % 2 == 0;  // every conflict, until it is resolved
+        bool isWhole = true;               // the run before
+        std::set<std::string>
+            edited;  // once in Eudora, where a rename with another edit is a new one
         int count = 0;
         std::set<std::string> notes;  // of the contacts that nobody deleted; never edited
+        std::set<std::pair<sync::Side, std::string>> removed;  // and never to come back
+        const auto isThere = [&](sync::Side side, const std::string& note) {
+            const Contents contents = world.Of(side);
+            return std::ranges::any_of(
+                contents, [&](const auto& entry) { return entry.second[Field::kNote] == note; });
+        };
         for (int edit = 0; edit < 36; ++edit) {
             const sync::Side side = pick(2) == 0 ? kEudora : kFolder;
             const Contents contents = world.Of(side);
@@ -319,11 +350,16 @@ TEST(ContactSync, RandomEditsNeverLoseAContactAndConverge) {
                 auto [id, contact] = *std::next(contents.begin(), long(pick(contents.size())));
                 const std::string fresh =
                     side == kFolder ? "common" : "r" + std::to_string(++count);
-                switch (pick(5)) {
+                const bool mayEdit =
+                    !waits || side == kFolder || edited.insert(contact[Field::kNote]).second;
+                switch (mayEdit ? pick(5) : 0) {
                     case 0:
                         // The content may live on in a copy or on a changed other side.
                         notes.erase(contact[Field::kNote]);
                         world.Remove(side, id);
+                        if (waits && isWhole && !isThere(side, contact[Field::kNote])) {
+                            removed.emplace(side, contact[Field::kNote]);
+                        }
                         continue;
                     case 1:
                         contact[Field::kNickname] = fresh;
@@ -339,10 +375,47 @@ TEST(ContactSync, RandomEditsNeverLoseAContactAndConverge) {
             if (pick(3) != 0) continue;
             world.eudora.changedAt = {};
             if (pick(2) == 0) world.eudora.changedAt = world.eudora.changedAt.max();
-            if (pick(3) == 0) world.files.Arm(Fault::kKill, 1 + int(pick(40)));
-            world.Sync();
+            world.options.prefer = waits ? sync::Prefer::kNone : sync::Prefer::kBoth;
+            using Way = sync::Direction;
+            const sync::Side unchanged = pick(2) == 0 ? kEudora : kFolder;
+            const Way oneWay = unchanged == kEudora ? Way::kPull : Way::kPush;
+            world.options.direction = pick(3) == 0 ? Way::kBoth : oneWay;
+            const Contents before = world.Of(unchanged);
+            if (pick(3) == 0 && seed % 4 != 0) world.files.Arm(Fault::kKill, 1 + int(pick(40)));
+            isWhole = world.Sync().errors.empty();
+            if (isWhole) edited.clear();
             world.files.Disarm();
+            EXPECT_TRUE(world.options.direction != oneWay || world.Of(unchanged) == before);
+            for (const auto& [where, note] : removed) EXPECT_FALSE(isThere(where, note)) << note;
+            for (const sync::Side at : {kEudora, kFolder}) {
+                std::set<std::string> once;
+                for (const auto& [id, contact] : world.Of(at)) {
+                    EXPECT_TRUE(once.insert(contact[Field::kNote]).second || seed % 4 != 0)
+                        << "two of " << contact[Field::kNote];
+                }
+            }
         }
+        world.options.direction = sync::Direction::kBoth;
+        world.Sync();
+        std::erase_if(notes, [&](const std::string& note) {
+            return isThere(kEudora, note) || isThere(kFolder, note);
+        });
+        EXPECT_THAT(notes, IsEmpty()) << "what is lost";
+        // One conflict after the other is resolved, and nothing else is done.
+        for (auto plan = world.MakePlan();
+             waits && !plan.report.stop && !plan.report.conflicts.empty();) {
+            const auto& [name, text] = plan.report.conflicts[pick(plan.report.conflicts.size())];
+            EXPECT_TRUE(plan.IsEmpty());
+            world.options.resolve = {name, pick(2) == 0 ? kEudora : kFolder};
+            const sync::Report report = world.Sync();
+            if (report.stop) break;
+            EXPECT_EQ(report.changes.size(), 1u) << name << ": " << text;
+            world.options.resolve.reset();
+            auto next = world.MakePlan();
+            EXPECT_EQ(next.report.conflicts.size() + 1, plan.report.conflicts.size());
+            plan = std::move(next);
+        }
+        world.options.resolve.reset();
         world.Sync();
         const contactsync::Plan again = world.MakePlan();
         if (again.report.stop) continue;  // a side that is empty stops every run on purpose
@@ -379,6 +452,20 @@ TEST(Deletions, HaveALimit) {
         EXPECT_EQ(sync::DeletionsAllowed(total, sync::ParseLimit(limit)), allowed)
             << total << ", " << limit;
     }
+}
+
+TEST(ContactSync, AFullDiskEndsTheRunWithOneLine) {
+    ContactWorld world;
+    for (const char* nickname : {"a", "b", "c", "d", "e"}) world.Put(kEudora, "", C(nickname));
+    world.disk.LimitDisk(500);
+    const sync::Report report = world.Sync();
+    const std::string stored = std::to_string(world.Of(kFolder).size());
+    EXPECT_EQ(report.Count(kFolder, sync::Verb::kAdd), world.Of(kFolder).size());
+    EXPECT_EQ(report.undone + report.changes.size(), 5u);
+    EXPECT_THAT(report.errors,
+                ::testing::ElementsAre(::testing::StartsWith(stored + " of 5 stored, ")));
+    world.disk.LimitDisk(std::nullopt);
+    EXPECT_EQ(world.Sync().changes.size() + report.changes.size(), 5u);
 }
 
 TEST(VdirContacts, LeavesWhatSomebodyElseChangedMeanwhile) {
