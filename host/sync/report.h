@@ -35,8 +35,8 @@ struct Act {
 struct Change {
     struct OnSide {
         Verb verb = Verb::kNone;
-        std::string name;       // what a person knows it by on that side
-        base::FieldSet fields;  // of a contact that is changed
+        std::string name;         // what a person knows it by on that side
+        base::FieldSet fields;    // of a contact that is changed
         base::FieldSet inPart{};  // that the side cannot hold as they are
     };
     std::string name;

@@ -165,8 +165,7 @@ std::optional<std::size_t> FindField(const Card& card, base::Field field, const 
             property.name == kNames[static_cast<std::size_t>(field)] &&
             (property.name != "TEL" || property.HasType("fax") == (field == base::Field::kFax));
         if (!isIt) continue;
-        const bool isOther =
-            !seen.empty() && base::Canonical(FieldText(property, field)) != seen;
+        const bool isOther = !seen.empty() && base::Canonical(FieldText(property, field)) != seen;
         const std::pair rank(PreferenceOf(property), isOther);
         if (found && rank >= best) continue;
         found = i;
