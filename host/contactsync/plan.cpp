@@ -359,9 +359,9 @@ class Planner {
             step.folder = {Verb::kAdd, {}, copy, {}, folderIsOlder ? older.item.id : ""};
             m_plan.steps.push_back(std::move(step));
         }
-        m_plan.report.conflicts.push_back(
-            {NameOf(older), "changed on both sides (" + fields + "): both kept, the older one of " +
-                                (folderIsOlder ? "the folder" : "Eudora") + " marked"});
+        m_plan.report.notes.push_back(NameOf(older) + ": changed on both sides (" + fields +
+                                      "): both kept, the older one of " +
+                                      (folderIsOlder ? "the folder" : "Eudora") + " marked");
         return true;
     }
 
@@ -409,7 +409,7 @@ class Planner {
         if (folder.isStandIn) return;
         Merge merge(eudora.contact, folder.contact, pair, isIntended, m_stores);
         const std::size_t stepsBefore = m_plan.steps.size();
-        const std::size_t conflictsBefore = m_plan.report.conflicts.size();
+        const std::size_t notesBefore = m_plan.report.notes.size();
         if (!Resolve(merge, eudora, folder)) return;
         for (const auto& [side, fields] :
              {std::pair(Side::kEudora, merge.toEudora), {Side::kFolder, merge.toFolder}}) {
@@ -428,7 +428,7 @@ class Planner {
             if (m_plan.steps.size() > stepsBefore) merge.HoldBack(merge.toFolder);
             merge.HoldBack(merge.toEudora);
             m_plan.steps.resize(stepsBefore);
-            m_plan.report.conflicts.resize(conflictsBefore);
+            m_plan.report.notes.resize(notesBefore);
             step.eudora = Changed(eudora, merge.eudora, merge.toEudora, merge.old.eudora);
         }
         step.folder = Changed(folder, merge.folder, merge.toFolder, merge.old.folder);
