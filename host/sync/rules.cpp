@@ -127,11 +127,12 @@ base::Result<backup::Restored> Restore(const CommandPlace& place, const std::str
     return BackupsOf(place).Restore(id, wanted, forget);
 }
 
-base::Result<std::vector<backup::Backup>> PruneBackups(const CommandPlace& place) {
+base::Result<std::vector<backup::Backup>> PruneBackups(const CommandPlace& place,
+                                                       const std::string& eudoraFolder) {
     const bool hasState = place.files.Exists(place.stateFile);
     auto lock = state::LockState(place.files, place.stateFile, hasState);
     if (!lock) return lock.Error();
-    return BackupsOf(place).Prune(place.backupSpace);
+    return BackupsOf(place).Prune(place.backupSpace, {}, eudoraFolder);
 }
 
 }  // namespace host::sync
