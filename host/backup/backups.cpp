@@ -448,7 +448,8 @@ base::Result<std::string> Backups::SourceOf(const Backup& backup, const BackupFi
         }
     }
     return base::RefusedFor(
-        file.path, "was written anew after backup " + backup.id + ", which knows its length alone",
+        file.path,
+        "was removed or written anew after backup " + backup.id + ", which knows its length alone",
         "put back a backup that holds all of it (kvsync backups --show ID)");
 }
 

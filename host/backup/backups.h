@@ -112,8 +112,9 @@ class Backups {
     //
     // kRefused, with nothing changed, for an unknown id, a backup that holds nothing of what is
     // wanted, and a place that is gone, leads elsewhere now or cannot be written. `ready`, if
-    // given, is called with what is about to happen before the first file changes; its failure ends
-    // the restore. A failure after that leaves some files restored and the others as they were.
+    // given, is called before the first file changes with what is wanted of the backup and what is
+    // about to happen, even if that is nothing; its failure ends the restore. A failure after that
+    // leaves some files restored and the others as they were.
     using Ready = std::function<base::Status(const Backup&, const Restored&)>;
     base::Result<Restored> Restore(const std::string& id, const Wanted& wanted = {},
                                    const Ready& ready = nullptr);
