@@ -355,6 +355,7 @@ base::Result<std::vector<Backup>> Backups::List(const std::string& eudoraFolder)
     auto entries = m_files.List(m_folder, "*");
     if (!entries) return entries.Error();
     for (const platform::FolderEntry& entry : *entries) {
+        if (!IsId(entry.name)) continue;
         auto backup = ReadManifest(entry.name);
         if (backup && IsOf(*backup, eudoraFolder)) backups.push_back(*std::move(backup));
     }
@@ -363,8 +364,7 @@ base::Result<std::vector<Backup>> Backups::List(const std::string& eudoraFolder)
 }
 
 base::Result<Backup> Backups::Find(const std::string& id, const std::string& eudoraFolder) {
-    const bool isName = id.find_first_of("/\\:") == std::string::npos && !id.starts_with('.');
-    auto backup = isName ? ReadManifest(id) : platform::Failure{ErrorCode::kNotFound, id};
+    auto backup = IsId(id) ? ReadManifest(id) : platform::Failure{ErrorCode::kNotFound, id};
     if (backup && !IsOf(*backup, eudoraFolder)) {
         return base::Refused("backup " + id + " is of " + EudoraFolderOf(m_files, *backup) +
                                  ", not of " + eudoraFolder,

@@ -1,6 +1,8 @@
 #include "host/cli/backup_commands.h"
 
 #include <algorithm>
+#include <chrono>
+#include <cstdlib>
 
 #include "host/base/output.h"
 #include "host/base/paths.h"

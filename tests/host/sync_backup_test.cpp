@@ -53,7 +53,7 @@ TEST(Backups, ASetComesBackWholeAndInItsOrder) {
                 {{"C:\\e\\Out.mbx", kGrowing}, "old out", "old out, and more"},
                 {{"C:\\e\\nndbase.txt"}, "book", "new book"},
                 {{"C:\\e\\N\\nndbase.txt"}, "other book", "new other"},
-                {{"C:\\c\\a.vcf", kCard}, "card", "new card"},
+                {{"C:\\c\\backup.json", kCard}, "card", "new card"},
                 {{"C:\\m\\cur\\1.x!2,S", kMail}, "mail", ""}};
     std::vector<backup::Origin> origins;
     for (const auto& file : kSet) origins.push_back(file.origin);
@@ -67,6 +67,7 @@ TEST(Backups, ASetComesBackWholeAndInItsOrder) {
         }
         machine.files.Arm(fault, n);
         auto made = machine.backups.Make(origins, "test", {"C:\\e", "", "C:\\m"});
+        machine.disk.Crash();
         if (!made && fault != test::Fault::kKill) {
             const auto left = machine.disk.List("C:\\state\\backups", "1*");
             EXPECT_TRUE(!left || left->empty()) << left->front().name;
