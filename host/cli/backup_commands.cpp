@@ -147,7 +147,9 @@ Output RestoreOutput(const std::string& id, const backup::Restored& restored, bo
 std::string NamedEudora(const Options& options) {
     if (options.setup.eudora) return eudora::WithoutLinks(*options.setup.eudora);
     if (!options.setup.winePrefix) return {};
-    const auto setup = OrEnd(eudora::Prepare(options.setup));
+    eudora::SetupOptions looking = options.setup;
+    looking.writesNothing = true;
+    const auto setup = OrEnd(eudora::Prepare(looking));
     return platform::NativePathOf(setup.eudoraFolder).value_or(setup.eudoraShown);
 }
 
