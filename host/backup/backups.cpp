@@ -262,7 +262,7 @@ std::string Backups::FreeName(const Backup& backup, const std::string& origin) c
     const std::string own = NameOf(m_files, origin);
     std::string name = own;
     for (auto number = backup.files.size();
-         name == kManifest || !m_files.IsFree(PathOf(backup.id, name)); ++number) {
+         name == kManifest || m_files.Exists(PathOf(backup.id, name)); ++number) {
         name = std::to_string(number) + own;
     }
     return name;
@@ -349,40 +349,51 @@ base::Result<Backup> Backups::ReadManifest(const std::string& id) {
     }
 }
 
-base::Result<std::vector<Backup>> Backups::List() {
+base::Result<std::vector<Backup>> Backups::List(const std::string& eudoraFolder) {
     std::vector<Backup> backups;
     if (!m_files.Exists(m_folder)) return backups;
     auto entries = m_files.List(m_folder, "*");
     if (!entries) return entries.Error();
     for (const platform::FolderEntry& entry : *entries) {
+        if (!IsId(entry.name)) continue;
         auto backup = ReadManifest(entry.name);
-        if (backup) backups.push_back(*std::move(backup));
+        if (backup && IsOf(*backup, eudoraFolder)) backups.push_back(*std::move(backup));
     }
     std::ranges::sort(backups, {}, &Backup::id);
     return backups;
 }
 
-base::Result<Backup> Backups::Find(const std::string& id) {
-    const bool isName = id.find_first_of("/\\:") == std::string::npos && !id.starts_with('.');
-    auto backup = isName ? ReadManifest(id) : platform::Failure{ErrorCode::kNotFound, id};
+base::Result<Backup> Backups::Find(const std::string& id, const std::string& eudoraFolder) {
+    auto backup = IsId(id) ? ReadManifest(id) : platform::Failure{ErrorCode::kNotFound, id};
+    if (backup && !IsOf(*backup, eudoraFolder)) {
+        return base::Refused("backup " + id + " is of " + EudoraFolderOf(m_files, *backup) +
+                                 ", not of " + eudoraFolder,
+                             "name that Eudora, or none");
+    }
     if (backup || backup.Error().code != ErrorCode::kNotFound) return backup;
     return base::Refused("there is no backup " + id + "; `kvsync backups` lists them");
 }
 
 base::Result<std::vector<Backup>> Backups::Prune(
-    std::uint64_t space, std::optional<std::chrono::system_clock::time_point> began) {
+    std::uint64_t space, std::optional<std::chrono::system_clock::time_point> began,
+    const std::string& eudoraFolder) {
     constexpr std::size_t kNewest = 10;
     const std::string oldest = TimeName(m_clock.Now() - std::chrono::days(30));
-    auto backups = List();
+    auto backups = List(eudoraFolder);
     if (!backups) return backups;
     std::uint64_t sum = 0;
-    for (const Backup& backup : *backups) sum += backup.CopiedBytes();
+    std::unordered_map<std::string, std::string> newest;
+    for (const Backup& backup : *backups) {
+        sum += backup.CopiedBytes();
+        newest[EudoraFolderOf(m_files, backup)] = backup.id;
+    }
     std::vector<Backup> gone;
-    for (std::size_t i = 0; i + 1 < backups->size(); ++i) {
+    for (std::size_t i = 0; i < backups->size(); ++i) {
         Backup& backup = (*backups)[i];
+        const bool stays = newest[EudoraFolderOf(m_files, backup)] == backup.id ||
+                           (began && backup.id >= TimeName(*began));
         const bool isOld = i + kNewest < backups->size() && backup.id < oldest;
-        const bool isOfThisRun = began && backup.id >= TimeName(*began);
-        if (isOfThisRun || (!isOld && sum <= space)) continue;
+        if (stays || (!isOld && sum <= space)) continue;
         sum -= backup.CopiedBytes();
         Discard(backup.id);
         gone.push_back(std::move(backup));
@@ -398,7 +409,7 @@ std::string Backups::RealOf(const std::string& path) const {
 
 bool Backups::IsOf(const Backup& backup, const std::string& eudoraFolder) const {
     const std::string own = EudoraFolderOf(m_files, backup);
-    return own == eudoraFolder || RealOf(own) == RealOf(eudoraFolder);
+    return eudoraFolder.empty() || own == eudoraFolder || RealOf(own) == RealOf(eudoraFolder);
 }
 
 // What a restore does with one file.
@@ -437,23 +448,20 @@ base::Result<std::string> Backups::SourceOf(const Backup& backup, const BackupFi
         }
     }
     return base::RefusedFor(
-        file.path, "was written anew after backup " + backup.id + ", which knows its length alone",
+        file.path,
+        "was removed or written anew after backup " + backup.id + ", which knows its length alone",
         "put back a backup that holds all of it (kvsync backups --show ID)");
 }
 
 base::Status Backups::Choose(Backup& backup, const Wanted& wanted) const {
-    if (!wanted.eudoraFolder.empty() && !IsOf(backup, wanted.eudoraFolder)) {
-        return base::Refused("backup " + backup.id + " is of " + EudoraFolderOf(m_files, backup) +
-                                 ", not of " + wanted.eudoraFolder,
-                             "name that Eudora, or none");
-    }
     const auto isUnwanted = [&](const Origin& origin) {
         return !IsWanted(m_files, origin, wanted.only);
     };
     std::erase_if(backup.files, isUnwanted);
     std::erase_if(backup.absent, isUnwanted);
     if (wanted.only.empty() || !backup.files.empty() || !backup.absent.empty()) return {};
-    return base::Refused("backup " + backup.id + " holds nothing of " + wanted.only);
+    return base::Refused("backup " + backup.id + " holds no file of " + wanted.only,
+                         "`kvsync backups --show " + backup.id + "` lists what it holds");
 }
 
 base::Status Backups::CheckPlacing(const Placing& placing, const Wanted& wanted) const {
@@ -495,7 +503,7 @@ base::Result<std::vector<Backups::Placing>> Backups::PlanRestore(const Backup& b
 
 base::Result<Restored> Backups::Restore(const std::string& id, const Wanted& wanted,
                                         const Ready& ready) {
-    auto backup = Find(id);
+    auto backup = Find(id, wanted.eudoraFolder);
     if (!backup) return backup.Error();
     if (auto chosen = Choose(*backup, wanted); !chosen) return chosen.Error();
     auto plan = PlanRestore(*backup);

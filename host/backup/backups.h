@@ -94,14 +94,16 @@ class Backups {
     base::Result<Backup> Make(const std::vector<Origin>& origins, const std::string& reason,
                               const Sides& sides = {});
     // Removes backups that are older than 30 days and not among the newest 10, and the oldest ones
-    // while all together have more than `space` bytes, but never the newest one nor those made
-    // since `began`. Gives the removed ones.
+    // while all together have more than `space` bytes, but never the newest one of an Eudora nor
+    // those made since `began`. Gives the removed ones. With a folder only those of that Eudora
+    // count and go.
     base::Result<std::vector<Backup>> Prune(
-        std::uint64_t space, std::optional<std::chrono::system_clock::time_point> began = {});
-    // Oldest first.
-    base::Result<std::vector<Backup>> List();
-    // kRefused for an unknown id.
-    base::Result<Backup> Find(const std::string& id);
+        std::uint64_t space, std::optional<std::chrono::system_clock::time_point> began = {},
+        const std::string& eudoraFolder = {});
+    // Oldest first; with a folder only those of that Eudora.
+    base::Result<std::vector<Backup>> List(const std::string& eudoraFolder = {});
+    // kRefused for an unknown id, and for a backup of another Eudora if a folder is given.
+    base::Result<Backup> Find(const std::string& id, const std::string& eudoraFolder = {});
     // Puts the files back and makes a backup of those that were in their places. Of Eudora's files
     // each becomes as it was, and those that did not exist go; of the other side a file comes back
     // that is missing or was changed. A file whose length alone is kept is cut from what is there,
@@ -110,14 +112,13 @@ class Backups {
     //
     // kRefused, with nothing changed, for an unknown id, a backup that holds nothing of what is
     // wanted, and a place that is gone, leads elsewhere now or cannot be written. `ready`, if
-    // given, is called with what is about to happen before the first file changes; its failure ends
-    // the restore. A failure after that leaves some files restored and the others as they were.
+    // given, is called before the first file changes with what is wanted of the backup and what is
+    // about to happen, even if that is nothing; its failure ends the restore. A failure after that
+    // leaves some files restored and the others as they were.
     using Ready = std::function<base::Status(const Backup&, const Restored&)>;
     base::Result<Restored> Restore(const std::string& id, const Wanted& wanted = {},
                                    const Ready& ready = nullptr);
 
-    // Whether the backup is of that Eudora.
-    bool IsOf(const Backup& backup, const std::string& eudoraFolder) const;
     // A folder of a backup, or a file in it.
     std::string PathOf(const std::string& id, const std::string& name = {}) const;
 
@@ -133,6 +134,7 @@ class Backups {
     base::Status Flush(const Backup& backup);
     base::Result<Backup> ReadManifest(const std::string& id);
 
+    bool IsOf(const Backup& backup, const std::string& eudoraFolder) const;
     std::string RealOf(const std::string& path) const;
     bool BeginsAs(const std::string& path, const BackupFile& file) const;
     base::Status Choose(Backup& backup, const Wanted& wanted) const;

@@ -1,6 +1,8 @@
 #include "host/cli/backup_commands.h"
 
 #include <algorithm>
+#include <chrono>
+#include <cstdlib>
 
 #include "host/base/output.h"
 #include "host/base/paths.h"
@@ -36,7 +38,7 @@ std::string TimeText(const Backup& backup) {
         year(part(0, 4)) / static_cast<unsigned>(part(4, 2)) / static_cast<unsigned>(part(6, 2));
     const sys_seconds time = day + hours(part(9, 2)) + minutes(part(11, 2)) + seconds(part(13, 2));
     const auto offset = platform::NativeSystem().clock.UtcOffset(time);
-    return text::Format("%Y-%m-%d %H:%M:%S", text::CivilTime(time, offset));
+    return text::Format("%Y-%m-%d %H:%M", text::CivilTime(time, offset));
 }
 
 std::string Counted(std::size_t count, const char* what) {
@@ -61,8 +63,9 @@ nlohmann::json ToJson(const Backup& backup) {
             {"files", files}};
 }
 
-Output ListOutput(const std::vector<Backup>& backups, const char* lead, const char* none) {
-    Output output;
+Output ListOutput(const std::vector<Backup>& backups, base::ExitCode code, const char* lead,
+                  const char* none) {
+    Output output{code};
     auto list = nlohmann::json::array();
     for (const Backup& backup : backups) {
         output.lines.push_back(lead + Headline(backup));
@@ -144,7 +147,9 @@ Output RestoreOutput(const std::string& id, const backup::Restored& restored, bo
 std::string NamedEudora(const Options& options) {
     if (options.setup.eudora) return eudora::WithoutLinks(*options.setup.eudora);
     if (!options.setup.winePrefix) return {};
-    const auto setup = OrEnd(eudora::Prepare(options.setup));
+    eudora::SetupOptions looking = options.setup;
+    looking.writesNothing = true;
+    const auto setup = OrEnd(eudora::Prepare(looking));
     return platform::NativePathOf(setup.eudoraFolder).value_or(setup.eudoraShown);
 }
 
@@ -166,23 +171,20 @@ void RefuseLocked(const std::string& nicknameFile) {
 base::ExitCode ListBackups(const Options& options) {
     ProgressLine progress(false);
     const auto command = PlaceOf(options, progress);
+    const std::string folder = NamedEudora(options);
     auto backups = sync::BackupsOf(command);
     if (options.prune) {
-        auto output = ListOutput(OrEnd(sync::PruneBackups(command)),
-                                 "removed: ", "no backup is too old or too much");
-        const bool isNothing = output.json["backups"].empty();
-        if (!isNothing) output.code = base::ExitCode::kChangesMade;
-        return Say(output, options);
+        const auto gone = OrEnd(sync::PruneBackups(command, folder));
+        const auto code =
+            gone.empty() ? base::ExitCode::kNothingToDo : base::ExitCode::kChangesMade;
+        return Say(ListOutput(gone, code, "removed: ", "no backup is too old or too much"),
+                   options);
     }
     if (!options.record.empty()) {
-        return Say(ShowOutput(OrEnd(backups.Find(options.record))), options);
+        return Say(ShowOutput(OrEnd(backups.Find(options.record, folder))), options);
     }
-    auto all = OrEnd(backups.List());
-    const std::string folder = NamedEudora(options);
-    std::erase_if(all, [&](const Backup& backup) {
-        return !folder.empty() && !backups.IsOf(backup, folder);
-    });
-    return Say(ListOutput(all, "", "no backups yet"), options);
+    const auto code = base::ExitCode::kNothingToDo;
+    return Say(ListOutput(OrEnd(backups.List(folder)), code, "", "no backups yet"), options);
 }
 
 base::ExitCode Restore(const Options& options) {
@@ -194,11 +196,11 @@ base::ExitCode Restore(const Options& options) {
     ProgressLine progress(false);
     const auto command = PlaceOf(options, progress);
     // The files of a backup must not be in the hands of a running Eudora, whichever it is.
-    const auto backup = OrEnd(sync::BackupsOf(command).Find(options.record));
+    const backup::Wanted wanted{options.what, NamedEudora(options), options.setup.followLinks};
+    const auto backup = OrEnd(sync::BackupsOf(command).Find(options.record, wanted.eudoraFolder));
     for (const BackupFile& file : backup.files) {
         if (file.IsEudoras()) RefuseLocked(file.path);
     }
-    const backup::Wanted wanted{options.what, NamedEudora(options), options.setup.followLinks};
     const auto restored = OrEnd(sync::Restore(command, options.record, wanted));
     return Say(RestoreOutput(options.record, restored, options.verbose), options);
 }

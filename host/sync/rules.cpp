@@ -109,11 +109,11 @@ base::Result<backup::Restored> Restore(const CommandPlace& place, const std::str
     auto lock = state::LockState(place.files, place.stateFile, hasState);
     if (!lock) return lock.Error();
     // The memory does not fit restored files: the next run would take what is missing in them for
-    // removed.
+    // removed. A run that was killed may have remembered more or less than it did.
     const auto forget = [&](const backup::Backup& backup,
                             const backup::Restored& plan) -> base::Status {
         std::vector<std::string> ofEudora = plan.removed, ofFolder;
-        for (const backup::BackupFile& file : plan.placed) {
+        for (const backup::BackupFile& file : backup.files) {
             if (file.IsEudoras()) {
                 ofEudora.push_back(file.path);
             } else {
@@ -129,11 +129,12 @@ base::Result<backup::Restored> Restore(const CommandPlace& place, const std::str
     return BackupsOf(place).Restore(id, wanted, forget);
 }
 
-base::Result<std::vector<backup::Backup>> PruneBackups(const CommandPlace& place) {
+base::Result<std::vector<backup::Backup>> PruneBackups(const CommandPlace& place,
+                                                       const std::string& eudoraFolder) {
     const bool hasState = place.files.Exists(place.stateFile);
     auto lock = state::LockState(place.files, place.stateFile, hasState);
     if (!lock) return lock.Error();
-    return BackupsOf(place).Prune(place.backupSpace);
+    return BackupsOf(place).Prune(place.backupSpace, {}, eudoraFolder);
 }
 
 }  // namespace host::sync

@@ -102,8 +102,10 @@ base::Status BackUp(const CommandPlace& place, const state::Sides& sides,
 base::Result<backup::Restored> Restore(const CommandPlace& place, const std::string& id,
                                        const backup::Wanted& wanted);
 
-// Removes the old backups now and gives them. kRefused while another run holds the state file.
-base::Result<std::vector<backup::Backup>> PruneBackups(const CommandPlace& place);
+// Removes the old backups now, of that Eudora alone if a folder is given, and gives them. kRefused
+// while another run holds the state file.
+base::Result<std::vector<backup::Backup>> PruneBackups(const CommandPlace& place,
+                                                       const std::string& eudoraFolder);
 
 // Moves the value of a step into `place`; a failure leaves `place` as it was.
 template <class Value>

@@ -9,12 +9,8 @@
 namespace host {
 namespace {
 
-// The in-box and the Trash of a run that moves a mail from the one to the other, and files of one
-// name in two folders; some do not exist.
-const std::vector<std::string> kSet = {"C:\\e\\In.toc",      "C:\\e\\In.mbx",
-                                       "C:\\e\\Trash.toc",   "C:\\e\\Trash.mbx",
-                                       "C:\\e\\nndbase.txt", "C:\\e\\N\\nndbase.txt"};
-const std::vector<std::string> kBefore = {"old toc", "old mbx", "", "", "book", "other book"};
+constexpr const char* kBook = "C:\\eudora\\nndbase.txt";
+constexpr const char* kToc = "C:\\eudora\\NNDBASE.TOC";
 
 struct Machine {
     platform::testing::MemoryFiles disk;
@@ -23,34 +19,72 @@ struct Machine {
     backup::Backups backups{files, "C:\\state\\backups", clock};
 
     Machine() {
-        for (std::size_t i = 0; i < kSet.size(); ++i) {
-            if (!kBefore[i].empty()) disk.Put(kSet[i], kBefore[i]);
-        }
+        disk.Put(kBook, "alias old a");
+        disk.Put(kToc, "toc");
     }
-    base::Result<backup::Backup> Make() { return backups.Make(kSet, "test"); }
-    std::string Content(std::size_t i) { return disk.Get(kSet[i]).value_or(""); }
+    base::Result<backup::Backup> Make() {
+        const auto paths = backup::FilesOfBook(files, kBook);
+        if (!paths) return paths.Error();
+        return backups.Make(*paths, "test");
+    }
 };
 
-// A fault never lists half a backup or leaves half a file, and another restore completes the first.
+TEST(Backups, TheSecondOfOneMomentGetsANumberAndAnUnknownOneIsRefused) {
+    Machine machine;
+    const std::string id = machine.Make()->id;
+    EXPECT_EQ(id, "19700101-000000");
+    EXPECT_EQ(machine.backups.Restore(id)->before, id + "-2");
+    for (const char* unknown : {"none", "", "..", "..\\backups\\19700101-000000"})
+        EXPECT_EQ(machine.backups.Restore(unknown).Error().exit, base::ExitCode::kRefused);
+}
+
+// The in-box and the Trash of a run that moves a mail from the one to the other, an out-box that
+// grew, files of one name in two folders, and two of the other side: a fault never lists half a
+// backup or leaves half a file, and another restore completes the first.
 TEST(Backups, ASetComesBackWholeAndInItsOrder) {
+    using enum backup::Kind;
+    const struct {
+        backup::Origin origin;
+        std::string before, after;
+    } kSet[] = {{{"C:\\e\\In.toc"}, "old toc", "new toc"},
+                {{"C:\\e\\In.mbx"}, "old mbx", "new mbx"},
+                {{"C:\\e\\Trash.toc"}, "", "trash toc"},
+                {{"C:\\e\\Trash.mbx"}, "", "trash mbx"},
+                {{"C:\\e\\Out.mbx", kGrowing}, "old out", "old out, and more"},
+                {{"C:\\e\\nndbase.txt"}, "book", "new book"},
+                {{"C:\\e\\N\\nndbase.txt"}, "other book", "new other"},
+                {{"C:\\c\\backup.json", kCard}, "card", "new card"},
+                {{"C:\\m\\cur\\1.x!2,S", kMail}, "mail", ""}};
+    std::vector<backup::Origin> origins;
+    for (const auto& file : kSet) origins.push_back(file.origin);
     test::ForEveryFault([&](test::Fault fault, int n) {
         Machine machine;
+        const auto contentOf = [&](auto& file) {
+            return machine.disk.Get(file.origin.path).value_or("");
+        };
+        for (const auto& file : kSet) {
+            if (!file.before.empty()) machine.disk.Put(file.origin.path, file.before);
+        }
         machine.files.Arm(fault, n);
-        auto made = machine.Make();
+        auto made = machine.backups.Make(origins, "test", {"C:\\e", "", "C:\\m"});
+        machine.disk.Crash();
         if (!made && fault != test::Fault::kKill) {
             const auto left = machine.disk.List("C:\\state\\backups", "1*");
             EXPECT_TRUE(!left || left->empty()) << left->front().name;
         }
-        for (const std::string& path : kSet) machine.disk.Put(path, "new " + path);
+        for (const auto& file : kSet) {
+            file.after.empty() ? void(machine.disk.Delete(file.origin.path))
+                               : machine.disk.Put(file.origin.path, file.after);
+        }
         if (made) (void)machine.backups.Restore(made->id);
         const bool fired = machine.files.Disarm();
-        for (std::size_t i = 0; i < kSet.size(); ++i) {
-            const std::string now = machine.Content(i);
-            EXPECT_TRUE(now == kBefore[i] || now == "new " + kSet[i]) << kSet[i] << now;
+        for (const auto& file : kSet) {
+            const std::string now = contentOf(file);
+            EXPECT_TRUE(now == file.before || now == file.after) << file.origin.path << now;
         }
         // A mail that was moved is in both boxes rather than in none.
-        if (machine.Content(2).empty()) {
-            EXPECT_EQ(machine.Content(0) + machine.Content(1), kBefore[0] + kBefore[1]);
+        if (contentOf(kSet[2]).empty()) {
+            EXPECT_EQ(contentOf(kSet[0]) + contentOf(kSet[1]), kSet[0].before + kSet[1].before);
         }
         if (made && !made->passedOver.empty()) return fired;  // which was told
         const auto listed = *machine.backups.List();
@@ -58,38 +92,82 @@ TEST(Backups, ASetComesBackWholeAndInItsOrder) {
         for (const backup::Backup& backup : listed) {
             const bool isFirst = backup.id == listed[0].id;
             EXPECT_TRUE(machine.backups.Restore(backup.id));
-            for (std::size_t i = 0; i < kSet.size(); ++i)
-                EXPECT_EQ(machine.Content(i), isFirst ? kBefore[i] : "new " + kSet[i]);
+            // What came back stays.
+            for (const auto& file : kSet) {
+                const bool isBefore = isFirst || file.after.empty();
+                EXPECT_EQ(contentOf(file), isBefore ? file.before : file.after);
+            }
         }
-        EXPECT_FALSE(machine.disk.Get("C:\\e\\In.toc.kvnew"));
-        EXPECT_EQ(machine.disk.OpenCount(), 0);
+        // What a killed backup left goes with the next one.
         EXPECT_TRUE(machine.Make());
+        for (const std::string& path : machine.disk.AllFiles()) {
+            EXPECT_FALSE(path.ends_with(".kvnew") || path.ends_with(".tmp")) << path;
+        }
+        EXPECT_EQ(machine.disk.OpenCount(), 0);
         return fired;
     });
 }
 
-// Nothing is put back or forgotten while a file is read-only or in use, or a backup unknown. What a
-// restore that ended early staged is in no later one's way.
-TEST(Backups, ARestoreIsRefusedBeforeItChangesAnything) {
+// A mail may have been renamed meanwhile: it is known by the part of its name that stays.
+TEST(Backups, OfTheOtherSideOnlyWhatIsMissingOrChangedComesBack) {
+    const std::string card = "C:\\m\\a.vcf", mail = "C:\\m\\cur\\1.x!2,S",
+                      renamed = "C:\\m\\cur\\1.x!2,FS", unread = "C:\\m\\new\\1.x";
+    for (const auto& [path, present, content, isPlaced] :
+         std::initializer_list<std::tuple<std::string, std::string, const char*, bool>>{
+             {card, "", "", true},
+             {card, card, "kept", false},
+             {card, card, "lost", true},
+             {mail, "", "", true},
+             {mail, mail, "kept", false},
+             {mail, renamed, "kept", false},
+             {mail, renamed, "lost", true},
+             {mail, unread, "kept", false}}) {
+        SCOPED_TRACE(path + " as " + present + ' ' + content);
+        Machine machine;
+        for (const char* folder : {"new", "cur"})
+            machine.disk.MakeFolders(std::string("C:\\m\\") + folder);
+        machine.disk.Put(path, "kept");
+        const auto kind = path == card ? backup::Kind::kCard : backup::Kind::kMail;
+        const auto made = machine.backups.Make({{path, kind}}, "test", {"C:\\e", "", "C:\\m"});
+        EXPECT_TRUE(machine.disk.Delete(path));
+        const std::string later = path == card ? "C:\\m\\b.vcf" : "C:\\m\\cur\\2.x!2,T";
+        for (const auto& name : {present, later})
+            if (!name.empty()) machine.disk.Put(name, content);
+        const auto restored = machine.backups.Restore(made->id);
+        ASSERT_TRUE(restored) << restored.Error().Message();
+        EXPECT_EQ(restored->placed.size(), isPlaced);
+        EXPECT_EQ(machine.disk.Get(present.empty() ? path : present), "kept");
+        EXPECT_EQ(machine.disk.Get(later), content) << "what came later stays";
+        const auto files = machine.disk.AllFiles();
+        EXPECT_EQ(std::ranges::count_if(
+                      files, [](const auto& file) { return file.starts_with("C:\\m\\"); }),
+                  2);
+    }
+}
+
+// As from a CD: read-only files are copied, and nothing is put back or forgotten while one stays so
+// or is in use. What a restore that ended early staged is in no later one's way.
+TEST(Backups, ReadOnlyFilesAreCopiedAndRefuseARestore) {
     Machine machine;
-    const std::string id = machine.Make()->id;
-    machine.disk.Put(kSet[4], "new book");
-    const auto restore = [&](const std::string& which) {
-        const auto ready = [](const backup::Backup&) { return base::Failed("called ready"); };
-        return machine.backups.Restore(which, ready).Error().Message();
+    machine.disk.SetReadOnly(kToc);
+    const auto made = machine.Make();
+    ASSERT_TRUE(made);
+    machine.disk.Put(kBook, "alias new b");
+    const auto restore = [&] {
+        const auto ready = [](const backup::Backup&, const backup::Restored&) {
+            return base::Failed("called ready");
+        };
+        return machine.backups.Restore(made->id, {}, ready).Error().Message();
     };
-    for (const char* unknown : {"none", "", "..", "..\\backups\\19700101-000000"})
-        EXPECT_THAT(restore(unknown), ::testing::HasSubstr("there is no backup"));
-    machine.disk.SetReadOnly(kSet[0]);
-    EXPECT_EQ(restore(id), kSet[0] + ": is read-only; make it writable");
-    machine.disk.SetReadOnly(kSet[0], false);
-    auto user = machine.disk.Open(kSet[0], platform::OpenMode::kRead, platform::Share::kRead);
-    EXPECT_THAT(restore(id), ::testing::HasSubstr("is in use by another program"));
+    EXPECT_EQ(restore(), std::string(kToc) + ": is read-only; make it writable");
+    machine.disk.SetReadOnly(kToc, false);
+    auto user = machine.disk.Open(kToc, platform::OpenMode::kRead, platform::Share::kRead);
+    EXPECT_THAT(restore(), ::testing::HasSubstr("is in use by another program"));
     user->reset();
-    EXPECT_EQ(restore(id), "called ready");
-    EXPECT_EQ(machine.Content(4), "new book");
-    EXPECT_EQ(machine.backups.Restore(id)->id, id + "-3");
-    EXPECT_EQ(machine.Content(4), kBefore[4]);
+    EXPECT_EQ(restore(), "called ready");
+    EXPECT_EQ(*machine.disk.Get(kBook), "alias new b");
+    EXPECT_TRUE(machine.backups.Restore(made->id));
+    EXPECT_EQ(*machine.disk.Get(kBook), "alias old a");
 }
 
 // What a killed run left goes with the next backup, and one without room for it is not begun.
@@ -113,20 +191,26 @@ TEST(Backups, LeftoversGoAndAFullDiskIsSeenFirst) {
 
 TEST(Backups, OldOnesGoButTheNewestTenStay) {
     Machine machine;
-    machine.disk.Put("C:\\e\\NNDBASE.TOC", "");
-    EXPECT_THAT(*backup::FilesOfBook(machine.files, kSet[4]),
-                ::testing::ElementsAre(kSet[4], "C:\\e\\NNDBASE.TOC"));
-    const auto leftAfter = [&](int days, int made) {
+    const auto leftAfter = [&](int days, int made, std::uint64_t space = 1 << 20) {
         machine.clock.now += std::chrono::days(days);
+        const auto began = machine.clock.now;
         for (int i = 0; i < made; ++i) (void)machine.Make();
-        EXPECT_TRUE(machine.backups.Prune());
+        EXPECT_TRUE(machine.backups.Prune(space, began));
         return machine.disk.List("C:\\state\\backups", "1*")->size();
     };
-    machine.disk.SetReadOnly(kSet[0]);
+    machine.disk.SetReadOnly(kToc);
     EXPECT_EQ(leftAfter(0, 14), 14u) << "none is old";
     EXPECT_EQ(leftAfter(31, 3), 10u);
     EXPECT_EQ(leftAfter(0, 9), 12u) << "only young ones";
     EXPECT_EQ(machine.backups.List()->front().id.substr(0, 8), "19700201");
+    // Each has 14 bytes.
+    EXPECT_EQ(leftAfter(1, 2, 70), 5u) << "too much";
+    EXPECT_EQ(leftAfter(1, 3, 0), 3u) << "those of this run stay";
+    EXPECT_EQ(leftAfter(1, 0, 0), 1u) << "and the newest one";
+    machine.disk.Put("C:\\other\\In.toc", "1");
+    EXPECT_TRUE(machine.backups.Make({{"C:\\other\\In.toc"}}, "of another Eudora"));
+    EXPECT_EQ(leftAfter(1, 0, 0), 2u) << "and that of each Eudora";
+    EXPECT_EQ(machine.backups.List("C:\\other")->size(), 1u);
 }
 
 }  // namespace
