@@ -70,6 +70,7 @@ class MailExport {
           m_progress(place.clock, place.progress) {}
 
     base::Status Run(mail::MailSource& mails) {
+        m_hasAttachments = mails.LargestAttachment() > 0;
         const auto there = m_maildir.List();
         if (!there) return there.Error();
         if (!there->empty()) {
@@ -124,6 +125,7 @@ class MailExport {
 
     // Eudora's text names the attachments that are not where it left them.
     void TellMissing(const mail::Mail& mail) {
+        if (!m_hasAttachments) return;
         constexpr std::string_view kMark = "Attachment Converted: ";
         for (std::string_view rest = mail.body ? *mail.body : std::string_view(); !rest.empty();) {
             const std::string_view line = text::TakeLine(rest);
@@ -158,7 +160,7 @@ class MailExport {
     std::vector<maildir::MaildirEntry> m_unsettled;
     std::vector<std::string> m_notes;
     std::size_t m_count = 0, m_attachments = 0, m_missing = 0;
-    bool m_hasLeftOut = false;
+    bool m_hasLeftOut = false, m_hasAttachments = false;
 };
 
 constexpr std::int32_t kMostDays = 99999;  // so many days ago there was a calendar
@@ -211,9 +213,11 @@ base::ExitCode ListMail(const Options& options) {
         isWhole = base::PrintLine(options.json ? MailJson(*mail, false) : MailLine(*mail));
         return isWhole;
     }));
-    const auto all = translator::CountInBox(workplace.Setup());
-    if (isWhole && !options.quiet && mails->HasLimits() && all && *all > shown) {
-        base::PrintError("the limits hide " + Counted(*all - shown, "mail") +
+    if (options.all || options.quiet || !isWhole || !mails->HasLimits()) return code;
+    std::size_t all = 0;
+    OrEnd(mails->Walk(mail::Reach::kAll, [&](const mail::MailHead&) { return ++all > 0; }));
+    if (all > shown) {
+        base::PrintError("the limits hide " + Counted(all - shown, "mail") +
                          ": --all lists all, kvsync configure mail changes the limits");
     }
     return code;

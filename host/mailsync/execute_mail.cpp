@@ -101,7 +101,10 @@ class MailExecution {
         m_ledger.Note(row.name, mail->notes);
         row.size = *size;
         row.content = ContentOf(*mail);
-        if (delivery.IsRenewal()) row.content += '\n' + delivery.step->file.unique;
+        if (delivery.IsRenewal()) {
+            row.content += '\n' + delivery.step->file.unique;
+            row.name = mail::MailName(mail->subject.value_or(""), mail->from.value_or(""));
+        }
         row.fileId = mail::MessageIdOf(*mail);
         row.lack = static_cast<state::MailLack>(mail->leftOut);
         delivery.isComposed = true;
@@ -258,6 +261,7 @@ std::optional<MailStep> Ledger::Now(const MailStep& step) const {
     now.row.size = renewed.size;
     now.row.content = renewed.content;
     now.row.fileId = renewed.fileId;
+    now.row.name = renewed.name;
     now.row.lack = renewed.lack;
     return now;
 }
