@@ -83,16 +83,21 @@ class MailExport {
         return walked ? settled : walked;
     }
 
-    Output Result() const {
+    // The result of a run that ended so.
+    Output Result(const base::Status& done) const {
         Output output{base::ExitCode::kNothingToDo, {}, m_notes};
         if (m_count > 0) output.code = base::ExitCode::kChangesMade;
         if (m_hasLeftOut) output.code = base::ExitCode::kFailed;
+        if (!done) {
+            output.code = done.Error().exit;
+            output.errors.push_back(done.Error().Message());
+        }
         std::string line = Counted(m_count, "mail") + " with " +
                            Counted(m_attachments, "attachment") + " exported to " + m_folder;
         if (m_missing > 0) {
             line += "; " + Counted(m_missing, "attachment") + " missing in Eudora's folder";
         }
-        output.lines.push_back(std::move(line));
+        if (done) output.lines.push_back(std::move(line));
         output.Finish({{"exported", m_count},
                        {"attachments", m_attachments},
                        {"missingAttachments", m_missing}});
@@ -245,12 +250,7 @@ base::ExitCode ExportMail(const Options& options) {
     MailExport target(PlaceOf(options, progress), options.toFolder);
     const auto done = target.Run(*mails);
     progress.Show({});
-    Output output = target.Result();
-    if (!done) {
-        output.code = done.Error().exit;
-        output.errors.push_back(done.Error().Message());
-        output.lines.clear();
-    }
+    Output output = target.Result(done);
     if (options.quiet) output.lines.clear();
     return Say(output, options);
 }

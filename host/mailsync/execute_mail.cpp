@@ -1,8 +1,14 @@
 #include "host/mailsync/execute_mail.h"
 
+#include <algorithm>
+#include <set>
+
 #include "host/mail/compose.h"
 #include "host/mail/mail.h"
+#include "host/mail/parse.h"
 #include "host/mailsync/execute_eudora.h"
+#include "host/mailsync/tell_apart.h"
+#include "platform/os/code_page.h"
 
 namespace host::mailsync {
 
@@ -83,6 +89,30 @@ class MailExecution {
         return m_work.source.Read(mail::MailParts::kAll);
     }
 
+    // Whether the old file holds attachments that Eudora has no more. Then it stays, and lacks
+    // nothing that could be had without a loss.
+    bool HoldsMore(const MailStep& step, const mail::Mail& mail) {
+        auto& folders = m_work.folders;
+        const auto old = base::OrOutOfMemory([&]() -> base::Result<mail::NewMail> {
+            auto text = folders.mails.Read(step.file, mail::kLargestMessage);
+            if (!text) return text.Error();
+            return mail::ParseMail(*text, {folders.files, {}, m_work.codePage, folders.clock},
+                                   step.row.name);
+        });
+        if (!old) return !m_ledger.Check(old.Error(), step.row.name);
+        std::multiset<std::string> names;
+        for (const auto& one : mail.attachments) names.insert(NameTrait(one.name));
+        const bool isWhole = std::ranges::all_of(old->attachments, [&](const auto& one) {
+            return names.contains(NameTrait(platform::ToUtf8(one.name, m_work.codePage)));
+        });
+        if (isWhole) return false;
+        m_ledger.Note(step.row.name,
+                      {"its file holds attachments that Eudora has no more, so it is "
+                       "not composed again"});
+        m_fulfilled.insert(step.row.key);
+        return true;
+    }
+
     // False if the Maildir takes no more. A mail that is gone meanwhile, or cannot be read, is
     // passed over.
     bool Compose(Delivery& delivery) {
@@ -91,6 +121,7 @@ class MailExecution {
         const auto mail = ReadMail(*delivery.step);
         if (!mail && mail.Error().code == ErrorCode::kNotFound) return true;
         if (!mail) return !m_ledger.Check(mail.Error(), row.name);
+        if (delivery.IsRenewal() && HoldsMore(*delivery.step, *mail)) return true;
         bool isMailAtFault = false;
         const auto size = mail::ComposeInto(m_work.folders.mails, row.unique, m_work.place.files,
                                             m_work.place.clock, *mail, isMailAtFault);
@@ -129,7 +160,12 @@ class MailExecution {
         if (!delivery.IsRenewal()) return m_ledger.change.forget.push_back(delivery.row.key);
         RememberedMail& before = m_ledger.change.put.emplace_back(delivery.step->row);
         before.link = state::MailLink::kInStep;
-        m_ledger.DropRenewal(before.key);
+        if (m_fulfilled.contains(before.key)) {
+            before.lack = state::MailLack::kNothing;
+            m_ledger.Renewed(before, delivery.step->file);
+        } else {
+            m_ledger.DropRenewal(before.key);
+        }
     }
 
     // Removes the files whose successors are delivered, once those are on the disk. One that
@@ -227,7 +263,8 @@ class MailExecution {
     std::vector<Delivery> m_batch;
     std::size_t m_tried = 0, m_total = 0;
     std::vector<maildir::MaildirEntry> m_delivered;
-    std::vector<Delivery> m_renewals;  // delivered
+    std::vector<Delivery> m_renewals;            // delivered
+    std::unordered_set<state::Key> m_fulfilled;  // their files stay as they are
     Ledger m_ledger;
     bool m_isFolderChanged = false, m_areLeftoversLeft = false;
 };

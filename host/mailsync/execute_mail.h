@@ -28,6 +28,7 @@ struct MailWork {
     std::function<base::Result<std::size_t>()> queued;
     // Called once before the first change of Eudora's side; its failure ends the run there.
     std::function<base::Status()> backup;
+    unsigned codePage;  // of Eudora's texts
 };
 
 // The results of a plan's steps: what is remembered of them, and what is reported.

@@ -169,7 +169,7 @@ base::Result<sync::Report> RunMailSync(const sync::CommandPlace& place,
         return sync::BackUp(place, options.eudoraFiles, "before a sync of mail", passedOver);
     };
     const MailWork work{place,        *run.source,   run.folders, *run.memory, *options.attachments,
-                        run.progress, options.parse, queued,      backup};
+                        run.progress, options.parse, queued,      backup,      options.codePage};
     sync::Report report = ExecuteMail(run.plan, work);
     for (const std::string& path : passedOver) {
         report.notes.push_back("left alone: " + path + ": is no regular file");

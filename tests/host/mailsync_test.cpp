@@ -303,8 +303,10 @@ TEST(MailSync, NoFaultLosesOrDoublesAnything) {
             SCOPED_TRACE(seed);
             Walk walk(seed);
             walk.Edit(20);
+            walk.eudora.largest = 0;
             walk.SyncAndCheck();
             walk.Edit(30);
+            walk.eudora.largest = 1000;  // files are composed again
             walk.files.Arm(fault, n);
             (void)walk.Sync();
             const bool fired = walk.files.Disarm();
