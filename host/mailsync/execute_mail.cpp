@@ -89,8 +89,8 @@ class MailExecution {
         return m_work.source.Read(mail::MailParts::kAll);
     }
 
-    // Whether the old file holds attachments that Eudora has no more. Then it stays, and lacks
-    // nothing that could be had without a loss.
+    // Whether the old file holds attachments that Eudora does not give now. Then it stays, and
+    // lacks no more than the limits leave out.
     bool HoldsMore(const MailStep& step, const mail::Mail& mail) {
         auto& folders = m_work.folders;
         const auto old = base::OrOutOfMemory([&]() -> base::Result<mail::NewMail> {
@@ -106,10 +106,13 @@ class MailExecution {
             return names.contains(NameTrait(platform::ToUtf8(one.name, m_work.codePage)));
         });
         if (isWhole) return false;
-        m_ledger.Note(step.row.name,
-                      {"its file holds attachments that Eudora has no more, so it is "
-                       "not composed again"});
-        m_fulfilled.insert(step.row.key);
+        m_ledger.Note(
+            step.row.name,
+            {mail.leftOut > 0 ? "its file holds attachments that the limits leave out now; it is "
+                                "composed again once they let them pass"
+                              : "its file holds attachments that Eudora has no more, so it is not "
+                                "composed again"});
+        m_stillLacks[step.row.key] = static_cast<state::MailLack>(mail.leftOut);
         return true;
     }
 
@@ -160,8 +163,8 @@ class MailExecution {
         if (!delivery.IsRenewal()) return m_ledger.change.forget.push_back(delivery.row.key);
         RememberedMail& before = m_ledger.change.put.emplace_back(delivery.step->row);
         before.link = state::MailLink::kInStep;
-        if (m_fulfilled.contains(before.key)) {
-            before.lack = state::MailLack::kNothing;
+        if (const auto lack = m_stillLacks.find(before.key); lack != m_stillLacks.end()) {
+            before.lack = lack->second;
             m_ledger.Renewed(before, delivery.step->file);
         } else {
             m_ledger.DropRenewal(before.key);
@@ -263,8 +266,8 @@ class MailExecution {
     std::vector<Delivery> m_batch;
     std::size_t m_tried = 0, m_total = 0;
     std::vector<maildir::MaildirEntry> m_delivered;
-    std::vector<Delivery> m_renewals;            // delivered
-    std::unordered_set<state::Key> m_fulfilled;  // their files stay as they are
+    std::vector<Delivery> m_renewals;                              // delivered
+    std::unordered_map<state::Key, state::MailLack> m_stillLacks;  // their files stay
     Ledger m_ledger;
     bool m_isFolderChanged = false, m_areLeftoversLeft = false;
 };
