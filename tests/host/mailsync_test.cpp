@@ -303,6 +303,10 @@ TEST(MailSync, NoFaultLosesOrDoublesAnything) {
             SCOPED_TRACE(seed);
             Walk walk(seed);
             walk.Edit(20);
+            for (mail::Mail& mail : walk.eudora.mails) {
+                if (mail.attachments.empty()) walk.Attach(mail, 10);
+            }
+            walk.options.direction = Direction::kBoth;
             walk.eudora.largest = 0;
             walk.SyncAndCheck();
             walk.Edit(30);
