@@ -315,6 +315,11 @@ TEST(MailSync, NoFaultLosesOrDoublesAnything) {
             (void)walk.Sync();
             const bool fired = walk.files.Disarm();
             if (seed % 2 != 0) walk.disk.Crash();
+            if (walk.options.direction == Direction::kBoth) {
+                walk.options.direction = Direction::kPush;
+                (void)walk.Sync();
+                walk.options.direction = Direction::kBoth;
+            }
             for (const sync::Change& change : walk.Sync().changes) EXPECT_NE(change.name, "");
             (void)walk.Sync();
             walk.SyncAndCheck();
