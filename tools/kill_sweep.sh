@@ -1,7 +1,7 @@
 #!/bin/bash
 # Kills `kvsync sync` in front of each call that changes something on the disk, lets a second run
 # finish, and compares what both sides hold with what they hold after a run that nobody disturbed:
-# mails, read states, attachments and their names, what was sent, Eudora's Out, Trash and Attach,
+# mails, read states, attachments and their names (of files that are composed again too), what was sent, Eudora's Out, Trash and Attach,
 # contacts. Works on copies of samples/Eudora.
 #
 #     tools/kill_sweep.sh                 all calls
@@ -52,8 +52,10 @@ killed() {
 cp -r "$here/../samples/Eudora" "$place/E"
 python3 "$sides" start "$place"
 mkdir "$place/C" "$place/start"
-run 4 configure mail --age off --size off --attachments on --attachment-size off --eudora "$place/E"
+run 4 configure mail --age off --size off --eudora "$place/E"
 run 4 "${sync[@]}"
+# Their mails are composed again.
+run 4 configure mail --attachments on --attachment-size off --eudora "$place/E"
 python3 "$sides" change "$place"
 cp -a "$place"/{E,M,C,state} "$place/start/"
 run 4 "${sync[@]}"

@@ -70,6 +70,7 @@ class MailExport {
           m_progress(place.clock, place.progress) {}
 
     base::Status Run(mail::MailSource& mails) {
+        m_hasAttachments = mails.LargestAttachment() > 0;
         const auto there = m_maildir.List();
         if (!there) return there.Error();
         if (!there->empty()) {
@@ -82,16 +83,21 @@ class MailExport {
         return walked ? settled : walked;
     }
 
-    Output Result() const {
+    // The result of a run that ended so.
+    Output Result(const base::Status& done) const {
         Output output{base::ExitCode::kNothingToDo, {}, m_notes};
         if (m_count > 0) output.code = base::ExitCode::kChangesMade;
         if (m_hasLeftOut) output.code = base::ExitCode::kFailed;
+        if (!done) {
+            output.code = done.Error().exit;
+            output.errors.push_back(done.Error().Message());
+        }
         std::string line = Counted(m_count, "mail") + " with " +
                            Counted(m_attachments, "attachment") + " exported to " + m_folder;
         if (m_missing > 0) {
             line += "; " + Counted(m_missing, "attachment") + " missing in Eudora's folder";
         }
-        output.lines.push_back(std::move(line));
+        if (done) output.lines.push_back(std::move(line));
         output.Finish({{"exported", m_count},
                        {"attachments", m_attachments},
                        {"missingAttachments", m_missing}});
@@ -124,6 +130,7 @@ class MailExport {
 
     // Eudora's text names the attachments that are not where it left them.
     void TellMissing(const mail::Mail& mail) {
+        if (!m_hasAttachments) return;
         constexpr std::string_view kMark = "Attachment Converted: ";
         for (std::string_view rest = mail.body ? *mail.body : std::string_view(); !rest.empty();) {
             const std::string_view line = text::TakeLine(rest);
@@ -158,7 +165,7 @@ class MailExport {
     std::vector<maildir::MaildirEntry> m_unsettled;
     std::vector<std::string> m_notes;
     std::size_t m_count = 0, m_attachments = 0, m_missing = 0;
-    bool m_hasLeftOut = false;
+    bool m_hasLeftOut = false, m_hasAttachments = false;
 };
 
 constexpr std::int32_t kMostDays = 99999;  // so many days ago there was a calendar
@@ -211,9 +218,11 @@ base::ExitCode ListMail(const Options& options) {
         isWhole = base::PrintLine(options.json ? MailJson(*mail, false) : MailLine(*mail));
         return isWhole;
     }));
-    const auto all = translator::CountInBox(workplace.Setup());
-    if (isWhole && !options.quiet && mails->HasLimits() && all && *all > shown) {
-        base::PrintError("the limits hide " + Counted(*all - shown, "mail") +
+    if (options.all || options.quiet || !isWhole || !mails->HasLimits()) return code;
+    std::size_t all = 0;
+    OrEnd(mails->Walk(mail::Reach::kAll, [&](const mail::MailHead&) { return ++all > 0; }));
+    if (all > shown) {
+        base::PrintError("the limits hide " + Counted(all - shown, "mail") +
                          ": --all lists all, kvsync configure mail changes the limits");
     }
     return code;
@@ -241,12 +250,7 @@ base::ExitCode ExportMail(const Options& options) {
     MailExport target(PlaceOf(options, progress), options.toFolder);
     const auto done = target.Run(*mails);
     progress.Show({});
-    Output output = target.Result();
-    if (!done) {
-        output.code = done.Error().exit;
-        output.errors.push_back(done.Error().Message());
-        output.lines.clear();
-    }
+    Output output = target.Result(done);
     if (options.quiet) output.lines.clear();
     return Say(output, options);
 }

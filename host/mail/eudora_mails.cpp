@@ -44,7 +44,8 @@ base::Result<std::unique_ptr<MailSource>> EudoraMails::Open(
     if (leavesOut) status = change({{}, {}, {}, "off"});
     if (status) status = session.Open();
     if (!status) return status.Error();
-    return std::unique_ptr<MailSource>(new EudoraMails(std::move(session), selection, *limits));
+    auto owned = std::make_unique<translator::TranslatorSession>(std::move(session));
+    return std::unique_ptr<MailSource>(new EudoraMails(std::move(owned), selection, *limits));
 }
 
 std::uint64_t EudoraMails::LargestAttachment() const {

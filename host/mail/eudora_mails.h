@@ -17,6 +17,8 @@ namespace host::mail {
 // Eudora's in-box through a translator session.
 class EudoraMails : public MailSource {
   public:
+    // The opened session outlives this object, which knows nothing of its limits.
+    explicit EudoraMails(translator::TranslatorSession& session) : m_session(session) {}
     // Takes over a session in which `selection` was selected and opens it. Its limits with these
     // changes hold as long as the object lives. No settings are saved.
     static base::Result<std::unique_ptr<MailSource>> Open(
@@ -41,9 +43,12 @@ class EudoraMails : public MailSource {
     base::Status Finish() override;
 
   private:
-    EudoraMails(translator::TranslatorSession session, std::string selection,
+    EudoraMails(std::unique_ptr<translator::TranslatorSession> session, std::string selection,
                 const translator::MailLimits& limits)
-        : m_session(std::move(session)), m_selection(std::move(selection)), m_limits(limits) {}
+        : m_owned(std::move(session)),
+          m_session(*m_owned),
+          m_selection(std::move(selection)),
+          m_limits(limits) {}
 
     // Makes a mail the current one; false if it is gone. The translator's result is the same for a
     // missing mail and a fault; the message that it gives for an impossible id tells them apart.
@@ -64,9 +69,10 @@ class EudoraMails : public MailSource {
     base::Status SetFields(const NewMail& mail, std::uint32_t status);
     base::Status SetAttachments(const NewMail& mail);
 
-    translator::TranslatorSession m_session;
+    std::unique_ptr<translator::TranslatorSession> m_owned;  // null if it is another's
+    translator::TranslatorSession& m_session;
     std::string m_selection;
-    translator::MailLimits m_limits;  // those that were set when it was opened
+    translator::MailLimits m_limits{.attachments = true};  // those of Open
     bool m_areLifted = false;
     std::string m_goneMessage;
     std::optional<base::Failure> m_fault;  // of the current mail

@@ -354,7 +354,10 @@ class MailMaker {
     }
 
     base::Status AddFile(const FilePart& part) {
-        if (m_place.folder.empty()) return {};
+        if (m_place.folder.empty()) {
+            m_mail.attachments.push_back({NameOf(part), {}});
+            return {};
+        }
         auto path = m_place.files.CreateTempFile(m_place.folder, "kvm");
         if (!path) return path.Error();
         m_mail.attachments.push_back({NameOf(part), *path});

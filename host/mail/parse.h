@@ -18,7 +18,7 @@ inline constexpr std::uint64_t kLargestMessage = std::uint64_t{256} << 20;  // b
 struct ParsePlace {
     platform::Files& files;  // takes Windows paths in the system code page, as the module does
     std::string folder;      // of these files; exists; the attachments become files in it. Without
-                             // one they are left out.
+                             // one they have names alone.
     unsigned codePage;       // of the texts
     platform::Clock& clock;  // of the local time
 };

@@ -1,8 +1,14 @@
 #include "host/mailsync/execute_mail.h"
 
+#include <algorithm>
+#include <set>
+
 #include "host/mail/compose.h"
 #include "host/mail/mail.h"
+#include "host/mail/parse.h"
 #include "host/mailsync/execute_eudora.h"
+#include "host/mailsync/tell_apart.h"
+#include "platform/os/code_page.h"
 
 namespace host::mailsync {
 
@@ -84,6 +90,33 @@ class MailExecution {
         return m_work.source.Read(mail::MailParts::kAll);
     }
 
+    // Whether the old file holds attachments that Eudora does not give now. Then it stays, and
+    // lacks no more than the limits leave out.
+    bool HoldsMore(const MailStep& step, const mail::Mail& mail) {
+        auto& folders = m_work.folders;
+        const auto old = base::OrOutOfMemory([&]() -> base::Result<mail::NewMail> {
+            auto text = folders.mails.Read(step.file, mail::kLargestMessage);
+            if (!text) return text.Error();
+            return mail::ParseMail(*text, {folders.files, {}, m_work.codePage, folders.clock},
+                                   step.row.name);
+        });
+        if (!old) return !m_ledger.Check(old.Error(), step.row.name);
+        std::multiset<std::string> names;
+        for (const auto& one : mail.attachments) names.insert(NameTrait(one.name));
+        const bool isWhole = std::ranges::all_of(old->attachments, [&](const auto& one) {
+            return names.contains(NameTrait(platform::ToUtf8(one.name, m_work.codePage)));
+        });
+        if (isWhole) return false;
+        m_ledger.Note(
+            step.row.name,
+            {mail.leftOut > 0 ? "its file holds attachments that the limits leave out now; it is "
+                                "composed again once they let them pass"
+                              : "its file holds attachments that Eudora has no more, so it is not "
+                                "composed again"});
+        m_stillLacks[step.row.key] = static_cast<state::MailLack>(mail.leftOut);
+        return true;
+    }
+
     // False if the Maildir takes no more. A mail that is gone meanwhile, or cannot be read, is
     // passed over.
     bool Compose(Delivery& delivery) {
@@ -92,6 +125,7 @@ class MailExecution {
         const auto mail = ReadMail(*delivery.step);
         if (!mail && mail.Error().code == ErrorCode::kNotFound) return true;
         if (!mail) return !m_ledger.Check(mail.Error(), row.name);
+        if (delivery.IsRenewal() && HoldsMore(*delivery.step, *mail)) return true;
         bool isMailAtFault = false;
         const auto size = mail::ComposeInto(m_work.folders.mails, row.unique, m_work.place.files,
                                             m_work.place.clock, *mail, isMailAtFault);
@@ -102,7 +136,10 @@ class MailExecution {
         m_ledger.Note(row.name, mail->notes);
         row.size = *size;
         row.content = ContentOf(*mail);
-        if (delivery.IsRenewal()) row.content += '\n' + delivery.step->file.unique;
+        if (delivery.IsRenewal()) {
+            row.content += '\n' + delivery.step->file.unique;
+            row.name = mail::MailName(mail->subject.value_or(""), mail->from.value_or(""));
+        }
         row.fileId = mail::MessageIdOf(*mail);
         row.lack = static_cast<state::MailLack>(mail->leftOut);
         delivery.isComposed = true;
@@ -127,7 +164,12 @@ class MailExecution {
         if (!delivery.IsRenewal()) return m_ledger.change.forget.push_back(delivery.row.key);
         RememberedMail& before = m_ledger.change.put.emplace_back(delivery.step->row);
         before.link = state::MailLink::kInStep;
-        m_ledger.DropRenewal(before.key);
+        if (const auto lack = m_stillLacks.find(before.key); lack != m_stillLacks.end()) {
+            before.lack = lack->second;
+            m_ledger.Renewed(before, delivery.step->file);
+        } else {
+            m_ledger.DropRenewal(before.key);
+        }
     }
 
     // Removes the files whose successors are delivered, once those are on the disk. One that
@@ -225,7 +267,8 @@ class MailExecution {
     std::vector<Delivery> m_batch;
     std::size_t m_tried = 0, m_total = 0;
     std::vector<maildir::MaildirEntry> m_delivered;
-    std::vector<Delivery> m_renewals;  // delivered
+    std::vector<Delivery> m_renewals;                              // delivered
+    std::unordered_map<state::Key, state::MailLack> m_stillLacks;  // their files stay
     Ledger m_ledger;
     bool m_isFolderChanged = false, m_areLeftoversLeft = false;
 };
@@ -259,6 +302,7 @@ std::optional<MailStep> Ledger::Now(const MailStep& step) const {
     now.row.size = renewed.size;
     now.row.content = renewed.content;
     now.row.fileId = renewed.fileId;
+    now.row.name = renewed.name;
     now.row.lack = renewed.lack;
     return now;
 }

@@ -29,6 +29,7 @@ struct MailWork {
     // Called once before the first change if Eudora's side changes or a file goes; its failure ends
     // the run there.
     std::function<base::Status()> backup;
+    unsigned codePage;  // of Eudora's texts
 };
 
 // The results of a plan's steps: what is remembered of them, and what is reported.

@@ -382,8 +382,9 @@ class MailLoader {
     }
 
     // What a full disk leaves of a mail is none.
-    bool IsEmpty(const FolderHead& head, const MaildirEntry& file) {
-        if (head.size == 0) m_sides.leftAlone.push_back(file.name + ": is empty");
+    bool IsEmpty(const FolderHead& head, std::string folder, const MaildirEntry& file) {
+        folder += file.isNew ? "new/" : "cur/";
+        if (head.size == 0) m_sides.leftAlone.push_back(folder + file.name + ": is empty");
         return head.size == 0;
     }
 
@@ -396,7 +397,7 @@ class MailLoader {
             const MaildirEntry& file = *m_foreign[i];
             if (maildir::HasFlag(file.flags, 'D') && !missesFiles) continue;
             auto head = HeadOf(m_folders.mails, file);
-            if (!IsRead(head, file) || IsEmpty(*head, file)) continue;
+            if (!IsRead(head, file) || IsEmpty(*head, {}, file)) continue;
             m_sides.foreign.emplace(file.unique, *std::move(head));
         }
         // One of them may be a file that is missing, whose mail would be taken for a removed one.
@@ -410,7 +411,7 @@ class MailLoader {
         for (MaildirEntry& file : *files) {
             if (IsTrashed(file)) continue;
             auto head = HeadOf(m_folders.outbox, file);
-            if (!IsRead(head, file) || IsEmpty(*head, file)) continue;
+            if (!IsRead(head, file) || IsEmpty(*head, ".Outbox/", file)) continue;
             const auto mail = Parse(m_folders.outbox, file, head->name);
             m_sides.outgoing.push_back({std::move(file), std::move(head->name),
                                         mail ? mail->lostCharacters : std::size_t{0}});

@@ -152,21 +152,15 @@ class MailPlanner {
                 head != nullptr ? head->text : std::string(),
                 {FlagsOf(marker)}};
     }
-    Traits TraitsOf(const MaildirEntry& file) const {
-        const FolderHead& head = m_sides.foreign.at(file.unique);
-        const bool isSeen = maildir::HasFlag(file.flags, kSeenFlag);
+    Traits TraitsOf(const MaildirEntry* file) const {
+        const FolderHead& head = m_sides.foreign.at(file->unique);
+        const bool isSeen = maildir::HasFlag(file->flags, kSeenFlag);
         return {NameTrait(head.name), head.people, head.text, {FlagsOf(MarkerOf(isSeen))}};
     }
     template <class Items>
     std::vector<Traits> AllTraits(const Items& items) const {
         std::vector<Traits> all;
-        for (const auto& item : items) {
-            if constexpr (std::is_pointer_v<std::decay_t<decltype(item)>>) {
-                all.push_back(TraitsOf(*item));
-            } else {
-                all.push_back(TraitsOf(item));
-            }
-        }
+        for (const auto& item : items) all.push_back(TraitsOf(item));
         return all;
     }
 

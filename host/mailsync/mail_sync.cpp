@@ -76,8 +76,8 @@ void CheckTexts(const MailSyncOptions& options, MailRun& run) {
     // A few stray bytes stand in texts of any code page.
     const auto foreign = count([](const std::string& text) { return !text::IsAscii(text); });
     const bool isDoubtful = strange > 1 && 4 * strange > foreign;
-    std::string what = std::to_string(strange) +
-                       " of Eudora's mails have senders or subjects that are no text of " + page;
+    std::string what = std::to_string(strange) + " of Eudora's mails hold what is no text of " +
+                       page + " in sender or subject";
     const std::string help =
         "name the right one with --code-page (932 is Japanese, 1250 and 1251 are of Eastern "
         "Europe); if it is right, say --code-page " +
@@ -197,7 +197,7 @@ base::Result<sync::Report> RunMailSync(const sync::CommandPlace& place,
                             "before a sync of mail", passedOver);
     };
     const MailWork work{place,        *run.source,   run.folders, *run.memory, *options.attachments,
-                        run.progress, options.parse, queued,      backup};
+                        run.progress, options.parse, queued,      backup,      options.codePage};
     sync::Report report = ExecuteMail(run.plan, work);
     for (const std::string& path : passedOver) {
         report.notes.push_back("left alone: " + path + ": is no regular file");

@@ -183,13 +183,6 @@ base::Status CheckInBoxPair(const eudora::Setup& setup) {
         "bring back a copy of both, or let Eudora rebuild In.toc");
 }
 
-base::Result<std::size_t> CountInBox(const eudora::Setup& setup) {
-    const auto count =
-        mailbox::CountMails(platform::NativeSystem().files, setup.eudoraFolder + "\\In.toc");
-    if (!count) return count.Error();
-    return *count;
-}
-
 base::Result<std::string> SelectMail(TranslatorSession& session, const eudora::Setup& setup,
                                      bool writesNothing) {
     auto kept = eudora::Chosen(setup, kChoice);

@@ -40,9 +40,6 @@ base::Status CheckInBox(const eudora::Setup& setup);
 // one begins: the two files belong to different mailboxes. To be called after CheckInBox.
 base::Status CheckInBoxPair(const eudora::Setup& setup);
 
-// How many mails the in-box holds, whatever the limits hide.
-base::Result<std::size_t> CountInBox(const eudora::Setup& setup);
-
 // Selects the settings of a session of kMailKind, which can then be opened. Gives the selection, a
 // Windows path in the system code page, for SaveSettings. The first run on an Eudora makes the
 // settings file; with `writesNothing` it works with the default settings instead.

@@ -302,12 +302,23 @@ TEST(MailSync, NoFaultLosesOrDoublesAnything) {
             SCOPED_TRACE(seed);
             Walk walk(seed);
             walk.Edit(20);
+            for (mail::Mail& mail : walk.eudora.mails) {
+                if (mail.attachments.empty()) walk.Attach(mail, 10);
+            }
+            walk.options.direction = Direction::kBoth;
+            walk.eudora.largest = 0;
             walk.SyncAndCheck();
             walk.Edit(30);
+            walk.eudora.largest = 1000;  // files are composed again
             walk.files.Arm(fault, n);
             (void)walk.Sync();
             const bool fired = walk.files.Disarm();
             if (seed % 2 != 0) walk.disk.Crash();
+            if (walk.options.direction == Direction::kBoth) {
+                walk.options.direction = Direction::kPush;
+                (void)walk.Sync();
+                walk.options.direction = Direction::kBoth;
+            }
             for (const sync::Change& change : walk.Sync().changes) EXPECT_NE(change.name, "");
             (void)walk.Sync();
             walk.SyncAndCheck();
