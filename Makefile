@@ -18,7 +18,7 @@ test: build
 	@$(CTEST) --test-dir $(BUILD)
 
 # What runs, without the tests.
-PROGRAM = cmake --build $(BUILD) --target kvsync kvtEUD EUMAPI32 bundles
+PROGRAM = cmake --build $(BUILD) --target kvsync kvtEUD EUMAPI32 bundles completions
 
 demo:
 	@tools/setup.sh build

@@ -20,7 +20,21 @@ foreach(language IN ITEMS EN DE FR ES IT PT JP)
             DESTINATION ${KV_LIBRARY_PLACE})
 endforeach()
 install(FILES ${PROJECT_SOURCE_DIR}/docs/kvsync.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-install(FILES README.md LICENSE CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES README.md LICENSE CHANGELOG.md docs/json.md docs/recipes.md docs/writing-a-host.md
+              docs/example_host_posix.cpp
+        DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(PROGRAMS docs/kvsync-outbox.sh DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY docs/formats DESTINATION ${CMAKE_INSTALL_DOCDIR})
+if(NOT WIN32)
+    install(FILES docs/kvsync.service docs/kvsync.timer DESTINATION lib/systemd/user)
+    set(completions ${PROJECT_BINARY_DIR}/completions)
+    install(FILES ${completions}/kvsync.bash RENAME kvsync
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+    install(FILES ${completions}/kvsync.zsh RENAME _kvsync
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+    install(FILES ${completions}/kvsync.fish
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+endif()
 
 # What a host of one's own is compiled against.
 install(DIRECTORY frame/interface DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvtEUD/frame
@@ -30,3 +44,7 @@ foreach(header IN ITEMS mfc/collections kvutil/kvutil os/dialogs os/registry os/
     install(FILES platform/${header}.h
             DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvtEUD/platform/${folder})
 endforeach()
+if(NOT WIN32)
+    configure_file(cmake/kvteud.pc.in ${PROJECT_BINARY_DIR}/kvteud.pc @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/kvteud.pc DESTINATION lib/pkgconfig)
+endif()

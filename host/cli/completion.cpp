@@ -18,7 +18,7 @@ std::string Quoted(const std::string& text) {
 
 // The words behind a command that are choices: "contacts", "mail".
 std::vector<std::string> ChoicesOf(const CLI::App& command) {
-    const std::string name = command.get_name();
+    const std::string& name = command.get_name();
     if (name == "completion") return {"bash", "zsh", "fish"};
     for (const CLI::Option* option : command.get_options()) {
         if (option->get_positional() && option->get_description().starts_with("contacts")) {
@@ -72,11 +72,17 @@ std::string Fish(const std::vector<const CLI::App*>& commands) {
                   Quoted(command->get_description()) + '\n';
         const std::string behind =
             start + Quoted("__fish_seen_subcommand_from " + command->get_name());
-        for (const std::string& word : ChoicesOf(*command)) script += behind + " -a " + word + '\n';
+        const auto offer = [&](const char* how, const std::string& what) {
+            script += behind;
+            script += how;
+            script += what;
+        };
+        for (const std::string& word : ChoicesOf(*command)) offer(" -a ", word + '\n');
         for (const CLI::Option* option : command->get_options()) {
             for (const std::string& name : option->get_lnames()) {
-                script += behind + " -l " + name + (option->get_items_expected() > 0 ? " -r" : "") +
-                          " -d " + Quoted(option->get_description()) + '\n';
+                offer(" -l ", name);
+                if (option->get_items_expected() > 0) script += " -r";
+                script += " -d " + Quoted(option->get_description()) + '\n';
             }
         }
     }

@@ -2,7 +2,7 @@
 
 #include "host/cli/options.h"
 
-namespace CLI {
+namespace CLI {  // NOLINT(readability-identifier-naming): the name of the library
 class App;
 }
 

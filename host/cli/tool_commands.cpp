@@ -17,6 +17,7 @@
 #include "host/shell/shell.h"
 #include "host/translator/module_messages.h"
 #include "platform/kvutil/kvutil.h"
+#include "platform/os/program.h"
 #include "platform/os/system.h"
 
 namespace host::cli {
@@ -58,7 +59,14 @@ base::ExitCode Shell(const Options& options) {
     Workplace workplace(options, isMail ? Workplace::For::kMail : Workplace::For::kWork);
     const auto dialogs = dialogs::MakeTerminalDialogs();
     const translator::DialogsShownBy shown(dialogs != nullptr ? dialogs.get() : DialogProvider());
-    OrEnd(shell::RunShell(workplace.Module(), kind, options.script.empty() ? std::cin : file));
+    const std::string book = options.setup.nicknameFile ? workplace.NicknameFile() : "";
+    const bool readsFile = !options.script.empty();
+    if (!readsFile && platform::IsTerminal(platform::Stream::kInput)) {
+        base::PrintError(
+            "the shell makes no backup of what it changes; its operations are in "
+            "kvsync shell --help, and Ctrl+D ends it");
+    }
+    OrEnd(shell::RunShell(workplace.Module(), kind, book, readsFile ? file : std::cin));
     return base::ExitCode::kNothingToDo;
 }
 

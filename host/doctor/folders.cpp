@@ -42,10 +42,10 @@ std::string Counted(std::uint64_t count, const char* what) {
 
 std::string Sized(std::uint64_t bytes) {
     constexpr std::array kUnits = {"KB", "MB", "GB", "TB"};
-    double size = static_cast<double>(bytes) / 1000;
+    constexpr std::uint64_t kTenths = 10'000;  // of the next unit
+    std::uint64_t tenths = bytes / 100;
     std::size_t unit = 0;
-    for (; size >= 1000 && unit + 1 < kUnits.size(); ++unit) size /= 1000;
-    const auto tenths = static_cast<std::uint64_t>(size * 10 + 0.5);
+    for (; tenths >= kTenths && unit + 1 < kUnits.size(); ++unit) tenths /= 1000;
     return std::to_string(tenths / 10) + '.' + std::to_string(tenths % 10) + ' ' + kUnits[unit];
 }
 

@@ -110,7 +110,9 @@ void New(Call& call) {
 
 void GetAppInfo(Call& call) {
     const auto configure = static_cast<BOOL>(call.arguments.Number(0));
-    CString selection(call.arguments.Text(1)), summary;
+    std::string wanted = call.arguments.Text(1);
+    if (wanted.empty() && call.kind == translator::kContactsKind) wanted = call.nicknameFile;
+    CString selection(wanted), summary;
     call.arguments.EndAt(2);
     call.answer["code"] =
         call.translator->GetAppInfo(configure, &call.Context(), selection, 0, summary, 0);

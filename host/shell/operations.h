@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <span>
+#include <string>
 
 #include "host/shell/arguments.h"
 #include "host/translator/translator_session.h"
@@ -12,6 +13,9 @@ namespace host::shell {
 // and the answer of the current line.
 struct Call {
     translator::TranslatorHost& module;
+    // A Windows path in the system code page: what GetAppInfo selects of contacts in place of an
+    // empty selection; may be empty.
+    std::string nicknameFile = {};
     // The current translator, of the kind made last; null after a failure.
     std::unique_ptr<CRRecordTranslator> translator = nullptr;
     unsigned long kind = 0;

@@ -43,8 +43,9 @@ std::optional<unsigned long> ParseKind(std::string_view text) {
     return text::NumberIn<unsigned long>(text);
 }
 
-base::Status RunShell(translator::TranslatorHost& module, unsigned long kind, std::istream& in) {
-    Call call{module};
+base::Status RunShell(translator::TranslatorHost& module, unsigned long kind,
+                      const std::string& nicknameFile, std::istream& in) {
+    Call call{module, nicknameFile};
     if (call.Renew(kind) != RRC_OK) {
         return base::Failed("the translator library gives no translator for data kind " +
                             std::to_string(kind));

@@ -13,10 +13,12 @@ namespace host::shell {
 std::optional<unsigned long> ParseKind(std::string_view text);
 
 // Reads operations from `in`, one a line, and prints a JSON object for each at once. It begins with
-// a translator of the data kind. Empty lines and lines that begin with # are passed over. An
-// unusable line gives {"op":...,"error":...}, and the next one is read. kFailed, with nothing read,
-// if the module gives no translator.
-base::Status RunShell(translator::TranslatorHost& module, unsigned long kind, std::istream& in);
+// a translator of the data kind. Of contacts an empty selection takes `nicknameFile`, a Windows
+// path in the system code page, or the module's own choice if that is empty. Empty lines and lines
+// that begin with # are passed over. An unusable line gives {"op":...,"error":...}, and the next
+// one is read. kFailed, with nothing read, if the module gives no translator.
+base::Status RunShell(translator::TranslatorHost& module, unsigned long kind,
+                      const std::string& nicknameFile, std::istream& in);
 
 // The list of operations for the help text.
 std::string ShellHelp();

@@ -118,12 +118,12 @@ if have mu; then
 fi
 
 if have mutt; then
-    printf 'set folder=%s/M spoolfile=%s/M mbox_type=Maildir copy=no write_bcc=yes from=a@example.org\nset sendmail="%s/kvsync-outbox.sh"\n' \
+    printf 'set folder=%s/M spoolfile=%s/M mbox_type=Maildir copy=no from=a@example.org\nset sendmail="%s/kvsync-outbox.sh"\n' \
         "$here" "$here" "$docs" >muttrc
-    echo "See you there." | mutt -F muttrc -s "By mutt" -b eve@example.org bob@example.org || fail "mutt"
+    echo "See you there." | mutt -F muttrc -s "By mutt" -b a@example.org bob@example.org || fail "mutt"
     run 4 sync
     grep -q "^queue in Eudora's Out: By mutt" out || fail "mutt's mail: $(cat out)"
-    grep -q 'By mutt' E/Out.mbx && grep -q '^Bcc: eve@example.org' E/Out.mbx || fail "Eudora's Out"
+    grep -q 'By mutt' E/Out.mbx && grep -q '^Bcc: a@example.org' E/Out.mbx || fail "Eudora's Out"
     grep -rq 'By mutt' M/.Sent/cur || fail ".Sent"
     run 0 sync
 fi

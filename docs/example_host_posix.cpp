@@ -1,5 +1,7 @@
 // A whole host for the translator module, from load to unload: prints nickname and address of
 // every contact. docs/writing-a-host.md walks through it.
+#include <dlfcn.h>
+
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -7,7 +9,6 @@
 #include "frame/interface/exports.h"
 #include "frame/interface/translators.h"
 #include "platform/kvutil/kvutil.h"
-#include "platform/os/program.h"
 
 namespace {
 
@@ -66,22 +67,21 @@ int PrintContacts(CRRecordTranslator& translator, CEudoraTransUtil* util) {
 
 // [main] Load, bind, initialise, work, and all of it back.
 int main(int argc, char** argv) {
-    const auto arguments = platform::ProgramArguments(argc, argv);
-    if (arguments.size() != 1) {
+    if (argc != 2) {
         std::puts("usage: example_host LIBRARY");
         return 2;
     }
-    auto library = platform::LoadNativeLibrary(arguments[0]);
-    if (!library) {
-        std::puts(library.Error().Message().c_str());
+    void* const library = dlopen(argv[1], RTLD_NOW);
+    if (library == nullptr) {
+        std::puts(dlerror());
         return 1;
     }
-    const auto init = reinterpret_cast<exports::InitTranslatorExFn>(
-        (*library)->Symbol(exports::kInitTranslatorEx));
+    const auto init =
+        reinterpret_cast<exports::InitTranslatorExFn>(dlsym(library, exports::kInitTranslatorEx));
     const auto make = reinterpret_cast<exports::GetTranslatorObjectFn>(
-        (*library)->Symbol(exports::kGetTranslatorObject));
-    const auto uninit = reinterpret_cast<exports::UninitTranslatorFn>(
-        (*library)->Symbol(exports::kUninitTranslator));
+        dlsym(library, exports::kGetTranslatorObject));
+    const auto uninit =
+        reinterpret_cast<exports::UninitTranslatorFn>(dlsym(library, exports::kUninitTranslator));
     if (init == nullptr || make == nullptr || uninit == nullptr) return 1;
 
     tagRENVSETTINGS env{"", ""};
@@ -100,6 +100,7 @@ int main(int argc, char** argv) {
         result = PrintContacts(*translator, util);
     }
     uninit();
+    dlclose(library);
     return result;
 }
 // [/main]
