@@ -122,7 +122,9 @@ class Check:
         # Maildir and marked unread in Eudora.
         self.edit("E/nndbase.txt", b"555-0110", b"555-0111")
         self.edit(self.card(b"NICKNAME:Carla"), b"voice:555-0110", b"voice:555-0112")
+        self.edit("E/nndbase.txt", b"555-0100", b"555-0101")
         self.edit(self.card(b"NICKNAME:bob"), b"NICKNAME:bob", b"NICKNAME:robert")
+        self.edit(self.card(b"NICKNAME:robert"), b"NOTE:Met", "NOTE:\u4eac Met".encode())
         os.mkfifo(os.path.join(self.folder, "C", "pipe.vcf"))
         self.remove_and_mark_unread(b"Tide table")
         with open(self.folder + "/M/new/1.made", "w", encoding="utf-8") as file:
@@ -130,7 +132,7 @@ class Check:
         self.run("status", *eudora, "--maildir", "M", head="status mail")
         self.run("conflicts", *both)
         self.run("sync", *both)
-        self.run("resolve Carla --take eudora", *both, head="sync contacts")
+        self.run("resolve --take eudora", "Carla Vance", *both, head="sync contacts")
         for command in "status", "sync", "conflicts contacts":
             self.run(command, *both, "--nickname-file", "all")
         for command in ("list contacts", "list mail", "show contacts robert", "show mail 0x00000001",
