@@ -121,7 +121,7 @@ Lines Describe(const sync::Report& report, Subject subject, bool countsOnly) {
                         " vCards hold more than Eudora can; it stays in them");
     }
     left(report.conflicts.size(), "conflict",
-         "left as it is: kvsync resolve NAME --take eudora|folder, or --prefer, decides");
+         "left as it is: kvsync resolve NAME --take eudora|folder decides");
     left(report.undone, subject == Subject::kMails ? "mail" : "contact", "left to the next run");
     left(report.dropped, "mail",
          "of Eudora's removed in the Maildir by earlier versions: kept in Eudora");

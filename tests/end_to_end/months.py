@@ -23,7 +23,7 @@ class Book:
     """Eudora's side of the contacts: nndbase.txt. A contact is known by its address."""
 
     def __init__(self, path):
-        self.path, self.contacts = path, {}
+        self.path, self.contacts, self.notes = path, {}, {}
         nicknames = {}
         for line in path.read_text("cp1252").split("\n") if path.exists() else []:
             found = re.match(r'(alias|note) ("[^"]*"|\S+) (.*)', line.strip())
@@ -36,12 +36,14 @@ class Book:
             else:
                 phone = re.search(r"<phone:([^>]*)>", rest)
                 self.contacts[nicknames[nickname]]["phone"] = phone[1] if phone else ""
+                self.notes[nicknames[nickname]] = re.sub(r"<phone:[^>]*>", "", rest)
 
     def save(self):
         text = ""
         for address, values in self.contacts.items():
             text += f'alias "{values["nick"]}" {address}\r\n'
-            text += f'note "{values["nick"]}" <phone:{values["phone"]}>\r\n'
+            rest = self.notes.get(address, "")
+            text += f'note "{values["nick"]}" <phone:{values["phone"]}>{rest}\r\n'
         self.path.write_bytes(text.encode("cp1252"))
 
 
@@ -277,8 +279,9 @@ class Months:
         assert self.kvsync("restore", ids[-1], "--eudora", str(self.eudora)) == 4, self.told
         assert self.sync("--prefer", "folder", "--max-add", "40") in (0, 4), self.told
         book, mails = Book(self.eudora / "nndbase.txt"), InBox(self.eudora)
-        for address in self.gone & set(book.contacts):
-            self.contacts[address] = book.contacts[address]
+        # What the backup holds of both sides is older: values may go back, but nobody is missing.
+        assert set(self.contacts) <= set(book.contacts) <= set(self.contacts) | self.gone, self.told
+        self.contacts = dict(book.contacts)
         for name in self.gone & set(mails.mails):
             self.mails[name] = mails.is_read(name)
         for name in set(self.mails) & set(mails.mails):
