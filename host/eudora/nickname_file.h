@@ -13,7 +13,8 @@ namespace host::eudora {
 // outside the Eudora in use.
 base::Result<std::string> NamedNicknameFile(const Setup& setup, const std::string& named);
 
-// All nickname files of this Eudora: nndbase.txt and those in NickName, in the order of their names.
+// All nickname files of this Eudora: nndbase.txt and those in NickName, in the order of their
+// names.
 std::vector<std::string> AllNicknameFiles(const Setup& setup);
 
 // The nickname file to work on: the one in the options, else the one that `configure` chose, else

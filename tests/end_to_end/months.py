@@ -276,7 +276,11 @@ class Months:
         ids = re.findall(r"\d{8}-\d{6}(?:-\d+)?", self.told)
         if not ids:
             return
-        assert self.kvsync("restore", ids[-1], "--eudora", str(self.eudora)) == 4, self.told
+        code = self.kvsync("restore", ids[-1], "--eudora", str(self.eudora))
+        if code in (0, 3):
+            assert "in place already" in self.told or "the folder is gone" in self.told, self.told
+            return
+        assert code == 4, self.told
         assert self.sync("--prefer", "folder", "--max-add", "40") in (0, 4), self.told
         book, mails = Book(self.eudora / "nndbase.txt"), InBox(self.eudora)
         # What the backup holds of both sides is older: values may go back, but nobody is missing.
@@ -303,8 +307,11 @@ class Months:
         assert self.sync("--quiet") == 0, before + self.told
         assert self.told.count("\n") == 1, "a quiet run with nothing to do speaks: " + self.told
         book, cards = Book(self.eudora / "nndbase.txt"), Cards(self.cards)
-        assert book.contacts == self.contacts, f"{before}\n{book.contacts}\n{self.contacts}"
-        assert cards.contacts == self.contacts, f"{before}\n{cards.contacts}\n{self.contacts}"
+        for side in (book, cards):
+            wrong = {address: (side.contacts.get(address), self.contacts.get(address))
+                     for address in {*side.contacts, *self.contacts}
+                     if side.contacts.get(address) != self.contacts.get(address)}
+            assert not wrong, f"{before}\n{type(side).__name__}, has and must: {wrong}"
         for address, title in self.titles.items():
             if address in cards.files:
                 assert title in cards.files[address].read_text(), before
@@ -322,6 +329,7 @@ class Months:
             self.settle()
         elif act < 0.9:
             self.sync(kill_at=CHANCE.randint(1, 120))
+            self.sync()  # which finishes it, before somebody edits again
         elif act < 0.94:
             self.sync("--direction", CHANCE.choice(["pull", "push"]))
         elif act < 0.96:
