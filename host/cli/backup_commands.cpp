@@ -170,7 +170,7 @@ void RefuseLocked(const std::string& nicknameFile) {
 
 base::ExitCode ListBackups(const Options& options) {
     ProgressLine progress(false);
-    const auto command = PlaceOf(options, progress);
+    const auto command = ContextOf(options, progress);
     const std::string folder = NamedEudora(options);
     auto backups = sync::BackupsOf(command);
     if (options.prune) {
@@ -194,7 +194,7 @@ base::ExitCode Restore(const Options& options) {
     if (options.setup.eudora || options.setup.winePrefix) OrEnd(setup);
     if (setup) OrEnd(eudora::RefuseRunningEudora(*setup));
     ProgressLine progress(false);
-    const auto command = PlaceOf(options, progress);
+    const auto command = ContextOf(options, progress);
     // The files of a backup must not be in the hands of a running Eudora, whichever it is.
     const backup::Wanted wanted{options.what, NamedEudora(options), options.setup.followLinks};
     const auto backup = OrEnd(sync::BackupsOf(command).Find(options.record, wanted.eudoraFolder));

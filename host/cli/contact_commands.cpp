@@ -150,8 +150,9 @@ base::ExitCode ExportContacts(const Options& options) {
     Workplace workplace(options, Workplace::For::kLook);
     const auto eudora = workplace.Contacts(workplace.NicknameFile());
     ProgressLine progress(!options.quiet);
-    const auto count = contactsync::ExportContacts(
-        PlaceOf(options, progress), eudora, options.toFolder, options.vcardVersion.value_or("4.0"));
+    const auto count =
+        contactsync::ExportContacts(ContextOf(options, progress), eudora, options.toFolder,
+                                    options.vcardVersion.value_or("4.0"));
     progress.Show({});
     return Say(count ? ExportOutput(*count, options.toFolder) : RefusalOutput(count.Error()),
                options);

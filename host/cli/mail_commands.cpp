@@ -62,12 +62,12 @@ constexpr std::size_t kBatch = 256;  // mails that are flushed together
 // told and left out.
 class MailExport {
   public:
-    MailExport(const sync::CommandPlace& place, const std::string& folder)
-        : m_files(place.files),
-          m_clock(place.clock),
+    MailExport(const sync::RunContext& context, const std::string& folder)
+        : m_files(context.files),
+          m_clock(context.clock),
           m_folder(folder),
-          m_maildir(place.files, place.clock, folder),
-          m_progress(place.clock, place.progress) {}
+          m_maildir(context.files, context.clock, folder),
+          m_progress(context.clock, context.progress) {}
 
     base::Status Run(mail::MailSource& mails) {
         m_hasAttachments = mails.LargestAttachment() > 0;
@@ -247,7 +247,7 @@ base::ExitCode ExportMail(const Options& options) {
                                            given.attachments.value_or("on"),
                                            given.attachmentSize.value_or("off")});
     ProgressLine progress(!options.quiet);
-    MailExport target(PlaceOf(options, progress), options.toFolder);
+    MailExport target(ContextOf(options, progress), options.toFolder);
     const auto done = target.Run(*mails);
     progress.Show({});
     Output output = target.Result(done);

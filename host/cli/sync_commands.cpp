@@ -98,7 +98,7 @@ Output ForgetMemory(Opened opened, const state::Sides& sides, Subject subject,
 
 // One nickname file and the folder of its vCards, as the task wants it. What keeps it from
 // beginning ends the command.
-Output RunBook(Workplace& workplace, const Options& options, const sync::CommandPlace& command,
+Output RunBook(Workplace& workplace, const Options& options, const sync::RunContext& command,
                Task task, const std::string& nicknameFile, const std::string& folder) {
     contactsync::SyncOptions sync;
     static_cast<sync::Options&>(sync) = options.rules;
@@ -127,7 +127,7 @@ Output RunBook(Workplace& workplace, const Options& options, const sync::Command
 }
 
 // The contacts, as the task wants it: of several nickname files each has a folder of its own name.
-Output RunContacts(Workplace& workplace, const Options& options, const sync::CommandPlace& command,
+Output RunContacts(Workplace& workplace, const Options& options, const sync::RunContext& command,
                    Task task) {
     const auto files = workplace.NicknameFiles();
     const bool areSeveral = options.setup.nicknameFile == "all" || !options.nicknameFiles.empty();
@@ -166,10 +166,10 @@ class IncomingReader {
             if (!folder) return folder.Error();
             m_folder = *std::move(folder);
         }
-        const mail::ParsePlace place{platform::NativeSystem().files, m_folder->Path(),
-                                     platform::NativeSystem().codePage,
-                                     platform::NativeSystem().clock};
-        return mail::ParseMail(bytes, place, name);
+        const mail::ParseTarget target{platform::NativeSystem().files, m_folder->Path(),
+                                       platform::NativeSystem().codePage,
+                                       platform::NativeSystem().clock};
+        return mail::ParseMail(bytes, target, name);
     }
 
   private:
@@ -191,7 +191,7 @@ std::vector<std::string> Mailboxes(const eudora::Setup& setup) {
 }
 
 // The mails, as the task wants it; the options name a Maildir.
-Output RunMail(Workplace& workplace, const Options& options, const sync::CommandPlace& command,
+Output RunMail(Workplace& workplace, const Options& options, const sync::RunContext& command,
                Task task) {
     // Before the translator is asked for mails, which takes files and on Windows Eudora's start.
     const auto can = mail::CanParseMail();
@@ -243,7 +243,7 @@ Output RunMail(Workplace& workplace, const Options& options, const sync::Command
 // Contacts and then mails. Of both, one that Eudora does not have is left out.
 Output Run(const Subjects& subjects, Workplace& workplace, const Options& options, Task task) {
     ProgressLine progress(!options.quiet);
-    auto command = PlaceOf(options, progress);
+    auto command = ContextOf(options, progress);
     const std::string& folder = workplace.Setup().eudoraFolder;
     command.eudoraFolder = platform::NativePathOf(folder).value_or("");
     command.eudoraLock = base::FromPath(base::ToPath(workplace.Setup().memoryFolder) / "lock");

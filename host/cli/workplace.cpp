@@ -73,7 +73,7 @@ translator::TranslatorSession Workplace::OpenContacts() {
     return OrEnd(translator::TranslatorSession::OpenContacts(*m_host, NicknameFile()));
 }
 
-contactsync::EudoraPlace Workplace::Contacts(const std::string& file) {
+contactsync::AddressBook Workplace::Contacts(const std::string& file) {
     OrEnd(eudora::CheckNicknameFile(m_setup, file, false));
     const auto native = platform::NativePathOf(file);
     if (!native) throw Ended(base::Refused("no drive leads to " + base::ToUtf8(file)));
@@ -115,7 +115,7 @@ void ProgressLine::Show(const std::string& line) {
     m_shown = line;
 }
 
-sync::CommandPlace PlaceOf(const Options& options, ProgressLine& progress) {
+sync::RunContext ContextOf(const Options& options, ProgressLine& progress) {
     const std::string state =
         options.state ? *options.state
                       : base::FromPath(base::ToPath(OrEnd(eudora::StateFolder())) / "state.db");

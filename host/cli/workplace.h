@@ -41,7 +41,7 @@ class Workplace {
     // options, or all.
     std::vector<std::string> NicknameFiles();
     // One of them as Eudora's side of a sync; the workplace outlives it.
-    contactsync::EudoraPlace Contacts(const std::string& nicknameFile);
+    contactsync::AddressBook Contacts(const std::string& nicknameFile);
     // A session with the settings of the mails selected, not opened yet. kRefused, with nothing
     // made, if there is no in-box or another program has it.
     base::Result<translator::TranslatorSession> SelectInBox(std::string& selection);
@@ -79,6 +79,6 @@ class ProgressLine {
 
 // What sync commands need; `progress` outlives it. Throws a refusal if no folder for the state is
 // known.
-sync::CommandPlace PlaceOf(const Options& options, ProgressLine& progress);
+sync::RunContext ContextOf(const Options& options, ProgressLine& progress);
 
 }  // namespace host::cli

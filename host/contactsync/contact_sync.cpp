@@ -23,12 +23,12 @@ struct OwnStores {
     contacts::VdirContacts folder;
 };
 
-base::Result<OwnStores> OpenStores(const sync::CommandPlace& place, const EudoraPlace& eudora,
+base::Result<OwnStores> OpenStores(const sync::RunContext& context, const AddressBook& eudora,
                                    const std::string& folder, const std::string& cardVersion) {
-    const auto info = place.files.Stat(eudora.file);
+    const auto info = context.files.Stat(eudora.file);
     if (!info) return info.Error();
     return OwnStores{{eudora.open, eudora.codePage, info->modified},
-                     {place.files, folder, place.clock, base::NewUuid, cardVersion}};
+                     {context.files, folder, context.clock, base::NewUuid, cardVersion}};
 }
 
 // Both sides, the memory and the plan between them.
@@ -40,7 +40,7 @@ struct Run {
     Sides sides;
     Plan plan;
 
-    explicit Run(const sync::CommandPlace& place) : progress(place.clock, place.progress) {}
+    explicit Run(const sync::RunContext& context) : progress(context.clock, context.progress) {}
     contacts::Stores Stores() { return {stores->eudora, stores->folder}; }
 };
 
@@ -74,7 +74,7 @@ void ReadAnew(state::Remembered& remembered, unsigned before, unsigned now) {
 
 // Tells of another code page than in the run before, and of texts that are none of the code page:
 // a first run that only supposes the code page is stopped by them.
-void CheckTexts(const EudoraPlace& eudora, unsigned before, Run& run) {
+void CheckTexts(const AddressBook& eudora, unsigned before, Run& run) {
     sync::Report& report = run.plan.report;
     const std::string page = "code page " + std::to_string(eudora.codePage);
     if (before != 0 && before != eudora.codePage) {
@@ -104,17 +104,17 @@ void CheckTexts(const EudoraPlace& eudora, unsigned before, Run& run) {
     }
 }
 
-base::Status Prepare(const sync::CommandPlace& place, const SyncOptions& options, bool mayWrite,
+base::Status Prepare(const sync::RunContext& context, const SyncOptions& options, bool mayWrite,
                      Run& run) {
     auto status = sync::Take(
-        state::OpenPairs(place.files, place.stateFile, SidesOf(place, options), mayWrite),
+        state::OpenPairs(context.files, context.stateFile, SidesOf(context, options), mayWrite),
         run.memory);
     if (status) status = sync::Take(run.memory->Load(), run.remembered);
     if (status) {
-        status = CheckFolder(place.files, options.folder, !run.remembered.pairs.empty());
+        status = CheckFolder(context.files, options.folder, !run.remembered.pairs.empty());
     }
     if (!status) return status;
-    auto stores = OpenStores(place, options.eudora, options.folder, options.cardVersion);
+    auto stores = OpenStores(context, options.eudora, options.folder, options.cardVersion);
     if (!stores) return stores.Error();
     run.stores.emplace(*std::move(stores));
     const unsigned before = run.memory->CodePage(), now = options.eudora.codePage;
@@ -129,16 +129,16 @@ base::Status Prepare(const sync::CommandPlace& place, const SyncOptions& options
         written.push_back(options.eudora.file);
         // On Windows the mark means nothing on a folder.
         if (!base::UsesWindowsPaths()) {
-            written.push_back(base::ParentFolder(place.files, options.eudora.file));
+            written.push_back(base::ParentFolder(context.files, options.eudora.file));
         }
     }
     if (run.plan.report.Changes(sync::Side::kFolder)) written.push_back(options.folder);
-    return sync::CheckRights(place.files, written);
+    return sync::CheckRights(context.files, written);
 }
 
 // The folder of vCards and what is remembered of both sides, before the first change.
-base::Status Begin(const sync::CommandPlace& place, const SyncOptions& options, Run& run) {
-    if (auto made = base::MakeFolders(place.files, options.folder); !made) {
+base::Status Begin(const sync::RunContext& context, const SyncOptions& options, Run& run) {
+    if (auto made = base::MakeFolders(context.files, options.folder); !made) {
         return base::Refused(options.folder + " cannot be made: " + made.Error().Message(),
                              "name another folder with --contacts");
     }
@@ -148,18 +148,18 @@ base::Status Begin(const sync::CommandPlace& place, const SyncOptions& options, 
 }
 
 // What the plan changes or removes.
-base::Result<std::vector<backup::Origin>> FilesAtRisk(const sync::CommandPlace& place,
+base::Result<std::vector<backup::Origin>> FilesAtRisk(const sync::RunContext& context,
                                                       const SyncOptions& options,
                                                       const Plan& plan) {
     base::Result<std::vector<backup::Origin>> files = std::vector<backup::Origin>();
     if (plan.report.Changes(sync::Side::kEudora)) {
-        files = backup::FilesOfBook(place.files, options.eudora.file);
+        files = backup::FilesOfBook(context.files, options.eudora.file);
         if (!files) return files;
     }
     for (const Step& step : plan.steps) {
         const auto verb = step.folder.verb;
         if (verb != sync::Verb::kChange && verb != sync::Verb::kRemove) continue;
-        files->emplace_back(options.folder + place.files.Separator() + step.folder.known.id,
+        files->emplace_back(options.folder + context.files.Separator() + step.folder.known.id,
                             backup::Kind::kCard);
     }
     return files;
@@ -167,26 +167,26 @@ base::Result<std::vector<backup::Origin>> FilesAtRisk(const sync::CommandPlace& 
 
 }  // namespace
 
-state::Sides SidesOf(const sync::CommandPlace& place, const SyncOptions& options) {
-    return {options.eudora.file,     options.folder,   options.folderAsNamed,
-            options.eudora.codePage, place.eudoraLock, options.wait};
+state::Sides SidesOf(const sync::RunContext& context, const SyncOptions& options) {
+    return {options.eudora.file,     options.folder,     options.folderAsNamed,
+            options.eudora.codePage, context.eudoraLock, options.wait};
 }
 
-base::Result<sync::Report> RunSync(const sync::CommandPlace& place, const SyncOptions& options) {
-    Run run(place);
-    if (auto status = Prepare(place, options, !options.dryRun, run); !status) {
+base::Result<sync::Report> RunSync(const sync::RunContext& context, const SyncOptions& options) {
+    Run run(context);
+    if (auto status = Prepare(context, options, !options.dryRun, run); !status) {
         return status.Error();
     }
     sync::Report& report = run.plan.report;
     const bool isSettled =
         run.plan.IsEmpty() && (run.memory->IsCurrent() || run.remembered.pairs.empty());
     if (options.dryRun || report.stop || isSettled) return std::move(report);
-    if (auto begun = Begin(place, options, run); !begun) return begun.Error();
+    if (auto begun = Begin(context, options, run); !begun) return begun.Error();
     const auto backup = [&]() -> base::Status {
-        const auto files = FilesAtRisk(place, options, run.plan);
+        const auto files = FilesAtRisk(context, options, run.plan);
         if (!files) return files.Error();
         std::vector<std::string> passedOver;
-        auto done = sync::BackUp(place, SidesOf(place, options), *files,
+        auto done = sync::BackUp(context, SidesOf(context, options), *files,
                                  "before a sync of contacts", passedOver);
         for (const std::string& path : passedOver) {
             report.leftAlone.push_back(path + ": is no regular file");
@@ -196,17 +196,17 @@ base::Result<sync::Report> RunSync(const sync::CommandPlace& place, const SyncOp
     return Execute(run.plan, run.Stores(), *run.memory, backup, run.progress);
 }
 
-sync::Preview RunStatus(const sync::CommandPlace& place, const SyncOptions& options) {
-    Run run(place);
-    auto ready = Prepare(place, options, false, run);
+sync::Preview RunStatus(const sync::RunContext& context, const SyncOptions& options) {
+    Run run(context);
+    auto ready = Prepare(context, options, false, run);
     return {run.sides.eudora.size(), run.sides.folder.size(), run.remembered.pairs.size(),
             std::move(ready), std::move(run.plan.report)};
 }
 
-base::Result<std::size_t> ExportContacts(const sync::CommandPlace& place, const EudoraPlace& from,
+base::Result<std::size_t> ExportContacts(const sync::RunContext& context, const AddressBook& from,
                                          const std::string& toFolder,
                                          const std::string& cardVersion) {
-    auto stores = OpenStores(place, from, toFolder, cardVersion);
+    auto stores = OpenStores(context, from, toFolder, cardVersion);
     if (!stores) return stores.Error();
     auto& [eudora, folder] = *stores;
     auto present = folder.List();
@@ -216,7 +216,7 @@ base::Result<std::size_t> ExportContacts(const sync::CommandPlace& place, const 
     }
     auto items = eudora.List();
     if (!items) return items.Error();
-    base::Progress progress(place.clock, place.progress);
+    base::Progress progress(context.clock, context.progress);
     std::size_t count = 0;
     for (const base::StoreItem& item : *items) {
         progress.Step("exporting", count++, items->size());

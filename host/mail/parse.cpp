@@ -223,7 +223,7 @@ std::string MessageIdOf(const Message& message) {
 
 class MailMaker {
   public:
-    MailMaker(const Message& message, const ParsePlace& place)
+    MailMaker(const Message& message, const ParseTarget& place)
         : m_message(message), m_entity(SplitEntity(message.bytes)), m_place(place) {}
 
     base::Result<NewMail> Run() {
@@ -387,7 +387,7 @@ class MailMaker {
 
     const Message& m_message;
     const Entity m_entity;
-    const ParsePlace& m_place;
+    const ParseTarget& m_place;
     NewMail m_mail;
 };
 
@@ -401,7 +401,7 @@ base::Status CanParseMail() {
     return {};
 }
 
-base::Result<NewMail> ParseMail(std::string_view bytes, const ParsePlace& place,
+base::Result<NewMail> ParseMail(std::string_view bytes, const ParseTarget& place,
                                 const std::string& name) {
     if (bytes.size() > kLargestMessage) {
         return base::Refused(name + " has more than 256 MB and is left where it is");

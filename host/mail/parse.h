@@ -15,7 +15,7 @@ namespace host::mail {
 inline constexpr std::uint64_t kLargestMessage = std::uint64_t{256} << 20;  // bytes
 
 // What reading a message needs. The objects outlive the call.
-struct ParsePlace {
+struct ParseTarget {
     platform::Files& files;  // takes Windows paths in the system code page, as the module does
     std::string folder;      // of these files; exists; the attachments become files in it. Without
                              // one they have names alone.
@@ -35,7 +35,7 @@ base::Status CanParseMail();
 // (as .eml) become attachments with plain names. A blank keeps Eudora from taking foreign lines for
 // its own marks (attachment lines, separators, <x-html>); parts that ComposeMail marked get
 // Eudora's marks back. A text above 16 MB is cut, and its whole is an attachment.
-base::Result<NewMail> ParseMail(std::string_view bytes, const ParsePlace& place,
+base::Result<NewMail> ParseMail(std::string_view bytes, const ParseTarget& place,
                                 const std::string& name);
 
 // The Message-ID that ParseMail would give a message, without angle brackets: its own, or one made

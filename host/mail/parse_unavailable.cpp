@@ -10,7 +10,7 @@ base::Status CanParseMail() {
         "list mail, show mail, export mail, configure mail and shell mail work");
 }
 
-base::Result<NewMail> ParseMail(std::string_view /*bytes*/, const ParsePlace& /*place*/,
+base::Result<NewMail> ParseMail(std::string_view /*bytes*/, const ParseTarget& /*place*/,
                                 const std::string& /*name*/) {
     return CanParseMail().Error();
 }

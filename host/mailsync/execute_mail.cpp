@@ -127,8 +127,8 @@ class MailExecution {
         if (!mail) return !m_ledger.Check(mail.Error(), row.name);
         if (delivery.IsRenewal() && HoldsMore(*delivery.step, *mail)) return true;
         bool isMailAtFault = false;
-        const auto size = mail::ComposeInto(m_work.folders.mails, row.unique, m_work.place.files,
-                                            m_work.place.clock, *mail, isMailAtFault);
+        const auto size = mail::ComposeInto(m_work.folders.mails, row.unique, m_work.context.files,
+                                            m_work.context.clock, *mail, isMailAtFault);
         if (!size) {
             (void)m_ledger.Check(size.Error(), row.name);
             return isMailAtFault;

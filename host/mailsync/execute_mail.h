@@ -16,7 +16,7 @@ namespace host::mailsync {
 
 // What a plan is carried out on. The objects outlive the call.
 struct MailWork {
-    const sync::CommandPlace& place;
+    const sync::RunContext& context;
     mail::MailSource& source;
     MailFolders& folders;
     state::MailMemory& memory;

@@ -6,6 +6,7 @@
 #include "host/mail/encoded_words.h"
 #include "host/mail/mail.h"
 #include "host/mail/parse.h"
+#include "host/mailsync/match_mails.h"
 #include "host/mailsync/tell_apart.h"
 #include "platform/os/code_page.h"
 #include "text/calendar.h"

@@ -24,20 +24,20 @@ struct MailRun {
     MailSides sides;
     MailPlan plan;
 
-    MailRun(const sync::CommandPlace& place, const MailSyncOptions& options)
-        : folders(place.files, place.clock, options.maildir),
-          progress(place.clock, place.progress) {}
+    MailRun(const sync::RunContext& context, const MailSyncOptions& options)
+        : folders(context.files, context.clock, options.maildir),
+          progress(context.clock, context.progress) {}
 };
 
-base::Status CheckPlace(const sync::CommandPlace& place, const MailSyncOptions& options,
-                        const MailRun& run) {
-    auto checked =
-        CheckMaildir(place.files, options.maildir, base::ParentFolder(place.files, options.inbox));
+base::Status CheckFolder(const sync::RunContext& context, const MailSyncOptions& options,
+                         const MailRun& run) {
+    auto checked = CheckMaildir(context.files, options.maildir,
+                                base::ParentFolder(context.files, options.inbox));
     if (!checked) return checked;
     const bool isKnown = std::ranges::any_of(run.remembered, [](const state::RememberedMail& row) {
         return row.link == state::MailLink::kInStep;
     });
-    if (!isKnown || place.files.Exists(options.maildir)) return {};
+    if (!isKnown || context.files.Exists(options.maildir)) return {};
     return base::RefusedFor(options.maildir, "the Maildir is gone",
                             "bring it back or name its new place with --maildir");
 }
@@ -89,13 +89,13 @@ void CheckTexts(const MailSyncOptions& options, MailRun& run) {
     }
 }
 
-base::Status Prepare(const sync::CommandPlace& place, const MailSyncOptions& options, bool mayWrite,
+base::Status Prepare(const sync::RunContext& context, const MailSyncOptions& options, bool mayWrite,
                      MailRun& run) {
     auto status = sync::Take(
-        state::OpenMails(place.files, place.stateFile, SidesOf(place, options), mayWrite),
+        state::OpenMails(context.files, context.stateFile, SidesOf(context, options), mayWrite),
         run.memory);
     if (status) status = sync::Take(run.memory->Load(), run.remembered);
-    if (status) status = CheckPlace(place, options, run);
+    if (status) status = CheckFolder(context, options, run);
     if (status) status = sync::Take(options.open(), run.source);
     if (!status) return status;
     run.hasOtherTexts = MeanOtherTexts(*run.memory, options.codePage, run.remembered);
@@ -103,7 +103,7 @@ base::Status Prepare(const sync::CommandPlace& place, const MailSyncOptions& opt
         LoadMailSides(*run.source, run.folders, run.remembered, options.codePage, run.progress),
         run.sides);
     if (status && !run.sides.outgoing.empty()) {
-        const auto queued = mailbox::CountMails(place.files, options.outbox);
+        const auto queued = mailbox::CountMails(context.files, options.outbox);
         if (!queued) return queued.Error();
         run.sides.queued = *queued;
     }
@@ -113,7 +113,7 @@ base::Status Prepare(const sync::CommandPlace& place, const MailSyncOptions& opt
     CheckTexts(options, run);
     if (run.plan.report.stop) return {};
     if (!run.plan.report.Changes(sync::Side::kEudora)) return {};
-    return sync::CheckRights(place.files, options.mailboxes);
+    return sync::CheckRights(context.files, options.mailboxes);
 }
 
 // Whether a path lies below a folder, by the names alone, as a Maildir need not exist.
@@ -142,7 +142,7 @@ base::Status CheckContent(platform::Files& files, const std::string& maildir) {
 
 // What the plan changes or removes. Nothing but a removal makes a mailbox smaller: Eudora itself
 // writes it anew some time after one.
-std::vector<backup::Origin> FilesAtRisk(const sync::CommandPlace& place,
+std::vector<backup::Origin> FilesAtRisk(const sync::RunContext& context,
                                         const MailSyncOptions& options, const MailRun& run) {
     const auto count = [&](sync::Verb verb) {
         return run.plan.report.Count(sync::Side::kEudora, verb);
@@ -151,7 +151,7 @@ std::vector<backup::Origin> FilesAtRisk(const sync::CommandPlace& place,
     const bool changesIn = removes || count(sync::Verb::kAdd) > 0 || count(sync::Verb::kChange) > 0;
     std::vector<backup::Origin> files;
     for (const std::string& path : options.mailboxes) {
-        const std::string folder = base::ParentFolder(place.files, path);
+        const std::string folder = base::ParentFolder(context.files, path);
         const std::string name = text::Lowered(path.substr(folder.size() + 1));
         const bool isChanged = name.starts_with("in.")      ? changesIn
                                : name.starts_with("trash.") ? removes
@@ -169,21 +169,21 @@ std::vector<backup::Origin> FilesAtRisk(const sync::CommandPlace& place,
 
 }  // namespace
 
-state::Sides SidesOf(const sync::CommandPlace& place, const MailSyncOptions& options) {
-    return {options.inbox,    options.maildir,  options.maildir,
-            options.codePage, place.eudoraLock, options.wait};
+state::Sides SidesOf(const sync::RunContext& context, const MailSyncOptions& options) {
+    return {options.inbox,    options.maildir,    options.maildir,
+            options.codePage, context.eudoraLock, options.wait};
 }
 
-base::Result<sync::Report> RunMailSync(const sync::CommandPlace& place,
+base::Result<sync::Report> RunMailSync(const sync::RunContext& context,
                                        const MailSyncOptions& options) {
-    MailRun run(place, options);
-    if (auto status = Prepare(place, options, !options.dryRun, run); !status) {
+    MailRun run(context, options);
+    if (auto status = Prepare(context, options, !options.dryRun, run); !status) {
         return status.Error();
     }
     const bool isSettled =
         run.plan.steps.empty() && (run.memory->IsCurrent() || run.remembered.empty());
     if (options.dryRun || run.plan.report.stop || isSettled) return std::move(run.plan.report);
-    if (auto made = base::MakeFolders(place.files, options.maildir); !made) {
+    if (auto made = base::MakeFolders(context.files, options.maildir); !made) {
         return base::Refused(options.maildir + " cannot be made: " + made.Error().Message(),
                              "name another folder with --maildir");
     }
@@ -191,12 +191,12 @@ base::Result<sync::Report> RunMailSync(const sync::CommandPlace& place,
     if (run.hasOtherTexts) first.put = run.remembered;
     if (auto begun = run.memory->Begin(std::move(first)); !begun) return begun.Error();
     std::vector<std::string> passedOver;
-    const auto queued = [&] { return mailbox::CountMails(place.files, options.outbox); };
+    const auto queued = [&] { return mailbox::CountMails(context.files, options.outbox); };
     const auto backup = [&] {
-        return sync::BackUp(place, SidesOf(place, options), FilesAtRisk(place, options, run),
+        return sync::BackUp(context, SidesOf(context, options), FilesAtRisk(context, options, run),
                             "before a sync of mail", passedOver);
     };
-    const MailWork work{place,        *run.source,   run.folders, *run.memory, *options.attachments,
+    const MailWork work{context,      *run.source,   run.folders, *run.memory, *options.attachments,
                         run.progress, options.parse, queued,      backup,      options.codePage};
     sync::Report report = ExecuteMail(run.plan, work);
     for (const std::string& path : passedOver) {
@@ -205,9 +205,9 @@ base::Result<sync::Report> RunMailSync(const sync::CommandPlace& place,
     return report;
 }
 
-sync::Preview RunMailStatus(const sync::CommandPlace& place, const MailSyncOptions& options) {
-    MailRun run(place, options);
-    auto ready = Prepare(place, options, false, run);
+sync::Preview RunMailStatus(const sync::RunContext& context, const MailSyncOptions& options) {
+    MailRun run(context, options);
+    auto ready = Prepare(context, options, false, run);
     return {run.sides.eudora.size(), run.sides.folder.size(), run.remembered.size(),
             std::move(ready), std::move(run.plan.report)};
 }

@@ -33,15 +33,15 @@ struct MailSyncOptions : sync::Options {
 };
 
 // The two sides whose memory a sync keeps.
-state::Sides SidesOf(const sync::CommandPlace& place, const MailSyncOptions& options);
+state::Sides SidesOf(const sync::RunContext& context, const MailSyncOptions& options);
 
 // Brings both sides into step, after a backup if Eudora's files change. A failure means that
 // neither side was changed; failures of single mails are errors of the report. A dry run writes
 // nothing and reports what a run would do.
-base::Result<sync::Report> RunMailSync(const sync::CommandPlace& place,
+base::Result<sync::Report> RunMailSync(const sync::RunContext& context,
                                        const MailSyncOptions& options);
 // What a sync would find and do, without touching anything.
-sync::Preview RunMailStatus(const sync::CommandPlace& place, const MailSyncOptions& options);
+sync::Preview RunMailStatus(const sync::RunContext& context, const MailSyncOptions& options);
 
 // kRefused, with the way out, if the folder cannot be a Maildir: it is a file, may not be written,
 // holds other things, or lies in Eudora's folder. One that does not exist is in order. Paths are

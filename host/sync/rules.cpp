@@ -84,29 +84,30 @@ base::Status CheckRights(platform::Files& files, const std::vector<std::string>&
     return {};
 }
 
-backup::Backups BackupsOf(const CommandPlace& place) {
-    const std::string folder = base::ParentFolder(place.files, place.stateFile);
+backup::Backups BackupsOf(const RunContext& context) {
+    const std::string folder = base::ParentFolder(context.files, context.stateFile);
     const std::string name = "backups";
-    return backup::Backups(
-        place.files, folder.empty() ? name : folder + place.files.Separator() + name, place.clock);
+    return backup::Backups(context.files,
+                           folder.empty() ? name : folder + context.files.Separator() + name,
+                           context.clock);
 }
 
-base::Status BackUp(const CommandPlace& place, const state::Sides& sides,
+base::Status BackUp(const RunContext& context, const state::Sides& sides,
                     const std::vector<backup::Origin>& origins, const std::string& reason,
                     std::vector<std::string>& passedOver) {
     if (origins.empty()) return {};
-    auto backups = BackupsOf(place);
-    auto made = backups.Make(origins, reason, {place.eudoraFolder, sides.eudora, sides.folder});
+    auto backups = BackupsOf(context);
+    auto made = backups.Make(origins, reason, {context.eudoraFolder, sides.eudora, sides.folder});
     if (!made) return made.Error();
     passedOver = std::move(made->passedOver);
-    const auto pruned = backups.Prune(place.backupSpace, place.began);
+    const auto pruned = backups.Prune(context.backupSpace, context.began);
     return pruned ? base::Status() : pruned.Error();
 }
 
-base::Result<backup::Restored> Restore(const CommandPlace& place, const std::string& id,
+base::Result<backup::Restored> Restore(const RunContext& context, const std::string& id,
                                        const backup::Wanted& wanted) {
-    const bool hasState = place.files.Exists(place.stateFile);
-    auto lock = state::LockState(place.files, place.stateFile, hasState);
+    const bool hasState = context.files.Exists(context.stateFile);
+    auto lock = state::LockState(context.files, context.stateFile, hasState);
     if (!lock) return lock.Error();
     // The memory does not fit restored files: the next run would take what is missing in them for
     // removed. A run that was killed may have remembered more or less than it did.
@@ -117,24 +118,24 @@ base::Result<backup::Restored> Restore(const CommandPlace& place, const std::str
             if (file.IsEudoras()) {
                 ofEudora.push_back(file.path);
             } else {
-                ofFolder.push_back(backup::RememberedName(place.files, file));
+                ofFolder.push_back(backup::RememberedName(context.files, file));
             }
         }
         for (const std::string& path : ofEudora) {
-            auto forgotten = state::ForgetEudora(place.files, place.stateFile, path);
+            auto forgotten = state::ForgetEudora(context.files, context.stateFile, path);
             if (!forgotten) return forgotten;
         }
-        return state::ForgetFiles(place.files, place.stateFile, backup.sides.eudora, ofFolder);
+        return state::ForgetFiles(context.files, context.stateFile, backup.sides.eudora, ofFolder);
     };
-    return BackupsOf(place).Restore(id, wanted, forget);
+    return BackupsOf(context).Restore(id, wanted, forget);
 }
 
-base::Result<std::vector<backup::Backup>> PruneBackups(const CommandPlace& place,
+base::Result<std::vector<backup::Backup>> PruneBackups(const RunContext& context,
                                                        const std::string& eudoraFolder) {
-    const bool hasState = place.files.Exists(place.stateFile);
-    auto lock = state::LockState(place.files, place.stateFile, hasState);
+    const bool hasState = context.files.Exists(context.stateFile);
+    auto lock = state::LockState(context.files, context.stateFile, hasState);
     if (!lock) return lock.Error();
-    return BackupsOf(place).Prune(place.backupSpace, {}, eudoraFolder);
+    return BackupsOf(context).Prune(context.backupSpace, {}, eudoraFolder);
 }
 
 }  // namespace host::sync

@@ -74,7 +74,7 @@ std::optional<Stop> TooManyAdditions(unsigned long count, const char* what, unsi
 base::Status CheckRights(platform::Files& files, const std::vector<std::string>& paths);
 
 // What every sync command needs. Paths are native, in UTF-8. The objects outlive the call.
-struct CommandPlace {
+struct RunContext {
     platform::Files& files;
     platform::Clock& clock;
     std::string stateFile;   // its folder holds the backups too; made when it is needed
@@ -88,23 +88,23 @@ struct CommandPlace {
 };
 
 // The folder "backups" beside the state file.
-backup::Backups BackupsOf(const CommandPlace& place);
+backup::Backups BackupsOf(const RunContext& context);
 
 // Backs these files of the two sides up, if there are any, and removes old backups. `passedOver`
 // becomes the list of what is no regular file. After a failure of the backup there is none.
-base::Status BackUp(const CommandPlace& place, const state::Sides& sides,
+base::Status BackUp(const RunContext& context, const state::Sides& sides,
                     const std::vector<backup::Origin>& origins, const std::string& reason,
                     std::vector<std::string>& passedOver);
 
 // Puts a backup's files back, as Backups::Restore does. All memory of a restored nickname file or
 // in-box is dropped, and that of a restored vCard or mail of the other side, so that the next run
 // pairs them anew and removes nothing. kRefused while another run holds the state file.
-base::Result<backup::Restored> Restore(const CommandPlace& place, const std::string& id,
+base::Result<backup::Restored> Restore(const RunContext& context, const std::string& id,
                                        const backup::Wanted& wanted);
 
 // Removes the old backups now, of that Eudora alone if a folder is given, and gives them. kRefused
 // while another run holds the state file.
-base::Result<std::vector<backup::Backup>> PruneBackups(const CommandPlace& place,
+base::Result<std::vector<backup::Backup>> PruneBackups(const RunContext& context,
                                                        const std::string& eudoraFolder);
 
 // Moves the value of a step into `place`; a failure leaves `place` as it was.

@@ -275,7 +275,7 @@ struct MailWorld : SyncWorld {
             report.errors = {plan.report.stop->why.Message()};
             return report;
         }
-        const sync::CommandPlace place{files, clock, {}, {}, {}};
+        const sync::RunContext context{files, clock, {}, {}, {}};
         mail::AttachFolder attachments(files, "C:\\Attach", 1252);
         const auto parse = [&](std::string_view bytes, const std::string& name) {
             if (!tooLarge.empty() && name.starts_with(tooLarge)) throw std::bad_alloc();
@@ -287,7 +287,7 @@ struct MailWorld : SyncWorld {
             return struck;
         };
         return mailsync::ExecuteMail(
-            plan, {place, eudora, folders, memory, attachments, progress, parse,
+            plan, {context, eudora, folders, memory, attachments, progress, parse,
                    [&] { return base::Result<std::size_t>(eudora.queued.size()); }, backUp, 1252});
     }
     // A sync that must leave nothing for a second one to do.
