@@ -61,7 +61,9 @@ base::ExitCode Shell(const Options& options) {
     const translator::DialogsShownBy shown(dialogs != nullptr ? dialogs.get() : DialogProvider());
     const std::string book = options.setup.nicknameFile ? workplace.NicknameFile() : "";
     const bool readsFile = !options.script.empty();
-    if (!readsFile && platform::IsTerminal(platform::Stream::kInput)) {
+    // On Windows a device that is no terminal counts as one.
+    if (!readsFile && platform::IsTerminal(platform::Stream::kInput) &&
+        platform::IsTerminal(platform::Stream::kOutput)) {
         base::PrintError(
             "the shell makes no backup of what it changes; its operations are in "
             "kvsync shell --help, and Ctrl+D ends it");

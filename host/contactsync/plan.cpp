@@ -143,6 +143,7 @@ class Planner {
             if (auto told = step.Told(true, true))
                 m_plan.report.changes.push_back(*std::move(told));
         }
+        std::ranges::sort(m_plan.report.details);
         m_plan.dropIntents = m_remembered.intents.size() > m_plan.leftIntents.size();
         CheckLimits();
         return std::move(m_plan);
