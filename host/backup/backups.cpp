@@ -300,8 +300,7 @@ base::Status Backups::Flush(const Backup& backup) {
 base::Status Backups::Fill(Backup& backup, const std::vector<Origin>& origins) {
     for (const Origin& origin : origins) {
         const auto info = m_files.Stat(origin.path);
-        const base::Status kept =
-            info ? Keep(backup, origin, info->size) : base::Status(info.Error());
+        base::Status kept = info ? Keep(backup, origin, info->size) : base::Status(info.Error());
         if (kept) continue;
         const auto code = kept.Error().code;
         if (code != ErrorCode::kNotRegular && (info || code != ErrorCode::kNotFound)) return kept;

@@ -135,6 +135,7 @@ base::ExitCode ShowContact(const Options& options) {
     }
     if (found.size() > 1) {
         std::vector<std::string> names;
+        names.reserve(found.size());
         for (const Contact& contact : found) names.push_back(contact[Field::kNickname]);
         throw Ended(
             base::Refused(std::to_string(found.size()) + " contacts are called " + options.record,

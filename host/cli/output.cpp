@@ -332,8 +332,11 @@ Output Collected(const std::vector<std::pair<std::string, Output>>& books) {
     json told = json::object();
     for (const auto& [name, book] : books) {
         all.code = Worse(all.code, book.code);
-        for (const std::string& line : book.lines) all.lines.push_back(name + ": " + line);
-        for (const std::string& line : book.errors) all.errors.push_back(name + ": " + line);
+        const std::string head = name + ": ";
+        for (const std::string& line : book.lines)
+            all.lines.push_back(std::string(head).append(line));
+        for (const std::string& line : book.errors)
+            all.errors.push_back(std::string(head).append(line));
         told[name] = book.json;
     }
     all.Finish({{"books", std::move(told)}});

@@ -2,7 +2,7 @@
 are killed or go one way, folders move, options are forgotten, backups come back. A model knows what
 must be where: nothing is lost, nothing comes back, and a run with nothing to do writes nothing.
 
-    months.py BUILD STEPS [SEED]
+    months.py BUILD STEPS KILLER [SEED]     KILLER is the library that kills a run
 """
 import os
 import random
@@ -14,8 +14,8 @@ import sys
 import tempfile
 from pathlib import Path
 
-BUILD, STEPS = Path(sys.argv[1]).resolve(), int(sys.argv[2])
-CHANCE = random.Random(int(sys.argv[3]) if len(sys.argv) > 3 else 1)
+BUILD, STEPS, KILLER = Path(sys.argv[1]).resolve(), int(sys.argv[2]), Path(sys.argv[3]).resolve()
+CHANCE = random.Random(int(sys.argv[4]) if len(sys.argv) > 4 else 1)
 HEADER, BLOCK = 104, 218
 
 
@@ -148,7 +148,7 @@ class Months:
         self.contacts, self.mails = {}, {}      # what must be there
         self.gone, self.titles = set(), {}      # what must not; what only the vCards hold
         self.touched, self.count = {}, 0        # sides that changed since both were in step
-        self.runs = 0
+        self.runs, self.restores, self.old_ids = 0, False, 0
         for folder in (self.cards, *(self.maildir / part for part in ("cur", "new", "tmp"))):
             folder.mkdir(parents=True)
         self.kvsync("configure", "mail", "--age", "off", "--size", "off", "--eudora", str(self.eudora))
@@ -158,7 +158,7 @@ class Months:
         environment = {**os.environ, "HOME": str(self.root / "home"), "TZ": "UTC",
                        "XDG_STATE_HOME": str(self.root / "state")}
         if kill_at:
-            environment.update(LD_PRELOAD=str(BUILD / "bin/libkill_at.so"), KILL_AT=str(kill_at))
+            environment.update(LD_PRELOAD=str(KILLER), KILL_AT=str(kill_at))
         done = subprocess.run([BUILD / "bin/kvsync", *arguments], capture_output=True, text=True,
                               env=environment, cwd=cwd or self.root, check=False, timeout=120)
         self.told = f"{arguments}: {done.returncode}\n{done.stdout}{done.stderr}"
@@ -201,12 +201,14 @@ class Months:
         elif address not in own.contacts or act == "add":
             return None
         elif act == "file":
-            if side == "F" and self.touch(address, side):
+            # A restore does not know a vCard again whose file has another name since.
+            if side == "F" and not self.restores and self.touch(address, side):
                 cards.files[address].rename(self.cards / (self.new_name("file") + ".vcf"))
         elif self.touch(address, side):
             if act == "remove" and len(self.contacts) < 4:  # an empty side stops every run
                 return None
             if act == "remove":
+                self.titles.pop(address, None)
                 del self.contacts[address]
                 self.gone.add(address)
                 if side == "E":
@@ -274,7 +276,9 @@ class Months:
         self.settle()
         self.kvsync("backups", "--eudora", str(self.eudora))
         ids = re.findall(r"\d{8}-\d{6}(?:-\d+)?", self.told)
-        if not ids:
+        if not self.restores:
+            self.old_ids = len(ids)
+        if len(ids) <= self.old_ids:
             return
         code = self.kvsync("restore", ids[-1], "--eudora", str(self.eudora))
         if code in (0, 3):
@@ -286,6 +290,10 @@ class Months:
         # What the backup holds of both sides is older: values may go back, but nobody is missing.
         assert set(self.contacts) <= set(book.contacts) <= set(self.contacts) | self.gone, self.told
         self.contacts = dict(book.contacts)
+        cards = Cards(self.cards)
+        for address, values in book.contacts.items():  # two that meet anew keep two nicknames
+            if cards.contacts[address]["nick"] != values["nick"]:
+                cards.change(address, "nick", values["nick"])
         for name in self.gone & set(mails.mails):
             self.mails[name] = mails.is_read(name)
         for name in set(self.mails) & set(mails.mails):
@@ -346,6 +354,9 @@ with tempfile.TemporaryDirectory(prefix="kvsync-months-") as temporary:
     months = Months(Path(temporary))
     for number in range(STEPS):
         try:
+            if number == STEPS // 2:
+                months.restore()
+                months.restores = True
             months.step()
         except AssertionError:
             print(f"step {number} of {STEPS}", file=sys.stderr)
