@@ -321,7 +321,8 @@ class MailLoader {
             const RememberedMail& row = m_sides.remembered[i];
             if (!isHere[i] && isMissing(row)) add(FileMessageIdOf(row), row.name, nullptr);
         }
-        for (auto& [id, group] : groups) {
+        for (auto& one : groups) {
+            auto& group = one.second;
             const bool isPair = group.mails == 1 && group.files.size() == 1;
             const auto isAlike = [&](const MaildirEntry& file) {
                 return NameTrait(group.name) == NameTrait(m_sides.foreign.at(file.unique).name);

@@ -161,6 +161,7 @@ class MailPlanner {
     template <class Items>
     std::vector<Traits> AllTraits(const Items& items) const {
         std::vector<Traits> all;
+        all.reserve(items.size());
         for (const auto& item : items) all.push_back(TraitsOf(item));
         return all;
     }
