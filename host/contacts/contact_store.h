@@ -52,9 +52,13 @@ class ContactStore {
         return base + suffix;
     }
 
-    // Adds a contact with these values and gives its id. `like`, if not empty, is the id of a
-    // contact whose other properties the new one gets, where the store has any.
-    virtual base::Result<std::string> Add(const base::Contact& values, const std::string& like) = 0;
+    // The id that a contact can be added under; empty if its values will give it.
+    virtual std::string NewId() { return {}; }
+    // Adds a contact with these values under an id of NewId's and gives its id. `like`, if not
+    // empty, is the id of a contact whose other properties the new one gets, where the store has
+    // any.
+    virtual base::Result<std::string> Add(const std::string& id, const base::Contact& values,
+                                          const std::string& like) = 0;
     // Changes the fields `which` and gives the id, which may be a new one. Fails if the contact has
     // changed since `known`, where the store can tell; so does Remove.
     virtual base::Result<std::string> Change(const base::StoreItem& known,

@@ -166,7 +166,8 @@ base::Result<std::string> EudoraContacts::StoreFields(const base::Contact& value
     return IdOf(stored->id, m_codePage);
 }
 
-base::Result<std::string> EudoraContacts::Add(const base::Contact& values, const std::string&) {
+base::Result<std::string> EudoraContacts::Add(const std::string&, const base::Contact& values,
+                                              const std::string&) {
     if (auto status = m_session->BeginAdd(); !status) return status.Error();
     return StoreFields(values, base::NonEmpty(values));
 }

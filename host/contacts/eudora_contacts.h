@@ -51,7 +51,8 @@ class EudoraContacts : public ContactStore {
     std::string Nickname(const std::string& base, const std::string& suffix) const override {
         return NicknameWithSuffix(base, suffix, m_codePage);
     }
-    base::Result<std::string> Add(const base::Contact& values, const std::string& like) override;
+    base::Result<std::string> Add(const std::string& id, const base::Contact& values,
+                                  const std::string& like) override;
     base::Result<std::string> Change(const base::StoreItem& known, const base::Contact& values,
                                      base::FieldSet which) override;
     base::Status Remove(const base::StoreItem& known) override;

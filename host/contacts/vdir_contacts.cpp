@@ -147,20 +147,21 @@ base::Result<std::string> VdirContacts::Put(const std::string& name, vcard::Card
     return name;
 }
 
-base::Result<std::string> VdirContacts::Add(const base::Contact& values, const std::string& like) {
+base::Result<std::string> VdirContacts::Add(const std::string& id, const base::Contact& values,
+                                            const std::string& like) {
     if (!m_files.Exists(m_folder)) {
         if (auto status = m_files.CreateFolder(m_folder); !status) return status.Error();
     }
-    const std::string uid = m_newUid();
-    vcard::Card card = vcard::Card::Create("urn:uuid:" + uid, m_cardVersion);
+    const std::string uid = "urn:uuid:" + id.substr(0, id.size() - kSuffix.size());
+    vcard::Card card = vcard::Card::Create(uid, m_cardVersion);
     if (!like.empty()) {
         auto bytes = ReadCard(like);
         if (!bytes) return bytes.Error();
         if (card.Parse(*bytes)) return base::Failed(PathOf(like) + " changed during the run");
-        vcard::SetUid(card, "urn:uuid:" + uid);
-        m_seen[uid + ".vcf"] = m_seen[like];
+        vcard::SetUid(card, uid);
+        m_seen[id] = m_seen[like];
     }
-    return Put(uid + ".vcf", std::move(card), values, base::FieldSet::All());
+    return Put(id, std::move(card), values, base::FieldSet::All());
 }
 
 base::Result<std::string> VdirContacts::Change(const base::StoreItem& known,

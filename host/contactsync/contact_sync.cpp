@@ -64,7 +64,7 @@ void ReadAnew(state::Remembered& remembered, unsigned before, unsigned now) {
     for (state::RememberedPair& pair : remembered.pairs) {
         mean(pair.eudora.item.id);
         pair.eudora.item.marker.clear();
-        pair.folder.item.marker.clear();
+        if (pair.folder.item.marker != kAdding) pair.folder.item.marker.clear();
     }
     for (state::Intent& intent : remembered.intents) {
         mean(intent.oldId);
@@ -222,7 +222,7 @@ base::Result<std::size_t> ExportContacts(const sync::RunContext& context, const 
         progress.Step("exporting", count++, items->size());
         auto stored = eudora.Read(item.id);
         if (!stored) return stored.Error();
-        auto added = folder.Add(stored->contact, "");
+        auto added = folder.Add(folder.NewId(), stored->contact, "");
         if (!added) return added.Error();
     }
     return count;

@@ -13,9 +13,10 @@ using sync::Verb;
 // How many pairs are remembered in one transaction while the folder is written.
 constexpr std::size_t kBatch = 200;
 
-// Gives the id that the contact has then; none if it is removed.
-base::Result<std::string> Carry(const SideAction& action, contacts::ContactStore& store) {
-    if (action.verb == Verb::kAdd) return store.Add(action.values, action.like);
+// Gives the id that the contact has then; none if it is removed. An addition gets `newId`.
+base::Result<std::string> Carry(const SideAction& action, contacts::ContactStore& store,
+                                const std::string& newId) {
+    if (action.verb == Verb::kAdd) return store.Add(newId, action.values, action.like);
     if (action.verb == Verb::kChange) {
         return store.Change(action.known, action.values, action.fields);
     }
@@ -99,6 +100,32 @@ class Execution {
         }
     }
 
+    // Remembers, before they are written, whose the next vCards are.
+    bool AnnounceFrom(std::size_t index) {
+        state::MemoryChange change;
+        std::vector<std::size_t> steps;
+        for (; index < m_plan.steps.size() && steps.size() < kBatch; ++index) {
+            const Step& step = m_plan.steps[index];
+            if (step.folder.verb != Verb::kAdd) continue;
+            contacts::StoredContact& inFolder = m_states[index].inFolder;
+            inFolder.item.id = m_stores.folder.NewId();
+            // What both sides get, and is with neither, is found again by its marks.
+            if (step.eudora.verb != Verb::kNone) continue;
+            inFolder.item.marker = kAdding;
+            inFolder.contact = step.folder.values;
+            change.put.push_back(
+                step.Remembered({step.eudora.known, step.eudora.values, {}}, inFolder));
+            steps.push_back(index);
+        }
+        m_announced = index;
+        if (steps.empty()) return true;
+        if (!Check(m_memory.Save(change), "state")) return false;
+        for (std::size_t i = 0; i < steps.size(); ++i) {
+            m_states[steps[i]].key = change.put[i].key;
+        }
+        return true;
+    }
+
     // Notes the pair as both sides hold it now.
     bool Remember(std::size_t index) {
         const Step& step = m_plan.steps[index];
@@ -121,13 +148,14 @@ class Execution {
             inEudora = *std::move(stored);
         }
         m_pending.put.push_back(step.Remembered(inEudora, inFolder));
+        if (state.key != 0) m_pending.put.back().key = state.key;
         return true;
     }
 
     // False if the folder takes no more.
     bool ChangeFolder(std::size_t index) {
         const SideAction& action = m_plan.steps[index].folder;
-        const auto id = Carry(action, m_stores.folder);
+        const auto id = Carry(action, m_stores.folder, m_states[index].inFolder.item.id);
         if (!id) return Fail(index, sync::Side::kFolder, id.Error());
         m_states[index].isInFolder = true;
         if (action.verb == Verb::kRemove) return true;
@@ -144,6 +172,7 @@ class Execution {
                 const Step& step = m_plan.steps[i];
                 if (step.folder.verb != verb) continue;
                 m_progress.Step("writing", done++, m_plan.steps.size());
+                if (verb == Verb::kAdd && i >= m_announced && !AnnounceFrom(i)) return false;
                 if (verb != Verb::kAdd && step.needs && m_states[*step.needs].failed) {
                     m_states[i].failed = true;
                 } else if (verb != Verb::kNone && !ChangeFolder(i)) {
@@ -162,7 +191,7 @@ class Execution {
 
     // False if the step failed.
     bool ChangeEudora(std::size_t index) {
-        auto id = Carry(m_plan.steps[index].eudora, m_stores.eudora);
+        auto id = Carry(m_plan.steps[index].eudora, m_stores.eudora, {});
         if (!id) {
             (void)Fail(index, sync::Side::kEudora, id.Error());
             return false;
@@ -192,7 +221,9 @@ class Execution {
         bool failed = false;
         bool isInEudora = false, isInFolder = false;  // what was done to it there is
         std::string eudoraId;                         // after its act
-        contacts::StoredContact inFolder;             // after its act
+        // After its act. Of one that is added the id before it too.
+        contacts::StoredContact inFolder;
+        state::Key key = 0;  // of the pair, if it was remembered before its vCard was written
 
         bool On(sync::Side side) const {
             return side == sync::Side::kEudora ? isInEudora : isInFolder;
@@ -205,6 +236,7 @@ class Execution {
     base::Progress& m_progress;
     sync::Report m_report;
     std::vector<State> m_states;
+    std::size_t m_announced = 0;  // the vCards of the steps before it are remembered
     state::MemoryChange m_pending;
 };
 

@@ -17,7 +17,8 @@ namespace host::contactsync {
 //
 // The order makes an interrupted run harmless:
 // 1. the intents are remembered: the nicknames that Eudora's file is about to get;
-// 2. the folder changes contact by contact, additions before changes before removals;
+// 2. the folder changes contact by contact, additions before changes before removals; a pair whose
+//    vCard is added is remembered with the marker kAdding before;
 // 3. Eudora's file changes in one step.
 // A pair is remembered once both its sides are done. After an interruption the next run finds the
 // pair equal on both sides, or changed on one side only.

@@ -110,7 +110,6 @@ class Matchmaker {
         }
         UseIntents();
         FindRenames();
-        FindRewritten();
         FindTwins();
         m_pairing.onlyEudora = m_eudora.Rest();
         m_pairing.onlyFolder = m_folder.Rest();
@@ -178,15 +177,6 @@ class Matchmaker {
                 &Known::folder, [&](Index i) { return key(pairs[i].folder.contact); },
                 [&](Index i) { return key(m_sides.folder[i].contact); }, unique);
         }
-    }
-
-    // A vCard that a cut-off run wrote anew for a contact whose old one was gone.
-    void FindRewritten() {
-        const auto keyOfPair = [&](Index i) {
-            const auto eudora = m_pairing.known[i].eudora;
-            return eudora ? InEudora(Everything)(*eudora) : Key();
-        };
-        MatchVanished(&Pairing::Known::folder, keyOfPair, InFolder(Everything), false);
     }
 
     // Pairs contacts of both sides that are plainly the same.

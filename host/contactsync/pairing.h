@@ -32,8 +32,7 @@ struct Pairing {
 // 2. Interrupted runs: by their intents.
 // 3. Renames: a vanished contact and a new one with the same UID, the same content beside the
 //    nickname, or the same name and e-mail address.
-// 4. vCards that an interrupted run wrote anew: by the whole content.
-// 5. Contacts without memory: by the whole content, the nickname, the content beside the nickname,
+// 4. Contacts without memory: by the whole content, the nickname, the content beside the nickname,
 //    or name and e-mail address.
 // UIDs, and name with e-mail address, match only where they are unique on both sides.
 Pairing FindPairs(const Sides& sides, const state::Remembered& remembered,

@@ -282,6 +282,9 @@ class Planner {
     void PlanVanished(const StoredContact* eudora, const StoredContact* folder,
                       const RememberedPair& pair) {
         const bool inFolder = folder != nullptr;
+        if (eudora != nullptr && pair.folder.item.marker == kAdding) {
+            return AddToFolder(*eudora, pair.key);
+        }
         const Side side = inFolder ? Side::kFolder : Side::kEudora;
         Step step{pair.key, eudora != nullptr ? NameOf(*eudora) : NameOfVanished(pair)};
         step.forget = true;
@@ -449,7 +452,9 @@ class Planner {
     }
 
     void CheckLimits() {
-        const unsigned long total = m_remembered.pairs.size();
+        const unsigned long total = std::ranges::count_if(
+            m_remembered.pairs,
+            [](const RememberedPair& pair) { return pair.folder.item.marker != kAdding; });
         if (total > 0 && (m_sides.eudora.empty() || m_sides.folder.empty())) {
             const char* const side =
                 m_sides.eudora.empty() ? "Eudora's address book" : "the contacts folder";

@@ -17,6 +17,9 @@ namespace host::contactsync {
 // beside the nickname: by that the contact is known again when it gets another one.
 inline constexpr std::string_view kWaits = "waits:";
 
+// The marker of a vCard that was about to be written: it is there or not.
+inline constexpr std::string_view kAdding = "adding";
+
 // What is to be done to one side of a pair.
 struct SideAction {
     sync::Verb verb = sync::Verb::kNone;
