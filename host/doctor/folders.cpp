@@ -1,5 +1,6 @@
 #include "host/doctor/folders.h"
 
+#include <algorithm>
 #include <array>
 
 #include "host/backup/backups.h"
@@ -110,7 +111,8 @@ Finding MaildirFinding(const std::optional<std::string>& folder,
     }
     const auto mails = maildir::Maildir(files, platform::NativeClock(), path).List();
     if (!mails) return FaultOf(kWhat, mails.Error());
-    return {Health::kGood, kWhat, path + MarkOf(path) + ", " + Counted(mails->size(), "mail"), {}};
+    const std::size_t count = std::ranges::count(*mails, false, &maildir::MaildirEntry::isFolder);
+    return {Health::kGood, kWhat, path + MarkOf(path) + ", " + Counted(count, "mail"), {}};
 }
 
 Finding BackupsFinding(const std::string& folder) {

@@ -104,8 +104,9 @@ base::Result<std::vector<MaildirEntry>> Maildir::List() {
         if (!listed && listed.Error().code == ErrorCode::kNotFound) continue;
         if (!listed) return listed.Error();
         for (auto& [name, isFolder] : *listed) {
-            if (isFolder || name.starts_with('.')) continue;
+            if (name.starts_with('.')) continue;
             MaildirEntry entry = EntryNamed(std::move(name), folder[0] == 'n');
+            entry.isFolder = isFolder;
             const auto [at, isFirst] = known.emplace(entry.unique, entries.size());
             if (isFirst) entries.emplace_back();
             entries[at->second] = std::move(entry);

@@ -34,6 +34,9 @@ struct MaildirEntry {
     std::string name;    // the whole file name
     std::string flags;   // letters behind ":2,", in ASCII order
     bool isNew = false;  // lies in new/, not in cur/
+    // A folder of that name, or a link to one, is no mail. In the place of a mail it tells that
+    // nobody removed that.
+    bool isFolder = false;
 };
 MaildirEntry EntryNamed(std::string name, bool isNew);
 
@@ -46,8 +49,8 @@ class Maildir {
 
     // Makes what is missing of the folder and its cur, new and tmp.
     base::Status Create();
-    // All mails in new and cur, each once, in no order. Folders and hidden files are passed over; a
-    // missing Maildir is empty. A file that another program renames meanwhile may be missed.
+    // All mails and folders in new and cur, each once, in no order. What is hidden is passed over;
+    // a missing Maildir is empty. A file that another program renames meanwhile may be missed.
     base::Result<std::vector<MaildirEntry>> List();
     // A unique name: time, counter, process number and random digits.
     std::string NewName();

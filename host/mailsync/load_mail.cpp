@@ -140,7 +140,7 @@ class MailLoader {
         for (const MaildirEntry& file : m_sides.folder) {
             const auto found = rows.find(file.unique);
             if (found == rows.end()) {
-                m_foreign.push_back(&file);
+                if (!file.isFolder) m_foreign.push_back(&file);
                 continue;
             }
             const RememberedMail& row = *found->second;
@@ -411,7 +411,7 @@ class MailLoader {
         if (!files) return files.Error();
         std::ranges::sort(*files, {}, &MaildirEntry::unique);
         for (MaildirEntry& file : *files) {
-            if (IsTrashed(file)) continue;
+            if (file.isFolder || IsTrashed(file)) continue;
             auto head = HeadOf(m_folders.outbox, file);
             if (!IsRead(head, file) || IsEmpty(*head, ".Outbox/", file)) continue;
             const auto mail = Parse(m_folders.outbox, file, head->name);
