@@ -4,6 +4,7 @@
 #include <limits>
 #include <list>
 #include <nlohmann/json.hpp>
+#include <tuple>
 #include <unordered_map>
 
 #include "host/base/output.h"
@@ -22,6 +23,7 @@ namespace {
 using platform::ErrorCode;
 
 constexpr const char* kManifest = "backup.json";
+constexpr std::size_t kTimeLength = 15;  // of the time in an id
 constexpr std::uint64_t kLargestManifest = 1u << 28;
 constexpr std::uint64_t kPrintedBytes = 4096;
 
@@ -30,7 +32,7 @@ std::string TimeName(std::chrono::system_clock::time_point now) {
 }
 
 bool IsId(std::string_view name) {
-    return name.size() >= 15 && name[8] == '-' &&
+    return name.size() >= kTimeLength && name[8] == '-' &&
            name.find_first_not_of("0123456789-") == std::string_view::npos;
 }
 
@@ -358,7 +360,10 @@ base::Result<std::vector<Backup>> Backups::List(const std::string& eudoraFolder)
         auto backup = ReadManifest(entry.name);
         if (backup && IsOf(*backup, eudoraFolder)) backups.push_back(*std::move(backup));
     }
-    std::ranges::sort(backups, {}, &Backup::id);
+    // The number of a later one in the same second may be longer.
+    std::ranges::sort(backups, {}, [](const Backup& backup) {
+        return std::tuple(backup.id.substr(0, kTimeLength), backup.id.size(), backup.id);
+    });
     return backups;
 }
 

@@ -34,6 +34,10 @@ TEST(Backups, TheSecondOfOneMomentGetsANumberAndAnUnknownOneIsRefused) {
     const std::string id = machine.Make()->id;
     EXPECT_EQ(id, "19700101-000000");
     EXPECT_EQ(machine.backups.Restore(id)->before, id + "-2");
+    while (machine.Make()->id != id + "-10") {
+    }
+    const auto listed = *machine.backups.List();
+    EXPECT_EQ(listed.back().id, id + "-10") << "the newest is the last";
     for (const char* unknown : {"none", "", "..", "..\\backups\\19700101-000000"})
         EXPECT_EQ(machine.backups.Restore(unknown).Error().exit, base::ExitCode::kRefused);
 }
