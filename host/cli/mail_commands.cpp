@@ -1,5 +1,6 @@
 #include "host/cli/mail_commands.h"
 
+#include <algorithm>
 #include <limits>
 
 #include <nlohmann/json.hpp>
@@ -73,7 +74,7 @@ class MailExport {
         m_hasAttachments = mails.LargestAttachment() > 0;
         const auto there = m_maildir.List();
         if (!there) return there.Error();
-        if (!there->empty()) {
+        if (!std::ranges::all_of(*there, &maildir::MaildirEntry::isFolder)) {
             return base::Refused(m_folder + " holds mails already", "name a new folder with --to");
         }
         if (auto made = m_maildir.Create(); !made) return made;
@@ -182,7 +183,7 @@ nlohmann::json NumberOrNull(bool limits, std::int32_t number) {
     return limits ? nlohmann::json(number) : nlohmann::json();
 }
 
-// The limits that hold, in words and as JSON, by a change or only asked for,, in which a limit that
+// The limits that hold, in words and as JSON, by a change or only asked for, in which a limit that
 // is off is null.
 Output LimitsOutput(const translator::MailLimits& limits, bool changed, bool isAsked) {
     Output output;

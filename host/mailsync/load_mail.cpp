@@ -87,8 +87,9 @@ class MailLoader {
         return {};
     }
 
-    // The size of a file; 0 for one that is gone.
+    // The size of a file; 0 for one that is gone or has given way to a folder.
     base::Result<std::uint64_t> SizeOf(const MaildirEntry& file) {
+        if (file.isFolder) return std::uint64_t{0};
         auto size = m_folders.mails.SizeOf(file);
         if (!size && size.Error().code == ErrorCode::kNotFound) return std::uint64_t{0};
         return size;
