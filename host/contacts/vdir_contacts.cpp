@@ -13,6 +13,7 @@ namespace {
 using platform::ErrorCode;
 
 constexpr std::uint64_t kLargestCard = 64u << 20;
+constexpr std::string_view kSuffix = ".vcf";
 constexpr std::string_view kSidePrefix = ".kvsync-", kSideSuffix = ".tmp";
 
 std::string MarkerOf(const platform::FileInfo& info) {
@@ -31,8 +32,8 @@ std::string BareAddress(const std::string& text) {
 }
 
 bool IsCardName(const std::string& name) {
-    return name.size() > 4 && name[0] != '.' &&
-           text::EqualNoCase(std::string_view(name).substr(name.size() - 4), ".vcf");
+    return name.size() > kSuffix.size() && name[0] != '.' &&
+           text::EqualNoCase(std::string_view(name).substr(name.size() - kSuffix.size()), kSuffix);
 }
 
 }  // namespace
@@ -145,6 +146,10 @@ base::Result<std::string> VdirContacts::Put(const std::string& name, vcard::Card
         if (which.Has(field)) m_seen[name][field] = Hold(values)[field];
     }
     return name;
+}
+
+std::string VdirContacts::NewId() {
+    return m_newUid().append(kSuffix);
 }
 
 base::Result<std::string> VdirContacts::Add(const std::string& id, const base::Contact& values,

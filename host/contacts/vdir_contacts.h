@@ -38,7 +38,7 @@ class VdirContacts : public ContactStore {
         const base::StoreItem& item) const override;
     void Expect(const std::string& id, const base::Contact& seen) override { m_seen[id] = seen; }
     base::Contact Hold(const base::Contact& contact) const override;
-    std::string NewId() override { return m_newUid() + std::string(kSuffix); }
+    std::string NewId() override;
     base::Result<std::string> Add(const std::string& id, const base::Contact& values,
                                   const std::string& like) override;
     base::Result<std::string> Change(const base::StoreItem& known, const base::Contact& values,
@@ -46,8 +46,6 @@ class VdirContacts : public ContactStore {
     base::Status Remove(const base::StoreItem& known) override;
 
   private:
-    static constexpr std::string_view kSuffix = ".vcf";
-
     std::string PathOf(const std::string& name) const;
     base::Result<std::string> Look(const std::string& name);
     base::Result<std::string> ReadCard(const std::string& name);

@@ -455,11 +455,13 @@ class Planner {
         const unsigned long total = std::ranges::count_if(
             m_remembered.pairs,
             [](const RememberedPair& pair) { return pair.folder.item.marker != kAdding; });
-        if (total > 0 && (m_sides.eudora.empty() || m_sides.folder.empty())) {
+        const std::size_t remembered = m_remembered.pairs.size();
+        // Of vCards that were never written the folder may be empty.
+        if ((remembered > 0 && m_sides.eudora.empty()) || (total > 0 && m_sides.folder.empty())) {
             const char* const side =
                 m_sides.eudora.empty() ? "Eudora's address book" : "the contacts folder";
             m_plan.report.stop = {base::Refused(
-                std::string(side) + " is empty, but " + std::to_string(total) +
+                std::string(side) + " is empty, but " + std::to_string(remembered) +
                     " contacts are remembered",
                 "check the paths; to begin anew, kvsync forget contacts, and what the other side "
                 "holds is copied")};
