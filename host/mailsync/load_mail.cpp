@@ -9,7 +9,6 @@
 #include "host/mailsync/match_mails.h"
 #include "host/mailsync/tell_apart.h"
 #include "platform/os/code_page.h"
-#include "text/calendar.h"
 #include "text/mail_view.h"
 
 namespace host::mailsync {
@@ -23,12 +22,6 @@ using state::RememberedMail;
 
 bool IsTrashed(const MaildirEntry& file) {
     return maildir::HasFlag(file.flags, 'T');
-}
-
-std::unordered_set<std::string> UniqueNames(const std::vector<MaildirEntry>& files) {
-    std::unordered_set<std::string> names;
-    for (const MaildirEntry& file : files) names.insert(file.unique);
-    return names;
 }
 
 class MailLoader {
@@ -446,22 +439,6 @@ base::Result<MailSides> LoadMailSides(mail::MailSource& source, MailFolders& fol
                                       const std::vector<RememberedMail>& remembered,
                                       unsigned codePage, base::Progress& progress) {
     return MailLoader(source, folders, remembered, codePage, progress).Load();
-}
-
-// Nothing is copied: a mail may be nearly as large as the memory that there is.
-std::string ContentOf(const mail::Mail& mail) {
-    std::vector<std::string_view> pieces;
-    for (const auto* field :
-         {&mail.from, &mail.to, &mail.cc, &mail.bcc, &mail.subject, &mail.body}) {
-        if (*field) pieces.push_back(**field);
-        pieces.emplace_back("\0", 1);
-    }
-    std::string date;
-    if (mail.date) {
-        if (const auto local = text::FromOleDate(*mail.date)) date = text::IsoText(*local);
-    }
-    pieces.push_back(date);
-    return mail::Fingerprint(pieces);
 }
 
 }  // namespace host::mailsync

@@ -4,9 +4,8 @@
 
 #include "host/base/failure.h"
 #include "host/base/progress.h"
-#include "host/mail/mail.h"
 #include "host/mail/mail_source.h"
-#include "host/mailsync/mail_plan.h"
+#include "host/mailsync/mail_sides.h"
 
 // Reading both sides of a sync of mails.
 namespace host::mailsync {
@@ -33,9 +32,5 @@ struct MailFolders {
 base::Result<MailSides> LoadMailSides(mail::MailSource& source, MailFolders& folders,
                                       const std::vector<state::RememberedMail>& remembered,
                                       unsigned codePage, base::Progress& progress);
-
-// A fingerprint of a mail's sender, recipients, subject, body and date. It does not depend on the
-// id, which changes when Eudora rebuilds its table of contents.
-std::string ContentOf(const mail::Mail& mail);
 
 }  // namespace host::mailsync

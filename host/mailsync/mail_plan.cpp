@@ -1,11 +1,9 @@
 #include "host/mailsync/mail_plan.h"
 
 #include <algorithm>
-#include <map>
 
-#include "host/mail/mail.h"
+#include "host/mailsync/match_files.h"
 #include "host/mailsync/match_mails.h"
-#include "host/mailsync/tell_apart.h"
 
 namespace host::mailsync {
 
@@ -18,8 +16,6 @@ using sync::Prefer;
 using enum sync::Side;
 using enum sync::Verb;
 
-constexpr char kSeenFlag = 'S';
-
 // Whether the person marked the file, which then is more than a copy of Eudora's mail.
 bool IsMarked(const MaildirEntry& file) {
     return maildir::HasFlag(file.flags, 'F') || maildir::HasFlag(file.flags, 'D');
@@ -29,14 +25,6 @@ bool IsMarked(const MaildirEntry& file) {
 // added stands read in Eudora until its state is stored: the file's flag counts.
 bool WasSeen(const RememberedMail& row, bool isSeenNow) {
     return IsSeen(row.marker) || (row.link == MailLink::kAdding && isSeenNow);
-}
-
-std::string FlagsOf(const std::string& marker) {
-    return IsSeen(marker) ? std::string(1, kSeenFlag) : std::string();
-}
-
-std::string MarkerOf(bool isSeen) {
-    return std::to_string(isSeen ? mail::kStatusRead : mail::kStatusUnread);
 }
 
 // A new row for a mail of Eudora's.
@@ -55,20 +43,21 @@ RememberedMail RowOf(const EudoraHead& head, MailLink link) {
 class MailPlanner {
   public:
     MailPlanner(const MailSides& sides, const sync::Options& options)
-        : m_sides(sides), m_remembered(sides.remembered), m_options(options) {}
+        : m_sides(sides),
+          m_remembered(sides.remembered),
+          m_options(options),
+          m_mails(MatchMails(sides)),
+          m_files(MatchFiles(sides, m_mails)) {}
 
     MailPlan Make() {
-        FindFiles();
-        const MailMatching matching = MatchMails(m_sides);
-        TellFilesApart(matching);
-        FollowFiles(matching.isLost);
+        FollowFiles();
         for (std::size_t i = 0; i < m_sides.eudora.size(); ++i) {
-            const auto row = matching.rowOf[i];
-            if (m_unclearHeads.contains(i) || (row && IsLeftAlone(*row))) continue;
-            row ? PlanKnown(m_sides.eudora[i], m_remembered[*row]) : PlanNew(i);
+            const auto row = m_mails.rowOf[i];
+            if (m_files.isUnclearHead[i] || (row && IsLeftAlone(*row))) continue;
+            row ? PlanKnown(m_sides.eudora[i], *row) : PlanNew(i);
         }
         for (std::size_t i = 0; i < m_remembered.size(); ++i) {
-            if (matching.isGone[i] && !IsLeftAlone(i)) PlanGone(m_remembered[i]);
+            if (m_mails.isGone[i] && !IsLeftAlone(i)) PlanGone(i);
         }
         PlanNewFiles();
         PlanOutgoing();
@@ -116,108 +105,12 @@ class MailPlanner {
     // for a run that may change the folder.
     bool IsLeftAlone(std::size_t row) const {
         const bool isHalf = m_remembered[row].link == MailLink::kRenewing;
-        return m_unclearRows.contains(row) || (isHalf && !MayDo({kMemory, kRedo}));
+        return m_files.isUnclearRow[row] || (isHalf && !MayDo({kMemory, kRedo}));
     }
 
-    const MaildirEntry* FileOf(const RememberedMail& row) const {
-        const auto found = m_files.find(row.unique);
-        if (found != m_files.end()) return found->second;
-        const auto renamed = m_renamed.find(row.key);
-        return renamed != m_renamed.end() ? renamed->second : nullptr;
-    }
-
-    // The files by name, and those that nobody remembers by what they say they are.
-    void FindFiles() {
-        for (const MaildirEntry& file : m_sides.folder) m_files.emplace(file.unique, &file);
-        for (const RememberedMail& row : m_remembered) m_taken.insert(row.unique);
-        for (const MaildirEntry& file : m_sides.folder) {
-            const auto head = m_sides.foreign.find(file.unique);
-            if (m_taken.contains(file.unique) || head == m_sides.foreign.end()) continue;
-            m_foreign[head->second.messageId].push_back(&file);
-        }
-    }
-
-    // A remembered mail whose file is not there under its name, or a mail of Eudora's that is not
-    // remembered: a file that nobody remembers may be its own.
-    struct Fileless {
-        std::optional<std::size_t> row, head;
-    };
-
-    Traits TraitsOf(const Fileless& mail) const {
-        const EudoraHead* const head = mail.head ? &m_sides.eudora[*mail.head] : nullptr;
-        const RememberedMail* const row = mail.row ? &m_remembered[*mail.row] : nullptr;
-        const bool hasName = head != nullptr && !head->name.empty();
-        const std::string& marker = head != nullptr ? head->marker : row->marker;
-        return {NameTrait(hasName || row == nullptr ? head->name : row->name),
-                head != nullptr ? head->people : std::string(),
-                head != nullptr ? head->text : std::string(),
-                {FlagsOf(marker)}};
-    }
-    Traits TraitsOf(const MaildirEntry* file) const {
-        const FolderHead& head = m_sides.foreign.at(file->unique);
-        const bool isSeen = maildir::HasFlag(file->flags, kSeenFlag);
-        return {NameTrait(head.name), head.people, head.text, {FlagsOf(MarkerOf(isSeen))}};
-    }
-    template <class Items>
-    std::vector<Traits> AllTraits(const Items& items) const {
-        std::vector<Traits> all;
-        all.reserve(items.size());
-        for (const auto& item : items) all.push_back(TraitsOf(item));
-        return all;
-    }
-
-    // Finds the mail of each file that nobody remembers, among those of its Message-ID that lack a
-    // file.
-    void TellFilesApart(const MailMatching& matching) {
-        std::unordered_map<std::string, std::vector<Fileless>> byId;
-        const auto lacksFile = [&](std::size_t row) {
-            return !matching.isLost[row] && !m_files.contains(m_remembered[row].unique);
-        };
-        std::vector<std::optional<std::size_t>> headOf(m_remembered.size());
-        for (std::size_t i = 0; i < m_sides.eudora.size(); ++i) {
-            if (matching.rowOf[i]) headOf[*matching.rowOf[i]] = i;
-            if (matching.isUnclearHead[i]) LeaveAlone(m_unclearHeads, i, m_sides.eudora[i].name);
-        }
-        for (std::size_t i = 0; i < m_remembered.size(); ++i) {
-            if (matching.isUnclearRow[i]) m_unclearRows.insert(i);
-            if (lacksFile(i)) byId[FileMessageIdOf(m_remembered[i])].push_back({i, headOf[i]});
-        }
-        for (std::size_t i = 0; i < m_sides.eudora.size(); ++i) {
-            if (!matching.rowOf[i]) byId[m_sides.eudora[i].fileMessageId].push_back({{}, i});
-        }
-        for (const auto& [id, files] : m_foreign) {
-            const auto mails = byId.find(id);
-            if (mails != byId.end()) TellFilesApart(mails->second, files);
-        }
-    }
-    void TellFilesApart(const std::vector<Fileless>& mails,
-                        const std::vector<const MaildirEntry*>& files) {
-        const Telling telling = TellApart(AllTraits(mails), AllTraits(files));
-        for (std::size_t i = 0; i < mails.size(); ++i) {
-            const auto& [row, head] = mails[i];
-            if (telling.rightOf[i]) {
-                const MaildirEntry* const file = files[*telling.rightOf[i]];
-                m_taken.insert(file->unique);
-                (row ? m_fileOfRow[*row] : m_fileOfHead[*head]) = file;
-            } else if (telling.isUnclearLeft[i] && row) {
-                LeaveAlone(m_unclearRows, *row, m_remembered[*row].name);
-            } else if (telling.isUnclearLeft[i]) {
-                LeaveAlone(m_unclearHeads, *head, m_sides.eudora[*head].name);
-            }
-        }
-        for (std::size_t i = 0; i < files.size(); ++i) {
-            if (!telling.isUnclearRight[i]) continue;
-            m_taken.insert(files[i]->unique);
-            ++m_leftAlone[m_sides.foreign.at(files[i]->unique).name];
-        }
-    }
-    void LeaveAlone(std::unordered_set<std::size_t>& all, std::size_t one,
-                    const std::string& name) {
-        if (all.insert(one).second) ++m_leftAlone[name];
-    }
     void TellWhatIsLeftAlone() {
         m_plan.report.leftAlone = m_sides.leftAlone;
-        for (const auto& [name, count] : m_leftAlone) {
+        for (const auto& [name, count] : m_files.leftAlone) {
             m_plan.report.leftAlone.push_back(
                 name + ": " + std::to_string(count) +
                 " mails and files of one Message-ID, of which nobody can tell which is which; "
@@ -225,25 +118,24 @@ class MailPlanner {
         }
     }
 
-    // What became of the files of the remembered mails. A program that changes what stands in front
-    // of the flags has renamed the file, not removed it.
-    void FollowFiles(const std::vector<bool>& lost) {
+    // Forgets lost deliveries, and counts the mails that are in step.
+    void FollowFiles() {
         for (std::size_t i = 0; i < m_remembered.size(); ++i) {
             const RememberedMail& row = m_remembered[i];
-            if (lost[i]) {
-                Add(kMemory, kRedo, row, FileOf(row));
-                continue;
+            const MaildirEntry* const file = m_files.fileOfRow[i];
+            if (m_mails.isLost[i]) {
+                Add(kMemory, kRedo, row, file);
+            } else if (IsSettled(row)) {
+                ++m_inStep;
+                m_inFolder += file != nullptr;
             }
-            if (const auto file = m_fileOfRow.find(i); file != m_fileOfRow.end()) {
-                m_renamed[row.key] = file->second;
-            }
-            if (row.link != MailLink::kInStep && row.link != MailLink::kPending &&
-                row.link != MailLink::kRenewing) {
-                continue;
-            }
-            ++m_inStep;
-            m_inFolder += FileOf(row) != nullptr;
         }
+    }
+
+    // Whether both sides had the mail.
+    static bool IsSettled(const RememberedMail& row) {
+        return row.link == MailLink::kInStep || row.link == MailLink::kPending ||
+               row.link == MailLink::kRenewing;
     }
 
     // Both sides show the mail as `row` has it, with the read state of one of them. Where that may
@@ -251,7 +143,7 @@ class MailPlanner {
     // step before it changed.
     void Settle(RememberedMail row, const MaildirEntry& file, bool now, bool eudoraWins,
                 bool isNew) {
-        const bool isSeen = maildir::HasFlag(file.flags, kSeenFlag), differs = isSeen != now;
+        const bool isSeen = IsSeen(file), differs = isSeen != now;
         const sync::Act act{!differs ? kMemory : eudoraWins ? kFolder : kEudora, kChange};
         row.flags = file.flags;
         if (!MayDo(act)) {
@@ -259,7 +151,7 @@ class MailPlanner {
             if (isNew) Add(kMemory, kChange, std::move(row), &file);
             return;
         }
-        if (differs && eudoraWins) row.flags = maildir::WithFlag(file.flags, kSeenFlag, now);
+        if (differs && eudoraWins) row.flags = maildir::WithFlag(file.flags, 'S', now);
         Add(act.side, kChange, std::move(row), &file);
     }
 
@@ -268,8 +160,7 @@ class MailPlanner {
                    bool hasNews) {
         const bool now = IsSeen(head.marker), before = WasSeen(row, now);
         hasNews = hasNews || row.link != MailLink::kInStep || row.unique != file.unique;
-        if (!hasNews && row.marker == head.marker &&
-            maildir::HasFlag(file.flags, kSeenFlag) == now) {
+        if (!hasNews && row.marker == head.marker && IsSeen(file) == now) {
             return;
         }
         if (row.link == MailLink::kAdding) row.content.clear();
@@ -282,9 +173,7 @@ class MailPlanner {
     // Whether the file lacks what Eudora and its limits give now.
     bool IsToBeRenewed(const RememberedMail& row) const {
         using enum state::MailLack;
-        const bool isSettled = row.link == MailLink::kInStep || row.link == MailLink::kPending ||
-                               row.link == MailLink::kRenewing;
-        if (!isSettled || row.size == 0 || row.lack == kNothing) return false;
+        if (!IsSettled(row) || row.size == 0 || row.lack == kNothing) return false;
         return row.lack == kTexts ||
                static_cast<std::uint64_t>(row.lack) <= m_sides.largestAttachment;
     }
@@ -309,16 +198,15 @@ class MailPlanner {
         return true;
     }
 
-    void PlanKnown(const EudoraHead& head, const RememberedMail& known) {
+    void PlanKnown(const EudoraHead& head, std::size_t known) {
         if (head.marker.empty()) return;
-        RememberedMail row = known;
+        RememberedMail row = m_remembered[known];
+        const bool hasNewId = row.id != head.id;
         row.id = head.id;
-        if (const MaildirEntry* const file = FileOf(row); file != nullptr) {
-            const bool hasNews = PlanRenewal(row, *file) || row.id != known.id;
-            return PlanFlags(head, std::move(row), *file, hasNews);
-        }
-        const bool hasNewId = row.id != known.id;
-        PlanRemovedFile(head, std::move(row), hasNewId);
+        const MaildirEntry* const file = m_files.fileOfRow[known];
+        if (file == nullptr) return PlanRemovedFile(head, std::move(row), hasNewId);
+        const bool hasNews = PlanRenewal(row, *file) || hasNewId;
+        PlanFlags(head, std::move(row), *file, hasNews);
     }
 
     void PlanRemovedFile(const EudoraHead& head, RememberedMail row, bool hasNewId) {
@@ -391,21 +279,21 @@ class MailPlanner {
             m_hasUnknown = m_hasUnknown || head.fileMessageId.empty();
             return;
         }
-        const auto file = m_fileOfHead.find(at);
-        if (file != m_fileOfHead.end()) return PlanPair(head, *file->second);
+        if (m_files.fileOfHead[at] != nullptr) return PlanPair(head, *m_files.fileOfHead[at]);
         if (!head.isWithinLimits) return;
         Add(kFolder, kAdd, RowOf(head, MailLink::kPending));
     }
 
-    void PlanGone(const RememberedMail& row) {
+    void PlanGone(std::size_t known) {
         if (Holds()) return;
-        const MaildirEntry* const file = FileOf(row);
+        const RememberedMail& row = m_remembered[known];
+        const MaildirEntry* const file = m_files.fileOfRow[known];
         if (file == nullptr) return Add(kMemory, kRemove, row);
         // It never came to Eudora.
         if (row.link == MailLink::kAdding) return Add(kEudora, kAdd, row, file);
         if (!IsMarked(*file)) {
-            const bool isChanged = row.link != MailLink::kKept &&
-                                   maildir::HasFlag(file->flags, kSeenFlag) != IsSeen(row.marker);
+            const bool isChanged =
+                row.link != MailLink::kKept && IsSeen(*file) != IsSeen(row.marker);
             if (!isChanged) return Add(kFolder, kRemove, row, file);
             const Prefer winner = WinnerOf(row.name);
             if (winner == Prefer::kEudora) return Add(kFolder, kRemove, row, file);
@@ -425,7 +313,7 @@ class MailPlanner {
     void PlanNewFiles() {
         std::vector<const MaildirEntry*> files;
         for (const MaildirEntry& file : m_sides.folder) {
-            if (!m_taken.contains(file.unique)) files.push_back(&file);
+            if (!m_files.taken.contains(file.unique)) files.push_back(&file);
         }
         std::ranges::sort(files, {},
                           [](const auto* file) { return std::string_view(file->unique); });
@@ -536,15 +424,9 @@ class MailPlanner {
     const MailSides& m_sides;
     const std::vector<RememberedMail>& m_remembered;
     const sync::Options& m_options;
-    std::unordered_map<std::string_view, const MaildirEntry*> m_files;
-    std::unordered_map<std::string, std::vector<const MaildirEntry*>> m_foreign;
-    std::unordered_set<std::string_view> m_taken;  // unique names of files that have a mail
-    std::unordered_map<std::int64_t, const MaildirEntry*> m_renamed;  // by the row's key
-    // Files that nobody remembers, of remembered mails and of others; by position.
-    std::unordered_map<std::size_t, const MaildirEntry*> m_fileOfRow, m_fileOfHead;
-    std::unordered_set<std::size_t> m_unclearRows, m_unclearHeads;  // the same
-    std::map<std::string, int> m_leftAlone;  // how many mails and files of a name are unclear
-    bool m_settlesConflict = false;          // the next step is that of the one to be resolved
+    const MailMatching m_mails;
+    const FileMatching m_files;
+    bool m_settlesConflict = false;  // the next step is that of the one to be resolved
     std::size_t m_inStep = 0, m_inFolder = 0;
     bool m_hasUnknown = false;  // a mail of Eudora's that may be any file
     MailPlan m_plan;
@@ -556,21 +438,13 @@ std::optional<sync::Change> Told(const MailStep& step) {
     const RememberedMail& row = step.row;
     if (step.act.side == kMemory) return std::nullopt;
     sync::Change change{
-        row.name, {}, {}, {}, row.id, row.messageId, maildir::HasFlag(row.flags, kSeenFlag)};
+        row.name, {}, {}, {}, row.id, row.messageId, maildir::HasFlag(row.flags, 'S')};
     (step.act.side == kEudora ? change.eudora : change.folder) = {step.act.verb, row.name, {}};
     return change;
 }
 
 MailPlan PlanMail(const MailSides& sides, const sync::Options& options) {
     return MailPlanner(sides, options).Make();
-}
-
-const std::string& FileMessageIdOf(const RememberedMail& row) {
-    return row.fileId.empty() ? row.messageId : row.fileId;
-}
-
-bool IsSeen(const std::string& marker) {
-    return marker != std::to_string(mail::kStatusUnread);
 }
 
 }  // namespace host::mailsync

@@ -3,7 +3,6 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 
 #include "host/mailsync/tell_apart.h"
 
@@ -70,8 +69,7 @@ void MatchGroup(const MailSides& sides, const SameId& group, MailMatching& match
 }
 
 std::vector<bool> LostDeliveries(const MailSides& sides) {
-    std::unordered_set<std::string_view> present;
-    for (const maildir::MaildirEntry& file : sides.folder) present.insert(file.unique);
+    const auto present = UniqueNames(sides.folder);
     std::vector<bool> lost;
     for (const RememberedMail& row : sides.remembered) {
         lost.push_back(row.link == MailLink::kPending &&

@@ -4,7 +4,7 @@
 #include <optional>
 #include <vector>
 
-#include "host/mailsync/mail_plan.h"
+#include "host/mailsync/mail_sides.h"
 
 // Which remembered mail each mail in Eudora is.
 namespace host::mailsync {
