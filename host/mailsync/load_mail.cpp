@@ -264,10 +264,13 @@ class MailLoader {
                 isNumberedAnew || (row.link != MailLink::kKept && !m_knownAgain.contains(row.id));
         }
         if (!isNumberedAnew) return;
-        for (const EudoraHead& head : m_sides.eudora) ++groups[head.messageId.value_or("")].mails;
+        for (const EudoraHead& head : m_sides.eudora) {
+            if (head.messageId) ++groups[*head.messageId].mails;
+        }
         for (EudoraHead& head : m_sides.eudora) {
-            const Group& group = groups[head.messageId.value_or("")];
-            if (head.messageId.value_or("").empty() || group.rows == 0) continue;
+            if (!head.messageId || head.messageId->empty()) continue;
+            const Group& group = groups[*head.messageId];
+            if (group.rows == 0) continue;
             const bool areSeveral = std::max(group.rows, group.mails) > 1;
             if (areSeveral) m_sides.doubtful.insert(*head.messageId);
             const bool isKnown = m_knownAgain.contains(head.id);
