@@ -34,7 +34,7 @@ host/translator      platform/os platform/kvutil frame/interface host/base host/
 host/vcard           platform/os host/base text
 host/maildir         platform/os host/base text
 host/state           platform/os host/base
-host/backup          platform/os host/base host/maildir text
+host/backup          platform/os host/base host/maildir host/vcard text
 host/mail            platform/os platform/kvutil frame/interface host/base host/eudora host/translator host/maildir text
 host/contacts        platform/os frame/interface host/base host/translator host/vcard text
 host/sync            platform/os host/base host/state host/backup text

@@ -1,8 +1,6 @@
 #include "host/backup/backups.h"
 
 #include <algorithm>
-#include <limits>
-#include <list>
 #include <nlohmann/json.hpp>
 #include <tuple>
 #include <unordered_map>
@@ -41,12 +39,12 @@ std::string Megabytes(std::uint64_t bytes) {
 }
 
 // A name of a file may be any bytes, and JSON holds UTF-8 alone.
-nlohmann::json PathJson(const std::string& path) {
+nlohmann::json ToJson(const std::string& path) {
     if (text::IsUtf8(path)) return path;
     return std::vector<std::uint8_t>(path.begin(), path.end());
 }
 
-std::string PathIn(const nlohmann::json& json) {
+std::string FromJson(const nlohmann::json& json) {
     if (!json.is_array()) return json;
     const auto bytes = json.get<std::vector<std::uint8_t>>();
     return {bytes.begin(), bytes.end()};
@@ -54,30 +52,21 @@ std::string PathIn(const nlohmann::json& json) {
 
 std::string ToManifest(const Backup& backup) {
     nlohmann::json manifest = {{"reason", backup.reason},
-                               {"eudoraFolder", PathJson(backup.sides.eudoraFolder)},
-                               {"eudora", PathJson(backup.sides.eudora)},
-                               {"folder", PathJson(backup.sides.folder)},
+                               {"eudoraFolder", ToJson(backup.sides.eudoraFolder)},
+                               {"eudora", ToJson(backup.sides.eudora)},
+                               {"folder", ToJson(backup.sides.folder)},
                                {"absent", nlohmann::json::array()},
                                {"files", nlohmann::json::array()}};
-    for (const std::string& path : backup.absent) manifest["absent"].push_back(PathJson(path));
+    for (const std::string& path : backup.absent) manifest["absent"].push_back(ToJson(path));
     for (const BackupFile& file : backup.files) {
-        manifest["files"].push_back({{"name", PathJson(file.name)},
-                                     {"origin", PathJson(file.path)},
+        manifest["files"].push_back({{"name", ToJson(file.name)},
+                                     {"origin", ToJson(file.path)},
                                      {"kind", file.kind},
-                                     {"real", PathJson(file.real)},
+                                     {"real", ToJson(file.real)},
                                      {"size", file.size},
                                      {"print", file.print}});
     }
     return base::JsonText(manifest, 2) + '\n';
-}
-
-std::string Join(const platform::Files& files, const std::string& folder, const std::string& name) {
-    return folder + files.Separator() + name;
-}
-
-std::string NameOf(platform::Files& files, const std::string& path) {
-    const std::string folder = base::ParentFolder(files, path);
-    return folder.empty() ? path : path.substr(folder.size() + 1);
 }
 
 base::Status CheckSpace(platform::Files& files, const std::string& folder,
@@ -94,40 +83,25 @@ base::Status CheckSpace(platform::Files& files, const std::string& folder,
                          "make room there");
 }
 
-// Whether a file can take that place, before any does.
-base::Status CheckPlace(platform::Files& files, const std::string& path) {
-    if (files.IsFree(path)) return {};
-    const auto info = files.Stat(path);
-    if (info && info->isReadOnly) return base::RefusedFor(path, "is read-only", "make it writable");
-    const auto file = files.Open(path, platform::OpenMode::kReadWrite, platform::Share::kNone);
-    if (file) return {};
-    const auto code = file.Error().code;
-    if (code == ErrorCode::kNotRegular || code == ErrorCode::kNotFound) {
-        return base::Refused(path + ": is no regular file", "move it away");
-    }
-    if (code == ErrorCode::kSharingViolation) {
-        return base::Refused(path + ": is in use by another program",
-                             "try again when it has ended");
-    }
-    return file.Error();
+}  // namespace
+
+std::uint64_t Backup::CopiedBytes() const {
+    std::uint64_t sum = 0;
+    for (const BackupFile& file : files) sum += file.kind == Kind::kGrowing ? 0 : file.size;
+    return sum;
 }
 
-// Whether a file of Eudora's belongs to its mails; nickname files may have any name.
-bool IsMailbox(platform::Files& files, const std::string& path) {
-    const std::string name = text::Lowered(NameOf(files, path));
-    const std::string folder = text::Lowered(NameOf(files, base::ParentFolder(files, path)));
-    const bool hasEnd = name.ends_with(".mbx") || name.ends_with(".toc");
-    const std::string box = hasEnd ? name.substr(0, name.size() - 4) : "";
-    return folder != "nickname" && (box == "in" || box == "out" || box == "trash");
+std::string RememberedName(platform::Files& files, const BackupFile& file) {
+    std::string name = base::FileName(files, file.path);
+    return file.kind == Kind::kMail ? maildir::EntryNamed(std::move(name), false).unique : name;
 }
 
-bool IsWanted(platform::Files& files, const Origin& origin, const std::string& only) {
-    const bool isMail =
-        origin.IsEudoras() ? IsMailbox(files, origin.path) : origin.kind == Kind::kMail;
-    return only.empty() || isMail == (only == "mail");
+std::string RealOf(platform::Files& files, const std::string& path) {
+    if (auto real = files.RealPath(path)) return *real;
+    const auto folder = files.RealPath(base::ParentFolder(files, path));
+    return folder ? *folder + '/' + base::FileName(files, path) : std::string();
 }
 
-// A fingerprint of the last bytes in front of that place.
 base::Result<std::string> PrintOf(platform::Files& files, const std::string& path,
                                   std::uint64_t end) {
     const auto file = files.Open(path, platform::OpenMode::kRead, platform::Share::kReadWrite);
@@ -138,77 +112,35 @@ base::Result<std::string> PrintOf(platform::Files& files, const std::string& pat
     return text::Fingerprint(std::string_view(bytes).substr(0, *count));
 }
 
-bool AreSame(platform::Files& files, const std::string& one, const std::string& other) {
-    constexpr auto kAny = std::numeric_limits<std::uint64_t>::max();
-    const auto size = files.Stat(one), otherSize = files.Stat(other);
-    if (!size || !otherSize || size->size != otherSize->size) return false;
-    const auto bytes = platform::ReadWhole(files, one, kAny, platform::Share::kReadWrite);
-    const auto others = platform::ReadWhole(files, other, kAny, platform::Share::kReadWrite);
-    return bytes && others && *bytes == *others;
-}
-
-// The files of a Maildir by the part of their names that stays.
-class MailPlaces {
-  public:
-    MailPlaces(platform::Files& files, platform::Clock& clock, const std::string& folder)
-        : m_maildir(files, clock, folder) {
-        const auto entries = m_maildir.List();
-        for (const auto& entry : entries ? *entries : std::vector<maildir::MaildirEntry>()) {
-            m_places[entry.unique] = m_maildir.PathOf(entry);
-        }
-    }
-    // Where a file is now.
-    std::string Of(const BackupFile& file, const std::string& unique) const {
-        const auto found = m_places.find(unique);
-        return found == m_places.end() ? file.path : found->second;
-    }
-
-  private:
-    maildir::Maildir m_maildir;
-    std::unordered_map<std::string, std::string> m_places;
-};
-
-}  // namespace
-
-std::uint64_t Backup::CopiedBytes() const {
-    std::uint64_t sum = 0;
-    for (const BackupFile& file : files) sum += file.kind == Kind::kGrowing ? 0 : file.size;
-    return sum;
-}
-
-std::string RememberedName(platform::Files& files, const BackupFile& file) {
-    std::string name = NameOf(files, file.path);
-    return file.kind == Kind::kMail ? maildir::EntryNamed(std::move(name), false).unique : name;
-}
-
 std::string EudoraFolderOf(platform::Files& files, const Backup& backup) {
     if (!backup.sides.eudoraFolder.empty()) return backup.sides.eudoraFolder;
     const std::string first = !backup.files.empty()    ? backup.files[0].path
                               : !backup.absent.empty() ? backup.absent[0]
                                                        : "";
     const std::string folder = base::ParentFolder(files, first);
-    return text::EqualNoCase(NameOf(files, folder), "NickName") ? base::ParentFolder(files, folder)
-                                                                : folder;
+    return text::EqualNoCase(base::FileName(files, folder), "NickName")
+               ? base::ParentFolder(files, folder)
+               : folder;
 }
 
 base::Result<std::vector<Origin>> FilesOfBook(platform::Files& files,
                                               const std::string& nicknameFile) {
     std::vector<Origin> paths = {nicknameFile};
     const std::string folder = base::ParentFolder(files, nicknameFile);
-    const std::string name = NameOf(files, nicknameFile);
+    const std::string name = base::FileName(files, nicknameFile);
     const std::string pattern = name.substr(0, name.rfind('.')) + ".toc";
     const auto sideFiles = files.List(folder.empty() ? "." : folder, pattern);
     if (!sideFiles) return sideFiles.Error();
     for (const platform::FolderEntry& entry : *sideFiles) {
-        if (!entry.isFolder) paths.emplace_back(Join(files, folder, entry.name));
+        if (!entry.isFolder) paths.emplace_back(base::PathIn(files, folder, entry.name));
     }
-    if (paths.size() == 1) paths.emplace_back(Join(files, folder, pattern));
+    if (paths.size() == 1) paths.emplace_back(base::PathIn(files, folder, pattern));
     return paths;
 }
 
 std::string Backups::PathOf(const std::string& id, const std::string& name) const {
-    const std::string folder = Join(m_files, m_folder, id);
-    return name.empty() ? folder : Join(m_files, folder, name);
+    const std::string folder = base::PathIn(m_files, m_folder, id);
+    return name.empty() ? folder : base::PathIn(m_files, folder, name);
 }
 
 // The manifest goes first: what cannot be removed then does not count as a backup.
@@ -261,7 +193,7 @@ base::Result<Backup> Backups::Make(const std::vector<Origin>& origins, const std
 }
 
 std::string Backups::FreeName(const Backup& backup, const std::string& origin) const {
-    const std::string own = NameOf(m_files, origin);
+    const std::string own = base::FileName(m_files, origin);
     std::string name = own;
     for (auto number = backup.files.size();
          name == kManifest || m_files.Exists(PathOf(backup.id, name)); ++number) {
@@ -271,7 +203,7 @@ std::string Backups::FreeName(const Backup& backup, const std::string& origin) c
 }
 
 base::Status Backups::Keep(Backup& backup, const Origin& origin, std::uint64_t size) {
-    BackupFile file{origin, {}, RealOf(origin.path), size, {}};
+    BackupFile file{origin, {}, RealOf(m_files, origin.path), size, {}};
     if (origin.kind == Kind::kGrowing) {
         auto print = PrintOf(m_files, origin.path, size);
         if (!print) return print.Error();
@@ -322,7 +254,7 @@ base::Result<Backup> Backups::ReadManifest(const std::string& id) {
     try {
         const auto manifest = nlohmann::json::parse(*text);
         const auto told = [](const nlohmann::json& in, const char* key) {
-            return in.contains(key) ? PathIn(in.at(key)) : std::string();
+            return in.contains(key) ? FromJson(in.at(key)) : std::string();
         };
         Backup backup{id,
                       manifest.at("reason"),
@@ -331,10 +263,10 @@ base::Result<Backup> Backups::ReadManifest(const std::string& id) {
                       {},
                       {},
                       {}};
-        for (const auto& absent : manifest.at("absent")) backup.absent.push_back(PathIn(absent));
+        for (const auto& absent : manifest.at("absent")) backup.absent.push_back(FromJson(absent));
         for (const auto& file : manifest.at("files")) {
-            BackupFile read{{PathIn(file.at("origin")), file.value("kind", Kind::kEudora)},
-                            PathIn(file.at("name")),
+            BackupFile read{{FromJson(file.at("origin")), file.value("kind", Kind::kEudora)},
+                            FromJson(file.at("name")),
                             told(file, "real"),
                             file.value("size", std::uint64_t{0}),
                             file.value("print", "")};
@@ -405,153 +337,10 @@ base::Result<std::vector<Backup>> Backups::Prune(
     return gone;
 }
 
-std::string Backups::RealOf(const std::string& path) const {
-    if (auto real = m_files.RealPath(path)) return *real;
-    const auto folder = m_files.RealPath(base::ParentFolder(m_files, path));
-    return folder ? *folder + '/' + NameOf(m_files, path) : std::string();
-}
-
 bool Backups::IsOf(const Backup& backup, const std::string& eudoraFolder) const {
     const std::string own = EudoraFolderOf(m_files, backup);
-    return eudoraFolder.empty() || own == eudoraFolder || RealOf(own) == RealOf(eudoraFolder);
-}
-
-// What a restore does with one file.
-struct Backups::Placing {
-    BackupFile file;
-    std::string source, target;
-    std::optional<std::uint64_t> length;  // of the source's beginning that is meant
-
-    // Programs that read vCards or mails pass the second one over.
-    std::string Side(platform::Files& files) const {
-        if (file.IsEudoras()) return target + ".kvnew";
-        return Join(files, base::ParentFolder(files, target),
-                    ".kvsync-" + NameOf(files, target) + ".tmp");
-    }
-};
-
-bool Backups::BeginsAs(const std::string& path, const BackupFile& file) const {
-    const auto info = m_files.Stat(path);
-    if (!info || info->size < file.size) return false;
-    const auto print = PrintOf(m_files, path, file.size);
-    return print && *print == file.print;
-}
-
-// Where the bytes of a file are: in the backup; else, as it only grew, in its place, or in a backup
-// that was made before it was written anew.
-base::Result<std::string> Backups::SourceOf(const Backup& backup, const BackupFile& file) {
-    if (file.kind != Kind::kGrowing) return PathOf(backup.id, file.name);
-    if (BeginsAs(file.path, file)) return file.path;
-    const auto later = List();
-    if (!later) return later.Error();
-    for (const Backup& other : *later) {
-        for (const BackupFile& copy : other.files) {
-            const std::string path = PathOf(other.id, copy.name);
-            const bool isCopy = other.id > backup.id && copy.kind == Kind::kEudora;
-            if (isCopy && copy.path == file.path && BeginsAs(path, file)) return path;
-        }
-    }
-    return base::RefusedFor(
-        file.path,
-        "was removed or written anew after backup " + backup.id + ", which knows its length alone",
-        "put back a backup that holds all of it (kvsync backups --show ID)");
-}
-
-base::Status Backups::Choose(Backup& backup, const Wanted& wanted) const {
-    const auto isUnwanted = [&](const Origin& origin) {
-        return !IsWanted(m_files, origin, wanted.only);
-    };
-    std::erase_if(backup.files, isUnwanted);
-    std::erase_if(backup.absent, isUnwanted);
-    if (wanted.only.empty() || !backup.files.empty() || !backup.absent.empty()) return {};
-    return base::Refused("backup " + backup.id + " holds no file of " + wanted.only,
-                         "`kvsync backups --show " + backup.id + "` lists what it holds");
-}
-
-base::Status Backups::CheckPlacing(const Placing& placing, const Wanted& wanted) const {
-    const std::string& path = placing.target;
-    const std::string& before = placing.file.real;
-    const bool isAsBefore =
-        before.empty() || placing.file.kind == Kind::kMail
-            ? m_files.IsFree(path) ||
-                  platform::LiesIn(m_files, path, base::ParentFolder(m_files, path))
-            : RealOf(path) == before;
-    if (isAsBefore || wanted.followLinks) return CheckPlace(m_files, path);
-    return base::RefusedFor(
-        path, "leads to " + RealOf(path) + " now, and did not when it was copied",
-        "put the file itself there, or say --follow-links if that is what you want");
-}
-
-base::Result<std::vector<Backups::Placing>> Backups::PlanRestore(const Backup& backup) {
-    std::optional<MailPlaces> mails;
-    std::vector<Placing> plan;
-    for (const BackupFile& file : backup.files) {
-        const std::string folder = base::ParentFolder(m_files, file.path);
-        if (!m_files.Exists(folder)) {
-            return base::RefusedFor(folder, "the folder is gone",
-                                    "bring it back, or take the files out of " + PathOf(backup.id));
-        }
-        auto source = SourceOf(backup, file);
-        if (!source) return source.Error();
-        Placing placing{file, *std::move(source), file.path, {}};
-        if (file.kind == Kind::kGrowing) placing.length = file.size;
-        if (file.kind == Kind::kMail) {
-            if (!mails) mails.emplace(m_files, m_clock, backup.sides.folder);
-            placing.target = mails->Of(file, RememberedName(m_files, file));
-        }
-        if (!file.IsEudoras() && AreSame(m_files, placing.source, placing.target)) continue;
-        plan.push_back(std::move(placing));
-    }
-    return plan;
-}
-
-base::Result<Restored> Backups::Restore(const std::string& id, const Wanted& wanted,
-                                        const Ready& ready) {
-    auto backup = Find(id, wanted.eudoraFolder);
-    if (!backup) return backup.Error();
-    if (auto chosen = Choose(*backup, wanted); !chosen) return chosen.Error();
-    auto plan = PlanRestore(*backup);
-    if (!plan) return plan.Error();
-    Restored restored;
-    std::vector<Origin> present;
-    for (const std::string& path : backup->absent) {
-        if (auto fits = CheckPlace(m_files, path); !fits) return fits.Error();
-        if (m_files.IsFree(path)) continue;
-        restored.removed.push_back(path);
-        present.emplace_back(path);
-    }
-    for (const Placing& placing : *plan) {
-        if (auto fits = CheckPlacing(placing, wanted); !fits) return fits.Error();
-        const bool isEudoras = placing.file.IsEudoras();
-        if (isEudoras || !m_files.IsFree(placing.target)) {
-            present.emplace_back(placing.target, isEudoras ? Kind::kEudora : placing.file.kind);
-        }
-        restored.placed.push_back(placing.file);
-        restored.placed.back().path = placing.target;
-    }
-    if (!present.empty()) {
-        auto before = Make(present, "before the restore of " + id, backup->sides);
-        if (!before) return before.Error();
-        restored.before = before->id;
-    }
-    // A fault before the first file takes its place leaves all as they are.
-    std::list<platform::SafeWrite> writes;
-    for (const Placing& placing : *plan) {
-        auto& write = writes.emplace_back(m_files, placing.target, placing.Side(m_files));
-        auto staged = write.BeginAsCopyOf(placing.source, placing.length);
-        if (!staged) return staged.Error();
-    }
-    if (auto begun = ready ? ready(*backup, restored) : base::Status(); !begun) {
-        return begun.Error();
-    }
-    for (auto& write : writes) {
-        if (auto placed = write.Commit(); !placed) return placed.Error();
-    }
-    for (const std::string& path : restored.removed) {
-        auto gone = m_files.Delete(path);
-        if (!gone && gone.Error().code != ErrorCode::kNotFound) return gone.Error();
-    }
-    return restored;
+    return eudoraFolder.empty() || own == eudoraFolder ||
+           RealOf(m_files, own) == RealOf(m_files, eudoraFolder);
 }
 
 }  // namespace host::backup

@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -65,22 +64,6 @@ base::Result<std::vector<Origin>> FilesOfBook(platform::Files& files,
 // The bytes that all backups may have together if nothing else is said.
 inline constexpr std::uint64_t kUsualSpace = 2'000'000'000;
 
-// What of a backup is to be put back, and how.
-struct Wanted {
-    std::string only;          // "contacts", "mail", or empty for both
-    std::string eudoraFolder;  // refuses a backup of another Eudora; may be empty
-    bool followLinks = false;  // that took the place of a file or its folder after the backup
-};
-
-// What a restore did: the files that it put back, and those that it removed.
-struct Restored {
-    std::string before;  // the id of the backup of what was in their places; empty without any
-    std::vector<BackupFile> placed;
-    std::vector<std::string> removed;
-
-    bool IsEmpty() const { return placed.empty() && removed.empty(); }
-};
-
 // Backups in folders named by time, below `folder`. One exists once it is complete: a failed one is
 // removed at once, one of an interrupted run by the next Make. `files` and `clock` outlive the
 // object.
@@ -104,27 +87,10 @@ class Backups {
     base::Result<std::vector<Backup>> List(const std::string& eudoraFolder = {});
     // kRefused for an unknown id, and for a backup of another Eudora if a folder is given.
     base::Result<Backup> Find(const std::string& id, const std::string& eudoraFolder = {});
-    // Puts the files back and makes a backup of those that were in their places. Of Eudora's files
-    // each becomes as it was, and those that did not exist go; of the other side a file comes back
-    // that is missing or was changed. A file whose length alone is kept is cut from what is there,
-    // or from a later copy. All are copied beside their places first; then each takes its place in
-    // one step; removals come last. An interrupted restore is completed by another one.
-    //
-    // kRefused, with nothing changed, for an unknown id, a backup that holds nothing of what is
-    // wanted, and a place that is gone, leads elsewhere now or cannot be written. `ready`, if
-    // given, is called before the first file changes with what is wanted of the backup and what is
-    // about to happen, even if that is nothing; its failure ends the restore. A failure after that
-    // leaves some files restored and the others as they were.
-    using Ready = std::function<base::Status(const Backup&, const Restored&)>;
-    base::Result<Restored> Restore(const std::string& id, const Wanted& wanted = {},
-                                   const Ready& ready = nullptr);
-
     // A folder of a backup, or a file in it.
     std::string PathOf(const std::string& id, const std::string& name = {}) const;
 
   private:
-    struct Placing;
-
     base::Result<std::string> NewFolder();
     void RemoveLeftovers();
     void Discard(const std::string& id);
@@ -133,14 +99,7 @@ class Backups {
     base::Status Keep(Backup& backup, const Origin& origin, std::uint64_t size);
     base::Status Flush(const Backup& backup);
     base::Result<Backup> ReadManifest(const std::string& id);
-
     bool IsOf(const Backup& backup, const std::string& eudoraFolder) const;
-    std::string RealOf(const std::string& path) const;
-    bool BeginsAs(const std::string& path, const BackupFile& file) const;
-    base::Status Choose(Backup& backup, const Wanted& wanted) const;
-    base::Status CheckPlacing(const Placing& placing, const Wanted& wanted) const;
-    base::Result<std::string> SourceOf(const Backup& backup, const BackupFile& file);
-    base::Result<std::vector<Placing>> PlanRestore(const Backup& backup);
 
     platform::Files& m_files;
     std::string m_folder;
@@ -149,6 +108,13 @@ class Backups {
 
 // The name by which a memory knows a vCard or a file of a Maildir.
 std::string RememberedName(platform::Files& files, const BackupFile& file);
+
+// Where a path leads, with all links followed; also that of a file that is not there.
+std::string RealOf(platform::Files& files, const std::string& path);
+
+// A fingerprint of the last bytes of a file in front of that place.
+base::Result<std::string> PrintOf(platform::Files& files, const std::string& path,
+                                  std::uint64_t end);
 
 // The Eudora folder of a backup; of one of an earlier version judged by its files.
 std::string EudoraFolderOf(platform::Files& files, const Backup& backup);

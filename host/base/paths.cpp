@@ -26,9 +26,19 @@ std::string FromUtf8(std::string_view text, bool* lossy) {
     return platform::FromUtf8(text, platform::NativeSystem().codePage, lossy);
 }
 
-std::string ParentFolder(platform::Files& files, const std::string& path) {
+std::string ParentFolder(const platform::Files& files, const std::string& path) {
     const auto last = path.find_last_of(files.Separator() == '/' ? "/" : "/\\");
     return last == std::string::npos ? "" : path.substr(0, last);
+}
+
+std::string FileName(const platform::Files& files, const std::string& path) {
+    const std::string folder = ParentFolder(files, path);
+    return folder.empty() ? path : path.substr(folder.size() + 1);
+}
+
+std::string PathIn(const platform::Files& files, const std::string& folder,
+                   const std::string& name) {
+    return folder + files.Separator() + name;
 }
 
 base::Status MakeFolders(platform::Files& files, const std::string& folder) {

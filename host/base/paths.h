@@ -33,6 +33,11 @@ inline constexpr const char* kMakeWritable =
 base::Status CheckFolder(const std::string& folder, const std::string& what);
 
 // The path without its last name and the separator; empty if there is no separator.
-std::string ParentFolder(platform::Files& files, const std::string& path);
+std::string ParentFolder(const platform::Files& files, const std::string& path);
+// Its last name.
+std::string FileName(const platform::Files& files, const std::string& path);
+// That name in a folder.
+std::string PathIn(const platform::Files& files, const std::string& folder,
+                   const std::string& name);
 
 }  // namespace host::base

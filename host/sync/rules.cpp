@@ -114,11 +114,14 @@ base::Result<backup::Restored> Restore(const RunContext& context, const std::str
     const auto forget = [&](const backup::Backup& backup,
                             const backup::Restored& plan) -> base::Status {
         std::vector<std::string> ofEudora = plan.removed, ofFolder;
-        for (const backup::BackupFile& file : backup.files) {
-            if (file.IsEudoras()) {
-                ofEudora.push_back(file.path);
-            } else {
-                ofFolder.push_back(backup::RememberedName(context.files, file));
+        // A renamed file has two names.
+        for (const auto* files : {&backup.files, &plan.placed}) {
+            for (const backup::BackupFile& file : *files) {
+                if (file.IsEudoras()) {
+                    ofEudora.push_back(file.path);
+                } else {
+                    ofFolder.push_back(backup::RememberedName(context.files, file));
+                }
             }
         }
         for (const std::string& path : ofEudora) {
@@ -127,7 +130,8 @@ base::Result<backup::Restored> Restore(const RunContext& context, const std::str
         }
         return state::ForgetFiles(context.files, context.stateFile, backup.sides.eudora, ofFolder);
     };
-    return BackupsOf(context).Restore(id, wanted, forget);
+    auto backups = BackupsOf(context);
+    return backup::Restore(context.files, context.clock, backups, id, wanted, forget);
 }
 
 base::Result<std::vector<backup::Backup>> PruneBackups(const RunContext& context,

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "host/backup/backups.h"
+#include "host/backup/restore.h"
 #include "host/base/failure.h"
 #include "host/state/memory.h"
 #include "host/sync/report.h"
@@ -96,7 +96,7 @@ base::Status BackUp(const RunContext& context, const state::Sides& sides,
                     const std::vector<backup::Origin>& origins, const std::string& reason,
                     std::vector<std::string>& passedOver);
 
-// Puts a backup's files back, as Backups::Restore does. All memory of a restored nickname file or
+// Puts a backup's files back, as backup::Restore does. All memory of a restored nickname file or
 // in-box is dropped, and that of a restored vCard or mail of the other side, so that the next run
 // pairs them anew and removes nothing. kRefused while another run holds the state file.
 base::Result<backup::Restored> Restore(const RunContext& context, const std::string& id,

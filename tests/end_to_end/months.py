@@ -192,17 +192,17 @@ class Months:
             self.contacts[address := name + "@x.org"] = values
             self.touched[address] = side
             if side == "E":
-                book.contacts[address] = values
+                # Two whose nicknames differ after a restore are known again by name and address.
+                book.contacts[address], book.notes[address] = values, f"<name:Name {name}>"
                 return book.save()
             self.titles[address] = f"Title {name}"
             (self.cards / f"{name}.vcf").write_text(
-                f"BEGIN:VCARD\nVERSION:4.0\nFN:{name}\nNICKNAME:{name}\nTEL:{self.count}\n"
-                f"EMAIL:{address}\nTITLE:Title {name}\nEND:VCARD\n")
+                f"BEGIN:VCARD\nVERSION:4.0\nUID:{name}\nFN:Name {name}\nNICKNAME:{name}\n"
+                f"TEL:{self.count}\nEMAIL:{address}\nTITLE:Title {name}\nEND:VCARD\n")
         elif address not in own.contacts or act == "add":
             return None
         elif act == "file":
-            # A restore does not know a vCard again whose file has another name since.
-            if side == "F" and not self.restores and self.touch(address, side):
+            if side == "F" and self.touch(address, side):
                 cards.files[address].rename(self.cards / (self.new_name("file") + ".vcf"))
         elif self.touch(address, side):
             if act == "remove" and len(self.contacts) < 4:  # an empty side stops every run

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "host/backup/backups.h"
+#include "host/backup/restore.h"
 #include "platform/testing/fixed_clock.h"
 #include "platform/testing/memory_files.h"
 #include "tests/support/fault_sweep.h"
@@ -27,19 +27,22 @@ struct Machine {
         if (!paths) return paths.Error();
         return backups.Make(*paths, "test");
     }
+    base::Result<backup::Restored> Restore(const std::string& id, const backup::Ready& ready = {}) {
+        return backup::Restore(files, clock, backups, id, {}, ready);
+    }
 };
 
 TEST(Backups, TheSecondOfOneMomentGetsANumberAndAnUnknownOneIsRefused) {
     Machine machine;
     const std::string id = machine.Make()->id;
     EXPECT_EQ(id, "19700101-000000");
-    EXPECT_EQ(machine.backups.Restore(id)->before, id + "-2");
+    EXPECT_EQ(machine.Restore(id)->before, id + "-2");
     while (machine.Make()->id != id + "-10") {
     }
     const auto listed = *machine.backups.List();
     EXPECT_EQ(listed.back().id, id + "-10") << "the newest is the last";
     for (const char* unknown : {"none", "", "..", "..\\backups\\19700101-000000"})
-        EXPECT_EQ(machine.backups.Restore(unknown).Error().exit, base::ExitCode::kRefused);
+        EXPECT_EQ(machine.Restore(unknown).Error().exit, base::ExitCode::kRefused);
 }
 
 // The in-box and the Trash of a run that moves a mail from the one to the other, an out-box that
@@ -80,7 +83,7 @@ TEST(Backups, ASetComesBackWholeAndInItsOrder) {
             file.after.empty() ? void(machine.disk.Delete(file.origin.path))
                                : machine.disk.Put(file.origin.path, file.after);
         }
-        if (made) (void)machine.backups.Restore(made->id);
+        if (made) (void)machine.Restore(made->id);
         const bool fired = machine.files.Disarm();
         for (const auto& file : kSet) {
             const std::string now = contentOf(file);
@@ -95,7 +98,7 @@ TEST(Backups, ASetComesBackWholeAndInItsOrder) {
         EXPECT_TRUE(listed.size() <= 2 && (!made || !listed.empty()));
         for (const backup::Backup& backup : listed) {
             const bool isFirst = backup.id == listed[0].id;
-            EXPECT_TRUE(machine.backups.Restore(backup.id));
+            EXPECT_TRUE(machine.Restore(backup.id));
             // What came back stays.
             for (const auto& file : kSet) {
                 const bool isBefore = isFirst || file.after.empty();
@@ -112,15 +115,21 @@ TEST(Backups, ASetComesBackWholeAndInItsOrder) {
     });
 }
 
-// A mail may have been renamed meanwhile: it is known by the part of its name that stays.
+// A file may have been renamed meanwhile: a mail is known by the part of its name that stays, a
+// vCard by its UID.
 TEST(Backups, OfTheOtherSideOnlyWhatIsMissingOrChangedComesBack) {
-    const std::string card = "C:\\m\\a.vcf", mail = "C:\\m\\cur\\1.x!2,S",
+    const std::string card = "C:\\m\\a.vcf", moved = "C:\\m\\z.VCF", mail = "C:\\m\\cur\\1.x!2,S",
                       renamed = "C:\\m\\cur\\1.x!2,FS", unread = "C:\\m\\new\\1.x";
+    const auto bytes = [](const std::string& uid, const std::string& name) {
+        return "BEGIN:VCARD\nVERSION:4.0\nUID:" + uid + "\nFN:" + name + "\nEND:VCARD\n";
+    };
     for (const auto& [path, present, content, isPlaced] :
          std::initializer_list<std::tuple<std::string, std::string, const char*, bool>>{
              {card, "", "", true},
              {card, card, "kept", false},
              {card, card, "lost", true},
+             {card, moved, "kept", false},
+             {card, moved, "lost", true},
              {mail, "", "", true},
              {mail, mail, "kept", false},
              {mail, renamed, "kept", false},
@@ -130,18 +139,18 @@ TEST(Backups, OfTheOtherSideOnlyWhatIsMissingOrChangedComesBack) {
         Machine machine;
         for (const char* folder : {"new", "cur"})
             machine.disk.MakeFolders(std::string("C:\\m\\") + folder);
-        machine.disk.Put(path, "kept");
+        machine.disk.Put(path, bytes("1", "kept"));
         const auto kind = path == card ? backup::Kind::kCard : backup::Kind::kMail;
         const auto made = machine.backups.Make({{path, kind}}, "test", {"C:\\e", "", "C:\\m"});
         EXPECT_TRUE(machine.disk.Delete(path));
+        if (!present.empty()) machine.disk.Put(present, bytes("1", content));
         const std::string later = path == card ? "C:\\m\\b.vcf" : "C:\\m\\cur\\2.x!2,T";
-        for (const auto& name : {present, later})
-            if (!name.empty()) machine.disk.Put(name, content);
-        const auto restored = machine.backups.Restore(made->id);
+        machine.disk.Put(later, bytes("2", content));
+        const auto restored = machine.Restore(made->id);
         ASSERT_TRUE(restored) << restored.Error().Message();
         EXPECT_EQ(restored->placed.size(), isPlaced);
-        EXPECT_EQ(machine.disk.Get(present.empty() ? path : present), "kept");
-        EXPECT_EQ(machine.disk.Get(later), content) << "what came later stays";
+        EXPECT_EQ(machine.disk.Get(present.empty() ? path : present), bytes("1", "kept"));
+        EXPECT_EQ(machine.disk.Get(later), bytes("2", content)) << "what came later stays";
         const auto files = machine.disk.AllFiles();
         EXPECT_EQ(std::ranges::count_if(
                       files, [](const auto& file) { return file.starts_with("C:\\m\\"); }),
@@ -161,7 +170,7 @@ TEST(Backups, ReadOnlyFilesAreCopiedAndRefuseARestore) {
         const auto ready = [](const backup::Backup&, const backup::Restored&) {
             return base::Failed("called ready");
         };
-        return machine.backups.Restore(made->id, {}, ready).Error().Message();
+        return machine.Restore(made->id, ready).Error().Message();
     };
     EXPECT_EQ(restore(), std::string(kToc) + ": is read-only; make it writable");
     machine.disk.SetReadOnly(kToc, false);
@@ -170,7 +179,7 @@ TEST(Backups, ReadOnlyFilesAreCopiedAndRefuseARestore) {
     user->reset();
     EXPECT_EQ(restore(), "called ready");
     EXPECT_EQ(*machine.disk.Get(kBook), "alias new b");
-    EXPECT_TRUE(machine.backups.Restore(made->id));
+    EXPECT_TRUE(machine.Restore(made->id));
     EXPECT_EQ(*machine.disk.Get(kBook), "alias old a");
 }
 
