@@ -158,16 +158,23 @@ std::string Spoilt(std::string_view text, bool isPlain) {
 // Windows drops them at an end, and at the front they hide a file.
 constexpr std::string_view kAtNoEnd = " .";
 constexpr std::size_t kLongestName = 100, kLongestExtension = 20;  // bytes of the code page
+constexpr std::size_t kLongestInUtf8 = 200;  // Linux takes 255, and copies get numbers
+
+bool IsTooLong(const std::string& name, unsigned codePage) {
+    return name.size() > kLongestName || platform::ToUtf8(name, codePage).size() > kLongestInUtf8;
+}
 
 std::string Shortened(const std::string& name, unsigned codePage) {
-    if (name.size() <= kLongestName) return name;
+    if (!IsTooLong(name, codePage)) return name;
     auto parts = text::SplitPath(name, codePage);
     if (parts.extension.size() > kLongestExtension) {
         parts.name += parts.extension;
         parts.extension.clear();
     }
-    const auto room = kLongestName - parts.extension.size();
-    parts.name.resize(text::WholeCharacterPrefix(parts.name, room, codePage));
+    auto room = kLongestName - parts.extension.size();
+    do {
+        parts.name.resize(text::WholeCharacterPrefix(parts.name, room--, codePage));
+    } while (IsTooLong(parts.name + parts.extension, codePage));
     return std::string(text::Trimmed(parts.name + parts.extension, kAtNoEnd));
 }
 

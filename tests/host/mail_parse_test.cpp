@@ -129,8 +129,9 @@ TEST(ParseMail, ChoosesTheTextAndMakesFilesOfTheRest) {
 }
 
 TEST(ParseMail, GivesAttachmentsPlainNames) {
-    std::string longName = "*=utf-8''" + std::string(80, 'x');
+    std::string longName = "*=utf-8''" + std::string(80, 'x'), longInUtf8 = "*=utf-8''";
     for (int i = 0; i < 11; ++i) longName += "%E8%A1%A8";
+    for (int i = 0; i < 90; ++i) longInUtf8 += "%EF%BD%B1";
     const std::string kept =
         std::string(80, 'x') + "\x95\x5C\x95\x5C\x95\x5C\x95\x5C\x95\x5C" + "\x95\x5C\x95\x5C.html";
     Hold({{"*0*=utf-8''%E6%97%A5; filename*1=\".txt\"\n\nx", "{\x93\xFA.txt}x.", 932},
@@ -141,7 +142,8 @@ TEST(ParseMail, GivesAttachmentsPlainNames) {
           {"=\"/etc/passwd\"\n\nx", "{passwd}x."},
           {"*=utf-8''a%0D%0A%09%00.txt\n\nx", "{a___}x."},
           {"=\"Com1 .txt\"\n\nx", "{_Com1 .txt}x."},
-          {longName + ".html\n\nx", '{' + kept + "}x.", 932}},
+          {longName + ".html\n\nx", '{' + kept + "}x.", 932},
+          {longInUtf8 + ".txt\n\nx", '{' + std::string(65, '\xB1') + ".txt}x.", 932}},
          "Content-Type: a/b\nContent-Disposition: attachment; filename");
 }
 
