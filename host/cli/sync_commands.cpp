@@ -218,6 +218,8 @@ Output RunMail(Workplace& workplace, const Options& options, const sync::RunCont
     mail::AttachFolder attachments(system.files, setup.eudoraFolder + "\\Attach", system.codePage);
     sync.attachments = &attachments;
     sync.inbox = *inbox;
+    sync.table = platform::NativePathOf(setup.eudoraFolder + "\\In.toc").value_or("");
+    sync.limits = translator::LimitsPrint(setup, options.mailLimits);
     sync.outbox = platform::NativePathOf(setup.eudoraFolder + "\\Out.toc").value_or("");
     sync.mailboxes = Mailboxes(setup);
     sync.maildir = eudora::WithoutLinks(*options.maildir);

@@ -10,6 +10,7 @@
 #include "host/contacts/vdir_contacts.h"
 #include "host/contactsync/execute.h"
 #include "host/state/state_file.h"
+#include "host/sync/look.h"
 #include "text/ascii.h"
 
 namespace host::contactsync {
@@ -104,12 +105,28 @@ void CheckTexts(const AddressBook& eudora, unsigned before, Run& run) {
     }
 }
 
-base::Status Prepare(const sync::RunContext& context, const SyncOptions& options, bool mayWrite,
-                     Run& run) {
-    auto status = sync::Take(
+std::string LookAtSides(const sync::RunContext& context, const SyncOptions& options) {
+    sync::Look look(context.files);
+    look.AddContent(options.eudora.file);
+    contacts::VdirContacts folder(context.files, options.folder, context.clock, base::NewUuid);
+    const auto items = folder.List();
+    if (!items) return {};
+    for (const base::StoreItem& item : *items) {
+        look.Add(item.id);
+        look.Add(item.marker);
+    }
+    return look.Print();
+}
+
+base::Status OpenMemory(const sync::RunContext& context, const SyncOptions& options, bool mayWrite,
+                        Run& run) {
+    return sync::Take(
         state::OpenPairs(context.files, context.stateFile, SidesOf(context, options), mayWrite),
         run.memory);
-    if (status) status = sync::Take(run.memory->Load(), run.remembered);
+}
+
+base::Status Prepare(const sync::RunContext& context, const SyncOptions& options, Run& run) {
+    auto status = sync::Take(run.memory->Load(), run.remembered);
     if (status) {
         status = CheckFolder(context.files, options.folder, !run.remembered.pairs.empty());
     }
@@ -174,12 +191,15 @@ state::Sides SidesOf(const sync::RunContext& context, const SyncOptions& options
 
 base::Result<sync::Report> RunSync(const sync::RunContext& context, const SyncOptions& options) {
     Run run(context);
-    if (auto status = Prepare(context, options, !options.dryRun, run); !status) {
-        return status.Error();
-    }
+    auto opened = OpenMemory(context, options, !options.dryRun, run);
+    if (!opened) return opened.Error();
+    sync::IdleRuns idle(options, *run.memory, [&] { return LookAtSides(context, options); });
+    if (auto report = idle.Known()) return *std::move(report);
+    if (auto status = Prepare(context, options, run); !status) return status.Error();
     sync::Report& report = run.plan.report;
     const bool isSettled =
         run.plan.IsEmpty() && (run.memory->IsCurrent() || run.remembered.pairs.empty());
+    if (isSettled) idle.Keep(report);
     if (options.dryRun || report.stop || isSettled) return std::move(report);
     if (auto begun = Begin(context, options, run); !begun) return begun.Error();
     const auto backup = [&]() -> base::Status {
@@ -198,7 +218,8 @@ base::Result<sync::Report> RunSync(const sync::RunContext& context, const SyncOp
 
 sync::Preview RunStatus(const sync::RunContext& context, const SyncOptions& options) {
     Run run(context);
-    auto ready = Prepare(context, options, false, run);
+    auto ready = OpenMemory(context, options, false, run);
+    if (ready) ready = Prepare(context, options, run);
     return {run.sides.eudora.size(), run.sides.folder.size(), run.remembered.pairs.size(),
             std::move(ready), std::move(run.plan.report)};
 }

@@ -6,6 +6,7 @@
 #include "host/mailsync/execute_mail.h"
 #include "host/mailsync/load_mail.h"
 #include "host/state/state_file.h"
+#include "host/sync/look.h"
 #include "mailbox/toc_file.h"
 #include "text/ascii.h"
 
@@ -89,12 +90,34 @@ void CheckTexts(const MailSyncOptions& options, MailRun& run) {
     }
 }
 
-base::Status Prepare(const sync::RunContext& context, const MailSyncOptions& options, bool mayWrite,
-                     MailRun& run) {
-    auto status = sync::Take(
+std::string LookAtSides(const sync::RunContext& context, const MailSyncOptions& options,
+                        MailFolders& folders) {
+    sync::Look look(context.files);
+    look.Add(options.limits);
+    look.AddStamp(options.inbox);
+    look.AddContent(options.table);
+    for (maildir::Maildir* folder : {&folders.mails, &folders.outbox, &folders.sent}) {
+        const auto entries = folder->List();
+        if (!entries) return {};
+        look.Add(std::to_string(entries->size()));
+        for (const maildir::MaildirEntry& entry : *entries) {
+            look.Add(entry.name);
+            look.Add(entry.isFolder ? "folder" : entry.isNew ? "new" : "cur");
+        }
+    }
+    return look.Print();
+}
+
+base::Status OpenMemory(const sync::RunContext& context, const MailSyncOptions& options,
+                        bool mayWrite, MailRun& run) {
+    return sync::Take(
         state::OpenMails(context.files, context.stateFile, SidesOf(context, options), mayWrite),
         run.memory);
-    if (status) status = sync::Take(run.memory->Load(), run.remembered);
+}
+
+base::Status Prepare(const sync::RunContext& context, const MailSyncOptions& options,
+                     MailRun& run) {
+    auto status = sync::Take(run.memory->Load(), run.remembered);
     if (status) status = CheckFolder(context, options, run);
     if (status) status = sync::Take(options.open(), run.source);
     if (!status) return status;
@@ -177,11 +200,15 @@ state::Sides SidesOf(const sync::RunContext& context, const MailSyncOptions& opt
 base::Result<sync::Report> RunMailSync(const sync::RunContext& context,
                                        const MailSyncOptions& options) {
     MailRun run(context, options);
-    if (auto status = Prepare(context, options, !options.dryRun, run); !status) {
-        return status.Error();
-    }
+    auto opened = OpenMemory(context, options, !options.dryRun, run);
+    if (!opened) return opened.Error();
+    sync::IdleRuns idle(options, *run.memory,
+                        [&] { return LookAtSides(context, options, run.folders); });
+    if (auto report = idle.Known()) return *std::move(report);
+    if (auto status = Prepare(context, options, run); !status) return status.Error();
     const bool isSettled =
         run.plan.steps.empty() && (run.memory->IsCurrent() || run.remembered.empty());
+    if (isSettled) idle.Keep(run.plan.report);
     if (options.dryRun || run.plan.report.stop || isSettled) return std::move(run.plan.report);
     if (auto made = base::MakeFolders(context.files, options.maildir); !made) {
         return base::Refused(options.maildir + " cannot be made: " + made.Error().Message(),
@@ -207,7 +234,8 @@ base::Result<sync::Report> RunMailSync(const sync::RunContext& context,
 
 sync::Preview RunMailStatus(const sync::RunContext& context, const MailSyncOptions& options) {
     MailRun run(context, options);
-    auto ready = Prepare(context, options, false, run);
+    auto ready = OpenMemory(context, options, false, run);
+    if (ready) ready = Prepare(context, options, run);
     return {run.sides.eudora.size(), run.sides.folder.size(), run.remembered.size(),
             std::move(ready), std::move(run.plan.report)};
 }

@@ -23,6 +23,8 @@ struct MailSyncOptions : sync::Options {
     std::function<base::Result<mail::NewMail>(std::string_view, const std::string&)> parse;
     mail::AttachFolder* attachments = nullptr;  // Eudora's; outlives the run
     std::string inbox;   // In.mbx as a native path: with the Maildir the memory's key
+    std::string table;   // In.toc, the same
+    std::string limits;  // any text that changes when Eudora's limits do
     std::string outbox;  // Out.toc, the same
     // The files of In, Trash and Out that change with Eudora's mails, native, in the order of a
     // restore.

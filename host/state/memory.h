@@ -112,11 +112,31 @@ struct Sides {
     std::chrono::seconds wait{0};
 };
 
+// What is remembered of two sides beside their contacts or mails.
+class SidesMemory {
+  public:
+    virtual ~SidesMemory() = default;
+    // Microsoft's number of the code page in which the remembered texts of Eudora were read; 0 if
+    // nobody knows.
+    virtual unsigned CodePage() const { return 0; }
+    // Whether the folder has its mark, and where it lies and the code page are remembered as they
+    // are now.
+    virtual bool IsCurrent() const { return true; }
+    // What a run reported that found nothing to do when both sides looked so; empty if none did
+    // since the memory changed.
+    virtual std::string IdleReport(const std::string& /*look*/) { return {}; }
+    virtual base::Status KeepIdleReport(const std::string& /*look*/,
+                                        const std::string& /*report*/) {
+        return {};
+    }
+    // Forgets all of it, the folder too, whose mark stays.
+    virtual base::Status Forget() { return {}; }
+};
+
 // The memory of the two sides of a sync.
 template <class Content, class Change>
-class Memory {
+class Memory : public SidesMemory {
   public:
-    virtual ~Memory() = default;
     // Everything, oldest first; empty if nothing was ever saved.
     virtual base::Result<Content> Load() = 0;
     // Makes the change as a whole or, after a failure, not at all; durable when this returns. Added
@@ -124,17 +144,9 @@ class Memory {
     virtual base::Status Save(Change& change) = 0;
     base::Status Save(Change&& change) { return Save(change); }
 
-    // Microsoft's number of the code page in which the remembered texts of Eudora were read; 0 if
-    // nobody knows.
-    virtual unsigned CodePage() const { return 0; }
-    // Whether the folder has its mark, and where it lies and the code page are remembered as they
-    // are now.
-    virtual bool IsCurrent() const { return true; }
-    // Makes that so, and the change in the same step. To be called before the first Save; the
-    // folder must exist. kRefused if another run marked it meanwhile.
+    // Makes the memory current, and the change in the same step. To be called before the first
+    // Save; the folder must exist. kRefused if another run marked it meanwhile.
     virtual base::Status Begin(Change change) { return Save(std::move(change)); }
-    // Forgets all of it, the folder too, whose mark stays.
-    virtual base::Status Forget() { return {}; }
 };
 using PairMemory = Memory<Remembered, MemoryChange>;
 using MailMemory = Memory<std::vector<RememberedMail>, MailMemoryChange>;

@@ -13,7 +13,7 @@ namespace {
 
 // "kvsy": tells a state file from any other database.
 constexpr int kApplicationId = 0x6B767379;
-constexpr int kVersion = 4;
+constexpr int kVersion = 5;
 
 // What each version added; the first makes an empty file one of version 1.
 constexpr std::array<const char*, kVersion> kSteps = {R"(
@@ -44,6 +44,9 @@ constexpr std::array<const char*, kVersion> kSteps = {R"(
         key INTEGER PRIMARY KEY AUTOINCREMENT, scope BLOB NOT NULL, memory BLOB NOT NULL,
         path BLOB NOT NULL, mark BLOB NOT NULL, code_page INTEGER NOT NULL);
     CREATE INDEX folder_scope ON folder(scope);
+)",
+                                                      R"(
+    CREATE TABLE idle(scope BLOB PRIMARY KEY, look BLOB NOT NULL, report BLOB NOT NULL);
 )"};
 
 int Number(SQLite::Database& database, const char* pragma) {

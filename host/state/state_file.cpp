@@ -149,10 +149,15 @@ void Run(SQLite::Database& database, const char* sql, const Values&... values) {
     statement.exec();
 }
 
+void ForgetIdle(SQLite::Database& database, const std::string& scope) {
+    Run(database, "DELETE FROM idle WHERE scope = ?", scope);
+}
+
 void ForgetRows(SQLite::Database& database, const std::string& scope) {
     Run(database, "DELETE FROM pair WHERE scope = ?", scope);
     Run(database, "DELETE FROM intent WHERE scope = ?", scope);
     Run(database, "DELETE FROM mail WHERE scope = ?", scope);
+    ForgetIdle(database, scope);
 }
 
 void Load(SQLite::Database& database, const std::string& scope, Remembered& remembered) {
@@ -296,6 +301,7 @@ class Scope : public Memory<Content, Change> {
     base::Status Save(Change& change) override {
         return InTransaction(m_database.get(), m_path, [&](SQLite::Database& database) {
             state::Save(database, m_known.memory, change);
+            ForgetIdle(database, m_known.memory);
         });
     }
 
@@ -313,9 +319,32 @@ class Scope : public Memory<Content, Change> {
         auto saved = InTransaction(m_database.get(), m_path, [&](SQLite::Database& database) {
             PutRows(database, m_eudora, rows, FolderTable());
             state::Save(database, rows[0].memory, change);
+            ForgetIdle(database, rows[0].memory);
         });
         if (saved) m_known = std::move(rows[0]);
         return saved;
+    }
+    std::string IdleReport(const std::string& look) override {
+        return ExplainingFaults(m_path,
+                                [&]() -> base::Result<std::string> {
+                                    std::string report;
+                                    if (m_database == nullptr || !m_database->tableExists("idle"))
+                                        return report;
+                                    SQLite::Statement select(
+                                        *m_database,
+                                        "SELECT report FROM idle WHERE scope = ? AND look = ?");
+                                    Bind(select, 1, m_known.memory);
+                                    Bind(select, 2, look);
+                                    if (select.executeStep()) Get(select.getColumn(0), report);
+                                    return report;
+                                })
+            .ValueOr({});
+    }
+    base::Status KeepIdleReport(const std::string& look, const std::string& report) override {
+        return InTransaction(m_database.get(), m_path, [&](SQLite::Database& database) {
+            Run(database, "INSERT OR REPLACE INTO idle VALUES(?, ?, ?)", m_known.memory, look,
+                report);
+        });
     }
     base::Status Forget() override {
         return InTransaction(m_database.get(), m_path, [&](SQLite::Database& database) {
@@ -459,6 +488,7 @@ base::Status ForgetFiles(platform::Files& files, const std::string& path, const 
                 Run(database, "DELETE FROM pair WHERE scope = ? AND folder_id = ?", scope, name);
                 Run(database, "DELETE FROM mail WHERE scope = ? AND file = ?", scope, name);
             }
+            ForgetIdle(database, scope);
         });
 }
 

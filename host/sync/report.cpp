@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <nlohmann/json.hpp>
+
 namespace host::sync {
 
 base::ExitCode Report::Code() const {
@@ -22,6 +24,30 @@ bool Report::Changes(Side side) const {
 
 bool Report::HasNews() const {
     return Code() != base::ExitCode::kNothingToDo || undone > 0 || held > 0;
+}
+
+bool Report::IsIdle() const {
+    return !HasNews() && refused.empty() && leftAlone.empty() && notes.empty() && drafts == 0;
+}
+
+// Details name files, which may be any bytes: JSON holds UTF-8 alone.
+std::string IdleBytes(const Report& report) {
+    std::string bytes;
+    nlohmann::json::to_cbor(
+        {report.richer, report.details, report.dropped, report.kept, report.limits}, bytes);
+    return bytes;
+}
+
+std::optional<Report> IdleReport(const std::string& bytes) {
+    const auto parts = nlohmann::json::from_cbor(bytes, true, false);
+    if (!parts.is_array() || parts.size() != 5) return std::nullopt;
+    Report report;
+    parts[0].get_to(report.richer);
+    parts[1].get_to(report.details);
+    parts[2].get_to(report.dropped);
+    parts[3].get_to(report.kept);
+    parts[4].get_to(report.limits);
+    return report;
 }
 
 }  // namespace host::sync

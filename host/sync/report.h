@@ -93,7 +93,14 @@ struct Report {
     bool Changes(Side side) const;
     // Whether there is anything that a person who wants to read little must know.
     bool HasNews() const;
+    // Whether a run that finds both sides as they were would report the same: nothing was done, and
+    // nothing waits or could not be read.
+    bool IsIdle() const;
 };
+
+// An idle report as bytes, and back; nothing if they are of another version.
+std::string IdleBytes(const Report& report);
+std::optional<Report> IdleReport(const std::string& bytes);
 
 // What a sync would find and do.
 struct Preview {

@@ -202,6 +202,17 @@ base::Result<std::string> SelectMail(TranslatorSession& session, const eudora::S
     return selection;
 }
 
+std::string LimitsPrint(const eudora::Setup& setup, const MailLimitChanges& changes) {
+    constexpr std::uint64_t kMost = 1u << 20;
+    std::string print = eudora::Chosen(setup, kChoice).ValueOr({});
+    print += '\n' + platform::ReadFront(platform::NativeSystem().files, print, kMost).ValueOr({});
+    for (const auto* change :
+         {&changes.age, &changes.size, &changes.attachments, &changes.attachmentSize}) {
+        print += '\n' + change->value_or("");
+    }
+    return print;
+}
+
 base::Result<TranslatorSession> SelectInBox(TranslatorHost& host, const eudora::Setup& setup,
                                             bool writesNothing, std::string& selection) {
     if (auto ready = CheckInBox(setup); !ready) return ready.Error();

@@ -56,6 +56,9 @@ base::Result<MailLimits> ReadMailLimits(TranslatorSession& session, const std::s
 base::Status ChangeMailLimits(TranslatorSession& session, const std::string& selection,
                               const MailLimitChanges& changes);
 
+// What decides the limits: a text that changes when they do.
+std::string LimitsPrint(const eudora::Setup& setup, const MailLimitChanges& changes);
+
 // "mails of the last 7 days, up to 32 KB, without attachments".
 std::string DescribeLimits(const MailLimits& limits);
 
