@@ -1,8 +1,5 @@
 #include "host/eudora/machine.h"
 
-#include <array>
-#include <cstdint>
-#include <cstdio>
 #include <filesystem>
 #include <sstream>
 #include <vector>
@@ -13,6 +10,7 @@
 #include "platform/os/safe_write.h"
 #include "platform/os/system.h"
 #include "text/ascii.h"
+#include "text/fingerprint.h"
 
 namespace host::eudora {
 
@@ -182,7 +180,7 @@ base::Status UseBareFolder(const SetupOptions& options, const std::string& state
         return base::Refused("code page " + std::to_string(codePage) + " is not known here",
                              "name that of Eudora's texts with --code-page, such as 1252 or 932");
     }
-    setup.memoryKey = KeyOf(folder);
+    setup.memoryKey = text::Fingerprint(folder);
     setup.eudoraShown = folder;
     setup.init.settingsDir = "C:\\kvsync";
     const fs::path kept = base::ToPath(stateFolder) / "prefixes" / setup.memoryKey;
@@ -215,7 +213,7 @@ base::Status UsePrefix(const SetupOptions& options, Setup& setup) {
             prefix + " is no Wine prefix",
             "name one with --wine-prefix DIR, or Eudora's own folder with --eudora DIR");
     }
-    setup.memoryKey = KeyOf(prefix);
+    setup.memoryKey = text::Fingerprint(prefix);
     setup.eudoraShown = "the Wine prefix " + prefix;
     if (!options.writesNothing) return platform::SetEnvironment("WINEPREFIX", prefix);
     if (auto taken = TakeTemporaryPrefix(setup); !taken) return taken;
@@ -243,17 +241,6 @@ base::Status ShadowEudora(const Setup& setup) {
         if (!name.empty()) names.push_back(name);
     }
     return ShadowFolder(setup.privatePrefix + "/dosdevices/" + letter + ":", names);
-}
-
-std::string KeyOf(const std::string& text) {
-    // FNV-1a
-    std::uint64_t sum = 0xcbf29ce484222325u;
-    for (const char letter : text) {
-        sum = (sum ^ static_cast<unsigned char>(letter)) * 0x100000001b3u;
-    }
-    std::array<char, 17> hex{};
-    std::snprintf(hex.data(), hex.size(), "%016llx", static_cast<unsigned long long>(sum));
-    return hex.data();
 }
 
 }  // namespace host::eudora

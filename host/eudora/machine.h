@@ -22,7 +22,4 @@ base::Status UseMachine(const SetupOptions& options, const std::string& stateFol
 // links, so that files that the translator makes there do not reach the real folder.
 base::Status ShadowEudora(const Setup& setup);
 
-// A hash of a text (FNV-1a, 16 hexadecimal digits) as a file name, the same in every run.
-std::string KeyOf(const std::string& text);
-
 }  // namespace host::eudora

@@ -8,6 +8,7 @@
 #include "platform/os/program.h"
 #include "platform/os/safe_write.h"
 #include "platform/os/system.h"
+#include "text/fingerprint.h"
 #include "text/path.h"
 
 namespace host::eudora {
@@ -50,7 +51,7 @@ base::Status FindFolder(const SetupOptions& options, Setup& setup) {
             if (!isIt) setup.mailsElsewhere = base::ToUtf8(*folder);
             setup.eudoraFolder = base::FromUtf8(WithoutLinks(*options.eudora));
         }
-        setup.memoryKey = KeyOf(setup.eudoraFolder);
+        setup.memoryKey = text::Fingerprint(setup.eudoraFolder);
     } else if (!options.eudora) {
         setup.eudoraShown = base::ToUtf8(*folder) + " in " + setup.eudoraShown;
     }
