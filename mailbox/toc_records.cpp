@@ -65,9 +65,9 @@ TocHeader TocHeader::Decode(std::string_view bytes) {
 
 std::string TocHeader::Encode() const {
     std::string out = Padded(bytes, kTocHeaderSize);
-    platform::WriteU16(out, kHighestMsgIdAt, wHighestMsgId);
-    platform::WriteU32(out, kMbxSizeAt, dwMbxSize);
-    platform::WriteU16(out, kNumberOfMsgsAt, wNumberOfMsgs);
+    platform::WriteNumber(out, kHighestMsgIdAt, wHighestMsgId);
+    platform::WriteNumber(out, kMbxSizeAt, dwMbxSize);
+    platform::WriteNumber(out, kNumberOfMsgsAt, wNumberOfMsgs);
     return out;
 }
 
@@ -107,16 +107,16 @@ MsgBlock MsgBlock::Decode(std::string_view bytes) {
 
 std::string MsgBlock::Encode() const {
     std::string bytes(kMsgBlockSize, '\0');
-    for (const OwnWord& word : kOwnWords) platform::WriteU16(bytes, word.at, word.value);
+    for (const OwnWord& word : kOwnWords) platform::WriteNumber(bytes, word.at, word.value);
     PutInto(bytes);
-    platform::WriteU32(bytes, kSecondsAt, dwSeconds);
-    platform::WriteU16(bytes, kStatusOffset, wStatus);
+    platform::WriteNumber(bytes, kSecondsAt, dwSeconds);
+    platform::WriteNumber(bytes, kStatusOffset, wStatus);
     bytes[kMarkLowAt] = static_cast<char>(bMarkLow);
     bytes[kMarkHighAt] = static_cast<char>(bMarkHigh);
     PutText(bytes, kDateAt, kDateWidth, szDate);
     PutText(bytes, kFromAt, kFromWidth, szFrom);
     PutText(bytes, kSubjectAt, kSubjectWidth, szSubject);
-    platform::WriteU32(bytes, kMsgIdAt, dwMsgId);
+    platform::WriteNumber(bytes, kMsgIdAt, dwMsgId);
     return bytes;
 }
 
@@ -141,8 +141,8 @@ MailPlace MailPlace::Decode(std::string_view bytes) {
 }
 
 void MailPlace::PutInto(std::string& block) const {
-    platform::WriteU32(block, kOffsetAt, dwOffset);
-    platform::WriteU32(block, kLengthAt, dwLength);
+    platform::WriteNumber(block, kOffsetAt, dwOffset);
+    platform::WriteNumber(block, kLengthAt, dwLength);
 }
 
 std::string IndexIdOf(std::uint32_t msgId) {

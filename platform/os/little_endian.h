@@ -59,11 +59,5 @@ bool WriteNumber(std::string& bytes, std::uint64_t offset, Number value) {
     LittleEndianBytes(value, sizeof value).copy(bytes.data() + offset, sizeof value);
     return true;
 }
-inline bool WriteU16(std::string& bytes, std::uint64_t offset, std::uint16_t value) {
-    return WriteNumber(bytes, offset, value);
-}
-inline bool WriteU32(std::string& bytes, std::uint64_t offset, std::uint32_t value) {
-    return WriteNumber(bytes, offset, value);
-}
 
 }  // namespace platform

@@ -131,7 +131,7 @@ TEST(LittleEndianTest, APlaceOfARecordIsReadAndWrittenOnlyInside) {
     for (const std::uint64_t offset : {std::uint64_t{1}, std::uint64_t{2}, ~std::uint64_t{0}}) {
         const bool isInside = offset == 1;
         std::string bytes = "vwxyz";
-        EXPECT_EQ(platform::WriteU32(bytes, offset, 0xFE0302C1), isInside);
+        EXPECT_EQ(platform::WriteNumber(bytes, offset, 0xFE0302C1), isInside);
         EXPECT_EQ(bytes, isInside ? "v\xC1\x02\x03\xFE" : "vwxyz");
         EXPECT_EQ(platform::ReadU32(bytes, offset).value_or(0), isInside ? 0xFE0302C1 : 0);
     }

@@ -313,7 +313,7 @@ TEST(PeStrings, ReadsBothWidthsAndNothingElse) {
     const std::string good = ReadDisk(KV_TEST_STRINGS);
     const std::size_t optional = *platform::ReadU32(good, 0x3C) + 24;
     std::string wide = good;
-    platform::WriteU16(wide, optional, 0x20B);
+    platform::WriteNumber<std::uint16_t>(wide, optional, 0x20B);
     wide[optional - 4] = static_cast<char>(wide[optional - 4] + 16);
     wide.insert(optional + 92, 16, '\0');
     wide.erase(*platform::ReadU32(wide, optional + 60), 16);
