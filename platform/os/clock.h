@@ -10,7 +10,7 @@ class Clock {
   public:
     virtual ~Clock() = default;
     // The present instant, in UTC.
-    virtual std::chrono::system_clock::time_point Now() = 0;
+    virtual std::chrono::system_clock::time_point Now() { return std::chrono::system_clock::now(); }
     // The difference of local time to UTC at that instant, east positive.
     virtual std::chrono::seconds UtcOffset(std::chrono::sys_seconds instant) = 0;
     std::chrono::seconds UtcOffset(std::chrono::system_clock::time_point instant) {

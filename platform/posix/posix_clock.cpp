@@ -10,10 +10,6 @@ namespace {
 
 class PosixClock : public Clock {
   public:
-    std::chrono::system_clock::time_point Now() override {
-        return std::chrono::system_clock::now();
-    }
-
     std::chrono::seconds UtcOffset(std::chrono::sys_seconds instant) override {
         const time_t seconds = instant.time_since_epoch().count();
         struct tm local = {};

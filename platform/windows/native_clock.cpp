@@ -11,10 +11,6 @@ using windows::FileTicks;
 
 class WindowsClock : public Clock {
   public:
-    std::chrono::system_clock::time_point Now() override {
-        return std::chrono::system_clock::now();
-    }
-
     std::chrono::seconds UtcOffset(std::chrono::sys_seconds instant) override {
         const FILETIME fileTime = windows::FileTimeOf(instant);
         SYSTEMTIME utc, local;
