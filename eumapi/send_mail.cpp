@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "eumapi/mailbox.h"
+#include "platform/os/not_copied.h"
 #include "text/ascii.h"
 #include "text/calendar.h"
 #include "text/path.h"
@@ -131,12 +132,10 @@ bool IsTaken(const Status& status) {
 // The attachments of one mail for the out-box: copies in Eudora's folder Attach under the names
 // that recipients are to see. A name that is taken there gets a folder of its own below. The
 // destructor deletes them again unless they are kept.
-class OutgoingFiles {
+class OutgoingFiles : platform::NotCopied {
   public:
     OutgoingFiles(const platform::System& system, const std::string& eudoraFolder)
         : m_system(system), m_attach(eudoraFolder + "Attach\\") {}
-    OutgoingFiles(const OutgoingFiles&) = delete;
-    OutgoingFiles& operator=(const OutgoingFiles&) = delete;
     ~OutgoingFiles() {
         if (m_isKept) return;
         try {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "eumapi/result_code.h"
+#include "platform/os/not_copied.h"
 #include "platform/os/system.h"
 
 // Files for callers of MAPIReadMail in the system's temporary folder. Paths are Windows paths in
@@ -19,11 +20,9 @@ struct AttachmentCopy {
 
 // Copies of a mail's attachments. The destructor deletes them; after HandOver they belong to the
 // caller of MAPIReadMail.
-class AttachmentCopies {
+class AttachmentCopies : platform::NotCopied {
   public:
     explicit AttachmentCopies(const platform::System& system) : m_system(system) {}
-    AttachmentCopies(const AttachmentCopies&) = delete;
-    AttachmentCopies& operator=(const AttachmentCopies&) = delete;
     ~AttachmentCopies();
 
     // Copies a file. An unreadable file counts as missing: `isPresent` is false and the code is
@@ -46,12 +45,10 @@ class AttachmentCopies {
 };
 
 // Marks a living run by a file that every run holds open and the last one deletes.
-class RunMark {
+class RunMark : platform::NotCopied {
   public:
     // Deletes the copies that killed runs left, unless another run lives.
     explicit RunMark(const platform::System& system);
-    RunMark(const RunMark&) = delete;
-    RunMark& operator=(const RunMark&) = delete;
     ~RunMark();
 
   private:

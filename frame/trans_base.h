@@ -7,18 +7,16 @@
 #include "frame/app_info.h"
 #include "frame/interface/translators.h"
 #include "frame/trans_util.h"
+#include "platform/os/not_copied.h"
 
 namespace frame {
 
 // Filter records of the host, which this object owns. They are freed with their texts when others
 // replace them or the object is destroyed.
 template <class Record>
-class FilterList {
+class FilterList : platform::NotCopied {
   public:
-    FilterList() = default;
     ~FilterList() { TakeOver(nullptr, 0); }
-    FilterList(const FilterList&) = delete;
-    FilterList& operator=(const FilterList&) = delete;
 
     // Replaces the records. With count 0 the pointer stays the host's and is not freed.
     void TakeOver(Record* records, int count) {

@@ -8,12 +8,13 @@
 #include "frame/interface/field_ids.h"
 #include "mapi/entry_points.h"
 #include "mapi/records.h"
+#include "platform/os/not_copied.h"
 #include "platform/os/system.h"
 
 // The module's only access to Eudora's Simple MAPI library EUMAPI32.DLL. Its operations queue no
 // messages for the host; LastError has the reason of a failure. Texts and paths, which are Windows
 // paths, are in the system code page.
-class CMapi {
+class CMapi : platform::NotCopied {
   public:
     // Values of LastError beside the library's own result codes.
     static constexpr std::uint32_t kNotAvailable = 1000;
@@ -23,8 +24,6 @@ class CMapi {
     // Neither logs off nor unloads the library, nor frees the current message: at process end the
     // library may be gone already.
     virtual ~CMapi() { (void)m_hMapiLib.release(); }
-    CMapi(const CMapi&) = delete;
-    CMapi& operator=(const CMapi&) = delete;
 
     // Loads EUMAPI32.DLL of Eudora's folder (a Windows path in the system code page): 1 if this
     // system has Simple MAPI and the library is loaded and has all entry points, else 0. With an

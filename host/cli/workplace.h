@@ -11,6 +11,7 @@
 #include "host/sync/rules.h"
 #include "host/translator/translator_host.h"
 #include "host/translator/translator_session.h"
+#include "platform/os/not_copied.h"
 
 // What commands share: Eudora with the module, dialogs and progress.
 namespace host::cli {
@@ -63,12 +64,10 @@ bool SelectInDialog(translator::TranslatorSession& session, std::string& selecti
                     const std::string& otherwise);
 
 // The progress line on the terminal. Each line replaces the one before; the destructor removes it.
-class ProgressLine {
+class ProgressLine : platform::NotCopied {
   public:
     explicit ProgressLine(bool wanted);
     ~ProgressLine() { Show({}); }
-    ProgressLine(const ProgressLine&) = delete;
-    ProgressLine& operator=(const ProgressLine&) = delete;
 
     void Show(const std::string& line);
 

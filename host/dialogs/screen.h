@@ -3,16 +3,16 @@
 #include <string>
 #include <string_view>
 
+#include "platform/os/not_copied.h"
+
 namespace host::dialogs {
 
 // The terminal under newt's control. Screens nest: the outermost one takes the terminal and gives
 // it back.
-class NewtScreen {
+class NewtScreen : platform::NotCopied {
   public:
     NewtScreen();
     ~NewtScreen();
-    NewtScreen(const NewtScreen&) = delete;
-    NewtScreen& operator=(const NewtScreen&) = delete;
 };
 
 // UTF-8 as one line in the locale's encoding, with "?" for a character that it lacks.

@@ -10,6 +10,7 @@
 #include "host/base/paths.h"
 #include "host/dialogs/modal_form.h"
 #include "host/dialogs/screen.h"
+#include "platform/os/not_copied.h"
 #include "platform/os/program.h"
 #include "platform/os/system.h"
 #include "text/path.h"
@@ -78,7 +79,7 @@ std::string CompletePath(const std::string& typed, const platform::OpenFileReque
 }
 
 // The path to type, and below it the files to choose from.
-class FileForm {
+class FileForm : platform::NotCopied {
   public:
     explicit FileForm(const platform::OpenFileRequest& request) {
         const Filter filter(request.filter);
@@ -102,8 +103,6 @@ class FileForm {
         newtFormDestroy(m_form);
         newtPopWindow();
     }
-    FileForm(const FileForm&) = delete;
-    FileForm& operator=(const FileForm&) = delete;
 
     // The text of the entry once it is confirmed. A choice in the list goes to the entry first.
     std::optional<std::string> Run() {

@@ -9,6 +9,7 @@
 #include "host/base/failure.h"
 #include "host/mail/mail.h"
 #include "platform/os/files.h"
+#include "platform/os/not_copied.h"
 
 // The two folders through which attachments go into Eudora.
 namespace host::mail {
@@ -48,14 +49,12 @@ class AttachFolder {
 
 // A private folder with a name that nobody can guess, in the temporary folder of the module's
 // machine, for files on their way into Eudora. The destructor removes it with its files.
-class IncomingFolder {
+class IncomingFolder : platform::NotCopied {
   public:
     // `key` is a part of the name that is the same for each run on one Eudora. Folders of earlier
     // runs with this key are removed, so only one run at a time may use it.
     static base::Result<std::unique_ptr<IncomingFolder>> Create(const std::string& key);
     ~IncomingFolder();
-    IncomingFolder(const IncomingFolder&) = delete;
-    IncomingFolder& operator=(const IncomingFolder&) = delete;
 
     const std::string& Path() const { return m_path; }  // a Windows path, as the module takes it
 

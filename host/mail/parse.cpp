@@ -13,6 +13,7 @@
 #include "host/mail/mail_reader.h"
 #include "host/maildir/maildir.h"
 #include "platform/os/code_page.h"
+#include "platform/os/not_copied.h"
 #include "text/ascii.h"
 #include "text/calendar.h"
 #include "text/double_byte.h"
@@ -206,7 +207,7 @@ std::string PlainAttachmentName(const std::string& name, const std::string& fall
 }
 
 // A message without what a mailbox file puts above it, and with line ends that can be told.
-struct Message {
+struct Message : private platform::NotCopied {
     explicit Message(std::string_view given) : bytes(given) {
         if (given.find('\n') == given.npos) {
             copy = given;
@@ -215,8 +216,6 @@ struct Message {
         }
         if (bytes.starts_with("From ") || bytes.starts_with(">From ")) text::TakeLine(bytes);
     }
-    Message(const Message&) = delete;
-    Message& operator=(const Message&) = delete;
 
     std::string copy;        // of one with other line ends
     std::string_view bytes;  // of the message

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "host/shell/arguments.h"
+#include "platform/os/not_copied.h"
 
 namespace host::shell {
 
@@ -14,15 +15,13 @@ std::optional<unsigned long> FieldType(unsigned long kind, const std::string& id
 
 // A value cell of the translator interface, of any field type. It cannot be moved while the module
 // knows its address.
-class Cell {
+class Cell : platform::NotCopied {
   public:
     // An empty cell: number 0, no date, a null text.
     explicit Cell(unsigned long type);
     // Filled from JSON: a text, a number, true or false, or null for no value. Complains if the
     // value does not fit the type.
     Cell(unsigned long type, const Json& value);
-    Cell(const Cell&) = delete;
-    Cell& operator=(const Cell&) = delete;
 
     unsigned long Type() const { return m_type; }
     void* Address();

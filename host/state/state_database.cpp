@@ -5,6 +5,8 @@
 
 #include <array>
 
+#include "platform/os/not_copied.h"
+
 namespace host::state {
 
 using platform::ErrorCode;
@@ -103,7 +105,7 @@ std::string JournalOf(const std::string& path) {
 
 // A copy of a state file with its journal, in a folder of its own: SQLite looks for more files
 // beside a database, and in the folder for temporary files anybody can have put some.
-class TemporaryCopy {
+class TemporaryCopy : platform::NotCopied {
   public:
     explicit TemporaryCopy(platform::Files& files) : m_files(files) {}
     ~TemporaryCopy() {
@@ -112,8 +114,6 @@ class TemporaryCopy {
         (void)m_files.Delete(JournalOf(Path()));
         (void)m_files.RemoveFolder(m_folder);
     }
-    TemporaryCopy(const TemporaryCopy&) = delete;
-    TemporaryCopy& operator=(const TemporaryCopy&) = delete;
 
     base::Status Make(const std::string& original) {
         const auto temp = m_files.TempFolder();

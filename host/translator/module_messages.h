@@ -4,18 +4,17 @@
 #include <string>
 
 #include "platform/os/dialogs.h"
+#include "platform/os/not_copied.h"
 
 // Where the module's dialogs, messages and log lines go.
 namespace host::translator {
 
 // Shows the module's dialogs through `dialogs` as long as this lives; null stands for the system's
 // own dialogs. The destructor puts the former provider back.
-class DialogsShownBy {
+class DialogsShownBy : platform::NotCopied {
   public:
     explicit DialogsShownBy(platform::Dialogs* dialogs);
     ~DialogsShownBy();
-    DialogsShownBy(const DialogsShownBy&) = delete;
-    DialogsShownBy& operator=(const DialogsShownBy&) = delete;
 
   private:
     platform::Dialogs* m_before;

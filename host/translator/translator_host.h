@@ -8,13 +8,14 @@
 #include "host/base/failure.h"
 #include "host/eudora/setup.h"
 #include "platform/os/libraries.h"
+#include "platform/os/not_copied.h"
 
 // Loading the module and calling its exports (frame/interface/exports.h).
 namespace host::translator {
 
 // The translator library, loaded and, after Init, initialised; one at a time in a process. The
 // destructor unloads it: translators and sessions made from it must be destroyed before.
-class TranslatorHost {
+class TranslatorHost : platform::NotCopied {
   public:
     // The native path of the library, in UTF-8: beside this program, or in ../lib/kvsync. kRefused
     // if there is none.
@@ -26,8 +27,6 @@ class TranslatorHost {
     // Eudora or no language bundle.
     static base::Result<std::unique_ptr<TranslatorHost>> Start(const eudora::InitTexts& texts);
     ~TranslatorHost();
-    TranslatorHost(const TranslatorHost&) = delete;
-    TranslatorHost& operator=(const TranslatorHost&) = delete;
 
     // Gives the module's code; `message` gets its text (system code page), empty if there is none.
     // A null language keeps the one of the last call.

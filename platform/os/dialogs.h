@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/os/not_copied.h"
+
 // The dialogs of the module, independent of how they are shown. Texts and paths, which are Windows
 // paths, are in the system code page.
 namespace platform {
@@ -80,12 +82,10 @@ class Dialogs {
 };
 
 // Shows the wait cursor as long as this lives.
-class WaitCursor {
+class WaitCursor : NotCopied {
   public:
     explicit WaitCursor(Dialogs& dialogs) : m_dialogs(dialogs) { m_dialogs.BeginWaitCursor(); }
     ~WaitCursor() { m_dialogs.EndWaitCursor(); }
-    WaitCursor(const WaitCursor&) = delete;
-    WaitCursor& operator=(const WaitCursor&) = delete;
 
   private:
     Dialogs& m_dialogs;

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "platform/os/files.h"
+#include "platform/os/not_copied.h"
 
 namespace platform {
 
@@ -14,15 +15,13 @@ namespace platform {
 // and takes the file's place. A crash or a failure at any moment leaves the old content or the new
 // one, in full. Without a successful Commit the destructor deletes the side file. The calls come in
 // the order below, and none follows a failure.
-class SafeWrite {
+class SafeWrite : NotCopied {
   public:
     // Both paths lie in one folder. `files` outlives this object.
     SafeWrite(Files& files, std::string path, std::string side);
     // The side file is `path` with ".kvnew" behind, which no program takes for a file of its own.
     SafeWrite(Files& files, const std::string& path) : SafeWrite(files, path, path + ".kvnew") {}
     ~SafeWrite();
-    SafeWrite(const SafeWrite&) = delete;
-    SafeWrite& operator=(const SafeWrite&) = delete;
 
     // Creates the side file, empty or with the content and time of the file `from`, or with its
     // first `length` bytes, in place of an old one. The target need not exist; if it does, it must

@@ -1,4 +1,5 @@
 #include "platform/os/program.h"
+#include "platform/os/not_copied.h"
 
 #include <dlfcn.h>
 #include <sys/mman.h>
@@ -16,12 +17,10 @@ namespace platform {
 
 namespace {
 
-class SharedObject : public Library {
+class SharedObject : public Library, NotCopied {
   public:
     explicit SharedObject(void* handle) : m_handle(handle) {}
     ~SharedObject() override { dlclose(m_handle); }
-    SharedObject(const SharedObject&) = delete;
-    SharedObject& operator=(const SharedObject&) = delete;
     void* Symbol(const char* name) override { return dlsym(m_handle, name); }
 
   private:

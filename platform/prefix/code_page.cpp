@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <memory>
 
+#include "platform/os/not_copied.h"
 #include "text/ascii.h"
 #include "text/encoded_words.h"
 #include "text/utf.h"
@@ -14,15 +15,13 @@ namespace platform {
 namespace {
 
 // The C library's conversion between two charsets.
-class Converter {
+class Converter : NotCopied {
   public:
     Converter(const std::string& to, const std::string& from)
         : m_handle(iconv_open(to.c_str(), from.c_str())) {}
     ~Converter() {
         if (IsOpen()) iconv_close(m_handle);
     }
-    Converter(const Converter&) = delete;
-    Converter& operator=(const Converter&) = delete;
 
     // Whether it knows both charsets.
     bool IsOpen() const { return m_handle != reinterpret_cast<iconv_t>(-1); }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/os/libraries.h"
+#include "platform/os/not_copied.h"
 #include "text/ascii.h"
 #include "text/double_byte.h"
 
@@ -14,17 +15,14 @@ namespace platform::testing {
 
 // Libraries with the symbols and strings that a test gives them, found by their paths in any case.
 // The destructor unloads those that are still loaded, as the end of a process does.
-class FakeLibraries : public Libraries {
+class FakeLibraries : public Libraries, NotCopied {
   public:
     using Symbols = std::map<std::string, void*>;
     using Strings = std::map<unsigned, std::string>;
 
-    FakeLibraries() = default;
     ~FakeLibraries() override {
         for (Library* library : std::exchange(m_live, {})) delete library;
     }
-    FakeLibraries(const FakeLibraries&) = delete;
-    FakeLibraries& operator=(const FakeLibraries&) = delete;
 
     void AddLibrary(std::string_view path, Symbols symbols) {
         m_libraries[text::Lowered(path)] = std::move(symbols);
@@ -48,13 +46,11 @@ class FakeLibraries : public Libraries {
     unsigned codePage = 1252;  // decides where a text may be cut
 
   private:
-    struct FakeLibrary : Library {
+    struct FakeLibrary : Library, private NotCopied {
         FakeLibrary(FakeLibraries& all, Symbols known)
             : symbols(std::move(known)), live(all.m_live) {
             live.insert(this);
         }
-        FakeLibrary(const FakeLibrary&) = delete;
-        FakeLibrary& operator=(const FakeLibrary&) = delete;
         ~FakeLibrary() override { live.erase(this); }
         void* Symbol(const char* name) override {
             const auto found = symbols.find(name);

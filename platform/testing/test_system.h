@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/os/not_copied.h"
 #include "platform/os/system.h"
 #include "platform/testing/fake_libraries.h"
 #include "platform/testing/fake_processes.h"
@@ -13,14 +14,12 @@ namespace platform::testing {
 
 // A whole machine in memory. The system uses `files` through `faults`, so that a test arms faults
 // there and looks at the disk in `files`.
-class TestSystem {
+class TestSystem : NotCopied {
   public:
     explicit TestSystem(unsigned codePage = 1252)
         : files(codePage), system(Over(faults, codePage)) {
         libraries.codePage = codePage;
     }
-    TestSystem(const TestSystem&) = delete;
-    TestSystem& operator=(const TestSystem&) = delete;
 
     MemoryFiles files;
     FaultyFiles faults{files};
