@@ -107,6 +107,10 @@ std::string JsonText(const nlohmann::ordered_json& json, int indent) {
     return Replaced(json.dump(indent, ' ', false, Errors::replace), "\n", AppendEscape);
 }
 
+std::string Counted(std::size_t count, const char* what) {
+    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
+}
+
 std::size_t Width(const std::string& text) {
     std::size_t width = 0;
     for (const char letter : text) width += CharacterWidth(letter);

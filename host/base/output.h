@@ -34,6 +34,8 @@ std::string OneLine(std::string_view text);
 // characters and marks for the direction of text are escapes.
 std::string JsonText(const nlohmann::ordered_json& json, int indent = -1);
 
+// "1 mail", "2 mails".
+std::string Counted(std::size_t count, const char* what);
 // The width of a text in columns of the terminal; East Asian characters take two.
 std::size_t Width(const std::string& text);
 // The text with blanks up to that width.

@@ -41,15 +41,11 @@ std::string TimeText(const Backup& backup) {
     return text::Format("%Y-%m-%d %H:%M", text::CivilTime(time, offset));
 }
 
-std::string Counted(std::size_t count, const char* what) {
-    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
-}
-
 // What a backup is, in one line.
 std::string Headline(const Backup& backup) {
     return backup.id + "  " + TimeText(backup) + "  " + backup.reason + "  " +
-           Counted(backup.files.size(), "file") + ", " + SizeText(backup.CopiedBytes()) + "  " +
-           EudoraFolderOf(platform::NativeFiles(), backup);
+           base::Counted(backup.files.size(), "file") + ", " + SizeText(backup.CopiedBytes()) +
+           "  " + EudoraFolderOf(platform::NativeFiles(), backup);
 }
 
 nlohmann::json ToJson(const Backup& backup) {
@@ -114,7 +110,7 @@ void Describe(const backup::Restored& restored, bool all, std::vector<std::strin
         if (count <= kMost || all) {
             list(kind);
         } else {
-            lines.push_back("put back: " + Counted(count, what) + " (-v lists them)");
+            lines.push_back("put back: " + base::Counted(count, what) + " (-v lists them)");
         }
     }
     for (const std::string& path : restored.removed) {

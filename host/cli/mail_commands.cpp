@@ -93,10 +93,10 @@ class MailExport {
             output.code = done.Error().exit;
             output.errors.push_back(done.Error().Message());
         }
-        std::string line = Counted(m_count, "mail") + " with " +
-                           Counted(m_attachments, "attachment") + " exported to " + m_folder;
+        std::string line = base::Counted(m_count, "mail") + " with " +
+                           base::Counted(m_attachments, "attachment") + " exported to " + m_folder;
         if (m_missing > 0) {
-            line += "; " + Counted(m_missing, "attachment") + " missing in Eudora's folder";
+            line += "; " + base::Counted(m_missing, "attachment") + " missing in Eudora's folder";
         }
         if (done) output.lines.push_back(std::move(line));
         output.Finish({{"exported", m_count},
@@ -183,8 +183,8 @@ nlohmann::json NumberOrNull(bool limits, std::int32_t number) {
     return limits ? nlohmann::json(number) : nlohmann::json();
 }
 
-// The limits that hold, in words and as JSON, by a change or only asked for, in which a limit that
-// is off is null.
+// The limits that hold, by a change or only asked for, in words and as JSON; there a limit that is
+// off is null.
 Output LimitsOutput(const translator::MailLimits& limits, bool changed, bool isAsked) {
     Output output;
     if (changed) output.code = base::ExitCode::kChangesMade;
@@ -223,7 +223,7 @@ base::ExitCode ListMail(const Options& options) {
     std::size_t all = 0;
     OrEnd(mails->Walk(mail::Reach::kAll, [&](const mail::MailHead&) { return ++all > 0; }));
     if (all > shown) {
-        base::PrintError("the limits hide " + Counted(all - shown, "mail") +
+        base::PrintError("the limits hide " + base::Counted(all - shown, "mail") +
                          ": --all lists all, kvsync configure mail changes the limits");
     }
     return code;

@@ -54,12 +54,9 @@ void Describe(const sync::Change& change, Side side, Subject subject, Lines& lin
     if (there.verb == Verb::kNone) return;
     std::string line = std::string(Word(change, side, subject)) + ' ' +
                        Place(there.verb, side, subject) + ": " + there.name;
-    const char* before = " (";
-    for (const std::string& field : FieldNames(there.fields)) {
-        line += before + field;
-        before = ", ";
+    if (!there.fields.IsEmpty()) {
+        line += " (" + text::Joined(FieldNames(there.fields), ", ") + ')';
     }
-    if (!there.fields.IsEmpty()) line += ')';
     if (!there.inPart.IsEmpty()) {
         line +=
             " [as far as Eudora can hold it: " + text::Joined(FieldNames(there.inPart), ", ") + ']';
@@ -114,7 +111,7 @@ Lines Describe(const sync::Report& report, Subject subject, bool countsOnly) {
     for (const std::string& one : report.leftAlone) lines.push_back("left alone: " + one);
     AddCounts(report, subject, lines);
     const auto left = [&](std::size_t count, const char* what, const char* text) {
-        if (count > 0) lines.push_back(Counted(count, what) + ' ' + text);
+        if (count > 0) lines.push_back(base::Counted(count, what) + ' ' + text);
     };
     if (report.richer > 0) {
         lines.push_back(std::to_string(report.richer) +
@@ -238,10 +235,6 @@ void Append(std::vector<std::string>& lines, const std::vector<std::string>& mor
 
 }  // namespace
 
-std::string Counted(std::size_t count, const char* what) {
-    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
-}
-
 void Output::Finish(nlohmann::json body) {
     body["result"] = kResults[static_cast<int>(code)];
     body["errors"] = errors;
@@ -257,7 +250,7 @@ Output RefusalOutput(const base::Failure& failure) {
 Output ExportOutput(std::size_t contacts, const std::string& toFolder) {
     Output output;
     if (contacts > 0) output.code = base::ExitCode::kChangesMade;
-    output.lines.push_back(Counted(contacts, "contact") + " exported to " + toFolder);
+    output.lines.push_back(base::Counted(contacts, "contact") + " exported to " + toFolder);
     output.Finish({{"exported", contacts}});
     return output;
 }

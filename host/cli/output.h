@@ -26,8 +26,6 @@ struct Output {
     void Finish(nlohmann::json body);
 };
 
-// "1 mail", "2 mails".
-std::string Counted(std::size_t count, const char* what);
 // A failure that kept a command from its work.
 Output RefusalOutput(const base::Failure& failure);
 

@@ -155,28 +155,6 @@ base::Result<std::unique_ptr<mail::MailSource>> OpenSource(
     return mail::EudoraMails::Open(*std::move(session), selection, limits);
 }
 
-// Reads files of the Maildir for Eudora; the folder for their attachments is made with the first.
-class IncomingReader {
-  public:
-    explicit IncomingReader(const eudora::Setup& setup) : m_key(setup.memoryKey) {}
-
-    base::Result<mail::NewMail> Read(std::string_view bytes, const std::string& name) {
-        if (m_folder == nullptr) {
-            auto folder = mail::IncomingFolder::Create(m_key);
-            if (!folder) return folder.Error();
-            m_folder = *std::move(folder);
-        }
-        const mail::ParseTarget target{platform::NativeSystem().files, m_folder->Path(),
-                                       platform::NativeSystem().codePage,
-                                       platform::NativeSystem().clock};
-        return mail::ParseMail(bytes, target, name);
-    }
-
-  private:
-    std::string m_key;
-    std::unique_ptr<mail::IncomingFolder> m_folder;
-};
-
 // Native paths in the order of a safe restore: a table of contents before its mailbox, which mostly
 // grows at its end; the in-box before the Trash, so that a mail is in both rather than in none.
 std::vector<std::string> Mailboxes(const eudora::Setup& setup) {
@@ -207,14 +185,21 @@ Output RunMail(Workplace& workplace, const Options& options, const sync::RunCont
     if (!inbox) {
         throw Ended(base::Refused("no drive leads to the in-box in " + setup.eudoraShown));
     }
-    IncomingReader reader(setup);
+    const auto& system = platform::NativeSystem();
+    std::unique_ptr<mail::IncomingFolder> incoming;  // for attachments, made with the first mail
     mailsync::MailSyncOptions sync;
     static_cast<sync::Options&>(sync) = options.rules;
     sync.open = [&] { return OpenSource(workplace, options.mailLimits); };
-    sync.parse = [&reader](std::string_view bytes, const std::string& name) {
-        return reader.Read(bytes, name);
+    sync.parse = [&](std::string_view bytes,
+                     const std::string& name) -> base::Result<mail::NewMail> {
+        if (incoming == nullptr) {
+            auto folder = mail::IncomingFolder::Create(setup.memoryKey);
+            if (!folder) return folder.Error();
+            incoming = *std::move(folder);
+        }
+        return mail::ParseMail(
+            bytes, {system.files, incoming->Path(), system.codePage, system.clock}, name);
     };
-    const auto& system = platform::NativeSystem();
     mail::AttachFolder attachments(system.files, setup.eudoraFolder + "\\Attach", system.codePage);
     sync.attachments = &attachments;
     sync.inbox = *inbox;
@@ -224,8 +209,7 @@ Output RunMail(Workplace& workplace, const Options& options, const sync::RunCont
     sync.mailboxes = Mailboxes(setup);
     sync.maildir = eudora::WithoutLinks(*options.maildir);
     sync.codePage = system.codePage;
-    sync.isCodePageSaid =
-        options.setup.codePage || !options.setup.eudora || base::UsesWindowsPaths();
+    sync.isCodePageSaid = workplace.IsCodePageSaid();
     if (task == Task::kForget) {
         const auto sides = mailsync::SidesOf(command, sync);
         return ForgetMemory(state::OpenMails(command.files, command.stateFile, sides, true), sides,
@@ -257,7 +241,8 @@ Output Run(const Subjects& subjects, Workplace& workplace, const Options& option
     };
     if (!subjects.mail) return contacts();
     if (!subjects.contacts) return mail();
-    const bool hasBook = workplace.HasNicknameFile(), hasInBox = workplace.HasInBox();
+    const bool hasBook = workplace.HasNicknameFile(),
+               hasInBox = translator::HasInBox(workplace.Setup());
     const auto without = [&](const char* what, Output other) {
         if (!options.quiet) {
             other.lines.insert(other.lines.begin(), "left out: there is no " + std::string(what) +

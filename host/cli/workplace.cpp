@@ -47,10 +47,8 @@ bool Workplace::HasNicknameFile() {
            platform::NativeSystem().files.Exists(ChosenNicknameFile());
 }
 
-bool Workplace::HasInBox() const {
-    const std::string inBox = m_setup.eudoraFolder + "\\In.";
-    auto& files = platform::NativeSystem().files;
-    return files.Exists(inBox + "mbx") || files.Exists(inBox + "toc");
+bool Workplace::IsCodePageSaid() const {
+    return m_options.codePage || !m_options.eudora || base::UsesWindowsPaths();
 }
 
 std::string Workplace::NicknameFile() {
@@ -80,8 +78,7 @@ contactsync::AddressBook Workplace::Contacts(const std::string& file) {
     const auto open = [host = m_host.get(), file] {
         return translator::TranslatorSession::OpenContacts(*host, file);
     };
-    const bool isSaid = m_options.codePage || !m_options.eudora || base::UsesWindowsPaths();
-    return {open, *native, platform::NativeSystem().codePage, isSaid};
+    return {open, *native, platform::NativeSystem().codePage, IsCodePageSaid()};
 }
 
 base::Result<translator::TranslatorSession> Workplace::SelectInBox(std::string& selection) {

@@ -30,9 +30,10 @@ class Workplace {
     translator::TranslatorHost& Module() { return *m_host; }
     const eudora::Setup& Setup() const { return m_setup; }
 
-    // Whether there is a nickname file to work on, or an in-box.
+    // Whether there is a nickname file to work on.
     bool HasNicknameFile();
-    bool HasInBox() const;
+    // Whether the code page of Eudora's texts is known, not only the usual one.
+    bool IsCodePageSaid() const;
     // The nickname file of the options or of an earlier choice, else the module's own: a Windows
     // path in the system code page. The file is checked.
     std::string NicknameFile();

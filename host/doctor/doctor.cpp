@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "host/base/contact.h"
+#include "host/base/output.h"
 #include "host/base/paths.h"
 #include "host/doctor/folders.h"
 #include "host/doctor/mailbox_state.h"
@@ -61,12 +62,11 @@ Finding LibraryFinding(std::string& folder) {
 Finding BundleFinding(const std::string& folder, const std::string& language) {
     std::string found;
     bool hasLanguage = false;
-    if (auto entries = platform::NativeFiles().List(folder, "kvlEUD*.dll")) {
-        std::ranges::sort(*entries, {}, &platform::FolderEntry::name);
-        for (const auto& entry : *entries) {
-            found += (found.empty() ? "" : ", ") + entry.name;
-            hasLanguage = hasLanguage || entry.name == "kvlEUD" + language + ".dll";
-        }
+    auto entries = platform::NativeFiles().List(folder, "kvlEUD*.dll").ValueOr({});
+    std::ranges::sort(entries, {}, &platform::FolderEntry::name);
+    for (const auto& entry : entries) {
+        found += (found.empty() ? "" : ", ") + entry.name;
+        hasLanguage = hasLanguage || entry.name == "kvlEUD" + language + ".dll";
     }
     if (found.empty()) {
         return {Health::kFault, "language bundles", "none in " + folder,
@@ -195,10 +195,7 @@ class Examination {
         Finding finding = FaultOf("in-box", read.Error());
         if (finding.health == Health::kBroken) finding.advice = kUnreadable;
         // A folder with contacts alone is one that can be worked on.
-        const std::string inBox = m_setup.eudoraFolder + "\\In.";
-        const bool isThere =
-            m_system.files.Exists(inBox + "mbx") || m_system.files.Exists(inBox + "toc");
-        if (!isThere) finding.health = Health::kNote;
+        if (!translator::HasInBox(m_setup)) finding.health = Health::kNote;
         Tell(std::move(finding));
     }
 
@@ -231,14 +228,15 @@ class Examination {
             **mbx, **toc, [this](std::string_view text, bool isCut) { m_mails.Add(text, isCut); });
         if (!state)
             return {Health::kBroken, what, base::Failure(state.Error()).Cause(), kUnreadable};
-        std::string told = name + ".mbx and " + name + ".toc, " + Counted(state->inHeader, "mail") +
-                           " by the table's header, " + Counted(state->blocks, "block") + ", " +
-                           Counted(state->separators, "separator line") + " in the text";
+        std::string told = name + ".mbx and " + name + ".toc, " +
+                           base::Counted(state->inHeader, "mail") + " by the table's header, " +
+                           base::Counted(state->blocks, "block") + ", " +
+                           base::Counted(state->separators, "separator line") + " in the text";
         if (state->AgreesInAll()) return {Health::kGood, what, std::move(told), {}};
         if (state->misplaced > 0)
-            told += "; " + Counted(state->misplaced, "block") + " without a mail";
+            told += "; " + base::Counted(state->misplaced, "block") + " without a mail";
         if (state->beyond > 0) {
-            told += "; " + Counted(state->beyond, "mail") + " longer than the text goes";
+            told += "; " + base::Counted(state->beyond, "mail") + " longer than the text goes";
         }
         const bool isShort = state->inHeader > state->blocks;
         if (isShort || state->misplaced > 0 || state->beyond > 0 || !state->takesMails) {
@@ -266,7 +264,8 @@ class Examination {
         const std::string shown = base::ToUtf8(path);
         if (!m_module) return {Health::kNote, what, shown + ", not read: see the translator", {}};
         const auto count = CountContacts(path);
-        if (count) return {Health::kGood, what, shown + ", " + Counted(*count, "contact"), {}};
+        if (count)
+            return {Health::kGood, what, shown + ", " + base::Counted(*count, "contact"), {}};
         return {isInUse ? Health::kBroken : Health::kNote, what, count.Error().Cause(),
                 kUnreadable};
     }

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "host/backup/backups.h"
+#include "host/base/output.h"
 #include "host/contacts/vdir_contacts.h"
 #include "host/maildir/maildir.h"
 #include "host/mailsync/mail_sync.h"
@@ -26,8 +27,7 @@ std::string MarkOf(const std::string& folder) {
 // The bytes of all files in a folder and in the folders in it.
 std::uint64_t SizeOf(platform::Files& files, const std::string& folder) {
     std::uint64_t size = 0;
-    const auto entries = files.List(folder, "*");
-    for (const auto& entry : entries ? *entries : std::vector<platform::FolderEntry>()) {
+    for (const auto& entry : files.List(folder, "*").ValueOr({})) {
         const std::string path = folder + files.Separator() + entry.name;
         const auto info = files.Stat(path);
         size += entry.isFolder ? SizeOf(files, path) : info ? info->copySize : 0;
@@ -36,10 +36,6 @@ std::uint64_t SizeOf(platform::Files& files, const std::string& folder) {
 }
 
 }  // namespace
-
-std::string Counted(std::uint64_t count, const char* what) {
-    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
-}
 
 std::string Sized(std::uint64_t bytes) {
     constexpr std::array kUnits = {"KB", "MB", "GB", "TB"};
@@ -88,8 +84,8 @@ Finding ContactsFinding(const std::optional<std::string>& folder) {
     if (unusable > 0)
         finding.state =
             ", and " + std::to_string(unusable) + " that cannot be used" + finding.state;
-    finding.state = *folder + MarkOf(*folder) + ", " + Counted(items->size() - unusable, "vCard") +
-                    finding.state;
+    finding.state = *folder + MarkOf(*folder) + ", " +
+                    base::Counted(items->size() - unusable, "vCard") + finding.state;
     return finding;
 }
 
@@ -112,7 +108,7 @@ Finding MaildirFinding(const std::optional<std::string>& folder,
     const auto mails = maildir::Maildir(files, platform::NativeClock(), path).List();
     if (!mails) return FaultOf(kWhat, mails.Error());
     const std::size_t count = std::ranges::count(*mails, false, &maildir::MaildirEntry::isFolder);
-    return {Health::kGood, kWhat, path + MarkOf(path) + ", " + Counted(count, "mail"), {}};
+    return {Health::kGood, kWhat, path + MarkOf(path) + ", " + base::Counted(count, "mail"), {}};
 }
 
 Finding BackupsFinding(const std::string& folder) {
@@ -123,8 +119,8 @@ Finding BackupsFinding(const std::string& folder) {
     if (backups->empty()) return {Health::kGood, kWhat, "none yet", {}};
     return {Health::kGood,
             kWhat,
-            Counted(backups->size(), "backup") + ", " + Sized(SizeOf(files, folder)) + " in " +
-                folder + ", the oldest is " + backups->front().id,
+            base::Counted(backups->size(), "backup") + ", " + Sized(SizeOf(files, folder)) +
+                " in " + folder + ", the oldest is " + backups->front().id,
             {}};
 }
 

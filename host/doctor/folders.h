@@ -9,8 +9,6 @@
 // What doctor finds in folders that are not Eudora's. Paths are native, in UTF-8.
 namespace host::doctor {
 
-// "1 mail", "2 mails".
-std::string Counted(std::uint64_t count, const char* what);
 // "12.0 KB", "3.4 MB".
 std::string Sized(std::uint64_t bytes);
 

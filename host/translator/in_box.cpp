@@ -143,6 +143,12 @@ std::string UpTo(bool limited, std::int32_t kilobytes) {
 
 }  // namespace
 
+bool HasInBox(const eudora::Setup& setup) {
+    const std::string inBox = setup.eudoraFolder + "\\In.";
+    auto& files = platform::NativeSystem().files;
+    return files.Exists(inBox + "mbx") || files.Exists(inBox + "toc");
+}
+
 base::Status CheckInBox(const eudora::Setup& setup) {
     for (const std::string name : {"In.mbx", "In.toc"}) {
         const std::string shown = name + " in " + setup.eudoraShown;

@@ -31,6 +31,8 @@ struct MailLimitChanges {
     bool IsEmpty() const { return !age && !size && !attachments && !attachmentSize; }
 };
 
+// Whether there is an in-box, if only one of its two files.
+bool HasInBox(const eudora::Setup& setup);
 // kRefused, with advice, unless In.mbx and In.toc exist, no other program writes them, and the
 // table of contents has a header that is not of Eudora for Macintosh. To be called before the
 // translator, which makes missing files.
