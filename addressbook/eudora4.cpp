@@ -54,7 +54,9 @@ RRETURNCODE CREudora4::GetAppInfo(BOOL bConfigure, RWORD, RWORD, RWORD, CString&
         if (csSelection.IsEmpty()) csSelection = Util().csNicknamePath;
         m_csNicknameFile = csSelection;
         if (bConfigure != 0) {
-            if (const auto result = ChooseFile(csSelection); result != RRC_OK) return result;
+            const auto path = dialogs::AskForNicknameFile(Util().system, csSelection.Str());
+            if (!path) return RRC_CANCELLED;
+            m_csNicknameFile = csSelection = *path;
         } else if (!Util().system.files.Exists(m_csNicknameFile.Str())) {
             KV_LOG(1, "Invalid file in CREudora4::GetAppInfo\n");
             Util().AddError(StringId::kNoNicknameFile);
@@ -64,13 +66,6 @@ RRETURNCODE CREudora4::GetAppInfo(BOOL bConfigure, RWORD, RWORD, RWORD, CString&
         KV_LOG(5, "Exit CREudora4::GetAppInfo\n");
         return RRC_OK;
     });
-}
-
-RRETURNCODE CREudora4::ChooseFile(CString& csSelection) {
-    const auto path = dialogs::AskForNicknameFile(Util().system, csSelection.Str());
-    if (!path) return RRC_CANCELLED;
-    m_csNicknameFile = csSelection = *path;
-    return RRC_OK;
 }
 
 RRETURNCODE CREudora4::Open(int, RWORD, RWORD, RWORD, RWORD, RWORD, RWORD, RWORD, RWORD,

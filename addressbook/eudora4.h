@@ -38,7 +38,6 @@ class CREudora4 : public CREudoraTransBase {
                                 BOOL* pbOk) override;
 
   private:
-    RRETURNCODE ChooseFile(CString& csSelection);
     RRETURNCODE BuildFieldList();
     RRETURNCODE SkipFilteredOut(RRETURNCODE result);
     bool IsFilteredOut();

@@ -95,31 +95,20 @@ void RecordMap::Clear() noexcept {
     m_carried.DropAllOwned();
 }
 
-RecordMap::Position RecordMap::At(std::size_t index) {
-    Position position;
-    position.m_at = index;
-    return position;
-}
-
-RecordMap::Position RecordMap::At(Own::const_iterator own) {
-    Position position;
-    position.m_at = own;
-    return position;
-}
-
 RecordMap::Position RecordMap::FirstOf(std::size_t index, Own::const_iterator own) const {
     while (index < m_file.Size() && m_gone[index]) ++index;
     const bool hasOwn = own != m_own.end();
-    if (index < m_file.Size() && (!hasOwn || m_file.NameAt(index) < own->first)) return At(index);
-    return hasOwn ? At(own) : Position();
+    if (index < m_file.Size() && (!hasOwn || m_file.NameAt(index) < own->first))
+        return Position(index);
+    return hasOwn ? Position(own) : Position();
 }
 
 RecordMap::Position RecordMap::Find(std::string_view nickname) const {
-    if (const auto own = m_own.find(nickname); own != m_own.end()) return At(own);
+    if (const auto own = m_own.find(nickname); own != m_own.end()) return Position(own);
     const auto index = m_file.LowerBound(nickname);
     const bool isThere =
         index < m_file.Size() && !m_gone[index] && m_file.NameAt(index) == nickname;
-    return isThere ? At(index) : Position();
+    return isThere ? Position(index) : Position();
 }
 
 RecordMap::Position RecordMap::Next(const Position& position) const {
@@ -155,12 +144,12 @@ RecordMap::Position RecordMap::MakeChangeable(const Position& position) {
                                   std::make_unique<NicknameRecord>(ReadRecord(entry, leftover)));
     m_carried.AddLeftover(entry.at, name, leftover);
     m_gone[*index] = true;
-    return At(m_own.insert(own.extract(made.first)).position);
+    return Position(m_own.insert(own.extract(made.first)).position);
 }
 
 RecordMap::Position RecordMap::Insert(std::string_view nickname,
                                       std::unique_ptr<NicknameRecord>&& record) {
-    return At(m_own.emplace(std::string(nickname), std::move(record)).first);
+    return Position(m_own.emplace(std::string(nickname), std::move(record)).first);
 }
 
 RecordMap::Position RecordMap::Rename(const Position& position, std::string_view nickname) {
@@ -169,7 +158,7 @@ RecordMap::Position RecordMap::Rename(const Position& position, std::string_view
     m_carried.Rename(own->first, nickname);
     auto node = m_own.extract(own);
     node.key() = std::move(key);
-    return At(m_own.insert(std::move(node)).position);
+    return Position(m_own.insert(std::move(node)).position);
 }
 
 RecordMap::Position RecordMap::Erase(const Position& position) noexcept {

@@ -32,11 +32,15 @@ class RecordMap {
     // changeable, or the map is loaded or cleared.
     class Position {
       public:
+        Position() = default;
         bool IsEnd() const { return m_at.index() == 0; }
         bool operator==(const Position&) const = default;
 
       private:
         friend class RecordMap;
+        template <class Place>
+        explicit Position(Place at) : m_at(at) {}
+
         // The end, the index of a record of the file, or an entry of the second map.
         std::variant<std::monostate, std::size_t, Own::const_iterator> m_at;
     };
@@ -69,8 +73,6 @@ class RecordMap {
     platform::Status Write(const ByteSink& sink) const;
 
   private:
-    static Position At(std::size_t index);
-    static Position At(Own::const_iterator own);
     Position FirstOf(std::size_t index, Own::const_iterator own) const;
 
     FileRecords m_file;
