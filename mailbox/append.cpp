@@ -48,14 +48,6 @@ class Appender {
     }
 
   private:
-    bool Add(std::size_t mail, std::string& piece);
-    void WriteTexts(std::size_t count);
-    bool WriteTextPiece(std::string_view piece);
-    void WriteBlocks();
-    void WriteHeader();
-    void RestoreHeader(std::string_view before, std::uint16_t newCount);
-    void CutBack();
-
     // Memory that runs out is a failure among others: what was done is to be told and cut back.
     template <class Step>
     void Attempt(const Step& step) {
@@ -86,6 +78,94 @@ class Appender {
         return BlockOffset(m_place.header.wNumberOfMsgs + static_cast<std::uint32_t>(mails));
     }
 
+    // False if the mail's end has no room in the 32 bits of a block.
+    bool Add(std::size_t mail, std::string& piece) {
+        const std::size_t before = piece.size();
+        if (m_made == 0) piece += m_place.lead;
+        const std::size_t begin = piece.size();
+        std::string block = m_make(mail, piece);
+        const std::uint64_t offset = TextEnd(m_made) + begin - before,
+                            length = piece.size() - begin;
+        // The size of the .mbx file and 1 must be told, too.
+        if (offset + length > kMost - (m_place.tellsMbxSize ? 1 : 0)) {
+            piece.resize(before);
+            return false;
+        }
+        MailPlace{static_cast<std::uint32_t>(offset), static_cast<std::uint32_t>(length)}.PutInto(
+            block);
+        m_blocks += block;
+        ++m_made;
+        return true;
+    }
+
+    void WriteTexts(std::size_t count) {
+        std::size_t room = std::min<std::size_t>(count, kMostMsgs - m_place.header.wNumberOfMsgs);
+        std::string piece;
+        for (std::size_t i = 0; i < room; ++i) {
+            if (!Add(i, piece)) room = i;
+            if (piece.size() < kPiece && i + 1 < room) continue;
+            if (!WriteTextPiece(piece)) break;
+            piece.clear();
+        }
+        m_result.refused = count - room;
+        if (m_texts > 0 && !IsDone(m_mbx, m_mbx.Flush())) m_texts = 0;
+    }
+
+    // The file is cut back at once, for the blocks need the room of a text that is not whole.
+    bool WriteTextPiece(std::string_view piece) {
+        const std::uint64_t at = TextEnd(m_texts);
+        if (IsDone(m_mbx, WriteAt(m_mbx, at, piece))) {
+            m_texts = m_made;
+            return true;
+        }
+        const std::uint64_t end = at + Arrived(m_mbx, at, piece);
+        while (m_texts < m_made && TextEnd(m_texts + 1) <= end) ++m_texts;
+        IsDone(m_mbx, m_mbx.Truncate(TextEnd(m_texts)));
+        return false;
+    }
+
+    void WriteBlocks() {
+        if (m_texts == 0) return;
+        m_isTocOpen = IsDone(m_toc, m_toc.Truncate(BlockEnd(0)));
+        if (!m_isTocOpen) return;
+        const auto bytes = std::string_view(m_blocks).substr(0, m_texts * kMsgBlockSize);
+        const bool isWritten = IsDone(m_toc, WriteAt(m_toc, BlockEnd(0), bytes));
+        m_whole = isWritten ? m_texts : Arrived(m_toc, BlockEnd(0), bytes) / kMsgBlockSize;
+        if (m_whole > 0 && !IsDone(m_toc, m_toc.Flush())) m_whole = 0;
+    }
+
+    // Writes the header that counts the new mails. While it is being written they may be stored or
+    // not.
+    void WriteHeader() {
+        if (m_whole == 0) return;
+        TocHeader header = m_place.header;
+        header.wNumberOfMsgs = static_cast<std::uint16_t>(header.wNumberOfMsgs + m_whole);
+        header.wHighestMsgId = static_cast<std::uint16_t>(m_place.highestId & 0xFFFF);
+        if (m_place.tellsMbxSize)
+            header.dwMbxSize = static_cast<std::uint32_t>(TextEnd(m_whole) + 1);
+        const std::string before = m_place.header.Encode(), after = header.Encode();
+        m_result.uncertain = m_whole;
+        if (!PutHeader(after)) return RestoreHeader(before, header.wNumberOfMsgs);
+        m_result.written = std::exchange(m_result.uncertain, 0);
+    }
+
+    void RestoreHeader(std::string_view before, std::uint16_t newCount) {
+        const bool isRestored = PutHeader(before);
+        const auto header = ReadTocHeader(m_toc);
+        if (!header) return;
+        if (header->wNumberOfMsgs == newCount) m_result.written = m_whole;
+        if (isRestored || m_result.written > 0) m_result.uncertain = 0;
+    }
+
+    // The blocks go first: as long as one of them stands behind the counted ones, so does its text,
+    // by which the next run knows it.
+    void CutBack() {
+        if (m_result.uncertain > 0) return;
+        if (m_isTocOpen && !IsDone(m_toc, m_toc.Truncate(BlockEnd(m_result.written)))) return;
+        if (m_isTocOpen && !IsDone(m_toc, m_toc.Flush())) return;
+        IsDone(m_mbx, m_mbx.Truncate(TextEnd(m_result.written)));
+    }
+
     const AppendPlace& m_place;
     File &m_mbx, &m_toc;
     const MakeMail& m_make;
@@ -96,91 +176,6 @@ class Appender {
     std::size_t m_whole = 0;   // of these, mails whose block is in its file
     bool m_isTocOpen = false;  // for blocks: its end is where they begin
 };
-
-// False if the mail's end has no room in the 32 bits of a block.
-bool Appender::Add(std::size_t mail, std::string& piece) {
-    const std::size_t before = piece.size();
-    if (m_made == 0) piece += m_place.lead;
-    const std::size_t begin = piece.size();
-    std::string block = m_make(mail, piece);
-    const std::uint64_t offset = TextEnd(m_made) + begin - before, length = piece.size() - begin;
-    // The size of the .mbx file and 1 must be told, too.
-    if (offset + length > kMost - (m_place.tellsMbxSize ? 1 : 0)) {
-        piece.resize(before);
-        return false;
-    }
-    MailPlace{static_cast<std::uint32_t>(offset), static_cast<std::uint32_t>(length)}.PutInto(
-        block);
-    m_blocks += block;
-    ++m_made;
-    return true;
-}
-
-void Appender::WriteTexts(std::size_t count) {
-    std::size_t room = std::min<std::size_t>(count, kMostMsgs - m_place.header.wNumberOfMsgs);
-    std::string piece;
-    for (std::size_t i = 0; i < room; ++i) {
-        if (!Add(i, piece)) room = i;
-        if (piece.size() < kPiece && i + 1 < room) continue;
-        if (!WriteTextPiece(piece)) break;
-        piece.clear();
-    }
-    m_result.refused = count - room;
-    if (m_texts > 0 && !IsDone(m_mbx, m_mbx.Flush())) m_texts = 0;
-}
-
-// The file is cut back at once, for the blocks need the room of a text that is not whole.
-bool Appender::WriteTextPiece(std::string_view piece) {
-    const std::uint64_t at = TextEnd(m_texts);
-    if (IsDone(m_mbx, WriteAt(m_mbx, at, piece))) {
-        m_texts = m_made;
-        return true;
-    }
-    const std::uint64_t end = at + Arrived(m_mbx, at, piece);
-    while (m_texts < m_made && TextEnd(m_texts + 1) <= end) ++m_texts;
-    IsDone(m_mbx, m_mbx.Truncate(TextEnd(m_texts)));
-    return false;
-}
-
-void Appender::WriteBlocks() {
-    if (m_texts == 0) return;
-    m_isTocOpen = IsDone(m_toc, m_toc.Truncate(BlockEnd(0)));
-    if (!m_isTocOpen) return;
-    const auto bytes = std::string_view(m_blocks).substr(0, m_texts * kMsgBlockSize);
-    const bool isWritten = IsDone(m_toc, WriteAt(m_toc, BlockEnd(0), bytes));
-    m_whole = isWritten ? m_texts : Arrived(m_toc, BlockEnd(0), bytes) / kMsgBlockSize;
-    if (m_whole > 0 && !IsDone(m_toc, m_toc.Flush())) m_whole = 0;
-}
-
-// Writes the header that counts the new mails. While it is being written they may be stored or not.
-void Appender::WriteHeader() {
-    if (m_whole == 0) return;
-    TocHeader header = m_place.header;
-    header.wNumberOfMsgs = static_cast<std::uint16_t>(header.wNumberOfMsgs + m_whole);
-    header.wHighestMsgId = static_cast<std::uint16_t>(m_place.highestId & 0xFFFF);
-    if (m_place.tellsMbxSize) header.dwMbxSize = static_cast<std::uint32_t>(TextEnd(m_whole) + 1);
-    const std::string before = m_place.header.Encode(), after = header.Encode();
-    m_result.uncertain = m_whole;
-    if (!PutHeader(after)) return RestoreHeader(before, header.wNumberOfMsgs);
-    m_result.written = std::exchange(m_result.uncertain, 0);
-}
-
-void Appender::RestoreHeader(std::string_view before, std::uint16_t newCount) {
-    const bool isRestored = PutHeader(before);
-    const auto header = ReadTocHeader(m_toc);
-    if (!header) return;
-    if (header->wNumberOfMsgs == newCount) m_result.written = m_whole;
-    if (isRestored || m_result.written > 0) m_result.uncertain = 0;
-}
-
-// The blocks go first: as long as one of them stands behind the counted ones, so does its text, by
-// which the next run knows it.
-void Appender::CutBack() {
-    if (m_result.uncertain > 0) return;
-    if (m_isTocOpen && !IsDone(m_toc, m_toc.Truncate(BlockEnd(m_result.written)))) return;
-    if (m_isTocOpen && !IsDone(m_toc, m_toc.Flush())) return;
-    IsDone(m_mbx, m_mbx.Truncate(TextEnd(m_result.written)));
-}
 
 // The least number from `from` on that begins with these bytes, little-endian; what may follow them
 // is not known.
