@@ -15,11 +15,6 @@ namespace mailstore {
 
 using TextBlock = std::unique_ptr<char[]>;
 
-// A text of a record, which owns it; a null one is empty.
-inline std::string_view ViewOf(const char* text) {
-    return text != nullptr ? std::string_view(text) : std::string_view();
-}
-
 inline TextBlock CopyOf(std::string_view text) {
     auto copy = std::make_unique<char[]>(text.size() + 1);
     text.copy(copy.get(), text.size());

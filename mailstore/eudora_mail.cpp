@@ -219,7 +219,7 @@ bool CREudoraMail::IsTooOld() {
 RRETURNCODE CREudoraMail::GetField(LPCTSTR pszFieldId, unsigned long*, void* pCell) {
     return Guarded("GetField", [&]() -> RRETURNCODE {
         KV_LOG(5, "Enter : CREudoraMail::GetField , Field Name = [%s]\n",
-               std::string(mailstore::ViewOf(pszFieldId)).c_str());
+               std::string(mapi::ViewOf(pszFieldId)).c_str());
         const auto field = FieldOfId<MailField>(pszFieldId);
         if (field < MailField::kFrom || field > MailField::kMessageId) return RRC_OK;
         if (field == MailField::kMessageId) return GiveMessageId(*static_cast<char**>(pCell));

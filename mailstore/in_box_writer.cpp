@@ -32,7 +32,7 @@ constexpr std::string_view kSeparatorMiddle = " ???@??? ";
 constexpr std::string_view kOpeners[] = {"To: ", "Cc: ", "Bcc: "};  // by recipient class from 1 on
 
 std::string_view Sender(const MapiMessage& mail) {
-    return mail.lpOriginator != nullptr ? ViewOf(mail.lpOriginator->lpszAddress)
+    return mail.lpOriginator != nullptr ? mapi::ViewOf(mail.lpOriginator->lpszAddress)
                                         : std::string_view();
 }
 
@@ -45,14 +45,15 @@ void Line(std::string& out, const Texts&... texts) {
 void AppendRecipients(std::string& out, const MapiMessage& mail) {
     for (const MapiRecipDesc& recipient : mapi::Recipients(mail)) {
         if (recipient.ulRecipClass < mapi::kTo || recipient.ulRecipClass > mapi::kBcc) continue;
-        Line(out, kOpeners[recipient.ulRecipClass - mapi::kTo], ViewOf(recipient.lpszAddress));
+        Line(out, kOpeners[recipient.ulRecipClass - mapi::kTo],
+             mapi::ViewOf(recipient.lpszAddress));
     }
 }
 
 void AppendAttachments(std::string& out, const MapiMessage& mail, const Labels& labels) {
     for (const MapiFileDesc& file : mapi::Files(mail)) {
         out.append(kLineEnd).append(kLineEnd).append(labels.attachment).append(" \"");
-        out.append(ViewOf(file.lpszPathName)) += '"';
+        out.append(mapi::ViewOf(file.lpszPathName)) += '"';
     }
     if (!mapi::Files(mail).empty()) out += kLineEnd;
 }
@@ -66,21 +67,21 @@ void AppendMailText(std::string& out, const MapiMessage& mail, std::string_view 
     Line(out, date.line);
     AppendRecipients(out, mail);
     Line(out, labels.from, std::string_view(": "), Sender(mail));
-    Line(out, std::string_view("Subject: "), ViewOf(mail.lpszSubject));
+    Line(out, std::string_view("Subject: "), mapi::ViewOf(mail.lpszSubject));
     Line(out);
-    Line(out, ViewOf(mail.lpszNoteText));
+    Line(out, mapi::ViewOf(mail.lpszNoteText));
     AppendAttachments(out, mail, labels);
 }
 
 // The mail's block but for its place.
 mailbox::MsgBlock MakeMsgBlock(const MapiMessage& mail, const MailDate& date, unsigned codePage) {
-    auto block = mailbox::NewMsgBlock(Sender(mail), ViewOf(mail.lpszSubject), mail.nFileCount != 0,
-                                      codePage);
+    auto block = mailbox::NewMsgBlock(Sender(mail), mapi::ViewOf(mail.lpszSubject),
+                                      mail.nFileCount != 0, codePage);
     block.dwSeconds = date.dwSeconds;
     // The status that the host gave follows; this stands until then.
     block.wStatus = (mail.flFlags & kReadBit) == 0 ? 1 : 0;
     block.szDate = date.szDate;
-    block.dwMsgId = mailbox::MsgIdOf(ViewOf(mail.lpszConversationID));
+    block.dwMsgId = mailbox::MsgIdOf(mapi::ViewOf(mail.lpszConversationID));
     return block;
 }
 
@@ -90,7 +91,7 @@ Result<bool> AreStored(platform::File& toc, const mailbox::TocHeader& header,
                        std::span<const NewMail> mails) {
     std::unordered_set<std::uint32_t> ids;
     for (const NewMail& mail : mails) {
-        ids.insert(mailbox::MsgIdOf(ViewOf(mail.record->lpszConversationID)));
+        ids.insert(mailbox::MsgIdOf(mapi::ViewOf(mail.record->lpszConversationID)));
     }
     const auto places = mailbox::ReadPlaces(toc, header.wNumberOfMsgs);
     if (!places) return places.Error();

@@ -118,7 +118,7 @@ RRETURNCODE GiveField(CEudoraTransUtil& util, MailField field, const MapiMessage
         case MailField::kBody:
             return GiveBody(util, message, *static_cast<char**>(cell));
         case MailField::kSize:
-            return GiveNumber(ViewOf(message.lpszNoteText).size(), cell);
+            return GiveNumber(mapi::ViewOf(message.lpszNoteText).size(), cell);
         case MailField::kStatus:
             return GiveNumber(StatusOfFlags(message.flFlags), cell);
         default:

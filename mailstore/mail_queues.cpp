@@ -38,7 +38,7 @@ RRETURNCODE MailQueues::WriteNewMails(CEudoraTransUtil& util, MailIds& ids) {
     if (toc == nullptr) return DropNewMails(util);
     std::vector<NewMail> mails;
     for (const MapiMessage* record : m_lstNewMails) {
-        const std::string_view indexId = ViewOf(record->lpszConversationID);
+        const std::string_view indexId = mapi::ViewOf(record->lpszConversationID);
         mails.push_back({record, ids.MessageIdOf(indexId).value_or(std::string(indexId))});
         KV_LOG(1, "********* Write Message-ID = %s\n", mails.back().messageId.c_str());
     }

@@ -27,16 +27,10 @@ std::uint32_t Kind(std::uint32_t status) {
 
 // The flags of a message of that status; a status of another kind stays.
 std::uint32_t FlagsOfStatus(std::uint32_t status) {
-    switch (Kind(status)) {
-        case kReceived:
-            return (status & kReadBit) != 0 ? 0 : mapi::kUnread;
-        case kToSend:
-            return 0;
-        case kSentKind:
-            return mapi::kSent;
-        default:
-            return status;
-    }
+    const auto kind = Kind(status);
+    if (kind == kReceived) return (status & kReadBit) != 0 ? 0 : mapi::kUnread;
+    if (kind == kToSend) return 0;
+    return kind == kSentKind ? mapi::kSent : status;
 }
 
 int ReadResult(std::uint32_t error) {
@@ -45,10 +39,6 @@ int ReadResult(std::uint32_t error) {
 
 int FindResult(std::uint32_t error) {
     return error == mapi::kNoMessages ? kNone : ReadResult(error);
-}
-
-std::string_view ViewOf(const char* text) {
-    return text != nullptr ? text : "";
 }
 
 void FreeTexts(const MapiRecipDesc& recipient) {
@@ -65,7 +55,7 @@ std::optional<std::string> TextOf(const char* text) {
 // strtok several brackets in a row count as one.
 std::optional<std::string> OriginatorOf(const MapiMessage& message) {
     const MapiRecipDesc* const originator = message.lpOriginator;
-    auto name = ViewOf(originator != nullptr ? originator->lpszName : nullptr);
+    auto name = mapi::ViewOf(originator != nullptr ? originator->lpszName : nullptr);
     auto outside = text::TakeToken(name, "<");
     if (!outside) return std::nullopt;
     auto address = text::TakeToken(name, ">");
@@ -270,7 +260,7 @@ std::optional<int> CMapi::Seek(const std::string& target) {
 }
 
 int CMapi::GoToEmail(const char* target) {
-    const std::string wanted(ViewOf(target));  // which may be our own id
+    const std::string wanted(mapi::ViewOf(target));  // which may be our own id
     if (const auto result = Seek(wanted)) return *result;
     KV_LOG(kTrace, "              * Fail GoToEmail -> Retry!!\n");
     m_bSeekValid = false;
@@ -283,7 +273,7 @@ int CMapi::GetCurrentMessage(MapiMessage*& message) {
 }
 
 void CMapi::SetMsgID(const char* id) {
-    m_szMsgID = ViewOf(id).substr(0, mapi::kMessageIdSize - 1);
+    m_szMsgID = mapi::ViewOf(id).substr(0, mapi::kMessageIdSize - 1);
     m_isNamed = false;
 }
 

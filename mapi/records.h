@@ -46,6 +46,10 @@ struct MapiMessage {
 
 namespace mapi {
 
+// A text of a record; a null one is empty.
+inline std::string_view ViewOf(const char* text) {
+    return text != nullptr ? std::string_view(text) : std::string_view();
+}
 // The recipients and the files of a message; none without an array, whatever the count says.
 inline std::span<MapiRecipDesc> Recipients(const MapiMessage& message) {
     return {message.lpRecips, message.lpRecips != nullptr ? message.nRecipCount : 0};
