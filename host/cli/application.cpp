@@ -66,20 +66,17 @@ void AddCommonOptions(CLI::App& app, Options& options, On on) {
                  "tell more, and the translator's log on standard error");
 }
 
-// The word "contacts" or "mail" behind a command.
-CLI::Option* AddSubject(CLI::App& command, Options& options) {
-    return command.add_option("what", options.what, "contacts or mail")
+// Whether a command takes the word "contacts" or "mail".
+enum class Word { kNone, kOptional, kRequired };
+
+void AddWord(CLI::App& command, Options& options, Word word) {
+    if (word == Word::kNone) return;
+    command.add_option("what", options.what, "contacts or mail")
+        ->required(word == Word::kRequired)
         ->check(CLI::IsMember({"contacts", "mail"}));
 }
 
-void AddNothing(CLI::App& /*command*/, Options& /*options*/) {}
-
-void AddRequiredSubject(CLI::App& command, Options& options) {
-    AddSubject(command, options)->required();
-}
-
 void AddSyncOptions(CLI::App& command, Options& options) {
-    AddSubject(command, options);
     command.add_flag("--dry-run", options.setup.writesNothing,
                      "print the plan and write nothing anywhere");
     AddTextOptions(command, options,
@@ -98,16 +95,10 @@ void AddConflict(CLI::App& command, Options& options) {
 }
 
 void AddForget(CLI::App& command, Options& options) {
-    AddRequiredSubject(command, options);
     command.add_flag("--yes", options.yes, "without a question");
 }
 
-void AddOptionalSubject(CLI::App& command, Options& options) {
-    AddSubject(command, options);
-}
-
 void AddRecord(CLI::App& command, Options& options) {
-    AddRequiredSubject(command, options);
     command
         .add_option("record", options.record,
                     "the nickname, name or address of a contact, or the id or Message-ID of a mail")
@@ -115,7 +106,6 @@ void AddRecord(CLI::App& command, Options& options) {
 }
 
 void AddList(CLI::App& command, Options& options) {
-    AddRequiredSubject(command, options);
     command.add_flag("--all", options.all, "of mails those too that the limits hide");
 }
 
@@ -135,13 +125,11 @@ void AddLimits(CLI::App& command, Options& options) {
 }
 
 void AddConfigure(CLI::App& command, Options& options) {
-    AddRequiredSubject(command, options);
     AddLimits(command, options);
     command.add_flag("--show", options.show, "print the limits of mails and change nothing");
 }
 
 void AddExport(CLI::App& command, Options& options) {
-    AddRequiredSubject(command, options);
     command.add_option("--to", options.toFolder, "the folder")
         ->required()
         ->check([](const std::string& folder) { return folder.empty() ? kEmptyPath : ""; });
@@ -176,11 +164,12 @@ void AddShell(CLI::App& command, Options& options) {
 
 using Run = base::ExitCode (*)(const Options&);
 
-// A command, the words and options that it alone takes, and what it does: `runMail` if it is about
-// mails and differs.
+// A command, the words and options that it alone takes (null for none), and what it does: `runMail`
+// if it is about mails and differs.
 struct Command {
     const char *name, *help;
     On on;
+    Word word;
     void (*addOptions)(CLI::App& command, Options& options);
     Run run, runMail = nullptr;
 };
@@ -189,31 +178,34 @@ constexpr Command kCommands[] = {
     {"sync",
      "keep Eudora, the folder of vCards and the Maildir in step; without a word all that have a "
      "folder",
-     On::kFolders, AddSyncOptions, Sync},
-    {"status", "what is found, what a sync would do, what is locked", On::kFolders, AddNothing,
-     Status},
+     On::kFolders, Word::kOptional, AddSyncOptions, Sync},
+    {"status", "what is found, what a sync would do, what is locked", On::kFolders, Word::kNone,
+     nullptr, Status},
     {"conflicts", "what both sides changed and waits for a decision, with both values",
-     On::kFolders, AddOptionalSubject, Conflicts},
-    {"resolve", "settle one conflict for one side", On::kFolders, AddConflict, Resolve},
+     On::kFolders, Word::kOptional, nullptr, Conflicts},
+    {"resolve", "settle one conflict for one side", On::kFolders, Word::kNone, AddConflict,
+     Resolve},
     {"forget", "forget what was in step: the next sync pairs both sides anew and removes nothing",
-     On::kFolders, AddForget, Forget},
-    {"list", "print the records, a line for each", On::kBook, AddList, ListContacts, ListMail},
-    {"show", "print one record with all its fields", On::kBook, AddRecord, ShowContact, ShowMail},
+     On::kFolders, Word::kRequired, AddForget, Forget},
+    {"list", "print the records, a line for each", On::kBook, Word::kRequired, AddList,
+     ListContacts, ListMail},
+    {"show", "print one record with all its fields", On::kBook, Word::kRequired, AddRecord,
+     ShowContact, ShowMail},
     {"export",
      "write all records into a folder, without memory; of mails fewer with the limits below",
-     On::kBook, AddExport, ExportContacts, ExportMail},
+     On::kBook, Word::kRequired, AddExport, ExportContacts, ExportMail},
     {"configure",
      "choose the nickname file (contacts) or limit the mails (mail) in the translator's own "
      "dialog, or without one by --nickname-file or the options below",
-     On::kBook, AddConfigure, ConfigureContacts, ConfigureMail},
-    {"shell", "a console on the translator interface", On::kBook, AddScript, Shell},
+     On::kBook, Word::kRequired, AddConfigure, ConfigureContacts, ConfigureMail},
+    {"shell", "a console on the translator interface", On::kBook, Word::kNone, AddScript, Shell},
     {"backups", "list the copies made before files were changed or removed", On::kEudora,
-     AddBackups, ListBackups},
-    {"restore", "put a backup back in its place", On::kEudora, AddBackup, Restore},
-    {"doctor", "check the set-up and say what to do about each fault", On::kFolders, AddNothing,
-     Doctor},
+     Word::kNone, AddBackups, ListBackups},
+    {"restore", "put a backup back in its place", On::kEudora, Word::kNone, AddBackup, Restore},
+    {"doctor", "check the set-up and say what to do about each fault", On::kFolders, Word::kNone,
+     nullptr, Doctor},
     {"completion", "print the completion of this command line for a shell: bash, zsh or fish",
-     On::kEudora, AddShell, nullptr}};
+     On::kEudora, Word::kNone, AddShell, nullptr}};
 
 // Parses the arguments, completes them from the configuration file and runs the command. What is
 // wrong with them is thrown: by the parser as its own errors, else as a Misuse.
@@ -221,7 +213,8 @@ base::ExitCode Act(CLI::App& app, std::vector<std::string> arguments, Options& o
     const Command* asked = nullptr;
     for (const Command& command : kCommands) {
         CLI::App* const added = app.add_subcommand(command.name, command.help);
-        command.addOptions(*added, options);
+        AddWord(*added, options, command.word);
+        if (command.addOptions != nullptr) command.addOptions(*added, options);
         AddCommonOptions(*added, options, command.on);
         added->callback([&asked, &command] { asked = &command; });
     }

@@ -39,7 +39,7 @@ std::vector<std::string> NamesOf(const CLI::App& command) {
 }
 
 std::string Bash(const std::vector<const CLI::App*>& commands) {
-    std::string names, words, paths;
+    std::string names, words;
     for (const CLI::App* command : commands) {
         std::string own;
         for (const std::string& word : ChoicesOf(*command)) own += word + ' ';
@@ -72,15 +72,12 @@ std::string Fish(const std::vector<const CLI::App*>& commands) {
                   Quoted(command->get_description()) + '\n';
         const std::string behind =
             start + Quoted("__fish_seen_subcommand_from " + command->get_name());
-        const auto offer = [&](const char* how, const std::string& what) {
-            script += behind;
-            script += how;
-            script += what;
-        };
-        for (const std::string& word : ChoicesOf(*command)) offer(" -a ", word + '\n');
+        for (const std::string& word : ChoicesOf(*command)) {
+            script.append(behind).append(" -a ").append(word) += '\n';
+        }
         for (const CLI::Option* option : command->get_options()) {
             for (const std::string& name : option->get_lnames()) {
-                offer(" -l ", name);
+                script.append(behind).append(" -l ").append(name);
                 if (option->get_items_expected() > 0) script += " -r";
                 script += " -d " + Quoted(option->get_description()) + '\n';
             }
