@@ -204,9 +204,7 @@ class AttachmentSearch {
 
     void ListNames(Folder& folder) const {
         folder.names.emplace();
-        const auto entries = m_system.files.List(folder.path, "*");
-        if (!entries) return;
-        for (const auto& entry : *entries) {
+        for (const auto& entry : m_system.files.List(folder.path, "*").ValueOr({})) {
             if (!entry.isFolder)
                 folder.names->emplace(Key(entry.name, m_system.codePage), entry.name);
         }

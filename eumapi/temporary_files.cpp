@@ -25,9 +25,8 @@ bool IsTemporaryName(std::string_view name) {
 }
 
 void Sweep(platform::Files& files, const std::string& folder) {
-    const auto entries = files.List(folder, std::string(kTemporaryPrefix) + "*.tmp");
-    if (!entries) return;
-    for (const auto& entry : *entries) {
+    const std::string pattern = std::string(kTemporaryPrefix) + "*.tmp";
+    for (const auto& entry : files.List(folder, pattern).ValueOr({})) {
         if (entry.isFolder || !IsTemporaryName(entry.name)) continue;
         // Copies of read-only files were once read-only.
         (void)files.DeleteEvenReadOnly(folder + entry.name);

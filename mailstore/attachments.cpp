@@ -143,11 +143,9 @@ CString AttachFolder::FreePath(const platform::System& system, const CString& fi
     if (system.files.IsFree(path)) return path;
     auto parts = text::SplitPath(path, system.codePage);
     std::set<std::string> taken;
-    if (const auto entries =
-            system.files.List(m_csAttachDir.Str(), parts.name + '*' + parts.extension)) {
-        for (const auto& entry : *entries) {
-            taken.insert(platform::UpperCase(entry.name, system.codePage));
-        }
+    const std::string pattern = parts.name + '*' + parts.extension;
+    for (const auto& entry : system.files.List(m_csAttachDir.Str(), pattern).ValueOr({})) {
+        taken.insert(platform::UpperCase(entry.name, system.codePage));
     }
     std::string name;
     do {

@@ -46,8 +46,7 @@ std::vector<std::string> FilesNear(const std::string& path, const std::string& p
     if (end == std::string::npos) return paths;
     const auto names = [](const std::string& folder, const std::string& which, bool areFolders) {
         std::vector<std::string> found;
-        const auto entries = platform::NativeSystem().files.List(folder, which);
-        for (const auto& entry : entries ? *entries : std::vector<platform::FolderEntry>()) {
+        for (const auto& entry : platform::NativeSystem().files.List(folder, which).ValueOr({})) {
             if (entry.isFolder == areFolders) found.push_back(folder + '\\' + entry.name);
         }
         return found;

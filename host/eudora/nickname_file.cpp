@@ -69,10 +69,8 @@ std::vector<std::string> AllNicknameFiles(const Setup& setup) {
     auto& files = platform::NativeSystem().files;
     std::vector<std::string> paths;
     const std::string folder = setup.eudoraFolder + "\\NickName\\";
-    if (const auto entries = files.List(folder, "*.txt")) {
-        for (const auto& entry : *entries) {
-            if (!entry.isFolder) paths.push_back(folder + entry.name);
-        }
+    for (const auto& entry : files.List(folder, "*.txt").ValueOr({})) {
+        if (!entry.isFolder) paths.push_back(folder + entry.name);
     }
     std::ranges::sort(paths);
     const std::string main = setup.eudoraFolder + "\\nndbase.txt";

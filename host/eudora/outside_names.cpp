@@ -26,17 +26,13 @@ std::vector<OutsideName> NamesLeadingOutside(const SetupOptions& options) {
     auto& files = platform::NativeFiles();
     const std::string root = WithoutLinks(*options.eudora);
     const auto look = [&](const std::string& folder, const char* pattern) {
-        const auto entries = files.List(folder, pattern);
-        if (!entries) return;
-        for (const auto& entry : *entries) {
+        for (const auto& entry : files.List(folder, pattern).ValueOr({})) {
             const std::string path = folder + files.Separator() + entry.name;
             if (!platform::LiesIn(files, path, root)) outside.push_back({path, TargetOf(path)});
         }
     };
     for (const char* name : kNames) look(root, name);
-    const auto books = files.List(root, "NickName");
-    if (!books) return outside;
-    for (const auto& entry : *books) {
+    for (const auto& entry : files.List(root, "NickName").ValueOr({})) {
         const std::string folder = root + files.Separator() + entry.name;
         if (platform::LiesIn(files, folder, root)) look(folder, "*");
     }
