@@ -41,15 +41,13 @@ class MailExecution {
         const bool endangersFiles = changesEudora || m_plan.report.Count(kFolder, kRemove) > 0;
         if (endangersFiles && !m_ledger.Check(m_work.backup(), "backup"))
             return m_ledger.TakeReport();
+        bool isSettled = false;
         for (const MailStep& step : m_plan.steps) {
             if (step.act != sync::Act{kMemory, kRedo}) continue;
             // The other one of two files may not be on the disk yet.
-            const auto settled = m_work.folders.mails.Settle({});
-            if (!m_ledger.Check(settled, "Maildir")) return m_ledger.TakeReport();
-            break;
-        }
-        for (const MailStep& step : m_plan.steps) {
-            if (step.act == sync::Act{kMemory, kRedo}) Redo(step);
+            isSettled = isSettled || m_ledger.Check(m_work.folders.mails.Settle({}), "Maildir");
+            if (!isSettled) return m_ledger.TakeReport();
+            Redo(step);
         }
         const bool allDelivered = !m_areLeftoversLeft && ComposeAll();
         RemoveReplaced();
