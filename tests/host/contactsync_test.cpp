@@ -12,6 +12,7 @@
 #include "tests/host/built_module.h"
 #include "tests/host/sync_world.h"
 #include "tests/support/failing_allocation.h"
+#include "tests/support/table.h"
 
 namespace host::testing {
 namespace {
@@ -136,12 +137,12 @@ struct ContactWorld : SyncWorld {
 constexpr Field kOrder[] = {Field::kNickname, Field::kName,    Field::kPhone, Field::kEmail,
                             Field::kNote,     Field::kAddress, Field::kFax};
 
-// A contact in one line: "nickname|name|phone|e-mail|note|address|fax", "~" for a line break.
+// A contact in one line: "nickname/name/phone/e-mail/note/address/fax", "~" for a line break.
 base::Contact C(const std::string& line) {
     base::Contact contact;
     std::istringstream parts(line);
     for (Field field : kOrder) {
-        std::getline(parts, contact[field], '|');
+        std::getline(parts, contact[field], '/');
         std::ranges::replace(contact[field], '~', '\n');
     }
     return contact;
@@ -152,23 +153,19 @@ std::string Lines(ContactWorld& world, sync::Side side) {
     std::multiset<std::string> lines;
     for (const auto& [id, contact] : world.Of(side)) {
         std::string line;
-        for (Field field : kOrder) line += contact[field] + '|';
+        for (Field field : kOrder) line += contact[field] + '/';
         std::ranges::replace(line, '\n', '~');
-        lines.insert(line.substr(0, line.find_last_not_of('|') + 1));
+        lines.insert(line.substr(0, line.find_last_not_of('/') + 1));
     }
     std::string all;
     for (const std::string& line : lines) all += (all.empty() ? "" : "; ") + line;
     return all;
 }
 
-// One case: what is in step at first, how the sides are edited, what both hold afterwards ("=": the
-// folder holds the same as Eudora). An edit is "old nickname>new contact"; "nick>" deletes, a
-// contact alone is added.
+// A row of the table that tells of them all.
 struct Case {
-    const char *what, *before, *eudoraEdits, *folderEdits, *eudoraAfter, *folderAfter;
-    sync::Prefer prefer = sync::Prefer::kBoth;
-    bool folderIsNewer = true;
-    std::size_t conflicts = 0, refused = 0;
+    std::string what, before, eudoraEdits, folderEdits, eudoraAfter, folderAfter, prefer;
+    std::size_t conflicts, refused;
 };
 
 void Edit(ContactWorld& world, sync::Side side, const std::string& edits) {
@@ -186,79 +183,20 @@ void Edit(ContactWorld& world, sync::Side side, const std::string& edits) {
     }
 }
 
-const Case kCases[] = {
-    {"one nickname pairs and joins", "", "ann|Ann|1", "ann|Ann||a@x", "ann|Ann|1|a@x", "="},
-    {"name and first address pair under two nicknames", "", "ann|Ann Lee||a@x", "al|Ann Lee|7|a@x",
-     "ann|Ann Lee|7|a@x", "al|Ann Lee|7|a@x"},
-    {"a nickname from the address", "", "", "|||x@y", "x@y|||x@y", "|||x@y"},
-    {"changes of two fields", "a|A|1|x@y", "a>a|A|2|x@y", "a>a|A|1|z@y", "a|A|2|z@y", "="},
-    {"every field of both sides", "a|A|1|x@y|n|s|2; b|B|1|x@y|n|s|2; c|C|1|x@y|n|s|2",
-     "a>a|Z|3|z@y|m~m|t~t|4; c>c|C", "b>b|Z|3|z@y|m~m|t~t|4",
-     "a|Z|3|z@y|m~m|t~t|4; b|Z|3|z@y|m~m|t~t|4; c|C", "="},
-    {"texts that look like marks", "", "",
-     "a|name:y|phone:z|x@y|name:in a note|a;b\\c|\"1\"; bob;|O'N;B \\n||b@x|a;b,c\\n \"d\" :e; "
-     "J\xC3\xBC n|\xC3\x89mile|||fax:\xE2\x82\xAC 5|Stra\xC3\x9F 1",
-     "J\xC3\xBC n|\xC3\x89mile|||fax:\xE2\x82\xAC 5|Stra\xC3\x9F 1; a|name:y|phone:z|x@y|name:in a "
-     "note|a;b\\c|\"1\"; bob;|O'N;B \\n||b@x|a;b,c\\n \"d\" :e",
-     "="},
-    {"a field cleared in the folder too", "a|A|1||n", "", "a>a|A|||n", "a|A|||n", "="},
-    {"an emptied name stays in Eudora", "a|A|1", "", "a>a||1", "a|A|1", "a||1"},
-    {"deletions", "a|A; b|B; c|C; d|D", "a>; d>", "b>; d>", "c|C", "="},
-    {"rename with another change", "a|Ann|1|a@x; b|B", "a>z|Ann|2|a@x", "", "b|B; z|Ann|2|a@x",
-     "="},
-    {"rename in the folder to a nickname that is taken", "a|Ann|1; b|Bob|2", "", "a>b|Ann|1",
-     "b1|Ann|1; b|Bob|2", "b|Ann|1; b|Bob|2"},
-    {"conflict: the older one of Eudora marked", "a|A|1", "a>a|A|2", "a>a|A|3",
-     "a (older)|A (older)|2; a|A|3", "=", sync::Prefer::kBoth, true, 1},
-    {"for the newer", "a|A|1", "a>a|A|2", "a>a|A|3", "a|A|2", "=", sync::Prefer::kNewer, false},
-    {"a long nickname makes room for the mark", "123456789012345678901234567|A|1",
-     "123456789012345678901234567>123456789012345678901234567|A|2",
-     "123456789012345678901234567>123456789012345678901234567|A|3",
-     "1234567890123456789 (older)|A (older)|2; 123456789012345678901234567|A|3", "=",
-     sync::Prefer::kBoth, true, 1},
-    {"deleted here, changed there: kept", "a|A|1; b|B|1", "a>; b>b|B|2", "a>a|A|2; b>",
-     "a|A|2; b|B|2", "=", sync::Prefer::kBoth, true, 2},
-    {"the preferred side's deletion", "a|A|1; b|B|1", "a>", "a>a|A|2", "b|B|1", "=",
-     sync::Prefer::kEudora},
-    {"characters outside the code page stay in the folder", "", "", "g|G\xC3\xBC \xE5\xB1\xB1",
-     "g|G\xC3\xBC ?", "g|G\xC3\xBC \xE5\xB1\xB1"},
-    {"and survive a change beside them", "g|G \xE5\xB1\xB1 x|1", "g>g|G ? yz|1", "", "g|G ? yz|1",
-     "g|G \xE5\xB1\xB1 yz|1"},
-    {"an edit beside two of them", "g|\xE5\xB1\xB1\xE6\x9C\xA8 x|1", "g>g|??? x|1", "", "g|??? x|1",
-     "g|\xE5\xB1\xB1\xE6\x9C\xA8? x|1"},
-    {"an edit on each side, of which Eudora cannot see the folder's", "g|G \xE5\xB1\xB1|1",
-     "g>g|G ? x|1", "g>g|G \xE6\x9C\xA8|1", "g|G ? x|1", "g|G \xE6\x9C\xA8 x|1"},
-    {"an edit of a nickname that is longer in Eudora", "Group x|A", "_Group x>_Group yz|A", "",
-     "_Group yz|A", "="},
-    {"a change that Eudora cannot see", "g|G|1||\xE5\xB1\xB1", "", "g>g|G|1||\xE6\x9C\xA8",
-     "g|G|1||?", "g|G|1||\xE6\x9C\xA8"},
-    {"a line break in a one-line field", "", "", "n|No~Name|1", "n|No Name|1", "n|No~Name|1"},
-    {"angle brackets, commas and length of a nickname", "", "",
-     "a<b,c|A; 12345678901234567890123456789|B; Group x|C",
-     "123456789012345678901234567|B; _Group x|C; a b c|A",
-     "12345678901234567890123456789|B; Group x|C; a<b,c|A"},
-    {"letters that Eudora lacks, and no name of its making", "", "",
-     "|\xC5\x81ukasz \xC5\x8A\xEF\xAC\x81|1; |\xC5\x81ukasz \xC5\x8A\xEF\xAC\x81|2",
-     "Lukasz Nfi1|Lukasz Nfi|2; Lukasz Nfi|Lukasz Nfi|1",
-     "|\xC5\x81ukasz \xC5\x8A\xEF\xAC\x81|1; |\xC5\x81ukasz \xC5\x8A\xEF\xAC\x81|2"},
-    {"an edit beside such letters", "g|\xEF\xAC\x81 \xC5\x81 x|1", "g>g|fi L yz|1", "",
-     "g|fi L yz|1", "g|\xEF\xAC\x81 \xC5\x81 yz|1"},
-    {"and in front of them", "g|x\xC5\x81|1", "g>g|yL|1", "", "g|yL|1", "g|y\xC5\x81|1"},
-    {"a conflict waits, and what else changed goes over", "a|A|1||n", "a>a|A|2|x@y|n", "a>a|B|3||n",
-     "a|B|2|x@y|n", "a|B|3|x@y|n", sync::Prefer::kNone, true, 1},
-    {"and with a first pairing", "", "a|A|1", "a|A|2||n", "a|A|1||n", "a|A|2||n",
-     sync::Prefer::kNone, true, 1},
-    {"removed here, changed there: waits", "a|A|1; b|B|1", "a>; b>b|B|2", "a>a|A|2; b>", "b|B|2",
-     "a|A|2", sync::Prefer::kNone, true, 2},
-    {"a name that Eudora refuses holds nothing else up", "a|A|1", "", "a>a|...|1; b|B",
-     "a|A|1; b|B", "a|...|1; b|B", sync::Prefer::kBoth, true, 0, 1},
-};
-
 // Every case, and again cut off at its n-th operation or with a failure there, for every n: the
 // next run ends where the whole run would have ended and leaves a third one nothing to do, no card
 // is ever a half one, and what a failure kept from being done is told.
 TEST(ContactSync, BringsBothSidesIntoStepWhateverFails) {
-    for (const Case& test : kCases) {
+    using sync::Prefer;
+    const std::map<std::string, Prefer> preferences = {{"both", Prefer::kBoth},
+                                                       {"Eudora", Prefer::kEudora},
+                                                       {"newer", Prefer::kNewer},
+                                                       {"none", Prefer::kNone}};
+    using T = std::string;
+    for (const auto& row :
+         ::test::Table<T, T, T, T, T, T, T, std::size_t, std::size_t>("contacts in step")) {
+        const Case test = std::apply([](const auto&... cells) { return Case{cells...}; }, row);
+        const Prefer prefer = preferences.at(test.prefer);
         SCOPED_TRACE(test.what);
         test::ForEveryFault([&](Fault fault, int n) {
             ContactWorld world;
@@ -266,14 +204,14 @@ TEST(ContactSync, BringsBothSidesIntoStepWhateverFails) {
             for (const std::string& other : others) world.disk.Put("C:\\cards\\" + other, "?");
             Edit(world, kFolder, test.before);
             world.Sync();
-            world.options.prefer = test.prefer;
-            if (!test.folderIsNewer) world.eudora.changedAt = world.eudora.changedAt.max();
+            world.options.prefer = prefer;
+            if (prefer == Prefer::kNewer) world.eudora.changedAt = world.eudora.changedAt.max();
             Edit(world, kEudora, test.eudoraEdits);
             Edit(world, kFolder, test.folderEdits);
             const auto expectInStep = [&] {
                 EXPECT_EQ(Lines(world, kEudora), test.eudoraAfter);
                 EXPECT_EQ(Lines(world, kFolder),
-                          *test.folderAfter == '=' ? test.eudoraAfter : test.folderAfter);
+                          test.folderAfter == "=" ? test.eudoraAfter : test.folderAfter);
             };
             const std::size_t before[] = {world.Of(kEudora).size(), world.Of(kFolder).size()};
             world.files.Arm(fault, n);
@@ -304,13 +242,13 @@ TEST(ContactSync, BringsBothSidesIntoStepWhateverFails) {
             EXPECT_TRUE(again.IsEmpty() && !again.report.stop);
             EXPECT_EQ(again.report.refused.size(), test.refused);
             const auto& waiting = again.report.conflicts;
-            EXPECT_EQ(waiting.size(), test.prefer == sync::Prefer::kNone ? test.conflicts : 0u);
+            EXPECT_EQ(waiting.size(), prefer == Prefer::kNone ? test.conflicts : 0u);
             if (!waiting.empty() && waiting[0].text.starts_with("removed")) return fired;
             // A lost memory doubles nothing.
             const std::string lines = Lines(world, kFolder);
             world.memory.rows.clear();
             world.Sync();
-            EXPECT_TRUE(*test.before != 0 || Lines(world, kFolder) == lines);
+            EXPECT_TRUE(!test.before.empty() || Lines(world, kFolder) == lines);
             EXPECT_EQ(world.Of(kEudora).size(), inEudora);
             EXPECT_EQ(world.Of(kFolder).size(), inFolder);
             return fired;
@@ -349,7 +287,7 @@ TEST(ContactSync, RandomEditsNeverLoseAContactAndConverge) {
                 if (contents.contains(nickname)) continue;
                 notes.insert(note);
                 if (side == kEudora) ofEudora.insert(note);
-                world.Put(side, "", C(nickname + "|Name " + number(5) + "|||" + note));
+                world.Put(side, "", C(nickname + "/Name " + number(5) + "///" + note));
             } else {
                 auto [id, contact] = *std::next(contents.begin(), long(pick(contents.size())));
                 const std::string fresh =
@@ -442,7 +380,7 @@ TEST(ContactSync, RandomEditsNeverLoseAContactAndConverge) {
 TEST(ContactSync, PlansInProportionToTheContacts) {
     const auto work = [](int contacts) {
         ContactWorld world;
-        for (int i = 0; i < contacts; ++i) world.Put(kFolder, "", C("bob|B" + std::to_string(i)));
+        for (int i = 0; i < contacts; ++i) world.Put(kFolder, "", C("bob/B" + std::to_string(i)));
         const auto before = test::BytesRequested();
         EXPECT_EQ(world.MakePlan().steps.size(), static_cast<std::size_t>(contacts));
         return test::BytesRequested() - before;
@@ -451,10 +389,9 @@ TEST(ContactSync, PlansInProportionToTheContacts) {
 }
 
 TEST(Deletions, HaveALimit) {
-    const std::tuple<unsigned long, const char*, unsigned long> rows[] = {
-        {12, "", 10},  {40, "", 10}, {48, "", 12},    {48, "28%", 13},
-        {48, "0%", 0}, {48, "5", 5}, {48, "100%", 48}};
-    for (const auto& [total, limit, allowed] : rows) {
+    using Size = unsigned long;
+    for (const auto& [total, limit, allowed] :
+         ::test::Table<Size, std::string, Size>("deletions allowed")) {
         EXPECT_EQ(sync::DeletionsAllowed(total, sync::ParseLimit(limit)), allowed)
             << total << ", " << limit;
     }
@@ -476,13 +413,13 @@ TEST(ContactSync, AFullDiskEndsTheRunWithOneLine) {
 
 TEST(VdirContacts, LeavesWhatSomebodyElseChangedMeanwhile) {
     ContactWorld world;
-    world.Put(kFolder, "", C("a|A|1"));
+    world.Put(kFolder, "", C("a/A/1"));
     const base::StoreItem item = (*world.folder.List())[0];
-    world.Put(kFolder, item.id, C("a|A|2"));
-    EXPECT_THAT(world.folder.Change(item, C("a|A|3"), base::FieldSet::All()).Error().Message(),
+    world.Put(kFolder, item.id, C("a/A/2"));
+    EXPECT_THAT(world.folder.Change(item, C("a/A/3"), base::FieldSet::All()).Error().Message(),
                 ::testing::HasSubstr("changed during the run"));
     EXPECT_FALSE(world.folder.Remove(item));
-    EXPECT_EQ(Lines(world, kFolder), "a|A|2");
+    EXPECT_EQ(Lines(world, kFolder), "a/A/2");
 }
 
 }  // namespace

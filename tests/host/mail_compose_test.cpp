@@ -7,6 +7,7 @@
 #include "host/mail/mail_text.h"
 #include "platform/os/code_page.h"
 #include "tests/host/one_of.h"
+#include "tests/support/table.h"
 #include "text/ascii.h"
 
 namespace host {
@@ -22,23 +23,8 @@ std::string Shown(std::string_view text) {
 }
 
 TEST(MailText, MarksAndWrappingTellWhatItIs) {
-    const std::string wide(62, 'w');
-    const std::pair<std::string, std::string_view> rows[] = {
-        {"  \n", "P[  \n]"},
-        {"one\n<X-HTML>a</X-Html>\ntwo\n", "P[one\n]H[a]P[\ntwo\n]"},
-        {"<x-rich>r</x-html></x-rich><x-html><x-html>h</x-html>\n\n", "E[r</x-html>]H[<x-html>h]"},
-        // In the middle of a line a mark counts only with its end.
-        {"one<x-html>a</x-html>two <x-html> for HTML", "P[one]H[a]P[two <x-html> for HTML]"},
-        {"a\n<x-html>open\nto the end", "P[a\n]H[open\nto the end]"},
-        {wide + " \nnext\n  stuffed\n >not a quote\n From me\n-- \nTom\n", "F"},
-        {"> " + wide + " \n> more\n", "F"},
-        {"> " + wide + " \nmore\n", "P"},
-        {"A line that a writer breaks since the \nword_that_follows_it_is_so_long\n", "F"},
-        {"This line has room for more \nwords\n", "P"},
-        {wide + " \nnext\n one blank in front is no stuffing\n", "P"},
-        {std::string(80, 'w') + " \nnext\n", "P"},
-    };
-    for (const auto& [given, wanted] : rows) {
+    for (const auto& [given, wanted] :
+         test::Table<std::string, std::string>("texts and their pieces")) {
         EXPECT_EQ(Shown(given).substr(0, wanted.size()), wanted) << given;
     }
 }

@@ -5,6 +5,8 @@
 #include <random>
 #include <sstream>
 
+#include "tests/support/table.h"
+
 namespace host::testing {
 namespace {
 
@@ -375,51 +377,29 @@ TEST(MailSync, SendsNothingTwice) {
     }
 }
 
-// Mails of one Message-ID, each "name people text tie". Of the answer a letter is a mail: on the
-// left the number of its counterpart, - for none and ? for nobody knows; on the right ? or a point.
 TEST(MailSync, TellsMailsOfOneMessageIdApartByWhatTheyHold) {
-    const struct {
-        std::vector<std::string> left, right;
-        const char* answer;
-    } cases[] = {
-        {{"a p x"}, {"a q y"}, "0|."},  // the Message-ID is enough
-        {{"a p x"}, {"b p x"}, "0|."},
-        {{"a p x"}, {"b p y"}, "-|."},
-        {{"a"}, {"b p y"}, "-|."},
-        {{""}, {"b p y"}, "0|."},
-        {{"a p x", "b p x"}, {"b p x", "a p x"}, "10|.."},
-        {{"a p x", "a q x"}, {"a q x", "a p x"}, "10|.."},  // by the people
-        {{"a p x", "a p y"}, {"a p y"}, "-0|."},            // by the text
-        {{"a p x", "b p y"}, {"a p z"}, "0-|."},            // the only one of that name
-        {{"a p x S", "a p x N"}, {"a p x N", "a p x S"}, "10|.."},
-        {{"a p x S", "a p x S", "a p x N"}, {"a p x N", "a p x S"}, "1-0|.."},
-        {{"a p x", "a p y"}, {"a p z"}, "??|?"},
-        {{"a p x", "a p y"}, {"a p y", "a p z"}, "?0|.?"},
-        {{"a p x", "a p"}, {"a p x", "a p"}, "0?|.?"},
-        {{"a p x", "b p y"}, {"c p z", "b p y"}, "-1|.."},
-        {{"a p x", "a p x", "a p x"}, {}, "---|"},
-    };
-    const auto traits = [](const std::vector<std::string>& texts) {
+    const auto traits = [](const std::string& mails) {
         std::vector<mailsync::Traits> all;
-        for (const std::string& text : texts) {
+        std::istringstream list(mails);
+        for (std::string mail; std::getline(list, mail, ';');) {
             mailsync::Traits& one = all.emplace_back();
-            std::istringstream words(text);
+            std::istringstream words(mail);
             words >> one.name >> one.people >> one.text >> one.ties.emplace_back();
         }
         return all;
     };
-    for (const auto& [left, right, answer] : cases) {
+    for (const auto& [left, right, answer] :
+         ::test::Table<std::string, std::string, std::string>("mails of one Message-ID")) {
         const auto told = mailsync::TellApart(traits(left), traits(right));
         std::string found;
-        for (std::size_t i = 0; i < left.size(); ++i) {
+        for (std::size_t i = 0; i < told.rightOf.size(); ++i) {
             found += told.rightOf[i]         ? std::to_string(*told.rightOf[i])
                      : told.isUnclearLeft[i] ? "?"
                                              : "-";
         }
-        found += '|';
+        found += '/';
         for (const bool isUnclear : told.isUnclearRight) found += isUnclear ? '?' : '.';
-        EXPECT_EQ(found, answer) << ::testing::PrintToString(left)
-                                 << ::testing::PrintToString(right);
+        EXPECT_EQ(found, answer) << left << " and " << right;
     }
 }
 
