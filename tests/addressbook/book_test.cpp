@@ -4,6 +4,7 @@
 #include "tests/addressbook/book_fixture.h"
 #include "tests/support/failing_allocation.h"
 #include "tests/support/fault_sweep.h"
+#include "tests/support/table.h"
 
 using platform::testing::Fault;
 
@@ -21,26 +22,7 @@ Texts Keys(CEudoraAB& book) {
 
 // What stands where a random file seldom leads, and how each save writes it.
 TEST_F(BookTest, WritesTheNormalFormOnceAndForAll) {
-    const std::pair<std::string, std::string> forms[] = {
-        {"alias \"group\" b\n\nnote a 1\n\nnote a 2\n",
-         "alias a 1\r\nalias \"group\" b\r\n\r\nnote a 2"},
-        // A line end that it did not have must not become part of a nickname, and a CR that made
-        // a nickname too long must stay.
-        {"alias bob a\nalias bob\nalias bob b\n", "alias bob a\r\nalias bob \r\nalias bob b"},
-        {"alias \"a b\" 1\nalias \"a b\nlone\n", "alias \"a b\" 1\r\nalias \"a b\"\r\nlone"},
-        {"alias " + kName39 + "\r\n", "alias " + kName39 + "\r"},
-        {"alias a 1\r2\r\n", "alias a 1\r\nalias a \r2"},
-        {"alias a 1\r\nnote a <fax:>n", "alias a 1\r\nnote a n"},
-        {"alias a 1\r\nnote a <fax:f>name:n", "alias a 1\r\nnote a <fax:f><name:n>"},
-        // A nickname with a delimiter stands in full where that reads back.
-        {"alias a<b 1\nnote a<b free<fax:2><phone:3>text\n",
-         "alias a<b 1\r\nnote a<b <fax:2><phone:3>text\r\nalias a<b \r\nnote a<b <free>"},
-        {"alias <x 1\nnote <x <fax:2>\n", "alias <x 1\r\nnote <x <fax:2>"},
-        {"alias a<b 1\nnote a lost\n", "alias a<b 1\r\nalias a<b \r\nnote a<b <lost>"},
-        {"alias a<b 1\r\nnote a<b text", "alias a<b 1\r\nnote a >b text"},
-        {"alias bob\r\nnote bob <fax:2>text", "alias bob\r \r\nnote bob\r <fax:2>text"},
-        {"alias a<name:b 1\nnote a <fax:2>c\n", "alias a<name:b 1\r\nnote a <fax:2>c"}};
-    for (const auto& [content, saved] : forms) {
+    for (const auto& [content, saved] : test::Table<std::string, std::string>("normal forms")) {
         EXPECT_EQ(Resaved(content), saved) << content;
         EXPECT_EQ(Resaved(saved), saved);
     }

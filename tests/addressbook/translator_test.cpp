@@ -3,6 +3,7 @@
 #include "tests/addressbook/book_fixture.h"
 #include "tests/support/failing_allocation.h"
 #include "tests/support/fault_sweep.h"
+#include "tests/support/table.h"
 
 using test::Fault, test::ForEachFailingAllocation, test::Shortage;
 
@@ -58,7 +59,7 @@ TEST_F(TranslatorTest, TakesNullTextsAndKeepsCharactersWhole) {
 
 const std::string kToc = "C:\\Eudora\\nndbase.toc", kSide = std::string(kBookPath) + ".kvnew";
 const char* const kOther = "C:\\Eudora\\other.txt";
-const std::string kCarla = "Carla-of-a-long-nickname", kLonger = "longer-than-15-bytes";
+const std::string kCarla = "Carla-of-a-long-nickname";
 
 // One machine and book for one attempt.
 struct Scene final : TranslatorTest {
@@ -117,18 +118,6 @@ struct Scene final : TranslatorTest {
 };
 
 TEST(BookMemory, WhatFailsHasChangedNothingAndWorksTheNextTime) {
-    const std::pair<std::string, std::string> operations[] = {
-        {"edit\nset 2 x\nother", "open"},
-        {"", "find"},
-        {"first", "next"},
-        {"", "delete all"},
-        {"edit\nset 2 x", "set 7 " + kLonger},
-        {"new", "set 6 " + kLonger},
-        {"edit\nset 1 " + kLonger, "store"},
-        {"new\nset 1 " + kCarla, "store"},
-        {"new\nset 2 " + kLonger, "store"},
-        {"", "delete " + kCarla},
-        {"edit\nset 1 Dora-of-a-long-nickname\nstore\ndelete b", "save"}};
     const auto sweep = [](const auto& operation, bool isRepeated) {
         const auto& [before, act] = operation;
         SCOPED_TRACE(before + "; " + act);
@@ -185,7 +174,8 @@ TEST(BookMemory, WhatFailsHasChangedNothingAndWorksTheNextTime) {
             },
             6);
     };
-    for (const auto& operation : operations) {
+    for (const auto& operation :
+         test::Table<std::string, std::string>("operations that need memory")) {
         for (const bool isRepeated : {false, true}) sweep(operation, isRepeated);
     }
 }

@@ -1,10 +1,9 @@
 #include "tests/eumapi/stand_in_fixture.h"
+#include "tests/support/table.h"
 
 namespace {
 
-using std::string_literals::operator""s;
-
-// What a caller is shown: "SUBJECT|SENDER|CLASS NAME=ADDRESS; ...|DATE|TEXT".
+// What a caller is shown: "SUBJECT|SENDER|CLASS NAME=ADDRESS;...|DATE|TEXT".
 std::string Shown(const MapiMessage* mail) {
     if (mail == nullptr) return "nothing";
     const auto text = [](const char* from) { return std::string(from != nullptr ? from : "-"); };
@@ -14,7 +13,7 @@ std::string Shown(const MapiMessage* mail) {
     for (const auto& one : mapi::Recipients(*mail)) {
         EXPECT_TRUE(text(one.lpszAddress).starts_with("SMTP:"));
         all += std::to_string(one.ulRecipClass) + ' ' + one.lpszName + '=' + (one.lpszAddress + 5) +
-               "; ";
+               ';';
     }
     return all + '|' + text(mail->lpszDateReceived) + '|' + text(mail->lpszNoteText);
 }
@@ -33,49 +32,18 @@ class StandInReadTest : public StandInTest {
 };
 
 TEST_F(StandInReadTest, ShowsMailsAsPeopleWriteThem) {
-    const struct {
-        std::string mail, shown;
-        unsigned codePage = 1252;
-    } rows[] = {
-        {"From ???@??"
-         "? Wed Jan 02 02:03:55 1980\r\nMessage-ID: <x@y>\r\nDate: 2 Jan 1980 02:03:55 +0000\r\n"
-         "To: B <b@c.d>,\r\n \"C, D\" <c@d.e>\r\nCc: e@f.g\r\nBcc: h@i.j\r\nTo: k@l.m\r\n"
-         "From: =?utf-8?q?J=C3=B6?= <a@b.c>\r\nSubject: a\r\n b\r\n\r\n"
-         "<x-flowed>one\r\ntwo\0\r\n</x-flowed>\r\n"s,
-         "a b|J\xF6 <a@b.c>|1 B=b@c.d; 1 C, D=c@d.e; 1 k@l.m=k@l.m; 2 e@f.g=e@f.g; 3 h@i.j=h@i.j; |"
-         "1980/01/02 11:03|<x-flowed>one\ntwo \n</x-flowed>\n"},
-        {Mail("separator"), "separator|a@b.c|1 b@c.d=b@c.d; |1980/01/02 02:03|text\n"},
-        {"Date: Wed Jan 02 02:03:55 1980", "|||1980/01/02 02:03|"},
-        {"To:  A B  <a@b.c> , d@e.f", "||1 A B=a@b.c; 1 d@e.f=d@e.f; |-|"},
-        {"To: \"say \\\"hi\\\", you\" <a@b.c>", "||1 say \"hi\", you=a@b.c; |-|"},
-        {"To: a@b.c (A (deep, er))", "||1 A (deep, er)=a@b.c; |-|"},
-        {"To: A <@relay,@two:a@b.c>", "||1 A=a@b.c; |-|"},
-        {"To: T: a@b.c, D <d@e.f>;, g@h.i", "||1 a@b.c=a@b.c; 1 D=d@e.f; 1 g@h.i=g@h.i; |-|"},
-        {"To: ,, a@b.c,,", "||1 a@b.c=a@b.c; |-|"},
-        {"To: \"open <a@b.c>, d@e.f", "||1 \"open=a@b.c; 1 d@e.f=d@e.f; |-|"},
-        {"To: (open a@b.c, D <d@e.f>", "||1 (open a@b.c=(open a@b.c; 1 D=d@e.f; |-|"},
-        {"To: A <a@b.c, d@e.f", "||1 A <a@b.c=A <a@b.c; 1 d@e.f=d@e.f; |-|"},
-        {"From: <a@b.c>", "|a@b.c||-|"},
-        {"From: \"A <old@b.c>\" <a@b.c>", "|A old@b.c <a@b.c>||-|"},
-        {"From: A <a@b.c>, B <b@b.c>", "|A <a@b.c>||-|"},
-        {"Subject: =?iso-8859-15?q?=A4?= alle", "\x80 alle|||-|"},
-        {"Subject: =?utf-8?q?=E6=97=A5?=", "=?utf-8?q?=E6=97=A5?=|||-|"},
-        {"Subject: =?utf-8?q?=E6=97=A5?=", "\x93\xFA|||-|", 932},
-        {"Subject: =?utf-8?q?=1B$Z?=", "=?utf-8?q?=1B$Z?=|||-|", 932},
-        {"Subject: a =?us-ascii?q?x=0D=0ABcc:_y?=", "a x  Bcc: y|||-|"},
-        // The second byte of this character is a backslash to those who do not look at the first.
-        {"To: \"\x95\x5C\" <a@b>, c", "||1 \"\x95\x5C\"=a@b; 1 c=c; |-|"},
-        {"To: \"\x95\x5C\" <a@b>, c", "||1 \x95\x5C=a@b; 1 c=c; |-|", 932},
-    };
+    using T = std::string;
     machine.clock.offset = std::chrono::hours(9);
-    for (const auto& row : rows) {
-        machine.system.codePage = row.codePage;
+    for (const auto& [codePage, text, subject, sender, recipients, date, body] :
+         test::Table<unsigned, T, T, T, T, T, T>("mails that are shown")) {
+        machine.system.codePage = codePage;
         eumapi::SimpleMapi other(machine.system);
         ASSERT_EQ(other.Logon(&session), mapi::kSuccess);
-        MailboxBuilder().Mail(1, row.mail).Put(machine.files, kEudora);
+        MailboxBuilder().Mail(1, text).Put(machine.files, kEudora);
         MapiMessage* mail = nullptr;
         ASSERT_EQ(other.ReadMail(session, "0x00000001", mapi::kPeek, &mail), mapi::kSuccess);
-        EXPECT_EQ(Shown(mail), row.shown) << row.mail;
+        EXPECT_EQ(Shown(mail), subject + '|' + sender + '|' + recipients + '|' + date + '|' + body)
+            << text;
     }
 }
 
@@ -87,7 +55,7 @@ TEST_F(StandInReadTest, KeepsToTheFilesWhateverTheySay) {
     box.blocks[2].szSubject = "in the list";
     box.blocks[2].dwSeconds = 86400;
     box.Put(machine.files, kEudora);
-    const std::string rest = "|a@b.c|1 b@c.d=b@c.d; |1980/01/02 02:03|text\n";
+    const std::string rest = "|a@b.c|1 b@c.d=b@c.d;|1980/01/02 02:03|text\n";
     EXPECT_EQ(Shown(Read(1)), "first" + rest) << "up to the next mail";
     EXPECT_EQ(Shown(Read(2)), "second" + rest);
     EXPECT_EQ(Shown(Read(3)), "in the list|list@b.c||1970/01/02 00:00|");
@@ -103,21 +71,11 @@ TEST_F(StandInReadTest, KeepsToTheFilesWhateverTheySay) {
 TEST_F(StandInReadTest, FindsAttachmentsInTheirFoldersAlone) {
     machine.files.Put("C:\\Eudora\\EUDORA.INI",
                       "AutoReceiveDirectory=C:\\\r\n[SETTINGS]\r\nautoreceivedirectory = 'D:\\In'");
-    const std::string attach = "C:\\Eudora\\Attach\\";
-    const std::pair<std::string, std::string> rows[] = {
-        {attach + "a.txt", attach + "a.txt"},
-        {"c:/EUDORA/x/../attach/.\\E.TXT", attach + "e.txt"},
-        {attach + "sub\\a.txt", attach + "sub\\a.txt"},
-        {"E:\\c.txt", "D:\\In\\c.txt"},
-        {"C:\\secret.txt", ""},
-        {attach + "..\\..\\secret.txt", ""},
-        {"C:\\Eudora\\Attachments\\d.txt", ""},
-        {attach + "a.txt:s", ""},
-        {attach + "NUL", ""}};
     machine.files.Put("C:\\secret.txt", "");
     machine.files.Put("C:\\Eudora\\Attachments\\d.txt", "");
     std::vector<std::string> lines, sources, found;
-    for (const auto& [line, source] : rows) {
+    for (const auto& [line, source] :
+         test::Table<std::string, std::string>("paths of attachments")) {
         lines.push_back(line);
         if (source.empty()) continue;
         machine.files.Put(source, source);
@@ -136,7 +94,7 @@ TEST_F(StandInReadTest, FindsAttachmentsInTheirFoldersAlone) {
 }
 
 // What is stripped is what a reader leaves who takes off one line with a blank line above it for
-// each file. "@" begins a line; there is no file "b".
+// each file.
 TEST_F(StandInReadTest, PutsTheLinesOfItsFilesLast) {
     PutFile("a");
     PutFile("c d");
@@ -147,32 +105,19 @@ TEST_F(StandInReadTest, PutsTheLinesOfItsFilesLast) {
         }
         return text;
     };
-    const struct {
-        const char *text, *files, *arranged, *stripped;
-    } rows[] = {
-        {"x\n\n\n@\"C:\\a\"\n\n@C:\\c d \n", "a;c d;", "x\n\n\n@\"C:\\a\"\n\n@C:\\c d \n", "x\n"},
-        {"x\n\n@\"C:\\a\"\n\n@\"C:\\b\"", "a;", "x\n\n@\"C:\\b\"\n\n@\"C:\\a\"\n",
-         "x\n\n@\"C:\\b\""},
-        {"x\n@\"C:\\b\"\n\n@\"C:\\a\"\n@\"C:\\b\"", "a;",
-         "x\n@\"C:\\b\"\n\n@\"C:\\b\"\n\n@\"C:\\a\"\n", "x\n@\"C:\\b\"\n\n@\"C:\\b\""},
-        {"x\n\n@\"C:\\a\"\n\n@\"C:\\a\"", "a;", "x\n\n@\"C:\\a\"\n\n@\"C:\\a\"\n",
-         "x\n\n@\"C:\\a\""},
-        {"x\n\n@\"C:\\b\"", "", "x\n\n@\"C:\\b\"", "x\n\n@\"C:\\b\""},
-        {"@\"C:\\a\"\n@C:\\c d \n", "a;c d;", "\n\n@\"C:\\a\"\n\n@C:\\c d \n", ""},
-        {"x\n\n@\"C:\\a\"\n@C:\\c d ", "a;c d;", "x\n\n@\"C:\\a\"\n\n@C:\\c d \n", "x"},
-        {"x\n@\"C:\\a\"\nend\n\n@C:\\c d ", "c d;", "x\n@\"C:\\a\"\nend\n\n@C:\\c d ",
-         "x\n@\"C:\\a\"\nend"}};
-    for (const auto& row : rows) {
-        const auto* mail = ReadOnly("Subject: s\n\n" + spelt(row.text));
+    using T = std::string;
+    for (const auto& [text, found, arranged, bare] :
+         test::Table<T, T, T, T>("lines of attachments")) {
+        const auto* mail = ReadOnly("Subject: s\n\n" + spelt(text));
         std::string files, stripped = mail->lpszNoteText;
-        EXPECT_EQ(stripped, spelt(row.arranged));
+        EXPECT_EQ(stripped, spelt(arranged));
         for (const auto& file : mapi::Files(*mail)) {
             files.append(file.lpszFileName).append(";");
             EXPECT_TRUE(machine.files.Delete(file.lpszPathName)) << "not read-only";
             stripped.resize(std::min(stripped.rfind("\n\nAttachment Conv"), stripped.size()));
         }
-        EXPECT_EQ(files, row.files) << row.text;
-        EXPECT_EQ(stripped, spelt(row.stripped)) << row.text;
+        EXPECT_EQ(files, found) << text;
+        EXPECT_EQ(stripped, spelt(bare)) << text;
     }
 }
 
