@@ -22,7 +22,7 @@ Texts Keys(CEudoraAB& book) {
 
 // What stands where a random file seldom leads, and how each save writes it.
 TEST_F(BookTest, WritesTheNormalFormOnceAndForAll) {
-    for (const auto& [content, saved] : test::Table<std::string, std::string>("normal forms")) {
+    for (const auto& [content, saved] : test::Rows<2>("normal forms")) {
         EXPECT_EQ(Resaved(content), saved) << content;
         EXPECT_EQ(Resaved(saved), saved);
     }

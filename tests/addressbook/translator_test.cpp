@@ -174,8 +174,7 @@ TEST(BookMemory, WhatFailsHasChangedNothingAndWorksTheNextTime) {
             },
             6);
     };
-    for (const auto& operation :
-         test::Table<std::string, std::string>("operations that need memory")) {
+    for (const auto& operation : test::Rows<2>("operations that need memory")) {
         for (const bool isRepeated : {false, true}) sweep(operation, isRepeated);
     }
 }

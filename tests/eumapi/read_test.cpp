@@ -74,8 +74,7 @@ TEST_F(StandInReadTest, FindsAttachmentsInTheirFoldersAlone) {
     machine.files.Put("C:\\secret.txt", "");
     machine.files.Put("C:\\Eudora\\Attachments\\d.txt", "");
     std::vector<std::string> lines, sources, found;
-    for (const auto& [line, source] :
-         test::Table<std::string, std::string>("paths of attachments")) {
+    for (const auto& [line, source] : test::Rows<2>("paths of attachments")) {
         lines.push_back(line);
         if (source.empty()) continue;
         machine.files.Put(source, source);
@@ -105,9 +104,7 @@ TEST_F(StandInReadTest, PutsTheLinesOfItsFilesLast) {
         }
         return text;
     };
-    using T = std::string;
-    for (const auto& [text, found, arranged, bare] :
-         test::Table<T, T, T, T>("lines of attachments")) {
+    for (const auto& [text, found, arranged, bare] : test::Rows<4>("lines of attachments")) {
         const auto* mail = ReadOnly("Subject: s\n\n" + spelt(text));
         std::string files, stripped = mail->lpszNoteText;
         EXPECT_EQ(stripped, spelt(arranged));

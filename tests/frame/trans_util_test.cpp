@@ -87,8 +87,7 @@ TEST_F(TransUtilTest, SummaryTellsTheLimitsInShiftJis) {
 
 TEST_F(TransUtilTest, OnlyExactConversionsAreUsed) {
     constexpr auto kId = frame::StringId::kCannotOpenFile;
-    for (const auto& [text, alone, numbered] :
-         test::Table<std::string, std::string, std::string>("formats")) {
+    for (const auto& [text, alone, numbered] : test::Rows<3>("formats")) {
         LoadStrings({{1, text}});
         EXPECT_EQ(util.FormatString(kId, "T%n").Str(), alone) << text;
         EXPECT_EQ(util.FormatString(kId, "T%n", 27).Str(), numbered) << text;

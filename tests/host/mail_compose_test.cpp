@@ -23,8 +23,7 @@ std::string Shown(std::string_view text) {
 }
 
 TEST(MailText, MarksAndWrappingTellWhatItIs) {
-    for (const auto& [given, wanted] :
-         test::Table<std::string, std::string>("texts and their pieces")) {
+    for (const auto& [given, wanted] : test::Rows<2>("texts and their pieces")) {
         EXPECT_EQ(Shown(given).substr(0, wanted.size()), wanted) << given;
     }
 }

@@ -92,8 +92,7 @@ TEST(ParseMail, TellsWhatItHadToCut) {
 }
 
 TEST(TextOfHtml, SaysWhatAPersonWouldRead) {
-    for (const auto& [html, text] :
-         test::Table<std::string, std::string>("pages and their texts")) {
+    for (const auto& [html, text] : test::Rows<2>("pages and their texts")) {
         EXPECT_EQ(mail::TextOfHtml(html), text) << html;
     }
     EXPECT_EQ(mail::TextOfEnriched("<bold>a</bold>b>c << d <<<b>x <open"), "ab>c < d <x <open");

@@ -388,8 +388,7 @@ TEST(MailSync, TellsMailsOfOneMessageIdApartByWhatTheyHold) {
         }
         return all;
     };
-    for (const auto& [left, right, answer] :
-         ::test::Table<std::string, std::string, std::string>("mails of one Message-ID")) {
+    for (const auto& [left, right, answer] : ::test::Rows<3>("mails of one Message-ID")) {
         const auto told = mailsync::TellApart(traits(left), traits(right));
         std::string found;
         for (std::size_t i = 0; i < told.rightOf.size(); ++i) {

@@ -43,8 +43,7 @@ base::Field Named(const std::string& name) {
 }
 
 TEST(CardFields, ReadsWhatOtherProgramsWrite) {
-    for (const auto& [lines, field, value] :
-         ::test::Table<std::string, std::string, std::string>("fields of cards")) {
+    for (const auto& [lines, field, value] : ::test::Rows<3>("fields of cards")) {
         EXPECT_EQ(vcard::ReadFields(Parse(lines)).contact[Named(field)], value) << lines;
     }
     // What no field shows is counted, and groups are known.
@@ -57,8 +56,7 @@ TEST(CardFields, ReadsWhatOtherProgramsWrite) {
 
 // A line as it is after one field got a new value; the rest of the card is fixed.
 TEST(CardFields, ChangesOneLineAndKeepsItsShape) {
-    for (const auto& [before, name, value, after] :
-         ::test::Table<std::string, std::string, std::string, std::string>("changes of cards")) {
+    for (const auto& [before, name, value, after] : ::test::Rows<4>("changes of cards")) {
         vcard::Card card = Parse("REV:1\nX:1\n" + before);
         const base::Field field = Named(name);
         base::Contact contact;

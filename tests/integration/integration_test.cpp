@@ -13,7 +13,7 @@
 
 using platform::testing::ScriptedView;
 using platform::testing::TestSystem;
-using test::Table;
+using test::Rows, test::Table;
 using Message = platform::testing::ScriptedDialogs::Message;
 
 namespace {
@@ -26,8 +26,7 @@ TEST(LocateTest, EudoraNeedsBothValuesAndItsProgramAndIsTheClientByItsExactComma
     const auto set = [&](const char* key, const std::string& value, const std::string& text) {
         (void)machine.registry.WriteText(platform::RegistryRoot::kLocalMachine, key, value, text);
     };
-    for (const auto& [value, text, found] :
-         Table<std::string, std::string, std::string>("steps to an installed Eudora")) {
+    for (const auto& [value, text, found] : Rows<3>("steps to an installed Eudora")) {
         value == "file" ? machine.files.Put(text, "MZ") : set(locate::kAppPathsKey, value, text);
         const bool isFound = locate::FindEudora(machine.registry, machine.files, folder, program);
         EXPECT_EQ((isFound ? "" : "not ") + folder.Str() + ", " + program.Str(), found);
@@ -90,7 +89,7 @@ struct OptionsModel {
 };
 
 TEST(OptionsDialogTest, RandomUsersMeetThePlainRules) {
-    const auto typed = Table<std::string, std::string>("numbers typed");
+    const auto typed = Rows<2>("numbers typed");
     std::mt19937 random(1);
     TestSystem machine;
     CEudoraTransUtil util{machine.system};

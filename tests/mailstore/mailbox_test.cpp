@@ -216,7 +216,7 @@ TEST(MailDate, AllFormsInManyZones) {
 }
 
 TEST(MailDate, FivePiecesMakeADate) {
-    for (const auto& [text, date] : test::Table<std::string, std::string>("dates of the library")) {
+    for (const auto& [text, date] : test::Rows<2>("dates of the library")) {
         const auto parsed = mailstore::ParseDate(text);
         EXPECT_EQ(parsed.has_value(), date != "none") << text;
         EXPECT_TRUE(!parsed || *parsed == std::stod(date)) << text;

@@ -159,8 +159,7 @@ TEST_P(FilesContract, SaysWhatIsInTheWay) {
     ASSERT_TRUE(m_files.CreateFolder(At("folder")));
     m_store.makeReadOnly("fixed");
     const auto held = m_files.Open(At("held"), OpenMode::kRead, Share::kReadWrite);
-    for (const auto& [name, from, to, reason] :
-         Table<std::string, std::string, std::string, std::string>("steps that are refused")) {
+    for (const auto& [name, from, to, reason] : Rows<4>("steps that are refused")) {
         EXPECT_EQ(Reason(kNamedSteps.at(name)(m_files, At(from), At(to))), reason)
             << name << " " << from << " " << to;
     }
@@ -179,7 +178,7 @@ TEST_P(FilesContract, SaysWhatIsInTheWay) {
 TEST_P(FilesContract, NamesHavePatternsAndOnWindowsNoCase) {
     for (const char* name : {"a.txt", "B.TXT", "ab.txt", "c.txtx", "d"}) Put(name, "1");
     ASSERT_TRUE(m_files.CreateFolder(At("f.txt")));
-    for (const auto& [pattern, names] : Table<std::string, std::string>("names that match")) {
+    for (const auto& [pattern, names] : Rows<2>("names that match")) {
         EXPECT_EQ(Names(pattern), names) << pattern;
     }
     EXPECT_EQ(CodeOf(m_files.List(At("none"), "*")), ErrorCode::kNotFound);

@@ -17,7 +17,7 @@
 namespace {
 
 using namespace std::string_literals;
-using test::Table;
+using test::Rows, test::Table;
 
 TEST(KvUtilTest, TextBlocksComeFromPlainNew) {
     char* block = nullptr;
@@ -101,8 +101,7 @@ TEST(AttachmentTextTest, AnyBytesComeBackAndDamagedLinesEndTheList) {
     EXPECT_TRUE(std::equal(list.begin(), list.end(), back.begin(), back.end(), same));
 
     EXPECT_EQ(StrToAttachmentInfo("1\t0\tx\ty\tz", back), RRC_OK) << "a last line without LF";
-    for (const auto& [line, end] :
-         Table<std::string, std::string>("lines that are no attachments")) {
+    for (const auto& [line, end] : Rows<2>("lines that are no attachments")) {
         const std::string bad = line + end;
         EXPECT_EQ(StrToAttachmentInfo(("7\t0\ta\tb\tc\n" + bad).c_str(), back), RRC_FAILED);
         EXPECT_EQ(back.GetSize(), 1) << "what stood before it: " << bad;

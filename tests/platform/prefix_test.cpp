@@ -121,7 +121,7 @@ TEST(PathMapper, GoesBothWays) {
 }
 
 TEST(RegistryText, Finds) {
-    for (const auto& [lines, expected] : Table<std::string, std::string>("registry lines")) {
+    for (const auto& [lines, expected] : Rows<2>("registry lines")) {
         SCOPED_TRACE(lines);
         const std::string text = "WINE REGISTRY Version 2\n\n[K\\\\L\\[b\\]\\x3042] 1\n" + lines;
         const std::u16string key = u"\\k\\\\L[b]\u3042\\";
@@ -132,9 +132,7 @@ TEST(RegistryText, Finds) {
 }
 
 TEST(RegistryText, WritesInTheFormOfItsNeighbours) {
-    for (const auto& [before, key, name, value, expected] :
-         Table<std::string, std::string, std::string, std::string, std::string>(
-             "registry values written")) {
+    for (const auto& [before, key, name, value, expected] : Rows<5>("registry values written")) {
         const auto now = std::chrono::system_clock::from_time_t(1'700'000'000);
         const std::string after =
             platform::prefix::WithValue(before, Wide(key), Wide(name), *Value(value), now);
@@ -146,8 +144,7 @@ TEST(RegistryText, WritesInTheFormOfItsNeighbours) {
 // A 32-bit program in a prefix of 64 bits has its own Software keys, but for Classes. Where it has
 // none of its own, it reads the other one.
 TEST(PrefixRegistry, SeesAndWritesTheNodeOf32BitPrograms) {
-    for (const auto& [arch, name, key, place] :
-         Table<std::string, std::string, std::string, std::string>("keys of 32-bit programs")) {
+    for (const auto& [arch, name, key, place] : Rows<4>("keys of 32-bit programs")) {
         SCOPED_TRACE(arch + " " + key);
         const auto root = name == "user" ? kUser : kMachine;
         const PrefixFolder prefix;
@@ -242,8 +239,7 @@ TEST(PrefixSystem, SaysWhatThePrefixSays) {
     const auto entries = files.List("C:\\", "*");
     for (const auto& entry : *entries) names.insert(entry.name);
     EXPECT_THAT(names, ::testing::ElementsAre("caf?", "windows", "\x95\\\x8E\xA6.txt"));
-    for (const auto& [from, to, named] :
-         Table<std::string, std::string, std::string>("files that a failed move names")) {
+    for (const auto& [from, to, named] : Rows<3>("files that a failed move names")) {
         EXPECT_EQ(files.Move(from, to).Error().context, named) << from << " " << to;
     }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <fstream>
 #include <string>
 #include <string_view>
@@ -26,8 +27,7 @@ void ReadCell(const std::string& text, Number& value) {
     value = static_cast<Number>(std::stod(text));
 }
 
-template <class Value>
-Value TakeCell(std::string_view& row) {
+inline std::string TakeCell(std::string_view& row) {
     const auto bar = std::min(row.find('|'), row.size());
     const std::string_view cell = row.substr(0, bar);
     row.remove_prefix(std::min(bar + 1, row.size()));
@@ -47,26 +47,36 @@ Value TakeCell(std::string_view& row) {
             i += 2;
         }
     }
-    Value value{};
-    ReadCell(text, value);
-    return value;
+    return text;
 }
 
-template <class... Cells>
-std::vector<std::tuple<Cells...>> Table(const std::string& name) {
+// The rows of a table of so many columns.
+template <std::size_t kCells>
+std::vector<std::array<std::string, kCells>> Rows(const std::string& name) {
     std::ifstream file(KV_TABLES, std::ios::binary);
-    std::vector<std::tuple<Cells...>> rows;
+    std::vector<std::array<std::string, kCells>> rows;
     bool isInside = false;
     for (std::string line; std::getline(file, line);) {
         if (line.starts_with("== ")) {
             isInside = line.substr(3) == name;
         } else if (isInside && !line.empty() && !line.starts_with("# ")) {
-            EXPECT_EQ(std::ranges::count(line, '|') + 1, sizeof...(Cells)) << line;
+            EXPECT_EQ(std::ranges::count(line, '|') + 1, kCells) << line;
             std::string_view rest = line;
-            rows.push_back(std::tuple<Cells...>{TakeCell<Cells>(rest)...});
+            for (std::string& cell : rows.emplace_back()) cell = TakeCell(rest);
         }
     }
     EXPECT_FALSE(rows.empty()) << "no table of " << name;
+    return rows;
+}
+
+// The same, with cells that are no texts.
+template <class... Cells>
+std::vector<std::tuple<Cells...>> Table(const std::string& name) {
+    std::vector<std::tuple<Cells...>> rows;
+    for (const auto& texts : Rows<sizeof...(Cells)>(name)) {
+        auto text = texts.begin();
+        std::apply([&](auto&... cells) { (ReadCell(*text++, cells), ...); }, rows.emplace_back());
+    }
     return rows;
 }
 

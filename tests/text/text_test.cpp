@@ -94,7 +94,7 @@ TEST(Calendar, OleDatesAreMomentsAndTimesHaveTexts) {
 }
 
 TEST(Calendar, ReadsDatesOfMails) {
-    for (const auto& [mail, expected] : Table<std::string, std::string>("dates of mails")) {
+    for (const auto& [mail, expected] : Rows<2>("dates of mails")) {
         const auto date = text::ReadMailDate(mail);
         const auto zone = date && date->zone ? text::ZoneText(*date->zone) : "";
         EXPECT_EQ(date ? text::IsoText(date->time) + zone : "", expected) << mail;
