@@ -6,23 +6,7 @@
 #include "mailbox/toc_file.h"
 #include "platform/os/little_endian.h"
 #include "platform/testing/memory_files.h"
-
-namespace {
-
-// The id of a mail the plain way; nothing if the mail has no place for one.
-std::optional<std::string> PlainId(std::string text) {
-    text.resize(std::min(text.find('\0'), text.size()));
-    const auto to = text.find("To: ");
-    if (to == text.npos) return std::nullopt;
-    text.resize(to);
-    const auto at = std::min(text.find("Message-ID: <"), text.size());
-    text.erase(0, at < text.size() ? at : std::min(text.find("Message-Id: <"), text.size()));
-    text.erase(0, std::string_view("Message-ID: <").size());
-    text.erase(0, text.find_first_not_of('>'));
-    return text.substr(0, text.find('>'));
-}
-
-}  // namespace
+#include "tests/mailstore/mailbox_builder.h"
 
 // Two bytes of length, a .toc file of that length, and a .mbx file: the index must be what a plain
 // reading of each mail gives.
@@ -54,7 +38,7 @@ void Check(std::string_view input) {
             mailbox::MsgBlock::Decode(at < toc.size() ? toc.substr(at) : std::string_view());
         lastId = block.dwMsgId;
         if (block.dwOffset >= mbx.size()) continue;
-        const auto id = PlainId(std::string(mbx.substr(block.dwOffset, block.dwLength)));
+        const auto id = PlainMessageId(std::string(mbx.substr(block.dwOffset, block.dwLength)));
         if (id) plain[block.dwMsgId] = *id;
     }
     Require(last && *last == lastId && ids == plain);

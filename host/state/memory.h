@@ -36,6 +36,7 @@ struct RememberedPair {
 // run pairs the two by it.
 struct Intent {
     std::string oldId, newId, folderId;
+    bool operator==(const Intent&) const = default;
 };
 
 // All that is remembered of one address book and one folder.
@@ -90,6 +91,7 @@ struct RememberedMail {
     // The Message-ID that its file has; empty in a memory of an earlier version.
     std::string fileId;
     MailLack lack = MailLack::kNothing;
+    bool operator==(const RememberedMail&) const = default;
 };
 
 // A change of the memory of mails, made in one step.

@@ -105,18 +105,14 @@ TEST(ModuleTest, EveryOperationStandsAtItsPosition) {
         {"4 words", with(w, w, w, w)},
         {"5 words", with(w, w, w, w, w)},
     };
-    const std::map<std::string, RRETURNCODE> codes = {{"OK", RRC_OK},
-                                                      {"NONE", RRC_NONE},
-                                                      {"EOF", RRC_EOF},
-                                                      {"FAILED", RRC_FAILED},
-                                                      {"NOT_SUPPORTED", RRC_NOT_SUPPORTED}};
     std::set<std::size_t> tested;
-    for (const auto& [positions, code, call, line] : test::Rows<4>("operations")) {
+    for (const auto& [positions, code, call, line] :
+         test::Table<std::string, int, std::string, std::string>("operations")) {
         std::istringstream numbers(positions);
         for (std::size_t at = 0; numbers >> at;) {
             const LogCapture log;
             EXPECT_TRUE(tested.insert(at).second) << at << " twice";
-            EXPECT_EQ(calls.at(call)(at), codes.at(code)) << at;
+            EXPECT_EQ(calls.at(call)(at), code) << at;
             const std::string first = log.Lines().empty() ? "" : log.Lines()[0];
             EXPECT_EQ(first, line.empty() ? "" : "5 Enter CREudoraTransBase::" + line + '\n');
         }

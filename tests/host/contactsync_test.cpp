@@ -162,12 +162,6 @@ std::string Lines(ContactWorld& world, sync::Side side) {
     return all;
 }
 
-// A row of the table that tells of them all.
-struct Case {
-    std::string what, before, eudoraEdits, folderEdits, eudoraAfter, folderAfter, prefer;
-    std::size_t conflicts, refused;
-};
-
 void Edit(ContactWorld& world, sync::Side side, const std::string& edits) {
     for (std::size_t at = 0; at < edits.size();) {
         const auto end = std::min(edits.find("; ", at), edits.size());
@@ -193,40 +187,39 @@ TEST(ContactSync, BringsBothSidesIntoStepWhateverFails) {
                                                        {"newer", Prefer::kNewer},
                                                        {"none", Prefer::kNone}};
     using T = std::string;
-    for (const auto& row :
+    for (const auto& [what, before, eudoraEdits, folderEdits, eudoraAfter, folderAfter, preferred,
+                      conflicts, refused] :
          ::test::Table<T, T, T, T, T, T, T, std::size_t, std::size_t>("contacts in step")) {
-        const Case test = std::apply([](const auto&... cells) { return Case{cells...}; }, row);
-        const Prefer prefer = preferences.at(test.prefer);
-        SCOPED_TRACE(test.what);
+        const Prefer prefer = preferences.at(preferred);
+        SCOPED_TRACE(what);
         test::ForEveryFault([&](Fault fault, int n) {
             ContactWorld world;
             const std::string others[] = {".hidden.vcf", "a.vcf.kvnew", "color", "sub\\c.vcf"};
             for (const std::string& other : others) world.disk.Put("C:\\cards\\" + other, "?");
-            Edit(world, kFolder, test.before);
+            Edit(world, kFolder, before);
             world.Sync();
             world.options.prefer = prefer;
             if (prefer == Prefer::kNewer) world.eudora.changedAt = world.eudora.changedAt.max();
-            Edit(world, kEudora, test.eudoraEdits);
-            Edit(world, kFolder, test.folderEdits);
+            Edit(world, kEudora, eudoraEdits);
+            Edit(world, kFolder, folderEdits);
             const auto expectInStep = [&] {
-                EXPECT_EQ(Lines(world, kEudora), test.eudoraAfter);
-                EXPECT_EQ(Lines(world, kFolder),
-                          test.folderAfter == "=" ? test.eudoraAfter : test.folderAfter);
+                EXPECT_EQ(Lines(world, kEudora), eudoraAfter);
+                EXPECT_EQ(Lines(world, kFolder), folderAfter == "=" ? eudoraAfter : folderAfter);
             };
-            const std::size_t before[] = {world.Of(kEudora).size(), world.Of(kFolder).size()};
+            const std::size_t held[] = {world.Of(kEudora).size(), world.Of(kFolder).size()};
             world.files.Arm(fault, n);
             const sync::Report report = world.Sync();
             const bool fired = world.files.Disarm();
             for (const sync::Side side : {kEudora, kFolder}) {
                 EXPECT_EQ(world.Of(side).size() + report.Count(side, sync::Verb::kRemove),
-                          before[side == kFolder] + report.Count(side, sync::Verb::kAdd))
+                          held[side == kFolder] + report.Count(side, sync::Verb::kAdd))
                     << "what was done is told";
             }
             EXPECT_EQ(world.disk.OpenCount(), 0);
             if (report.errors.empty()) {
                 expectInStep();
-                EXPECT_EQ(report.conflicts.size() + report.notes.size(), test.conflicts);
-                EXPECT_EQ(report.refused.size(), test.refused);
+                EXPECT_EQ(report.conflicts.size() + report.notes.size(), conflicts);
+                EXPECT_EQ(report.refused.size(), refused);
             }
             EXPECT_TRUE(fired || report.errors.empty());
             world.Sync();
@@ -240,15 +233,15 @@ TEST(ContactSync, BringsBothSidesIntoStepWhateverFails) {
             }
             const contactsync::Plan again = world.MakePlan();
             EXPECT_TRUE(again.IsEmpty() && !again.report.stop);
-            EXPECT_EQ(again.report.refused.size(), test.refused);
+            EXPECT_EQ(again.report.refused.size(), refused);
             const auto& waiting = again.report.conflicts;
-            EXPECT_EQ(waiting.size(), prefer == Prefer::kNone ? test.conflicts : 0u);
+            EXPECT_EQ(waiting.size(), prefer == Prefer::kNone ? conflicts : 0u);
             if (!waiting.empty() && waiting[0].text.starts_with("removed")) return fired;
             // A lost memory doubles nothing.
             const std::string lines = Lines(world, kFolder);
             world.memory.rows.clear();
             world.Sync();
-            EXPECT_TRUE(!test.before.empty() || Lines(world, kFolder) == lines);
+            EXPECT_TRUE(!before.empty() || Lines(world, kFolder) == lines);
             EXPECT_EQ(world.Of(kEudora).size(), inEudora);
             EXPECT_EQ(world.Of(kFolder).size(), inFolder);
             return fired;

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -52,4 +54,17 @@ inline std::string MailText(const std::vector<std::string>& lines,
     std::string text = "From ???@??? Wed Jan 02 02:03:55 1980\r\n";
     for (const auto& line : lines) text += line + "\r\n";
     return text + "To: a@b.example\r\n\r\n" + body;
+}
+
+// The Message-ID of a stored mail the plain way; nothing if the mail has no place for one.
+inline std::optional<std::string> PlainMessageId(std::string text) {
+    text.resize(std::min(text.find('\0'), text.size()));
+    const auto to = text.find("To: ");
+    if (to == text.npos) return std::nullopt;
+    text.resize(to);
+    const auto at = std::min(text.find("Message-ID: <"), text.size());
+    text.erase(0, at < text.size() ? at : std::min(text.find("Message-Id: <"), text.size()));
+    text.erase(0, std::string_view("Message-ID: <").size());
+    text.erase(0, text.find_first_not_of('>'));
+    return text.substr(0, text.find('>'));
 }
