@@ -1,7 +1,6 @@
 // Plays files of cases and holds what comes of it against what they say: see
 // README.md.
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -10,6 +9,7 @@
 #include "tests/cases/readable.h"
 #include "tests/cases/world.h"
 #include "tests/platform/temp_folder.h"
+#include "text/ascii.h"
 
 namespace cases {
 namespace {
@@ -79,9 +79,7 @@ std::string Unmistakable(const std::string& line) {
         !line.starts_with("== ")) {
         return line;
     }
-    std::array<char, 5> escape{};
-    std::snprintf(escape.data(), escape.size(), "\\x%02X", static_cast<unsigned>(line[0]));
-    return escape.data() + line.substr(1);
+    return "\\x" + text::Hex(line.substr(0, 1)) + line.substr(1);
 }
 
 // Plays lines and gives them with what the commands told instead of what was

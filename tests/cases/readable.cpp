@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <cstdio>
 #include <ctime>
 #include <regex>
 
 #include <nlohmann/json.hpp>
 
+#include "text/ascii.h"
 #include "text/utf.h"
 
 namespace cases {
@@ -34,12 +34,8 @@ std::string Readable(std::string_view bytes) {
         std::string_view rest = bytes;
         const bool isSeen = CanBeSeen(text::TakeUtf8(rest)) && !looksEscaped;
         for (; bytes.size() > rest.size(); bytes.remove_prefix(1)) {
-            std::array<char, 5> shown{bytes[0]};
-            if (!isSeen) {
-                std::snprintf(shown.data(), shown.size(), "\\x%02X",
-                              static_cast<unsigned char>(bytes[0]));
-            }
-            text += shown.data();
+            const auto byte = bytes.substr(0, 1);
+            text += isSeen ? std::string(byte) : "\\x" + text::Hex(byte);
         }
     }
     return text;
@@ -59,9 +55,7 @@ std::string BytesOf(std::string_view readable) {
 }
 
 void Replace(std::string& line, const std::string& from, const std::string& to) {
-    for (std::size_t at = 0; (at = line.find(from, at)) != line.npos; at += to.size()) {
-        line.replace(at, from.size(), to);
-    }
+    line = text::Replaced(line, from, to);
 }
 
 std::vector<std::string> Lines(std::string_view text) {
