@@ -28,6 +28,11 @@ struct Machine {
         if (!paths) return paths.Error();
         return backups.Make(*paths, "test");
     }
+    std::string MakeId() {
+        const auto made = Make();
+        EXPECT_TRUE(made) << made.Error().Message();
+        return made ? made->id : "none";
+    }
     base::Result<backup::Restored> Restore(const std::string& id, const backup::Ready& ready = {}) {
         return backup::Restore(files, clock, backups, id, {}, ready);
     }
@@ -35,10 +40,11 @@ struct Machine {
 
 TEST(Backups, TheSecondOfOneMomentGetsANumberAndAnUnknownOneIsRefused) {
     Machine machine;
-    const std::string id = machine.Make()->id;
+    const std::string id = machine.MakeId();
     EXPECT_EQ(id, "19700101-000000");
     EXPECT_EQ(machine.Restore(id)->before, id + "-2");
-    while (machine.Make()->id != id + "-10") {
+    for (int number = 3; number <= 10; ++number) {
+        EXPECT_EQ(machine.MakeId(), id + '-' + std::to_string(number));
     }
     const auto listed = *machine.backups.List();
     EXPECT_EQ(listed.back().id, id + "-10") << "the newest is the last";
@@ -132,7 +138,7 @@ TEST(Backups, OfTheOtherSideOnlyWhatIsMissingOrChangedComesBack) {
         machine.disk.Put(path, bytes("1", "kept"));
         const auto kind = isCard ? backup::Kind::kCard : backup::Kind::kMail;
         const auto made = machine.backups.Make({{path, kind}}, "test", {"C:\\e", "", "C:\\m"});
-        EXPECT_TRUE(machine.disk.Delete(path));
+        ASSERT_TRUE(made && machine.disk.Delete(path));
         if (!present.empty()) machine.disk.Put(present, bytes("1", content));
         const std::string later = isCard ? "C:\\m\\b.vcf" : "C:\\m\\cur\\2.x!2,T";
         machine.disk.Put(later, bytes("2", content));
