@@ -271,6 +271,13 @@ TEST(ContactSync, RandomEditsNeverLoseAContactAndConverge) {
             for (const auto& [id, contact] : world.Of(side)) there.insert(contact[Field::kNote]);
             return there;
         };
+        const auto lost = [&] {
+            std::set<std::string> missing = notes;
+            for (const sync::Side side : {kEudora, kFolder}) {
+                for (const std::string& note : notesOf(side)) missing.erase(note);
+            }
+            return missing;
+        };
         for (int edit = 0; edit < 36; ++edit) {
             const sync::Side side = pick(2) == 0 ? kEudora : kFolder;
             const Contents contents = world.Of(side);
@@ -334,10 +341,7 @@ TEST(ContactSync, RandomEditsNeverLoseAContactAndConverge) {
         }
         world.options.direction = sync::Direction::kBoth;
         world.Sync();
-        for (const sync::Side side : {kEudora, kFolder}) {
-            for (const std::string& note : notesOf(side)) notes.erase(note);
-        }
-        EXPECT_THAT(notes, IsEmpty()) << "what is lost";
+        EXPECT_THAT(lost(), IsEmpty());
         // One conflict after the other is resolved, and nothing else is done.
         for (auto plan = world.MakePlan();
              waits && !plan.report.stop && !plan.report.conflicts.empty();) {
@@ -361,11 +365,10 @@ TEST(ContactSync, RandomEditsNeverLoseAContactAndConverge) {
         for (const sync::Side side : {kEudora, kFolder}) {
             for (const auto& [id, contact] : world.Of(side)) {
                 held[side == kFolder].insert(base::BeyondNickname(world.eudora.Hold(contact)));
-                notes.erase(contact[Field::kNote]);
             }
         }
         EXPECT_EQ(held[0], held[1]);
-        EXPECT_THAT(notes, IsEmpty()) << "what is lost";
+        EXPECT_TRUE(waits || lost().empty()) << "but for what was decided";
     }
 }
 

@@ -148,12 +148,16 @@ TEST_F(MailTest, AStatusBelongsToOneEdit) {
     const auto set = [&](std::int32_t status) { EXPECT_TRUE(mail->Set("10", status)); };
     const auto again = [&] { (void)mail->EditRecord(); };
     const auto out = [&] { mail->GoToRecord(read), mail->Add({.status = 2}); };
+    const auto isKept = [&] {  // the one that is shown
+        MapiMessage* message = nullptr;
+        EXPECT_TRUE(util.mapi.GetCurrentMessage(message) == 1 && message->flFlags == 0);
+    };
     const std::pair<std::function<void()>, const char*> rows[] = {
         {[&] { mail->EditRecord(unread), set(1), mail->GoToRecord(read); }, "01"},
         {[&] { mail->EditRecord(unread), set(0x20001), again(); }, "01"},
         {[&] { mail->Edit(unread, 0x20001), mail->Close(0), again(); }, "11"},
         {[&] { mail->EditRecord(unread), mail->GoToRecord("0x9"), again(), set(0x20001); }, "01"},
-        {[&] { out(), again(), set(1); }, "01"},
+        {[&] { out(), again(), set(1), isKept(); }, "01"},
         {[&] { out(), mail->DeleteRecord(); }, "01"},
         {[&] { mail->GoToRecord(read), mail->Edit("", 1); }, "00"}};
     int row = 0;
@@ -378,9 +382,8 @@ TEST_F(AttachTest, FaultsLoseNoFile) {
         machine.files.Put("C:\\E\\Attach\\a", "old");
         for (const auto& source : sources) machine.files.Put(source, source);
         machine.faults.Arm(fault, number);
-        const auto entries = Add(sources, "a", true);
+        (void)Add(sources, "a", true);
         const bool fired = machine.faults.Disarm();
-        EXPECT_EQ(entries.starts_with("failed"), m_copies.size() < 2);
         for (std::size_t i = 0; i < 2; ++i) {
             const bool isEntered = i < m_copies.size();
             EXPECT_EQ(machine.files.Get(isEntered ? m_copies[i] : sources[i]), sources[i]);
