@@ -182,15 +182,11 @@ void Edit(ContactWorld& world, sync::Side side, const std::string& edits) {
 // is ever a half one, and what a failure kept from being done is told.
 TEST(ContactSync, BringsBothSidesIntoStepWhateverFails) {
     using sync::Prefer;
-    const std::map<std::string, Prefer> preferences = {{"both", Prefer::kBoth},
-                                                       {"Eudora", Prefer::kEudora},
-                                                       {"newer", Prefer::kNewer},
-                                                       {"none", Prefer::kNone}};
     using T = std::string;
     for (const auto& [what, before, eudoraEdits, folderEdits, eudoraAfter, folderAfter, preferred,
                       conflicts, refused] :
          ::test::Table<T, T, T, T, T, T, T, std::size_t, std::size_t>("contacts in step")) {
-        const Prefer prefer = preferences.at(preferred);
+        const Prefer prefer = sync::ParsePrefer(preferred).value_or(Prefer::kNone);
         SCOPED_TRACE(what);
         test::ForEveryFault([&](Fault fault, int n) {
             ContactWorld world;
