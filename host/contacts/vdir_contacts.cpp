@@ -1,5 +1,6 @@
 #include "host/contacts/vdir_contacts.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "host/vcard/card_fields.h"
@@ -67,6 +68,7 @@ base::Result<std::vector<base::StoreItem>> VdirContacts::List() {
             return marker.Error();
         }
     }
+    std::ranges::sort(items, {}, &base::StoreItem::id);
     return items;
 }
 
