@@ -64,8 +64,9 @@ void Show(const std::string& text, std::vector<std::string>& told) {
         if (isDos && line.ends_with('\r')) line.pop_back();
         told.push_back(Readable(line));
     }
-    if (isDos) told.emplace_back("(CR LF)");
-    if (!text.empty() && !text.ends_with('\n')) told.emplace_back("(no line end)");
+    const bool isOpen = !text.empty() && !text.ends_with('\n');
+    if (isDos) told.emplace_back(isOpen ? "(CR LF, no line end)" : "(CR LF)");
+    if (isOpen && !isDos) told.emplace_back("(no line end)");
 }
 
 // Appends a mail of these lines, which its separator line comes in front of, to a mailbox; none
@@ -184,6 +185,11 @@ bool World::DoWithFiles(const std::vector<std::string>& words,
     } else if (what == "write") {
         const std::string end = word(2) == "crlf" ? "\r\n" : "\n";
         test::WriteDisk(m_folder / word(1), BytesOf(Meant(Joined(input, end))));
+    } else if (what == "vcard") {
+        std::vector<std::string> card(words.begin() + 1, words.end());
+        card[0] = "BEGIN:VCARD\nVERSION:4.0";
+        card.emplace_back("END:VCARD");
+        test::WriteDisk(m_folder / word(1), Joined(card, "\n"));
     } else if (what == "replace") {
         change([&](std::string& content) {
             const auto at = content.find(word(2));
@@ -285,7 +291,6 @@ int World::Run(const std::vector<std::string>& words, const std::vector<std::str
         if (code >= 256) code >>= 8;
         TellOutput(isShell ? input : std::vector<std::string>(), told);
     }
-    if (words.back() == "sorted") std::ranges::sort(told);
     if (words.end() - bar == 3) {
         std::erase_if(told, [&](const auto& one) { return one.starts_with(words.back()); });
     }
