@@ -185,6 +185,11 @@ bool World::DoWithFiles(const std::vector<std::string>& words,
     } else if (what == "write") {
         const std::string end = word(2) == "crlf" ? "\r\n" : "\n";
         test::WriteDisk(m_folder / word(1), BytesOf(Meant(Joined(input, end))));
+    } else if (what == "letter") {
+        std::vector<std::string> lines(words.begin() + 2, words.end());
+        lines.emplace_back();
+        lines.insert(lines.end(), input.begin(), input.end());
+        test::WriteDisk(m_folder / word(1), BytesOf(Joined(lines, "\n")));
     } else if (what == "vcard") {
         std::vector<std::string> card(words.begin() + 1, words.end());
         card[0] = "BEGIN:VCARD\nVERSION:4.0";
@@ -404,8 +409,16 @@ void World::TellNews(const Files& before, const Files& after, std::vector<std::s
     for (const auto& [name, entry] : after) {
         if (!before.contains(name) && !isIn(name)) tell("+ ", name);
     }
+    std::string last;
     for (const auto& [line, count] : news) {
-        told.push_back(count == 1 ? line : line + " (" + std::to_string(count) + ")");
+        const std::string name =
+            line.substr(2) + (count == 1 ? "" : " (" + std::to_string(count) + ")");
+        if (last.starts_with(line.substr(0, 2))) {
+            told.back() += ", " + name;
+        } else {
+            told.push_back(line.substr(0, 2) + name);
+        }
+        last = line;
     }
 }
 
