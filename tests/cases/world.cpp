@@ -169,6 +169,12 @@ bool World::DoWithFiles(const std::vector<std::string>& words,
     const std::string& what = words.at(0);
     const auto word = [&](std::size_t i) { return i < words.size() ? words[i] : std::string(); };
     const auto name = [&](std::size_t i) { return Named(word(i)); };
+    // The words from number `i` on, then the input.
+    const auto lines = [&](std::size_t i) {
+        std::vector<std::string> all(words.begin() + std::min(i, words.size()), words.end());
+        all.insert(all.end(), input.begin(), input.end());
+        return all;
+    };
     const auto change = [&](const auto& edit) {
         const std::string file = name(1);
         std::string content = test::ReadDisk(file);
@@ -183,18 +189,12 @@ bool World::DoWithFiles(const std::vector<std::string>& words,
     } else if (what == "folder") {
         fs::create_directories(word(1));
     } else if (what == "write") {
-        const std::string end = word(2) == "crlf" ? "\r\n" : "\n";
-        test::WriteDisk(m_folder / word(1), BytesOf(Meant(Joined(input, end))));
-    } else if (what == "letter") {
-        std::vector<std::string> lines(words.begin() + 2, words.end());
-        lines.emplace_back();
-        lines.insert(lines.end(), input.begin(), input.end());
-        test::WriteDisk(m_folder / word(1), BytesOf(Joined(lines, "\n")));
+        const bool isDos = word(2) == "crlf";
+        const auto text = Joined(lines(isDos ? 3 : 2), isDos ? "\r\n" : "\n");
+        test::WriteDisk(m_folder / word(1), BytesOf(Meant(text)));
     } else if (what == "vcard") {
-        std::vector<std::string> card(words.begin() + 1, words.end());
-        card[0] = "BEGIN:VCARD\nVERSION:4.0";
-        card.emplace_back("END:VCARD");
-        test::WriteDisk(m_folder / word(1), Joined(card, "\n"));
+        test::WriteDisk(m_folder / word(1),
+                        "BEGIN:VCARD\nVERSION:4.0\n" + Joined(lines(2), "\n") + "END:VCARD\n");
     } else if (what == "replace") {
         change([&](std::string& content) {
             const auto at = content.find(word(2));
@@ -210,7 +210,8 @@ bool World::DoWithFiles(const std::vector<std::string>& words,
     } else if (what == "remove") {
         fs::remove_all(name(1));
     } else if (what == "copy") {
-        fs::copy(name(1), word(2), fs::copy_options::recursive);
+        fs::copy(name(1), word(2),
+                 fs::copy_options::recursive | fs::copy_options::overwrite_existing);
     } else if (what == "move") {
         fs::rename(name(1), word(2));
     } else if (what == "link") {
@@ -238,7 +239,7 @@ bool World::DoWithFiles(const std::vector<std::string>& words,
         tell(word(1));
         for (const auto& entry : fs::recursive_directory_iterator(word(1))) tell(entry);
     } else if (what == "mail") {
-        AddMail(word(1), word(2), word(3), word(4), input);
+        AddMail(word(1), word(2), word(3), word(4), lines(5));
     } else if (what == "pipe") {
         if (std::system(("mkfifo " + word(1)).c_str()) != 0) throw std::runtime_error("no pipe");
     } else if (what == "mailbox") {
