@@ -39,7 +39,8 @@ endif()
 # What a host of one's own is compiled against.
 install(DIRECTORY frame/interface DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvtEUD/frame
         FILES_MATCHING PATTERN "*.h")
-foreach(header IN ITEMS mfc/collections kvutil/kvutil os/dialogs os/registry os/result)
+foreach(header IN ITEMS mfc/collections kvutil/kvutil os/dialogs os/not_copied os/registry
+                       os/result)
     get_filename_component(folder ${header} DIRECTORY)
     install(FILES platform/${header}.h
             DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvtEUD/platform/${folder})
