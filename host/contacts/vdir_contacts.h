@@ -28,9 +28,9 @@ class VdirContacts : public ContactStore {
           m_newUid(std::move(newUid)),
           m_cardVersion(std::move(cardVersion)) {}
 
-    // By name, so that numbers behind nicknames that clash do not hang on the file system. A missing
-    // folder counts as empty; the first Add makes it. What is no regular file is listed, and Read
-    // gives kNotRegular for it.
+    // By name, so that numbers behind nicknames that clash do not hang on the file system. A
+    // missing folder counts as empty; the first Add makes it. What is no regular file is listed,
+    // and Read gives kNotRegular for it.
     base::Result<std::vector<base::StoreItem>> List() override;
     // kRefused, with file and line, for a file that is no vCard of version 3.0 or 4.0; kNotRegular
     // for an empty one and one with several; kTooLarge above 64 MB.
