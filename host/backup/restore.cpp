@@ -20,8 +20,7 @@ constexpr std::uint64_t kLargestCard = 64u << 20;
 // Whether a file can take that place, before any does.
 base::Status CheckPlace(platform::Files& files, const std::string& path) {
     if (files.IsFree(path)) return {};
-    const auto info = files.Stat(path);
-    if (info && info->isReadOnly) return base::RefusedFor(path, "is read-only", "make it writable");
+    if (files.IsReadOnly(path)) return base::RefusedFor(path, "is read-only", "make it writable");
     const auto file = files.Open(path, platform::OpenMode::kReadWrite, platform::Share::kNone);
     if (file) return {};
     const auto code = file.Error().code;

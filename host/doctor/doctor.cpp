@@ -39,11 +39,12 @@ Finding StateFinding() {
     const auto folder = eudora::StateFolder();
     if (!folder) return FaultOf("kvsync's own folder", folder.Error());
     const fs::path existing = ExistingPart(*folder);
-    const auto info = platform::NativeFiles().Stat(base::FromPath(existing));
-    if (info && info->isFolder && !info->isReadOnly) {
+    const std::string shown = base::FromPath(existing);
+    const auto info = platform::NativeFiles().Stat(shown);
+    if (info && info->isFolder && !platform::NativeFiles().IsReadOnly(shown)) {
         return {Health::kGood, "kvsync's own folder", *folder, {}};
     }
-    return {Health::kFault, "kvsync's own folder", base::FromPath(existing) + " cannot be written",
+    return {Health::kFault, "kvsync's own folder", shown + " cannot be written",
             base::kMakeWritable};
 }
 
@@ -121,7 +122,7 @@ class Examination {
             return {Health::kFault, "Eudora's folder", m_setup.eudoraShown + " does not exist",
                     "name another with --eudora DIR"};
         }
-        if (info->isReadOnly && !base::UsesWindowsPaths()) {
+        if (m_system.files.IsReadOnly(m_setup.eudoraFolder) && !base::UsesWindowsPaths()) {
             return {Health::kFault, "Eudora's folder",
                     m_setup.eudoraShown + " cannot be written, only read",
                     "give yourself write permission there (chmod u+w)"};

@@ -60,7 +60,7 @@ Finding ContactsFinding(const std::optional<std::string>& folder) {
                 "check the path; the first sync makes it"};
     }
     if (!info->isFolder) return {Health::kFault, kWhat, *folder + " is no folder", "name a folder"};
-    if (info->isReadOnly) {
+    if (files.IsReadOnly(*folder)) {
         return {Health::kFault, kWhat, *folder + " cannot be written",
                 "give yourself write permission there: chmod u+w '" + *folder + "'"};
     }

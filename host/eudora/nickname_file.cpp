@@ -110,14 +110,14 @@ base::Status CheckNicknameFile(const Setup& setup, const std::string& windowsPat
             shown + " has " + std::to_string(info->size) + " bytes, more than any nickname file",
             kChoose);
     }
-    if (forWriting && info->isReadOnly) {
+    if (forWriting && files.IsReadOnly(windowsPath)) {
         return base::Refused("the nickname file " + shown + " is read-only",
                              "give yourself write permission (chmod u+w)");
     }
-    const auto folder = files.Stat(
-        windowsPath.substr(0, text::LastSeparator(windowsPath, platform::NativeSystem().codePage)));
+    const std::string folder =
+        windowsPath.substr(0, text::LastSeparator(windowsPath, platform::NativeSystem().codePage));
     // On Windows the mark means nothing on a folder.
-    if (forWriting && !base::UsesWindowsPaths() && folder && folder->isReadOnly) {
+    if (forWriting && !base::UsesWindowsPaths() && files.IsReadOnly(folder)) {
         return base::Refused("the folder of the nickname file " + shown + " cannot be written",
                              "give yourself write permission there (chmod u+w)");
     }

@@ -261,7 +261,7 @@ base::Status CheckMaildir(platform::Files& files, const std::string& maildir,
     for (const char* part : {"", "cur", "new", "tmp"}) {
         const std::string path = *part ? maildir + files.Separator() + part : maildir;
         const auto inside = files.Stat(path);
-        if (inside && inside->isFolder && inside->isReadOnly) {
+        if (inside && inside->isFolder && files.IsReadOnly(path)) {
             return base::Refused(path + " is read-only", "make it writable");
         }
         if (inside && !inside->isFolder)

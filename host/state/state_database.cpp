@@ -92,11 +92,11 @@ base::Status CheckState(SQLite::Database& database, const std::string& path, boo
     if (version > kVersion) {
         return base::RefusedFor(path, "was written by a later version of kvsync", "use that one");
     }
-    const std::string check = database.execAndGet("PRAGMA quick_check(1)").getString();
-    if (check != "ok") return Damaged(path, check);
     if (version < 1) return Damaged(path, "no version in it");
-    if (mayWrite && version < kVersion) Upgrade(database, version);
-    return {};
+    if (!mayWrite || version == kVersion) return {};
+    auto whole = CheckWhole(database, path);
+    if (whole) Upgrade(database, version);
+    return whole;
 }
 
 std::string JournalOf(const std::string& path) {
@@ -168,6 +168,11 @@ base::Status CheckKinds(platform::Files& files, const std::string& path) {
 }
 
 }  // namespace
+
+base::Status CheckWhole(SQLite::Database& database, const std::string& path) {
+    const std::string check = database.execAndGet("PRAGMA quick_check(1)").getString();
+    return check == "ok" ? base::Status() : Damaged(path, check);
+}
 
 int VersionOf(SQLite::Database& database) {
     return Number(database, "PRAGMA user_version");

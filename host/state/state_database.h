@@ -21,6 +21,9 @@ base::Result<std::unique_ptr<SQLite::Database>> OpenStateDatabase(platform::File
                                                                   const std::string& path,
                                                                   bool mayWrite);
 
+// kRefused, with advice, if a page of the file is damaged. It reads all of it.
+base::Status CheckWhole(SQLite::Database& database, const std::string& path);
+
 // The version of the file's format; 0 for an empty file.
 int VersionOf(SQLite::Database& database);
 

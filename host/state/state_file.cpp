@@ -293,7 +293,9 @@ class Scope : public Memory<Content, Change> {
     base::Result<Content> Load() override {
         return ExplainingFaults(m_path, [&]() -> base::Result<Content> {
             Content content;
-            if (m_database != nullptr) state::Load(*m_database, m_known.memory, content);
+            if (m_database == nullptr) return content;
+            if (auto whole = CheckWhole(*m_database, m_path); !whole) return whole.Error();
+            state::Load(*m_database, m_known.memory, content);
             return content;
         });
     }
@@ -450,6 +452,8 @@ base::Status ForEachScopeOf(platform::Files& files, const std::string& path,
     if (!files.Exists(path)) return {};
     auto database = OpenStateDatabase(files, path, true);
     if (!database) return database.Error();
+    auto whole = ExplainingFaults(path, [&] { return CheckWhole(**database, path); });
+    if (!whole) return whole;
     return InTransaction(database->get(), path, [&](SQLite::Database& opened) {
         for (const auto& scope : ScopesOf(files, opened, Identity(files, eudora))) {
             work(opened, scope);

@@ -76,8 +76,7 @@ std::optional<Stop> TooManyAdditions(unsigned long count, const char* what, unsi
 
 base::Status CheckRights(platform::Files& files, const std::vector<std::string>& paths) {
     for (const std::string& path : paths) {
-        const auto info = files.Stat(path);
-        if (info && info->isReadOnly) {
+        if (files.IsReadOnly(path)) {
             return base::RefusedFor(path, "is read-only", "make it writable");
         }
     }

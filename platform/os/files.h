@@ -51,7 +51,6 @@ struct FileInfo {
     std::uint64_t size = 0;  // bytes; 0 for a folder
     std::chrono::system_clock::time_point modified;
     bool isFolder = false;
-    bool isReadOnly = false;     // the calling user may not write it
     std::uint64_t copySize = 0;  // bytes that a copy takes; holes stay holes
 };
 
@@ -121,6 +120,8 @@ class Files {
     bool Exists(std::string_view path) { return static_cast<bool>(Stat(path)); }
     // Whether nothing has that name, not even a link that leads nowhere. False when in doubt.
     virtual bool IsFree(std::string_view path);
+    // Whether the calling user may not write it. False for what is not there.
+    virtual bool IsReadOnly(std::string_view path) = 0;
     // Creates an empty file in `folder` and gives its path: the first three letters of `prefix`,
     // four hexadecimal digits, ".tmp". Prefixes are ASCII; a folder whose last character has two
     // bytes ends in a separator.

@@ -80,8 +80,7 @@ Status CopyFlushed(Files& files, std::string_view from, std::string_view to) {
 
 Status FlushFile(Files& files, std::string_view path) {
     // Windows flushes only what may be written, and the copy of a read-only file is one too.
-    const auto info = files.Stat(path);
-    const bool isReadOnly = info && info->isReadOnly;
+    const bool isReadOnly = files.IsReadOnly(path);
     const auto file =
         files.Open(path, isReadOnly ? OpenMode::kRead : OpenMode::kReadWrite, Share::kNone);
     if (!file) return file.Error();

@@ -157,9 +157,15 @@ class NativePosixFiles : public Files {
                 std::chrono::seconds(info.st_mtim.tv_sec) +
                 std::chrono::nanoseconds(info.st_mtim.tv_nsec)));
         result.copySize = result.isFolder ? 0 : static_cast<std::uint64_t>(info.st_blocks) * 512;
-        result.isReadOnly =
-            (info.st_mode & 0222) == 0 || faccessat(AT_FDCWD, name.c_str(), W_OK, AT_EACCESS) != 0;
         return result;
+    }
+
+    bool IsReadOnly(std::string_view path) override {
+        const std::string name(path);
+        struct stat info;
+        return stat(name.c_str(), &info) == 0 &&
+               ((info.st_mode & 0222) == 0 ||
+                faccessat(AT_FDCWD, name.c_str(), W_OK, AT_EACCESS) != 0);
     }
 
     Result<std::vector<FolderEntry>> List(std::string_view folder,

@@ -45,7 +45,7 @@ class PrefixFiles : public Files {
             // As on Windows, a read-only file cannot be deleted, but any link can.
             std::error_code ignored;
             const auto info = files.Stat(native);
-            if (info && (info->isFolder || info->isReadOnly) &&
+            if (info && (info->isFolder || files.IsReadOnly(native)) &&
                 !std::filesystem::is_symlink(native, ignored)) {
                 return Failure{ErrorCode::kAccessDenied, {}};
             }
@@ -86,6 +86,13 @@ class PrefixFiles : public Files {
         return At(path, &Files::RealPath);
     }
 
+    bool IsReadOnly(std::string_view path) override {
+        return At(path,
+                  [](Files& files, std::string_view native) -> Result<bool> {
+                      return files.IsReadOnly(native);
+                  })
+            .ValueOr(false);
+    }
     bool IsFree(std::string_view path) override {
         const auto mapped = m_mapper.Map(path);
         return mapped ? NativeFiles().IsFree(mapped->path)

@@ -86,6 +86,7 @@ class FaultyFiles : public Files {
         return Guard("temporary folder", &Files::TempFolder);
     }
     char Separator() const override { return m_inner.Separator(); }
+    bool IsReadOnly(std::string_view path) override { return m_inner.IsReadOnly(path); }
     bool IsFree(std::string_view path) override { return !Strikes() && m_inner.IsFree(path); }
 
     // Counts one operation; true if it must fail.

@@ -310,7 +310,12 @@ Result<FileInfo> MemoryFiles::Stat(std::string_view path) {
     const Place place = Find(path);
     if (!place.node) return Fail(ErrorCode::kNotFound, path);
     return FileInfo{place.node->content.size(), place.node->modified, place.node->isFolder,
-                    place.node->isReadOnly, place.node->content.size()};
+                    place.node->content.size()};
+}
+
+bool MemoryFiles::IsReadOnly(std::string_view path) {
+    const Place place = Find(path);
+    return place.node && place.node->isReadOnly;
 }
 
 Result<std::uint64_t> MemoryFiles::FreeSpace(std::string_view folder) {

@@ -44,6 +44,7 @@ class MemoryFiles : public Files {
 
     Result<std::unique_ptr<File>> Open(std::string_view path, OpenMode mode, Share share) override;
     Result<FileInfo> Stat(std::string_view path) override;
+    bool IsReadOnly(std::string_view path) override;
     Result<std::vector<FolderEntry>> List(std::string_view folder,
                                           std::string_view pattern) override;
     Status Delete(std::string_view path) override;

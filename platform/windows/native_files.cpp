@@ -89,10 +89,15 @@ class WindowsFiles : public Files {
         if (!info.isFolder) {
             info.size = std::uint64_t{data.nFileSizeHigh} << 32 | data.nFileSizeLow;
             info.copySize = info.size;  // the system's copies have no holes
-            info.isReadOnly = (data.dwFileAttributes & FILE_ATTRIBUTE_READONLY) != 0;
         }
         info.modified = TimePointOf(data.ftLastWriteTime);
         return info;
+    }
+
+    bool IsReadOnly(std::string_view path) override {
+        const DWORD attributes = GetFileAttributesW(Name(path).c_str());
+        return attributes != INVALID_FILE_ATTRIBUTES && !IsFolder(attributes) &&
+               (attributes & FILE_ATTRIBUTE_READONLY) != 0;
     }
 
     Result<std::vector<FolderEntry>> List(std::string_view folder,

@@ -168,7 +168,8 @@ TEST_P(FilesContract, SaysWhatIsInTheWay) {
     }
     EXPECT_EQ(CodeOf(m_files.Open("", OpenMode::kRead, Share::kNone)), ErrorCode::kNotFound);
     EXPECT_EQ(Content("a") + Content("b") + Content("held") + Content("fixed"), "abheldfixed");
-    EXPECT_TRUE(m_files.Stat(At("fixed"))->isReadOnly && !m_files.Stat(At("a"))->isReadOnly);
+    EXPECT_TRUE(m_files.IsReadOnly(At("fixed")) && !m_files.IsReadOnly(At("a")));
+    EXPECT_FALSE(m_files.IsReadOnly(At("none")));
     const bool isKept = CodeOf(m_files.Delete(At("fixed"))) == ErrorCode::kAccessDenied;
     EXPECT_EQ(isKept, m_files.Separator() == '\\') << "as on Windows";
     EXPECT_EQ(m_files.DeleteEvenReadOnly(At("fixed")).HasValue(), isKept);
