@@ -95,9 +95,7 @@ class WindowsFiles : public Files {
     }
 
     bool IsReadOnly(std::string_view path) override {
-        const DWORD attributes = GetFileAttributesW(Name(path).c_str());
-        return attributes != INVALID_FILE_ATTRIBUTES && !IsFolder(attributes) &&
-               (attributes & FILE_ATTRIBUTE_READONLY) != 0;
+        return windows::IsReadOnly(Name(path));
     }
 
     Result<std::vector<FolderEntry>> List(std::string_view folder,
@@ -128,9 +126,7 @@ class WindowsFiles : public Files {
     }
 
     Status DeleteEvenReadOnly(std::string_view path) override {
-        if (const auto name = Name(path); IsReadOnly(name)) {
-            SetFileAttributesW(name.c_str(), FILE_ATTRIBUTE_NORMAL);
-        }
+        if (IsReadOnly(path)) SetFileAttributesW(Name(path).c_str(), FILE_ATTRIBUTE_NORMAL);
         return Delete(path);
     }
 
