@@ -94,9 +94,7 @@ class WindowsFiles : public Files {
         return info;
     }
 
-    bool IsReadOnly(std::string_view path) override {
-        return windows::IsReadOnly(Name(path));
-    }
+    bool IsReadOnly(std::string_view path) override { return windows::IsReadOnly(Name(path)); }
 
     Result<std::vector<FolderEntry>> List(std::string_view folder,
                                           std::string_view pattern) override {
