@@ -1,6 +1,7 @@
 #pragma once
 
-#include "host/contactsync/plan.h"
+#include "host/contacts/contact_store.h"
+#include "host/state/memory.h"
 
 // A three-way merge of one pair: both sides now, and both as they were when last in step.
 namespace host::contactsync {
