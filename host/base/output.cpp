@@ -68,12 +68,12 @@ std::size_t CharacterWidth(char lead) {
 }  // namespace
 
 bool PrintLine(std::string_view text) {
-    std::cout << OneLine(text) << std::endl;
+    std::cout << platform::InLocale(OneLine(text)) << std::endl;
     return OutputIsWhole();
 }
 
 void PrintText(std::string_view text) {
-    std::cout << Visible(text);
+    std::cout << platform::InLocale(Visible(text));
     if (!text.empty() && !text.ends_with('\n')) std::cout << '\n';
     std::cout.flush();
 }
@@ -83,15 +83,15 @@ bool OutputIsWhole() {
 }
 
 void PrintError(std::string_view text) {
-    std::cerr << "kvsync: " + OneLine(text) + '\n';
+    std::cerr << "kvsync: " + platform::InLocale(OneLine(text)) + '\n';
 }
 
 void PrintLog(std::string_view text) {
-    std::cerr << OneLine(text) + '\n';
+    std::cerr << platform::InLocale(OneLine(text)) + '\n';
 }
 
 void ShowProgress(std::string_view text) {
-    std::cerr << '\r' + OneLine(text) + "\033[K" << std::flush;
+    std::cerr << '\r' + platform::InLocale(OneLine(text)) + "\033[K" << std::flush;
 }
 
 std::string Visible(std::string_view text) {
@@ -104,7 +104,8 @@ std::string OneLine(std::string_view text) {
 
 std::string JsonText(const nlohmann::ordered_json& json, int indent) {
     using Errors = nlohmann::ordered_json::error_handler_t;
-    return Replaced(json.dump(indent, ' ', false, Errors::replace), "\n", AppendEscape);
+    return Replaced(json.dump(indent, ' ', !platform::IsLocaleUtf8(), Errors::replace), "\n",
+                    AppendEscape);
 }
 
 std::string Counted(std::size_t count, const char* what) {
@@ -123,13 +124,14 @@ std::string Padded(std::string text, std::size_t width) {
     return text;
 }
 
-std::string Column(const std::string& text, std::size_t width) {
+std::string Column(std::string text, std::size_t width) {
     std::size_t columns = 0, end = 0;
     for (; end < text.size(); ++end) {
         columns += CharacterWidth(text[end]);
         if (columns > width) break;
     }
-    return Padded(text.substr(0, end), width);
+    text.resize(end);
+    return Padded(std::move(text), width);
 }
 
 }  // namespace host::base

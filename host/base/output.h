@@ -10,7 +10,8 @@ namespace host::base {
 
 // All output of kvsync goes through here; tools/check_layers.sh checks it. Texts are UTF-8 from any
 // source: file names, mails, vCards, the command line. Control characters and marks for the
-// direction of text are printed as visible characters, and a line stays one line.
+// direction of text are printed as visible characters, and a line stays one line. What is printed
+// is in the encoding of the user's locale.
 
 // One line on standard output, flushed. False once output has failed, as on a closed pipe.
 bool PrintLine(std::string_view text);
@@ -31,7 +32,8 @@ std::string Visible(std::string_view text);
 // The same, with line ends and tabs replaced too.
 std::string OneLine(std::string_view text);
 // JSON on one line, or indented by so many blanks. Bytes that are no UTF-8 become U+FFFD; control
-// characters and marks for the direction of text are escapes.
+// characters and marks for the direction of text are escapes, in a locale without UTF-8 all that is
+// not ASCII.
 std::string JsonText(const nlohmann::ordered_json& json, int indent = -1);
 
 // "1 mail", "2 mails".
@@ -41,6 +43,6 @@ std::size_t Width(const std::string& text);
 // The text with blanks up to that width.
 std::string Padded(std::string text, std::size_t width);
 // The text cut at a whole character to that width, then padded.
-std::string Column(const std::string& text, std::size_t width);
+std::string Column(std::string text, std::size_t width);
 
 }  // namespace host::base

@@ -10,6 +10,7 @@
 #include "host/cli/output.h"
 #include "host/cli/workplace.h"
 #include "host/eudora/nickname_file.h"
+#include "platform/os/program.h"
 #include "text/ascii.h"
 
 namespace host::cli {
@@ -61,11 +62,15 @@ std::size_t WidthOf(const std::vector<Contact>& contacts, Field field) {
 // A line for each: nickname, name and address of mail, in columns.
 std::string ContactTable(const std::vector<Contact>& contacts) {
     const std::size_t nicknameWidth = WidthOf(contacts, Field::kNickname);
-    const std::size_t nameWidth = WidthOf(contacts, Field::kName);
+    // On a terminal the name makes room for the address; nicknames stay whole, to be typed.
+    const auto columns = platform::TerminalColumns();
+    std::size_t nameWidth = WidthOf(contacts, Field::kName);
+    if (columns) nameWidth = std::min(nameWidth, std::max<std::size_t>(*columns / 4, 12));
+    const auto inColumn = columns ? &base::Column : &base::Padded;
     std::string table;
     for (const Contact& contact : contacts) {
         table += base::Padded(base::OneLine(contact[Field::kNickname]), nicknameWidth) + "  " +
-                 base::Padded(base::OneLine(contact[Field::kName]), nameWidth) + "  " +
+                 inColumn(base::OneLine(contact[Field::kName]), nameWidth) + "  " +
                  base::OneLine(contact[Field::kEmail]);
         table.erase(table.find_last_not_of(' ') + 1);
         table += '\n';

@@ -9,6 +9,7 @@
 #include "host/mail/encoded_words.h"
 #include "host/mail/mail_text.h"
 #include "platform/os/clock.h"
+#include "platform/os/program.h"
 #include "text/ascii.h"
 #include "text/calendar.h"
 
@@ -19,7 +20,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 using Text = std::optional<std::string>;
 
-constexpr std::size_t kIdWidth = 10, kDateWidth = 16, kPersonWidth = 26, kLabelWidth = 13;
+constexpr std::size_t kIdWidth = 10, kDateWidth = 16, kLabelWidth = 13;
 
 // A header text on one line.
 std::string Header(const Text& text) {
@@ -75,10 +76,13 @@ std::string MailLine(const mail::Mail& mail) {
     std::string date = DateOf(mail).value_or("").substr(0, kDateWidth);
     std::ranges::replace(date, 'T', ' ');
     const char* const mark = mail.status == mail::kStatusUnread ? "N" : IsSent(mail) ? "S" : " ";
+    const auto columns = platform::TerminalColumns();
+    const std::size_t personWidth = columns ? std::clamp<std::size_t>(*columns / 4, 16, 40) : 26;
     std::string line = base::Column(Header(base::ToUtf8(mail.id)), kIdWidth) + ' ' + mark + ' ' +
                        base::Padded(date, kDateWidth) + "  " +
-                       base::Column(Header(IsSent(mail) ? mail.to : mail.from), kPersonWidth) +
+                       base::Column(Header(IsSent(mail) ? mail.to : mail.from), personWidth) +
                        "  " + Header(mail.subject);
+    if (columns) line = base::Column(line, *columns);
     line.erase(line.find_last_not_of(' ') + 1);
     return line;
 }

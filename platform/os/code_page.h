@@ -32,6 +32,12 @@ std::string UpperCase(std::string_view text, unsigned codePage);
 // character become U+FFFD. Nothing if the system does not know the charset.
 std::optional<std::string> CharsetToUtf8(std::string_view bytes, std::string_view charset);
 
+// UTF-8 in the encoding that the user's locale names for the terminal and for pipes; a character
+// that it lacks becomes a likeness or "?". UTF-8 stays where the locale names none ("C"), and on
+// Windows.
+std::string InLocale(std::string_view utf8);
+bool IsLocaleUtf8();
+
 // Between a code page and UTF-16; what is no character becomes U+FFFD in UTF-16 and "?" in the code
 // page.
 std::u16string ToUtf16(std::string_view text, unsigned codePage);

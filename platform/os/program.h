@@ -33,6 +33,8 @@ Status SetEnvironment(const std::string& name, const std::string& value);
 enum class Stream { kInput, kOutput, kError };
 
 bool IsTerminal(Stream stream);
+// The width of the terminal that standard output is; nothing if it is none or does not tell.
+std::optional<std::size_t> TerminalColumns();
 // Bytes pass through standard input and output unchanged, line ends included.
 void UseBinaryStreams();
 

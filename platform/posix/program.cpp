@@ -2,6 +2,7 @@
 #include "platform/os/not_copied.h"
 
 #include <dlfcn.h>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -69,6 +70,12 @@ Status SetEnvironment(const std::string& name, const std::string& value) {
 
 bool IsTerminal(Stream stream) {
     return isatty(static_cast<int>(stream)) != 0;
+}
+
+std::optional<std::size_t> TerminalColumns() {
+    winsize size{};
+    const bool isTold = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return isTold ? std::optional<std::size_t>(size.ws_col) : std::nullopt;
 }
 
 void UseBinaryStreams() {}

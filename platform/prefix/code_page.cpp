@@ -1,6 +1,8 @@
 #include "platform/os/code_page.h"
 
 #include <iconv.h>
+#include <langinfo.h>
+#include <locale.h>
 
 #include <cerrno>
 #include <memory>
@@ -62,6 +64,23 @@ class Converter : NotCopied {
 
     iconv_t m_handle;
 };
+
+// The conversion from UTF-8 to the encoding of the user's locale; none if that is UTF-8, or "C",
+// which says nothing of what a terminal shows.
+const Converter* LocaleConverter() {
+    static const auto converter = [] {
+        std::unique_ptr<const Converter> made;
+        const locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
+        if (locale == nullptr) return made;
+        const std::string charset = nl_langinfo_l(CODESET, locale);
+        freelocale(locale);
+        if (charset == "UTF-8" || charset == "ANSI_X3.4-1968") return made;
+        made = std::make_unique<Converter>(charset + "//TRANSLIT", "UTF-8");
+        if (!made->IsOpen()) made.reset();
+        return made;
+    }();
+    return converter.get();
+}
 
 // The C library's name of a code page; nothing if it has none.
 std::optional<std::string> IconvName(unsigned codePage) {
@@ -128,6 +147,23 @@ std::optional<std::string> CharsetToUtf8(std::string_view bytes, std::string_vie
     }
     converter.Finish(text);
     return text;
+}
+
+std::string InLocale(std::string_view utf8) {
+    const Converter* const converter = LocaleConverter();
+    if (converter == nullptr) return std::string(utf8);
+    std::string text;
+    while (converter->Convert(utf8, text) != 0) {
+        converter->Finish(text);
+        text += '?';
+        text::TakeUtf8(utf8);
+    }
+    converter->Finish(text);
+    return text;
+}
+
+bool IsLocaleUtf8() {
+    return LocaleConverter() == nullptr;
 }
 
 }  // namespace platform

@@ -83,4 +83,12 @@ std::optional<std::string> CharsetToUtf8(std::string_view bytes, std::string_vie
     return windows::Narrow(windows::Wide(bytes, codePage), CP_UTF8);
 }
 
+std::string InLocale(std::string_view utf8) {
+    return std::string(utf8);
+}
+
+bool IsLocaleUtf8() {
+    return true;
+}
+
 }  // namespace platform
