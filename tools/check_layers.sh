@@ -77,7 +77,7 @@ function packageAllowed(header) {
     if (native) return 1
     if (header ~ /^(gtest|gmock)\//) return file ~ /^(tests|fuzz)\//
     if (header ~ /^benchmark\//) return file ~ /^benchmarks\//
-    if (header ~ /^(CLI\/|nlohmann\/|SQLiteCpp\/|toml\+\+\/|gmime\/|newt\.h$|sqlite3\.h$)/)
+    if (header ~ /^(CLI\/|nlohmann\/|SQLiteCpp\/|toml\+\+\/|gmime\/|newt\.h$|editline\/|sqlite3\.h$)/)
         return file ~ /^(host|tests\/host|tests\/cases|tests\/end_to_end|fuzz)\//
     return 0
 }

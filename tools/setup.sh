@@ -9,8 +9,9 @@ packages() {
     case $1 in
         build)
             echo build-essential cmake ninja-build pkg-config binutils-mingw-w64-i686 \
-                libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev libgmime-3.0-dev libnewt-dev \
-                libsqlite3-dev libsqlitecpp-dev libtomlplusplus-dev nlohmann-json3-dev python3
+                libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev libedit-dev libgmime-3.0-dev \
+                libnewt-dev libsqlite3-dev libsqlitecpp-dev libtomlplusplus-dev locales \
+                nlohmann-json3-dev python3
             ;;
         lint) echo binutils clang-format clang-tidy gdb groff ;;
         fuzz) echo clang libclang-rt-14-dev llvm ;;

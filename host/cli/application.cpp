@@ -52,7 +52,7 @@ void AddCommonOptions(CLI::App& app, Options& options, On on) {
     AddTextOptions(app, options, [on](TextOption::Kind kind) {
         if (kind == TextOption::kBook) return on != On::kEudora;
         if (kind == TextOption::kFolder) return on == On::kFolders;
-        return kind != TextOption::kWordOfSync && kind != TextOption::kWordOfFile;
+        return kind <= TextOption::kWord;
     });
     app.add_option("--code-page", options.setup.codePage,
                    "code page of a bare Eudora folder: 1252 (the default), 932, ...")
@@ -79,8 +79,9 @@ void AddWord(CLI::App& command, Options& options, Word word) {
 void AddSyncOptions(CLI::App& command, Options& options) {
     command.add_flag("--dry-run", options.setup.writesNothing,
                      "print the plan and write nothing anywhere");
-    AddTextOptions(command, options,
-                   [](TextOption::Kind kind) { return kind == TextOption::kWordOfSync; });
+    AddTextOptions(command, options, [](TextOption::Kind kind) {
+        return kind == TextOption::kWordOfSync || kind == TextOption::kWordOfRun;
+    });
     command.add_flag("--substitute", options.rules.substitute,
                      "send a mail with ? for the characters that Eudora's code page lacks, instead "
                      "of letting it wait");
@@ -92,6 +93,8 @@ void AddConflict(CLI::App& command, Options& options) {
     command.add_option("--take", options.take, "the side that wins: eudora or folder")
         ->required()
         ->check(CLI::IsMember({"eudora", "folder"}));
+    AddTextOptions(command, options,
+                   [](TextOption::Kind kind) { return kind == TextOption::kWordOfRun; });
 }
 
 void AddForget(CLI::App& command, Options& options) {

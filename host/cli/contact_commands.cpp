@@ -64,9 +64,12 @@ std::string ContactTable(const std::vector<Contact>& contacts) {
     const std::size_t nicknameWidth = WidthOf(contacts, Field::kNickname);
     // On a terminal the name makes room for the address; nicknames stay whole, to be typed.
     const auto columns = platform::TerminalColumns();
-    std::size_t nameWidth = WidthOf(contacts, Field::kName);
-    if (columns) nameWidth = std::min(nameWidth, std::max<std::size_t>(*columns / 4, 12));
     const auto inColumn = columns ? &base::Column : &base::Padded;
+    std::size_t nameWidth = WidthOf(contacts, Field::kName);
+    if (columns) {
+        const std::size_t others = nicknameWidth + WidthOf(contacts, Field::kEmail) + 4;
+        nameWidth = std::min(nameWidth, std::max(*columns, others + 12) - others);
+    }
     std::string table;
     for (const Contact& contact : contacts) {
         table += base::Padded(base::OneLine(contact[Field::kNickname]), nicknameWidth) + "  " +

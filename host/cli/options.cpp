@@ -69,7 +69,7 @@ void Apply(const std::string& path, const toml::table& table, Options& options) 
             continue;
         }
         const auto option = std::ranges::find(known, name, &KeyOf);
-        if (option == known.end() || option->kind == TextOption::kPathOfCommandLine) {
+        if (option == known.end() || option->kind == TextOption::kConfig) {
             throw Unusable(path, "unknown key " + name);
         }
         if (const auto* list = node.as_array(); list != nullptr && name == "nickname_file") {
@@ -160,7 +160,7 @@ std::vector<TextOption> TextOptions(Options& options) {
          "the nickname file to work on, also by its name in Eudora's folder (else the one chosen "
          "with configure); all: each becomes a folder of its own below that of the vCards"},
         {"state", kPath, options.state, "the file that remembers the last run"},
-        {"config", kPathOfCommandLine, options.config,
+        {"config", kConfig, options.config,
          "the configuration file (else ~/.config/kvsync/config.toml)"},
         {"backup-space", kWord, options.backupSpace,
          "how much all backups together may take (default: \"2 GB\"); the oldest go first"},
@@ -169,7 +169,7 @@ std::vector<TextOption> TextOptions(Options& options) {
         {"prefer", kWordOfSync, options.prefer,
          "who wins where both sides changed: eudora, folder, newer, both (contacts: the newer, "
          "with a copy of the older); without it such conflicts wait"},
-        {"direction", kWordOfSync, options.direction,
+        {"direction", kWordOfRun, options.direction,
          "which way changes go: both, pull (from Eudora alone), push (into Eudora alone)"},
         {"max-delete", kWordOfSync, options.maxDelete,
          "stop before the first change if more would be deleted: N or N% (default: "
@@ -179,7 +179,7 @@ std::vector<TextOption> TextOptions(Options& options) {
          "stop before the first change if more would be added to Eudora: N or N% (default: "
          "100 on a first run, then any number)",
          true},
-        {"wait", kWordOfSync, options.wait,
+        {"wait", kWordOfRun, options.wait,
          "so many seconds another run may take to end (default: 0)", true},
         {"vcard-version", kWordOfFile, options.vcardVersion, ""},
         {"mail-age", kWordOfFile, options.mailLimits.age, "", true},

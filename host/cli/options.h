@@ -53,8 +53,8 @@ struct Options {
 struct TextOption {
     // The paths: of Eudora and of kvsync's own files; of a nickname file; of the folders that are
     // kept in step; the one that the configuration file cannot hold. A word; one of `sync`; one of
-    // the configuration file alone.
-    enum Kind { kPath, kBook, kFolder, kPathOfCommandLine, kWord, kWordOfSync, kWordOfFile };
+    // `resolve` too; one of the configuration file alone.
+    enum Kind { kPath, kBook, kFolder, kConfig, kWord, kWordOfSync, kWordOfRun, kWordOfFile };
 
     std::string name;
     Kind kind;
@@ -62,7 +62,7 @@ struct TextOption {
     const char* help;
     bool isNumber = false;  // the file may have it as a number
 
-    bool IsPath() const { return kind <= kPathOfCommandLine; }
+    bool IsPath() const { return kind <= kConfig; }
 };
 std::vector<TextOption> TextOptions(Options& options);
 

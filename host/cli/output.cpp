@@ -113,12 +113,10 @@ Lines Describe(const sync::Report& report, Subject subject, bool countsOnly) {
     const auto left = [&](std::size_t count, const char* what, const char* text) {
         if (count > 0) lines.push_back(base::Counted(count, what) + ' ' + text);
     };
-    if (report.richer > 0) {
-        lines.push_back(std::to_string(report.richer) +
-                        " vCards hold more than Eudora can; it stays in them");
-    }
+    left(report.richer, "vCard",
+         "with more than Eudora can hold: the rest stays there (-v tells where)");
     left(report.conflicts.size(), "conflict",
-         "left as it is: kvsync resolve NAME --take eudora|folder decides");
+         "waiting: kvsync resolve NAME --take eudora|folder decides");
     left(report.undone, subject == Subject::kMails ? "mail" : "contact", "left to the next run");
     left(report.dropped, "mail",
          "of Eudora's removed in the Maildir by earlier versions: kept in Eudora");

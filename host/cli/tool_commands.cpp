@@ -60,15 +60,16 @@ base::ExitCode Shell(const Options& options) {
     const auto dialogs = dialogs::MakeTerminalDialogs();
     const translator::DialogsShownBy shown(dialogs != nullptr ? dialogs.get() : DialogProvider());
     const std::string book = options.setup.nicknameFile ? workplace.NicknameFile() : "";
-    const bool readsFile = !options.script.empty();
+    auto lines = shell::LinesOf(options.script.empty() ? std::cin : file);
     // On Windows a device that is no terminal counts as one.
-    if (!readsFile && platform::IsTerminal(platform::Stream::kInput) &&
+    if (options.script.empty() && platform::IsTerminal(platform::Stream::kInput) &&
         platform::IsTerminal(platform::Stream::kOutput)) {
+        lines = shell::LinesOfTerminal();
         base::PrintError(
             "the shell makes no backup of what it changes; its operations are in "
             "kvsync shell --help, and Ctrl+D ends it");
     }
-    OrEnd(shell::RunShell(workplace.Module(), kind, book, readsFile ? file : std::cin));
+    OrEnd(shell::RunShell(workplace.Module(), kind, book, lines));
     return base::ExitCode::kNothingToDo;
 }
 

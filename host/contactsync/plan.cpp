@@ -125,16 +125,12 @@ class Planner {
         if (m_isResolved) {
             Plan plan = Finished();
             if (plan.report.changes.empty() && !plan.report.details.empty()) {
-                plan.report.stop = {
-                    base::Refused("so to settle " + m_options.resolve->name +
-                                      " changes the side that the direction leaves alone",
-                                  "take the other side, or change the configured direction")};
+                plan.report.stop = sync::LeftByDirection(m_options.resolve->name);
             }
             return plan;
         }
         m_plan = empty;
-        m_plan.report.stop = {base::Refused("there is no conflict " + m_options.resolve->name,
-                                            "kvsync conflicts lists them")};
+        m_plan.report.stop = sync::NoSuchConflict(m_options.resolve->name);
         return std::move(m_plan);
     }
 

@@ -80,9 +80,10 @@ class MailPlanner {
     }
 
   private:
-    // Whether the options let a step be done that settles no conflict. Leftovers lie in the folder.
-    bool MayDo(const sync::Act& act) const {
-        if (m_options.resolve) return false;
+    // Whether a step may be done that settles no conflict.
+    bool MayDo(const sync::Act& act) const { return !m_options.resolve && IsOnTheWay(act); }
+    // Whether the direction lets a step be done. Leftovers lie in the folder.
+    bool IsOnTheWay(const sync::Act& act) const {
         const bool isOnFolder = act.side == kFolder || act == sync::Act{kMemory, kRedo};
         switch (m_options.direction) {
             case sync::Direction::kPull:
@@ -96,7 +97,12 @@ class MailPlanner {
 
     void Add(sync::Side side, sync::Verb verb, RememberedMail row,
              const MaildirEntry* file = nullptr) {
-        if (!std::exchange(m_settlesConflict, false) && !MayDo({side, verb})) return;
+        const bool settles = std::exchange(m_settlesConflict, false);
+        if (m_options.resolve && !settles) return;
+        if (!IsOnTheWay({side, verb})) {
+            if (settles) m_plan.report.stop = sync::LeftByDirection(m_options.resolve->name);
+            return;
+        }
         m_plan.steps.push_back(
             {{side, verb}, std::move(row), file != nullptr ? *file : MaildirEntry{}});
     }
@@ -255,8 +261,7 @@ class MailPlanner {
     }
     void CheckResolved() {
         if (!m_plan.steps.empty() || m_plan.report.stop) return;
-        m_plan.report.stop = {base::Refused("there is no conflict " + m_options.resolve->name,
-                                            "kvsync conflicts lists them")};
+        m_plan.report.stop = sync::NoSuchConflict(m_options.resolve->name);
     }
 
     // Both were there before anything was remembered: nobody knows who changed the read state.

@@ -43,15 +43,22 @@ std::optional<unsigned long> ParseKind(std::string_view text) {
     return text::NumberIn<unsigned long>(text);
 }
 
+LineSource LinesOf(std::istream& in) {
+    return [&in]() -> std::optional<std::string> {
+        std::string line;
+        return std::getline(in, line) ? std::optional(std::move(line)) : std::nullopt;
+    };
+}
+
 base::Status RunShell(translator::TranslatorHost& module, unsigned long kind,
-                      const std::string& nicknameFile, std::istream& in) {
+                      const std::string& nicknameFile, const LineSource& lines) {
     Call call{module, nicknameFile};
     if (call.Renew(kind) != RRC_OK) {
         return base::Failed("the translator library gives no translator for data kind " +
                             std::to_string(kind));
     }
-    for (std::string line; std::getline(in, line);) {
-        const std::string answer = AnswerLine(call, line);
+    while (auto line = lines()) {
+        const std::string answer = AnswerLine(call, *std::move(line));
         if (!answer.empty()) base::PrintLine(answer);
     }
     return {};

@@ -74,6 +74,16 @@ std::optional<Stop> TooManyAdditions(unsigned long count, const char* what, unsi
     return stop;
 }
 
+Stop NoSuchConflict(const std::string& name) {
+    return {base::Refused("there is no conflict " + name, "kvsync conflicts lists them")};
+}
+
+Stop LeftByDirection(const std::string& name) {
+    return {
+        base::Refused("so to settle " + name + " changes the side that the direction leaves alone",
+                      "take the other side, or say --direction both")};
+}
+
 base::Status CheckRights(platform::Files& files, const std::vector<std::string>& paths) {
     for (const std::string& path : paths) {
         if (files.IsReadOnly(path)) {

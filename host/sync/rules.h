@@ -70,6 +70,11 @@ std::optional<Stop> TooManyDeletions(unsigned long count, const char* what, unsi
 std::optional<Stop> TooManyAdditions(unsigned long count, const char* what, unsigned long total,
                                      const std::optional<Limit>& limit);
 
+// The reasons to settle nothing: there is no such conflict; the direction leaves the side alone
+// that would change.
+Stop NoSuchConflict(const std::string& name);
+Stop LeftByDirection(const std::string& name);
+
 // kRefused for the first of these paths that exists and is read-only. Native paths in UTF-8.
 base::Status CheckRights(platform::Files& files, const std::vector<std::string>& paths);
 

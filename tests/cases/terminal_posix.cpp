@@ -118,7 +118,7 @@ std::string BytesOfKey(const std::string& word) {
     static const std::map<std::string, std::string> kKeys = {
         {"Up", "\x1BOA"}, {"Down", "\x1BOB"},  {"Right", "\x1BOC"}, {"Left", "\x1BOD"},
         {"Tab", "\t"},    {"Enter", "\r"},     {"Esc", "\x1B"},     {"Space", " "},
-        {"Back", "\x7F"}, {"F12", "\x1B[24~"},
+        {"Back", "\x7F"}, {"F12", "\x1B[24~"}, {"Ctrl+D", "\x04"},
     };
     const auto key = kKeys.find(word);
     return key != kKeys.end() ? key->second : word;

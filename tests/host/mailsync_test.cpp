@@ -109,6 +109,7 @@ class Walk : public MailWorld {
     void Resolve(const std::string& name) {
         const auto winner = Pick(2) == 0 ? sync::Side::kEudora : sync::Side::kFolder;
         options.resolve = {name, winner};
+        options.direction = Direction::kBoth;
         EXPECT_EQ(Sync().changes.size(), 1u);
         EXPECT_EQ(MakePlan().report.stop->why.what, "there is no conflict " + name);
         options.resolve.reset();
