@@ -36,7 +36,7 @@ host/maildir         platform/os host/base text
 host/state           platform/os host/base
 host/backup          platform/os host/base host/maildir host/vcard text
 host/mail            platform/os platform/kvutil frame/interface host/base host/eudora host/translator host/maildir text
-host/contacts        platform/os frame/interface host/base host/translator host/vcard text
+host/contacts        platform/os frame/interface addressbook host/base host/translator host/vcard text
 host/sync            platform/os host/base host/state host/backup text
 host/contactsync     host/base host/translator host/state host/backup host/contacts host/sync text
 host/mailsync        platform/os host/base host/maildir host/state host/backup host/mail host/sync mailbox text

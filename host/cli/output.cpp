@@ -115,6 +115,8 @@ Lines Describe(const sync::Report& report, Subject subject, bool countsOnly) {
     };
     left(report.richer, "vCard",
          "with more than Eudora can hold: the rest stays there (-v tells where)");
+    left(report.further, "contact",
+         "with further addresses: they stay in Eudora alone (-v names them)");
     left(report.conflicts.size(), "conflict",
          "waiting: kvsync resolve NAME --take eudora|folder decides");
     left(report.undone, subject == Subject::kMails ? "mail" : "contact", "left to the next run");
@@ -192,7 +194,8 @@ json ContactsJson(const sync::Report& report) {
             {"refused", ListJson(report.refused, NoticeJson)},
             {"leftAlone", report.leftAlone},
             {"notes", report.notes},
-            {"kept", report.richer}};
+            {"kept", report.richer},
+            {"furtherAddresses", report.further}};
 }
 
 json MailsJson(const sync::Report& report) {

@@ -6,6 +6,7 @@
 #include "host/backup/backups.h"
 #include "host/base/paths.h"
 #include "host/base/uuid.h"
+#include "host/contacts/address_lists.h"
 #include "host/contacts/eudora_contacts.h"
 #include "host/contacts/vdir_contacts.h"
 #include "host/contactsync/execute.h"
@@ -105,6 +106,43 @@ void CheckTexts(const AddressBook& eudora, unsigned before, Run& run) {
     }
 }
 
+// Tells of addresses that stay in Eudora alone, and of lists there that go on naming a contact
+// which is removed or gets another nickname.
+void TellAddressLists(const sync::RunContext& context, const AddressBook& eudora, Run& run) {
+    const auto lists = contacts::AddressListsIn(context.files, eudora.file, eudora.codePage);
+    if (lists.empty()) return;
+    std::unordered_map<std::string, std::string> becomes;  // of a nickname in lower case
+    for (const Step& step : run.plan.steps) {
+        const SideAction& action = step.eudora;
+        const std::string nickname = text::Lowered(action.known.id);
+        if (action.verb == sync::Verb::kRemove) becomes[nickname] = "is removed";
+        if (action.verb == sync::Verb::kChange && action.fields.Has(base::Field::kNickname)) {
+            becomes[nickname] = "becomes " + step.renamedTo;
+        }
+    }
+    std::unordered_map<std::string_view, std::string_view> shown;  // the address of a nickname
+    for (const contacts::StoredContact& stored : run.sides.eudora) {
+        shown.emplace(stored.contact[base::Field::kNickname], stored.contact[base::Field::kEmail]);
+    }
+    sync::Report& report = run.plan.report;
+    for (const contacts::AddressList& list : lists) {
+        const auto address = shown.find(list.nickname);
+        const bool isShown = address != shown.end() && address->second == list.addresses[0];
+        if (isShown && list.addresses.size() > 1) {
+            ++report.further;
+            report.details.push_back(
+                "further addresses: " + list.nickname + " (" +
+                text::Joined({list.addresses.begin() + 1, list.addresses.end()}, ", ") + ')');
+        }
+        for (const std::string& member : list.addresses) {
+            const auto found = becomes.find(text::Lowered(member));
+            if (found == becomes.end()) continue;
+            report.notes.push_back(list.nickname + " in Eudora lists " + member + ", which " +
+                                   found->second + ": correct the list there");
+        }
+    }
+}
+
 std::string LookAtSides(const sync::RunContext& context, const SyncOptions& options) {
     sync::Look look(context.files);
     look.AddContent(options.eudora.file);
@@ -140,6 +178,7 @@ base::Status Prepare(const sync::RunContext& context, const SyncOptions& options
     if (!status) return status;
     run.plan = MakePlan(run.sides, run.remembered, run.Stores(), options);
     CheckTexts(options.eudora, before, run);
+    TellAddressLists(context, options.eudora, run);
     if (run.plan.report.stop) return {};
     std::vector<std::string> written;
     if (run.plan.report.Changes(sync::Side::kEudora)) {

@@ -34,19 +34,21 @@ bool Report::IsIdle() const {
 std::string IdleBytes(const Report& report) {
     std::string bytes;
     nlohmann::json::to_cbor(
-        {report.richer, report.details, report.dropped, report.kept, report.limits}, bytes);
+        {report.richer, report.details, report.dropped, report.kept, report.limits, report.further},
+        bytes);
     return bytes;
 }
 
 std::optional<Report> IdleReport(const std::string& bytes) {
     const auto parts = nlohmann::json::from_cbor(bytes, true, false);
-    if (!parts.is_array() || parts.size() != 5) return std::nullopt;
+    if (!parts.is_array() || parts.size() != 6) return std::nullopt;
     Report report;
     parts[0].get_to(report.richer);
     parts[1].get_to(report.details);
     parts[2].get_to(report.dropped);
     parts[3].get_to(report.kept);
     parts[4].get_to(report.limits);
+    parts[5].get_to(report.further);
     return report;
 }
 

@@ -71,6 +71,7 @@ struct Report {
     std::vector<Notice> refused;         // by Eudora's own rules
     std::vector<std::string> leftAlone;  // files that are not one vCard each, in words
     std::size_t richer = 0;              // vCards that hold more than Eudora can
+    std::size_t further = 0;             // contacts with addresses that stay in Eudora alone
     std::vector<std::string> details;    // for who wants to know all: which those are, and what a
                                          // run in one direction leaves
 
