@@ -155,6 +155,10 @@ std::string IsoText(local_seconds time) {
     return Format("%Y-%m-%dT%H:%M:%S", time);
 }
 
+std::string IsoText(local_seconds time, seconds offset) {
+    return IsoText(time) + ZoneText(offset).insert(3, ":");
+}
+
 std::string ZoneText(seconds offset) {
     const local_seconds distance(std::chrono::abs(offset));
     return (offset < seconds(0) ? '-' : '+') + Format("%H%M", distance);

@@ -19,6 +19,8 @@ std::chrono::local_seconds CivilTime(std::chrono::system_clock::time_point insta
 std::string Format(std::string_view pattern, std::chrono::local_seconds time);
 // "2026-11-24T17:05:00"
 std::string IsoText(std::chrono::local_seconds time);
+// "2026-11-24T17:05:00+01:00"
+std::string IsoText(std::chrono::local_seconds time, std::chrono::seconds offset);
 // "+0100"
 std::string ZoneText(std::chrono::seconds offset);
 

@@ -30,7 +30,7 @@ eumapi               platform/os integration/locate mailbox mapi text
 module               platform/os frame addressbook mailstore
 host/base            platform/os text
 host/eudora          platform/os host/base text
-host/translator      platform/os platform/kvutil frame/interface host/base host/eudora mailbox
+host/translator      platform/os platform/kvutil frame/interface host/base host/eudora mailbox text
 host/vcard           platform/os host/base text
 host/maildir         platform/os host/base text
 host/state           platform/os host/base

@@ -7,6 +7,7 @@ Failure::Failure(const platform::Failure& failure)
       code(failure.code),
       thing(failure.context),
       what(platform::Failure{failure.code, {}}.Message()),
+      advice(failure.code == platform::ErrorCode::kNoSpace ? "make room on that disk" : ""),
       systemError(failure.systemError) {}
 
 std::string Failure::Cause() const {

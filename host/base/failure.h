@@ -53,6 +53,13 @@ inline Failure RefusedFor(std::string thing, std::string what, std::string advic
     return {ExitCode::kRefused, std::move(what), std::move(advice), std::move(thing)};
 }
 
+// A failure of the system before anything was changed: "WHAT: CAUSE". The advice counts where the
+// cause says none itself.
+inline Failure RefusedBy(const Failure& cause, const std::string& what, std::string advice) {
+    return Refused(what + ": " + cause.Cause(),
+                   cause.advice.empty() ? std::move(advice) : cause.advice);
+}
+
 // A failure of work that had begun.
 inline Failure Failed(std::string what, std::string advice = {}) {
     return {ExitCode::kFailed, std::move(what), std::move(advice)};

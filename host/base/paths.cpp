@@ -52,7 +52,7 @@ base::Status MakeFolders(platform::Files& files, const std::string& folder) {
 base::Status MakeOwnFolders(const std::string& folder) {
     const auto made = MakeFolders(platform::NativeFiles(), folder);
     if (made) return {};
-    return Refused(folder + " cannot be made: " + made.Error().Message(), kMakeWritable);
+    return RefusedBy(made.Error(), folder + " cannot be made", kMakeWritable);
 }
 
 base::Status CheckFolder(const std::string& folder, const std::string& what) {

@@ -28,22 +28,26 @@ std::string SizeText(std::uint64_t bytes) {
     return std::to_string((bytes + unit - 1) / unit) + (isLarge ? " MB" : " KB");
 }
 
-// The local time that the id of a backup tells in UTC.
-std::string TimeText(const Backup& backup) {
+// The instant that the id of a backup tells.
+std::chrono::sys_seconds TimeOf(const Backup& backup) {
     const auto part = [&](std::size_t at, std::size_t count) {
         return std::atoi(backup.id.substr(at, count).c_str());
     };
     using namespace std::chrono;
     const sys_days day =
         year(part(0, 4)) / static_cast<unsigned>(part(4, 2)) / static_cast<unsigned>(part(6, 2));
-    const sys_seconds time = day + hours(part(9, 2)) + minutes(part(11, 2)) + seconds(part(13, 2));
-    const auto offset = platform::NativeSystem().clock.UtcOffset(time);
-    return text::Format("%Y-%m-%d %H:%M", text::CivilTime(time, offset));
+    return day + hours(part(9, 2)) + minutes(part(11, 2)) + seconds(part(13, 2));
+}
+
+std::chrono::seconds ZoneAt(std::chrono::sys_seconds time) {
+    return platform::NativeSystem().clock.UtcOffset(time);
 }
 
 // What a backup is, in one line.
 std::string Headline(const Backup& backup) {
-    return backup.id + "  " + TimeText(backup) + "  " + backup.reason + "  " +
+    const auto time = TimeOf(backup);
+    const auto local = text::CivilTime(time, ZoneAt(time));
+    return backup.id + "  " + text::Format("%Y-%m-%d %H:%M", local) + "  " + backup.reason + "  " +
            base::Counted(backup.files.size(), "file") + ", " + SizeText(backup.CopiedBytes()) +
            "  " + EudoraFolderOf(platform::NativeFiles(), backup);
 }
@@ -51,8 +55,9 @@ std::string Headline(const Backup& backup) {
 nlohmann::json ToJson(const Backup& backup) {
     auto files = nlohmann::json::array();
     for (const BackupFile& file : backup.files) files.push_back(file.path);
+    const auto time = TimeOf(backup);
     return {{"id", backup.id},
-            {"time", TimeText(backup)},
+            {"time", text::IsoText(text::CivilTime(time, ZoneAt(time)), ZoneAt(time))},
             {"reason", backup.reason},
             {"size", backup.CopiedBytes()},
             {"eudora", EudoraFolderOf(platform::NativeFiles(), backup)},

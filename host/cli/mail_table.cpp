@@ -40,8 +40,7 @@ Text DateOf(const mail::Mail& mail) {
 Json ZonedDate(const mail::Mail& mail) {
     const auto date = mail.date ? text::FromOleDate(*mail.date) : std::nullopt;
     if (!date) return nullptr;
-    const std::string zone = text::ZoneText(platform::NativeClock().UtcOffset(*date));
-    return text::IsoText(*date) + zone.substr(0, 3) + ':' + zone.substr(3);
+    return text::IsoText(*date, platform::NativeClock().UtcOffset(*date));
 }
 
 bool IsSent(const mail::Mail& mail) {

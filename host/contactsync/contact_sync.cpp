@@ -74,36 +74,17 @@ void ReadAnew(state::Remembered& remembered, unsigned before, unsigned now) {
     }
 }
 
-// Tells of another code page than in the run before, and of texts that are none of the code page:
-// a first run that only supposes the code page is stopped by them.
 void CheckTexts(const AddressBook& eudora, unsigned before, Run& run) {
-    sync::Report& report = run.plan.report;
-    const std::string page = "code page " + std::to_string(eudora.codePage);
-    if (before != 0 && before != eudora.codePage) {
-        report.notes.push_back(page + " now, " + std::to_string(before) +
-                               " in the run before: all of Eudora's texts are read anew");
-    }
-    const auto count = [&](const auto& holds) {
-        return std::ranges::count_if(run.sides.eudora, [&](const contacts::StoredContact& stored) {
-            return std::ranges::any_of(stored.contact.values, holds);
-        });
+    const auto count = [&](bool (*holds)(std::string_view)) {
+        return static_cast<std::size_t>(
+            std::ranges::count_if(run.sides.eudora, [&](const contacts::StoredContact& stored) {
+                return std::ranges::any_of(stored.contact.values, holds);
+            }));
     };
-    const auto strange = count(base::HasStrangeCharacters);
-    if (strange == 0 || !run.remembered.pairs.empty()) return;
-    // A few stray bytes stand in texts of any code page.
-    const auto foreign = count([](const std::string& text) { return !text::IsAscii(text); });
-    const bool isDoubtful = !eudora.isCodePageSaid && strange > 1 && 4 * strange > foreign;
-    std::string what =
-        std::to_string(strange) + " of Eudora's contacts hold what is no text of " + page;
-    const std::string help =
-        "name the right one with --code-page (932 is Japanese, 1250 and 1251 "
-        "are of Eastern Europe); if it is right, say --code-page " +
-        std::to_string(eudora.codePage);
-    if (!isDoubtful) {
-        report.notes.push_back(what + "; " + help);
-    } else if (!report.stop) {
-        report.stop = {base::Refused(std::move(what), help)};
-    }
+    sync::CheckTexts(
+        {before, eudora.codePage, !eudora.isCodePageSaid && run.remembered.pairs.empty(), "contact",
+         "", "all of Eudora's texts are read anew", count},
+        run.plan.report);
 }
 
 // Tells of addresses that stay in Eudora alone, and of lists there that go on naming a contact
@@ -195,8 +176,8 @@ base::Status Prepare(const sync::RunContext& context, const SyncOptions& options
 // The folder of vCards and what is remembered of both sides, before the first change.
 base::Status Begin(const sync::RunContext& context, const SyncOptions& options, Run& run) {
     if (auto made = base::MakeFolders(context.files, options.folder); !made) {
-        return base::Refused(options.folder + " cannot be made: " + made.Error().Message(),
-                             "name another folder with --contacts");
+        return base::RefusedBy(made.Error(), options.folder + " cannot be made",
+                               "name another folder with --contacts");
     }
     const unsigned before = run.memory->CodePage();
     if (before == 0 || before == options.eudora.codePage) return run.memory->Begin({});

@@ -41,8 +41,8 @@ base::Status Write(const fs::path& path, const std::string& content) {
     const auto status =
         platform::WriteWhole(platform::NativeFiles(), base::FromPath(path), content);
     if (status) return {};
-    return base::Refused("kvsync's own folder cannot be written: " + status.Error().Message(),
-                         base::kMakeWritable);
+    return base::RefusedBy(status.Error(), "kvsync's own folder cannot be written",
+                           base::kMakeWritable);
 }
 
 // The text of system.reg. A folder without Eudora.exe gets itself ("C:\\Eudora\\.") named as the

@@ -56,38 +56,16 @@ bool MeanOtherTexts(const state::MailMemory& memory, unsigned codePage,
     return true;
 }
 
-// Tells of another code page than in the run before, and of texts that are none of the code page:
-// a first run that only supposes the code page is stopped by them.
 void CheckTexts(const MailSyncOptions& options, MailRun& run) {
-    sync::Report& report = run.plan.report;
-    const std::string page = "code page " + std::to_string(options.codePage);
-    const unsigned before = run.memory->CodePage();
-    if (before != 0 && before != options.codePage) {
-        report.notes.push_back(page + " now, " + std::to_string(before) +
-                               " in the run before: files made of Eudora's mails are composed "
-                               "again");
-    }
-    const auto count = [&](const auto& holds) {
-        return std::ranges::count_if(run.sides.eudora,
-                                     [&](const EudoraHead& head) { return holds(head.name); });
+    const auto count = [&](bool (*holds)(std::string_view)) {
+        return static_cast<std::size_t>(std::ranges::count_if(
+            run.sides.eudora, [&](const EudoraHead& head) { return holds(head.name); }));
     };
-    const auto strange = count(base::HasStrangeCharacters);
-    const bool isSupposed = !options.isCodePageSaid && run.remembered.empty();
-    if (strange == 0 || !isSupposed || report.stop) return;
-    // A few stray bytes stand in texts of any code page.
-    const auto foreign = count([](const std::string& text) { return !text::IsAscii(text); });
-    const bool isDoubtful = strange > 1 && 4 * strange > foreign;
-    std::string what = std::to_string(strange) + " of Eudora's mails hold what is no text of " +
-                       page + " in sender or subject";
-    const std::string help =
-        "name the right one with --code-page (932 is Japanese, 1250 and 1251 are of Eastern "
-        "Europe); if it is right, say --code-page " +
-        std::to_string(options.codePage);
-    if (isDoubtful) {
-        report.stop = {base::Refused(std::move(what), help)};
-    } else {
-        report.notes.push_back(what + "; " + help);
-    }
+    sync::CheckTexts(
+        {run.memory->CodePage(), options.codePage,
+         !options.isCodePageSaid && run.remembered.empty(), "mail", " in sender or subject",
+         "files made of Eudora's mails are composed again", count},
+        run.plan.report);
 }
 
 std::string LookAtSides(const sync::RunContext& context, const MailSyncOptions& options,
@@ -211,8 +189,8 @@ base::Result<sync::Report> RunMailSync(const sync::RunContext& context,
     if (isSettled) idle.Keep(run.plan.report);
     if (options.dryRun || run.plan.report.stop || isSettled) return std::move(run.plan.report);
     if (auto made = base::MakeFolders(context.files, options.maildir); !made) {
-        return base::Refused(options.maildir + " cannot be made: " + made.Error().Message(),
-                             "name another folder with --maildir");
+        return base::RefusedBy(made.Error(), options.maildir + " cannot be made",
+                               "name another folder with --maildir");
     }
     state::MailMemoryChange first;
     if (run.hasOtherTexts) first.put = run.remembered;

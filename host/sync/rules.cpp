@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "host/base/output.h"
 #include "host/base/paths.h"
 #include "host/state/state_file.h"
 #include "text/ascii.h"
@@ -72,6 +73,30 @@ std::optional<Stop> TooManyAdditions(unsigned long count, const char* what, unsi
     Stop stop = TooMany(Verb::kAdd, count, what, allowed, "--max-add");
     stop.side = Side::kEudora;
     return stop;
+}
+
+void CheckTexts(const TextsOfPage& texts, Report& report) {
+    const std::string number = std::to_string(texts.now), page = "code page " + number;
+    if (texts.before != 0 && texts.before != texts.now) {
+        report.notes.push_back(page + " now, " + std::to_string(texts.before) +
+                               " in the run before: " + texts.readAnew);
+    }
+    if (!texts.isSupposed || report.stop) return;
+    const std::size_t strange = texts.count(base::HasStrangeCharacters);
+    if (strange == 0) return;
+    std::string what = base::Counted(strange, texts.record) +
+                       " in Eudora with what is no text of " + page + texts.where;
+    const std::string help =
+        "name the right one with --code-page (932 is Japanese, 1250 and 1251 are of Eastern "
+        "Europe); if it is right, say --code-page " +
+        number;
+    // A few stray bytes stand in texts of any code page.
+    const auto isForeign = [](std::string_view text) { return !text::IsAscii(text); };
+    if (strange > 1 && 4 * strange > texts.count(isForeign)) {
+        report.stop = {base::Refused(std::move(what), help)};
+    } else {
+        report.notes.push_back(what + "; " + help);
+    }
 }
 
 Stop NoSuchConflict(const std::string& name) {

@@ -50,13 +50,13 @@ struct Resolution {
 struct Options {
     Prefer prefer = Prefer::kNone;
     Direction direction = Direction::kBoth;
-    std::optional<Limit> maxDelete;  // the larger of 10 and 25% if not given
-    std::optional<Limit> maxAdd;     // into Eudora; 100 on a first run if not given, else any
+    std::optional<Limit> maxDelete = {};  // the larger of 10 and 25% if not given
+    std::optional<Limit> maxAdd = {};     // into Eudora; 100 on a first run if not given, else any
     bool dryRun = false;
     bool substitute = false;       // a mail is sent with ? for characters that Eudora lacks
     std::chrono::seconds wait{0};  // for another run to end
     // Only this is done, and kRefused if there is no such conflict.
-    std::optional<Resolution> resolve;
+    std::optional<Resolution> resolve = {};
 };
 
 // How many of `total` remembered contacts or mails may be deleted; the larger of 10 and 25% if no
@@ -69,6 +69,20 @@ std::optional<Stop> TooManyDeletions(unsigned long count, const char* what, unsi
 // The same for what would be added to Eudora.
 std::optional<Stop> TooManyAdditions(unsigned long count, const char* what, unsigned long total,
                                      const std::optional<Limit>& limit);
+
+// Eudora's texts and the code page in which they are read; numbers are Microsoft's.
+struct TextsOfPage {
+    unsigned before, now;  // 0 before the first run
+    bool isSupposed;       // a first run, and nobody has said which code page it is
+    const char* record;    // "contact"
+    const char* where;     // behind the code page: " in sender or subject"
+    const char* readAnew;  // what another code page than before leads to
+    // How many records have a text for which that holds.
+    std::function<std::size_t(bool (*holds)(std::string_view text))> count;
+};
+// Tells of another code page than in the run before, and of texts that are none of a supposed one;
+// if they are many, the run stops.
+void CheckTexts(const TextsOfPage& texts, Report& report);
 
 // The reasons to settle nothing: there is no such conflict; the direction leaves the side alone
 // that would change.

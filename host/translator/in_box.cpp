@@ -167,8 +167,8 @@ base::Status CheckInBox(const eudora::Setup& setup) {
                 return base::Refused(shown + " is no regular file",
                                      "move it away and bring back a copy of the mailbox");
             default:
-                return base::Refused(shown + " cannot be read: " + file.Error().Message(),
-                                     "give yourself read permission");
+                return base::RefusedBy(file.Error(), shown + " cannot be read",
+                                       "give yourself read permission");
         }
     }
     return {};

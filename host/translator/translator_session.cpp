@@ -6,6 +6,7 @@
 #include "host/base/paths.h"
 #include "platform/kvutil/kvutil.h"
 #include "platform/os/system.h"
+#include "text/ascii.h"
 
 namespace host::translator {
 
@@ -51,15 +52,26 @@ std::vector<std::string> ErrorsOf(CRRecordTranslator& translator) {
                  &CRRecordTranslator::GetNextErrorMessage);
 }
 
-// "WHAT failed: REASON; REASON".
-base::Failure Unsuccessful(std::string what, const std::vector<std::string>& reasons) {
-    what += " failed";
-    const char* separator = ": ";
-    for (const std::string& reason : reasons) {
-        what += separator + reason;
-        separator = "; ";
+// The module's message with native paths in the place of its Windows paths, which are in quotes or
+// end in front of a colon.
+std::string WithNativePaths(std::string text) {
+    for (std::size_t at = text.find(":\\"); at != std::string::npos;
+         at = text.find(":\\", at + 1)) {
+        const std::size_t begin = at > 0 ? at - 1 : 0;
+        const bool isQuoted = begin > 0 && text[begin - 1] == '"';
+        const std::size_t end = std::min(text.find(isQuoted ? "\"" : ": ", at + 1), text.size());
+        const auto native = platform::NativePathOf(base::FromUtf8(text.substr(begin, end - begin)));
+        if (!native) continue;
+        text.replace(begin, end - begin, *native);
+        at = begin + native->size();
     }
-    return base::Failed(std::move(what));
+    return text;
+}
+
+// "WHAT failed: SENTENCE SENTENCE".
+base::Failure Unsuccessful(std::string what, const std::vector<std::string>& reasons) {
+    what += reasons.empty() ? " failed" : " failed: ";
+    return base::Failed(what + WithNativePaths(text::Joined(reasons, " ")));
 }
 
 }  // namespace
@@ -98,7 +110,10 @@ base::Result<bool> TranslatorSession::Select(std::string& selection, bool config
     const RRETURNCODE code =
         m_translator->GetAppInfo(configure ? 1 : 0, m_context.get(), chosen, 0, text, 0);
     if (code == RRC_CANCELLED) return false;
-    if (code != RRC_OK) return Explain("selecting " + base::ToUtf8(chosen.Str()));
+    if (code != RRC_OK) {
+        const std::string usual = m_kind == kContactsKind ? "a nickname file" : m_store;
+        return Explain("choosing " + (chosen.IsEmpty() ? usual : base::ToUtf8(chosen.Str())));
+    }
     selection = chosen.Str();
     if (m_kind == kContactsKind) {
         m_store = platform::NativePathOf(selection).value_or(base::ToUtf8(selection));
@@ -122,7 +137,7 @@ base::Status TranslatorSession::Open() {
 
 base::Status TranslatorSession::Close() {
     m_open = false;
-    return StatusOf(m_translator->Close(0), "closing");
+    return StatusOf(m_translator->Close(0), "closing " + m_store);
 }
 
 base::Result<bool> TranslatorSession::MoveFirst() {
@@ -236,7 +251,7 @@ base::Status TranslatorSession::Delete(const std::string& id) {
 
 base::Result<BatchReport> TranslatorSession::BatchUpdate() {
     CollectingSink sink;
-    if (m_translator->BatchUpdate(&sink) != RRC_OK) return Explain("writing the changes");
+    if (m_translator->BatchUpdate(&sink) != RRC_OK) return Explain("writing " + m_store);
     return std::move(sink.report);
 }
 

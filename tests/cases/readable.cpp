@@ -92,7 +92,8 @@ std::string WithMarks(const std::string& line) {
         const std::time_t now = std::time(nullptr);
         std::array<char, 100> text{};
         std::strftime(text.data(), text.size(),
-                      "(%a %b %d [0-9:]{8} %Y)|(%a, %d %b %Y [0-9:]{8})|(%Y-%m-%d [0-9:]{5})",
+                      "(%a %b %d [0-9:]{8} %Y)|(%a, %d %b %Y [0-9:]{8})|(%Y-%m-%d [0-9:]{5})|"
+                      "(%Y-%m-%dT[0-9:]{8}[+-][0-9:]{5})",
                       std::gmtime(&now));
         return std::regex(text.data());
     }();

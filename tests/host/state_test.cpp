@@ -33,7 +33,9 @@ class StateTest : public ::testing::Test {
         for (const char* eudora : {"s", "t", "tt"}) {
             if (mayWrite) fs::create_directory(Folder(eudora));
         }
-        if (memory && mayWrite && !(*memory)->IsCurrent()) EXPECT_TRUE((*memory)->Begin({}));
+        if (memory && mayWrite && !(*memory)->IsCurrent()) {
+            EXPECT_TRUE((*memory)->Begin({}));
+        }
         return memory;
     }
     state::Remembered Load(const std::string& scope = "s") {
