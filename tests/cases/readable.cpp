@@ -90,7 +90,7 @@ std::vector<std::string> Words(std::string_view line) {
 std::string WithMarks(const std::string& line) {
     static const std::regex kToday = [] {
         const std::time_t now = std::time(nullptr);
-        std::array<char, 100> text{};
+        std::array<char, 200> text{};
         std::strftime(text.data(), text.size(),
                       "(%a %b %d [0-9:]{8} %Y)|(%a, %d %b %Y [0-9:]{8})|(%Y-%m-%d [0-9:]{5})|"
                       "(%Y-%m-%dT[0-9:]{8}[+-][0-9:]{5})",
