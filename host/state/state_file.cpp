@@ -3,192 +3,15 @@
 #include <algorithm>
 #include <filesystem>
 #include <thread>
-#include <tuple>
-
-#include <nlohmann/json.hpp>
 
 #include "host/base/paths.h"
 #include "host/base/uuid.h"
+#include "host/state/rows.h"
 #include "host/state/state_database.h"
 
 namespace host::state {
 
 namespace {
-
-// One kind of row: its table, and its columns beside the scope with the members that they hold.
-struct PairTable {
-    using Row = RememberedPair;
-    static constexpr const char* kName = "pair";
-    static constexpr const char* kColumns =
-        "key, eudora_id, eudora_marker, eudora_fields, folder_id, folder_marker, folder_fields,"
-        " uid, beyond";
-    static auto Members(auto& pair) {
-        auto &eudora = pair.eudora, &folder = pair.folder;
-        return std::tie(pair.key, eudora.item.id, eudora.item.marker, eudora.contact,
-                        folder.item.id, folder.item.marker, folder.contact, pair.uid, pair.beyond);
-    }
-};
-
-struct IntentTable {
-    using Row = Intent;
-    static constexpr const char* kName = "intent";
-    static constexpr const char* kColumns = "old_id, new_id, folder_id";
-    static auto Members(auto& intent) {
-        return std::tie(intent.oldId, intent.newId, intent.folderId);
-    }
-};
-
-struct MailTable {
-    using Row = RememberedMail;
-    static constexpr const char* kName = "mail";
-    static constexpr const char* kColumns =
-        "key, link, eudora_id, eudora_marker, message_id, file, flags, size, content, name,"
-        " file_id, lack";
-    // The columns of a file of an earlier version, which is only read; by version.
-    static constexpr const char* kOldColumns[] = {
-        "", "",
-        "key, link, eudora_id, eudora_marker, message_id, file, flags, size, content, name, x'', 0",
-        "key, link, eudora_id, eudora_marker, message_id, file, flags, size, content, name,"
-        " file_id, 0"};
-    static auto Members(auto& mail) {
-        return std::tie(mail.key, mail.link, mail.id, mail.marker, mail.messageId, mail.unique,
-                        mail.flags, mail.size, mail.content, mail.name, mail.fileId, mail.lack);
-    }
-};
-
-// A folder that is kept in step with the nickname file or the in-box that is its scope.
-struct KnownFolder {
-    Key key = 0;
-    std::string memory;  // the scope of its rows
-    std::string path;    // where it was last, links followed
-    std::string mark;    // empty if none can be written there
-    unsigned codePage = 0;
-    bool operator==(const KnownFolder&) const = default;
-};
-
-struct FolderTable {
-    using Row = KnownFolder;
-    static constexpr const char* kName = "folder";
-    static constexpr const char* kColumns = "key, memory, path, mark, code_page";
-    static auto Members(auto& folder) {
-        return std::tie(folder.key, folder.memory, folder.path, folder.mark, folder.codePage);
-    }
-};
-
-// Bytes must outlive the statement's run. A row without a key gets it from the database.
-template <class Value>
-void Bind(SQLite::Statement& statement, int index, const Value& value) {
-    if constexpr (std::is_same_v<Value, std::string>) {
-        statement.bindNoCopy(index, static_cast<const void*>(value.data()),
-                             static_cast<int>(value.size()));
-    } else if constexpr (std::is_same_v<Value, base::Contact>) {
-        constexpr auto kReplace = nlohmann::json::error_handler_t::replace;
-        statement.bind(index, nlohmann::json(value.values).dump(-1, ' ', false, kReplace));
-    } else if (const bool isKey = std::is_same_v<Value, Key>; isKey && value == Value{}) {
-        statement.bind(index);
-    } else {
-        statement.bind(index, static_cast<std::int64_t>(value));
-    }
-}
-
-template <class Value>
-void Get(const SQLite::Column& column, Value& value) {
-    if constexpr (std::is_same_v<Value, std::string>) {
-        value.assign(static_cast<const char*>(column.getBlob()),
-                     static_cast<std::size_t>(column.size()));
-    } else if constexpr (std::is_same_v<Value, base::Contact>) {
-        try {
-            nlohmann::json::parse(column.getString()).get_to(value.values);
-        } catch (const nlohmann::json::exception& error) {
-            throw DamagedContent(error.what());
-        }
-    } else {
-        value = static_cast<Value>(column.getInt64());
-    }
-}
-
-template <class Table>
-std::vector<typename Table::Row> LoadRows(SQLite::Database& database, const std::string& scope,
-                                          const std::string& columns = Table::kColumns) {
-    SQLite::Statement select(database, "SELECT " + columns + " FROM " + Table::kName +
-                                           " WHERE scope = ? ORDER BY rowid");
-    Bind(select, 1, scope);
-    std::vector<typename Table::Row> rows;
-    while (select.executeStep()) {
-        int at = 0;
-        std::apply([&](auto&... members) { (Get(select.getColumn(at++), members), ...); },
-                   Table::Members(rows.emplace_back()));
-    }
-    return rows;
-}
-
-// Adds rows, or replaces those of the same key; what was added gets its key.
-template <class Row, class Table>
-void PutRows(SQLite::Database& database, const std::string& scope, std::vector<Row>& rows, Table) {
-    const std::string columns = Table::kColumns;
-    std::string marks = "?, ?";
-    for (auto more = std::ranges::count(columns, ','); more > 0; --more) marks += ", ?";
-    SQLite::Statement put(database, std::string("INSERT OR REPLACE INTO ") + Table::kName +
-                                        "(scope, " + columns + ") VALUES(" + marks + ")");
-    for (Row& row : rows) {
-        put.reset();
-        Bind(put, 1, scope);
-        int at = 2;
-        std::apply([&](const auto&... members) { (Bind(put, at++, members), ...); },
-                   Table::Members(row));
-        put.exec();
-        if constexpr (requires { row.key; }) row.key = database.getLastInsertRowid();
-    }
-}
-
-template <class... Values>
-void Run(SQLite::Database& database, const char* sql, const Values&... values) {
-    SQLite::Statement statement(database, sql);
-    int at = 1;
-    (Bind(statement, at++, values), ...);
-    statement.exec();
-}
-
-void ForgetIdle(SQLite::Database& database, const std::string& scope) {
-    Run(database, "DELETE FROM idle WHERE scope = ?", scope);
-}
-
-void ForgetRows(SQLite::Database& database, const std::string& scope) {
-    Run(database, "DELETE FROM pair WHERE scope = ?", scope);
-    Run(database, "DELETE FROM intent WHERE scope = ?", scope);
-    Run(database, "DELETE FROM mail WHERE scope = ?", scope);
-    ForgetIdle(database, scope);
-}
-
-void Load(SQLite::Database& database, const std::string& scope, Remembered& remembered) {
-    remembered = {LoadRows<PairTable>(database, scope), LoadRows<IntentTable>(database, scope)};
-}
-
-void Load(SQLite::Database& database, const std::string& scope,
-          std::vector<RememberedMail>& mails) {
-    // A file of the first version, which is only read, has no mails yet.
-    if (!database.tableExists("mail")) return;
-    const auto version = static_cast<std::size_t>(VersionOf(database));
-    const bool isOld = version < std::size(MailTable::kOldColumns);
-    mails = LoadRows<MailTable>(database, scope,
-                                isOld ? MailTable::kOldColumns[version] : MailTable::kColumns);
-}
-
-void Save(SQLite::Database& database, const std::string& scope, MemoryChange& change) {
-    PutRows(database, scope, change.put, PairTable());
-    for (const Key key : change.forget) Run(database, "DELETE FROM pair WHERE key = ?", key);
-    if (!change.intents) return;
-    Run(database, "DELETE FROM intent WHERE scope = ?", scope);
-    PutRows(database, scope, *change.intents, IntentTable());
-}
-
-void Save(SQLite::Database& database, const std::string& scope, MailMemoryChange& change) {
-    for (const Key key : change.forget) Run(database, "DELETE FROM mail WHERE key = ?", key);
-    PutRows(database, scope, change.put, MailTable());
-    if (!change.settle) return;
-    Run(database, "UPDATE mail SET link = ? WHERE scope = ? AND link = ?", MailLink::kInStep, scope,
-        MailLink::kPending);
-}
 
 // What tells two names of one thing: its real path, or the name if there is none.
 std::string Identity(platform::Files& files, const std::string& path) {
@@ -199,28 +22,22 @@ std::string Identity(platform::Files& files, const std::string& path) {
 // The scopes of rows whose first line names Eudora's side.
 std::vector<std::string> ScopesOf(platform::Files& files, SQLite::Database& database,
                                   const std::string& eudora) {
-    std::vector<std::string> scopes;
-    for (const char* table : {PairTable::kName, IntentTable::kName, MailTable::kName}) {
-        if (!database.tableExists(table)) continue;
-        SQLite::Statement select(database, std::string("SELECT DISTINCT scope FROM ") + table);
-        while (select.executeStep()) {
-            std::string scope;
-            Get(select.getColumn(0), scope);
-            const bool isIt = Identity(files, scope.substr(0, scope.find('\n'))) == eudora;
-            if (isIt) scopes.push_back(std::move(scope));
-        }
-    }
+    std::vector<std::string> scopes = Scopes(database);
+    std::erase_if(scopes, [&](const std::string& scope) {
+        return Identity(files, scope.substr(0, scope.find('\n'))) != eudora;
+    });
     return scopes;
 }
 
 // Whether the folder holds most of the files that are remembered in that scope.
 bool HoldsRemembered(platform::Files& files, const std::string& folder, SQLite::Database& database,
                      const std::string& scope) {
-    const auto pairs = LoadRows<PairTable>(database, scope);
-    const auto there = std::ranges::count_if(pairs, [&](const RememberedPair& pair) {
+    Remembered remembered;
+    Load(database, scope, remembered);
+    const auto there = std::ranges::count_if(remembered.pairs, [&](const RememberedPair& pair) {
         return files.Exists(folder + files.Separator() + pair.folder.item.id);
     });
-    return 2 * there > std::ssize(pairs);
+    return 2 * there > std::ssize(remembered.pairs);
 }
 
 // Repeats `take` until it is not refused for another run, at most so long.
@@ -284,11 +101,9 @@ class Scope : public Memory<Content, Change> {
         return Opened(std::move(scope));
     }
     Scope(platform::Files& files, Locks locks, std::string path, const Sides& sides)
-        : m_files(files),
-          m_locks(std::move(locks)),
-          m_path(std::move(path)),
-          m_eudora(Identity(files, sides.eudora)),
-          m_sides(sides) {}
+        : m_files(files), m_locks(std::move(locks)), m_path(std::move(path)), m_sides(sides) {
+        m_known.eudora = Identity(files, sides.eudora);
+    }
 
     base::Result<Content> Load() override {
         return ExplainingFaults(m_path, [&]() -> base::Result<Content> {
@@ -303,7 +118,6 @@ class Scope : public Memory<Content, Change> {
     base::Status Save(Change& change) override {
         return InTransaction(m_database.get(), m_path, [&](SQLite::Database& database) {
             state::Save(database, m_known.memory, change);
-            ForgetIdle(database, m_known.memory);
         });
     }
 
@@ -317,41 +131,29 @@ class Scope : public Memory<Content, Change> {
             if (!marked && marked.Error().code != platform::ErrorCode::kAccessDenied) return marked;
             if (!marked) present.mark.clear();
         }
-        std::vector<KnownFolder> rows{std::move(present)};
         auto saved = InTransaction(m_database.get(), m_path, [&](SQLite::Database& database) {
-            PutRows(database, m_eudora, rows, FolderTable());
-            state::Save(database, rows[0].memory, change);
-            ForgetIdle(database, rows[0].memory);
+            present.key = SaveFolder(database, present);
+            state::Save(database, present.memory, change);
         });
-        if (saved) m_known = std::move(rows[0]);
+        if (saved) m_known = std::move(present);
         return saved;
     }
     std::string IdleReport(const std::string& look) override {
-        return ExplainingFaults(m_path,
-                                [&]() -> base::Result<std::string> {
-                                    std::string report;
-                                    if (m_database == nullptr || !m_database->tableExists("idle"))
-                                        return report;
-                                    SQLite::Statement select(
-                                        *m_database,
-                                        "SELECT report FROM idle WHERE scope = ? AND look = ?");
-                                    Bind(select, 1, m_known.memory);
-                                    Bind(select, 2, look);
-                                    if (select.executeStep()) Get(select.getColumn(0), report);
-                                    return report;
-                                })
-            .ValueOr({});
+        if (m_database == nullptr) return {};
+        const auto read = [&]() -> base::Result<std::string> {
+            return state::IdleReport(*m_database, m_known.memory, look);
+        };
+        return ExplainingFaults(m_path, read).ValueOr({});
     }
     base::Status KeepIdleReport(const std::string& look, const std::string& report) override {
         return InTransaction(m_database.get(), m_path, [&](SQLite::Database& database) {
-            Run(database, "INSERT OR REPLACE INTO idle VALUES(?, ?, ?)", m_known.memory, look,
-                report);
+            state::KeepIdleReport(database, m_known.memory, look, report);
         });
     }
     base::Status Forget() override {
         return InTransaction(m_database.get(), m_path, [&](SQLite::Database& database) {
-            ForgetRows(database, m_known.memory);
-            Run(database, "DELETE FROM folder WHERE key = ?", m_known.key);
+            ForgetScope(database, m_known.memory);
+            ForgetFolder(database, m_known.key);
         });
     }
 
@@ -382,20 +184,14 @@ class Scope : public Memory<Content, Change> {
     base::Status Find() {
         m_mark = m_locks.folder.Id();
         std::vector<KnownFolder> known, sameMark;
+        if (m_database != nullptr) known = LoadFolders(*m_database);
         std::string other;
-        if (m_database != nullptr && m_database->tableExists("folder")) {
-            known = LoadRows<FolderTable>(*m_database, m_eudora);
-            SQLite::Statement select(*m_database, "SELECT DISTINCT scope FROM folder");
-            while (!m_mark.empty() && select.executeStep()) {
-                std::string scope;
-                Get(select.getColumn(0), scope);
-                for (KnownFolder& one : LoadRows<FolderTable>(*m_database, scope)) {
-                    if (one.mark != m_mark) continue;
-                    if (scope != m_eudora && m_files.Exists(scope)) other = scope;
-                    sameMark.push_back(std::move(one));
-                }
-            }
+        for (const KnownFolder& one : known) {
+            if (m_mark.empty() || one.mark != m_mark) continue;
+            if (one.eudora != m_known.eudora && m_files.Exists(one.eudora)) other = one.eudora;
+            sameMark.push_back(one);
         }
+        std::erase_if(known, [&](const KnownFolder& one) { return one.eudora != m_known.eudora; });
         // A copy beside the original gets a mark of its own.
         const bool isCopy = std::ranges::any_of(sameMark, [&](const KnownFolder& one) {
             return !IsHere(one.path) && FolderMark::Of(m_files, one.path) == m_mark;
@@ -415,7 +211,7 @@ class Scope : public Memory<Content, Change> {
             Adopt(known);
         }
         if (m_mark.empty()) m_mark = m_known.mark.empty() ? base::NewUuid() : m_known.mark;
-        if (m_known.memory.empty()) m_known.memory = m_eudora + '\n' + m_mark;
+        if (m_known.memory.empty()) m_known.memory = m_known.eudora + '\n' + m_mark;
         return {};
     }
 
@@ -423,7 +219,7 @@ class Scope : public Memory<Content, Change> {
     // that of this folder.
     void Adopt(const std::vector<KnownFolder>& known) {
         if (m_database == nullptr) return;
-        for (std::string& scope : ScopesOf(m_files, *m_database, m_eudora)) {
+        for (std::string& scope : ScopesOf(m_files, *m_database, m_known.eudora)) {
             if (std::ranges::count(known, scope, &KnownFolder::memory) > 0) continue;
             const std::string named = scope.substr(scope.find('\n') + 1);
             const bool isRelative = base::ToPath(named).is_relative();
@@ -439,9 +235,9 @@ class Scope : public Memory<Content, Change> {
     platform::Files& m_files;
     Locks m_locks;
     std::unique_ptr<SQLite::Database> m_database;
-    std::string m_path, m_eudora;
+    std::string m_path;
     Sides m_sides;
-    KnownFolder m_known;  // as it is remembered; without key if it is not
+    KnownFolder m_known;  // as it is remembered; without key and memory if it is not
     std::string m_mark;   // that the folder has or will get
 };
 
@@ -480,20 +276,15 @@ base::Result<std::unique_ptr<MailMemory>> OpenMails(platform::Files& files, cons
 base::Status ForgetEudora(platform::Files& files, const std::string& path,
                           const std::string& eudora) {
     return ForEachScopeOf(files, path, eudora, [](SQLite::Database& database, const auto& scope) {
-        ForgetRows(database, scope);
+        ForgetScope(database, scope);
     });
 }
 
 base::Status ForgetFiles(platform::Files& files, const std::string& path, const std::string& eudora,
                          const std::vector<std::string>& names) {
-    return ForEachScopeOf(
-        files, path, eudora, [&](SQLite::Database& database, const std::string& scope) {
-            for (const std::string& name : names) {
-                Run(database, "DELETE FROM pair WHERE scope = ? AND folder_id = ?", scope, name);
-                Run(database, "DELETE FROM mail WHERE scope = ? AND file = ?", scope, name);
-            }
-            ForgetIdle(database, scope);
-        });
+    return ForEachScopeOf(files, path, eudora, [&](SQLite::Database& database, const auto& scope) {
+        state::ForgetFiles(database, scope, names);
+    });
 }
 
 }  // namespace host::state
