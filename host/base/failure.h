@@ -55,9 +55,8 @@ inline Failure RefusedFor(std::string thing, std::string what, std::string advic
 
 // A failure of the system before anything was changed: "WHAT: CAUSE". The advice counts where the
 // cause says none itself.
-inline Failure RefusedBy(const Failure& cause, const std::string& what, std::string advice) {
-    return Refused(what + ": " + cause.Cause(),
-                   cause.advice.empty() ? std::move(advice) : cause.advice);
+inline Failure RefusedBy(const Failure& cause, const std::string& what, const std::string& advice) {
+    return Refused(what + ": " + cause.Cause(), cause.advice.empty() ? advice : cause.advice);
 }
 
 // A failure of work that had begun.
