@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 
+#include "host/contactsync/nicknames.h"
 #include "text/utf.h"
 
 namespace host::contactsync {
@@ -86,21 +87,7 @@ bool CanGoToEudora(const TwoSides& sides, base::Field field) {
     return mayBeEmpty || !sides.folderInEudora[field].empty();
 }
 
-// Whether Eudora's nickname is the one that a vCard without any gets there, with a number or not.
-bool IsMadeUp(const TwoSides& sides, const contacts::ContactStore& eudora) {
-    const std::string& nickname = sides.eudora[base::Field::kNickname];
-    const std::string made = NicknameFor(sides.folderInEudora, eudora);
-    const auto number = nickname.substr(nickname.find_last_not_of("0123456789") + 1);
-    return nickname == made || nickname == eudora.Nickname(made, number);
-}
-
 }  // namespace
-
-std::string NicknameFor(const base::Contact& held, const contacts::ContactStore& eudora) {
-    base::Contact named;
-    named[base::Field::kNickname] = base::DisplayName(held, "contact");
-    return eudora.Hold(named)[base::Field::kNickname];
-}
 
 void Merge::ToEudora(base::Field field) {
     if (!CanGoToEudora(now, field)) return;
@@ -128,7 +115,8 @@ Merge::Merge(const base::Contact& inEudora, const base::Contact& inFolder,
         if ((!eudoraChanged && !folderChanged) || Agree(now, field)) continue;
         // Two nicknames of what is plainly the same contact may stay two, or one.
         const bool mayDiffer = base == nullptr && !eudora[field].empty() &&
-                               (!folder[field].empty() || IsMadeUp(now, stores.eudora));
+                               (!folder[field].empty() ||
+                                IsMadeUp(now.eudora[field], now.folderInEudora, stores.eudora));
         if (field == base::Field::kNickname && (mayDiffer || keepNicknames)) continue;
         // A change that the other side could not hold anyway is none for it.
         const bool eudoraShows = now.eudoraInFolder[field] != old.eudoraInFolder[field];

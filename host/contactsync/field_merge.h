@@ -18,9 +18,6 @@ struct TwoSides {
     const base::Contact eudora, folder, folderInEudora, eudoraInFolder;
 };
 
-// The nickname that Eudora gives a contact without one, whose values it holds like that.
-std::string NicknameFor(const base::Contact& held, const contacts::ContactStore& eudora);
-
 // The merge, field by field. A field changed on one side goes to the other; a change that the other
 // side cannot hold is none for it. A value that merely lost characters on its way into Eudora
 // counts as equal, and an edit of it in Eudora keeps the lost characters of the folder's value.

@@ -1,10 +1,10 @@
 #include "host/contactsync/plan.h"
 
 #include <algorithm>
-#include <unordered_map>
 #include <unordered_set>
 
 #include "host/contactsync/field_merge.h"
+#include "host/contactsync/nicknames.h"
 #include "host/contactsync/pairing.h"
 #include "text/utf.h"
 
@@ -76,8 +76,12 @@ class Planner {
   public:
     Planner(const Sides& sides, const state::Remembered& remembered, const contacts::Stores& stores,
             const sync::Options& options)
-        : m_sides(sides), m_remembered(remembered), m_stores(stores), m_options(options) {
-        for (const StoredContact& stored : sides.eudora) m_taken.insert(stored.item.id);
+        : m_sides(sides),
+          m_remembered(remembered),
+          m_stores(stores),
+          m_options(options),
+          m_nicknames(stores.eudora) {
+        for (const StoredContact& stored : sides.eudora) m_nicknames.Reserve(stored.item.id);
     }
 
     Plan Make() {
@@ -208,21 +212,7 @@ class Planner {
             const bool isDone = fate == Fate::kRemove      ? MayChange(Side::kFolder)
                                 : fate == Fate::kBringBack ? MayChange(Side::kEudora)
                                                            : false;
-            if (!isDone) m_taken.insert(pair.eudora.item.id);
-        }
-    }
-
-    // The nickname itself if it is free, else with the first number that makes it so. Numbers of as
-    // many digits share a stem, and what was taken under one is not tried again.
-    std::string FreeNickname(const std::string& base) {
-        if (m_taken.insert(base).second) return base;
-        for (int first = 1;; first *= 10) {
-            const std::string start = m_stores.eudora.Nickname(base, std::to_string(first));
-            int& next = m_nextNumber.try_emplace(start, first).first->second;
-            while (next < first * 10) {
-                std::string candidate = m_stores.eudora.Nickname(base, std::to_string(next++));
-                if (m_taken.insert(candidate).second) return candidate;
-            }
+            if (!isDone) m_nicknames.Reserve(pair.eudora.item.id);
         }
     }
 
@@ -261,7 +251,7 @@ class Planner {
         std::string& nickname = step.eudora.values[Field::kNickname];
         if (nickname.empty()) nickname = NicknameFor(step.eudora.values, m_stores.eudora);
         if (!IsAccepted(step, folder.contact)) return;
-        nickname = FreeNickname(nickname);
+        nickname = m_nicknames.Take(nickname);
         m_plan.intents.push_back({"", nickname, folder.item.id});
         m_plan.steps.push_back(std::move(step));
     }
@@ -355,7 +345,7 @@ class Planner {
             nickname = m_stores.eudora.Nickname(nickname, std::string(base::kOlderMark));
             if (!IsAccepted(step, copy)) return false;
             step.inPart.Remove(Field::kNickname);
-            nickname = copy[Field::kNickname] = FreeNickname(nickname);
+            nickname = copy[Field::kNickname] = m_nicknames.Take(nickname);
             step.folder = {Verb::kAdd, {}, copy, {}, folderIsOlder ? older.item.id : ""};
             m_plan.steps.push_back(std::move(step));
         }
@@ -437,7 +427,7 @@ class Planner {
         if (m_plan.steps.size() > stepsBefore) step.needs = stepsBefore;
         if (merge.toEudora.Has(Field::kNickname)) {
             std::string& nickname = step.eudora.values[Field::kNickname];
-            step.renamedTo = nickname = FreeNickname(nickname);
+            step.renamedTo = nickname = m_nicknames.Take(nickname);
             m_plan.intents.push_back({eudora.item.id, nickname, folder.item.id});
         } else if (merge.toFolder.Has(Field::kNickname) && pair != nullptr) {
             step.renamedTo = merge.folder[Field::kNickname];
@@ -479,8 +469,7 @@ class Planner {
     const state::Remembered& m_remembered;
     const contacts::Stores& m_stores;
     const sync::Options& m_options;
-    std::unordered_set<std::string> m_taken;            // nicknames in Eudora, now or by this plan
-    std::unordered_map<std::string, int> m_nextNumber;  // by the nickname with the first number
+    FreeNicknames m_nicknames;  // those in Eudora and those of this plan are taken
     std::optional<std::unordered_set<std::string>> m_keptCopies;
     bool m_isResolved = false;  // the conflict that the options name
     Plan m_plan;
