@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <new>
-#include <unordered_set>
+#include <numeric>
+#include <span>
+#include <utility>
 
 #include "eumapi/mailbox.h"
 #include "mailbox/toc_file.h"
@@ -21,8 +23,10 @@ constexpr std::chrono::milliseconds kTimeStep(50);
 // A count of blocks as large as it can be, and room for what may lie behind them.
 constexpr std::uint64_t kLargestToc = 1u << 26;
 
+// All but the `removed` ones.
 platform::Result<std::vector<IndexedMail>> ReadMails(platform::Files& files,
-                                                     const std::string& tocPath) {
+                                                     const std::string& tocPath,
+                                                     std::unordered_set<std::uint32_t> removed) {
     const auto file = files.Open(tocPath, OpenMode::kRead, Share::kRead);
     if (!file) return file.Error();
     const auto toc = mailbox::ReadToc(**file);
@@ -32,7 +36,8 @@ platform::Result<std::vector<IndexedMail>> ReadMails(platform::Files& files,
     std::unordered_set<std::uint32_t> seen;
     std::uint32_t block = 0;
     for (const auto& mail : toc->mails) {
-        if (seen.insert(mail.dwMsgId).second) mails.push_back({mail, block});
+        const bool isRemoved = removed.erase(mail.dwMsgId) > 0;
+        if (!isRemoved && seen.insert(mail.dwMsgId).second) mails.push_back({mail, block});
         ++block;
     }
     return mails;
@@ -48,12 +53,17 @@ platform::Result<std::string> ReadBlockOf(File& toc, const IndexedMail& mail) {
     return bytes;
 }
 
-// The bytes of a .toc file without one block, with a count that is one less.
-std::string WithoutBlock(std::string toc, std::size_t blockAt) {
+// The bytes of a .toc file without the blocks that begin there, with a count that is as much less.
+std::string WithoutBlocks(const std::string& toc, const std::vector<std::size_t>& places) {
     auto header = mailbox::TocHeader::Decode(toc);
-    --header.wNumberOfMsgs;
-    toc.replace(0, mailbox::kTocHeaderSize, header.Encode());
-    return toc.erase(blockAt, mailbox::kMsgBlockSize);
+    header.wNumberOfMsgs = static_cast<std::uint16_t>(header.wNumberOfMsgs - places.size());
+    std::string left = header.Encode();
+    std::size_t from = left.size();
+    for (const std::size_t place : places) {
+        left.append(toc, from, place - from);
+        from = place + mailbox::kMsgBlockSize;
+    }
+    return left.append(toc, from);
 }
 
 }  // namespace
@@ -69,7 +79,7 @@ Code InBox::Refresh() {
     const Stamp stamp(info->size, info->modified);
     if (stamp == m_stamp && m_isSettled) return mapi::kSuccess;
     const auto age = m_system.clock.Now() - info->modified;
-    auto mails = ReadMails(m_system.files, m_tocPath);
+    auto mails = ReadMails(m_system.files, m_tocPath, m_removed);
     if (!mails) return CodeOf(mails.Error());
     Take(*std::move(mails));
     m_isSettled = age < age.zero() || age > kTimeStep;
@@ -95,11 +105,13 @@ void InBox::Take(std::vector<IndexedMail> mails) {
     LetGo();
     m_mails = std::move(mails);
     m_positions = std::move(positions);
+    m_next.clear();
 }
 
 const IndexedMail* InBox::Find(std::uint32_t id) const {
     const auto found = m_positions.find(id);
-    return found == m_positions.end() ? nullptr : &m_mails[found->second];
+    if (found == m_positions.end() || !IsStaying(found->second)) return nullptr;
+    return &m_mails[found->second];
 }
 
 // The mail before a gone one was there when that one went, so the search moves on in time and ends.
@@ -177,28 +189,103 @@ platform::Result<std::string> InBox::ReadBytes(const IndexedMail& mail, std::uin
     return bytes;
 }
 
-Code InBox::PutIntoTrash(std::string_view text, const std::string& block) const {
-    Mailbox trash(m_system);
-    const Code code = trash.Open(m_folder, mailbox::kTrash);
-    if (code != mapi::kSuccess) return code;
-    const auto isThere = trash.Contains(mailbox::MailPlace::Decode(block).dwMsgId, text);
-    if (!isThere) return CodeOf(isThere.Error());
-    return *isThere ? mapi::kSuccess : trash.Append(text, block);
+Code InBox::Remove(const IndexedMail& mail) {
+    const auto block = ReadBlock(mail);
+    if (!block) return CodeOf(block.Error());
+    const auto length = LengthOf(mail);
+    if (!length) return CodeOf(length.Error());
+    if (*length > kLargestMail) return mapi::kTextTooLarge;
+    if (m_removed.empty()) {
+        Mailbox trash(m_system, m_folder, mailbox::kTrash);
+        if (const Code code = trash.Open(); code != mapi::kSuccess) return code;
+    }
+    if (m_next.empty()) {
+        m_next.resize(m_mails.size() + 1);
+        std::iota(m_next.begin(), m_next.end(), std::size_t{0});
+    }
+    m_removed.insert(mail.dwMsgId);
+    ++m_next[m_positions.at(mail.dwMsgId)];
+    return mapi::kSuccess;
 }
 
-Code InBox::MoveToTrash(const IndexedMail& mail) {
-    auto toc = platform::ReadWhole(m_system.files, m_tocPath, kLargestToc);
+// Each look shortens the ways, so a run of removed mails is not passed one by one again and again.
+std::size_t InBox::StayingFrom(std::size_t position) {
+    if (m_next.empty()) return position;
+    while (m_next[position] != position) {
+        m_next[position] = m_next[m_next[position]];
+        position = m_next[position];
+    }
+    return position;
+}
+
+Code InBox::PutIntoTrash(const std::vector<std::string>& blocks, std::vector<bool>& isThere) {
+    const auto readText = [&](std::size_t n) {
+        return ReadBytes({mailbox::MailPlace::Decode(blocks[n]), 0});
+    };
+    Mailbox trash(m_system, m_folder, mailbox::kTrash);
+    Code result = trash.Open();
+    if (result != mapi::kSuccess) return result;
+    std::vector<std::string> waiting;
+    std::vector<std::size_t> places;  // of the waiting ones
+    for (std::size_t n = 0; n < blocks.size(); ++n) {
+        const auto id = mailbox::MailPlace::Decode(blocks[n]).dwMsgId;
+        if (trash.HasId(id)) {
+            const auto text = readText(n);
+            const auto contains = text ? trash.Contains(id, *text) : text.Error();
+            if (!contains) result = CodeOf(contains.Error());
+            if (!contains) continue;
+            isThere[n] = *contains;
+        }
+        if (isThere[n]) continue;
+        waiting.push_back(blocks[n]);
+        places.push_back(n);
+    }
+    for (std::size_t begin = 0; begin < waiting.size(); ++begin) {
+        const auto appended =
+            trash.Append(std::span(waiting).subspan(begin), [&](std::size_t n, std::string& out) {
+                const auto text = readText(places[begin + n]);
+                if (!text) return CodeOf(text.Error());
+                out += *text;
+                return Code{mapi::kSuccess};
+            });
+        for (const auto end = begin + appended.count; begin < end; ++begin) {
+            isThere[places[begin]] = true;
+        }
+        if (appended.code != mapi::kSuccess) result = appended.code;
+        if (begin == waiting.size() || !appended.isOfText) break;
+        // One that cannot be read does not hold up those behind it.
+        trash.Close();
+        if (const Code code = trash.Open(); code != mapi::kSuccess) return code;
+    }
+    return result;
+}
+
+Code InBox::CarryOutRemovals() {
+    if (m_removed.empty()) return mapi::kSuccess;
+    auto removed = std::exchange(m_removed, {});
+    m_next.clear();
+    m_stamp.reset();
+    const auto toc = platform::ReadWhole(m_system.files, m_tocPath, kLargestToc);
     if (!toc) return CodeOf(toc.Error());
-    const auto at = static_cast<std::size_t>(mailbox::BlockOffset(mail.block));
-    if (toc->size() < at + mailbox::kMsgBlockSize) return mapi::kFailure;
-    const auto block = toc->substr(at, mailbox::kMsgBlockSize);
-    if (mailbox::MailPlace::Decode(block).dwMsgId != mail.dwMsgId) return mapi::kFailure;
-    const auto text = ReadBytes(mail);
-    if (!text) return CodeOf(text.Error());
-    if (const Code code = PutIntoTrash(*text, block); code != mapi::kSuccess) return code;
+    std::vector<std::size_t> places;
+    std::vector<std::string> blocks;
+    const auto count = mailbox::TocHeader::Decode(*toc).wNumberOfMsgs;
+    for (std::uint32_t n = 0; n < count && mailbox::BlockOffset(n + 1) <= toc->size(); ++n) {
+        const auto at = static_cast<std::size_t>(mailbox::BlockOffset(n));
+        auto block = toc->substr(at, mailbox::kMsgBlockSize);
+        if (removed.erase(mailbox::MailPlace::Decode(block).dwMsgId) == 0) continue;
+        places.push_back(at);
+        blocks.push_back(std::move(block));
+    }
+    std::vector<bool> isMoved(blocks.size());
+    const Code code = PutIntoTrash(blocks, isMoved);
+    std::size_t n = 0;
+    std::erase_if(places, [&](std::size_t) { return !isMoved[n++]; });
     LetGo();
-    return CodeOf(
-        platform::WriteWhole(m_system.files, m_tocPath, WithoutBlock(*std::move(toc), at)));
+    if (places.empty()) return code;
+    const auto written =
+        platform::WriteWhole(m_system.files, m_tocPath, WithoutBlocks(*toc, places));
+    return code != mapi::kSuccess ? code : CodeOf(written);
 }
 
 }  // namespace eumapi

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "eumapi/result_code.h"
@@ -59,10 +60,16 @@ class InBox {
 
     // Changes an unread mail to read, in In.toc and in the list; any other state stays.
     Code MarkRead(const IndexedMail& mail);
-    // Copies the mail into the Trash, flushed, then removes its block from In.toc; In.mbx keeps its
-    // bytes. After a failure the mail is still in the in-box, and a second try does not put it into
-    // the Trash twice.
-    Code MoveToTrash(const IndexedMail& mail);
+    // Takes the mail out: Find and StayingFrom pass over it, and CarryOutRemovals moves it. Refused
+    // where it could not be moved, as far as that can be told now.
+    Code Remove(const IndexedMail& mail);
+    // The position of the first mail from there on that was not removed; Mails().size() if there is
+    // none.
+    std::size_t StayingFrom(std::size_t position);
+    // Moves the removed mails into the Trash: copies them in one pass, flushed, then writes In.toc
+    // anew without their blocks; In.mbx keeps their bytes. After a failure each mail that was not
+    // moved is in the in-box again, and a second try does not put it into the Trash twice.
+    Code CarryOutRemovals();
 
   private:
     // Size in bytes, and time of the last change.
@@ -70,7 +77,11 @@ class InBox {
 
     void Take(std::vector<IndexedMail> mails);
     platform::Result<std::uint64_t> LengthOf(const IndexedMail& mail);
-    Code PutIntoTrash(std::string_view text, const std::string& block) const;
+    bool IsStaying(std::size_t position) const {
+        return m_next.empty() || m_next[position] == position;
+    }
+    // Marks those of the blocks whose mails are in the Trash afterwards.
+    Code PutIntoTrash(const std::vector<std::string>& blocks, std::vector<bool>& isThere);
 
     platform::System m_system;
     const std::string m_folder, m_tocPath, m_mbxPath;
@@ -80,6 +91,10 @@ class InBox {
     std::unordered_map<std::uint32_t, std::size_t> m_positions;
     // A mail that is gone -> the mail that stood before it then; nothing: it was the first.
     std::unordered_map<std::uint32_t, std::optional<std::uint32_t>> m_gone;
+    std::unordered_set<std::uint32_t> m_removed;  // the first block of each id in In.toc
+    // For each position in m_mails itself, or one further on before which no mail is staying, as
+    // those between were removed; empty: all are staying.
+    std::vector<std::size_t> m_next;
     std::unique_ptr<platform::File> m_mbx;
 };
 

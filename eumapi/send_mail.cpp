@@ -210,15 +210,15 @@ class OutgoingFiles : platform::NotCopied {
 
 }  // namespace
 
-Code SendMail(const platform::System& system, const std::string& eudoraFolder,
+Code SendMail(const platform::System& system, const std::string& eudoraFolder, Mailbox& outBox,
               const MapiMessage& message) {
     OutgoingFiles attachments(system, eudoraFolder);
-    Mailbox out(system);
     Code code = CheckRecipients(message);
     for (const auto& file : mapi::Files(message)) {
         if (code == mapi::kSuccess) code = attachments.Add(file);
     }
-    if (code == mapi::kSuccess) code = out.Open(eudoraFolder, mailbox::kOutBox);
+    const ClosedAtEnd closed(outBox);
+    if (code == mapi::kSuccess) code = outBox.Open();
     if (code != mapi::kSuccess) return code;
     const auto now = system.clock.Now();
     // The out-box lists whom a mail goes to.
@@ -229,11 +229,14 @@ Code SendMail(const platform::System& system, const std::string& eudoraFolder,
         static_cast<std::uint32_t>(std::chrono::system_clock::to_time_t(now) & 0xFFFFFFFF);
     block.wStatus = static_cast<std::uint16_t>(mailbox::MailState::kQueued);
     block.szDate = ListDate(now, system.clock);
-    block.dwMsgId = out.FreeId();
-    code =
-        out.Append(OutgoingText(message, attachments.Paths(), now, system.clock), block.Encode());
-    if (code == mapi::kSuccess) attachments.Keep();
-    return code;
+    block.dwMsgId = outBox.FreeId();
+    const std::string bytes = block.Encode();
+    const auto appended = outBox.Append({&bytes, 1}, [&](std::size_t, std::string& out) {
+        out += OutgoingText(message, attachments.Paths(), now, system.clock);
+        return mapi::kSuccess;
+    });
+    if (appended.count == 1) attachments.Keep();
+    return appended.count == 1 ? mapi::kSuccess : appended.code;
 }
 
 }  // namespace eumapi

@@ -1,5 +1,6 @@
 #include "eumapi/simple_mapi.h"
 
+#include <new>
 #include <optional>
 #include <string_view>
 
@@ -31,7 +32,17 @@ std::optional<std::string> FindEudoraFolder(const platform::System& system) {
 
 }  // namespace
 
-InBox* SimpleMapi::Find(mapi::Session session) {
+SimpleMapi::~SimpleMapi() {
+    while (!m_sessions.empty()) {
+        try {
+            (void)Logoff(m_sessions.begin()->first);
+        } catch (const std::bad_alloc&) {
+            // Its mails stay where they are.
+        }
+    }
+}
+
+SimpleMapi::Session* SimpleMapi::Find(mapi::Session session) {
     const auto found = m_sessions.find(session);
     return found == m_sessions.end() ? nullptr : &found->second;
 }
@@ -41,23 +52,26 @@ Code SimpleMapi::Logon(mapi::Session* session) {
     auto folder = FindEudoraFolder(m_system);
     if (!folder) return mapi::kLoginFailure;
     if (!m_run) m_run = std::make_unique<RunMark>(m_system);
-    m_sessions.try_emplace(++m_lastSession, m_system, *std::move(folder));
+    m_sessions.try_emplace(++m_lastSession, InBox(m_system, *folder),
+                           Mailbox(m_system, *folder, mailbox::kOutBox));
     *session = m_lastSession;
     return mapi::kSuccess;
 }
 
 Code SimpleMapi::Logoff(mapi::Session session) {
-    if (m_sessions.erase(session) == 0) return mapi::kInvalidSession;
+    auto closing = m_sessions.extract(session);
+    if (closing.empty()) return mapi::kInvalidSession;
     if (m_sessions.empty()) m_run.reset();
-    return mapi::kSuccess;
+    return closing.mapped().inBox.CarryOutRemovals();
 }
 
 Code SimpleMapi::FindNext(mapi::Session session, const char* messageType, const char* seed,
                           mapi::Flags flags, char* messageId) {
-    InBox* inBox = Find(session);
-    if (inBox == nullptr) return mapi::kInvalidSession;
+    Session* const found = Find(session);
+    if (found == nullptr) return mapi::kInvalidSession;
     if (messageId == nullptr) return mapi::kFailure;
     if (!IsMailClass(messageType)) return mapi::kNoMessages;
+    InBox* const inBox = &found->inBox;
     if (const Code code = inBox->Refresh(); code != mapi::kSuccess) return code;
     std::size_t at = 0;
     if (seed != nullptr && *seed != '\0') {
@@ -68,7 +82,10 @@ Code SimpleMapi::FindNext(mapi::Session session, const char* messageType, const 
     }
     const auto& mails = inBox->Mails();
     const bool unreadOnly = (flags & mapi::kUnreadOnly) != 0;
-    while (unreadOnly && at < mails.size() && mails[at].wStatus != 0) ++at;
+    at = inBox->StayingFrom(at);
+    while (unreadOnly && at < mails.size() && mails[at].wStatus != 0) {
+        at = inBox->StayingFrom(at + 1);
+    }
     if (at == mails.size()) {
         inBox->LetGo();
         return mapi::kNoMessages;
@@ -80,8 +97,9 @@ Code SimpleMapi::FindNext(mapi::Session session, const char* messageType, const 
 
 Code SimpleMapi::FindMail(mapi::Session session, const char* messageId, InBox*& inBox,
                           const IndexedMail*& mail) {
-    inBox = Find(session);
-    if (inBox == nullptr) return mapi::kInvalidSession;
+    Session* const found = Find(session);
+    if (found == nullptr) return mapi::kInvalidSession;
+    inBox = &found->inBox;
     const auto id = messageId == nullptr ? std::nullopt : mailbox::ExactMsgIdOf(messageId);
     if (!id) return mapi::kInvalidMessage;
     const Code code = inBox->Refresh();
@@ -120,18 +138,20 @@ Code SimpleMapi::DeleteMail(mapi::Session session, const char* messageId) {
     InBox* inBox = nullptr;
     const IndexedMail* mail = nullptr;
     const Code code = FindMail(session, messageId, inBox, mail);
-    return code == mapi::kSuccess ? inBox->MoveToTrash(*mail) : code;
+    return code == mapi::kSuccess ? inBox->Remove(*mail) : code;
 }
 
 Code SimpleMapi::SendMail(mapi::Session session, const MapiMessage* message, mapi::Flags flags) {
-    const InBox* inBox = Find(session);
-    if (inBox == nullptr && session != 0) return mapi::kInvalidSession;
+    Session* const found = Find(session);
+    if (found == nullptr && session != 0) return mapi::kInvalidSession;
     const auto folder =
-        inBox != nullptr ? std::optional(inBox->Folder()) : FindEudoraFolder(m_system);
+        found != nullptr ? std::optional(found->inBox.Folder()) : FindEudoraFolder(m_system);
     if (!folder) return mapi::kLoginFailure;
     if (message == nullptr) return mapi::kFailure;
     if ((flags & mapi::kDialog) != 0) return mapi::kNotSupported;
-    return eumapi::SendMail(m_system, *folder, *message);
+    if (found != nullptr) return eumapi::SendMail(m_system, *folder, found->outBox, *message);
+    Mailbox outBox(m_system, *folder, mailbox::kOutBox);
+    return eumapi::SendMail(m_system, *folder, outBox, *message);
 }
 
 }  // namespace eumapi

@@ -34,5 +34,6 @@ void Check(std::string_view mail) {
     Require(Length(message->lpszSubject) + Length(message->lpszNoteText) < 8 * mail.size() + 1000);
     Require(library.FreeBuffer(message) == 0);
     Require(library.DeleteMail(session, "0x00000001") == 0);
+    Require(library.Logoff(session) == 0);
     Require(machine.files.Get("C:\\Eudora\\Trash.mbx") == mail);
 }

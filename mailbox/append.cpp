@@ -78,7 +78,7 @@ class Appender {
         return BlockOffset(m_place.header.wNumberOfMsgs + static_cast<std::uint32_t>(mails));
     }
 
-    // False if the mail's end has no room in the 32 bits of a block.
+    // False if the mail cannot be had, or if its end has no room in the 32 bits of a block.
     bool Add(std::size_t mail, std::string& piece) {
         const std::size_t before = piece.size();
         if (m_made == 0) piece += m_place.lead;
@@ -87,7 +87,7 @@ class Appender {
         const std::uint64_t offset = TextEnd(m_made) + begin - before,
                             length = piece.size() - begin;
         // The size of the .mbx file and 1 must be told, too.
-        if (offset + length > kMost - (m_place.tellsMbxSize ? 1 : 0)) {
+        if (block.empty() || offset + length > kMost - (m_place.tellsMbxSize ? 1 : 0)) {
             piece.resize(before);
             return false;
         }

@@ -23,7 +23,7 @@ struct AppendPlace {
 };
 
 // Appends the text of the n-th new mail, counted from 0, to `out` and gives the bytes of its block;
-// AppendMails fills in offset and length.
+// AppendMails fills in offset and length. Without bytes, the mail cannot be had.
 using MakeMail = std::function<std::string(std::size_t n, std::string& out)>;
 
 // The result of an append. Of the mails in their order the first `written` are stored, the next
@@ -31,7 +31,7 @@ using MakeMail = std::function<std::string(std::size_t n, std::string& out)>;
 struct Appended {
     std::size_t written = 0;
     std::size_t uncertain = 0;
-    std::size_t refused = 0;  // the last ones, for which the mailbox has no room
+    std::size_t refused = 0;  // the last ones, from one on without room or that cannot be had
     std::optional<platform::Failure> failure;
     bool isOfToc = false;  // the failure is of the .toc file, not of the .mbx file
     bool isOutOfMemory = false;

@@ -368,4 +368,8 @@ base::Status EudoraMails::Finish() {
     return closed ? opened : closed;
 }
 
+base::Status EudoraMails::SignOff() {
+    return m_session.SignOff();
+}
+
 }  // namespace host::mail

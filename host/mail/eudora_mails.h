@@ -41,6 +41,7 @@ class EudoraMails : public MailSource {
     base::Status SetStatus(const std::string& id, std::uint32_t status) override;
     base::Status Remove(const std::string& id) override;
     base::Status Finish() override;
+    base::Status SignOff() override;
 
   private:
     EudoraMails(std::unique_ptr<translator::TranslatorSession> session, std::string selection,

@@ -57,23 +57,27 @@ class MailSource {
     // nothing can be read, the failure names the mail by what can.
     virtual base::Result<Mail> Read(MailParts parts) = 0;
 
-    // Remove works at once; the other changes wait in memory until Finish.
+    // The changes wait: removals until SignOff, unless Eudora's library carries them out at once,
+    // the others until Finish.
 
     // Puts a mail into the in-box, unread or read (kStatusUnread, kStatusRead). Its attachment
     // files are gone afterwards. Gives the id and the marker that it will have. A mail that names
     // no recipient goes to "undisclosed-recipients": Eudora's index passes over one without any.
     // Nothing of a mail that fails is stored.
     virtual base::Result<MailHead> Add(const NewMail& mail, std::uint32_t status) = 0;
-    // Hands a mail over for sending. It has no id, and a Finish that fails does not tell which of
-    // several mails failed: finish after each.
+    // Hands a mail over for sending. It has no id. Finish puts such mails into the out-box in their
+    // order and ends with the first one that fails, of whose place only the out-box tells.
     virtual base::Status AddOutgoing(const NewMail& mail) = 0;
     // Changes the read state of a mail (kStatusUnread, kStatusRead).
     virtual base::Status SetStatus(const std::string& id, std::uint32_t status) = 0;
-    // Moves a mail into Eudora's Trash.
+    // Moves a mail into Eudora's Trash. It is no mail of the in-box any more.
     virtual base::Status Remove(const std::string& id) = 0;
     // Carries out what waits. After a failure a part may have been carried out; the in-box can be
     // read again all the same.
     virtual base::Status Finish() = 0;
+    // Carries out what waits and leaves Eudora's library, which ends the use of this object. Mails
+    // that could not be moved into the Trash are in the in-box again; nothing else tells of that.
+    virtual base::Status SignOff() = 0;
 };
 
 }  // namespace host::mail

@@ -1,5 +1,7 @@
 #include "host/mailsync/execute_eudora.h"
 
+#include <algorithm>
+#include <deque>
 #include <sstream>
 #include <utility>
 
@@ -37,7 +39,7 @@ std::vector<std::string> NamesIn(const std::string& lines) {
     return names;
 }
 
-// A mail on its way into the in-box.
+// A mail on its way into the in-box or the out-box.
 struct Addition {
     const MailStep* step;
     mail::NewMail mail;
@@ -61,7 +63,8 @@ class EudoraExecution {
             if (step.act == sync::Act{kEudora, kRemove}) Erase(step);
             if (step.act == sync::Act{kEudora, kChange}) Mark(step);
         }
-        if (AddAll()) (void)SendAll();
+        if (AddAll()) SendAll();
+        FinishRemovals();
     }
 
   private:
@@ -120,9 +123,7 @@ class EudoraExecution {
             const auto found = m_work.source.Find(step.row.id);
             if (found && !*found) removed = {};
         }
-        if (!m_ledger.Check(removed, step.row.name)) return;
-        m_ledger.change.forget.push_back(step.row.key);
-        m_ledger.Did(step);
+        if (m_ledger.Check(removed, step.row.name)) m_removed.push_back(&step);
     }
 
     void Mark(const MailStep& step) {
@@ -196,6 +197,10 @@ class EudoraExecution {
         return m_ledger.Save() && isFinished;
     }
 
+    bool IsFull(const std::vector<Addition>& batch) const {
+        return batch.size() >= kBatchMails || m_batchBytes >= kBatchBytes;
+    }
+
     bool AddAll() {
         const std::size_t total = m_plan.report.Count(kEudora, kAdd);
         std::size_t done = 0;
@@ -203,8 +208,7 @@ class EudoraExecution {
             if (step.act != sync::Act{kEudora, kAdd}) continue;
             m_work.progress.Step("mail for Eudora", ++done, total);
             Prepare(step);
-            const bool isFull = m_batch.size() >= kBatchMails || m_batchBytes >= kBatchBytes;
-            if (isFull && !StoreBatch()) return false;
+            if (IsFull(m_batch) && !StoreBatch()) return false;
         }
         if (m_batch.empty() && m_marked.empty()) return m_ledger.Save();
         return StoreBatch();
@@ -225,41 +229,105 @@ class EudoraExecution {
         m_ledger.Did(step);
     }
 
-    // False if it was not handed over.
-    bool Send(const MailStep& step) {
-        auto mail = ReadNamed(step);
-        if (!mail) return false;
-        auto before = m_work.queued();
-        if (!before) return m_ledger.Check(before.Error(), step.row.name);
-        state::MailMemoryChange intent{{step.row}, {}, false};
-        intent.put[0].size = *before;
-        intent.put[0].content = Lines(mail->attachments);
-        if (!m_ledger.Check(m_work.memory.Save(intent), "state")) return false;
-        const std::int64_t key = intent.put[0].key;
-        auto status = m_work.source.AddOutgoing(*mail);
-        if (status) status = m_work.source.Finish();
-        const auto after = m_work.queued();
-        // A mail that is in the out-box is queued, even if a failure was reported.
-        if (after && *after > *before) status = {};
-        if (!m_ledger.Check(status, step.row.name)) {
-            if (after && *after == *before) m_ledger.change.forget.push_back(key);
-            return false;
+    // Prepares the next mails to be handed over, and takes them off the list.
+    std::vector<Addition> NextOutgoing(std::deque<const MailStep*>& waiting) {
+        std::vector<Addition> batch;
+        for (m_batchBytes = 0; !waiting.empty() && !IsFull(batch); waiting.pop_front()) {
+            auto mail = ReadNamed(*waiting.front());
+            if (!mail) continue;
+            RememberedMail row = waiting.front()->row;
+            row.content = Lines(mail->attachments);
+            batch.push_back({waiting.front(), *std::move(mail), std::move(row)});
         }
-        m_ledger.Did(step);
-        Note(step.row.name, *mail);
-        File(step, key);
+        return batch;
+    }
+
+    // Remembers a batch before anything of it can be in the out-box of `before` mails.
+    bool RememberOutgoing(std::vector<Addition>& batch, std::size_t before) {
+        for (std::size_t i = 0; i < batch.size(); ++i) {
+            batch[i].row.size = before;
+            batch[i].row.marker = std::to_string(i);
+        }
+        return m_ledger.Save(batch);
+    }
+
+    // Queues a batch. The translator hands its mails over in order and ends at the first failure,
+    // so the number of mails in the out-box tells which are there; those behind the failed one go
+    // back on the list. False if it ends the sending.
+    bool Send(std::vector<Addition> batch, std::deque<const MailStep*>& waiting) {
+        if (batch.empty()) return true;
+        const auto before = m_work.queued();
+        if (!before) return m_ledger.Check(before.Error(), "Out.toc");
+        if (!RememberOutgoing(batch, *before)) return false;
+        for (Addition& one : std::exchange(batch, {})) {
+            const bool isTaken = m_ledger.Check(m_work.source.AddOutgoing(one.mail), one.row.name);
+            if (isTaken) {
+                batch.push_back(std::move(one));
+            } else {
+                m_ledger.change.forget.push_back(one.row.key);
+            }
+        }
+        if (!m_ledger.change.forget.empty() && !RememberOutgoing(batch, *before)) return false;
+        const auto finished = m_work.source.Finish();
+        const auto after = m_work.queued();
+        if (!finished && !after) return m_ledger.Check(finished, "Eudora");
+        const std::size_t arrived = after ? *after - std::min(*before, *after) : 0;
+        const std::size_t sent = finished ? batch.size() : std::min(batch.size(), arrived);
+        for (std::size_t i = 0; i < batch.size(); ++i) {
+            auto& [step, mail, row] = batch[i];
+            if (i < sent) {
+                m_ledger.Did(*step);
+                Note(row.name, mail);
+                File(*step, row.key);
+                continue;
+            }
+            m_ledger.change.forget.push_back(row.key);
+            if (i == sent) (void)m_ledger.Check(finished, row.name);
+        }
+        for (std::size_t i = batch.size(); i > sent + 1; --i) waiting.push_front(batch[i - 1].step);
         return true;
     }
 
-    bool SendAll() {
-        bool isAll = true;
+    void SendAll() {
+        std::deque<const MailStep*> waiting;
         for (const MailStep& step : m_plan.steps) {
             if (step.act.verb == kFile) File(step, step.row.key);
-            if (step.act.verb != kQueue) continue;
-            isAll = Send(step) && isAll;
+            if (step.act.verb == kQueue) waiting.push_back(&step);
         }
-        if (m_hasSent) isAll = m_ledger.Check(m_work.folders.sent.Settle({}), ".Sent") && isAll;
-        return m_ledger.Save() && isAll;
+        const std::size_t total = waiting.size();
+        while (!waiting.empty()) {
+            m_work.progress.Step("mail for sending", total - waiting.size(), total);
+            if (!Send(NextOutgoing(waiting), waiting)) break;
+        }
+        if (m_hasSent) (void)m_ledger.Check(m_work.folders.sent.Settle({}), ".Sent");
+        (void)m_ledger.Save();
+    }
+
+    // The removals are over only when Eudora's library has been signed off from, and whether it
+    // moved the mails is seen by who is left.
+    void FinishRemovals() {
+        if (m_removed.empty()) return;
+        auto ended = m_work.source.SignOff();
+        const auto left = m_work.inBox();
+        if (ended && !left) ended = left.Error();
+        if (!m_ledger.Check(ended, "Eudora's in-box")) return;
+        std::size_t staying = 0;
+        for (const MailStep* step : m_removed) {
+            if (left->contains(step->row.id)) {
+                ++staying;
+                continue;
+            }
+            m_ledger.change.forget.push_back(step->row.key);
+            m_ledger.Did(*step);
+        }
+        if (staying > 0) {
+            (void)m_ledger.Check(
+                base::Failed(std::to_string(staying) + " of " + std::to_string(m_removed.size()) +
+                             " removed mails could not be moved to the Trash and are still there; "
+                             "make room on the disk, then run this again"),
+                "Eudora's in-box");
+        }
+        (void)m_ledger.Save();
     }
 
     const MailPlan& m_plan;
@@ -268,6 +336,7 @@ class EudoraExecution {
     std::vector<Addition> m_batch;
     std::size_t m_batchBytes = 0;
     std::vector<Marking> m_marked;  // since the last Finish
+    std::vector<const MailStep*> m_removed;
     bool m_hasSent = false;
 };
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -24,8 +25,9 @@ struct MailWork {
     base::Progress& progress;
     // Turns the bytes of a message into a mail for Eudora; the second text names it in failures.
     std::function<base::Result<mail::NewMail>(std::string_view, const std::string&)> parse;
-    // How many mails lie in Eudora's out-box.
+    // How many mails lie in Eudora's out-box, and the ids of those in the in-box.
     std::function<base::Result<std::size_t>()> queued;
+    std::function<base::Result<std::set<std::string>>()> inBox;
     // Called once before the first change if Eudora's side changes or a file goes; its failure ends
     // the run there.
     std::function<base::Status()> backup;

@@ -4,6 +4,7 @@
 
 #include "host/mailsync/match_files.h"
 #include "host/mailsync/match_mails.h"
+#include "text/ascii.h"
 
 namespace host::mailsync {
 
@@ -25,6 +26,11 @@ bool IsMarked(const MaildirEntry& file) {
 // added stands read in Eudora until its state is stored: the file's flag counts.
 bool WasSeen(const RememberedMail& row, bool isSeenNow) {
     return IsSeen(row.marker) || (row.link == MailLink::kAdding && isSeenNow);
+}
+
+// How many mails the same run was to queue before this one; none in a memory of an earlier version.
+std::uint64_t HandedOverBefore(const RememberedMail& row) {
+    return text::NumberIn<std::uint64_t>(row.marker).value_or(0);
 }
 
 // A new row for a mail of Eudora's.
@@ -349,7 +355,8 @@ class MailPlanner {
         row.link = MailLink::kSending;
         row.unique = outgoing.file.unique;
         row.name = outgoing.name;
-        const bool isQueued = known != nullptr && m_sides.queued > known->size;
+        const bool isQueued =
+            known != nullptr && m_sides.queued > known->size + HandedOverBefore(*known);
         const bool isDoubtful = known != nullptr && m_sides.queued < known->size;
         const bool isLossy = !isQueued && outgoing.lostCharacters > 0 && !m_options.substitute;
         // A preference for all conflicts sends nothing.

@@ -141,6 +141,17 @@ base::Status CheckContent(platform::Files& files, const std::string& maildir) {
                          "name an empty folder");
 }
 
+// The ids of the mails that a table of contents counts.
+base::Result<std::set<std::string>> IdsIn(platform::Files& files, const std::string& table) {
+    const auto file = files.Open(table, platform::OpenMode::kRead, platform::Share::kReadWrite);
+    if (!file) return file.Error();
+    const auto toc = mailbox::ReadToc(**file);
+    if (!toc) return toc.Error();
+    std::set<std::string> ids;
+    for (const auto& mail : toc->mails) ids.insert(mailbox::IndexIdOf(mail.dwMsgId));
+    return ids;
+}
+
 // What the plan changes or removes. Nothing but a removal makes a mailbox smaller: Eudora itself
 // writes it anew some time after one.
 std::vector<backup::Origin> FilesAtRisk(const sync::RunContext& context,
@@ -201,8 +212,10 @@ base::Result<sync::Report> RunMailSync(const sync::RunContext& context,
         return sync::BackUp(context, SidesOf(context, options), FilesAtRisk(context, options, run),
                             "before a sync of mail", passedOver);
     };
-    const MailWork work{context,      *run.source,   run.folders, *run.memory, *options.attachments,
-                        run.progress, options.parse, queued,      backup,      options.codePage};
+    const auto inBox = [&] { return IdsIn(context.files, options.table); };
+    const MailWork work{
+        context,       *run.source, run.folders, *run.memory, *options.attachments, run.progress,
+        options.parse, queued,      inBox,       backup,      options.codePage};
     sync::Report report = ExecuteMail(run.plan, work);
     for (const std::string& path : passedOver) {
         report.notes.push_back("left alone: " + path + ": is no regular file");

@@ -77,8 +77,9 @@ base::Failure Unsuccessful(std::string what, const std::vector<std::string>& rea
 }  // namespace
 
 TranslatorSession::TranslatorSession(std::unique_ptr<CRRecordTranslator> translator,
-                                     CEudoraTransUtil* util, unsigned long kind)
-    : m_context(std::make_unique<HostContext>(util)),
+                                     TranslatorHost& host, unsigned long kind)
+    : m_host(&host),
+      m_context(std::make_unique<HostContext>(host.Util())),
       m_translator(std::move(translator)),
       m_kind(kind) {}
 
@@ -93,7 +94,7 @@ base::Result<TranslatorSession> TranslatorSession::Create(TranslatorHost& host,
         return base::Failed("the translator library gives no translator for data kind " +
                             std::to_string(kind));
     }
-    return TranslatorSession(std::move(translator), host.Util(), kind);
+    return TranslatorSession(std::move(translator), host, kind);
 }
 
 base::Result<TranslatorSession> TranslatorSession::OpenContacts(TranslatorHost& host,
@@ -138,6 +139,13 @@ base::Status TranslatorSession::Open() {
 base::Status TranslatorSession::Close() {
     m_open = false;
     return StatusOf(m_translator->Close(0), "closing " + m_store);
+}
+
+base::Status TranslatorSession::SignOff() {
+    auto closed = m_open ? Close() : base::Status();
+    m_translator.reset();
+    m_host->Uninit();
+    return closed;
 }
 
 base::Result<bool> TranslatorSession::MoveFirst() {

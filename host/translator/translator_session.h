@@ -134,11 +134,15 @@ class TranslatorSession {
     base::Result<BatchReport::Stored> Store();
     // Deletes a record: a contact at the next BatchUpdate, a mail at once.
     base::Status Delete(const std::string& id);
+    // Closes the store and ends the module's session with Eudora's MAPI library, which may have
+    // kept deletions back until now. It is the last call; another session needs TranslatorHost's
+    // Init first.
+    base::Status SignOff();
     // Writes the collected changes into Eudora's files.
     base::Result<BatchReport> BatchUpdate();
 
   private:
-    TranslatorSession(std::unique_ptr<CRRecordTranslator> translator, CEudoraTransUtil* util,
+    TranslatorSession(std::unique_ptr<CRRecordTranslator> translator, TranslatorHost& host,
                       unsigned long kind);
     base::Failure Explain(std::string_view what);
     base::Status StatusOf(RRETURNCODE code, std::string_view what);
@@ -146,6 +150,7 @@ class TranslatorSession {
     base::Status GetCell(const std::string& fieldId, unsigned long type, void* cell);
     base::Status SetCell(const std::string& fieldId, unsigned long type, void* cell);
 
+    TranslatorHost* m_host;
     std::unique_ptr<HostContext> m_context;
     std::unique_ptr<CRRecordTranslator> m_translator;
     unsigned long m_kind;

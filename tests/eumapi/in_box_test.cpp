@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <chrono>
 #include <random>
+#include <set>
+#include <utility>
 
 #include "platform/os/little_endian.h"
 #include "tests/eumapi/stand_in_fixture.h"
@@ -10,38 +12,50 @@ namespace {
 constexpr const char *kTrashToc = "C:\\Eudora\\Trash.toc", *kTrashMbx = "C:\\Eudora\\Trash.mbx";
 
 // Eudora adds and deletes mails, a caller reads and deletes them. Both files and each walk are as
-// the model has them, to the byte, also from mails on that have gone.
+// the model has them, to the byte, also from mails on that have gone; deleted ones move when the
+// session ends.
 TEST_F(StandInTest, KeepsTheInBoxThatTheModelHas) {
     MailboxBuilder box, trash;
-    std::vector<std::uint32_t> all;  // that ever were, in order
+    std::vector<std::uint32_t> all;  // that the session ever saw, in order
+    std::set<std::uint32_t> deleted;
     std::mt19937 random(3);
     box.Put(machine.files, kEudora);
     for (int step = 0; step < 1000; ++step) {
-        const auto act = random() % 6;
+        const auto act = random() % 32 == 0 ? 6 : random() % 6;
         const auto id = all.empty() || act == 0 ? random() : all[random() % all.size()];
         const auto at = std::ranges::find(box.blocks, id, &mailbox::MsgBlock::dwMsgId);
-        const bool isThere = at != box.blocks.end();
+        const bool isThere = at != box.blocks.end() && !deleted.contains(id);
         SCOPED_TRACE(::testing::Message() << step << ": " << act << ' ' << isThere);
         if (act == 0) {
             all.push_back(id);
             box.Mail(id, Mail(std::to_string(step)), static_cast<std::uint16_t>(random() % 3));
             box.blocks.back().szSubject = "of the block";
             box.Put(machine.files, kEudora);
-        } else if (act == 1 && isThere) {
+        } else if (act == 1 && at != box.blocks.end()) {
             box.blocks.erase(at);
             box.Put(machine.files, kEudora);
         } else if (act == 2) {
             EXPECT_EQ(Delete(id), isThere ? mapi::kSuccess : mapi::kInvalidMessage);
-            if (isThere) {
-                trash.Mail(id, box.mbx.substr(at->dwOffset, at->dwLength), at->wStatus);
-                trash.blocks.back().szSubject = at->szSubject;
-                box.blocks.erase(at);
-            }
-        } else if (act > 3) {
+            if (isThere) deleted.insert(id);
+        } else if (act == 4 || act == 5) {
             const auto* mail = Read(id, act == 4 ? mapi::kPeek : 0);
             EXPECT_EQ(code, isThere ? mapi::kSuccess : mapi::kInvalidMessage);
             EXPECT_TRUE(!isThere || mail->flFlags == (at->wStatus == 0 ? mapi::kUnread : 0));
             if (isThere && act == 5 && at->wStatus == 0) at->wStatus = 1;
+        } else if (act == 6) {
+            EXPECT_EQ(EndSession(), mapi::kSuccess);
+            all.clear();
+            for (const auto& block : std::exchange(box.blocks, {})) {
+                if (deleted.contains(block.dwMsgId)) {
+                    trash.Mail(block.dwMsgId, box.mbx.substr(block.dwOffset, block.dwLength),
+                               block.wStatus);
+                    trash.blocks.back().szSubject = block.szSubject;
+                } else {
+                    box.blocks.push_back(block);
+                    all.push_back(block.dwMsgId);
+                }
+            }
+            deleted.clear();
         }
         EXPECT_EQ(FileText("C:\\Eudora\\In.mbx"), box.mbx);
         EXPECT_EQ(FileText(kInToc), box.Toc());
@@ -50,7 +64,10 @@ TEST_F(StandInTest, KeepsTheInBoxThatTheModelHas) {
             EXPECT_EQ(FileText(kTrashToc).substr(104), trash.Toc().substr(104));
         }
         std::string walk, unread;
+        std::set<std::uint32_t> staying;
         for (const auto& block : box.blocks) {
+            if (deleted.contains(block.dwMsgId)) continue;
+            staying.insert(block.dwMsgId);
             walk += std::to_string(block.dwMsgId) + ' ';
             if (block.wStatus == 0) unread += std::to_string(block.dwMsgId) + ' ';
         }
@@ -59,8 +76,7 @@ TEST_F(StandInTest, KeepsTheInBoxThatTheModelHas) {
         auto next = std::ranges::find(all, id);
         std::string behind = next == all.end() ? "=17" : "=16";
         while (behind == "=16" && ++next != all.end()) {
-            if (std::ranges::count(box.blocks, *next, &mailbox::MsgBlock::dwMsgId) == 0) continue;
-            behind = mailbox::IndexIdOf(*next);
+            if (staying.contains(*next)) behind = mailbox::IndexIdOf(*next);
         }
         ASSERT_EQ(Next(mailbox::IndexIdOf(id)), behind);
         ASSERT_FALSE(HasFailure());
@@ -91,8 +107,13 @@ TEST_F(StandInTest, ReadsAsMuchOfTheListAsThereIs) {
     machine.files.Put(kInToc, toc);
     machine.files.Put("C:\\Eudora\\In.mbx", "");
     EXPECT_EQ(Delete(6), mapi::kSuccess);
+    EXPECT_EQ(Delete(5), mapi::kSuccess);
+    EXPECT_EQ(Walk(), "=16");
+    machine.files.SetModified(kInToc, machine.clock.now - std::chrono::hours(1));
+    EXPECT_EQ(Walk(), "5 =16") << "the other one of that id";
+    EXPECT_EQ(EndSession(), mapi::kSuccess);
     EXPECT_EQ(FileText(kInToc).substr(102),
-              std::string("\3\0", 2) + toc.substr(104, 2 * 218) + std::string(100, 'x'));
+              std::string("\2\0", 2) + toc.substr(104 + 218, 218) + std::string(100, 'x'));
     ASSERT_TRUE(machine.files.Delete(kInToc));
     EXPECT_EQ(Walk(), "=16");
 }
@@ -171,6 +192,7 @@ TEST_F(StandInTest, AddsToASoundTrashAlone) {
         EXPECT_TRUE(!row.mbx || machine.files.Delete(kTrashMbx));
         EXPECT_TRUE(!row.toc || machine.files.Delete(kTrashToc));
     }
+    EXPECT_EQ(EndSession(), mapi::kSuccess);
     EXPECT_EQ(FileText(kTrashMbx), old + "From ???@\r\n" + Mail("a")) << "begins a line";
     EXPECT_EQ(Contents("Trash"), old + "|" + Mail("a") + "|");
     EXPECT_EQ(FileText(kTrashToc).size(), 104u + 2 * 218u);

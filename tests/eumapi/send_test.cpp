@@ -69,8 +69,9 @@ TEST_F(StandInSendTest, QueuesInTheOutBox) {
                          block.szDate, block.dwMsgId),
               std::tuple(7, 0x80, "b@c.d", "hello    body", "02:03 AM 1/2/1980 +0900", 1u));
     EXPECT_EQ(FileText("C:\\Eudora\\Out.toc")[40], 1);
-    session = 0;  // one of its own
+    const auto own = std::exchange(session, 0);  // one for the call alone
     ASSERT_EQ(Send({kSomebody}), mapi::kSuccess);
+    session = own;
     EXPECT_EQ(platform::ReadU16(FileText("C:\\Eudora\\Out.toc"), 72), 2);
     const std::tuple<std::uint32_t, std::uint32_t, std::time_t, const char*> rows[] = {
         {70000, 70001, 315630000, "12:00 PM 1/2/1980 +0900"},
@@ -80,7 +81,9 @@ TEST_F(StandInSendTest, QueuesInTheOutBox) {
         machine.files.Put("C:\\Eudora\\Out.toc", out);
         machine.clock.now = std::chrono::system_clock::from_time_t(now);
         ASSERT_EQ(Send({kSomebody}), mapi::kSuccess);
+        ASSERT_EQ(Send({kSomebody}), mapi::kSuccess);
         EXPECT_EQ(OutBlock(3).dwMsgId, next);
+        EXPECT_EQ(OutBlock(4).dwMsgId, next + 1);
         EXPECT_EQ(OutBlock(3).szDate, date);
     }
 }

@@ -57,6 +57,12 @@ class StandInTest : public ::testing::Test {
     std::uint32_t Delete(std::uint32_t id) {
         return library.DeleteMail(session, mailbox::IndexIdOf(id).c_str());
     }
+    // Ends the session, with its code, and begins another one.
+    std::uint32_t EndSession() {
+        const auto ended = library.Logoff(session);
+        EXPECT_EQ(library.Logon(&session), mapi::kSuccess);
+        return ended;
+    }
 
     std::string FileText(const std::string& path) const {
         return machine.files.Get(path).value_or("no file");

@@ -49,9 +49,15 @@ class MemoryMails : public mail::MailSource {
         return *std::ranges::find(mails, std::optional(subject), &mail::Mail::subject);
     }
     auto At(const std::string& id) { return std::ranges::find(mails, id, &mail::Mail::id); }
+    std::set<std::string> Ids() const {
+        std::set<std::string> ids;
+        for (const mail::Mail& mail : mails) ids.insert(mail.id);
+        return ids;
+    }
     // A new run; what waited in one that was killed is gone.
     void Restart() {
         m_waiting = m_states = {};
+        m_leaving.clear();
         m_copies.clear();
         isBackedUp = isTouched = false;
     }
@@ -122,10 +128,8 @@ class MemoryMails : public mail::MailSource {
     base::Status Remove(const std::string& id) override {
         Touch();
         if (auto struck = m_world.Strike("remove"); !struck) return struck;
-        const auto mail = At(id);
-        if (mail == mails.end()) return base::Failed(id);
-        trash.push_back(*mail);
-        mails.erase(mail);
+        if (At(id) == mails.end()) return base::Failed(id);
+        m_leaving.push_back(id);
         return {};
     }
     base::Status Finish() override {
@@ -141,6 +145,16 @@ class MemoryMails : public mail::MailSource {
             }
         }
         return struck;
+    }
+    // One that is struck leaves those that a torn one does not move.
+    base::Status SignOff() override {
+        const bool isStruck = !m_world.Strike("sign off");
+        if (isStruck) m_leaving.resize(m_world.files.Tears() ? m_leaving.size() / 2 : 0);
+        for (const std::string& id : std::exchange(m_leaving, {})) {
+            trash.push_back(*At(id));
+            mails.erase(At(id));
+        }
+        return {};
     }
     // Of all mails, those in the trash too.
     std::set<std::string> AttachmentPaths() {
@@ -172,6 +186,7 @@ class MemoryMails : public mail::MailSource {
     SyncWorld& m_world;
     std::vector<std::function<void()>> m_waiting, m_states;
     std::vector<std::string> m_copies;  // since the last Finish
+    std::vector<std::string> m_leaving;
     const mail::Mail* m_current = nullptr;
 };
 
@@ -288,7 +303,9 @@ struct MailWorld : SyncWorld {
         };
         return mailsync::ExecuteMail(
             plan, {context, eudora, folders, memory, attachments, progress, parse,
-                   [&] { return base::Result<std::size_t>(eudora.queued.size()); }, backUp, 1252});
+                   [&] { return base::Result<std::size_t>(eudora.queued.size()); },
+                   [&] { return base::Result<std::set<std::string>>(eudora.Ids()); }, backUp,
+                   1252});
     }
     // A sync that must leave nothing for a second one to do.
     sync::Report SyncWhole() {

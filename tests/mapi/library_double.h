@@ -129,9 +129,16 @@ class LibraryDouble {
             return isWriting ? m_mapi.SendMail(session, message, 0) : mapi::kSuccess;
         });
     }
-    Code DeleteMail(Session session, const char* id) {
-        return Answer(mapi::Entry::kDeleteMail, std::string("delete ") + id,
-                      [&] { return isWriting ? m_mapi.DeleteMail(session, id) : mapi::kSuccess; });
+    // At once, as Eudora's own library does it.
+    Code DeleteMail(Session, const char* id) {
+        return Answer(mapi::Entry::kDeleteMail, std::string("delete ") + id, [&] {
+            Session own = 0;
+            Code code = isWriting ? m_mapi.Logon(&own) : mapi::kSuccess;
+            if (own == 0) return code;
+            code = m_mapi.DeleteMail(own, id);
+            const Code moved = m_mapi.Logoff(own);
+            return code != mapi::kSuccess ? code : moved;
+        });
     }
     Code FindNext(Session session, const char* seed, char* id) {
         if (seed == id) ++m_badCalls;
