@@ -8,7 +8,9 @@
 
 #include "benchmarks/bench_support.h"
 #include "benchmarks/inbox_generator.h"
+#include "eumapi/simple_mapi.h"
 #include "frame/trans_util.h"
+#include "integration/locate/locate.h"
 #include "mailbox/toc_records.h"
 #include "mailstore/eudora_mail.h"
 #include "platform/testing/test_system.h"
@@ -217,6 +219,54 @@ BENCHMARK(BM_StatesAgainstPlainLoop)
     ->Args({16000, 7500})
     ->Args({32000, 15000})
     ->Args({64000, 30000})
+    ->Iterations(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
+
+// The stand-in's removal of mails and cat of their texts, with a flush, take turns.
+void BM_RemoveAgainstCat(benchmark::State& state) {
+    const auto folder = InboxOf(static_cast<std::uint32_t>(state.range(0)));
+    const std::string tocPath = folder + "\\In.toc", toc = Read(tocPath);
+    const auto ids = IdsOf(tocPath, static_cast<std::size_t>(state.range(1)));
+    const std::string trash = folder + "\\Trash.mbx", texts = Folder() + "/texts";
+    platform::testing::TestSystem machine;
+    fs::create_directories(folder);
+    Check(bool{machine.registry.WriteText(platform::RegistryRoot::kLocalMachine,
+                                          locate::kAppPathsKey, locate::kAppPathsFolder, folder)},
+          "naming the folder");
+    std::vector<double> cats, removals;
+    for (int round = 0; round <= kRounds; ++round) {
+        const double removal = Seconds([&] {
+            eumapi::SimpleMapi library(machine.Over(platform::NativeFiles()));
+            mapi::Session session = 0;
+            Check(library.Logon(&session) == mapi::kSuccess, "logging on");
+            for (const auto id : ids) {
+                const auto name = mailbox::IndexIdOf(id);
+                Check(library.DeleteMail(session, name.c_str()) == mapi::kSuccess, "removing");
+            }
+            Check(library.Logoff(session) == mapi::kSuccess, "logging off");
+        });
+        if (round == 0) fs::copy_file(trash, texts, fs::copy_options::overwrite_existing);
+        fs::remove(folder + "\\Trash.toc");
+        fs::resize_file(trash, 0);
+        std::ofstream(tocPath, std::ios::binary) << toc;
+        const double cat = Seconds([&] {
+            benchmarks::Run("cat '" + texts + "' >> '" + trash + "' && sync '" + trash + "'");
+        });
+        fs::remove(trash);
+        if (round == 0) continue;
+        removals.push_back(removal);
+        cats.push_back(cat);
+    }
+    Report(state, removals, cats);
+}
+BENCHMARK(BM_RemoveAgainstCat)
+    ->ArgNames({"mails", "removed"})
+    ->Args({10000, 900})
+    ->Args({8000, 1000})
+    ->Args({8000, 2000})
+    ->Args({8000, 4000})
+    ->Args({65000, 900})
     ->Iterations(1)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
