@@ -1,6 +1,5 @@
 #pragma once
 
-#include <source_location>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -9,7 +8,7 @@
 // for this one.
 void Check(std::string_view input);
 
-inline void Require(bool holds,
-                    const std::source_location& where = std::source_location::current()) {
-    if (!holds) throw std::logic_error(where.file_name() + (':' + std::to_string(where.line())));
+// The defaults are the caller's place; clang 14 lacks std::source_location.
+inline void Require(bool holds, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
+    if (!holds) throw std::logic_error(file + (':' + std::to_string(line)));
 }

@@ -29,7 +29,7 @@ mailstore            platform/os platform/mfc platform/kvutil frame integration 
 eumapi               platform/os integration/locate mailbox mapi text
 module               platform/os frame addressbook mailstore
 host/base            platform/os text
-host/eudora          platform/os host/base text
+host/eudora          platform/os host/base mailbox text
 host/translator      platform/os platform/kvutil frame/interface host/base host/eudora mailbox text
 host/vcard           platform/os host/base text
 host/maildir         platform/os host/base text

@@ -20,14 +20,6 @@ using backup::Backup;
 using backup::BackupFile;
 using backup::Kind;
 
-std::string SizeText(std::uint64_t bytes) {
-    constexpr std::uint64_t kKilo = 1000, kMega = kKilo * kKilo;
-    if (bytes < kKilo) return std::to_string(bytes) + " bytes";
-    const bool isLarge = bytes >= kMega;
-    const std::uint64_t unit = isLarge ? kMega : kKilo;
-    return std::to_string((bytes + unit - 1) / unit) + (isLarge ? " MB" : " KB");
-}
-
 // The instant that the id of a backup tells.
 std::chrono::sys_seconds TimeOf(const Backup& backup) {
     const auto part = [&](std::size_t at, std::size_t count) {

@@ -242,6 +242,14 @@ void Output::Finish(nlohmann::json body) {
     json = body;
 }
 
+std::string SizeText(std::uint64_t bytes) {
+    constexpr std::uint64_t kKilo = 1000, kMega = kKilo * kKilo;
+    if (bytes < kKilo) return std::to_string(bytes) + " bytes";
+    const bool isLarge = bytes >= kMega;
+    const std::uint64_t unit = isLarge ? kMega : kKilo;
+    return std::to_string((bytes + unit - 1) / unit) + (isLarge ? " MB" : " KB");
+}
+
 Output RefusalOutput(const base::Failure& failure) {
     Output output{failure.exit, {}, {failure.Message()}};
     output.Finish(nlohmann::json::object());

@@ -26,6 +26,9 @@ struct Output {
     void Finish(nlohmann::json body);
 };
 
+// "512 bytes", "12 KB", "3 MB", of 1000 each, rounded up.
+std::string SizeText(std::uint64_t bytes);
+
 // A failure that kept a command from its work.
 Output RefusalOutput(const base::Failure& failure);
 

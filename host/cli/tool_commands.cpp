@@ -8,10 +8,13 @@
 
 #include "host/base/output.h"
 #include "host/base/paths.h"
+#include "host/base/progress.h"
 #include "host/cli/output.h"
 #include "host/cli/workplace.h"
 #include "host/dialogs/terminal_dialogs.h"
 #include "host/doctor/doctor.h"
+#include "host/doctor/mailbox_look.h"
+#include "host/eudora/mailboxes.h"
 #include "host/eudora/outside_names.h"
 #include "host/mailsync/mail_sync.h"
 #include "host/shell/shell.h"
@@ -38,6 +41,21 @@ nlohmann::json ToJson(const std::vector<doctor::Finding>& findings) {
                         {"advice", finding.advice}});
     }
     return list;
+}
+
+// The columns of `kvsync mailboxes`; a number that cannot be told is "?".
+std::string MailboxLine(const std::string& name, const std::string& inTable,
+                        const std::string& inText, const std::string& unread,
+                        const std::string& size, std::size_t nameWidth) {
+    const auto right = [](const std::string& text, std::size_t width) {
+        return std::string(width - std::min(width, base::Width(text)), ' ') + text;
+    };
+    return base::Padded(name, nameWidth) + right(inTable, 9) + right(inText, 9) + right(unread, 9) +
+           right(size, 12);
+}
+
+nlohmann::json NumberOrNull(const std::optional<std::uint64_t>& number) {
+    return number ? nlohmann::json(*number) : nlohmann::json();
 }
 
 }  // namespace
@@ -88,6 +106,51 @@ base::ExitCode Doctor(const Options& options) {
     const auto worst = std::ranges::max(findings, {}, &doctor::Finding::health).health;
     output.code = kCodes[static_cast<int>(worst)];
     output.Finish({{"findings", ToJson(findings)}});
+    return Say(output, options);
+}
+
+base::ExitCode Mailboxes(const Options& options) {
+    eudora::SetupOptions reading = options.setup;
+    reading.writesNothing = true;
+    const auto setup = OrEnd(eudora::Prepare(reading));
+    auto& files = platform::NativeFiles();
+    const auto tree = eudora::FindMailboxes(
+        files, setup.nativeFolder, platform::NativeSystem().codePage, options.setup.followLinks);
+    std::size_t width = 8;
+    for (const auto& mailbox : tree.mailboxes) {
+        width = std::max(width, base::Width(base::OneLine(mailbox.name)));
+    }
+    Output output{base::ExitCode::kNothingToDo, {}, tree.notes};
+    output.lines.push_back(MailboxLine("mailbox", "in table", "in text", "unread", "size", width));
+    auto list = nlohmann::json::array();
+    ProgressLine shown(!options.quiet);
+    base::Progress progress(platform::NativeSystem().clock,
+                            [&](const std::string& line) { shown.Show(line); });
+    for (const auto& mailbox : tree.mailboxes) {
+        progress.Step("looking at mailbox", list.size() + 1, tree.mailboxes.size());
+        auto look = doctor::LookAt(files, mailbox.text, mailbox.table);
+        if (mailbox.isUnlisted) look.faults.emplace_back("descmap.pce does not name it");
+        if (look.isUnreadable) output.code = base::ExitCode::kFailed;
+        const auto told = [](const std::optional<std::uint64_t>& number) {
+            return number ? std::to_string(*number) : std::string("?");
+        };
+        output.lines.push_back(MailboxLine(base::OneLine(mailbox.name), told(look.inTable),
+                                           told(look.inText), told(look.unread),
+                                           SizeText(look.bytes), width));
+        for (const std::string& fault : look.faults) output.lines.push_back("  -> " + fault);
+        list.push_back({{"name", mailbox.name},
+                        {"file", mailbox.place},
+                        {"inTable", NumberOrNull(look.inTable)},
+                        {"inText", NumberOrNull(look.inText)},
+                        {"unread", NumberOrNull(look.unread)},
+                        {"bytes", look.bytes},
+                        {"faults", look.faults}});
+    }
+    shown.Show({});
+    if (tree.mailboxes.empty()) {
+        output.lines = {"there is no mailbox in " + setup.eudoraShown};
+    }
+    output.Finish({{"mailboxes", std::move(list)}});
     return Say(output, options);
 }
 

@@ -9,5 +9,7 @@ namespace host::cli {
 base::ExitCode Shell(const Options& options);
 // Prints the state of everything that a run needs, with advice for each fault.
 base::ExitCode Doctor(const Options& options);
+// Prints the mailboxes of Eudora's folder, what each holds and what is wrong with it.
+base::ExitCode Mailboxes(const Options& options);
 
 }  // namespace host::cli

@@ -8,7 +8,7 @@
 #include "host/base/output.h"
 #include "host/base/paths.h"
 #include "host/doctor/folders.h"
-#include "host/doctor/mailbox_state.h"
+#include "host/doctor/mailbox_look.h"
 #include "host/doctor/text_check.h"
 #include "host/eudora/nickname_file.h"
 #include "host/eudora/outside_names.h"
@@ -225,7 +225,7 @@ class Examination {
             return {Health::kFault, what, name + ".toc was written by Eudora for Macintosh",
                     "let Eudora for Windows import that mailbox first"};
         }
-        const auto state = ExamineMailbox(
+        const auto state = mailbox::ExamineMailbox(
             **mbx, **toc, [this](std::string_view text, bool isCut) { m_mails.Add(text, isCut); });
         if (!state)
             return {Health::kBroken, what, base::Failure(state.Error()).Cause(), kUnreadable};
@@ -234,17 +234,9 @@ class Examination {
                            base::Counted(state->blocks, "block") + ", " +
                            base::Counted(state->separators, "separator line") + " in the text";
         if (state->AgreesInAll()) return {Health::kGood, what, std::move(told), {}};
-        if (state->misplaced > 0)
-            told += "; " + base::Counted(state->misplaced, "block") + " without a mail";
-        if (state->beyond > 0) {
-            told += "; " + base::Counted(state->beyond, "mail") + " longer than the text goes";
-        }
-        const bool isShort = state->inHeader > state->blocks;
-        if (isShort || state->misplaced > 0 || state->beyond > 0 || !state->takesMails) {
-            if (!state->takesMails)
-                told += "; what stands behind the counted blocks is none of ours";
-            return {Health::kFault, what, std::move(told), kMendMailbox};
-        }
+        const auto faults = FaultsOf(*state);
+        for (const std::string& fault : faults) told += "; " + fault;
+        if (!faults.empty()) return {Health::kFault, what, std::move(told), kMendMailbox};
         if (state->separators == state->inHeader) {
             return {
                 Health::kNote, what, told + "; the next run writes over the blocks too many", {}};

@@ -125,6 +125,8 @@ base::Result<Setup> Prepare(const SetupOptions& options) {
         }
     }
     if (auto found = FindFolder(options, setup); !found) return found.Error();
+    const auto native = platform::NativePathOf(setup.eudoraFolder);
+    setup.nativeFolder = WithoutLinks(options.eudora ? *options.eudora : native.value_or(""));
     if (options.writesNothing && !isWindows && !options.eudora) {
         if (auto made = ShadowEudora(setup); !made) return made.Error();
     }

@@ -37,6 +37,7 @@ struct Setup {
     InitTexts init;
     std::string eudoraFolder;  // Windows path, system code page
     std::string eudoraShown;   // the folder as a person knows it
+    std::string nativeFolder;  // the folder itself: native, links followed
     // On Windows: the folder of the installed Eudora, if it is not this one. Eudora serves the
     // mails of that folder only.
     std::string mailsElsewhere;

@@ -76,11 +76,12 @@ enum class MailLack : std::int64_t {
 struct RememberedMail {
     Key key = 0;
     MailLink link = MailLink::kInStep;
-    // Eudora's. With kSending, as marker: how many mails are handed over before this one, in digits.
+    // Eudora's. With kSending, as marker: how many mails are handed over before this one, in
+    // digits.
     std::string id, marker;
-    std::string messageId;   // Eudora's, without angle brackets; empty for none
-    std::string unique;      // the file's name without its flags
-    std::string flags;       // the file's
+    std::string messageId;  // Eudora's, without angle brackets; empty for none
+    std::string unique;     // the file's name without its flags
+    std::string flags;      // the file's
     // Bytes of the delivered file; 0 for a file that was there before. With kSending: the number of
     // mails in Eudora's out-box before the first of those mails was queued.
     std::uint64_t size = 0;

@@ -302,10 +302,10 @@ struct MailWorld : SyncWorld {
             return struck;
         };
         return mailsync::ExecuteMail(
-            plan, {context, eudora, folders, memory, attachments, progress, parse,
-                   [&] { return base::Result<std::size_t>(eudora.queued.size()); },
-                   [&] { return base::Result<std::set<std::string>>(eudora.Ids()); }, backUp,
-                   1252});
+            plan,
+            {context, eudora, folders, memory, attachments, progress, parse,
+             [&] { return base::Result<std::size_t>(eudora.queued.size()); },
+             [&] { return base::Result<std::set<std::string>>(eudora.Ids()); }, backUp, 1252});
     }
     // A sync that must leave nothing for a second one to do.
     sync::Report SyncWhole() {

@@ -8,7 +8,7 @@
 #include "platform/os/files.h"
 
 // The two files of a mailbox, held against each other.
-namespace host::doctor {
+namespace mailbox {
 
 // What the table of contents says and what the text holds. Numbers are of mails.
 struct MailboxState {
@@ -17,6 +17,7 @@ struct MailboxState {
     std::uint64_t separators = 0;  // lines in the text that begin as a separator line does
     std::uint64_t misplaced = 0;   // counted blocks that lead to no separator line
     std::uint64_t beyond = 0;      // counted blocks whose mail goes on behind the end of the text
+    std::uint64_t unread = 0;      // counted blocks of unread mails
     bool takesMails = true;        // what stands behind the counted blocks may be overwritten
 
     bool AgreesInAll() const {
@@ -31,4 +32,7 @@ platform::Result<MailboxState> ExamineMailbox(
     platform::File& mbx, platform::File& toc,
     const std::function<void(std::string_view text, bool isCut)>& seen);
 
-}  // namespace host::doctor
+// How many lines of a text begin as a separator line does: its mails, whatever a table says.
+platform::Result<std::uint64_t> CountSeparators(platform::File& mbx);
+
+}  // namespace mailbox

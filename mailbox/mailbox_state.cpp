@@ -1,4 +1,4 @@
-#include "host/doctor/mailbox_state.h"
+#include "mailbox/mailbox_state.h"
 
 #include <algorithm>
 #include <vector>
@@ -6,7 +6,7 @@
 #include "mailbox/append.h"
 #include "mailbox/toc_file.h"
 
-namespace host::doctor {
+namespace mailbox {
 
 namespace {
 
@@ -35,10 +35,19 @@ platform::Status FindSeparators(platform::File& mbx, std::uint64_t size,
 
 }  // namespace
 
+platform::Result<std::uint64_t> CountSeparators(platform::File& mbx) {
+    const auto size = mbx.Size();
+    if (!size) return size.Error();
+    std::uint64_t count = 0;
+    const auto found = FindSeparators(mbx, *size, [&](std::uint64_t) { ++count; });
+    if (!found) return found.Error();
+    return count;
+}
+
 platform::Result<MailboxState> ExamineMailbox(
     platform::File& mbx, platform::File& toc,
     const std::function<void(std::string_view, bool)>& seen) {
-    const auto header = mailbox::ReadTocHeader(toc);
+    const auto header = ReadTocHeader(toc);
     if (!header) return header.Error();
     const auto tocSize = toc.Size(), mbxSize = mbx.Size();
     if (!tocSize) return tocSize.Error();
@@ -46,18 +55,18 @@ platform::Result<MailboxState> ExamineMailbox(
     MailboxState state;
     state.inHeader = header->wNumberOfMsgs;
     state.blocks =
-        (std::max<std::uint64_t>(*tocSize, mailbox::kTocHeaderSize) - mailbox::kTocHeaderSize) /
-        mailbox::kMsgBlockSize;
-    state.takesMails = mailbox::CheckLeftovers(toc, *header, *mbxSize).HasValue();
+        (std::max<std::uint64_t>(*tocSize, kTocHeaderSize) - kTocHeaderSize) / kMsgBlockSize;
+    state.takesMails = CheckLeftovers(toc, *header, *mbxSize).HasValue();
     std::vector<std::uint64_t> starts;
-    std::string bytes(mailbox::kMsgBlockSize, '\0');
+    std::string bytes(kMsgBlockSize, '\0');
     for (std::uint32_t i = 0; i < std::min(state.inHeader, state.blocks); ++i) {
-        const auto read = toc.ReadAt(mailbox::BlockOffset(i), bytes);
+        const auto read = toc.ReadAt(BlockOffset(i), bytes);
         if (!read) return read.Error();
-        const auto block = mailbox::MsgBlock::Decode(bytes);
+        const auto block = MsgBlock::Decode(bytes);
         for (const std::string& text : {block.szFrom, block.szSubject}) {
             seen(text, text.size() >= kWidth);
         }
+        state.unread += block.wStatus == static_cast<std::uint16_t>(MailState::kUnread) ? 1 : 0;
         state.beyond += block.End() > *mbxSize ? 1 : 0;
         starts.push_back(block.dwOffset);
     }
@@ -73,4 +82,4 @@ platform::Result<MailboxState> ExamineMailbox(
     return state;
 }
 
-}  // namespace host::doctor
+}  // namespace mailbox
