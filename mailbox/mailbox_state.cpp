@@ -4,42 +4,20 @@
 #include <vector>
 
 #include "mailbox/append.h"
+#include "mailbox/separators.h"
 #include "mailbox/toc_file.h"
 
 namespace mailbox {
 
 namespace {
 
-constexpr std::string_view kSeparator = "\nFrom ???@??? ";
 constexpr std::size_t kWidth = 63;  // of a sender or a subject in a block
-
-// Calls `found` with the offset of each separator line, in their order. The line end in front of
-// the first one is missing.
-platform::Status FindSeparators(platform::File& mbx, std::uint64_t size,
-                                const std::function<void(std::uint64_t)>& found) {
-    constexpr std::uint64_t kPiece = 1 << 20;
-    std::string piece;
-    for (std::uint64_t start = 0; start < size; start += kPiece) {
-        // A line that begins in this piece may end in the next one.
-        piece.resize(kPiece + kSeparator.size() - 1);
-        const auto count = mbx.ReadAt(start, piece);
-        if (!count) return count.Error();
-        piece.resize(*count);
-        if (start == 0 && piece.starts_with(kSeparator.substr(1))) found(0);
-        for (std::size_t at = 0; (at = piece.find(kSeparator, at)) != piece.npos; ++at) {
-            found(start + at + 1);
-        }
-    }
-    return {};
-}
 
 }  // namespace
 
 platform::Result<std::uint64_t> CountSeparators(platform::File& mbx) {
-    const auto size = mbx.Size();
-    if (!size) return size.Error();
     std::uint64_t count = 0;
-    const auto found = FindSeparators(mbx, *size, [&](std::uint64_t) { ++count; });
+    const auto found = FindSeparators(mbx, [&](std::uint64_t) { ++count; });
     if (!found) return found.Error();
     return count;
 }
@@ -73,7 +51,7 @@ platform::Result<MailboxState> ExamineMailbox(
     std::ranges::sort(starts);
     state.misplaced = starts.size();
     auto next = starts.begin();
-    const auto found = FindSeparators(mbx, *mbxSize, [&](std::uint64_t offset) {
+    const auto found = FindSeparators(mbx, [&](std::uint64_t offset) {
         ++state.separators;
         while (next != starts.end() && *next < offset) ++next;
         for (; next != starts.end() && *next == offset; ++next) --state.misplaced;

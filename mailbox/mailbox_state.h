@@ -14,7 +14,7 @@ namespace mailbox {
 struct MailboxState {
     std::uint64_t inHeader = 0;    // as the table's header counts them
     std::uint64_t blocks = 0;      // whole blocks in the file, counted or not
-    std::uint64_t separators = 0;  // lines in the text that begin as a separator line does
+    std::uint64_t separators = 0;  // separator lines in the text
     std::uint64_t misplaced = 0;   // counted blocks that lead to no separator line
     std::uint64_t beyond = 0;      // counted blocks whose mail goes on behind the end of the text
     std::uint64_t unread = 0;      // counted blocks of unread mails
@@ -32,7 +32,7 @@ platform::Result<MailboxState> ExamineMailbox(
     platform::File& mbx, platform::File& toc,
     const std::function<void(std::string_view text, bool isCut)>& seen);
 
-// How many lines of a text begin as a separator line does: its mails, whatever a table says.
+// How many separator lines a text has: its mails, whatever a table says.
 platform::Result<std::uint64_t> CountSeparators(platform::File& mbx);
 
 }  // namespace mailbox

@@ -145,6 +145,10 @@ void MailPlace::PutInto(std::string& block) const {
     platform::WriteNumber(block, kLengthAt, dwLength);
 }
 
+void MailPlace::PutIdInto(std::string& block) const {
+    platform::WriteNumber(block, kMsgIdAt, dwMsgId);
+}
+
 std::string IndexIdOf(std::uint32_t msgId) {
     constexpr std::string_view kDigits = "0123456789ABCDEF";
     std::string text = "0x00000000";

@@ -63,6 +63,8 @@ struct MailPlace {
     std::uint64_t End() const { return std::uint64_t{dwOffset} + dwLength; }
     // Writes offset and length, and nothing else, into the bytes of a whole block.
     void PutInto(std::string& block) const;
+    // Writes the id alone.
+    void PutIdInto(std::string& block) const;
 };
 
 struct MsgBlock : MailPlace {

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+#include "platform/os/files.h"
+
+namespace mailbox {
+
+// Calls `found` with the offset of each separator line of a .mbx file, in their order: a line
+// "From ???@??? " and a date, by which Eudora finds the mails when it builds a table anew. Reads
+// the file once, in pieces, however long its lines are.
+platform::Status FindSeparators(platform::File& mbx,
+                                const std::function<void(std::uint64_t offset)>& found);
+
+}  // namespace mailbox
