@@ -17,7 +17,7 @@ constexpr std::size_t kWidth = 63;  // of a sender or a subject in a block
 
 platform::Result<std::uint64_t> CountSeparators(platform::File& mbx) {
     std::uint64_t count = 0;
-    const auto found = FindSeparators(mbx, [&](std::uint64_t) { ++count; });
+    const auto found = FindSeparators(mbx, 0, [&](std::uint64_t) { ++count; });
     if (!found) return found.Error();
     return count;
 }
@@ -51,9 +51,12 @@ platform::Result<MailboxState> ExamineMailbox(
     std::ranges::sort(starts);
     state.misplaced = starts.size();
     auto next = starts.begin();
-    const auto found = FindSeparators(mbx, [&](std::uint64_t offset) {
+    const auto found = FindSeparators(mbx, 0, [&](std::uint64_t offset) {
         ++state.separators;
         while (next != starts.end() && *next < offset) ++next;
+        // A table of Eudora's tells how long the text was when it was written.
+        const bool isLater = header->dwMbxSize != 0 && offset + 1 >= header->dwMbxSize;
+        if (isLater && (next == starts.end() || *next != offset)) ++state.unknown;
         for (; next != starts.end() && *next == offset; ++next) --state.misplaced;
     });
     if (!found) return found.Error();

@@ -18,6 +18,7 @@ struct MailboxState {
     std::uint64_t misplaced = 0;   // counted blocks that lead to no separator line
     std::uint64_t beyond = 0;      // counted blocks whose mail goes on behind the end of the text
     std::uint64_t unread = 0;      // counted blocks of unread mails
+    std::uint64_t unknown = 0;     // mails that came to the text after the table, which lacks them
     bool takesMails = true;        // what stands behind the counted blocks may be overwritten
 
     bool AgreesInAll() const {

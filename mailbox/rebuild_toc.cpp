@@ -61,7 +61,8 @@ class Rebuilder {
         const auto size = m_mbx.Size();
         if (!size) return size.Error();
         std::vector<std::uint64_t> starts;
-        const auto found = FindSeparators(m_mbx, [&](std::uint64_t at) { starts.push_back(at); });
+        const auto found =
+            FindSeparators(m_mbx, 0, [&](std::uint64_t at) { starts.push_back(at); });
         if (!found) return found.Error();
         starts.push_back(*size);
         std::string blocks;

@@ -21,12 +21,12 @@ bool IsDate(std::string_view rest) {
 
 }  // namespace
 
-platform::Status FindSeparators(platform::File& mbx,
+platform::Status FindSeparators(platform::File& mbx, std::uint64_t from,
                                 const std::function<void(std::uint64_t)>& found) {
     constexpr std::size_t kPiece = 1 << 20;
-    // The line end in front of the first line is missing in the file.
+    // The line end in front of the first line, which the file may lack.
     std::string piece(1, '\n');
-    std::uint64_t offset = 0;  // of what will be read next
+    std::uint64_t offset = from;  // of what will be read next
     for (bool isAtEnd = false; !isAtEnd;) {
         const std::size_t held = piece.size();
         piece.resize(held + kPiece);
@@ -45,6 +45,14 @@ platform::Status FindSeparators(platform::File& mbx,
         piece.erase(0, end);
     }
     return {};
+}
+
+platform::Result<bool> HasSeparatorAt(platform::File& mbx, std::uint64_t offset) {
+    const auto line = kStart.substr(1);
+    std::string begin(line.size(), '\0');
+    const auto count = mbx.ReadAt(offset, begin);
+    if (!count) return count.Error();
+    return begin == line;
 }
 
 }  // namespace mailbox

@@ -16,8 +16,8 @@ constexpr std::size_t kNameAt = 8, kTypeAt = 40, kHighestMsgIdAt = 72, kMbxSizeA
                       kNumberOfMsgsAt = 102;
 // The offsets and widths of a block's fields.
 constexpr std::size_t kOffsetAt = 0, kLengthAt = 4, kSecondsAt = 8, kMarkLowAt = 14,
-                      kMarkHighAt = 15, kDateAt = 18, kFromAt = 50, kSubjectAt = 114,
-                      kMsgIdAt = 192;
+                      kMarkHighAt = 15, kPriorityAt = 16, kDateAt = 18, kFromAt = 50,
+                      kSubjectAt = 114, kLabelAt = 186, kMsgIdAt = 192;
 constexpr std::size_t kDateWidth = 32, kFromWidth = 64, kSubjectWidth = 64;
 
 // What Eudora has in a block at places of its own.
@@ -25,8 +25,7 @@ struct OwnWord {
     std::size_t at;
     std::uint16_t value;
 };
-constexpr OwnWord kOwnWords[] = {{16, 3},  // normal priority
-                                 {178, 0xFFFF}, {180, 0xFFFF}, {182, 0xFFFF},
+constexpr OwnWord kOwnWords[] = {{178, 0xFFFF}, {180, 0xFFFF}, {182, 0xFFFF},
                                  {184, 0xFFFF},  // default window
                                  {198, 0x0001}, {202, 0xFE5C}, {208, 0x0001}};
 
@@ -99,6 +98,8 @@ MsgBlock MsgBlock::Decode(std::string_view bytes) {
     block.dwSeconds = *platform::ReadU32(bytes, kSecondsAt);
     block.bMarkLow = static_cast<std::uint8_t>(bytes[kMarkLowAt]);
     block.bMarkHigh = static_cast<std::uint8_t>(bytes[kMarkHighAt]);
+    block.wPriority = *platform::ReadU16(bytes, kPriorityAt);
+    block.wLabel = *platform::ReadU16(bytes, kLabelAt);
     block.szDate = TextAt(bytes, kDateAt, kDateWidth);
     block.szFrom = TextAt(bytes, kFromAt, kFromWidth);
     block.szSubject = TextAt(bytes, kSubjectAt, kSubjectWidth);
@@ -113,6 +114,8 @@ std::string MsgBlock::Encode() const {
     platform::WriteNumber(bytes, kStatusOffset, wStatus);
     bytes[kMarkLowAt] = static_cast<char>(bMarkLow);
     bytes[kMarkHighAt] = static_cast<char>(bMarkHigh);
+    platform::WriteNumber(bytes, kPriorityAt, wPriority);
+    platform::WriteNumber(bytes, kLabelAt, wLabel);
     PutText(bytes, kDateAt, kDateWidth, szDate);
     PutText(bytes, kFromAt, kFromWidth, szFrom);
     PutText(bytes, kSubjectAt, kSubjectWidth, szSubject);

@@ -70,10 +70,12 @@ struct MailPlace {
 struct MsgBlock : MailPlace {
     std::uint32_t dwSeconds = 0;  // seconds since 1970-01-01 00:00 UTC
     std::uint8_t bMarkLow = 0;
-    std::uint8_t bMarkHigh = 0;  // 0x80: has attachments
-    std::string szDate;          // at most 31 bytes
-    std::string szFrom;          // at most 63 bytes
-    std::string szSubject;       // at most 63 bytes
+    std::uint8_t bMarkHigh = 0;   // 0x80: has attachments
+    std::uint16_t wPriority = 3;  // 1 is the highest, 3 is normal, 5 the lowest
+    std::uint16_t wLabel = 0;     // the number of its label; 0 for none
+    std::string szDate;           // at most 31 bytes
+    std::string szFrom;           // at most 63 bytes
+    std::string szSubject;        // at most 63 bytes
 
     // Bytes that are missing at the end count as zero.
     static MsgBlock Decode(std::string_view bytes);

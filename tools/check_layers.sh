@@ -35,7 +35,7 @@ host/vcard           platform/os host/base text
 host/maildir         platform/os host/base text
 host/state           platform/os host/base
 host/backup          platform/os host/base host/maildir host/vcard text
-host/mail            platform/os platform/kvutil frame/interface host/base host/eudora host/translator host/maildir text
+host/mail            platform/os platform/kvutil frame/interface host/base host/eudora host/translator host/maildir mailbox text
 host/contacts        platform/os frame/interface addressbook host/base host/translator host/vcard text
 host/sync            platform/os host/base host/state host/backup text
 host/contactsync     host/base host/translator host/state host/backup host/contacts host/sync text

@@ -109,7 +109,8 @@ std::string JsonText(const nlohmann::ordered_json& json, int indent) {
 }
 
 std::string Counted(std::size_t count, const char* what) {
-    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
+    const bool hissing = std::string_view(what).ends_with('x');
+    return std::to_string(count) + ' ' + what + (count == 1 ? "" : hissing ? "es" : "s");
 }
 
 std::size_t Width(const std::string& text) {

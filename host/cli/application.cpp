@@ -10,6 +10,7 @@
 #include "host/cli/completion.h"
 #include "host/cli/contact_commands.h"
 #include "host/cli/mail_commands.h"
+#include "host/cli/mail_export.h"
 #include "host/cli/output.h"
 #include "host/cli/sync_commands.h"
 #include "host/cli/tool_commands.h"
@@ -101,7 +102,14 @@ void AddForget(CLI::App& command, Options& options) {
     command.add_flag("--yes", options.yes, "without a question");
 }
 
+void AddMailbox(CLI::App& command, Options& options) {
+    command.add_option("--mailbox", options.mailboxes, "of mails: the mailbox (else the in-box)")
+        ->expected(1)
+        ->type_name("NAME");
+}
+
 void AddRecord(CLI::App& command, Options& options) {
+    AddMailbox(command, options);
     command
         .add_option("record", options.record,
                     "the nickname, name or address of a contact, or the id or Message-ID of a mail")
@@ -110,6 +118,7 @@ void AddRecord(CLI::App& command, Options& options) {
 
 void AddList(CLI::App& command, Options& options) {
     command.add_flag("--all", options.all, "of mails those too that the limits hide");
+    AddMailbox(command, options);
 }
 
 // The limits of mails: each option changes its own.
@@ -136,6 +145,11 @@ void AddExport(CLI::App& command, Options& options) {
     command.add_option("--to", options.toFolder, "the folder")
         ->required()
         ->check([](const std::string& folder) { return folder.empty() ? kEmptyPath : ""; });
+    command
+        .add_option("--mailbox", options.mailboxes,
+                    "of mails: this mailbox, each with the option in front (else all)")
+        ->allow_extra_args(false)
+        ->type_name("NAME");
     AddLimits(command, options);
 }
 

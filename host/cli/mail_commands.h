@@ -8,14 +8,13 @@
 // cannot be read is reported and left out.
 namespace host::cli {
 
+// Both read the in-box, or the mailbox that the options name.
+
 // Prints a line for each mail within the limits, or of all, or a JSON object for each; how many the
 // limits hide goes to standard error.
 base::ExitCode ListMail(const Options& options);
 // The record is an id (0x00000007, 0x7 or 7) or a Message-ID; the limits hide nothing.
 base::ExitCode ShowMail(const Options& options);
-// Writes all mails, or those within the limits that the options name, into the Maildir `toFolder`,
-// which must not hold any.
-base::ExitCode ExportMail(const Options& options);
 // Changes the limits by the options, or else in the translator's own dialog, and prints them; or
 // only prints them.
 base::ExitCode ConfigureMail(const Options& options);

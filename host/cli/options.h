@@ -39,8 +39,9 @@ struct Options {
     std::string record;  // a nickname, an id or Message-ID of a mail, the id of a backup, or the
                          // name of a conflict
     std::string toFolder;
-    std::string script;  // empty for standard input
-    std::string take;    // "eudora" or "folder"
+    std::vector<std::string> mailboxes;  // of mails; none: the in-box, of an export all
+    std::string script;                  // empty for standard input
+    std::string take;                    // "eudora" or "folder"
     bool yes = false;
     bool prune = false;  // backups
     bool all = false;    // of mails those behind the limits too

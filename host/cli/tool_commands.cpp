@@ -118,7 +118,7 @@ base::ExitCode Mailboxes(const Options& options) {
         files, setup.nativeFolder, platform::NativeSystem().codePage, options.setup.followLinks);
     std::size_t width = 8;
     for (const auto& mailbox : tree.mailboxes) {
-        width = std::max(width, base::Width(base::OneLine(mailbox.name)));
+        width = std::max(width, base::Width(base::OneLine(mailbox.Name())));
     }
     Output output{base::ExitCode::kNothingToDo, {}, tree.notes};
     output.lines.push_back(MailboxLine("mailbox", "in table", "in text", "unread", "size", width));
@@ -134,11 +134,11 @@ base::ExitCode Mailboxes(const Options& options) {
         const auto told = [](const std::optional<std::uint64_t>& number) {
             return number ? std::to_string(*number) : std::string("?");
         };
-        output.lines.push_back(MailboxLine(base::OneLine(mailbox.name), told(look.inTable),
+        output.lines.push_back(MailboxLine(base::OneLine(mailbox.Name()), told(look.inTable),
                                            told(look.inText), told(look.unread),
                                            SizeText(look.bytes), width));
         for (const std::string& fault : look.faults) output.lines.push_back("  -> " + fault);
-        list.push_back({{"name", mailbox.name},
+        list.push_back({{"name", mailbox.Name()},
                         {"file", mailbox.place},
                         {"inTable", NumberOrNull(look.inTable)},
                         {"inText", NumberOrNull(look.inText)},

@@ -3,6 +3,7 @@
 #include "host/base/output.h"
 #include "host/base/paths.h"
 #include "host/dialogs/terminal_dialogs.h"
+#include "host/eudora/machine.h"
 #include "host/eudora/nickname_file.h"
 #include "host/mail/eudora_mails.h"
 #include "host/translator/in_box.h"
@@ -24,6 +25,7 @@ eudora::SetupOptions OptionsFor(Workplace::For use, eudora::SetupOptions options
 Workplace::Workplace(const Options& options, For use)
     : m_options(OptionsFor(use, options.setup)),
       m_nicknameFiles(options.nicknameFiles),
+      m_mailboxes(options.mailboxes),
       m_setup(OrEnd(eudora::Prepare(m_options))) {
     if (use == For::kMail && base::UsesWindowsPaths()) {
         OrEnd(eudora::RefuseMailsElsewhere(m_setup));
@@ -90,6 +92,65 @@ std::unique_ptr<mail::MailSource> Workplace::OpenMail(const translator::MailLimi
     std::string selection;
     auto session = OrEnd(SelectInBox(selection));
     return OrEnd(mail::EudoraMails::Open(std::move(session), selection, limits));
+}
+
+const eudora::MailboxTree& Workplace::Mailboxes() {
+    if (!m_tree) {
+        m_tree = eudora::FindMailboxes(platform::NativeFiles(), m_setup.nativeFolder,
+                                       platform::NativeSystem().codePage, m_options.followLinks);
+    }
+    return *m_tree;
+}
+
+std::vector<eudora::Mailbox> Workplace::ChosenMailboxes() {
+    if (m_mailboxes.empty()) return Mailboxes().mailboxes;
+    std::vector<eudora::Mailbox> chosen;
+    for (const std::string& name : m_mailboxes) {
+        const auto* const found = eudora::FindByName(Mailboxes(), name);
+        if (found == nullptr) {
+            throw Ended(base::Refused("there is no mailbox " + name + " in " + m_setup.eudoraShown,
+                                      "kvsync mailboxes shows all"));
+        }
+        chosen.push_back(*found);
+    }
+    return chosen;
+}
+
+// On Windows Eudora itself reads the in-box, by whatever it has.
+base::Result<eudora::ReadableTable> Workplace::TableToRead(const eudora::Mailbox& mailbox) const {
+    if (base::UsesWindowsPaths() && mailbox.IsInBox()) return eudora::ReadableTable{};
+    return eudora::TableToRead(platform::NativeFiles(), mailbox, platform::NativeSystem().codePage);
+}
+
+base::Result<std::unique_ptr<mail::MailSource>> Workplace::OpenMailbox(
+    const eudora::Mailbox& mailbox, const std::optional<std::string>& table,
+    const translator::MailLimitChanges& limits) {
+    if (!mailbox.IsInBox() || table || m_servesAnother) {
+        m_servesAnother = true;
+        auto served = eudora::ServeAsInBox(m_setup, mailbox, table);
+        if (served) served = m_host->Restart();
+        if (!served) return served.Error();
+    }
+    std::string selection;
+    auto session = SelectInBox(selection);
+    if (!session) return session.Error();
+    return mail::EudoraMails::Open(*std::move(session), selection, limits);
+}
+
+std::unique_ptr<mail::MailSource> Workplace::OpenChosenMailbox(
+    const translator::MailLimitChanges& limits) {
+    OrEnd(eudora::RefuseMailsElsewhere(m_setup));
+    const auto* mailbox = eudora::FindByName(Mailboxes(), "In.mbx");
+    const auto chosen = m_mailboxes.empty() ? std::vector<eudora::Mailbox>() : ChosenMailboxes();
+    if (!chosen.empty()) mailbox = &chosen.front();
+    // Without a text there is nothing to make a table of: the checks of the in-box say what is
+    // missing.
+    if (mailbox == nullptr || !platform::NativeFiles().Exists(mailbox->text)) {
+        return OpenMail(limits);
+    }
+    const auto table = OrEnd(TableToRead(*mailbox));
+    if (!table.note.empty()) base::PrintError(table.note);
+    return OrEnd(OpenMailbox(*mailbox, table.made, limits));
 }
 
 bool SelectInDialog(translator::TranslatorSession& session, std::string& selection,

@@ -1,11 +1,15 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "host/base/failure.h"
 #include "host/cli/options.h"
 #include "host/contactsync/contact_sync.h"
+#include "host/eudora/mailbox_table.h"
+#include "host/eudora/mailboxes.h"
 #include "host/eudora/setup.h"
 #include "host/mail/mail_source.h"
 #include "host/sync/rules.h"
@@ -50,11 +54,28 @@ class Workplace {
     // The in-box, with these limits in place of the saved ones.
     std::unique_ptr<mail::MailSource> OpenMail(const translator::MailLimitChanges& limits);
 
+    // All mailboxes of Eudora's folder; those of the options, if they name any: kRefused if there
+    // is no such mailbox.
+    const eudora::MailboxTree& Mailboxes();
+    std::vector<eudora::Mailbox> ChosenMailboxes();
+    // By what a mailbox is read.
+    base::Result<eudora::ReadableTable> TableToRead(const eudora::Mailbox& mailbox) const;
+    // The mails of another mailbox, for reading; the sources that came before are destroyed by
+    // then. `table` is the content of its table if that was made from its text.
+    base::Result<std::unique_ptr<mail::MailSource>> OpenMailbox(
+        const eudora::Mailbox& mailbox, const std::optional<std::string>& table,
+        const translator::MailLimitChanges& limits);
+    // That of the options, the in-box if they name none. A table that cannot be trusted is told on
+    // standard error.
+    std::unique_ptr<mail::MailSource> OpenChosenMailbox(const translator::MailLimitChanges& limits);
+
   private:
     std::string ChosenNicknameFile();
 
     const eudora::SetupOptions m_options;
-    const std::vector<std::string> m_nicknameFiles;
+    const std::vector<std::string> m_nicknameFiles, m_mailboxes;
+    std::optional<eudora::MailboxTree> m_tree;
+    bool m_servesAnother = false;  // mailbox than the in-box
     eudora::Setup m_setup;
     std::unique_ptr<translator::TranslatorHost> m_host;
 };

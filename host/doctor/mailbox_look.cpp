@@ -88,6 +88,10 @@ std::vector<std::string> FaultsOf(const mailbox::MailboxState& state) {
     if (state.beyond > 0) {
         faults.push_back(base::Counted(state.beyond, "mail") + " longer than the text goes");
     }
+    if (state.unknown > 0) {
+        faults.push_back("the table is older than the text: it lacks the last " +
+                         base::Counted(state.unknown, "mail"));
+    }
     if (!state.takesMails) {
         faults.emplace_back("what stands behind the counted blocks is none of ours");
     }

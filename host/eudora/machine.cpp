@@ -243,4 +243,30 @@ base::Status ShadowEudora(const Setup& setup) {
     return ShadowFolder(setup.privatePrefix + "/dosdevices/" + letter + ":", names);
 }
 
+base::Status ServeAsInBox(const Setup& setup, const Mailbox& mailbox,
+                          const std::optional<std::string>& table) {
+    const auto shadow = platform::NativePathOf(setup.eudoraFolder);
+    if (base::UsesWindowsPaths() || !shadow || setup.temporary.use_count() == 0) {
+        return base::Refused(
+            "only the mails of the in-box can be read here, as Eudora itself gives them",
+            "copy Eudora's folder to a Linux machine and name it there with --eudora");
+    }
+    const fs::path folder = base::ToPath(*shadow);
+    for (const auto& [name, target] :
+         {std::pair("In.mbx", &mailbox.text), {"In.toc", &mailbox.table}}) {
+        std::error_code error;
+        for (auto spelt = Spelt(folder, name); fs::exists(fs::symlink_status(folder / spelt));
+             spelt = Spelt(folder, name)) {
+            if (!fs::remove(folder / spelt, error)) return StatusOf(error, folder / spelt);
+        }
+        if (target == &mailbox.table && table) {
+            if (auto written = Write(folder / name, *table); !written) return written;
+            continue;
+        }
+        fs::create_symlink(base::ToPath(*target), folder / name, error);
+        if (error) return StatusOf(error, folder / name);
+    }
+    return {};
+}
+
 }  // namespace host::eudora

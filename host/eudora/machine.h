@@ -1,7 +1,9 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
+#include "host/eudora/mailboxes.h"
 #include "host/eudora/setup.h"
 
 // The machine that the module works on: Windows, a Wine prefix, or a small prefix of our own around
@@ -21,5 +23,12 @@ base::Status UseMachine(const SetupOptions& options, const std::string& stateFol
 // Replaces Eudora's folder in the temporary prefix of a run that writes nothing by a folder of
 // links, so that files that the translator makes there do not reach the real folder.
 base::Status ShadowEudora(const Setup& setup);
+
+// Lets the translator find another mailbox as its in-box, in the temporary prefix of a run that
+// writes nothing: links in the folder of links, or `table` as the content of In.toc if it is given.
+// The translator must be initialised anew afterwards. kRefused on Windows, where Eudora itself
+// gives the mails.
+base::Status ServeAsInBox(const Setup& setup, const Mailbox& mailbox,
+                          const std::optional<std::string>& table);
 
 }  // namespace host::eudora

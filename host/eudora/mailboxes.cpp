@@ -55,9 +55,14 @@ class Names {
 
 // A folder on the way: its path, and what stands in front of its mailboxes' names and places.
 struct Folder {
-    std::string path, name, place;
-    std::size_t depth = 0;
+    std::string path, place;
+    std::vector<std::string> names;
 };
+
+std::vector<std::string> With(std::vector<std::string> names, const std::string& name) {
+    names.push_back(name);
+    return names;
+}
 
 class Search {
   public:
@@ -68,7 +73,7 @@ class Search {
           m_followLinks(followLinks) {}
 
     MailboxTree Run() {
-        Visit({m_root, "", "", 0});
+        Visit({m_root, "", {}});
         return std::move(m_tree);
     }
 
@@ -91,7 +96,7 @@ class Search {
         if (real && !m_visited.insert(*real).second) {
             return Note(folder.path, "is a folder that came before; left out");
         }
-        if (folder.depth > kDeepest) return Note(folder.path, "lies too deep; left out");
+        if (folder.names.size() > kDeepest) return Note(folder.path, "lies too deep; left out");
         auto entries = m_files.List(folder.path, "*");
         if (!entries) return Note(folder.path, "cannot be read: " + entries.Error().Message());
         const Names names(*std::move(entries));
@@ -178,7 +183,7 @@ class Search {
     void Enter(const Folder& folder, const std::string& name, const std::string& spelt) {
         const std::string path = In(folder, spelt);
         if (!IsInside(path)) return;
-        Visit({path, folder.name + name + '/', folder.place + spelt + '/', folder.depth + 1});
+        Visit({path, folder.place + spelt + '/', With(folder.names, name)});
     }
 
     static std::string TableOf(const std::string& file) {
@@ -189,7 +194,7 @@ class Search {
     void Add(const Folder& folder, const Names& names, const std::string& name,
              const std::string& spelt, bool isUnlisted) {
         const auto* const table = names.Find(TableOf(spelt));
-        Mailbox mailbox{folder.name + name, folder.place + spelt, In(folder, spelt),
+        Mailbox mailbox{With(folder.names, name), folder.place + spelt, In(folder, spelt),
                         In(folder, table != nullptr ? table->name : TableOf(spelt)), isUnlisted};
         for (const std::string& path : {mailbox.text, mailbox.table}) {
             if (!m_files.IsFree(path) && !IsInside(path)) return;
@@ -206,6 +211,23 @@ class Search {
 };
 
 }  // namespace
+
+std::string Mailbox::Name() const {
+    return text::Joined(names, "/");
+}
+
+bool Mailbox::IsInBox() const {
+    return text::EqualNoCase(place, "In.mbx");
+}
+
+const Mailbox* FindByName(const MailboxTree& tree, const std::string& name) {
+    auto found = std::ranges::find(tree.mailboxes, name, &Mailbox::Name);
+    if (found != tree.mailboxes.end()) return &*found;
+    found = std::ranges::find_if(tree.mailboxes, [&](const Mailbox& mailbox) {
+        return text::EqualNoCase(mailbox.Name(), name) || text::EqualNoCase(mailbox.place, name);
+    });
+    return found != tree.mailboxes.end() ? &*found : nullptr;
+}
 
 MailboxTree FindMailboxes(platform::Files& files, const std::string& folder, unsigned codePage,
                           bool followLinks) {

@@ -8,13 +8,18 @@
 // The mailboxes of a Eudora folder.
 namespace host::eudora {
 
-// A mailbox by its names. Texts are UTF-8.
+// A mailbox and its files. Texts are UTF-8.
 struct Mailbox {
-    std::string name;   // with those of its folders in front, as Eudora shows them: "Work/Offers"
-    std::string place;  // its text below Eudora's folder: "Work.fol/Offers.mbx"
-    std::string text;   // native path of the .mbx file; as it would be if it is missing
-    std::string table;  // and of the .toc file
+    std::vector<std::string> names;  // those of its folders and its own, as Eudora shows them
+    std::string place;               // its text below Eudora's folder: "Work.fol/Offers.mbx"
+    std::string text;         // native path of the .mbx file; as it would be if it is missing
+    std::string table;        // and of the .toc file
     bool isUnlisted = false;  // its folder has a list of mailboxes that lacks it
+
+    // "Work/Offers"
+    std::string Name() const;
+    // Whether it is the in-box, which the translator serves wherever it runs.
+    bool IsInBox() const;
 };
 
 struct MailboxTree {
@@ -28,5 +33,9 @@ struct MailboxTree {
 // names files in its own folder only, and what it says of others is left out with a note.
 MailboxTree FindMailboxes(platform::Files& files, const std::string& folder, unsigned codePage,
                           bool followLinks);
+
+// The mailbox that a person names as FindMailboxes has it or by its place, in any case; null if
+// there is none.
+const Mailbox* FindByName(const MailboxTree& tree, const std::string& name);
 
 }  // namespace host::eudora

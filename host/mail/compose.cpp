@@ -93,6 +93,7 @@ std::string HeaderOf(const Mail& mail, std::chrono::seconds offset) {
                     text::Format("%a, %-d %b %Y %H:%M:%S ", *date) + text::ZoneText(offset));
     }
     AppendField(header, "Message-ID", '<' + MessageIdOf(mail) + '>');
+    if (!mail.label.empty()) AppendField(header, "X-Label", mail.label);
     AppendField(header, "MIME-Version", "1.0");
     return header;
 }

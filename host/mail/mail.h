@@ -30,6 +30,7 @@ struct Mail {
     // Bytes of the smallest attachment that the limits left out, 1 if that is unknown; 0 for none.
     std::uint64_t leftOut = 0;
     std::vector<std::string> notes;  // fields that could not be read, and why
+    std::string label;               // the number of its label in Eudora; empty for none
 };
 
 // A mail's status, in the translator's numbers.

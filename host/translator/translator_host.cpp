@@ -50,8 +50,15 @@ base::Result<std::unique_ptr<TranslatorHost>> TranslatorHost::Start(
     const auto path = FindLibrary();
     if (!path) return path.Error();
     auto host = Load(*path, texts);
+    const auto started = host ? (*host)->Restart() : base::Status();
+    if (!started) return started.Error();
+    return host;
+}
+
+base::Status TranslatorHost::Restart() {
+    if (m_isInitialised) Uninit();
     std::string message;
-    if (!host || (*host)->Init(texts.language.c_str(), message) == RRC_OK) return host;
+    if (Init(m_texts.language.c_str(), message) == RRC_OK) return {};
     if (message.empty()) {
         return base::Refused("no language bundle kvlEUD*.dll is beside the translator library",
                              "install kvsync completely");

@@ -31,6 +31,9 @@ class TranslatorHost : platform::NotCopied {
     // Gives the module's code; `message` gets its text (system code page), empty if there is none.
     // A null language keeps the one of the last call.
     RRETURNCODE Init(const char* language, std::string& message);
+    // Ends the module's use of Eudora and begins it anew, for another folder or mailbox. No session
+    // may live.
+    base::Status Restart();
     // The exported functions of these names, with their codes.
     RRETURNCODE Uninit();
     RRETURNCODE RemoveTranslator();

@@ -83,7 +83,8 @@ TEST(Hostile, NoForeignTextDrivesTheTerminal) {
         for (const auto& line : bench.told) {
             EXPECT_THAT(line, Not(HasSubstr("\\x")));
             EXPECT_FALSE(line.starts_with("kvsync:")) << line;
-            EXPECT_TRUE(!isList || nlohmann::json::accept(line)) << line;
+            const bool isTold = line.starts_with("! ");
+            EXPECT_TRUE(!isList || isTold || nlohmann::json::accept(line)) << line;
         }
     }
 }
@@ -108,6 +109,8 @@ TEST(Memory, ThatRunsOutIsALine) {
     for (int code = 1; code != 0; kilobytes += 2000) {
         code = with("list contacts --eudora E");
         ASSERT_THAT(code, AnyOf(0, 1, 3)) << kilobytes;
+        // What is made in the temporary folder may stay where no memory is left to remove it.
+        std::erase_if(bench.told, [](const auto& line) { return line.starts_with("+ tmp/"); });
         EXPECT_EQ(bench.told.size(), code != 0) << ::testing::PrintToString(bench.told);
         failed += bench.Count("memory") > 0;
     }

@@ -106,8 +106,9 @@ if have notmuch; then
     notmuch tag -unread tag:unread
     run 4 sync
     grep -q '^mark read in Eudora: Keys' out || fail "notmuch read mails: $(cat out)"
-    # Of two mails of one Message-ID notmuch marks one file.
-    [[ $("$kvsync" list mail | grep ' N ' | grep -vc 'Club evening') == 0 ]] || fail "unread mails"
+    # Of two mails of one Message-ID notmuch marks one file. The last mail's block is cut: list reads it all
+    # the same, the sync does not.
+    [[ $("$kvsync" list mail | grep ' N ' | grep -v 0x00000022 | grep -vc 'Club evening') == 0 ]] || fail "unread mails"
     run 0 sync
 fi
 
