@@ -104,9 +104,9 @@ class MailboxExport {
 
     // Eudora's text names the attachments that are not where it left them.
     void TellMissing(const mail::Mail& mail) {
-        if (!m_hasAttachments) return;
         constexpr std::string_view kMark = "Attachment Converted: ";
-        for (std::string_view rest = mail.body ? *mail.body : std::string_view(); !rest.empty();) {
+        if (!m_hasAttachments || !mail.body || mail.body->find(kMark) == std::string::npos) return;
+        for (std::string_view rest = *mail.body; !rest.empty();) {
             const std::string_view line = text::TakeLine(rest);
             if (!line.starts_with(kMark)) continue;
             m_notes.push_back(NameOf(mail) + "the attachment " +

@@ -88,6 +88,8 @@ std::string HeaderOf(const Mail& mail, std::chrono::seconds offset) {
     AppendAddresses(header, "Cc", mail.cc);
     AppendAddresses(header, "Bcc", mail.bcc);
     AppendText(header, "Subject", mail.subject);
+    // Programs take a text without any of these for no mail; this is what Eudora's own line says.
+    if (header.empty()) AppendField(header, "From", "???@?\?\?");
     if (const auto date = LocalDate(mail)) {
         AppendField(header, "Date",
                     text::Format("%a, %-d %b %Y %H:%M:%S ", *date) + text::ZoneText(offset));

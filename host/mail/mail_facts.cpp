@@ -71,7 +71,7 @@ base::Result<std::optional<MailFacts>> MailboxFiles::Of(const std::string& id) {
         facts.arrival = std::chrono::sys_seconds(std::chrono::seconds(block.dwSeconds));
     }
     // By the text alone, so that a mail keeps its name when its table is built anew.
-    const std::string print = text::Fingerprint(bytes);
+    const std::string print = text::QuickFingerprint(bytes);
     const int number = ++m_seen[print];
     facts.unique = std::to_string(separator.time_since_epoch().count()) + '.' + print +
                    (number > 1 ? '-' + std::to_string(number) : "") + kExported;
