@@ -23,6 +23,8 @@ class MailView {
     std::optional<std::string> Field(std::string_view name) const;
     // The values of all fields of that name, with ", " between them.
     std::string AllFields(std::string_view name) const;
+    // The lines between the separator line and the empty line.
+    std::string_view Header() const { return m_header; }
     // The bytes behind the empty line.
     std::string_view Body() const { return m_body; }
     // Whether the header's end is in the bytes.

@@ -83,6 +83,9 @@ void AddSyncOptions(CLI::App& command, Options& options) {
     AddTextOptions(command, options, [](TextOption::Kind kind) {
         return kind == TextOption::kWordOfSync || kind == TextOption::kWordOfRun;
     });
+    command.add_flag("--refetch", options.rules.refetch,
+                     "make the files that came from Eudora's mails once more, with all that this "
+                     "version takes over");
     command.add_flag("--substitute", options.rules.substitute,
                      "send a mail with ? for the characters that Eudora's code page lacks, instead "
                      "of letting it wait");

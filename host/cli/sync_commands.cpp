@@ -152,7 +152,8 @@ base::Result<std::unique_ptr<mail::MailSource>> OpenSource(
     auto session = workplace.SelectInBox(selection);
     if (!session) return session.Error();
     if (auto pair = translator::CheckInBoxPair(workplace.Setup()); !pair) return pair.Error();
-    return mail::EudoraMails::Open(*std::move(session), selection, limits);
+    return mail::EudoraMails::Open(*std::move(session), selection, workplace.Setup().eudoraFolder,
+                                   limits);
 }
 
 // Native paths in the order of a safe restore: a table of contents before its mailbox, which mostly

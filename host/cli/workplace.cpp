@@ -91,7 +91,8 @@ std::unique_ptr<mail::MailSource> Workplace::OpenMail(const translator::MailLimi
     OrEnd(eudora::RefuseMailsElsewhere(m_setup));
     std::string selection;
     auto session = OrEnd(SelectInBox(selection));
-    return OrEnd(mail::EudoraMails::Open(std::move(session), selection, limits));
+    return OrEnd(
+        mail::EudoraMails::Open(std::move(session), selection, m_setup.eudoraFolder, limits));
 }
 
 const eudora::MailboxTree& Workplace::Mailboxes() {
@@ -134,7 +135,7 @@ base::Result<std::unique_ptr<mail::MailSource>> Workplace::OpenMailbox(
     std::string selection;
     auto session = SelectInBox(selection);
     if (!session) return session.Error();
-    return mail::EudoraMails::Open(*std::move(session), selection, limits);
+    return mail::EudoraMails::Open(*std::move(session), selection, m_setup.eudoraFolder, limits);
 }
 
 std::unique_ptr<mail::MailSource> Workplace::OpenChosenMailbox(

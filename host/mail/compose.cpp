@@ -6,6 +6,7 @@
 #include "host/mail/content_type.h"
 #include "host/mail/header_block.h"
 #include "host/mail/mail_text.h"
+#include "host/mail/message_header.h"
 #include "host/mail/transfer_encoding.h"
 #include "text/ascii.h"
 #include "text/calendar.h"
@@ -79,25 +80,6 @@ constexpr std::string_view kRemarkType = "text/plain; charset=UTF-8; x-eudora=re
 
 std::optional<std::chrono::local_seconds> LocalDate(const Mail& mail) {
     return mail.date ? text::FromOleDate(*mail.date) : std::nullopt;
-}
-
-std::string HeaderOf(const Mail& mail, std::chrono::seconds offset) {
-    std::string header;
-    AppendAddresses(header, "From", mail.from);
-    AppendAddresses(header, "To", mail.to);
-    AppendAddresses(header, "Cc", mail.cc);
-    AppendAddresses(header, "Bcc", mail.bcc);
-    AppendText(header, "Subject", mail.subject);
-    // Programs take a text without any of these for no mail; this is what Eudora's own line says.
-    if (header.empty()) AppendField(header, "From", "???@?\?\?");
-    if (const auto date = LocalDate(mail)) {
-        AppendField(header, "Date",
-                    text::Format("%a, %-d %b %Y %H:%M:%S ", *date) + text::ZoneText(offset));
-    }
-    AppendField(header, "Message-ID", '<' + MessageIdOf(mail) + '>');
-    if (!mail.label.empty()) AppendField(header, "X-Label", mail.label);
-    AppendField(header, "MIME-Version", "1.0");
-    return header;
 }
 
 // A message that is made piece by piece.
@@ -208,7 +190,7 @@ class Composer {
 
 base::Status ComposeMail(platform::Files& files, const Mail& mail, std::chrono::seconds offset,
                          const MessageSink& sink) {
-    return Composer(files, mail, HeaderOf(mail, offset), sink).Run();
+    return Composer(files, mail, MessageHeader(mail, offset), sink).Run();
 }
 
 base::Result<std::uint64_t> ComposeInto(maildir::Maildir& maildir, const std::string& unique,

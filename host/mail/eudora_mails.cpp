@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "host/base/paths.h"
+#include "host/mail/stored_text.h"
 #include "platform/kvutil/kvutil.h"
 #include "platform/os/system.h"
 #include "text/ascii.h"
@@ -29,7 +30,7 @@ constexpr const char* kNobodyNamed = "undisclosed-recipients";
 }  // namespace
 
 base::Result<std::unique_ptr<MailSource>> EudoraMails::Open(
-    translator::TranslatorSession session, const std::string& selection,
+    translator::TranslatorSession session, const std::string& selection, const std::string& folder,
     const translator::MailLimitChanges& changes) {
     const auto change = [&](const translator::MailLimitChanges& wanted) {
         return translator::ChangeMailLimits(session, selection, wanted);
@@ -45,7 +46,11 @@ base::Result<std::unique_ptr<MailSource>> EudoraMails::Open(
     if (status) status = session.Open();
     if (!status) return status.Error();
     auto owned = std::make_unique<translator::TranslatorSession>(std::move(session));
-    return std::unique_ptr<MailSource>(new EudoraMails(std::move(owned), selection, *limits));
+    std::unique_ptr<EudoraMails> mails(new EudoraMails(std::move(owned), selection, *limits));
+    auto files = MailboxFiles::Open(platform::NativeSystem().files, folder + "\\In.mbx",
+                                    folder + "\\In.toc", {});
+    if (files) mails->m_files = *std::move(files);
+    return std::unique_ptr<MailSource>(std::move(mails));
 }
 
 std::uint64_t EudoraMails::LargestAttachment() const {
@@ -166,7 +171,7 @@ base::Result<MailHead> EudoraMails::CurrentHead() {
 std::optional<std::string> EudoraMails::Text(MailField field, std::vector<std::string>* notes) {
     auto text = OrNote(m_session.Text(FieldId(field)), notes);
     if (!text || !*text) return std::nullopt;
-    return base::ToUtf8(**text);
+    return StoredText(**text);
 }
 
 // A mail without one has its record id in its place. One that the index of ids leaves out, as it
@@ -256,7 +261,11 @@ base::Result<Mail> EudoraMails::ReadCurrent(MailParts parts) {
     mail.subject = Text(MailField::kSubject, notes);
     mail.date = OrNote(m_session.Date(FieldId(MailField::kDate)), notes).value_or(std::nullopt);
     using enum MailParts;
-    if (parts == kAll || parts == kWithoutAttachments) mail.body = Text(MailField::kBody, notes);
+    if (parts == kAll || parts == kWithoutAttachments) {
+        if (m_files) mail.header = m_files->HeaderOf(mail.id);
+        const auto text = OrNote(m_session.Text(FieldId(MailField::kBody)), notes);
+        if (text && *text) mail.body = StoredBody(**text, mail.header);
+    }
     const auto size = OrNote(m_session.Number(FieldId(MailField::kSize)), notes);
     mail.size = static_cast<std::uint32_t>(size.value_or(0));
     if (const auto status = OrNote(m_session.Number(FieldId(MailField::kStatus)), notes)) {

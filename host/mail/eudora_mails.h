@@ -7,6 +7,7 @@
 
 #include "frame/interface/field_ids.h"
 #include "host/base/failure.h"
+#include "host/mail/mail_facts.h"
 #include "host/mail/mail_source.h"
 #include "host/translator/in_box.h"
 #include "host/translator/translator_session.h"
@@ -20,10 +21,11 @@ class EudoraMails : public MailSource {
     // The opened session outlives this object, which knows nothing of its limits.
     explicit EudoraMails(translator::TranslatorSession& session) : m_session(session) {}
     // Takes over a session in which `selection` was selected and opens it. Its limits with these
-    // changes hold as long as the object lives. No settings are saved.
+    // changes hold as long as the object lives. No settings are saved. The headers of mails are
+    // read beside the translator, from the in-box in `folder`, a Windows path.
     static base::Result<std::unique_ptr<MailSource>> Open(
         translator::TranslatorSession session, const std::string& selection,
-        const translator::MailLimitChanges& changes = {});
+        const std::string& folder, const translator::MailLimitChanges& changes = {});
 
     bool HasLimits() const override {
         return !m_areLifted && (m_limits.limitsAge || m_limits.limitsSize);
@@ -75,6 +77,7 @@ class EudoraMails : public MailSource {
     std::string m_selection;
     translator::MailLimits m_limits{.attachments = true};  // those of Open
     bool m_areLifted = false;
+    std::optional<MailboxFiles> m_files;  // nothing if they cannot be read
     std::string m_goneMessage;
     std::optional<base::Failure> m_fault;  // of the current mail
 };

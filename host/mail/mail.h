@@ -31,6 +31,9 @@ struct Mail {
     std::uint64_t leftOut = 0;
     std::vector<std::string> notes;  // fields that could not be read, and why
     std::string label;               // the number of its label in Eudora; empty for none
+    // The header in the mailbox file, bytes of the system code page with any line ends; empty if it
+    // could not be read.
+    std::string header;
 };
 
 // A mail's status, in the translator's numbers.

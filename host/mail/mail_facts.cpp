@@ -80,4 +80,24 @@ base::Result<std::optional<MailFacts>> MailboxFiles::Of(const std::string& id) {
     return std::optional(std::move(facts));
 }
 
+std::string MailboxFiles::HeaderOf(const std::string& id) {
+    constexpr std::size_t kShort = 4096, kLongest = 64 * 1024;
+    const auto found = m_blocks.find(mailbox::MsgIdOf(id));
+    if (found == m_blocks.end()) return {};
+    const auto place = mailbox::MailPlace::Decode(
+        std::string_view(m_toc).substr(mailbox::BlockOffset(found->second)));
+    std::string bytes;
+    for (std::size_t most = kShort; most <= kLongest; most *= 4) {
+        bytes.resize(std::min<std::size_t>(most, place.dwLength));
+        const auto count = m_mbx->ReadAt(place.dwOffset, bytes);
+        if (!count) return {};
+        bytes.resize(*count);
+        const text::MailView view(bytes);
+        if (!view.Separator().starts_with(kSeparatorStart)) return {};
+        if (view.HasBody()) return std::string(view.Header());
+        if (*count < most) break;
+    }
+    return {};
+}
+
 }  // namespace host::mail

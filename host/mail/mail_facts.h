@@ -36,6 +36,10 @@ class MailboxFiles {
     // each mail, in the mailbox's order: of mails with the same bytes the later ones get numbers.
     base::Result<std::optional<MailFacts>> Of(const std::string& id);
 
+    // The header of the mail of that id as it is stored; empty if it has none of 64 KB or less, if
+    // the place has no mail now, or if it cannot be read.
+    std::string HeaderOf(const std::string& id);
+
   private:
     MailboxFiles(std::unique_ptr<platform::File> mbx, std::string toc);
 

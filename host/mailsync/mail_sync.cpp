@@ -43,11 +43,12 @@ base::Status CheckFolder(const sync::RunContext& context, const MailSyncOptions&
                             "bring it back or name its new place with --maildir");
 }
 
-// Eudora's texts were read in another code page: the files that kvsync composed of them are to be
-// composed again. Gives whether that is so.
-bool MeanOtherTexts(const state::MailMemory& memory, unsigned codePage,
+// Eudora's texts were read in another code page, or the person asks for it: the files that kvsync
+// composed of them are to be composed again. Gives whether that is so.
+bool MeanOtherTexts(const state::MailMemory& memory, const MailSyncOptions& options,
                     std::vector<state::RememberedMail>& remembered) {
-    if (memory.CodePage() == 0 || memory.CodePage() == codePage) return false;
+    const bool isSamePage = memory.CodePage() == 0 || memory.CodePage() == options.codePage;
+    if (isSamePage && !options.refetch) return false;
     for (state::RememberedMail& row : remembered) {
         if (row.size > 0 && row.link != state::MailLink::kSending) {
             row.lack = state::MailLack::kTexts;
@@ -99,7 +100,7 @@ base::Status Prepare(const sync::RunContext& context, const MailSyncOptions& opt
     if (status) status = CheckFolder(context, options, run);
     if (status) status = sync::Take(options.open(), run.source);
     if (!status) return status;
-    run.hasOtherTexts = MeanOtherTexts(*run.memory, options.codePage, run.remembered);
+    run.hasOtherTexts = MeanOtherTexts(*run.memory, options, run.remembered);
     status = sync::Take(
         LoadMailSides(*run.source, run.folders, run.remembered, options.codePage, run.progress),
         run.sides);

@@ -33,8 +33,8 @@ void Look::AddStamp(const std::string& path) {
 IdleRuns::IdleRuns(const Options& options, state::SidesMemory& memory,
                    const std::function<std::string()>& look)
     : m_memory(memory) {
-    const bool isUsual =
-        !options.dryRun && !options.resolve && options.direction == Direction::kBoth;
+    const bool isUsual = !options.dryRun && !options.resolve && !options.refetch &&
+                         options.direction == Direction::kBoth;
     if (isUsual && memory.IsCurrent()) m_print = look();
     if (!m_print.empty()) m_report = IdleReport(memory.IdleReport(m_print));
 }

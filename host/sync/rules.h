@@ -53,6 +53,7 @@ struct Options {
     std::optional<Limit> maxDelete = {};  // the larger of 10 and 25% if not given
     std::optional<Limit> maxAdd = {};     // into Eudora; 100 on a first run if not given, else any
     bool dryRun = false;
+    bool refetch = false;          // files that were made of Eudora's mails are made again
     bool substitute = false;       // a mail is sent with ? for characters that Eudora lacks
     std::chrono::seconds wait{0};  // for another run to end
     // Only this is done, and kRefused if there is no such conflict.

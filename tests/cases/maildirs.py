@@ -5,9 +5,9 @@
     maildirs.py check DIR LIST [ID] against what `kvsync list mail --json` tells, in UTC, but for
                                     that mail, in whose place the folder has another one
 
-Not compared, since Eudora's translator does not tell it: the names in front of addresses, the layout
-of the MIME parts, types of attachments, folding and other fields of the header, seconds of the date,
-line ends at the end. Two things are undone first: the blank in front of a line that Eudora would
+Not compared, since it does not come through Eudora: the names in front of addresses, the layout of
+the MIME parts, types of attachments, folding and other fields of the header, seconds and zone of the
+date, line ends at the end. Two things are undone first: the blank in front of a line that Eudora would
 take for a mark of its own, and the note on fields that could not be read.
 """
 import json
@@ -98,7 +98,7 @@ def fields_of(message):
         "cc": addresses(message["Cc"]),
         "bcc": addresses(message["Bcc"]),
         "subject": header(message, "Subject"),
-        "date": date and date.strftime("%Y-%m-%d %H:%M %z"),
+        "date": date and date.astimezone(timezone.utc).strftime("%Y-%m-%d %H:%M %z"),
         "body": body_of("\n".join(texts)),
         "attachments": sorted(files),
         "read": "S" in message.get_flags(),

@@ -5,6 +5,7 @@
 #include <random>
 
 #include "host/mail/mail_text.h"
+#include "host/mail/message_header.h"
 #include "platform/os/code_page.h"
 #include "tests/host/one_of.h"
 #include "tests/support/table.h"
@@ -33,6 +34,28 @@ std::string Essence(const std::string& body) {
     std::string essence = Shown(text::WithLineFeeds(body));
     essence.erase(std::min(essence.find_last_not_of("\n]") + 1, essence.size()));
     return essence;
+}
+
+// What the translator tells of a mail: of From, To and Subject "-" is nothing.
+TEST(ComposeMail, TakesTheStoredHeaderWhereItSaysNothingElse) {
+    for (const auto& [stored, from, to, subject, wanted] : test::Rows<5>("stored headers")) {
+        const auto told = [](const std::string& text) {
+            return text == "-" ? std::nullopt : std::optional(text);
+        };
+        mail::Mail mail;
+        mail.from = told(from);
+        mail.to = told(to);
+        mail.subject = told(subject);
+        mail.date = 29222.5;  // 1980-01-02 12:00
+        mail.messageId = "id@x";
+        mail.header = stored;
+        const std::string header = mail::MessageHeader(mail, std::chrono::hours(1));
+        const auto end = header.find("Message-ID: <id@x>\nMIME-Version: 1.0\n");
+        EXPECT_EQ(header.substr(0, end), wanted) << stored;
+        for (std::string_view rest = header; !rest.empty();) {
+            EXPECT_LE(text::TakeLine(rest).size(), 999u);
+        }
+    }
 }
 
 // Whatever a mail holds: a file that is composed again must be the file that is there, on every
