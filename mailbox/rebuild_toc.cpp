@@ -54,8 +54,12 @@ class OldBlocks {
 
 class Rebuilder {
   public:
-    Rebuilder(platform::File& mbx, std::string_view oldToc, unsigned codePage)
-        : m_mbx(mbx), m_old(oldToc), m_codePage(codePage), m_nextId(m_old.HighestId()) {}
+    Rebuilder(platform::File& mbx, std::string_view oldToc, MailState newState, unsigned codePage)
+        : m_mbx(mbx),
+          m_old(oldToc),
+          m_newState(newState),
+          m_codePage(codePage),
+          m_nextId(m_old.HighestId()) {}
 
     platform::Result<RebuiltToc> Run(TocHeader header) {
         const auto size = m_mbx.Size();
@@ -139,7 +143,7 @@ class Rebuilder {
         const text::MailView mail(head);
         auto block = NewMsgBlock(mail.Field("From").value_or(""),
                                  mail.Field("Subject").value_or(""), false, m_codePage);
-        block.wStatus = static_cast<std::uint16_t>(MailState::kUnread);
+        block.wStatus = static_cast<std::uint16_t>(m_newState);
         block.dwMsgId = NewId();
         if (const auto date = text::ReadMailDate(mail.Separator().substr(kDateAt))) {
             block.szDate = text::Format("%I:%M %m/%d/%Y", date->time);
@@ -153,6 +157,7 @@ class Rebuilder {
 
     platform::File& m_mbx;
     const OldBlocks m_old;
+    const MailState m_newState;
     const unsigned m_codePage;
     std::uint32_t m_nextId;
     std::unordered_set<std::uint32_t> m_ids;
@@ -166,7 +171,10 @@ platform::Result<RebuiltToc> RebuildToc(platform::File& mbx, std::string_view ol
     auto header = TocHeader::Decode(oldToc);
     const bool isOurs = oldToc.size() >= kTocHeaderSize && !header.IsMacintosh();
     if (!isOurs) header = TocHeader::Decode(NewTocHeader(kind));
-    return Rebuilder(mbx, isOurs ? oldToc : std::string_view(), codePage).Run(std::move(header));
+    // No mail of the out-box is sent a second time.
+    const auto newState = kind.type == kOutBox.type ? MailState::kSent : MailState::kUnread;
+    return Rebuilder(mbx, isOurs ? oldToc : std::string_view(), newState, codePage)
+        .Run(std::move(header));
 }
 
 }  // namespace mailbox

@@ -13,7 +13,7 @@ namespace mailbox {
 struct RebuiltToc {
     std::string bytes;       // of the .toc file
     std::uint64_t kept = 0;  // with the block that the old table had: state, id, all but the place
-    std::uint64_t made = 0;  // with a new block: unread, whatever they were
+    std::uint64_t made = 0;  // with a new block: unread, or sent in the out-box, whatever they were
     std::uint64_t lost = 0;  // of the old table, that the text does not have where it says
     std::uint64_t left = 0;  // for which a table has no room: more than it counts, or behind 4 GiB
 };

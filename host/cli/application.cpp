@@ -176,6 +176,12 @@ void AddBackup(CLI::App& command, Options& options) {
         ->check(CLI::IsMember({"contacts", "mail"}));
 }
 
+void AddRebuild(CLI::App& command, Options& options) {
+    command.add_option("mailbox", options.record, "the mailbox, as kvsync mailboxes names it")
+        ->required();
+    command.add_flag("--dry-run", options.setup.writesNothing, "tell what it would come to");
+}
+
 void AddShell(CLI::App& command, Options& options) {
     command.add_option("shell", options.what, "bash, zsh or fish")
         ->required()
@@ -214,6 +220,11 @@ constexpr Command kCommands[] = {
     {"mailboxes",
      "print the mailboxes of Eudora's folder, what each holds and what is wrong with it",
      On::kEudora, Word::kNone, nullptr, Mailboxes},
+    {"rebuild",
+     "make the table of a mailbox anew from its text, after a backup: what still fits of the old "
+     "one "
+     "stays, removed mails come back",
+     On::kEudora, Word::kNone, AddRebuild, Rebuild},
     {"export",
      "write all records into a folder, without memory; of mails fewer with the limits below",
      On::kBook, Word::kRequired, AddExport, ExportContacts, ExportMail},

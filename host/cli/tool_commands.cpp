@@ -18,9 +18,13 @@
 #include "host/eudora/outside_names.h"
 #include "host/mailsync/mail_sync.h"
 #include "host/shell/shell.h"
+#include "host/state/folder_mark.h"
+#include "host/state/state_file.h"
+#include "host/sync/rules.h"
 #include "host/translator/module_messages.h"
 #include "platform/kvutil/kvutil.h"
 #include "platform/os/program.h"
+#include "platform/os/safe_write.h"
 #include "platform/os/system.h"
 
 namespace host::cli {
@@ -151,6 +155,57 @@ base::ExitCode Mailboxes(const Options& options) {
         output.lines = {"there is no mailbox in " + setup.eudoraShown};
     }
     output.Finish({{"mailboxes", std::move(list)}});
+    return Say(output, options);
+}
+
+base::ExitCode Rebuild(const Options& options) {
+    OrEnd(eudora::RefuseNamesLeadingOutside(options.setup));
+    const auto setup = OrEnd(eudora::Prepare(options.setup));
+    OrEnd(eudora::RefuseRunningEudora(setup));
+    auto& files = platform::NativeFiles();
+    const unsigned codePage = platform::NativeSystem().codePage;
+    const auto tree =
+        eudora::FindMailboxes(files, setup.nativeFolder, codePage, options.setup.followLinks);
+    const auto* const mailbox = eudora::FindByName(tree, options.record);
+    if (mailbox == nullptr) throw Ended(eudora::NoSuchMailbox(setup, options.record));
+    ProgressLine progress(false);
+    auto command = ContextOf(options, progress);
+    command.eudoraFolder = platform::NativePathOf(setup.eudoraFolder).value_or("");
+    command.eudoraLock = base::PathIn(files, setup.memoryFolder, "lock");
+    const bool writes = !options.setup.writesNothing;
+    for (const std::string& path : {command.stateFile, command.eudoraLock}) {
+        if (writes) OrEnd(base::MakeOwnFolders(base::ParentFolder(files, path)));
+    }
+    const auto stateLock = OrEnd(state::LockState(files, command.stateFile, writes));
+    const auto lock = OrEnd(state::Lock::Take(files, command.eudoraLock, writes));
+    const auto made = OrEnd(eudora::RebuildTable(files, *mailbox, codePage));
+    if (!made.isOld && writes) {
+        // Its backup tells how long the text was: a restore puts the old table beside that alone.
+        std::vector<std::string> passedOver;
+        OrEnd(sync::BackUp(command, {mailbox->text, {}},
+                           {{mailbox->table}, {mailbox->text, backup::Kind::kGrowing}},
+                           "before rebuilding " + mailbox->Name(), passedOver));
+        OrEnd<void, base::Failure>(platform::WriteWhole(files, mailbox->table, made.toc.bytes));
+        // What the table lost may be in the Maildir alone: the next sync pairs both sides anew.
+        const auto inBox = platform::NativePathOf(setup.eudoraFolder + "\\In.mbx");
+        if (mailbox->IsInBox() && inBox) {
+            OrEnd(state::ForgetEudora(files, command.stateFile, *inBox));
+        }
+    }
+    Output output;
+    const auto& toc = made.toc;
+    std::string line =
+        mailbox->Name() + ": " + base::Counted(toc.kept + toc.made, "mail") + " in its text, ";
+    if (made.isOld) {
+        line += "and its table tells just them";
+    } else {
+        output.code = base::ExitCode::kChangesMade;
+        line += std::to_string(toc.kept) + " as the table told them, " + std::to_string(toc.made) +
+                " anew; of " + base::Counted(toc.lost, "mail") + " in the table no text is left";
+    }
+    output.lines.push_back(std::move(line));
+    output.Finish(
+        {{"mailbox", mailbox->Name()}, {"kept", toc.kept}, {"made", toc.made}, {"lost", toc.lost}});
     return Say(output, options);
 }
 

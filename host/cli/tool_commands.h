@@ -11,5 +11,7 @@ base::ExitCode Shell(const Options& options);
 base::ExitCode Doctor(const Options& options);
 // Prints the mailboxes of Eudora's folder, what each holds and what is wrong with it.
 base::ExitCode Mailboxes(const Options& options);
+// Makes the table of the mailbox in `record` anew from its text, after a backup.
+base::ExitCode Rebuild(const Options& options);
 
 }  // namespace host::cli

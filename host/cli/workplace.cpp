@@ -108,10 +108,7 @@ std::vector<eudora::Mailbox> Workplace::ChosenMailboxes() {
     std::vector<eudora::Mailbox> chosen;
     for (const std::string& name : m_mailboxes) {
         const auto* const found = eudora::FindByName(Mailboxes(), name);
-        if (found == nullptr) {
-            throw Ended(base::Refused("there is no mailbox " + name + " in " + m_setup.eudoraShown,
-                                      "kvsync mailboxes shows all"));
-        }
+        if (found == nullptr) throw Ended(eudora::NoSuchMailbox(m_setup, name));
         chosen.push_back(*found);
     }
     return chosen;

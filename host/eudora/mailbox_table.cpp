@@ -3,9 +3,10 @@
 #include <unordered_set>
 
 #include "host/base/output.h"
-#include "mailbox/rebuild_toc.h"
+#include "host/base/paths.h"
 #include "mailbox/separators.h"
 #include "mailbox/toc_file.h"
+#include "text/ascii.h"
 
 namespace host::eudora {
 
@@ -16,6 +17,7 @@ using platform::OpenMode;
 using platform::Share;
 
 constexpr std::uint64_t kLargestTable = 64u << 20;
+constexpr char kOtherMailbox = 4;  // the type of a mailbox that is none of Eudora's own
 
 // What is wrong with the places that a table tells; empty if nothing is. Reads the text there
 // alone, and behind the end that it had when Eudora wrote the table.
@@ -91,6 +93,33 @@ base::Result<ReadableTable> TableToRead(platform::Files& files, const Mailbox& m
     if (!rebuilt) return rebuilt.Error();
     std::string note = NoteOf(mailbox, *why, *rebuilt);
     return ReadableTable{std::move(rebuilt->bytes), std::move(note)};
+}
+
+base::Result<NewTable> RebuildTable(platform::Files& files, const Mailbox& mailbox,
+                                    unsigned codePage) {
+    auto text = files.Open(mailbox.text, OpenMode::kRead, Share::kRead);
+    if (!text) return text.Error();
+    const auto old = platform::ReadWhole(files, mailbox.table, kLargestTable);
+    if (!old && old.Error().code != ErrorCode::kNotFound) return old.Error();
+    if (old && mailbox::TocHeader::Decode(*old).IsMacintosh()) {
+        return base::RefusedFor(mailbox.table, "was written by Eudora for Macintosh",
+                                "let Eudora for Windows import that mailbox first");
+    }
+    const std::string name = base::FromUtf8(mailbox.names.back());
+    mailbox::MailboxKind kind{name, kOtherMailbox};
+    for (const auto& own : {mailbox::kInBox, mailbox::kOutBox, mailbox::kTrash}) {
+        const std::string file = std::string(own.name) + ".mbx";
+        if (text::EqualNoCase(mailbox.place, file)) kind = own;
+    }
+    auto toc = mailbox::RebuildToc(**text, old ? *old : std::string(), kind, codePage);
+    if (!toc) return toc.Error();
+    if (toc->left > 0) {
+        return base::Refused(mailbox.Name() + " has " + base::Counted(toc->left, "mail") +
+                                 " more than a table can count",
+                             "let Eudora move some of its mails into another mailbox");
+    }
+    const bool isOld = old && *old == toc->bytes;
+    return NewTable{*std::move(text), *std::move(toc), isOld};
 }
 
 }  // namespace host::eudora

@@ -229,6 +229,11 @@ const Mailbox* FindByName(const MailboxTree& tree, const std::string& name) {
     return found != tree.mailboxes.end() ? &*found : nullptr;
 }
 
+base::Failure NoSuchMailbox(const Setup& setup, const std::string& name) {
+    return base::Refused("there is no mailbox " + name + " in " + setup.eudoraShown,
+                         "kvsync mailboxes shows all");
+}
+
 MailboxTree FindMailboxes(platform::Files& files, const std::string& folder, unsigned codePage,
                           bool followLinks) {
     return Search(files, folder, codePage, followLinks).Run();

@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "host/base/failure.h"
+#include "host/eudora/setup.h"
 #include "platform/os/files.h"
 
 // The mailboxes of a Eudora folder.
@@ -37,5 +39,7 @@ MailboxTree FindMailboxes(platform::Files& files, const std::string& folder, uns
 // The mailbox that a person names as FindMailboxes has it or by its place, in any case; null if
 // there is none.
 const Mailbox* FindByName(const MailboxTree& tree, const std::string& name);
+// The refusal of such a name.
+base::Failure NoSuchMailbox(const Setup& setup, const std::string& name);
 
 }  // namespace host::eudora

@@ -137,7 +137,7 @@ class Check:
             self.run(command, *both, "--nickname-file", "all")
         for command in ("list contacts", "list mail", "show contacts robert", "show mail 0x00000001",
                         "export contacts --to X", "export mail --to Y",
-                        "configure contacts --nickname-file nndbase.txt", "show contacts", "mailboxes",
+                        "configure contacts --nickname-file nndbase.txt", "show contacts", "mailboxes", "rebuild In",
                         "show contacts nobody", "list mail --nonsense"):
             self.run(command, *eudora)
         backups = json.loads(self.run("backups", *eudora))["backups"]
