@@ -52,8 +52,8 @@ Code SimpleMapi::Logon(mapi::Session* session) {
     auto folder = FindEudoraFolder(m_system);
     if (!folder) return mapi::kLoginFailure;
     if (!m_run) m_run = std::make_unique<RunMark>(m_system);
-    m_sessions.try_emplace(++m_lastSession, InBox(m_system, *folder),
-                           Mailbox(m_system, *folder, mailbox::kOutBox));
+    m_sessions.try_emplace(++m_lastSession, Session{InBox(m_system, *folder),
+                                                    Mailbox(m_system, *folder, mailbox::kOutBox)});
     *session = m_lastSession;
     return mapi::kSuccess;
 }

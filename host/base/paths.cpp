@@ -41,6 +41,20 @@ std::string PathIn(const platform::Files& files, const std::string& folder,
     return folder + files.Separator() + name;
 }
 
+base::Status SettleFiles(platform::Files& files, const std::string& folder,
+                         const std::vector<std::string>& paths) {
+    auto settled = files.Settle(folder);
+    if (settled || settled.Error().code != platform::ErrorCode::kNotSupported) return settled;
+    for (const std::string& path : paths) {
+        auto file = files.Open(path, platform::OpenMode::kReadWrite, platform::Share::kReadWrite);
+        // Somebody moved or removed it already: it is theirs now.
+        if (!file && file.Error().code == platform::ErrorCode::kNotFound) continue;
+        if (!file) return file.Error();
+        if (auto flushed = (*file)->Flush(); !flushed) return flushed;
+    }
+    return {};
+}
+
 base::Status MakeFolders(platform::Files& files, const std::string& folder) {
     if (folder.empty() || files.Exists(folder)) return {};
     if (auto status = MakeFolders(files, ParentFolder(files, folder)); !status) return status;

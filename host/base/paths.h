@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "host/base/failure.h"
 #include "platform/os/files.h"
@@ -31,6 +32,11 @@ inline constexpr const char* kMakeWritable =
 
 // kRefused unless the native folder exists and can be listed. `what` names it in the failure.
 base::Status CheckFolder(const std::string& folder, const std::string& what);
+
+// Returns when these files and all else that was written to the file system of `folder` are on the
+// disk; files that are gone by then are passed over.
+base::Status SettleFiles(platform::Files& files, const std::string& folder,
+                         const std::vector<std::string>& paths);
 
 // The path without its last name and the separator; empty if there is no separator.
 std::string ParentFolder(const platform::Files& files, const std::string& path);

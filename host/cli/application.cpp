@@ -153,6 +153,12 @@ void AddExport(CLI::App& command, Options& options) {
                     "of mails: this mailbox, each with the option in front (else all)")
         ->allow_extra_args(false)
         ->type_name("NAME");
+    command
+        .add_option(
+            "--format", options.format,
+            "of mails: maildir (the default), mbox (a file for each mailbox) or eml (a file "
+            "for each mail)")
+        ->check(CLI::IsMember({"maildir", "mbox", "eml"}));
     AddLimits(command, options);
 }
 

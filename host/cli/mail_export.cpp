@@ -1,20 +1,14 @@
 #include "host/cli/mail_export.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <set>
 
 #include "host/base/output.h"
 #include "host/base/paths.h"
 #include "host/base/progress.h"
+#include "host/cli/export_target.h"
 #include "host/cli/output.h"
 #include "host/cli/workplace.h"
-#include "host/mail/compose.h"
 #include "host/mail/mail_facts.h"
-#include "host/maildir/folder_name.h"
-#include "host/maildir/maildir.h"
-#include "host/state/folder_mark.h"
-#include "platform/os/safe_write.h"
 #include "platform/os/system.h"
 #include "text/ascii.h"
 
@@ -31,15 +25,13 @@ struct Counts {
     std::size_t present = 0;  // mails that an earlier export brought
 };
 
-// Writes the mails of one mailbox into a Maildir. A mail that cannot be read or composed is told
+// Writes the mails of one mailbox into its target. A mail that cannot be read or composed is told
 // and left out.
 class MailboxExport {
   public:
-    MailboxExport(const sync::RunContext& context, const std::string& folder,
-                  mail::MailboxFiles& facts, base::Progress& progress, Counts& counts,
-                  std::vector<std::string>& notes)
-        : m_context(context),
-          m_maildir(context.files, context.clock, folder),
+    MailboxExport(ExportTarget& target, mail::MailboxFiles& facts, base::Progress& progress,
+                  Counts& counts, std::vector<std::string>& notes)
+        : m_target(target),
           m_facts(facts),
           m_progress(progress),
           m_counts(counts),
@@ -47,13 +39,10 @@ class MailboxExport {
 
     base::Status Run(mail::MailSource& mails) {
         m_hasAttachments = mails.LargestAttachment() > 0;
-        const auto there = m_maildir.List();
-        if (!there) return there.Error();
-        for (const auto& entry : *there) m_there.insert(entry.unique);
-        if (auto made = m_maildir.Create(); !made) return made;
+        if (auto opened = m_target.Open(); !opened) return opened;
         auto walked = mails.Walk(mail::Reach::kWithinLimits,
                                  [&](const mail::MailHead& head) { return Add(mails, head); });
-        auto settled = Settle();
+        auto settled = m_target.Settle();
         return walked ? settled : walked;
     }
     bool HasLeftOut() const { return m_hasLeftOut; }
@@ -62,44 +51,34 @@ class MailboxExport {
     // Exports the current mail, or leaves it out if it cannot be read or composed. True in both
     // cases, so that the walk goes on; a failure of the disk ends it.
     base::Result<bool> Add(mail::MailSource& mails, const mail::MailHead& head) {
-        auto facts = m_facts.Of(head.id);
-        if (!facts)
-            return LeaveOut("mail " + base::ToUtf8(head.id) + ": " + facts.Error().Message());
-        if (*facts && m_there.contains((*facts)->unique)) return ++m_counts.present > 0;
+        const auto known = m_facts.Of(head.id);
+        if (!known) {
+            return LeaveOut("mail " + base::ToUtf8(head.id) + ": " + known.Error().Message());
+        }
+        if (*known && m_target.Has((*known)->unique)) return ++m_counts.present > 0;
         auto mail = mails.Read(mail::MailParts::kAll);
         if (!mail) return LeaveOut(mail.Error().Message());
-        const std::string unique = *facts ? (*facts)->unique : m_maildir.NewName();
-        const std::string flags = *facts                                ? (*facts)->flags
-                                  : mail->status == mail::kStatusUnread ? ""
-                                                                        : "S";
-        if (*facts) mail->label = (*facts)->label;
-        m_maildir.Discard(unique);  // what a killed export left
+        const mail::MailFacts facts = *known ? **known : FactsOf(*mail);
+        mail->label = facts.label;
         bool isMailAtFault = false;
-        const auto size = mail::ComposeInto(m_maildir, unique, m_context.files, m_context.clock,
-                                            *mail, isMailAtFault);
-        if (!size && !isMailAtFault) return size.Error();
-        if (!size) return LeaveOut(NameOf(*mail) + size.Error().Message());
-        if (auto delivered = m_maildir.Deliver(unique, flags); !delivered) return delivered.Error();
-        const auto entry = m_maildir.EntryOf(unique, flags);
-        if (*facts) SetTime(m_maildir.PathOf(entry), (*facts)->arrival);
+        const auto added = m_target.Add(*mail, facts, isMailAtFault);
+        if (!added && !isMailAtFault) return added.Error();
+        if (!added) return LeaveOut(NameOf(*mail) + added.Error().Message());
         for (const std::string& note : mail->notes) m_notes.push_back(NameOf(*mail) + note);
         m_counts.attachments += mail->attachments.size();
         TellMissing(*mail);
         m_progress.Step("exporting mail", ++m_counts.mails);
-        m_unsettled.push_back(entry);
-        if (m_unsettled.size() < kBatch) return true;
-        if (auto settled = Settle(); !settled) return settled.Error();
+        if (m_counts.mails % kBatch != 0) return true;
+        if (auto settled = m_target.Settle(); !settled) return settled.Error();
         return true;
     }
 
-    // Programs show it as the time at which the mail came. One that the disk does not take is none.
-    static void SetTime(const std::string& path, std::chrono::sys_seconds arrival) {
-        namespace fs = std::filesystem;
-        using Clock = fs::file_time_type::clock;
-        std::error_code ignored;
-        fs::last_write_time(base::ToPath(path),
-                            Clock::from_sys(std::chrono::time_point_cast<Clock::duration>(arrival)),
-                            ignored);
+    // Of a mail that the table does not have: it came while the export ran.
+    static mail::MailFacts FactsOf(const mail::Mail& mail) {
+        mail::MailFacts facts;
+        facts.unique = "0." + mail::Fingerprint(mail::MessageIdOf(mail)) + mail::kExported;
+        if (mail.status != mail::kStatusUnread) facts.flags = "S";
+        return facts;
     }
 
     // Eudora's text names the attachments that are not where it left them.
@@ -116,13 +95,6 @@ class MailboxExport {
         }
     }
 
-    // Flushes the deliveries since the last call.
-    base::Status Settle() {
-        auto settled = m_maildir.Settle(m_unsettled);
-        m_unsettled.clear();
-        return settled;
-    }
-
     static std::string NameOf(const mail::Mail& mail) {
         return "mail " + base::ToUtf8(mail.id) + ": ";
     }
@@ -131,14 +103,11 @@ class MailboxExport {
         return m_hasLeftOut = true;
     }
 
-    const sync::RunContext& m_context;
-    maildir::Maildir m_maildir;
+    ExportTarget& m_target;
     mail::MailboxFiles& m_facts;
     base::Progress& m_progress;
     Counts& m_counts;
     std::vector<std::string>& m_notes;
-    std::set<std::string> m_there;  // names of the mails that the Maildir has
-    std::vector<maildir::MaildirEntry> m_unsettled;
     bool m_hasLeftOut = false, m_hasAttachments = false;
 };
 
@@ -148,21 +117,22 @@ class MailExport {
         : m_workplace(workplace),
           m_context(context),
           m_folder(options.toFolder),
+          m_format(options.format == "mbox"  ? ExportFormat::kMbox
+                   : options.format == "eml" ? ExportFormat::kEml
+                                             : ExportFormat::kMaildir),
           m_limits{options.limits.age.value_or("off"), options.limits.size.value_or("off"),
                    options.limits.attachments.value_or("on"),
                    options.limits.attachmentSize.value_or("off")},
           m_progress(context.clock, context.progress) {}
 
     Output Run() {
-        OrEnd(CheckFolder());
         const auto mailboxes = m_workplace.ChosenMailboxes();
         for (const std::string& note : m_workplace.Mailboxes().notes) m_notes.push_back(note);
         if (mailboxes.empty()) {
             throw Ended(base::Refused("there is no mailbox in " + m_workplace.Setup().eudoraShown,
                                       "name the folder that holds Eudora's mail"));
         }
-        // The inbox, which makes a Maildir of the folders below it.
-        OrEnd(maildir::Maildir(m_context.files, m_context.clock, m_folder).Create());
+        OrEnd(OpenExportFolder(m_context, m_folder, m_format));
         for (const eudora::Mailbox& mailbox : mailboxes) {
             // Notes name their mails; of several mailboxes each of them is named, too.
             const std::size_t before = m_notes.size();
@@ -184,23 +154,6 @@ class MailExport {
     }
 
   private:
-    // An export adds to an export. A Maildir with mails of others would hold them twice, and one
-    // that is kept in step would bring them into Eudora.
-    base::Status CheckFolder() {
-        auto& files = m_context.files;
-        maildir::Maildir maildir(files, m_context.clock, m_folder);
-        const auto there = maildir.List();
-        if (!there) return there.Error();
-        const bool isOurs = std::ranges::all_of(*there, [](const maildir::MaildirEntry& entry) {
-            return entry.isFolder || entry.unique.ends_with(mail::kExported);
-        });
-        const bool isSynced = !files.IsFree(base::PathIn(files, m_folder, state::kMarkName));
-        if (isOurs && !isSynced) return {};
-        return base::Refused(m_folder + (isSynced ? " is kept in step with Eudora"
-                                                  : " holds mails already that no export wrote"),
-                             "name another folder with --to");
-    }
-
     base::Status Add(const eudora::Mailbox& mailbox) {
         auto& files = m_context.files;
         auto table = m_workplace.TableToRead(mailbox);
@@ -210,17 +163,11 @@ class MailExport {
         if (!facts) return facts.Error();
         auto source = m_workplace.OpenMailbox(mailbox, table->made, m_limits);
         if (!source) return source.Error();
-        std::string folder = m_folder;
-        if (!mailbox.IsInBox()) {
-            folder = base::PathIn(files, m_folder, maildir::FolderName(mailbox.names));
-        }
-        MailboxExport target(m_context, folder, *facts, m_progress, m_counts, m_notes);
-        auto done = target.Run(**source);
-        if (target.HasLeftOut()) m_failure = base::ExitCode::kFailed;
-        if (!done || mailbox.IsInBox()) return done;
-        // The mark of a folder in a Maildir++.
-        if (!files.IsFree(base::PathIn(files, folder, "maildirfolder"))) return {};
-        return platform::WriteWhole(files, base::PathIn(files, folder, "maildirfolder"), "");
+        const auto target = MakeTarget(m_context, m_folder, mailbox, m_format);
+        MailboxExport mails(*target, *facts, m_progress, m_counts, m_notes);
+        auto done = mails.Run(**source);
+        if (mails.HasLeftOut()) m_failure = base::ExitCode::kFailed;
+        return done;
     }
 
     Output Result() const {
@@ -250,6 +197,7 @@ class MailExport {
     Workplace& m_workplace;
     const sync::RunContext& m_context;
     const std::string m_folder;
+    const ExportFormat m_format;
     const translator::MailLimitChanges m_limits;
     base::Progress m_progress;
     Counts m_counts;

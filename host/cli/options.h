@@ -39,6 +39,7 @@ struct Options {
     std::string record;  // a nickname, an id or Message-ID of a mail, the id of a backup, or the
                          // name of a conflict
     std::string toFolder;
+    std::string format;                  // of exported mails: maildir, mbox, eml
     std::vector<std::string> mailboxes;  // of mails; none: the in-box, of an export all
     std::string script;                  // empty for standard input
     std::string take;                    // "eudora" or "folder"

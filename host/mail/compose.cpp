@@ -193,12 +193,16 @@ base::Status ComposeMail(platform::Files& files, const Mail& mail, std::chrono::
     return Composer(files, mail, MessageHeader(mail, offset), sink).Run();
 }
 
+std::chrono::seconds OffsetOf(platform::Clock& clock, const Mail& mail) {
+    const auto local = LocalDate(mail);
+    return local ? clock.UtcOffset(*local) : clock.UtcOffset(clock.Now());
+}
+
 base::Result<std::uint64_t> ComposeInto(maildir::Maildir& maildir, const std::string& unique,
                                         platform::Files& files, platform::Clock& clock,
                                         const Mail& mail, bool& isMailAtFault) {
     isMailAtFault = false;
-    const auto local = LocalDate(mail);
-    const auto offset = local ? clock.UtcOffset(*local) : clock.UtcOffset(clock.Now());
+    const auto offset = OffsetOf(clock, mail);
     return maildir.Write(unique, [&](platform::File& file) {
         isMailAtFault = true;
         const auto write = [&](std::string_view piece) {

@@ -29,6 +29,9 @@ using MessageSink = std::function<base::Status(std::string_view)>;
 base::Status ComposeMail(platform::Files& files, const Mail& mail, std::chrono::seconds offset,
                          const MessageSink& sink);
 
+// The local time's difference to UTC at the mail's date, now for one without.
+std::chrono::seconds OffsetOf(platform::Clock& clock, const Mail& mail);
+
 // Composes a mail into the tmp folder of a Maildir, under a name that the Maildir gave, and gives
 // its size in bytes. A failure leaves no file; `isMailAtFault` says that the mail caused it and not
 // the Maildir, so that other mails can still be composed.

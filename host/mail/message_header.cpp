@@ -43,8 +43,8 @@ std::vector<StoredField> FieldsOf(std::string_view header) {
 
 // Whether the field tells of the stored text, which was decoded, or of its place.
 bool IsLeftOut(std::string_view name) {
-    constexpr std::array<std::string_view, 4> kNames = {"mime-version", "message-id", "status",
-                                                        "x-attachments"};
+    constexpr std::array<std::string_view, 5> kNames = {"mime-version", "message-id", "status",
+                                                        "x-status", "x-attachments"};
     const std::string lowered = text::Lowered(name);
     return lowered.starts_with("content-") || std::ranges::count(kNames, lowered) > 0;
 }

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "text/ascii.h"
-
 #include "text/encoded_words.h"
 
 namespace host::mail {
@@ -14,10 +13,16 @@ constexpr std::size_t kLongestLine = 998;
 constexpr std::size_t kQuotedWidth = 76;
 constexpr std::string_view kSeparator = "From ";
 
+// Whether mailbox files would take the front of the text for a separator, or for a quoted one.
+bool IsSeparator(std::string_view text) {
+    if (text.empty() || (text.front() != '>' && text.front() != 'F')) return false;
+    return text::TrimmedFront(text.substr(0, kQuotedWidth), ">").starts_with(kSeparator);
+}
+
 bool LinesFit(std::string_view text) {
     while (!text.empty()) {
         const std::size_t end = std::min(text.find('\n'), text.size());
-        if (end > kLongestLine || text.starts_with(kSeparator)) return false;
+        if (end > kLongestLine || IsSeparator(text)) return false;
         text.remove_prefix(std::min(end + 1, text.size()));
     }
     return true;
@@ -50,8 +55,7 @@ void AppendQuoted(std::string& out, std::string_view text) {
             out += "=\n";
             column = 0;
         }
-        const bool isSeparator =
-            column == 0 && text.starts_with(kSeparator) && GoesOn(text, kSeparator.size());
+        const bool isSeparator = column == 0 && IsSeparator(text);
         if (!isPlain || isSeparator || (isBlank && !GoesOn(text, 1))) {
             escape(letter);
         } else {

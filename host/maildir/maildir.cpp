@@ -184,17 +184,10 @@ base::Result<std::string> Maildir::Read(const MaildirEntry& entry, std::uint64_t
 }
 
 base::Status Maildir::Settle(const std::vector<MaildirEntry>& delivered) {
-    auto settled = m_files.Settle(m_folder);
-    if (settled || settled.Error().code != ErrorCode::kNotSupported) return settled;
-    for (const MaildirEntry& entry : delivered) {
-        auto file = m_files.Open(PathOf(entry), platform::OpenMode::kReadWrite,
-                                 platform::Share::kReadWrite);
-        // Somebody moved or removed it already: it is theirs now.
-        if (!file && file.Error().code == ErrorCode::kNotFound) continue;
-        if (!file) return file.Error();
-        if (auto flushed = (*file)->Flush(); !flushed) return flushed;
-    }
-    return {};
+    std::vector<std::string> paths;
+    paths.reserve(delivered.size());
+    for (const MaildirEntry& entry : delivered) paths.push_back(PathOf(entry));
+    return base::SettleFiles(m_files, m_folder, paths);
 }
 
 void Maildir::Discard(const std::string& unique) {
